@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+/// Cuts a double to an int toward zero: the one way in which this library turns a double into an integer. Values
+/// that an int cannot hold go to its nearest limit and a NaN to 0, so that every machine gives the same.
+constexpr int Trunc(double value) {
+    if (value >= 2147483648.0) return std::numeric_limits<int>::max();
+    if (value <= -2147483649.0) return std::numeric_limits<int>::min();
+    return value == value ? static_cast<int>(value) : 0;
+}
+
+/// The low 16 bits of a value, as a sample.
+constexpr unsigned short Low16(int value) {
+    return static_cast<unsigned short>(static_cast<unsigned>(value) & 0xffffU);
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "iccfile/IccFile4.h"
+#include "iccfile/LutTags.h"
+#include "units/Info.h"
+
+namespace ICC40::ICC_ENG_S4 {
+
+/// The colour engine: one device profile, one intent, one input encoding and one output space, and the stage tables
+/// from which pixels are converted.
+///
+/// An engine is close to 2 MB and belongs into static or heap memory, never on a stack. One thread at a time drives
+/// it; the pixel conversions only read, so that two threads may convert while nobody builds.
+///
+/// `Unit.OutputSpace` is the engine's status: 65535 means that it cannot convert.
+class CIccEngineS {
+public:
+    static constexpr int kCells = 16;  ///< cells on each axis of the grid
+
+    CIccEngineS();
+    CIccEngineS(const CIccEngineS&) = delete;
+    CIccEngineS& operator=(const CIccEngineS&) = delete;
+    virtual ~CIccEngineS();
+
+    /// Drops input tables and job; grid, output tables and `File` stay.
+    void Reset();
+
+    /// Binds a profile. Returns 0, 65530 (input encoding) or 65531 (file); 0 also when no table could be built.
+    int SetProfile(const char* profile, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
+                   ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
+    /// The same; `second` is dropped.
+    int SetProfile(const char* profile, const char* second, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
+                   ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
+    /// Rebuilds for the profile in memory. Kept: the three adjustments are ignored, the stored ones are used, and the
+    /// input encoding is not checked. Returns the output space, or 65535.
+    int SetIntent(ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input, ICCFILE::ColorSpaceSignature output,
+                  double lightness, double chroma, double hue);
+    /// 65535 without a profile, else as `InputColorSpace2RGB`.
+    int ConstructEngine(double lightness, double chroma, double hue);
+    /// Builds all three stages. Returns the output space as it stands afterwards, or 65535.
+    int InputColorSpace2RGB(double lightness, double chroma, double hue);
+    /// Rebuilds the grid when the whole part of an offset (L*, C*, degrees) changed. Returns the output space, or
+    /// 65535 when the profile has no usable table.
+    int Adjust_Lch(double lightness, double chroma, double hue);
+    /// Replaces the output stage by three curves of `count` bytes (borrowed); a null array or a count of 0 changes
+    /// nothing. Returns as `Adjust_Lch`.
+    int Adjust_Output(const unsigned char* red, const unsigned char* green, const unsigned char* blue, int count);
+    /// The table that the intent selects, or null; lent by `File`.
+    ICCFILE::iccTagBase* GetMft2();
+    int Initial(int);        ///< Kept: not implemented, returns 65533
+    int DeleteWorkingBuf();  ///< Kept: not implemented, returns 65533
+
+    void Set1DLutIn(const ICCFILE::CLut16Type* lut);  ///< the packed input tables
+    void Set3DLut(const ICCFILE::CLut16Type* lut, double lightness, double chroma, double hue);  ///< the grid
+    /// The output tables of the output space; an unsupported one sets `OutputSpace` and `BuildResult` to 65535 and
+    /// leaves identity tables. `lut` is not read.
+    void Set1DLutOut(const ICCFILE::CLut16Type* lut);
+
+    /// 16-bit pixels from `source` to `dest`, which may be the same. Returns 0.
+    int Conversion(unsigned short* source, unsigned short* dest, int pixels) const;
+    /// By the input encoding: 16-bit pixels as above (no alignment is needed), or 8-bit pixels over `source`.
+    /// Kept: 8-bit runs are converted in place; `dest` is neither read nor written. Returns 0.
+    int Conversion(unsigned char* source, unsigned char* dest, int pixels) const;
+    int Conversion(unsigned char* source, unsigned short* dest, int pixels) const;  ///< Kept: does nothing, returns 0
+    /// A whole TIFF file; prints three lines. Returns 0.
+    int Conversion(const char* source, const char* dest) const;
+
+    ICC_UNIT::Info Unit;
+    ICCFILE::IccFile4 File;
+    /// Packed input tables: cell index << 16 | fraction of 12 bits, `InEntries` entries each.
+    std::unique_ptr<std::uint32_t[]> Lut1DInR;
+    std::unique_ptr<std::uint32_t[]> Lut1DInG;
+    std::unique_ptr<std::uint32_t[]> Lut1DInB;
+    /// For each cell (red index slowest) and tetrahedron, for each output channel: constant, red, green, blue.
+    std::int32_t Lut3D[kCells * kCells * kCells][6][3][4];
+    std::uint32_t Lut1DOutR[65536];
+    std::uint32_t Lut1DOutG[65536];
+    std::uint32_t Lut1DOutB[65536];
+    std::int32_t Shift = 12;     ///< fraction bits of the input tables
+    std::int32_t InEntries = 0;  ///< 0, 256 or 65536
+
+private:
+    struct Lut;
+    Lut GetLut();
+    int Refuse();
+    template <typename Build>
+    int Rebuild(const Build& build);
+};
+
+}  // namespace ICC40::ICC_ENG_S4

@@ -1,0 +1,18 @@
+# SPDX-License-Identifier: MIT
+# What every target of the project is compiled with.
+add_library(hueweave_rules INTERFACE)
+
+# A fused multiply-add rounds once where the tables are defined with two roundings: contraction would change them.
+target_compile_options(hueweave_rules INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+                                                -Wsign-conversion)
+target_compile_options(
+  hueweave_rules INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual>)
+if(HUEWEAVE_WERROR)
+  target_compile_options(hueweave_rules INTERFACE -Werror)
+endif()
+
+if(HUEWEAVE_SANITIZE)
+  set(sanitizers -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(hueweave_rules INTERFACE ${sanitizers})
+  target_link_options(hueweave_rules INTERFACE ${sanitizers})
+endif()
