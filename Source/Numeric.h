@@ -17,3 +17,12 @@ constexpr int Trunc(double value) {
 constexpr unsigned short Low16(int value) {
     return static_cast<unsigned short>(static_cast<unsigned>(value) & 0xffffU);
 }
+
+// Sums and differences of 32 bits that wrap around instead of overflowing: node values are whatever a caller loads.
+constexpr int WrapAdd(int a, int b) { return static_cast<int>(static_cast<unsigned>(a) + static_cast<unsigned>(b)); }
+constexpr int WrapSubtract(int a, int b) {
+    return static_cast<int>(static_cast<unsigned>(a) - static_cast<unsigned>(b));
+}
+constexpr int WrapMultiply(int a, int b) {
+    return static_cast<int>(static_cast<unsigned>(a) * static_cast<unsigned>(b));
+}

@@ -3,11 +3,16 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "iccfile/IccFile4.h"
 #include "iccfile/LutTags.h"
 #include "units/Info.h"
+
+namespace ICC40::ICC_UNIT {
+class OutputTable33;
+}
 
 namespace ICC40::ICC_ENG_S4 {
 
@@ -85,11 +90,19 @@ public:
     std::int32_t InEntries = 0;  ///< 0, 256 or 65536
 
 private:
-    struct Lut;
-    Lut GetLut();
+    /// Marks the engine as one that cannot convert: `OutputSpace` and `BuildResult` 65535. Returns 65535.
     int Refuse();
-    template <typename Build>
+    using Build = std::function<void(const ICCFILE::CLut16Type&)>;
+    /// Runs `build` with the table that the intent selects, and returns the output space. Without a table returns
+    /// 65535 and changes nothing; refuses one that the units cannot use. When memory runs out on the way, refuses
+    /// and passes the exception on.
     int Rebuild(const Build& build);
+    /// 16-bit pixels at any address; nothing when the tables are not those of the 16-bit path.
+    void ConvertWide(const unsigned char* source, unsigned char* dest, int pixels) const;
+    /// The first three tables of a unit become the output stage.
+    void TakeOutputTables(const ICC_UNIT::OutputTable33& table);
+    /// All three stages from one table.
+    void BuildStages(const ICCFILE::CLut16Type& lut, double lightness, double chroma, double hue);
 };
 
 }  // namespace ICC40::ICC_ENG_S4

@@ -58,8 +58,8 @@ public:
 
     std::unique_ptr<int[]> LUT_Pos;  ///< position of each node on an axis in 16-bit units; null until `Initial`
     double LUT_Step = 0;             ///< distance between nodes: 65536.0 / (LUT_Size - 1)
-    int LUT_Shift = 0;               ///< bits below the cell index: 11, 12, 13
-    int LUT_Mask = 0;                ///< (1 << LUT_Shift) - 1
+    int LUT_Shift = 11;              ///< bits below the cell index: 11, 12, 13
+    int LUT_Mask = 2047;             ///< (1 << LUT_Shift) - 1
     int LUT_Size = 0;                ///< points on each axis
     int InChannels = 0;
     int OutChannels = 0;

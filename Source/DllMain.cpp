@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// The two lines that the library prints when it is loaded and unloaded.
+#include <cstdio>
+
+namespace {
+
+// The lowest number that is ours: built before and destroyed after everything else in the library, the engines
+// included. Only the C library is relied on here.
+constexpr int kFirst = 101;
+constexpr char kModule[] = "Source/DllMain";
+
+__attribute__((constructor(kFirst))) void initializer() { std::printf("[%s] initializer()\n", kModule); }
+
+__attribute__((destructor(kFirst))) void finalizer() { std::printf("[%s] finalizer()\n", kModule); }
+
+}  // namespace

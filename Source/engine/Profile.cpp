@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Binding a profile: reading it, choosing its table, and building the stages from it.
+#include "Numeric.h"
+#include "engine/CIccEngineS.h"
+
+namespace ICC40::ICC_ENG_S4 {
+
+using ICC4_HEADER::TagName;
+using ICC_UNIT::kNoSpace;
+using ICC_UNIT::kUnset;
+using ICCFILE::CLut;
+using ICCFILE::CLut16Type;
+using ICCFILE::ColorSpaceSignature;
+
+namespace {
+
+/// The table of an intent; "A2B1" stands in for one that is absent. An unknown intent is a perceptual one.
+ICCFILE::icTagSignature TableOf(ICCFILE::Intent intent) {
+    switch (intent) {
+        case ICCFILE::IntentRelativeColorimetric:
+        case ICCFILE::IntentAbsoluteColorimetric:
+            return TagName("A2B1");
+        case ICCFILE::IntentSaturation:
+            return TagName("A2B2");
+        default:
+            return TagName("A2B0");
+    }
+}
+
+}  // namespace
+
+CIccEngineS::CIccEngineS() = default;
+
+CIccEngineS::~CIccEngineS() = default;
+
+void CIccEngineS::Reset() {
+    Unit.Reset();
+    Lut1DInR.reset();
+    Lut1DInG.reset();
+    Lut1DInB.reset();
+    InEntries = 0;
+}
+
+int CIccEngineS::Refuse() {
+    Unit.OutputSpace = kNoSpace;
+    Unit.BuildResult = kUnset;
+    return kUnset;
+}
+
+ICCFILE::iccTagBase* CIccEngineS::GetMft2() {
+    ICCFILE::iccTagBase* tag = File.GetTag(TableOf(Unit.Intent));
+    return tag != nullptr ? tag : File.GetTag(TagName("A2B1"));
+}
+
+int CIccEngineS::Rebuild(const Build& build) {
+    const ICCFILE::iccTagBase* tag = GetMft2();
+    if (tag == nullptr) return kUnset;
+    try {
+        std::unique_ptr<CLut16Type> temporary;
+        const auto* lut = dynamic_cast<const CLut16Type*>(tag);
+        if (lut == nullptr) {
+            temporary = std::make_unique<CLut16Type>(dynamic_cast<const CLut*>(tag));
+            lut = temporary.get();
+        }
+        if (!lut->Usable()) return Refuse();
+        build(*lut);
+    } catch (...) {
+        Refuse();
+        throw;
+    }
+    return Unit.OutputSpace;
+}
+
+void CIccEngineS::BuildStages(const CLut16Type& lut, double lightness, double chroma, double hue) {
+    Set1DLutIn(&lut);
+    Set3DLut(&lut, lightness, chroma, hue);
+    Set1DLutOut(&lut);
+}
+
+int CIccEngineS::SetProfile(const char* profile, const char*, ICCFILE::Intent intent, ColorSpaceSignature input,
+                            ColorSpaceSignature output, double lightness, double chroma, double hue) {
+    return SetProfile(profile, intent, input, output, lightness, chroma, hue);
+}
+
+int CIccEngineS::SetProfile(const char* profile, ICCFILE::Intent intent, ColorSpaceSignature input,
+                            ColorSpaceSignature output, double lightness, double chroma, double hue) try {
+    // The path is remembered in every case, also when the rest fails.
+    const bool changed = Unit.CheckCurrentProfile(profile, nullptr) != 0;
+    if (!changed && Unit.OutputSpace != kNoSpace && Unit.Intent == intent && Unit.InputSpace == input &&
+        Unit.OutputSpace == output) {
+        return 0;
+    }
+    Reset();
+    Unit.InputSpace = input;
+    Unit.OutputSpace = output;
+    Unit.Intent = intent;
+    File.Reset();
+    Unit.ProfileState = 0;
+    if (input != ICCFILE::CsRGB_8 && input != ICCFILE::CsRGB_16) {
+        Refuse();
+        return ICC_UNIT::kInputRange;
+    }
+    if (File.ReadFile(profile) != 0) {
+        Refuse();
+        return ICC_UNIT::kUnreadable;
+    }
+    // Kept: a profile without a usable tag is no failure here; the output space stays as it was asked for.
+    Unit.BuildResult = InputColorSpace2RGB(lightness, chroma, hue);
+    return 0;
+} catch (...) {
+    Refuse();
+    throw;
+}
+
+int CIccEngineS::SetIntent(ICCFILE::Intent intent, ColorSpaceSignature input, ColorSpaceSignature output, double,
+                           double, double) {
+    if (Unit.InputSpace == input && Unit.Intent == intent && Unit.OutputSpace == output) return output;
+    // Kept: neither the encoding nor the profile's state is looked at, so that an empty engine takes the new values.
+    Unit.InputSpace = input;
+    Unit.OutputSpace = output;
+    Unit.Intent = intent;
+    // Kept: a fraction given to Adjust_Lch is lost here.
+    return Rebuild([this](const CLut16Type& lut) { BuildStages(lut, Unit.Lightness, Unit.Chroma, Unit.Hue); });
+}
+
+int CIccEngineS::ConstructEngine(double lightness, double chroma, double hue) {
+    return Unit.ProfileState == kUnset ? kUnset : InputColorSpace2RGB(lightness, chroma, hue);
+}
+
+int CIccEngineS::InputColorSpace2RGB(double lightness, double chroma, double hue) {
+    return Rebuild([&](const CLut16Type& lut) { BuildStages(lut, lightness, chroma, hue); });
+}
+
+int CIccEngineS::Initial(int) { return ICC_UNIT::kNotImplemented; }
+
+int CIccEngineS::DeleteWorkingBuf() { return ICC_UNIT::kNotImplemented; }
+
+}  // namespace ICC40::ICC_ENG_S4

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "units/ColorTable33.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "Numeric.h"
+#include "units/Tetrahedra.h"
+#include "units/WorkingPixels.h"
+
+namespace ICC40::ICC_UNIT {
+namespace {
+
+/// Truncated positions of `size` nodes, the last included.
+std::unique_ptr<int[]> NodePositions(int size, double step) {
+    auto positions = std::make_unique<int[]>(static_cast<std::size_t>(size));
+    for (int n = 0; n < size; ++n) positions[static_cast<std::size_t>(n)] = Trunc(n * step);
+    return positions;
+}
+
+}  // namespace
+
+ColorTable33::ColorTable33() : ColorTable33("ColorTable33") {}
+
+ColorTable33::ColorTable33(const char* name) : Base(name) {
+    // Kept: as many bytes as 16-bit nodes would take, which is the first half.
+    std::memset(Color, 0, sizeof Color / sizeof(int) * sizeof(unsigned short));
+}
+
+void* ColorTable33::operator new(std::size_t size) {
+    void* memory = std::calloc(1, size);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+void ColorTable33::operator delete(void* memory) { std::free(memory); }
+
+void ColorTable33::SetSize(int size) {
+    LUT_Size = size;
+    LUT_Shift = size == 17 ? 12 : size == 9 ? 13 : 11;
+    LUT_Mask = (1 << LUT_Shift) - 1;
+}
+
+int ColorTable33::Initial(const ICCFILE::CLut16Type* lut) {
+    SetSize(lut->clutPoints);
+    InChannels = lut->inputChan;
+    OutChannels = lut->outputChan;
+    const std::uint16_t* node = lut->clutTable.get();
+    for (int i = 0; i < LUT_Size; ++i) {
+        for (int j = 0; j < LUT_Size; ++j) {
+            for (int k = 0; k < LUT_Size; ++k, node += OutChannels) std::copy_n(node, OutChannels, Color[i][j][k]);
+        }
+    }
+    LUT_Step = 65536.0 / (LUT_Size - 1);
+    LUT_Pos = NodePositions(LUT_Size, LUT_Step);  // Kept: the last position is 65536 here, 65535 after a resize
+    if (LUT_Size != 9 && LUT_Size != 17 && LUT_Size != 33) TableResize(17);
+    return 0;
+}
+
+int ColorTable33::SetColorTable(const int* nodes, int size) {
+    if (size < 0 || size > LUT_Size33) return 0;
+    SetSize(size);
+    for (int i = 0; i < size; ++i) {
+        for (int j = 0; j < size; ++j) {
+            for (int k = 0; k < size; ++k, nodes += 7) std::copy_n(nodes, 7, Color[i][j][k]);
+        }
+    }
+    return 0;
+}
+
+void ColorTable33::Interpolate(unsigned short a, unsigned short b, unsigned short c, int channels,
+                               unsigned short* out) const {
+    const int i = a >> LUT_Shift, j = b >> LUT_Shift, k = c >> LUT_Shift;
+    const int fx = a & LUT_Mask, fy = b & LUT_Mask, fz = c & LUT_Mask;
+    const Tetrahedron& path = kTetrahedra[FindTetrahedron(fx, fy, fz)];
+    for (int channel = 0; channel < channels; ++channel) {
+        const auto corner = [&](int at) { return Color[i + StepX(at)][j + StepY(at)][k + StepZ(at)][channel]; };
+        const auto part = [&](const Edge& edge, int fraction) {
+            return WrapMultiply(WrapSubtract(corner(edge.to), corner(edge.from)), fraction);
+        };
+        int sum = WrapMultiply(corner(0), 1 << LUT_Shift);
+        sum = WrapAdd(sum, part(path.x, fx));
+        sum = WrapAdd(sum, part(path.y, fy));
+        sum = WrapAdd(sum, part(path.z, fz));
+        out[channel] = Low16(sum >> LUT_Shift);
+    }
+}
+
+int ColorTable33::Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short&, unsigned short&,
+                             unsigned short&, unsigned short&) {
+    unsigned short out[3];
+    Interpolate(a, b, c, 3, out);
+    a = out[0];
+    b = out[1];
+    c = out[2];
+    return 0;
+}
+
+void ColorTable33::Conversion(int& a, int& b, int& c, int& d, int& e, int& f, int& g) const {
+    if (LUT_Pos == nullptr) return;
+    const int values[3] = {std::clamp(a, 0, 65535), std::clamp(b, 0, 65535), std::clamp(c, 0, 65535)};
+    int node[3];
+    double fraction[3];
+    for (int axis = 0; axis < 3; ++axis) {
+        node[axis] = Trunc(values[axis] / LUT_Step);
+        fraction[axis] = (values[axis] - LUT_Pos[static_cast<std::size_t>(node[axis])]) / LUT_Step;
+    }
+    const Tetrahedron& path = kTetrahedra[FindTetrahedron(fraction[0], fraction[1], fraction[2])];
+    int* const out[7] = {&a, &b, &c, &d, &e, &f, &g};
+    for (int channel = 0; channel < 7; ++channel) {
+        const auto corner = [&](int at) {
+            return Color[node[0] + StepX(at)][node[1] + StepY(at)][node[2] + StepZ(at)][channel];
+        };
+        const auto slope = [&](const Edge& edge) {
+            return static_cast<double>(WrapSubtract(corner(edge.to), corner(edge.from)));
+        };
+        const double rise = slope(path.x) * fraction[0] + slope(path.y) * fraction[1] + slope(path.z) * fraction[2];
+        // Toward zero: a falling slope rounds up, a rising one down.
+        *out[channel] = WrapAdd(Trunc(rise), corner(0));
+    }
+}
+
+int ColorTable33::Conversion(unsigned char*, int) { return 0; }
+
+int ColorTable33::Conversion(Info* info) {
+    const int pixels = WorkingPixels(*info, 3);
+    unsigned short spare[4] = {};
+    unsigned short* pixel = info->WorkBuf.get();
+    for (int p = 0; p < pixels; ++p, pixel += 3) {
+        Conversion(pixel[0], pixel[1], pixel[2], spare[0], spare[1], spare[2], spare[3]);
+    }
+    return 0;
+}
+
+int ColorTable33::TableResize(int size) {
+    if (LUT_Size == size || size < 2 || size > LUT_Size33) return 0;
+    const double step = 65536.0 / (size - 1);
+    auto positions = NodePositions(size, step);
+    // The top node is taken at 65535, in the last old cell and not on the last old node: a hair below its value.
+    positions[static_cast<std::size_t>(size - 1)] = 65535;
+
+    const auto count = static_cast<std::size_t>(size);
+    const auto nodes = std::make_unique<int[][7]>(count * count * count);
+    auto* node = nodes.get();
+    for (std::size_t i = 0; i < count; ++i) {
+        for (std::size_t j = 0; j < count; ++j) {
+            for (std::size_t k = 0; k < count; ++k, ++node) {
+                int v[7] = {positions[i], positions[j], positions[k]};
+                Conversion(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
+                std::copy_n(v, 7, *node);
+            }
+        }
+    }
+    SetColorTable(&nodes[0][0], size);
+    LUT_Step = step;
+    LUT_Pos = std::move(positions);
+    return 0;
+}
+
+}  // namespace ICC40::ICC_UNIT

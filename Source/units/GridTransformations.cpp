@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// What turns the grid of a profile into the grid of an engine: the shift in LCh, and the road from Lab to RGB.
+#include <memory>
+
+#include "Numeric.h"
+#include "color/CLCH.h"
+#include "units/ColorTable33.h"
+#include "units/OutputTable33.h"
+
+namespace ICC40::ICC_UNIT {
+namespace {
+
+/// The white of the profile connection space, near D50, on the scale of `CLCH::SetWhite`.
+constexpr double kWhite[3] = {63195.0, 65535.0, 54073.0};
+
+// The Lab encoding of 16-bit tables: 65280 is L* = 100, and 32768 is neutral in a* and b*, 256 to a unit.
+double LightnessOf(int value) { return value * 100.0 / 65280.0; }
+double OpponentOf(int value) { return (value - 32768) * 0.00390625; }
+int EncodeLightness(double lightness) {
+    if (lightness < 0) return 0;
+    if (lightness > 100) return 65280;
+    return Low16(Trunc(lightness * 65280.0 / 100.0));
+}
+int EncodeOpponent(double value) { return Low16(Trunc(256.0 * value + 32768.0)); }
+
+struct Primaries {
+    ColorLch::ColorSpace space;
+    int result;
+};
+
+/// By the range of the value alone: gamma and width in the space's name have no effect on the grid.
+Primaries FindPrimaries(ICCFILE::ColorSpaceSignature space) {
+    if (space >= 20 && space <= 23) return {ColorLch::ColorSpace_AdobeRGB, ICCFILE::CsAdobeRGB_Gamma100_16};
+    if (space >= 24 && space <= 27) return {ColorLch::ColorSpace_AppleRGB, ICCFILE::CsAppleRGB_Gamma100_16};
+    // Kept: 31, where the pattern of the two families above would give 29.
+    if (space >= 28 && space <= 31) return {ColorLch::ColorSpace_ColorMatchRGB, ICCFILE::CsColorMatchRGB_Gamma180_16};
+    return {ColorLch::ColorSpace_sRGB, space};
+}
+
+}  // namespace
+
+int ColorTable33::Adjust_Lch(double lightness, double chroma, double hue) {
+    ColorLch::CLCH color(kWhite[0], kWhite[1], kWhite[2]);
+    for (int i = 0; i < LUT_Size; ++i) {
+        for (int j = 0; j < LUT_Size; ++j) {
+            for (int k = 0; k < LUT_Size; ++k) {
+                int* node = Color[i][j][k];
+                // Kept: the node is read as Lab as it stands, before the profile's output curves.
+                color.PutData_Lab(LightnessOf(Low16(node[0])), OpponentOf(Low16(node[1])), OpponentOf(Low16(node[2])));
+                color.Adjust(lightness, chroma, hue);
+                node[0] = EncodeLightness(color.L);
+                node[1] = EncodeOpponent(color.a);
+                node[2] = EncodeOpponent(color.b);
+            }
+        }
+    }
+    return 0;
+}
+
+int ColorTable33::Lab2RGB100_16(const ICCFILE::CLut16Type* lut, ICCFILE::ColorSpaceSignature space,
+                                const ICCFILE::CXYZType* white) {
+    const auto table = std::make_unique<OutputTable33>();
+    table->Initial(lut);
+    return Lab2RGB100_16_1D(table.get(), space, white);
+}
+
+int ColorTable33::Lab2RGB100_16_1D(const OutputTable33* table, ICCFILE::ColorSpaceSignature space,
+                                   const ICCFILE::CXYZType* white) {
+    ColorLch::CLCH color(kWhite[0], kWhite[1], kWhite[2]);
+    const Primaries primaries = FindPrimaries(space);
+    color.SetColorSpace(primaries.space);
+    // Kept: fixed-point words of scale 65536, read as unsigned, go where 65535 stands for 1.0.
+    if (white != nullptr) color.SetWhite(white->rawXYZ[0], white->rawXYZ[1], white->rawXYZ[2]);
+    for (int i = 0; i < LUT_Size; ++i) {
+        for (int j = 0; j < LUT_Size; ++j) {
+            for (int k = 0; k < LUT_Size; ++k) {
+                int* node = Color[i][j][k];
+                const auto curved = [&](int row) { return int{Low16(table->Lut16[row][Low16(node[row])])}; };
+                color.PutData_Lab(LightnessOf(curved(0)), OpponentOf(curved(1)), OpponentOf(curved(2)));
+                // Kept: linear RGB of 8 bits, 0 to 65280 in steps of 256; the later stages rely on that scale.
+                node[0] = Trunc(color.R) << 8;
+                node[1] = Trunc(color.G) << 8;
+                node[2] = Trunc(color.B) << 8;
+            }
+        }
+    }
+    return primaries.result;
+}
+
+}  // namespace ICC40::ICC_UNIT
