@@ -71,12 +71,12 @@ int ColorTable33::SetColorTable(const int* nodes, int size) {
     return 0;
 }
 
-void ColorTable33::Interpolate(unsigned short a, unsigned short b, unsigned short c, int channels,
-                               unsigned short* out) const {
-    const int i = a >> LUT_Shift, j = b >> LUT_Shift, k = c >> LUT_Shift;
-    const int fx = a & LUT_Mask, fy = b & LUT_Mask, fz = c & LUT_Mask;
+void ColorTable33::Interpolate(const Samples& samples, int channels) const {
+    const int x = *samples[0], y = *samples[1], z = *samples[2];
+    const int i = x >> LUT_Shift, j = y >> LUT_Shift, k = z >> LUT_Shift;
+    const int fx = x & LUT_Mask, fy = y & LUT_Mask, fz = z & LUT_Mask;
     const Tetrahedron& path = kTetrahedra[FindTetrahedron(fx, fy, fz)];
-    for (int channel = 0; channel < channels; ++channel) {
+    for (std::size_t channel = 0; channel < static_cast<std::size_t>(channels); ++channel) {
         const auto corner = [&](int at) { return Color[i + StepX(at)][j + StepY(at)][k + StepZ(at)][channel]; };
         const auto part = [&](const Edge& edge, int fraction) {
             return WrapMultiply(WrapSubtract(corner(edge.to), corner(edge.from)), fraction);
@@ -85,17 +85,13 @@ void ColorTable33::Interpolate(unsigned short a, unsigned short b, unsigned shor
         sum = WrapAdd(sum, part(path.x, fx));
         sum = WrapAdd(sum, part(path.y, fy));
         sum = WrapAdd(sum, part(path.z, fz));
-        out[channel] = Low16(sum >> LUT_Shift);
+        *samples[channel] = Low16(sum >> LUT_Shift);
     }
 }
 
-int ColorTable33::Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short&, unsigned short&,
-                             unsigned short&, unsigned short&) {
-    unsigned short out[3];
-    Interpolate(a, b, c, 3, out);
-    a = out[0];
-    b = out[1];
-    c = out[2];
+int ColorTable33::Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short& d,
+                             unsigned short& e, unsigned short& f, unsigned short& g) {
+    Interpolate({&a, &b, &c, &d, &e, &f, &g}, 3);
     return 0;
 }
 

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <memory>
 
@@ -67,8 +68,10 @@ public:
 
 protected:
     explicit ColorTable33(const char* name);
-    /// Integer interpolation of the first `channels` channels into `out`.
-    void Interpolate(unsigned short a, unsigned short b, unsigned short c, int channels, unsigned short* out) const;
+    using Samples = std::array<unsigned short*, 7>;
+    /// Integer interpolation at the position in the first three samples, which are read before the first
+    /// `channels` samples are overwritten.
+    void Interpolate(const Samples& samples, int channels) const;
 
 private:
     void SetSize(int size);

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace CONFIG {
+
+/// A plain-text settings file: sections of rows "key = value", each closed by a line of the section's name with
+/// "end" behind it; "//" makes a comment. The file is only ever read.
+///
+/// One thread uses an object; a look-up can add an empty section to it.
+class ConfigTXT {
+public:
+    /// Stores the name (borrowed, copied) and reads the file, as `ReadTxt`.
+    int Initial(const char* name);
+    /// Reads the file into `sections`: a section of the same name is replaced whole, others stay. A row without "="
+    /// prints two lines. Returns 0, or -1 if there is no such regular file.
+    int ReadTxt();
+    /// Copies the value, or the default, with its terminator to `out`, which has room for 128 bytes. Kept: a text of
+    /// 128 characters or more is cut there and loses its terminator. Returns 0.
+    int GetString(const char* section, const char* key, const char* defaultValue, char* out);
+    /// The value as a number (0 for text without leading digits), or the default if there is no such key.
+    int GetInt(const char* section, const char* key, int defaultValue);
+    int SetInt(const char* section, const char* key, int value);             ///< Kept: stores nothing, returns 0
+    int SetString(const char* section, const char* key, const char* value);  ///< Kept: stores nothing, returns 0
+
+    using Rows = std::map<std::string, std::string>;
+    std::string fileName;
+    std::map<std::string, Rows> sections;
+
+private:
+    const std::string* Find(const char* section, const char* key);
+};
+
+}  // namespace CONFIG
+
+// Ten functions that do nothing, or only print a line. Kept: none reads or changes a ConfigTXT, and the integer forms
+// print a 0 whatever they are given. A null text sets the failure state of the standard output.
+int ConfigFile(const char* name);
+int ConfigGetInt(const char* section, const char* key);
+int ConfigGetString(const char* section, const char* key, const char* defaultValue, char* out);
+int ConfigSetInt(const char* section, const char* key, int value);
+int ConfigSetString(const char* section, const char* key, const char* value);
+int ConfigFile2(const char* name);
+int ConfigGetInt2(const char* section, const char* key);
+int ConfigGetString2(const char* section, const char* key, const char* unused, const char* value);
+int ConfigSetInt2(const char* section, const char* key, int unused);
+int ConfigSetString2(const char* section, const char* key, const char* value);
