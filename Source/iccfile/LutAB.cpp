@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "iccfile/LutTags.h"
+#include "iccfile/TagReader.h"
+
+namespace ICC40::ICCFILE {
+namespace {
+
+constexpr std::uint64_t kGridPrecision = 16;
+constexpr std::uint64_t kGridData = 20;
+
+/// One curve after the other from `at` on, as many as there is room for.
+void ReadCurves(const TagReader& block, std::uint64_t at, unsigned count, icTagSignature tagName,
+                std::span<std::unique_ptr<CCurveType>> curves) {
+    for (std::size_t i = 0; i < std::min<std::size_t>(count, curves.size()); ++i) {
+        curves[i] = std::make_unique<CCurveType>();
+        at += curves[i]->InitialWithin(tagName, TagReader(block.From(at)));
+    }
+}
+
+std::unique_ptr<CLutGrid> ReadGrid(const TagReader& block, std::uint64_t at, unsigned inputChan, unsigned outputChan) {
+    auto grid = std::make_unique<CLutGrid>();
+    for (std::size_t i = 0; i < grid->gridPoints.size(); ++i) grid->gridPoints[i] = block.U8(at + i);
+    grid->precision = block.U8(at + kGridPrecision);
+    for (std::size_t i = 0; i < grid->padding.size(); ++i) grid->padding[i] = block.U8(at + kGridPrecision + 1 + i);
+
+    std::uint64_t bytes = std::uint64_t{grid->precision} * outputChan;
+    // Stopped once no block can hold it, so that the product does not wrap around.
+    for (std::size_t axis = 0; axis < std::min<std::size_t>(inputChan, 16) && bytes <= block.Size(); ++axis) {
+        bytes *= grid->gridPoints[axis];
+    }
+    if (!block.Holds(at + kGridData, bytes)) return grid;
+    grid->gridData = std::make_unique<std::uint8_t[]>(bytes);
+    grid->gridBytes = bytes;
+    std::copy_n(block.From(at + kGridData).begin(), bytes, grid->gridData.get());
+    if (grid->precision != 2) return grid;
+    for (std::uint64_t i = 0; i + 1 < bytes; i += 2) {
+        const std::uint16_t value = block.U16(at + kGridData + i);
+        std::memcpy(&grid->gridData[i], &value, sizeof value);
+    }
+    return grid;
+}
+
+}  // namespace
+
+unsigned CLut::Initial(icTagSignature tagName, unsigned char* data, int size) {
+    const unsigned taken = iccTagBase::Initial(tagName, data, size);
+    const TagReader block(data, size);
+    inputChan = block.U8(8);
+    outputChan = block.U8(9);
+    lutPad = {block.U8(10), block.U8(11)};
+    bCurveOffset = block.U32(12);
+    matrixOffset = block.U32(16);
+    mCurveOffset = block.U32(20);
+    clutOffset = block.U32(24);
+    aCurveOffset = block.U32(28);
+
+    const bool a2b = IsA2B(tagName);
+    if (bCurveOffset != 0) ReadCurves(block, bCurveOffset, a2b ? outputChan : inputChan, tagName, bCurves);
+    if (mCurveOffset != 0) ReadCurves(block, mCurveOffset, 1, tagName, std::span(&mCurve, 1));
+    if (clutOffset != 0) clut = ReadGrid(block, clutOffset, inputChan, outputChan);
+    if (aCurveOffset != 0) ReadCurves(block, aCurveOffset, a2b ? inputChan : outputChan, tagName, aCurves);
+    return taken;
+}
+
+}  // namespace ICC40::ICCFILE
