@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "tiff/Tiff.h"
 
@@ -77,6 +78,18 @@ public:
     std::int32_t rowBytes = 0;          ///< from one row to the next
     std::int32_t resolution = 0;        ///< value of tag 282
     unsigned char* imageBuf = nullptr;  ///< the data of tag 273; not owned
+
+private:
+    std::int64_t OffsetOf(int x, int y) const;  ///< bytes from the image's start, unchecked
+    unsigned char* Checked(int x, int y);       ///< clamped; null outside the image's bytes
+    unsigned char* Unchecked(int x, int y);
+    std::span<unsigned char> Bytes(unsigned char* from, std::int64_t wanted);  ///< no further than the image goes
+    std::span<unsigned char> Row(int row, int count);
+    int ReadRow(void* buf, int row, int count);
+    int WriteRow(const void* buf, int row, int count);
+    template <typename T>
+    int ReadBlock(T* buf, int x, int y, int w, int h);
+    int WriteBlock(const void* buf, int x, int y, int w, int h);
 };
 
 }  // namespace Orvix_Tiff_STL2

@@ -65,6 +65,10 @@ public:
     std::uint32_t ifdOffset = 0;                 ///< of the file that was read
     std::vector<std::unique_ptr<TiffTag>> tags;  ///< owns, in the order of the directory
     std::int32_t writeIfdOffset = 8;             ///< Kept: nothing reads it
+
+private:
+    /// One piece of the file becomes the image.
+    void ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes);
 };
 
 }  // namespace Orvix_Tiff_STL2

@@ -68,6 +68,8 @@ public:
 
     /// Bytes that the entry announces: item width x count, 0 if an int cannot hold that.
     int Size() const;
+    /// The same for what is really written: 0 if data that do not fit in the entry are absent.
+    int StoredSize() const;
     /// Puts `bytes` zeroed bytes into `data`, in place of what was there, and returns them.
     unsigned char* Allocate(std::size_t bytes);
     /// Takes over `bytes` bytes from array new (or null).
@@ -79,6 +81,10 @@ public:
     std::uint32_t value = 0;                ///< the data if they fit in four bytes, else their place in the file
     std::unique_ptr<unsigned char[]> data;  ///< null if there are none
     std::size_t dataSize = 0;               ///< bytes in `data`
+
+protected:
+    /// Reads from `value` on; what the file does not hold leaves `bytes` as they are.
+    void ReadInto(unsigned char* bytes, std::size_t size, std::FILE* f) const;
 };
 
 /// BitsPerSample. Made without a stream it builds `count` copies of the value, but for a count of 1.

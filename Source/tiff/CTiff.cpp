@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/CTiff.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+
+#include "ByteOrder.h"
+#include "FileHandle.h"
+#include "Numeric.h"
+
+namespace Orvix_Tiff_STL2 {
+namespace {
+
+/// Bytes of a row of pixels; a row starts on a byte.
+int RowBytes(int samples, int width, int bits) {
+    return Trunc(std::ceil(WrapMultiply(WrapMultiply(samples, width), bits) * 0.125));
+}
+
+/// Bytes of an image. Kept: unlike a row, each plane of samples is rounded up to whole bytes on its own.
+double ImageSize(int width, int height, int samples, int bits) {
+    return static_cast<double>(height) * std::ceil(static_cast<double>(WrapMultiply(bits, width)) * 0.125) *
+           static_cast<double>(samples);
+}
+
+unsigned int PhotometricOf(int samples) {
+    constexpr unsigned char kBySamples[8] = {1, 1, 1, 2, 5, 1, 0, 0};
+    return samples >= 0 && samples < 8 ? kBySamples[samples] : 1U;
+}
+
+}  // namespace
+
+CTiff::CTiff(const char* fileName) { CTiff::ReadFile(fileName); }
+
+int CTiff::ReadFile(const char* fileName) {
+    imageBuf = nullptr;
+    try {
+        if (Tiff::ReadFile(fileName) != 0)
+            throw static_cast<const char*>(" *** CTiff::ReadFile() --> ReadFiel Error. *** ");
+        width = GetTagValue(kImageWidth);
+        height = GetTagValue(kImageLength);
+        samples = GetTagValue(kSamplesPerPixel);
+        bits = GetTagValue(kBitsPerSample);
+        rowBytes = RowBytes(samples, width, bits);
+        resolution = GetTagValue(kXResolution);
+        const TiffTag* image = GetTag(kStripOffsets);
+        if (image != nullptr) imageBuf = image->data.get();
+    } catch (const char* text) {
+        std::cout << "*** " << text << " Open Error. ***" << std::endl;
+    } catch (...) {
+        std::cout << "*** CTiff::ReadFile() --> unknown Error. ***" << std::endl;
+    }
+    return 0;
+}
+
+int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamples, int newBits, int allocate) {
+    imageBuf = nullptr;
+    Reset();
+    const double size = ImageSize(newWidth, newHeight, newSamples, newBits);
+    const bool possible = size >= 0 && size <= 4294967295.0;
+    const auto bytes = possible ? static_cast<std::uint64_t>(size) : 0;
+    const auto unsignedOf = [](int v) { return static_cast<unsigned int>(v); };
+
+    // Kept: this order is the order of the directory, and tag 254 is four bytes instead of one long.
+    SetTag(TiffTagSignature{254}, 1, 4, 0, nullptr);
+    SetTag(kImageWidth, 4, 1, unsignedOf(newWidth), nullptr);
+    SetTag(kImageLength, 4, 1, unsignedOf(newHeight), nullptr);
+    SetTag(kBitsPerSample, 3, unsignedOf(newSamples), unsignedOf(newBits), nullptr);
+    SetTag(TiffTagSignature{259}, 3, 1, 1, nullptr);
+    SetTag(TiffTagSignature{262}, 3, 1, PhotometricOf(newSamples), nullptr);
+    SetTag(kSamplesPerPixel, 3, 1, unsignedOf(newSamples), nullptr);
+    SetTag(kRowsPerStrip, 4, 1, unsignedOf(newHeight), nullptr);
+    SetTag(kStripByteCounts, 4, 1, static_cast<unsigned int>(bytes), nullptr);
+    auto image = std::make_unique<TiffTag>(kStripOffsets, FieldType{4}, 1, 0, nullptr);
+    if (allocate == 1 && possible) imageBuf = image->Allocate(static_cast<std::size_t>(bytes));
+    Tiff::SetTag(image.release());
+    SetTag(kXResolution, 5, 1, unsignedOf(newResolution), nullptr);
+    SetTag(kYResolution, 5, 1, unsignedOf(newResolution), nullptr);
+    SetTag(TiffTagSignature{296}, 3, 1, 2, nullptr);
+    SetTag(kPlanarConfiguration, 3, 1, 1, nullptr);
+    SetTag(kIccProfile, 7, 0, 0, nullptr);
+
+    width = newWidth;
+    height = newHeight;
+    samples = newSamples;
+    bits = newBits;
+    resolution = newResolution;
+    rowBytes = RowBytes(samples, width, bits);
+    return 0;
+}
+
+int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamples, int newBits, const char* rawFile) {
+    try {
+        const FileHandle raw = OpenForReading(rawFile);
+        if (raw == nullptr) throw static_cast<const char*>("*** CTiff::CreateNew() --> Create File Fail *** ");
+        CreateNew(newWidth, newHeight, newResolution, newSamples, newBits, 1);
+        const std::int64_t wanted = std::int64_t{height} * rowBytes;
+        const std::size_t bytes = std::min(wanted > 0 ? static_cast<std::size_t>(wanted) : 0, ImageBytes());
+        [[maybe_unused]] const std::size_t got = bytes == 0 ? 0 : std::fread(imageBuf, 1, bytes, raw.get());
+    } catch (const char* text) {
+        std::cout << text << std::endl;
+    }
+    return 0;
+}
+
+int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamples, int newBits, const char* rawFile,
+                     const char* tiffFile) {
+    CreateNew(newWidth, newHeight, newResolution, newSamples, newBits, rawFile);
+    SaveFile(tiffFile);
+    return 0;
+}
+
+int CTiff::SetTag(TiffTagSignature tag, unsigned short type, unsigned int count, unsigned int value, unsigned char*) {
+    return Tiff::SetTag(CreateTag(type * 65536U + tag, count, value, nullptr).release());
+}
+
+int CTiff::SetTagValue(TiffTagSignature tag, unsigned int v) { return Tiff::SetTagValue(tag, v); }
+
+void CTiff::RemoveIcc() {
+    const auto place =
+        std::find_if(tags.begin(), tags.end(), [](const auto& held) { return held->tag == kIccProfile; });
+    if (place != tags.end()) tags.erase(place);
+}
+
+int CTiff::SetIccProfile(const char* fileName) {
+    const FileHandle f = OpenForReading(fileName);
+    if (f == nullptr) throw static_cast<const char*>(" *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
+    unsigned char header[4] = {};
+    [[maybe_unused]] std::size_t got = std::fread(header, 1, sizeof header, f.get());
+    TiffTag* tag = GetTag(kIccProfile);
+    if (tag == nullptr) return 0;
+    const auto size = static_cast<std::uint32_t>(std::min<std::uint64_t>(LoadBig32(header), FileSize(f.get())));
+    unsigned char* bytes = tag->Allocate(size);
+    tag->count = size;
+    tag->value = 0;
+    SeekTo(f.get(), 0);
+    got = std::fread(bytes, 1, size, f.get());
+    return 0;
+}
+
+int CTiff::SaveIccProfile(const char* fileName) {
+    const TiffTag* tag = GetTag(kIccProfile);
+    if (tag == nullptr || fileName == nullptr) return 0;
+    FileHandle f(std::fopen(fileName, "wb+"));
+    if (f == nullptr) return 0;
+    const std::size_t bytes = std::min<std::size_t>(tag->count, tag->dataSize);
+    if (bytes != 0) std::fwrite(tag->data.get(), 1, bytes, f.get());
+    return std::fclose(f.release());
+}
+
+}  // namespace Orvix_Tiff_STL2

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "ByteOrder.h"
+#include "FileHandle.h"
+#include "tiff/Tiff.h"
+
+namespace Orvix_Tiff_STL2 {
+namespace {
+
+constexpr std::array<unsigned char, 4> kMagic = {'I', 'I', 42, 0};
+constexpr std::size_t kMostEntries = 29;
+constexpr std::size_t kEntryBytes = 12;
+constexpr FieldType kShort{3}, kLong{4};
+
+/// How large an image may be against the file that it comes from: a file that was cut keeps the size it declares,
+/// a few bytes cannot ask for gigabytes.
+std::uint64_t ImageLimit(std::uint64_t held) { return 2 * held + (std::uint64_t{8} << 20); }
+
+/// What the tag data of one directory may take in all.
+std::uint64_t TagDataLimit(std::FILE* f) { return 2 * FileSize(f) + (std::uint64_t{64} << 10); }
+
+void ReadBytes(std::FILE* f, unsigned char* to, std::size_t bytes) {
+    [[maybe_unused]] const std::size_t got = std::fread(to, 1, bytes, f);  // what is not there stays 0
+}
+
+/// The items of a strip array by their declared width: bytes and shorts as such, everything else as 32-bit words.
+/// Up to four bytes of them stand in the entry itself.
+std::vector<std::uint32_t> Items(const TiffTag& tag) {
+    unsigned char inEntry[4];
+    StoreLittle32(inEntry, tag.value);
+    const auto size = static_cast<std::size_t>(tag.Size());
+    const unsigned char* bytes = size <= 4 ? inEntry : tag.data.get();
+    const std::size_t held = size <= 4 ? size : tag.dataSize;
+    const int width = ItemWidth(tag.type);
+    const std::size_t step = width == 1 || width == 2 ? static_cast<std::size_t>(width) : 4;
+    std::vector<std::uint32_t> items(std::min<std::size_t>(tag.count, held / step));
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const unsigned char* at = bytes + i * step;
+        items[i] = step == 1 ? *at : step == 2 ? LoadLittle16(at) : LoadLittle32(at);
+    }
+    return items;
+}
+
+/// Makes room for the image in the data of its tag. Returns null for an image that its file cannot account for.
+unsigned char* AllocateImage(TiffTag& tag, std::uint64_t bytes, std::uint64_t limit) {
+    if (bytes <= limit) return tag.Allocate(static_cast<std::size_t>(bytes));
+    tag.Adopt(nullptr, 0);
+    return nullptr;
+}
+
+}  // namespace
+
+int Tiff::ReadFile(const char* fileName) {
+    Reset();
+    if (fileName == nullptr) throw static_cast<const char*>(" *** Tiff::ReadFile() --> FileName is NULL. *** ");
+    const FileHandle f = OpenForReading(fileName);
+    if (CheckFile(f.get()) != 0) throw fileName;
+    ReadTiff(f.get());  // Kept: a file that it refuses is an empty list, and no failure here
+    return 0;
+}
+
+int Tiff::ReadTiff(std::FILE* f) {
+    std::array<unsigned char, 8> header{};
+    SeekTo(f, 0);
+    ReadBytes(f, header.data(), header.size());
+    if (!std::equal(kMagic.begin(), kMagic.end(), header.begin())) return -2;
+    ifdOffset = LoadLittle32(&header[4]);
+    SeekTo(f, ifdOffset);
+    std::array<unsigned char, 2> countBytes{};
+    ReadBytes(f, countBytes.data(), countBytes.size());
+    const std::size_t entries = LoadLittle16(countBytes.data());
+    if (entries > kMostEntries) return -3;
+
+    // The table is read whole first: the data of each entry lie elsewhere.
+    std::array<unsigned char, kMostEntries * kEntryBytes> table{};
+    const std::size_t whole = std::fread(table.data(), kEntryBytes, entries, f);
+    const std::uint64_t limit = TagDataLimit(f);
+    std::uint64_t spent = 0;
+    for (std::size_t i = 0; i < whole; ++i) {
+        const unsigned char* entry = &table[i * kEntryBytes];
+        // Tag and type stand in this order in the first word.
+        const std::uint32_t typeAndTag = LoadLittle32(entry);
+        const std::uint32_t count = LoadLittle32(entry + 4);
+        const std::uint32_t value = LoadLittle32(entry + 8);
+        auto bare = std::make_unique<TiffTag>(static_cast<TiffTagSignature>(typeAndTag & 0xffffU),
+                                              static_cast<FieldType>(typeAndTag >> 16), count, value, nullptr);
+        const auto size = static_cast<std::uint64_t>(bare->Size());
+        const bool carried = size > 4 && size <= FileSize(f);
+        if (carried && spent + size > limit) {
+            tags.push_back(std::move(bare));
+            continue;
+        }
+        if (carried) spent += size;
+        AddTags(typeAndTag, count, value, f);
+    }
+    ReadImage(f);
+    return 0;
+}
+
+int Tiff::ReadImage(std::FILE* f) {
+    const int width = GetTagValue(kImageWidth);
+    const int height = GetTagValue(kImageLength);
+    const int rows = GetTagValue(kRowsPerStrip);
+    const auto offset = static_cast<std::uint32_t>(GetTagValue(kStripOffsets));
+    const int planar = GetTagValue(kPlanarConfiguration);
+    const int bits = GetTagValue(kBitsPerSample);
+    const auto samples = static_cast<std::uint32_t>(GetTagValue(kSamplesPerPixel));
+
+    // Kept: with several strips the planes stay planes, whatever tag 284 says.
+    if (rows != height) return ReadMultiStripOffset(f);
+    if (planar <= 1) {
+        ReadStrip(f, offset, static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)));
+    } else if (bits == 1) {
+        // Kept: rows rounded down to whole bytes, and one offset of 16 bits for all planes.
+        ReadStrip(f, offset, static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(width >> 3) * samples);
+    } else {
+        ReadMultiStripOffset(f);
+        if (bits == 8) {
+            Pack<unsigned char>(width, rows);
+        } else {
+            Pack<unsigned short>(width, rows);
+        }
+        SetTagValue(kPlanarConfiguration, 1);
+    }
+    return 0;
+}
+
+void Tiff::ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes) {
+    TiffTag* tag = GetTag(kStripOffsets);
+    if (tag == nullptr) return;
+    if (tag->Size() > 4 && tag->data == nullptr) {
+        // An array that could not be read: what is attached now is not its data.
+        tag->count = 1;
+        tag->type = kLong;
+    }
+    unsigned char* image = AllocateImage(*tag, bytes, ImageLimit(FileSize(f)));
+    if (image != nullptr && SeekTo(f, offset)) ReadBytes(f, image, bytes);
+}
+
+int Tiff::ReadMultiStripOffset(std::FILE* f) {
+    TiffTag* image = GetTag(kStripOffsets);
+    if (image == nullptr) return 0;
+    TiffTag* counts = GetTag(kStripByteCounts);
+    const std::vector<std::uint32_t> offsets = Items(*image);
+    const std::vector<std::uint32_t> sizes = counts == nullptr ? std::vector<std::uint32_t>() : Items(*counts);
+    const std::size_t strips = std::min(offsets.size(), sizes.size());
+    std::uint64_t total = 0;
+    for (std::size_t i = 0; i < strips; ++i) total += sizes[i];
+
+    unsigned char* to = AllocateImage(*image, total, ImageLimit(FileSize(f)));
+    if (to == nullptr) total = 0;
+    for (std::size_t i = 0; to != nullptr && i < strips; to += sizes[i], ++i) {
+        // Kept: offsets are signed; a negative one leaves the stream where it stands.
+        if (offsets[i] <= INT32_MAX) SeekTo(f, offsets[i]);
+        ReadBytes(f, to, sizes[i]);
+    }
+    image->count = 1;
+    image->type = kLong;
+    if (counts != nullptr) {
+        counts->Adopt(nullptr, 0);
+        counts->type = kShort;  // Kept: a SHORT, with all 32 bits of the total in the entry
+        counts->count = 1;
+        counts->value = static_cast<std::uint32_t>(total);
+    }
+    SetTagValue(kRowsPerStrip, static_cast<unsigned>(GetTagValue(kImageLength)));
+    return 0;
+}
+
+template <typename T>
+int Tiff::Pack(int width, int height) {
+    TiffTag* image = GetTag(kStripOffsets);
+    if (image == nullptr) return 0;
+    const std::uint64_t planes = GetTagValue(kSamplesPerPixel) == 3 ? 3 : 4;  // Kept: there is no other case
+    const std::uint64_t pixels =
+        width > 0 && height > 0 ? static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) : 0;
+    const std::unique_ptr<unsigned char[]> from = std::move(image->data);
+    const std::uint64_t held = image->dataSize;
+    unsigned char* to = AllocateImage(*image, planes * pixels * sizeof(T), ImageLimit(held));
+    if (to == nullptr) return 0;
+    for (std::uint64_t i = 0; i < pixels; ++i) {
+        for (std::uint64_t plane = 0; plane < planes; ++plane, to += sizeof(T)) {
+            const std::uint64_t at = (plane * pixels + i) * sizeof(T);
+            if (at + sizeof(T) <= held) std::memcpy(to, &from[at], sizeof(T));
+        }
+    }
+    return 0;
+}
+
+template int Tiff::Pack<unsigned char>(int width, int height);
+template int Tiff::Pack<unsigned short>(int width, int height);
+
+}  // namespace Orvix_Tiff_STL2

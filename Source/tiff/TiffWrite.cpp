@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include <iostream>
+#include <vector>
+
+#include "ByteOrder.h"
+#include "FileHandle.h"
+#include "tiff/PaddedWrite.h"
+#include "tiff/Tiff.h"
+
+namespace Orvix_Tiff_STL2 {
+namespace {
+
+constexpr std::uint32_t kIfdStart = 8;
+constexpr std::size_t kEntryBytes = 12;
+
+/// Kept: entries of these four types always get an offset, also where their data would fit in the entry.
+bool AlwaysOffset(FieldType type) { return type >= 6 && type <= 9; }
+
+}  // namespace
+
+int Tiff::SaveFile(const char* fileName) {
+    const FileHandle f(fileName == nullptr ? nullptr : std::fopen(fileName, "wb+"));
+    try {
+        if (tags.empty()) throw static_cast<const char*>("*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***");
+        return f == nullptr ? 0 : SaveTiff(f.get());
+    } catch (const char* text) {
+        std::cout << text << std::endl;
+    }
+    return 0;
+}
+
+int Tiff::SaveTiff(std::FILE* f) {
+    WriteHeader(f);
+    WriteIFD(f);
+    WriteTagData(f);
+    WriteImageData(f);
+    WriteData_Exif_IFD_Tag(f);
+    return 0;
+}
+
+int Tiff::WriteHeader(std::FILE* f) {
+    constexpr unsigned char kHeader[8] = {'I', 'I', 42, 0, kIfdStart, 0, 0, 0};
+    std::fwrite(kHeader, 1, sizeof kHeader, f);
+    return 0;
+}
+
+int Tiff::WriteIFD(std::FILE* f) {
+    // Tag data are packed behind the directory in list order; then the image, then what is kept of Exif.
+    auto cursor = static_cast<std::uint32_t>(kEntryBytes * tags.size() + 14);
+    for (const auto& tag : tags) {
+        const auto size = static_cast<std::uint32_t>(tag->StoredSize());
+        if (!AlwaysOffset(tag->type) && size <= 4) continue;
+        tag->value = cursor;
+        cursor += size;
+    }
+    SetTagValue(kStripOffsets, cursor);
+    SetTagValue(kExifIfd, cursor + static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)));
+
+    std::vector<unsigned char> directory(2 + kEntryBytes * tags.size() + 4);
+    StoreLittle16(directory.data(), static_cast<std::uint16_t>(tags.size()));
+    unsigned char* entry = directory.data() + 2;
+    for (const auto& tag : tags) {
+        StoreLittle32(entry, static_cast<std::uint32_t>(tag->type) << 16 | tag->tag);
+        StoreLittle32(entry + 4, tag->count);
+        StoreLittle32(entry + 8, tag->value);
+        entry += kEntryBytes;
+    }
+    SeekTo(f, kIfdStart);
+    std::fwrite(directory.data(), 1, directory.size(), f);
+    return 0;
+}
+
+int Tiff::WriteTagData(std::FILE* f) {
+    for (const auto& tag : tags) tag->SaveFile(f);
+    return 0;
+}
+
+int Tiff::WriteImageData(std::FILE* f) {
+    const TiffTag* image = GetTag(kStripOffsets);
+    if (image == nullptr || image->data == nullptr) return 0;
+    const std::size_t announced = static_cast<std::uint32_t>(GetTagValue(kStripByteCounts));
+    const std::size_t bytes = announced <= PaddingLimit(image->dataSize) ? announced : image->dataSize;
+    WritePadded(f, image->data.get(), image->dataSize, bytes);
+    return 0;
+}
+
+int Tiff::WriteData_Exif_IFD_Tag(std::FILE* f) {
+    const TiffTag* exif = GetTag(kExifIfd);
+    if (exif != nullptr) WritePadded(f, exif->data.get(), exif->dataSize, Exif_IFD_Tag::kBytes);
+    return 0;
+}
+
+}  // namespace Orvix_Tiff_STL2
