@@ -13,6 +13,9 @@ constexpr int Trunc(double value) {
     return value == value ? static_cast<int>(value) : 0;
 }
 
+/// A number that is none, or endless, counts as 0.
+constexpr double FiniteOrZero(double value) { return value - value == 0.0 ? value : 0.0; }
+
 /// The low 16 bits of a value, as a sample.
 constexpr unsigned short Low16(int value) {
     return static_cast<unsigned short>(static_cast<unsigned>(value) & 0xffffU);

@@ -12,6 +12,9 @@ namespace ICC40::ICC_ENG_S4 {
 using ICCFILE::CLut16Type;
 
 int CIccEngineS::Adjust_Lch(double lightness, double chroma, double hue) {
+    lightness = FiniteOrZero(lightness);
+    chroma = FiniteOrZero(chroma);
+    hue = FiniteOrZero(hue);
     const int before[3] = {Unit.Lightness, Unit.Chroma, Unit.Hue};
     // Kept: only whole parts are compared, so 1.2 after 1.9 rebuilds nothing.
     if (Unit.CheckLch(Trunc(lightness), Trunc(chroma), Trunc(hue)) == 0) return Unit.OutputSpace;

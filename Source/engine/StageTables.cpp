@@ -2,7 +2,6 @@
 // Copyright (c) The Hueweave authors
 // The three stages of an engine, copied out of the units that build them.
 #include <algorithm>
-#include <cmath>
 
 #include "Numeric.h"
 #include "engine/CIccEngineS.h"
@@ -32,8 +31,6 @@ std::unique_ptr<std::uint32_t[]> Pack(const int* table, int entries, int shift) 
     });
     return packed;
 }
-
-double FiniteOrZero(double value) { return std::isfinite(value) ? value : 0.0; }
 
 /// Writes the six records of the cell at (i, j, k): for each channel the constant and the change along each axis.
 void BakeCell(const ColorTable33& grid, int i, int j, int k, int shift, std::int32_t (&cell)[6][3][4]) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <limits>
 
 #include "ByteOrder.h"
 #include "FileHandle.h"
@@ -22,6 +23,13 @@ int RowBytes(int samples, int width, int bits) {
 double ImageSize(int width, int height, int samples, int bits) {
     return static_cast<double>(height) * std::ceil(static_cast<double>(WrapMultiply(bits, width)) * 0.125) *
            static_cast<double>(samples);
+}
+
+/// The low 32 bits of a size that is first cut to 64 bits, as tag 279 holds it.
+std::uint32_t Low32(double size) {
+    constexpr double kLimit = 9223372036854775808.0;
+    if (size >= kLimit) return std::numeric_limits<std::uint32_t>::max();
+    return size < -kLimit ? 0 : static_cast<std::uint32_t>(static_cast<std::int64_t>(size));
 }
 
 unsigned int PhotometricOf(int samples) {
@@ -59,7 +67,7 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     Reset();
     const double size = ImageSize(newWidth, newHeight, newSamples, newBits);
     const bool possible = size >= 0 && size <= 4294967295.0;
-    const auto bytes = possible ? static_cast<std::uint64_t>(size) : 0;
+    const std::uint32_t bytes = Low32(size);
     const auto unsignedOf = [](int v) { return static_cast<unsigned int>(v); };
 
     // Kept: this order is the order of the directory, and tag 254 is four bytes instead of one long.
@@ -71,9 +79,9 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     SetTag(TiffTagSignature{262}, 3, 1, PhotometricOf(newSamples), nullptr);
     SetTag(kSamplesPerPixel, 3, 1, unsignedOf(newSamples), nullptr);
     SetTag(kRowsPerStrip, 4, 1, unsignedOf(newHeight), nullptr);
-    SetTag(kStripByteCounts, 4, 1, static_cast<unsigned int>(bytes), nullptr);
+    SetTag(kStripByteCounts, 4, 1, bytes, nullptr);
     auto image = std::make_unique<TiffTag>(kStripOffsets, FieldType{4}, 1, 0, nullptr);
-    if (allocate == 1 && possible) imageBuf = image->Allocate(static_cast<std::size_t>(bytes));
+    if (allocate == 1 && possible) imageBuf = image->Allocate(bytes);
     Tiff::SetTag(image.release());
     SetTag(kXResolution, 5, 1, unsignedOf(newResolution), nullptr);
     SetTag(kYResolution, 5, 1, unsignedOf(newResolution), nullptr);
@@ -118,8 +126,8 @@ int CTiff::SetTag(TiffTagSignature tag, unsigned short type, unsigned int count,
 int CTiff::SetTagValue(TiffTagSignature tag, unsigned int v) { return Tiff::SetTagValue(tag, v); }
 
 void CTiff::RemoveIcc() {
-    const auto place =
-        std::find_if(tags.begin(), tags.end(), [](const auto& held) { return held->tag == kIccProfile; });
+    const auto place = std::find_if(tags.begin(), tags.end(),
+                                    [](const auto& held) { return held != nullptr && held->tag == kIccProfile; });
     if (place != tags.end()) tags.erase(place);
 }
 

@@ -15,7 +15,7 @@ int ColumnOffset(int bits, int samples, int x) { return WrapMultiply(WrapMultipl
 /// Rows counted from the bottom. Kept: a row out of range ends at the far end of what a mirror would give.
 int MirroredRow(int y, int height) {
     if (y < 0) return 0;
-    return y > height - 1 ? height - 1 : height - 1 - y;
+    return y >= height ? WrapSubtract(height, 1) : height - 1 - y;
 }
 
 void Store(unsigned char* at, unsigned char v) {
@@ -34,6 +34,7 @@ void CTiff::SetImageBuf(unsigned char* buf) {
     imageBuf = nullptr;
     TiffTag* image = GetTag(kStripOffsets);
     if (image == nullptr) return;
+    if (image->data.get() == buf) image->data.release();  // given what it owns already
     image->Adopt(owned.release(), static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)));
     imageBuf = image->data.get();
 }
@@ -92,7 +93,7 @@ int CTiff::ReadBlock(T* buf, int x, int y, int w, int h) {
     auto* to = reinterpret_cast<unsigned char*>(buf);
     const std::int64_t length = ColumnOffset(bits, samples, w);
     // Kept: the column counts items of T, which are the image's samples only if T fits `bits`.
-    const std::int64_t start = std::int64_t{x} * samples * static_cast<std::int64_t>(sizeof(T));
+    const std::int64_t start = WrapMultiply(x, samples) * static_cast<std::int64_t>(sizeof(T));
     for (std::int64_t row = y; row < std::int64_t{y} + h && length > 0; ++row, to += length) {
         const std::span<unsigned char> bytes = Row(static_cast<int>(std::min<std::int64_t>(row, height)), 0);
         const auto held = static_cast<std::int64_t>(bytes.size());

@@ -3,6 +3,7 @@
 #include "tiff/Tiff.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Orvix_Tiff_STL2 {
 
@@ -28,15 +29,15 @@ std::unique_ptr<TiffTag> Tiff::CreateTag(unsigned int typeAndTag, unsigned int c
 }
 
 int Tiff::AddTags(unsigned int typeAndTag, unsigned int count, unsigned int value, std::FILE* f) {
-    tags.push_back(CreateTag(typeAndTag, count, value, f));
+    if (auto tag = CreateTag(typeAndTag, count, value, f)) tags.push_back(std::move(tag));
     return 0;
 }
 
 int Tiff::SetTag(TiffTag* tag) {
-    if (tag == nullptr) return 0;
+    const auto owns = [tag](const auto& held) { return held.get() == tag; };
+    if (tag == nullptr || std::any_of(tags.begin(), tags.end(), owns)) return 0;
     const auto place = std::find_if(tags.begin(), tags.end(),
                                     [tag](const auto& held) { return held != nullptr && held->tag == tag->tag; });
-    if (place != tags.end() && place->get() == tag) return 0;
     std::unique_ptr<TiffTag> owned(tag);
     if (place != tags.end()) {
         *place = std::move(owned);

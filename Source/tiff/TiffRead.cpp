@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "ByteOrder.h"
 #include "FileHandle.h"
@@ -37,7 +38,7 @@ std::vector<std::uint32_t> Items(const TiffTag& tag) {
     const std::size_t held = size <= 4 ? size : tag.dataSize;
     const int width = ItemWidth(tag.type);
     const std::size_t step = width == 1 || width == 2 ? static_cast<std::size_t>(width) : 4;
-    std::vector<std::uint32_t> items(std::min<std::size_t>(tag.count, held / step));
+    std::vector<std::uint32_t> items(held / step);
     for (std::size_t i = 0; i < items.size(); ++i) {
         const unsigned char* at = bytes + i * step;
         items[i] = step == 1 ? *at : step == 2 ? LoadLittle16(at) : LoadLittle32(at);
@@ -83,25 +84,19 @@ int Tiff::ReadTiff(std::FILE* f) {
     for (std::size_t i = 0; i < whole; ++i) {
         const unsigned char* entry = &table[i * kEntryBytes];
         // Tag and type stand in this order in the first word.
-        const std::uint32_t typeAndTag = LoadLittle32(entry);
-        const std::uint32_t count = LoadLittle32(entry + 4);
-        const std::uint32_t value = LoadLittle32(entry + 8);
-        auto bare = std::make_unique<TiffTag>(static_cast<TiffTagSignature>(typeAndTag & 0xffffU),
-                                              static_cast<FieldType>(typeAndTag >> 16), count, value, nullptr);
-        const auto size = static_cast<std::uint64_t>(bare->Size());
-        const bool carried = size > 4 && size <= FileSize(f);
-        if (carried && spent + size > limit) {
-            tags.push_back(std::move(bare));
-            continue;
-        }
-        if (carried) spent += size;
-        AddTags(typeAndTag, count, value, f);
+        auto tag = CreateTag(LoadLittle32(entry), LoadLittle32(entry + 4), LoadLittle32(entry + 8), f);
+        if (tag == nullptr) continue;
+        // Entries may share their bytes: without a limit a directory could ask for 29 times its file.
+        if (spent + tag->dataSize > limit) tag->Adopt(nullptr, 0);
+        spent += tag->dataSize;
+        tags.push_back(std::move(tag));
     }
     ReadImage(f);
     return 0;
 }
 
 int Tiff::ReadImage(std::FILE* f) {
+    if (GetTag(kStripOffsets) == nullptr) return 0;  // nothing could own an image
     const int width = GetTagValue(kImageWidth);
     const int height = GetTagValue(kImageLength);
     const int rows = GetTagValue(kRowsPerStrip);
@@ -132,13 +127,15 @@ int Tiff::ReadImage(std::FILE* f) {
 void Tiff::ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes) {
     TiffTag* tag = GetTag(kStripOffsets);
     if (tag == nullptr) return;
-    if (tag->Size() > 4 && tag->data == nullptr) {
+    const bool unread = tag->Size() > 4 && tag->data == nullptr;
+    unsigned char* image = AllocateImage(*tag, bytes, ImageLimit(FileSize(f)));
+    if (image == nullptr) return;
+    if (unread) {
         // An array that could not be read: what is attached now is not its data.
         tag->count = 1;
         tag->type = kLong;
     }
-    unsigned char* image = AllocateImage(*tag, bytes, ImageLimit(FileSize(f)));
-    if (image != nullptr && SeekTo(f, offset)) ReadBytes(f, image, bytes);
+    if (SeekTo(f, offset)) ReadBytes(f, image, bytes);
 }
 
 int Tiff::ReadMultiStripOffset(std::FILE* f) {
@@ -147,7 +144,8 @@ int Tiff::ReadMultiStripOffset(std::FILE* f) {
     TiffTag* counts = GetTag(kStripByteCounts);
     const std::vector<std::uint32_t> offsets = Items(*image);
     const std::vector<std::uint32_t> sizes = counts == nullptr ? std::vector<std::uint32_t>() : Items(*counts);
-    const std::size_t strips = std::min(offsets.size(), sizes.size());
+    // Kept: tag 273 alone says how many strips there are, as far as both arrays go.
+    const std::size_t strips = std::min({std::size_t{image->count}, offsets.size(), sizes.size()});
     std::uint64_t total = 0;
     for (std::size_t i = 0; i < strips; ++i) total += sizes[i];
 
@@ -179,7 +177,10 @@ int Tiff::Pack(int width, int height) {
         width > 0 && height > 0 ? static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) : 0;
     const std::unique_ptr<unsigned char[]> from = std::move(image->data);
     const std::uint64_t held = image->dataSize;
-    unsigned char* to = AllocateImage(*image, planes * pixels * sizeof(T), ImageLimit(held));
+    // Compared by division: the product of two sizes out of a broken file may not fit in 64 bits.
+    const std::uint64_t limit = ImageLimit(held);
+    const std::uint64_t pixelBytes = planes * sizeof(T);
+    unsigned char* to = AllocateImage(*image, pixels > limit / pixelBytes ? limit + 1 : pixels * pixelBytes, limit);
     if (to == nullptr) return 0;
     for (std::uint64_t i = 0; i < pixels; ++i) {
         for (std::uint64_t plane = 0; plane < planes; ++plane, to += sizeof(T)) {

@@ -28,9 +28,8 @@ TiffTag::TiffTag(unsigned int typeAndTag, unsigned int itemCount, unsigned int e
 }
 
 void TiffTag::ReadInto(unsigned char* bytes, std::size_t size, std::FILE* f) const {
-    // What the file does not hold stays 0.
-    if (SeekTo(f, value)) [[maybe_unused]]
-        const std::size_t got = std::fread(bytes, 1, size, f);
+    if (!SeekTo(f, value)) return;
+    [[maybe_unused]] const std::size_t got = std::fread(bytes, 1, size, f);  // what the file does not hold stays 0
 }
 
 int TiffTag::Size() const {
