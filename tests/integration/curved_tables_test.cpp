@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "EnginePair.h"
+
+namespace hueweave::test {
+namespace {
+
+/// An "mAB " table, and whether an engine can work with it.
+struct CurvedCase {
+    std::string name;
+    LutShape shape;
+    CurveLayout layout = CurveLayout::Aligned;
+    bool usable = true;
+    bool aFirst = false;
+};
+
+class CurvedTableTest : public testing::TestWithParam<CurvedCase> {};
+
+CurvedLutSpec Table(const CurvedCase& row) {
+    CurvedLutSpec lut = Curved(MakeLut(row.shape, row.shape.inputs), row.layout);
+    lut.aFirst = row.aFirst;
+    return lut;
+}
+
+TEST_P(CurvedTableTest, GivesTheReferencePixels) {
+    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB("A2B0", Table(GetParam()))}});
+    pair.SetProfile("curved.icc", 0, 1, 9);
+    EXPECT_EQ(pair.Engine().Unit.OutputSpace, GetParam().usable ? 9 : 65535);
+    pair.Convert(PixelRun(1));
+    pair.SetIntent(0, 0, 22);
+    pair.Convert(PixelRun(0));
+    pair.AdjustLch(-3.0, 5.0, 40.5);
+    pair.Convert(PixelRun(0));
+    // The tag stays with the profile, whatever was made of it.
+    EXPECT_NE(dynamic_cast<ICC40::ICCFILE::CLut*>(pair.Engine().GetMft2()), nullptr);
+}
+
+LutShape Shape(int inputs, int outputs, int points, int inputEntries, int outputEntries) {
+    return {inputs, outputs, points, inputEntries, outputEntries, CurveKind::Power, CurveKind::Random};
+}
+
+const CurvedCase kCurvedCases[] = {
+    // With an odd count the reader's step is the format's.
+    {"OddCounts", Shape(3, 3, 9, 17, 33)},
+    {"OddLongCurves", Shape(3, 3, 5, 1025, 4095)},
+    {"OddThreeEntries", Shape(3, 3, 17, 3, 3)},
+    {"OddAFirst", Shape(3, 3, 9, 17, 33), CurveLayout::Aligned, true, true},
+    {"OddOneEntry", Shape(3, 3, 9, 1, 1)},
+    {"OddTwoInputs", Shape(2, 3, 9, 17, 17)},
+    {"OddOneInput", Shape(1, 3, 17, 255, 3)},
+    {"OddOneOutput", Shape(3, 1, 9, 17, 17)},
+    {"OddTwoOutputs", Shape(3, 2, 16, 5, 5)},
+    {"OddOneToOne", Shape(1, 1, 33, 5, 5)},
+    // With an even count it goes off by two bytes: the second curve's count comes out huge and is cut to the block.
+    {"EvenOneToOne", Shape(1, 1, 17, 256, 256)},
+    {"EvenTwoOutputs", Shape(3, 2, 9, 17, 16)},
+    // In the last set of the block the cut leaves the second curve one entry short of the first.
+    {"EvenTwoInputs", Shape(2, 1, 9, 16, 256), CurveLayout::Aligned, false},
+    {"EvenTwoByTwo", Shape(2, 2, 9, 256, 4), CurveLayout::Aligned, false},
+    {"EvenTwoByTwoAFirst", Shape(2, 2, 9, 256, 4), CurveLayout::Aligned, false, true},
+    // The third curve then lies behind the block's end and has no entries.
+    {"EvenThreeInputs", Shape(3, 1, 9, 256, 17), CurveLayout::Aligned, false},
+    {"EvenThreeOutputs", Shape(3, 3, 9, 17, 256), CurveLayout::Aligned, false},
+    {"EvenAll", Shape(3, 3, 9, 256, 256), CurveLayout::Aligned, false},
+    {"TwoEntriesEach", Shape(3, 3, 9, 2, 2), CurveLayout::Aligned, false},
+    // Laid out as the reader steps, even counts work.
+    {"EvenStepped", Shape(3, 3, 9, 256, 1024), CurveLayout::Stepped},
+    {"LongestStepped", Shape(3, 3, 5, 4096, 4096), CurveLayout::Stepped},
+    {"TwoEntriesStepped", Shape(3, 3, 17, 2, 2), CurveLayout::Stepped},
+    {"MixedStepped", Shape(3, 3, 33, 2, 17), CurveLayout::Stepped, true, true},
+    // Without entries every curve is the identity, wherever the reader looks for the second and third.
+    {"NoEntries", Shape(3, 3, 9, 0, 0)},
+    {"NoEntriesAFirst", Shape(3, 3, 9, 0, 0), CurveLayout::Aligned, true, true},
+    {"NoEntriesStepped", Shape(3, 3, 25, 0, 0), CurveLayout::Stepped},
+    {"NoInputEntries", Shape(3, 3, 9, 0, 17)},
+    {"NoOutputEntries", Shape(3, 3, 9, 17, 0)},
+    {"FourInputs", Shape(4, 3, 3, 17, 17), CurveLayout::Stepped, false},
+    {"FourOutputs", Shape(3, 4, 5, 17, 17), CurveLayout::Stepped, false},
+    {"OnePoint", Shape(1, 3, 1, 17, 17), CurveLayout::Stepped, false},
+    {"ThirtyFourPoints", Shape(1, 3, 34, 17, 17), CurveLayout::Stepped, false},
+    {"LongInput", Shape(3, 3, 3, 4097, 17), CurveLayout::Stepped, false},
+    {"LongOutput", Shape(3, 3, 3, 17, 4097), CurveLayout::Stepped, false},
+};
+
+INSTANTIATE_TEST_SUITE_P(Every, CurvedTableTest, testing::ValuesIn(kCurvedCases),
+                         [](const auto& row) { return row.param.name; });
+
+/// Binds the table and tells whether the engine could use it; pixels must be the reference's either way.
+bool Works(const CurvedLutSpec& lut, const char* name = "A2B0") {
+    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB(name, lut)}});
+    pair.SetProfile("curved.icc", name[3] - '0', 1, 29);
+    pair.Convert(PixelRun(1));
+    return pair.Engine().Unit.OutputSpace == 29;
+}
+
+CurvedLutSpec Plain() { return Curved(MakeLut(Shape(3, 3, 5, 17, 9)), CurveLayout::Aligned); }
+
+TEST(CurvedTablesTest, EveryA2BNameIsConvertedTheSameWay) {
+    EXPECT_TRUE(Works(Plain(), "A2B0"));
+    EXPECT_TRUE(Works(Plain(), "A2B1"));
+    EXPECT_TRUE(Works(Plain(), "A2B2"));
+}
+
+TEST(CurvedTablesTest, TheReverseTypeIsNoTableForAnEngine) {
+    CurvedLutSpec lut = Plain();
+    lut.type = "mBA ";
+    EXPECT_FALSE(Works(lut));
+}
+
+TEST(CurvedTablesTest, MiddleCurvesTakeNoPart) {
+    CurvedLutSpec lut = Plain();
+    for (int c = 0; c < 3; ++c) lut.mCurves.push_back(MakeCurve(CurveKind::Falling, 17, c, 9));
+    EXPECT_TRUE(Works(lut));
+}
+
+TEST(CurvedTablesTest, LongerCurvesAreCutToTheFirst) {
+    CurvedLutSpec lut = Plain();
+    lut.aCurves[1] = MakeCurve(CurveKind::Random, 33, 1, 4);
+    lut.bCurves[2] = MakeCurve(CurveKind::Random, 255, 2, 4);
+    EXPECT_TRUE(Works(lut));
+}
+
+TEST(CurvedTablesTest, ShorterCurvesAreRefused) {
+    CurvedLutSpec input = Plain();
+    input.aCurves[1].resize(15);
+    EXPECT_FALSE(Works(input));
+    CurvedLutSpec output = Plain();
+    output.bCurves[2].resize(7);
+    EXPECT_FALSE(Works(output));
+}
+
+TEST(CurvedTablesTest, ATableWithoutOneOfItsPartsIsRefused) {
+    CurvedLutSpec noInput = Plain();
+    noInput.aCurves.clear();
+    EXPECT_FALSE(Works(noInput));
+    CurvedLutSpec noOutput = Plain();
+    noOutput.bCurves.clear();
+    EXPECT_FALSE(Works(noOutput));
+    CurvedLutSpec noGrid = Plain();
+    noGrid.hasGrid = false;
+    EXPECT_FALSE(Works(noGrid));
+}
+
+TEST(CurvedTablesTest, OnlyTwoBytesAValueAreTaken) {
+    for (const unsigned precision : {0U, 1U, 3U}) {
+        CurvedLutSpec lut = Plain();
+        lut.precision = precision;
+        EXPECT_FALSE(Works(lut)) << precision;
+    }
+}
+
+// The first axis speaks for all: a grid longer on the others is read from its start, a shorter one is refused.
+TEST(CurvedTablesTest, UnequalAxesCountAsTheFirst) {
+    CurvedLutSpec longer = Plain();
+    longer.gridPoints = {3, 7, 5};
+    longer.grid.resize(3 * 7 * 5 * 3, 1234);
+    EXPECT_TRUE(Works(longer));
+    CurvedLutSpec shorter = Plain();
+    shorter.gridPoints = {5, 5, 4};
+    EXPECT_FALSE(Works(shorter));
+}
+
+TEST(CurvedTablesTest, AGridThatTheBlockDoesNotHoldIsRefused) {
+    CurvedLutSpec lut = Plain();
+    lut.aFirst = false;
+    lut.gridPoints = {33, 33, 33};
+    EXPECT_FALSE(Works(lut));
+}
+
+}  // namespace
+}  // namespace hueweave::test
