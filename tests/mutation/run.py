@@ -1,0 +1,147 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Changes the library one small piece at a time and sees whether a test fails.
+
+run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING]
+
+Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff}, and for each builds the
+suites that look at it and runs them until one fails. Prints a line a mutant, then the share of killed mutants, and
+writes all of it to FOLDER/mutants.txt. A mutant that does not compile is not counted.
+"""
+import argparse
+import concurrent.futures
+import pathlib
+import queue
+import random
+import re
+import shutil
+import subprocess
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+FOLDERS = ("engine", "units", "color", "iccfile", "tiff")
+SUITES = {
+    "engine": ["unit_engine", "integration", "abi"],
+    "units": ["unit_units", "integration", "unit_engine"],
+    "color": ["unit_color", "unit_units", "integration"],
+    "iccfile": ["unit_iccfile", "unit_engine", "integration"],
+    "tiff": ["unit_tiff", "integration", "unit_engine"],
+}
+# What is found, and what takes its place.
+SWAPS = [
+    (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
+    (r"(?<=[\w\)\]] )>(?= [\w\(\-])", ">="), (r"(?<= )>=(?= )", ">"),
+    (r"==", "!="), (r"!=", "=="), (r"&&", "||"), (r"\|\|", "&&"),
+    (r" \+ 0\.5\b", ""), (r" \+ 128\.0\b", ""), (r" \+ 1\b", " - 1"), (r" - 1\b", " + 1"),
+    (r"\b65535\b", "65536"), (r"\b65536\b", "65535"), (r"\b65280\b", "65535"), (r"\b32768\b", "32767"),
+    (r"\b4095\b", "4096"), (r"\b4096\b", "4095"), (r"\b255\b", "256"), (r"\b256\b", "255"),
+    (r"<< 8\b", "<< 7"), (r">> 8\b", ">> 7"), (r">> 12\b", ">> 11"), (r"<< 16\b", "<< 15"),
+    (r" \* (?=[\w\(])", " / "), (r" / (?=[\w\(])", " * "), (r" \+ (?=[a-zA-Z\(])", " - "), (r" - (?=[a-zA-Z\(])", " + "),
+    (r"\bmin\b", "max"), (r"\bmax\b", "min"), (r"\+= ", "-= "),
+]
+
+
+def last_digit(match):
+    text = match.group(0)
+    return text[:-1] + str((int(text[-1]) + 1) % 10)
+
+
+def sites(path):
+    """Every mutant of a file: (line number, changed line, what was done)."""
+    found = []
+    for number, line in enumerate(path.read_text().splitlines()):
+        code = line.split("//")[0]
+        if not code.strip() or code.lstrip().startswith(("#", "template", "static_assert", "using ", "namespace")):
+            continue
+        for pattern, replacement in SWAPS:
+            for match in re.finditer(pattern, code):
+                found.append((number, line[: match.start()] + replacement + line[match.end():],
+                              f"{match.group(0).strip()} -> {replacement.strip() or 'nothing'}"))
+        for match in re.finditer(r"(?<![\w.'\"])\d+\.\d+\b", code):
+            changed = last_digit(match)
+            found.append((number, line[: match.start()] + changed + line[match.end():], f"{match.group(0)} -> {changed}"))
+        for match in re.finditer(r"(?<=case )\d+|(?<=return )\d+(?=;)|(?<=\[)\d+(?=\])|(?<=, )\d+(?=[,)}])|(?<=\{)\d+(?=[,}])", code):
+            changed = str(int(match.group(0)) + 1)
+            found.append((number, line[: match.start()] + changed + line[match.end():], f"{match.group(0)} -> {changed}"))
+    return found
+
+
+def all_mutants():
+    mutants = []
+    for folder in FOLDERS:
+        for path in sorted((ROOT / "Source" / folder).iterdir()):
+            mutants += [(path.relative_to(ROOT), *site) for site in sites(path)]
+    return mutants
+
+
+class Worker:
+    """One copy of the tree, built once and then a piece at a time."""
+
+    def __init__(self, folder):
+        self.tree = folder
+        shutil.copytree(ROOT, folder, ignore=shutil.ignore_patterns("build", ".git"), dirs_exist_ok=True)
+        self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF")
+        self.run("cmake", "--build", "--preset", "release", "-j2")
+
+    def run(self, *command, timeout=600):
+        try:
+            return subprocess.run(command, cwd=self.tree, capture_output=True, timeout=timeout).returncode
+        except subprocess.TimeoutExpired:
+            return -1
+
+    def verdict(self, relative, number, changed):
+        path = self.tree / relative
+        original = path.read_text()
+        lines = original.splitlines()
+        lines[number] = changed
+        path.write_text("\n".join(lines) + "\n")
+        try:
+            for suite in SUITES[relative.parts[1]]:
+                if self.run("ninja", "-C", "build/release", "-j1", suite) != 0:
+                    return "does not compile"
+                if self.run(f"build/release/tests/{suite}", "--gtest_fail_fast", "--gtest_brief=1", timeout=120) != 0:
+                    return f"killed by {suite}"
+            return "SURVIVED"
+        finally:
+            path.write_text(original)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("--count", type=int, default=300)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--only", default="")
+    arguments = parser.parse_args()
+
+    mutants = [m for m in all_mutants() if arguments.only in str(m[0])]
+    random.Random(arguments.seed).shuffle(mutants)
+    mutants = mutants[: arguments.count]
+    idle = queue.Queue()
+    for job in range(arguments.jobs):
+        idle.put(Worker(arguments.folder.resolve() / f"worker-{job}"))
+    report = open(arguments.folder / "mutants.txt", "w")
+    counts = {}
+
+    def judge(mutant):
+        relative, number, changed, what = mutant
+        worker = idle.get()
+        try:
+            verdict = worker.verdict(relative, number, changed)
+        finally:
+            idle.put(worker)
+        return f"{verdict:24} {relative}:{number + 1}: {what}    {changed.strip()}", verdict.split()[0]
+
+    with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+        for line, word in pool.map(judge, mutants):
+            print(line, flush=True)
+            report.write(line + "\n")
+            report.flush()
+            counts[word] = counts.get(word, 0) + 1
+    killed, survived = counts.get("killed", 0), counts.get("SURVIVED", 0)
+    summary = f"{killed} killed, {survived} survived of {killed + survived}: {100 * killed / max(killed + survived, 1):.1f} %"
+    print(summary)
+    report.write(summary + "\n")
+
+
+main()

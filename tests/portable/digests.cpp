@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Prints a digest of every table that an engine builds and of every file that it writes, a line each. Two builds of
+// the library agree bit for bit if this program prints the same for both. It needs nothing but the core, so that it
+// runs under an emulator; the profiles that it builds are made of integers alone.
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/CIccEngineS.h"
+#include "support/ByteWriter.h"
+#include "support/TempDir.h"
+#include "tiff/CTiff.h"
+
+namespace {
+
+using hueweave::test::Bytes;
+using hueweave::test::ByteWriter;
+using hueweave::test::TempDir;
+using ICC40::ICC_ENG_S4::CIccEngineS;
+using ICC40::ICCFILE::ColorSpaceSignature;
+using ICC40::ICCFILE::Intent;
+
+/// FNV-1a of 64 bits.
+class Digest {
+public:
+    void Byte(unsigned value) { hash_ = (hash_ ^ (value & 0xffU)) * 1099511628211ULL; }
+    void Word(std::uint32_t value) {
+        for (int shift = 0; shift < 32; shift += 8) Byte(value >> shift);
+    }
+    template <typename Table>
+    void Words(const Table* table, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) Word(static_cast<std::uint32_t>(table[i]));
+    }
+    void Block(const Bytes& bytes) {
+        for (unsigned char byte : bytes) Byte(byte);
+    }
+    void Print(const std::string& name) const {
+        std::printf("%016llx %s\n", static_cast<unsigned long long>(hash_), name.c_str());
+    }
+
+private:
+    std::uint64_t hash_ = 14695981039346656037ULL;
+};
+
+struct Shape {
+    const char* name;
+    int points, inputEntries, outputEntries;
+    bool smooth;
+};
+constexpr Shape kShapes[] = {{"smooth-33", 33, 1024, 256, true}, {"smooth-17", 17, 256, 4096, true},
+                             {"smooth-9", 9, 4096, 3, true},     {"random-5", 5, 17, 2, false},
+                             {"random-25", 25, 3, 256, false},   {"random-2", 2, 2, 17, false}};
+
+/// Numerical Recipes' linear congruential generator.
+class Random {
+public:
+    unsigned Word16() {
+        state_ = state_ * 1664525U + 1013904223U;
+        return state_ >> 16;
+    }
+
+private:
+    std::uint32_t state_ = 2026;
+};
+
+Bytes Table(const Shape& shape) {
+    Random random;
+    ByteWriter block;
+    block.Text("mft2").Big32(0).U8(3).U8(3).U8(static_cast<unsigned>(shape.points)).U8(0).Fill(36);
+    block.Big16(static_cast<unsigned>(shape.inputEntries)).Big16(static_cast<unsigned>(shape.outputEntries));
+    const auto curve = [&](int entries, unsigned bend) {
+        for (int i = 0; i < entries; ++i) {
+            const auto x = static_cast<std::uint64_t>(i) * 65535U / static_cast<unsigned>(entries - 1);
+            block.Big16(static_cast<unsigned>((x * (65535U - bend) + bend * (x * x / 65535U)) / 65535U));
+        }
+    };
+    for (unsigned c = 0; c < 3; ++c) curve(shape.inputEntries, 20000 + 9000 * c);
+    const auto level = [&](int node, unsigned top) {
+        return static_cast<unsigned>(node) * top / static_cast<unsigned>(shape.points - 1);
+    };
+    for (int r = 0; r < shape.points; ++r) {
+        for (int g = 0; g < shape.points; ++g) {
+            for (int b = 0; b < shape.points; ++b) {
+                if (!shape.smooth) {
+                    for (int c = 0; c < 3; ++c) block.Big16(random.Word16());
+                    continue;
+                }
+                block.Big16(level(r, 16320) + level(g, 42000) + level(b, 6900));
+                block.Big16(32768 + level(r, 17000) - level(g, 19000) + level(b, 2000));
+                block.Big16(32768 + level(r, 9000) + level(g, 13000) - level(b, 22000));
+            }
+        }
+    }
+    for (unsigned c = 0; c < 3; ++c) curve(shape.outputEntries, 5000 + 2000 * c);
+    return block.Align(4).Done();
+}
+
+Bytes Profile(const Shape& shape) {
+    const Bytes table = Table(shape);
+    const auto size = static_cast<std::uint32_t>(table.size());
+    ByteWriter file;
+    file.Big32(132 + 48 + size + 20)
+        .Text("none")
+        .Big32(0x02400000)
+        .Text("scnrRGB Lab ")
+        .Fill(12, 7)
+        .Text("acsp")
+        .Fill(88, 9);
+    file.Big32(4);
+    for (const char* name : {"A2B0", "A2B1", "A2B2"}) file.Text(name).Big32(180).Big32(size);
+    file.Text("wtpt").Big32(180 + size).Big32(20);
+    file.Append(table).Text("XYZ ").Big32(0).Big32(62000).Big32(65536).Big32(50000);
+    return file.Done();
+}
+
+void DigestTables(const CIccEngineS& engine, const std::string& name) {
+    const auto entries = static_cast<std::size_t>(engine.InEntries);
+    Digest digest;
+    digest.Word(static_cast<std::uint32_t>(engine.Unit.OutputSpace));
+    digest.Word(static_cast<std::uint32_t>(engine.Unit.BuildResult));
+    for (const auto* table : {&engine.Lut1DInR, &engine.Lut1DInG, &engine.Lut1DInB})
+        digest.Words(table->get(), entries);
+    for (const auto& cell : engine.Lut3D) digest.Words(&cell[0][0][0], 72);
+    for (const auto* table : {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}) digest.Words(table, 65536);
+    digest.Print(name);
+}
+
+/// A picture with every sample value in it, as a file of ours.
+void SavePicture(const std::string& path, int bits, const std::string& profile) {
+    Random random;
+    Orvix_Tiff_STL2::CTiff image;
+    image.CreateNew(256, 64, 300, 3, bits, 1);
+    unsigned char* to = image.GetImageBuf();
+    for (std::size_t i = 0; i < image.ImageBytes(); ++i) to[i] = static_cast<unsigned char>(random.Word16() >> 8);
+    image.SetIccProfile(profile.c_str());
+    image.SaveFile(path.c_str());
+}
+
+void Digests(const Shape& shape, const TempDir& dir) {
+    const std::string profile = dir.File("profile.icc");
+    hueweave::test::WriteFile(profile, Profile(shape));
+    const auto engine = std::make_unique<CIccEngineS>();
+    for (int space = 8; space < 40; ++space) {
+        const int input = space % 2;
+        for (int intent = 0; intent < 4; ++intent) {
+            // Rows of tables differ in one thing at a time; all pairs would take the emulators an hour.
+            if (intent != 0 && space != 8 && space != 23) continue;
+            engine->SetProfile(profile.c_str(), static_cast<Intent>(intent), static_cast<ColorSpaceSignature>(input),
+                               static_cast<ColorSpaceSignature>(space), 0, 0, 0);
+            DigestTables(*engine, std::string(shape.name) + " space " + std::to_string(space) + " intent " +
+                                      std::to_string(intent));
+        }
+    }
+    for (int width = 0; width < 2; ++width) {
+        engine->SetProfile(profile.c_str(), static_cast<Intent>(0), static_cast<ColorSpaceSignature>(width),
+                           static_cast<ColorSpaceSignature>(8 + width), 0, 0, 0);
+        const std::string source = dir.File("source.tif"), dest = dir.File("dest.tif");
+        SavePicture(source, 8 + 8 * width, profile);
+        engine->Conversion(source.c_str(), dest.c_str());
+        Digest files;
+        files.Block(hueweave::test::ReadFile(source));
+        files.Block(hueweave::test::ReadFile(dest));
+        engine->File.SaveFile(profile.c_str());
+        files.Block(hueweave::test::ReadFile(profile));
+        files.Print(std::string(shape.name) + " files of width " + std::to_string(width));
+        engine->Adjust_Lch(-3.7, 12.2, 33.0);
+        DigestTables(*engine, std::string(shape.name) + " adjusted, width " + std::to_string(width));
+        hueweave::test::WriteFile(profile, Profile(shape));
+        engine->Unit.ProfileName.reset();
+    }
+}
+
+}  // namespace
+
+int main() {
+    const TempDir dir;
+    for (const Shape& shape : kShapes) Digests(shape, dir);
+    return 0;
+}
