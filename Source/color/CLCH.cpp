@@ -20,7 +20,9 @@ double Row(const Matrix& matrix, std::size_t row, double x, double y, double z) 
 
 /// Kept: the product on the way to XYZ is rounded to single precision; the one on the way back is not.
 double RoundedRow(const Matrix& matrix, std::size_t row, double x, double y, double z) {
-    return static_cast<double>(static_cast<float>(Row(matrix, row, x, y, z)));
+    // Volatile: where g++ 12 puts two such products into one vector register, it drops the rounding.
+    volatile float rounded = static_cast<float>(Row(matrix, row, x, y, z));
+    return static_cast<double>(rounded);
 }
 
 // The two directions have thresholds and powers of their own, which do not quite fit together. Kept: 0.3333333 and

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "color/CLCH.h"
 #include "engine/CIccEngineS.h"
 #include "support/ByteWriter.h"
 #include "support/TempDir.h"
@@ -131,6 +132,28 @@ void DigestTables(const CIccEngineS& engine, const std::string& name) {
     digest.Print(name);
 }
 
+/// Colours through the conversions that no engine uses, as the bits of their doubles.
+void DigestColours() {
+    using ColorLch::CLCH;
+    Random random;
+    Digest digest;
+    CLCH color(63195.0, 65535.0, 54073.0);
+    const auto add = [&digest](double value) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        digest.Word(static_cast<std::uint32_t>(bits));
+        digest.Word(static_cast<std::uint32_t>(bits >> 32));
+    };
+    // Only what the four operations and the rounding to single precision decide: the last bit of a power or an
+    // angle is the mathematics library's own.
+    for (int i = 0; i < 20000; ++i) {
+        color.SetColorSpace(static_cast<ColorLch::ColorSpace>(i % 4));
+        color.PutData_RGB(random.Word16() / 257.0, random.Word16() / 257.0, random.Word16() / 257.0);
+        for (double value : {color.X, color.Y, color.Z}) add(value);
+    }
+    digest.Print("colours");
+}
+
 /// A picture with every sample value in it, as a file of ours.
 void SavePicture(const std::string& path, int bits, const std::string& profile) {
     Random random;
@@ -179,6 +202,7 @@ void Digests(const Shape& shape, const TempDir& dir) {
 }  // namespace
 
 int main() {
+    DigestColours();
     const TempDir dir;
     for (const Shape& shape : kShapes) Digests(shape, dir);
     return 0;
