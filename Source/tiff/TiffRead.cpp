@@ -185,7 +185,7 @@ int Tiff::Pack(int width, int height) {
     for (std::uint64_t i = 0; i < pixels; ++i) {
         for (std::uint64_t plane = 0; plane < planes; ++plane, to += sizeof(T)) {
             const std::uint64_t at = (plane * pixels + i) * sizeof(T);
-            if (at + sizeof(T) <= held) std::memcpy(to, &from[at], sizeof(T));
+            if (at < held) std::memcpy(to, &from[at], std::min<std::uint64_t>(sizeof(T), held - at));
         }
     }
     return 0;

@@ -63,7 +63,7 @@ int Info::CheckWorkingBuf(unsigned char* source, unsigned char* dest, int pixels
     const bool countable = wanted > 0 && wanted <= std::numeric_limits<int>::max();
     const int samples = countable ? static_cast<int>(wanted) : 0;
     // 16-bit samples for the 8-bit codes too: the units work in 16 bits.
-    WorkBuf = std::make_unique<unsigned short[]>(static_cast<std::size_t>(samples));
+    WorkBuf = countable ? std::make_unique<unsigned short[]>(static_cast<std::size_t>(samples)) : nullptr;
     WorkCount = samples;
     PixelCount = countable ? pixels : 0;
     return 0;

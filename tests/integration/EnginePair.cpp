@@ -196,6 +196,11 @@ void EnginePair::SetIntent(int intent, int input, int output) {
     ExpectSame(result, reference_.SetIntent(intent, input, output));
 }
 
+void EnginePair::ConstructEngine(double lightness, double chroma, double hue) {
+    const int result = engine_->ConstructEngine(lightness, chroma, hue);
+    ExpectSame(result, reference_.ConstructEngine(lightness, chroma, hue));
+}
+
 void EnginePair::AdjustLch(double lightness, double chroma, double hue) {
     const int result = engine_->Adjust_Lch(lightness, chroma, hue);
     ExpectSame(result, reference_.AdjustLch(lightness, chroma, hue));

@@ -36,6 +36,7 @@ public:
     void SetProfile(const std::string& name, int intent, int input, int output, double lightness = 0, double chroma = 0,
                     double hue = 0);
     void SetIntent(int intent, int input, int output);
+    void ConstructEngine(double lightness, double chroma, double hue);
     void AdjustLch(double lightness, double chroma, double hue);
     void AdjustOutput(const Bytes& red, const Bytes& green, const Bytes& blue, int count);
     /// Pixels through both, in place for 8 bit, into another buffer for 16 bit.

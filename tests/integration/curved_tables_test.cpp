@@ -14,6 +14,8 @@ struct CurvedCase {
     bool aFirst = false;
 };
 
+void PrintTo(const CurvedCase& row, std::ostream* out) { *out << row.name; }
+
 class CurvedTableTest : public testing::TestWithParam<CurvedCase> {};
 
 CurvedLutSpec Table(const CurvedCase& row) {

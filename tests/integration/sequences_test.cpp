@@ -90,6 +90,8 @@ struct Shift {
     double lightness, chroma, hue;
 };
 
+void PrintTo(const Shift& row, std::ostream* out) { *out << row.name; }
+
 class ShiftTest : public testing::TestWithParam<Shift> {};
 
 TEST_P(ShiftTest, GivesTheReferencePixels) {
@@ -108,7 +110,8 @@ INSTANTIATE_TEST_SUITE_P(Some, ShiftTest,
                                          Shift{"Vivid", 0, 25.25, 0}, Shift{"Grey", 0, -300, 0},
                                          Shift{"FullChroma", 0, 300, 0}, Shift{"Turned", 0, 0, 45},
                                          Shift{"TurnedBack", 0, 0, -170.5}, Shift{"TwoTurns", 0, 0, 720},
-                                         Shift{"FarBack", 0, 0, -1000}, Shift{"AllThree", 3.3, -8.8, 359.9}),
+                                         Shift{"FarBack", 0, 0, -1000}, Shift{"ManyTurns", 0, 0, 123456},
+                                         Shift{"ManyTurnsBack", 0, 0, -123456}, Shift{"AllThree", 3.3, -8.8, 359.9}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(OutputAdjustmentTest, ReplacesTheToneCurveUntilTheNextRebuild) {
@@ -157,6 +160,21 @@ TEST(SequenceTest, TheWidthsOfTablesAndPixelsMayPart) {
     pair.SetIntent(1, 0, 8);
     EXPECT_EQ(pair.Engine().InEntries, 65536);
     pair.Convert(PixelRun(0));
+}
+
+// Built in but not stored, and with the build result of the tone curve.
+TEST(SequenceTest, ConstructEngineBuildsForWhatIsBound) {
+    EnginePair pair(Profiles());
+    pair.ConstructEngine(0, 0, 0);
+    EXPECT_EQ(pair.Engine().Unit.BuildResult, 65535);
+    pair.SetProfile("first.icc", 0, 0, 12);
+    EXPECT_EQ(pair.Engine().Unit.BuildResult, 12);
+    pair.ConstructEngine(2.5, -3.5, 44.0);
+    EXPECT_EQ(pair.Engine().Unit.BuildResult, 8);
+    pair.SetProfile("empty.icc", 0, 0, 12);
+    pair.ConstructEngine(2.5, -3.5, 44.0);
+    pair.SetProfile("unusable.icc", 0, 0, 12);
+    pair.ConstructEngine(2.5, -3.5, 44.0);
 }
 
 class RandomSequenceTest : public testing::TestWithParam<std::uint32_t> {};

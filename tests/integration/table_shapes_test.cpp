@@ -136,6 +136,8 @@ struct RefusedTable {
     std::size_t cut;  ///< bytes taken off the block's end
 };
 
+void PrintTo(const RefusedTable& row, std::ostream* out) { *out << row.name; }
+
 class RefusedTableTest : public testing::TestWithParam<RefusedTable> {};
 
 TEST_P(RefusedTableTest, LeavesTheEngineUnableToConvert) {

@@ -72,6 +72,8 @@ struct WhiteCase {
     std::uint32_t x, y, z;
 };
 
+void PrintTo(const WhiteCase& row, std::ostream* out) { *out << row.name; }
+
 class WhitePointTest : public testing::TestWithParam<WhiteCase> {};
 
 TEST_P(WhitePointTest, CountsForTheAbsoluteIntentAlone) {

@@ -255,6 +255,10 @@ int ReferenceEngine::SetIntent(int newIntent, int input, int output) {
     return BuildAll(lightness, chroma, hue);
 }
 
+int ReferenceEngine::ConstructEngine(double dL, double dC, double dh) {
+    return profileState == kNone ? kNone : BuildAll(Finite(dL), Finite(dC), Finite(dh));
+}
+
 int ReferenceEngine::AdjustLch(double dL, double dC, double dh) {
     dL = Finite(dL);
     dC = Finite(dC);
@@ -284,6 +288,8 @@ int ReferenceEngine::AdjustOutput(const Bytes& red, const Bytes& green, const By
 }
 
 bool ReferenceEngine::Converts() const { return !in[0].empty() && (inputSpace != 1 || in[0].size() == 65536); }
+
+bool ReferenceEngine::CanConvert() const { return inputSpace == 1 ? in[0].size() == 65536 : !in[0].empty(); }
 
 Bytes ReferenceEngine::Convert(const Bytes& pixels) const {
     const std::size_t width = inputSpace == 1 ? 2 : 1;

@@ -67,11 +67,14 @@ public:
     int SetProfile(const std::string& path, int intent, int input, int output, double lightness, double chroma,
                    double hue);
     int SetIntent(int intent, int input, int output);
+    int ConstructEngine(double dL, double dC, double dh);
     int AdjustLch(double lightness, double chroma, double hue);
     int AdjustOutput(const Bytes& red, const Bytes& green, const Bytes& blue, int count);
 
     /// Whether there are tables for the present input encoding; without them a conversion touches nothing.
     bool Converts() const;
+    /// Whether there are input tables, and for 16-bit pixels those of 65536 entries. Else no pixel is touched.
+    bool CanConvert() const;
     /// What the run of pixels comes out as: bytes for 8 bit, little-endian words for 16 bit.
     Bytes Convert(const Bytes& pixels) const;
 

@@ -166,7 +166,7 @@ TEST_F(ProfileContainerEdges, AnEntryThatTheFileCannotHoldIsLeftOut) {
 
 TEST_F(ProfileContainerEdges, RoundingMayReachPastTheEndOfTheFile) {
     Bytes bytes = Profile({{"abcd", Block("data", 12), 9}});
-    bytes.resize(bytes.size() - 3);
+    bytes.erase(bytes.end() - 3, bytes.end());
     Read(bytes);
     ASSERT_EQ(file.tagList.size(), 1U);
     EXPECT_EQ(file.tagList[0]->tagSize, 12U);

@@ -1,0 +1,303 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "support/ReferenceTiff.h"
+
+#include <algorithm>
+
+namespace hueweave::test {
+namespace {
+
+constexpr std::uint64_t kRoom = 8 << 20;  // bytes that a buffer may have beyond twice its source
+
+int WidthOf(unsigned type) {
+    switch (type) {
+        case 3:
+        case 8:
+            return 2;
+        case 4:
+        case 9:
+        case 10:
+        case 13:
+            return 4;
+        case 5:
+        case 11:
+        case 12:
+            return 8;
+        default:
+            return type < 12 ? 1 : 0;
+    }
+}
+
+/// A little-endian number of up to 4 bytes; what is not there is 0.
+std::uint32_t Number(const Bytes& bytes, std::size_t at, std::size_t width) {
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < width && at + i < bytes.size(); ++i) number |= std::uint32_t{bytes[at + i]} << 8 * i;
+    return number;
+}
+
+/// The items of a strip array: bytes and shorts as such, all else as 32-bit words.
+std::vector<std::uint32_t> StripItems(const ReferenceTag& tag) {
+    Bytes bytes;
+    if (tag.Size() > 4) {
+        if (tag.data) bytes = *tag.data;
+    } else {
+        for (int i = 0; i < tag.Size(); ++i) bytes.push_back(static_cast<unsigned char>(tag.value >> 8 * i));
+    }
+    const int announced = WidthOf(tag.type);
+    const std::size_t width = announced == 1 ? 1 : announced == 2 ? 2 : 4;
+    std::vector<std::uint32_t> items;
+    for (std::size_t at = 0; at + width <= bytes.size(); at += width) items.push_back(Number(bytes, at, width));
+    return items;
+}
+
+}  // namespace
+
+/// A file with a reading position. Reads past the end give zeros; a negative place refuses the seek.
+class ReferenceTiff::Stream {
+public:
+    explicit Stream(const Bytes& file) : file_(file) {}
+    void Seek(std::int64_t place) {
+        if (place >= 0) at_ = static_cast<std::size_t>(place);
+    }
+    Bytes Read(std::size_t n) {
+        Bytes bytes(n, 0);
+        const std::size_t there = at_ < file_.size() ? std::min(n, file_.size() - at_) : 0;
+        for (std::size_t i = 0; i < there; ++i) bytes[i] = file_[at_ + i];
+        at_ += there;
+        return bytes;
+    }
+    std::size_t Left() const { return at_ < file_.size() ? file_.size() - at_ : 0; }
+    std::uint64_t Size() const { return file_.size(); }
+
+private:
+    const Bytes& file_;
+    std::size_t at_ = 0;
+};
+
+std::int64_t ReferenceTag::Size() const {
+    const std::int64_t size = static_cast<std::int64_t>(WidthOf(type)) * count;
+    return size > 0x7fffffff ? 0 : size;
+}
+
+std::int64_t ReferenceTag::StoredSize() const { return Size() > 4 && !data ? 0 : Size(); }
+
+std::uint32_t ReferenceTag::Value() const {
+    const Bytes none;
+    const Bytes& bytes = data ? *data : none;
+    if (tag == 258) return count == 1 ? value : Number(bytes, 0, 2);
+    if (tag == 282 || tag == 283) {
+        const std::uint32_t denominator = Number(bytes, 4, 4);
+        return bytes.size() < 8 || denominator == 0 ? 0 : Number(bytes, 0, 4) / denominator;
+    }
+    return Size() > 4 ? Number(bytes, 0, 2) : value;
+}
+
+ReferenceTag* ReferenceTiff::Find(unsigned tag) {
+    for (ReferenceTag& each : tags) {
+        if (each.tag == tag) return &each;
+    }
+    return nullptr;
+}
+
+std::uint32_t ReferenceTiff::ValueOf(unsigned tag) {
+    const ReferenceTag* found = Find(tag);
+    return found ? found->Value() : 0;
+}
+
+int ReferenceTiff::Read(const Bytes& file) {
+    tags.clear();
+    Stream stream(file);
+    if (stream.Read(4) != Bytes{0x49, 0x49, 0x2a, 0x00}) return -2;
+    stream.Seek(Number(stream.Read(4), 0, 4));
+    std::size_t entries = Number(stream.Read(2), 0, 2);
+    if (entries > 29) return -3;
+    entries = std::min(entries, stream.Left() / 12);
+    const Bytes table = stream.Read(entries * 12);
+    std::size_t used = 0;
+    for (std::size_t at = 0; at < table.size(); at += 12) {
+        unsigned typeAndTag[2] = {Number(table, at + 2, 2), Number(table, at, 2)};
+        ReadTag(stream, typeAndTag, Number(table, at + 4, 4), Number(table, at + 8, 4), used);
+    }
+    ReadImage(stream);
+    return 0;
+}
+
+void ReferenceTiff::ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_t count, std::uint32_t value,
+                            std::size_t& used) {
+    ReferenceTag tag{typeAndTag[1], typeAndTag[0], count, value, {}};
+    const auto size = static_cast<std::uint64_t>(tag.Size());
+    if (size >= 5 && size <= stream.Size() && used + size <= 2 * stream.Size() + 65536) {
+        stream.Seek(value);
+        tag.data = stream.Read(size);
+        used += size;
+    }
+    if (tag.tag == 34665) {
+        stream.Seek(value);
+        tag.data = stream.Read(44);
+    }
+    tags.push_back(tag);
+}
+
+void ReferenceTiff::ReadImage(Stream& stream) {
+    const std::uint32_t width = ValueOf(256);
+    const std::uint32_t height = ValueOf(257);
+    const std::uint32_t rows = ValueOf(278);
+    const std::uint32_t offset = ValueOf(273);
+    const std::uint32_t planar = ValueOf(284);
+    const std::uint32_t bits = ValueOf(258);
+    const std::uint32_t samples = ValueOf(277);
+    if (!Find(273)) return;
+    if (rows != height) {
+        ReadStrips(stream);
+    } else if (planar <= 1) {
+        Attach(stream, offset, ValueOf(279));
+    } else if (bits == 1) {
+        Attach(stream, offset, rows * (width >> 3) * samples);
+    } else {
+        ReadStrips(stream);
+        Pack(static_cast<std::int32_t>(width), static_cast<std::int32_t>(rows), bits == 8 ? 1 : 2);
+        Find(284)->value = 1;
+    }
+}
+
+/// `n` bytes from one place become the image.
+void ReferenceTiff::Attach(Stream& stream, std::int64_t offset, std::uint32_t n) {
+    ReferenceTag& strip = *Find(273);
+    const bool lost = strip.Size() > 4 && !strip.data;
+    strip.data.reset();
+    if (n > 2 * stream.Size() + kRoom) return;
+    stream.Seek(offset);
+    strip.data = stream.Read(n);
+    if (lost) {
+        strip.count = 1;
+        strip.type = 4;
+    }
+}
+
+void ReferenceTiff::ReadStrips(Stream& stream) {
+    ReferenceTag& offsets = *Find(273);
+    ReferenceTag* counts = Find(279);
+    const std::vector<std::uint32_t> places = StripItems(offsets);
+    const std::vector<std::uint32_t> sizes = counts ? StripItems(*counts) : std::vector<std::uint32_t>();
+    const std::size_t n = std::min({std::size_t{offsets.count}, places.size(), sizes.size()});
+    std::uint64_t total = 0;
+    for (std::size_t i = 0; i < n; ++i) total += sizes[i];
+    if (total > 2 * stream.Size() + kRoom) {
+        offsets.data.reset();
+        total = 0;
+    } else {
+        Bytes image;
+        for (std::size_t i = 0; i < n; ++i) {
+            stream.Seek(static_cast<std::int32_t>(places[i]));
+            const Bytes strip = stream.Read(sizes[i]);
+            image.insert(image.end(), strip.begin(), strip.end());
+        }
+        offsets.data = image;
+    }
+    offsets.count = 1;
+    offsets.type = 4;
+    if (counts) {
+        counts->data.reset();
+        counts->type = 3;
+        counts->count = 1;
+        counts->value = static_cast<std::uint32_t>(total);
+    }
+    if (ReferenceTag* rows = Find(278)) rows->value = ValueOf(257);
+}
+
+void ReferenceTiff::Pack(std::int64_t width, std::int64_t height, std::size_t sampleBytes) {
+    ReferenceTag& strip = *Find(273);
+    const Bytes planes = strip.data.value_or(Bytes());
+    const std::size_t count = Find(277) && ValueOf(277) == 3 ? 3 : 4;
+    if (width < 1 || height < 1) {
+        strip.data = Bytes();
+        return;
+    }
+    // In two steps: neither product can leave 64 bits.
+    const auto pixels = static_cast<std::uint64_t>(width * height);
+    if (pixels > 0xffffffffU || pixels * count * sampleBytes > 2 * planes.size() + kRoom) {
+        strip.data.reset();
+        return;
+    }
+    Bytes packed;
+    for (std::uint64_t i = 0; i < pixels; ++i) {
+        for (std::size_t plane = 0; plane < count; ++plane) {
+            for (std::size_t b = 0; b < sampleBytes; ++b) {
+                const std::uint64_t at = (plane * pixels + i) * sampleBytes + b;
+                packed.push_back(at < planes.size() ? planes[at] : 0);
+            }
+        }
+    }
+    strip.data = packed;
+}
+
+void ReferenceTiff::RemoveIcc() {
+    const auto icc = std::find_if(tags.begin(), tags.end(), [](const ReferenceTag& tag) { return tag.tag == 34675; });
+    if (icc != tags.end()) tags.erase(icc);
+}
+
+Bytes ReferenceTiff::Save() {
+    auto cursor = static_cast<std::uint32_t>(12 * tags.size() + 14);
+    for (ReferenceTag& tag : tags) {
+        const std::int64_t size = tag.StoredSize();
+        if ((tag.type >= 6 && tag.type <= 9) || size > 4) {
+            tag.value = cursor;
+            cursor += static_cast<std::uint32_t>(size);
+        }
+    }
+    ReferenceTag* strip = Find(273);
+    ReferenceTag* exif = Find(34665);
+    if (strip) strip->value = cursor;
+    if (exif) exif->value = cursor + ValueOf(279);
+
+    ByteWriter out;
+    out.Text("II").Little16(42).Little32(8).Little16(static_cast<unsigned>(tags.size() & 0xffffU));
+    for (const ReferenceTag& tag : tags) {
+        out.Little16(tag.tag).Little16(tag.type).Little32(tag.count).Little32(tag.value);
+    }
+    out.Little32(0);
+    for (const ReferenceTag& tag : tags) {
+        if (tag.StoredSize() < 5) continue;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(tag.StoredSize()); ++i) {
+            out.U8(i < tag.data->size() ? (*tag.data)[i] : 0);
+        }
+    }
+    if (strip && strip->data) {
+        const std::uint64_t n = ValueOf(279);
+        const std::uint64_t written = n <= 2 * strip->data->size() + kRoom ? n : strip->data->size();
+        for (std::size_t i = 0; i < written; ++i) out.U8(i < strip->data->size() ? (*strip->data)[i] : 0);
+    }
+    if (exif) out.Append(exif->data.value_or(Bytes(44, 0)));
+    return out.Done();
+}
+
+ReferenceRun ConvertTiff(const std::optional<Bytes>& source, const std::string& sourcePath, int sampleBytes,
+                         const PixelConverter& convert) {
+    ReferenceRun run;
+    ReferenceTiff tiff;
+    if (source) {
+        tiff.Read(*source);
+    } else {
+        run.log += "*** " + sourcePath + " Open Error. ***\n";
+    }
+    const std::int64_t width = static_cast<std::int32_t>(tiff.ValueOf(256));
+    const std::int64_t height = static_cast<std::int32_t>(tiff.ValueOf(257));
+    run.log += "Start Conversion(Start) : New ID\n";
+    ReferenceTag* strip = tiff.Find(273);
+    if (strip && strip->data) {
+        const auto held = static_cast<std::int64_t>(strip->data->size()) / (3 * sampleBytes);
+        const std::int64_t pixels = std::min(width * height, held);
+        if (pixels > 0) convert(strip->data->data(), static_cast<int>(pixels));
+    }
+    run.log += "Start Conversion(Pause) : End Conversion(count : 0)\n";
+    run.log += "Start Conversion(Stop) :  End Conversion(count : 0)\n";
+    tiff.RemoveIcc();
+    if (tiff.tags.empty()) {
+        run.log += "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
+    } else {
+        run.file = tiff.Save();
+    }
+    return run;
+}
+
+}  // namespace hueweave::test

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "support/ByteWriter.h"
+
+namespace hueweave::test {
+
+/// One entry of a directory. The data are bytes as they stand in the file; those of tag 273 become the image.
+struct ReferenceTag {
+    unsigned tag = 0;
+    unsigned type = 0;
+    std::uint32_t count = 0;
+    std::uint32_t value = 0;
+    std::optional<Bytes> data;
+
+    std::int64_t Size() const;        ///< width x count; 0 if that is above 2^31 - 1
+    std::int64_t StoredSize() const;  ///< the same, 0 if it is above 4 and there are no data
+    std::uint32_t Value() const;
+};
+
+/// What reading and writing a TIFF file comes to, in the plainest words: bytes in, bytes out.
+class ReferenceTiff {
+public:
+    /// Returns 0, -2 or -3.
+    int Read(const Bytes& file);
+    /// Settles the offsets in the tags and returns the file.
+    Bytes Save();
+    void RemoveIcc();
+
+    ReferenceTag* Find(unsigned tag);
+    std::uint32_t ValueOf(unsigned tag);  ///< 0 if absent
+
+    std::vector<ReferenceTag> tags;
+
+private:
+    class Stream;
+    void ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_t count, std::uint32_t value, std::size_t& used);
+    void ReadImage(Stream& stream);
+    void Attach(Stream& stream, std::int64_t offset, std::uint32_t n);
+    void ReadStrips(Stream& stream);
+    void Pack(std::int64_t width, std::int64_t height, std::size_t sampleBytes);
+};
+
+/// Converts `pixels` pixels of three samples in place.
+using PixelConverter = std::function<void(unsigned char* samples, int pixels)>;
+
+struct ReferenceRun {
+    Bytes file;
+    std::string log;  ///< standard output
+};
+
+/// A whole conversion. `source` is empty for a file that cannot be opened; `sampleBytes` is 1 or 2, as the engine
+/// takes its input, whatever the file says.
+ReferenceRun ConvertTiff(const std::optional<Bytes>& source, const std::string& sourcePath, int sampleBytes,
+                         const PixelConverter& convert);
+
+}  // namespace hueweave::test

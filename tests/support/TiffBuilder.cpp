@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "support/TiffBuilder.h"
+
+namespace hueweave::test {
+namespace {
+
+constexpr unsigned kGapByte = 0xee;
+
+std::size_t ArrayItemBytes(unsigned type) { return type == 1 ? 1 : type == 3 ? 2 : 4; }
+
+Bytes ArrayBytes(unsigned type, const std::vector<std::uint32_t>& values) {
+    ByteWriter out;
+    for (const std::uint32_t value : values) {
+        for (std::size_t i = 0; i < ArrayItemBytes(type); ++i) out.U8(value >> 8 * i & 0xffU);
+    }
+    return out.Done();
+}
+
+/// Up to four bytes as the word of an entry.
+std::uint32_t EntryWord(const Bytes& bytes) {
+    std::uint32_t word = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) word |= std::uint32_t{bytes[i]} << 8 * i;
+    return word;
+}
+
+}  // namespace
+
+TiffBuilder& TiffBuilder::Entry(unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value) {
+    items_.push_back({Source::AsIs, tag, type, count, value, {}});
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::Data(unsigned tag, unsigned type, std::uint32_t count, const Bytes& data) {
+    items_.push_back({Source::Data, tag, type, count, 0, data});
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::Array(unsigned tag, unsigned type, const std::vector<std::uint32_t>& values) {
+    const Bytes data = ArrayBytes(type, values);
+    const auto count = static_cast<std::uint32_t>(values.size());
+    return data.size() <= 4 ? Entry(tag, type, count, EntryWord(data)) : Data(tag, type, count, data);
+}
+
+TiffBuilder& TiffBuilder::Rational(unsigned tag, std::uint32_t numerator, std::uint32_t denominator) {
+    return Data(tag, 5, 1, ArrayBytes(4, {numerator, denominator}));
+}
+
+TiffBuilder& TiffBuilder::Text(unsigned tag, std::string_view text) {
+    return Data(tag, 2, static_cast<std::uint32_t>(text.size() + 1), ByteWriter().Text(text).U8(0).Done());
+}
+
+TiffBuilder& TiffBuilder::Undefined(unsigned tag, const Bytes& data) {
+    return Data(tag, 7, static_cast<std::uint32_t>(data.size()), data);
+}
+
+TiffBuilder& TiffBuilder::Shape(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits) {
+    Long(256, width).Long(257, height);
+    Shorts(258, std::vector<std::uint32_t>(samples, bits));
+    return Short(259, 1).Short(262, samples == 3 ? 2 : 1).Short(277, samples);
+}
+
+TiffBuilder& TiffBuilder::Strip(const Bytes& bytes) {
+    strips_.push_back(bytes);
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::StripOffsets(unsigned type) {
+    items_.push_back({Source::Offsets, 273, type, 0, 0, {}});
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::StripByteCounts(unsigned type) {
+    items_.push_back({Source::Counts, 279, type, 0, 0, {}});
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::StripsBackwards() {
+    backwards_ = true;
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::Head(const Bytes& firstFour) {
+    head_ = firstFour;
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::DirectoryAt(std::uint32_t announced) {
+    otherPlace_ = true;
+    place_ = announced;
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::EntryCount(unsigned announced) {
+    otherCount_ = true;
+    count_ = announced;
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::NextDirectory(std::uint32_t offset) {
+    next_ = offset;
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::GapBeforeDirectory(std::size_t bytes) {
+    firstGap_ = bytes;
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::GapBeforeStrips(std::size_t bytes) {
+    secondGap_ = bytes;
+    return *this;
+}
+
+TiffBuilder& TiffBuilder::Trailer(const Bytes& bytes) {
+    trailer_ = bytes;
+    return *this;
+}
+
+std::uint32_t TiffBuilder::DataStart() const {
+    return static_cast<std::uint32_t>(8 + firstGap_ + 2 + 12 * items_.size() + 4);
+}
+
+/// Bytes behind the directory.
+std::size_t TiffBuilder::ItemBytes(const Item& item) const {
+    if (item.source == Source::AsIs) return 0;
+    if (item.source == Source::Data) return item.data.size();
+    const std::size_t bytes = strips_.size() * ArrayItemBytes(item.type);
+    return bytes > 4 ? bytes : 0;
+}
+
+std::uint32_t TiffBuilder::StripPlace(std::size_t strip) const {
+    std::size_t place = DataStart() + secondGap_;
+    for (const Item& item : items_) place += ItemBytes(item);
+    for (std::size_t i = 0; i < strips_.size(); ++i) {
+        if (backwards_ ? i > strip : i < strip) place += strips_[i].size();
+    }
+    return static_cast<std::uint32_t>(place);
+}
+
+Bytes TiffBuilder::ItemData(const Item& item) const {
+    if (item.source == Source::Data) return item.data;
+    std::vector<std::uint32_t> values;
+    for (std::size_t i = 0; i < strips_.size(); ++i) {
+        values.push_back(item.source == Source::Offsets ? StripPlace(i)
+                                                        : static_cast<std::uint32_t>(strips_[i].size()));
+    }
+    return ArrayBytes(item.type, values);
+}
+
+Bytes TiffBuilder::Build() const {
+    ByteWriter out;
+    out.Append(head_).Little32(otherPlace_ ? place_ : static_cast<std::uint32_t>(8 + firstGap_));
+    out.Fill(firstGap_, kGapByte);
+    out.Little16(otherCount_ ? count_ : static_cast<unsigned>(items_.size()));
+    ByteWriter blocks;
+    for (const Item& item : items_) {
+        out.Little16(item.tag).Little16(item.type);
+        if (item.source == Source::AsIs) {
+            out.Little32(item.count).Little32(item.value);
+            continue;
+        }
+        const bool strips = item.source != Source::Data;
+        const Bytes data = ItemData(item);
+        out.Little32(strips ? static_cast<std::uint32_t>(strips_.size()) : item.count);
+        if (strips && ItemBytes(item) == 0) {
+            out.Little32(EntryWord(data));
+        } else {
+            out.Little32(DataStart() + static_cast<std::uint32_t>(blocks.Size()));
+            blocks.Append(data);
+        }
+    }
+    out.Little32(next_).Append(blocks.Done()).Fill(secondGap_, kGapByte);
+    for (std::size_t i = 0; i < strips_.size(); ++i) out.Append(strips_[backwards_ ? strips_.size() - 1 - i : i]);
+    return out.Append(trailer_).Done();
+}
+
+TiffBuilder ChunkyTiff(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits,
+                       const Bytes& pixels) {
+    TiffBuilder tiff;
+    tiff.Shape(width, height, samples, bits).Long(278, height).StripOffsets().StripByteCounts();
+    return tiff.Rational(282, 300, 1).Text(305, "Hueweave").Strip(pixels);
+}
+
+TiffBuilder PlanarTiff(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits,
+                       std::uint32_t rowsPerStrip, const std::vector<Bytes>& strips) {
+    TiffBuilder tiff;
+    tiff.Shape(width, height, samples, bits).Long(278, rowsPerStrip).StripOffsets().StripByteCounts().Short(284, 2);
+    for (const Bytes& strip : strips) tiff.Strip(strip);
+    return tiff;
+}
+
+Bytes CountingBytes(std::size_t count, unsigned first) {
+    Bytes bytes(count);
+    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(first + i);
+    return bytes;
+}
+
+}  // namespace hueweave::test

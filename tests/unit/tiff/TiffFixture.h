@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "FileHandle.h"
+#include "support/ByteWriter.h"
+#include "support/TempDir.h"
+#include "support/TiffBuilder.h"
+#include "tiff/CTiff.h"
+
+namespace hueweave::test {
+
+using Orvix_Tiff_STL2::BitsPerSampleTag;
+using Orvix_Tiff_STL2::CTiff;
+using Orvix_Tiff_STL2::Exif_IFD_Tag;
+using Orvix_Tiff_STL2::FieldType;
+using Orvix_Tiff_STL2::ResolutionTag;
+using Orvix_Tiff_STL2::Tiff;
+using Orvix_Tiff_STL2::TiffTag;
+using Orvix_Tiff_STL2::TiffTagSignature;
+
+constexpr TiffTagSignature Sig(unsigned tag) { return static_cast<TiffTagSignature>(tag); }
+constexpr FieldType Type(int code) { return static_cast<FieldType>(code); }
+/// First word of an entry.
+constexpr unsigned Word(unsigned type, unsigned tag) { return type * 65536U + tag; }
+
+/// A stream over a nameless file with these bytes, at its start.
+inline FileHandle StreamOf(const Bytes& bytes) {
+    FileHandle stream(std::tmpfile());
+    if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), stream.get());
+    std::fflush(stream.get());
+    std::rewind(stream.get());
+    return stream;
+}
+
+/// All that `write` puts into an empty file.
+inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write) {
+    const FileHandle stream(std::tmpfile());
+    write(stream.get());
+    std::fflush(stream.get());
+    std::rewind(stream.get());
+    Bytes bytes;
+    for (int c = std::fgetc(stream.get()); c != EOF; c = std::fgetc(stream.get())) {
+        bytes.push_back(static_cast<unsigned char>(c));
+    }
+    return bytes;
+}
+
+inline Bytes Saved(Tiff& tiff) {
+    return WrittenBy([&](std::FILE* f) { EXPECT_EQ(tiff.SaveTiff(f), 0); });
+}
+
+/// The file read by `tiff`, whose status comes back.
+inline int ReadFrom(Tiff& tiff, const Bytes& file) {
+    const FileHandle stream = StreamOf(file);
+    return tiff.ReadTiff(stream.get());
+}
+
+/// A tag's data; empty for none.
+inline Bytes DataOf(const TiffTag& tag) {
+    return tag.data ? Bytes(tag.data.get(), tag.data.get() + tag.dataSize) : Bytes();
+}
+inline Bytes DataOf(const Tiff& tiff, unsigned tag) {
+    const TiffTag* found = tiff.GetTag(Sig(tag));
+    EXPECT_NE(found, nullptr) << "tag " << tag;
+    return found ? DataOf(*found) : Bytes();
+}
+inline Bytes Image(const Tiff& tiff) { return DataOf(tiff, 273); }
+
+/// What a printing action leaves on the standard output.
+inline std::string Printed(const std::function<void()>& action) {
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}
+
+inline std::vector<unsigned> Signatures(const Tiff& tiff) {
+    std::vector<unsigned> all;
+    for (const auto& tag : tiff.tags) all.push_back(tag->tag);
+    return all;
+}
+
+/// An entry's fields, to be compared as one.
+struct Fields {
+    unsigned tag;
+    int type;
+    std::uint32_t count;
+    std::uint32_t value;
+    bool operator==(const Fields&) const = default;
+};
+inline std::ostream& operator<<(std::ostream& out, const Fields& f) {
+    return out << f.tag << ": type " << f.type << ", count " << f.count << ", value " << f.value;
+}
+inline Fields FieldsOf(const TiffTag& tag) { return {tag.tag, tag.type, tag.count, tag.value}; }
+inline Fields FieldsOf(const Tiff& tiff, unsigned tag) {
+    const TiffTag* found = tiff.GetTag(Sig(tag));
+    EXPECT_NE(found, nullptr) << "tag " << tag;
+    return found ? FieldsOf(*found) : Fields{};
+}
+
+/// The entries of a written file, whose directory stands at 8.
+inline std::vector<Fields> EntriesOf(const Bytes& file) {
+    const auto number = [&](std::size_t at, int width) {
+        std::uint32_t n = 0;
+        for (int i = 0; i < width; ++i) n |= std::uint32_t{file.at(at + static_cast<std::size_t>(i))} << 8 * i;
+        return n;
+    };
+    std::vector<Fields> entries;
+    for (std::size_t i = 0; i < number(8, 2); ++i) {
+        const std::size_t at = 10 + 12 * i;
+        entries.push_back({number(at, 2), static_cast<int>(number(at + 2, 2)), number(at + 4, 4), number(at + 8, 4)});
+    }
+    return entries;
+}
+inline Fields EntryOf(const Bytes& file, unsigned tag) {
+    for (const Fields& fields : EntriesOf(file)) {
+        if (fields.tag == tag) return fields;
+    }
+    ADD_FAILURE() << "no entry " << tag;
+    return {};
+}
+
+inline Bytes Part(const Bytes& bytes, std::size_t from, std::size_t count) {
+    const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(from, bytes.size()));
+    return Bytes(begin,
+                 begin + static_cast<std::ptrdiff_t>(std::min(count, static_cast<std::size_t>(bytes.end() - begin))));
+}
+inline Bytes Joined(const std::vector<Bytes>& parts) {
+    ByteWriter out;
+    for (const Bytes& part : parts) out.Append(part);
+    return out.Done();
+}
+
+/// A tag that counts how many of its kind have gone.
+class MortalTag : public TiffTag {
+public:
+    MortalTag(unsigned signature, int& deaths) : TiffTag(Sig(signature)), deaths_(deaths) {}
+    ~MortalTag() override { ++deaths_; }
+
+private:
+    int& deaths_;
+};
+
+}  // namespace hueweave::test
