@@ -32,13 +32,13 @@ struct Column {
     Kind a2b, b2a, unknown;  ///< what the type makes of a table of either direction, and of a name not listed
 };
 const Column kTypes[] = {
-    {"mAB ", Kind::Lut, Kind::Lut8, Kind::Data},   {"mBA ", Kind::Lut8, Kind::Lut, Kind::Data},
-    {"mft2", Kind::Lut16, Kind::Lut16, Kind::Data}, {"mft1", Kind::Lut8, Kind::Lut8, Kind::Data},
+    {"mAB ", Kind::Lut, Kind::Lut8, Kind::Data},         {"mBA ", Kind::Lut8, Kind::Lut, Kind::Data},
+    {"mft2", Kind::Lut16, Kind::Lut16, Kind::Data},      {"mft1", Kind::Lut8, Kind::Lut8, Kind::Data},
     {"text", Kind::Lut8, Kind::Lut8, Kind::Description}, {"curv", Kind::Lut8, Kind::Lut8, Kind::Data},
-    {"para", Kind::Lut8, Kind::Lut8, Kind::Data},  {"XYZ ", Kind::Lut8, Kind::Lut8, Kind::Data},
-    {"sf32", Kind::Lut8, Kind::Lut8, Kind::Data},  {"desc", Kind::Lut8, Kind::Lut8, Kind::Data},
-    {"mluc", Kind::Lut8, Kind::Lut8, Kind::Data},  {"data", Kind::Lut8, Kind::Lut8, Kind::Data},
-    {"mAB0", Kind::Lut8, Kind::Lut8, Kind::Data},  {"MFT2", Kind::Lut8, Kind::Lut8, Kind::Data},
+    {"para", Kind::Lut8, Kind::Lut8, Kind::Data},        {"XYZ ", Kind::Lut8, Kind::Lut8, Kind::Data},
+    {"sf32", Kind::Lut8, Kind::Lut8, Kind::Data},        {"desc", Kind::Lut8, Kind::Lut8, Kind::Data},
+    {"mluc", Kind::Lut8, Kind::Lut8, Kind::Data},        {"data", Kind::Lut8, Kind::Lut8, Kind::Data},
+    {"mAB0", Kind::Lut8, Kind::Lut8, Kind::Data},        {"MFT2", Kind::Lut8, Kind::Lut8, Kind::Data},
     {"TEXT", Kind::Lut8, Kind::Lut8, Kind::Data},
 };
 
@@ -48,28 +48,36 @@ struct Row {
     Rule rule;
 };
 const Row kNames[] = {
-    {"chad", Rule::Chad},        {"A2B0", Rule::A2B},     {"A2B1", Rule::A2B},     {"A2B2", Rule::A2B},
-    {"B2A0", Rule::B2A},         {"B2A1", Rule::B2A},     {"B2A2", Rule::B2A},     {"rXYZ", Rule::Xyz},
-    {"gXYZ", Rule::Xyz},         {"bXYZ", Rule::Xyz},     {"wtpt", Rule::Xyz},     {"bkpt", Rule::Xyz},
-    {"rTRC", Rule::Curve},       {"gTRC", Rule::Curve},   {"bTRC", Rule::Curve},   {"desc", Rule::Description},
-    {"cprt", Rule::Text},        {"A2B3", Rule::Unknown}, {"B2A3", Rule::Unknown}, {"A2Bz", Rule::Unknown},
-    {"a2b0", Rule::Unknown},     {"D2B0", Rule::Unknown}, {"B2D0", Rule::Unknown}, {"pre0", Rule::Unknown},
-    {"pre1", Rule::Unknown},     {"pre2", Rule::Unknown}, {"gamt", Rule::Unknown}, {"kTRC", Rule::Unknown},
-    {"lumi", Rule::Unknown},     {"dmnd", Rule::Unknown}, {"dmdd", Rule::Unknown}, {"vued", Rule::Unknown},
-    {"targ", Rule::Unknown},     {"text", Rule::Unknown}, {"mft2", Rule::Unknown}, {"kXYZ", Rule::Unknown},
+    {"chad", Rule::Chad},    {"A2B0", Rule::A2B},     {"A2B1", Rule::A2B},     {"A2B2", Rule::A2B},
+    {"B2A0", Rule::B2A},     {"B2A1", Rule::B2A},     {"B2A2", Rule::B2A},     {"rXYZ", Rule::Xyz},
+    {"gXYZ", Rule::Xyz},     {"bXYZ", Rule::Xyz},     {"wtpt", Rule::Xyz},     {"bkpt", Rule::Xyz},
+    {"rTRC", Rule::Curve},   {"gTRC", Rule::Curve},   {"bTRC", Rule::Curve},   {"desc", Rule::Description},
+    {"cprt", Rule::Text},    {"A2B3", Rule::Unknown}, {"B2A3", Rule::Unknown}, {"A2Bz", Rule::Unknown},
+    {"a2b0", Rule::Unknown}, {"D2B0", Rule::Unknown}, {"B2D0", Rule::Unknown}, {"pre0", Rule::Unknown},
+    {"pre1", Rule::Unknown}, {"pre2", Rule::Unknown}, {"gamt", Rule::Unknown}, {"kTRC", Rule::Unknown},
+    {"lumi", Rule::Unknown}, {"dmnd", Rule::Unknown}, {"dmdd", Rule::Unknown}, {"vued", Rule::Unknown},
+    {"targ", Rule::Unknown}, {"text", Rule::Unknown}, {"mft2", Rule::Unknown}, {"kXYZ", Rule::Unknown},
     {"Chad", Rule::Unknown},
 };
 
 Kind Expected(Rule rule, const Column& column) {
     switch (rule) {
-        case Rule::Chad: return Kind::Chad;
-        case Rule::A2B: return column.a2b;
-        case Rule::B2A: return column.b2a;
-        case Rule::Xyz: return Kind::Xyz;
-        case Rule::Curve: return Kind::Curve;
-        case Rule::Description: return Kind::Description;
-        case Rule::Text: return Kind::Text;
-        case Rule::Unknown: break;
+        case Rule::Chad:
+            return Kind::Chad;
+        case Rule::A2B:
+            return column.a2b;
+        case Rule::B2A:
+            return column.b2a;
+        case Rule::Xyz:
+            return Kind::Xyz;
+        case Rule::Curve:
+            return Kind::Curve;
+        case Rule::Description:
+            return Kind::Description;
+        case Rule::Text:
+            return Kind::Text;
+        case Rule::Unknown:
+            break;
     }
     return column.unknown;
 }
@@ -97,8 +105,7 @@ TEST_P(ClassTable, HoldsForTagsOfAProfile) {
     EXPECT_EQ(Read(ProfileOf(tags)), 0);
     ASSERT_EQ(file.tagList.size(), std::size(kTypes));
     for (std::size_t i = 0; i < file.tagList.size(); ++i) {
-        EXPECT_EQ(KindsOf(file.tagList[i].get()), std::vector{Expected(GetParam().rule, kTypes[i])})
-            << kTypes[i].type;
+        EXPECT_EQ(KindsOf(file.tagList[i].get()), std::vector{Expected(GetParam().rule, kTypes[i])}) << kTypes[i].type;
     }
 }
 

@@ -24,16 +24,16 @@ TEST_F(ProfileLimits, CountsOnlyEntriesThatTheFileHoldsWhole) {
         std::uint32_t count;
         std::size_t tags;
     };
-    for (const Row& row :
-         {Row{0, 1, 0}, Row{11, 1, 0}, Row{12, 1, 1}, Row{13, 1, 1}, Row{23, 2, 1}, Row{24, 2, 2}, Row{25, 2, 2},
-          Row{36, 2, 2}, Row{36, 0, 0}, Row{35, 5, 2}, Row{36, 5, 3}, Row{36, 0xffffffffU, 3},
-          Row{36, 0x80000000U, 3},     // negative as a signed count
-          Row{36, 0x15555556U, 3}}) {  // 12 times that is 8 in 32 bits
+    for (const Row& row : {Row{0, 1, 0}, Row{11, 1, 0}, Row{12, 1, 1}, Row{13, 1, 1}, Row{23, 2, 1}, Row{24, 2, 2},
+                           Row{25, 2, 2}, Row{36, 2, 2}, Row{36, 0, 0}, Row{35, 5, 2}, Row{36, 5, 3},
+                           Row{36, 0xffffffffU, 3}, Row{36, 0x80000000U, 3},  // negative as a signed count
+                           Row{36, 0x15555556U, 3}}) {                        // 12 times that is 8 in 32 bits
         ByteWriter table;
         for (int i = 0; i < 3; ++i) table.Text("abcd").Big32(0).Big32(4);
         file.Reset();
-        EXPECT_EQ(Read(ByteWriter().Append(NumberedHeader()).Big32(row.count).Append(Cut(table.Done(), row.bytes)).Done()),
-                  0);
+        EXPECT_EQ(
+            Read(ByteWriter().Append(NumberedHeader()).Big32(row.count).Append(Cut(table.Done(), row.bytes)).Done()),
+            0);
         EXPECT_EQ(file.tagList.size(), row.tags) << row.count << " in " << row.bytes;
     }
 }
@@ -54,10 +54,10 @@ TEST_F(ProfileLimits, LeavesOutAnEntryThatDoesNotLieInTheFile) {
     constexpr std::uint32_t kEnd = 132 + 24 + 40;  // bytes in the file
     for (const Row& row :
          {Row{kEnd - 8, 7, true}, Row{kEnd - 8, 8, true}, Row{kEnd - 8, 9, false}, Row{kEnd - 5, 5, true},
-          Row{kEnd - 5, 6, false}, Row{kEnd, 0, true}, Row{kEnd, 1, false}, Row{kEnd + 1, 0, false},
-          Row{0, kEnd, true}, Row{0, kEnd + 1, false}, Row{0xffffffffU, 0, false}, Row{0xffffffffU, 5, false},
-          Row{0xfffffff8U, 16, false}, Row{4, 0xfffffffcU, false}, Row{0, 0xffffffffU, false},
-          Row{200, 0xfffffffeU, false}, Row{0, 0x80000000U, false}, Row{0x80000000U, 0x80000000U, false}}) {
+          Row{kEnd - 5, 6, false}, Row{kEnd, 0, true}, Row{kEnd, 1, false}, Row{kEnd + 1, 0, false}, Row{0, kEnd, true},
+          Row{0, kEnd + 1, false}, Row{0xffffffffU, 0, false}, Row{0xffffffffU, 5, false}, Row{0xfffffff8U, 16, false},
+          Row{4, 0xfffffffcU, false}, Row{0, 0xffffffffU, false}, Row{200, 0xfffffffeU, false},
+          Row{0, 0x80000000U, false}, Row{0x80000000U, 0x80000000U, false}}) {
         file.Reset();
         EXPECT_EQ(Read(ProfileOf({{"test", {}, row.offset, row.size}, {"next", Block("data", 40)}})), 0);
         EXPECT_EQ(Names(), row.taken ? (Strings{"test", "next"}) : (Strings{"next"}))
@@ -158,10 +158,7 @@ std::vector<Entry> EveryClass() {
                          .Grid({2, 2, 2}, NthFrom(0, 24))
                          .Curves(AbBlock::kA, {{1, 2}, {4, 5}, {7, 8}})
                          .Done()},
-            {"B2A0", AbBlock(3, 3, "mBA ")
-                         .Curves(AbBlock::kM, {{1, 2, 3}})
-                         .Grid({2, 2, 2}, NthFrom(0, 24))
-                         .Done()},
+            {"B2A0", AbBlock(3, 3, "mBA ").Curves(AbBlock::kM, {{1, 2, 3}}).Grid({2, 2, 2}, NthFrom(0, 24)).Done()},
             {"A2B2", MftSpec{.type = "mft1", .width = 1}.Done()},
             {"wtpt", Block("XYZ ", 20)},
             {"chad", Block("sf32", 44)},

@@ -49,9 +49,22 @@ struct Room {
     std::size_t size;
     std::uint32_t taken;
 };
-const Room kRooms[] = {{4, 19, 3}, {4, 20, 4}, {4, 21, 4}, {4, 22, 4}, {1, 13, 0}, {1, 14, 1}, {1, 12, 0},
-                       {4, 11, 0}, {4, 8, 0},  {4, 0, 0},  {5, 20, 4}, {6, 21, 4}, {0xffffffffU, 20, 4},
-                       {0x80000000U, 20, 4},   {0x80000004U, 20, 4}, {0x7fffffffU, 18, 3}};
+const Room kRooms[] = {{4, 19, 3},
+                       {4, 20, 4},
+                       {4, 21, 4},
+                       {4, 22, 4},
+                       {1, 13, 0},
+                       {1, 14, 1},
+                       {1, 12, 0},
+                       {4, 11, 0},
+                       {4, 8, 0},
+                       {4, 0, 0},
+                       {5, 20, 4},
+                       {6, 21, 4},
+                       {0xffffffffU, 20, 4},
+                       {0x80000000U, 20, 4},
+                       {0x80000004U, 20, 4},
+                       {0x7fffffffU, 18, 3}};
 
 Bytes RoomBlock(const Room& room) {
     return Cut(ByteWriter().Text("curv").Big32(0).Big32(room.announced).Big16(11).Big16(22).Big16(33).Big16(44).Done(),

@@ -25,9 +25,8 @@ constexpr Field WordAt(const char* name, std::size_t offset) {
 }
 template <std::size_t I>
 constexpr Field DateWordAt(const char* name, std::size_t offset) {
-    return {name, offset, 2, [](ProfileHeader& header, std::uint32_t value) {
-                header.dateTime[I] = static_cast<std::uint16_t>(value);
-            }};
+    return {name, offset, 2,
+            [](ProfileHeader& header, std::uint32_t value) { header.dateTime[I] = static_cast<std::uint16_t>(value); }};
 }
 template <std::size_t I>
 constexpr Field IlluminantAt(const char* name, std::size_t offset) {

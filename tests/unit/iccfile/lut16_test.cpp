@@ -22,7 +22,8 @@ TEST(Lut16, TakesEveryFieldFromItsPlace) {
     EXPECT_EQ(lut.outputChan, 2);
     EXPECT_EQ(lut.clutPoints, 4);
     EXPECT_EQ(lut.pad, 0xa5);
-    for (std::uint32_t i = 0; i < 9; ++i) EXPECT_EQ(lut.matrix[i], 0xfff01234U + i * 0x01020304U);  // unscaled
+    for (std::uint32_t i = 0; i < 9; ++i)
+        EXPECT_EQ(lut.matrix[i], static_cast<std::uint32_t>(0xfff01234U + i * 0x01020304U));  // unscaled
     EXPECT_EQ(lut.inputEnt, 5);
     EXPECT_EQ(lut.outputEnt, 7);
     EXPECT_EQ(lut.reserved, 0U);
@@ -154,13 +155,19 @@ TEST(Lut16, TakesFieldsBeyondItsBlockForZero) {
         EXPECT_EQ(lut.clutPoints, size > 10 ? 2 : 0);
         EXPECT_EQ(lut.pad, size > 11 ? 0xa5 : 0);
         for (std::size_t i = 0; i < 9; ++i) {
-            if (size <= 12 + 4 * i) EXPECT_EQ(lut.matrix[i], 0U) << size;
-            if (size >= 16 + 4 * i) EXPECT_EQ(lut.matrix[i], 0xfff01234U + i * 0x01020304U) << size;
+            if (size <= 12 + 4 * i) {
+                EXPECT_EQ(lut.matrix[i], 0U) << size;
+            }
+            if (size >= 16 + 4 * i) {
+                EXPECT_EQ(lut.matrix[i], static_cast<std::uint32_t>(0xfff01234U + i * 0x01020304U)) << size;
+            }
         }
         EXPECT_EQ(lut.inputEnt, size >= 50 ? 0x0102 : size == 49 ? 0x0100 : 0);
         EXPECT_EQ(lut.outputEnt, size == 51 ? 0x0300 : 0);
         EXPECT_FALSE(lut.Usable());
-        if (size > 10) EXPECT_TRUE(HasNone(lut));
+        if (size > 10) {
+            EXPECT_TRUE(HasNone(lut));
+        }
     }
 }
 
@@ -168,8 +175,9 @@ TEST(Lut16, CountsWideEnoughForTheLargestTables) {
     // each pair of numbers: bytes that the tables ask for, and what 32 bits would make of them
     for (const MftSpec& spec : {
              MftSpec{.in = 255, .out = 255, .points = 255, .inEntries = 65535, .outEntries = 65535, .values = 0},
-             MftSpec{.in = 1, .out = 255, .points = 203, .inEntries = 128, .outEntries = 56077, .values = 0},  // 2^32, 0
-             MftSpec{.in = 1, .out = 128, .points = 128, .inEntries = 0, .outEntries = 0, .values = 0},        // 2^29
+             MftSpec{
+                 .in = 1, .out = 255, .points = 203, .inEntries = 128, .outEntries = 56077, .values = 0},  // 2^32, 0
+             MftSpec{.in = 1, .out = 128, .points = 128, .inEntries = 0, .outEntries = 0, .values = 0},    // 2^29
              MftSpec{.in = 255, .out = 0, .points = 255, .inEntries = 65535, .outEntries = 65535, .values = 0},
          }) {
         CLut16Type lut;
@@ -182,7 +190,8 @@ TEST(Lut16, CountsWideEnoughForTheLargestTables) {
 
 TEST(Lut16, IsMadeByTheContainerToo) {
     Bytes block = MftSpec{.points = 3}.Done();
-    const auto tag = ICC40::ICCFILE::IccFile4().CreateNewTag(Name("B2A1"), block.data(), static_cast<int>(block.size()));
+    const auto tag =
+        ICC40::ICCFILE::IccFile4().CreateNewTag(Name("B2A1"), block.data(), static_cast<int>(block.size()));
     const auto& lut = dynamic_cast<const CLut16Type&>(*tag);
     EXPECT_EQ(ValuesOf(lut.clutTable, 0, 81), NthFrom(6, 81));
 }

@@ -121,15 +121,19 @@ TEST(Lut8, TakesFieldsBeyondItsBlockForZero) {
         EXPECT_EQ(lut.pad, size > 11 ? 0xa5 : 0);
         EXPECT_EQ(lut.inputEnt, size >= 50 ? 0x0102 : size == 49 ? 0x0100 : 0);
         EXPECT_EQ(lut.outputEnt, size == 51 ? 0x0300 : 0);
-        if (size > 10) EXPECT_TRUE(HasNone(lut)) << size;
+        if (size > 10) {
+            EXPECT_TRUE(HasNone(lut)) << size;
+        }
     }
 }
 
 TEST(Lut8, CountsWideEnoughForTheLargestTables) {
     for (const MftSpec& spec :
-         {MftSpec{.in = 255, .out = 255, .points = 255, .inEntries = 65535, .outEntries = 65535, .width = 1, .values = 0},
+         {MftSpec{
+              .in = 255, .out = 255, .points = 255, .inEntries = 65535, .outEntries = 65535, .width = 1, .values = 0},
           // 2 to the power of 31 bytes, negative as an int
-          MftSpec{.in = 1, .out = 255, .points = 203, .inEntries = 128, .outEntries = 56077, .width = 1, .values = 0}}) {
+          MftSpec{
+              .in = 1, .out = 255, .points = 203, .inEntries = 128, .outEntries = 56077, .width = 1, .values = 0}}) {
         CLut8Type lut;
         EXPECT_EQ(Load(lut, "A2B0", Cut(spec.Done(), 200)), 200U);
         EXPECT_TRUE(HasNone(lut));

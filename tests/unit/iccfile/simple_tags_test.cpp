@@ -15,14 +15,14 @@ using ICC40::ICC4_HEADER::TypeName;
 
 template <typename Tag>
 class EveryTag : public testing::Test {};
-using AllTags =
-    testing::Types<CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad, CLut16Type, CLut8Type, CLut>;
+using AllTags = testing::Types<CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad, CLut16Type,
+                               CLut8Type, CLut>;
 
 class TagTypeName {
 public:
     template <typename Tag>
     static std::string GetName(int index) {
-        static const char* const names[] = {"Text",  "TextDescription", "Xyz",  "Data", "Curve",
+        static const char* const names[] = {"Text", "TextDescription", "Xyz",  "Data", "Curve",
                                             "Chad", "Lut16",           "Lut8", "Lut"};
         return names[index];
     }
