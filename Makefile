@@ -1,14 +1,15 @@
 # SPDX-License-Identifier: MIT
 # The two commands of a new user, and a few for a developer. The build itself is CMake's, see CMakePresets.json.
-.PHONY: help demo test test-release test-asan test-clang format clean
+.PHONY: help demo test coverage format clean
 
 JOBS := $(shell nproc)
 build = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 
 help:
 	@echo "make demo           build the library, convert a chart with it and show what happened"
-	@echo "make test           run every suite: g++, g++ with sanitizers, clang++"
-	@echo "make test-release   one of them (also: test-asan, test-clang)"
+	@echo "make test           run every suite: g++, clang++, digests across builds, g++ with sanitizers"
+	@echo "make test-release   one of them (also: test-clang, test-portable, test-asan)"
+	@echo "make coverage       lines and branches of Source/ that the tests reach, as text and HTML"
 	@echo "make format         lay the sources out by .clang-format"
 	@echo "make clean          remove build/"
 
@@ -18,12 +19,18 @@ demo:
 	@build/demo/demo/make_chart build/demo/files
 	@build/demo/demo/convert_chart build/demo/files
 
-test: test-release test-clang test-asan
+test: test-release test-clang test-portable test-asan
 
 test-%:
 	@tools/install-packages test
 	$(call build,$*)
 	ctest --preset $* -j $(JOBS)
+
+# The flags leave out the branches that the compiler adds for exceptions, which no source line shows.
+coverage: test-coverage
+	cd build/coverage && gcovr --root ../.. --filter '../../Source/' --exclude-throw-branches \
+		--exclude-unreachable-branches --txt --print-summary --html-details coverage.html .
+	@echo "build/coverage/coverage.html"
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i

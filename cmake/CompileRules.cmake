@@ -16,3 +16,8 @@ if(HUEWEAVE_SANITIZE)
   target_compile_options(hueweave_rules INTERFACE ${sanitizers})
   target_link_options(hueweave_rules INTERFACE ${sanitizers})
 endif()
+
+if(HUEWEAVE_COVERAGE)
+  target_compile_options(hueweave_rules INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(hueweave_rules INTERFACE --coverage)
+endif()

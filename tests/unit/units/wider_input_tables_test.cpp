@@ -53,12 +53,15 @@ protected:
         }
         return table;
     }
-    static unsigned short Entry(int row, int i) { return static_cast<unsigned short>((i * 3 + row * 1000 + 7) & 0xffff); }
+    static unsigned short Entry(int row, int i) {
+        return static_cast<unsigned short>((i * 3 + row * 1000 + 7) & 0xffff);
+    }
     std::vector<unsigned short> ExpectedWork(const std::vector<int>& samples, std::size_t size) const {
         std::vector<unsigned short> work;
         for (std::size_t p = 0; p < samples.size(); p += 3) {
             for (int c = 0; c < GetParam().samples; ++c) {
-                work.push_back(c < 3 ? Entry(c, samples[p + static_cast<std::size_t>(c)]) : static_cast<unsigned short>(0));
+                work.push_back(c < 3 ? Entry(c, samples[p + static_cast<std::size_t>(c)])
+                                     : static_cast<unsigned short>(0));
             }
         }
         return WithMarks(work, size, Job::kMark16);
