@@ -148,7 +148,11 @@ void DigestColours() {
     // angle is the mathematics library's own.
     for (int i = 0; i < 20000; ++i) {
         color.SetColorSpace(static_cast<ColorLch::ColorSpace>(i % 4));
-        color.PutData_RGB(random.Word16() / 257.0, random.Word16() / 257.0, random.Word16() / 257.0);
+        // One a statement: compilers differ in the order in which they work out arguments.
+        const double r = random.Word16() / 257.0;
+        const double g = random.Word16() / 257.0;
+        const double b = random.Word16() / 257.0;
+        color.PutData_RGB(r, g, b);
         for (double value : {color.X, color.Y, color.Z}) add(value);
     }
     digest.Print("colours");
