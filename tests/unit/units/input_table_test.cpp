@@ -178,7 +178,7 @@ TEST(InputTable, EvaluationRoundsToNearest) {
     const auto table = std::make_unique<InputTable33>();
     table->LUT_Step = 4.0;
     table->Curve[0][0] = 10;
-    table->Curve[0][1] = 12;  // 10.5 rounds up, 10.25 is never met
+    table->Curve[0][1] = 12;  // halves go up, on a falling piece too
     table->Curve[1][0] = 12;
     table->Curve[1][1] = 10;
     table->Curve[2][0] = 100;
