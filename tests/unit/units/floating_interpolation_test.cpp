@@ -105,10 +105,10 @@ TEST(FloatingInterpolation, DoesNotClamp) {
 }
 
 TEST(FloatingInterpolation, UsesThePositionTable) {
-    auto table = OneNode(1, 0, 0, {8192, 0, 0, 0, 0, 0, 0});
-    EXPECT_EQ(Interpolate(*table, {100, 0, 0})[0], 100);
-    table->LUT_Pos[0] = 10;  // the cell is found by the step, the fraction from the position
-    EXPECT_EQ(Interpolate(*table, {100, 0, 0})[0], 90);
+    auto table = OneNode(2, 0, 0, {8192, 0, 0, 0, 0, 0, 0});
+    EXPECT_EQ(Interpolate(*table, {8292, 0, 0})[0], 100);
+    table->LUT_Pos[1] = 8202;  // the cell is found by the step, the fraction from the position
+    EXPECT_EQ(Interpolate(*table, {8292, 0, 0})[0], 90);
 }
 
 TEST(FloatingInterpolation, UsesNeitherShiftNorMask) {
