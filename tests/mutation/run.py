@@ -68,7 +68,7 @@ def sites(path):
 def all_mutants():
     mutants = []
     for folder in FOLDERS:
-        for path in sorted((ROOT / "Source" / folder).iterdir()):
+        for path in sorted((ROOT / "Source" / folder).rglob("*.*")):
             mutants += [(path.relative_to(ROOT), *site) for site in sites(path)]
     return mutants
 

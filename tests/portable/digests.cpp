@@ -6,6 +6,7 @@
 // runs under an emulator; the profiles that it builds are made of integers alone.
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -14,6 +15,7 @@
 
 #include "color/CLCH.h"
 #include "engine/CIccEngineS.h"
+#include "engine/kernels/Kernels.h"
 #include "support/ByteWriter.h"
 #include "support/TempDir.h"
 #include "tiff/CTiff.h"
@@ -158,6 +160,42 @@ void DigestColours() {
     digest.Print("colours");
 }
 
+/// Pixels through every loop that this processor can run. All must give the same; that is printed once.
+void DigestKernels(const CIccEngineS& engine, bool wide, const std::string& name) {
+    const ICC40::ICC_ENG_S4::Stages stages = {{engine.Lut1DInR.get(), engine.Lut1DInG.get(), engine.Lut1DInB.get()},
+                                              &engine.Lut3D[0][0],
+                                              {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}};
+    constexpr int kPixels = 20011;  // not a whole number of blocks
+    Random random;
+    Bytes pixels(6 * kPixels);
+    for (std::size_t at = 0; at < pixels.size(); at += 2) {
+        const auto sample = static_cast<std::uint16_t>(random.Word16());
+        if (wide) {
+            std::memcpy(pixels.data() + at, &sample, 2);  // in the machine's order
+        } else {
+            pixels[at] = static_cast<unsigned char>(sample & 0xffU);
+            pixels[at + 1] = static_cast<unsigned char>(sample >> 8);
+        }
+    }
+    Bytes first;
+    for (const auto* kernel : ICC40::ICC_ENG_S4::Kernels()) {
+        Bytes result(pixels.size());
+        (wide ? kernel->words : kernel->bytes)(stages, pixels.data(), result.data(), kPixels);
+        if (first.empty()) first = result;
+        if (result != first) {
+            std::printf("kernel %s differs\n", kernel->name);
+            std::exit(1);
+        }
+    }
+    Digest digest;
+    for (std::size_t at = 0; at < first.size(); at += 2) {
+        std::uint16_t sample = 0;
+        std::memcpy(&sample, first.data() + at, 2);
+        digest.Word(wide ? sample : static_cast<std::uint32_t>(first[at] << 8 | first[at + 1]));
+    }
+    digest.Print(name);
+}
+
 /// A picture with every sample value in it, as a file of ours.
 void SavePicture(const std::string& path, int bits, const std::string& profile) {
     Random random;
@@ -187,6 +225,7 @@ void Digests(const Shape& shape, const TempDir& dir) {
     for (int width = 0; width < 2; ++width) {
         engine->SetProfile(profile.c_str(), static_cast<Intent>(0), static_cast<ColorSpaceSignature>(width),
                            static_cast<ColorSpaceSignature>(8 + width), 0, 0, 0);
+        DigestKernels(*engine, width == 1, std::string(shape.name) + " pixels of width " + std::to_string(width));
         const std::string source = dir.File("source.tif"), dest = dir.File("dest.tif");
         SavePicture(source, 8 + 8 * width, profile);
         engine->Conversion(source.c_str(), dest.c_str());

@@ -23,12 +23,13 @@ const std::map<std::string, std::set<std::string>> kAllowed = {
     {"tiff", {"tiff"}},
     {"support", {"support"}},
     {"units", {"units", "iccfile", "color"}},
-    {"engine", {"engine", "units", "iccfile", "tiff", "hueweave"}},
+    {"engine/kernels", {"engine/kernels", "units"}},
+    {"engine", {"engine", "engine/kernels", "units", "iccfile", "tiff", "hueweave"}},
 };
 
 /// The folders that a source names in its quoted includes; "" for the headers at the top, which everyone may use.
 std::set<std::string> IncludedFolders(const fs::path& file) {
-    static const std::regex include(R"re(^\s*#include\s+"(?:([^"/]+)/)?[^"]+")re");
+    static const std::regex include(R"re(^\s*#include\s+"(?:([^"]+)/)?[^"/]+")re");
     std::set<std::string> folders;
     std::ifstream in(file);
     for (std::string line; std::getline(in, line);) {

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+
+namespace ICC40::ICC_ENG_S4 {
+// Local to each file that includes it: the kernels are compiled for different processors, and of a function that two
+// of them shared, the linker could keep the one that not every processor understands.
+namespace {
+
+/// A sample in the machine's byte order, at any address.
+template <typename Sample>
+Sample Load(const unsigned char* at) {
+    Sample sample;
+    __builtin_memcpy(&sample, at, sizeof sample);
+    return sample;
+}
+
+/// The low bits of `value`, likewise.
+template <typename Sample>
+void Store(unsigned char* at, std::uint32_t value) {
+    const auto sample = static_cast<Sample>(value);
+    __builtin_memcpy(at, &sample, sizeof sample);
+}
+
+}  // namespace
+}  // namespace ICC40::ICC_ENG_S4
