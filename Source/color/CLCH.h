@@ -34,6 +34,9 @@ public:
 
     void RGB2LAB();  ///< R, G, B to X, Y, Z (ratios to the white) and L, a, b
     void LAB2RGB();  ///< L, a, b to X, Y, Z (absolute) and R, G, B, limited to 0..255
+    /// As `LAB2RGB`, but with products in place of powers, and R, G, B without a limit: by less than
+    /// 1e-12 (|X| + |Y| + |Z|) beside the exact values.
+    void LAB2RGB_Near();
     void LAB2LCH();  ///< a, b to C, h
     void LCH2LAB();  ///< C, h to a, b
 
@@ -44,6 +47,7 @@ public:
     /// Adds offsets in L*, C* and degrees. Lightness and chroma are limited to 0..100 afterwards, also when all
     /// offsets are 0; of the hue one turn is taken off, or added, at most.
     void Adjust(double dL, double dC, double dh);
+    void AdjustLab(double dL, double dC, double dh);  ///< the same, but R, G, B and X, Y, Z stay as they were
 
     double L = 0, C = 0, h = 0;  ///< lightness 0..100, chroma, hue in degrees 0..360
     double a = 0, b = 0;
@@ -51,6 +55,10 @@ public:
     double X = 0, Y = 0, Z = 0;  ///< working values of the last conversion
     double Xw = 0, Yw = 0, Zw = 0;
     Matrix toXYZ{}, toRGB{};
+
+private:
+    template <typename Cube>
+    void LAB2XYZ(Cube cube);
 };
 
 }  // namespace ColorLch

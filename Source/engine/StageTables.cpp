@@ -2,13 +2,16 @@
 // Copyright (c) The Hueweave authors
 // The three stages of an engine, copied out of the units that build them.
 #include <algorithm>
+#include <utility>
 
 #include "Numeric.h"
 #include "engine/CIccEngineS.h"
 #include "units/ColorTable33.h"
 #include "units/InputTable33.h"
+#include "units/LutCurves.h"
 #include "units/OutputTable33.h"
 #include "units/Tetrahedra.h"
+#include "units/ToneCurves.h"
 
 namespace ICC40::ICC_ENG_S4 {
 
@@ -23,28 +26,44 @@ namespace {
 
 /// Cell index in the high half, 12 bits of fraction in the low half. The mask does not follow the shift, which is
 /// always 12.
-std::unique_ptr<std::uint32_t[]> Pack(const int* table, int entries, int shift) {
-    auto packed = std::make_unique<std::uint32_t[]>(static_cast<std::size_t>(entries));
-    std::transform(table, table + entries, packed.get(), [shift](int entry) {
-        const std::uint32_t v = Low16(entry);
-        return (v >> shift) << 16 | (v & 0xfffU);
-    });
-    return packed;
+std::uint32_t Pack(unsigned short value, int shift) {
+    return static_cast<std::uint32_t>(value >> shift) << 16 | (value & 0xfffU);
+}
+
+/// The input curves at every sample of the encoding: the 16-bit values that an `InputTable33` holds after it loaded
+/// the table and, unless it is for 16-bit RGB, was reduced to 8 bits.
+void SampleInputCurves(const CLut16Type& lut, ICCFILE::ColorSpaceSignature space, unsigned short* const (&tables)[3]) {
+    if (space == ICCFILE::CsLab_8 || space == ICCFILE::CsLab_16) {
+        // Kept: curves for Lab, of which the RGB path takes every 256th value.
+        const auto unit = std::make_unique<InputTable33>();
+        unit->Initial(&lut, space);
+        unit->Change_Lut16_To_Lut8();
+        for (int c = 0; c < 3; ++c) std::transform(unit->Lut16[c], unit->Lut16[c] + 256, tables[c], Low16);
+        return;
+    }
+    const ICC_UNIT::LutInputCurves curves(lut);
+    if (space == ICCFILE::CsRGB_16) return curves.Expand(tables);
+    for (int i = 0; i < 256; ++i) {
+        unsigned short values[3];
+        curves.At(i < 255 ? 256 * i : 65535, values);
+        for (int c = 0; c < 3; ++c) tables[c][i] = values[c];
+    }
 }
 
 /// Writes the six records of the cell at (i, j, k): for each channel the constant and the change along each axis.
 void BakeCell(const ColorTable33& grid, int i, int j, int k, int shift, std::int32_t (&cell)[6][3][4]) {
+    const int* corners[8];
+    for (int at = 0; at < 8; ++at) {
+        corners[at] = grid.Color[i + ICC_UNIT::StepX(at)][j + ICC_UNIT::StepY(at)][k + ICC_UNIT::StepZ(at)];
+    }
     for (int record = 0; record < 6; ++record) {
-        const ICC_UNIT::Tetrahedron& path = kTetrahedra[record];
+        const auto& [x, y, z] = kTetrahedra[record];
         for (int channel = 0; channel < 3; ++channel) {
-            const auto corner = [&](int at) {
-                return grid.Color[i + ICC_UNIT::StepX(at)][j + ICC_UNIT::StepY(at)][k + ICC_UNIT::StepZ(at)][channel];
-            };
             std::int32_t(&coefficients)[4] = cell[record][channel];
-            coefficients[0] = corner(0) << shift;
-            coefficients[1] = corner(path.x.to) - corner(path.x.from);
-            coefficients[2] = corner(path.y.to) - corner(path.y.from);
-            coefficients[3] = corner(path.z.to) - corner(path.z.from);
+            coefficients[0] = corners[0][channel] << shift;
+            coefficients[1] = corners[x.to][channel] - corners[x.from][channel];
+            coefficients[2] = corners[y.to][channel] - corners[y.from][channel];
+            coefficients[3] = corners[z.to][channel] - corners[z.from][channel];
         }
     }
 }
@@ -52,18 +71,20 @@ void BakeCell(const ColorTable33& grid, int i, int j, int k, int shift, std::int
 }  // namespace
 
 void CIccEngineS::Set1DLutIn(const CLut16Type* lut) {
-    const auto unit = std::make_unique<InputTable33>();
-    unit->Initial(lut, Unit.InputSpace);
     const bool wide = Unit.InputSpace == ICCFILE::CsRGB_16;
-    if (!wide) unit->Change_Lut16_To_Lut8();
-    const int entries = wide ? 65536 : 256;
-    auto red = Pack(unit->Lut16[0], entries, Shift);
-    auto green = Pack(unit->Lut16[1], entries, Shift);
-    auto blue = Pack(unit->Lut16[2], entries, Shift);
-    Lut1DInR = std::move(red);
-    Lut1DInG = std::move(green);
-    Lut1DInB = std::move(blue);
-    InEntries = entries;
+    const std::size_t entries = wide ? 65536 : 256;
+    const auto samples = std::make_unique_for_overwrite<unsigned short[]>(3 * entries);
+    unsigned short* const tables[3] = {&samples[0], &samples[entries], &samples[2 * entries]};
+    SampleInputCurves(*lut, Unit.InputSpace, tables);
+
+    InEntries = 0;
+    std::unique_ptr<std::uint32_t[]>* const packed[3] = {&Lut1DInR, &Lut1DInG, &Lut1DInB};
+    for (int c = 0; c < 3; ++c) {
+        *packed[c] = std::make_unique_for_overwrite<std::uint32_t[]>(entries);
+        std::transform(tables[c], tables[c] + entries, packed[c]->get(),
+                       [shift = Shift](unsigned short value) { return Pack(value, shift); });
+    }
+    InEntries = static_cast<int>(entries);
 }
 
 void CIccEngineS::Set3DLut(const CLut16Type* lut, double lightness, double chroma, double hue) {
@@ -98,63 +119,60 @@ void CIccEngineS::TakeOutputTables(const OutputTable33& table) {
 }
 
 void CIccEngineS::Set1DLutOut(const CLut16Type*) {
-    const auto table = std::make_unique<OutputTable33>();
     const ICCFILE::ColorSpaceSignature space = Unit.OutputSpace;
+    const auto use = [&](void (*tone)(int*), ICCFILE::ColorSpaceSignature result) {
+        const auto table = std::make_unique_for_overwrite<int[]>(65536);
+        tone(table.get());
+        for (auto* out : {Lut1DOutR, Lut1DOutG, Lut1DOutB}) std::copy_n(table.get(), 65536, out);
+        Unit.BuildResult = result;
+    };
+    const auto useKodak = [&](int (OutputTable33::*tone)()) {
+        // The Kodak curves leave the last entry alone; it is 65535 in the fresh unit.
+        const auto unit = std::make_unique<OutputTable33>();
+        Unit.BuildResult = ((*unit).*tone)();
+        TakeOutputTables(*unit);
+    };
     switch (space) {
         case ICCFILE::CssRGB_8:
         case ICCFILE::CssRGB_Alias_8:
-            Unit.BuildResult = table->OutputGamma_sRGB();
-            break;
+            return use(ICC_UNIT::ToneSRGB_8, ICCFILE::CssRGB_8);
         case ICCFILE::CssRGB_16:
         case ICCFILE::CssRGB_Alias_16:
-            Unit.BuildResult = table->OutputGamma_sRGB_16();
-            break;
+            return use(ICC_UNIT::ToneSRGB_16, ICCFILE::CssRGB_16);
         case ICCFILE::CssRGB_Gamma100_8:
         case ICCFILE::CsAdobeRGB_Gamma100_8:
         case ICCFILE::CsAppleRGB_Gamma100_8:
         case ICCFILE::CsColorMatchRGB_Gamma100_8:
-            Unit.BuildResult = table->OutputGamma100(space);
-            break;
+            return use(ICC_UNIT::ToneGamma100_8, space);
         case ICCFILE::CssRGB_Gamma100_16:
         case ICCFILE::CsAdobeRGB_Gamma100_16:
         case ICCFILE::CsAppleRGB_Gamma100_16:
         case ICCFILE::CsColorMatchRGB_Gamma100_16:
-            Unit.BuildResult = space;
-            break;
+            return use(ICC_UNIT::ToneGamma100_16, space);
         case ICCFILE::CsAdobeRGB_Gamma180_8:
         case ICCFILE::CsAppleRGB_Gamma180_8:
         case ICCFILE::CsColorMatchRGB_Gamma180_8:
-            Unit.BuildResult = table->OutputGamma180(space);
-            break;
+            return use(ICC_UNIT::ToneGamma180_8, space);
         case ICCFILE::CsAdobeRGB_Gamma180_16:
         case ICCFILE::CsAppleRGB_Gamma180_16:
         case ICCFILE::CsColorMatchRGB_Gamma180_16:
-            Unit.BuildResult = table->OutputGamma180_16(space);
-            break;
-        // The Kodak curves leave the last entry alone; it is 65535 in the fresh table.
+            return use(ICC_UNIT::ToneGamma180_16, space);
         case ICCFILE::CsKodakPhoto_8:
-            Unit.BuildResult = table->OutputGamma_KodakPhoto();
-            break;
+            return useKodak(&OutputTable33::OutputGamma_KodakPhoto);
         case ICCFILE::CsKodakPhoto_16:
-            Unit.BuildResult = table->OutputGamma_KodakPhoto_16();
-            break;
+            return useKodak(&OutputTable33::OutputGamma_KodakPhoto_16);
         case ICCFILE::CsKodakMix_8:
-            Unit.BuildResult = table->OutputGamma_KodakMix();
-            break;
+            return useKodak(&OutputTable33::OutputGamma_KodakMix);
         case ICCFILE::CsKodakMix_16:
-            Unit.BuildResult = table->OutputGamma_KodakMix_16();
-            break;
+            return useKodak(&OutputTable33::OutputGamma_KodakMix_16);
         case ICCFILE::CsKodakText_8:
-            Unit.BuildResult = table->OutputGamma_KodakText();
-            break;
+            return useKodak(&OutputTable33::OutputGamma_KodakText);
         case ICCFILE::CsKodakText_16:
-            Unit.BuildResult = table->OutputGamma_KodakText_16();
-            break;
+            return useKodak(&OutputTable33::OutputGamma_KodakText_16);
         default:
+            use(ICC_UNIT::ToneGamma100_16, space);  // Kept: an unsupported space leaves identity tables
             Refuse();
-            break;
     }
-    TakeOutputTables(*table);  // Kept: an unsupported space leaves identity tables
 }
 
 }  // namespace ICC40::ICC_ENG_S4

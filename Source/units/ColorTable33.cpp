@@ -95,28 +95,36 @@ int ColorTable33::Conversion(unsigned short& a, unsigned short& b, unsigned shor
     return 0;
 }
 
+ColorTable33::AxisPoint ColorTable33::FindOnAxis(int position) const {
+    const int value = std::clamp(position, 0, 65535);
+    const int node = Trunc(value / LUT_Step);
+    return {node, (value - LUT_Pos[static_cast<std::size_t>(node)]) / LUT_Step};
+}
+
+void ColorTable33::InterpolateAt(const AxisPoint& x, const AxisPoint& y, const AxisPoint& z, int (&values)[7]) const {
+    if (x.fraction == 0.0 && y.fraction == 0.0 && z.fraction == 0.0) {  // most nodes, when 33 points become 17
+        std::copy_n(Color[x.node][y.node][z.node], 7, values);
+        return;
+    }
+    const int* corners[8];
+    for (int at = 0; at < 8; ++at) corners[at] = Color[x.node + StepX(at)][y.node + StepY(at)][z.node + StepZ(at)];
+    const Tetrahedron& path = kTetrahedra[FindTetrahedron(x.fraction, y.fraction, z.fraction)];
+    for (int channel = 0; channel < 7; ++channel) {
+        const auto slope = [&](const Edge& edge) {
+            return static_cast<double>(WrapSubtract(corners[edge.to][channel], corners[edge.from][channel]));
+        };
+        const double rise = slope(path.x) * x.fraction + slope(path.y) * y.fraction + slope(path.z) * z.fraction;
+        // Toward zero: a falling slope rounds up, a rising one down.
+        values[channel] = WrapAdd(Trunc(rise), corners[0][channel]);
+    }
+}
+
 void ColorTable33::Conversion(int& a, int& b, int& c, int& d, int& e, int& f, int& g) const {
     if (LUT_Pos == nullptr) return;
-    const int values[3] = {std::clamp(a, 0, 65535), std::clamp(b, 0, 65535), std::clamp(c, 0, 65535)};
-    int node[3];
-    double fraction[3];
-    for (int axis = 0; axis < 3; ++axis) {
-        node[axis] = Trunc(values[axis] / LUT_Step);
-        fraction[axis] = (values[axis] - LUT_Pos[static_cast<std::size_t>(node[axis])]) / LUT_Step;
-    }
-    const Tetrahedron& path = kTetrahedra[FindTetrahedron(fraction[0], fraction[1], fraction[2])];
+    int values[7];
+    InterpolateAt(FindOnAxis(a), FindOnAxis(b), FindOnAxis(c), values);
     int* const out[7] = {&a, &b, &c, &d, &e, &f, &g};
-    for (int channel = 0; channel < 7; ++channel) {
-        const auto corner = [&](int at) {
-            return Color[node[0] + StepX(at)][node[1] + StepY(at)][node[2] + StepZ(at)][channel];
-        };
-        const auto slope = [&](const Edge& edge) {
-            return static_cast<double>(WrapSubtract(corner(edge.to), corner(edge.from)));
-        };
-        const double rise = slope(path.x) * fraction[0] + slope(path.y) * fraction[1] + slope(path.z) * fraction[2];
-        // Toward zero: a falling slope rounds up, a rising one down.
-        *out[channel] = WrapAdd(Trunc(rise), corner(0));
-    }
+    for (int channel = 0; channel < 7; ++channel) *out[channel] = values[channel];
 }
 
 int ColorTable33::Conversion(unsigned char*, int) { return 0; }
@@ -138,16 +146,15 @@ int ColorTable33::TableResize(int size) {
     // The top node is taken at 65535, in the last old cell and not on the last old node: a hair below its value.
     positions[static_cast<std::size_t>(size - 1)] = 65535;
 
+    if (LUT_Pos == nullptr) return 0;
+    AxisPoint axis[LUT_Size33];
+    for (int n = 0; n < size; ++n) axis[n] = FindOnAxis(positions[static_cast<std::size_t>(n)]);
     const auto count = static_cast<std::size_t>(size);
-    const auto nodes = std::make_unique<int[][7]>(count * count * count);
+    const auto nodes = std::make_unique_for_overwrite<int[][7]>(count * count * count);
     auto* node = nodes.get();
-    for (std::size_t i = 0; i < count; ++i) {
-        for (std::size_t j = 0; j < count; ++j) {
-            for (std::size_t k = 0; k < count; ++k, ++node) {
-                int v[7] = {positions[i], positions[j], positions[k]};
-                Conversion(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
-                std::copy_n(v, 7, *node);
-            }
+    for (int i = 0; i < size; ++i) {
+        for (int j = 0; j < size; ++j) {
+            for (int k = 0; k < size; ++k) InterpolateAt(axis[i], axis[j], axis[k], *node++);
         }
     }
     SetColorTable(&nodes[0][0], size);

@@ -74,6 +74,14 @@ protected:
     void Interpolate(const Samples& samples, int channels) const;
 
 private:
+    struct AxisPoint {
+        int node;
+        double fraction;
+    };
+    /// The node at or below a position, which is limited to 0..65535, and how far it lies behind that; `LUT_Pos` is
+    /// set.
+    AxisPoint FindOnAxis(int position) const;
+    void InterpolateAt(const AxisPoint& x, const AxisPoint& y, const AxisPoint& z, int (&values)[7]) const;
     void SetSize(int size);
 };
 

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // What turns the grid of a profile into the grid of an engine: the shift in LCh, and the road from Lab to RGB.
-#include <memory>
+#include <algorithm>
+#include <cmath>
 
 #include "Numeric.h"
 #include "color/CLCH.h"
 #include "units/ColorTable33.h"
+#include "units/LutCurves.h"
 #include "units/OutputTable33.h"
 
 namespace ICC40::ICC_UNIT {
@@ -38,54 +40,82 @@ Primaries FindPrimaries(ICCFILE::ColorSpaceSignature space) {
     return {ColorLch::ColorSpace_sRGB, space};
 }
 
-}  // namespace
+struct TableCurves {
+    const OutputTable33& table;
+    int At(int channel, int value) const { return table.Lut16[channel][value]; }
+};
 
-int ColorTable33::Adjust_Lch(double lightness, double chroma, double hue) {
-    ColorLch::CLCH color(kWhite[0], kWhite[1], kWhite[2]);
-    for (int i = 0; i < LUT_Size; ++i) {
-        for (int j = 0; j < LUT_Size; ++j) {
-            for (int k = 0; k < LUT_Size; ++k) {
-                int* node = Color[i][j][k];
-                // Kept: the node is read as Lab as it stands, before the profile's output curves.
-                color.PutData_Lab(LightnessOf(Low16(node[0])), OpponentOf(Low16(node[1])), OpponentOf(Low16(node[2])));
-                color.Adjust(lightness, chroma, hue);
-                node[0] = EncodeLightness(color.L);
-                node[1] = EncodeOpponent(color.a);
-                node[2] = EncodeOpponent(color.b);
-            }
+/// Whether `value`, known to within `margin`, may lie on either side of a step of the cut to 0..255.
+bool AtStep(double value, double margin) {
+    return value > -margin && value < 255.0 + margin && std::fabs(value - TruncInRange(value + 0.5)) <= margin;
+}
+
+/// The linear RGB of the colour's Lab.
+/// Kept: cut to 8 bits, 0 to 65280 in steps of 256; the later stages rely on that scale.
+void StoreRgb(ColorLch::CLCH& color, int* node) {
+    // The cut hides the difference between powers and the quicker products, but for a value at a step.
+    color.LAB2RGB_Near();
+    const double margin = 1e-11 * (1.0 + std::fabs(color.X) + std::fabs(color.Y) + std::fabs(color.Z));
+    if (AtStep(color.R, margin) || AtStep(color.G, margin) || AtStep(color.B, margin)) color.LAB2RGB();
+    node[0] = TruncInRange(std::clamp(color.R, 0.0, 255.0)) << 8;
+    node[1] = TruncInRange(std::clamp(color.G, 0.0, 255.0)) << 8;
+    node[2] = TruncInRange(std::clamp(color.B, 0.0, 255.0)) << 8;
+}
+
+/// Calls `change` with every node of the grid.
+template <typename Change>
+void ForEachNode(ColorTable33& grid, Change change) {
+    for (int i = 0; i < grid.LUT_Size; ++i) {
+        for (int j = 0; j < grid.LUT_Size; ++j) {
+            for (int k = 0; k < grid.LUT_Size; ++k) change(grid.Color[i][j][k]);
         }
     }
-    return 0;
 }
 
-int ColorTable33::Lab2RGB100_16(const ICCFILE::CLut16Type* lut, ICCFILE::ColorSpaceSignature space,
-                                const ICCFILE::CXYZType* white) {
-    const auto table = std::make_unique<OutputTable33>();
-    table->Initial(lut);
-    return Lab2RGB100_16_1D(table.get(), space, white);
-}
-
-int ColorTable33::Lab2RGB100_16_1D(const OutputTable33* table, ICCFILE::ColorSpaceSignature space,
-                                   const ICCFILE::CXYZType* white) {
+/// `curves.At(channel, value)` is the profile's output curve.
+template <typename Curves>
+int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSignature space,
+              const ICCFILE::CXYZType* white) {
     ColorLch::CLCH color(kWhite[0], kWhite[1], kWhite[2]);
     const Primaries primaries = FindPrimaries(space);
     color.SetColorSpace(primaries.space);
     // Kept: fixed-point words of scale 65536, read as unsigned, go where 65535 stands for 1.0.
     if (white != nullptr) color.SetWhite(white->rawXYZ[0], white->rawXYZ[1], white->rawXYZ[2]);
-    for (int i = 0; i < LUT_Size; ++i) {
-        for (int j = 0; j < LUT_Size; ++j) {
-            for (int k = 0; k < LUT_Size; ++k) {
-                int* node = Color[i][j][k];
-                const auto curved = [&](int row) { return int{Low16(table->Lut16[row][Low16(node[row])])}; };
-                color.PutData_Lab(LightnessOf(curved(0)), OpponentOf(curved(1)), OpponentOf(curved(2)));
-                // Kept: linear RGB of 8 bits, 0 to 65280 in steps of 256; the later stages rely on that scale.
-                node[0] = Trunc(color.R) << 8;
-                node[1] = Trunc(color.G) << 8;
-                node[2] = Trunc(color.B) << 8;
-            }
-        }
-    }
+    ForEachNode(grid, [&](int* node) {
+        color.L = LightnessOf(Low16(curves.At(0, Low16(node[0]))));
+        color.a = OpponentOf(Low16(curves.At(1, Low16(node[1]))));
+        color.b = OpponentOf(Low16(curves.At(2, Low16(node[2]))));
+        StoreRgb(color, node);
+    });
     return primaries.result;
+}
+
+}  // namespace
+
+int ColorTable33::Adjust_Lch(double lightness, double chroma, double hue) {
+    ColorLch::CLCH color(kWhite[0], kWhite[1], kWhite[2]);
+    ForEachNode(*this, [&](int* node) {
+        // Kept: the node is read as Lab as it stands, before the profile's output curves.
+        color.L = LightnessOf(Low16(node[0]));
+        color.a = OpponentOf(Low16(node[1]));
+        color.b = OpponentOf(Low16(node[2]));
+        color.LAB2LCH();
+        color.AdjustLab(lightness, chroma, hue);
+        node[0] = EncodeLightness(color.L);
+        node[1] = EncodeOpponent(color.a);
+        node[2] = EncodeOpponent(color.b);
+    });
+    return 0;
+}
+
+int ColorTable33::Lab2RGB100_16(const ICCFILE::CLut16Type* lut, ICCFILE::ColorSpaceSignature space,
+                                const ICCFILE::CXYZType* white) {
+    return TurnToRgb(*this, LutOutputCurves(*lut), space, white);
+}
+
+int ColorTable33::Lab2RGB100_16_1D(const OutputTable33* table, ICCFILE::ColorSpaceSignature space,
+                                   const ICCFILE::CXYZType* white) {
+    return TurnToRgb(*this, TableCurves{*table}, space, white);
 }
 
 }  // namespace ICC40::ICC_UNIT

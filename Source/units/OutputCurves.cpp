@@ -6,6 +6,7 @@
 
 #include "Numeric.h"
 #include "units/OutputTable33.h"
+#include "units/ToneCurves.h"
 
 namespace ICC40::ICC_UNIT {
 namespace {
@@ -13,15 +14,6 @@ namespace {
 using ICCFILE::ColorSpaceSignature;
 
 enum OutputModes { kRgb16 = 0, kRgb8, kCmyk16, kCmyk8, kClr6_16, kClr6_8, kClr7_16, kClr7_8 };
-
-/// A 16-bit value to an 8-bit sample: `value` has half a step added already.
-int RoundTo8(int value) { return value < 65536 ? value >> 8 : 255; }
-
-// Kept: 0.5556 and not 1 / 1.8; 0.4167 and not 1 / 2.4; a threshold of 0.00304.
-double Gamma180(double x) { return std::pow(x, 0.5556) * 65535.0; }
-double LinearToe(double x) { return x * 65535.0 * 12.92; }
-double ToneSRGB(double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535.0; }
-constexpr double kToe = 0.00304;
 
 struct KodakRow {
     int low, high;
@@ -52,33 +44,29 @@ int OutputTable33::OutputGamma100(ColorSpaceSignature space) {
 
 int OutputTable33::OutputRGB8() { return OutputGamma100(ICCFILE::CsRGB_8); }
 
+void OutputTable33::SetTone(void (*tone)(int*), int mode) {
+    tone(Lut16[0]);
+    for (int c = 1; c < 3; ++c) std::copy_n(Lut16[0], 65536, Lut16[c]);
+    OutputMode = mode;
+}
+
 int OutputTable33::OutputGamma180(ColorSpaceSignature space) {
-    for (int i = 0; i < 65536; ++i) SetTables(i, RoundTo8(Trunc(Gamma180(i / 65535.0) + 128.0)));
-    OutputMode = kRgb8;
+    SetTone(ToneGamma180_8, kRgb8);
     return space;
 }
 
 int OutputTable33::OutputGamma180_16(ColorSpaceSignature space) {
-    for (int i = 0; i < 65536; ++i) SetTables(i, Trunc(Gamma180(i / 65535.0) + 0.5));
-    OutputMode = kRgb16;
+    SetTone(ToneGamma180_16, kRgb16);
     return space;
 }
 
 int OutputTable33::OutputGamma_sRGB() {
-    for (int i = 0; i < 65536; ++i) {
-        const double x = i / 65535.0;
-        SetTables(i, RoundTo8(Trunc((kToe > x ? LinearToe(x) : ToneSRGB(x)) + 128.0)));
-    }
-    OutputMode = kRgb8;
+    SetTone(ToneSRGB_8, kRgb8);
     return ICCFILE::CssRGB_8;
 }
 
 int OutputTable33::OutputGamma_sRGB_16() {
-    for (int i = 0; i < 65536; ++i) {
-        const double x = i / 65535.0;
-        SetTables(i, kToe > x ? Trunc(LinearToe(x)) : Trunc(ToneSRGB(x) + 0.5));  // Kept: the toe is not rounded
-    }
-    OutputMode = kRgb16;
+    SetTone(ToneSRGB_16, kRgb16);
     return ICCFILE::CssRGB_16;
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Numeric.h"
+#include "units/CurveEvaluation.h"
 #include "units/WorkingPixels.h"
 
 namespace ICC40::ICC_UNIT {
@@ -78,12 +79,7 @@ int OutputTable33::Initial(const unsigned char* red, const unsigned char* green,
 int OutputTable33::Interpolation(int& a, int& b, int& c, int& d, int& e, int& f, int& g) {
     int* const values[7] = {&a, &b, &c, &d, &e, &f, &g};
     for (int channel = 0; channel < 7; ++channel) {
-        const int* curve = Curve[channel];
-        const double x = *values[channel];
-        const int i = std::clamp(Trunc(x / Step), 0, 4095);
-        const double fraction = (x - Step * i) / Span;
-        const int next = i < 4095 ? curve[i + 1] : 0;  // at the end of a full row the fraction is 0
-        *values[channel] = Trunc(next * fraction + (1 - fraction) * curve[i] + 0.5);
+        *values[channel] = EvaluateOutputCurve(Curve[channel], Step, Span, *values[channel]);
     }
     return 0;
 }

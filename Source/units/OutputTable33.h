@@ -67,6 +67,8 @@ public:
 private:
     void Shift8(int tables);
     void SetTables(int index, int value);
+    /// The first three tables become one tone curve.
+    void SetTone(void (*tone)(int*), int mode);
 };
 
 }  // namespace ICC40::ICC_UNIT

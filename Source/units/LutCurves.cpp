@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "units/LutCurves.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace ICC40::ICC_UNIT {
+
+void LutInputCurves::At(int sample, unsigned short (&values)[3]) const {
+    for (int c = 0; c < 3; ++c) {
+        values[c] = c >= channels_    ? 0
+                    : step_ == 0.0    ? Low16(sample)
+                    : sample == 65535 ? Last(c)
+                                      : EvaluateInputCurve(curves_ + c * entries_, step_, Low16(sample));
+    }
+}
+
+void LutInputCurves::Expand(unsigned short* const (&tables)[3]) const {
+    for (int c = channels_; c < 3; ++c) std::fill_n(tables[c], 65536, static_cast<unsigned short>(0));
+    const int channels = std::min(channels_, 3);
+    if (step_ == 0.0) {
+        for (int c = 0; c < channels; ++c) std::iota(tables[c], tables[c] + 65536, static_cast<unsigned short>(0));
+        return;
+    }
+    // As `EvaluateInputCurve`, step by step of the curve and in pieces that a processor's vectors hold.
+    constexpr int kPiece = 64;
+    double fraction[kPiece];
+    for (int from = 0; from < 65535;) {
+        const int n = Trunc(from / step_);
+        int to = std::min(from + kPiece, 65535);
+        while (Trunc((to - 1) / step_) > n) --to;
+        for (int v = from; v < to; ++v) fraction[v - from] = (v - n * step_) / step_;
+        for (int c = 0; c < channels; ++c) {
+            const int here = curves_[c * entries_ + n], next = curves_[c * entries_ + n + 1];
+            unsigned short* values = tables[c] + from;
+            for (int i = 0; i < to - from; ++i) {
+                // Between two entries: no value that the truncation would have to limit.
+                values[i] = static_cast<unsigned short>(
+                    static_cast<int>(next * fraction[i] + (1.0 - fraction[i]) * here + 0.5));
+            }
+        }
+        from = to;
+    }
+    for (int c = 0; c < channels; ++c) tables[c][65535] = Last(c);
+}
+
+LutOutputCurves::LutOutputCurves(const ICCFILE::CLut16Type& lut)
+    : entries_(lut.outputEnt < 3 ? 4096 : lut.outputEnt), identity_(lut.outputEnt < 3) {
+    step_ = identity_ ? 65535.0 / 4095 : 65535.0 / (entries_ - 1);
+    span_ = identity_ ? 15.0 : 65536.0 / entries_;
+    const std::uint16_t* curves = lut.outputTable.get();
+    for (int c = 0; c < 3; ++c) {
+        if (c < lut.outputChan && !identity_) {
+            std::copy_n(curves + c * entries_, entries_, table_->curve[c]);
+        } else {
+            // A channel that the table lacks has the ramp that an output table starts with.
+            for (int n = 0; n < 4096; ++n) table_->curve[c][n] = c < lut.outputChan ? 16 * n : n;
+        }
+    }
+}
+
+}  // namespace ICC40::ICC_UNIT

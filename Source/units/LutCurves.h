@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// The curves of a profile's table at single values: what the input and output units hold after they loaded it, for
+// those who need less than the expansion to all 65,536 values.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "Numeric.h"
+#include "iccfile/LutTags.h"
+#include "units/CurveEvaluation.h"
+
+namespace ICC40::ICC_UNIT {
+
+/// The tables of an `InputTable33`, before any reduction to 8 bits. The table must be `Usable` and outlive this.
+class LutInputCurves {
+public:
+    explicit LutInputCurves(const ICCFILE::CLut16Type& lut)
+        : curves_(lut.inputTable.get()), channels_(lut.inputChan), entries_(lut.inputEnt) {
+        // Kept: two entries count as the identity, even where they do not rise from 0 to 65535.
+        if (entries_ > 2) step_ = 65535.0 / (entries_ - 1);
+    }
+
+    /// The three channels at one sample; 0 for a channel that the table lacks.
+    void At(int sample, unsigned short (&values)[3]) const;
+    /// The same at all 65,536 samples: one array of them for each channel.
+    void Expand(unsigned short* const (&tables)[3]) const;
+
+private:
+    unsigned short Last(int channel) const { return curves_[channel * entries_ + entries_ - 1]; }
+
+    const std::uint16_t* curves_;
+    int channels_, entries_;
+    double step_ = 0;  ///< 0 for the identity
+};
+
+/// The first three tables of an `OutputTable33`.
+class LutOutputCurves {
+public:
+    explicit LutOutputCurves(const ICCFILE::CLut16Type& lut);
+    int At(int channel, int value) const {
+        const int* curve = table_->curve[channel];
+        if (value == 65535) return identity_ ? 65535 : curve[entries_ - 1];
+        return EvaluateOutputCurve<TruncInRange>(curve, step_, span_, value);
+    }
+
+private:
+    struct Table {
+        int curve[3][4096];
+    };
+    std::unique_ptr<Table> table_ = std::make_unique<Table>();
+    int entries_;
+    bool identity_;
+    double step_, span_;
+};
+
+}  // namespace ICC40::ICC_UNIT

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "units/ToneCurves.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numeric>
+
+#include "Numeric.h"
+
+namespace ICC40::ICC_UNIT {
+namespace {
+
+// Kept: 0.5556 and not 1 / 1.8; 0.4167 and not 1 / 2.4; a threshold of 0.00304.
+double Gamma180(double x) { return std::pow(x, 0.5556) * 65535.0; }
+double LinearToe(double x) { return x * 65535.0 * 12.92; }
+double ToneSRGB(double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535.0; }
+constexpr double kToe = 0.00304;
+
+/// A 16-bit value to an 8-bit sample: `value` has half a step added already.
+int RoundTo8(int value) { return value < 65536 ? value >> 8 : 255; }
+
+/// table[i] = curve(i) for i from `from` to `to`, both of which are there already, where the curve never falls: a range
+/// whose ends are alike is filled, another one halved. With 256 steps that takes some 3,000 values of 65,536.
+template <typename Curve>
+void FillSteps(int* table, int from, int to, Curve curve) {
+    if (to - from < 2) return;
+    if (table[from] == table[to]) {
+        std::fill(table + from + 1, table + to, table[from]);
+        return;
+    }
+    const int middle = from + (to - from) / 2;
+    table[middle] = curve(middle);
+    FillSteps(table, from, middle, curve);
+    FillSteps(table, middle, to, curve);
+}
+template <typename Curve>
+void TabulateSteps(int* table, Curve curve) {
+    table[0] = curve(0);
+    table[65535] = curve(65535);
+    FillSteps(table, 0, 65535, curve);
+}
+
+/// The cubic through the values y0 to y3 at -1, 0, 1 and 2, from 0 on in steps of 1 / width: by differences, in fixed
+/// point with 32 bits of fraction.
+class CubicSteps {
+public:
+    CubicSteps(double y0, double y1, double y2, double y3, int width) {
+        const double h = 1.0 / width;
+        const double c1 = (y2 - y0 / 3.0 - y1 / 2.0 - y3 / 6.0) * h;
+        const double c2 = ((y0 + y2) / 2.0 - y1) * h * h;
+        const double c3 = ((y3 - y0) / 6.0 + (y1 - y2) / 2.0) * h * h * h;
+        value_ = Fixed(y1);
+        first_ = Fixed(c1 + c2 + c3);
+        second_ = Fixed(2 * c2 + 6 * c3);
+        third_ = Fixed(6 * c3);
+    }
+    int Whole() const { return static_cast<int>(value_ >> 32); }
+    /// Whether the whole part could be another one if the value were larger or smaller by kMargin.
+    bool NearStep() const { return static_cast<std::uint32_t>(value_) + kFixedMargin < 2 * kFixedMargin; }
+    void Advance() {
+        value_ += first_;
+        first_ += second_;
+        second_ += third_;
+    }
+
+private:
+    static constexpr double kOne = 4294967296.0;
+    static constexpr double kMargin = 1e-3;
+    static constexpr auto kFixedMargin = static_cast<std::uint32_t>(kMargin * kOne);
+    static std::int64_t Fixed(double value) { return static_cast<std::int64_t>(value * kOne); }
+
+    std::int64_t value_, first_, second_, third_;
+};
+
+constexpr int kExact = 1024;  ///< values below this one are worked out one by one
+
+/// table[i] = Trunc(curve(i)) from `from`, at most `kExact`, to the end: for a power law of an exponent between 0.4 and
+/// 0.6, up to 65535 or a little above.
+///
+/// Powers are dear. The cubic through four of them, h apart, is off by at most h^4 * 9/16 / 4! of the fourth derivative
+/// between the two in the middle. With h no more than i / 64 that is 1.4e-9 of the value, 1e-4 at most; the fixed point
+/// adds 64^3 / 6 units, 1e-5. Only what lies within ten times that of a step of the cut is worked out itself.
+template <typename Curve>
+void Tabulate(int* table, int from, Curve curve) {
+    for (int i = from; i < kExact; ++i) table[i] = Trunc(curve(i));
+    int width = 0;
+    double y0 = 0, y1 = 0, y2 = 0;
+    for (int i = kExact; i < 65536; i += width) {
+        if (i == kExact || i == 2 * kExact || i == 4 * kExact) {
+            width = i / 64;
+            y0 = curve(i - width), y1 = curve(i), y2 = curve(i + width);
+        }
+        const double y3 = curve(i + 2 * width);
+        CubicSteps cubic(y0, y1, y2, y3, width);
+        for (int n = 0; n < width; ++n, cubic.Advance()) {
+            table[i + n] = cubic.NearStep() ? Trunc(curve(i + n)) : cubic.Whole();
+        }
+        y0 = y1, y1 = y2, y2 = y3;
+    }
+}
+
+}  // namespace
+
+void ToneGamma100_8(int* table) {
+    for (int i = 0; i < 65536; ++i) table[i] = i >> 8;
+}
+
+void ToneGamma100_16(int* table) { std::iota(table, table + 65536, 0); }
+
+void ToneGamma180_8(int* table) {
+    TabulateSteps(table, [](int i) { return RoundTo8(Trunc(Gamma180(i / 65535.0) + 128.0)); });
+}
+
+void ToneGamma180_16(int* table) {
+    Tabulate(table, 0, [](int i) { return Gamma180(i / 65535.0) + 0.5; });
+}
+
+void ToneSRGB_8(int* table) {
+    TabulateSteps(table, [](int i) {
+        const double x = i / 65535.0;
+        return RoundTo8(Trunc((kToe > x ? LinearToe(x) : ToneSRGB(x)) + 128.0));
+    });
+}
+
+void ToneSRGB_16(int* table) {
+    int i = 0;
+    for (; kToe > i / 65535.0; ++i) table[i] = Trunc(LinearToe(i / 65535.0));  // Kept: the toe is not rounded
+    Tabulate(table, i, [](int n) { return ToneSRGB(n / 65535.0) + 0.5; });
+}
+
+}  // namespace ICC40::ICC_UNIT
