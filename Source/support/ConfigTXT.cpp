@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "support/ConfigTXT.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -57,8 +59,10 @@ int ConfigTXT::Initial(const char* name) {
 }
 
 int ConfigTXT::ReadTxt() {
+    // A folder, device or pipe is as good as an empty file: it is not read, because it may never end.
     std::error_code ignored;
-    if (!std::filesystem::is_regular_file(fileName, ignored)) return -1;
+    const auto kind = std::filesystem::status(fileName, ignored).type();
+    if (kind != std::filesystem::file_type::regular && access(fileName.c_str(), R_OK) == 0) return 0;
     std::ifstream in(fileName);
     if (!in) return -1;
     for (std::string word; in >> word;) {

@@ -16,7 +16,7 @@ public:
     /// Stores the name (borrowed, copied) and reads the file, as `ReadTxt`.
     int Initial(const char* name);
     /// Reads the file into `sections`: a section of the same name is replaced whole, others stay. A row without "="
-    /// prints two lines. Returns 0, or -1 if there is no such regular file.
+    /// prints two lines. Returns 0, or -1 if the file cannot be opened; a folder, device or pipe counts as empty.
     int ReadTxt();
     /// Copies the value, or the default, with its terminator to `out`, which has room for 128 bytes. Kept: a text of
     /// 128 characters or more is cut there and loses its terminator. Returns 0.
