@@ -8,7 +8,7 @@ build = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 help:
 	@echo "make demo           build the library, convert a chart with it and show what happened"
 	@echo "make test           run every suite: g++, clang++, digests across builds, g++ with sanitizers"
-	@echo "make test-release   one of them (also: test-clang, test-portable, test-asan)"
+	@echo "make test-release   one of them (also: test-clang, test-portable, test-asan, test-tsan)"
 	@echo "make coverage       lines and branches of Source/ that the tests reach, as text and HTML"
 	@echo "make format         lay the sources out by .clang-format"
 	@echo "make clean          remove build/"
@@ -19,7 +19,7 @@ demo:
 	@build/demo/demo/make_chart build/demo/files
 	@build/demo/demo/convert_chart build/demo/files
 
-test: test-release test-clang test-portable test-asan
+test: test-release test-clang test-portable test-asan test-tsan
 
 test-%:
 	@tools/install-packages test

@@ -17,6 +17,13 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 /// that nobody waits for a writer or reads without end.
 FileHandle OpenForReading(const char* path);
 
+/// Opens a file for writing and empties it ("wb+"). Null as above. The descriptor is never one of the standard three,
+/// so that nothing that the process prints can land in the file.
+FileHandle OpenForWriting(const char* path);
+
+/// Whether both paths lead to one file; false when either leads nowhere.
+bool SameFile(const char* one, const char* other);
+
 /// Bytes in a stream's file, 0 when that cannot be told. The reading position stays.
 std::uint64_t FileSize(std::FILE* stream);
 

@@ -17,6 +17,11 @@ if(HUEWEAVE_SANITIZE)
   target_link_options(hueweave_rules INTERFACE ${sanitizers})
 endif()
 
+if(HUEWEAVE_SANITIZE_THREAD)
+  target_compile_options(hueweave_rules INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(hueweave_rules INTERFACE -fsanitize=thread)
+endif()
+
 if(HUEWEAVE_COVERAGE)
   target_compile_options(hueweave_rules INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(hueweave_rules INTERFACE --coverage)

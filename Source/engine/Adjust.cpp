@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 // The caller's adjustments: offsets in lightness, chroma and hue, and tone curves for the output stage.
 #include <algorithm>
+#include <functional>
 
 #include "Numeric.h"
 #include "engine/CIccEngineS.h"
@@ -19,7 +20,8 @@ int CIccEngineS::Adjust_Lch(double lightness, double chroma, double hue) {
     // Kept: only whole parts are compared, so 1.2 after 1.9 rebuilds nothing.
     if (Unit.CheckLch(Trunc(lightness), Trunc(chroma), Trunc(hue)) == 0) return Unit.OutputSpace;
     try {
-        return Rebuild([&](const CLut16Type& lut) { Set3DLut(&lut, lightness, chroma, hue); });
+        const auto build = [&](const CLut16Type& lut) { Set3DLut(&lut, lightness, chroma, hue); };
+        return Rebuild(std::cref(build));
     } catch (...) {
         Unit.CheckLch(before[0], before[1], before[2]);  // so that the same call again builds
         throw;
@@ -29,7 +31,7 @@ int CIccEngineS::Adjust_Lch(double lightness, double chroma, double hue) {
 int CIccEngineS::Adjust_Output(const unsigned char* red, const unsigned char* green, const unsigned char* blue,
                                int count) {
     if (count == 0 || red == nullptr || green == nullptr || blue == nullptr) return Unit.OutputSpace;
-    return Rebuild([&](const CLut16Type& lut) {
+    const auto build = [&](const CLut16Type& lut) {
         const auto table = std::make_unique<ICC_UNIT::OutputTable33>();
         table->Initial(&lut);
         // The curves have 256 points: what stands behind them would never be read.
@@ -37,7 +39,8 @@ int CIccEngineS::Adjust_Output(const unsigned char* red, const unsigned char* gr
         // Kept: the width follows the input encoding and not the output space.
         if (Unit.InputSpace == ICCFILE::CsRGB_8) Unit.BuildResult = table->OutputGamma100(Unit.OutputSpace);
         TakeOutputTables(*table);
-    });
+    };
+    return Rebuild(std::cref(build));
 }
 
 }  // namespace ICC40::ICC_ENG_S4

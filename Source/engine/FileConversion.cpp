@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <iostream>
 
+#include "FileHandle.h"
 #include "engine/CIccEngineS.h"
 #include "tiff/CTiff.h"
 
@@ -24,7 +25,7 @@ int PixelsOf(const CTiff& image, std::size_t pixelBytes) {
     const std::int64_t stated = std::int64_t{image.GetTagValue(Orvix_Tiff_STL2::kImageWidth)} *
                                 image.GetTagValue(Orvix_Tiff_STL2::kImageLength);
     const auto held = static_cast<std::int64_t>(image.ImageBytes() / pixelBytes);
-    return static_cast<int>(std::min({stated, held, std::int64_t{INT32_MAX}}));
+    return static_cast<int>(std::clamp(stated, std::int64_t{0}, std::min(held, std::int64_t{INT32_MAX})));
 }
 
 /// A line of the progress log. The log has no clock: its counts are always 0.
@@ -51,7 +52,9 @@ int CIccEngineS::Conversion(const char* source, const char* dest) const {
     Log("Stop) :  End Conversion(count : 0)");
 
     image.RemoveIcc();
-    image.SaveFile(dest);  // Kept: its result is not looked at
+    // Saving would empty a file of which nothing was read.
+    const bool keep = image.tags.empty() && SameFile(source, dest);
+    image.SaveFile(keep ? nullptr : dest);  // Kept: its result is not looked at
     return 0;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Binding a profile: reading it, choosing its table, and building the stages from it.
+#include <functional>
+
 #include "Numeric.h"
 #include "engine/CIccEngineS.h"
 
@@ -109,6 +111,7 @@ int CIccEngineS::SetProfile(const char* profile, ICCFILE::Intent intent, ColorSp
     Unit.BuildResult = InputColorSpace2RGB(lightness, chroma, hue);
     return 0;
 } catch (...) {
+    File.Reset();  // a part of a profile must not pass for all of it
     Refuse();
     throw;
 }
@@ -129,7 +132,8 @@ int CIccEngineS::ConstructEngine(double lightness, double chroma, double hue) {
 }
 
 int CIccEngineS::InputColorSpace2RGB(double lightness, double chroma, double hue) {
-    return Rebuild([&](const CLut16Type& lut) { BuildStages(lut, lightness, chroma, hue); });
+    const auto build = [&](const CLut16Type& lut) { BuildStages(lut, lightness, chroma, hue); };
+    return Rebuild(std::cref(build));
 }
 
 int CIccEngineS::Initial(int) { return ICC_UNIT::kNotImplemented; }

@@ -45,12 +45,7 @@ void WalkHeader(Header& header, Word32 word32, Word16 word16, Raw bytes) {
     bytes(100, header.headerReserved);
 }
 
-/// Four bytes of a file as they stand in memory.
-std::uint32_t AsStored(const unsigned char* at) {
-    std::uint32_t word;
-    std::memcpy(&word, at, sizeof word);
-    return word;
-}
+/// Four bytes of a file, given as they stand in memory.
 std::uint32_t Decoded(unsigned stored) {
     unsigned char bytes[4];
     std::memcpy(bytes, &stored, sizeof bytes);
@@ -127,7 +122,7 @@ int IccFile4::ReadFile(std::FILE* stream) {
         if (LoadBig32(entry + 4) + size > fileSize) continue;
         spent += RoundUp4(size) + kHeaderBytes;
         if (spent > budget) break;
-        AddIccTagData(AsStored(entry), AsStored(entry + 4), AsStored(entry + 8), stream);
+        Append(LoadBig32(entry), LoadBig32(entry + 4), size, stream);
     }
     return 0;
 }
@@ -145,16 +140,20 @@ int IccFile4::ReadHeader(std::FILE* stream) {
 int IccFile4::AddIccTagData(unsigned sig, unsigned offset, unsigned size, std::FILE* stream) {
     const std::uint64_t start = Decoded(offset);
     const std::uint64_t declared = Decoded(size);
-    if (start + declared > FileSize(stream) || RoundUp4(declared) > INT32_MAX) return 0;
+    if (start + declared > FileSize(stream)) return 0;
+    Append(Decoded(sig), start, declared, stream);
+    return 0;
+}
+
+void IccFile4::Append(std::uint32_t name, std::uint64_t start, std::uint64_t declared, std::FILE* stream) {
+    if (RoundUp4(declared) > INT32_MAX) return;
     // The rounding may reach past the end of the file; what is not there is 0.
     std::vector<unsigned char> block(RoundUp4(declared));
-    if (SeekTo(stream, start) && !block.empty()) {
+    if (!block.empty() && SeekTo(stream, start)) {
         const std::size_t got = std::fread(block.data(), 1, block.size(), stream);
         std::fill(block.begin() + static_cast<std::ptrdiff_t>(got), block.end(), std::uint8_t{0});
     }
-    auto tag = CreateNewTag(static_cast<icTagSignature>(Decoded(sig)), block.data(), static_cast<int>(block.size()));
-    tagList.push_back(std::move(tag));
-    return 0;
+    tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), block.data(), static_cast<int>(block.size())));
 }
 
 std::unique_ptr<iccTagBase> IccFile4::CreateNewTag(icTagSignature sig, unsigned char* data, int size) {
@@ -172,7 +171,7 @@ const iccTagBase* IccFile4::GetTag(icTagSignature sig) const {
 iccTagBase* IccFile4::GetTag(icTagSignature sig) { return const_cast<iccTagBase*>(std::as_const(*this).GetTag(sig)); }
 
 int IccFile4::SaveFile(const char* path) {
-    const FileHandle stream(path == nullptr ? nullptr : std::fopen(path, "wb+"));
+    const FileHandle stream = OpenForWriting(path);
     if (stream == nullptr) return 0;
     SeekTo(stream.get(), kHeaderBytes);
     const int size = WriteTagListHeader(stream.get());

@@ -70,6 +70,10 @@ public:
 
     ProfileHeader header;
     std::vector<std::unique_ptr<iccTagBase>> tagList;  ///< owns, in file order
+
+private:
+    /// Reads the block of an entry that lies in the file and appends its tag.
+    void Append(std::uint32_t name, std::uint64_t start, std::uint64_t declared, std::FILE* stream);
 };
 
 }  // namespace ICC40::ICCFILE

@@ -13,16 +13,23 @@ namespace {
 constexpr std::uint64_t kGridPrecision = 16;
 constexpr std::uint64_t kGridData = 20;
 
-/// One curve after the other from `at` on, as many as there is room for.
+constexpr std::uint64_t kCurveHead = 12;
+
+/// One curve after the other from `at` on, as many as there is room for. Parts may share their bytes; `left` is what
+/// they may still take in all.
 void ReadCurves(const TagReader& block, std::uint64_t at, unsigned count, icTagSignature tagName,
-                std::span<std::unique_ptr<CCurveType>> curves) {
+                std::span<std::unique_ptr<CCurveType>> curves, std::uint64_t& left) {
     for (std::size_t i = 0; i < std::min<std::size_t>(count, curves.size()); ++i) {
         curves[i] = std::make_unique<CCurveType>();
-        at += curves[i]->InitialWithin(tagName, TagReader(block.From(at)));
+        const std::span<const unsigned char> rest = block.From(at);
+        const auto bytes = static_cast<std::size_t>(std::min<std::uint64_t>(rest.size(), kCurveHead + left));
+        at += curves[i]->InitialWithin(tagName, TagReader(rest.first(bytes)));
+        left -= 2 * std::uint64_t{curves[i]->curveCount};
     }
 }
 
-std::unique_ptr<CLutGrid> ReadGrid(const TagReader& block, std::uint64_t at, unsigned inputChan, unsigned outputChan) {
+std::unique_ptr<CLutGrid> ReadGrid(const TagReader& block, std::uint64_t at, unsigned inputChan, unsigned outputChan,
+                                   std::uint64_t left) {
     auto grid = std::make_unique<CLutGrid>();
     for (std::size_t i = 0; i < grid->gridPoints.size(); ++i) grid->gridPoints[i] = block.U8(at + i);
     grid->precision = block.U8(at + kGridPrecision);
@@ -33,7 +40,7 @@ std::unique_ptr<CLutGrid> ReadGrid(const TagReader& block, std::uint64_t at, uns
     for (std::size_t axis = 0; axis < std::min<std::size_t>(inputChan, 16) && bytes <= block.Size(); ++axis) {
         bytes *= grid->gridPoints[axis];
     }
-    if (!block.Holds(at + kGridData, bytes)) return grid;
+    if (bytes > left || !block.Holds(at + kGridData, bytes)) return grid;
     grid->gridData = std::make_unique<std::uint8_t[]>(bytes);
     grid->gridBytes = bytes;
     std::copy_n(block.From(at + kGridData).begin(), bytes, grid->gridData.get());
@@ -60,10 +67,12 @@ unsigned CLut::Initial(icTagSignature tagName, unsigned char* data, int size) {
     aCurveOffset = block.U32(28);
 
     const bool a2b = IsA2B(tagName);
-    if (bCurveOffset != 0) ReadCurves(block, bCurveOffset, a2b ? outputChan : inputChan, tagName, bCurves);
-    if (mCurveOffset != 0) ReadCurves(block, mCurveOffset, 1, tagName, std::span(&mCurve, 1));
-    if (clutOffset != 0) clut = ReadGrid(block, clutOffset, inputChan, outputChan);
-    if (aCurveOffset != 0) ReadCurves(block, aCurveOffset, a2b ? inputChan : outputChan, tagName, aCurves);
+    std::uint64_t left = 3 * std::uint64_t{block.Size()};  // three sets of curves that share their bytes are sound
+    if (bCurveOffset != 0) ReadCurves(block, bCurveOffset, a2b ? outputChan : inputChan, tagName, bCurves, left);
+    if (mCurveOffset != 0) ReadCurves(block, mCurveOffset, 1, tagName, std::span(&mCurve, 1), left);
+    if (clutOffset != 0) clut = ReadGrid(block, clutOffset, inputChan, outputChan, left);
+    if (clut != nullptr) left -= clut->gridBytes;
+    if (aCurveOffset != 0) ReadCurves(block, aCurveOffset, a2b ? inputChan : outputChan, tagName, aCurves, left);
     return taken;
 }
 

@@ -16,6 +16,7 @@ constexpr std::uint64_t kMatrix = 12;
 constexpr std::uint64_t kInputEntries = 48;
 constexpr std::uint64_t kOutputEntries = 50;
 constexpr std::uint64_t kTables = 52;
+constexpr int kMostPoints = 33;    ///< on an axis of a grid that the units take
 constexpr std::size_t kSpare = 8;  ///< entries behind each table that nothing fills
 
 std::uint64_t Cube(std::uint64_t points) { return points * points * points; }
@@ -100,7 +101,7 @@ unsigned CLut8Type::Initial(icTagSignature tagName, unsigned char* data, int siz
 
 bool CLut16Type::Usable() const {
     return inputTable != nullptr && clutTable != nullptr && outputTable != nullptr && inputChan <= 3 &&
-           outputChan <= 7 && clutPoints >= 2 && clutPoints <= 33 && inputEnt <= 4096 && outputEnt <= 4096;
+           outputChan <= 7 && clutPoints >= 2 && clutPoints <= kMostPoints && inputEnt <= 4096 && outputEnt <= 4096;
 }
 
 CLut16Type::CLut16Type(const CLut* source) {
@@ -126,8 +127,10 @@ CLut16Type::CLut16Type(const CLut* source) {
     outputEnt = static_cast<std::uint16_t>(output[0]->curveCount);
     inputTable = Join(input, inputChan, inputEnt);
     outputTable = Join(output, outputChan, outputEnt);
-    // Kept: the power of `inputChan`, where a block of its own layout always has a cube. The units walk a cube.
-    clutTable = std::make_unique<std::uint16_t[]>(std::max(values, Cube(clutPoints) * outputChan));
+    // Kept: the power of `inputChan`, where a block of its own layout always has a cube. The units walk a cube, but
+    // none of more points than they take: few inputs must not ask for the cube of 255.
+    const std::uint64_t walked = clutPoints <= kMostPoints ? Cube(clutPoints) * outputChan : 0;
+    clutTable = std::make_unique<std::uint16_t[]>(std::max(values, walked));
     std::memcpy(clutTable.get(), grid.gridData.get(), values * 2);
 }
 

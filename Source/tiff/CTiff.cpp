@@ -57,6 +57,7 @@ int CTiff::ReadFile(const char* fileName) {
     } catch (const char* text) {
         std::cout << "*** " << text << " Open Error. ***" << std::endl;
     } catch (...) {
+        Reset();  // what was read so far is no image
         std::cout << "*** CTiff::ReadFile() --> unknown Error. ***" << std::endl;
     }
     return 0;
@@ -150,7 +151,7 @@ int CTiff::SetIccProfile(const char* fileName) {
 int CTiff::SaveIccProfile(const char* fileName) {
     const TiffTag* tag = GetTag(kIccProfile);
     if (tag == nullptr || fileName == nullptr) return 0;
-    FileHandle f(std::fopen(fileName, "wb+"));
+    FileHandle f = OpenForWriting(fileName);
     if (f == nullptr) return 0;
     const std::size_t bytes = std::min<std::size_t>(tag->count, tag->dataSize);
     if (bytes != 0) std::fwrite(tag->data.get(), 1, bytes, f.get());

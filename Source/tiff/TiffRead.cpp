@@ -114,7 +114,12 @@ int Tiff::ReadImage(std::FILE* f) {
         ReadStrip(f, offset, static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(width >> 3) * samples);
     } else {
         ReadMultiStripOffset(f);
-        if (bits == 8) {
+        // The pixels may take as much room as any image of this file, beside the planes that they come from.
+        const std::uint64_t pixelBytes = (samples == 3 ? 3U : 4U) * (bits == 8 ? 1U : 2U);
+        const std::uint64_t most = ImageLimit(FileSize(f)) / pixelBytes;
+        if (width > 0 && rows > 0 && static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(rows) > most) {
+            GetTag(kStripOffsets)->Adopt(nullptr, 0);
+        } else if (bits == 8) {
             Pack<unsigned char>(width, rows);
         } else {
             Pack<unsigned short>(width, rows);

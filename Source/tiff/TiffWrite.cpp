@@ -20,7 +20,7 @@ bool AlwaysOffset(FieldType type) { return type >= 6 && type <= 9; }
 }  // namespace
 
 int Tiff::SaveFile(const char* fileName) {
-    const FileHandle f(fileName == nullptr ? nullptr : std::fopen(fileName, "wb+"));
+    const FileHandle f = OpenForWriting(fileName);
     try {
         if (tags.empty()) throw static_cast<const char*>("*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***");
         return f == nullptr ? 0 : SaveTiff(f.get());

@@ -222,7 +222,9 @@ protected:
         EXPECT_EQ(result, 0);
         EXPECT_EQ(printed, expected.log);
         ASSERT_TRUE(std::filesystem::exists(dest));
-        EXPECT_EQ(ReadFile(dest), expected.file);
+        // A file of which nothing could be read is not emptied by being its own destination.
+        const bool kept = inPlace && expected.file.empty();
+        EXPECT_EQ(ReadFile(dest), kept ? *file : expected.file);
         if (file && !inPlace) {
             EXPECT_EQ(ReadFile(source), *file) << "the source is only read";
         }

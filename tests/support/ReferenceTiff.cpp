@@ -79,7 +79,10 @@ std::int64_t ReferenceTag::Size() const {
     return size > 0x7fffffff ? 0 : size;
 }
 
-std::int64_t ReferenceTag::StoredSize() const { return Size() > 4 && !data ? 0 : Size(); }
+std::int64_t ReferenceTag::StoredSize() const {
+    if (Size() <= 4) return Size();
+    return data && static_cast<std::uint64_t>(Size()) <= 2 * data->size() + kRoom ? Size() : 0;
+}
 
 std::uint32_t ReferenceTag::Value() const {
     const Bytes none;
@@ -143,7 +146,7 @@ void ReferenceTiff::ReadImage(Stream& stream) {
     const std::uint32_t height = ValueOf(257);
     const std::uint32_t rows = ValueOf(278);
     const std::uint32_t offset = ValueOf(273);
-    const std::uint32_t planar = ValueOf(284);
+    const auto planar = static_cast<std::int32_t>(ValueOf(284));
     const std::uint32_t bits = ValueOf(258);
     const std::uint32_t samples = ValueOf(277);
     if (!Find(273)) return;
@@ -155,7 +158,7 @@ void ReferenceTiff::ReadImage(Stream& stream) {
         Attach(stream, offset, rows * (width >> 3) * samples);
     } else {
         ReadStrips(stream);
-        Pack(static_cast<std::int32_t>(width), static_cast<std::int32_t>(rows), bits == 8 ? 1 : 2);
+        Pack(static_cast<std::int32_t>(width), static_cast<std::int32_t>(rows), bits == 8 ? 1 : 2, stream.Size());
         Find(284)->value = 1;
     }
 }
@@ -205,7 +208,7 @@ void ReferenceTiff::ReadStrips(Stream& stream) {
     if (ReferenceTag* rows = Find(278)) rows->value = ValueOf(257);
 }
 
-void ReferenceTiff::Pack(std::int64_t width, std::int64_t height, std::size_t sampleBytes) {
+void ReferenceTiff::Pack(std::int64_t width, std::int64_t height, std::size_t sampleBytes, std::size_t fileSize) {
     ReferenceTag& strip = *Find(273);
     const Bytes planes = strip.data.value_or(Bytes());
     const std::size_t count = Find(277) && ValueOf(277) == 3 ? 3 : 4;
@@ -215,7 +218,7 @@ void ReferenceTiff::Pack(std::int64_t width, std::int64_t height, std::size_t sa
     }
     // In two steps: neither product can leave 64 bits.
     const auto pixels = static_cast<std::uint64_t>(width * height);
-    if (pixels > 0xffffffffU || pixels * count * sampleBytes > 2 * planes.size() + kRoom) {
+    if (pixels > 0xffffffffU || pixels * count * sampleBytes > 2 * std::min(planes.size(), fileSize) + kRoom) {
         strip.data.reset();
         return;
     }

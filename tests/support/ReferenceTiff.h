@@ -45,7 +45,7 @@ private:
     void ReadImage(Stream& stream);
     void Attach(Stream& stream, std::int64_t offset, std::uint32_t n);
     void ReadStrips(Stream& stream);
-    void Pack(std::int64_t width, std::int64_t height, std::size_t sampleBytes);
+    void Pack(std::int64_t width, std::int64_t height, std::size_t sampleBytes, std::size_t fileSize);
 };
 
 /// Converts `pixels` pixels of three samples in place.

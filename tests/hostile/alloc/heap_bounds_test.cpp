@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// What the calls may take from the heap, whatever file they are given.
+#include <functional>
+
+#include "hostile/Hostile.h"
+#include "hostile/alloc/Heap.h"
+#include "iccfile/IccFile4.h"
+#include "support/ProfileBuilder.h"
+#include "support/TiffBuilder.h"
+
+namespace hueweave::test {
+namespace {
+
+constexpr std::int64_t kMiB = std::int64_t{1} << 20;
+
+void Big32At(Bytes& bytes, std::size_t at, std::uint32_t value) {
+    for (std::size_t i = 0; i < 4; ++i) bytes.at(at + i) = static_cast<unsigned char>(value >> (24 - 8 * i));
+}
+
+/// A profile of `bytes` bytes that hold one block, of which each of `names` has a copy. The block starts with `head`.
+Bytes SharedBlock(std::size_t bytes, const std::vector<std::string>& names, const Bytes& head) {
+    ByteWriter out;
+    const auto start = static_cast<std::uint32_t>(132 + 12 * names.size());
+    out.Fill(128).Big32(static_cast<std::uint32_t>(names.size()));
+    for (const std::string& name : names) {
+        out.Text(name).Big32(start).Big32(static_cast<std::uint32_t>(bytes) - start);
+    }
+    out.Append(head).Fill(bytes - out.Size());
+    return out.Done();
+}
+
+/// The head of a curved table whose five parts all lie over the same bytes of a block of `bytes` bytes.
+Bytes OverlaidParts(std::size_t bytes, unsigned points, unsigned precision) {
+    ByteWriter out;
+    out.Text("mAB ").Big32(0).U8(3).U8(3).Big16(0);
+    for (const std::uint32_t offset : {36U, 0U, 36U, 64U, 36U}) out.Big32(offset);
+    out.Fill(4).Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(bytes / 2));
+    out.Fill(64 - out.Size()).Fill(16, points).U8(precision);
+    return out.Done();
+}
+
+std::vector<Bytes> Profiles() {
+    constexpr std::size_t kLarge = std::size_t{4} << 20;
+    std::vector<Bytes> files;
+    const std::vector<std::string> luts = {"A2B0", "A2B1", "A2B2", "A2B0", "A2B1"};
+    std::vector<std::string> many;
+    for (int i = 0; i < 3000; ++i) many.push_back("many");
+    for (const std::size_t size : {std::size_t{40000}, std::size_t{1} << 20, kLarge}) {
+        files.push_back(SharedBlock(size, many, Bytes(1, 0)));
+        files.push_back(SharedBlock(size, std::vector<std::string>(8, "rTRC"),
+                                    ByteWriter().Text("curv").Big32(0).Big32(0xffffffff).Done()));
+        files.push_back(SharedBlock(size, std::vector<std::string>(8, "cprt"), Bytes(1, 0)));
+        files.push_back(SharedBlock(size, luts, OverlaidParts(size, 80, 2)));
+        files.push_back(SharedBlock(size, luts, OverlaidParts(size, 40, 6)));
+        files.push_back(SharedBlock(
+            size, luts, ByteWriter().Text("mft2").Big32(0).U8(3).U8(3).U8(33).U8(0).Fill(36).Big32(0x10001000).Done()));
+        files.push_back(SharedBlock(
+            size, luts, ByteWriter().Text("mft1").Big32(0).U8(3).U8(3).U8(70).U8(0).Fill(36).Big32(0x01000100).Done()));
+    }
+    // Few inputs, so that a short grid has the points of a large cube.
+    for (const int inputs : {1, 2}) {
+        LutShape shape{.inputs = inputs, .points = 255, .inputEntries = 3, .outputEntries = 3};
+        const CurvedLutSpec narrow = Curved(MakeLut(shape, inputs), CurveLayout::Stepped);
+        files.push_back(MiniProfile({{"A2B0", EncodeCurved(narrow)}}));
+    }
+    const Bytes sound = MiniProfile(EveryKindOfTag());
+    for (std::size_t at = 128; at + 4 <= 132 + 12 * EveryKindOfTag().size() + 100; at += 4) {
+        for (const std::uint32_t value : {0U, 0x7fffffffU, 0x80000000U, 0xfffffffcU, 0xffffffffU}) {
+            files.push_back(sound);
+            Big32At(files.back(), at, value);
+        }
+    }
+    return files;
+}
+
+TEST(HeapBoundsTest, SetProfileTakes8MiBAnd16TimesItsFile) {
+    const TempDir dir;
+    std::int64_t most = 0;
+    for (const Bytes& file : Profiles()) {
+        WriteFile(dir.File("bad.icc"), file);
+        for (const std::int32_t input : {0, 1}) {
+            Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8);
+            const HeapWatch heap;
+            Orvix_Icc_SetProfile(dir.File("bad.icc").c_str(), nullptr, 0, input, 8 + input);
+            most = std::max(most, heap.Peak());
+            EXPECT_LE(heap.Peak(), 8 * kMiB + 16 * static_cast<std::int64_t>(file.size())) << file.size() << " bytes";
+        }
+    }
+    EXPECT_GT(most, 8 * kMiB) << "the collection asks for something";
+    Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8);
+}
+
+std::vector<Bytes> Images() {
+    constexpr std::uint32_t kRoom = 8 << 20;
+    std::vector<Bytes> files;
+    const auto base = [](std::uint32_t side, unsigned bits) {
+        return TiffBuilder().Long(256, side).Long(257, side).Short(258, bits).Long(278, side);
+    };
+    for (const std::size_t trailer : {std::size_t{0}, std::size_t{1} << 20}) {
+        const Bytes rest(trailer, 7);
+        // The longest strip, chunky and in planes; planes of as much as twice the strip.
+        for (const unsigned planar : {1U, 2U}) {
+            for (const std::uint32_t side : {100U, 1024U, 1600U, 1670U, 2000U, 2364U}) {
+                for (const unsigned samples : {3U, 4U}) {
+                    for (const unsigned bits : {8U, 16U}) {
+                        TiffBuilder tiff = base(side, bits);
+                        tiff.Short(277, samples).Short(284, planar).Long(273, 8);
+                        tiff.Long(279, static_cast<std::uint32_t>(2 * trailer) + kRoom).Trailer(rest);
+                        files.push_back(tiff.Build());
+                    }
+                }
+            }
+        }
+        // As many tags as there may be, each with the whole file.
+        TiffBuilder many = base(10, 8);
+        for (unsigned tag = 0; tag < 25; ++tag) many.Entry(1000 + tag, 1, static_cast<std::uint32_t>(trailer + 200), 0);
+        files.push_back(many.Trailer(rest).Build());
+        // Exif data that stand for more than they are.
+        TiffBuilder exif = base(10, 8);
+        for (unsigned i = 0; i < 20; ++i) exif.Entry(34665, 1, 0x00800000, 8);
+        files.push_back(exif.Trailer(rest).Build());
+        // Very many strips.
+        TiffBuilder strips = base(10, 8);
+        const auto count = static_cast<std::uint32_t>(trailer / 4 + 20);
+        strips.Long(278, 1).Entry(273, 4, count, 8).Entry(279, 4, count, 8);
+        files.push_back(strips.Trailer(Bytes(trailer, 0)).Build());
+    }
+    return files;
+}
+
+TEST(HeapBoundsTest, ConvertFileTakes24MiBAnd6TimesItsFile) {
+    const TempDir dir;
+    WriteFile(dir.File("good.icc"), MiniProfile({{"A2B0", Mft2(SmoothLut(3))}}));
+    ASSERT_EQ(Orvix_Icc_SetProfile(dir.File("good.icc").c_str(), nullptr, 0, 0, 8), 8);
+    std::int64_t most = 0;
+    std::size_t row = 0;
+    for (const Bytes& file : Images()) {
+        WriteFile(dir.File("bad.tif"), file);
+        testing::internal::CaptureStdout();
+        HeapWatch heap;
+        Orvix_Icc_ConvertFile(dir.File("bad.tif").c_str(), "/dev/null");
+        heap.Stop();
+        testing::internal::GetCapturedStdout();
+        most = std::max(most, heap.Peak());
+        EXPECT_LE(heap.Peak(), 24 * kMiB + 6 * static_cast<std::int64_t>(file.size()))
+            << "file " << row << " of " << file.size() << " bytes";
+        EXPECT_LE(heap.Left(), 4096) << "file " << row;
+        ++row;
+    }
+    EXPECT_GT(most, 8 * kMiB) << "the collection asks for something";
+}
+
+TEST(HeapBoundsTest, Convert2TakesNothing) {
+    const TempDir dir;
+    WriteFile(dir.File("good.icc"), MiniProfile({{"A2B0", Mft2(SmoothLut(3))}}));
+    WriteFile(dir.File("none.icc"), MiniProfile({}));
+    WriteFile(dir.File("bytes.icc"), MiniProfile({{"A2B0", Mft1()}}));
+    for (const char* name : {"good.icc", "none.icc", "bytes.icc", "absent.icc"}) {
+        for (const std::int32_t input : {0, 1}) {
+            Orvix_Icc_SetProfile(dir.File(name).c_str(), nullptr, 0, input, 8 + input);
+            Bytes pixels = SamplePixels(60000);
+            Bytes other(60000);
+            const HeapWatch heap;
+            for (const std::int32_t count : {-1, 0, 1, 5, 63, 64, 65, 1000, 10000}) {
+                Orvix_Icc_Convert2(pixels.data(), other.data(), count);
+                Orvix_Icc_Convert2(pixels.data(), pixels.data(), count);
+                Orvix_Icc_Convert2(nullptr, nullptr, count);
+            }
+            EXPECT_EQ(heap.Count(), 0U) << name;
+        }
+    }
+}
+
+TEST(HeapBoundsTest, SavingAProfileLeavesNothing) {
+    const TempDir dir;
+    WriteFile(dir.File("all.icc"), MiniProfile(EveryKindOfTag()));
+    const HeapWatch heap;
+    {
+        ICC40::ICCFILE::IccFile4 file;
+        EXPECT_EQ(file.ReadFile(dir.File("all.icc").c_str()), 0);
+        EXPECT_EQ(file.SaveFile(dir.File("saved.icc").c_str()), 0);
+        EXPECT_EQ(file.SaveFile(dir.File("absent/saved.icc").c_str()), 0);
+    }
+    EXPECT_EQ(heap.Left(), 0);
+    EXPECT_GT(heap.Count(), 10U);
+}
+
+/// Keeps a block from being optimised away.
+char* Used(char* block) {
+    static char* volatile seen;
+    seen = block;
+    return seen;
+}
+
+TEST(HeapWatchTest, SeesAndRefusesEveryKindOfAllocation) {
+    {
+        HeapWatch heap;
+        delete[] Used(new char[1000]);
+        std::free(Used(static_cast<char*>(std::malloc(3000))));
+        std::fclose(std::fopen("/dev/null", "rb"));
+        heap.Stop();
+        EXPECT_GE(heap.Count(), 3U);
+        EXPECT_GE(heap.Peak(), 3000);
+        EXPECT_LT(heap.Peak(), 4000);
+        EXPECT_EQ(heap.Left(), 0);
+    }
+    bool thrown = false;
+    HeapWatch heap(HeapWatch::Fail::Once, 2);
+    delete[] Used(new char[10]);
+    try {
+        delete[] Used(new char[1 << 20]);
+    } catch (const std::bad_alloc&) {
+        thrown = true;
+    }
+    heap.Stop();
+    EXPECT_TRUE(thrown);
+    EXPECT_TRUE(heap.Failed());
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "hostile/io/Faults.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+
+extern "C" {
+std::FILE* __real_fopen(const char* path, const char* mode);
+std::size_t __real_fread(void* to, std::size_t size, std::size_t count, std::FILE* stream);
+std::size_t __real_fwrite(const void* from, std::size_t size, std::size_t count, std::FILE* stream);
+int __real_fseek(std::FILE* stream, long offset, int origin);
+int __real_fseeko(std::FILE* stream, off_t offset, int origin);
+int __real_fclose(std::FILE* stream);
+int __real_fstat(int descriptor, struct stat* status);
+}
+
+namespace {
+
+using hueweave::test::Faults;
+using hueweave::test::Io;
+
+struct State {
+    bool armed = false;
+    Io kind = Io::Open;
+    Faults::Mode mode = Faults::Mode::Once;
+    std::uint64_t at = 0;
+    std::uint64_t count = 0;
+    bool failed = false;
+};
+State state;
+
+bool Fails(Io kind, int error) {
+    if (!state.armed || kind != state.kind) return false;
+    ++state.count;
+    const bool fails = state.mode == Faults::Mode::OnAndOn ? state.count >= state.at : state.count == state.at;
+    if (fails) {
+        state.failed = true;
+        errno = error;
+    }
+    return fails;
+}
+
+/// Items that a failing call still moves.
+std::size_t Rest(std::size_t count) { return state.mode == Faults::Mode::Half ? count / 2 : 0; }
+
+}  // namespace
+
+extern "C" {
+
+std::FILE* __wrap_fopen(const char* path, const char* mode) {
+    return Fails(Io::Open, EMFILE) ? nullptr : __real_fopen(path, mode);
+}
+
+std::size_t __wrap_fread(void* to, std::size_t size, std::size_t count, std::FILE* stream) {
+    return __real_fread(to, size, Fails(Io::Read, EIO) ? Rest(count) : count, stream);
+}
+
+std::size_t __wrap_fwrite(const void* from, std::size_t size, std::size_t count, std::FILE* stream) {
+    return __real_fwrite(from, size, Fails(Io::Write, ENOSPC) ? Rest(count) : count, stream);
+}
+
+int __wrap_fseek(std::FILE* stream, long offset, int origin) {
+    return Fails(Io::Seek, EINVAL) ? -1 : __real_fseek(stream, offset, origin);
+}
+
+int __wrap_fseeko(std::FILE* stream, off_t offset, int origin) {
+    return Fails(Io::Seek, EINVAL) ? -1 : __real_fseeko(stream, offset, origin);
+}
+
+int __wrap_fclose(std::FILE* stream) {
+    const bool fails = Fails(Io::Close, EIO);
+    const int result = __real_fclose(stream);  // the stream is gone in either case
+    return fails ? EOF : result;
+}
+
+int __wrap_fstat(int descriptor, struct stat* status) {
+    return Fails(Io::Status, EIO) ? -1 : __real_fstat(descriptor, status);
+}
+
+}  // extern "C"
+
+namespace hueweave::test {
+
+Faults::Faults(Io kind, Mode mode, std::uint64_t at) { state = {true, kind, mode, at, 0, false}; }
+Faults::~Faults() { Stop(); }
+void Faults::Stop() { state.armed = false; }
+bool Faults::Failed() const { return state.failed; }
+
+}  // namespace hueweave::test

@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// The k-th call of each file function fails, for k = 1, 2, ... until none is left.
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+
+#include "hostile/Hostile.h"
+#include "hostile/io/Faults.h"
+#include "iccfile/IccFile4.h"
+#include "tiff/CTiff.h"
+
+namespace hueweave::test {
+namespace {
+
+using Mode = Faults::Mode;
+
+struct Fault {
+    const char* name;
+    Io kind;
+    Mode mode;
+};
+void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.name; }
+
+std::vector<Fault> EveryFault() {
+    return {{"OpenOnce", Io::Open, Mode::Once},         {"OpenOnAndOn", Io::Open, Mode::OnAndOn},
+            {"ReadOnce", Io::Read, Mode::Once},         {"ReadOnAndOn", Io::Read, Mode::OnAndOn},
+            {"ReadHalf", Io::Read, Mode::Half},         {"WriteOnce", Io::Write, Mode::Once},
+            {"WriteOnAndOn", Io::Write, Mode::OnAndOn}, {"WriteHalf", Io::Write, Mode::Half},
+            {"SeekOnce", Io::Seek, Mode::Once},         {"SeekOnAndOn", Io::Seek, Mode::OnAndOn},
+            {"CloseOnce", Io::Close, Mode::Once},       {"CloseOnAndOn", Io::Close, Mode::OnAndOn},
+            {"StatusOnce", Io::Status, Mode::Once},     {"StatusOnAndOn", Io::Status, Mode::OnAndOn}};
+}
+
+std::size_t OpenDescriptors() {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
+    return count;
+}
+
+class IoSweep : public HostileTest, public testing::WithParamInterface<Fault> {
+protected:
+    /// Calls `prepare`, then `call` with the k-th of the row's calls failing, then `check`, until none fails; no call
+    /// may leave a descriptor open. Returns how many there were.
+    template <typename Call>
+    std::uint64_t Sweep(const std::function<void()>& prepare, const Call& call, const std::function<void()>& check) {
+        for (std::uint64_t k = 1; k < 1000; ++k) {
+            SCOPED_TRACE("call " + std::to_string(k));
+            prepare();
+            const std::size_t descriptors = OpenDescriptors();
+            Faults faults(GetParam().kind, GetParam().mode, k);
+            call();
+            faults.Stop();
+            EXPECT_EQ(OpenDescriptors(), descriptors);
+            check();
+            if (HasFailure() || !faults.Failed()) return k - 1;
+        }
+        ADD_FAILURE() << "the call never goes through";
+        return 0;
+    }
+
+    const MiniTiff image_{10, 10, 3, 8, SamplePixels(), Bytes(100, 1)};
+};
+
+/// Whether the row's kind of call is among those that an operation makes: else the sweep would look at nothing.
+bool Among(std::initializer_list<Io> kinds, const Fault& fault) {
+    return std::find(kinds.begin(), kinds.end(), fault.kind) != kinds.end();
+}
+
+TEST_P(IoSweep, SetProfile) {
+    const std::string path = Put("sound.icc", MiniProfile({{"desc", Bytes(64, 1)}, {"A2B0", Mft2(ShortLut())}}));
+    ASSERT_EQ(Bind(path), 8);
+    const Bytes golden = ConvertedPixels();
+    // A table whose second half could not be read is one of zeros from there on.
+    Bytes block = Mft2(ShortLut());
+    std::fill(block.begin() + static_cast<std::ptrdiff_t>((block.size() + 3) / 4 * 4 / 2), block.end(),
+              std::uint8_t{0});
+    ASSERT_EQ(Bind(Put("half.icc", MiniProfile({{"A2B0", block}}))), 8);
+    const Bytes half = ConvertedPixels();
+    ASSERT_NE(half, golden);
+    std::int32_t space = 0;
+    const std::uint64_t calls = Sweep([] { Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8); },
+                                      [&] { space = Orvix_Icc_SetProfile(path.c_str(), nullptr, 0, 0, 8); },
+                                      [&] {
+                                          const Bytes pixels = ConvertedPixels();
+                                          if (space == 65535) {
+                                              EXPECT_EQ(pixels, Bytes());
+                                          } else {
+                                              EXPECT_EQ(space, 8);
+                                              EXPECT_TRUE(pixels == golden || pixels == SamplePixels() ||
+                                                          (GetParam().mode == Mode::Half && pixels == half));
+                                          }
+                                          Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8);
+                                          EXPECT_EQ(Bind(path), 8);
+                                          EXPECT_EQ(ConvertedPixels(), golden);
+                                      });
+    EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Seek, Io::Close, Io::Status}, GetParam()));
+}
+
+TEST_P(IoSweep, ConvertFile) {
+    const std::string source = Put("source.tif", image_.Build());
+    const std::string dest = dir_.File("dest.tif");
+    ASSERT_EQ(Bind(Good()), 8);
+    MiniTiff expected = image_;
+    expected.icc.clear();
+    expected.pixels = ConvertedPixels(image_.pixels);
+    const Bytes golden = expected.Build();
+    const std::uint64_t calls = Sweep(
+        [&] {
+            std::filesystem::remove(dest);
+            testing::internal::CaptureStdout();
+        },
+        [&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8); },
+        [&] {
+            const std::string log = testing::internal::GetCapturedStdout();
+            const std::string head = GetParam().kind == Io::Open ? "*** " + source + " Open Error. ***\n" : "";
+            EXPECT_TRUE(log == kProgress || log == head + kProgress + kNoEntries) << log;
+            EXPECT_EQ(ReadFile(source), image_.Build());
+            Printed([&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8); });
+            EXPECT_EQ(ReadFile(dest), golden);
+        });
+    EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Write, Io::Seek, Io::Close, Io::Status}, GetParam()));
+}
+
+TEST_P(IoSweep, ProfileSaving) {
+    const std::string source = Put("sound.icc", MiniProfile(EveryKindOfTag()));
+    const std::string dest = dir_.File("dest.icc");
+    ICC40::ICCFILE::IccFile4 file;
+    ASSERT_EQ(file.ReadFile(source.c_str()), 0);
+    ASSERT_EQ(file.SaveFile(dest.c_str()), 0);
+    const Bytes golden = ReadFile(dest);
+    const std::uint64_t calls =
+        Sweep([&] { std::filesystem::remove(dest); }, [&] { EXPECT_EQ(file.SaveFile(dest.c_str()), 0); },
+              [&] {
+                  EXPECT_EQ(file.SaveFile(dest.c_str()), 0);
+                  EXPECT_EQ(ReadFile(dest), golden);
+              });
+    EXPECT_EQ(calls > 0, Among({Io::Open, Io::Write, Io::Seek, Io::Close}, GetParam()));
+}
+
+TEST_P(IoSweep, EmbeddedProfiles) {
+    Bytes profile = MiniProfile(EveryKindOfTag());
+    profile[2] = static_cast<unsigned char>(profile.size() >> 8);
+    profile[3] = static_cast<unsigned char>(profile.size());
+    const std::string icc = Put("in.icc", profile);
+    const std::string raw = Put("raw", SamplePixels());
+    const std::string out = dir_.File("out.icc");
+    const std::uint64_t calls =
+        Sweep([&] { testing::internal::CaptureStdout(); },
+              [&] {
+                  Orvix_Tiff_STL2::CTiff tiff;
+                  tiff.CreateNew(10, 10, 300, 3, 8, raw.c_str());
+                  try {
+                      tiff.SetIccProfile(icc.c_str());
+                  } catch (const char* text) {
+                      EXPECT_STREQ(text, " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
+                  }
+                  tiff.SaveIccProfile(out.c_str());
+              },
+              [&] {
+                  testing::internal::GetCapturedStdout();
+                  Orvix_Tiff_STL2::CTiff tiff;
+                  EXPECT_EQ(tiff.CreateNew(10, 10, 300, 3, 8, raw.c_str()), 0);
+                  EXPECT_EQ(tiff.SetIccProfile(icc.c_str()), 0);
+                  EXPECT_EQ(tiff.SaveIccProfile(out.c_str()), 0);
+                  EXPECT_EQ(ReadFile(out), profile);
+              });
+    EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Write, Io::Seek, Io::Close, Io::Status}, GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, IoSweep, testing::ValuesIn(EveryFault()),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+/// Blocks of a profile that could not be read, or of which half could, are saved as zeros.
+TEST(FailedProfileReadTest, BytesThatCouldNotBeReadAreZeros) {
+    const TempDir dir;
+    const Bytes blocks[] = {Bytes(40, 0x31), Bytes(64, 0x32)};
+    WriteFile(dir.File("in.icc"), MiniProfile({{"aaaa", blocks[0]}, {"bbbb", blocks[1]}}));
+    for (const Mode mode : {Mode::Once, Mode::Half}) {
+        for (const std::size_t bad : {0U, 1U}) {
+            ICC40::ICCFILE::IccFile4 file;
+            Faults faults(Io::Read, mode, 4 + bad);  // behind header, count and table
+            EXPECT_EQ(file.ReadFile(dir.File("in.icc").c_str()), 0);
+            faults.Stop();
+            ASSERT_TRUE(faults.Failed());
+            EXPECT_EQ(file.SaveFile(dir.File("out.icc").c_str()), 0);
+            Bytes expected[] = {blocks[0], blocks[1]};
+            const std::size_t read = mode == Mode::Half ? blocks[bad].size() / 2 : 0;
+            std::fill(expected[bad].begin() + static_cast<std::ptrdiff_t>(read), expected[bad].end(), std::uint8_t{0});
+            const Bytes saved = ReadFile(dir.File("out.icc"));
+            EXPECT_EQ(Bytes(saved.begin() + 156, saved.begin() + 196), expected[0]);
+            EXPECT_EQ(Bytes(saved.begin() + 196, saved.end()), expected[1]);
+        }
+    }
+}
+
+/// Reads of a file in their order, and what becomes of the file when one of them gives nothing.
+class FailedReadTest : public HostileTest {
+protected:
+    FailedReadTest() { EXPECT_EQ(Bind(Good()), 8); }
+
+    /// The file that comes of the sample when read number `k` fails.
+    Bytes With(std::uint64_t k) {
+        testing::internal::CaptureStdout();
+        Faults faults(Io::Read, Mode::Once, k);
+        EXPECT_EQ(Orvix_Icc_ConvertFile(source_.c_str(), dest_.c_str()), 8);
+        faults.Stop();
+        EXPECT_TRUE(faults.Failed());
+        testing::internal::GetCapturedStdout();
+        return ReadFile(dest_);
+    }
+
+    const MiniTiff image_{10, 10, 3, 8, SamplePixels(), Bytes(100, 1)};
+    const std::string source_ = Put("source.tif", image_.Build());
+    const std::string dest_ = dir_.File("dest.tif");
+};
+
+TEST_F(FailedReadTest, HeadCountAndDirectoryLeaveNothing) {
+    for (const std::uint64_t k : {1U, 2U, 3U}) EXPECT_EQ(With(k), Bytes()) << k;
+}
+
+TEST_F(FailedReadTest, DataThatCouldNotBeReadAreZeros) {
+    MiniTiff whole = image_;
+    whole.icc.clear();
+    whole.pixels = ConvertedPixels(image_.pixels);
+    const Bytes sound = whole.Build();
+    const std::size_t data = 14 + 12 * 11;
+    struct Piece {
+        std::size_t at, bytes;
+    };
+    std::uint64_t k = 4;
+    for (const Piece& piece : {Piece{data, 6}, Piece{data + 6, 8}, Piece{data + 14, 9}, Piece{0, 0}}) {
+        Bytes expected = sound;
+        std::fill_n(expected.begin() + static_cast<std::ptrdiff_t>(piece.at), piece.bytes, std::uint8_t{0});
+        EXPECT_EQ(With(k), expected) << k;
+        ++k;
+    }
+    whole.pixels = ConvertedPixels(Bytes(300, 0));
+    EXPECT_EQ(With(k), whole.Build()) << "the image";
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// What the library takes from the process that it lives in: descriptors, memory, stack, and its own place in it.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <malloc.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "hostile/Hostile.h"
+
+namespace hueweave::test {
+namespace {
+
+std::size_t OpenDescriptors() {
+    std::size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
+    return count;
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kOwnHeap = true;  // a sanitizer keeps freed blocks back
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool kOwnHeap = true;
+#else
+constexpr bool kOwnHeap = false;
+#endif
+#else
+constexpr bool kOwnHeap = false;
+#endif
+
+/// Bytes on the heap; with a sanitizer's heap, which cannot tell, 0: it looks for leaks itself.
+std::size_t HeapInUse() {
+    if (kOwnHeap) return 0;
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+using ResourceTest = HostileTest;
+
+/// Every call here fails, or has nothing to do, in another way.
+struct FailingCalls {
+    std::string good, broken, byteTable, noTable, absent, folder, dest, image, foreign;
+
+    void Run(unsigned round) const {
+        switch (round % 10) {
+            case 0:
+                EXPECT_EQ(Orvix_Icc_SetProfile(absent.c_str(), nullptr, 0, 0, 8), 65535);
+                break;
+            case 1:
+                EXPECT_EQ(Orvix_Icc_SetProfile(broken.c_str(), nullptr, 0, 0, 8), 8);
+                break;
+            case 2:
+                EXPECT_EQ(Orvix_Icc_SetProfile(byteTable.c_str(), nullptr, 0, 0, 8), 65535);
+                break;
+            case 3:
+                EXPECT_EQ(Orvix_Icc_SetProfile(good.c_str(), nullptr, 0, 7, 8), 65535);
+                break;
+            case 4:
+                EXPECT_EQ(Orvix_Icc_SetProfile(good.c_str(), nullptr, 0, 0, 14), 65535);
+                break;
+            case 5:
+                EXPECT_EQ(Orvix_Icc_SetProfile(noTable.c_str(), nullptr, 0, 0, 8), 8);
+                EXPECT_EQ(Orvix_Icc_ConvertFile(absent.c_str(), dest.c_str()), 8);
+                break;
+            case 6:
+                EXPECT_EQ(Orvix_Icc_SetProfile(folder.c_str(), nullptr, 0, 0, 8), 8);
+                EXPECT_EQ(Orvix_Icc_ConvertFile(foreign.c_str(), dest.c_str()), 8);
+                break;
+            case 7:
+                EXPECT_EQ(Orvix_Icc_SetIntent(2, 0, 8), 8);
+                EXPECT_EQ(Orvix_Icc_ConvertFile(image.c_str(), folder.c_str()), 8);
+                break;
+            case 8:
+                EXPECT_EQ(Orvix_Icc_ConvertFile(folder.c_str(), dest.c_str()), 8);
+                break;
+            default:
+                EXPECT_EQ(Orvix_Icc_ConvertFile(nullptr, nullptr), 8);
+                break;
+        }
+    }
+};
+
+TEST_F(ResourceTest, TwoThousandFailingCallsLoseNothing) {
+    Bytes cut = MiniProfile(EveryKindOfTag());
+    cut.resize(cut.size() - 1);
+    const MiniTiff image{4, 4, 3, 8, Bytes(48, 1), {}};
+    const FailingCalls calls{Good(),
+                             Put("broken.icc", cut),
+                             Put("bytes.icc", MiniProfile({{"A2B0", Mft1()}})),
+                             Put("none.icc", MiniProfile({{"wtpt", XyzBlock(1, 2, 3)}})),
+                             dir_.File("absent"),
+                             dir_.Path(),
+                             dir_.File("dest.tif"),
+                             Put("image.tif", image.Build()),
+                             Put("foreign.tif", Bytes(5000, 0x4d))};
+    testing::internal::CaptureStdout();
+    for (unsigned round = 0; round < 20; ++round) calls.Run(round);
+    const std::size_t descriptors = OpenDescriptors();
+    const std::size_t heap = HeapInUse();
+    for (unsigned round = 0; round < 2000; ++round) calls.Run(round);
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_LE(HeapInUse(), heap + 65536);
+    testing::internal::GetCapturedStdout();
+    // And a sound call still works.
+    EXPECT_EQ(Bind(calls.good), 8);
+    EXPECT_EQ(EffectOfConversion(), Effect::Changed);
+}
+
+/// With as many descriptors open as the process may have, calls fail; when there is room again, they work.
+TEST_F(ResourceTest, WithoutADescriptorLeftNothingIsLost) {
+    const std::string good = Good();
+    const MiniTiff image{4, 4, 3, 8, SamplePixels(48), {}};
+    const std::string source = Put("image.tif", image.Build());
+    const std::string dest = dir_.File("dest.tif");
+    ASSERT_EQ(Bind(good), 8);
+    const Bytes pixels = ConvertedPixels(SamplePixels(48));
+
+    testing::internal::CaptureStdout();
+    std::vector<int> taken;
+    for (int handle = 0; (handle = open("/dev/null", O_RDONLY)) >= 0;) taken.push_back(handle);
+    const std::int32_t file = Orvix_Icc_ConvertFile(source.c_str(), dest.c_str());
+    const std::int32_t bound = Orvix_Icc_SetProfile(good.c_str(), nullptr, 1, 0, 8);
+    const Effect effect = EffectOfConversion();
+    for (const int handle : taken) close(handle);
+    const std::string printed = testing::internal::GetCapturedStdout();
+
+    EXPECT_EQ(file, 8);
+    EXPECT_EQ(printed, "*** " + source + " Open Error. ***\n" + kProgress + kNoEntries);
+    EXPECT_FALSE(std::filesystem::exists(dest));
+    EXPECT_EQ(bound, 65535);
+    EXPECT_EQ(effect, Effect::Refused);
+
+    ASSERT_EQ(Bind(good), 8);
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8); }), kProgress);
+    MiniTiff expected = image;
+    expected.pixels = pixels;
+    EXPECT_EQ(ReadFile(dest), expected.Build());
+}
+
+/// Runs `body` on a thread with a stack of 64 KiB.
+void OnSmallStack(std::function<void()> body) {
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 65536), 0);
+    pthread_t thread;
+    const auto start = [](void* argument) -> void* {
+        (*static_cast<std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, start, &body), 0);
+    ASSERT_EQ(pthread_join(thread, nullptr), 0);
+    pthread_attr_destroy(&attributes);
+}
+
+struct EngineCalls {
+    decltype(&Orvix_Icc_SetProfile) SetProfile;
+    decltype(&Orvix_Icc_SetIntent) SetIntent;
+    decltype(&Orvix_Icc_Adjust) Adjust;
+    decltype(&Orvix_Icc_Convert2) Convert2;
+    decltype(&Orvix_Icc_ConvertFile) ConvertFile;
+};
+constexpr EngineCalls kEngines[] = {
+    {Orvix_Icc_SetProfile, Orvix_Icc_SetIntent, Orvix_Icc_Adjust, Orvix_Icc_Convert2, Orvix_Icc_ConvertFile},
+    {Orvix_Icc_SetProfile_2nd, Orvix_Icc_SetIntent_2nd, Orvix_Icc_Adjust_2nd, Orvix_Icc_Convert2_2nd,
+     Orvix_Icc_ConvertFile_2nd},
+    {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
+     Orvix_Icc_ConvertFile_3rd}};
+
+TEST_F(ResourceTest, EveryExportWorksOnAStackOf64KiB) {
+    const MiniTiff image{200, 100, 3, 8, SamplePixels(60000), Bytes(500, 3)};
+    const std::string source = Put("image.tif", image.Build());
+    const std::string dest = dir_.File("dest.tif");
+    const MiniLut lut = SmoothLut(9);  // is resampled on the way
+    const std::string path = Put("both.icc", MiniProfile({{"A2B0", Mft2(lut)}, {"A2B1", MftAB(lut)}}));
+    Bytes curve(256, 0x20);
+    for (const EngineCalls& engine : kEngines) {
+        Bytes pixels = SamplePixels();
+        std::int32_t results[7] = {};
+        testing::internal::CaptureStdout();
+        OnSmallStack([&] {
+            results[0] = engine.SetProfile(path.c_str(), nullptr, 0, 1, 9);
+            results[1] = engine.SetIntent(1, 0, 8);
+            results[2] = engine.Adjust(3.0, 2.0, 1.0, nullptr, nullptr, nullptr, 0);
+            results[3] = engine.ConvertFile(source.c_str(), dest.c_str());
+            results[4] = engine.Adjust(0.0, 0.0, 0.0, curve.data(), curve.data(), curve.data(), 256);
+            results[5] = engine.Convert2(pixels.data(), nullptr, 100);
+            results[6] = func1();
+        });
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), kProgress + "func1\n");
+        for (const auto& [place, expected] : {std::pair{0, 9}, {1, 8}, {2, 8}, {3, 8}, {4, 8}, {5, 0}, {6, 0}}) {
+            EXPECT_EQ(results[place], expected) << "call " << place;
+        }
+        // The same calls on the test's own large stack.
+        ASSERT_EQ(engine.SetProfile(path.c_str(), nullptr, 0, 1, 9), 9);
+        ASSERT_EQ(engine.SetIntent(1, 0, 8), 8);
+        ASSERT_EQ(engine.Adjust(3.0, 2.0, 1.0, nullptr, nullptr, nullptr, 0), 8);
+        MiniTiff expected = image;
+        ASSERT_EQ(engine.Convert2(expected.pixels.data(), nullptr, 20000), 0);
+        expected.icc.clear();
+        EXPECT_EQ(ReadFile(dest), expected.Build());
+        ASSERT_EQ(engine.Adjust(0.0, 0.0, 0.0, curve.data(), curve.data(), curve.data(), 256), 8);
+        Bytes again = SamplePixels();
+        ASSERT_EQ(engine.Convert2(again.data(), nullptr, 100), 0);
+        EXPECT_EQ(pixels, again);
+    }
+}
+
+/// The shared library is loaded, used and unloaded again and again: nothing of it stays behind.
+TEST_F(ResourceTest, AThousandLoadsLeaveNothingBehind) {
+    const std::string good = Good();
+    const auto round = [&](bool use) {
+        void* const library = dlopen(HUEWEAVE_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(library, nullptr) << dlerror();
+        if (use) {
+            const auto bind =
+                reinterpret_cast<decltype(&Orvix_Icc_SetProfile)>(dlsym(library, "Orvix_Icc_SetProfile_2nd"));
+            ASSERT_NE(bind, nullptr);
+            EXPECT_EQ(bind(good.c_str(), nullptr, 0, 0, 8), 8);
+        }
+        ASSERT_EQ(dlclose(library), 0);
+        EXPECT_EQ(dlopen(HUEWEAVE_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr) << "still loaded";
+    };
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 10; ++i) round(true);
+    const std::size_t descriptors = OpenDescriptors();
+    const std::size_t heap = HeapInUse();
+    for (int i = 0; i < 1000; ++i) round(i % 10 == 0);
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_LE(HeapInUse(), heap + 65536);
+    const std::string printed = testing::internal::GetCapturedStdout();
+    const std::string pair = "[Source/DllMain] initializer()\n[Source/DllMain] finalizer()\n";
+    std::string expected;
+    for (int i = 0; i < 1010; ++i) expected += pair;
+    EXPECT_EQ(printed, expected);
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Destinations that cannot be written, and sources that must not be lost.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
+#include <iostream>
+
+#include "hostile/TiffRun.h"
+#include "tiff/CTiff.h"
+
+namespace hueweave::test {
+namespace {
+
+/// Runs `body` in a child process and returns its exit status, -1 if a signal ended it.
+int StatusOfChild(const std::function<int()>& body) {
+    std::cout.flush();
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) _exit(body());
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class SavingTest : public TiffRun {
+protected:
+    Bytes Image() const { return MiniTiff{200, 200, 3, 8, Bytes(120000, 0x42), Bytes(100, 1)}.Build(); }
+    Bytes Expected() const { return MiniTiff{200, 200, 3, 8, Matched(Bytes(120000, 0x42)), {}}.Build(); }
+    std::string Source() const { return Put("source.tif", Image()); }
+    /// What is no image of ours.
+    std::string Foreign() const { return Put("foreign.tif", Bytes(5000, 0x4d)); }
+};
+
+TEST_F(SavingTest, AFullDeviceLooksLikeASuccess) {
+    EXPECT_EQ(Convert(Source(), "/dev/full"), kProgress);
+    EXPECT_EQ(ReadFile(dir_.File("source.tif")), Image());
+}
+
+TEST_F(SavingTest, ANullDestinationIsPassedOver) {
+    const std::string source = Source();
+    const auto call = [&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), nullptr), 8); };
+    EXPECT_EQ(Printed(call), kProgress);
+}
+
+TEST_F(SavingTest, NullNamesPrintTheirLine) {
+    const auto call = [&] { EXPECT_EQ(Orvix_Icc_ConvertFile(nullptr, nullptr), 8); };
+    EXPECT_EQ(Printed(call),
+              "***  *** Tiff::ReadFile() --> FileName is NULL. ***  Open Error. ***\n" + kProgress + kNoEntries);
+}
+
+TEST_F(SavingTest, AFolderIsPassedOver) {
+    EXPECT_EQ(Convert(Source(), dir_.Path()), kProgress);
+    EXPECT_EQ(Convert(Source(), dir_.File("absent/dest.tif")), kProgress);
+}
+
+TEST_F(SavingTest, ALimitOfTheFileSizeCutsTheFileAndNothingElse) {
+    const std::string source = Source();
+    EXPECT_EQ(StatusOfChild([&] {
+                  signal(SIGXFSZ, SIG_IGN);
+                  const rlimit limit{65536, 65536};
+                  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+                  if (freopen("/dev/null", "w", stdout) == nullptr) return 2;
+                  return Orvix_Icc_ConvertFile(source.c_str(), dest_.c_str()) == 8 ? 0 : 3;
+              }),
+              0);
+    const Bytes expected = Expected();
+    EXPECT_EQ(ReadFile(dest_), Bytes(expected.begin(), expected.begin() + 65536));
+    EXPECT_EQ(ReadFile(source), Image());
+    // Without the limit the same call is whole.
+    EXPECT_EQ(Convert(source, dest_), kProgress);
+    EXPECT_EQ(ReadFile(dest_), expected);
+}
+
+TEST_F(SavingTest, SpecialSourcesAreImagesWithoutTags) {
+    const std::string pipe = dir_.File("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& source : {dir_.Path(), pipe, std::string("/dev/zero"), std::string("/dev/null")}) {
+        WriteFile(dest_, Bytes(10, 1));
+        EXPECT_EQ(Convert(source, dest_), kProgress + kNoEntries) << source;
+        EXPECT_EQ(ReadFile(dest_), Bytes()) << source;
+    }
+}
+
+TEST_F(SavingTest, ASourceThatIsNoImageSurvivesBeingItsOwnDestination) {
+    const std::string source = Foreign();
+    EXPECT_EQ(Convert(source, source), kProgress + kNoEntries);
+    EXPECT_EQ(ReadFile(source), Bytes(5000, 0x4d));
+}
+
+TEST_F(SavingTest, ASourceThatIsNoImageSurvivesUnderAnotherName) {
+    const std::string source = Foreign();
+    const std::string hard = dir_.File("hard");
+    const std::string soft = dir_.File("soft");
+    ASSERT_EQ(link(source.c_str(), hard.c_str()), 0);
+    ASSERT_EQ(symlink(source.c_str(), soft.c_str()), 0);
+    for (const std::string& dest : {hard, soft}) {
+        EXPECT_EQ(Convert(source, dest), kProgress + kNoEntries);
+        EXPECT_EQ(Convert(dest, source), kProgress + kNoEntries);
+        EXPECT_EQ(ReadFile(source), Bytes(5000, 0x4d)) << dest;
+    }
+}
+
+TEST_F(SavingTest, ASourceWithoutPermissionSurvivesBeingItsOwnDestination) {
+    if (geteuid() == 0) {
+        // The superuser reads everything: as another user.
+        ASSERT_EQ(chmod(dir_.Path().c_str(), 0777), 0);
+    }
+    const std::string source = Put("secret.tif", Image());
+    ASSERT_EQ(chmod(source.c_str(), 0222), 0);
+    EXPECT_EQ(StatusOfChild([&] {
+                  if (geteuid() == 0 && setuid(65534) != 0) return 1;
+                  if (freopen("/dev/null", "w", stdout) == nullptr) return 2;
+                  return Orvix_Icc_ConvertFile(source.c_str(), source.c_str()) == 8 ? 0 : 3;
+              }),
+              0);
+    ASSERT_EQ(chmod(source.c_str(), 0600), 0);
+    EXPECT_EQ(ReadFile(source), Image());
+}
+
+TEST_F(SavingTest, ASoundSourceMayBeItsOwnDestinationUnderAnotherName) {
+    const std::string source = Source();
+    const std::string soft = dir_.File("soft");
+    ASSERT_EQ(symlink(source.c_str(), soft.c_str()), 0);
+    EXPECT_EQ(Convert(source, soft), kProgress);
+    EXPECT_EQ(ReadFile(source), Expected());
+    struct stat status {};
+    ASSERT_EQ(lstat(soft.c_str(), &status), 0);
+    EXPECT_TRUE(S_ISLNK(status.st_mode)) << "the link is followed and stays";
+}
+
+TEST_F(SavingTest, ModeOfAnExistingDestinationStays) {
+    WriteFile(dest_, Bytes(200000, 7));
+    ASSERT_EQ(chmod(dest_.c_str(), 0640), 0);
+    EXPECT_EQ(Convert(Source(), dest_), kProgress);
+    EXPECT_EQ(ReadFile(dest_), Expected());
+    struct stat status {};
+    ASSERT_EQ(stat(dest_.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0640U);
+}
+
+/// A host that has closed its standard output: the log is lost, and not written into the image.
+TEST_F(SavingTest, NoLineLandsInTheFileWhenTheStandardOutputIsClosed) {
+    const std::string source = Source();
+    const auto convert = [&](const std::string& from) {
+        return StatusOfChild([&] {
+            close(STDOUT_FILENO);
+            const std::int32_t space = Orvix_Icc_ConvertFile(from.c_str(), dest_.c_str());
+            std::cout.flush();
+            std::fflush(stdout);
+            return space == 8 ? 0 : 1;
+        });
+    };
+    EXPECT_EQ(convert(source), 0);
+    EXPECT_EQ(ReadFile(dest_), Expected());
+    EXPECT_EQ(convert(dir_.File("absent.tif")), 0);
+    EXPECT_EQ(ReadFile(dest_), Bytes());
+}
+
+TEST_F(SavingTest, NorDoesThatOfAnEmptyList) {
+    EXPECT_EQ(StatusOfChild([&] {
+                  close(STDOUT_FILENO);
+                  Orvix_Tiff_STL2::CTiff().SaveFile(dest_.c_str());
+                  std::fflush(stdout);
+                  return 0;
+              }),
+              0);
+    EXPECT_EQ(ReadFile(dest_), Bytes());
+}
+
+TEST_F(SavingTest, AStandardOutputThatThrowsChangesNoResult) {
+    const std::string source = Source();
+    EXPECT_EQ(StatusOfChild([&] {
+                  if (freopen("/dev/full", "w", stdout) == nullptr) return 1;
+                  std::setvbuf(stdout, nullptr, _IONBF, 0);
+                  try {
+                      std::cout.exceptions(std::ios::badbit | std::ios::failbit);
+                      std::cout << "a" << std::flush;
+                  } catch (const std::ios_base::failure&) {
+                  }
+                  if (func1() != 0) return 2;
+                  if (Orvix_Icc_ConvertFile(dir_.File("absent.tif").c_str(), dest_.c_str()) != 8) return 3;
+                  if (Orvix_Icc_ConvertFile(source.c_str(), dest_.c_str()) != 8) return 4;
+                  return 0;
+              }),
+              0);
+    EXPECT_EQ(ReadFile(source), Image());
+}
+
+/// A failed standard output that does not throw: the log is lost, the file is not.
+TEST_F(SavingTest, AStandardOutputThatIsFullLosesTheLogAlone) {
+    const std::string source = Source();
+    EXPECT_EQ(StatusOfChild([&] {
+                  if (freopen("/dev/full", "w", stdout) == nullptr) return 1;
+                  return Orvix_Icc_ConvertFile(source.c_str(), dest_.c_str()) == 8 ? 0 : 2;
+              }),
+              0);
+    EXPECT_EQ(ReadFile(dest_), Expected());
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Sample profiles cut at every byte, and with every bit of header, tag table and table head turned over.
+#include <algorithm>
+#include <optional>
+
+#include "hostile/Hostile.h"
+#include "iccfile/IccFile4.h"
+#include "support/ProfileBuilder.h"
+#include "support/ReferencePipeline.h"
+
+namespace hueweave::test {
+namespace {
+
+std::uint32_t Big32(const Bytes& bytes, std::size_t at) {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < 4; ++i) value = value << 8 | (at + i < bytes.size() ? bytes[at + i] : 0U);
+    return value;
+}
+
+/// The tags of a profile, read in the plainest way: names and blocks of a multiple of 4 bytes.
+TagList PlainTags(const Bytes& file) {
+    TagList tags;
+    if (file.size() < 132) return tags;
+    const std::uint64_t held = (file.size() - 132) / 12;
+    const std::uint64_t count = std::min<std::uint64_t>(Big32(file, 128), held);
+    std::uint64_t room = 4 * file.size() + (1U << 20);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::size_t entry = 132 + 12 * i;
+        const std::uint64_t offset = Big32(file, entry + 4);
+        const std::uint64_t size = Big32(file, entry + 8);
+        if (offset + size > file.size()) continue;
+        const std::uint64_t rounded = (size + 3) / 4 * 4;
+        if (rounded + 128 > room) break;
+        room -= rounded + 128;
+        Bytes block;
+        for (std::uint64_t at = offset; at < offset + rounded; ++at) {
+            block.push_back(at < file.size() ? file[at] : std::uint8_t{0});
+        }
+        const auto first = file.begin() + static_cast<std::ptrdiff_t>(entry);
+        tags.emplace_back(std::string(first, first + 4), block);
+    }
+    return tags;
+}
+
+TagList TagsOf(const ICC40::ICCFILE::IccFile4& file) {
+    TagList tags;
+    for (const auto& tag : file.tagList) {
+        std::string name;
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            name.push_back(static_cast<char>(static_cast<std::uint32_t>(tag->tagSig) >> shift & 0xffU));
+        }
+        tags.emplace_back(name, Bytes(tag->tagData.get(), tag->tagData.get() + tag->tagSize));
+    }
+    return tags;
+}
+
+class ProfileSweep : public HostileTest {
+protected:
+    /// The container holds just the tags that the plain reading finds.
+    void CheckContainer(const Bytes& file, const std::string& what) {
+        const std::string path = Put("bad.icc", file);
+        ICC40::ICCFILE::IccFile4 container;
+        ASSERT_EQ(container.ReadFile(path.c_str()), 0) << what;
+        ASSERT_EQ(TagsOf(container), PlainTags(file)) << what;
+    }
+    /// The same, and the engine does with the file what the reference does with those tags.
+    void Check(const Bytes& file, const std::string& what) {
+        CheckContainer(file, what);
+        const std::string path = dir_.File("bad.icc");
+        const TagList tags = PlainTags(file);
+        Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8);
+        if (!expected_ || expected_->tags != tags) expected_ = Reference(path, tags);
+        ASSERT_EQ(Bind(path), expected_->space) << what;
+        ASSERT_EQ(ConvertedPixels(), expected_->pixels) << what;
+    }
+
+    void FlipBits(const Bytes& file, std::size_t from, std::size_t to) {
+        for (std::size_t bit = from * 8; bit < to * 8; ++bit) {
+            Bytes bad = file;
+            bad[bit / 8] = static_cast<unsigned char>(bad[bit / 8] ^ 1U << bit % 8);
+            Check(bad, "bit " + std::to_string(bit % 8) + " of byte " + std::to_string(bit / 8));
+            if (HasFatalFailure()) return;
+        }
+    }
+
+private:
+    struct Expected {
+        TagList tags;
+        std::int32_t space;
+        Bytes pixels;  ///< none where the engine refuses
+    };
+    static Expected Reference(const std::string& path, const TagList& tags) {
+        ReferenceEngine reference({{path, tags}});
+        reference.SetProfile(path, 0, 0, 8, 0, 0, 0);
+        if (reference.outputSpace == 65535) return {tags, 65535, {}};
+        const bool converts = reference.CanConvert();
+        return {tags, reference.outputSpace, converts ? reference.Convert(SamplePixels()) : SamplePixels()};
+    }
+
+    std::optional<Expected> expected_;  ///< of the tags that came last: most changes leave them as they are
+};
+
+TEST_F(ProfileSweep, CutAtEveryByte) {
+    const Bytes file = MiniProfile(EveryKindOfTag());
+    for (std::size_t size = 0; size <= file.size(); ++size) {
+        Check(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), std::to_string(size) + " bytes");
+        if (HasFatalFailure()) return;
+    }
+}
+
+TEST_F(ProfileSweep, CurvedTableCutAtEveryByte) {
+    const Bytes file = MiniProfile({{"A2B1", MftAB(ShortLut())}});
+    for (std::size_t size = 0; size <= file.size(); ++size) {
+        Check(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), std::to_string(size) + " bytes");
+        if (HasFatalFailure()) return;
+    }
+}
+
+/// A block that ends early inside a file that holds it: here the tables, and not the container, must notice.
+TEST_F(ProfileSweep, BlockDeclaredShorterByEveryByte) {
+    for (const Bytes& block : {Mft2(ShortLut()), MftAB(ShortLut())}) {
+        Bytes file = MiniProfile({{"A2B0", block}});
+        for (std::size_t size = 0; size < block.size(); ++size) {
+            file[142] = static_cast<unsigned char>(size >> 8);
+            file[143] = static_cast<unsigned char>(size);
+            Check(file, "a block of " + std::to_string(size) + " bytes");
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+/// The container looks at every bit, the engine at every byte: it does not read the header at all.
+TEST_F(ProfileSweep, EveryBitOfTheHeader) {
+    const Bytes file = MiniProfile({{"A2B0", Mft2(ShortLut())}});
+    for (std::size_t at = 0; at < 128; ++at) {
+        Bytes bad = file;
+        bad[at] = 0xff;
+        Check(bad, "byte " + std::to_string(at));
+        if (HasFatalFailure()) return;
+        for (unsigned bit = 0; bit < 8; ++bit) {
+            bad[at] = static_cast<unsigned char>(1U << bit);
+            CheckContainer(bad, "bit " + std::to_string(bit) + " of byte " + std::to_string(at));
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+TEST_F(ProfileSweep, EveryBitOfTheTagTable) {
+    const MiniTags tags = EveryKindOfTag();
+    FlipBits(MiniProfile(tags), 128, 132 + 12 * tags.size());
+}
+
+TEST_F(ProfileSweep, EveryBitOfAPlainTablesHead) { FlipBits(MiniProfile({{"A2B0", Mft2(ShortLut())}}), 144, 144 + 52); }
+
+TEST_F(ProfileSweep, EveryBitOfACurvedTablesHead) {
+    const Bytes block = MftAB(ShortLut());
+    const Bytes file = MiniProfile({{"A2B0", block}});
+    FlipBits(file, 144, 144 + 32);  // channels and offsets
+    const std::size_t grid = 144 + Big32(block, 24);
+    FlipBits(file, grid, grid + 20);  // points and precision
+    const std::size_t curves = 144 + Big32(block, 28);
+    FlipBits(file, curves, curves + 12);  // type and count of the first curve
+}
+
+}  // namespace
+}  // namespace hueweave::test

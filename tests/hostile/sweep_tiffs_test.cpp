@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Sample files cut at every byte, and with every bit of head and directory turned over.
+#include "hostile/TiffRun.h"
+
+namespace hueweave::test {
+namespace {
+
+struct Sample {
+    const char* name;
+    Bytes file;
+};
+void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.name; }
+
+/// Four rows of four pixels in each of the ways in which an image can be stored, with a profile and Exif data.
+std::vector<Sample> Samples() {
+    const Bytes pixels = CountingBytes(48);
+    const auto rows = [&](std::size_t from, std::size_t bytes) {
+        return Bytes(pixels.begin() + static_cast<std::ptrdiff_t>(from),
+                     pixels.begin() + static_cast<std::ptrdiff_t>(from + bytes));
+    };
+    TiffBuilder rich = ChunkyTiff(4, 4, 3, 8, pixels);
+    rich.Undefined(34675, CountingBytes(20, 9)).Exif(CountingBytes(44, 60));
+    TiffBuilder strips;
+    strips.Shape(4, 4, 3, 8).Strip(rows(0, 24)).Strip(rows(24, 24)).StripOffsets().Long(278, 2).StripByteCounts(3);
+    const TiffBuilder planar = PlanarTiff(4, 4, 3, 8, 4, {rows(0, 16), rows(16, 16), rows(32, 16)});
+    const TiffBuilder bitmap = PlanarTiff(16, 4, 3, 1, 4, {rows(0, 24)});
+    return {{"Chunky", rich.Build()},
+            {"Strips", strips.Build()},
+            {"Planes", planar.Build()},
+            {"Bitmap", bitmap.Build()},
+            {"Grey", ChunkyTiff(4, 4, 1, 8, rows(0, 16)).Build()},
+            {"Wide", ChunkyTiff(4, 2, 3, 16, pixels).Build()}};
+}
+
+class TiffSweep : public TiffRun, public testing::WithParamInterface<Sample> {};
+
+TEST_P(TiffSweep, CutAtEveryByte) {
+    const Bytes& file = GetParam().file;
+    for (std::size_t size = 0; size <= file.size(); ++size) {
+        Check(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), std::to_string(size) + " bytes");
+        if (HasFailure()) return;
+    }
+}
+
+TEST_P(TiffSweep, EveryBitOfHeadAndDirectory) {
+    const Bytes& file = GetParam().file;
+    const std::size_t entries = file[8];
+    for (std::size_t bit = 0; bit < 8 * (14 + 12 * entries); ++bit) {
+        Bytes bad = file;
+        bad[bit / 8] = static_cast<unsigned char>(bad[bit / 8] ^ 1U << bit % 8);
+        Check(bad, "bit " + std::to_string(bit % 8) + " of byte " + std::to_string(bit / 8));
+        if (HasFailure()) return;
+    }
+}
+
+TEST_P(TiffSweep, EveryByteAtItsLimits) {
+    const Bytes& file = GetParam().file;
+    const std::size_t entries = file[8];
+    for (std::size_t at = 0; at < 10 + 12 * entries; ++at) {
+        for (const unsigned value : {0x00U, 0x7fU, 0x80U, 0xffU}) {
+            Bytes bad = file;
+            bad[at] = static_cast<unsigned char>(value);
+            Check(bad, "byte " + std::to_string(at) + " = " + std::to_string(value));
+            if (HasFailure()) return;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, TiffSweep, testing::ValuesIn(Samples()),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+}  // namespace
+}  // namespace hueweave::test

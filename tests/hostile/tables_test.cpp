@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Tables of extreme and of random values: whatever they hold, no pixel is looked up outside of them.
+#include <algorithm>
+#include <array>
+
+#include "engine/CIccEngineS.h"
+#include "hostile/Hostile.h"
+#include "support/ProfileBuilder.h"
+#include "units/Tetrahedra.h"
+
+namespace hueweave::test {
+namespace {
+
+using ICC40::ICC_ENG_S4::CIccEngineS;
+
+struct Extreme {
+    CurveKind curve;
+    GridKind grid;
+    int points;
+    double lightness;
+};
+void PrintTo(const Extreme& row, std::ostream* out) {
+    *out << NameOf(row.curve) << ' ' << NameOf(row.grid) << ' ' << row.points << ' ' << row.lightness;
+}
+
+class ExtremeTableTest : public HostileTest, public testing::WithParamInterface<Extreme> {};
+
+/// In a tetrahedron the value is a mean of its four corners: the fractions 0 and 4095 in each order are the ends.
+TEST_P(ExtremeTableTest, NoRecordLeavesTheOutputTables) {
+    using namespace ICC40::ICCFILE;
+    LutShape shape{.points = GetParam().points};
+    shape.inputKind = shape.outputKind = GetParam().curve;
+    shape.grid = GetParam().grid;
+    const std::string path = Put("extreme.icc", MiniProfile({{"A2B0", EncodeMft2(MakeLut(shape))}}));
+    const auto engine = std::make_unique<CIccEngineS>();
+    ASSERT_EQ(engine->SetProfile(path.c_str(), IntentPerceptual, CsRGB_16, CssRGB_16, GetParam().lightness, 0, 0), 0);
+    ASSERT_EQ(engine->Unit.BuildResult, 9);
+
+    for (int entry = 0; entry < engine->InEntries; ++entry) {
+        for (const auto* table : {&engine->Lut1DInR, &engine->Lut1DInG, &engine->Lut1DInB}) {
+            ASSERT_LT((*table)[static_cast<std::size_t>(entry)] >> 16, 16U);
+            ASSERT_LT((*table)[static_cast<std::size_t>(entry)] & 0xffffU, 4096U);
+        }
+    }
+    std::array<int, 3> order = {0, 1, 2};  // axes from the smallest to the largest fraction
+    do {
+        std::array<int, 3> sample{};
+        for (int place = 0; place < 3; ++place)
+            sample[static_cast<std::size_t>(order[static_cast<std::size_t>(place)])] = 100 * place;
+        const int record = ICC40::ICC_UNIT::FindTetrahedron(sample[0], sample[1], sample[2]);
+        for (const auto& cell : engine->Lut3D) {
+            for (const auto& c : cell[record]) {
+                std::int64_t value = c[0];
+                ASSERT_TRUE(value >= 0 && value >> 12 <= 65535);
+                for (int place = 2; place >= 0; --place) {
+                    value += std::int64_t{4095} * c[1 + order[static_cast<std::size_t>(place)]];
+                    ASSERT_TRUE(value >= 0 && value >> 12 <= 65535) << "record " << record;
+                }
+            }
+        }
+    } while (std::next_permutation(order.begin(), order.end()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ExtremeTableTest,
+                         testing::Values(Extreme{CurveKind::Extremes, GridKind::Extremes, 2, 0},
+                                         Extreme{CurveKind::Random, GridKind::Random, 33, 0},
+                                         Extreme{CurveKind::Extremes, GridKind::Extremes, 17, 1e300},
+                                         Extreme{CurveKind::Falling, GridKind::Extremes, 9, -1e300},
+                                         Extreme{CurveKind::Random, GridKind::Extremes, 33, 50},
+                                         Extreme{CurveKind::Random, GridKind::Random, 16, -50}));
+
+/// Every size of grid that is taken, and its neighbours that are not.
+TEST_F(HostileTest, GridsOfEverySize) {
+    for (int points = 0; points <= 36; ++points) {
+        Bytes block = Mft2(ShortLut());
+        block[10] = static_cast<unsigned char>(points);
+        block.resize(52 + 36 * 36 * 36 * 6 + 200, 0x55);
+        const bool taken = points >= 2 && points <= 33;
+        Empty();
+        EXPECT_EQ(Bind(Put("grid.icc", MiniProfile({{"A2B0", block}}))), taken ? 8 : 65535) << points;
+        EXPECT_EQ(EffectOfConversion(), taken ? Effect::Changed : Effect::Refused) << points;
+    }
+}
+
+/// Counts of entries about their limits, with tables that are all there.
+TEST_F(HostileTest, CurvesOfEveryLength) {
+    for (const unsigned entries : {0U, 1U, 2U, 3U, 4095U, 4096U, 4097U, 65535U}) {
+        for (const std::size_t place : {48U, 50U}) {
+            Bytes block = Mft2(ShortLut());
+            block[place] = static_cast<unsigned char>(entries >> 8);
+            block[place + 1] = static_cast<unsigned char>(entries);
+            block.resize(52 + 6 * 65536 + 1000, 0x55);
+            const bool taken = entries <= 4096;
+            Empty();
+            EXPECT_EQ(Bind(Put("curves.icc", MiniProfile({{"A2B0", block}}))), taken ? 8 : 65535) << entries;
+            EXPECT_EQ(EffectOfConversion(), taken ? Effect::Changed : Effect::Refused) << entries;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Three engines at once, and two threads that convert with one engine. A build with ThreadSanitizer looks for what
+// they share; every build looks for what it would do to the results.
+#include <functional>
+#include <thread>
+
+#include "engine/CIccEngineS.h"
+#include "hostile/Hostile.h"
+
+namespace hueweave::test {
+namespace {
+
+struct EngineCalls {
+    decltype(&Orvix_Icc_SetProfile) SetProfile;
+    decltype(&Orvix_Icc_SetIntent) SetIntent;
+    decltype(&Orvix_Icc_Adjust) Adjust;
+    decltype(&Orvix_Icc_Convert2) Convert2;
+    decltype(&Orvix_Icc_ConvertFile) ConvertFile;
+};
+constexpr EngineCalls kEngines[] = {
+    {Orvix_Icc_SetProfile, Orvix_Icc_SetIntent, Orvix_Icc_Adjust, Orvix_Icc_Convert2, Orvix_Icc_ConvertFile},
+    {Orvix_Icc_SetProfile_2nd, Orvix_Icc_SetIntent_2nd, Orvix_Icc_Adjust_2nd, Orvix_Icc_Convert2_2nd,
+     Orvix_Icc_ConvertFile_2nd},
+    {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
+     Orvix_Icc_ConvertFile_3rd}};
+
+class ThreadsTest : public HostileTest {
+protected:
+    /// All that one engine can do; every result in one string of bytes.
+    Bytes Everything(const EngineCalls& engine, const std::string& own) const {
+        Bytes results;
+        const auto note = [&](std::int32_t status, const Bytes& pixels) {
+            results.push_back(static_cast<unsigned char>(status));
+            results.insert(results.end(), pixels.begin(), pixels.end());
+        };
+        Bytes pixels = SamplePixels();
+        Bytes curve(256);
+        for (std::size_t i = 0; i < curve.size(); ++i) curve[i] = static_cast<unsigned char>(255 - i);
+        note(engine.SetProfile(path_.c_str(), nullptr, 0, 0, 8), {});
+        note(engine.Convert2(pixels.data(), nullptr, 100), pixels);
+        note(engine.SetIntent(1, 0, 10), {});
+        note(engine.Adjust(4, 3, 2, curve.data(), curve.data(), curve.data(), 256), {});
+        note(engine.Convert2(pixels.data(), nullptr, 100), pixels);
+        note(engine.ConvertFile(source_.c_str(), own.c_str()), {});
+        note(0, ReadFile(own));
+        note(engine.SetProfile(dir_.File("absent").c_str(), nullptr, 0, 0, 8), {});
+        note(func1(), {});
+        return results;
+    }
+
+    const MiniLut lut_ = SmoothLut(3);
+    const std::string path_ =
+        Put("both.icc", MiniProfile({{"A2B0", Mft2(lut_)}, {"A2B1", MftAB(lut_)}, {"wtpt", XyzBlock(1, 2, 3)}}));
+    const std::string source_ = Put("source.tif", MiniTiff{10, 10, 3, 8, SamplePixels(), Bytes(50, 1)}.Build());
+};
+
+TEST_F(ThreadsTest, ThreeEnginesAtOnceGiveWhatEachGivesAlone) {
+    testing::internal::CaptureStdout();
+    const Bytes alone = Everything(kEngines[0], dir_.File("alone.tif"));
+    constexpr int kRounds = 4;
+    std::vector<Bytes> results(3 * kRounds);
+    std::vector<std::thread> threads;
+    for (std::size_t e = 0; e < 3; ++e) {
+        threads.emplace_back([&, e] {
+            const std::string own = dir_.File("dest" + std::to_string(e) + ".tif");
+            for (std::size_t round = 0; round < kRounds; ++round) {
+                results[e * kRounds + round] = Everything(kEngines[e], own);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    const std::string log = testing::internal::GetCapturedStdout();
+    for (const Bytes& result : results) EXPECT_EQ(result, alone);
+    // Lines of the three may stand in any order, but none is lost: three lines of progress and one of func1 a round.
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4 * (1 + 3 * kRounds));
+}
+
+TEST_F(ThreadsTest, TwoThreadsConvertWithOneEngine) {
+    for (const std::int32_t wide : {0, 1}) {
+        ASSERT_EQ(Bind(path_, 0, wide, 8 + wide), 8 + wide);
+        const Bytes pixels = SamplePixels(60000);
+        const auto count = static_cast<std::int32_t>(pixels.size() / (wide == 1 ? 6 : 3));
+        const auto convert = [&] {
+            Bytes copy = pixels;
+            for (int round = 0; round < 20; ++round) {
+                copy = pixels;
+                EXPECT_EQ(Orvix_Icc_Convert2(copy.data(), copy.data(), count), 0);
+            }
+            return copy;
+        };
+        const Bytes alone = convert();
+        Bytes results[2];
+        std::thread other([&] { results[0] = convert(); });
+        results[1] = convert();
+        other.join();
+        EXPECT_EQ(results[0], alone);
+        EXPECT_EQ(results[1], alone);
+    }
+}
+
+/// Files too: the engine is only read.
+TEST_F(ThreadsTest, TwoThreadsConvertFilesWithOneEngine) {
+    using namespace ICC40;
+    const auto engine = std::make_unique<ICC_ENG_S4::CIccEngineS>();
+    ASSERT_EQ(
+        engine->SetProfile(path_.c_str(), ICCFILE::IntentPerceptual, ICCFILE::CsRGB_8, ICCFILE::CssRGB_8, 0, 0, 0), 0);
+    const ICC_ENG_S4::CIccEngineS& shared = *engine;
+    testing::internal::CaptureStdout();
+    const auto convert = [&](const std::string& dest) {
+        for (int round = 0; round < 10; ++round) EXPECT_EQ(shared.Conversion(source_.c_str(), dest.c_str()), 0);
+    };
+    std::thread other([&] { convert(dir_.File("one.tif")); });
+    convert(dir_.File("two.tif"));
+    other.join();
+    testing::internal::GetCapturedStdout();
+    MiniTiff expected{10, 10, 3, 8, SamplePixels(), {}};
+    ASSERT_EQ(shared.Conversion(expected.pixels.data(), static_cast<unsigned char*>(nullptr), 100), 0);
+    EXPECT_EQ(ReadFile(dir_.File("one.tif")), expected.Build());
+    EXPECT_EQ(ReadFile(dir_.File("two.tif")), expected.Build());
+}
+
+}  // namespace
+}  // namespace hueweave::test
