@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // The caller's adjustments: offsets in lightness, chroma and hue, and tone curves for the output stage.
-#include <algorithm>
 #include <functional>
 
 #include "Numeric.h"
 #include "engine/CIccEngineS.h"
-#include "units/OutputTable33.h"
+#include "units/LutCurves.h"
 
 namespace ICC40::ICC_ENG_S4 {
 
@@ -32,13 +31,15 @@ int CIccEngineS::Adjust_Output(const unsigned char* red, const unsigned char* gr
                                int count) {
     if (count == 0 || red == nullptr || green == nullptr || blue == nullptr) return Unit.OutputSpace;
     const auto build = [&](const CLut16Type& lut) {
-        const auto table = std::make_unique<ICC_UNIT::OutputTable33>();
-        table->Initial(&lut);
-        // The curves have 256 points: what stands behind them would never be read.
-        table->Initial(red, green, blue, std::min(count, 256));
+        ICC_UNIT::LutOutputCurves curves(lut);
+        curves.Overlay({red, green, blue}, count);
         // Kept: the width follows the input encoding and not the output space.
-        if (Unit.InputSpace == ICCFILE::CsRGB_8) Unit.BuildResult = table->OutputGamma100(Unit.OutputSpace);
-        TakeOutputTables(*table);
+        const int shift = Unit.InputSpace == ICCFILE::CsRGB_8 ? 8 : 0;
+        std::uint32_t* const out[3] = {Lut1DOutR, Lut1DOutG, Lut1DOutB};
+        for (int c = 0; c < 3; ++c) {
+            for (int v = 0; v < 65536; ++v) out[c][v] = static_cast<std::uint32_t>(curves.At(c, v) >> shift);
+        }
+        if (shift != 0) Unit.BuildResult = Unit.OutputSpace;
     };
     return Rebuild(std::cref(build));
 }

@@ -6,7 +6,10 @@
 namespace ICC40::ICC_ENG_S4 {
 namespace {
 
-const Kernel& Fastest() {
+/// The quickest loop for a run: a block's overhead pays from a few pixels on.
+const Kernel& KernelFor(int pixels) {
+    constexpr int kShortRun = 8;
+    if (pixels < kShortRun) return kPlainKernel;
     static const Kernel& fastest = *Kernels().back();
     return fastest;
 }
@@ -28,7 +31,7 @@ int CIccEngineS::Conversion(unsigned char* source, unsigned char* dest, int pixe
     if (Unit.InputSpace == ICCFILE::CsRGB_16) {
         ConvertWide(source, dest, pixels);
     } else if (InEntries != 0 && source != nullptr) {
-        Fastest().bytes(StagesOf(*this), source, source, pixels);  // Kept: in place
+        KernelFor(pixels).bytes(StagesOf(*this), source, source, pixels);  // Kept: in place
     }
     return 0;
 }
@@ -42,7 +45,7 @@ void CIccEngineS::ConvertWide(const unsigned char* source, unsigned char* dest, 
     // the run changes pixels that are still to come.
     const auto from = reinterpret_cast<std::uintptr_t>(source), to = reinterpret_cast<std::uintptr_t>(dest);
     const bool ahead = to > from && to - from < 6 * static_cast<std::uintptr_t>(pixels > 0 ? pixels : 0);
-    (ahead ? kPlainKernel : Fastest()).words(StagesOf(*this), source, dest, pixels);
+    (ahead ? kPlainKernel : KernelFor(pixels)).words(StagesOf(*this), source, dest, pixels);
 }
 
 }  // namespace ICC40::ICC_ENG_S4

@@ -45,19 +45,28 @@ void LutInputCurves::Expand(unsigned short* const (&tables)[3]) const {
     for (int c = 0; c < channels; ++c) tables[c][65535] = Last(c);
 }
 
-LutOutputCurves::LutOutputCurves(const ICCFILE::CLut16Type& lut)
-    : entries_(lut.outputEnt < 3 ? 4096 : lut.outputEnt), identity_(lut.outputEnt < 3) {
-    step_ = identity_ ? 65535.0 / 4095 : 65535.0 / (entries_ - 1);
-    span_ = identity_ ? 15.0 : 65536.0 / entries_;
+LutOutputCurves::LutOutputCurves(const ICCFILE::CLut16Type& lut) {
+    const bool identity = lut.outputEnt < 3;
+    const int entries = identity ? 4096 : lut.outputEnt;
+    step_ = 65535.0 / (entries - 1);
+    span_ = identity ? 15.0 : 65536.0 / entries;
     const std::uint16_t* curves = lut.outputTable.get();
     for (int c = 0; c < 3; ++c) {
-        if (c < lut.outputChan && !identity_) {
-            std::copy_n(curves + c * entries_, entries_, table_->curve[c]);
-        } else {
-            // A channel that the table lacks has the ramp that an output table starts with.
-            for (int n = 0; n < 4096; ++n) table_->curve[c][n] = c < lut.outputChan ? 16 * n : n;
-        }
+        int* curve = table_->curve[c];
+        // A channel that the table lacks has the ramp that an output table starts with.
+        for (int n = 0; n < 4096; ++n) curve[n] = c < lut.outputChan && identity ? 16 * n : n;
+        if (c < lut.outputChan && !identity) std::copy_n(curves + c * entries, entries, curve);
+        top_[c] = identity ? 65535 : curve[entries - 1];
     }
+}
+
+void LutOutputCurves::Overlay(const unsigned char* const (&points)[3], int count) {
+    for (int c = 0; c < 3; ++c) {
+        for (int n = 0; n < std::min(count, 256); ++n) table_->curve[c][n] = points[c][n] << 8;
+        top_[c] = 65535;  // Kept: white stays white
+    }
+    step_ = 257.0;
+    span_ = 256.0;
 }
 
 }  // namespace ICC40::ICC_UNIT

@@ -40,9 +40,13 @@ private:
 class LutOutputCurves {
 public:
     explicit LutOutputCurves(const ICCFILE::CLut16Type& lut);
+    /// Lays `count` points of byte curves, at most 256, over the first points, and takes all as curves of 256 points
+    /// that end in white, as the unit does with a caller's curves.
+    void Overlay(const unsigned char* const (&points)[3], int count);
+
     int At(int channel, int value) const {
         const int* curve = table_->curve[channel];
-        if (value == 65535) return identity_ ? 65535 : curve[entries_ - 1];
+        if (value == 65535) return top_[channel];
         return EvaluateOutputCurve<TruncInRange>(curve, step_, span_, value);
     }
 
@@ -51,9 +55,8 @@ private:
         int curve[3][4096];
     };
     std::unique_ptr<Table> table_ = std::make_unique<Table>();
-    int entries_;
-    bool identity_;
     double step_, span_;
+    int top_[3];
 };
 
 }  // namespace ICC40::ICC_UNIT

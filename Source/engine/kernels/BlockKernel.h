@@ -17,8 +17,7 @@
 namespace ICC40::ICC_ENG_S4 {
 namespace {
 
-constexpr int kBlock = 64;    ///< pixels
-constexpr int kShortRun = 8;  ///< pixels; the loop over single ones is quicker for fewer
+constexpr int kBlock = 64;  ///< pixels
 
 /// What the stages of a block hand on.
 struct Block {
@@ -97,10 +96,6 @@ struct BlockLoop {
     template <typename Sample>
     static void Convert(const Stages& stages, const unsigned char* source, unsigned char* dest, std::int64_t pixels) {
         constexpr int kPixel = 3 * sizeof(Sample);
-        if (pixels < kShortRun) {
-            const Kernel& plain = kPlainKernel;
-            return (sizeof(Sample) == 1 ? plain.bytes : plain.words)(stages, source, dest, pixels);
-        }
         Block block;
         for (; pixels > 0; pixels -= kBlock, source += kBlock * kPixel, dest += kBlock * kPixel) {
             const int run = pixels < kBlock ? static_cast<int>(pixels) : kBlock;
