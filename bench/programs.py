@@ -1,0 +1,123 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+# Copyright (c) The Hueweave authors
+"""Whole programs on the same TIFF files in memory-backed storage, one processor each.
+
+programs.py BINARIES OUT.json: converts a 100-megapixel photo from a scanner's profile to sRGB with this library,
+tificc, cctiff and vips, in shuffled order and several times over, and stores all times. Before that it converts a
+small photo with all of them and compares the pictures: a program that does something else must not count as fast.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import random
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+from timing import run
+
+SRGB = "/usr/share/color/argyll/ref/sRGB.icm"
+PACKAGES = {
+    "tificc": "liblcms2-utils",
+    "cctiff": "argyll",
+    "vips": "libvips-tools",
+    "tiffcp": "libtiff-tools",
+    "compare-im6": "imagemagick",
+}
+# Mean difference of samples, of full scale: half of it are the 8-bit nodes of our grid, see docs/accuracy.md.
+SANE = 0.01
+
+
+def commands(binaries, folder, bits, source, dest):
+    """Perceptual, uncompressed, no profile embedded: what each program is told."""
+    profile = str(folder / "scanner.icc")
+    vips = ["vips", "icc_transform", source, dest, SRGB, "--input-profile", profile, "--intent", "perceptual"]
+    return {
+        "hueweave": [str(binaries / "convert_file"), str(bits), profile, source, dest],
+        "tificc": ["tificc", "-i" + profile, "-o*sRGB", "-t0", f"-w{bits}", "-n", source, dest],
+        "cctiff": ["cctiff", "-N", "-i", "p", profile, "-i", "p", SRGB, source, dest],
+        "vips": [*vips, "--depth", str(bits)],
+        "cp": ["cp", source, dest],
+    }
+
+
+def make_sources(binaries, folder, width, height):
+    """In strips of 16 rows, as most programs write them."""
+    subprocess.run([str(binaries / "make_picture"), str(folder), str(width), str(height)], check=True)
+    for bits in (8, 16):
+        whole = folder / f"photo-{bits}.tif"
+        command = ["tiffcp", "-L", "-c", "none", "-r", "16", str(whole), str(folder / f"in-{bits}.tif")]
+        subprocess.run(command, check=True, stderr=subprocess.DEVNULL)
+        whole.unlink()
+
+
+def check_outputs(binaries, folder):
+    """Stops if a program's picture is not ours; returns the mean differences."""
+    make_sources(binaries, folder, 2001, 1501)
+    differences = {}
+    for bits in (8, 16):
+        pictures = {}
+        source = str(folder / f"in-{bits}.tif")
+        for name in commands(binaries, folder, bits, source, ""):
+            pictures[name] = str(folder / f"small-{name}-{bits}.tif")
+            run(commands(binaries, folder, bits, source, pictures[name])[name])
+        for name in ("tificc", "cctiff", "vips"):
+            command = ["compare-im6", "-metric", "MAE", pictures["hueweave"], pictures[name], "null:"]
+            told = subprocess.run(command, stderr=subprocess.PIPE, text=True, check=False).stderr
+            match = re.search(r"^[\d.e+-]+ \(([\d.e+-]+)\)", told, re.MULTILINE)
+            if not match or float(match[1]) > SANE:
+                sys.exit(f"{name} at {bits} bits gives another picture: {told}")
+            differences[f"{name}-{bits}"] = float(match[1])
+        for picture in pictures.values():
+            os.unlink(picture)
+    return differences
+
+
+def measure(binaries, folder, repetitions, samples):
+    rows = {}
+    for _ in range(repetitions):
+        jobs = [(name, bits) for bits in (8, 16) for name in commands(binaries, folder, bits, "", "")]
+        random.shuffle(jobs)
+        for name, bits in jobs:
+            dest = folder / "out.tif"
+            source = str(folder / f"in-{bits}.tif")
+            cpu, wall, peak = run(commands(binaries, folder, bits, source, str(dest))[name])
+            if dest.stat().st_size < samples * bits // 8:
+                sys.exit(f"{name} wrote too little")
+            dest.unlink()
+            row = rows.setdefault((name, bits), {"program": name, "bits": bits, "cpu": [], "wall": [], "peak": []})
+            for key, value in (("cpu", cpu), ("wall", wall), ("peak", peak)):
+                row[key].append(value)
+            print(f"  {name:9}{bits:3} bits {cpu:8.2f} s", flush=True)
+    return list(rows.values())
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("binaries", type=pathlib.Path)
+    parser.add_argument("out", type=pathlib.Path)
+    parser.add_argument("--size", type=int, nargs=2, default=(11585, 8641), metavar=("WIDTH", "HEIGHT"))
+    parser.add_argument("--repetitions", type=int, default=5)
+    parser.add_argument("--storage", default="/dev/shm")
+    options = parser.parse_args()
+
+    missing = sorted({package for tool, package in PACKAGES.items() if shutil.which(tool) is None})
+    if missing:
+        sys.exit("missing; install with: apt-get install " + " ".join(missing))
+    width, height = options.size
+    with tempfile.TemporaryDirectory(prefix="hueweave-", dir=options.storage) as name:
+        folder = pathlib.Path(name)
+        differences = check_outputs(options.binaries, folder)
+        make_sources(options.binaries, folder, width, height)
+        rows = measure(options.binaries, folder, options.repetitions, 3 * width * height)
+    result = {"pixels": width * height, "mean_differences": differences, "rows": rows}
+    options.out.write_text(json.dumps(result, indent=1) + "\n")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,47 @@
+# SPDX-License-Identifier: MIT
+# What `cmake --install` lays down. Components: runtime (the library), dev (what a program is built with), tools (the
+# program). Everything is found relative to where it stands, so that an installed tree may be moved as a whole.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Hueweave)
+install(TARGETS Hueweave EXPORT HueweaveTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/hueweave.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave
+        COMPONENT dev)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/man/libhueweave.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT dev)
+
+# find_package(Hueweave) and the target Hueweave::Hueweave.
+install(EXPORT HueweaveTargets NAMESPACE Hueweave:: DESTINATION ${package_dir} COMPONENT dev)
+configure_package_config_file(
+  ${PROJECT_SOURCE_DIR}/cmake/HueweaveConfig.cmake.in ${PROJECT_BINARY_DIR}/HueweaveConfig.cmake
+  INSTALL_DESTINATION ${package_dir} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/HueweaveConfig.cmake ${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cmake
+        DESTINATION ${package_dir} COMPONENT dev)
+
+# pkg-config. Folders that were configured as absolute paths stay absolute.
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+else()
+  file(RELATIVE_PATH up /${pkgconfig_dir} /)
+  string(REGEX REPLACE "/$" "" up ${up})
+  set(pc_prefix "\${pcfiledir}/${up}")
+endif()
+foreach(folder LIBDIR INCLUDEDIR)
+  if(IS_ABSOLUTE ${CMAKE_INSTALL_${folder}})
+    set(pc_${folder} ${CMAKE_INSTALL_${folder}})
+  else()
+    set(pc_${folder} "\${prefix}/${CMAKE_INSTALL_${folder}}")
+  endif()
+endforeach()
+configure_file(${PROJECT_SOURCE_DIR}/cmake/hueweave.pc.in ${PROJECT_BINARY_DIR}/hueweave.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/hueweave.pc DESTINATION ${pkgconfig_dir} COMPONENT dev)
+
+if(TARGET hueweave)
+  install(TARGETS hueweave RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+endif()
+
+include(${CMAKE_CURRENT_LIST_DIR}/Packages.cmake)

@@ -1,0 +1,59 @@
+# SPDX-License-Identifier: MIT
+# `cpack` makes one .deb for each component and one .tar.gz of everything; tools/check-packages drives and judges it.
+set(CPACK_PACKAGE_NAME hueweave)
+set(CPACK_PACKAGE_VENDOR "The Hueweave authors")
+set(CPACK_PACKAGE_CONTACT "The Hueweave authors <hueweave@localhost.localdomain>")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_FILE_NAME hueweave-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR})
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_GENERATOR DEB TGZ)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+
+set(CPACK_COMPONENTS_ALL runtime dev)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libhueweave${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME libhueweave-dev)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME hueweave)
+if(TARGET hueweave)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS $<TARGET_FILE_DIR:Hueweave>)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
+
+# The first line is the synopsis; the others must not repeat it.
+set(about "Turns the raw RGB of a scanner or camera into sRGB, AdobeRGB, AppleRGB or
+ColorMatchRGB through the device's ICC profile: buffers of 8 or 16 bits a
+sample, or whole TIFF files.
+.
+")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "colour matching of device RGB images - shared library
+${about}This package holds the shared library.")
+set(CPACK_COMPONENT_DEV_DESCRIPTION "colour matching of device RGB images - development files
+${about}This package holds the header, the manual page, and what pkg-config and CMake
+need to build programs with the library.")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "colour matching of device RGB images - command-line tool
+${about}This package holds the program.")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libhueweave${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1)")
+
+# Licence and changes stand in every package, under its own name.
+foreach(component ${CPACK_COMPONENTS_ALL})
+  string(TOUPPER ${component} upper)
+  set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${doc_dir} RENAME copyright COMPONENT ${component})
+  install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${doc_dir} RENAME changelog COMPONENT ${component})
+endforeach()
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/DebianFiles.cmake)
+
+include(CPack)
