@@ -34,9 +34,6 @@ public:
 
     void RGB2LAB();  ///< R, G, B to X, Y, Z (ratios to the white) and L, a, b
     void LAB2RGB();  ///< L, a, b to X, Y, Z (absolute) and R, G, B, limited to 0..255
-    /// As `LAB2RGB`, but with products in place of powers, and R, G, B without a limit: by less than
-    /// 1e-12 (|X| + |Y| + |Z|) beside the exact values.
-    void LAB2RGB_Near();
     void LAB2LCH();  ///< a, b to C, h
     void LCH2LAB();  ///< C, h to a, b
 
@@ -55,10 +52,6 @@ public:
     double X = 0, Y = 0, Z = 0;  ///< working values of the last conversion
     double Xw = 0, Yw = 0, Zw = 0;
     Matrix toXYZ{}, toRGB{};
-
-private:
-    template <typename Cube>
-    void LAB2XYZ(Cube cube);
 };
 
 }  // namespace ColorLch

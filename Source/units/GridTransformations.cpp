@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // What turns the grid of a profile into the grid of an engine: the shift in LCh, and the road from Lab to RGB.
-#include <algorithm>
-#include <cmath>
-
 #include "Numeric.h"
 #include "color/CLCH.h"
 #include "units/ColorTable33.h"
 #include "units/LutCurves.h"
+#include "units/NearRgb.h"
 #include "units/OutputTable33.h"
 
 namespace ICC40::ICC_UNIT {
@@ -45,23 +43,6 @@ struct TableCurves {
     int At(int channel, int value) const { return table.Lut16[channel][value]; }
 };
 
-/// Whether `value`, known to within `margin`, may lie on either side of a step of the cut to 0..255.
-bool AtStep(double value, double margin) {
-    return value > -margin && value < 255.0 + margin && std::fabs(value - TruncInRange(value + 0.5)) <= margin;
-}
-
-/// The linear RGB of the colour's Lab.
-/// Kept: cut to 8 bits, 0 to 65280 in steps of 256; the later stages rely on that scale.
-void StoreRgb(ColorLch::CLCH& color, int* node) {
-    // The cut hides the difference between powers and the quicker products, but for a value at a step.
-    color.LAB2RGB_Near();
-    const double margin = 1e-11 * (1.0 + std::fabs(color.X) + std::fabs(color.Y) + std::fabs(color.Z));
-    if (AtStep(color.R, margin) || AtStep(color.G, margin) || AtStep(color.B, margin)) color.LAB2RGB();
-    node[0] = TruncInRange(std::clamp(color.R, 0.0, 255.0)) << 8;
-    node[1] = TruncInRange(std::clamp(color.G, 0.0, 255.0)) << 8;
-    node[2] = TruncInRange(std::clamp(color.B, 0.0, 255.0)) << 8;
-}
-
 /// Calls `change` with every node of the grid.
 template <typename Change>
 void ForEachNode(ColorTable33& grid, Change change) {
@@ -81,11 +62,20 @@ int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSigna
     color.SetColorSpace(primaries.space);
     // Kept: fixed-point words of scale 65536, read as unsigned, go where 65535 stands for 1.0.
     if (white != nullptr) color.SetWhite(white->rawXYZ[0], white->rawXYZ[1], white->rawXYZ[2]);
+    const NearRgb quick(color);
     ForEachNode(grid, [&](int* node) {
         color.L = LightnessOf(Low16(curves.At(0, Low16(node[0]))));
         color.a = OpponentOf(Low16(curves.At(1, Low16(node[1]))));
         color.b = OpponentOf(Low16(curves.At(2, Low16(node[2]))));
-        StoreRgb(color, node);
+        int rgb[3];
+        if (!quick.Convert(color.L, color.a, color.b, rgb)) {
+            color.LAB2RGB();
+            rgb[0] = Trunc(color.R);
+            rgb[1] = Trunc(color.G);
+            rgb[2] = Trunc(color.B);
+        }
+        // Kept: linear RGB of 8 bits, 0 to 65280 in steps of 256; the later stages rely on that scale.
+        for (int c = 0; c < 3; ++c) node[c] = rgb[c] << 8;
     });
     return primaries.result;
 }

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstddef>
+
+#include "color/CLCH.h"
+
+namespace ICC40::ICC_UNIT {
+
+/// Linear RGB of a Lab colour, cut to 8 bits, for colours where a quick way gives the same as `CLCH::LAB2RGB`.
+///
+/// The quick way multiplies where the exact one divides and raises to a power. With roots below 2.3, as 16-bit Lab has
+/// them, each of X, Y and Z is then off by less than 1e-13 of the white, and a channel by less than 1e-10 of the sum of
+/// the three. The cut hides that, unless a channel lies at a step or a root at the threshold of its two formulas: then
+/// the answer is that it cannot tell.
+class NearRgb {
+public:
+    /// White and matrix of `color`, which need not outlive this.
+    explicit NearRgb(const ColorLch::CLCH& color) {
+        const double white[3] = {color.Xw, color.Yw, color.Zw};
+        for (std::size_t i = 0; i < 9; ++i) matrix_[i] = color.toRGB[i] * white[i % 3] * 255.0;
+        white_ = color.Xw + color.Yw + color.Zw;
+    }
+
+    /// Whether it can tell; then `rgb` has the channels, 0 to 255.
+    bool Convert(double lightness, double aStar, double bStar, int (&rgb)[3]) const {
+        const bool dark = lightness <= 7.9996;
+        const double ratio = lightness * (1.0 / 903.3);
+        const double fy = dark ? ratio * 7.787 + 0.137931 : (lightness + 16.0) * (1.0 / 116.0);
+        const double fx = fy + aStar * 0.002;
+        const double fz = fy - bStar * 0.005;
+        if (IsNear(fx, kThreshold, kClose) || IsNear(fz, kThreshold, kClose)) return false;
+        const double x = Ratio(fx), y = dark ? ratio : fy * fy * fy, z = Ratio(fz);
+        const double margin = 1e-8 * (1.0 + white_ * (1.0 + fx * fx + fy * fy + fz * fz));
+        for (std::size_t c = 0; c < 3; ++c) {
+            const double value = matrix_[3 * c] * x + matrix_[3 * c + 1] * y + matrix_[3 * c + 2] * z;
+            if (value <= -margin) {
+                rgb[c] = 0;
+            } else if (value >= 255.0 + margin) {
+                rgb[c] = 255;
+            } else {
+                rgb[c] = static_cast<int>(value + 0.5);
+                if (IsNear(value, rgb[c], margin)) return false;
+                if (value < rgb[c]) --rgb[c];
+            }
+        }
+        return true;
+    }
+
+private:
+    static constexpr double kThreshold = 0.2069;
+    static constexpr double kClose = 1e-9;
+    static bool IsNear(double value, double other, double distance) {
+        return value >= other - distance && value <= other + distance;
+    }
+    static double Ratio(double root) {
+        return root > kThreshold ? root * root * root : (root - 0.137931) * (1.0 / 7.787);
+    }
+
+    double matrix_[9];  ///< rows of the channels
+    double white_;
+};
+
+}  // namespace ICC40::ICC_UNIT
