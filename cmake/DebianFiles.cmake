@@ -1,9 +1,21 @@
 # SPDX-License-Identifier: MIT
-# Run by CPack over each staged tree before it is packed: Debian keeps manual pages and changes compressed.
+# Run by CPack over the staged trees before they are packed, for the .deb packages alone: manual pages and changes are
+# compressed, and each package gets the changelog of its packaging.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
   return()
 endif()
-file(GLOB_RECURSE pages ${CPACK_TEMPORARY_DIRECTORY}/*/man/man*/* ${CPACK_TEMPORARY_DIRECTORY}/*/doc/*/changelog)
+string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # honours SOURCE_DATE_EPOCH
+file(GLOB_RECURSE files ${CPACK_TEMPORARY_DIRECTORY}/*)
+set(pages ${files})
+list(FILTER pages INCLUDE REGEX "/man/man[1-8]/[^/]*\\.[1-8]$")
+set(changes ${files})
+list(FILTER changes INCLUDE REGEX "/doc/[^/]*/changelog$")
+foreach(file ${changes})
+  file(WRITE ${file}.Debian
+       "hueweave (${CPACK_PACKAGE_VERSION}-1) unstable; urgency=medium\n\n  * See changelog.gz beside this file.\n\n"
+       " -- ${CPACK_PACKAGE_CONTACT}  ${date}\n")
+  list(APPEND pages ${file} ${file}.Debian)
+endforeach()
 if(pages)
   execute_process(COMMAND gzip -9nf ${pages} COMMAND_ERROR_IS_FATAL ANY)
 endif()

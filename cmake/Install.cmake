@@ -10,7 +10,16 @@ install(TARGETS Hueweave EXPORT HueweaveTargets
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/hueweave.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave
         COMPONENT dev)
-install(FILES ${PROJECT_SOURCE_DIR}/docs/man/libhueweave.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT dev)
+
+# One manual page, found under the name of each function.
+file(STRINGS ${PROJECT_SOURCE_DIR}/Source/libHueweave.map exports REGEX "^ +[A-Za-z0-9_]+;")
+string(REGEX MATCHALL "[A-Za-z0-9_]+" exports "${exports}")
+set(pages ${PROJECT_SOURCE_DIR}/docs/man/libhueweave.3)
+foreach(function ${exports})
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/man/${function}.3 CONTENT ".so man3/libhueweave.3\n")
+  list(APPEND pages ${PROJECT_BINARY_DIR}/man/${function}.3)
+endforeach()
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT dev)
 
 # find_package(Hueweave) and the target Hueweave::Hueweave.
 install(EXPORT HueweaveTargets NAMESPACE Hueweave:: DESTINATION ${package_dir} COMPONENT dev)

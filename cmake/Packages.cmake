@@ -2,7 +2,7 @@
 # `cpack` makes one .deb for each component and one .tar.gz of everything; tools/check-packages drives and judges it.
 set(CPACK_PACKAGE_NAME hueweave)
 set(CPACK_PACKAGE_VENDOR "The Hueweave authors")
-set(CPACK_PACKAGE_CONTACT "The Hueweave authors <hueweave@localhost.localdomain>")
+set(CPACK_PACKAGE_CONTACT "The Hueweave authors <maintainers@hueweave.invalid>")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_FILE_NAME hueweave-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR})
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
@@ -27,25 +27,28 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS $<TARGET_FILE_DIR:Hueweave>)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/shlibs ${PROJECT_BINARY_DIR}/debian/triggers)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 
-# The first line is the synopsis; the others must not repeat it.
+# CPack puts the project's description in front as the synopsis.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "colour matching of device RGB images")
 set(about "Turns the raw RGB of a scanner or camera into sRGB, AdobeRGB, AppleRGB or
 ColorMatchRGB through the device's ICC profile: buffers of 8 or 16 bits a
 sample, or whole TIFF files.
 .
 ")
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "colour matching of device RGB images - shared library
-${about}This package holds the shared library.")
-set(CPACK_COMPONENT_DEV_DESCRIPTION "colour matching of device RGB images - development files
-${about}This package holds the header, the manual page, and what pkg-config and CMake
-need to build programs with the library.")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "colour matching of device RGB images - command-line tool
-${about}This package holds the program.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}This package holds the shared library.")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "${about}This package holds the header, the manual page, and what pkg-config and
+CMake need to build programs with the library.")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "${about}This package holds the command-line program.")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libhueweave${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1)")
+
+# Whatever is linked to the library needs it in at least this version, and the loader's cache renewed.
+file(WRITE ${PROJECT_BINARY_DIR}/debian/shlibs
+     "libHueweave ${PROJECT_VERSION_MAJOR} libhueweave${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})\n")
+file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
 
 # Licence and changes stand in every package, under its own name.
 foreach(component ${CPACK_COMPONENTS_ALL})

@@ -10,7 +10,7 @@ namespace ICC40::ICC_UNIT {
 void LutInputCurves::At(int sample, unsigned short (&values)[3]) const {
     for (int c = 0; c < 3; ++c) {
         values[c] = c >= channels_    ? 0
-                    : step_ == 0.0    ? Low16(sample)
+                    : identity_       ? Low16(sample)
                     : sample == 65535 ? Last(c)
                                       : EvaluateInputCurve(curves_ + c * entries_, step_, Low16(sample));
     }
@@ -19,7 +19,7 @@ void LutInputCurves::At(int sample, unsigned short (&values)[3]) const {
 void LutInputCurves::Expand(unsigned short* const (&tables)[3]) const {
     for (int c = channels_; c < 3; ++c) std::fill_n(tables[c], 65536, static_cast<unsigned short>(0));
     const int channels = std::min(channels_, 3);
-    if (step_ == 0.0) {
+    if (identity_) {
         for (int c = 0; c < channels; ++c) std::iota(tables[c], tables[c] + 65536, static_cast<unsigned short>(0));
         return;
     }

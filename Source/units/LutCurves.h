@@ -20,7 +20,9 @@ public:
     explicit LutInputCurves(const ICCFILE::CLut16Type& lut)
         : curves_(lut.inputTable.get()), channels_(lut.inputChan), entries_(lut.inputEnt) {
         // Kept: two entries count as the identity, even where they do not rise from 0 to 65535.
-        if (entries_ > 2) step_ = 65535.0 / (entries_ - 1);
+        if (entries_ <= 2) return;
+        identity_ = false;
+        step_ = 65535.0 / (entries_ - 1);
     }
 
     /// The three channels at one sample; 0 for a channel that the table lacks.
@@ -33,7 +35,8 @@ private:
 
     const std::uint16_t* curves_;
     int channels_, entries_;
-    double step_ = 0;  ///< 0 for the identity
+    bool identity_ = true;
+    double step_ = 65535.0 / 4095;
 };
 
 /// The first three tables of an `OutputTable33`.
