@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -122,12 +123,18 @@ TEST_F(ResourceTest, WithoutADescriptorLeftNothingIsLost) {
     const Bytes pixels = ConvertedPixels(SamplePixels(48));
 
     testing::internal::CaptureStdout();
+    // Some hosts allow a process a million descriptors, more than this test should take.
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few{std::min<rlim_t>(before.rlim_cur, 64), before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
     std::vector<int> taken;
     for (int handle = 0; (handle = open("/dev/null", O_RDONLY)) >= 0;) taken.push_back(handle);
     const std::int32_t file = Orvix_Icc_ConvertFile(source.c_str(), dest.c_str());
     const std::int32_t bound = Orvix_Icc_SetProfile(good.c_str(), nullptr, 1, 0, 8);
     const Effect effect = EffectOfConversion();
     for (const int handle : taken) close(handle);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
     const std::string printed = testing::internal::GetCapturedStdout();
 
     EXPECT_EQ(file, 8);
