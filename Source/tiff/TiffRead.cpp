@@ -28,6 +28,12 @@ void ReadBytes(std::FILE* f, unsigned char* to, std::size_t bytes) {
     [[maybe_unused]] const std::size_t got = std::fread(to, 1, bytes, f);  // what is not there stays 0
 }
 
+/// A part of an image, whose bytes are unset: those that the file does not hold become 0.
+void ReadPixels(std::FILE* f, unsigned char* to, std::size_t bytes) {
+    const std::size_t got = std::fread(to, 1, bytes, f);
+    std::fill(to + got, to + bytes, static_cast<unsigned char>(0));
+}
+
 /// The items of a strip array by their declared width: bytes and shorts as such, everything else as 32-bit words.
 /// Up to four bytes of them stand in the entry itself.
 std::vector<std::uint32_t> Items(const TiffTag& tag) {
@@ -46,9 +52,10 @@ std::vector<std::uint32_t> Items(const TiffTag& tag) {
     return items;
 }
 
-/// Makes room for the image in the data of its tag. Returns null for an image that its file cannot account for.
+/// Makes room for the image in the data of its tag, for the caller to fill. Returns null for an image that its file
+/// cannot account for.
 unsigned char* AllocateImage(TiffTag& tag, std::uint64_t bytes, std::uint64_t limit) {
-    if (bytes <= limit) return tag.Allocate(static_cast<std::size_t>(bytes));
+    if (bytes <= limit) return tag.AllocateUnset(static_cast<std::size_t>(bytes));
     tag.Adopt(nullptr, 0);
     return nullptr;
 }
@@ -140,7 +147,11 @@ void Tiff::ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes) {
         tag->count = 1;
         tag->type = kLong;
     }
-    if (SeekTo(f, offset)) ReadBytes(f, image, bytes);
+    if (SeekTo(f, offset)) {
+        ReadPixels(f, image, bytes);
+    } else {
+        std::fill(image, image + bytes, static_cast<unsigned char>(0));
+    }
 }
 
 int Tiff::ReadMultiStripOffset(std::FILE* f) {
@@ -159,7 +170,7 @@ int Tiff::ReadMultiStripOffset(std::FILE* f) {
     for (std::size_t i = 0; to != nullptr && i < strips; to += sizes[i], ++i) {
         // Kept: offsets are signed; a negative one leaves the stream where it stands.
         if (offsets[i] <= INT32_MAX) SeekTo(f, offsets[i]);
-        ReadBytes(f, to, sizes[i]);
+        ReadPixels(f, to, sizes[i]);
     }
     image->count = 1;
     image->type = kLong;
@@ -187,6 +198,7 @@ int Tiff::Pack(int width, int height) {
     const std::uint64_t pixelBytes = planes * sizeof(T);
     unsigned char* to = AllocateImage(*image, pixels > limit / pixelBytes ? limit + 1 : pixels * pixelBytes, limit);
     if (to == nullptr) return 0;
+    std::fill(to, to + image->dataSize, static_cast<unsigned char>(0));  // planes may end before their pixels do
     for (std::uint64_t i = 0; i < pixels; ++i) {
         for (std::uint64_t plane = 0; plane < planes; ++plane, to += sizeof(T)) {
             const std::uint64_t at = (plane * pixels + i) * sizeof(T);

@@ -65,6 +65,12 @@ unsigned char* TiffTag::Allocate(std::size_t bytes) {
     return data.get();
 }
 
+unsigned char* TiffTag::AllocateUnset(std::size_t bytes) {
+    data = std::make_unique_for_overwrite<unsigned char[]>(bytes);
+    dataSize = bytes;
+    return data.get();
+}
+
 void TiffTag::Adopt(unsigned char* bytes, std::size_t size) {
     data.reset(bytes);
     dataSize = bytes == nullptr ? 0 : size;

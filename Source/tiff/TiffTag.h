@@ -72,6 +72,8 @@ public:
     int StoredSize() const;
     /// Puts `bytes` zeroed bytes into `data`, in place of what was there, and returns them.
     unsigned char* Allocate(std::size_t bytes);
+    /// The same without the zeros, for a caller that sets every byte: an image should be touched once, not twice.
+    unsigned char* AllocateUnset(std::size_t bytes);
     /// Takes over `bytes` bytes from array new (or null).
     void Adopt(unsigned char* bytes, std::size_t size);
 
