@@ -232,6 +232,7 @@ TEST(BlockClampTest, ReadingColumnsTakesWhatTheRowHas) {
     Buffer buf;
     tiff.GetRowColumn(buf.Narrow(), 5, 1, 2, 1);
     EXPECT_EQ(Part(buf.Front(6), 0, 3), CountingBytes(3, 33));
+    EXPECT_EQ(Part(buf.Front(6), 3, 3), Bytes(3, kUntouched));
 }
 
 }  // namespace

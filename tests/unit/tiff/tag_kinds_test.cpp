@@ -51,6 +51,15 @@ TEST(BitsPerSampleTagTest, MadeFromTwoSamplesHasDataButSavesNone) {
     EXPECT_EQ(SavedTag(tag), Bytes());
 }
 
+TEST(BitsPerSampleTagTest, MadeFromMoreSamplesThanAnIntCanSizeHasNoData) {
+    for (const unsigned count : {0x40000000U, 0x7fffffffU, 0xffffffffU}) {
+        const BitsPerSampleTag tag(Word(3, 258), count, 8, nullptr);
+        EXPECT_EQ(tag.GetData(), nullptr);
+        EXPECT_EQ(tag.dataSize, 0U);
+        EXPECT_EQ(tag.count, count);
+    }
+}
+
 TEST(BitsPerSampleTagTest, MadeFromNoSampleHasAnEmptyArray) {
     const BitsPerSampleTag tag(Word(3, 258), 0, 16, nullptr);
     EXPECT_EQ(tag.dataSize, 0U);

@@ -55,6 +55,18 @@ TEST(InputTableEdges, StartsEmptyWithSixteenBits) {
     EXPECT_EQ(std::make_unique<InputTable37>()->Buf, nullptr);
 }
 
+TEST(InputTableEdges, WithoutCurvesEverySampleBecomesZero) {
+    const auto unit = std::make_unique<InputTable33>();
+    constexpr unsigned short kSamples[] = {0, 1, 255, 4096, 65535};
+    for (const unsigned short sample : kSamples) {
+        unsigned short v[7] = {sample, sample, sample, sample, sample, sample, sample};
+        unit->Conversion(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
+        EXPECT_EQ(v[0], 0);
+        EXPECT_EQ(v[1], 0);
+        EXPECT_EQ(v[2], 0);
+    }
+}
+
 TEST(InputTableEdges, TwoEntriesAreTheIdentityWhateverTheyHold) {
     for (int entries : {0, 1, 2}) {
         LutMaker maker;
