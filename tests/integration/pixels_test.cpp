@@ -125,7 +125,7 @@ int WeightedPath(const std::vector<ReferenceNode>& nodes, const int (&sample)[3]
 }
 
 TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
-    const LutSpec lut = MakeLut({3, 3, 17, 2, 2, CurveKind::Ramp, CurveKind::Ramp, GridKind::Random, 5});
+    const LutContents lut = MakeLut({3, 3, 17, 2, 2, CurveKind::Ramp, CurveKind::Ramp, GridKind::Random, 5});
     EnginePair pair({{"random.icc", ProfileBuilder().Mft2("A2B0", lut)}});
     pair.SetProfile("random.icc", 0, 1, 21);  // linear, 16 bit: the output tables are the identity
     const auto nodes = GridStage(*DecodeLutTag(EncodeMft2(lut)), 0, 0, 0, 21, std::nullopt);

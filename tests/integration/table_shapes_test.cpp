@@ -8,7 +8,7 @@ namespace hueweave::test {
 namespace {
 
 /// Binds a profile of one table in both widths and takes pixels through it.
-void ExpectSameForBothWidths(const LutSpec& lut, int space8, int space16) {
+void ExpectSameForBothWidths(const LutContents& lut, int space8, int space16) {
     EnginePair pair({{"table.icc", ProfileBuilder().Mft2("A2B0", lut)}});
     pair.SetProfile("table.icc", 0, 1, space16);
     pair.Convert(PixelRun(1));

@@ -8,7 +8,7 @@ namespace hueweave::test {
 namespace {
 
 /// A table for each of the three names, all different.
-LutSpec TableOf(int name) {
+LutContents TableOf(int name) {
     return MakeLut(
         {3, 3, 5, 17, 3, CurveKind::Power, CurveKind::Ramp, GridKind::Random, static_cast<std::uint32_t>(100 + name)});
 }
@@ -78,7 +78,7 @@ class WhitePointTest : public testing::TestWithParam<WhiteCase> {};
 
 TEST_P(WhitePointTest, CountsForTheAbsoluteIntentAlone) {
     const auto& [name, x, y, z] = GetParam();
-    const LutSpec lut = MakeLut({});
+    const LutContents lut = MakeLut({});
     const ProfileBuilder profile = ProfileBuilder().Mft2("A2B1", lut).Xyz("wtpt", x, y, z);
     EnginePair pair({{"white.icc", profile}, {"none.icc", ProfileBuilder().Mft2("A2B1", lut)}});
     for (const int intent : {0, 1, 2, 3}) {
@@ -104,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(Some, WhitePointTest,
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(WhitePointTest, AShortBlockCountsAsAbsent) {
-    const LutSpec lut = MakeLut({});
+    const LutContents lut = MakeLut({});
     const Bytes shortBlock = ByteWriter().Text("XYZ ").Big32(0).Big32(0xd000).Big32(0xd000).Done();
     EnginePair pair({{"short.icc", ProfileBuilder().Mft2("A2B1", lut).Raw("wtpt", shortBlock)},
                      {"none.icc", ProfileBuilder().Mft2("A2B1", lut)}});

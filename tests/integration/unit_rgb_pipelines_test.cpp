@@ -80,17 +80,17 @@ void GiveTone(UnitFamily& family, int output) {
     }
 }
 
-LutSpec SpecOf(const PlainLut& lut) {
-    LutSpec spec;
-    spec.inputs = lut.inputs;
-    spec.outputs = lut.outputs;
-    spec.points = lut.points;
-    spec.inputEntries = lut.inputEntries;
-    spec.outputEntries = lut.outputEntries;
-    for (int value : lut.input) spec.input.push_back(static_cast<std::uint16_t>(value));
-    for (int value : lut.grid) spec.grid.push_back(static_cast<std::uint16_t>(value));
-    for (int value : lut.output) spec.output.push_back(static_cast<std::uint16_t>(value));
-    return spec;
+LutContents SpecOf(const PlainLut& lut) {
+    LutContents contents;
+    contents.inputs = lut.inputs;
+    contents.outputs = lut.outputs;
+    contents.points = lut.points;
+    contents.inputEntries = lut.inputEntries;
+    contents.outputEntries = lut.outputEntries;
+    for (int value : lut.input) contents.input.push_back(static_cast<std::uint16_t>(value));
+    for (int value : lut.grid) contents.grid.push_back(static_cast<std::uint16_t>(value));
+    for (int value : lut.output) contents.output.push_back(static_cast<std::uint16_t>(value));
+    return contents;
 }
 
 class UnitRgbPipelineTest : public testing::TestWithParam<Job> {

@@ -106,8 +106,8 @@ std::vector<std::uint16_t> MakeCurve(CurveKind kind, int entries, int channel, s
     return curve;
 }
 
-LutSpec MakeLut(const LutShape& shape, int axes) {
-    LutSpec lut{shape.inputs, shape.outputs, shape.points, shape.inputEntries, shape.outputEntries, {}, {}, {}};
+LutContents MakeLut(const LutShape& shape, int axes) {
+    LutContents lut{shape.inputs, shape.outputs, shape.points, shape.inputEntries, shape.outputEntries, {}, {}, {}};
     for (int c = 0; c < shape.inputs; ++c) {
         const auto curve = MakeCurve(shape.inputKind, shape.inputEntries, c, shape.seed);
         lut.input.insert(lut.input.end(), curve.begin(), curve.end());
@@ -129,7 +129,7 @@ LutSpec MakeLut(const LutShape& shape, int axes) {
     return lut;
 }
 
-CurvedLutSpec Curved(const LutSpec& lut, CurveLayout layout) {
+CurvedLutSpec Curved(const LutContents& lut, CurveLayout layout) {
     CurvedLutSpec curved;
     curved.inputs = lut.inputs;
     curved.outputs = lut.outputs;
@@ -149,7 +149,7 @@ CurvedLutSpec Curved(const LutSpec& lut, CurveLayout layout) {
     return curved;
 }
 
-Bytes EncodeMft2(const LutSpec& lut) {
+Bytes EncodeMft2(const LutContents& lut) {
     ByteWriter out;
     out.Text("mft2").Big32(0);
     out.U8(static_cast<unsigned>(lut.inputs)).U8(static_cast<unsigned>(lut.outputs));

@@ -62,7 +62,7 @@ struct LutShape {
 };
 
 /// A device-to-PCS table in 16-bit values: curves channel after channel, the grid with its last axis fastest.
-struct LutSpec {
+struct LutContents {
     int inputs = 0;
     int outputs = 0;
     int points = 0;
@@ -75,7 +75,7 @@ struct LutSpec {
 
 std::vector<std::uint16_t> MakeCurve(CurveKind kind, int entries, int channel, std::uint32_t seed);
 /// A table whose grid has `axes` axes: 3, as every "mft2" block has, or as many as the "mAB " table has inputs.
-LutSpec MakeLut(const LutShape& shape, int axes = 3);
+LutContents MakeLut(const LutShape& shape, int axes = 3);
 
 enum class CurveLayout {
     Aligned,  ///< 12 + 2n bytes a curve, up to a multiple of 4, as the format wants
@@ -100,9 +100,9 @@ struct CurvedLutSpec {
 
 /// The same table with A curves for the input and B curves for the output side. Made from a table whose grid has as
 /// many axes as inputs.
-CurvedLutSpec Curved(const LutSpec& lut, CurveLayout layout);
+CurvedLutSpec Curved(const LutContents& lut, CurveLayout layout);
 
-Bytes EncodeMft2(const LutSpec& lut);
+Bytes EncodeMft2(const LutContents& lut);
 Bytes EncodeCurved(const CurvedLutSpec& lut);
 
 /// Name and block of each tag, in file order.
@@ -114,7 +114,7 @@ public:
     ProfileBuilder();
     /// A big-endian word of the header.
     ProfileBuilder& HeaderWord(std::size_t offset, std::uint32_t word);
-    ProfileBuilder& Mft2(std::string_view name, const LutSpec& lut) { return Raw(name, EncodeMft2(lut)); }
+    ProfileBuilder& Mft2(std::string_view name, const LutContents& lut) { return Raw(name, EncodeMft2(lut)); }
     ProfileBuilder& MftAB(std::string_view name, const CurvedLutSpec& lut) { return Raw(name, EncodeCurved(lut)); }
     /// The three words as they are to stand in the file: fixed point, 16 bits of fraction.
     ProfileBuilder& Xyz(std::string_view name, std::uint32_t x, std::uint32_t y, std::uint32_t z);

@@ -16,8 +16,8 @@ bool HasNone(const CLut16Type& lut) {
 
 TEST(Lut16, TakesEveryFieldFromItsPlace) {
     CLut16Type lut;
-    const MftSpec spec{.in = 3, .out = 2, .points = 4, .inEntries = 5, .outEntries = 7};
-    EXPECT_EQ(Load(lut, "A2B0", spec.Done()), 52U + 2 * (15 + 128 + 14));
+    const MftSpec contents{.in = 3, .out = 2, .points = 4, .inEntries = 5, .outEntries = 7};
+    EXPECT_EQ(Load(lut, "A2B0", contents.Done()), 52U + 2 * (15 + 128 + 14));
     EXPECT_EQ(lut.inputChan, 3);
     EXPECT_EQ(lut.outputChan, 2);
     EXPECT_EQ(lut.clutPoints, 4);
@@ -28,7 +28,7 @@ TEST(Lut16, TakesEveryFieldFromItsPlace) {
     EXPECT_EQ(lut.outputEnt, 7);
     EXPECT_EQ(lut.reserved, 0U);
     EXPECT_EQ(static_cast<std::uint32_t>(lut.sig), Word("mft2"));
-    EXPECT_EQ(DataOf(lut), spec.Done());
+    EXPECT_EQ(DataOf(lut), contents.Done());
 }
 
 TEST(Lut16, TakesItsCountsAsTwoBytes) {
@@ -60,7 +60,7 @@ TEST(Lut16, CarriesTablesOfTwoEntriesAsTheyAre) {
 
 struct Shape {
     const char* name;
-    MftSpec spec;
+    MftSpec contents;
     std::size_t input, grid, output;  ///< entries, by hand
 };
 const Shape kShapes[] = {
@@ -81,7 +81,7 @@ class Lut16Shape : public testing::TestWithParam<Shape> {};
 TEST_P(Lut16Shape, LaysInputGridAndOutputBehindOneAnother) {
     const Shape& shape = GetParam();
     CLut16Type lut;
-    EXPECT_EQ(Load(lut, "A2B0", shape.spec.Done()), 52 + 2 * (shape.input + shape.grid + shape.output));
+    EXPECT_EQ(Load(lut, "A2B0", shape.contents.Done()), 52 + 2 * (shape.input + shape.grid + shape.output));
     ASSERT_FALSE(lut.inputTable == nullptr || lut.clutTable == nullptr || lut.outputTable == nullptr);
     EXPECT_EQ(ValuesOf(lut.inputTable, 0, shape.input), NthFrom(0, shape.input));
     EXPECT_EQ(ValuesOf(lut.clutTable, 0, shape.grid), NthFrom(shape.input, shape.grid));
@@ -91,7 +91,7 @@ TEST_P(Lut16Shape, LaysInputGridAndOutputBehindOneAnother) {
 TEST_P(Lut16Shape, HasEightSpareEntriesOfZeroBehindEveryTable) {
     const Shape& shape = GetParam();
     CLut16Type lut;
-    Load(lut, "A2B0", ByteWriter().Append(shape.spec.Done()).Fill(40, 0xff).Done());
+    Load(lut, "A2B0", ByteWriter().Append(shape.contents.Done()).Fill(40, 0xff).Done());
     EXPECT_EQ(ValuesOf(lut.inputTable, shape.input, 8), Entries(8));
     EXPECT_EQ(ValuesOf(lut.clutTable, shape.grid, 8), Entries(8));
     EXPECT_EQ(ValuesOf(lut.outputTable, shape.output, 8), Entries(8));
@@ -99,18 +99,18 @@ TEST_P(Lut16Shape, HasEightSpareEntriesOfZeroBehindEveryTable) {
 
 TEST_P(Lut16Shape, NeedsABlockThatHoldsAllThreeTables) {
     const Shape& shape = GetParam();
-    const Bytes whole = shape.spec.Done();
+    const Bytes whole = shape.contents.Done();
     const std::size_t need = 52 + 2 * (shape.input + shape.grid + shape.output);
     for (const std::size_t size : {std::size_t{52}, std::size_t{53}, need - 2, need - 1}) {
         CLut16Type lut;
         EXPECT_EQ(Load(lut, "A2B0", Cut(whole, size)), size);
         EXPECT_TRUE(HasNone(lut)) << size;
         EXPECT_FALSE(lut.Usable());
-        EXPECT_EQ(lut.inputChan, shape.spec.in);
-        EXPECT_EQ(lut.outputChan, shape.spec.out);
-        EXPECT_EQ(lut.clutPoints, shape.spec.points);
-        EXPECT_EQ(lut.inputEnt, shape.spec.inEntries);
-        EXPECT_EQ(lut.outputEnt, shape.spec.outEntries);
+        EXPECT_EQ(lut.inputChan, shape.contents.in);
+        EXPECT_EQ(lut.outputChan, shape.contents.out);
+        EXPECT_EQ(lut.clutPoints, shape.contents.points);
+        EXPECT_EQ(lut.inputEnt, shape.contents.inEntries);
+        EXPECT_EQ(lut.outputEnt, shape.contents.outEntries);
         EXPECT_EQ(lut.matrix[8], 0xfff01234U + 8 * 0x01020304U);
     }
     for (const std::size_t size : {need, need + 1, need + 2, need + 100}) {
@@ -173,7 +173,7 @@ TEST(Lut16, TakesFieldsBeyondItsBlockForZero) {
 
 TEST(Lut16, CountsWideEnoughForTheLargestTables) {
     // each pair of numbers: bytes that the tables ask for, and what 32 bits would make of them
-    for (const MftSpec& spec : {
+    for (const MftSpec& contents : {
              MftSpec{.in = 255, .out = 255, .points = 255, .inEntries = 65535, .outEntries = 65535, .values = 0},
              MftSpec{
                  .in = 1, .out = 255, .points = 203, .inEntries = 128, .outEntries = 56077, .values = 0},  // 2^32, 0
@@ -181,10 +181,10 @@ TEST(Lut16, CountsWideEnoughForTheLargestTables) {
              MftSpec{.in = 255, .out = 0, .points = 255, .inEntries = 65535, .outEntries = 65535, .values = 0},
          }) {
         CLut16Type lut;
-        EXPECT_EQ(Load(lut, "A2B0", Cut(spec.Done(), 200)), 200U);
+        EXPECT_EQ(Load(lut, "A2B0", Cut(contents.Done(), 200)), 200U);
         EXPECT_TRUE(HasNone(lut));
-        EXPECT_EQ(lut.inputEnt, spec.inEntries);
-        EXPECT_EQ(lut.outputEnt, spec.outEntries);
+        EXPECT_EQ(lut.inputEnt, contents.inEntries);
+        EXPECT_EQ(lut.outputEnt, contents.outEntries);
     }
 }
 

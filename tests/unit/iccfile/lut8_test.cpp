@@ -16,9 +16,9 @@ bool HasNone(const CLut8Type& lut) {
 
 TEST(Lut8, TakesEveryFieldFromItsPlace) {
     CLut8Type lut;
-    const MftSpec spec{
+    const MftSpec contents{
         .type = "mft1", .in = 3, .out = 2, .points = 4, .inEntries = 0x0105, .outEntries = 0x0207, .width = 1};
-    EXPECT_EQ(Load(lut, "A2B0", spec.Done()), 52U + 783 + 128 + 1038);
+    EXPECT_EQ(Load(lut, "A2B0", contents.Done()), 52U + 783 + 128 + 1038);
     EXPECT_EQ(lut.inputChan, 3);
     EXPECT_EQ(lut.outputChan, 2);
     EXPECT_EQ(lut.clutPoints, 4);
@@ -31,7 +31,7 @@ TEST(Lut8, TakesEveryFieldFromItsPlace) {
     EXPECT_EQ(ValuesOf(lut.outputTable, 0, 1038), NthFrom(783 + 128, 1038, 1));
     EXPECT_EQ(static_cast<std::uint32_t>(lut.sig), Word("mft1"));
     EXPECT_EQ(lut.reserved, 0U);
-    EXPECT_EQ(DataOf(lut), spec.Done());
+    EXPECT_EQ(DataOf(lut), contents.Done());
 }
 
 TEST(Lut8, OfFourChannelsTakesOneCubeAndTheOutputFromBehindIt) {
@@ -51,11 +51,11 @@ TEST(Lut8, OfFourChannelsTakesOneCubeAndTheOutputFromBehindIt) {
 }
 
 TEST(Lut8, NeedsABlockThatHoldsAllThreeTables) {
-    const MftSpec spec{.type = "mft1", .inEntries = 3, .outEntries = 5, .width = 1};
+    const MftSpec contents{.type = "mft1", .inEntries = 3, .outEntries = 5, .width = 1};
     constexpr std::size_t kNeed = 52 + 9 + 24 + 15;
     for (const std::size_t size : {std::size_t{52}, kNeed - 1, kNeed, kNeed + 1}) {
         CLut8Type lut;
-        EXPECT_EQ(Load(lut, "A2B0", Cut(spec.Done(), size)), size);
+        EXPECT_EQ(Load(lut, "A2B0", Cut(contents.Done(), size)), size);
         EXPECT_EQ(HasNone(lut), size < kNeed) << size;
         EXPECT_EQ(lut.inputTable == nullptr, lut.clutTable == nullptr);
         EXPECT_EQ(lut.outputTable == nullptr, lut.clutTable == nullptr);
@@ -70,8 +70,8 @@ TEST(Lut8, NeedsABlockThatHoldsAllThreeTables) {
 
 TEST(Lut8, HasEightSpareBytesOfZeroBehindEveryTable) {
     CLut8Type lut;
-    const MftSpec spec{.type = "mft1", .inEntries = 3, .outEntries = 5, .width = 1};
-    Load(lut, "A2B0", ByteWriter().Append(spec.Done()).Fill(40, 0xff).Done());
+    const MftSpec contents{.type = "mft1", .inEntries = 3, .outEntries = 5, .width = 1};
+    Load(lut, "A2B0", ByteWriter().Append(contents.Done()).Fill(40, 0xff).Done());
     EXPECT_EQ(ValuesOf(lut.inputTable, 9, 8), Entries(8));
     EXPECT_EQ(ValuesOf(lut.clutTable, 24, 8), Entries(8));
     EXPECT_EQ(ValuesOf(lut.outputTable, 15, 8), Entries(8));
@@ -128,14 +128,14 @@ TEST(Lut8, TakesFieldsBeyondItsBlockForZero) {
 }
 
 TEST(Lut8, CountsWideEnoughForTheLargestTables) {
-    for (const MftSpec& spec :
+    for (const MftSpec& contents :
          {MftSpec{
               .in = 255, .out = 255, .points = 255, .inEntries = 65535, .outEntries = 65535, .width = 1, .values = 0},
           // 2 to the power of 31 bytes, negative as an int
           MftSpec{
               .in = 1, .out = 255, .points = 203, .inEntries = 128, .outEntries = 56077, .width = 1, .values = 0}}) {
         CLut8Type lut;
-        EXPECT_EQ(Load(lut, "A2B0", Cut(spec.Done(), 200)), 200U);
+        EXPECT_EQ(Load(lut, "A2B0", Cut(contents.Done(), 200)), 200U);
         EXPECT_TRUE(HasNone(lut));
     }
 }

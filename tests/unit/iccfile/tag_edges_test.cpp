@@ -217,9 +217,9 @@ struct CurvedSpec {
 };
 
 /// Block of "mAB " with curves laid out as they are stepped through.
-Bytes CurvedBlock(const CurvedSpec& spec) {
+Bytes CurvedBlock(const CurvedSpec& contents) {
     ByteWriter block;
-    block.Text(spec.type).Big32(0).U8(spec.in).U8(spec.out).U8(1).U8(2).Fill(20);
+    block.Text(contents.type).Big32(0).U8(contents.in).U8(contents.out).U8(1).U8(2).Fill(20);
     const auto curves = [&](const std::vector<unsigned>& entries, std::size_t place, unsigned base) {
         if (entries.empty()) return;
         block.PatchBig32(place, static_cast<std::uint32_t>(block.Size()));
@@ -230,16 +230,16 @@ Bytes CurvedBlock(const CurvedSpec& spec) {
             base += 1000;
         }
     };
-    curves(spec.b, 12, 10000);
-    if (spec.grid) {
+    curves(contents.b, 12, 10000);
+    if (contents.grid) {
         block.PatchBig32(24, static_cast<std::uint32_t>(block.Size()));
-        for (unsigned i = 0; i < 16; ++i) block.U8(i < spec.in ? spec.points : 0);
-        block.U8(spec.precision).U8(3).U8(4).U8(5);
+        for (unsigned i = 0; i < 16; ++i) block.U8(i < contents.in ? contents.points : 0);
+        block.U8(contents.precision).U8(3).U8(4).U8(5);
         unsigned nodes = 1;
-        for (unsigned i = 0; i < spec.in; ++i) nodes *= spec.points;
-        for (unsigned i = 0; i < nodes * spec.out * spec.precision; ++i) block.U8(i & 0xffU);
+        for (unsigned i = 0; i < contents.in; ++i) nodes *= contents.points;
+        for (unsigned i = 0; i < nodes * contents.out * contents.precision; ++i) block.U8(i & 0xffU);
     }
-    curves(spec.a, 28, 20000);
+    curves(contents.a, 28, 20000);
     return block.Done();
 }
 
@@ -280,7 +280,7 @@ TEST(CurvedTableEdges, TheReverseTagTakesItsSidesTheOtherWayRound) {
 TEST(CurvedTableEdges, WhatCannotBeConvertedHasNoTables) {
     struct Row {
         const char* why;
-        CurvedSpec spec;
+        CurvedSpec contents;
         bool usable;
     };
     const Row rows[] = {
@@ -300,7 +300,7 @@ TEST(CurvedTableEdges, WhatCannotBeConvertedHasNoTables) {
     };
     for (const Row& row : rows) {
         CLut source;
-        Load(source, "A2B0", CurvedBlock(row.spec));
+        Load(source, "A2B0", CurvedBlock(row.contents));
         EXPECT_EQ(CLut16Type(&source).Usable(), row.usable) << row.why;
     }
     EXPECT_FALSE(CLut16Type(static_cast<CLut*>(nullptr)).Usable());
