@@ -1,0 +1,365 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Many files: folders, lists, shards, broken files among good ones, resuming, and what is said about it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <thread>
+
+#include "Command.h"
+#include "Picture.h"
+
+namespace hueweave::test {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+namespace fs = std::filesystem;
+
+class BatchTest : public testing::Test {
+protected:
+    BatchTest() {
+        fs::create_directories(scans_ + "/deep");
+        Shell("tiffcp -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/a.tif"));
+        Shell("tiffcp -c lzw " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/b.TIFF"));
+        Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
+        WriteBytes(scans_ + "/notes.txt", "no image");
+    }
+    Outcome Convert(std::vector<std::string> more) const {
+        std::vector<std::string> words{"convert", "--profile", Input("scanner.icc")};
+        words.insert(words.end(), more.begin(), more.end());
+        return Hueweave(words);
+    }
+    std::set<std::string> Outputs() const {
+        std::set<std::string> names;
+        if (!Exists(out_)) return names;
+        for (const auto& entry : fs::recursive_directory_iterator(out_)) {
+            if (entry.is_regular_file() && entry.path().filename() != ".hueweave.jsonl") {
+                names.insert(entry.path().lexically_relative(out_));
+            }
+        }
+        return names;
+    }
+    Folder folder_;
+    std::string scans_ = folder_ / "scans", out_ = folder_ / "converted";
+};
+
+TEST_F(BatchTest, AFolderIsConvertedWithItsSubfolders) {
+    const Outcome run = Convert({scans_, "-o", out_});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF", "deep/a.tif"}));
+    EXPECT_THAT(run.err, HasSubstr("3 converted, in "));
+    EXPECT_EQ(run.out, "");
+    const Picture before = ReadPictures(scans_ + "/deep/a.tif")[0];
+    EXPECT_EQ(ByEngine(before, Input("scanner.icc"), 0, 8).values, ReadPictures(out_ + "/deep/a.tif")[0].values);
+}
+
+TEST_F(BatchTest, ResultsInsideTheFolderAreNoInputs) {
+    const std::string inside = scans_ + "/converted";
+    ASSERT_EQ(Convert({scans_, "-o", inside}).status, 0);
+    const Outcome again = Convert({scans_, "-o", inside, "--force"});
+    EXPECT_EQ(again.status, 0);
+    EXPECT_THAT(again.err, HasSubstr("3 converted"));
+}
+
+TEST_F(BatchTest, NothingInAFolderIsLeftOutUnsaid) {
+    const std::string elsewhere = folder_ / "elsewhere";
+    fs::create_directory(elsewhere);
+    fs::rename(scans_ + "/deep/a.tif", elsewhere + "/c.tif");
+    fs::create_directory_symlink(elsewhere, scans_ + "/linked");
+    fs::create_directory_symlink(scans_, scans_ + "/deep/round");
+    fs::create_symlink("nowhere.tif", scans_ + "/dangling.tif");
+    fs::create_directory(scans_ + "/shut");
+    fs::permissions(scans_ + "/shut", fs::perms::none);
+    const Outcome run = RunProgram(
+        {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), scans_, "-o", out_}, "", {}, HeedModes, {}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF", "linked/c.tif"})) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("scans/dangling.tif: cannot be read (No such file or directory)"));
+    EXPECT_THAT(run.err, HasSubstr("scans/shut: cannot be read (Permission denied); check its permissions"));
+    EXPECT_THAT(run.err, HasSubstr("3 converted, 2 refused"));
+    fs::permissions(scans_ + "/shut", fs::perms::owner_all);
+}
+
+TEST_F(BatchTest, BrokenFilesDoNotStopTheOthers) {
+    for (int i = 0; i < 12; ++i) fs::copy_file(scans_ + "/a.tif", scans_ + "/good" + std::to_string(i) + ".tif");
+    const std::string bytes = FileBytes(scans_ + "/a.tif");
+    for (int i = 0; i < 5; ++i) {
+        WriteBytes(scans_ + "/bad" + std::to_string(i) + ".tif",
+                   bytes.substr(0, bytes.size() / 6 * static_cast<size_t>(i)));
+    }
+    const Outcome run = Convert({scans_, "-o", out_, "-j", "8"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("15 converted, 5 refused, in "));
+    const auto names = Outputs();
+    EXPECT_EQ(names.size(), 15U);
+    for (const std::string& name : names) EXPECT_THAT(name, Not(HasSubstr("bad")));
+    const Picture wanted = ByEngine(ReadPictures(scans_ + "/a.tif")[0], Input("scanner.icc"), 0, 9);
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_EQ(ReadPictures(out_ + "/good" + std::to_string(i) + ".tif")[0].values, wanted.values);
+    }
+    for (const std::string& name : NamesIn(out_)) EXPECT_THAT(name, Not(HasSubstr(".tmp")));
+}
+
+TEST_F(BatchTest, OneRefusedInputOfOneGivesItsOwnStatus) {
+    EXPECT_EQ(Convert({scans_ + "/missing.tif", "-o", out_ + "/"}).status, 4);
+    EXPECT_EQ(Convert({scans_ + "/missing.tif", scans_ + "/a.tif", "-o", out_}).status, 1);
+    EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif"}));
+}
+
+TEST_F(BatchTest, ListsOfNamesEndInLinesOrZeros) {
+    const std::string list = folder_ / "list", odd = scans_ + "/new\nline.tif";
+    fs::copy_file(scans_ + "/a.tif", odd);
+    WriteBytes(list, scans_ + "/a.tif\n\n" + scans_ + "/b.TIFF\n");
+    EXPECT_EQ(Convert({"--files-from", list, "-o", out_}).status, 0);
+    EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF"}));
+    // Lines may end as on other systems; a list of nothing is no success.
+    WriteBytes(list, scans_ + "/a.tif\r\n");
+    EXPECT_EQ(Convert({"--files-from", list, "--force", "-o", out_}).status, 0);
+    WriteBytes(list, "\n");
+    const Outcome none = Convert({"--files-from", list, "-o", out_});
+    EXPECT_EQ(none.status, 4);
+    EXPECT_THAT(none.err, HasSubstr("names no files"));
+    const std::string line = "find " + Quoted(scans_) +
+                             " -maxdepth 1 -iname '*.tif*' -print0 | " HUEWEAVE_COMMAND " convert --profile " +
+                             Quoted(Input("scanner.icc")) + " --files-from - -0 --force -o " + Quoted(out_);
+    Shell(line);
+    EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF", "new\nline.tif"}));
+    // A name with a line break is shown on one line.
+    const Outcome run = Convert({odd, "-o", out_ + "/"});
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
+}
+
+TEST_F(BatchTest, TwoInputsForOneOutput) {
+    const Outcome run = Convert({scans_ + "/a.tif", scans_ + "/deep/a.tif", "-o", out_});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("rename one of them"));
+    EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif"}));
+}
+
+TEST_F(BatchTest, ShardsAreTheWholeAndShareNothing) {
+    for (int i = 0; i < 20; ++i) fs::copy_file(scans_ + "/b.TIFF", scans_ + "/n" + std::to_string(i) + ".tif");
+    std::set<std::string> all;
+    std::size_t sum = 0;
+    for (const char* shard : {"1/3", "2/3", "3/3"}) {
+        ASSERT_EQ(Convert({scans_, "-o", out_, "--shard", shard}).status, 0);
+        const auto names = Outputs();
+        EXPECT_GE(names.size(), 3U) << "a shard is far too small";
+        sum += names.size();
+        all.insert(names.begin(), names.end());
+        fs::remove_all(out_);
+    }
+    EXPECT_EQ(sum, 23U);
+    EXPECT_EQ(all.size(), 23U);
+}
+
+TEST_F(BatchTest, ResumeSkipsWhatIsDoneTheSameWayAndNothingElse) {
+    ASSERT_EQ(Convert({scans_, "-o", out_}).status, 0);
+    const auto again = [&](std::vector<std::string> more) {
+        std::vector<std::string> words{scans_, "-o", out_, "--resume"};
+        words.insert(words.end(), more.begin(), more.end());
+        return Convert(words);
+    };
+    Outcome run = again({});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("0 converted, 3 done already"));
+    // Another option, and a file that is there already.
+    run = again({"--intent", "relative"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("0 converted, 3 refused"));
+    run = again({"--intent", "relative", "--force"});
+    EXPECT_THAT(run.err, HasSubstr("3 converted"));
+    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("3 done already"));
+    // A source of the same size and time with another content.
+    std::string bytes = FileBytes(scans_ + "/deep/a.tif");
+    const auto time = fs::last_write_time(scans_ + "/deep/a.tif");
+    bytes[1000] = static_cast<char>(bytes[1000] + 1);
+    WriteBytes(scans_ + "/deep/a.tif", bytes);
+    fs::last_write_time(scans_ + "/deep/a.tif", time);
+    EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
+    // An output that is gone, or changed.
+    fs::remove(out_ + "/a.tif");
+    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("1 converted, 2 done already"));
+    WriteBytes(out_ + "/a.tif", "spoilt");
+    EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
+    // A record that was cut off counts for what is whole.
+    std::ofstream(out_ + "/.hueweave.jsonl", std::ios::app) << "{\"output\": \"a.t";
+    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("0 converted, 3 done already"));
+}
+
+TEST_F(BatchTest, ResumeAfterAKill) {
+    for (int i = 0; i < 30; ++i) fs::copy_file(scans_ + "/a.tif", scans_ + "/n" + std::to_string(i) + ".tif");
+    const std::vector<std::string> words{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"),
+                                         scans_,           "-o",      out_,        "--resume"};
+    for (int round = 0; round < 3; ++round) {
+        RunProgram({words, "", {}, {}, [](pid_t child) {
+                        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+                        kill(child, SIGKILL);
+                    }});
+    }
+    // What got its name but not its line in the record is there already.
+    auto last = words;
+    last.push_back("--force");
+    EXPECT_EQ(RunProgram({last, "", {}, {}, {}}).status, 0);
+    EXPECT_EQ(Outputs().size(), 33U);
+    const Picture wanted = ByEngine(ReadPictures(scans_ + "/a.tif")[0], Input("scanner.icc"), 0, 9);
+    for (int i = 0; i < 30; ++i)
+        EXPECT_EQ(ReadPictures(out_ + "/n" + std::to_string(i) + ".tif")[0].values, wanted.values);
+}
+
+TEST_F(BatchTest, JsonTellsOfEveryFile) {
+    WriteBytes(scans_ + "/bad.tif", "bad");
+    const Outcome run = Convert({scans_, "-o", out_, "--json", "--quiet"});
+    EXPECT_EQ(run.status, 1);
+    std::map<std::string, json> by;
+    for (const std::string& line : Lines(run.out)) {
+        const json told = json::parse(line);
+        by[told["source"]] = told;
+    }
+    ASSERT_EQ(by.size(), 4U);
+    EXPECT_EQ(by[scans_ + "/bad.tif"]["status"], "refused");
+    EXPECT_THAT(by[scans_ + "/bad.tif"]["reason"].get<std::string>(), HasSubstr("is not a TIFF file"));
+    for (const auto& [name, format] :
+         {std::pair{"/a.tif", "rgb:- | sha256sum"}, std::pair{"/b.TIFF", "rgb:- | sha256sum"}}) {
+        const json& told = by[scans_ + name];
+        EXPECT_EQ(told["status"], "converted");
+        EXPECT_EQ(told["output"], out_ + name);
+        EXPECT_EQ(told["profile"], Input("scanner.icc"));
+        EXPECT_EQ(told["intent"], "perceptual");
+        EXPECT_EQ(told["space"], "srgb");
+        EXPECT_EQ(told["pixels"], 210 * 238);
+        EXPECT_GT(told["seconds"], 0.0);
+        const std::string sum = Shell("convert-im6 " + Quoted(out_ + name) + " -endian LSB " + format);
+        EXPECT_EQ(told["sha256"], sum.substr(0, 64)) << name;
+        // Pixels with a sample at an end, counted by hand.
+        const Picture after = ReadPictures(out_ + name)[0];
+        const unsigned top = after.bits == 8 ? 255 : 65423;  // 16 bits: the curve of 65280
+        std::size_t clipped = 0;
+        for (std::size_t i = 0; i < after.values.size(); i += 3) {
+            bool any = false;
+            for (std::size_t c = 0; c < 3; ++c) any = any || after.values[i + c] == 0 || after.values[i + c] >= top;
+            clipped += any;
+        }
+        EXPECT_DOUBLE_EQ(told["clipped"], static_cast<double>(clipped) / (210 * 238));
+    }
+}
+
+TEST_F(BatchTest, TheSumOfPixelsDoesNotDependOnLayout) {
+    std::set<std::string> sums;
+    for (const char* recipe : {"tiffcp -s -c none -r 7", "tiffcp -B -s -c lzw:2 -r 16", "tiffcp -8 -s -c zip -r 238"}) {
+        const std::string in = folder_ / "kind.tif", out = folder_ / "out.tif";
+        Shell(std::string(recipe) + " " + Quoted(Input("photo-16.tif")) + " " + Quoted(in));
+        sums.insert(json::parse(Convert({in, "-o", out, "--force", "--json"}).out)["sha256"].get<std::string>());
+    }
+    EXPECT_EQ(sums.size(), 1U);
+}
+
+TEST_F(BatchTest, DryRunWritesNothingAndTellsWhatWouldHappen) {
+    WriteBytes(scans_ + "/bad.tif", "bad");
+    const Outcome run = Convert({scans_, "-o", out_, "--dry-run"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_FALSE(Exists(out_));
+    EXPECT_THAT(run.err,
+                HasSubstr("would convert " + scans_ + "/a.tif -> " + out_ + "/a.tif (srgb, perceptual, 16 bits, "));
+    EXPECT_THAT(run.err, HasSubstr("bad.tif: is not a TIFF file"));
+    EXPECT_THAT(run.err, HasSubstr("3 would be converted, 1 refused"));
+}
+
+TEST_F(BatchTest, QuietSaysNothingButRefusals) {
+    WriteBytes(scans_ + "/bad.tif", "bad");
+    const Outcome run = Convert({scans_, "-o", out_, "--quiet"});
+    EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("bad.tif: is not a TIFF file"));
+    EXPECT_EQ(run.out, "");
+}
+
+TEST_F(BatchTest, AwayFromATerminalLinesArePlain) {
+    const Outcome run = Convert({scans_, "-o", out_});
+    EXPECT_THAT(run.err, HasSubstr(scans_ + "/a.tif -> " + out_ + "/a.tif\n"));
+    EXPECT_THAT(run.err, Not(HasSubstr("\033")));
+    EXPECT_THAT(run.err, Not(HasSubstr("\r")));
+}
+
+TEST_F(BatchTest, OnATerminalProgressIsShown) {
+    WriteBytes(scans_ + "/bad.tif", "bad");
+    Shell("convert-im6 " + Quoted(scans_ + "/a.tif") + " -scale 3000x3000! -compress none " +
+          Quoted(scans_ + "/large.tif"));
+    const std::string command = std::string(HUEWEAVE_COMMAND) + " convert --profile " + Quoted(Input("scanner.icc")) +
+                                " -j 1 --force " + Quoted(scans_) + " -o " + Quoted(out_);
+    const auto terminal = [&](const std::string& before) {
+        const Outcome run =
+            RunProgram({{"script", "-qec", before + command, "/dev/null"}, "", {{"TERM", "xterm"}}, {}, {}});
+        EXPECT_EQ(run.status, 1);
+        return run.out;
+    };
+    const std::string coloured = terminal("");
+    EXPECT_THAT(coloured, HasSubstr("\r\033[K"));
+    EXPECT_THAT(coloured, testing::ContainsRegex("\\[[1-5]/5\\] .*%  total +[0-9]+%"));
+    EXPECT_THAT(coloured, HasSubstr("100%"));
+    EXPECT_THAT(coloured, HasSubstr("\033[31m"));
+    EXPECT_THAT(coloured, HasSubstr("4 converted, 1 refused"));
+    EXPECT_THAT(terminal("NO_COLOR=1 "), Not(HasSubstr("\033[31m")));
+    EXPECT_THAT(terminal("TERM=dumb "), Not(HasSubstr("\033")));
+}
+
+TEST_F(BatchTest, InPlaceConvertsAWholeFolder) {
+    const Picture before = ReadPictures(scans_ + "/a.tif")[0];
+    ASSERT_EQ(Convert({scans_, "--in-place"}).status, 0);
+    EXPECT_EQ(ByEngine(before, Input("scanner.icc"), 0, 9).values, ReadPictures(scans_ + "/a.tif")[0].values);
+    EXPECT_EQ(NamesIn(scans_), (std::vector<std::string>{"a.tif", "b.TIFF", "deep", "notes.txt"}));
+}
+
+TEST_F(BatchTest, InPlaceNothingIsConvertedTwice) {
+    const Picture before = ReadPictures(scans_ + "/a.tif")[0];
+    ASSERT_EQ(Convert({scans_ + "/a.tif", "--in-place"}).status, 0);
+    // As after a run that was stopped: one file is done, two are not.
+    const Outcome again = Convert({scans_, "--in-place"});
+    EXPECT_EQ(again.status, 0);
+    EXPECT_THAT(again.err, HasSubstr("a.tif is in srgb already, by its profile; --force converts it again"));
+    EXPECT_THAT(again.err, HasSubstr("2 converted, 1 done already"));
+    const Picture once = ByEngine(before, Input("scanner.icc"), 0, 9);
+    EXPECT_EQ(once.values, ReadPictures(scans_ + "/a.tif")[0].values);
+    // To another space, with a shift, or by force it is a conversion like any other.
+    ASSERT_EQ(Convert({scans_ + "/a.tif", "--in-place", "--force"}).status, 0);
+    const Picture twice = ByEngine(once, Input("scanner.icc"), 0, 9);
+    EXPECT_EQ(twice.values, ReadPictures(scans_ + "/a.tif")[0].values);
+    EXPECT_THAT(Convert({scans_ + "/a.tif", "--in-place", "--lightness", "1"}).err, Not(HasSubstr("already")));
+    EXPECT_THAT(Convert({scans_ + "/a.tif", "--in-place", "--to", "adobe-rgb"}).err, Not(HasSubstr("already")));
+}
+
+TEST_F(BatchTest, AnEmptyShardIsSaid) {
+    fs::create_directory(folder_ / "one");
+    fs::copy_file(scans_ + "/a.tif", folder_ / "one/a.tif");
+    std::multiset<std::string> said;
+    for (const char* shard : {"1/2", "2/2"}) {
+        const Outcome run = Convert({folder_ / "one", "-o", out_, "--shard", shard});
+        EXPECT_EQ(run.status, 0);
+        said.insert(Lines(run.err).back().substr(0, 11));
+    }
+    EXPECT_EQ(said, (std::multiset<std::string>{"0 converted", "1 converted"}));
+}
+
+TEST_F(BatchTest, HelpAndVersion) {
+    const Outcome help = Hueweave({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, HasSubstr("Examples:"));
+    EXPECT_THAT(help.out, HasSubstr("Exit status: 0 all done"));
+    for (const char* command : {"convert", "inspect", "bake", "verify", "spaces"}) {
+        EXPECT_THAT(help.out, HasSubstr(command));
+        EXPECT_EQ(Hueweave({command, "--help"}).status, 0);
+    }
+    const Outcome version = Hueweave({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.out, testing::MatchesRegex("hueweave [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,138 @@
+/* SPDX-License-Identifier: MIT
+ * Copyright (c) The Hueweave authors
+ *
+ * Preloaded into the command under test: makes calls of the system fail. HUEWEAVE_FAULT holds one fault or more,
+ * separated by commas, each as "call:n:errno": the n-th call from 1 on, or every one for n = 0. For an errno of 0 the
+ * call does half of what it was asked for. The calls are pread, pwrite, fsync, ftruncate, linkat, renameat2, lseek,
+ * memfd_create, pthread_create, and tmpfile, which is open with O_TMPFILE. The file that HUEWEAVE_FAULT_SEEN names is
+ * made when a fault with a number has struck.
+ */
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <stdarg.h>
+#include <stdatomic.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+/* The call at hand: -1 to let it pass, else the errno. */
+static int Fault(const char* call, atomic_int* count) {
+    const int now = atomic_fetch_add(count, 1) + 1;
+    const char* at = getenv("HUEWEAVE_FAULT");
+    while (at != NULL && *at != 0) {
+        char name[32];
+        int n = 0, error = 0;
+        if (sscanf(at, "%31[^:]:%d:%d", name, &n, &error) == 3 && strcmp(name, call) == 0 && (n == 0 || n == now)) {
+            const char* seen = getenv("HUEWEAVE_FAULT_SEEN");
+            if (n != 0 && seen != NULL && *seen != 0) fclose(fopen(seen, "w"));
+            return error;
+        }
+        at = strchr(at, ',');
+        if (at != NULL) ++at;
+    }
+    return -1;
+}
+
+static void* Next(const char* name) { return dlsym(RTLD_NEXT, name); }
+
+#define FAULT_OR_PASS(call)                \
+    static atomic_int count;               \
+    const int fault = Fault(call, &count); \
+    if (fault > 0) {                       \
+        errno = fault;                     \
+        return -1;                         \
+    }
+
+static ssize_t Read(const char* name, int file, void* data, size_t size, off_t at) {
+    FAULT_OR_PASS("pread")
+    ssize_t (*next)(int, void*, size_t, off_t) = (ssize_t(*)(int, void*, size_t, off_t))Next(name);
+    return next(file, data, fault == 0 ? (size + 1) / 2 : size, at);
+}
+ssize_t pread(int file, void* data, size_t size, off_t at) { return Read("pread", file, data, size, at); }
+ssize_t pread64(int file, void* data, size_t size, off_t at) { return Read("pread64", file, data, size, at); }
+
+static ssize_t Write(const char* name, int file, const void* data, size_t size, off_t at) {
+    FAULT_OR_PASS("pwrite")
+    ssize_t (*next)(int, const void*, size_t, off_t) = (ssize_t(*)(int, const void*, size_t, off_t))Next(name);
+    return next(file, data, fault == 0 ? (size + 1) / 2 : size, at);
+}
+ssize_t pwrite(int file, const void* data, size_t size, off_t at) { return Write("pwrite", file, data, size, at); }
+ssize_t pwrite64(int file, const void* data, size_t size, off_t at) { return Write("pwrite64", file, data, size, at); }
+
+static int Open(const char* name, const char* path, int flags, mode_t mode) {
+    if ((flags & O_TMPFILE) == O_TMPFILE) {
+        FAULT_OR_PASS("tmpfile")
+    }
+    int (*next)(const char*, int, ...) = (int (*)(const char*, int, ...))Next(name);
+    return next(path, flags, mode);
+}
+int open(const char* path, int flags, ...) {
+    va_list list;
+    va_start(list, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0;
+    va_end(list);
+    return Open("open", path, flags, mode);
+}
+int open64(const char* path, int flags, ...) {
+    va_list list;
+    va_start(list, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0;
+    va_end(list);
+    return Open("open64", path, flags, mode);
+}
+
+int fsync(int file) {
+    FAULT_OR_PASS("fsync")
+    int (*next)(int) = (int (*)(int))Next("fsync");
+    return next(file);
+}
+
+int ftruncate(int file, off_t size) {
+    FAULT_OR_PASS("ftruncate")
+    int (*next)(int, off_t) = (int (*)(int, off_t))Next("ftruncate");
+    return next(file, size);
+}
+int ftruncate64(int file, off_t size) { return ftruncate(file, size); }
+
+off_t lseek(int file, off_t at, int from) {
+    if (from == SEEK_DATA || from == SEEK_HOLE) {
+        FAULT_OR_PASS("lseek")
+    }
+    off_t (*next)(int, off_t, int) = (off_t(*)(int, off_t, int))Next("lseek");
+    return next(file, at, from);
+}
+off_t lseek64(int file, off_t at, int from) { return lseek(file, at, from); }
+
+int memfd_create(const char* name, unsigned flags) {
+    FAULT_OR_PASS("memfd_create")
+    int (*next)(const char*, unsigned) = (int (*)(const char*, unsigned))Next("memfd_create");
+    return next(name, flags);
+}
+
+int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) {
+    FAULT_OR_PASS("linkat")
+    int (*next)(int, const char*, int, const char*, int) =
+        (int (*)(int, const char*, int, const char*, int))Next("linkat");
+    return next(fromFolder, from, toFolder, to, flags);
+}
+
+int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {
+    FAULT_OR_PASS("renameat2")
+    int (*next)(int, const char*, int, const char*, unsigned) =
+        (int (*)(int, const char*, int, const char*, unsigned))Next("renameat2");
+    return next(fromFolder, from, toFolder, to, flags);
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*what)(void*), void* with) {
+    static atomic_int count;
+    const int fault = Fault("pthread_create", &count);
+    if (fault > 0) return fault;
+    int (*next)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) =
+        (int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*))Next("pthread_create");
+    return next(thread, how, what, with);
+}

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Every call of the system fails in turn. Whatever the call, the file that stood there stays, or the new one is whole.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "Command.h"
+#include "Picture.h"
+
+namespace hueweave::test {
+namespace {
+
+struct Row {
+    const char* name;
+    const char* call;
+    int error;
+    int status;             ///< 0 where the command goes on in another way
+    const char* also = "";  ///< what fails beside it, each time
+};
+void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+
+constexpr const char* kNoUnnamed = "tmpfile:0:95,";  ///< a file system without files that have no name
+
+const Row kRows[] = {
+    {"FullDisk", "pwrite", ENOSPC, 5},
+    {"FullDiskNamed", "pwrite", ENOSPC, 5, kNoUnnamed},
+    {"Quota", "pwrite", EDQUOT, 5},
+    {"BadDisk", "pwrite", EIO, 5},
+    {"BadSource", "pread", EIO, 4},
+    {"InterruptedRead", "pread", EINTR, 0},
+    {"InterruptedWrite", "pwrite", EINTR, 0},
+    {"ShortRead", "pread", 0, 0},
+    {"ShortWrite", "pwrite", 0, 0},
+    {"NoTruncation", "ftruncate", EIO, 5},
+    {"NoUnnamedFiles", "tmpfile", EOPNOTSUPP, 0},
+    {"NoRights", "tmpfile", EACCES, 5},
+    {"NoLink", "linkat", ENOENT, 5},
+    {"NoRename", "renameat2", EIO, 5, kNoUnnamed},
+    {"NoSeekForHoles", "lseek", EINVAL, 0},
+};
+
+class FaultTest : public testing::TestWithParam<Row> {
+protected:
+    FaultTest() { Shell("tiffcp -s -c zip -r 120 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_)); }
+    /// Runs it with the n-th call failing.
+    Outcome Convert(int n, std::vector<std::string> more) {
+        std::vector<std::string> words{HUEWEAVE_COMMAND, "convert", "-j", "2", "--profile", Input("scanner.icc"), in_};
+        words.insert(words.end(), more.begin(), more.end());
+        const std::string fault = std::string(GetParam().also) + GetParam().call + ":" + std::to_string(n) + ":" +
+                                  std::to_string(GetParam().error);
+        std::filesystem::remove(seen_);
+        return RunProgram({std::move(words), "", Faults(fault, seen_), {}, {}});
+    }
+    Folder folder_, other_;
+    std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif", seen_ = other_ / "seen";
+};
+
+TEST_P(FaultTest, TheOldFileOrTheNewOneWhateverFails) {
+    const Picture before = ReadPictures(in_)[0];
+    const auto wanted = ByEngine(before, Input("scanner.icc"), 0, 8).values;
+    const std::string source = FileBytes(in_);
+    int struck = 0, failed = 0;
+    for (const bool force : {false, true}) {
+        for (int n = 1;; ++n) {
+            ASSERT_LT(n, 500);
+            std::filesystem::remove(out_);
+            if (force) WriteBytes(out_, "precious");
+            const Outcome run = force ? Convert(n, {"-o", out_, "--force"}) : Convert(n, {"-o", out_});
+            if (run.status == 0) {
+                EXPECT_EQ(ReadPictures(out_)[0].values, wanted) << n;
+                EXPECT_EQ(NamesIn(folder_.path()), (std::vector<std::string>{"in.tif", "out.tif"}));
+            } else {
+                ++failed;
+                // The first reads are those of the profile.
+                EXPECT_THAT(run.status, testing::AnyOf(GetParam().status, GetParam().status == 4 ? 3 : 5)) << run.err;
+                EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
+                EXPECT_EQ(Exists(out_), force);
+                if (force) {
+                    EXPECT_EQ(FileBytes(out_), "precious");
+                }
+                EXPECT_EQ(NamesIn(folder_.path()).size(), force ? 2U : 1U);
+            }
+            EXPECT_EQ(FileBytes(in_), source);
+            if (!Exists(seen_)) break;
+            ++struck;
+            EXPECT_EQ(run.status == 0, GetParam().status == 0) << n << run.err;
+        }
+    }
+    EXPECT_GT(struck, 0);
+    EXPECT_EQ(failed > 0, GetParam().status != 0);
+}
+
+TEST_P(FaultTest, InPlaceTooTheOldFileStays) {
+    const std::string source = FileBytes(in_);
+    const Outcome run = Convert(1, {"--in-place"});
+    ASSERT_TRUE(Exists(seen_));
+    EXPECT_EQ(FileBytes(in_) == source, run.status != 0) << run.err;
+    EXPECT_EQ(NamesIn(folder_.path()), (std::vector<std::string>{"in.tif"}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, FaultTest, testing::ValuesIn(kRows),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+class NamedTest : public testing::Test {};
+
+TEST_F(NamedTest, SignalsLeaveNoTemporaryWhereFilesWantAName) {
+    const Folder folder;
+    const std::string large = folder / "large.tif", out = folder / "out.tif";
+    Shell("convert-im6 " + Quoted(Input("photo-16.tif")) +
+          " -scale 4000x3000! -compress zip -define tiff:rows-per-strip=64 " + Quoted(large));
+    int ended = 0;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        for (const int delay : {20, 40, 80}) {
+            const Outcome run = RunProgram(
+                {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), large, "-o", out, "--force"},
+                 "",
+                 Faults("tmpfile:0:95"),
+                 {},
+                 [&](pid_t child) {
+                     std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+                     kill(child, signal);
+                 }});
+            ended += run.signal == signal;
+            std::filesystem::remove(out);
+            EXPECT_EQ(NamesIn(folder.path()), (std::vector<std::string>{"large.tif"}));
+        }
+    }
+    EXPECT_GT(ended, 0);
+}
+
+}  // namespace
+}  // namespace hueweave::test

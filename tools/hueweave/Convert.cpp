@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// The subcommand "convert": many files on several threads.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "Commands.h"
+#include "FileJob.h"
+#include "Signals.h"
+#include "WorkUnits.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// Hands out files, and threads among them: files side by side as long as there are enough, and what is left over
+/// goes to the blocks of each.
+class Batch {
+public:
+    Batch(Session& session, unsigned threads) : session_(session), threads_(threads) {}
+
+    Exit Run() {
+        const std::size_t files = session_.list.items.size();
+        const unsigned runners = static_cast<unsigned>(std::clamp<std::size_t>(files, 1, threads_));
+        std::vector<std::thread> helpers;
+        StartThreads(helpers, runners - 1, [this] { Loop(); });
+        Loop();
+        for (std::thread& helper : helpers) helper.join();
+        if (interrupted_) throw Interrupted();
+        Summarise();
+        if (failed_ == 0) return Exit::Done;
+        return session_.list.single ? lastFailure_ : Exit::SomeFailed;
+    }
+
+private:
+    void Loop() {
+        for (;;) {
+            const Item* item = nullptr;
+            unsigned threads = 0;
+            {
+                const std::lock_guard lock(mutex_);
+                if (interrupted_ || next_ == session_.list.items.size()) return;
+                item = &session_.list.items[next_++];
+                const std::size_t waiting = session_.list.items.size() - next_;
+                threads = std::max(1U, (threads_ - std::min(used_, threads_)) / static_cast<unsigned>(waiting + 1));
+                used_ += threads;
+            }
+            RunFile(*item, threads);
+            const std::lock_guard lock(mutex_);
+            used_ -= threads;
+        }
+    }
+
+    void RunFile(const Item& item, unsigned threads) {
+        const std::string name = item.source == "-" ? "standard input" : item.source;
+        Exit failure = Exit::Done;
+        std::string line;
+        try {
+            const Outcome outcome = FileJob(session_, item, threads).Run();
+            session_.report.EndFile(name);
+            const std::lock_guard lock(mutex_);
+            ++counts_[static_cast<std::size_t>(outcome)];
+            return;
+        } catch (const Interrupted&) {
+            const std::lock_guard lock(mutex_);
+            interrupted_ = true;
+            return;
+        } catch (const Refusal& refusal) {
+            failure = refusal.status();
+            line = refusal.what();
+        } catch (const std::bad_alloc&) {
+            failure = Exit::Input;
+            line = name + ": needs more memory than there is; lower -j";
+        }
+        session_.report.EndFile(name);
+        session_.report.Refused(line);
+        const nlohmann::ordered_json json{
+            {"status", "refused"}, {"source", item.source}, {"output", item.output}, {"reason", line}};
+        session_.report.Json(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        const std::lock_guard lock(mutex_);
+        ++failed_;
+        lastFailure_ = failure;
+    }
+
+    void Summarise() {
+        if (session_.list.single) return;
+        std::string text = fmt::format("{} {}", counts_[0] + counts_[2],
+                                       session_.arguments.dryRun ? "would be converted" : "converted");
+        if (counts_[1] > 0) text += fmt::format(", {} done already", counts_[1]);
+        if (failed_ > 0) text += fmt::format(", {} refused", failed_);
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
+        session_.report.Line(fmt::format("{}, in {:.1f} s", text, seconds));
+    }
+
+    Session& session_;
+    unsigned threads_;
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+    std::mutex mutex_;
+    std::size_t next_ = 0;
+    unsigned used_ = 0;
+    std::size_t counts_[3] = {}, failed_ = 0;
+    Exit lastFailure_ = Exit::Done;
+    bool interrupted_ = false;
+};
+
+std::uint64_t TotalSize(const InputList& list) {
+    std::uint64_t total = 0;
+    for (const Item& item : list.items) {
+        struct stat status {};
+        if (::stat(item.source.c_str(), &status) == 0) total += static_cast<std::uint64_t>(status.st_size);
+    }
+    return total;
+}
+
+}  // namespace
+
+Exit Convert(const ConvertArguments& arguments) {
+    Report report(arguments.quiet, arguments.json);
+    std::optional<DeviceProfile> profile;
+    if (arguments.profile) profile = LoadProfile(*arguments.profile);
+    const InputList list = ListInputs(arguments);
+    ProfileCache cache(arguments.rendering);
+    std::optional<ResumeRecord> record;
+    if (!list.folder.empty() && !arguments.dryRun) record.emplace(list.folder);
+    if (arguments.dryRun && arguments.resume) record.emplace(list.folder);
+    Session session{arguments, list, report, cache, record ? &*record : nullptr, std::move(profile)};
+    report.Begin(list.items.size(), TotalSize(list));
+    const unsigned all = std::max(1U, std::thread::hardware_concurrency());
+    const Exit result = Batch(session, arguments.jobs != 0 ? arguments.jobs : all).Run();
+    if (!report.Close()) {
+        throw Refusal(Exit::Output, "standard output", "cannot be written", "write the JSON lines to a file");
+    }
+    return result;
+}
+
+}  // namespace hueweave::tool

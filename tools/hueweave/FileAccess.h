@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace hueweave::tool {
+
+using Bytes = std::vector<unsigned char>;
+
+/// A range of a file: `size` bytes from `offset`.
+struct Extent {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+    std::uint64_t End() const { return offset + size; }
+};
+
+/// An open file that is read and written by position, so that threads can share it. Owns the descriptor.
+class FileAccess {
+public:
+    FileAccess() = default;
+    FileAccess(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {}
+    FileAccess(FileAccess&& other) noexcept { *this = std::move(other); }
+    FileAccess& operator=(FileAccess&& other) noexcept;
+    ~FileAccess() { Close(); }
+
+    /// Opens a regular file for reading; refuses anything else.
+    static FileAccess OpenInput(const std::string& path);
+    /// An unnamed file in the folder of temporary files.
+    static FileAccess Scratch(const std::string& folder, const std::string& name);
+
+    int descriptor() const { return descriptor_; }
+    const std::string& name() const { return name_; }
+    struct stat Status() const;
+    std::uint64_t Size() const { return static_cast<std::uint64_t>(Status().st_size); }
+
+    /// Reads exactly `size` bytes; a shorter file or an error is refused as an input.
+    void Read(std::uint64_t offset, void* data, std::size_t size) const;
+    Bytes Read(Extent extent) const;
+    /// Writes all of it; an error (a full disk) is refused as an output.
+    void Write(std::uint64_t offset, const void* data, std::size_t size) const;
+    void Write(std::uint64_t offset, const Bytes& data) const { Write(offset, data.data(), data.size()); }
+    void Resize(std::uint64_t size) const;
+    void Close();
+    int Release() { return std::exchange(descriptor_, -1); }
+
+private:
+    int descriptor_ = -1;
+    std::string name_;
+};
+
+/// Copies a range between files; holes of the source stay holes.
+void CopyRange(const FileAccess& from, Extent range, const FileAccess& to, std::uint64_t target);
+
+/// Refuses an output that cannot be written, with what helps against that error number.
+[[noreturn]] void RefuseWrite(const std::string& name, int error);
+/// The folder in which a path stands.
+std::string FolderOf(const std::string& path);
+/// The text of an error number, for a reason.
+std::string ErrorText(int error);
+
+}  // namespace hueweave::tool

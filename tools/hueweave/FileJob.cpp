@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "FileJob.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string_view>
+
+#include "Refusal.h"
+#include "Sha256.h"
+#include "Signals.h"
+#include "StandardStreams.h"
+
+namespace hueweave::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What the process needs beside the buffers of the pixels.
+constexpr std::uint64_t kOwnMemory = std::uint64_t{24} << 20;
+
+}  // namespace
+
+/// Kept until the file is done: a refusal is to be one line.
+void FileJob::Note(const std::string& text) { notes_.push_back(name_ + ": " + text); }
+
+void FileJob::TellNotes() {
+    for (const std::string& note : notes_) session_.report.Note(note);
+}
+
+void FileJob::Open() {
+    name_ = item_.source == "-" ? "standard input" : item_.source;
+    source_ = item_.source == "-" ? SpoolStandardInput() : FileAccess::OpenInput(item_.source);
+}
+
+void FileJob::CheckOutput() {
+    if (item_.output == "-") {
+        if (::isatty(STDOUT_FILENO) == 0) return;
+        throw Refusal(Exit::Output, "standard output", "is a terminal", "write to a file with -o, or into a pipe");
+    }
+    struct stat target {};
+    if (!arguments_.inPlace && ::stat(item_.output.c_str(), &target) == 0 &&
+        session_.list.identities.contains({target.st_dev, target.st_ino})) {
+        throw Refusal(Exit::Output, item_.output, "is an input itself",
+                      "choose another name, or convert it --in-place");
+    }
+    const bool replace = arguments_.force || arguments_.inPlace;
+    CheckTarget(item_.output, replace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep);
+}
+
+DeviceProfile FileJob::Choose(const std::optional<DeviceProfile>& embedded) {
+    const std::optional<DeviceProfile>& given = session_.profile;
+    if (!given && !embedded) {
+        throw Refusal(Exit::Profile, name_, "embeds no profile", "give the device's profile with --profile");
+    }
+    if (!given || !embedded || given->hash == embedded->hash) return given ? *given : *embedded;
+    const std::string other = embedded->description.empty() ? "" : " (" + embedded->description + ")";
+    switch (arguments_.source) {
+        case SourceRule::Embedded:
+            Note("its embedded profile" + other + " is used, not " + given->name);
+            return *embedded;
+        case SourceRule::RequireMatch:
+            throw Refusal(Exit::Profile, name_, "embeds another profile" + other + " than " + given->name,
+                          "settle it with --source given or --source embedded");
+        default:
+            Note("embeds another profile" + other + "; " + given->name + " is used");
+            return *given;
+    }
+}
+
+/// A page without a profile of its own takes that of the page above it, of which it is a smaller copy.
+DeviceProfile FileJob::ProfileOf(std::size_t page) {
+    const std::size_t index = pages_[page].directory;
+    const TiffDirectory& directory = structure_->directories()[index];
+    std::optional<DeviceProfile> embedded;
+    const TiffEntry* entry = directory.Find(tag::IccProfile);
+    if (entry != nullptr && entry->dataSize > 0) {
+        Bytes data = structure_->Data(*entry);
+        try {
+            embedded = TakeEmbedded(name_, std::move(data));
+        } catch (const Refusal& refusal) {
+            // A profile that is not used need not be sound, but must be told from none where they are to match.
+            if (!session_.profile || arguments_.source != SourceRule::Given) throw;
+            Note("embeds a profile that cannot be used; " + session_.profile->name + " is used");
+        }
+    } else if (directory.parent) {
+        embedded = profiles_[*directory.parent];
+    } else if ((structure_->Number(directory, tag::SubfileType, 0) & 1U) != 0 && page > 0) {
+        embedded = profiles_[pages_[0].directory];
+    }
+    profiles_[index] = embedded;
+    return Choose(embedded);
+}
+
+void FileJob::NoteLosses(std::size_t page) {
+    const TiffDirectory& directory = structure_->directories()[pages_[page].directory];
+    if (pages_[page].Lossy()) {
+        Note(CompressionName(pages_[page].compression) + " image data are written as Deflate, without further loss");
+    }
+    if (directory.Find(tag::PhotoshopLayers) != nullptr) {
+        Note("its layers (tag 37724) stay as they were; only the flat image is converted");
+    }
+    const std::uint64_t exif = structure_->exifColorSpace();
+    const std::string_view space = arguments_.rendering.space->name;
+    if ((exif == 1 && space != "srgb") || (exif == 2 && space != "adobe-rgb")) {
+        Note(
+            fmt::format("its EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
+    }
+    for (const auto which : {tag::TransferFunction, tag::WhitePoint, tag::Primaries}) {
+        if (directory.Find(which) == nullptr) continue;
+        Note(arguments_.noTag ? "its tags of the old colours (301, 318, 319) stay and tell of the wrong ones"
+                              : "its tags of the old colours (301, 318, 319) stay; the embedded profile takes "
+                                "precedence over them");
+        break;
+    }
+}
+
+PageJob FileJob::PlanPage(std::size_t page) {
+    const DeviceProfile profile = ProfileOf(page);
+    const auto ready = session_.cache.Get(profile, pages_[page].bits);
+    if (profileName_.empty()) {
+        profileName_ = profile.embedded ? "embedded" : profile.name;
+        if (profile.embedded && !profile.description.empty()) profileName_ += ": " + profile.description;
+    }
+    if (!ready->bakedBecause.empty()) {
+        const std::string text = ready->bakedBecause + "; the engine takes a profile baked from it";
+        notes_.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
+    }
+    if (ready->outputProfile.empty() && !arguments_.noTag) {
+        throw Refusal(Exit::Usage, arguments_.curveFile, "no profile can describe curves that fall",
+                      "leave the profile out with --no-tag");
+    }
+    const Rendering& rendering = arguments_.rendering;
+    if (pages_[page].bits == 16 && rendering.space->name == "kodak-mix" && !rendering.curves) {
+        Note("kodak-mix has 256 steps, also in files of 16 bits");
+    }
+    NoteLosses(page);
+    converters_.push_back(ready);
+    return {&ready->converter, arguments_.noTag ? Bytes() : ready->outputProfile};
+}
+
+void FileJob::PlanPages() {
+    structure_ = std::make_unique<TiffStructure>(source_);
+    pages_ = ReadPages(*structure_);
+    profiles_.resize(structure_->directories().size());
+    for (std::size_t p = 0; p < pages_.size(); ++p) jobs_.push_back(pages_[p].mask ? PageJob() : PlanPage(p));
+}
+
+/// Whether all pages embed the very profile that they would get: a run in place over a folder, stopped half way and
+/// begun again, would convert them twice.
+bool FileJob::IsConvertedInPlace() const {
+    const Rendering& r = arguments_.rendering;
+    const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
+    if (!arguments_.inPlace || arguments_.force || arguments_.noTag || adjusts) return false;
+    for (std::size_t p = 0; p < pages_.size(); ++p) {
+        const std::optional<DeviceProfile>& embedded = profiles_[pages_[p].directory];
+        if (!pages_[p].mask && (!embedded || embedded->data != jobs_[p].icc)) return false;
+    }
+    return true;
+}
+
+std::string FileJob::Fingerprint() {
+    const Rendering& r = arguments_.rendering;
+    Sha256 hash;
+    hash.Add(fmt::format("{} {} {} {} {} {} {} {} {}\n", kVersion, r.space->name, IntentName(r.intent), r.lightness,
+                         r.chroma, r.hue, static_cast<int>(arguments_.source), arguments_.noTag,
+                         session_.profile ? session_.profile->hash : "embedded"));
+    if (r.curves) {
+        for (const auto& curve : *r.curves) hash.Add(curve.data(), curve.size());
+    }
+    Bytes block(std::size_t{256} << 10);
+    const std::uint64_t size = source_.Size();
+    for (std::uint64_t at = 0; at < size; at += block.size()) {
+        ThrowIfInterrupted();
+        const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), size - at));
+        source_.Read(at, block.data(), part);
+        hash.Add(block.data(), part);
+    }
+    return hash.Hex();
+}
+
+void FileJob::Write() {
+    const struct stat before = source_.Status();
+    WriteSettings settings;
+    settings.threads = threads_;
+    settings.memory = arguments_.maxMemory > 2 * kOwnMemory ? arguments_.maxMemory - kOwnMemory : kOwnMemory / 3;
+    settings.measure = arguments_.json;
+    std::uint64_t all = 0;
+    for (const TiffPage& page : pages_) all += page.mask ? 0 : page.Pixels();
+    std::atomic<std::uint64_t> done{0};
+    settings.progress = [&](std::uint64_t pixels) {
+        session_.report.Progress(name_, static_cast<double>(done += pixels) / static_cast<double>(all));
+    };
+    std::unique_ptr<OutputFile> output;
+    FileAccess spool;
+    if (item_.output == "-") {
+        spool = FileAccess::Scratch(TemporaryFolder(), "standard output");
+    } else {
+        if (!session_.list.folder.empty()) {
+            const fs::path folder = fs::path(item_.output).parent_path();
+            std::error_code error;
+            if (!folder.empty()) fs::create_directories(folder, error);
+            if (error) {
+                throw Refusal(Exit::Output, folder.string(), "cannot be made (" + error.message() + ")",
+                              "choose another folder with -o");
+            }
+        }
+        const bool replace = arguments_.force || arguments_.inPlace;
+        struct stat old {};
+        if (replace && ::stat(item_.output.c_str(), &old) == 0 && old.st_nlink > 1) {
+            Note("has further names (hard links), which keep what it was");
+        }
+        output = std::make_unique<OutputFile>(item_.output,
+                                              replace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep);
+    }
+    const FileAccess& target = output ? output->file() : spool;
+    RewriteTiff(*structure_, pages_, jobs_, target, settings, measured_);
+    const struct stat after = source_.Status();
+    if (after.st_size != before.st_size || after.st_mtim.tv_sec != before.st_mtim.tv_sec ||
+        after.st_mtim.tv_nsec != before.st_mtim.tv_nsec) {
+        throw Refusal(Exit::Input, name_, "changed while it was read", "convert it again when nobody writes to it");
+    }
+    ThrowIfInterrupted();
+    if (output) {
+        output->Commit();
+    } else {
+        WriteStandardOutput(spool);
+    }
+}
+
+void FileJob::WriteJson(Outcome outcome, double seconds) {
+    if (!arguments_.json) return;
+    constexpr const char* kOutcomes[] = {"converted", "skipped", "would convert"};
+    nlohmann::ordered_json json{{"status", kOutcomes[static_cast<int>(outcome)]},
+                                {"source", item_.source},
+                                {"output", item_.output},
+                                {"profile", profileName_},
+                                {"intent", IntentName(arguments_.rendering.intent)},
+                                {"space", arguments_.rendering.space->name}};
+    if (!converters_.empty()) json["baked"] = !converters_[0]->bakedBecause.empty();
+    if (outcome == Outcome::Converted) {
+        json["pixels"] = measured_.pixels;
+        json["seconds"] = seconds;
+        json["clipped"] =
+            measured_.pixels > 0 ? static_cast<double>(measured_.clipped) / static_cast<double>(measured_.pixels) : 0.0;
+        json["sha256"] = measured_.hash.Hex();
+    }
+    session_.report.Json(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+Outcome FileJob::Run() {
+    const auto begin = std::chrono::steady_clock::now();
+    if (!item_.refusal.empty()) throw Refusal(Exit::Output, item_.source, item_.refusal, "");
+    Open();
+    session_.report.StartFile(name_, source_.Size());
+    if (session_.record != nullptr) fingerprint_ = Fingerprint();
+    if (arguments_.resume && session_.record != nullptr && session_.record->IsDone(item_.relative, fingerprint_)) {
+        session_.report.Line(name_ + " is done already");
+        WriteJson(Outcome::Skipped, 0);
+        return Outcome::Skipped;
+    }
+    CheckOutput();
+    PlanPages();
+    if (IsConvertedInPlace()) {
+        session_.report.Line(fmt::format("{} is in {} already, by its profile; --force converts it again", name_,
+                                         arguments_.rendering.space->name));
+        WriteJson(Outcome::Skipped, 0);
+        return Outcome::Skipped;
+    }
+    const std::string to = item_.output == "-" ? "standard output" : item_.output;
+    if (arguments_.dryRun) {
+        TellNotes();
+        session_.report.Line(fmt::format("would convert {} -> {} ({}, {}, {} bits, {})", name_, to,
+                                         arguments_.rendering.space->name, IntentName(arguments_.rendering.intent),
+                                         converters_[0]->bits, profileName_));
+        WriteJson(Outcome::Planned, 0);
+        return Outcome::Planned;
+    }
+    Write();
+    TellNotes();
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    if (session_.record != nullptr) {
+        try {
+            session_.record->Add(item_.relative, fingerprint_);
+        } catch (const Refusal& refusal) {
+            session_.report.Note(refusal.what());
+        }
+    }
+    if (item_.output != "-") session_.report.Line(fmt::format("{} -> {}", name_, to));
+    WriteJson(Outcome::Converted, seconds);
+    return Outcome::Converted;
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "InputList.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+
+#include "Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Found {
+    std::string source, relative;
+    std::string problem;  ///< why it cannot be looked at
+};
+
+bool IsTiffName(const fs::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == ".tif" || extension == ".tiff" || extension == ".tf8" || extension == ".btf";
+}
+
+/// Finds the TIFF files below a folder, in the order of their names. Links are followed, each folder once. What cannot
+/// be looked at is found as well, with the reason, so that nothing is left out unsaid.
+class FolderWalk {
+public:
+    /// Nothing below `leftOut` counts: it holds results.
+    FolderWalk(std::string top, const std::string& leftOut) : top_(std::move(top)), leftOut_(leftOut) {}
+
+    std::vector<Found> Run() {
+        Enter(top_);
+        std::sort(found_.begin(), found_.end(), [](const Found& a, const Found& b) { return a.source < b.source; });
+        if (found_.empty()) throw Refusal(Exit::Input, top_, "holds no TIFF files", "name another folder");
+        return std::move(found_);
+    }
+
+private:
+    void Enter(const fs::path& folder) {
+        struct stat status {};
+        std::error_code error;
+        if (::stat(folder.c_str(), &status) == 0 && !entered_.emplace(status.st_dev, status.st_ino).second) return;
+        if (folder != top_ && !leftOut_.empty() && fs::equivalent(folder, leftOut_, error)) return;
+        error.clear();
+        fs::directory_iterator at(folder, error), end;
+        for (; !error && at != end; at.increment(error)) {
+            std::error_code ignored;
+            if (at->is_directory(ignored)) {
+                Enter(at->path());
+            } else if (IsTiffName(at->path())) {
+                Add(at->path(), "");
+            }
+        }
+        if (error) Add(folder, "cannot be read (" + error.message() + "); check its permissions");
+    }
+    void Add(const fs::path& path, const std::string& problem) {
+        found_.push_back({path.string(), path.lexically_relative(top_).string(), problem});
+    }
+
+    std::string top_, leftOut_;
+    std::set<std::pair<std::uint64_t, std::uint64_t>> entered_;  ///< device and inode
+    std::vector<Found> found_;
+};
+
+std::vector<std::string> ReadNames(const std::string& path, bool nul) {
+    std::ifstream file;
+    if (path != "-") {
+        file.open(path, std::ios::binary);
+        if (!file) throw Refusal(Exit::Usage, path, "cannot be read", "give a list of file names");
+    }
+    std::istream& in = path == "-" ? std::cin : file;
+    std::vector<std::string> names;
+    std::string name;
+    while (std::getline(in, name, nul ? '\0' : '\n')) {
+        if (!nul && name.ends_with('\r')) name.pop_back();  // a list from another system
+        if (!name.empty()) names.push_back(name);
+    }
+    if (names.empty()) throw Refusal(Exit::Input, path, "names no files", "give a list of file names");
+    return names;
+}
+
+void NoteCollisions(std::vector<Item>& items) {
+    std::map<std::string, std::string> taken;
+    for (Item& item : items) {
+        if (!item.refusal.empty()) continue;
+        const auto [other, fresh] = taken.emplace(fs::path(item.output).lexically_normal().string(), item.source);
+        if (!fresh && item.output != "-") {
+            item.refusal = "would be written to " + item.output + ", as " + other->second + "; rename one of them";
+        }
+    }
+}
+
+}  // namespace
+
+std::uint64_t StableHash(const std::string& path) {
+    std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a, with the high bits folded in
+    for (const char c : path) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+    return hash ^ hash >> 32;
+}
+
+InputList ListInputs(const ConvertArguments& arguments) {
+    std::vector<std::string> names = arguments.inputs;
+    if (arguments.filesFrom) {
+        const auto more = ReadNames(*arguments.filesFrom, arguments.nul);
+        names.insert(names.end(), more.begin(), more.end());
+    }
+    std::error_code ignored;
+    InputList list;
+    std::vector<Found> found;
+    bool folders = false;
+    const bool outputFolder = fs::is_directory(arguments.output, ignored);
+    for (const std::string& name : names) {
+        if (name != "-" && fs::is_directory(name, ignored)) {
+            folders = true;
+            const std::vector<Found> below = FolderWalk(name, arguments.output).Run();
+            found.insert(found.end(), below.begin(), below.end());
+        } else {
+            const std::string base = name == "-" ? "stdin.tif" : fs::path(name).filename().string();
+            found.push_back({name, base, ""});
+        }
+    }
+    list.single = names.size() == 1 && !folders && !arguments.filesFrom;
+    const bool manyOutputs = !list.single || outputFolder || arguments.output.ends_with('/');
+    if (arguments.output == "-" && (!list.single || found.size() != 1)) {
+        throw Refusal(Exit::Usage, "", "-o - takes one input", "name an output folder");
+    }
+    if (arguments.output != "-" && !arguments.inPlace && manyOutputs) {
+        list.folder = arguments.output;
+        if (fs::exists(list.folder, ignored) && !outputFolder) {
+            throw Refusal(Exit::Usage, list.folder, "is no folder", "name a folder for several outputs");
+        }
+    }
+    if (arguments.resume && list.folder.empty()) {
+        throw Refusal(Exit::Usage, "", "--resume wants an output folder", "give one with -o");
+    }
+    for (const Found& file : found) {
+        if (arguments.inPlace && file.source == "-") {
+            throw Refusal(Exit::Usage, "", "--in-place takes no standard input", "write it with -o");
+        }
+        struct stat status {};
+        if (file.source != "-" && ::stat(file.source.c_str(), &status) == 0) {
+            list.identities.emplace(status.st_dev, status.st_ino);
+        }
+        if (arguments.shard && StableHash(file.relative) % arguments.shard->parts != arguments.shard->part - 1)
+            continue;
+        const std::string output = arguments.inPlace      ? file.source
+                                   : !list.folder.empty() ? (fs::path(list.folder) / file.relative).string()
+                                                          : arguments.output;
+        list.items.push_back({file.source, output, file.relative, file.problem});
+    }
+    NoteCollisions(list.items);
+    return list;
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "OutputFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+
+#include "Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// A name in the folder that nobody else has.
+std::string TemporaryName(const std::string& folder) {
+    static std::atomic<unsigned> number{0};
+    return folder + "/.hueweave-" + std::to_string(::getpid()) + "-" + std::to_string(number++) + ".tmp";
+}
+
+/// A link is followed, so that the file that it leads to is replaced and the link stays.
+std::string FollowLink(const std::string& path) {
+    std::error_code error;
+    if (!std::filesystem::is_symlink(path, error)) return path;
+    const auto real = std::filesystem::canonical(path, error);
+    return error ? path : real.string();
+}
+
+}  // namespace
+
+void CheckTarget(const std::string& path, OutputFile::Existing existing) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT) return;
+        RefuseWrite(path, errno);
+    }
+    if (existing == OutputFile::Existing::Keep) {
+        throw Refusal(Exit::Output, path, "is there already", "replace it with --force, or choose another name");
+    }
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        throw Refusal(Exit::Output, path, "is there already and is no file", "choose another name");
+    }
+}
+
+OutputFile::OutputFile(std::string path, Existing existing)
+    : path_(existing == Existing::Replace ? FollowLink(path) : std::move(path)),
+      folder_(FolderOf(path_)),
+      existing_(existing) {
+    CheckTarget(path_, existing_);
+    OpenUnnamed();
+    struct stat before {};
+    if (existing_ == Existing::Replace && ::stat(path_.c_str(), &before) == 0) {
+        // The owner can be kept by the superuser alone; anybody else keeps what is possible.
+        if (::fchown(file_.descriptor(), before.st_uid, before.st_gid) != 0) errno = 0;
+        ::fchmod(file_.descriptor(), before.st_mode & 07777);
+    }
+}
+
+void OutputFile::OpenUnnamed() {
+    constexpr mode_t kMode = 0666;
+    int descriptor = ::open(folder_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, kMode);
+    if (descriptor < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)) {
+        temporary_ = TemporaryName(folder_);
+        descriptor = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode);
+        if (descriptor < 0) temporary_.clear();
+    }
+    if (descriptor < 0) RefuseWrite(path_, errno);
+    file_ = FileAccess(descriptor, path_);
+}
+
+OutputFile::~OutputFile() {
+    if (!temporary_.empty()) ::unlink(temporary_.c_str());
+}
+
+void OutputFile::RefuseExisting() const {
+    throw Refusal(Exit::Output, path_, "is there already", "replace it with --force, or choose another name");
+}
+
+void OutputFile::Commit() {
+    if (::fsync(file_.descriptor()) != 0) RefuseWrite(path_, errno);
+    if (temporary_.empty()) {
+        const std::string self = "/proc/self/fd/" + std::to_string(file_.descriptor());
+        const std::string name = existing_ == Existing::Keep ? path_ : TemporaryName(folder_);
+        if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+            if (errno == EEXIST && existing_ == Existing::Keep) RefuseExisting();
+            RefuseWrite(path_, errno);
+        }
+        if (existing_ == Existing::Replace) temporary_ = name;
+    }
+    if (!temporary_.empty()) {
+        const unsigned flags = existing_ == Existing::Keep ? RENAME_NOREPLACE : 0;
+        int result = ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags);
+        if (result != 0 && flags != 0 && errno == EINVAL) {
+            result = ::link(temporary_.c_str(), path_.c_str());
+            if (result == 0) ::unlink(temporary_.c_str());
+        }
+        if (result != 0) {
+            if (errno == EEXIST) RefuseExisting();
+            RefuseWrite(path_, errno);
+        }
+        temporary_.clear();
+    }
+    const FileAccess folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), folder_);
+    if (folder.descriptor() >= 0) ::fsync(folder.descriptor());
+}
+
+}  // namespace hueweave::tool

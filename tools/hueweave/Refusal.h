@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <exception>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace hueweave::tool {
+
+/// Exit statuses, as `hueweave --help` tells them.
+enum class Exit { Done = 0, SomeFailed = 1, Usage = 2, Profile = 3, Input = 4, Output = 5 };
+
+/// `text` on one line: control characters become '?'.
+std::string OneLine(std::string_view text);
+
+/// Why a command does not do what it was asked for: the file, the reason and a remedy, on one line.
+class Refusal : public std::exception {
+public:
+    Refusal(Exit status, std::string file, std::string_view reason, std::string_view remedy)
+        : status_(status), file_(std::move(file)) {
+        line_ = OneLine(file_.empty() ? std::string(reason) : file_ + ": " + std::string(reason));
+        if (!remedy.empty()) line_ += "; " + OneLine(remedy);
+    }
+    const char* what() const noexcept override { return line_.c_str(); }
+    Exit status() const { return status_; }
+    const std::string& file() const { return file_; }
+
+private:
+    Exit status_;
+    std::string file_;
+    std::string line_;
+};
+
+/// Thrown in all threads of a command after SIGINT or SIGTERM; nothing is reported for the file at hand.
+struct Interrupted {};
+
+}  // namespace hueweave::tool

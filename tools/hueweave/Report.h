@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace hueweave::tool {
+
+/// What a run says while it goes on: to standard error for people, and JSON lines to standard output. Threads share it.
+class Report {
+public:
+    Report(bool quiet, bool json);
+    ~Report();
+
+    /// How much there is to do, in bytes of the sources.
+    void Begin(std::size_t files, std::uint64_t bytes);
+    void StartFile(const std::string& name, std::uint64_t bytes);
+    /// The share of a file that is done, 0 to 1.
+    void Progress(const std::string& name, double share);
+    void EndFile(const std::string& name);
+
+    void Line(const std::string& text);     ///< for people, unless quiet
+    void Note(const std::string& text);     ///< the same, marked as a note; the same note once only
+    void Refused(const std::string& text);  ///< always
+    void Json(const std::string& line);
+    /// False if a line of JSON could not be written.
+    bool Close();
+
+private:
+    struct Current {
+        std::uint64_t bytes;
+        double share;
+    };
+    void Clear();
+    void Draw(bool now);
+    void Print(const char* colour, const std::string& text);
+
+    bool quiet_, json_, terminal_, colour_;
+    std::mutex mutex_;
+    std::map<std::string, Current> current_;
+    std::set<std::string> noted_;
+    std::size_t files_ = 0, ended_ = 0;
+    std::uint64_t bytes_ = 0, endedBytes_ = 0;
+    std::chrono::steady_clock::time_point begin_, drawn_;
+    bool shown_ = false;  ///< a progress line stands on the terminal
+    bool failed_ = false;
+};
+
+/// "1:05:09", "2:07" or "0:09".
+std::string Duration(double seconds);
+/// The progress line, cut to `columns`.
+std::string ProgressLine(const std::string& name, std::size_t file, std::size_t files, double share, double total,
+                         double secondsLeft, std::size_t columns);
+
+}  // namespace hueweave::tool

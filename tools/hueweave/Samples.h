@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace hueweave::tool {
+
+/// Turns the bytes of `count` samples of `width` bytes around where the file's order is not the processor's.
+inline void ToNative(unsigned char* data, std::size_t count, unsigned width, bool bigEndian) {
+    if (width != 2 || bigEndian == (std::endian::native == std::endian::big)) return;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint16_t value;
+        std::memcpy(&value, data + 2 * i, sizeof value);
+        value = static_cast<std::uint16_t>(value << 8 | value >> 8);
+        std::memcpy(data + 2 * i, &value, sizeof value);
+    }
+}
+
+/// Takes one sample in `samples` out of interleaved pixels, or puts it in, from or to a plane of its own.
+inline void PlaneFromPixels(unsigned char* plane, const unsigned char* pixels, std::size_t count, unsigned sample,
+                            unsigned samples, unsigned width) {
+    for (std::size_t i = 0; i < count; ++i)
+        std::memcpy(plane + i * width, pixels + (i * samples + sample) * width, width);
+}
+inline void PlaneIntoPixels(const unsigned char* plane, unsigned char* pixels, std::size_t count, unsigned sample,
+                            unsigned samples, unsigned width) {
+    for (std::size_t i = 0; i < count; ++i)
+        std::memcpy(pixels + (i * samples + sample) * width, plane + i * width, width);
+}
+
+}  // namespace hueweave::tool

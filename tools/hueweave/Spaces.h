@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "color/CLCH.h"
+#include "iccfile/IccTypes.h"
+
+namespace hueweave::tool {
+
+/// The tone curve of a space.
+enum class Tone { Srgb, Linear, Gamma18, Adobe, Kodak };
+
+/// A colour space that the command converts to.
+struct Space {
+    std::string_view name;                              ///< for --to
+    std::string_view title;                             ///< in the profile of the output
+    ICC40::ICCFILE::ColorSpaceSignature code8, code16;  ///< for files of 8 and of 16 bits
+    ColorLch::ColorSpace primaries;
+    Tone tone;
+    std::string_view note;  ///< for `hueweave spaces`
+
+    /// AdobeRGB as it is used has no code of its own: a table turns the space of gamma 1.8 into it.
+    bool ByTable() const { return tone == Tone::Adobe; }
+};
+
+std::span<const Space> Spaces();
+/// Null for an unknown name.
+const Space* FindSpace(std::string_view name);
+
+/// Intents by name: perceptual, relative, saturation, absolute.
+struct NamedIntent {
+    std::string_view name;
+    ICC40::ICCFILE::Intent intent;
+};
+std::span<const NamedIntent> Intents();
+std::string_view IntentName(ICC40::ICCFILE::Intent intent);
+
+/// AdobeRGB's tone curve is a power of this: 2 + 51/256.
+inline constexpr double kAdobeGamma = 2.19921875;
+/// The power by which the spaces of gamma 1.8 are encoded.
+inline constexpr double kGamma18Power = 0.5556;
+
+/// The AdobeRGB sample of 16 bits for one of the gamma 1.8 space.
+std::uint16_t AdobeFromGamma18(std::uint16_t sample);
+
+}  // namespace hueweave::tool

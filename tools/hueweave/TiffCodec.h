@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "FileAccess.h"
+#include "TiffPage.h"
+
+struct tiff;
+
+namespace hueweave::tool {
+
+struct TiffCloser {
+    void operator()(tiff* handle) const;
+};
+using TiffHandle = std::unique_ptr<tiff, TiffCloser>;
+
+/// Decodes strips and tiles of one page with libtiff. One thread at a time; threads take a decoder each.
+class TiffDecoder {
+public:
+    /// `file` is borrowed and outlives the decoder. `directory` is the page's offset in it.
+    TiffDecoder(const FileAccess& file, const TiffPage& page, std::uint64_t directory);
+    ~TiffDecoder();
+
+    /// A whole strip or tile into `pixels`, in the processor's byte order.
+    void ReadSegment(std::uint64_t segment, Bytes& pixels);
+    /// The next rows of the page's plane, from the top; for strips too large to be held whole.
+    void ReadRow(std::uint32_t row, unsigned plane, unsigned char* pixels);
+
+private:
+    struct Source;
+    [[noreturn]] void Refuse() const;
+    const TiffPage& page_;
+    std::unique_ptr<Source> source_;
+    TiffHandle handle_;
+    Bytes raw_;
+};
+
+/// Encodes strips and tiles of a page's shape with libtiff, as bytes for the file. One thread at a time.
+class TiffEncoder {
+public:
+    using Sink = std::function<void(const unsigned char* data, std::size_t size)>;
+
+    /// The page's own scheme, or Deflate for one that would lose something.
+    TiffEncoder(const FileAccess& target, const TiffPage& page, bool bigEndian);
+    ~TiffEncoder();
+
+    /// Encodes a strip or tile of `size` bytes, which are spoilt on the way.
+    Bytes Encode(unsigned char* pixels, std::size_t size);
+    /// The same row by row, for strips too large to be held whole: `sink` takes the bytes as they come. Call
+    /// `BeginRows`, then `Row` for each row from 0 on, then `EndRows`.
+    void BeginRows(Sink sink);
+    void Row(std::uint32_t row, unsigned char* pixels);
+    void EndRows();
+
+private:
+    struct Target;
+    void Open();
+    [[noreturn]] void Refuse() const;
+    const FileAccess& file_;
+    const TiffPage& page_;
+    bool bigEndian_;
+    std::unique_ptr<Target> target_;
+    TiffHandle handle_;
+};
+
+/// The compression and the predictor with which a page's image data are written.
+struct Coding {
+    unsigned compression, predictor;
+};
+Coding OutputCoding(const TiffPage& page);
+
+}  // namespace hueweave::tool

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "TiffRewriter.h"
+
+#include "DirectoryWriter.h"
+#include "TiffCodec.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::uint16_t kShort = 3, kLong = 4, kUndefined = 7;
+
+/// Tags that tell how JPEG data are to be decoded, and mean nothing for other data.
+void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffPage& page) {
+    const Coding coding = OutputCoding(page);
+    directories.SetNumbers(directory, tag::Compression, {coding.compression}, kShort);
+    directories.SetNumbers(directory, tag::Predictor, {coding.predictor}, kShort);
+    directories.SetNumbers(directory, tag::Photometric, {2}, kShort);
+    directories.Remove(directory, tag::JpegTables);
+    if (page.photometric == 2) return;
+    for (const auto which :
+         {tag::YCbCrCoefficients, tag::YCbCrSubSampling, tag::YCbCrPositioning, tag::ReferenceBlackWhite}) {
+        directories.Remove(directory, which);
+    }
+}
+
+void SetPlaces(DirectoryWriter& directories, const TiffPage& page, const std::vector<Extent>& places) {
+    std::vector<std::uint64_t> offsets, sizes;
+    bool moved = false, resized = false;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        offsets.push_back(places[i].offset);
+        sizes.push_back(places[i].size);
+        moved = moved || places[i].offset != page.segments[i].offset;
+        resized = resized || places[i].size != page.segments[i].size;
+    }
+    if (moved) {
+        directories.SetNumbers(page.directory, page.tiled ? tag::TileOffsets : tag::StripOffsets, offsets, kLong);
+    }
+    if (resized) {
+        directories.SetNumbers(page.directory, page.tiled ? tag::TileByteCounts : tag::StripByteCounts, sizes, kLong);
+    }
+}
+
+}  // namespace
+
+void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pages, const std::vector<PageJob>& jobs,
+                 const FileAccess& target, const WriteSettings& settings, Measured& measured) {
+    OutputLayout layout(structure, pages);
+    for (const Extent& extent : layout.kept()) CopyRange(structure.file(), extent, target, extent.offset);
+    DirectoryWriter directories(structure, layout, target);
+    for (std::size_t p = 0; p < pages.size(); ++p) {
+        const TiffPage& page = pages[p];
+        if (page.mask) continue;
+        ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
+        SetPlaces(directories, page, writer.Write());
+        if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
+        if (jobs[p].icc.empty()) {
+            directories.Remove(page.directory, tag::IccProfile);
+        } else {
+            directories.SetData(page.directory, tag::IccProfile, kUndefined, jobs[p].icc);
+        }
+    }
+    directories.Write();
+    target.Resize(layout.End());  // also where the file ends in a hole
+}
+
+}  // namespace hueweave::tool

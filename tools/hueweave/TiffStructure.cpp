@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "TiffStructure.h"
+
+#include <algorithm>
+
+#include "Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::size_t kMostDirectories = 65536;
+constexpr int kDeepest = 8;                                   ///< SubIFDs below SubIFDs
+constexpr std::uint64_t kMostData = std::uint64_t{64} << 20;  ///< bytes of one value that is read into memory
+
+}  // namespace
+
+std::uint64_t TiffForm::Get(const unsigned char* at, std::size_t size) const {
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < size; ++i) value |= std::uint64_t{at[i]} << 8 * (bigEndian ? size - 1 - i : i);
+    return value;
+}
+
+void TiffForm::Put(unsigned char* at, std::size_t size, std::uint64_t value) const {
+    for (std::size_t i = 0; i < size; ++i) {
+        at[i] = static_cast<unsigned char>(value >> 8 * (bigEndian ? size - 1 - i : i));
+    }
+}
+
+std::size_t TypeSize(unsigned type) {
+    constexpr std::size_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
+    return type < std::size(kSizes) ? kSizes[type] : 0;
+}
+
+const TiffEntry* TiffDirectory::Find(std::uint16_t wanted) const {
+    const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e.tag == wanted; });
+    return found == entries.end() ? nullptr : &*found;
+}
+
+void TiffStructure::Refuse(const std::string& reason) const {
+    throw Refusal(Exit::Input, file_->name(), reason, "get a whole copy of the file");
+}
+
+TiffStructure::TiffStructure(const FileAccess& file) : file_(&file), fileSize_(file.Size()) {
+    unsigned char head[16] = {};
+    if (fileSize_ < 8) throw Refusal(Exit::Input, file.name(), "is not a TIFF file", "give a TIFF file");
+    file.Read(0, head, fileSize_ < 16 ? 8 : 16);
+    form_.bigEndian = head[0] == 'M';
+    const auto version = form_.Get(head + 2, 2);
+    if (head[0] != head[1] || (head[0] != 'I' && head[0] != 'M') || (version != 42 && version != 43)) {
+        throw Refusal(Exit::Input, file.name(), "is not a TIFF file", "give a TIFF file");
+    }
+    form_.bigTiff = version == 43;
+    if (form_.bigTiff && (fileSize_ < 16 || form_.Get(head + 4, 2) != 8)) Refuse("has a damaged header");
+    structure_.push_back({0, form_.bigTiff ? 16U : 8U});
+    first_ = form_.Get(head + (form_.bigTiff ? 8 : 4), form_.OffsetSize());
+    ReadChain(first_, std::nullopt, 0);
+    if (directories_.empty()) Refuse("holds no image");
+}
+
+void TiffStructure::ReadChain(std::uint64_t offset, std::optional<std::size_t> parent, int depth) {
+    if (depth > kDeepest) Refuse("nests its directories too deeply");
+    while (offset != 0 && !seen_[offset]) {
+        seen_[offset] = true;
+        if (directories_.size() == kMostDirectories) Refuse("has too many directories");
+        const std::size_t place = directories_.size();
+        directories_.push_back(ReadDirectory(offset));
+        for (const TiffEntry& entry : directories_.back().entries) {
+            if (entry.dataSize > form_.OffsetSize()) CheckInside(entry);
+        }
+        directories_[place].parent = parent;
+        offset = directories_[place].next;
+
+        std::vector<std::uint64_t> below;
+        if (const TiffEntry* entry = directories_[place].Find(tag::SubIfds)) below = Numbers(*entry);
+        for (const std::uint64_t sub : below) ReadChain(sub, place, depth + 1);
+        for (const auto metadata : {tag::ExifIfd, tag::GpsIfd, tag::InteroperabilityIfd}) {
+            const TiffEntry* entry = directories_[place].Find(metadata);
+            if (entry == nullptr) continue;
+            for (const std::uint64_t at : Numbers(*entry)) NoteDirectory(at, depth + 1);
+        }
+    }
+}
+
+TiffDirectory TiffStructure::ReadDirectory(std::uint64_t offset) {
+    TiffDirectory directory;
+    directory.offset = offset;
+    unsigned char head[8];
+    if (offset > fileSize_ || fileSize_ - offset < form_.CountSize()) Refuse("is cut: a directory lies past its end");
+    file_->Read(offset, head, form_.CountSize());
+    const std::uint64_t count = form_.Get(head, form_.CountSize());
+    if (count > 65535 || DirectoryBytes(count) > fileSize_ - offset) Refuse("is cut: a directory runs past its end");
+    structure_.push_back({offset, DirectoryBytes(count)});
+    const Bytes block = file_->Read(structure_.back());
+    const unsigned char* at = block.data() + form_.CountSize();
+    for (std::uint64_t i = 0; i < count; ++i, at += form_.EntrySize()) {
+        TiffEntry entry;
+        entry.tag = static_cast<std::uint16_t>(form_.Get(at, 2));
+        entry.type = static_cast<std::uint16_t>(form_.Get(at + 2, 2));
+        entry.count = form_.Get(at + 4, form_.OffsetSize());
+        const unsigned char* value = at + 4 + form_.OffsetSize();
+        entry.value.assign(value, value + form_.OffsetSize());
+        const std::size_t item = TypeSize(entry.type);
+        entry.dataSize = item != 0 && entry.count > fileSize_ / item ? fileSize_ + 1 : entry.count * item;
+        if (entry.dataSize > form_.OffsetSize()) {
+            entry.dataOffset = form_.Get(value, form_.OffsetSize());
+            if (entry.dataOffset < fileSize_) {
+                structure_.push_back({entry.dataOffset, std::min(entry.dataSize, fileSize_ - entry.dataOffset)});
+            }
+        }
+        directory.entries.push_back(std::move(entry));
+    }
+    directory.next = form_.Get(at, form_.OffsetSize());
+    return directory;
+}
+
+void TiffStructure::NoteDirectory(std::uint64_t offset, int depth) {
+    if (offset == 0 || depth > kDeepest || seen_[offset]) return;
+    seen_[offset] = true;
+    const TiffDirectory directory = ReadDirectory(offset);
+    constexpr std::uint16_t kShort = 3;
+    const TiffEntry* colours = directory.Find(tag::ExifColorSpace);
+    if (colours != nullptr && colours->type == kShort) exifColorSpace_ = Number(directory, tag::ExifColorSpace, 0);
+    const std::uint64_t thumbnail = Number(directory, tag::JpegData, 0);
+    const std::uint64_t size = Number(directory, tag::JpegDataSize, 0);
+    if (thumbnail < fileSize_ && size > 0) structure_.push_back({thumbnail, std::min(size, fileSize_ - thumbnail)});
+    for (const auto metadata : {tag::ExifIfd, tag::GpsIfd, tag::InteroperabilityIfd}) {
+        if (const TiffEntry* entry = directory.Find(metadata)) {
+            for (const std::uint64_t at : Numbers(*entry)) NoteDirectory(at, depth + 1);
+        }
+    }
+}
+
+void TiffStructure::CheckInside(const TiffEntry& entry) const {
+    if (entry.dataOffset == 0 || entry.dataOffset > fileSize_ || entry.dataSize > fileSize_ - entry.dataOffset) {
+        Refuse("is cut: the value of tag " + std::to_string(entry.tag) + " lies past its end");
+    }
+}
+
+Bytes TiffStructure::Data(const TiffEntry& entry) const {
+    if (entry.dataSize <= form_.OffsetSize()) {
+        return Bytes(entry.value.begin(), entry.value.begin() + static_cast<std::ptrdiff_t>(entry.dataSize));
+    }
+    CheckInside(entry);
+    if (entry.dataSize > kMostData) Refuse("has a value too large in tag " + std::to_string(entry.tag));
+    return file_->Read({entry.dataOffset, entry.dataSize});
+}
+
+std::vector<std::uint64_t> TiffStructure::Numbers(const TiffEntry& entry) const {
+    const std::size_t size = TypeSize(entry.type);
+    const bool whole = entry.type == 1 || entry.type == 3 || entry.type == 4 || entry.type == 13 ||
+                       (entry.type >= 16 && entry.type <= 18);
+    if (!whole) Refuse("has no whole numbers in tag " + std::to_string(entry.tag));
+    const Bytes data = Data(entry);
+    std::vector<std::uint64_t> numbers(data.size() / size);
+    for (std::size_t i = 0; i < numbers.size(); ++i) numbers[i] = form_.Get(data.data() + i * size, size);
+    return numbers;
+}
+
+std::uint64_t TiffStructure::Number(const TiffDirectory& directory, std::uint16_t wanted,
+                                    std::uint64_t fallback) const {
+    const TiffEntry* entry = directory.Find(wanted);
+    if (entry == nullptr || entry->count == 0) return fallback;
+    return Numbers(*entry).front();
+}
+
+}  // namespace hueweave::tool
