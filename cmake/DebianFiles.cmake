@@ -6,6 +6,13 @@ if(NOT CPACK_GENERATOR STREQUAL "DEB")
 endif()
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # honours SOURCE_DATE_EPOCH
 file(GLOB_RECURSE files ${CPACK_TEMPORARY_DIRECTORY}/*)
+# Debian's zsh looks for what packages bring in a folder of its own.
+set(completions ${files})
+list(FILTER completions INCLUDE REGEX "/zsh/site-functions/_[a-z]+$")
+foreach(completion ${completions})
+  string(REGEX REPLACE "/site-functions/[^/]*$" "" zsh_dir ${completion})
+  file(RENAME ${zsh_dir}/site-functions ${zsh_dir}/vendor-completions)
+endforeach()
 set(pages ${files})
 list(FILTER pages INCLUDE REGEX "/man/man[1-8]/[^/]*\\.[1-8]$")
 set(changes ${files})

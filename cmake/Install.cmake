@@ -51,6 +51,12 @@ install(FILES ${PROJECT_BINARY_DIR}/hueweave.pc DESTINATION ${pkgconfig_dir} COM
 
 if(TARGET hueweave)
   install(TARGETS hueweave RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  file(GLOB command_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.1)
+  install(FILES ${command_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/completion/hueweave.bash RENAME hueweave
+          DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/completion/_hueweave
+          DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions COMPONENT tools)
 endif()
 
 include(${CMAKE_CURRENT_LIST_DIR}/Packages.cmake)

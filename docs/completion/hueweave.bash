@@ -1,0 +1,49 @@
+# SPDX-License-Identifier: MIT
+# Completion of the command hueweave for bash; installed as bash-completion/completions/hueweave.
+
+_hueweave() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    local commands="convert inspect bake verify spaces"
+    local options="-h --help --version" values="" kind=none i
+
+    local command=
+    for ((i = 1; i < COMP_CWORD; ++i)); do
+        [[ ${COMP_WORDS[i]} == -* ]] || { command=${COMP_WORDS[i]}; break; }
+    done
+    case $command in
+    "") values=$commands ;;
+    convert)
+        kind=files
+        options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --no-tag
+            --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json"
+        ;;
+    inspect) kind=files options="-h --help --json" ;;
+    bake) kind=files options="-h --help -o --output --force -q --quiet" ;;
+    verify) kind=files options="-h --help --image --to --intent --bits --points --limit --json" ;;
+    spaces) options="-h --help --json" ;;
+    *) return ;;
+    esac
+
+    # What may follow an option that wants a value.
+    if [[ " ${options//$'\n'/ } " == *" $before "* ]]; then
+        case $before in
+        --to)
+            kind=none options="" values="srgb srgb-linear adobe-rgb adobe-rgb-g18 adobe-rgb-linear apple-rgb-g18
+                apple-rgb-linear colormatch-g18 colormatch-linear kodak-photo kodak-mix kodak-text"
+            ;;
+        --intent) kind=none options="" values="perceptual relative saturation absolute" ;;
+        --source) kind=none options="" values="given embedded require-match" ;;
+        --bits) kind=none options="" values="8 16" ;;
+        -o | --output | --profile | --curve | --files-from | --image) kind=files options="" ;;
+        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --limit) return ;;
+        esac
+    fi
+
+    [[ $word == -* ]] && values=$options
+    mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
+    if [[ $kind == files && $word != -* ]]; then
+        compopt -o filenames 2>/dev/null
+        mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$word")
+    fi
+}
+complete -F _hueweave hueweave
