@@ -6,11 +6,18 @@ JOBS := $(shell nproc)
 build = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 
 help:
-	@echo "make demo           build the library, convert a chart with it and show what happened"
+	@echo "make demo           build all, convert a chart with the library and with the command, show what happened"
 	@echo "make test           run every suite: g++, clang++, digests across builds, g++ with sanitizers"
 	@echo "make test-release   one of them (also: test-clang, test-portable, test-asan, test-tsan)"
 	@echo "make coverage       lines and branches of Source/ that the tests reach, as text and HTML"
 	@echo "make bench          compare the speed with other programs' and fill docs/benchmarks.md (ten minutes)"
+	@echo "make fuzz           search with each fuzz target for SECONDS=60 for inputs that break a rule"
+	@echo "make many-inputs    five million broken inputs, the same every time"
+	@echo "make memcheck       the suites that decode files, under valgrind"
+	@echo "make lint           what clang-tidy, cppcheck, shellcheck and a check of the links have to say"
+	@echo "make docs           the reference of the interface, and that of the inside"
+	@echo "make packages       .deb packages and an archive, judged by lintian and tried"
+	@echo "make abi            renew abi/libHueweave.abi after a change of the interface that was meant"
 	@echo "make format         lay the sources out by .clang-format"
 	@echo "make clean          remove build/"
 
@@ -19,6 +26,7 @@ demo:
 	@$(call build,demo)
 	@build/demo/demo/make_chart build/demo/files
 	@build/demo/demo/convert_chart build/demo/files
+	@demo/use_command build/demo/tools/hueweave/hueweave build/demo/files
 
 test: test-release test-clang test-portable test-asan test-tsan
 
@@ -39,7 +47,48 @@ bench:
 	@bench/run build/bench/bench build/bench/results
 
 format:
-	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+	@tools/install-packages check
+	git ls-files --cached --others --exclude-standard '*.h' '*.c' '*.cpp' | xargs clang-format-14 -i
 
 clean:
 	rm -rf build
+
+.PHONY: lint docs packages abi
+lint:
+	@tools/install-packages check
+	@tools/lint
+
+docs:
+	@tools/install-packages check
+	@mkdir -p build/docs
+	@doxygen docs/Doxyfile
+	@doxygen docs/Doxyfile.internals
+	@echo "build/docs/api/index.html"
+	@echo "build/docs/internals/index.html"
+
+packages:
+	@tools/install-packages check
+	@tools/check-packages
+
+# The binary interface as it is from now on, after a change that was meant.
+abi:
+	@tools/install-packages test
+	@$(call build,release) --target Hueweave
+	@tools/check-abi --renew build/release/Source/libHueweave.so build/release/Source/libhueweave_core.a
+
+.PHONY: fuzz many-inputs memcheck
+SECONDS := 60
+fuzz:
+	@tools/install-packages test
+	@$(call build,fuzz)
+	@tests/fuzz/run $(SECONDS) build/fuzz 2
+
+many-inputs:
+	@tools/install-packages test
+	@$(call build,release) --target fuzz
+	@tests/fuzz/many build/release 2
+
+memcheck:
+	@tools/install-packages test
+	@$(call build,release) --target unit_iccfile unit_tiff hostile
+	@tests/hostile/memcheck build/release
