@@ -94,6 +94,39 @@ std::unique_ptr<iccTagBase> NewTag(icTagSignature name, std::uint32_t type) {
     }
 }
 
+/// The blocks of a file. Its first bytes are read at once: a table may have so many entries that a seek for each would
+/// take far longer than a sound profile of that size.
+class BlockSource {
+public:
+    static constexpr std::uint64_t kAhead = std::uint64_t{4} << 20;  ///< bytes that are held at the most
+
+    BlockSource(std::FILE* stream, std::uint64_t fileSize) : stream_(stream), head_(std::min(fileSize, kAhead)) {
+        head_.resize(SeekTo(stream, 0) ? std::fread(head_.data(), 1, head_.size(), stream) : 0);
+        whole_ = head_.size() == fileSize;
+    }
+
+    /// `size` bytes from `start` on, until the next call. What the file does not hold is 0.
+    unsigned char* Block(std::uint64_t start, std::uint64_t size) {
+        if (start + size <= head_.size()) return head_.data() + start;
+        block_.resize(size);
+        std::size_t got = 0;
+        if (whole_) {
+            got = head_.size() - std::min<std::uint64_t>(start, head_.size());
+            std::copy_n(head_.end() - static_cast<std::ptrdiff_t>(got), got, block_.begin());
+        } else if (SeekTo(stream_, start)) {
+            got = std::fread(block_.data(), 1, block_.size(), stream_);
+        }
+        std::fill(block_.begin() + static_cast<std::ptrdiff_t>(got), block_.end(), std::uint8_t{0});
+        return block_.data();
+    }
+
+private:
+    std::FILE* stream_;
+    std::vector<unsigned char> head_;
+    std::vector<unsigned char> block_;
+    bool whole_;
+};
+
 }  // namespace
 
 int IccFile4::ReadFile(const char* path) {
@@ -116,13 +149,15 @@ int IccFile4::ReadFile(std::FILE* stream) {
     // Entries may share a block and every one gets a copy: what the copies may take follows from the file's size.
     const std::uint64_t budget = 4 * fileSize + (std::uint64_t{1} << 20);
     std::uint64_t spent = 0;
+    BlockSource blocks(stream, fileSize);
     for (std::size_t at = 0; at + kEntryBytes <= table.size(); at += kEntryBytes) {
         const unsigned char* entry = &table[at];
         const std::uint64_t size = LoadBig32(entry + 8);
         if (LoadBig32(entry + 4) + size > fileSize) continue;
         spent += RoundUp4(size) + kHeaderBytes;
         if (spent > budget) break;
-        Append(LoadBig32(entry), LoadBig32(entry + 4), size, stream);
+        if (RoundUp4(size) > INT32_MAX) continue;
+        Append(LoadBig32(entry), blocks.Block(LoadBig32(entry + 4), RoundUp4(size)), RoundUp4(size));
     }
     return 0;
 }
@@ -140,20 +175,19 @@ int IccFile4::ReadHeader(std::FILE* stream) {
 int IccFile4::AddIccTagData(unsigned sig, unsigned offset, unsigned size, std::FILE* stream) {
     const std::uint64_t start = Decoded(offset);
     const std::uint64_t declared = Decoded(size);
-    if (start + declared > FileSize(stream)) return 0;
-    Append(Decoded(sig), start, declared, stream);
-    return 0;
-}
-
-void IccFile4::Append(std::uint32_t name, std::uint64_t start, std::uint64_t declared, std::FILE* stream) {
-    if (RoundUp4(declared) > INT32_MAX) return;
+    if (start + declared > FileSize(stream) || RoundUp4(declared) > INT32_MAX) return 0;
     // The rounding may reach past the end of the file; what is not there is 0.
     std::vector<unsigned char> block(RoundUp4(declared));
     if (!block.empty() && SeekTo(stream, start)) {
         const std::size_t got = std::fread(block.data(), 1, block.size(), stream);
         std::fill(block.begin() + static_cast<std::ptrdiff_t>(got), block.end(), std::uint8_t{0});
     }
-    tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), block.data(), static_cast<int>(block.size())));
+    Append(Decoded(sig), block.data(), block.size());
+    return 0;
+}
+
+void IccFile4::Append(std::uint32_t name, unsigned char* block, std::uint64_t size) {
+    tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), block, static_cast<int>(size)));
 }
 
 std::unique_ptr<iccTagBase> IccFile4::CreateNewTag(icTagSignature sig, unsigned char* data, int size) {

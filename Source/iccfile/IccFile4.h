@@ -72,8 +72,8 @@ public:
     std::vector<std::unique_ptr<iccTagBase>> tagList;  ///< owns, in file order
 
 private:
-    /// Reads the block of an entry that lies in the file and appends its tag.
-    void Append(std::uint32_t name, std::uint64_t start, std::uint64_t declared, std::FILE* stream);
+    /// Makes a tag of a block of `size` bytes (borrowed) and appends it.
+    void Append(std::uint32_t name, unsigned char* block, std::uint64_t size);
 };
 
 }  // namespace ICC40::ICCFILE

@@ -11,6 +11,7 @@
 #include <functional>
 
 #include "hostile/Hostile.h"
+#include "iccfile/IccFile4.h"
 #include "support/ProfileBuilder.h"
 
 namespace hueweave::test {
@@ -24,6 +25,7 @@ struct BadProfile {
     std::int32_t space;  ///< what SetProfile for sRGB answers
     Effect effect;
 };
+void PrintTo(const BadProfile& bad, std::ostream* out) { *out << bad.name; }
 
 Bytes Changed(Bytes bytes, const std::function<void(Bytes&)>& change) {
     change(bytes);
@@ -146,6 +148,7 @@ struct BadCurved {
     std::int32_t space;
     Effect effect;
 };
+void PrintTo(const BadCurved& bad, std::ostream* out) { *out << bad.name; }
 
 std::vector<BadCurved> CurvedRows() {
     constexpr Effect refused = Effect::Refused, changed = Effect::Changed;
@@ -184,15 +187,32 @@ std::vector<BadCurved> CurvedRows() {
 class BadCurvedTableTest : public HostileTest, public testing::WithParamInterface<BadCurved> {};
 
 TEST_P(BadCurvedTableTest, LeavesTheEngineInADefinedState) {
-    CurvedLutSpec spec = SoundCurved();
-    GetParam().change(spec);
-    const std::string path = Put("bad.icc", MiniProfile({{"A2B0", EncodeCurved(spec)}}));
+    CurvedLutSpec contents = SoundCurved();
+    GetParam().change(contents);
+    const std::string path = Put("bad.icc", MiniProfile({{"A2B0", EncodeCurved(contents)}}));
     EXPECT_EQ(Bind(path), GetParam().space);
     EXPECT_EQ(EffectOfConversion(), GetParam().effect);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, BadCurvedTableTest, testing::ValuesIn(CurvedRows()),
                          [](const auto& row) { return std::string(row.param.name); });
+
+using BadEndTest = HostileTest;
+
+TEST_F(BadEndTest, BlocksThatReachPastItAreFilledUpWithZerosEach) {
+    ByteWriter out;
+    out.Fill(128).Big32(2).Text("aaaa").Big32(156).Big32(7).Text("bbbb").Big32(162).Big32(1);
+    const std::string path = Put("end.icc", out.Fill(7, 0x31).Done());
+    ICC40::ICCFILE::IccFile4 profile;
+    ASSERT_EQ(profile.ReadFile(path.c_str()), 0);
+    ASSERT_EQ(profile.tagList.size(), 2U);
+    const auto block = [&](std::size_t i) {
+        const ICC40::ICCFILE::iccTagBase& tag = *profile.tagList[i];
+        return Bytes(tag.tagData.get(), tag.tagData.get() + tag.tagSize);
+    };
+    EXPECT_EQ(block(0), ByteWriter().Fill(7, 0x31).Fill(1).Done());
+    EXPECT_EQ(block(1), ByteWriter().Fill(1, 0x31).Fill(3).Done());
+}
 
 using BadPathTest = HostileTest;
 

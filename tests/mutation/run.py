@@ -2,11 +2,12 @@
 # SPDX-License-Identifier: MIT
 """Changes the library one small piece at a time and sees whether a test fails.
 
-run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING]
+run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE]
 
 Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support}, and for each builds the
 suites that look at it and runs them until one fails. Prints a line a mutant, then the share of killed mutants, and
-writes all of it to FOLDER/mutants.txt. A mutant that does not compile is not counted.
+writes all of it to FOLDER/mutants.txt. A mutant that does not compile is not counted. With --guards the mutants are
+those of a list, see tests/mutation/guards.txt, and the suite of broken files looks at them as well.
 """
 import argparse
 import concurrent.futures
@@ -31,6 +32,12 @@ SUITES = {
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/"}
 # An array of one more entry is the same array: its declared size is no place for a mutant.
 ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable) )*[\w:]+ \w+((?:\[\w+\])+)(?= ?[;={])")
+GUARD_SUITES = {
+    "engine": ["hostile", "unit_engine"],
+    "iccfile": ["unit_iccfile", "hostile"],
+    "tiff": ["unit_tiff", "hostile"],
+    "FileHandle.cpp": ["hostile", "unit_tiff"],
+}
 # What is found, and what takes its place.
 SWAPS = [
     (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
@@ -81,6 +88,22 @@ def all_mutants():
     return mutants
 
 
+def listed_guards(path):
+    """The mutants of a list: a guard and what takes its place."""
+    mutants = []
+    for line in path.read_text().splitlines():
+        if not line or line.startswith("#"):
+            continue
+        name, change = line.split(" | ", 1)
+        old, new = change.split(" ==>", 1)
+        lines = (ROOT / name).read_text().splitlines()
+        places = [number for number, text in enumerate(lines) if old in text]
+        if len(places) != 1 or lines[places[0]].count(old) != 1:
+            raise SystemExit(f"{name}: not there once: {old}")
+        mutants.append((pathlib.Path(name), places[0], lines[places[0]].replace(old, new.strip()), f"{old} ==>{new}"))
+    return mutants
+
+
 class Worker:
     """One copy of the tree, built once and then a piece at a time."""
 
@@ -124,11 +147,17 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--only", default="")
+    parser.add_argument("--guards", type=pathlib.Path)
     arguments = parser.parse_args()
 
-    mutants = [m for m in all_mutants() if arguments.only in str(m[0])]
-    random.Random(arguments.seed).shuffle(mutants)
-    mutants = mutants[: arguments.count]
+    mutants = [m for m in (listed_guards(arguments.guards) if arguments.guards else all_mutants())
+               if arguments.only in str(m[0])]
+    if arguments.guards:
+        SUITES.clear()
+        SUITES.update(GUARD_SUITES)
+    else:
+        random.Random(arguments.seed).shuffle(mutants)
+        mutants = mutants[: arguments.count]
     idle = queue.Queue()
     for job in range(arguments.jobs):
         idle.put(Worker(arguments.folder.resolve() / f"worker-{job}"))

@@ -128,15 +128,14 @@ int ReferenceTiff::Read(const Bytes& file) {
 void ReferenceTiff::ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_t count, std::uint32_t value,
                             std::size_t& used) {
     ReferenceTag tag{typeAndTag[1], typeAndTag[0], count, value, {}};
-    const auto size = static_cast<std::uint64_t>(tag.Size());
-    if (size >= 5 && size <= stream.Size() && used + size <= 2 * stream.Size() + 65536) {
+    const auto announced = static_cast<std::uint64_t>(tag.Size());
+    // The Exif entry keeps 44 bytes, whatever it announces.
+    const bool exif = tag.tag == 34665;
+    const std::uint64_t size = exif ? 44 : announced;
+    if ((exif || (size >= 5 && size <= stream.Size())) && used + size <= 2 * stream.Size() + 65536) {
         stream.Seek(value);
         tag.data = stream.Read(size);
         used += size;
-    }
-    if (tag.tag == 34665) {
-        stream.Seek(value);
-        tag.data = stream.Read(44);
     }
     tags.push_back(tag);
 }

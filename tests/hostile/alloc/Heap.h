@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 
 // This program's own malloc, in front of the C library's: it counts, measures and fails at will. Every allocation of
 // the process goes through it, those of `operator new`, of standard streams and of other libraries included.
@@ -29,5 +30,9 @@ public:
     std::int64_t Peak() const;    ///< most bytes in use at one time, over those at the start
     std::int64_t Left() const;    ///< bytes still in use
 };
+
+inline void PrintTo(HeapWatch::Fail fail, std::ostream* out) {
+    *out << (fail == HeapWatch::Fail::Never ? "Never" : fail == HeapWatch::Fail::Once ? "Once" : "OnAndOn");
+}
 
 }  // namespace hueweave::test

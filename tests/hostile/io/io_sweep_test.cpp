@@ -172,27 +172,46 @@ TEST_P(IoSweep, EmbeddedProfiles) {
 INSTANTIATE_TEST_SUITE_P(Every, IoSweep, testing::ValuesIn(EveryFault()),
                          [](const auto& row) { return std::string(row.param.name); });
 
-/// Blocks of a profile that could not be read, or of which half could, are saved as zeros.
-TEST(FailedProfileReadTest, BytesThatCouldNotBeReadAreZeros) {
-    const TempDir dir;
-    const Bytes blocks[] = {Bytes(40, 0x31), Bytes(64, 0x32)};
-    WriteFile(dir.File("in.icc"), MiniProfile({{"aaaa", blocks[0]}, {"bbbb", blocks[1]}}));
+/// Reads of a profile: header, count and table, then the file's first 4 MiB at once, then each block that is not there.
+class FailedProfileReadTest : public testing::Test {
+protected:
+    /// The blocks of a profile as they are saved after read number `k` failed.
+    Bytes With(const Bytes& profile, std::size_t tags, Mode mode, std::uint64_t k) const {
+        WriteFile(dir_.File("in.icc"), profile);
+        ICC40::ICCFILE::IccFile4 file;
+        Faults faults(Io::Read, mode, k);
+        EXPECT_EQ(file.ReadFile(dir_.File("in.icc").c_str()), 0);
+        faults.Stop();
+        EXPECT_TRUE(faults.Failed());
+        EXPECT_EQ(file.SaveFile(dir_.File("out.icc").c_str()), 0);
+        const Bytes saved = ReadFile(dir_.File("out.icc"));
+        return Bytes(saved.begin() + static_cast<std::ptrdiff_t>(132 + 12 * tags), saved.end());
+    }
+
+    const Bytes blocks_[2] = {Bytes(40, 0x31), Bytes(64, 0x32)};
+    const TempDir dir_;
+};
+
+TEST_F(FailedProfileReadTest, BytesThatCouldNotBeReadAreZeros) {
+    const Bytes far(4U << 20, 0x33);
+    const Bytes profile = MiniProfile({{"long", far}, {"aaaa", blocks_[0]}, {"bbbb", blocks_[1]}});
     for (const Mode mode : {Mode::Once, Mode::Half}) {
         for (const std::size_t bad : {0U, 1U}) {
-            ICC40::ICCFILE::IccFile4 file;
-            Faults faults(Io::Read, mode, 4 + bad);  // behind header, count and table
-            EXPECT_EQ(file.ReadFile(dir.File("in.icc").c_str()), 0);
-            faults.Stop();
-            ASSERT_TRUE(faults.Failed());
-            EXPECT_EQ(file.SaveFile(dir.File("out.icc").c_str()), 0);
-            Bytes expected[] = {blocks[0], blocks[1]};
-            const std::size_t read = mode == Mode::Half ? blocks[bad].size() / 2 : 0;
+            Bytes expected[] = {blocks_[0], blocks_[1]};
+            const std::size_t read = mode == Mode::Half ? expected[bad].size() / 2 : 0;
             std::fill(expected[bad].begin() + static_cast<std::ptrdiff_t>(read), expected[bad].end(), std::uint8_t{0});
-            const Bytes saved = ReadFile(dir.File("out.icc"));
-            EXPECT_EQ(Bytes(saved.begin() + 156, saved.begin() + 196), expected[0]);
-            EXPECT_EQ(Bytes(saved.begin() + 196, saved.end()), expected[1]);
+            EXPECT_EQ(With(profile, 3, mode, 6 + bad),
+                      ByteWriter().Append(far).Append(expected[0]).Append(expected[1]).Done());
         }
     }
+}
+
+TEST_F(FailedProfileReadTest, BlocksAreReadOneByOneWhereTheyCouldNotBeReadAtOnce) {
+    const Bytes profile = MiniProfile({{"aaaa", blocks_[0]}, {"bbbb", blocks_[1]}});
+    const Bytes all = ByteWriter().Append(blocks_[0]).Append(blocks_[1]).Done();
+    EXPECT_EQ(With(profile, 2, Mode::Once, 4), all);
+    EXPECT_EQ(With(profile, 2, Mode::Half, 4), all);
+    EXPECT_EQ(With(profile, 2, Mode::OnAndOn, 4), Bytes(all.size(), 0));
 }
 
 /// Reads of a file in their order, and what becomes of the file when one of them gives nothing.

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Counts the heap. With AddressSanitizer by its hooks, so that its own checks of new and delete stay; otherwise by
+// operators of our own.
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "FuzzInput.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define HUEWEAVE_FUZZ_HOOKS 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define HUEWEAVE_FUZZ_HOOKS 1
+#endif
+#endif
+
+namespace {
+
+std::atomic<std::size_t> live{0}, peak{0}, count{0};
+
+void Taken(std::size_t bytes) {
+    count.fetch_add(1, std::memory_order_relaxed);
+    const std::size_t now = live.fetch_add(bytes, std::memory_order_relaxed) + bytes;
+    if (now > peak.load(std::memory_order_relaxed)) peak.store(now, std::memory_order_relaxed);
+}
+void Given(std::size_t bytes) { live.fetch_sub(bytes, std::memory_order_relaxed); }
+
+}  // namespace
+
+#ifdef HUEWEAVE_FUZZ_HOOKS
+
+extern "C" {
+int __sanitizer_install_malloc_and_free_hooks(void (*taken)(const volatile void*, std::size_t),
+                                              void (*given)(const volatile void*));
+std::size_t __sanitizer_get_allocated_size(const volatile void* block);
+}
+
+namespace {
+const int hooks =
+    __sanitizer_install_malloc_and_free_hooks([](const volatile void*, std::size_t bytes) { Taken(bytes); },
+                                              [](const volatile void* block) {
+                                                  if (block != nullptr) Given(__sanitizer_get_allocated_size(block));
+                                              });
+}  // namespace
+
+#else
+
+void* operator new(std::size_t bytes) {
+    void* block = std::malloc(bytes != 0 ? bytes : 1);
+    if (block == nullptr) throw std::bad_alloc();
+    Taken(malloc_usable_size(block));
+    return block;
+}
+void operator delete(void* block) noexcept {
+    if (block != nullptr) Given(malloc_usable_size(block));
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+
+#endif
+
+namespace hueweave::fuzz {
+
+HeapWatch::HeapWatch() : liveBefore_(live), countBefore_(count) { peak = liveBefore_; }
+
+std::size_t HeapWatch::Peak() const { return peak > liveBefore_ ? peak - liveBefore_ : 0; }
+
+std::size_t HeapWatch::Count() const { return count - countBefore_; }
+
+}  // namespace hueweave::fuzz

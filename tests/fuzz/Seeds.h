@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Inputs that a search starts from, made anew at every build: each reaches a place of its own.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "support/ByteWriter.h"
+
+namespace hueweave::fuzz {
+
+using test::Bytes;
+
+/// Takes one file and a name for it.
+using Sow = std::function<void(const std::string& name, const Bytes& file)>;
+
+/// Profiles: every type of tag at every length, tables of 0 to 8 channels, 0 to 34 points, 0 to 4097 entries.
+void SowProfiles(const Sow& sow);
+/// Blocks of tables of curves and a grid, sound and with each of their offsets and counts off.
+void SowCurvedBlocks(const Sow& sow);
+/// TIFF files on every path of the image, of every type of entry, cut, and out of order.
+void SowTiffs(const Sow& sow);
+
+}  // namespace hueweave::fuzz

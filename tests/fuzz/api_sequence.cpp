@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// The sixteen exports in any order on three engines. Every answer must follow from the ones before it, no engine may
+// change what another converts, and nothing beside the pixels of a run is touched.
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <vector>
+
+#include "Files.h"
+#include "FuzzInput.h"
+#include "Mutation.h"
+#include "hueweave/hueweave.h"
+
+using namespace hueweave::fuzz;
+
+namespace {
+
+constexpr std::size_t kSteering = 256;
+constexpr std::int32_t kNone = 65535;
+
+struct Exports {
+    decltype(&Orvix_Icc_SetProfile) setProfile;
+    decltype(&Orvix_Icc_SetIntent) setIntent;
+    decltype(&Orvix_Icc_Adjust) adjust;
+    decltype(&Orvix_Icc_Convert2) convert;
+    decltype(&Orvix_Icc_ConvertFile) convertFile;
+};
+constexpr Exports kEngines[3] = {
+    {Orvix_Icc_SetProfile, Orvix_Icc_SetIntent, Orvix_Icc_Adjust, Orvix_Icc_Convert2, Orvix_Icc_ConvertFile},
+    {Orvix_Icc_SetProfile_2nd, Orvix_Icc_SetIntent_2nd, Orvix_Icc_Adjust_2nd, Orvix_Icc_Convert2_2nd,
+     Orvix_Icc_ConvertFile_2nd},
+    {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
+     Orvix_Icc_ConvertFile_3rd}};
+
+/// The files of a session; the first profile is the input's.
+struct Disk {
+    ScratchFile profile, sound, curved, tiff8, tiff16, dest;
+    Disk() {
+        sound.Put(SoundProfile(1));
+        curved.Put(CurvedProfile(3));
+        tiff8.Put(SoundTiff(8));
+        tiff16.Put(SoundTiff(16));
+    }
+    const char* Profile(std::size_t number) const {
+        const char* paths[] = {profile.Path(), sound.Path(), curved.Path(), "/proc/self/fd/none", nullptr};
+        return paths[number];
+    }
+    const char* Tiff(std::size_t number) const {
+        const char* paths[] = {tiff8.Path(), tiff16.Path(), profile.Path(), "/proc/self/fd/none", nullptr};
+        return paths[number];
+    }
+};
+
+class Session {
+public:
+    Session(const Disk& disk, FuzzInput& input) : disk_(disk), input_(input) {
+        for (const Exports& engine : kEngines) {
+            // Two paths in turn: the same one again could be the binding that is there already.
+            engine.setProfile(disk_.Profile(3), nullptr, 0, CsRGB_8, CssRGB_8);
+            Require(engine.setProfile(nullptr, nullptr, 0, CsRGB_8, CssRGB_8) == kNone, "no profile");
+        }
+        path_.fill(4);
+        status_.fill(kNone);
+        for (std::size_t e = 0; e < 3; ++e) probe_[e] = Probe(e);
+    }
+
+    void Step() {
+        const std::size_t e = input_.Below(3);
+        switch (input_.Below(8)) {
+            case 0:
+            case 1:
+                SetProfile(e);
+                break;
+            case 2:
+                SetIntent(e);
+                break;
+            case 3:
+                Adjust(e);
+                break;
+            case 4:
+                ConvertFile(e);
+                break;
+            case 5:
+                Require(func1() == 0, "func1");
+                break;
+            default:
+                Convert(e);
+                break;
+        }
+        for (std::size_t other = 0; other < 3; ++other) {
+            const Bytes now = Probe(other);
+            Require(other == e || now == probe_[other], "an engine of its own");
+            probe_[other] = now;
+        }
+    }
+    bool Tired() const { return builds_ >= 5; }
+
+private:
+    int DrawSpace() { return input_.Below(8) == 0 ? input_.Int() : input_.Between(0, 39); }
+    int DrawInput() {
+        return input_.Below(8) == 0 ? kNone : input_.Below(16) == 0 ? input_.Int() : input_.Between(0, 1);
+    }
+
+    /// What some pixels come out as; a run that is refused leaves them as they are.
+    Bytes Probe(std::size_t e) const {
+        Bytes pixels;
+        for (unsigned i = 0; i < 48; ++i) pixels.push_back(static_cast<unsigned char>(i * 53 + i / 3));
+        const std::int32_t answer = kEngines[e].convert(pixels.data(), pixels.data(), 8);
+        Require(answer == (status_[e] == kNone ? -1 : 0), "answer to a probe");
+        return pixels;
+    }
+    void Answered(std::size_t e, std::int32_t answer, std::int32_t asked) {
+        ++builds_;
+        Require(answer == asked || answer == kNone, "the space that was asked for, or none");
+        status_[e] = answer;
+    }
+    void SetProfile(std::size_t e) {
+        const std::size_t number = input_.Below(5);
+        const char* path = disk_.Profile(number);
+        const char* second = input_.Bool() ? nullptr : disk_.Profile(input_.Below(5));
+        const int intent = input_.Between(-2, 5), in = DrawInput(), out = DrawSpace();
+        const std::int32_t answer = kEngines[e].setProfile(path, second, intent, in, out);
+        Answered(e, answer, out);
+        const bool known = in == CsRGB_8 || in == CsRGB_16 || (e == 0 && in == kNone);
+        Require(known || number == path_[e] || answer == kNone, "an encoding that is refused");
+        // The same path again is not opened again, if a SetIntent has given the engine a space.
+        Require(number < 3 || number == path_[e] || answer == kNone, "a file that is not there");
+        path_[e] = number;
+    }
+    void SetIntent(std::size_t e) {
+        const int intent = input_.Between(-2, 5), in = DrawInput(), out = DrawSpace();
+        Answered(e, kEngines[e].setIntent(intent, in, out), out);
+    }
+    void Adjust(std::size_t e) {
+        const double lightness = input_.Double(), chroma = input_.Double(), hue = input_.Double();
+        Bytes curve(256);
+        const unsigned step = input_.U8();
+        for (unsigned i = 0; i < 256; ++i) curve[i] = static_cast<unsigned char>(i * step + i);
+        const Bytes before = curve;
+        const unsigned missing = input_.U8();
+        const int count = input_.Int();
+        // A count that is no count of points may come with any array.
+        unsigned char* arrays[3] = {curve.data(), curve.data(), curve.data()};
+        if (missing < 3) arrays[missing] = nullptr;
+        const std::int32_t answer = kEngines[e].adjust(lightness, chroma, hue, arrays[0], arrays[1], arrays[2], count);
+        Answered(e, answer, status_[e]);
+        Require(curve == before, "curves are read only");
+    }
+    void ConvertFile(std::size_t e) {
+        const char* source = disk_.Tiff(input_.Below(5));
+        const bool nowhere = input_.Below(8) == 0;
+        const Bytes mark(9, 0xee);
+        disk_.dest.Put(mark);
+        const std::int32_t answer = kEngines[e].convertFile(source, nowhere ? nullptr : disk_.dest.Path());
+        Require(answer == status_[e], "the engine's space");
+        if (answer == kNone || nowhere) Require(disk_.dest.Get() == mark, "no file is opened");
+        if (answer != kNone && !nowhere && (source == disk_.tiff8.Path() || source == disk_.tiff16.Path())) {
+            Require(disk_.dest.Size() > 100, "a sound file is written");
+        }
+    }
+    void Convert(std::size_t e) {
+        constexpr std::size_t kFence = 16;
+        const std::size_t place = kFence + input_.Below(4);  // at any address
+        const int pixels = input_.Between(-3, 70);
+        const auto room = static_cast<std::size_t>(std::max(pixels, 0)) * 6;
+        Bytes source(place + room + kFence), dest(place + room + kFence, 0xa5);
+        Scatter scatter(input_.U16());
+        for (unsigned char& byte : source) byte = static_cast<unsigned char>(scatter.Next());
+        const Bytes sourceBefore = source, destBefore = dest;
+        const bool apart = input_.Bool();
+        Bytes& target = apart ? dest : source;
+        const HeapWatch heap;
+        const std::int32_t answer = kEngines[e].convert(&source[place], &target[place], pixels);
+        Require(heap.Count() == 0, "a conversion takes no heap");
+        Require(answer == (status_[e] == kNone ? -1 : 0), "answer to pixels");
+        Require(kEngines[e].convert(nullptr, nullptr, pixels) == answer, "no buffers");
+        const bool still = answer != 0 || pixels < 1;
+        Require(!still || (source == sourceBefore && dest == destBefore), "nothing is converted");
+        // One of the two holds the result: 8-bit pixels stay where they are, 16-bit pixels go to the target.
+        Require(!apart || source == sourceBefore || dest == destBefore, "one buffer is written");
+        const auto fence = [&](const Bytes& now, const Bytes& before) {
+            return std::equal(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(place), before.begin()) &&
+                   std::equal(now.end() - kFence, now.end(), before.end() - kFence);
+        };
+        Require(fence(source, sourceBefore) && fence(dest, destBefore), "nothing beside the run is touched");
+    }
+
+    const Disk& disk_;
+    FuzzInput& input_;
+    std::array<std::int32_t, 3> status_{};
+    std::array<std::size_t, 3> path_{};
+    std::array<Bytes, 3> probe_;
+    int builds_ = 0;
+};
+
+}  // namespace
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const Disk disk;
+    const std::size_t steering = std::min(size, kSteering);
+    disk.profile.Put({data + steering, size - steering});
+    FuzzInput input(data, steering);
+    const std::size_t descriptors = OpenDescriptors();
+    Session session(disk, input);
+    while (!input.Empty() && !session.Tired()) session.Step();
+    Require(OpenDescriptors() == descriptors, "every file is closed");
+    return 0;
+}

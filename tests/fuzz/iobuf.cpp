@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// A stream over a block of memory, beside a vector and a place in it. Buffers are exactly as long as what may be moved.
+#include <algorithm>
+#include <cstring>
+
+#include "FuzzInput.h"
+#include "support/ByteStreams.h"
+
+using namespace hueweave::fuzz;
+
+namespace {
+
+constexpr std::uint64_t kFar = std::uint64_t{1} << 62;  ///< a place that no block reaches
+
+/// The block and a place that may lie beyond its end; from `kFar` on it counts as lost.
+struct Model {
+    Bytes bytes;
+    std::uint64_t place = 0;
+
+    bool Lost() const { return place >= kFar; }
+    std::uint64_t Room(std::uint64_t wanted) const {
+        return place >= bytes.size() ? 0 : std::min<std::uint64_t>(wanted, bytes.size() - place);
+    }
+    /// The answer: the offset, or how far it was too far.
+    int Seek(int offset, int origin) {
+        const auto length = static_cast<std::int64_t>(bytes.size());
+        std::int64_t target = static_cast<std::int64_t>(place);
+        if (origin == 0) target = offset;
+        if (origin == 1) target += offset;
+        if (origin == 2) target = length + offset;
+        std::int64_t answer = offset;
+        if (offset > 0 && target > length) {
+            answer = target - length;
+            target = length;
+        } else if (offset <= 0 && target < 0) {
+            answer = target;
+            target = 0;
+        }
+        place = static_cast<std::uint64_t>(target);
+        return static_cast<int>(static_cast<std::uint32_t>(answer));
+    }
+};
+
+/// `size` times `count`, or a length that no block has.
+std::uint64_t Product(std::uint64_t size, std::uint64_t count) {
+    if (size == 0 || count == 0) return 0;
+    return size > kFar / count ? kFar : size * count;
+}
+
+class Session {
+public:
+    /// The block lies behind a fence byte: one of no bytes has an address too, and places count from there.
+    explicit Session(const Bytes& bytes)
+        : block_(Fenced(bytes)), stream_(block_.data() + 1, bytes.size()), model_{bytes, 0} {}
+
+    void Step(FuzzInput& input) {
+        const std::size_t how = input.Below(3);
+        if (how == 2 || model_.Lost()) {
+            Seek(input);
+        } else if (how == 1) {
+            Write(input);
+        } else {
+            Read(input);
+        }
+        Require(block_ == Fenced(model_.bytes), "bytes of the block");
+        Require(stream_.GetHandle() == block_.data() + 1, "start of the block");
+        if (!model_.Lost()) Require(stream_.position == stream_.begin + model_.place, "place");
+    }
+    void Close() {
+        stream_.Close();
+        unsigned char byte = 7;
+        Require(stream_.Read(&byte, 1, 1) == 0 && byte == 7, "a closed stream has nothing to read");
+        Require(stream_.GetHandle() == nullptr, "a closed stream has no block");
+        stream_.Write(&byte, 1, 1);
+        Require(block_ == Fenced(model_.bytes), "a closed stream writes nothing");
+    }
+
+private:
+    static Bytes Fenced(const Bytes& bytes) {
+        Bytes block{0xee};
+        block.insert(block.end(), bytes.begin(), bytes.end());
+        block.shrink_to_fit();
+        return block;
+    }
+
+    void Read(FuzzInput& input) {
+        const std::uint64_t size = input.Length(), count = input.Length();
+        const std::uint64_t moved = model_.Room(Product(size, count));
+        Bytes got(moved, 0xcc);
+        const std::uint64_t answer = stream_.Read(got.data(), size, count);
+        const auto from = model_.bytes.begin() + static_cast<std::ptrdiff_t>(moved == 0 ? 0 : model_.place);
+        Require(std::equal(got.begin(), got.end(), from), "bytes read");
+        model_.place += moved;
+        Require(answer == stream_.begin + model_.place, "answer of a read");
+    }
+    void Write(FuzzInput& input) {
+        const std::uint64_t size = input.Length(), count = input.Length(), wanted = Product(size, count);
+        const std::uint64_t moved = model_.Room(wanted);
+        Bytes given(moved, static_cast<unsigned char>(input.U8()));
+        const std::uint64_t answer = stream_.Write(given.data(), size, count);
+        if (moved != 0) {
+            std::copy(given.begin(), given.end(), model_.bytes.begin() + static_cast<std::ptrdiff_t>(model_.place));
+        }
+        // The whole length counts, also where only a part has room.
+        model_.place = wanted >= kFar - model_.place ? kFar : model_.place + wanted;
+        Require(model_.Lost() || answer == stream_.begin + model_.place, "answer of a write");
+        Require(answer >= stream_.begin, "a position does not start again from 0");
+    }
+    void Seek(FuzzInput& input) {
+        if (model_.Lost()) {
+            // From nowhere only the start and the end can be found again.
+            stream_.Seek(0, 0);
+            model_.place = 0;
+            return;
+        }
+        const int offset = input.Int(), origin = input.Between(-1, 3);
+        const int answer = stream_.Seek(offset, origin);
+        Require(answer == model_.Seek(offset, origin), "answer of a seek");
+    }
+
+    Bytes block_;
+    IO_Buf stream_;
+    Model model_;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    FuzzInput input(data, size);
+    const std::size_t length = input.Below(70);
+    Session session(input.Take(length));
+    while (!input.Empty()) session.Step(input);
+    session.Close();
+    return 0;
+}
