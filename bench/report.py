@@ -25,12 +25,12 @@ GOALS = {
     "plain / sse2": (AT_LEAST, 2.3, 2.3),
     "plain / avx2": (AT_LEAST, 3.4, 3.3),
     "Little CMS without its cache / avx2": (AT_LEAST, 9, 6.5),
-    "avx2 / memcpy": (AT_MOST, 16, 9),
+    "avx2 / memcpy": (AT_MOST, 12, 7.5),
     "avx2, random pixels / constant colour": (AT_MOST, 1.6, 2),
     "cmsCreateTransform / SetIntent": (AT_LEAST, 20, 15),
-    "whole file: tificc / ours": (AT_LEAST, 3, 2),
-    "whole file: cctiff / ours": (AT_LEAST, 1.15, 2),
-    "whole file: vips / ours": (AT_LEAST, 3, 2),
+    "whole file: tificc / ours": (AT_LEAST, 3.5, 2.2),
+    "whole file: cctiff / ours": (AT_LEAST, 1.2, 2.1),
+    "whole file: vips / ours": (AT_LEAST, 3.5, 2.4),
 }
 
 
