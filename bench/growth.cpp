@@ -147,8 +147,9 @@ void GrowPixels(int bits, std::int64_t largest) {
     const ProfileFile profile;
     const auto engine = MakeEngine(profile, bits);
     const auto stages = StagesOf(*engine);
-    const auto* kernel = ICC40::ICC_ENG_S4::Kernels().back();
+    const auto kernels = ICC40::ICC_ENG_S4::Kernels();
     for (std::int64_t n = 1; n <= largest; n *= 10) {
+        const auto* const kernel = n < 8 ? kernels.front() : kernels.back();  // as the engine does
         const std::int64_t times = std::max<std::int64_t>(1, 1000000 / n);
         const Figure figure = Measure(n < 100000000 ? 5 : 2, times, [&] {
             if (bits == 8) {
