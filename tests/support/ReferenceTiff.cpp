@@ -112,10 +112,12 @@ int ReferenceTiff::Read(const Bytes& file) {
     Stream stream(file);
     if (stream.Read(4) != Bytes{0x49, 0x49, 0x2a, 0x00}) return -2;
     stream.Seek(Number(stream.Read(4), 0, 4));
-    std::size_t entries = Number(stream.Read(2), 0, 2);
+    const std::size_t entries = Number(stream.Read(2), 0, 2);
     if (entries > 29) return -3;
-    entries = std::min(entries, stream.Left() / 12);
-    const Bytes table = stream.Read(entries * 12);
+    // Of a table that the file cuts the whole entries count; its reading still ends where the file does.
+    const std::size_t whole = std::min(entries, stream.Left() / 12);
+    Bytes table = stream.Read(entries * 12);
+    table.resize(whole * 12);
     std::size_t used = 0;
     for (std::size_t at = 0; at < table.size(); at += 12) {
         unsigned typeAndTag[2] = {Number(table, at + 2, 2), Number(table, at, 2)};
