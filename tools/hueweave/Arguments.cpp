@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -151,6 +152,8 @@ void SettleConvert(ConvertArguments& a, const ConvertWords& words) {
     if (a.inPlace && !a.output.empty()) Usage("--in-place and -o exclude each other", "leave one of them out");
     if (!a.inPlace && a.output.empty())
         Usage("no output was given", "name a file or folder with -o, or use --in-place");
+    if (a.filesFrom == "-" && std::count(a.inputs.begin(), a.inputs.end(), "-") > 0)
+        Usage("- and --files-from - both read standard input", "give the list in a file");
     if (a.nul && !a.filesFrom) Usage("-0 is for --files-from", "give --files-from, or leave -0 out");
     if (a.json && a.output == "-") Usage("--json and -o - both write to standard output", "write to a file");
     if (a.resume && (a.inPlace || a.output == "-")) Usage("--resume wants an output folder", "give one with -o");
