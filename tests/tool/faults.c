@@ -3,9 +3,9 @@
  *
  * Preloaded into the command under test: makes calls of the system fail. HUEWEAVE_FAULT holds one fault or more,
  * separated by commas, each as "call:n:errno": the n-th call from 1 on, or every one for n = 0. For an errno of 0 the
- * call does half of what it was asked for; linkat does all of it, and the command is killed. The calls are pread, pwrite, fsync, ftruncate, linkat, renameat2, lseek,
- * memfd_create, pthread_create, and tmpfile, which is open with O_TMPFILE. The file that HUEWEAVE_FAULT_SEEN names is
- * made when a fault with a number has struck.
+ * call does half of what it was asked for; linkat does all of it, and the command is killed. The calls are pread,
+ * pwrite, fsync, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, and tmpfile, which is open with
+ * O_TMPFILE. The file that HUEWEAVE_FAULT_SEEN names is made when a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>

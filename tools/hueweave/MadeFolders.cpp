@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -28,7 +29,7 @@ bool IsFolder(const std::string& path) {
 
 MadeFolders::~MadeFolders() {
     if (stay_) return;
-    for (auto folder = made_.rbegin(); folder != made_.rend(); ++folder) ::rmdir(folder->c_str());
+    std::for_each(made_.rbegin(), made_.rend(), [](const std::string& folder) { ::rmdir(folder.c_str()); });
 }
 
 bool MadeFolders::MakeOne(const std::string& folder) {
