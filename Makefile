@@ -11,6 +11,7 @@ help:
 	@echo "make test-release   one of them (also: test-clang, test-portable, test-asan, test-tsan)"
 	@echo "make coverage       lines and branches of Source/ that the tests reach, as text and HTML"
 	@echo "make bench          compare the speed with other programs' and fill docs/benchmarks.md (ten minutes)"
+	@echo "make peers          run other converters beside the command and write docs/comparison.md (some minutes)"
 	@echo "make fuzz           search with each fuzz target for SECONDS=60 for inputs that break a rule"
 	@echo "make many-inputs    five million broken inputs, the same every time"
 	@echo "make memcheck       the suites that decode files, under valgrind"
@@ -48,6 +49,13 @@ bench:
 	@tools/install-packages bench
 	$(call build,bench)
 	@bench/run build/bench/bench build/bench/results
+
+.PHONY: peers
+peers:
+	@tools/install-packages bench
+	@$(call build,release) --target hueweave
+	@tests/tool/make-inputs build/peers
+	@tests/tool/peers/compare.py build/release/tools/hueweave/hueweave build/peers -o docs/comparison.md $(PEERS)
 
 format:
 	@tools/install-packages check

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -205,14 +206,84 @@ TEST_F(BatchTest, ResumeAfterAKill) {
                         kill(child, SIGKILL);
                     }});
     }
-    // What got its name but not its line in the record is there already.
-    auto last = words;
-    last.push_back("--force");
-    EXPECT_EQ(RunProgram({last, "", {}, {}, {}}).status, 0);
+    const Outcome last = RunProgram({words, "", {}, {}, {}});
+    EXPECT_EQ(last.status, 0) << last.err;
     EXPECT_EQ(Outputs().size(), 33U);
     const Picture wanted = ByEngine(ReadPictures(scans_ + "/a.tif")[0], Input("scanner.icc"), 0, 9);
     for (int i = 0; i < 30; ++i)
         EXPECT_EQ(ReadPictures(out_ + "/n" + std::to_string(i) + ".tif")[0].values, wanted.values);
+}
+
+TEST_F(BatchTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
+    const std::vector<std::string> words{
+        HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), "-j", "1", scans_, "-o", out_, "--resume"};
+    // Killed in the call that gives the second output its name.
+    EXPECT_EQ(RunProgram({words, "", Faults("linkat:2:0"), {}, {}}).signal, SIGKILL);
+    EXPECT_EQ(Outputs().size(), 2U);
+    const Outcome again = RunProgram({words, "", {}, {}, {}});
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_THAT(again.err, HasSubstr("1 converted, 2 done already"));
+    // What was recorded but never got its name is converted.
+    fs::remove_all(out_);
+    EXPECT_EQ(RunProgram({words, "", Faults("linkat:0:28"), {}, {}}).status, 1);
+    EXPECT_EQ(Outputs().size(), 0U);
+    EXPECT_THAT(RunProgram({words, "", {}, {}, {}}).err, HasSubstr("3 converted"));
+    // An output that stays because its replacement did not come is known too.
+    auto force = words;
+    force.back() = "--force";
+    EXPECT_EQ(RunProgram({force, "", Faults("renameat2:0:5"), {}, {}}).status, 1);
+    EXPECT_THAT(RunProgram({words, "", {}, {}, {}}).err, HasSubstr("0 converted, 3 done already"));
+}
+
+TEST_F(BatchTest, NamesThatAreNoUtf8AreNamesLikeOthers) {
+    // The last letter in Latin-1, and its like.
+    const std::string one = scans_ + "/caf\xe9.tif", two = scans_ + "/caf\xe8.tif";
+    fs::copy_file(scans_ + "/a.tif", one);
+    fs::copy_file(scans_ + "/a.tif", two);
+    WriteBytes(scans_ + "/bad\xff.tif", "bad");
+    const Outcome run = Convert({scans_, "-o", out_, "--json"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(Outputs().count("caf\xe9.tif"), 1U);
+    const auto hex = [](const std::string& text) {
+        std::string digits;
+        for (const char c : text) {
+            char two_[3];
+            std::snprintf(two_, sizeof two_, "%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+            digits += two_;
+        }
+        return digits;
+    };
+    std::map<std::string, json> by;
+    for (const std::string& line : Lines(run.out)) {
+        const json told = json::parse(line);
+        EXPECT_EQ(told.contains("source_hex"), told.contains("output_hex"));
+        if (told.contains("source_hex")) by[told["source_hex"]] = told;
+    }
+    ASSERT_EQ(by.size(), 3U) << run.out;
+    EXPECT_EQ(by[hex(one)]["output_hex"], hex(out_ + "/caf\xe9.tif"));
+    EXPECT_EQ(by[hex(two)]["output_hex"], hex(out_ + "/caf\xe8.tif"));
+    EXPECT_EQ(by[hex(two)]["source"], scans_ + "/caf\xef\xbf\xbd.tif");
+    EXPECT_EQ(by[hex(scans_ + "/bad\xff.tif")]["status"], "refused");
+    fs::remove(scans_ + "/bad\xff.tif");
+    const Outcome again = Convert({scans_, "-o", out_, "--resume"});
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_THAT(again.err, HasSubstr("0 converted, 5 done already"));
+}
+
+TEST_F(BatchTest, NotesThatManyFilesShareAreSaidOnce) {
+    for (const char* name : {"/a.tif", "/b.TIFF", "/deep/a.tif"}) {
+        Shell("tiffset -u 318 " + Quoted(scans_ + name) + "; tiffset -u 319 " + Quoted(scans_ + name));
+    }
+    for (const char* name : {"/a.tif", "/deep/a.tif"}) Shell("tiffset -s 318 0.3 0.3 " + Quoted(scans_ + name));
+    const Outcome run = Convert({scans_, "-o", out_});
+    EXPECT_EQ(run.status, 0) << run.err;
+    std::vector<std::string> notes;
+    for (const std::string& line : Lines(run.err)) {
+        if (line.find("note: ") != std::string::npos) notes.push_back(line);
+    }
+    EXPECT_EQ(notes, (std::vector<std::string>{"hueweave: note: in 2 files the tag of the old colours (318) stays; the "
+                                               "embedded profile takes precedence over it"}));
+    EXPECT_THAT(Lines(run.err).back(), HasSubstr("3 converted, in "));
 }
 
 TEST_F(BatchTest, JsonTellsOfEveryFile) {
@@ -271,6 +342,58 @@ TEST_F(BatchTest, DryRunWritesNothingAndTellsWhatWouldHappen) {
                 HasSubstr("would convert " + scans_ + "/a.tif -> " + out_ + "/a.tif (srgb, perceptual, 16 bits, "));
     EXPECT_THAT(run.err, HasSubstr("bad.tif: is not a TIFF file"));
     EXPECT_THAT(run.err, HasSubstr("3 would be converted, 1 refused"));
+}
+
+TEST_F(BatchTest, DryRunRefusesAFolderThatARunWouldRefuse) {
+    const std::string shut = folder_ / "shut", in = scans_ + "/a.tif";
+    fs::create_directory(shut);
+    fs::permissions(shut, fs::perms::owner_read | fs::perms::owner_exec);
+    WriteBytes(folder_ / "file", "no folder");
+    const std::vector<std::pair<std::string, std::string>> rows{
+        {folder_ / "missing/out.tif", "missing/out.tif: cannot be written (No such file or directory)"},
+        {folder_ / "file/out.tif", "file/out.tif: cannot be written (Not a directory)"},
+        {shut + "/out.tif", "shut/out.tif: cannot be written (Permission denied)"},
+        {shut + "/", "shut/a.tif: cannot be written (Permission denied)"},
+        {shut + "/deep/below/", "shut/deep/below: cannot be made (Permission denied); choose another folder with -o"},
+        {folder_ / "file/below/",
+         "file/below/a.tif: cannot be written (Not a directory); choose another folder with -o"}};
+    for (const auto& [output, reason] : rows) {
+        std::set<std::string> said;
+        for (const bool dry : {false, true}) {
+            std::vector<std::string> words{
+                HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in, "-o", output};
+            if (dry) words.push_back("--dry-run");
+            const Outcome run = RunProgram({words, "", {}, HeedModes, {}});
+            EXPECT_EQ(run.status, 5) << run.err;
+            EXPECT_THAT(run.err, HasSubstr(reason));
+            said.insert(run.err);
+        }
+        EXPECT_EQ(said.size(), 1U) << "the run and the trial say different things";
+    }
+    fs::permissions(shut, fs::perms::owner_all);
+    EXPECT_EQ(NamesIn(shut), std::vector<std::string>{});
+    EXPECT_EQ(Convert({in, "-o", out_ + "/deep/", "--dry-run"}).status, 0);
+    EXPECT_FALSE(Exists(out_));
+}
+
+TEST_F(BatchTest, AFolderThatWasMadeForNothingIsRemoved) {
+    const std::string bad = folder_ / "bad";
+    fs::create_directories(bad + "/deep");
+    // Damaged in its image data: refused after the folder was made.
+    Shell("tiffcp -c zip " + Quoted(scans_ + "/a.tif") + " " + Quoted(bad + "/deep/a.tif"));
+    std::string bytes = FileBytes(bad + "/deep/a.tif");
+    std::fill(bytes.begin() + static_cast<long>(bytes.size() / 4), bytes.begin() + static_cast<long>(bytes.size() / 2),
+              '\0');
+    WriteBytes(bad + "/deep/a.tif", bytes);
+    EXPECT_EQ(Convert({bad, "-o", out_ + "/new/er"}).status, 1);
+    EXPECT_FALSE(Exists(out_));
+    // What was there before stays, and what holds something.
+    fs::create_directories(out_ + "/new");
+    fs::copy_file(scans_ + "/a.tif", bad + "/b.tif");
+    EXPECT_EQ(Convert({bad + "/deep", "-o", out_ + "/new/er"}).status, 1);
+    EXPECT_EQ(NamesIn(out_), std::vector<std::string>{"new"});
+    EXPECT_EQ(Convert({bad, "-o", out_ + "/new/er"}).status, 1);
+    EXPECT_EQ(NamesIn(out_ + "/new/er"), (std::vector<std::string>{".hueweave.jsonl", "b.tif"}));
 }
 
 TEST_F(BatchTest, QuietSaysNothingButRefusals) {

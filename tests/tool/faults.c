@@ -3,15 +3,16 @@
  *
  * Preloaded into the command under test: makes calls of the system fail. HUEWEAVE_FAULT holds one fault or more,
  * separated by commas, each as "call:n:errno": the n-th call from 1 on, or every one for n = 0. For an errno of 0 the
- * call does half of what it was asked for. The calls are pread, pwrite, fsync, ftruncate, linkat, renameat2, lseek,
- * memfd_create, pthread_create, and tmpfile, which is open with O_TMPFILE. The file that HUEWEAVE_FAULT_SEEN names is
- * made when a fault with a number has struck.
+ * call does half of what it was asked for; linkat does all of it, and the command is killed. The calls are pread,
+ * pwrite, fsync, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, and tmpfile, which is open with
+ * O_TMPFILE. The file that HUEWEAVE_FAULT_SEEN names is made when a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdatomic.h>
 #include <stdio.h>
@@ -118,7 +119,9 @@ int linkat(int fromFolder, const char* from, int toFolder, const char* to, int f
     FAULT_OR_PASS("linkat")
     int (*next)(int, const char*, int, const char*, int) =
         (int (*)(int, const char*, int, const char*, int))Next("linkat");
-    return next(fromFolder, from, toFolder, to, flags);
+    const int result = next(fromFolder, from, toFolder, to, flags);
+    if (fault == 0) raise(SIGKILL);
+    return result;
 }
 
 int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {

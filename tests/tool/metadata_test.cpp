@@ -59,8 +59,14 @@ TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
     EXPECT_THAT(Convert({"--force"}).err, testing::Not(HasSubstr(said)));
     // So are tags of primaries and white, and what they mean without a profile.
     Shell("tiffset -s 318 0.3127 0.329 " + Quoted(in_));
-    EXPECT_THAT(Convert({"--force"}).err, HasSubstr("the embedded profile takes precedence over them"));
-    EXPECT_THAT(Convert({"--force", "--no-tag"}).err, HasSubstr("stay and tell of the wrong ones"));
+    Shell("tiffset -u 319 " + Quoted(in_) + " 2>/dev/null");
+    EXPECT_THAT(Convert({"--force"}).err,
+                HasSubstr("in.tif: its tag of the old colours (318) stays; the embedded profile takes precedence over "
+                          "it\n"));
+    EXPECT_THAT(Convert({"--force", "--no-tag"}).err, HasSubstr("(318) stays and tells of the wrong ones\n"));
+    Shell("tiffset -s 319 0.64 0.33 0.3 0.6 0.15 0.06 " + Quoted(in_));
+    EXPECT_THAT(Convert({"--force"}).err, HasSubstr("its tags of the old colours (318, 319) stay; the embedded"));
+    EXPECT_THAT(Convert({"--force", "--no-tag"}).err, HasSubstr("(318, 319) stay and tell of the wrong ones\n"));
 }
 
 TEST_F(MetadataTest, ThePixelsOfAFileWithMetadataAreTheSameAsWithout) {

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <iostream>
 #include <thread>
 
 #include "Command.h"
@@ -85,6 +86,31 @@ TEST_F(SafetyTest, TheInputIsNeverTheOutput) {
     EXPECT_EQ(FileBytes(folder_ / "deep/in.tif"), before);
 }
 
+TEST_F(SafetyTest, AFileGivenAsAnOptionIsNeverTheOutput) {
+    const std::string profile = folder_ / "mine.icc", curve = folder_ / "curve.csv", list = folder_ / "list";
+    std::filesystem::copy_file(Input("scanner.icc"), profile);
+    std::string rows;
+    for (int i = 0; i < 256; ++i) rows += std::to_string(i) + "," + std::to_string(i) + "," + std::to_string(i) + "\n";
+    WriteBytes(curve, rows);
+    std::filesystem::create_directory(folder_ / "in");
+    const std::string source = folder_ / "in/list";
+    std::filesystem::copy_file(in_, source);
+    WriteBytes(list, source + "\n");
+    const auto expect = [&](const std::string& output, const std::string& option, Names words) {
+        const std::string before = FileBytes(output);
+        words.insert(words.begin(), {HUEWEAVE_COMMAND, "convert", "--force", "--profile", profile});
+        const Outcome run = RunProgram({words, "", {}, {}, {}});
+        EXPECT_GT(run.status, 0);
+        EXPECT_THAT(run.err, HasSubstr(output + ": is the file given as " + option + "; choose another name"));
+        EXPECT_EQ(FileBytes(output), before);
+    };
+    std::filesystem::create_hard_link(profile, folder_ / "hard.icc");
+    expect(profile, "--profile", {in_, "-o", profile});
+    expect(folder_ / "hard.icc", "--profile", {in_, "-o", folder_ / "hard.icc"});
+    expect(curve, "--curve", {in_, "-o", curve, "--curve", curve});
+    expect(list, "--files-from", {"--files-from", list, "-o", folder_.path()});
+}
+
 TEST_F(SafetyTest, InPlaceReplacesAndKeepsTheMode) {
     const Picture before = ReadPictures(in_)[0];
     chmod(in_.c_str(), 0640);
@@ -153,17 +179,21 @@ TEST_F(SafetyTest, AFullDisk) {
     const std::string mount = "mount -t tmpfs -o size=200k none " + Quoted(disk);
     std::vector<std::string> words{"sh", "-c"};
     std::string before = "LD_PRELOAD=" + Quoted(HUEWEAVE_FAULTS) + " HUEWEAVE_FAULT=pwrite:4:28 ";
+    std::string taken = "writes that fail";
     for (const auto& way : {Names{"unshare", "--user", "--map-root-user", "--mount"}, Names{"unshare", "--mount"}}) {
         Names trial = way;
         trial.insert(trial.end(), {"sh", "-c", mount});
         if (RunProgram({trial, "", {}, {}, {}}).status != 0) continue;
         words.insert(words.begin(), way.begin(), way.end());
+        taken = "a file system of 200 KiB";
         before = mount + "; cp " + Quoted(in_) + " " + Quoted(disk + "/small.tif") + " 2>/dev/null || :; ";
         break;
     }
     words.push_back(before + HUEWEAVE_COMMAND + " convert --profile " + Quoted(Input("scanner.icc")) + " " +
                     Quoted(in_) + " -o " + Quoted(disk + "/out.tif") + " && echo done || echo status $?; ls -A " +
                     Quoted(disk) + " | grep -v small.tif");
+    RecordProperty("full_disk", taken);  // which of the two it was
+    std::cout << "full disk by " << taken << "\n";
     const Outcome run = RunProgram({words, "", {{"ASAN_OPTIONS", "verify_asan_link_order=0"}}, {}, {}});
     EXPECT_EQ(run.out, "status 5\n") << run.err;
     EXPECT_THAT(run.err, HasSubstr("out.tif: cannot be written (No space left on device); free some space"));

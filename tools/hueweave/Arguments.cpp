@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -24,7 +25,9 @@ constexpr const char* kFooter = R"(Examples:
   hueweave convert --profile scanner.icc scan.tif -o scan-srgb.tif
   hueweave convert scans/ -o converted/                 a folder, each file by the profile that it embeds
   hueweave convert --profile scanner.icc --to adobe-rgb --intent relative *.tif -o converted/
-  find scans -name '*.tif' -print0 | hueweave convert --files-from - -0 -o converted/ --resume
+  hueweave convert scans/ -o converted/ --resume        the same, going on where it was stopped
+  find scans -name '*.tif' -print0 | hueweave convert --files-from - -0 -o converted/
+                                                        a list: outputs side by side, without subfolders
   hueweave inspect scan.tif scanner.icc
   hueweave verify scanner.icc --limit 2.0
 
@@ -123,7 +126,8 @@ CLI::App* AddConvert(CLI::App& app, ConvertArguments& a, ConvertWords& words) {
     c->add_flag("--in-place", a.inPlace, "Replace each input by its conversion");
     c->add_option("-j,--jobs", a.jobs, "Threads (default: one a processor)")->check(CLI::Range(1, 1024));
     c->add_option("--max-memory", words.memory, "Memory for a file, whatever its size")->capture_default_str();
-    c->add_option("--files-from", a.filesFrom, "Read the names of more inputs from a file or - , one a line");
+    c->add_option("--files-from", a.filesFrom,
+                  "Read the names of more inputs from a file or - , one a line; outputs stand side by side");
     c->add_flag("-0", a.nul, "These names end in a zero byte");
     c->add_option("--shard", words.shard, "Take the K-th of N parts of the inputs, as K/N");
     c->add_flag("--resume", a.resume, "Skip files that an earlier run converted the same way");
@@ -151,6 +155,8 @@ void SettleConvert(ConvertArguments& a, const ConvertWords& words) {
     if (a.inPlace && !a.output.empty()) Usage("--in-place and -o exclude each other", "leave one of them out");
     if (!a.inPlace && a.output.empty())
         Usage("no output was given", "name a file or folder with -o, or use --in-place");
+    if (a.filesFrom == "-" && std::count(a.inputs.begin(), a.inputs.end(), "-") > 0)
+        Usage("- and --files-from - both read standard input", "give the list in a file");
     if (a.nul && !a.filesFrom) Usage("-0 is for --files-from", "give --files-from, or leave -0 out");
     if (a.json && a.output == "-") Usage("--json and -o - both write to standard output", "write to a file");
     if (a.resume && (a.inPlace || a.output == "-")) Usage("--resume wants an output folder", "give one with -o");

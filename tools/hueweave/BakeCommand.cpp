@@ -22,6 +22,7 @@ Exit BakeCommand(const BakeArguments& arguments) {
     const BakedProfile baked = BakeProfile(profile);
     OutputFile output(arguments.output, existing);
     output.file().Write(0, baked.data);
+    output.Finish();
     output.Commit();
     if (!arguments.quiet) {
         fmt::print(stderr, "{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})\n",

@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <chrono>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "Commands.h"
 #include "FileJob.h"
+#include "JsonNames.h"
 #include "Signals.h"
 #include "WorkUnits.h"
 
@@ -78,9 +78,11 @@ private:
         }
         session_.report.EndFile(name);
         session_.report.Refused(line);
-        const nlohmann::ordered_json json{
-            {"status", "refused"}, {"source", item.source}, {"output", item.output}, {"reason", line}};
-        session_.report.Json(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        nlohmann::ordered_json json{{"status", "refused"}};
+        PutName(json, "source", item.source);
+        PutName(json, "output", item.output);
+        json["reason"] = line;
+        session_.report.Json(JsonLine(json));
         const std::lock_guard lock(mutex_);
         ++failed_;
         lastFailure_ = failure;
@@ -88,6 +90,7 @@ private:
 
     void Summarise() {
         if (session_.list.single) return;
+        session_.report.TellNotesOfMany();
         std::string text = fmt::format("{} {}", counts_[0] + counts_[2],
                                        session_.arguments.dryRun ? "would be converted" : "converted");
         if (counts_[1] > 0) text += fmt::format(", {} done already", counts_[1]);
@@ -127,7 +130,8 @@ Exit Convert(const ConvertArguments& arguments) {
     std::optional<ResumeRecord> record;
     if (!list.folder.empty() && !arguments.dryRun) record.emplace(list.folder);
     if (arguments.dryRun && arguments.resume) record.emplace(list.folder);
-    Session session{arguments, list, report, cache, record ? &*record : nullptr, std::move(profile)};
+    MadeFolders folders(arguments.shard.has_value());
+    Session session{arguments, list, report, cache, folders, record ? &*record : nullptr, std::move(profile)};
     report.Begin(list.items.size(), TotalSize(list));
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());
     const Exit result = Batch(session, arguments.jobs != 0 ? arguments.jobs : all).Run();

@@ -8,9 +8,10 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "JsonNames.h"
+#include "PhotoshopResources.h"
 #include "Refusal.h"
 #include "Sha256.h"
 #include "Signals.h"
@@ -31,6 +32,13 @@ void FileJob::Note(const std::string& text) { notes_.push_back(name_ + ": " + te
 
 void FileJob::TellNotes() {
     for (const std::string& note : notes_) session_.report.Note(note);
+    for (const std::string& text : common_) {
+        if (session_.list.single) {
+            session_.report.Note(name_ + ": its " + text);
+        } else {
+            session_.report.NoteOfMany(text);
+        }
+    }
 }
 
 void FileJob::Open() {
@@ -44,13 +52,34 @@ void FileJob::CheckOutput() {
         throw Refusal(Exit::Output, "standard output", "is a terminal", "write to a file with -o, or into a pipe");
     }
     struct stat target {};
-    if (!arguments_.inPlace && ::stat(item_.output.c_str(), &target) == 0 &&
-        session_.list.identities.contains({target.st_dev, target.st_ino})) {
-        throw Refusal(Exit::Output, item_.output, "is an input itself",
-                      "choose another name, or convert it --in-place");
+    if (!arguments_.inPlace && ::stat(item_.output.c_str(), &target) == 0) {
+        const FileIdentity identity{target.st_dev, target.st_ino};
+        const auto option = session_.list.options.find(identity);
+        if (session_.list.identities.contains(identity)) {
+            throw Refusal(Exit::Output, item_.output, "is an input itself",
+                          "choose another name, or convert it --in-place");
+        }
+        if (option != session_.list.options.end()) {
+            throw Refusal(Exit::Output, item_.output, "is the file given as " + option->second, "choose another name");
+        }
     }
-    const bool replace = arguments_.force || arguments_.inPlace;
-    CheckTarget(item_.output, replace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep);
+    CheckTarget(item_.output, Existing());
+}
+
+/// What `Write` would refuse for the sake of the folder, in a run that does not write.
+void FileJob::CheckFolder() const {
+    if (item_.output == "-") return;
+    std::error_code ignored;
+    const std::string folder = FolderOf(item_.output);
+    if (!session_.list.folder.empty() && !fs::is_directory(folder, ignored)) {
+        MadeFolders::Check(folder);
+    } else {
+        CheckFolderOf(item_.output, Existing());
+    }
+}
+
+OutputFile::Existing FileJob::Existing() const {
+    return arguments_.force || arguments_.inPlace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
 }
 
 DeviceProfile FileJob::Choose(const std::optional<DeviceProfile>& embedded) {
@@ -97,6 +126,12 @@ DeviceProfile FileJob::ProfileOf(std::size_t page) {
     return Choose(embedded);
 }
 
+std::string FileJob::OldTagsStay(bool one) const {
+    if (arguments_.noTag) return one ? "stays and tells of the wrong ones" : "stay and tell of the wrong ones";
+    return one ? "stays; the embedded profile takes precedence over it"
+               : "stay; the embedded profile takes precedence over them";
+}
+
 void FileJob::NoteLosses(std::size_t page) {
     const TiffDirectory& directory = structure_->directories()[pages_[page].directory];
     if (pages_[page].Lossy()) {
@@ -108,15 +143,21 @@ void FileJob::NoteLosses(std::size_t page) {
     const std::uint64_t exif = structure_->exifColorSpace();
     const std::string_view space = arguments_.rendering.space->name;
     if ((exif == 1 && space != "srgb") || (exif == 2 && space != "adobe-rgb")) {
-        Note(
-            fmt::format("its EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
+        common_.insert(
+            fmt::format("EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
     }
+    const PhotoshopResources photoshop(*structure_, directory);
+    if (photoshop.HasThumbnail()) {
+        common_.insert("thumbnail of Photoshop (resource 1036 of tag 34377) stays in the old colours");
+    }
+    if (photoshop.tooLarge()) common_.insert("resources of Photoshop (tag 34377) are too large to look into, and stay");
+    std::vector<std::uint16_t> old;
     for (const auto which : {tag::TransferFunction, tag::WhitePoint, tag::Primaries}) {
-        if (directory.Find(which) == nullptr) continue;
-        Note(arguments_.noTag ? "its tags of the old colours (301, 318, 319) stay and tell of the wrong ones"
-                              : "its tags of the old colours (301, 318, 319) stay; the embedded profile takes "
-                                "precedence over them");
-        break;
+        if (directory.Find(which) != nullptr) old.push_back(which);
+    }
+    if (!old.empty()) {
+        common_.insert(fmt::format("{} of the old colours ({}) {}", old.size() == 1 ? "tag" : "tags",
+                                   fmt::join(old, ", "), OldTagsStay(old.size() == 1)));
     }
 }
 
@@ -201,22 +242,13 @@ void FileJob::Write() {
     if (item_.output == "-") {
         spool = FileAccess::Scratch(TemporaryFolder(), "standard output");
     } else {
-        if (!session_.list.folder.empty()) {
-            const fs::path folder = fs::path(item_.output).parent_path();
-            std::error_code error;
-            if (!folder.empty()) fs::create_directories(folder, error);
-            if (error) {
-                throw Refusal(Exit::Output, folder.string(), "cannot be made (" + error.message() + ")",
-                              "choose another folder with -o");
-            }
-        }
-        const bool replace = arguments_.force || arguments_.inPlace;
+        if (!session_.list.folder.empty()) session_.folders.Make(FolderOf(item_.output));
         struct stat old {};
-        if (replace && ::stat(item_.output.c_str(), &old) == 0 && old.st_nlink > 1) {
+        if (Existing() == OutputFile::Existing::Replace && ::stat(item_.output.c_str(), &old) == 0 &&
+            old.st_nlink > 1) {
             Note("has further names (hard links), which keep what it was");
         }
-        output = std::make_unique<OutputFile>(item_.output,
-                                              replace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep);
+        output = std::make_unique<OutputFile>(item_.output, Existing());
     }
     const FileAccess& target = output ? output->file() : spool;
     RewriteTiff(*structure_, pages_, jobs_, target, settings, measured_);
@@ -227,21 +259,33 @@ void FileJob::Write() {
     }
     ThrowIfInterrupted();
     if (output) {
+        output->Finish();
+        Record(output->file());
         output->Commit();
     } else {
         WriteStandardOutput(spool);
     }
 }
 
+/// A record that cannot be written is no reason to lose the conversion.
+void FileJob::Record(const FileAccess& output) {
+    if (session_.record == nullptr) return;
+    try {
+        session_.record->Add(item_.relative, fingerprint_, output);
+    } catch (const Refusal& refusal) {
+        session_.report.Note(refusal.what());
+    }
+}
+
 void FileJob::WriteJson(Outcome outcome, double seconds) {
     if (!arguments_.json) return;
     constexpr const char* kOutcomes[] = {"converted", "skipped", "would convert"};
-    nlohmann::ordered_json json{{"status", kOutcomes[static_cast<int>(outcome)]},
-                                {"source", item_.source},
-                                {"output", item_.output},
-                                {"profile", profileName_},
-                                {"intent", IntentName(arguments_.rendering.intent)},
-                                {"space", arguments_.rendering.space->name}};
+    nlohmann::ordered_json json{{"status", kOutcomes[static_cast<int>(outcome)]}};
+    PutName(json, "source", item_.source);
+    PutName(json, "output", item_.output);
+    PutName(json, "profile", profileName_);
+    json["intent"] = IntentName(arguments_.rendering.intent);
+    json["space"] = arguments_.rendering.space->name;
     if (!converters_.empty()) json["baked"] = !converters_[0]->bakedBecause.empty();
     if (outcome == Outcome::Converted) {
         json["pixels"] = measured_.pixels;
@@ -250,7 +294,7 @@ void FileJob::WriteJson(Outcome outcome, double seconds) {
             measured_.pixels > 0 ? static_cast<double>(measured_.clipped) / static_cast<double>(measured_.pixels) : 0.0;
         json["sha256"] = measured_.hash.Hex();
     }
-    session_.report.Json(json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    session_.report.Json(JsonLine(json));
 }
 
 Outcome FileJob::Run() {
@@ -274,6 +318,7 @@ Outcome FileJob::Run() {
     }
     const std::string to = item_.output == "-" ? "standard output" : item_.output;
     if (arguments_.dryRun) {
+        CheckFolder();
         TellNotes();
         session_.report.Line(fmt::format("would convert {} -> {} ({}, {}, {} bits, {})", name_, to,
                                          arguments_.rendering.space->name, IntentName(arguments_.rendering.intent),
@@ -284,13 +329,6 @@ Outcome FileJob::Run() {
     Write();
     TellNotes();
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    if (session_.record != nullptr) {
-        try {
-            session_.record->Add(item_.relative, fingerprint_);
-        } catch (const Refusal& refusal) {
-            session_.report.Note(refusal.what());
-        }
-    }
     if (item_.output != "-") session_.report.Line(fmt::format("{} -> {}", name_, to));
     WriteJson(Outcome::Converted, seconds);
     return Outcome::Converted;

@@ -4,11 +4,13 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "Arguments.h"
 #include "InputList.h"
+#include "MadeFolders.h"
 #include "OutputFile.h"
 #include "ProfileCache.h"
 #include "Report.h"
@@ -23,6 +25,7 @@ struct Session {
     const InputList& list;
     Report& report;
     ProfileCache& cache;
+    MadeFolders& folders;
     ResumeRecord* record;                  ///< null where none is kept
     std::optional<DeviceProfile> profile;  ///< the one that --profile names
 };
@@ -39,16 +42,20 @@ public:
 private:
     void Open();
     void CheckOutput();
+    void CheckFolder() const;
+    OutputFile::Existing Existing() const;
     void PlanPages();
     PageJob PlanPage(std::size_t page);
     bool IsConvertedInPlace() const;
     DeviceProfile ProfileOf(std::size_t page);
     DeviceProfile Choose(const std::optional<DeviceProfile>& embedded);
+    std::string OldTagsStay(bool one) const;
     void NoteLosses(std::size_t page);
     void Write();
     void WriteJson(Outcome outcome, double seconds);
     std::string Fingerprint();
     void Note(const std::string& text);
+    void Record(const FileAccess& output);
     void TellNotes();
 
     Session& session_;
@@ -65,6 +72,7 @@ private:
     std::string profileName_;
     std::string fingerprint_;
     std::vector<std::string> notes_;
+    std::set<std::string> common_;  ///< notes that many files of a run share
     Measured measured_;
 };
 

@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
 
 #include "Refusal.h"
 
@@ -99,6 +98,18 @@ void NoteCollisions(std::vector<Item>& items) {
     }
 }
 
+std::map<FileIdentity, std::string> FilesOfOptions(const ConvertArguments& arguments) {
+    std::map<FileIdentity, std::string> files;
+    for (const auto& [option, path] :
+         {std::pair{"--profile", arguments.profile.value_or("")}, std::pair{"--curve", arguments.curveFile},
+          std::pair{"--files-from", arguments.filesFrom.value_or("")}}) {
+        struct stat status {};
+        if (path.empty() || path == "-" || ::stat(path.c_str(), &status) != 0) continue;
+        files.emplace(FileIdentity{status.st_dev, status.st_ino}, option);
+    }
+    return files;
+}
+
 }  // namespace
 
 std::uint64_t StableHash(const std::string& path) {
@@ -142,6 +153,7 @@ InputList ListInputs(const ConvertArguments& arguments) {
     if (arguments.resume && list.folder.empty()) {
         throw Refusal(Exit::Usage, "", "--resume wants an output folder", "give one with -o");
     }
+    list.options = FilesOfOptions(arguments);
     for (const Found& file : found) {
         if (arguments.inPlace && file.source == "-") {
             throw Refusal(Exit::Usage, "", "--in-place takes no standard input", "write it with -o");

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 #include <utility>
@@ -19,12 +20,15 @@ struct Item {
     std::string refusal;   ///< why it cannot be tried; empty if it can
 };
 
+/// Device and inode.
+using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
+
 struct InputList {
     std::vector<Item> items;
-    bool single = false;  ///< one file was named, not a list or a folder
-    std::string folder;   ///< of the output; empty if the output is a file, or the input itself
-    /// Device and inode of every input, so that none is overwritten.
-    std::set<std::pair<std::uint64_t, std::uint64_t>> identities;
+    bool single = false;                          ///< one file was named, not a list or a folder
+    std::string folder;                           ///< of the output; empty if the output is a file, or the input itself
+    std::set<FileIdentity> identities;            ///< of every input, so that none is overwritten
+    std::map<FileIdentity, std::string> options;  ///< the same of files given as options, with the option
 };
 
 /// The files that the arguments name, each with its output; those of another shard left out.

@@ -45,6 +45,14 @@ void CheckTarget(const std::string& path, OutputFile::Existing existing) {
     }
 }
 
+void CheckFolderOf(const std::string& path, OutputFile::Existing existing) {
+    const std::string folder = FolderOf(existing == OutputFile::Existing::Replace ? FollowLink(path) : path);
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) != 0) RefuseWrite(path, errno);
+    if (!S_ISDIR(status.st_mode)) RefuseWrite(path, ENOTDIR);
+    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) RefuseWrite(path, errno);
+}
+
 OutputFile::OutputFile(std::string path, Existing existing)
     : path_(existing == Existing::Replace ? FollowLink(path) : std::move(path)),
       folder_(FolderOf(path_)),
@@ -79,8 +87,11 @@ void OutputFile::RefuseExisting() const {
     throw Refusal(Exit::Output, path_, "is there already", "replace it with --force, or choose another name");
 }
 
-void OutputFile::Commit() {
+void OutputFile::Finish() {
     if (::fsync(file_.descriptor()) != 0) RefuseWrite(path_, errno);
+}
+
+void OutputFile::Commit() {
     if (temporary_.empty()) {
         const std::string self = "/proc/self/fd/" + std::to_string(file_.descriptor());
         const std::string name = existing_ == Existing::Keep ? path_ : TemporaryName(folder_);

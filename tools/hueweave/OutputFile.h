@@ -21,7 +21,9 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     const FileAccess& file() const { return file_; }
-    /// Writes through to the disk and gives the file its name.
+    /// Writes through to the disk.
+    void Finish();
+    /// Gives the file its name, after `Finish`.
     void Commit();
 
 private:
@@ -37,5 +39,7 @@ private:
 
 /// What stands under a path that an output is meant for: refuses it if it may not be written there.
 void CheckTarget(const std::string& path, OutputFile::Existing existing);
+/// Refuses a path in whose folder nothing can be written, as far as modes tell it.
+void CheckFolderOf(const std::string& path, OutputFile::Existing existing);
 
 }  // namespace hueweave::tool

@@ -140,6 +140,22 @@ void Report::Note(const std::string& text) {
     if (!quiet_ && noted_.insert(text).second) Print(kYellow, "hueweave: note: " + text);
 }
 
+void Report::NoteOfMany(const std::string& text) {
+    const std::lock_guard lock(mutex_);
+    ++ofMany_[text];
+}
+
+void Report::TellNotesOfMany() {
+    std::map<std::string, std::size_t> notes;
+    {
+        const std::lock_guard lock(mutex_);
+        notes.swap(ofMany_);
+    }
+    for (const auto& [text, files] : notes) {
+        Note(fmt::format("in {} {} the {}", files, files == 1 ? "file" : "files", text));
+    }
+}
+
 void Report::Refused(const std::string& text) {
     const std::lock_guard lock(mutex_);
     Print(kRed, "hueweave: " + text);

@@ -24,8 +24,10 @@ public:
     void Progress(const std::string& name, double share);
     void EndFile(const std::string& name);
 
-    void Line(const std::string& text);     ///< for people, unless quiet
-    void Note(const std::string& text);     ///< the same, marked as a note; the same note once only
+    void Line(const std::string& text);        ///< for people, unless quiet
+    void Note(const std::string& text);        ///< the same, marked as a note; the same note once only
+    void NoteOfMany(const std::string& text);  ///< told by `TellNotesOfMany` with the number of files
+    void TellNotesOfMany();
     void Refused(const std::string& text);  ///< always
     void Json(const std::string& line);
     /// False if a line of JSON could not be written.
@@ -44,6 +46,7 @@ private:
     std::mutex mutex_;
     std::map<std::string, Current> current_;
     std::set<std::string> noted_;
+    std::map<std::string, std::size_t> ofMany_;  ///< notes, with the number of files that they are about
     std::size_t files_ = 0, ended_ = 0;
     std::uint64_t bytes_ = 0, endedBytes_ = 0;
     std::chrono::steady_clock::time_point begin_, drawn_;

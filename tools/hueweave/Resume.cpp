@@ -6,11 +6,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "FileAccess.h"
+#include "JsonNames.h"
 #include "Refusal.h"
 
 namespace hueweave::tool {
@@ -27,43 +29,57 @@ ResumeRecord::ResumeRecord(std::string folder) : folder_(std::move(folder)) {
         const auto json = nlohmann::json::parse(line, nullptr, false);
         if (!json.is_object()) continue;
         try {
-            entries_[json.at("output")] = {json.at("fingerprint"), json.at("size"), json.at("modified")};
+            entries_.emplace(TakeName(json, "output"),
+                             Entry{json.at("fingerprint"), json.at("size"), json.at("modified")});
         } catch (const nlohmann::json::exception&) {
             continue;  // no line of ours
         }
     }
 }
 
+ResumeRecord::Entry ResumeRecord::EntryOf(const struct stat& status) {
+    Entry entry;
+    entry.size = status.st_size;
+    entry.modified = status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec;
+    return entry;
+}
+
 bool ResumeRecord::Look(const std::string& relative, Entry& entry) const {
     struct stat status {};
     if (::stat((folder_ + "/" + relative).c_str(), &status) != 0) return false;
-    entry.size = status.st_size;
-    entry.modified = status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec;
+    entry = EntryOf(status);
     return true;
 }
 
 bool ResumeRecord::IsDone(const std::string& relative, const std::string& fingerprint) const {
-    const auto found = entries_.find(relative);
     Entry now;
-    return found != entries_.end() && found->second.fingerprint == fingerprint && Look(relative, now) &&
-           now.size == found->second.size && now.modified == found->second.modified;
+    if (!Look(relative, now)) return false;
+    const auto [begin, end] = entries_.equal_range(relative);
+    return std::any_of(begin, end, [&](const auto& line) {
+        const Entry& entry = line.second;
+        return entry.fingerprint == fingerprint && entry.size == now.size && entry.modified == now.modified;
+    });
 }
 
-void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint) {
-    Entry entry;
-    if (!Look(relative, entry)) return;
-    const nlohmann::json json{
-        {"output", relative}, {"fingerprint", fingerprint}, {"size", entry.size}, {"modified", entry.modified}};
+void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output) {
+    const Entry entry = EntryOf(output.Status());
+    nlohmann::ordered_json json;
+    PutName(json, "output", relative);
+    json["fingerprint"] = fingerprint;
+    json["size"] = entry.size;
+    json["modified"] = entry.modified;
     // A fresh line, should the last one have been cut off.
-    const std::string line = "\n" + json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-    const std::lock_guard lock(mutex_);
+    const std::string line = "\n" + JsonLine(json) + "\n";
     const std::string path = RecordPath(folder_);
     const FileAccess file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666), path);
+    std::unique_lock lock(mutex_);
     if (file.descriptor() < 0 ||
         ::write(file.descriptor(), line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
         throw Refusal(Exit::Output, path, "cannot be written (" + ErrorText(errno) + ")",
-                      "--resume will convert the file again");
+                      "--resume will not know of " + relative);
     }
+    lock.unlock();
+    ::fdatasync(file.descriptor());  // before the output, so that it is no stranger after a power cut either
 }
 
 }  // namespace hueweave::tool

@@ -6,27 +6,32 @@
 #include <mutex>
 #include <string>
 
+#include "FileAccess.h"
+
 namespace hueweave::tool {
 
-/// What earlier runs wrote to a folder: a line of JSON a file, in ".hueweave.jsonl" in that folder. Several runs may
-/// add to it at once. A line that was cut off by a crash does not count.
+/// What runs wrote to a folder: a line of JSON a file, in ".hueweave.jsonl" in that folder. Several runs may add to it
+/// at once. A line that was cut off by a crash does not count.
 class ResumeRecord {
 public:
     explicit ResumeRecord(std::string folder);
 
     /// Whether this output was written under this fingerprint and is still as it was then.
     bool IsDone(const std::string& relative, const std::string& fingerprint) const;
-    void Add(const std::string& relative, const std::string& fingerprint);
+    /// Records an output that is whole but has no name yet. The line comes before the name, so that an output never
+    /// stands there unrecorded, whenever the run is killed; without the output, the line says nothing.
+    void Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output);
 
 private:
     struct Entry {
         std::string fingerprint;
         long long size = 0, modified = 0;  ///< bytes; nanoseconds since 1970
     };
+    static Entry EntryOf(const struct stat& status);
     bool Look(const std::string& relative, Entry& entry) const;
 
     std::string folder_;
-    std::map<std::string, Entry> entries_;
+    std::multimap<std::string, Entry> entries_;  ///< also of runs that were killed before the output got its name
     std::mutex mutex_;
 };
 

@@ -3,6 +3,7 @@
 #include "TiffRewriter.h"
 
 #include "DirectoryWriter.h"
+#include "PhotoshopResources.h"
 #include "TiffCodec.h"
 
 namespace hueweave::tool {
@@ -21,6 +22,20 @@ void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffP
     for (const auto which :
          {tag::YCbCrCoefficients, tag::YCbCrSubSampling, tag::YCbCrPositioning, tag::ReferenceBlackWhite}) {
         directories.Remove(directory, which);
+    }
+}
+
+/// Photoshop keeps the profile a second time among its own resources.
+void SetPhotoshopProfile(const TiffStructure& structure, DirectoryWriter& directories, std::size_t index,
+                         const Bytes& icc) {
+    const TiffDirectory& directory = structure.directories()[index];
+    const auto resources = PhotoshopResources(structure, directory).WithProfile(icc);
+    if (!resources) return;
+    if (resources->empty()) {
+        directories.Remove(index, tag::PhotoshopResources);
+    } else {
+        const std::uint16_t type = directory.Find(tag::PhotoshopResources)->type;
+        directories.SetData(index, tag::PhotoshopResources, TypeSize(type) == 1 ? type : kUndefined, *resources);
     }
 }
 
@@ -54,6 +69,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
         ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
         SetPlaces(directories, page, writer.Write());
         if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
+        SetPhotoshopProfile(structure, directories, page.directory, jobs[p].icc);
         if (jobs[p].icc.empty()) {
             directories.Remove(page.directory, tag::IccProfile);
         } else {

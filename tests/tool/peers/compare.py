@@ -313,14 +313,14 @@ HEAD = """# Beside other converters
 
 What `hueweave convert` and four other converters do with the same files. The table is written by
 `tests/tool/peers/compare.py`, which runs all of them and judges by exit status, libtiff, exiftool and ImageMagick; none
-of it is taken from a manual. To write it anew:
+of it is taken from a manual. To write it anew, on Debian 12 from a fresh clone:
 
 ```sh
-tests/tool/make-inputs build/files
-tests/tool/peers/compare.py build/release/tools/hueweave/hueweave build/files -o docs/comparison.md
+make peers
 ```
 
-`--large` adds a file of more than 4 GiB.
+That installs the packages, or prints the command that does, builds the command, makes the files and runs the script.
+`make peers PEERS=--large` adds a file of more than 4 GiB.
 
 A refusal is an exit status other than 0 that leaves no file behind. Cells in bold are what we count as good. Every
 program runs with its defaults but for the profiles and the intent; times are the shortest of five, by turns, with the
@@ -339,7 +339,7 @@ def version(command, pattern):
 def write(path, trials):
     versions = {"hueweave": version(trials.args.hueweave + " --version", r"([\d.]+)"),
                 "tificc": "Little CMS " + version("tificc", r"LittleCMS ([\d.]+)"),
-                "cctiff": "ArgyllCMS " + version("cctiff", r"Version ([\d.]+)"),
+                "cctiff": "ArgyllCMS " + version("cctiff", r"\bV(\d[\d.]*)"),
                 "vips": version("vips --version", r"([\d.]+)"),
                 "ImageMagick": version("convert-im6 -version", r"ImageMagick ([\d.-]+)")}
     lines = [HEAD, "| | " + " | ".join(f"{t} ({versions[t]})" for t in TOOLS) + " |",
