@@ -19,6 +19,8 @@ FileHandle OpenForReading(const char* path) {
 
 FileHandle OpenForWriting(const char* path) {
     if (path == nullptr) return nullptr;
+    struct stat status {};
+    if (stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) return nullptr;
     FileHandle stream(std::fopen(path, "wb+"));
     if (stream == nullptr || fileno(stream.get()) > STDERR_FILENO) return stream;
     const int moved = fcntl(fileno(stream.get()), F_DUPFD, STDERR_FILENO + 1);

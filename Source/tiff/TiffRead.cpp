@@ -34,6 +34,48 @@ void ReadPixels(std::FILE* f, unsigned char* to, std::size_t bytes) {
     std::fill(to + got, to + bytes, static_cast<unsigned char>(0));
 }
 
+/// Reads strips one after the other. A small file may announce so many, wherever it likes, that a seek for each would
+/// take far longer than a sound file of that size: then it is read once, and they come out of memory.
+class StripSource {
+public:
+    static constexpr std::uint64_t kHeldBytes = std::uint64_t{4} << 20;  ///< a file of that size, at most
+    static constexpr std::size_t kFewStrips = 64;
+
+    StripSource(std::FILE* stream, std::size_t strips) : stream_(stream) {
+        const std::uint64_t size = FileSize(stream);
+        const long stands = std::ftell(stream);
+        if (strips <= kFewStrips || size > kHeldBytes || stands < 0 || !SeekTo(stream, 0)) return;
+        held_.resize(size);
+        held_.resize(std::fread(held_.data(), 1, held_.size(), stream));
+        at_ = static_cast<std::uint64_t>(stands);
+        if (held_.size() == size) return;
+        held_.clear();
+        SeekTo(stream, at_);
+    }
+
+    void Seek(std::uint32_t offset) {
+        if (held_.empty()) {
+            SeekTo(stream_, offset);
+        } else {
+            at_ = offset;
+        }
+    }
+
+    void Read(unsigned char* to, std::size_t bytes) {
+        if (held_.empty()) return ReadPixels(stream_, to, bytes);
+        const std::size_t from = static_cast<std::size_t>(std::min<std::uint64_t>(at_, held_.size()));
+        const std::size_t got = std::min(bytes, held_.size() - from);
+        std::copy_n(held_.data() + from, got, to);
+        std::fill(to + got, to + bytes, static_cast<unsigned char>(0));
+        at_ += got;
+    }
+
+private:
+    std::FILE* stream_;
+    std::vector<unsigned char> held_;  ///< the whole file, or nothing
+    std::uint64_t at_ = 0;             ///< where the next read begins, in `held_`
+};
+
 /// The items of a strip array by their declared width: bytes and shorts as such, everything else as 32-bit words.
 /// Up to four bytes of them stand in the entry itself.
 std::vector<std::uint32_t> Items(const TiffTag& tag) {
@@ -167,10 +209,11 @@ int Tiff::ReadMultiStripOffset(std::FILE* f) {
 
     unsigned char* to = AllocateImage(*image, total, ImageLimit(FileSize(f)));
     if (to == nullptr) total = 0;
+    StripSource source(f, to == nullptr ? 0 : strips);
     for (std::size_t i = 0; to != nullptr && i < strips; to += sizes[i], ++i) {
         // Kept: offsets are signed; a negative one leaves the stream where it stands.
-        if (offsets[i] <= INT32_MAX) SeekTo(f, offsets[i]);
-        ReadPixels(f, to, sizes[i]);
+        if (offsets[i] <= INT32_MAX) source.Seek(offsets[i]);
+        source.Read(to, sizes[i]);
     }
     image->count = 1;
     image->type = kLong;

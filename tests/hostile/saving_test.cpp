@@ -60,6 +60,12 @@ TEST_F(SavingTest, AFolderIsPassedOver) {
     EXPECT_EQ(Convert(Source(), dir_.File("absent/dest.tif")), kProgress);
 }
 
+TEST_F(SavingTest, APipeWithoutAReaderIsPassedOver) {
+    const std::string pipe = dir_.File("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(Convert(Source(), pipe), kProgress);
+}
+
 TEST_F(SavingTest, ALimitOfTheFileSizeCutsTheFileAndNothingElse) {
     const std::string source = Source();
     EXPECT_EQ(StatusOfChild([&] {
