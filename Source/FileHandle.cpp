@@ -8,6 +8,38 @@
 
 #include <limits>
 
+namespace {
+
+/// A stream of its own of an open file, with a descriptor above the standard three.
+FileHandle StreamAbove(int descriptor, const char* mode) {
+    const int moved = fcntl(descriptor, F_DUPFD, STDERR_FILENO + 1);
+    if (moved < 0) return nullptr;
+    FileHandle stream(fdopen(moved, mode));
+    if (stream == nullptr) close(moved);
+    return stream;
+}
+
+/// The writing end of a named pipe; null when nobody reads from it, where a writer would wait forever.
+FileHandle OpenPipe(const char* path) {
+    const int opened = open(path, O_WRONLY | O_NONBLOCK);
+    if (opened < 0) return nullptr;
+    fcntl(opened, F_SETFL, O_WRONLY);  // from here on the writer keeps pace with the reader
+    FileHandle stream = StreamAbove(opened, "wb");
+    close(opened);
+    return stream;
+}
+
+/// Of a stream without a descriptor, as fmemopen makes it.
+std::uint64_t SizeInMemory(std::FILE* stream) {
+    const off_t place = ftello(stream);
+    if (place < 0 || fseeko(stream, 0, SEEK_END) != 0) return 0;
+    const off_t size = ftello(stream);
+    fseeko(stream, place, SEEK_SET);
+    return size < 0 ? 0 : static_cast<std::uint64_t>(size);
+}
+
+}  // namespace
+
 FileHandle OpenForReading(const char* path) {
     if (path == nullptr) return nullptr;
     struct stat status {};
@@ -20,15 +52,10 @@ FileHandle OpenForReading(const char* path) {
 FileHandle OpenForWriting(const char* path) {
     if (path == nullptr) return nullptr;
     struct stat status {};
-    if (stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) return nullptr;
+    if (stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) return OpenPipe(path);
     FileHandle stream(std::fopen(path, "wb+"));
     if (stream == nullptr || fileno(stream.get()) > STDERR_FILENO) return stream;
-    const int moved = fcntl(fileno(stream.get()), F_DUPFD, STDERR_FILENO + 1);
-    stream.reset();
-    if (moved < 0) return nullptr;
-    stream.reset(fdopen(moved, "wb+"));
-    if (stream == nullptr) close(moved);
-    return stream;
+    return StreamAbove(fileno(stream.get()), "wb+");
 }
 
 bool SameFile(const char* one, const char* other) {
@@ -39,8 +66,11 @@ bool SameFile(const char* one, const char* other) {
 }
 
 std::uint64_t FileSize(std::FILE* stream) {
+    if (stream == nullptr) return 0;
+    const int descriptor = fileno(stream);
+    if (descriptor < 0) return SizeInMemory(stream);
     struct stat status {};
-    if (stream == nullptr || fstat(fileno(stream), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
     return static_cast<std::uint64_t>(status.st_size);
 }
 

@@ -17,8 +17,9 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 /// that nobody waits for a writer or reads without end.
 FileHandle OpenForReading(const char* path);
 
-/// Opens a file for writing and empties it ("wb+"). Null as above, and for a pipe, where a writer may wait forever. The
-/// descriptor is never one of the standard three, so that nothing that the process prints can land in the file.
+/// Opens a file for writing and empties it ("wb+"). Null as above, and for a pipe without a reader, where a writer
+/// would wait forever. The descriptor is never one of the standard three, so that nothing that the process prints can
+/// land in the file.
 FileHandle OpenForWriting(const char* path);
 
 /// Whether both paths lead to one file; false when either leads nowhere.

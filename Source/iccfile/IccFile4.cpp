@@ -187,7 +187,9 @@ int IccFile4::AddIccTagData(unsigned sig, unsigned offset, unsigned size, std::F
 }
 
 void IccFile4::Append(std::uint32_t name, unsigned char* block, std::uint64_t size) {
-    tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), block, static_cast<int>(size)));
+    // An empty block has no bytes that a tag could look at, wherever it begins.
+    unsigned char* data = size == 0 ? nullptr : block;
+    tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), data, static_cast<int>(size)));
 }
 
 std::unique_ptr<iccTagBase> IccFile4::CreateNewTag(icTagSignature sig, unsigned char* data, int size) {

@@ -21,6 +21,13 @@ std::unique_ptr<unsigned char[]> CopyText(const TagReader& block) {
     return text;
 }
 
+/// A curve whose block has no known size: as many entries as it announces.
+TagReader AsLongAsItSays(const unsigned char* data) {
+    if (data == nullptr) return TagReader(nullptr, 0);
+    const std::uint64_t entries = TagReader(data, static_cast<int>(kCurveEntries)).U32(kCurveCount);
+    return TagReader(std::span(data, kCurveEntries + 2 * entries));
+}
+
 }  // namespace
 
 unsigned CTextType::Initial(icTagSignature tagName, unsigned char* data, int size) {
@@ -58,22 +65,27 @@ void CCurveType::Decode(const TagReader& block) {
 
 unsigned CCurveType::Initial(icTagSignature tagName, unsigned char* data, int size) {
     const unsigned taken = iccTagBase::Initial(tagName, data, size);
-    Decode(TagReader(data, size));
+    // Kept: nothing is copied of a block of size 0, but the curve at `data` is read all the same.
+    const TagReader block = size == 0 ? AsLongAsItSays(data) : TagReader(data, size);
+    sig = static_cast<icTagTypeSignature>(block.U32(0));
+    Decode(block);
     return taken;
 }
 
 unsigned CCurveType::Initial(icTagSignature tagName, unsigned char* data) {
-    if (data == nullptr) return InitialWithin(tagName, TagReader(nullptr, 0));
-    const std::uint64_t entries = TagReader(data, static_cast<int>(kCurveEntries)).U32(kCurveCount);
-    return InitialWithin(tagName, TagReader(std::span(data, kCurveEntries + 2 * entries)));
+    Initial(tagName, data, 0);
+    return SetStep();
 }
 
 unsigned CCurveType::InitialWithin(icTagSignature tagName, const TagReader& block) {
     iccTagBase::Initial(tagName, nullptr, 0);
     sig = static_cast<icTagTypeSignature>(block.U32(0));
     Decode(block);
-    // Kept: two bytes more than a curve takes, see CLut.
-    tagSize = 2 * curveCount + 14;
+    return SetStep();
+}
+
+unsigned CCurveType::SetStep() {
+    tagSize = 2 * curveCount + 14;  // Kept: two bytes more than a curve takes, see CLut
     return tagSize;
 }
 

@@ -51,9 +51,10 @@ class CDataType : public iccTagBase {};
 class CCurveType : public iccTagBase {
 public:
     using iccTagBase::Initial;
+    /// Kept: a size of 0 means that the size is not known. The caller guarantees then that all entries that the count
+    /// at `data` announces can be read, or gives null; `tagData` has no bytes.
     unsigned Initial(icTagSignature tagName, unsigned char* data, int size) override;
-    /// A curve at `data` whose block size is not known. The caller guarantees that all entries that its count
-    /// announces can be read. Sets `tagSize` to 2 x `curveCount` + 14 and returns that; `tagData` has no bytes.
+    /// The same with a size of 0. Sets `tagSize` to 2 x `curveCount` + 14 and returns that.
     unsigned Initial(icTagSignature tagName, unsigned char* data);
     /// The same for a curve inside a larger block, read no further than the block goes.
     unsigned InitialWithin(icTagSignature tagName, const TagReader& curve);
@@ -63,6 +64,7 @@ public:
 
 private:
     void Decode(const TagReader& curve);
+    unsigned SetStep();
 };
 
 /// The chromatic adaptation matrix, row by row, by `FromFixed`: negative entries come out large, see there.

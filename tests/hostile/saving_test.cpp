@@ -10,6 +10,7 @@
 
 #include <csignal>
 #include <functional>
+#include <future>
 #include <iostream>
 
 #include "hostile/TiffRun.h"
@@ -58,6 +59,26 @@ TEST_F(SavingTest, NullNamesPrintTheirLine) {
 TEST_F(SavingTest, AFolderIsPassedOver) {
     EXPECT_EQ(Convert(Source(), dir_.Path()), kProgress);
     EXPECT_EQ(Convert(Source(), dir_.File("absent/dest.tif")), kProgress);
+}
+
+TEST_F(SavingTest, APipesReaderGetsTheWholeFile) {
+    const std::string pipe = dir_.File("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    ASSERT_EQ(fcntl(reader, F_SETFL, O_RDONLY), 0);
+    // More than a pipe holds at once.
+    auto received = std::async(std::launch::async, [reader] {
+        Bytes bytes, part(4096);
+        for (ssize_t got = read(reader, part.data(), part.size()); got > 0;
+             got = read(reader, part.data(), part.size())) {
+            bytes.insert(bytes.end(), part.begin(), part.begin() + got);
+        }
+        return bytes;
+    });
+    EXPECT_EQ(Convert(Source(), pipe), kProgress);
+    EXPECT_EQ(received.get(), Expected());
+    close(reader);
 }
 
 TEST_F(SavingTest, APipeWithoutAReaderIsPassedOver) {

@@ -147,6 +147,27 @@ TEST_F(ProfileReading, TakesTheHeaderFromTheStreamsPositionAndTheBlocksFromTheFi
     EXPECT_EQ(std::fgetc(stream.get()), 'f');
 }
 
+TEST_F(ProfileReading, TakesAStreamInMemory) {
+    Bytes bytes = ProfileOf({{"wtpt", Block("XYZ ", 20)}, {"rTRC", Block("curv", 16)}});
+    const FileHandle stream(fmemopen(bytes.data(), bytes.size(), "rb"));
+    EXPECT_EQ(file.ReadFile(stream.get()), 0);
+    EXPECT_EQ(Names(), (Strings{"wtpt", "rTRC"}));
+    EXPECT_EQ(DataOf(*file.tagList[0]), Block("XYZ ", 20));
+}
+
+TEST_F(ProfileReading, FindsNoCurveInAnEmptyBlockWhateverStandsThere) {
+    ByteWriter bytes;
+    bytes.Append(NumberedHeader()).Big32(1).Text("rTRC").Big32(144).Big32(0);
+    bytes.Text("curv").Big32(0).Big32(2).Big16(7).Big16(8);
+    WriteFile(path, bytes.Done());
+    EXPECT_EQ(file.ReadFile(path.c_str()), 0);
+    ASSERT_EQ(Names(), (Strings{"rTRC"}));
+    const auto* curve = dynamic_cast<const ICC40::ICCFILE::CCurveType*>(file.tagList[0].get());
+    ASSERT_NE(curve, nullptr);
+    EXPECT_EQ(curve->curveCount, 0U);
+    EXPECT_EQ(static_cast<std::uint32_t>(curve->sig), 0U);
+}
+
 TEST_F(ProfileReading, CopiesABlockThatEntriesShareOrOverlapInto) {
     const Bytes block = Block("data", 24);
     Bytes bytes = ProfileOf({{"aaaa", block}, {"bbbb", {}, 168, 24}, {"cccc", {}, 173, 6}, {"dddd", {}, 0, 8}});

@@ -98,6 +98,30 @@ TEST(CurveWithoutSize, AnswersTwoBytesMoreThanItTakes) {
     }
 }
 
+TEST(CurveWithoutSize, IsReadThroughTheOrdinaryDoorWithASizeOfZero) {
+    for (const Entries& entries : {Entries{}, Entries{5}, Entries{0x1234, 0, 0xfffe}}) {
+        Bytes block = CurveBlock(entries);
+        CCurveType curve;
+        EXPECT_EQ(curve.Initial(Name("gTRC"), block.data(), 0), 0U);
+        EXPECT_EQ(curve.tagSize, 0U);
+        ASSERT_EQ(curve.curveCount, entries.size());
+        EXPECT_EQ(ValuesOf(curve.curve, 0, entries.size()), entries);
+        EXPECT_EQ(static_cast<std::uint32_t>(curve.sig), Word("curv"));
+    }
+}
+
+TEST(CurveWithoutSize, IsEmptyWithoutData) {
+    for (const int size : {0, 20, -1}) {
+        CCurveType curve;
+        EXPECT_EQ(curve.Initial(Name("gTRC"), nullptr, size), 0U);
+        EXPECT_EQ(curve.curveCount, 0U);
+    }
+    Bytes block = CurveBlock({1, 2, 3});
+    CCurveType curve;
+    EXPECT_EQ(curve.Initial(Name("gTRC"), block.data(), -1), 0U) << "a negative size is no size of 0";
+    EXPECT_EQ(curve.curveCount, 0U);
+}
+
 TEST(CurveWithinABlock, AnswersTwoBytesMoreThanItTakes) {
     for (const Room& room : kRooms) {
         const Bytes block = RoomBlock(room);

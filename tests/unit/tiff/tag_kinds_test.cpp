@@ -14,6 +14,13 @@ TEST(BitsPerSampleTagTest, ThreeFromAFileAnswerTheFirst) {
     EXPECT_EQ(BitsPerSampleTag(Word(3, 258), 3, 0, stream.get()).GetValue(), 8U);
 }
 
+TEST(BitsPerSampleTagTest, ThreeFromAStreamInMemoryAnswerTheFirst) {
+    Bytes bytes = ByteWriter().Fill(2).Little16(8).Little16(16).Little16(16).Done();
+    const FileHandle stream(fmemopen(bytes.data(), bytes.size(), "rb"));
+    EXPECT_EQ(BitsPerSampleTag(Word(3, 258), 3, 2, stream.get()).GetValue(), 8U);
+    EXPECT_EQ(std::ftell(stream.get()), 8);
+}
+
 TEST(BitsPerSampleTagTest, TwoInTheEntryAnswerNothing) {
     const FileHandle stream = StreamOf(CountingBytes(40));
     EXPECT_EQ(BitsPerSampleTag(Word(3, 258), 2, 0x00080008, stream.get()).GetValue(), 0U);
