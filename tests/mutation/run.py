@@ -4,10 +4,11 @@
 
 run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE]
 
-Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support}, and for each builds the
-suites that look at it and runs them until one fails. Prints a line a mutant, then the share of killed mutants, and
-writes all of it to FOLDER/mutants.txt. A mutant that does not compile is not counted. With --guards the mutants are
-those of a list, see tests/mutation/guards.txt, and the suite of broken files looks at them as well.
+Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support}, and for each
+builds the suites that look at it and runs them until one fails. Prints a line a mutant, then the share of killed
+mutants. The lines stand in FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged
+already. A mutant that does not compile is not counted. With --guards the mutants are those of a list, see
+tests/mutation/guards.txt, and the suite of broken files looks at them as well.
 """
 import argparse
 import concurrent.futures
@@ -38,6 +39,9 @@ GUARD_SUITES = {
     "tiff": ["unit_tiff", "hostile"],
     "FileHandle.cpp": ["hostile", "unit_tiff"],
 }
+# A step past an array is seen, as the sanitizers of `make test` see it.
+RUNTIME = "-fsanitize=bounds -fno-sanitize-recover=bounds"
+FLAGS = f"-O1 -D_GLIBCXX_ASSERTIONS {RUNTIME}"
 # What is found, and what takes its place.
 SWAPS = [
     (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
@@ -112,7 +116,9 @@ class Worker:
         shutil.copytree(ROOT, folder, ignore=shutil.ignore_patterns("build", ".git"), dirs_exist_ok=True)
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
         self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder), CCACHE_NOHASHDIR="1")
-        self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF", "-DCMAKE_CXX_FLAGS_RELEASE=-O1", *launcher)
+        self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF",
+                 f"-DCMAKE_CXX_FLAGS_RELEASE={FLAGS}", f"-DCMAKE_SHARED_LINKER_FLAGS={RUNTIME}",
+                 f"-DCMAKE_EXE_LINKER_FLAGS={RUNTIME}", *launcher)
         for suite in sorted(set(sum(SUITES.values(), []))):
             self.run("ninja", "-C", "build/release", suite, timeout=3600)
 
@@ -140,6 +146,11 @@ class Worker:
             path.write_text(original)
 
 
+def described(mutant):
+    relative, number, changed, what = mutant
+    return f"{relative}:{number + 1}: {what}    {changed.strip()}"
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("folder", type=pathlib.Path)
@@ -161,29 +172,33 @@ def main():
     idle = queue.Queue()
     for job in range(arguments.jobs):
         idle.put(Worker(arguments.folder.resolve() / f"worker-{job}"))
-    report = open(arguments.folder / "mutants.txt", "w")
-    counts = {}
+    verdicts = {}
+    judged = arguments.folder / "mutants.txt"
+    if judged.exists():
+        for line in judged.read_text().splitlines():
+            verdicts[line[25:]] = line[:25].split()[0]
+    report = open(judged, "a")
 
     def judge(mutant):
-        relative, number, changed, what = mutant
         worker = idle.get()
+        relative, number, changed, _ = mutant
         try:
             verdict = worker.verdict(relative, number, changed)
         finally:
             idle.put(worker)
-        return f"{verdict:24} {relative}:{number + 1}: {what}    {changed.strip()}", verdict.split()[0]
+        return f"{verdict:24} {described(mutant)}", verdict.split()[0]
 
     with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
-        for done in concurrent.futures.as_completed([pool.submit(judge, mutant) for mutant in mutants]):
+        waiting = [pool.submit(judge, mutant) for mutant in mutants if described(mutant) not in verdicts]
+        for done in concurrent.futures.as_completed(waiting):
             line, word = done.result()
             print(line, flush=True)
             report.write(line + "\n")
             report.flush()
-            counts[word] = counts.get(word, 0) + 1
-    killed, survived = counts.get("killed", 0), counts.get("SURVIVED", 0)
-    summary = f"{killed} killed, {survived} survived of {killed + survived}: {100 * killed / max(killed + survived, 1):.1f} %"
-    print(summary)
-    report.write(summary + "\n")
+            verdicts[line[25:]] = word
+    words = [verdicts[described(mutant)] for mutant in mutants]
+    killed, survived = words.count("killed"), words.count("SURVIVED")
+    print(f"{killed} killed, {survived} survived of {killed + survived}: {100 * killed / max(killed + survived, 1):.1f} %")
 
 
 main()
