@@ -13,7 +13,8 @@ namespace ICC40::ICC_UNIT {
 /// The quick way multiplies where the exact one divides and raises to a power. With roots below 2.3, as 16-bit Lab has
 /// them, each of X, Y and Z is then off by less than 1e-13 of the white, and a channel by less than 1e-10 of the sum of
 /// the three. The cut hides that, unless a channel lies at a step or a root at the threshold of its two formulas: then
-/// the answer is that it cannot tell.
+/// the answer is that it cannot tell. At a step means within 1e-8 of 1 + white * (1 + the sum of the squared roots), at
+/// the threshold within 1e-9.
 class NearRgb {
 public:
     /// White and matrix of `color`, which need not outlive this.
