@@ -197,6 +197,12 @@ TEST(NewImageTest, SizeIsStoredInThirtyTwoBits) {
     EXPECT_EQ(tiff.GetTagValue(Sig(279)), 65536);
 }
 
+TEST(NewImageTest, SizeBeyondSixtyFourBitsIsStoredAsTheLargest) {
+    CTiff tiff;
+    tiff.CreateNew(2147483647, 1 << 30, 72, 32, 1, 0);  // rows of 2^28 bytes: 2^63 in all
+    EXPECT_EQ(static_cast<std::uint32_t>(tiff.GetTagValue(Sig(279))), 4294967295U);
+}
+
 class RawFileTest : public testing::Test {
 protected:
     TempDir dir_;
