@@ -83,6 +83,31 @@ TEST_P(AllocationSweep, SetIntentIsDoneOrRefused) {
           });
 }
 
+/// Input tables of which some are new and some old, when both have not the same length. A SetIntent that finds no table
+/// lets the engine convert again: with all of the old tables or not at all.
+TEST_P(AllocationSweep, InputTablesOfABrokenBuildAreNotUsed) {
+    const std::string path = Good();
+    ASSERT_EQ(Bind(path, 0, 1, 9), 9);
+    Bytes source = SamplePixels(600);
+    Bytes golden(600);
+    ASSERT_EQ(Orvix_Icc_Convert2(source.data(), golden.data(), 100), 0);
+    std::int32_t space = 0;
+    Sweep(
+        [&] {
+            Empty();
+            ASSERT_EQ(Bind(path, 0, 1, 9), 9);
+        },
+        [&] { space = Orvix_Icc_SetIntent(0, 0, 8); },
+        [&] {
+            if (space == 8) return;
+            ASSERT_EQ(space, 65535);
+            ASSERT_EQ(Orvix_Icc_SetIntent(1, 1, 9), 9) << "there is no table for this intent";
+            Bytes result(600, 0x11);
+            EXPECT_EQ(Orvix_Icc_Convert2(source.data(), result.data(), 100), 0);
+            EXPECT_TRUE(result == golden || result == Bytes(600, 0x11));
+        });
+}
+
 TEST_P(AllocationSweep, AdjustIsDoneOrRefused) {
     const std::string path = Put("ab.icc", MiniProfile({{"A2B0", MftAB(ShortLut())}}));
     Bytes curve(256);
