@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
 
 namespace {
 
@@ -19,6 +20,7 @@ struct Row {
     double value;
     int whole;
 };
+void PrintTo(const Row& row, std::ostream* out) { *out << row.value << " is " << row.whole; }
 
 class Truncation : public testing::TestWithParam<Row> {};
 
