@@ -19,6 +19,12 @@ std::size_t MutateIcc(std::uint8_t* data, std::size_t size, std::size_t maxSize,
 /// A TIFF file: one field of an entry, or an entry or the data of one that move, grow or go.
 std::size_t MutateTiff(std::uint8_t* data, std::size_t size, std::size_t maxSize, Scatter& scatter);
 
+/// A tag's block of any type: a count, an entry's number, a channel's or a point's, at what the units take and at what
+/// just fits in the block; or a block that is just too short.
+std::size_t MutateBlock(std::uint8_t* data, std::size_t size, std::size_t maxSize, Scatter& scatter);
+/// A block of curves and a grid: the same, and its offsets.
+std::size_t MutateCurvedBlock(std::uint8_t* data, std::size_t size, std::size_t maxSize, Scatter& scatter);
+
 /// An input whose first `prefix` bytes steer the target, with a file behind them: half of the changes are the format's,
 /// the others the engine's own; one in four goes to the steering bytes.
 std::size_t MutateBehind(std::size_t prefix, Mutator format, std::uint8_t* data, std::size_t size, std::size_t maxSize,

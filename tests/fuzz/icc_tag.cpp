@@ -36,6 +36,8 @@ void CheckOpenCurve(Bytes block) {
 
 }  // namespace
 
+HUEWEAVE_FUZZ_MUTATOR(1, MutateBlock);
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzInput input(data, size);
     const char* text = kNames[input.Below(std::size(kNames))];

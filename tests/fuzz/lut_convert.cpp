@@ -85,6 +85,8 @@ void CheckConverted(const CLut16Type& lut, const CLut& source, bool a2b) {
 
 }  // namespace
 
+HUEWEAVE_FUZZ_MUTATOR(1, MutateCurvedBlock);
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzInput input(data, size);
     const bool a2b = input.Bool();

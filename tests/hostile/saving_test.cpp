@@ -13,6 +13,7 @@
 #include <future>
 #include <iostream>
 
+#include "FileHandle.h"
 #include "hostile/TiffRun.h"
 #include "tiff/CTiff.h"
 
@@ -188,6 +189,25 @@ TEST_F(SavingTest, NoLineLandsInTheFileWhenTheStandardOutputIsClosed) {
     EXPECT_EQ(ReadFile(dest_), Expected());
     EXPECT_EQ(convert(dir_.File("absent.tif")), 0);
     EXPECT_EQ(ReadFile(dest_), Bytes());
+}
+
+/// Whichever of the three standard streams a host has closed: what it prints there later is not printed into a file.
+TEST_F(SavingTest, AFileTakesThePlaceOfNoStandardStream) {
+    for (unsigned closed = 0; closed < 8; ++closed) {
+        std::filesystem::remove(dest_);
+        EXPECT_EQ(StatusOfChild([&] {
+                      for (int stream = 0; stream < 3; ++stream) {
+                          if (closed >> stream & 1U) close(stream);
+                      }
+                      const FileHandle file = OpenForWriting(dest_.c_str());
+                      if (file == nullptr) return 1;
+                      if (fileno(file.get()) < 3) return 2;
+                      return std::fwrite("abc", 1, 3, file.get()) == 3 ? 0 : 3;
+                  }),
+                  0)
+            << closed;
+        EXPECT_EQ(ReadFile(dest_), (Bytes{'a', 'b', 'c'})) << closed;
+    }
 }
 
 TEST_F(SavingTest, NorDoesThatOfAnEmptyList) {

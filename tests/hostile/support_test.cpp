@@ -37,6 +37,23 @@ TEST(BlockStreamLimits, BehindTheEndNothingIsMoved) {
     EXPECT_EQ(block, Bytes(10, 0xee));
 }
 
+TEST(BlockStreamLimits, BeforeTheStartNothingIsMoved) {
+    Bytes memory = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+    IO_Buf stream(&memory[5], 5);
+    Bytes out(3, 0x11);
+    stream.position = stream.begin - 3;
+    EXPECT_EQ(stream.Read(out.data(), 3, 1), stream.begin - 3);
+    EXPECT_EQ(out, Bytes(3, 0x11));
+    EXPECT_EQ(stream.Write(out.data(), 2, 1), stream.begin - 1) << "moves on, and changes nothing";
+    EXPECT_EQ(memory, (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+    // The largest position and five more: the sum starts again from zero.
+    stream.position = kMost;
+    EXPECT_EQ(stream.Seek(5, 1), 5);
+    EXPECT_EQ(stream.position, 4U);
+    EXPECT_EQ(stream.Read(out.data(), 3, 1), 4U);
+    EXPECT_EQ(out, Bytes(3, 0x11));
+}
+
 TEST(BlockStreamLimits, LengthsDoNotStartAgainFromZero) {
     Bytes block = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
     const unsigned long half = kMost / 2 + 1;

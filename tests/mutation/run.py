@@ -33,11 +33,16 @@ SUITES = {
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/"}
 # An array of one more entry is the same array: its declared size is no place for a mutant.
 ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable) )*[\w:]+ \w+((?:\[\w+\])+)(?= ?[;={])")
+# By folder, or by file where it stands in none.
 GUARD_SUITES = {
-    "engine": ["hostile", "unit_engine"],
+    "engine": ["hostile", "unit_engine", "hostile_alloc"],
     "iccfile": ["unit_iccfile", "hostile"],
-    "tiff": ["unit_tiff", "hostile"],
+    "tiff": ["unit_tiff", "hostile", "hostile_io"],
+    "units": ["unit_units", "unit_engine", "hostile"],
+    "color": ["unit_color", "hostile"],
+    "support": ["hostile", "unit_support"],
     "FileHandle.cpp": ["hostile", "unit_tiff"],
+    "Numeric.h": ["unit_engine", "unit_units", "hostile"],
 }
 # A step past an array is seen, as the sanitizers of `make test` see it.
 RUNTIME = "-fsanitize=bounds -fno-sanitize-recover=bounds"
@@ -98,13 +103,15 @@ def listed_guards(path):
     for line in path.read_text().splitlines():
         if not line or line.startswith("#"):
             continue
-        name, change = line.split(" | ", 1)
+        place, change = line.split(" | ", 1)
         old, new = change.split(" ==>", 1)
+        name, _, nth = place.partition(":")
         lines = (ROOT / name).read_text().splitlines()
         places = [number for number, text in enumerate(lines) if old in text]
-        if len(places) != 1 or lines[places[0]].count(old) != 1:
-            raise SystemExit(f"{name}: not there once: {old}")
-        mutants.append((pathlib.Path(name), places[0], lines[places[0]].replace(old, new.strip()), f"{old} ==>{new}"))
+        if len(places) < int(nth or 1) or (not nth and len(places) != 1) or lines[places[int(nth or 1) - 1]].count(old) != 1:
+            raise SystemExit(f"{place}: not there, or not once: {old}")
+        number = places[int(nth or 1) - 1]
+        mutants.append((pathlib.Path(name), number, lines[number].replace(old, new.strip()), f"{old} ==>{new}"))
     return mutants
 
 
@@ -201,4 +208,5 @@ def main():
     print(f"{killed} killed, {survived} survived of {killed + survived}: {100 * killed / max(killed + survived, 1):.1f} %")
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -83,6 +83,57 @@ TEST_P(AllocationSweep, SetIntentIsDoneOrRefused) {
           });
 }
 
+/// Offsets whose grid could not be built are not those of the engine: it can be rebuilt without them, and they can be
+/// asked for again.
+TEST_P(AllocationSweep, OffsetsOfARefusedAdjustmentAreForgotten) {
+    const std::string path = Good();
+    ASSERT_EQ(Bind(path), 8);
+    const Bytes plain = ConvertedPixels();
+    const auto adjust = [] { return Orvix_Icc_Adjust(5, 4, 3, nullptr, nullptr, nullptr, 0); };
+    ASSERT_EQ(adjust(), 8);
+    const Bytes adjusted = ConvertedPixels();
+    ASSERT_NE(adjusted, plain);
+    std::int32_t space = 0;
+    Sweep(
+        [&] {
+            Empty();
+            ASSERT_EQ(Bind(path), 8);
+        },
+        [&] { space = adjust(); },
+        [&] {
+            if (space == 8) return;
+            EXPECT_EQ(Orvix_Icc_SetIntent(0, 0, 8), 8);
+            EXPECT_EQ(ConvertedPixels(), plain);
+            EXPECT_EQ(adjust(), 8);
+            EXPECT_EQ(ConvertedPixels(), adjusted);
+        });
+}
+
+/// Input tables of which some are new and some old, when both have not the same length. A SetIntent that finds no table
+/// lets the engine convert again: with all of the old tables or not at all.
+TEST_P(AllocationSweep, InputTablesOfABrokenBuildAreNotUsed) {
+    const std::string path = Good();
+    ASSERT_EQ(Bind(path, 0, 1, 9), 9);
+    Bytes source = SamplePixels(600);
+    Bytes golden(600);
+    ASSERT_EQ(Orvix_Icc_Convert2(source.data(), golden.data(), 100), 0);
+    std::int32_t space = 0;
+    Sweep(
+        [&] {
+            Empty();
+            ASSERT_EQ(Bind(path, 0, 1, 9), 9);
+        },
+        [&] { space = Orvix_Icc_SetIntent(0, 0, 8); },
+        [&] {
+            if (space == 8) return;
+            ASSERT_EQ(space, 65535);
+            ASSERT_EQ(Orvix_Icc_SetIntent(1, 1, 9), 9) << "there is no table for this intent";
+            Bytes result(600, 0x11);
+            EXPECT_EQ(Orvix_Icc_Convert2(source.data(), result.data(), 100), 0);
+            EXPECT_TRUE(result == golden || result == Bytes(600, 0x11));
+        });
+}
+
 TEST_P(AllocationSweep, AdjustIsDoneOrRefused) {
     const std::string path = Put("ab.icc", MiniProfile({{"A2B0", MftAB(ShortLut())}}));
     Bytes curve(256);

@@ -123,6 +123,49 @@ TEST_P(IoSweep, ConvertFile) {
     EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Write, Io::Seek, Io::Close, Io::Status}, GetParam()));
 }
 
+/// A source that is its own destination: if nothing of it could be read, it stays as it was; else it becomes what any
+/// other destination would have become.
+TEST_P(IoSweep, ConvertFileOntoItself) {
+    const std::string source = Put("source.tif", image_.Build());
+    const std::string other = dir_.File("other.tif");
+    ASSERT_EQ(Bind(Good()), 8);
+    MiniTiff expected = image_;
+    expected.icc.clear();
+    expected.pixels = ConvertedPixels(image_.pixels);
+    std::uint64_t untouched = 0;
+    for (std::uint64_t k = 1, failed = 1; failed != 0; ++k) {
+        SCOPED_TRACE("call " + std::to_string(k));
+        ASSERT_LT(k, 1000U);
+        std::string log[2];
+        Bytes result[2];
+        failed = 0;
+        for (const std::size_t own : {0U, 1U}) {
+            const std::string& dest = own == 1 ? source : other;
+            Put("source.tif", image_.Build());
+            Put("other.tif", image_.Build());
+            testing::internal::CaptureStdout();
+            Faults faults(GetParam().kind, GetParam().mode, k);
+            EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8);
+            faults.Stop();
+            failed += faults.Failed() ? 1U : 0U;
+            log[own] = testing::internal::GetCapturedStdout();
+            result[own] = ReadFile(dest);
+        }
+        EXPECT_EQ(log[1], log[0]);
+        const bool nothingRead = log[0].ends_with(kNoEntries);
+        EXPECT_EQ(result[1], nothingRead ? image_.Build() : result[0]);
+        if (failed == 0) {
+            EXPECT_EQ(result[1], expected.Build());
+        }
+        if (GetParam().kind == Io::Open || GetParam().kind == Io::Close) {
+            EXPECT_TRUE(result[1] == image_.Build() || result[1] == expected.Build());
+        }
+        untouched += nothingRead ? 1U : 0U;
+        if (HasFailure()) return;
+    }
+    EXPECT_EQ(untouched > 0, Among({Io::Open, Io::Read}, GetParam()));
+}
+
 TEST_P(IoSweep, ProfileSaving) {
     const std::string source = Put("sound.icc", MiniProfile(EveryKindOfTag()));
     const std::string dest = dir_.File("dest.icc");

@@ -96,6 +96,12 @@ TEST_F(AdjustLchTest, ValuesThatAreNotFiniteCountAsZero) {
     BindAndFill();
     EXPECT_EQ(engine().Adjust_Lch(kNaN, kInfinity, -kInfinity), 10);
     EXPECT_FALSE(GridWasRebuilt());
+    for (const double odd : {kInfinity, -kInfinity, kNaN}) {
+        EXPECT_EQ(engine().Adjust_Lch(odd, 0.0, 0.0), 10);
+        EXPECT_EQ(engine().Adjust_Lch(0.0, odd, 0.0), 10);
+        EXPECT_EQ(engine().Adjust_Lch(0.0, 0.0, odd), 10);
+        EXPECT_FALSE(GridWasRebuilt()) << odd;
+    }
     EXPECT_EQ(engine().Adjust_Lch(kNaN, 3.0, kInfinity), 10);
     EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(Table(TagName("A2B0")), 0, 3.0, 0, 10));
     EXPECT_EQ(engine().Unit.Lightness, 0);

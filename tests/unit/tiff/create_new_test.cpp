@@ -243,6 +243,16 @@ TEST_F(RawFileTest, GivesHeightTimesRowBytes) {
     EXPECT_EQ(Image(tiff), expected);
 }
 
+TEST_F(RawFileTest, IsNotReadIntoAnImageThatCannotBe) {
+    // 8 x 357913942 wraps to a negative number, three times as much to 16: rows of two bytes, and no image.
+    WriteFile(raw_, CountingBytes(100));
+    CTiff tiff;
+    EXPECT_EQ(tiff.CreateNew(357913942, 4, 72, 3, 8, raw_.c_str()), 0);
+    EXPECT_EQ(tiff.rowBytes, 2);
+    EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+    EXPECT_EQ(tiff.ImageBytes(), 0U);
+}
+
 TEST_F(RawFileTest, MissingPrintsALineAndChangesNothing) {
     CTiff tiff;
     tiff.CreateNew(2, 1, 72, 3, 8, 1);

@@ -172,6 +172,38 @@ TEST(NoImageTest, QuickFormsOfANullImageAreNull) {
     tiff.SetXY_Q(1, 1, 1);
     tiff.SetXY_MQ(1, 1, 1);
     EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+    tiff.CreateNew(4, 4, 72, 3, 8, 0);
+    EXPECT_EQ(tiff.GetXY_Q(1, 1), nullptr) << "where there is a geometry, too";
+    EXPECT_EQ(tiff.GetXY_MQ(1, 1), nullptr);
+    tiff.SetXY_Q(1, 1, 1);
+    tiff.SetXY_MQ(1, 1, 1);
+    EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+}
+
+/// A geometry that does not fit the image, as a broken file or a caller may set it.
+TEST(ShortImageTest, CheckedFormsPointNowhereInAGeometryThatCannotBe) {
+    CTiff tiff;
+    tiff.CreateNew(4, 4, 72, 3, 8, 1);
+    ASSERT_EQ(tiff.ImageBytes(), 48U);
+    const auto expectNothing = [&](int x, int y) {
+        EXPECT_EQ(tiff.GetXY(x, y), nullptr) << x << ", " << y;
+        EXPECT_EQ(tiff.GetXY_M(x, 3 - y), nullptr) << x << ", " << y;
+        tiff.SetXY(x, y, 1);
+        Bytes row(48, 200);
+        EXPECT_EQ(tiff.PutRow(row.data(), y, 1), 1);
+        EXPECT_EQ(tiff.GetRow(row.data(), y, 1), 1);
+        EXPECT_EQ(row, Bytes(48, 200));
+        EXPECT_EQ(Image(tiff), Bytes(48, 0)) << x << ", " << y;
+    };
+    tiff.rowBytes = -12;  // the product of three sizes, when it wraps
+    for (const int y : {1, 2, 3}) expectNothing(0, y);
+    EXPECT_EQ(tiff.GetXY(0, 0), tiff.GetImageBuf());
+    tiff.rowBytes = 12;
+    tiff.width = 0;
+    for (const int y : {0, 1, 2, 3}) expectNothing(1, y);
+    tiff.width = 4;
+    tiff.height = 0;
+    for (const int y : {0, 1, 2, 3}) expectNothing(0, y);
 }
 
 TEST(ShortImageTest, CheckedFormsStayInside) {

@@ -222,6 +222,56 @@ TEST(StripLimitTest, StripsBehindTheFileAreZero) {
     EXPECT_EQ(FieldsOf(read, 279).value, 10U) << "the sum of what was announced";
 }
 
+struct ManyStrips {
+    std::size_t strips, trailer;
+    bool firstIsNegative;
+};
+void PrintTo(const ManyStrips& row, std::ostream* out) {
+    *out << row.strips << " strips, " << row.trailer << " bytes" << (row.firstIsNegative ? ", on from the array" : "");
+}
+
+class ManyStripsTest : public testing::TestWithParam<ManyStrips> {};
+
+/// Strips anywhere: inside the file, over its end, at it, far behind it, and at negative offsets, from where the read
+/// goes on that came before. The same for a few strips and for many, in a small file and in a large one.
+TEST_P(ManyStripsTest, AreReadOneAfterTheOther) {
+    const auto [strips, trailer, firstIsNegative] = GetParam();
+    const auto build = [&, strips = strips, trailer = trailer](const std::vector<std::uint32_t>& offsets,
+                                                               const std::vector<std::uint32_t>& sizes) {
+        TiffBuilder tiff;
+        tiff.Shape(1, static_cast<std::uint32_t>(strips), 1, 8).Long(278, 1).Longs(273, offsets).Longs(279, sizes);
+        return tiff.Trailer(CountingBytes(trailer, 1)).Build();
+    };
+    std::vector<std::uint32_t> offsets(strips), sizes(strips);
+    const auto end = static_cast<std::uint32_t>(build(offsets, sizes).size());
+    const std::uint32_t places[] = {end - 3000, 0xffffffffU, end - 3,      0x80000000U, end,         0xffffffffU,
+                                    end - 1,    0xfffffffeU, end + 100000, 0x80000001U, 0x7fffffffU, 0x80000000U,
+                                    8};
+    for (std::size_t i = 0; i < strips; ++i) {
+        offsets[i] = places[(i + (firstIsNegative ? 1 : 0)) % std::size(places)];
+        sizes[i] = static_cast<std::uint32_t>(i * 37 % 500);
+    }
+    const Bytes file = build(offsets, sizes);
+    ASSERT_EQ(file.size(), end);
+    Bytes expected;
+    std::size_t at = EntryOf(file, 279).value + 4 * strips;  // the last that was read before
+    for (std::size_t i = 0; i < strips; ++i) {
+        if (offsets[i] < 0x80000000U) at = offsets[i];
+        const std::size_t got = at < file.size() ? std::min<std::size_t>(sizes[i], file.size() - at) : 0;
+        for (std::size_t n = 0; n < sizes[i]; ++n) expected.push_back(n < got ? file[at + n] : std::uint8_t{0});
+        at += got;
+    }
+    Tiff read;
+    EXPECT_EQ(ReadFrom(read, file), 0);
+    EXPECT_TRUE(Image(read) == expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, ManyStripsTest,
+                         testing::Values(ManyStrips{20, 5000, false}, ManyStrips{64, 5000, false},
+                                         ManyStrips{65, 5000, false}, ManyStrips{65, 5000, true},
+                                         ManyStrips{500, 5000, true}, ManyStrips{500, 5U << 20, false},
+                                         ManyStrips{20, 5000, true}, ManyStrips{500, 5U << 20, true}));
+
 TEST(StripLimitTest, SumIsBoundedByTwiceTheFileAndEightMiB) {
     const auto file = [](std::uint32_t second) {
         TiffBuilder tiff;

@@ -259,6 +259,19 @@ TEST(PackedNodes, OfASizeOutsideTheCubeAreNotLoaded) {
     }
 }
 
+TEST(PackedNodes, WithoutPositionsAreNotResampled) {
+    const std::vector<int> packed(5 * 5 * 5 * 7, 5);
+    const auto table = Marked();
+    table->SetColorTable(packed.data(), 5);
+    for (int size : {2, 9, 17, 33}) {
+        EXPECT_EQ(table->TableResize(size), 0);
+        EXPECT_EQ(table->LUT_Size, 5);
+        EXPECT_EQ(table->LUT_Pos, nullptr);
+        EXPECT_EQ(table->Color[4][4][4][6], 5);
+        EXPECT_EQ(table->Color[5][0][0][0], kUntouched);
+    }
+}
+
 TEST(PackedNodes, KeepThePositionsOfAnEarlierLoad) {
     const auto table = std::make_unique<ColorTable33>();
     table->Initial(MakeLut({.points = 9}).get());

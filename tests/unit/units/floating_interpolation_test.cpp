@@ -4,6 +4,8 @@
 // Floating interpolation of all seven channels, for grids of any size.
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "unit/units/UnitHelpers.h"
 
 namespace {
@@ -63,6 +65,17 @@ TEST_P(FloatingGrid, AtTheEndsOfEveryAxis) {
     EXPECT_EQ(Interpolate(*table_, {0, 0, 0}), nodes_[0]);
 }
 
+TEST_P(FloatingGrid, TakesPositionsOutsideTheAxesForTheirEnds) {
+    constexpr int kLowest = std::numeric_limits<int>::min(), kHighest = std::numeric_limits<int>::max();
+    for (const int low : {kLowest, -65536, -1}) {
+        for (const int high : {65536, 65537, 131071, kHighest}) {
+            EXPECT_EQ(Interpolate(*table_, {low, high, 1000}), Naive({0, 65535, 1000})) << low << " " << high;
+            EXPECT_EQ(Interpolate(*table_, {high, 2000, low}), Naive({65535, 2000, 0})) << low << " " << high;
+            EXPECT_EQ(Interpolate(*table_, {high, high, high}), Naive({65535, 65535, 65535})) << high;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Sizes, FloatingGrid, testing::Values(2, 3, 4, 5, 6, 7, 9, 11, 16, 17, 18, 21, 25, 29, 32, 33));
 
 /// A grid of 9 points, all nodes 0 but one; cells are 8192 wide, so that all fractions are exact.
@@ -71,6 +84,54 @@ std::unique_ptr<ColorTable33> OneNode(int i, int j, int k, const std::array<int,
     nodes[NodeAt(9, i, j, k)] = value;
     return MakeGrid(9, nodes);
 }
+
+/// A grid that rises by a million from node to node: a value tells the cell and the fraction that it was taken from.
+class CellOfPosition : public testing::TestWithParam<int> {
+protected:
+    static constexpr int kRise = 1000000;
+    static Nodes RisingNodes(int points) {
+        Nodes nodes(static_cast<std::size_t>(points * points * points));
+        for (int i = 0; i < points; ++i) {
+            for (int j = 0; j < points; ++j) {
+                for (int k = 0; k < points; ++k) {
+                    nodes[NodeAt(points, i, j, k)] = {kRise * i, kRise * j, kRise * k, 0, 0, 0, 0};
+                }
+            }
+        }
+        return nodes;
+    }
+    /// In millionths of a step, how far behind the first node of its cell a position is taken, on all three axes.
+    int Fraction(int position) const {
+        const auto values = Interpolate(*table_, {position, position, position});
+        EXPECT_EQ(values[1], values[0]) << position;
+        EXPECT_EQ(values[2], values[0]) << position;
+        return values[0] - kRise * (position * (points_ - 1) / 65536);
+    }
+    int points_ = GetParam();
+    std::unique_ptr<ColorTable33> table_ = MakeGrid(points_, RisingNodes(points_));
+};
+
+/// Kept: nodes stand at positions that are cut to whole numbers, so that the last position of a cell can lie behind its
+/// end: by less than the cut.
+TEST_P(CellOfPosition, IsItsOwnAtEveryPosition) {
+    const int most = kRise + (points_ - 1) * kRise / 65536;
+    for (int position = 0; position <= 65535; ++position) {
+        const int fraction = Fraction(position);
+        ASSERT_GE(fraction, 0) << position;
+        ASSERT_LE(fraction, 65536 % (points_ - 1) == 0 ? kRise - 1 : most) << position;
+    }
+}
+
+/// The positions that an engine asks for.
+TEST_P(CellOfPosition, HoldsEveryNodeOfSeventeen) {
+    for (int node = 0; node < 17; ++node) {
+        const int fraction = Fraction(node < 16 ? 4096 * node : 65535);
+        EXPECT_GE(fraction, 0) << node;
+        EXPECT_LT(fraction, kRise) << node;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, CellOfPosition, testing::Range(2, 34));
 
 TEST(FloatingInterpolation, CutsRisingSlopesDownAndFallingSlopesUp) {
     const auto table = OneNode(1, 0, 0, {10, -10, 1, -1, 3, -3, 0});

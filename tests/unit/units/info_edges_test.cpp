@@ -3,7 +3,9 @@
 //
 // The job record.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
+#include <algorithm>
 #include <string>
 
 #include "units/Info.h"
@@ -87,6 +89,18 @@ TEST(JobRecord, TakesNamesOfAnyLength) {
         EXPECT_EQ(info.CheckCurrentProfile(name.c_str(), nullptr), 0);
         EXPECT_EQ(info.CheckCurrentProfile(other.c_str(), nullptr), 1);
         EXPECT_STREQ(info.ProfileName.get(), other.c_str());
+    }
+}
+
+TEST(JobRecord, HasRoomForTheWholeNameAndItsTerminator) {
+    // Sixteen lengths in a row: a heap block has room to spare for fifteen of them.
+    for (std::size_t length = 120; length < 152; ++length) {
+        Info info;
+        const std::string name(length, 'n');
+        info.CheckCurrentProfile(name.c_str(), name.c_str());
+        EXPECT_GE(malloc_usable_size(info.ProfileName.get()), std::max<std::size_t>(128, length + 1));
+        EXPECT_GE(malloc_usable_size(info.SecondName.get()), std::max<std::size_t>(128, length + 1));
+        EXPECT_EQ(info.ProfileName.get(), name);
     }
 }
 

@@ -214,4 +214,36 @@ TEST(LabToRgb, OnlyTheGridInUseChanges) {
     for (int i = 0; i < 65536; ++i) ASSERT_EQ(table->Lut16[0][i], i) << "the output table is read only";
 }
 
+TEST(LabToRgb, TakesNodesBeyondSixteenBitsByTheirLowBits) {
+    Scatter scatter(9);
+    const auto table = std::make_unique<OutputTable33>();
+    for (auto& row : table->Lut16) {
+        for (int& entry : row) entry = scatter.Next();
+    }
+    const auto lut = MakeLut({.outputEntries = 17}, 9);
+    Nodes wide(5 * 5 * 5), low(wide.size());
+    for (std::size_t n = 0; n < wide.size(); ++n) {
+        for (std::size_t c = 0; c < 7; ++c) {
+            low[n][c] = scatter.Next();
+            wide[n][c] = (scatter.Next() - 32768) * 65536 + low[n][c];
+        }
+    }
+    for (const bool curves : {false, true}) {
+        const auto expected = MakeGrid(5, low), grid = MakeGrid(5, wide);
+        for (ColorTable33* each : {expected.get(), grid.get()}) {
+            if (curves) {
+                each->Lab2RGB100_16(lut.get(), Space(8), nullptr);
+            } else {
+                each->Lab2RGB100_16_1D(table.get(), Space(8), nullptr);
+            }
+        }
+        for (int node = 0; node < 5 * 5 * 5; ++node) {
+            for (int c = 0; c < 3; ++c) {
+                const int i = node / 25, j = node / 5 % 5, k = node % 5;
+                ASSERT_EQ(grid->Color[i][j][k][c], expected->Color[i][j][k][c]) << node;
+            }
+        }
+    }
+}
+
 }  // namespace

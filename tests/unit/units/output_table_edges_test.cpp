@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -137,6 +138,53 @@ TEST(OutputTableEdges, ByteTablesAreCopiedUnscaled) {
     EXPECT_EQ(unit->Lut16[0][256], 256);
     EXPECT_EQ(unit->Lut16[2][7], 7);
     EXPECT_EQ(unit->Curve[0][0], 0);
+}
+
+TEST(OutputTableEdges, ByteTablesOfAnyShapeStayInsideTheUnit) {
+    struct Row {
+        int channels, entries;
+    };
+    for (const auto& [channels, entries] : {Row{8, 300}, Row{8, 100}, Row{7, 257}, Row{0, 256}, Row{255, 256}}) {
+        CLut8Type lut;
+        lut.outputChan = static_cast<std::uint8_t>(channels);
+        lut.outputEnt = static_cast<std::uint16_t>(entries);
+        lut.outputTable = std::make_unique<std::uint8_t[]>(static_cast<std::size_t>(channels * entries));
+        std::fill_n(lut.outputTable.get(), channels * entries, std::uint8_t{7});
+        // What lies behind the unit's last table is no part of it.
+        constexpr std::size_t kBehind = 4096;
+        const std::unique_ptr<unsigned char[]> memory(new unsigned char[sizeof(OutputTable33) + kBehind]);
+        std::memset(memory.get() + sizeof(OutputTable33), 0x5a, kBehind);
+        auto* const unit = ::new (memory.get()) OutputTable33();
+        EXPECT_EQ(unit->Initial(&lut), 0);
+        for (int c = 0; c < 7; ++c) {
+            for (int i = 0; i < 400; ++i) {
+                const bool taken = c < channels && i < std::min(entries, 256);
+                ASSERT_EQ(unit->Lut16[c][i], taken ? 7 : i) << channels << " channels, " << entries << " entries";
+            }
+        }
+        unit->~OutputTable33();
+        for (std::size_t i = 0; i < kBehind; ++i) ASSERT_EQ(memory[sizeof(OutputTable33) + i], 0x5a) << channels;
+    }
+    CLut8Type none;
+    none.outputChan = 3;
+    none.outputEnt = 256;
+    const auto unit = Fresh();
+    EXPECT_EQ(unit->Initial(&none), 0);
+    EXPECT_EQ(unit->Lut16[0][7], 7);
+}
+
+/// A curve that is the same everywhere has that value at every place below its last entry, before its first one too.
+TEST(OutputTableEdges, EvaluationLooksAtNothingBesideTheCurve) {
+    const auto unit = Fresh();
+    for (int c = 0; c < 7; ++c) std::fill_n(unit->Curve[c], 4096, 1000 * (c + 1));
+    unit->Step = 257.0;
+    unit->Span = 256.0;
+    for (const int value :
+         {std::numeric_limits<int>::min(), -1000000, -65536, -257, -1, 0, 65534, 65535, 257 * 4095 - 1}) {
+        int s[7] = {value, value, value, value, value, value, value};
+        unit->Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+        for (int c = 0; c < 7; ++c) EXPECT_EQ(s[c], 1000 * (c + 1)) << value;
+    }
 }
 
 TEST(OutputTableEdges, RunsAreWrittenByFormat) {
