@@ -41,7 +41,7 @@ GUARD_SUITES = {
     "units": ["unit_units", "unit_engine", "hostile"],
     "color": ["unit_color", "hostile"],
     "support": ["hostile", "unit_support"],
-    "FileHandle.cpp": ["hostile", "unit_tiff"],
+    "FileHandle.cpp": ["unit_iccfile", "hostile", "unit_tiff"],
     "Numeric.h": ["unit_engine", "unit_units", "hostile"],
 }
 # A step past an array is seen, as the sanitizers of `make test` see it.
