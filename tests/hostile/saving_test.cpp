@@ -3,6 +3,7 @@
 //
 // Destinations that cannot be written, and sources that must not be lost.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -70,6 +71,8 @@ TEST_F(SavingTest, APipesReaderGetsTheWholeFile) {
     ASSERT_EQ(fcntl(reader, F_SETFL, O_RDONLY), 0);
     // More than a pipe holds at once.
     auto received = std::async(std::launch::async, [reader] {
+        pollfd writer{reader, POLLIN, 0};
+        poll(&writer, 1, 60000);  // without a writer a read would find the end
         Bytes bytes, part(4096);
         for (ssize_t got = read(reader, part.data(), part.size()); got > 0;
              got = read(reader, part.data(), part.size())) {
