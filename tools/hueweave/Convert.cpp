@@ -127,10 +127,10 @@ Exit Convert(const ConvertArguments& arguments) {
     if (arguments.profile) profile = LoadProfile(*arguments.profile);
     const InputList list = ListInputs(arguments);
     ProfileCache cache(arguments.rendering);
-    std::optional<ResumeRecord> record;
-    if (!list.folder.empty() && !arguments.dryRun) record.emplace(list.folder);
-    if (arguments.dryRun && arguments.resume) record.emplace(list.folder);
-    MadeFolders folders(arguments.shard.has_value());
+    const bool shared = arguments.shard.has_value();
+    MadeFolders folders(shared);
+    std::optional<ResumeRecord> record;  // gone before the folders are looked at
+    if (!list.folder.empty() && (!arguments.dryRun || arguments.resume)) record.emplace(list.folder, shared);
     Session session{arguments, list, report, cache, folders, record ? &*record : nullptr, std::move(profile)};
     report.Begin(list.items.size(), TotalSize(list));
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());

@@ -262,6 +262,7 @@ void FileJob::Write() {
         output->Finish();
         Record(output->file());
         output->Commit();
+        if (session_.record != nullptr) session_.record->NoteNamed();
     } else {
         WriteStandardOutput(spool);
     }
