@@ -76,5 +76,7 @@ struct Coding {
     unsigned compression, predictor;
 };
 Coding OutputCoding(const TiffPage& page);
+/// Bytes that a decoder and an encoder take for themselves, as measured; what is next to nothing counts as 0.
+std::uint64_t CoderMemory(const TiffPage& page);
 
 }  // namespace hueweave::tool
