@@ -57,6 +57,33 @@ TEST_F(SafetyTest, AnExistingFileIsKeptUnlessForced) {
     EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif", "out.tif"}));
 }
 
+TEST_F(SafetyTest, InPlaceAFileIsConvertedOnceByWhateverNames) {
+    const std::string link = folder_ / "link.tif", below = folder_ / "below", before = FileBytes(in_);
+    std::filesystem::create_symlink("in.tif", link);
+    std::filesystem::create_directory_symlink(".", below);
+    const Picture once = ByEngine(ReadPictures(in_)[0], Input("scanner.icc"), 0, 9);
+    for (const std::string& same : {in_, link, below + "/in.tif", folder_.path() + "/./in.tif"}) {
+        WriteBytes(in_, before);
+        const Outcome run = Convert({in_, same, "--in-place", "--force", "-j", "1"});
+        EXPECT_EQ(run.status, 1);
+        EXPECT_THAT(run.err, HasSubstr(same + ": is the same file as " + in_ + "; convert it once")) << run.err;
+        EXPECT_EQ(once.values, ReadPictures(in_)[0].values) << same;
+    }
+}
+
+TEST_F(SafetyTest, TwoOutputsThatALinkMakesOne) {
+    const std::string out = folder_ / "out", other = folder_ / "other.tif";
+    std::filesystem::create_directory(out);
+    std::filesystem::copy_file(in_, other);
+    WriteBytes(out + "/in.tif", "old");
+    std::filesystem::create_symlink("in.tif", out + "/other.tif");
+    const Outcome run = Convert({in_, other, "-o", out, "--force"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("other.tif: would be written to " + out + "/other.tif, as " + in_)) << run.err;
+    EXPECT_EQ(ByEngine(ReadPictures(in_)[0], Input("scanner.icc"), 0, 9).values,
+              ReadPictures(out + "/in.tif")[0].values);
+}
+
 TEST_F(SafetyTest, TheInputIsNeverTheOutput) {
     const std::string before = FileBytes(in_), link = folder_ / "link.tif", hard = folder_ / "hard.tif";
     std::filesystem::create_symlink("in.tif", link);
