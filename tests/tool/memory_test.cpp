@@ -80,6 +80,15 @@ TEST_F(MemoryTest, WhatDoesNotFitIsRefused) {
         Shell("rm " + Quoted(out_));
     };
     refused("tiffcp -t -w 4096 -l 3072 -c zip", "tiles");
+    // Rows are never divided.
+    const std::string raw = folder_ / "raw";
+    Shell("truncate -s 72000000 " + Quoted(raw) + "; raw2tiff -w 12000000 -l 1 -b 3 -d short -p rgb -c none -r 1 " +
+          Quoted(raw) + " " + Quoted(plain_));
+    for (const char* scheme : {"none", "zip"}) {
+        refused("tiffcp -s -r 1 -c " + std::string(scheme), "rows");
+        EXPECT_LT(Convert("cp").peakKb, kMostKb);
+    }
+    Make(false);
     // Strips whose bits have to be turned around are held whole.
     refused("tiffcp -f lsb2msb -s -r 3000 -c none", "strips");
 }

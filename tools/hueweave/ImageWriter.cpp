@@ -39,20 +39,22 @@ unsigned ImageWriter::Planes() const {
 
 std::vector<Extent> ImageWriter::Write() {
     unsigned threads = settings_.threads;
-    if (page_.Plain()) {
+    // Rows are never divided: twice what is converted where they are plain, four times with the buffers of a coder.
+    const std::uint64_t row = page_.RowBytes() * (page_.planar ? Planes() + 1 : 1);
+    const bool rowFits = row <= settings_.memory / (page_.Plain() ? 2 : 4);
+    if (page_.Plain() && rowFits) {
         WritePlain();
         return places_;
     }
     while (threads > 1 && !FitsInMemory(threads)) --threads;
-    if (FitsInMemory(threads)) {
+    if (!page_.Plain() && FitsInMemory(threads)) {
         WriteCoded(threads);
-    } else if (RowsFitInMemory()) {
+    } else if (rowFits && RowsFitInMemory()) {
         WriteRows();
     } else {
-        throw Refusal(
-            Exit::Input, structure_.file().name(),
-            std::string("has ") + (page_.tiled ? "tiles" : "strips") + " that do not fit in the memory allowed",
-            "raise --max-memory");
+        const std::string what = page_.tiled ? "tiles" : rowFits ? "strips" : "rows";
+        throw Refusal(Exit::Input, structure_.file().name(), "has " + what + " that do not fit in the memory allowed",
+                      "raise --max-memory");
     }
     return places_;
 }
