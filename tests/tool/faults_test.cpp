@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Every call of the system fails in turn. Whatever the call, the file that stood there stays, or the new one is whole.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -132,6 +134,30 @@ TEST_F(NamedTest, SignalsLeaveNoTemporaryWhereFilesWantAName) {
         }
     }
     EXPECT_GT(ended, 0);
+}
+
+TEST_F(NamedTest, NamesThatAKilledRunLeftAreNotInTheWay) {
+    const Folder folder;
+    const std::string in = folder / "in.tif", out = folder / "out.tif";
+    Shell("tiffcp -s -c none -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in));
+    const auto leave = [&] {  // with the process number of the command to come
+        for (int i = 0; i < 3; ++i) {
+            const std::string name = ".hueweave-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
+            close(open((folder / name).c_str(), O_CREAT | O_WRONLY, 0600));
+        }
+    };
+    for (const char* fault : {"", "tmpfile:0:95"}) {
+        const Outcome run = RunProgram(
+            {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in, "-o", out, "--force", "-q"},
+             "",
+             Faults(fault),
+             leave,
+             {}});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(ByEngine(ReadPictures(in)[0], Input("scanner.icc"), 0, 8).values, ReadPictures(out)[0].values);
+        EXPECT_EQ(Lines(Shell("ls -A " + Quoted(folder.path()))).size(), 5U) << "three that were left, and two";
+        Shell("rm " + Quoted(folder.path()) + "/.hueweave-*");
+    }
 }
 
 }  // namespace
