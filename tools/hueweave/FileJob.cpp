@@ -257,6 +257,7 @@ void FileJob::Write() {
         spool = FileAccess::Scratch(TemporaryFolder(), "standard output");
     } else {
         if (!session_.list.folder.empty()) session_.folders.Make(FolderOf(item_.output));
+        if (session_.record != nullptr) session_.record->Begin();
         struct stat old {};
         if (Existing() == OutputFile::Existing::Replace && ::stat(item_.output.c_str(), &old) == 0 &&
             old.st_nlink > 1) {

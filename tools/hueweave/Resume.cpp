@@ -68,13 +68,20 @@ bool ResumeRecord::IsDone(const std::string& relative, const std::string& finger
     });
 }
 
-FileAccess ResumeRecord::Open() {
+void ResumeRecord::Begin() {
+    const std::lock_guard lock(mutex_);
+    Open();
+    if (file_.descriptor() < 0 && (errno == EMFILE || errno == ENFILE)) RefuseWrite(file_.name(), errno);
+}
+
+void ResumeRecord::Open() {
+    if (file_.descriptor() >= 0) return;
     const std::string path = RecordPath(folder_);
     constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
     int descriptor = ::open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0666);
     if (descriptor >= 0) begun_ = true;
     if (descriptor < 0 && errno == EEXIST) descriptor = ::open(path.c_str(), kFlags | O_CREAT, 0666);
-    return FileAccess(descriptor, path);
+    file_ = FileAccess(descriptor, path);
 }
 
 void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output) {
@@ -87,15 +94,15 @@ void ResumeRecord::Add(const std::string& relative, const std::string& fingerpri
     // A fresh line, should the last one have been cut off.
     const std::string line = "\n" + JsonLine(json) + "\n";
     std::unique_lock lock(mutex_);
-    const FileAccess file = Open();
-    const ssize_t put = file.descriptor() < 0 ? -1 : ::write(file.descriptor(), line.data(), line.size());
+    Open();
+    const ssize_t put = file_.descriptor() < 0 ? -1 : ::write(file_.descriptor(), line.data(), line.size());
     written_ += std::max<ssize_t>(put, 0);
     if (put != static_cast<ssize_t>(line.size())) {
-        throw Refusal(Exit::Output, file.name(), "cannot be written (" + ErrorText(errno) + ")",
+        throw Refusal(Exit::Output, file_.name(), "cannot be written (" + ErrorText(errno) + ")",
                       "--resume will not know of " + relative);
     }
     lock.unlock();
-    ::fdatasync(file.descriptor());  // before the output, so that it is no stranger after a power cut either
+    ::fdatasync(file_.descriptor());  // before the output, so that it is no stranger after a power cut either
 }
 
 }  // namespace hueweave::tool

@@ -24,6 +24,8 @@ public:
 
     /// Whether this output was written under this fingerprint and is still as it was then.
     bool IsDone(const std::string& relative, const std::string& fingerprint) const;
+    /// Opens the record while the output can still be refused for lack of open files.
+    void Begin();
     /// Records an output that is whole but has no name yet. The line comes before the name, so that an output never
     /// stands there unrecorded, whenever the run is killed; without the output, the line says nothing.
     void Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output);
@@ -37,7 +39,7 @@ private:
     };
     static Entry EntryOf(const struct stat& status);
     bool Look(const std::string& relative, Entry& entry) const;
-    FileAccess Open();
+    void Open();
 
     std::string folder_;
     bool stay_;
@@ -45,6 +47,7 @@ private:
     bool begun_ = false;                         ///< by this run
     long long written_ = 0;                      ///< bytes, by this run
     std::multimap<std::string, Entry> entries_;  ///< also of runs that were killed before the output got its name
+    FileAccess file_;                            ///< open from the first line on
     std::mutex mutex_;
 };
 
