@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Many files: folders, lists, shards, broken files among good ones, resuming, and what is said about it.
+// Many files: folders, lists, shards, broken files among good ones, and what is said about it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <thread>
 
+#include "Batch.h"
 #include "Command.h"
 #include "Picture.h"
 
@@ -23,34 +21,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 namespace fs = std::filesystem;
-
-class BatchTest : public testing::Test {
-protected:
-    BatchTest() {
-        fs::create_directories(scans_ + "/deep");
-        Shell("tiffcp -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/a.tif"));
-        Shell("tiffcp -c lzw " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/b.TIFF"));
-        Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
-        WriteBytes(scans_ + "/notes.txt", "no image");
-    }
-    Outcome Convert(std::vector<std::string> more) const {
-        std::vector<std::string> words{"convert", "--profile", Input("scanner.icc")};
-        words.insert(words.end(), more.begin(), more.end());
-        return Hueweave(words);
-    }
-    std::set<std::string> Outputs() const {
-        std::set<std::string> names;
-        if (!Exists(out_)) return names;
-        for (const auto& entry : fs::recursive_directory_iterator(out_)) {
-            if (entry.is_regular_file() && entry.path().filename() != ".hueweave.jsonl") {
-                names.insert(entry.path().lexically_relative(out_));
-            }
-        }
-        return names;
-    }
-    Folder folder_;
-    std::string scans_ = folder_ / "scans", out_ = folder_ / "converted";
-};
 
 TEST_F(BatchTest, AFolderIsConvertedWithItsSubfolders) {
     const Outcome run = Convert({scans_, "-o", out_});
@@ -160,79 +130,6 @@ TEST_F(BatchTest, ShardsAreTheWholeAndShareNothing) {
     }
     EXPECT_EQ(sum, 23U);
     EXPECT_EQ(all.size(), 23U);
-}
-
-TEST_F(BatchTest, ResumeSkipsWhatIsDoneTheSameWayAndNothingElse) {
-    ASSERT_EQ(Convert({scans_, "-o", out_}).status, 0);
-    const auto again = [&](std::vector<std::string> more) {
-        std::vector<std::string> words{scans_, "-o", out_, "--resume"};
-        words.insert(words.end(), more.begin(), more.end());
-        return Convert(words);
-    };
-    Outcome run = again({});
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("0 converted, 3 done already"));
-    // Another option, and a file that is there already.
-    run = again({"--intent", "relative"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.err, HasSubstr("0 converted, 3 refused"));
-    run = again({"--intent", "relative", "--force"});
-    EXPECT_THAT(run.err, HasSubstr("3 converted"));
-    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("3 done already"));
-    // A source of the same size and time with another content.
-    std::string bytes = FileBytes(scans_ + "/deep/a.tif");
-    const auto time = fs::last_write_time(scans_ + "/deep/a.tif");
-    bytes[1000] = static_cast<char>(bytes[1000] + 1);
-    WriteBytes(scans_ + "/deep/a.tif", bytes);
-    fs::last_write_time(scans_ + "/deep/a.tif", time);
-    EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
-    // An output that is gone, or changed.
-    fs::remove(out_ + "/a.tif");
-    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("1 converted, 2 done already"));
-    WriteBytes(out_ + "/a.tif", "spoilt");
-    EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
-    // A record that was cut off counts for what is whole.
-    std::ofstream(out_ + "/.hueweave.jsonl", std::ios::app) << "{\"output\": \"a.t";
-    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("0 converted, 3 done already"));
-}
-
-TEST_F(BatchTest, ResumeAfterAKill) {
-    for (int i = 0; i < 30; ++i) fs::copy_file(scans_ + "/a.tif", scans_ + "/n" + std::to_string(i) + ".tif");
-    const std::vector<std::string> words{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"),
-                                         scans_,           "-o",      out_,        "--resume"};
-    for (int round = 0; round < 3; ++round) {
-        RunProgram({words, "", {}, {}, [](pid_t child) {
-                        std::this_thread::sleep_for(std::chrono::milliseconds(60));
-                        kill(child, SIGKILL);
-                    }});
-    }
-    const Outcome last = RunProgram({words, "", {}, {}, {}});
-    EXPECT_EQ(last.status, 0) << last.err;
-    EXPECT_EQ(Outputs().size(), 33U);
-    const Picture wanted = ByEngine(ReadPictures(scans_ + "/a.tif")[0], Input("scanner.icc"), 0, 9);
-    for (int i = 0; i < 30; ++i)
-        EXPECT_EQ(ReadPictures(out_ + "/n" + std::to_string(i) + ".tif")[0].values, wanted.values);
-}
-
-TEST_F(BatchTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
-    const std::vector<std::string> words{
-        HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), "-j", "1", scans_, "-o", out_, "--resume"};
-    // Killed in the call that gives the second output its name.
-    EXPECT_EQ(RunProgram({words, "", Faults("linkat:2:0"), {}, {}}).signal, SIGKILL);
-    EXPECT_EQ(Outputs().size(), 2U);
-    const Outcome again = RunProgram({words, "", {}, {}, {}});
-    EXPECT_EQ(again.status, 0) << again.err;
-    EXPECT_THAT(again.err, HasSubstr("1 converted, 2 done already"));
-    // What was recorded but never got its name is converted.
-    fs::remove_all(out_);
-    EXPECT_EQ(RunProgram({words, "", Faults("linkat:0:28"), {}, {}}).status, 1);
-    EXPECT_EQ(Outputs().size(), 0U);
-    EXPECT_THAT(RunProgram({words, "", {}, {}, {}}).err, HasSubstr("3 converted"));
-    // An output that stays because its replacement did not come is known too.
-    auto force = words;
-    force.back() = "--force";
-    EXPECT_EQ(RunProgram({force, "", Faults("renameat2:0:5"), {}, {}}).status, 1);
-    EXPECT_THAT(RunProgram({words, "", {}, {}, {}}).err, HasSubstr("0 converted, 3 done already"));
 }
 
 TEST_F(BatchTest, NamesThatAreNoUtf8AreNamesLikeOthers) {

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Every call of the system fails in turn. Whatever the call, the file that stood there stays, or the new one is whole.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -132,6 +135,96 @@ TEST_F(NamedTest, SignalsLeaveNoTemporaryWhereFilesWantAName) {
         }
     }
     EXPECT_GT(ended, 0);
+}
+
+TEST_F(NamedTest, NamesThatAKilledRunLeftAreNotInTheWay) {
+    const Folder folder;
+    const std::string in = folder / "in.tif", out = folder / "out.tif";
+    Shell("tiffcp -s -c none -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in));
+    const auto leave = [&] {  // with the process number of the command to come
+        for (int i = 0; i < 3; ++i) {
+            const std::string name = ".hueweave-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
+            close(open((folder / name).c_str(), O_CREAT | O_WRONLY, 0600));
+        }
+    };
+    for (const char* fault : {"", "tmpfile:0:95"}) {
+        const Outcome run = RunProgram(
+            {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in, "-o", out, "--force", "-q"},
+             "",
+             Faults(fault),
+             leave,
+             {}});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(ByEngine(ReadPictures(in)[0], Input("scanner.icc"), 0, 8).values, ReadPictures(out)[0].values);
+        EXPECT_EQ(Lines(Shell("ls -A " + Quoted(folder.path()))).size(), 5U) << "three that were left, and two";
+        Shell("rm " + Quoted(folder.path()) + "/.hueweave-*");
+    }
+}
+
+class ScarceTest : public testing::Test {
+protected:
+    ScarceTest() {
+        std::filesystem::create_directory(scans_);
+        for (int i = 0; i < kFiles; ++i) {
+            std::filesystem::copy_file(Input("photo-16.tif"), scans_ + "/" + std::to_string(i) + ".tif");
+        }
+    }
+    /// Many threads where a resource is scarce: no file is worse for it than not converted, and they can be later.
+    void ExpectNothingWorseThanRefusals(int resource, rlim_t limit) {
+        std::vector<std::string> words{
+            HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), scans_, "-o", out_, "-q", "-j"};
+        auto many = words, few = words;
+        many.push_back("64");
+        few.insert(few.end(), {"2", "--resume"});
+        const Outcome run = RunProgram({many,
+                                        "",
+                                        {},
+                                        [&] {
+                                            const rlimit value{limit, limit};
+                                            setrlimit(static_cast<__rlimit_resource_t>(resource), &value);
+                                        },
+                                        {}});
+        EXPECT_EQ(run.signal, 0) << limit;
+        for (const std::string& line : Lines(run.err)) {
+            EXPECT_THAT(line, testing::AnyOf(testing::HasSubstr("lower -j"), testing::HasSubstr("--resume will not")));
+        }
+        const Outcome rest = RunProgram({few, "", {}, {}, {}});
+        EXPECT_EQ(rest.status, 0) << rest.err;
+        const Picture wanted = ByEngine(ReadPictures(Input("photo-16.tif"))[0], Input("scanner.icc"), 0, 9);
+        for (int i = 0; i < kFiles; ++i) {
+            EXPECT_EQ(wanted.values, ReadPictures(out_ + "/" + std::to_string(i) + ".tif")[0].values);
+        }
+        std::filesystem::remove_all(out_);
+    }
+    static constexpr int kFiles = 24;
+    Folder folder_;
+    std::string scans_ = folder_ / "scans", out_ = folder_ / "out";
+};
+
+// Not with sanitizers: they take more of the address space than there is memory, and without a descriptor left they
+// cannot look at an object and call it a bad one.
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(ScarceTest, OpenFiles) {
+    for (const rlim_t limit : {12U, 16U, 24U, 40U}) ExpectNothingWorseThanRefusals(RLIMIT_NOFILE, limit);
+}
+
+TEST_F(ScarceTest, Memory) {
+    for (const rlim_t megabytes : {60U, 70U, 80U, 120U}) ExpectNothingWorseThanRefusals(RLIMIT_AS, megabytes << 20);
+}
+#endif
+
+TEST_F(ScarceTest, NoFileInMemoryIsSaid) {
+    const Outcome run =
+        RunProgram({{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), Input("photo-16.tif"), "-o", out_},
+                    "",
+                    Faults("memfd_create:0:24"),
+                    {},
+                    {}});
+    EXPECT_EQ(run.status, 3);
+    EXPECT_EQ(run.err,
+              "hueweave: no file can be made in memory for the profile (Too many open files); lower -j, or raise the "
+              "limit of open files\n");
+    EXPECT_FALSE(Exists(out_));
 }
 
 }  // namespace

@@ -57,6 +57,11 @@ TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
     const std::string said = "in.tif: its EXIF field ColorSpace stays at sRGB, which it is no more";
     EXPECT_THAT(Convert({"--to", "adobe-rgb"}).err, HasSubstr(said));
     EXPECT_THAT(Convert({"--force"}).err, testing::Not(HasSubstr(said)));
+    Shell("exiftool -q -overwrite_original -XMP-photoshop:ICCProfileName='Adobe RGB (1998)' " + Quoted(in_));
+    EXPECT_THAT(Convert({"--force"}).err,
+                HasSubstr("in.tif: its XMP field photoshop:ICCProfile stays, and names the profile that was\n"));
+    Shell("exiftool -q -overwrite_original -XMP:all= " + Quoted(in_));
+    EXPECT_THAT(Convert({"--force"}).err, testing::Not(HasSubstr("XMP")));
     // So are tags of primaries and white, and what they mean without a profile.
     Shell("tiffset -s 318 0.3127 0.329 " + Quoted(in_));
     Shell("tiffset -u 319 " + Quoted(in_) + " 2>/dev/null");

@@ -198,6 +198,7 @@ INSTANTIATE_TEST_SUITE_P(
                              {"convert", "-", "--files-from", "-", "-o", "y"},
                              "- and --files-from - both read standard input"},
                     BadWords{"ResumeWithoutFolder", {"convert", "x", "-o", "y.tif", "--resume"}, "--resume wants"},
+                    BadWords{"BakeToStandardOutput", {"bake", "x", "-o", "-"}, "does not write to standard output"},
                     BadWords{"JsonAndImage", {"convert", "x", "-o", "-", "--json"}, "both write to standard output"},
                     BadWords{"CurveForATable",
                              {"convert", "x", "-o", "y", "--to", "adobe-rgb", "--curve", "c"},

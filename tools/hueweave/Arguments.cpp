@@ -263,6 +263,7 @@ Arguments ParseArguments(int count, const char* const* words) {
     } else if (inspectApp->parsed()) {
         result.inspect = inspect;
     } else if (bakeApp->parsed()) {
+        if (bake.output == "-") Usage("bake does not write to standard output", "name a file with -o");
         result.bake = bake;
     } else if (verifyApp->parsed()) {
         SettleRendering(verifyWords, "", verify.rendering);

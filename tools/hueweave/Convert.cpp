@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <mutex>
 #include <thread>
 
@@ -27,23 +28,35 @@ public:
         const std::size_t files = session_.list.items.size();
         const unsigned runners = static_cast<unsigned>(std::clamp<std::size_t>(files, 1, threads_));
         std::vector<std::thread> helpers;
+        helpers.reserve(runners);
         StartThreads(helpers, runners - 1, [this] { Loop(); });
         Loop();
         for (std::thread& helper : helpers) helper.join();
         if (interrupted_) throw Interrupted();
+        if (failure_) std::rethrow_exception(failure_);
         Summarise();
         if (failed_ == 0) return Exit::Done;
         return session_.list.single ? lastFailure_ : Exit::SomeFailed;
     }
 
 private:
+    /// No exception leaves a thread. What none of the files is to blame for ends the run.
     void Loop() {
+        try {
+            RunFiles();
+        } catch (...) {
+            const std::lock_guard lock(mutex_);
+            if (!failure_) failure_ = std::current_exception();
+        }
+    }
+
+    void RunFiles() {
         for (;;) {
             const Item* item = nullptr;
             unsigned threads = 0;
             {
                 const std::lock_guard lock(mutex_);
-                if (interrupted_ || next_ == session_.list.items.size()) return;
+                if (interrupted_ || failure_ || next_ == session_.list.items.size()) return;
                 item = &session_.list.items[next_++];
                 const std::size_t waiting = session_.list.items.size() - next_;
                 threads = std::max(1U, (threads_ - std::min(used_, threads_)) / static_cast<unsigned>(waiting + 1));
@@ -108,6 +121,7 @@ private:
     std::size_t counts_[3] = {}, failed_ = 0;
     Exit lastFailure_ = Exit::Done;
     bool interrupted_ = false;
+    std::exception_ptr failure_;
 };
 
 std::uint64_t TotalSize(const InputList& list) {
@@ -127,10 +141,10 @@ Exit Convert(const ConvertArguments& arguments) {
     if (arguments.profile) profile = LoadProfile(*arguments.profile);
     const InputList list = ListInputs(arguments);
     ProfileCache cache(arguments.rendering);
-    std::optional<ResumeRecord> record;
-    if (!list.folder.empty() && !arguments.dryRun) record.emplace(list.folder);
-    if (arguments.dryRun && arguments.resume) record.emplace(list.folder);
-    MadeFolders folders(arguments.shard.has_value());
+    const bool shared = arguments.shard.has_value();
+    MadeFolders folders(shared);
+    std::optional<ResumeRecord> record;  // gone before the folders are looked at
+    if (!list.folder.empty() && (!arguments.dryRun || arguments.resume)) record.emplace(list.folder, shared);
     Session session{arguments, list, report, cache, folders, record ? &*record : nullptr, std::move(profile)};
     report.Begin(list.items.size(), TotalSize(list));
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());

@@ -18,8 +18,13 @@ namespace {
 
 constexpr std::size_t kCopyBlock = std::size_t{256} << 10;
 
-[[noreturn]] void RefuseRead(const std::string& name, const std::string& why) {
-    throw Refusal(Exit::Input, name, "cannot be read (" + why + ")", "check the file and its permissions");
+/// Whether the process, or the system, has too many files open.
+bool TooManyFiles(int error) { return error == EMFILE || error == ENFILE; }
+constexpr const char* kFewerFiles = "lower -j, or raise the limit of open files";
+
+[[noreturn]] void RefuseRead(const std::string& name, const std::string& why, int error = 0) {
+    throw Refusal(Exit::Input, name, "cannot be read (" + why + ")",
+                  TooManyFiles(error) ? kFewerFiles : "check the file and its permissions");
 }
 
 }  // namespace
@@ -27,7 +32,9 @@ constexpr std::size_t kCopyBlock = std::size_t{256} << 10;
 void RefuseWrite(const std::string& name, int error) {
     const bool full = error == ENOSPC || error == EDQUOT || error == EFBIG;
     throw Refusal(Exit::Output, name, "cannot be written (" + ErrorText(error) + ")",
-                  full ? "free some space, or choose another folder with -o" : "choose another folder with -o");
+                  full                  ? "free some space, or choose another folder with -o"
+                  : TooManyFiles(error) ? kFewerFiles
+                                        : "choose another folder with -o");
 }
 
 std::string FolderOf(const std::string& path) {
@@ -54,7 +61,7 @@ void FileAccess::Close() {
 FileAccess FileAccess::OpenInput(const std::string& path) {
     // Not blocking, so that nobody waits for the writer of a pipe.
     FileAccess file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK), path);
-    if (file.descriptor_ < 0) RefuseRead(path, ErrorText(errno));
+    if (file.descriptor_ < 0) RefuseRead(path, ErrorText(errno), errno);
     if (!S_ISREG(file.Status().st_mode)) RefuseRead(path, "not a regular file");
     return file;
 }

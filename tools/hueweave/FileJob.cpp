@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -24,6 +25,16 @@ namespace fs = std::filesystem;
 
 /// What the process needs beside the buffers of the pixels.
 constexpr std::uint64_t kOwnMemory = std::uint64_t{24} << 20;
+constexpr std::uint64_t kMostXmp = std::uint64_t{4} << 20;  ///< bytes that are looked through
+
+/// Whether the XMP metadata name a profile, as those of Photoshop do.
+bool XmpNamesProfile(const TiffStructure& structure, const TiffDirectory& directory) {
+    const TiffEntry* entry = directory.Find(tag::Xmp);
+    if (entry == nullptr || entry->dataSize > kMostXmp) return false;
+    const Bytes xmp = structure.Data(*entry);
+    constexpr std::string_view kField = "photoshop:ICCProfile";
+    return std::search(xmp.begin(), xmp.end(), kField.begin(), kField.end()) != xmp.end();
+}
 
 }  // namespace
 
@@ -146,6 +157,9 @@ void FileJob::NoteLosses(std::size_t page) {
         common_.insert(
             fmt::format("EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
     }
+    if (XmpNamesProfile(*structure_, directory)) {
+        common_.insert("XMP field photoshop:ICCProfile stays, and names the profile that was");
+    }
     const PhotoshopResources photoshop(*structure_, directory);
     if (photoshop.HasThumbnail()) {
         common_.insert("thumbnail of Photoshop (resource 1036 of tag 34377) stays in the old colours");
@@ -243,6 +257,7 @@ void FileJob::Write() {
         spool = FileAccess::Scratch(TemporaryFolder(), "standard output");
     } else {
         if (!session_.list.folder.empty()) session_.folders.Make(FolderOf(item_.output));
+        if (session_.record != nullptr) session_.record->Begin();
         struct stat old {};
         if (Existing() == OutputFile::Existing::Replace && ::stat(item_.output.c_str(), &old) == 0 &&
             old.st_nlink > 1) {
@@ -262,6 +277,7 @@ void FileJob::Write() {
         output->Finish();
         Record(output->file());
         output->Commit();
+        if (session_.record != nullptr) session_.record->NoteNamed();
     } else {
         WriteStandardOutput(spool);
     }

@@ -39,17 +39,21 @@ unsigned ImageWriter::Planes() const {
 
 std::vector<Extent> ImageWriter::Write() {
     unsigned threads = settings_.threads;
-    if (page_.Plain()) {
+    // Rows are never divided: twice what is converted where they are plain, four times with the buffers of a coder.
+    const std::uint64_t row = page_.RowBytes() * (page_.planar ? Planes() + 1 : 1);
+    const bool rowFits = row <= settings_.memory / (page_.Plain() ? 2 : 4);
+    if (page_.Plain() && rowFits) {
         WritePlain();
         return places_;
     }
     while (threads > 1 && !FitsInMemory(threads)) --threads;
-    if (FitsInMemory(threads)) {
+    if (!page_.Plain() && FitsInMemory(threads)) {
         WriteCoded(threads);
-    } else if (!page_.tiled) {
+    } else if (rowFits && RowsFitInMemory()) {
         WriteRows();
     } else {
-        throw Refusal(Exit::Input, structure_.file().name(), "has tiles that do not fit in the memory allowed",
+        const std::string what = page_.tiled ? "tiles" : rowFits ? "strips" : "rows";
+        throw Refusal(Exit::Input, structure_.file().name(), "has " + what + " that do not fit in the memory allowed",
                       "raise --max-memory");
     }
     return places_;
@@ -60,8 +64,18 @@ bool ImageWriter::FitsInMemory(unsigned threads) const {
     for (const Extent& segment : page_.segments) largest = std::max(largest, segment.size);
     // Raw, decoded and encoded bytes, the buffer of libtiff, and the mixed pixels of planes.
     const std::uint64_t decoded = page_.DecodedBytes(0);
-    const std::uint64_t need = largest + 4 * decoded + (page_.planar ? 2 * Planes() * decoded : 0);
+    const std::uint64_t pixels = 4 * decoded + (page_.planar ? 2 * Planes() * decoded : 0);
+    const std::uint64_t need = largest + pixels + CoderMemory(page_);
     return need * threads <= settings_.memory;
+}
+
+/// By rows, a strip is decoded where it is mapped; but libtiff reads it whole where it has to turn its bits around.
+bool ImageWriter::RowsFitInMemory() const {
+    if (page_.tiled) return false;
+    if (page_.fillOrder == 1) return true;
+    std::uint64_t largest = 0;
+    for (const Extent& segment : page_.segments) largest = std::max(largest, segment.size);
+    return largest * Planes() <= settings_.memory / 2;
 }
 
 void ImageWriter::ConvertPixels(unsigned char* data, std::uint64_t pixels, unsigned samples) const {

@@ -52,6 +52,7 @@ private:
     void WriteRows();
     void WriteStripByRows(std::uint64_t strip);
     bool FitsInMemory(unsigned threads) const;
+    bool RowsFitInMemory() const;
 
     /// Converts interleaved pixels of `columns` x `rows`.
     void ConvertPixels(unsigned char* data, std::uint64_t pixels, unsigned samples) const;

@@ -87,14 +87,22 @@ std::vector<std::string> ReadNames(const std::string& path, bool nul) {
     return names;
 }
 
-void NoteCollisions(std::vector<Item>& items) {
+/// A path under which a file is the same by whatever links and ways it was named.
+std::string OnePath(const std::string& path) {
+    std::error_code error;
+    const fs::path one = fs::weakly_canonical(path, error);
+    return error ? fs::path(path).lexically_normal().string() : one.string();
+}
+
+void NoteCollisions(std::vector<Item>& items, bool inPlace) {
     std::map<std::string, std::string> taken;
     for (Item& item : items) {
-        if (!item.refusal.empty()) continue;
-        const auto [other, fresh] = taken.emplace(fs::path(item.output).lexically_normal().string(), item.source);
-        if (!fresh && item.output != "-") {
-            item.refusal = "would be written to " + item.output + ", as " + other->second + "; rename one of them";
-        }
+        if (!item.refusal.empty() || item.output == "-") continue;
+        const auto [other, fresh] = taken.emplace(OnePath(item.output), item.source);
+        if (fresh) continue;
+        item.refusal = inPlace
+                           ? "is the same file as " + other->second + "; convert it once"
+                           : "would be written to " + item.output + ", as " + other->second + "; rename one of them";
     }
 }
 
@@ -169,7 +177,7 @@ InputList ListInputs(const ConvertArguments& arguments) {
                                                           : arguments.output;
         list.items.push_back({file.source, output, file.relative, file.problem});
     }
-    NoteCollisions(list.items);
+    NoteCollisions(list.items, arguments.inPlace);
     return list;
 }
 

@@ -9,16 +9,26 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "Refusal.h"
 
 namespace hueweave::tool {
 namespace {
 
-/// A name in the folder that nobody else has.
-std::string TemporaryName(const std::string& folder) {
-    static std::atomic<unsigned> number{0};
-    return folder + "/.hueweave-" + std::to_string(::getpid()) + "-" + std::to_string(number++) + ".tmp";
+constexpr int kMostTries = 1000;  ///< to find a name
+std::atomic<unsigned> temporaries{0};
+
+/// A file of a name in the folder that nobody else has. `make` makes it and returns a number below 0 where it cannot.
+/// Returns that number and the name. Names may be taken: by a killed run of the same process number.
+template <typename Make>
+std::pair<int, std::string> WithTemporaryName(const std::string& folder, const Make& make) {
+    for (int tries = 0;; ++tries) {
+        const std::string name =
+            folder + "/.hueweave-" + std::to_string(::getpid()) + "-" + std::to_string(temporaries++) + ".tmp";
+        const int made = make(name);
+        if (made >= 0 || errno != EEXIST || tries == kMostTries) return {made, name};
+    }
 }
 
 /// A link is followed, so that the file that it leads to is replaced and the link stays.
@@ -71,9 +81,11 @@ void OutputFile::OpenUnnamed() {
     constexpr mode_t kMode = 0666;
     int descriptor = ::open(folder_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, kMode);
     if (descriptor < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)) {
-        temporary_ = TemporaryName(folder_);
-        descriptor = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode);
-        if (descriptor < 0) temporary_.clear();
+        const auto [named, name] = WithTemporaryName(folder_, [](const std::string& path) {
+            return ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode);
+        });
+        descriptor = named;
+        if (descriptor >= 0) temporary_ = name;
     }
     if (descriptor < 0) RefuseWrite(path_, errno);
     file_ = FileAccess(descriptor, path_);
@@ -94,12 +106,18 @@ void OutputFile::Finish() {
 void OutputFile::Commit() {
     if (temporary_.empty()) {
         const std::string self = "/proc/self/fd/" + std::to_string(file_.descriptor());
-        const std::string name = existing_ == Existing::Keep ? path_ : TemporaryName(folder_);
-        if (::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-            if (errno == EEXIST && existing_ == Existing::Keep) RefuseExisting();
+        const auto link = [&](const std::string& name) {
+            return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
+        };
+        if (existing_ == Existing::Keep && link(path_) != 0) {
+            if (errno == EEXIST) RefuseExisting();
             RefuseWrite(path_, errno);
         }
-        if (existing_ == Existing::Replace) temporary_ = name;
+        if (existing_ == Existing::Replace) {
+            const auto [linked, name] = WithTemporaryName(folder_, link);
+            if (linked != 0) RefuseWrite(path_, errno);
+            temporary_ = name;
+        }
     }
     if (!temporary_.empty()) {
         const unsigned flags = existing_ == Existing::Keep ? RENAME_NOREPLACE : 0;

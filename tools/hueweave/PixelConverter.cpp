@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "OutputProfile.h"
@@ -38,13 +39,18 @@ void SetSample(unsigned char* at, unsigned bits, unsigned value) {
     }
 }
 
+[[noreturn]] void RefuseMemory() {
+    throw Refusal(Exit::Profile, "", "no file can be made in memory for the profile (" + ErrorText(errno) + ")",
+                  "lower -j, or raise the limit of open files");
+}
+
 }  // namespace
 
 std::unique_ptr<CIccEngineS> BindEngine(const Bytes& profile, const Rendering& rendering, bool wide,
                                         ColorSpaceSignature output) {
     // The engine reads files by their paths: the profile gets one in memory.
     FileAccess memory(::memfd_create("profile", MFD_CLOEXEC), "profile");
-    if (memory.descriptor() < 0) return nullptr;
+    if (memory.descriptor() < 0) RefuseMemory();
     memory.Write(0, profile);
     const std::string path = "/proc/self/fd/" + std::to_string(memory.descriptor());
     auto engine = std::make_unique<CIccEngineS>();
@@ -55,7 +61,12 @@ std::unique_ptr<CIccEngineS> BindEngine(const Bytes& profile, const Rendering& r
         const ToneCurves& curves = *rendering.curves;
         engine->Adjust_Output(curves[0].data(), curves[1].data(), curves[2].data(), 256);
     }
-    if (engine->Unit.OutputSpace != output || engine->Lut1DInR == nullptr) return nullptr;
+    if (engine->Unit.OutputSpace != output || engine->Lut1DInR == nullptr) {
+        // The engine does not tell whether it was the file or what stands in it.
+        const FileAccess again(::open(path.c_str(), O_RDONLY | O_CLOEXEC), path);
+        if (again.descriptor() < 0) RefuseMemory();
+        return nullptr;
+    }
     return engine;
 }
 

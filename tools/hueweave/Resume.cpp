@@ -22,7 +22,7 @@ std::string RecordPath(const std::string& folder) { return folder + "/.hueweave.
 
 }  // namespace
 
-ResumeRecord::ResumeRecord(std::string folder) : folder_(std::move(folder)) {
+ResumeRecord::ResumeRecord(std::string folder, bool stay) : folder_(std::move(folder)), stay_(stay) {
     std::ifstream in(RecordPath(folder_));
     std::string line;
     while (std::getline(in, line)) {
@@ -35,6 +35,13 @@ ResumeRecord::ResumeRecord(std::string folder) : folder_(std::move(folder)) {
             continue;  // no line of ours
         }
     }
+}
+
+ResumeRecord::~ResumeRecord() {
+    const std::string path = RecordPath(folder_);
+    struct stat status {};
+    if (!begun_ || named_ || stay_ || ::stat(path.c_str(), &status) != 0) return;
+    if (status.st_size == written_) ::unlink(path.c_str());  // else another run wrote to it as well
 }
 
 ResumeRecord::Entry ResumeRecord::EntryOf(const struct stat& status) {
@@ -61,6 +68,22 @@ bool ResumeRecord::IsDone(const std::string& relative, const std::string& finger
     });
 }
 
+void ResumeRecord::Begin() {
+    const std::lock_guard lock(mutex_);
+    Open();
+    if (file_.descriptor() < 0 && (errno == EMFILE || errno == ENFILE)) RefuseWrite(file_.name(), errno);
+}
+
+void ResumeRecord::Open() {
+    if (file_.descriptor() >= 0) return;
+    const std::string path = RecordPath(folder_);
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
+    int descriptor = ::open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0666);
+    if (descriptor >= 0) begun_ = true;
+    if (descriptor < 0 && errno == EEXIST) descriptor = ::open(path.c_str(), kFlags | O_CREAT, 0666);
+    file_ = FileAccess(descriptor, path);
+}
+
 void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output) {
     const Entry entry = EntryOf(output.Status());
     nlohmann::ordered_json json;
@@ -70,16 +93,16 @@ void ResumeRecord::Add(const std::string& relative, const std::string& fingerpri
     json["modified"] = entry.modified;
     // A fresh line, should the last one have been cut off.
     const std::string line = "\n" + JsonLine(json) + "\n";
-    const std::string path = RecordPath(folder_);
-    const FileAccess file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666), path);
     std::unique_lock lock(mutex_);
-    if (file.descriptor() < 0 ||
-        ::write(file.descriptor(), line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
-        throw Refusal(Exit::Output, path, "cannot be written (" + ErrorText(errno) + ")",
+    Open();
+    const ssize_t put = file_.descriptor() < 0 ? -1 : ::write(file_.descriptor(), line.data(), line.size());
+    written_ += std::max<ssize_t>(put, 0);
+    if (put != static_cast<ssize_t>(line.size())) {
+        throw Refusal(Exit::Output, file_.name(), "cannot be written (" + ErrorText(errno) + ")",
                       "--resume will not know of " + relative);
     }
     lock.unlock();
-    ::fdatasync(file.descriptor());  // before the output, so that it is no stranger after a power cut either
+    ::fdatasync(file_.descriptor());  // before the output, so that it is no stranger after a power cut either
 }
 
 }  // namespace hueweave::tool

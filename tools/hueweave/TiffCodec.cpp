@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "Refusal.h"
+#include "Samples.h"
 
 namespace hueweave::tool {
 namespace {
@@ -27,12 +28,23 @@ struct OptionsCloser {
     void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
 };
 
-/// The first error, or a warning of the JPEG decoder: that one goes on with grey where data are missing.
+/// Whether a warning of libtiff tells of damage. The decoder of JPEG goes on with grey where data are missing, that of
+/// PackBits leaves out what runs past the end of a strip.
+bool IsDamage(std::string_view module, std::string_view format) {
+    // Some programs fill the last strip up to the height of the others.
+    if (format.starts_with("JPEG strip size exceeds expected dimensions")) return false;
+    return module.starts_with("JPEG") || module.starts_with("PackBits");
+}
+
+/// Keeps the first error, or warning that means one.
 int NoteMessage(std::string& error, bool warning, const char* module, const char* format, std::va_list arguments) {
-    const bool counts = !warning || (module != nullptr && std::string_view(module).starts_with("JPEG"));
+    const bool counts = !warning || (module != nullptr && IsDamage(module, format));
     if (counts && error.empty()) error = Format(format, arguments);
     return 1;
 }
+
+/// Bytes that are encoded before they are written, where a strip is written by rows.
+constexpr tmsize_t kRowsBuffer = tmsize_t{1} << 20;
 
 /// Pages mapped at once before those that are done with are given back.
 constexpr std::uint64_t kMappedWindow = std::uint64_t{4} << 20;
@@ -111,6 +123,7 @@ TiffDecoder::TiffDecoder(const FileAccess& file, const TiffPage& page, std::uint
         TIFFSetField(handle_.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
     }
     source_->error.clear();
+    if (DeflateReader::Concerns(page)) deflate_ = std::make_unique<DeflateReader>(page);
 }
 
 TiffDecoder::~TiffDecoder() = default;
@@ -122,11 +135,26 @@ void TiffDecoder::Refuse() const {
                   "get a whole copy of the file");
 }
 
+void TiffDecoder::RefuseUnlessWhole(const char* problem) {
+    if (problem == nullptr) return;
+    source_->error = problem;
+    Refuse();
+}
+
 void TiffDecoder::ReadSegment(std::uint64_t segment, Bytes& pixels) {
     const Extent extent = page_.segments[static_cast<std::size_t>(segment)];
     raw_.resize(static_cast<std::size_t>(extent.size));
     source_->file.Read(extent.offset, raw_.data(), raw_.size());
     pixels.resize(static_cast<std::size_t>(page_.DecodedBytes(segment)));
+    if (deflate_) {
+        const unsigned width = page_.bits / 8;
+        RefuseUnlessWhole(deflate_->Decode(raw_, pixels));
+        ToNative(pixels.data(), pixels.size() / width, width, TIFFIsBigEndian(handle_.get()) != 0);
+        if (page_.predictor == PREDICTOR_HORIZONTAL) {
+            UndoDifferences(pixels.data(), page_.RowsOf(segment), page_.segmentWidth, page_.SegmentSamples(), width);
+        }
+        return;
+    }
     const int done =
         TIFFReadFromUserBuffer(handle_.get(), static_cast<std::uint32_t>(segment), raw_.data(),
                                static_cast<tmsize_t>(raw_.size()), pixels.data(), static_cast<tmsize_t>(pixels.size()));
@@ -134,15 +162,16 @@ void TiffDecoder::ReadSegment(std::uint64_t segment, Bytes& pixels) {
 }
 
 void TiffDecoder::ReadRow(std::uint32_t row, unsigned plane, unsigned char* pixels) {
+    const std::uint64_t segment = plane * page_.InPlane() * (page_.planar ? 1 : 0) + row / page_.segmentHeight;
+    const std::uint32_t inStrip = row % page_.segmentHeight;
+    if (deflate_ && inStrip == 0) RefuseUnlessWhole(deflate_->Check(segment, source_->file));
     if (TIFFReadScanline(handle_.get(), pixels, row, static_cast<std::uint16_t>(plane)) < 0 ||
         !source_->error.empty() || source_->failure) {
         Refuse();
     }
     // The decoder goes through a strip from its start to its end. What lies well behind it is not needed again; were
     // it touched nevertheless, it would be read from the file anew.
-    const std::uint64_t segment = plane * page_.InPlane() * (page_.planar ? 1 : 0) + row / page_.segmentHeight;
     const Extent extent = page_.segments[static_cast<std::size_t>(segment)];
-    const std::uint32_t inStrip = row % page_.segmentHeight;
     if (source_->mapped == nullptr) return;
     if (inStrip == 0) source_->dropped = 0;
     const auto done = static_cast<std::uint64_t>(static_cast<double>(extent.size) * inStrip / page_.RowsOf(segment));
@@ -218,6 +247,8 @@ void TiffEncoder::Open() {
     TIFFSetField(handle, TIFFTAG_FILLORDER, page_.fillOrder);
     TIFFSetField(handle, TIFFTAG_COMPRESSION, coding.compression);
     if (coding.predictor != 1) TIFFSetField(handle, TIFFTAG_PREDICTOR, coding.predictor);
+    // The usual 6 takes 94 MiB a thread.
+    if (coding.compression == COMPRESSION_LZMA) TIFFSetField(handle, TIFFTAG_LZMAPRESET, 1);
     if (page_.tiled) {
         TIFFSetField(handle, TIFFTAG_TILEWIDTH, page_.segmentWidth);
         TIFFSetField(handle, TIFFTAG_TILELENGTH, page_.segmentHeight);
@@ -250,6 +281,8 @@ void TiffEncoder::BeginRows(Sink sink) {
     target_->sink = nullptr;
     handle_.reset();
     Open();  // a fresh handle, since the one before has its only strip behind it
+    // Else libtiff takes a buffer as large as the strip, and fills it as far as the data do not shrink.
+    if (TIFFWriteBufferSetup(handle_.get(), nullptr, kRowsBuffer) == 0) Refuse();
     target_->sink = std::move(sink);
 }
 
@@ -260,6 +293,12 @@ void TiffEncoder::Row(std::uint32_t row, unsigned char* pixels) {
 void TiffEncoder::EndRows() {
     if (TIFFFlushData(handle_.get()) == 0) Refuse();
     target_->sink = nullptr;
+}
+
+std::uint64_t CoderMemory(const TiffPage& page) {
+    if (page.compression == COMPRESSION_LZMA) return std::uint64_t{24} << 20;
+    if (page.compression == COMPRESSION_ZSTD) return std::uint64_t{16} << 20;
+    return 0;
 }
 
 Coding OutputCoding(const TiffPage& page) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "DeflateReader.h"
 #include "FileAccess.h"
 #include "TiffPage.h"
 
@@ -34,9 +35,11 @@ public:
 private:
     struct Source;
     [[noreturn]] void Refuse() const;
+    void RefuseUnlessWhole(const char* problem);
     const TiffPage& page_;
     std::unique_ptr<Source> source_;
     TiffHandle handle_;
+    std::unique_ptr<DeflateReader> deflate_;  ///< null for other schemes
     Bytes raw_;
 };
 
@@ -73,5 +76,7 @@ struct Coding {
     unsigned compression, predictor;
 };
 Coding OutputCoding(const TiffPage& page);
+/// Bytes that a decoder and an encoder take for themselves, as measured; what is next to nothing counts as 0.
+std::uint64_t CoderMemory(const TiffPage& page);
 
 }  // namespace hueweave::tool

@@ -22,7 +22,7 @@ inline constexpr std::uint16_t SubfileType = 254, Width = 256, Height = 257, Bit
                                SubIfds = 330, ExtraSamples = 338, SampleFormat = 339, JpegTables = 347, JpegData = 513,
                                JpegDataSize = 514, YCbCrCoefficients = 529, YCbCrSubSampling = 530,
                                YCbCrPositioning = 531, ReferenceBlackWhite = 532, ExifIfd = 34665, IccProfile = 34675,
-                               PhotoshopResources = 34377, GpsIfd = 34853, PhotoshopLayers = 37724,
+                               PhotoshopResources = 34377, Xmp = 700, GpsIfd = 34853, PhotoshopLayers = 37724,
                                ExifColorSpace = 40961, InteroperabilityIfd = 40965;
 }  // namespace tag
 

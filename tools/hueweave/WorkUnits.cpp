@@ -3,6 +3,7 @@
 #include "WorkUnits.h"
 
 #include <algorithm>
+#include <new>
 #include <system_error>
 
 #include "Signals.h"
@@ -15,6 +16,8 @@ void StartThreads(std::vector<std::thread>& threads, unsigned count, const std::
         try {
             threads.emplace_back(what);
         } catch (const std::system_error&) {
+            return;
+        } catch (const std::bad_alloc&) {
             return;
         }
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 #include <malloc.h>
+#include <sys/resource.h>
 
 #include <cstdio>
 #include <new>
@@ -23,6 +24,14 @@ Exit Dispatch(const Arguments& arguments) {
     return Exit::Done;
 }
 
+/// Many threads have many files open; the limit that is usual is far below what is allowed.
+void AllowManyFiles() {
+    struct rlimit files {};
+    if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return;
+    files.rlim_cur = files.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &files);
+}
+
 int Fail(Exit status, const char* line) {
     std::fprintf(stderr, "hueweave: %s\n", line);
     return static_cast<int>(status);
@@ -34,6 +43,7 @@ int main(int count, char** words) {
     // Buffers of pixels go back to the system when they are done with, so that memory stays within its limit.
     mallopt(M_MMAP_THRESHOLD, 1 << 18);
     WatchSignals();
+    AllowManyFiles();
     try {
         Exit status = Dispatch(ParseArguments(count, words));
         if (std::fflush(stdout) != 0) {

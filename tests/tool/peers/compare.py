@@ -320,7 +320,7 @@ make peers
 ```
 
 That installs the packages, or prints the command that does, builds the command, makes the files and runs the script.
-`make peers PEERS=--large` adds a file of more than 4 GiB.
+`make peers PEERS=--large` adds the last row, an image of more than 4 GiB, for which it takes 10 GB of disk in TMPDIR.
 
 A refusal is an exit status other than 0 that leaves no file behind. Cells in bold are what we count as good. Every
 program runs with its defaults but for the profiles and the intent; times are the shortest of five, by turns, with the
