@@ -97,7 +97,9 @@ private:
     void CheckCoding() {
         page_.fillOrder = Small(tag::FillOrder, 1);
         page_.predictor = Small(tag::Predictor, 1);
-        page_.planar = Small(tag::Planar, 1) == PLANARCONFIG_SEPARATE;
+        const unsigned planar = Small(tag::Planar, PLANARCONFIG_CONTIG);
+        if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE) RefuseDamaged("has samples in no order");
+        page_.planar = planar == PLANARCONFIG_SEPARATE;
         CheckPredictor();
         switch (page_.compression) {
             case COMPRESSION_NONE:
