@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <tuple>
 
 #include "Command.h"
 #include "Picture.h"
@@ -74,6 +75,13 @@ protected:
             ExpectRefusal(bytes, "zeros from " + std::to_string(percent) + " %");
         }
     }
+    /// A picture whose alpha is the picture itself in grey.
+    std::string WithAlpha(const std::string& scale) const {
+        const std::string photo = Quoted(Input("photo-8.tif")) + scale, made = folder_ / "alpha.tif";
+        Shell("convert-im6 " + photo + " \\( " + photo + " -colorspace Gray \\) -alpha off -compose CopyOpacity " +
+              "-composite -compress none " + Quoted(made));
+        return made;
+    }
     Folder folder_;
     std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
 };
@@ -120,6 +128,23 @@ TEST_F(DamageTest, AStripThatIsReadByRows) {
         ExpectEveryDamageIsRefused(whole, PlacesIn(in_)[0], 3);
         WriteBytes(in_, whole);
         Shell("mv " + Quoted(in_) + " " + Quoted(large));
+    }
+}
+
+TEST_F(DamageTest, APlaneThatIsCopiedAsItIs) {
+    // Four planes: three colours and an alpha, which no conversion touches. The second time they are read by rows.
+    for (const auto& [scale, rows, strips] :
+         {std::tuple{"", "100", 3U}, std::tuple{" -scale 4000x3000!", "3000", 1U}}) {
+        const std::string alpha = WithAlpha(scale);
+        Make("tiffcp -p separate -s -c zip -r " + std::string(rows) + " $in $out", alpha);
+        Shell("rm " + Quoted(alpha));
+        const Picture before = ReadPictures(in_)[0];
+        ASSERT_EQ(Convert().status, 0);
+        EXPECT_EQ(ByEngine(before, Input("scanner.icc"), 0, 8).values, ReadPictures(out_)[0].values);
+        Shell("rm " + Quoted(out_));
+        const std::vector<Place> places = PlacesIn(in_);
+        ASSERT_EQ(places.size(), 4 * strips);
+        ExpectEveryDamageIsRefused(FileBytes(in_), places.back(), 3);
     }
 }
 

@@ -104,6 +104,17 @@ TEST_F(RefusalTest, OtherDepths) {
     ExpectRefusal(4, "has 4 bits a sample", Profile());
 }
 
+TEST_F(RefusalTest, APredictorThatThereIsNot) {
+    for (const char* scheme : {"lzw:2", "zip:2"}) {
+        for (const char* predictor : {"3", "42"}) {
+            Shell(std::string("tiffcp -s -c ") + scheme + " " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));
+            Shell(std::string("tiffset -s 317 ") + predictor + " " + Quoted(in_));
+            ExpectRefusal(4, std::string("has predictor ") + predictor + ", which whole numbers do not have",
+                          Profile());
+        }
+    }
+}
+
 TEST_F(RefusalTest, NoTiff) {
     WriteBytes(in_, "");
     ExpectRefusal(4, "is not a TIFF file", Profile());

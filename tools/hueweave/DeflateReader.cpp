@@ -37,8 +37,7 @@ DeflateReader::DeflateReader(const TiffPage& page) : page_(page), stream_(new z_
 DeflateReader::~DeflateReader() { inflateEnd(stream_.get()); }
 
 bool DeflateReader::Concerns(const TiffPage& page) {
-    const bool deflate = page.compression == COMPRESSION_ADOBE_DEFLATE || page.compression == COMPRESSION_DEFLATE;
-    return deflate && (page.predictor == PREDICTOR_NONE || page.predictor == PREDICTOR_HORIZONTAL);
+    return page.compression == COMPRESSION_ADOBE_DEFLATE || page.compression == COMPRESSION_DEFLATE;
 }
 
 void DeflateReader::Begin(unsigned char* target, std::uint64_t wanted) {

@@ -75,7 +75,7 @@ bool ImageWriter::RowsFitInMemory() const {
     if (page_.fillOrder == 1) return true;
     std::uint64_t largest = 0;
     for (const Extent& segment : page_.segments) largest = std::max(largest, segment.size);
-    return largest * Planes() <= settings_.memory / 2;
+    return largest * (page_.planar ? page_.samples : 1) <= settings_.memory / 2;
 }
 
 void ImageWriter::ConvertPixels(unsigned char* data, std::uint64_t pixels, unsigned samples) const {
@@ -192,6 +192,10 @@ void ImageWriter::WriteCoded(unsigned threads) {
             decoder.ReadSegment(plane * page_.InPlane() + unit, data);
             if (page_.planar) PlaneIntoPixels(data.data(), mixed.data(), pixels, plane, samples, width);
         }
+        // Further planes are copied as they are, but no damage is passed on.
+        for (unsigned plane = planes; page_.planar && plane < page_.samples; ++plane) {
+            decoder.ReadSegment(plane * page_.InPlane() + unit, data);
+        }
         Bytes& whole = page_.planar ? mixed : data;
         ConvertPixels(whole.data(), pixels, samples);
         const unsigned written = page_.planar && !page_.Lossy() ? 3 : planes;
@@ -243,8 +247,8 @@ void ImageWriter::WriteStripByRows(std::uint64_t strip) {
         FileAccess scratch;
         std::uint64_t size = 0;
     };
-    std::vector<Plane> all(planes);
-    for (unsigned p = 0; p < planes; ++p) {
+    std::vector<Plane> all(page_.planar ? page_.samples : 1);
+    for (unsigned p = 0; p < all.size(); ++p) {
         Plane& plane = all[p];
         plane.decoder = std::make_unique<TiffDecoder>(structure_.file(), page_, directory);
         if (p >= written) continue;
@@ -267,9 +271,11 @@ void ImageWriter::WriteStripByRows(std::uint64_t strip) {
         const auto first = static_cast<std::uint32_t>(strip * page_.segmentHeight + row);
         for (std::uint32_t r = 0; r < count; ++r) {
             unsigned char* pixels = data.data() + r * pixelRow;
-            for (unsigned p = 0; p < planes; ++p) {
+            for (unsigned p = 0; p < all.size(); ++p) {  // also those that are copied as they are, for damage
                 all[p].decoder->ReadRow(first + r, p, page_.planar ? line.data() : pixels);
-                if (page_.planar) PlaneIntoPixels(line.data(), pixels, page_.segmentWidth, p, samples, width);
+                if (page_.planar && p < planes) {
+                    PlaneIntoPixels(line.data(), pixels, page_.segmentWidth, p, samples, width);
+                }
             }
         }
         ConvertPixels(data.data(), std::uint64_t{count} * page_.segmentWidth, samples);

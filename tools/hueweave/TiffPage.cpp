@@ -85,10 +85,22 @@ private:
         }
     }
 
+    void CheckPredictor() const {
+        const bool takesOne = page_.compression == COMPRESSION_LZW || page_.compression == COMPRESSION_ADOBE_DEFLATE ||
+                              page_.compression == COMPRESSION_DEFLATE || page_.compression == COMPRESSION_LZMA ||
+                              page_.compression == COMPRESSION_ZSTD;
+        if (!takesOne || page_.predictor == PREDICTOR_NONE || page_.predictor == PREDICTOR_HORIZONTAL) return;
+        Refuse("has predictor " + std::to_string(page_.predictor) + ", which whole numbers do not have",
+               "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+    }
+
     void CheckCoding() {
         page_.fillOrder = Small(tag::FillOrder, 1);
         page_.predictor = Small(tag::Predictor, 1);
-        page_.planar = Small(tag::Planar, 1) == PLANARCONFIG_SEPARATE;
+        const unsigned planar = Small(tag::Planar, PLANARCONFIG_CONTIG);
+        if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE) RefuseDamaged("has samples in no order");
+        page_.planar = planar == PLANARCONFIG_SEPARATE;
+        CheckPredictor();
         switch (page_.compression) {
             case COMPRESSION_NONE:
             case COMPRESSION_LZW:
