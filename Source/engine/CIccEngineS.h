@@ -10,10 +10,6 @@
 #include "iccfile/LutTags.h"
 #include "units/Info.h"
 
-namespace ICC40::ICC_UNIT {
-class OutputTable33;
-}
-
 namespace ICC40::ICC_ENG_S4 {
 
 /// The colour engine: one device profile, one intent, one input encoding and one output space, and the stage tables
@@ -99,8 +95,6 @@ private:
     int Rebuild(const Build& build);
     /// 16-bit pixels at any address; nothing when the tables are not those of the 16-bit path.
     void ConvertWide(const unsigned char* source, unsigned char* dest, int pixels) const;
-    /// The first three tables of a unit become the output stage.
-    void TakeOutputTables(const ICC_UNIT::OutputTable33& table);
     /// All three stages from one table.
     void BuildStages(const ICCFILE::CLut16Type& lut, double lightness, double chroma, double hue);
 };

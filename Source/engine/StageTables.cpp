@@ -112,25 +112,22 @@ void CIccEngineS::Set3DLut(const CLut16Type* lut, double lightness, double chrom
     }
 }
 
-void CIccEngineS::TakeOutputTables(const OutputTable33& table) {
-    std::copy_n(table.Lut16[0], 65536, Lut1DOutR);
-    std::copy_n(table.Lut16[1], 65536, Lut1DOutG);
-    std::copy_n(table.Lut16[2], 65536, Lut1DOutB);
-}
-
 void CIccEngineS::Set1DLutOut(const CLut16Type*) {
     const ICCFILE::ColorSpaceSignature space = Unit.OutputSpace;
+    const auto take = [&](const int* table) {  // one curve serves all three channels
+        for (auto* out : {Lut1DOutR, Lut1DOutG, Lut1DOutB}) std::copy_n(table, 65536, out);
+    };
     const auto use = [&](void (*tone)(int*), ICCFILE::ColorSpaceSignature result) {
         const auto table = std::make_unique_for_overwrite<int[]>(65536);
         tone(table.get());
-        for (auto* out : {Lut1DOutR, Lut1DOutG, Lut1DOutB}) std::copy_n(table.get(), 65536, out);
+        take(table.get());
         Unit.BuildResult = result;
     };
     const auto useKodak = [&](int (OutputTable33::*tone)()) {
         // The Kodak curves leave the last entry alone; it is 65535 in the fresh unit.
         const auto unit = std::make_unique<OutputTable33>();
         Unit.BuildResult = ((*unit).*tone)();
-        TakeOutputTables(*unit);
+        take(unit->Lut16[0]);
     };
     switch (space) {
         case ICCFILE::CssRGB_8:

@@ -43,11 +43,11 @@ public:
 
     StripSource(std::FILE* stream, std::size_t strips) : stream_(stream) {
         const std::uint64_t size = FileSize(stream);
-        const long stands = std::ftell(stream);
-        if (strips <= kFewStrips || size > kHeldBytes || stands < 0 || !SeekTo(stream, 0)) return;
+        if (strips <= kFewStrips || size > kHeldBytes) return;
+        at_ = static_cast<std::uint64_t>(std::ftell(stream));
+        if (!SeekTo(stream, 0)) return;
         held_.resize(size);
         held_.resize(std::fread(held_.data(), 1, held_.size(), stream));
-        at_ = static_cast<std::uint64_t>(stands);
         if (held_.size() == size) return;
         held_.clear();
         SeekTo(stream, at_);

@@ -103,7 +103,7 @@ ColorTable33::AxisPoint ColorTable33::FindOnAxis(int position) const {
 
 void ColorTable33::InterpolateAt(const AxisPoint& x, const AxisPoint& y, const AxisPoint& z, int (&values)[7]) const {
     if (x.fraction == 0.0 && y.fraction == 0.0 && z.fraction == 0.0) {  // most nodes, when 33 points become 17
-        std::copy_n(Color[x.node][y.node][z.node], 7, values);
+        std::ranges::copy(Color[x.node][y.node][z.node], values);
         return;
     }
     const int* corners[8];

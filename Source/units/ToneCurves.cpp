@@ -19,7 +19,7 @@ double ToneSRGB(double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535
 constexpr double kToe = 0.00304;
 
 /// A 16-bit value to an 8-bit sample: `value` has half a step added already.
-int RoundTo8(int value) { return value < 65536 ? value >> 8 : 255; }
+int RoundTo8(int value) { return std::min(value >> 8, 255); }
 
 /// table[i] = curve(i) for i from `from` to `to`, both of which are there already, where the curve never falls: a range
 /// whose ends are alike is filled, another one halved. With 256 steps that takes some 3,000 values of 65,536.

@@ -90,6 +90,14 @@ TEST_P(MissingBuffer, OfNoneChangesEveryPixel) {
     EXPECT_EQ(Changed(), kPixels);
 }
 
+TEST_P(MissingBuffer, OfTheOtherTwoConversionsIsNoFailure) {
+    unsigned char bytes[6] = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(unit_->Conversion(bytes, 2), 0);
+    EXPECT_EQ(std::vector<int>(bytes, bytes + 6), (std::vector<int>{1, 2, 3, 4, 5, 6})) << "an empty operation";
+    unsigned short s[7] = {1, 2, 3, 4, 5, 6, 7};
+    EXPECT_EQ(unit_->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]), 0);
+}
+
 TEST_P(MissingBuffer, OfTheWorkIsAnEmptyRun) {
     info_.DeleteWorkingBuf();
     EXPECT_EQ(info_.WorkCount, Samples()) << "the count stays";
