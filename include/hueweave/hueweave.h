@@ -205,8 +205,8 @@ HUEWEAVE_API int32_t Orvix_Icc_Convert2_3rd(unsigned char* source, unsigned char
  * a file that cannot be opened, to the standard output.
  *
  * The sample width must be that of the engine's input encoding; the file's own statement is not looked at, nor are
- * compression and photometric interpretation. `dest` is truncated before it is written, also when nothing could be
- * read, unless it is the source itself: such a file stays as it is.
+ * compression and photometric interpretation. `dest` is truncated before it is written, also when nothing of the
+ * source could be read; only a file that is both then stays as it is. A pipe that nobody reads from is not written.
  *
  * @param source  path of the file to read.
  * @param dest    path of the file to write.
