@@ -35,7 +35,7 @@ int CIccEngineS::Adjust_Output(const unsigned char* red, const unsigned char* gr
         curves.Overlay({red, green, blue}, count);
         // Kept: the width follows the input encoding and not the output space.
         const int shift = Unit.InputSpace == ICCFILE::CsRGB_8 ? 8 : 0;
-        std::uint32_t* const out[3] = {Lut1DOutR, Lut1DOutG, Lut1DOutB};
+        std::uint32_t* const out[] = {Lut1DOutR, Lut1DOutG, Lut1DOutB};
         for (int c = 0; c < 3; ++c) {
             for (int v = 0; v < 65536; ++v) out[c][v] = static_cast<std::uint32_t>(curves.At(c, v) >> shift);
         }

@@ -44,7 +44,7 @@ void CIccEngineS::ConvertWide(const unsigned char* source, unsigned char* dest, 
     // Each pixel is read before it is written, but not before its predecessors are: a destination that starts inside
     // the run changes pixels that are still to come.
     const auto from = reinterpret_cast<std::uintptr_t>(source), to = reinterpret_cast<std::uintptr_t>(dest);
-    const bool ahead = to > from && to - from < 6 * static_cast<std::uintptr_t>(pixels > 0 ? pixels : 0);
+    const bool ahead = to > from && to - from < 6 * static_cast<std::uintptr_t>(pixels);
     (ahead ? kPlainKernel : KernelFor(pixels)).words(StagesOf(*this), source, dest, pixels);
 }
 

@@ -78,7 +78,7 @@ void CIccEngineS::Set1DLutIn(const CLut16Type* lut) {
     SampleInputCurves(*lut, Unit.InputSpace, tables);
 
     InEntries = 0;
-    std::unique_ptr<std::uint32_t[]>* const packed[3] = {&Lut1DInR, &Lut1DInG, &Lut1DInB};
+    std::unique_ptr<std::uint32_t[]>* const packed[] = {&Lut1DInR, &Lut1DInG, &Lut1DInB};
     for (int c = 0; c < 3; ++c) {
         *packed[c] = std::make_unique_for_overwrite<std::uint32_t[]>(entries);
         std::transform(tables[c], tables[c] + entries, packed[c]->get(),

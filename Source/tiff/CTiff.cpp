@@ -67,7 +67,7 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     imageBuf = nullptr;
     Reset();
     const double size = ImageSize(newWidth, newHeight, newSamples, newBits);
-    const bool possible = size >= 0 && size <= 4294967295.0;
+    const bool possible = size >= 0 && size < 4294967296.0;
     const std::uint32_t bytes = Low32(size);
     const auto unsignedOf = [](int v) { return static_cast<unsigned int>(v); };
 
@@ -104,8 +104,8 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
         const FileHandle raw = OpenForReading(rawFile);
         if (raw == nullptr) throw static_cast<const char*>("*** CTiff::CreateNew() --> Create File Fail *** ");
         CreateNew(newWidth, newHeight, newResolution, newSamples, newBits, 1);
-        const std::int64_t wanted = std::int64_t{height} * rowBytes;
-        const std::size_t bytes = std::min(wanted > 0 ? static_cast<std::size_t>(wanted) : 0, ImageBytes());
+        const std::int64_t wanted = std::max<std::int64_t>(std::int64_t{height} * rowBytes, 0);
+        const std::size_t bytes = std::min<std::uint64_t>(static_cast<std::uint64_t>(wanted), ImageBytes());
         [[maybe_unused]] const std::size_t got = bytes == 0 ? 0 : std::fread(imageBuf, 1, bytes, raw.get());
     } catch (const char* text) {
         std::cout << text << std::endl;

@@ -17,11 +17,7 @@ constexpr double kWhite[3] = {63195.0, 65535.0, 54073.0};
 // The Lab encoding of 16-bit tables: 65280 is L* = 100, and 32768 is neutral in a* and b*, 256 to a unit.
 double LightnessOf(int value) { return value * 100.0 / 65280.0; }
 double OpponentOf(int value) { return (value - 32768) * 0.00390625; }
-int EncodeLightness(double lightness) {
-    if (lightness < 0) return 0;
-    if (lightness > 100) return 65280;
-    return Low16(Trunc(lightness * 65280.0 / 100.0));
-}
+int EncodeLightness(double lightness) { return Low16(Trunc(lightness * 65280.0 / 100.0)); }
 int EncodeOpponent(double value) { return Low16(Trunc(256.0 * value + 32768.0)); }
 
 struct Primaries {
@@ -90,7 +86,7 @@ int ColorTable33::Adjust_Lch(double lightness, double chroma, double hue) {
         color.a = OpponentOf(Low16(node[1]));
         color.b = OpponentOf(Low16(node[2]));
         color.LAB2LCH();
-        color.AdjustLab(lightness, chroma, hue);
+        color.AdjustLab(lightness, chroma, hue);  // keeps L* between 0 and 100
         node[0] = EncodeLightness(color.L);
         node[1] = EncodeOpponent(color.a);
         node[2] = EncodeOpponent(color.b);

@@ -91,7 +91,7 @@ int InputTable33::Change_Lut16_To_Lab16() {
 int InputTable33::Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short&, unsigned short&,
                              unsigned short&, unsigned short&) {
     unsigned short* const samples[] = {&a, &b, &c};
-    for (int row = 0; row < 3; ++row) *samples[row] = EvaluateInputCurve(Curve[row], LUT_Step, *samples[row]);
+    for (int row = 0; row < 3; ++row) *samples[row] = EvaluateInputCurve<int>(Curve[row], LUT_Step, *samples[row]);
     return 0;
 }
 

@@ -12,7 +12,7 @@ void LutInputCurves::At(int sample, unsigned short (&values)[3]) const {
         values[c] = c >= channels_    ? 0
                     : identity_       ? Low16(sample)
                     : sample == 65535 ? Last(c)
-                                      : EvaluateInputCurve(curves_ + c * entries_, step_, Low16(sample));
+                                      : Between(c, Low16(sample));
     }
 }
 

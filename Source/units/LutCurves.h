@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "Numeric.h"
 #include "iccfile/LutTags.h"
@@ -32,6 +33,10 @@ public:
 
 private:
     unsigned short Last(int channel) const { return curves_[channel * entries_ + entries_ - 1]; }
+    unsigned short Between(int channel, unsigned short sample) const {
+        const std::span curve(curves_ + channel * entries_, static_cast<std::size_t>(entries_));
+        return EvaluateInputCurve(curve, step_, sample);
+    }
 
     const std::uint16_t* curves_;
     int channels_, entries_;
@@ -48,7 +53,7 @@ public:
     void Overlay(const unsigned char* const (&points)[3], int count);
 
     int At(int channel, int value) const {
-        const int* curve = table_->curve[channel];
+        const auto& curve = table_->curve[channel];
         if (value == 65535) return top_[channel];
         // Products where the exact way divides: the same unless a cut is near, which the error of 1e-11 cannot reach.
         const double place = value * perStep_;

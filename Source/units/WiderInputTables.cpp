@@ -30,7 +30,7 @@ int InputTable43::Initial(const ICCFILE::CLut16Type* lut) {
 int InputTable43::Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short& d,
                              unsigned short&, unsigned short&, unsigned short&) {
     unsigned short* const samples[] = {&a, &b, &c, &d};
-    for (int row = 0; row < 4; ++row) *samples[row] = EvaluateInputCurve(Curve[row], LUT_Step, *samples[row]);
+    for (int row = 0; row < 4; ++row) *samples[row] = EvaluateInputCurve<int>(Curve[row], LUT_Step, *samples[row]);
     return 0;
 }
 

@@ -32,7 +32,7 @@ SUITES = {
 }
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/"}
 # An array of one more entry is the same array: its declared size is no place for a mutant.
-ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+ \w+((?:\[\w+\])+)(?= ?[;={])")
+ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+\*? \w+((?:\[\w+\])+)(?= ?[;={])")
 # By folder, or by file where it stands in none.
 GUARD_SUITES = {
     "engine": ["hostile", "unit_engine", "hostile_alloc"],

@@ -59,6 +59,8 @@ std::vector<Bytes> Profiles() {
         files.push_back(SharedBlock(
             size, luts, ByteWriter().Text("mft1").Big32(0).U8(3).U8(3).U8(70).U8(0).Fill(36).Big32(0x01000100).Done()));
     }
+    // Very many tags announced, and none there.
+    files.push_back(ByteWriter().Fill(128).Big32(0xffffffff).Fill(kLarge, 0xff).Done());
     // Few inputs, so that a short grid has the points of a large cube.
     for (const int inputs : {1, 2}) {
         LutShape shape{.inputs = inputs, .points = 255, .inputEntries = 3, .outputEntries = 3};

@@ -238,4 +238,12 @@ TEST_F(ProfileReading, AddsATagFromWordsAsTheyStandInTheFile) {
     EXPECT_EQ(file.tagList.size(), 2U);
 }
 
+TEST_F(ProfileReading, FillsWhatABlockIsRoundedUpByBehindTheEndOfTheFileWithZeros) {
+    WriteFile(path, ByteWriter().Text("0123456789").Done());
+    const FileHandle stream = Open("rb");
+    EXPECT_EQ(file.AddIccTagData(InFileOrder(Word("last")), InFileOrder(5), InFileOrder(5), stream.get()), 0);
+    ASSERT_EQ(file.tagList.size(), 1U);
+    EXPECT_EQ(DataOf(*file.tagList[0]), ByteWriter().Text("56789").Fill(3, 0).Done());
+}
+
 }  // namespace

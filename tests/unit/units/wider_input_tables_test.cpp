@@ -286,7 +286,7 @@ TEST(FourInputCurves, HaveNoPixelPath) {
         EXPECT_EQ(job.dest, std::vector<unsigned char>(job.dest.size(), Job::kMark));
     }
     std::vector<unsigned char> data = {1, 2, 3, 4};
-    table->Conversion(data.data(), 1);
+    EXPECT_EQ(table->Conversion(data.data(), 1), 0);
     EXPECT_EQ(data, (std::vector<unsigned char>{1, 2, 3, 4}));
 }
 
