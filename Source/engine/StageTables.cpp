@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 // The three stages of an engine, copied out of the units that build them.
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "Numeric.h"
@@ -11,7 +12,6 @@
 #include "units/LutCurves.h"
 #include "units/OutputTable33.h"
 #include "units/Tetrahedra.h"
-#include "units/ToneCurves.h"
 
 namespace ICC40::ICC_ENG_S4 {
 
@@ -114,13 +114,13 @@ void CIccEngineS::Set3DLut(const CLut16Type* lut, double lightness, double chrom
 
 void CIccEngineS::Set1DLutOut(const CLut16Type*) {
     const ICCFILE::ColorSpaceSignature space = Unit.OutputSpace;
-    const auto take = [&](const int* table) {  // one curve serves all three channels
-        for (auto* out : {Lut1DOutR, Lut1DOutG, Lut1DOutB}) std::copy_n(table, 65536, out);
+    const auto take = [&](const ICC_UNIT::ToneTable& table) {  // one curve serves all three channels
+        for (auto* out : {Lut1DOutR, Lut1DOutG, Lut1DOutB}) std::copy(std::begin(table), std::end(table), out);
     };
-    const auto use = [&](void (*tone)(int*), ICCFILE::ColorSpaceSignature result) {
-        const auto table = std::make_unique_for_overwrite<int[]>(65536);
-        tone(table.get());
-        take(table.get());
+    const auto use = [&](void (*tone)(ICC_UNIT::ToneTable&), ICCFILE::ColorSpaceSignature result) {
+        const auto table = std::make_unique_for_overwrite<ICC_UNIT::ToneTable[]>(1);
+        tone(table[0]);
+        take(table[0]);
         Unit.BuildResult = result;
     };
     const auto useKodak = [&](int (OutputTable33::*tone)()) {

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 #include "color/CLCH.h"
@@ -36,15 +37,8 @@ public:
         const double margin = 1e-8 * (1.0 + white_ * (1.0 + fx * fx + fy * fy + fz * fz));
         for (std::size_t c = 0; c < 3; ++c) {
             const double value = matrix_[3 * c] * x + matrix_[3 * c + 1] * y + matrix_[3 * c + 2] * z;
-            if (value <= -margin) {
-                rgb[c] = 0;
-            } else if (value >= 255.0 + margin) {
-                rgb[c] = 255;
-            } else {
-                rgb[c] = static_cast<int>(value + 0.5);
-                if (IsNear(value, rgb[c], margin)) return false;
-                if (value < rgb[c]) --rgb[c];
-            }
+            rgb[c] = static_cast<int>(std::clamp(value - margin, 0.0, 255.0));
+            if (rgb[c] != static_cast<int>(std::clamp(value + margin, 0.0, 255.0))) return false;
         }
         return true;
     }

@@ -6,7 +6,6 @@
 
 #include "Numeric.h"
 #include "units/OutputTable33.h"
-#include "units/ToneCurves.h"
 
 namespace ICC40::ICC_UNIT {
 namespace {
@@ -44,7 +43,7 @@ int OutputTable33::OutputGamma100(ColorSpaceSignature space) {
 
 int OutputTable33::OutputRGB8() { return OutputGamma100(ICCFILE::CsRGB_8); }
 
-void OutputTable33::SetTone(void (*tone)(int*), int mode) {
+void OutputTable33::SetTone(void (*tone)(ToneTable&), int mode) {
     tone(Lut16[0]);
     for (int c = 1; c < 3; ++c) std::copy_n(Lut16[0], 65536, Lut16[c]);
     OutputMode = mode;

@@ -5,6 +5,7 @@
 #include "iccfile/LutTags.h"
 #include "units/Base.h"
 #include "units/Info.h"
+#include "units/ToneCurves.h"
 
 namespace ICC40::ICC_UNIT {
 
@@ -68,7 +69,7 @@ private:
     void Shift8(int tables);
     void SetTables(int index, int value);
     /// The first three tables become one tone curve.
-    void SetTone(void (*tone)(int*), int mode);
+    void SetTone(void (*tone)(ToneTable&), int mode);
 };
 
 }  // namespace ICC40::ICC_UNIT

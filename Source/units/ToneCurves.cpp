@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <numeric>
 
 #include "Numeric.h"
@@ -24,7 +25,7 @@ int RoundTo8(int value) { return std::min(value >> 8, 255); }
 /// table[i] = curve(i) for i from `from` to `to`, both of which are there already, where the curve never falls: a range
 /// whose ends are alike is filled, another one halved. With 256 steps that takes some 3,000 values of 65,536.
 template <typename Curve>
-void FillSteps(int* table, int from, int to, Curve curve) {
+void FillSteps(ToneTable& table, int from, int to, Curve curve) {
     if (to - from < 2) return;
     if (table[from] == table[to]) {
         std::fill(table + from + 1, table + to, table[from]);
@@ -36,7 +37,7 @@ void FillSteps(int* table, int from, int to, Curve curve) {
     FillSteps(table, middle, to, curve);
 }
 template <typename Curve>
-void TabulateSteps(int* table, Curve curve) {
+void TabulateSteps(ToneTable& table, Curve curve) {
     table[0] = curve(0);
     table[65535] = curve(65535);
     FillSteps(table, 0, 65535, curve);
@@ -83,7 +84,7 @@ constexpr int kExact = 1024;  ///< values below this one are worked out one by o
 /// between the two in the middle. With h no more than i / 64 that is 1.4e-9 of the value, 1e-4 at most; the fixed point
 /// adds 64^3 / 6 units, 1e-5. Only what lies within ten times that of a step of the cut is worked out itself.
 template <typename Curve>
-void Tabulate(int* table, int from, Curve curve) {
+void Tabulate(ToneTable& table, int from, Curve curve) {
     for (int i = from; i < kExact; ++i) table[i] = Trunc(curve(i));
     int width = 0;
     double y0 = 0, y1 = 0, y2 = 0;
@@ -103,28 +104,28 @@ void Tabulate(int* table, int from, Curve curve) {
 
 }  // namespace
 
-void ToneGamma100_8(int* table) {
+void ToneGamma100_8(ToneTable& table) {
     for (int i = 0; i < 65536; ++i) table[i] = i >> 8;
 }
 
-void ToneGamma100_16(int* table) { std::iota(table, table + 65536, 0); }
+void ToneGamma100_16(ToneTable& table) { std::iota(std::begin(table), std::end(table), 0); }
 
-void ToneGamma180_8(int* table) {
+void ToneGamma180_8(ToneTable& table) {
     TabulateSteps(table, [](int i) { return RoundTo8(Trunc(Gamma180(i / 65535.0) + 128.0)); });
 }
 
-void ToneGamma180_16(int* table) {
+void ToneGamma180_16(ToneTable& table) {
     Tabulate(table, 0, [](int i) { return Gamma180(i / 65535.0) + 0.5; });
 }
 
-void ToneSRGB_8(int* table) {
+void ToneSRGB_8(ToneTable& table) {
     TabulateSteps(table, [](int i) {
         const double x = i / 65535.0;
         return RoundTo8(Trunc((kToe > x ? LinearToe(x) : ToneSRGB(x)) + 128.0));
     });
 }
 
-void ToneSRGB_16(int* table) {
+void ToneSRGB_16(ToneTable& table) {
     int i = 0;
     for (; kToe > i / 65535.0; ++i) table[i] = Trunc(LinearToe(i / 65535.0));  // Kept: the toe is not rounded
     Tabulate(table, i, [](int n) { return ToneSRGB(n / 65535.0) + 0.5; });

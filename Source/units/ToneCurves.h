@@ -4,13 +4,14 @@
 
 namespace ICC40::ICC_UNIT {
 
-// Tone curves at each of the 65,536 linear values, as samples of 8 or 16 bits; `table` has room for them.
+/// A tone curve at each of the 65,536 linear values, as samples of 8 or 16 bits.
+using ToneTable = int[65536];
 
-void ToneGamma100_8(int* table);
-void ToneGamma100_16(int* table);  ///< the identity
-void ToneGamma180_8(int* table);
-void ToneGamma180_16(int* table);
-void ToneSRGB_8(int* table);
-void ToneSRGB_16(int* table);
+void ToneGamma100_8(ToneTable& table);
+void ToneGamma100_16(ToneTable& table);  ///< the identity
+void ToneGamma180_8(ToneTable& table);
+void ToneGamma180_16(ToneTable& table);
+void ToneSRGB_8(ToneTable& table);
+void ToneSRGB_16(ToneTable& table);
 
 }  // namespace ICC40::ICC_UNIT
