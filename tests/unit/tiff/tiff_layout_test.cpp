@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// The classes' shape: who derives from whom, the order of the virtual operations and of the fields, and the forms in
+// which they can be made.
+#include <cstring>
+#include <type_traits>
+
+#include "unit/tiff/TiffFixture.h"
+
+namespace hueweave::test {
+namespace {
+
+using Orvix_Tiff_STL2::DataType;
+using std::is_same_v;
+using File = std::FILE;
+
+// One place for each tag number that the code asks for by name.
+static_assert(Orvix_Tiff_STL2::kImageWidth == 256 && Orvix_Tiff_STL2::kImageLength == 257);
+static_assert(Orvix_Tiff_STL2::kBitsPerSample == 258 && Orvix_Tiff_STL2::kStripOffsets == 273);
+static_assert(Orvix_Tiff_STL2::kSamplesPerPixel == 277 && Orvix_Tiff_STL2::kRowsPerStrip == 278);
+static_assert(Orvix_Tiff_STL2::kStripByteCounts == 279 && Orvix_Tiff_STL2::kPlanarConfiguration == 284);
+static_assert(Orvix_Tiff_STL2::kXResolution == 282 && Orvix_Tiff_STL2::kYResolution == 283);
+static_assert(Orvix_Tiff_STL2::kExifIfd == 34665 && Orvix_Tiff_STL2::kIccProfile == 34675);
+
+// Fields and their widths.
+static_assert(is_same_v<decltype(TiffTag::tag), TiffTagSignature> && is_same_v<decltype(TiffTag::type), FieldType>);
+static_assert(is_same_v<decltype(TiffTag::count), std::uint32_t> && is_same_v<decltype(TiffTag::value), std::uint32_t>);
+static_assert(is_same_v<decltype(Tiff::ifdOffset), std::uint32_t>);
+static_assert(is_same_v<decltype(Tiff::writeIfdOffset), std::int32_t>);
+static_assert(is_same_v<decltype(CTiff::width), std::int32_t> && is_same_v<decltype(CTiff::height), std::int32_t>);
+static_assert(is_same_v<decltype(CTiff::samples), std::int32_t> && is_same_v<decltype(CTiff::bits), std::int32_t>);
+static_assert(is_same_v<decltype(CTiff::rowBytes), std::int32_t>);
+static_assert(is_same_v<decltype(CTiff::resolution), std::int32_t>);
+static_assert(is_same_v<decltype(CTiff::imageBuf), unsigned char*>, "lent, not owned");
+static_assert(sizeof DataType == 12 * 4);
+
+/// The kinds of tag differ by what they do alone, and are made from an entry alone.
+template <typename Kind>
+constexpr bool kIsAKindOfTag =
+    std::is_base_of_v<TiffTag, Kind> && sizeof(Kind) == sizeof(TiffTag) &&
+    std::has_virtual_destructor_v<Kind>&& std::is_constructible_v<Kind, unsigned, unsigned, unsigned, File*> &&
+    !std::is_default_constructible_v<Kind> && !std::is_constructible_v<Kind, TiffTagSignature> &&
+    !std::is_constructible_v<Kind, TiffTagSignature, FieldType, unsigned, unsigned, unsigned char*> &&
+    is_same_v<decltype(&Kind::SaveFile), decltype(&TiffTag::SaveFile)> &&
+    is_same_v<decltype(&Kind::GetData), decltype(&TiffTag::GetData)> &&
+    is_same_v<decltype(&Kind::ValueIsOffset), decltype(&TiffTag::ValueIsOffset)>;
+static_assert(kIsAKindOfTag<BitsPerSampleTag> && kIsAKindOfTag<ResolutionTag> && kIsAKindOfTag<Exif_IFD_Tag>);
+static_assert(is_same_v<decltype(&BitsPerSampleTag::GetValue), unsigned (BitsPerSampleTag::*)() const>);
+static_assert(is_same_v<decltype(&ResolutionTag::GetValue), unsigned (ResolutionTag::*)() const>);
+static_assert(is_same_v<decltype(&Exif_IFD_Tag::GetValue), unsigned (TiffTag::*)() const>, "the plain one");
+
+// A list's operations and what an image takes from them.
+static_assert(std::is_base_of_v<Tiff, CTiff> && std::has_virtual_destructor_v<Tiff>);
+static_assert(is_same_v<decltype(&Tiff::CheckFile), int (Tiff::*)(File*)>);
+static_assert(is_same_v<decltype(&Tiff::ReadTiff), int (Tiff::*)(File*)>);
+static_assert(is_same_v<decltype(&Tiff::SaveTiff), int (Tiff::*)(File*)>);
+static_assert(is_same_v<decltype(&Tiff::ReadImage), int (Tiff::*)(File*)>);
+static_assert(is_same_v<decltype(&Tiff::GetTagValue), int (Tiff::*)(TiffTagSignature) const>);
+static_assert(is_same_v<decltype(&CTiff::ReadFile), int (CTiff::*)(const char*)>, "the image's own");
+static_assert(is_same_v<decltype(&CTiff::SetTagValue), int (CTiff::*)(TiffTagSignature, unsigned)>, "its own, too");
+static_assert(is_same_v<decltype(&CTiff::Reset), decltype(&Tiff::Reset)>);
+static_assert(is_same_v<decltype(&CTiff::CheckFile), decltype(&Tiff::CheckFile)>);
+static_assert(is_same_v<decltype(&CTiff::ReadTiff), decltype(&Tiff::ReadTiff)>);
+static_assert(is_same_v<decltype(&CTiff::SaveTiff), decltype(&Tiff::SaveTiff)>);
+static_assert(is_same_v<decltype(&CTiff::SaveFile), decltype(&Tiff::SaveFile)>);
+static_assert(is_same_v<decltype(&CTiff::CreateTag), decltype(&Tiff::CreateTag)>);
+static_assert(is_same_v<decltype(&CTiff::WriteHeader), decltype(&Tiff::WriteHeader)>);
+static_assert(is_same_v<decltype(&CTiff::GetTagValue), decltype(&Tiff::GetTagValue)>);
+
+/// A pointer to a member function as its two words.
+struct Member {
+    template <typename Function>
+    explicit Member(Function function) {
+        static_assert(sizeof function == sizeof words);
+        std::memcpy(words, &function, sizeof words);
+    }
+    /// The lowest bit tells, of the first word or, where functions may have odd addresses, of the second.
+    bool IsVirtual() const { return ((words[0] | words[1]) & 1U) != 0; }
+    /// Place in the table of its class; the two destructors stand at 0 and 1. 99 for a plain function.
+    std::uintptr_t Slot() const { return IsVirtual() ? words[0] / sizeof(void*) : 99; }
+
+    std::uintptr_t words[2];
+};
+
+TEST(TiffSlots, OfATagFollowItsDestructors) {
+    EXPECT_EQ(Member(&TiffTag::GetValue).Slot(), 2U);
+    EXPECT_EQ(Member(&TiffTag::SaveFile).Slot(), 3U);
+    EXPECT_EQ(Member(&TiffTag::GetData).Slot(), 4U);
+    EXPECT_EQ(Member(&BitsPerSampleTag::GetValue).Slot(), 2U);
+    EXPECT_EQ(Member(&ResolutionTag::GetValue).Slot(), 2U);
+    EXPECT_FALSE(Member(&TiffTag::ValueIsOffset).IsVirtual());
+}
+
+TEST(TiffSlots, OfAListFollowItsDestructors) {
+    EXPECT_EQ(Member(&Tiff::Reset).Slot(), 2U);
+    EXPECT_EQ(Member(&Tiff::CheckFile).Slot(), 3U);
+    EXPECT_EQ(Member(&Tiff::ReadTiff).Slot(), 4U);
+    EXPECT_EQ(Member(&Tiff::SaveTiff).Slot(), 5U);
+    EXPECT_EQ(Member(&Tiff::ReadFile).Slot(), 6U);
+    EXPECT_EQ(Member(&Tiff::SaveFile).Slot(), 7U);
+    EXPECT_EQ(Member(&Tiff::CreateTag).Slot(), 8U);
+    EXPECT_EQ(Member(&Tiff::WriteHeader).Slot(), 9U);
+    EXPECT_EQ(Member(&CTiff::ReadFile).Slot(), 6U);
+}
+
+TEST(TiffSlots, AreNotTakenByTheOtherOperations) {
+    for (const Member& plain :
+         {Member(&Tiff::ReadImage), Member(&Tiff::ReadMultiStripOffset), Member(&Tiff::Pack<unsigned char>),
+          Member(&Tiff::Pack<unsigned short>), Member(&Tiff::AddTags), Member(&Tiff::SetTag), Member(&Tiff::GetTag),
+          Member(&Tiff::SetTagValue), Member(&Tiff::GetTagValue), Member(&Tiff::WriteIFD), Member(&Tiff::WriteTagData),
+          Member(&Tiff::WriteImageData), Member(&Tiff::WriteData_Exif_IFD_Tag)}) {
+        EXPECT_FALSE(plain.IsVirtual());
+    }
+    using Set = int (CTiff::*)(TiffTagSignature, unsigned short, unsigned, unsigned, unsigned char*);
+    for (const Member& plain :
+         {Member(static_cast<Set>(&CTiff::SetTag)), Member(&CTiff::SetTagValue), Member(&CTiff::GetXY),
+          Member(&CTiff::SetXY), Member(&CTiff::GetImageBuf), Member(&CTiff::SetImageBuf), Member(&CTiff::RemoveIcc),
+          Member(&CTiff::SetIccProfile), Member(&CTiff::SaveIccProfile)}) {
+        EXPECT_FALSE(plain.IsVirtual());
+    }
+}
+
+/// Addresses in the order in which the fields are declared.
+void ExpectInOrder(const std::vector<const void*>& fields) {
+    for (std::size_t n = 1; n < fields.size(); ++n) {
+        EXPECT_LT(reinterpret_cast<std::uintptr_t>(fields[n - 1]), reinterpret_cast<std::uintptr_t>(fields[n])) << n;
+    }
+}
+
+TEST(TiffFields, StandInTheirOrder) {
+    const TiffTag tag;
+    ExpectInOrder({&tag, &tag.tag, &tag.type, &tag.count, &tag.value, &tag.data});
+    const CTiff tiff;
+    ExpectInOrder({&tiff, &tiff.ifdOffset, &tiff.tags, &tiff.writeIfdOffset, &tiff.width, &tiff.height, &tiff.samples,
+                   &tiff.bits, &tiff.rowBytes, &tiff.resolution, &tiff.imageBuf});
+    EXPECT_EQ(static_cast<const void*>(static_cast<const Tiff*>(&tiff)), static_cast<const void*>(&tiff));
+}
+
+}  // namespace
+}  // namespace hueweave::test
