@@ -109,6 +109,7 @@ struct DepthRow {
     std::vector<int> places;           ///< of their first bytes
     std::vector<std::size_t> lengths;  ///< bytes of 1, 2, ... pixels
 };
+void PrintTo(const DepthRow& row, std::ostream* out) { *out << row.samples << " samples of " << row.bits; }
 class OddDepths : public testing::TestWithParam<DepthRow> {};
 
 TEST_P(OddDepths, HaveAddressesAndRowsAsWell) {

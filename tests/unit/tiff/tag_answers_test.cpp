@@ -56,6 +56,9 @@ struct NarrowRow {
     std::size_t room;
     int items;  ///< whole ones that find room
 };
+void PrintTo(const NarrowRow& row, std::ostream* out) {
+    *out << row.count << " of type " << row.type << ", room for " << row.room << " bytes";
+}
 class NarrowStreamTest : public testing::TestWithParam<NarrowRow> {};
 
 TEST_P(NarrowStreamTest, CountsTheWholeItemsThatWereTaken) {
