@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// What becomes of the engines when the library goes. This program's own operators new and delete stand in front of
+// those of the C++ library and write down how large the blocks are that are given back.
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+#include "abi/ExportsFixture.h"
+
+namespace {
+
+struct Watch {
+    bool on = false;
+    std::size_t count = 0;
+    std::array<std::size_t, 4096> sizes{};
+};
+Watch watch;
+
+void* Take(std::size_t bytes) noexcept { return std::malloc(bytes == 0 ? 1 : bytes); }
+void* TakeOrThrow(std::size_t bytes) {
+    void* const block = Take(bytes);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
+}
+void Give(void* block) noexcept {
+    if (watch.on && block != nullptr && watch.count < watch.sizes.size()) {
+        watch.sizes[watch.count++] = malloc_usable_size(block);
+    }
+    std::free(block);
+}
+
+}  // namespace
+
+void* operator new(std::size_t bytes) { return TakeOrThrow(bytes); }
+void* operator new[](std::size_t bytes) { return TakeOrThrow(bytes); }
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept { return Take(bytes); }
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept { return Take(bytes); }
+void operator delete(void* block) noexcept { Give(block); }
+void operator delete[](void* block) noexcept { Give(block); }
+void operator delete(void* block, std::size_t) noexcept { Give(block); }
+void operator delete[](void* block, std::size_t) noexcept { Give(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { Give(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { Give(block); }
+
+namespace hueweave::test {
+namespace {
+
+constexpr std::size_t kWideTable = 4 * 65536;
+
+/// A profile with a tag of so many bytes beside its table.
+std::string PutSized(const TempDir& dir, std::size_t bytes) {
+    const std::string path = dir.File(std::to_string(bytes) + ".icc");
+    WriteFile(path, MiniProfile({{"A2B0", Mft2(SmoothLut(3))}, {"mark", Bytes(bytes, 1)}}));
+    return path;
+}
+
+/// Sizes of the blocks that are given back while the library is unloaded. Engine n gets a profile with a tag of
+/// `marks[n]` bytes, or none for 0.
+std::vector<std::size_t> GivenBack(const std::array<std::size_t, 3>& marks) {
+    const TempDir dir;
+    std::vector<std::size_t> sizes;
+    testing::internal::CaptureStdout();
+    {
+        const Library library;
+        for (std::size_t n = 0; n < 3; ++n) {
+            if (marks[n] == 0) continue;
+            EXPECT_EQ(EngineApi(library, kSuffixes[n]).SetProfile(PutSized(dir, marks[n]).c_str(), nullptr, 0, 1, 9),
+                      9);
+        }
+        watch.count = 0;
+        watch.on = true;
+    }
+    watch.on = false;
+    testing::internal::GetCapturedStdout();
+    sizes.assign(watch.sizes.begin(), watch.sizes.begin() + static_cast<std::ptrdiff_t>(watch.count));
+    return sizes;
+}
+
+/// Those of the sizes that are one of the marks; the heap may round up a little.
+std::vector<std::size_t> Marks(const std::vector<std::size_t>& sizes, const std::array<std::size_t, 3>& marks) {
+    std::vector<std::size_t> found;
+    for (const std::size_t size : sizes) {
+        for (const std::size_t mark : marks) {
+            if (mark != 0 && size >= mark && size < mark + 64) found.push_back(mark);
+        }
+    }
+    return found;
+}
+
+TEST(Unloading, TheEnginesGoInReverse) {
+    for (const auto& marks : {std::array<std::size_t, 3>{40000, 60000, 80000}, {80000, 40000, 60000}}) {
+        EXPECT_EQ(Marks(GivenBack(marks), marks), (std::vector<std::size_t>{marks[2], marks[1], marks[0]}));
+    }
+}
+
+TEST(Unloading, EachEngineGivesBackItsTables) {
+    const auto tables = [](const std::vector<std::size_t>& sizes) {
+        return std::count_if(sizes.begin(), sizes.end(), [](std::size_t size) { return size >= kWideTable; });
+    };
+    EXPECT_EQ(tables(GivenBack({0, 0, 0})), 0);
+    for (std::size_t engine = 0; engine < 3; ++engine) {
+        std::array<std::size_t, 3> marks{};
+        marks[engine] = 40000;
+        const std::vector<std::size_t> sizes = GivenBack(marks);
+        EXPECT_GE(tables(sizes), 3) << "engine " << engine;
+        EXPECT_EQ(Marks(sizes, marks).size(), 1U) << "engine " << engine;
+    }
+}
+
+TEST(Unloading, EveryEngineStartsEmptyAtTheNextLoading) {
+    const TempDir dir;
+    const std::string path = PutSized(dir, 100);
+    testing::internal::CaptureStdout();
+    for (int round = 0; round < 3; ++round) {
+        const Library library;
+        for (const char* suffix : kSuffixes) {
+            const EngineApi api(library, suffix);
+            unsigned char pixel[3] = {1, 2, 3};
+            EXPECT_EQ(api.Convert2(pixel, pixel, 1), -1) << suffix;
+            EXPECT_EQ(api.SetProfile(path.c_str(), nullptr, 0, 0, 8), 8);
+            EXPECT_EQ(api.Convert2(pixel, pixel, 1), 0) << suffix;
+        }
+    }
+    testing::internal::GetCapturedStdout();
+}
+
+TEST(Unloading, NothingIsEverWrittenToTheStandardError) {
+    const TempDir dir;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    {
+        const Library library;
+        library.Get<decltype(&func1)>("func1")();
+        for (const char* suffix : kSuffixes) {
+            const EngineApi api(library, suffix);
+            api.Adjust(1.0, 2.0, 3.0, nullptr, nullptr, nullptr, 0);
+            api.SetProfile(dir.File("absent.icc").c_str(), nullptr, 0, 0, 8);
+            api.SetProfile(PutSized(dir, 100).c_str(), nullptr, 0, 0, 8);
+            api.ConvertFile(dir.File("absent.tif").c_str(), dir.File("dest.tif").c_str());
+            api.ConvertFile(dir.File("100.icc").c_str(), dir.File("dest.tif").c_str());
+            api.ConvertFile(dir.File("absent.tif").c_str(), dir.File("absent/dest.tif").c_str());
+        }
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_NE(testing::internal::GetCapturedStdout(), "");
+}
+
+}  // namespace
+}  // namespace hueweave::test
