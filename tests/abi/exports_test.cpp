@@ -143,6 +143,14 @@ TEST_P(ExportsTest, SetIntentAfterAFailureStoresTheOutputSpace) {
     EXPECT_EQ(api_.SetProfile(dir_.File("absent.icc").c_str(), nullptr, 0, 0, 8), 8);
 }
 
+TEST_P(ExportsTest, ANullPathIsNoChangeOnAnEngineThatNeverHadOne) {
+    ASSERT_EQ(api_.SetIntent(0, 0, 8), 8);
+    EXPECT_EQ(api_.SetProfile(nullptr, nullptr, 0, 0, 8), 8);
+    EXPECT_EQ(Converted(api_, SomePixels()), SomePixels());
+    EXPECT_EQ(api_.SetProfile(nullptr, nullptr, 0, 0, 9), 65535) << "a change, and nothing to be opened";
+    EXPECT_TRUE(Refuses());
+}
+
 TEST_P(ExportsTest, SetIntentTakesAnUnsetInputEncodingForBytes) {
     const std::string path = Good();
     ASSERT_EQ(api_.SetProfile(path.c_str(), nullptr, 1, 0, 10), 10);

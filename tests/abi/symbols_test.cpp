@@ -30,6 +30,20 @@ TEST(SymbolsTest, ExactlySixteenAreDefined) {
     EXPECT_EQ(found, expected);
 }
 
+TEST(SymbolsTest, EachHasDefaultVisibility) {
+    std::istringstream lines(OutputOfTool("readelf --dyn-syms -W " + kQuotedLibrary));
+    int functions = 0;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string number, value, size, type, binding, visibility, section, name;
+        words >> number >> value >> size >> type >> binding >> visibility >> section >> name;
+        if (name.rfind("Orvix_Icc_", 0) != 0 && name != "func1") continue;
+        ++functions;
+        EXPECT_EQ(type + " " + binding + " " + visibility, "FUNC GLOBAL DEFAULT") << name;
+    }
+    EXPECT_EQ(functions, 16);
+}
+
 TEST(SymbolsTest, EachIsFoundByItsPlainName) {
     const Library library;
     for (const char* suffix : kSuffixes) {
