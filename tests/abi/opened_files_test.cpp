@@ -5,6 +5,7 @@
 // of the C library's and write down what they are asked for.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <cstdarg>
 #include <set>
@@ -129,6 +130,10 @@ TEST_P(OpenedFilesTest, ConvertFileReadsTheSourceAndWritesTheDestination) {
     const auto convert = [&] { api_.ConvertFile(source.c_str(), dest.c_str()); };
     EXPECT_EQ(Opened(convert), Paths()) << "no output space";
     ASSERT_EQ(api_.SetProfile(Good().c_str(), nullptr, 0, 0, 8), 8);
+    EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));
+    // A pipe that nobody reads is opened in another way, which does not wait.
+    ASSERT_EQ(std::remove(dest.c_str()), 0);
+    ASSERT_EQ(mkfifo(dest.c_str(), 0600), 0);
     EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));
 }
 

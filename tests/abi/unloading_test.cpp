@@ -4,6 +4,7 @@
 // What becomes of the engines when the library goes. This program's own operators new and delete stand in front of
 // those of the C++ library and write down how large the blocks are that are given back.
 #include <malloc.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,8 +18,17 @@ struct Watch {
     bool on = false;
     std::size_t count = 0;
     std::array<std::size_t, 4096> sizes{};
+    std::array<off_t, 4096> printed{};  ///< length of the standard output at that time
 };
 Watch watch;
+
+/// Bytes in the file that the standard output is led into.
+off_t PrintedBytes() {
+    struct stat status {};
+    std::fflush(stdout);
+    fstat(STDOUT_FILENO, &status);
+    return status.st_size;
+}
 
 void* Take(std::size_t bytes) noexcept { return std::malloc(bytes == 0 ? 1 : bytes); }
 void* TakeOrThrow(std::size_t bytes) {
@@ -28,6 +38,7 @@ void* TakeOrThrow(std::size_t bytes) {
 }
 void Give(void* block) noexcept {
     if (watch.on && block != nullptr && watch.count < watch.sizes.size()) {
+        watch.printed[watch.count] = PrintedBytes();
         watch.sizes[watch.count++] = malloc_usable_size(block);
     }
     std::free(block);
@@ -109,6 +120,18 @@ TEST(Unloading, EachEngineGivesBackItsTables) {
         EXPECT_GE(tables(sizes), 3) << "engine " << engine;
         EXPECT_EQ(Marks(sizes, marks).size(), 1U) << "engine " << engine;
     }
+}
+
+TEST(Unloading, TheLastLineComesWhenTheEnginesAreGone) {
+    const std::string lines = "[Source/DllMain] initializer()\n";
+    const std::vector<std::size_t> sizes = GivenBack({40000, 60000, 80000});
+    int tables = 0;
+    for (std::size_t n = 0; n < sizes.size(); ++n) {
+        if (sizes[n] < 40000) continue;
+        ++tables;
+        EXPECT_EQ(watch.printed[n], static_cast<off_t>(lines.size())) << "block " << n;
+    }
+    EXPECT_GE(tables, 12) << "three tables and a tag for each engine";
 }
 
 TEST(Unloading, EveryEngineStartsEmptyAtTheNextLoading) {
