@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// What container and tags are made of: fields in their order and width, virtual operations in their slots, and who
+// derives from whom.
+#include <cstring>
+#include <type_traits>
+
+#include "unit/iccfile/Blocks.h"
+
+namespace {
+
+using namespace hueweave::test;
+using namespace hueweave::test::icc;
+using namespace ICC40::ICCFILE;
+using ICC40::ICC4_HEADER::icTagBase;
+
+/// Bytes from an object's start to one of its fields.
+template <typename Object, typename Field>
+std::size_t At(const Object& object, const Field& field) {
+    return static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(&field) -
+                                    reinterpret_cast<std::uintptr_t>(&object));
+}
+using Places = std::vector<std::size_t>;
+
+constexpr std::size_t kBase = 32;  // table of operations, the plain struct's two words, two more words, a pointer
+
+TEST(ContainerLayout, IsTheHeaderAndTheListWithoutABaseOrATable) {
+    static_assert(!std::is_polymorphic_v<IccFile4>);
+    const IccFile4 file;
+    EXPECT_EQ((Places{At(file, file.header), At(file, file.tagList)}), (Places{0, 128}));
+    EXPECT_EQ(sizeof(IccFile4), 128 + sizeof(std::vector<void*>));
+}
+
+TEST(TagLayout, OfThePlainStructIsTwoWords) {
+    static_assert(!std::is_polymorphic_v<icTagBase> && std::is_standard_layout_v<icTagBase>);
+    const icTagBase plain;
+    EXPECT_EQ((Places{At(plain, plain.sig), At(plain, plain.reserved)}), (Places{0, 4}));
+    EXPECT_EQ(sizeof(icTagBase), 8U);
+    EXPECT_EQ(sizeof plain.sig, 4U);
+    EXPECT_EQ(sizeof plain.reserved, 4U);
+}
+
+TEST(TagLayout, OfTheBaseHasTheStructInFrontOfItsOwnFields) {
+    static_assert(std::is_polymorphic_v<iccTagBase> && std::has_virtual_destructor_v<iccTagBase>);
+    static_assert(std::is_convertible_v<iccTagBase*, icTagBase*>, "publicly derived");
+    const iccTagBase tag;
+    EXPECT_EQ((Places{At(tag, tag.sig), At(tag, tag.reserved), At(tag, tag.tagSig), At(tag, tag.tagSize),
+                      At(tag, tag.tagData)}),
+              (Places{8, 12, 16, 20, 24}));
+    EXPECT_EQ(sizeof(iccTagBase), kBase);
+    EXPECT_EQ(sizeof tag.tagSig, 4U);
+    EXPECT_EQ(sizeof tag.tagSize, 4U);
+    EXPECT_TRUE((std::is_same_v<decltype(iccTagBase::tagData), std::unique_ptr<unsigned char[]>>));
+}
+
+TEST(TagLayout, OfTextsIsTheText) {
+    const CTextType text;
+    EXPECT_EQ(At(text, text.text), kBase);
+    const CTextDescriptionType description;
+    EXPECT_EQ((Places{At(description, description.textLength), At(description, description.text)}),
+              (Places{kBase, kBase + 8}));
+    EXPECT_EQ(sizeof description.textLength, 4U);
+    EXPECT_EQ(sizeof *text.text.get(), 1U);
+    EXPECT_EQ(sizeof *description.text.get(), 1U);
+}
+
+TEST(TagLayout, OfValuesIsWordsBeforeNumbers) {
+    const CXYZType xyz;
+    EXPECT_EQ((Places{At(xyz, xyz.rawXYZ), At(xyz, xyz.XYZ)}), (Places{kBase, kBase + 16}));
+    EXPECT_TRUE((std::is_same_v<decltype(CXYZType::rawXYZ), std::array<std::uint32_t, 3>>));
+    EXPECT_TRUE((std::is_same_v<decltype(CXYZType::XYZ), std::array<double, 3>>));
+    const CCurveType curve;
+    EXPECT_EQ((Places{At(curve, curve.curveCount), At(curve, curve.curve)}), (Places{kBase, kBase + 8}));
+    EXPECT_EQ(sizeof curve.curveCount, 4U);
+    EXPECT_EQ(sizeof *curve.curve.get(), 2U);
+    const CChad chad;
+    EXPECT_EQ(At(chad, chad.chad), kBase);
+    EXPECT_TRUE((std::is_same_v<decltype(CChad::chad), std::array<double, 9>>));
+    EXPECT_EQ(sizeof(CDataType), sizeof(iccTagBase)) << "no field of its own";
+}
+
+template <typename Lut>
+Places PlacesOf(const Lut& lut) {
+    return {At(lut, lut.inputChan), At(lut, lut.outputChan), At(lut, lut.clutPoints), At(lut, lut.pad),
+            At(lut, lut.matrix),    At(lut, lut.inputEnt),   At(lut, lut.outputEnt),  At(lut, lut.inputTable),
+            At(lut, lut.clutTable), At(lut, lut.outputTable)};
+}
+
+TEST(TagLayout, OfBothPlainTablesIsTheSame) {
+    const CLut16Type wide;
+    const CLut8Type narrow;
+    const Places places = {kBase, 33, 34, 35, 36, 72, 74, 80, 88, 96};
+    EXPECT_EQ(PlacesOf(wide), places);
+    EXPECT_EQ(PlacesOf(narrow), places);
+    EXPECT_EQ(sizeof wide.inputChan + sizeof wide.outputChan + sizeof wide.clutPoints + sizeof wide.pad, 4U);
+    EXPECT_EQ(sizeof wide.matrix, 36U);
+    EXPECT_EQ(sizeof wide.inputEnt + sizeof wide.outputEnt, 4U);
+    EXPECT_TRUE((std::is_same_v<decltype(CLut16Type::clutTable), std::unique_ptr<std::uint16_t[]>>));
+    EXPECT_TRUE((std::is_same_v<decltype(CLut8Type::clutTable), std::unique_ptr<std::uint8_t[]>>));
+}
+
+TEST(TagLayout, OfTheCurvedTableIsItsOffsetsAndThenItsParts) {
+    const CLut lut;
+    EXPECT_EQ((Places{At(lut, lut.inputChan), At(lut, lut.outputChan), At(lut, lut.lutPad), At(lut, lut.bCurveOffset),
+                      At(lut, lut.matrixOffset), At(lut, lut.mCurveOffset), At(lut, lut.clutOffset),
+                      At(lut, lut.aCurveOffset), At(lut, lut.bCurves), At(lut, lut.mCurve), At(lut, lut.clut),
+                      At(lut, lut.aCurves)}),
+              (Places{kBase, 33, 34, 36, 40, 44, 48, 52, 56, 80, 88, 96}));
+    EXPECT_EQ(lut.bCurves.size(), 3U);
+    EXPECT_EQ(lut.aCurves.size(), 7U);
+    const CLutGrid grid;
+    EXPECT_EQ(
+        (Places{At(grid, grid.gridPoints), At(grid, grid.precision), At(grid, grid.padding), At(grid, grid.gridData)}),
+        (Places{0, 16, 17, 24}));
+    EXPECT_EQ(grid.gridData, nullptr);
+}
+
+/// The first word of a pointer to a member: one more than the place in the table of operations for a virtual one, an
+/// even address for any other, on every compiler of this platform.
+template <typename Member>
+std::uintptr_t WordOf(Member member) {
+    std::uintptr_t word = 0;
+    std::memcpy(&word, &member, sizeof word);
+    return word;
+}
+template <typename Member>
+std::uintptr_t Slot(Member member) {
+    EXPECT_EQ(WordOf(member) & 1, 1U) << "is virtual";
+    return WordOf(member) / sizeof(void*);
+}
+
+template <typename Tag>
+class EveryTagShape : public testing::Test {};
+using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
+                               CLut16Type, CLut8Type, CLut>;
+class ShapeName {
+public:
+    template <typename Tag>
+    static std::string GetName(int index) {
+        static const char* const names[] = {"Base",  "Text", "TextDescription", "Xyz",  "Data",
+                                            "Curve", "Chad", "Lut16",           "Lut8", "Lut"};
+        return names[index];
+    }
+};
+TYPED_TEST_SUITE(EveryTagShape, AllTags, ShapeName);
+
+TYPED_TEST(EveryTagShape, HasItsOperationsInTheSameSlots) {
+    const auto fromBlock =
+        static_cast<unsigned (TypeParam::*)(icTagSignature, unsigned char*, int)>(&TypeParam::Initial);
+    const auto fromType = static_cast<unsigned (TypeParam::*)(icTagSignature, icTagTypeSignature)>(&TypeParam::Initial);
+    EXPECT_EQ(Slot(fromBlock), 2U) << "behind the two forms of the destructor";
+    EXPECT_EQ(Slot(fromType), 3U);
+    EXPECT_EQ(Slot(&TypeParam::Read), 4U);
+    EXPECT_EQ(Slot(&TypeParam::Save), 5U);
+}
+
+TYPED_TEST(EveryTagShape, LeavesReadingAndSavingToTheBase) {
+    EXPECT_TRUE((std::is_same_v<decltype(&TypeParam::Read), int (iccTagBase::*)(std::FILE*)>));
+    EXPECT_TRUE((std::is_same_v<decltype(&TypeParam::Save), int (iccTagBase::*)(std::FILE*)>));
+}
+
+TYPED_TEST(EveryTagShape, IsNoBaseOfAnyOther) {
+    EXPECT_TRUE((std::is_base_of_v<iccTagBase, TypeParam>));
+    const std::size_t derived = std::is_base_of_v<TypeParam, CTextType> +
+                                std::is_base_of_v<TypeParam, CTextDescriptionType> +
+                                std::is_base_of_v<TypeParam, CXYZType> + std::is_base_of_v<TypeParam, CDataType> +
+                                std::is_base_of_v<TypeParam, CCurveType> + std::is_base_of_v<TypeParam, CChad> +
+                                std::is_base_of_v<TypeParam, CLut16Type> + std::is_base_of_v<TypeParam, CLut8Type> +
+                                std::is_base_of_v<TypeParam, CLut>;
+    EXPECT_EQ(derived, (std::is_same_v<TypeParam, iccTagBase>) ? 9U : 1U) << "a class counts as its own base";
+}
+
+TEST(CurveShape, HasAnOperationThatIsNotVirtual) {
+    const auto withoutSize =
+        static_cast<unsigned (CCurveType::*)(icTagSignature, unsigned char*)>(&CCurveType::Initial);
+    EXPECT_EQ(WordOf(withoutSize) & 1, 0U);
+}
+
+}  // namespace
