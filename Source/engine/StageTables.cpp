@@ -74,7 +74,7 @@ void CIccEngineS::Set1DLutIn(const CLut16Type* lut) {
     const bool wide = Unit.InputSpace == ICCFILE::CsRGB_16;
     const std::size_t entries = wide ? 65536 : 256;
     const auto samples = std::make_unique_for_overwrite<unsigned short[]>(3 * entries);
-    unsigned short* const tables[3] = {&samples[0], &samples[entries], &samples[2 * entries]};
+    unsigned short* const tables[] = {&samples[0], &samples[entries], &samples[2 * entries]};
     SampleInputCurves(*lut, Unit.InputSpace, tables);
 
     InEntries = 0;

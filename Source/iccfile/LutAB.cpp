@@ -17,15 +17,20 @@ constexpr std::uint64_t kCurveHead = 12;
 
 /// One curve after the other from `at` on, as many as there is room for. Parts may share their bytes; `left` is what
 /// they may still take in all.
-void ReadCurves(const TagReader& block, std::uint64_t at, unsigned count, icTagSignature tagName,
+void ReadCurves(const TagReader& block, std::uint64_t at, icTagSignature tagName,
                 std::span<std::unique_ptr<CCurveType>> curves, std::uint64_t& left) {
-    for (std::size_t i = 0; i < std::min<std::size_t>(count, curves.size()); ++i) {
-        curves[i] = std::make_unique<CCurveType>();
+    for (std::unique_ptr<CCurveType>& curve : curves) {
+        curve = std::make_unique<CCurveType>();
         const std::span<const unsigned char> rest = block.From(at);
         const auto bytes = static_cast<std::size_t>(std::min<std::uint64_t>(rest.size(), kCurveHead + left));
-        at += curves[i]->InitialWithin(tagName, TagReader(rest.first(bytes)));
-        left -= 2 * std::uint64_t{curves[i]->curveCount};
+        at += curve->InitialWithin(tagName, TagReader(rest.first(bytes)));
+        left -= 2 * std::uint64_t{curve->curveCount};
     }
+}
+
+/// As many of the curves as there are channels, at most all.
+std::span<std::unique_ptr<CCurveType>> First(unsigned channels, std::span<std::unique_ptr<CCurveType>> curves) {
+    return curves.first(std::min<std::size_t>(channels, curves.size()));
 }
 
 std::unique_ptr<CLutGrid> ReadGrid(const TagReader& block, std::uint64_t at, unsigned inputChan, unsigned outputChan,
@@ -68,11 +73,11 @@ unsigned CLut::Initial(icTagSignature tagName, unsigned char* data, int size) {
 
     const bool a2b = IsA2B(tagName);
     std::uint64_t left = 3 * std::uint64_t{block.Size()};  // three sets of curves that share their bytes are sound
-    if (bCurveOffset != 0) ReadCurves(block, bCurveOffset, a2b ? outputChan : inputChan, tagName, bCurves, left);
-    if (mCurveOffset != 0) ReadCurves(block, mCurveOffset, 1, tagName, std::span(&mCurve, 1), left);
+    if (bCurveOffset != 0) ReadCurves(block, bCurveOffset, tagName, First(a2b ? outputChan : inputChan, bCurves), left);
+    if (mCurveOffset != 0) ReadCurves(block, mCurveOffset, tagName, std::span(&mCurve, 1), left);
     if (clutOffset != 0) clut = ReadGrid(block, clutOffset, inputChan, outputChan, left);
     if (clut != nullptr) left -= clut->gridBytes;
-    if (aCurveOffset != 0) ReadCurves(block, aCurveOffset, a2b ? inputChan : outputChan, tagName, aCurves, left);
+    if (aCurveOffset != 0) ReadCurves(block, aCurveOffset, tagName, First(a2b ? inputChan : outputChan, aCurves), left);
     return taken;
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <iterator>
 #include <limits>
 
 #include "ByteOrder.h"
@@ -33,8 +34,9 @@ std::uint32_t Low32(double size) {
 }
 
 unsigned int PhotometricOf(int samples) {
-    constexpr unsigned char kBySamples[8] = {1, 1, 1, 2, 5, 1, 0, 0};
-    return samples >= 0 && samples < 8 ? kBySamples[samples] : 1U;
+    constexpr unsigned char kBySamples[] = {1, 1, 1, 2, 5, 1, 0, 0};
+    const auto place = static_cast<unsigned>(samples);
+    return place < std::size(kBySamples) ? kBySamples[place] : 1U;
 }
 
 }  // namespace

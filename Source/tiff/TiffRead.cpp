@@ -94,6 +94,10 @@ std::vector<std::uint32_t> Items(const TiffTag& tag) {
     return items;
 }
 
+std::uint64_t PixelsIn(int width, int height) {
+    return static_cast<std::uint64_t>(std::max(width, 0)) * static_cast<std::uint64_t>(std::max(height, 0));
+}
+
 /// Makes room for the image in the data of its tag, for the caller to fill. Returns null for an image that its file
 /// cannot account for.
 unsigned char* AllocateImage(TiffTag& tag, std::uint64_t bytes, std::uint64_t limit) {
@@ -166,7 +170,7 @@ int Tiff::ReadImage(std::FILE* f) {
         // The pixels may take as much room as any image of this file, beside the planes that they come from.
         const std::uint64_t pixelBytes = (samples == 3 ? 3U : 4U) * (bits == 8 ? 1U : 2U);
         const std::uint64_t most = ImageLimit(FileSize(f)) / pixelBytes;
-        if (width > 0 && rows > 0 && static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(rows) > most) {
+        if (PixelsIn(width, rows) > most) {
             GetTag(kStripOffsets)->Adopt(nullptr, 0);
         } else if (bits == 8) {
             Pack<unsigned char>(width, rows);
@@ -232,14 +236,12 @@ int Tiff::Pack(int width, int height) {
     TiffTag* image = GetTag(kStripOffsets);
     if (image == nullptr) return 0;
     const std::uint64_t planes = GetTagValue(kSamplesPerPixel) == 3 ? 3 : 4;  // Kept: there is no other case
-    const std::uint64_t pixels =
-        width > 0 && height > 0 ? static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) : 0;
+    const std::uint64_t pixels = PixelsIn(width, height);
     const std::unique_ptr<unsigned char[]> from = std::move(image->data);
     const std::uint64_t held = image->dataSize;
-    // Compared by division: the product of two sizes out of a broken file may not fit in 64 bits.
+    // As many pixels as the limit has bytes are too many already; the product of more may not fit in 64 bits.
     const std::uint64_t limit = ImageLimit(held);
-    const std::uint64_t pixelBytes = planes * sizeof(T);
-    unsigned char* to = AllocateImage(*image, pixels > limit / pixelBytes ? limit + 1 : pixels * pixelBytes, limit);
+    unsigned char* to = AllocateImage(*image, std::min(pixels, limit) * planes * sizeof(T), limit);
     if (to == nullptr) return 0;
     std::fill(to, to + image->dataSize, static_cast<unsigned char>(0));  // planes may end before their pixels do
     for (std::uint64_t i = 0; i < pixels; ++i) {

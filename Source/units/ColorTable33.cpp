@@ -123,7 +123,7 @@ void ColorTable33::Conversion(int& a, int& b, int& c, int& d, int& e, int& f, in
     if (LUT_Pos == nullptr) return;
     int values[7];
     InterpolateAt(FindOnAxis(a), FindOnAxis(b), FindOnAxis(c), values);
-    int* const out[7] = {&a, &b, &c, &d, &e, &f, &g};
+    int* const out[] = {&a, &b, &c, &d, &e, &f, &g};
     for (int channel = 0; channel < 7; ++channel) *out[channel] = values[channel];
 }
 

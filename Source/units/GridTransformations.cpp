@@ -11,8 +11,8 @@
 namespace ICC40::ICC_UNIT {
 namespace {
 
-/// The white of the profile connection space, near D50, on the scale of `CLCH::SetWhite`.
-constexpr double kWhite[3] = {63195.0, 65535.0, 54073.0};
+/// A colour under the white of the profile connection space, near D50.
+ColorLch::CLCH PcsColor() { return {63195.0, 65535.0, 54073.0}; }
 
 // The Lab encoding of 16-bit tables: 65280 is L* = 100, and 32768 is neutral in a* and b*, 256 to a unit.
 double LightnessOf(int value) { return value * 100.0 / 65280.0; }
@@ -53,7 +53,7 @@ void ForEachNode(ColorTable33& grid, Change change) {
 template <typename Curves>
 int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSignature space,
               const ICCFILE::CXYZType* white) {
-    ColorLch::CLCH color(kWhite[0], kWhite[1], kWhite[2]);
+    ColorLch::CLCH color = PcsColor();
     const Primaries primaries = FindPrimaries(space);
     color.SetColorSpace(primaries.space);
     // Kept: fixed-point words of scale 65536, read as unsigned, go where 65535 stands for 1.0.
@@ -79,7 +79,7 @@ int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSigna
 }  // namespace
 
 int ColorTable33::Adjust_Lch(double lightness, double chroma, double hue) {
-    ColorLch::CLCH color(kWhite[0], kWhite[1], kWhite[2]);
+    ColorLch::CLCH color = PcsColor();
     ForEachNode(*this, [&](int* node) {
         // Kept: the node is read as Lab as it stands, before the profile's output curves.
         color.L = LightnessOf(Low16(node[0]));

@@ -41,7 +41,7 @@ private:
     const std::uint16_t* curves_;
     int channels_, entries_;
     bool identity_ = true;
-    double step_ = 65535.0 / 4095;
+    double step_ = 0;  ///< of no use to the identity
 };
 
 /// The first three tables of an `OutputTable33`.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "Numeric.h"
 #include "color/CLCH.h"
 
 namespace ICC40::ICC_UNIT {
@@ -37,8 +38,8 @@ public:
         const double margin = 1e-8 * (1.0 + white_ * (1.0 + fx * fx + fy * fy + fz * fz));
         for (std::size_t c = 0; c < 3; ++c) {
             const double value = matrix_[3 * c] * x + matrix_[3 * c + 1] * y + matrix_[3 * c + 2] * z;
-            rgb[c] = static_cast<int>(std::clamp(value - margin, 0.0, 255.0));
-            if (rgb[c] != static_cast<int>(std::clamp(value + margin, 0.0, 255.0))) return false;
+            rgb[c] = std::clamp(Trunc(value - margin), 0, 255);
+            if (rgb[c] != std::clamp(Trunc(value + margin), 0, 255)) return false;
         }
         return true;
     }

@@ -77,7 +77,7 @@ int OutputTable33::Initial(const unsigned char* red, const unsigned char* green,
 }
 
 int OutputTable33::Interpolation(int& a, int& b, int& c, int& d, int& e, int& f, int& g) {
-    int* const values[7] = {&a, &b, &c, &d, &e, &f, &g};
+    int* const values[] = {&a, &b, &c, &d, &e, &f, &g};
     for (int channel = 0; channel < 7; ++channel) {
         *values[channel] = EvaluateOutputCurve(Curve[channel], Step, Span, *values[channel]);
     }

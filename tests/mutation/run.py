@@ -12,10 +12,10 @@ tests/mutation/guards.txt, and the suite of broken files looks at them as well.
 """
 import argparse
 import concurrent.futures
+import hashlib
 import os
 import pathlib
 import queue
-import random
 import re
 import shutil
 import subprocess
@@ -32,7 +32,7 @@ SUITES = {
 }
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/"}
 # An array of one more entry is the same array: its declared size is no place for a mutant.
-ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+\*? \w+((?:\[\w+\])+)(?= ?[;={])")
+ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+\*?(?: const)? \w+((?:\[\w+\])+)(?= ?[;={])")
 # By folder, or by file where it stands in none.
 GUARD_SUITES = {
     "engine": ["hostile", "unit_engine", "hostile_alloc"],
@@ -153,6 +153,11 @@ class Worker:
             path.write_text(original)
 
 
+def drawn(mutants, seed):
+    """In an order that follows from each mutant and the seed alone: a change elsewhere leaves the draw as it is."""
+    return sorted(mutants, key=lambda m: hashlib.sha256(f"{seed} {m[0]} {m[2].strip()} {m[3]}".encode()).digest())
+
+
 def described(mutant):
     relative, number, changed, what = mutant
     return f"{relative}:{number + 1}: {what}    {changed.strip()}"
@@ -174,8 +179,7 @@ def main():
         SUITES.clear()
         SUITES.update(GUARD_SUITES)
     else:
-        random.Random(arguments.seed).shuffle(mutants)
-        mutants = mutants[: arguments.count]
+        mutants = drawn(mutants, arguments.seed)[: arguments.count]
     idle = queue.Queue()
     for job in range(arguments.jobs):
         idle.put(Worker(arguments.folder.resolve() / f"worker-{job}"))

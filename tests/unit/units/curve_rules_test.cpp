@@ -160,6 +160,16 @@ TEST(FourInputCurves, WithoutChannelsStay) {
     for (const auto& row : table->Curve) ExpectRow(row, ConstantRow(4096, 97), "Curve");
 }
 
+TEST(OutputInterpolation, CountsWhatWouldComeAfterAFullRowAsZero) {
+    const auto unit = std::make_unique<OutputTable33>();
+    unit->Step = unit->Span = 16.0;
+    for (auto& curve : unit->Curve) curve[4095] = 1600;
+    PlainNode s{};
+    s.fill(65535);  // 15 of 16 steps behind the last entry: a sixteenth of it is left, 100
+    unit->Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+    for (const int value : s) EXPECT_EQ(value, 100);
+}
+
 TEST(OutputInterpolation, TakesStepAndSpanAsTheyStand) {
     const auto unit = std::make_unique<OutputTable33>();
     ReferenceOutputs plain;
