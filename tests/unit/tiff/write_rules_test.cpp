@@ -91,6 +91,20 @@ TEST(TagData, AreWrittenByEveryTagItselfInListOrder) {
     EXPECT_EQ(saved, order) << "each once";
 }
 
+TEST(TagData, AreFilledUpToTwiceWhatIsThereAndEightMiB) {
+    constexpr unsigned kLimit = 2 * 6 + (8U << 20);
+    for (const auto& [count, written] : {std::pair{6U, 6U}, {kLimit, kLimit}, {kLimit + 1, 0U}}) {
+        const auto tag = Made(700, 1, count, 0, CountingBytes(6));
+        int result = -1;
+        const Bytes file = WrittenBy([&](std::FILE* f) { result = tag->SaveFile(f); });
+        EXPECT_EQ(result, static_cast<int>(written));
+        ASSERT_EQ(file.size(), written);
+        if (written == 0) continue;
+        EXPECT_EQ(Part(file, 0, 6), CountingBytes(6));
+        EXPECT_EQ(std::count(file.begin() + 6, file.end(), 0), static_cast<std::ptrdiff_t>(written) - 6);
+    }
+}
+
 /// A directory with one LONG, as it stands from byte 8 on.
 const Bytes kDirectory = ByteWriter().Little16(1).Little16(256).Little16(4).Little32(1).Little32(3).Little32(0).Done();
 

@@ -160,6 +160,19 @@ TEST(FourInputCurves, WithoutChannelsStay) {
     for (const auto& row : table->Curve) ExpectRow(row, ConstantRow(4096, 97), "Curve");
 }
 
+TEST(InputCurveResults, AreZeroBehindTheLastPlaceOfARow) {
+    const auto table = std::make_unique<InputTable33>();
+    table->LUT_Step = 15.0;
+    for (auto& curve : table->Curve) std::fill(std::begin(curve), std::end(curve), 700);
+    // Place 4095 begins at 61425, and would end at 61440.
+    for (const auto& [sample, expected] : {std::pair{61425, 700}, {61439, 47}, {61440, 0}, {61455, 0}, {65535, 0}}) {
+        std::array<unsigned short, 7> s{};
+        s.fill(static_cast<unsigned short>(sample));
+        table->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+        for (std::size_t c = 0; c < 3; ++c) EXPECT_EQ(s[c], expected) << sample;
+    }
+}
+
 TEST(OutputInterpolation, CountsWhatWouldComeAfterAFullRowAsZero) {
     const auto unit = std::make_unique<OutputTable33>();
     unit->Step = unit->Span = 16.0;

@@ -265,7 +265,7 @@ TEST(FourInputCurves, AreEvaluatedOnFourChannels) {
     for (int x = 0; x < 65535; x += 13) {
         unsigned short s[7];
         std::fill_n(s, 7, static_cast<unsigned short>(x));
-        table->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+        ASSERT_EQ(table->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]), 0);
         const int n = static_cast<int>(x / step);
         const double f = (x - n * step) / step;
         for (int c = 0; c < 4; ++c) {
