@@ -12,6 +12,7 @@ tests/mutation/guards.txt, and the suite of broken files looks at them as well.
 """
 import argparse
 import concurrent.futures
+import filecmp
 import hashlib
 import os
 import pathlib
@@ -115,12 +116,20 @@ def listed_guards(path):
     return mutants
 
 
+def copy_changed(source, target):
+    """As a new file, so that what an earlier run built from a mutant of it is built again."""
+    if not os.path.exists(target) or not filecmp.cmp(source, target, shallow=False):
+        shutil.copyfile(source, target)
+        shutil.copymode(source, target)
+
+
 class Worker:
     """One copy of the tree, built once and then a piece at a time."""
 
     def __init__(self, folder):
         self.tree = folder
-        shutil.copytree(ROOT, folder, ignore=shutil.ignore_patterns("build", ".git"), dirs_exist_ok=True)
+        shutil.copytree(ROOT, folder, ignore=shutil.ignore_patterns("build", ".git"), dirs_exist_ok=True,
+                        copy_function=copy_changed)
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
         self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder), CCACHE_NOHASHDIR="1")
         self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF",
@@ -128,6 +137,8 @@ class Worker:
                  f"-DCMAKE_EXE_LINKER_FLAGS={RUNTIME}", *launcher)
         for suite in sorted(set(sum(SUITES.values(), []))):
             self.run("ninja", "-C", "build/release", suite, timeout=3600)
+            if self.suite_fails(suite):
+                raise SystemExit(f"{folder}: {suite} fails as it is and can judge nothing")
 
     def run(self, *command, timeout=600):
         try:
@@ -135,6 +146,10 @@ class Worker:
                                   timeout=timeout).returncode
         except subprocess.TimeoutExpired:
             return -1
+
+    def suite_fails(self, suite):
+        program = f"build/release/tests/{PLACES.get(suite, '')}{suite}"
+        return self.run(program, "--gtest_fail_fast", "--gtest_brief=1", timeout=300) != 0
 
     def verdict(self, relative, number, changed):
         path = self.tree / relative
@@ -146,7 +161,7 @@ class Worker:
             for suite in SUITES[relative.parts[1]]:
                 if self.run("ninja", "-C", "build/release", "-j1", suite) != 0:
                     return "does not compile"
-                if self.run(f"build/release/tests/{PLACES.get(suite, '')}{suite}", "--gtest_fail_fast", "--gtest_brief=1", timeout=120) != 0:
+                if self.suite_fails(suite):
                     return f"killed by {suite}"
             return "SURVIVED"
         finally:
