@@ -2,20 +2,25 @@
 // Copyright (c) The Hueweave authors
 //
 // An engine works by its caller's settings and by the tags: of the 128 bytes in front of them none counts.
+// And of the tags the white point, if its block is long enough.
 #include "unit/engine/EngineFixture.h"
 
 namespace hueweave::test {
 namespace {
 
-class ProfileHeaderTest : public EngineTest {
+/// The stages by a profile's white, in linear 16-bit sRGB.
+class BoundStagesTest : public EngineTest {
 protected:
-    /// The stages of a fresh binding of these bytes to 16-bit linear sRGB by the white of the profile.
     Stages Bound(const Bytes& bytes, const std::string& name) {
         WriteFile(dir_.File(name), bytes);
         EXPECT_EQ(Bind(dir_.File(name), 3, 1, 11), 0);
         EXPECT_EQ(Status(), "11/11");
         return StagesOf(engine());
     }
+};
+
+class ProfileHeaderTest : public BoundStagesTest {
+protected:
     const Bytes plain_ = MiniProfile({{"A2B1", Mft2(SmoothLut(3))}, {"wtpt", XyzBlock(0xe000, 0x10000, 0x9000)}});
 };
 
@@ -40,6 +45,23 @@ TEST_F(ProfileHeaderTest, AnotherClassSpaceConnectionVersionIntentOrLightLeavesT
             header.Append(Bytes(plain_.begin() + 128, plain_.end()));
             EXPECT_TRUE(Bound(header.Done(), space + std::string(connection)) == expected) << space << connection;
         }
+    }
+}
+
+class WhitePointSizeTest : public BoundStagesTest {};
+
+// The declared size is rounded up to a multiple of 4 first.
+TEST_F(WhitePointSizeTest, CountsFromTwentyBytesOn) {
+    const Bytes table = Mft2(SmoothLut(3));
+    const Stages without = Bound(MiniProfile({{"A2B1", table}}), "none.icc");
+    const Bytes sound = MiniProfile({{"A2B1", table}, {"wtpt", XyzBlock(0xe000, 0x10000, 0x9000)}});
+    const Stages with = Bound(sound, "white.icc");
+    ASSERT_FALSE(with == without);
+    for (std::uint32_t declared = 0; declared <= 24; ++declared) {
+        ByteWriter bytes;
+        bytes.Append(sound).Fill(4, 0xff).PatchBig32(132 + 12 + 8, declared);
+        const Stages stages = Bound(bytes.Done(), "declared" + std::to_string(declared));
+        EXPECT_TRUE(stages == (declared > 16 ? with : without)) << declared;
     }
 }
 

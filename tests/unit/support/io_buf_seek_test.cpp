@@ -132,5 +132,37 @@ TEST(IoBufSeekEdges, AnExcessAboveThirtyTwoBitsIsCut) {
     EXPECT_TRUE(block.FencesStand());
 }
 
+// From before the start: forward the end alone is a limit, backward the start alone.
+constexpr std::int64_t k31 = std::int64_t{1} << 31, k32 = std::int64_t{1} << 32;
+constexpr Step kFromBefore[] = {
+    // forward: stays before the start
+    {-3, 1, 1, -2, 1},
+    {-3, 3, 1, 0, 3},
+    {-3, 13, 1, 10, 13},
+    {-3, 14, 1, 10, 1},
+    {-3, 5, 3, -3, 5},
+    {-3, 5, -1, -3, 5},
+    {-1, INT_MAX, 1, 10, INT_MAX - 11},
+    // nothing and backward: comes back to the start, and tells how far it was
+    {-3, 0, 1, 0, -3},
+    {-3, -1, 1, 0, -4},
+    {-3, 0, 3, 0, -3},
+    {-3, -5, 3, 0, -3},
+    {-1, INT_MIN + 1, 1, 0, INT_MIN},
+    // from the start and the end the place before does not count
+    {-3, 0, 0, 0, 0},
+    {-3, 2, 0, 2, 2},
+    {-3, -2, 0, 0, -2},
+    {-3, 0, 2, 10, 0},
+    {-3, -12, 2, 0, -2},
+    // of the distance the low 32 bits
+    {-k32 - 5, 0, 1, 0, -5},
+    {-k32, 0, 1, 0, 0},
+    {-k31 - 1, 0, 1, 0, INT_MAX},
+    {-k31, 0, 1, 0, INT_MIN},
+    {-1, INT_MIN, 1, 0, INT_MAX},
+};
+INSTANTIATE_TEST_SUITE_P(FromBefore, IoBufSeekTest, testing::ValuesIn(kFromBefore));
+
 }  // namespace
 }  // namespace hueweave::test
