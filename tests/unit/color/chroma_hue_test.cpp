@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "color/CLCH.h"
+#include "unit/color/ColorValues.h"
 #include "unit/color/NaiveLch.h"
 
 namespace hueweave::test {
@@ -16,12 +17,6 @@ namespace {
 using namespace ColorLch;
 
 CLCH Usual() { return CLCH(kUsualWhite[0], kUsualWhite[1], kUsualWhite[2]); }
-Triple LchOf(const CLCH& c) { return {c.L, c.C, c.h}; }
-Triple LabOf(const CLCH& c) { return {c.L, c.a, c.b}; }
-Triple RgbOf(const CLCH& c) { return {c.R, c.G, c.B}; }
-std::vector<double> ValuesOf(const CLCH& c) {
-    return {c.L, c.C, c.h, c.a, c.b, c.R, c.G, c.B, c.X, c.Y, c.Z, c.Xw, c.Yw, c.Zw};
-}
 
 /// What must hold once L, C and h are settled: a and b follow from them, and from those XYZ and RGB.
 void ExpectDerived(const CLCH& color, const Triple& lch, const Triple& white, int space) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "color/CLCH.h"
+#include "unit/color/ColorValues.h"
 #include "unit/color/NaiveLch.h"
 
 namespace hueweave::test {
@@ -30,13 +31,7 @@ constexpr Triple kFirst{61000, 64000, 58000}, kSecond{50000, 65535, 70000}, kThi
 
 CLCH Under(const Triple& white) { return CLCH(white[0], white[1], white[2]); }
 void SetWhite(CLCH& color, const Triple& white) { color.SetWhite(white[0], white[1], white[2]); }
-Triple LabOf(const CLCH& c) { return {c.L, c.a, c.b}; }
-Triple LchOf(const CLCH& c) { return {c.L, c.C, c.h}; }
-Triple RgbOf(const CLCH& c) { return {c.R, c.G, c.B}; }
 Triple XyzOf(const CLCH& c) { return {c.X, c.Y, c.Z}; }
-std::vector<double> ValuesOf(const CLCH& c) {
-    return {c.L, c.C, c.h, c.a, c.b, c.R, c.G, c.B, c.X, c.Y, c.Z, c.Xw, c.Yw, c.Zw};
-}
 
 TEST(ColourSettings, OfWhiteCountFromTheNextConversionOn) {
     CLCH color = Under(kFirst);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "color/CLCH.h"
+#include "unit/color/ColorValues.h"
 #include "unit/color/NaiveLch.h"
 
 namespace hueweave::test {
@@ -128,10 +129,6 @@ TEST(LabThresholds, OfTheWayBackHoldForEachAxisAlone) {
     EXPECT_EQ(color.Z, std::pow(above, 3.0));
 }
 
-/// All fourteen numbers, in the order L, C, h, a, b, R, G, B, X, Y, Z and the white.
-std::vector<double> ValuesOf(const CLCH& c) {
-    return {c.L, c.C, c.h, c.a, c.b, c.R, c.G, c.B, c.X, c.Y, c.Z, c.Xw, c.Yw, c.Zw};
-}
 /// A colour whose three forms contradict one another, so that whatever is derived shows.
 CLCH Torn() {
     CLCH color(60000.0, 61000.0, 62000.0);

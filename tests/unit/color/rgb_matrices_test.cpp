@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "color/CLCH.h"
+#include "unit/color/ColorValues.h"
 #include "unit/color/NaiveLch.h"
 
 namespace hueweave::test {
@@ -85,10 +86,6 @@ TEST(RgbMatrices, StayUnderANumberThatIsNone) {
             EXPECT_EQ(color.toRGB, kPairs[space].expectedRGB) << number;
         }
     }
-}
-
-std::vector<double> ValuesOf(const CLCH& c) {
-    return {c.L, c.C, c.h, c.a, c.b, c.R, c.G, c.B, c.X, c.Y, c.Z, c.Xw, c.Yw, c.Zw};
 }
 
 TEST(RgbMatrices, RecomputeNothingWhenTheyChange) {
