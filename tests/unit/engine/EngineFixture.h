@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/CIccEngineS.h"
@@ -31,6 +33,13 @@ inline ICC40::ICCFILE::ColorSpaceSignature Space(int value) {
     return static_cast<ICC40::ICCFILE::ColorSpaceSignature>(value);
 }
 inline ICC40::ICCFILE::Intent IntentOf(int value) { return static_cast<ICC40::ICCFILE::Intent>(value); }
+
+inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
+inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// The tables of a profile, and for each its own first input entry, which tells what was built from it.
+inline constexpr std::string_view kTableNames[] = {"A2B0", "A2B1", "A2B2"};
+constexpr unsigned TableMark(int table) { return 0x2123U + 0x3000U * static_cast<unsigned>(table); }
 
 /// The packed entry of a 16-bit input value: cell index in the high half, 12 bits of fraction in the low one.
 constexpr std::uint32_t Packed(unsigned value) { return value / 4096 * 65536 + value % 4096; }

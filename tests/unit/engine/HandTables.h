@@ -10,6 +10,8 @@ namespace hueweave::test {
 
 using Samples = std::vector<std::uint16_t>;
 
+inline unsigned char* const kNoBytes = nullptr;
+
 /// Samples of any values, the same on every machine; the extremes come first.
 inline Samples SomeSamples(std::size_t count, unsigned top) {
     Samples samples;

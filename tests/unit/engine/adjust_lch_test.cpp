@@ -7,9 +7,6 @@
 namespace hueweave::test {
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
 class AdjustLchTest : public EngineTest {
 protected:
     /// A bound engine whose tables are a pattern, so that a rebuild shows.

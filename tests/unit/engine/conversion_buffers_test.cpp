@@ -8,7 +8,6 @@ namespace hueweave::test {
 namespace {
 
 constexpr int kMinimum = std::numeric_limits<int>::min();
-unsigned char* const kNoBytes = nullptr;
 unsigned short* const kNoWords = nullptr;
 
 TEST(ConversionBuffersTest, CountsBelowOneTouchNothing) {

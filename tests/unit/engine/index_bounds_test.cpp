@@ -14,13 +14,14 @@
 namespace hueweave::test {
 namespace {
 
-using namespace ICC40::ICC_ENG_S4;
+using ICC40::ICC_ENG_S4::Kernel;
+using ICC40::ICC_ENG_S4::Kernels;
 
 /// Corners of a cell by number: 4 one step on the first axis, 2 on the second, 1 on the third.
 using Corners = std::array<int, 8>;
 
 /// The four corners that each tetrahedron's path passes, in the order of their numbers.
-constexpr int kPaths[6][4] = {{0, 4, 6, 7}, {0, 4, 5, 7}, {0, 1, 5, 7}, {0, 2, 6, 7}, {0, 2, 3, 7}, {0, 1, 3, 7}};
+constexpr int kCornerPaths[6][4] = {{0, 4, 6, 7}, {0, 4, 5, 7}, {0, 1, 5, 7}, {0, 2, 6, 7}, {0, 2, 3, 7}, {0, 1, 3, 7}};
 
 /// A channel of a record: the first corner, and what each step of the path changes, under the axis that it follows.
 void Fill(std::int32_t (&coefficients)[4], const Corners& corners, const int (&path)[4]) {
@@ -72,7 +73,7 @@ TEST_P(IndexBounds, LieBetweenTheCornersOfTheCell) {
                 for (unsigned channel = 0; channel < 3; ++channel) {
                     Corners corners{};
                     for (unsigned c = 0; c < 8; ++c) corners[c] = (pattern + channel) >> c & 1U ? high : low;
-                    Fill(records[tetrahedron][channel], corners, kPaths[tetrahedron]);
+                    Fill(records[tetrahedron][channel], corners, kCornerPaths[tetrahedron]);
                 }
             }
             const std::uint32_t* const in = input.data();

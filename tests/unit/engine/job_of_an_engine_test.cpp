@@ -2,7 +2,6 @@
 // Copyright (c) The Hueweave authors
 //
 // The parts of the job that no conversion needs: which call clears them, and which leaves them as they are.
-#include <limits>
 
 #include "unit/engine/EngineFixture.h"
 
@@ -200,8 +199,6 @@ TEST_F(EngineJobTest, NoCallPrintsAnything) {
 }
 
 TEST_F(EngineJobTest, OffsetsThatAreNotFiniteCountAsZeroInEveryCall) {
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
     ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
     const CLut16Type& table = Table(TagName("A2B0"));
     const Grid plain = ExpectedGrid(table, 0, 0, 0, 10);

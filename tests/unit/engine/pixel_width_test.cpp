@@ -7,8 +7,6 @@
 namespace hueweave::test {
 namespace {
 
-unsigned char* const kNoBytes = nullptr;
-
 /// True: 16-bit pixels.
 class PixelWidthTest : public testing::TestWithParam<bool> {
 protected:

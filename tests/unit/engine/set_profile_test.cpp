@@ -242,8 +242,7 @@ TEST_F(SetProfileTest, TheAdjustmentTakesNoPartInTheTestForAChange) {
 }
 
 TEST_F(SetProfileTest, AdjustmentsThatAreNotFiniteCountAsZero) {
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10, std::numeric_limits<double>::quiet_NaN(), kInfinity, -kInfinity), 0);
+    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10, kNaN, kInfinity, -kInfinity), 0);
     EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(Table(TagName("A2B0")), 0, 0, 0, 10));
 }
 

@@ -107,9 +107,6 @@ TEST_F(SingleStageTest, AllStagesAreBuiltInEitherWidth) {
     }
 }
 
-constexpr std::string_view kNames[] = {"A2B0", "A2B1", "A2B2"};
-constexpr unsigned Mark(int tag) { return 0x2123U + 0x3000U * static_cast<unsigned>(tag); }
-
 /// Each subset of the three tables (bit n for "A2Bn") with each intent, given to the operations that build all stages.
 class AllStagesTest : public EngineTest, public testing::WithParamInterface<std::tuple<int, int>> {
 protected:
@@ -126,7 +123,7 @@ TEST_P(AllStagesTest, ComeFromTheSelectedTable) {
     const auto [present, intent] = GetParam();
     MiniTags tags;
     for (int tag = 2; tag >= 0; --tag) {
-        if ((present >> tag & 1) != 0) tags.emplace_back(kNames[tag], Mft2(MarkedLut(Mark(tag))));
+        if ((present >> tag & 1) != 0) tags.emplace_back(kTableNames[tag], Mft2(MarkedLut(TableMark(tag))));
     }
     Bind(Put("subset.icc", tags), 0, 0, 11);
     const int tag = Expected();
@@ -148,7 +145,7 @@ TEST_P(AllStagesTest, ComeFromTheSelectedTable) {
         }
         const Tables input = InputOf(engine());
         for (unsigned c = 0; c < 3; ++c) {
-            EXPECT_TRUE(input[c] == std::vector<std::uint32_t>(256, Packed(Mark(tag) + c))) << "channel " << c;
+            EXPECT_TRUE(input[c] == std::vector<std::uint32_t>(256, Packed(TableMark(tag) + c))) << "channel " << c;
         }
         const auto& table = dynamic_cast<const CLut16Type&>(*engine().GetMft2());
         EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(table, 1.0, 2.0, 3.0, 11));

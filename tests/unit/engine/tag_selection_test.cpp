@@ -7,9 +7,7 @@
 namespace hueweave::test {
 namespace {
 
-constexpr std::string_view kNames[] = {"A2B0", "A2B1", "A2B2"};
 constexpr ICC40::ICCFILE::icTagSignature kSignatures[] = {TagName("A2B0"), TagName("A2B1"), TagName("A2B2")};
-constexpr unsigned Mark(int tag) { return 0x2123U + 0x3000U * static_cast<unsigned>(tag); }
 
 /// Each subset of the three tags (bit n for "A2Bn") with each intent.
 class TagSelectionTest : public EngineTest, public testing::WithParamInterface<std::tuple<int, int>> {
@@ -36,7 +34,7 @@ protected:
         MiniTags tags;
         for (int tag = 2; tag >= 0; --tag) {
             if ((present() >> tag & 1) != 0) {
-                tags.emplace_back(kNames[tag], Mft2(MarkedLut(Mark(tag))));
+                tags.emplace_back(kTableNames[tag], Mft2(MarkedLut(TableMark(tag))));
             }
         }
         return Put("subset.icc", tags);
@@ -44,7 +42,7 @@ protected:
     void ExpectInputMark(int tag) {
         const Tables input = InputOf(engine());
         for (unsigned c = 0; c < 3; ++c) {
-            EXPECT_TRUE(input[c] == std::vector<std::uint32_t>(256, Packed(Mark(tag) + c))) << "channel " << c;
+            EXPECT_TRUE(input[c] == std::vector<std::uint32_t>(256, Packed(TableMark(tag) + c))) << "channel " << c;
         }
     }
 };
@@ -95,7 +93,8 @@ TEST_P(TagSelectionTest, AdjustmentsWorkOnTheSelectedTag) {
     const Tables output = OutputOf(engine());
     for (unsigned c = 0; c < 3; ++c) {
         for (const unsigned point : {1U, 2U, 100U, 254U}) {
-            EXPECT_EQ(output[c][257 * point], 100 * point + Mark(tag) + 3 + c) << "channel " << c << " at " << point;
+            EXPECT_EQ(output[c][257 * point], 100 * point + TableMark(tag) + 3 + c)
+                << "channel " << c << " at " << point;
         }
     }
 }
