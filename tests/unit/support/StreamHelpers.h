@@ -18,6 +18,9 @@ namespace hueweave::test {
 
 using ByteList = std::vector<unsigned char>;
 
+/// What a buffer holds before it is read into.
+inline constexpr unsigned char kUntouched = 0xcc;
+
 inline std::uint64_t Address(const void* place) { return reinterpret_cast<std::uintptr_t>(place); }
 
 /// `count` bytes that differ from their neighbours, starting with `first`.

@@ -11,7 +11,6 @@ namespace {
 constexpr unsigned long kLength = 10;
 constexpr unsigned kFirst = 0x40;    // the block holds 0x40, 0x41, ...
 constexpr unsigned kWritten = 0x90;  // and is overwritten with 0x90, 0x91, ...
-constexpr unsigned char kUntouched = 0xcc;
 
 class IoBufTest : public testing::Test {
 protected:

@@ -13,8 +13,6 @@
 namespace hueweave::test {
 namespace {
 
-constexpr unsigned char kUntouched = 0xcc;
-
 class IoFileTest : public testing::Test {
 protected:
     /// A file of this content in the test's own folder; its path.
