@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
@@ -28,6 +29,9 @@ using Orvix_Tiff_STL2::ResolutionTag;
 using Orvix_Tiff_STL2::Tiff;
 using Orvix_Tiff_STL2::TiffTag;
 using Orvix_Tiff_STL2::TiffTagSignature;
+
+/// Printed by a save of a list without tags.
+inline const std::string kEmptyList = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
 
 constexpr TiffTagSignature Sig(unsigned tag) { return static_cast<TiffTagSignature>(tag); }
 constexpr FieldType Type(int code) { return static_cast<FieldType>(code); }
@@ -56,6 +60,17 @@ inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write) {
     return bytes;
 }
 
+/// A tag with the given data.
+inline std::unique_ptr<TiffTag> Made(unsigned tag, int type, std::uint32_t count, std::uint32_t value,
+                                     const Bytes& data) {
+    auto made = std::make_unique<TiffTag>(Sig(tag), Type(type), count, value, nullptr);
+    std::copy(data.begin(), data.end(), made->Allocate(data.size()));
+    return made;
+}
+
+inline Bytes SavedTag(const TiffTag& tag) {
+    return WrittenBy([&](std::FILE* f) { tag.SaveFile(f); });
+}
 inline Bytes Saved(Tiff& tiff) {
     return WrittenBy([&](std::FILE* f) { EXPECT_EQ(tiff.SaveTiff(f), 0); });
 }

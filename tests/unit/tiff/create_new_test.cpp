@@ -6,7 +6,6 @@ namespace hueweave::test {
 namespace {
 
 const std::string kNoRawFile = "*** CTiff::CreateNew() --> Create File Fail *** \n";
-const std::string kEmptyList = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
 
 struct NewRow {
     int width;

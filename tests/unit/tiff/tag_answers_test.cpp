@@ -9,10 +9,6 @@
 namespace hueweave::test {
 namespace {
 
-Bytes SavedTag(const TiffTag& tag) {
-    return WrittenBy([&](std::FILE* f) { tag.SaveFile(f); });
-}
-
 TEST(TagSizes, FollowATypeThatChanges) {
     const FileHandle stream = StreamOf(CountingBytes(40));
     TiffTag tag(Word(3, 1000), 6, 20, stream.get());

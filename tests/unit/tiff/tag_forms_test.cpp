@@ -9,10 +9,6 @@
 namespace hueweave::test {
 namespace {
 
-Bytes SavedTag(const TiffTag& tag) {
-    return WrittenBy([&](std::FILE* f) { tag.SaveFile(f); });
-}
-
 TEST(TagForms, HaveThirtyTwoBitTypesAndSignatures) {
     static_assert(sizeof(FieldType) == 4 && std::is_signed_v<std::underlying_type_t<FieldType>>);
     static_assert(sizeof(TiffTagSignature) == 4 && std::is_unsigned_v<std::underlying_type_t<TiffTagSignature>>);
@@ -74,12 +70,12 @@ TEST(ResolutionForms, OfSeveralRationalsAnswerTheFirst) {
     EXPECT_EQ(SavedTag(tag), two);
 }
 
-struct DepthRow {
+struct DepthFormRow {
     unsigned type;
     unsigned count;
     unsigned answer;
 };
-class DepthForms : public testing::TestWithParam<DepthRow> {};
+class DepthForms : public testing::TestWithParam<DepthFormRow> {};
 
 TEST_P(DepthForms, FromAFileAnswerTheFirstSixteenBits) {
     const FileHandle stream = StreamOf(CountingBytes(64));
@@ -89,17 +85,17 @@ TEST_P(DepthForms, FromAFileAnswerTheFirstSixteenBits) {
 
 constexpr unsigned kFirst = 22 * 256 + 21;  // what stands at 20
 INSTANTIATE_TEST_SUITE_P(Some, DepthForms,
-                         testing::Values(DepthRow{3, 0, 0},       // nothing at all
-                                         DepthRow{1, 0, 0},       //
-                                         DepthRow{1, 4, 0},       // in the entry
-                                         DepthRow{1, 5, kFirst},  // two samples, in fact
-                                         DepthRow{3, 2, 0},       //
-                                         DepthRow{3, 3, kFirst},  //
-                                         DepthRow{4, 1, 20},      // the entry itself
-                                         DepthRow{4, 2, kFirst},  //
-                                         DepthRow{5, 1, 20},      // whatever lies there
-                                         DepthRow{5, 2, kFirst},  //
-                                         DepthRow{14, 3, 0}),
+                         testing::Values(DepthFormRow{3, 0, 0},       // nothing at all
+                                         DepthFormRow{1, 0, 0},       //
+                                         DepthFormRow{1, 4, 0},       // in the entry
+                                         DepthFormRow{1, 5, kFirst},  // two samples, in fact
+                                         DepthFormRow{3, 2, 0},       //
+                                         DepthFormRow{3, 3, kFirst},  //
+                                         DepthFormRow{4, 1, 20},      // the entry itself
+                                         DepthFormRow{4, 2, kFirst},  //
+                                         DepthFormRow{5, 1, 20},      // whatever lies there
+                                         DepthFormRow{5, 2, kFirst},  //
+                                         DepthFormRow{14, 3, 0}),
                          [](const auto& row) {
                              return "Type" + std::to_string(row.param.type) + "Times" + std::to_string(row.param.count);
                          });

@@ -5,10 +5,6 @@
 namespace hueweave::test {
 namespace {
 
-Bytes SavedTag(const TiffTag& tag) {
-    return WrittenBy([&](std::FILE* f) { tag.SaveFile(f); });
-}
-
 TEST(BitsPerSampleTagTest, ThreeFromAFileAnswerTheFirst) {
     const FileHandle stream = StreamOf(ByteWriter().Little16(8).Little16(16).Little16(16).Done());
     EXPECT_EQ(BitsPerSampleTag(Word(3, 258), 3, 0, stream.get()).GetValue(), 8U);

@@ -9,12 +9,6 @@ namespace {
 
 constexpr unsigned kWidths[] = {1, 1, 1, 2, 4, 8, 1, 1, 2, 4, 4, 8, 8, 4};  // bytes an item of types 0 to 13
 
-std::unique_ptr<TiffTag> Made(unsigned tag, int type, std::uint32_t count, std::uint32_t value, const Bytes& data) {
-    auto made = std::make_unique<TiffTag>(Sig(tag), Type(type), count, value, nullptr);
-    std::copy(data.begin(), data.end(), made->Allocate(data.size()));
-    return made;
-}
-
 class CursorTest : public testing::TestWithParam<int> {
 protected:
     /// The place that a text behind a tag of this type and count is given, and the value of the tag itself.
