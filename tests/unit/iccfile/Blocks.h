@@ -24,8 +24,22 @@
 namespace hueweave::test::icc {
 
 using ICC40::ICC4_HEADER::Signature;
+using ICC40::ICCFILE::CChad;
+using ICC40::ICCFILE::CCurveType;
+using ICC40::ICCFILE::CDataType;
+using ICC40::ICCFILE::CLut;
+using ICC40::ICCFILE::CLut16Type;
+using ICC40::ICCFILE::CLut8Type;
+using ICC40::ICCFILE::CTextDescriptionType;
+using ICC40::ICCFILE::CTextType;
+using ICC40::ICCFILE::CXYZType;
+using ICC40::ICCFILE::IccFile4;
+using ICC40::ICCFILE::iccTagBase;
 using ICC40::ICCFILE::icTagSignature;
+using ICC40::ICCFILE::IsA2B;
+using ICC40::ICCFILE::ProfileHeader;
 using Entries = std::vector<unsigned>;  ///< 16-bit values
+using Strings = std::vector<std::string>;
 
 inline std::uint32_t Word(std::string_view four) {
     const char name[5] = {four.at(0), four.at(1), four.at(2), four.at(3), '\0'};
@@ -50,7 +64,7 @@ template <typename Tag>
 unsigned Load(Tag& tag, std::string_view name, Bytes block) {
     return tag.Initial(Name(name), block.data(), static_cast<int>(block.size()));
 }
-inline Bytes DataOf(const ICC40::ICCFILE::iccTagBase& tag) {
+inline Bytes DataOf(const iccTagBase& tag) {
     return tag.tagSize == 0 ? Bytes() : Bytes(tag.tagData.get(), tag.tagData.get() + tag.tagSize);
 }
 template <typename Value>
@@ -59,6 +73,20 @@ std::vector<unsigned> ValuesOf(const Value& array, std::size_t from, std::size_t
     for (std::size_t i = 0; i < count; ++i) values.push_back(array[from + i]);
     return values;
 }
+
+/// The three tables of a LUT tag, of one or two bytes an entry.
+template <typename Lut>
+bool HasNone(const Lut& lut) {
+    return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
+}
+template <typename Lut>
+bool HasAll(const Lut& lut) {
+    return lut.inputTable != nullptr && lut.clutTable != nullptr && lut.outputTable != nullptr;
+}
+
+/// The base class and all that derive from it.
+using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
+                               CLut16Type, CLut8Type, CLut>;
 
 /// A block of any type whose bytes behind the type are all different from their neighbours.
 inline Bytes Block(std::string_view type, std::size_t size, unsigned seed = 1) {
@@ -205,7 +233,7 @@ protected:
 
     const TempDir dir;
     const std::string path = dir.File("profile.icc");
-    ICC40::ICCFILE::IccFile4 file;
+    IccFile4 file;
 };
 
 }  // namespace hueweave::test::icc

@@ -2,29 +2,21 @@
 // Copyright (c) The Hueweave authors
 //
 // Which class a tag gets: its name counts first, the type only where the name leaves it open.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <typeinfo>
 
-#include "iccfile/IccFile4.h"
-#include "iccfile/LutTags.h"
-#include "iccfile/SimpleTags.h"
-#include "support/ByteWriter.h"
+#include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace ICC40::ICCFILE;
-using hueweave::test::Bytes;
-using hueweave::test::ByteWriter;
-
-struct Row {
+struct Choice {
     const char* name;
     const char* type;
     const std::type_info& expected;
 };
 
-const Row kRows[] = {
+const Choice kChoices[] = {
     {"chad", "sf32", typeid(CChad)},
     {"chad", "text", typeid(CChad)},
     {"A2B0", "mAB ", typeid(CLut)},
@@ -65,7 +57,7 @@ const Row kRows[] = {
     {"abcd", "desc", typeid(CDataType)},
 };
 
-class TagClassTest : public testing::TestWithParam<Row> {};
+class TagClassTest : public testing::TestWithParam<Choice> {};
 
 TEST_P(TagClassTest, IsChosenByNameAndType) {
     Bytes block = ByteWriter().Text(GetParam().type).Fill(60).Done();
@@ -81,7 +73,7 @@ TEST_P(TagClassTest, IsChosenByNameAndType) {
     EXPECT_TRUE(std::equal(block.begin(), block.end(), made.tagData.get()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, TagClassTest, testing::ValuesIn(kRows), [](const auto& row) {
+INSTANTIATE_TEST_SUITE_P(Every, TagClassTest, testing::ValuesIn(kChoices), [](const auto& row) {
     std::string name;
     for (const char* text : {row.param.name, "_", row.param.type}) {
         for (; *text != '\0'; ++text) {
@@ -93,3 +85,4 @@ INSTANTIATE_TEST_SUITE_P(Every, TagClassTest, testing::ValuesIn(kRows), [](const
 });
 
 }  // namespace
+}  // namespace hueweave::test::icc

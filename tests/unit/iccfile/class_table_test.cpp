@@ -4,11 +4,8 @@
 // The class of a tag, for every name with every type, through the container and by itself.
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using namespace ICC40::ICCFILE;
 
 enum class Kind { Chad, Lut, Lut16, Lut8, Xyz, Curve, Description, Text, Data };
 
@@ -43,11 +40,11 @@ const Column kTypes[] = {
 };
 
 enum class Rule { Chad, A2B, B2A, Xyz, Curve, Description, Text, Unknown };
-struct Row {
+struct NamedRule {
     const char* name;
     Rule rule;
 };
-const Row kNames[] = {
+const NamedRule kNames[] = {
     {"chad", Rule::Chad},    {"A2B0", Rule::A2B},     {"A2B1", Rule::A2B},     {"A2B2", Rule::A2B},
     {"B2A0", Rule::B2A},     {"B2A1", Rule::B2A},     {"B2A2", Rule::B2A},     {"rXYZ", Rule::Xyz},
     {"gXYZ", Rule::Xyz},     {"bXYZ", Rule::Xyz},     {"wtpt", Rule::Xyz},     {"bkpt", Rule::Xyz},
@@ -82,7 +79,7 @@ Kind Expected(Rule rule, const Column& column) {
     return column.unknown;
 }
 
-class ClassTable : public ProfileOnDisk, public testing::WithParamInterface<Row> {};
+class ClassTable : public ProfileOnDisk, public testing::WithParamInterface<NamedRule> {};
 
 TEST_P(ClassTable, GivesTheClassThatNameAndTypeAskFor) {
     for (const Column& column : kTypes) {
@@ -129,3 +126,4 @@ TEST(ClassOfATag, ReadsAParametricCurveAsAList) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

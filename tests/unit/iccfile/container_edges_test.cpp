@@ -2,76 +2,24 @@
 // Copyright (c) The Hueweave authors
 //
 // The profile container at its edges.
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <cstring>
 
-#include "iccfile/IccFile4.h"
-#include "iccfile/LutTags.h"
-#include "support/ByteWriter.h"
-#include "support/TempDir.h"
+#include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace ICC40::ICCFILE;
-using hueweave::test::Bytes;
-using hueweave::test::ByteWriter;
-using hueweave::test::TempDir;
-using ICC40::ICC4_HEADER::TagName;
-
-struct Entry {
-    const char* name;
-    Bytes block;
-    int declared = -1;  // bytes, -1 for the block's own
-};
-
-Bytes Header() {
-    ByteWriter header;
-    for (unsigned i = 0; i < 128; ++i) header.U8(i + 1);
-    return header.Done();
-}
-
-/// Header, count, table, and the blocks back to back, each padded to four bytes.
-Bytes Profile(const std::vector<Entry>& entries) {
-    ByteWriter file, data;
-    file.Append(Header()).Big32(static_cast<std::uint32_t>(entries.size()));
-    const std::size_t start = 132 + 12 * entries.size();
-    for (const Entry& entry : entries) {
-        const auto declared = entry.declared < 0 ? entry.block.size() : static_cast<std::size_t>(entry.declared);
-        file.Text(entry.name)
-            .Big32(static_cast<std::uint32_t>(start + data.Size()))
-            .Big32(static_cast<std::uint32_t>(declared));
-        data.Append(entry.block).Align(4);
-    }
-    return file.Append(data.Done()).Done();
-}
-
-Bytes Block(const char* type, unsigned bytes) {
-    ByteWriter block;
-    block.Text(type);
-    for (unsigned i = 4; i < bytes; ++i) block.U8(i * 7 + 1);
-    return block.Done();
-}
-
-class ProfileContainerEdges : public testing::Test {
-protected:
-    int Read(const Bytes& bytes) {
-        hueweave::test::WriteFile(path, bytes);
-        return file.ReadFile(path.c_str());
-    }
-    const TempDir dir;
-    const std::string path = dir.File("profile.icc");
-    IccFile4 file;
-};
+class ProfileContainerEdges : public ProfileOnDisk {};
 
 TEST_F(ProfileContainerEdges, ACountOfZeroIsAnEmptyList) {
-    EXPECT_EQ(Read(Profile({})), 0);
+    EXPECT_EQ(Read(ProfileOf({})), 0);
     EXPECT_TRUE(file.tagList.empty());
-    EXPECT_EQ(file.GetTag(TagName("A2B0")), nullptr);
+    EXPECT_EQ(file.GetTag(Name("A2B0")), nullptr);
 }
 
 TEST_F(ProfileContainerEdges, ADeclaredSizeIsRoundedUpToFour) {
-    Read(Profile({{"abcd", Block("data", 12), 10}}));
+    Read(ProfileOf({{"abcd", Block("data", 12), {}, 10}}));
     ASSERT_EQ(file.tagList.size(), 1U);
     EXPECT_EQ(file.tagList[0]->tagSize, 12U);
     EXPECT_EQ(std::memcmp(file.tagList[0]->tagData.get(), Block("data", 12).data(), 12), 0);
@@ -84,16 +32,16 @@ TEST_F(ProfileContainerEdges, ADeclaredSizeIsRoundedUpToFour) {
 }
 
 TEST_F(ProfileContainerEdges, AWrongMagicAndAnyVersionReadAlike) {
-    Bytes bytes = Profile({{"wtpt", Block("XYZ ", 20)}});
+    Bytes bytes = ProfileOf({{"wtpt", Block("XYZ ", 20)}});
     std::memcpy(&bytes[36], "nope", 4);
     bytes[8] = 0x99;
     EXPECT_EQ(Read(bytes), 0);
-    EXPECT_NE(file.GetTag(TagName("wtpt")), nullptr);
+    EXPECT_NE(file.GetTag(Name("wtpt")), nullptr);
     EXPECT_EQ(file.header.magic, 0x6e6f7065U);
 }
 
 TEST_F(ProfileContainerEdges, HeaderFieldsComeInHostOrder) {
-    Read(Profile({}));
+    Read(ProfileOf({}));
     const auto word = [](unsigned at) { return (at + 1) << 24 | (at + 2) << 16 | (at + 3) << 8 | (at + 4); };
     EXPECT_EQ(file.header.profileSize, word(0));
     EXPECT_EQ(file.header.cmmType, word(4));
@@ -116,7 +64,7 @@ TEST_F(ProfileContainerEdges, HeaderFieldsComeInHostOrder) {
 }
 
 TEST_F(ProfileContainerEdges, SavingRecomputesTheSizeAndLosesTwoFields) {
-    const Bytes source = Profile({{"wtpt", Block("XYZ ", 20)}, {"abcd", Block("data", 32)}});
+    const Bytes source = ProfileOf({{"wtpt", Block("XYZ ", 20)}, {"abcd", Block("data", 32)}});
     Read(source);
     file.SaveFile(path.c_str());
     const Bytes saved = hueweave::test::ReadFile(path);
@@ -129,27 +77,27 @@ TEST_F(ProfileContainerEdges, SavingRecomputesTheSizeAndLosesTwoFields) {
 }
 
 TEST_F(ProfileContainerEdges, TheFirstOfTwoTagsOfOneNameWins) {
-    Read(Profile({{"A2B0", Block("abcd", 16)}, {"A2B0", Block("efgh", 20)}}));
+    Read(ProfileOf({{"A2B0", Block("abcd", 16)}, {"A2B0", Block("efgh", 20)}}));
     ASSERT_EQ(file.tagList.size(), 2U);
-    EXPECT_EQ(file.GetTag(TagName("A2B0")), file.tagList[0].get());
-    EXPECT_EQ(file.GetTag(TagName("A2B0"))->tagSize, 16U);
+    EXPECT_EQ(file.GetTag(Name("A2B0")), file.tagList[0].get());
+    EXPECT_EQ(file.GetTag(Name("A2B0"))->tagSize, 16U);
 }
 
 TEST_F(ProfileContainerEdges, ASecondReadAppendsAndAResetEmpties) {
     file.Reset();
-    Read(Profile({{"wtpt", Block("XYZ ", 20)}}));
-    Read(Profile({{"wtpt", Block("XYZ ", 24)}, {"bkpt", Block("XYZ ", 20)}}));
+    Read(ProfileOf({{"wtpt", Block("XYZ ", 20)}}));
+    Read(ProfileOf({{"wtpt", Block("XYZ ", 24)}, {"bkpt", Block("XYZ ", 20)}}));
     ASSERT_EQ(file.tagList.size(), 3U);
-    EXPECT_EQ(file.GetTag(TagName("wtpt"))->tagSize, 20U);
+    EXPECT_EQ(file.GetTag(Name("wtpt"))->tagSize, 20U);
     file.Reset();
     EXPECT_TRUE(file.tagList.empty());
-    Read(Profile({{"bkpt", Block("XYZ ", 20)}}));
-    EXPECT_EQ(file.GetTag(TagName("wtpt")), nullptr);
-    EXPECT_NE(file.GetTag(TagName("bkpt")), nullptr);
+    Read(ProfileOf({{"bkpt", Block("XYZ ", 20)}}));
+    EXPECT_EQ(file.GetTag(Name("wtpt")), nullptr);
+    EXPECT_NE(file.GetTag(Name("bkpt")), nullptr);
 }
 
 TEST_F(ProfileContainerEdges, APathThatCannotBeOpenedChangesNothing) {
-    Read(Profile({{"wtpt", Block("XYZ ", 20)}}));
+    Read(ProfileOf({{"wtpt", Block("XYZ ", 20)}}));
     EXPECT_EQ(file.ReadFile(dir.File("missing").c_str()), -2);
     EXPECT_EQ(file.ReadFile(static_cast<const char*>(nullptr)), -2);
     EXPECT_EQ(file.tagList.size(), 1U);
@@ -157,15 +105,15 @@ TEST_F(ProfileContainerEdges, APathThatCannotBeOpenedChangesNothing) {
 }
 
 TEST_F(ProfileContainerEdges, AnEntryThatTheFileCannotHoldIsLeftOut) {
-    Bytes bytes = Profile({{"wtpt", Block("XYZ ", 20)}, {"bkpt", Block("XYZ ", 20)}});
+    Bytes bytes = ProfileOf({{"wtpt", Block("XYZ ", 20)}, {"bkpt", Block("XYZ ", 20)}});
     bytes.pop_back();
     Read(bytes);
-    EXPECT_NE(file.GetTag(TagName("wtpt")), nullptr);
-    EXPECT_EQ(file.GetTag(TagName("bkpt")), nullptr);
+    EXPECT_NE(file.GetTag(Name("wtpt")), nullptr);
+    EXPECT_EQ(file.GetTag(Name("bkpt")), nullptr);
 }
 
 TEST_F(ProfileContainerEdges, RoundingMayReachPastTheEndOfTheFile) {
-    Bytes bytes = Profile({{"abcd", Block("data", 12), 9}});
+    Bytes bytes = ProfileOf({{"abcd", Block("data", 12), {}, 9}});
     bytes.erase(bytes.end() - 3, bytes.end());
     Read(bytes);
     ASSERT_EQ(file.tagList.size(), 1U);
@@ -174,17 +122,17 @@ TEST_F(ProfileContainerEdges, RoundingMayReachPastTheEndOfTheFile) {
 }
 
 TEST_F(ProfileContainerEdges, ACountBeyondTheFileIsCut) {
-    Bytes bytes = Profile({{"wtpt", Block("XYZ ", 20)}});
+    Bytes bytes = ProfileOf({{"wtpt", Block("XYZ ", 20)}});
     const Bytes most = ByteWriter().Big32(0xffffffffU).Done();
     std::copy(most.begin(), most.end(), bytes.begin() + 128);
     EXPECT_EQ(Read(bytes), 0);
-    EXPECT_NE(file.GetTag(TagName("wtpt")), nullptr);
+    EXPECT_NE(file.GetTag(Name("wtpt")), nullptr);
 }
 
 TEST_F(ProfileContainerEdges, SharedBlocksAreCopiedAsFarAsTheFileSizeAllows) {
     ByteWriter bytes;
     constexpr unsigned kEntries = 400;
-    bytes.Append(Header()).Big32(kEntries);
+    bytes.Append(NumberedHeader()).Big32(kEntries);
     for (unsigned i = 0; i < kEntries; ++i) bytes.Text("abcd").Big32(132 + 12 * kEntries).Big32(40000);
     bytes.Append(Block("data", 40000));
     Read(bytes.Done());
@@ -194,23 +142,24 @@ TEST_F(ProfileContainerEdges, SharedBlocksAreCopiedAsFarAsTheFileSizeAllows) {
 
 TEST_F(ProfileContainerEdges, ASoundProfileCutAnywhereReadsWithoutComplaint) {
     const Bytes whole =
-        Profile({{"desc", Block("desc", 40)}, {"wtpt", Block("XYZ ", 20)}, {"abcd", Block("data", 12)}});
+        ProfileOf({{"desc", Block("desc", 40)}, {"wtpt", Block("XYZ ", 20)}, {"abcd", Block("data", 12)}});
     for (std::size_t size = 0; size < whole.size(); ++size) {
         file.Reset();
         EXPECT_EQ(Read(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size))), 0);
         EXPECT_LE(file.tagList.size(), 3U);
-        EXPECT_EQ(file.GetTag(TagName("abcd")), nullptr);
+        EXPECT_EQ(file.GetTag(Name("abcd")), nullptr);
     }
 }
 
 TEST_F(ProfileContainerEdges, ATagWithoutBytesIsKeptWithTypeZero) {
-    Read(Profile({{"abcd", {}}, {"desc", {}}, {"A2B0", {}}, {"rTRC", {}}, {"chad", {}}, {"wtpt", {}}}));
+    Read(ProfileOf({{"abcd", {}}, {"desc", {}}, {"A2B0", {}}, {"rTRC", {}}, {"chad", {}}, {"wtpt", {}}}));
     ASSERT_EQ(file.tagList.size(), 6U);
     for (const auto& tag : file.tagList) {
         EXPECT_EQ(tag->tagSize, 0U);
         EXPECT_EQ(static_cast<std::uint32_t>(tag->sig), 0U);
     }
-    EXPECT_FALSE(dynamic_cast<CLut8Type*>(file.GetTag(TagName("A2B0"))) == nullptr);
+    EXPECT_FALSE(dynamic_cast<CLut8Type*>(file.GetTag(Name("A2B0"))) == nullptr);
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

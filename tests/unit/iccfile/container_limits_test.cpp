@@ -7,14 +7,8 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CLut;
-using ICC40::ICCFILE::CLut16Type;
-
-using Strings = std::vector<std::string>;
 
 class ProfileLimits : public ProfileOnDisk {};
 
@@ -211,3 +205,4 @@ TEST_F(ProfileLimits, ReadsAProfileWithAnyByteChanged) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -6,13 +6,8 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::IccFile4;
-
-using Strings = std::vector<std::string>;
 
 class ProfileReading : public ProfileOnDisk {};
 
@@ -247,3 +242,4 @@ TEST_F(ProfileReading, FillsWhatABlockIsRoundedUpByBehindTheEndOfTheFileWithZero
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -6,12 +6,8 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CDataType;
-using ICC40::ICCFILE::IccFile4;
 
 class ProfileSaving : public ProfileOnDisk {};
 
@@ -261,3 +257,4 @@ TEST_F(ProfileSaving, WritesTheBlocksAlone) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -9,13 +9,8 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CDataType;
-using ICC40::ICCFILE::IccFile4;
-using ICC40::ICCFILE::ProfileHeader;
 
 class ProfileStorage : public ProfileOnDisk {
 protected:
@@ -215,3 +210,4 @@ TEST(ShortBlocks, HaveNoTypeThatCounts) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

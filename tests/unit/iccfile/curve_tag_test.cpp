@@ -6,11 +6,10 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using namespace ICC40::ICCFILE;
+using ICC40::ICCFILE::TagReader;
 
 TEST(CurveTag, HoldsItsEntriesInHostOrder) {
     CCurveType curve;
@@ -180,3 +179,4 @@ TEST(BlockReader, TakesNullAndNoBytesForAnEmptyBlock) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -6,11 +6,8 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::ProfileHeader;
 
 struct Field {
     const char* name;
@@ -172,3 +169,4 @@ TEST_F(ProfileHeaderRecord, TakesAWordOfWhichHalfIsThere) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

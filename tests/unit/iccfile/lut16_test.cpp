@@ -4,15 +4,8 @@
 // Tables of 16-bit entries: where each part of the block goes, and which tables can be worked with.
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CLut16Type;
-
-bool HasNone(const CLut16Type& lut) {
-    return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
-}
 
 TEST(Lut16, TakesEveryFieldFromItsPlace) {
     CLut16Type lut;
@@ -58,12 +51,12 @@ TEST(Lut16, CarriesTablesOfTwoEntriesAsTheyAre) {
     EXPECT_EQ(ValuesOf(lut.outputTable, 0, 6), NthFrom(30, 6));
 }
 
-struct Shape {
+struct WordTable {
     const char* name;
     MftSpec contents;
     std::size_t input, grid, output;  ///< entries, by hand
 };
-const Shape kShapes[] = {
+const WordTable kWordTables[] = {
     {"Scanner", {.points = 2, .inEntries = 3, .outEntries = 5}, 9, 24, 15},
     {"OneToOne", {.in = 1, .out = 1, .points = 3, .inEntries = 4, .outEntries = 5}, 4, 27, 5},
     {"OneToThree", {.in = 1, .out = 3, .points = 2, .inEntries = 4, .outEntries = 2}, 4, 24, 6},
@@ -76,10 +69,10 @@ const Shape kShapes[] = {
     {"OnePoint", {.points = 1, .inEntries = 2, .outEntries = 2}, 6, 3, 6},
 };
 
-class Lut16Shape : public testing::TestWithParam<Shape> {};
+class Lut16Shape : public testing::TestWithParam<WordTable> {};
 
 TEST_P(Lut16Shape, LaysInputGridAndOutputBehindOneAnother) {
-    const Shape& shape = GetParam();
+    const WordTable& shape = GetParam();
     CLut16Type lut;
     EXPECT_EQ(Load(lut, "A2B0", shape.contents.Done()), 52 + 2 * (shape.input + shape.grid + shape.output));
     ASSERT_FALSE(lut.inputTable == nullptr || lut.clutTable == nullptr || lut.outputTable == nullptr);
@@ -89,7 +82,7 @@ TEST_P(Lut16Shape, LaysInputGridAndOutputBehindOneAnother) {
 }
 
 TEST_P(Lut16Shape, HasEightSpareEntriesOfZeroBehindEveryTable) {
-    const Shape& shape = GetParam();
+    const WordTable& shape = GetParam();
     CLut16Type lut;
     Load(lut, "A2B0", ByteWriter().Append(shape.contents.Done()).Fill(40, 0xff).Done());
     EXPECT_EQ(ValuesOf(lut.inputTable, shape.input, 8), Entries(8));
@@ -98,7 +91,7 @@ TEST_P(Lut16Shape, HasEightSpareEntriesOfZeroBehindEveryTable) {
 }
 
 TEST_P(Lut16Shape, NeedsABlockThatHoldsAllThreeTables) {
-    const Shape& shape = GetParam();
+    const WordTable& shape = GetParam();
     const Bytes whole = shape.contents.Done();
     const std::size_t need = 52 + 2 * (shape.input + shape.grid + shape.output);
     for (const std::size_t size : {std::size_t{52}, std::size_t{53}, need - 2, need - 1}) {
@@ -121,7 +114,7 @@ TEST_P(Lut16Shape, NeedsABlockThatHoldsAllThreeTables) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, Lut16Shape, testing::ValuesIn(kShapes),
+INSTANTIATE_TEST_SUITE_P(Every, Lut16Shape, testing::ValuesIn(kWordTables),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Lut16, OfFourChannelsTakesOneCubeAndTheOutputFromBehindIt) {
@@ -263,3 +256,4 @@ INSTANTIATE_TEST_SUITE_P(Every, Lut16Limit, testing::ValuesIn(kLimits),
 TEST(Lut16, FreshFromItsConstructorCannotBeUsed) { EXPECT_FALSE(CLut16Type().Usable()); }
 
 }  // namespace
+}  // namespace hueweave::test::icc

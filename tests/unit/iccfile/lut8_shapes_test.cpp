@@ -4,20 +4,10 @@
 // Tables of one-byte entries in every shape that those of two bytes are tested in.
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CLut8Type;
-
-bool HasNone(const CLut8Type& lut) {
-    return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
-}
-bool HasAll(const CLut8Type& lut) {
-    return lut.inputTable != nullptr && lut.clutTable != nullptr && lut.outputTable != nullptr;
-}
-
-struct Shape {
+struct ByteTable {
     const char* name;
     unsigned in, out, points, inEntries, outEntries;
     std::size_t input, grid, output;  ///< entries, by hand
@@ -32,7 +22,7 @@ struct Shape {
                 .width = 1};
     }
 };
-const Shape kShapes[] = {
+const ByteTable kByteTables[] = {
     {"Scanner", 3, 3, 2, 3, 5, 9, 24, 15},        {"SeventeenPoints", 3, 3, 17, 256, 4, 768, 14739, 12},
     {"TwoEntries", 3, 3, 2, 2, 2, 6, 24, 6},      {"OneToOne", 1, 1, 3, 4, 5, 4, 27, 5},
     {"OneToThree", 1, 3, 2, 4, 2, 4, 24, 6},      {"TwoToThree", 2, 3, 3, 2, 2, 4, 81, 6},
@@ -43,10 +33,10 @@ const Shape kShapes[] = {
     {"NoPoints", 3, 3, 0, 2, 2, 6, 0, 6},
 };
 
-class Lut8Shape : public testing::TestWithParam<Shape> {};
+class Lut8Shape : public testing::TestWithParam<ByteTable> {};
 
 TEST_P(Lut8Shape, LaysInputGridAndOutputBehindOneAnother) {
-    const Shape& shape = GetParam();
+    const ByteTable& shape = GetParam();
     CLut8Type lut;
     EXPECT_EQ(Load(lut, "A2B0", shape.Contents().Done()), 52 + shape.input + shape.grid + shape.output);
     ASSERT_TRUE(HasAll(lut));
@@ -61,7 +51,7 @@ TEST_P(Lut8Shape, LaysInputGridAndOutputBehindOneAnother) {
 }
 
 TEST_P(Lut8Shape, HasEightSpareBytesOfZeroBehindEveryTable) {
-    const Shape& shape = GetParam();
+    const ByteTable& shape = GetParam();
     CLut8Type lut;
     Load(lut, "A2B0", ByteWriter().Append(shape.Contents().Done()).Fill(40, 0xff).Done());
     EXPECT_EQ(ValuesOf(lut.inputTable, shape.input, 8), Entries(8));
@@ -70,7 +60,7 @@ TEST_P(Lut8Shape, HasEightSpareBytesOfZeroBehindEveryTable) {
 }
 
 TEST_P(Lut8Shape, NeedsABlockThatHoldsAllThreeTables) {
-    const Shape& shape = GetParam();
+    const ByteTable& shape = GetParam();
     const Bytes whole = shape.Contents().Done();
     const std::size_t need = 52 + shape.input + shape.grid + shape.output;
     for (const std::size_t size : {std::size_t{52}, need - 2, need - 1, need, need + 1, need + 100}) {
@@ -86,7 +76,7 @@ TEST_P(Lut8Shape, NeedsABlockThatHoldsAllThreeTables) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, Lut8Shape, testing::ValuesIn(kShapes),
+INSTANTIATE_TEST_SUITE_P(Every, Lut8Shape, testing::ValuesIn(kByteTables),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Lut8Block, OfOneChannelAsksForACubeToo) {
@@ -124,3 +114,4 @@ TEST(Lut8Block, IsTakenFromAProfileToo) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

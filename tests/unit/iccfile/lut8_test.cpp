@@ -4,15 +4,8 @@
 // Tables of one-byte entries, which are read in the layout of the 16-bit ones.
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CLut8Type;
-
-bool HasNone(const CLut8Type& lut) {
-    return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
-}
 
 TEST(Lut8, TakesEveryFieldFromItsPlace) {
     CLut8Type lut;
@@ -141,3 +134,4 @@ TEST(Lut8, CountsWideEnoughForTheLargestTables) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

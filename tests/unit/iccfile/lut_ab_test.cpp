@@ -6,13 +6,8 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CCurveType;
-using ICC40::ICCFILE::CLut;
-using ICC40::ICCFILE::IsA2B;
 
 /// The entries of a curve that is expected to be there.
 Entries EntriesOf(const std::unique_ptr<CCurveType>& curve) {
@@ -280,3 +275,4 @@ TEST(LutAB, OfAProfileIsOwnedByItsContainer) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -4,23 +4,11 @@
 // The table that an "mAB " or "mBA " tag is turned into: its sides, its sizes, and what cannot be turned.
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CCurveType;
-using ICC40::ICCFILE::CLut;
-using ICC40::ICCFILE::CLut16Type;
-
-bool HasNone(const CLut16Type& lut) {
-    return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
-}
-bool HasAll(const CLut16Type& lut) {
-    return lut.inputTable != nullptr && lut.clutTable != nullptr && lut.outputTable != nullptr;
-}
-
 /// `count` curves of `entries` each; no two entries are alike.
-std::vector<Entries> Side(std::size_t count, unsigned entries, unsigned base) {
+std::vector<Entries> SideOf(std::size_t count, unsigned entries, unsigned base) {
     std::vector<Entries> curves(count);
     for (Entries& curve : curves) {
         for (unsigned i = 0; i < entries; ++i) curve.push_back(base++);
@@ -48,7 +36,7 @@ struct Turn {
 };
 
 /// A tag with as many curves on each side as its name and its channels ask for.
-void Make(CLut& lut, const Turn& turn, const std::vector<Entries>& a, const std::vector<Entries>& b) {
+void LoadTurn(CLut& lut, const Turn& turn, const std::vector<Entries>& a, const std::vector<Entries>& b) {
     const std::size_t values = Power(turn.points, turn.in) * turn.out;
     Load(lut, turn.name,
          AbBlock(turn.in, turn.out, turn.a2b ? "mAB " : "mBA ")
@@ -58,19 +46,19 @@ void Make(CLut& lut, const Turn& turn, const std::vector<Entries>& a, const std:
              .Curves(AbBlock::kA, a)
              .Done());
 }
-void Make(CLut& lut, const Turn& turn) {
+void LoadTurn(CLut& lut, const Turn& turn) {
     const unsigned deviceSide = turn.a2b ? turn.in : turn.out, otherSide = turn.a2b ? turn.out : turn.in;
-    Make(lut, turn, Side(deviceSide, kAEntries, 20000), Side(otherSide, kBEntries, 10000));
+    LoadTurn(lut, turn, SideOf(deviceSide, kAEntries, 20000), SideOf(otherSide, kBEntries, 10000));
 }
 
 class TurnedTable : public testing::TestWithParam<Turn> {};
 
 TEST_P(TurnedTable, HasItsTablesInOrder) {
     const Turn& turn = GetParam();
-    const std::vector<Entries> a = Side(turn.a2b ? turn.in : turn.out, kAEntries, 20000);
-    const std::vector<Entries> b = Side(turn.a2b ? turn.out : turn.in, kBEntries, 10000);
+    const std::vector<Entries> a = SideOf(turn.a2b ? turn.in : turn.out, kAEntries, 20000);
+    const std::vector<Entries> b = SideOf(turn.a2b ? turn.out : turn.in, kBEntries, 10000);
     CLut source;
-    Make(source, turn, a, b);
+    LoadTurn(source, turn, a, b);
     const CLut16Type lut(&source);
     ASSERT_TRUE(HasAll(lut));
     EXPECT_EQ(lut.inputChan, turn.in);
@@ -89,7 +77,7 @@ TEST_P(TurnedTable, HasItsTablesInOrder) {
 
 TEST_P(TurnedTable, KeepsNameAndTypeAndNothingElse) {
     CLut source;
-    Make(source, GetParam());
+    LoadTurn(source, GetParam());
     source.reserved = 77;
     const CLut16Type lut(&source);
     EXPECT_EQ(lut.tagSig, Name(GetParam().name));
@@ -102,7 +90,7 @@ TEST_P(TurnedTable, KeepsNameAndTypeAndNothingElse) {
 
 TEST_P(TurnedTable, OutlivesItsSource) {
     auto source = std::make_unique<CLut>();
-    Make(*source, GetParam());
+    LoadTurn(*source, GetParam());
     const CLut16Type lut(source.get());
     const unsigned first = lut.inputTable[0], node = lut.clutTable[0], last = lut.outputTable[0];
     source.reset();  // the memory checker sees a table that still points there
@@ -134,7 +122,7 @@ TEST(TurnedTableRoom, HasSevenACurvesAndThreeBCurves) {
                                        {Turn{"B2A0", 0, 3, 2, false}, false},
                                        {Turn{"B2A0", 3, 0, 2, false}, false}}) {
         CLut source;
-        Make(source, turn);
+        LoadTurn(source, turn);
         const CLut16Type lut(&source);
         EXPECT_EQ(HasAll(lut), turned) << turn.name << ": " << turn.in << " to " << turn.out;
         EXPECT_EQ(HasNone(lut), !turned);
@@ -147,12 +135,12 @@ TEST(TurnedTableRoom, NeedsEveryCurveOfBothSides) {
     for (const bool a2b : {true, false}) {
         for (std::size_t missing = 0; missing < 6; ++missing) {
             CLut source;
-            Make(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b});
+            LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b});
             (missing < 3 ? source.aCurves[missing] : source.bCurves[missing - 3]).reset();
             EXPECT_TRUE(HasNone(CLut16Type(&source))) << missing;
         }
         CLut source;
-        Make(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b});
+        LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b});
         source.mCurve.reset();  // takes no part
         EXPECT_TRUE(HasAll(CLut16Type(&source)));
     }
@@ -163,7 +151,7 @@ TEST(TurnedTableCurves, AreCutToTheLengthOfTheFirst) {
         const std::vector<Entries> a = {{1, 2, 3}, {4, 5, 6, 7, 8}, {9, 10, 11, 12}};
         const std::vector<Entries> b = {{21, 22}, {23, 24}, {25, 26, 27}};
         CLut source;
-        Make(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b}, a, b);
+        LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b}, a, b);
         const CLut16Type lut(&source);
         ASSERT_TRUE(HasAll(lut));
         const Entries fromA = {1, 2, 3, 4, 5, 6, 9, 10, 11}, fromB = {21, 22, 23, 24, 25, 26};
@@ -180,7 +168,7 @@ TEST(TurnedTableCurves, MustNotBeShorterThanTheFirst) {
                 std::vector<Entries> one = even;
                 one[curve].pop_back();
                 CLut source;
-                Make(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b}, sideA ? one : even, sideA ? even : one);
+                LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b}, sideA ? one : even, sideA ? even : one);
                 EXPECT_TRUE(HasNone(CLut16Type(&source))) << sideA << curve;
             }
         }
@@ -191,7 +179,7 @@ TEST(TurnedTableCurves, HaveTheirCountInSixteenBits) {
     // 65,537 entries leave 1: of each curve the first is taken.
     for (const unsigned entries : {65535U, 65536U, 65537U}) {
         CLut source;
-        Make(source, {"A2B0", 3, 3, 2, true});
+        LoadTurn(source, {"A2B0", 3, 3, 2, true});
         for (unsigned c = 0; c < 3; ++c) {
             Bytes block = CurveBlock(Entries(entries, 100 + c));
             source.aCurves[c] = std::make_unique<CCurveType>();
@@ -216,9 +204,9 @@ TEST(TurnedTableGrid, HasTheFirstAxisForAll) {
         const std::size_t nodes = std::size_t{row.points[0]} * row.points[1] * row.points[2];
         Load(source, "A2B0",
              AbBlock(3, 2)
-                 .Curves(AbBlock::kB, Side(2, 3, 10))
+                 .Curves(AbBlock::kB, SideOf(2, 3, 10))
                  .Grid(row.points, NthFrom(0, nodes * 2))
-                 .Curves(AbBlock::kA, Side(3, 3, 20))
+                 .Curves(AbBlock::kA, SideOf(3, 3, 20))
                  .Done());
         const CLut16Type lut(&source);
         EXPECT_EQ(lut.clutPoints, row.points[0]);
@@ -233,7 +221,7 @@ TEST(TurnedTableGrid, HasTheFirstAxisForAll) {
 TEST(TurnedTableGrid, MustHoldEveryNodeToTheLastByte) {
     for (const auto& [bytes, turned] : {std::pair{47U, false}, {48U, true}, {0U, false}, {46U, false}}) {
         CLut source;
-        Make(source, {"A2B0", 3, 3, 2, true});
+        LoadTurn(source, {"A2B0", 3, 3, 2, true});
         ASSERT_EQ(source.clut->gridBytes, 48U);
         source.clut->gridBytes = bytes;
         EXPECT_EQ(HasAll(CLut16Type(&source)), turned) << bytes;
@@ -243,15 +231,15 @@ TEST(TurnedTableGrid, MustHoldEveryNodeToTheLastByte) {
 TEST(TurnedTableGrid, MustHoldWords) {
     for (const unsigned precision : {0U, 1U, 2U, 3U, 4U, 255U}) {
         CLut source;
-        Make(source, {"A2B0", 3, 3, 2, true});
+        LoadTurn(source, {"A2B0", 3, 3, 2, true});
         source.clut->precision = static_cast<std::uint8_t>(precision);
         EXPECT_EQ(HasAll(CLut16Type(&source)), precision == 2) << precision;
     }
     CLut none, empty;
-    Make(none, {"A2B0", 3, 3, 2, true});
+    LoadTurn(none, {"A2B0", 3, 3, 2, true});
     none.clut->gridData.reset();
     EXPECT_TRUE(HasNone(CLut16Type(&none)));
-    Make(empty, {"A2B0", 3, 3, 2, true});
+    LoadTurn(empty, {"A2B0", 3, 3, 2, true});
     empty.clut.reset();
     EXPECT_TRUE(HasNone(CLut16Type(&empty)));
 }
@@ -260,7 +248,7 @@ TEST(TurnedTableGrid, OfManyPointsIsCountedWideEnough) {
     // 128 to the power of 7 is 2 to the power of 49, 0 in 32 bits; 255 to the power of 7 is more still.
     for (const unsigned points : {64U, 128U, 255U}) {
         CLut source;
-        Make(source, {"A2B0", 7, 3, 1, true});
+        LoadTurn(source, {"A2B0", 7, 3, 1, true});
         source.clut->gridPoints[0] = static_cast<std::uint8_t>(points);
         const CLut16Type lut(&source);
         EXPECT_TRUE(HasNone(lut)) << points;
@@ -271,7 +259,7 @@ TEST(TurnedTableGrid, OfManyPointsIsCountedWideEnough) {
 TEST(TurnedTableGrid, OfFewInputsIsFilledUpToACubeWithZeros) {
     for (const unsigned in : {1U, 2U, 3U}) {
         CLut source;
-        Make(source, {"A2B0", in, 2, 5, true});
+        LoadTurn(source, {"A2B0", in, 2, 5, true});
         const CLut16Type lut(&source);
         ASSERT_TRUE(HasAll(lut));
         const std::size_t taken = Power(5, in) * 2;
@@ -281,3 +269,4 @@ TEST(TurnedTableGrid, OfFewInputsIsFilledUpToACubeWithZeros) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -6,17 +6,16 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using namespace ICC40::ICCFILE;
 using ICC40::ICC4_HEADER::TypeName;
+using ICC40::ICCFILE::FromFixed;
 
 template <typename Tag>
 class EveryTag : public testing::Test {};
-using AllTags = testing::Types<CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad, CLut16Type,
-                               CLut8Type, CLut>;
+using DerivedTags = testing::Types<CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad, CLut16Type,
+                                   CLut8Type, CLut>;
 
 class TagTypeName {
 public:
@@ -27,7 +26,7 @@ public:
         return names[index];
     }
 };
-TYPED_TEST_SUITE(EveryTag, AllTags, TagTypeName);
+TYPED_TEST_SUITE(EveryTag, DerivedTags, TagTypeName);
 
 TYPED_TEST(EveryTag, TakesNameTypeAndAVerbatimCopyOfItsBlock) {
     for (const std::size_t size : {4U, 8U, 11U, 12U, 52U, 63U, 300U}) {
@@ -249,3 +248,4 @@ TEST(ChadTag, TakesWordsBeyondItsBlockForZero) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

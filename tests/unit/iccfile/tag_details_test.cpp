@@ -5,11 +5,9 @@
 // outside their block, and the changes that no saving sees.
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using namespace ICC40::ICCFILE;
 using ICC40::ICC4_HEADER::TypeName;
 
 TEST(BaseTag, TakesNameTypeAndAVerbatimCopy) {
@@ -56,8 +54,6 @@ TEST(BaseTag, NeitherReadsNorSavesByItself) {
 
 template <typename Tag>
 class EmptyBlock : public testing::Test {};
-using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
-                               CLut16Type, CLut8Type, CLut>;
 TYPED_TEST_SUITE(EmptyBlock, AllTags);
 
 TYPED_TEST(EmptyBlock, IsCopiedAsAnArrayOfNoBytes) {
@@ -190,3 +186,4 @@ TEST(PartsOutside, OfATablesFieldsAreZero) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

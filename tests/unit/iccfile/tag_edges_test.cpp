@@ -2,28 +2,13 @@
 // Copyright (c) The Hueweave authors
 //
 // The decoded tags at their edges: simple types, and the tables.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <vector>
 
-#include "iccfile/IccFile4.h"
-#include "iccfile/LutTags.h"
-#include "iccfile/SimpleTags.h"
-#include "support/ByteWriter.h"
+#include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace ICC40::ICCFILE;
-using hueweave::test::Bytes;
-using hueweave::test::ByteWriter;
-using ICC40::ICC4_HEADER::TagName;
-
-template <typename Tag>
-unsigned Load(Tag& tag, const char* name, Bytes block) {
-    const char four[5] = {name[0], name[1], name[2], name[3], '\0'};
-    return tag.Initial(TagName(four), block.data(), static_cast<int>(block.size()));
-}
 
 TEST(SimpleTagEdges, ATextIsWhatStandsBehindTheFirstEightBytes) {
     for (unsigned size = 0; size <= 16; ++size) {
@@ -98,7 +83,7 @@ TEST(SimpleTagEdges, ACurveOfUnknownSizeReportsTwoBytesMoreThanItTakes) {
         for (unsigned i = 0; i < entries; ++i) block.Big16(i + 40);
         Bytes bytes = block.Done();
         CCurveType curve;
-        EXPECT_EQ(curve.Initial(TagName("A2B0"), bytes.data()), 2 * entries + 14);
+        EXPECT_EQ(curve.Initial(Name("A2B0"), bytes.data()), 2 * entries + 14);
         EXPECT_EQ(curve.tagSize, 2 * entries + 14);
         EXPECT_EQ(curve.curveCount, entries);
         EXPECT_EQ(static_cast<std::uint32_t>(curve.sig), ICC40::ICC4_HEADER::Signature("curv"));
@@ -109,7 +94,7 @@ TEST(SimpleTagEdges, ACurveOfUnknownSizeReportsTwoBytesMoreThanItTakes) {
 TEST(SimpleTagEdges, ATagMadeFromNameAndTypeCarriesNothing) {
     CDataType tag;
     tag.reserved = 77;
-    EXPECT_EQ(tag.Initial(TagName("abcd"), ICC40::ICC4_HEADER::TypeName("data")), 0U);
+    EXPECT_EQ(tag.Initial(Name("abcd"), ICC40::ICC4_HEADER::TypeName("data")), 0U);
     EXPECT_EQ(static_cast<std::uint32_t>(tag.tagSig), ICC40::ICC4_HEADER::Signature("abcd"));
     EXPECT_EQ(static_cast<std::uint32_t>(tag.sig), ICC40::ICC4_HEADER::Signature("data"));
     EXPECT_EQ(tag.tagSize, 0U);
@@ -254,7 +239,7 @@ TEST(CurvedTableEdges, ACurvesBecomeInputAndBCurvesOutputTables) {
     EXPECT_EQ(lut.tagData, nullptr);
     EXPECT_EQ(lut.tagSize, 0U);
     EXPECT_EQ(static_cast<std::uint32_t>(lut.sig), ICC40::ICC4_HEADER::Signature("mAB "));
-    EXPECT_EQ(lut.tagSig, TagName("A2B0"));
+    EXPECT_EQ(lut.tagSig, Name("A2B0"));
     EXPECT_EQ(lut.clutPoints, 3);
     EXPECT_EQ(lut.pad, 0);
     EXPECT_EQ(lut.inputEnt, 3);
@@ -359,3 +344,4 @@ TEST(CurvedTableEdges, AGridThatTheBlockDoesNotHoldIsNotRead) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -8,12 +8,12 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
 
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using namespace ICC40::ICCFILE;
 using ICC40::ICC4_HEADER::icTagBase;
+using ICC40::ICCFILE::CLutGrid;
+using ICC40::ICCFILE::icTagTypeSignature;
 
 /// Bytes from an object's start to one of its fields.
 template <typename Object, typename Field>
@@ -132,8 +132,6 @@ std::uintptr_t Slot(Member member) {
 
 template <typename Tag>
 class EveryTagShape : public testing::Test {};
-using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
-                               CLut16Type, CLut8Type, CLut>;
 class ShapeName {
 public:
     template <typename Tag>
@@ -178,3 +176,4 @@ TEST(CurveShape, HasAnOperationThatIsNotVirtual) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

@@ -7,19 +7,14 @@
 
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using ICC40::ICCFILE::CCurveType;
-using ICC40::ICCFILE::CLut;
-using ICC40::ICCFILE::CLut16Type;
 
 const std::vector<Entries> kA = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
 const std::vector<Entries> kB = {{11, 12, 13, 14, 15}, {21, 22, 23, 24, 25}, {31, 32, 33, 34, 35}};
 
 /// Three to three channels, two points an axis.
-void Make(CLut& lut, bool a2b, AbBlock block) {
+void LoadTable(CLut& lut, bool a2b, AbBlock block) {
     Load(lut, a2b ? "A2B0" : "B2A0",
          block.Curves(AbBlock::kB, kB).Grid({2, 2, 2}, NthFrom(0, 24)).Curves(AbBlock::kA, kA).Done());
 }
@@ -44,11 +39,11 @@ TEST(TurnedTableParts, MatrixAndMiddleCurveAreNone) {
     for (std::uint32_t i = 0; i < 12; ++i) matrix.Big32(0x8000 + i * 0x1111);
     for (const bool a2b : {true, false}) {
         CLut none, withMatrix, withCurve, withBoth, outside;
-        Make(none, a2b, Plain(a2b));
-        Make(withMatrix, a2b, Plain(a2b).Raw(AbBlock::kMatrix, matrix.Done()));
-        Make(withCurve, a2b, Plain(a2b).Curves(AbBlock::kM, {{9, 8, 7}, {6, 5, 4}, {3, 2, 1}}));
-        Make(withBoth, a2b, Plain(a2b).Raw(AbBlock::kMatrix, matrix.Done()).Curves(AbBlock::kM, {{40000}}));
-        Make(outside, a2b, Plain(a2b).Offset(AbBlock::kMatrix, 0xffffffffU).Offset(AbBlock::kM, 0xfffffff0U));
+        LoadTable(none, a2b, Plain(a2b));
+        LoadTable(withMatrix, a2b, Plain(a2b).Raw(AbBlock::kMatrix, matrix.Done()));
+        LoadTable(withCurve, a2b, Plain(a2b).Curves(AbBlock::kM, {{9, 8, 7}, {6, 5, 4}, {3, 2, 1}}));
+        LoadTable(withBoth, a2b, Plain(a2b).Raw(AbBlock::kMatrix, matrix.Done()).Curves(AbBlock::kM, {{40000}}));
+        LoadTable(outside, a2b, Plain(a2b).Offset(AbBlock::kMatrix, 0xffffffffU).Offset(AbBlock::kM, 0xfffffff0U));
         for (const CLut* source : {&none, &withMatrix, &withCurve, &withBoth, &outside}) {
             ExpectTurned(CLut16Type(source), a2b);
         }
@@ -58,7 +53,7 @@ TEST(TurnedTableParts, MatrixAndMiddleCurveAreNone) {
 TEST(TurnedTableParts, TheSourceStaysAsItWas) {
     for (const bool a2b : {true, false}) {
         CLut source;
-        Make(source, a2b, Plain(a2b));
+        LoadTable(source, a2b, Plain(a2b));
         const Bytes data = DataOf(source);
         for (int time = 0; time < 2; ++time) ExpectTurned(CLut16Type(&source), a2b);  // a second one is the same
         EXPECT_EQ(DataOf(source), data);
@@ -73,13 +68,13 @@ TEST(TurnedTableParts, TheSourceStaysAsItWas) {
 TEST(TurnedTableParts, TheLastLetterOfItsNameDecidesNothing) {
     for (const char* name : {"A2B0", "A2B1", "A2B2", "A2Bz"}) {
         CLut source;
-        Make(source, true, Plain(true));
+        LoadTable(source, true, Plain(true));
         source.tagSig = Name(name);
         ExpectTurned(CLut16Type(&source), true);
     }
     for (const char* name : {"B2A0", "B2A1", "B2A2", "a2b0", "A2A0"}) {
         CLut source;
-        Make(source, false, Plain(false));
+        LoadTable(source, false, Plain(false));
         source.tagSig = Name(name);
         ExpectTurned(CLut16Type(&source), false);
     }
@@ -91,7 +86,7 @@ TEST(TurnedTableCounts, HaveSixteenBitsOnEverySide) {
         for (const bool inputSide : {true, false}) {
             for (const unsigned entries : {65535U, 65536U, 65537U, 65538U}) {
                 CLut source;
-                Make(source, a2b, Plain(a2b));
+                LoadTable(source, a2b, Plain(a2b));
                 const bool sideA = a2b == inputSide;
                 for (unsigned c = 0; c < 3; ++c) {
                     auto curve = std::make_unique<CCurveType>();
@@ -119,3 +114,4 @@ TEST(TurnedTableCounts, HaveSixteenBitsOnEverySide) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc

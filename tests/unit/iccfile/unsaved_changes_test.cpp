@@ -4,11 +4,8 @@
 // Saving writes the verbatim copies and nothing else, for every class of tag; and paths that open without being files.
 #include "unit/iccfile/Blocks.h"
 
+namespace hueweave::test::icc {
 namespace {
-
-using namespace hueweave::test;
-using namespace hueweave::test::icc;
-using namespace ICC40::ICCFILE;
 
 /// One tag, read, changed and saved.
 class UnsavedChanges : public ProfileOnDisk {
@@ -121,3 +118,4 @@ TEST_F(UnsavedChanges, OfAFolderThatIsReadThereAreNone) {
 }
 
 }  // namespace
+}  // namespace hueweave::test::icc
