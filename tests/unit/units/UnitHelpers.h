@@ -21,6 +21,9 @@
 // evaluations are written for being read beside the rules; they share no line with the library.
 namespace hueweave::test {
 
+using ICC40::ICC_UNIT::Base;
+using ICC40::ICC_UNIT::ColorTable33;
+using ICC40::ICC_UNIT::Info;
 using ICC40::ICCFILE::CLut16Type;
 using ICC40::ICCFILE::ColorSpaceSignature;
 
@@ -133,7 +136,7 @@ struct Job {
         return samples;
     }
 
-    ICC40::ICC_UNIT::Info info;
+    Info info;
     std::vector<unsigned char> source;
     std::vector<unsigned char> dest;
 };
@@ -162,7 +165,7 @@ inline Nodes ScatteredNodes(int points, std::uint32_t seed, int low = 0, int hig
     return nodes;
 }
 
-inline void PutNodes(ICC40::ICC_UNIT::ColorTable33& table, int points, const Nodes& nodes) {
+inline void PutNodes(ColorTable33& table, int points, const Nodes& nodes) {
     for (int i = 0; i < points; ++i) {
         for (int j = 0; j < points; ++j) {
             for (int k = 0; k < points; ++k) {
@@ -173,7 +176,7 @@ inline void PutNodes(ICC40::ICC_UNIT::ColorTable33& table, int points, const Nod
     }
 }
 
-inline Nodes GetNodes(const ICC40::ICC_UNIT::ColorTable33& table, int points) {
+inline Nodes GetNodes(const ColorTable33& table, int points) {
     Nodes nodes(static_cast<std::size_t>(points * points * points));
     for (int i = 0; i < points; ++i) {
         for (int j = 0; j < points; ++j) {
@@ -186,7 +189,7 @@ inline Nodes GetNodes(const ICC40::ICC_UNIT::ColorTable33& table, int points) {
 }
 
 /// Tells the first node that differs.
-inline void ExpectNodes(const ICC40::ICC_UNIT::ColorTable33& table, int points, const Nodes& expected) {
+inline void ExpectNodes(const ColorTable33& table, int points, const Nodes& expected) {
     const Nodes nodes = GetNodes(table, points);
     ASSERT_EQ(nodes.size(), expected.size());
     for (std::size_t n = 0; n < nodes.size(); ++n) {
@@ -198,11 +201,14 @@ inline void ExpectNodes(const ICC40::ICC_UNIT::ColorTable33& table, int points, 
     }
 }
 
+/// Bits of the fraction in a 16-bit position.
+inline int ShiftOf(int points) { return points == 17 ? 12 : points == 9 ? 13 : 11; }
+
 /// A grid of any size as loading would leave it: step 65536.0 / (points - 1), positions cut to whole numbers.
-inline std::unique_ptr<ICC40::ICC_UNIT::ColorTable33> MakeGrid(int points, const Nodes& nodes) {
-    auto table = std::make_unique<ICC40::ICC_UNIT::ColorTable33>();
+inline std::unique_ptr<ColorTable33> MakeGrid(int points, const Nodes& nodes) {
+    auto table = std::make_unique<ColorTable33>();
     table->LUT_Size = points;
-    table->LUT_Shift = points == 17 ? 12 : points == 9 ? 13 : 11;
+    table->LUT_Shift = ShiftOf(points);
     table->LUT_Mask = (1 << table->LUT_Shift) - 1;
     table->LUT_Step = 65536.0 / (points - 1);
     table->LUT_Pos = std::make_unique<int[]>(static_cast<std::size_t>(points));

@@ -13,24 +13,25 @@
 #include "Luts.h"
 #include "units/ColorTable33.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace ICC40::ICC_UNIT;
-using namespace ICC40::ICCFILE;
-using hueweave::test::LutMaker;
+using ICC40::ICC_UNIT::ColorTable33;
+using ICC40::ICC_UNIT::Info;
+using ICC40::ICCFILE::CLut16Type;
 
 /// Values without a pattern, 0 to 65535.
-int Scattered(int i, int j, int k, int c) {
+int ScatteredValue(int i, int j, int k, int c) {
     const unsigned h = static_cast<unsigned>(i) * 2654435761U ^ static_cast<unsigned>(j) * 40503U * 977U ^
                        static_cast<unsigned>(k) * 2246822519U ^ static_cast<unsigned>(c) * 3266489917U;
     return static_cast<int>((h ^ h >> 15) * 2246822519U >> 16);
 }
 
-std::unique_ptr<ColorTable33> Loaded(int points, int outputs = 3) {
+std::unique_ptr<ColorTable33> LoadedCube(int points, int outputs = 3) {
     LutMaker maker;
     maker.points = points;
     maker.outputs = outputs;
-    maker.node = Scattered;
+    maker.node = ScatteredValue;
     CLut16Type lut;
     maker.Fill(lut);
     auto unit = std::make_unique<ColorTable33>();
@@ -60,7 +61,7 @@ TEST(ColorTableEdges, NineSeventeenAndThirtyThreePointsKeepTheirSize) {
         int points, shift, mask;
     };
     for (const Row& row : {Row{9, 13, 8191}, Row{17, 12, 4095}, Row{33, 11, 2047}}) {
-        const auto unit = Loaded(row.points);
+        const auto unit = LoadedCube(row.points);
         EXPECT_EQ(unit->LUT_Size, row.points);
         EXPECT_EQ(unit->LUT_Shift, row.shift);
         EXPECT_EQ(unit->LUT_Mask, row.mask);
@@ -70,28 +71,28 @@ TEST(ColorTableEdges, NineSeventeenAndThirtyThreePointsKeepTheirSize) {
         for (int n = 0; n < row.points; ++n)
             EXPECT_EQ(unit->LUT_Pos[static_cast<std::size_t>(n)], n * 65536 / (row.points - 1));
         const int top = row.points - 1;
-        EXPECT_EQ(unit->Color[top][1][0][2], Scattered(top, 1, 0, 2));
-        EXPECT_EQ(unit->Color[0][top][1][1], Scattered(0, top, 1, 1));
-        EXPECT_EQ(unit->Color[1][0][top][0], Scattered(1, 0, top, 0));
+        EXPECT_EQ(unit->Color[top][1][0][2], ScatteredValue(top, 1, 0, 2));
+        EXPECT_EQ(unit->Color[0][top][1][1], ScatteredValue(0, top, 1, 1));
+        EXPECT_EQ(unit->Color[1][0][top][0], ScatteredValue(1, 0, top, 0));
         EXPECT_EQ(unit->Color[1][0][top][3], 0);
     }
-    EXPECT_EQ(Loaded(33)->LUT_Pos[32], 65536);
+    EXPECT_EQ(LoadedCube(33)->LUT_Pos[32], 65536);
 }
 
 TEST(ColorTableEdges, EveryOtherSizeComesOutWithSeventeenPoints) {
     for (int points : {2, 3, 5, 8, 10, 16, 18, 25, 32}) {
-        const auto unit = Loaded(points);
+        const auto unit = LoadedCube(points);
         EXPECT_EQ(unit->LUT_Size, 17) << points;
         EXPECT_EQ(unit->LUT_Shift, 12);
         EXPECT_EQ(unit->LUT_Step, 4096.0);
         EXPECT_EQ(unit->LUT_Pos[15], 61440);
         EXPECT_EQ(unit->LUT_Pos[16], 65535);
-        EXPECT_EQ(unit->Color[0][0][0][1], Scattered(0, 0, 0, 1));
+        EXPECT_EQ(unit->Color[0][0][0][1], ScatteredValue(0, 0, 0, 1));
     }
 }
 
 TEST(ColorTableEdges, ResizingToTheSameSizeChangesNothing) {
-    const auto unit = Loaded(17);
+    const auto unit = LoadedCube(17);
     EXPECT_EQ(unit->TableResize(17), 0);
     EXPECT_EQ(unit->LUT_Pos[16], 65536);
     for (int size : {1, 0, -3, 34, 1000}) {
@@ -101,7 +102,7 @@ TEST(ColorTableEdges, ResizingToTheSameSizeChangesNothing) {
 }
 
 TEST(ColorTableEdges, ThirtyThreeToSeventeenTakesEverySecondNodeButTheTop) {
-    const auto unit = Loaded(33, 7);
+    const auto unit = LoadedCube(33, 7);
     EXPECT_EQ(unit->TableResize(17), 0);
     EXPECT_EQ(unit->LUT_Pos[15], 61440);
     EXPECT_EQ(unit->LUT_Pos[16], 65535);
@@ -111,14 +112,14 @@ TEST(ColorTableEdges, ThirtyThreeToSeventeenTakesEverySecondNodeButTheTop) {
     for (int i = 0; i < 16; ++i) {
         for (int j = 0; j < 16; ++j) {
             for (int k = 0; k < 16; ++k) {
-                for (int c = 0; c < 7; ++c) ASSERT_EQ(unit->Color[i][j][k][c], Scattered(2 * i, 2 * j, 2 * k, c));
+                for (int c = 0; c < 7; ++c) ASSERT_EQ(unit->Color[i][j][k][c], ScatteredValue(2 * i, 2 * j, 2 * k, c));
             }
         }
     }
     // The top node lies at 2047/2048 of the last cell on each axis: three equal fractions, along the diagonal.
     for (int c = 0; c < 7; ++c) {
         const double f = 2047.0 / 2048.0;
-        const auto at = [c](int x, int y, int z) { return Scattered(31 + x, 31 + y, 31 + z, c); };
+        const auto at = [c](int x, int y, int z) { return ScatteredValue(31 + x, 31 + y, 31 + z, c); };
         const double rise =
             (at(1, 1, 1) - at(0, 1, 1)) * f + (at(0, 1, 1) - at(0, 0, 1)) * f + (at(0, 0, 1) - at(0, 0, 0)) * f;
         EXPECT_EQ(unit->Color[16][16][16][c], static_cast<int>(rise) + at(0, 0, 0));
@@ -126,15 +127,15 @@ TEST(ColorTableEdges, ThirtyThreeToSeventeenTakesEverySecondNodeButTheTop) {
 }
 
 TEST(ColorTableEdges, OddNodesOfANineToSeventeenResizeLieHalfway) {
-    const auto unit = Loaded(9);
+    const auto unit = LoadedCube(9);
     unit->TableResize(17);
-    EXPECT_EQ(unit->Color[2][4][6][0], Scattered(1, 2, 3, 0));
-    const int low = Scattered(1, 2, 3, 0), high = Scattered(2, 2, 3, 0);
+    EXPECT_EQ(unit->Color[2][4][6][0], ScatteredValue(1, 2, 3, 0));
+    const int low = ScatteredValue(1, 2, 3, 0), high = ScatteredValue(2, 2, 3, 0);
     EXPECT_EQ(unit->Color[3][4][6][0], low + static_cast<int>((high - low) * 0.5));
 }
 
 /// The six paths by the order of the fractions, ties as stated.
-int Expected(const ColorTable33& unit, const int (&at)[3], const int (&f)[3], int c) {
+int ExpectedValue(const ColorTable33& unit, const int (&at)[3], const int (&f)[3], int c) {
     const auto node = [&](int x, int y, int z) { return unit.Color[at[0] + x][at[1] + y][at[2] + z][c]; };
     const int c000 = node(0, 0, 0), c111 = node(1, 1, 1);
     int dx = 0, dy = 0, dz = 0;
@@ -158,7 +159,7 @@ int Expected(const ColorTable33& unit, const int (&at)[3], const int (&f)[3], in
 
 TEST(ColorTableEdges, IntegerInterpolationFollowsTheSixPaths) {
     for (int points : {9, 17, 33}) {
-        const auto unit = Loaded(points);
+        const auto unit = LoadedCube(points);
         const int width = 65536 / (points - 1), last = points - 2;
         const int fractions[] = {0, 1, width / 2, width - 2, width - 1};
         for (int cell : {0, 1, last}) {
@@ -174,7 +175,7 @@ TEST(ColorTableEdges, IntegerInterpolationFollowsTheSixPaths) {
                                                7};
                         unit->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
                         for (int c = 0; c < 3; ++c)
-                            ASSERT_EQ(s[c], Expected(*unit, {cell, last, cell}, {fx, fy, fz}, c));
+                            ASSERT_EQ(s[c], ExpectedValue(*unit, {cell, last, cell}, {fx, fy, fz}, c));
                         for (int i = 3; i < 7; ++i) ASSERT_EQ(s[i], i + 1);
                     }
                 }
@@ -184,20 +185,20 @@ TEST(ColorTableEdges, IntegerInterpolationFollowsTheSixPaths) {
 }
 
 TEST(ColorTableEdges, TheCornersAreTheFirstNodeAndAHairBelowTheLast) {
-    const auto unit = Loaded(33);
+    const auto unit = LoadedCube(33);
     unsigned short s[7] = {};
     unit->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
-    for (int c = 0; c < 3; ++c) EXPECT_EQ(s[c], Scattered(0, 0, 0, c));
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(s[c], ScatteredValue(0, 0, 0, c));
     s[0] = s[1] = s[2] = 65535;
     unit->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
     for (int c = 0; c < 3; ++c) {
-        const int low = Scattered(31, 31, 31, c), high = Scattered(32, 32, 32, c);
+        const int low = ScatteredValue(31, 31, 31, c), high = ScatteredValue(32, 32, 32, c);
         EXPECT_EQ(s[c], (low * 2048 + (high - low) * 2047) >> 11);
     }
 }
 
 TEST(ColorTableEdges, FloatingInterpolationCutsTheRiseTowardZero) {
-    const auto unit = Loaded(5);  // seventeen points, floating works on them all the same
+    const auto unit = LoadedCube(5);  // seventeen points, floating works on them all the same
     for (int position : {0, 1, 4095, 4096, 30000, 61439, 61440, 65535}) {
         int s[7] = {position, 12345, 54321, 9, 9, 9, 9};
         const int values[3] = {position, 12345, 54321};
@@ -247,7 +248,7 @@ TEST(ColorTableEdges, APackedCubeSetsSizeAndNodesAlone) {
 }
 
 TEST(ColorTableEdges, TheWorkingBufferIsConvertedInPlace) {
-    const auto unit = Loaded(17);
+    const auto unit = LoadedCube(17);
     Info info;
     EXPECT_EQ(unit->Conversion(&info), 0);
     info.FormatCode = 257;
@@ -263,3 +264,4 @@ TEST(ColorTableEdges, TheWorkingBufferIsConvertedInPlace) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

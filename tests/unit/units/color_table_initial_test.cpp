@@ -11,10 +11,12 @@
 #include "unit/units/UnitHelpers.h"
 #include "units/WiderColorTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::ColorTable34;
+using ICC40::ICC_UNIT::ColorTable36;
+using ICC40::ICC_UNIT::ColorTable37;
 
 static_assert(std::is_base_of_v<Base, ColorTable33>);
 static_assert(ColorTable33::LUT_Size33 == 33 && ColorTable33::LUT_Cell == 2048);
@@ -38,8 +40,6 @@ Nodes LoadedNodes(const CLut16Type& lut) {
     }
     return nodes;
 }
-
-int ShiftOf(int points) { return points == 17 ? 12 : points == 9 ? 13 : 11; }
 
 TEST(ColorTable, IsNamedAndHasNoPositions) {
     const auto table = std::make_unique<ColorTable33>();
@@ -283,3 +283,4 @@ TEST(PackedNodes, KeepThePositionsOfAnEarlierLoad) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -10,10 +10,15 @@
 #include "units/OutputTable33.h"
 #include "units/WiderInputTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable34;
+using ICC40::ICC_UNIT::InputTable36;
+using ICC40::ICC_UNIT::InputTable37;
+using ICC40::ICC_UNIT::InputTable43;
+using ICC40::ICC_UNIT::OutputTable33;
 
 /// One point at each sample of a curve of two entries, 4 samples apart.
 template <typename Unit>
@@ -249,3 +254,4 @@ TEST(EngineInput, TakesTheLow16BitsOfAnEntry) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

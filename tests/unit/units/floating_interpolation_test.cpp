@@ -8,12 +8,10 @@
 
 #include "unit/units/UnitHelpers.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using ICC40::ICC_UNIT::ColorTable33;
-
-std::array<int, 7> Interpolate(const ColorTable33& table, const std::array<int, 3>& at) {
+std::array<int, 7> InterpolateFloating(const ColorTable33& table, const std::array<int, 3>& at) {
     std::array<int, 7> v = {at[0], at[1], at[2], -7, 70000, 5, 6};  // the last four are replaced, never read
     table.Conversion(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
     return v;
@@ -33,7 +31,7 @@ TEST_P(FloatingGrid, AgreesAllOverTheCube) {
     Scatter scatter(4);
     for (int n = 0; n < 8000; ++n) {
         const std::array<int, 3> at = {scatter.Next(), scatter.Next(), scatter.Next()};
-        ASSERT_EQ(Interpolate(*table_, at), Naive(at)) << testing::PrintToString(at);
+        ASSERT_EQ(InterpolateFloating(*table_, at), Naive(at)) << testing::PrintToString(at);
     }
 }
 
@@ -51,7 +49,7 @@ TEST_P(FloatingGrid, FollowsTheRowOfEveryOrderOfFractions) {
                 value = static_cast<int>(cell * step) + level[static_cast<std::size_t>(rest % 3)];
                 rest /= 3;
             }
-            ASSERT_EQ(Interpolate(*table_, at), Naive(at)) << testing::PrintToString(at);
+            ASSERT_EQ(InterpolateFloating(*table_, at), Naive(at)) << testing::PrintToString(at);
         }
     }
 }
@@ -59,19 +57,19 @@ TEST_P(FloatingGrid, FollowsTheRowOfEveryOrderOfFractions) {
 TEST_P(FloatingGrid, AtTheEndsOfEveryAxis) {
     for (int a : {0, 65535}) {
         for (int b : {0, 65535}) {
-            for (int c : {0, 65535}) EXPECT_EQ(Interpolate(*table_, {a, b, c}), Naive({a, b, c}));
+            for (int c : {0, 65535}) EXPECT_EQ(InterpolateFloating(*table_, {a, b, c}), Naive({a, b, c}));
         }
     }
-    EXPECT_EQ(Interpolate(*table_, {0, 0, 0}), nodes_[0]);
+    EXPECT_EQ(InterpolateFloating(*table_, {0, 0, 0}), nodes_[0]);
 }
 
 TEST_P(FloatingGrid, TakesPositionsOutsideTheAxesForTheirEnds) {
     constexpr int kLowest = std::numeric_limits<int>::min(), kHighest = std::numeric_limits<int>::max();
     for (const int low : {kLowest, -65536, -1}) {
         for (const int high : {65536, 65537, 131071, kHighest}) {
-            EXPECT_EQ(Interpolate(*table_, {low, high, 1000}), Naive({0, 65535, 1000})) << low << " " << high;
-            EXPECT_EQ(Interpolate(*table_, {high, 2000, low}), Naive({65535, 2000, 0})) << low << " " << high;
-            EXPECT_EQ(Interpolate(*table_, {high, high, high}), Naive({65535, 65535, 65535})) << high;
+            EXPECT_EQ(InterpolateFloating(*table_, {low, high, 1000}), Naive({0, 65535, 1000})) << low << " " << high;
+            EXPECT_EQ(InterpolateFloating(*table_, {high, 2000, low}), Naive({65535, 2000, 0})) << low << " " << high;
+            EXPECT_EQ(InterpolateFloating(*table_, {high, high, high}), Naive({65535, 65535, 65535})) << high;
         }
     }
 }
@@ -102,7 +100,7 @@ protected:
     }
     /// In millionths of a step, how far behind the first node of its cell a position is taken, on all three axes.
     int Fraction(int position) const {
-        const auto values = Interpolate(*table_, {position, position, position});
+        const auto values = InterpolateFloating(*table_, {position, position, position});
         EXPECT_EQ(values[1], values[0]) << position;
         EXPECT_EQ(values[2], values[0]) << position;
         return values[0] - kRise * (position * (points_ - 1) / 65536);
@@ -136,13 +134,13 @@ INSTANTIATE_TEST_SUITE_P(Sizes, CellOfPosition, testing::Range(2, 34));
 TEST(FloatingInterpolation, CutsRisingSlopesDownAndFallingSlopesUp) {
     const auto table = OneNode(1, 0, 0, {10, -10, 1, -1, 3, -3, 0});
     // A fraction of 0.5625: 5.6, -5.6, 0.6, -0.6, 1.7, -1.7.
-    EXPECT_EQ(Interpolate(*table, {4608, 0, 0}), (std::array<int, 7>{5, -5, 0, 0, 1, -1, 0}));
+    EXPECT_EQ(InterpolateFloating(*table, {4608, 0, 0}), (std::array<int, 7>{5, -5, 0, 0, 1, -1, 0}));
 }
 
 TEST(FloatingInterpolation, AddsTheBaseNodeAfterTheCut) {
     auto table = OneNode(1, 0, 0, {110, 90, 0, 0, 0, 0, 0});
     for (int c = 0; c < 7; ++c) table->Color[0][0][0][c] = 100;
-    const auto result = Interpolate(*table, {4608, 0, 0});
+    const auto result = InterpolateFloating(*table, {4608, 0, 0});
     EXPECT_EQ(result[0], 105);
     EXPECT_EQ(result[1], 95);  // 94.4 were the cut of the whole sum
     EXPECT_EQ(result[2], 44);  // 100 - 56.25
@@ -155,30 +153,31 @@ TEST(FloatingInterpolation, CutsTheSumOfTheThreeTermsOnce) {
     table->Color[1][1][0][0] = 2;
     table->Color[1][1][1][0] = 3;
     // 0.75 + 0.625 + 0.625 = 2.
-    EXPECT_EQ(Interpolate(*table, {6144, 5121, 5119})[0], 2);
+    EXPECT_EQ(InterpolateFloating(*table, {6144, 5121, 5119})[0], 2);
     // 0.75 + 0.625 + 0.5 = 1.875.
-    EXPECT_EQ(Interpolate(*table, {6144, 5120, 4096})[0], 1);
+    EXPECT_EQ(InterpolateFloating(*table, {6144, 5120, 4096})[0], 1);
 }
 
 TEST(FloatingInterpolation, DoesNotClamp) {
     const auto table = OneNode(2, 2, 2, {1000000, -1000000, 65536, -1, 0, 0, 0});
-    EXPECT_EQ(Interpolate(*table, {16384, 16384, 16384}), (std::array<int, 7>{1000000, -1000000, 65536, -1, 0, 0, 0}));
+    EXPECT_EQ(InterpolateFloating(*table, {16384, 16384, 16384}),
+              (std::array<int, 7>{1000000, -1000000, 65536, -1, 0, 0, 0}));
 }
 
 TEST(FloatingInterpolation, UsesThePositionTable) {
     auto table = OneNode(2, 0, 0, {8192, 0, 0, 0, 0, 0, 0});
-    EXPECT_EQ(Interpolate(*table, {8292, 0, 0})[0], 100);
+    EXPECT_EQ(InterpolateFloating(*table, {8292, 0, 0})[0], 100);
     table->LUT_Pos[1] = 8202;  // the cell is found by the step, the fraction from the position
-    EXPECT_EQ(Interpolate(*table, {8292, 0, 0})[0], 90);
+    EXPECT_EQ(InterpolateFloating(*table, {8292, 0, 0})[0], 90);
 }
 
 TEST(FloatingInterpolation, UsesNeitherShiftNorMask) {
     const Nodes nodes = ScatteredNodes(9, 31);
     const auto table = MakeGrid(9, nodes);
-    const auto before = Interpolate(*table, {12345, 23456, 34567});
+    const auto before = InterpolateFloating(*table, {12345, 23456, 34567});
     table->LUT_Shift = 0;
     table->LUT_Mask = 0;
-    EXPECT_EQ(Interpolate(*table, {12345, 23456, 34567}), before);
+    EXPECT_EQ(InterpolateFloating(*table, {12345, 23456, 34567}), before);
 }
 
 TEST(FloatingInterpolation, TakesEachTetrahedronsCorners) {
@@ -199,7 +198,7 @@ TEST(FloatingInterpolation, TakesEachTetrahedronsCorners) {
     for (const Row& row : rows) {
         for (int corner = 0; corner < 8; ++corner) {
             const auto table = OneNode(corner >> 2, corner >> 1 & 1, corner & 1, {4000, 0, 0, 0, 0, 0, -4000});
-            const auto result = Interpolate(*table, row.at);
+            const auto result = InterpolateFloating(*table, row.at);
             const int expected = static_cast<int>(4000 * row.expected[static_cast<std::size_t>(corner)]);
             EXPECT_EQ(result[0], expected) << testing::PrintToString(row.at) << ", corner " << corner;
             EXPECT_EQ(result[6], -expected) << testing::PrintToString(row.at) << ", corner " << corner;
@@ -208,3 +207,4 @@ TEST(FloatingInterpolation, TakesEachTetrahedronsCorners) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

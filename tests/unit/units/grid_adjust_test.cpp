@@ -7,10 +7,8 @@
 #include "unit/color/NaiveLch.h"
 #include "unit/units/UnitHelpers.h"
 
+namespace hueweave::test {
 namespace {
-
-using namespace hueweave::test;
-using ICC40::ICC_UNIT::ColorTable33;
 
 struct Shift {
     double lightness, chroma, hue;
@@ -141,3 +139,4 @@ TEST(GridShiftReach, IsTheGridInUse) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

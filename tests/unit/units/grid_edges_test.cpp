@@ -11,11 +11,14 @@
 #include "units/ColorTable33.h"
 #include "units/OutputTable33.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace ICC40::ICC_UNIT;
-using namespace ICC40::ICCFILE;
-using hueweave::test::LutMaker;
+using ICC40::ICC_UNIT::ColorTable33;
+using ICC40::ICC_UNIT::OutputTable33;
+using ICC40::ICCFILE::CLut16Type;
+using ICC40::ICCFILE::ColorSpaceSignature;
+using ICC40::ICCFILE::CXYZType;
 
 /// Two points an axis resampled to seventeen; every node of one Lab value.
 LutMaker Flat(int lightness, int a, int b) {
@@ -25,7 +28,7 @@ LutMaker Flat(int lightness, int a, int b) {
     return maker;
 }
 
-std::unique_ptr<ColorTable33> Loaded(const LutMaker& maker) {
+std::unique_ptr<ColorTable33> LoadedGrid(const LutMaker& maker) {
     CLut16Type lut;
     maker.Fill(lut);
     auto unit = std::make_unique<ColorTable33>();
@@ -34,7 +37,7 @@ std::unique_ptr<ColorTable33> Loaded(const LutMaker& maker) {
 }
 
 TEST(GridShiftEdges, AZeroShiftCutsChromaAndRequantises) {
-    const auto unit = Loaded(Flat(32640, 65000, 32768));
+    const auto unit = LoadedGrid(Flat(32640, 65000, 32768));
     EXPECT_EQ(unit->Adjust_Lch(0.0, 0.0, 0.0), 0);
     EXPECT_EQ(unit->Color[3][4][5][0], 32640);
     EXPECT_EQ(unit->Color[3][4][5][1], 58368);  // a* of 100
@@ -45,7 +48,7 @@ TEST(GridShiftEdges, EveryNodeGoesThroughTheTriple) {
     LutMaker maker = Flat(0, 0, 0);
     maker.outputs = 4;
     maker.node = [](int i, int j, int k, int c) { return (i * 6007 + j * 7919 + k * 104729 + c * 30011) & 0xffff; };
-    const auto unit = Loaded(maker);
+    const auto unit = LoadedGrid(maker);
     EXPECT_EQ(unit->Adjust_Lch(7.25, -3.5, 200.0), 0);
     ColorLch::CLCH color(63195.0, 65535.0, 54073.0);
     for (int i = 0; i < 9; ++i) {
@@ -65,12 +68,12 @@ TEST(GridShiftEdges, EveryNodeGoesThroughTheTriple) {
 }
 
 TEST(GridShiftEdges, LightnessEndsBetweenBlackAndWhite) {
-    EXPECT_EQ(Loaded(Flat(65535, 32768, 32768))->Adjust_Lch(1.0, 0.0, 0.0), 0);
-    const auto bright = Loaded(Flat(65000, 32768, 32768));
+    EXPECT_EQ(LoadedGrid(Flat(65535, 32768, 32768))->Adjust_Lch(1.0, 0.0, 0.0), 0);
+    const auto bright = LoadedGrid(Flat(65000, 32768, 32768));
     bright->Adjust_Lch(50.0, 0.0, 0.0);
     EXPECT_EQ(bright->Color[0][0][0][0], 65280);
     EXPECT_EQ(bright->Color[0][0][0][1], 32768);
-    const auto dark = Loaded(Flat(1000, 32768, 32768));
+    const auto dark = LoadedGrid(Flat(1000, 32768, 32768));
     dark->Adjust_Lch(-50.0, 0.0, 0.0);
     EXPECT_EQ(dark->Color[8][8][8][0], 0);
 }
@@ -108,7 +111,7 @@ TEST(GridToRgbEdges, TheWhiteIsTakenRawAndWithoutSign) {
     const auto table = std::make_unique<OutputTable33>();
     CXYZType white;
     white.rawXYZ = {60000, 0x80000000U, 50000};
-    const auto unit = Loaded(Flat(30000, 34000, 33500));
+    const auto unit = LoadedGrid(Flat(30000, 34000, 33500));
     unit->Lab2RGB100_16_1D(table.get(), CssRGB_16, &white);
     ColorLch::CLCH color(1, 1, 1);
     color.SetColorSpace(ColorLch::ColorSpace_sRGB);
@@ -121,12 +124,13 @@ TEST(GridToRgbEdges, TheWhiteIsTakenRawAndWithoutSign) {
 
 TEST(GridToRgbEdges, WhiteIsTheTopOfAnEightBitScale) {
     const auto table = std::make_unique<OutputTable33>();
-    const auto unit = Loaded(Flat(65535, 32768, 32768));  // above L* 100: clipped
+    const auto unit = LoadedGrid(Flat(65535, 32768, 32768));  // above L* 100: clipped
     unit->Lab2RGB100_16_1D(table.get(), CssRGB_16, nullptr);
     for (int c = 0; c < 3; ++c) EXPECT_EQ(unit->Color[4][4][4][c], 65280);
-    const auto black = Loaded(Flat(0, 32768, 32768));
+    const auto black = LoadedGrid(Flat(0, 32768, 32768));
     black->Lab2RGB100_16_1D(table.get(), CssRGB_16, nullptr);
     for (int c = 0; c < 3; ++c) EXPECT_EQ(black->Color[4][4][4][c], 0);
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -6,23 +6,15 @@
 #include <gtest/gtest.h>
 
 #include "unit/color/NaiveLch.h"
+#include "unit/units/GridMembers.h"
 #include "unit/units/UnitHelpers.h"
 #include "units/OutputTable33.h"
 #include "units/WiderColorTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
-
-using Seven = std::array<unsigned short, 7>;
-
-std::unique_ptr<ColorTable33> MakeMember(int channels) {
-    if (channels == 3) return std::make_unique<ColorTable33>();
-    if (channels == 4) return std::make_unique<ColorTable34>();
-    if (channels == 6) return std::make_unique<ColorTable36>();
-    return std::make_unique<ColorTable37>();
-}
+using ICC40::ICC_UNIT::OutputTable33;
 
 class GridMember : public testing::TestWithParam<int> {
 protected:
@@ -32,11 +24,11 @@ protected:
         EXPECT_EQ(table_->SetColorTable(packed.data(), points), 0);
     }
     std::size_t channels_ = static_cast<std::size_t>(GetParam());
-    std::unique_ptr<ColorTable33> table_ = MakeMember(GetParam());
+    std::unique_ptr<ColorTable33> table_ = MakeGridMember(GetParam());
 };
 
 /// Whole fractions by any shift and mask, in a cube of 33 points.
-Seven Naive(const Nodes& nodes, int shift, int mask, const std::array<int, 3>& at) {
+Seven NaiveSeven(const Nodes& nodes, int shift, int mask, const std::array<int, 3>& at) {
     std::array<int, 3> cell{}, f{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         cell[axis] = at[axis] >> shift;
@@ -71,7 +63,7 @@ TEST_P(GridMember, TakesShiftAndMaskAsTheyStand) {
             Seven s{};
             for (auto& sample : s) sample = static_cast<unsigned short>(scatter.Next());
             Seven expected = s;
-            const Seven whole = Naive(nodes, row.shift, row.mask, {s[0], s[1], s[2]});
+            const Seven whole = NaiveSeven(nodes, row.shift, row.mask, {s[0], s[1], s[2]});
             std::copy_n(whole.begin(), channels_, expected.begin());
             table_->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
             ASSERT_EQ(s, expected) << row.shift << " " << row.mask;
@@ -91,7 +83,7 @@ TEST_P(GridMember, StoresItsChannelsInTheirOrder) {
         unsigned short* place[7];
         for (std::size_t c = 0; c < 7; ++c) place[c] = c < channels_ ? &all : &other;
         table_->Conversion(*place[0], *place[1], *place[2], *place[3], *place[4], *place[5], *place[6]);
-        EXPECT_EQ(all, Naive(nodes, 11, 2047, {value, value, value})[channels_ - 1]) << value;
+        EXPECT_EQ(all, NaiveSeven(nodes, 11, 2047, {value, value, value})[channels_ - 1]) << value;
         EXPECT_EQ(other, 7);
     }
 }
@@ -116,14 +108,14 @@ TEST_P(GridMember, ReadsSlotsThatTheProfileDoesNotFillAllTheSame) {
     }
 }
 
-Triple LabOf(const std::array<int, 7>& node) {
+Triple LabOfNode(const std::array<int, 7>& node) {
     return {(node[0] & 0xffff) * 100.0 / 65280.0, ((node[1] & 0xffff) - 32768) * 0.00390625,
             ((node[2] & 0xffff) - 32768) * 0.00390625};
 }
 
 /// A node shifted in L*, C* and h.
-std::array<int, 7> Shifted(const std::array<int, 7>& node, const Triple& by) {
-    const Triple lab = LabOf(node);
+std::array<int, 7> ShiftedNode(const std::array<int, 7>& node, const Triple& by) {
+    const Triple lab = LabOfNode(node);
     const auto polar = NaiveChromaHue(lab[1], lab[2]);
     const Triple lch = NaiveAdjust({lab[0], polar[0], polar[1]}, by[0], by[1], by[2]);
     const auto ab = NaiveAB(lch[1], lch[2]);
@@ -136,7 +128,7 @@ std::array<int, 7> Shifted(const std::array<int, 7>& node, const Triple& by) {
 
 /// A node turned into linear RGB through identity tables, under the usual white.
 std::array<int, 7> Turned(const std::array<int, 7>& node, int primaries) {
-    const Triple rgb = NaiveLabToRGB(LabOf(node), kUsualWhite, primaries);
+    const Triple rgb = NaiveLabToRGB(LabOfNode(node), kUsualWhite, primaries);
     std::array<int, 7> result = node;
     for (std::size_t c = 0; c < 3; ++c) result[c] = static_cast<int>(rgb[c]) << 8;
     return result;
@@ -153,10 +145,10 @@ TEST_P(GridMember, TransformsWhatStandsInItAndNothingElse) {
     const auto identity = std::make_unique<OutputTable33>();
 
     EXPECT_EQ(table_->Adjust_Lch(-4.5, 6.25, 100.0), 0);
-    each([](const auto& node) { return Shifted(node, {-4.5, 6.25, 100.0}); });
+    each([](const auto& node) { return ShiftedNode(node, {-4.5, 6.25, 100.0}); });
     ExpectNodes(*table_, 33, nodes);
     EXPECT_EQ(table_->Adjust_Lch(12.0, -3.0, -200.0), 0);
-    each([](const auto& node) { return Shifted(node, {12.0, -3.0, -200.0}); });
+    each([](const auto& node) { return ShiftedNode(node, {12.0, -3.0, -200.0}); });
     ExpectNodes(*table_, 33, nodes);
     EXPECT_EQ(table_->Lab2RGB100_16_1D(identity.get(), Space(24), nullptr), 25);
     each([](const auto& node) { return Turned(node, 2); });
@@ -165,7 +157,7 @@ TEST_P(GridMember, TransformsWhatStandsInItAndNothingElse) {
     each([](const auto& node) { return Turned(node, 1); });
     ExpectNodes(*table_, 33, nodes);
     EXPECT_EQ(table_->Adjust_Lch(0.0, 1.0, 0.0), 0);
-    each([](const auto& node) { return Shifted(node, {0.0, 1.0, 0.0}); });
+    each([](const auto& node) { return ShiftedNode(node, {0.0, 1.0, 0.0}); });
     ExpectNodes(*table_, 33, nodes);
 
     EXPECT_EQ(table_->LUT_Size, 33);
@@ -192,3 +184,4 @@ TEST_P(GridMember, KeepsItsPositionsWhenItHasTheSizeAlready) {
 INSTANTIATE_TEST_SUITE_P(Members, GridMember, testing::Values(3, 4, 6, 7));
 
 }  // namespace
+}  // namespace hueweave::test

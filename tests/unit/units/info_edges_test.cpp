@@ -10,9 +10,10 @@
 
 #include "units/Info.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::Info;
 
 TEST(JobRecord, StartsUnset) {
     const Info info;
@@ -161,3 +162,4 @@ TEST(JobRecord, DroppingTheBufferKeepsItsCount) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -11,10 +11,10 @@
 #include <memory>
 #include <string>
 
+namespace hueweave::test {
 namespace {
 
 using ICC40::ICC_UNIT::Info;
-using namespace ICC40::ICCFILE;
 
 /// Every field away from its first state.
 void Occupy(Info& info, std::array<unsigned char, 4>& bytes) {
@@ -337,3 +337,4 @@ INSTANTIATE_TEST_SUITE_P(Every, InfoEmptyJob,
                                          EmptyRow{518, INT_MAX}));
 
 }  // namespace
+}  // namespace hueweave::test

@@ -13,13 +13,19 @@
 #include "units/InputTable33.h"
 #include "units/WiderInputTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace ICC40::ICC_UNIT;
-using namespace ICC40::ICCFILE;
-using hueweave::test::LutMaker;
+using ICC40::ICC_UNIT::Info;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable34;
+using ICC40::ICC_UNIT::InputTable36;
+using ICC40::ICC_UNIT::InputTable37;
+using ICC40::ICC_UNIT::InputTable43;
+using ICC40::ICCFILE::CLut16Type;
+using ICC40::ICCFILE::ColorSpaceSignature;
 
-std::unique_ptr<InputTable33> Loaded(const LutMaker& maker, ColorSpaceSignature space) {
+std::unique_ptr<InputTable33> LoadedInput(const LutMaker& maker, ColorSpaceSignature space) {
     CLut16Type lut;
     maker.Fill(lut);
     auto unit = std::make_unique<InputTable33>();
@@ -72,12 +78,12 @@ TEST(InputTableEdges, TwoEntriesAreTheIdentityWhateverTheyHold) {
         LutMaker maker;
         maker.inputEntries = entries;
         maker.input = [](int, int) { return 1234; };
-        const auto wide = Loaded(maker, CsRGB_16);
+        const auto wide = LoadedInput(maker, CsRGB_16);
         EXPECT_EQ(wide->Bits, 16);
         EXPECT_EQ(wide->LUT_Step, 16.003663003663004);
         EXPECT_EQ(wide->Curve[2][4095], 65520);
         for (int n = 0; n < 65536; ++n) ASSERT_EQ(wide->Lut16[1][n], n);
-        const auto narrow = Loaded(maker, CsRGB_8);
+        const auto narrow = LoadedInput(maker, CsRGB_8);
         EXPECT_EQ(narrow->Bits, 8);
         for (int i = 0; i < 255; ++i) ASSERT_EQ(narrow->Lut16[0][i], i * 256);
         EXPECT_EQ(narrow->Lut16[0][255], 65535);
@@ -85,7 +91,7 @@ TEST(InputTableEdges, TwoEntriesAreTheIdentityWhateverTheyHold) {
 }
 
 TEST(InputTableEdges, EntriesComeBackExactlyAtTheirSamples) {
-    const auto unit = Loaded(Curved(256), CsRGB_16);
+    const auto unit = LoadedInput(Curved(256), CsRGB_16);
     EXPECT_EQ(unit->LUT_Step, 257.0);
     for (int n = 0; n < 256; ++n) {
         for (int c = 0; c < 3; ++c) ASSERT_EQ(unit->Lut16[c][n * 257], unit->Curve[c][n]) << n;
@@ -95,7 +101,7 @@ TEST(InputTableEdges, EntriesComeBackExactlyAtTheirSamples) {
 TEST(InputTableEdges, EverySampleButTheLastIsEvaluatedAndRounded) {
     for (int entries : {3, 17, 1024, 4096}) {
         const LutMaker maker = Curved(entries);
-        const auto unit = Loaded(maker, CsRGB_16);
+        const auto unit = LoadedInput(maker, CsRGB_16);
         const double step = 65535.0 / (entries - 1);
         EXPECT_EQ(unit->LUT_Step, step);
         for (int v = 0; v < 65535; ++v) {
@@ -112,8 +118,8 @@ TEST(InputTableEdges, EverySampleButTheLastIsEvaluatedAndRounded) {
 }
 
 TEST(InputTableEdges, ReducingTwiceChangesNothing) {
-    const auto wide = Loaded(Curved(17), CsRGB_16);
-    const auto narrow = Loaded(Curved(17), CsRGB_8);
+    const auto wide = LoadedInput(Curved(17), CsRGB_16);
+    const auto narrow = LoadedInput(Curved(17), CsRGB_8);
     for (int pass = 0; pass < 2; ++pass) {
         for (int c = 0; c < 3; ++c) {
             for (int i = 0; i < 255; ++i) ASSERT_EQ(narrow->Lut16[c][i], wide->Lut16[c][i * 256]);
@@ -124,8 +130,8 @@ TEST(InputTableEdges, ReducingTwiceChangesNothing) {
 }
 
 TEST(InputTableEdges, LabBytesAreSignedAndOneEntryIsTakenTwice) {
-    const auto wide = Loaded(Curved(17), CsRGB_16);
-    const auto lab = Loaded(Curved(17), CsLab_8);
+    const auto wide = LoadedInput(Curved(17), CsRGB_16);
+    const auto lab = LoadedInput(Curved(17), CsLab_8);
     EXPECT_EQ(lab->Bits, 8);
     for (int i = 0; i < 256; ++i) ASSERT_EQ(lab->Lut16[0][i], wide->Lut16[0][i * 256]);
     for (int c : {1, 2}) {
@@ -140,8 +146,8 @@ TEST(InputTableEdges, LabBytesAreSignedAndOneEntryIsTakenTwice) {
 }
 
 TEST(InputTableEdges, LabWordsTurnByHalfButForOnePair) {
-    const auto wide = Loaded(Curved(17), CsRGB_16);
-    const auto lab = Loaded(Curved(17), CsLab_16);
+    const auto wide = LoadedInput(Curved(17), CsRGB_16);
+    const auto lab = LoadedInput(Curved(17), CsLab_16);
     EXPECT_EQ(lab->Bits, 16);
     for (int v = 0; v < 65536; ++v) {
         const bool stays = v == 32767 || v == 65535;
@@ -151,9 +157,9 @@ TEST(InputTableEdges, LabWordsTurnByHalfButForOnePair) {
 }
 
 TEST(InputTableEdges, EveryOtherEncodingIsReducedToBytes) {
-    const auto expected = Loaded(Curved(17), CsRGB_8);
+    const auto expected = LoadedInput(Curved(17), CsRGB_8);
     for (int space : {4, 5, 9, 65535, -1}) {
-        const auto unit = Loaded(Curved(17), static_cast<ColorSpaceSignature>(space));
+        const auto unit = LoadedInput(Curved(17), static_cast<ColorSpaceSignature>(space));
         EXPECT_EQ(unit->Bits, 8);
         for (int i = 0; i < 256; ++i) ASSERT_EQ(unit->Lut16[1][i], expected->Lut16[1][i]);
     }
@@ -172,15 +178,15 @@ TEST(InputTableEdges, ASecondLoadForWordsLeavesBitsAsTheyWere) {
 TEST(InputTableEdges, ChannelsThatTheTableLacksStayZero) {
     LutMaker maker = Curved(17);
     maker.inputs = 1;
-    const auto unit = Loaded(maker, CsRGB_16);
+    const auto unit = LoadedInput(maker, CsRGB_16);
     EXPECT_EQ(unit->Lut16[0][65535], 65535);
     for (int v = 0; v < 65536; ++v) ASSERT_EQ(unit->Lut16[1][v], 0);
     maker.inputEntries = 2;
-    EXPECT_EQ(Loaded(maker, CsRGB_16)->Lut16[2][40000], 0);
+    EXPECT_EQ(LoadedInput(maker, CsRGB_16)->Lut16[2][40000], 0);
 }
 
 TEST(InputTableEdges, ACopyTakesTablesAndBitsAlone) {
-    const auto source = Loaded(Curved(17), CsRGB_8);
+    const auto source = LoadedInput(Curved(17), CsRGB_8);
     const auto copy = std::make_unique<InputTable33>();
     EXPECT_EQ(copy->Initial(source.get()), 0);
     EXPECT_EQ(copy->Bits, 8);
@@ -189,7 +195,7 @@ TEST(InputTableEdges, ACopyTakesTablesAndBitsAlone) {
 }
 
 TEST(InputTableEdges, OneColourGoesThroughTheCurvesAndTheRestStays) {
-    const auto unit = Loaded(Curved(3), CsRGB_16);
+    const auto unit = LoadedInput(Curved(3), CsRGB_16);
     unsigned short s[7] = {32767, 32768, 65535, 11, 12, 13, 14};
     unit->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
     EXPECT_EQ(s[0], unit->Lut16[0][32767]);
@@ -275,3 +281,4 @@ TEST(InputTableEdges, FourCurvesAreEvaluatedAndHaveNoPixelPath) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

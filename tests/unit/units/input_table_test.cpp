@@ -11,10 +11,9 @@
 #include "unit/units/UnitHelpers.h"
 #include "units/InputTable33.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using ICC40::ICC_UNIT::Base;
 using ICC40::ICC_UNIT::InputTable33;
 
 static_assert(std::is_abstract_v<Base> && std::has_virtual_destructor_v<Base>);
@@ -323,3 +322,4 @@ TEST(InputTable, TheByteOperationDoesNothing) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -8,18 +8,13 @@
 
 #include "unit/units/UnitHelpers.h"
 
+namespace hueweave::test {
 namespace {
-
-using namespace hueweave::test;
-using ICC40::ICC_UNIT::ColorTable33;
-using ICC40::ICC_UNIT::Info;
 
 using Pixel = std::array<unsigned short, 3>;
 
-int ShiftOf(int points) { return points == 33 ? 11 : points == 17 ? 12 : 13; }
-
 /// The sum of the table's row, cut by an arithmetic shift, low 16 bits.
-Pixel Naive(const Nodes& nodes, int points, const std::array<int, 3>& at) {
+Pixel NaivePixel(const Nodes& nodes, int points, const std::array<int, 3>& at) {
     const int shift = ShiftOf(points);
     std::array<int, 3> cell{}, f{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -41,7 +36,7 @@ Pixel Naive(const Nodes& nodes, int points, const std::array<int, 3>& at) {
 }
 
 /// Interpolates, and sees that the four other samples stay.
-Pixel Interpolate(ColorTable33& table, const std::array<int, 3>& at) {
+Pixel InterpolatePixel(ColorTable33& table, const std::array<int, 3>& at) {
     auto a = static_cast<unsigned short>(at[0]), b = static_cast<unsigned short>(at[1]),
          c = static_cast<unsigned short>(at[2]);
     unsigned short d = 11, e = 12, f = 13, g = 14;
@@ -72,7 +67,7 @@ TEST_P(IntegerGrid, FollowsTheRowOfEveryOrderOfFractions) {
                 value = scatter.Between(0, points_ - 2) * width_ + level[static_cast<std::size_t>(rest % 3)];
                 rest /= 3;
             }
-            ASSERT_EQ(Interpolate(*table_, at), Naive(nodes_, points_, at)) << testing::PrintToString(at);
+            ASSERT_EQ(InterpolatePixel(*table_, at), NaivePixel(nodes_, points_, at)) << testing::PrintToString(at);
         }
     }
 }
@@ -81,7 +76,7 @@ TEST_P(IntegerGrid, AgreesAllOverTheCube) {
     Scatter scatter(2);
     for (int n = 0; n < 30000; ++n) {
         const std::array<int, 3> at = {scatter.Next(), scatter.Next(), scatter.Next()};
-        ASSERT_EQ(Interpolate(*table_, at), Naive(nodes_, points_, at)) << testing::PrintToString(at);
+        ASSERT_EQ(InterpolatePixel(*table_, at), NaivePixel(nodes_, points_, at)) << testing::PrintToString(at);
     }
 }
 
@@ -91,19 +86,19 @@ TEST_P(IntegerGrid, TakesNegativeAndLargeNodesInThe32BitsTheyHave) {
     Scatter scatter(3);
     for (int n = 0; n < 10000; ++n) {
         const std::array<int, 3> at = {scatter.Next(), scatter.Next(), scatter.Next()};
-        ASSERT_EQ(Interpolate(*table_, at), Naive(nodes, points_, at)) << testing::PrintToString(at);
+        ASSERT_EQ(InterpolatePixel(*table_, at), NaivePixel(nodes, points_, at)) << testing::PrintToString(at);
     }
 }
 
 TEST_P(IntegerGrid, AtTheOriginIsTheFirstNode) {
-    const Pixel first = Interpolate(*table_, {0, 0, 0});
+    const Pixel first = InterpolatePixel(*table_, {0, 0, 0});
     for (std::size_t c = 0; c < 3; ++c) EXPECT_EQ(first[c], nodes_[0][c]);
 }
 
 TEST_P(IntegerGrid, OnANodeIsThatNode) {
     for (int i = 0; i < points_ - 1; ++i) {
         const int j = (i * 5 + 1) % (points_ - 1), k = (i * 3 + 2) % (points_ - 1);
-        const Pixel result = Interpolate(*table_, {i * width_, j * width_, k * width_});
+        const Pixel result = InterpolatePixel(*table_, {i * width_, j * width_, k * width_});
         for (std::size_t c = 0; c < 3; ++c) EXPECT_EQ(result[c], nodes_[NodeAt(points_, i, j, k)][c]) << i;
     }
 }
@@ -118,7 +113,7 @@ TEST_P(IntegerGrid, AtTheTopDoesNotReachTheLastNode) {
     PutNodes(*table_, points_, nodes_);
     const int expected = 1000 + 60000 * (width_ - 1) / width_;
     EXPECT_LT(expected, 61000);
-    EXPECT_EQ(Interpolate(*table_, {65535, 65535, 65535}),
+    EXPECT_EQ(InterpolatePixel(*table_, {65535, 65535, 65535}),
               (Pixel{static_cast<unsigned short>(expected), static_cast<unsigned short>(expected),
                      static_cast<unsigned short>(expected)}));
 }
@@ -126,13 +121,13 @@ TEST_P(IntegerGrid, AtTheTopDoesNotReachTheLastNode) {
 TEST_P(IntegerGrid, AtTheTopOfAFlatCellIsItsValue) {
     for (auto& node : nodes_) node.fill(54321);
     PutNodes(*table_, points_, nodes_);
-    EXPECT_EQ(Interpolate(*table_, {65535, 65535, 65535}), (Pixel{54321, 54321, 54321}));
+    EXPECT_EQ(InterpolatePixel(*table_, {65535, 65535, 65535}), (Pixel{54321, 54321, 54321}));
 }
 
 TEST_P(IntegerGrid, EqualFractionsWalkTheMainDiagonal) {
     for (int f = 1; f < width_; f += width_ / 64 + 1) {
         const int i = 3, j = 1, k = 5;
-        const Pixel result = Interpolate(*table_, {i * width_ + f, j * width_ + f, k * width_ + f});
+        const Pixel result = InterpolatePixel(*table_, {i * width_ + f, j * width_ + f, k * width_ + f});
         for (std::size_t c = 0; c < 3; ++c) {
             const std::int64_t low = nodes_[NodeAt(points_, i, j, k)][c];
             const std::int64_t high = nodes_[NodeAt(points_, i + 1, j + 1, k + 1)][c];
@@ -147,7 +142,7 @@ TEST_P(IntegerGrid, CutsItsFractionOffOnBothSlopes) {
     PutNodes(*table_, points_, nodes_);
     // 100 + 10 x 0.55, 100 - 10 x 0.55 and 100 + 0.55: 105.5, 94.5 and 100.55.
     const int f = width_ * 55 / 100;
-    EXPECT_EQ(Interpolate(*table_, {f, 0, 0}), (Pixel{105, 94, 100}));
+    EXPECT_EQ(InterpolatePixel(*table_, {f, 0, 0}), (Pixel{105, 94, 100}));
 }
 
 TEST_P(IntegerGrid, ShiftsNegativeSumsTowardMinusInfinity) {
@@ -155,7 +150,7 @@ TEST_P(IntegerGrid, ShiftsNegativeSumsTowardMinusInfinity) {
     nodes_[NodeAt(points_, 1, 0, 0)] = {-1, -3, 65536, 0, 0, 0, 0};
     PutNodes(*table_, points_, nodes_);
     // -0.5, -1.5 and 32768; nothing is clamped, the low 16 bits are stored.
-    EXPECT_EQ(Interpolate(*table_, {width_ / 2, 0, 0}), (Pixel{65535, 65534, 32768}));
+    EXPECT_EQ(InterpolatePixel(*table_, {width_ / 2, 0, 0}), (Pixel{65535, 65534, 32768}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, IntegerGrid, testing::Values(9, 17, 33));
@@ -163,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, IntegerGrid, testing::Values(9, 17, 33));
 TEST(IntegerInterpolation, At33PointsTheTopLiesInCell31AtFraction2047) {
     Nodes nodes = ScatteredNodes(33, 5);
     const auto table = MakeGrid(33, nodes);
-    const Pixel result = Interpolate(*table, {65535, 65535, 65535});
+    const Pixel result = InterpolatePixel(*table, {65535, 65535, 65535});
     for (std::size_t c = 0; c < 3; ++c) {
         const std::int64_t low = nodes[NodeAt(33, 31, 31, 31)][c], high = nodes[NodeAt(33, 32, 32, 32)][c];
         EXPECT_EQ(result[c], (low * 2048 + (high - low) * 2047) >> 11);
@@ -173,7 +168,7 @@ TEST(IntegerInterpolation, At33PointsTheTopLiesInCell31AtFraction2047) {
 TEST(IntegerInterpolation, At17PointsTheTopLiesInCell15AtFraction4095) {
     Nodes nodes = ScatteredNodes(17, 5);
     const auto table = MakeGrid(17, nodes);
-    const Pixel result = Interpolate(*table, {65535, 65535, 65535});
+    const Pixel result = InterpolatePixel(*table, {65535, 65535, 65535});
     for (std::size_t c = 0; c < 3; ++c) {
         const std::int64_t low = nodes[NodeAt(17, 15, 15, 15)][c], high = nodes[NodeAt(17, 16, 16, 16)][c];
         EXPECT_EQ(result[c], (low * 4096 + (high - low) * 4095) >> 12);
@@ -183,12 +178,12 @@ TEST(IntegerInterpolation, At17PointsTheTopLiesInCell15AtFraction4095) {
 TEST(IntegerInterpolation, ReadsNoSlotBeyondTheThird) {
     Nodes nodes = ScatteredNodes(17, 6);
     const auto table = MakeGrid(17, nodes);
-    const Pixel before = Interpolate(*table, {12345, 54321, 33333});
+    const Pixel before = InterpolatePixel(*table, {12345, 54321, 33333});
     for (auto& node : nodes) {
         for (std::size_t c = 3; c < 7; ++c) node[c] = -1;
     }
     PutNodes(*table, 17, nodes);
-    EXPECT_EQ(Interpolate(*table, {12345, 54321, 33333}), before);
+    EXPECT_EQ(InterpolatePixel(*table, {12345, 54321, 33333}), before);
 }
 
 TEST(IntegerInterpolation, WorksAfterPackedNodesAlone) {
@@ -198,7 +193,7 @@ TEST(IntegerInterpolation, WorksAfterPackedNodesAlone) {
     const auto table = std::make_unique<ColorTable33>();
     table->SetColorTable(packed.data(), 9);
     const std::array<int, 3> at = {40000, 8191, 60000};
-    EXPECT_EQ(Interpolate(*table, at), Naive(nodes, 9, at));
+    EXPECT_EQ(InterpolatePixel(*table, at), NaivePixel(nodes, 9, at));
 }
 
 TEST(GridPixels, AreConvertedInPlace) {
@@ -211,7 +206,7 @@ TEST(GridPixels, AreConvertedInPlace) {
         EXPECT_EQ(table->Conversion(&job.info), 0);
         std::vector<unsigned short> expected;
         for (std::size_t p = 0; p < 9; p += 3) {
-            const Pixel pixel = Naive(nodes, 17, {samples[p], samples[p + 1], samples[p + 2]});
+            const Pixel pixel = NaivePixel(nodes, 17, {samples[p], samples[p + 1], samples[p + 2]});
             expected.insert(expected.end(), pixel.begin(), pixel.end());
         }
         EXPECT_EQ(job.Work(), WithMarks(expected, job.Work().size(), Job::kMark16));
@@ -280,3 +275,4 @@ TEST(GridPixels, TheByteOperationDoesNothing) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

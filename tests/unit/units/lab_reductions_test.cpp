@@ -7,9 +7,9 @@
 #include "unit/units/UnitHelpers.h"
 #include "units/InputTable33.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
 using ICC40::ICC_UNIT::InputTable33;
 
 using Rows = std::array<std::vector<int>, 3>;
@@ -172,3 +172,4 @@ TEST(LabLoadingOfTheIdentity, GivesTheseEntries) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -9,10 +9,10 @@
 #include "unit/units/UnitHelpers.h"
 #include "units/OutputTable33.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::OutputTable33;
 using ICC40::ICCFILE::CXYZType;
 
 struct Edge {
@@ -116,3 +116,4 @@ TEST(LabToRgbLimits, WhitesOfAWholeNumberAreCutWhereTheSumFalls) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -12,10 +12,10 @@
 #include "units/OutputTable33.h"
 #include "units/WiderColorTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::OutputTable33;
 using ICC40::ICCFILE::CXYZType;
 
 /// Primaries by the range of the space: 0 sRGB, 1 AdobeRGB, 2 AppleRGB, 3 ColorMatchRGB.
@@ -32,7 +32,7 @@ int ResultOf(int space) {
 }
 
 /// Lab of three 16-bit values.
-Triple LabOf(int t0, int t1, int t2) {
+Triple LabOfWords(int t0, int t1, int t2) {
     return {(t0 & 0xffff) * 100.0 / 65280.0, ((t1 & 0xffff) - 32768) * 0.00390625,
             ((t2 & 0xffff) - 32768) * 0.00390625};
 }
@@ -48,11 +48,11 @@ std::array<int, 3> Converted(const Triple& lab, const Triple& white, int space) 
 Triple UsualWhite() { return {63195.0, 65535.0, 54073.0}; }
 
 /// Every node of the grid by the rows of `tables`; channels 3 to 6 as before.
-Nodes Expected(const Nodes& nodes, const std::array<std::vector<int>, 7>& tables, const Triple& white, int space) {
+Nodes ExpectedNodes(const Nodes& nodes, const std::array<std::vector<int>, 7>& tables, const Triple& white, int space) {
     Nodes result = nodes;
     for (auto& node : result) {
         const auto entry = [&](std::size_t c) { return tables[c][static_cast<std::size_t>(node[c])]; };
-        const std::array<int, 3> rgb = Converted(LabOf(entry(0), entry(1), entry(2)), white, space);
+        const std::array<int, 3> rgb = Converted(LabOfWords(entry(0), entry(1), entry(2)), white, space);
         std::copy(rgb.begin(), rgb.end(), node.begin());
     }
     return result;
@@ -73,7 +73,7 @@ TEST(LabToRgb, EveryNodeGoesThroughTheTablesAndTheTriple) {
                 }
             }
             EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), nullptr), ResultOf(space));
-            ExpectNodes(*grid, points, Expected(nodes, plain.table, UsualWhite(), space));
+            ExpectNodes(*grid, points, ExpectedNodes(nodes, plain.table, UsualWhite(), space));
         }
     }
 }
@@ -89,7 +89,7 @@ TEST(LabToRgb, PrimariesAndResultFollowTheRangeOfTheSpace) {
     for (int space : spaces) {
         const auto grid = MakeGrid(2, nodes);
         EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), nullptr), ResultOf(space)) << space;
-        ExpectNodes(*grid, 2, Expected(nodes, plain.table, UsualWhite(), space));
+        ExpectNodes(*grid, 2, ExpectedNodes(nodes, plain.table, UsualWhite(), space));
     }
 }
 
@@ -109,7 +109,7 @@ TEST(LabToRgb, TheLutsOutputCurvesComeFirst) {
         grid->Initial(lut.get());
         const Nodes nodes = GetNodes(*grid, 9);
         EXPECT_EQ(grid->Lab2RGB100_16(lut.get(), Space(28), nullptr), 31);
-        ExpectNodes(*grid, 9, Expected(nodes, plain.table, UsualWhite(), 28));
+        ExpectNodes(*grid, 9, ExpectedNodes(nodes, plain.table, UsualWhite(), 28));
     }
 }
 
@@ -130,7 +130,7 @@ TEST(LabToRgb, AWhiteIsTakenAsThreeUnsignedWords) {
             EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), &white), space);
             const Triple plainWhite = {static_cast<double>(words[0]), static_cast<double>(words[1]),
                                        static_cast<double>(words[2])};
-            ExpectNodes(*grid, 9, Expected(nodes, plain.table, plainWhite, space));
+            ExpectNodes(*grid, 9, ExpectedNodes(nodes, plain.table, plainWhite, space));
             EXPECT_EQ(white.rawXYZ, words);
         }
     }
@@ -153,8 +153,8 @@ TEST(LabToRgb, AWhiteOfTheLutFormCountsToo) {
     plain.Load(plainLut);
     EXPECT_EQ(usual->Lab2RGB100_16(lut.get(), Space(34), nullptr), 34);
     EXPECT_EQ(whited->Lab2RGB100_16(lut.get(), Space(34), &white), 34);
-    ExpectNodes(*usual, 9, Expected(nodes, plain.table, UsualWhite(), 34));
-    ExpectNodes(*whited, 9, Expected(nodes, plain.table, {60000.0, 65000.0, 40000.0}, 34));
+    ExpectNodes(*usual, 9, ExpectedNodes(nodes, plain.table, UsualWhite(), 34));
+    ExpectNodes(*whited, 9, ExpectedNodes(nodes, plain.table, {60000.0, 65000.0, 40000.0}, 34));
 }
 
 TEST(LabToRgb, ValuesAreCutToBytesAndShifted) {
@@ -168,7 +168,7 @@ TEST(LabToRgb, ValuesAreCutToBytesAndShifted) {
         const auto grid = MakeGrid(2, nodes);
         grid->Lab2RGB100_16_1D(table.get(), Space(8), nullptr);
         for (std::size_t n = 0; n < 8; ++n) {
-            const Triple rgb = NaiveLabToRGB(LabOf(nodes[n][0], 32768, 32768), UsualWhite(), 0);
+            const Triple rgb = NaiveLabToRGB(LabOfWords(nodes[n][0], 32768, 32768), UsualWhite(), 0);
             const int value = grid->Color[n / 4][n / 2 % 2][n % 2][0];
             ASSERT_EQ(value, static_cast<int>(rgb[0]) * 256);
             ASSERT_LE(value, 65280);
@@ -182,8 +182,8 @@ TEST(LabToRgb, JustBelowWhiteIs254AndWhiteIs255) {
     const auto table = std::make_unique<OutputTable33>();
     // The highest lightness whose red lies below 255, and the next, whose red is cut at 255.
     int lightness = 65535;
-    while (NaiveLabToRGB(LabOf(lightness, 32768, 32768), UsualWhite(), 0)[0] >= 255.0) --lightness;
-    ASSERT_GT(NaiveLabToRGB(LabOf(lightness, 32768, 32768), UsualWhite(), 0)[0], 254.9);
+    while (NaiveLabToRGB(LabOfWords(lightness, 32768, 32768), UsualWhite(), 0)[0] >= 255.0) --lightness;
+    ASSERT_GT(NaiveLabToRGB(LabOfWords(lightness, 32768, 32768), UsualWhite(), 0)[0], 254.9);
     Nodes nodes(8);
     for (auto& node : nodes) node = {lightness, 32768, 32768};
     nodes[7][0] = lightness + 1;
@@ -247,3 +247,4 @@ TEST(LabToRgb, TakesNodesBeyondSixteenBitsByTheirLowBits) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -9,29 +9,17 @@
 
 #include "support/ReferenceUnits.h"
 #include "unit/color/NaiveLch.h"
+#include "unit/units/PlainLuts.h"
 #include "unit/units/UnitHelpers.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::LutInputCurves;
+using ICC40::ICC_UNIT::LutOutputCurves;
 
 /// With 34 and 67 there are values whose place falls short of an entry if it is a product instead of a quotient.
 constexpr int kEntries[] = {0, 1, 2, 3, 4, 5, 16, 17, 33, 34, 67, 255, 256, 257, 1000, 4095, 4096};
-
-PlainLut PlainOf(const CLut16Type& lut) {
-    PlainLut plain;
-    plain.inputs = lut.inputChan;
-    plain.outputs = lut.outputChan;
-    plain.inputEntries = lut.inputEnt;
-    plain.outputEntries = lut.outputEnt;
-    const auto copy = [](const std::unique_ptr<std::uint16_t[]>& table, int count) {
-        return std::vector<int>(table.get(), table.get() + count);
-    };
-    plain.input = copy(lut.inputTable, plain.inputs * plain.inputEntries);
-    plain.output = copy(lut.outputTable, plain.outputs * plain.outputEntries);
-    return plain;
-}
 
 class LutCurves : public testing::TestWithParam<int> {
 protected:
@@ -137,3 +125,4 @@ TEST_P(LutCurves, OfEveryShapeLeadToRgb) {
 INSTANTIATE_TEST_SUITE_P(Entries, LutCurves, testing::ValuesIn(kEntries));
 
 }  // namespace
+}  // namespace hueweave::test

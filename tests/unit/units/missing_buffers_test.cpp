@@ -12,22 +12,29 @@
 #include "units/WiderColorTables.h"
 #include "units/WiderInputTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::ColorTable34;
+using ICC40::ICC_UNIT::ColorTable36;
+using ICC40::ICC_UNIT::ColorTable37;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable34;
+using ICC40::ICC_UNIT::InputTable36;
+using ICC40::ICC_UNIT::InputTable37;
+using ICC40::ICC_UNIT::OutputTable33;
 
 /// A unit that takes a working buffer of some samples a pixel, and a code of that many channels: 16 bits on both sides.
-struct Member {
+struct BufferedUnit {
     const char* name;
     std::function<std::unique_ptr<Base>()> make;
     int channels;
     int code;
 };
-void PrintTo(const Member& member, std::ostream* out) { *out << member.name; }
+void PrintTo(const BufferedUnit& unit, std::ostream* out) { *out << unit.name; }
 
 template <typename Unit>
-std::unique_ptr<Base> Make() {
+std::unique_ptr<Base> MakeUnit() {
     return std::make_unique<Unit>();
 }
 
@@ -45,20 +52,20 @@ std::unique_ptr<Base> MakeGridUnit() {
     return unit;
 }
 
-constexpr int kPixels = 5;
+constexpr int kBufferedPixels = 5;
 constexpr unsigned short kSource = 0x1234, kWork = 0x4321, kDest = 0x1111;
 
-class MissingBuffer : public testing::TestWithParam<Member> {
+class MissingBuffer : public testing::TestWithParam<BufferedUnit> {
 protected:
     MissingBuffer() {
         info_.FormatCode = GetParam().code;
         auto* const source = reinterpret_cast<unsigned char*>(source_.data());
         auto* const dest = reinterpret_cast<unsigned char*>(dest_.data());
-        EXPECT_EQ(info_.CheckWorkingBuf(source, dest, kPixels), 0);
+        EXPECT_EQ(info_.CheckWorkingBuf(source, dest, kBufferedPixels), 0);
         EXPECT_EQ(info_.WorkCount, Samples());
         Refill();
     }
-    int Samples() const { return kPixels * GetParam().channels; }
+    int Samples() const { return kBufferedPixels * GetParam().channels; }
     void Refill() {
         if (info_.WorkBuf != nullptr) std::fill_n(info_.WorkBuf.get(), Samples(), kWork);
         std::fill(dest_.begin(), dest_.end(), kDest);
@@ -66,7 +73,7 @@ protected:
     /// How many pixels, in working or destination samples, the unit has changed since; they must be the first.
     int Changed() const {
         int changed = 0;
-        for (int p = 0; p < kPixels; ++p) {
+        for (int p = 0; p < kBufferedPixels; ++p) {
             bool touched = false;
             for (int c = 0; c < GetParam().channels; ++c) {
                 const auto at = static_cast<std::size_t>(p * GetParam().channels + c);
@@ -80,14 +87,14 @@ protected:
     }
 
     Info info_;
-    std::vector<unsigned short> source_ = std::vector<unsigned short>(kPixels * 7, kSource);
-    std::vector<unsigned short> dest_ = std::vector<unsigned short>(kPixels * 7, kDest);
+    std::vector<unsigned short> source_ = std::vector<unsigned short>(kBufferedPixels * 7, kSource);
+    std::vector<unsigned short> dest_ = std::vector<unsigned short>(kBufferedPixels * 7, kDest);
     const std::unique_ptr<Base> unit_ = GetParam().make();
 };
 
 TEST_P(MissingBuffer, OfNoneChangesEveryPixel) {
     EXPECT_EQ(unit_->Conversion(&info_), 0);
-    EXPECT_EQ(Changed(), kPixels);
+    EXPECT_EQ(Changed(), kBufferedPixels);
 }
 
 TEST_P(MissingBuffer, OfTheOtherTwoConversionsIsNoFailure) {
@@ -109,23 +116,23 @@ TEST_P(MissingBuffer, OfSourceOrDestinationIsAnEmptyRunOfTheUnitThatUsesIt) {
     const std::string name = GetParam().name;
     info_.Source = nullptr;
     EXPECT_EQ(unit_->Conversion(&info_), 0);
-    EXPECT_EQ(Changed(), name.starts_with("Input") ? 0 : kPixels);
+    EXPECT_EQ(Changed(), name.starts_with("Input") ? 0 : kBufferedPixels);
     info_.Source = reinterpret_cast<unsigned char*>(source_.data());
     info_.Dest = nullptr;
     Refill();
     EXPECT_EQ(unit_->Conversion(&info_), 0);
-    EXPECT_EQ(Changed(), name.starts_with("Output") ? 0 : kPixels);
+    EXPECT_EQ(Changed(), name.starts_with("Output") ? 0 : kBufferedPixels);
 }
 
 TEST_P(MissingBuffer, OfSomePixelsEndsWithTheLastThatIsThere) {
-    for (const int pixels : {kPixels - 1, 1 << 30}) {
+    for (const int pixels : {kBufferedPixels - 1, 1 << 30}) {
         info_.PixelCount = pixels;
         info_.WorkCount = 3 * GetParam().channels - 1;
         Refill();
         EXPECT_EQ(unit_->Conversion(&info_), 0);
         ASSERT_EQ(Changed(), 2) << pixels;
     }
-    for (const auto& [pixels, samples] : {std::pair{-1, 100}, {0, 100}, {kPixels, 0}, {kPixels, -1}}) {
+    for (const auto& [pixels, samples] : {std::pair{-1, 100}, {0, 100}, {kBufferedPixels, 0}, {kBufferedPixels, -1}}) {
         info_.PixelCount = pixels;
         info_.WorkCount = samples;
         Refill();
@@ -134,14 +141,15 @@ TEST_P(MissingBuffer, OfSomePixelsEndsWithTheLastThatIsThere) {
     }
 }
 
-const Member kMembers[] = {
+const BufferedUnit kBufferedUnits[] = {
     {"Input33", MakeInput<InputTable33>, 3, 514},    {"Input34", MakeInput<InputTable34>, 4, 516},
     {"Input36", MakeInput<InputTable36>, 6, 518},    {"Input37", MakeInput<InputTable37>, 7, 520},
     {"Color33", MakeGridUnit<ColorTable33>, 3, 514}, {"Color34", MakeGridUnit<ColorTable34>, 4, 516},
     {"Color36", MakeGridUnit<ColorTable36>, 6, 518}, {"Color37", MakeGridUnit<ColorTable37>, 7, 520},
-    {"Output3", Make<OutputTable33>, 3, 514},        {"Output4", Make<OutputTable33>, 4, 516},
-    {"Output6", Make<OutputTable33>, 6, 518}};
-INSTANTIATE_TEST_SUITE_P(Every, MissingBuffer, testing::ValuesIn(kMembers),
+    {"Output3", MakeUnit<OutputTable33>, 3, 514},    {"Output4", MakeUnit<OutputTable33>, 4, 516},
+    {"Output6", MakeUnit<OutputTable33>, 6, 518}};
+INSTANTIATE_TEST_SUITE_P(Every, MissingBuffer, testing::ValuesIn(kBufferedUnits),
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
+}  // namespace hueweave::test

@@ -10,19 +10,20 @@
 #include <limits>
 #include <ostream>
 
+namespace hueweave::test {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr int kLowest = std::numeric_limits<int>::min(), kHighest = std::numeric_limits<int>::max();
+constexpr int kLeastInt = std::numeric_limits<int>::min(), kMostInt = std::numeric_limits<int>::max();
 
-struct Row {
+struct CutNumber {
     double value;
     int whole;
 };
-void PrintTo(const Row& row, std::ostream* out) { *out << row.value << " is " << row.whole; }
+void PrintTo(const CutNumber& row, std::ostream* out) { *out << row.value << " is " << row.whole; }
 
-class Truncation : public testing::TestWithParam<Row> {};
+class Truncation : public testing::TestWithParam<CutNumber> {};
 
 TEST_P(Truncation, GoesTowardZeroAndStopsAtTheLimits) {
     volatile double value = GetParam().value;  // not worked out by the compiler, which may have limits of its own
@@ -30,14 +31,17 @@ TEST_P(Truncation, GoesTowardZeroAndStopsAtTheLimits) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Edges, Truncation,
-                         testing::Values(Row{0.0, 0}, Row{-0.0, 0}, Row{0.999, 0}, Row{-0.999, 0}, Row{1.5, 1},
-                                         Row{-1.5, -1}, Row{2147483646.9, 2147483646}, Row{2147483647.0, kHighest},
-                                         Row{2147483647.9, kHighest}, Row{2147483648.0, kHighest},
-                                         Row{2147483649.0, kHighest}, Row{1e300, kHighest}, Row{kInfinity, kHighest},
-                                         Row{-2147483646.5, -2147483646}, Row{-2147483647.0, -2147483647},
-                                         Row{-2147483647.9, -2147483647}, Row{-2147483648.0, kLowest},
-                                         Row{-2147483648.9, kLowest}, Row{-2147483649.0, kLowest}, Row{-1e300, kLowest},
-                                         Row{-kInfinity, kLowest}, Row{kNaN, 0}, Row{-kNaN, 0}, Row{5e-324, 0}));
+                         testing::Values(CutNumber{0.0, 0}, CutNumber{-0.0, 0}, CutNumber{0.999, 0},
+                                         CutNumber{-0.999, 0}, CutNumber{1.5, 1}, CutNumber{-1.5, -1},
+                                         CutNumber{2147483646.9, 2147483646}, CutNumber{2147483647.0, kMostInt},
+                                         CutNumber{2147483647.9, kMostInt}, CutNumber{2147483648.0, kMostInt},
+                                         CutNumber{2147483649.0, kMostInt}, CutNumber{1e300, kMostInt},
+                                         CutNumber{kInfinity, kMostInt}, CutNumber{-2147483646.5, -2147483646},
+                                         CutNumber{-2147483647.0, -2147483647}, CutNumber{-2147483647.9, -2147483647},
+                                         CutNumber{-2147483648.0, kLeastInt}, CutNumber{-2147483648.9, kLeastInt},
+                                         CutNumber{-2147483649.0, kLeastInt}, CutNumber{-1e300, kLeastInt},
+                                         CutNumber{-kInfinity, kLeastInt}, CutNumber{kNaN, 0}, CutNumber{-kNaN, 0},
+                                         CutNumber{5e-324, 0}));
 
 TEST(FiniteNumbers, PassAndOthersCountAsZero) {
     for (const double value : {0.0, 1.5, -1e308, 5e-324}) {
@@ -51,3 +55,4 @@ TEST(FiniteNumbers, PassAndOthersCountAsZero) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -10,9 +10,9 @@
 #include "unit/units/UnitHelpers.h"
 #include "units/OutputTable33.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
 using ICC40::ICC_UNIT::OutputTable33;
 
 struct Operation {
@@ -56,7 +56,7 @@ const Operation kOperations[] = {
 #undef HUEWEAVE_OPERATION
 static_assert(std::size(kOperations) == kForms);
 
-void ExpectTables(const OutputTable33& unit, const ReferenceOutputs& plain) {
+void ExpectReference(const OutputTable33& unit, const ReferenceOutputs& plain) {
     for (std::size_t c = 0; c < 7; ++c) {
         ExpectRow(unit.Curve[c], plain.curve[c], "curve " + std::to_string(c));
         ExpectRow(unit.Lut16[c], plain.table[c], "table " + std::to_string(c));
@@ -78,7 +78,7 @@ protected:
         EXPECT_EQ(GetParam().run(*unit_, Space(space)), GetParam().result < 0 ? space : GetParam().result);
         EXPECT_EQ(unit_->OutputMode, GetParam().mode);
         plain_.Apply(GetParam().form, space);
-        ExpectTables(*unit_, plain_);
+        ExpectReference(*unit_, plain_);
     }
     std::unique_ptr<OutputTable33> unit_ = std::make_unique<OutputTable33>();
     ReferenceOutputs plain_;
@@ -206,7 +206,7 @@ TEST_P(KodakLine, FollowsItsArguments) {
     unit->OutputMode = 6;
     unit->KodakCurve(line.low, line.high, line.a, line.b, line.c);
     plain.Kodak(line.low, line.high, line.a, line.b, line.c);
-    ExpectTables(*unit, plain);  // entry 65535 and the four other tables are those from before
+    ExpectReference(*unit, plain);  // entry 65535 and the four other tables are those from before
     EXPECT_EQ(unit->OutputMode, 6);
 }
 
@@ -218,3 +218,4 @@ INSTANTIATE_TEST_SUITE_P(Arguments, KodakLine,
                                          Line{10, 60000, 1.0, -5.0, 1.0}));
 
 }  // namespace
+}  // namespace hueweave::test

@@ -14,11 +14,16 @@
 #include "Luts.h"
 #include "units/OutputTable33.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace ICC40::ICC_UNIT;
-using namespace ICC40::ICCFILE;
-using hueweave::test::LutMaker;
+using ICC40::ICC_UNIT::FindFormat;
+using ICC40::ICC_UNIT::Info;
+using ICC40::ICC_UNIT::OutputTable33;
+using ICC40::ICC_UNIT::PixelFormat;
+using ICC40::ICCFILE::CLut16Type;
+using ICC40::ICCFILE::CLut8Type;
+using ICC40::ICCFILE::ColorSpaceSignature;
 
 std::unique_ptr<OutputTable33> Fresh() { return std::make_unique<OutputTable33>(); }
 
@@ -256,7 +261,7 @@ TEST(ToneCurveEdges, EveryFormHasItsResultModeAndWidth) {
 
 /// Every entry of the three tables against a formula.
 template <typename Formula>
-void ExpectTables(const OutputTable33& unit, Formula formula) {
+void ExpectFormula(const OutputTable33& unit, Formula formula) {
     for (int c = 0; c < 3; ++c) {
         for (int i = 0; i < 65536; ++i) ASSERT_EQ(unit.Lut16[c][i], formula(i)) << c << " " << i;
     }
@@ -270,17 +275,17 @@ TEST(ToneCurveEdges, GammasAreTheStatedFormulas) {
     const auto srgb = [](double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535.0; };
     const auto unit = Fresh();
     unit->OutputGamma180(CsAdobeRGB_Gamma180_8);
-    ExpectTables(*unit, [&](int i) { return cut8(std::pow(i / 65535.0, 0.5556) * 65535.0); });
+    ExpectFormula(*unit, [&](int i) { return cut8(std::pow(i / 65535.0, 0.5556) * 65535.0); });
     EXPECT_EQ(unit->Lut16[0][0], 0);
     unit->OutputGamma180_16(CsAdobeRGB_Gamma180_16);
-    ExpectTables(*unit, [&](int i) { return static_cast<int>(std::pow(i / 65535.0, 0.5556) * 65535.0 + 0.5); });
+    ExpectFormula(*unit, [&](int i) { return static_cast<int>(std::pow(i / 65535.0, 0.5556) * 65535.0 + 0.5); });
     unit->OutputGamma_sRGB();
-    ExpectTables(*unit, [&](int i) {
+    ExpectFormula(*unit, [&](int i) {
         const double x = i / 65535.0;
         return cut8(0.00304 > x ? x * 65535.0 * 12.92 : srgb(x));
     });
     unit->OutputGamma_sRGB_16();
-    ExpectTables(*unit, [&](int i) {
+    ExpectFormula(*unit, [&](int i) {
         const double x = i / 65535.0;
         return 0.00304 > x ? static_cast<int>(x * 65535.0 * 12.92) : static_cast<int>(srgb(x) + 0.5);
     });
@@ -305,7 +310,7 @@ TEST(ToneCurveEdges, KodakCurvesAreALineAndAPower) {
         const double e = row.a / 2.2, scale = std::pow(10.0, row.b / 2.2) * 65535.0;
         const double top = std::pow(row.high / 65535.0, e) * scale;
         const double slope = top / (row.high - row.low), intercept = -(row.low * top) / (row.high - row.low);
-        ExpectTables(*unit, [&](int i) {
+        ExpectFormula(*unit, [&](int i) {
             int t = 0;
             if (i == 65535) {
                 t = 65535;
@@ -368,3 +373,4 @@ TEST(ToneCurveEdges, LabFormsFlipTheTopBitOfTheOpponents) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

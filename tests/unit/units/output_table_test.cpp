@@ -9,12 +9,12 @@
 #include <climits>
 
 #include "support/ReferenceUnits.h"
+#include "unit/units/PlainLuts.h"
 #include "unit/units/UnitHelpers.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using ICC40::ICC_UNIT::Base;
 using ICC40::ICC_UNIT::OutputTable33;
 using ICC40::ICCFILE::CLut8Type;
 
@@ -23,15 +23,6 @@ void ExpectCurvesAndTables(const OutputTable33& unit, const ReferenceOutputs& pl
         ExpectRow(unit.Curve[c], plain.curve[c], "curve " + std::to_string(c));
         ExpectRow(unit.Lut16[c], plain.table[c], "table " + std::to_string(c));
     }
-}
-
-PlainLut PlainOf(const CLut16Type& lut) {
-    PlainLut plain;
-    plain.outputs = lut.outputChan;
-    plain.outputEntries = lut.outputEnt;
-    plain.output.assign(lut.outputTable.get(),
-                        lut.outputTable.get() + static_cast<std::ptrdiff_t>(lut.outputChan * lut.outputEnt));
-    return plain;
 }
 
 std::unique_ptr<CLut16Type> OutputLut(int outputs, int entries, std::uint32_t seed) {
@@ -279,7 +270,7 @@ TEST(OutputTable, AByteTableWithoutCurvesChangesNothing) {
 }
 
 /// Tables that differ from channel to channel, with entries below 0 and above 65535.
-std::unique_ptr<OutputTable33> Scattered(ReferenceOutputs& plain) {
+std::unique_ptr<OutputTable33> ScatteredOutput(ReferenceOutputs& plain) {
     auto unit = std::make_unique<OutputTable33>();
     Scatter scatter(14);
     for (std::size_t c = 0; c < 7; ++c) {
@@ -290,7 +281,7 @@ std::unique_ptr<OutputTable33> Scattered(ReferenceOutputs& plain) {
 
 TEST(OutputTable, OneColourTakesThreeTablesAndLeavesTheOtherFourSamples) {
     ReferenceOutputs plain;
-    const auto unit = Scattered(plain);
+    const auto unit = ScatteredOutput(plain);
     Scatter scatter(15);
     for (int round = 0; round < 3000; ++round) {
         unsigned short s[7];
@@ -308,7 +299,7 @@ class OutputRun : public testing::TestWithParam<int> {};
 
 TEST_P(OutputRun, WritesTheLowPartOfEachChannelsEntry) {
     ReferenceOutputs plain;
-    const auto unit = Scattered(plain);
+    const auto unit = ScatteredOutput(plain);
     constexpr int kPixels = 400;
     Job job(GetParam(), kPixels);
     std::vector<unsigned short> work(job.Work());
@@ -335,7 +326,7 @@ INSTANTIATE_TEST_SUITE_P(Codes, OutputRun,
 
 TEST(OutputTable, RunsBelowOnePixelTouchNothing) {
     ReferenceOutputs plain;
-    const auto unit = Scattered(plain);
+    const auto unit = ScatteredOutput(plain);
     for (int count : {0, -1, INT_MIN}) {
         Job job(258, 2);
         job.info.PixelCount = count;
@@ -367,3 +358,4 @@ TEST(OutputTable, AResetRestoresTheIdentityAndLeavesTheOtherFields) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

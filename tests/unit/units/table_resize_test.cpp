@@ -6,12 +6,8 @@
 
 #include "unit/units/UnitHelpers.h"
 
+namespace hueweave::test {
 namespace {
-
-using namespace hueweave::test;
-using ICC40::ICC_UNIT::ColorTable33;
-
-int ShiftOf(int points) { return points == 17 ? 12 : points == 9 ? 13 : 11; }
 
 struct SizeRow {
     int from, to;
@@ -170,3 +166,4 @@ TEST(TableResize, ToASizeOutside2To33ChangesNothing) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -14,10 +14,18 @@
 #include "units/WiderColorTables.h"
 #include "units/WiderInputTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::ColorTable34;
+using ICC40::ICC_UNIT::ColorTable36;
+using ICC40::ICC_UNIT::ColorTable37;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable34;
+using ICC40::ICC_UNIT::InputTable36;
+using ICC40::ICC_UNIT::InputTable37;
+using ICC40::ICC_UNIT::InputTable43;
+using ICC40::ICC_UNIT::OutputTable33;
 
 /// A unit in memory of which every byte was `kOld`.
 template <typename Unit>
@@ -209,3 +217,4 @@ TEST(WiderInputTables, DoNotUseTheirBuffer) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

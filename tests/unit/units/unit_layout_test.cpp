@@ -15,11 +15,24 @@
 #include "units/WiderColorTables.h"
 #include "units/WiderInputTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::Base;
+using ICC40::ICC_UNIT::ColorTable33;
+using ICC40::ICC_UNIT::ColorTable34;
+using ICC40::ICC_UNIT::ColorTable36;
+using ICC40::ICC_UNIT::ColorTable37;
+using ICC40::ICC_UNIT::Info;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable34;
+using ICC40::ICC_UNIT::InputTable36;
+using ICC40::ICC_UNIT::InputTable37;
+using ICC40::ICC_UNIT::InputTable43;
+using ICC40::ICC_UNIT::OutputTable33;
 using ICC40::ICCFILE::CLut16Type;
 using ICC40::ICCFILE::CLut8Type;
+
 using Sample = unsigned short;
 
 static_assert(std::is_abstract_v<Base> && std::has_virtual_destructor_v<Base>);
@@ -118,3 +131,4 @@ TEST(UnitNames, AreTheClassesOwn) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

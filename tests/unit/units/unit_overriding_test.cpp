@@ -10,10 +10,12 @@
 #include "units/OutputTable33.h"
 #include "units/WiderInputTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable43;
+using ICC40::ICC_UNIT::OutputTable33;
 using ICC40::ICCFILE::CXYZType;
 
 struct HidingInput : InputTable33 {
@@ -106,3 +108,4 @@ TEST(PlainOperations, OfTheOutputTablesStayTheirOwn) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

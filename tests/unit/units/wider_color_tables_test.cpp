@@ -8,22 +8,18 @@
 #include <functional>
 
 #include "support/ReferenceUnits.h"
+#include "unit/units/GridMembers.h"
 #include "unit/units/UnitHelpers.h"
 #include "units/OutputTable33.h"
 #include "units/WiderColorTables.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
-
-using Seven = std::array<unsigned short, 7>;
-
-std::unique_ptr<ColorTable33> MakeMember(int channels) {
-    if (channels == 4) return std::make_unique<ColorTable34>();
-    if (channels == 6) return std::make_unique<ColorTable36>();
-    return std::make_unique<ColorTable37>();
-}
+using ICC40::ICC_UNIT::ColorTable34;
+using ICC40::ICC_UNIT::ColorTable36;
+using ICC40::ICC_UNIT::ColorTable37;
+using ICC40::ICC_UNIT::OutputTable33;
 
 /// Packed nodes, seven ints a node.
 std::vector<int> Packed(const Nodes& nodes) {
@@ -32,7 +28,7 @@ std::vector<int> Packed(const Nodes& nodes) {
     return packed;
 }
 
-Seven Interpolate(ColorTable33& table, Seven s) {
+Seven InterpolateSeven(ColorTable33& table, Seven s) {
     table.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
     return s;
 }
@@ -57,7 +53,7 @@ protected:
     int channels_ = GetParam();
     Nodes nodes_;
     ReferenceGrid plain_;
-    std::unique_ptr<ColorTable33> table_ = MakeMember(channels_);
+    std::unique_ptr<ColorTable33> table_ = MakeGridMember(channels_);
 };
 
 TEST_P(WiderGrid, InterpolatesItsChannelsInEveryTetrahedron) {
@@ -76,7 +72,8 @@ TEST_P(WiderGrid, InterpolatesItsChannelsInEveryTetrahedron) {
                 for (std::size_t axis = 0; axis < 3; ++axis) {
                     was[axis] = static_cast<unsigned short>(scatter.Between(0, points - 2) * width + order[axis]);
                 }
-                ASSERT_EQ(Interpolate(*table_, was), Expected(was)) << points << " " << testing::PrintToString(was);
+                ASSERT_EQ(InterpolateSeven(*table_, was), Expected(was))
+                    << points << " " << testing::PrintToString(was);
             }
         }
     }
@@ -90,7 +87,7 @@ TEST_P(WiderGrid, OnANodeEveryChannelIsThatNodes) {
                 const auto& node = nodes_[NodeAt(17, i, j, k)];
                 const auto x = static_cast<unsigned short>(i * 4096), y = static_cast<unsigned short>(j * 4096),
                            z = static_cast<unsigned short>(k * 4096);
-                const Seven result = Interpolate(*table_, {x, y, z, 4, 5, 6, 7});
+                const Seven result = InterpolateSeven(*table_, {x, y, z, 4, 5, 6, 7});
                 for (std::size_t c = 0; c < 7; ++c) {
                     const int expected = c < static_cast<std::size_t>(channels_) ? node[c] : static_cast<int>(c) + 1;
                     ASSERT_EQ(result[c], expected);
@@ -110,7 +107,7 @@ TEST_P(WiderGrid, CutsTheFractionOffAndClampsNothing) {
     }
     for (int fraction : {0, 1, 2048, 4095}) {
         const auto f = static_cast<unsigned short>(fraction);
-        const Seven result = Interpolate(*table_, {f, f, f, 50, 60, 70, 80});
+        const Seven result = InterpolateSeven(*table_, {f, f, f, 50, 60, 70, 80});
         for (std::size_t c = 0; c < static_cast<std::size_t>(channels_); ++c) EXPECT_EQ(result[c], 65533) << f;
     }
 }
@@ -121,7 +118,7 @@ TEST_P(WiderGrid, TakesNodesBeyond16BitsByTheirLowBits) {
     for (int n = 0; n < 3000; ++n) {
         Seven was{};
         for (auto& sample : was) sample = static_cast<unsigned short>(scatter.Next());
-        ASSERT_EQ(Interpolate(*table_, was), Expected(was));
+        ASSERT_EQ(InterpolateSeven(*table_, was), Expected(was));
     }
 }
 
@@ -175,7 +172,7 @@ TEST_P(WiderGrid, LoadingFillsTheFurtherChannels) {
                           lut->clutTable.get() + static_cast<std::ptrdiff_t>(points * points * points * channels_));
         ReferenceGrid expected;
         expected.Load(plain);
-        const auto table = MakeMember(channels_);
+        const auto table = MakeGridMember(channels_);
         EXPECT_EQ(table->Initial(lut.get()), 0);  // through the virtual slot
         EXPECT_EQ(table->LUT_Size, points == 5 ? 17 : points);
         EXPECT_EQ(table->OutChannels, channels_);
@@ -198,7 +195,7 @@ TEST_P(WiderGrid, ChannelsThatTheTableLacksReadAsZero) {
     shape.points = 9;
     const auto lut = MakeLut(shape, 12);
     table_->Initial(lut.get());
-    const Seven result = Interpolate(*table_, {20000, 40000, 60000, 4, 5, 6, 7});
+    const Seven result = InterpolateSeven(*table_, {20000, 40000, 60000, 4, 5, 6, 7});
     for (std::size_t c = 3; c < 7; ++c) EXPECT_EQ(result[c], c < static_cast<std::size_t>(channels_) ? 0U : c + 1);
 }
 
@@ -292,3 +289,4 @@ TEST(WiderGridPixels, GoThroughTheVirtualInterpolationOnCopies) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

@@ -12,17 +12,21 @@
 
 #include "unit/units/UnitHelpers.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable34;
+using ICC40::ICC_UNIT::InputTable36;
+using ICC40::ICC_UNIT::InputTable37;
+using ICC40::ICC_UNIT::InputTable43;
 
 static_assert(std::is_base_of_v<InputTable33, InputTable34>);
 static_assert(std::is_base_of_v<InputTable33, InputTable36>);
 static_assert(std::is_base_of_v<InputTable33, InputTable37>);
 static_assert(std::is_base_of_v<Base, InputTable43> && !std::is_base_of_v<InputTable33, InputTable43>);
 
-struct Member {
+struct InputRow {
     const char* name;
     std::unique_ptr<InputTable33> (*make)();
     int samples;    ///< a pixel in the working buffer
@@ -30,16 +34,16 @@ struct Member {
 };
 
 template <typename Table>
-std::unique_ptr<InputTable33> Make() {
+std::unique_ptr<InputTable33> MakeTable() {
     return std::make_unique<Table>();
 }
 
-constexpr Member kMembers[] = {{"InputTable33", &Make<InputTable33>, 3, 257},
-                               {"InputTable34", &Make<InputTable34>, 4, 259},
-                               {"InputTable36", &Make<InputTable36>, 6, 261},
-                               {"InputTable37", &Make<InputTable37>, 7, 263}};
+constexpr InputRow kInputRows[] = {{"InputTable33", &MakeTable<InputTable33>, 3, 257},
+                                   {"InputTable34", &MakeTable<InputTable34>, 4, 259},
+                                   {"InputTable36", &MakeTable<InputTable36>, 6, 261},
+                                   {"InputTable37", &MakeTable<InputTable37>, 7, 263}};
 
-class InputMember : public testing::TestWithParam<Member> {
+class InputMember : public testing::TestWithParam<InputRow> {
 protected:
     bool Accepts(int code) const {
         const int first = GetParam().firstCode;
@@ -190,7 +194,7 @@ TEST_P(InputMember, InheritsLoadingAndEvaluation) {
     EXPECT_EQ((std::array{d, e, f, g}), (std::array<unsigned short, 4>{11, 12, 13, 14}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, InputMember, testing::ValuesIn(kMembers),
+INSTANTIATE_TEST_SUITE_P(Every, InputMember, testing::ValuesIn(kInputRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(WiderInputTables, HaveANullBuffer) {
@@ -291,3 +295,4 @@ TEST(FourInputCurves, HaveNoPixelPath) {
 }
 
 }  // namespace
+}  // namespace hueweave::test
