@@ -37,9 +37,9 @@ testing::AssertionResult SameCells(const CIccEngineS& engine, const std::vector<
 }
 
 /// Runs of samples as bytes.
-class Pixels {
+class PixelWriter {
 public:
-    explicit Pixels(bool wide) : wide_(wide) {}
+    explicit PixelWriter(bool wide) : wide_(wide) {}
     void Add(int r, int g, int b) {
         for (const int sample : {r, g, b}) {
             out_.U8(static_cast<unsigned>(sample) & 0xffU);
@@ -70,7 +70,7 @@ private:
 };
 
 Bytes PixelRun16() {
-    Pixels run(true);
+    PixelWriter run(true);
     for (int v = 0; v < 65536; v += 23) run.Add(v, v, v);
     run.AddCube({0, 1, 32768, 65534, 65535});
     // All orders and ties of the fractions, in corner cells and inner ones.
@@ -97,7 +97,7 @@ Bytes PixelRun16() {
 }
 
 Bytes PixelRun8() {
-    Pixels run(false);
+    PixelWriter run(false);
     for (int v = 0; v < 256; ++v) {
         run.Add(v, v, v);
         run.Add(v, 0, 255);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kLeast = std::numeric_limits<int>::min();
 
-Bytes Curve(std::size_t points, unsigned factor) {
+Bytes RisingCurve(std::size_t points, unsigned factor) {
     Bytes curve;
     for (std::size_t i = 0; i < points; ++i) curve.push_back(static_cast<unsigned char>(i * factor + 3 * factor));
     return curve;
@@ -26,7 +26,7 @@ TEST_P(AdjustedCurveTest, EveryCountOfPointsGivesTheReferenceTables) {
     LutShape shape{3, 3, 3, 5, entries, CurveKind::Ramp, CurveKind::Random};
     EnginePair pair({{"own.icc", ProfileBuilder().Mft2("A2B0", MakeLut(shape))}});
     pair.SetProfile("own.icc", 0, input, 22 + input);
-    const Bytes red = Curve(4096, 1), green = Curve(4096, 250), blue = Curve(4096, 37);
+    const Bytes red = RisingCurve(4096, 1), green = RisingCurve(4096, 250), blue = RisingCurve(4096, 37);
     for (const int count : {1, 2, 16, 17, 128, 254, 255, 256, 257, 4096, 0, -1, kLeast}) {
         SCOPED_TRACE("count " + std::to_string(count));
         pair.AdjustOutput(red, green, blue, count);
@@ -54,7 +54,7 @@ TEST_P(AdjustedChannelTest, ThreeCurvesAreLaidWhateverTheTableHas) {
         EnginePair pair({{"some.icc", ProfileBuilder().Mft2("A2B0", MakeLut(shape))}});
         pair.SetProfile("some.icc", 0, input, 10 + input);
         for (const int count : {100, 256, -1}) {
-            pair.AdjustOutput(Curve(256, 1), Curve(256, 250), Curve(256, 37), count);
+            pair.AdjustOutput(RisingCurve(256, 1), RisingCurve(256, 250), RisingCurve(256, 37), count);
         }
         pair.Convert(PixelRun(input));
     }
@@ -75,7 +75,7 @@ TEST_P(AdjustedCurvedTableTest, GivesTheReferenceTables) {
         ASSERT_EQ(pair.Engine().Unit.OutputSpace, 8 + GetParam());
         const auto* tag = pair.Engine().GetMft2();
         for (const int count : {1, 128, 256, -1}) {
-            pair.AdjustOutput(Curve(256, 1), Curve(256, 250), Curve(256, 37), count);
+            pair.AdjustOutput(RisingCurve(256, 1), RisingCurve(256, 250), RisingCurve(256, 37), count);
         }
         EXPECT_EQ(pair.Engine().GetMft2(), tag) << "the tag stays, the temporary table goes";
         pair.Convert(PixelRun(GetParam()));
@@ -104,9 +104,9 @@ TEST_P(AdjustedIntentTest, TakesTheSelectedTable) {
     for (const int input : {0, 1}) {
         EnginePair pair({{"three.icc", profile.Xyz("wtpt", 0xe000, 0xf000, 0xc000)}});
         pair.SetProfile("three.icc", GetParam(), input, 8 + input);
-        pair.AdjustOutput(Curve(256, 1), Curve(256, 250), Curve(256, 37), 20);
+        pair.AdjustOutput(RisingCurve(256, 1), RisingCurve(256, 250), RisingCurve(256, 37), 20);
         pair.SetIntent(GetParam() == 2 ? 0 : 2, input, 8 + input);
-        pair.AdjustOutput(Curve(256, 1), Curve(256, 250), Curve(256, 37), 20);
+        pair.AdjustOutput(RisingCurve(256, 1), RisingCurve(256, 250), RisingCurve(256, 37), 20);
     }
 }
 
@@ -115,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(Every, AdjustedIntentTest, testing::Values(0, 1, 2, 3, 
 /// Every output space with every input encoding that can be bound or stored: the tables follow the encoding alone.
 TEST(AdjustedSpacesTest, TablesFollowTheInputEncodingInEverySpace) {
     EnginePair pair({{"own.icc", ProfileBuilder().Mft2("A2B0", MakeLut({3, 3, 3, 5, 17}))}});
-    const Bytes red = Curve(256, 1), green = Curve(256, 250), blue = Curve(256, 37);
+    const Bytes red = RisingCurve(256, 1), green = RisingCurve(256, 250), blue = RisingCurve(256, 37);
     pair.SetProfile("own.icc", 0, 0, 8);
     pair.AdjustOutput(red, green, blue, 256);
     const ReferenceTables bytes = pair.Reference().out;

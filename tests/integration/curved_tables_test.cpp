@@ -37,51 +37,51 @@ TEST_P(CurvedTableTest, GivesTheReferencePixels) {
     EXPECT_NE(dynamic_cast<ICC40::ICCFILE::CLut*>(pair.Engine().GetMft2()), nullptr);
 }
 
-LutShape Shape(int inputs, int outputs, int points, int inputEntries, int outputEntries) {
+LutShape ShapeOf(int inputs, int outputs, int points, int inputEntries, int outputEntries) {
     return {inputs, outputs, points, inputEntries, outputEntries, CurveKind::Power, CurveKind::Random};
 }
 
 const CurvedCase kCurvedCases[] = {
     // With an odd count the reader's step is the format's.
-    {"OddCounts", Shape(3, 3, 9, 17, 33)},
-    {"OddLongCurves", Shape(3, 3, 5, 1025, 4095)},
-    {"OddThreeEntries", Shape(3, 3, 17, 3, 3)},
-    {"OddAFirst", Shape(3, 3, 9, 17, 33), CurveLayout::Aligned, true, true},
-    {"OddOneEntry", Shape(3, 3, 9, 1, 1)},
-    {"OddTwoInputs", Shape(2, 3, 9, 17, 17)},
-    {"OddOneInput", Shape(1, 3, 17, 255, 3)},
-    {"OddOneOutput", Shape(3, 1, 9, 17, 17)},
-    {"OddTwoOutputs", Shape(3, 2, 16, 5, 5)},
-    {"OddOneToOne", Shape(1, 1, 33, 5, 5)},
+    {"OddCounts", ShapeOf(3, 3, 9, 17, 33)},
+    {"OddLongCurves", ShapeOf(3, 3, 5, 1025, 4095)},
+    {"OddThreeEntries", ShapeOf(3, 3, 17, 3, 3)},
+    {"OddAFirst", ShapeOf(3, 3, 9, 17, 33), CurveLayout::Aligned, true, true},
+    {"OddOneEntry", ShapeOf(3, 3, 9, 1, 1)},
+    {"OddTwoInputs", ShapeOf(2, 3, 9, 17, 17)},
+    {"OddOneInput", ShapeOf(1, 3, 17, 255, 3)},
+    {"OddOneOutput", ShapeOf(3, 1, 9, 17, 17)},
+    {"OddTwoOutputs", ShapeOf(3, 2, 16, 5, 5)},
+    {"OddOneToOne", ShapeOf(1, 1, 33, 5, 5)},
     // With an even count it goes off by two bytes: the second curve's count comes out huge and is cut to the block.
-    {"EvenOneToOne", Shape(1, 1, 17, 256, 256)},
-    {"EvenTwoOutputs", Shape(3, 2, 9, 17, 16)},
+    {"EvenOneToOne", ShapeOf(1, 1, 17, 256, 256)},
+    {"EvenTwoOutputs", ShapeOf(3, 2, 9, 17, 16)},
     // In the last set of the block the cut leaves the second curve one entry short of the first.
-    {"EvenTwoInputs", Shape(2, 1, 9, 16, 256), CurveLayout::Aligned, false},
-    {"EvenTwoByTwo", Shape(2, 2, 9, 256, 4), CurveLayout::Aligned, false},
-    {"EvenTwoByTwoAFirst", Shape(2, 2, 9, 256, 4), CurveLayout::Aligned, false, true},
+    {"EvenTwoInputs", ShapeOf(2, 1, 9, 16, 256), CurveLayout::Aligned, false},
+    {"EvenTwoByTwo", ShapeOf(2, 2, 9, 256, 4), CurveLayout::Aligned, false},
+    {"EvenTwoByTwoAFirst", ShapeOf(2, 2, 9, 256, 4), CurveLayout::Aligned, false, true},
     // The third curve then lies behind the block's end and has no entries.
-    {"EvenThreeInputs", Shape(3, 1, 9, 256, 17), CurveLayout::Aligned, false},
-    {"EvenThreeOutputs", Shape(3, 3, 9, 17, 256), CurveLayout::Aligned, false},
-    {"EvenAll", Shape(3, 3, 9, 256, 256), CurveLayout::Aligned, false},
-    {"TwoEntriesEach", Shape(3, 3, 9, 2, 2), CurveLayout::Aligned, false},
+    {"EvenThreeInputs", ShapeOf(3, 1, 9, 256, 17), CurveLayout::Aligned, false},
+    {"EvenThreeOutputs", ShapeOf(3, 3, 9, 17, 256), CurveLayout::Aligned, false},
+    {"EvenAll", ShapeOf(3, 3, 9, 256, 256), CurveLayout::Aligned, false},
+    {"TwoEntriesEach", ShapeOf(3, 3, 9, 2, 2), CurveLayout::Aligned, false},
     // Laid out as the reader steps, even counts work.
-    {"EvenStepped", Shape(3, 3, 9, 256, 1024), CurveLayout::Stepped},
-    {"LongestStepped", Shape(3, 3, 5, 4096, 4096), CurveLayout::Stepped},
-    {"TwoEntriesStepped", Shape(3, 3, 17, 2, 2), CurveLayout::Stepped},
-    {"MixedStepped", Shape(3, 3, 33, 2, 17), CurveLayout::Stepped, true, true},
+    {"EvenStepped", ShapeOf(3, 3, 9, 256, 1024), CurveLayout::Stepped},
+    {"LongestStepped", ShapeOf(3, 3, 5, 4096, 4096), CurveLayout::Stepped},
+    {"TwoEntriesStepped", ShapeOf(3, 3, 17, 2, 2), CurveLayout::Stepped},
+    {"MixedStepped", ShapeOf(3, 3, 33, 2, 17), CurveLayout::Stepped, true, true},
     // Without entries every curve is the identity, wherever the reader looks for the second and third.
-    {"NoEntries", Shape(3, 3, 9, 0, 0)},
-    {"NoEntriesAFirst", Shape(3, 3, 9, 0, 0), CurveLayout::Aligned, true, true},
-    {"NoEntriesStepped", Shape(3, 3, 25, 0, 0), CurveLayout::Stepped},
-    {"NoInputEntries", Shape(3, 3, 9, 0, 17)},
-    {"NoOutputEntries", Shape(3, 3, 9, 17, 0)},
-    {"FourInputs", Shape(4, 3, 3, 17, 17), CurveLayout::Stepped, false},
-    {"FourOutputs", Shape(3, 4, 5, 17, 17), CurveLayout::Stepped, false},
-    {"OnePoint", Shape(1, 3, 1, 17, 17), CurveLayout::Stepped, false},
-    {"ThirtyFourPoints", Shape(1, 3, 34, 17, 17), CurveLayout::Stepped, false},
-    {"LongInput", Shape(3, 3, 3, 4097, 17), CurveLayout::Stepped, false},
-    {"LongOutput", Shape(3, 3, 3, 17, 4097), CurveLayout::Stepped, false},
+    {"NoEntries", ShapeOf(3, 3, 9, 0, 0)},
+    {"NoEntriesAFirst", ShapeOf(3, 3, 9, 0, 0), CurveLayout::Aligned, true, true},
+    {"NoEntriesStepped", ShapeOf(3, 3, 25, 0, 0), CurveLayout::Stepped},
+    {"NoInputEntries", ShapeOf(3, 3, 9, 0, 17)},
+    {"NoOutputEntries", ShapeOf(3, 3, 9, 17, 0)},
+    {"FourInputs", ShapeOf(4, 3, 3, 17, 17), CurveLayout::Stepped, false},
+    {"FourOutputs", ShapeOf(3, 4, 5, 17, 17), CurveLayout::Stepped, false},
+    {"OnePoint", ShapeOf(1, 3, 1, 17, 17), CurveLayout::Stepped, false},
+    {"ThirtyFourPoints", ShapeOf(1, 3, 34, 17, 17), CurveLayout::Stepped, false},
+    {"LongInput", ShapeOf(3, 3, 3, 4097, 17), CurveLayout::Stepped, false},
+    {"LongOutput", ShapeOf(3, 3, 3, 17, 4097), CurveLayout::Stepped, false},
 };
 
 INSTANTIATE_TEST_SUITE_P(Every, CurvedTableTest, testing::ValuesIn(kCurvedCases),
@@ -95,7 +95,7 @@ bool Works(const CurvedLutSpec& lut, const char* name = "A2B0") {
     return pair.Engine().Unit.OutputSpace == 29;
 }
 
-CurvedLutSpec Plain() { return Curved(MakeLut(Shape(3, 3, 5, 17, 9)), CurveLayout::Aligned); }
+CurvedLutSpec Plain() { return Curved(MakeLut(ShapeOf(3, 3, 5, 17, 9)), CurveLayout::Aligned); }
 
 TEST(CurvedTablesTest, EveryA2BNameIsConvertedTheSameWay) {
     EXPECT_TRUE(Works(Plain(), "A2B0"));

@@ -6,10 +6,11 @@
 
 #include "integration/UnitFamily.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
+using ICC40::ICC_UNIT::Info;
+using ICC40::ICC_UNIT::InputTable43;
 
 constexpr int kPixels = 3;
 constexpr int kSamples = (kPixels + 1) * 7;
@@ -189,3 +190,4 @@ TEST(FourCurvePipelineTest, FourCurvesAreEvaluatedOneColourAtATime) {
 }
 
 }  // namespace
+}  // namespace hueweave::test

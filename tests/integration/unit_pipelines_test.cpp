@@ -5,11 +5,12 @@
 // channels, with every buffer compared with the reference word for word.
 #include "integration/UnitFamily.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
-using namespace ICC40::ICCFILE;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::OutputTable33;
+using ICC40::ICCFILE::ColorSpaceSignature;
 
 /// The codes of a stride: 8-bit source with bytes and words behind it, then 16-bit source.
 struct Codes {
@@ -46,18 +47,18 @@ void MakeBytes(UnitFamily& family) {
     }
 }
 
-struct Shape {
+struct FamilyShape {
     int outputs, points, inputEntries, outputEntries;
-    friend std::ostream& operator<<(std::ostream& out, const Shape& shape) {
+    friend std::ostream& operator<<(std::ostream& out, const FamilyShape& shape) {
         return out << "3" << shape.outputs << ", " << shape.points << " points, " << shape.inputEntries << " and "
                    << shape.outputEntries << " entries";
     }
 };
 
-class UnitPipelineTest : public testing::TestWithParam<Shape> {
+class UnitPipelineTest : public testing::TestWithParam<FamilyShape> {
 protected:
     void SetUp() override {
-        const Shape shape = GetParam();
+        const FamilyShape shape = GetParam();
         PlainLut lut = ScatteredLut(shape.outputs, shape.points, shape.inputEntries, shape.outputEntries, 5);
         RaiseCurves(lut);
         family_.Load(lut);
@@ -75,17 +76,20 @@ TEST_P(UnitPipelineTest, GivesTheReferenceSamplesAfterEachUnit) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, UnitPipelineTest,
-                         testing::Values(Shape{3, 2, 2, 2}, Shape{3, 5, 2, 2}, Shape{3, 9, 2, 2}, Shape{3, 17, 2, 2},
-                                         Shape{3, 25, 2, 2}, Shape{3, 33, 2, 2}, Shape{4, 2, 2, 2}, Shape{4, 9, 2, 2},
-                                         Shape{4, 17, 2, 2}, Shape{4, 33, 2, 2}, Shape{6, 5, 2, 2}, Shape{6, 9, 2, 2},
-                                         Shape{6, 17, 2, 2}, Shape{6, 33, 2, 2}, Shape{7, 9, 2, 2}, Shape{7, 17, 2, 2},
-                                         Shape{7, 25, 2, 2}, Shape{7, 33, 2, 2}));
+                         testing::Values(FamilyShape{3, 2, 2, 2}, FamilyShape{3, 5, 2, 2}, FamilyShape{3, 9, 2, 2},
+                                         FamilyShape{3, 17, 2, 2}, FamilyShape{3, 25, 2, 2}, FamilyShape{3, 33, 2, 2},
+                                         FamilyShape{4, 2, 2, 2}, FamilyShape{4, 9, 2, 2}, FamilyShape{4, 17, 2, 2},
+                                         FamilyShape{4, 33, 2, 2}, FamilyShape{6, 5, 2, 2}, FamilyShape{6, 9, 2, 2},
+                                         FamilyShape{6, 17, 2, 2}, FamilyShape{6, 33, 2, 2}, FamilyShape{7, 9, 2, 2},
+                                         FamilyShape{7, 17, 2, 2}, FamilyShape{7, 25, 2, 2}, FamilyShape{7, 33, 2, 2}));
 INSTANTIATE_TEST_SUITE_P(Curves, UnitPipelineTest,
-                         testing::Values(Shape{3, 17, 3, 3}, Shape{3, 33, 17, 256}, Shape{3, 9, 256, 17},
-                                         Shape{3, 16, 4096, 4096}, Shape{3, 2, 256, 4096}, Shape{4, 17, 17, 3},
-                                         Shape{4, 5, 4096, 256}, Shape{4, 33, 3, 4096}, Shape{6, 9, 3, 256},
-                                         Shape{6, 25, 256, 17}, Shape{6, 33, 4096, 3}, Shape{7, 2, 17, 4096},
-                                         Shape{7, 17, 256, 256}, Shape{7, 33, 4096, 17}));
+                         testing::Values(FamilyShape{3, 17, 3, 3}, FamilyShape{3, 33, 17, 256},
+                                         FamilyShape{3, 9, 256, 17}, FamilyShape{3, 16, 4096, 4096},
+                                         FamilyShape{3, 2, 256, 4096}, FamilyShape{4, 17, 17, 3},
+                                         FamilyShape{4, 5, 4096, 256}, FamilyShape{4, 33, 3, 4096},
+                                         FamilyShape{6, 9, 3, 256}, FamilyShape{6, 25, 256, 17},
+                                         FamilyShape{6, 33, 4096, 3}, FamilyShape{7, 2, 17, 4096},
+                                         FamilyShape{7, 17, 256, 256}, FamilyShape{7, 33, 4096, 17}));
 
 class LabPipelineTest : public testing::TestWithParam<int> {};
 
@@ -206,3 +210,4 @@ TEST_P(NarrowLutPipelineTest, ChannelsThatTheTableLacksAreZeroBehindAWiderGrid) 
 INSTANTIATE_TEST_SUITE_P(Strides, NarrowLutPipelineTest, testing::Values(4, 6, 7));
 
 }  // namespace
+}  // namespace hueweave::test

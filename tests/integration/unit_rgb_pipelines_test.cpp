@@ -8,11 +8,11 @@
 #include "support/ProfileBuilder.h"
 #include "unit/color/NaiveLch.h"
 
+namespace hueweave::test {
 namespace {
 
-using namespace hueweave::test;
-using namespace ICC40::ICC_UNIT;
-using namespace ICC40::ICCFILE;
+using ICC40::ICC_UNIT::OutputTable33;
+using ICC40::ICCFILE::ColorSpaceSignature;
 
 struct Job {
     int points, inputEntries, outputEntries;
@@ -29,7 +29,7 @@ Triple LabOf(int t0, int t1, int t2) {
 }
 
 /// The shift, on 16-bit Lab.
-void Shift(PlainNode& node, const Job& job) {
+void ShiftNode(PlainNode& node, const Job& job) {
     const Triple lab = LabOf(node[0], node[1], node[2]);
     const auto polar = NaiveChromaHue(lab[1], lab[2]);
     const Triple lch = NaiveAdjust({lab[0], polar[0], polar[1]}, job.lightness, job.chroma, job.hue);
@@ -107,7 +107,7 @@ protected:
         ReferenceGrid& plain = family_.plainGrid;
         if (job.lightness != 0 || job.chroma != 0 || job.hue != 0) {
             EXPECT_EQ(family_.grid->Adjust_Lch(job.lightness, job.chroma, job.hue), 0);
-            for (PlainNode& node : plain.nodes) Shift(node, job);
+            for (PlainNode& node : plain.nodes) ShiftNode(node, job);
         }
         family_.grid->TableResize(17);
         plain.Resize(17);
@@ -145,3 +145,4 @@ INSTANTIATE_TEST_SUITE_P(Jobs, UnitRgbPipelineTest,
                                          Job{9, 4096, 256, 0, 34, -10, 0, 0}));
 
 }  // namespace
+}  // namespace hueweave::test
