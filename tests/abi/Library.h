@@ -83,6 +83,9 @@ inline std::string OutputOfChild(const std::function<void()>& body) {
     return output;
 }
 
+/// The library's path as a word of a command line.
+inline const std::string kQuotedLibrary = "'" HUEWEAVE_LIBRARY "'";
+
 /// What a tool prints; its exit status must be 0.
 inline std::string OutputOfTool(const std::string& command) {
     std::FILE* const stream = popen(command.c_str(), "r");

@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -12,6 +14,9 @@
 #include "support/TempDir.h"
 
 namespace hueweave::test {
+
+inline constexpr int kLeast = std::numeric_limits<std::int32_t>::min();
+inline constexpr int kMost = std::numeric_limits<std::int32_t>::max();
 
 /// Three curves of bytes; an empty one is handed over as null.
 struct ToneCurves {

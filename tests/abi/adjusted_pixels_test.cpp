@@ -2,15 +2,10 @@
 // Copyright (c) The Hueweave authors
 //
 // Tone curves of the caller's, from the exported call to the pixels that come out.
-#include <limits>
-
 #include "abi/Twin.h"
 
 namespace hueweave::test {
 namespace {
-
-constexpr int kLeast = std::numeric_limits<std::int32_t>::min();
-constexpr int kMost = std::numeric_limits<std::int32_t>::max();
 
 /// The input encoding: 0 or 1.
 class AdjustedPixelsTest : public testing::TestWithParam<int> {

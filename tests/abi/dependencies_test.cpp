@@ -12,8 +12,6 @@
 namespace hueweave::test {
 namespace {
 
-const std::string kQuotedLibrary = "'" HUEWEAVE_LIBRARY "'";
-
 /// Tables of one engine that stand inside it: the cells' records and three output tables, of 32-bit words.
 constexpr std::uint64_t kTableBytes = 4 * (4096ULL * 6 * 3 * 4 + 3 * 65536ULL);
 

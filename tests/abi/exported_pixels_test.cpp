@@ -2,16 +2,12 @@
 // Copyright (c) The Hueweave authors
 //
 // What each exported function hands on to its engine: pixels and files of every set against the plain reference.
-#include <limits>
 #include <tuple>
 
 #include "abi/Twin.h"
 
 namespace hueweave::test {
 namespace {
-
-constexpr int kLeast = std::numeric_limits<std::int32_t>::min();
-constexpr int kMost = std::numeric_limits<std::int32_t>::max();
 
 constexpr int kSpaces[] = {8,  9,  10, 11, 12, 13, 20, 21, 22, 23, 24, 25,
                            26, 27, 28, 29, 30, 31, 34, 35, 36, 37, 38, 39};

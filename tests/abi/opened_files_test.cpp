@@ -16,17 +16,17 @@
 
 namespace {
 
-struct Watch {
+struct OpenWatch {
     bool on = false;
     std::vector<std::string> opened;  ///< "r" or "w", a blank and the path
 };
-Watch watch;
+OpenWatch openWatch;
 
 void Note(bool reads, const char* path) {
-    if (!watch.on) return;
+    if (!openWatch.on) return;
     const std::string name = path;
     // Measuring coverage brings code along that opens its own files.
-    if (name.find(".gcda") == std::string::npos) watch.opened.push_back((reads ? "r " : "w ") + name);
+    if (name.find(".gcda") == std::string::npos) openWatch.opened.push_back((reads ? "r " : "w ") + name);
 }
 
 template <class Function>
@@ -78,11 +78,11 @@ using Paths = std::vector<std::string>;
 /// What is opened during a call.
 Paths Opened(const std::function<void()>& call) {
     testing::internal::CaptureStdout();
-    watch = {true, {}};
+    openWatch = {true, {}};
     call();
-    watch.on = false;
+    openWatch.on = false;
     testing::internal::GetCapturedStdout();
-    return watch.opened;
+    return openWatch.opened;
 }
 
 class OpenedFilesTest : public ExportsFixture, public testing::WithParamInterface<const char*> {

@@ -10,8 +10,6 @@
 namespace hueweave::test {
 namespace {
 
-const std::string kQuotedLibrary = "'" HUEWEAVE_LIBRARY "'";
-
 TEST(SymbolsTest, ExactlySixteenAreDefined) {
     std::multiset<std::string> found;
     std::istringstream lines(OutputOfTool("nm -D --defined-only " + kQuotedLibrary));

@@ -14,13 +14,13 @@
 
 namespace {
 
-struct Watch {
+struct FreeWatch {
     bool on = false;
     std::size_t count = 0;
     std::array<std::size_t, 4096> sizes{};
     std::array<off_t, 4096> printed{};  ///< length of the standard output at that time
 };
-Watch watch;
+FreeWatch freeWatch;
 
 /// Bytes in the file that the standard output is led into.
 off_t PrintedBytes() {
@@ -37,9 +37,9 @@ void* TakeOrThrow(std::size_t bytes) {
     return block;
 }
 void Give(void* block) noexcept {
-    if (watch.on && block != nullptr && watch.count < watch.sizes.size()) {
-        watch.printed[watch.count] = PrintedBytes();
-        watch.sizes[watch.count++] = malloc_usable_size(block);
+    if (freeWatch.on && block != nullptr && freeWatch.count < freeWatch.sizes.size()) {
+        freeWatch.printed[freeWatch.count] = PrintedBytes();
+        freeWatch.sizes[freeWatch.count++] = malloc_usable_size(block);
     }
     std::free(block);
 }
@@ -82,12 +82,12 @@ std::vector<std::size_t> GivenBack(const std::array<std::size_t, 3>& marks) {
             EXPECT_EQ(EngineApi(library, kSuffixes[n]).SetProfile(PutSized(dir, marks[n]).c_str(), nullptr, 0, 1, 9),
                       9);
         }
-        watch.count = 0;
-        watch.on = true;
+        freeWatch.count = 0;
+        freeWatch.on = true;
     }
-    watch.on = false;
+    freeWatch.on = false;
     testing::internal::GetCapturedStdout();
-    sizes.assign(watch.sizes.begin(), watch.sizes.begin() + static_cast<std::ptrdiff_t>(watch.count));
+    sizes.assign(freeWatch.sizes.begin(), freeWatch.sizes.begin() + static_cast<std::ptrdiff_t>(freeWatch.count));
     return sizes;
 }
 
@@ -129,7 +129,7 @@ TEST(Unloading, TheLastLineComesWhenTheEnginesAreGone) {
     for (std::size_t n = 0; n < sizes.size(); ++n) {
         if (sizes[n] < 40000) continue;
         ++tables;
-        EXPECT_EQ(watch.printed[n], static_cast<off_t>(lines.size())) << "block " << n;
+        EXPECT_EQ(freeWatch.printed[n], static_cast<off_t>(lines.size())) << "block " << n;
     }
     EXPECT_GE(tables, 12) << "three tables and a tag for each engine";
 }
