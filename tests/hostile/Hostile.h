@@ -26,6 +26,9 @@ inline const std::string kProgress =
     "Start Conversion(Stop) :  End Conversion(count : 0)\n";
 inline const std::string kNoEntries = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
 
+/// Answered when no job is in force.
+inline constexpr std::int32_t kNone = 65535;
+
 /// A small table that every sample profile carries: few output entries, so that files stay short.
 inline MiniLut ShortLut() {
     const Curve in = RampCurve(3);

@@ -6,15 +6,12 @@
 #include <cmath>
 #include <limits>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include "hostile/Child.h"
 #include "hostile/Hostile.h"
 
 namespace hueweave::test {
 namespace {
 
-constexpr std::int32_t kNone = 65535;
 constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kHighest = std::numeric_limits<std::int32_t>::max();
 
@@ -120,17 +117,6 @@ TEST_F(ArgumentTest, GreatOffsetsStopAtTheEndsOfTheirScales) {
         EXPECT_EQ(Orvix_Icc_Adjust(0, 0, hue, nullptr, nullptr, nullptr, 0), 10);
         EXPECT_EQ(EffectOfConversion(), Effect::Changed);
     }
-}
-
-/// Runs `body` in a child process; returns 0 if it came to its end.
-template <typename Body>
-int StatusOfChild(const Body& body) {
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) _exit(body());
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    return status;
 }
 
 #if defined(__x86_64__) && defined(__GLIBC__)

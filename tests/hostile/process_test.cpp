@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "hostile/EngineCalls.h"
 #include "hostile/Hostile.h"
 
 namespace hueweave::test {
@@ -125,20 +126,6 @@ void OnSmallStack(std::function<void()> body) {
     ASSERT_EQ(pthread_join(thread, nullptr), 0);
     pthread_attr_destroy(&attributes);
 }
-
-struct EngineCalls {
-    decltype(&Orvix_Icc_SetProfile) SetProfile;
-    decltype(&Orvix_Icc_SetIntent) SetIntent;
-    decltype(&Orvix_Icc_Adjust) Adjust;
-    decltype(&Orvix_Icc_Convert2) Convert2;
-    decltype(&Orvix_Icc_ConvertFile) ConvertFile;
-};
-constexpr EngineCalls kEngines[] = {
-    {Orvix_Icc_SetProfile, Orvix_Icc_SetIntent, Orvix_Icc_Adjust, Orvix_Icc_Convert2, Orvix_Icc_ConvertFile},
-    {Orvix_Icc_SetProfile_2nd, Orvix_Icc_SetIntent_2nd, Orvix_Icc_Adjust_2nd, Orvix_Icc_Convert2_2nd,
-     Orvix_Icc_ConvertFile_2nd},
-    {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
-     Orvix_Icc_ConvertFile_3rd}};
 
 TEST_F(ResourceTest, EveryExportWorksOnAStackOf64KiB) {
     const MiniTiff image{200, 100, 3, 8, SamplePixels(60000), Bytes(500, 3)};

@@ -17,8 +17,6 @@
 namespace hueweave::test {
 namespace {
 
-constexpr std::int32_t kNone = 65535;
-
 struct BadProfile {
     const char* name;
     Bytes bytes;
@@ -129,9 +127,9 @@ TEST_P(BadProfileTest, LeavesTheEngineInADefinedState) {
     EXPECT_EQ(EffectOfConversion(), Effect::Changed);
 }
 
-std::string NameOfRow(const testing::TestParamInfo<BadProfile>& info) { return info.param.name; }
-INSTANTIATE_TEST_SUITE_P(Containers, BadProfileTest, testing::ValuesIn(Containers()), NameOfRow);
-INSTANTIATE_TEST_SUITE_P(Tables, BadProfileTest, testing::ValuesIn(Tables()), NameOfRow);
+std::string NameOfProfile(const testing::TestParamInfo<BadProfile>& info) { return info.param.name; }
+INSTANTIATE_TEST_SUITE_P(Containers, BadProfileTest, testing::ValuesIn(Containers()), NameOfProfile);
+INSTANTIATE_TEST_SUITE_P(Tables, BadProfileTest, testing::ValuesIn(Tables()), NameOfProfile);
 
 /// A curved table whose parts are all sound, 3 to 3 channels.
 CurvedLutSpec SoundCurved() {

@@ -6,31 +6,19 @@
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <functional>
 #include <future>
 #include <iostream>
 
 #include "FileHandle.h"
+#include "hostile/Child.h"
 #include "hostile/TiffRun.h"
 #include "tiff/CTiff.h"
 
 namespace hueweave::test {
 namespace {
-
-/// Runs `body` in a child process and returns its exit status, -1 if a signal ended it.
-int StatusOfChild(const std::function<int()>& body) {
-    std::cout.flush();
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) _exit(body());
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 class SavingTest : public TiffRun {
 protected:

@@ -8,8 +8,6 @@
 namespace hueweave::test {
 namespace {
 
-constexpr std::int32_t kNone = 65535;
-
 /// The fields of a table that decide, and how many bytes its block is too short.
 struct Shape {
     unsigned inputs = 3, outputs = 3, points = 3, inputEntries = 5, outputEntries = 5;

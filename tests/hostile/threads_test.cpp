@@ -7,24 +7,11 @@
 #include <thread>
 
 #include "engine/CIccEngineS.h"
+#include "hostile/EngineCalls.h"
 #include "hostile/Hostile.h"
 
 namespace hueweave::test {
 namespace {
-
-struct EngineCalls {
-    decltype(&Orvix_Icc_SetProfile) SetProfile;
-    decltype(&Orvix_Icc_SetIntent) SetIntent;
-    decltype(&Orvix_Icc_Adjust) Adjust;
-    decltype(&Orvix_Icc_Convert2) Convert2;
-    decltype(&Orvix_Icc_ConvertFile) ConvertFile;
-};
-constexpr EngineCalls kEngines[] = {
-    {Orvix_Icc_SetProfile, Orvix_Icc_SetIntent, Orvix_Icc_Adjust, Orvix_Icc_Convert2, Orvix_Icc_ConvertFile},
-    {Orvix_Icc_SetProfile_2nd, Orvix_Icc_SetIntent_2nd, Orvix_Icc_Adjust_2nd, Orvix_Icc_Convert2_2nd,
-     Orvix_Icc_ConvertFile_2nd},
-    {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
-     Orvix_Icc_ConvertFile_3rd}};
 
 class ThreadsTest : public HostileTest {
 protected:

@@ -167,10 +167,10 @@ TEST_P(BadTiffTest, GivesJustTheseParts) {
     EXPECT_EQ(ReadFile(dest_), expected.Build());
 }
 
-std::string NameOfRow(const testing::TestParamInfo<BadTiff>& row) { return row.param.name; }
-INSTANTIATE_TEST_SUITE_P(Heads, BadTiffTest, testing::ValuesIn(Heads()), NameOfRow);
-INSTANTIATE_TEST_SUITE_P(Tags, BadTiffTest, testing::ValuesIn(Tags()), NameOfRow);
-INSTANTIATE_TEST_SUITE_P(Images, BadTiffTest, testing::ValuesIn(Images()), NameOfRow);
+std::string NameOfTiff(const testing::TestParamInfo<BadTiff>& row) { return row.param.name; }
+INSTANTIATE_TEST_SUITE_P(Heads, BadTiffTest, testing::ValuesIn(Heads()), NameOfTiff);
+INSTANTIATE_TEST_SUITE_P(Tags, BadTiffTest, testing::ValuesIn(Tags()), NameOfTiff);
+INSTANTIATE_TEST_SUITE_P(Images, BadTiffTest, testing::ValuesIn(Images()), NameOfTiff);
 
 struct Size {
     std::uint32_t width, height;

@@ -4,15 +4,14 @@
 // No TIFF file of 1 MiB takes longer to convert than three times a sound one whose image is as large as a file of 1 MiB
 // may announce at the most, 10 MiB; measured side by side in processor time.
 #include <algorithm>
-#include <ctime>
 #include <limits>
 
 #include "hostile/Hostile.h"
+#include "hostile/time/Time.h"
 
 namespace hueweave::test {
 namespace {
 
-constexpr std::uint32_t kMiB = std::uint32_t{1} << 20;
 constexpr std::uint32_t kMostStrips = 130000;  ///< whose places and sizes, 8 bytes a strip, fit in 1 MiB
 
 /// The places of the strips: `first` and `second` in turns. All are `bytes` long.
@@ -55,12 +54,7 @@ class ImageTimeTest : public HostileTest, public testing::WithParamInterface<Str
 protected:
     /// Seconds of processor time that a conversion takes.
     static double Seconds(const std::string& source, const std::string& dest) {
-        timespec before{}, after{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &before);
-        Orvix_Icc_ConvertFile(source.c_str(), dest.c_str());
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &after);
-        return static_cast<double>(after.tv_sec - before.tv_sec) +
-               1e-9 * static_cast<double>(after.tv_nsec - before.tv_nsec);
+        return ProcessorSeconds([&] { Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()); });
     }
 };
 

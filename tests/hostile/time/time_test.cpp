@@ -3,10 +3,10 @@
 //
 // No profile of 1 MiB takes longer than three times a sound one of that size, measured side by side in processor time.
 #include <algorithm>
-#include <ctime>
 #include <limits>
 
 #include "hostile/Hostile.h"
+#include "hostile/time/Time.h"
 
 namespace hueweave::test {
 namespace {
@@ -16,8 +16,6 @@ struct Slow {
     Bytes file;
 };
 void PrintTo(const Slow& row, std::ostream* out) { *out << row.name; }
-
-constexpr std::size_t kMiB = std::size_t{1} << 20;
 
 /// A profile as programs write them: a table of 33 points for every intent, and texts up to 1 MiB.
 Bytes Sound() {
@@ -41,13 +39,13 @@ Bytes FarApart(std::uint32_t count) {
     ByteWriter out;
     out.Fill(128).Big32(count);
     for (std::uint32_t i = 0; i < count; ++i) {
-        out.Text("wtpt").Big32(i % 2 == 0 ? 200 : static_cast<std::uint32_t>(kMiB) - 4000).Big32(20);
+        out.Text("wtpt").Big32(i % 2 == 0 ? 200 : kMiB - 4000).Big32(20);
     }
     return out.Fill(kMiB - out.Size(), 0x63).Done();
 }
 
 std::vector<Slow> SlowProfiles() {
-    constexpr auto most = static_cast<std::uint32_t>((kMiB - 132) / 12);
+    constexpr std::uint32_t most = (kMiB - 132) / 12;
     return {{"AsManyEmptyTagsAsFit", Shared(most, "none", 0, 0)},
             {"AsManyShortTagsAsFit", Shared(most, "wtpt", 200, 4)},
             {"AsManyTagsAtTheEndAsFit", Shared(most, "wtpt", kMiB - 3, 3)},
@@ -64,12 +62,7 @@ protected:
     /// Seconds of processor time that a binding takes.
     static double Seconds(const std::string& path) {
         Empty();
-        timespec before{}, after{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &before);
-        Bind(path);
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &after);
-        return static_cast<double>(after.tv_sec - before.tv_sec) +
-               1e-9 * static_cast<double>(after.tv_nsec - before.tv_nsec);
+        return ProcessorSeconds([&] { Bind(path); });
     }
 };
 
