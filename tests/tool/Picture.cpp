@@ -16,10 +16,6 @@
 namespace hueweave::test {
 namespace {
 
-struct Closer {
-    void operator()(TIFF* file) const { TIFFClose(file); }
-};
-
 unsigned Get16(TIFF* file, unsigned tag) {
     std::uint16_t value = 0;
     TIFFGetFieldDefaulted(file, tag, &value);
@@ -27,8 +23,8 @@ unsigned Get16(TIFF* file, unsigned tag) {
 }
 
 /// Puts decoded samples of a strip or tile at (left, top) into the picture, from sample `first` on.
-void Place(Picture& picture, const std::vector<unsigned char>& data, std::uint32_t left, std::uint32_t top,
-           std::uint32_t columns, std::uint32_t rows, unsigned first, unsigned count) {
+void PlaceSamples(Picture& picture, const std::vector<unsigned char>& data, std::uint32_t left, std::uint32_t top,
+                  std::uint32_t columns, std::uint32_t rows, unsigned first, unsigned count) {
     for (std::uint32_t y = 0; y < rows && top + y < picture.height; ++y) {
         for (std::uint32_t x = 0; x < columns && left + x < picture.width; ++x) {
             for (unsigned s = 0; s < count; ++s) {
@@ -47,6 +43,8 @@ void Place(Picture& picture, const std::vector<unsigned char>& data, std::uint32
 }
 
 }  // namespace
+
+void TiffCloser::operator()(tiff* file) const { TIFFClose(file); }
 
 Picture ReadPicture(tiff* file) {
     Picture picture;
@@ -83,7 +81,7 @@ Picture ReadPicture(tiff* file) {
                 const tmsize_t got = tiled ? TIFFReadEncodedTile(file, number, data.data(), space)
                                            : TIFFReadEncodedStrip(file, number, data.data(), space);
                 if (got < 0) throw std::runtime_error("libtiff cannot decode the file");
-                Place(picture, data, left, top, columns, rows, plane, count);
+                PlaceSamples(picture, data, left, top, columns, rows, plane, count);
             }
         }
     }
@@ -92,7 +90,7 @@ Picture ReadPicture(tiff* file) {
 
 std::vector<Picture> ReadPictures(const std::string& path) {
     TIFFSetWarningHandler(nullptr);
-    const std::unique_ptr<TIFF, Closer> file(TIFFOpen(path.c_str(), "r"));
+    const std::unique_ptr<TIFF, TiffCloser> file(TIFFOpen(path.c_str(), "r"));
     if (file == nullptr) throw std::runtime_error("libtiff cannot open " + path);
     std::vector<Picture> pictures;
     do {

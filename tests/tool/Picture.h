@@ -19,6 +19,11 @@ struct Picture {
     bool operator==(const Picture&) const = default;
 };
 
+/// Closes a file of libtiff.
+struct TiffCloser {
+    void operator()(tiff* file) const;
+};
+
 /// The page that an open file of libtiff stands at.
 Picture ReadPicture(tiff* file);
 /// All pages of the chain.

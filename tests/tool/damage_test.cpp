@@ -10,16 +10,13 @@
 #include <tuple>
 
 #include "Command.h"
+#include "Kind.h"
 #include "Picture.h"
 
 namespace hueweave::test {
 namespace {
 
 using testing::HasSubstr;
-
-struct Closer {
-    void operator()(TIFF* file) const { TIFFClose(file); }
-};
 
 struct Place {
     std::size_t offset, size;
@@ -28,7 +25,7 @@ struct Place {
 /// Where the strips or tiles of the first page stand.
 std::vector<Place> PlacesIn(const std::string& path) {
     TIFFSetWarningHandler(nullptr);
-    const std::unique_ptr<TIFF, Closer> file(TIFFOpen(path.c_str(), "r"));
+    const std::unique_ptr<TIFF, TiffCloser> file(TIFFOpen(path.c_str(), "r"));
     if (file == nullptr) throw std::runtime_error("libtiff cannot open " + path);
     std::vector<Place> places;
     const std::uint32_t count = TIFFIsTiled(file.get()) != 0 ? TIFFNumberOfTiles(file.get())  //
@@ -85,12 +82,6 @@ protected:
     Folder folder_;
     std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
 };
-
-struct Kind {
-    const char* name;
-    const char* recipe;  ///< a shell line from $in to $out
-};
-void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
 
 class DeflateTest : public DamageTest, public testing::WithParamInterface<Kind> {};
 
@@ -149,7 +140,7 @@ TEST_F(DamageTest, APlaneThatIsCopiedAsItIs) {
 }
 
 TEST_F(DamageTest, ARunOfPackBitsPastTheEndOfItsStrip) {
-    const std::unique_ptr<TIFF, Closer> made(TIFFOpen(in_.c_str(), "w"));
+    const std::unique_ptr<TIFF, TiffCloser> made(TIFFOpen(in_.c_str(), "w"));
     TIFF* file = made.get();
     TIFFSetField(file, TIFFTAG_IMAGEWIDTH, 8);
     TIFFSetField(file, TIFFTAG_IMAGELENGTH, 1);

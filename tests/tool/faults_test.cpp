@@ -19,18 +19,18 @@
 namespace hueweave::test {
 namespace {
 
-struct Row {
+struct FaultRow {
     const char* name;
     const char* call;
     int error;
     int status;             ///< 0 where the command goes on in another way
     const char* also = "";  ///< what fails beside it, each time
 };
-void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const FaultRow& row, std::ostream* out) { *out << row.name; }
 
 constexpr const char* kNoUnnamed = "tmpfile:0:95,";  ///< a file system without files that have no name
 
-const Row kRows[] = {
+const FaultRow kFaultRows[] = {
     {"FullDisk", "pwrite", ENOSPC, 5},
     {"FullDiskNamed", "pwrite", ENOSPC, 5, kNoUnnamed},
     {"Quota", "pwrite", EDQUOT, 5},
@@ -48,7 +48,7 @@ const Row kRows[] = {
     {"NoSeekForHoles", "lseek", EINVAL, 0},
 };
 
-class FaultTest : public testing::TestWithParam<Row> {
+class FaultTest : public testing::TestWithParam<FaultRow> {
 protected:
     FaultTest() { Shell("tiffcp -s -c zip -r 120 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_)); }
     /// Runs it with the n-th call failing.
@@ -107,7 +107,7 @@ TEST_P(FaultTest, InPlaceTooTheOldFileStays) {
     EXPECT_EQ(NamesIn(folder_.path()), (std::vector<std::string>{"in.tif"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, FaultTest, testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Every, FaultTest, testing::ValuesIn(kFaultRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 class NamedTest : public testing::Test {};

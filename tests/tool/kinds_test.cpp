@@ -4,16 +4,11 @@
 #include <gtest/gtest.h>
 
 #include "Command.h"
+#include "Kind.h"
 #include "Picture.h"
 
 namespace hueweave::test {
 namespace {
-
-struct Kind {
-    const char* name;
-    const char* recipe;  ///< a shell line from $in to $out
-};
-void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.name; }
 
 constexpr Kind kKinds[] = {
     {"Strips", "tiffcp -s -c none -r 16 $in $out"},

@@ -285,14 +285,14 @@ TEST_F(SafetyTest, AClosedPipeIsAnError) {
 TEST_F(SafetyTest, AFullStandardOutputIsAnError) {
     const Outcome run = RunProgram({{"sh", "-c", HUEWEAVE_COMMAND " spaces > /dev/full"}, "", {}, {}, {}});
     EXPECT_EQ(run.status, 5);
-    const Outcome json = RunProgram({{"sh", "-c",
-                                      HUEWEAVE_COMMAND " convert --json --profile " + Quoted(Input("scanner.icc")) +
-                                          " " + Quoted(in_) + " -o " + Quoted(out_) + " > /dev/full"},
-                                     "",
-                                     {},
-                                     {},
-                                     {}});
-    EXPECT_EQ(json.status, 5);
+    const Outcome asJson = RunProgram({{"sh", "-c",
+                                        HUEWEAVE_COMMAND " convert --json --profile " + Quoted(Input("scanner.icc")) +
+                                            " " + Quoted(in_) + " -o " + Quoted(out_) + " > /dev/full"},
+                                       "",
+                                       {},
+                                       {},
+                                       {}});
+    EXPECT_EQ(asJson.status, 5);
 }
 
 TEST_F(SafetyTest, StandardInputAndOutput) {
