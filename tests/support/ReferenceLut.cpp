@@ -11,7 +11,7 @@ std::size_t Byte(const Bytes& block, std::size_t at) { return at < block.size() 
 std::size_t Word16(const Bytes& block, std::size_t at) { return Byte(block, at) * 256 + Byte(block, at + 1); }
 std::size_t Word32(const Bytes& block, std::size_t at) { return Word16(block, at) * 65536 + Word16(block, at + 2); }
 
-std::vector<int> Words(const Bytes& block, std::size_t at, std::size_t count) {
+std::vector<int> EntriesAt(const Bytes& block, std::size_t at, std::size_t count) {
     std::vector<int> words;
     for (std::size_t i = 0; i < count; ++i) words.push_back(static_cast<int>(Word16(block, at + 2 * i)));
     return words;
@@ -41,9 +41,9 @@ std::optional<ReferenceLut> DecodeMft2(const Bytes& block) {
     lut.points = Int(points);
     lut.inputEntries = Int(inputEntries);
     lut.outputEntries = Int(outputEntries);
-    lut.input = Words(block, 52, inputs * inputEntries);
-    lut.grid = Words(block, gridAt, nodes * outputs);
-    lut.output = Words(block, outputAt, outputs * outputEntries);
+    lut.input = EntriesAt(block, 52, inputs * inputEntries);
+    lut.grid = EntriesAt(block, gridAt, nodes * outputs);
+    lut.output = EntriesAt(block, outputAt, outputs * outputEntries);
     if (!InRange(lut)) return std::nullopt;
     return lut;
 }
@@ -55,7 +55,7 @@ std::vector<std::vector<int>> ReadCurves(const Bytes& block, std::size_t at, std
     for (std::size_t c = 0; c < count; ++c) {
         const std::size_t room = at < block.size() ? block.size() - at : 0;
         const std::size_t n = room < 12 ? 0 : std::min(Word32(block, at + 8), (room - 12) / 2);
-        curves.push_back(Words(block, at + 12, n));
+        curves.push_back(EntriesAt(block, at + 12, n));
         at += 2 * n + 14;
     }
     return curves;
@@ -102,7 +102,7 @@ std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
     lut.outputEntries = Int(b[0].size());
     lut.input = *input;
     lut.output = *output;
-    lut.grid = Words(block, gridAt + 20, wanted);
+    lut.grid = EntriesAt(block, gridAt + 20, wanted);
     // The grid unit walks a cube; what a grid of fewer axes does not fill is 0.
     lut.grid.resize(std::max(wanted, points * points * points * outputs), 0);
     if (!InRange(lut)) return std::nullopt;

@@ -12,8 +12,6 @@ namespace hueweave::test {
 
 namespace {
 
-std::size_t At(int index) { return static_cast<std::size_t>(index); }
-
 /// A value between 0 and 65535, rounded up to bytes at half and more.
 int ByteOf(double value) {
     const int t = static_cast<int>(value + 128.0);
@@ -56,11 +54,11 @@ bool IsWideRgb(Form form) {
 void ReferenceOutputs::Reset() {
     for (auto& row : curve) {
         row.resize(4096);
-        for (int i = 0; i < 4096; ++i) row[At(i)] = i;
+        for (int i = 0; i < 4096; ++i) row[AsIndex(i)] = i;
     }
     for (auto& row : table) {
         row.resize(65536);
-        for (int i = 0; i < 65536; ++i) row[At(i)] = i;
+        for (int i = 0; i < 65536; ++i) row[AsIndex(i)] = i;
     }
 }
 
@@ -70,7 +68,7 @@ PlainNode ReferenceOutputs::Points(const PlainNode& at) const {
         const double x = at[c];
         const int i = static_cast<int>(x / step);
         const double f = (x - step * i) / span;
-        result[c] = static_cast<int>(curve[c][At(i + 1)] * f + (1 - f) * curve[c][At(i)] + 0.5);
+        result[c] = static_cast<int>(curve[c][AsIndex(i + 1)] * f + (1 - f) * curve[c][AsIndex(i)] + 0.5);
     }
     return result;
 }
@@ -80,7 +78,7 @@ void ReferenceOutputs::Expand(std::size_t moving) {
         PlainNode at{};
         for (std::size_t c = 0; c < moving; ++c) at[c] = v;
         const PlainNode result = Points(at);
-        for (std::size_t c = 0; c < 7; ++c) table[c][At(v)] = result[c];
+        for (std::size_t c = 0; c < 7; ++c) table[c][AsIndex(v)] = result[c];
     }
 }
 
@@ -92,19 +90,19 @@ void ReferenceOutputs::Load(const PlainLut& lut) {
         entries = 4096;
         step = 16.003663003663004;
         span = 15.0;
-        for (std::size_t c = 0; c < At(channels); ++c) {
-            for (int i = 0; i < 4096; ++i) curve[c][At(i)] = 16 * i;
+        for (std::size_t c = 0; c < AsIndex(channels); ++c) {
+            for (int i = 0; i < 4096; ++i) curve[c][AsIndex(i)] = 16 * i;
         }
     } else {
         step = 65535.0 / (entries - 1);
         span = 65536.0 / entries;
         std::size_t next = 0;
-        for (std::size_t c = 0; c < At(channels); ++c) {
-            for (std::size_t i = 0; i < At(entries); ++i) curve[c][i] = lut.output[next++];
+        for (std::size_t c = 0; c < AsIndex(channels); ++c) {
+            for (std::size_t i = 0; i < AsIndex(entries); ++i) curve[c][i] = lut.output[next++];
         }
     }
     Expand(7);
-    for (std::size_t c = 0; c < 7; ++c) table[c][65535] = useless ? 65535 : curve[c][At(entries - 1)];
+    for (std::size_t c = 0; c < 7; ++c) table[c][65535] = useless ? 65535 : curve[c][AsIndex(entries - 1)];
 }
 
 void ReferenceOutputs::Load(const Bytes& red, const Bytes& green, const Bytes& blue) {
@@ -141,7 +139,7 @@ void ReferenceOutputs::Kodak(int low, int high, double a, double b, double c) {
             const int t = static_cast<int>(std::pow(i / 65535.0, e) * scale + 128.0);
             entry = t > 65535 ? 65535 : t;
         }
-        for (std::size_t row = 0; row < 3; ++row) table[row][At(i)] = entry;
+        for (std::size_t row = 0; row < 3; ++row) table[row][AsIndex(i)] = entry;
     }
 }
 
@@ -154,7 +152,7 @@ int ReferenceOutputs::ApplyInks(std::size_t shifted, int newMode, int result) {
 int ReferenceOutputs::ApplyTone(Form form, int space) {
     for (int i = 0; i < 65536; ++i) {
         const int entry = ToneOf(form, i);
-        for (std::size_t row = 0; row < 3; ++row) table[row][At(i)] = entry;
+        for (std::size_t row = 0; row < 3; ++row) table[row][AsIndex(i)] = entry;
     }
     return form == Form::Srgb ? 8 : form == Form::Srgb_16 ? 9 : space;
 }
@@ -219,12 +217,12 @@ void ReferenceOutputs::Run(int code, const Words& work, int pixels, Bytes& dest)
     const CodeLayout layout = LayoutOf(code);
     if (layout.channels == 7) return;
     for (int n = 0; n < pixels * layout.channels; ++n) {
-        const int entry = table[At(n % layout.channels)][work[At(n)]];
+        const int entry = table[AsIndex(n % layout.channels)][work[AsIndex(n)]];
         if (layout.destBytes == 1) {
-            dest[At(n)] = static_cast<unsigned char>(entry & 0xff);
+            dest[AsIndex(n)] = static_cast<unsigned char>(entry & 0xff);
         } else {
             const auto word = static_cast<unsigned short>(entry & 0xffff);
-            std::memcpy(&dest[At(2 * n)], &word, 2);
+            std::memcpy(&dest[AsIndex(2 * n)], &word, 2);
         }
     }
 }

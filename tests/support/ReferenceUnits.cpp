@@ -10,8 +10,6 @@ namespace hueweave::test {
 
 namespace {
 
-std::size_t At(int index) { return static_cast<std::size_t>(index); }
-
 unsigned short LowWord(long long value) { return static_cast<unsigned short>(value & 0xffff); }
 
 int ShiftFor(int size) { return size == 17 ? 12 : size == 9 ? 13 : 11; }
@@ -80,7 +78,7 @@ int ReferenceCurvePoint(const std::vector<int>& curve, double step, int sample) 
     const double x = sample;
     const int n = static_cast<int>(x / step);
     const double f = (x - n * step) / step;
-    const double sum = curve[At(n + 1)] * f + (1.0 - f) * curve[At(n)] + 0.5;
+    const double sum = curve[AsIndex(n + 1)] * f + (1.0 - f) * curve[AsIndex(n)] + 0.5;
     return LowWord(static_cast<int>(sum));
 }
 
@@ -88,18 +86,18 @@ void ReferenceInput::Load(const PlainLut& lut, int space) {
     if (lut.inputEntries > 2) {
         step = 65535.0 / (lut.inputEntries - 1);
         std::size_t next = 0;
-        for (std::size_t c = 0; c < At(lut.inputs); ++c) {
-            for (std::size_t n = 0; n < At(lut.inputEntries); ++n) curve[c][n] = lut.input[next++];
+        for (std::size_t c = 0; c < AsIndex(lut.inputs); ++c) {
+            for (std::size_t n = 0; n < AsIndex(lut.inputEntries); ++n) curve[c][n] = lut.input[next++];
         }
         for (std::size_t c = 0; c < 3; ++c) {
-            for (int v = 0; v < 65535; ++v) table[c][At(v)] = ReferenceCurvePoint(curve[c], step, v);
-            table[c][65535] = curve[c][At(lut.inputEntries - 1)];
+            for (int v = 0; v < 65535; ++v) table[c][AsIndex(v)] = ReferenceCurvePoint(curve[c], step, v);
+            table[c][65535] = curve[c][AsIndex(lut.inputEntries - 1)];
         }
     } else {
         step = 16.003663003663004;
-        for (std::size_t c = 0; c < At(lut.inputs); ++c) {
-            for (int n = 0; n < 4096; ++n) curve[c][At(n)] = 16 * n;
-            for (int n = 0; n < 65536; ++n) table[c][At(n)] = n;
+        for (std::size_t c = 0; c < AsIndex(lut.inputs); ++c) {
+            for (int n = 0; n < 4096; ++n) curve[c][AsIndex(n)] = 16 * n;
+            for (int n = 0; n < 65536; ++n) table[c][AsIndex(n)] = n;
         }
     }
     if (space == 1) return;
@@ -149,12 +147,12 @@ int ReferenceInput::Run(int code, const Bytes& source, int pixels, Words& work) 
         for (int c = 0; c < stride; ++c) {
             unsigned short result = 0;
             if (c < 3) {
-                const std::size_t at = At(3 * p + c);
+                const std::size_t at = AsIndex(3 * p + c);
                 unsigned short sample = source[layout.sourceBytes == 1 ? at : 0];
                 if (layout.sourceBytes == 2) std::memcpy(&sample, &source[2 * at], 2);
-                result = LowWord(table[At(c)][sample]);
+                result = LowWord(table[AsIndex(c)][sample]);
             }
-            work[At(p * stride + c)] = result;
+            work[AsIndex(p * stride + c)] = result;
         }
     }
     return 0;
@@ -165,31 +163,34 @@ void ReferenceGrid::SetSize(int size) {
     shift = ShiftFor(size);
 }
 
-const PlainNode& ReferenceGrid::Node(int i, int j, int k) const { return nodes[At((i * points + j) * points + k)]; }
+const PlainNode& ReferenceGrid::Node(int i, int j, int k) const {
+    return nodes[AsIndex((i * points + j) * points + k)];
+}
 
 void ReferenceGrid::Load(const PlainLut& lut) {
     SetSize(lut.points);
-    nodes.assign(At(points * points * points), PlainNode{});
+    nodes.assign(AsIndex(points * points * points), PlainNode{});
     std::size_t next = 0;
     for (PlainNode& node : nodes) {
-        for (std::size_t c = 0; c < At(lut.outputs); ++c) node[c] = lut.grid[next++];
+        for (std::size_t c = 0; c < AsIndex(lut.outputs); ++c) node[c] = lut.grid[next++];
     }
     step = 65536.0 / (points - 1);
-    positions.resize(At(points));
-    for (int n = 0; n < points; ++n) positions[At(n)] = static_cast<int>(n * step);
+    positions.resize(AsIndex(points));
+    for (int n = 0; n < points; ++n) positions[AsIndex(n)] = static_cast<int>(n * step);
     if (points != 9 && points != 17 && points != 33) Resize(17);
 }
 
 void ReferenceGrid::Resize(int size) {
     if (size == points) return;
     const double newStep = 65536.0 / (size - 1);
-    std::vector<int> places(At(size));
-    for (int n = 0; n < size - 1; ++n) places[At(n)] = static_cast<int>(n * newStep);
-    places[At(size - 1)] = 65535;
+    std::vector<int> places(AsIndex(size));
+    for (int n = 0; n < size - 1; ++n) places[AsIndex(n)] = static_cast<int>(n * newStep);
+    places[AsIndex(size - 1)] = 65535;
     std::vector<PlainNode> sampled;
     for (int i = 0; i < size; ++i) {
         for (int j = 0; j < size; ++j) {
-            for (int k = 0; k < size; ++k) sampled.push_back(Broken(places[At(i)], places[At(j)], places[At(k)]));
+            for (int k = 0; k < size; ++k)
+                sampled.push_back(Broken(places[AsIndex(i)], places[AsIndex(j)], places[AsIndex(k)]));
         }
     }
     SetSize(size);
@@ -221,7 +222,7 @@ PlainNode ReferenceGrid::Broken(int x, int y, int z) const {
     double f[3];
     for (int axis = 0; axis < 3; ++axis) {
         cell[axis] = static_cast<int>(values[axis] / step);
-        f[axis] = (values[axis] - positions[At(cell[axis])]) / step;
+        f[axis] = (values[axis] - positions[AsIndex(cell[axis])]) / step;
     }
     const Tetrahedron t = Choose(f[0], f[1], f[2]);
     PlainNode result{};
@@ -238,9 +239,9 @@ PlainNode ReferenceGrid::Broken(int x, int y, int z) const {
 
 void ReferenceGrid::Run(int channels, int pixels, Words& work) const {
     for (int p = 0; p < pixels; ++p) {
-        unsigned short* pixel = &work[At(p * channels)];
+        unsigned short* pixel = &work[AsIndex(p * channels)];
         const auto result = Whole(pixel[0], pixel[1], pixel[2]);
-        for (int c = 0; c < channels; ++c) pixel[c] = result[At(c)];
+        for (int c = 0; c < channels; ++c) pixel[c] = result[AsIndex(c)];
     }
 }
 

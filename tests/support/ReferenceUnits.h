@@ -14,6 +14,9 @@ namespace hueweave::test {
 
 using Words = std::vector<unsigned short>;
 
+/// A count or place, of which none is negative.
+inline std::size_t AsIndex(int value) { return static_cast<std::size_t>(value); }
+
 /// A table as the units take it, all values 0 to 65535; curves one after the other, nodes with the third axis fastest.
 struct PlainLut {
     int inputs = 0;
