@@ -7,7 +7,16 @@
 
 namespace hueweave::fuzz {
 
-using namespace test;
+using test::Curve;
+using test::LabGrid;
+using test::Mft2;
+using test::MftAB;
+using test::MiniLut;
+using test::MiniProfile;
+using test::MiniTiff;
+using test::RampCurve;
+using test::ScatteredGrid;
+using test::XyzBlock;
 
 namespace {
 

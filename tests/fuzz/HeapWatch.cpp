@@ -21,14 +21,14 @@
 
 namespace {
 
-std::atomic<std::size_t> live{0}, peak{0}, count{0};
+std::atomic<std::size_t> liveBytes{0}, peakBytes{0}, blockCount{0};
 
 void Taken(std::size_t bytes) {
-    count.fetch_add(1, std::memory_order_relaxed);
-    const std::size_t now = live.fetch_add(bytes, std::memory_order_relaxed) + bytes;
-    if (now > peak.load(std::memory_order_relaxed)) peak.store(now, std::memory_order_relaxed);
+    blockCount.fetch_add(1, std::memory_order_relaxed);
+    const std::size_t now = liveBytes.fetch_add(bytes, std::memory_order_relaxed) + bytes;
+    if (now > peakBytes.load(std::memory_order_relaxed)) peakBytes.store(now, std::memory_order_relaxed);
 }
-void Given(std::size_t bytes) { live.fetch_sub(bytes, std::memory_order_relaxed); }
+void Given(std::size_t bytes) { liveBytes.fetch_sub(bytes, std::memory_order_relaxed); }
 
 }  // namespace
 
@@ -41,7 +41,7 @@ std::size_t __sanitizer_get_allocated_size(const volatile void* block);
 }
 
 namespace {
-const int hooks =
+const int heapHooks =
     __sanitizer_install_malloc_and_free_hooks([](const volatile void*, std::size_t bytes) { Taken(bytes); },
                                               [](const volatile void* block) {
                                                   if (block != nullptr) Given(__sanitizer_get_allocated_size(block));
@@ -63,13 +63,14 @@ void operator delete(void* block) noexcept {
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
 #endif
+#undef HUEWEAVE_FUZZ_HOOKS
 
 namespace hueweave::fuzz {
 
-HeapWatch::HeapWatch() : liveBefore_(live), countBefore_(count) { peak = liveBefore_; }
+HeapWatch::HeapWatch() : liveBefore_(liveBytes), countBefore_(blockCount) { peakBytes = liveBefore_; }
 
-std::size_t HeapWatch::Peak() const { return peak > liveBefore_ ? peak - liveBefore_ : 0; }
+std::size_t HeapWatch::Peak() const { return peakBytes > liveBefore_ ? peakBytes - liveBefore_ : 0; }
 
-std::size_t HeapWatch::Count() const { return count - countBefore_; }
+std::size_t HeapWatch::Count() const { return blockCount - countBefore_; }
 
 }  // namespace hueweave::fuzz

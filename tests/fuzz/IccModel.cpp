@@ -11,7 +11,20 @@
 
 namespace hueweave::fuzz {
 
-using namespace ICC40::ICCFILE;
+using ICC40::ICCFILE::CChad;
+using ICC40::ICCFILE::CCurveType;
+using ICC40::ICCFILE::CDataType;
+using ICC40::ICCFILE::CLut;
+using ICC40::ICCFILE::CLut16Type;
+using ICC40::ICCFILE::CLut8Type;
+using ICC40::ICCFILE::CLutGrid;
+using ICC40::ICCFILE::CTextDescriptionType;
+using ICC40::ICCFILE::CTextType;
+using ICC40::ICCFILE::CXYZType;
+using ICC40::ICCFILE::IccFile4;
+using ICC40::ICCFILE::iccTagBase;
+using ICC40::ICCFILE::icTagSignature;
+using ICC40::ICCFILE::ProfileHeader;
 
 unsigned Byte(const Bytes& bytes, std::uint64_t at) { return at < bytes.size() ? bytes[at] : 0; }
 unsigned Half(const Bytes& bytes, std::uint64_t at) { return Byte(bytes, at) * 256 + Byte(bytes, at + 1); }

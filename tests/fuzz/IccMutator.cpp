@@ -10,10 +10,10 @@
 namespace hueweave::fuzz {
 namespace {
 
-constexpr std::size_t kCount = 128, kTable = 132, kEntry = 12;
+constexpr std::size_t kCount = 128, kTable = 132, kTagEntry = 12;
 constexpr const char* kNames[] = {"A2B0", "A2B1", "A2B2", "B2A0", "B2A1", "B2A2", "wtpt", "bkpt", "rXYZ", "gXYZ",
                                   "bXYZ", "rTRC", "gTRC", "bTRC", "chad", "desc", "cprt", "A2B3", "none"};
-constexpr const char* kTypes[] = {"mft2", "mft1", "mAB ", "mBA ", "curv", "para", "XYZ ", "text", "desc", "sf32"};
+constexpr const char* kTagTypes[] = {"mft2", "mft1", "mAB ", "mBA ", "curv", "para", "XYZ ", "text", "desc", "sf32"};
 
 /// A profile that lies in the fuzzer's block.
 struct Profile {
@@ -23,9 +23,9 @@ struct Profile {
     Scatter& scatter;
 
     std::size_t Entries() const {
-        return size < kTable ? 0 : std::min<std::size_t>(LoadBig32(data + kCount), (size - kTable) / kEntry);
+        return size < kTable ? 0 : std::min<std::size_t>(LoadBig32(data + kCount), (size - kTable) / kTagEntry);
     }
-    std::uint8_t* Entry(std::size_t n) const { return data + kTable + kEntry * n; }
+    std::uint8_t* Entry(std::size_t n) const { return data + kTable + kTagEntry * n; }
     std::size_t Offset(std::size_t n) const { return LoadBig32(Entry(n) + 4); }
     std::size_t Bytes(std::size_t n) const { return LoadBig32(Entry(n) + 8); }
     /// Bytes of the entry's block that are there.
@@ -40,7 +40,7 @@ void Put32(Profile& profile, std::size_t at, std::uint32_t limit) {
 void ChangeTable(Profile& profile) {
     const std::size_t entries = profile.Entries();
     if (entries == 0 || profile.scatter.Below(8) == 0) {
-        const std::size_t room = profile.size > kTable ? (profile.size - kTable) / kEntry : 0;
+        const std::size_t room = profile.size > kTable ? (profile.size - kTable) / kTagEntry : 0;
         Put32(profile, kCount, static_cast<std::uint32_t>(room));
         return;
     }
@@ -60,7 +60,7 @@ void ChangeTable(Profile& profile) {
             break;
         }
         default:
-            std::memcpy(entry, profile.Entry(profile.scatter.Below(entries)), kEntry);
+            std::memcpy(entry, profile.Entry(profile.scatter.Below(entries)), kTagEntry);
             break;
     }
 }
@@ -68,11 +68,11 @@ void ChangeTable(Profile& profile) {
 /// A count of a table in a block of the "mft2" layout.
 void ChangeTableCounts(Profile& profile, std::uint8_t* block, std::size_t held) {
     static constexpr std::uint8_t kChannels[] = {0, 1, 2, 3, 4, 7, 8, 16, 17, 255};
-    static constexpr std::uint8_t kPoints[] = {0, 1, 2, 3, 9, 16, 17, 18, 33, 34, 255};
+    static constexpr std::uint8_t kPointCounts[] = {0, 1, 2, 3, 9, 16, 17, 18, 33, 34, 255};
     static constexpr std::uint16_t kEntries[] = {0, 1, 2, 3, 255, 256, 257, 4095, 4096, 4097, 65535};
     const std::size_t field = profile.scatter.Below(5);
     if (field < 2 && held > 9) block[8 + field] = kChannels[profile.scatter.Below(std::size(kChannels))];
-    if (field == 2 && held > 10) block[10] = kPoints[profile.scatter.Below(std::size(kPoints))];
+    if (field == 2 && held > 10) block[10] = kPointCounts[profile.scatter.Below(std::size(kPointCounts))];
     if (field > 2 && held > 51) {
         StoreBig16(block + 42 + 2 * field, kEntries[profile.scatter.Below(std::size(kEntries))]);
     }
@@ -113,7 +113,7 @@ void ChangeBlock(Profile& profile) {
     std::uint8_t* block = profile.data + profile.Offset(n);
     switch (profile.scatter.Below(5)) {
         case 0:
-            std::memcpy(block, kTypes[profile.scatter.Below(std::size(kTypes))], 4);
+            std::memcpy(block, kTagTypes[profile.scatter.Below(std::size(kTagTypes))], 4);
             return;
         case 1: {
             const std::size_t at = profile.scatter.Below(held) & ~std::size_t{3};
@@ -155,13 +155,13 @@ void ResizeBlock(Profile& profile) {
 /// One entry more, a copy of another; the blocks move on.
 void AddEntry(Profile& profile) {
     const std::size_t entries = profile.Entries();
-    if (entries == 0 || profile.size + kEntry > profile.maxSize) return;
+    if (entries == 0 || profile.size + kTagEntry > profile.maxSize) return;
     const std::size_t from = profile.scatter.Below(entries);
-    profile.size = Stretch(profile.data, profile.size, profile.maxSize, kTable + kEntry * entries, kEntry);
-    std::memcpy(profile.Entry(entries), profile.Entry(from), kEntry);
+    profile.size = Stretch(profile.data, profile.size, profile.maxSize, kTable + kTagEntry * entries, kTagEntry);
+    std::memcpy(profile.Entry(entries), profile.Entry(from), kTagEntry);
     StoreBig32(profile.data + kCount, static_cast<std::uint32_t>(entries + 1));
     for (std::size_t i = 0; i <= entries; ++i) {
-        StoreBig32(profile.Entry(i) + 4, static_cast<std::uint32_t>(profile.Offset(i) + kEntry));
+        StoreBig32(profile.Entry(i) + 4, static_cast<std::uint32_t>(profile.Offset(i) + kTagEntry));
     }
     if (profile.scatter.Below(2) == 0) {
         std::memcpy(profile.Entry(entries), kNames[profile.scatter.Below(std::size(kNames))], 4);

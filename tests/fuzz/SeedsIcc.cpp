@@ -8,10 +8,20 @@
 #include "support/ProfileBuilder.h"
 
 namespace hueweave::fuzz {
-
-using namespace test;
-
 namespace {
+
+using test::ByteWriter;
+using test::CurvedLutSpec;
+using test::CurveLayout;
+using test::EncodeCurved;
+using test::Lcg;
+using test::LutShape;
+using test::MakeLut;
+using test::Mft2;
+using test::MftAB;
+using test::MiniProfile;
+using test::SmoothLut;
+using test::XyzBlock;
 
 Bytes OneTag(std::string_view name, const Bytes& block) { return MiniProfile({{name, block}}); }
 
@@ -84,7 +94,7 @@ void SowTables(const Sow& sow) {
 }
 
 /// Tables of the container: shared, empty, overlapping, outside, without end.
-void SowContainers(const Sow& sow) {
+void SowTagTables(const Sow& sow) {
     const Bytes sound = MiniProfile({{"A2B0", Mft2(SmoothLut(2))}, {"wtpt", XyzBlock(63190, 65536, 54061)}});
     for (std::size_t size = 0; size <= 160; size += 4) {
         Bytes cut = sound;
@@ -175,7 +185,7 @@ void SowCurvedBlocks(const Sow& sow) {
 void SowProfiles(const Sow& sow) {
     SowSimpleTags(sow);
     SowTables(sow);
-    SowContainers(sow);
+    SowTagTables(sow);
     SowCurvedBlocks([&](const std::string& name, const Bytes& block) { sow(name, OneTag("A2B0", block)); });
     const Bytes table = Mft2(SmoothLut(2));
     for (const char* names : {"A2B0", "A2B1", "A2B2"}) {

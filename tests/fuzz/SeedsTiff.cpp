@@ -5,10 +5,14 @@
 #include "support/TiffBuilder.h"
 
 namespace hueweave::fuzz {
-
-using namespace test;
-
 namespace {
+
+using test::ByteWriter;
+using test::ChunkyTiff;
+using test::CountingBytes;
+using test::MiniTiff;
+using test::PlanarTiff;
+using test::TiffBuilder;
 
 std::string Name(const std::string& what, std::initializer_list<unsigned> numbers) {
     std::string name = what;
@@ -63,7 +67,7 @@ void SowEntries(const Sow& sow) {
     }
 }
 
-void SowContainers(const Sow& sow) {
+void SowDirectories(const Sow& sow) {
     const Bytes sound = MiniTiff{5, 4, 3, 8, CountingBytes(60), Bytes(40, 0x42)}.Build();
     for (std::size_t size = 0; size < sound.size(); size += size < 20 ? 1 : 9) {
         sow("cut-" + std::to_string(size), Bytes(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(size)));
@@ -93,7 +97,7 @@ void SowContainers(const Sow& sow) {
 void SowTiffs(const Sow& sow) {
     SowPaths(sow);
     SowEntries(sow);
-    SowContainers(sow);
+    SowDirectories(sow);
 }
 
 }  // namespace hueweave::fuzz

@@ -7,7 +7,9 @@
 
 namespace hueweave::fuzz {
 
-using namespace Orvix_Tiff_STL2;
+using Orvix_Tiff_STL2::CTiff;
+using Orvix_Tiff_STL2::Tiff;
+using Orvix_Tiff_STL2::TiffTag;
 
 void CheckTags(const Tiff& tiff, const test::ReferenceTiff& reference) {
     Require(tiff.tags.size() == reference.tags.size(), "number of entries");

@@ -10,10 +10,10 @@
 namespace hueweave::fuzz {
 namespace {
 
-constexpr std::size_t kEntry = 12;
+constexpr std::size_t kIfdEntry = 12;
 constexpr std::uint16_t kTags[] = {254, 256, 257, 258, 259, 262, 273,   277,  278,
                                    279, 282, 283, 284, 296, 305, 34665, 34675};
-constexpr std::uint16_t kTypes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 255, 32768, 65535};
+constexpr std::uint16_t kFieldTypes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 255, 32768, 65535};
 
 /// A TIFF file that lies in the fuzzer's block.
 struct File {
@@ -26,9 +26,9 @@ struct File {
     std::size_t Entries() const {
         const std::size_t at = Directory();
         if (at < 8 || at + 2 > size) return 0;
-        return std::min<std::size_t>(LoadLittle16(data + at), (size - at - 2) / kEntry);
+        return std::min<std::size_t>(LoadLittle16(data + at), (size - at - 2) / kIfdEntry);
     }
-    std::uint8_t* Entry(std::size_t n) const { return data + Directory() + 2 + kEntry * n; }
+    std::uint8_t* Entry(std::size_t n) const { return data + Directory() + 2 + kIfdEntry * n; }
 };
 
 void ChangeHead(File& file) {
@@ -58,7 +58,7 @@ void ChangeEntry(File& file) {
             StoreLittle16(entry, kTags[file.scatter.Below(std::size(kTags))]);
             break;
         case 1:
-            StoreLittle16(entry + 2, kTypes[file.scatter.Below(std::size(kTypes))]);
+            StoreLittle16(entry + 2, kFieldTypes[file.scatter.Below(std::size(kFieldTypes))]);
             break;
         case 2:
             StoreLittle32(entry + 4, EdgeOf(static_cast<std::uint32_t>(1 + file.scatter.Below(8)), file.scatter));
@@ -73,7 +73,7 @@ void ChangeEntry(File& file) {
             StoreLittle32(entry + 8, EdgeOf(static_cast<std::uint32_t>(1 + file.scatter.Below(34)), file.scatter));
             break;
         default:
-            std::memcpy(entry, file.Entry(file.scatter.Below(entries)), kEntry);
+            std::memcpy(entry, file.Entry(file.scatter.Below(entries)), kIfdEntry);
             break;
     }
 }
@@ -102,13 +102,13 @@ void AddOrDropEntry(File& file) {
     const std::size_t entries = file.Entries();
     if (entries == 0) return;
     const std::size_t place = file.scatter.Below(entries);
-    const std::size_t at = file.Directory() + 2 + kEntry * place;
+    const std::size_t at = file.Directory() + 2 + kIfdEntry * place;
     const std::size_t before = file.size;
     const bool adds = file.scatter.Below(2) == 0;
-    if (adds && file.size + kEntry > file.maxSize) return;
-    file.size =
-        adds ? Stretch(file.data, file.size, file.maxSize, at, kEntry) : Shorten(file.data, file.size, at, kEntry);
-    if (adds) std::memcpy(file.data + at, file.data + at + kEntry, kEntry);
+    if (adds && file.size + kIfdEntry > file.maxSize) return;
+    file.size = adds ? Stretch(file.data, file.size, file.maxSize, at, kIfdEntry)
+                     : Shorten(file.data, file.size, at, kIfdEntry);
+    if (adds) std::memcpy(file.data + at, file.data + at + kIfdEntry, kIfdEntry);
     const std::size_t now = adds ? entries + 1 : entries - 1;
     StoreLittle16(file.data + file.Directory(), static_cast<std::uint16_t>(now));
     if (adds) StoreLittle16(file.data + at, kTags[file.scatter.Below(std::size(kTags))]);

@@ -10,11 +10,10 @@
 #include "Files.h"
 #include "Seeds.h"
 
-using namespace hueweave::fuzz;
-using hueweave::test::ByteWriter;
-
+namespace hueweave::fuzz {
 namespace {
 
+using test::ByteWriter;
 namespace fs = std::filesystem;
 
 constexpr unsigned long kFewest = 1000;  ///< seeds in all
@@ -24,7 +23,7 @@ public:
     explicit Garden(fs::path root) : root_(std::move(root)) {}
     void Plant(const std::string& target, const std::string& name, const Bytes& input) {
         fs::create_directories(root_ / target);
-        hueweave::test::WriteFile((root_ / target / name).string(), input);
+        test::WriteFile((root_ / target / name).string(), input);
         ++count_;
     }
     unsigned long Count() const { return count_; }
@@ -120,8 +119,10 @@ void PlantNumbers(Garden& garden) {
 }
 
 }  // namespace
+}  // namespace hueweave::fuzz
 
 int main(int count, char** arguments) {
+    using namespace hueweave::fuzz;
     if (count != 2) {
         std::fprintf(stderr, "usage: fuzz_seeds FOLDER\n");
         return EXIT_FAILURE;
