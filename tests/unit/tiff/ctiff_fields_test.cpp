@@ -98,10 +98,10 @@ TEST_F(ImageFields, AreAllNewAfterASecondRead) {
 /// A reader whose tags can be made to fail.
 class Fragile : public CTiff {
 public:
-    enum { Sound, Text, Number } state = Sound;
+    enum { Sound, ThrowsText, ThrowsNumber } state = Sound;
     std::unique_ptr<TiffTag> CreateTag(unsigned word, unsigned count, unsigned value, std::FILE* f) override {
-        if (state == Text) throw "words";
-        if (state == Number) throw 7;
+        if (state == ThrowsText) throw "words";
+        if (state == ThrowsNumber) throw 7;
         return CTiff::CreateTag(word, count, value, f);
     }
 };
@@ -121,9 +121,9 @@ TEST_F(ImageFields, StayAfterEveryKindOfFailure) {
     Read(tiff, Without(0));
     expectOld(Printed([&] { EXPECT_EQ(tiff.ReadFile(nullptr), 0); }),
               "***  *** Tiff::ReadFile() --> FileName is NULL. ***  Open Error. ***\n");
-    tiff.state = Fragile::Text;
+    tiff.state = Fragile::ThrowsText;
     expectOld(Read(tiff, Without(0)), "*** words Open Error. ***\n");
-    tiff.state = Fragile::Number;
+    tiff.state = Fragile::ThrowsNumber;
     expectOld(Read(tiff, Without(0)), "*** CTiff::ReadFile() --> unknown Error. ***\n");
 }
 
@@ -180,7 +180,7 @@ TEST_F(RawFiles, PrintEveryStringThatIsThrownAndAreClosed) {
     WriteFile(raw_, CountingBytes(12));
     const std::ptrdiff_t before = OpenFiles();
     Fragile tiff;
-    tiff.state = Fragile::Text;
+    tiff.state = Fragile::ThrowsText;
     EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(2, 2, 72, 3, 8, raw_.c_str()), 0); }), "words\n");
     tiff.state = Fragile::Sound;
     tiff.CreateNew(2, 2, 72, 3, 8, raw_.c_str());
