@@ -8,6 +8,7 @@
 
 #include "color/CLCH.h"
 
+namespace hueweave::test {
 namespace {
 
 using namespace ColorLch;
@@ -190,3 +191,4 @@ TEST(ColourTripleEdges, WhatIsNoNumberBecomesZero) {
 }
 
 }  // namespace
+}  // namespace hueweave::test
