@@ -1,0 +1,49 @@
+# SPDX-License-Identifier: MIT
+# How a suite becomes a program and a few CTest tests.
+
+# hueweave_add_gtest(<program> [SHARDS n] [FIXTURES name...]): the program's tests in n processes, as the CTest tests
+# <program>.1 to <program>.n, or <program> where n is 1. A process for each single test would take longer to start than
+# to run.
+function(hueweave_add_gtest program)
+  cmake_parse_arguments(PARSE_ARGV 1 suite "" "SHARDS" "FIXTURES")
+  if(NOT suite_SHARDS)
+    set(suite_SHARDS 1)
+  endif()
+  foreach(shard RANGE 1 ${suite_SHARDS})
+    set(name ${program})
+    if(suite_SHARDS GREATER 1)
+      string(APPEND name .${shard})
+    endif()
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${name} COMMAND ${program})
+    set_tests_properties(
+      ${name} PROPERTIES TIMEOUT 900 FIXTURES_REQUIRED "${suite_FIXTURES}" LABELS gtest
+                         ENVIRONMENT "GTEST_TOTAL_SHARDS=${suite_SHARDS};GTEST_SHARD_INDEX=${index}")
+  endforeach()
+endfunction()
+
+# hueweave_suite(<name> FOLDER <folder> | SOURCES <source>... [SHARDS n] [LIBRARIES l...] [FIXTURES f...]): one test
+# program from all sources of a folder, several of them compiled as one.
+function(hueweave_suite name)
+  cmake_parse_arguments(PARSE_ARGV 1 suite "" "FOLDER;SHARDS" "SOURCES;LIBRARIES;FIXTURES")
+  if(suite_FOLDER)
+    file(GLOB suite_SOURCES CONFIGURE_DEPENDS ${suite_FOLDER}/*.cpp)
+  endif()
+  add_executable(${name} ${suite_SOURCES})
+  target_link_libraries(${name} PRIVATE test_headers test_support GTest::gtest_main ${suite_LIBRARIES})
+  target_compile_definitions(
+    ${name} PRIVATE HUEWEAVE_LIBRARY="$<TARGET_FILE:Hueweave>" HUEWEAVE_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+                    HUEWEAVE_CXX_COMPILER="${CMAKE_CXX_COMPILER}" HUEWEAVE_C_COMPILER="${CMAKE_C_COMPILER}")
+  target_precompile_headers(${name} REUSE_FROM test_headers)
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+  add_dependencies(${name} Hueweave)
+  hueweave_add_gtest(${name} SHARDS "${suite_SHARDS}" FIXTURES ${suite_FIXTURES})
+endfunction()
+
+# hueweave_inputs(<suite> <script>): files by other programs, in the folder <suite> of the inputs, before the suite is
+# built. Each build looks whether they are still as they were made.
+function(hueweave_inputs suite script)
+  add_custom_target(${suite}_inputs COMMAND ${PROJECT_SOURCE_DIR}/tests/support/make-once ${script}
+                                            ${HUEWEAVE_TEST_INPUTS}/${suite} COMMENT "Making the inputs of ${suite}")
+  add_dependencies(${suite} ${suite}_inputs)
+endfunction()
