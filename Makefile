@@ -1,14 +1,15 @@
 # SPDX-License-Identifier: MIT
 # The two commands of a new user, and a few for a developer. The build itself is CMake's, see CMakePresets.json.
-.PHONY: help demo test coverage bench format clean
+.PHONY: help demo test test-all coverage bench format clean
 
 JOBS := $(shell nproc)
 build = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 
 help:
 	@echo "make demo           build all, convert a chart with the library and with the command, show what happened"
-	@echo "make test           run every suite: g++, clang++, digests across builds, g++ with sanitizers"
-	@echo "make test-release   one of them (also: test-clang, test-portable, test-asan, test-tsan)"
+	@echo "make test           build with g++ and run every suite (five minutes)"
+	@echo "make test-all       the same with clang++ and with sanitizers, and digests across builds"
+	@echo "make test-clang     one of them (also: test-release, test-asan, test-tsan, test-portable)"
 	@echo "make coverage       lines and branches of Source/ that the tests reach, as text and HTML"
 	@echo "make bench          compare the speed with other programs' and fill docs/benchmarks.md (ten minutes)"
 	@echo "make peers          run other converters beside the command and write docs/comparison.md (some minutes)"
@@ -29,12 +30,15 @@ demo:
 	@build/demo/demo/convert_chart build/demo/files
 	@demo/use_command build/demo/tools/hueweave/hueweave build/demo/files
 
-test: test-release test-clang test-portable test-asan test-tsan
+test: test-release
+
+test-all:
+	@tools/install-packages test
+	@tests/run release clang portable asan tsan
 
 test-%:
 	@tools/install-packages test
-	$(call build,$*)
-	ctest --preset $* -j $(JOBS)
+	@tests/run $*
 
 # The flags leave out the branches that the compiler adds for exceptions and in destructors that nobody wrote, which no
 # source line shows.
