@@ -140,7 +140,7 @@ int Tiff::ReadTiff(std::FILE* f) {
         auto tag = CreateTag(LoadLittle32(entry), LoadLittle32(entry + 4), LoadLittle32(entry + 8), f);
         if (tag == nullptr) continue;
         // Entries may share their bytes: without a limit a directory could ask for 29 times its file.
-        if (spent + tag->dataSize > limit) tag->Adopt(nullptr, 0);
+        if (spent + tag->dataSize > limit) tag->Drop();
         spent += tag->dataSize;
         tags.push_back(std::move(tag));
     }
@@ -187,12 +187,12 @@ void Tiff::ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes) {
     if (tag == nullptr) return;
     const bool unread = tag->Size() > 4 && tag->data == nullptr;
     unsigned char* image = AllocateImage(*tag, bytes, ImageLimit(FileSize(f)));
-    if (image == nullptr) return;
     if (unread) {
-        // An array that could not be read: what is attached now is not its data.
+        // An array that could not be read: what is attached now, if anything, is not its data.
         tag->count = 1;
         tag->type = kLong;
     }
+    if (image == nullptr) return;
     if (SeekTo(f, offset)) {
         ReadPixels(f, image, bytes);
     } else {

@@ -23,6 +23,7 @@ TiffTag::TiffTag(unsigned int typeAndTag, unsigned int itemCount, unsigned int e
       value(entryValue) {
     if (f == nullptr || Size() < 5) return;
     const auto size = static_cast<std::size_t>(Size());
+    unread_ = true;
     if (size > FileSize(f)) return;
     ReadInto(Allocate(size), size, f);
 }
@@ -45,6 +46,13 @@ int TiffTag::StoredSize() const {
 
 bool TiffTag::ValueIsOffset() const { return Size() > 4; }
 
+bool TiffTag::IsLost() const { return unread_ && ValueIsOffset(); }
+
+void TiffTag::Drop() {
+    Adopt(nullptr, 0);
+    unread_ = true;
+}
+
 unsigned int TiffTag::GetValue() const {
     if (Size() <= 4) return value;
     return dataSize >= 2 ? LoadLittle16(data.get()) : 0U;
@@ -60,20 +68,19 @@ int TiffTag::SaveFile(std::FILE* f) const {
 }
 
 unsigned char* TiffTag::Allocate(std::size_t bytes) {
-    data = std::make_unique<unsigned char[]>(bytes);
-    dataSize = bytes;
+    Adopt(std::make_unique<unsigned char[]>(bytes).release(), bytes);
     return data.get();
 }
 
 unsigned char* TiffTag::AllocateUnset(std::size_t bytes) {
-    data = std::make_unique_for_overwrite<unsigned char[]>(bytes);
-    dataSize = bytes;
+    Adopt(std::make_unique_for_overwrite<unsigned char[]>(bytes).release(), bytes);
     return data.get();
 }
 
 void TiffTag::Adopt(unsigned char* bytes, std::size_t size) {
     data.reset(bytes);
     dataSize = bytes == nullptr ? 0 : size;
+    unread_ = false;
 }
 
 BitsPerSampleTag::BitsPerSampleTag(unsigned int typeAndTag, unsigned int itemCount, unsigned int entryValue,

@@ -70,6 +70,11 @@ public:
     int Size() const;
     /// The same for what is really written: 0 if data that do not fit in the entry are absent.
     int StoredSize() const;
+    /// Whether the entry announces data out of line that could not be taken from its file. It is saved without items,
+    /// since any place that it named would be that of something else.
+    bool IsLost() const;
+    /// Gives up data that were read, as if the file could not hold them.
+    void Drop();
     /// Puts `bytes` zeroed bytes into `data`, in place of what was there, and returns them.
     unsigned char* Allocate(std::size_t bytes);
     /// The same without the zeros, for a caller that sets every byte: an image should be touched once, not twice.
@@ -87,6 +92,9 @@ public:
 protected:
     /// Reads from `value` on; what the file does not hold leaves `bytes` as they are.
     void ReadInto(unsigned char* bytes, std::size_t size, std::FILE* f) const;
+
+private:
+    bool unread_ = false;  ///< the file was not read for the data, or they were given up
 };
 
 /// BitsPerSample. Made without a stream it builds `count` copies of the value, but for a count of 1.

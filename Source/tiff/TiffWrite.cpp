@@ -49,6 +49,10 @@ int Tiff::WriteIFD(std::FILE* f) {
     // Tag data are packed behind the directory in list order; then the image, then what is kept of Exif.
     auto cursor = static_cast<std::uint32_t>(kEntryBytes * tags.size() + 14);
     for (const auto& tag : tags) {
+        if (tag->IsLost()) {
+            tag->value = 0;  // there is nothing to point at, and no items are announced below
+            continue;
+        }
         const auto size = static_cast<std::uint32_t>(tag->StoredSize());
         if (!AlwaysOffset(tag->type) && size <= 4) continue;
         tag->value = cursor;
@@ -62,7 +66,7 @@ int Tiff::WriteIFD(std::FILE* f) {
     unsigned char* entry = directory.data() + 2;
     for (const auto& tag : tags) {
         StoreLittle32(entry, static_cast<std::uint32_t>(tag->type) << 16 | tag->tag);
-        StoreLittle32(entry + 4, tag->count);
+        StoreLittle32(entry + 4, tag->IsLost() ? 0 : tag->count);
         StoreLittle32(entry + 8, tag->value);
         entry += kEntryBytes;
     }

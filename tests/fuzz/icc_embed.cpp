@@ -28,6 +28,7 @@ void Embed(CTiff& tiff, hueweave::test::ReferenceTiff& reference, const ScratchF
         tag->data = Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
         tag->count = static_cast<std::uint32_t>(size);
         tag->value = 0;
+        tag->lost = false;
     }
     CheckTags(tiff, reference);
 }
@@ -68,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if ((options & 2U) != 0 && reference.Find(34675) == nullptr) {
         // The tag is never added by the operation itself.
         tiff.SetTag(kIccProfile, 7, 0, 0, nullptr);
-        reference.tags.push_back({34675, 7, 0, 0, {}});
+        reference.tags.push_back({34675, 7, 0, 0, {}, false});
     }
     CheckWritten(tiff, reference, out);
     Embed(tiff, reference, profile, icc);

@@ -167,6 +167,13 @@ std::vector<FileRow> StripFiles() {
     };
 }
 
+/// A file that ends where its profile began, before the data of tag 40000 and the pixels.
+Bytes CutBeforeLargeData() {
+    Bytes file = Rgb8().Undefined(34675, Profile(4000)).Undefined(40000, Pixels(3000)).Build();
+    file.resize(14 + 13 * 12 + 23);  // the data of tags 258, 282 and 305 are 23 bytes
+    return file;
+}
+
 std::vector<FileRow> BrokenFiles() {
     const Bytes cutInPixels = Rgb8().Build();
     const Bytes cutInData = Rgb8().Undefined(34675, Profile(400)).Exif(Pixels(60)).Build();
@@ -179,6 +186,7 @@ std::vector<FileRow> BrokenFiles() {
         {"DirectoryBehindTheFile", Rgb8().DirectoryAt(100000).Build()},
         {"CutInPixels", Bytes(cutInPixels.begin(), cutInPixels.end() - 50)},
         {"CutInData", Bytes(cutInData.begin(), cutInData.begin() + 200)},
+        {"CutBeforeLargeData", CutBeforeLargeData()},
         {"CutInDirectory", Bytes(cutInData.begin(), cutInData.begin() + 100)},
         {"NoOffsets", TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).Long(279, 105).Exif(Pixels(44)).Build()},
         {"NoByteCounts", TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).StripOffsets().Strip(Pixels(105)).Build()},
@@ -192,6 +200,11 @@ std::vector<FileRow> BrokenFiles() {
         {"LostOffsets",
          TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).Entry(273, 4, 1000, 8).Long(279, 105).Strip(Pixels(105)).Build()},
         {"LostText", Rgb8().Entry(40000, 2, 100000, 8).Entry(40001, 7, 100000, 8).Text(40002, "later").Build()},
+        {"LostResolution", Rgb8().Entry(283, 5, 100, 8).Entry(40000, 9, 500, 8).Exif(Pixels(60)).Build()},
+        {"LostByteCounts",
+         TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).StripOffsets().Entry(279, 4, 1000, 8).Strip(Pixels(105)).Build()},
+        {"LostOffsetsOfAHugeImage",
+         TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).Entry(273, 4, 1000, 8).Long(279, 4000000000U).Build()},
         {"HugeCounts", Rgb8().Entry(40000, 4, 0x40000000, 8).Entry(40001, 9, 0xffffffffU, 8).Build()},
         {"UnknownTypes", Rgb8().Entry(40000, 14, 3, 77).Entry(40001, 65535, 0xffffffffU, 78).Build()},
         {"ZeroDenominator", Rgb8().Rational(283, 300, 0).Build()},
@@ -255,6 +268,19 @@ TEST(ConvertFileEngineTest, ChangesPixels) {
         EXPECT_EQ(MakeEngine(wide)->Conversion(after.data(), after.data(), 35), 0);
         EXPECT_NE(Bytes(after.begin(), after.begin() + 105), Bytes(before.begin(), before.begin() + 105));
     }
+}
+
+TEST(ConvertFileEngineTest, EntryThatWasCutOffIsWrittenWithoutItems) {
+    const TempDir dir;
+    WriteFile(dir.File("a.tif"), CutBeforeLargeData());
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(MakeEngine(false)->Conversion(dir.File("a.tif").c_str(), dir.File("b.tif").c_str()), 0);
+    testing::internal::GetCapturedStdout();
+    const Bytes written = ReadFile(dir.File("b.tif"));
+    // Twelve entries without the profile's, the last of them 40000; then 23 bytes of data and an image of 105.
+    ASSERT_EQ(written.size(), 14U + 12 * 12 + 23 + 105);
+    EXPECT_EQ(Bytes(written.begin() + 10 + 11 * 12, written.begin() + 10 + 12 * 12),
+              ByteWriter().Little16(40000).Little16(7).Little32(0).Little32(0).Done());
 }
 
 TEST(ConvertFileEngineTest, DestinationThatCannotBeOpenedIsPassedOver) {

@@ -129,7 +129,7 @@ int ReferenceTiff::Read(const Bytes& file) {
 
 void ReferenceTiff::ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_t count, std::uint32_t value,
                             std::size_t& used) {
-    ReferenceTag tag{typeAndTag[1], typeAndTag[0], count, value, {}};
+    ReferenceTag tag{typeAndTag[1], typeAndTag[0], count, value, {}, false};
     const auto announced = static_cast<std::uint64_t>(tag.Size());
     // The Exif entry keeps 44 bytes, whatever it announces.
     const bool exif = tag.tag == 34665;
@@ -139,6 +139,7 @@ void ReferenceTiff::ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_
         tag.data = stream.Read(size);
         used += size;
     }
+    tag.lost = announced > 4 && !tag.data;
     tags.push_back(tag);
 }
 
@@ -167,15 +168,15 @@ void ReferenceTiff::ReadImage(Stream& stream) {
 /// `n` bytes from one place become the image.
 void ReferenceTiff::Attach(Stream& stream, std::int64_t offset, std::uint32_t n) {
     ReferenceTag& strip = *Find(273);
-    const bool lost = strip.Size() > 4 && !strip.data;
+    if (strip.lost) {
+        strip.count = 1;
+        strip.type = 4;
+        strip.lost = false;
+    }
     strip.data.reset();
     if (n > 2 * stream.Size() + kRoom) return;
     stream.Seek(offset);
     strip.data = stream.Read(n);
-    if (lost) {
-        strip.count = 1;
-        strip.type = 4;
-    }
 }
 
 void ReferenceTiff::ReadStrips(Stream& stream) {
@@ -200,10 +201,12 @@ void ReferenceTiff::ReadStrips(Stream& stream) {
     }
     offsets.count = 1;
     offsets.type = 4;
+    offsets.lost = false;
     if (counts) {
         counts->data.reset();
         counts->type = 3;
         counts->count = 1;
+        counts->lost = false;
         counts->value = static_cast<std::uint32_t>(total);
     }
     if (ReferenceTag* rows = Find(278)) rows->value = ValueOf(257);
@@ -244,7 +247,9 @@ Bytes ReferenceTiff::Save() {
     auto cursor = static_cast<std::uint32_t>(12 * tags.size() + 14);
     for (ReferenceTag& tag : tags) {
         const std::int64_t size = tag.StoredSize();
-        if ((tag.type >= 6 && tag.type <= 9) || size > 4) {
+        if (tag.lost) {
+            tag.value = 0;
+        } else if ((tag.type >= 6 && tag.type <= 9) || size > 4) {
             tag.value = cursor;
             cursor += static_cast<std::uint32_t>(size);
         }
@@ -257,7 +262,7 @@ Bytes ReferenceTiff::Save() {
     ByteWriter out;
     out.Text("II").Little16(42).Little32(8).Little16(static_cast<unsigned>(tags.size() & 0xffffU));
     for (const ReferenceTag& tag : tags) {
-        out.Little16(tag.tag).Little16(tag.type).Little32(tag.count).Little32(tag.value);
+        out.Little16(tag.tag).Little16(tag.type).Little32(tag.lost ? 0 : tag.count).Little32(tag.value);
     }
     out.Little32(0);
     for (const ReferenceTag& tag : tags) {

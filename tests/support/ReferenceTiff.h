@@ -19,6 +19,7 @@ struct ReferenceTag {
     std::uint32_t count = 0;
     std::uint32_t value = 0;
     std::optional<Bytes> data;
+    bool lost = false;  ///< more than 4 bytes that the file cannot hold, or more than a directory may take
 
     std::int64_t Size() const;        ///< width x count; 0 if that is above 2^31 - 1
     std::int64_t StoredSize() const;  ///< the same, 0 if it is above 4 and there are no data
