@@ -63,7 +63,7 @@ peers:
 
 format:
 	@tools/install-packages check
-	git ls-files --cached --others --exclude-standard '*.h' '*.c' '*.cpp' | xargs clang-format-14 -i
+	@files=$$(tools/list-files '*.h' '*.c' '*.cpp') && echo "$$files" | xargs clang-format-14 -i
 
 clean:
 	rm -rf build
