@@ -63,7 +63,8 @@ peers:
 
 format:
 	@tools/install-packages check
-	@files=$$(tools/list-files '*.h' '*.c' '*.cpp') && echo "$$files" | xargs clang-format-14 -i
+	@files=$$(tools/list-files '*.h' '*.c' '*.cpp') && program=$$(tools/program clang-format) && \
+		echo "$$files" | xargs "$$program" -i
 
 clean:
 	rm -rf build
