@@ -45,7 +45,7 @@ GUARD_SUITES = {
     "FileHandle.cpp": ["unit_iccfile", "hostile", "unit_tiff"],
     "Numeric.h": ["unit_engine", "unit_units", "hostile"],
 }
-# A step past an array is seen, as the sanitizers of `make test` see it.
+# A step past an array is seen, as the sanitizers of `make test-all` see it.
 RUNTIME = "-fsanitize=bounds -fno-sanitize-recover=bounds"
 FLAGS = f"-O1 -D_GLIBCXX_ASSERTIONS {RUNTIME}"
 # What is found, and what takes its place.
