@@ -3,11 +3,17 @@
 #include "DirectoryWriter.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "Refusal.h"
+#include "Signals.h"
 
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint16_t kShort = 3, kLong = 4, kLong8 = 16;
+constexpr std::uint16_t kByte = 1, kShort = 3, kLong = 4, kLong8 = 16, kIfd8 = 18;
+constexpr std::size_t kMostEntries = 65535;           ///< of a directory, as their number has two bytes
+constexpr std::size_t kLarge = std::size_t{1} << 20;  ///< bytes of a value that is not held
 
 }  // namespace
 
@@ -17,6 +23,7 @@ DirectoryWriter::DirectoryWriter(const TiffStructure& structure, OutputLayout& l
       target_(target),
       sorted_(structure.structure()),
       changes_(structure.directories().size()) {
+    sorted_.insert(sorted_.end(), layout.untouched().begin(), layout.untouched().end());
     std::sort(sorted_.begin(), sorted_.end(), [](const Extent& a, const Extent& b) { return a.offset < b.offset; });
     std::uint64_t furthest = 0;
     for (const Extent& extent : sorted_) {
@@ -36,55 +43,92 @@ bool DirectoryWriter::Alone(const TiffEntry& entry) const {
 void DirectoryWriter::SetNumbers(std::size_t directory, std::uint16_t wanted, const std::vector<std::uint64_t>& numbers,
                                  std::uint16_t type) {
     const TiffEntry* before = structure_.directories()[directory].Find(wanted);
-    if (before != nullptr) type = before->type;
+    if (before != nullptr && (before->type == kByte || before->type == kLong8 || before->type == kShort)) {
+        type = before->type;
+    } else if (before != nullptr) {
+        type = kLong;
+    }
     const std::uint64_t top = numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
     if (TypeSize(type) < 2 && top > 0xff) type = kShort;
     if (TypeSize(type) < 4 && top > 0xffff) type = kLong;
     if (TypeSize(type) < 8 && top > 0xffffffff) type = kLong8;
-    const std::size_t size = TypeSize(type);
-    Bytes data(numbers.size() * size);
-    for (std::size_t i = 0; i < numbers.size(); ++i) structure_.form().Put(&data[i * size], size, numbers[i]);
-    SetData(directory, wanted, type, data);
+    SetData(directory, wanted, type, Encoded(numbers, type));
 }
 
-void DirectoryWriter::SetData(std::size_t directory, std::uint16_t wanted, std::uint16_t type, const Bytes& data) {
-    changes_[directory][wanted] = {type, data, false};
+std::shared_ptr<const Bytes> DirectoryWriter::Encoded(const std::vector<std::uint64_t>& numbers,
+                                                      std::uint16_t type) const {
+    const std::size_t size = TypeSize(type);
+    auto data = std::make_shared<Bytes>(numbers.size() * size);
+    for (std::size_t i = 0; i < numbers.size(); ++i) structure_.form().Put(data->data() + i * size, size, numbers[i]);
+    return data;
+}
+
+void DirectoryWriter::SetData(std::size_t directory, std::uint16_t wanted, std::uint16_t type,
+                              std::shared_ptr<const Bytes> data) {
+    NewEntry change{type, std::move(data), {}};
+    if (change.data->size() > kLarge) {
+        change.entry = PlanEntry(wanted, change, structure_.directories()[directory].Find(wanted));
+        change.data = nullptr;
+    }
+    changes_[directory][wanted] = std::move(change);
 }
 
 void DirectoryWriter::Remove(std::size_t directory, std::uint16_t wanted) {
-    if (structure_.directories()[directory].Find(wanted) != nullptr) changes_[directory][wanted] = {0, {}, true};
+    if (structure_.directories()[directory].Find(wanted) != nullptr) changes_[directory][wanted] = {};
+}
+
+/// A value that is as long as before goes to its old place.
+std::uint64_t DirectoryWriter::PlaceOf(const NewEntry& change, const TiffEntry* before) {
+    const std::uint64_t size = change.data->size();
+    if (before != nullptr && before->dataSize == size && Alone(*before)) {
+        target_.Write(before->dataOffset, *change.data);
+        return before->dataOffset;
+    }
+    const bool shared = before != nullptr && before->dataOffset != 0;
+    const Shared key{change.data, shared ? before->dataOffset : 0};
+    if (const auto found = written_.find(key); shared && found != written_.end()) return found->second;
+    const std::uint64_t offset = layout_.Place(size);
+    target_.Write(offset, *change.data);
+    if (!shared) return offset;
+    written_[key] = offset;
+    if (size > kLarge) written_.erase(std::exchange(large_, key));
+    return offset;
+}
+
+TiffEntry DirectoryWriter::PlanEntry(std::uint16_t wanted, const NewEntry& change, const TiffEntry* before) {
+    const std::size_t inside = structure_.form().OffsetSize();
+    const std::size_t item = std::max<std::size_t>(1, TypeSize(change.type));
+    TiffEntry entry{wanted, change.type, change.data->size() / item, {}, change.data->size(), 0};
+    if (change.data->size() <= inside) {
+        std::copy(change.data->begin(), change.data->end(), entry.value.begin());
+    } else {
+        entry.dataOffset = PlaceOf(change, before);
+        structure_.form().Put(entry.value.data(), inside, entry.dataOffset);
+    }
+    return entry;
 }
 
 DirectoryWriter::Plan DirectoryWriter::PlanDirectory(std::size_t index) {
     const TiffDirectory& directory = structure_.directories()[index];
-    const std::size_t inside = structure_.form().OffsetSize();
     Plan plan{directory.entries, directory.offset, !changes_[index].empty()};
     for (const auto& [wanted, change] : changes_[index]) {
         const auto number = wanted;
         const auto found = std::find_if(plan.entries.begin(), plan.entries.end(),
                                         [&](const TiffEntry& entry) { return entry.tag == number; });
-        if (change.removed) {
-            plan.entries.erase(found);
-            continue;
-        }
-        TiffEntry entry{wanted, change.type, change.data.size() / TypeSize(change.type), Bytes(inside), 0, 0};
-        entry.dataSize = change.data.size();
-        if (change.data.size() <= inside) {
-            std::copy(change.data.begin(), change.data.end(), entry.value.begin());
-        } else {
-            // A value that is as long as before goes to its old place.
-            const bool fits = found != plan.entries.end() && found->dataSize == change.data.size() && Alone(*found);
-            entry.dataOffset = fits ? found->dataOffset : layout_.Place(change.data.size());
-            target_.Write(entry.dataOffset, change.data);
-            structure_.form().Put(entry.value.data(), inside, entry.dataOffset);
-        }
-        if (found != plan.entries.end()) {
-            *found = entry;
+        const TiffEntry* before = found != plan.entries.end() ? &*found : nullptr;
+        if (change.Removed()) {
+            std::erase_if(plan.entries, [&](const TiffEntry& entry) { return entry.tag == number; });
+        } else if (before != nullptr) {
+            *found = change.entry ? *change.entry : PlanEntry(wanted, change, before);
         } else {
             const auto after = std::find_if(plan.entries.begin(), plan.entries.end(),
                                             [&](const TiffEntry& other) { return other.tag > number; });
-            plan.entries.insert(after, entry);
+            plan.entries.insert(after, change.entry ? *change.entry : PlanEntry(wanted, change, before));
         }
+    }
+    if (plan.entries.size() > kMostEntries) {
+        throw Refusal(Exit::Input, structure_.file().name(), "has no room for one more entry in a directory",
+                      "leave the profile out with --no-tag");
     }
     if (plan.entries.size() > directory.entries.size()) {
         plan.offset = layout_.Place(structure_.DirectoryBytes(plan.entries.size()));
@@ -94,23 +138,20 @@ DirectoryWriter::Plan DirectoryWriter::PlanDirectory(std::size_t index) {
 }
 
 /// SubIFDs follow the directories that they point at.
-void DirectoryWriter::Point(Plan& plan, TiffEntry& entry) const {
-    Bytes data = structure_.Data(entry);
-    const std::size_t size = TypeSize(entry.type);
+void DirectoryWriter::Point(Plan& plan, TiffEntry& entry) {
+    std::vector<std::uint64_t> numbers = structure_.Numbers(entry);
     bool any = false;
-    for (std::size_t at = 0; at + size <= data.size(); at += size) {
-        const auto moved = moved_.find(structure_.form().Get(&data[at], size));
+    for (std::uint64_t& number : numbers) {
+        const auto moved = moved_.find(number);
         if (moved == moved_.end()) continue;
-        structure_.form().Put(&data[at], size, moved->second);
+        number = moved->second;
         any = true;
     }
     if (!any) return;
     plan.changed = true;
-    if (entry.dataOffset != 0) {
-        target_.Write(entry.dataOffset, data);
-    } else {
-        std::copy(data.begin(), data.end(), entry.value.begin());
-    }
+    const bool wide = *std::max_element(numbers.begin(), numbers.end()) > 0xffffffff;
+    const std::uint16_t type = wide && TypeSize(entry.type) < 8 ? kIfd8 : entry.type;
+    entry = PlanEntry(entry.tag, {type, Encoded(numbers, type), {}}, &entry);
 }
 
 void DirectoryWriter::WritePlan(const Plan& plan, std::uint64_t next) const {
@@ -122,7 +163,7 @@ void DirectoryWriter::WritePlan(const Plan& plan, std::uint64_t next) const {
         form.Put(at, 2, entry.tag);
         form.Put(at + 2, 2, entry.type);
         form.Put(at + 4, form.OffsetSize(), entry.count);
-        std::copy(entry.value.begin(), entry.value.end(), at + 4 + form.OffsetSize());
+        std::copy_n(entry.value.begin(), form.OffsetSize(), at + 4 + form.OffsetSize());
         at += form.EntrySize();
     }
     form.Put(at, form.OffsetSize(), next);
@@ -132,7 +173,10 @@ void DirectoryWriter::WritePlan(const Plan& plan, std::uint64_t next) const {
 void DirectoryWriter::Write() {
     const TiffForm& form = structure_.form();
     std::vector<Plan> plans;
-    for (std::size_t i = 0; i < structure_.directories().size(); ++i) plans.push_back(PlanDirectory(i));
+    for (std::size_t i = 0; i < structure_.directories().size(); ++i) {
+        ThrowIfInterrupted();
+        plans.push_back(PlanDirectory(i));
+    }
     const auto now = [&](std::uint64_t offset) {
         const auto moved = moved_.find(offset);
         return moved == moved_.end() ? offset : moved->second;

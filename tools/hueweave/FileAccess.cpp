@@ -23,8 +23,8 @@ bool TooManyFiles(int error) { return error == EMFILE || error == ENFILE; }
 constexpr const char* kFewerFiles = "lower -j, or raise the limit of open files";
 
 [[noreturn]] void RefuseRead(const std::string& name, const std::string& why, int error = 0) {
-    throw Refusal(Exit::Input, name, "cannot be read (" + why + ")",
-                  TooManyFiles(error) ? kFewerFiles : "check the file and its permissions");
+    throw ReadFailure(Exit::Input, name, "cannot be read (" + why + ")",
+                      TooManyFiles(error) ? kFewerFiles : "check the file and its permissions");
 }
 
 }  // namespace

@@ -93,12 +93,12 @@ OutputFile::Existing FileJob::Existing() const {
     return arguments_.force || arguments_.inPlace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
 }
 
-DeviceProfile FileJob::Choose(const std::optional<DeviceProfile>& embedded) {
+const DeviceProfile& FileJob::Choose(const DeviceProfile* embedded) {
     const std::optional<DeviceProfile>& given = session_.profile;
-    if (!given && !embedded) {
+    if (!given && embedded == nullptr) {
         throw Refusal(Exit::Profile, name_, "embeds no profile", "give the device's profile with --profile");
     }
-    if (!given || !embedded || given->hash == embedded->hash) return given ? *given : *embedded;
+    if (!given || embedded == nullptr || given->hash == embedded->hash) return given ? *given : *embedded;
     const std::string other = embedded->description.empty() ? "" : " (" + embedded->description + ")";
     switch (arguments_.source) {
         case SourceRule::Embedded:
@@ -113,34 +113,36 @@ DeviceProfile FileJob::Choose(const std::optional<DeviceProfile>& embedded) {
     }
 }
 
-/// A page without a profile of its own takes that of the page above it, of which it is a smaller copy.
-DeviceProfile FileJob::ProfileOf(std::size_t page) {
-    const std::size_t index = pages_[page].directory;
-    const TiffDirectory& directory = structure_->directories()[index];
-    std::optional<DeviceProfile> embedded;
-    const TiffEntry* entry = directory.Find(tag::IccProfile);
-    if (entry != nullptr && entry->dataSize > 0) {
-        Bytes data = structure_->Data(*entry);
-        try {
-            embedded = TakeEmbedded(name_, std::move(data));
-        } catch (const Refusal& refusal) {
-            // A profile that is not used need not be sound, but must be told from none where they are to match.
-            if (!session_.profile || arguments_.source != SourceRule::Given) throw;
-            Note("embeds a profile that cannot be used; " + session_.profile->name + " is used");
-        }
-    } else if (directory.parent) {
-        embedded = profiles_[*directory.parent];
-    } else if ((structure_->Number(directory, tag::SubfileType, 0) & 1U) != 0 && page > 0) {
-        embedded = profiles_[pages_[0].directory];
+std::shared_ptr<const DeviceProfile> FileJob::ProfileOf(std::size_t page) {
+    try {
+        return profiles_->Of(page);
+    } catch (const Refusal&) {
+        // A profile that is not used need not be sound, but must be told from none where they are to match.
+        if (!session_.profile || arguments_.source != SourceRule::Given) throw;
+        Note("embeds a profile that cannot be used; " + session_.profile->name + " is used");
+        return nullptr;
     }
-    profiles_[index] = embedded;
-    return Choose(embedded);
+}
+
+/// Pages of the same profile share a converter, in whatever order they come.
+std::shared_ptr<const ReadyConverter> FileJob::ConverterFor(const DeviceProfile& profile, unsigned bits) {
+    for (const auto& ready : converters_) {
+        if (ready->hash == profile.hash && ready->bits == bits) return ready;
+    }
+    converters_.push_back(session_.cache.Get(profile, bits));
+    return converters_.back();
 }
 
 std::string FileJob::OldTagsStay(bool one) const {
     if (arguments_.noTag) return one ? "stays and tells of the wrong ones" : "stay and tell of the wrong ones";
     return one ? "stays; the embedded profile takes precedence over it"
                : "stay; the embedded profile takes precedence over them";
+}
+
+/// Whether a page has a value at which no page before it pointed.
+bool FileJob::IsNew(const TiffDirectory& directory, std::uint16_t wanted) {
+    const TiffEntry* entry = directory.Find(wanted);
+    return entry != nullptr && (entry->dataOffset == 0 || looked_.emplace(entry->dataOffset, entry->dataSize).second);
 }
 
 void FileJob::NoteLosses(std::size_t page) {
@@ -157,14 +159,18 @@ void FileJob::NoteLosses(std::size_t page) {
         common_.insert(
             fmt::format("EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
     }
-    if (XmpNamesProfile(*structure_, directory)) {
+    if (IsNew(directory, tag::Xmp) && XmpNamesProfile(*structure_, directory)) {
         common_.insert("XMP field photoshop:ICCProfile stays, and names the profile that was");
     }
-    const PhotoshopResources photoshop(*structure_, directory);
-    if (photoshop.HasThumbnail()) {
-        common_.insert("thumbnail of Photoshop (resource 1036 of tag 34377) stays in the old colours");
+    if (IsNew(directory, tag::PhotoshopResources)) {
+        const PhotoshopResources photoshop(*structure_, directory);
+        if (photoshop.HasThumbnail()) {
+            common_.insert("thumbnail of Photoshop (resource 1036 of tag 34377) stays in the old colours");
+        }
+        if (photoshop.tooLarge()) {
+            common_.insert("resources of Photoshop (tag 34377) are too large to look into, and stay");
+        }
     }
-    if (photoshop.tooLarge()) common_.insert("resources of Photoshop (tag 34377) are too large to look into, and stay");
     std::vector<std::uint16_t> old;
     for (const auto which : {tag::TransferFunction, tag::WhitePoint, tag::Primaries}) {
         if (directory.Find(which) != nullptr) old.push_back(which);
@@ -176,8 +182,9 @@ void FileJob::NoteLosses(std::size_t page) {
 }
 
 PageJob FileJob::PlanPage(std::size_t page) {
-    const DeviceProfile profile = ProfileOf(page);
-    const auto ready = session_.cache.Get(profile, pages_[page].bits);
+    const std::shared_ptr<const DeviceProfile> embedded = ProfileOf(page);
+    const DeviceProfile& profile = Choose(embedded.get());
+    const auto ready = ConverterFor(profile, pages_[page].bits);
     if (profileName_.empty()) {
         profileName_ = profile.embedded ? "embedded" : profile.name;
         if (profile.embedded && !profile.description.empty()) profileName_ += ": " + profile.description;
@@ -195,14 +202,15 @@ PageJob FileJob::PlanPage(std::size_t page) {
         Note("kodak-mix has 256 steps, also in files of 16 bits");
     }
     NoteLosses(page);
-    converters_.push_back(ready);
-    return {&ready->converter, arguments_.noTag ? Bytes() : ready->outputProfile};
+    // The bytes belong to the converter, which all pages of this profile share.
+    std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
+    return {&ready->converter, arguments_.noTag ? nullptr : icc};
 }
 
 void FileJob::PlanPages() {
     structure_ = std::make_unique<TiffStructure>(source_);
     pages_ = ReadPages(*structure_);
-    profiles_.resize(structure_->directories().size());
+    profiles_ = std::make_unique<PageProfiles>(*structure_, pages_);
     for (std::size_t p = 0; p < pages_.size(); ++p) jobs_.push_back(pages_[p].mask ? PageJob() : PlanPage(p));
 }
 
@@ -213,8 +221,9 @@ bool FileJob::IsConvertedInPlace() const {
     const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
     if (!arguments_.inPlace || arguments_.force || arguments_.noTag || adjusts) return false;
     for (std::size_t p = 0; p < pages_.size(); ++p) {
-        const std::optional<DeviceProfile>& embedded = profiles_[pages_[p].directory];
-        if (!pages_[p].mask && (!embedded || embedded->data != jobs_[p].icc)) return false;
+        if (pages_[p].mask) continue;
+        const DeviceProfile* embedded = profiles_->Known(p);
+        if (embedded == nullptr || embedded->data != *jobs_[p].icc) return false;
     }
     return true;
 }

@@ -12,6 +12,7 @@
 #include "InputList.h"
 #include "MadeFolders.h"
 #include "OutputFile.h"
+#include "PageProfiles.h"
 #include "ProfileCache.h"
 #include "Report.h"
 #include "Resume.h"
@@ -47,9 +48,11 @@ private:
     void PlanPages();
     PageJob PlanPage(std::size_t page);
     bool IsConvertedInPlace() const;
-    DeviceProfile ProfileOf(std::size_t page);
-    DeviceProfile Choose(const std::optional<DeviceProfile>& embedded);
+    std::shared_ptr<const DeviceProfile> ProfileOf(std::size_t page);
+    const DeviceProfile& Choose(const DeviceProfile* embedded);
+    std::shared_ptr<const ReadyConverter> ConverterFor(const DeviceProfile& profile, unsigned bits);
     std::string OldTagsStay(bool one) const;
+    bool IsNew(const TiffDirectory& directory, std::uint16_t tag);
     void NoteLosses(std::size_t page);
     void Write();
     void WriteJson(Outcome outcome, double seconds);
@@ -66,8 +69,9 @@ private:
     FileAccess source_;
     std::unique_ptr<TiffStructure> structure_;
     std::vector<TiffPage> pages_;
-    std::vector<std::optional<DeviceProfile>> profiles_;  ///< by directory, for those below it
-    std::vector<std::shared_ptr<const ReadyConverter>> converters_;
+    std::unique_ptr<PageProfiles> profiles_;
+    std::vector<std::shared_ptr<const ReadyConverter>> converters_;  ///< each once
+    std::set<std::pair<std::uint64_t, std::uint64_t>> looked_;       ///< values looked through, by offset and size
     std::vector<PageJob> jobs_;
     std::string profileName_;
     std::string fingerprint_;

@@ -6,8 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "Commands.h"
+#include "PageProfiles.h"
 #include "ProfileSource.h"
 #include "Sha256.h"
+#include "Signals.h"
 #include "TagTable.h"
 #include "TiffPage.h"
 
@@ -96,36 +98,74 @@ Json DescribeProfile(const std::string& name, const Bytes& bytes) {
     return json;
 }
 
+/// The profiles of a file's pages. The second page with the same one refers to the first.
+class ProfileDescriber {
+public:
+    explicit ProfileDescriber(const TiffStructure& structure) : structure_(structure), distinct_(structure) {}
+
+    Json Describe(const TiffEntry& entry, std::size_t page) {
+        try {
+            const auto [number, data] = distinct_.Find(entry);
+            if (data) {
+                Json json = Full(*data);
+                first_.push_back({{"same as page", page + 1}});
+                for (const char* key : {"unreadable", "kind", "description"}) {
+                    if (json.contains(key)) first_.back()[key] = json[key];
+                }
+                return json;
+            }
+            return first_[number];
+        } catch (const Refusal& refusal) {
+            return {{"unreadable", refusal.what()}};
+        }
+    }
+
+private:
+    Json Full(const Bytes& data) const {
+        try {
+            return DescribeProfile(structure_.file().name(), data);
+        } catch (const Refusal& refusal) {
+            return {{"unreadable", refusal.what()}};
+        }
+    }
+
+    const TiffStructure& structure_;
+    DistinctProfiles distinct_;
+    std::vector<Json> first_;  ///< by number, what further pages refer to
+};
+
+Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory) {
+    const auto number = [&](std::uint16_t tag, std::uint64_t fallback) {
+        return structure.Number(directory, tag, fallback);
+    };
+    Json page{{"width", number(tag::Width, 0)}, {"height", number(tag::Height, 0)}};
+    page["colours"] = PhotometricName(static_cast<unsigned>(number(tag::Photometric, 0xffff)));
+    page["samples"] = number(tag::SamplesPerPixel, 1);
+    page["bits"] = number(tag::BitsPerSample, 1);
+    page["planar"] = number(tag::Planar, 1) == 2;
+    page["compression"] = CompressionName(static_cast<unsigned>(number(tag::Compression, 1)));
+    if (directory.Find(tag::TileWidth) != nullptr) {
+        page["tiles"] = {number(tag::TileWidth, 0), number(tag::TileHeight, 0)};
+    } else {
+        page["rows a strip"] = std::min(number(tag::RowsPerStrip, number(tag::Height, 0)), number(tag::Height, 0));
+    }
+    page["orientation"] = number(tag::Orientation, 1);
+    return page;
+}
+
 Json DescribeTiff(const FileAccess& file) {
     const TiffStructure structure(file);
     Json json{{"kind", "TIFF"},
               {"byte order", structure.form().bigEndian ? "big-endian" : "little-endian"},
               {"BigTIFF", structure.form().bigTiff}};
-    for (const TiffDirectory& directory : structure.directories()) {
-        const auto number = [&](std::uint16_t tag, std::uint64_t fallback) {
-            return structure.Number(directory, tag, fallback);
-        };
-        Json page{{"width", number(tag::Width, 0)}, {"height", number(tag::Height, 0)}};
-        page["colours"] = PhotometricName(static_cast<unsigned>(number(tag::Photometric, 0xffff)));
-        page["samples"] = number(tag::SamplesPerPixel, 1);
-        page["bits"] = number(tag::BitsPerSample, 1);
-        page["planar"] = number(tag::Planar, 1) == 2;
-        page["compression"] = CompressionName(static_cast<unsigned>(number(tag::Compression, 1)));
-        if (directory.Find(tag::TileWidth) != nullptr) {
-            page["tiles"] = {number(tag::TileWidth, 0), number(tag::TileHeight, 0)};
-        } else {
-            page["rows a strip"] = std::min(number(tag::RowsPerStrip, number(tag::Height, 0)), number(tag::Height, 0));
-        }
-        page["orientation"] = number(tag::Orientation, 1);
+    ProfileDescriber profiles(structure);
+    for (std::size_t i = 0; i < structure.directories().size(); ++i) {
+        ThrowIfInterrupted();
+        const TiffDirectory& directory = structure.directories()[i];
+        Json page = DescribePage(structure, directory);
         const TiffEntry* icc = directory.Find(tag::IccProfile);
-        if (icc != nullptr && icc->dataSize > 0) {
-            try {
-                page["profile"] = DescribeProfile(file.name(), structure.Data(*icc));
-            } catch (const Refusal& refusal) {
-                page["profile"] = {{"unreadable", refusal.what()}};
-            }
-        }
-        json["pages"].push_back(page);
+        if (icc != nullptr && icc->dataSize > 0) page["profile"] = profiles.Describe(*icc, i);
+        json["pages"].push_back(std::move(page));
     }
     try {
         ReadPages(structure);
@@ -193,6 +233,10 @@ Exit Inspect(const InspectArguments& arguments) {
         } catch (const Refusal& refusal) {
             fmt::print(stderr, "hueweave: {}\n", refusal.what());
             result = arguments.files.size() == 1 ? refusal.status() : Exit::SomeFailed;
+        } catch (const std::exception& error) {
+            fmt::print(stderr, "hueweave: {}\n",
+                       OneLine(fmt::format("{}: cannot be looked into ({})", path, error.what())));
+            result = arguments.files.size() == 1 ? Exit::Input : Exit::SomeFailed;
         }
     }
     return result;

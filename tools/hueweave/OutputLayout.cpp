@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "Refusal.h"
+#include "Signals.h"
 
 namespace hueweave::tool {
 namespace {
@@ -33,7 +34,7 @@ bool IsConverted(const TiffPage& page, std::size_t segment) {
 }
 
 /// Image data of a page that is left as it is, as far as its directory tells.
-void AddUntouched(const TiffStructure& structure, const TiffDirectory& directory, std::vector<Span>& spans) {
+void AddUntouched(const TiffStructure& structure, const TiffDirectory& directory, std::vector<Extent>& untouched) {
     for (const auto& [offsets, counts] :
          {std::pair{tag::StripOffsets, tag::StripByteCounts}, std::pair{tag::TileOffsets, tag::TileByteCounts}}) {
         const TiffEntry* at = directory.Find(offsets);
@@ -41,7 +42,8 @@ void AddUntouched(const TiffStructure& structure, const TiffDirectory& directory
         if (at == nullptr || size == nullptr) continue;
         const auto places = structure.Numbers(*at), sizes = structure.Numbers(*size);
         for (std::size_t i = 0; i < std::min(places.size(), sizes.size()); ++i) {
-            spans.push_back({{places[i], sizes[i]}, SIZE_MAX, 0});
+            const bool inside = places[i] < structure.fileSize() && sizes[i] <= structure.fileSize() - places[i];
+            if (inside && sizes[i] > 0) untouched.push_back({places[i], sizes[i]});
         }
     }
 }
@@ -58,14 +60,20 @@ void OutputLayout::FindExclusive(const TiffStructure& structure, const std::vect
     std::vector<Span> spans;
     for (const Extent& extent : structure.structure()) spans.push_back({extent, SIZE_MAX, 0});
     for (std::size_t p = 0; p < pages.size(); ++p) {
-        if (pages[p].mask) AddUntouched(structure, structure.directories()[pages[p].directory], spans);
+        ThrowIfInterrupted();
+        if (pages[p].mask) AddUntouched(structure, structure.directories()[pages[p].directory], untouched_);
         exclusive_.emplace_back(pages[p].segments.size(), true);
         for (std::size_t s = 0; s < pages[p].segments.size(); ++s) {
             const bool converted = IsConverted(pages[p], s);
             exclusive_[p][s] = converted;
-            spans.push_back({Replaced(pages[p], s), converted ? p : SIZE_MAX, s});
+            if (converted) {
+                spans.push_back({Replaced(pages[p], s), p, s});
+            } else {
+                untouched_.push_back(pages[p].segments[s]);
+            }
         }
     }
+    for (const Extent& extent : untouched_) spans.push_back({extent, SIZE_MAX, 0});
     std::erase_if(spans, [](const Span& span) { return span.extent.size == 0; });
     std::sort(spans.begin(), spans.end(),
               [](const Span& a, const Span& b) { return a.extent.offset < b.extent.offset; });

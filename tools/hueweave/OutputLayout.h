@@ -19,6 +19,8 @@ public:
 
     /// What is copied from the source, in order.
     const std::vector<Extent>& kept() const { return kept_; }
+    /// Image data that stay as they are: of masks, and planes beyond the colours.
+    const std::vector<Extent>& untouched() const { return untouched_; }
     /// Where a strip or tile of a plain page goes that has the size of the old one.
     std::uint64_t PlaceAgain(std::size_t page, std::uint64_t segment);
     /// A new place for `size` bytes, at an even offset.
@@ -33,7 +35,7 @@ private:
     const TiffStructure& structure_;
     const std::vector<TiffPage>& pages_;
     std::vector<std::vector<bool>> exclusive_;  ///< by page and segment: no other part of the file lies there
-    std::vector<Extent> kept_;
+    std::vector<Extent> kept_, untouched_;
     std::vector<Extent> free_;  ///< stretches for encoded data; the last one may reach beyond any file
     std::size_t cursor_ = 0;
     std::uint64_t end_ = 0;

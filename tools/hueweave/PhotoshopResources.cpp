@@ -30,30 +30,26 @@ PhotoshopResources::PhotoshopResources(const TiffStructure& structure, const Tif
         const std::size_t data = length + 4, size = static_cast<std::size_t>(big.Get(&bytes_[length], 4));
         if (size > bytes_.size() - data) return;
         const std::size_t end = std::min(data + Even(size), bytes_.size());
-        resources_.push_back({static_cast<unsigned>(big.Get(&bytes_[at + 4], 2)), at, end - at, data, size});
+        const auto number = static_cast<unsigned>(big.Get(&bytes_[at + 4], 2));
+        thumbnail_ = thumbnail_ || number == kThumbnail || number == kOldThumbnail;
+        if (number == kProfile) profiles_.push_back({at, end - at, data});
         at = end;
     }
-}
-
-bool PhotoshopResources::HasThumbnail() const {
-    return std::any_of(resources_.begin(), resources_.end(), [](const Resource& resource) {
-        return resource.number == kThumbnail || resource.number == kOldThumbnail;
-    });
 }
 
 std::optional<Bytes> PhotoshopResources::WithProfile(const Bytes& icc) const {
     Bytes result;
     std::size_t at = 0;
-    bool found = false;
     const auto copy = [&](std::size_t end) {
         result.insert(result.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(at),
                       bytes_.begin() + static_cast<std::ptrdiff_t>(end));
     };
-    for (const Resource& resource : resources_) {
-        if (resource.number != kProfile) continue;
-        found = true;
-        copy(icc.empty() ? resource.begin : resource.data);
-        if (!icc.empty()) {
+    if (profiles_.empty()) return std::nullopt;
+    for (const Resource& resource : profiles_) {
+        // Programs look at one of a number; further ones would multiply the profile.
+        const bool keep = !icc.empty() && &resource == &profiles_.front();
+        copy(keep ? resource.data : resource.begin);
+        if (keep) {
             const TiffForm big{true, false};
             big.Put(&result[result.size() - 4], 4, icc.size());
             result.insert(result.end(), icc.begin(), icc.end());
@@ -61,7 +57,6 @@ std::optional<Bytes> PhotoshopResources::WithProfile(const Bytes& icc) const {
         }
         at = resource.begin + resource.size;
     }
-    if (!found) return std::nullopt;
     copy(bytes_.size());
     return result;
 }

@@ -17,17 +17,19 @@ public:
 
     /// They are there, but so large that they are not looked into.
     bool tooLarge() const { return tooLarge_; }
-    bool HasThumbnail() const;
-    /// All of them, with another profile, or none if `icc` is empty. Nothing if they hold no profile now.
+    bool HasThumbnail() const { return thumbnail_; }
+    /// All of them, with another profile, or none if `icc` is empty. Nothing if they hold no profile now. Of several
+    /// profiles, one is left.
     std::optional<Bytes> WithProfile(const Bytes& icc) const;
 
 private:
     struct Resource {
-        unsigned number;
-        std::size_t begin, size, data, dataSize;  ///< within the value: of all of it, and of what it holds
+        std::size_t begin, size;  ///< of all of it, within the value
+        std::size_t data;         ///< where what it holds begins
     };
     Bytes bytes_;
-    std::vector<Resource> resources_;
+    std::vector<Resource> profiles_;
+    bool thumbnail_ = false;
     bool tooLarge_ = false;
 };
 

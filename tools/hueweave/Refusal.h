@@ -19,18 +19,26 @@ std::string OneLine(std::string_view text);
 class Refusal : public std::exception {
 public:
     Refusal(Exit status, std::string file, std::string_view reason, std::string_view remedy)
-        : status_(status), file_(std::move(file)) {
+        : status_(status), file_(std::move(file)), reason_(OneLine(reason)) {
         line_ = OneLine(file_.empty() ? std::string(reason) : file_ + ": " + std::string(reason));
         if (!remedy.empty()) line_ += "; " + OneLine(remedy);
     }
     const char* what() const noexcept override { return line_.c_str(); }
     Exit status() const { return status_; }
     const std::string& file() const { return file_; }
+    const std::string& reason() const { return reason_; }
 
 private:
     Exit status_;
     std::string file_;
+    std::string reason_;
     std::string line_;
+};
+
+/// Of a file that the system does not let be read: no fault of what stands in it.
+class ReadFailure : public Refusal {
+public:
+    using Refusal::Refusal;
 };
 
 /// Thrown in all threads of a command after SIGINT or SIGTERM; nothing is reported for the file at hand.

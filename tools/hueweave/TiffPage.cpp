@@ -7,11 +7,16 @@
 #include <algorithm>
 
 #include "Refusal.h"
+#include "Signals.h"
+#include "TagRules.h"
 
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint64_t kMostSegments = std::uint64_t{1} << 23;
+/// A kind of further sample that some programs write, and readers take.
+constexpr std::uint64_t kOtherExtra = 999;
+
+constexpr const char* kWholeNumbers = "give a file of whole numbers of 8 or 16 bits";
 
 /// Reads one directory, or refuses it.
 class PageReader {
@@ -23,10 +28,14 @@ public:
     }
 
     TiffPage Read() {
+        ThrowIfInterrupted();
+        const std::string fault = FaultOfTags(structure_, directory_);
+        if (!fault.empty()) RefuseDamaged(fault);
         page_.photometric = Small(tag::Photometric, 0xffff);
         page_.compression = Small(tag::Compression, 1);
         if (page_.photometric == PHOTOMETRIC_MASK || (Small(tag::SubfileType, 0) & FILETYPE_MASK) != 0) {
             page_.mask = true;
+            CountMask();
             return page_;
         }
         CheckColours();
@@ -48,6 +57,13 @@ private:
     }
     unsigned Small(std::uint16_t wanted, unsigned fallback) const {
         return static_cast<unsigned>(std::min<std::uint64_t>(Number(wanted, fallback), 0x7fffffff));
+    }
+
+    /// A mask is not decoded; its strips or tiles cost what others cost.
+    void CountMask() {
+        for (const auto which : {tag::StripOffsets, tag::TileOffsets}) {
+            if (const TiffEntry* offsets = directory_.Find(which)) structure_.budget().AddSegments(offsets->count, 0);
+        }
     }
 
     void CheckColours() {
@@ -73,14 +89,22 @@ private:
         for (const std::uint64_t format : formats) {
             if (format == SAMPLEFORMAT_UINT || format == SAMPLEFORMAT_VOID) continue;
             Refuse(format == SAMPLEFORMAT_IEEEFP ? "holds floating-point samples" : "holds samples that are not plain",
-                   "give a file of whole numbers of 8 or 16 bits");
+                   kWholeNumbers);
         }
+        // An older tag for the same, of which 0 says nothing and 2 whole numbers.
+        const std::uint64_t kind = Number(tag::DataType, 0);
+        if (kind != 0 && kind != 2) Refuse("holds samples that are not plain", kWholeNumbers);
         if (bits[0] != 8 && bits[0] != 16) {
             Refuse("has " + std::to_string(bits[0]) + " bits a sample", "give a file of 8 or 16 bits a sample");
         }
         page_.bits = static_cast<unsigned>(bits[0]);
         if (const TiffEntry* entry = directory_.Find(tag::ExtraSamples); entry != nullptr && page_.samples > 3) {
             const auto extra = structure_.Numbers(*entry);
+            for (const std::uint64_t sample : extra) {
+                if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
+                    RefuseDamaged("has a fourth sample of an unknown kind (" + std::to_string(sample) + ")");
+                }
+            }
             page_.premultiplied = !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
         }
     }
@@ -95,7 +119,10 @@ private:
     }
 
     void CheckCoding() {
-        page_.fillOrder = Small(tag::FillOrder, 1);
+        page_.fillOrder = Small(tag::FillOrder, FILLORDER_MSB2LSB);
+        if (page_.fillOrder != FILLORDER_MSB2LSB && page_.fillOrder != FILLORDER_LSB2MSB) {
+            RefuseDamaged("has bits in no order");
+        }
         page_.predictor = Small(tag::Predictor, 1);
         const unsigned planar = Small(tag::Planar, PLANARCONFIG_CONTIG);
         if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE) RefuseDamaged("has samples in no order");
@@ -135,21 +162,27 @@ private:
         page_.segmentHeight = static_cast<std::uint32_t>(down);
         page_.across = (width + across - 1) / across;
         page_.down = (height + down - 1) / down;
-        if (page_.InPlane() > kMostSegments / page_.samples) RefuseDamaged("has too many strips or tiles");
+        // A row has less than 2^39 bytes.
+        if (page_.RowBytes() > limit::kSegmentBytes / down) RefuseDamaged("has strips or tiles of an impossible size");
+        structure_.budget().AddSegments(page_.Segments(), page_.RowBytes() * down);
+        if (Number(tag::Depth, 1) != 1 || Number(tag::TileDepth, 1) != 1) {
+            Refuse("holds a body of several layers", "give a file of flat pictures");
+        }
     }
 
     void ReadSegments() {
         const TiffEntry* offsets = directory_.Find(page_.tiled ? tag::TileOffsets : tag::StripOffsets);
         const TiffEntry* counts = directory_.Find(page_.tiled ? tag::TileByteCounts : tag::StripByteCounts);
         if (offsets == nullptr) RefuseDamaged("has no image data");
-        const std::uint64_t count = page_.InPlane() * (page_.planar ? page_.samples : 1);
-        const std::vector<std::uint64_t> at = structure_.Numbers(*offsets);
+        const std::uint64_t count = page_.Segments();
+        const std::vector<std::uint64_t> at = structure_.Numbers(*offsets, count);
         std::vector<std::uint64_t> sizes;
-        if (counts != nullptr) sizes = structure_.Numbers(*counts);
+        if (counts != nullptr) sizes = structure_.Numbers(*counts, count);
         if (counts == nullptr && page_.Plain()) {
             for (std::uint64_t i = 0; i < count; ++i) sizes.push_back(page_.DecodedBytes(i));
         }
         if (at.size() < count || sizes.size() < count) RefuseDamaged("lacks some of its strips or tiles");
+        page_.segments.reserve(static_cast<std::size_t>(count));
         for (std::uint64_t i = 0; i < count; ++i) {
             const Extent segment{at[i], sizes[i]};
             const bool outside =
@@ -159,6 +192,8 @@ private:
                 RefuseDamaged("is cut: image data lie past the end of the file");
             }
             page_.segments.push_back(segment);
+            // Of plain data, no more is read than the pixels take.
+            if (!page_.Plain()) structure_.budget().AddEncoded(segment.size);
         }
     }
 
@@ -177,12 +212,16 @@ std::uint32_t TiffPage::RowsOf(std::uint64_t segment) const {
 
 bool TiffPage::Lossy() const { return compression == COMPRESSION_JPEG || compression == COMPRESSION_WEBP; }
 
+TiffPage ReadPage(const TiffStructure& structure, std::size_t directory) {
+    const bool one = structure.directories().size() == 1;
+    return PageReader(structure, directory, one ? "" : "page " + std::to_string(directory + 1)).Read();
+}
+
 std::vector<TiffPage> ReadPages(const TiffStructure& structure) {
     std::vector<TiffPage> pages;
-    const std::size_t count = structure.directories().size();
-    for (std::size_t i = 0; i < count; ++i) {
-        pages.push_back(PageReader(structure, i, count == 1 ? "" : "page " + std::to_string(i + 1)).Read());
-    }
+    for (std::size_t i = 0; i < structure.directories().size(); ++i) pages.push_back(ReadPage(structure, i));
+    for (TiffPage& page : pages)
+        page.slack = limit::kImageMore / std::max<std::uint64_t>(1, structure.budget().segments());
     if (std::all_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.mask; })) {
         throw Refusal(Exit::Input, structure.file().name(), "holds nothing but transparency masks", "give an RGB file");
     }

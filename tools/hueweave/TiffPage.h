@@ -29,8 +29,11 @@ struct TiffPage {
     std::uint64_t across = 1, down = 1;                 ///< strips or tiles in each plane
     std::vector<Extent> segments;                       ///< plane after plane
 
+    std::uint64_t slack = 0;  ///< bytes that a strip or tile may decode to beyond twice its size
+
     std::uint64_t InPlane() const { return across * down; }
-    unsigned SegmentSamples() const { return planar ? 1 : samples; }  ///< a pixel of one strip or tile
+    std::uint64_t Segments() const { return InPlane() * (planar ? samples : 1); }  ///< strips or tiles in all
+    unsigned SegmentSamples() const { return planar ? 1 : samples; }               ///< a pixel of one strip or tile
     std::uint64_t RowBytes() const { return std::uint64_t{segmentWidth} * SegmentSamples() * (bits / 8); }
     /// Rows that the strip or tile holds; the last strip may be shorter.
     std::uint32_t RowsOf(std::uint64_t segment) const;
@@ -44,6 +47,9 @@ struct TiffPage {
 
 /// The images of a file. Refuses a file in which one cannot be converted as a whole, naming the reason.
 std::vector<TiffPage> ReadPages(const TiffStructure& structure);
+
+/// The image of one directory.
+TiffPage ReadPage(const TiffStructure& structure, std::size_t directory);
 
 /// A name for people.
 std::string CompressionName(unsigned compression);

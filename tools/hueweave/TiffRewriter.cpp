@@ -26,22 +26,47 @@ void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffP
 }
 
 /// Photoshop keeps the profile a second time among its own resources.
-void SetPhotoshopProfile(const TiffStructure& structure, DirectoryWriter& directories, std::size_t index,
-                         const Bytes& icc) {
-    const TiffDirectory& directory = structure.directories()[index];
-    const auto resources = PhotoshopResources(structure, directory).WithProfile(icc);
-    if (!resources) return;
-    if (resources->empty()) {
-        directories.Remove(index, tag::PhotoshopResources);
-    } else {
-        const std::uint16_t type = directory.Find(tag::PhotoshopResources)->type;
-        directories.SetData(index, tag::PhotoshopResources, TypeSize(type) == 1 ? type : kUndefined, *resources);
-    }
-}
+class PhotoshopProfiles {
+public:
+    PhotoshopProfiles(const TiffStructure& structure, DirectoryWriter& directories)
+        : structure_(structure), directories_(directories) {}
 
-void SetPlaces(DirectoryWriter& directories, const TiffPage& page, const std::vector<Extent>& places) {
+    /// Puts another profile there, or none if `icc` is null.
+    void Set(std::size_t index, const std::shared_ptr<const Bytes>& icc) {
+        const TiffDirectory& directory = structure_.directories()[index];
+        const TiffEntry* entry = directory.Find(tag::PhotoshopResources);
+        if (entry == nullptr) return;
+        // Pages that share the old value share the new one.
+        const bool shared = entry->dataOffset != 0 && entry->dataOffset == last_.offset &&
+                            entry->dataSize == last_.size && lastIcc_ == icc;
+        if (!shared) {
+            auto resources = PhotoshopResources(structure_, directory).WithProfile(icc ? *icc : Bytes());
+            resources_ = resources ? std::make_shared<const Bytes>(std::move(*resources)) : nullptr;
+            last_ = {entry->dataOffset, entry->dataSize};
+            lastIcc_ = icc;
+        }
+        if (resources_ == nullptr) return;
+        if (resources_->empty()) {
+            directories_.Remove(index, tag::PhotoshopResources);
+        } else {
+            const std::uint16_t type = TypeSize(entry->type) == 1 ? entry->type : kUndefined;
+            directories_.SetData(index, tag::PhotoshopResources, type, resources_);
+        }
+    }
+
+private:
+    const TiffStructure& structure_;
+    DirectoryWriter& directories_;
+    Extent last_;
+    std::shared_ptr<const Bytes> lastIcc_, resources_;  ///< null where there is nothing to change
+};
+
+void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page,
+               const std::vector<Extent>& places) {
+    const std::uint16_t sizeTag = page.tiled ? tag::TileByteCounts : tag::StripByteCounts;
     std::vector<std::uint64_t> offsets, sizes;
-    bool moved = false, resized = false;
+    bool moved = false;
+    bool resized = structure.directories()[page.directory].Find(sizeTag) == nullptr;  // which readers miss
     for (std::size_t i = 0; i < places.size(); ++i) {
         offsets.push_back(places[i].offset);
         sizes.push_back(places[i].size);
@@ -51,9 +76,7 @@ void SetPlaces(DirectoryWriter& directories, const TiffPage& page, const std::ve
     if (moved) {
         directories.SetNumbers(page.directory, page.tiled ? tag::TileOffsets : tag::StripOffsets, offsets, kLong);
     }
-    if (resized) {
-        directories.SetNumbers(page.directory, page.tiled ? tag::TileByteCounts : tag::StripByteCounts, sizes, kLong);
-    }
+    if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, kLong);
 }
 
 }  // namespace
@@ -63,14 +86,15 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
     OutputLayout layout(structure, pages);
     for (const Extent& extent : layout.kept()) CopyRange(structure.file(), extent, target, extent.offset);
     DirectoryWriter directories(structure, layout, target);
+    PhotoshopProfiles photoshop(structure, directories);
     for (std::size_t p = 0; p < pages.size(); ++p) {
         const TiffPage& page = pages[p];
         if (page.mask) continue;
         ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
-        SetPlaces(directories, page, writer.Write());
+        SetPlaces(structure, directories, page, writer.Write());
         if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
-        SetPhotoshopProfile(structure, directories, page.directory, jobs[p].icc);
-        if (jobs[p].icc.empty()) {
+        photoshop.Set(page.directory, jobs[p].icc);
+        if (jobs[p].icc == nullptr) {
             directories.Remove(page.directory, tag::IccProfile);
         } else {
             directories.SetData(page.directory, tag::IccProfile, kUndefined, jobs[p].icc);

@@ -2,12 +2,14 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "Budget.h"
 #include "FileAccess.h"
 
 namespace hueweave::tool {
@@ -16,14 +18,16 @@ namespace hueweave::tool {
 namespace tag {
 inline constexpr std::uint16_t SubfileType = 254, Width = 256, Height = 257, BitsPerSample = 258, Compression = 259,
                                Photometric = 262, FillOrder = 266, StripOffsets = 273, Orientation = 274,
-                               SamplesPerPixel = 277, RowsPerStrip = 278, StripByteCounts = 279, Planar = 284,
-                               TransferFunction = 301, Predictor = 317, WhitePoint = 318, Primaries = 319,
-                               TileWidth = 322, TileHeight = 323, TileOffsets = 324, TileByteCounts = 325,
-                               SubIfds = 330, ExtraSamples = 338, SampleFormat = 339, JpegTables = 347, JpegData = 513,
+                               SamplesPerPixel = 277, RowsPerStrip = 278, StripByteCounts = 279, MinSampleValue = 280,
+                               MaxSampleValue = 281, Planar = 284, TransferFunction = 301, Predictor = 317,
+                               WhitePoint = 318, Primaries = 319, TileWidth = 322, TileHeight = 323, TileOffsets = 324,
+                               TileByteCounts = 325, SubIfds = 330, ExtraSamples = 338, SampleFormat = 339,
+                               LeastSample = 340, LargestSample = 341, JpegTables = 347, JpegData = 513,
                                JpegDataSize = 514, YCbCrCoefficients = 529, YCbCrSubSampling = 530,
-                               YCbCrPositioning = 531, ReferenceBlackWhite = 532, ExifIfd = 34665, IccProfile = 34675,
-                               PhotoshopResources = 34377, Xmp = 700, GpsIfd = 34853, PhotoshopLayers = 37724,
-                               ExifColorSpace = 40961, InteroperabilityIfd = 40965;
+                               YCbCrPositioning = 531, ReferenceBlackWhite = 532, DataType = 32996, Depth = 32997,
+                               TileDepth = 32998, ExifIfd = 34665, IccProfile = 34675, PhotoshopResources = 34377,
+                               Xmp = 700, GpsIfd = 34853, PhotoshopLayers = 37724, ExifColorSpace = 40961,
+                               InteroperabilityIfd = 40965;
 }  // namespace tag
 
 /// How a file writes its numbers.
@@ -46,7 +50,7 @@ struct TiffEntry {
     std::uint16_t tag = 0;
     std::uint16_t type = 0;
     std::uint64_t count = 0;
-    Bytes value;
+    std::array<unsigned char, 8> value{};
     std::uint64_t dataSize = 0;    ///< bytes of the value
     std::uint64_t dataOffset = 0;  ///< where they stand in the file; 0 if they are in `value`
 };
@@ -65,7 +69,8 @@ struct TiffDirectory {
 /// image data is known by its place, so that image data alone can be written anew.
 class TiffStructure {
 public:
-    /// Refuses what is no TIFF file, and directories that do not lie in the file.
+    /// Refuses what is no TIFF file, directories that do not lie in the file or lie over each other, and files beyond
+    /// the budget.
     explicit TiffStructure(const FileAccess& file);
 
     const FileAccess& file() const { return *file_; }
@@ -81,16 +86,32 @@ public:
         return form_.CountSize() + entries * form_.EntrySize() + form_.OffsetSize();
     }
 
-    /// The whole numbers of an entry; `fallback` where the tag is absent. Refuses values outside the file.
-    std::vector<std::uint64_t> Numbers(const TiffEntry& entry) const;
+    /// The whole numbers of an entry, or the first `most` of them. Refuses values outside the file.
+    std::vector<std::uint64_t> Numbers(const TiffEntry& entry, std::uint64_t most = UINT64_MAX) const;
+    /// The first of them; `fallback` where the tag is absent or empty.
     std::uint64_t Number(const TiffDirectory& directory, std::uint16_t tag, std::uint64_t fallback) const;
     /// The value as bytes.
     Bytes Data(const TiffEntry& entry) const;
+    /// Whether an entry's value lies over the header or a directory.
+    bool LiesOverDirectory(const TiffEntry& entry) const;
+    /// What reading the file has cost so far. Not for several threads.
+    Budget& budget() const { return budget_; }
 
 private:
+    /// A place that is taken: the header, or a directory.
+    struct Taken {
+        std::uint64_t end;
+        bool image;
+    };
     void ReadChain(std::uint64_t offset, std::optional<std::size_t> parent, int depth);
-    TiffDirectory ReadDirectory(std::uint64_t offset);
+    TiffDirectory ReadDirectory(std::uint64_t offset, bool image);
+    TiffEntry ReadEntry(const unsigned char* at);
+    void NoteMetadata(const TiffDirectory& directory, int depth);
     void NoteDirectory(std::uint64_t offset, int depth);  ///< of metadata: its places above all
+    bool Overlaps(Extent extent) const;
+    bool IsTaken(std::uint64_t offset, bool image) const;
+    std::vector<std::uint64_t> DirectoriesBelow(const TiffEntry& entry) const;
+    Bytes Data(const TiffEntry& entry, std::uint64_t size) const;
     void CheckInside(const TiffEntry& entry) const;
     [[noreturn]] void Refuse(const std::string& reason) const;
 
@@ -101,7 +122,8 @@ private:
     std::uint64_t exifColorSpace_ = 0;
     std::vector<TiffDirectory> directories_;
     std::vector<Extent> structure_;
-    std::map<std::uint64_t, bool> seen_;
+    std::map<std::uint64_t, Taken> taken_;  ///< by offset
+    mutable Budget budget_;
 };
 
 }  // namespace hueweave::tool

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace hueweave::test {
+
+/// `count` numbers of `size` bytes each, little-endian.
+std::string Little(const std::vector<std::uint64_t>& numbers, std::size_t size);
+/// Bytes as a Deflate stream.
+std::string Deflated(const std::string& bytes);
+/// The Deflate stream of so many zeros, made without holding them.
+std::string DeflatedZeros(std::uint64_t count);
+
+/// Writes little-endian TIFF files, sound or broken: blocks and directories stand one after the other as they are put.
+class TiffMaker {
+public:
+    struct Entry {
+        unsigned tag, type;
+        std::uint64_t count;
+        std::uint64_t value;    ///< the field, where `data` is empty
+        std::string data = {};  ///< in the field if it fits there, else before the directory
+    };
+    /// What an RGB picture needs; a field of 0 or an empty one leaves its entry out.
+    struct Shape {
+        std::uint64_t width = 4, height = 4;
+        std::vector<std::uint64_t> offsets, counts;
+        unsigned compression = 1, samples = 3, planar = 1;
+        std::uint64_t rows = 4, tileWidth = 0, tileHeight = 0;
+    };
+
+    explicit TiffMaker(bool bigTiff = false);
+    /// Puts a block at an even offset and returns that.
+    std::uint64_t Put(const std::string& data);
+    /// Puts a directory, its entries sorted by tag, and returns its offset.
+    std::uint64_t Directory(std::vector<Entry> entries, std::uint64_t next = 0);
+    /// Puts a directory and appends it to the chain of pages.
+    std::uint64_t Page(const std::vector<Entry>& entries);
+    /// Sets a number of the offset's size.
+    void Patch(std::uint64_t at, std::uint64_t value);
+    void First(std::uint64_t directory) { Patch(bigTiff_ ? 8 : 4, directory); }
+    void Save(const std::string& path) const;
+    std::string& bytes() { return bytes_; }
+
+    static std::vector<Entry> Rgb(const Shape& shape);
+    /// The entries of a picture of 4 x 4 pixels of 8 bits that stand at `pixels`.
+    static std::vector<Entry> Small(std::uint64_t pixels);
+    static Entry Long(unsigned tag, std::uint64_t value) { return {tag, 4, 1, value}; }
+    static Entry Short(unsigned tag, std::uint64_t value) { return {tag, 3, 1, value}; }
+    static Entry Longs(unsigned tag, const std::vector<std::uint64_t>& values) {
+        return {tag, 4, values.size(), 0, Little(values, 4)};
+    }
+
+private:
+    bool bigTiff_;
+    std::string bytes_;
+    std::uint64_t last_;  ///< where the offset of the next page goes
+};
+
+/// 48 bytes: the pixels of `TiffMaker::Small`.
+std::string SmallPixels();
+
+}  // namespace hueweave::test
