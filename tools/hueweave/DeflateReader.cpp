@@ -30,7 +30,13 @@ void Accumulate(unsigned char* row, std::uint64_t samples, unsigned stride) {
 
 }  // namespace
 
-DeflateReader::DeflateReader(const TiffPage& page) : page_(page), stream_(new z_stream_s{}), scratch_(kScratch) {
+// The last strip may be filled up to the height of the others, and a little more is no harm. Many times as much makes
+// a small file slow, above all where its strips share their data.
+DeflateReader::DeflateReader(const TiffPage& page)
+    : page_(page),
+      stream_(new z_stream_s{}),
+      scratch_(kScratch),
+      most_(2 * page.RowBytes() * page.segmentHeight + page.slack) {
     if (inflateInit(stream_.get()) != Z_OK) throw std::bad_alloc();
 }
 
@@ -63,12 +69,14 @@ bool DeflateReader::Add(const unsigned char* data, std::size_t size) {
         stream_->avail_out = static_cast<unsigned>(room);
         state_ = inflate(stream_.get(), Z_NO_FLUSH);
         decoded_ += room - stream_->avail_out;
+        if (decoded_ > most_) return false;
     } while (state_ == Z_OK && (stream_->avail_in > 0 || stream_->avail_out == 0));
     return state_ == Z_OK || state_ == Z_BUF_ERROR;
 }
 
 /// More than is wanted is no damage: some programs fill the last strip up to the height of the others.
 const char* DeflateReader::End() const {
+    if (decoded_ > most_) return "its Deflate data are far longer than its pixels";
     if (state_ == Z_OK || state_ == Z_BUF_ERROR) return "its Deflate data break off";
     if (state_ == Z_STREAM_END) return decoded_ < wanted_ ? "its Deflate data end too early" : nullptr;
     return stream_->msg != nullptr ? stream_->msg : "its Deflate data cannot be decoded";

@@ -40,7 +40,8 @@ private:
     Bytes turned_;                     ///< of files whose bytes hold the lowest bit first
     unsigned char* target_ = nullptr;  ///< null where nothing is kept
     std::uint64_t wanted_ = 0, decoded_ = 0;
-    int state_ = 0;  ///< of zlib
+    std::uint64_t most_;  ///< bytes that a strip or tile may decode to
+    int state_ = 0;       ///< of zlib
 };
 
 /// Turns the differences that predictor 2 leaves in each row into samples. `stride` is samples a pixel.
