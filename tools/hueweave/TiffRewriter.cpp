@@ -3,6 +3,7 @@
 #include "TiffRewriter.h"
 
 #include "DirectoryWriter.h"
+#include "OutputCheck.h"
 #include "PhotoshopResources.h"
 #include "TiffCodec.h"
 
@@ -87,11 +88,13 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
     for (const Extent& extent : layout.kept()) CopyRange(structure.file(), extent, target, extent.offset);
     DirectoryWriter directories(structure, layout, target);
     PhotoshopProfiles photoshop(structure, directories);
+    std::vector<WrittenPage> written(pages.size());
     for (std::size_t p = 0; p < pages.size(); ++p) {
         const TiffPage& page = pages[p];
         if (page.mask) continue;
         ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
-        SetPlaces(structure, directories, page, writer.Write());
+        written[p] = {writer.Write(), jobs[p].icc};
+        SetPlaces(structure, directories, page, written[p].places);
         if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
         photoshop.Set(page.directory, jobs[p].icc);
         if (jobs[p].icc == nullptr) {
@@ -102,6 +105,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
     }
     directories.Write();
     target.Resize(layout.End());  // also where the file ends in a hole
+    CheckOutput(structure, pages, written, directories.moved(), target);
 }
 
 }  // namespace hueweave::tool
