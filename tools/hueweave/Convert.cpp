@@ -88,6 +88,10 @@ private:
         } catch (const std::bad_alloc&) {
             failure = Exit::Input;
             line = name + ": needs more memory than there is; lower -j";
+        } catch (const std::exception& error) {
+            // Whatever a file leads to ends with that file.
+            failure = Exit::Input;
+            line = OneLine(name + ": cannot be converted (" + error.what() + ")") + "; get a whole copy of the file";
         }
         session_.report.EndFile(name);
         session_.report.Refused(line);
