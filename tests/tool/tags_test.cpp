@@ -195,6 +195,15 @@ TEST_F(TagsTest, StripsWithoutSizesGetThem) {
     ExpectConverted(entries, "two strips without sizes");
 }
 
+TEST_F(TagsTest, AnOrientationThatThereIsNotBecomesTheUsualOne) {
+    for (const unsigned orientation : {0U, 9U, 65535U, 8U}) {
+        ExpectConverted(With(Small(), TiffMaker::Short(274, orientation)), "orientation");
+        EXPECT_EQ(Shell("tiffinfo " + Quoted(out_) + " 2>&1 | grep -c 'Bad value' || :"), "0\n");
+        const std::string wanted = orientation == 8 ? "8\n" : "1\n";
+        EXPECT_EQ(Shell("exiftool -n -s3 -Orientation " + Quoted(out_)), wanted);
+    }
+}
+
 TEST_F(TagsTest, SubIfdsInABigTiffOfEveryTypeFollowTheirDirectories) {
     for (const unsigned type : {4U, 13U, 16U, 18U}) {
         TiffMaker made(true);

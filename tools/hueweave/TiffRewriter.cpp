@@ -80,6 +80,12 @@ void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, con
     if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, kLong);
 }
 
+/// Readers take an orientation that there is not for the usual one, some after an error message.
+void MendOrientation(const TiffStructure& structure, DirectoryWriter& directories, std::size_t directory) {
+    const std::uint64_t orientation = structure.Number(structure.directories()[directory], tag::Orientation, 1);
+    if (orientation < 1 || orientation > 8) directories.SetNumbers(directory, tag::Orientation, {1}, kShort);
+}
+
 }  // namespace
 
 void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pages, const std::vector<PageJob>& jobs,
@@ -95,6 +101,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
         ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
         written[p] = {writer.Write(), jobs[p].icc};
         SetPlaces(structure, directories, page, written[p].places);
+        MendOrientation(structure, directories, page.directory);
         if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
         photoshop.Set(page.directory, jobs[p].icc);
         if (jobs[p].icc == nullptr) {
