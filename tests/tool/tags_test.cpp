@@ -195,6 +195,17 @@ TEST_F(TagsTest, StripsWithoutSizesGetThem) {
     ExpectConverted(entries, "two strips without sizes");
 }
 
+TEST_F(TagsTest, AStripThatMovesHasTheSizeOfItsPixels) {
+    // The strip has 12 bytes more than its pixels take, and a text stands within it, so that it goes to the end.
+    Entries entries = With(Small(), TiffMaker::Long(257, 3));
+    entries = With(entries, TiffMaker::Long(279, 48));
+    entries = And(entries, {305, 2, 8, pixels_ + 8});
+    const Outcome run = Convert(entries, {"--no-tag"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(Shell("tiffinfo -s " + Quoted(out_)), HasSubstr(",       36]"));
+    EXPECT_EQ(ReadPictures(out_)[0].values.size(), 36U);
+}
+
 TEST_F(TagsTest, AnOrientationThatThereIsNotBecomesTheUsualOne) {
     for (const unsigned orientation : {0U, 9U, 65535U, 8U}) {
         ExpectConverted(With(Small(), TiffMaker::Short(274, orientation)), "orientation");

@@ -80,6 +80,13 @@ void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, con
     if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, kLong);
 }
 
+/// Of plain data, what a strip or tile has beyond its pixels does not follow it to another place.
+void CutPlain(const TiffPage& page, std::vector<Extent>& places) {
+    for (std::size_t i = 0; page.Plain() && i < places.size(); ++i) {
+        if (places[i].offset != page.segments[i].offset) places[i].size = page.DecodedBytes(i);
+    }
+}
+
 /// Readers take an orientation that there is not for the usual one, some after an error message.
 void MendOrientation(const TiffStructure& structure, DirectoryWriter& directories, std::size_t directory) {
     const std::uint64_t orientation = structure.Number(structure.directories()[directory], tag::Orientation, 1);
@@ -100,6 +107,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
         if (page.mask) continue;
         ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
         written[p] = {writer.Write(), jobs[p].icc};
+        CutPlain(page, written[p].places);
         SetPlaces(structure, directories, page, written[p].places);
         MendOrientation(structure, directories, page.directory);
         if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
