@@ -30,13 +30,8 @@ void Accumulate(unsigned char* row, std::uint64_t samples, unsigned stride) {
 
 }  // namespace
 
-// The last strip may be filled up to the height of the others, and a little more is no harm. Many times as much makes
-// a small file slow, above all where its strips share their data.
-DeflateReader::DeflateReader(const TiffPage& page)
-    : page_(page),
-      stream_(new z_stream_s{}),
-      scratch_(kScratch),
-      most_(2 * page.RowBytes() * page.segmentHeight + page.slack) {
+DeflateReader::DeflateReader(const PageSource& source)
+    : source_(source), stream_(new z_stream_s{}), scratch_(kScratch) {
     if (inflateInit(stream_.get()) != Z_OK) throw std::bad_alloc();
 }
 
@@ -46,61 +41,96 @@ bool DeflateReader::Concerns(const TiffPage& page) {
     return page.compression == COMPRESSION_ADOBE_DEFLATE || page.compression == COMPRESSION_DEFLATE;
 }
 
-void DeflateReader::Begin(unsigned char* target, std::uint64_t wanted) {
+void DeflateReader::Begin() {
     inflateReset(stream_.get());
-    target_ = target;
-    wanted_ = wanted;
-    decoded_ = 0;
+    beyond_ = false;
     state_ = Z_OK;
 }
 
-bool DeflateReader::Add(const unsigned char* data, std::size_t size) {
-    if (page_.fillOrder == FILLORDER_LSB2MSB) {
+void DeflateReader::Feed(unsigned char* data, std::size_t size) {
+    if (source_.page().fillOrder == FILLORDER_LSB2MSB) {
         turned_.assign(data, data + size);
         TIFFReverseBits(turned_.data(), static_cast<tmsize_t>(size));
         data = turned_.data();
     }
-    stream_->next_in = const_cast<unsigned char*>(data);  // zlib reads it only
+    stream_->next_in = data;
     stream_->avail_in = static_cast<unsigned>(size);
-    do {
-        const bool kept = target_ != nullptr && decoded_ < wanted_;
-        const std::uint64_t room = kept ? std::min(wanted_ - decoded_, std::uint64_t{1} << 30) : scratch_.size();
-        stream_->next_out = kept ? target_ + decoded_ : scratch_.data();
-        stream_->avail_out = static_cast<unsigned>(room);
+}
+
+std::size_t DeflateReader::Inflate(unsigned char* pixels, std::size_t size) {
+    std::size_t done = 0;
+    while (state_ == Z_OK && done < size) {
+        const auto room = static_cast<unsigned>(std::min<std::size_t>(size - done, std::size_t{1} << 30));
+        stream_->next_out = pixels + done;
+        stream_->avail_out = room;
         state_ = inflate(stream_.get(), Z_NO_FLUSH);
-        decoded_ += room - stream_->avail_out;
-        if (decoded_ > most_) return false;
-    } while (state_ == Z_OK && (stream_->avail_in > 0 || stream_->avail_out == 0));
-    return state_ == Z_OK || state_ == Z_BUF_ERROR;
+        done += room - stream_->avail_out;
+        if (state_ == Z_BUF_ERROR || (state_ == Z_OK && stream_->avail_in == 0 && stream_->avail_out > 0)) {
+            state_ = Z_OK;  // it waits for more
+            break;
+        }
+    }
+    return done;
+}
+
+void DeflateReader::Skip() {
+    for (std::size_t done = scratch_.size(); state_ == Z_OK && !beyond_ && done == scratch_.size();) {
+        ThrowIfInterrupted();
+        done = Inflate(scratch_.data(), scratch_.size());
+        beyond_ = (source_.surplus() -= static_cast<std::int64_t>(done)) < 0;
+    }
 }
 
 /// More than is wanted is no damage: some programs fill the last strip up to the height of the others.
-const char* DeflateReader::End() const {
-    if (decoded_ > most_) return "its Deflate data are far longer than its pixels";
-    if (state_ == Z_OK || state_ == Z_BUF_ERROR) return "its Deflate data break off";
-    if (state_ == Z_STREAM_END) return decoded_ < wanted_ ? "its Deflate data end too early" : nullptr;
+const char* DeflateReader::End(bool enough) const {
+    if (beyond_) return "its Deflate data go on far beyond the picture";
+    if (state_ == Z_OK) return "its Deflate data break off";
+    if (state_ == Z_STREAM_END) return enough ? nullptr : "its Deflate data end too early";
     return stream_->msg != nullptr ? stream_->msg : "its Deflate data cannot be decoded";
 }
 
-const char* DeflateReader::Decode(const Bytes& raw, Bytes& pixels) {
-    Begin(pixels.data(), pixels.size());
-    for (std::size_t at = 0; at < raw.size(); at += kBlock) {
-        if (!Add(raw.data() + at, std::min<std::size_t>(kBlock, raw.size() - at))) break;
+const char* DeflateReader::Decode(Bytes& raw, Bytes& pixels) {
+    Begin();
+    std::size_t decoded = 0;
+    for (std::size_t at = 0; at < raw.size() && state_ == Z_OK && !beyond_; at += kBlock) {
+        Feed(raw.data() + at, std::min<std::size_t>(kBlock, raw.size() - at));
+        decoded += Inflate(pixels.data() + decoded, pixels.size() - decoded);
+        if (decoded == pixels.size()) Skip();
     }
-    return End();
+    return End(decoded == pixels.size());
 }
 
-const char* DeflateReader::Check(std::uint64_t segment, const FileAccess& file) {
-    const Extent extent = page_.segments[static_cast<std::size_t>(segment)];
-    Bytes block(static_cast<std::size_t>(std::min(kBlock, extent.size)));
-    Begin(nullptr, page_.DecodedBytes(segment));
-    for (std::uint64_t at = extent.offset; at < extent.End(); at += block.size()) {
-        ThrowIfInterrupted();
-        const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), extent.End() - at));
-        file.Read(at, block.data(), size);
-        if (!Add(block.data(), size)) break;
+void DeflateReader::BeginRows(Extent strip) {
+    Begin();
+    stream_->avail_in = 0;
+    left_ = strip;
+}
+
+bool DeflateReader::Refill() {
+    if (stream_->avail_in > 0) return true;
+    if (left_.size == 0) return false;
+    ThrowIfInterrupted();
+    block_.resize(static_cast<std::size_t>(std::min(kBlock, left_.size)));
+    source_.file().Read(left_.offset, block_.data(), block_.size());
+    left_ = {left_.offset + block_.size(), left_.size - block_.size()};
+    Feed(block_.data(), block_.size());
+    return true;
+}
+
+const char* DeflateReader::Row(unsigned char* pixels, std::size_t size) {
+    std::size_t done = 0;
+    for (;;) {
+        done += Inflate(pixels + done, size - done);
+        if (done == size) return nullptr;
+        if (state_ != Z_OK || !Refill()) return End(false);
     }
-    return End();
+}
+
+const char* DeflateReader::EndRows() {
+    do {
+        Skip();
+    } while (state_ == Z_OK && !beyond_ && Refill());
+    return End(true);
 }
 
 void UndoDifferences(unsigned char* pixels, std::uint64_t rows, std::uint64_t columns, unsigned stride,

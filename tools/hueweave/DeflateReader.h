@@ -5,8 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "FileAccess.h"
-#include "TiffPage.h"
+#include "DecoderFile.h"
 
 struct z_stream_s;
 
@@ -14,9 +13,11 @@ namespace hueweave::tool {
 
 /// Decodes strips and tiles of Deflate data up to their end, where the checksum stands. libtiff looks no further than
 /// the pixels that it wants: it takes damaged data that turn out longer, and cuts sound ones that are longer short.
+/// Every byte is read from the source once, so that what was checked is what was decoded.
 class DeflateReader {
 public:
-    explicit DeflateReader(const TiffPage& page);
+    /// Borrows the source, whose surplus is drawn on by data that decode to more than their pixels.
+    explicit DeflateReader(const PageSource& source);
     ~DeflateReader();
     DeflateReader(const DeflateReader&) = delete;
     DeflateReader& operator=(const DeflateReader&) = delete;
@@ -24,24 +25,34 @@ public:
     static bool Concerns(const TiffPage& page);
     /// Decodes `raw`, the bytes of a strip or tile, into `pixels`, which have the right size. The samples stay in the
     /// file's byte order, and differences stay differences. Returns why it cannot be done, or null.
-    const char* Decode(const Bytes& raw, Bytes& pixels);
-    /// Looks through a strip or tile that is too large to be held. Returns why it is not whole, or null.
-    const char* Check(std::uint64_t segment, const FileAccess& file);
+    const char* Decode(Bytes& raw, Bytes& pixels);
+
+    /// The same row by row, for strips too large to be held whole: `BeginRows`, then `Row` for each row from the top,
+    /// then `EndRows`, which looks at what is behind the pixels. Each returns why it cannot be done, or null.
+    void BeginRows(Extent strip);
+    const char* Row(unsigned char* pixels, std::size_t size);
+    const char* EndRows();
 
 private:
-    void Begin(unsigned char* target, std::uint64_t wanted);
-    /// Takes bytes as they follow each other. Returns whether more are of use.
-    bool Add(const unsigned char* data, std::size_t size);
-    const char* End() const;
+    void Begin();
+    /// Gives bytes to zlib; they stay where they are until it has taken them.
+    void Feed(unsigned char* data, std::size_t size);
+    /// Decodes what was given into `pixels`, `size` bytes at the most. Returns how many it wrote.
+    std::size_t Inflate(unsigned char* pixels, std::size_t size);
+    /// Reads the next block of the strip if all before is taken. Returns whether there is anything to decode.
+    bool Refill();
+    /// Looks through what was given and is behind the pixels.
+    void Skip();
+    const char* End(bool enough) const;
 
-    const TiffPage& page_;
+    const PageSource& source_;
     std::unique_ptr<z_stream_s> stream_;
-    Bytes scratch_;                    ///< what is decoded and not kept
-    Bytes turned_;                     ///< of files whose bytes hold the lowest bit first
-    unsigned char* target_ = nullptr;  ///< null where nothing is kept
-    std::uint64_t wanted_ = 0, decoded_ = 0;
-    std::uint64_t most_;  ///< bytes that a strip or tile may decode to
-    int state_ = 0;       ///< of zlib
+    Bytes scratch_;        ///< what is decoded and not kept
+    Bytes block_;          ///< of a strip by rows
+    Bytes turned_;         ///< of files whose bytes hold the lowest bit first
+    Extent left_;          ///< of a strip by rows: what was not read yet
+    bool beyond_ = false;  ///< more was decoded than a picture may have behind it
+    int state_ = 0;        ///< of zlib
 };
 
 /// Turns the differences that predictor 2 leaves in each row into samples. `stride` is samples a pixel.

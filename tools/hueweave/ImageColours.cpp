@@ -9,7 +9,8 @@
 #include "Refusal.h"
 #include "Samples.h"
 #include "Signals.h"
-#include "TiffCodec.h"
+#include "StandardStreams.h"
+#include "TiffDecoder.h"
 
 namespace hueweave::tool {
 namespace {
@@ -48,7 +49,8 @@ private:
     using Planes = Bytes[3];
 
     void AddSegments(const TiffPage& page) {
-        TiffDecoder decoder(file_, page, structure_.directories()[page.directory].offset);
+        const PageSource source(structure_, page);
+        TiffDecoder decoder(source);
         Planes planes;
         for (std::uint64_t s = 0; s < page.InPlane(); ++s) {
             ThrowIfInterrupted();
@@ -66,17 +68,17 @@ private:
     }
 
     void AddRows(const TiffPage& page) {
-        std::unique_ptr<TiffDecoder> decoders[3];
+        const PageSource source(structure_, page);
+        std::unique_ptr<RowDecoder> decoders[3];
         Planes planes;
         const unsigned count = page.planar ? 3 : 1;
         for (unsigned plane = 0; plane < count; ++plane) {
-            decoders[plane] =
-                std::make_unique<TiffDecoder>(file_, page, structure_.directories()[page.directory].offset);
+            decoders[plane] = std::make_unique<RowDecoder>(source, plane, TemporaryFolder(), file_.name());
             planes[plane].resize(static_cast<std::size_t>(page.RowBytes()));
         }
         for (std::uint32_t row = 0; row < page.height; ++row) {
             ThrowIfInterrupted();
-            for (unsigned plane = 0; plane < count; ++plane) decoders[plane]->ReadRow(row, plane, planes[plane].data());
+            for (unsigned plane = 0; plane < count; ++plane) decoders[plane]->ReadRow(planes[plane].data());
             for (std::uint64_t x = 0; x < page.width; ++x) AddPixel(page, planes, x);
         }
     }

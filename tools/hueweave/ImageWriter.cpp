@@ -8,6 +8,7 @@
 #include "Samples.h"
 #include "Signals.h"
 #include "TiffCodec.h"
+#include "TiffDecoder.h"
 #include "WorkUnits.h"
 
 namespace hueweave::tool {
@@ -62,14 +63,16 @@ std::vector<Extent> ImageWriter::Write() {
 bool ImageWriter::FitsInMemory(unsigned threads) const {
     std::uint64_t largest = 0;
     for (const Extent& segment : page_.segments) largest = std::max(largest, segment.size);
+    // What alone does not fit needs no sum, which might be more than 64 bits hold.
+    if (largest > settings_.memory || page_.RowsOf(0) > settings_.memory / page_.RowBytes()) return false;
     // Raw, decoded and encoded bytes, the buffer of libtiff, and the mixed pixels of planes.
     const std::uint64_t decoded = page_.DecodedBytes(0);
     const std::uint64_t pixels = 4 * decoded + (page_.planar ? 2 * Planes() * decoded : 0);
     const std::uint64_t need = largest + pixels + CoderMemory(page_);
-    return need * threads <= settings_.memory;
+    return need <= settings_.memory / threads;
 }
 
-/// By rows, a strip is decoded where it is mapped; but libtiff reads it whole where it has to turn its bits around.
+/// By rows, a strip is decoded out of a file; but libtiff reads it whole where it has to turn its bits around.
 bool ImageWriter::RowsFitInMemory() const {
     if (page_.tiled) return false;
     if (page_.fillOrder == 1) return true;
@@ -219,41 +222,46 @@ void ImageWriter::WriteCoded(unsigned threads) {
             target_.Write(places_[plane * page_.InPlane() + unit].offset, encoded[plane]);
         }
     };
-    const std::uint64_t directory = structure_.directories()[page_.directory].offset;
-    const bool big = structure_.form().bigEndian;
+    const PageSource source(structure_, page_);
     units.Run(threads, [&]() -> WorkUnits::Work {
-        auto decoder = std::make_shared<TiffDecoder>(structure_.file(), page_, directory);
-        auto encoder = std::make_shared<TiffEncoder>(target_, page_, big);
+        auto decoder = std::make_shared<TiffDecoder>(source);
+        auto encoder = std::make_shared<TiffEncoder>(target_, page_, source.bigEndian());
         return [&work, decoder, encoder, data = Bytes(), mixed = Bytes()](std::uint64_t unit) mutable {
             work(*decoder, *encoder, data, mixed, unit);
         };
     });
 }
 
+/// What a plane of rows is decoded with, encoded with, and kept in until the length of a strip is known.
+struct ImageWriter::RowPlane {
+    std::unique_ptr<RowDecoder> decoder;
+    std::unique_ptr<TiffEncoder> encoder;  ///< null for a plane that is not written
+    FileAccess scratch;
+    std::uint64_t size = 0;
+};
+
 void ImageWriter::WriteRows() {
-    for (std::uint64_t strip = 0; strip < page_.InPlane(); ++strip) WriteStripByRows(strip);
+    const PageSource source(structure_, page_);
+    const std::string folder = FolderOf(target_.name());
+    const unsigned written = page_.planar && !page_.Lossy() ? 3 : Planes();
+    std::vector<RowPlane> all(page_.planar ? page_.samples : 1);
+    for (unsigned p = 0; p < all.size(); ++p) {
+        all[p].decoder = std::make_unique<RowDecoder>(source, p, folder, target_.name());
+        if (p >= written) continue;
+        all[p].encoder = std::make_unique<TiffEncoder>(target_, page_, source.bigEndian());
+        all[p].scratch = FileAccess::Scratch(folder, target_.name());
+    }
+    for (std::uint64_t strip = 0; strip < page_.InPlane(); ++strip) WriteStripByRows(strip, all);
 }
 
-void ImageWriter::WriteStripByRows(std::uint64_t strip) {
+void ImageWriter::WriteStripByRows(std::uint64_t strip, std::vector<RowPlane>& all) {
     const unsigned width = page_.bits / 8;
     const unsigned planes = Planes();
     const unsigned written = page_.planar && !page_.Lossy() ? 3 : planes;
     const unsigned samples = page_.planar ? planes : page_.samples;
-    const std::uint64_t directory = structure_.directories()[page_.directory].offset;
-    const bool big = structure_.form().bigEndian;
-    struct Plane {
-        std::unique_ptr<TiffDecoder> decoder;
-        std::unique_ptr<TiffEncoder> encoder;
-        FileAccess scratch;
-        std::uint64_t size = 0;
-    };
-    std::vector<Plane> all(page_.planar ? page_.samples : 1);
-    for (unsigned p = 0; p < all.size(); ++p) {
-        Plane& plane = all[p];
-        plane.decoder = std::make_unique<TiffDecoder>(structure_.file(), page_, directory);
-        if (p >= written) continue;
-        plane.encoder = std::make_unique<TiffEncoder>(target_, page_, big);
-        plane.scratch = FileAccess::Scratch(FolderOf(target_.name()), target_.name());
+    for (RowPlane& plane : all) {
+        plane.size = 0;
+        if (plane.encoder == nullptr) continue;
         plane.encoder->BeginRows([&plane](const unsigned char* data, std::size_t size) {
             plane.scratch.Write(plane.size, data, size);
             plane.size += size;
@@ -268,11 +276,10 @@ void ImageWriter::WriteStripByRows(std::uint64_t strip) {
     for (std::uint32_t row = 0; row < rows; row += step) {
         ThrowIfInterrupted();
         const std::uint32_t count = std::min(step, rows - row);
-        const auto first = static_cast<std::uint32_t>(strip * page_.segmentHeight + row);
         for (std::uint32_t r = 0; r < count; ++r) {
             unsigned char* pixels = data.data() + r * pixelRow;
             for (unsigned p = 0; p < all.size(); ++p) {  // also those that are copied as they are, for damage
-                all[p].decoder->ReadRow(first + r, p, page_.planar ? line.data() : pixels);
+                all[p].decoder->ReadRow(page_.planar ? line.data() : pixels);
                 if (page_.planar && p < planes) {
                     PlaneIntoPixels(line.data(), pixels, page_.segmentWidth, p, samples, width);
                 }

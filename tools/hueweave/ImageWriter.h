@@ -49,8 +49,9 @@ private:
     void WritePlain();
     void ConvertPlain(const PlainUnit& unit, std::uint64_t number, class WorkUnits& units, Bytes& data, Bytes& mixed);
     void WriteCoded(unsigned threads);
+    struct RowPlane;
     void WriteRows();
-    void WriteStripByRows(std::uint64_t strip);
+    void WriteStripByRows(std::uint64_t strip, std::vector<RowPlane>& all);
     bool FitsInMemory(unsigned threads) const;
     bool RowsFitInMemory() const;
 

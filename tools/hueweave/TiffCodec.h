@@ -5,43 +5,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 
-#include "DeflateReader.h"
 #include "FileAccess.h"
+#include "TiffHandle.h"
 #include "TiffPage.h"
 
-struct tiff;
-
 namespace hueweave::tool {
-
-struct TiffCloser {
-    void operator()(tiff* handle) const;
-};
-using TiffHandle = std::unique_ptr<tiff, TiffCloser>;
-
-/// Decodes strips and tiles of one page with libtiff. One thread at a time; threads take a decoder each.
-class TiffDecoder {
-public:
-    /// `file` is borrowed and outlives the decoder. `directory` is the page's offset in it.
-    TiffDecoder(const FileAccess& file, const TiffPage& page, std::uint64_t directory);
-    ~TiffDecoder();
-
-    /// A whole strip or tile into `pixels`, in the processor's byte order.
-    void ReadSegment(std::uint64_t segment, Bytes& pixels);
-    /// The next rows of the page's plane, from the top; for strips too large to be held whole.
-    void ReadRow(std::uint32_t row, unsigned plane, unsigned char* pixels);
-
-private:
-    struct Source;
-    [[noreturn]] void Refuse() const;
-    void RefuseUnlessWhole(const char* problem);
-    const TiffPage& page_;
-    std::unique_ptr<Source> source_;
-    TiffHandle handle_;
-    std::unique_ptr<DeflateReader> deflate_;  ///< null for other schemes
-    Bytes raw_;
-};
 
 /// Encodes strips and tiles of a page's shape with libtiff, as bytes for the file. One thread at a time.
 class TiffEncoder {

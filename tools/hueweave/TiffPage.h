@@ -29,7 +29,7 @@ struct TiffPage {
     std::uint64_t across = 1, down = 1;                 ///< strips or tiles in each plane
     std::vector<Extent> segments;                       ///< plane after plane
 
-    std::uint64_t slack = 0;  ///< bytes that a strip or tile may decode to beyond twice its size
+    std::uint64_t slack = 0;  ///< bytes by which a strip or tile adds to what the page may decode to
 
     std::uint64_t InPlane() const { return across * down; }
     std::uint64_t Segments() const { return InPlane() * (planar ? samples : 1); }  ///< strips or tiles in all

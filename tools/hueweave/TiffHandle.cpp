@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "TiffHandle.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <new>
+#include <string_view>
+
+namespace hueweave::tool {
+namespace {
+
+struct OptionsCloser {
+    void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
+};
+
+/// Whether a warning of libtiff tells of damage. The decoder of JPEG goes on with grey where data are missing, that of
+/// PackBits leaves out what runs past the end of a strip.
+bool IsDamage(std::string_view module, std::string_view format) {
+    // Some programs fill the last strip up to the height of the others.
+    if (format.starts_with("JPEG strip size exceeds expected dimensions")) return false;
+    return module.starts_with("JPEG") || module.starts_with("PackBits");
+}
+
+int Note(std::string& first, const char* format, std::va_list arguments) {
+    if (!first.empty()) return 1;
+    char text[512];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    try {
+        first = text;
+    } catch (const std::bad_alloc&) {
+        first = "no memory";  // short enough to need none; nothing may be thrown through libtiff
+    }
+    return 1;
+}
+
+}  // namespace
+
+int TiffMessages::Error(tiff*, void* user, const char*, const char* format, std::va_list arguments) {
+    return Note(static_cast<TiffMessages*>(user)->first, format, arguments);
+}
+
+int TiffMessages::Warning(tiff*, void* user, const char* module, const char* format, std::va_list arguments) {
+    if (module == nullptr || !IsDamage(module, format)) return 1;
+    return Note(static_cast<TiffMessages*>(user)->first, format, arguments);
+}
+
+TiffHandle OpenTiff(const std::string& name, const char* mode, const TiffCalls& calls, TiffMessages& messages,
+                    std::uint64_t mostMemory) {
+    const std::unique_ptr<TIFFOpenOptions, OptionsCloser> options(TIFFOpenOptionsAlloc());
+    if (options == nullptr) throw std::bad_alloc();
+    constexpr std::uint64_t kMost = std::numeric_limits<tmsize_t>::max();
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(std::min(mostMemory, kMost)));
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), TiffMessages::Error, &messages);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), calls.warn, &messages);
+    return TiffHandle(TIFFClientOpenExt(name.c_str(), mode, calls.file, calls.read, calls.write, calls.seek,
+                                        calls.close, calls.size, calls.map, calls.unmap, options.get()));
+}
+
+}  // namespace hueweave::tool

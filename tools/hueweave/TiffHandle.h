@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <tiffio.h>
+
+#include <cstdarg>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace hueweave::tool {
+
+struct TiffCloser {
+    void operator()(tiff* handle) const { TIFFClose(handle); }
+};
+using TiffHandle = std::unique_ptr<tiff, TiffCloser>;
+
+/// The first message of libtiff that means an error, or a warning that means damage.
+struct TiffMessages {
+    std::string first;
+
+    /// Handlers for TIFFOpenOptions; `user` is a TiffMessages.
+    static int Error(tiff* handle, void* user, const char* module, const char* format, std::va_list arguments);
+    static int Warning(tiff* handle, void* user, const char* module, const char* format, std::va_list arguments);
+};
+
+/// Calls that libtiff makes for the bytes of a file, and what it is told.
+struct TiffCalls {
+    thandle_t file;
+    TIFFReadWriteProc read, write;
+    TIFFSeekProc seek;
+    TIFFCloseProc close;
+    TIFFSizeProc size;
+    TIFFMapFileProc map;      ///< may be null
+    TIFFUnmapFileProc unmap;  ///< may be null
+    TIFFErrorHandlerExtR warn;
+};
+
+/// Opens what `calls` lead to. libtiff allocates no block of more than `mostMemory` bytes at once; 0 sets no limit.
+/// Null if it cannot be opened; `messages` then tells why.
+TiffHandle OpenTiff(const std::string& name, const char* mode, const TiffCalls& calls, TiffMessages& messages,
+                    std::uint64_t mostMemory);
+
+}  // namespace hueweave::tool
