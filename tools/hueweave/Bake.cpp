@@ -34,12 +34,12 @@ Curve Normalised(Curve curve) {
 }
 
 /// How light grows with each channel: the curves of a matrix profile, or the neutral ramp of a table.
-Curves LightCurves(cmsHPROFILE profile, cmsHTRANSFORM toLab) {
+Curves LightCurves(LcmsWork& work, cmsHPROFILE profile, cmsHTRANSFORM toLab) {
     Curves curves;
     if (cmsIsMatrixShaper(profile) && !cmsIsTag(profile, cmsSigAToB0Tag)) {
         constexpr cmsTagSignature kTags[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
         for (std::size_t c = 0; c < 3; ++c) {
-            const auto* tone = static_cast<const cmsToneCurve*>(cmsReadTag(profile, kTags[c]));
+            const auto* tone = static_cast<const cmsToneCurve*>(work.Read(profile, kTags[c]));
             if (tone == nullptr) return {};
             for (std::size_t i = 0; i < kEntries; ++i) {
                 curves[c].push_back(cmsEvalToneCurveFloat(tone, static_cast<float>(i) / (kEntries - 1)));
@@ -111,25 +111,19 @@ Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab) {
 }
 
 /// The profile around the tables: header and texts by Little CMS, then the three tables.
-Bytes Assemble(cmsHPROFILE original, const std::array<Bytes, 3>& tables) {
-    const LcmsProfile profile(cmsCreateProfilePlaceholder(nullptr));
-    cmsSetProfileVersion(profile.get(), 2.4);
-    cmsSetDeviceClass(profile.get(), cmsSigInputClass);
-    cmsSetColorSpace(profile.get(), cmsSigRgbData);
-    cmsSetPCS(profile.get(), cmsSigLabData);
-    cmsSetHeaderRenderingIntent(profile.get(), cmsGetHeaderRenderingIntent(original));
-    WriteText(profile.get(), cmsSigProfileDescriptionTag, Description(original));
-    char text[512] = {};
-    cmsGetProfileInfoASCII(original, cmsInfoCopyright, "en", "US", text, sizeof text - 1);
-    WriteText(profile.get(), cmsSigCopyrightTag, text[0] != 0 ? text : "Unknown");
-    const auto* white = static_cast<const cmsCIEXYZ*>(cmsReadTag(original, cmsSigMediaWhitePointTag));
+Bytes Assemble(LcmsWork& from, cmsHPROFILE original, const std::array<Bytes, 3>& tables) {
+    LcmsWork work;
+    const cmsHPROFILE profile = work.NewProfile(2.4, cmsSigInputClass, cmsSigLabData);
+    cmsSetHeaderRenderingIntent(profile, cmsGetHeaderRenderingIntent(original));
+    work.WriteText(profile, cmsSigProfileDescriptionTag, from.Text(original, cmsInfoDescription));
+    const std::string copyright = from.Text(original, cmsInfoCopyright);
+    work.WriteText(profile, cmsSigCopyrightTag, copyright.empty() ? "Unknown" : copyright);
+    const auto* white = static_cast<const cmsCIEXYZ*>(from.Read(original, cmsSigMediaWhitePointTag));
     const bool paper = white != nullptr && !IsOldScreen(original);
-    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, paper ? white : cmsD50_XYZ());
+    work.Write(profile, cmsSigMediaWhitePointTag, paper ? white : cmsD50_XYZ());
     constexpr cmsTagSignature kTables[] = {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag};
-    for (std::size_t i = 0; i < 3; ++i) {
-        cmsWriteRawTag(profile.get(), kTables[i], tables[i].data(), static_cast<cmsUInt32Number>(tables[i].size()));
-    }
-    return SaveProfile(profile.get());
+    for (std::size_t i = 0; i < 3; ++i) work.WriteRaw(profile, kTables[i], tables[i]);
+    return work.Save(profile);
 }
 
 struct Spacing {
@@ -146,16 +140,19 @@ constexpr Spacing kSpacings[] = {{"linear light", 1.0},
 }  // namespace
 
 BakedProfile BakeProfile(const DeviceProfile& profile) {
-    const LcmsProfile original = OpenProfile(profile.data);
-    std::array<LcmsTransform, 3> toLab;
-    for (int intent = 0; intent < 3; ++intent) {
-        toLab[static_cast<std::size_t>(intent)] = DeviceToLab(original.get(), intent);
-        if (toLab[static_cast<std::size_t>(intent)] == nullptr) {
+    LcmsWork work;
+    const cmsHPROFILE original = work.Open(profile.data);
+    std::array<cmsHTRANSFORM, 3> toLab{};
+    for (int intent = 0; original != nullptr && intent < 3; ++intent) {
+        toLab[static_cast<std::size_t>(intent)] = work.DeviceToLab(original, intent);
+    }
+    for (const cmsHTRANSFORM transform : toLab) {
+        if (transform == nullptr) {
             throw Refusal(Exit::Profile, profile.name, "does not tell the colours of its device",
                           "give another profile");
         }
     }
-    const Curves light = LightCurves(original.get(), toLab[1].get());
+    const Curves light = LightCurves(work, original, toLab[1]);
     const bool rises = std::none_of(light.begin(), light.end(), [](const Curve& curve) { return curve.empty(); });
 
     Rendering rendering;
@@ -173,8 +170,8 @@ BakedProfile BakeProfile(const DeviceProfile& profile) {
                                                          : static_cast<double>(i) / (kEntries - 1));
             }
         }
-        const Bytes table = TableBlock(curves, toLab[1].get());
-        const Bytes trial = Assemble(original.get(), {table, table, table});
+        const Bytes table = TableBlock(curves, toLab[1]);
+        const Bytes trial = Assemble(work, original, {table, table, table});
         const Comparison result = Compare(trial, profile.data, profile.name, rendering, 16, probes);
         if (best.spacing.empty() || result.mean < best.mean) {
             best.spacing = spacing.name;
@@ -184,8 +181,8 @@ BakedProfile BakeProfile(const DeviceProfile& profile) {
         }
     }
     std::array<Bytes, 3> tables;
-    for (std::size_t i = 0; i < 3; ++i) tables[i] = TableBlock(chosen, toLab[i].get());
-    best.data = Assemble(original.get(), tables);
+    for (std::size_t i = 0; i < 3; ++i) tables[i] = TableBlock(chosen, toLab[i]);
+    best.data = Assemble(work, original, tables);
     return best;
 }
 

@@ -3,6 +3,8 @@
 // The subcommand "bake".
 #include <fmt/format.h>
 
+#include <cstdio>
+
 #include "Bake.h"
 #include "Commands.h"
 #include "OutputFile.h"
@@ -23,11 +25,12 @@ Exit BakeCommand(const BakeArguments& arguments) {
     OutputFile output(arguments.output, existing);
     output.file().Write(0, baked.data);
     output.Finish();
+    // Made before the file has its name: what may fail, fails before.
+    const std::string line =
+        fmt::format("{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})\n",
+                    OneLine(arguments.profile), OneLine(arguments.output), baked.spacing, baked.mean, baked.p95);
     output.Commit();
-    if (!arguments.quiet) {
-        fmt::print(stderr, "{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})\n",
-                   OneLine(arguments.profile), OneLine(arguments.output), baked.spacing, baked.mean, baked.p95);
-    }
+    if (!arguments.quiet) std::fputs(line.c_str(), stderr);
     return Exit::Done;
 }
 

@@ -58,15 +58,13 @@ Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std:
     const PixelConverter converter(engineProfile, name, rendering, bits);
     const std::vector<double> engine = ByEngine(converter, colours);
 
-    const LcmsProfile device = OpenProfile(original);
-    const LcmsProfile output = OpenProfile(converter.OutputProfile());
-    const LcmsTransform toLab = device ? DeviceToLab(device.get(), static_cast<int>(rendering.intent)) : nullptr;
-    const LcmsProfile lab(cmsCreateLab2Profile(nullptr));
-    constexpr cmsUInt32Number kFlags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
-    const LcmsTransform fromLab(
-        cmsCreateTransform(lab.get(), TYPE_Lab_DBL, output.get(), TYPE_RGB_DBL, INTENT_RELATIVE_COLORIMETRIC, kFlags));
-    const LcmsTransform outputLab = DeviceToLab(output.get(), INTENT_RELATIVE_COLORIMETRIC);
-    if (!toLab || !fromLab || !outputLab) {
+    LcmsWork work;
+    const cmsHPROFILE device = work.Open(original);
+    const cmsHPROFILE output = work.Open(converter.OutputProfile());
+    const cmsHTRANSFORM toLab = device ? work.DeviceToLab(device, static_cast<int>(rendering.intent)) : nullptr;
+    const cmsHTRANSFORM fromLab = output ? work.LabToDevice(output, INTENT_RELATIVE_COLORIMETRIC) : nullptr;
+    const cmsHTRANSFORM outputLab = output ? work.DeviceToLab(output, INTENT_RELATIVE_COLORIMETRIC) : nullptr;
+    if (toLab == nullptr || fromLab == nullptr || outputLab == nullptr) {
         throw Refusal(Exit::Profile, name, "cannot be used by Little CMS", "give another profile");
     }
 
@@ -81,16 +79,16 @@ Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std:
             rgb[c] = bits == 8 ? byte / 255.0 : colours[n][c] / 65535.0;
         }
         cmsCIELab wanted, reached;
-        cmsDoTransform(toLab.get(), rgb, &wanted, 1);
-        cmsDoTransform(fromLab.get(), &wanted, rgb, 1);
+        cmsDoTransform(toLab, rgb, &wanted, 1);
+        cmsDoTransform(fromLab, &wanted, rgb, 1);
         bool outside = false;
         for (double& sample : rgb) {
             outside = outside || sample < -kOutside || sample > 1 + kOutside;
             sample = std::clamp(sample, 0.0, 1.0);
         }
         result.clipped += outside;
-        cmsDoTransform(outputLab.get(), rgb, &wanted, 1);
-        cmsDoTransform(outputLab.get(), &engine[3 * n], &reached, 1);
+        cmsDoTransform(outputLab, rgb, &wanted, 1);
+        cmsDoTransform(outputLab, &engine[3 * n], &reached, 1);
         const double difference = cmsCIE2000DeltaE(&wanted, &reached, 1, 1, 1);
         differences.push_back(difference);
         all.push_back({colours[n], {wanted.L, wanted.a, wanted.b}, difference});

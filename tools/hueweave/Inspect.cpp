@@ -53,12 +53,13 @@ Json TableShape(const TagTable& table, const TagTable::Tag& tag, const Bytes& by
 }
 
 Json DescribeProfile(const std::string& name, const Bytes& bytes) {
-    const LcmsProfile opened = OpenProfile(bytes);
+    LcmsWork work;
+    const cmsHPROFILE opened = work.Open(bytes);
     if (opened == nullptr) {
         throw Refusal(Exit::Profile, name, "is not a readable ICC profile", "give an ICC profile or a TIFF file");
     }
     const TagTable table(bytes);
-    Json json{{"kind", "profile"}, {"description", Description(opened.get())}};
+    Json json{{"kind", "profile"}, {"description", work.Text(opened, cmsInfoDescription)}};
     json["version"] = fmt::format("{}.{}", bytes[8], bytes[9] >> 4);
     json["class"] = SignatureText(table.Word(12));
     json["colours"] = SignatureText(table.Word(16));

@@ -25,27 +25,27 @@ const ColorLch::Matrix& PrimariesOf(ColorLch::ColorSpace space) {
     }
 }
 
-LcmsCurve CurveOf(Tone tone) {
+cmsToneCurve* CurveOf(LcmsWork& work, Tone tone) {
     switch (tone) {
         case Tone::Linear:
-            return LcmsCurve(cmsBuildGamma(nullptr, 1.0));
+            return work.Gamma(1.0);
         case Tone::Gamma18:
-            return LcmsCurve(cmsBuildGamma(nullptr, 1.0 / kGamma18Power));
+            return work.Gamma(1.0 / kGamma18Power);
         case Tone::Adobe:
-            return LcmsCurve(cmsBuildGamma(nullptr, kAdobeGamma));
+            return work.Gamma(kAdobeGamma);
         default:
             break;
     }
     // IEC 61966-2-1: (a x + b)^g from d on, c x below.
     const double parameters[] = {2.4, 1.0 / 1.055, 0.055 / 1.055, 1.0 / 12.92, 0.04045};
-    return LcmsCurve(cmsBuildParametricToneCurve(nullptr, 4, parameters));
+    return work.Parametric(4, parameters);
 }
 
-LcmsCurve CurveOf(const std::vector<double>& decoding) {
+cmsToneCurve* CurveOf(LcmsWork& work, const std::vector<double>& decoding) {
     std::vector<cmsUInt16Number> table;
     table.reserve(decoding.size());
     for (const double value : decoding) table.push_back(static_cast<cmsUInt16Number>(std::lround(value * 65535.0)));
-    return LcmsCurve(cmsBuildTabulatedToneCurve16(nullptr, static_cast<cmsUInt32Number>(table.size()), table.data()));
+    return work.Table(table);
 }
 
 }  // namespace
@@ -77,15 +77,12 @@ std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::
 
 Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double>>& decoding,
                         const std::string& title) {
-    const LcmsProfile profile(cmsCreateProfilePlaceholder(nullptr));
-    cmsSetProfileVersion(profile.get(), 4.3);
-    cmsSetDeviceClass(profile.get(), cmsSigDisplayClass);
-    cmsSetColorSpace(profile.get(), cmsSigRgbData);
-    cmsSetPCS(profile.get(), cmsSigXYZData);
-    cmsSetHeaderRenderingIntent(profile.get(), INTENT_PERCEPTUAL);
-    WriteText(profile.get(), cmsSigProfileDescriptionTag, title);
-    WriteText(profile.get(), cmsSigCopyrightTag, "No copyright, use freely");
-    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    LcmsWork work;
+    const cmsHPROFILE profile = work.NewProfile(4.3, cmsSigDisplayClass, cmsSigXYZData);
+    cmsSetHeaderRenderingIntent(profile, INTENT_PERCEPTUAL);
+    work.WriteText(profile, cmsSigProfileDescriptionTag, title);
+    work.WriteText(profile, cmsSigCopyrightTag, "No copyright, use freely");
+    work.Write(profile, cmsSigMediaWhitePointTag, cmsD50_XYZ());
 
     // The matrix is adapted to D50 already; the tag tells from which white, as version 4 wants.
     const cmsCIExyY d65{0.3127, 0.3290, 1.0};
@@ -110,22 +107,21 @@ Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double
         };
         adaptation[r] = {at(0), at(1), at(2)};
     }
-    cmsWriteTag(profile.get(), cmsSigChromaticAdaptationTag, adaptation.data());
+    work.Write(profile, cmsSigChromaticAdaptationTag, adaptation.data());
 
     const ColorLch::Matrix& m = PrimariesOf(space.primaries);
     constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
     constexpr cmsTagSignature kCurves[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
     for (std::size_t c = 0; c < 3; ++c) {
         const cmsCIEXYZ colorant{m[c], m[c + 3], m[c + 6]};
-        cmsWriteTag(profile.get(), kColorants[c], &colorant);
+        work.Write(profile, kColorants[c], &colorant);
         if (c > 0 && decoding.empty()) {
-            cmsLinkTag(profile.get(), kCurves[c], kCurves[0]);
+            work.Link(profile, kCurves[c], kCurves[0]);
         } else {
-            cmsWriteTag(profile.get(), kCurves[c],
-                        (decoding.empty() ? CurveOf(space.tone) : CurveOf(decoding[c])).get());
+            work.Write(profile, kCurves[c], decoding.empty() ? CurveOf(work, space.tone) : CurveOf(work, decoding[c]));
         }
     }
-    return SaveProfile(profile.get());
+    return work.Save(profile);
 }
 
 }  // namespace hueweave::tool

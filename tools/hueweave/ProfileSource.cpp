@@ -23,11 +23,12 @@ DeviceProfile Check(DeviceProfile profile) {
     const std::string what = profile.embedded ? "embeds a profile that " : "";
     const std::string remedy = profile.embedded ? "give one with --profile and --source given"
                                                 : "give the profile of an RGB scanner, camera, screen or printer";
-    const LcmsProfile opened = OpenProfile(profile.data);
+    LcmsWork work;
+    const cmsHPROFILE opened = work.Open(profile.data);
     if (opened == nullptr) Refuse(profile.name, what + "is not a readable ICC profile", remedy);
-    const cmsProfileClassSignature kind = cmsGetDeviceClass(opened.get());
-    const auto colours = static_cast<std::uint32_t>(cmsGetColorSpace(opened.get()));
-    const auto connection = cmsGetPCS(opened.get());
+    const cmsProfileClassSignature kind = cmsGetDeviceClass(opened);
+    const auto colours = static_cast<std::uint32_t>(cmsGetColorSpace(opened));
+    const auto connection = cmsGetPCS(opened);
     const bool device = kind == cmsSigInputClass || kind == cmsSigDisplayClass || kind == cmsSigOutputClass ||
                         kind == cmsSigColorSpaceClass;
     if (!device) {
@@ -39,10 +40,10 @@ DeviceProfile Check(DeviceProfile profile) {
     if (connection != cmsSigLabData && connection != cmsSigXYZData) {
         Refuse(profile.name, what + "has no Lab or XYZ connection space", remedy);
     }
-    if (DeviceToLab(opened.get(), INTENT_PERCEPTUAL) == nullptr) {
+    if (work.DeviceToLab(opened, INTENT_PERCEPTUAL) == nullptr) {
         Refuse(profile.name, what + "does not tell the colours of its device", remedy);
     }
-    profile.description = Description(opened.get());
+    profile.description = work.Text(opened, cmsInfoDescription);
     Sha256 hash;
     hash.Add(profile.data.data(), profile.data.size());
     profile.hash = hash.Hex();
@@ -52,7 +53,9 @@ DeviceProfile Check(DeviceProfile profile) {
 std::optional<std::string> WhyBakeWhite(const Bytes& profile, const TagTable& table) {
     const auto white = table.Find("wtpt");
     if (!white || white->size < 20) return "it does not tell its white point";
-    if (IsOldScreen(OpenProfile(profile).get())) return "its white is that of a screen";
+    LcmsWork work;
+    const cmsHPROFILE opened = work.Open(profile);
+    if (opened != nullptr && IsOldScreen(opened)) return "its white is that of a screen";
     return std::nullopt;
 }
 
