@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "TiffCodec.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -55,7 +57,7 @@ TiffEncoder::TiffEncoder(const FileAccess& target, const TiffPage& page, bool bi
     Open();
 }
 
-TiffEncoder::~TiffEncoder() { target_->sink = nullptr; }  // closing writes a directory, which goes nowhere
+TiffEncoder::~TiffEncoder() { Close(); }
 
 void TiffEncoder::Open() {
     // BigTIFF, so that the length of what is written sets no limit; none of its structure reaches the file.
@@ -63,25 +65,37 @@ void TiffEncoder::Open() {
                           Target::Size,  nullptr,      nullptr,       Target::Warning};
     handle_ = OpenTiff(file_.name(), bigEndian_ ? "w8b" : "w8l", calls, target_->messages, 0);
     if (handle_ == nullptr) Refuse();
-    TIFF* handle = handle_.get();
     const Coding coding = OutputCoding(page_);
-    TIFFSetField(handle, TIFFTAG_IMAGEWIDTH, page_.segmentWidth);
-    TIFFSetField(handle, TIFFTAG_IMAGELENGTH, page_.segmentHeight);
-    TIFFSetField(handle, TIFFTAG_BITSPERSAMPLE, page_.bits);
-    TIFFSetField(handle, TIFFTAG_SAMPLESPERPIXEL, page_.SegmentSamples());
-    TIFFSetField(handle, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(handle, TIFFTAG_PHOTOMETRIC, page_.SegmentSamples() < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
-    TIFFSetField(handle, TIFFTAG_FILLORDER, page_.fillOrder);
-    TIFFSetField(handle, TIFFTAG_COMPRESSION, coding.compression);
-    if (coding.predictor != 1) TIFFSetField(handle, TIFFTAG_PREDICTOR, coding.predictor);
+    const unsigned samples = page_.SegmentSamples();
+    Set(TIFFTAG_IMAGEWIDTH, page_.segmentWidth);
+    Set(TIFFTAG_IMAGELENGTH, page_.segmentHeight);
+    Set(TIFFTAG_BITSPERSAMPLE, page_.bits);
+    Set(TIFFTAG_SAMPLESPERPIXEL, samples);
+    Set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    Set(TIFFTAG_PHOTOMETRIC, samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
+    Set(TIFFTAG_FILLORDER, page_.fillOrder);
+    Set(TIFFTAG_COMPRESSION, coding.compression);
+    if (coding.predictor != 1) Set(TIFFTAG_PREDICTOR, coding.predictor);
     // The usual 6 takes 94 MiB a thread.
-    if (coding.compression == COMPRESSION_LZMA) TIFFSetField(handle, TIFFTAG_LZMAPRESET, 1);
+    if (coding.compression == COMPRESSION_LZMA) Set(TIFFTAG_LZMAPRESET, 1);
     if (page_.tiled) {
-        TIFFSetField(handle, TIFFTAG_TILEWIDTH, page_.segmentWidth);
-        TIFFSetField(handle, TIFFTAG_TILELENGTH, page_.segmentHeight);
+        Set(TIFFTAG_TILEWIDTH, page_.segmentWidth);
+        Set(TIFFTAG_TILELENGTH, page_.segmentHeight);
     } else {
-        TIFFSetField(handle, TIFFTAG_ROWSPERSTRIP, page_.segmentHeight);
+        Set(TIFFTAG_ROWSPERSTRIP, page_.segmentHeight);
     }
+}
+
+/// libtiff goes on as it was where it cannot set a tag: without compression, for one.
+void TiffEncoder::Set(std::uint32_t tag, std::uint32_t value) {
+    if (TIFFSetField(handle_.get(), tag, value) == 0) Refuse();
+}
+
+/// Closing a file that is written writes its directory, which nobody wants; one that is read is just let go.
+void TiffEncoder::Close() {
+    target_->sink = nullptr;
+    if (handle_ != nullptr) TIFFSetMode(handle_.get(), O_RDONLY);
+    handle_.reset();
 }
 
 void TiffEncoder::Refuse() const {
@@ -105,8 +119,7 @@ Bytes TiffEncoder::Encode(unsigned char* pixels, std::size_t size) {
 }
 
 void TiffEncoder::BeginRows(Sink sink) {
-    target_->sink = nullptr;
-    handle_.reset();
+    Close();
     Open();  // a fresh handle, since the one before has its only strip behind it
     // Else libtiff takes a buffer as large as the strip, and fills it as far as the data do not shrink.
     if (TIFFWriteBufferSetup(handle_.get(), nullptr, kRowsBuffer) == 0) Refuse();

@@ -143,7 +143,7 @@ void OpenView(DecoderView& view, TiffHandle& handle, const PageSource& source, s
     handle = view.Open(name, mostMemory);
     if (handle == nullptr || view.failure) view.Refuse(name);
     if (source.page().photometric == PHOTOMETRIC_YCBCR) {
-        TIFFSetField(handle.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+        if (TIFFSetField(handle.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) == 0) view.Refuse(name);
     }
     view.messages.first.clear();  // what matters shows in the geometry
 }
