@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "Command.h"
+#include "Picture.h"
 
 namespace hueweave::test {
 namespace {
@@ -23,36 +24,42 @@ void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 
 class AllocationTest : public testing::TestWithParam<Row> {
 protected:
-    Outcome Run(const std::string& fails) const {
+    /// Runs the command with these allocations failing. Without any, their number is in `all_`.
+    Outcome Run(std::vector<std::string> words, const std::string& fails) {
         std::filesystem::remove(out_);
-        std::vector<std::string> words{HUEWEAVE_COMMAND};
-        words.insert(words.end(), GetParam().words.begin(), GetParam().words.end());
+        words.insert(words.begin(), HUEWEAVE_COMMAND);
+        const Outcome run = RunProgram({words,
+                                        "",
+                                        {{"LD_PRELOAD", HUEWEAVE_ALLOCATION_FAULTS},
+                                         {"HUEWEAVE_ALLOCATION", fails},
+                                         {"HUEWEAVE_ALLOCATIONS_SEEN", fails.empty() ? seen_ : ""}},
+                                        {},
+                                        {}});
+        if (fails.empty()) all_ = std::stoi(FileBytes(seen_));
+        return run;
+    }
+    Outcome Run(const std::string& fails) {
+        std::vector<std::string> words = GetParam().words;
         if (GetParam().writes) words.insert(words.end(), {"-q", "-o", out_});
-        return RunProgram({words,
-                           "",
-                           {{"LD_PRELOAD", HUEWEAVE_ALLOCATION_FAULTS},
-                            {"HUEWEAVE_ALLOCATION", fails},
-                            {"HUEWEAVE_ALLOCATIONS_SEEN", fails.empty() ? seen_ : ""}},
-                           {},
-                           {}});
+        return Run(words, fails);
     }
     std::string Result(const Outcome& run) const { return GetParam().writes ? FileBytes(out_) : run.out; }
     Folder folder_, other_;
     std::string out_ = folder_ / "out", seen_ = other_ / "seen";
+    int all_ = 0;
 };
 
 TEST_P(AllocationTest, TheResultIsWholeOrNotThere) {
     const Outcome sound = Run("");
     ASSERT_EQ(sound.status, 0) << sound.err;
     const std::string wanted = Result(sound);
-    const int all = std::stoi(FileBytes(seen_));
-    EXPECT_GT(all, 1000);
-    // Spread over all calls with a step that shares no factor with loops of even length; docs/reliability.md tells of
-    // a run over every one.
-    const int step = all / 100 | 1;
+    EXPECT_GT(all_, 1000);
+    // Spread over all calls, with an odd step so as not to keep time with loops; docs/reliability.md tells of a run
+    // over every one.
+    const int step = all_ / 100 | 1;
     int refused = 0;
     for (const char* onwards : {"", "+"}) {
-        for (int call = 1; call <= all; call += step) {
+        for (int call = 1; call <= all_; call += step) {
             const Outcome run = Run(std::to_string(call) + onwards);
             EXPECT_EQ(run.signal, 0) << call << onwards;
             if (run.status == 0) {
@@ -69,6 +76,34 @@ TEST_P(AllocationTest, TheResultIsWholeOrNotThere) {
     }
     EXPECT_GT(refused, 100);
 }
+
+class CoderAllocationTest : public AllocationTest {};
+
+TEST_P(CoderAllocationTest, WhatIsWrittenIsDecodedToTheSamePixels) {
+    const std::string in = other_ / "in.tif";
+    Shell(GetParam().words[0] + " " + Quoted(in));
+    const std::vector<std::string> words{"convert", "-j1", "--profile", Input("scanner.icc"), in, "-q", "-o", out_};
+    ASSERT_EQ(Run(words, "").status, 0);
+    const auto wanted = ReadPictures(out_)[0].values;
+    // The coders are opened late: what comes before is the profile's.
+    for (int call = all_ - 320; call <= all_; ++call) {
+        const Outcome run = Run(words, std::to_string(call));
+        EXPECT_EQ(run.signal, 0) << call;
+        if (!Exists(out_)) {
+            EXPECT_NE(run.status, 0) << call;
+            continue;
+        }
+        EXPECT_EQ(ReadPictures(out_)[0].values, wanted) << call;
+    }
+}
+
+const Row kCoders[] = {
+    {"Lzw", {"tiffcp -s -c lzw:2 -r 64 " + Quoted(Input("photo-16.tif"))}, true},
+    {"Jpeg", {"tiffcp -t -w 128 -l 128 -c jpeg:90 " + Quoted(Input("photo-8.tif"))}, true},
+    {"Zstd", {"tiffcp -s -c zstd -r 64 " + Quoted(Input("photo-16.tif"))}, true},
+};
+INSTANTIATE_TEST_SUITE_P(Every, CoderAllocationTest, testing::ValuesIn(kCoders),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 const Row kRows[] = {
     {"ConvertWithAProfileThatIsBaked",

@@ -20,6 +20,7 @@ public:
     const TiffPage& page() const { return page_; }
     const FileAccess& file() const { return file_; }
     bool bigEndian() const { return bigEndian_; }
+    const Bytes& jpegTables() const { return jpegTables_; }
     /// Decoded bytes behind the pixels that the page may still have, all strips and tiles together: as much again as
     /// its pixels, and its share of 1 MiB for the file. Small files that decode to a great deal more are made to take
     /// time and nothing else.

@@ -2,8 +2,6 @@
 // Copyright (c) The Hueweave authors
 #include "TiffCodec.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -57,14 +55,14 @@ TiffEncoder::TiffEncoder(const FileAccess& target, const TiffPage& page, bool bi
     Open();
 }
 
-TiffEncoder::~TiffEncoder() { Close(); }
+TiffEncoder::~TiffEncoder() = default;
 
 void TiffEncoder::Open() {
     // BigTIFF, so that the length of what is written sets no limit; none of its structure reaches the file.
     const TiffCalls calls{target_.get(), Target::Read, Target::Write, Target::Seek,   Target::Close,
                           Target::Size,  nullptr,      nullptr,       Target::Warning};
     handle_ = OpenTiff(file_.name(), bigEndian_ ? "w8b" : "w8l", calls, target_->messages, 0);
-    if (handle_ == nullptr) Refuse();
+    if (handle_ == nullptr || !target_->messages.first.empty()) Refuse();
     const Coding coding = OutputCoding(page_);
     const unsigned samples = page_.SegmentSamples();
     Set(TIFFTAG_IMAGEWIDTH, page_.segmentWidth);
@@ -91,13 +89,6 @@ void TiffEncoder::Set(std::uint32_t tag, std::uint32_t value) {
     if (TIFFSetField(handle_.get(), tag, value) == 0) Refuse();
 }
 
-/// Closing a file that is written writes its directory, which nobody wants; one that is read is just let go.
-void TiffEncoder::Close() {
-    target_->sink = nullptr;
-    if (handle_ != nullptr) TIFFSetMode(handle_.get(), O_RDONLY);
-    handle_.reset();
-}
-
 void TiffEncoder::Refuse() const {
     if (target_->failure) std::rethrow_exception(target_->failure);
     throw Refusal(Exit::Output, file_.name(), "image data cannot be encoded (" + target_->messages.first + ")",
@@ -119,7 +110,7 @@ Bytes TiffEncoder::Encode(unsigned char* pixels, std::size_t size) {
 }
 
 void TiffEncoder::BeginRows(Sink sink) {
-    Close();
+    target_->sink = nullptr;
     Open();  // a fresh handle, since the one before has its only strip behind it
     // Else libtiff takes a buffer as large as the strip, and fills it as far as the data do not shrink.
     if (TIFFWriteBufferSetup(handle_.get(), nullptr, kRowsBuffer) == 0) Refuse();

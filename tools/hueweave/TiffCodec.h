@@ -33,7 +33,6 @@ private:
     struct Target;
     void Open();
     void Set(std::uint32_t tag, std::uint32_t value);
-    void Close();
     [[noreturn]] void Refuse() const;
     const FileAccess& file_;
     const TiffPage& page_;

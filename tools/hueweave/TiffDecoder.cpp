@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <new>
 
 #include "Refusal.h"
 #include "Samples.h"
@@ -138,6 +139,15 @@ void CheckGeometry(tiff* handle, const TiffPage& page, std::uint64_t rows, std::
     if (!same) DecoderView::RefuseDamaged(name, "its strips or tiles have no size that can be decoded");
 }
 
+/// Whether libtiff has the JPEG tables. Where it has no memory for them it says nothing.
+bool HasTables(tiff* handle, const Bytes& tables) {
+    if (tables.empty()) return true;
+    std::uint32_t size = 0;
+    const void* data = nullptr;
+    return TIFFGetField(handle, TIFFTAG_JPEGTABLES, &size, &data) != 0 && data != nullptr && size == tables.size() &&
+           std::memcmp(data, tables.data(), size) == 0;
+}
+
 void OpenView(DecoderView& view, TiffHandle& handle, const PageSource& source, std::uint64_t mostMemory) {
     const std::string& name = source.file().name();
     handle = view.Open(name, mostMemory);
@@ -145,6 +155,7 @@ void OpenView(DecoderView& view, TiffHandle& handle, const PageSource& source, s
     if (source.page().photometric == PHOTOMETRIC_YCBCR) {
         if (TIFFSetField(handle.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) == 0) view.Refuse(name);
     }
+    if (!HasTables(handle.get(), source.jpegTables())) throw std::bad_alloc();
     view.messages.first.clear();  // what matters shows in the geometry
 }
 

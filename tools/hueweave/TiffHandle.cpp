@@ -35,10 +35,25 @@ int Note(std::string& first, const char* format, std::va_list arguments) {
     return 1;
 }
 
+/// Null without a message where memory ran out. The little that libtiff had by then is lost; the half-made handle
+/// cannot be closed. No object is in the way of the jump.
+tiff* OpenOrLeave(const char* name, const char* mode, const TiffCalls& calls, TiffMessages& messages,
+                  TIFFOpenOptions* options) {
+    std::jmp_buf out;
+    if (setjmp(out) != 0) return nullptr;
+    messages.opening = &out;
+    return TIFFClientOpenExt(name, mode, calls.file, calls.read, calls.write, calls.seek, calls.close, calls.size,
+                             calls.map, calls.unmap, options);
+}
+
 }  // namespace
 
 int TiffMessages::Error(tiff*, void* user, const char*, const char* format, std::va_list arguments) {
-    return Note(static_cast<TiffMessages*>(user)->first, format, arguments);
+    auto& messages = *static_cast<TiffMessages*>(user);
+    // libtiff goes on to search its list of tags, for which there was no memory.
+    const bool noMemory = std::string_view(format).starts_with("Failed to allocate");
+    if (noMemory && messages.opening != nullptr) std::longjmp(*messages.opening, 1);
+    return Note(messages.first, format, arguments);
 }
 
 int TiffMessages::Warning(tiff*, void* user, const char* module, const char* format, std::va_list arguments) {
@@ -54,8 +69,10 @@ TiffHandle OpenTiff(const std::string& name, const char* mode, const TiffCalls& 
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(std::min(mostMemory, kMost)));
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), TiffMessages::Error, &messages);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), calls.warn, &messages);
-    return TiffHandle(TIFFClientOpenExt(name.c_str(), mode, calls.file, calls.read, calls.write, calls.seek,
-                                        calls.close, calls.size, calls.map, calls.unmap, options.get()));
+    tiff* const handle = OpenOrLeave(name.c_str(), mode, calls, messages, options.get());
+    messages.opening = nullptr;
+    if (handle == nullptr && messages.first.empty()) throw std::bad_alloc();
+    return TiffHandle(handle);
 }
 
 }  // namespace hueweave::tool
