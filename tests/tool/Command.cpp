@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -73,6 +74,17 @@ Outcome RunProgram(const Run& run) {
     outcome.out = Drain(out);
     outcome.err = Drain(err);
     return outcome;
+}
+
+void Terminate(pid_t child) {
+    kill(child, SIGTERM);
+    for (int tries = 0; tries < 200; ++tries) {
+        siginfo_t ended{};
+        waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT | WNOHANG);
+        if (ended.si_pid == child) return;
+        usleep(50000);
+    }
+    kill(child, SIGKILL);
 }
 
 void HeedModes() {

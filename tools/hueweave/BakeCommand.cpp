@@ -8,6 +8,7 @@
 #include "Bake.h"
 #include "Commands.h"
 #include "OutputFile.h"
+#include "StandardStreams.h"
 
 namespace hueweave::tool {
 
@@ -27,10 +28,10 @@ Exit BakeCommand(const BakeArguments& arguments) {
     output.Finish();
     // Made before the file has its name: what may fail, fails before.
     const std::string line =
-        fmt::format("{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})\n",
+        fmt::format("{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})",
                     OneLine(arguments.profile), OneLine(arguments.output), baked.spacing, baked.mean, baked.p95);
     output.Commit();
-    if (!arguments.quiet) std::fputs(line.c_str(), stderr);
+    if (!arguments.quiet) PrintError(line);
     return Exit::Done;
 }
 

@@ -13,6 +13,7 @@
 #include "FileJob.h"
 #include "JsonNames.h"
 #include "Signals.h"
+#include "StandardStreams.h"
 #include "WorkUnits.h"
 
 namespace hueweave::tool {
@@ -153,9 +154,7 @@ Exit Convert(const ConvertArguments& arguments) {
     report.Begin(list.items.size(), TotalSize(list));
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());
     const Exit result = Batch(session, arguments.jobs != 0 ? arguments.jobs : all).Run();
-    if (!report.Close()) {
-        throw Refusal(Exit::Output, "standard output", "cannot be written", "write the JSON lines to a file");
-    }
+    if (const int error = report.Close()) RefuseStandardOutput(error);
     return result;
 }
 

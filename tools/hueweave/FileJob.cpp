@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <string_view>
@@ -59,6 +60,7 @@ void FileJob::Open() {
 
 void FileJob::CheckOutput() {
     if (item_.output == "-") {
+        if (IsClosed(STDOUT_FILENO)) RefuseStandardOutput(EBADF);
         if (::isatty(STDOUT_FILENO) == 0) return;
         throw Refusal(Exit::Output, "standard output", "is a terminal", "write to a file with -o, or into a pipe");
     }

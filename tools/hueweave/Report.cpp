@@ -7,11 +7,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 
 #include "Refusal.h"
+#include "StandardStreams.h"
 
 namespace hueweave::tool {
 namespace {
@@ -94,8 +95,7 @@ void Report::EndFile(const std::string& name) {
 
 void Report::Clear() {
     if (!shown_) return;
-    std::fputs(kClearLine, stderr);
-    std::fflush(stderr);
+    WriteText(STDERR_FILENO, kClearLine);
     shown_ = false;
 }
 
@@ -113,21 +113,14 @@ void Report::Draw(bool now) {
     const auto& [name, file] = *current_.begin();
     const std::string line =
         ProgressLine(name, std::min(files_, ended_ + 1), files_, file.share, total, left, Columns() - 1);
-    std::fputs(kClearLine, stderr);
-    std::fputs(line.c_str(), stderr);
-    std::fflush(stderr);
+    WriteText(STDERR_FILENO, std::string(kClearLine) + line);
     shown_ = true;
 }
 
 void Report::Print(const char* colour, const std::string& text) {
     Clear();
     const std::string line = OneLine(text);
-    if (colour_ && colour != nullptr) {
-        fmt::print(stderr, "{}{}{}\n", colour, line, kPlain);
-    } else {
-        fmt::print(stderr, "{}\n", line);
-    }
-    std::fflush(stderr);
+    PrintError(colour_ && colour != nullptr ? colour + line + kPlain : line);
 }
 
 void Report::Line(const std::string& text) {
@@ -164,13 +157,13 @@ void Report::Refused(const std::string& text) {
 void Report::Json(const std::string& line) {
     const std::lock_guard lock(mutex_);
     if (!json_) return;
-    failed_ = std::fputs((line + "\n").c_str(), stdout) < 0 || std::fflush(stdout) != 0 || failed_;
+    if (!WriteText(STDOUT_FILENO, line + "\n") && error_ == 0) error_ = errno;
 }
 
-bool Report::Close() {
+int Report::Close() {
     const std::lock_guard lock(mutex_);
     Clear();
-    return !failed_;
+    return error_;
 }
 
 }  // namespace hueweave::tool

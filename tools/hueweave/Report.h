@@ -12,6 +12,7 @@
 namespace hueweave::tool {
 
 /// What a run says while it goes on: to standard error for people, and JSON lines to standard output. Threads share it.
+/// What cannot be written stops no file; for JSON lines, `Close` tells of it.
 class Report {
 public:
     Report(bool quiet, bool json);
@@ -30,8 +31,8 @@ public:
     void TellNotesOfMany();
     void Refused(const std::string& text);  ///< always
     void Json(const std::string& line);
-    /// False if a line of JSON could not be written.
-    bool Close();
+    /// The error number of the first line of JSON that could not be written, 0 for none.
+    int Close();
 
 private:
     struct Current {
@@ -51,7 +52,7 @@ private:
     std::uint64_t bytes_ = 0, endedBytes_ = 0;
     std::chrono::steady_clock::time_point begin_, drawn_;
     bool shown_ = false;  ///< a progress line stands on the terminal
-    bool failed_ = false;
+    int error_ = 0;       ///< of the first line of JSON that could not be written
 };
 
 /// "1:05:09", "2:07" or "0:09".

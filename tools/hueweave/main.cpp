@@ -3,13 +3,17 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <new>
+#include <string>
+#include <system_error>
 
 #include "Arguments.h"
 #include "Commands.h"
 #include "Refusal.h"
 #include "Signals.h"
+#include "StandardStreams.h"
 
 namespace {
 
@@ -33,23 +37,36 @@ void AllowManyFiles() {
 }
 
 int Fail(Exit status, const char* line) {
-    std::fprintf(stderr, "hueweave: %s\n", line);
+    PrintError("hueweave: " + OneLine(line));
     return static_cast<int>(status);
+}
+
+/// Whether standard output took all that was printed there; errno tells why not.
+bool OutputIsWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+
+int Run(int count, const char* const* words) {
+    try {
+        const Exit status = Dispatch(ParseArguments(count, words));
+        if (!OutputIsWritten()) RefuseStandardOutput(errno);
+        return static_cast<int>(status);
+    } catch (const std::system_error& error) {
+        // Printing throws this where standard output cannot be written, or a signal ended the waiting for its reader.
+        ThrowIfInterrupted();
+        if (OutputIsWritten()) throw;
+        RefuseStandardOutput(error.code().value());
+    }
 }
 
 }  // namespace
 
 int main(int count, char** words) {
+    TakeStandardStreams();  // before anything is opened
     // Buffers of pixels go back to the system when they are done with, so that memory stays within its limit.
     mallopt(M_MMAP_THRESHOLD, 1 << 18);
     WatchSignals();
     AllowManyFiles();
     try {
-        Exit status = Dispatch(ParseArguments(count, words));
-        if (std::fflush(stdout) != 0) {
-            return Fail(Exit::Output, "standard output: cannot be written; write to another place");
-        }
-        return static_cast<int>(status);
+        return Run(count, words);
     } catch (const Interrupted&) {
         EndBySignal();
     } catch (const Refusal& refusal) {
