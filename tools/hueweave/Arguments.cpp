@@ -9,10 +9,10 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <sstream>
 
+#include "LineReader.h"
 #include "Refusal.h"
 
 namespace hueweave::tool {
@@ -194,12 +194,15 @@ ToneCurves ReadCurves(const std::string& path) {
     const auto refuse = [&](const std::string& reason) {
         throw Refusal(Exit::Usage, path, reason, "give 256 rows of three whole numbers of 0 to 255");
     };
-    std::ifstream in(path);
-    if (!in) refuse("cannot be read");
+    const FileAccess file = LineReader::Open(path);
+    if (file.descriptor() < 0) refuse("cannot be read");
+    constexpr std::size_t kLongestRow = 4096;
+    LineReader lines(file.descriptor(), '\n', kLongestRow);
     ToneCurves curves{};
     std::string line;
     std::size_t row = 0;
-    while (std::getline(in, line)) {
+    while (lines.Next(line)) {
+        if (line.size() > kLongestRow) refuse(fmt::format("row {} is no curve row", row + 1));
         if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
         if (row == 256) refuse("has more than 256 rows");
         std::istringstream words(line);
@@ -213,6 +216,7 @@ ToneCurves ReadCurves(const std::string& path) {
         if (words >> line) refuse(fmt::format("row {} has more than three values", row + 1));
         ++row;
     }
+    if (lines.error() != 0) refuse("cannot be read");
     if (row != 256) refuse(fmt::format("has {} rows", row));
     return curves;
 }

@@ -150,6 +150,7 @@ Exit Convert(const ConvertArguments& arguments) {
     MadeFolders folders(shared);
     std::optional<ResumeRecord> record;  // gone before the folders are looked at
     if (!list.folder.empty() && (!arguments.dryRun || arguments.resume)) record.emplace(list.folder, shared);
+    if (arguments.resume) record->Load();
     Session session{arguments, list, report, cache, folders, record ? &*record : nullptr, std::move(profile)};
     report.Begin(list.items.size(), TotalSize(list));
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());

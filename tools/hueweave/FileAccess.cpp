@@ -66,6 +66,31 @@ FileAccess FileAccess::OpenInput(const std::string& path) {
     return file;
 }
 
+FileAccess FileAccess::OpenOwn(const std::string& path, int flags, std::string& problem) {
+    problem.clear();
+    FileAccess file(::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666), path);
+    const int error = errno;
+    struct stat status {};
+    if (file.descriptor_ < 0) {
+        // A pipe that nobody reads cannot be opened for writing.
+        problem = error == ELOOP                      ? "is a symbolic link"
+                  : error == ENXIO || error == EISDIR ? "is not a regular file"
+                                                      : "cannot be opened (" + ErrorText(error) + ")";
+        errno = error;
+        return file;
+    }
+    if (::fstat(file.descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
+        problem = "is not a regular file";
+    } else if (status.st_nlink > 1) {
+        problem = "has further names (hard links)";
+    }
+    if (!problem.empty()) {
+        file.Close();
+        errno = EINVAL;
+    }
+    return file;
+}
+
 FileAccess FileAccess::Scratch(const std::string& folder, const std::string& name) {
     int descriptor = ::open(folder.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, 0600);
     if (descriptor < 0) {

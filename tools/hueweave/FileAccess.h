@@ -32,6 +32,10 @@ public:
 
     /// Opens a regular file for reading; refuses anything else.
     static FileAccess OpenInput(const std::string& path);
+    /// Opens a file that runs keep for themselves, whose name everybody knows: no link is followed, nothing is waited
+    /// for, and it must be a regular file without another name. Where it is none, the result is not open, and `problem`
+    /// says why: "is a symbolic link". `flags` are those of open().
+    static FileAccess OpenOwn(const std::string& path, int flags, std::string& problem);
     /// An unnamed file in the folder of temporary files.
     static FileAccess Scratch(const std::string& folder, const std::string& name);
 

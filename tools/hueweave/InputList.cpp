@@ -3,14 +3,17 @@
 #include "InputList.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <climits>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 
+#include "FileAccess.h"
+#include "LineReader.h"
 #include "Refusal.h"
+#include "StandardStreams.h"
 
 namespace hueweave::tool {
 namespace {
@@ -71,17 +74,22 @@ private:
 };
 
 std::vector<std::string> ReadNames(const std::string& path, bool nul) {
-    std::ifstream file;
-    if (path != "-") {
-        file.open(path, std::ios::binary);
-        if (!file) throw Refusal(Exit::Usage, path, "cannot be read", "give a list of file names");
-    }
-    std::istream& in = path == "-" ? std::cin : file;
+    const FileAccess file = path == "-" ? FileAccess() : LineReader::Open(path);
+    const int descriptor = path == "-" ? STDIN_FILENO : file.descriptor();
+    LineReader lines(descriptor, nul ? '\0' : '\n', PATH_MAX);
     std::vector<std::string> names;
     std::string name;
-    while (std::getline(in, name, nul ? '\0' : '\n')) {
+    while (descriptor >= 0 && lines.Next(name)) {
+        if (name.size() > PATH_MAX) {
+            throw Refusal(Exit::Usage, path, "holds a name that is too long for a file",
+                          nul ? "end each name with a zero byte" : "give one name a line");
+        }
         if (!nul && name.ends_with('\r')) name.pop_back();  // a list from another system
         if (!name.empty()) names.push_back(name);
+    }
+    if (path == "-" && lines.error() != 0) RefuseStandardInput(lines.error());
+    if (descriptor < 0 || lines.error() != 0) {
+        throw Refusal(Exit::Usage, path, "cannot be read", "give a list of file names");
     }
     if (names.empty()) throw Refusal(Exit::Input, path, "names no files", "give a list of file names");
     return names;

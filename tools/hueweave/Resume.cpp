@@ -8,64 +8,82 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "FileAccess.h"
 #include "JsonNames.h"
+#include "LineReader.h"
 #include "Refusal.h"
 
 namespace hueweave::tool {
 namespace {
 
+constexpr std::size_t kLongestLine = std::size_t{64} << 10;         ///< bytes; the longest path takes half of it
+constexpr std::uint64_t kLargestRecord = std::uint64_t{256} << 20;  ///< bytes; over a million files
+
 std::string RecordPath(const std::string& folder) { return folder + "/.hueweave.jsonl"; }
+
+/// A whole number; a JSON number with a fraction may lie outside the range of one.
+long long WholeNumber(const nlohmann::json& json, const char* key) {
+    const auto& value = json.at(key);
+    if (!value.is_number_integer()) throw nlohmann::json::type_error::create(302, "no whole number", &value);
+    return value.get<long long>();
+}
 
 }  // namespace
 
-ResumeRecord::ResumeRecord(std::string folder, bool stay) : folder_(std::move(folder)), stay_(stay) {
-    std::ifstream in(RecordPath(folder_));
-    std::string line;
-    while (std::getline(in, line)) {
-        const auto json = nlohmann::json::parse(line, nullptr, false);
-        if (!json.is_object()) continue;
-        try {
-            entries_.emplace(TakeName(json, "output"),
-                             Entry{json.at("fingerprint"), json.at("size"), json.at("modified")});
-        } catch (const nlohmann::json::exception&) {
-            continue;  // no line of ours
-        }
+RecordEntries::State RecordEntries::StateOf(const struct stat& status) {
+    return {status.st_size, status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec};
+}
+
+void RecordEntries::Take(const std::string& line) {
+    const auto json = nlohmann::json::parse(line, nullptr, false);
+    if (!json.is_object()) return;
+    try {
+        const State state{WholeNumber(json, "size"), WholeNumber(json, "modified")};
+        entries_[TakeName(json, "output")].emplace(json.at("fingerprint").get<std::string>(), state);
+    } catch (const nlohmann::json::exception&) {
+        return;
     }
 }
 
-ResumeRecord::~ResumeRecord() {
+bool RecordEntries::Has(const std::string& output, const std::string& fingerprint, const State& state) const {
+    const auto lines = entries_.find(output);
+    return lines != entries_.end() && lines->second.contains({fingerprint, state});
+}
+
+void ResumeRecord::Load() {
     const std::string path = RecordPath(folder_);
-    struct stat status {};
-    if (!begun_ || named_ || stay_ || ::stat(path.c_str(), &status) != 0) return;
-    if (status.st_size == written_) ::unlink(path.c_str());  // else another run wrote to it as well
+    std::string problem;
+    const FileAccess file = FileAccess::OpenOwn(path, O_RDONLY, problem);
+    if (file.descriptor() < 0 && errno == ENOENT) return;
+    if (problem.empty() && file.Size() > kLargestRecord) problem = "is larger than any record";
+    std::string line;
+    for (LineReader lines(file.descriptor(), '\n', kLongestLine); problem.empty();) {
+        if (lines.Next(line)) {
+            if (line.size() <= kLongestLine) entries_.Take(line);
+            continue;
+        }
+        if (lines.error() == 0) return;
+        problem = "cannot be read (" + ErrorText(lines.error()) + ")";
+    }
+    throw Refusal(Exit::Output, path, problem + ", and tells of no earlier run", "remove it, or leave out --resume");
 }
 
-ResumeRecord::Entry ResumeRecord::EntryOf(const struct stat& status) {
-    Entry entry;
-    entry.size = status.st_size;
-    entry.modified = status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec;
-    return entry;
-}
-
-bool ResumeRecord::Look(const std::string& relative, Entry& entry) const {
-    struct stat status {};
-    if (::stat((folder_ + "/" + relative).c_str(), &status) != 0) return false;
-    entry = EntryOf(status);
-    return true;
+ResumeRecord::~ResumeRecord() {
+    if (!begun_ || named_ || stay_) return;
+    const std::string path = RecordPath(folder_);
+    struct stat now {
+    }, ours{};
+    if (::lstat(path.c_str(), &now) != 0 || ::fstat(file_.descriptor(), &ours) != 0) return;
+    const bool same = now.st_dev == ours.st_dev && now.st_ino == ours.st_ino;
+    if (same && now.st_size == written_) ::unlink(path.c_str());  // else another run wrote to it as well
 }
 
 bool ResumeRecord::IsDone(const std::string& relative, const std::string& fingerprint) const {
-    Entry now;
-    if (!Look(relative, now)) return false;
-    const auto [begin, end] = entries_.equal_range(relative);
-    return std::any_of(begin, end, [&](const auto& line) {
-        const Entry& entry = line.second;
-        return entry.fingerprint == fingerprint && entry.size == now.size && entry.modified == now.modified;
-    });
+    struct stat now {};
+    if (::stat((folder_ + "/" + relative).c_str(), &now) != 0) return false;
+    return entries_.Has(relative, fingerprint, RecordEntries::StateOf(now));
 }
 
 void ResumeRecord::Begin() {
@@ -77,32 +95,37 @@ void ResumeRecord::Begin() {
 void ResumeRecord::Open() {
     if (file_.descriptor() >= 0) return;
     const std::string path = RecordPath(folder_);
-    constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
-    int descriptor = ::open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0666);
-    if (descriptor >= 0) begun_ = true;
-    if (descriptor < 0 && errno == EEXIST) descriptor = ::open(path.c_str(), kFlags | O_CREAT, 0666);
-    file_ = FileAccess(descriptor, path);
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT;
+    file_ = FileAccess::OpenOwn(path, kFlags | O_EXCL, problem_);
+    if (file_.descriptor() >= 0) begun_ = true;
+    if (file_.descriptor() < 0 && errno == EEXIST) file_ = FileAccess::OpenOwn(path, kFlags, problem_);
 }
 
 void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output) {
-    const Entry entry = EntryOf(output.Status());
+    const RecordEntries::State state = RecordEntries::StateOf(output.Status());
     nlohmann::ordered_json json;
     PutName(json, "output", relative);
     json["fingerprint"] = fingerprint;
-    json["size"] = entry.size;
-    json["modified"] = entry.modified;
+    json["size"] = state.size;
+    json["modified"] = state.modified;
     // A fresh line, should the last one have been cut off.
     const std::string line = "\n" + JsonLine(json) + "\n";
     std::unique_lock lock(mutex_);
     Open();
-    const ssize_t put = file_.descriptor() < 0 ? -1 : ::write(file_.descriptor(), line.data(), line.size());
+    if (file_.descriptor() < 0) {
+        throw Refusal(Exit::Output, RecordPath(folder_), problem_ + " and is not written to",
+                      "--resume will not know of this run; remove it for the next one");
+    }
+    const ssize_t put = ::write(file_.descriptor(), line.data(), line.size());
     written_ += std::max<ssize_t>(put, 0);
-    if (put != static_cast<ssize_t>(line.size())) {
-        throw Refusal(Exit::Output, file_.name(), "cannot be written (" + ErrorText(errno) + ")",
+    int error = put < 0 ? errno : put < static_cast<ssize_t>(line.size()) ? ENOSPC : 0;
+    lock.unlock();
+    // Before the output, so that it is no stranger after a power cut either.
+    if (error == 0 && ::fdatasync(file_.descriptor()) != 0) error = errno;
+    if (error != 0) {
+        throw Refusal(Exit::Output, file_.name(), "cannot be written (" + ErrorText(error) + ")",
                       "--resume will not know of " + relative);
     }
-    lock.unlock();
-    ::fdatasync(file_.descriptor());  // before the output, so that it is no stranger after a power cut either
 }
 
 }  // namespace hueweave::tool

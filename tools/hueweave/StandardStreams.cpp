@@ -43,6 +43,7 @@ bool IsClosed(int stream) {
 }
 
 bool WaitFor(int stream, short events) {
+    if (stream < 0) return true;  // an error of what comes after; poll() would wait for ever
     for (;;) {
         struct pollfd wanted {
             stream, events, 0
