@@ -3,9 +3,11 @@
  *
  * Preloaded into the command under test: makes calls of the system fail. HUEWEAVE_FAULT holds one fault or more,
  * separated by commas, each as "call:n:errno": the n-th call from 1 on, or every one for n = 0. For an errno of 0 the
- * call does half of what it was asked for; linkat does all of it, and the command is killed. The calls are pread,
- * pwrite, fsync, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, and tmpfile, which is open with
- * O_TMPFILE. The file that HUEWEAVE_FAULT_SEEN names is made when a fault with a number has struck.
+ * call does half of what it was asked for; linkat and fsync do all of it, and the command is killed. For an errno of -1
+ * the call passes after the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO. The calls are pread,
+ * pwrite, fsync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile, which is open with
+ * O_TMPFILE, proc, which is access below /proc, and owner, where lstat tells of the errno as the owner. The file that
+ * HUEWEAVE_FAULT_SEEN names is made when a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -18,6 +20,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -31,6 +34,7 @@ static int Fault(const char* call, atomic_int* count) {
         if (sscanf(at, "%31[^:]:%d:%d", name, &n, &error) == 3 && strcmp(name, call) == 0 && (n == 0 || n == now)) {
             const char* seen = getenv("HUEWEAVE_FAULT_SEEN");
             if (n != 0 && seen != NULL && *seen != 0) fclose(fopen(seen, "w"));
+            if (error < 0) rename(getenv("HUEWEAVE_FAULT_FROM"), getenv("HUEWEAVE_FAULT_TO"));
             return error;
         }
         at = strchr(at, ',');
@@ -90,8 +94,36 @@ int open64(const char* path, int flags, ...) {
 int fsync(int file) {
     FAULT_OR_PASS("fsync")
     int (*next)(int) = (int (*)(int))Next("fsync");
-    return next(file);
+    const int result = next(file);
+    if (fault == 0) raise(SIGKILL);
+    return result;
 }
+
+int fchown(int file, uid_t owner, gid_t group) {
+    FAULT_OR_PASS("fchown")
+    int (*next)(int, uid_t, gid_t) = (int (*)(int, uid_t, gid_t))Next("fchown");
+    return next(file, owner, group);
+}
+
+int access(const char* path, int how) {
+    if (strncmp(path, "/proc/", 6) == 0) {
+        FAULT_OR_PASS("proc")
+    }
+    int (*next)(const char*, int) = (int (*)(const char*, int))Next("access");
+    return next(path, how);
+}
+
+static int Look(const char* name, const char* path, struct stat* status) {
+    static atomic_int count;
+    const int owner = Fault("owner", &count);
+    int (*next)(const char*, struct stat*) = (int (*)(const char*, struct stat*))Next(name);
+    const int result = next(path, status);
+    if (result == 0 && owner > 0) status->st_uid = (uid_t)owner;
+    return result;
+}
+int lstat(const char* path, struct stat* status) { return Look("lstat", path, status); }
+/* On a machine of 64 bits, both have the same layout. */
+int lstat64(const char* path, struct stat64* status) { return Look("lstat64", path, (struct stat*)status); }
 
 int ftruncate(int file, off_t size) {
     FAULT_OR_PASS("ftruncate")

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -137,16 +138,17 @@ TEST_F(NamedTest, SignalsLeaveNoTemporaryWhereFilesWantAName) {
     EXPECT_GT(ended, 0);
 }
 
-TEST_F(NamedTest, NamesThatAKilledRunLeftAreNotInTheWay) {
+TEST_F(NamedTest, NamesOfAnotherRunAreNotInTheWay) {
     const Folder folder;
     const std::string in = folder / "in.tif", out = folder / "out.tif";
     Shell("tiffcp -s -c none -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in));
-    const auto leave = [&] {  // with the process number of the command to come
-        for (int i = 0; i < 3; ++i) {
-            const std::string name = ".hueweave-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
-            close(open((folder / name).c_str(), O_CREAT | O_WRONLY, 0600));
-        }
-    };
+    const auto leave =
+        [&] {  // with the process number of the command to come, and with locks, as of a run that goes on
+            for (int i = 0; i < 3; ++i) {
+                const std::string name = ".hueweave-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
+                flock(open((folder / name).c_str(), O_CREAT | O_WRONLY, 0600), LOCK_EX);
+            }
+        };
     for (const char* fault : {"", "tmpfile:0:95"}) {
         const Outcome run = RunProgram(
             {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in, "-o", out, "--force", "-q"},

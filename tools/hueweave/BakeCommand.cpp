@@ -9,6 +9,7 @@
 #include "Commands.h"
 #include "OutputFile.h"
 #include "StandardStreams.h"
+#include "TemporaryFiles.h"
 
 namespace hueweave::tool {
 
@@ -24,6 +25,7 @@ Exit BakeCommand(const BakeArguments& arguments) {
     CheckTarget(arguments.output, existing);
     const BakedProfile baked = BakeProfile(profile);
     OutputFile output(arguments.output, existing);
+    SweptFolders().Sweep(output.folder());
     output.file().Write(0, baked.data);
     output.Finish();
     // Made before the file has its name: what may fail, fails before.

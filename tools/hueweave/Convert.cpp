@@ -148,10 +148,11 @@ Exit Convert(const ConvertArguments& arguments) {
     ProfileCache cache(arguments.rendering);
     const bool shared = arguments.shard.has_value();
     MadeFolders folders(shared);
+    SweptFolders swept;
     std::optional<ResumeRecord> record;  // gone before the folders are looked at
     if (!list.folder.empty() && (!arguments.dryRun || arguments.resume)) record.emplace(list.folder, shared);
     if (arguments.resume) record->Load();
-    Session session{arguments, list, report, cache, folders, record ? &*record : nullptr, std::move(profile)};
+    Session session{arguments, list, report, cache, folders, swept, record ? &*record : nullptr, std::move(profile)};
     report.Begin(list.items.size(), TotalSize(list));
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());
     const Exit result = Batch(session, arguments.jobs != 0 ? arguments.jobs : all).Run();

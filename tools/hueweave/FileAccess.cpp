@@ -44,6 +44,11 @@ std::string FolderOf(const std::string& path) {
 
 std::string ErrorText(int error) { return std::strerror(error); }
 
+FileState StateOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino, status.st_size,
+            status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec};
+}
+
 FileAccess& FileAccess::operator=(FileAccess&& other) noexcept {
     if (this != &other) {
         Close();

@@ -21,6 +21,14 @@ struct Extent {
     std::uint64_t End() const { return offset + size; }
 };
 
+/// What tells a file from another one that takes its name, and from itself after somebody wrote to it.
+struct FileState {
+    std::uint64_t device = 0, inode = 0;
+    long long size = 0, modified = 0;  ///< bytes; nanoseconds since 1970
+    bool operator==(const FileState&) const = default;
+};
+FileState StateOf(const struct stat& status);
+
 /// An open file that is read and written by position, so that threads can share it. Owns the descriptor.
 class FileAccess {
 public:
@@ -42,6 +50,7 @@ public:
     int descriptor() const { return descriptor_; }
     const std::string& name() const { return name_; }
     struct stat Status() const;
+    FileState State() const { return StateOf(Status()); }
     std::uint64_t Size() const { return static_cast<std::uint64_t>(Status().st_size); }
 
     /// Reads exactly `size` bytes; a shorter file or an error is refused as an input.

@@ -56,6 +56,7 @@ void FileJob::TellNotes() {
 void FileJob::Open() {
     name_ = item_.source == "-" ? "standard input" : item_.source;
     source_ = item_.source == "-" ? SpoolStandardInput() : FileAccess::OpenInput(item_.source);
+    opened_ = source_.State();
 }
 
 void FileJob::CheckOutput() {
@@ -250,8 +251,29 @@ std::string FileJob::Fingerprint() {
     return hash.Hex();
 }
 
+std::unique_ptr<OutputFile> FileJob::MakeOutput() {
+    if (!session_.list.folder.empty()) session_.folders.Make(FolderOf(item_.output));
+    if (session_.record != nullptr) session_.record->Begin();
+    struct stat old {};
+    if (Existing() == OutputFile::Existing::Replace && ::stat(item_.output.c_str(), &old) == 0 && old.st_nlink > 1) {
+        Note("has further names (hard links), which keep what it was");
+    }
+    const std::optional<FileState> wanted = arguments_.inPlace ? std::optional(opened_) : std::nullopt;
+    auto output = std::make_unique<OutputFile>(item_.output, Existing(), wanted);
+    if (const std::size_t stale = session_.swept.Sweep(output->folder())) {
+        notes_.push_back(fmt::format("{}: {} temporary {} of a killed run removed", output->folder(), stale,
+                                     stale == 1 ? "file" : "files"));
+    }
+    return output;
+}
+
+/// What was converted must be one state of the source.
+void FileJob::CheckSource() const {
+    if (source_.State() == opened_) return;
+    throw Refusal(Exit::Input, name_, "changed while it was read", "convert it again when nobody writes to it");
+}
+
 void FileJob::Write() {
-    const struct stat before = source_.Status();
     WriteSettings settings;
     settings.threads = threads_;
     settings.memory = arguments_.maxMemory > 2 * kOwnMemory ? arguments_.maxMemory - kOwnMemory : kOwnMemory / 3;
@@ -267,25 +289,14 @@ void FileJob::Write() {
     if (item_.output == "-") {
         spool = FileAccess::Scratch(TemporaryFolder(), "standard output");
     } else {
-        if (!session_.list.folder.empty()) session_.folders.Make(FolderOf(item_.output));
-        if (session_.record != nullptr) session_.record->Begin();
-        struct stat old {};
-        if (Existing() == OutputFile::Existing::Replace && ::stat(item_.output.c_str(), &old) == 0 &&
-            old.st_nlink > 1) {
-            Note("has further names (hard links), which keep what it was");
-        }
-        output = std::make_unique<OutputFile>(item_.output, Existing());
+        output = MakeOutput();
     }
     const FileAccess& target = output ? output->file() : spool;
     RewriteTiff(*structure_, pages_, jobs_, target, settings, measured_);
-    const struct stat after = source_.Status();
-    if (after.st_size != before.st_size || after.st_mtim.tv_sec != before.st_mtim.tv_sec ||
-        after.st_mtim.tv_nsec != before.st_mtim.tv_nsec) {
-        throw Refusal(Exit::Input, name_, "changed while it was read", "convert it again when nobody writes to it");
-    }
+    if (output) output->Finish();
+    CheckSource();
     ThrowIfInterrupted();
     if (output) {
-        output->Finish();
         Record(output->file());
         output->Commit();
         if (session_.record != nullptr) session_.record->NoteNamed();

@@ -16,6 +16,7 @@
 #include "ProfileCache.h"
 #include "Report.h"
 #include "Resume.h"
+#include "TemporaryFiles.h"
 #include "TiffRewriter.h"
 
 namespace hueweave::tool {
@@ -27,6 +28,7 @@ struct Session {
     Report& report;
     ProfileCache& cache;
     MadeFolders& folders;
+    SweptFolders& swept;
     ResumeRecord* record;                  ///< null where none is kept
     std::optional<DeviceProfile> profile;  ///< the one that --profile names
 };
@@ -55,6 +57,8 @@ private:
     bool IsNew(const TiffDirectory& directory, std::uint16_t tag);
     void NoteLosses(std::size_t page);
     void Write();
+    std::unique_ptr<OutputFile> MakeOutput();
+    void CheckSource() const;
     void WriteJson(Outcome outcome, double seconds);
     std::string Fingerprint();
     void Note(const std::string& text);
@@ -67,6 +71,7 @@ private:
     unsigned threads_;
     std::string name_;  ///< of the source, for messages
     FileAccess source_;
+    FileState opened_;  ///< the source when it was opened
     std::unique_ptr<TiffStructure> structure_;
     std::vector<TiffPage> pages_;
     std::unique_ptr<PageProfiles> profiles_;

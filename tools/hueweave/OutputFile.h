@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "FileAccess.h"
@@ -14,27 +15,39 @@ class OutputFile {
 public:
     enum class Existing { Keep, Replace };
 
-    /// Refuses a target that is there already, unless it may be replaced; then its mode is kept.
-    OutputFile(std::string path, Existing existing);
+    /// Refuses a target that is there already, unless it may be replaced; then its owner and mode are kept, or it is
+    /// refused. `wanted` is what has to stand there, the source of a conversion in place.
+    OutputFile(std::string path, Existing existing, const std::optional<FileState>& wanted = {});
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
     const FileAccess& file() const { return file_; }
+    const std::string& folder() const { return folder_; }
     /// Writes through to the disk.
     void Finish();
-    /// Gives the file its name, after `Finish`.
+    /// Gives the file its name, after `Finish`. Refuses if what stands there is not what stood there at first: it may
+    /// have come meanwhile, and would be lost.
     void Commit();
 
 private:
     [[noreturn]] void RefuseExisting() const;
+    [[noreturn]] void RefuseChanged() const;
+    void Look(const std::optional<FileState>& wanted, struct stat& old);
     void OpenUnnamed();
+    int OpenNamed(mode_t mode);
+    void KeepOwner(const struct stat& old);
+    int Link(const std::string& name) const;
+    void NameNew();
+    void Replace();
+    void SyncFolder();
 
     std::string path_;
     std::string folder_;
     Existing existing_;
     FileAccess file_;
-    std::string temporary_;  ///< name of the file meanwhile, on file systems that want one
+    std::optional<FileState> replaced_;  ///< what stands there and will be replaced
+    std::string temporary_;              ///< name of the file meanwhile, where it has one
 };
 
 /// What stands under a path that an output is meant for: refuses it if it may not be written there.

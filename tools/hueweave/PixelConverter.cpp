@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "OutputProfile.h"
 #include "Refusal.h"
+#include "StandardStreams.h"
 
 namespace hueweave::tool {
 namespace {
@@ -44,15 +46,46 @@ void SetSample(unsigned char* at, unsigned bits, unsigned value) {
                   "lower -j, or raise the limit of open files");
 }
 
+/// The engine reads files by their paths: the profile gets one in memory. Without /proc, as in some containers, that
+/// file has no path, and one among the temporary files does instead.
+class ProfileFile {
+public:
+    ProfileFile() : file_(::memfd_create("profile", MFD_CLOEXEC), "profile") {
+        if (file_.descriptor() < 0) RefuseMemory();
+        path_ = "/proc/self/fd/" + std::to_string(file_.descriptor());
+        if (::access(path_.c_str(), F_OK) != 0) MakeNamed();
+    }
+    ~ProfileFile() {
+        if (named_) ::unlink(path_.c_str());
+    }
+    ProfileFile(const ProfileFile&) = delete;
+    ProfileFile& operator=(const ProfileFile&) = delete;
+    void Write(const Bytes& profile) const { file_.Write(0, profile); }
+    const std::string& path() const { return path_; }
+
+private:
+    void MakeNamed() {
+        path_ = TemporaryFolder() + "/.hueweave-XXXXXX";
+        file_ = FileAccess(::mkostemp(path_.data(), O_CLOEXEC), "profile");
+        if (file_.descriptor() < 0) {
+            throw Refusal(Exit::Profile, "", "no temporary file can be made for the profile (" + ErrorText(errno) + ")",
+                          "name a folder in TMPDIR that can be written, or mount /proc");
+        }
+        named_ = true;
+    }
+
+    FileAccess file_;
+    std::string path_;
+    bool named_ = false;
+};
+
 }  // namespace
 
 std::unique_ptr<CIccEngineS> BindEngine(const Bytes& profile, const Rendering& rendering, bool wide,
                                         ColorSpaceSignature output) {
-    // The engine reads files by their paths: the profile gets one in memory.
-    FileAccess memory(::memfd_create("profile", MFD_CLOEXEC), "profile");
-    if (memory.descriptor() < 0) RefuseMemory();
-    memory.Write(0, profile);
-    const std::string path = "/proc/self/fd/" + std::to_string(memory.descriptor());
+    const ProfileFile file;
+    file.Write(profile);
+    const std::string& path = file.path();
     auto engine = std::make_unique<CIccEngineS>();
     // Given here, the offsets count with their fractions too.
     engine->SetProfile(path.c_str(), rendering.intent, wide ? CsRGB_16 : CsRGB_8, output, rendering.lightness,
