@@ -10,6 +10,7 @@
 
 #include "Command.h"
 #include "InputList.h"
+#include "JsonNames.h"
 #include "OutputProfile.h"
 #include "Refusal.h"
 #include "Report.h"
@@ -79,6 +80,9 @@ TEST(ProgressLineTest, FitsTheTerminal) {
         EXPECT_LE(ProgressLine("a/very/long/path/to/scan.tif", 1, 9, 0.5, 0.5, 9, columns).size(), columns);
     }
     EXPECT_EQ(ProgressLine("a/very/long/path/to/scan.tif", 1, 1, 0.5, 0.5, -1, 20), "...to/scan.tif  50%");
+    // A name is not cut within a letter.
+    EXPECT_EQ(ProgressLine("\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9", 1, 1, 0.5, 0.5, -1, 15),
+              "...\u00e9\u00e9\u00e9  50%");
     EXPECT_EQ(Duration(59.4), "0:59");
     EXPECT_EQ(Duration(3725), "1:02:05");
 }
@@ -86,6 +90,35 @@ TEST(ProgressLineTest, FitsTheTerminal) {
 TEST(OneLineTest, ControlCharactersDoNotReachTheTerminal) {
     EXPECT_EQ(OneLine("a\nb\033[31mc\x7f"), "a?b?[31mc?");
     EXPECT_EQ(OneLine("ökonomisch"), "ökonomisch");
+    // The second half of the control characters, in UTF-8 and as bytes of themselves or within what is no UTF-8.
+    EXPECT_EQ(OneLine("a\xc2\x9b"
+                      "31m\xc2\x80\xc2\x85\xc2\x9f"),
+              "a?31m???");
+    EXPECT_EQ(OneLine("\x9b"
+                      "31m \x80\x9f \xe9\x9b \xc0\x9b \xe0\x82\x9b \xf0\x80\x82\x9b"),
+              "?31m ?? \xe9? \xc0? \xe0?? \xf0???");
+    EXPECT_EQ(OneLine("\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7"), "\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7");
+    EXPECT_EQ(OneLine("caf\xe9"), "caf\xe9");
+    EXPECT_EQ(OneLine("\xe2\x80"), "\xe2?");
+}
+
+TEST(OneLineTest, MarksOfDirectionAndSeparatorsDoNotReachTheTerminal) {
+    for (const char* mark : {"\u061c", "\u200e", "\u200f", "\u2028", "\u2029", "\u202a", "\u202b", "\u202c", "\u202d",
+                             "\u202e", "\u2066", "\u2067", "\u2068", "\u2069"}) {
+        EXPECT_EQ(OneLine(std::string("a") + mark + "fit.b"), "a?fit.b") << mark;
+    }
+    for (const char* letter :
+         {"\u061b", "\u061d", "\u200d", "\u2010", "\u2027", "\u202f", "\u2065", "\u206a", "\u00a0"}) {
+        EXPECT_EQ(OneLine(letter), letter);
+    }
+}
+
+TEST(JsonLineTest, ControlCharactersAreEscapedAndTheNameIsTheSame) {
+    nlohmann::ordered_json json;
+    const std::string name = "a\u009b31m\u202e\x7f\n\u00e9";
+    PutName(json, "output", name);
+    EXPECT_EQ(JsonLine(json), "{\"output\":\"a\\u009b31m\\u202e\\u007f\\n\u00e9\"}");
+    EXPECT_EQ(TakeName(nlohmann::json::parse(JsonLine(json)), "output"), name);
 }
 
 TEST(WorkUnitsTest, PartsComeInOrderWhateverTheThreads) {

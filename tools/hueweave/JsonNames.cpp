@@ -2,7 +2,11 @@
 // Copyright (c) The Hueweave authors
 #include "JsonNames.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
+
+#include "Refusal.h"
 
 namespace hueweave::tool {
 namespace {
@@ -46,7 +50,9 @@ std::string TakeName(const nlohmann::json& json, const std::string& key) {
 }
 
 std::string JsonLine(const nlohmann::ordered_json& json) {
-    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    const std::string line = json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    // They stand in strings alone, and an escape is the same text there.
+    return ReplaceControls(line, [](unsigned code) { return fmt::format("\\u{:04x}", code); });
 }
 
 }  // namespace hueweave::tool

@@ -12,7 +12,8 @@ namespace hueweave::tool {
 void PutName(nlohmann::ordered_json& json, const std::string& key, const std::string& name);
 /// The name that was put in, byte for byte. Throws an exception of the JSON library if there is none.
 std::string TakeName(const nlohmann::json& json, const std::string& key);
-/// On one line; bytes that are no UTF-8 become U+FFFD.
+/// On one line, which may be shown on a terminal: control characters are escaped as \uXXXX, bytes that are no UTF-8
+/// become U+FFFD.
 std::string JsonLine(const nlohmann::ordered_json& json);
 
 }  // namespace hueweave::tool

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,7 +13,10 @@ namespace hueweave::tool {
 /// Exit statuses, as `hueweave --help` tells them.
 enum class Exit { Done = 0, SomeFailed = 1, Usage = 2, Profile = 3, Input = 4, Output = 5 };
 
-/// `text` on one line: control characters become '?'.
+/// `text` with those characters replaced that would do something to a terminal, or make a line look like another one:
+/// control characters, line separators, and marks that turn the direction of writing. `by` gives what stands for one.
+std::string ReplaceControls(std::string_view text, const std::function<std::string(unsigned code)>& by);
+/// `text` on one line: such characters become '?'.
 std::string OneLine(std::string_view text);
 
 /// Why a command does not do what it was asked for: the file, the reason and a remedy, on one line.

@@ -51,7 +51,11 @@ std::string ProgressLine(const std::string& name, std::size_t file, std::size_t 
     const std::size_t rest = head.size() + tail.size() + 1;
     std::string shown = OneLine(name);
     const std::size_t room = columns > rest ? columns - rest : 0;
-    if (shown.size() > room) shown = room > 3 ? "..." + shown.substr(shown.size() - (room - 3)) : "";
+    if (shown.size() > room) {
+        std::size_t from = room > 3 ? shown.size() - (room - 3) : shown.size();
+        while (from < shown.size() && (static_cast<unsigned char>(shown[from]) & 0xc0U) == 0x80) ++from;
+        shown = room > 3 ? "..." + shown.substr(from) : "";  // no half character at the cut
+    }
     return (head + shown + tail).substr(0, columns);
 }
 

@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Compare.h"
 #include "ImageColours.h"
+#include "JsonNames.h"
 #include "ProfileSource.h"
 
 namespace hueweave::tool {
@@ -49,7 +50,7 @@ void PrintJson(const VerifyArguments& arguments, const DeviceProfile& profile, c
     for (const auto& w : c.worst) {
         json["worst"].push_back({{"device", w.device}, {"lab", w.lab}, {"difference", w.difference}});
     }
-    fmt::print("{}\n", json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    fmt::print("{}\n", JsonLine(json));
 }
 
 }  // namespace
