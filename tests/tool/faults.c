@@ -4,10 +4,11 @@
  * Preloaded into the command under test: makes calls of the system fail. HUEWEAVE_FAULT holds one fault or more,
  * separated by commas, each as "call:n:errno": the n-th call from 1 on, or every one for n = 0. For an errno of 0 the
  * call does half of what it was asked for; linkat and fsync do all of it, and the command is killed. For an errno of -1
- * the call passes after the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO. The calls are pread,
- * pwrite, fsync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile, which is open with
- * O_TMPFILE, proc, which is access below /proc, and owner, where lstat tells of the errno as the owner. The file that
- * HUEWEAVE_FAULT_SEEN names is made when a fault with a number has struck.
+ * the call passes after the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO, of -2 after 50
+ * milliseconds; for -3, -4 and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. The calls are
+ * pread, pwrite, fsync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile, which is
+ * open with O_TMPFILE, proc, which is access below /proc, and owner, where lstat tells of the errno as the owner. The
+ * file that HUEWEAVE_FAULT_SEEN names is made when a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -24,7 +25,16 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-/* The call at hand: -1 to let it pass, else the errno. */
+static void* Next(const char* name) { return dlsym(RTLD_NEXT, name); }
+
+/* By the functions that the C++ library's own containers throw with. */
+static void Throw(int which) {
+    if (which == -3) ((void (*)(const char*))Next("_ZSt20__throw_length_errorPKc"))("vector::_M_default_append");
+    if (which == -4) ((void (*)(void))Next("_ZSt17__throw_bad_allocv"))();
+    ((void (*)(const char*))Next("_ZSt21__throw_runtime_errorPKc"))("odd");
+}
+
+/* The call at hand: below 0 to let it pass, else the errno. */
 static int Fault(const char* call, atomic_int* count) {
     const int now = atomic_fetch_add(count, 1) + 1;
     const char* at = getenv("HUEWEAVE_FAULT");
@@ -34,7 +44,9 @@ static int Fault(const char* call, atomic_int* count) {
         if (sscanf(at, "%31[^:]:%d:%d", name, &n, &error) == 3 && strcmp(name, call) == 0 && (n == 0 || n == now)) {
             const char* seen = getenv("HUEWEAVE_FAULT_SEEN");
             if (n != 0 && seen != NULL && *seen != 0) fclose(fopen(seen, "w"));
-            if (error < 0) rename(getenv("HUEWEAVE_FAULT_FROM"), getenv("HUEWEAVE_FAULT_TO"));
+            if (error == -1) rename(getenv("HUEWEAVE_FAULT_FROM"), getenv("HUEWEAVE_FAULT_TO"));
+            if (error == -2) usleep(50000);
+            if (error < -2) Throw(error);
             return error;
         }
         at = strchr(at, ',');
@@ -42,8 +54,6 @@ static int Fault(const char* call, atomic_int* count) {
     }
     return -1;
 }
-
-static void* Next(const char* name) { return dlsym(RTLD_NEXT, name); }
 
 #define FAULT_OR_PASS(call)                \
     static atomic_int count;               \

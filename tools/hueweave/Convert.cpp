@@ -7,7 +7,10 @@
 #include <chrono>
 #include <exception>
 #include <mutex>
+#include <new>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "Commands.h"
 #include "FileJob.h"
@@ -18,6 +21,26 @@
 
 namespace hueweave::tool {
 namespace {
+
+/// Why a file was not converted, for its user, and the status that says so.
+std::pair<Exit, std::string> Explain(const std::string& name, const std::exception_ptr& cause) {
+    try {
+        std::rethrow_exception(cause);
+    } catch (const Refusal& refusal) {
+        return {refusal.status(), refusal.what()};
+    } catch (const std::bad_alloc&) {
+        return {Exit::Input, name + ": needs more memory than there is; lower -j"};
+    } catch (const std::length_error&) {
+        return {Exit::Input, name + ": tells of sizes that no memory can hold; get a whole copy of the file"};
+    } catch (const std::exception& error) {
+        return {Exit::Input, name + ": cannot be converted, for a reason that was not foreseen (" + error.what() +
+                                 "); please report it, with the file"};
+    } catch (...) {
+        return {Exit::Input, name +
+                                 ": cannot be converted, for a reason that was not foreseen; please report it, "
+                                 "with the file"};
+    }
+}
 
 /// Hands out files, and threads among them: files side by side as long as there are enough, and what is left over
 /// goes to the blocks of each.
@@ -69,41 +92,42 @@ private:
         }
     }
 
+    /// Whatever happens to a file, the others are converted.
     void RunFile(const Item& item, unsigned threads) {
         const std::string name = item.source == "-" ? "standard input" : item.source;
-        Exit failure = Exit::Done;
-        std::string line;
         try {
             const Outcome outcome = FileJob(session_, item, threads).Run();
             session_.report.EndFile(name);
             const std::lock_guard lock(mutex_);
             ++counts_[static_cast<std::size_t>(outcome)];
-            return;
         } catch (const Interrupted&) {
             const std::lock_guard lock(mutex_);
             interrupted_ = true;
-            return;
-        } catch (const Refusal& refusal) {
-            failure = refusal.status();
-            line = refusal.what();
-        } catch (const std::bad_alloc&) {
-            failure = Exit::Input;
-            line = name + ": needs more memory than there is; lower -j";
-        } catch (const std::exception& error) {
-            // Whatever a file leads to ends with that file.
-            failure = Exit::Input;
-            line = OneLine(name + ": cannot be converted (" + error.what() + ")") + "; get a whole copy of the file";
+        } catch (...) {
+            Refuse(item, name, std::current_exception());
         }
-        session_.report.EndFile(name);
-        session_.report.Refused(line);
-        nlohmann::ordered_json json{{"status", "refused"}};
-        PutName(json, "source", item.source);
-        PutName(json, "output", item.output);
-        json["reason"] = line;
-        session_.report.Json(JsonLine(json));
-        const std::lock_guard lock(mutex_);
-        ++failed_;
-        lastFailure_ = failure;
+    }
+
+    void Refuse(const Item& item, const std::string& name, const std::exception_ptr& cause) {
+        {
+            const std::lock_guard lock(mutex_);
+            ++failed_;
+            lastFailure_ = Exit::Input;
+        }
+        try {
+            const auto [status, line] = Explain(name, cause);
+            session_.report.EndFile(name);
+            session_.report.Refused(line);
+            nlohmann::ordered_json json{{"status", "refused"}};
+            PutName(json, "source", item.source);
+            PutName(json, "output", item.output);
+            json["reason"] = line;
+            session_.report.Json(JsonLine(json));
+            const std::lock_guard lock(mutex_);
+            lastFailure_ = status;
+        } catch (const std::bad_alloc&) {
+            session_.report.LoseJson();  // counted above; there is no memory to say more
+        }
     }
 
     void Summarise() {

@@ -116,6 +116,7 @@ struct stat FileAccess::Status() const {
 void FileAccess::Read(std::uint64_t offset, void* data, std::size_t size) const {
     auto* to = static_cast<unsigned char*>(data);
     while (size > 0) {
+        ThrowIfInterrupted();  // whatever a file makes us read: there may be much of it, or a slow network
         const ssize_t got = ::pread(descriptor_, to, size, static_cast<off_t>(offset));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) RefuseRead(name_, ErrorText(errno));
@@ -138,6 +139,7 @@ Bytes FileAccess::Read(Extent extent) const {
 void FileAccess::Write(std::uint64_t offset, const void* data, std::size_t size) const {
     const auto* from = static_cast<const unsigned char*>(data);
     while (size > 0) {
+        ThrowIfInterrupted();
         const ssize_t put = ::pwrite(descriptor_, from, size, static_cast<off_t>(offset));
         if (put < 0 && errno == EINTR) continue;
         if (put < 0) RefuseWrite(name_, errno);

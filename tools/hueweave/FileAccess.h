@@ -53,7 +53,8 @@ public:
     FileState State() const { return StateOf(Status()); }
     std::uint64_t Size() const { return static_cast<std::uint64_t>(Status().st_size); }
 
-    /// Reads exactly `size` bytes; a shorter file or an error is refused as an input.
+    /// Reads exactly `size` bytes; a shorter file or an error is refused as an input. A signal ends it by
+    /// `Interrupted`, and writing as well.
     void Read(std::uint64_t offset, void* data, std::size_t size) const;
     Bytes Read(Extent extent) const;
     /// Writes all of it; an error (a full disk) is refused as an output.

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <new>
 #include <string_view>
 
 #include "JsonNames.h"
@@ -365,10 +366,14 @@ Outcome FileJob::Run() {
         return Outcome::Planned;
     }
     Write();
-    TellNotes();
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    if (item_.output != "-") session_.report.Line(fmt::format("{} -> {}", name_, to));
-    WriteJson(Outcome::Converted, seconds);
+    try {
+        TellNotes();
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        if (item_.output != "-") session_.report.Line(fmt::format("{} -> {}", name_, to));
+        WriteJson(Outcome::Converted, seconds);
+    } catch (const std::bad_alloc&) {
+        session_.report.LoseJson();  // the file stands there; without memory to say so, it is converted all the same
+    }
     return Outcome::Converted;
 }
 

@@ -164,6 +164,11 @@ void Report::Json(const std::string& line) {
     if (!WriteText(STDOUT_FILENO, line + "\n") && error_ == 0) error_ = errno;
 }
 
+void Report::LoseJson() {
+    const std::lock_guard lock(mutex_);
+    if (json_ && error_ == 0) error_ = ENOMEM;
+}
+
 int Report::Close() {
     const std::lock_guard lock(mutex_);
     Clear();

@@ -31,6 +31,8 @@ public:
     void TellNotesOfMany();
     void Refused(const std::string& text);  ///< always
     void Json(const std::string& line);
+    /// Says that a line of JSON could not even be made.
+    void LoseJson();
     /// The error number of the first line of JSON that could not be written, 0 for none.
     int Close();
 

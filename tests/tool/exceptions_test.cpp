@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// What happens to one file of many stays with that file; and signals are heeded however slow a file is.
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <csignal>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "Batch.h"
+
+namespace hueweave::test {
+namespace {
+
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+class ExceptionsTest : public BatchTest {
+protected:
+    Outcome Run(std::vector<std::string> more, const std::string& faults,
+                const std::function<void(pid_t)>& meanwhile = {}) const {
+        std::vector<std::string> words{HUEWEAVE_COMMAND, "convert", "-j", "1", "--profile", Input("scanner.icc")};
+        words.insert(words.end(), more.begin(), more.end());
+        return RunProgram({words, "", Faults(faults), {}, meanwhile});
+    }
+};
+
+TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"-3", ": tells of sizes that no memory can hold; get a whole copy of the file"},
+        {"-4", ": needs more memory than there is; lower -j"},
+        {"-5", ": cannot be converted, for a reason that was not foreseen (odd); please report it, with the file"}};
+    for (const auto& [what, reason] : rows) {
+        // The profile is read at once, so that the fourth read is of the first file.
+        Outcome run = Run({scans_, "-o", out_, "--json"}, "pread:4:" + what);
+        EXPECT_EQ(run.status, 1) << run.err << run.signal;
+        EXPECT_EQ(Outputs(), (std::set<std::string>{"b.TIFF", "deep/a.tif"}));
+        EXPECT_THAT(run.err, HasSubstr("hueweave: " + scans_ + "/a.tif" + reason + "\n"));
+        EXPECT_THAT(run.err, HasSubstr("2 converted, 1 refused"));
+        const auto told = nlohmann::json::parse(Lines(run.out).at(0));
+        EXPECT_EQ(told["status"], "refused");
+        EXPECT_EQ(told["reason"], scans_ + "/a.tif" + reason);
+        fs::remove_all(out_);
+        run = Run({scans_ + "/a.tif", "-o", out_}, "pread:4:" + what);
+        EXPECT_EQ(run.status, 4);
+        EXPECT_EQ(run.err, "hueweave: " + scans_ + "/a.tif" + reason + "\n");
+        EXPECT_FALSE(Exists(out_));
+    }
+}
+
+TEST_F(ExceptionsTest, ASignalEndsTheReadingOfASlowFile) {
+    // Each page costs two reads or more, each of 50 ms as on a network: 15 seconds until the structure is known.
+    const std::string one = Quoted(scans_ + "/deep/a.tif"), pages = folder_ / "pages.tif";
+    std::string all;
+    for (int i = 0; i < 150; ++i) all += " " + one;
+    Shell("tiffcp" + all + " " + Quoted(pages));
+    const Outcome run = Run({pages, "-o", out_}, "pread:0:-2,pread64:0:-2", [](pid_t child) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        Terminate(child);
+    });
+    EXPECT_EQ(run.signal, SIGTERM);
+    EXPECT_FALSE(Exists(out_));
+}
+
+}  // namespace
+}  // namespace hueweave::test
