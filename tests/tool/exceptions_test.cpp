@@ -30,7 +30,7 @@ TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
     const std::pair<std::string, std::string> rows[] = {
         {"-3", ": tells of sizes that no memory can hold; get a whole copy of the file"},
         {"-4", ": needs more memory than there is; lower -j"},
-        {"-5", ": cannot be converted, for a reason that was not foreseen (odd); please report it, with the file"}};
+        {"-5", ": cannot be worked on, for a reason that was not foreseen (odd); please report it, with the file"}};
     for (const auto& [what, reason] : rows) {
         // The profile is read at once, so that the fourth read is of the first file.
         Outcome run = Run({scans_, "-o", out_, "--json"}, "pread:4:" + what);
@@ -47,6 +47,26 @@ TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
         EXPECT_EQ(run.err, "hueweave: " + scans_ + "/a.tif" + reason + "\n");
         EXPECT_FALSE(Exists(out_));
     }
+}
+
+TEST_F(ExceptionsTest, InspectGoesOnWithTheNextFile) {
+    // The third read is of the structure of the first file.
+    for (const std::string what : {"-3", "-4", "-5"}) {
+        const Outcome run = RunProgram({{HUEWEAVE_COMMAND, "inspect", scans_ + "/a.tif", scans_ + "/b.TIFF"},
+                                        "",
+                                        Faults("pread:3:" + what),
+                                        {},
+                                        {}});
+        EXPECT_EQ(run.status, 1) << run.err;
+        EXPECT_THAT(run.err, testing::StartsWith("hueweave: " + scans_ + "/a.tif: "));
+        EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
+        EXPECT_THAT(run.out, HasSubstr("file: " + scans_ + "/b.TIFF\n"));
+    }
+    // A message that cannot be written is no reason to leave out the next file either.
+    const std::string words = "inspect " + Quoted(scans_ + "/notes.txt") + " " + Quoted(scans_ + "/b.TIFF");
+    const Outcome run = RunProgram({{"sh", "-c", HUEWEAVE_COMMAND " " + words + " 2>/dev/full"}, "", {}, {}, {}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, HasSubstr("file: " + scans_ + "/b.TIFF\n"));
 }
 
 TEST_F(ExceptionsTest, ASignalEndsTheReadingOfASlowFile) {

@@ -8,7 +8,6 @@
 #include <exception>
 #include <mutex>
 #include <new>
-#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -21,26 +20,6 @@
 
 namespace hueweave::tool {
 namespace {
-
-/// Why a file was not converted, for its user, and the status that says so.
-std::pair<Exit, std::string> Explain(const std::string& name, const std::exception_ptr& cause) {
-    try {
-        std::rethrow_exception(cause);
-    } catch (const Refusal& refusal) {
-        return {refusal.status(), refusal.what()};
-    } catch (const std::bad_alloc&) {
-        return {Exit::Input, name + ": needs more memory than there is; lower -j"};
-    } catch (const std::length_error&) {
-        return {Exit::Input, name + ": tells of sizes that no memory can hold; get a whole copy of the file"};
-    } catch (const std::exception& error) {
-        return {Exit::Input, name + ": cannot be converted, for a reason that was not foreseen (" + error.what() +
-                                 "); please report it, with the file"};
-    } catch (...) {
-        return {Exit::Input, name +
-                                 ": cannot be converted, for a reason that was not foreseen; please report it, "
-                                 "with the file"};
-    }
-}
 
 /// Hands out files, and threads among them: files side by side as long as there are enough, and what is left over
 /// goes to the blocks of each.
@@ -97,7 +76,6 @@ private:
         const std::string name = item.source == "-" ? "standard input" : item.source;
         try {
             const Outcome outcome = FileJob(session_, item, threads).Run();
-            session_.report.EndFile(name);
             const std::lock_guard lock(mutex_);
             ++counts_[static_cast<std::size_t>(outcome)];
         } catch (const Interrupted&) {
@@ -106,6 +84,7 @@ private:
         } catch (...) {
             Refuse(item, name, std::current_exception());
         }
+        session_.report.EndFile(name);
     }
 
     void Refuse(const Item& item, const std::string& name, const std::exception_ptr& cause) {
@@ -116,7 +95,6 @@ private:
         }
         try {
             const auto [status, line] = Explain(name, cause);
-            session_.report.EndFile(name);
             session_.report.Refused(line);
             nlohmann::ordered_json json{{"status", "refused"}};
             PutName(json, "source", item.source);

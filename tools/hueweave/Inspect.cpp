@@ -4,12 +4,15 @@
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
+#include <system_error>
 
 #include "Commands.h"
+#include "JsonNames.h"
 #include "PageProfiles.h"
 #include "ProfileSource.h"
 #include "Sha256.h"
 #include "Signals.h"
+#include "StandardStreams.h"
 #include "TagTable.h"
 #include "TiffPage.h"
 
@@ -226,18 +229,19 @@ Exit Inspect(const InspectArguments& arguments) {
             Json json{{"file", path}};
             json.update(Describe(path));
             if (arguments.json) {
-                fmt::print("{}\n", json.dump(-1, ' ', false, Json::error_handler_t::replace));
+                fmt::print("{}\n", JsonLine(json));
             } else {
                 Print(json, 0);
                 if (arguments.files.size() > 1) fmt::print("\n");
             }
-        } catch (const Refusal& refusal) {
-            fmt::print(stderr, "hueweave: {}\n", refusal.what());
-            result = arguments.files.size() == 1 ? refusal.status() : Exit::SomeFailed;
-        } catch (const std::exception& error) {
-            fmt::print(stderr, "hueweave: {}\n",
-                       OneLine(fmt::format("{}: cannot be looked into ({})", path, error.what())));
-            result = arguments.files.size() == 1 ? Exit::Input : Exit::SomeFailed;
+        } catch (const Interrupted&) {
+            throw;
+        } catch (const std::system_error&) {
+            throw;  // of standard output, which no further file can be written to either
+        } catch (...) {
+            const auto [status, line] = Explain(path, std::current_exception());
+            PrintError("hueweave: " + OneLine(line));
+            result = arguments.files.size() == 1 ? status : Exit::SomeFailed;
         }
     }
     return result;

@@ -2,6 +2,9 @@
 // Copyright (c) The Hueweave authors
 #include "Refusal.h"
 
+#include <new>
+#include <stdexcept>
+
 namespace hueweave::tool {
 
 namespace {
@@ -58,6 +61,25 @@ std::string ReplaceControls(std::string_view text, const std::function<std::stri
 
 std::string OneLine(std::string_view text) {
     return ReplaceControls(text, [](unsigned) { return "?"; });
+}
+
+std::pair<Exit, std::string> Explain(const std::string& name, const std::exception_ptr& cause) {
+    try {
+        std::rethrow_exception(cause);
+    } catch (const Refusal& refusal) {
+        return {refusal.status(), refusal.what()};
+    } catch (const std::bad_alloc&) {
+        return {Exit::Input, name + ": needs more memory than there is; lower -j"};
+    } catch (const std::length_error&) {
+        return {Exit::Input, name + ": tells of sizes that no memory can hold; get a whole copy of the file"};
+    } catch (const std::exception& error) {
+        return {Exit::Input, name + ": cannot be worked on, for a reason that was not foreseen (" + error.what() +
+                                 "); please report it, with the file"};
+    } catch (...) {
+        return {Exit::Input, name +
+                                 ": cannot be worked on, for a reason that was not foreseen; please report it, "
+                                 "with the file"};
+    }
 }
 
 }  // namespace hueweave::tool

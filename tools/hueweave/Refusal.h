@@ -45,6 +45,10 @@ public:
     using Refusal::Refusal;
 };
 
+/// Why the work on a file failed, for its user, and the status that says so: of a refusal what it says, of any other
+/// exception what it means.
+std::pair<Exit, std::string> Explain(const std::string& name, const std::exception_ptr& cause);
+
 /// Thrown in all threads of a command after SIGINT or SIGTERM; nothing is reported for the file at hand.
 struct Interrupted {};
 
