@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 
 #include "Refusal.h"
@@ -91,9 +92,12 @@ void Report::Progress(const std::string& name, double share) {
 
 void Report::EndFile(const std::string& name) {
     const std::lock_guard lock(mutex_);
-    endedBytes_ += current_[name].bytes;
+    const auto file = current_.find(name);
+    if (file != current_.end()) {
+        endedBytes_ += file->second.bytes;
+        current_.erase(file);
+    }
     ++ended_;
-    current_.erase(name);
     Draw(true);
 }
 
@@ -105,6 +109,14 @@ void Report::Clear() {
 
 void Report::Draw(bool now) {
     if (!terminal_ || quiet_) return;
+    try {
+        DrawLine(now);
+    } catch (const std::bad_alloc&) {
+        return;  // one drawing less
+    }
+}
+
+void Report::DrawLine(bool now) {
     const auto time = std::chrono::steady_clock::now();
     if (!now && time - drawn_ < kInterval) return;
     drawn_ = time;

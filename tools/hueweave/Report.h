@@ -43,6 +43,7 @@ private:
     };
     void Clear();
     void Draw(bool now);
+    void DrawLine(bool now);
     void Print(const char* colour, const std::string& text);
 
     bool quiet_, json_, terminal_, colour_;
