@@ -223,7 +223,7 @@ TEST_F(LimitsTest, DataThatDecodeToMoreThanThePicture) {
     make(2 * 48 + (1 << 20) + 1);
     const Outcome run = Convert({"--profile", Input("scanner.icc")});
     EXPECT_EQ(run.status, 4);
-    EXPECT_THAT(run.err, HasSubstr("its Deflate data are far longer than its pixels"));
+    EXPECT_THAT(run.err, HasSubstr("its Deflate data go on far beyond the picture"));
 }
 
 /// A profile like another, with further bytes, and a mark in its date.

@@ -82,6 +82,10 @@ protected:
 
 TEST_F(TagsTest, ASoundFileIsConverted) { ExpectConverted(Small(), "as it is"); }
 
+TEST_F(TagsTest, ASubfileTypeOfFourBytesIsTaken) {
+    ExpectConverted(With(Small(), {254, 1, 4, 0}), "as the library writes it");
+}
+
 TEST_F(TagsTest, TwoOfATagAreRefused) {
     Entries entries = Small();
     entries.push_back(TiffMaker::Short(266, 1));
@@ -120,7 +124,7 @@ TEST_F(TagsTest, TypesThatTheyCannotHaveAreRefused) {
 }
 
 TEST_F(TagsTest, NumbersOfValuesThatTheyCannotHaveAreRefused) {
-    for (const unsigned tag : {254U, 256U, 257U, 262U, 266U, 274U, 277U, 278U, 284U, 317U, 32997U, 32998U}) {
+    for (const unsigned tag : {256U, 257U, 262U, 266U, 274U, 277U, 278U, 284U, 317U, 32997U, 32998U}) {
         for (const std::uint64_t count : {0U, 2U, 3U}) {
             ExpectRefusal(With(Small(), {tag, 3, count, 0, count == 3 ? Little({4, 4, 4}, 2) : ""}),
                           "has tag " + std::to_string(tag) + " with " + std::to_string(count) + " values");

@@ -93,9 +93,11 @@ private:
             ++failed_;
             lastFailure_ = Exit::Input;
         }
+        bool told = false;
         try {
             const auto [status, line] = Explain(name, cause);
             session_.report.Refused(line);
+            told = true;
             nlohmann::ordered_json json{{"status", "refused"}};
             PutName(json, "source", item.source);
             PutName(json, "output", item.output);
@@ -104,7 +106,8 @@ private:
             const std::lock_guard lock(mutex_);
             lastFailure_ = status;
         } catch (const std::bad_alloc&) {
-            session_.report.LoseJson();  // counted above; there is no memory to say more
+            if (!told) PrintNoMemory();
+            session_.report.LoseJson();
         }
     }
 

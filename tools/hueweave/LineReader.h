@@ -13,7 +13,8 @@ namespace hueweave::tool {
 /// waiting for more.
 class LineReader {
 public:
-    /// Opens a list for reading. Not blocking, so that a pipe whose writer is late is waited for where a signal ends it.
+    /// Opens a list for reading. Not blocking, so that a pipe whose writer is late is waited for where a signal ends
+    /// it.
     static FileAccess Open(const std::string& path);
 
     /// Lines end in `end`. The descriptor is lent.

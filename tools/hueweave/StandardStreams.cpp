@@ -71,6 +71,8 @@ bool WriteText(int stream, std::string_view text) {
 
 void PrintError(const std::string& line) { WriteText(STDERR_FILENO, line + "\n"); }
 
+void PrintNoMemory() noexcept { WriteText(STDERR_FILENO, "hueweave: there is not enough memory; lower -j\n"); }
+
 std::string TemporaryFolder() {
     std::error_code ignored;
     const std::filesystem::path folder = std::filesystem::temp_directory_path(ignored);

@@ -23,6 +23,8 @@ bool WaitFor(int stream, short events);
 bool WriteText(int stream, std::string_view text);
 /// A line for people on standard error. What cannot be written is lost: messages decide over no file.
 void PrintError(const std::string& line);
+/// The same where there is no memory left for a line.
+void PrintNoMemory() noexcept;
 
 /// Where files stand that are gone with the process.
 std::string TemporaryFolder();

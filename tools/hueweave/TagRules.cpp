@@ -35,7 +35,7 @@ struct Rule {
 };
 
 constexpr Rule kRules[] = {
-    {tag::SubfileType, kWhole, Values::One},
+    {tag::SubfileType, kWhole, Values::Any},  // files that the library makes itself have four bytes
     {tag::Width, kWhole, Values::One},
     {tag::Height, kWhole, Values::One},
     {tag::BitsPerSample, kWhole, Values::OneOrPerSample},

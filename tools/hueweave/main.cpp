@@ -37,7 +37,11 @@ void AllowManyFiles() {
 }
 
 int Fail(Exit status, const char* line) {
-    PrintError("hueweave: " + OneLine(line));
+    try {
+        PrintError("hueweave: " + OneLine(line));
+    } catch (const std::bad_alloc&) {
+        PrintNoMemory();
+    }
     return static_cast<int>(status);
 }
 
@@ -72,7 +76,8 @@ int main(int count, char** words) {
     } catch (const Refusal& refusal) {
         return Fail(refusal.status(), refusal.what());
     } catch (const std::bad_alloc&) {
-        return Fail(Exit::Input, "there is not enough memory; lower -j");
+        PrintNoMemory();
+        return static_cast<int>(Exit::Input);
     } catch (const std::exception& error) {
         return Fail(Exit::Input, error.what());
     }
