@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <new>
+#include <utility>
 
 #include "Refusal.h"
 
@@ -49,11 +50,7 @@ constexpr cmsUInt32Number kPlain = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
 LcmsWork::LcmsWork() : blocks_(new Block) {}
 
 LcmsWork::~LcmsWork() {
-    while (blocks_->behind != blocks_) {
-        Block* block = blocks_->behind;
-        block->Remove();
-        std::free(block);
-    }
+    for (Block* block = blocks_->behind; block != blocks_;) std::free(std::exchange(block, block->behind));
     delete blocks_;
 }
 

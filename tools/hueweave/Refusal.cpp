@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "Refusal.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
 #include <stdexcept>
 
@@ -37,10 +39,8 @@ bool IsControl(unsigned code) {
         {0x061c, 0x061c}, {0x200e, 0x200f},  // marks of a direction
         {0x2028, 0x202e},                    // line and paragraph separators, embeddings and overrides of a direction
         {0x2066, 0x2069}};                   // isolates of a direction
-    for (const auto& [first, last] : kRanges) {
-        if (code >= first && code <= last) return true;
-    }
-    return false;
+    return std::any_of(std::begin(kRanges), std::end(kRanges),
+                       [code](const auto& range) { return code >= range.first && code <= range.second; });
 }
 
 }  // namespace

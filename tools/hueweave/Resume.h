@@ -17,8 +17,8 @@ namespace hueweave::tool {
 class RecordEntries {
 public:
     struct State {
-        long long size = 0, modified = 0;  ///< bytes; nanoseconds since 1970
-        auto operator<=>(const State&) const = default;
+        long long size = 0, modified = 0;                ///< bytes; nanoseconds since 1970
+        auto operator<=>(const State&) const = default;  // NOLINT(modernize-use-nullptr): it compares with 0 itself
     };
     static State StateOf(const struct stat& status);
     /// Takes a line; passes over what is none of ours, such as one that was cut off by a crash.

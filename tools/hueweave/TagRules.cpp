@@ -123,7 +123,7 @@ bool HasAny(const TiffDirectory& directory, std::initializer_list<std::uint16_t>
 std::string FaultOfTags(const TiffStructure& structure, const TiffDirectory& directory) {
     std::uint64_t samples = 1;
     if (const TiffEntry* entry = directory.Find(tag::SamplesPerPixel)) {
-        const std::string fault = FaultOfEntry(structure, *entry, *RuleOf(entry->tag), 1);
+        std::string fault = FaultOfEntry(structure, *entry, *RuleOf(entry->tag), 1);
         if (!fault.empty()) return fault;
         samples = structure.Number(directory, tag::SamplesPerPixel, 1);
     }
@@ -132,7 +132,7 @@ std::string FaultOfTags(const TiffStructure& structure, const TiffDirectory& dir
         const Rule* rule = RuleOf(entry.tag);
         if (rule == nullptr) continue;
         if (!seen.insert(entry.tag).second) return "has tag " + std::to_string(entry.tag) + " twice";
-        const std::string fault = FaultOfEntry(structure, entry, *rule, samples);
+        std::string fault = FaultOfEntry(structure, entry, *rule, samples);
         if (!fault.empty()) return fault;
     }
     if (HasAny(directory, {tag::StripOffsets, tag::StripByteCounts}) &&
