@@ -1,31 +1,11 @@
 # SPDX-License-Identifier: MIT
 # How a suite becomes a program and a few CTest tests.
 
-# hueweave_add_gtest(<program> [SHARDS n] [FIXTURES name...]): the program's tests in n processes, as the CTest tests
-# <program>.1 to <program>.n, or <program> where n is 1. A process for each single test would take longer to start than
-# to run.
-function(hueweave_add_gtest program)
-  cmake_parse_arguments(PARSE_ARGV 1 suite "" "SHARDS" "FIXTURES")
-  if(NOT suite_SHARDS)
-    set(suite_SHARDS 1)
-  endif()
-  foreach(shard RANGE 1 ${suite_SHARDS})
-    set(name ${program})
-    if(suite_SHARDS GREATER 1)
-      string(APPEND name .${shard})
-    endif()
-    math(EXPR index "${shard} - 1")
-    add_test(NAME ${name} COMMAND ${program})
-    set_tests_properties(
-      ${name} PROPERTIES TIMEOUT 900 FIXTURES_REQUIRED "${suite_FIXTURES}" LABELS gtest
-                         ENVIRONMENT "GTEST_TOTAL_SHARDS=${suite_SHARDS};GTEST_SHARD_INDEX=${index}")
-  endforeach()
-endfunction()
-
-# hueweave_suite(<name> FOLDER <folder> | SOURCES <source>... [SHARDS n] [LIBRARIES l...] [FIXTURES f...]): one test
-# program from all sources of a folder, several of them compiled as one.
+# hueweave_suite(<name> FOLDER <folder> | SOURCES <source>... [SHARDS n] [LIBRARIES l...]): one test program from all
+# sources of a folder, several of them compiled as one, and its tests in n processes: the CTest tests <name>.1 to
+# <name>.n, or <name> where n is 1. A process for each single test would take longer to start than to run.
 function(hueweave_suite name)
-  cmake_parse_arguments(PARSE_ARGV 1 suite "" "FOLDER;SHARDS" "SOURCES;LIBRARIES;FIXTURES")
+  cmake_parse_arguments(PARSE_ARGV 1 suite "" "FOLDER;SHARDS" "SOURCES;LIBRARIES")
   if(suite_FOLDER)
     file(GLOB suite_SOURCES CONFIGURE_DEPENDS ${suite_FOLDER}/*.cpp)
   endif()
@@ -37,7 +17,20 @@ function(hueweave_suite name)
   target_precompile_headers(${name} REUSE_FROM test_headers)
   set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
   add_dependencies(${name} Hueweave)
-  hueweave_add_gtest(${name} SHARDS "${suite_SHARDS}" FIXTURES ${suite_FIXTURES})
+
+  if(NOT suite_SHARDS)
+    set(suite_SHARDS 1)
+  endif()
+  foreach(shard RANGE 1 ${suite_SHARDS})
+    set(test ${name})
+    if(suite_SHARDS GREATER 1)
+      string(APPEND test .${shard})
+    endif()
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${test} COMMAND ${name})
+    set_tests_properties(${test} PROPERTIES TIMEOUT 900
+                                            ENVIRONMENT "GTEST_TOTAL_SHARDS=${suite_SHARDS};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()
 
 # hueweave_inputs(<suite> <script>): files by other programs, in the folder <suite> of the inputs, before the suite is
