@@ -79,6 +79,25 @@ Outcome RunProgram(const Run& run) {
     return outcome;
 }
 
+void WaitUntilIdle(pid_t child) {
+    const auto waits = [&] {
+        std::error_code gone;
+        for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(child) + "/task", gone)) {
+            std::string status;
+            std::ifstream stat(task.path() / "stat");
+            std::getline(stat, status);
+            const std::size_t name = status.rfind(") ");
+            if (name == std::string::npos || status[name + 2] != 'S') return false;
+        }
+        return true;
+    };
+    // For a while, since a thread may also wait for a lock, or for the disk.
+    for (int idle = 0, tries = 0; idle < 12 && tries < 4000; ++tries) {
+        usleep(5000);
+        idle = waits() ? idle + 1 : 0;
+    }
+}
+
 void Terminate(pid_t child) {
     kill(child, SIGTERM);
     for (int tries = 0; tries < 200; ++tries) {

@@ -29,6 +29,8 @@ struct Run {
 };
 Outcome RunProgram(const Run& run);
 
+/// For `Run::meanwhile`: returns once all threads of the program wait, for input, for a reader, for each other.
+void WaitUntilIdle(pid_t child);
 /// For `Run::meanwhile`: SIGTERM, and SIGKILL ten seconds later for a program that does not heed it.
 void Terminate(pid_t child);
 /// For `Run::inChild`: what the modes of files forbid is forbidden to the superuser too.

@@ -163,19 +163,23 @@ TEST_F(DecoderTest, AStripOfRowsIsDecodedByOneHandleAPage) {
 }
 
 TEST_F(DecoderTest, ASourceThatIsCutMeanwhileIsRefused) {
-    // 24 MB of noise in one strip: too large to be held whole, read by rows. It does not shrink.
+    // 6 MB of noise in one strip: too large to be held whole with the least memory, read by rows. It does not shrink.
     const std::string whole = folder_ / "whole.tif";
-    Shell("convert-im6 -size 2000x2000 xc:gray -seed 1 +noise Random -type TrueColor -depth 16 -compress none " +
-          Quoted(in_) + " && tiffcp -s -c lzw -r 2000 " + Quoted(in_) + " " + Quoted(whole));
+    Shell("convert-im6 -size 1000x1000 xc:gray -seed 1 +noise Random -type TrueColor -depth 16 -compress none " +
+          Quoted(in_) + " && tiffcp -s -c lzw -r 1000 " + Quoted(in_) + " " + Quoted(whole));
     int refused = 0;
-    for (int delay = 0; delay < 400 && refused < 12; delay += 10) {
+    for (int delay = 0; delay < 400 && refused < 12; delay += 4) {
         std::filesystem::copy_file(whole, in_, std::filesystem::copy_options::overwrite_existing);
         const auto cut = [&](pid_t) {
             std::this_thread::sleep_for(std::chrono::milliseconds(delay));
             std::filesystem::resize_file(in_, 100000);
         };
-        const Outcome run = RunProgram(
-            {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in_, "-o", out_, "-q"}, "", {}, {}, cut});
+        const Outcome run = RunProgram({{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), "--max-memory",
+                                         "32M", in_, "-o", out_, "-q"},
+                                        "",
+                                        {},
+                                        {},
+                                        cut});
         EXPECT_EQ(run.signal, 0) << "cut after " << delay << " ms";
         refused += run.status == 4;
         EXPECT_EQ(Exists(out_), run.status == 0) << run.err;

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "Command.h"
+#include "ExifTool.h"
 #include "Picture.h"
 
 namespace hueweave::test {
@@ -27,40 +28,52 @@ protected:
     std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
 };
 
-constexpr const char* kFields =
-    "-IFD0:Artist='A. Person' -IFD0:Copyright='(c) A. Person' -IFD0:ModifyDate='2024:05:06 07:08:09' "
-    "-ExifIFD:ISO=200 -ExifIFD:UserComment='scanned twice' -GPS:GPSLatitude=52.5 -GPS:GPSLatitudeRef=N "
-    "-IPTC:Keywords=harbour -XMP-dc:Title='A harbour' -XMP-photoshop:City=Bergen "
-    "-IFD0:XResolution=4000 -IFD0:YResolution=4000 -IFD0:Orientation#=6";
+using Words = std::vector<std::string>;
+const Words kFields{"-IFD0:Artist=A. Person",
+                    "-IFD0:Copyright=(c) A. Person",
+                    "-IFD0:ModifyDate=2024:05:06 07:08:09",
+                    "-ExifIFD:ISO=200",
+                    "-ExifIFD:UserComment=scanned twice",
+                    "-GPS:GPSLatitude=52.5",
+                    "-GPS:GPSLatitudeRef=N",
+                    "-IPTC:Keywords=harbour",
+                    "-XMP-dc:Title=A harbour",
+                    "-XMP-photoshop:City=Bergen",
+                    "-IFD0:XResolution=4000",
+                    "-IFD0:YResolution=4000",
+                    "-IFD0:Orientation#=6"};
+
+void SetFields(const std::string& path, Words fields) {
+    fields.insert(fields.end(), {"-overwrite_original", path});
+    EXPECT_EQ(ExifTool(fields), "    1 image files updated\n");
+}
 
 TEST_F(MetadataTest, TenFieldsAreKept) {
     for (const char* recipe :
          {"tiffcp -s -c none -r 16", "tiffcp -s -c lzw:2 -r 16", "tiffcp -B -t -w 64 -l 64 -c zip"}) {
         Shell(std::string(recipe) + " " + Quoted(Input("photo-16.tif")) + " " + Quoted(in_));
-        Shell(std::string("exiftool -q -overwrite_original ") + kFields + " " + Quoted(in_));
+        SetFields(in_, kFields);
         ASSERT_EQ(Convert({"--force"}).status, 0);
-        const std::string told = Shell(
-            "exiftool -s -n -Artist -Copyright -ModifyDate -ISO -UserComment -GPSLatitude "
-            "-Keywords -Title -City -XResolution -Orientation " +
-            Quoted(out_));
-        EXPECT_EQ(Lines(told).size(), 11U) << told;
-        EXPECT_EQ(told, Shell("exiftool -s -n -Artist -Copyright -ModifyDate -ISO -UserComment -GPSLatitude -Keywords "
-                              "-Title -City -XResolution -Orientation " +
-                              Quoted(in_)));
+        const auto told = [](const std::string& path) {
+            return ExifTool({"-s", "-n", "-Artist", "-Copyright", "-ModifyDate", "-ISO", "-UserComment", "-GPSLatitude",
+                             "-Keywords", "-Title", "-City", "-XResolution", "-Orientation", path});
+        };
+        EXPECT_EQ(Lines(told(out_)).size(), 11U) << told(out_);
+        EXPECT_EQ(told(out_), told(in_));
         EXPECT_EQ(TagsOf(in_), TagsOf(out_));
     }
 }
 
 TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
     Shell("tiffcp -s -c none -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));
-    Shell("exiftool -q -overwrite_original -ExifIFD:ColorSpace#=1 " + Quoted(in_));
+    SetFields(in_, {"-ExifIFD:ColorSpace#=1"});
     const std::string said = "in.tif: its EXIF field ColorSpace stays at sRGB, which it is no more";
     EXPECT_THAT(Convert({"--to", "adobe-rgb"}).err, HasSubstr(said));
     EXPECT_THAT(Convert({"--force"}).err, testing::Not(HasSubstr(said)));
-    Shell("exiftool -q -overwrite_original -XMP-photoshop:ICCProfileName='Adobe RGB (1998)' " + Quoted(in_));
+    SetFields(in_, {"-XMP-photoshop:ICCProfileName=Adobe RGB (1998)"});
     EXPECT_THAT(Convert({"--force"}).err,
                 HasSubstr("in.tif: its XMP field photoshop:ICCProfile stays, and names the profile that was\n"));
-    Shell("exiftool -q -overwrite_original -XMP:all= " + Quoted(in_));
+    SetFields(in_, {"-XMP:all="});
     EXPECT_THAT(Convert({"--force"}).err, testing::Not(HasSubstr("XMP")));
     // So are tags of primaries and white, and what they mean without a profile.
     Shell("tiffset -s 318 0.3127 0.329 " + Quoted(in_));
@@ -77,7 +90,7 @@ TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
 TEST_F(MetadataTest, ThePixelsOfAFileWithMetadataAreTheSameAsWithout) {
     Shell("tiffcp -s -c zip:2 -r 16 " + Quoted(Input("photo-16.tif")) + " " + Quoted(in_));
     const auto plain = ReadPictures(in_);
-    Shell(std::string("exiftool -q -overwrite_original ") + kFields + " " + Quoted(in_));
+    SetFields(in_, kFields);
     ASSERT_EQ(Convert().status, 0);
     EXPECT_EQ(ByEngine(plain[0], Input("scanner.icc"), 0, 9).values, ReadPictures(out_)[0].values);
 }

@@ -6,6 +6,7 @@
 #include <tiffio.h>
 
 #include "Command.h"
+#include "ExifTool.h"
 #include "Picture.h"
 
 namespace hueweave::test {
@@ -63,7 +64,7 @@ TEST_F(PhotoshopTest, ItsProfileIsTheNewOne) {
     EXPECT_NE(icc, old);
     EXPECT_EQ(after, resolution_ + Resource(1039, "", icc) + url_);
     // exiftool, which knows these resources by itself, sees one profile in both places.
-    const auto told = Lines(Shell("exiftool -a -s3 -ICC_Profile:ProfileDescription " + Quoted(out_)));
+    const auto told = Lines(ExifTool({"-a", "-s3", "-ICC_Profile:ProfileDescription", out_}));
     ASSERT_EQ(told.size(), 2U);
     EXPECT_EQ(told[0], told[1]);
     EXPECT_EQ(After({"--no-tag"}), resolution_ + url_);

@@ -10,6 +10,7 @@
 
 #include "Command.h"
 #include "DeviceProfiles.h"
+#include "ExifTool.h"
 #include "Picture.h"
 
 namespace hueweave::test {
@@ -66,7 +67,7 @@ TEST_P(BakedTest, BakeGivesTheSamePixelsAndEveryTable) {
     EXPECT_EQ(tables, (std::vector<std::string>{"A2B0", "A2B1", "A2B2"}));
     for (const auto& intent : told["intents"]) EXPECT_EQ(intent["served"], "yes");
     // Little CMS reads the same colours from it as from the original.
-    EXPECT_THAT(Shell("exiftool -s3 -ICC_Profile:MediaWhitePoint " + Quoted(baked)), Not(""));
+    EXPECT_THAT(ExifTool({"-s3", "-ICC_Profile:MediaWhitePoint", baked}), Not(""));
     const json compared = json::parse(Hueweave({"verify", "--json", baked}).out);
     EXPECT_LT(compared["mean"], 0.6);
 }
@@ -224,8 +225,7 @@ TEST_P(SpaceTest, TheEmbeddedProfileDescribesThem) {
     const bool look = std::string(GetParam().name).starts_with("kodak");
     // The darkest tones of the looks are cut to black, and the paper of one to white.
     EXPECT_LT(MeanDifference(in_, Input("scanner.icc"), 0, out_), look ? 4.5 : 0.6);
-    const std::string told =
-        Shell("exiftool -s3 -ICC_Profile:ProfileDescription -ICC_Profile:ProfileClass " + Quoted(out_));
+    const std::string told = ExifTool({"-s3", "-ICC_Profile:ProfileDescription", "-ICC_Profile:ProfileClass", out_});
     EXPECT_THAT(told, HasSubstr("Display Device Profile"));
     EXPECT_NE(Lines(told)[0], "");
     EXPECT_THAT(Shell(std::string(HUEWEAVE_COMMAND) + " spaces"), HasSubstr(std::string(GetParam().name) + " "));

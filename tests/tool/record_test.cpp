@@ -115,7 +115,7 @@ TEST_F(RecordTest, ASignalEndsTheWaitingForAListThatNobodyWrites) {
     for (const char* option : {"--files-from", "--curve"}) {
         const Outcome run =
             RunProgram({{HUEWEAVE_COMMAND, "convert", scans_, option, pipe, "-o", out_}, "", {}, {}, [](pid_t child) {
-                            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                            WaitUntilIdle(child);
                             Terminate(child);
                         }});
         EXPECT_EQ(run.signal, SIGTERM) << run.err;
