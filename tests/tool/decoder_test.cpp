@@ -41,9 +41,9 @@ using tool::Refusal;
 using tool::TiffPage;
 
 #ifdef __SANITIZE_ADDRESS__
-constexpr long kMostKb = 1024 * 1024;  // the sanitizer's own memory counts
+constexpr long kDecoderKb = 1024 * 1024;  // the sanitizer's own memory counts
 #else
-constexpr long kMostKb = 96 * 1024;
+constexpr long kDecoderKb = 96 * 1024;
 #endif
 
 class DecoderTest : public testing::Test {
@@ -94,7 +94,7 @@ TEST_F(DecoderTest, LayersOf300MebibytesTakeNoMemory) {
     for (const char* threads : {"1", "4"}) {
         const Outcome run = Convert({"-j", threads, "--force"});
         ASSERT_EQ(run.status, 0) << run.err;
-        EXPECT_LT(run.peakKb, kMostKb) << threads << " threads";
+        EXPECT_LT(run.peakKb, kDecoderKb) << threads << " threads";
         EXPECT_EQ(ReadPictures(out_)[0].values,
                   ByEngine(ReadPictures(Input("photo-16.tif"))[0], Input("scanner.icc"), 0, 9).values);
     }
