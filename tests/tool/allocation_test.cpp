@@ -15,14 +15,14 @@ namespace {
 // Sanitizers have an allocator of their own.
 #ifndef __SANITIZE_ADDRESS__
 
-struct Row {
+struct AllocationRow {
     const char* name;
     std::vector<std::string> words;
     bool writes;  ///< a file; else standard output is the result
 };
-void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const AllocationRow& row, std::ostream* out) { *out << row.name; }
 
-class AllocationTest : public testing::TestWithParam<Row> {
+class AllocationTest : public testing::TestWithParam<AllocationRow> {
 protected:
     /// Runs the command with these allocations failing. Without any, their number is in `all_`.
     Outcome Run(std::vector<std::string> words, const std::string& fails) {
@@ -96,7 +96,7 @@ TEST_P(CoderAllocationTest, WhatIsWrittenIsDecodedToTheSamePixels) {
     }
 }
 
-const Row kCoders[] = {
+const AllocationRow kCoders[] = {
     {"Lzw", {"tiffcp -s -c lzw:2 -r 64 " + Quoted(Input("photo-16.tif"))}, true},
     {"Jpeg", {"tiffcp -t -w 128 -l 128 -c jpeg:90 " + Quoted(Input("photo-8.tif"))}, true},
     {"Zstd", {"tiffcp -s -c zstd -r 64 " + Quoted(Input("photo-16.tif"))}, true},
@@ -104,7 +104,7 @@ const Row kCoders[] = {
 INSTANTIATE_TEST_SUITE_P(Every, CoderAllocationTest, testing::ValuesIn(kCoders),
                          [](const auto& row) { return std::string(row.param.name); });
 
-const Row kRows[] = {
+const AllocationRow kRows[] = {
     {"ConvertWithAProfileThatIsBaked",
      {"convert", "-j1", "--profile", Input("screen.icc"), Input("photo-16.tif")},
      true},

@@ -133,14 +133,14 @@ TiffMaker DirectoryInTheHeader() {
     return tiff;
 }
 
-struct Row {
+struct CostlyFile {
     const char* name;
     std::function<TiffMaker()> make;
     const char* reason;  ///< of the refusal
 };
-void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const CostlyFile& row, std::ostream* out) { *out << row.name; }
 
-const Row kRefused[] = {
+const CostlyFile kRefused[] = {
     {"SubIfdsTwice",
      [] {
          return OnePage({TiffMaker::Long(330, 0), {330, 0, 0, 0}});
@@ -173,7 +173,7 @@ const Row kRefused[] = {
     {"GiantTile", [] { return OneTile(40000, 40000, 1); }, "has tiles that "},
 };
 
-class RefusedTest : public testing::TestWithParam<Row> {};
+class RefusedTest : public testing::TestWithParam<CostlyFile> {};
 
 TEST_P(RefusedTest, ByEveryCommandWithinLimits) {
     const Folder folder;

@@ -227,7 +227,7 @@ TEST_F(LimitsTest, DataThatDecodeToMoreThanThePicture) {
 }
 
 /// A profile like another, with further bytes, and a mark in its date.
-std::string Profile(std::size_t more, int mark) {
+std::string ProfileOfSize(std::size_t more, int mark) {
     std::string profile = FileBytes(Input("scanner.icc")) + std::string(more, '\0');
     profile[35] = static_cast<char>(mark % 60);
     for (std::size_t i = 0; i < 4; ++i) profile[i] = static_cast<char>(profile.size() >> (24 - 8 * i));
@@ -240,7 +240,7 @@ TEST_F(LimitsTest, ProfilesOfAFile) {
         const std::uint64_t pixels = tiff.Put(SmallPixels());
         // Each of the profiles comes more than once, as a copy of its own.
         for (int i = 0; i < 100; ++i) {
-            const std::string profile = Profile(0, i % profiles);
+            const std::string profile = ProfileOfSize(0, i % profiles);
             auto entries = TiffMaker::Small(pixels);
             entries.push_back({34675, 7, profile.size(), 0, profile});
             tiff.Page(entries);
@@ -260,7 +260,7 @@ TEST_F(LimitsTest, BytesOfProfiles) {
     const auto make = [&](std::size_t size) {
         TiffMaker tiff;
         auto entries = TiffMaker::Small(tiff.Put(SmallPixels()));
-        const std::string profile = Profile(size - Profile(0, 0).size(), 0);
+        const std::string profile = ProfileOfSize(size - ProfileOfSize(0, 0).size(), 0);
         entries.push_back({34675, 7, profile.size(), 0, profile});
         tiff.Page(entries);
         tiff.Save(in_);
