@@ -15,6 +15,7 @@ help:
 	@echo "make peers          run other converters beside the command and write docs/comparison.md (some minutes)"
 	@echo "make fuzz           search with each fuzz target for SECONDS=60 for inputs that break a rule"
 	@echo "make many-inputs    five million broken inputs, the same every time"
+	@echo "make faults         every call of the system and allocation of the command fails; kills; lost streams"
 	@echo "make memcheck       the suites that decode files, under valgrind"
 	@echo "make lint           what clang-tidy, cppcheck, shellcheck and a check of the links have to say"
 	@echo "make docs           the reference of the interface, and that of the inside"
@@ -92,7 +93,7 @@ abi:
 	@$(call build,release) --target Hueweave
 	@tools/check-abi --renew build/release/Source/libHueweave.so build/release/Source/libhueweave_core.a
 
-.PHONY: fuzz many-inputs memcheck
+.PHONY: fuzz many-inputs faults memcheck
 SECONDS := 60
 fuzz:
 	@tools/install-packages test
@@ -103,6 +104,11 @@ many-inputs:
 	@tools/install-packages test
 	@$(call build,release) --target fuzz
 	@tests/fuzz/many build/release 2
+
+faults:
+	@tools/install-packages test
+	@$(call build,release) --target hueweave tool_sweep_faults tool_allocation_faults tool_inputs
+	@tests/tool/sweep build/release $(JOBS)
 
 memcheck:
 	@tools/install-packages test
