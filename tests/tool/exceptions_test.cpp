@@ -69,6 +69,27 @@ TEST_F(ExceptionsTest, InspectGoesOnWithTheNextFile) {
     EXPECT_THAT(run.out, HasSubstr("file: " + scans_ + "/b.TIFF\n"));
 }
 
+TEST_F(ExceptionsTest, InspectTellsNothingOfWhatCouldNotBeRead) {
+    // However late the read that fails: the pages may be known by then, but not whether they can be converted.
+    int refused = 0;
+    for (int n = 1; n <= 9; ++n) {
+        const Outcome run = RunProgram({{HUEWEAVE_COMMAND, "inspect", scans_ + "/a.tif"},
+                                        "",
+                                        Faults("pread:" + std::to_string(n) + ":5"),
+                                        {},
+                                        {}});
+        if (run.status == 0) {
+            EXPECT_THAT(run.out, HasSubstr("convertible: true\n")) << n;
+            continue;
+        }
+        ++refused;
+        EXPECT_EQ(run.status, 4) << n;
+        EXPECT_THAT(run.err, HasSubstr("a.tif: cannot be read (Input/output error)")) << n;
+        EXPECT_EQ(run.out, "") << n;
+    }
+    EXPECT_GT(refused, 5);
+}
+
 TEST_F(ExceptionsTest, ASignalEndsTheReadingOfASlowFile) {
     // Each page costs two reads or more, each of 50 ms as on a network: 15 seconds until the structure is known.
     const std::string one = Quoted(scans_ + "/deep/a.tif"), pages = folder_ / "pages.tif";

@@ -113,6 +113,33 @@ INSTANTIATE_TEST_SUITE_P(Every, FaultTest, testing::ValuesIn(kFaultRows),
 
 class NamedTest : public testing::Test {};
 
+TEST_F(NamedTest, AWriteOfRowsThatACoderPassesOverIsRefused) {
+    const Folder folder;
+    const std::string in = folder / "in.tif", out = folder / "out.tif";
+    // A strip of 4.5 MB is written by rows with the least memory allowed, first to a file of its own.
+    Shell("convert-im6 " + Quoted(Input("photo-16.tif")) + " -scale 1000x750! -compress none " + Quoted(out) +
+          " && tiffcp -s -c lzw -r 750 " + Quoted(out) + " " + Quoted(in) + " && rm " + Quoted(out));
+    const Folder other;
+    const std::string seen = other / "seen";
+    int struck = 0;
+    for (int n = 1; n == 1 || Exists(seen); ++n) {
+        std::filesystem::remove(seen);
+        const Outcome run = RunProgram({{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), "--max-memory",
+                                         "32M", in, "-o", out, "-q"},
+                                        "",
+                                        Faults("pwrite:" + std::to_string(n) + ":28", seen),
+                                        {},
+                                        {}});
+        if (!Exists(seen)) break;
+        ++struck;
+        EXPECT_EQ(run.status, 5) << n;
+        EXPECT_THAT(run.err, testing::HasSubstr("cannot be written (No space left on device)")) << n;
+        EXPECT_EQ(NamesIn(folder.path()), (std::vector<std::string>{"in.tif"})) << n;
+        std::filesystem::remove(out);
+    }
+    EXPECT_GT(struck, 20);
+}
+
 TEST_F(NamedTest, SignalsLeaveNoTemporaryWhereFilesWantAName) {
     const Folder folder;
     const std::string large = folder / "large.tif", out = folder / "out.tif";

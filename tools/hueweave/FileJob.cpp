@@ -274,7 +274,7 @@ void FileJob::CheckSource() const {
     throw Refusal(Exit::Input, name_, "changed while it was read", "convert it again when nobody writes to it");
 }
 
-void FileJob::Write() {
+void FileJob::Write(std::chrono::steady_clock::time_point begin) {
     WriteSettings settings;
     settings.threads = threads_;
     settings.memory = arguments_.maxMemory > 2 * kOwnMemory ? arguments_.maxMemory - kOwnMemory : kOwnMemory / 3;
@@ -297,6 +297,8 @@ void FileJob::Write() {
     if (output) output->Finish();
     CheckSource();
     ThrowIfInterrupted();
+    // Before the file has its name: without memory for the text there is no file.
+    json_ = Json(Outcome::Converted, std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
     if (output) {
         Record(output->file());
         output->Commit();
@@ -316,8 +318,8 @@ void FileJob::Record(const FileAccess& output) {
     }
 }
 
-void FileJob::WriteJson(Outcome outcome, double seconds) {
-    if (!arguments_.json) return;
+std::string FileJob::Json(Outcome outcome, double seconds) {
+    if (!arguments_.json) return "";
     constexpr const char* kOutcomes[] = {"converted", "skipped", "would convert"};
     nlohmann::ordered_json json{{"status", kOutcomes[static_cast<int>(outcome)]}};
     PutName(json, "source", item_.source);
@@ -333,7 +335,7 @@ void FileJob::WriteJson(Outcome outcome, double seconds) {
             measured_.pixels > 0 ? static_cast<double>(measured_.clipped) / static_cast<double>(measured_.pixels) : 0.0;
         json["sha256"] = measured_.hash.Hex();
     }
-    session_.report.Json(JsonLine(json));
+    return JsonLine(json);
 }
 
 Outcome FileJob::Run() {
@@ -344,7 +346,7 @@ Outcome FileJob::Run() {
     if (session_.record != nullptr) fingerprint_ = Fingerprint();
     if (arguments_.resume && session_.record != nullptr && session_.record->IsDone(item_.relative, fingerprint_)) {
         session_.report.Line(name_ + " is done already");
-        WriteJson(Outcome::Skipped, 0);
+        session_.report.Json(Json(Outcome::Skipped, 0));
         return Outcome::Skipped;
     }
     CheckOutput();
@@ -352,7 +354,7 @@ Outcome FileJob::Run() {
     if (IsConvertedInPlace()) {
         session_.report.Line(fmt::format("{} is in {} already, by its profile; --force converts it again", name_,
                                          arguments_.rendering.space->name));
-        WriteJson(Outcome::Skipped, 0);
+        session_.report.Json(Json(Outcome::Skipped, 0));
         return Outcome::Skipped;
     }
     const std::string to = item_.output == "-" ? "standard output" : item_.output;
@@ -362,15 +364,14 @@ Outcome FileJob::Run() {
         session_.report.Line(fmt::format("would convert {} -> {} ({}, {}, {} bits, {})", name_, to,
                                          arguments_.rendering.space->name, IntentName(arguments_.rendering.intent),
                                          converters_[0]->bits, profileName_));
-        WriteJson(Outcome::Planned, 0);
+        session_.report.Json(Json(Outcome::Planned, 0));
         return Outcome::Planned;
     }
-    Write();
+    Write(begin);
     try {
         TellNotes();
-        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         if (item_.output != "-") session_.report.Line(fmt::format("{} -> {}", name_, to));
-        WriteJson(Outcome::Converted, seconds);
+        session_.report.Json(json_);
     } catch (const std::bad_alloc&) {
         session_.report.LoseJson();  // the file stands there; without memory to say so, it is converted all the same
     }

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <set>
@@ -56,10 +57,10 @@ private:
     std::string OldTagsStay(bool one) const;
     bool IsNew(const TiffDirectory& directory, std::uint16_t tag);
     void NoteLosses(std::size_t page);
-    void Write();
+    void Write(std::chrono::steady_clock::time_point begin);
     std::unique_ptr<OutputFile> MakeOutput();
     void CheckSource() const;
-    void WriteJson(Outcome outcome, double seconds);
+    std::string Json(Outcome outcome, double seconds);
     std::string Fingerprint();
     void Note(const std::string& text);
     void Record(const FileAccess& output);
@@ -83,6 +84,7 @@ private:
     std::vector<std::string> notes_;
     std::set<std::string> common_;  ///< notes that many files of a run share
     Measured measured_;
+    std::string json_;  ///< what is told once the output has its name
 };
 
 }  // namespace hueweave::tool

@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "FileAccess.h"
+#include "FolderNames.h"
 #include "LineReader.h"
 #include "Refusal.h"
 #include "StandardStreams.h"
@@ -52,17 +53,16 @@ private:
         std::error_code error;
         if (::stat(folder.c_str(), &status) == 0 && !entered_.emplace(status.st_dev, status.st_ino).second) return;
         if (folder != top_ && !leftOut_.empty() && fs::equivalent(folder, leftOut_, error)) return;
-        error.clear();
-        fs::directory_iterator at(folder, error), end;
-        for (; !error && at != end; at.increment(error)) {
-            std::error_code ignored;
-            if (at->is_directory(ignored)) {
-                Enter(at->path());
-            } else if (IsTiffName(at->path())) {
-                Add(at->path(), "");
+        int problem = 0;
+        for (const std::string& name : NamesInFolder(folder.string(), problem)) {
+            const fs::path path = folder / name;
+            if (fs::is_directory(path, error)) {
+                Enter(path);
+            } else if (IsTiffName(path)) {
+                Add(path, "");
             }
         }
-        if (error) Add(folder, "cannot be read (" + error.message() + "); check its permissions");
+        if (problem != 0) Add(folder, "cannot be read (" + ErrorText(problem) + "); check its permissions");
     }
     void Add(const fs::path& path, const std::string& problem) {
         found_.push_back({path.string(), path.lexically_relative(top_).string(), problem});

@@ -3,10 +3,10 @@
 // The subcommand "inspect": what a profile or a TIFF file holds, and what the engine can do with it.
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "Commands.h"
+#include "Json.h"
 #include "JsonNames.h"
 #include "PageProfiles.h"
 #include "ProfileSource.h"
@@ -119,6 +119,8 @@ public:
                 return json;
             }
             return first_[number];
+        } catch (const ReadFailure&) {
+            throw;
         } catch (const Refusal& refusal) {
             return {{"unreadable", refusal.what()}};
         }
@@ -174,6 +176,8 @@ Json DescribeTiff(const FileAccess& file) {
     try {
         ReadPages(structure);
         json["convertible"] = true;
+    } catch (const ReadFailure&) {
+        throw;  // what could not be read is unknown
     } catch (const Refusal& refusal) {
         json["convertible"] = false;
         json["why"] = refusal.what();

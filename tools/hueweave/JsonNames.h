@@ -2,8 +2,9 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
+
+#include "Json.h"
 
 namespace hueweave::tool {
 

@@ -3,9 +3,8 @@
 // The subcommand "spaces".
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
-
 #include "Commands.h"
+#include "Json.h"
 
 namespace hueweave::tool {
 

@@ -100,7 +100,7 @@ void OutputFile::KeepOwner(const struct stat& old) {
 }
 
 int OutputFile::OpenNamed(mode_t mode) {
-    const auto [descriptor, name] = WithTemporaryName(folder_, [mode](const std::string& path) {
+    auto [descriptor, name] = WithTemporaryName(folder_, [mode](const std::string& path) {
         const int made = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         struct stat status {};
         if (made < 0 || (LockTemporary(made) && ::fstat(made, &status) == 0 && status.st_nlink > 0)) return made;
@@ -108,11 +108,12 @@ int OutputFile::OpenNamed(mode_t mode) {
         errno = EEXIST;
         return -1;
     });
-    if (descriptor >= 0) temporary_ = name;
+    if (descriptor >= 0) temporary_ = std::move(name);
     return descriptor;
 }
 
 void OutputFile::OpenUnnamed() {
+    std::string name = path_;  // what needs memory comes before the file
     // Nobody else may read it before it has the mode of the file that it replaces.
     const mode_t mode = replaced_ ? 0600 : 0666;
     int descriptor = ::open(folder_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
@@ -125,7 +126,7 @@ void OutputFile::OpenUnnamed() {
     if (named) descriptor = OpenNamed(mode);
     if (descriptor < 0) RefuseWrite(path_, errno);
     if (!named) LockTemporary(descriptor);  // before it has a name that another run could see
-    file_ = FileAccess(descriptor, path_);
+    file_ = FileAccess(descriptor, std::move(name));
 }
 
 OutputFile::~OutputFile() {
@@ -169,9 +170,9 @@ void OutputFile::NameNew() {
 void OutputFile::Replace() {
     // No file can be linked over another one. With a name only from here on, hardly any kill leaves it behind.
     if (temporary_.empty()) {
-        const auto [linked, name] = WithTemporaryName(folder_, [this](const std::string& path) { return Link(path); });
+        auto [linked, name] = WithTemporaryName(folder_, [this](const std::string& path) { return Link(path); });
         if (linked != 0) RefuseWrite(path_, errno);
-        temporary_ = name;
+        temporary_ = std::move(name);
     }
     struct stat now {};
     if (::lstat(path_.c_str(), &now) != 0 || StateOf(now) != replaced_) RefuseChanged();
@@ -180,8 +181,7 @@ void OutputFile::Replace() {
 }
 
 /// Makes the name last through a power cut as well.
-void OutputFile::SyncFolder() {
-    const FileAccess folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), folder_);
+void OutputFile::SyncFolder(const FileAccess& folder) {
     int result = folder.descriptor() >= 0 ? ::fsync(folder.descriptor()) : -1;
     // A folder that may not be read, or that cannot be written through by itself: then all of the file system is.
     const bool other = folder.descriptor() < 0 || (result != 0 && errno == EINVAL);
@@ -201,12 +201,14 @@ void OutputFile::SyncFolder() {
 }
 
 void OutputFile::Commit() {
+    // Before the name is given, since it takes memory.
+    const FileAccess folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), folder_);
     if (replaced_) {
         Replace();
     } else {
         NameNew();
     }
-    SyncFolder();
+    SyncFolder(folder);
 }
 
 }  // namespace hueweave::tool

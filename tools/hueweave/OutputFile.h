@@ -40,7 +40,7 @@ private:
     int Link(const std::string& name) const;
     void NameNew();
     void Replace();
-    void SyncFolder();
+    void SyncFolder(const FileAccess& folder);
 
     std::string path_;
     std::string folder_;

@@ -8,9 +8,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <nlohmann/json.hpp>
 
 #include "FileAccess.h"
+#include "Json.h"
 #include "JsonNames.h"
 #include "LineReader.h"
 #include "Refusal.h"

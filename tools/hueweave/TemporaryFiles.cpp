@@ -9,15 +9,13 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <filesystem>
 #include <string_view>
 
 #include "FileAccess.h"
+#include "FolderNames.h"
 
 namespace hueweave::tool {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kMostTries = 1000;  ///< to find a name
 constexpr std::string_view kPrefix = ".hueweave-", kSuffix = ".tmp";
@@ -66,9 +64,9 @@ std::size_t SweptFolders::Sweep(const std::string& folder) {
         if (!done_.insert(folder).second) return 0;
     }
     std::size_t removed = 0;
-    std::error_code error;
-    for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
-        if (IsTemporaryName(at->path().filename().string())) removed += RemoveStale(at->path().string());
+    int ignored = 0;
+    for (const std::string& name : NamesInFolder(folder, ignored)) {
+        if (IsTemporaryName(name)) removed += RemoveStale(folder + "/" + name);
     }
     return removed;
 }

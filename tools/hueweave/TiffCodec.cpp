@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <new>
 
 #include "Refusal.h"
 
@@ -91,6 +92,8 @@ void TiffEncoder::Set(std::uint32_t tag, std::uint32_t value) {
 
 void TiffEncoder::Refuse() const {
     if (target_->failure) std::rethrow_exception(target_->failure);
+    // Nothing but memory is left to lack where a coder says nothing.
+    if (target_->messages.first.empty() || TellsOfNoMemory(target_->messages.first)) throw std::bad_alloc();
     throw Refusal(Exit::Output, file_.name(), "image data cannot be encoded (" + target_->messages.first + ")",
                   "give a file that is compressed with LZW or Deflate");
 }
@@ -105,7 +108,7 @@ Bytes TiffEncoder::Encode(unsigned char* pixels, std::size_t size) {
     const tmsize_t done = page_.tiled ? TIFFWriteEncodedTile(handle_.get(), 0, pixels, count)
                                       : TIFFWriteEncodedStrip(handle_.get(), 0, pixels, count);
     target_->sink = nullptr;
-    if (done != count || encoded.empty()) Refuse();
+    if (done != count || encoded.empty() || target_->failure) Refuse();
     return encoded;
 }
 
@@ -118,11 +121,12 @@ void TiffEncoder::BeginRows(Sink sink) {
 }
 
 void TiffEncoder::Row(std::uint32_t row, unsigned char* pixels) {
-    if (TIFFWriteScanline(handle_.get(), pixels, row, 0) < 0) Refuse();
+    // Some coders pass over a write that failed.
+    if (TIFFWriteScanline(handle_.get(), pixels, row, 0) < 0 || target_->failure) Refuse();
 }
 
 void TiffEncoder::EndRows() {
-    if (TIFFFlushData(handle_.get()) == 0) Refuse();
+    if (TIFFFlushData(handle_.get()) == 0 || target_->failure) Refuse();
     target_->sink = nullptr;
 }
 

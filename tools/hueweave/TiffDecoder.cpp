@@ -53,6 +53,7 @@ public:
     }
     [[noreturn]] void Refuse(const std::string& name) const {
         if (failure) std::rethrow_exception(failure);
+        if (TellsOfNoMemory(messages.first)) throw std::bad_alloc();
         RefuseDamaged(name, messages.first);
     }
     [[noreturn]] static void RefuseDamaged(const std::string& name, const std::string& why) {

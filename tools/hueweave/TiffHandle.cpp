@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -59,6 +60,14 @@ int TiffMessages::Error(tiff*, void* user, const char*, const char* format, std:
 int TiffMessages::Warning(tiff*, void* user, const char* module, const char* format, std::va_list arguments) {
     if (module == nullptr || !IsDamage(module, format)) return 1;
     return Note(static_cast<TiffMessages*>(user)->first, format, arguments);
+}
+
+bool TellsOfNoMemory(std::string_view message) {
+    // An allocation beyond our limit is a fault of the file.
+    if (message.find("limit") != message.npos) return false;
+    constexpr std::string_view kParts[] = {"emory", "No space for", "llocat", "malloc(", "tif_map_dir"};
+    return std::any_of(std::begin(kParts), std::end(kParts),
+                       [&](std::string_view part) { return message.find(part) != message.npos; });
 }
 
 TiffHandle OpenTiff(const std::string& name, const char* mode, const TiffCalls& calls, TiffMessages& messages,

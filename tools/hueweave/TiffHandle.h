@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace hueweave::tool {
 
@@ -43,6 +44,9 @@ struct TiffCalls {
     TIFFUnmapFileProc unmap;  ///< may be null
     TIFFErrorHandlerExtR warn;
 };
+
+/// Whether a message of libtiff or of a coder below it says that memory is short.
+bool TellsOfNoMemory(std::string_view message);
 
 /// Opens what `calls` lead to. libtiff allocates no block of more than `mostMemory` bytes at once; 0 sets no limit.
 /// Null if it cannot be opened; `messages` then tells why. Throws `std::bad_alloc` where memory runs out.

@@ -3,11 +3,10 @@
 // The subcommand "verify".
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
-
 #include "Commands.h"
 #include "Compare.h"
 #include "ImageColours.h"
+#include "Json.h"
 #include "JsonNames.h"
 #include "ProfileSource.h"
 

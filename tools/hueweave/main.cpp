@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <new>
 #include <string>
 #include <system_error>
@@ -61,12 +63,19 @@ int Run(int count, const char* const* words) {
     }
 }
 
+/// For failures that no exception can carry: memory that runs out in a destructor, or while the JSON library works.
+[[noreturn]] void EndWithoutMemory() {
+    PrintNoMemory();
+    std::_Exit(static_cast<int>(Exit::Input));
+}
+
 }  // namespace
 
 int main(int count, char** words) {
     TakeStandardStreams();  // before anything is opened
     // Buffers of pixels go back to the system when they are done with, so that memory stays within its limit.
     mallopt(M_MMAP_THRESHOLD, 1 << 18);
+    std::set_terminate(EndWithoutMemory);
     WatchSignals();
     AllowManyFiles();
     try {
