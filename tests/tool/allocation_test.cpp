@@ -58,7 +58,9 @@ protected:
         if (row.writes) words.insert(words.end(), {"-q", "-o", out_});
         return RunFailing(words, fails);
     }
-    std::string Result(const AllocationRow& row, const Outcome& run) const { return row.writes ? FileBytes(out_) : run.out; }
+    std::string Result(const AllocationRow& row, const Outcome& run) const {
+        return row.writes ? FileBytes(out_) : run.out;
+    }
     Folder folder_, other_;
     std::string out_ = folder_ / "out", seen_ = other_ / "seen";
     int all_ = 0;

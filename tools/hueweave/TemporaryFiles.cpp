@@ -66,7 +66,7 @@ std::size_t SweptFolders::Sweep(const std::string& folder) {
     std::size_t removed = 0;
     int ignored = 0;
     for (const std::string& name : NamesInFolder(folder, ignored)) {
-        if (IsTemporaryName(name)) removed += RemoveStale(folder + "/" + name);
+        if (IsTemporaryName(name)) removed += RemoveStale(std::string(folder).append("/").append(name));
     }
     return removed;
 }
