@@ -15,11 +15,12 @@ _hueweave() {
     convert)
         kind=files
         options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --no-tag
-            --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json"
+            --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json
+            --no-sandbox"
         ;;
-    inspect) kind=files options="-h --help --json" ;;
-    bake) kind=files options="-h --help -o --output --force -q --quiet" ;;
-    verify) kind=files options="-h --help --image --to --intent --bits --points --limit --json" ;;
+    inspect) kind=files options="-h --help --json --no-sandbox" ;;
+    bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;
+    verify) kind=files options="-h --help --image --to --intent --bits --points --limit --json --no-sandbox" ;;
     spaces) options="-h --help --json" ;;
     *) return ;;
     esac

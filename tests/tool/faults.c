@@ -8,7 +8,8 @@
  * milliseconds; for -3, -4 and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. The calls are
  * pread, pwrite, fsync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile, which is
  * open with O_TMPFILE, proc, which is access below /proc, and owner, where lstat tells of the errno as the owner. The
- * file that HUEWEAVE_FAULT_SEEN names is made when a fault with a number has struck.
+ * file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write to, is no longer empty when a fault
+ * with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -22,10 +23,21 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 static void* Next(const char* name) { return dlsym(RTLD_NEXT, name); }
+
+/* Opened at the start, while any file can be; not under the number of a standard stream. */
+static int seen = -1;
+__attribute__((constructor)) static void OpenSeen(void) {
+    const char* name = getenv("HUEWEAVE_FAULT_SEEN");
+    if (name == NULL || *name == 0) return;
+    const int file = (int)syscall(SYS_openat, AT_FDCWD, name, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    seen = fcntl(file, F_DUPFD_CLOEXEC, 100);
+    close(file);
+}
 
 /* By the functions that the C++ library's own containers throw with. */
 static void Throw(int which) {
@@ -42,8 +54,7 @@ static int Fault(const char* call, atomic_int* count) {
         char name[32];
         int n = 0, error = 0;
         if (sscanf(at, "%31[^:]:%d:%d", name, &n, &error) == 3 && strcmp(name, call) == 0 && (n == 0 || n == now)) {
-            const char* seen = getenv("HUEWEAVE_FAULT_SEEN");
-            if (n != 0 && seen != NULL && *seen != 0) fclose(fopen(seen, "w"));
+            if (n != 0 && seen >= 0 && write(seen, "x", 1) != 1) abort();
             if (error == -1) rename(getenv("HUEWEAVE_FAULT_FROM"), getenv("HUEWEAVE_FAULT_TO"));
             if (error == -2) usleep(50000);
             if (error < -2) Throw(error);

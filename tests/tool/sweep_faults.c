@@ -3,7 +3,8 @@
  *
  * Preloaded into the command under test by `sweep`: makes one call of a group fail. HUEWEAVE_SWEEP is "group:n:errno":
  * the n-th call of the group, from 1 on, fails with that errno; for an errno of 0 the process is killed in its place,
- * and for -1 right after it. The file that HUEWEAVE_SWEEP_SEEN names is made once that call is reached.
+ * and for -1 right after it. The file that HUEWEAVE_SWEEP_SEEN names, and that the command itself may not write to, is
+ * no longer empty once that call is reached.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -19,12 +20,19 @@
 
 #define CREATE 0100 /* O_CREAT; the header that has it declares the functions below with other parameters */
 #define HERE (-100) /* AT_FDCWD */
+#define DUPLICATE 0 /* F_DUPFD */
 
 static char group[16];
-static int wanted, error;
+static int wanted, error, seen = -1;
 static atomic_int calls;
 
 __attribute__((constructor)) static void Begin(void) {
+    const char* name = getenv("HUEWEAVE_SWEEP_SEEN");
+    if (name != NULL) { /* now, while any file can be opened; not under the number of a standard stream */
+        const long file = syscall(SYS_openat, HERE, name, CREATE | 1, 0600);
+        seen = (int)syscall(SYS_fcntl, file, DUPLICATE, 100);
+        syscall(SYS_close, file);
+    }
     const char* text = getenv("HUEWEAVE_SWEEP");
     if (text != NULL && sscanf(text, "%15[^:]:%d:%d", group, &wanted, &error) != 3) abort();
 }
@@ -34,8 +42,7 @@ static int Count(const char* name) { return strcmp(name, group) == 0 ? atomic_fe
 
 static int Fails(int call) {
     if (call == 0 || call != wanted) return 0;
-    const char* seen = getenv("HUEWEAVE_SWEEP_SEEN");
-    if (seen != NULL) syscall(SYS_close, syscall(SYS_openat, HERE, seen, CREATE | 1, 0600));
+    if (seen >= 0) syscall(SYS_write, seen, "x", 1);
     if (error == 0) raise(SIGKILL);
     if (error < 0) return 0;
     errno = error;

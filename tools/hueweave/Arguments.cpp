@@ -69,11 +69,9 @@ void SettleRendering(const RenderingWords& words, const std::string& curveFile, 
     check("--lightness", rendering.lightness, 100);
     check("--chroma", rendering.chroma, 100);
     check("--hue", rendering.hue, 360);
-    if (curveFile.empty()) return;
-    if (rendering.space->ByTable()) {
+    if (!curveFile.empty() && rendering.space->ByTable()) {
         Usage("--curve does not go with --to adobe-rgb, which is made by a curve itself", "use --to adobe-rgb-g18");
     }
-    rendering.curves = ReadCurves(curveFile);
 }
 
 std::uint64_t ParseMemory(const std::string& text) {
@@ -223,6 +221,7 @@ ToneCurves ReadCurves(const std::string& path) {
 
 Arguments ParseArguments(int count, const char* const* words) {
     Arguments result;
+    bool noSandbox = false;
     CLI::App app(kAbout, "hueweave");
     app.footer(kFooter);
     app.set_version_flag("--version", std::string("hueweave ") + kVersion);
@@ -252,6 +251,10 @@ Arguments ParseArguments(int count, const char* const* words) {
     CLI::App* spacesApp = app.add_subcommand("spaces", "List the colour spaces of the output");
     spacesApp->add_flag("--json", spaces.json, "Write one line of JSON a space");
 
+    for (CLI::App* reads : {convertApp, inspectApp, bakeApp, verifyApp}) {
+        reads->add_flag("--no-sandbox", noSandbox, "Read the files without being confined to what was named");
+    }
+
     if (count > 1) CheckCommand(app, words[1]);
     try {
         app.parse(count, words);
@@ -263,14 +266,18 @@ Arguments ParseArguments(int count, const char* const* words) {
     }
     if (convertApp->parsed()) {
         SettleConvert(convert, convertWords);
+        convert.sandbox = !noSandbox;
         result.convert = convert;
     } else if (inspectApp->parsed()) {
+        inspect.sandbox = !noSandbox;
         result.inspect = inspect;
     } else if (bakeApp->parsed()) {
         if (bake.output == "-") Usage("bake does not write to standard output", "name a file with -o");
+        bake.sandbox = !noSandbox;
         result.bake = bake;
     } else if (verifyApp->parsed()) {
         SettleRendering(verifyWords, "", verify.rendering);
+        verify.sandbox = !noSandbox;
         result.verify = verify;
     } else if (spacesApp->parsed()) {
         result.spaces = spaces;

@@ -27,21 +27,22 @@ struct ConvertArguments {
     SourceRule source = SourceRule::Given;
     std::optional<std::string> filesFrom;
     std::optional<Shard> shard;
-    std::string curveFile;
-    unsigned jobs = 0;  ///< threads; 0 for one a processor
+    std::string curveFile;  ///< read into the rendering when the sandbox is closed
+    unsigned jobs = 0;      ///< threads; 0 for one a processor
     std::uint64_t maxMemory = std::uint64_t{64} << 20;
     bool noTag = false, force = false, inPlace = false, nul = false, resume = false;
     bool quiet = false, json = false, dryRun = false;
+    bool sandbox = false;
 };
 
 struct InspectArguments {
     std::vector<std::string> files;
-    bool json = false;
+    bool json = false, sandbox = false;
 };
 
 struct BakeArguments {
     std::string profile, output;
-    bool force = false, quiet = false;
+    bool force = false, quiet = false, sandbox = false;
 };
 
 struct VerifyArguments {
@@ -50,14 +51,14 @@ struct VerifyArguments {
     Rendering rendering;
     unsigned bits = 16, points = 33;
     std::optional<double> limit;
-    bool json = false;
+    bool json = false, sandbox = false;
 };
 
 struct SpacesArguments {
     bool json = false;
 };
 
-/// What the command line asks for.
+/// What the command line asks for. `ParseArguments` turns `sandbox` on, which confines the whole process for good.
 struct Arguments {
     std::optional<ConvertArguments> convert;
     std::optional<InspectArguments> inspect;

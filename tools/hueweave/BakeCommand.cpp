@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "AllowedPaths.h"
 #include "Bake.h"
 #include "Commands.h"
 #include "OutputFile.h"
@@ -14,6 +15,7 @@
 namespace hueweave::tool {
 
 Exit BakeCommand(const BakeArguments& arguments) {
+    if (arguments.sandbox) EnterSandbox(PathsOf(arguments));
     const auto existing = arguments.force ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
     const DeviceProfile profile = LoadProfile(arguments.profile);
     struct stat from {

@@ -7,7 +7,7 @@
 
 namespace hueweave::tool {
 
-Exit Convert(const ConvertArguments& arguments);
+Exit Convert(ConvertArguments arguments);
 Exit Inspect(const InspectArguments& arguments);
 Exit BakeCommand(const BakeArguments& arguments);
 Exit Verify(const VerifyArguments& arguments);

@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "AllowedPaths.h"
 #include "Commands.h"
 #include "FileJob.h"
 #include "JsonNames.h"
@@ -143,16 +144,42 @@ std::uint64_t TotalSize(const InputList& list) {
     return total;
 }
 
+/// The output folder is made before the sandbox is closed, which then allows writing below it and nowhere above. Where
+/// it cannot be made, each file is refused for it.
+void MakeOutputFolder(const ConvertArguments& arguments, const InputList& list, MadeFolders& folders,
+                      AllowedPaths& allowed) {
+    if (arguments.dryRun || list.folder.empty() || list.items.empty()) return;
+    const std::string above = ExistingFolder(list.folder);
+    try {
+        folders.Make(list.folder);
+        if (above != list.folder) allowed.push_back({above, Use::RemoveFolders});  // again, if they stay empty
+    } catch (const Refusal&) {
+        return;
+    }
+}
+
+/// What was named is known: until here, names were read and no file of an image or a profile.
+void Confine(const ConvertArguments& arguments, const InputList& list, MadeFolders& folders) {
+    if (!arguments.sandbox) return;
+    AllowedPaths allowed;
+    MakeOutputFolder(arguments, list, folders, allowed);
+    const AllowedPaths named = PathsOf(arguments, list);
+    allowed.insert(allowed.end(), named.begin(), named.end());
+    EnterSandbox(allowed);
+}
+
 }  // namespace
 
-Exit Convert(const ConvertArguments& arguments) {
+Exit Convert(ConvertArguments arguments) {
     Report report(arguments.quiet, arguments.json);
-    std::optional<DeviceProfile> profile;
-    if (arguments.profile) profile = LoadProfile(*arguments.profile);
     const InputList list = ListInputs(arguments);
-    ProfileCache cache(arguments.rendering);
     const bool shared = arguments.shard.has_value();
     MadeFolders folders(shared);
+    Confine(arguments, list, folders);
+    if (!arguments.curveFile.empty()) arguments.rendering.curves = ReadCurves(arguments.curveFile);
+    std::optional<DeviceProfile> profile;
+    if (arguments.profile) profile = LoadProfile(*arguments.profile);
+    ProfileCache cache(arguments.rendering);
     SweptFolders swept;
     std::optional<ResumeRecord> record;  // gone before the folders are looked at
     if (!list.folder.empty() && (!arguments.dryRun || arguments.resume)) record.emplace(list.folder, shared);

@@ -288,7 +288,8 @@ void FileJob::Write(std::chrono::steady_clock::time_point begin) {
     std::unique_ptr<OutputFile> output;
     FileAccess spool;
     if (item_.output == "-") {
-        spool = FileAccess::Scratch(TemporaryFolder(), "standard output");
+        settings.scratch = TemporaryFolder();
+        spool = FileAccess::Scratch(settings.scratch, "standard output");
     } else {
         output = MakeOutput();
     }

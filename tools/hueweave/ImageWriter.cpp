@@ -242,7 +242,7 @@ struct ImageWriter::RowPlane {
 
 void ImageWriter::WriteRows() {
     const PageSource source(structure_, page_);
-    const std::string folder = FolderOf(target_.name());
+    const std::string folder = settings_.scratch.empty() ? FolderOf(target_.name()) : settings_.scratch;
     const unsigned written = page_.planar && !page_.Lossy() ? 3 : Planes();
     std::vector<RowPlane> all(page_.planar ? page_.samples : 1);
     for (unsigned p = 0; p < all.size(); ++p) {

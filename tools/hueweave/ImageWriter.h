@@ -17,6 +17,7 @@ namespace hueweave::tool {
 struct WriteSettings {
     unsigned threads = 1;
     std::uint64_t memory = std::uint64_t{40} << 20;      ///< bytes for all buffers of one file
+    std::string scratch;                                 ///< folder of temporary files; empty for the output's own
     bool measure = false;                                ///< clipped pixels and SHA-256
     std::function<void(std::uint64_t pixels)> progress;  ///< called from all threads
 };

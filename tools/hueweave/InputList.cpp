@@ -149,6 +149,9 @@ InputList ListInputs(const ConvertArguments& arguments) {
         if (name != "-" && fs::is_directory(name, ignored)) {
             folders = true;
             const std::vector<Found> below = FolderWalk(name, arguments.output).Run();
+            for (const Found& file : below) {
+                if (file.problem.empty()) list.searched.insert(FolderOf(file.source));
+            }
             found.insert(found.end(), below.begin(), below.end());
         } else {
             const std::string base = name == "-" ? "stdin.tif" : fs::path(name).filename().string();

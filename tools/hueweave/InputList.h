@@ -27,6 +27,7 @@ struct InputList {
     std::vector<Item> items;
     bool single = false;                          ///< one file was named, not a list or a folder
     std::string folder;                           ///< of the output; empty if the output is a file, or the input itself
+    std::set<std::string> searched;               ///< folders in which files were found that nobody named
     std::set<FileIdentity> identities;            ///< of every input, so that none is overwritten
     std::map<FileIdentity, std::string> options;  ///< the same of files given as options, with the option
 };

@@ -5,6 +5,7 @@
 
 #include <system_error>
 
+#include "AllowedPaths.h"
 #include "Commands.h"
 #include "Json.h"
 #include "JsonNames.h"
@@ -227,6 +228,7 @@ Json Describe(const std::string& path) {
 }  // namespace
 
 Exit Inspect(const InspectArguments& arguments) {
+    if (arguments.sandbox) EnterSandbox(PathsOf(arguments));
     Exit result = Exit::Done;
     for (const std::string& path : arguments.files) {
         try {

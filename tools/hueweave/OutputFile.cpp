@@ -25,15 +25,14 @@ std::string SelfPath(int descriptor) { return "/proc/self/fd/" + std::to_string(
                   "convert it as that user, or write to another file with -o");
 }
 
-/// A link is followed, so that the file that it leads to is replaced and the link stays.
+}  // namespace
+
 std::string FollowLink(const std::string& path) {
     std::error_code error;
     if (!std::filesystem::is_symlink(path, error)) return path;
     const auto real = std::filesystem::canonical(path, error);
     return error ? path : real.string();
 }
-
-}  // namespace
 
 void CheckTarget(const std::string& path, OutputFile::Existing existing) {
     struct stat status {};

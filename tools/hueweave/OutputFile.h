@@ -50,6 +50,8 @@ private:
     std::string temporary_;              ///< name of the file meanwhile, where it has one
 };
 
+/// Where a link leads to, so that the file there is replaced and the link stays; any other path itself.
+std::string FollowLink(const std::string& path);
 /// What stands under a path that an output is meant for: refuses it if it may not be written there.
 void CheckTarget(const std::string& path, OutputFile::Existing existing);
 /// Refuses a path in whose folder nothing can be written, as far as modes tell it.

@@ -3,6 +3,7 @@
 // The subcommand "verify".
 #include <fmt/format.h>
 
+#include "AllowedPaths.h"
 #include "Commands.h"
 #include "Compare.h"
 #include "ImageColours.h"
@@ -55,6 +56,7 @@ void PrintJson(const VerifyArguments& arguments, const DeviceProfile& profile, c
 }  // namespace
 
 Exit Verify(const VerifyArguments& arguments) {
+    if (arguments.sandbox) EnterSandbox(PathsOf(arguments));
     const DeviceProfile profile = LoadProfile(arguments.profile);
     const EngineProfile engine = PrepareProfile(profile, arguments.rendering.intent);
     const std::vector<DeviceColour> colours =
