@@ -82,7 +82,6 @@ CALL("read", size_t, 0, fread, (void* data, size_t size, size_t count, FILE* fil
 CALL("write", ssize_t, -1, write, (int file, const void* data, size_t size), file, data, size)
 CALL("write", ssize_t, -1, pwrite, (int file, const void* data, size_t size, off_t at), file, data, size, at)
 CALL("write", ssize_t, -1, pwrite64, (int file, const void* data, size_t size, off_t at), file, data, size, at)
-CALL("write", size_t, 0, fwrite, (const void* data, size_t size, size_t count, FILE* file), data, size, count, file)
 
 CALL("sync", int, -1, fsync, (int file), file)
 CALL("sync", int, -1, fdatasync, (int file), file)
