@@ -7,8 +7,11 @@
 
 #include <csignal>
 
+#include "Bake.h"
+#include "Compare.h"
 #include "Limits.h"
 #include "Picture.h"
+#include "ProfileSource.h"
 #include "Refusal.h"
 #include "Signals.h"
 #include "TiffMaker.h"
@@ -313,32 +316,57 @@ TEST_F(LimitsTest, AStripOfAnySizeIsVerifiedByRows) {
     }
 }
 
+/// Does the work in a process of its own that has noted a signal before; ends it with 7 if the work then stops.
+template <class Work>
+[[noreturn]] void DoInterrupted(const Work& work) {
+    tool::WatchSignals();
+    try {
+        work();
+    } catch (const tool::Interrupted&) {
+        _exit(7);
+    } catch (...) {
+        _exit(8);
+    }
+    _exit(9);
+}
+
 TEST_F(LimitsTest, ASignalEndsTheReadingOfAFilesStructure) {
     TiffMaker tiff;
     const std::uint64_t pixels = tiff.Put(SmallPixels());
     for (int i = 0; i < 3; ++i) tiff.Page(TiffMaker::Small(pixels));
     tiff.Save(in_);
-    const auto interrupted = [](const auto& what) {
-        tool::WatchSignals();
-        try {
-            what();
-        } catch (const tool::Interrupted&) {
-            _exit(7);
-        } catch (...) {
-            _exit(8);
-        }
-        _exit(9);
-    };
     const FileAccess file = FileAccess::OpenInput(in_);
-    EXPECT_EXIT(interrupted([&] {
+    EXPECT_EXIT(DoInterrupted([&] {
                     std::raise(SIGTERM);
                     const TiffStructure structure(file);
                 }),
                 testing::ExitedWithCode(7), "");
-    EXPECT_EXIT(interrupted([&] {
+    EXPECT_EXIT(DoInterrupted([&] {
                     const TiffStructure structure(file);
                     std::raise(SIGTERM);
                     ReadPages(structure);
+                }),
+                testing::ExitedWithCode(7), "");
+}
+
+TEST_F(LimitsTest, ASignalEndsComputations) {
+    const tool::DeviceProfile profile = tool::LoadProfile(Input("scanner.icc"));
+    tool::Rendering rendering;
+    rendering.space = tool::FindSpace("srgb");
+    EXPECT_EXIT(DoInterrupted([] {
+                    std::raise(SIGTERM);
+                    tool::GridColours(2);
+                }),
+                testing::ExitedWithCode(7), "");
+    EXPECT_EXIT(DoInterrupted([&] {
+                    const auto colours = tool::GridColours(2);
+                    std::raise(SIGTERM);
+                    tool::Compare(profile.data, profile.data, profile.name, rendering, 16, colours);
+                }),
+                testing::ExitedWithCode(7), "");
+    EXPECT_EXIT(DoInterrupted([&] {
+                    std::raise(SIGTERM);
+                    tool::BakeProfile(profile);
                 }),
                 testing::ExitedWithCode(7), "");
 }

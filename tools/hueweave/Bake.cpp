@@ -9,6 +9,7 @@
 
 #include "Compare.h"
 #include "Refusal.h"
+#include "Signals.h"
 
 namespace hueweave::tool {
 namespace {
@@ -95,6 +96,7 @@ Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab) {
         for (unsigned n = 0; n < kPoints; ++n) axis[c][n] = Inverse(curves[c], n / (kPoints - 1.0));
     }
     for (unsigned i = 0; i < kPoints; ++i) {
+        ThrowIfInterrupted();
         for (unsigned j = 0; j < kPoints; ++j) {
             for (unsigned k = 0; k < kPoints; ++k) {
                 const double rgb[3] = {axis[0][i], axis[1][j], axis[2][k]};

@@ -7,6 +7,7 @@
 
 #include "Lcms.h"
 #include "Refusal.h"
+#include "Signals.h"
 
 namespace hueweave::tool {
 namespace {
@@ -46,6 +47,7 @@ std::vector<DeviceColour> GridColours(unsigned points) {
     std::vector<DeviceColour> colours;
     const auto at = [&](unsigned n) { return static_cast<std::uint16_t>((n * 255 / (points - 1)) * 257); };
     for (unsigned i = 0; i < points; ++i) {
+        ThrowIfInterrupted();
         for (unsigned j = 0; j < points; ++j) {
             for (unsigned k = 0; k < points; ++k) colours.push_back({at(i), at(j), at(k)});
         }
@@ -73,6 +75,7 @@ Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std:
     std::vector<double> differences;
     std::vector<Comparison::Worst> all;
     for (std::size_t n = 0; n < colours.size(); ++n) {
+        ThrowIfInterrupted();
         double rgb[3];
         for (std::size_t c = 0; c < 3; ++c) {
             const int byte = colours[n][c] / 257;
