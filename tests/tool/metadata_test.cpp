@@ -11,6 +11,7 @@
 #include "Command.h"
 #include "ExifTool.h"
 #include "Picture.h"
+#include "TiffMaker.h"
 
 namespace hueweave::test {
 namespace {
@@ -156,6 +157,29 @@ TEST_F(MetadataTest, ATransparencyMaskStaysAsItIs) {
     EXPECT_EQ(TagsOf(in_), TagsOf(out_));
     const std::string raw = "convert-im6 " + Quoted(in_ + "[1]") + " gray:- | sha256sum";
     EXPECT_EQ(Shell(raw), Shell("convert-im6 " + Quoted(out_ + "[1]") + " gray:- | sha256sum"));
+}
+
+TEST_F(MetadataTest, AMaskOfOneByteBetweenTwoStripsStaysAsItIs) {
+    // The stretch between the strips is no larger than padding would be; black strips outgrow their places.
+    TiffMaker tiff;
+    const std::string strip = Deflated(std::string(std::size_t{16} * 8 * 3, '\0'));
+    const std::uint64_t above = tiff.Put(strip), mask = tiff.Put("\x5a"), below = tiff.Put(strip);
+    ASSERT_LE(below - above - strip.size(), 3U);
+    tiff.Page(TiffMaker::Rgb({.width = 16,
+                              .height = 16,
+                              .offsets = {above, below},
+                              .counts = {strip.size(), strip.size()},
+                              .compression = 8,
+                              .rows = 8}));
+    tiff.Page({TiffMaker::Long(254, 4), TiffMaker::Long(256, 8), TiffMaker::Long(257, 1), TiffMaker::Short(258, 1),
+               TiffMaker::Short(262, 4), TiffMaker::Long(273, mask), TiffMaker::Long(279, 1)});
+    tiff.Save(in_);
+    const Outcome run = Convert();
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(ByEngine(ReadPictures(in_)[0], Input("scanner.icc"), 0, 8).values, ReadPictures(out_)[0].values);
+    const std::string written = FileBytes(out_);
+    EXPECT_EQ(written.substr(mask, 1), "\x5a");
+    EXPECT_NE(written.substr(above, strip.size()), strip);
 }
 
 TEST_F(MetadataTest, PagesBelowAPageAreConvertedByItsProfile) {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint64_t kUnbounded = std::uint64_t{1} << 62;
 constexpr std::uint64_t kClassicLimit = 0xffffffff;
-constexpr std::uint64_t kPadding = 3;   ///< a gap of so many bytes between strips is no more than padding
+constexpr std::uint64_t kPadding = 3;   ///< a gap of so many bytes at most between strips may be padding
 constexpr std::size_t kLookAhead = 16;  ///< stretches that are tried for one strip
 
 struct Span {
@@ -73,6 +73,8 @@ void OutputLayout::FindExclusive(const TiffStructure& structure, const std::vect
             }
         }
     }
+    std::sort(untouched_.begin(), untouched_.end(),
+              [](const Extent& a, const Extent& b) { return a.offset < b.offset; });
     for (const Extent& extent : untouched_) spans.push_back({extent, SIZE_MAX, 0});
     std::erase_if(spans, [](const Span& span) { return span.extent.size == 0; });
     std::sort(spans.begin(), spans.end(),
@@ -88,6 +90,14 @@ void OutputLayout::FindExclusive(const TiffStructure& structure, const std::vect
         }
         if (furthest == nullptr || span.extent.End() > furthest->extent.End()) furthest = &span;
     }
+}
+
+bool OutputLayout::IsPadding(std::uint64_t at, std::uint64_t size) const {
+    if (size > kPadding) return false;
+    // Strips of a few bytes fit there. One that begins before overlaps what is replaced, which then keeps its place.
+    const auto next = std::lower_bound(untouched_.begin(), untouched_.end(), at,
+                                       [](const Extent& extent, std::uint64_t from) { return extent.offset < from; });
+    return next == untouched_.end() || next->offset >= at + size;
 }
 
 void OutputLayout::Divide(const TiffStructure& structure, const std::vector<TiffPage>& pages) {
@@ -106,7 +116,7 @@ void OutputLayout::Divide(const TiffStructure& structure, const std::vector<Tiff
     std::uint64_t at = 0;
     for (const Stretch& stretch : replaced) {
         const std::uint64_t gap = stretch.extent.offset - at;
-        const bool grows = stretch.free && !free_.empty() && free_.back().End() == at && gap <= kPadding;
+        const bool grows = stretch.free && !free_.empty() && free_.back().End() == at && IsPadding(at, gap);
         if (gap > 0 && !grows) kept_.push_back({at, gap});
         if (grows) {
             free_.back().size = stretch.extent.End() - free_.back().offset;
@@ -117,7 +127,7 @@ void OutputLayout::Divide(const TiffStructure& structure, const std::vector<Tiff
         if (!stretch.free) end_ = at;
     }
     const std::uint64_t rest = structure.fileSize() - at;
-    const bool open = !free_.empty() && free_.back().End() == at && rest <= kPadding;
+    const bool open = !free_.empty() && free_.back().End() == at && IsPadding(at, rest);
     if (rest > 0 && !open) kept_.push_back({at, rest});
     if (!kept_.empty()) end_ = std::max(end_, kept_.back().End());
     if (open) {
