@@ -64,6 +64,29 @@ protected:
         EXPECT_THAT(run.err, HasSubstr(reason));
         EXPECT_FALSE(Exists(out_));
     }
+    struct Size {
+        std::uint32_t width, height;
+        unsigned samples;
+    };
+    /// One strip, or one a plane where there are more than three; each holds `data`.
+    void Write(unsigned compression, Size size, std::vector<unsigned char> data) const {
+        const std::unique_ptr<TIFF, TiffCloser> file(TIFFOpen(in_.c_str(), "wl"));
+        ASSERT_NE(file, nullptr);
+        TIFFSetField(file.get(), TIFFTAG_IMAGEWIDTH, size.width);
+        TIFFSetField(file.get(), TIFFTAG_IMAGELENGTH, size.height);
+        TIFFSetField(file.get(), TIFFTAG_BITSPERSAMPLE, 8);
+        TIFFSetField(file.get(), TIFFTAG_SAMPLESPERPIXEL, size.samples);
+        TIFFSetField(file.get(), TIFFTAG_COMPRESSION, compression);
+        TIFFSetField(file.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
+        TIFFSetField(file.get(), TIFFTAG_ROWSPERSTRIP, size.height);
+        const bool planes = size.samples > 3;
+        TIFFSetField(file.get(), TIFFTAG_PLANARCONFIG, planes ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+        const std::uint16_t extra[] = {EXTRASAMPLE_UNSPECIFIED};
+        if (planes) TIFFSetField(file.get(), TIFFTAG_EXTRASAMPLES, 1, extra);
+        for (std::uint32_t strip = 0; strip < (planes ? size.samples : 1); ++strip) {
+            ASSERT_GT(TIFFWriteEncodedStrip(file.get(), strip, data.data(), static_cast<tmsize_t>(data.size())), 0);
+        }
+    }
     /// Puts a number of `size` bytes into a little-endian file.
     void Patch(std::size_t at, std::uint64_t value, std::size_t size) {
         std::string bytes = FileBytes(in_);
@@ -80,6 +103,24 @@ protected:
     Folder folder_;
     std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
 };
+
+TEST_F(DecoderTest, WebpDataOfAnotherSizeAreRefused) {
+    const std::vector<unsigned char> pixels(3 * 16 * 16, 0x55);
+    Write(COMPRESSION_WEBP, {16, 16, 3}, pixels);
+    ASSERT_EQ(Convert().status, 0);
+    std::filesystem::remove(out_);
+    const std::size_t width = EntryAt(256, 3) + 8;
+    for (const unsigned other : {8U, 17U, 32U}) {
+        Patch(width, other, 2);
+        ExpectRefusal("its WebP data are of another size");
+    }
+}
+
+TEST_F(DecoderTest, CodersOfSeveralPlanesCountAsMemory) {
+    // Strips that are decoded by rows, with a coder a plane of some 16 MiB each.
+    Write(COMPRESSION_ZSTD, {4000, 4000, 4}, std::vector<unsigned char>(std::size_t{4000} * 4000));
+    ExpectRefusal("has strips that do not fit in the memory allowed");
+}
 
 TEST_F(DecoderTest, LayersOf300MebibytesTakeNoMemory) {
     Make("tiffcp -L -s -c zip -r 16 $photo $out && tiffset -s 315 'twelve bytes' $out");

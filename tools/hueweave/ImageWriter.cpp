@@ -75,6 +75,8 @@ bool ImageWriter::FitsInMemory(unsigned threads) const {
 /// By rows, a strip is decoded out of a file; but libtiff reads it whole where it has to turn its bits around.
 bool ImageWriter::RowsFitInMemory() const {
     if (page_.tiled) return false;
+    // Planes are decoded side by side, each by a coder of its own; one of these the process has room for anyway.
+    if (page_.planar && CoderMemory(page_) > settings_.memory / (page_.samples - 1)) return false;
     if (page_.fillOrder == 1) return true;
     std::uint64_t largest = 0;
     for (const Extent& segment : page_.segments) largest = std::max(largest, segment.size);

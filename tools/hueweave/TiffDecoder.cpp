@@ -13,6 +13,7 @@
 #include "Refusal.h"
 #include "Samples.h"
 #include "Signals.h"
+#include "WebpSize.h"
 
 namespace hueweave::tool {
 namespace {
@@ -149,6 +150,17 @@ bool HasTables(tiff* handle, const Bytes& tables) {
            std::memcmp(data, tables.data(), size) == 0;
 }
 
+std::uint64_t WebpHead(std::uint64_t size) { return std::min<std::uint64_t>(size, kWebpHead); }
+
+/// Refuses WebP data of another size than the strip or tile whose first bytes are `head`.
+void CheckWebp(const PageSource& source, std::uint64_t segment, Bytes head) {
+    const TiffPage& page = source.page();
+    if (page.compression != COMPRESSION_WEBP) return;
+    if (page.fillOrder == FILLORDER_LSB2MSB) TIFFReverseBits(head.data(), static_cast<tmsize_t>(head.size()));
+    if (WebpSize(head) == PixelSize{page.segmentWidth, page.RowsOf(segment)}) return;
+    DecoderView::RefuseDamaged(source.file().name(), "its WebP data are of another size");
+}
+
 void OpenView(DecoderView& view, TiffHandle& handle, const PageSource& source, std::uint64_t mostMemory) {
     const std::string& name = source.file().name();
     handle = view.Open(name, mostMemory);
@@ -201,6 +213,7 @@ void TiffDecoder::ReadSegment(std::uint64_t segment, Bytes& pixels) {
         }
         return;
     }
+    CheckWebp(source_, segment, Bytes(raw_.begin(), raw_.begin() + static_cast<std::ptrdiff_t>(WebpHead(raw_.size()))));
     const bool last = !page.tiled && page.InPlane() > 1 && segment % page.InPlane() == page.InPlane() - 1;
     const int done =
         TIFFReadFromUserBuffer(handle_.get(), last ? 1 : 0, raw_.data(), static_cast<tmsize_t>(raw_.size()),
@@ -257,6 +270,7 @@ void RowDecoder::BeginStrip() {
         return;
     }
     CopyStrip(strip);
+    CheckWebp(source_, first_ + strip_, copy_.Read({start_, WebpHead(strip.size)}));
     if (handle_ == nullptr) Open();
     given_ = 0;
 }
