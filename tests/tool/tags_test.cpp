@@ -164,7 +164,43 @@ TEST_F(TagsTest, ValuesThatContradictAreRefused) {
     }
     Entries alpha = With(With(Small(), TiffMaker::Short(277, 4)), {258, 3, 4, 0, Little({8, 8, 8, 8}, 2)});
     ExpectRefusal(With(With(alpha, TiffMaker::Long(257, 3)), TiffMaker::Short(338, 3)),
-                  "has a fourth sample of an unknown kind (3)");
+                  "has a further sample of an unknown kind (3)");
+    // Also of a sample that is not there: libtiff does not open such a file.
+    ExpectRefusal(With(Small(), TiffMaker::Short(338, 8)), "has a further sample of an unknown kind (8)");
+}
+
+TEST_F(TagsTest, APredictorThatASchemeDoesNotHaveMeansNothing) {
+    std::string packed;
+    for (int row = 0; row < 4; ++row) packed += '\x0b' + SmallPixels().substr(static_cast<std::size_t>(12 * row), 12);
+    TiffMaker::Shape shape;
+    shape.offsets = {tiff_.Put(packed)};
+    shape.counts = {packed.size()};
+    shape.compression = 32773;
+    ExpectConverted(And(TiffMaker::Rgb(shape), TiffMaker::Short(317, 2)), "PackBits");
+}
+
+TEST_F(TagsTest, EncodedTilesOfOddSidesAreRefusedAsAnInput) {
+    TiffMaker::Shape shape;
+    shape.offsets = {pixels_};
+    shape.counts = {48};
+    shape.compression = 8;
+    for (const auto& [width, height] : {std::pair{12U, 16U}, std::pair{16U, 17U}}) {
+        shape.tileWidth = width;
+        shape.tileHeight = height;
+        ExpectRefusal(TiffMaker::Rgb(shape), "has encoded tiles whose sides are no multiples of 16");
+    }
+}
+
+TEST_F(TagsTest, ABigTiffHeaderWhoseConstantIsNot0IsRefused) {
+    TiffMaker made(true);
+    made.Page(TiffMaker::Small(made.Put(SmallPixels())));
+    made.Save(in_);
+    ASSERT_EQ(Hueweave({"convert", "--profile", Input("scanner.icc"), in_, "-o", out_}).status, 0);
+    made.bytes()[6] = '\1';  // libtiff does not open it then
+    made.Save(in_);
+    const Outcome run = Hueweave({"convert", "--profile", Input("scanner.icc"), in_, "-o", out_, "--force"});
+    EXPECT_EQ(run.status, 4);
+    EXPECT_THAT(run.err, HasSubstr("in.tif: has a damaged header"));
 }
 
 TEST_F(TagsTest, AValueOverADirectoryIsRefused) {

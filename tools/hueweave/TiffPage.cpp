@@ -15,6 +15,7 @@ namespace {
 
 /// A kind of further sample that some programs write, and readers take.
 constexpr std::uint64_t kOtherExtra = 999;
+constexpr std::uint64_t kTileStep = 16;  ///< pixels
 
 constexpr const char* kWholeNumbers = "give a file of whole numbers of 8 or 16 bits";
 
@@ -98,22 +99,24 @@ private:
             Refuse("has " + std::to_string(bits[0]) + " bits a sample", "give a file of 8 or 16 bits a sample");
         }
         page_.bits = static_cast<unsigned>(bits[0]);
-        if (const TiffEntry* entry = directory_.Find(tag::ExtraSamples); entry != nullptr && page_.samples > 3) {
+        if (const TiffEntry* entry = directory_.Find(tag::ExtraSamples); entry != nullptr) {
             const auto extra = structure_.Numbers(*entry);
             for (const std::uint64_t sample : extra) {
                 if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
-                    RefuseDamaged("has a fourth sample of an unknown kind (" + std::to_string(sample) + ")");
+                    RefuseDamaged("has a further sample of an unknown kind (" + std::to_string(sample) + ")");
                 }
             }
-            page_.premultiplied = !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+            page_.premultiplied = page_.samples > 3 && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
         }
     }
 
-    void CheckPredictor() const {
+    void ReadPredictor() {
+        page_.predictor = Small(tag::Predictor, 1);
         const bool takesOne = page_.compression == COMPRESSION_LZW || page_.compression == COMPRESSION_ADOBE_DEFLATE ||
                               page_.compression == COMPRESSION_DEFLATE || page_.compression == COMPRESSION_LZMA ||
                               page_.compression == COMPRESSION_ZSTD;
-        if (!takesOne || page_.predictor == PREDICTOR_NONE || page_.predictor == PREDICTOR_HORIZONTAL) return;
+        if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag means nothing there, and stays as it is
+        if (page_.predictor == PREDICTOR_NONE || page_.predictor == PREDICTOR_HORIZONTAL) return;
         Refuse("has predictor " + std::to_string(page_.predictor) + ", which whole numbers do not have",
                "write it anew with LZW or Deflate, for example with tiffcp -c zip");
     }
@@ -123,11 +126,10 @@ private:
         if (page_.fillOrder != FILLORDER_MSB2LSB && page_.fillOrder != FILLORDER_LSB2MSB) {
             RefuseDamaged("has bits in no order");
         }
-        page_.predictor = Small(tag::Predictor, 1);
         const unsigned planar = Small(tag::Planar, PLANARCONFIG_CONTIG);
         if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE) RefuseDamaged("has samples in no order");
         page_.planar = planar == PLANARCONFIG_SEPARATE;
-        CheckPredictor();
+        ReadPredictor();
         switch (page_.compression) {
             case COMPRESSION_NONE:
             case COMPRESSION_LZW:
@@ -157,6 +159,11 @@ private:
         if (page_.tiled) across = Number(tag::TileWidth, 0), down = Number(tag::TileHeight, 0);
         if (across == 0 || down == 0 || across > 0x7fffffff || down > 0x7fffffff) {
             RefuseDamaged("has strips or tiles without a size");
+        }
+        // No encoder of libtiff makes others.
+        if (page_.tiled && !page_.Plain() && (across % kTileStep != 0 || down % kTileStep != 0)) {
+            Refuse("has encoded tiles whose sides are no multiples of 16",
+                   "write it anew with others, for example with tiffcp -t -w 512 -l 512");
         }
         page_.segmentWidth = static_cast<std::uint32_t>(across);
         page_.segmentHeight = static_cast<std::uint32_t>(down);

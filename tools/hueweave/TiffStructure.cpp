@@ -53,7 +53,8 @@ TiffStructure::TiffStructure(const FileAccess& file)
         throw Refusal(Exit::Input, file.name(), "is not a TIFF file", "give a TIFF file");
     }
     form_.bigTiff = version == 43;
-    if (form_.bigTiff && (fileSize_ < 16 || form_.Get(head + 4, 2) != 8)) Refuse("has a damaged header");
+    if (form_.bigTiff && (fileSize_ < 16 || form_.Get(head + 4, 2) != 8 || form_.Get(head + 6, 2) != 0))
+        Refuse("has a damaged header");
     structure_.push_back({0, form_.bigTiff ? 16U : 8U});
     taken_[0] = {structure_[0].size, false};
     first_ = form_.Get(head + (form_.bigTiff ? 8 : 4), form_.OffsetSize());
