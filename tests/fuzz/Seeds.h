@@ -22,5 +22,11 @@ void SowProfiles(const Sow& sow);
 void SowCurvedBlocks(const Sow& sow);
 /// TIFF files on every path of the image, of every type of entry, cut, and out of order.
 void SowTiffs(const Sow& sow);
+/// TIFF files as libtiff writes them, in every layout that the command converts, of both orders of bytes and BigTIFF.
+void SowCommandTiffs(const Sow& sow);
+/// Profiles as Little CMS writes them, small: tables, matrices, and what the command refuses.
+void SowCommandProfiles(const Sow& sow);
+/// Deflate data behind three bytes that give a strip its size: as long as that, shorter, longer, cut and damaged.
+void SowDeflated(const Sow& sow);
 
 }  // namespace hueweave::fuzz

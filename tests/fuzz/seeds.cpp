@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "Files.h"
 #include "Seeds.h"
@@ -118,6 +119,63 @@ void PlantNumbers(Garden& garden) {
     }
 }
 
+#ifdef HUEWEAVE_FUZZ_TOOL
+/// Files for the command; also those that the library takes, of which it refuses most.
+void PlantFilesOfTheCommand(Garden& garden) {
+    unsigned number = 0;
+    const auto tiff = [&](const std::string& name, const Bytes& file) {
+        ++number;
+        const auto tags = static_cast<unsigned char>(number % 4), place = static_cast<unsigned char>(number / 4 % 4);
+        garden.Plant("convert_tiff", name, Joined({tags, place, 0, 0}, file));
+        garden.Plant("tiff_structure", name, Joined(Steering(16, number), file));
+    };
+    SowCommandTiffs(tiff);
+    SowTiffs([&](const std::string& name, const Bytes& file) {
+        if (++number % 5 == 0) tiff("library-" + name, file);
+    });
+    SowCommandProfiles([&](const std::string& name, const Bytes& file) {
+        garden.Plant("convert_profile", name, Joined(Steering(4, ++number), file));
+    });
+    SowDeflated([&](const std::string& name, const Bytes& file) { garden.Plant("deflate", name, file); });
+}
+
+void PlantTextsOfTheCommand(Garden& garden) {
+    const auto plant = [&](const char* target, std::initializer_list<std::string_view> texts) {
+        int number = 0;
+        for (const std::string_view text : texts) {
+            garden.Plant(target, "text-" + std::to_string(number++), ByteWriter().Text(text).Done());
+        }
+    };
+    // A name in front, then what stands in the record.
+    using namespace std::string_view_literals;
+    const auto line = R"({"output":"a.tif","fingerprint":"f","size":17,"modified":1})"sv;
+    const std::string named = "\4aaaaa\1";
+    const std::string many = named + std::string(line) + "\n\n" + std::string(line) + "\n";
+    const std::string deep = named + std::string(3000, '[') + "\n";
+    plant("record",
+          {"", named, many, many.substr(0, 40), deep, named + R"({"output":"b","size":1e400,"modified":0.5})",
+           named + R"({"output_hex":"ff00","output":"x","fingerprint":"f","size":-1,"modified":99999999999999999999})",
+           "\5\xff\xfe\xc2\x9b\x1b\xe2\1" + std::string(line)});
+    plant("arguments", {"", "--help", "--version", "convert\n-o\nout\nin.tif", "convert\n--in-place\nin.tif\n-j\n4",
+                        "convert\n--profile=p.icc\n--to\nadobe-rgb\n--intent\nrelative\n-o\nout\na\nb\n--json",
+                        "convert\n--curve\n@/curve.csv\n--lightness\n5.5\n--hue=-30\n-o\nout\na\n--no-tag",
+                        "convert\n--files-from\n-\n-0\n-o\nout\n--resume\n--shard\n1/4\n--max-memory\n1G",
+                        "convert\n--source=embedded\n--force\n--dry-run\n-q\n-o\nout\n--\n-a", "inspect\na\n--json",
+                        "bake\np.icc\n-o\nq.icc\n--force", "verify\np.icc\n--points\n9\n--limit\n2.5\n--bits\n8",
+                        "verify\np.icc\n--image\na.tif\n--intent=absolute", "spaces\n--json", "convert\n--help"});
+    const auto profile = "8BIM\4\17\0\0\0\0\0\5abcde\0"sv, thumbnail = "8BIM\4\14\2xy\0\0\0\0\4WXYZ"sv;
+    const auto join = [](std::initializer_list<std::string_view> parts) {
+        std::string all("\3\7");
+        for (const std::string_view part : parts) all += part;
+        return all;
+    };
+    plant("photoshop", {join({}), join({profile}), join({thumbnail}), join({profile, thumbnail, profile}),
+                        join({thumbnail, profile, "not a resource"}), join({profile.substr(0, 16)}),
+                        join({profile.substr(0, 17)}), join({"8BIM\4\17\0\0\xff\xff\xff\xff"sv}),
+                        join({"8BIM\4\17\xff"sv}), join({profile, "8BIM\4\17\0\0\0\0\0\0"sv})});
+}
+#endif
+
 }  // namespace
 }  // namespace hueweave::fuzz
 
@@ -134,6 +192,10 @@ int main(int count, char** arguments) {
     PlantTiffs(garden);
     PlantTexts(garden);
     PlantNumbers(garden);
+#ifdef HUEWEAVE_FUZZ_TOOL
+    PlantFilesOfTheCommand(garden);
+    PlantTextsOfTheCommand(garden);
+#endif
     std::printf("%lu seeds\n", garden.Count());
     return garden.Count() < kFewest ? EXIT_FAILURE : EXIT_SUCCESS;
 }

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// What a converted file must look like: libtiff decodes, and an engine of the library converts pixel by pixel.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "FuzzInput.h"
+#include "TiffPage.h"
+
+namespace hueweave::fuzz {
+
+/// An image as rows of pixels with all their samples.
+struct Image {
+    std::uint32_t width = 0, height = 0;
+    unsigned samples = 0, bits = 0;
+    std::vector<std::uint16_t> values;
+    bool operator==(const Image&) const = default;
+};
+
+/// The image of the directory at `offset` as libtiff decodes it; nothing, and why, if it cannot, or with `silent` if it
+/// tells of any error. Warnings do not count.
+std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool silent, std::string& complaint);
+/// The same as the command's own decoders do, strip by strip or tile by tile. Throws a refusal.
+Image ByOwnDecoder(const tool::TiffStructure& structure, const tool::TiffPage& page);
+/// Converts the first three samples of every pixel to sRGB, by `profile` and the perceptual intent.
+void ConvertImage(Image& image, const Bytes& profile, bool premultiplied);
+
+}  // namespace hueweave::fuzz

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Any bytes as a profile: it is refused as a profile, or a small picture is converted by it to what an engine makes
+// that is bound to the same bytes. Where the engine would not take it, a profile is baked from it, which the engine
+// takes for every intent; the same bytes always bake to the same.
+#include <cstring>
+#include <memory>
+
+#include "FuzzInput.h"
+#include "Mutation.h"
+#include "PixelConverter.h"
+#include "ProfileCache.h"
+#include "Scene.h"
+
+using namespace hueweave::fuzz;
+using namespace hueweave::tool;
+
+namespace {
+
+constexpr std::size_t kSteering = 4;
+constexpr std::size_t kPixels = 3 * 64;
+
+Rendering DrawRendering(FuzzInput& input) {
+    Rendering rendering;
+    const auto intents = Intents();
+    rendering.intent = intents[input.Below(intents.size())].intent;
+    // Spaces that need nothing beyond the engine, so that the engine alone can be the judge.
+    constexpr const char* kSpaces[] = {"srgb", "adobe-rgb-g18"};
+    rendering.space = FindSpace(kSpaces[input.Below(2)]);
+    return rendering;
+}
+
+/// A ramp and scattered colours.
+Bytes Picture(unsigned bits) {
+    Bytes pixels(3 * kPixels * bits / 8);
+    Scatter scatter(bits);
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        pixels[i] = static_cast<unsigned char>(i < pixels.size() / 2 ? i * 255 / pixels.size() : scatter.Next());
+    }
+    return pixels;
+}
+
+/// The same by an engine that is bound here.
+Bytes ByEngine(const Bytes& profile, const Rendering& rendering, unsigned bits, Bytes pixels) {
+    const Space& space = *rendering.space;
+    const auto engine = BindEngine(profile, rendering, bits == 16, bits == 8 ? space.code8 : space.code16);
+    Require(engine != nullptr, "an engine takes what the converter took");
+    for (std::size_t p = 0; p < kPixels; ++p) {
+        if (bits == 8) {
+            engine->Conversion(&pixels[3 * p], &pixels[3 * p], 1);
+        } else {
+            std::uint16_t samples[3];
+            std::memcpy(samples, &pixels[6 * p], sizeof samples);
+            engine->Conversion(samples, samples, 1);
+            std::memcpy(&pixels[6 * p], samples, sizeof samples);
+        }
+    }
+    return pixels;
+}
+
+void CheckBaked(const DeviceProfile& profile, const EngineProfile& engine, ICC40::ICCFILE::Intent intent) {
+    for (const NamedIntent& named : Intents()) {
+        Require(!WhyBake(engine.data, named.intent), "a baked profile needs no baking");
+    }
+    Require(PrepareProfile(profile, intent).data == engine.data, "the same profile bakes to the same");
+    const DeviceProfile again = TakeEmbedded("baked.icc", engine.data);
+    Require(again.data == engine.data, "a baked profile is one that the command takes");
+}
+
+}  // namespace
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const ScratchFile file;
+    FuzzInput input(data, size);
+    const Rendering rendering = DrawRendering(input);
+    const unsigned bits = input.Bool() ? 16 : 8;
+    const bool embedded = input.Bool();
+    const Bytes bytes = input.Rest();
+    file.Put(bytes);
+    const std::size_t descriptors = OpenDescriptors();
+    DeviceProfile profile;
+    const auto unreadable =
+        RefusalOf([&] { profile = embedded ? TakeEmbedded("scan.tif", bytes) : LoadProfile(file.Path()); });
+    Require(OpenDescriptors() == descriptors, "every file is closed");
+    if (unreadable) {
+        Require(unreadable->status() == Exit::Profile, "it is the profile that is refused");
+        return 0;
+    }
+    Require(profile.data == bytes && profile.embedded == embedded, "the bytes of the file");
+
+    EngineProfile engine;
+    auto refusal = RefusalOf([&] { engine = PrepareProfile(profile, rendering.intent); });
+    std::unique_ptr<PixelConverter> converter;
+    Bytes output;
+    if (!refusal) {
+        refusal = RefusalOf([&] {
+            converter = std::make_unique<PixelConverter>(engine.data, profile.name, rendering, bits);
+            output = converter->OutputProfile();
+        });
+    }
+    Require(OpenDescriptors() == descriptors, "every file is closed again");
+    if (refusal) {
+        Require(refusal->status() == Exit::Profile, "it is still the profile that is refused");
+        return 0;
+    }
+    if (engine.bakedBecause.empty()) {
+        Require(engine.data == bytes, "a profile that the engine takes is used as it is");
+    } else {
+        CheckBaked(profile, engine, rendering.intent);
+    }
+    Bytes pixels = Picture(bits);
+    const Bytes wanted = ByEngine(engine.data, rendering, bits, pixels);
+    converter->Convert(pixels.data(), kPixels, 3, false);
+    Require(pixels == wanted, "the pixels of the engine");
+    Require(!output.empty() && TakeEmbedded("out.tif", output).data == output, "the profile of the output is sound");
+    return 0;
+}

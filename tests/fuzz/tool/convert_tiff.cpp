@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Any bytes as a TIFF file, converted by a fixed profile: libtiff decodes what is written to the pixels that an engine
+// makes of the source's, whichever way the strips go; a refusal leaves nothing; time and heap stay within their bounds.
+#include <filesystem>
+#include <map>
+#include <memory>
+
+#include "FileJob.h"
+#include "FuzzInput.h"
+#include "Judge.h"
+#include "Mutation.h"
+#include "Scene.h"
+#include "TiffCodec.h"
+
+using namespace hueweave::fuzz;
+using namespace hueweave::tool;
+
+namespace {
+
+constexpr std::size_t kSteering = 4;
+/// Decoded bytes of a file that is converted; of a larger one, which is only planned, the pixels would take the time.
+constexpr std::uint64_t kMostPixels = std::uint64_t{4} << 20;
+
+/// What stays from input to input.
+struct Stage {
+    ScratchFolder folder;
+    DeviceProfile profile = AsLoaded(PlainDeviceProfile());
+    Rendering rendering;
+    std::unique_ptr<ProfileCache> cache;
+    std::string source = folder / "in.tif", output = folder / "out.tif", rows = folder / "rows.tif";
+    Stage() {
+        rendering.space = FindSpace("srgb");
+        cache = std::make_unique<ProfileCache>(rendering);
+        for (const unsigned bits : {8U, 16U}) cache->Get(profile, bits);
+    }
+};
+
+struct Parsed {
+    std::unique_ptr<FileAccess> file;  ///< which the structure borrows
+    std::unique_ptr<TiffStructure> structure;
+    std::vector<TiffPage> pages;
+    std::uint64_t decoded = 0;  ///< bytes of all strips and tiles
+};
+
+Parsed Parse(const std::string& path) {
+    Parsed parsed;
+    parsed.file = std::make_unique<FileAccess>(FileAccess::OpenInput(path));
+    parsed.structure = std::make_unique<TiffStructure>(*parsed.file);
+    parsed.pages = ReadPages(*parsed.structure);
+    for (const TiffPage& page : parsed.pages) {
+        if (!page.mask) parsed.decoded += page.Segments() * page.RowBytes() * page.segmentHeight;
+    }
+    return parsed;
+}
+
+/// The conversion as a run does it, to `output`.
+std::optional<Refusal> Convert(const Stage& stage, const ConvertArguments& arguments, unsigned threads) {
+    InputList list;
+    list.items.push_back({stage.source, arguments.inPlace ? stage.source : stage.output, "out.tif", {}});
+    list.single = true;
+    return RefusalOf([&] {
+        Report report(true, false);
+        MadeFolders folders(false);
+        SweptFolders swept;
+        Session session{arguments, list, report, *stage.cache, folders, swept, nullptr, stage.profile};
+        FileJob(session, list.items[0], threads).Run();
+    });
+}
+
+/// The same with so little memory that strips are decoded row by row, where they are not plain.
+std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, bool noTag) {
+    return RefusalOf([&] {
+        std::vector<PageJob> jobs;
+        for (const TiffPage& page : source.pages) {
+            if (page.mask) {
+                jobs.emplace_back();
+                continue;
+            }
+            const auto ready = stage.cache->Get(stage.profile, page.bits);
+            const std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
+            jobs.push_back({&ready->converter, noTag ? nullptr : icc});
+        }
+        WriteSettings settings;
+        settings.memory = 1;
+        for (const TiffPage& page : source.pages) {
+            if (page.mask) continue;
+            // Room for four rows and for the coders, and so for no strip of more.
+            const unsigned planes = page.planar ? page.samples : 1;
+            const std::uint64_t need = 4 * page.RowBytes() * (planes + 1) + (planes - 1) * CoderMemory(page);
+            settings.memory = std::max(settings.memory, need);
+        }
+        settings.measure = true;
+        Measured measured;
+        OutputFile output(stage.rows, OutputFile::Existing::Keep);
+        RewriteTiff(*source.structure, source.pages, jobs, output.file(), settings, measured);
+        output.Finish();
+        output.Commit();
+        std::uint64_t pixels = 0;
+        for (const TiffPage& page : source.pages) pixels += page.mask ? 0 : page.Pixels();
+        Require(measured.pixels == pixels, "every pixel is measured");
+    });
+}
+
+/// The pixels that each page must have; libtiff's reading of the source where it takes it without an error.
+std::map<std::size_t, Image> Wanted(const Stage& stage, const Parsed& source) {
+    std::map<std::size_t, Image> wanted;
+    for (std::size_t p = 0; p < source.pages.size(); ++p) {
+        const TiffPage& page = source.pages[p];
+        if (page.mask) continue;
+        std::string complaint;
+        const std::uint64_t place = source.structure->directories()[page.directory].offset;
+        const auto judged = ByLibtiff(stage.source, place, true, complaint);
+        Image image = ByOwnDecoder(*source.structure, page);
+        Require(!judged || *judged == image, "libtiff decodes the source to the same pixels");
+        ConvertImage(image, stage.profile.data, page.premultiplied);
+        wanted[p] = std::move(image);
+    }
+    return wanted;
+}
+
+void CheckWritten(const std::string& path, const std::map<std::size_t, Image>& wanted, bool noTag) {
+    const Parsed written = Parse(path);
+    for (const auto& [p, image] : wanted) {
+        const TiffDirectory& directory = written.structure->directories()[written.pages[p].directory];
+        std::string complaint;
+        const auto read = ByLibtiff(path, directory.offset, false, complaint);
+        if (!read) std::fprintf(stderr, "libtiff: %s\n", complaint.c_str());
+        Require(read.has_value(), "libtiff decodes what was written");
+        Require(*read == image, "the pixels of the engine");
+        Require((directory.Find(tag::IccProfile) == nullptr) == noTag, "a profile unless it is to be left out");
+    }
+}
+
+}  // namespace
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const Stage stage;
+    FuzzInput input(data, size);
+    ConvertArguments arguments;
+    arguments.rendering = stage.rendering;
+    arguments.quiet = true;
+    arguments.noTag = input.Below(4) == 3;
+    arguments.inPlace = input.Below(4) == 3;
+    const unsigned threads = input.Below(8) == 7 ? 2 : 1;
+    input.U8();
+    const Bytes file = input.Rest();
+    stage.folder.Clear();
+    hueweave::test::WriteFile(stage.source, file);
+    const std::size_t descriptors = OpenDescriptors();
+
+    Parsed source;
+    const auto unreadable = RefusalOf([&] { source = Parse(stage.source); });
+    arguments.dryRun = unreadable || source.decoded > kMostPixels;
+    const auto refusal = Convert(stage, arguments, threads);
+    Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
+    if (refusal) {
+        if (refusal->status() != Exit::Input) std::fprintf(stderr, "%s\n", refusal->what());
+        Require(refusal->status() == Exit::Input, "it is the file that is refused");
+        Require(hueweave::test::ReadFile(stage.source) == file, "the source is as it was");
+    }
+    const bool converted = !refusal && !arguments.dryRun;
+    const auto left = converted && !arguments.inPlace ? std::vector<std::string>{"in.tif", "out.tif"}
+                                                      : std::vector<std::string>{"in.tif"};
+    Require(stage.folder.Names() == left, "nothing but the output is left");
+    if (!arguments.dryRun) {
+        const auto byRows = ConvertByRows(stage, source, arguments.noTag);
+        const bool tooLittle = byRows && byRows->reason().find("memory") != std::string::npos;
+        Require(tooLittle || byRows.has_value() == refusal.has_value(), "rows and strips are refused alike");
+        if (converted) {
+            // Read through the open file, which a conversion in place leaves as it was.
+            if (arguments.inPlace) std::filesystem::copy_file(stage.source, stage.output);
+            if (arguments.inPlace) hueweave::test::WriteFile(stage.source, file);
+            const auto wanted = Wanted(stage, source);
+            CheckWritten(stage.output, wanted, arguments.noTag);
+            if (!byRows) CheckWritten(stage.rows, wanted, arguments.noTag);
+        }
+    }
+    source = Parsed();
+    Require(OpenDescriptors() == descriptors, "every file is closed");
+    return 0;
+}

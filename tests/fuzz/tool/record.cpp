@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Any bytes as the record of earlier runs: it is read, nothing in it counts but whole lines of an output in its state,
+// and a line that is added to it is found again behind whatever stood there before.
+#include <fcntl.h>
+
+#include <algorithm>
+
+#include "FuzzInput.h"
+#include "Resume.h"
+#include "Scene.h"
+
+using namespace hueweave::fuzz;
+using namespace hueweave::tool;
+
+namespace {
+
+constexpr const char* kRecord = "/.hueweave.jsonl";
+constexpr std::size_t kLongestName = 60;
+
+/// A name that a file can have, of any bytes.
+std::string NameOf(FuzzInput& input) {
+    const Bytes bytes = input.Take(input.Below(kLongestName) + 1);
+    std::string name(bytes.begin(), bytes.end());
+    for (char& c : name) c = c == '/' || c == '\0' ? '_' : c;
+    return name + ".tif";
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const ScratchFolder folder;
+    FuzzInput input(data, size);
+    const std::string name = NameOf(input);
+    const std::string fingerprint = "fingerprint-" + std::to_string(input.U8());
+    const Bytes before = input.Rest();
+    folder.Clear();
+    const std::string record = folder.path() + kRecord;
+    hueweave::test::WriteFile(record, before);
+    hueweave::test::WriteFile(folder / name, Bytes(17, 0x42));
+
+    const auto refusal = RefusalOf([&] {
+        {
+            ResumeRecord earlier(folder.path(), true);
+            earlier.Load();
+            // Whatever stands there, it cannot know the time of the file that was just written.
+            Require(!earlier.IsDone(name, fingerprint), "nothing is done that no line tells of");
+            const FileAccess output = FileAccess::OpenInput(folder / name);
+            earlier.Begin();
+            earlier.Add(name, fingerprint, output);
+            earlier.NoteNamed();
+        }
+        const Bytes after = hueweave::test::ReadFile(record);
+        Require(after.size() > before.size() && std::equal(before.begin(), before.end(), after.begin()),
+                "what stood there stays");
+        ResumeRecord later(folder.path(), true);
+        later.Load();
+        Require(later.IsDone(name, fingerprint), "the line that was added is found");
+        Require(!later.IsDone(name, fingerprint + "2"), "another fingerprint is another conversion");
+        Require(!later.IsDone(name + "2", fingerprint), "another output is not done");
+        hueweave::test::WriteFile(folder / name, Bytes(18, 0x42));
+        Require(!later.IsDone(name, fingerprint), "an output that changed is not done");
+    });
+    Require(!refusal, "a record that is a plain file can be used");
+    return 0;
+}
