@@ -38,5 +38,7 @@ endfunction()
 function(hueweave_inputs suite script)
   add_custom_target(${suite}_inputs COMMAND ${PROJECT_SOURCE_DIR}/tests/support/make-once ${script}
                                             ${HUEWEAVE_TEST_INPUTS}/${suite} COMMENT "Making the inputs of ${suite}")
-  add_dependencies(${suite} ${suite}_inputs)
+  if(TARGET ${suite})
+    add_dependencies(${suite} ${suite}_inputs)
+  endif()
 endfunction()
