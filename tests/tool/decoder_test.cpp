@@ -116,6 +116,14 @@ TEST_F(DecoderTest, WebpDataOfAnotherSizeAreRefused) {
     }
 }
 
+TEST_F(DecoderTest, AWindowOfZstandardThatNobodyCanHoldIsAFaultOfTheFile) {
+    Write(COMPRESSION_ZSTD, {16, 16, 3}, std::vector<unsigned char>(3 * 16 * 16, 0x55));
+    constexpr std::size_t kFrame = 8, kDescriptor = kFrame + 4, kWindow = kDescriptor + 1;
+    ASSERT_EQ(FileBytes(in_).substr(kFrame, 5), std::string("\x28\xb5\x2f\xfd\0", 5)) << "a frame with a window";
+    Patch(kWindow, 30 << 3, 1);  // 2^40 bytes
+    ExpectRefusal("holds damaged image data (");
+}
+
 TEST_F(DecoderTest, CodersOfSeveralPlanesCountAsMemory) {
     // Strips that are decoded by rows, with a coder a plane of some 16 MiB each.
     Write(COMPRESSION_ZSTD, {4000, 4000, 4}, std::vector<unsigned char>(std::size_t{4000} * 4000));

@@ -63,8 +63,10 @@ int TiffMessages::Warning(tiff*, void* user, const char* module, const char* for
 }
 
 bool TellsOfNoMemory(std::string_view message) {
-    // An allocation beyond our limit is a fault of the file.
-    if (message.find("limit") != message.npos) return false;
+    // An allocation beyond our limit is a fault of the file, and so is a window of Zstandard beyond that of libzstd.
+    for (const char* fault : {"limit", "too much memory"}) {
+        if (message.find(fault) != message.npos) return false;
+    }
     constexpr std::string_view kParts[] = {"emory", "No space for", "llocat", "malloc(", "tif_map_dir"};
     return std::any_of(std::begin(kParts), std::end(kParts),
                        [&](std::string_view part) { return message.find(part) != message.npos; });
