@@ -14,6 +14,7 @@ help:
 	@echo "make bench          compare the speed with other programs' and fill docs/benchmarks.md (ten minutes)"
 	@echo "make peers          run other converters beside the command and write docs/comparison.md (some minutes)"
 	@echo "make fuzz           search with each fuzz target for SECONDS=60 for inputs that break a rule"
+	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and try them"
 	@echo "make many-inputs    five million broken inputs, the same every time"
 	@echo "make faults         every call of the system and allocation of the command fails; kills; lost streams"
 	@echo "make memcheck       the suites that decode files, under valgrind"
@@ -93,12 +94,16 @@ abi:
 	@$(call build,release) --target Hueweave
 	@tools/check-abi --renew build/release/Source/libHueweave.so build/release/Source/libhueweave_core.a
 
-.PHONY: fuzz many-inputs faults memcheck
+.PHONY: fuzz many-inputs faults memcheck oss-fuzz
 SECONDS := 60
 fuzz:
 	@tools/install-packages test
 	@$(call build,fuzz)
 	@tests/fuzz/run $(SECONDS) build/fuzz 2
+
+oss-fuzz:
+	@tools/install-packages test
+	@tests/fuzz/oss-fuzz/check build/oss-fuzz
 
 many-inputs:
 	@tools/install-packages test
