@@ -200,6 +200,7 @@ INSTANTIATE_TEST_SUITE_P(
                     BadWords{"OutOfRange", {"convert", "x", "-o", "y", "--lightness", "101"}, "out of range"},
                     BadWords{"NoNumber", {"convert", "x", "-o", "y", "--hue", "nan"}, "--hue"},
                     BadWords{"BothOutputs", {"convert", "x", "-o", "y", "--in-place"}, "exclude each other"},
+                    BadWords{"BitsWithoutANumber", {"verify", "x", "--bits", ""}, "--bits"},
                     BadWords{"ZeroThreads", {"convert", "x", "-o", "y", "-j", "0"}, "--jobs"},
                     BadWords{"BadShard", {"convert", "x", "-o", "y", "--shard", "5/4"}, "--shard 5/4"},
                     BadWords{"BadMemory", {"convert", "x", "-o", "y", "--max-memory", "lots"}, "--max-memory lots"},

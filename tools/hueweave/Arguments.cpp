@@ -166,7 +166,8 @@ CLI::App* AddVerify(CLI::App& app, VerifyArguments& a, RenderingWords& words) {
     c->add_option("--image", a.image, "Compare the colours of a TIFF file, not a grid");
     c->add_option("--to", words.space, "Colour space of the output")->capture_default_str();
     c->add_option("--intent", words.intent, "Rendering intent")->capture_default_str();
-    c->add_option("--bits", a.bits, "Bits a sample")->check(CLI::IsMember({8, 16}))->capture_default_str();
+    // As words: CLI11 takes an empty one for one of several numbers.
+    c->add_option("--bits", a.bits, "Bits a sample")->check(CLI::IsMember({"8", "16"}))->capture_default_str();
     c->add_option("--points", a.points, "Points of the grid on each axis")
         ->check(CLI::Range(2, 65))
         ->capture_default_str();
