@@ -17,6 +17,7 @@
 #include "Picture.h"
 #include "Refusal.h"
 #include "TiffDecoder.h"
+#include "TiffMaker.h"
 
 namespace {
 std::atomic<int> openedToRead{0};
@@ -122,6 +123,24 @@ TEST_F(DecoderTest, AWindowOfZstandardThatNobodyCanHoldIsAFaultOfTheFile) {
     ASSERT_EQ(FileBytes(in_).substr(kFrame, 5), std::string("\x28\xb5\x2f\xfd\0", 5)) << "a frame with a window";
     Patch(kWindow, 30 << 3, 1);  // 2^40 bytes
     ExpectRefusal("holds damaged image data (");
+}
+
+TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
+    // 281,250 runs of 128 bytes; a row of 12,000 bytes ends within one.
+    std::string runs;
+    for (int i = 0; i < 281250; ++i) runs.append("\x81\x00", 2);
+    TiffMaker file;
+    const std::uint64_t at = file.Put(runs);
+    TiffMaker::Shape shape{4000, 3000, {at}, {runs.size()}};
+    shape.compression = COMPRESSION_PACKBITS;
+    shape.rows = 3000;
+    file.Page(TiffMaker::Rgb(shape));
+    file.Save(in_);
+    EXPECT_EQ(Convert({"--max-memory", "1G"}).status, 0);
+    std::filesystem::remove(out_);
+    const Outcome run = Convert({"--max-memory", "32M"});
+    EXPECT_EQ(run.status, 4);
+    EXPECT_THAT(run.err, HasSubstr("do not fit in the memory allowed; raise --max-memory"));
 }
 
 TEST_F(DecoderTest, CodersOfSeveralPlanesCountAsMemory) {

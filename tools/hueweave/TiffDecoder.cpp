@@ -298,13 +298,23 @@ void RowDecoder::ReadRow(unsigned char* pixels) {
             UndoDifferences(pixels, 1, page.segmentWidth, page.SegmentSamples(), width);
         }
     } else {
-        if (TIFFReadScanline(handle_.get(), pixels, row_, 0) < 0 || view_->Failed()) {
-            view_->Refuse(source_.file().name());
-        }
+        if (TIFFReadScanline(handle_.get(), pixels, row_, 0) < 0 || view_->Failed()) Refuse();
         GiveBack(inStrip + 1);
     }
     ++row_;
     if (inStrip + 1 == page.RowsOf(strip_)) EndStrip();
+}
+
+void RowDecoder::Refuse() const {
+    // Some programs pack a strip as a whole. libtiff's decoder of rows does not take a run across two of them.
+    const bool damaged = !view_->failure && !TellsOfNoMemory(view_->messages.first);
+    if (damaged && source_.page().compression == COMPRESSION_PACKBITS) {
+        throw Refusal(
+            Exit::Input, source_.file().name(),
+            "has PackBits data that run across rows or are damaged, in strips that do not fit in the memory allowed",
+            "raise --max-memory");
+    }
+    view_->Refuse(source_.file().name());
 }
 
 /// The decoder goes through a strip from its start to its end. What lies well behind it after `rows` rows is not

@@ -49,6 +49,7 @@ public:
 private:
     void BeginStrip();
     void EndStrip();
+    [[noreturn]] void Refuse() const;
     void CopyStrip(Extent strip);
     void Open();
     void GiveBack(std::uint32_t rows);
