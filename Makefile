@@ -15,7 +15,7 @@ help:
 	@echo "make peers          run other converters beside the command and write docs/comparison.md (some minutes)"
 	@echo "make fuzz           search with each fuzz target for SECONDS=60 for inputs that break a rule"
 	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and try them"
-	@echo "make many-inputs    five million broken inputs, the same every time"
+	@echo "make many-inputs    nearly seven million broken inputs, the same every time"
 	@echo "make faults         every call of the system and allocation of the command fails; kills; lost streams"
 	@echo "make memcheck       the suites that decode files, under valgrind"
 	@echo "make lint           what clang-tidy, cppcheck, shellcheck and a check of the links have to say"
