@@ -21,25 +21,25 @@ help:
 	@echo "make lint           what clang-tidy, cppcheck, shellcheck and a check of the links have to say"
 	@echo "make docs           the reference of the interface, and that of the inside"
 	@echo "make packages       .deb packages and an archive, judged by lintian and tried"
-	@echo "make abi            renew abi/libHueweave.abi after a change of the interface that was meant"
+	@echo "make abi            renew tests/abi/libHueweave.abi after a change of the interface that was meant"
 	@echo "make format         lay the sources out by .clang-format"
 	@echo "make clean          remove build/"
 
 demo:
-	@tools/install-packages demo
+	@scripts/install-packages demo
 	@$(call build,demo)
 	@build/demo/demo/make_chart build/demo/files
 	@build/demo/demo/convert_chart build/demo/files
-	@demo/use_command build/demo/tools/hueweave/hueweave build/demo/files
+	@demo/use_command build/demo/apps/hueweave/hueweave build/demo/files
 
 test: test-release
 
 test-all:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@tests/run release clang portable asan tsan
 
 test-%:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@tests/run $*
 
 # The flags leave out the branches that the compiler adds for exceptions and in destructors that nobody wrote, which no
@@ -52,20 +52,20 @@ coverage: test-coverage
 	@echo "build/coverage/coverage.html"
 
 bench:
-	@tools/install-packages bench
+	@scripts/install-packages bench
 	$(call build,bench)
 	@bench/run build/bench/bench build/bench/results
 
 .PHONY: peers
 peers:
-	@tools/install-packages bench
+	@scripts/install-packages bench
 	@$(call build,release) --target hueweave
 	@tests/tool/make-inputs build/peers
-	@tests/tool/peers/compare.py build/release/tools/hueweave/hueweave build/peers -o docs/comparison.md $(PEERS)
+	@tests/tool/peers/compare.py build/release/apps/hueweave/hueweave build/peers -o docs/comparison.md $(PEERS)
 
 format:
-	@tools/install-packages check
-	@files=$$(tools/list-files '*.h' '*.c' '*.cpp') && program=$$(tools/program clang-format) && \
+	@scripts/install-packages check
+	@files=$$(scripts/list-files '*.h' '*.c' '*.cpp') && program=$$(scripts/program clang-format) && \
 		echo "$$files" | xargs "$$program" -i
 
 clean:
@@ -73,11 +73,11 @@ clean:
 
 .PHONY: lint docs packages abi
 lint:
-	@tools/install-packages check
-	@tools/lint
+	@scripts/install-packages check
+	@scripts/lint
 
 docs:
-	@tools/install-packages check
+	@scripts/install-packages check
 	@mkdir -p build/docs
 	@doxygen docs/Doxyfile
 	@doxygen docs/Doxyfile.internals
@@ -85,37 +85,37 @@ docs:
 	@echo "build/docs/internals/index.html"
 
 packages:
-	@tools/install-packages check
-	@tools/check-packages
+	@scripts/install-packages check
+	@scripts/check-packages
 
 # The binary interface as it is from now on, after a change that was meant.
 abi:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@$(call build,release) --target Hueweave
-	@tools/check-abi --renew build/release/Source/libHueweave.so build/release/Source/libhueweave_core.a
+	@scripts/check-abi --renew build/release/Source/libHueweave.so build/release/Source/libhueweave_core.a
 
 .PHONY: fuzz many-inputs faults memcheck oss-fuzz
 SECONDS := 60
 fuzz:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@$(call build,fuzz)
 	@tests/fuzz/run $(SECONDS) build/fuzz 2
 
 oss-fuzz:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@tests/fuzz/oss-fuzz/check build/oss-fuzz
 
 many-inputs:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@$(call build,release) --target fuzz
 	@tests/fuzz/many build/release 2
 
 faults:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@$(call build,release) --target hueweave tool_sweep_faults tool_allocation_faults tool_inputs
 	@tests/tool/sweep build/release $(JOBS)
 
 memcheck:
-	@tools/install-packages test
+	@scripts/install-packages test
 	@$(call build,release) --target unit_iccfile unit_tiff hostile
 	@tests/hostile/memcheck build/release

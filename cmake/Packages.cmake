@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# `cpack` makes one .deb for each component and one .tar.gz of everything; tools/check-packages drives and judges it.
+# `cpack` makes one .deb for each component and one .tar.gz of everything; scripts/check-packages drives and judges it.
 set(CPACK_PACKAGE_NAME hueweave)
 set(CPACK_PACKAGE_VENDOR "The Hueweave authors")
 set(CPACK_PACKAGE_CONTACT "The Hueweave authors <maintainers@hueweave.invalid>")

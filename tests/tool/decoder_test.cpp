@@ -15,9 +15,9 @@
 
 #include "Command.h"
 #include "Picture.h"
-#include "Refusal.h"
-#include "TiffDecoder.h"
 #include "TiffMaker.h"
+#include "system/Refusal.h"
+#include "tiff/codec/TiffDecoder.h"
 
 namespace {
 std::atomic<int> openedToRead{0};

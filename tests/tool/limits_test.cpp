@@ -7,15 +7,15 @@
 
 #include <csignal>
 
-#include "Bake.h"
-#include "Compare.h"
 #include "Limits.h"
 #include "Picture.h"
-#include "ProfileSource.h"
-#include "Refusal.h"
-#include "Signals.h"
 #include "TiffMaker.h"
-#include "TiffPage.h"
+#include "colour/Bake.h"
+#include "colour/Compare.h"
+#include "colour/ProfileSource.h"
+#include "system/Refusal.h"
+#include "system/Signals.h"
+#include "tiff/TiffPage.h"
 
 namespace hueweave::test {
 namespace {

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include "Command.h"
-#include "OutputCheck.h"
-#include "Refusal.h"
 #include "TiffMaker.h"
+#include "system/Refusal.h"
+#include "tiff/rewrite/OutputCheck.h"
 
 namespace hueweave::test {
 namespace {

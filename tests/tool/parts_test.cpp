@@ -9,15 +9,15 @@
 #include <numeric>
 
 #include "Command.h"
-#include "InputList.h"
-#include "JsonNames.h"
-#include "OutputProfile.h"
-#include "Refusal.h"
-#include "Report.h"
-#include "Sha256.h"
-#include "Spaces.h"
-#include "TiffStructure.h"
-#include "WorkUnits.h"
+#include "batch/InputList.h"
+#include "batch/Report.h"
+#include "colour/OutputProfile.h"
+#include "colour/Spaces.h"
+#include "system/JsonNames.h"
+#include "system/Refusal.h"
+#include "system/Sha256.h"
+#include "system/WorkUnits.h"
+#include "tiff/TiffStructure.h"
 
 namespace hueweave::tool {
 namespace {

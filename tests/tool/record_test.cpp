@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "Batch.h"
-#include "LineReader.h"
-#include "Resume.h"
+#include "batch/LineReader.h"
+#include "batch/Resume.h"
 
 namespace hueweave::test {
 namespace {

@@ -91,12 +91,13 @@ protected:
         for (const char* name : {"secret", "victim", "other"}) WriteBytes(folder_ / name, "precious");
     }
     Outcome Run(Names words, int at, const std::string& kernel = "") {
-        std::map<std::string, std::string> environment{{"LD_PRELOAD", HUEWEAVE_ESCAPE},
-                                                       {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},  // not while traced
-                                                       {"HUEWEAVE_ESCAPE_AT", std::to_string(at)},
-                                                       {"HUEWEAVE_ESCAPE_TO", "2"},
-                                                       {"HUEWEAVE_OUTSIDE", folder_.path()},
-                                                       {"TMPDIR", out_}};
+        std::map<std::string, std::string> environment{
+            {"LD_PRELOAD", HUEWEAVE_ESCAPE},
+            {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},  // not while traced
+            {"HUEWEAVE_ESCAPE_AT", std::to_string(at)},
+            {"HUEWEAVE_ESCAPE_TO", "2"},
+            {"HUEWEAVE_OUTSIDE", folder_.path()},
+            {"TMPDIR", out_}};
         if (!kernel.empty()) environment["HUEWEAVE_KERNEL"] = kernel;
         words.insert(words.begin(), HUEWEAVE_COMMAND);
         return RunProgram({words, "", environment, {}, {}});

@@ -11,8 +11,8 @@
 #include <map>
 #include <memory>
 
-#include "TiffDecoder.h"
 #include "engine/CIccEngineS.h"
+#include "tiff/codec/TiffDecoder.h"
 
 namespace hueweave::fuzz {
 namespace {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "TiffPage.h"
+#include "tiff/TiffPage.h"
 
 namespace hueweave::fuzz {
 

@@ -13,8 +13,8 @@
 #include <stdexcept>
 
 #include "ByteOrder.h"
-#include "Sha256.h"
 #include "support/MiniProfile.h"
+#include "system/Sha256.h"
 
 namespace hueweave::fuzz {
 

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "ProfileSource.h"
-#include "Refusal.h"
+#include "colour/ProfileSource.h"
+#include "system/Refusal.h"
 
 namespace hueweave::fuzz {
 

@@ -7,9 +7,9 @@
 #include <cstring>
 #include <tuple>
 
-#include "Arguments.h"
 #include "FuzzInput.h"
 #include "Scene.h"
+#include "cli/Arguments.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

@@ -9,9 +9,9 @@
 
 #include "FuzzInput.h"
 #include "Mutation.h"
-#include "PixelConverter.h"
-#include "ProfileCache.h"
 #include "Scene.h"
+#include "colour/PixelConverter.h"
+#include "colour/ProfileCache.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

@@ -7,12 +7,12 @@
 #include <map>
 #include <memory>
 
-#include "FileJob.h"
 #include "FuzzInput.h"
 #include "Judge.h"
 #include "Mutation.h"
 #include "Scene.h"
-#include "TiffCodec.h"
+#include "batch/FileJob.h"
+#include "tiff/codec/TiffCodec.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

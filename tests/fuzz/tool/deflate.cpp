@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "DeflateReader.h"
 #include "FuzzInput.h"
 #include "Scene.h"
+#include "tiff/codec/DeflateReader.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

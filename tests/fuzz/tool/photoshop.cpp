@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "PhotoshopResources.h"
 #include "Scene.h"
+#include "tiff/PhotoshopResources.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

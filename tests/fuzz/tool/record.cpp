@@ -8,8 +8,8 @@
 #include <algorithm>
 
 #include "FuzzInput.h"
-#include "Resume.h"
 #include "Scene.h"
+#include "batch/Resume.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

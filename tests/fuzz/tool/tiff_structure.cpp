@@ -10,11 +10,11 @@
 #include <memory>
 #include <set>
 
-#include "DirectoryWriter.h"
 #include "FuzzInput.h"
 #include "Mutation.h"
 #include "Scene.h"
-#include "TagRules.h"
+#include "tiff/TagRules.h"
+#include "tiff/rewrite/DirectoryWriter.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

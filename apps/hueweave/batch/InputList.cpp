@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/InputList.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <filesystem>
+
+#include "batch/LineReader.h"
+#include "system/FileAccess.h"
+#include "system/FolderNames.h"
+#include "system/Refusal.h"
+#include "system/StandardStreams.h"
+
+namespace hueweave::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Found {
+    std::string source, relative;
+    std::string problem;  ///< why it cannot be looked at
+};
+
+bool IsTiffName(const fs::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == ".tif" || extension == ".tiff" || extension == ".tf8" || extension == ".btf";
+}
+
+/// Finds the TIFF files below a folder, in the order of their names. Links are followed, each folder once. What cannot
+/// be looked at is found as well, with the reason, so that nothing is left out unsaid.
+class FolderWalk {
+public:
+    /// Nothing below `leftOut` counts: it holds results.
+    FolderWalk(std::string top, const std::string& leftOut) : top_(std::move(top)), leftOut_(leftOut) {}
+
+    std::vector<Found> Run() {
+        Enter(top_);
+        std::sort(found_.begin(), found_.end(), [](const Found& a, const Found& b) { return a.source < b.source; });
+        if (found_.empty()) throw Refusal(Exit::Input, top_, "holds no TIFF files", "name another folder");
+        return std::move(found_);
+    }
+
+private:
+    void Enter(const fs::path& folder) {
+        struct stat status {};
+        std::error_code error;
+        if (::stat(folder.c_str(), &status) == 0 && !entered_.emplace(status.st_dev, status.st_ino).second) return;
+        if (folder != top_ && !leftOut_.empty() && fs::equivalent(folder, leftOut_, error)) return;
+        int problem = 0;
+        for (const std::string& name : NamesInFolder(folder.string(), problem)) {
+            const fs::path path = folder / name;
+            if (fs::is_directory(path, error)) {
+                Enter(path);
+            } else if (IsTiffName(path)) {
+                Add(path, "");
+            }
+        }
+        if (problem != 0) Add(folder, "cannot be read (" + ErrorText(problem) + "); check its permissions");
+    }
+    void Add(const fs::path& path, const std::string& problem) {
+        found_.push_back({path.string(), path.lexically_relative(top_).string(), problem});
+    }
+
+    std::string top_, leftOut_;
+    std::set<std::pair<std::uint64_t, std::uint64_t>> entered_;  ///< device and inode
+    std::vector<Found> found_;
+};
+
+std::vector<std::string> ReadNames(const std::string& path, bool nul) {
+    const FileAccess file = path == "-" ? FileAccess() : LineReader::Open(path);
+    const int descriptor = path == "-" ? STDIN_FILENO : file.descriptor();
+    LineReader lines(descriptor, nul ? '\0' : '\n', PATH_MAX);
+    std::vector<std::string> names;
+    std::string name;
+    while (descriptor >= 0 && lines.Next(name)) {
+        if (name.size() > PATH_MAX) {
+            throw Refusal(Exit::Usage, path, "holds a name that is too long for a file",
+                          nul ? "end each name with a zero byte" : "give one name a line");
+        }
+        if (!nul && name.ends_with('\r')) name.pop_back();  // a list from another system
+        if (!name.empty()) names.push_back(name);
+    }
+    if (path == "-" && lines.error() != 0) RefuseStandardInput(lines.error());
+    if (descriptor < 0 || lines.error() != 0) {
+        throw Refusal(Exit::Usage, path, "cannot be read", "give a list of file names");
+    }
+    if (names.empty()) throw Refusal(Exit::Input, path, "names no files", "give a list of file names");
+    return names;
+}
+
+/// A path under which a file is the same by whatever links and ways it was named.
+std::string OnePath(const std::string& path) {
+    std::error_code error;
+    const fs::path one = fs::weakly_canonical(path, error);
+    return error ? fs::path(path).lexically_normal().string() : one.string();
+}
+
+void NoteCollisions(std::vector<Item>& items, bool inPlace) {
+    std::map<std::string, std::string> taken;
+    for (Item& item : items) {
+        if (!item.refusal.empty() || item.output == "-") continue;
+        const auto [other, fresh] = taken.emplace(OnePath(item.output), item.source);
+        if (fresh) continue;
+        item.refusal = inPlace
+                           ? "is the same file as " + other->second + "; convert it once"
+                           : "would be written to " + item.output + ", as " + other->second + "; rename one of them";
+    }
+}
+
+std::map<FileIdentity, std::string> FilesOfOptions(const ConvertArguments& arguments) {
+    std::map<FileIdentity, std::string> files;
+    for (const auto& [option, path] :
+         {std::pair{"--profile", arguments.profile.value_or("")}, std::pair{"--curve", arguments.curveFile},
+          std::pair{"--files-from", arguments.filesFrom.value_or("")}}) {
+        struct stat status {};
+        if (path.empty() || path == "-" || ::stat(path.c_str(), &status) != 0) continue;
+        files.emplace(FileIdentity{status.st_dev, status.st_ino}, option);
+    }
+    return files;
+}
+
+}  // namespace
+
+std::uint64_t StableHash(const std::string& path) {
+    std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a, with the high bits folded in
+    for (const char c : path) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
+    return hash ^ hash >> 32;
+}
+
+InputList ListInputs(const ConvertArguments& arguments) {
+    std::vector<std::string> names = arguments.inputs;
+    if (arguments.filesFrom) {
+        const auto more = ReadNames(*arguments.filesFrom, arguments.nul);
+        names.insert(names.end(), more.begin(), more.end());
+    }
+    std::error_code ignored;
+    InputList list;
+    std::vector<Found> found;
+    bool folders = false;
+    const bool outputFolder = fs::is_directory(arguments.output, ignored);
+    for (const std::string& name : names) {
+        if (name != "-" && fs::is_directory(name, ignored)) {
+            folders = true;
+            const std::vector<Found> below = FolderWalk(name, arguments.output).Run();
+            for (const Found& file : below) {
+                if (file.problem.empty()) list.searched.insert(FolderOf(file.source));
+            }
+            found.insert(found.end(), below.begin(), below.end());
+        } else {
+            const std::string base = name == "-" ? "stdin.tif" : fs::path(name).filename().string();
+            found.push_back({name, base, ""});
+        }
+    }
+    list.single = names.size() == 1 && !folders && !arguments.filesFrom;
+    const bool manyOutputs = !list.single || outputFolder || arguments.output.ends_with('/');
+    if (arguments.output == "-" && (!list.single || found.size() != 1)) {
+        throw Refusal(Exit::Usage, "", "-o - takes one input", "name an output folder");
+    }
+    if (arguments.output != "-" && !arguments.inPlace && manyOutputs) {
+        list.folder = arguments.output;
+        if (fs::exists(list.folder, ignored) && !outputFolder) {
+            throw Refusal(Exit::Usage, list.folder, "is no folder", "name a folder for several outputs");
+        }
+    }
+    if (arguments.resume && list.folder.empty()) {
+        throw Refusal(Exit::Usage, "", "--resume wants an output folder", "give one with -o");
+    }
+    list.options = FilesOfOptions(arguments);
+    for (const Found& file : found) {
+        if (arguments.inPlace && file.source == "-") {
+            throw Refusal(Exit::Usage, "", "--in-place takes no standard input", "write it with -o");
+        }
+        struct stat status {};
+        if (file.source != "-" && ::stat(file.source.c_str(), &status) == 0) {
+            list.identities.emplace(status.st_dev, status.st_ino);
+        }
+        if (arguments.shard && StableHash(file.relative) % arguments.shard->parts != arguments.shard->part - 1)
+            continue;
+        const std::string output = arguments.inPlace      ? file.source
+                                   : !list.folder.empty() ? (fs::path(list.folder) / file.relative).string()
+                                                          : arguments.output;
+        list.items.push_back({file.source, output, file.relative, file.problem});
+    }
+    NoteCollisions(list.items, arguments.inPlace);
+    return list;
+}
+
+}  // namespace hueweave::tool

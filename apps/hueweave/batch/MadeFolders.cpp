@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/MadeFolders.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+
+#include "system/FileAccess.h"
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+bool IsFolder(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+[[noreturn]] void RefuseFolder(const std::string& folder, int error) {
+    throw Refusal(Exit::Output, folder, "cannot be made (" + ErrorText(error) + ")", "choose another folder with -o");
+}
+
+}  // namespace
+
+MadeFolders::~MadeFolders() {
+    if (stay_) return;
+    std::for_each(made_.rbegin(), made_.rend(), [](const std::string& folder) { ::rmdir(folder.c_str()); });
+}
+
+bool MadeFolders::MakeOne(const std::string& folder) {
+    if (IsFolder(folder)) return true;
+    const std::string above = FolderOf(folder);
+    if (above != "." && above != folder && !MakeOne(above)) return false;
+    if (::mkdir(folder.c_str(), 0777) == 0) {
+        made_.push_back(folder);
+        return true;
+    }
+    const int error = errno;
+    if (error == EEXIST && IsFolder(folder)) return true;  // by another run, meanwhile
+    errno = error == EEXIST ? ENOTDIR : error;
+    return false;
+}
+
+void MadeFolders::Make(const std::string& folder) {
+    const std::lock_guard lock(mutex_);
+    if (!MakeOne(folder)) RefuseFolder(folder, errno);
+}
+
+void MadeFolders::Check(const std::string& folder) {
+    std::string there = folder;
+    struct stat status {};
+    while (::stat(there.c_str(), &status) != 0) {
+        if (errno != ENOENT || FolderOf(there) == there) RefuseFolder(folder, errno);
+        there = FolderOf(there);
+    }
+    if (!S_ISDIR(status.st_mode)) RefuseFolder(folder, ENOTDIR);
+    if (::faccessat(AT_FDCWD, there.c_str(), W_OK | X_OK, AT_EACCESS) != 0) RefuseFolder(folder, errno);
+}
+
+}  // namespace hueweave::tool

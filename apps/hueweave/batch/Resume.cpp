@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/Resume.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "batch/LineReader.h"
+#include "system/FileAccess.h"
+#include "system/Json.h"
+#include "system/JsonNames.h"
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::size_t kLongestLine = std::size_t{64} << 10;         ///< bytes; the longest path takes half of it
+constexpr std::uint64_t kLargestRecord = std::uint64_t{256} << 20;  ///< bytes; over a million files
+
+std::string RecordPath(const std::string& folder) { return folder + "/.hueweave.jsonl"; }
+
+/// A whole number; a JSON number with a fraction may lie outside the range of one.
+long long WholeNumber(const nlohmann::json& json, const char* key) {
+    const auto& value = json.at(key);
+    if (!value.is_number_integer()) throw nlohmann::json::type_error::create(302, "no whole number", &value);
+    return value.get<long long>();
+}
+
+}  // namespace
+
+RecordEntries::State RecordEntries::StateOf(const struct stat& status) {
+    return {status.st_size, status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec};
+}
+
+void RecordEntries::Take(const std::string& line) {
+    const auto json = nlohmann::json::parse(line, nullptr, false);
+    if (!json.is_object()) return;
+    try {
+        const State state{WholeNumber(json, "size"), WholeNumber(json, "modified")};
+        entries_[TakeName(json, "output")].emplace(json.at("fingerprint").get<std::string>(), state);
+    } catch (const nlohmann::json::exception&) {
+        return;
+    }
+}
+
+bool RecordEntries::Has(const std::string& output, const std::string& fingerprint, const State& state) const {
+    const auto lines = entries_.find(output);
+    return lines != entries_.end() && lines->second.contains({fingerprint, state});
+}
+
+void ResumeRecord::Load() {
+    const std::string path = RecordPath(folder_);
+    std::string problem;
+    const FileAccess file = FileAccess::OpenOwn(path, O_RDONLY, problem);
+    if (file.descriptor() < 0 && errno == ENOENT) return;
+    if (problem.empty() && file.Size() > kLargestRecord) problem = "is larger than any record";
+    std::string line;
+    for (LineReader lines(file.descriptor(), '\n', kLongestLine); problem.empty();) {
+        if (lines.Next(line)) {
+            if (line.size() <= kLongestLine) entries_.Take(line);
+            continue;
+        }
+        if (lines.error() == 0) return;
+        problem = "cannot be read (" + ErrorText(lines.error()) + ")";
+    }
+    throw Refusal(Exit::Output, path, problem + ", and tells of no earlier run", "remove it, or leave out --resume");
+}
+
+ResumeRecord::~ResumeRecord() {
+    if (!begun_ || named_ || stay_) return;
+    const std::string path = RecordPath(folder_);
+    struct stat now {
+    }, ours{};
+    if (::lstat(path.c_str(), &now) != 0 || ::fstat(file_.descriptor(), &ours) != 0) return;
+    const bool same = now.st_dev == ours.st_dev && now.st_ino == ours.st_ino;
+    if (same && now.st_size == written_) ::unlink(path.c_str());  // else another run wrote to it as well
+}
+
+bool ResumeRecord::IsDone(const std::string& relative, const std::string& fingerprint) const {
+    struct stat now {};
+    if (::stat((folder_ + "/" + relative).c_str(), &now) != 0) return false;
+    return entries_.Has(relative, fingerprint, RecordEntries::StateOf(now));
+}
+
+void ResumeRecord::Begin() {
+    const std::lock_guard lock(mutex_);
+    Open();
+    if (file_.descriptor() < 0 && (errno == EMFILE || errno == ENFILE)) RefuseWrite(file_.name(), errno);
+}
+
+void ResumeRecord::Open() {
+    if (file_.descriptor() >= 0) return;
+    const std::string path = RecordPath(folder_);
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT;
+    file_ = FileAccess::OpenOwn(path, kFlags | O_EXCL, problem_);
+    if (file_.descriptor() >= 0) begun_ = true;
+    if (file_.descriptor() < 0 && errno == EEXIST) file_ = FileAccess::OpenOwn(path, kFlags, problem_);
+}
+
+void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output) {
+    const RecordEntries::State state = RecordEntries::StateOf(output.Status());
+    nlohmann::ordered_json json;
+    PutName(json, "output", relative);
+    json["fingerprint"] = fingerprint;
+    json["size"] = state.size;
+    json["modified"] = state.modified;
+    // A fresh line, should the last one have been cut off.
+    const std::string line = "\n" + JsonLine(json) + "\n";
+    std::unique_lock lock(mutex_);
+    Open();
+    if (file_.descriptor() < 0) {
+        throw Refusal(Exit::Output, RecordPath(folder_), problem_ + " and is not written to",
+                      "--resume will not know of this run; remove it for the next one");
+    }
+    const ssize_t put = ::write(file_.descriptor(), line.data(), line.size());
+    written_ += std::max<ssize_t>(put, 0);
+    int error = put < 0 ? errno : put < static_cast<ssize_t>(line.size()) ? ENOSPC : 0;
+    lock.unlock();
+    // Before the output, so that it is no stranger after a power cut either.
+    if (error == 0 && ::fdatasync(file_.descriptor()) != 0) error = errno;
+    if (error != 0) {
+        throw Refusal(Exit::Output, file_.name(), "cannot be written (" + ErrorText(error) + ")",
+                      "--resume will not know of " + relative);
+    }
+}
+
+}  // namespace hueweave::tool

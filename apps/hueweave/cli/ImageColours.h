@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "colour/Compare.h"
+
+namespace hueweave::tool {
+
+/// The colours of a TIFF file's pages, each once; of a large image an even choice of its pixels.
+std::vector<DeviceColour> ImageColours(const std::string& path);
+
+}  // namespace hueweave::tool

@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// The subcommand "inspect": what a profile or a TIFF file holds, and what the engine can do with it.
+#include <fmt/format.h>
+
+#include <system_error>
+
+#include "batch/PageProfiles.h"
+#include "cli/AllowedPaths.h"
+#include "cli/Commands.h"
+#include "colour/ProfileSource.h"
+#include "colour/TagTable.h"
+#include "system/Json.h"
+#include "system/JsonNames.h"
+#include "system/Sha256.h"
+#include "system/Signals.h"
+#include "system/StandardStreams.h"
+#include "tiff/TiffPage.h"
+
+namespace hueweave::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+double Fixed(std::uint32_t word) { return static_cast<std::int32_t>(word) / 65536.0; }
+
+/// Channels, grid and curves of a table's block.
+Json TableShape(const TagTable& table, const TagTable::Tag& tag, const Bytes& bytes) {
+    const auto at = static_cast<std::size_t>(tag.offset);
+    Json shape;
+    if (tag.size < 32) return shape;
+    const std::uint32_t type = table.Word(at);
+    if (type != Sig("mft1") && type != Sig("mft2") && type != Sig("mAB ") && type != Sig("mBA ")) return shape;
+    shape["inputs"] = bytes[at + 8];
+    shape["outputs"] = bytes[at + 9];
+    if (type == Sig("mft1") || type == Sig("mft2")) {
+        shape["grid"] = bytes[at + 10];
+        shape["input entries"] = type == Sig("mft2") && tag.size >= 52 ? table.Half(at + 48) : 256;
+        shape["output entries"] = type == Sig("mft2") && tag.size >= 52 ? table.Half(at + 50) : 256;
+        return shape;
+    }
+    constexpr std::pair<const char*, std::size_t> kParts[] = {
+        {"B", 12}, {"matrix", 16}, {"M", 20}, {"grid", 24}, {"A", 28}};
+    Json parts = Json::array();
+    for (const auto& [name, place] : kParts) {
+        if (table.Word(at + place) != 0) parts.push_back(name);
+    }
+    shape["parts"] = parts;
+    const std::uint64_t grid = table.Word(at + 24);
+    if (grid != 0 && grid + 20 <= tag.size) {
+        Json points = Json::array();
+        for (unsigned i = 0; i < std::min<unsigned>(bytes[at + 8], 16); ++i) points.push_back(bytes[at + grid + i]);
+        shape["grid"] = points;
+        shape["bytes a value"] = bytes[at + grid + 16];
+    }
+    return shape;
+}
+
+Json DescribeProfile(const std::string& name, const Bytes& bytes) {
+    LcmsWork work;
+    const cmsHPROFILE opened = work.Open(bytes);
+    if (opened == nullptr) {
+        throw Refusal(Exit::Profile, name, "is not a readable ICC profile", "give an ICC profile or a TIFF file");
+    }
+    const TagTable table(bytes);
+    Json json{{"kind", "profile"}, {"description", work.Text(opened, cmsInfoDescription)}};
+    json["version"] = fmt::format("{}.{}", bytes[8], bytes[9] >> 4);
+    json["class"] = SignatureText(table.Word(12));
+    json["colours"] = SignatureText(table.Word(16));
+    json["connection"] = SignatureText(table.Word(20));
+    json["bytes"] = bytes.size();
+    if (const auto white = table.Find("wtpt"); white && white->size >= 20) {
+        const auto at = static_cast<std::size_t>(white->offset) + 8;
+        json["white"] = {Fixed(table.Word(at)), Fixed(table.Word(at + 4)), Fixed(table.Word(at + 8))};
+    }
+    for (const TagTable::Tag& tag : table.tags()) {
+        Json entry{{"name", SignatureText(tag.name)},
+                   {"type", SignatureText(table.Word(static_cast<std::size_t>(tag.offset)))},
+                   {"bytes", tag.size}};
+        const Json shape = TableShape(table, tag, bytes);
+        if (!shape.empty()) entry["table"] = shape;
+        json["tags"].push_back(entry);
+    }
+    std::string refused;
+    try {
+        TakeEmbedded(name, bytes);
+    } catch (const Refusal& refusal) {
+        refused = std::string(refusal.what());
+    }
+    for (const NamedIntent& intent : Intents()) {
+        Json entry{{"name", intent.name}};
+        if (!refused.empty()) {
+            entry["served"] = "no";
+            entry["why"] = refused;
+        } else if (const auto why = WhyBake(bytes, intent.intent)) {
+            entry["served"] = "baked";
+            entry["why"] = *why;
+        } else {
+            entry["served"] = "yes";
+        }
+        json["intents"].push_back(entry);
+    }
+    return json;
+}
+
+/// The profiles of a file's pages. The second page with the same one refers to the first.
+class ProfileDescriber {
+public:
+    explicit ProfileDescriber(const TiffStructure& structure) : structure_(structure), distinct_(structure) {}
+
+    Json Describe(const TiffEntry& entry, std::size_t page) {
+        try {
+            const auto [number, data] = distinct_.Find(entry);
+            if (data) {
+                Json json = Full(*data);
+                first_.push_back({{"same as page", page + 1}});
+                for (const char* key : {"unreadable", "kind", "description"}) {
+                    if (json.contains(key)) first_.back()[key] = json[key];
+                }
+                return json;
+            }
+            return first_[number];
+        } catch (const ReadFailure&) {
+            throw;
+        } catch (const Refusal& refusal) {
+            return {{"unreadable", refusal.what()}};
+        }
+    }
+
+private:
+    Json Full(const Bytes& data) const {
+        try {
+            return DescribeProfile(structure_.file().name(), data);
+        } catch (const Refusal& refusal) {
+            return {{"unreadable", refusal.what()}};
+        }
+    }
+
+    const TiffStructure& structure_;
+    DistinctProfiles distinct_;
+    std::vector<Json> first_;  ///< by number, what further pages refer to
+};
+
+Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory) {
+    const auto number = [&](std::uint16_t tag, std::uint64_t fallback) {
+        return structure.Number(directory, tag, fallback);
+    };
+    Json page{{"width", number(tag::Width, 0)}, {"height", number(tag::Height, 0)}};
+    page["colours"] = PhotometricName(static_cast<unsigned>(number(tag::Photometric, 0xffff)));
+    page["samples"] = number(tag::SamplesPerPixel, 1);
+    page["bits"] = number(tag::BitsPerSample, 1);
+    page["planar"] = number(tag::Planar, 1) == 2;
+    page["compression"] = CompressionName(static_cast<unsigned>(number(tag::Compression, 1)));
+    if (directory.Find(tag::TileWidth) != nullptr) {
+        page["tiles"] = {number(tag::TileWidth, 0), number(tag::TileHeight, 0)};
+    } else {
+        page["rows a strip"] = std::min(number(tag::RowsPerStrip, number(tag::Height, 0)), number(tag::Height, 0));
+    }
+    page["orientation"] = number(tag::Orientation, 1);
+    return page;
+}
+
+Json DescribeTiff(const FileAccess& file) {
+    const TiffStructure structure(file);
+    Json json{{"kind", "TIFF"},
+              {"byte order", structure.form().bigEndian ? "big-endian" : "little-endian"},
+              {"BigTIFF", structure.form().bigTiff}};
+    ProfileDescriber profiles(structure);
+    for (std::size_t i = 0; i < structure.directories().size(); ++i) {
+        ThrowIfInterrupted();
+        const TiffDirectory& directory = structure.directories()[i];
+        Json page = DescribePage(structure, directory);
+        const TiffEntry* icc = directory.Find(tag::IccProfile);
+        if (icc != nullptr && icc->dataSize > 0) page["profile"] = profiles.Describe(*icc, i);
+        json["pages"].push_back(std::move(page));
+    }
+    try {
+        ReadPages(structure);
+        json["convertible"] = true;
+    } catch (const ReadFailure&) {
+        throw;  // what could not be read is unknown
+    } catch (const Refusal& refusal) {
+        json["convertible"] = false;
+        json["why"] = refusal.what();
+    }
+    return json;
+}
+
+/// "name: value" lines, indented; lists of plain values on one line.
+void Print(const Json& json, int depth) {
+    for (const auto& [key, value] : json.items()) {
+        const std::string name = json.is_array() ? "-" : key + ":";
+        const bool flat = !value.is_structured() || (value.is_array() && (value.empty() || !value[0].is_structured()));
+        if (flat) {
+            std::string text = value.is_string() ? OneLine(value.get<std::string>())
+                                                 : value.dump(-1, ' ', false, Json::error_handler_t::replace);
+            fmt::print("{:{}}{} {}\n", "", 2 * depth, name, text);
+        } else if (key == "tags" || key == "intents") {
+            fmt::print("{:{}}{}\n", "", 2 * depth, name);
+            for (const Json& entry : value) {
+                std::string line = entry["name"].get<std::string>();
+                for (const auto& [inner, part] : entry.items()) {
+                    if (inner == "name") continue;
+                    line += inner == "table" || inner == "bytes" ? fmt::format(", {} {}", inner, part.dump())
+                                                                 : ", " + OneLine(part.get<std::string>());
+                }
+                fmt::print("{:{}}{}\n", "", 2 * depth + 2, line);
+            }
+        } else {
+            fmt::print("{:{}}{}\n", "", 2 * depth, name);
+            Print(value, depth + 1);
+        }
+    }
+}
+
+Json Describe(const std::string& path) {
+    const FileAccess file = FileAccess::OpenInput(path);
+    unsigned char head[4] = {};
+    if (file.Size() >= 4) file.Read(0, head, 4);
+    const bool tiff = head[0] == head[1] && (head[0] == 'I' || head[0] == 'M');
+    if (tiff) return DescribeTiff(file);
+    if (file.Size() > (std::uint64_t{64} << 20)) {
+        throw Refusal(Exit::Input, path, "is no profile and no TIFF file", "give one of them");
+    }
+    return DescribeProfile(path, file.Read({0, file.Size()}));
+}
+
+}  // namespace
+
+Exit Inspect(const InspectArguments& arguments) {
+    if (arguments.sandbox) EnterSandbox(PathsOf(arguments));
+    Exit result = Exit::Done;
+    for (const std::string& path : arguments.files) {
+        try {
+            Json json{{"file", path}};
+            json.update(Describe(path));
+            if (arguments.json) {
+                fmt::print("{}\n", JsonLine(json));
+            } else {
+                Print(json, 0);
+                if (arguments.files.size() > 1) fmt::print("\n");
+            }
+        } catch (const Interrupted&) {
+            throw;
+        } catch (const std::system_error&) {
+            throw;  // of standard output, which no further file can be written to either
+        } catch (...) {
+            const auto [status, line] = Explain(path, std::current_exception());
+            PrintError("hueweave: " + OneLine(line));
+            result = arguments.files.size() == 1 ? status : Exit::SomeFailed;
+        }
+    }
+    return result;
+}
+
+}  // namespace hueweave::tool

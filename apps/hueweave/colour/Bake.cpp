@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/Bake.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include "colour/Compare.h"
+#include "system/Refusal.h"
+#include "system/Signals.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr unsigned kPoints = 33;
+constexpr std::size_t kEntries = 4096;  ///< of an input curve, the most that the engine takes
+using Curve = std::vector<double>;      ///< rising from 0 to 1
+using Curves = std::array<Curve, 3>;
+
+/// Relative luminance of a lightness L*.
+double Luminance(double lightness) {
+    const double f = (lightness + 16.0) / 116.0;
+    return lightness > 8.0 ? f * f * f : lightness / 903.2963;
+}
+
+/// Made to rise from 0 to 1; empty if it does not rise.
+Curve Normalised(Curve curve) {
+    for (std::size_t i = 1; i < curve.size(); ++i) curve[i] = std::max(curve[i], curve[i - 1]);
+    const double low = curve.front(), span = curve.back() - low;
+    if (span < 0.05) return {};
+    for (double& value : curve) value = (value - low) / span;
+    return curve;
+}
+
+/// How light grows with each channel: the curves of a matrix profile, or the neutral ramp of a table.
+Curves LightCurves(LcmsWork& work, cmsHPROFILE profile, cmsHTRANSFORM toLab) {
+    Curves curves;
+    if (cmsIsMatrixShaper(profile) && !cmsIsTag(profile, cmsSigAToB0Tag)) {
+        constexpr cmsTagSignature kTags[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
+        for (std::size_t c = 0; c < 3; ++c) {
+            const auto* tone = static_cast<const cmsToneCurve*>(work.Read(profile, kTags[c]));
+            if (tone == nullptr) return {};
+            for (std::size_t i = 0; i < kEntries; ++i) {
+                curves[c].push_back(cmsEvalToneCurveFloat(tone, static_cast<float>(i) / (kEntries - 1)));
+            }
+            curves[c] = Normalised(curves[c]);
+        }
+        return curves;
+    }
+    for (std::size_t i = 0; i < kEntries; ++i) {
+        const double v = static_cast<double>(i) / (kEntries - 1);
+        const double rgb[3] = {v, v, v};
+        cmsCIELab lab;
+        cmsDoTransform(toLab, rgb, &lab, 1);
+        curves[0].push_back(Luminance(lab.L));
+    }
+    curves[0] = Normalised(curves[0]);
+    curves[1] = curves[2] = curves[0];
+    return curves;
+}
+
+/// Where a rising curve reaches `value`, 0 to 1.
+double Inverse(const Curve& curve, double value) {
+    const auto above = std::lower_bound(curve.begin(), curve.end(), value);
+    if (above == curve.begin()) return 0.0;
+    if (above == curve.end()) return 1.0;
+    const double low = above[-1], high = *above;
+    const double place =
+        static_cast<double>(above - curve.begin() - 1) + (high > low ? (value - low) / (high - low) : 0);
+    return place / (kEntries - 1);
+}
+
+void Put16(Bytes& out, unsigned value) {
+    out.push_back(static_cast<unsigned char>(value >> 8));
+    out.push_back(static_cast<unsigned char>(value));
+}
+void Put32(Bytes& out, std::uint32_t value) {
+    Put16(out, value >> 16);
+    Put16(out, value & 0xffffU);
+}
+unsigned Quantise(double value, double top) { return static_cast<unsigned>(std::lround(std::clamp(value, 0.0, top))); }
+
+/// A block of type "mft2". The grid is written by hand, so that no optimisation of Little CMS changes it.
+Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab) {
+    Bytes out{'m', 'f', 't', '2', 0, 0, 0, 0, 3, 3, kPoints, 0};
+    for (unsigned i = 0; i < 9; ++i) Put32(out, i % 4 == 0 ? 0x10000 : 0);
+    Put16(out, kEntries);
+    Put16(out, 2);
+    for (const Curve& curve : curves) {
+        for (const double value : curve) Put16(out, Quantise(value * 65535.0, 65535.0));
+    }
+    std::array<std::array<double, kPoints>, 3> axis;
+    for (std::size_t c = 0; c < 3; ++c) {
+        for (unsigned n = 0; n < kPoints; ++n) axis[c][n] = Inverse(curves[c], n / (kPoints - 1.0));
+    }
+    for (unsigned i = 0; i < kPoints; ++i) {
+        ThrowIfInterrupted();
+        for (unsigned j = 0; j < kPoints; ++j) {
+            for (unsigned k = 0; k < kPoints; ++k) {
+                const double rgb[3] = {axis[0][i], axis[1][j], axis[2][k]};
+                cmsCIELab lab;
+                cmsDoTransform(toLab, rgb, &lab, 1);
+                Put16(out, Quantise(lab.L * 652.8, 65280.0));
+                Put16(out, Quantise(lab.a * 256.0 + 32768.0, 65535.0));
+                Put16(out, Quantise(lab.b * 256.0 + 32768.0, 65535.0));
+            }
+        }
+    }
+    for (int c = 0; c < 3; ++c) Put16(out, 0), Put16(out, 65535);
+    return out;
+}
+
+/// The profile around the tables: header and texts by Little CMS, then the three tables.
+Bytes Assemble(LcmsWork& from, cmsHPROFILE original, const std::array<Bytes, 3>& tables) {
+    LcmsWork work;
+    const cmsHPROFILE profile = work.NewProfile(2.4, cmsSigInputClass, cmsSigLabData);
+    cmsSetHeaderRenderingIntent(profile, cmsGetHeaderRenderingIntent(original));
+    work.WriteText(profile, cmsSigProfileDescriptionTag, from.Text(original, cmsInfoDescription));
+    const std::string copyright = from.Text(original, cmsInfoCopyright);
+    work.WriteText(profile, cmsSigCopyrightTag, copyright.empty() ? "Unknown" : copyright);
+    const auto* white = static_cast<const cmsCIEXYZ*>(from.Read(original, cmsSigMediaWhitePointTag));
+    const bool paper = white != nullptr && !IsOldScreen(original);
+    work.Write(profile, cmsSigMediaWhitePointTag, paper ? white : cmsD50_XYZ());
+    constexpr cmsTagSignature kTables[] = {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag};
+    for (std::size_t i = 0; i < 3; ++i) work.WriteRaw(profile, kTables[i], tables[i]);
+    return work.Save(profile);
+}
+
+struct Spacing {
+    const char* name;
+    double power;  ///< of the light; 0 for steps of the device's own samples
+};
+/// Between nodes the engine interpolates linear light. Where the device is additive, steps of light follow it exactly;
+/// where its table bends in the shadows, closer steps there do better.
+constexpr Spacing kSpacings[] = {{"linear light", 1.0},
+                                 {"light to the power 2/3", 2.0 / 3.0},
+                                 {"light to the power 1/2", 0.5},
+                                 {"device samples", 0.0}};
+
+}  // namespace
+
+BakedProfile BakeProfile(const DeviceProfile& profile) {
+    LcmsWork work;
+    const cmsHPROFILE original = work.Open(profile.data);
+    std::array<cmsHTRANSFORM, 3> toLab{};
+    for (int intent = 0; original != nullptr && intent < 3; ++intent) {
+        toLab[static_cast<std::size_t>(intent)] = work.DeviceToLab(original, intent);
+    }
+    for (const cmsHTRANSFORM transform : toLab) {
+        if (transform == nullptr) {
+            throw Refusal(Exit::Profile, profile.name, "does not tell the colours of its device",
+                          "give another profile");
+        }
+    }
+    const Curves light = LightCurves(work, original, toLab[1]);
+    const bool rises = std::none_of(light.begin(), light.end(), [](const Curve& curve) { return curve.empty(); });
+
+    Rendering rendering;
+    rendering.intent = ICC40::ICCFILE::IntentRelativeColorimetric;
+    rendering.space = FindSpace("adobe-rgb");
+    const std::vector<DeviceColour> probes = GridColours(10);
+    BakedProfile best;
+    Curves chosen;
+    for (const Spacing& spacing : kSpacings) {
+        if (!rises && spacing.power != 0.0) continue;
+        Curves curves;
+        for (std::size_t c = 0; c < 3; ++c) {
+            for (std::size_t i = 0; i < kEntries; ++i) {
+                curves[c].push_back(spacing.power != 0.0 ? std::pow(light[c][i], spacing.power)
+                                                         : static_cast<double>(i) / (kEntries - 1));
+            }
+        }
+        const Bytes table = TableBlock(curves, toLab[1]);
+        const Bytes trial = Assemble(work, original, {table, table, table});
+        const Comparison result = Compare(trial, profile.data, profile.name, rendering, 16, probes);
+        if (best.spacing.empty() || result.mean < best.mean) {
+            best.spacing = spacing.name;
+            best.mean = result.mean;
+            best.p95 = result.p95;
+            chosen = curves;
+        }
+    }
+    std::array<Bytes, 3> tables;
+    for (std::size_t i = 0; i < 3; ++i) tables[i] = TableBlock(chosen, toLab[i]);
+    best.data = Assemble(work, original, tables);
+    return best;
+}
+
+}  // namespace hueweave::tool

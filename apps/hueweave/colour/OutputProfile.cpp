@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/OutputProfile.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "color/RgbPrimaries.h"
+#include "colour/Lcms.h"
+
+namespace hueweave::tool {
+namespace {
+
+const ColorLch::Matrix& PrimariesOf(ColorLch::ColorSpace space) {
+    switch (space) {
+        case ColorLch::ColorSpace_AdobeRGB:
+            return ColorLch::AdobeRGB_D50;
+        case ColorLch::ColorSpace_AppleRGB:
+            return ColorLch::AppleRGB_D50;
+        case ColorLch::ColorSpace_ColorMatchRGB:
+            return ColorLch::ColorMatchRGB_D50;
+        default:
+            return ColorLch::sRGB_D50;
+    }
+}
+
+cmsToneCurve* CurveOf(LcmsWork& work, Tone tone) {
+    switch (tone) {
+        case Tone::Linear:
+            return work.Gamma(1.0);
+        case Tone::Gamma18:
+            return work.Gamma(1.0 / kGamma18Power);
+        case Tone::Adobe:
+            return work.Gamma(kAdobeGamma);
+        default:
+            break;
+    }
+    // IEC 61966-2-1: (a x + b)^g from d on, c x below.
+    const double parameters[] = {2.4, 1.0 / 1.055, 0.055 / 1.055, 1.0 / 12.92, 0.04045};
+    return work.Parametric(4, parameters);
+}
+
+cmsToneCurve* CurveOf(LcmsWork& work, const std::vector<double>& decoding) {
+    std::vector<cmsUInt16Number> table;
+    table.reserve(decoding.size());
+    for (const double value : decoding) table.push_back(static_cast<cmsUInt16Number>(std::lround(value * 65535.0)));
+    return work.Table(table);
+}
+
+}  // namespace
+
+std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::uint32_t top, std::size_t entries) {
+    if (!std::is_sorted(table, table + 65536) || table[0] >= table[65535]) return std::nullopt;
+    std::vector<double> inverse(entries);
+    for (std::size_t n = 0; n < entries; ++n) {
+        const double sample = static_cast<double>(n) * top / static_cast<double>(entries - 1);
+        // The middle of the stretch that gives this sample, or the place between two samples.
+        const auto least = static_cast<std::uint32_t>(std::ceil(sample));
+        const auto* above = std::lower_bound(table, table + 65536, least);
+        if (above == table + 65536) {
+            inverse[n] = 1.0;
+        } else if (*above == least && sample == least) {
+            const auto* end = std::upper_bound(above, table + 65536, least);
+            inverse[n] = static_cast<double>((above - table) + (end - table) - 1) / 2.0 / 65535.0;
+        } else {
+            const auto* below = above == table ? above : above - 1;
+            const double span = static_cast<double>(*above) - *below;
+            const double part = span > 0 ? (sample - *below) / span : 0.0;
+            inverse[n] = (static_cast<double>(below - table) + part) / 65535.0;
+        }
+    }
+    inverse.front() = 0.0;  // black and white themselves are the ends, whatever stretch they cover
+    inverse.back() = 1.0;
+    return inverse;
+}
+
+Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double>>& decoding,
+                        const std::string& title) {
+    LcmsWork work;
+    const cmsHPROFILE profile = work.NewProfile(4.3, cmsSigDisplayClass, cmsSigXYZData);
+    cmsSetHeaderRenderingIntent(profile, INTENT_PERCEPTUAL);
+    work.WriteText(profile, cmsSigProfileDescriptionTag, title);
+    work.WriteText(profile, cmsSigCopyrightTag, "No copyright, use freely");
+    work.Write(profile, cmsSigMediaWhitePointTag, cmsD50_XYZ());
+
+    // The matrix is adapted to D50 already; the tag tells from which white, as version 4 wants.
+    const cmsCIExyY d65{0.3127, 0.3290, 1.0};
+    cmsCIEXYZ source = *cmsD50_XYZ();
+    if (space.primaries != ColorLch::ColorSpace_ColorMatchRGB) cmsxyY2XYZ(&source, &d65);
+    const double bradford[3][3] = {{0.8951, 0.2664, -0.1614}, {-0.7502, 1.7135, 0.0367}, {0.0389, -0.0685, 1.0296}};
+    const double back[3][3] = {
+        {0.9869929, -0.1470543, 0.1599627}, {0.4323053, 0.5183603, 0.0492912}, {-0.0085287, 0.0400428, 0.9684867}};
+    std::array<double, 3> ratio{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto cone = [&](const cmsCIEXYZ& w) {
+            return bradford[i][0] * w.X + bradford[i][1] * w.Y + bradford[i][2] * w.Z;
+        };
+        ratio[i] = cone(*cmsD50_XYZ()) / cone(source);
+    }
+    std::array<cmsCIEXYZ, 3> adaptation{};
+    for (std::size_t r = 0; r < 3; ++r) {
+        const auto at = [&](std::size_t c) {
+            double sum = 0;
+            for (std::size_t k = 0; k < 3; ++k) sum += back[r][k] * ratio[k] * bradford[k][c];
+            return sum;
+        };
+        adaptation[r] = {at(0), at(1), at(2)};
+    }
+    work.Write(profile, cmsSigChromaticAdaptationTag, adaptation.data());
+
+    const ColorLch::Matrix& m = PrimariesOf(space.primaries);
+    constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
+    constexpr cmsTagSignature kCurves[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
+    for (std::size_t c = 0; c < 3; ++c) {
+        const cmsCIEXYZ colorant{m[c], m[c + 3], m[c + 6]};
+        work.Write(profile, kColorants[c], &colorant);
+        if (c > 0 && decoding.empty()) {
+            work.Link(profile, kCurves[c], kCurves[0]);
+        } else {
+            work.Write(profile, kCurves[c], decoding.empty() ? CurveOf(work, space.tone) : CurveOf(work, decoding[c]));
+        }
+    }
+    return work.Save(profile);
+}
+
+}  // namespace hueweave::tool

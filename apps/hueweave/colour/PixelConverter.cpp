@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/PixelConverter.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "colour/OutputProfile.h"
+#include "system/Refusal.h"
+#include "system/StandardStreams.h"
+
+namespace hueweave::tool {
+namespace {
+
+using ICC40::ICC_ENG_S4::CIccEngineS;
+using namespace ICC40::ICCFILE;
+
+constexpr std::size_t kRun = 2048;  ///< pixels that are gathered at a time; they stay in the first cache
+/// The largest linear value that a node of the engine's grid can have: nodes have 8 bits.
+constexpr std::size_t kTopNode = 65280;
+
+std::uint16_t Get16(const unsigned char* at) {
+    std::uint16_t value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+void Put16(unsigned char* at, std::uint16_t value) { std::memcpy(at, &value, sizeof value); }
+
+unsigned Sample(const unsigned char* at, unsigned bits) { return bits == 8 ? *at : Get16(at); }
+void SetSample(unsigned char* at, unsigned bits, unsigned value) {
+    if (bits == 8) {
+        *at = static_cast<unsigned char>(value);
+    } else {
+        Put16(at, static_cast<std::uint16_t>(value));
+    }
+}
+
+[[noreturn]] void RefuseMemory() {
+    throw Refusal(Exit::Profile, "", "no file can be made in memory for the profile (" + ErrorText(errno) + ")",
+                  "lower -j, or raise the limit of open files");
+}
+
+/// The engine reads files by their paths: the profile gets one in memory. Without /proc, as in some containers, that
+/// file has no path, and one among the temporary files does instead.
+class ProfileFile {
+public:
+    ProfileFile() : file_(::memfd_create("profile", MFD_CLOEXEC), "profile") {
+        if (file_.descriptor() < 0) RefuseMemory();
+        path_ = "/proc/self/fd/" + std::to_string(file_.descriptor());
+        if (::access(path_.c_str(), F_OK) != 0) MakeNamed();
+    }
+    ~ProfileFile() {
+        if (named_) ::unlink(path_.c_str());
+    }
+    ProfileFile(const ProfileFile&) = delete;
+    ProfileFile& operator=(const ProfileFile&) = delete;
+    void Write(const Bytes& profile) const { file_.Write(0, profile); }
+    const std::string& path() const { return path_; }
+
+private:
+    void MakeNamed() {
+        path_ = TemporaryFolder() + "/.hueweave-XXXXXX";
+        file_ = FileAccess(::mkostemp(path_.data(), O_CLOEXEC), "profile");
+        if (file_.descriptor() < 0) {
+            throw Refusal(Exit::Profile, "", "no temporary file can be made for the profile (" + ErrorText(errno) + ")",
+                          "name a folder in TMPDIR that can be written, or mount /proc");
+        }
+        named_ = true;
+    }
+
+    FileAccess file_;
+    std::string path_;
+    bool named_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<CIccEngineS> BindEngine(const Bytes& profile, const Rendering& rendering, bool wide,
+                                        ColorSpaceSignature output) {
+    const ProfileFile file;
+    file.Write(profile);
+    const std::string& path = file.path();
+    auto engine = std::make_unique<CIccEngineS>();
+    // Given here, the offsets count with their fractions too.
+    engine->SetProfile(path.c_str(), rendering.intent, wide ? CsRGB_16 : CsRGB_8, output, rendering.lightness,
+                       rendering.chroma, rendering.hue);
+    if (rendering.curves && engine->Lut1DInR != nullptr) {
+        const ToneCurves& curves = *rendering.curves;
+        engine->Adjust_Output(curves[0].data(), curves[1].data(), curves[2].data(), 256);
+    }
+    if (engine->Unit.OutputSpace != output || engine->Lut1DInR == nullptr) {
+        // The engine does not tell whether it was the file or what stands in it.
+        const FileAccess again(::open(path.c_str(), O_RDONLY | O_CLOEXEC), path);
+        if (again.descriptor() < 0) RefuseMemory();
+        return nullptr;
+    }
+    return engine;
+}
+
+PixelConverter::PixelConverter(const Bytes& profile, const std::string& name, const Rendering& rendering, unsigned bits)
+    : rendering_(rendering), bits_(bits) {
+    const Space& space = *rendering.space;
+    engine_ = BindEngine(profile, rendering, bits == 16 || space.ByTable(), bits == 8 ? space.code8 : space.code16);
+    // The engine tells short memory like a table that it cannot use. A sound profile is taken the second time.
+    if (engine_ == nullptr) {
+        engine_ = BindEngine(profile, rendering, bits == 16 || space.ByTable(), bits == 8 ? space.code8 : space.code16);
+    }
+    if (engine_ == nullptr) {
+        throw Refusal(Exit::Profile, name, "has no table that can be used", "give another profile");
+    }
+    if (space.ByTable()) {
+        map_.resize(65536);
+        for (unsigned v = 0; v < 65536; ++v) {
+            const unsigned adobe = AdobeFromGamma18(static_cast<std::uint16_t>(v));
+            map_[v] = static_cast<std::uint16_t>(bits == 16 ? adobe : (adobe * 255 + 32767) / 65535);
+        }
+    } else if (bits == 16 && space.code16 == CsKodakMix_16 && !rendering.curves) {
+        // This curve has samples of 8 bits at both depths: taken as they are, a 16-bit file would turn out black.
+        for (unsigned v = 0; v < 65536; ++v) map_.push_back(static_cast<std::uint16_t>(std::min(v, 255U) * 257));
+    }
+    const std::uint32_t* tables[] = {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB};
+    for (std::size_t c = 0; c < 3; ++c) {
+        low_[c] = static_cast<std::uint16_t>(tables[c][0]);
+        high_[c] = static_cast<std::uint16_t>(tables[c][kTopNode]);
+        if (!map_.empty()) low_[c] = map_[low_[c]], high_[c] = map_[high_[c]];
+    }
+}
+
+void PixelConverter::MapWide(unsigned char* rgb, std::size_t pixels) const {
+    for (std::size_t i = 0; i < 3 * pixels; ++i) Put16(rgb + 2 * i, map_[Get16(rgb + 2 * i)]);
+}
+
+void PixelConverter::ConvertRgb(unsigned char* rgb, std::size_t pixels) const {
+    if (bits_ == 8 && rendering_.space->ByTable()) {
+        unsigned char wide[6 * kRun];
+        for (std::size_t i = 0; i < 3 * pixels; ++i) Put16(wide + 2 * i, static_cast<std::uint16_t>(rgb[i] * 257));
+        engine_->Conversion(wide, wide, static_cast<int>(pixels));
+        for (std::size_t i = 0; i < 3 * pixels; ++i) rgb[i] = static_cast<unsigned char>(map_[Get16(wide + 2 * i)]);
+        return;
+    }
+    engine_->Conversion(rgb, rgb, static_cast<int>(pixels));
+    if (!map_.empty()) MapWide(rgb, pixels);
+}
+
+void PixelConverter::Convert(unsigned char* data, std::size_t pixels, unsigned samples, bool premultiplied) const {
+    const std::size_t width = bits_ / 8;
+    const std::size_t pixelBytes = samples * width;
+    unsigned char run[6 * kRun];
+    for (std::size_t done = 0; done < pixels; done += kRun) {
+        const std::size_t count = std::min(kRun, pixels - done);
+        unsigned char* at = data + done * pixelBytes;
+        if (samples == 3) {
+            ConvertRgb(at, count);
+            continue;
+        }
+        const unsigned top = bits_ == 8 ? 255 : 65535;
+        const auto alpha = [&](std::size_t p) { return Sample(at + p * pixelBytes + 3 * width, bits_); };
+        for (std::size_t p = 0; p < count; ++p) {
+            std::memcpy(run + p * 3 * width, at + p * pixelBytes, 3 * width);
+            if (!premultiplied || alpha(p) == 0 || alpha(p) == top) continue;
+            for (std::size_t c = 0; c < 3; ++c) {
+                unsigned char* sample = run + (3 * p + c) * width;
+                SetSample(sample, bits_, std::min(top, (Sample(sample, bits_) * top + alpha(p) / 2) / alpha(p)));
+            }
+        }
+        ConvertRgb(run, count);
+        for (std::size_t p = 0; p < count; ++p) {
+            if (premultiplied && alpha(p) == 0) continue;  // nothing is seen there, and nothing may shine through
+            for (std::size_t c = 0; premultiplied && alpha(p) != top && c < 3; ++c) {
+                unsigned char* sample = run + (3 * p + c) * width;
+                SetSample(sample, bits_, (Sample(sample, bits_) * alpha(p) + top / 2) / top);
+            }
+            std::memcpy(at + p * pixelBytes, run + p * 3 * width, 3 * width);
+        }
+    }
+}
+
+std::uint64_t PixelConverter::CountClipped(const unsigned char* rgb, std::size_t pixels) const {
+    std::uint64_t clipped = 0;
+    for (std::size_t p = 0; p < pixels; ++p) {
+        bool any = false;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const unsigned sample = bits_ == 8 ? rgb[3 * p + c] : Get16(rgb + 2 * (3 * p + c));
+            any = any || sample <= low_[c] || sample >= high_[c];
+        }
+        clipped += any;
+    }
+    return clipped;
+}
+
+Bytes PixelConverter::OutputProfile() const {
+    const Space& space = *rendering_.space;
+    std::string title(space.title);
+    std::vector<std::vector<double>> decoding;
+    if (space.tone == Tone::Kodak || rendering_.curves) {
+        const bool narrow = bits_ == 8 || space.code16 == CsKodakMix_16;
+        const std::uint32_t top = narrow && !(rendering_.curves && bits_ == 16) ? 255 : 65535;
+        for (const std::uint32_t* table : {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB}) {
+            const auto inverse = InvertTable(table, top, top == 255 ? 256 : 4096);
+            if (!inverse) return {};
+            decoding.push_back(*inverse);
+        }
+        if (rendering_.curves) title += ", own curves";
+    }
+    return MakeOutputProfile(space, decoding, title);
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "colour/PixelConverter.h"
+#include "colour/ProfileSource.h"
+
+namespace hueweave::tool {
+
+/// A converter with what it was made from.
+struct ReadyConverter {
+    std::string hash;  ///< of the profile
+    unsigned bits = 0;
+    std::string bakedBecause;
+    PixelConverter converter;
+    Bytes outputProfile;  ///< empty if no profile describes the output
+};
+
+/// Converters of one rendering, by profile and depth. Threads share it; the last few are kept.
+class ProfileCache {
+public:
+    explicit ProfileCache(const Rendering& rendering) : rendering_(rendering) {}
+    std::shared_ptr<const ReadyConverter> Get(const DeviceProfile& profile, unsigned bits);
+
+private:
+    static constexpr std::size_t kMost = 4;  ///< each holds an engine of some 3 MB
+    Rendering rendering_;
+    std::mutex mutex_;
+    std::deque<std::shared_ptr<const ReadyConverter>> ready_;
+};
+
+}  // namespace hueweave::tool

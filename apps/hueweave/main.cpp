@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include <malloc.h>
+#include <sys/resource.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <string>
+#include <system_error>
+
+#include "cli/Arguments.h"
+#include "cli/Commands.h"
+#include "system/Refusal.h"
+#include "system/Signals.h"
+#include "system/StandardStreams.h"
+
+namespace {
+
+using namespace hueweave::tool;
+
+Exit Dispatch(const Arguments& arguments) {
+    if (arguments.convert) return Convert(*arguments.convert);
+    if (arguments.inspect) return Inspect(*arguments.inspect);
+    if (arguments.bake) return BakeCommand(*arguments.bake);
+    if (arguments.verify) return Verify(*arguments.verify);
+    if (arguments.spaces) return ListSpaces(*arguments.spaces);
+    return Exit::Done;
+}
+
+/// Many threads have many files open; the limit that is usual is far below what is allowed.
+void AllowManyFiles() {
+    struct rlimit files {};
+    if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return;
+    files.rlim_cur = files.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &files);
+}
+
+int Fail(Exit status, const char* line) {
+    try {
+        PrintError("hueweave: " + OneLine(line));
+    } catch (const std::bad_alloc&) {
+        PrintNoMemory();
+    }
+    return static_cast<int>(status);
+}
+
+/// Whether standard output took all that was printed there; errno tells why not.
+bool OutputIsWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+
+int Run(int count, const char* const* words) {
+    try {
+        const Exit status = Dispatch(ParseArguments(count, words));
+        if (!OutputIsWritten()) RefuseStandardOutput(errno);
+        return static_cast<int>(status);
+    } catch (const std::system_error& error) {
+        // Printing throws this where standard output cannot be written, or a signal ended the waiting for its reader.
+        ThrowIfInterrupted();
+        if (OutputIsWritten()) throw;
+        RefuseStandardOutput(error.code().value());
+    }
+}
+
+/// For failures that no exception can carry: memory that runs out in a destructor, or while the JSON library works.
+[[noreturn]] void EndWithoutMemory() {
+    PrintNoMemory();
+    std::_Exit(static_cast<int>(Exit::Input));
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    TakeStandardStreams();  // before anything is opened
+    // Buffers of pixels go back to the system when they are done with, so that memory stays within its limit.
+    mallopt(M_MMAP_THRESHOLD, 1 << 18);
+    std::set_terminate(EndWithoutMemory);
+    WatchSignals();
+    AllowManyFiles();
+    try {
+        return Run(count, words);
+    } catch (const Interrupted&) {
+        EndBySignal();
+    } catch (const Refusal& refusal) {
+        return Fail(refusal.status(), refusal.what());
+    } catch (const std::bad_alloc&) {
+        PrintNoMemory();
+        return static_cast<int>(Exit::Input);
+    } catch (const std::exception& error) {
+        return Fail(Exit::Input, error.what());
+    }
+}

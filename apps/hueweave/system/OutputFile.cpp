@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "system/OutputFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <utility>
+
+#include "system/Refusal.h"
+#include "system/TemporaryFiles.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// Names an open file by its number, for those who take a path.
+std::string SelfPath(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+
+[[noreturn]] void RefuseOwner(const std::string& path, int error) {
+    throw Refusal(Exit::Output, path,
+                  "belongs to a user or group that a new file cannot keep (" + ErrorText(error) + ")",
+                  "convert it as that user, or write to another file with -o");
+}
+
+}  // namespace
+
+std::string FollowLink(const std::string& path) {
+    std::error_code error;
+    if (!std::filesystem::is_symlink(path, error)) return path;
+    const auto real = std::filesystem::canonical(path, error);
+    return error ? path : real.string();
+}
+
+void CheckTarget(const std::string& path, OutputFile::Existing existing) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT) return;
+        RefuseWrite(path, errno);
+    }
+    if (existing == OutputFile::Existing::Keep) {
+        throw Refusal(Exit::Output, path, "is there already", "replace it with --force, or choose another name");
+    }
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        throw Refusal(Exit::Output, path, "is there already and is no file", "choose another name");
+    }
+    if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0) return;
+    if (errno != EACCES) RefuseWrite(path, errno);
+    throw Refusal(Exit::Output, path, "is read-only",
+                  "allow writing to it (chmod u+w), or choose another name with -o");
+}
+
+void CheckFolderOf(const std::string& path, OutputFile::Existing existing) {
+    const std::string folder = FolderOf(existing == OutputFile::Existing::Replace ? FollowLink(path) : path);
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) != 0) RefuseWrite(path, errno);
+    if (!S_ISDIR(status.st_mode)) RefuseWrite(path, ENOTDIR);
+    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) RefuseWrite(path, errno);
+    const bool replaced = existing == OutputFile::Existing::Replace && ::stat(path.c_str(), &status) == 0;
+    if (replaced && ::geteuid() != 0 && status.st_uid != ::geteuid()) RefuseOwner(path, EPERM);
+}
+
+OutputFile::OutputFile(std::string path, Existing existing, const std::optional<FileState>& wanted)
+    : path_(existing == Existing::Replace ? FollowLink(path) : std::move(path)),
+      folder_(FolderOf(path_)),
+      existing_(existing) {
+    CheckTarget(path_, existing_);
+    struct stat old {};
+    if (existing_ == Existing::Replace) Look(wanted, old);
+    OpenUnnamed();
+    if (!replaced_) return;
+    try {
+        KeepOwner(old);
+    } catch (...) {
+        if (!temporary_.empty()) ::unlink(temporary_.c_str());
+        throw;
+    }
+}
+
+/// Notes what stands there and is to be replaced.
+void OutputFile::Look(const std::optional<FileState>& wanted, struct stat& old) {
+    const bool there = ::lstat(path_.c_str(), &old) == 0;
+    if (!there && errno != ENOENT) RefuseWrite(path_, errno);
+    if (there) replaced_ = StateOf(old);
+    if (wanted && replaced_ != wanted) RefuseChanged();
+}
+
+/// Makes the new file one of the same owner and mode, before anything stands in it.
+void OutputFile::KeepOwner(const struct stat& old) {
+    const struct stat ours = file_.Status();
+    const bool same = old.st_uid == ours.st_uid && old.st_gid == ours.st_gid;
+    if (!same && ::fchown(file_.descriptor(), old.st_uid, old.st_gid) != 0) RefuseOwner(path_, errno);
+    constexpr mode_t kBits = 07777;
+    if (old.st_mode != ours.st_mode && ::fchmod(file_.descriptor(), old.st_mode & kBits) != 0) {
+        RefuseWrite(path_, errno);
+    }
+}
+
+int OutputFile::OpenNamed(mode_t mode) {
+    auto [descriptor, name] = WithTemporaryName(folder_, [mode](const std::string& path) {
+        const int made = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        struct stat status {};
+        if (made < 0 || (LockTemporary(made) && ::fstat(made, &status) == 0 && status.st_nlink > 0)) return made;
+        ::close(made);  // another run took it for one that was left, and removes it
+        errno = EEXIST;
+        return -1;
+    });
+    if (descriptor >= 0) temporary_ = std::move(name);
+    return descriptor;
+}
+
+void OutputFile::OpenUnnamed() {
+    std::string name = path_;  // what needs memory comes before the file
+    // Nobody else may read it before it has the mode of the file that it replaces.
+    const mode_t mode = replaced_ ? 0600 : 0666;
+    int descriptor = ::open(folder_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
+    bool named = descriptor < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL);
+    // Without /proc, as in some containers, the file could not get its name afterwards.
+    if (descriptor >= 0 && ::access(SelfPath(descriptor).c_str(), F_OK) != 0) {
+        ::close(descriptor);
+        named = true;
+    }
+    if (named) descriptor = OpenNamed(mode);
+    if (descriptor < 0) RefuseWrite(path_, errno);
+    if (!named) LockTemporary(descriptor);  // before it has a name that another run could see
+    file_ = FileAccess(descriptor, std::move(name));
+}
+
+OutputFile::~OutputFile() {
+    if (!temporary_.empty()) ::unlink(temporary_.c_str());
+}
+
+void OutputFile::RefuseExisting() const {
+    throw Refusal(Exit::Output, path_, "is there already", "replace it with --force, or choose another name");
+}
+
+void OutputFile::RefuseChanged() const {
+    throw Refusal(Exit::Output, path_, "was replaced or changed by another program meanwhile, and stays as it is",
+                  "convert it again");
+}
+
+void OutputFile::Finish() {
+    if (::fsync(file_.descriptor()) != 0) RefuseWrite(path_, errno);
+}
+
+int OutputFile::Link(const std::string& name) const {
+    return ::linkat(AT_FDCWD, SelfPath(file_.descriptor()).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
+}
+
+void OutputFile::NameNew() {
+    int result = 0;
+    if (temporary_.empty()) {
+        result = Link(path_);
+    } else {
+        result = ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE);
+        if (result != 0 && errno == EINVAL) {
+            result = ::link(temporary_.c_str(), path_.c_str());
+            if (result == 0) ::unlink(temporary_.c_str());
+        }
+    }
+    if (result == 0) return temporary_.clear();
+    if (errno != EEXIST) RefuseWrite(path_, errno);
+    if (existing_ == Existing::Replace) RefuseChanged();
+    RefuseExisting();
+}
+
+void OutputFile::Replace() {
+    // No file can be linked over another one. With a name only from here on, hardly any kill leaves it behind.
+    if (temporary_.empty()) {
+        auto [linked, name] = WithTemporaryName(folder_, [this](const std::string& path) { return Link(path); });
+        if (linked != 0) RefuseWrite(path_, errno);
+        temporary_ = std::move(name);
+    }
+    struct stat now {};
+    if (::lstat(path_.c_str(), &now) != 0 || StateOf(now) != replaced_) RefuseChanged();
+    if (::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), 0) != 0) RefuseWrite(path_, errno);
+    temporary_.clear();
+}
+
+/// Makes the name last through a power cut as well.
+void OutputFile::SyncFolder(const FileAccess& folder) {
+    int result = folder.descriptor() >= 0 ? ::fsync(folder.descriptor()) : -1;
+    // A folder that may not be read, or that cannot be written through by itself: then all of the file system is.
+    const bool other = folder.descriptor() < 0 || (result != 0 && errno == EINVAL);
+    if (other) result = ::syncfs(file_.descriptor());
+    if (result == 0) return;
+    const int error = errno;
+    if (replaced_) {
+        throw Refusal(Exit::Output, path_,
+                      "is replaced, but may be the old file after a power cut (" + ErrorText(error) + ")",
+                      "check the disk");
+    }
+    struct stat now {};
+    const struct stat ours = file_.Status();
+    const bool same = ::lstat(path_.c_str(), &now) == 0 && now.st_dev == ours.st_dev && now.st_ino == ours.st_ino;
+    if (same) ::unlink(path_.c_str());
+    RefuseWrite(path_, error);
+}
+
+void OutputFile::Commit() {
+    // Before the name is given, since it takes memory.
+    const FileAccess folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), folder_);
+    if (replaced_) {
+        Replace();
+    } else {
+        NameNew();
+    }
+    SyncFolder(folder);
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "system/Refusal.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <stdexcept>
+
+namespace hueweave::tool {
+
+namespace {
+
+/// A character, or a byte that is part of none.
+struct Decoded {
+    unsigned code;
+    std::size_t length;  ///< bytes
+};
+
+/// The character at the beginning of `text`. A byte that is no UTF-8 counts as the character of its number in Latin-1.
+Decoded Decode(std::string_view text) {
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+    const unsigned lead = byte(0);
+    const std::size_t length = lead < 0xc2 ? 1 : lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : lead < 0xf5 ? 4 : 1;
+    if (length == 1 || text.size() < length) return {lead, 1};
+    unsigned code = lead & (0x7fU >> length);
+    for (std::size_t at = 1; at < length; ++at) {
+        if ((byte(at) & 0xc0U) != 0x80) return {lead, 1};
+        code = code << 6 | (byte(at) & 0x3fU);
+    }
+    constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // of that length; less is no UTF-8
+    if (code < kLeast[length]) return {lead, 1};
+    return {code, length};
+}
+
+bool IsControl(unsigned code) {
+    constexpr std::pair<unsigned, unsigned> kRanges[] = {
+        {0x0000, 0x001f}, {0x007f, 0x009f},  // control characters; a terminal takes 0x9b for the start of a sequence
+        {0x061c, 0x061c}, {0x200e, 0x200f},  // marks of a direction
+        {0x2028, 0x202e},                    // line and paragraph separators, embeddings and overrides of a direction
+        {0x2066, 0x2069}};                   // isolates of a direction
+    return std::any_of(std::begin(kRanges), std::end(kRanges),
+                       [code](const auto& range) { return code >= range.first && code <= range.second; });
+}
+
+}  // namespace
+
+std::string ReplaceControls(std::string_view text, const std::function<std::string(unsigned code)>& by) {
+    std::string result;
+    while (!text.empty()) {
+        const Decoded next = Decode(text);
+        if (IsControl(next.code)) {
+            result += by(next.code);
+        } else {
+            result += text.substr(0, next.length);
+        }
+        text.remove_prefix(next.length);
+    }
+    return result;
+}
+
+std::string OneLine(std::string_view text) {
+    return ReplaceControls(text, [](unsigned) { return "?"; });
+}
+
+std::pair<Exit, std::string> Explain(const std::string& name, const std::exception_ptr& cause) {
+    try {
+        std::rethrow_exception(cause);
+    } catch (const Refusal& refusal) {
+        return {refusal.status(), refusal.what()};
+    } catch (const std::bad_alloc&) {
+        return {Exit::Input, name + ": needs more memory than there is; lower -j"};
+    } catch (const std::length_error&) {
+        return {Exit::Input, name + ": tells of sizes that no memory can hold; get a whole copy of the file"};
+    } catch (const std::exception& error) {
+        return {Exit::Input, name + ": cannot be worked on, for a reason that was not foreseen (" + error.what() +
+                                 "); please report it, with the file"};
+    } catch (...) {
+        return {Exit::Input, name +
+                                 ": cannot be worked on, for a reason that was not foreseen; please report it, "
+                                 "with the file"};
+    }
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "system/Signals.h"
+
+#include <csignal>
+#include <cstdlib>
+
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+volatile std::sig_atomic_t noted = 0;
+
+void Note(int signal) { noted = signal; }
+
+}  // namespace
+
+void WatchSignals() {
+    struct sigaction action {};
+    action.sa_handler = Note;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        // Whoever starts a command in the background, or under nohup, has these ignored.
+        if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+int NotedSignal() { return noted; }
+
+void ThrowIfInterrupted() {
+    if (noted != 0) throw Interrupted();
+}
+
+void EndBySignal() {
+    const int signal = noted;
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+    std::_Exit(128 + signal);
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,290 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/TiffPage.h"
+
+#include <tiffio.h>
+
+#include <algorithm>
+
+#include "system/Refusal.h"
+#include "system/Signals.h"
+#include "tiff/TagRules.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// A kind of further sample that some programs write, and readers take.
+constexpr std::uint64_t kOtherExtra = 999;
+constexpr std::uint64_t kTileStep = 16;  ///< pixels
+
+constexpr const char* kWholeNumbers = "give a file of whole numbers of 8 or 16 bits";
+
+/// Reads one directory, or refuses it.
+class PageReader {
+public:
+    PageReader(const TiffStructure& structure, std::size_t directory, std::string label)
+        : structure_(structure), directory_(structure.directories()[directory]) {
+        page_.directory = directory;
+        page_.label = std::move(label);
+    }
+
+    TiffPage Read() {
+        ThrowIfInterrupted();
+        const std::string fault = FaultOfTags(structure_, directory_);
+        if (!fault.empty()) RefuseDamaged(fault);
+        page_.photometric = Small(tag::Photometric, 0xffff);
+        page_.compression = Small(tag::Compression, 1);
+        if (page_.photometric == PHOTOMETRIC_MASK || (Small(tag::SubfileType, 0) & FILETYPE_MASK) != 0) {
+            page_.mask = true;
+            CountMask();
+            return page_;
+        }
+        CheckColours();
+        CheckSamples();
+        CheckCoding();
+        ReadGeometry();
+        ReadSegments();
+        return page_;
+    }
+
+private:
+    [[noreturn]] void Refuse(const std::string& reason, const std::string& remedy) const {
+        const std::string where = page_.label.empty() ? "" : page_.label + " ";
+        throw Refusal(Exit::Input, structure_.file().name(), where + reason, remedy);
+    }
+    [[noreturn]] void RefuseDamaged(const std::string& reason) const { Refuse(reason, "get a whole copy of the file"); }
+    std::uint64_t Number(std::uint16_t wanted, std::uint64_t fallback) const {
+        return structure_.Number(directory_, wanted, fallback);
+    }
+    unsigned Small(std::uint16_t wanted, unsigned fallback) const {
+        return static_cast<unsigned>(std::min<std::uint64_t>(Number(wanted, fallback), 0x7fffffff));
+    }
+
+    /// A mask is not decoded; its strips or tiles cost what others cost.
+    void CountMask() {
+        for (const auto which : {tag::StripOffsets, tag::TileOffsets}) {
+            if (const TiffEntry* offsets = directory_.Find(which)) structure_.budget().AddSegments(offsets->count, 0);
+        }
+    }
+
+    void CheckColours() {
+        const bool jpegColours = page_.photometric == PHOTOMETRIC_YCBCR && page_.compression == COMPRESSION_JPEG;
+        if (page_.photometric == PHOTOMETRIC_RGB || jpegColours) return;
+        if (directory_.Find(tag::Photometric) == nullptr) RefuseDamaged("does not say what its colours are");
+        Refuse("holds " + PhotometricName(page_.photometric) + " pixels, not RGB",
+               page_.photometric == PHOTOMETRIC_PALETTE ? "turn it into RGB first, for example with pal2rgb"
+                                                        : "give an RGB file");
+    }
+
+    void CheckSamples() {
+        page_.samples = Small(tag::SamplesPerPixel, 1);
+        if (page_.samples < 3 || page_.samples > 64) {
+            Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
+        }
+        std::vector<std::uint64_t> bits{1};
+        if (const TiffEntry* entry = directory_.Find(tag::BitsPerSample)) bits = structure_.Numbers(*entry);
+        const bool alike = !bits.empty() && std::all_of(bits.begin(), bits.end(), [&](auto b) { return b == bits[0]; });
+        if (!alike) Refuse("has samples of several depths", "give a file of 8 or 16 bits a sample");
+        std::vector<std::uint64_t> formats{SAMPLEFORMAT_UINT};
+        if (const TiffEntry* entry = directory_.Find(tag::SampleFormat)) formats = structure_.Numbers(*entry);
+        for (const std::uint64_t format : formats) {
+            if (format == SAMPLEFORMAT_UINT || format == SAMPLEFORMAT_VOID) continue;
+            Refuse(format == SAMPLEFORMAT_IEEEFP ? "holds floating-point samples" : "holds samples that are not plain",
+                   kWholeNumbers);
+        }
+        // An older tag for the same, of which 0 says nothing and 2 whole numbers.
+        const std::uint64_t kind = Number(tag::DataType, 0);
+        if (kind != 0 && kind != 2) Refuse("holds samples that are not plain", kWholeNumbers);
+        if (bits[0] != 8 && bits[0] != 16) {
+            Refuse("has " + std::to_string(bits[0]) + " bits a sample", "give a file of 8 or 16 bits a sample");
+        }
+        page_.bits = static_cast<unsigned>(bits[0]);
+        if (const TiffEntry* entry = directory_.Find(tag::ExtraSamples); entry != nullptr) {
+            const auto extra = structure_.Numbers(*entry);
+            for (const std::uint64_t sample : extra) {
+                if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
+                    RefuseDamaged("has a further sample of an unknown kind (" + std::to_string(sample) + ")");
+                }
+            }
+            page_.premultiplied = page_.samples > 3 && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+        }
+    }
+
+    void ReadPredictor() {
+        page_.predictor = Small(tag::Predictor, 1);
+        const bool takesOne = page_.compression == COMPRESSION_LZW || page_.compression == COMPRESSION_ADOBE_DEFLATE ||
+                              page_.compression == COMPRESSION_DEFLATE || page_.compression == COMPRESSION_LZMA ||
+                              page_.compression == COMPRESSION_ZSTD;
+        if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag means nothing there, and stays as it is
+        if (page_.predictor == PREDICTOR_NONE || page_.predictor == PREDICTOR_HORIZONTAL) return;
+        Refuse("has predictor " + std::to_string(page_.predictor) + ", which whole numbers do not have",
+               "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+    }
+
+    void CheckCoding() {
+        page_.fillOrder = Small(tag::FillOrder, FILLORDER_MSB2LSB);
+        if (page_.fillOrder != FILLORDER_MSB2LSB && page_.fillOrder != FILLORDER_LSB2MSB) {
+            RefuseDamaged("has bits in no order");
+        }
+        const unsigned planar = Small(tag::Planar, PLANARCONFIG_CONTIG);
+        if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE) RefuseDamaged("has samples in no order");
+        page_.planar = planar == PLANARCONFIG_SEPARATE;
+        ReadPredictor();
+        switch (page_.compression) {
+            case COMPRESSION_NONE:
+            case COMPRESSION_LZW:
+            case COMPRESSION_PACKBITS:
+            case COMPRESSION_ADOBE_DEFLATE:
+            case COMPRESSION_DEFLATE:
+            case COMPRESSION_LZMA:
+            case COMPRESSION_ZSTD:
+            case COMPRESSION_JPEG:
+            case COMPRESSION_WEBP:
+                if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(page_.compression)) != 0) return;
+                [[fallthrough]];
+            default:
+                Refuse("is compressed with " + CompressionName(page_.compression) + ", which is not supported",
+                       "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+        }
+    }
+
+    void ReadGeometry() {
+        const std::uint64_t width = Number(tag::Width, 0), height = Number(tag::Height, 0);
+        if (width == 0 || height == 0 || width > 0x7fffffff || height > 0x7fffffff) RefuseDamaged("has no size");
+        page_.width = static_cast<std::uint32_t>(width);
+        page_.height = static_cast<std::uint32_t>(height);
+        page_.tiled = directory_.Find(tag::TileWidth) != nullptr || directory_.Find(tag::TileHeight) != nullptr ||
+                      directory_.Find(tag::TileOffsets) != nullptr;
+        std::uint64_t across = width, down = std::min(height, Number(tag::RowsPerStrip, height));
+        if (page_.tiled) across = Number(tag::TileWidth, 0), down = Number(tag::TileHeight, 0);
+        if (across == 0 || down == 0 || across > 0x7fffffff || down > 0x7fffffff) {
+            RefuseDamaged("has strips or tiles without a size");
+        }
+        // No encoder of libtiff makes others.
+        if (page_.tiled && !page_.Plain() && (across % kTileStep != 0 || down % kTileStep != 0)) {
+            Refuse("has encoded tiles whose sides are no multiples of 16",
+                   "write it anew with others, for example with tiffcp -t -w 512 -l 512");
+        }
+        page_.segmentWidth = static_cast<std::uint32_t>(across);
+        page_.segmentHeight = static_cast<std::uint32_t>(down);
+        page_.across = (width + across - 1) / across;
+        page_.down = (height + down - 1) / down;
+        // A row has less than 2^39 bytes.
+        if (page_.RowBytes() > limit::kSegmentBytes / down) RefuseDamaged("has strips or tiles of an impossible size");
+        structure_.budget().AddSegments(page_.Segments(), page_.RowBytes() * down);
+        if (Number(tag::Depth, 1) != 1 || Number(tag::TileDepth, 1) != 1) {
+            Refuse("holds a body of several layers", "give a file of flat pictures");
+        }
+    }
+
+    void ReadSegments() {
+        const TiffEntry* offsets = directory_.Find(page_.tiled ? tag::TileOffsets : tag::StripOffsets);
+        const TiffEntry* counts = directory_.Find(page_.tiled ? tag::TileByteCounts : tag::StripByteCounts);
+        if (offsets == nullptr) RefuseDamaged("has no image data");
+        const std::uint64_t count = page_.Segments();
+        const std::vector<std::uint64_t> at = structure_.Numbers(*offsets, count);
+        std::vector<std::uint64_t> sizes;
+        if (counts != nullptr) sizes = structure_.Numbers(*counts, count);
+        if (counts == nullptr && page_.Plain()) {
+            for (std::uint64_t i = 0; i < count; ++i) sizes.push_back(page_.DecodedBytes(i));
+        }
+        if (at.size() < count || sizes.size() < count) RefuseDamaged("lacks some of its strips or tiles");
+        page_.segments.reserve(static_cast<std::size_t>(count));
+        for (std::uint64_t i = 0; i < count; ++i) {
+            const Extent segment{at[i], sizes[i]};
+            const bool outside =
+                segment.offset > structure_.fileSize() || segment.size > structure_.fileSize() - segment.offset;
+            if (segment.offset == 0 || segment.size == 0) RefuseDamaged("has an empty strip or tile");
+            if (outside || (page_.Plain() && segment.size < page_.DecodedBytes(i))) {
+                RefuseDamaged("is cut: image data lie past the end of the file");
+            }
+            page_.segments.push_back(segment);
+            // Of plain data, no more is read than the pixels take.
+            if (!page_.Plain()) structure_.budget().AddEncoded(segment.size);
+        }
+    }
+
+    const TiffStructure& structure_;
+    const TiffDirectory& directory_;
+    TiffPage page_;
+};
+
+}  // namespace
+
+std::uint32_t TiffPage::RowsOf(std::uint64_t segment) const {
+    if (tiled) return segmentHeight;
+    const std::uint64_t row = segment % InPlane() * segmentHeight;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(segmentHeight, height - row));
+}
+
+bool TiffPage::Lossy() const { return compression == COMPRESSION_JPEG || compression == COMPRESSION_WEBP; }
+
+TiffPage ReadPage(const TiffStructure& structure, std::size_t directory) {
+    const bool one = structure.directories().size() == 1;
+    return PageReader(structure, directory, one ? "" : "page " + std::to_string(directory + 1)).Read();
+}
+
+std::vector<TiffPage> ReadPages(const TiffStructure& structure) {
+    std::vector<TiffPage> pages;
+    for (std::size_t i = 0; i < structure.directories().size(); ++i) pages.push_back(ReadPage(structure, i));
+    for (TiffPage& page : pages)
+        page.slack = limit::kImageMore / std::max<std::uint64_t>(1, structure.budget().segments());
+    if (std::all_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.mask; })) {
+        throw Refusal(Exit::Input, structure.file().name(), "holds nothing but transparency masks", "give an RGB file");
+    }
+    return pages;
+}
+
+std::string CompressionName(unsigned compression) {
+    switch (compression) {
+        case COMPRESSION_NONE:
+            return "none";
+        case COMPRESSION_LZW:
+            return "LZW";
+        case COMPRESSION_PACKBITS:
+            return "PackBits";
+        case COMPRESSION_ADOBE_DEFLATE:
+        case COMPRESSION_DEFLATE:
+            return "Deflate";
+        case COMPRESSION_LZMA:
+            return "LZMA";
+        case COMPRESSION_ZSTD:
+            return "Zstandard";
+        case COMPRESSION_JPEG:
+            return "JPEG";
+        case COMPRESSION_OJPEG:
+            return "old-style JPEG";
+        case COMPRESSION_WEBP:
+            return "WebP";
+        default:
+            return "scheme " + std::to_string(compression);
+    }
+}
+
+std::string PhotometricName(unsigned photometric) {
+    switch (photometric) {
+        case PHOTOMETRIC_MINISWHITE:
+        case PHOTOMETRIC_MINISBLACK:
+            return "grey";
+        case PHOTOMETRIC_RGB:
+            return "RGB";
+        case PHOTOMETRIC_PALETTE:
+            return "palette";
+        case PHOTOMETRIC_MASK:
+            return "mask";
+        case PHOTOMETRIC_SEPARATED:
+            return "CMYK";
+        case PHOTOMETRIC_YCBCR:
+            return "YCbCr";
+        case PHOTOMETRIC_CIELAB:
+        case PHOTOMETRIC_ICCLAB:
+        case PHOTOMETRIC_ITULAB:
+            return "Lab";
+        case PHOTOMETRIC_CFA:
+            return "camera sensor";
+        default:
+            return "unknown (" + std::to_string(photometric) + ")";
+    }
+}
+
+}  // namespace hueweave::tool

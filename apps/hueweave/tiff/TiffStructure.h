@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "system/FileAccess.h"
+#include "tiff/Budget.h"
+
+namespace hueweave::tool {
+
+/// Tags that the command reads or writes; all others are carried along as bytes.
+namespace tag {
+inline constexpr std::uint16_t SubfileType = 254, Width = 256, Height = 257, BitsPerSample = 258, Compression = 259,
+                               Photometric = 262, FillOrder = 266, StripOffsets = 273, Orientation = 274,
+                               SamplesPerPixel = 277, RowsPerStrip = 278, StripByteCounts = 279, MinSampleValue = 280,
+                               MaxSampleValue = 281, Planar = 284, TransferFunction = 301, Predictor = 317,
+                               WhitePoint = 318, Primaries = 319, TileWidth = 322, TileHeight = 323, TileOffsets = 324,
+                               TileByteCounts = 325, SubIfds = 330, ExtraSamples = 338, SampleFormat = 339,
+                               LeastSample = 340, LargestSample = 341, JpegTables = 347, JpegData = 513,
+                               JpegDataSize = 514, YCbCrCoefficients = 529, YCbCrSubSampling = 530,
+                               YCbCrPositioning = 531, ReferenceBlackWhite = 532, DataType = 32996, Depth = 32997,
+                               TileDepth = 32998, ExifIfd = 34665, IccProfile = 34675, PhotoshopResources = 34377,
+                               Xmp = 700, GpsIfd = 34853, PhotoshopLayers = 37724, ExifColorSpace = 40961,
+                               InteroperabilityIfd = 40965;
+}  // namespace tag
+
+/// How a file writes its numbers.
+struct TiffForm {
+    bool bigEndian = false;
+    bool bigTiff = false;  ///< offsets and counts of 8 bytes
+
+    std::size_t OffsetSize() const { return bigTiff ? 8 : 4; }
+    std::size_t EntrySize() const { return bigTiff ? 20 : 12; }
+    std::size_t CountSize() const { return bigTiff ? 8 : 2; }  ///< of the number of entries in a directory
+    std::uint64_t Get(const unsigned char* at, std::size_t size) const;
+    void Put(unsigned char* at, std::size_t size, std::uint64_t value) const;
+};
+
+/// Bytes of an item of a field type, 0 for an unknown type.
+std::size_t TypeSize(unsigned type);
+
+/// One entry of a directory. `value` is the field as it stands in the file, 4 or 8 bytes.
+struct TiffEntry {
+    std::uint16_t tag = 0;
+    std::uint16_t type = 0;
+    std::uint64_t count = 0;
+    std::array<unsigned char, 8> value{};
+    std::uint64_t dataSize = 0;    ///< bytes of the value
+    std::uint64_t dataOffset = 0;  ///< where they stand in the file; 0 if they are in `value`
+};
+
+/// A directory that holds an image.
+struct TiffDirectory {
+    std::uint64_t offset = 0;           ///< in the file
+    std::uint64_t next = 0;             ///< offset of the next one
+    std::optional<std::size_t> parent;  ///< the directory whose SubIFDs led here
+    std::vector<TiffEntry> entries;
+
+    const TiffEntry* Find(std::uint16_t tag) const;
+};
+
+/// All directories of a file, in the order of the chain, each followed by those below it. Everything that is not
+/// image data is known by its place, so that image data alone can be written anew.
+class TiffStructure {
+public:
+    /// Refuses what is no TIFF file, directories that do not lie in the file or lie over each other, and files beyond
+    /// the budget.
+    explicit TiffStructure(const FileAccess& file);
+
+    const FileAccess& file() const { return *file_; }
+    const TiffForm& form() const { return form_; }
+    std::uint64_t fileSize() const { return fileSize_; }
+    const std::vector<TiffDirectory>& directories() const { return directories_; }
+    std::uint64_t firstDirectory() const { return first_; }
+    /// Header, directories and values that stand outside of them.
+    const std::vector<Extent>& structure() const { return structure_; }
+    /// What the EXIF metadata say of the colours: 1 for sRGB, 2 for AdobeRGB, 65535 for neither; 0 if nothing.
+    std::uint64_t exifColorSpace() const { return exifColorSpace_; }
+    std::uint64_t DirectoryBytes(std::size_t entries) const {
+        return form_.CountSize() + entries * form_.EntrySize() + form_.OffsetSize();
+    }
+
+    /// The whole numbers of an entry, or the first `most` of them. Refuses values outside the file.
+    std::vector<std::uint64_t> Numbers(const TiffEntry& entry, std::uint64_t most = UINT64_MAX) const;
+    /// The first of them; `fallback` where the tag is absent or empty.
+    std::uint64_t Number(const TiffDirectory& directory, std::uint16_t tag, std::uint64_t fallback) const;
+    /// The value as bytes.
+    Bytes Data(const TiffEntry& entry) const;
+    /// Whether an entry's value lies over the header or a directory.
+    bool LiesOverDirectory(const TiffEntry& entry) const;
+    /// What reading the file has cost so far. Not for several threads.
+    Budget& budget() const { return budget_; }
+
+private:
+    /// A place that is taken: the header, or a directory.
+    struct Taken {
+        std::uint64_t end;
+        bool image;
+    };
+    void ReadChain(std::uint64_t offset, std::optional<std::size_t> parent, int depth);
+    TiffDirectory ReadDirectory(std::uint64_t offset, bool image);
+    TiffEntry ReadEntry(const unsigned char* at);
+    void NoteMetadata(const TiffDirectory& directory, int depth);
+    void NoteDirectory(std::uint64_t offset, int depth);  ///< of metadata: its places above all
+    bool Overlaps(Extent extent) const;
+    bool IsTaken(std::uint64_t offset, bool image) const;
+    std::vector<std::uint64_t> DirectoriesBelow(const TiffEntry& entry) const;
+    Bytes Data(const TiffEntry& entry, std::uint64_t size) const;
+    void CheckInside(const TiffEntry& entry) const;
+    [[noreturn]] void Refuse(const std::string& reason) const;
+
+    const FileAccess* file_;
+    std::uint64_t fileSize_;
+    TiffForm form_;
+    std::uint64_t first_ = 0;
+    std::uint64_t exifColorSpace_ = 0;
+    std::vector<TiffDirectory> directories_;
+    std::vector<Extent> structure_;
+    std::map<std::uint64_t, Taken> taken_;  ///< by offset
+    mutable Budget budget_;
+};
+
+}  // namespace hueweave::tool

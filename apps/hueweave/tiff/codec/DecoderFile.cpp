@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/codec/DecoderFile.h"
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr unsigned kShort = 3, kLong = 4, kUndefined = 7, kLong8 = 16;
+constexpr std::uint64_t kHeader = 16, kEntry = 20;  ///< bytes, of BigTIFF
+constexpr std::uint64_t kMostEntries = 16;          ///< that are written below
+constexpr std::uint64_t kMostTables = 64 << 10;     ///< bytes; sound JPEG tables take some hundreds
+
+/// Puts entries into a directory of a fixed number of them, and their values behind it.
+class Writer {
+public:
+    Writer(bool bigEndian, std::uint64_t size) : form_{bigEndian, true}, bytes_(static_cast<std::size_t>(size)) {
+        bytes_[0] = bytes_[1] = bigEndian ? 'M' : 'I';
+        Put(2, 2, 43);
+        Put(4, 2, 8);
+        Put(8, 8, kHeader);
+    }
+
+    /// In the order of the tags.
+    void Add(unsigned tag, unsigned type, const std::vector<std::uint64_t>& values) {
+        const std::size_t item = TypeSize(type);
+        const std::uint64_t at = kHeader + 8 + kEntry * count_++;
+        Put(at, 2, tag);
+        Put(at + 2, 2, type);
+        Put(at + 4, 8, values.size());
+        std::uint64_t to = at + 12;
+        if (item * values.size() > 8) {
+            Put(to, 8, data_);
+            to = data_;
+            data_ += (item * values.size() + 7) / 8 * 8;
+        }
+        for (const std::uint64_t value : values) Put(to, item, value), to += item;
+    }
+
+    Bytes Finish() {
+        Put(kHeader, 8, count_);
+        return std::move(bytes_);
+    }
+
+private:
+    void Put(std::uint64_t at, std::size_t size, std::uint64_t value) { form_.Put(&bytes_.at(at), size, value); }
+    TiffForm form_;
+    Bytes bytes_;
+    std::uint64_t count_ = 0;
+    std::uint64_t data_ = kHeader + 8 + kMostEntries * kEntry + 8;
+};
+
+std::uint64_t Padded(std::uint64_t size) { return (size + 7) / 8 * 8; }
+
+bool TakesPredictor(const TiffPage& page) {
+    return page.compression == COMPRESSION_LZW || page.compression == COMPRESSION_ADOBE_DEFLATE ||
+           page.compression == COMPRESSION_DEFLATE || page.compression == COMPRESSION_LZMA ||
+           page.compression == COMPRESSION_ZSTD;
+}
+
+}  // namespace
+
+PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
+    : page_(page), file_(structure.file()), bigEndian_(structure.form().bigEndian) {
+    const std::uint64_t rows = page.tiled ? page.down * page.segmentHeight : page.height;
+    const std::uint64_t row = page.RowBytes() * page.across * (page.planar ? page.samples : 1);
+    constexpr auto kMost = std::uint64_t{std::numeric_limits<std::int64_t>::max()} / 2;
+    // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no page is without width
+    surplus_ = static_cast<std::int64_t>((rows > kMost / row ? kMost : rows * row) + page.slack * page.segments.size());
+    if (page.compression != COMPRESSION_JPEG) return;
+    const auto refuse = [&](const char* reason) {
+        throw Refusal(Exit::Input, file_.name(), (page.label.empty() ? "" : page.label + " ") + reason,
+                      "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+    };
+    // Their planes would be taken for red, green and blue.
+    if (page.planar && page.photometric == PHOTOMETRIC_YCBCR) refuse("holds YCbCr pixels in planes of their own");
+    const TiffDirectory& directory = structure.directories()[page.directory];
+    if (const TiffEntry* tables = directory.Find(tag::JpegTables)) {
+        if (tables->dataSize > kMostTables) refuse("has JPEG tables that are too large");
+        jpegTables_ = structure.Data(*tables);
+    }
+    const TiffEntry* subsampling = directory.Find(tag::YCbCrSubSampling);
+    if (page.photometric != PHOTOMETRIC_YCBCR || subsampling == nullptr) return;
+    if (subsampling->count != 2) refuse("does not tell how its colours are subsampled");
+    subsampling_ = structure.Numbers(*subsampling);
+}
+
+std::uint64_t PageSource::DirectorySize(std::uint64_t places) const {
+    const std::uint64_t samples = page_.SegmentSamples();
+    return kHeader + 8 + kMostEntries * kEntry + 8 + 2 * 8 * places + 2 * Padded(2 * samples) +
+           Padded(jpegTables_.size());
+}
+
+Bytes PageSource::Directory(std::uint64_t rows, const std::vector<Extent>& places) const {
+    Writer writer(bigEndian_, DirectorySize(places.size()));
+    const unsigned samples = page_.SegmentSamples();
+    const bool ycbcr = page_.photometric == PHOTOMETRIC_YCBCR;
+    const unsigned colours = ycbcr ? page_.photometric : samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
+    std::vector<std::uint64_t> offsets, sizes;
+    for (const Extent& place : places) offsets.push_back(place.offset), sizes.push_back(place.size);
+    writer.Add(tag::Width, kLong, {page_.segmentWidth});
+    writer.Add(tag::Height, kLong, {rows});
+    writer.Add(tag::BitsPerSample, kShort, std::vector<std::uint64_t>(samples, page_.bits));
+    writer.Add(tag::Compression, kShort, {page_.compression});
+    writer.Add(tag::Photometric, kShort, {colours});
+    writer.Add(tag::FillOrder, kShort, {page_.fillOrder});
+    if (!page_.tiled) writer.Add(tag::StripOffsets, kLong8, offsets);
+    writer.Add(tag::SamplesPerPixel, kShort, {samples});
+    if (!page_.tiled) writer.Add(tag::RowsPerStrip, kLong, {page_.segmentHeight});
+    if (!page_.tiled) writer.Add(tag::StripByteCounts, kLong8, sizes);
+    writer.Add(tag::Planar, kShort, {PLANARCONFIG_CONTIG});
+    if (TakesPredictor(page_)) writer.Add(tag::Predictor, kShort, {page_.predictor});
+    if (page_.tiled) {
+        writer.Add(tag::TileWidth, kLong, {page_.segmentWidth});
+        writer.Add(tag::TileHeight, kLong, {page_.segmentHeight});
+        writer.Add(tag::TileOffsets, kLong8, offsets);
+        writer.Add(tag::TileByteCounts, kLong8, sizes);
+    }
+    if (samples > 3) writer.Add(tag::ExtraSamples, kShort, std::vector<std::uint64_t>(samples - 3, 0));
+    if (!jpegTables_.empty()) {
+        writer.Add(tag::JpegTables, kUndefined, std::vector<std::uint64_t>(jpegTables_.begin(), jpegTables_.end()));
+    }
+    if (!subsampling_.empty()) writer.Add(tag::YCbCrSubSampling, kShort, subsampling_);
+    return writer.Finish();
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "tiff/codec/DecoderFile.h"
+
+struct z_stream_s;
+
+namespace hueweave::tool {
+
+/// Decodes strips and tiles of Deflate data up to their end, where the checksum stands. libtiff looks no further than
+/// the pixels that it wants: it takes damaged data that turn out longer, and cuts sound ones that are longer short.
+/// Every byte is read from the source once, so that what was checked is what was decoded.
+class DeflateReader {
+public:
+    /// Borrows the source, whose surplus is drawn on by data that decode to more than their pixels.
+    explicit DeflateReader(const PageSource& source);
+    ~DeflateReader();
+    DeflateReader(const DeflateReader&) = delete;
+    DeflateReader& operator=(const DeflateReader&) = delete;
+
+    static bool Concerns(const TiffPage& page);
+    /// Decodes `raw`, the bytes of a strip or tile, into `pixels`, which have the right size. The samples stay in the
+    /// file's byte order, and differences stay differences. Returns why it cannot be done, or null.
+    const char* Decode(Bytes& raw, Bytes& pixels);
+
+    /// The same row by row, for strips too large to be held whole: `BeginRows`, then `Row` for each row from the top,
+    /// then `EndRows`, which looks at what is behind the pixels. Each returns why it cannot be done, or null.
+    void BeginRows(Extent strip);
+    const char* Row(unsigned char* pixels, std::size_t size);
+    const char* EndRows();
+
+private:
+    void Begin();
+    /// Gives bytes to zlib; they stay where they are until it has taken them.
+    void Feed(unsigned char* data, std::size_t size);
+    /// Decodes what was given into `pixels`, `size` bytes at the most. Returns how many it wrote.
+    std::size_t Inflate(unsigned char* pixels, std::size_t size);
+    /// Reads the next block of the strip if all before is taken. Returns whether there is anything to decode.
+    bool Refill();
+    /// Looks through what was given and is behind the pixels.
+    void Skip();
+    const char* End(bool enough) const;
+
+    const PageSource& source_;
+    std::unique_ptr<z_stream_s> stream_;
+    Bytes scratch_;        ///< what is decoded and not kept
+    Bytes block_;          ///< of a strip by rows
+    Bytes turned_;         ///< of files whose bytes hold the lowest bit first
+    Extent left_;          ///< of a strip by rows: what was not read yet
+    bool beyond_ = false;  ///< more was decoded than a picture may have behind it
+    int state_ = 0;        ///< of zlib
+};
+
+/// Turns the differences that predictor 2 leaves in each row into samples. `stride` is samples a pixel.
+void UndoDifferences(unsigned char* pixels, std::uint64_t rows, std::uint64_t columns, unsigned stride, unsigned width);
+
+}  // namespace hueweave::tool

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/codec/TiffCodec.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// Bytes that are encoded before they are written, where a strip is written by rows.
+constexpr tmsize_t kRowsBuffer = tmsize_t{1} << 20;
+
+}  // namespace
+
+/// A file that is not there: what libtiff writes goes to a sink, and nothing can be read back.
+struct TiffEncoder::Target {
+    Sink sink;
+    std::uint64_t size = 0;
+    std::uint64_t position = 0;
+    TiffMessages messages;
+    std::exception_ptr failure;  ///< of the sink, which may not throw through libtiff
+
+    static Target& Of(thandle_t handle) { return *static_cast<Target*>(handle); }
+    static tmsize_t Read(thandle_t, void*, tmsize_t) { return 0; }
+    static tmsize_t Write(thandle_t handle, void* data, tmsize_t count) {
+        Target& self = Of(handle);
+        if (self.sink) {
+            try {
+                self.sink(static_cast<const unsigned char*>(data), static_cast<std::size_t>(count));
+            } catch (...) {
+                self.failure = std::current_exception();
+                return -1;
+            }
+        }
+        self.position += static_cast<std::uint64_t>(count);
+        self.size = std::max(self.size, self.position);
+        return count;
+    }
+    static toff_t Seek(thandle_t handle, toff_t offset, int whence) {
+        Target& self = Of(handle);
+        self.position = whence == SEEK_SET ? offset : whence == SEEK_CUR ? self.position + offset : self.size + offset;
+        return self.position;
+    }
+    static int Close(thandle_t) { return 0; }
+    static toff_t Size(thandle_t handle) { return Of(handle).size; }
+    static int Warning(TIFF*, void*, const char*, const char*, std::va_list) { return 1; }
+};
+
+TiffEncoder::TiffEncoder(const FileAccess& target, const TiffPage& page, bool bigEndian)
+    : file_(target), page_(page), bigEndian_(bigEndian), target_(new Target) {
+    Open();
+}
+
+TiffEncoder::~TiffEncoder() = default;
+
+void TiffEncoder::Open() {
+    // BigTIFF, so that the length of what is written sets no limit; none of its structure reaches the file.
+    const TiffCalls calls{target_.get(), Target::Read, Target::Write, Target::Seek,   Target::Close,
+                          Target::Size,  nullptr,      nullptr,       Target::Warning};
+    handle_ = OpenTiff(file_.name(), bigEndian_ ? "w8b" : "w8l", calls, target_->messages, 0);
+    if (handle_ == nullptr || !target_->messages.first.empty()) Refuse();
+    const Coding coding = OutputCoding(page_);
+    const unsigned samples = page_.SegmentSamples();
+    Set(TIFFTAG_IMAGEWIDTH, page_.segmentWidth);
+    Set(TIFFTAG_IMAGELENGTH, page_.segmentHeight);
+    Set(TIFFTAG_BITSPERSAMPLE, page_.bits);
+    Set(TIFFTAG_SAMPLESPERPIXEL, samples);
+    Set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    Set(TIFFTAG_PHOTOMETRIC, samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
+    Set(TIFFTAG_FILLORDER, page_.fillOrder);
+    Set(TIFFTAG_COMPRESSION, coding.compression);
+    if (coding.predictor != 1) Set(TIFFTAG_PREDICTOR, coding.predictor);
+    // The usual 6 takes 94 MiB a thread.
+    if (coding.compression == COMPRESSION_LZMA) Set(TIFFTAG_LZMAPRESET, 1);
+    if (page_.tiled) {
+        Set(TIFFTAG_TILEWIDTH, page_.segmentWidth);
+        Set(TIFFTAG_TILELENGTH, page_.segmentHeight);
+    } else {
+        Set(TIFFTAG_ROWSPERSTRIP, page_.segmentHeight);
+    }
+}
+
+/// libtiff goes on as it was where it cannot set a tag: without compression, for one.
+void TiffEncoder::Set(std::uint32_t tag, std::uint32_t value) {
+    if (TIFFSetField(handle_.get(), tag, value) == 0) Refuse();
+}
+
+void TiffEncoder::Refuse() const {
+    if (target_->failure) std::rethrow_exception(target_->failure);
+    // Nothing but memory is left to lack where a coder says nothing.
+    if (target_->messages.first.empty() || TellsOfNoMemory(target_->messages.first)) throw std::bad_alloc();
+    throw Refusal(Exit::Output, file_.name(), "image data cannot be encoded (" + target_->messages.first + ")",
+                  "give a file that is compressed with LZW or Deflate");
+}
+
+Bytes TiffEncoder::Encode(unsigned char* pixels, std::size_t size) {
+    Bytes encoded;
+    encoded.reserve(size / 2);
+    target_->sink = [&](const unsigned char* data, std::size_t count) {
+        encoded.insert(encoded.end(), data, data + count);
+    };
+    const auto count = static_cast<tmsize_t>(size);
+    const tmsize_t done = page_.tiled ? TIFFWriteEncodedTile(handle_.get(), 0, pixels, count)
+                                      : TIFFWriteEncodedStrip(handle_.get(), 0, pixels, count);
+    target_->sink = nullptr;
+    if (done != count || encoded.empty() || target_->failure) Refuse();
+    return encoded;
+}
+
+void TiffEncoder::BeginRows(Sink sink) {
+    target_->sink = nullptr;
+    Open();  // a fresh handle, since the one before has its only strip behind it
+    // Else libtiff takes a buffer as large as the strip, and fills it as far as the data do not shrink.
+    if (TIFFWriteBufferSetup(handle_.get(), nullptr, kRowsBuffer) == 0) Refuse();
+    target_->sink = std::move(sink);
+}
+
+void TiffEncoder::Row(std::uint32_t row, unsigned char* pixels) {
+    // Some coders pass over a write that failed.
+    if (TIFFWriteScanline(handle_.get(), pixels, row, 0) < 0 || target_->failure) Refuse();
+}
+
+void TiffEncoder::EndRows() {
+    if (TIFFFlushData(handle_.get()) == 0 || target_->failure) Refuse();
+    target_->sink = nullptr;
+}
+
+std::uint64_t CoderMemory(const TiffPage& page) {
+    if (page.compression == COMPRESSION_LZMA) return std::uint64_t{24} << 20;
+    if (page.compression == COMPRESSION_ZSTD) return std::uint64_t{16} << 20;
+    return 0;
+}
+
+Coding OutputCoding(const TiffPage& page) {
+    if (page.Lossy()) return {COMPRESSION_ADOBE_DEFLATE, PREDICTOR_HORIZONTAL};
+    return {page.compression, page.predictor};
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/codec/WebpSize.h"
+
+#include <cstring>
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::size_t kChunk = 12;  ///< after "RIFF", a length and "WEBP"
+constexpr std::size_t kData = 20;   ///< of the first chunk, after its name and length
+
+std::uint32_t Little(const Bytes& bytes, std::size_t at, std::size_t count) {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < count; ++i) value |= static_cast<std::uint32_t>(bytes[at + i]) << 8 * i;
+    return value;
+}
+
+bool Is(const Bytes& bytes, std::size_t at, const char* name) { return std::memcmp(&bytes[at], name, 4) == 0; }
+
+}  // namespace
+
+std::optional<PixelSize> WebpSize(const Bytes& head) {
+    if (head.size() < kWebpHead || !Is(head, 0, "RIFF") || !Is(head, 8, "WEBP")) return std::nullopt;
+    constexpr std::uint32_t k14Bits = 0x3fff;
+    if (Is(head, kChunk, "VP8 ")) {
+        // A frame's tag and start code, three bytes each; then 14 bits of size and 2 of scaling, twice.
+        return PixelSize{Little(head, kData + 6, 2) & k14Bits, Little(head, kData + 8, 2) & k14Bits};
+    }
+    if (Is(head, kChunk, "VP8L")) {
+        // A signature of one byte; then 14 bits of each size less 1.
+        const std::uint32_t bits = Little(head, kData + 1, 4);
+        return PixelSize{(bits & k14Bits) + 1, (bits >> 14 & k14Bits) + 1};
+    }
+    if (Is(head, kChunk, "VP8X")) {
+        // Flags of four bytes; then three bytes of each size less 1.
+        return PixelSize{Little(head, kData + 4, 3) + 1, Little(head, kData + 7, 3) + 1};
+    }
+    return std::nullopt;
+}
+
+}  // namespace hueweave::tool

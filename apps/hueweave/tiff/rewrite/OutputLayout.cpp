@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/rewrite/OutputLayout.h"
+
+#include <algorithm>
+
+#include "system/Refusal.h"
+#include "system/Signals.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::uint64_t kUnbounded = std::uint64_t{1} << 62;
+constexpr std::uint64_t kClassicLimit = 0xffffffff;
+constexpr std::uint64_t kPadding = 3;   ///< a gap of so many bytes at most between strips may be padding
+constexpr std::size_t kLookAhead = 16;  ///< stretches that are tried for one strip
+
+struct Span {
+    Extent extent;
+    std::size_t page;  ///< or SIZE_MAX
+    std::size_t segment;
+};
+
+/// The bytes of a strip or tile that will be written anew.
+Extent Replaced(const TiffPage& page, std::size_t segment) {
+    Extent extent = page.segments[segment];
+    if (page.Plain()) extent.size = page.DecodedBytes(segment);
+    return extent;
+}
+
+/// Planes beyond the colours are left as they are, unless the whole page changes its compression.
+bool IsConverted(const TiffPage& page, std::size_t segment) {
+    return !page.planar || page.Lossy() || segment < 3 * page.InPlane();
+}
+
+/// Image data of a page that is left as it is, as far as its directory tells.
+void AddUntouched(const TiffStructure& structure, const TiffDirectory& directory, std::vector<Extent>& untouched) {
+    for (const auto& [offsets, counts] :
+         {std::pair{tag::StripOffsets, tag::StripByteCounts}, std::pair{tag::TileOffsets, tag::TileByteCounts}}) {
+        const TiffEntry* at = directory.Find(offsets);
+        const TiffEntry* size = directory.Find(counts);
+        if (at == nullptr || size == nullptr) continue;
+        const auto places = structure.Numbers(*at), sizes = structure.Numbers(*size);
+        for (std::size_t i = 0; i < std::min(places.size(), sizes.size()); ++i) {
+            const bool inside = places[i] < structure.fileSize() && sizes[i] <= structure.fileSize() - places[i];
+            if (inside && sizes[i] > 0) untouched.push_back({places[i], sizes[i]});
+        }
+    }
+}
+
+}  // namespace
+
+OutputLayout::OutputLayout(const TiffStructure& structure, const std::vector<TiffPage>& pages)
+    : structure_(structure), pages_(pages) {
+    FindExclusive(structure, pages);
+    Divide(structure, pages);
+}
+
+void OutputLayout::FindExclusive(const TiffStructure& structure, const std::vector<TiffPage>& pages) {
+    std::vector<Span> spans;
+    for (const Extent& extent : structure.structure()) spans.push_back({extent, SIZE_MAX, 0});
+    for (std::size_t p = 0; p < pages.size(); ++p) {
+        ThrowIfInterrupted();
+        if (pages[p].mask) AddUntouched(structure, structure.directories()[pages[p].directory], untouched_);
+        exclusive_.emplace_back(pages[p].segments.size(), true);
+        for (std::size_t s = 0; s < pages[p].segments.size(); ++s) {
+            const bool converted = IsConverted(pages[p], s);
+            exclusive_[p][s] = converted;
+            if (converted) {
+                spans.push_back({Replaced(pages[p], s), p, s});
+            } else {
+                untouched_.push_back(pages[p].segments[s]);
+            }
+        }
+    }
+    std::sort(untouched_.begin(), untouched_.end(),
+              [](const Extent& a, const Extent& b) { return a.offset < b.offset; });
+    for (const Extent& extent : untouched_) spans.push_back({extent, SIZE_MAX, 0});
+    std::erase_if(spans, [](const Span& span) { return span.extent.size == 0; });
+    std::sort(spans.begin(), spans.end(),
+              [](const Span& a, const Span& b) { return a.extent.offset < b.extent.offset; });
+    const Span* furthest = nullptr;
+    const auto share = [&](const Span& span) {
+        if (span.page != SIZE_MAX) exclusive_[span.page][span.segment] = false;
+    };
+    for (const Span& span : spans) {
+        if (furthest != nullptr && span.extent.offset < furthest->extent.End()) {
+            share(span);
+            share(*furthest);
+        }
+        if (furthest == nullptr || span.extent.End() > furthest->extent.End()) furthest = &span;
+    }
+}
+
+bool OutputLayout::IsPadding(std::uint64_t at, std::uint64_t size) const {
+    if (size > kPadding) return false;
+    // Strips of a few bytes fit there. One that begins before overlaps what is replaced, which then keeps its place.
+    const auto next = std::lower_bound(untouched_.begin(), untouched_.end(), at,
+                                       [](const Extent& extent, std::uint64_t from) { return extent.offset < from; });
+    return next == untouched_.end() || next->offset >= at + size;
+}
+
+void OutputLayout::Divide(const TiffStructure& structure, const std::vector<TiffPage>& pages) {
+    struct Stretch {
+        Extent extent;
+        bool free;
+    };
+    std::vector<Stretch> replaced;
+    for (std::size_t p = 0; p < pages.size(); ++p) {
+        for (std::size_t s = 0; s < pages[p].segments.size(); ++s) {
+            if (exclusive_[p][s]) replaced.push_back({Replaced(pages[p], s), !pages[p].Plain()});
+        }
+    }
+    std::sort(replaced.begin(), replaced.end(),
+              [](const Stretch& a, const Stretch& b) { return a.extent.offset < b.extent.offset; });
+    std::uint64_t at = 0;
+    for (const Stretch& stretch : replaced) {
+        const std::uint64_t gap = stretch.extent.offset - at;
+        const bool grows = stretch.free && !free_.empty() && free_.back().End() == at && IsPadding(at, gap);
+        if (gap > 0 && !grows) kept_.push_back({at, gap});
+        if (grows) {
+            free_.back().size = stretch.extent.End() - free_.back().offset;
+        } else if (stretch.free) {
+            free_.push_back(stretch.extent);
+        }
+        at = stretch.extent.End();
+        if (!stretch.free) end_ = at;
+    }
+    const std::uint64_t rest = structure.fileSize() - at;
+    const bool open = !free_.empty() && free_.back().End() == at && IsPadding(at, rest);
+    if (rest > 0 && !open) kept_.push_back({at, rest});
+    if (!kept_.empty()) end_ = std::max(end_, kept_.back().End());
+    if (open) {
+        free_.back().size = kUnbounded;
+    } else {
+        free_.push_back({std::max(end_, at), kUnbounded});
+    }
+}
+
+std::uint64_t OutputLayout::PlaceAgain(std::size_t page, std::uint64_t segment) {
+    const auto index = static_cast<std::size_t>(segment);
+    const Extent extent = Replaced(pages_[page], index);
+    return exclusive_[page][index] ? extent.offset : Place(extent.size);
+}
+
+std::uint64_t OutputLayout::Place(std::uint64_t size) {
+    std::size_t chosen = free_.size() - 1;
+    for (std::size_t i = cursor_; i < std::min(free_.size(), cursor_ + kLookAhead); ++i) {
+        const std::uint64_t pad = free_[i].offset % 2;
+        if (free_[i].size >= size + pad) {
+            chosen = i;
+            break;
+        }
+        // Strips are of much the same size: a stretch that is used up is not looked at again.
+        if (i == cursor_ && free_[i].size < size / 4 && cursor_ + 1 < free_.size()) ++cursor_;
+    }
+    Extent& stretch = free_[chosen];
+    const std::uint64_t pad = stretch.offset % 2;
+    const std::uint64_t offset = stretch.offset + pad;
+    if (!structure_.form().bigTiff && offset + size > kClassicLimit) {
+        throw Refusal(Exit::Input, structure_.file().name(), "would pass the 4 GiB that a classic TIFF file can hold",
+                      "turn it into a BigTIFF first, for example with tiffcp -8");
+    }
+    stretch.size -= size + pad;
+    stretch.offset = offset + size;
+    end_ = std::max(end_, offset + size);
+    return offset;
+}
+
+}  // namespace hueweave::tool

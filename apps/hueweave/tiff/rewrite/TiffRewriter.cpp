@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/rewrite/TiffRewriter.h"
+
+#include "tiff/PhotoshopResources.h"
+#include "tiff/codec/TiffCodec.h"
+#include "tiff/rewrite/DirectoryWriter.h"
+#include "tiff/rewrite/OutputCheck.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::uint16_t kShort = 3, kLong = 4, kUndefined = 7;
+
+/// Tags that tell how JPEG data are to be decoded, and mean nothing for other data.
+void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffPage& page) {
+    const Coding coding = OutputCoding(page);
+    directories.SetNumbers(directory, tag::Compression, {coding.compression}, kShort);
+    directories.SetNumbers(directory, tag::Predictor, {coding.predictor}, kShort);
+    directories.SetNumbers(directory, tag::Photometric, {2}, kShort);
+    directories.Remove(directory, tag::JpegTables);
+    if (page.photometric == 2) return;
+    for (const auto which :
+         {tag::YCbCrCoefficients, tag::YCbCrSubSampling, tag::YCbCrPositioning, tag::ReferenceBlackWhite}) {
+        directories.Remove(directory, which);
+    }
+}
+
+/// Photoshop keeps the profile a second time among its own resources.
+class PhotoshopProfiles {
+public:
+    PhotoshopProfiles(const TiffStructure& structure, DirectoryWriter& directories)
+        : structure_(structure), directories_(directories) {}
+
+    /// Puts another profile there, or none if `icc` is null.
+    void Set(std::size_t index, const std::shared_ptr<const Bytes>& icc) {
+        const TiffDirectory& directory = structure_.directories()[index];
+        const TiffEntry* entry = directory.Find(tag::PhotoshopResources);
+        if (entry == nullptr) return;
+        // Pages that share the old value share the new one.
+        const bool shared = entry->dataOffset != 0 && entry->dataOffset == last_.offset &&
+                            entry->dataSize == last_.size && lastIcc_ == icc;
+        if (!shared) {
+            auto resources = PhotoshopResources(structure_, directory).WithProfile(icc ? *icc : Bytes());
+            resources_ = resources ? std::make_shared<const Bytes>(std::move(*resources)) : nullptr;
+            last_ = {entry->dataOffset, entry->dataSize};
+            lastIcc_ = icc;
+        }
+        if (resources_ == nullptr) return;
+        if (resources_->empty()) {
+            directories_.Remove(index, tag::PhotoshopResources);
+        } else {
+            const std::uint16_t type = TypeSize(entry->type) == 1 ? entry->type : kUndefined;
+            directories_.SetData(index, tag::PhotoshopResources, type, resources_);
+        }
+    }
+
+private:
+    const TiffStructure& structure_;
+    DirectoryWriter& directories_;
+    Extent last_;
+    std::shared_ptr<const Bytes> lastIcc_, resources_;  ///< null where there is nothing to change
+};
+
+void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page,
+               const std::vector<Extent>& places) {
+    const std::uint16_t sizeTag = page.tiled ? tag::TileByteCounts : tag::StripByteCounts;
+    std::vector<std::uint64_t> offsets, sizes;
+    bool moved = false;
+    bool resized = structure.directories()[page.directory].Find(sizeTag) == nullptr;  // which readers miss
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        offsets.push_back(places[i].offset);
+        sizes.push_back(places[i].size);
+        moved = moved || places[i].offset != page.segments[i].offset;
+        resized = resized || places[i].size != page.segments[i].size;
+    }
+    if (moved) {
+        directories.SetNumbers(page.directory, page.tiled ? tag::TileOffsets : tag::StripOffsets, offsets, kLong);
+    }
+    if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, kLong);
+}
+
+/// Of plain data, what a strip or tile has beyond its pixels does not follow it to another place.
+void CutPlain(const TiffPage& page, std::vector<Extent>& places) {
+    for (std::size_t i = 0; page.Plain() && i < places.size(); ++i) {
+        if (places[i].offset != page.segments[i].offset) places[i].size = page.DecodedBytes(i);
+    }
+}
+
+/// Readers take an orientation that there is not for the usual one, some after an error message.
+void MendOrientation(const TiffStructure& structure, DirectoryWriter& directories, std::size_t directory) {
+    const std::uint64_t orientation = structure.Number(structure.directories()[directory], tag::Orientation, 1);
+    if (orientation < 1 || orientation > 8) directories.SetNumbers(directory, tag::Orientation, {1}, kShort);
+}
+
+}  // namespace
+
+void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pages, const std::vector<PageJob>& jobs,
+                 const FileAccess& target, const WriteSettings& settings, Measured& measured) {
+    OutputLayout layout(structure, pages);
+    for (const Extent& extent : layout.kept()) CopyRange(structure.file(), extent, target, extent.offset);
+    DirectoryWriter directories(structure, layout, target);
+    PhotoshopProfiles photoshop(structure, directories);
+    std::vector<WrittenPage> written(pages.size());
+    for (std::size_t p = 0; p < pages.size(); ++p) {
+        const TiffPage& page = pages[p];
+        if (page.mask) continue;
+        ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
+        written[p] = {writer.Write(), jobs[p].icc};
+        CutPlain(page, written[p].places);
+        SetPlaces(structure, directories, page, written[p].places);
+        MendOrientation(structure, directories, page.directory);
+        if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
+        photoshop.Set(page.directory, jobs[p].icc);
+        if (jobs[p].icc == nullptr) {
+            directories.Remove(page.directory, tag::IccProfile);
+        } else {
+            directories.SetData(page.directory, tag::IccProfile, kUndefined, jobs[p].icc);
+        }
+    }
+    directories.Write();
+    target.Resize(layout.End());  // also where the file ends in a hole
+    CheckOutput(structure, pages, written, directories.moved(), target);
+}
+
+}  // namespace hueweave::tool
