@@ -7,12 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <new>
 #include <string>
 #include <system_error>
 
-#include "cli/Arguments.h"
-#include "cli/Commands.h"
+#include "cli/CommandLine.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
@@ -20,15 +20,6 @@
 namespace {
 
 using namespace hueweave::tool;
-
-Exit Dispatch(const Arguments& arguments) {
-    if (arguments.convert) return Convert(*arguments.convert);
-    if (arguments.inspect) return Inspect(*arguments.inspect);
-    if (arguments.bake) return BakeCommand(*arguments.bake);
-    if (arguments.verify) return Verify(*arguments.verify);
-    if (arguments.spaces) return ListSpaces(*arguments.spaces);
-    return Exit::Done;
-}
 
 /// Many threads have many files open; the limit that is usual is far below what is allowed.
 void AllowManyFiles() {
@@ -52,7 +43,8 @@ bool OutputIsWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) 
 
 int Run(int count, const char* const* words) {
     try {
-        const Exit status = Dispatch(ParseArguments(count, words));
+        const std::unique_ptr<Command> command = ParseCommandLine(count, words);
+        const Exit status = command ? command->Run() : Exit::Done;
         if (!OutputIsWritten()) RefuseStandardOutput(errno);
         return static_cast<int>(status);
     } catch (const std::system_error& error) {

@@ -12,7 +12,7 @@
 #include "TiffMaker.h"
 #include "colour/Bake.h"
 #include "colour/Compare.h"
-#include "colour/ProfileSource.h"
+#include "colour/DeviceProfile.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 #include "tiff/TiffPage.h"

@@ -67,7 +67,7 @@ void FileJob::CheckOutput() {
         throw Refusal(Exit::Output, "standard output", "is a terminal", "write to a file with -o, or into a pipe");
     }
     struct stat target {};
-    if (!arguments_.inPlace && ::stat(item_.output.c_str(), &target) == 0) {
+    if (!options_.inPlace && ::stat(item_.output.c_str(), &target) == 0) {
         const FileIdentity identity{target.st_dev, target.st_ino};
         const auto option = session_.list.options.find(identity);
         if (session_.list.identities.contains(identity)) {
@@ -94,7 +94,7 @@ void FileJob::CheckFolder() const {
 }
 
 OutputFile::Existing FileJob::Existing() const {
-    return arguments_.force || arguments_.inPlace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
+    return options_.force || options_.inPlace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
 }
 
 const DeviceProfile& FileJob::Choose(const DeviceProfile* embedded) {
@@ -104,7 +104,7 @@ const DeviceProfile& FileJob::Choose(const DeviceProfile* embedded) {
     }
     if (!given || embedded == nullptr || given->hash == embedded->hash) return given ? *given : *embedded;
     const std::string other = embedded->description.empty() ? "" : " (" + embedded->description + ")";
-    switch (arguments_.source) {
+    switch (options_.source) {
         case SourceRule::Embedded:
             Note("its embedded profile" + other + " is used, not " + given->name);
             return *embedded;
@@ -122,7 +122,7 @@ std::shared_ptr<const DeviceProfile> FileJob::ProfileOf(std::size_t page) {
         return profiles_->Of(page);
     } catch (const Refusal&) {
         // A profile that is not used need not be sound, but must be told from none where they are to match.
-        if (!session_.profile || arguments_.source != SourceRule::Given) throw;
+        if (!session_.profile || options_.source != SourceRule::Given) throw;
         Note("embeds a profile that cannot be used; " + session_.profile->name + " is used");
         return nullptr;
     }
@@ -138,7 +138,7 @@ std::shared_ptr<const ReadyConverter> FileJob::ConverterFor(const DeviceProfile&
 }
 
 std::string FileJob::OldTagsStay(bool one) const {
-    if (arguments_.noTag) return one ? "stays and tells of the wrong ones" : "stay and tell of the wrong ones";
+    if (options_.noTag) return one ? "stays and tells of the wrong ones" : "stay and tell of the wrong ones";
     return one ? "stays; the embedded profile takes precedence over it"
                : "stay; the embedded profile takes precedence over them";
 }
@@ -158,7 +158,7 @@ void FileJob::NoteLosses(std::size_t page) {
         Note("its layers (tag 37724) stay as they were; only the flat image is converted");
     }
     const std::uint64_t exif = structure_->exifColorSpace();
-    const std::string_view space = arguments_.rendering.space->name;
+    const std::string_view space = options_.rendering.space->name;
     if ((exif == 1 && space != "srgb") || (exif == 2 && space != "adobe-rgb")) {
         common_.insert(
             fmt::format("EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
@@ -197,18 +197,18 @@ PageJob FileJob::PlanPage(std::size_t page) {
         const std::string text = ready->bakedBecause + "; the engine takes a profile baked from it";
         notes_.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
     }
-    if (ready->outputProfile.empty() && !arguments_.noTag) {
-        throw Refusal(Exit::Usage, arguments_.curveFile, "no profile can describe curves that fall",
+    if (ready->outputProfile.empty() && !options_.noTag) {
+        throw Refusal(Exit::Usage, options_.curveFile, "no profile can describe curves that fall",
                       "leave the profile out with --no-tag");
     }
-    const Rendering& rendering = arguments_.rendering;
+    const Rendering& rendering = options_.rendering;
     if (pages_[page].bits == 16 && rendering.space->name == "kodak-mix" && !rendering.curves) {
         Note("kodak-mix has 256 steps, also in files of 16 bits");
     }
     NoteLosses(page);
     // The bytes belong to the converter, which all pages of this profile share.
     std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
-    return {&ready->converter, arguments_.noTag ? nullptr : icc};
+    return {&ready->converter, options_.noTag ? nullptr : icc};
 }
 
 void FileJob::PlanPages() {
@@ -221,9 +221,9 @@ void FileJob::PlanPages() {
 /// Whether all pages embed the very profile that they would get: a run in place over a folder, stopped half way and
 /// begun again, would convert them twice.
 bool FileJob::IsConvertedInPlace() const {
-    const Rendering& r = arguments_.rendering;
+    const Rendering& r = options_.rendering;
     const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
-    if (!arguments_.inPlace || arguments_.force || arguments_.noTag || adjusts) return false;
+    if (!options_.inPlace || options_.force || options_.noTag || adjusts) return false;
     for (std::size_t p = 0; p < pages_.size(); ++p) {
         if (pages_[p].mask) continue;
         const DeviceProfile* embedded = profiles_->Known(p);
@@ -233,10 +233,10 @@ bool FileJob::IsConvertedInPlace() const {
 }
 
 std::string FileJob::Fingerprint() {
-    const Rendering& r = arguments_.rendering;
+    const Rendering& r = options_.rendering;
     Sha256 hash;
     hash.Add(fmt::format("{} {} {} {} {} {} {} {} {}\n", kVersion, r.space->name, IntentName(r.intent), r.lightness,
-                         r.chroma, r.hue, static_cast<int>(arguments_.source), arguments_.noTag,
+                         r.chroma, r.hue, static_cast<int>(options_.source), options_.noTag,
                          session_.profile ? session_.profile->hash : "embedded"));
     if (r.curves) {
         for (const auto& curve : *r.curves) hash.Add(curve.data(), curve.size());
@@ -259,7 +259,7 @@ std::unique_ptr<OutputFile> FileJob::MakeOutput() {
     if (Existing() == OutputFile::Existing::Replace && ::stat(item_.output.c_str(), &old) == 0 && old.st_nlink > 1) {
         Note("has further names (hard links), which keep what it was");
     }
-    const std::optional<FileState> wanted = arguments_.inPlace ? std::optional(opened_) : std::nullopt;
+    const std::optional<FileState> wanted = options_.inPlace ? std::optional(opened_) : std::nullopt;
     auto output = std::make_unique<OutputFile>(item_.output, Existing(), wanted);
     if (const std::size_t stale = session_.swept.Sweep(output->folder())) {
         notes_.push_back(fmt::format("{}: {} temporary {} of a killed run removed", output->folder(), stale,
@@ -277,8 +277,8 @@ void FileJob::CheckSource() const {
 void FileJob::Write(std::chrono::steady_clock::time_point begin) {
     WriteSettings settings;
     settings.threads = threads_;
-    settings.memory = arguments_.maxMemory > 2 * kOwnMemory ? arguments_.maxMemory - kOwnMemory : kOwnMemory / 3;
-    settings.measure = arguments_.json;
+    settings.memory = options_.maxMemory > 2 * kOwnMemory ? options_.maxMemory - kOwnMemory : kOwnMemory / 3;
+    settings.measure = options_.json;
     std::uint64_t all = 0;
     for (const TiffPage& page : pages_) all += page.mask ? 0 : page.Pixels();
     std::atomic<std::uint64_t> done{0};
@@ -320,14 +320,14 @@ void FileJob::Record(const FileAccess& output) {
 }
 
 std::string FileJob::Json(Outcome outcome, double seconds) {
-    if (!arguments_.json) return "";
+    if (!options_.json) return "";
     constexpr const char* kOutcomes[] = {"converted", "skipped", "would convert"};
     nlohmann::ordered_json json{{"status", kOutcomes[static_cast<int>(outcome)]}};
     PutName(json, "source", item_.source);
     PutName(json, "output", item_.output);
     PutName(json, "profile", profileName_);
-    json["intent"] = IntentName(arguments_.rendering.intent);
-    json["space"] = arguments_.rendering.space->name;
+    json["intent"] = IntentName(options_.rendering.intent);
+    json["space"] = options_.rendering.space->name;
     if (!converters_.empty()) json["baked"] = !converters_[0]->bakedBecause.empty();
     if (outcome == Outcome::Converted) {
         json["pixels"] = measured_.pixels;
@@ -345,7 +345,7 @@ Outcome FileJob::Run() {
     Open();
     session_.report.StartFile(name_, source_.Size());
     if (session_.record != nullptr) fingerprint_ = Fingerprint();
-    if (arguments_.resume && session_.record != nullptr && session_.record->IsDone(item_.relative, fingerprint_)) {
+    if (options_.resume && session_.record != nullptr && session_.record->IsDone(item_.relative, fingerprint_)) {
         session_.report.Line(name_ + " is done already");
         session_.report.Json(Json(Outcome::Skipped, 0));
         return Outcome::Skipped;
@@ -354,16 +354,16 @@ Outcome FileJob::Run() {
     PlanPages();
     if (IsConvertedInPlace()) {
         session_.report.Line(fmt::format("{} is in {} already, by its profile; --force converts it again", name_,
-                                         arguments_.rendering.space->name));
+                                         options_.rendering.space->name));
         session_.report.Json(Json(Outcome::Skipped, 0));
         return Outcome::Skipped;
     }
     const std::string to = item_.output == "-" ? "standard output" : item_.output;
-    if (arguments_.dryRun) {
+    if (options_.dryRun) {
         CheckFolder();
         TellNotes();
         session_.report.Line(fmt::format("would convert {} -> {} ({}, {}, {} bits, {})", name_, to,
-                                         arguments_.rendering.space->name, IntentName(arguments_.rendering.intent),
+                                         options_.rendering.space->name, IntentName(options_.rendering.intent),
                                          converters_[0]->bits, profileName_));
         session_.report.Json(Json(Outcome::Planned, 0));
         return Outcome::Planned;

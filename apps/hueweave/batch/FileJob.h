@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "batch/ConvertOptions.h"
 #include "batch/InputList.h"
 #include "batch/MadeFolders.h"
 #include "batch/PageProfiles.h"
 #include "batch/Report.h"
 #include "batch/Resume.h"
-#include "cli/Arguments.h"
 #include "colour/ProfileCache.h"
 #include "system/OutputFile.h"
 #include "system/TemporaryFiles.h"
@@ -24,7 +24,7 @@ namespace hueweave::tool {
 
 /// What the files of a run share.
 struct Session {
-    const ConvertArguments& arguments;
+    const ConvertOptions& options;
     const InputList& list;
     Report& report;
     ProfileCache& cache;
@@ -40,7 +40,7 @@ enum class Outcome { Converted, Skipped, Planned };
 class FileJob {
 public:
     FileJob(Session& session, const Item& item, unsigned threads)
-        : session_(session), arguments_(session.arguments), item_(item), threads_(threads) {}
+        : session_(session), options_(session.options), item_(item), threads_(threads) {}
     Outcome Run();
 
 private:
@@ -67,7 +67,7 @@ private:
     void TellNotes();
 
     Session& session_;
-    const ConvertArguments& arguments_;
+    const ConvertOptions& options_;
     const Item& item_;
     unsigned threads_;
     std::string name_;  ///< of the source, for messages

@@ -114,11 +114,11 @@ void NoteCollisions(std::vector<Item>& items, bool inPlace) {
     }
 }
 
-std::map<FileIdentity, std::string> FilesOfOptions(const ConvertArguments& arguments) {
+std::map<FileIdentity, std::string> FilesOfOptions(const ConvertOptions& options) {
     std::map<FileIdentity, std::string> files;
     for (const auto& [option, path] :
-         {std::pair{"--profile", arguments.profile.value_or("")}, std::pair{"--curve", arguments.curveFile},
-          std::pair{"--files-from", arguments.filesFrom.value_or("")}}) {
+         {std::pair{"--profile", options.profile.value_or("")}, std::pair{"--curve", options.curveFile},
+          std::pair{"--files-from", options.filesFrom.value_or("")}}) {
         struct stat status {};
         if (path.empty() || path == "-" || ::stat(path.c_str(), &status) != 0) continue;
         files.emplace(FileIdentity{status.st_dev, status.st_ino}, option);
@@ -134,21 +134,21 @@ std::uint64_t StableHash(const std::string& path) {
     return hash ^ hash >> 32;
 }
 
-InputList ListInputs(const ConvertArguments& arguments) {
-    std::vector<std::string> names = arguments.inputs;
-    if (arguments.filesFrom) {
-        const auto more = ReadNames(*arguments.filesFrom, arguments.nul);
+InputList ListInputs(const ConvertOptions& options) {
+    std::vector<std::string> names = options.inputs;
+    if (options.filesFrom) {
+        const auto more = ReadNames(*options.filesFrom, options.nul);
         names.insert(names.end(), more.begin(), more.end());
     }
     std::error_code ignored;
     InputList list;
     std::vector<Found> found;
     bool folders = false;
-    const bool outputFolder = fs::is_directory(arguments.output, ignored);
+    const bool outputFolder = fs::is_directory(options.output, ignored);
     for (const std::string& name : names) {
         if (name != "-" && fs::is_directory(name, ignored)) {
             folders = true;
-            const std::vector<Found> below = FolderWalk(name, arguments.output).Run();
+            const std::vector<Found> below = FolderWalk(name, options.output).Run();
             for (const Found& file : below) {
                 if (file.problem.empty()) list.searched.insert(FolderOf(file.source));
             }
@@ -158,37 +158,36 @@ InputList ListInputs(const ConvertArguments& arguments) {
             found.push_back({name, base, ""});
         }
     }
-    list.single = names.size() == 1 && !folders && !arguments.filesFrom;
-    const bool manyOutputs = !list.single || outputFolder || arguments.output.ends_with('/');
-    if (arguments.output == "-" && (!list.single || found.size() != 1)) {
+    list.single = names.size() == 1 && !folders && !options.filesFrom;
+    const bool manyOutputs = !list.single || outputFolder || options.output.ends_with('/');
+    if (options.output == "-" && (!list.single || found.size() != 1)) {
         throw Refusal(Exit::Usage, "", "-o - takes one input", "name an output folder");
     }
-    if (arguments.output != "-" && !arguments.inPlace && manyOutputs) {
-        list.folder = arguments.output;
+    if (options.output != "-" && !options.inPlace && manyOutputs) {
+        list.folder = options.output;
         if (fs::exists(list.folder, ignored) && !outputFolder) {
             throw Refusal(Exit::Usage, list.folder, "is no folder", "name a folder for several outputs");
         }
     }
-    if (arguments.resume && list.folder.empty()) {
+    if (options.resume && list.folder.empty()) {
         throw Refusal(Exit::Usage, "", "--resume wants an output folder", "give one with -o");
     }
-    list.options = FilesOfOptions(arguments);
+    list.options = FilesOfOptions(options);
     for (const Found& file : found) {
-        if (arguments.inPlace && file.source == "-") {
+        if (options.inPlace && file.source == "-") {
             throw Refusal(Exit::Usage, "", "--in-place takes no standard input", "write it with -o");
         }
         struct stat status {};
         if (file.source != "-" && ::stat(file.source.c_str(), &status) == 0) {
             list.identities.emplace(status.st_dev, status.st_ino);
         }
-        if (arguments.shard && StableHash(file.relative) % arguments.shard->parts != arguments.shard->part - 1)
-            continue;
-        const std::string output = arguments.inPlace      ? file.source
+        if (options.shard && StableHash(file.relative) % options.shard->parts != options.shard->part - 1) continue;
+        const std::string output = options.inPlace        ? file.source
                                    : !list.folder.empty() ? (fs::path(list.folder) / file.relative).string()
-                                                          : arguments.output;
+                                                          : options.output;
         list.items.push_back({file.source, output, file.relative, file.problem});
     }
-    NoteCollisions(list.items, arguments.inPlace);
+    NoteCollisions(list.items, options.inPlace);
     return list;
 }
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/Arguments.h"
+#include "batch/ConvertOptions.h"
 
 namespace hueweave::tool {
 
@@ -32,8 +32,8 @@ struct InputList {
     std::map<FileIdentity, std::string> options;  ///< the same of files given as options, with the option
 };
 
-/// The files that the arguments name, each with its output; those of another shard left out.
-InputList ListInputs(const ConvertArguments& arguments);
+/// The files that the options name, each with its output; those of another shard left out.
+InputList ListInputs(const ConvertOptions& options);
 
 /// A hash of a path that is the same on every machine.
 std::uint64_t StableHash(const std::string& path);

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "colour/ProfileSource.h"
+#include "colour/DeviceProfile.h"
 #include "system/Refusal.h"
 #include "tiff/TiffPage.h"
 

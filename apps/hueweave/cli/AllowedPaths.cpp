@@ -17,17 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The folder where a file is put, or put in place of another one.
-std::string PlaceOf(const std::string& output, bool replaces) {
-    return FolderOf(replaces ? FollowLink(output) : output);
-}
-
 /// Without /proc, files in memory have no path, and temporary ones do instead.
 bool MemoryHasPaths() { return ::access("/proc/self/fd", F_OK) == 0; }
-
-void AllowScratch(AllowedPaths& allowed, bool needed) {
-    if (needed || !MemoryHasPaths()) allowed.push_back({TemporaryFolder(), Use::Scratch});
-}
 
 /// Files that were named one by one, and folders that were searched; of what lies in those, links lead elsewhere.
 void AllowInputs(AllowedPaths& allowed, const InputList& list) {
@@ -40,10 +31,10 @@ void AllowInputs(AllowedPaths& allowed, const InputList& list) {
     }
 }
 
-void AllowOutputs(AllowedPaths& allowed, const ConvertArguments& arguments, const InputList& list) {
+void AllowOutputs(AllowedPaths& allowed, const ConvertOptions& options, const InputList& list) {
     std::set<std::string> folders;
     for (const Item& item : list.items) {
-        if (item.output != "-") folders.insert(PlaceOf(item.output, arguments.force || arguments.inPlace));
+        if (item.output != "-") folders.insert(PlaceOf(item.output, options.force || options.inPlace));
     }
     const bool made = !list.folder.empty() && fs::is_directory(list.folder);
     if (made) folders.insert(list.folder);
@@ -56,42 +47,30 @@ void AllowOutputs(AllowedPaths& allowed, const ConvertArguments& arguments, cons
 
 }  // namespace
 
+std::string PlaceOf(const std::string& output, bool replaces) {
+    return FolderOf(replaces ? FollowLink(output) : output);
+}
+
+void AllowScratch(AllowedPaths& allowed, bool needed) {
+    if (needed || !MemoryHasPaths()) allowed.push_back({TemporaryFolder(), Use::Scratch});
+}
+
 std::string ExistingFolder(std::string folder) {
     struct stat status {};
     while (::stat(folder.c_str(), &status) != 0 && FolderOf(folder) != folder) folder = FolderOf(folder);
     return folder;
 }
 
-AllowedPaths PathsOf(const ConvertArguments& arguments, const InputList& list) {
+AllowedPaths PathsOf(const ConvertOptions& options, const InputList& list) {
     AllowedPaths allowed;
-    if (arguments.profile) allowed.push_back({*arguments.profile, Use::Read});
-    if (!arguments.curveFile.empty()) allowed.push_back({arguments.curveFile, Use::Read});
+    if (options.profile) allowed.push_back({*options.profile, Use::Read});
+    if (!options.curveFile.empty()) allowed.push_back({options.curveFile, Use::Read});
     AllowInputs(allowed, list);
-    bool streams = arguments.output == "-";
+    bool streams = options.output == "-";
     for (const Item& item : list.items) streams = streams || item.source == "-";
     AllowScratch(allowed, streams);
-    if (!arguments.dryRun) AllowOutputs(allowed, arguments, list);
-    if (!list.folder.empty() && arguments.resume) allowed.push_back({list.folder, Use::Read});  // the record
-    return allowed;
-}
-
-AllowedPaths PathsOf(const InspectArguments& arguments) {
-    AllowedPaths allowed;
-    for (const std::string& path : arguments.files) allowed.push_back({path, Use::Read});
-    AllowScratch(allowed, false);
-    return allowed;
-}
-
-AllowedPaths PathsOf(const BakeArguments& arguments) {
-    AllowedPaths allowed{{arguments.profile, Use::Read}, {PlaceOf(arguments.output, arguments.force), Use::Write}};
-    AllowScratch(allowed, false);
-    return allowed;
-}
-
-AllowedPaths PathsOf(const VerifyArguments& arguments) {
-    AllowedPaths allowed{{arguments.profile, Use::Read}};
-    if (arguments.image) allowed.push_back({*arguments.image, Use::Read});
-    AllowScratch(allowed, arguments.image.has_value());
+    if (!options.dryRun) AllowOutputs(allowed, options, list);
+    if (!list.folder.empty() && options.resume) allowed.push_back({list.folder, Use::Read});  // the record
     return allowed;
 }
 

@@ -3,18 +3,19 @@
 #pragma once
 
 #include "batch/InputList.h"
-#include "cli/Arguments.h"
 #include "system/Sandbox.h"
 
 namespace hueweave::tool {
 
-/// What each subcommand does with which paths. Links are followed, as the work itself will. The folder of the outputs
-/// must have been made already, where it can be.
-AllowedPaths PathsOf(const ConvertArguments& arguments, const InputList& list);
-AllowedPaths PathsOf(const InspectArguments& arguments);
-AllowedPaths PathsOf(const BakeArguments& arguments);
-AllowedPaths PathsOf(const VerifyArguments& arguments);
+/// What a conversion does with which paths. Links are followed, as the work itself will. The folder of the outputs must
+/// have been made already, where it can be.
+AllowedPaths PathsOf(const ConvertOptions& options, const InputList& list);
 
+/// The folder where a file is put, or put in place of another one.
+std::string PlaceOf(const std::string& output, bool replaces);
+/// Adds the folder of temporary files where they are needed: for the work itself, or where files in memory have no
+/// path.
+void AllowScratch(AllowedPaths& allowed, bool needed);
 /// The folder itself, or the closest one above it that is there.
 std::string ExistingFolder(std::string folder);
 

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The subcommand "bake".
-#include <fmt/format.h>
+#include "cli/BakeCommand.h"
 
-#include <cstdio>
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <CLI/CLI.hpp>
 
 #include "cli/AllowedPaths.h"
-#include "cli/Commands.h"
 #include "colour/Bake.h"
 #include "system/OutputFile.h"
 #include "system/StandardStreams.h"
@@ -14,28 +15,46 @@
 
 namespace hueweave::tool {
 
-Exit BakeCommand(const BakeArguments& arguments) {
-    if (arguments.sandbox) EnterSandbox(PathsOf(arguments));
-    const auto existing = arguments.force ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
-    const DeviceProfile profile = LoadProfile(arguments.profile);
+CLI::App* BakeCommand::Declare(CLI::App& app) {
+    CLI::App* c = app.add_subcommand("bake", "Make a profile that the engine takes for every intent");
+    c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
+    c->add_option("-o,--output", options_.output, "Profile to write")->required();
+    c->add_flag("--force", options_.force, "Replace a file that is there already");
+    c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
+    AddSandbox(*c, options_.sandbox);
+    return c;
+}
+
+void BakeCommand::Settle() {
+    if (options_.output == "-") RefuseUsage("bake does not write to standard output", "name a file with -o");
+}
+
+Exit BakeCommand::Run() {
+    if (options_.sandbox) {
+        AllowedPaths allowed{{options_.profile, Use::Read}, {PlaceOf(options_.output, options_.force), Use::Write}};
+        AllowScratch(allowed, false);
+        EnterSandbox(allowed);
+    }
+    const auto existing = options_.force ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
+    const DeviceProfile profile = LoadProfile(options_.profile);
     struct stat from {
     }, to{};
-    if (::stat(arguments.profile.c_str(), &from) == 0 && ::stat(arguments.output.c_str(), &to) == 0 &&
+    if (::stat(options_.profile.c_str(), &from) == 0 && ::stat(options_.output.c_str(), &to) == 0 &&
         from.st_dev == to.st_dev && from.st_ino == to.st_ino) {
-        throw Refusal(Exit::Output, arguments.output, "is the input itself", "choose another name");
+        throw Refusal(Exit::Output, options_.output, "is the input itself", "choose another name");
     }
-    CheckTarget(arguments.output, existing);
+    CheckTarget(options_.output, existing);
     const BakedProfile baked = BakeProfile(profile);
-    OutputFile output(arguments.output, existing);
+    OutputFile output(options_.output, existing);
     SweptFolders().Sweep(output.folder());
     output.file().Write(0, baked.data);
     output.Finish();
     // Made before the file has its name: what may fail, fails before.
     const std::string line =
         fmt::format("{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})",
-                    OneLine(arguments.profile), OneLine(arguments.output), baked.spacing, baked.mean, baked.p95);
+                    OneLine(options_.profile), OneLine(options_.output), baked.spacing, baked.mean, baked.p95);
     output.Commit();
-    if (!arguments.quiet) PrintError(line);
+    if (!options_.quiet) PrintError(line);
     return Exit::Done;
 }
 

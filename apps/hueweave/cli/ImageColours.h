@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/Compare.h"
+#include "colour/DeviceColour.h"
 
 namespace hueweave::tool {
 

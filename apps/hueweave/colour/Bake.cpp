@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "colour/Compare.h"
+#include "colour/Lcms.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 

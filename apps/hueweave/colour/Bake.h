@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "colour/ProfileSource.h"
+#include "colour/DeviceProfile.h"
 
 namespace hueweave::tool {
 

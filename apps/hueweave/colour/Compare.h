@@ -6,12 +6,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "colour/DeviceColour.h"
 #include "colour/PixelConverter.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {
-
-using DeviceColour = std::array<std::uint16_t, 3>;  ///< RGB of 16 bits
 
 /// How far the engine is from Little CMS, in CIEDE2000.
 struct Comparison {

@@ -5,36 +5,25 @@
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "colour/Spaces.h"
-#include "engine/CIccEngineS.h"
+#include "colour/Rendering.h"
 #include "system/FileAccess.h"
 
+namespace ICC40::ICC_ENG_S4 {
+class CIccEngineS;
+}
+
 namespace hueweave::tool {
-
-/// Tone curves of the user's: 256 samples of each channel, for linear light from 0 to 1.
-using ToneCurves = std::array<std::array<unsigned char, 256>, 3>;
-
-/// What the pixels are to become.
-struct Rendering {
-    ICC40::ICCFILE::Intent intent = ICC40::ICCFILE::IntentPerceptual;
-    const Space* space = nullptr;
-    double lightness = 0, chroma = 0, hue = 0;  ///< offsets: CIELAB units, CIELAB units, degrees
-    std::optional<ToneCurves> curves;           ///< in place of the space's own tone curve
-};
-
-/// An engine bound to a profile in memory, or null where it cannot use the profile.
-std::unique_ptr<ICC40::ICC_ENG_S4::CIccEngineS> BindEngine(const Bytes& profile, const Rendering& rendering, bool wide,
-                                                           ICC40::ICCFILE::ColorSpaceSignature output);
 
 /// Converts runs of pixels of one depth with an engine. Threads may share one.
 class PixelConverter {
 public:
     /// `profile` is one that the engine takes. `bits` is 8 or 16. Refuses what the engine refuses.
     PixelConverter(const Bytes& profile, const std::string& name, const Rendering& rendering, unsigned bits);
+    ~PixelConverter();
+    PixelConverter(PixelConverter&&) noexcept;
 
     /// Converts the first three samples of `pixels` pixels of `samples` samples each, in place and in the processor's
     /// byte order; the others stay. With `premultiplied` the fourth is an associated alpha: the colour is taken out of

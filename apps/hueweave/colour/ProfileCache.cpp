@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "colour/ProfileCache.h"
 
+#include "colour/EngineProfile.h"
+
 namespace hueweave::tool {
 
 std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& profile, unsigned bits) {

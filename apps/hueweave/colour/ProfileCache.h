@@ -7,8 +7,8 @@
 #include <mutex>
 #include <string>
 
+#include "colour/DeviceProfile.h"
 #include "colour/PixelConverter.h"
-#include "colour/ProfileSource.h"
 
 namespace hueweave::tool {
 

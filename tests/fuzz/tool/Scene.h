@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "colour/ProfileSource.h"
+#include "colour/DeviceProfile.h"
 #include "system/Refusal.h"
 
 namespace hueweave::fuzz {

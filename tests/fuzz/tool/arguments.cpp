@@ -9,7 +9,11 @@
 
 #include "FuzzInput.h"
 #include "Scene.h"
-#include "cli/Arguments.h"
+#include "cli/BakeCommand.h"
+#include "cli/CommandLine.h"
+#include "cli/ConvertCommand.h"
+#include "cli/InspectCommand.h"
+#include "cli/VerifyCommand.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;
@@ -43,10 +47,10 @@ Words WordsOf(const Bytes& bytes, const ScratchFolder& folder) {
     return words;
 }
 
-Arguments Parse(const Words& words) {
+std::unique_ptr<Command> Parse(const Words& words) {
     std::vector<const char*> pointers;
     for (const std::string& word : words) pointers.push_back(word.c_str());
-    return ParseArguments(static_cast<int>(pointers.size()), pointers.data());
+    return ParseCommandLine(static_cast<int>(pointers.size()), pointers.data());
 }
 
 void CheckRendering(const Rendering& r) {
@@ -57,7 +61,7 @@ void CheckRendering(const Rendering& r) {
     Require(!r.curves || !r.space->ByTable(), "no curves where there is a table");
 }
 
-void CheckConvert(const ConvertArguments& a) {
+void CheckConvert(const ConvertOptions& a) {
     CheckRendering(a.rendering);
     Require(!a.inputs.empty() || a.filesFrom, "something to convert");
     for (const std::string& input : a.inputs) Require(!input.empty(), "an input has a name");
@@ -77,7 +81,7 @@ std::string Number(double value) {
     return text;
 }
 
-Words AsWords(const ConvertArguments& a) {
+Words AsWords(const ConvertOptions& a) {
     constexpr const char* kRules[] = {"given", "embedded", "require-match"};
     const Rendering& r = a.rendering;
     Words words{"hueweave", "convert"};
@@ -112,7 +116,7 @@ Words AsWords(const ConvertArguments& a) {
     return words;
 }
 
-auto Fields(const ConvertArguments& a) {
+auto Fields(const ConvertOptions& a) {
     const Rendering& r = a.rendering;
     return std::tuple(a.inputs, a.output, a.profile, r.intent, r.space, r.lightness, r.chroma, r.hue,
                       r.curves.has_value(), a.source, a.filesFrom, a.curveFile, a.jobs, a.maxMemory >> 10,
@@ -124,12 +128,21 @@ bool IsPlain(const std::string& value) {
     return !value.empty() && value.find_first_of("[]\"'`{}") == std::string::npos;
 }
 
-bool CanBeRepeated(const ConvertArguments& a) {
+bool CanBeRepeated(const ConvertOptions& a) {
     bool plain = a.output.empty() || IsPlain(a.output);
     plain = plain && (!a.profile || IsPlain(*a.profile)) && (!a.filesFrom || IsPlain(*a.filesFrom));
     plain = plain && (a.curveFile.empty() || IsPlain(a.curveFile)) && a.maxMemory % 1024 == 0;
     for (const std::string& input : a.inputs) plain = plain && IsPlain(input) && input != "--";
     return plain && (a.maxMemory >> 10) <= (std::uint64_t{1} << 33);
+}
+
+void CheckRepeated(const ConvertOptions& options) {
+    if (!CanBeRepeated(options)) return;
+    std::unique_ptr<Command> again;
+    const auto refused = RefusalOf([&] { again = Parse(AsWords(options)); });
+    if (refused) std::fprintf(stderr, "%s\n", refused->what());
+    const auto* convert = dynamic_cast<const ConvertCommand*>(again.get());
+    Require(!refused && convert != nullptr && Fields(convert->options()) == Fields(options), "the same in words again");
 }
 
 /// A curve that can be read.
@@ -147,33 +160,30 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(written, "the curve is there");
     const Words words = WordsOf(Bytes(data, data + size), folder);
     const PrintWatch printed;
-    Arguments arguments;
-    const auto refusal = RefusalOf([&] { arguments = Parse(words); });
+    std::unique_ptr<Command> command;
+    const auto refusal = RefusalOf([&] { command = Parse(words); });
     Require(folder.Names() == Words{"curve.csv"}, "nothing is written");
     if (refusal) {
         Require(refusal->status() == Exit::Usage, "it is the usage that is refused");
         Require(printed.Text().empty(), "a refusal prints nothing by itself");
         return 0;
     }
-    const int commands = arguments.convert.has_value() + arguments.inspect.has_value() + arguments.bake.has_value() +
-                         arguments.verify.has_value() + arguments.spaces.has_value();
-    Require(commands == (arguments.finished ? 0 : 1), "one command, unless help was asked for");
-    Require(arguments.finished != printed.Text().empty(), "help is printed where it was asked for");
-    if (arguments.inspect) Require(!arguments.inspect->files.empty(), "something to inspect");
-    if (arguments.bake) Require(arguments.bake->output != "-", "a profile is written to a file");
-    if (arguments.verify) {
-        const VerifyArguments& v = *arguments.verify;
+    Require((command == nullptr) != printed.Text().empty(), "help is printed where it was asked for");
+    if (const auto* inspect = dynamic_cast<const InspectCommand*>(command.get())) {
+        Require(!inspect->options().files.empty(), "something to inspect");
+    }
+    if (const auto* bake = dynamic_cast<const BakeCommand*>(command.get())) {
+        Require(bake->options().output != "-", "a profile is written to a file");
+    }
+    if (const auto* verify = dynamic_cast<const VerifyCommand*>(command.get())) {
+        const VerifyOptions& v = verify->options();
         CheckRendering(v.rendering);
         Require((v.bits == 8 || v.bits == 16) && v.points >= 2 && v.points <= 65, "a grid that there is");
         Require(!v.limit || (*v.limit >= 0 && *v.limit <= 100), "a limit within its range");
     }
-    if (!arguments.convert) return 0;
-    CheckConvert(*arguments.convert);
-    if (!CanBeRepeated(*arguments.convert)) return 0;
-    Arguments again;
-    const auto refused = RefusalOf([&] { again = Parse(AsWords(*arguments.convert)); });
-    if (refused) std::fprintf(stderr, "%s\n", refused->what());
-    Require(!refused && again.convert && Fields(*again.convert) == Fields(*arguments.convert),
-            "the same in words again");
+    if (const auto* convert = dynamic_cast<const ConvertCommand*>(command.get())) {
+        CheckConvert(convert->options());
+        CheckRepeated(convert->options());
+    }
     return 0;
 }

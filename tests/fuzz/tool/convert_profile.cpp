@@ -10,6 +10,8 @@
 #include "FuzzInput.h"
 #include "Mutation.h"
 #include "Scene.h"
+#include "colour/EngineBinding.h"
+#include "colour/EngineProfile.h"
 #include "colour/PixelConverter.h"
 #include "colour/ProfileCache.h"
 

@@ -56,7 +56,7 @@ Parsed Parse(const std::string& path) {
 }
 
 /// The conversion as a run does it, to `output`.
-std::optional<Refusal> Convert(const Stage& stage, const ConvertArguments& arguments, unsigned threads) {
+std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& arguments, unsigned threads) {
     InputList list;
     list.items.push_back({stage.source, arguments.inPlace ? stage.source : stage.output, "out.tif", {}});
     list.single = true;
@@ -140,7 +140,7 @@ HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const Stage stage;
     FuzzInput input(data, size);
-    ConvertArguments arguments;
+    ConvertOptions arguments;
     arguments.rendering = stage.rendering;
     arguments.quiet = true;
     arguments.noTag = input.Below(4) == 3;

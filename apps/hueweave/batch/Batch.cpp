@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The subcommand "convert": many files on several threads.
+#include "batch/Batch.h"
+
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
@@ -9,17 +11,14 @@
 #include <mutex>
 #include <new>
 #include <thread>
-#include <utility>
 
-#include "batch/FileJob.h"
-#include "cli/AllowedPaths.h"
-#include "cli/Commands.h"
 #include "system/JsonNames.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
 #include "system/WorkUnits.h"
 
 namespace hueweave::tool {
+
 namespace {
 
 /// Hands out files, and threads among them: files side by side as long as there are enough, and what is left over
@@ -115,8 +114,8 @@ private:
     void Summarise() {
         if (session_.list.single) return;
         session_.report.TellNotesOfMany();
-        std::string text = fmt::format("{} {}", counts_[0] + counts_[2],
-                                       session_.arguments.dryRun ? "would be converted" : "converted");
+        std::string text =
+            fmt::format("{} {}", counts_[0] + counts_[2], session_.options.dryRun ? "would be converted" : "converted");
         if (counts_[1] > 0) text += fmt::format(", {} done already", counts_[1]);
         if (failed_ > 0) text += fmt::format(", {} refused", failed_);
         const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
@@ -144,52 +143,11 @@ std::uint64_t TotalSize(const InputList& list) {
     return total;
 }
 
-/// The output folder is made before the sandbox is closed, which then allows writing below it and nowhere above. Where
-/// it cannot be made, each file is refused for it.
-void MakeOutputFolder(const ConvertArguments& arguments, const InputList& list, MadeFolders& folders,
-                      AllowedPaths& allowed) {
-    if (arguments.dryRun || list.folder.empty() || list.items.empty()) return;
-    const std::string above = ExistingFolder(list.folder);
-    try {
-        folders.Make(list.folder);
-        if (above != list.folder) allowed.push_back({above, Use::RemoveFolders});  // again, if they stay empty
-    } catch (const Refusal&) {
-        return;
-    }
-}
-
-/// What was named is known: until here, names were read and no file of an image or a profile.
-void Confine(const ConvertArguments& arguments, const InputList& list, MadeFolders& folders) {
-    if (!arguments.sandbox) return;
-    AllowedPaths allowed;
-    MakeOutputFolder(arguments, list, folders, allowed);
-    const AllowedPaths named = PathsOf(arguments, list);
-    allowed.insert(allowed.end(), named.begin(), named.end());
-    EnterSandbox(allowed);
-}
-
 }  // namespace
 
-Exit Convert(ConvertArguments arguments) {
-    Report report(arguments.quiet, arguments.json);
-    const InputList list = ListInputs(arguments);
-    const bool shared = arguments.shard.has_value();
-    MadeFolders folders(shared);
-    Confine(arguments, list, folders);
-    if (!arguments.curveFile.empty()) arguments.rendering.curves = ReadCurves(arguments.curveFile);
-    std::optional<DeviceProfile> profile;
-    if (arguments.profile) profile = LoadProfile(*arguments.profile);
-    ProfileCache cache(arguments.rendering);
-    SweptFolders swept;
-    std::optional<ResumeRecord> record;  // gone before the folders are looked at
-    if (!list.folder.empty() && (!arguments.dryRun || arguments.resume)) record.emplace(list.folder, shared);
-    if (arguments.resume) record->Load();
-    Session session{arguments, list, report, cache, folders, swept, record ? &*record : nullptr, std::move(profile)};
-    report.Begin(list.items.size(), TotalSize(list));
-    const unsigned all = std::max(1U, std::thread::hardware_concurrency());
-    const Exit result = Batch(session, arguments.jobs != 0 ? arguments.jobs : all).Run();
-    if (const int error = report.Close()) RefuseStandardOutput(error);
-    return result;
+Exit RunBatch(Session& session, unsigned threads) {
+    session.report.Begin(session.list.items.size(), TotalSize(session.list));
+    return Batch(session, threads).Run();
 }
 
 }  // namespace hueweave::tool

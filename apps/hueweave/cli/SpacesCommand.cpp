@@ -1,16 +1,25 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The subcommand "spaces".
+#include "cli/SpacesCommand.h"
+
 #include <fmt/format.h>
 
-#include "cli/Commands.h"
+#include <CLI/CLI.hpp>
+
+#include "colour/Spaces.h"
 #include "system/Json.h"
 
 namespace hueweave::tool {
 
-Exit ListSpaces(const SpacesArguments& arguments) {
+CLI::App* SpacesCommand::Declare(CLI::App& app) {
+    CLI::App* c = app.add_subcommand("spaces", "List the colour spaces of the output");
+    c->add_flag("--json", json_, "Write one line of JSON a space");
+    return c;
+}
+
+Exit SpacesCommand::Run() {
     for (const Space& space : Spaces()) {
-        if (arguments.json) {
+        if (json_) {
             const nlohmann::ordered_json json{{"name", space.name}, {"title", space.title}, {"note", space.note}};
             fmt::print("{}\n", json.dump());
         } else {

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The subcommand "inspect": what a profile or a TIFF file holds, and what the engine can do with it.
+#include "cli/InspectCommand.h"
+
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <system_error>
 
 #include "batch/PageProfiles.h"
 #include "cli/AllowedPaths.h"
-#include "cli/Commands.h"
-#include "colour/ProfileSource.h"
+#include "colour/EngineProfile.h"
+#include "colour/Lcms.h"
 #include "colour/TagTable.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
@@ -227,18 +229,31 @@ Json Describe(const std::string& path) {
 
 }  // namespace
 
-Exit Inspect(const InspectArguments& arguments) {
-    if (arguments.sandbox) EnterSandbox(PathsOf(arguments));
+CLI::App* InspectCommand::Declare(CLI::App& app) {
+    CLI::App* c = app.add_subcommand("inspect", "Tell what a profile or a TIFF file holds");
+    c->add_option("FILE", options_.files, "Profiles or TIFF files")->required();
+    c->add_flag("--json", options_.json, "Write one line of JSON a file");
+    AddSandbox(*c, options_.sandbox);
+    return c;
+}
+
+Exit InspectCommand::Run() {
+    if (options_.sandbox) {
+        AllowedPaths allowed;
+        for (const std::string& path : options_.files) allowed.push_back({path, Use::Read});
+        AllowScratch(allowed, false);
+        EnterSandbox(allowed);
+    }
     Exit result = Exit::Done;
-    for (const std::string& path : arguments.files) {
+    for (const std::string& path : options_.files) {
         try {
             Json json{{"file", path}};
             json.update(Describe(path));
-            if (arguments.json) {
+            if (options_.json) {
                 fmt::print("{}\n", JsonLine(json));
             } else {
                 Print(json, 0);
-                if (arguments.files.size() > 1) fmt::print("\n");
+                if (options_.files.size() > 1) fmt::print("\n");
             }
         } catch (const Interrupted&) {
             throw;
@@ -247,7 +262,7 @@ Exit Inspect(const InspectArguments& arguments) {
         } catch (...) {
             const auto [status, line] = Explain(path, std::current_exception());
             PrintError("hueweave: " + OneLine(line));
-            result = arguments.files.size() == 1 ? status : Exit::SomeFailed;
+            result = options_.files.size() == 1 ? status : Exit::SomeFailed;
         }
     }
     return result;

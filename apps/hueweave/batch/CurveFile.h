@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <string>
+
+#include "colour/Rendering.h"
+
+namespace hueweave::tool {
+
+/// 256 rows of three values of 0 to 255, separated by commas, semicolons or blanks.
+ToneCurves ReadCurves(const std::string& path);
+
+}  // namespace hueweave::tool

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <string>
+
+#include "cli/Command.h"
+
+namespace hueweave::tool {
+
+struct BakeOptions {
+    std::string profile, output;
+    bool force = false, quiet = false, sandbox = false;
+};
+
+/// The subcommand "bake": a profile that the engine takes for every intent.
+class BakeCommand : public Command {
+public:
+    CLI::App* Declare(CLI::App& app) override;
+    void Settle() override;
+    Exit Run() override;
+    const BakeOptions& options() const { return options_; }
+
+private:
+    BakeOptions options_;
+};
+
+}  // namespace hueweave::tool

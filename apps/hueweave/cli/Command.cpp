@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "cli/Command.h"
+
+#include <CLI/CLI.hpp>
+
+namespace hueweave::tool {
+
+void AddSandbox(CLI::App& app, bool& sandbox) {
+    sandbox = true;
+    app.add_flag_callback(
+        "--no-sandbox", [&sandbox] { sandbox = false; }, "Read the files without being confined to what was named");
+}
+
+void RefuseUsage(const std::string& reason, const std::string& remedy) {
+    throw Refusal(Exit::Usage, "", reason, remedy);
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "cli/ConvertCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <thread>
+#include <utility>
+
+#include "batch/Batch.h"
+#include "batch/CurveFile.h"
+#include "cli/AllowedPaths.h"
+#include "system/StandardStreams.h"
+
+namespace hueweave::tool {
+
+namespace {
+
+std::uint64_t ParseMemory(const std::string& text) {
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const std::string unit(end, text.data() + text.size());
+    const std::map<std::string, int> shifts{{"", 0}, {"K", 10}, {"M", 20}, {"G", 30}};
+    const auto shift = shifts.find(unit);
+    if (error != std::errc() || shift == shifts.end() || value > (std::uint64_t{1} << 33)) {
+        RefuseUsage("--max-memory " + text + " is not a size", "use for example 64M or 1G");
+    }
+    const std::uint64_t bytes = value << shift->second;
+    if (bytes < (std::uint64_t{32} << 20)) RefuseUsage("--max-memory " + text + " is too little", "use 32M or more");
+    return bytes;
+}
+
+Shard ParseShard(const std::string& text) {
+    Shard shard;
+    const char* const end = text.data() + text.size();
+    const auto [slash, partError] = std::from_chars(text.data(), end, shard.part);
+    const char* const rest = slash == end || *slash != '/' ? end : slash + 1;
+    const auto [last, partsError] = std::from_chars(rest, end, shard.parts);
+    if (partError != std::errc() || partsError != std::errc() || last != end || shard.part < 1 ||
+        shard.part > shard.parts) {
+        RefuseUsage("--shard " + text + " is not a part of a whole", "use for example --shard 1/4");
+    }
+    return shard;
+}
+
+/// The output folder is made before the sandbox is closed, which then allows writing below it and nowhere above. Where
+/// it cannot be made, each file is refused for it.
+void MakeOutputFolder(const ConvertOptions& options, const InputList& list, MadeFolders& folders,
+                      AllowedPaths& allowed) {
+    if (options.dryRun || list.folder.empty() || list.items.empty()) return;
+    const std::string above = ExistingFolder(list.folder);
+    try {
+        folders.Make(list.folder);
+        if (above != list.folder) allowed.push_back({above, Use::RemoveFolders});  // again, if they stay empty
+    } catch (const Refusal&) {
+        return;
+    }
+}
+
+/// What was named is known: until here, names were read and no file of an image or a profile.
+void Confine(const ConvertOptions& options, const InputList& list, MadeFolders& folders) {
+    if (!options.sandbox) return;
+    AllowedPaths allowed;
+    MakeOutputFolder(options, list, folders, allowed);
+    const AllowedPaths named = PathsOf(options, list);
+    allowed.insert(allowed.end(), named.begin(), named.end());
+    EnterSandbox(allowed);
+}
+
+}  // namespace
+
+CLI::App* ConvertCommand::Declare(CLI::App& app) {
+    CLI::App* c = app.add_subcommand("convert", "Convert TIFF files to a colour space");
+    c->add_option("INPUT", options_.inputs, "TIFF files, folders of them, or - for standard input");
+    c->add_option("-o,--output", options_.output, "File or folder to write, or - for standard output");
+    c->add_option("--profile", options_.profile, "Profile of the input (default: the one that it embeds)");
+    c->add_option("--to", words_.rendering.space, "Colour space of the output, see: hueweave spaces")
+        ->capture_default_str();
+    c->add_option("--intent", words_.rendering.intent, "perceptual, relative, saturation or absolute")
+        ->capture_default_str();
+    c->add_option("--lightness", options_.rendering.lightness, "Shift of L*, -100 to 100");
+    c->add_option("--chroma", options_.rendering.chroma, "Shift of C*, -100 to 100 (any shift cuts C* at 100)");
+    c->add_option("--hue", options_.rendering.hue, "Shift of the hue in degrees, -360 to 360");
+    c->add_option("--curve", options_.curveFile,
+                  "Tone curves in place of the space's own: a CSV of 256 rows of three values of 0 to 255, the output "
+                  "for linear light from 0 to 1");
+    c->add_option("--source", words_.source,
+                  "Where --profile meets an embedded profile: given, embedded or require-match")
+        ->capture_default_str();
+    c->add_flag("--no-tag", options_.noTag, "Embed no profile in the output");
+    c->add_flag("--force", options_.force, "Replace files that are there already");
+    c->add_flag("--in-place", options_.inPlace, "Replace each input by its conversion");
+    c->add_option("-j,--jobs", options_.jobs, "Threads (default: one a processor)")->check(CLI::Range(1, 1024));
+    c->add_option("--max-memory", words_.memory, "Memory for a file, whatever its size")->capture_default_str();
+    c->add_option("--files-from", options_.filesFrom,
+                  "Read the names of more inputs from a file or - , one a line; outputs stand side by side");
+    c->add_flag("-0", options_.nul, "These names end in a zero byte");
+    c->add_option("--shard", words_.shard, "Take the K-th of N parts of the inputs, as K/N");
+    c->add_flag("--resume", options_.resume, "Skip files that an earlier run converted the same way");
+    c->add_flag("--dry-run", options_.dryRun, "Say what would happen, write nothing");
+    c->add_flag("-q,--quiet", options_.quiet, "Say nothing but refusals");
+    c->add_flag("--json", options_.json, "Write one line of JSON a file to standard output");
+    AddSandbox(*c, options_.sandbox);
+    return c;
+}
+
+void ConvertCommand::Settle() {
+    ConvertOptions& a = options_;
+    SettleRendering(words_.rendering, a.rendering);
+    if (!a.curveFile.empty() && a.rendering.space->ByTable()) {
+        RefuseUsage("--curve does not go with --to adobe-rgb, which is made by a curve itself",
+                    "use --to adobe-rgb-g18");
+    }
+    const std::map<std::string, SourceRule> rules{
+        {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}, {"require-match", SourceRule::RequireMatch}};
+    const auto rule = rules.find(words_.source);
+    if (rule == rules.end())
+        RefuseUsage("--source " + words_.source + " is not known", "use given, embedded or require-match");
+    a.source = rule->second;
+    a.maxMemory = ParseMemory(words_.memory);
+    if (!words_.shard.empty()) a.shard = ParseShard(words_.shard);
+    if (a.inputs.empty() && !a.filesFrom) RefuseUsage("no input was given", "name TIFF files or folders");
+    for (const std::string& input : a.inputs) {
+        if (input.empty()) RefuseUsage("the name of an input is empty", "name TIFF files or folders");
+    }
+    if (a.profile && a.profile->empty())
+        RefuseUsage("the name after --profile is empty", "name a profile, or leave it out");
+    if (a.inPlace && !a.output.empty()) RefuseUsage("--in-place and -o exclude each other", "leave one of them out");
+    if (!a.inPlace && a.output.empty())
+        RefuseUsage("no output was given", "name a file or folder with -o, or use --in-place");
+    if (a.filesFrom == "-" && std::count(a.inputs.begin(), a.inputs.end(), "-") > 0)
+        RefuseUsage("- and --files-from - both read standard input", "give the list in a file");
+    if (a.nul && !a.filesFrom) RefuseUsage("-0 is for --files-from", "give --files-from, or leave -0 out");
+    if (a.json && a.output == "-") RefuseUsage("--json and -o - both write to standard output", "write to a file");
+    if (a.resume && (a.inPlace || a.output == "-")) RefuseUsage("--resume wants an output folder", "give one with -o");
+}
+
+Exit ConvertCommand::Run() {
+    Report report(options_.quiet, options_.json);
+    const InputList list = ListInputs(options_);
+    const bool shared = options_.shard.has_value();
+    MadeFolders folders(shared);
+    Confine(options_, list, folders);
+    if (!options_.curveFile.empty()) options_.rendering.curves = ReadCurves(options_.curveFile);
+    std::optional<DeviceProfile> profile;
+    if (options_.profile) profile = LoadProfile(*options_.profile);
+    ProfileCache cache(options_.rendering);
+    SweptFolders swept;
+    std::optional<ResumeRecord> record;  // gone before the folders are looked at
+    if (!list.folder.empty() && (!options_.dryRun || options_.resume)) record.emplace(list.folder, shared);
+    if (options_.resume) record->Load();
+    Session session{options_, list, report, cache, folders, swept, record ? &*record : nullptr, std::move(profile)};
+    const unsigned all = std::max(1U, std::thread::hardware_concurrency());
+    const Exit result = RunBatch(session, options_.jobs != 0 ? options_.jobs : all);
+    if (const int error = report.Close()) RefuseStandardOutput(error);
+    return result;
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/Command.h"
+
+namespace hueweave::tool {
+
+struct InspectOptions {
+    std::vector<std::string> files;
+    bool json = false, sandbox = false;
+};
+
+/// The subcommand "inspect": what a profile or a TIFF file holds.
+class InspectCommand : public Command {
+public:
+    CLI::App* Declare(CLI::App& app) override;
+    Exit Run() override;
+    const InspectOptions& options() const { return options_; }
+
+private:
+    InspectOptions options_;
+};
+
+}  // namespace hueweave::tool

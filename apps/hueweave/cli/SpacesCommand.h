@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include "cli/Command.h"
+
+namespace hueweave::tool {
+
+/// The subcommand "spaces": the colour spaces of the output.
+class SpacesCommand : public Command {
+public:
+    CLI::App* Declare(CLI::App& app) override;
+    Exit Run() override;
+
+private:
+    bool json_ = false;
+};
+
+}  // namespace hueweave::tool

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "cli/Command.h"
+#include "cli/RenderingWords.h"
+
+namespace hueweave::tool {
+
+struct VerifyOptions {
+    std::string profile;
+    std::optional<std::string> image;
+    Rendering rendering;
+    unsigned bits = 16, points = 33;
+    std::optional<double> limit;
+    bool json = false, sandbox = false;
+};
+
+/// The subcommand "verify": how far the engine is from Little CMS.
+class VerifyCommand : public Command {
+public:
+    CLI::App* Declare(CLI::App& app) override;
+    void Settle() override { SettleRendering(words_, options_.rendering); }
+    Exit Run() override;
+    const VerifyOptions& options() const { return options_; }
+
+private:
+    VerifyOptions options_;
+    RenderingWords words_;  ///< before they are understood
+};
+
+}  // namespace hueweave::tool

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <memory>
+
+#include "colour/Rendering.h"
+#include "engine/CIccEngineS.h"
+#include "system/FileAccess.h"
+
+namespace hueweave::tool {
+
+/// An engine bound to a profile in memory, or null where it cannot use the profile.
+std::unique_ptr<ICC40::ICC_ENG_S4::CIccEngineS> BindEngine(const Bytes& profile, const Rendering& rendering, bool wide,
+                                                           ICC40::ICCFILE::ColorSpaceSignature output);
+
+}  // namespace hueweave::tool

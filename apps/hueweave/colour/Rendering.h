@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <array>
+#include <optional>
+
+#include "colour/Spaces.h"
+
+namespace hueweave::tool {
+
+/// Tone curves of the user's: 256 samples of each channel, for linear light from 0 to 1.
+using ToneCurves = std::array<std::array<unsigned char, 256>, 3>;
+
+/// What the pixels are to become.
+struct Rendering {
+    ICC40::ICCFILE::Intent intent = ICC40::ICCFILE::IntentPerceptual;
+    const Space* space = nullptr;
+    double lightness = 0, chroma = 0, hue = 0;  ///< offsets: CIELAB units, CIELAB units, degrees
+    std::optional<ToneCurves> curves;           ///< in place of the space's own tone curve
+};
+
+}  // namespace hueweave::tool
