@@ -34,7 +34,6 @@ public:
     /// The profile that describes the result, empty if no profile can.
     Bytes OutputProfile() const;
     unsigned bits() const { return bits_; }
-    const Rendering& rendering() const { return rendering_; }
 
 private:
     void ConvertRgb(unsigned char* rgb, std::size_t pixels) const;

@@ -22,19 +22,17 @@ std::string OneLine(std::string_view text);
 /// Why a command does not do what it was asked for: the file, the reason and a remedy, on one line.
 class Refusal : public std::exception {
 public:
-    Refusal(Exit status, std::string file, std::string_view reason, std::string_view remedy)
-        : status_(status), file_(std::move(file)), reason_(OneLine(reason)) {
-        line_ = OneLine(file_.empty() ? std::string(reason) : file_ + ": " + std::string(reason));
+    Refusal(Exit status, const std::string& file, std::string_view reason, std::string_view remedy)
+        : status_(status), reason_(OneLine(reason)) {
+        line_ = OneLine(file.empty() ? std::string(reason) : file + ": " + std::string(reason));
         if (!remedy.empty()) line_ += "; " + OneLine(remedy);
     }
     const char* what() const noexcept override { return line_.c_str(); }
     Exit status() const { return status_; }
-    const std::string& file() const { return file_; }
     const std::string& reason() const { return reason_; }
 
 private:
     Exit status_;
-    std::string file_;
     std::string reason_;
     std::string line_;
 };

@@ -2,8 +2,9 @@
 // Copyright (c) The Hueweave authors
 #include "tiff/TiffStructure.h"
 
+#include <tiffio.h>
+
 #include <algorithm>
-#include <iterator>
 
 #include "system/Refusal.h"
 #include "system/Signals.h"
@@ -12,7 +13,10 @@ namespace hueweave::tool {
 namespace {
 
 /// Types of whole numbers that are never below 0: BYTE, SHORT, LONG, IFD, LONG8, IFD8.
-bool IsWhole(unsigned type) { return type == 1 || type == 3 || type == 4 || type == 13 || type == 16 || type == 18; }
+bool IsWhole(unsigned which) {
+    return which == type::Byte || which == type::Short || which == type::Long || which == type::Ifd ||
+           which == type::Long8 || which == type::Ifd8;
+}
 
 }  // namespace
 
@@ -29,8 +33,9 @@ void TiffForm::Put(unsigned char* at, std::size_t size, std::uint64_t value) con
 }
 
 std::size_t TypeSize(unsigned type) {
-    constexpr std::size_t kSizes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8, 4, 0, 0, 8, 8, 8};
-    return type < std::size(kSizes) ? kSizes[type] : 0;
+    // libtiff gives type 0, which is none, the size of a byte.
+    const bool known = type > TIFF_NOTYPE && type <= TIFF_IFD8;
+    return known ? static_cast<std::size_t>(TIFFDataWidth(static_cast<TIFFDataType>(type))) : 0;
 }
 
 const TiffEntry* TiffDirectory::Find(std::uint16_t wanted) const {
@@ -155,9 +160,8 @@ void TiffStructure::NoteDirectory(std::uint64_t offset, int depth) {
     if (offset == 0 || depth > limit::kDepth || IsTaken(offset, false)) return;
     ThrowIfInterrupted();
     const TiffDirectory directory = ReadDirectory(offset, false);
-    constexpr std::uint16_t kShort = 3;
     const TiffEntry* colours = directory.Find(tag::ExifColorSpace);
-    if (colours != nullptr && colours->type == kShort) exifColorSpace_ = Number(directory, tag::ExifColorSpace, 0);
+    if (colours != nullptr && colours->type == type::Short) exifColorSpace_ = Number(directory, tag::ExifColorSpace, 0);
     const std::uint64_t thumbnail = Number(directory, tag::JpegData, 0);
     const std::uint64_t size = Number(directory, tag::JpegDataSize, 0);
     if (thumbnail < fileSize_ && size > 0) structure_.push_back({thumbnail, std::min(size, fileSize_ - thumbnail)});

@@ -11,24 +11,9 @@
 
 #include "system/FileAccess.h"
 #include "tiff/Budget.h"
+#include "tiff/Tags.h"
 
 namespace hueweave::tool {
-
-/// Tags that the command reads or writes; all others are carried along as bytes.
-namespace tag {
-inline constexpr std::uint16_t SubfileType = 254, Width = 256, Height = 257, BitsPerSample = 258, Compression = 259,
-                               Photometric = 262, FillOrder = 266, StripOffsets = 273, Orientation = 274,
-                               SamplesPerPixel = 277, RowsPerStrip = 278, StripByteCounts = 279, MinSampleValue = 280,
-                               MaxSampleValue = 281, Planar = 284, TransferFunction = 301, Predictor = 317,
-                               WhitePoint = 318, Primaries = 319, TileWidth = 322, TileHeight = 323, TileOffsets = 324,
-                               TileByteCounts = 325, SubIfds = 330, ExtraSamples = 338, SampleFormat = 339,
-                               LeastSample = 340, LargestSample = 341, JpegTables = 347, JpegData = 513,
-                               JpegDataSize = 514, YCbCrCoefficients = 529, YCbCrSubSampling = 530,
-                               YCbCrPositioning = 531, ReferenceBlackWhite = 532, DataType = 32996, Depth = 32997,
-                               TileDepth = 32998, ExifIfd = 34665, IccProfile = 34675, PhotoshopResources = 34377,
-                               Xmp = 700, GpsIfd = 34853, PhotoshopLayers = 37724, ExifColorSpace = 40961,
-                               InteroperabilityIfd = 40965;
-}  // namespace tag
 
 /// How a file writes its numbers.
 struct TiffForm {

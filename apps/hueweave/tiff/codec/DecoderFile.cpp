@@ -12,7 +12,6 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr unsigned kShort = 3, kLong = 4, kUndefined = 7, kLong8 = 16;
 constexpr std::uint64_t kHeader = 16, kEntry = 20;  ///< bytes, of BigTIFF
 constexpr std::uint64_t kMostEntries = 16;          ///< that are written below
 constexpr std::uint64_t kMostTables = 64 << 10;     ///< bytes; sound JPEG tables take some hundreds
@@ -104,29 +103,30 @@ Bytes PageSource::Directory(std::uint64_t rows, const std::vector<Extent>& place
     const unsigned colours = ycbcr ? page_.photometric : samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
     std::vector<std::uint64_t> offsets, sizes;
     for (const Extent& place : places) offsets.push_back(place.offset), sizes.push_back(place.size);
-    writer.Add(tag::Width, kLong, {page_.segmentWidth});
-    writer.Add(tag::Height, kLong, {rows});
-    writer.Add(tag::BitsPerSample, kShort, std::vector<std::uint64_t>(samples, page_.bits));
-    writer.Add(tag::Compression, kShort, {page_.compression});
-    writer.Add(tag::Photometric, kShort, {colours});
-    writer.Add(tag::FillOrder, kShort, {page_.fillOrder});
-    if (!page_.tiled) writer.Add(tag::StripOffsets, kLong8, offsets);
-    writer.Add(tag::SamplesPerPixel, kShort, {samples});
-    if (!page_.tiled) writer.Add(tag::RowsPerStrip, kLong, {page_.segmentHeight});
-    if (!page_.tiled) writer.Add(tag::StripByteCounts, kLong8, sizes);
-    writer.Add(tag::Planar, kShort, {PLANARCONFIG_CONTIG});
-    if (TakesPredictor(page_)) writer.Add(tag::Predictor, kShort, {page_.predictor});
+    writer.Add(tag::Width, type::Long, {page_.segmentWidth});
+    writer.Add(tag::Height, type::Long, {rows});
+    writer.Add(tag::BitsPerSample, type::Short, std::vector<std::uint64_t>(samples, page_.bits));
+    writer.Add(tag::Compression, type::Short, {page_.compression});
+    writer.Add(tag::Photometric, type::Short, {colours});
+    writer.Add(tag::FillOrder, type::Short, {page_.fillOrder});
+    if (!page_.tiled) writer.Add(tag::StripOffsets, type::Long8, offsets);
+    writer.Add(tag::SamplesPerPixel, type::Short, {samples});
+    if (!page_.tiled) writer.Add(tag::RowsPerStrip, type::Long, {page_.segmentHeight});
+    if (!page_.tiled) writer.Add(tag::StripByteCounts, type::Long8, sizes);
+    writer.Add(tag::Planar, type::Short, {PLANARCONFIG_CONTIG});
+    if (TakesPredictor(page_)) writer.Add(tag::Predictor, type::Short, {page_.predictor});
     if (page_.tiled) {
-        writer.Add(tag::TileWidth, kLong, {page_.segmentWidth});
-        writer.Add(tag::TileHeight, kLong, {page_.segmentHeight});
-        writer.Add(tag::TileOffsets, kLong8, offsets);
-        writer.Add(tag::TileByteCounts, kLong8, sizes);
+        writer.Add(tag::TileWidth, type::Long, {page_.segmentWidth});
+        writer.Add(tag::TileHeight, type::Long, {page_.segmentHeight});
+        writer.Add(tag::TileOffsets, type::Long8, offsets);
+        writer.Add(tag::TileByteCounts, type::Long8, sizes);
     }
-    if (samples > 3) writer.Add(tag::ExtraSamples, kShort, std::vector<std::uint64_t>(samples - 3, 0));
+    if (samples > 3) writer.Add(tag::ExtraSamples, type::Short, std::vector<std::uint64_t>(samples - 3, 0));
     if (!jpegTables_.empty()) {
-        writer.Add(tag::JpegTables, kUndefined, std::vector<std::uint64_t>(jpegTables_.begin(), jpegTables_.end()));
+        writer.Add(tag::JpegTables, type::Undefined,
+                   std::vector<std::uint64_t>(jpegTables_.begin(), jpegTables_.end()));
     }
-    if (!subsampling_.empty()) writer.Add(tag::YCbCrSubSampling, kShort, subsampling_);
+    if (!subsampling_.empty()) writer.Add(tag::YCbCrSubSampling, type::Short, subsampling_);
     return writer.Finish();
 }
 

@@ -11,7 +11,6 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint16_t kByte = 1, kShort = 3, kLong = 4, kLong8 = 16, kIfd8 = 18;
 constexpr std::size_t kMostEntries = 65535;           ///< of a directory, as their number has two bytes
 constexpr std::size_t kLarge = std::size_t{1} << 20;  ///< bytes of a value that is not held
 
@@ -43,15 +42,16 @@ bool DirectoryWriter::Alone(const TiffEntry& entry) const {
 void DirectoryWriter::SetNumbers(std::size_t directory, std::uint16_t wanted, const std::vector<std::uint64_t>& numbers,
                                  std::uint16_t type) {
     const TiffEntry* before = structure_.directories()[directory].Find(wanted);
-    if (before != nullptr && (before->type == kByte || before->type == kLong8 || before->type == kShort)) {
+    if (before != nullptr &&
+        (before->type == type::Byte || before->type == type::Long8 || before->type == type::Short)) {
         type = before->type;
     } else if (before != nullptr) {
-        type = kLong;
+        type = type::Long;
     }
     const std::uint64_t top = numbers.empty() ? 0 : *std::max_element(numbers.begin(), numbers.end());
-    if (TypeSize(type) < 2 && top > 0xff) type = kShort;
-    if (TypeSize(type) < 4 && top > 0xffff) type = kLong;
-    if (TypeSize(type) < 8 && top > 0xffffffff) type = kLong8;
+    if (TypeSize(type) < 2 && top > 0xff) type = type::Short;
+    if (TypeSize(type) < 4 && top > 0xffff) type = type::Long;
+    if (TypeSize(type) < 8 && top > 0xffffffff) type = type::Long8;
     SetData(directory, wanted, type, Encoded(numbers, type));
 }
 
@@ -150,7 +150,7 @@ void DirectoryWriter::Point(Plan& plan, TiffEntry& entry) {
     if (!any) return;
     plan.changed = true;
     const bool wide = *std::max_element(numbers.begin(), numbers.end()) > 0xffffffff;
-    const std::uint16_t type = wide && TypeSize(entry.type) < 8 ? kIfd8 : entry.type;
+    const std::uint16_t type = wide && TypeSize(entry.type) < 8 ? type::Ifd8 : entry.type;
     entry = PlanEntry(entry.tag, {type, Encoded(numbers, type), {}}, &entry);
 }
 

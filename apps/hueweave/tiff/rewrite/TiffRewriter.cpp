@@ -10,14 +10,12 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint16_t kShort = 3, kLong = 4, kUndefined = 7;
-
 /// Tags that tell how JPEG data are to be decoded, and mean nothing for other data.
 void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffPage& page) {
     const Coding coding = OutputCoding(page);
-    directories.SetNumbers(directory, tag::Compression, {coding.compression}, kShort);
-    directories.SetNumbers(directory, tag::Predictor, {coding.predictor}, kShort);
-    directories.SetNumbers(directory, tag::Photometric, {2}, kShort);
+    directories.SetNumbers(directory, tag::Compression, {coding.compression}, type::Short);
+    directories.SetNumbers(directory, tag::Predictor, {coding.predictor}, type::Short);
+    directories.SetNumbers(directory, tag::Photometric, {2}, type::Short);
     directories.Remove(directory, tag::JpegTables);
     if (page.photometric == 2) return;
     for (const auto which :
@@ -50,7 +48,7 @@ public:
         if (resources_->empty()) {
             directories_.Remove(index, tag::PhotoshopResources);
         } else {
-            const std::uint16_t type = TypeSize(entry->type) == 1 ? entry->type : kUndefined;
+            const std::uint16_t type = TypeSize(entry->type) == 1 ? entry->type : type::Undefined;
             directories_.SetData(index, tag::PhotoshopResources, type, resources_);
         }
     }
@@ -75,9 +73,9 @@ void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, con
         resized = resized || places[i].size != page.segments[i].size;
     }
     if (moved) {
-        directories.SetNumbers(page.directory, page.tiled ? tag::TileOffsets : tag::StripOffsets, offsets, kLong);
+        directories.SetNumbers(page.directory, page.tiled ? tag::TileOffsets : tag::StripOffsets, offsets, type::Long);
     }
-    if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, kLong);
+    if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, type::Long);
 }
 
 /// Of plain data, what a strip or tile has beyond its pixels does not follow it to another place.
@@ -90,7 +88,7 @@ void CutPlain(const TiffPage& page, std::vector<Extent>& places) {
 /// Readers take an orientation that there is not for the usual one, some after an error message.
 void MendOrientation(const TiffStructure& structure, DirectoryWriter& directories, std::size_t directory) {
     const std::uint64_t orientation = structure.Number(structure.directories()[directory], tag::Orientation, 1);
-    if (orientation < 1 || orientation > 8) directories.SetNumbers(directory, tag::Orientation, {1}, kShort);
+    if (orientation < 1 || orientation > 8) directories.SetNumbers(directory, tag::Orientation, {1}, type::Short);
 }
 
 }  // namespace
@@ -115,7 +113,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
         if (jobs[p].icc == nullptr) {
             directories.Remove(page.directory, tag::IccProfile);
         } else {
-            directories.SetData(page.directory, tag::IccProfile, kUndefined, jobs[p].icc);
+            directories.SetData(page.directory, tag::IccProfile, type::Undefined, jobs[p].icc);
         }
     }
     directories.Write();
