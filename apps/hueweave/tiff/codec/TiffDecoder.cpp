@@ -228,12 +228,19 @@ RowDecoder::RowDecoder(const PageSource& source, unsigned plane, const std::stri
 
 RowDecoder::~RowDecoder() = default;
 
+Extent RowDecoder::StripOf(std::uint64_t strip) const {
+    const TiffPage& page = source_.page();
+    Extent extent = page.segments[static_cast<std::size_t>(first_ + strip)];
+    if (page.compression == COMPRESSION_NONE) extent.size = std::min(extent.size, page.DecodedBytes(strip));
+    return extent;
+}
+
 /// All strips have one place in the copy, one after the other in time.
 void RowDecoder::Open() {
     const TiffPage& page = source_.page();
     std::vector<Extent> places;
     for (std::uint64_t s = 0; s < page.InPlane(); ++s) {
-        places.push_back({start_, page.segments[static_cast<std::size_t>(first_ + s)].size});
+        places.push_back({start_, StripOf(s).size});
     }
     view_ = std::make_unique<DecoderView>();
     view_->directory = source_.Directory(page.height, places);
@@ -264,7 +271,7 @@ void RowDecoder::CopyStrip(Extent strip) {
 }
 
 void RowDecoder::BeginStrip() {
-    const Extent strip = source_.page().segments[static_cast<std::size_t>(first_ + strip_)];
+    const Extent strip = StripOf(strip_);
     if (deflate_) {
         deflate_->BeginRows(strip);
         return;
@@ -321,7 +328,7 @@ void RowDecoder::Refuse() const {
 /// needed again; were it touched nevertheless, it would be read from the copy anew.
 void RowDecoder::GiveBack(std::uint32_t rows) {
     if (view_->mapped == nullptr) return;
-    const std::uint64_t size = source_.page().segments[static_cast<std::size_t>(first_ + strip_)].size;
+    const std::uint64_t size = StripOf(strip_).size;
     const double share = std::min(1.0, static_cast<double>(rows) / source_.page().RowsOf(strip_));
     const auto done = static_cast<std::uint64_t>(static_cast<double>(size) * share);
     if (done < given_ + kMappedWindow && rows != UINT32_MAX) return;

@@ -47,6 +47,9 @@ public:
     void ReadRow(unsigned char* pixels);
 
 private:
+    /// Where a strip of the plane stands, without what uncompressed data have behind their pixels: libtiff's decoder of
+    /// rows refuses more where the bits are turned around.
+    Extent StripOf(std::uint64_t strip) const;
     void BeginStrip();
     void EndStrip();
     [[noreturn]] void Refuse() const;
