@@ -10,7 +10,7 @@ help:
 	@echo "make test           build with g++ and run every suite (five minutes)"
 	@echo "make test-all       the same with clang++ and with sanitizers, and digests across builds"
 	@echo "make test-clang     one of them (also: test-release, test-asan, test-tsan, test-portable)"
-	@echo "make coverage       lines and branches of Source/ that the tests reach, as text and HTML"
+	@echo "make coverage       lines and branches of the library and the command that the tests reach, as text and HTML"
 	@echo "make bench          compare the speed with other programs' and fill docs/benchmarks.md (ten minutes)"
 	@echo "make peers          run other converters beside the command and write docs/comparison.md (some minutes)"
 	@echo "make fuzz           search with each fuzz target for SECONDS=60 for inputs that break a rule"
@@ -45,8 +45,8 @@ test-%:
 # The flags leave out the branches that the compiler adds for exceptions and in destructors that nobody wrote, which no
 # source line shows.
 coverage: test-coverage
-	cd build/coverage && gcovr --root ../.. --filter '../../Source/' --exclude-throw-branches \
-		--exclude-unreachable-branches \
+	cd build/coverage && gcovr --root ../.. --filter '../../Source/' --filter '../../apps/' \
+		--exclude-throw-branches --exclude-unreachable-branches \
 		--exclude-branches-by-pattern '.*~\w+\(\) (override )?= default;.*|^(class|struct) \w+.*\{$$' \
 		--txt --print-summary --html-details coverage.html .
 	@echo "build/coverage/coverage.html"
