@@ -60,7 +60,7 @@ int Info::CheckWorkingBuf(unsigned char* source, unsigned char* dest, int pixels
     const PixelFormat format = FindFormat(FormatCode);
     if (format.channels == 0) return kUnknownFormat;
     const std::int64_t wanted = std::int64_t{pixels} * format.channels;
-    const bool countable = wanted > 0 && wanted <= std::numeric_limits<int>::max();
+    const bool countable = wanted >= 0 && wanted <= std::numeric_limits<int>::max();
     const int samples = countable ? static_cast<int>(wanted) : 0;
     // 16-bit samples for the 8-bit codes too: the units work in 16 bits.
     WorkBuf = countable ? std::make_unique<unsigned short[]>(static_cast<std::size_t>(samples)) : nullptr;

@@ -43,8 +43,8 @@ struct Info {
     int CheckLch(int lightness, int chroma, int hue);
     /// Takes a run of pixels and makes the working buffer for it: `pixels` times the channels of `FormatCode`.
     /// Kept: while `WorkCount` is not 0 this does nothing, so only the first call after a `Reset` takes effect.
-    /// Returns 0, or 65534 for an unknown code (the two pointers are stored all the same). A count below 0, or one
-    /// whose samples an int cannot count, makes an empty job.
+    /// Returns 0, or 65534 for an unknown code (the two pointers are stored all the same). A count of 0 makes a buffer
+    /// without samples. One below 0, or whose samples an int cannot count, makes an empty job without a buffer.
     int CheckWorkingBuf(unsigned char* source, unsigned char* dest, int pixels);
     /// Frees the working buffer. Kept: `WorkCount` stays. Returns 0.
     int DeleteWorkingBuf();

@@ -308,6 +308,22 @@ TEST(InfoWorkingBuffer, DeletedKeepsItsCountAndIsNotMadeAnew) {
     EXPECT_EQ(info->WorkBuf, nullptr);
 }
 
+TEST_P(InfoKnownCode, MakesABufferForNoPixelsToo) {
+    const auto info = std::make_unique<Info>();
+    std::array<unsigned char, 2> bytes{};
+    info->FormatCode = GetParam().code;
+    EXPECT_EQ(info->CheckWorkingBuf(bytes.data(), bytes.data() + 1, 0), 0);
+    EXPECT_NE(info->WorkBuf, nullptr);
+    EXPECT_EQ(info->WorkCount, 0);
+    EXPECT_EQ(info->PixelCount, 0);
+    EXPECT_EQ(info->Source, bytes.data());
+    EXPECT_EQ(info->Dest, bytes.data() + 1);
+    // Its count does not shut out the next run.
+    EXPECT_EQ(info->CheckWorkingBuf(bytes.data() + 1, bytes.data(), 10), 0);
+    EXPECT_EQ(info->WorkCount, 10 * GetParam().channels);
+    EXPECT_EQ(info->Source, bytes.data() + 1);
+}
+
 struct EmptyRow {
     int code;
     int pixels;
@@ -332,9 +348,8 @@ TEST_P(InfoEmptyJob, HasNoPixelsAndNoBuffer) {
 
 // 3 x 715827883, 4 x 536870912 and 7 x 306783379 are the first products above what an int holds.
 INSTANTIATE_TEST_SUITE_P(Every, InfoEmptyJob,
-                         testing::Values(EmptyRow{257, 0}, EmptyRow{257, -1}, EmptyRow{520, INT_MIN},
-                                         EmptyRow{257, 715827883}, EmptyRow{259, 536870912}, EmptyRow{263, 306783379},
-                                         EmptyRow{518, INT_MAX}));
+                         testing::Values(EmptyRow{257, -1}, EmptyRow{520, INT_MIN}, EmptyRow{257, 715827883},
+                                         EmptyRow{259, 536870912}, EmptyRow{263, 306783379}, EmptyRow{518, INT_MAX}));
 
 }  // namespace
 }  // namespace hueweave::test
