@@ -20,6 +20,10 @@ namespace {
 constexpr std::uint64_t kHeaderBytes = 128;
 constexpr std::uint64_t kTableStart = 132;
 constexpr std::uint64_t kEntryBytes = 12;
+// What a tag counts against the budget of its file beside its bytes. It takes time and a few objects, of which a
+// curved table has a dozen.
+constexpr std::uint64_t kTagCost = 256;
+constexpr std::uint64_t kLutTagCost = 512;
 using HeaderBytes = std::array<unsigned char, kHeaderBytes>;
 
 /// Calls `word32(place, field)`, `word16` and `bytes` for every field of the header, in file order.
@@ -108,6 +112,7 @@ public:
     /// `size` bytes from `start` on, until the next call. What the file does not hold is 0.
     unsigned char* Block(std::uint64_t start, std::uint64_t size) {
         if (start + size <= head_.size()) return head_.data() + start;
+        if (size > block_.capacity()) block_ = std::vector<unsigned char>();  // the old one would be held beside it
         block_.resize(size);
         std::size_t got = 0;
         if (whole_) {
@@ -147,14 +152,15 @@ int IccFile4::ReadFile(std::FILE* stream) {
     std::vector<unsigned char> table(count * kEntryBytes);
     table.resize(std::fread(table.data(), 1, table.size(), stream));
     // Entries may share a block and every one gets a copy: what the copies may take follows from the file's size.
-    const std::uint64_t budget = 4 * fileSize + (std::uint64_t{1} << 20);
+    // Eight times the file is room for the tables of all intents, both ways, in one block.
+    const std::uint64_t budget = 8 * fileSize + (std::uint64_t{4} << 20);
     std::uint64_t spent = 0;
     BlockSource blocks(stream, fileSize);
     for (std::size_t at = 0; at + kEntryBytes <= table.size(); at += kEntryBytes) {
         const unsigned char* entry = &table[at];
         const std::uint64_t size = LoadBig32(entry + 8);
         if (LoadBig32(entry + 4) + size > fileSize) continue;
-        spent += RoundUp4(size) + kHeaderBytes;
+        spent += RoundUp4(size) + (IsLutTag(LoadBig32(entry)) ? kLutTagCost : kTagCost);
         if (spent > budget) break;
         if (RoundUp4(size) > INT32_MAX) continue;
         Append(LoadBig32(entry), blocks.Block(LoadBig32(entry + 4), RoundUp4(size)), RoundUp4(size));

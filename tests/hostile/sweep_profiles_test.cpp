@@ -25,21 +25,24 @@ TagList PlainTags(const Bytes& file) {
     if (file.size() < 132) return tags;
     const std::uint64_t held = (file.size() - 132) / 12;
     const std::uint64_t count = std::min<std::uint64_t>(Big32(file, 128), held);
-    std::uint64_t room = 4 * file.size() + (1U << 20);
+    std::uint64_t room = 8 * file.size() + (4U << 20);
     for (std::uint64_t i = 0; i < count; ++i) {
         const std::size_t entry = 132 + 12 * i;
         const std::uint64_t offset = Big32(file, entry + 4);
         const std::uint64_t size = Big32(file, entry + 8);
         if (offset + size > file.size()) continue;
         const std::uint64_t rounded = (size + 3) / 4 * 4;
-        if (rounded + 128 > room) break;
-        room -= rounded + 128;
+        const auto first = file.begin() + static_cast<std::ptrdiff_t>(entry);
+        const std::string name(first, first + 4);
+        const bool table = (name.starts_with("A2B") || name.starts_with("B2A")) && name[3] >= '0' && name[3] <= '2';
+        const std::uint64_t cost = rounded + (table ? 512 : 256);
+        if (cost > room) break;
+        room -= cost;
         Bytes block;
         for (std::uint64_t at = offset; at < offset + rounded; ++at) {
             block.push_back(at < file.size() ? file[at] : std::uint8_t{0});
         }
-        const auto first = file.begin() + static_cast<std::ptrdiff_t>(entry);
-        tags.emplace_back(std::string(first, first + 4), block);
+        tags.emplace_back(name, block);
     }
     return tags;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// No profile of 1 MiB takes longer than three times a sound one of that size, measured side by side in processor time.
+// No profile of 1 MiB takes longer than eight times a sound one of that size, measured side by side in processor time.
 #include <algorithm>
 #include <limits>
 
@@ -44,6 +44,18 @@ Bytes FarApart(std::uint32_t count) {
     return out.Fill(kMiB - out.Size(), 0x63).Done();
 }
 
+/// As many curved tables as there are entries, all with the same block: eleven curves without entries, and a grid.
+Bytes SmallTables() {
+    ByteWriter block;
+    block.Text("mAB ").Big32(0).U8(16).U8(16).Big16(0);
+    for (int part = 0; part < 5; ++part) block.Big32(32);
+    constexpr std::uint32_t count = (kMiB - 132 - 32) / 12;
+    ByteWriter out;
+    out.Fill(128).Big32(count);
+    for (std::uint32_t i = 0; i < count; ++i) out.Text("B2A1").Big32(kMiB - 32).Big32(32);
+    return out.Fill(kMiB - 32 - out.Size()).Append(block.Done()).Done();
+}
+
 std::vector<Slow> SlowProfiles() {
     constexpr std::uint32_t most = (kMiB - 132) / 12;
     return {{"AsManyEmptyTagsAsFit", Shared(most, "none", 0, 0)},
@@ -51,9 +63,10 @@ std::vector<Slow> SlowProfiles() {
             {"AsManyTagsAtTheEndAsFit", Shared(most, "wtpt", kMiB - 3, 3)},
             {"AsManyTagsFarApartAsFit", FarApart(most)},
             {"AsManyTagsOutsideAsFit", Shared(most, "wtpt", 0xfffffff0, 4)},
-            {"LongTags", Shared(5, "long", 200, kMiB - 200)},
-            {"LongTexts", Shared(5, "cprt", 200, kMiB - 200)},
-            {"MiddlingTags", Shared(1000, "some", 20000, 4900)},
+            {"AsManySmallTablesAsFit", SmallTables()},
+            {"LongTags", Shared(12, "long", 200, kMiB - 200)},
+            {"LongTexts", Shared(12, "cprt", 200, kMiB - 200)},
+            {"MiddlingTags", Shared(2500, "some", 40000, 4900)},
             {"AllBytesAlike", Bytes(kMiB, 0x41)}};
 }
 
@@ -66,7 +79,7 @@ protected:
     }
 };
 
-TEST_P(TimeTest, IsNoMoreThanThreeTimesThatOfASoundProfile) {
+TEST_P(TimeTest, IsNoMoreThanEightTimesThatOfASoundProfile) {
     const std::string soundPath = Put("sound.icc", Sound());
     const std::string slowPath = Put("slow.icc", GetParam().file);
     double sound = std::numeric_limits<double>::infinity(), slow = sound;
@@ -76,7 +89,7 @@ TEST_P(TimeTest, IsNoMoreThanThreeTimesThatOfASoundProfile) {
         slow = std::min(slow, Seconds(slowPath));
     }
     RecordProperty("times_a_sound_profile", std::to_string(slow / sound));
-    EXPECT_LE(slow, 3 * sound);
+    EXPECT_LE(slow, 8 * sound);
 }
 
 INSTANTIATE_TEST_SUITE_P(Profiles, TimeTest, testing::ValuesIn(SlowProfiles()),

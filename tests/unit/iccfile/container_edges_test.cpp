@@ -136,8 +136,8 @@ TEST_F(ProfileContainerEdges, SharedBlocksAreCopiedAsFarAsTheFileSizeAllows) {
     for (unsigned i = 0; i < kEntries; ++i) bytes.Text("abcd").Big32(132 + 12 * kEntries).Big32(40000);
     bytes.Append(Block("data", 40000));
     Read(bytes.Done());
-    const std::size_t size = bytes.Size(), budget = 4 * size + (1U << 20);
-    EXPECT_EQ(file.tagList.size(), budget / (40000 + 128));
+    const std::size_t size = bytes.Size(), budget = 8 * size + (4U << 20);
+    EXPECT_EQ(file.tagList.size(), budget / (40000 + 256));
 }
 
 TEST_F(ProfileContainerEdges, ASoundProfileCutAnywhereReadsWithoutComplaint) {

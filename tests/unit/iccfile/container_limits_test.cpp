@@ -86,10 +86,10 @@ TEST_F(ProfileLimits, KeepsATagOfNoBytesWithTypeZero) {
 }
 
 /// Entries that all share one block, so that a small file could ask for any amount of memory. The sum of rounded
-/// sizes, each with 128 bytes on top, may come to four times the file and 1 MiB.
+/// sizes, each with 256 bytes on top, may come to eight times the file and 4 MiB.
 class SharedBlocks : public ProfileLimits {
 protected:
-    static constexpr std::uint32_t kBlock = 40000, kShares = 30;
+    static constexpr std::uint32_t kBlock = 40000, kShares = 112;
 
     static Bytes Profile(const std::vector<std::uint32_t>& sizes) {
         std::vector<Entry> entries;
@@ -101,7 +101,7 @@ protected:
     }
     /// The size of a tag behind `kShares` whole ones that just fits, in a table of `entries`.
     static std::uint32_t Rest(std::uint32_t entries) {
-        return 4 * (132 + 12 * entries + kBlock) + (1U << 20) - kShares * (kBlock + 128) - 128;
+        return 8 * (132 + 12 * entries + kBlock) + (4U << 20) - kShares * (kBlock + 256) - 256;
     }
     std::size_t Taken(const std::vector<std::uint32_t>& last, std::uint32_t fromOutside = 0) {
         std::vector<std::uint32_t> sizes(fromOutside, kBlock + 1);
@@ -114,21 +114,21 @@ protected:
 };
 
 TEST_F(SharedBlocks, AreTakenUpToTheirLimit) {
-    ASSERT_EQ(Rest(kShares + 1), 6624U);  // worked out by hand
-    EXPECT_EQ(Taken({6620}), kShares + 1U);
-    EXPECT_EQ(Taken({6624}), kShares + 1U);
-    EXPECT_EQ(Taken({6628}), kShares);
+    ASSERT_EQ(Rest(kShares + 1), 17280U);  // worked out by hand
+    EXPECT_EQ(Taken({17276}), kShares + 1U);
+    EXPECT_EQ(Taken({17280}), kShares + 1U);
+    EXPECT_EQ(Taken({17284}), kShares);
 }
 
 TEST_F(SharedBlocks, CountWithTheirRoundedSize) {
-    EXPECT_EQ(Taken({6621}), kShares + 1U);
-    EXPECT_EQ(Taken({6625}), kShares);
+    EXPECT_EQ(Taken({17277}), kShares + 1U);
+    EXPECT_EQ(Taken({17281}), kShares);
 }
 
 TEST_F(SharedBlocks, CountABitEvenWithoutBytes) {
     const std::uint32_t rest = Rest(kShares + 2);
-    EXPECT_EQ(Taken({rest - 128, 0}), kShares + 2U);
-    EXPECT_EQ(Taken({rest - 124, 0}), kShares + 1U);
+    EXPECT_EQ(Taken({rest - 256, 0}), kShares + 2U);
+    EXPECT_EQ(Taken({rest - 252, 0}), kShares + 1U);
 }
 
 TEST_F(SharedBlocks, EndTheReadingWhereTheFirstExceedsTheLimit) {
@@ -141,6 +141,33 @@ TEST_F(SharedBlocks, DoNotCountWhenLeftOut) {
     const std::uint32_t rest = Rest(kShares + 11);
     EXPECT_EQ(Taken({rest}, 10), kShares + 1U);
     EXPECT_EQ(Taken({rest + 4}, 10), kShares);
+}
+
+/// One table for every intent and both ways, with the names that other readers look for: sound, if unusual.
+TEST_F(ProfileLimits, KeepsAllTagsOfASoundProfileThatShareOneBlock) {
+    const Bytes table = MftSpec{.out = 7, .points = 33}.Done();
+    ASSERT_GT(table.size(), 500000U);
+    const Strings names{"A2B0", "A2B1", "A2B2", "B2A0", "B2A1", "B2A2", "gamt", "pre0", "pre1", "pre2"};
+    std::vector<Entry> entries;
+    for (const std::string& name : names) {
+        entries.push_back({name, {}, 132 + 12 * 10, static_cast<std::uint32_t>(table.size())});
+    }
+    EXPECT_EQ(Read(ByteWriter().Append(ProfileOf(entries)).Append(table).Done()), 0);
+    EXPECT_EQ(Names(), names);
+    for (const auto& tag : file.tagList) EXPECT_EQ(DataOf(*tag), Cut(table, (table.size() + 3) / 4 * 4));
+}
+
+TEST_F(ProfileLimits, CountsAVeryShortTableAsTwoOtherTags) {
+    // 8 x 240,132 bytes and 4 MiB are 6,115,360: room for 23,888 tags at 256, or for 11,944 at 512.
+    constexpr std::uint32_t kMost = 20000;
+    for (const auto& [name, taken] : {std::pair{"abcd", kMost}, {"A2B0", 11944U}, {"B2A2", 11944U}}) {
+        ByteWriter bytes;
+        bytes.Append(NumberedHeader()).Big32(kMost);
+        for (std::uint32_t i = 0; i < kMost; ++i) bytes.Text(name).Big32(0).Big32(0);
+        file.Reset();
+        EXPECT_EQ(Read(bytes.Done()), 0);
+        EXPECT_EQ(file.tagList.size(), taken) << name;
+    }
 }
 
 /// A profile with a tag of every class.
