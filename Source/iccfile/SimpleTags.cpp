@@ -16,7 +16,7 @@ constexpr std::uint64_t kCurveEntries = 12;
 
 std::unique_ptr<unsigned char[]> CopyText(const TagReader& block) {
     const std::span<const unsigned char> bytes = block.From(kText);
-    auto text = std::make_unique<unsigned char[]>(bytes.size());
+    auto text = std::make_unique_for_overwrite<unsigned char[]>(bytes.size());
     std::copy(bytes.begin(), bytes.end(), text.get());
     return text;
 }

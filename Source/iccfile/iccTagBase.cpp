@@ -10,7 +10,7 @@ namespace ICC40::ICCFILE {
 
 unsigned iccTagBase::Initial(icTagSignature tagName, unsigned char* data, int size) {
     const TagReader block(data, size);
-    auto copy = std::make_unique<unsigned char[]>(block.Size());
+    auto copy = std::make_unique_for_overwrite<unsigned char[]>(block.Size());
     std::copy_n(block.From(0).begin(), block.Size(), copy.get());
     tagData = std::move(copy);
     tagSig = tagName;
