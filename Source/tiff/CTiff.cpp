@@ -155,7 +155,7 @@ int CTiff::SaveIccProfile(const char* fileName) {
     if (tag == nullptr || fileName == nullptr) return 0;
     FileHandle f = OpenForWriting(fileName);
     if (f == nullptr) return 0;
-    const std::size_t bytes = std::min<std::size_t>(tag->count, tag->dataSize);
+    const std::size_t bytes = tag->Held(tag->count);
     if (bytes != 0) std::fwrite(tag->data.get(), 1, bytes, f.get());
     return std::fclose(f.release());
 }

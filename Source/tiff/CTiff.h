@@ -53,9 +53,11 @@ public:
     int SetRowColumn(unsigned short* buf, int x, int y, int w, int h);
 
     unsigned char* GetImageBuf() const { return imageBuf; }
-    /// Bytes in the image buffer.
+    /// Bytes in the image buffer. One that a caller handed over has what tag 279 says or `height` rows, if they are
+    /// more.
     std::size_t ImageBytes() const;
-    /// Takes over a buffer from array new, which holds as many bytes as tag 279 says.
+    /// Takes over a buffer from array new. Wherever it is used, it must have the bytes of `ImageBytes`: tag 279 and the
+    /// fields may be set before or afterwards. A save writes as many as tag 279 says by then.
     void SetImageBuf(unsigned char* buf);
 
     using Tiff::SetTag;

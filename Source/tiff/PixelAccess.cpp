@@ -26,7 +26,11 @@ void Store(unsigned char* at, unsigned char v) {
 
 std::size_t CTiff::ImageBytes() const {
     const TiffTag* image = GetTag(kStripOffsets);
-    return image != nullptr && imageBuf != nullptr && image->data.get() == imageBuf ? image->dataSize : 0;
+    if (image == nullptr || imageBuf == nullptr || image->data.get() != imageBuf) return 0;
+    if (!image->IsAdopted()) return image->dataSize;
+    const std::int64_t rows = std::max<std::int64_t>(std::int64_t{height} * rowBytes, 0);
+    return std::max<std::size_t>(static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)),
+                                 static_cast<std::size_t>(rows));
 }
 
 void CTiff::SetImageBuf(unsigned char* buf) {
@@ -34,9 +38,12 @@ void CTiff::SetImageBuf(unsigned char* buf) {
     imageBuf = nullptr;
     TiffTag* image = GetTag(kStripOffsets);
     if (image == nullptr) return;
-    if (image->data.get() == buf) image->data.release();  // given what it owns already
-    image->Adopt(owned.release(), static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)));
-    imageBuf = image->data.get();
+    if (image->data.get() == buf) {
+        owned.release();  // it is its own already, and as long as it was
+    } else {
+        image->Adopt(owned.release(), static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)));
+    }
+    imageBuf = buf;
 }
 
 std::int64_t CTiff::OffsetOf(int x, int y) const { return std::int64_t{y} * rowBytes + ColumnOffset(bits, samples, x); }

@@ -83,7 +83,7 @@ std::vector<std::uint32_t> Items(const TiffTag& tag) {
     StoreLittle32(inEntry, tag.value);
     const auto size = static_cast<std::size_t>(tag.Size());
     const unsigned char* bytes = size <= 4 ? inEntry : tag.data.get();
-    const std::size_t held = size <= 4 ? size : tag.dataSize;
+    const std::size_t held = size <= 4 ? size : std::max(tag.dataSize, tag.Held(size));
     const int width = ItemWidth(tag.type);
     const std::size_t step = width == 1 || width == 2 ? static_cast<std::size_t>(width) : 4;
     std::vector<std::uint32_t> items(held / step);
@@ -236,12 +236,12 @@ int Tiff::Pack(int width, int height) {
     TiffTag* image = GetTag(kStripOffsets);
     if (image == nullptr) return 0;
     const std::uint64_t planes = GetTagValue(kSamplesPerPixel) == 3 ? 3 : 4;  // Kept: there is no other case
-    const std::uint64_t pixels = PixelsIn(width, height);
+    // As many pixels as no memory has, at the most: the product of more may not fit in 64 bits.
+    const std::uint64_t pixels = std::min(PixelsIn(width, height), std::uint64_t{1} << 57);
+    const std::uint64_t bytes = pixels * planes * sizeof(T);
+    const std::uint64_t held = image->Held(bytes);
     const std::unique_ptr<unsigned char[]> from = std::move(image->data);
-    const std::uint64_t held = image->dataSize;
-    // As many pixels as the limit has bytes are too many already; the product of more may not fit in 64 bits.
-    const std::uint64_t limit = ImageLimit(held);
-    unsigned char* to = AllocateImage(*image, std::min(pixels, limit) * planes * sizeof(T), limit);
+    unsigned char* to = AllocateImage(*image, bytes, ImageLimit(held));
     if (to == nullptr) return 0;
     std::fill(to, to + image->dataSize, static_cast<unsigned char>(0));  // planes may end before their pixels do
     for (std::uint64_t i = 0; i < pixels; ++i) {

@@ -2,7 +2,9 @@
 // Copyright (c) The Hueweave authors
 #include "tiff/TiffTag.h"
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "ByteOrder.h"
 #include "FileHandle.h"
@@ -41,7 +43,8 @@ int TiffTag::Size() const {
 int TiffTag::StoredSize() const {
     const int size = Size();
     if (size <= 4) return size;
-    return data != nullptr && static_cast<std::size_t>(size) <= PaddingLimit(dataSize) ? size : 0;
+    const auto bytes = static_cast<std::size_t>(size);
+    return data != nullptr && bytes <= PaddingLimit(HeldItems(bytes)) ? size : 0;
 }
 
 bool TiffTag::ValueIsOffset() const { return Size() > 4; }
@@ -55,7 +58,7 @@ void TiffTag::Drop() {
 
 unsigned int TiffTag::GetValue() const {
     if (Size() <= 4) return value;
-    return dataSize >= 2 ? LoadLittle16(data.get()) : 0U;
+    return Held(2) == 2 ? LoadLittle16(data.get()) : 0U;
 }
 
 unsigned char* TiffTag::GetData() const { return data.get(); }
@@ -63,24 +66,41 @@ unsigned char* TiffTag::GetData() const { return data.get(); }
 int TiffTag::SaveFile(std::FILE* f) const {
     const int size = StoredSize();
     if (size < 5) return 0;
-    const std::size_t written = WritePadded(f, data.get(), dataSize, static_cast<std::size_t>(size));
+    const auto bytes = static_cast<std::size_t>(size);
+    const std::size_t written = WritePadded(f, data.get(), HeldItems(bytes), bytes);
     return static_cast<int>(written / static_cast<std::size_t>(ItemWidth(type)));
 }
 
 unsigned char* TiffTag::Allocate(std::size_t bytes) {
-    Adopt(std::make_unique<unsigned char[]>(bytes).release(), bytes);
+    Own(std::make_unique<unsigned char[]>(bytes), bytes);
     return data.get();
 }
 
 unsigned char* TiffTag::AllocateUnset(std::size_t bytes) {
-    Adopt(std::make_unique_for_overwrite<unsigned char[]>(bytes).release(), bytes);
+    Own(std::make_unique_for_overwrite<unsigned char[]>(bytes), bytes);
     return data.get();
 }
 
-void TiffTag::Adopt(unsigned char* bytes, std::size_t size) {
-    data.reset(bytes);
-    dataSize = bytes == nullptr ? 0 : size;
+void TiffTag::Own(std::unique_ptr<unsigned char[]> bytes, std::size_t size) {
+    data = std::move(bytes);
+    dataSize = data == nullptr ? 0 : size;
+    adopted_ = false;
     unread_ = false;
+}
+
+void TiffTag::Adopt(unsigned char* bytes, std::size_t size) {
+    Own(std::unique_ptr<unsigned char[]>(bytes), size);
+    adopted_ = bytes != nullptr;
+}
+
+std::size_t TiffTag::Held(std::size_t wanted) const {
+    if (data == nullptr) return 0;
+    return adopted_ ? wanted : std::min(wanted, dataSize);
+}
+
+std::size_t TiffTag::HeldItems(std::size_t size) const {
+    // How long an image is, a caller says by tag 279. The count of its own tag may be that of a file.
+    return tag == kStripOffsets ? std::min(size, dataSize) : Held(size);
 }
 
 BitsPerSampleTag::BitsPerSampleTag(unsigned int typeAndTag, unsigned int itemCount, unsigned int entryValue,
@@ -94,7 +114,7 @@ BitsPerSampleTag::BitsPerSampleTag(unsigned int typeAndTag, unsigned int itemCou
 
 unsigned int BitsPerSampleTag::GetValue() const {
     if (count == 1) return value;
-    return dataSize >= 2 ? LoadLittle16(data.get()) : 0U;
+    return Held(2) == 2 ? LoadLittle16(data.get()) : 0U;
 }
 
 ResolutionTag::ResolutionTag(unsigned int typeAndTag, unsigned int itemCount, unsigned int entryValue, std::FILE* f)
@@ -106,7 +126,7 @@ ResolutionTag::ResolutionTag(unsigned int typeAndTag, unsigned int itemCount, un
 }
 
 unsigned int ResolutionTag::GetValue() const {
-    if (dataSize < 8) return 0;
+    if (Held(8) < 8) return 0;
     const std::uint32_t denominator = LoadLittle32(data.get() + 4);
     return denominator == 0 ? 0 : LoadLittle32(data.get()) / denominator;
 }

@@ -43,12 +43,14 @@ enum TiffTagSignature : std::uint32_t {
 /// One entry of an image file directory: its four fields and, for data that do not fit in the entry, a private copy
 /// of those bytes as they stand in the file (little-endian). The data of tag 273 are the image instead.
 ///
-/// Every tag knows how many bytes its data have, and never reads or writes past them.
+/// Of data that were read or made here every tag knows how many bytes they have, and never reads or writes past them.
+/// Data that a caller hands over have as many as the caller says when they are used, which may change until then.
 class TiffTag {
 public:
     TiffTag() = default;
     explicit TiffTag(TiffTagSignature signature) : tag(signature) {}
-    /// Stores all five. Adopts `bytes`, which must come from array new and hold `itemCount` items of the type.
+    /// Stores all five. Adopts `bytes`, which must come from array new. When they are used they must hold `count` items
+    /// of `type`; as the image (tag 273), what tag 279 says; as an Exif directory (tag 34665), 44 bytes.
     TiffTag(TiffTagSignature signature, FieldType fieldType, unsigned int itemCount, unsigned int entryValue,
             unsigned char* bytes);
     /// An entry of a file: `typeAndTag` is type x 65536 + tag. Reads data of five bytes or more from `f` at
@@ -79,21 +81,28 @@ public:
     unsigned char* Allocate(std::size_t bytes);
     /// The same without the zeros, for a caller that sets every byte: an image should be touched once, not twice.
     unsigned char* AllocateUnset(std::size_t bytes);
-    /// Takes over `bytes` bytes from array new (or null).
+    /// Takes over what a caller has made by array new (or null). `size` is how many bytes the caller says by now.
     void Adopt(unsigned char* bytes, std::size_t size);
+    bool IsAdopted() const { return adopted_; }  ///< whether only the caller knows how many bytes the data have
+    /// How many of the first `wanted` bytes the data have: all of a caller's, who is asked for no more than it said.
+    std::size_t Held(std::size_t wanted) const;
 
     TiffTagSignature tag{};
     FieldType type{};
     std::uint32_t count = 0;                ///< items
     std::uint32_t value = 0;                ///< the data if they fit in four bytes, else their place in the file
     std::unique_ptr<unsigned char[]> data;  ///< null if there are none
-    std::size_t dataSize = 0;               ///< bytes in `data`
+    std::size_t dataSize = 0;               ///< bytes in `data`; of adopted data, when they were adopted
 
 protected:
     /// Reads from `value` on; what the file does not hold leaves `bytes` as they are.
     void ReadInto(unsigned char* bytes, std::size_t size, std::FILE* f) const;
 
 private:
+    void Own(std::unique_ptr<unsigned char[]> bytes, std::size_t size);
+    std::size_t HeldItems(std::size_t size) const;  ///< `Held` for data that are written as items
+
+    bool adopted_ = false;
     bool unread_ = false;  ///< the file was not read for the data, or they were given up
 };
 

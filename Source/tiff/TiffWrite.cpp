@@ -84,14 +84,16 @@ int Tiff::WriteImageData(std::FILE* f) {
     const TiffTag* image = GetTag(kStripOffsets);
     if (image == nullptr || image->data == nullptr) return 0;
     const std::size_t announced = static_cast<std::uint32_t>(GetTagValue(kStripByteCounts));
-    const std::size_t bytes = announced <= PaddingLimit(image->dataSize) ? announced : image->dataSize;
-    WritePadded(f, image->data.get(), image->dataSize, bytes);
+    const std::size_t held = image->Held(announced);
+    const std::size_t bytes = announced <= PaddingLimit(held) ? announced : held;
+    WritePadded(f, image->data.get(), held, bytes);
     return 0;
 }
 
 int Tiff::WriteData_Exif_IFD_Tag(std::FILE* f) {
     const TiffTag* exif = GetTag(kExifIfd);
-    if (exif != nullptr) WritePadded(f, exif->data.get(), exif->dataSize, Exif_IFD_Tag::kBytes);
+    constexpr std::size_t kBytes = Exif_IFD_Tag::kBytes;
+    if (exif != nullptr) WritePadded(f, exif->data.get(), exif->Held(kBytes), kBytes);
     return 0;
 }
 
