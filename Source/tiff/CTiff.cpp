@@ -26,11 +26,11 @@ double ImageSize(int width, int height, int samples, int bits) {
            static_cast<double>(samples);
 }
 
-/// The low 32 bits of a size that is first cut to 64 bits, as tag 279 holds it.
-std::uint32_t Low32(double size) {
+/// A size cut to 64 bits. One of 2^63 and more, which no memory has, is the largest number.
+std::uint64_t Whole(double size) {
     constexpr double kLimit = 9223372036854775808.0;
-    if (size >= kLimit) return std::numeric_limits<std::uint32_t>::max();
-    return size < -kLimit ? 0 : static_cast<std::uint32_t>(static_cast<std::int64_t>(size));
+    if (size >= kLimit) return std::numeric_limits<std::uint64_t>::max();
+    return size < -kLimit ? 0 : static_cast<std::uint64_t>(static_cast<std::int64_t>(size));
 }
 
 unsigned int PhotometricOf(int samples) {
@@ -69,8 +69,11 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     imageBuf = nullptr;
     Reset();
     const double size = ImageSize(newWidth, newHeight, newSamples, newBits);
-    const bool possible = size >= 0 && size < 4294967296.0;
-    const std::uint32_t bytes = Low32(size);
+    const std::uint64_t bytes = Whole(size);
+    auto image = std::make_unique<TiffTag>(kStripOffsets, FieldType{4}, 1, 0, nullptr);
+    // First, so that nothing is made where there is no memory. Kept: 64 bits, of which tag 279 has the low 32.
+    constexpr std::uint64_t kMost = std::numeric_limits<std::size_t>::max();
+    if (allocate == 1 && size >= 0) image->Allocate(static_cast<std::size_t>(std::min(bytes, kMost)));
     const auto unsignedOf = [](int v) { return static_cast<unsigned int>(v); };
 
     // Kept: this order is the order of the directory, and tag 254 is four bytes instead of one long.
@@ -82,9 +85,8 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     SetTag(TiffTagSignature{262}, 3, 1, PhotometricOf(newSamples), nullptr);
     SetTag(kSamplesPerPixel, 3, 1, unsignedOf(newSamples), nullptr);
     SetTag(kRowsPerStrip, 4, 1, unsignedOf(newHeight), nullptr);
-    SetTag(kStripByteCounts, 4, 1, bytes, nullptr);
-    auto image = std::make_unique<TiffTag>(kStripOffsets, FieldType{4}, 1, 0, nullptr);
-    if (allocate == 1 && possible) imageBuf = image->Allocate(bytes);
+    SetTag(kStripByteCounts, 4, 1, static_cast<std::uint32_t>(bytes), nullptr);
+    imageBuf = image->GetData();
     Tiff::SetTag(image.release());
     SetTag(kXResolution, 5, 1, unsignedOf(newResolution), nullptr);
     SetTag(kYResolution, 5, 1, unsignedOf(newResolution), nullptr);

@@ -21,7 +21,9 @@ public:
     /// Reads the file and takes its geometry. Returns 0 on every path; a failure shows in `imageBuf` being null.
     int ReadFile(const char* fileName) override;
 
-    /// A fresh image of 15 tags. With `allocate` 1 it has zeroed pixels, with any other value none. Returns 0.
+    /// A fresh image of 15 tags. With `allocate` 1 it has zeroed pixels, with any other value none. Returns 0. An image
+    /// of 4 GiB and more has the low 32 bits of its size in tag 279, and a save writes as many bytes. Throws
+    /// `std::bad_alloc` where there is no memory for the pixels.
     int CreateNew(int newWidth, int newHeight, int newResolution, int newSamples, int newBits, int allocate);
     /// The same with pixels read from a raw file; prints a line if that cannot be opened. Returns 0.
     int CreateNew(int newWidth, int newHeight, int newResolution, int newSamples, int newBits, const char* rawFile);

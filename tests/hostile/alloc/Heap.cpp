@@ -3,6 +3,8 @@
 #include "hostile/alloc/Heap.h"
 
 #include <malloc.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -28,15 +30,26 @@ struct State {
     bool failed = false;
     std::int64_t used = 0;
     std::int64_t peak = 0;
+    std::size_t largest = 0;
+    bool fold = false;
 };
 thread_local State state;
 
+/// A block whose pages are a few, over and over.
+struct Folded {
+    void* start = nullptr;
+    std::size_t bytes = 0;
+};
+thread_local Folded folded;
+
 /// Whether the next allocation may succeed.
-bool Admit() {
+bool Admit(std::size_t bytes) {
     if (!state.watching) return true;
     ++state.count;
+    state.largest = std::max(state.largest, bytes);
     const bool refuse = (state.fail == Fail::Once && state.count == state.at) ||
-                        (state.fail == Fail::OnAndOn && state.count >= state.at);
+                        (state.fail == Fail::OnAndOn && state.count >= state.at) ||
+                        (state.fail == Fail::Large && bytes >= hueweave::test::HeapWatch::kLarge);
     if (refuse) {
         state.failed = true;
         errno = ENOMEM;
@@ -59,16 +72,38 @@ void* Taken(void* block) {
     return block;
 }
 
+/// Null where the system does not give even that.
+void* TakeFolded(std::size_t bytes) {
+    constexpr std::size_t kFold = std::size_t{64} << 20;
+    const std::size_t whole = (bytes + kFold - 1) / kFold * kFold;
+    const int file = memfd_create("fold", MFD_CLOEXEC);
+    void* const start = mmap(nullptr, whole, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    bool good = file >= 0 && start != MAP_FAILED && ftruncate(file, kFold) == 0;
+    for (std::size_t at = 0; good && at < whole; at += kFold) {
+        void* const part = static_cast<char*>(start) + at;
+        good = mmap(part, kFold, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file, 0) != MAP_FAILED;
+    }
+    if (file >= 0) close(file);
+    if (good) folded = {start, whole};
+    return good ? start : nullptr;
+}
+
 }  // namespace
 
 extern "C" {
 
-void* malloc(std::size_t bytes) { return Admit() ? Taken(__libc_malloc(bytes)) : nullptr; }
+void* malloc(std::size_t bytes) {
+    if (!Admit(bytes)) return nullptr;
+    if (state.fold && bytes >= hueweave::test::HeapWatch::kLarge) return TakeFolded(bytes);
+    return Taken(__libc_malloc(bytes));
+}
 
-void* calloc(std::size_t count, std::size_t bytes) { return Admit() ? Taken(__libc_calloc(count, bytes)) : nullptr; }
+void* calloc(std::size_t count, std::size_t bytes) {
+    return Admit(count * bytes) ? Taken(__libc_calloc(count, bytes)) : nullptr;
+}
 
 void* realloc(void* block, std::size_t bytes) {
-    if (!Admit()) return nullptr;
+    if (!Admit(bytes)) return nullptr;
     const std::int64_t before = BytesIn(block);
     void* const moved = __libc_realloc(block, bytes);
     if (moved != nullptr || bytes == 0) Account(-before);
@@ -76,12 +111,17 @@ void* realloc(void* block, std::size_t bytes) {
 }
 
 void free(void* block) {
+    if (block != nullptr && block == folded.start) {
+        munmap(block, folded.bytes);
+        folded = {};
+        return;
+    }
     Account(-BytesIn(block));
     __libc_free(block);
 }
 
 void* memalign(std::size_t alignment, std::size_t bytes) {
-    return Admit() ? Taken(__libc_memalign(alignment, bytes)) : nullptr;
+    return Admit(bytes) ? Taken(__libc_memalign(alignment, bytes)) : nullptr;
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t bytes) { return memalign(alignment, bytes); }
@@ -106,9 +146,11 @@ HeapWatch::HeapWatch(Fail fail, std::uint64_t at) {
 
 HeapWatch::~HeapWatch() { Stop(); }
 
+void HeapWatch::Fold() { state.fold = true; }
 void HeapWatch::Mend() { state.fail = Fail::Never; }
 void HeapWatch::Stop() { state.watching = false; }
 std::uint64_t HeapWatch::Count() const { return state.count; }
+std::size_t HeapWatch::Largest() const { return state.largest; }
 bool HeapWatch::Failed() const { return state.failed; }
 std::int64_t HeapWatch::Peak() const { return state.peak; }
 std::int64_t HeapWatch::Left() const { return state.used; }

@@ -174,19 +174,27 @@ TEST(NewImageTest, ReplacesWhateverWasThere) {
     EXPECT_EQ(tiff.ImageBytes(), 1U);
 }
 
-TEST(NewImageTest, ImpossibleSizesHaveNoImage) {
-    // Below 0, and 2^32 and more.
-    for (const auto& [width, height, samples, bits] : {std::tuple{-1, 4, 3, 8},
-                                                       {4, -1, 3, 8},
-                                                       {65536, 65536, 1, 8},
-                                                       {65536, 65536, 3, 16},
-                                                       {100000, 2000000, 3, 8}}) {
+TEST(NewImageTest, SizesBelowZeroHaveNoImage) {
+    for (const auto& [width, height, samples, bits] : {std::tuple{-1, 4, 3, 8}, {4, -1, 3, 8}, {4, 4, -3, 8}}) {
         CTiff tiff;
         EXPECT_EQ(tiff.CreateNew(width, height, 72, samples, bits, 1), 0);
         EXPECT_EQ(tiff.GetImageBuf(), nullptr) << width << " x " << height;
         EXPECT_EQ(tiff.GetTag(Sig(273))->GetData(), nullptr);
         EXPECT_EQ(tiff.tags.size(), 15U);
         EXPECT_EQ(tiff.width, width);
+    }
+}
+
+/// Rows of 2^28 bytes and 2^30 of them for each of 32 and 64 samples: 2^63 and 2^64 bytes, which no array has.
+TEST(NewImageTest, SizesBeyondAnyMemoryThrowAndLeaveNothing) {
+    for (const int samples : {32, 64}) {
+        CTiff tiff;
+        tiff.CreateNew(2, 1, 72, 3, 8, 1);
+        EXPECT_THROW(tiff.CreateNew(2147483647, 1 << 30, 72, samples, 1, 1), std::bad_alloc);
+        EXPECT_TRUE(tiff.tags.empty());
+        EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+        EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, 1), 0) << "and the next one is made";
+        EXPECT_EQ(Image(tiff), Bytes(60, 0));
     }
 }
 
@@ -250,6 +258,15 @@ TEST_F(RawFileTest, IsNotReadIntoAnImageThatCannotBe) {
     EXPECT_EQ(tiff.rowBytes, 2);
     EXPECT_EQ(tiff.GetImageBuf(), nullptr);
     EXPECT_EQ(tiff.ImageBytes(), 0U);
+}
+
+TEST_F(RawFileTest, OfASizeBeyondAnyMemoryThrows) {
+    WriteFile(raw_, CountingBytes(100));
+    CTiff tiff;
+    EXPECT_EQ(
+        Printed([&] { EXPECT_THROW(tiff.CreateNew(2147483647, 1 << 30, 72, 32, 1, raw_.c_str()), std::bad_alloc); }),
+        "");
+    EXPECT_TRUE(tiff.tags.empty());
 }
 
 TEST_F(RawFileTest, MissingPrintsALineAndChangesNothing) {
