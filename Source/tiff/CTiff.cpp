@@ -7,6 +7,7 @@
 #include <iostream>
 #include <iterator>
 #include <limits>
+#include <new>
 
 #include "ByteOrder.h"
 #include "FileHandle.h"
@@ -72,8 +73,10 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     const std::uint64_t bytes = Whole(size);
     auto image = std::make_unique<TiffTag>(kStripOffsets, FieldType{4}, 1, 0, nullptr);
     // First, so that nothing is made where there is no memory. Kept: 64 bits, of which tag 279 has the low 32.
-    constexpr std::uint64_t kMost = std::numeric_limits<std::size_t>::max();
-    if (allocate == 1 && size >= 0) image->Allocate(static_cast<std::size_t>(std::min(bytes, kMost)));
+    constexpr std::uint64_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
+    const bool wanted = allocate == 1 && size >= 0;
+    if (wanted && bytes > kMost) throw std::bad_array_new_length();  // a `std::bad_alloc`
+    if (wanted) image->Allocate(static_cast<std::size_t>(bytes));
     const auto unsignedOf = [](int v) { return static_cast<unsigned int>(v); };
 
     // Kept: this order is the order of the directory, and tag 254 is four bytes instead of one long.
