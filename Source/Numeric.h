@@ -13,9 +13,6 @@ constexpr int Trunc(double value) {
     return value == value ? static_cast<int>(value) : 0;
 }
 
-/// The same for a value that is known to fit in an int.
-constexpr int TruncInRange(double value) { return static_cast<int>(value); }
-
 /// A number that is none, or endless, counts as 0.
 constexpr double FiniteOrZero(double value) { return value - value == 0.0 ? value : 0.0; }
 

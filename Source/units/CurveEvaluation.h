@@ -24,15 +24,13 @@ unsigned short EvaluateInputCurve(std::span<const Entry> curve, double step, uns
     return Low16(Trunc(next * fraction + (1.0 - fraction) * curve[entry] + 0.5));
 }
 
-/// A point of an output curve, likewise; `span` turns the rest within a step into a fraction. A curve whose entries
-/// and step are those of a table may be cut by `TruncInRange`.
-template <int (*kTrunc)(double) = Trunc>
-int EvaluateOutputCurve(const int (&curve)[4096], double step, double span, int value) {
+/// A point of an output curve, likewise; `span` turns the rest within a step into a fraction.
+inline int EvaluateOutputCurve(const int (&curve)[4096], double step, double span, int value) {
     const double x = value;
-    const int i = std::clamp(kTrunc(x / step), 0, 4095);
+    const int i = std::clamp(Trunc(x / step), 0, 4095);
     const double fraction = (x - step * i) / span;
     const int next = i < 4095 ? curve[i + 1] : 0;  // at the end of a full row the fraction is 0
-    return kTrunc(next * fraction + (1 - fraction) * curve[i] + 0.5);
+    return Trunc(next * fraction + (1 - fraction) * curve[i] + 0.5);
 }
 
 }  // namespace ICC40::ICC_UNIT

@@ -48,7 +48,8 @@ void LutInputCurves::Expand(unsigned short* const (&tables)[3]) const {
 LutOutputCurves::LutOutputCurves(const ICCFILE::CLut16Type& lut) {
     const bool identity = lut.outputEnt < 3;
     const int entries = identity ? 4096 : lut.outputEnt;
-    SetSteps(65535.0 / (entries - 1), identity ? 15.0 : 65536.0 / entries);
+    step_ = 65535.0 / (entries - 1);
+    span_ = identity ? 15.0 : 65536.0 / entries;
     const std::uint16_t* curves = lut.outputTable.get();
     for (int c = 0; c < 3; ++c) {
         int* curve = table_->curve[c];
@@ -64,14 +65,8 @@ void LutOutputCurves::Overlay(const unsigned char* const (&points)[3], int count
         for (int n = 0; n < std::min(count, 256); ++n) table_->curve[c][n] = points[c][n] << 8;
         top_[c] = 65535;  // Kept: white stays white
     }
-    SetSteps(257.0, 256.0);
-}
-
-void LutOutputCurves::SetSteps(double step, double span) {
-    step_ = step;
-    span_ = span;
-    perStep_ = 1.0 / step;
-    perSpan_ = 1.0 / span;
+    step_ = 257.0;
+    span_ = 256.0;
 }
 
 }  // namespace ICC40::ICC_UNIT

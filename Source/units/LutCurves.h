@@ -53,17 +53,7 @@ public:
     void Overlay(const unsigned char* const (&points)[3], int count);
 
     int At(int channel, int value) const {
-        const auto& curve = table_->curve[channel];
-        if (value == 65535) return top_[channel];
-        // Products where the exact way divides: the same unless a cut is near, which the error of 1e-11 cannot reach.
-        const double place = value * perStep_;
-        const int i = TruncInRange(place);
-        const double fraction = (value - step_ * i) * perSpan_;
-        const double result = curve[i + 1] * fraction + (1 - fraction) * curve[i] + 0.5;
-        const int cut = TruncInRange(result);
-        if (AtStep(place, i) || AtStep(result, cut))
-            return EvaluateOutputCurve<TruncInRange>(curve, step_, span_, value);
-        return cut;
+        return value == 65535 ? top_[channel] : EvaluateOutputCurve(table_->curve[channel], step_, span_, value);
     }
 
 private:
@@ -71,11 +61,7 @@ private:
         int curve[3][4096];
     };
     std::unique_ptr<Table> table_ = std::make_unique<Table>();
-    /// Whether a value and its whole part could belong to different steps.
-    static bool AtStep(double value, int whole) { return value < whole + 1e-8 || value > whole + (1.0 - 1e-8); }
-    void SetSteps(double step, double span);
-
-    double step_, span_, perStep_, perSpan_;
+    double step_, span_;
     int top_[3];
 };
 
