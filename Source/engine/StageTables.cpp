@@ -3,6 +3,7 @@
 // The three stages of an engine, copied out of the units that build them.
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 #include <utility>
 
 #include "Numeric.h"
@@ -10,7 +11,7 @@
 #include "units/ColorTable33.h"
 #include "units/InputTable33.h"
 #include "units/LutCurves.h"
-#include "units/OutputTable33.h"
+#include "units/OutputSpaces.h"
 #include "units/Tetrahedra.h"
 
 namespace ICC40::ICC_ENG_S4 {
@@ -18,7 +19,6 @@ namespace ICC40::ICC_ENG_S4 {
 using ICC_UNIT::ColorTable33;
 using ICC_UNIT::InputTable33;
 using ICC_UNIT::kTetrahedra;
-using ICC_UNIT::OutputTable33;
 using ICCFILE::CLut16Type;
 using ICCFILE::CXYZType;
 
@@ -113,62 +113,16 @@ void CIccEngineS::Set3DLut(const CLut16Type* lut, double lightness, double chrom
 }
 
 void CIccEngineS::Set1DLutOut(const CLut16Type*) {
-    const ICCFILE::ColorSpaceSignature space = Unit.OutputSpace;
-    const auto take = [&](const ICC_UNIT::ToneTable& table) {  // one curve serves all three channels
-        for (auto* out : {Lut1DOutR, Lut1DOutG, Lut1DOutB}) std::copy(std::begin(table), std::end(table), out);
-    };
-    const auto use = [&](void (*tone)(ICC_UNIT::ToneTable&), ICCFILE::ColorSpaceSignature result) {
-        const auto table = std::make_unique_for_overwrite<ICC_UNIT::ToneTable[]>(1);
-        tone(table[0]);
-        take(table[0]);
-        Unit.BuildResult = result;
-    };
-    const auto useKodak = [&](int (OutputTable33::*tone)()) {
-        // The Kodak curves leave the last entry alone; it is 65535 in the fresh unit.
-        const auto unit = std::make_unique<OutputTable33>();
-        Unit.BuildResult = ((*unit).*tone)();
-        take(unit->Lut16[0]);
-    };
-    switch (space) {
-        case ICCFILE::CssRGB_8:
-        case ICCFILE::CssRGB_Alias_8:
-            return use(ICC_UNIT::ToneSRGB_8, ICCFILE::CssRGB_8);
-        case ICCFILE::CssRGB_16:
-        case ICCFILE::CssRGB_Alias_16:
-            return use(ICC_UNIT::ToneSRGB_16, ICCFILE::CssRGB_16);
-        case ICCFILE::CssRGB_Gamma100_8:
-        case ICCFILE::CsAdobeRGB_Gamma100_8:
-        case ICCFILE::CsAppleRGB_Gamma100_8:
-        case ICCFILE::CsColorMatchRGB_Gamma100_8:
-            return use(ICC_UNIT::ToneGamma100_8, space);
-        case ICCFILE::CssRGB_Gamma100_16:
-        case ICCFILE::CsAdobeRGB_Gamma100_16:
-        case ICCFILE::CsAppleRGB_Gamma100_16:
-        case ICCFILE::CsColorMatchRGB_Gamma100_16:
-            return use(ICC_UNIT::ToneGamma100_16, space);
-        case ICCFILE::CsAdobeRGB_Gamma180_8:
-        case ICCFILE::CsAppleRGB_Gamma180_8:
-        case ICCFILE::CsColorMatchRGB_Gamma180_8:
-            return use(ICC_UNIT::ToneGamma180_8, space);
-        case ICCFILE::CsAdobeRGB_Gamma180_16:
-        case ICCFILE::CsAppleRGB_Gamma180_16:
-        case ICCFILE::CsColorMatchRGB_Gamma180_16:
-            return use(ICC_UNIT::ToneGamma180_16, space);
-        case ICCFILE::CsKodakPhoto_8:
-            return useKodak(&OutputTable33::OutputGamma_KodakPhoto);
-        case ICCFILE::CsKodakPhoto_16:
-            return useKodak(&OutputTable33::OutputGamma_KodakPhoto_16);
-        case ICCFILE::CsKodakMix_8:
-            return useKodak(&OutputTable33::OutputGamma_KodakMix);
-        case ICCFILE::CsKodakMix_16:
-            return useKodak(&OutputTable33::OutputGamma_KodakMix_16);
-        case ICCFILE::CsKodakText_8:
-            return useKodak(&OutputTable33::OutputGamma_KodakText);
-        case ICCFILE::CsKodakText_16:
-            return useKodak(&OutputTable33::OutputGamma_KodakText_16);
-        default:
-            use(ICC_UNIT::ToneGamma100_16, space);  // Kept: an unsupported space leaves identity tables
-            Refuse();
+    const ICC_UNIT::OutputSpace* const space = ICC_UNIT::FindOutputSpace(Unit.OutputSpace);
+    const auto memory = std::make_unique_for_overwrite<ICC_UNIT::ToneTable[]>(1);
+    ICC_UNIT::ToneTable& table = memory[0];
+    std::iota(std::begin(table), std::end(table), 0);
+    if (space != nullptr) space->tone(table);  // Kept: an unsupported space leaves identity tables
+    for (auto* out : {Lut1DOutR, Lut1DOutG, Lut1DOutB}) std::copy(std::begin(table), std::end(table), out);
+    if (space != nullptr) {
+        Unit.BuildResult = space->result;
+    } else {
+        Refuse();
     }
 }
 

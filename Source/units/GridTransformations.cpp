@@ -6,6 +6,7 @@
 #include "units/ColorTable33.h"
 #include "units/LutCurves.h"
 #include "units/NearRgb.h"
+#include "units/OutputSpaces.h"
 #include "units/OutputTable33.h"
 
 namespace ICC40::ICC_UNIT {
@@ -20,18 +21,24 @@ double OpponentOf(int value) { return (value - 32768) * 0.00390625; }
 int EncodeLightness(double lightness) { return Low16(Trunc(lightness * 65280.0 / 100.0)); }
 int EncodeOpponent(double value) { return Low16(Trunc(256.0 * value + 32768.0)); }
 
-struct Primaries {
-    ColorLch::ColorSpace space;
-    int result;
-};
+/// The primaries of an output space; those of sRGB for every other value.
+ColorLch::ColorSpace FindPrimaries(ICCFILE::ColorSpaceSignature space) {
+    const OutputSpace* row = FindOutputSpace(space);
+    return row != nullptr ? row->primaries : ColorLch::ColorSpace_sRGB;
+}
 
-/// By the range of the value alone: gamma and width in the space's name have no effect on the grid.
-Primaries FindPrimaries(ICCFILE::ColorSpaceSignature space) {
-    if (space >= 20 && space <= 23) return {ColorLch::ColorSpace_AdobeRGB, ICCFILE::CsAdobeRGB_Gamma100_16};
-    if (space >= 24 && space <= 27) return {ColorLch::ColorSpace_AppleRGB, ICCFILE::CsAppleRGB_Gamma100_16};
-    // Kept: 31, where the pattern of the two families above would give 29.
-    if (space >= 28 && space <= 31) return {ColorLch::ColorSpace_ColorMatchRGB, ICCFILE::CsColorMatchRGB_Gamma180_16};
-    return {ColorLch::ColorSpace_sRGB, space};
+/// What the conversion returns: a linear space of the primaries, or `space` itself where they are those of sRGB.
+int ResultOf(ColorLch::ColorSpace primaries, ICCFILE::ColorSpaceSignature space) {
+    switch (primaries) {
+        case ColorLch::ColorSpace_AdobeRGB:
+            return ICCFILE::CsAdobeRGB_Gamma100_16;
+        case ColorLch::ColorSpace_AppleRGB:
+            return ICCFILE::CsAppleRGB_Gamma100_16;
+        case ColorLch::ColorSpace_ColorMatchRGB:
+            return ICCFILE::CsColorMatchRGB_Gamma180_16;  // Kept: not the linear one
+        default:
+            return space;
+    }
 }
 
 struct TableCurves {
@@ -54,8 +61,8 @@ template <typename Curves>
 int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSignature space,
               const ICCFILE::CXYZType* white) {
     ColorLch::CLCH color = PcsColor();
-    const Primaries primaries = FindPrimaries(space);
-    color.SetColorSpace(primaries.space);
+    const ColorLch::ColorSpace primaries = FindPrimaries(space);
+    color.SetColorSpace(primaries);
     // Kept: fixed-point words of scale 65536, read as unsigned, go where 65535 stands for 1.0.
     if (white != nullptr) color.SetWhite(white->rawXYZ[0], white->rawXYZ[1], white->rawXYZ[2]);
     const NearRgb quick(color);
@@ -73,7 +80,7 @@ int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSigna
         // Kept: linear RGB of 8 bits, 0 to 65280 in steps of 256; the later stages rely on that scale.
         for (int c = 0; c < 3; ++c) node[c] = rgb[c] << 8;
     });
-    return primaries.result;
+    return ResultOf(primaries, space);
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include "iccfile/LutTags.h"
 #include "units/Base.h"
 #include "units/Info.h"
-#include "units/ToneCurves.h"
 
 namespace ICC40::ICC_UNIT {
 
@@ -67,9 +66,8 @@ public:
 
 private:
     void Shift8(int tables);
-    void SetTables(int index, int value);
-    /// The first three tables become one tone curve.
-    void SetTone(void (*tone)(ToneTable&), int mode);
+    /// Sends the first three tables, which are fresh, through the tone curve of an output space. Returns its result.
+    int BecomeSpace(ICCFILE::ColorSpaceSignature space);
 };
 
 }  // namespace ICC40::ICC_UNIT

@@ -2,13 +2,11 @@
 // Copyright (c) The Hueweave authors
 #include <limits>
 
+#include "support/ReferencePipeline.h"
 #include "unit/engine/EngineFixture.h"
-#include "units/OutputTable33.h"
 
 namespace hueweave::test {
 namespace {
-
-using ICC40::ICC_UNIT::OutputTable33;
 
 bool Supported(int space) {
     return (space >= 8 && space <= 13) || (space >= 20 && space <= 31) || (space >= 34 && space <= 39);
@@ -19,59 +17,7 @@ int ResultOf(int space) {
     return space == 12 ? 8 : space == 13 ? 9 : space;
 }
 
-/// The output tables of a supported space, by one operation on a fresh unit; 11, 21, 25, 29 and all others: identity.
-Tables ExpectedOutput(int space) {
-    const auto unit = std::make_unique<OutputTable33>();
-    switch (space) {
-        case 8:
-        case 12:
-            unit->OutputGamma_sRGB();
-            break;
-        case 9:
-        case 13:
-            unit->OutputGamma_sRGB_16();
-            break;
-        case 10:
-        case 20:
-        case 24:
-        case 28:
-            unit->OutputGamma100(Space(space));
-            break;
-        case 22:
-        case 26:
-        case 30:
-            unit->OutputGamma180(Space(space));
-            break;
-        case 23:
-        case 27:
-        case 31:
-            unit->OutputGamma180_16(Space(space));
-            break;
-        case 34:
-            unit->OutputGamma_KodakPhoto();
-            break;
-        case 35:
-            unit->OutputGamma_KodakPhoto_16();
-            break;
-        case 36:
-            unit->OutputGamma_KodakMix();
-            break;
-        case 37:
-            unit->OutputGamma_KodakMix_16();
-            break;
-        case 38:
-            unit->OutputGamma_KodakText();
-            break;
-        case 39:
-            unit->OutputGamma_KodakText_16();
-            break;
-        default:
-            break;
-    }
-    Tables tables;
-    for (std::size_t c = 0; c < 3; ++c) tables[c].assign(unit->Lut16[c], unit->Lut16[c] + 65536);
-    return tables;
-}
+Tables ExpectedOutput(int space) { return OutputStage(space).tables; }
 
 std::vector<int> EverySpace() {
     std::vector<int> spaces;

@@ -1,22 +1,25 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "units/ToneCurves.h"
+// The output spaces: their tone curves, and a row for each space.
+#include "units/OutputSpaces.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <iterator>
-#include <numeric>
 
 #include "Numeric.h"
 
 namespace ICC40::ICC_UNIT {
 namespace {
 
+using namespace ICCFILE;
+using namespace ColorLch;
+
 // Kept: 0.5556 and not 1 / 1.8; 0.4167 and not 1 / 2.4; a threshold of 0.00304.
 double Gamma180(double x) { return std::pow(x, 0.5556) * 65535.0; }
 double LinearToe(double x) { return x * 65535.0 * 12.92; }
-double ToneSRGB(double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535.0; }
+double AboveToe(double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535.0; }
 constexpr double kToe = 0.00304;
 
 /// A 16-bit value to an 8-bit sample: `value` has half a step added already.
@@ -102,33 +105,105 @@ void Tabulate(ToneTable& table, int from, Curve curve) {
     }
 }
 
-}  // namespace
-
-void ToneGamma100_8(ToneTable& table) {
-    for (int i = 0; i < 65536; ++i) table[i] = i >> 8;
+void ShiftTo8(ToneTable& table) {
+    for (int& entry : table) entry >>= 8;
 }
 
-void ToneGamma100_16(ToneTable& table) { std::iota(std::begin(table), std::end(table), 0); }
+// The tone curves, by name and width of the samples.
 
-void ToneGamma180_8(ToneTable& table) {
+void Linear_8(ToneTable& table) { ShiftTo8(table); }
+
+void Linear_16(ToneTable&) {}  // the identity
+
+void Gamma180_8(ToneTable& table) {
     TabulateSteps(table, [](int i) { return RoundTo8(Trunc(Gamma180(i / 65535.0) + 128.0)); });
 }
 
-void ToneGamma180_16(ToneTable& table) {
+void Gamma180_16(ToneTable& table) {
     Tabulate(table, 0, [](int i) { return Gamma180(i / 65535.0) + 0.5; });
 }
 
-void ToneSRGB_8(ToneTable& table) {
+void SRGB_8(ToneTable& table) {
     TabulateSteps(table, [](int i) {
         const double x = i / 65535.0;
-        return RoundTo8(Trunc((kToe > x ? LinearToe(x) : ToneSRGB(x)) + 128.0));
+        return RoundTo8(Trunc((kToe > x ? LinearToe(x) : AboveToe(x)) + 128.0));
     });
 }
 
-void ToneSRGB_16(ToneTable& table) {
+void SRGB_16(ToneTable& table) {
     int i = 0;
     for (; kToe > i / 65535.0; ++i) table[i] = Trunc(LinearToe(i / 65535.0));  // Kept: the toe is not rounded
-    Tabulate(table, i, [](int n) { return ToneSRGB(n / 65535.0) + 0.5; });
+    Tabulate(table, i, [](int n) { return AboveToe(n / 65535.0) + 0.5; });
+}
+
+constexpr KodakLaw kPhoto{0, 1024, 1.2, 0.0, 2.2};
+constexpr KodakLaw kMix{512, 2048, 1.5, 0.2, 2.2};
+constexpr KodakLaw kMix_16{512, 2048, 1.5, 0.0, 2.2};  // Kept: b is 0.0 where its sibling has 0.2
+constexpr KodakLaw kText{2048, 10240, 2.0, 0.3, 2.2};
+
+template <const KodakLaw& law>
+void Kodak_16(ToneTable& table) {
+    FillByKodakLaw(table, law);
+}
+
+template <const KodakLaw& law>
+void Kodak_8(ToneTable& table) {
+    FillByKodakLaw(table, law);
+    ShiftTo8(table);
+}
+
+constexpr OutputSpace kOutputSpaces[] = {
+    {CssRGB_8, ColorSpace_sRGB, 8, SRGB_8, CssRGB_8},
+    {CssRGB_16, ColorSpace_sRGB, 16, SRGB_16, CssRGB_16},
+    {CssRGB_Gamma100_8, ColorSpace_sRGB, 8, Linear_8, CssRGB_Gamma100_8},
+    {CssRGB_Gamma100_16, ColorSpace_sRGB, 16, Linear_16, CssRGB_Gamma100_16},
+    {CssRGB_Alias_8, ColorSpace_sRGB, 8, SRGB_8, CssRGB_8},
+    {CssRGB_Alias_16, ColorSpace_sRGB, 16, SRGB_16, CssRGB_16},
+    {CsAdobeRGB_Gamma100_8, ColorSpace_AdobeRGB, 8, Linear_8, CsAdobeRGB_Gamma100_8},
+    {CsAdobeRGB_Gamma100_16, ColorSpace_AdobeRGB, 16, Linear_16, CsAdobeRGB_Gamma100_16},
+    {CsAdobeRGB_Gamma180_8, ColorSpace_AdobeRGB, 8, Gamma180_8, CsAdobeRGB_Gamma180_8},
+    {CsAdobeRGB_Gamma180_16, ColorSpace_AdobeRGB, 16, Gamma180_16, CsAdobeRGB_Gamma180_16},
+    {CsAppleRGB_Gamma100_8, ColorSpace_AppleRGB, 8, Linear_8, CsAppleRGB_Gamma100_8},
+    {CsAppleRGB_Gamma100_16, ColorSpace_AppleRGB, 16, Linear_16, CsAppleRGB_Gamma100_16},
+    {CsAppleRGB_Gamma180_8, ColorSpace_AppleRGB, 8, Gamma180_8, CsAppleRGB_Gamma180_8},
+    {CsAppleRGB_Gamma180_16, ColorSpace_AppleRGB, 16, Gamma180_16, CsAppleRGB_Gamma180_16},
+    {CsColorMatchRGB_Gamma100_8, ColorSpace_ColorMatchRGB, 8, Linear_8, CsColorMatchRGB_Gamma100_8},
+    {CsColorMatchRGB_Gamma100_16, ColorSpace_ColorMatchRGB, 16, Linear_16, CsColorMatchRGB_Gamma100_16},
+    {CsColorMatchRGB_Gamma180_8, ColorSpace_ColorMatchRGB, 8, Gamma180_8, CsColorMatchRGB_Gamma180_8},
+    {CsColorMatchRGB_Gamma180_16, ColorSpace_ColorMatchRGB, 16, Gamma180_16, CsColorMatchRGB_Gamma180_16},
+    {CsKodakPhoto_8, ColorSpace_sRGB, 8, Kodak_8<kPhoto>, CsKodakPhoto_8},
+    {CsKodakPhoto_16, ColorSpace_sRGB, 16, Kodak_16<kPhoto>, CsKodakPhoto_16},
+    {CsKodakMix_8, ColorSpace_sRGB, 8, Kodak_8<kMix>, CsKodakMix_8},
+    {CsKodakMix_16, ColorSpace_sRGB, 8, Kodak_8<kMix_16>, CsKodakMix_16},  // Kept: 8 bits wide, against its name
+    {CsKodakText_8, ColorSpace_sRGB, 8, Kodak_8<kText>, CsKodakText_8},
+    {CsKodakText_16, ColorSpace_sRGB, 16, Kodak_16<kText>, CsKodakText_16},
+};
+
+constexpr bool WidthFollowsNumber(const OutputSpace& row) {
+    return row.bits == (row.space % 2 == 0 ? 8 : 16) || row.space == CsKodakMix_16;
+}
+static_assert(std::ranges::all_of(kOutputSpaces, WidthFollowsNumber));
+
+}  // namespace
+
+const OutputSpace* FindOutputSpace(ColorSpaceSignature space) {
+    const auto* const row = std::ranges::find(kOutputSpaces, space, &OutputSpace::space);
+    return row != std::end(kOutputSpaces) ? row : nullptr;
+}
+
+void FillByKodakLaw(ToneTable& table, const KodakLaw& law) {
+    const auto& [low, high, a, b, c] = law;
+    const double e = a / c;
+    const double scale = std::pow(10.0, b / c) * 65535.0;
+    const double top = std::pow(high / 65535.0, e) * scale;
+    const double slope = top / (high - low);
+    const double intercept = -(low * top) / (high - low);
+    for (int i = 0; i < std::min(high, 65536); ++i) {
+        table[i] = low < i ? std::max(Trunc(i * slope + intercept), 0) : 0;
+    }
+    for (int i = std::max(high, 0); i < 65535; ++i) {
+        table[i] = std::min(Trunc(std::pow(i / 65535.0, e) * scale + 128.0), 65535);
+    }
 }
 
 }  // namespace ICC40::ICC_UNIT
