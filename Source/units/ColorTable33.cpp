@@ -3,9 +3,7 @@
 #include "units/ColorTable33.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <new>
+#include <cstddef>
 
 #include "Numeric.h"
 #include "units/Tetrahedra.h"
@@ -25,18 +23,7 @@ std::unique_ptr<int[]> NodePositions(int size, double step) {
 
 ColorTable33::ColorTable33() : ColorTable33("ColorTable33") {}
 
-ColorTable33::ColorTable33(const char* name) : Base(name) {
-    // Kept: as many bytes as 16-bit nodes would take, which is the first half.
-    std::memset(Color, 0, sizeof Color / sizeof(int) * sizeof(unsigned short));
-}
-
-void* ColorTable33::operator new(std::size_t size) {
-    void* memory = std::calloc(1, size);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
-
-void ColorTable33::operator delete(void* memory) { std::free(memory); }
+ColorTable33::ColorTable33(const char* name) : Base(name), Color{} {}
 
 void ColorTable33::SetSize(int size) {
     LUT_Size = size;

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <memory>
 
 #include "iccfile/LutTags.h"
@@ -23,11 +22,8 @@ public:
     static constexpr int LUT_Size33 = 33;  ///< extent of each axis of `Color`
     static constexpr int LUT_Cell = 2048;  ///< width of a cell in 16-bit units at 33 points: 65536 / 32
 
-    /// Kept: clears the first half of `Color` only. `operator new` hands out zeroed memory, so that a slot that no
-    /// table fills reads as 0 all the same.
+    /// No node is loaded; every slot is 0, also those that no table fills.
     ColorTable33();
-    static void* operator new(std::size_t size);
-    static void operator delete(void* memory);
 
     int Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short& d, unsigned short& e,
                    unsigned short& f, unsigned short& g) override;  ///< integer interpolation; 9, 17 or 33 points

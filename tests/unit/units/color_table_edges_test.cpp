@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
-#include <new>
 #include <vector>
 
 #include "Luts.h"
@@ -37,23 +35,6 @@ std::unique_ptr<ColorTable33> LoadedCube(int points, int outputs = 3) {
     auto unit = std::make_unique<ColorTable33>();
     EXPECT_EQ(unit->Initial(&lut), 0);
     return unit;
-}
-
-TEST(ColorTableEdges, ClearsTheFirstHalfOfItsNodes) {
-    const std::unique_ptr<unsigned char[]> memory(new unsigned char[sizeof(ColorTable33)]);
-    std::memset(memory.get(), 0x5a, sizeof(ColorTable33));
-    auto* unit = ::new (memory.get()) ColorTable33();
-    const int* nodes = &unit->Color[0][0][0][0];
-    constexpr int kSlots = 33 * 33 * 33 * 7;
-    for (int i = 0; i < kSlots / 2; ++i) ASSERT_EQ(nodes[i], 0);
-    EXPECT_EQ(nodes[kSlots / 2 + 1], 0x5a5a5a5a);
-    EXPECT_EQ(nodes[kSlots - 1], 0x5a5a5a5a);
-    EXPECT_EQ(unit->LUT_Pos, nullptr);
-    EXPECT_STREQ(unit->UnitName, "ColorTable33");
-    unit->~ColorTable33();
-    // On the heap the other half is zero too.
-    const auto fresh = std::make_unique<ColorTable33>();
-    for (int i = 0; i < kSlots; ++i) ASSERT_EQ((&fresh->Color[0][0][0][0])[i], 0);
 }
 
 TEST(ColorTableEdges, NineSeventeenAndThirtyThreePointsKeepTheirSize) {

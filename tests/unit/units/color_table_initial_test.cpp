@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// How a grid is made and loaded: what the constructor clears, what loading sets, and which sizes are resampled.
+// How a grid is made and loaded: its name, what loading sets, and which sizes are resampled.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <new>
 #include <type_traits>
 
 #include "unit/units/UnitHelpers.h"
@@ -51,27 +49,6 @@ TEST(ColorTable, WiderMembersAreNamedByTheirChannels) {
     EXPECT_STREQ(std::make_unique<ColorTable34>()->UnitName, "ColorTable34");
     EXPECT_STREQ(std::make_unique<ColorTable36>()->UnitName, "ColorTable36");
     EXPECT_STREQ(std::make_unique<ColorTable37>()->UnitName, "ColorTable37");
-}
-
-TEST(ColorTable, TheConstructorClearsTheFirstHalfOfTheNodes) {
-    void* const memory = ::operator new(sizeof(ColorTable33));
-    std::memset(memory, 0xa5, sizeof(ColorTable33));
-    auto* const table = ::new (memory) ColorTable33();
-    std::vector<unsigned char> bytes(sizeof table->Color);
-    std::memcpy(bytes.data(), table->Color, bytes.size());
-    const std::size_t cleared = std::size_t{33} * 33 * 33 * 7 * 2;
-    EXPECT_EQ(bytes.size(), cleared * 2);
-    for (std::size_t i = 0; i < cleared; ++i) ASSERT_EQ(bytes[i], 0) << i;
-    for (std::size_t i = cleared; i < bytes.size(); ++i) ASSERT_EQ(bytes[i], 0xa5) << i;
-    table->~ColorTable33();
-    ::operator delete(memory);
-}
-
-TEST(ColorTable, OnTheHeapAllNodesStartAtZero) {
-    // Memory that was in use a moment before, so that a fresh page does not hide what is not cleared.
-    { const auto used = Marked(); }
-    const auto table = std::make_unique<ColorTable33>();
-    ExpectRow(&table->Color[0][0][0][0], ConstantRow(33 * 33 * 33 * 7, 0), "Color");
 }
 
 class ColorTableSize : public testing::TestWithParam<int> {};

@@ -75,25 +75,19 @@ TEST(UsedMemory, FourInputCurvesAreCleared) {
     for (const auto& row : unit->Curve) ExpectRow(row, ConstantRow(4096, 0), "Curve");
 }
 
-/// The first half of the nodes is cleared, as many bytes as 16-bit nodes would take, and nothing of the second.
 template <typename Unit>
-void ExpectHalfCleared(const char* name) {
+void ExpectClearedGrid(const char* name) {
     const InUsedMemory<Unit> unit;
     EXPECT_STREQ(unit->UnitName, name);
     EXPECT_EQ(unit->LUT_Pos, nullptr) << name;
-    constexpr std::size_t kHalf = std::size_t{33} * 33 * 33 * 7 * 2;
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(unit->Color);
-    static_assert(sizeof unit->Color == 2 * kHalf);
-    for (std::size_t i = 0; i < 2 * kHalf; ++i) {
-        ASSERT_EQ(bytes[i], i < kHalf ? 0 : InUsedMemory<Unit>::kOld) << name << ", byte " << i;
-    }
+    ExpectRow(&unit->Color[0][0][0][0], ConstantRow(33 * 33 * 33 * 7, 0), std::string(name) + ", Color");
 }
 
-TEST(UsedMemory, EveryGridClearsTheFirstHalfOfItsNodes) {
-    ExpectHalfCleared<ColorTable33>("ColorTable33");
-    ExpectHalfCleared<ColorTable34>("ColorTable34");
-    ExpectHalfCleared<ColorTable36>("ColorTable36");
-    ExpectHalfCleared<ColorTable37>("ColorTable37");
+TEST(UsedMemory, EveryGridClearsItsNodes) {
+    ExpectClearedGrid<ColorTable33>("ColorTable33");
+    ExpectClearedGrid<ColorTable34>("ColorTable34");
+    ExpectClearedGrid<ColorTable36>("ColorTable36");
+    ExpectClearedGrid<ColorTable37>("ColorTable37");
 }
 
 TEST(UsedMemory, OutputTablesAreTheIdentity) {
