@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // The caller's adjustments: offsets in lightness, chroma and hue, and tone curves for the output stage.
-#include <functional>
+#include <array>
 
 #include "Numeric.h"
-#include "engine/CIccEngineS.h"
+#include "engine/Rebuild.h"
 #include "units/LutCurves.h"
 
 namespace ICC40::ICC_ENG_S4 {
@@ -15,22 +15,19 @@ int CIccEngineS::Adjust_Lch(double lightness, double chroma, double hue) {
     lightness = FiniteOrZero(lightness);
     chroma = FiniteOrZero(chroma);
     hue = FiniteOrZero(hue);
-    const int before[3] = {Unit.Lightness, Unit.Chroma, Unit.Hue};
     // Kept: only whole parts are compared, so 1.2 after 1.9 rebuilds nothing.
-    if (Unit.CheckLch(Trunc(lightness), Trunc(chroma), Trunc(hue)) == 0) return Unit.OutputSpace;
-    try {
-        const auto build = [&](const CLut16Type& lut) { Set3DLut(&lut, lightness, chroma, hue); };
-        return Rebuild(std::cref(build));
-    } catch (...) {
-        Unit.CheckLch(before[0], before[1], before[2]);  // so that the same call again builds
-        throw;
-    }
+    const std::array whole{Trunc(lightness), Trunc(chroma), Trunc(hue)};
+    if (whole == std::array{Unit.Lightness, Unit.Chroma, Unit.Hue}) return Unit.OutputSpace;
+    const int space = Rebuild([&](const CLut16Type& lut) { Set3DLut(&lut, lightness, chroma, hue); });
+    // Not before: after a build that broke off, the same call again must build.
+    Unit.CheckLch(whole[0], whole[1], whole[2]);
+    return space;
 }
 
 int CIccEngineS::Adjust_Output(const unsigned char* red, const unsigned char* green, const unsigned char* blue,
                                int count) {
     if (count == 0 || red == nullptr || green == nullptr || blue == nullptr) return Unit.OutputSpace;
-    const auto build = [&](const CLut16Type& lut) {
+    return Rebuild([&](const CLut16Type& lut) {
         ICC_UNIT::LutOutputCurves curves(lut);
         curves.Overlay({red, green, blue}, count);
         // Kept: the width follows the input encoding and not the output space.
@@ -40,8 +37,7 @@ int CIccEngineS::Adjust_Output(const unsigned char* red, const unsigned char* gr
             for (int v = 0; v < 65536; ++v) out[c][v] = static_cast<std::uint32_t>(curves.At(c, v) >> shift);
         }
         if (shift != 0) Unit.BuildResult = Unit.OutputSpace;
-    };
-    return Rebuild(std::cref(build));
+    });
 }
 
 }  // namespace ICC40::ICC_ENG_S4

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 
 #include "iccfile/IccFile4.h"
@@ -88,11 +87,14 @@ public:
 private:
     /// Marks the engine as one that cannot convert: `OutputSpace` and `BuildResult` 65535. Returns 65535.
     int Refuse();
-    using Build = std::function<void(const ICCFILE::CLut16Type&)>;
-    /// Runs `build` with the table that the intent selects, and returns the output space. Without a table returns
-    /// 65535 and changes nothing; refuses one that the units cannot use. When memory runs out on the way, refuses
-    /// and passes the exception on.
+    /// Runs `build`, which takes a `CLut16Type`, with the table that the intent selects, and returns the output space.
+    /// Without a table returns 65535 and changes nothing; refuses one that the units cannot use. When memory runs out
+    /// on the way, refuses and passes the exception on. See Rebuild.h.
+    template <typename Build>
     int Rebuild(const Build& build);
+    /// What `SetProfile` does; an exception leaves the engine half bound.
+    int Bind(const char* profile, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
+             ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
     /// 16-bit pixels at any address; nothing when the tables are not those of the 16-bit path.
     void ConvertWide(const unsigned char* source, unsigned char* dest, int pixels) const;
     /// All three stages from one table.

@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Binding a profile: reading it, choosing its table, and building the stages from it.
-#include <functional>
-
-#include "Numeric.h"
-#include "engine/CIccEngineS.h"
+#include "engine/Rebuild.h"
 
 namespace ICC40::ICC_ENG_S4 {
 
 using ICC4_HEADER::TagName;
 using ICC_UNIT::kNoSpace;
 using ICC_UNIT::kUnset;
-using ICCFILE::CLut;
 using ICCFILE::CLut16Type;
 using ICCFILE::ColorSpaceSignature;
 
@@ -55,25 +51,6 @@ ICCFILE::iccTagBase* CIccEngineS::GetMft2() {
     return tag != nullptr ? tag : File.GetTag(TagName("A2B1"));
 }
 
-int CIccEngineS::Rebuild(const Build& build) {
-    const ICCFILE::iccTagBase* tag = GetMft2();
-    if (tag == nullptr) return kUnset;
-    try {
-        std::unique_ptr<CLut16Type> temporary;
-        const auto* lut = dynamic_cast<const CLut16Type*>(tag);
-        if (lut == nullptr) {
-            temporary = std::make_unique<CLut16Type>(dynamic_cast<const CLut*>(tag));
-            lut = temporary.get();
-        }
-        if (!lut->Usable()) return Refuse();
-        build(*lut);
-    } catch (...) {
-        Refuse();
-        throw;
-    }
-    return Unit.OutputSpace;
-}
-
 void CIccEngineS::BuildStages(const CLut16Type& lut, double lightness, double chroma, double hue) {
     Set1DLutIn(&lut);
     Set3DLut(&lut, lightness, chroma, hue);
@@ -86,7 +63,18 @@ int CIccEngineS::SetProfile(const char* profile, const char*, ICCFILE::Intent in
 }
 
 int CIccEngineS::SetProfile(const char* profile, ICCFILE::Intent intent, ColorSpaceSignature input,
-                            ColorSpaceSignature output, double lightness, double chroma, double hue) try {
+                            ColorSpaceSignature output, double lightness, double chroma, double hue) {
+    try {
+        return Bind(profile, intent, input, output, lightness, chroma, hue);
+    } catch (...) {
+        File.Reset();  // a part of a profile must not pass for all of it
+        Refuse();
+        throw;
+    }
+}
+
+int CIccEngineS::Bind(const char* profile, ICCFILE::Intent intent, ColorSpaceSignature input,
+                      ColorSpaceSignature output, double lightness, double chroma, double hue) {
     // The path is remembered in every case, also when the rest fails.
     const bool changed = Unit.CheckCurrentProfile(profile, nullptr) != 0;
     if (!changed && Unit.OutputSpace != kNoSpace && Unit.Intent == intent && Unit.InputSpace == input &&
@@ -110,10 +98,6 @@ int CIccEngineS::SetProfile(const char* profile, ICCFILE::Intent intent, ColorSp
     // Kept: a profile without a usable tag is no failure here; the output space stays as it was asked for.
     Unit.BuildResult = InputColorSpace2RGB(lightness, chroma, hue);
     return 0;
-} catch (...) {
-    File.Reset();  // a part of a profile must not pass for all of it
-    Refuse();
-    throw;
 }
 
 int CIccEngineS::SetIntent(ICCFILE::Intent intent, ColorSpaceSignature input, ColorSpaceSignature output, double,
@@ -132,8 +116,7 @@ int CIccEngineS::ConstructEngine(double lightness, double chroma, double hue) {
 }
 
 int CIccEngineS::InputColorSpace2RGB(double lightness, double chroma, double hue) {
-    const auto build = [&](const CLut16Type& lut) { BuildStages(lut, lightness, chroma, hue); };
-    return Rebuild(std::cref(build));
+    return Rebuild([&](const CLut16Type& lut) { BuildStages(lut, lightness, chroma, hue); });
 }
 
 int CIccEngineS::Initial(int) { return ICC_UNIT::kNotImplemented; }

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include "engine/CIccEngineS.h"
+
+namespace ICC40::ICC_ENG_S4 {
+
+template <typename Build>
+int CIccEngineS::Rebuild(const Build& build) {
+    using ICCFILE::CLut16Type;
+    const ICCFILE::iccTagBase* tag = GetMft2();
+    if (tag == nullptr) return ICC_UNIT::kUnset;
+    const auto use = [&](const CLut16Type& lut) {
+        if (!lut.Usable()) return Refuse();
+        build(lut);
+        return int{Unit.OutputSpace};
+    };
+    try {
+        const auto* lut = dynamic_cast<const CLut16Type*>(tag);
+        // Of any other tag a table is made for the time of the build, and of one that is no LUT an unusable one.
+        return lut != nullptr ? use(*lut) : use(CLut16Type(dynamic_cast<const ICCFILE::CLut*>(tag)));
+    } catch (...) {
+        Refuse();
+        throw;
+    }
+}
+
+}  // namespace ICC40::ICC_ENG_S4
