@@ -9,9 +9,9 @@
 #include <iostream>
 #include <string>
 
-#include "FileHandle.h"
 #include "Peers.h"
 #include "TiffPicture.h"
+#include "base/FileHandle.h"
 
 namespace bench {
 namespace {

@@ -3,7 +3,7 @@
 // The caller's adjustments: offsets in lightness, chroma and hue, and tone curves for the output stage.
 #include <array>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "engine/Rebuild.h"
 #include "units/LutCurves.h"
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <iostream>
 
-#include "FileHandle.h"
+#include "base/FileHandle.h"
 #include "engine/CIccEngineS.h"
 #include "tiff/CTiff.h"
 

@@ -6,7 +6,7 @@
 #include <numeric>
 #include <utility>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "engine/CIccEngineS.h"
 #include "units/ColorTable33.h"
 #include "units/InputTable33.h"

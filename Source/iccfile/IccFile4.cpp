@@ -6,8 +6,8 @@
 #include <cstring>
 #include <utility>
 
-#include "ByteOrder.h"
-#include "FileHandle.h"
+#include "base/ByteOrder.h"
+#include "base/FileHandle.h"
 #include "iccfile/LutTags.h"
 #include "iccfile/SimpleTags.h"
 

@@ -9,9 +9,9 @@
 #include <limits>
 #include <new>
 
-#include "ByteOrder.h"
-#include "FileHandle.h"
-#include "Numeric.h"
+#include "base/ByteOrder.h"
+#include "base/FileHandle.h"
+#include "base/Numeric.h"
 
 namespace Orvix_Tiff_STL2 {
 namespace {

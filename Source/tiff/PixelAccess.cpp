@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "tiff/CTiff.h"
 
 namespace Orvix_Tiff_STL2 {

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <utility>
 
-#include "ByteOrder.h"
-#include "FileHandle.h"
+#include "base/ByteOrder.h"
+#include "base/FileHandle.h"
 #include "tiff/Tiff.h"
 
 namespace Orvix_Tiff_STL2 {

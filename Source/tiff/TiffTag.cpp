@@ -6,8 +6,8 @@
 #include <limits>
 #include <utility>
 
-#include "ByteOrder.h"
-#include "FileHandle.h"
+#include "base/ByteOrder.h"
+#include "base/FileHandle.h"
 #include "tiff/PaddedWrite.h"
 
 namespace Orvix_Tiff_STL2 {

@@ -3,8 +3,8 @@
 #include <iostream>
 #include <vector>
 
-#include "ByteOrder.h"
-#include "FileHandle.h"
+#include "base/ByteOrder.h"
+#include "base/FileHandle.h"
 #include "tiff/PaddedWrite.h"
 #include "tiff/Tiff.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "units/Tetrahedra.h"
 #include "units/WorkingPixels.h"
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <span>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 
 namespace ICC40::ICC_UNIT {
 

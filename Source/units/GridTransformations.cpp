@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // What turns the grid of a profile into the grid of an engine: the shift in LCh, and the road from Lab to RGB.
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "color/CLCH.h"
 #include "units/ColorTable33.h"
 #include "units/LutCurves.h"

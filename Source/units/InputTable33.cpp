@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "units/CurveEvaluation.h"
 #include "units/WorkingPixels.h"
 

@@ -9,7 +9,7 @@
 #include <memory>
 #include <span>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "iccfile/LutTags.h"
 #include "units/CurveEvaluation.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "color/CLCH.h"
 
 namespace ICC40::ICC_UNIT {

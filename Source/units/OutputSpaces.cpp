@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <iterator>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 
 namespace ICC40::ICC_UNIT {
 namespace {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Numeric.h"
+#include "base/Numeric.h"
 #include "units/CurveEvaluation.h"
 #include "units/WorkingPixels.h"
 

@@ -8,8 +8,8 @@
 #include <iterator>
 #include <vector>
 
-#include "ByteOrder.h"
 #include "Mutation.h"
+#include "base/ByteOrder.h"
 
 namespace hueweave::fuzz {
 namespace {

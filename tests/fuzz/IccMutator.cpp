@@ -4,8 +4,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "ByteOrder.h"
 #include "Mutation.h"
+#include "base/ByteOrder.h"
 
 namespace hueweave::fuzz {
 namespace {

@@ -4,10 +4,10 @@
 // A profile put into a TIFF file, saved, found again, written out and taken away.
 #include <algorithm>
 
-#include "ByteOrder.h"
 #include "FuzzInput.h"
 #include "Mutation.h"
 #include "TiffCompare.h"
+#include "base/ByteOrder.h"
 
 using namespace hueweave::fuzz;
 using namespace Orvix_Tiff_STL2;

@@ -4,9 +4,9 @@
 // A TIFF file as it is read, through each of the three doors, beside the plain statement of the same.
 #include <memory>
 
-#include "FileHandle.h"
 #include "Mutation.h"
 #include "TiffCompare.h"
+#include "base/FileHandle.h"
 
 HUEWEAVE_FUZZ_MUTATOR(0, MutateTiff);
 

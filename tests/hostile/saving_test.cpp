@@ -12,7 +12,7 @@
 #include <future>
 #include <iostream>
 
-#include "FileHandle.h"
+#include "base/FileHandle.h"
 #include "hostile/Child.h"
 #include "hostile/TiffRun.h"
 #include "tiff/CTiff.h"

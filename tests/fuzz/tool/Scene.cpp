@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "ByteOrder.h"
+#include "base/ByteOrder.h"
 #include "support/MiniProfile.h"
 #include "system/Sha256.h"
 

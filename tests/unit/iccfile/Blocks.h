@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "FileHandle.h"
+#include "base/FileHandle.h"
 #include "iccfile/IccFile4.h"
 #include "iccfile/LutTags.h"
 #include "iccfile/SimpleTags.h"

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "FileHandle.h"
+#include "base/FileHandle.h"
 #include "support/ByteWriter.h"
 #include "support/TempDir.h"
 #include "support/TiffBuilder.h"

@@ -2,7 +2,7 @@
 // Copyright (c) The Hueweave authors
 //
 // The one way from a double to an int, at and beside its limits.
-#include "Numeric.h"
+#include "base/Numeric.h"
 
 #include <gtest/gtest.h>
 

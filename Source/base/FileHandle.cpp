@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "FileHandle.h"
+#include "base/FileHandle.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
