@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The caller's adjustments: offsets in lightness, chroma and hue, and tone curves for the output stage.
+// The caller's adjustments: offsets in lightness, chroma and hue, and curves for the output stage.
 #include <array>
 
 #include "base/Numeric.h"

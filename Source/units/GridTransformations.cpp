@@ -41,7 +41,7 @@ int ResultOf(ColorLch::ColorSpace primaries, ICCFILE::ColorSpaceSignature space)
     }
 }
 
-struct TableCurves {
+struct ExpandedCurves {
     const OutputTable33& table;
     int At(int channel, int value) const { return table.Lut16[channel][value]; }
 };
@@ -108,7 +108,7 @@ int ColorTable33::Lab2RGB100_16(const ICCFILE::CLut16Type* lut, ICCFILE::ColorSp
 
 int ColorTable33::Lab2RGB100_16_1D(const OutputTable33* table, ICCFILE::ColorSpaceSignature space,
                                    const ICCFILE::CXYZType* white) {
-    return TurnToRgb(*this, TableCurves{*table}, space, white);
+    return TurnToRgb(*this, ExpandedCurves{*table}, space, white);
 }
 
 }  // namespace ICC40::ICC_UNIT

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The curves of a profile's table at single values: what the input and output units hold after they loaded it, for
-// those who need less than the expansion to all 65,536 values.
+// A curve, in all units, is a row of points that a profile or a caller gives, with straight lines between them. What an
+// output space does to linear light is its tone, and what either comes to at all 65,536 values is a table.
+//
+// Here are the curves of a profile's table at single values: what the input and output units hold after they loaded it,
+// for those who need less than the expansion to all 65,536 values.
 #pragma once
 
 #include <cstdint>

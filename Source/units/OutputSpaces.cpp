@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The output spaces: their tone curves, and a row for each space.
+// The output spaces: their tones, and a row for each space.
 #include "units/OutputSpaces.h"
 
 #include <algorithm>
@@ -25,25 +25,25 @@ constexpr double kToe = 0.00304;
 /// A 16-bit value to an 8-bit sample: `value` has half a step added already.
 int RoundTo8(int value) { return std::min(value >> 8, 255); }
 
-/// table[i] = curve(i) for i from `from` to `to`, both of which are there already, where the curve never falls: a range
+/// table[i] = tone(i) for i from `from` to `to`, both of which are there already, where the tone never falls: a range
 /// whose ends are alike is filled, another one halved. With 256 steps that takes some 3,000 values of 65,536.
-template <typename Curve>
-void FillSteps(ToneTable& table, int from, int to, Curve curve) {
+template <typename Tone>
+void FillSteps(ToneTable& table, int from, int to, Tone tone) {
     if (to - from < 2) return;
     if (table[from] == table[to]) {
         std::fill(table + from + 1, table + to, table[from]);
         return;
     }
     const int middle = from + (to - from) / 2;
-    table[middle] = curve(middle);
-    FillSteps(table, from, middle, curve);
-    FillSteps(table, middle, to, curve);
+    table[middle] = tone(middle);
+    FillSteps(table, from, middle, tone);
+    FillSteps(table, middle, to, tone);
 }
-template <typename Curve>
-void TabulateSteps(ToneTable& table, Curve curve) {
-    table[0] = curve(0);
-    table[65535] = curve(65535);
-    FillSteps(table, 0, 65535, curve);
+template <typename Tone>
+void TabulateSteps(ToneTable& table, Tone tone) {
+    table[0] = tone(0);
+    table[65535] = tone(65535);
+    FillSteps(table, 0, 65535, tone);
 }
 
 /// The cubic through the values y0 to y3 at -1, 0, 1 and 2, from 0 on in steps of 1 / width: by differences, in fixed
@@ -80,26 +80,26 @@ private:
 
 constexpr int kExact = 1024;  ///< values below this one are worked out one by one
 
-/// table[i] = Trunc(curve(i)) from `from`, at most `kExact`, to the end: for a power law of an exponent between 0.4 and
+/// table[i] = Trunc(tone(i)) from `from`, at most `kExact`, to the end: for a power law of an exponent between 0.4 and
 /// 0.6, up to 65535 or a little above.
 ///
 /// Powers are dear. The cubic through four of them, h apart, is off by at most h^4 * 9/16 / 4! of the fourth derivative
 /// between the two in the middle. With h no more than i / 64 that is 1.4e-9 of the value, 1e-4 at most; the fixed point
 /// adds 64^3 / 6 units, 1e-5. Only what lies within ten times that of a step of the cut is worked out itself.
-template <typename Curve>
-void Tabulate(ToneTable& table, int from, Curve curve) {
-    for (int i = from; i < kExact; ++i) table[i] = Trunc(curve(i));
+template <typename Tone>
+void Tabulate(ToneTable& table, int from, Tone tone) {
+    for (int i = from; i < kExact; ++i) table[i] = Trunc(tone(i));
     int width = 0;
     double y0 = 0, y1 = 0, y2 = 0;
     for (int i = kExact; i < 65536; i += width) {
         if (i == kExact || i == 2 * kExact || i == 4 * kExact) {
             width = i / 64;
-            y0 = curve(i - width), y1 = curve(i), y2 = curve(i + width);
+            y0 = tone(i - width), y1 = tone(i), y2 = tone(i + width);
         }
-        const double y3 = curve(i + 2 * width);
+        const double y3 = tone(i + 2 * width);
         CubicSteps cubic(y0, y1, y2, y3, width);
         for (int n = 0; n < width; ++n, cubic.Advance()) {
-            table[i + n] = cubic.NearStep() ? Trunc(curve(i + n)) : cubic.Whole();
+            table[i + n] = cubic.NearStep() ? Trunc(tone(i + n)) : cubic.Whole();
         }
         y0 = y1, y1 = y2, y2 = y3;
     }
@@ -109,7 +109,7 @@ void ShiftTo8(ToneTable& table) {
     for (int& entry : table) entry >>= 8;
 }
 
-// The tone curves, by name and width of the samples.
+// The tones, by name and width of the samples.
 
 void Linear_8(ToneTable& table) { ShiftTo8(table); }
 

@@ -15,7 +15,7 @@ struct OutputSpace {
     ICCFILE::ColorSpaceSignature space;
     ColorLch::ColorSpace primaries;  ///< the grid becomes linear RGB of these
     int bits;                        ///< width of a sample: 8 or 16
-    /// The space's tone curve: turns a table that holds the identity into samples.
+    /// From linear light to samples, which users call the space's tone curve: turns a table that holds the identity.
     void (*tone)(ToneTable& table);
     ICCFILE::ColorSpaceSignature result;  ///< what a build for this space reports
 };

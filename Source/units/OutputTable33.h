@@ -9,7 +9,7 @@
 namespace ICC40::ICC_UNIT {
 
 /// Up to seven tables from a 16-bit value to a final sample: an identity, the output curves of a profile, curves
-/// of the caller's, or the tone curve of an RGB space.
+/// of the caller's, or the tone of an RGB space.
 class OutputTable33 : public Base {
 public:
     OutputTable33();  ///< identity tables
@@ -66,7 +66,7 @@ public:
 
 private:
     void Shift8(int tables);
-    /// Sends the first three tables, which are fresh, through the tone curve of an output space. Returns its result.
+    /// Sends the first three tables, which are fresh, through the tone of an output space. Returns its result.
     int BecomeSpace(ICCFILE::ColorSpaceSignature space);
 };
 
