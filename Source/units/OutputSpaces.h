@@ -13,11 +13,11 @@ using ToneTable = int[65536];
 /// An RGB space that pixels are converted to: all that the library knows about it.
 struct OutputSpace {
     ICCFILE::ColorSpaceSignature space;
-    ColorLch::ColorSpace primaries;  ///< the grid becomes linear RGB of these
-    int bits;                        ///< width of a sample: 8 or 16
+    ColorLch::ColorSpace primaries;       ///< the grid becomes linear RGB of these
+    int bits;                             ///< width of a sample: 8 or 16
+    ICCFILE::ColorSpaceSignature result;  ///< what a build for this space reports
     /// From linear light to samples, which users call the space's tone curve: turns a table that holds the identity.
     void (*tone)(ToneTable& table);
-    ICCFILE::ColorSpaceSignature result;  ///< what a build for this space reports
 };
 
 /// The row of an output space; null for every other value.
