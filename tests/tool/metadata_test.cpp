@@ -182,6 +182,26 @@ TEST_F(MetadataTest, AMaskOfOneByteBetweenTwoStripsStaysAsItIs) {
     EXPECT_NE(written.substr(above, strip.size()), strip);
 }
 
+TEST_F(MetadataTest, AMaskWithoutPixelsIsRefused) {
+    // libtiff does not open a file that begins with one.
+    for (const unsigned broken : {256U, 257U, 258U, 277U}) {
+        TiffMaker tiff;
+        const std::uint64_t pixels = tiff.Put(SmallPixels());
+        std::vector<TiffMaker::Entry> mask{
+            TiffMaker::Long(256, 4),      TiffMaker::Long(257, 4),  TiffMaker::Short(258, 8), TiffMaker::Short(262, 4),
+            TiffMaker::Long(273, pixels), TiffMaker::Short(277, 1), TiffMaker::Long(279, 16)};
+        for (TiffMaker::Entry& entry : mask) {
+            if (entry.tag == broken) entry.value = 0;
+        }
+        tiff.Page(mask);
+        tiff.Page(TiffMaker::Small(pixels));
+        tiff.Save(in_);
+        const Outcome run = Convert();
+        EXPECT_EQ(run.status, 4) << broken;
+        EXPECT_THAT(run.err, HasSubstr("page 1 is a mask without pixels; get a whole copy of the file")) << broken;
+    }
+}
+
 TEST_F(MetadataTest, PagesBelowAPageAreConvertedByItsProfile) {
     // A page with two smaller copies of itself in SubIFDs, and after it a second page; profiles in the pages alone.
     const auto write = [&](bool big) {

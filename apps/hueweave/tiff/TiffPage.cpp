@@ -36,7 +36,7 @@ public:
         page_.compression = Small(tag::Compression, 1);
         if (page_.photometric == PHOTOMETRIC_MASK || (Small(tag::SubfileType, 0) & FILETYPE_MASK) != 0) {
             page_.mask = true;
-            CountMask();
+            CheckMask();
             return page_;
         }
         CheckColours();
@@ -60,8 +60,15 @@ private:
         return static_cast<unsigned>(std::min<std::uint64_t>(Number(wanted, fallback), 0x7fffffff));
     }
 
-    /// A mask is not decoded; its strips or tiles cost what others cost.
-    void CountMask() {
+    /// A mask is not decoded. Readers refuse the whole file for one without pixels, and its strips or tiles cost what
+    /// others cost.
+    void CheckMask() {
+        for (const auto which : {tag::Width, tag::Height}) {
+            if (Number(which, 0) == 0) RefuseDamaged("is a mask without pixels");
+        }
+        for (const auto which : {tag::SamplesPerPixel, tag::BitsPerSample}) {
+            if (Number(which, 1) == 0) RefuseDamaged("is a mask without pixels");
+        }
         for (const auto which : {tag::StripOffsets, tag::TileOffsets}) {
             if (const TiffEntry* offsets = directory_.Find(which)) structure_.budget().AddSegments(offsets->count, 0);
         }

@@ -45,8 +45,9 @@ Handle Open(const std::string& path, Complaints& complaints) {
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), Complaints::Error, &complaints);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), Complaints::Ignore, &complaints);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMostMemory);
-    // Without mapping; a page that cannot be opened does not end the reading of others.
-    return Handle(TIFFOpenExt(path.c_str(), "rm", options.get()));
+    // Without mapping, and without reading the first page: one that libtiff does not take, as a mask may be, does not
+    // end the reading of others.
+    return Handle(TIFFOpenExt(path.c_str(), "rhm", options.get()));
 }
 
 unsigned Short(TIFF* file, std::uint32_t tag) {
