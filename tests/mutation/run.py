@@ -1,14 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Changes the library one small piece at a time and sees whether a test fails.
+"""Changes the library or the command one small piece at a time and sees whether a test fails.
 
 run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE]
 
-Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support}, and for each
-builds the suites that look at it and runs them until one fails. Prints a line a mutant, then the share of killed
-mutants. The lines stand in FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged
-already. A mutant that does not compile is not counted. With --guards the mutants are those of a list, see
-tests/mutation/guards.txt, and the suite of broken files looks at them as well.
+Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support} and
+apps/hueweave, or over those of them whose path contains SUBSTRING, and for each builds the suites that look at it and
+runs them until one fails. Prints a line a mutant, then the share of killed mutants. The lines stand in
+FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged already. A mutant that does
+not compile is not counted; one that makes a suite take a minute longer than it takes without is killed by it. With
+--guards the mutants are those of a list, see tests/mutation/guards.txt and tool_guards.txt, and the suite of broken
+files looks at the library as well.
 """
 import argparse
 import concurrent.futures
@@ -19,10 +21,30 @@ import pathlib
 import queue
 import re
 import shutil
+import signal
 import subprocess
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-FOLDERS = ("engine", "units", "color", "iccfile", "tiff", "support")
+FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "Source/tiff", "Source/support",
+           "apps/hueweave")
+# The suite of the command takes a minute of one processor. So the tests that know a file best go first, then the seeds
+# and findings of the fuzz targets, and then all tests.
+COMMAND = ["tool:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
+           "fuzz_convert_profile", "fuzz_convert_tiff", "tool"]
+FIRST = {
+    "Budget": "Structure*:Budget*:Limits*", "TagRules": "Tags*", "TiffPage": "Structure*:Tags*:Refusal*:Limits*",
+    "TiffStructure": "Structure*:Limits*:*Refused*", "PageProfiles": "Structure*:Limits*:Shared*:Metadata*",
+    "OutputCheck": "OutputCheck*", "DecoderFile": "Decoder*", "TiffDecoder": "Decoder*:Damage*",
+    "WebpSize": "Decoder*", "DeflateReader": "Damage*:Decoder*:*DeflateTest*:Limits*",
+    "PhotoshopResources": "Structure*:Photoshop*", "Resume": "Record*:Resume*", "LineReader": "LineReader*:Record*",
+    "FileAccess": "Record*:Replace*:Exceptions*", "StandardStreams": "Streams*:*ClosedStreams*",
+    "OutputFile": "Replace*:Safety*", "TemporaryFiles": "Replace*:Named*", "Signals": "Safety*:Streams*:Exceptions*",
+    "Refusal": "OneLine*:JsonLine*", "JsonNames": "JsonLine*:Batch*", "Lcms": "*AllocationTest*:Profiles*",
+    "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:*AllocationTest*",
+}
+OTHERS_FIRST = "Batch*:Profiles*:Refusal*:*Usage*:Photoshop*:Metadata*:Tags*:Resume*"
+# By folder, or by file where it stands in none.
 SUITES = {
     "engine": ["unit_engine", "integration", "abi", "hostile"],
     "units": ["unit_units", "integration", "unit_engine"],
@@ -30,8 +52,9 @@ SUITES = {
     "iccfile": ["unit_iccfile", "unit_engine", "integration", "hostile_alloc", "hostile"],
     "tiff": ["unit_tiff", "integration", "unit_engine", "hostile_io", "hostile_alloc", "hostile"],
     "support": ["unit_support"],
+    "hueweave": COMMAND,
 }
-PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/"}
+PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/", "tool": "tool/"}
 # An array of one more entry is the same array: its declared size is no place for a mutant.
 ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+\*?(?: const)? \w+((?:\[\w+\])+)(?= ?[;={])")
 # By folder.
@@ -43,10 +66,13 @@ GUARD_SUITES = {
     "color": ["unit_color", "hostile"],
     "support": ["hostile", "unit_support"],
     "base": ["unit_units", "unit_iccfile", "unit_tiff", "unit_engine", "hostile"],
+    "hueweave": COMMAND,
 }
-# A step past an array is seen, as the sanitizers of `make test-all` see it.
-RUNTIME = "-fsanitize=bounds -fno-sanitize-recover=bounds"
-FLAGS = f"-O1 -D_GLIBCXX_ASSERTIONS {RUNTIME}"
+# A step past an array is seen, as the sanitizers of `make test-all` see it, and ends the process without a library
+# that would have to live in the command's sandbox.
+FLAGS = "-O1 -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
+BUILD_SECONDS = 3600
+MORE_SECONDS = 60  # than the suite takes without a mutant: then it hangs
 # What is found, and what takes its place.
 SWAPS = [
     (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
@@ -92,7 +118,7 @@ def sites(path):
 def all_mutants():
     mutants = []
     for folder in FOLDERS:
-        for path in sorted((ROOT / "Source" / folder).rglob("*.*")):
+        for path in sorted(path for path in (ROOT / folder).rglob("*.*") if path.suffix in (".cpp", ".h")):
             mutants += [(path.relative_to(ROOT), *site) for site in sites(path)]
     return mutants
 
@@ -125,30 +151,55 @@ def copy_changed(source, target):
 class Worker:
     """One copy of the tree, built once and then a piece at a time."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, suites):
         self.tree = folder
         shutil.copytree(ROOT, folder, ignore=shutil.ignore_patterns("build", ".git"), dirs_exist_ok=True,
                         copy_function=copy_changed)
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
         self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder), CCACHE_NOHASHDIR="1")
-        self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF",
-                 f"-DCMAKE_CXX_FLAGS_RELEASE={FLAGS}", f"-DCMAKE_SHARED_LINKER_FLAGS={RUNTIME}",
-                 f"-DCMAKE_EXE_LINKER_FLAGS={RUNTIME}", *launcher)
-        for suite in sorted(set(sum(SUITES.values(), []))):
-            self.run("ninja", "-C", "build/release", suite, timeout=3600)
+        self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF", f"-DCMAKE_CXX_FLAGS_RELEASE={FLAGS}",
+                 *launcher)
+        if any(suite.startswith("fuzz_") for suite in suites):
+            self.build("fuzz_seeds")
+            self.run("build/release/tests/fuzz/fuzz_seeds", "build/release/tests/fuzz/seeds")
+        self.limits = {}
+        for suite in suites:
+            if self.build(suite) != 0:
+                raise SystemExit(f"{folder}: {suite} cannot be built")
+            start = time.monotonic()
             if self.suite_fails(suite):
                 raise SystemExit(f"{folder}: {suite} fails as it is and can judge nothing")
+            self.limits[suite] = time.monotonic() - start + MORE_SECONDS
 
-    def run(self, *command, timeout=600):
+    def run(self, *command, seconds=BUILD_SECONDS):
+        """The exit status; what is still running then, or after the time, is ended."""
+        process = subprocess.Popen(command, cwd=self.tree, env=self.environment, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
         try:
-            return subprocess.run(command, cwd=self.tree, env=self.environment, capture_output=True,
-                                  timeout=timeout).returncode
+            return process.wait(seconds)
         except subprocess.TimeoutExpired:
             return -1
+        finally:
+            try:
+                os.killpg(process.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            process.wait()
 
-    def suite_fails(self, suite):
-        program = f"build/release/tests/{PLACES.get(suite, '')}{suite}"
-        return self.run(program, "--gtest_fail_fast", "--gtest_brief=1", timeout=300) != 0
+    def build(self, suite):
+        return self.run("ninja", "-C", "build/release", "-j1", suite.removesuffix(":first"))
+
+    def suite_fails(self, suite, file=""):
+        name = suite.removesuffix(":first")
+        tests = FIRST.get(file, OTHERS_FIRST) if suite != name else "*"
+        if name.startswith("fuzz_"):
+            target = name.removeprefix("fuzz_")
+            command = [f"build/release/tests/fuzz/{name}", f"build/release/tests/fuzz/seeds/{target}",
+                       f"tests/fuzz/findings/{target}"]
+        else:
+            command = [f"build/release/tests/{PLACES.get(name, '')}{name}", "--gtest_fail_fast", "--gtest_brief=1",
+                       f"--gtest_filter={tests}"]
+        return self.run(*command, seconds=self.limits.get(suite, BUILD_SECONDS)) != 0
 
     def verdict(self, relative, number, changed):
         path = self.tree / relative
@@ -158,9 +209,9 @@ class Worker:
         path.write_text("\n".join(lines) + "\n")
         try:
             for suite in SUITES[relative.parts[1]]:
-                if self.run("ninja", "-C", "build/release", "-j1", suite) != 0:
+                if self.build(suite) != 0:
                     return "does not compile"
-                if self.suite_fails(suite):
+                if self.suite_fails(suite, relative.stem):
                     return f"killed by {suite}"
             return "SURVIVED"
         finally:
@@ -194,9 +245,10 @@ def main():
         SUITES.update(GUARD_SUITES)
     else:
         mutants = drawn(mutants, arguments.seed)[: arguments.count]
+    suites = sorted({suite for mutant in mutants for suite in SUITES[mutant[0].parts[1]]})
     idle = queue.Queue()
     for job in range(arguments.jobs):
-        idle.put(Worker(arguments.folder.resolve() / f"worker-{job}"))
+        idle.put(Worker(arguments.folder.resolve() / f"worker-{job}", suites))
     verdicts = {}
     judged = arguments.folder / "mutants.txt"
     if judged.exists():

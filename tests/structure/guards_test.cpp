@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Every guard of tests/mutation/guards.txt stands in the source as the list has it, so that it can be taken away.
+// Every guard of the lists in tests/mutation stands in the source as the list has it, so that it can be taken away.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -27,9 +27,11 @@ std::size_t CountIn(const std::string& text, const std::string& piece) {
     return count;
 }
 
-TEST(ListedGuards, StandInTheSourceOnce) {
+class ListedGuards : public testing::TestWithParam<const char*> {};
+
+TEST_P(ListedGuards, StandInTheSourceOnce) {
     std::size_t guards = 0;
-    for (const std::string& line : LinesOf(kRoot + "/tests/mutation/guards.txt")) {
+    for (const std::string& line : LinesOf(kRoot + "/tests/mutation/" + GetParam())) {
         if (line.empty() || line.front() == '#') continue;
         ++guards;
         const std::size_t bar = line.find(" | "), arrow = line.find(" ==>", bar);
@@ -53,5 +55,6 @@ TEST(ListedGuards, StandInTheSourceOnce) {
     }
     EXPECT_GT(guards, 100U);
 }
+INSTANTIATE_TEST_SUITE_P(Every, ListedGuards, testing::Values("guards.txt", "tool_guards.txt"));
 
 }  // namespace
