@@ -18,6 +18,7 @@
 #include "TiffMaker.h"
 #include "system/Refusal.h"
 #include "tiff/codec/TiffDecoder.h"
+#include "tiff/codec/WebpSize.h"
 
 namespace {
 std::atomic<int> openedToRead{0};
@@ -208,6 +209,69 @@ TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldIsRefused) {
     page.segmentWidth = page.segmentHeight = 0x7fffffff;
     const PageSource source(structure, page);
     EXPECT_THROW(tool::TiffDecoder{source}, Refusal);
+}
+
+TEST_F(DecoderTest, AShapeThatLibtiffSeesInAnotherWayIsRefused) {
+    // Of 12 bits a sample, libtiff packs two into three bytes.
+    for (const char* recipe :
+         {"tiffcp -L -t -w 64 -l 48 -c lzw $photo $out", "tiffcp -L -s -c lzw -r 16 $photo $out"}) {
+        Make(recipe);
+        const FileAccess file = FileAccess::OpenInput(in_);
+        const tool::TiffStructure structure(file);
+        TiffPage page = tool::ReadPages(structure)[0];
+        EXPECT_NO_THROW(tool::TiffDecoder{PageSource(structure, page)});
+        page.bits = 12;
+        EXPECT_THROW(tool::TiffDecoder{PageSource(structure, page)}, Refusal) << recipe;
+    }
+}
+
+TEST_F(DecoderTest, YCbCrPixelsTellHowTheyAreSubsampled) {
+    Make("tiffcp -L -s -c jpeg:90 -r 16 $photo8 $out && tiffset -s 530 2 2 $out");
+    ASSERT_EQ(Convert().status, 0);
+    std::filesystem::remove(out_);
+    Patch(EntryAt(530, 3) + 4, 1, 4);
+    ExpectRefusal("does not tell how its colours are subsampled");
+}
+
+TEST_F(DecoderTest, ARunOfPackBitsPastTheEndOfItsRowIsRefusedByRowsToo) {
+    const std::string row = '\x0b' + std::string(12, 'x'), longer = '\x0f' + std::string(16, 'x');
+    for (const bool beyond : {false, true}) {
+        TiffMaker tiff;
+        TiffMaker::Shape shape;
+        const std::string packed = row + row + (beyond ? longer : row) + row;
+        shape.compression = COMPRESSION_PACKBITS;
+        shape.offsets = {tiff.Put(packed)};
+        shape.counts = {packed.size()};
+        tiff.Page(TiffMaker::Rgb(shape));
+        tiff.Save(in_);
+        const FileAccess file = FileAccess::OpenInput(in_);
+        const tool::TiffStructure structure(file);
+        const TiffPage page = tool::ReadPages(structure)[0];
+        const PageSource source(structure, page);
+        tool::RowDecoder decoder(source, 0, folder_.path(), "out");
+        int read = 0;
+        try {
+            for (unsigned char pixels[12]; read < 4; ++read) decoder.ReadRow(pixels);
+        } catch (const Refusal&) {
+            EXPECT_TRUE(beyond);
+        }
+        EXPECT_EQ(read, beyond ? 2 : 4);
+    }
+}
+
+TEST(WebpSizeTest, StandsInTheHeadOfEachKind) {
+    const auto size = [](const std::string& chunk) {
+        const std::string head = std::string("RIFF\0\0\0\0WEBP", 12) + chunk;
+        return tool::WebpSize(tool::Bytes(head.begin(), head.end()));
+    };
+    const auto same = tool::PixelSize{16, 8};
+    EXPECT_EQ(size(std::string("VP8 \0\0\0\0\0\0\0\x9d\1\x2a\x10\x40\x08\xc0", 18)), same);
+    EXPECT_EQ(size(std::string("VP8L\0\0\0\0\x2f\x0f\xc0\1\0\0\0\0\0\0", 18)), same);
+    EXPECT_EQ(size(std::string("VP8X\0\0\0\0\0\0\0\0\x0f\0\0\7\0\0", 18)), same);
+    EXPECT_EQ(size(std::string("VP8Y\0\0\0\0\0\0\0\0\x0f\0\0\7\0\0", 18)), std::nullopt);
+    for (std::size_t length = 0; length < 14; ++length)
+        EXPECT_EQ(size("VP8X" + std::string(length, '\0')), std::nullopt);
+    EXPECT_EQ(tool::WebpSize({'R', 'I', 'F', 'F'}), std::nullopt);
 }
 
 TEST_F(DecoderTest, AStripOfRowsIsDecodedByOneHandleAPage) {

@@ -6,10 +6,10 @@
  * call does half of what it was asked for; linkat and fsync do all of it, and the command is killed. For an errno of -1
  * the call passes after the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO, of -2 after 50
  * milliseconds; for -3, -4 and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. The calls are
- * pread, pwrite, fsync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile, which is
- * open with O_TMPFILE, proc, which is access below /proc, and owner, where lstat tells of the errno as the owner. The
- * file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write to, is no longer empty when a fault
- * with a number has struck.
+ * pread, pwrite, fsync, fdatasync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile,
+ * which is open with O_TMPFILE, proc, which is access below /proc, and owner, where lstat tells of the errno as the
+ * owner. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write to, is no longer empty when
+ * a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -118,6 +118,12 @@ int fsync(int file) {
     const int result = next(file);
     if (fault == 0) raise(SIGKILL);
     return result;
+}
+
+int fdatasync(int file) {
+    FAULT_OR_PASS("fdatasync")
+    int (*next)(int) = (int (*)(int))Next("fdatasync");
+    return next(file);
 }
 
 int fchown(int file, uid_t owner, gid_t group) {

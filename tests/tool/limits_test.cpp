@@ -80,6 +80,7 @@ TEST(BudgetTest, Pixels) {
     budget.AddSegments(1, std::uint64_t{1} << 44);
     EXPECT_THAT(ReasonOf([&] { budget.AddSegments(1, 1); }), HasSubstr("more pixels than any file holds"));
     EXPECT_EQ(ReasonOf([&] { budget.AddSegments(1, 0); }), "");
+    EXPECT_EQ(ReasonOf([&] { budget.AddSegments(0, 1); }), "");
 }
 
 TEST(BudgetTest, DataThatStripsShare) {

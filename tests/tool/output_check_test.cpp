@@ -72,6 +72,22 @@ TEST_F(OutputCheckTest, AnotherShape) {
     EXPECT_THAT(Check(Changed(9, 2)), HasSubstr("lacks some of its strips"));  // planes
 }
 
+TEST_F(OutputCheckTest, AnotherPredictor) {
+    TiffMaker::Shape shape;
+    shape.compression = 8;
+    shape.offsets = {written_[0].places[0].offset};
+    shape.counts = {48};
+    auto entries = TiffMaker::Rgb(shape);
+    entries.push_back(TiffMaker::Short(317, 1));
+    tiff_ = TiffMaker();
+    tiff_.Put(SmallPixels());
+    directory_ = tiff_.Page(entries);
+    tiff_.Save(path_);
+    written_.assign(1, {{Extent{shape.offsets[0], 48}}, nullptr});
+    EXPECT_EQ(Check(tiff_.bytes()), "");
+    EXPECT_THAT(Check(Changed(10, 2)), HasSubstr("a page has another shape"));
+}
+
 TEST_F(OutputCheckTest, AnotherPlaceOfImageData) {
     EXPECT_THAT(Check(Changed(5, 10)), HasSubstr("image data are at another place"));
     EXPECT_THAT(Check(Changed(8, 49)), HasSubstr("image data are at another place"));

@@ -2,9 +2,11 @@
 // Copyright (c) The Hueweave authors
 // Parts of the command by themselves.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cmath>
+#include <csignal>
 #include <mutex>
 #include <numeric>
 
@@ -16,6 +18,7 @@
 #include "system/JsonNames.h"
 #include "system/Refusal.h"
 #include "system/Sha256.h"
+#include "system/Signals.h"
 #include "system/WorkUnits.h"
 #include "tiff/TiffStructure.h"
 
@@ -89,6 +92,7 @@ TEST(ProgressLineTest, FitsTheTerminal) {
 
 TEST(OneLineTest, ControlCharactersDoNotReachTheTerminal) {
     EXPECT_EQ(OneLine("a\nb\033[31mc\x7f"), "a?b?[31mc?");
+    EXPECT_EQ(OneLine("\x1e\x1f !~"), "?? !~");
     EXPECT_EQ(OneLine("ökonomisch"), "ökonomisch");
     // The second half of the control characters, in UTF-8 and as bytes of themselves or within what is no UTF-8.
     EXPECT_EQ(OneLine("a\xc2\x9b"
@@ -111,6 +115,37 @@ TEST(OneLineTest, MarksOfDirectionAndSeparatorsDoNotReachTheTerminal) {
          {"\u061b", "\u061d", "\u200d", "\u2010", "\u2027", "\u202f", "\u2065", "\u206a", "\u00a0"}) {
         EXPECT_EQ(OneLine(letter), letter);
     }
+}
+
+TEST(SignalsTest, EachOfThreeIsNotedUnlessItIsIgnored) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        for (const bool ignored : {false, true}) {
+            const auto raised = [&] {
+                if (ignored) std::signal(signal, SIG_IGN);
+                WatchSignals();
+                std::raise(signal);
+                _exit(NotedSignal() == (ignored ? 0 : signal) ? 7 : 8);
+            };
+            EXPECT_EXIT(raised(), testing::ExitedWithCode(7), "") << signal;
+        }
+    }
+}
+
+TEST(SignalsTest, ASignalEndsEveryRead) {
+    const Folder folder;
+    test::WriteBytes(folder / "file", "x");
+    const FileAccess file = FileAccess::OpenInput(folder / "file");
+    const auto read = [&] {
+        WatchSignals();
+        file.Read({0, 1});
+        std::raise(SIGTERM);
+        try {
+            file.Read({0, 1});
+        } catch (const Interrupted&) {
+            _exit(7);
+        }
+    };
+    EXPECT_EXIT(read(), testing::ExitedWithCode(7), "");
 }
 
 TEST(JsonLineTest, ControlCharactersAreEscapedAndTheNameIsTheSame) {

@@ -70,6 +70,12 @@ TEST_F(PhotoshopTest, ItsProfileIsTheNewOne) {
     EXPECT_EQ(After({"--no-tag"}), resolution_ + url_);
 }
 
+TEST_F(PhotoshopTest, OfSeveralProfilesOneIsLeft) {
+    Put(Resource(1039, "", "one") + url_ + Resource(1039, "", "another") + resolution_);
+    const std::string after = After();
+    EXPECT_EQ(after, Resource(1039, "", ReadPictures(out_)[0].icc) + url_ + resolution_);
+}
+
 TEST_F(PhotoshopTest, WithoutAProfileNothingIsAdded) {
     Put(resolution_ + url_);
     EXPECT_EQ(After(), resolution_ + url_);
@@ -92,8 +98,10 @@ TEST_F(PhotoshopTest, WhatIsNoResourceStaysAsItIs) {
     const std::string profile = Resource(1039, "a name", "old");
     const std::string odd = Resource(1005, "", "odd");
     for (const std::string& tail :
-         {std::string("no resource"), std::string("8BIM"), std::string("8BIM\4\17\0\0\0\0", 10),
-          std::string("8BIM\4\17\0\0\xff\xff\xff\xff data", 17), std::string("8BIM\4\17\xff", 7)}) {
+         {std::string("no resource"), std::string("8BIM"), std::string("8BIM\4\17", 6),
+          std::string("8BIM\4\17\0\0\0\0", 10), std::string("8BIM\4\17\0\0\0\0\0", 11),
+          std::string("8BIM\4\17\0\0\0\0\0\6short", 17), std::string("8BIM\4\17\0\0\xff\xff\xff\xff data", 17),
+          std::string("8BIM\4\17\xff", 7)}) {
         Put(odd + profile + tail);
         const std::string after = After();
         EXPECT_EQ(after, odd + Resource(1039, "a name", ReadPictures(out_)[0].icc) + tail);

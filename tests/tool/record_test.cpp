@@ -95,15 +95,46 @@ constexpr long kRecordKb = 160000;
 
 TEST_F(RecordTest, TakesBoundedMemoryWhateverItsSize) {
     WriteBytes(record_, "");
-    fs::resize_file(record_, std::uintmax_t{200} << 20);  // one line of zeros, as a file with a hole
+    fs::resize_file(record_, std::uintmax_t{256} << 20);  // one line of zeros, as a file with a hole
     Outcome run = Timed({scans_, "-o", out_, "--resume"});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_LT(run.peakKb, kRecordKb);
     for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
-    fs::resize_file(record_, std::uintmax_t{100} << 30);
+    fs::resize_file(record_, (std::uintmax_t{256} << 20) + 1);
     run = Timed({scans_, "-o", out_, "--resume"});
     EXPECT_EQ(run.status, 5);
     EXPECT_THAT(run.err, HasSubstr(".hueweave.jsonl: is larger than any record, and tells of no earlier run; remove"));
+}
+
+TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother) {
+    const std::string copy = out_ + "/copy";
+    const auto after = [&](const std::function<void()>& meanwhile) {
+        {
+            tool::ResumeRecord record(out_, false);
+            record.Add("a.tif", "fingerprint", tool::FileAccess::OpenInput(scans_ + "/a.tif"));
+            meanwhile();
+        }
+        return Exists(record_);
+    };
+    EXPECT_FALSE(after([] {}));
+    EXPECT_TRUE(after([&] { WriteBytes(record_, FileBytes(record_) + "\n"); }));
+    fs::remove(record_);
+    EXPECT_TRUE(after([&] {
+        fs::copy_file(record_, copy);
+        fs::rename(copy, record_);
+    }));
+}
+
+TEST_F(RecordTest, ALineThatDoesNotReachTheDiskIsSaid) {
+    const Outcome run = RunProgram(
+        {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), scans_ + "/a.tif", "-o", out_ + "/"},
+         "",
+         Faults("fdatasync:0:5"),
+         {},
+         {}});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.err,
+                HasSubstr(".hueweave.jsonl: cannot be written (Input/output error); --resume will not know of a.tif"));
 }
 
 TEST_F(RecordTest, AListOfInputsOrCurvesNeedNotEnd) {

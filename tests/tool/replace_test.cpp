@@ -74,6 +74,18 @@ TEST_F(ReplaceTest, AFileThatCameUnderTheNameMeanwhileIsNotLost) {
     }
 }
 
+TEST_F(ReplaceTest, AnotherFileOfTheSameSizeAndTimeIsNotLostEither) {
+    std::string newer = FileBytes(in_);
+    newer.back() = static_cast<char>(newer.back() + 1);
+    WriteBytes(newcomer_, newer);
+    fs::last_write_time(newcomer_, fs::last_write_time(in_));
+    newcomersPlace_ = in_;
+    const Outcome run = Convert({"--in-place"}, "fsync:1:-1");
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
+    EXPECT_EQ(FileBytes(in_), newer);
+}
+
 TEST_F(ReplaceTest, AReadOnlyFileStays) {
     WriteBytes(out_, "precious");
     chmod(out_.c_str(), 0444);
@@ -128,14 +140,22 @@ TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
 TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
     WriteBytes(folder_ / ".hueweave-notes.tmp", "mine");  // no name of a temporary file
     WriteBytes(folder_ / ".hueweave-1-2.tmp.tif", "mine");
+    WriteBytes(folder_ / ".hueweave-1-2-3.tmp", "mine");
+    WriteBytes(folder_ / ".hueweave-a-b.tmp", "mine");
     WriteBytes(other_ / "victim", "mine");
     fs::create_symlink(other_ / "victim", folder_ / ".hueweave-1-3.tmp");
-    const Names stay{".hueweave-1-2.tmp.tif", ".hueweave-1-3.tmp", ".hueweave-notes.tmp"};
+    Names stay{".hueweave-1-2-3.tmp", ".hueweave-1-2.tmp.tif", ".hueweave-1-3.tmp"};
+    if (geteuid() == 0) {  // one of another user, which nobody else can make
+        WriteBytes(folder_ / ".hueweave-1-4.tmp", "theirs");
+        ASSERT_EQ(chown((folder_ / ".hueweave-1-4.tmp").c_str(), 12345, 12345), 0);
+        stay.push_back(".hueweave-1-4.tmp");
+    }
+    stay.insert(stay.end(), {".hueweave-a-b.tmp", ".hueweave-notes.tmp"});
     for (const std::string moment : {"linkat:1:0", "tmpfile:0:95,fsync:1:0"}) {
         WriteBytes(out_, "old");
         EXPECT_EQ(Convert({"-o", out_, "--force"}, moment).signal, SIGKILL);
         EXPECT_EQ(FileBytes(out_), "old");
-        EXPECT_EQ(NamesIn(folder_.path()).size(), 6U) << "the test is to leave one behind";
+        EXPECT_EQ(NamesIn(folder_.path()).size(), stay.size() + 3) << "the test is to leave one behind";
         const Outcome run = Convert({"-o", out_, "--force"});
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_THAT(run.err, HasSubstr("note: " + folder_.path() + ": 1 temporary file of a killed run removed\n"));

@@ -120,10 +120,11 @@ TEST_F(TagsTest, TypesThatTheyCannotHaveAreRefused) {
         made.Save(in_);
         EXPECT_EQ(Hueweave({"convert", "--profile", Input("scanner.icc"), in_, "-o", out_}).status, 4) << type;
     }
-    for (const unsigned type : {0U, 3U, 4U, 11U, 19U}) {
+    for (const unsigned type : {0U, 3U, 4U, 11U, 19U, 33U}) {
         ExpectRefusal(With(Small(), {34675, type, 1, 0}), "has tag 34675 in type " + std::to_string(type));
         ExpectRefusal(With(Small(), {347, type, 1, 0}), "has tag 347 in type " + std::to_string(type));
     }
+    ExpectRefusal(With(Small(), {341, 2, 3, 0x616161}), "has tag 341 in type 2");
 }
 
 TEST_F(TagsTest, NumbersOfValuesThatTheyCannotHaveAreRefused) {
