@@ -234,6 +234,20 @@ TEST_F(StructureTest, AsManySamplesAsABitOfAWordEach) {
     }
 }
 
+TEST_F(StructureTest, StripsDoNotShareFarMoreDataThanTheFileHas) {
+    constexpr std::size_t kSize = std::size_t{600} << 10;  // four times as much is more than the file and 1 MiB
+    TiffMaker::Shape shape;
+    const std::uint64_t data = tiff_.Put(std::string(kSize, 'x'));
+    shape.compression = 8;
+    for (const std::uint64_t rows : {2U, 1U}) {
+        shape.rows = rows;
+        shape.offsets.assign(4 / rows, data);
+        shape.counts.assign(4 / rows, kSize);
+        EXPECT_EQ(ReasonOfPage(TiffMaker::Rgb(shape), {}),
+                  rows == 2 ? "" : "has strips or tiles that share far more data than their pixels take");
+    }
+}
+
 TEST_F(StructureTest, ProfilesOfAllPagesTogetherAreBounded) {
     constexpr std::size_t kHalf = std::size_t{16} << 20;
     for (const bool beyond : {false, true}) {
