@@ -16,7 +16,7 @@
 #include <functional>
 
 #include "Command.h"
-#include "Sandbox.h"
+#include "system/Sandbox.h"
 
 namespace hueweave::test {
 namespace {
