@@ -41,6 +41,28 @@ protected:
 constexpr const char* kMeanwhile =
     "was replaced or changed by another program meanwhile, and stays as it is; convert it again\n";
 
+TEST_F(ReplaceTest, AFileThatCameUnderTheNameWhileTheSourceWasReadIsNotLost) {
+    // Before there is an output whose target could be looked at.
+    newcomersPlace_ = in_;
+    WriteBytes(newcomer_, "newer");
+    const Outcome run = Convert({"--in-place"}, "pread:6:-1");
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
+    EXPECT_EQ(FileBytes(in_), "newer");
+    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+}
+
+TEST_F(ReplaceTest, ADryRunRefusesANameThatIsTaken) {
+    WriteBytes(out_, "old");
+    for (const Names& more : {Names{"-o", out_}, Names{"-o", out_, "--dry-run"}}) {
+        const Outcome run = Convert(more);
+        EXPECT_EQ(run.status, 5);
+        EXPECT_EQ(run.err,
+                  "hueweave: " + out_ + ": is there already; replace it with --force, or choose another name\n");
+        EXPECT_EQ(FileBytes(out_), "old");
+    }
+}
+
 TEST_F(ReplaceTest, AFileThatCameUnderTheNameMeanwhileIsNotLost) {
     // While the new file goes to the disk, and in the call after which it would be named.
     for (const std::string moment : {"fsync:1:-1", "linkat:1:-1", "tmpfile:0:95,fsync:1:-1"}) {
