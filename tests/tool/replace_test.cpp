@@ -132,20 +132,21 @@ TEST_F(ReplaceTest, AReadOnlyFileStays) {
 }
 
 TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
-    constexpr uid_t kOwner = 12345;
-    // The superuser keeps any owner; for anybody else, the file is theirs already.
-    if (geteuid() == 0) {
-        ASSERT_EQ(chown(in_.c_str(), kOwner, kOwner), 0);
+    // The superuser keeps any owner or group; for anybody else, the file is theirs already.
+    const std::vector<uid_t> owners = geteuid() == 0 ? std::vector<uid_t>{12345, 0} : std::vector<uid_t>{geteuid()};
+    const gid_t group = geteuid() == 0 ? 12345 : getegid();
+    for (const uid_t owner : owners) {
+        ASSERT_EQ(chown(in_.c_str(), owner, group), 0);
+        chmod(in_.c_str(), 0660);
+        struct stat before {
+        }, after{};
+        stat(in_.c_str(), &before);
+        EXPECT_EQ(Convert({"--in-place", "--force"}).status, 0);
+        stat(in_.c_str(), &after);
+        EXPECT_EQ(std::tie(before.st_uid, before.st_gid, before.st_mode),
+                  std::tie(after.st_uid, after.st_gid, after.st_mode));
+        EXPECT_NE(before.st_ino, after.st_ino);
     }
-    chmod(in_.c_str(), 0660);
-    struct stat before {
-    }, after{};
-    stat(in_.c_str(), &before);
-    EXPECT_EQ(Convert({"--in-place"}).status, 0);
-    stat(in_.c_str(), &after);
-    EXPECT_EQ(std::tie(before.st_uid, before.st_gid, before.st_mode),
-              std::tie(after.st_uid, after.st_gid, after.st_mode));
-    EXPECT_NE(before.st_ino, after.st_ino);
 
     const std::string source = FileBytes(in_);
     for (const std::string way : {"", "tmpfile:0:95,"}) {
