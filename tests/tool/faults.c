@@ -55,10 +55,10 @@ static int Fault(const char* call, atomic_int* count) {
         int n = 0, error = 0;
         if (sscanf(at, "%31[^:]:%d:%d", name, &n, &error) == 3 && strcmp(name, call) == 0 && (n == 0 || n == now)) {
             if (n != 0 && seen >= 0 && write(seen, "x", 1) != 1) abort();
-            if (error == -1) rename(getenv("HUEWEAVE_FAULT_FROM"), getenv("HUEWEAVE_FAULT_TO"));
             if (error == -2) usleep(50000);
             if (error < -2) Throw(error);
-            return error;
+            if (error != -1) return error;
+            rename(getenv("HUEWEAVE_FAULT_FROM"), getenv("HUEWEAVE_FAULT_TO")); /* and then another fault may strike */
         }
         at = strchr(at, ',');
         if (at != NULL) ++at;

@@ -234,7 +234,11 @@ TEST_F(ReplaceTest, WhatDoesNotReachTheDiskIsRefused) {
     EXPECT_EQ(run.err,
               "hueweave: " + out_ + ": cannot be written (Input/output error); choose another folder with -o\n");
     EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
-    WriteBytes(out_, "old");
+    // A newcomer under the name is not taken away with it.
+    newcomersPlace_ = out_;
+    WriteBytes(newcomer_, "newer");
+    EXPECT_EQ(Convert({"-o", out_}, "fsync:2:-1,fsync:2:5").status, 5);
+    EXPECT_EQ(FileBytes(out_), "newer");
     run = Convert({"-o", out_, "--force"}, "fsync:2:5");
     EXPECT_EQ(run.status, 5);
     EXPECT_EQ(run.err, "hueweave: " + out_ +
