@@ -68,12 +68,12 @@ std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words) {
         app.exit(error);
         return nullptr;
     }
+    std::unique_ptr<Command> parsed;
     for (auto& [command, declared] : commands) {
-        if (!declared->parsed()) continue;
-        command->Settle();
-        return std::move(command);
+        if (declared->parsed()) parsed = std::move(command);
     }
-    return nullptr;
+    if (parsed) parsed->Settle();
+    return parsed;
 }
 
 }  // namespace hueweave::tool

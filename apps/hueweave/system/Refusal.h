@@ -23,8 +23,9 @@ std::string OneLine(std::string_view text);
 class Refusal : public std::exception {
 public:
     Refusal(Exit status, const std::string& file, std::string_view reason, std::string_view remedy)
-        : status_(status), reason_(OneLine(reason)) {
-        line_ = OneLine(file.empty() ? std::string(reason) : file + ": " + std::string(reason));
+        : status_(status),
+          reason_(OneLine(reason)),
+          line_(OneLine((file.empty() ? "" : file + ": ") + std::string(reason))) {
         if (!remedy.empty()) line_ += "; " + OneLine(remedy);
     }
     const char* what() const noexcept override { return line_.c_str(); }
