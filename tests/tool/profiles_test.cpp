@@ -373,5 +373,12 @@ TEST_F(ProfilesTest, BakeNeverWritesOverAFile) {
     EXPECT_EQ(FileBytes(profile_), before);
 }
 
+TEST_F(ProfilesTest, AMatrixProfileIsBakedInStepsOfLight) {
+    // Its device is additive: between nodes at steps of light, interpolation follows it, and not at steps of samples.
+    const Outcome run = Hueweave({"bake", Input("matrix.icc"), "-o", out_});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.err, testing::AnyOf(HasSubstr("in steps of linear light;"), HasSubstr("in steps of light to the")));
+}
+
 }  // namespace
 }  // namespace hueweave::test
