@@ -234,7 +234,7 @@ TEST_F(SandboxTest, StreamsGoThroughTheTemporaryFolderAlone) {
         {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), "-", "-q", "-o", "-", "--max-memory", "32M"},
          in,
          {{"TMPDIR", temporary}},
-         [this] {
+         [] {
              HeedModes();
              if (chdir("/proc") != 0) _exit(126);  // where no file can be made
          },
