@@ -60,8 +60,8 @@ bench:
 peers:
 	@scripts/install-packages bench
 	@$(call build,release) --target hueweave
-	@tests/tool/make-inputs build/peers
-	@tests/tool/peers/compare.py build/release/apps/hueweave/hueweave build/peers -o docs/comparison.md $(PEERS)
+	@tests/command/make-inputs build/peers
+	@tests/judges/peers/compare.py build/release/apps/hueweave/hueweave build/peers -o docs/comparison.md $(PEERS)
 
 format:
 	@scripts/install-packages check
@@ -113,7 +113,7 @@ many-inputs:
 faults:
 	@scripts/install-packages test
 	@$(call build,release) --target hueweave tool_sweep_faults tool_allocation_faults tool_inputs
-	@tests/tool/sweep build/release $(JOBS)
+	@tests/command/faults/sweep build/release $(JOBS)
 
 memcheck:
 	@scripts/install-packages test

@@ -2,12 +2,12 @@
 # How a suite becomes a program and a few CTest tests.
 
 # hueweave_suite(<name> FOLDER <folder> | SOURCES <source>... [SHARDS n] [LIBRARIES l...]): one test program from all
-# sources of a folder, several of them compiled as one, and its tests in n processes: the CTest tests <name>.1 to
+# sources of a folder and of its folders, several of them compiled as one, and its tests in n processes: the CTest tests <name>.1 to
 # <name>.n, or <name> where n is 1. A process for each single test would take longer to start than to run.
 function(hueweave_suite name)
   cmake_parse_arguments(PARSE_ARGV 1 suite "" "FOLDER;SHARDS" "SOURCES;LIBRARIES")
   if(suite_FOLDER)
-    file(GLOB suite_SOURCES CONFIGURE_DEPENDS ${suite_FOLDER}/*.cpp)
+    file(GLOB_RECURSE suite_SOURCES CONFIGURE_DEPENDS ${suite_FOLDER}/*.cpp)
   endif()
   add_executable(${name} ${suite_SOURCES})
   target_link_libraries(${name} PRIVATE test_headers test_support GTest::gtest_main ${suite_LIBRARIES})

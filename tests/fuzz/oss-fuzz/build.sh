@@ -28,7 +28,7 @@ for folder in "$build"/seeds/*; do
     brought "$program" | xargs -r cp -L -t "$OUT/lib"
     read -r most dictionary < <("$source/tests/fuzz/run" --settings "$target")
     printf '[libfuzzer]\nmax_len = %s\n' "$most" >"$OUT/$target.options"
-    [ -z "$dictionary" ] || cp "$source/tests/fuzz/$dictionary.dict" "$OUT/$target.dict"
+    [ -z "$dictionary" ] || cp "$source/tests/fuzz/dictionaries/$dictionary.dict" "$OUT/$target.dict"
     seeds=("$folder"/*)
     [ ! -d "$source/tests/fuzz/findings/$target" ] || seeds+=("$source/tests/fuzz/findings/$target"/*)
     rm -f "$OUT/${target}_seed_corpus.zip"

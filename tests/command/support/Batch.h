@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "command/support/Command.h"
+
+namespace hueweave::test {
+
+/// A folder of three scans, one in a subfolder, with a text among them; and a place for what becomes of them.
+class BatchTest : public testing::Test {
+protected:
+    BatchTest() {
+        std::filesystem::create_directories(scans_ + "/deep");
+        Shell("tiffcp -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/a.tif"));
+        Shell("tiffcp -c lzw " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/b.TIFF"));
+        Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
+        WriteBytes(scans_ + "/notes.txt", "no image");
+    }
+    Outcome Convert(std::vector<std::string> more) const {
+        std::vector<std::string> words{"convert", "--profile", Input("scanner.icc")};
+        words.insert(words.end(), more.begin(), more.end());
+        return Hueweave(words);
+    }
+    std::set<std::string> Outputs() const {
+        std::set<std::string> names;
+        if (!Exists(out_)) return names;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(out_)) {
+            if (entry.is_regular_file() && entry.path().filename() != ".hueweave.jsonl") {
+                names.insert(entry.path().lexically_relative(out_));
+            }
+        }
+        return names;
+    }
+    Folder folder_;
+    std::string scans_ = folder_ / "scans", out_ = folder_ / "converted";
+};
+
+}  // namespace hueweave::test

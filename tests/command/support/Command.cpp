@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "command/support/Command.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <malloc.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+namespace hueweave::test {
+namespace {
+
+/// A file without a name for what a program writes.
+int Unnamed() {
+    char name[] = "/tmp/hueweave-test-XXXXXX";
+    const int descriptor = mkstemp(name);
+    if (descriptor < 0) throw std::runtime_error("no temporary file");
+    unlink(name);
+    return descriptor;
+}
+
+std::string Drain(int descriptor) {
+    lseek(descriptor, 0, SEEK_SET);
+    std::string text;
+    char block[65536];
+    for (ssize_t got = 0; (got = read(descriptor, block, sizeof block)) > 0;)
+        text.append(block, static_cast<size_t>(got));
+    close(descriptor);
+    return text;
+}
+
+[[noreturn]] void Become(const Run& run, int out, int err) {
+    const int in = open(run.input.empty() ? "/dev/null" : run.input.c_str(), O_RDONLY);
+    dup2(in, 0);
+    dup2(out, 1);
+    dup2(err, 2);
+    for (const auto& [name, value] : run.setenv) setenv(name.c_str(), value.c_str(), 1);
+    if (run.inChild) run.inChild();
+    std::vector<char*> words;
+    for (const std::string& word : run.words) words.push_back(const_cast<char*>(word.c_str()));
+    words.push_back(nullptr);
+    execvp(words[0], words.data());
+    _exit(127);
+}
+
+}  // namespace
+
+Outcome RunProgram(const Run& run) {
+    const int out = Unnamed(), err = Unnamed();
+    // A child's peak counts what its parent holds when it forks, even after exec.
+    malloc_trim(0);
+    const pid_t child = fork();
+    if (child < 0) throw std::runtime_error("no process");
+    if (child == 0) Become(run, out, err);
+    if (run.meanwhile) run.meanwhile(child);
+    int status = 0;
+    struct rusage usage {};
+    wait4(child, &status, 0, &usage);
+    Outcome outcome;
+    if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
+    outcome.peakKb = usage.ru_maxrss;
+    outcome.out = Drain(out);
+    outcome.err = Drain(err);
+    return outcome;
+}
+
+void WaitUntilIdle(pid_t child) {
+    const auto waits = [&] {
+        std::error_code gone;
+        for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(child) + "/task", gone)) {
+            std::string status;
+            std::ifstream stat(task.path() / "stat");
+            std::getline(stat, status);
+            const std::size_t name = status.rfind(") ");
+            if (name == std::string::npos || status[name + 2] != 'S') return false;
+        }
+        return true;
+    };
+    // For a while, since a thread may also wait for a lock, or for the disk.
+    for (int idle = 0, tries = 0; idle < 12 && tries < 4000; ++tries) {
+        usleep(5000);
+        idle = waits() ? idle + 1 : 0;
+    }
+}
+
+void Terminate(pid_t child) {
+    kill(child, SIGTERM);
+    for (int tries = 0; tries < 200; ++tries) {
+        siginfo_t ended{};
+        waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT | WNOHANG);
+        if (ended.si_pid == child) return;
+        usleep(50000);
+    }
+    kill(child, SIGKILL);
+}
+
+void HeedModes() {
+    if (geteuid() != 0) return;
+    const bool dropped = prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0) == 0 &&
+                         prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0) == 0;
+    if (!dropped && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
+}
+
+std::map<std::string, std::string> Faults(const std::string& faults, const std::string& seen) {
+    return {{"LD_PRELOAD", HUEWEAVE_FAULTS},
+            {"ASAN_OPTIONS", "verify_asan_link_order=0"},
+            {"HUEWEAVE_FAULT", faults},
+            {"HUEWEAVE_FAULT_SEEN", seen}};
+}
+
+Outcome Hueweave(std::vector<std::string> words) {
+    words.insert(words.begin(), HUEWEAVE_COMMAND);
+    return RunProgram({std::move(words), "", {}, {}, {}});
+}
+
+std::string Shell(const std::string& line) {
+    const Outcome outcome = RunProgram({{"sh", "-ec", line}, "", {}, {}, {}});
+    EXPECT_EQ(outcome.status, 0) << line << "\n" << outcome.err;
+    return outcome.out;
+}
+
+std::string Quoted(const std::string& path) { return "'" + path + "'"; }
+
+std::string Input(const std::string& name) { return std::string(HUEWEAVE_COMMAND_INPUTS) + "/" + name; }
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+std::string FileBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    EXPECT_TRUE(in.good()) << path;
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+void WriteBytes(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+bool Exists(const std::string& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
+
+std::vector<std::string> NamesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+Folder::Folder() {
+    char name[] = "/tmp/hueweave-folder-XXXXXX";
+    if (mkdtemp(name) == nullptr) throw std::runtime_error("no folder");
+    path_ = name;
+}
+
+Folder::~Folder() {
+    std::error_code ignored;
+    std::filesystem::permissions(path_, std::filesystem::perms::owner_all, ignored);
+    std::filesystem::remove_all(path_, ignored);
+}
+
+}  // namespace hueweave::test

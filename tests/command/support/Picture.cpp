@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "command/support/Picture.h"
+
+#include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <tuple>
+
+#include "command/support/Command.h"
+#include "command/support/ExifTool.h"
+#include "engine/CIccEngineS.h"
+
+namespace hueweave::test {
+namespace {
+
+using Engine = ICC40::ICC_ENG_S4::CIccEngineS;
+
+/// The engine of the call before, where it is bound to the same: its tables take longer than most pictures.
+std::shared_ptr<Engine> BoundEngine(const std::string& profile, int intent, int space, unsigned bits) {
+    static std::shared_ptr<Engine> last;
+    static std::tuple<std::string, int, int, unsigned> lastBound;
+    const auto bound = std::make_tuple(FileBytes(profile), intent, space, bits);
+    if (last != nullptr && bound == lastBound) return last;
+    last = std::make_shared<Engine>();
+    lastBound = bound;
+    const auto output = static_cast<HueweaveColorSpace>(space);
+    const auto input = bits == 8 ? ICC40::ICCFILE::CsRGB_8 : ICC40::ICCFILE::CsRGB_16;
+    last->SetProfile(profile.c_str(), static_cast<HueweaveIntent>(intent), input, output, 0, 0, 0);
+    if (last->Unit.OutputSpace != output) {
+        last.reset();
+        throw std::runtime_error("the engine refuses " + profile);
+    }
+    return last;
+}
+
+unsigned Get16(TIFF* file, unsigned tag) {
+    std::uint16_t value = 0;
+    TIFFGetFieldDefaulted(file, tag, &value);
+    return value;
+}
+
+/// Puts decoded samples of a strip or tile at (left, top) into the picture, from sample `first` on.
+void PlaceSamples(Picture& picture, const std::vector<unsigned char>& data, std::uint32_t left, std::uint32_t top,
+                  std::uint32_t columns, std::uint32_t rows, unsigned first, unsigned count) {
+    for (std::uint32_t y = 0; y < rows && top + y < picture.height; ++y) {
+        for (std::uint32_t x = 0; x < columns && left + x < picture.width; ++x) {
+            for (unsigned s = 0; s < count; ++s) {
+                const std::size_t at = (std::size_t{y} * columns + x) * count + s;
+                const std::size_t to = (std::size_t{top + y} * picture.width + left + x) * picture.samples + first + s;
+                std::uint16_t value = 0;
+                if (picture.bits == 8) {
+                    value = data[at];
+                } else {
+                    std::memcpy(&value, &data[2 * at], 2);
+                }
+                picture.values[to] = value;
+            }
+        }
+    }
+}
+
+}  // namespace
+
+void TiffCloser::operator()(tiff* file) const { TIFFClose(file); }
+
+Picture ReadPicture(tiff* file) {
+    Picture picture;
+    TIFFGetField(file, TIFFTAG_IMAGEWIDTH, &picture.width);
+    TIFFGetField(file, TIFFTAG_IMAGELENGTH, &picture.height);
+    picture.samples = Get16(file, TIFFTAG_SAMPLESPERPIXEL);
+    picture.bits = Get16(file, TIFFTAG_BITSPERSAMPLE);
+    std::uint32_t size = 0;
+    const void* icc = nullptr;
+    if (TIFFGetField(file, TIFFTAG_ICCPROFILE, &size, &icc) != 0)
+        picture.icc.assign(static_cast<const char*>(icc), size);
+    if (picture.bits < 8) return picture;
+    if (Get16(file, TIFFTAG_PHOTOMETRIC) == PHOTOMETRIC_YCBCR)
+        TIFFSetField(file, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+    picture.values.resize(std::size_t{picture.width} * picture.height * picture.samples);
+    const bool tiled = TIFFIsTiled(file) != 0;
+    const bool planar = Get16(file, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE;
+    std::uint32_t columns = picture.width, rows = picture.height;
+    if (tiled) {
+        TIFFGetField(file, TIFFTAG_TILEWIDTH, &columns);
+        TIFFGetField(file, TIFFTAG_TILELENGTH, &rows);
+    } else {
+        TIFFGetFieldDefaulted(file, TIFFTAG_ROWSPERSTRIP, &rows);
+        rows = std::min(rows, picture.height);
+    }
+    std::vector<unsigned char> data(static_cast<std::size_t>(tiled ? TIFFTileSize(file) : TIFFStripSize(file)));
+    const unsigned count = planar ? 1 : picture.samples;
+    for (unsigned plane = 0; plane < (planar ? picture.samples : 1); ++plane) {
+        for (std::uint32_t top = 0; top < picture.height; top += rows) {
+            for (std::uint32_t left = 0; left < picture.width; left += columns) {
+                const auto number = tiled ? TIFFComputeTile(file, left, top, 0, static_cast<std::uint16_t>(plane))
+                                          : TIFFComputeStrip(file, top, static_cast<std::uint16_t>(plane));
+                const auto space = static_cast<tmsize_t>(data.size());
+                const tmsize_t got = tiled ? TIFFReadEncodedTile(file, number, data.data(), space)
+                                           : TIFFReadEncodedStrip(file, number, data.data(), space);
+                if (got < 0) throw std::runtime_error("libtiff cannot decode the file");
+                PlaceSamples(picture, data, left, top, columns, rows, plane, count);
+            }
+        }
+    }
+    return picture;
+}
+
+std::vector<Picture> ReadPictures(const std::string& path) {
+    TIFFSetWarningHandler(nullptr);
+    const std::unique_ptr<TIFF, TiffCloser> file(TIFFOpen(path.c_str(), "r"));
+    if (file == nullptr) throw std::runtime_error("libtiff cannot open " + path);
+    std::vector<Picture> pictures;
+    do {
+        pictures.push_back(ReadPicture(file.get()));
+    } while (TIFFReadDirectory(file.get()) != 0);
+    return pictures;
+}
+
+Picture ByEngine(Picture picture, const std::string& profile, int intent, int space) {
+    const auto engine = BoundEngine(profile, intent, space, picture.bits);
+    const std::size_t pixels = picture.values.size() / picture.samples;
+    for (std::size_t p = 0; p < pixels; ++p) {
+        std::uint16_t* sample = &picture.values[p * picture.samples];
+        if (picture.bits == 16) {
+            engine->Conversion(sample, sample, 1);
+            continue;
+        }
+        unsigned char bytes[3] = {static_cast<unsigned char>(sample[0]), static_cast<unsigned char>(sample[1]),
+                                  static_cast<unsigned char>(sample[2])};
+        engine->Conversion(bytes, bytes, 1);
+        for (int c = 0; c < 3; ++c) sample[c] = bytes[c];
+    }
+    return picture;
+}
+
+std::string TagsOf(const std::string& path) {
+    const std::string by = ExifTool({"-api",
+                                     "largefilesupport=1",
+                                     "-a",
+                                     "-u",
+                                     "-U",
+                                     "-G1",
+                                     "-s",
+                                     "-n",
+                                     "--ICC_Profile:all",
+                                     "--ICC-header:all",
+                                     "--System:all",
+                                     "--File:all",
+                                     "--ExifTool:all",
+                                     "--Composite:all",
+                                     "-x",
+                                     "StripOffsets",
+                                     "-x",
+                                     "StripByteCounts",
+                                     "-x",
+                                     "TileOffsets",
+                                     "-x",
+                                     "TileByteCounts",
+                                     "-x",
+                                     "ICC_Profile",
+                                     path});
+    std::string told;
+    for (const std::string& line : Lines(by)) {
+        if (!line.starts_with("[ICC")) told += line + "\n";
+    }
+    EXPECT_NE(told, "") << path;
+    return told +
+           Shell("tiffinfo " + Quoted(path) + " 2>/dev/null | grep -v -e 'at offset' -e 'ICC Profile' -e '^==='");
+}
+
+}  // namespace hueweave::test

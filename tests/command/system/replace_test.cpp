@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Files that are replaced: what comes under their name meanwhile, owners and modes, kills, and folders that fail.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+
+#include "command/support/Command.h"
+#include "command/support/Picture.h"
+
+namespace hueweave::test {
+namespace {
+
+using testing::HasSubstr;
+using Names = std::vector<std::string>;
+namespace fs = std::filesystem;
+
+class ReplaceTest : public testing::Test {
+protected:
+    ReplaceTest() { Shell("tiffcp -s -c none -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_)); }
+    Outcome Convert(Names more, const std::string& faults = "", const std::function<void()>& inChild = {}) const {
+        Names words{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in_};
+        words.insert(words.end(), more.begin(), more.end());
+        auto environment = Faults(faults);
+        environment["HUEWEAVE_FAULT_FROM"] = newcomer_;
+        environment["HUEWEAVE_FAULT_TO"] = newcomersPlace_;
+        return RunProgram({words, "", environment, inChild, {}});
+    }
+    void ExpectConverted(const std::string& path) const { EXPECT_EQ(ReadPictures(path)[0].values, wanted_) << path; }
+    Folder folder_, other_;
+    std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
+    std::string newcomer_ = folder_ / "newcomer", newcomersPlace_;
+    std::vector<std::uint16_t> wanted_ =
+        ByEngine(ReadPictures(Input("photo-8.tif"))[0], Input("scanner.icc"), 0, 8).values;
+};
+
+constexpr const char* kMeanwhile =
+    "was replaced or changed by another program meanwhile, and stays as it is; convert it again\n";
+
+TEST_F(ReplaceTest, AFileThatCameUnderTheNameWhileTheSourceWasReadIsNotLost) {
+    // Before there is an output whose target could be looked at.
+    newcomersPlace_ = in_;
+    WriteBytes(newcomer_, "newer");
+    const Outcome run = Convert({"--in-place"}, "pread:6:-1");
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
+    EXPECT_EQ(FileBytes(in_), "newer");
+    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+}
+
+TEST_F(ReplaceTest, ADryRunRefusesANameThatIsTaken) {
+    WriteBytes(out_, "old");
+    for (const Names& more : {Names{"-o", out_}, Names{"-o", out_, "--dry-run"}}) {
+        const Outcome run = Convert(more);
+        EXPECT_EQ(run.status, 5);
+        EXPECT_EQ(run.err,
+                  "hueweave: " + out_ + ": is there already; replace it with --force, or choose another name\n");
+        EXPECT_EQ(FileBytes(out_), "old");
+    }
+}
+
+TEST_F(ReplaceTest, AFileThatCameUnderTheNameMeanwhileIsNotLost) {
+    // While the new file goes to the disk, and in the call after which it would be named.
+    for (const std::string moment : {"fsync:1:-1", "linkat:1:-1", "tmpfile:0:95,fsync:1:-1"}) {
+        newcomersPlace_ = in_;
+        const std::string source = FileBytes(in_);
+        WriteBytes(newcomer_, "newer");
+        Outcome run = Convert({"--in-place"}, moment);
+        EXPECT_EQ(run.status, 5) << moment;
+        EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
+        EXPECT_EQ(FileBytes(in_), "newer") << moment;
+        EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+        WriteBytes(in_, source);
+
+        newcomersPlace_ = out_;
+        WriteBytes(newcomer_, "newer");
+        WriteBytes(out_, "old");
+        run = Convert({"-o", out_, "--force"}, moment);
+        EXPECT_EQ(run.status, 5) << moment;
+        EXPECT_EQ(run.err, "hueweave: " + out_ + ": " + kMeanwhile);
+        EXPECT_EQ(FileBytes(out_), "newer") << moment;
+        fs::remove(out_);
+
+        // Where nothing stood at first, there is nothing to replace.
+        WriteBytes(newcomer_, "newer");
+        run = Convert({"-o", out_, "--force"}, moment);
+        EXPECT_EQ(run.status, 5) << moment;
+        EXPECT_EQ(run.err, "hueweave: " + out_ + ": " + kMeanwhile);
+        EXPECT_EQ(FileBytes(out_), "newer") << moment;
+        fs::remove(out_);
+        EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+    }
+}
+
+TEST_F(ReplaceTest, AnotherFileOfTheSameSizeAndTimeIsNotLostEither) {
+    std::string newer = FileBytes(in_);
+    newer.back() = static_cast<char>(newer.back() + 1);
+    WriteBytes(newcomer_, newer);
+    fs::last_write_time(newcomer_, fs::last_write_time(in_));
+    newcomersPlace_ = in_;
+    const Outcome run = Convert({"--in-place"}, "fsync:1:-1");
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
+    EXPECT_EQ(FileBytes(in_), newer);
+}
+
+TEST_F(ReplaceTest, AReadOnlyFileStays) {
+    WriteBytes(out_, "precious");
+    chmod(out_.c_str(), 0444);
+    chmod(in_.c_str(), 0444);
+    const std::string source = FileBytes(in_);
+    const std::string reason = ": is read-only; allow writing to it (chmod u+w), or choose another name with -o\n";
+    const auto asUser = [this] {
+        if (geteuid() == 0 && chown(folder_.path().c_str(), 0, 0) != 0) _exit(126);
+        HeedModes();
+    };
+    for (const char* trial : {"-q", "--dry-run"}) {
+        Outcome run = Convert({"-o", out_, "--force", trial}, "", asUser);
+        EXPECT_EQ(run.status, 5);
+        EXPECT_EQ(run.err, "hueweave: " + out_ + reason);
+        run = Convert({"--in-place", trial}, "", asUser);
+        EXPECT_EQ(run.status, 5);
+        EXPECT_EQ(run.err, "hueweave: " + in_ + reason);
+    }
+    EXPECT_EQ(FileBytes(out_), "precious");
+    EXPECT_EQ(FileBytes(in_), source);
+    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif", "out.tif"}));
+}
+
+TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
+    // The superuser keeps any owner or group; for anybody else, the file is theirs already.
+    const std::vector<uid_t> owners = geteuid() == 0 ? std::vector<uid_t>{12345, 0} : std::vector<uid_t>{geteuid()};
+    const gid_t group = geteuid() == 0 ? 12345 : getegid();
+    for (const uid_t owner : owners) {
+        ASSERT_EQ(chown(in_.c_str(), owner, group), 0);
+        chmod(in_.c_str(), 0660);
+        struct stat before {
+        }, after{};
+        stat(in_.c_str(), &before);
+        EXPECT_EQ(Convert({"--in-place", "--force"}).status, 0);
+        stat(in_.c_str(), &after);
+        EXPECT_EQ(std::tie(before.st_uid, before.st_gid, before.st_mode),
+                  std::tie(after.st_uid, after.st_gid, after.st_mode));
+        EXPECT_NE(before.st_ino, after.st_ino);
+    }
+
+    const std::string source = FileBytes(in_);
+    for (const std::string way : {"", "tmpfile:0:95,"}) {
+        const Outcome run = Convert({"--in-place", "--force"}, way + "owner:0:54321,fchown:0:1");
+        EXPECT_EQ(run.status, 5);
+        EXPECT_EQ(run.err, "hueweave: " + in_ +
+                               ": belongs to a user or group that a new file cannot keep (Operation not permitted); "
+                               "convert it as that user, or write to another file with -o\n");
+        EXPECT_EQ(FileBytes(in_), source);
+        EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+    }
+}
+
+TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
+    WriteBytes(folder_ / ".hueweave-notes.tmp", "mine");  // no name of a temporary file
+    WriteBytes(folder_ / ".hueweave-1-2.tmp.tif", "mine");
+    WriteBytes(folder_ / ".hueweave-1-2-3.tmp", "mine");
+    WriteBytes(folder_ / ".hueweave-a-b.tmp", "mine");
+    WriteBytes(other_ / "victim", "mine");
+    fs::create_symlink(other_ / "victim", folder_ / ".hueweave-1-3.tmp");
+    Names stay{".hueweave-1-2-3.tmp", ".hueweave-1-2.tmp.tif", ".hueweave-1-3.tmp"};
+    if (geteuid() == 0) {  // one of another user, which nobody else can make
+        WriteBytes(folder_ / ".hueweave-1-4.tmp", "theirs");
+        ASSERT_EQ(chown((folder_ / ".hueweave-1-4.tmp").c_str(), 12345, 12345), 0);
+        stay.push_back(".hueweave-1-4.tmp");
+    }
+    stay.insert(stay.end(), {".hueweave-a-b.tmp", ".hueweave-notes.tmp"});
+    for (const std::string moment : {"linkat:1:0", "tmpfile:0:95,fsync:1:0"}) {
+        WriteBytes(out_, "old");
+        EXPECT_EQ(Convert({"-o", out_, "--force"}, moment).signal, SIGKILL);
+        EXPECT_EQ(FileBytes(out_), "old");
+        EXPECT_EQ(NamesIn(folder_.path()).size(), stay.size() + 3) << "the test is to leave one behind";
+        const Outcome run = Convert({"-o", out_, "--force"});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_THAT(run.err, HasSubstr("note: " + folder_.path() + ": 1 temporary file of a killed run removed\n"));
+        ExpectConverted(out_);
+        Names wanted = stay;
+        wanted.insert(wanted.end(), {"in.tif", "out.tif"});
+        EXPECT_EQ(NamesIn(folder_.path()), wanted);
+    }
+    EXPECT_EQ(FileBytes(other_ / "victim"), "mine");
+}
+
+TEST_F(ReplaceTest, WithoutProcEverythingIsConverted) {
+    const std::string none = "proc:0:2,linkat:0:2";
+    Outcome run = Convert({"-o", out_, "-q"}, none);
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.status, 0);
+    ExpectConverted(out_);
+    EXPECT_EQ(Convert({"-o", out_}, none).status, 5) << "there already";
+    WriteBytes(out_, "old");
+    EXPECT_EQ(Convert({"-o", out_, "--force"}, none).status, 0);
+    ExpectConverted(out_);
+    EXPECT_EQ(Convert({"--in-place"}, none).status, 0);
+    ExpectConverted(in_);
+    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif", "out.tif"}));
+    // The profile for the engine stands among the temporary files meanwhile.
+    run = RunProgram({{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), Input("photo-8.tif"), "-o",
+                       folder_ / "again.tif", "-q"},
+                      "",
+                      [&] {
+                          auto environment = Faults(none);
+                          environment["TMPDIR"] = other_.path();
+                          return environment;
+                      }(),
+                      {},
+                      {}});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(NamesIn(other_.path()), Names{});
+}
+
+TEST_F(ReplaceTest, WhatDoesNotReachTheDiskIsRefused) {
+    // The file itself, in both ways of writing it.
+    for (const std::string way : {"", "tmpfile:0:95,"}) {
+        WriteBytes(out_, "old");
+        const Outcome run = Convert({"-o", out_, "--force"}, way + "fsync:1:5");
+        EXPECT_EQ(run.status, 5);
+        EXPECT_THAT(run.err, HasSubstr("out.tif: cannot be written (Input/output error)"));
+        EXPECT_EQ(FileBytes(out_), "old");
+        fs::remove(out_);
+    }
+    // Its folder: a new file is not left there, and that an old one is replaced is said.
+    Outcome run = Convert({"-o", out_}, "fsync:2:5");
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err,
+              "hueweave: " + out_ + ": cannot be written (Input/output error); choose another folder with -o\n");
+    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+    // A newcomer under the name is not taken away with it.
+    newcomersPlace_ = out_;
+    WriteBytes(newcomer_, "newer");
+    EXPECT_EQ(Convert({"-o", out_}, "fsync:2:-1,fsync:2:5").status, 5);
+    EXPECT_EQ(FileBytes(out_), "newer");
+    run = Convert({"-o", out_, "--force"}, "fsync:2:5");
+    EXPECT_EQ(run.status, 5);
+    EXPECT_EQ(run.err, "hueweave: " + out_ +
+                           ": is replaced, but may be the old file after a power cut (Input/output error); check the "
+                           "disk\n");
+    ExpectConverted(out_);
+    fs::remove(out_);
+    // A folder that cannot be written through by itself, or be opened, is no failure.
+    EXPECT_EQ(Convert({"-o", out_}, "fsync:2:22").status, 0);
+    fs::remove(out_);
+    chmod(folder_.path().c_str(), 0333);
+    run = Convert({"-o", out_}, "", HeedModes);
+    chmod(folder_.path().c_str(), 0755);
+    EXPECT_EQ(run.status, 0) << run.err;
+    ExpectConverted(out_);
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Writes the seeds of every target into a folder: one folder a target. Fails if they are fewer than they should be.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "Files.h"
+#include "Seeds.h"
+
+namespace hueweave::fuzz {
+namespace {
+
+using test::ByteWriter;
+namespace fs = std::filesystem;
+
+constexpr unsigned long kFewest = 1000;  ///< seeds in all
+
+class Garden {
+public:
+    explicit Garden(fs::path root) : root_(std::move(root)) {}
+    void Plant(const std::string& target, const std::string& name, const Bytes& input) {
+        fs::create_directories(root_ / target);
+        test::WriteFile((root_ / target / name).string(), input);
+        ++count_;
+    }
+    unsigned long Count() const { return count_; }
+
+private:
+    fs::path root_;
+    unsigned long count_ = 0;
+};
+
+/// Bytes that steer a target, the same on every machine.
+Bytes Steering(std::size_t size, unsigned seed) {
+    Bytes bytes(size);
+    std::uint32_t state = seed * 2654435761U + 99;
+    for (unsigned char& byte : bytes) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<unsigned char>(state >> 24);
+    }
+    return bytes;
+}
+
+Bytes Joined(Bytes first, const Bytes& second) { return ByteWriter().Append(first).Append(second).Done(); }
+
+void PlantProfiles(Garden& garden) {
+    unsigned number = 0;
+    SowProfiles([&](const std::string& name, const Bytes& file) {
+        garden.Plant("icc_read", name, file);
+        garden.Plant("icc_roundtrip", name, file);
+        // Building tables takes its time: every third profile for the targets that do.
+        if (++number % 3 == 0) garden.Plant("engine", name, Joined(Steering(40, number), file));
+        if (number % 9 == 0) garden.Plant("api_sequence", name, Joined(Steering(256, number), file));
+        for (unsigned tag = 0; file.size() > 144 && file.size() < 4096 && tag < 14; tag += 5) {
+            const Bytes block(file.begin() + 144, file.end());
+            garden.Plant("icc_tag", name + "-" + std::to_string(tag), Joined({static_cast<unsigned char>(tag)}, block));
+        }
+    });
+    SowCurvedBlocks([&](const std::string& name, const Bytes& block) {
+        garden.Plant("lut_convert", name + "-forth", Joined({1}, block));
+        garden.Plant("lut_convert", name + "-back", Joined({0}, block));
+    });
+    for (unsigned n = 0; n < 12; ++n) {
+        garden.Plant("engine", "sound-" + std::to_string(n), Joined(Steering(40, 1000 + n), SoundProfile(n)));
+        garden.Plant("engine", "curved-" + std::to_string(n), Joined(Steering(40, 2000 + n), CurvedProfile(n)));
+        garden.Plant("api_sequence", "sound-" + std::to_string(n), Joined(Steering(256, 3000 + n), SoundProfile(n)));
+    }
+}
+
+void PlantTiffs(Garden& garden) {
+    unsigned number = 0;
+    SowTiffs([&](const std::string& name, const Bytes& file) {
+        ++number;
+        garden.Plant("tiff_read", name, file);
+        garden.Plant("tiff_roundtrip", name, file);
+        garden.Plant("tiff_pixels", name, Joined(Steering(160, number), file));
+        garden.Plant("icc_embed", name, Joined(Steering(66, number), file));
+        const auto where = static_cast<unsigned char>(number % 4), wide = static_cast<unsigned char>(number / 4 % 2);
+        garden.Plant("convert_file", name, Joined({wide, where, 0, 0}, file));
+    });
+}
+
+void PlantTexts(Garden& garden) {
+    const char* texts[] = {"",
+                           "S\nkey = value\nSend\n",
+                           "S\nkey = value\n",
+                           "S // not a comment here\na=1\nSend\nT\nb==2\nTend",
+                           "//S\nkey=1\nSend\n",
+                           "S\r\nkey=1\r\nSend\r\n",
+                           "S\n// key=1\n  spaced  key = 1 2 3 \nno sign\nSend\n",
+                           "S\nn=-2147483649\nm=99999999999999999999\nk=0x10\nj= +5 \nSend\n",
+                           "end\nx=1\nendend\nend\ny=2\nendend\n",
+                           "S\na=1\nSend\nS\nb=2\nSend\n",
+                           " \t\v\f S rest of the line\na=1\nSend\n"};
+    int number = 0;
+    for (const char* text : texts) {
+        garden.Plant("config", "text-" + std::to_string(number++), ByteWriter().Text(text).Done());
+    }
+    std::string rows = "S\n";
+    for (int n = 0; n < 1002; ++n) rows += "k" + std::to_string(n) + "=\n";
+    garden.Plant("config", "more-rows-than-a-section-has", ByteWriter().Text(rows + "Send\n").Done());
+    const std::string longText(300, 'x');
+    for (const std::size_t size : {126U, 127U, 128U, 129U, 300U}) {
+        garden.Plant("config", "value-of-" + std::to_string(size),
+                     ByteWriter().Text("S\nk=" + longText.substr(0, size) + "\nSend\n").Done());
+    }
+}
+
+void PlantNumbers(Garden& garden) {
+    for (const char* target : {"units_in", "units_grid", "units_out", "clch", "iobuf", "convert_diff"}) {
+        for (unsigned n = 0; n < 40; ++n) {
+            garden.Plant(target, "any-" + std::to_string(n), Steering(40 + 20 * (n % 8), n));
+        }
+        garden.Plant(target, "none", {});
+    }
+}
+
+#ifdef HUEWEAVE_FUZZ_COMMAND
+/// Files for the command; also those that the library takes, of which it refuses most.
+void PlantFilesOfTheCommand(Garden& garden) {
+    unsigned number = 0;
+    const auto tiff = [&](const std::string& name, const Bytes& file) {
+        ++number;
+        const auto tags = static_cast<unsigned char>(number % 4), place = static_cast<unsigned char>(number / 4 % 4);
+        garden.Plant("convert_tiff", name, Joined({tags, place, 0, 0}, file));
+        garden.Plant("tiff_structure", name, Joined(Steering(16, number), file));
+    };
+    SowCommandTiffs(tiff);
+    SowTiffs([&](const std::string& name, const Bytes& file) {
+        if (++number % 5 == 0) tiff("library-" + name, file);
+    });
+    SowCommandProfiles([&](const std::string& name, const Bytes& file) {
+        garden.Plant("convert_profile", name, Joined(Steering(4, ++number), file));
+    });
+    SowDeflated([&](const std::string& name, const Bytes& file) { garden.Plant("deflate", name, file); });
+}
+
+void PlantTextsOfTheCommand(Garden& garden) {
+    const auto plant = [&](const char* target, std::initializer_list<std::string_view> texts) {
+        int number = 0;
+        for (const std::string_view text : texts) {
+            garden.Plant(target, "text-" + std::to_string(number++), ByteWriter().Text(text).Done());
+        }
+    };
+    // A name in front, then what stands in the record.
+    using namespace std::string_view_literals;
+    const auto line = R"({"output":"a.tif","fingerprint":"f","size":17,"modified":1})"sv;
+    const std::string named = "\4aaaaa\1";
+    const std::string many = named + std::string(line) + "\n\n" + std::string(line) + "\n";
+    const std::string deep = named + std::string(3000, '[') + "\n";
+    plant("record",
+          {"", named, many, many.substr(0, 40), deep, named + R"({"output":"b","size":1e400,"modified":0.5})",
+           named + R"({"output_hex":"ff00","output":"x","fingerprint":"f","size":-1,"modified":99999999999999999999})",
+           "\5\xff\xfe\xc2\x9b\x1b\xe2\1" + std::string(line)});
+    plant("arguments", {"", "--help", "--version", "convert\n-o\nout\nin.tif", "convert\n--in-place\nin.tif\n-j\n4",
+                        "convert\n--profile=p.icc\n--to\nadobe-rgb\n--intent\nrelative\n-o\nout\na\nb\n--json",
+                        "convert\n--curve\n@/curve.csv\n--lightness\n5.5\n--hue=-30\n-o\nout\na\n--no-tag",
+                        "convert\n--files-from\n-\n-0\n-o\nout\n--resume\n--shard\n1/4\n--max-memory\n1G",
+                        "convert\n--source=embedded\n--force\n--dry-run\n-q\n-o\nout\n--\n-a", "inspect\na\n--json",
+                        "bake\np.icc\n-o\nq.icc\n--force", "verify\np.icc\n--points\n9\n--limit\n2.5\n--bits\n8",
+                        "verify\np.icc\n--image\na.tif\n--intent=absolute", "spaces\n--json", "convert\n--help"});
+    const auto profile = "8BIM\4\17\0\0\0\0\0\5abcde\0"sv, thumbnail = "8BIM\4\14\2xy\0\0\0\0\4WXYZ"sv;
+    const auto join = [](std::initializer_list<std::string_view> parts) {
+        std::string all("\3\7");
+        for (const std::string_view part : parts) all += part;
+        return all;
+    };
+    plant("photoshop", {join({}), join({profile}), join({thumbnail}), join({profile, thumbnail, profile}),
+                        join({thumbnail, profile, "not a resource"}), join({profile.substr(0, 16)}),
+                        join({profile.substr(0, 17)}), join({"8BIM\4\17\0\0\xff\xff\xff\xff"sv}),
+                        join({"8BIM\4\17\xff"sv}), join({profile, "8BIM\4\17\0\0\0\0\0\0"sv})});
+}
+#endif
+
+}  // namespace
+}  // namespace hueweave::fuzz
+
+int main(int count, char** arguments) {
+    using namespace hueweave::fuzz;
+    if (count != 2) {
+        std::fprintf(stderr, "usage: fuzz_seeds FOLDER\n");
+        return EXIT_FAILURE;
+    }
+    std::error_code ignored;
+    fs::remove_all(arguments[1], ignored);
+    Garden garden(arguments[1]);
+    PlantProfiles(garden);
+    PlantTiffs(garden);
+    PlantTexts(garden);
+    PlantNumbers(garden);
+#ifdef HUEWEAVE_FUZZ_COMMAND
+    PlantFilesOfTheCommand(garden);
+    PlantTextsOfTheCommand(garden);
+#endif
+    std::printf("%lu seeds\n", garden.Count());
+    return garden.Count() < kFewest ? EXIT_FAILURE : EXIT_SUCCESS;
+}

@@ -1,0 +1,122 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) The Hueweave authors
+"""check.py PROGRAMS FILES WORK: runs the examples and looks at what they say.
+
+What one example prints is held against what another reaches on another way: C against Python, a file against a buffer,
+three engines at once against one engine three times. Pictures are read by ImageMagick.
+"""
+import ctypes
+import os
+import pathlib
+import subprocess
+import sys
+import unittest
+
+import numpy
+
+PROGRAMS, FILES, WORK = (pathlib.Path(folder) for folder in sys.argv[1:4])
+PROFILE = str(FILES / "scanner.icc")
+EXAMPLES = pathlib.Path(__file__).resolve().parents[3] / "examples"
+ARRAY = ["/usr/bin/python3", str(EXAMPLES / "convert_array.py")]
+
+
+def run(*command):
+    return subprocess.run([str(word) for word in command], capture_output=True, text=True, check=False)
+
+
+def lines(*command):
+    """The lines of a run that must succeed, without those of loading and unloading."""
+    done = run(*command)
+    if done.returncode != 0:
+        raise AssertionError(f"{command}: {done.returncode}, {done.stderr}")
+    return [line for line in done.stdout.splitlines() if "DllMain" not in line]
+
+
+def first_engine(pixels, intent, encoding, space, shift=None):
+    """Pixels through the first engine of this process, bound anew."""
+    library = ctypes.CDLL(os.environ["HUEWEAVE_LIBRARY"])
+    library.Orvix_Icc_Adjust.argtypes = 3 * [ctypes.c_double] + 3 * [ctypes.c_void_p] + [ctypes.c_int32]
+    matched = numpy.array(pixels)
+    at = matched.ctypes.data_as(ctypes.c_void_p)
+    assert library.Orvix_Icc_SetProfile(os.fsencode(PROFILE), None, intent, encoding, space) == space
+    library.Orvix_Icc_Adjust(*(shift or (0.0, 0.0, 0.0)), None, None, None, 0)
+    assert library.Orvix_Icc_Convert2(at, at, matched.size // 3) == 0
+    return matched.ravel().tolist()
+
+
+def picture(path):
+    """Size and samples of a TIFF file."""
+    size = subprocess.run(["identify", "-format", "%w %h", path], capture_output=True, check=True).stdout
+    data = subprocess.run(["convert", path, "-depth", "8", "rgb:-"], capture_output=True, check=True).stdout
+    return size, numpy.frombuffer(data, dtype="uint8")
+
+
+class Buffers(unittest.TestCase):
+    def test_c_and_python_print_the_same(self):
+        expected = lines(PROGRAMS / "convert_buffer", PROFILE)
+        self.assertEqual(len(expected), 4)
+        self.assertEqual(run(*ARRAY, PROFILE).stdout.splitlines(), expected)
+
+    def test_something_was_converted(self):
+        for line in lines(PROGRAMS / "convert_buffer", PROFILE):
+            before, after8, after16 = ([int(n) for n in part.split()] for part in line.split(" -> "))
+            self.assertNotEqual(before, after8)
+            for narrow, wide in zip(after8, after16):
+                self.assertLess(abs(wide / 257 - narrow), 2)
+
+    def test_python_alone_writes_to_standard_output(self):
+        done = run(*ARRAY, PROFILE)
+        self.assertEqual(done.stderr, "")
+        self.assertEqual([line for line in done.stdout.splitlines() if " -> " not in line], [])
+
+
+class Files(unittest.TestCase):
+    def test_a_file_gets_what_a_buffer_gets(self):
+        source, dest = FILES / "chart-8.tif", WORK / "adobe.tif"
+        self.assertEqual(lines(PROGRAMS / "convert_file", PROFILE, source, dest)[-1],
+                         f"{dest}: {dest.stat().st_size} bytes")
+        size, before = picture(source)
+        after_size, after = picture(dest)
+        self.assertEqual(after_size, size)
+        self.assertEqual(after.tolist(), first_engine(before, 1, 0, 22))
+
+    def test_refuses_what_is_no_picture(self):
+        text = WORK / "text.tif"
+        text.write_text("no picture")
+        for source in (text, WORK / "missing.tif"):
+            done = run(PROGRAMS / "convert_file", PROFILE, source, WORK / "never.tif")
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(str(source), done.stderr)
+
+
+class Engines(unittest.TestCase):
+    def test_three_at_once_are_one_three_times(self):
+        scan = numpy.array([128, 128, 128, 200, 40, 40, 12, 90, 160], dtype="uint8")
+        printed = {line.split()[0]: [int(n) for n in line.split()[1:]]
+                   for line in lines(PROGRAMS / "three_engines", PROFILE)}
+        self.assertEqual(printed, {
+            "plain": first_engine(scan, 0, 0, 8),
+            "lighter": first_engine(scan, 0, 0, 8, (5.0, 10.0, 0.0)),
+            "adobe16": first_engine(scan.astype("uint16") * 257, 0, 1, 23),
+        })
+        self.assertGreater(sum(printed["lighter"][:3]), sum(printed["plain"][:3]))
+
+
+class Refusals(unittest.TestCase):
+    def test_a_profile_that_is_not_there_is_named(self):
+        missing, chart = str(WORK / "missing.icc"), FILES / "chart-8.tif"
+        for command in ([PROGRAMS / "convert_buffer", missing], [PROGRAMS / "three_engines", missing],
+                        [PROGRAMS / "convert_file", missing, chart, WORK / "never.tif"], [*ARRAY, missing]):
+            done = run(*command)
+            self.assertEqual(done.returncode, 1, command)
+            self.assertIn(missing, done.stderr)
+
+    def test_usage(self):
+        for name in ("convert_buffer", "convert_file", "three_engines"):
+            done = run(PROGRAMS / name)
+            self.assertEqual(done.returncode, 2)
+            self.assertIn(f"usage: {name}", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

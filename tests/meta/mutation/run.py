@@ -1,0 +1,334 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Changes the library or the command one small piece at a time and sees whether a test fails.
+
+run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE] [--every] [--suites NAME,...]
+
+Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support} and
+apps/hueweave, or over those of them whose path contains SUBSTRING, and for each builds the suites that look at it and
+runs them until one fails. Prints a line a mutant, then the share of killed mutants. The lines stand in
+FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged already. A mutant that does
+not compile is not counted; one that makes a suite take a minute longer than it takes without is killed by it. With
+--guards the mutants are those of a list, see tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of broken
+files looks at the library as well.
+
+With --every all suites run to their end, and FOLDER/kills.txt names every test that notices a mutant, from which cover.py
+chooses the tests that are enough. --suites takes the suites NAME,... for all places.
+"""
+import argparse
+import concurrent.futures
+import filecmp
+import hashlib
+import json
+import os
+import pathlib
+import queue
+import re
+import shutil
+import signal
+import subprocess
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "Source/tiff", "Source/support",
+           "apps/hueweave")
+# The suite of the command takes a minute of one processor. So the tests that know a file best go first, then the seeds
+# and findings of the fuzz targets, and then all tests.
+COMMAND = ["command:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
+           "fuzz_convert_profile", "fuzz_convert_tiff", "command"]
+FIRST = {
+    "Budget": "Structure*:Budget*:Limits*", "TagRules": "Tags*", "TiffPage": "Structure*:Tags*:Refusal*:Limits*",
+    "TiffStructure": "Structure*:OutputCheck*:Limits*:*Refused*", "PageProfiles": "Structure*:Limits*:Shared*:Metadata*",
+    "OutputCheck": "OutputCheck*", "DecoderFile": "Decoder*", "TiffDecoder": "Decoder*:Damage*",
+    "WebpSize": "Webp*:Decoder*", "DeflateReader": "Damage*:Decoder*:*DeflateTest*:Limits*",
+    "PhotoshopResources": "Structure*:Photoshop*", "Resume": "Record*:Resume*", "LineReader": "LineReader*:Record*",
+    "FileAccess": "Signals*:Record*:Replace*:Safety*:Exceptions*", "StandardStreams": "Streams*:*ClosedStreams*",
+    "OutputFile": "Replace*:Safety*", "TemporaryFiles": "Replace*:Named*", "Signals": "Signals*:Safety*:Streams*",
+    "Refusal": "OneLine*:JsonLine*", "JsonNames": "JsonLine*:Batch*", "Lcms": "*AllocationTest*:Profiles*",
+    "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:Refusal*:*AllocationTest*",
+}
+OTHERS_FIRST = "Batch*:Profiles*:Refusal*:*Usage*:Photoshop*:Metadata*:Tags*:Resume*"
+# By folder, or by file where it stands in none.
+SUITES = {
+    "engine": ["unit_engine", "pipeline", "abi", "hostile"],
+    "units": ["unit_units", "pipeline", "unit_engine"],
+    "color": ["unit_color", "unit_units", "pipeline"],
+    "iccfile": ["unit_iccfile", "unit_engine", "pipeline", "hostile_alloc", "hostile"],
+    "tiff": ["unit_tiff", "pipeline", "unit_engine", "hostile_io", "hostile_alloc", "hostile"],
+    "support": ["unit_support"],
+    "hueweave": COMMAND,
+}
+PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/", "command": "command/"}
+# An array of one more entry is the same array: its declared size is no place for a mutant.
+ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+\*?(?: const)? \w+((?:\[\w+\])+)(?= ?[;={])")
+# By folder.
+GUARD_SUITES = {
+    "engine": ["hostile", "unit_engine", "hostile_alloc"],
+    "iccfile": ["unit_iccfile", "hostile"],
+    "tiff": ["unit_tiff", "hostile", "hostile_io"],
+    "units": ["unit_units", "unit_engine", "hostile"],
+    "color": ["unit_color", "hostile"],
+    "support": ["hostile", "unit_support"],
+    "base": ["unit_units", "unit_iccfile", "unit_tiff", "unit_engine", "hostile"],
+    "hueweave": COMMAND,
+}
+# A step past an array is seen, as the sanitizers of `make test-all` see it, and ends the process without a library
+# that would have to live in the command's sandbox.
+FLAGS = "-O1 -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
+# A mutant may do anything with the paths that its tests name, such as /dev/null as an output. What the superuser runs
+# therefore sees the machine read-only, but for its own tree ($1) and temporary files; where that cannot be had, no
+# suite passes and nothing is judged.
+READ_ONLY = ("unshare", "--mount", "sh", "-ec",
+             'mount --bind /tmp /tmp; mount --bind "$1" "$1"; mount --rbind /dev /dev; mount -o remount,bind,ro /dev; '
+             'mount -o remount,bind,ro /; cd "$1"; shift; exec "$@"', "sh")
+BUILD_SECONDS = 3600
+MOST_ENDS = 12  # of a program, until the tests behind them are given up
+MORE_SECONDS = 60  # than the suite takes without a mutant: then it hangs
+# What is found, and what takes its place.
+SWAPS = [
+    (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
+    (r"(?<=[\w\)\]] )>(?= [\w\(\-])", ">="), (r"(?<= )>=(?= )", ">"),
+    (r"==", "!="), (r"!=", "=="), (r"&&", "||"), (r"\|\|", "&&"),
+    (r" \+ 0\.5\b", ""), (r" \+ 128\.0\b", ""), (r" \+ 1\b", " - 1"), (r" - 1\b", " + 1"),
+    (r"\b65535\b", "65536"), (r"\b65536\b", "65535"), (r"\b65280\b", "65535"), (r"\b32768\b", "32767"),
+    (r"\b4095\b", "4096"), (r"\b4096\b", "4095"), (r"\b255\b", "256"), (r"\b256\b", "255"),
+    (r"<< 8\b", "<< 7"), (r">> 8\b", ">> 7"), (r">> 12\b", ">> 11"), (r"<< 16\b", "<< 15"),
+    (r" \* (?=[\w\(])", " / "), (r" / (?=[\w\(])", " * "), (r" \+ (?=[a-zA-Z\(])", " - "), (r" - (?=[a-zA-Z\(])", " + "),
+    (r"\bmin\b", "max"), (r"\bmax\b", "min"), (r"\+= ", "-= "),
+]
+
+
+def last_digit(match):
+    text = match.group(0)
+    return text[:-1] + str((int(text[-1]) + 1) % 10)
+
+
+def sites(path):
+    """Every mutant of a file: (line number, changed line, what was done)."""
+    found = []
+    for number, line in enumerate(path.read_text().splitlines()):
+        code = line.split("//")[0]
+        if not code.strip() or code.lstrip().startswith(("#", "template", "static_assert", "using ", "namespace")):
+            continue
+        array = ARRAY.match(code)
+        if array:
+            code = code[: array.start(1)] + " " * len(array.group(1)) + code[array.end(1):]
+        for pattern, replacement in SWAPS:
+            for match in re.finditer(pattern, code):
+                found.append((number, line[: match.start()] + replacement + line[match.end():],
+                              f"{match.group(0).strip()} -> {replacement.strip() or 'nothing'}"))
+        for match in re.finditer(r"(?<![\w.'\"])\d+\.\d+\b", code):
+            changed = last_digit(match)
+            found.append((number, line[: match.start()] + changed + line[match.end():], f"{match.group(0)} -> {changed}"))
+        for match in re.finditer(r"(?<=case )\d+|(?<=return )\d+(?=;)|(?<=\[)\d+(?=\])|(?<=, )\d+(?=[,)}])|(?<=\{)\d+(?=[,}])", code):
+            changed = str(int(match.group(0)) + 1)
+            found.append((number, line[: match.start()] + changed + line[match.end():], f"{match.group(0)} -> {changed}"))
+    return found
+
+
+def all_mutants():
+    mutants = []
+    for folder in FOLDERS:
+        for path in sorted(path for path in (ROOT / folder).rglob("*.*") if path.suffix in (".cpp", ".h")):
+            mutants += [(path.relative_to(ROOT), *site) for site in sites(path)]
+    return mutants
+
+
+def listed_guards(path):
+    """The mutants of a list: a guard and what takes its place."""
+    mutants = []
+    for line in path.read_text().splitlines():
+        if not line or line.startswith("#"):
+            continue
+        place, change = line.split(" | ", 1)
+        old, new = change.split(" ==>", 1)
+        name, _, nth = place.partition(":")
+        lines = (ROOT / name).read_text().splitlines()
+        places = [number for number, text in enumerate(lines) if old in text]
+        if len(places) < int(nth or 1) or (not nth and len(places) != 1) or lines[places[int(nth or 1) - 1]].count(old) != 1:
+            raise SystemExit(f"{place}: not there, or not once: {old}")
+        number = places[int(nth or 1) - 1]
+        mutants.append((pathlib.Path(name), number, lines[number].replace(old, new.strip()), f"{old} ==>{new}"))
+    return mutants
+
+
+def copy_changed(source, target):
+    """As a new file, so that what an earlier run built from a mutant of it is built again."""
+    if not os.path.exists(target) or not filecmp.cmp(source, target, shallow=False):
+        shutil.copyfile(source, target)
+        shutil.copymode(source, target)
+
+
+class Worker:
+    """One copy of the tree, built once and then a piece at a time."""
+
+    def __init__(self, folder, suites):
+        self.tree = folder
+        shutil.copytree(ROOT, folder, ignore=shutil.ignore_patterns("build", ".git"), dirs_exist_ok=True,
+                        copy_function=copy_changed)
+        launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
+        self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder), CCACHE_NOHASHDIR="1")
+        self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF", f"-DCMAKE_CXX_FLAGS_RELEASE={FLAGS}",
+                 *launcher)
+        if any(suite.startswith("fuzz_") for suite in suites):
+            self.build("fuzz_seeds")
+            self.run("build/release/tests/fuzz/fuzz_seeds", "build/release/tests/fuzz/seeds")
+        self.limits = {}
+        for suite in suites:
+            if self.build(suite) != 0:
+                raise SystemExit(f"{folder}: {suite} cannot be built")
+            start = time.monotonic()
+            if self.suite_fails(suite):
+                raise SystemExit(f"{folder}: {suite} fails as it is and can judge nothing")
+            self.limits[suite] = time.monotonic() - start + MORE_SECONDS
+
+    def run(self, *command, seconds=BUILD_SECONDS, output=subprocess.DEVNULL):
+        """The exit status; what is still running then, or after the time, is ended."""
+        process = subprocess.Popen(command, cwd=self.tree, env=self.environment, stdin=subprocess.DEVNULL,
+                                   stdout=output, stderr=subprocess.DEVNULL, start_new_session=True)
+        try:
+            return process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            return -1
+        finally:
+            try:
+                os.killpg(process.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            process.wait()
+
+    def build(self, suite):
+        return self.run("ninja", "-C", "build/release", "-j1", suite.removesuffix(":first"))
+
+    def suite_fails(self, suite, file=""):
+        name = suite.removesuffix(":first")
+        tests = FIRST.get(file, OTHERS_FIRST) if suite != name else "*"
+        return self.program_fails(suite, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={tests}")
+
+    def program_fails(self, suite, *options, output=subprocess.DEVNULL):
+        name = suite.removesuffix(":first")
+        if name.startswith("fuzz_"):
+            target = name.removeprefix("fuzz_")
+            command = [f"build/release/tests/fuzz/{name}", f"build/release/tests/fuzz/seeds/{target}",
+                       f"tests/fuzz/findings/{target}"]
+        else:
+            command = [f"build/release/tests/{PLACES.get(name, '')}{name}", *options]
+        if os.geteuid() == 0:
+            command = [*READ_ONLY, str(self.tree), *command]
+        return self.run(*command, seconds=self.limits.get(suite, BUILD_SECONDS), output=output) != 0
+
+    def killers(self, suite):
+        """Every test of a suite that fails. One during which the program ends is left out of the next try."""
+        found = set()
+        for _ in range(MOST_ENDS):
+            left = "*" + (f"-{':'.join(sorted(found))}" if found else "")
+            with open(self.tree / "build" / "tests.txt", "w+") as log:
+                if not self.program_fails(suite, f"--gtest_filter={left}", output=log):
+                    break
+                log.seek(0)
+                lines = log.read().splitlines()
+            running, failed = None, set()
+            for line in lines:
+                begin = re.match(r"\[ RUN      \] (\S+)", line)
+                end = re.match(r"\[  (     OK|FAILED ) \] ([^\s,]+)", line)
+                if begin:
+                    running = begin.group(1)
+                elif end and end.group(2) == running:
+                    failed |= {running} if end.group(1) == "FAILED " else set()
+                    running = None
+            found |= failed
+            if running is None:
+                break
+            found.add(running)
+        return {f"{suite} {test}" for test in found}
+
+    def verdict(self, relative, number, changed, every=False):
+        path = self.tree / relative
+        original = path.read_text()
+        lines = original.splitlines()
+        lines[number] = changed
+        path.write_text("\n".join(lines) + "\n")
+        try:
+            if every:
+                suites = [suite for suite in SUITES[relative.parts[1]] if not suite.endswith(":first")]
+                if any(self.build(suite) != 0 for suite in suites):
+                    return "does not compile"
+                found = sorted(test for suite in suites for test in self.killers(suite))
+                return "killed by " + "|".join(found) if found else "SURVIVED"
+            for suite in SUITES[relative.parts[1]]:
+                if self.build(suite) != 0:
+                    return "does not compile"
+                if self.suite_fails(suite, relative.stem):
+                    return f"killed by {suite}"
+            return "SURVIVED"
+        finally:
+            path.write_text(original)
+
+
+def drawn(mutants, seed):
+    """In an order that follows from each mutant and the seed alone: a change elsewhere leaves the draw as it is."""
+    return sorted(mutants, key=lambda m: hashlib.sha256(f"{seed} {m[0]} {m[2].strip()} {m[3]}".encode()).digest())
+
+
+def described(mutant):
+    relative, number, changed, what = mutant
+    return f"{relative}:{number + 1}: {what}    {changed.strip()}"
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("--count", type=int, default=300)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--only", default="")
+    parser.add_argument("--guards", type=pathlib.Path)
+    parser.add_argument("--every", action="store_true")
+    parser.add_argument("--suites", default="")
+    arguments = parser.parse_args()
+
+    mutants = [m for m in (listed_guards(arguments.guards) if arguments.guards else all_mutants())
+               if arguments.only in str(m[0])]
+    if arguments.guards:
+        SUITES.clear()
+        SUITES.update(GUARD_SUITES)
+    else:
+        mutants = drawn(mutants, arguments.seed)[: arguments.count]
+    if arguments.suites:
+        SUITES.update(dict.fromkeys(SUITES, arguments.suites.split(",")))
+    suites = sorted({suite for mutant in mutants for suite in SUITES[mutant[0].parts[1]]})
+    idle = queue.Queue()
+    for job in range(arguments.jobs):
+        idle.put(Worker(arguments.folder.resolve() / f"worker-{job}", suites))
+    verdicts = {}
+    judged = arguments.folder / ("kills.txt" if arguments.every else "mutants.txt")
+    if judged.exists():
+        for line in judged.read_text().splitlines():
+            verdict, mutant = line.split("\t", 1)
+            verdicts[mutant] = verdict.split()[0]
+    report = open(judged, "a")
+
+    def judge(mutant):
+        worker = idle.get()
+        relative, number, changed, _ = mutant
+        try:
+            verdict = worker.verdict(relative, number, changed, arguments.every)
+        finally:
+            idle.put(worker)
+        return verdict, described(mutant)
+
+    with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+        waiting = [pool.submit(judge, mutant) for mutant in mutants if described(mutant) not in verdicts]
+        for done in concurrent.futures.as_completed(waiting):
+            verdict, mutant = done.result()
+            print(f"{verdict[:120]:30} {mutant}", flush=True)
+            report.write(f"{verdict}\t{mutant}\n")
+            report.flush()
+            verdicts[mutant] = verdict.split()[0]
+    words = [verdicts[described(mutant)] for mutant in mutants]
+    killed, survived = words.count("killed"), words.count("SURVIVED")
+    print(f"{killed} killed, {survived} survived of {killed + survived}: {100 * killed / max(killed + survived, 1):.1f} %")
+
+
+if __name__ == "__main__":
+    main()

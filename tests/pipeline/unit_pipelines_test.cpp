@@ -1,0 +1,213 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Runs of pixels through the units as a caller may drive them: input tables, grid, output tables, for 3, 4, 6 and 7
+// channels, with every buffer compared with the reference word for word.
+#include "pipeline/UnitFamily.h"
+
+namespace hueweave::test {
+namespace {
+
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::OutputTable33;
+using ICC40::ICCFILE::ColorSpaceSignature;
+
+/// The codes of a stride: 8-bit source with bytes and words behind it, then 16-bit source.
+struct Codes {
+    int byteToByte, byteToWord, wordToByte, wordToWord;
+};
+Codes CodesOf(int outputs) {
+    const int first = outputs == 3 ? 257 : outputs == 4 ? 259 : outputs == 6 ? 261 : 263;
+    return {first, first + 1, first + 256, first + 257};
+}
+
+void ExpectWords(const UnitFamily& family, const Words& pixels) {
+    const Bytes source = BytesOf(pixels);
+    const auto count = static_cast<int>(pixels.size() / 3);
+    family.Expect(CodesOf(family.outputs).wordToByte, source, count);
+    family.Expect(CodesOf(family.outputs).wordToWord, source, count);
+}
+
+void ExpectBytes(const UnitFamily& family, const Bytes& pixels) {
+    const auto count = static_cast<int>(pixels.size() / 3);
+    family.Expect(CodesOf(family.outputs).byteToByte, pixels, count);
+    family.Expect(CodesOf(family.outputs).byteToWord, pixels, count);
+}
+
+/// The form that makes bytes of all tables of a stride.
+void MakeBytes(UnitFamily& family) {
+    if (family.outputs == 3) {
+        EXPECT_EQ(family.output->OutputRGB8(), family.plainOutput.Apply(Form::Rgb8, 0));
+    } else if (family.outputs == 4) {
+        EXPECT_EQ(family.output->OutputCMYK_8(), family.plainOutput.Apply(Form::Cmyk8, 0));
+    } else if (family.outputs == 6) {
+        EXPECT_EQ(family.output->OutputCLR6_8(), family.plainOutput.Apply(Form::Clr6_8, 0));
+    } else {
+        EXPECT_EQ(family.output->OutputCLR7_8(), family.plainOutput.Apply(Form::Clr7_8, 0));
+    }
+}
+
+struct FamilyShape {
+    int outputs, points, inputEntries, outputEntries;
+    friend std::ostream& operator<<(std::ostream& out, const FamilyShape& shape) {
+        return out << "3" << shape.outputs << ", " << shape.points << " points, " << shape.inputEntries << " and "
+                   << shape.outputEntries << " entries";
+    }
+};
+
+class UnitPipelineTest : public testing::TestWithParam<FamilyShape> {
+protected:
+    void SetUp() override {
+        const FamilyShape shape = GetParam();
+        PlainLut lut = ScatteredLut(shape.outputs, shape.points, shape.inputEntries, shape.outputEntries, 5);
+        RaiseCurves(lut);
+        family_.Load(lut);
+    }
+    UnitFamily family_{GetParam().outputs};
+};
+
+TEST_P(UnitPipelineTest, GivesTheReferenceSamplesAfterEachUnit) {
+    ExpectWords(family_, WordPixels(GetParam().points, 6));
+    EXPECT_EQ(family_.input->Change_Lut16_To_Lut8(), 0);
+    family_.plainInput.ToLut8();
+    ExpectBytes(family_, BytePixels(7));
+    MakeBytes(family_);
+    ExpectBytes(family_, BytePixels(8));
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, UnitPipelineTest,
+                         testing::Values(FamilyShape{3, 2, 2, 2}, FamilyShape{3, 5, 2, 2}, FamilyShape{3, 9, 2, 2},
+                                         FamilyShape{3, 17, 2, 2}, FamilyShape{3, 25, 2, 2}, FamilyShape{3, 33, 2, 2},
+                                         FamilyShape{4, 2, 2, 2}, FamilyShape{4, 9, 2, 2}, FamilyShape{4, 17, 2, 2},
+                                         FamilyShape{4, 33, 2, 2}, FamilyShape{6, 5, 2, 2}, FamilyShape{6, 9, 2, 2},
+                                         FamilyShape{6, 17, 2, 2}, FamilyShape{6, 33, 2, 2}, FamilyShape{7, 9, 2, 2},
+                                         FamilyShape{7, 17, 2, 2}, FamilyShape{7, 25, 2, 2}, FamilyShape{7, 33, 2, 2}));
+INSTANTIATE_TEST_SUITE_P(Curves, UnitPipelineTest,
+                         testing::Values(FamilyShape{3, 17, 3, 3}, FamilyShape{3, 33, 17, 256},
+                                         FamilyShape{3, 9, 256, 17}, FamilyShape{3, 16, 4096, 4096},
+                                         FamilyShape{3, 2, 256, 4096}, FamilyShape{4, 17, 17, 3},
+                                         FamilyShape{4, 5, 4096, 256}, FamilyShape{4, 33, 3, 4096},
+                                         FamilyShape{6, 9, 3, 256}, FamilyShape{6, 25, 256, 17},
+                                         FamilyShape{6, 33, 4096, 3}, FamilyShape{7, 2, 17, 4096},
+                                         FamilyShape{7, 17, 256, 256}, FamilyShape{7, 33, 4096, 17}));
+
+class LabPipelineTest : public testing::TestWithParam<int> {};
+
+TEST_P(LabPipelineTest, SignedSamplesGoThroughTheRearrangedTables) {
+    PlainLut lut = ScatteredLut(GetParam(), 17, 17, 17, 9);
+    const auto tag = TagOf(lut);
+    for (int space : {2, 3}) {
+        UnitFamily family(GetParam());
+        family.Load(lut);
+        EXPECT_EQ(family.input->Initial(tag.get(), static_cast<ColorSpaceSignature>(space)), 0);
+        family.plainInput.Load(lut, space);
+        EXPECT_EQ(family.input->Bits, family.plainInput.bits);
+        if (GetParam() == 3) {
+            const bool bytes = space == 2;
+            EXPECT_EQ(bytes ? family.output->OutputLab_8() : family.output->OutputLab_16(),
+                      family.plainOutput.Apply(bytes ? Form::Lab8 : Form::Lab16, 0));
+        }
+        if (space == 2) {
+            ExpectBytes(family, BytePixels(10));
+        } else {
+            ExpectWords(family, WordPixels(17, 11));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Strides, LabPipelineTest, testing::Values(3, 4, 6, 7));
+
+/// Runs a form on the unit.
+int ApplyTo(OutputTable33& unit, Form form, ColorSpaceSignature space) {
+    switch (form) {
+        case Form::Gamma100:
+            return unit.OutputGamma100(space);
+        case Form::Gamma180:
+            return unit.OutputGamma180(space);
+        case Form::Gamma180_16:
+            return unit.OutputGamma180_16(space);
+        case Form::Srgb:
+            return unit.OutputGamma_sRGB();
+        case Form::Srgb_16:
+            return unit.OutputGamma_sRGB_16();
+        case Form::KodakPhoto:
+            return unit.OutputGamma_KodakPhoto();
+        case Form::KodakPhoto_16:
+            return unit.OutputGamma_KodakPhoto_16();
+        case Form::KodakMix:
+            return unit.OutputGamma_KodakMix();
+        case Form::KodakMix_16:
+            return unit.OutputGamma_KodakMix_16();
+        case Form::KodakText:
+            return unit.OutputGamma_KodakText();
+        default:
+            return unit.OutputGamma_KodakText_16();
+    }
+}
+
+class TonePipelineTest : public testing::TestWithParam<Form> {};
+
+TEST_P(TonePipelineTest, FreshTablesTakeTheToneCurve) {
+    UnitFamily family(3);
+    const PlainLut lut = ScatteredLut(3, 9, 2, 2, 12);
+    family.Load(lut);
+    family.output->ResetTable();
+    family.plainOutput.Reset();
+    EXPECT_EQ(ApplyTo(*family.output, GetParam(), CsAppleRGB_Gamma180_8), family.plainOutput.Apply(GetParam(), 26));
+    ExpectWords(family, WordPixels(9, 13));
+    family.input->Change_Lut16_To_Lut8();
+    family.plainInput.ToLut8();
+    ExpectBytes(family, BytePixels(14));
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, TonePipelineTest,
+                         testing::Values(Form::Gamma100, Form::Gamma180, Form::Gamma180_16, Form::Srgb, Form::Srgb_16,
+                                         Form::KodakPhoto, Form::KodakPhoto_16, Form::KodakMix, Form::KodakMix_16,
+                                         Form::KodakText, Form::KodakText_16));
+
+class CopiedPipelineTest : public testing::TestWithParam<int> {};
+
+TEST_P(CopiedPipelineTest, TablesCopiedFromThreeChannelsServeEveryStride) {
+    const PlainLut lut = ScatteredLut(GetParam(), 17, 256, 2, 15);
+    const auto tag = TagOf(lut);
+    UnitFamily family(GetParam());
+    family.Load(lut);
+    const auto first = std::make_unique<InputTable33>();
+    EXPECT_EQ(first->Initial(tag.get(), CsRGB_8), 0);
+    family.input = MakeInput(GetParam());
+    EXPECT_EQ(family.input->Initial(first.get()), 0);
+    EXPECT_EQ(family.input->Bits, 8);
+    family.plainInput.ToLut8();
+    ExpectBytes(family, BytePixels(16));
+}
+
+INSTANTIATE_TEST_SUITE_P(Strides, CopiedPipelineTest, testing::Values(3, 4, 6, 7));
+
+class ReloadedPipelineTest : public testing::TestWithParam<int> {};
+
+TEST_P(ReloadedPipelineTest, ASecondTableReplacesTheFirst) {
+    UnitFamily family(GetParam());
+    family.Load(ScatteredLut(GetParam(), 33, 4096, 300, 19));
+    family.Load(ScatteredLut(GetParam(), 9, 2, 2, 20));
+    ExpectWords(family, WordPixels(9, 21));
+    family.Load(ScatteredLut(GetParam(), 5, 17, 3, 22));
+    ExpectWords(family, WordPixels(5, 23));
+}
+
+INSTANTIATE_TEST_SUITE_P(Strides, ReloadedPipelineTest, testing::Values(3, 4, 6, 7));
+
+class NarrowLutPipelineTest : public testing::TestWithParam<int> {};
+
+TEST_P(NarrowLutPipelineTest, ChannelsThatTheTableLacksAreZeroBehindAWiderGrid) {
+    for (int outputs = 1; outputs < GetParam(); ++outputs) {
+        UnitFamily family(GetParam());
+        const PlainLut lut = ScatteredLut(outputs, 9, 2, 3, 17);
+        family.Load(lut);
+        ExpectWords(family, WordPixels(9, 18));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Strides, NarrowLutPipelineTest, testing::Values(4, 6, 7));
+
+}  // namespace
+}  // namespace hueweave::test
