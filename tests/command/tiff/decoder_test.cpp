@@ -274,6 +274,13 @@ TEST(WebpSizeTest, StandsInTheHeadOfEachKind) {
     EXPECT_EQ(tool::WebpSize({'R', 'I', 'F', 'F'}), std::nullopt);
 }
 
+TEST(WebpSizeTest, OtherContainersHaveNone) {
+    for (const std::string container : {"RIFFxxxxWAVE", "RIFXxxxxWEBP", "RIFXxxxxWAVE"}) {
+        const std::string head = container + std::string("VP8X\0\0\0\0\0\0\0\0\x0f\0\0\7\0\0", 18);
+        EXPECT_EQ(tool::WebpSize(tool::Bytes(head.begin(), head.end())), std::nullopt) << container;
+    }
+}
+
 TEST_F(DecoderTest, AStripOfRowsIsDecodedByOneHandleAPage) {
     Make("tiffcp -L -s -c lzw -r 16 $photo $out");
     const Picture wanted = ReadPictures(in_)[0];

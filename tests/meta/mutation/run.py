@@ -45,6 +45,7 @@ FIRST = {
     "FileAccess": "Signals*:Record*:Replace*:Safety*:Exceptions*", "StandardStreams": "Streams*:*ClosedStreams*",
     "OutputFile": "Replace*:Safety*", "TemporaryFiles": "Replace*:Named*", "Signals": "Signals*:Safety*:Streams*",
     "Refusal": "OneLine*:JsonLine*", "JsonNames": "JsonLine*:Batch*", "Lcms": "*AllocationTest*:Profiles*",
+    "Bake": "Colours*:Profiles*", "Compare": "Colours*:Profiles*", "OutputProfile": "OutputProfile*:Profiles*",
     "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:Refusal*:*AllocationTest*",
 }
 OTHERS_FIRST = "Batch*:Profiles*:Refusal*:*Usage*:Photoshop*:Metadata*:Tags*:Resume*"
