@@ -84,30 +84,17 @@ Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double
     work.WriteText(profile, cmsSigCopyrightTag, "No copyright, use freely");
     work.Write(profile, cmsSigMediaWhitePointTag, cmsD50_XYZ());
 
-    // The matrix is adapted to D50 already; the tag tells from which white, as version 4 wants.
+    // The matrix is adapted to D50 already; the tag tells from which white, as version 4 wants. Its columns are the
+    // adapted unit vectors.
     const cmsCIExyY d65{0.3127, 0.3290, 1.0};
     cmsCIEXYZ source = *cmsD50_XYZ();
     if (space.primaries != ColorLch::ColorSpace_ColorMatchRGB) cmsxyY2XYZ(&source, &d65);
-    const double bradford[3][3] = {{0.8951, 0.2664, -0.1614}, {-0.7502, 1.7135, 0.0367}, {0.0389, -0.0685, 1.0296}};
-    const double back[3][3] = {
-        {0.9869929, -0.1470543, 0.1599627}, {0.4323053, 0.5183603, 0.0492912}, {-0.0085287, 0.0400428, 0.9684867}};
-    std::array<double, 3> ratio{};
-    for (std::size_t i = 0; i < 3; ++i) {
-        const auto cone = [&](const cmsCIEXYZ& w) {
-            return bradford[i][0] * w.X + bradford[i][1] * w.Y + bradford[i][2] * w.Z;
-        };
-        ratio[i] = cone(*cmsD50_XYZ()) / cone(source);
-    }
-    std::array<cmsCIEXYZ, 3> adaptation{};
-    for (std::size_t r = 0; r < 3; ++r) {
-        const auto at = [&](std::size_t c) {
-            double sum = 0;
-            for (std::size_t k = 0; k < 3; ++k) sum += back[r][k] * ratio[k] * bradford[k][c];
-            return sum;
-        };
-        adaptation[r] = {at(0), at(1), at(2)};
-    }
-    work.Write(profile, cmsSigChromaticAdaptationTag, adaptation.data());
+    constexpr cmsCIEXYZ kUnits[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    std::array<cmsCIEXYZ, 3> columns{};
+    for (std::size_t c = 0; c < 3; ++c) cmsAdaptToIlluminant(&columns[c], &source, cmsD50_XYZ(), &kUnits[c]);
+    const auto& [x, y, z] = columns;
+    const cmsCIEXYZ adaptation[] = {{x.X, y.X, z.X}, {x.Y, y.Y, z.Y}, {x.Z, y.Z, z.Z}};
+    work.Write(profile, cmsSigChromaticAdaptationTag, adaptation);
 
     const ColorLch::Matrix& m = PrimariesOf(space.primaries);
     constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
