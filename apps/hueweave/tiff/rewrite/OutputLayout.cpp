@@ -3,6 +3,7 @@
 #include "tiff/rewrite/OutputLayout.h"
 
 #include <algorithm>
+#include <span>
 
 #include "system/Refusal.h"
 #include "system/Signals.h"
@@ -144,17 +145,12 @@ std::uint64_t OutputLayout::PlaceAgain(std::size_t page, std::uint64_t segment) 
 }
 
 std::uint64_t OutputLayout::Place(std::uint64_t size) {
-    std::size_t chosen = free_.size() - 1;
-    for (std::size_t i = cursor_; i < std::min(free_.size(), cursor_ + kLookAhead); ++i) {
-        const std::uint64_t pad = free_[i].offset % 2;
-        if (free_[i].size >= size + pad) {
-            chosen = i;
-            break;
-        }
-        // Strips are of much the same size: a stretch that is used up is not looked at again.
-        if (i == cursor_ && free_[i].size < size / 4 && cursor_ + 1 < free_.size()) ++cursor_;
-    }
-    Extent& stretch = free_[chosen];
+    // Strips are of much the same size: a stretch that is used up is not looked at again.
+    while (cursor_ + 1 < free_.size() && free_[cursor_].size < size / 4) ++cursor_;
+    const auto tried = std::span(free_).subspan(cursor_).first(std::min(kLookAhead, free_.size() - cursor_));
+    const auto fitting = std::find_if(tried.begin(), tried.end(),
+                                      [&](const Extent& free) { return free.size >= size + free.offset % 2; });
+    Extent& stretch = fitting != tried.end() ? *fitting : free_.back();
     const std::uint64_t pad = stretch.offset % 2;
     const std::uint64_t offset = stretch.offset + pad;
     if (!structure_.form().bigTiff && offset + size > kClassicLimit) {
