@@ -7,9 +7,9 @@
  * the call passes after the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO, of -2 after 50
  * milliseconds; for -3, -4 and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. The calls are
  * pread, pwrite, fsync, fdatasync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile,
- * which is open with O_TMPFILE, proc, which is access below /proc, and owner, where lstat tells of the errno as the
- * owner. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write to, is no longer empty when
- * a fault with a number has struck.
+ * which is open with O_TMPFILE, proc, which is access below /proc, and owner and user, where lstat tells of the errno
+ * as the owner and geteuid as the user. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not
+ * write to, is no longer empty when a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -151,6 +151,13 @@ static int Look(const char* name, const char* path, struct stat* status) {
 int lstat(const char* path, struct stat* status) { return Look("lstat", path, status); }
 /* On a machine of 64 bits, both have the same layout. */
 int lstat64(const char* path, struct stat64* status) { return Look("lstat64", path, (struct stat*)status); }
+
+uid_t geteuid(void) {
+    static atomic_int count;
+    const int user = Fault("user", &count);
+    uid_t (*next)(void) = (uid_t(*)(void))Next("geteuid");
+    return user > 0 ? (uid_t)user : next();
+}
 
 int ftruncate(int file, off_t size) {
     FAULT_OR_PASS("ftruncate")

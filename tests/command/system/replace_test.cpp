@@ -160,6 +160,17 @@ TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
     }
 }
 
+TEST_F(ReplaceTest, ADryRunTellsOfAnOwnerThatCannotBeKept) {
+    // A user who is not the superuser keeps a file of their own, and no other.
+    const uid_t owner = geteuid() == 0 ? 54321 : geteuid();
+    ASSERT_EQ(chown(in_.c_str(), owner, getegid()), 0);
+    EXPECT_EQ(Convert({"--in-place", "--dry-run"}, "user:0:" + std::to_string(owner)).status, 0);
+    const Outcome run = Convert({"--in-place", "--dry-run"}, "user:0:" + std::to_string(owner + 1));
+    EXPECT_EQ(run.status, 5);
+    EXPECT_THAT(run.err, HasSubstr(in_ + ": belongs to a user or group that a new file cannot keep"));
+    EXPECT_EQ(Convert({"-o", out_, "--dry-run"}, "user:0:" + std::to_string(owner + 1)).status, 0);
+}
+
 TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
     WriteBytes(folder_ / ".hueweave-notes.tmp", "mine");  // no name of a temporary file
     WriteBytes(folder_ / ".hueweave-1-2.tmp.tif", "mine");
