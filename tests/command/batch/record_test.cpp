@@ -206,6 +206,8 @@ TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
     EXPECT_EQ(read(large + "\nb\n", 5), (List{"xxxxxx", "b"}));
     EXPECT_EQ(read("a\n" + large, 5), (List{"a", "xxxxxx"}));
     EXPECT_EQ(read(large + "\n" + large, 200000), (List{large, large}));
+    // A block of 64 KiB ends within the line, where it is as long as a line may be.
+    EXPECT_EQ(read(std::string((std::size_t{64} << 10) - 5, '\n') + "123456\n", 5).back(), "123456");
     LineReader none(-1, '\n', 5);
     std::string line;
     EXPECT_FALSE(none.Next(line));

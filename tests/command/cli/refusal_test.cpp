@@ -201,6 +201,8 @@ INSTANTIATE_TEST_SUITE_P(
                     BadWords{"NoNumber", {"convert", "x", "-o", "y", "--hue", "nan"}, "--hue"},
                     BadWords{"BothOutputs", {"convert", "x", "-o", "y", "--in-place"}, "exclude each other"},
                     BadWords{"BitsWithoutANumber", {"verify", "x", "--bits", ""}, "--bits"},
+                    BadWords{"OnePoint", {"verify", "x", "--points", "1"}, "--points"},
+                    BadWords{"TooManyPoints", {"verify", "x", "--points", "66"}, "--points"},
                     BadWords{"ZeroThreads", {"convert", "x", "-o", "y", "-j", "0"}, "--jobs"},
                     BadWords{"BadShard", {"convert", "x", "-o", "y", "--shard", "5/4"}, "--shard 5/4"},
                     BadWords{"BadMemory", {"convert", "x", "-o", "y", "--max-memory", "lots"}, "--max-memory lots"},

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 // Colours against numbers that are worked out from the device's formula: the table of a baked profile, the differences
 // that verify tells, and the adaptation to D50 in the profile of an output.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <lcms2.h>
 
@@ -11,11 +12,11 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
+#include "colour/OutputProfile.h"
 #include "command/support/Command.h"
 #include "command/support/DeviceProfiles.h"
 #include "command/support/Picture.h"
 #include "command/support/TiffMaker.h"
-#include "colour/OutputProfile.h"
 
 namespace hueweave::test {
 namespace {
@@ -45,18 +46,24 @@ protected:
 };
 
 TEST_F(ColoursTest, NodesOfABakedTableStandAtStepsOfLight) {
-    // A gamma of 563/256, and steps of its light to the power 2/3.
-    const Outcome run = Hueweave({"bake", Input("wide.icc"), "-o", baked_});
+    // A profile of AdobeRGB's primaries, each channel with a gamma of its own, and steps of light to the power 2/3.
+    constexpr Triple kGamma{2.203125, 2.1875, 2.25};
+    const cmsHPROFILE device = cmsOpenProfileFromFile(Input("wide.icc").c_str(), "r");
+    constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
+    constexpr cmsTagSignature kTones[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
+    Columns columns;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const auto* xyz = static_cast<const cmsCIEXYZ*>(cmsReadTag(device, kColorants[c]));
+        columns[c] = {xyz->X, xyz->Y, xyz->Z};
+        cmsToneCurve* tone = cmsBuildGamma(nullptr, kGamma[c]);
+        cmsWriteTag(device, kTones[c], tone);
+        cmsFreeToneCurve(tone);
+    }
+    ASSERT_TRUE(cmsSaveProfileToFile(device, profile_.c_str()));
+    cmsCloseProfile(device);
+    const Outcome run = Hueweave({"bake", profile_, "-o", baked_});
     ASSERT_EQ(run.status, 0);
     ASSERT_NE(run.err.find("in steps of light to the power 2/3;"), std::string::npos) << run.err;
-    const cmsHPROFILE wide = cmsOpenProfileFromFile(Input("wide.icc").c_str(), "r");
-    Columns columns;
-    for (const auto& [c, tag] : {std::pair{0, cmsSigRedColorantTag}, std::pair{1, cmsSigGreenColorantTag},
-                                 std::pair{2, cmsSigBlueColorantTag}}) {
-        const auto* xyz = static_cast<const cmsCIEXYZ*>(cmsReadTag(wide, tag));
-        columns[static_cast<std::size_t>(c)] = {xyz->X, xyz->Y, xyz->Z};
-    }
-    cmsCloseProfile(wide);
     const cmsHPROFILE profile = cmsOpenProfileFromFile(baked_.c_str(), "r");
     std::vector<unsigned char> table(cmsReadRawTag(profile, cmsSigAToB0Tag, nullptr, 0));
     cmsReadRawTag(profile, cmsSigAToB0Tag, table.data(), static_cast<cmsUInt32Number>(table.size()));
@@ -72,7 +79,7 @@ TEST_F(ColoursTest, NodesOfABakedTableStandAtStepsOfLight) {
     };
     int wrong = 0;
     for (std::size_t i = 0; i < std::size_t{3} * 4096; ++i) {
-        wrong += differs(65535.0 * std::pow(static_cast<double>(i % 4096) / 4095.0, 563.0 / 256.0 * 2.0 / 3.0));
+        wrong += differs(65535.0 * std::pow(static_cast<double>(i % 4096) / 4095.0, kGamma[i / 4096] * 2.0 / 3.0));
     }
     EXPECT_EQ(wrong, 0) << "entries of the curves";
     const auto light = [](int n) { return std::pow(n / 32.0, 1.5); };
@@ -136,6 +143,33 @@ TEST_F(ColoursTest, VerifyTellsTheColourOfEachSampleAndTheDifference) {
         EXPECT_NEAR(told["p99"], differences[4], 0.01);
         EXPECT_NEAR(told["maximum"], differences[4], 0.01);
         EXPECT_EQ(told["clipped"], 0);
+    }
+}
+
+TEST_F(ColoursTest, VerifyCountsWhatLiesOutsideTheSpace) {
+    // Of AdobeRGB's corners, sRGB holds black and white alone.
+    const Outcome run = Hueweave({"verify", Input("wide.icc"), "--points", "2"});
+    EXPECT_THAT(run.out, testing::HasSubstr("Outside the space and cut to it: 6 of 8 (75.0 %)"));
+}
+
+TEST_F(ColoursTest, TheCurvesOfALookHaveAnEntryASampleOrEnough) {
+    // Of the encoding's samples: of 8 bits, or of 16; the mix has 256 steps at both depths.
+    struct Row {
+        const char *space, *in;
+        cmsUInt32Number entries;
+    };
+    for (const Row& row : {Row{"kodak-photo", "photo-8.tif", 256}, Row{"kodak-photo", "photo-16.tif", 4096},
+                           Row{"kodak-mix", "photo-8.tif", 256}, Row{"kodak-mix", "photo-16.tif", 256}}) {
+        const std::string out = folder_ / "out.tif";
+        ASSERT_EQ(Hueweave({"convert", "--profile", Input("scanner.icc"), "--to", row.space, Input(row.in), "-o", out,
+                            "--force"})
+                      .status,
+                  0);
+        const std::string icc = ReadPictures(out)[0].icc;
+        const cmsHPROFILE profile = cmsOpenProfileFromMem(icc.data(), static_cast<cmsUInt32Number>(icc.size()));
+        const auto* curve = static_cast<const cmsToneCurve*>(cmsReadTag(profile, cmsSigGreenTRCTag));
+        EXPECT_EQ(cmsGetToneCurveEstimatedTableEntries(curve), row.entries) << row.space << " " << row.in;
+        cmsCloseProfile(profile);
     }
 }
 
