@@ -147,7 +147,8 @@ Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory
     const auto number = [&](std::uint16_t tag, std::uint64_t fallback) {
         return structure.Number(directory, tag, fallback);
     };
-    Json page{{"width", number(tag::Width, 0)}, {"height", number(tag::Height, 0)}};
+    const std::uint64_t height = number(tag::Height, 0);
+    Json page{{"width", number(tag::Width, 0)}, {"height", height}};
     page["colours"] = PhotometricName(static_cast<unsigned>(number(tag::Photometric, 0xffff)));
     page["samples"] = number(tag::SamplesPerPixel, 1);
     page["bits"] = number(tag::BitsPerSample, 1);
@@ -156,7 +157,7 @@ Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory
     if (directory.Find(tag::TileWidth) != nullptr) {
         page["tiles"] = {number(tag::TileWidth, 0), number(tag::TileHeight, 0)};
     } else {
-        page["rows a strip"] = std::min(number(tag::RowsPerStrip, number(tag::Height, 0)), number(tag::Height, 0));
+        page["rows a strip"] = std::min(number(tag::RowsPerStrip, height), height);
     }
     page["orientation"] = number(tag::Orientation, 1);
     return page;
