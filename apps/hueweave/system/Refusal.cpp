@@ -28,8 +28,8 @@ Decoded Decode(std::string_view text) {
         if ((byte(at) & 0xc0U) != 0x80) return {lead, 1};
         code = code << 6 | (byte(at) & 0x3fU);
     }
-    constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // of that length; less is no UTF-8
-    if (code < kLeast[length]) return {lead, 1};
+    constexpr unsigned kLeast[] = {0x80, 0x800, 0x10000};  // of two, three and four bytes; less is no UTF-8
+    if (code < kLeast[length - 2]) return {lead, 1};
     return {code, length};
 }
 

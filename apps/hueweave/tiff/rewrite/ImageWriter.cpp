@@ -84,7 +84,7 @@ bool ImageWriter::RowsFitInMemory() const {
 }
 
 void ImageWriter::ConvertPixels(unsigned char* data, std::uint64_t pixels, unsigned samples) const {
-    converter_.Convert(data, static_cast<std::size_t>(pixels), samples, page_.premultiplied && samples > 3);
+    converter_.Convert(data, static_cast<std::size_t>(pixels), samples, page_.premultiplied);
 }
 
 void ImageWriter::Measure(const unsigned char* data, unsigned samples, std::uint64_t segment, std::uint32_t row,
