@@ -52,6 +52,13 @@ TEST_F(InspectTest, OneStripHoldsAllRowsUnlessATagTellsOtherwise) {
     }
 }
 
+TEST_F(InspectTest, ListsStandOnOneLine) {
+    TiffMaker tiff;
+    tiff.Page({TiffMaker::Long(256, 9), TiffMaker::Long(322, 32), TiffMaker::Long(323, 16)});
+    tiff.Save(file_);
+    EXPECT_THAT(Hueweave({"inspect", file_}).out, testing::HasSubstr(" tiles: [32,16]\n"));
+}
+
 TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
     WriteLinkProfile(file_);
     EXPECT_EQ(Told()["class"], "link");

@@ -285,6 +285,15 @@ TEST_F(MetadataTest, AnAssociatedAlphaIsTakenOutOfTheColoursAndMultipliedInAgain
     EXPECT_EQ(after.values[3], 128);
 }
 
+TEST_F(MetadataTest, AnAlphaThatIsToldOfAndNotThereIsNone) {
+    Shell("tiffcp -p separate -s -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));
+    Shell("tiffset -s 338 1 1 " + Quoted(in_));
+    const Outcome run = Convert();
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(ReadPictures(out_)[0].values,
+              ByEngine(ReadPictures(Input("photo-8.tif"))[0], Input("scanner.icc"), 0, 8).values);
+}
+
 TEST_F(MetadataTest, APlaceBeyondFourGigabytesIsNoLimitInABigTiff) {
     // The image data of a small BigTIFF, moved past 4 GiB: a sparse file.
     Shell("tiffcp -8 -s -c none -r 238 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));

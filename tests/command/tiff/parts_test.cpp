@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 // Parts of the command by themselves.
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -12,6 +13,7 @@
 
 #include "batch/InputList.h"
 #include "batch/Report.h"
+#include "colour/Lcms.h"
 #include "colour/OutputProfile.h"
 #include "colour/Spaces.h"
 #include "command/support/Command.h"
@@ -115,6 +117,17 @@ TEST(OneLineTest, MarksOfDirectionAndSeparatorsDoNotReachTheTerminal) {
          {"\u061b", "\u061d", "\u200d", "\u2010", "\u2027", "\u202f", "\u2065", "\u206a", "\u00a0"}) {
         EXPECT_EQ(OneLine(letter), letter);
     }
+}
+
+TEST(LcmsWorkTest, AllItsMemoryIsFreedWithIt) {
+    const auto work = [] {
+        LcmsWork lcms;
+        lcms.Write(lcms.NewProfile(4.3, cmsSigDisplayClass, cmsSigXYZData), cmsSigRedTRCTag, lcms.Gamma(2.2));
+    };
+    for (int i = 0; i < 10; ++i) work();  // what is kept for the next one
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < 100; ++i) work();
+    EXPECT_EQ(mallinfo2().uordblks, before);
 }
 
 TEST(SignalsTest, EachOfThreeIsNotedUnlessItIsIgnored) {
