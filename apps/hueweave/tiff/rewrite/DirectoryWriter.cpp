@@ -98,7 +98,7 @@ std::uint64_t DirectoryWriter::PlaceOf(const NewEntry& change, const TiffEntry* 
 TiffEntry DirectoryWriter::PlanEntry(std::uint16_t wanted, const NewEntry& change, const TiffEntry* before) {
     const std::size_t inside = structure_.form().OffsetSize();
     const std::size_t item = std::max<std::size_t>(1, TypeSize(change.type));
-    TiffEntry entry{wanted, change.type, change.data->size() / item, {}, change.data->size(), 0};
+    TiffEntry entry{wanted, change.type, change.data->size() / item, {}, change.data->size(), {}};
     if (change.data->size() <= inside) {
         std::copy(change.data->begin(), change.data->end(), entry.value.begin());
     } else {
