@@ -167,6 +167,25 @@ TEST_F(ProfilesTest, TheEmbeddedProfileIsTheDefaultAndTheGivenOneWins) {
         Hueweave({"convert", "--profile", baked, "--source", "require-match", in_, "-o", other, "--force"}).status, 0);
 }
 
+TEST_F(ProfilesTest, EachPageIsConvertedByItsOwnProfile) {
+    const std::string baked = folder_ / "baked.icc", pages = folder_ / "pages.tif";
+    ASSERT_EQ(Hueweave({"bake", Input("matrix.icc"), "-o", baked}).status, 0);
+    const std::string profiles[] = {Input("scanner.icc"), baked, Input("scanner.icc")};
+    std::string all;
+    for (int i = 0; i < 3; ++i) {
+        const std::string page = Quoted(folder_ / ("page" + std::to_string(i) + ".tif"));
+        Shell("convert-im6 " + Quoted(in_) + " -profile " + Quoted(profiles[i]) + " -compress none " + page);
+        all += page + " ";
+    }
+    Shell("tiffcp " + all + Quoted(pages));
+    ASSERT_EQ(Hueweave({"convert", pages, "-o", out_}).status, 0);
+    const std::vector<Picture> before = ReadPictures(pages), after = ReadPictures(out_);
+    ASSERT_EQ(after.size(), 3U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(ByEngine(before[i], profiles[i], 0, 9).values, after[i].values) << i;
+    }
+}
+
 struct SpaceRow {
     const char* name;
     int code8;  ///< of the public header; the 16-bit one follows it; 0 for the one that a table makes
