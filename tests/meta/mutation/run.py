@@ -8,9 +8,9 @@ Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color
 apps/hueweave, or over those of them whose path contains SUBSTRING, and for each builds the suites that look at it and
 runs them until one fails. Prints a line a mutant, then the share of killed mutants. The lines stand in
 FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged already. A mutant that does
-not compile is not counted; one that makes a suite take a minute longer than it takes without is killed by it. With
---guards the mutants are those of a list, see tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of broken
-files looks at the library as well.
+not compile is not counted; one that makes a suite take a minute longer than it takes without is killed by it, and its
+line says "too slow", since a busy machine does the same. With --guards the mutants are those of a list, see
+tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of broken files looks at the library as well.
 
 With --every all suites run to their end, and FOLDER/kills.txt names every test that notices a mutant, from which cover.py
 chooses the tests that are enough. --suites takes the suites NAME,... for all places.
@@ -85,6 +85,7 @@ READ_ONLY = ("unshare", "--mount", "sh", "-ec",
 BUILD_SECONDS = 3600
 MOST_ENDS = 12  # of a program, until the tests behind them are given up
 MORE_SECONDS = 60  # than the suite takes without a mutant: then it hangs
+TOO_LONG = -1000  # in place of an exit status
 # What is found, and what takes its place.
 SWAPS = [
     (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
@@ -179,7 +180,7 @@ class Worker:
             if self.build(suite) != 0:
                 raise SystemExit(f"{folder}: {suite} cannot be built")
             start = time.monotonic()
-            if self.suite_fails(suite):
+            if self.suite_status(suite):
                 raise SystemExit(f"{folder}: {suite} fails as it is and can judge nothing")
             self.limits[suite] = time.monotonic() - start + MORE_SECONDS
 
@@ -190,7 +191,7 @@ class Worker:
         try:
             return process.wait(seconds)
         except subprocess.TimeoutExpired:
-            return -1
+            return TOO_LONG
         finally:
             try:
                 os.killpg(process.pid, signal.SIGKILL)
@@ -201,12 +202,12 @@ class Worker:
     def build(self, suite):
         return self.run("ninja", "-C", "build/release", "-j1", suite.removesuffix(":first"))
 
-    def suite_fails(self, suite, file=""):
+    def suite_status(self, suite, file=""):
         name = suite.removesuffix(":first")
         tests = FIRST.get(file, OTHERS_FIRST) if suite != name else "*"
-        return self.program_fails(suite, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={tests}")
+        return self.program_status(suite, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={tests}")
 
-    def program_fails(self, suite, *options, output=subprocess.DEVNULL):
+    def program_status(self, suite, *options, output=subprocess.DEVNULL):
         name = suite.removesuffix(":first")
         if name.startswith("fuzz_"):
             target = name.removeprefix("fuzz_")
@@ -216,7 +217,7 @@ class Worker:
             command = [f"build/release/tests/{PLACES.get(name, '')}{name}", *options]
         if os.geteuid() == 0:
             command = [*READ_ONLY, str(self.tree), *command]
-        return self.run(*command, seconds=self.limits.get(suite, BUILD_SECONDS), output=output) != 0
+        return self.run(*command, seconds=self.limits.get(suite, BUILD_SECONDS), output=output)
 
     def killers(self, suite):
         """Every test of a suite that fails. One during which the program ends is left out of the next try."""
@@ -224,7 +225,7 @@ class Worker:
         for _ in range(MOST_ENDS):
             left = "*" + (f"-{':'.join(sorted(found))}" if found else "")
             with open(self.tree / "build" / "tests.txt", "w+") as log:
-                if not self.program_fails(suite, f"--gtest_filter={left}", output=log):
+                if not self.program_status(suite, f"--gtest_filter={left}", output=log):
                     break
                 log.seek(0)
                 lines = log.read().splitlines()
@@ -259,8 +260,9 @@ class Worker:
             for suite in SUITES[relative.parts[1]]:
                 if self.build(suite) != 0:
                     return "does not compile"
-                if self.suite_fails(suite, relative.stem):
-                    return f"killed by {suite}"
+                status = self.suite_status(suite, relative.stem)
+                if status != 0:
+                    return f"killed by {suite}" + (" (too slow)" if status == TOO_LONG else "")
             return "SURVIVED"
         finally:
             path.write_text(original)
