@@ -46,6 +46,7 @@ FIRST = {
     "OutputFile": "Replace*:Safety*", "TemporaryFiles": "Replace*:Named*", "Signals": "Signals*:Safety*:Streams*",
     "Refusal": "OneLine*:JsonLine*", "JsonNames": "JsonLine*:Batch*", "Lcms": "*AllocationTest*:Profiles*",
     "Bake": "Colours*:Profiles*", "Compare": "Colours*:Profiles*", "OutputProfile": "OutputProfile*:Profiles*",
+    "OutputLayout": "OutputLayout*:Metadata*",
     "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:Refusal*:*AllocationTest*",
 }
 OTHERS_FIRST = "Batch*:Profiles*:Refusal*:*Usage*:Photoshop*:Metadata*:Tags*:Resume*"
