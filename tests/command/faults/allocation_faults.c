@@ -47,14 +47,17 @@ int posix_memalign(void** memory, size_t alignment, size_t size) {
 
 static int (*realMain)(int, char**, char**);
 
-static int CountedMain(int count, char** words, char** environment) {
-    begun = 1;
-    return realMain(count, words, environment);
-}
-
 static void Tell(void) {
     begun = 0;
     if (seen >= 0) dprintf(seen, "%ld", atomic_load(&calls));
+}
+
+static int CountedMain(int count, char** words, char** environment) {
+    /* Registered here, so that it comes before what a build that counts lines writes at the end: that crashes without
+     * memory. */
+    atexit(Tell);
+    begun = 1;
+    return realMain(count, words, environment);
 }
 
 int __libc_start_main(int (*entry)(int, char**, char**), int count, char** words, void (*init)(void),
@@ -69,7 +72,6 @@ int __libc_start_main(int (*entry)(int, char**, char**), int count, char** words
     }
     const char* name = getenv("HUEWEAVE_ALLOCATIONS_SEEN");
     if (name != NULL && *name != 0) seen = open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    atexit(Tell);
     realMain = entry;
     return next(CountedMain, count, words, init, fini, rtldFini, stackEnd);
 }
