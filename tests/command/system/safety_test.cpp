@@ -172,6 +172,8 @@ TEST_F(SafetyTest, AFolderThatIsMissingOrReadOnly) {
     EXPECT_EQ(NamesIn(shut), Names{});
 }
 
+// Where lines are counted, the limit would cut the files of the counts as well.
+#ifndef HUEWEAVE_COUNTS_LINES
 TEST_F(SafetyTest, ALimitOnTheSizeOfFilesIsAnErrorAndNoDeath) {
     const auto limit = [](rlim_t bytes) {
         return [bytes] {
@@ -191,6 +193,7 @@ TEST_F(SafetyTest, ALimitOnTheSizeOfFilesIsAnErrorAndNoDeath) {
     EXPECT_EQ(run.status, 5);
     EXPECT_EQ(FileBytes(out_), "precious");
 }
+#endif
 
 TEST_F(SafetyTest, AFullDisk) {
     const std::string disk = folder_ / "disk";
