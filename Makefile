@@ -44,11 +44,13 @@ test-%:
 
 # The flags leave out the branches that the compiler adds for exceptions and in destructors that nobody wrote, which no
 # source line shows.
+coverage_flags := --root ../.. --exclude-throw-branches --exclude-unreachable-branches \
+	--exclude-branches-by-pattern '.*~\w+\(\) (override )?= default;.*|^(class|struct) \w+.*\{$$'
 coverage: test-coverage
-	cd build/coverage && gcovr --root ../.. --filter '../../Source/' --filter '../../apps/' \
-		--exclude-throw-branches --exclude-unreachable-branches \
-		--exclude-branches-by-pattern '.*~\w+\(\) (override )?= default;.*|^(class|struct) \w+.*\{$$' \
-		--txt --print-summary --html-details coverage.html .
+	@cd build/coverage && gcovr $(coverage_flags) --filter '../../Source/' --filter '../../apps/' --json coverage.json \
+		--html-details coverage.html .
+	@cd build/coverage && for folder in Source apps; do \
+		gcovr $(coverage_flags) --filter "../../$$folder/" --add-tracefile coverage.json --txt --print-summary; done
 	@echo "build/coverage/coverage.html"
 
 bench:
