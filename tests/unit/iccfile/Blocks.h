@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -18,12 +19,14 @@
 #include "iccfile/LutTags.h"
 #include "iccfile/SimpleTags.h"
 #include "support/ByteWriter.h"
+#include "support/Matchers.h"
 #include "support/TempDir.h"
 
-// Blocks of every tag type and whole profiles, for the tests of this folder.
+// Blocks of every tag type and whole profiles, sound or not, for the tests of this folder.
 namespace hueweave::test::icc {
 
 using ICC40::ICC4_HEADER::Signature;
+using ICC40::ICC4_HEADER::TypeName;
 using ICC40::ICCFILE::CChad;
 using ICC40::ICCFILE::CCurveType;
 using ICC40::ICCFILE::CDataType;
@@ -36,16 +39,37 @@ using ICC40::ICCFILE::CXYZType;
 using ICC40::ICCFILE::IccFile4;
 using ICC40::ICCFILE::iccTagBase;
 using ICC40::ICCFILE::icTagSignature;
-using ICC40::ICCFILE::IsA2B;
 using ICC40::ICCFILE::ProfileHeader;
-using Entries = std::vector<unsigned>;  ///< 16-bit values
+using Values = std::vector<unsigned>;  ///< 8-bit or 16-bit
 using Strings = std::vector<std::string>;
+
+/// The base class of the tags and all that derive from it, and their names in the list of tests.
+using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
+                               CLut16Type, CLut8Type, CLut>;
+struct NameOfTag {
+    template <typename Tag>
+    static std::string GetName(int index) {
+        static const char* const names[] = {"iccTagBase", "CTextType", "CTextDescriptionType", "CXYZType",  "CDataType",
+                                            "CCurveType", "CChad",     "CLut16Type",           "CLut8Type", "CLut"};
+        return names[index];
+    }
+};
+
+// --- words
 
 inline std::uint32_t Word(std::string_view four) {
     const char name[5] = {four.at(0), four.at(1), four.at(2), four.at(3), '\0'};
     return Signature(name);
 }
 inline icTagSignature Name(std::string_view four) { return static_cast<icTagSignature>(Word(four)); }
+inline std::uint32_t TypeOf(const iccTagBase& tag) { return static_cast<std::uint32_t>(tag.sig); }
+
+inline unsigned Big16(const Bytes& bytes, std::size_t at) { return bytes.at(at) * 256U + bytes.at(at + 1); }
+inline std::uint32_t Big32(const Bytes& bytes, std::size_t at) {
+    return Big16(bytes, at) * 65536U + Big16(bytes, at + 2);
+}
+
+// --- blocks
 
 /// The first bytes of a block, or the block with zeros behind it; never with room to spare.
 inline Bytes Cut(const Bytes& block, std::size_t size) {
@@ -58,58 +82,29 @@ inline Bytes Part(const Bytes& bytes, std::size_t at, std::size_t size) {
     for (std::size_t i = 0; i < size; ++i) part.push_back(bytes.at(at + i));
     return part;
 }
+inline std::size_t RoundedUp(std::size_t size) { return (size + 3) / 4 * 4; }
 
-/// Lets a tag take a block.
-template <typename Tag>
-unsigned Load(Tag& tag, std::string_view name, Bytes block) {
-    return tag.Initial(Name(name), block.data(), static_cast<int>(block.size()));
-}
-inline Bytes DataOf(const iccTagBase& tag) {
-    return tag.tagSize == 0 ? Bytes() : Bytes(tag.tagData.get(), tag.tagData.get() + tag.tagSize);
-}
-template <typename Value>
-std::vector<unsigned> ValuesOf(const Value& array, std::size_t from, std::size_t count) {
-    std::vector<unsigned> values;
-    for (std::size_t i = 0; i < count; ++i) values.push_back(array[from + i]);
-    return values;
-}
-
-/// The three tables of a LUT tag, of one or two bytes an entry.
-template <typename Lut>
-bool HasNone(const Lut& lut) {
-    return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
-}
-template <typename Lut>
-bool HasAll(const Lut& lut) {
-    return lut.inputTable != nullptr && lut.clutTable != nullptr && lut.outputTable != nullptr;
-}
-
-/// The base class and all that derive from it.
-using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
-                               CLut16Type, CLut8Type, CLut>;
-
-/// A block of any type whose bytes behind the type are all different from their neighbours.
+/// A block of any type whose bytes behind the type all differ from their neighbours.
 inline Bytes Block(std::string_view type, std::size_t size, unsigned seed = 1) {
     ByteWriter block;
     block.Text(type);
     while (block.Size() < size) block.U8((static_cast<unsigned>(block.Size()) * 37 + seed) & 0xffU);
     return Cut(block.Done(), size);
 }
-inline Bytes CurveBlock(const Entries& entries) {
+inline Bytes CurveBlock(const Values& entries) {
     ByteWriter block;
     block.Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(entries.size()));
     for (const unsigned entry : entries) block.Big16(entry);
     return block.Done();
 }
 
-/// The value that stands at a place of the tables behind a LUT block's counts; its two bytes differ.
-inline unsigned Nth(std::size_t place, unsigned width = 2) {
-    const auto value = static_cast<unsigned>(place * 40503U + 258U);
-    return width == 2 ? value & 0xffffU : value >> 3 & 0xffU;
-}
-inline std::vector<unsigned> NthFrom(std::size_t place, std::size_t count, unsigned width = 2) {
-    std::vector<unsigned> values;
-    for (std::size_t i = 0; i < count; ++i) values.push_back(Nth(place + i, width));
+/// `count` values for tables of `width` bytes an entry, the same for the same place; the two bytes of each differ.
+inline Values TableValues(std::size_t place, std::size_t count, unsigned width = 2) {
+    Values values;
+    for (std::size_t i = place; i < place + count; ++i) {
+        const auto value = static_cast<unsigned>(i * 40503U + 258U);
+        values.push_back(width == 2 ? value & 0xffffU : value >> 3 & 0xffU);
+    }
     return values;
 }
 
@@ -120,14 +115,14 @@ struct MftSpec {
     std::optional<std::size_t> values{};  ///< entries in all; without it what the counts ask for
 
     std::size_t Cube() const { return std::size_t{points} * points * points; }
-    std::size_t Values() const { return std::size_t{inEntries} * in + Cube() * out + std::size_t{outEntries} * out; }
-    std::size_t Need() const { return 52 + Values() * width; }
+    std::size_t Asked() const { return std::size_t{inEntries} * in + Cube() * out + std::size_t{outEntries} * out; }
+    static std::uint32_t Matrix(std::uint32_t i) { return 0xfff01234U + i * 0x01020304U; }
     Bytes Done() const {
         ByteWriter block;
         block.Text(type).Big32(0xdeadbeefU).U8(in).U8(out).U8(points).U8(0xa5);
-        for (std::uint32_t i = 0; i < 9; ++i) block.Big32(0xfff01234U + i * 0x01020304U);
+        for (std::uint32_t i = 0; i < 9; ++i) block.Big32(Matrix(i));
         block.Big16(inEntries).Big16(outEntries);
-        for (const unsigned value : NthFrom(0, values.value_or(Values()), width)) {
+        for (const unsigned value : TableValues(0, values.value_or(Asked()), width)) {
             width == 2 ? block.Big16(value) : block.U8(value);
         }
         return block.Done();
@@ -152,17 +147,17 @@ public:
         return *this;
     }
     /// Curves 2 x entries + 14 bytes apart, which is where they are looked for.
-    AbBlock& Curves(std::size_t place, const std::vector<Entries>& curves) {
+    AbBlock& Curves(std::size_t place, const std::vector<Values>& curves) {
         ByteWriter bytes;
-        for (const Entries& curve : curves) bytes.Append(CurveBlock(curve)).Fill(2, 0xee);
+        for (const Values& curve : curves) bytes.Append(CurveBlock(curve)).Fill(2, 0xee);
         return Raw(place, bytes.Done());
     }
-    AbBlock& Grid(const std::vector<unsigned>& points, unsigned precision, const Bytes& data) {
+    AbBlock& Grid(const Values& points, unsigned precision, const Bytes& data) {
         ByteWriter bytes;
         for (std::size_t i = 0; i < 16; ++i) bytes.U8(i < points.size() ? points[i] : 0);
         return Raw(kGrid, bytes.U8(precision).U8(0x71).U8(0x72).U8(0x73).Append(data).Done());
     }
-    AbBlock& Grid(const std::vector<unsigned>& points, const std::vector<unsigned>& values) {
+    AbBlock& Grid(const Values& points, const Values& values) {
         ByteWriter bytes;
         for (const unsigned value : values) bytes.Big16(value);
         return Grid(points, 2, bytes.Done());
@@ -173,16 +168,55 @@ private:
     ByteWriter block_;
 };
 
-/// 128 bytes, each one more than its offset.
+// --- tags
+
+/// Lets a tag take a block.
+template <typename Tag>
+unsigned Load(Tag& tag, std::string_view name, Bytes block) {
+    return tag.Initial(Name(name), block.data(), static_cast<int>(block.size()));
+}
+inline Bytes DataOf(const iccTagBase& tag) {
+    return tag.tagSize == 0 ? Bytes() : Bytes(tag.tagData.get(), tag.tagData.get() + tag.tagSize);
+}
+template <typename Array>
+Values ValuesOf(const Array& array, std::size_t from, std::size_t count) {
+    Values values;
+    for (std::size_t i = 0; i < count; ++i) values.push_back(array[from + i]);
+    return values;
+}
+/// The entries of a curve that is expected to be there.
+inline Values EntriesOf(const CCurveType* curve) {
+    return curve == nullptr ? Values{0xdeadU, 0xdeadU} : ValuesOf(curve->curve, 0, curve->curveCount);
+}
+
+/// The three tables of a LUT tag, of one or two bytes an entry.
+template <typename Lut>
+bool HasNone(const Lut& lut) {
+    return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
+}
+template <typename Lut>
+bool HasAll(const Lut& lut) {
+    return lut.inputTable != nullptr && lut.clutTable != nullptr && lut.outputTable != nullptr;
+}
+
+// --- profiles
+
+/// 128 bytes, each its offset plus 128.
 inline Bytes NumberedHeader() {
     ByteWriter header;
-    for (unsigned i = 0; i < 128; ++i) header.U8(i + 1);
+    for (unsigned i = 0; i < 128; ++i) header.U8(128 + i);
     return header.Done();
+}
+/// The same as it is written back: with its own size, and blank in two places.
+inline Bytes SavedHeader(std::uint32_t size) {
+    ByteWriter header;
+    header.Big32(size).Append(Part(NumberedHeader(), 4, 52)).Fill(8);
+    return header.Append(Part(NumberedHeader(), 64, 36)).Fill(28).Done();
 }
 
 /// An entry of the tag table. Without `offset` its block goes behind the blocks before; without `size` it is as
 /// long as its block.
-struct Entry {
+struct TagEntry {
     std::string name;
     Bytes block{};
     std::optional<std::uint32_t> offset{};
@@ -190,10 +224,10 @@ struct Entry {
 };
 
 /// Header, count, table, and the blocks, each padded with zeros to a multiple of 4.
-inline Bytes ProfileOf(const std::vector<Entry>& entries) {
+inline Bytes ProfileOf(const std::vector<TagEntry>& entries) {
     ByteWriter table, data;
     const std::size_t start = 132 + 12 * entries.size();
-    for (const Entry& entry : entries) {
+    for (const TagEntry& entry : entries) {
         table.Text(entry.name)
             .Big32(entry.offset.value_or(static_cast<std::uint32_t>(start + data.Size())))
             .Big32(entry.size.value_or(static_cast<std::uint32_t>(entry.block.size())));
@@ -207,12 +241,36 @@ inline Bytes ProfileOf(const std::vector<Entry>& entries) {
         .Done();
 }
 
+/// A tag of every class.
+inline std::vector<TagEntry> EveryClass() {
+    return {{"desc", Block("desc", 27)},
+            {"A2B0", MftSpec().Done()},
+            {"A2B1", AbBlock(3, 3)
+                         .Curves(AbBlock::kB, {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}})
+                         .Grid({2, 2, 2}, TableValues(0, 24))
+                         .Curves(AbBlock::kA, {{1, 2}, {4, 5}, {7, 8}})
+                         .Done()},
+            {"B2A0", AbBlock(3, 3, "mBA ").Curves(AbBlock::kM, {{1, 2, 3}}).Grid({2, 2, 2}, TableValues(0, 24)).Done()},
+            {"A2B2", MftSpec{.type = "mft1", .width = 1}.Done()},
+            {"wtpt", Block("XYZ ", 20)},
+            {"chad", Block("sf32", 44)},
+            {"rTRC", CurveBlock({1, 2, 3, 4, 5})},
+            {"cprt", Block("text", 21)},
+            {"abcd", Block("text", 14)},
+            {"efgh", Block("data", 9)}};
+}
+
 /// A container and a folder for its files.
 class ProfileOnDisk : public testing::Test {
 protected:
     int Read(const Bytes& bytes) {
         WriteFile(path, bytes);
         return file.ReadFile(path.c_str());
+    }
+    /// The same without a file, for tests that read many.
+    int ReadFromMemory(Bytes bytes) {
+        const FileHandle stream(fmemopen(bytes.data(), bytes.size(), "rb"));
+        return file.ReadFile(stream.get());
     }
     Bytes Saved() {
         const std::string target = dir.File("saved.icc");
@@ -221,14 +279,19 @@ protected:
     }
     FileHandle Open(const char* mode) const { return FileHandle(std::fopen(path.c_str(), mode)); }
     /// The names of the tags, in list order.
-    std::vector<std::string> Names() const {
-        std::vector<std::string> names;
+    Strings Names() const {
+        Strings names;
         for (const auto& tag : file.tagList) {
             const auto word = static_cast<std::uint32_t>(tag->tagSig);
             names.emplace_back();
             for (int shift = 24; shift >= 0; shift -= 8) names.back() += static_cast<char>(word >> shift & 0xffU);
         }
         return names;
+    }
+    /// The first tag of that name, which is there and of that class.
+    template <typename Tag>
+    Tag& Get(std::string_view name) {
+        return dynamic_cast<Tag&>(*file.GetTag(Name(name)));
     }
 
     const TempDir dir;

@@ -1,20 +1,23 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Tables of the types "mAB " and "mBA ": curves, grid and offsets, and how one steps from curve to curve.
-#include <cstring>
-
+// Tags of the types "mAB " and "mBA ": offsets, curves and grid, and how one steps from curve to curve.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
 namespace {
 
-/// The entries of a curve that is expected to be there.
-Entries EntriesOf(const std::unique_ptr<CCurveType>& curve) {
-    return curve == nullptr ? Entries{0xdeadU, 0xdeadU} : ValuesOf(curve->curve, 0, curve->curveCount);
+template <typename Curves>
+std::size_t CountOf(const Curves& curves) {
+    std::size_t count = 0;
+    for (const auto& curve : curves) count += curve != nullptr;
+    return count;
 }
-Entries GridOf(const CLut& lut) {
-    Entries values;
+Bytes GridBytes(const CLut& lut) {
+    return Bytes(lut.clut->gridData.get(), lut.clut->gridData.get() + lut.clut->gridBytes);
+}
+Values GridOf(const CLut& lut) {
+    Values values;
     for (std::uint64_t i = 0; i + 1 < lut.clut->gridBytes; i += 2) {
         std::uint16_t value = 0;
         std::memcpy(&value, lut.clut->gridData.get() + i, 2);
@@ -22,43 +25,29 @@ Entries GridOf(const CLut& lut) {
     }
     return values;
 }
-template <typename Curves>
-std::size_t CountOf(const Curves& curves) {
-    std::size_t count = 0;
-    for (const auto& curve : curves) count += curve != nullptr;
-    return count;
-}
 
-const std::vector<Entries> kThree = {{11, 12, 13}, {21, 22, 23, 24, 25}, {31}};
+const std::vector<Values> kThree = {{11, 12, 13}, {21, 22, 23, 24, 25}, {31}};
 
-TEST(LutAB, TakesEveryFieldFromItsPlace) {
-    CLut lut;
-    Bytes block = AbBlock(3, 2).Done();
-    ByteWriter patched;
-    patched.Append(block).Fill(100);
-    patched.PatchBig32(16, 0x89abcdefU);
-    EXPECT_EQ(Load(lut, "A2B0", patched.Done()), 132U);
-    EXPECT_EQ(lut.inputChan, 3);
-    EXPECT_EQ(lut.outputChan, 2);
-    EXPECT_EQ(lut.lutPad, (std::array<std::uint8_t, 2>{0x5a, 0xa7}));
-    EXPECT_EQ(lut.matrixOffset, 0x89abcdefU);  // not looked at
-    EXPECT_EQ(lut.reserved, 0U);
-    EXPECT_EQ(static_cast<std::uint32_t>(lut.sig), Word("mAB "));
-    EXPECT_EQ(DataOf(lut), patched.Done());
-}
-
-TEST(LutAB, KeepsItsFiveOffsets) {
-    const std::size_t places[] = {12, 16, 20, 24, 28};
-    for (std::size_t place = 0; place < 5; ++place) {
+TEST(CLut, TakesEveryFieldFromItsPlaceAndZeroBeyondItsBlock) {
+    ByteWriter block;
+    block.Append(AbBlock(3, 4).Done());
+    for (std::uint32_t i = 0; i < 5; ++i) block.PatchBig32(12 + 4 * i, 0x81828384U + 0x04040404U * i);
+    for (std::size_t size = 0; size <= 40; ++size) {
+        const Bytes cut = Cut(block.Done(), size), padded = Cut(cut, 40);
         CLut lut;
-        Load(lut, "A2B0", AbBlock(1, 1).Offset(places[place], 0x81020304U).Done());
-        const std::uint32_t offsets[] = {lut.bCurveOffset, lut.matrixOffset, lut.mCurveOffset, lut.clutOffset,
-                                         lut.aCurveOffset};
-        for (std::size_t i = 0; i < 5; ++i) EXPECT_EQ(offsets[i], i == place ? 0x81020304U : 0U);
+        EXPECT_EQ(Load(lut, "A2B0", cut), size);
+        EXPECT_EQ(lut.inputChan, padded[8]) << size;
+        EXPECT_EQ(lut.outputChan, padded[9]) << size;
+        EXPECT_EQ(lut.lutPad, (std::array<std::uint8_t, 2>{padded[10], padded[11]})) << size;
+        EXPECT_EQ(lut.bCurveOffset, Big32(padded, 12)) << size;
+        EXPECT_EQ(lut.matrixOffset, Big32(padded, 16)) << size;
+        EXPECT_EQ(lut.mCurveOffset, Big32(padded, 20)) << size;
+        EXPECT_EQ(lut.clutOffset, Big32(padded, 24)) << size;
+        EXPECT_EQ(lut.aCurveOffset, Big32(padded, 28)) << size;
     }
 }
 
-TEST(LutAB, WithoutOffsetsHasNoParts) {
+TEST(CLut, WithoutOffsetsHasNoParts) {
     CLut lut;
     Load(lut, "A2B0", ByteWriter().Append(AbBlock(3, 3).Done()).Fill(200, 0xff).Done());
     EXPECT_EQ(CountOf(lut.bCurves), 0U);
@@ -67,12 +56,14 @@ TEST(LutAB, WithoutOffsetsHasNoParts) {
     EXPECT_EQ(lut.clut, nullptr);
 }
 
+// --- curves
+
 struct Side {
     const char* name;  ///< of the tag
     unsigned in, out;
     std::size_t aCurves, bCurves;  ///< how many are read
 };
-const Side kSides[] = {
+constexpr Side kSides[] = {
     {"A2B0", 3, 2, 3, 2}, {"A2B1", 3, 3, 3, 3}, {"A2B2", 2, 3, 2, 3}, {"A2B0", 4, 3, 4, 3},     {"A2B0", 7, 3, 7, 3},
     {"A2B0", 8, 3, 7, 3}, {"A2B0", 3, 4, 3, 3}, {"A2B0", 1, 1, 1, 1}, {"A2B0", 0, 3, 0, 3},     {"A2B0", 3, 0, 3, 0},
     {"A2B9", 3, 2, 3, 2}, {"A2B/", 3, 2, 3, 2}, {"B2A0", 3, 2, 2, 3}, {"B2A1", 3, 4, 4, 3},     {"B2A2", 1, 4, 4, 1},
@@ -80,32 +71,27 @@ const Side kSides[] = {
     {"A2C0", 3, 2, 2, 3}, {"A1B0", 3, 2, 2, 3}, {"B2B0", 3, 2, 2, 3}, {"A2B0", 255, 255, 7, 3},
 };
 
-class LutABSide : public testing::TestWithParam<Side> {};
-
-TEST_P(LutABSide, HasACurvesOnTheDeviceSideAndBCurvesOnTheOther) {
-    std::vector<Entries> a, b;
+TEST(CLut, HasACurvesOnTheDeviceSideAndBCurvesOnTheOther) {
+    std::vector<Values> a, b;
     for (unsigned c = 0; c < 8; ++c) {
         a.push_back({100 + c, 200 + c, 300 + c});
         b.push_back({500 + c});
     }
-    for (const char* type : {"mAB ", "mBA "}) {  // the name decides, not the type
-        CLut lut;
-        Load(lut, GetParam().name,
-             AbBlock(GetParam().in, GetParam().out, type).Curves(AbBlock::kB, b).Curves(AbBlock::kA, a).Done());
-        EXPECT_EQ(CountOf(lut.aCurves), GetParam().aCurves);
-        EXPECT_EQ(CountOf(lut.bCurves), GetParam().bCurves);
-        for (std::size_t c = 0; c < GetParam().aCurves; ++c) EXPECT_EQ(EntriesOf(lut.aCurves[c]), a[c]);
-        for (std::size_t c = 0; c < GetParam().bCurves; ++c) EXPECT_EQ(EntriesOf(lut.bCurves[c]), b[c]);
+    for (const Side& side : kSides) {
+        for (const char* type : {"mAB ", "mBA "}) {  // the name decides, not the type
+            SCOPED_TRACE(side.name + std::to_string(side.in) + " to " + std::to_string(side.out) + type);
+            CLut lut;
+            Load(lut, side.name, AbBlock(side.in, side.out, type).Curves(AbBlock::kB, b).Curves(AbBlock::kA, a).Done());
+            EXPECT_EQ(CountOf(lut.aCurves), side.aCurves);
+            EXPECT_EQ(CountOf(lut.bCurves), side.bCurves);
+            for (std::size_t c = 0; c < side.aCurves; ++c) EXPECT_EQ(EntriesOf(lut.aCurves[c].get()), a[c]);
+            for (std::size_t c = 0; c < side.bCurves; ++c) EXPECT_EQ(EntriesOf(lut.bCurves[c].get()), b[c]);
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, LutABSide, testing::ValuesIn(kSides), [](const auto& row) {
-    std::string name = row.param.name;
-    if (name == "A2B/") name = "A2BSlash";
-    return name + "_" + std::to_string(row.param.in) + "to" + std::to_string(row.param.out);
-});
-
-TEST(LutAB, TellsItsDirectionByNameWithoutTheLastLetter) {
+TEST(CLut, KnowsItsDirectionByNameWithoutTheLastLetter) {
+    using ICC40::ICCFILE::IsA2B;
     for (const char* name : {"A2B0", "A2B1", "A2B2", "A2B3", "A2B ", "A2Bz"}) EXPECT_TRUE(IsA2B(Name(name))) << name;
     EXPECT_TRUE(IsA2B(static_cast<icTagSignature>(0x41324200U)));
     EXPECT_TRUE(IsA2B(static_cast<icTagSignature>(0x413242ffU)));
@@ -113,7 +99,7 @@ TEST(LutAB, TellsItsDirectionByNameWithoutTheLastLetter) {
     EXPECT_FALSE(IsA2B(icTagSignature{}));
 }
 
-TEST(LutAB, GivesItsCurvesTypeAndSteppedSize) {
+TEST(CLut, GivesItsCurvesTypeSteppedSizeAndNoData) {
     CLut lut;
     Load(lut, "A2B0",
          AbBlock(3, 3)
@@ -121,39 +107,57 @@ TEST(LutAB, GivesItsCurvesTypeAndSteppedSize) {
              .Curves(AbBlock::kM, {{1, 2, 3, 4}})
              .Curves(AbBlock::kA, {{}, {1, 2}, {7}})
              .Done());
-    const std::uint32_t sizes[] = {14 + 6, 14 + 10, 14 + 2};
-    for (std::size_t c = 0; c < 3; ++c) {
-        EXPECT_EQ(EntriesOf(lut.bCurves[c]), kThree[c]);
-        EXPECT_EQ(lut.bCurves[c]->tagSize, sizes[c]);
-        EXPECT_EQ(static_cast<std::uint32_t>(lut.bCurves[c]->sig), Word("curv"));
+    struct Row {
+        const CCurveType* curve;
+        std::uint32_t size;
+        Values entries;
+    };
+    for (const Row& row : {Row{lut.bCurves[0].get(), 14 + 6, kThree[0]},
+                           {lut.bCurves[1].get(), 14 + 10, kThree[1]},
+                           {lut.bCurves[2].get(), 14 + 2, kThree[2]},
+                           {lut.mCurve.get(), 14 + 8, {1, 2, 3, 4}},
+                           {lut.aCurves[0].get(), 14, {}},
+                           {lut.aCurves[1].get(), 14 + 4, {1, 2}},
+                           {lut.aCurves[2].get(), 14 + 2, {7}}}) {
+        EXPECT_EQ(EntriesOf(row.curve), row.entries);
+        EXPECT_EQ(row.curve->tagSize, row.size);
+        EXPECT_EQ(TypeOf(*row.curve), Word("curv"));
+        EXPECT_NE(row.curve->tagData, nullptr) << "an array of no bytes";
+        EXPECT_NE(row.curve->curve, nullptr);
     }
-    EXPECT_EQ(lut.mCurve->tagSize, 14U + 8);
-    EXPECT_EQ(lut.aCurves[0]->tagSize, 14U);
-    EXPECT_EQ(lut.aCurves[1]->tagSize, 14U + 4);
-    EXPECT_EQ(lut.aCurves[2]->tagSize, 14U + 2);
 }
 
 /// Curves where the format has them: each at a multiple of 4 bytes.
-Bytes AlignedCurves(const std::vector<Entries>& curves) {
+Bytes AlignedCurves(const std::vector<Values>& curves) {
     ByteWriter bytes;
-    for (const Entries& curve : curves) bytes.Append(CurveBlock(curve)).Align(4);
+    for (const Values& curve : curves) bytes.Append(CurveBlock(curve)).Align(4);
     return bytes.Done();
 }
 
-TEST(LutAB, StepsAsTheFormatAlignsOddNumbersOfEntries) {
-    for (const std::vector<Entries>& curves :
-         {std::vector<Entries>{{1}, {2}, {3}}, {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}, {{1, 2, 3, 4, 5}, {6}, {7, 8, 9}}}) {
+TEST(CLut, StepsAsTheFormatAlignsOddNumbersOfEntries) {
+    for (const std::vector<Values>& curves :
+         {std::vector<Values>{{1}, {2}, {3}}, {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}, {{1, 2, 3, 4, 5}, {6}, {7, 8, 9}}}) {
         CLut lut;
         Load(lut, "A2B0",
              AbBlock(3, 3).Raw(AbBlock::kB, AlignedCurves(curves)).Raw(AbBlock::kA, AlignedCurves(curves)).Done());
         for (std::size_t c = 0; c < 3; ++c) {
-            EXPECT_EQ(EntriesOf(lut.bCurves[c]), curves[c]);
-            EXPECT_EQ(EntriesOf(lut.aCurves[c]), curves[c]);
+            EXPECT_EQ(EntriesOf(lut.bCurves[c].get()), curves[c]);
+            EXPECT_EQ(EntriesOf(lut.aCurves[c].get()), curves[c]);
         }
     }
 }
 
-TEST(LutAB, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
+TEST(CLut, ReadsEvenNumbersOfEntriesWhereItStepsTo) {
+    const std::vector<Values> even = {{1, 2}, {3, 4, 5, 6}, {}};
+    CLut lut;
+    Load(lut, "B2A0", AbBlock(3, 3, "mBA ").Curves(AbBlock::kB, even).Curves(AbBlock::kA, even).Done());
+    for (std::size_t c = 0; c < 3; ++c) {
+        EXPECT_EQ(EntriesOf(lut.bCurves[c].get()), even[c]);
+        EXPECT_EQ(EntriesOf(lut.aCurves[c].get()), even[c]);
+    }
+}
+
+TEST(CLut, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
     // Aligned curves stand at 32, 48 and 64, the block ends at 80. The second is looked for at 50: its count is the
     // two low bytes of the true count and the first entry, 0x00023333, and the nine words up to the end are taken.
     const Bytes aligned = AlignedCurves({{0x1111, 0x2222}, {0x3333, 0x4444}, {0x5555, 0x6666}});
@@ -162,82 +166,81 @@ TEST(LutAB, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
         const Bytes block = AbBlock(3, 3).Raw(place, aligned).Done();
         ASSERT_EQ(block.size(), 80U);
         Load(lut, "A2B0", block);
-        const auto curve = [&](std::size_t c) -> const auto& {
-            return place == AbBlock::kA ? lut.aCurves[c] : lut.bCurves[c];
+        const auto curve = [&](std::size_t c) {
+            return place == AbBlock::kA ? lut.aCurves[c].get() : lut.bCurves[c].get();
         };
-        EXPECT_EQ(EntriesOf(curve(0)), (Entries{0x1111, 0x2222}));
-        EXPECT_EQ(EntriesOf(curve(1)), (Entries{0x4444, 0x6375, 0x7276, 0, 0, 0, 2, 0x5555, 0x6666}));
-        EXPECT_EQ(static_cast<std::uint32_t>(curve(1)->sig), 0x72760000U);
+        EXPECT_EQ(EntriesOf(curve(0)), (Values{0x1111, 0x2222}));
+        EXPECT_EQ(EntriesOf(curve(1)), (Values{0x4444, 0x6375, 0x7276, 0, 0, 0, 2, 0x5555, 0x6666}));
+        EXPECT_EQ(TypeOf(*curve(1)), 0x72760000U);
         EXPECT_EQ(curve(1)->tagSize, 14U + 18);
-        EXPECT_EQ(EntriesOf(curve(2)), Entries{});  // past the end
+        EXPECT_EQ(EntriesOf(curve(2)), Values{}) << "past the end";
         EXPECT_EQ(curve(2)->tagSize, 14U);
     }
 }
 
-TEST(LutAB, StepsTwoBytesTooFarOverIdentityCurves) {
+TEST(CLut, StepsTwoBytesTooFarOverIdentityCurves) {
     // Aligned curves without entries stand at 32, 44 and 56, the block ends at 68. The second is looked for at 46,
     // its count 0x00006375 stands at 54; room for five entries is left.
     CLut lut;
     Load(lut, "A2B0", AbBlock(3, 3).Raw(AbBlock::kB, AlignedCurves({{}, {}, {}})).Done());
-    EXPECT_EQ(lut.bCurves[0]->curveCount, 0U);
-    EXPECT_EQ(EntriesOf(lut.bCurves[1]), (Entries{0x7276, 0, 0, 0, 0}));
-    EXPECT_EQ(lut.bCurves[2]->curveCount, 0U);
+    EXPECT_EQ(EntriesOf(lut.bCurves[0].get()), Values{});
+    EXPECT_EQ(EntriesOf(lut.bCurves[1].get()), (Values{0x7276, 0, 0, 0, 0}));
+    EXPECT_EQ(EntriesOf(lut.bCurves[2].get()), Values{});
 }
 
-TEST(LutAB, ReadsEvenNumbersOfEntriesWhereItStepsTo) {
-    const std::vector<Entries> even = {{1, 2}, {3, 4, 5, 6}, {}};
-    CLut lut;
-    Load(lut, "B2A0", AbBlock(3, 3, "mBA ").Curves(AbBlock::kB, even).Curves(AbBlock::kA, even).Done());
-    for (std::size_t c = 0; c < 3; ++c) {
-        EXPECT_EQ(EntriesOf(lut.bCurves[c]), even[c]);
-        EXPECT_EQ(EntriesOf(lut.aCurves[c]), even[c]);
-    }
-}
-
-TEST(LutAB, ReadsOneMiddleCurveWhateverItsChannels) {
+TEST(CLut, ReadsOneMCurveWhateverItsChannels) {
     for (const unsigned channels : {0U, 1U, 3U, 7U}) {
         for (const char* name : {"A2B0", "B2A0"}) {
             CLut lut;
             Load(lut, name, AbBlock(channels, channels).Curves(AbBlock::kM, {{5, 6}, {7, 8}, {9, 10}}).Done());
-            EXPECT_EQ(EntriesOf(lut.mCurve), (Entries{5, 6}));
+            EXPECT_EQ(EntriesOf(lut.mCurve.get()), (Values{5, 6}));
             EXPECT_EQ(lut.mCurve->tagSize, 18U);
             EXPECT_EQ(CountOf(lut.aCurves) + CountOf(lut.bCurves), 0U);
+            EXPECT_EQ(lut.clut, nullptr);
         }
     }
 }
 
-TEST(LutAB, ReadsAGridOfWordsInHostOrder) {
-    const std::vector<unsigned> points = {2, 3, 4, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 255, 254, 253};
-    CLut lut;
-    Load(lut, "A2B0", AbBlock(3, 2).Grid(points, NthFrom(0, 2 * 3 * 4 * 2)).Done());
-    ASSERT_NE(lut.clut, nullptr);
-    EXPECT_EQ(ValuesOf(lut.clut->gridPoints, 0, 16), points);
-    EXPECT_EQ(lut.clut->precision, 2);
-    EXPECT_EQ(lut.clut->padding, (std::array<std::uint8_t, 3>{0x71, 0x72, 0x73}));
-    EXPECT_EQ(lut.clut->gridBytes, 96U);
-    EXPECT_EQ(GridOf(lut), NthFrom(0, 48));
-}
-
-TEST(LutAB, ReadsAGridOfBytesAsItIs) {
-    const Bytes data = Block("", 48);
-    CLut lut;
-    Load(lut, "A2B0", AbBlock(3, 2).Grid({2, 3, 4}, 1, data).Done());
-    EXPECT_EQ(lut.clut->precision, 1);
-    ASSERT_EQ(lut.clut->gridBytes, 48U);
-    EXPECT_EQ(Bytes(lut.clut->gridData.get(), lut.clut->gridData.get() + 48), data);
-}
-
-TEST(LutAB, SwapsNothingOfAnyOtherPrecision) {
-    for (const unsigned precision : {3U, 4U, 8U}) {
-        const Bytes data = Block("", 8 * precision);
+TEST(CLut, HasEmptyCurvesWhereTheyLieOutsideItsBlock) {
+    for (const std::uint32_t offset : {33U, 100U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
         CLut lut;
-        Load(lut, "A2B0", AbBlock(3, 1).Grid({2, 2, 2}, precision, data).Done());
-        ASSERT_EQ(lut.clut->gridBytes, data.size());
-        EXPECT_EQ(Bytes(lut.clut->gridData.get(), lut.clut->gridData.get() + data.size()), data);
+        AbBlock block(2, 2);
+        for (const std::size_t place : {AbBlock::kA, AbBlock::kB, AbBlock::kM}) block.Offset(place, offset);
+        EXPECT_EQ(Load(lut, "A2B0", ByteWriter().Append(block.Done()).U8(0xff).Done()), 33U);
+        for (const CCurveType* curve : {lut.mCurve.get(), lut.aCurves[0].get(), lut.aCurves[1].get(),
+                                        lut.bCurves[0].get(), lut.bCurves[1].get()}) {
+            ASSERT_NE(curve, nullptr) << offset;
+            EXPECT_EQ(curve->curveCount, 0U) << offset;
+            EXPECT_EQ(curve->tagSize, 14U) << offset;
+        }
     }
 }
 
-TEST(LutAB, CountsTheNodesOverItsInputAxesOnly) {
+// --- grids
+
+TEST(CLut, ReadsAGridOfWordsInHostOrder) {
+    const Values points = {2, 3, 4, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 255, 254, 253};
+    CLut lut;
+    Load(lut, "A2B0", AbBlock(3, 2).Grid(points, TableValues(0, 2 * 3 * 4 * 2)).Done());
+    ASSERT_NE(lut.clut, nullptr);
+    EXPECT_THAT(ValuesOf(lut.clut->gridPoints, 0, 16), EqualTo(points));
+    EXPECT_EQ(lut.clut->precision, 2);
+    EXPECT_EQ(lut.clut->padding, (std::array<std::uint8_t, 3>{0x71, 0x72, 0x73}));
+    EXPECT_EQ(lut.clut->gridBytes, 96U);
+    EXPECT_THAT(GridOf(lut), EqualTo(TableValues(0, 48)));
+}
+
+TEST(CLut, ReadsAGridOfAnyOtherPrecisionByteForByte) {
+    for (const unsigned precision : {1U, 3U, 4U, 8U}) {
+        const Bytes data = Block("", 24 * 2 * precision);
+        CLut lut;
+        Load(lut, "A2B0", AbBlock(3, 2).Grid({2, 3, 4}, precision, data).Done());
+        EXPECT_EQ(lut.clut->precision, precision);
+        EXPECT_THAT(GridBytes(lut), EqualTo(data));
+    }
+}
+
+TEST(CLut, CountsTheNodesOverItsInputAxesOnly) {
     struct Row {
         unsigned in, out;
         std::uint64_t bytes;
@@ -247,31 +250,58 @@ TEST(LutAB, CountsTheNodesOverItsInputAxesOnly) {
                                Row{5, 3, 720}, Row{3, 1, 60}, Row{3, 7, 420}}) {
             CLut lut;
             Load(lut, name,
-                 AbBlock(row.in, row.out).Grid({5, 2, 3, 1, 4, 200, 200, 200, 200, 200}, NthFrom(0, 500)).Done());
+                 AbBlock(row.in, row.out).Grid({5, 2, 3, 1, 4, 200, 200, 200, 200, 200}, TableValues(0, 500)).Done());
             ASSERT_EQ(lut.clut->gridBytes, row.bytes) << row.in << " to " << row.out;
-            EXPECT_EQ(GridOf(lut), NthFrom(0, row.bytes / 2));
+            EXPECT_THAT(GridOf(lut), EqualTo(TableValues(0, row.bytes / 2)));
         }
     }
 }
 
-TEST(LutAB, CountsAtMostSixteenAxes) {
+TEST(CLut, CountsAtMostSixteenAxes) {
     for (const unsigned in : {15U, 16U, 17U, 255U}) {
         CLut lut;
-        const std::vector<unsigned> points = {2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 3};
-        Load(lut, "A2B0", AbBlock(in, 1).Grid(points, NthFrom(0, 20)).Done());
-        EXPECT_EQ(GridOf(lut), NthFrom(0, in == 15 ? 2 : 6)) << in;
+        const Values points = {2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 3};
+        Load(lut, "A2B0", AbBlock(in, 1).Grid(points, TableValues(0, 20)).Done());
+        EXPECT_THAT(GridOf(lut), EqualTo(TableValues(0, in == 15 ? 2 : 6))) << in;
     }
 }
 
-TEST(LutAB, OfAProfileIsOwnedByItsContainer) {
-    ICC40::ICCFILE::IccFile4 file;
-    Bytes block = AbBlock(3, 3, "mBA ").Curves(AbBlock::kB, kThree).Grid({2, 2, 2}, NthFrom(0, 24)).Done();
-    file.tagList.push_back(file.CreateNewTag(Name("B2A1"), block.data(), static_cast<int>(block.size())));
-    const auto& lut = dynamic_cast<const CLut&>(*file.GetTag(Name("B2A1")));
-    EXPECT_EQ(EntriesOf(lut.bCurves[1]), kThree[1]);
-    EXPECT_EQ(GridOf(lut), NthFrom(0, 24));
-    file.Reset();  // the memory checker sees that all of it goes
-    EXPECT_TRUE(file.tagList.empty());
+TEST(CLut, ReadsNoGridThatItsBlockDoesNotHold) {
+    const Bytes whole = AbBlock(3, 3).Grid({3, 3, 3}, TableValues(0, 81)).Done();
+    for (const std::size_t missing : {0U, 1U, 2U}) {
+        CLut lut;
+        Load(lut, "A2B0", Cut(whole, whole.size() - missing));
+        EXPECT_EQ(lut.clut->gridData == nullptr, missing != 0) << missing;
+        EXPECT_EQ(lut.clut->gridBytes, missing == 0 ? 162U : 0U) << missing;
+        EXPECT_EQ(lut.clut->gridPoints[2], 3);
+    }
+}
+
+TEST(CLut, TakesFieldsOfAGridBeyondItsBlockForZero) {
+    const Bytes whole = AbBlock(3, 3).Grid({2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17}, 2, {}).Done();
+    ASSERT_EQ(whole.size(), 52U);
+    for (std::size_t size = 32; size <= 52; ++size) {
+        const Bytes padded = Cut(Cut(whole, size), 52);
+        CLut lut;
+        Load(lut, "A2B0", Cut(whole, size));
+        ASSERT_NE(lut.clut, nullptr);
+        for (std::size_t i = 0; i < 16; ++i) EXPECT_EQ(lut.clut->gridPoints[i], padded[32 + i]) << size;
+        EXPECT_EQ(lut.clut->precision, padded[48]) << size;
+        for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(lut.clut->padding[i], padded[49 + i]) << size;
+        EXPECT_EQ(lut.clut->gridBytes, 0U) << size;
+    }
+}
+
+TEST(CLut, HasAGridOfZerosWhereItLiesOutsideItsBlock) {
+    for (const std::uint32_t offset : {33U, 100U, 0x7fffffffU, 0xffffffffU}) {
+        CLut lut;
+        Load(lut, "A2B0", ByteWriter().Append(AbBlock(3, 3).Offset(AbBlock::kGrid, offset).Done()).U8(0xff).Done());
+        ASSERT_NE(lut.clut, nullptr);
+        EXPECT_EQ(lut.clut->gridPoints, (std::array<std::uint8_t, 16>{})) << offset;
+        EXPECT_EQ(lut.clut->precision, 0);
+        EXPECT_EQ(lut.clut->gridBytes, 0U);
+        EXPECT_TRUE(HasNone(CLut16Type(&lut)));
+    }
 }
 
 }  // namespace

@@ -1,24 +1,25 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The table that an "mAB " or "mBA " tag is turned into: its sides, its sizes, and what cannot be turned.
+// The table that an "mAB " or "mBA " tag is converted to: its sides, its sizes, and what cannot be converted.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
 namespace {
 
 /// `count` curves of `entries` each; no two entries are alike.
-std::vector<Entries> SideOf(std::size_t count, unsigned entries, unsigned base) {
-    std::vector<Entries> curves(count);
-    for (Entries& curve : curves) {
+std::vector<Values> CurvesOf(std::size_t count, unsigned entries, unsigned base) {
+    std::vector<Values> curves(count);
+    for (Values& curve : curves) {
         for (unsigned i = 0; i < entries; ++i) curve.push_back(base++);
     }
     return curves;
 }
-Entries Flat(const std::vector<Entries>& curves, std::size_t entries) {
-    Entries all;
-    for (const Entries& curve : curves)
-        all.insert(all.end(), curve.begin(), curve.begin() + static_cast<long>(entries));
+/// The first entries of each curve, one after the other.
+Values Joined(const std::vector<Values>& curves, std::size_t entries) {
+    Values all;
+    for (const Values& curve : curves)
+        all.insert(all.end(), curve.begin(), curve.begin() + static_cast<std::ptrdiff_t>(entries));
     return all;
 }
 std::size_t Power(std::size_t base, unsigned exponent) {
@@ -29,174 +30,223 @@ std::size_t Power(std::size_t base, unsigned exponent) {
 
 constexpr unsigned kAEntries = 3, kBEntries = 5;
 
-struct Turn {
+struct Shape {
     const char* name;  ///< of the tag
     unsigned in, out, points;
     bool a2b;
-};
 
-/// A tag with as many curves on each side as its name and its channels ask for.
-void LoadTurn(CLut& lut, const Turn& turn, const std::vector<Entries>& a, const std::vector<Entries>& b) {
-    const std::size_t values = Power(turn.points, turn.in) * turn.out;
-    Load(lut, turn.name,
-         AbBlock(turn.in, turn.out, turn.a2b ? "mAB " : "mBA ")
-             .Curves(AbBlock::kB, b)
-             .Curves(AbBlock::kM, {{9, 8, 7}})
-             .Grid(std::vector<unsigned>(turn.in, turn.points), NthFrom(0, values))
+    std::size_t GridValues() const { return Power(points, in) * out; }
+    std::vector<Values> A() const { return CurvesOf(a2b ? in : out, kAEntries, 20000); }
+    std::vector<Values> B() const { return CurvesOf(a2b ? out : in, kBEntries, 10000); }
+    /// The tag up to its curves and grid.
+    AbBlock Head() const { return {in, out, a2b ? "mAB " : "mBA "}; }
+};
+constexpr Shape kA2B{"A2B0", 3, 3, 2, true}, kB2A{"B2A0", 3, 3, 2, false};
+
+/// A tag of these curves, without them of as many on each side as its name and its channels ask for.
+void LoadSource(CLut& lut, const Shape& shape, AbBlock block, const std::vector<Values>& a,
+                const std::vector<Values>& b) {
+    Load(lut, shape.name,
+         block.Curves(AbBlock::kB, b)
+             .Grid(Values(shape.in, shape.points), TableValues(0, shape.GridValues()))
              .Curves(AbBlock::kA, a)
              .Done());
 }
-void LoadTurn(CLut& lut, const Turn& turn) {
-    const unsigned deviceSide = turn.a2b ? turn.in : turn.out, otherSide = turn.a2b ? turn.out : turn.in;
-    LoadTurn(lut, turn, SideOf(deviceSide, kAEntries, 20000), SideOf(otherSide, kBEntries, 10000));
-}
+void LoadSource(CLut& lut, const Shape& shape) { LoadSource(lut, shape, shape.Head(), shape.A(), shape.B()); }
 
-class TurnedTable : public testing::TestWithParam<Turn> {};
-
-TEST_P(TurnedTable, HasItsTablesInOrder) {
-    const Turn& turn = GetParam();
-    const std::vector<Entries> a = SideOf(turn.a2b ? turn.in : turn.out, kAEntries, 20000);
-    const std::vector<Entries> b = SideOf(turn.a2b ? turn.out : turn.in, kBEntries, 10000);
-    CLut source;
-    LoadTurn(source, turn, a, b);
-    const CLut16Type lut(&source);
+/// The whole table that such a tag gives.
+void ExpectConverted(const CLut16Type& lut, const Shape& shape) {
     ASSERT_TRUE(HasAll(lut));
-    EXPECT_EQ(lut.inputChan, turn.in);
-    EXPECT_EQ(lut.outputChan, turn.out);
-    EXPECT_EQ(lut.clutPoints, turn.points);
-    EXPECT_EQ(lut.pad, 0);
-    EXPECT_EQ(lut.inputEnt, turn.a2b ? kAEntries : kBEntries);
-    EXPECT_EQ(lut.outputEnt, turn.a2b ? kBEntries : kAEntries);
-    const Entries in = turn.a2b ? Flat(a, kAEntries) : Flat(b, kBEntries);
-    const Entries out = turn.a2b ? Flat(b, kBEntries) : Flat(a, kAEntries);
-    EXPECT_EQ(ValuesOf(lut.inputTable, 0, in.size()), in);
-    EXPECT_EQ(ValuesOf(lut.outputTable, 0, out.size()), out);
-    const std::size_t values = Power(turn.points, turn.in) * turn.out;
-    EXPECT_EQ(ValuesOf(lut.clutTable, 0, values), NthFrom(0, values));
-}
-
-TEST_P(TurnedTable, KeepsNameAndTypeAndNothingElse) {
-    CLut source;
-    LoadTurn(source, GetParam());
-    source.reserved = 77;
-    const CLut16Type lut(&source);
-    EXPECT_EQ(lut.tagSig, Name(GetParam().name));
-    EXPECT_EQ(static_cast<std::uint32_t>(lut.sig), Word(GetParam().a2b ? "mAB " : "mBA "));
-    EXPECT_EQ(lut.tagData, nullptr);
-    EXPECT_EQ(lut.tagSize, 0U);
-    EXPECT_EQ(lut.reserved, 0U);
+    EXPECT_EQ(lut.inputChan, shape.in);
+    EXPECT_EQ(lut.outputChan, shape.out);
+    EXPECT_EQ(lut.clutPoints, shape.points);
+    EXPECT_EQ(lut.inputEnt, shape.a2b ? kAEntries : kBEntries);
+    EXPECT_EQ(lut.outputEnt, shape.a2b ? kBEntries : kAEntries);
+    const Values a = Joined(shape.A(), kAEntries), b = Joined(shape.B(), kBEntries);
+    const Values &input = shape.a2b ? a : b, &output = shape.a2b ? b : a;
+    EXPECT_THAT(ValuesOf(lut.inputTable, 0, input.size()), EqualTo(input));
+    EXPECT_THAT(ValuesOf(lut.clutTable, 0, shape.GridValues()), EqualTo(TableValues(0, shape.GridValues())));
+    EXPECT_THAT(ValuesOf(lut.outputTable, 0, output.size()), EqualTo(output));
     EXPECT_EQ(lut.matrix, (std::array<std::uint32_t, 9>{}));
 }
 
-TEST_P(TurnedTable, OutlivesItsSource) {
-    auto source = std::make_unique<CLut>();
-    LoadTurn(*source, GetParam());
-    const CLut16Type lut(source.get());
-    const unsigned first = lut.inputTable[0], node = lut.clutTable[0], last = lut.outputTable[0];
-    source.reset();  // the memory checker sees a table that still points there
-    EXPECT_EQ(lut.inputTable[0], first);
-    EXPECT_EQ(lut.clutTable[0], node);
-    EXPECT_EQ(lut.outputTable[0], last);
-}
+constexpr Shape kConvertible[] = {
+    kA2B,
+    {"A2B1", 3, 2, 3, true},
+    {"A2B2", 2, 3, 4, true},
+    {"A2B0", 1, 1, 5, true},
+    {"A2B1", 4, 3, 3, true},
+    {"A2B2", 7, 3, 2, true},
+    {"A2Bz", 3, 1, 2, true},
+    kB2A,
+    {"B2A1", 3, 4, 3, false},
+    {"B2A2", 3, 7, 2, false},
+    {"B2A0", 1, 4, 5, false},
+    {"B2A0", 2, 1, 3, false},
+    {"pre0", 3, 3, 2, false},  // every other name is taken for the reverse direction
+    {"a2b0", 3, 3, 2, false},
+    {"A2A0", 3, 3, 2, false},
+};
 
-INSTANTIATE_TEST_SUITE_P(
-    Every, TurnedTable,
-    testing::Values(Turn{"A2B0", 3, 3, 2, true}, Turn{"A2B1", 3, 2, 3, true}, Turn{"A2B2", 2, 3, 4, true},
-                    Turn{"A2B0", 1, 1, 5, true}, Turn{"A2B1", 4, 3, 3, true}, Turn{"A2B2", 7, 3, 2, true},
-                    Turn{"A2Bz", 3, 1, 2, true}, Turn{"B2A0", 3, 3, 2, false}, Turn{"B2A1", 3, 4, 3, false},
-                    Turn{"B2A2", 3, 7, 2, false}, Turn{"B2A0", 1, 4, 5, false}, Turn{"B2A0", 2, 1, 3, false},
-                    Turn{"pre0", 3, 3, 2, false}),
-    [](const auto& row) {
-        return std::string(row.param.name) + "_" + std::to_string(row.param.in) + "to" + std::to_string(row.param.out);
-    });
-
-TEST(TurnedTableRoom, HasSevenACurvesAndThreeBCurves) {
-    for (const auto& [turn, turned] : {std::pair{Turn{"A2B0", 7, 3, 1, true}, true},
-                                       {Turn{"A2B0", 8, 3, 1, true}, false},
-                                       {Turn{"A2B0", 3, 4, 2, true}, false},
-                                       {Turn{"B2A0", 3, 7, 2, false}, true},
-                                       {Turn{"B2A0", 3, 8, 2, false}, false},
-                                       {Turn{"B2A0", 4, 3, 2, false}, false},
-                                       {Turn{"A2B0", 0, 3, 2, true}, false},
-                                       {Turn{"A2B0", 3, 0, 2, true}, false},
-                                       {Turn{"B2A0", 0, 3, 2, false}, false},
-                                       {Turn{"B2A0", 3, 0, 2, false}, false}}) {
-        CLut source;
-        LoadTurn(source, turn);
-        const CLut16Type lut(&source);
-        EXPECT_EQ(HasAll(lut), turned) << turn.name << ": " << turn.in << " to " << turn.out;
-        EXPECT_EQ(HasNone(lut), !turned);
-        EXPECT_EQ(lut.inputChan, turn.in);
-        EXPECT_EQ(lut.outputChan, turn.out);
+TEST(LutConversion, TakesCurvesAndGridByDirectionAndSharesNothing) {
+    for (const Shape& shape : kConvertible) {
+        SCOPED_TRACE(std::string(shape.name) + " " + std::to_string(shape.in) + " to " + std::to_string(shape.out));
+        auto source = std::make_unique<CLut>();
+        LoadSource(*source, shape);
+        source->reserved = 77;
+        const CLut16Type lut(source.get());
+        source.reset();  // the memory checker sees a table that still points there
+        ExpectConverted(lut, shape);
+        EXPECT_EQ(lut.Usable(), shape.in <= 3);
+        EXPECT_EQ(lut.tagSig, Name(shape.name));
+        EXPECT_EQ(TypeOf(lut), Word(shape.a2b ? "mAB " : "mBA "));
+        EXPECT_EQ(lut.tagData, nullptr);
+        EXPECT_EQ(lut.tagSize, 0U);
+        EXPECT_EQ(lut.reserved, 0U);
+        EXPECT_EQ(lut.pad, 0);
     }
 }
 
-TEST(TurnedTableRoom, NeedsEveryCurveOfBothSides) {
-    for (const bool a2b : {true, false}) {
+TEST(LutConversion, LeavesItsSourceAsItWas) {
+    for (const Shape& shape : {kA2B, kB2A}) {
+        CLut source;
+        LoadSource(source, shape);
+        const Bytes data = DataOf(source);
+        for (int time = 0; time < 2; ++time) ExpectConverted(CLut16Type(&source), shape);
+        EXPECT_THAT(DataOf(source), EqualTo(data));
+        for (std::size_t c = 0; c < 3; ++c) {
+            EXPECT_EQ(EntriesOf(source.aCurves[c].get()), shape.A()[c]);
+            EXPECT_EQ(EntriesOf(source.bCurves[c].get()), shape.B()[c]);
+        }
+        EXPECT_EQ(source.clut->gridBytes, 48U);
+    }
+}
+
+TEST(LutConversion, TakesNoNoticeOfMatrixAndMCurves) {
+    ByteWriter matrix;
+    for (std::uint32_t i = 0; i < 12; ++i) matrix.Big32(0x8000 + i * 0x1111);
+    for (const Shape& shape : {kA2B, kB2A}) {
+        for (const AbBlock& head :
+             {shape.Head().Raw(AbBlock::kMatrix, matrix.Done()),
+              shape.Head().Curves(AbBlock::kM, {{9, 8, 7}, {6, 5, 4}, {3, 2, 1}}),
+              shape.Head().Raw(AbBlock::kMatrix, matrix.Done()).Curves(AbBlock::kM, {{40000}}),
+              shape.Head().Offset(AbBlock::kMatrix, 0xffffffffU).Offset(AbBlock::kM, 0xfffffff0U)}) {
+            CLut source;
+            LoadSource(source, shape, head, shape.A(), shape.B());
+            ExpectConverted(CLut16Type(&source), shape);
+        }
+    }
+}
+
+TEST(LutConversion, OfNoSourceHasNoTables) { EXPECT_TRUE(HasNone(CLut16Type(static_cast<CLut*>(nullptr)))); }
+
+// --- curves
+
+TEST(LutConversion, HasRoomForSevenACurvesAndThreeBCurves) {
+    struct Row {
+        Shape shape;
+        bool converted;
+    };
+    for (const auto& [shape, converted] : {Row{{"A2B0", 7, 3, 1, true}, true},
+                                           {{"A2B0", 8, 3, 1, true}, false},
+                                           {{"A2B0", 255, 255, 1, true}, false},
+                                           {{"A2B0", 3, 4, 2, true}, false},
+                                           {{"B2A0", 3, 7, 2, false}, true},
+                                           {{"B2A0", 3, 8, 2, false}, false},
+                                           {{"B2A0", 4, 3, 2, false}, false},
+                                           {{"A2B0", 0, 3, 2, true}, false},
+                                           {{"A2B0", 3, 0, 2, true}, false},
+                                           {{"B2A0", 0, 3, 2, false}, false},
+                                           {{"B2A0", 3, 0, 2, false}, false}}) {
+        SCOPED_TRACE(std::string(shape.name) + " " + std::to_string(shape.in) + " to " + std::to_string(shape.out));
+        CLut source;
+        LoadSource(source, shape);
+        const CLut16Type lut(&source);
+        EXPECT_EQ(HasAll(lut), converted);
+        EXPECT_EQ(HasNone(lut), !converted);
+        EXPECT_EQ(lut.inputChan, shape.in);
+        EXPECT_EQ(lut.outputChan, shape.out);
+    }
+}
+
+TEST(LutConversion, NeedsEveryCurveOfBothSides) {
+    for (const Shape& shape : {kA2B, kB2A}) {
         for (std::size_t missing = 0; missing < 6; ++missing) {
             CLut source;
-            LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b});
+            LoadSource(source, shape);
             (missing < 3 ? source.aCurves[missing] : source.bCurves[missing - 3]).reset();
             EXPECT_TRUE(HasNone(CLut16Type(&source))) << missing;
         }
-        CLut source;
-        LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b});
-        source.mCurve.reset();  // takes no part
-        EXPECT_TRUE(HasAll(CLut16Type(&source)));
     }
 }
 
-TEST(TurnedTableCurves, AreCutToTheLengthOfTheFirst) {
-    for (const bool a2b : {true, false}) {
-        const std::vector<Entries> a = {{1, 2, 3}, {4, 5, 6, 7, 8}, {9, 10, 11, 12}};
-        const std::vector<Entries> b = {{21, 22}, {23, 24}, {25, 26, 27}};
+TEST(LutConversion, CutsCurvesToTheLengthOfTheFirst) {
+    for (const Shape& shape : {kA2B, kB2A}) {
         CLut source;
-        LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b}, a, b);
+        LoadSource(source, shape, shape.Head(), {{1, 2, 3}, {4, 5, 6, 7, 8}, {9, 10, 11, 12}},
+                   {{21, 22}, {23, 24}, {25, 26, 27}});
         const CLut16Type lut(&source);
         ASSERT_TRUE(HasAll(lut));
-        const Entries fromA = {1, 2, 3, 4, 5, 6, 9, 10, 11}, fromB = {21, 22, 23, 24, 25, 26};
-        EXPECT_EQ(ValuesOf(lut.inputTable, 0, a2b ? 9 : 6), a2b ? fromA : fromB);
-        EXPECT_EQ(ValuesOf(lut.outputTable, 0, a2b ? 6 : 9), a2b ? fromB : fromA);
+        const Values fromA = {1, 2, 3, 4, 5, 6, 9, 10, 11}, fromB = {21, 22, 23, 24, 25, 26};
+        EXPECT_EQ(ValuesOf(lut.inputTable, 0, shape.a2b ? 9 : 6), shape.a2b ? fromA : fromB);
+        EXPECT_EQ(ValuesOf(lut.outputTable, 0, shape.a2b ? 6 : 9), shape.a2b ? fromB : fromA);
     }
 }
 
-TEST(TurnedTableCurves, MustNotBeShorterThanTheFirst) {
-    const std::vector<Entries> even = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
-    for (const bool a2b : {true, false}) {
-        for (const bool sideA : {true, false}) {
-            for (const std::size_t curve : {1U, 2U}) {
-                std::vector<Entries> one = even;
-                one[curve].pop_back();
+TEST(LutConversion, TakesNoCurveShorterThanTheFirst) {
+    for (const Shape& shape : {kA2B, kB2A}) {
+        for (const std::size_t curve : {1U, 2U}) {
+            std::vector<Values> a = shape.A(), b = shape.B();
+            a[curve].pop_back();
+            CLut shortA, shortB;
+            LoadSource(shortA, shape, shape.Head(), a, b);
+            EXPECT_TRUE(HasNone(CLut16Type(&shortA))) << curve;
+            a = shape.A();
+            b[curve].pop_back();
+            LoadSource(shortB, shape, shape.Head(), a, b);
+            EXPECT_TRUE(HasNone(CLut16Type(&shortB))) << curve;
+        }
+    }
+}
+
+TEST(LutConversion, CountsTheEntriesOfACurveInSixteenBits) {
+    // 65,537 entries leave 1: of each curve the first is taken.
+    for (const Shape& shape : {kA2B, kB2A}) {
+        for (const bool inputSide : {true, false}) {
+            for (const unsigned entries : {0U, 65535U, 65536U, 65537U, 65538U}) {
                 CLut source;
-                LoadTurn(source, {a2b ? "A2B0" : "B2A0", 3, 3, 2, a2b}, sideA ? one : even, sideA ? even : one);
-                EXPECT_TRUE(HasNone(CLut16Type(&source))) << sideA << curve;
+                LoadSource(source, shape);
+                const bool sideA = shape.a2b == inputSide;
+                for (unsigned c = 0; c < 3; ++c) {
+                    auto curve = std::make_unique<CCurveType>();
+                    Values values(entries, 100 + c);
+                    if (entries > 1) values[1] = 200 + c;
+                    Load(*curve, "A2B0", CurveBlock(values));
+                    ASSERT_EQ(curve->curveCount, entries);
+                    (sideA ? source.aCurves[c] : source.bCurves[c]) = std::move(curve);
+                }
+                const CLut16Type lut(&source);
+                const unsigned taken = entries % 65536;
+                ASSERT_TRUE(HasAll(lut)) << entries;
+                EXPECT_EQ(inputSide ? lut.inputEnt : lut.outputEnt, taken);
+                EXPECT_EQ(inputSide ? lut.outputEnt : lut.inputEnt, sideA ? kBEntries : kAEntries);
+                const auto& table = inputSide ? lut.inputTable : lut.outputTable;
+                for (unsigned c = 0; c < 3; ++c) {
+                    Values expected = {100 + c, 200 + c};
+                    expected.resize(std::min(taken, 2U));
+                    EXPECT_EQ(ValuesOf(table, c * taken, expected.size()), expected) << entries;
+                }
             }
         }
     }
 }
 
-TEST(TurnedTableCurves, HaveTheirCountInSixteenBits) {
-    // 65,537 entries leave 1: of each curve the first is taken.
-    for (const unsigned entries : {65535U, 65536U, 65537U}) {
-        CLut source;
-        LoadTurn(source, {"A2B0", 3, 3, 2, true});
-        for (unsigned c = 0; c < 3; ++c) {
-            Bytes block = CurveBlock(Entries(entries, 100 + c));
-            source.aCurves[c] = std::make_unique<CCurveType>();
-            Load(*source.aCurves[c], "A2B0", block);
-            ASSERT_EQ(source.aCurves[c]->curveCount, entries);
-        }
-        const CLut16Type lut(&source);
-        ASSERT_TRUE(HasAll(lut));
-        EXPECT_EQ(lut.inputEnt, entries % 65536);
-        for (unsigned c = 0; c < 3 && lut.inputEnt > 0; ++c) EXPECT_EQ(lut.inputTable[c * lut.inputEnt], 100 + c);
-    }
-}
+// --- grids
 
-TEST(TurnedTableGrid, HasTheFirstAxisForAll) {
+TEST(LutConversion, TakesTheFirstAxisOfTheGridForAll) {
     struct Row {
-        std::vector<unsigned> points;
-        bool turned;
+        Values points;
+        bool converted;
     };
     for (const Row& row : {Row{{2, 3, 3}, true}, Row{{2, 2, 2}, true}, Row{{2, 8, 1}, true}, Row{{2, 4, 1}, true},
                            Row{{2, 3, 1}, false}, Row{{3, 2, 2}, false}, Row{{3, 3, 3}, true}, Row{{3, 9, 1}, true}}) {
@@ -204,51 +254,50 @@ TEST(TurnedTableGrid, HasTheFirstAxisForAll) {
         const std::size_t nodes = std::size_t{row.points[0]} * row.points[1] * row.points[2];
         Load(source, "A2B0",
              AbBlock(3, 2)
-                 .Curves(AbBlock::kB, SideOf(2, 3, 10))
-                 .Grid(row.points, NthFrom(0, nodes * 2))
-                 .Curves(AbBlock::kA, SideOf(3, 3, 20))
+                 .Curves(AbBlock::kB, CurvesOf(2, 3, 10))
+                 .Grid(row.points, TableValues(0, nodes * 2))
+                 .Curves(AbBlock::kA, CurvesOf(3, 3, 20))
                  .Done());
         const CLut16Type lut(&source);
         EXPECT_EQ(lut.clutPoints, row.points[0]);
-        EXPECT_EQ(HasAll(lut), row.turned);
-        EXPECT_EQ(HasNone(lut), !row.turned);
-        if (!row.turned) continue;
+        EXPECT_EQ(HasAll(lut), row.converted);
+        EXPECT_EQ(HasNone(lut), !row.converted);
+        if (!row.converted) continue;
         const std::size_t values = Power(row.points[0], 3) * 2;
-        EXPECT_EQ(ValuesOf(lut.clutTable, 0, values), NthFrom(0, values)) << "from its start on";
+        EXPECT_THAT(ValuesOf(lut.clutTable, 0, values), EqualTo(TableValues(0, values))) << "from its start on";
     }
 }
 
-TEST(TurnedTableGrid, MustHoldEveryNodeToTheLastByte) {
-    for (const auto& [bytes, turned] : {std::pair{47U, false}, {48U, true}, {0U, false}, {46U, false}}) {
+TEST(LutConversion, NeedsAGridThatHoldsEveryNodeToTheLastByte) {
+    for (const std::uint64_t bytes : {0U, 46U, 47U, 48U}) {
         CLut source;
-        LoadTurn(source, {"A2B0", 3, 3, 2, true});
+        LoadSource(source, kA2B);
         ASSERT_EQ(source.clut->gridBytes, 48U);
         source.clut->gridBytes = bytes;
-        EXPECT_EQ(HasAll(CLut16Type(&source)), turned) << bytes;
+        EXPECT_EQ(HasAll(CLut16Type(&source)), bytes == 48) << bytes;
     }
 }
 
-TEST(TurnedTableGrid, MustHoldWords) {
+TEST(LutConversion, NeedsAGridOfWords) {
     for (const unsigned precision : {0U, 1U, 2U, 3U, 4U, 255U}) {
         CLut source;
-        LoadTurn(source, {"A2B0", 3, 3, 2, true});
+        LoadSource(source, kA2B);
         source.clut->precision = static_cast<std::uint8_t>(precision);
         EXPECT_EQ(HasAll(CLut16Type(&source)), precision == 2) << precision;
     }
-    CLut none, empty;
-    LoadTurn(none, {"A2B0", 3, 3, 2, true});
-    none.clut->gridData.reset();
-    EXPECT_TRUE(HasNone(CLut16Type(&none)));
-    LoadTurn(empty, {"A2B0", 3, 3, 2, true});
-    empty.clut.reset();
-    EXPECT_TRUE(HasNone(CLut16Type(&empty)));
+    CLut source;
+    LoadSource(source, kA2B);
+    source.clut->gridData.reset();
+    EXPECT_TRUE(HasNone(CLut16Type(&source)));
+    source.clut.reset();
+    EXPECT_TRUE(HasNone(CLut16Type(&source)));
 }
 
-TEST(TurnedTableGrid, OfManyPointsIsCountedWideEnough) {
+TEST(LutConversion, CountsTheNodesOfAGridWideEnough) {
     // 128 to the power of 7 is 2 to the power of 49, 0 in 32 bits; 255 to the power of 7 is more still.
     for (const unsigned points : {64U, 128U, 255U}) {
         CLut source;
-        LoadTurn(source, {"A2B0", 7, 3, 1, true});
+        LoadSource(source, {"A2B0", 7, 3, 1, true});
         source.clut->gridPoints[0] = static_cast<std::uint8_t>(points);
         const CLut16Type lut(&source);
         EXPECT_TRUE(HasNone(lut)) << points;
@@ -256,15 +305,15 @@ TEST(TurnedTableGrid, OfManyPointsIsCountedWideEnough) {
     }
 }
 
-TEST(TurnedTableGrid, OfFewInputsIsFilledUpToACubeWithZeros) {
+TEST(LutConversion, FillsTheGridOfFewInputsUpToACubeWithZeros) {
     for (const unsigned in : {1U, 2U, 3U}) {
         CLut source;
-        LoadTurn(source, {"A2B0", in, 2, 5, true});
+        LoadSource(source, {"A2B0", in, 2, 5, true});
         const CLut16Type lut(&source);
         ASSERT_TRUE(HasAll(lut));
         const std::size_t taken = Power(5, in) * 2;
-        EXPECT_EQ(ValuesOf(lut.clutTable, 0, taken), NthFrom(0, taken));
-        EXPECT_EQ(ValuesOf(lut.clutTable, taken, 250 - taken), Entries(250 - taken)) << in;
+        EXPECT_THAT(ValuesOf(lut.clutTable, 0, taken), EqualTo(TableValues(0, taken)));
+        EXPECT_THAT(ValuesOf(lut.clutTable, taken, 250 - taken), EqualTo(Values(250 - taken))) << in;
     }
 }
 

@@ -1,167 +1,51 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What all tags have in common, and the types of one value or one text.
-#include <cstring>
-
+// The tags of one text, of fixed-point values, or of one curve.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
 namespace {
 
-using ICC40::ICC4_HEADER::TypeName;
 using ICC40::ICCFILE::FromFixed;
+using ICC40::ICCFILE::TagReader;
 
-template <typename Tag>
-class EveryTag : public testing::Test {};
-using DerivedTags = testing::Types<CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad, CLut16Type,
-                                   CLut8Type, CLut>;
-
-class TagTypeName {
-public:
-    template <typename Tag>
-    static std::string GetName(int index) {
-        static const char* const names[] = {"Text", "TextDescription", "Xyz",  "Data", "Curve",
-                                            "Chad", "Lut16",           "Lut8", "Lut"};
-        return names[index];
-    }
-};
-TYPED_TEST_SUITE(EveryTag, DerivedTags, TagTypeName);
-
-TYPED_TEST(EveryTag, TakesNameTypeAndAVerbatimCopyOfItsBlock) {
-    for (const std::size_t size : {4U, 8U, 11U, 12U, 52U, 63U, 300U}) {
-        TypeParam tag;
-        tag.reserved = 1234;
-        const Bytes block = Block("wxyz", size);
-        EXPECT_EQ(Load(tag, "abcd", block), size);
-        EXPECT_EQ(static_cast<std::uint32_t>(tag.tagSig), 0x61626364U);
-        EXPECT_EQ(static_cast<std::uint32_t>(tag.sig), 0x7778797aU);
-        EXPECT_EQ(tag.reserved, 0U);  // not what stands at 4
-        EXPECT_EQ(tag.tagSize, size);
-        EXPECT_EQ(DataOf(tag), block);
-    }
-}
-
-TYPED_TEST(EveryTag, LeavesTheBlockThatItCopied) {
-    Bytes block = Block("wxyz", 64);
-    TypeParam tag;
-    tag.Initial(Name("abcd"), block.data(), 64);
-    EXPECT_EQ(block, Block("wxyz", 64));
-    block.assign(64, 0);
-    EXPECT_EQ(DataOf(tag), Block("wxyz", 64));
-}
-
-TYPED_TEST(EveryTag, OfABlockTooShortForATypeTakesWhatIsThere) {
-    const std::uint32_t types[] = {0, 0x77000000U, 0x77780000U, 0x77787900U};
-    for (std::size_t size = 0; size < 4; ++size) {
-        TypeParam tag;
-        EXPECT_EQ(Load(tag, "abcd", Block("wxyz", size)), size);
-        EXPECT_EQ(static_cast<std::uint32_t>(tag.sig), types[size]);
-        EXPECT_EQ(tag.tagSize, size);
-    }
-}
-
-TYPED_TEST(EveryTag, MadeFromNameAndTypeCarriesNoData) {
-    TypeParam tag;
-    tag.reserved = 77;
-    EXPECT_EQ(tag.Initial(Name("abcd"), TypeName("wxyz")), 0U);
-    EXPECT_EQ(static_cast<std::uint32_t>(tag.tagSig), 0x61626364U);
-    EXPECT_EQ(static_cast<std::uint32_t>(tag.sig), 0x7778797aU);
-    EXPECT_EQ(tag.tagSize, 0U);
-    EXPECT_EQ(tag.reserved, 77U);
-    EXPECT_EQ(tag.tagData, nullptr);
-}
-
-TYPED_TEST(EveryTag, RenamedByNameAndTypeKeepsItsData) {
-    TypeParam tag;
-    Load(tag, "abcd", Block("wxyz", 20));
-    const unsigned char* const data = tag.tagData.get();
-    EXPECT_EQ(tag.Initial(Name("efgh"), TypeName("text")), 0U);
-    EXPECT_EQ(tag.tagSig, Name("efgh"));
-    EXPECT_EQ(static_cast<std::uint32_t>(tag.sig), Word("text"));
-    EXPECT_EQ(tag.tagSize, 0U);
-    EXPECT_EQ(tag.tagData.get(), data);
-    EXPECT_EQ(Bytes(data, data + 20), Block("wxyz", 20));
-}
-
-TYPED_TEST(EveryTag, NeitherReadsNorSavesByItself) {
-    TypeParam tag;
-    Load(tag, "abcd", Block("wxyz", 20));
-    const FileHandle stream(std::tmpfile());
-    ASSERT_NE(stream, nullptr);
-    std::fputs("content", stream.get());
-    std::rewind(stream.get());
-    iccTagBase& base = tag;
-    EXPECT_EQ(base.Read(stream.get()), 0);
-    EXPECT_EQ(base.Save(stream.get()), 0);
-    EXPECT_EQ(std::ftell(stream.get()), 0);
-    char text[16] = {};
-    EXPECT_EQ(std::fread(text, 1, sizeof text, stream.get()), 7U);
-    EXPECT_STREQ(text, "content");
-    EXPECT_EQ(DataOf(tag), Block("wxyz", 20));
-}
-
-TYPED_TEST(EveryTag, StartsWithoutData) {
-    const TypeParam tag;
-    EXPECT_EQ(tag.tagData, nullptr);
-}
-
-TEST(NewTags, OwnNothing) {
-    EXPECT_EQ(CTextType().text, nullptr);
-    EXPECT_EQ(CTextDescriptionType().text, nullptr);
-    EXPECT_EQ(CCurveType().curve, nullptr);
-    EXPECT_EQ(CXYZType().XYZ, (std::array<double, 3>{}));
-    EXPECT_EQ(CLut16Type().inputTable, nullptr);
-    EXPECT_EQ(CLut16Type().clutTable, nullptr);
-    EXPECT_EQ(CLut16Type().outputTable, nullptr);
-    EXPECT_EQ(CLut8Type().inputTable, nullptr);
-    EXPECT_EQ(CLut8Type().clutTable, nullptr);
-    EXPECT_EQ(CLut8Type().outputTable, nullptr);
-    const CLut lut;
-    for (const auto& curve : lut.bCurves) EXPECT_EQ(curve, nullptr);
-    for (const auto& curve : lut.aCurves) EXPECT_EQ(curve, nullptr);
-    EXPECT_EQ(lut.mCurve, nullptr);
-    EXPECT_EQ(lut.clut, nullptr);
-}
-
-TEST(TextTag, OfSixteenBytesHasEightOfText) {
+TEST(CTextType, HoldsEveryByteBehindTheEighth) {
     CTextType tag;
     Load(tag, "cprt", ByteWriter().Text("text").Big32(0xffffffffU).Text("Nobody's").Done());
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(tag.text.get()), 8), "Nobody's");
-}
-
-TEST(TextTag, TakesEveryByteBehindTheEighth) {
-    for (std::size_t size = 9; size <= 40; ++size) {
-        CTextType text;
-        CTextDescriptionType description;
+    for (std::size_t size = 0; size <= 40; ++size) {
         const Bytes block = Block("text", size);
-        Load(text, "cprt", block);
-        Load(description, "desc", block);
-        EXPECT_EQ(Bytes(text.text.get(), text.text.get() + size - 8), Part(block, 8, size - 8));
-        ASSERT_EQ(description.textLength, size - 8);
-        EXPECT_EQ(Bytes(description.text.get(), description.text.get() + size - 8), Part(block, 8, size - 8));
+        EXPECT_EQ(Load(tag, "cprt", block), size);
+        EXPECT_THAT(DataOf(tag), EqualTo(block));
+        ASSERT_NE(tag.text, nullptr) << "an array of no bytes for a block of up to eight";
+        if (size <= 8) continue;
+        EXPECT_THAT(Bytes(tag.text.get(), tag.text.get() + size - 8), EqualTo(Part(block, 8, size - 8)));
     }
 }
 
-TEST(TextTag, IsEmptyUpToEightBytes) {
-    for (std::size_t size = 0; size <= 12; ++size) {
-        CTextDescriptionType description;
-        description.textLength = 99;
-        EXPECT_EQ(Load(description, "desc", Block("desc", size)), size);
-        EXPECT_EQ(description.textLength, size < 8 ? 0 : size - 8) << size;
-        CTextType text;
-        EXPECT_EQ(Load(text, "cprt", Block("text", size)), size);
-        EXPECT_EQ(DataOf(text), Block("text", size));
+TEST(CTextDescriptionType, HoldsEveryByteBehindTheEighthAndTheirNumber) {
+    for (std::size_t size = 0; size <= 40; ++size) {
+        CTextDescriptionType tag;
+        tag.textLength = 99;
+        const Bytes block = Block("desc", size);
+        EXPECT_EQ(Load(tag, "desc", block), size);
+        ASSERT_EQ(tag.textLength, size < 8 ? 0 : size - 8);
+        ASSERT_NE(tag.text, nullptr);
+        EXPECT_THAT(Bytes(tag.text.get(), tag.text.get() + tag.textLength),
+                    EqualTo(Part(block, std::min<std::size_t>(size, 8), tag.textLength)));
     }
 }
 
-TEST(DescriptionTag, KeepsItsInnerCountAsText) {
+TEST(CTextDescriptionType, KeepsItsInnerCountAsText) {
     CTextDescriptionType tag;
     const Bytes inner = ByteWriter().Big32(5).Text("Scan").U8(0).Big32(0).Big32(0).Fill(70).Done();
     Load(tag, "desc", ByteWriter().Text("desc").Big32(0).Append(inner).Done());
     ASSERT_EQ(tag.textLength, inner.size());
-    EXPECT_EQ(Bytes(tag.text.get(), tag.text.get() + tag.textLength), inner);
+    EXPECT_THAT(Bytes(tag.text.get(), tag.text.get() + tag.textLength), EqualTo(inner));
 }
+
+// --- fixed-point values
 
 struct FixedRow {
     std::uint32_t word;
@@ -183,14 +67,21 @@ TEST(FixedPoint, IsReadWithoutASign) {
     for (const FixedRow& row : kFixed) EXPECT_EQ(FromFixed(row.word), row.value) << row.word;
 }
 
-TEST(XyzTag, KeepsTheWordsAndTheirUnsignedValues) {
+/// A block of `count` words 1.0, 2.0, ..., of which the one at `place` is another.
+Bytes FixedBlock(std::string_view type, std::uint32_t count, std::size_t place, std::uint32_t word) {
+    ByteWriter block;
+    block.Text(type).Big32(0xffffffffU);
+    for (std::uint32_t i = 0; i < count; ++i) block.Big32((i + 1) << 16);
+    block.PatchBig32(8 + 4 * place, word);
+    return block.Done();
+}
+
+TEST(CXYZType, KeepsTheWordsAndTheirUnsignedValues) {
     for (std::size_t place = 0; place < 3; ++place) {
         for (const FixedRow& row : kFixed) {
-            ByteWriter block;
-            block.Text("XYZ ").Big32(0xffffffffU).Big32(0x10000).Big32(0x20000).Big32(0x30000);
-            block.PatchBig32(8 + 4 * place, row.word);
             CXYZType tag;
-            EXPECT_EQ(Load(tag, "wtpt", block.Done()), 20U);
+            // A second triple takes no part.
+            Load(tag, "wtpt", ByteWriter().Append(FixedBlock("XYZ ", 3, place, row.word)).Fill(12, 0xff).Done());
             for (std::size_t i = 0; i < 3; ++i) {
                 const auto other = static_cast<std::uint32_t>(i + 1);
                 EXPECT_EQ(tag.rawXYZ[i], i == place ? row.word : other << 16);
@@ -200,35 +91,11 @@ TEST(XyzTag, KeepsTheWordsAndTheirUnsignedValues) {
     }
 }
 
-TEST(XyzTag, TakesTheFirstOfSeveralTriples) {
-    CXYZType tag;
-    const Bytes triple = ByteWriter().Big32(1).Big32(2).Big32(3).Done();
-    Load(tag, "rXYZ", ByteWriter().Text("XYZ ").Big32(0).Append(triple).Fill(12, 0xff).Done());
-    EXPECT_EQ(tag.rawXYZ, (std::array<std::uint32_t, 3>{1, 2, 3}));
-}
-
-TEST(XyzTag, TakesWordsBeyondItsBlockForZero) {
-    const Bytes whole = Block("XYZ ", 24);
-    for (std::size_t size = 0; size <= 24; ++size) {
-        CXYZType cut, padded;
-        Load(cut, "wtpt", Cut(whole, size));
-        Load(padded, "wtpt", Cut(Cut(whole, size), 24));
-        EXPECT_EQ(cut.rawXYZ, padded.rawXYZ) << size;
-        EXPECT_EQ(cut.XYZ, padded.XYZ) << size;
-        EXPECT_EQ(cut.tagSize, size);
-        for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(cut.rawXYZ[i] == 0, size <= 8 + 4 * i) << size;
-    }
-}
-
-TEST(ChadTag, HoldsNineUnsignedValuesRowByRow) {
+TEST(CChad, HoldsNineUnsignedValuesRowByRow) {
     for (std::size_t place = 0; place < 9; ++place) {
         for (const FixedRow& row : kFixed) {
-            ByteWriter block;
-            block.Text("sf32").Big32(0xffffffffU);
-            for (std::uint32_t i = 0; i < 9; ++i) block.Big32((i + 1) << 16);
-            block.PatchBig32(8 + 4 * place, row.word);
             CChad tag;
-            EXPECT_EQ(Load(tag, "chad", block.Done()), 44U);
+            Load(tag, "chad", FixedBlock("sf32", 9, place, row.word));
             for (std::size_t i = 0; i < 9; ++i) {
                 EXPECT_EQ(tag.chad[i], i == place ? row.value : static_cast<double>(i + 1));
             }
@@ -236,15 +103,145 @@ TEST(ChadTag, HoldsNineUnsignedValuesRowByRow) {
     }
 }
 
-TEST(ChadTag, TakesWordsBeyondItsBlockForZero) {
-    const Bytes whole = Block("sf32", 48);
+TEST(FixedPoint, IsZeroWhereTheBlockHasEnded) {
     for (std::size_t size = 0; size <= 48; ++size) {
-        CChad cut, padded;
-        Load(cut, "chad", Cut(whole, size));
-        Load(padded, "chad", Cut(Cut(whole, size), 48));
-        EXPECT_EQ(cut.chad, padded.chad) << size;
-        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(cut.chad[i] == 0, size <= 8 + 4 * i) << size;
+        const Bytes block = Block("sf32", size), padded = Cut(block, 48);
+        CXYZType xyz;
+        CChad chad;
+        Load(xyz, "wtpt", block);
+        Load(chad, "chad", block);
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(xyz.rawXYZ[i], Big32(padded, 8 + 4 * i)) << size;
+            EXPECT_EQ(xyz.XYZ[i], Big32(padded, 8 + 4 * i) / 65536.0) << size;
+        }
+        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(chad.chad[i], Big32(padded, 8 + 4 * i) / 65536.0) << size;
     }
+}
+
+// --- curves
+
+TEST(CCurveType, HoldsItsEntriesInHostOrder) {
+    CCurveType curve;
+    EXPECT_EQ(Load(curve, "rTRC", CurveBlock({0, 1, 0x00ff, 0x0100, 0x1234, 0x8000, 65535})), 26U);
+    EXPECT_THAT(EntriesOf(&curve), EqualTo(Values{0, 1, 0x00ff, 0x0100, 0x1234, 0x8000, 65535}));
+    EXPECT_EQ(curve.tagSize, 26U);
+}
+
+TEST(CCurveType, DoesNotInterpretACountOfNoneOrOne) {
+    CCurveType none, gamma;
+    Load(none, "rTRC", CurveBlock({}));
+    EXPECT_EQ(none.curveCount, 0U);
+    EXPECT_NE(none.curve, nullptr) << "an array of no entries";
+    Load(gamma, "rTRC", CurveBlock({0x0180}));
+    EXPECT_EQ(gamma.curveCount, 1U);
+    EXPECT_EQ(gamma.curve[0], 0x0180U);
+}
+
+TEST(CCurveType, DoesNotLookAtItsTypeOrItsReservedWord) {
+    for (const char* type : {"curv", "para", "text", "XYZ "}) {
+        CCurveType curve;
+        Load(curve, "gTRC", ByteWriter().Text(type).Big32(0xffffffffU).Big32(2).Big16(7).Big16(9).Done());
+        EXPECT_THAT(EntriesOf(&curve), EqualTo(Values{7, 9})) << type;
+    }
+}
+
+TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
+    struct Row {
+        std::uint32_t announced;
+        std::size_t size;  ///< of the block
+        std::size_t taken;
+    };
+    const Bytes four = ByteWriter().Big16(11).Big16(22).Big16(33).Big16(44).Done();
+    for (const Row& row : {Row{2, 20, 2},
+                           {4, 19, 3},
+                           {4, 20, 4},
+                           {4, 21, 4},
+                           {4, 22, 4},
+                           {1, 13, 0},
+                           {1, 14, 1},
+                           {1, 12, 0},
+                           {4, 11, 0},
+                           {4, 8, 0},
+                           {4, 0, 0},
+                           {5, 20, 4},
+                           {6, 21, 4},
+                           {0xffffffffU, 20, 4},
+                           {0x80000000U, 20, 4},
+                           {0x80000004U, 20, 4},
+                           {0x7fffffffU, 18, 3}}) {
+        SCOPED_TRACE(std::to_string(row.announced) + " in " + std::to_string(row.size));
+        const Bytes block = Cut(ByteWriter().Text("curv").Big32(0).Big32(row.announced).Append(four).Done(), row.size);
+        const Values all = {11, 22, 33, 44};
+        const Values taken(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.taken));
+        CCurveType alone, within;
+        EXPECT_EQ(Load(alone, "bTRC", block), row.size);
+        EXPECT_EQ(alone.tagSize, row.size);
+        EXPECT_THAT(EntriesOf(&alone), EqualTo(taken));
+        // The same inside a larger block.
+        EXPECT_EQ(within.InitialWithin(Name("A2B0"), TagReader(block.data(), static_cast<int>(block.size()))),
+                  2 * row.taken + 14);
+        EXPECT_EQ(within.tagSize, 2 * row.taken + 14);
+        EXPECT_THAT(EntriesOf(&within), EqualTo(taken));
+    }
+}
+
+TEST(CCurveType, WithoutASizeAnswersTwoBytesMoreThanItTakes) {
+    Values entries;
+    for (unsigned n = 0; n <= 9; entries.push_back(0x1200 + n * 0x0301), ++n) {
+        Bytes block = CurveBlock(entries);
+        CCurveType curve;
+        EXPECT_EQ(curve.Initial(Name("A2B0"), block.data()), 2 * n + 14);
+        EXPECT_EQ(curve.tagSize, 2 * n + 14);
+        EXPECT_THAT(EntriesOf(&curve), EqualTo(entries));
+        EXPECT_EQ(curve.tagSig, Name("A2B0"));
+        EXPECT_EQ(TypeOf(curve), Word("curv"));
+        EXPECT_EQ(curve.reserved, 0U);
+    }
+}
+
+TEST(CCurveType, OfSizeZeroIsReadAsFarAsItsCountSays) {
+    for (const Values& entries : {Values{}, Values{5}, Values{0x1234, 0, 0xfffe}}) {
+        Bytes block = CurveBlock(entries);
+        CCurveType curve;
+        EXPECT_EQ(curve.Initial(Name("gTRC"), block.data(), 0), 0U);
+        EXPECT_EQ(curve.tagSize, 0U);
+        EXPECT_THAT(EntriesOf(&curve), EqualTo(entries));
+        EXPECT_EQ(TypeOf(curve), Word("curv"));
+    }
+}
+
+TEST(CCurveType, IsEmptyWithoutDataOrWithANegativeSize) {
+    Bytes block = CurveBlock({1, 2, 3});
+    struct Row {
+        unsigned char* data;
+        int size;
+    };
+    for (const Row& row : {Row{nullptr, 0}, {nullptr, 20}, {nullptr, -1}, {block.data(), -1}}) {
+        CCurveType curve;
+        EXPECT_EQ(curve.Initial(Name("gTRC"), row.data, row.size), 0U);
+        EXPECT_EQ(curve.curveCount, 0U) << row.size;
+    }
+}
+
+/// Remembers the sizes that it was given.
+class WatchedCurve : public CCurveType {
+public:
+    using CCurveType::Initial;
+    unsigned Initial(icTagSignature tagName, unsigned char* data, int size) override {
+        sizes.push_back(size);
+        return CCurveType::Initial(tagName, data, size);
+    }
+    std::vector<int> sizes;
+};
+
+TEST(CCurveType, WithoutASizeCallsTheVirtualOperationWithZero) {
+    Bytes block = CurveBlock({7, 8, 9});
+    WatchedCurve curve;
+    CCurveType& seen = curve;
+    EXPECT_EQ(seen.Initial(Name("A2B0"), block.data()), 20U);
+    EXPECT_EQ(curve.sizes, std::vector<int>{0});
+    EXPECT_NE(curve.tagData, nullptr);
+    EXPECT_THAT(EntriesOf(&curve), EqualTo(Values{7, 8, 9}));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 //
 // What container and tags are made of: fields in their order and width, virtual operations in their slots, and who
 // derives from whom.
-#include <cstring>
 #include <type_traits>
 
 #include "unit/iccfile/Blocks.h"
@@ -25,11 +24,24 @@ using Places = std::vector<std::size_t>;
 
 constexpr std::size_t kBase = 32;  // table of operations, the plain struct's two words, two more words, a pointer
 
-TEST(ContainerLayout, IsTheHeaderAndTheListWithoutABaseOrATable) {
+TEST(IccFile4Layout, IsTheHeaderAndTheListWithoutABaseOrATable) {
     static_assert(!std::is_polymorphic_v<IccFile4>);
     const IccFile4 file;
     EXPECT_EQ((Places{At(file, file.header), At(file, file.tagList)}), (Places{0, 128}));
     EXPECT_EQ(sizeof(IccFile4), 128 + sizeof(std::vector<void*>));
+}
+
+TEST(ProfileHeaderLayout, IsThatOfTheFile) {
+    static_assert(std::is_standard_layout_v<ProfileHeader> && std::is_trivially_copyable_v<ProfileHeader>);
+    EXPECT_EQ(sizeof(ProfileHeader), 128U);
+    const ProfileHeader header;
+    EXPECT_EQ((Places{At(header, header.profileSize), At(header, header.cmmType), At(header, header.profileVersion),
+                      At(header, header.deviceClass), At(header, header.colorSpace), At(header, header.pcs),
+                      At(header, header.dateTime), At(header, header.magic), At(header, header.platform),
+                      At(header, header.profileFlags), At(header, header.manufacturer), At(header, header.model),
+                      At(header, header.attributes), At(header, header.renderingIntent), At(header, header.illuminant),
+                      At(header, header.creator), At(header, header.profileId), At(header, header.headerReserved)}),
+              (Places{0, 4, 8, 12, 16, 20, 24, 36, 40, 44, 48, 52, 56, 64, 68, 80, 84, 100}));
 }
 
 TEST(TagLayout, OfThePlainStructIsTwoWords) {
@@ -131,19 +143,10 @@ std::uintptr_t Slot(Member member) {
 }
 
 template <typename Tag>
-class EveryTagShape : public testing::Test {};
-class ShapeName {
-public:
-    template <typename Tag>
-    static std::string GetName(int index) {
-        static const char* const names[] = {"Base",  "Text", "TextDescription", "Xyz",  "Data",
-                                            "Curve", "Chad", "Lut16",           "Lut8", "Lut"};
-        return names[index];
-    }
-};
-TYPED_TEST_SUITE(EveryTagShape, AllTags, ShapeName);
+class TagSlots : public testing::Test {};
+TYPED_TEST_SUITE(TagSlots, AllTags, NameOfTag);
 
-TYPED_TEST(EveryTagShape, HasItsOperationsInTheSameSlots) {
+TYPED_TEST(TagSlots, HasItsOperationsInTheSameSlots) {
     const auto fromBlock =
         static_cast<unsigned (TypeParam::*)(icTagSignature, unsigned char*, int)>(&TypeParam::Initial);
     const auto fromType = static_cast<unsigned (TypeParam::*)(icTagSignature, icTagTypeSignature)>(&TypeParam::Initial);
@@ -153,12 +156,12 @@ TYPED_TEST(EveryTagShape, HasItsOperationsInTheSameSlots) {
     EXPECT_EQ(Slot(&TypeParam::Save), 5U);
 }
 
-TYPED_TEST(EveryTagShape, LeavesReadingAndSavingToTheBase) {
+TYPED_TEST(TagSlots, LeavesReadingAndSavingToTheBase) {
     EXPECT_TRUE((std::is_same_v<decltype(&TypeParam::Read), int (iccTagBase::*)(std::FILE*)>));
     EXPECT_TRUE((std::is_same_v<decltype(&TypeParam::Save), int (iccTagBase::*)(std::FILE*)>));
 }
 
-TYPED_TEST(EveryTagShape, IsNoBaseOfAnyOther) {
+TYPED_TEST(TagSlots, IsNoBaseOfAnyOther) {
     EXPECT_TRUE((std::is_base_of_v<iccTagBase, TypeParam>));
     const std::size_t derived = std::is_base_of_v<TypeParam, CTextType> +
                                 std::is_base_of_v<TypeParam, CTextDescriptionType> +
@@ -169,7 +172,7 @@ TYPED_TEST(EveryTagShape, IsNoBaseOfAnyOther) {
     EXPECT_EQ(derived, (std::is_same_v<TypeParam, iccTagBase>) ? 9U : 1U) << "a class counts as its own base";
 }
 
-TEST(CurveShape, HasAnOperationThatIsNotVirtual) {
+TEST(TagLayout, OfACurveHasAnOperationThatIsNotVirtual) {
     const auto withoutSize =
         static_cast<unsigned (CCurveType::*)(icTagSignature, unsigned char*)>(&CCurveType::Initial);
     EXPECT_EQ(WordOf(withoutSize) & 1, 0U);

@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Tables of 16-bit entries, and those of bytes, which are read in the same layout: where each part of the block goes,
+// and which tables can be worked with.
+#include "unit/iccfile/Blocks.h"
+
+namespace hueweave::test::icc {
+namespace {
+
+template <typename Lut>
+class LutTag : public testing::Test {
+protected:
+    static constexpr unsigned kWidth = std::is_same_v<Lut, CLut16Type> ? 2 : 1;  ///< bytes an entry
+    static MftSpec Spec(unsigned in, unsigned out, unsigned points, unsigned inEntries, unsigned outEntries,
+                        std::optional<std::size_t> values = {}) {
+        const char* const type = kWidth == 2 ? "mft2" : "mft1";
+        return {type, in, out, points, inEntries, outEntries, kWidth, values};
+    }
+    static void ExpectTables(const Lut& lut, std::size_t input, std::size_t grid, std::size_t output) {
+        ASSERT_TRUE(HasAll(lut));
+        EXPECT_THAT(ValuesOf(lut.inputTable, 0, input), EqualTo(TableValues(0, input, kWidth)));
+        EXPECT_THAT(ValuesOf(lut.clutTable, 0, grid), EqualTo(TableValues(input, grid, kWidth)));
+        EXPECT_THAT(ValuesOf(lut.outputTable, 0, output), EqualTo(TableValues(input + grid, output, kWidth)));
+    }
+};
+struct NameOfLut {
+    template <typename Lut>
+    static std::string GetName(int) {
+        return std::is_same_v<Lut, CLut16Type> ? "CLut16Type" : "CLut8Type";
+    }
+};
+using LutTypes = testing::Types<CLut16Type, CLut8Type>;
+TYPED_TEST_SUITE(LutTag, LutTypes, NameOfLut);
+
+TYPED_TEST(LutTag, TakesEveryFieldFromItsPlace) {
+    TypeParam lut;
+    const MftSpec spec = this->Spec(3, 2, 4, 0x0105, 0x0207);
+    EXPECT_EQ(Load(lut, "A2B0", spec.Done()), 52U + this->kWidth * (783 + 128 + 1038));
+    EXPECT_EQ(lut.inputChan, 3);
+    EXPECT_EQ(lut.outputChan, 2);
+    EXPECT_EQ(lut.clutPoints, 4);
+    EXPECT_EQ(lut.pad, 0xa5);
+    for (std::uint32_t i = 0; i < 9; ++i) EXPECT_EQ(lut.matrix[i], MftSpec::Matrix(i)) << "unscaled";
+    EXPECT_EQ(lut.inputEnt, 0x0105);
+    EXPECT_EQ(lut.outputEnt, 0x0207);
+    EXPECT_EQ(lut.reserved, 0U);
+    EXPECT_EQ(TypeOf(lut), Word(spec.type));
+    EXPECT_THAT(DataOf(lut), EqualTo(spec.Done()));
+    this->ExpectTables(lut, 783, 128, 1038);
+}
+
+struct LutShape {
+    const char* name;
+    unsigned in, out, points, inEntries, outEntries;
+    std::size_t input, grid, output;  ///< entries, by hand
+};
+constexpr LutShape kShapes[] = {
+    {"scanner", 3, 3, 2, 3, 5, 9, 24, 15},          {"seventeen points", 3, 3, 17, 256, 4, 768, 14739, 12},
+    {"two entries", 3, 3, 2, 2, 2, 6, 24, 6},       {"one to one", 1, 1, 3, 4, 5, 4, 27, 5},
+    {"one to three", 1, 3, 2, 4, 2, 4, 24, 6},      {"two to three", 2, 3, 3, 2, 2, 4, 81, 6},
+    {"three to four", 3, 4, 3, 2, 3, 6, 108, 12},   {"three to seven", 3, 7, 2, 2, 3, 6, 56, 21},
+    {"four to three", 4, 3, 3, 2, 3, 8, 81, 9},     {"no input entries", 3, 3, 2, 0, 2, 0, 24, 6},
+    {"no output entries", 3, 3, 2, 2, 0, 6, 24, 0}, {"no inputs", 0, 1, 2, 9, 2, 0, 8, 2},
+    {"no outputs", 3, 0, 2, 2, 9, 6, 0, 0},         {"one point", 3, 3, 1, 2, 2, 6, 3, 6},
+    {"no points", 3, 3, 0, 2, 2, 6, 0, 6},
+};
+
+TYPED_TEST(LutTag, HasInputGridAndOutputBehindOneAnotherAndEightSpareZerosBehindEach) {
+    for (const LutShape& shape : kShapes) {
+        SCOPED_TRACE(shape.name);
+        const Bytes block = this->Spec(shape.in, shape.out, shape.points, shape.inEntries, shape.outEntries).Done();
+        TypeParam lut;
+        EXPECT_EQ(Load(lut, "A2B0", ByteWriter().Append(block).Fill(40, 0xff).Done()),
+                  52 + this->kWidth * (shape.input + shape.grid + shape.output) + 40);
+        this->ExpectTables(lut, shape.input, shape.grid, shape.output);
+        EXPECT_THAT(ValuesOf(lut.inputTable, shape.input, 8), EqualTo(Values(8)));
+        EXPECT_THAT(ValuesOf(lut.clutTable, shape.grid, 8), EqualTo(Values(8)));
+        EXPECT_THAT(ValuesOf(lut.outputTable, shape.output, 8), EqualTo(Values(8)));
+    }
+}
+
+TYPED_TEST(LutTag, NeedsABlockThatHoldsAllThreeTables) {
+    for (const LutShape& shape : kShapes) {
+        const Bytes whole = this->Spec(shape.in, shape.out, shape.points, shape.inEntries, shape.outEntries).Done();
+        const std::size_t need = 52 + this->kWidth * (shape.input + shape.grid + shape.output);
+        for (const std::size_t size :
+             {std::size_t{52}, std::size_t{53}, need - 2, need - 1, need, need + 1, need + 2, need + 100}) {
+            SCOPED_TRACE(std::string(shape.name) + " in " + std::to_string(size));
+            TypeParam lut;
+            EXPECT_EQ(Load(lut, "A2B0", Cut(whole, size)), size);
+            EXPECT_EQ(HasNone(lut), size < need);
+            if (size >= need) this->ExpectTables(lut, shape.input, shape.grid, shape.output);
+            EXPECT_EQ(lut.inputChan, shape.in);
+            EXPECT_EQ(lut.outputChan, shape.out);
+            EXPECT_EQ(lut.clutPoints, shape.points);
+            EXPECT_EQ(lut.inputEnt, shape.inEntries);
+            EXPECT_EQ(lut.outputEnt, shape.outEntries);
+            EXPECT_EQ(lut.matrix[8], MftSpec::Matrix(8));
+        }
+    }
+}
+
+TYPED_TEST(LutTag, TakesFieldsBeyondItsBlockForZero) {
+    const Bytes whole = this->Spec(3, 3, 2, 0x0102, 0x0304).Done();
+    for (std::size_t size = 0; size < 52; ++size) {
+        const Bytes padded = Cut(Cut(whole, size), 52);
+        TypeParam lut;
+        EXPECT_EQ(Load(lut, "A2B0", Cut(whole, size)), size);
+        EXPECT_EQ(lut.inputChan, padded[8]) << size;
+        EXPECT_EQ(lut.outputChan, padded[9]) << size;
+        EXPECT_EQ(lut.clutPoints, padded[10]) << size;
+        EXPECT_EQ(lut.pad, padded[11]) << size;
+        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(lut.matrix[i], Big32(padded, 12 + 4 * i)) << size;
+        EXPECT_EQ(lut.inputEnt, Big16(padded, 48)) << size;
+        EXPECT_EQ(lut.outputEnt, Big16(padded, 50)) << size;
+        EXPECT_TRUE(HasNone(lut)) << size;
+    }
+}
+
+TYPED_TEST(LutTag, OfOneChannelAsksForACubeToo) {
+    // The block of a sound one-channel table: 5 nodes, where a cube has 125.
+    TypeParam lut;
+    Load(lut, "A2B0", this->Spec(1, 3, 5, 2, 2, 2 + 5 * 3 + 2 * 3).Done());
+    EXPECT_TRUE(HasNone(lut));
+    EXPECT_EQ(lut.clutPoints, 5);
+}
+
+TYPED_TEST(LutTag, CountsWideEnoughForTheLargestTables) {
+    for (const MftSpec& spec : {this->Spec(255, 255, 255, 65535, 65535, 0), this->Spec(255, 0, 255, 65535, 65535, 0),
+                                // 2^31 entries: 2^31 bytes, negative as an int, or 2^32, 0 in 32 bits
+                                this->Spec(1, 255, 203, 128, 56077, 0),
+                                // 2^28 entries
+                                this->Spec(1, 128, 128, 0, 0, 0)}) {
+        TypeParam lut;
+        EXPECT_EQ(Load(lut, "A2B0", Cut(spec.Done(), 200)), 200U);
+        EXPECT_TRUE(HasNone(lut)) << spec.points;
+        EXPECT_EQ(lut.inputEnt, spec.inEntries);
+        EXPECT_EQ(lut.outputEnt, spec.outEntries);
+    }
+}
+
+/// The block of a sound four-channel table: its grid has 3 to the power of 4 nodes.
+template <typename Lut>
+void LoadFourChannels(Lut& lut, unsigned width) {
+    constexpr std::size_t kInput = 4 * 2, kPower = 81 * 3, kOutput = 3 * 5;
+    const MftSpec spec{.in = 4,
+                       .out = 3,
+                       .points = 3,
+                       .inEntries = 2,
+                       .outEntries = 5,
+                       .width = width,
+                       .values = kInput + kPower + kOutput};
+    Load(lut, "A2B0", spec.Done());
+    constexpr std::size_t kCube = 27 * 3;
+    EXPECT_THAT(ValuesOf(lut.clutTable, 0, kCube), EqualTo(TableValues(kInput, kCube, width)));
+    EXPECT_THAT(ValuesOf(lut.clutTable, kCube, 8), EqualTo(Values(8)));
+    EXPECT_THAT(ValuesOf(lut.outputTable, 0, kOutput), EqualTo(TableValues(kInput + kCube, kOutput, width)));
+}
+
+TEST(LutTags, OfFourChannelsTakeOneCubeAndTheOutputFromBehindIt) {
+    CLut16Type words;
+    LoadFourChannels(words, 2);
+    EXPECT_FALSE(words.Usable());
+    CLut8Type bytes;
+    LoadFourChannels(bytes, 1);
+}
+
+TEST(CLut16Type, TakesTheBytesOfAnEntryBigEndian) {
+    CLut16Type lut;
+    Load(lut, "A2B0", MftSpec{.points = 17, .inEntries = 256, .outEntries = 4}.Done());
+    EXPECT_EQ(lut.tagData[52], 0x01);
+    EXPECT_EQ(lut.tagData[53], 0x02);
+    EXPECT_EQ(lut.inputTable[0], 0x0102U);
+    EXPECT_TRUE(lut.Usable());
+}
+
+// --- bytes in the layout that is published for them: no counts, curves of 256 entries from 48 on
+
+Bytes PublishedLayout(unsigned first, unsigned second, unsigned third, unsigned fourth) {
+    ByteWriter block;
+    block.Text("mft1").Big32(0).U8(3).U8(3).U8(2).U8(0);
+    for (int i = 0; i < 9; ++i) block.Big32(i % 4 == 0 ? 0x10000 : 0);
+    block.U8(first).U8(second).U8(third).U8(fourth);
+    for (unsigned i = 4; i < 256 * 3 + 24 + 256 * 3; ++i) block.U8((i * 7 + 3) & 0xffU);
+    return block.Done();
+}
+
+TEST(CLut8Type, TakesTheFirstBytesOfThePublishedLayoutForItsCounts) {
+    CLut8Type lut;
+    const Bytes block = PublishedLayout(0, 1, 0, 2);
+    Load(lut, "A2B0", block);
+    EXPECT_EQ(lut.inputEnt, 1);
+    EXPECT_EQ(lut.outputEnt, 2);
+    EXPECT_THAT(Bytes(lut.inputTable.get(), lut.inputTable.get() + 3), EqualTo(Part(block, 52, 3)));
+    EXPECT_THAT(Bytes(lut.clutTable.get(), lut.clutTable.get() + 24), EqualTo(Part(block, 55, 24)));
+    EXPECT_THAT(Bytes(lut.outputTable.get(), lut.outputTable.get() + 6), EqualTo(Part(block, 79, 6)));
+}
+
+TEST(CLut8Type, OfAPublishedRampAsksForMoreThanTheBlock) {
+    CLut8Type lut;
+    Load(lut, "A2B0", PublishedLayout(0, 1, 2, 3));  // 1 and 515 entries: 52 + 3 + 24 + 1545 bytes of 1608
+    EXPECT_EQ(lut.inputEnt, 1);
+    EXPECT_EQ(lut.outputEnt, 515);
+    EXPECT_TRUE(HasNone(lut));
+}
+
+// --- which tables the units can work with
+
+struct Limit {
+    const char* name;
+    std::uint8_t in, out, points;
+    std::uint16_t inEntries, outEntries;
+    bool usable;
+};
+constexpr Limit kLimits[] = {
+    {"plain", 3, 3, 17, 256, 256, true},
+    {"no inputs", 0, 3, 17, 256, 256, true},
+    {"one input", 1, 3, 17, 256, 256, true},
+    {"two inputs", 2, 3, 17, 256, 256, true},
+    {"four inputs", 4, 3, 17, 256, 256, false},
+    {"most inputs", 255, 3, 17, 256, 256, false},
+    {"no outputs", 3, 0, 17, 256, 256, true},
+    {"seven outputs", 3, 7, 17, 256, 256, true},
+    {"eight outputs", 3, 8, 17, 256, 256, false},
+    {"no points", 3, 3, 0, 256, 256, false},
+    {"one point", 3, 3, 1, 256, 256, false},
+    {"two points", 3, 3, 2, 256, 256, true},
+    {"33 points", 3, 3, 33, 256, 256, true},
+    {"34 points", 3, 3, 34, 256, 256, false},
+    {"most points", 3, 3, 255, 256, 256, false},
+    {"fewest entries", 3, 3, 17, 0, 0, true},
+    {"4096 entries", 3, 3, 17, 4096, 4096, true},
+    {"4097 input entries", 3, 3, 17, 4097, 2, false},
+    {"4097 output entries", 3, 3, 17, 2, 4097, false},
+    {"most entries", 3, 3, 17, 65535, 65535, false},
+    {"all at their limits", 3, 7, 33, 4096, 4096, true},
+};
+
+TEST(CLut16Type, IsUsableWithinTheLimitsOfTheUnitsAndWithAllThreeTables) {
+    EXPECT_FALSE(CLut16Type().Usable());
+    for (const Limit& limit : kLimits) {
+        SCOPED_TRACE(limit.name);
+        CLut16Type lut;
+        lut.inputChan = limit.in;
+        lut.outputChan = limit.out;
+        lut.clutPoints = limit.points;
+        lut.inputEnt = limit.inEntries;
+        lut.outputEnt = limit.outEntries;
+        for (auto* table : {&lut.inputTable, &lut.clutTable, &lut.outputTable}) {
+            *table = std::make_unique<std::uint16_t[]>(1);
+        }
+        EXPECT_EQ(lut.Usable(), limit.usable);
+        for (auto* table : {&lut.inputTable, &lut.clutTable, &lut.outputTable}) {
+            const auto kept = std::move(*table);
+            EXPECT_FALSE(lut.Usable());
+            *table = std::make_unique<std::uint16_t[]>(1);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test::icc
