@@ -1,148 +1,288 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The top level of a settings file: words, comments, sections and their end markers.
+// The text of a settings file: sections, rows, comments, and what is printed about a row that is lost.
+#include <iostream>
+
 #include "unit/support/ConfigHelpers.h"
 
 namespace hueweave::test {
 namespace {
 
-using ConfigSectionsTest = ConfigTest;
+// --- names of sections
 
-TEST_F(ConfigSectionsTest, AnEmptyFileLeavesTheMapEmpty) { EXPECT_EQ(Read(""), Sections{}); }
+using ConfigSections = ConfigTest;
 
-TEST_F(ConfigSectionsTest, BlanksAloneLeaveTheMapEmpty) {
-    EXPECT_EQ(Read("\n"), Sections{});
-    EXPECT_EQ(Read("  \t \n\r\n\n \v\f "), Sections{});
+TEST_F(ConfigSections, BlanksAloneAreNone) {
+    for (const char* text : {"", "\n", "  \t \n\r\n\n \v\f "}) ExpectRead(text, {});
 }
 
-TEST_F(ConfigSectionsTest, ASectionEndsAtItsNameWithEndBehindIt) {
-    EXPECT_EQ(Read("Gamma\nalpha=1\nGammaend\nBeta\nalpha=2\nbeta=3\nBetaend\n"),
-              (Sections{{"Gamma", {{"alpha", "1"}}}, {"Beta", {{"alpha", "2"}, {"beta", "3"}}}}));
+TEST_F(ConfigSections, ASectionEndsAtItsNameWithEndBehindIt) {
+    ExpectRead("Gamma\nalpha=1\nGammaend\nBeta\nalpha=2\nbeta=3\nBetaend\n",
+               {{"Gamma", {{"alpha", "1"}}}, {"Beta", {{"alpha", "2"}, {"beta", "3"}}}});
+    ExpectRead("S\na=1\nSend", {{"S", {{"a", "1"}}}});  // the last marker needs no line end
 }
 
-TEST_F(ConfigSectionsTest, BlankLinesAndLeadingBlanksAreSkippedBeforeAName) {
-    EXPECT_EQ(Read("\n \n\t  \v\f\r\n  S\na=1\nSend\n\n\n   \tT\nb=2\nTend"),
-              (Sections{{"S", {{"a", "1"}}}, {"T", {{"b", "2"}}}}));
+TEST_F(ConfigSections, BlankLinesAndLeadingBlanksAreSkippedBeforeAName) {
+    ExpectRead("\n \n\t  \v\f\r\n  S\na=1\nSend\n\n\n   \tT\nb=2\nTend", {{"S", {{"a", "1"}}}, {"T", {{"b", "2"}}}});
 }
 
-TEST_F(ConfigSectionsTest, TheLastMarkerNeedsNoLineEnd) {
-    EXPECT_EQ(Read("S\na=1\nSend"), (Sections{{"S", {{"a", "1"}}}}));
-}
-
-TEST_F(ConfigSectionsTest, WhatStandsBehindANameOnItsLineIsIgnored) {
-    EXPECT_EQ(Read("S T a=1 Send\nb=2\nSend\n"), (Sections{{"S", {{"b", "2"}}}}));
-    EXPECT_EQ(Read("S\t= x\nSend\n"), (Sections{{"S", {}}}));
-    EXPECT_EQ(Read("S   \nSend\n"), (Sections{{"S", {}}}));
-}
-
-TEST_F(ConfigSectionsTest, ACommentBehindANameMakesItNoComment) {
-    EXPECT_EQ(Read("S // about S\na=1\nSend\n"), (Sections{{"S", {{"a", "1"}}}}));
-}
-
-TEST_F(ConfigSectionsTest, AWordWithTheMarkAnywhereDropsItsLine) {
-    for (const std::string word : {"//", "//x", "x//", "x//y", "///", "S//", "http://S"}) {
-        EXPECT_EQ(Read(word + " T U\nS\na=1\nSend\n"), (Sections{{"S", {{"a", "1"}}}})) << word;
+TEST_F(ConfigSections, WhatStandsBehindANameOnItsLineIsIgnored) {
+    for (const char* behind : {" T a=1 Send", "\t= x", "   ", " // about S"}) {
+        ExpectRead("S" + std::string(behind) + "\nb=2\nSend\n", {{"S", {{"b", "2"}}}});
     }
 }
 
-TEST_F(ConfigSectionsTest, ACommentDropsOneLineAndNoMore) {
-    EXPECT_EQ(Read("//\nS\nSend\n"), (Sections{{"S", {}}}));
-    EXPECT_EQ(Read("// one\n// two\n\n  // three\nS\nSend\n// four"), (Sections{{"S", {}}}));
+TEST_F(ConfigSections, AWordWithTheCommentMarkAnywhereDropsItsLineAndNoMore) {
+    for (const std::string word : {"//", "//x", "x//", "x//y", "///", "S//", "http://S"}) {
+        ExpectRead(word + " T U\nS\na=1\nSend\n", {{"S", {{"a", "1"}}}});
+    }
+    ExpectRead("//\nS\nSend\n", {{"S", {}}});
+    ExpectRead("// one\n// two\n\n  // three\nS\nSend\n// four", {{"S", {}}});
+    for (const char* text : {"//", "// S", "//\n"}) ExpectRead(text, {});
 }
 
-TEST_F(ConfigSectionsTest, ACommentAtTheVeryEndLeavesTheMapEmpty) {
-    EXPECT_EQ(Read("//"), Sections{});
-    EXPECT_EQ(Read("// S"), Sections{});
-    EXPECT_EQ(Read("//\n"), Sections{});
+TEST_F(ConfigSections, ANameMayHoldAnythingButBlanksAndTheCommentMark) {
+    ExpectRead("/\na=1\n/end\n/x/\n/x/end\n", {{"/", {{"a", "1"}}}, {"/x/", {}}});
+    ExpectRead("/ /\nSend\n/end\n", {{"/", {}}}, Lost("Send"));
+    ExpectRead("a=b\n=c=\na=bend\n[x]\n[x]end\n", {{"a=b", {{"", "c"}}}, {"[x]", {}}});
+    ExpectRead(
+        "\xc3\xa4\n\xc3\xa4"
+        "end\n",
+        {{"\xc3\xa4", {}}});
 }
 
-TEST_F(ConfigSectionsTest, OneSlashOrTwoApartAreNoComment) {
-    EXPECT_EQ(Read("/\na=1\n/end\n"), (Sections{{"/", {{"a", "1"}}}}));
-    EXPECT_EQ(Printed("/ /\nSend\n/end\n/x/\n/x/end\n"), Lost("Send"));
-    EXPECT_EQ(config_.sections, (Sections{{"/", {}}, {"/x/", {}}}));
+TEST_F(ConfigSections, AWordOutsideASectionOpensOneEvenIfItIsAMarker) {
+    ExpectRead("Send\na=1\nSendend\n", {{"Send", {{"a", "1"}}}});
+    ExpectRead("end\na=1\nendend\n", {{"end", {{"a", "1"}}}});
 }
 
-TEST_F(ConfigSectionsTest, ANameMayHoldAnythingButBlanksAndTheMark) {
-    EXPECT_EQ(Read("a=b\n=c=\na=bend\n"), (Sections{{"a=b", {{"", "c"}}}}));
-    EXPECT_EQ(Read("[x]\n[x]end\n"), (Sections{{"a=b", {{"", "c"}}}, {"[x]", {}}}));
-    EXPECT_EQ(Read("\xc3\xa4\n\xc3\xa4"
-                   "end\n")
-                  .count("\xc3\xa4"),
-              1U);
-}
-
-TEST_F(ConfigSectionsTest, TheWordEndAloneIsASectionLikeAnyOther) {
-    EXPECT_EQ(Read("end\na=1\nendend\n"), (Sections{{"end", {{"a", "1"}}}}));
-}
-
-TEST_F(ConfigSectionsTest, AWordOutsideASectionOpensOneEvenIfItIsAMarker) {
-    EXPECT_EQ(Read("Send\na=1\nSendend\n"), (Sections{{"Send", {{"a", "1"}}}}));
-}
-
-struct NoMarker {
+struct Stripped {
     const char* line;
-    const char* stripped;
+    const char* row;  ///< without its spaces
 };
-constexpr NoMarker kNoMarkers[] = {
-    {"end", "end"},
-    {" Gammaend", "Gammaend"},
-    {"Gammaend ", "Gammaend"},
-    {"Gamma end", "Gammaend"},
-    {"gammaend", "gammaend"},
-    {"GammaEnd", "GammaEnd"},
-    {"GAMMAEND", "GAMMAEND"},
-    {"Gammaen", "Gammaen"},
-    {"Gammaends", "Gammaends"},
-    {"Gamma", "Gamma"},
-    {"xGammaend", "xGammaend"},
-    {"Gammaend\t", "Gammaend\t"},
-    {"Betaend", "Betaend"},
-    {"Gammaend\r", "Gammaend\r"},
-};
+constexpr Stripped kNoMarkers[] = {{"end", "end"},
+                                   {" Gammaend", "Gammaend"},
+                                   {"Gammaend ", "Gammaend"},
+                                   {"Gamma end", "Gammaend"},
+                                   {"gammaend", "gammaend"},
+                                   {"GammaEnd", "GammaEnd"},
+                                   {"GAMMAEND", "GAMMAEND"},
+                                   {"Gammaen", "Gammaen"},
+                                   {"Gammaends", "Gammaends"},
+                                   {"Gamma", "Gamma"},
+                                   {"xGammaend", "xGammaend"},
+                                   {"Gammaend\t", "Gammaend\t"},
+                                   {"Betaend", "Betaend"},
+                                   {"Gammaend\r", "Gammaend\r"}};
 
-class ConfigMarkerTest : public ConfigTest, public testing::WithParamInterface<NoMarker> {};
-
-TEST_P(ConfigMarkerTest, OnlyTheVeryLineEndsASection) {
-    const std::string line = GetParam().line;
-    EXPECT_EQ(Printed("Gamma\na=1\n" + line + "\nb=2\nGammaend\n"), Lost(GetParam().stripped));
-    EXPECT_EQ(config_.sections, (Sections{{"Gamma", {{"a", "1"}, {"b", "2"}}}}));
-}
-INSTANTIATE_TEST_SUITE_P(Every, ConfigMarkerTest, testing::ValuesIn(kNoMarkers));
-
-TEST_F(ConfigSectionsTest, TheMarkerIsLookedForBeforeARow) {
-    EXPECT_EQ(Read("a=b\nc=1\na=bend\n"), (Sections{{"a=b", {{"c", "1"}}}})) << "a=bend is no row of key a";
+TEST_F(ConfigSections, OnlyTheVeryLineEndsASection) {
+    for (const auto& [line, row] : kNoMarkers) {
+        ExpectRead("Gamma\na=1\n" + std::string(line) + "\nb=2\nGammaend\n", {{"Gamma", {{"a", "1"}, {"b", "2"}}}},
+                   Lost(row));
+    }
+    ExpectRead("a=b\nc=1\na=bend\n", {{"a=b", {{"c", "1"}}}});  // a=bend is no row of key a
 }
 
-TEST_F(ConfigSectionsTest, ASectionsStandApartInsideOneAnother) {
-    EXPECT_EQ(Printed("S\na=1\nT\nb=2\nTend\nSend\n"), Lost("T") + Lost("Tend"));
-    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "1"}, {"b", "2"}}}}));
+TEST_F(ConfigSections, ASectionInsideAnotherIsRows) {
+    ExpectRead("S\na=1\nT\nb=2\nTend\nSend\n", {{"S", {{"a", "1"}, {"b", "2"}}}}, Lost("T") + Lost("Tend"));
 }
 
-TEST_F(ConfigSectionsTest, ASecondSectionOfANameReplacesTheFirst) {
-    EXPECT_EQ(Read("S\na=1\nb=2\nSend\nT\nc=3\nTend\nS\nb=4\nSend\n"),
-              (Sections{{"S", {{"b", "4"}}}, {"T", {{"c", "3"}}}}));
+TEST_F(ConfigSections, ASecondSectionOfANameReplacesTheFirstEvenByNothing) {
+    ExpectRead("S\na=1\nb=2\nSend\nT\nc=3\nTend\nS\nb=4\nSend\n", {{"S", {{"b", "4"}}}, {"T", {{"c", "3"}}}});
+    ExpectRead("S\na=1\nSend\nS\nSend\n", {{"S", {}}});
 }
 
-TEST_F(ConfigSectionsTest, EvenAnEmptyOneReplacesTheFirst) {
-    EXPECT_EQ(Read("S\na=1\nSend\nS\nSend\n"), (Sections{{"S", {}}}));
-}
-
-TEST_F(ConfigSectionsTest, AWordWithoutALineEndAtTheVeryEndIsHandled) {
-    EXPECT_EQ(Printed("S\na=1\nSend\nT"), LostFrom(0));
-    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "1"}}}, {"T", {}}}));
-}
-
-TEST_F(ConfigSectionsTest, NamesAndKeysStandInTheOrderOfTheirBytes) {
-    const Sections& sections = Read(
+TEST_F(ConfigSections, NamesAndKeysStandInTheOrderOfTheirBytes) {
+    Read(
         "b\nbend\na\nk=\nkk=\nK=\n\xe4=\n1=\nj=\n=\naend\nab\nabend\nB\nBend\n\xff\n\xff"
         "end\n");
-    std::vector<std::string> names;
-    for (const auto& [name, rows] : sections) names.push_back(name);
+    std::vector<std::string> names, keys;
+    for (const auto& [name, rows] : config_.sections) names.push_back(name);
     EXPECT_EQ(names, (std::vector<std::string>{"B", "a", "ab", "b", "\xff"}));
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : sections.at("a")) keys.push_back(key);
+    for (const auto& [key, value] : config_.sections.at("a")) keys.push_back(key);
     EXPECT_EQ(keys, (std::vector<std::string>{"", "1", "K", "j", "k", "kk", "\xe4"}));
+}
+
+// --- rows
+
+using ConfigRows = ConfigTest;
+
+struct GoodRow {
+    const char* line;
+    const char* key;
+    const char* value;
+};
+constexpr GoodRow kGoodRows[] = {{"alpha=1", "alpha", "1"},
+                                 {"alpha = some value", "alpha", "somevalue"},
+                                 {"  al pha  =  1  2  ", "alpha", "12"},
+                                 {"a=b=c", "a", "bc"},
+                                 {"a==b==c==", "a", "bc"},
+                                 {"a = b = = c", "a", "bc"},
+                                 {"a=", "a", ""},
+                                 {"a =  ", "a", ""},
+                                 {"=b", "", "b"},
+                                 {" = ", "", ""},
+                                 {"=", "", ""},
+                                 {"====", "", ""},
+                                 {"==b", "", "b"},
+                                 {"a\t=\tb", "a\t", "\tb"},
+                                 {"\ta=b c\t", "\ta", "bc\t"},
+                                 {"a=b\r", "a", "b\r"},
+                                 {"a\v=\fb", "a\v", "\fb"},
+                                 {"\xc2\xa0=\xe4", "\xc2\xa0", "\xe4"},
+                                 {"a=/", "a", "/"},
+                                 {"a/b=c/d", "a/b", "c/d"},
+                                 {"a=#;\"'\\[]", "a", "#;\"'\\[]"},
+                                 {"Sen=d", "Sen", "d"},
+                                 {"Send=1", "Send", "1"},
+                                 {"S=1", "S", "1"}};
+
+TEST_F(ConfigRows, ARowIsSplitAtItsFirstEqualsSign) {
+    for (const auto& [line, key, value] : kGoodRows) ExpectRows(line + std::string("\n"), {{key, value}});
+}
+
+constexpr Stripped kLostRows[] = {{"", ""},
+                                  {" ", ""},
+                                  {"      ", ""},
+                                  {"alpha", "alpha"},
+                                  {" al pha ", "alpha"},
+                                  {"a:b c", "a:bc"},
+                                  {"\t", "\t"},
+                                  {"\ta b\t",
+                                   "\ta"
+                                   "b\t"},
+                                  {"\r", "\r"},
+                                  {"a b\r", "ab\r"},
+                                  {"/", "/"},
+                                  {" / / ", "//"},
+                                  {"%s %d", "%s%d"}};
+
+TEST_F(ConfigRows, ARowWithoutOneIsPrintedInTwoLinesAndDropped) {
+    for (const auto& [line, row] : kLostRows) {
+        ExpectRows("a=1\n" + std::string(line) + "\nb=2\n", {{"a", "1"}, {"b", "2"}},
+                   "txt error: The row" + std::string(row) + "  = is lost!\nWe can not process it !\n");
+    }
+    ExpectRead("S\none\n\ntwo words\nSend\nT\nthree\nTend\n", {{"S", {}}, {"T", {}}},
+               Lost("one") + Lost("") + Lost("twowords") + Lost("three"));
+}
+
+TEST_F(ConfigRows, ALineWithTheCommentMarkAnywhereIsSkippedWhole) {
+    ExpectRows("a=1\n//\n// b=2\nc=3 // why\nd=4//\n  //  \npath=C://x\ne//=5\n///\n//f\nSend//\ng=7\n",
+               {{"a", "1"}, {"g", "7"}});
+    ExpectRows("a=1\na=2//\n", {{"a", "1"}});
+}
+
+TEST_F(ConfigRows, TheCommentMarkIsLookedForBeforeSpacesAndEqualsSignsGo) {
+    ExpectRows("a=/ /\nb=/=/\n/ /c=1\n", {{"a", "//"}, {"b", "//"}, {"//c", "1"}});
+}
+
+TEST_F(ConfigRows, ALaterRowOfAKeyOverwritesTheEarlier) {
+    ExpectRows("a=1\nb=2\na=3\n a = 4\n", {{"a", "4"}, {"b", "2"}});
+    ExpectRows("a=1\na=\n", {{"a", ""}});
+    ExpectRows("a=1\nA=2\na\t=3\n", {{"a", "1"}, {"A", "2"}, {"a\t", "3"}});  // other keys
+}
+
+TEST_F(ConfigRows, ARowMayHoldAnyLengthAndAnyByte) {
+    using std::string_literals::operator""s;
+    const std::string key(5000, 'k'), value(200000, 'v');
+    ExpectRows(key + " = " + value + "\n", {{key, value}});
+    ExpectRows("a\0b=c\0d\n"s, {{"a\0b"s, "c\0d"s}});
+}
+
+TEST_F(ConfigRows, AnOutputThatFailsDoesNotStopTheReading) {
+    PutText(Path(), "S\nlost\na=1\nlost\nSend\nT\nb=2\nTend\n");
+    testing::internal::CaptureStdout();
+    std::cout.setstate(std::ios::failbit);
+    EXPECT_EQ(config_.Initial(Path().c_str()), 0);
+    std::cout.clear();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "1"}}}, {"T", {{"b", "2"}}}}));
+}
+
+// --- a section closes by itself after 1000 rows
+
+using ConfigRowLimit = ConfigTest;
+
+/// Rows k0 = 0, k1 = 1, ... as text, and as they are kept.
+std::string NumberedLines(int count) {
+    std::string lines;
+    for (int i = 0; i < count; ++i) lines += "k" + std::to_string(i) + " = " + std::to_string(i) + "\n";
+    return lines;
+}
+Rows NumberedRows(int count) {
+    Rows rows;
+    for (int i = 0; i < count; ++i) rows["k" + std::to_string(i)] = std::to_string(i);
+    return rows;
+}
+
+TEST_F(ConfigRowLimit, ASectionOf999RowsEndsAtItsMarker) {
+    ExpectRead("S\n" + NumberedLines(999) + "Send\nT\nTend\n", {{"S", NumberedRows(999)}, {"T", {}}});
+    ExpectRead("S\n" + NumberedLines(700) + "Send\nT\n" + NumberedLines(999) + "Tend\n",
+               {{"S", NumberedRows(700)}, {"T", NumberedRows(999)}});  // every section counts anew
+}
+
+TEST_F(ConfigRowLimit, After1000RowsTheMarkerIsASectionOfItsOwn) {
+    // The rest of the marker's line is dropped.
+    ExpectRead("S\n" + NumberedLines(1000) + "Send T U\na=1\nSendend\n",
+               {{"S", NumberedRows(1000)}, {"Send", {{"a", "1"}}}});
+    ExpectRead("S\n" + NumberedLines(1000) + "Send\n", {{"S", NumberedRows(1000)}, {"Send", {}}}, LostFrom(0));
+}
+
+TEST_F(ConfigRowLimit, Row1001IsASectionsName) {
+    ExpectRead("S\n" + NumberedLines(1001) + "Send\na=1\nk1000end\n",
+               {{"S", NumberedRows(1000)}, {"k1000", {{"a", "1"}}}}, Lost("Send"));
+    // Of 2500 rows, rows 1001 and 2002 are names, a=1 both.
+    ExpectRead("S\n" + Repeated("a=1\n", 2500), {{"S", {{"a", "1"}}}, {"a=1", {{"a", "1"}}}},
+               LostFrom(2500 - 1000 - 1 - 1000 - 1));
+}
+
+TEST_F(ConfigRowLimit, AnExact1000RowsLeaveNothingOver) {
+    ExpectRead("S\n" + NumberedLines(1000), {{"S", NumberedRows(1000)}});
+    ExpectRead("S\n" + NumberedLines(1000) + "\n // done\nT\nTend\n", {{"S", NumberedRows(1000)}, {"T", {}}});
+    ExpectRead("S\nold=1\nSend\nS\n" + NumberedLines(1000), {{"S", NumberedRows(1000)}});
+}
+
+TEST_F(ConfigRowLimit, AllKindsOfRowsCountAlike) {
+    const Sections full = {{"S", {{"b", "2"}}}, {"Send", {}}};
+    const std::string end = "b=2\nSend\nSendend\n";
+    ExpectRead("S\n" + Repeated("// a=1\n", 999) + end, full);
+    ExpectRead("S\n" + Repeated("lost\n", 600) + Repeated("\n", 399) + end, full,
+               Repeated(Lost("lost"), 600) + Repeated(Lost(""), 399));
+    ExpectRead("S\n" + Repeated("b=1\n", 999) + end, full);
+    const std::string three = "a=1\nlost\n// note\n";
+    ExpectRead("S\n" + Repeated(three, 333) + "Send\n", {{"S", {{"a", "1"}}}}, Repeated(Lost("lost"), 333));
+    ExpectRead("S\n" + Repeated(three, 333) + end, {{"S", {{"a", "1"}, {"b", "2"}}}, {"Send", {}}},
+               Repeated(Lost("lost"), 333));
+}
+
+// --- the file ends inside a section
+
+TEST_F(ConfigRowLimit, ANameAloneIsAnEmptySectionWith1000RowsLost) {
+    for (const char* text : {"S", "S\n", "S and more", "\n S // note\n"}) ExpectRead(text, {{"S", {}}}, LostFrom(0));
+    ExpectRead("S\na=1\nSend\nT", {{"S", {{"a", "1"}}}, {"T", {}}}, LostFrom(0));
+}
+
+TEST_F(ConfigRowLimit, AFileWithoutTheMarkerKeepsItsRowsAndLosesTheRest) {
+    const Sections two = {{"S", {{"a", "1"}, {"b", "2"}}}};
+    ExpectRead("S\na=1\nb=2\n", two, LostFrom(2));
+    ExpectRead("S\na=1\nb=2", two, LostFrom(2));  // a last row without a line end is read once
+    ExpectRead("S\na=1\nlost", {{"S", {{"a", "1"}}}}, Lost("lost") + LostFrom(2));
+    ExpectRead("S\n  ", {{"S", {}}}, Lost("") + LostFrom(1));
+    ExpectRead("S\n// note", {{"S", {}}}, LostFrom(1));
+    ExpectRead("S\n// note\n", {{"S", {}}}, LostFrom(1));
+    ExpectRead("S\n" + NumberedLines(999), {{"S", NumberedRows(999)}}, Lost(""));
+}
+
+// --- lines that end in CR LF
+
+TEST_F(ConfigRowLimit, WithCarriageReturnsNoMarkerMatchesAndValuesKeepThem) {
+    ExpectRead("S\r\na = 1\r\nb=\r\nSend\r\n", {{"S", {{"a", "1\r"}, {"b", "\r"}}}}, Lost("Send\r") + LostFrom(3));
+    // A later section is rows of the first.
+    ExpectRead("S\r\na=1\r\nSend\r\n\r\nT\r\na=2\r\nTend\r\n", {{"S", {{"a", "2\r"}}}},
+               Lost("Send\r") + Lost("\r") + Lost("T\r") + Lost("Tend\r") + LostFrom(6));
+    ExpectRead("// note\r\nS\r\na=1\r\n// note\r\nSend\nT\r\nTend", {{"S", {{"a", "1\r"}}}, {"T", {}}});
+    ExpectRead("S\ra=1\rSend\r", {{"S", {}}}, LostFrom(0));  // alone they end no line
 }
 
 }  // namespace

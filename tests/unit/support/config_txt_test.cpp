@@ -1,0 +1,344 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// A settings file as an object: which files are read, what a second reading does, the look-ups and the setters.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+#include "support/ByteWriter.h"
+#include "unit/support/ConfigHelpers.h"
+
+namespace hueweave::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// --- files
+
+using ConfigFiles = ConfigTest;
+const Sections kOneSection = {{"S", {{"a", "1"}}}};
+constexpr const char* kOneSectionText = "S\na=1\nSend\n";
+
+TEST_F(ConfigFiles, WithoutANameThereIsNoFile) {
+    EXPECT_EQ(config_.fileName, "");
+    EXPECT_TRUE(config_.sections.empty());
+    EXPECT_EQ(config_.ReadTxt(), -1);
+    EXPECT_EQ(config_.Initial(nullptr), -1);
+    EXPECT_TRUE(config_.sections.empty());
+}
+
+TEST_F(ConfigFiles, InitialStoresACopyOfTheNameAndReads) {
+    PutText(Path(), kOneSectionText);
+    std::string name = Path();
+    EXPECT_EQ(Initial(name), 0);
+    name.assign(name.size(), 'x');
+    EXPECT_EQ(config_.fileName, Path());
+    EXPECT_EQ(config_.sections, kOneSection);
+}
+
+TEST_F(ConfigFiles, ReadTxtReadsTheNamedFileAnew) {
+    PutText(Path("one"), kOneSectionText);
+    PutText(Path("two"), "T\nb=2\nTend\n");
+    config_.fileName = Path("one");
+    EXPECT_EQ(config_.ReadTxt(), 0);
+    EXPECT_EQ(config_.sections, kOneSection);
+    PutText(Path("one"), "S\na=2\nSend\n");
+    EXPECT_EQ(config_.sections, kOneSection) << "what was read stays";
+    EXPECT_EQ(config_.ReadTxt(), 0);
+    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "2"}}}}));
+    config_.fileName = Path("two");
+    EXPECT_EQ(config_.ReadTxt(), 0);
+    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "2"}}}, {"T", {{"b", "2"}}}}));
+}
+
+TEST_F(ConfigFiles, ASecondFileMergesWholeSections) {
+    PutText(Path("one"), "S\na=1\nb=2\nSend\nT\nc=3\nTend\n");
+    PutText(Path("two"), "U\nd=4\nUend\nS\nb=5\nSend\n");
+    PutText(Path("empty"), "");
+    for (const char* name : {"one", "two", "empty"}) EXPECT_EQ(Initial(Path(name)), 0);
+    EXPECT_EQ(config_.sections, (Sections{{"S", {{"b", "5"}}}, {"T", {{"c", "3"}}}, {"U", {{"d", "4"}}}}));
+    EXPECT_EQ(config_.fileName, Path("empty"));
+}
+
+TEST_F(ConfigFiles, AFileThatCannotBeOpenedLeavesTheSectionsAndPrintsNothing) {
+    Read(kOneSectionText);
+    fs::create_symlink(Path("none"), Path("dangling"));
+    for (const std::string& path :
+         {Path("none"), Path() + "/below", std::string(), std::string(5000, 'x'), Path("dangling")}) {
+        EXPECT_EQ(Initial(path), -1) << path;
+        EXPECT_EQ(config_.fileName, path);
+        EXPECT_EQ(config_.ReadTxt(), -1) << path;
+        EXPECT_EQ(config_.sections, kOneSection);
+    }
+    EXPECT_FALSE(fs::exists(Path("none"))) << "nor is one made";
+}
+
+TEST_F(ConfigFiles, WhatIsNoOrdinaryFileCountsAsEmpty) {
+    Read(kOneSectionText);
+    ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+    // A folder, a word without an end, nothing, a pipe that nobody writes to, and the memory of this process, a
+    // regular file whose first bytes no one can read.
+    for (const std::string& path : {fs::path(Path()).parent_path().string(), std::string("/dev/zero"),
+                                    std::string("/dev/null"), Path("pipe"), std::string("/proc/self/mem")}) {
+        EXPECT_EQ(Initial(path), 0) << path;
+        EXPECT_EQ(config_.fileName, path);
+        EXPECT_EQ(config_.sections, kOneSection);
+    }
+}
+
+TEST_F(ConfigFiles, ALinkToAFileIsAFile) {
+    PutText(Path("one"), kOneSectionText);
+    fs::create_symlink(Path("one"), Path("link"));
+    EXPECT_EQ(Initial(Path("link")), 0);
+    EXPECT_EQ(config_.sections, kOneSection);
+}
+
+TEST_F(ConfigFiles, TheFileIsNeverWritten) {
+    const std::string text = "S\na=1\nb=\nSend\n";
+    PutText(Path(), text);
+    fs::permissions(Path(), fs::perms::owner_read);
+    const auto written = fs::last_write_time(Path());
+    EXPECT_EQ(Initial(Path()), 0) << "reading needs no more than the right to read";
+    config_.SetInt("S", "a", 2);
+    config_.SetString("T", "b", "3");
+    char out[128];
+    config_.GetString("U", "c", "default", out);
+    config_ = ConfigTXT();
+    EXPECT_EQ(ReadFile(Path()), ByteWriter().Text(text).Done());
+    EXPECT_EQ(fs::last_write_time(Path()), written);
+}
+
+TEST_F(ConfigFiles, TheFileIsClosedAfterTheReading) {
+    PutText(Path(), kOneSectionText);
+    const int before = open("/dev/null", O_RDONLY);
+    close(before);
+    EXPECT_EQ(Initial(Path()), 0);
+    const int after = open("/dev/null", O_RDONLY);
+    close(after);
+    EXPECT_EQ(after, before) << "the lowest free number";
+}
+
+TEST_F(ConfigFiles, AFullDeviceAsOutputDoesNotStopTheReading) {
+    PutText(Path(), "S\nlost\na=1\nSend\nT\nlost\nb=2\nTend\n");
+    std::fflush(stdout);
+    const int kept = dup(STDOUT_FILENO);
+    const int full = open("/dev/full", O_WRONLY);
+    ASSERT_NE(full, -1);
+    dup2(full, STDOUT_FILENO);
+    const int result = config_.Initial(Path().c_str());
+    std::cout.flush();
+    std::fflush(stdout);
+    dup2(kept, STDOUT_FILENO);
+    close(full);
+    close(kept);
+    std::cout.clear();
+    std::clearerr(stdout);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "1"}}}, {"T", {{"b", "2"}}}}));
+}
+
+// --- look-ups of texts
+
+constexpr std::size_t kRoom = 128;  // bytes that a caller has for a text
+
+/// A caller's room of 128 bytes between fences.
+class Target {
+public:
+    Target() : bytes_(kFence + kRoom + kFence, '#') {}
+    char* Data() { return bytes_.data() + kFence; }
+    std::string Room() const { return {bytes_.data() + kFence, kRoom}; }
+    std::string Text() const { return bytes_.data() + kFence; }
+    bool FencesStand() const {
+        const auto fence = [&](std::size_t from) { return bytes_.substr(from, kFence) == std::string(kFence, '#'); };
+        return fence(0) && fence(kFence + kRoom);
+    }
+
+private:
+    static constexpr std::size_t kFence = 300;
+    std::string bytes_;
+};
+
+class ConfigLookup : public ConfigTest {
+protected:
+    void SetUp() override { Read("S\na=1\nempty=\nword=some value\n=nameless\nSend\nT\nTend\n"); }
+    std::string Get(const char* section, const char* key, const char* byDefault) {
+        Target out;
+        EXPECT_EQ(config_.GetString(section, key, byDefault, out.Data()), 0);
+        EXPECT_TRUE(out.FencesStand());
+        return out.Text();
+    }
+};
+
+TEST_F(ConfigLookup, GivesTheValueOfAKeyThatIsThere) {
+    EXPECT_EQ(Get("S", "a", "default"), "1");
+    EXPECT_EQ(Get("S", "word", "default"), "somevalue");
+    EXPECT_EQ(Get("S", "empty", "default"), "");
+    EXPECT_EQ(Get("S", "", "default"), "nameless");
+}
+
+TEST_F(ConfigLookup, GivesTheDefaultForWhatIsNotThere) {
+    for (const auto& [section, key] : {std::pair{"S", "b"},
+                                       {"T", "a"},
+                                       {"U", "a"},
+                                       {"", ""},
+                                       {"s", "a"},
+                                       {"S", "A"},
+                                       {"S", " a"},
+                                       {static_cast<const char*>(nullptr), "a"},
+                                       {"S", static_cast<const char*>(nullptr)}}) {
+        EXPECT_EQ(Get(section, key, "default"), "default");
+        EXPECT_EQ(Get(section, key, ""), "");
+        for (const int byDefault : {0, 1, -1, INT_MAX, INT_MIN}) {
+            EXPECT_EQ(config_.GetInt(section, key, byDefault), byDefault);
+        }
+    }
+    ConfigTXT empty;
+    EXPECT_EQ(empty.GetInt("S", "a", 7), 7);
+}
+
+TEST_F(ConfigLookup, ANullDefaultOrTargetIsLeftAlone) {
+    Target out;
+    EXPECT_EQ(config_.GetString("S", "b", nullptr, out.Data()), 0);
+    EXPECT_EQ(out.Room(), std::string(kRoom, '#'));
+    EXPECT_EQ(config_.GetString("S", "a", nullptr, out.Data()), 0);
+    EXPECT_EQ(out.Text(), "1");
+    EXPECT_EQ(config_.GetString("S", "a", "default", nullptr), 0);
+    EXPECT_EQ(config_.GetString("S", "b", "default", nullptr), 0);
+}
+
+/// Letters a to z over and over.
+std::string Letters(std::size_t count) {
+    std::string text(count, ' ');
+    for (std::size_t i = 0; i < count; ++i) text[i] = static_cast<char>('a' + i % 26);
+    return text;
+}
+
+TEST_F(ConfigLookup, CopiesATextOf127WithItsTerminatorAndCutsOneOf128) {
+    for (const std::size_t size : {0U, 1U, 2U, 63U, 126U, 127U, 128U, 129U, 130U, 255U, 256U, 257U, 5000U}) {
+        SCOPED_TRACE(size);
+        const std::string text = Letters(size);
+        const std::string copied = (text + '\0').substr(0, kRoom);
+        Read("S\nk=" + text + "\nSend\n");
+        // On the heap to the byte, so that a sanitizer sees a read behind the end of the default, or a write behind
+        // the 128 bytes of the target.
+        const auto byDefault = std::make_unique<char[]>(size + 1);
+        std::copy(text.begin(), text.end(), byDefault.get());
+        for (const char* key : {"k", "none"}) {
+            Target out;
+            EXPECT_EQ(config_.GetString("S", key, byDefault.get(), out.Data()), 0);
+            EXPECT_EQ(out.Room(), copied + std::string(kRoom - copied.size(), '#'));
+            EXPECT_TRUE(out.FencesStand());
+            const auto exact = std::make_unique<char[]>(kRoom);
+            EXPECT_EQ(config_.GetString("S", key, byDefault.get(), exact.get()), 0);
+            EXPECT_EQ(std::string(exact.get(), copied.size()), copied);
+        }
+    }
+}
+
+TEST_F(ConfigLookup, ADefaultOf128BytesNeedsNoTerminator) {
+    const std::string text = Letters(kRoom);
+    const auto exact = std::make_unique<char[]>(kRoom);
+    std::copy(text.begin(), text.end(), exact.get());
+    Target out;
+    EXPECT_EQ(config_.GetString("S", "none", exact.get(), out.Data()), 0);
+    EXPECT_EQ(out.Room(), text);
+}
+
+TEST_F(ConfigLookup, TheDefaultMayBeTheTarget) {
+    Target out;
+    std::string("default").copy(out.Data(), 7);
+    out.Data()[7] = '\0';
+    EXPECT_EQ(config_.GetString("S", "none", out.Data(), out.Data()), 0);
+    EXPECT_EQ(out.Text(), "default");
+    EXPECT_EQ(config_.GetString("S", "a", out.Data(), out.Data()), 0);
+    EXPECT_EQ(out.Text(), "1");
+}
+
+// --- look-ups of numbers
+
+constexpr std::pair<const char*, int> kNumbers[] = {{"0", 0},
+                                                    {"12", 12},
+                                                    {"-7", -7},
+                                                    {"+5", 5},
+                                                    {"007", 7},
+                                                    {"12abc", 12},
+                                                    {"abc", 0},
+                                                    {"", 0},
+                                                    {"-", 0},
+                                                    {"--1", 0},
+                                                    {"0x10", 0},
+                                                    {"9.9", 9},
+                                                    {"1e3", 1},
+                                                    {"4 2", 42},
+                                                    {"- 3", -3},
+                                                    {"1 = 2", 12},
+                                                    {"\t8", 8},
+                                                    {"8\t9", 8},
+                                                    {"6\r", 6},
+                                                    {"a1", 0},
+                                                    {"1,5", 1},
+                                                    {"true", 0},
+                                                    {"2147483647", INT_MAX},
+                                                    {"-2147483648", INT_MIN}};
+
+TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
+    for (const auto& [value, number] : kNumbers) {
+        Read("S\nk=" + std::string(value) + "\nSend\n");
+        EXPECT_EQ(config_.GetInt("S", "k", 99), number) << value;
+    }
+    Read("S\nk=007\nSend\n");
+    EXPECT_EQ(Get("S", "k", ""), "007") << "it is kept as text";
+}
+
+// --- what look-ups and setters leave behind
+
+TEST_F(ConfigLookup, AnAbsentSectionIsAddedEmptyAndARowNever) {
+    Sections expected = config_.sections;
+    Get("S", "b", "default");
+    Get("T", "b", "default");
+    config_.GetInt("S", "c", 1);
+    EXPECT_EQ(config_.sections, expected);
+    Get("U", "a", "default");
+    expected["U"];
+    EXPECT_EQ(config_.sections, expected);
+    config_.GetInt("V", "a", 1);
+    expected["V"];
+    EXPECT_EQ(config_.sections, expected);
+    Get("", "", "");
+    expected[""];
+    EXPECT_EQ(config_.sections, expected);
+    Read("U\na=5\nUend\n");
+    EXPECT_EQ(config_.GetInt("U", "a", 0), 5) << "a reading replaces it";
+}
+
+TEST_F(ConfigLookup, SettersStoreNothing) {
+    const Sections before = config_.sections;
+    for (const char* text : {"S", "New", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(config_.SetInt(text, "a", 5), 0);
+        EXPECT_EQ(config_.SetInt("S", text, 6), 0);
+        EXPECT_EQ(config_.SetString(text, "a", "five"), 0);
+        EXPECT_EQ(config_.SetString("S", text, text), 0);
+    }
+    EXPECT_EQ(config_.sections, before);
+    EXPECT_EQ(config_.fileName, Path());
+    EXPECT_EQ(config_.GetInt("S", "a", 0), 1) << "what the file said";
+}
+
+TEST_F(ConfigLookup, LookupsAndSettersPrintNothing) {
+    testing::internal::CaptureStdout();
+    Get("U", "a", "default");
+    config_.GetInt("S", "none", 1);
+    config_.SetInt("S", "a", 1);
+    config_.SetString("S", "a", "1");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+}  // namespace
+}  // namespace hueweave::test
