@@ -69,6 +69,25 @@ TEST_F(IccFile4Limits, LetsTheRoundingReachPastTheFilesEnd) {
     }
 }
 
+TEST_F(IccFile4Limits, TakesBlocksBeforeAcrossAndBehindTheFirstFourMebibytes) {
+    constexpr std::uint32_t kAhead = 4U << 20,
+                            kEnd = 2 * kAhead + 10;  // of a large file the first 4 MiB are read at once
+    struct Row {
+        std::uint32_t offset, size;
+    };
+    const Row rows[] = {{kAhead - 8, 8}, {kAhead - 4, 8}, {kAhead, 8}, {kAhead - 5, 5}, {kAhead - 5, 6}, {kEnd - 2, 2}};
+    std::vector<TagEntry> entries;
+    for (const Row& row : rows) entries.push_back({"abcd", {}, row.offset, row.size});
+    Bytes bytes = ProfileOf(entries);
+    for (std::size_t i = bytes.size(); i < kEnd; ++i) bytes.push_back(static_cast<unsigned char>(i * 37 + i / 251));
+    EXPECT_EQ(Read(bytes), 0);
+    bytes.resize(kEnd + 4);  // what the rounding takes from behind the end
+    ASSERT_EQ(file.tagList.size(), std::size(rows));
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        EXPECT_EQ(DataOf(*file.tagList[i]), Part(bytes, rows[i].offset, RoundedUp(rows[i].size))) << i;
+    }
+}
+
 TEST_F(IccFile4Limits, KeepsATagOfNoBytesWithTypeZero) {
     std::vector<TagEntry> tags;
     for (const char* name : {"chad", "A2B0", "B2A2", "wtpt", "rTRC", "desc", "cprt", "abcd"}) tags.push_back({name});
