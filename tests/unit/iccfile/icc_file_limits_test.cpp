@@ -35,6 +35,7 @@ TEST_F(IccFile4Limits, TakesNoTagsWithoutAWholeCount) {
     const Bytes bytes = ByteWriter().Append(NumberedHeader()).Big32(0x01010101U).Done();
     for (std::size_t size = 126; size <= 132; ++size) {
         EXPECT_EQ(Read(Cut(bytes, size)), 0);
+        EXPECT_EQ(ReadFromMemory(Cut(bytes, size)), 0) << size;
         EXPECT_TRUE(file.tagList.empty()) << size;
     }
 }
