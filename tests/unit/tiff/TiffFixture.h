@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -15,6 +16,7 @@
 
 #include "base/FileHandle.h"
 #include "support/ByteWriter.h"
+#include "support/Matchers.h"
 #include "support/TempDir.h"
 #include "support/TiffBuilder.h"
 #include "tiff/CTiff.h"
@@ -32,6 +34,8 @@ using Orvix_Tiff_STL2::TiffTagSignature;
 
 /// Printed by a save of a list without tags.
 inline const std::string kEmptyList = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
+/// Bytes an item of the types 0 to 13.
+inline constexpr unsigned kWidths[] = {1, 1, 1, 2, 4, 8, 1, 1, 2, 4, 4, 8, 8, 4};
 
 constexpr TiffTagSignature Sig(unsigned tag) { return static_cast<TiffTagSignature>(tag); }
 constexpr FieldType Type(int code) { return static_cast<FieldType>(code); }
@@ -60,7 +64,17 @@ inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write) {
     return bytes;
 }
 
-/// A tag with the given data.
+/// A block as a caller makes it.
+inline unsigned char* Given(const Bytes& bytes) {
+    auto* made = new unsigned char[bytes.size()];
+    std::copy(bytes.begin(), bytes.end(), made);
+    return made;
+}
+/// A tag with the bytes of a caller.
+inline std::unique_ptr<TiffTag> Adopting(unsigned tag, int type, std::uint32_t count, const Bytes& bytes) {
+    return std::make_unique<TiffTag>(Sig(tag), Type(type), count, 7, Given(bytes));
+}
+/// A tag with data of its own.
 inline std::unique_ptr<TiffTag> Made(unsigned tag, int type, std::uint32_t count, std::uint32_t value,
                                      const Bytes& data) {
     auto made = std::make_unique<TiffTag>(Sig(tag), Type(type), count, value, nullptr);
@@ -81,6 +95,13 @@ inline int ReadFrom(Tiff& tiff, const Bytes& file) {
     return tiff.ReadTiff(stream.get());
 }
 
+/// The image of a file that is read.
+class TiffOf : public CTiff {  // which has a `Bytes` of its own
+public:
+    explicit TiffOf(const test::Bytes& file) { EXPECT_EQ(ReadFrom(*this, file), 0); }
+    explicit TiffOf(const TiffBuilder& file) : TiffOf(file.Build()) {}
+};
+
 /// A tag's data; empty for none.
 inline Bytes DataOf(const TiffTag& tag) {
     return tag.data ? Bytes(tag.data.get(), tag.data.get() + tag.dataSize) : Bytes();
@@ -97,6 +118,11 @@ inline std::string Printed(const std::function<void()>& action) {
     testing::internal::CaptureStdout();
     action();
     return testing::internal::GetCapturedStdout();
+}
+
+/// Files that this process has open.
+inline std::ptrdiff_t OpenFiles() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
 }
 
 inline std::vector<unsigned> Signatures(const Tiff& tiff) {
@@ -123,6 +149,12 @@ inline Fields FieldsOf(const Tiff& tiff, unsigned tag) {
     return found ? FieldsOf(*found) : Fields{};
 }
 
+inline std::vector<Fields> AllFields(const Tiff& tiff) {
+    std::vector<Fields> all;
+    for (const auto& tag : tiff.tags) all.push_back(FieldsOf(*tag));
+    return all;
+}
+
 /// The entries of a written file, whose directory stands at 8.
 inline std::vector<Fields> EntriesOf(const Bytes& file) {
     const auto number = [&](std::size_t at, int width) {
@@ -137,6 +169,12 @@ inline std::vector<Fields> EntriesOf(const Bytes& file) {
     }
     return entries;
 }
+/// Adds the entries of a written file as a read does, without the image.
+inline void AddEntries(Tiff& tiff, const Bytes& file, std::FILE* stream) {
+    for (const Fields& entry : EntriesOf(file)) {
+        tiff.AddTags(Word(static_cast<unsigned>(entry.type), entry.tag), entry.count, entry.value, stream);
+    }
+}
 inline Fields EntryOf(const Bytes& file, unsigned tag) {
     for (const Fields& fields : EntriesOf(file)) {
         if (fields.tag == tag) return fields;
@@ -149,6 +187,13 @@ inline Bytes Part(const Bytes& bytes, std::size_t from, std::size_t count) {
     const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(from, bytes.size()));
     return Bytes(begin,
                  begin + static_cast<std::ptrdiff_t>(std::min(count, static_cast<std::size_t>(bytes.end() - begin))));
+}
+/// From the image on to the end of a written file.
+inline Bytes FromImage(const Bytes& file) { return Part(file, EntryOf(file, 273).value, file.size()); }
+/// Filled up with zeros.
+inline Bytes Padded(Bytes bytes, std::size_t size) {
+    bytes.resize(size, 0);
+    return bytes;
 }
 inline Bytes Joined(const std::vector<Bytes>& parts) {
     ByteWriter out;

@@ -33,7 +33,9 @@ static_assert(is_same_v<decltype(CTiff::samples), std::int32_t> && is_same_v<dec
 static_assert(is_same_v<decltype(CTiff::rowBytes), std::int32_t>);
 static_assert(is_same_v<decltype(CTiff::resolution), std::int32_t>);
 static_assert(is_same_v<decltype(CTiff::imageBuf), unsigned char*>, "lent, not owned");
-static_assert(sizeof DataType == 12 * 4);
+static_assert(sizeof DataType == 12 * 4 && sizeof DataType[0] == 4);
+static_assert(sizeof(FieldType) == 4 && std::is_signed_v<std::underlying_type_t<FieldType>>);
+static_assert(sizeof(TiffTagSignature) == 4 && std::is_unsigned_v<std::underlying_type_t<TiffTagSignature>>);
 
 /// The kinds of tag differ by what they do alone, and are made from an entry alone.
 template <typename Kind>

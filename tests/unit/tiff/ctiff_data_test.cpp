@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Bytes that a caller gives an image: its buffer, the data of tag 273, and its profile, those of tag 34675.
+#include "unit/tiff/TiffFixture.h"
+
+namespace hueweave::test {
+namespace {
+
+// The image buffer. One of a caller has as many bytes as the caller says when it is used, that of a file as many as
+// were read.
+
+TEST(SetImageBuf, ReplacesTheImageAndNothingElse) {
+    CTiff tiff;
+    tiff.CreateNew(2, 1, 72, 3, 8, 1);
+    const std::vector<Fields> before = AllFields(tiff);
+    unsigned char* buf = Given({42, 2, 3, 4, 5, 6});
+    tiff.SetImageBuf(buf);
+    EXPECT_EQ(tiff.GetImageBuf(), buf);
+    EXPECT_EQ(tiff.GetTag(Sig(273))->GetData(), buf);
+    EXPECT_EQ(*tiff.GetXY(0, 0), 42);
+    EXPECT_EQ(AllFields(tiff), before);
+    EXPECT_EQ(tiff.width, 2);
+    tiff.SetImageBuf(nullptr);
+    EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+    EXPECT_EQ(tiff.ImageBytes(), 0U);
+    EXPECT_EQ(tiff.GetXY(0, 0), nullptr);
+}
+
+TEST(SetImageBuf, GivesTheRowsOfTheGeometryOrWhatTag279SaysIfThatIsMore) {
+    CTiff tiff;
+    tiff.CreateNew(5, 4, 72, 3, 8, 0);
+    tiff.SetTagValue(Sig(279), 0);
+    tiff.SetImageBuf(Given(CountingBytes(60)));
+    EXPECT_EQ(FromImage(Saved(tiff)), Bytes());
+    EXPECT_EQ(tiff.ImageBytes(), 60U);
+    EXPECT_EQ(tiff.GetXY(4, 3), tiff.GetImageBuf() + 57);
+    EXPECT_EQ(tiff.GetXY_M(0, 0), tiff.GetImageBuf() + 45);
+    Bytes row(15);
+    EXPECT_EQ(tiff.GetRow(row.data(), 2, 0), 0);
+    EXPECT_EQ(row, CountingBytes(15, 31));
+    tiff.SetTagValue(Sig(279), 60);
+    EXPECT_EQ(FromImage(Saved(tiff)), CountingBytes(60)) << "the tag may be set later";
+    tiff.SetTagValue(Sig(279), 70);
+    EXPECT_EQ(tiff.ImageBytes(), 70U) << "with bytes behind the last row";
+}
+
+TEST(SetImageBuf, LeavesAnImageThatWasReadAsLongAsItWas) {
+    for (const bool givenBack : {false, true}) {
+        TiffOf tiff(ChunkyTiff(4, 4, 3, 8, CountingBytes(20)));
+        tiff.imageBuf = tiff.GetTag(Sig(273))->GetData();
+        if (givenBack) tiff.SetImageBuf(tiff.GetImageBuf());
+        EXPECT_EQ(tiff.ImageBytes(), 20U);
+        tiff.SetTagValue(Sig(279), 3000);
+        EXPECT_EQ(tiff.ImageBytes(), 20U);
+        EXPECT_EQ(FromImage(Saved(tiff)), Padded(CountingBytes(20), 3000));
+    }
+}
+
+TEST(SetImageBuf, TakesNoLengthFromTheCountOfAFile) {
+    // Planes of bits stay, and so do the three offsets of tag 273: 12 bytes, more than the new image has.
+    TiffOf tiff(PlanarTiff(8, 2, 3, 1, 2, {{1, 2}, {3, 4}, {5, 6}}));
+    ASSERT_EQ(FieldsOf(tiff, 273).count, 3U);
+    tiff.SetTag(new TiffTag(Sig(279), Type(4), 1, 5, nullptr));
+    tiff.SetImageBuf(Given(CountingBytes(5, 60)));
+    EXPECT_EQ(SavedTag(*tiff.GetTag(Sig(273))), Padded(CountingBytes(5, 60), 12));
+    EXPECT_EQ(FromImage(Saved(tiff)), CountingBytes(5, 60));
+}
+
+// The profile
+
+/// A file that says in its first word, big-endian, how long it is.
+Bytes ProfileOf(std::uint32_t announced, std::size_t size) {
+    return Part(ByteWriter().Big32(announced).Append(CountingBytes(size)).Done(), 0, size);
+}
+
+/// A new image, and files for its profile.
+class IccImage : public CTiff {
+public:
+    IccImage() { CreateNew(2, 2, 72, 3, 8, 1); }
+    int Set(const test::Bytes& profile) {
+        WriteFile(in, profile);
+        return SetIccProfile(in.c_str());
+    }
+    int Save() { return SaveIccProfile(out.c_str()); }
+
+    TempDir dir;
+    std::string in = dir.File("in.icc");
+    std::string out = dir.File("out.icc");
+};
+
+TEST(SetIccProfile, TakesAProfileWholeAndGivesItBack) {
+    IccImage tiff;
+    const Bytes profile = ProfileOf(3144, 3144);
+    EXPECT_EQ(tiff.Set(profile), 0);
+    EXPECT_EQ(FieldsOf(tiff, 34675), (Fields{34675, 7, 3144, 0}));
+    EXPECT_EQ(DataOf(tiff, 34675), profile);
+    EXPECT_EQ(tiff.Save(), 0);
+    EXPECT_EQ(ReadFile(tiff.out), profile);
+    const Bytes file = Saved(tiff);
+    EXPECT_EQ(Part(file, EntryOf(file, 34675).value, 3144), profile);
+    TiffOf again(file);
+    EXPECT_EQ(DataOf(again, 34675), profile);
+    EXPECT_EQ(Image(again), Bytes(12, 0));
+}
+
+TEST(SetIccProfile, TakesTheSizeFromTheHeaderWithinTheFile) {
+    // Bytes of the header that the file does not have count as zero.
+    struct Row {
+        Bytes file;
+        std::size_t taken;
+    };
+    IccImage tiff;
+    for (const Row& row : {Row{{}, 0}, Row{{0}, 0}, Row{{1}, 1}, Row{{0, 0}, 0}, Row{{0, 0, 1}, 3}, Row{{0, 0, 0}, 0},
+                           Row{{0, 0, 0, 0}, 0}, Row{{0, 0, 0, 1}, 1}, Row{{0, 0, 0, 4, 9}, 4},
+                           Row{{0, 0, 0, 5, 9, 9}, 5}, Row{{0, 0, 0, 6, 9, 9}, 6}, Row{{0, 0, 0, 7, 9, 9}, 6},
+                           Row{{5, 0, 0, 0, 9, 9}, 6}, Row{ProfileOf(50, 80), 50}, Row{ProfileOf(81, 80), 80},
+                           Row{ProfileOf(0x7fffffff, 80), 80}, Row{ProfileOf(0xffffffff, 80), 80}}) {
+        SCOPED_TRACE(testing::PrintToString(row.file));
+        tiff.Set(ProfileOf(60, 60));
+        EXPECT_EQ(tiff.Set(row.file), 0);
+        EXPECT_EQ(FieldsOf(tiff, 34675), (Fields{34675, 7, static_cast<std::uint32_t>(row.taken), 0}));
+        EXPECT_EQ(DataOf(tiff, 34675), Part(row.file, 0, row.taken)) << "in place of the one before";
+        EXPECT_EQ(tiff.tags.size(), 15U);
+    }
+}
+
+TEST(SetIccProfile, ReplacesTheBytesOfTheFirstTagAlone) {
+    CTiff tiff;
+    tiff.AddTags(Word(1, 34675), 9, 88, nullptr);
+    tiff.tags.push_back(Made(34675, 7, 7, 1, CountingBytes(7)));
+    IccImage image;
+    const unsigned char* pixels = image.GetImageBuf();
+    image.Set(ProfileOf(60, 60));
+    EXPECT_EQ(tiff.SetIccProfile(image.in.c_str()), 0);
+    EXPECT_EQ(FieldsOf(*tiff.tags[0]), (Fields{34675, 1, 60, 0})) << "the type stays";
+    EXPECT_EQ(DataOf(*tiff.tags[0]), ProfileOf(60, 60));
+    EXPECT_EQ(DataOf(*tiff.tags[1]), CountingBytes(7));
+    EXPECT_EQ(tiff.SaveIccProfile(image.out.c_str()), 0);
+    EXPECT_EQ(ReadFile(image.out), ProfileOf(60, 60));
+    image.RemoveIcc();
+    EXPECT_EQ(image.GetImageBuf(), pixels) << "the image is not touched";
+    EXPECT_EQ(image.GetTag(Sig(273))->GetData(), pixels);
+}
+
+TEST(SetIccProfile, NeverAddsAProfile) {
+    IccImage tiff;
+    tiff.RemoveIcc();
+    EXPECT_EQ(tiff.Set(ProfileOf(60, 60)), 0);
+    EXPECT_EQ(tiff.GetTag(Sig(34675)), nullptr);
+    EXPECT_EQ(tiff.tags.size(), 14U);
+}
+
+TEST(SetIccProfile, ThrowsForAFileThatCannotBeOpened) {
+    IccImage tiff;
+    std::string thrown;
+    try {
+        tiff.SetIccProfile(tiff.in.c_str());
+    } catch (const char* text) {
+        thrown = text;
+    }
+    EXPECT_EQ(thrown, " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
+    EXPECT_EQ(FieldsOf(tiff, 34675), (Fields{34675, 7, 0, 0})) << "untouched";
+    tiff.RemoveIcc();
+    EXPECT_THROW(tiff.SetIccProfile(tiff.in.c_str()), const char*) << "also without a tag";
+}
+
+TEST(SetIccProfile, SetsFourBytesThatASaveLoses) {
+    // Small data of this type give up their place in the entry and have none behind it.
+    IccImage tiff;
+    tiff.Set(ProfileOf(4, 4));
+    EXPECT_EQ(DataOf(tiff, 34675), (Bytes{0, 0, 0, 4}));
+    const Bytes file = Saved(tiff);
+    EXPECT_EQ(EntryOf(file, 34675), (Fields{34675, 7, 4, 216}));
+    EXPECT_EQ(EntryOf(file, 273).value, 220U);
+    EXPECT_EQ(file.size(), 216U + 12U);
+}
+
+TEST(SaveIccProfile, WritesTheProfileOfAFile) {
+    const TempDir dir;
+    const std::string out = dir.File("out.icc");
+    EXPECT_EQ(TiffOf(TiffBuilder().Undefined(34675, CountingBytes(21))).SaveIccProfile(out.c_str()), 0);
+    EXPECT_EQ(ReadFile(out), CountingBytes(21));
+    EXPECT_EQ(TiffOf(TiffBuilder().Entry(34675, 7, 4, 0x04030201)).SaveIccProfile(out.c_str()), 0);
+    EXPECT_EQ(ReadFile(out), Bytes()) << "four bytes stand in the entry, of which nothing is saved";
+}
+
+TEST(SaveIccProfile, WritesAsManyBytesAsTheTagCountsAndHolds) {
+    IccImage tiff;
+    tiff.Set(ProfileOf(60, 60));
+    for (const std::uint32_t count : {1000U, 60U, 20U, 0U}) {
+        tiff.GetTag(Sig(34675))->count = count;
+        EXPECT_EQ(tiff.Save(), 0);
+        EXPECT_EQ(ReadFile(tiff.out), ProfileOf(60, std::min(count, 60U))) << count;
+    }
+    tiff.Tiff::SetTag(Adopting(34675, 7, 5, CountingBytes(40)).release());
+    tiff.GetTag(Sig(34675))->count = 40;
+    EXPECT_EQ(tiff.Save(), 0);
+    EXPECT_EQ(ReadFile(tiff.out), CountingBytes(40)) << "of a caller's as many as it says by then";
+}
+
+TEST(SaveIccProfile, EmptiesTheFileForATagWithoutDataAndLeavesItWithoutATag) {
+    IccImage tiff;
+    WriteFile(tiff.out, CountingBytes(9));
+    EXPECT_EQ(tiff.Save(), 0);
+    EXPECT_EQ(ReadFile(tiff.out), Bytes());
+    tiff.RemoveIcc();
+    WriteFile(tiff.out, CountingBytes(9));
+    EXPECT_EQ(tiff.Save(), 0);
+    EXPECT_EQ(ReadFile(tiff.out), CountingBytes(9));
+    EXPECT_EQ(tiff.SaveIccProfile(tiff.in.c_str()), 0);
+    EXPECT_FALSE(std::filesystem::exists(tiff.in)) << "no file is made";
+}
+
+TEST(SaveIccProfile, GivesZeroForNoFileAndWhatClosingGaveElse) {
+    IccImage tiff;
+    tiff.Set(CountingBytes(21));
+    EXPECT_EQ(tiff.SaveIccProfile(tiff.dir.File("no folder/out.icc").c_str()), 0);
+    EXPECT_EQ(tiff.SaveIccProfile(tiff.dir.Path().c_str()), 0);
+    EXPECT_EQ(tiff.SaveIccProfile(nullptr), 0);
+    EXPECT_EQ(tiff.SaveIccProfile("/dev/full"), EOF);
+}
+
+TEST(IccProfile, LeavesNoFileOpen) {
+    IccImage tiff;
+    const auto before = OpenFiles();
+    for (int i = 0; i < 2; ++i) {
+        tiff.Set(ProfileOf(60, 60));
+        tiff.Save();
+        tiff.RemoveIcc();
+    }
+    EXPECT_EQ(OpenFiles(), before);
+}
+
+TEST(RemoveIcc, ClosesTheGapInTheFile) {
+    TiffBuilder with;
+    TiffOf tiff(with.Long(256, 1).Undefined(34675, CountingBytes(20)).Long(300, 3).Long(200, 2));
+    tiff.RemoveIcc();
+    EXPECT_EQ(Signatures(tiff), (std::vector<unsigned>{256, 300, 200}));
+    TiffBuilder without;
+    EXPECT_EQ(Saved(tiff), without.Long(256, 1).Long(300, 3).Long(200, 2).Build());
+    tiff.RemoveIcc();
+    EXPECT_EQ(tiff.tags.size(), 3U) << "there is no other";
+    CTiff empty;
+    empty.RemoveIcc();
+    EXPECT_TRUE(empty.tags.empty());
+}
+
+TEST(RemoveIcc, DestroysTheFirstAlone) {
+    int deaths = 0;
+    CTiff tiff;
+    for (const unsigned tag : {34675U, 300U, 34675U}) tiff.tags.push_back(std::make_unique<MortalTag>(tag, deaths));
+    const TiffTag* second = tiff.tags[2].get();
+    tiff.RemoveIcc();
+    EXPECT_EQ(deaths, 1);
+    EXPECT_EQ(Signatures(tiff), (std::vector<unsigned>{300, 34675}));
+    EXPECT_EQ(tiff.tags[1].get(), second);
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,453 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// An image and its geometry: read from a file, made anew, and with a buffer of a caller's.
+#include <iostream>
+#include <stdexcept>
+
+#include "unit/tiff/TiffFixture.h"
+
+namespace hueweave::test {
+namespace {
+
+const std::string kNoRawFile = "*** CTiff::CreateNew() --> Create File Fail *** \n";
+const std::string kUnknownError = "*** CTiff::ReadFile() --> unknown Error. ***\n";
+
+using Numbers = std::vector<int>;
+/// Width, height, samples, bits, bytes a row, resolution.
+Numbers NumbersOf(const CTiff& tiff) {
+    return {tiff.width, tiff.height, tiff.samples, tiff.bits, tiff.rowBytes, tiff.resolution};
+}
+
+/// Reads a file by its name and gives what that prints.
+std::string ReadIn(CTiff& tiff, const Bytes& file) {
+    const TempDir dir;
+    WriteFile(dir.File("in.tif"), file);
+    return Printed([&] { EXPECT_EQ(tiff.ReadFile(dir.File("in.tif").c_str()), 0); });
+}
+std::string ReadMissing(CTiff& tiff) {
+    return Printed([&] { EXPECT_EQ(tiff.ReadFile("/no such.tif"), 0); });
+}
+
+/// 7 x 5 pixels with different numbers everywhere, of which one tag may be left out.
+Bytes Without(unsigned absent) {
+    TiffBuilder tiff;
+    const auto put = [&](unsigned tag, unsigned value) {
+        if (tag != absent) tiff.Long(tag, value);
+    };
+    put(256, 7);
+    put(257, 5);
+    put(258, 16);
+    put(277, 3);
+    if (absent != 282) tiff.Rational(282, 600, 2);
+    if (absent != 283) tiff.Rational(283, 144, 2);
+    put(296, 4);
+    tiff.Long(278, 5).StripOffsets().StripByteCounts();
+    return tiff.Strip(CountingBytes(210)).Build();
+}
+const Numbers kWhole{7, 5, 3, 16, 42, 300};
+
+TEST(CTiff, StartsWithNothing) {
+    const CTiff tiff;
+    EXPECT_EQ(NumbersOf(tiff), Numbers(6, 0));
+    EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+    EXPECT_EQ(tiff.ImageBytes(), 0U);
+    EXPECT_EQ(tiff.writeIfdOffset, 8);
+}
+
+// Reading
+
+TEST(CTiff, ReadsEachNumberFromItsTag) {
+    const std::vector<std::pair<unsigned, Numbers>> rows{{0, kWhole},
+                                                         {256, {0, 5, 3, 16, 0, 300}},
+                                                         {257, {7, 0, 3, 16, 42, 300}},
+                                                         {258, {7, 5, 3, 0, 0, 300}},
+                                                         {277, {7, 5, 0, 16, 0, 300}},
+                                                         {282, {7, 5, 3, 16, 42, 0}},
+                                                         {283, kWhole},
+                                                         {296, kWhole}};
+    for (const auto& [absent, expected] : rows) {
+        CTiff tiff;
+        EXPECT_EQ(ReadIn(tiff, Without(absent)), "");
+        EXPECT_EQ(NumbersOf(tiff), expected) << "without " << absent;
+        EXPECT_EQ(Image(tiff), CountingBytes(210));
+        EXPECT_EQ(tiff.GetImageBuf(), tiff.GetTag(Sig(273))->GetData());
+        EXPECT_EQ(tiff.ImageBytes(), 210U);
+    }
+    const TempDir dir;
+    WriteFile(dir.File("in.tif"), Without(0));
+    EXPECT_EQ(NumbersOf(CTiff(dir.File("in.tif").c_str())), kWhole);
+}
+
+TEST(CTiff, RoundsTheBytesOfARowUpOnceAndCutsThemToThirtyTwoBits) {
+    struct Row {
+        std::uint32_t width;
+        unsigned samples;
+        unsigned bits;
+        int rowBytes;
+    };
+    for (const auto& [width, samples, bits, rowBytes] :
+         {Row{0, 3, 8, 0}, Row{8, 1, 1, 1}, Row{9, 1, 1, 2}, Row{9, 3, 1, 4}, Row{1, 1, 1, 1}, Row{3, 1, 4, 2},
+          Row{7, 3, 8, 21}, Row{7, 3, 16, 42}, Row{7, 4, 8, 28}, Row{0x0fffffff, 1, 8, 0x0fffffff},  // 2^31 - 8 bits
+          Row{0x7fffffff, 1, 1, 0x10000000},                                                         // rounded up
+          Row{0x10000000, 1, 8, -0x10000000}, Row{0x10000000, 3, 8, -0x10000000},                    // 2^31, 3 x 2^31
+          Row{0x20000000, 1, 8, 0}, Row{0x20000001, 1, 8, 1}, Row{0x20000001, 3, 8, 3},              // 2^32 and more
+          Row{0x7fffffff, 3, 1, 0x10000000}}) {                                                      // 2^31 - 3
+        SCOPED_TRACE(testing::Message() << width << " pixels of " << samples << " x " << bits << " bits");
+        CTiff read;
+        ReadIn(read, TiffBuilder().Long(256, width).Short(258, bits).Short(277, samples).Build());
+        EXPECT_EQ(read.rowBytes, rowBytes);
+        CTiff made;
+        made.CreateNew(static_cast<int>(width), 0, 72, static_cast<int>(samples), static_cast<int>(bits), 0);
+        EXPECT_EQ(made.rowBytes, rowBytes);
+    }
+}
+
+TEST(CTiff, IsAllNewAfterASecondRead) {
+    TiffBuilder large;
+    for (unsigned i = 0; i < 30; ++i) large.Long(1000 + i, i);
+    const Bytes bigEndian = ChunkyTiff(5, 3, 3, 8, CountingBytes(45)).Head({0x4d, 0x4d, 0x00, 0x2a}).Build();
+    CTiff tiff;
+    tiff.CreateNew(9, 9, 72, 4, 8, 1);
+    const auto before = OpenFiles();
+    for (const Bytes& refused : {bigEndian, large.Build(), Bytes()}) {
+        EXPECT_EQ(ReadIn(tiff, Without(0)), "");
+        EXPECT_EQ(NumbersOf(tiff), kWhole);
+        EXPECT_EQ(tiff.tags.size(), 10U);
+        EXPECT_EQ(tiff.ImageBytes(), 210U);
+        EXPECT_EQ(ReadIn(tiff, refused), "") << "a file that is refused prints nothing";
+        EXPECT_EQ(NumbersOf(tiff), Numbers(6, 0));
+        EXPECT_TRUE(tiff.tags.empty());
+        EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+    }
+    EXPECT_EQ(OpenFiles(), before);
+    ReadIn(tiff, TiffBuilder().Long(257, 9).Build());
+    EXPECT_EQ(NumbersOf(tiff), (Numbers{0, 9, 0, 0, 0, 0}));
+}
+
+/// An image whose tags can be made to fail.
+class Fragile : public CTiff {
+public:
+    std::function<void()> fail;
+    std::unique_ptr<TiffTag> CreateTag(unsigned word, unsigned count, unsigned value, std::FILE* f) override {
+        if (fail) fail();
+        return CTiff::CreateTag(word, count, value, f);
+    }
+};
+
+TEST(CTiff, PrintsALineForAFailedReadAndKeepsTheNumbersButNoImage) {
+    const std::string missing = "*** /no such.tif Open Error. ***\n";
+    const auto reading = [](std::function<void()> fail) {
+        return [fail](Fragile& tiff) {
+            tiff.fail = fail;
+            return ReadIn(tiff, Without(0));
+        };
+    };
+    const auto named = [](const char* name) {
+        return [name](Fragile& tiff) { return Printed([&] { EXPECT_EQ(tiff.ReadFile(name), 0); }); };
+    };
+    const std::vector<std::pair<std::function<std::string(Fragile&)>, std::string>> rows{
+        {[](Fragile& tiff) { return ReadMissing(tiff); }, missing},
+        {named(""), "***  Open Error. ***\n"},
+        {named(nullptr), "***  *** Tiff::ReadFile() --> FileName is NULL. ***  Open Error. ***\n"},
+        {reading([] { throw "words of its own"; }), "*** words of its own Open Error. ***\n"},
+        {reading([] { throw std::runtime_error("hidden"); }), kUnknownError},
+        {reading([] { throw 7; }), kUnknownError}};
+    for (const auto& [failingRead, line] : rows) {
+        Fragile tiff;
+        EXPECT_EQ(ReadIn(tiff, Without(0)), "");
+        ASSERT_NE(tiff.imageBuf, nullptr);
+        EXPECT_EQ(failingRead(tiff), line);
+        EXPECT_EQ(NumbersOf(tiff), kWhole) << line;
+        EXPECT_TRUE(tiff.tags.empty());
+        EXPECT_EQ(tiff.imageBuf, nullptr) << "the image went with its tag";
+    }
+    EXPECT_EQ(Printed([&] { const CTiff made("/no such.tif"); }), missing);
+}
+
+TEST(CTiff, FailsTheStandardOutputForANullStringThatIsThrown) {
+    Fragile tiff;
+    tiff.fail = [] { throw static_cast<const char*>(nullptr); };
+    const TempDir dir;
+    WriteFile(dir.File("in.tif"), Without(0));
+    bool failed = false;
+    EXPECT_EQ(Printed([&] {
+                  EXPECT_EQ(tiff.ReadFile(dir.File("in.tif").c_str()), 0);
+                  failed = !std::cout;
+                  std::cout.clear();
+              }),
+              "*** ");
+    EXPECT_TRUE(failed);
+}
+
+TEST(CTiff, ReadsByTheListAndNotByAnOverride) {
+    class Deeper : public CTiff {
+    public:
+        int calls = 0;
+        int ReadFile(const char* name) override { return ++calls > 1 ? 99 : CTiff::ReadFile(name); }
+    };
+    Deeper tiff;
+    ReadIn(tiff, Without(0));
+    EXPECT_EQ(tiff.calls, 1);
+    EXPECT_EQ(tiff.width, 7);
+}
+
+// A new image
+
+struct NewRow {
+    int width;
+    int height;
+    int resolution;
+    int samples;
+    int bits;
+    unsigned photometric;
+    std::uint32_t imageBytes;  ///< height x ceil(width x bits / 8) x samples
+    int rowBytes;              ///< ceil(samples x width x bits / 8)
+};
+constexpr NewRow kSmall{5, 4, 72, 3, 8, 2, 60, 15};
+
+/// The file of a new image, written out by hand.
+Bytes NewFile(const NewRow& row, const Bytes& image) {
+    const auto u = [](int n) { return static_cast<std::uint32_t>(n); };
+    const std::uint32_t depths = row.samples > 2 ? 2 * u(row.samples) : 0;  // bytes of tag 258 behind the directory
+    constexpr std::uint32_t kData = 194;
+    ByteWriter out;
+    const auto entry = [&](unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value) {
+        out.Little16(tag).Little16(type).Little32(count).Little32(value);
+    };
+    out.Text("II").Little16(42).Little32(8).Little16(15);
+    entry(254, 1, 4, 0);
+    entry(256, 4, 1, u(row.width));
+    entry(257, 4, 1, u(row.height));
+    entry(258, 3, u(row.samples), depths > 0 ? kData : u(row.bits));
+    entry(259, 3, 1, 1);
+    entry(262, 3, 1, row.photometric);
+    entry(277, 3, 1, u(row.samples));
+    entry(278, 4, 1, u(row.height));
+    entry(279, 4, 1, row.imageBytes);
+    entry(273, 4, 1, kData + depths + 16);
+    entry(282, 5, 1, kData + depths);
+    entry(283, 5, 1, kData + depths + 8);
+    entry(296, 3, 1, 2);
+    entry(284, 3, 1, 1);
+    entry(34675, 7, 0, kData + depths + 16);
+    out.Little32(0);
+    for (std::uint32_t i = 0; i < depths; i += 2) out.Little16(u(row.bits));
+    for (int i = 0; i < 2; ++i) out.Little32(u(row.resolution) * 100).Little32(100);
+    return out.Append(image).Done();
+}
+
+TEST(CreateNew, MakesAZeroedImageThatIsSavedByteForByteAndReadBack) {
+    for (const NewRow& row :
+         {kSmall, NewRow{100, 50, 300, 3, 16, 2, 30000, 600}, NewRow{5, 4, 72, 1, 8, 1, 20, 5},
+          NewRow{5, 4, 72, 1, 16, 1, 40, 10}, NewRow{9, 3, 600, 1, 1, 1, 6, 2}, NewRow{9, 3, 600, 3, 1, 2, 18, 4},
+          NewRow{5, 4, 72, 2, 8, 1, 40, 10}, NewRow{5, 4, 0, 3, 8, 2, 60, 15}, NewRow{5, 4, 72, 4, 8, 5, 80, 20},
+          NewRow{5, 4, 72, 4, 16, 5, 160, 40}, NewRow{3, 2, 72, 5, 8, 1, 30, 15}, NewRow{3, 2, 72, 6, 8, 0, 36, 18},
+          NewRow{3, 2, 72, 7, 16, 0, 84, 42}, NewRow{3, 2, 72, 8, 8, 1, 48, 24}, NewRow{3, 2, 72, 9, 8, 1, 54, 27},
+          NewRow{3, 2, 72, 0, 8, 1, 0, 0}, NewRow{3, 2, 72, 3, 4, 2, 12, 5}, NewRow{0, 4, 72, 3, 8, 2, 0, 0},
+          NewRow{4, 0, 72, 3, 8, 2, 0, 12}}) {
+        SCOPED_TRACE(testing::Message() << row.width << " x " << row.height << " x " << row.samples << " x "
+                                        << row.bits);
+        CTiff tiff;
+        tiff.AddTags(Word(4, 40000), 1, 1, nullptr);  // is replaced with all the rest
+        EXPECT_EQ(tiff.CreateNew(row.width, row.height, row.resolution, row.samples, row.bits, 1), 0);
+        EXPECT_EQ(NumbersOf(tiff),
+                  (Numbers{row.width, row.height, row.samples, row.bits, row.rowBytes, row.resolution}));
+        EXPECT_EQ(Image(tiff), Bytes(row.imageBytes, 0));
+        EXPECT_EQ(tiff.GetImageBuf(), tiff.GetTag(Sig(273))->GetData());
+        const Bytes image = CountingBytes(row.imageBytes);
+        std::copy(image.begin(), image.end(), tiff.GetImageBuf());
+        EXPECT_EQ(Saved(tiff), NewFile(row, image));
+        const TiffOf again(NewFile(row, image));
+        EXPECT_EQ(again.GetTagValue(Sig(256)), row.width);
+        EXPECT_EQ(again.GetTagValue(Sig(282)), row.resolution);
+        EXPECT_EQ(again.GetTagValue(Sig(258)), row.samples == 0 || row.samples == 2 ? 0 : row.bits);
+        EXPECT_EQ(Image(again), image);
+    }
+}
+
+TEST(CreateNew, HasFifteenTagsInAFixedOrder) {
+    CTiff tiff;
+    tiff.CreateNew(100, 50, 300, 3, 16, 1);
+    const std::vector<Fields> expected{{254, 1, 4, 0},     {256, 4, 1, 100}, {257, 4, 1, 50},  {258, 3, 3, 16},
+                                       {259, 3, 1, 1},     {262, 3, 1, 2},   {277, 3, 1, 3},   {278, 4, 1, 50},
+                                       {279, 4, 1, 30000}, {273, 4, 1, 0},   {282, 5, 1, 300}, {283, 5, 1, 300},
+                                       {296, 3, 1, 2},     {284, 3, 1, 1},   {34675, 7, 0, 0}};
+    EXPECT_EQ(AllFields(tiff), expected);
+    EXPECT_EQ(DataOf(tiff, 258), (Bytes{16, 0, 16, 0, 16, 0}));
+    for (const unsigned tag : {282U, 283U}) {
+        EXPECT_EQ(DataOf(tiff, tag), ByteWriter().Little32(30000).Little32(100).Done());
+    }
+    for (const unsigned tag : {254U, 256U, 279U, 284U, 34675U}) EXPECT_EQ(tiff.GetTag(Sig(tag))->GetData(), nullptr);
+}
+
+TEST(CreateNew, LeavesTheImageToTheCallerUnlessItIsToAllocate) {
+    for (const int allocate : {0, 2, -1}) {
+        CTiff tiff;
+        EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, allocate), 0);
+        EXPECT_EQ(NumbersOf(tiff), (Numbers{5, 4, 3, 8, 15, 72}));
+        EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+        EXPECT_EQ(tiff.GetTag(Sig(273))->GetData(), nullptr);
+        EXPECT_EQ(Saved(tiff), NewFile(kSmall, {})) << "no image to write";
+        tiff.SetImageBuf(Given(CountingBytes(60)));
+        EXPECT_EQ(Saved(tiff), NewFile(kSmall, CountingBytes(60)));
+    }
+}
+
+TEST(CreateNew, MakesNoImageOfASizeBelowZero) {
+    for (const auto& [width, height, samples] : {std::tuple{-1, 4, 3}, {4, -1, 3}, {4, 4, -3}}) {
+        CTiff tiff;
+        EXPECT_EQ(tiff.CreateNew(width, height, 72, samples, 8, 1), 0);
+        EXPECT_EQ(tiff.GetImageBuf(), nullptr) << width << " x " << height;
+        EXPECT_EQ(tiff.GetTag(Sig(273))->GetData(), nullptr);
+        EXPECT_EQ(tiff.tags.size(), 15U);
+        EXPECT_EQ(tiff.width, width);
+        EXPECT_EQ(tiff.GetTagValue(Sig(262)), samples == 3 ? 2 : 1);
+    }
+}
+
+TEST(CreateNew, ThrowsForASizeBeyondAnyMemoryAndLeavesNothing) {
+    // Rows of 2^28 bytes and 2^30 of them for each of 32 and 64 samples: 2^63 and 2^64 bytes, which no array has.
+    const TempDir dir;
+    WriteFile(dir.File("raw"), CountingBytes(100));
+    for (const int samples : {32, 64}) {
+        CTiff tiff;
+        tiff.CreateNew(2, 1, 72, 3, 8, 1);
+        EXPECT_THROW(tiff.CreateNew(2147483647, 1 << 30, 72, samples, 1, 1), std::bad_alloc);
+        EXPECT_TRUE(tiff.tags.empty());
+        EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+        EXPECT_THROW(tiff.CreateNew(2147483647, 1 << 30, 72, samples, 1, dir.File("raw").c_str()), std::bad_alloc);
+        EXPECT_TRUE(tiff.tags.empty());
+        EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, 1), 0) << "and the next one is made";
+        EXPECT_EQ(Image(tiff), Bytes(60, 0));
+    }
+}
+
+TEST(CreateNew, StoresTheLow32BitsOfTheSize) {
+    CTiff tiff;
+    tiff.CreateNew(65536, 65537, 72, 1, 8, 0);  // 2^32 + 65,536
+    EXPECT_EQ(tiff.GetTagValue(Sig(279)), 65536);
+    tiff.CreateNew(2147483647, 1 << 30, 72, 32, 1, 0);  // rows of 2^28 bytes: 2^63, for which the largest stands
+    EXPECT_EQ(static_cast<std::uint32_t>(tiff.GetTagValue(Sig(279))), 4294967295U);
+}
+
+/// An image that notes where it is saved to.
+class SavingNowhere : public CTiff {
+public:
+    std::vector<std::string> saved;
+    int SaveFile(const char* name) override {
+        saved.push_back(name);
+        return 17;
+    }
+};
+
+TEST(CreateNew, FillsTheImageFromARawFileOfAnyLength) {
+    const TempDir dir;
+    const std::string raw = dir.File("pixels.raw");
+    CTiff tiff;
+    for (const std::size_t size : {60U, 25U, 100U, 0U}) {
+        WriteFile(raw, CountingBytes(size));
+        EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str()), 0); }), "");
+        EXPECT_EQ(Image(tiff), Padded(CountingBytes(size), 60)) << size;
+        EXPECT_EQ(tiff.GetImageBuf(), tiff.GetTag(Sig(273))->GetData());
+    }
+}
+
+TEST(CreateNew, TakesHeightTimesRowBytesFromARawFile) {
+    const TempDir dir;
+    const std::string raw = dir.File("pixels.raw");
+    WriteFile(raw, CountingBytes(100));
+    // Three bitmaps of 9 pixels: a row is 4 bytes, though the image has room for 2 bytes a sample.
+    CTiff bitmap;
+    bitmap.CreateNew(9, 3, 72, 3, 1, raw.c_str());
+    EXPECT_EQ(Image(bitmap), Padded(CountingBytes(12), 18));
+    // 8 x 357913942 wraps to a negative number, three times as much to 16: rows of two bytes, and no image.
+    CTiff none;
+    EXPECT_EQ(none.CreateNew(357913942, 4, 72, 3, 8, raw.c_str()), 0);
+    EXPECT_EQ(none.rowBytes, 2);
+    EXPECT_EQ(none.GetImageBuf(), nullptr);
+    EXPECT_EQ(none.ImageBytes(), 0U);
+}
+
+TEST(CreateNew, PrintsALineForAMissingRawFileAndChangesNothing) {
+    const TempDir dir;
+    const std::string missing = dir.File("pixels.raw");
+    for (const char* name : {missing.c_str(), static_cast<const char*>(nullptr)}) {
+        CTiff tiff;
+        ReadIn(tiff, Without(0));
+        const unsigned char* image = tiff.imageBuf;
+        EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(2, 2, 72, 1, 8, name), 0); }), kNoRawFile);
+        EXPECT_EQ(NumbersOf(tiff), kWhole);
+        EXPECT_EQ(tiff.imageBuf, image);
+        EXPECT_EQ(Image(tiff), CountingBytes(210)) << "not even reset";
+    }
+    EXPECT_FALSE(std::filesystem::exists(missing));
+}
+
+TEST(CreateNew, PrintsEveryStringThatIsThrownAndClosesTheRawFile) {
+    const TempDir dir;
+    WriteFile(dir.File("raw"), CountingBytes(12));
+    const std::ptrdiff_t before = OpenFiles();
+    Fragile tiff;
+    tiff.fail = [] { throw "words"; };
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(2, 2, 72, 3, 8, dir.File("raw").c_str()), 0); }), "words\n");
+    tiff.fail = nullptr;
+    tiff.CreateNew(2, 2, 72, 3, 8, dir.File("raw").c_str());
+    EXPECT_EQ(Image(tiff), CountingBytes(12));
+    EXPECT_EQ(OpenFiles(), before);
+}
+
+TEST(CreateNew, SavesAtOnceWhatTheListHoldsByThen) {
+    const TempDir dir;
+    const std::string raw = dir.File("pixels.raw");
+    const std::string out = dir.File("out.tif");
+    CTiff tiff;
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str(), out.c_str()), 0); }),
+              kNoRawFile + kEmptyList);
+    EXPECT_EQ(ReadFile(out), Bytes());
+    tiff.CreateNew(5, 4, 72, 3, 8, 1);
+    EXPECT_EQ(Printed([&] { tiff.CreateNew(2, 1, 300, 3, 8, raw.c_str(), out.c_str()); }), kNoRawFile);
+    EXPECT_EQ(ReadFile(out), NewFile(kSmall, Bytes(60, 0))) << "the image before";
+    WriteFile(raw, CountingBytes(60));
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str(), out.c_str()), 0); }), "");
+    EXPECT_EQ(ReadFile(out), NewFile(kSmall, CountingBytes(60)));
+    SavingNowhere other;
+    EXPECT_EQ(other.CreateNew(5, 4, 72, 3, 8, raw.c_str(), "somewhere"), 0) << "whatever saving gave";
+    EXPECT_EQ(other.saved, std::vector<std::string>{"somewhere"});
+}
+
+// Tags and buffers that a caller sets
+
+TEST(CTiff, SetsATagThatTheFactoryMakesWithoutTheGivenBytes) {
+    CTiff tiff;
+    unsigned char bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    EXPECT_EQ(tiff.SetTag(Sig(258), 3, 3, 8, bytes), 0);
+    EXPECT_EQ(DataOf(tiff, 258), (Bytes{8, 0, 8, 0, 8, 0}));
+    EXPECT_EQ(tiff.SetTag(Sig(305), 2, 8, 77, bytes), 0);
+    EXPECT_EQ(FieldsOf(tiff, 305), (Fields{305, 2, 8, 77}));
+    EXPECT_EQ(tiff.GetTag(Sig(305))->GetData(), nullptr);
+    EXPECT_EQ(tiff.SetTag(Sig(258), 3, 1, 16, nullptr), 0);
+    EXPECT_EQ(Signatures(tiff), (std::vector<unsigned>{258, 305})) << "in place of the first";
+    EXPECT_EQ(tiff.GetTagValue(Sig(258)), 16);
+}
+
+TEST(CTiff, SetsValuesThatLastForTagsInTheEntryOnly) {
+    CTiff tiff;
+    tiff.CreateNew(5, 4, 72, 3, 8, 1);
+    tiff.AddTags(Word(4, 262), 1, 70, nullptr);
+    for (const unsigned tag : {258U, 273U, 282U, 283U, 40000U}) EXPECT_EQ(tiff.SetTagValue(Sig(tag), 999), 0);
+    EXPECT_EQ(tiff.GetTag(Sig(282))->value, 999U);
+    EXPECT_EQ(tiff.SetTagValue(Sig(262), 6), 0);
+    EXPECT_EQ(tiff.SetTagValue(Sig(256), 6), 0);
+    EXPECT_EQ(tiff.width, 5) << "the image's number stays";
+    ASSERT_EQ(tiff.tags.size(), 16U) << "none is added";
+    EXPECT_EQ(tiff.tags[15]->value, 70U) << "the first alone";
+    tiff.tags.pop_back();
+    NewRow expected = kSmall;
+    expected.width = 6;
+    expected.photometric = 6;
+    EXPECT_EQ(Saved(tiff), NewFile(expected, Bytes(60, 0)));
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,341 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// The list of tags, the factory that makes them, and the calls that a derived class can override.
+#include <iostream>
+#include <stdexcept>
+#include <typeinfo>
+
+#include "unit/tiff/TiffFixture.h"
+
+namespace hueweave::test {
+namespace {
+
+TEST(Tiff, StartsEmpty) {
+    const Tiff tiff;
+    EXPECT_TRUE(tiff.tags.empty());
+    EXPECT_EQ(tiff.writeIfdOffset, 8);
+    EXPECT_EQ(tiff.GetTag(Sig(256)), nullptr);
+    EXPECT_EQ(tiff.GetTagValue(Sig(256)), 0);
+}
+
+TEST(Tiff, TellsAStreamFromNone) {
+    Tiff tiff;
+    const FileHandle stream = StreamOf({});
+    EXPECT_EQ(tiff.CheckFile(stream.get()), 0);
+    EXPECT_EQ(tiff.CheckFile(nullptr), -1);
+}
+
+TEST(Tiff, SetsANewTagAtTheEnd) {
+    int deaths = 0;
+    Tiff tiff;
+    tiff.AddTags(Word(3, 900), 1, 1, nullptr);
+    EXPECT_EQ(tiff.SetTag(new MortalTag(100, deaths)), 0);
+    EXPECT_EQ(Signatures(tiff), (std::vector<unsigned>{900, 100})) << "unsorted";
+    EXPECT_EQ(deaths, 0);
+}
+
+TEST(Tiff, SetsATagInPlaceOfTheOldOneWhichIsDestroyed) {
+    int deaths = 0;
+    Tiff tiff;
+    for (const unsigned tag : {300U, 200U, 100U}) tiff.SetTag(new MortalTag(tag, deaths));
+    auto* fresh = new MortalTag(200, deaths);
+    EXPECT_EQ(tiff.SetTag(fresh), 0);
+    EXPECT_EQ(Signatures(tiff), (std::vector<unsigned>{300, 200, 100}));
+    EXPECT_EQ(tiff.tags[1].get(), fresh);
+    EXPECT_EQ(deaths, 1);
+    EXPECT_EQ(tiff.SetTag(fresh), 0) << "it is there already";
+    EXPECT_EQ(tiff.tags[1].get(), fresh);
+    EXPECT_EQ(tiff.tags.size(), 3U);
+    EXPECT_EQ(deaths, 1);
+    EXPECT_EQ(tiff.SetTag(nullptr), 0);
+    EXPECT_EQ(tiff.tags.size(), 3U);
+}
+
+TEST(Tiff, AddsRepeatedTagsOfWhichTheFirstIsGotAndSet) {
+    Tiff tiff;
+    EXPECT_EQ(tiff.AddTags(Word(3, 262), 1, 2, nullptr), 0);
+    EXPECT_EQ(tiff.AddTags(Word(3, 262), 1, 5, nullptr), 0);
+    EXPECT_EQ(tiff.GetTag(Sig(262)), tiff.tags[0].get());
+    EXPECT_EQ(tiff.GetTagValue(Sig(262)), 2);
+    EXPECT_EQ(tiff.SetTagValue(Sig(262), 7), 0);
+    EXPECT_EQ(AllFields(tiff), (std::vector<Fields>{{262, 3, 1, 7}, {262, 3, 1, 5}}));
+    tiff.SetTag(new TiffTag(Sig(262), Type(3), 1, 9, nullptr));
+    EXPECT_EQ(AllFields(tiff), (std::vector<Fields>{{262, 3, 1, 9}, {262, 3, 1, 5}}));
+}
+
+TEST(Tiff, SetsTheValueOfTheEntryAlone) {
+    Tiff tiff;
+    EXPECT_EQ(tiff.SetTagValue(Sig(258), 16), 0);
+    EXPECT_TRUE(tiff.tags.empty()) << "none is added";
+    tiff.AddTags(Word(3, 258), 3, 8, nullptr);
+    EXPECT_EQ(tiff.SetTagValue(Sig(258), 16), 0);
+    EXPECT_EQ(FieldsOf(tiff, 258), (Fields{258, 3, 3, 16}));
+    EXPECT_EQ(DataOf(tiff, 258), (Bytes{8, 0, 8, 0, 8, 0}));
+    EXPECT_EQ(tiff.GetTagValue(Sig(258)), 8) << "the data answer";
+}
+
+TEST(Tiff, GetsTheValueThatTheTagAnswers) {
+    class Odd : public TiffTag {
+    public:
+        explicit Odd(unsigned signature) : TiffTag(Sig(signature), Type(4), 1, 7, nullptr) {}
+        unsigned GetValue() const override { return 0xffffffffU; }
+    };
+    Tiff tiff;
+    tiff.SetTag(new Odd(256));
+    EXPECT_EQ(tiff.GetTagValue(Sig(256)), -1);
+    tiff.AddTags(Word(5, 282), 1, 300, nullptr);
+    tiff.GetTag(Sig(282))->value = 9;
+    EXPECT_EQ(tiff.GetTagValue(Sig(282)), 300);
+}
+
+TEST(Tiff, DestroysItsTagsOnResetAndAtItsEnd) {
+    int deaths = 0;
+    {
+        Tiff tiff;
+        tiff.tags.push_back(nullptr);
+        for (const unsigned tag : {1U, 2U, 3U}) tiff.tags.push_back(std::make_unique<MortalTag>(tag, deaths));
+        tiff.tags.push_back(nullptr);
+        const std::size_t capacity = tiff.tags.capacity();
+        tiff.Reset();
+        EXPECT_EQ(deaths, 3);
+        EXPECT_TRUE(tiff.tags.empty());
+        EXPECT_EQ(tiff.tags.capacity(), capacity);
+        tiff.SetTag(new MortalTag(1, deaths));
+        tiff.SetTag(new MortalTag(2, deaths));
+    }
+    EXPECT_EQ(deaths, 5);
+}
+
+// The factory
+
+TEST(TagFactory, MakesAPlainTagForEverySignatureButFour) {
+    Tiff tiff;
+    for (unsigned tag = 0; tag <= 0xffff; ++tag) {
+        const unsigned type = tag % 17;  // plays no part
+        const std::unique_ptr<TiffTag> made = tiff.CreateTag(Word(type, tag), 2, 77, nullptr);
+        ASSERT_NE(made, nullptr) << tag;
+        const TiffTag& object = *made;
+        const std::type_info& kind = tag == 258                 ? typeid(BitsPerSampleTag)
+                                     : tag == 282 || tag == 283 ? typeid(ResolutionTag)
+                                     : tag == 34665             ? typeid(Exif_IFD_Tag)
+                                                                : typeid(TiffTag);
+        ASSERT_TRUE(typeid(object) == kind) << tag;
+        ASSERT_EQ(FieldsOf(object), (Fields{tag, static_cast<int>(type), 2, 77}));
+    }
+    EXPECT_TRUE(tiff.tags.empty()) << "made, not added";
+}
+
+TEST(TagFactory, LooksAtTheSignatureAloneWhateverTheType) {
+    Tiff tiff;
+    for (unsigned type = 0; type < 20; ++type) {
+        EXPECT_NE(dynamic_cast<BitsPerSampleTag*>(tiff.CreateTag(Word(type, 258), 1, 8, nullptr).get()), nullptr);
+        EXPECT_NE(dynamic_cast<ResolutionTag*>(tiff.CreateTag(Word(type, 282), 1, 8, nullptr).get()), nullptr);
+        EXPECT_NE(dynamic_cast<ResolutionTag*>(tiff.CreateTag(Word(type, 283), 1, 8, nullptr).get()), nullptr);
+        EXPECT_NE(dynamic_cast<Exif_IFD_Tag*>(tiff.CreateTag(Word(type, 34665), 1, 8, nullptr).get()), nullptr);
+    }
+}
+
+TEST(TagFactory, GivesTheStreamToEveryKind) {
+    Tiff tiff;
+    const FileHandle stream = StreamOf(CountingBytes(100));
+    EXPECT_EQ(DataOf(*tiff.CreateTag(Word(1, 40000), 6, 11, stream.get())), CountingBytes(6, 12));
+    EXPECT_EQ(DataOf(*tiff.CreateTag(Word(3, 258), 3, 11, stream.get())), CountingBytes(6, 12));
+    EXPECT_EQ(DataOf(*tiff.CreateTag(Word(5, 283), 1, 11, stream.get())), CountingBytes(8, 12));
+    EXPECT_EQ(DataOf(*tiff.CreateTag(Word(4, 34665), 1, 11, stream.get())), CountingBytes(44, 12));
+    EXPECT_EQ(tiff.CreateTag(Word(3, 258), 1, 8, stream.get())->GetData(), nullptr) << "nothing is built";
+    EXPECT_EQ(tiff.CreateTag(Word(3, 282), 1, 8, stream.get())->GetData(), nullptr);
+}
+
+/// Notes what it is asked to make, and what was made before it was emptied.
+class NotingTiff : public CTiff {
+public:
+    std::vector<Fields> made;
+    std::vector<bool> streams;
+    std::vector<std::size_t> resets;
+    std::unique_ptr<TiffTag> CreateTag(unsigned word, unsigned count, unsigned value, std::FILE* f) override {
+        made.push_back({word & 0xffffU, static_cast<int>(word >> 16), count, value});
+        streams.push_back(f != nullptr);
+        return CTiff::CreateTag(word, count, value, f);
+    }
+    void Reset() override {
+        resets.push_back(made.size());
+        CTiff::Reset();
+    }
+};
+
+TEST(TagFactory, IsGivenTheEntriesOfAFileInTheirOrder) {
+    TiffBuilder file = PlanarTiff(4, 2, 3, 8, 2, {CountingBytes(8), CountingBytes(8, 9), CountingBytes(8, 17)});
+    file.Text(305, "words").Exif(CountingBytes(60)).Entry(65535, 65535, 0xffffffffU, 0xfffffffeU);
+    NotingTiff tiff;
+    ReadFrom(tiff, file.Build());
+    EXPECT_EQ(tiff.made, EntriesOf(file.Build()));
+    EXPECT_EQ(tiff.streams, std::vector<bool>(tiff.made.size(), true));
+}
+
+TEST(TagFactory, IsGivenAllTagsOfANewImageButTheImagesOwn) {
+    NotingTiff tiff;
+    tiff.CreateNew(10, 6, 150, 4, 16, 1);
+    std::vector<Fields> expected = AllFields(tiff);
+    ASSERT_EQ(expected.size(), 15U);
+    ASSERT_EQ(expected[9].tag, 273U);
+    expected.erase(expected.begin() + 9);
+    EXPECT_EQ(tiff.made, expected);
+    EXPECT_EQ(tiff.streams, std::vector<bool>(14, false));
+    EXPECT_EQ(tiff.resets, std::vector<std::size_t>{0}) << "emptied once, before anything is made";
+}
+
+TEST(TagFactory, IsGivenTypeAboveSignatureForOneTag) {
+    NotingTiff tiff;
+    unsigned char bytes[4] = {1, 2, 3, 4};
+    EXPECT_EQ(tiff.SetTag(Sig(40000), 65535, 7, 0xfedcba98U, bytes), 0);
+    EXPECT_EQ(tiff.made, (std::vector<Fields>{{40000, 65535, 7, 0xfedcba98U}}));
+    EXPECT_EQ(tiff.streams, std::vector<bool>{false});
+    EXPECT_EQ(AllFields(tiff), tiff.made);
+}
+
+TEST(TagFactory, MayMakeNothing) {
+    class NoTags : public CTiff {
+    public:
+        std::unique_ptr<TiffTag> CreateTag(unsigned, unsigned, unsigned, std::FILE*) override { return nullptr; }
+    };
+    NoTags tiff;
+    EXPECT_EQ(tiff.AddTags(Word(3, 262), 1, 2, nullptr), 0);
+    EXPECT_EQ(tiff.SetTag(Sig(262), 3, 1, 2, nullptr), 0);
+    EXPECT_EQ(ReadFrom(tiff, TiffBuilder().Long(256, 1).Long(257, 2).Build()), 0);
+    EXPECT_TRUE(tiff.tags.empty());
+}
+
+// What a derived class overrides
+
+/// Notes which of its operations are called, in order.
+class Spy : public Tiff {
+public:
+    std::vector<std::string> calls;
+    void Reset() override {
+        calls.push_back("Reset");
+        Tiff::Reset();
+    }
+    int CheckFile(std::FILE* f) override {
+        calls.push_back("CheckFile");
+        return Tiff::CheckFile(f);
+    }
+    int ReadTiff(std::FILE* f) override {
+        calls.push_back("ReadTiff");
+        return Tiff::ReadTiff(f);
+    }
+    int SaveTiff(std::FILE* f) override {
+        calls.push_back("SaveTiff");
+        return Tiff::SaveTiff(f);
+    }
+    std::unique_ptr<TiffTag> CreateTag(unsigned word, unsigned count, unsigned value, std::FILE* f) override {
+        calls.push_back("CreateTag");
+        return Tiff::CreateTag(word, count, value, f);
+    }
+    int WriteHeader(std::FILE* f) override {
+        calls.push_back("WriteHeader");
+        return Tiff::WriteHeader(f);
+    }
+};
+
+TEST(TiffOverrides, AreCalledByReadingAndSaving) {
+    const TempDir dir;
+    WriteFile(dir.File("in.tif"), TiffBuilder().Long(256, 1).Long(257, 1).Build());
+    Spy tiff;
+    EXPECT_EQ(tiff.ReadFile(dir.File("in.tif").c_str()), 0);
+    EXPECT_EQ(tiff.calls, (std::vector<std::string>{"Reset", "CheckFile", "ReadTiff", "CreateTag", "CreateTag"}));
+    tiff.calls.clear();
+    EXPECT_EQ(tiff.SaveFile(dir.File("out.tif").c_str()), 0);
+    EXPECT_EQ(tiff.calls, (std::vector<std::string>{"SaveTiff", "WriteHeader"}));
+}
+
+TEST(TiffOverrides, OfTheCheckRefuseAFileByItsPath) {
+    class Distrustful : public CTiff {
+    public:
+        std::vector<bool> checked;
+        int CheckFile(std::FILE* f) override {
+            checked.push_back(f != nullptr);
+            return 5;
+        }
+    };
+    const TempDir dir;
+    const std::string path = dir.File("in.tif");
+    WriteFile(path, ChunkyTiff(2, 2, 3, 8, CountingBytes(12)).Build());
+    Distrustful tiff;
+    const std::ptrdiff_t before = OpenFiles();
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.ReadFile(path.c_str()), 0); }), "*** " + path + " Open Error. ***\n");
+    Printed([&] { tiff.ReadFile(dir.File("none").c_str()); });
+    EXPECT_EQ(tiff.checked, (std::vector<bool>{true, false}));
+    EXPECT_TRUE(tiff.tags.empty());
+    EXPECT_EQ(OpenFiles(), before);
+}
+
+TEST(TiffOverrides, OfReadingHaveAStatusThatIsIgnored) {
+    class Complaining : public CTiff {
+    public:
+        int ReadTiff(std::FILE* f) override { return CTiff::ReadTiff(f), -7; }
+    };
+    const TempDir dir;
+    const std::string path = dir.File("in.tif");
+    WriteFile(path, ChunkyTiff(2, 2, 3, 8, CountingBytes(12)).Build());
+    Complaining tiff;
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.ReadFile(path.c_str()), 0); }), "");
+    EXPECT_EQ(tiff.width, 2);
+    EXPECT_EQ(Image(tiff), CountingBytes(12));
+    EXPECT_EQ(static_cast<Tiff&>(tiff).Tiff::ReadFile(path.c_str()), 0);
+}
+
+TEST(TiffOverrides, OfSavingHaveAStatusThatIsReturned) {
+    class Status : public Tiff {
+    public:
+        int SaveTiff(std::FILE*) override { return 17; }
+    };
+    const TempDir dir;
+    Status tiff;
+    tiff.AddTags(Word(4, 256), 1, 3, nullptr);
+    EXPECT_EQ(tiff.SaveFile(dir.File("out.tif").c_str()), 17);
+}
+
+template <typename Error>
+class Throwing : public Tiff {
+public:
+    explicit Throwing(Error error) : error_(error) { SetTag(new TiffTag(Sig(256), Type(4), 1, 3, nullptr)); }
+    std::unique_ptr<TiffTag> CreateTag(unsigned, unsigned, unsigned, std::FILE*) override { throw error_; }
+    int WriteHeader(std::FILE*) override { throw error_; }
+
+private:
+    Error error_;
+};
+
+TEST(TiffOverrides, LeaveNoFileOpenWhenTheyThrow) {
+    const TempDir dir;
+    const std::string in = dir.File("in.tif");
+    const std::string out = dir.File("out.tif");
+    WriteFile(in, ChunkyTiff(2, 2, 3, 8, CountingBytes(12)).Build());
+    const std::ptrdiff_t before = OpenFiles();
+    const std::runtime_error error("other");
+    EXPECT_THROW(Throwing(error).SaveFile(out.c_str()), std::runtime_error);
+    EXPECT_THROW(Throwing(error).ReadFile(in.c_str()), std::runtime_error);
+    EXPECT_THROW(Throwing(7).SaveFile(out.c_str()), int);
+    Throwing text("some words");
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(text.SaveFile(out.c_str()), 0); }), "some words\n") << "a string is printed";
+    EXPECT_EQ(ReadFile(out), Bytes());
+    EXPECT_THROW(text.ReadFile(in.c_str()), const char*);
+    EXPECT_EQ(OpenFiles(), before);
+}
+
+TEST(TiffOverrides, ThatThrowANullStringOnlyFailTheStandardOutput) {
+    const TempDir dir;
+    Throwing<const char*> tiff(nullptr);
+    bool failed = false;
+    EXPECT_EQ(Printed([&] {
+                  EXPECT_EQ(tiff.SaveFile(dir.File("out.tif").c_str()), 0);
+                  failed = !std::cout;
+                  std::cout.clear();
+              }),
+              "");
+    EXPECT_TRUE(failed);
+}
+
+}  // namespace
+}  // namespace hueweave::test
