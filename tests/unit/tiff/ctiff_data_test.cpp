@@ -43,6 +43,11 @@ TEST(SetImageBuf, GivesTheRowsOfTheGeometryOrWhatTag279SaysIfThatIsMore) {
     EXPECT_EQ(FromImage(Saved(tiff)), CountingBytes(60)) << "the tag may be set later";
     tiff.SetTagValue(Sig(279), 70);
     EXPECT_EQ(tiff.ImageBytes(), 70U) << "with bytes behind the last row";
+    tiff.SetTagValue(Sig(279), 0);
+    for (const int rows : {0, -1}) {
+        tiff.height = rows;
+        EXPECT_EQ(tiff.ImageBytes(), 0U);
+    }
 }
 
 TEST(SetImageBuf, LeavesAnImageThatWasReadAsLongAsItWas) {

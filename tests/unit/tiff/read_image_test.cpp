@@ -180,7 +180,10 @@ TEST(ReadImage, TakesSixteenBitsOfTheFirstOfTwoOffsets) {
     TiffBuilder file = TwoOfOneStrip().GapBeforeStrips(65536);
     EXPECT_EQ(Image(TiffOf(file)), Part(file.Build(), file.StripPlace(0) - 65536, 6));
     EXPECT_NE(Image(TiffOf(file)), CountingBytes(6));
-    EXPECT_EQ(Image(TiffOf(TwoOfOneStrip(3))), Bytes(6, 0)) << "two SHORTs in the entry are one place behind the file";
+    const TiffOf shorts(TwoOfOneStrip(3));
+    EXPECT_EQ(Image(shorts), Bytes(6, 0)) << "two SHORTs in the entry are one place behind the file";
+    EXPECT_EQ(FieldsOf(shorts, 273).type, 3) << "and stay two";
+    EXPECT_EQ(FieldsOf(shorts, 273).count, 2U);
 }
 
 TEST(ReadImage, TakesSixteenBitsOfTheFirstOfTwoByteCounts) {
@@ -274,6 +277,23 @@ TEST(ReadImage, TakesTwoDepthsInTheEntryForNeitherEightNorOne) {
     EXPECT_EQ(bits.GetTagValue(Sig(284)), 1);
     EXPECT_EQ(Part(Image(bits), 0, 8), Padded({1, 2}, 8)) << "eight bytes are four samples of the first plane only";
     EXPECT_EQ(Image(bits).size(), 256U);
+}
+
+TEST(ReadImage, PacksNoMorePixelsThanAnImageOfItsFileMayHave) {
+    for (const auto& [samples, bits] : {std::pair{3U, 8U}, {4U, 16U}}) {
+        const auto file = [samples = samples, bits = bits](std::uint32_t width) {
+            TiffBuilder tiff;
+            tiff.Shape(width, 1, samples, bits).Long(278, 1).Longs(273, std::vector<std::uint32_t>(samples, 8));
+            return tiff.Longs(279, std::vector<std::uint32_t>(samples, 1U << 20)).Short(284, 2);
+        };
+        const std::size_t limit = 2 * file(1).Build().size() + (8U << 20);
+        const std::size_t pixelBytes = samples * bits / 8;
+        const auto most = static_cast<std::uint32_t>(limit / pixelBytes);
+        EXPECT_EQ(TiffOf(file(most)).GetTag(Sig(273))->dataSize, most * pixelBytes);
+        const TiffOf none(file(most + 1));
+        EXPECT_EQ(none.GetTag(Sig(273))->GetData(), nullptr);
+        EXPECT_EQ(none.GetTagValue(Sig(284)), 1);
+    }
 }
 
 TEST(ReadImage, PacksNoPixelsWithoutAWidthOrAHeight) {

@@ -111,6 +111,7 @@ TEST(TiffTag, HasNoSizeThatAnIntCannotHold) {
         EXPECT_EQ(tag.GetValue(), 20U);
         EXPECT_EQ(tag.count, count);
     }
+    EXPECT_EQ(TiffTag(Word(1, 1000), 0x7fffffff, 20, stream.get()).Size(), 0x7fffffff);
     const TiffTag below(Word(4, 1000), 0x1fffffff, 20, stream.get());
     EXPECT_EQ(below.Size(), 0x7ffffffc);
     EXPECT_EQ(below.GetData(), nullptr) << "more than the file can hold";
