@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/ByteOrder.h"
+#include "base/ByteSource.h"
 #include "base/FileHandle.h"
 #include "iccfile/LutTags.h"
 #include "iccfile/SimpleTags.h"
@@ -98,40 +99,6 @@ std::unique_ptr<iccTagBase> NewTag(icTagSignature name, std::uint32_t type) {
     }
 }
 
-/// The blocks of a file. Its first bytes are read at once: a table may have so many entries that a seek for each would
-/// take far longer than a sound profile of that size.
-class BlockSource {
-public:
-    static constexpr std::uint64_t kAhead = std::uint64_t{4} << 20;  ///< bytes that are held at the most
-
-    BlockSource(std::FILE* stream, std::uint64_t fileSize) : stream_(stream), head_(std::min(fileSize, kAhead)) {
-        head_.resize(SeekTo(stream, 0) ? std::fread(head_.data(), 1, head_.size(), stream) : 0);
-        whole_ = head_.size() == fileSize;
-    }
-
-    /// `size` bytes from `start` on, until the next call. What the file does not hold is 0.
-    unsigned char* Block(std::uint64_t start, std::uint64_t size) {
-        if (start + size <= head_.size()) return head_.data() + start;
-        if (size > block_.capacity()) block_ = std::vector<unsigned char>();  // the old one would be held beside it
-        block_.resize(size);
-        std::size_t got = 0;
-        if (whole_) {
-            got = head_.size() - std::min<std::uint64_t>(start, head_.size());
-            std::copy_n(head_.end() - static_cast<std::ptrdiff_t>(got), got, block_.begin());
-        } else if (SeekTo(stream_, start)) {
-            got = std::fread(block_.data(), 1, block_.size(), stream_);
-        }
-        std::fill(block_.begin() + static_cast<std::ptrdiff_t>(got), block_.end(), std::uint8_t{0});
-        return block_.data();
-    }
-
-private:
-    std::FILE* stream_;
-    std::vector<unsigned char> head_;
-    std::vector<unsigned char> block_;
-    bool whole_;
-};
-
 }  // namespace
 
 int IccFile4::ReadFile(const char* path) {
@@ -142,20 +109,26 @@ int IccFile4::ReadFile(const char* path) {
 }
 
 int IccFile4::ReadFile(std::FILE* stream) {
-    ReadHeader(stream);
-    unsigned char word[4] = {};
-    if (std::fread(word, 1, sizeof word, stream) != sizeof word) return 0;
-    const std::uint64_t fileSize = FileSize(stream);
+    ByteSource source(stream);
+    ReadFrom(source);
+    return 0;
+}
+
+void IccFile4::ReadFrom(ByteSource& source) {
+    ReadHeaderFrom(source);
+    unsigned char word[4];
+    if (source.Read(word) != sizeof word) return;
+    const std::uint64_t fileSize = source.Size();
     const std::uint64_t most = fileSize > kTableStart ? (fileSize - kTableStart) / kEntryBytes : 0;
     const std::uint64_t count = std::min<std::uint64_t>(LoadBig32(word), most);
 
     std::vector<unsigned char> table(count * kEntryBytes);
-    table.resize(std::fread(table.data(), 1, table.size(), stream));
+    table.resize(source.Read(table));
     // Entries may share a block and every one gets a copy: what the copies may take follows from the file's size.
     // Eight times the file is room for the tables of all intents, both ways, in one block.
     const std::uint64_t budget = 8 * fileSize + (std::uint64_t{4} << 20);
     std::uint64_t spent = 0;
-    BlockSource blocks(stream, fileSize);
+    source.ReadAhead();
     for (std::size_t at = 0; at + kEntryBytes <= table.size(); at += kEntryBytes) {
         const unsigned char* entry = &table[at];
         const std::uint64_t size = LoadBig32(entry + 8);
@@ -163,39 +136,40 @@ int IccFile4::ReadFile(std::FILE* stream) {
         spent += RoundUp4(size) + (IsLutTag(LoadBig32(entry)) ? kLutTagCost : kTagCost);
         if (spent > budget) break;
         if (RoundUp4(size) > INT32_MAX) continue;
-        Append(LoadBig32(entry), blocks.Block(LoadBig32(entry + 4), RoundUp4(size)), RoundUp4(size));
+        Append(LoadBig32(entry), source.Block(LoadBig32(entry + 4), RoundUp4(size)));
     }
-    return 0;
 }
 
 int IccFile4::ReadHeader(std::FILE* stream) {
-    HeaderBytes raw{};
-    [[maybe_unused]] const std::size_t got = std::fread(raw.data(), 1, raw.size(), stream);
+    ByteSource source(stream);
+    ReadHeaderFrom(source);
+    return 0;
+}
+
+void IccFile4::ReadHeaderFrom(ByteSource& source) {
+    HeaderBytes raw;
+    source.Read(raw);
     WalkHeader(
         header, [&](std::size_t at, std::uint32_t& field) { field = LoadBig32(&raw[at]); },
         [&](std::size_t at, std::uint16_t& field) { field = LoadBig16(&raw[at]); },
         [&](std::size_t at, auto& field) { std::copy_n(&raw[at], field.size(), field.begin()); });
-    return 0;
 }
 
 int IccFile4::AddIccTagData(unsigned sig, unsigned offset, unsigned size, std::FILE* stream) {
     const std::uint64_t start = Decoded(offset);
     const std::uint64_t declared = Decoded(size);
-    if (start + declared > FileSize(stream) || RoundUp4(declared) > INT32_MAX) return 0;
+    ByteSource source(stream);
+    if (start + declared > source.Size() || RoundUp4(declared) > INT32_MAX) return 0;
     // The rounding may reach past the end of the file; what is not there is 0.
-    std::vector<unsigned char> block(RoundUp4(declared));
-    if (!block.empty() && SeekTo(stream, start)) {
-        const std::size_t got = std::fread(block.data(), 1, block.size(), stream);
-        std::fill(block.begin() + static_cast<std::ptrdiff_t>(got), block.end(), std::uint8_t{0});
-    }
-    Append(Decoded(sig), block.data(), block.size());
+    Append(Decoded(sig), source.Block(start, RoundUp4(declared)));
     return 0;
 }
 
-void IccFile4::Append(std::uint32_t name, unsigned char* block, std::uint64_t size) {
-    // An empty block has no bytes that a tag could look at, wherever it begins.
-    unsigned char* data = size == 0 ? nullptr : block;
-    tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), data, static_cast<int>(size)));
+void IccFile4::Append(std::uint32_t name, std::span<const unsigned char> block) {
+    // A tag copies its block and does not write to it. An empty one has no bytes that a tag could look at, wherever it
+    // begins.
+    unsigned char* data = block.empty() ? nullptr : const_cast<unsigned char*>(block.data());
+    tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), data, static_cast<int>(block.size())));
 }
 
 std::unique_ptr<iccTagBase> IccFile4::CreateNewTag(icTagSignature sig, unsigned char* data, int size) {

@@ -6,9 +6,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "iccfile/iccTagBase.h"
+
+class ByteSource;
 
 namespace ICC40::ICCFILE {
 
@@ -72,8 +75,10 @@ public:
     std::vector<std::unique_ptr<iccTagBase>> tagList;  ///< owns, in file order
 
 private:
-    /// Makes a tag of a block of `size` bytes (borrowed) and appends it.
-    void Append(std::uint32_t name, unsigned char* block, std::uint64_t size);
+    void ReadFrom(ByteSource& source);  ///< as `ReadFile`
+    void ReadHeaderFrom(ByteSource& source);
+    /// Makes a tag of a block (borrowed) and appends it.
+    void Append(std::uint32_t name, std::span<const unsigned char> block);
 };
 
 }  // namespace ICC40::ICCFILE

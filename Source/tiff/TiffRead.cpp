@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/ByteOrder.h"
+#include "base/ByteSource.h"
 #include "base/FileHandle.h"
 #include "tiff/Tiff.h"
 
@@ -15,6 +16,7 @@ namespace {
 constexpr std::array<unsigned char, 4> kMagic = {'I', 'I', 42, 0};
 constexpr std::size_t kMostEntries = 29;
 constexpr std::size_t kEntryBytes = 12;
+constexpr std::size_t kFewStrips = 64;  ///< more of a small file are taken out of memory
 constexpr FieldType kShort{3}, kLong{4};
 
 /// How large an image may be against the file that it comes from: a file that was cut keeps the size it declares,
@@ -27,54 +29,6 @@ std::uint64_t TagDataLimit(std::FILE* f) { return 2 * FileSize(f) + (std::uint64
 void ReadBytes(std::FILE* f, unsigned char* to, std::size_t bytes) {
     [[maybe_unused]] const std::size_t got = std::fread(to, 1, bytes, f);  // what is not there stays 0
 }
-
-/// A part of an image, whose bytes are unset: those that the file does not hold become 0.
-void ReadPixels(std::FILE* f, unsigned char* to, std::size_t bytes) {
-    const std::size_t got = std::fread(to, 1, bytes, f);
-    std::fill(to + got, to + bytes, static_cast<unsigned char>(0));
-}
-
-/// Reads strips one after the other. A small file may announce so many, wherever it likes, that a seek for each would
-/// take far longer than a sound file of that size: then it is read once, and they come out of memory.
-class StripSource {
-public:
-    static constexpr std::uint64_t kHeldBytes = std::uint64_t{4} << 20;  ///< a file of that size, at most
-    static constexpr std::size_t kFewStrips = 64;
-
-    StripSource(std::FILE* stream, std::size_t strips) : stream_(stream) {
-        const std::uint64_t size = FileSize(stream);
-        if (strips <= kFewStrips || size > kHeldBytes) return;
-        at_ = static_cast<std::uint64_t>(std::ftell(stream));
-        if (!SeekTo(stream, 0)) return;
-        held_.resize(size);
-        held_.resize(std::fread(held_.data(), 1, held_.size(), stream));
-        if (held_.size() == size) return;
-        held_.clear();
-        SeekTo(stream, at_);
-    }
-
-    void Seek(std::uint32_t offset) {
-        if (held_.empty()) {
-            SeekTo(stream_, offset);
-        } else {
-            at_ = offset;
-        }
-    }
-
-    void Read(unsigned char* to, std::size_t bytes) {
-        if (held_.empty()) return ReadPixels(stream_, to, bytes);
-        const std::size_t from = static_cast<std::size_t>(std::min<std::uint64_t>(at_, held_.size()));
-        const std::size_t got = std::min(bytes, held_.size() - from);
-        std::copy_n(held_.data() + from, got, to);
-        std::fill(to + got, to + bytes, static_cast<unsigned char>(0));
-        at_ += got;
-    }
-
-private:
-    std::FILE* stream_;
-    std::vector<unsigned char> held_;  ///< the whole file, or nothing
-    std::uint64_t at_ = 0;             ///< where the next read begins, in `held_`
-};
 
 /// The items of a strip array by their declared width: bytes and shorts as such, everything else as 32-bit words.
 /// Up to four bytes of them stand in the entry itself.
@@ -186,18 +140,14 @@ void Tiff::ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes) {
     TiffTag* tag = GetTag(kStripOffsets);
     if (tag == nullptr) return;
     const bool unread = tag->Size() > 4 && tag->data == nullptr;
-    unsigned char* image = AllocateImage(*tag, bytes, ImageLimit(FileSize(f)));
+    ByteSource source(f);
+    unsigned char* image = AllocateImage(*tag, bytes, ImageLimit(source.Size()));
     if (unread) {
         // An array that could not be read: what is attached now, if anything, is not its data.
         tag->count = 1;
         tag->type = kLong;
     }
-    if (image == nullptr) return;
-    if (SeekTo(f, offset)) {
-        ReadPixels(f, image, bytes);
-    } else {
-        std::fill(image, image + bytes, static_cast<unsigned char>(0));
-    }
+    if (image != nullptr) source.ReadAt(offset, {image, bytes});
 }
 
 int Tiff::ReadMultiStripOffset(std::FILE* f) {
@@ -211,13 +161,14 @@ int Tiff::ReadMultiStripOffset(std::FILE* f) {
     std::uint64_t total = 0;
     for (std::size_t i = 0; i < strips; ++i) total += sizes[i];
 
-    unsigned char* to = AllocateImage(*image, total, ImageLimit(FileSize(f)));
+    ByteSource source(f);
+    unsigned char* to = AllocateImage(*image, total, ImageLimit(source.Size()));
     if (to == nullptr) total = 0;
-    StripSource source(f, to == nullptr ? 0 : strips);
+    if (to != nullptr && strips > kFewStrips && source.Size() <= ByteSource::kAhead) source.ReadAhead();
     for (std::size_t i = 0; to != nullptr && i < strips; to += sizes[i], ++i) {
-        // Kept: offsets are signed; a negative one leaves the stream where it stands.
+        // Kept: offsets are signed; a negative one leaves the source where it stands.
         if (offsets[i] <= INT32_MAX) source.Seek(offsets[i]);
-        source.Read(to, sizes[i]);
+        source.Read({to, sizes[i]});
     }
     image->count = 1;
     image->type = kLong;

@@ -71,7 +71,7 @@ GUARD_SUITES = {
     "units": ["unit_units", "unit_engine", "hostile"],
     "color": ["unit_color", "hostile"],
     "support": ["hostile", "unit_support"],
-    "base": ["unit_units", "unit_iccfile", "unit_tiff", "unit_engine", "hostile"],
+    "base": ["unit_base", "unit_units", "unit_iccfile", "unit_tiff", "unit_engine", "hostile"],
     "hueweave": COMMAND,
 }
 # A step past an array is seen, as the sanitizers of `make test-all` see it, and ends the process without a library
