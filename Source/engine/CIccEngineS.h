@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "iccfile/IccFile4.h"
 #include "iccfile/LutTags.h"
@@ -36,8 +37,14 @@ public:
     /// The same; `second` is dropped.
     int SetProfile(const char* profile, const char* second, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
                    ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
-    /// Rebuilds for the profile in memory. Kept: the three adjustments are ignored, the stored ones are used, and the
-    /// input encoding is not checked. Returns the output space, or 65535.
+    /// The same for a profile in memory (borrowed, and not from `File`), as for a file of these bytes. It has no name
+    /// that could tell it from another one, so every call reads it, and what is bound next is read as well.
+    int SetProfile(std::span<const unsigned char> profile, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
+                   ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
+    /// Whether there are tables to convert by. After `SetProfile`, whether they could be built.
+    bool Ready() const { return Unit.OutputSpace != ICC_UNIT::kNoSpace && InEntries != 0; }
+    /// Rebuilds for the profile that is bound. Kept: the three adjustments are ignored, the stored ones are used, and
+    /// the input encoding is not checked. Returns the output space, or 65535.
     int SetIntent(ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input, ICCFILE::ColorSpaceSignature output,
                   double lightness, double chroma, double hue);
     /// 65535 without a profile, else as `InputColorSpace2RGB`.
@@ -92,13 +99,26 @@ private:
     /// on the way, refuses and passes the exception on. See Rebuild.h.
     template <typename Build>
     int Rebuild(const Build& build);
-    /// What `SetProfile` does; an exception leaves the engine half bound.
-    int Bind(const char* profile, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
-             ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
+    struct Job {
+        ICCFILE::Intent intent;
+        ICCFILE::ColorSpaceSignature input, output;
+        double lightness, chroma, hue;
+    };
+    /// What `SetProfile` does with a path, or with bytes. When memory runs out, refuses and passes the exception on.
+    template <typename Profile>
+    int BindOrRefuse(Profile profile, const Job& job);
+    /// The same; an exception leaves the engine half bound.
+    template <typename Profile>
+    int Bind(Profile profile, const Job& job);
+    /// Remembers which profile is bound. Returns whether it may be another one than before.
+    bool Remember(const char* path);
+    bool Remember(std::span<const unsigned char> profile);
     /// 16-bit pixels at any address; nothing when the tables are not those of the 16-bit path.
     void ConvertWide(const unsigned char* source, unsigned char* dest, int pixels) const;
     /// All three stages from one table.
     void BuildStages(const ICCFILE::CLut16Type& lut, double lightness, double chroma, double hue);
+
+    bool nameless_ = false;  ///< the profile came from memory
 };
 
 }  // namespace ICC40::ICC_ENG_S4

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Binding a profile: reading it, choosing its table, and building the stages from it.
+#include <utility>
+
 #include "engine/Rebuild.h"
 
 namespace ICC40::ICC_ENG_S4 {
@@ -64,8 +66,18 @@ int CIccEngineS::SetProfile(const char* profile, const char*, ICCFILE::Intent in
 
 int CIccEngineS::SetProfile(const char* profile, ICCFILE::Intent intent, ColorSpaceSignature input,
                             ColorSpaceSignature output, double lightness, double chroma, double hue) {
+    return BindOrRefuse(profile, {intent, input, output, lightness, chroma, hue});
+}
+
+int CIccEngineS::SetProfile(std::span<const unsigned char> profile, ICCFILE::Intent intent, ColorSpaceSignature input,
+                            ColorSpaceSignature output, double lightness, double chroma, double hue) {
+    return BindOrRefuse(profile, {intent, input, output, lightness, chroma, hue});
+}
+
+template <typename Profile>
+int CIccEngineS::BindOrRefuse(Profile profile, const Job& job) {
     try {
-        return Bind(profile, intent, input, output, lightness, chroma, hue);
+        return Bind(profile, job);
     } catch (...) {
         File.Reset();  // a part of a profile must not pass for all of it
         Refuse();
@@ -73,21 +85,32 @@ int CIccEngineS::SetProfile(const char* profile, ICCFILE::Intent intent, ColorSp
     }
 }
 
-int CIccEngineS::Bind(const char* profile, ICCFILE::Intent intent, ColorSpaceSignature input,
-                      ColorSpaceSignature output, double lightness, double chroma, double hue) {
-    // The path is remembered in every case, also when the rest fails.
-    const bool changed = Unit.CheckCurrentProfile(profile, nullptr) != 0;
-    if (!changed && Unit.OutputSpace != kNoSpace && Unit.Intent == intent && Unit.InputSpace == input &&
-        Unit.OutputSpace == output) {
+bool CIccEngineS::Remember(const char* path) {
+    const bool changed = Unit.CheckCurrentProfile(path, nullptr) != 0;
+    return std::exchange(nameless_, false) || changed;
+}
+
+bool CIccEngineS::Remember(std::span<const unsigned char>) {
+    Unit.CheckCurrentProfile(nullptr, nullptr);
+    nameless_ = true;
+    return true;
+}
+
+template <typename Profile>
+int CIccEngineS::Bind(Profile profile, const Job& job) {
+    // In every case, also when the rest fails.
+    const bool changed = Remember(profile);
+    if (!changed && Unit.OutputSpace != kNoSpace && Unit.Intent == job.intent && Unit.InputSpace == job.input &&
+        Unit.OutputSpace == job.output) {
         return 0;
     }
     Reset();
-    Unit.InputSpace = input;
-    Unit.OutputSpace = output;
-    Unit.Intent = intent;
+    Unit.InputSpace = job.input;
+    Unit.OutputSpace = job.output;
+    Unit.Intent = job.intent;
     File.Reset();
     Unit.ProfileState = 0;
-    if (input != ICCFILE::CsRGB_8 && input != ICCFILE::CsRGB_16) {
+    if (job.input != ICCFILE::CsRGB_8 && job.input != ICCFILE::CsRGB_16) {
         Refuse();
         return ICC_UNIT::kInputRange;
     }
@@ -96,7 +119,7 @@ int CIccEngineS::Bind(const char* profile, ICCFILE::Intent intent, ColorSpaceSig
         return ICC_UNIT::kUnreadable;
     }
     // Kept: a profile without a usable tag is no failure here; the output space stays as it was asked for.
-    Unit.BuildResult = InputColorSpace2RGB(lightness, chroma, hue);
+    Unit.BuildResult = InputColorSpace2RGB(job.lightness, job.chroma, job.hue);
     return 0;
 }
 

@@ -114,6 +114,12 @@ int IccFile4::ReadFile(std::FILE* stream) {
     return 0;
 }
 
+int IccFile4::ReadFile(std::span<const unsigned char> bytes) {
+    ByteSource source(bytes);
+    ReadFrom(source);
+    return 0;
+}
+
 void IccFile4::ReadFrom(ByteSource& source) {
     ReadHeaderFrom(source);
     unsigned char word[4];

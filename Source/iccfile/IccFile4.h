@@ -50,6 +50,8 @@ public:
     int ReadFile(const char* path);
     /// The same from the stream's position; offsets in the file count from the file's start. Returns 0.
     int ReadFile(std::FILE* stream);
+    /// The same from memory (borrowed), as from a file of these bytes. Returns 0.
+    int ReadFile(std::span<const unsigned char> bytes);
     /// Reads 128 bytes into `header`; what the stream does not hold is 0. Returns 0.
     int ReadHeader(std::FILE* stream);
     /// Reads the block of one entry and appends its tag. The three words are as they stand in the file: their

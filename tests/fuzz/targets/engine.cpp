@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// An engine bound to any profile: results and state as its tables ask for, the same tables on whichever way they came
-// to be, pixels as the reference pipeline converts them, and no more heap than the file's size allows.
+// An engine bound to any profile, from a file and from memory: results and state as its tables ask for, the same tables
+// on whichever way they came to be, pixels as the reference pipeline converts them, and no more heap than the file's
+// size allows.
 #include <algorithm>
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <span>
 
 #include "Files.h"
 #include "IccModel.h"
@@ -102,8 +104,10 @@ bool SameTables(const CIccEngineS& one, const CIccEngineS& other) {
            std::memcmp(one.Lut1DOutB, other.Lut1DOutB, sizeof one.Lut1DOutB) == 0;
 }
 
-int Bind(CIccEngineS& engine, const char* path, const Job& job) {
-    return engine.SetProfile(path, static_cast<Intent>(job.intent), static_cast<ColorSpaceSignature>(job.input),
+/// `profile` is a path, or bytes.
+template <typename Profile>
+int Bind(CIccEngineS& engine, Profile profile, const Job& job) {
+    return engine.SetProfile(profile, static_cast<Intent>(job.intent), static_cast<ColorSpaceSignature>(job.input),
                              static_cast<ColorSpaceSignature>(job.output), job.lightness, job.chroma, job.hue);
 }
 
@@ -118,6 +122,20 @@ void CheckStatus(const CIccEngineS& engine, int result, const Job& job, const By
     const bool built = encoding && usable && Supported(job.output);
     Require((engine.Unit.BuildResult != kNone) == built, "result of the build");
     Require((engine.InEntries != 0) == (encoding && usable), "input tables");
+}
+
+/// The same from memory.
+void CheckMemory(const CIccEngineS& engine, int result, std::span<const std::uint8_t> bytes, const Job& job) {
+    static const auto memory = std::make_unique<CIccEngineS>();
+    const HeapWatch heap;
+    Require(Bind(*memory, bytes, job) == result, "result from memory");
+    Require(heap.Peak() <= 20 * (std::size_t{1} << 20) + 34 * bytes.size(), "heap of a binding from memory");
+    Require(memory->Ready() == engine.Ready(), "readiness from memory");
+    Require(memory->Unit.OutputSpace == engine.Unit.OutputSpace, "space from memory");
+    Require(memory->Unit.BuildResult == engine.Unit.BuildResult, "build from memory");
+    Require(memory->File.tagList.size() == engine.File.tagList.size(), "tags from memory");
+    Require(memory->InEntries == engine.InEntries, "input tables from memory");
+    Require(engine.InEntries == 0 || SameTables(engine, *memory), "the same tables from memory");
 }
 
 /// The same tables again, by way of another profile, intent and space.
@@ -166,6 +184,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int result = Bind(*engine, file.Path(), job);
     Require(heap.Peak() <= 20 * (std::size_t{1} << 20) + 34 * bytes.size(), "heap of a binding");
     CheckStatus(*engine, result, job, block, usable);
+    CheckMemory(*engine, result, bytes, job);
     const bool ready = engine->InEntries != 0;
     const Bytes converted = Convert(*engine, job);
     if (!ready) Require(converted == Run(job, 61).Pixels(), "without tables pixels stay");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A profile as it is read, beside the plain model, and what the reading takes of the heap.
+// A profile as it is read from a file and from memory, beside the plain model, and what the reading takes of the heap.
 #include "FuzzInput.h"
 #include "IccModel.h"
 #include "Mutation.h"
@@ -28,6 +28,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         profile.Reset();
         Require(profile.tagList.empty(), "a reset leaves no tag");
         Require(profile.ReadFile("/proc/self/fd/none") == -2, "a file that is not there");
+    }
+    {
+        ICC40::ICCFILE::IccFile4 profile;
+        const HeapWatch heap;
+        Require(profile.ReadFile(bytes) == 0, "memory is read");
+        Require(heap.Peak() <= 6 * (8 * size + (4U << 20)) + 65536, "heap of a reading from memory");
+        CheckProfile(profile, model);
     }
     Require(file.Get() == bytes, "the file is as it was");
     return 0;

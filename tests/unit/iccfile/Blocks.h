@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <vector>
 
 #include "base/FileHandle.h"
@@ -263,9 +264,21 @@ inline std::vector<TagEntry> EveryClass() {
 /// A container and a folder for its files.
 class ProfileOnDisk : public testing::Test {
 protected:
+    /// Reads a file of these bytes, and expects that memory gives the same.
     int Read(const Bytes& bytes) {
         WriteFile(path, bytes);
-        return file.ReadFile(path.c_str());
+        const std::size_t before = file.tagList.size();
+        const int result = file.ReadFile(path.c_str());
+        IccFile4 memory;
+        EXPECT_EQ(memory.ReadFile(bytes), 0);
+        EXPECT_EQ(std::memcmp(&memory.header, &file.header, sizeof file.header), 0);
+        EXPECT_EQ(memory.tagList.size(), file.tagList.size() - before);
+        for (std::size_t i = 0; i < memory.tagList.size() && before + i < file.tagList.size(); ++i) {
+            const iccTagBase &one = *memory.tagList[i], &other = *file.tagList[before + i];
+            EXPECT_TRUE(one.tagSig == other.tagSig && one.sig == other.sig && typeid(one) == typeid(other));
+            EXPECT_EQ(DataOf(one), DataOf(other));
+        }
+        return result;
     }
     /// The same without a file, for tests that read many.
     int ReadFromMemory(Bytes bytes) {

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// A profile in memory is bound as a file of the same bytes is: the same result, state, tags and tables.
+#include <cstring>
+
+#include "unit/engine/EngineFixture.h"
+
+namespace hueweave::test {
+namespace {
+
+struct MemoryJob {
+    int intent, input, output;
+    double lightness = 0, chroma = 0, hue = 0;
+};
+
+template <typename Profile>
+int BindTo(CIccEngineS& engine, const Profile& profile, const MemoryJob& job) {
+    return engine.SetProfile(profile, IntentOf(job.intent), Space(job.input), Space(job.output), job.lightness,
+                             job.chroma, job.hue);
+}
+
+/// All that a binding leaves, but for the names.
+struct Binding {
+    int result;
+    bool ready;
+    std::vector<int> unit;
+    Bytes header;
+    std::vector<std::pair<std::uint32_t, Bytes>> tags;
+    Stages stages;
+    bool operator==(const Binding&) const = default;
+};
+
+template <typename Profile>
+Binding BindingOf(const Profile& profile, const MemoryJob& job) {
+    const auto engine = std::make_unique<CIccEngineS>();
+    FillTables(*engine, 7);
+    Binding binding;
+    binding.result = BindTo(*engine, profile, job);
+    binding.ready = engine->Ready();
+    const ICC40::ICC_UNIT::Info& unit = engine->Unit;
+    binding.unit = {unit.ProfileState, unit.Spare,  unit.InputSpace, unit.OutputSpace,
+                    unit.BuildResult,  unit.Intent, unit.PixelCount, unit.WorkCount,
+                    unit.Lightness,    unit.Chroma, unit.Hue,        unit.FormatCode};
+    binding.header.resize(sizeof engine->File.header);
+    std::memcpy(binding.header.data(), &engine->File.header, binding.header.size());
+    for (const auto& tag : engine->File.tagList) {
+        binding.tags.emplace_back(tag->tagSig, Bytes(tag->tagData.get(), tag->tagData.get() + tag->tagSize));
+    }
+    binding.stages = StagesOf(*engine);
+    return binding;
+}
+
+class MemoryProfileTest : public EngineTest {
+protected:
+    /// Binds both forms of a profile, which must be told apart by nothing, and returns whether they are ready.
+    bool ExpectTheSame(const Bytes& profile, const MemoryJob& job) {
+        const std::string path = dir_.File("same.icc");
+        WriteFile(path, profile);
+        const Binding file = BindingOf(path.c_str(), job), memory = BindingOf(profile, job);
+        EXPECT_EQ(memory.result, file.result);
+        EXPECT_EQ(memory.ready, file.ready);
+        EXPECT_EQ(memory.unit, file.unit);
+        EXPECT_EQ(memory.header, file.header);
+        EXPECT_TRUE(memory.tags == file.tags);
+        EXPECT_TRUE(memory.stages == file.stages);
+        return memory.ready;
+    }
+    const Bytes smooth_ = MiniProfile({{"A2B0", Mft2(SmoothLut(5))},
+                                       {"A2B1", MftAB(SmoothLut(9))},
+                                       {"A2B2", Mft1()},
+                                       {"wtpt", XyzBlock(0xe000, 0x10000, 0x9000)}});
+};
+
+TEST_F(MemoryProfileTest, GivesTheTablesOfTheFileForEveryJob) {
+    for (const MemoryJob& job : {MemoryJob{0, 0, 8}, {1, 1, 9}, {3, 0, 20}, {3, 1, 39}, {0, 1, 13, 6.5, -2.25, 14.0}}) {
+        EXPECT_TRUE(ExpectTheSame(smooth_, job)) << job.output;
+    }
+    for (const MemoryJob& job : {MemoryJob{2, 0, 8}, {0, 2, 8}, {0, -1, 9}, {0, 0, 14}, {1, 1, 65535}}) {
+        EXPECT_FALSE(ExpectTheSame(smooth_, job)) << job.output;
+    }
+}
+
+TEST_F(MemoryProfileTest, GivesTheStateOfTheFileForBrokenProfiles) {
+    Bytes flipped = smooth_;
+    for (std::size_t at = 128; at < 132 + 4 * 12; at += 3) {
+        flipped[at] = static_cast<unsigned char>(~flipped[at]);
+        ExpectTheSame(flipped, {0, 0, 8});
+        flipped[at] = smooth_[at];
+    }
+    int whole = 0;
+    for (std::size_t size = 0; size <= smooth_.size(); size += size < 150 ? 37 : 997) {
+        whole += ExpectTheSame(Bytes(smooth_.begin(), smooth_.begin() + static_cast<std::ptrdiff_t>(size)), {0, 1, 9});
+    }
+    EXPECT_GT(whole, 0);
+    ExpectTheSame(MiniProfile({{"B2A0", Mft2(SmoothLut())}}), {0, 1, 9});
+    ExpectTheSame(Bytes(5 << 20, 'A'), {0, 1, 9});
+    // More entries than the budget of a file of that size takes, all of one block.
+    ByteWriter many;
+    many.Fill(128).Big32(2000);
+    for (int i = 0; i < 2000; ++i) many.Text("abcd").Big32(0).Big32(24000);
+    ExpectTheSame(many.Done(), {0, 0, 8});
+}
+
+TEST_F(MemoryProfileTest, IsReadByEveryCall) {
+    const MemoryJob job{0, 1, 8};
+    ASSERT_EQ(BindTo(engine(), MiniProfile({{"A2B0", Mft2(MarkedLut(0x1111))}}), job), 0);
+    EXPECT_EQ(InputOf(engine())[0][7], Packed(0x1111));
+    ASSERT_EQ(BindTo(engine(), MiniProfile({{"A2B0", Mft2(MarkedLut(0x3333))}}), job), 0);
+    EXPECT_EQ(InputOf(engine())[0][7], Packed(0x3333));
+}
+
+TEST_F(MemoryProfileTest, HasNoName) {
+    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 8), 0);
+    ASSERT_EQ(BindTo(engine(), smooth_, {0, 0, 8}), 0);
+    EXPECT_EQ(engine().Unit.ProfileName, nullptr);
+    EXPECT_EQ(engine().Unit.SecondName, nullptr);
+}
+
+TEST_F(MemoryProfileTest, IsNeverTakenForTheProfileOfAPath) {
+    const std::string path = Put("file.icc", {{"A2B0", Mft2(MarkedLut(0x1111))}});
+    const Bytes other = MiniProfile({{"A2B0", Mft2(MarkedLut(0x3333))}});
+    ASSERT_EQ(Bind(path, 0, 1, 8), 0);
+    ASSERT_EQ(BindTo(engine(), other, {0, 1, 8}), 0);
+    ASSERT_EQ(Bind(path, 0, 1, 8), 0);
+    EXPECT_EQ(InputOf(engine())[0][7], Packed(0x1111));
+    ASSERT_EQ(BindTo(engine(), other, {0, 1, 8}), 0);
+    EXPECT_EQ(InputOf(engine())[0][7], Packed(0x3333));
+    // Bound once more, the path is no change, and its file is not read.
+    ASSERT_EQ(Bind(path, 0, 1, 8), 0);
+    WriteFile(path, other);
+    ASSERT_EQ(Bind(path, 0, 1, 8), 0);
+    EXPECT_EQ(InputOf(engine())[0][7], Packed(0x1111));
+    // A null path is still none.
+    ASSERT_EQ(BindTo(engine(), other, {0, 1, 8}), 0);
+    EXPECT_EQ(engine().SetProfile(nullptr, IntentOf(0), Space(1), Space(8), 0.0, 0.0, 0.0), 65531);
+    EXPECT_EQ(Status(), "65535/65535");
+}
+
+TEST_F(MemoryProfileTest, ServesSetIntentAndAdjustments) {
+    ASSERT_EQ(BindTo(engine(), smooth_, {0, 0, 8}), 0);
+    EXPECT_EQ(Rebind(1, 1, 9), 9);
+    EXPECT_EQ(engine().Adjust_Lch(4.0, 0.0, 0.0), 9);
+    const Stages rebound = StagesOf(engine());
+    ASSERT_EQ(Bind(PutSmooth("other.icc"), 0, 0, 8), 0);
+    WriteFile(dir_.File("file.icc"), smooth_);
+    ASSERT_EQ(Bind(dir_.File("file.icc"), 1, 1, 9), 0);
+    engine().Adjust_Lch(4.0, 0.0, 0.0);
+    EXPECT_TRUE(StagesOf(engine()) == rebound);
+}
+
+TEST_F(MemoryProfileTest, ReadyFollowsTheTables) {
+    EXPECT_FALSE(engine().Ready());
+    ASSERT_EQ(BindTo(engine(), smooth_, {0, 0, 8}), 0);
+    EXPECT_TRUE(engine().Ready());
+    ASSERT_EQ(Rebind(2, 0, 8), 65535);
+    EXPECT_FALSE(engine().Ready()) << "a table that cannot be used";
+    ASSERT_EQ(Rebind(1, 0, 8), 8);
+    EXPECT_TRUE(engine().Ready());
+    ASSERT_EQ(BindTo(engine(), MiniProfile({}), {0, 0, 8}), 0);
+    EXPECT_EQ(Status(), "8/65535");
+    EXPECT_FALSE(engine().Ready()) << "no table";
+    ASSERT_EQ(BindTo(engine(), smooth_, {0, 0, 14}), 0);
+    EXPECT_FALSE(engine().Ready()) << "no such space";
+    ASSERT_EQ(BindTo(engine(), smooth_, {0, 0, 8}), 0);
+    engine().Reset();
+    EXPECT_FALSE(engine().Ready());
+}
+
+}  // namespace
+}  // namespace hueweave::test
