@@ -3,7 +3,6 @@
 #include "cli/AllowedPaths.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <set>
@@ -16,9 +15,6 @@ namespace hueweave::tool {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Without /proc, files in memory have no path, and temporary ones do instead.
-bool MemoryHasPaths() { return ::access("/proc/self/fd", F_OK) == 0; }
 
 /// Files that were named one by one, and folders that were searched; of what lies in those, links lead elsewhere.
 void AllowInputs(AllowedPaths& allowed, const InputList& list) {
@@ -51,10 +47,6 @@ std::string PlaceOf(const std::string& output, bool replaces) {
     return FolderOf(replaces ? FollowLink(output) : output);
 }
 
-void AllowScratch(AllowedPaths& allowed, bool needed) {
-    if (needed || !MemoryHasPaths()) allowed.push_back({TemporaryFolder(), Use::Scratch});
-}
-
 std::string ExistingFolder(std::string folder) {
     struct stat status {};
     while (::stat(folder.c_str(), &status) != 0 && FolderOf(folder) != folder) folder = FolderOf(folder);
@@ -68,7 +60,7 @@ AllowedPaths PathsOf(const ConvertOptions& options, const InputList& list) {
     AllowInputs(allowed, list);
     bool streams = options.output == "-";
     for (const Item& item : list.items) streams = streams || item.source == "-";
-    AllowScratch(allowed, streams);
+    if (streams) allowed.push_back({TemporaryFolder(), Use::Scratch});
     if (!options.dryRun) AllowOutputs(allowed, options, list);
     if (!list.folder.empty() && options.resume) allowed.push_back({list.folder, Use::Read});  // the record
     return allowed;

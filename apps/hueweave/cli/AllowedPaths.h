@@ -13,9 +13,6 @@ AllowedPaths PathsOf(const ConvertOptions& options, const InputList& list);
 
 /// The folder where a file is put, or put in place of another one.
 std::string PlaceOf(const std::string& output, bool replaces);
-/// Adds the folder of temporary files where they are needed: for the work itself, or where files in memory have no
-/// path.
-void AllowScratch(AllowedPaths& allowed, bool needed);
 /// The folder itself, or the closest one above it that is there.
 std::string ExistingFolder(std::string folder);
 

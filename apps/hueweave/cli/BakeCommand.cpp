@@ -31,9 +31,7 @@ void BakeCommand::Settle() {
 
 Exit BakeCommand::Run() {
     if (options_.sandbox) {
-        AllowedPaths allowed{{options_.profile, Use::Read}, {PlaceOf(options_.output, options_.force), Use::Write}};
-        AllowScratch(allowed, false);
-        EnterSandbox(allowed);
+        EnterSandbox({{options_.profile, Use::Read}, {PlaceOf(options_.output, options_.force), Use::Write}});
     }
     const auto existing = options_.force ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
     const DeviceProfile profile = LoadProfile(options_.profile);

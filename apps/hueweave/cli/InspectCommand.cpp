@@ -8,12 +8,13 @@
 #include <system_error>
 
 #include "batch/PageProfiles.h"
-#include "cli/AllowedPaths.h"
 #include "colour/EngineProfile.h"
 #include "colour/Lcms.h"
+#include "colour/Spaces.h"
 #include "colour/TagTable.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
+#include "system/Sandbox.h"
 #include "system/Sha256.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
@@ -242,7 +243,6 @@ Exit InspectCommand::Run() {
     if (options_.sandbox) {
         AllowedPaths allowed;
         for (const std::string& path : options_.files) allowed.push_back({path, Use::Read});
-        AllowScratch(allowed, false);
         EnterSandbox(allowed);
     }
     Exit result = Exit::Done;

@@ -5,12 +5,13 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
-#include "cli/AllowedPaths.h"
 #include "cli/ImageColours.h"
 #include "colour/Compare.h"
 #include "colour/EngineProfile.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
+#include "system/Sandbox.h"
+#include "system/StandardStreams.h"
 
 namespace hueweave::tool {
 namespace {
@@ -78,8 +79,10 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
 Exit VerifyCommand::Run() {
     if (options_.sandbox) {
         AllowedPaths allowed{{options_.profile, Use::Read}};
-        if (options_.image) allowed.push_back({*options_.image, Use::Read});
-        AllowScratch(allowed, options_.image.has_value());
+        if (options_.image) {
+            allowed.push_back({*options_.image, Use::Read});
+            allowed.push_back({TemporaryFolder(), Use::Scratch});
+        }
         EnterSandbox(allowed);
     }
     const DeviceProfile profile = LoadProfile(options_.profile);

@@ -40,10 +40,6 @@ PixelConverter::PixelConverter(const Bytes& profile, const std::string& name, co
     : rendering_(rendering), bits_(bits) {
     const Space& space = *rendering.space;
     engine_ = BindEngine(profile, rendering, bits == 16 || space.ByTable(), bits == 8 ? space.code8 : space.code16);
-    // The engine tells short memory like a table that it cannot use. A sound profile is taken the second time.
-    if (engine_ == nullptr) {
-        engine_ = BindEngine(profile, rendering, bits == 16 || space.ByTable(), bits == 8 ? space.code8 : space.code16);
-    }
     if (engine_ == nullptr) {
         throw Refusal(Exit::Profile, name, "has no table that can be used", "give another profile");
     }

@@ -6,10 +6,10 @@
  * call does half of what it was asked for; linkat and fsync do all of it, and the command is killed. For an errno of -1
  * the call passes after the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO, of -2 after 50
  * milliseconds; for -3, -4 and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. The calls are
- * pread, pwrite, fsync, fdatasync, fchown, ftruncate, linkat, renameat2, lseek, memfd_create, pthread_create, tmpfile,
- * which is open with O_TMPFILE, proc, which is access below /proc, and owner and user, where lstat tells of the errno
- * as the owner and geteuid as the user. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not
- * write to, is no longer empty when a fault with a number has struck.
+ * pread, pwrite, fsync, fdatasync, fchown, ftruncate, linkat, renameat2, lseek, pthread_create, tmpfile, which is open
+ * with O_TMPFILE, proc, which is access below /proc, and owner and user, where lstat tells of the errno as the owner
+ * and geteuid as the user. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write to, is no
+ * longer empty when a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -174,12 +174,6 @@ off_t lseek(int file, off_t at, int from) {
     return next(file, at, from);
 }
 off_t lseek64(int file, off_t at, int from) { return lseek(file, at, from); }
-
-int memfd_create(const char* name, unsigned flags) {
-    FAULT_OR_PASS("memfd_create")
-    int (*next)(const char*, unsigned) = (int (*)(const char*, unsigned))Next("memfd_create");
-    return next(name, flags);
-}
 
 int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) {
     FAULT_OR_PASS("linkat")

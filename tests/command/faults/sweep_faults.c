@@ -72,7 +72,6 @@ CALL("open", int, -1, openat, (int folder, const char* path, int flags, mode_t m
 CALL("open", int, -1, openat64, (int folder, const char* path, int flags, mode_t mode), folder, path, flags, mode)
 CALL("open", Stream, NULL, fopen, (const char* path, const char* mode), path, mode)
 CALL("open", Stream, NULL, fopen64, (const char* path, const char* mode), path, mode)
-CALL("open", int, -1, memfd_create, (const char* name, unsigned flags), name, flags)
 
 CALL("read", ssize_t, -1, read, (int file, void* data, size_t size), file, data, size)
 CALL("read", ssize_t, -1, pread, (int file, void* data, size_t size, off_t at), file, data, size, at)

@@ -242,19 +242,5 @@ TEST_F(ScarceTest, Memory) {
 }
 #endif
 
-TEST_F(ScarceTest, NoFileInMemoryIsSaid) {
-    const Outcome run =
-        RunProgram({{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), Input("photo-16.tif"), "-o", out_},
-                    "",
-                    Faults("memfd_create:0:24"),
-                    {},
-                    {}});
-    EXPECT_EQ(run.status, 3);
-    EXPECT_EQ(run.err,
-              "hueweave: no file can be made in memory for the profile (Too many open files); lower -j, or raise the "
-              "limit of open files\n");
-    EXPECT_FALSE(Exists(out_));
-}
-
 }  // namespace
 }  // namespace hueweave::test

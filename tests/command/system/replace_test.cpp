@@ -203,7 +203,7 @@ TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
 
 TEST_F(ReplaceTest, WithoutProcEverythingIsConverted) {
     const std::string none = "proc:0:2,linkat:0:2";
-    Outcome run = Convert({"-o", out_, "-q"}, none);
+    const Outcome run = Convert({"-o", out_, "-q"}, none);
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.status, 0);
     ExpectConverted(out_);
@@ -214,19 +214,6 @@ TEST_F(ReplaceTest, WithoutProcEverythingIsConverted) {
     EXPECT_EQ(Convert({"--in-place"}, none).status, 0);
     ExpectConverted(in_);
     EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif", "out.tif"}));
-    // The profile for the engine stands among the temporary files meanwhile.
-    run = RunProgram({{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), Input("photo-8.tif"), "-o",
-                       folder_ / "again.tif", "-q"},
-                      "",
-                      [&] {
-                          auto environment = Faults(none);
-                          environment["TMPDIR"] = other_.path();
-                          return environment;
-                      }(),
-                      {},
-                      {}});
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(NamesIn(other_.path()), Names{});
 }
 
 TEST_F(ReplaceTest, WhatDoesNotReachTheDiskIsRefused) {
