@@ -34,6 +34,8 @@ std::uint64_t Whole(double size) {
     return size < -kLimit ? 0 : static_cast<std::uint64_t>(static_cast<std::int64_t>(size));
 }
 
+void PrintOpenError(const char* text) { std::cout << "*** " << text << " Open Error. ***" << std::endl; }
+
 unsigned int PhotometricOf(int samples) {
     constexpr unsigned char kBySamples[] = {1, 1, 1, 2, 5, 1, 0, 0};
     const auto place = static_cast<unsigned>(samples);
@@ -46,24 +48,29 @@ CTiff::CTiff(const char* fileName) { CTiff::ReadFile(fileName); }
 
 int CTiff::ReadFile(const char* fileName) {
     imageBuf = nullptr;
+    const char* failure = nullptr;
     try {
-        if (Tiff::ReadFile(fileName) != 0)
-            throw static_cast<const char*>(" *** CTiff::ReadFile() --> ReadFiel Error. *** ");
-        width = GetTagValue(kImageWidth);
-        height = GetTagValue(kImageLength);
-        samples = GetTagValue(kSamplesPerPixel);
-        bits = GetTagValue(kBitsPerSample);
-        rowBytes = RowBytes(samples, width, bits);
-        resolution = GetTagValue(kXResolution);
-        const TiffTag* image = GetTag(kStripOffsets);
-        if (image != nullptr) imageBuf = image->data.get();
-    } catch (const char* text) {
-        std::cout << "*** " << text << " Open Error. ***" << std::endl;
+        failure = TryReadFile(fileName);
+        if (failure == nullptr) TakeGeometry();
+    } catch (const char* text) {  // of an override
+        PrintOpenError(text);
     } catch (...) {
         Reset();  // what was read so far is no image
         std::cout << "*** CTiff::ReadFile() --> unknown Error. ***" << std::endl;
     }
+    if (failure != nullptr) PrintOpenError(failure);
     return 0;
+}
+
+void CTiff::TakeGeometry() {
+    width = GetTagValue(kImageWidth);
+    height = GetTagValue(kImageLength);
+    samples = GetTagValue(kSamplesPerPixel);
+    bits = GetTagValue(kBitsPerSample);
+    rowBytes = RowBytes(samples, width, bits);
+    resolution = GetTagValue(kXResolution);
+    const TiffTag* image = GetTag(kStripOffsets);
+    if (image != nullptr) imageBuf = image->data.get();
 }
 
 int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamples, int newBits, int allocate) {
@@ -107,14 +114,17 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
 }
 
 int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamples, int newBits, const char* rawFile) {
+    const FileHandle raw = OpenForReading(rawFile);
+    if (raw == nullptr) {
+        std::cout << "*** CTiff::CreateNew() --> Create File Fail *** " << std::endl;
+        return 0;
+    }
     try {
-        const FileHandle raw = OpenForReading(rawFile);
-        if (raw == nullptr) throw static_cast<const char*>("*** CTiff::CreateNew() --> Create File Fail *** ");
         CreateNew(newWidth, newHeight, newResolution, newSamples, newBits, 1);
         const std::int64_t wanted = std::max<std::int64_t>(std::int64_t{height} * rowBytes, 0);
         const std::size_t bytes = std::min<std::uint64_t>(static_cast<std::uint64_t>(wanted), ImageBytes());
         [[maybe_unused]] const std::size_t got = bytes == 0 ? 0 : std::fread(imageBuf, 1, bytes, raw.get());
-    } catch (const char* text) {
+    } catch (const char* text) {  // of an override
         std::cout << text << std::endl;
     }
     return 0;

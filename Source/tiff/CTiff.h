@@ -84,6 +84,7 @@ public:
     unsigned char* imageBuf = nullptr;  ///< the data of tag 273; not owned
 
 private:
+    void TakeGeometry();                        ///< from the tags that were read
     std::int64_t OffsetOf(int x, int y) const;  ///< bytes from the image's start, unchecked
     unsigned char* Checked(int x, int y);       ///< clamped; null outside the image's bytes
     unsigned char* Unchecked(int x, int y);

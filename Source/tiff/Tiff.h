@@ -66,6 +66,10 @@ public:
     std::vector<std::unique_ptr<TiffTag>> tags;  ///< owns, in the order of the directory
     std::int32_t writeIfdOffset = 8;             ///< Kept: nothing reads it
 
+protected:
+    /// What `ReadFile` does, but for its exceptions. Returns null, or the string that says what failed.
+    const char* TryReadFile(const char* fileName);
+
 private:
     /// One piece of the file becomes the image.
     void ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes);

@@ -63,12 +63,18 @@ unsigned char* AllocateImage(TiffTag& tag, std::uint64_t bytes, std::uint64_t li
 }  // namespace
 
 int Tiff::ReadFile(const char* fileName) {
-    Reset();
-    if (fileName == nullptr) throw static_cast<const char*>(" *** Tiff::ReadFile() --> FileName is NULL. *** ");
-    const FileHandle f = OpenForReading(fileName);
-    if (CheckFile(f.get()) != 0) throw fileName;
-    ReadTiff(f.get());  // Kept: a file that it refuses is an empty list, and no failure here
+    const char* const failure = TryReadFile(fileName);
+    if (failure != nullptr) throw failure;
     return 0;
+}
+
+const char* Tiff::TryReadFile(const char* fileName) {
+    Reset();
+    if (fileName == nullptr) return " *** Tiff::ReadFile() --> FileName is NULL. *** ";
+    const FileHandle f = OpenForReading(fileName);
+    if (CheckFile(f.get()) != 0) return fileName;
+    ReadTiff(f.get());  // Kept: a file that it refuses is an empty list, and no failure here
+    return nullptr;
 }
 
 int Tiff::ReadTiff(std::FILE* f) {

@@ -21,10 +21,13 @@ bool AlwaysOffset(FieldType type) { return type >= 6 && type <= 9; }
 
 int Tiff::SaveFile(const char* fileName) {
     const FileHandle f = OpenForWriting(fileName);
+    if (tags.empty()) {
+        std::cout << "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***" << std::endl;
+        return 0;
+    }
     try {
-        if (tags.empty()) throw static_cast<const char*>("*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***");
         return f == nullptr ? 0 : SaveTiff(f.get());
-    } catch (const char* text) {
+    } catch (const char* text) {  // of an override
         std::cout << text << std::endl;
     }
     return 0;
