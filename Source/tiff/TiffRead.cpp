@@ -8,6 +8,7 @@
 #include "base/ByteOrder.h"
 #include "base/ByteSource.h"
 #include "base/FileHandle.h"
+#include "tiff/Padding.h"
 #include "tiff/Tiff.h"
 
 namespace Orvix_Tiff_STL2 {
@@ -18,10 +19,6 @@ constexpr std::size_t kMostEntries = 29;
 constexpr std::size_t kEntryBytes = 12;
 constexpr std::size_t kFewStrips = 64;  ///< more of a small file are taken out of memory
 constexpr FieldType kShort{3}, kLong{4};
-
-/// How large an image may be against the file that it comes from: a file that was cut keeps the size it declares,
-/// a few bytes cannot ask for gigabytes.
-std::uint64_t ImageLimit(std::uint64_t held) { return 2 * held + (std::uint64_t{8} << 20); }
 
 /// What the tag data of one directory may take in all.
 std::uint64_t TagDataLimit(std::FILE* f) { return 2 * FileSize(f) + (std::uint64_t{64} << 10); }
@@ -129,7 +126,7 @@ int Tiff::ReadImage(std::FILE* f) {
         ReadMultiStripOffset(f);
         // The pixels may take as much room as any image of this file, beside the planes that they come from.
         const std::uint64_t pixelBytes = (samples == 3 ? 3U : 4U) * (bits == 8 ? 1U : 2U);
-        const std::uint64_t most = ImageLimit(FileSize(f)) / pixelBytes;
+        const std::uint64_t most = PaddingLimit(FileSize(f)) / pixelBytes;
         if (PixelsIn(width, rows) > most) {
             GetTag(kStripOffsets)->Adopt(nullptr, 0);
         } else if (bits == 8) {
@@ -147,7 +144,7 @@ void Tiff::ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes) {
     if (tag == nullptr) return;
     const bool unread = tag->Size() > 4 && tag->data == nullptr;
     ByteSource source(f);
-    unsigned char* image = AllocateImage(*tag, bytes, ImageLimit(source.Size()));
+    unsigned char* image = AllocateImage(*tag, bytes, PaddingLimit(source.Size()));
     if (unread) {
         // An array that could not be read: what is attached now, if anything, is not its data.
         tag->count = 1;
@@ -168,7 +165,7 @@ int Tiff::ReadMultiStripOffset(std::FILE* f) {
     for (std::size_t i = 0; i < strips; ++i) total += sizes[i];
 
     ByteSource source(f);
-    unsigned char* to = AllocateImage(*image, total, ImageLimit(source.Size()));
+    unsigned char* to = AllocateImage(*image, total, PaddingLimit(source.Size()));
     if (to == nullptr) total = 0;
     if (to != nullptr && strips > kFewStrips && source.Size() <= ByteSource::kAhead) source.ReadAhead();
     for (std::size_t i = 0; to != nullptr && i < strips; to += sizes[i], ++i) {
@@ -198,7 +195,7 @@ int Tiff::Pack(int width, int height) {
     const std::uint64_t bytes = pixels * planes * sizeof(T);
     const std::uint64_t held = image->Held(bytes);
     const std::unique_ptr<unsigned char[]> from = std::move(image->data);
-    unsigned char* to = AllocateImage(*image, bytes, ImageLimit(held));
+    unsigned char* to = AllocateImage(*image, bytes, PaddingLimit(held));
     if (to == nullptr) return 0;
     std::fill(to, to + image->dataSize, static_cast<unsigned char>(0));  // planes may end before their pixels do
     for (std::uint64_t i = 0; i < pixels; ++i) {

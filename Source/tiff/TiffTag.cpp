@@ -8,7 +8,7 @@
 
 #include "base/ByteOrder.h"
 #include "base/FileHandle.h"
-#include "tiff/PaddedWrite.h"
+#include "tiff/Padding.h"
 
 namespace Orvix_Tiff_STL2 {
 

@@ -5,7 +5,7 @@
 
 #include "base/ByteOrder.h"
 #include "base/FileHandle.h"
-#include "tiff/PaddedWrite.h"
+#include "tiff/Padding.h"
 #include "tiff/Tiff.h"
 
 namespace Orvix_Tiff_STL2 {

@@ -4,9 +4,14 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 namespace Orvix_Tiff_STL2 {
+
+/// How long data may be of which there are `held` bytes, with zeros for the rest: a file that was cut keeps the size
+/// that it declares, and a few bytes cannot ask for gigabytes.
+constexpr std::uint64_t PaddingLimit(std::uint64_t held) { return 2 * held + (std::uint64_t{8} << 20); }
 
 /// Writes `wanted` bytes: what there is at `bytes`, then zeros. Returns the bytes written.
 inline std::size_t WritePadded(std::FILE* f, const unsigned char* bytes, std::size_t held, std::size_t wanted) {
@@ -21,8 +26,5 @@ inline std::size_t WritePadded(std::FILE* f, const unsigned char* bytes, std::si
     }
     return written;
 }
-
-/// How far zeros may stand in for bytes that are not there, so that a broken file cannot ask for gigabytes.
-constexpr std::size_t PaddingLimit(std::size_t held) { return 2 * held + (std::size_t{8} << 20); }
 
 }  // namespace Orvix_Tiff_STL2
