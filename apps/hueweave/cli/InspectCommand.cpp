@@ -28,33 +28,33 @@ using Json = nlohmann::ordered_json;
 double Fixed(std::uint32_t word) { return static_cast<std::int32_t>(word) / 65536.0; }
 
 /// Channels, grid and curves of a table's block.
-Json TableShape(const TagTable& table, const TagTable::Tag& tag, const Bytes& bytes) {
-    const auto at = static_cast<std::size_t>(tag.offset);
+Json TableShape(const TagReader& block) {
     Json shape;
-    if (tag.size < 32) return shape;
-    const std::uint32_t type = table.Word(at);
-    if (type != Sig("mft1") && type != Sig("mft2") && type != Sig("mAB ") && type != Sig("mBA ")) return shape;
-    shape["inputs"] = bytes[at + 8];
-    shape["outputs"] = bytes[at + 9];
-    if (type == Sig("mft1") || type == Sig("mft2")) {
-        shape["grid"] = bytes[at + 10];
-        shape["input entries"] = type == Sig("mft2") && tag.size >= 52 ? table.Half(at + 48) : 256;
-        shape["output entries"] = type == Sig("mft2") && tag.size >= 52 ? table.Half(at + 50) : 256;
+    if (block.Size() < 32) return shape;
+    const std::uint32_t type = block.U32(0);
+    const bool words = type == Signature("mft2"), lut = words || type == Signature("mft1");
+    if (!lut && type != Signature("mAB ") && type != Signature("mBA ")) return shape;
+    shape["inputs"] = block.U8(8);
+    shape["outputs"] = block.U8(9);
+    if (lut) {
+        shape["grid"] = block.U8(10);
+        shape["input entries"] = words && block.Size() >= 52 ? block.U16(48) : 256;
+        shape["output entries"] = words && block.Size() >= 52 ? block.U16(50) : 256;
         return shape;
     }
     constexpr std::pair<const char*, std::size_t> kParts[] = {
         {"B", 12}, {"matrix", 16}, {"M", 20}, {"grid", 24}, {"A", 28}};
     Json parts = Json::array();
     for (const auto& [name, place] : kParts) {
-        if (table.Word(at + place) != 0) parts.push_back(name);
+        if (block.U32(place) != 0) parts.push_back(name);
     }
     shape["parts"] = parts;
-    const std::uint64_t grid = table.Word(at + 24);
-    if (grid != 0 && grid + 20 <= tag.size) {
+    const std::uint64_t grid = block.U32(24);
+    if (grid != 0 && block.Holds(grid, 20)) {
         Json points = Json::array();
-        for (unsigned i = 0; i < std::min<unsigned>(bytes[at + 8], 16); ++i) points.push_back(bytes[at + grid + i]);
+        for (unsigned i = 0; i < std::min<unsigned>(block.U8(8), 16); ++i) points.push_back(block.U8(grid + i));
         shape["grid"] = points;
-        shape["bytes a value"] = bytes[at + grid + 16];
+        shape["bytes a value"] = block.U8(grid + 16);
     }
     return shape;
 }
@@ -67,20 +67,19 @@ Json DescribeProfile(const std::string& name, const Bytes& bytes) {
     }
     const TagTable table(bytes);
     Json json{{"kind", "profile"}, {"description", work.Text(opened, cmsInfoDescription)}};
-    json["version"] = fmt::format("{}.{}", bytes[8], bytes[9] >> 4);
-    json["class"] = SignatureText(table.Word(12));
-    json["colours"] = SignatureText(table.Word(16));
-    json["connection"] = SignatureText(table.Word(20));
+    const TagReader& header = table.profile();
+    json["version"] = fmt::format("{}.{}", header.U8(8), header.U8(9) >> 4);
+    json["class"] = SignatureText(header.U32(12));
+    json["colours"] = SignatureText(header.U32(16));
+    json["connection"] = SignatureText(header.U32(20));
     json["bytes"] = bytes.size();
-    if (const auto white = table.Find("wtpt"); white && white->size >= 20) {
-        const auto at = static_cast<std::size_t>(white->offset) + 8;
-        json["white"] = {Fixed(table.Word(at)), Fixed(table.Word(at + 4)), Fixed(table.Word(at + 8))};
+    if (const TagReader* white = table.Find(Signature("wtpt")); white != nullptr && white->Size() >= 20) {
+        json["white"] = {Fixed(white->U32(8)), Fixed(white->U32(12)), Fixed(white->U32(16))};
     }
     for (const TagTable::Tag& tag : table.tags()) {
-        Json entry{{"name", SignatureText(tag.name)},
-                   {"type", SignatureText(table.Word(static_cast<std::size_t>(tag.offset)))},
-                   {"bytes", tag.size}};
-        const Json shape = TableShape(table, tag, bytes);
+        Json entry{
+            {"name", SignatureText(tag.name)}, {"type", SignatureText(tag.block.U32(0))}, {"bytes", tag.block.Size()}};
+        const Json shape = TableShape(tag.block);
         if (!shape.empty()) entry["table"] = shape;
         json["tags"].push_back(entry);
     }

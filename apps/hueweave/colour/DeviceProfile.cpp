@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "colour/Lcms.h"
-#include "colour/TagTable.h"
 #include "system/Refusal.h"
 #include "system/Sha256.h"
 

@@ -3,49 +3,48 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
-#include <string_view>
 #include <vector>
 
+#include "iccfile/IccTypes.h"
+#include "iccfile/TagReader.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {
 
-constexpr std::uint32_t Sig(std::string_view name) {
-    std::uint32_t value = 0;
-    for (const char c : name) value = value << 8 | static_cast<unsigned char>(c);
-    return value;
-}
+using ICC40::ICC4_HEADER::Signature;
+using ICC40::ICCFILE::TagReader;
 
-/// The tags of a profile in memory, as they stand in it. Reads past the end give 0. Borrows the bytes.
+/// The tags of a profile in memory, as they stand in it: those that lie in it as a whole. Borrows the bytes.
 class TagTable {
 public:
     struct Tag {
-        std::uint32_t name = 0;
-        std::uint64_t offset = 0, size = 0;  ///< within the profile
+        std::uint32_t name;
+        TagReader block;
     };
 
-    explicit TagTable(const Bytes& profile) : bytes_(profile) {
-        const std::uint32_t count = Word(128);
-        for (std::uint32_t i = 0; i < count && 132 + 12 * std::size_t{i} + 12 <= bytes_.size(); ++i) {
-            const std::size_t at = 132 + 12 * std::size_t{i};
-            const Tag tag{Word(at), Word(at + 4), Word(at + 8)};
-            if (tag.offset + tag.size <= bytes_.size()) tags_.push_back(tag);
+    explicit TagTable(const Bytes& profile) : profile_(profile) {
+        constexpr std::size_t kCount = 128, kTable = 132, kEntry = 12;
+        const std::uint32_t count = profile_.U32(kCount);
+        for (std::size_t i = 0; i < count && profile_.Holds(kTable + kEntry * i, kEntry); ++i) {
+            const std::size_t entry = kTable + kEntry * i;
+            const std::uint32_t offset = profile_.U32(entry + 4), size = profile_.U32(entry + 8);
+            if (!profile_.Holds(offset, size)) continue;
+            tags_.push_back({profile_.U32(entry), TagReader(profile_.From(offset).first(size))});
         }
     }
-    std::uint32_t Half(std::size_t at) const { return At(at) << 8 | At(at + 1); }
-    std::uint32_t Word(std::size_t at) const { return Half(at) << 16 | Half(at + 2); }
+    /// All of it, which begins with the header.
+    const TagReader& profile() const { return profile_; }
     const std::vector<Tag>& tags() const { return tags_; }
-    std::optional<Tag> Find(std::string_view name) const {
+    /// The block of the first tag of that name, or null.
+    const TagReader* Find(std::uint32_t name) const {
         for (const Tag& tag : tags_) {
-            if (tag.name == Sig(name)) return tag;
+            if (tag.name == name) return &tag.block;
         }
-        return std::nullopt;
+        return nullptr;
     }
 
 private:
-    std::uint32_t At(std::size_t at) const { return at < bytes_.size() ? bytes_[at] : 0U; }
-    const Bytes& bytes_;
+    TagReader profile_;
     std::vector<Tag> tags_;
 };
 

@@ -353,6 +353,18 @@ TEST_F(ProfilesTest, VerifyFindsTheSameFiguresAsAnIndependentMeasurement) {
     EXPECT_NEAR(image["mean"], MeanDifference(in_, Input("matrix.icc"), 0, out_), 0.2);
 }
 
+TEST_F(ProfilesTest, InspectTakesTheTypeOfATagFromItsOwnBytes) {
+    std::string bytes = FileBytes(Input("scanner.icc"));
+    const std::size_t entry = bytes.find("cprt");
+    ASSERT_LT(entry, 500U) << "in the table of tags";
+    bytes.replace(entry + 8, 4, std::string{0, 0, 0, 2});
+    WriteBytes(profile_, bytes);
+    const json told = json::parse(Hueweave({"inspect", "--json", profile_}).out);
+    for (const auto& tag : told["tags"]) {
+        EXPECT_EQ(tag["type"] == "te??", tag["name"] == "cprt") << tag["name"];
+    }
+}
+
 TEST_F(ProfilesTest, InspectTellsOfProfilesAndFiles) {
     const json scanner = json::parse(Hueweave({"inspect", "--json", Input("scanner.icc")}).out);
     EXPECT_EQ(scanner["description"], "scanner");
