@@ -7,6 +7,7 @@
 #include <cmath>
 #include <vector>
 
+#include "base/ByteOrder.h"
 #include "colour/Compare.h"
 #include "colour/Lcms.h"
 #include "system/Refusal.h"
@@ -74,12 +75,12 @@ double Inverse(const Curve& curve, double value) {
 }
 
 void Put16(Bytes& out, unsigned value) {
-    out.push_back(static_cast<unsigned char>(value >> 8));
-    out.push_back(static_cast<unsigned char>(value));
+    out.resize(out.size() + 2);
+    StoreBig16(&out[out.size() - 2], static_cast<std::uint16_t>(value));
 }
 void Put32(Bytes& out, std::uint32_t value) {
-    Put16(out, value >> 16);
-    Put16(out, value & 0xffffU);
+    out.resize(out.size() + 4);
+    StoreBig32(&out[out.size() - 4], value);
 }
 unsigned Quantise(double value, double top) { return static_cast<unsigned>(std::lround(std::clamp(value, 0.0, top))); }
 

@@ -10,6 +10,7 @@
 #include <new>
 #include <utility>
 
+#include "base/ByteOrder.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
@@ -238,10 +239,9 @@ bool IsOldScreen(cmsHPROFILE profile) {
 
 std::string SignatureText(std::uint32_t signature) {
     std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const char c = static_cast<char>(signature >> shift & 0xffU);
-        text += c >= 0x20 && c < 0x7f ? c : '?';
-    }
+    unsigned char characters[4];
+    StoreBig32(characters, signature);
+    for (const unsigned char c : characters) text += c >= 0x20 && c < 0x7f ? static_cast<char>(c) : '?';
     while (!text.empty() && text.back() == ' ') text.pop_back();
     return text;
 }

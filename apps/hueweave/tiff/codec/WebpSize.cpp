@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "tiff/TiffStructure.h"
+
 namespace hueweave::tool {
 namespace {
 
@@ -11,9 +13,8 @@ constexpr std::size_t kChunk = 12;  ///< after "RIFF", a length and "WEBP"
 constexpr std::size_t kData = 20;   ///< of the first chunk, after its name and length
 
 std::uint32_t Little(const Bytes& bytes, std::size_t at, std::size_t count) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < count; ++i) value |= static_cast<std::uint32_t>(bytes[at + i]) << 8 * i;
-    return value;
+    constexpr TiffForm kLittle{false, false};
+    return static_cast<std::uint32_t>(kLittle.Get(&bytes[at], count));
 }
 
 bool Is(const Bytes& bytes, std::size_t at, const char* name) { return std::memcmp(&bytes[at], name, 4) == 0; }
