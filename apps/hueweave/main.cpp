@@ -38,19 +38,22 @@ int Fail(Exit status, const char* line) {
     return static_cast<int>(status);
 }
 
-/// Whether standard output took all that was printed there; errno tells why not.
-bool OutputIsWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+/// Why standard output did not take all that was printed there: the error number, 0 if it did.
+int OutputError() {
+    const int error = ErrorOf(std::fflush(stdout));
+    return error == 0 && std::ferror(stdout) != 0 ? EIO : error;
+}
 
 int Run(int count, const char* const* words) {
     try {
         const std::unique_ptr<Command> command = ParseCommandLine(count, words);
         const Exit status = command ? command->Run() : Exit::Done;
-        if (!OutputIsWritten()) RefuseStandardOutput(errno);
+        if (const int error = OutputError()) RefuseStandardOutput(error);
         return static_cast<int>(status);
     } catch (const std::system_error& error) {
         // Printing throws this where standard output cannot be written, or a signal ended the waiting for its reader.
         ThrowIfInterrupted();
-        if (OutputIsWritten()) throw;
+        if (OutputError() == 0) throw;
         RefuseStandardOutput(error.code().value());
     }
 }

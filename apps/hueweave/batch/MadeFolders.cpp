@@ -32,23 +32,21 @@ MadeFolders::~MadeFolders() {
     std::for_each(made_.rbegin(), made_.rend(), [](const std::string& folder) { ::rmdir(folder.c_str()); });
 }
 
-bool MadeFolders::MakeOne(const std::string& folder) {
-    if (IsFolder(folder)) return true;
+int MadeFolders::MakeOne(const std::string& folder) {
+    if (IsFolder(folder)) return 0;
     const std::string above = FolderOf(folder);
-    if (above != "." && above != folder && !MakeOne(above)) return false;
-    if (::mkdir(folder.c_str(), 0777) == 0) {
-        made_.push_back(folder);
-        return true;
+    if (above != "." && above != folder) {
+        if (const int error = MakeOne(above)) return error;
     }
-    const int error = errno;
-    if (error == EEXIST && IsFolder(folder)) return true;  // by another run, meanwhile
-    errno = error == EEXIST ? ENOTDIR : error;
-    return false;
+    const int error = ErrorOf(::mkdir(folder.c_str(), 0777));
+    if (error == 0) made_.push_back(folder);
+    if (error != EEXIST) return error;
+    return IsFolder(folder) ? 0 : ENOTDIR;  // another run may have made it meanwhile
 }
 
 void MadeFolders::Make(const std::string& folder) {
     const std::lock_guard lock(mutex_);
-    if (!MakeOne(folder)) RefuseFolder(folder, errno);
+    if (const int error = MakeOne(folder)) RefuseFolder(folder, error);
 }
 
 void MadeFolders::Check(const std::string& folder) {

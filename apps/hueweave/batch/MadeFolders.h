@@ -24,7 +24,8 @@ public:
     static void Check(const std::string& folder);
 
 private:
-    bool MakeOne(const std::string& folder);
+    /// The error number, 0 for none.
+    [[nodiscard]] int MakeOne(const std::string& folder);
 
     bool stay_;
     std::mutex mutex_;

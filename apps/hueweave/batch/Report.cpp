@@ -173,7 +173,8 @@ void Report::Refused(const std::string& text) {
 void Report::Json(const std::string& line) {
     const std::lock_guard lock(mutex_);
     if (!json_) return;
-    if (!WriteText(STDOUT_FILENO, line + "\n") && error_ == 0) error_ = errno;
+    const int error = WriteText(STDOUT_FILENO, line + "\n");
+    if (error_ == 0) error_ = error;
 }
 
 void Report::LoseJson() {

@@ -54,9 +54,8 @@ bool RecordEntries::Has(const std::string& output, const std::string& fingerprin
 
 void ResumeRecord::Load() {
     const std::string path = RecordPath(folder_);
-    std::string problem;
-    const FileAccess file = FileAccess::OpenOwn(path, O_RDONLY, problem);
-    if (file.descriptor() < 0 && errno == ENOENT) return;
+    auto [file, problem, error] = FileAccess::OpenOwn(path, O_RDONLY);
+    if (error == ENOENT) return;
     if (problem.empty() && file.Size() > kLargestRecord) problem = "is larger than any record";
     std::string line;
     for (LineReader lines(file.descriptor(), '\n', kLongestLine); problem.empty();) {
@@ -75,7 +74,7 @@ ResumeRecord::~ResumeRecord() {
     const std::string path = RecordPath(folder_);
     struct stat now {
     }, ours{};
-    if (::lstat(path.c_str(), &now) != 0 || ::fstat(file_.descriptor(), &ours) != 0) return;
+    if (::lstat(path.c_str(), &now) != 0 || ::fstat(record_.file.descriptor(), &ours) != 0) return;
     const bool same = now.st_dev == ours.st_dev && now.st_ino == ours.st_ino;
     if (same && now.st_size == written_) ::unlink(path.c_str());  // else another run wrote to it as well
 }
@@ -89,16 +88,16 @@ bool ResumeRecord::IsDone(const std::string& relative, const std::string& finger
 void ResumeRecord::Begin() {
     const std::lock_guard lock(mutex_);
     Open();
-    if (file_.descriptor() < 0 && (errno == EMFILE || errno == ENFILE)) RefuseWrite(file_.name(), errno);
+    if (record_.error == EMFILE || record_.error == ENFILE) RefuseWrite(RecordPath(folder_), record_.error);
 }
 
 void ResumeRecord::Open() {
-    if (file_.descriptor() >= 0) return;
+    if (record_.file.descriptor() >= 0) return;
     const std::string path = RecordPath(folder_);
     constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT;
-    file_ = FileAccess::OpenOwn(path, kFlags | O_EXCL, problem_);
-    if (file_.descriptor() >= 0) begun_ = true;
-    if (file_.descriptor() < 0 && errno == EEXIST) file_ = FileAccess::OpenOwn(path, kFlags, problem_);
+    record_ = FileAccess::OpenOwn(path, kFlags | O_EXCL);
+    if (record_.error == 0) begun_ = true;
+    if (record_.error == EEXIST) record_ = FileAccess::OpenOwn(path, kFlags);
 }
 
 void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output) {
@@ -112,18 +111,19 @@ void ResumeRecord::Add(const std::string& relative, const std::string& fingerpri
     const std::string line = "\n" + JsonLine(json) + "\n";
     std::unique_lock lock(mutex_);
     Open();
-    if (file_.descriptor() < 0) {
-        throw Refusal(Exit::Output, RecordPath(folder_), problem_ + " and is not written to",
+    const FileAccess& file = record_.file;
+    if (record_.error != 0) {
+        throw Refusal(Exit::Output, RecordPath(folder_), record_.problem + " and is not written to",
                       "--resume will not know of this run; remove it for the next one");
     }
-    const ssize_t put = ::write(file_.descriptor(), line.data(), line.size());
+    const ssize_t put = ::write(file.descriptor(), line.data(), line.size());
     written_ += std::max<ssize_t>(put, 0);
     int error = put < 0 ? errno : put < static_cast<ssize_t>(line.size()) ? ENOSPC : 0;
     lock.unlock();
     // Before the output, so that it is no stranger after a power cut either.
-    if (error == 0 && ::fdatasync(file_.descriptor()) != 0) error = errno;
+    if (error == 0 && ::fdatasync(file.descriptor()) != 0) error = errno;
     if (error != 0) {
-        throw Refusal(Exit::Output, file_.name(), "cannot be written (" + ErrorText(error) + ")",
+        throw Refusal(Exit::Output, file.name(), "cannot be written (" + ErrorText(error) + ")",
                       "--resume will not know of " + relative);
     }
 }

@@ -65,8 +65,7 @@ private:
     bool begun_ = false;     ///< by this run
     long long written_ = 0;  ///< bytes, by this run
     RecordEntries entries_;
-    FileAccess file_;      ///< open from the first line on
-    std::string problem_;  ///< why it is not open
+    OwnFile record_;  ///< open from the first line on
     std::mutex mutex_;
 };
 

@@ -71,29 +71,23 @@ FileAccess FileAccess::OpenInput(const std::string& path) {
     return file;
 }
 
-FileAccess FileAccess::OpenOwn(const std::string& path, int flags, std::string& problem) {
-    problem.clear();
+OwnFile FileAccess::OpenOwn(const std::string& path, int flags) {
     FileAccess file(::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666), path);
-    const int error = errno;
-    struct stat status {};
     if (file.descriptor_ < 0) {
+        const int error = errno;
         // A pipe that nobody reads cannot be opened for writing.
-        problem = error == ELOOP                      ? "is a symbolic link"
-                  : error == ENXIO || error == EISDIR ? "is not a regular file"
-                                                      : "cannot be opened (" + ErrorText(error) + ")";
-        errno = error;
-        return file;
+        return {{},
+                error == ELOOP                      ? "is a symbolic link"
+                : error == ENXIO || error == EISDIR ? "is not a regular file"
+                                                    : "cannot be opened (" + ErrorText(error) + ")",
+                error};
     }
+    struct stat status {};
     if (::fstat(file.descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
-        problem = "is not a regular file";
-    } else if (status.st_nlink > 1) {
-        problem = "has further names (hard links)";
+        return {{}, "is not a regular file", EINVAL};
     }
-    if (!problem.empty()) {
-        file.Close();
-        errno = EINVAL;
-    }
-    return file;
+    if (status.st_nlink > 1) return {{}, "has further names (hard links)", EINVAL};
+    return {std::move(file), "", 0};
 }
 
 FileAccess FileAccess::Scratch(const std::string& folder, const std::string& name) {

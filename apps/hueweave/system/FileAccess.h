@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -29,6 +30,8 @@ struct FileState {
 };
 FileState StateOf(const struct stat& status);
 
+struct OwnFile;
+
 /// An open file that is read and written by position, so that threads can share it. Owns the descriptor.
 class FileAccess {
 public:
@@ -41,9 +44,8 @@ public:
     /// Opens a regular file for reading; refuses anything else.
     static FileAccess OpenInput(const std::string& path);
     /// Opens a file that runs keep for themselves, whose name everybody knows: no link is followed, nothing is waited
-    /// for, and it must be a regular file without another name. Where it is none, the result is not open, and `problem`
-    /// says why: "is a symbolic link". `flags` are those of open().
-    static FileAccess OpenOwn(const std::string& path, int flags, std::string& problem);
+    /// for, and it must be a regular file without another name. `flags` are those of open().
+    static OwnFile OpenOwn(const std::string& path, int flags);
     /// An unnamed file in the folder of temporary files.
     static FileAccess Scratch(const std::string& folder, const std::string& name);
 
@@ -69,6 +71,13 @@ private:
     std::string name_;
 };
 
+/// A file that a run keeps for itself; not open where there was a problem.
+struct OwnFile {
+    FileAccess file;
+    std::string problem;  ///< such as "is a symbolic link"; empty for none
+    int error = 0;        ///< its error number, 0 for none
+};
+
 /// Copies a range between files; holes of the source stay holes.
 void CopyRange(const FileAccess& from, Extent range, const FileAccess& to, std::uint64_t target);
 
@@ -76,6 +85,8 @@ void CopyRange(const FileAccess& from, Extent range, const FileAccess& to, std::
 [[noreturn]] void RefuseWrite(const std::string& name, int error);
 /// The folder in which a path stands.
 std::string FolderOf(const std::string& path);
+/// The error number of a system call that just returned `result`, 0 for none.
+inline int ErrorOf(int result) { return result < 0 ? errno : 0; }
 /// The text of an error number, for a reason.
 std::string ErrorText(int error);
 

@@ -98,34 +98,40 @@ void OutputFile::KeepOwner(const struct stat& old) {
     }
 }
 
-int OutputFile::OpenNamed(mode_t mode) {
-    auto [descriptor, name] = WithTemporaryName(folder_, [mode](const std::string& path) {
-        const int made = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+/// For file systems that know no files without a name.
+void OutputFile::OpenNamed(mode_t mode) {
+    std::string name = path_;  // what needs memory comes before the file
+    int descriptor = -1;
+    auto [path, error] = WithTemporaryName(folder_, [&](const std::string& tried) {
+        descriptor = ::open(tried.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        if (descriptor < 0) return errno;
         struct stat status {};
-        if (made < 0 || (LockTemporary(made) && ::fstat(made, &status) == 0 && status.st_nlink > 0)) return made;
-        ::close(made);  // another run took it for one that was left, and removes it
-        errno = EEXIST;
-        return -1;
+        if (LockTemporary(descriptor) && ::fstat(descriptor, &status) == 0 && status.st_nlink > 0) return 0;
+        ::close(descriptor);  // another run took it for one that was left, and removes it
+        return EEXIST;
     });
-    if (descriptor >= 0) temporary_ = std::move(name);
-    return descriptor;
+    if (error != 0) RefuseWrite(path_, error);
+    temporary_ = std::move(path);
+    file_ = FileAccess(descriptor, std::move(name));
 }
 
 void OutputFile::OpenUnnamed() {
     std::string name = path_;  // what needs memory comes before the file
     // Nobody else may read it before it has the mode of the file that it replaces.
     const mode_t mode = replaced_ ? 0600 : 0666;
-    int descriptor = ::open(folder_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
-    bool named = descriptor < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL);
-    // Without /proc, as in some containers, the file could not get its name afterwards.
-    if (descriptor >= 0 && ::access(SelfPath(descriptor).c_str(), F_OK) != 0) {
-        ::close(descriptor);
-        named = true;
+    const int descriptor = ::open(folder_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
+    if (descriptor < 0) {
+        const int error = errno;
+        if (error == EOPNOTSUPP || error == EISDIR || error == EINVAL) return OpenNamed(mode);
+        RefuseWrite(path_, error);
     }
-    if (named) descriptor = OpenNamed(mode);
-    if (descriptor < 0) RefuseWrite(path_, errno);
-    if (!named) LockTemporary(descriptor);  // before it has a name that another run could see
     file_ = FileAccess(descriptor, std::move(name));
+    // Without /proc, as in some containers, the file could not get its name afterwards.
+    if (::access(SelfPath(descriptor).c_str(), F_OK) != 0) {
+        file_.Close();
+        return OpenNamed(mode);
+    }
+    LockTemporary(descriptor);  // before it has a name that another run could see
 }
 
 OutputFile::~OutputFile() {
@@ -146,22 +152,22 @@ void OutputFile::Finish() {
 }
 
 int OutputFile::Link(const std::string& name) const {
-    return ::linkat(AT_FDCWD, SelfPath(file_.descriptor()).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
+    return ErrorOf(::linkat(AT_FDCWD, SelfPath(file_.descriptor()).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW));
+}
+
+int OutputFile::RenameToNew() const {
+    int error = ErrorOf(::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE));
+    if (error == EINVAL) {  // a file system that cannot tell whether the name is taken
+        error = ErrorOf(::link(temporary_.c_str(), path_.c_str()));
+        if (error == 0) ::unlink(temporary_.c_str());
+    }
+    return error;
 }
 
 void OutputFile::NameNew() {
-    int result = 0;
-    if (temporary_.empty()) {
-        result = Link(path_);
-    } else {
-        result = ::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE);
-        if (result != 0 && errno == EINVAL) {
-            result = ::link(temporary_.c_str(), path_.c_str());
-            if (result == 0) ::unlink(temporary_.c_str());
-        }
-    }
-    if (result == 0) return temporary_.clear();
-    if (errno != EEXIST) RefuseWrite(path_, errno);
+    const int error = temporary_.empty() ? Link(path_) : RenameToNew();
+    if (error == 0) return temporary_.clear();
+    if (error != EEXIST) RefuseWrite(path_, error);
     if (existing_ == Existing::Replace) RefuseChanged();
     RefuseExisting();
 }
@@ -169,8 +175,8 @@ void OutputFile::NameNew() {
 void OutputFile::Replace() {
     // No file can be linked over another one. With a name only from here on, hardly any kill leaves it behind.
     if (temporary_.empty()) {
-        auto [linked, name] = WithTemporaryName(folder_, [this](const std::string& path) { return Link(path); });
-        if (linked != 0) RefuseWrite(path_, errno);
+        auto [name, error] = WithTemporaryName(folder_, [this](const std::string& path) { return Link(path); });
+        if (error != 0) RefuseWrite(path_, error);
         temporary_ = std::move(name);
     }
     struct stat now {};
@@ -181,12 +187,10 @@ void OutputFile::Replace() {
 
 /// Makes the name last through a power cut as well.
 void OutputFile::SyncFolder(const FileAccess& folder) {
-    int result = folder.descriptor() >= 0 ? ::fsync(folder.descriptor()) : -1;
     // A folder that may not be read, or that cannot be written through by itself: then all of the file system is.
-    const bool other = folder.descriptor() < 0 || (result != 0 && errno == EINVAL);
-    if (other) result = ::syncfs(file_.descriptor());
-    if (result == 0) return;
-    const int error = errno;
+    int error = folder.descriptor() >= 0 ? ErrorOf(::fsync(folder.descriptor())) : EINVAL;
+    if (error == EINVAL) error = ErrorOf(::syncfs(file_.descriptor()));
+    if (error == 0) return;
     if (replaced_) {
         throw Refusal(Exit::Output, path_,
                       "is replaced, but may be the old file after a power cut (" + ErrorText(error) + ")",

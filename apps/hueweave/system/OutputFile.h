@@ -35,9 +35,11 @@ private:
     [[noreturn]] void RefuseChanged() const;
     void Look(const std::optional<FileState>& wanted, struct stat& old);
     void OpenUnnamed();
-    int OpenNamed(mode_t mode);
+    void OpenNamed(mode_t mode);
     void KeepOwner(const struct stat& old);
+    /// These two return the error number, 0 for none.
     int Link(const std::string& name) const;
+    int RenameToNew() const;
     void NameNew();
     void Replace();
     void SyncFolder(const FileAccess& folder);

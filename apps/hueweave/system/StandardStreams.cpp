@@ -55,18 +55,15 @@ bool WaitFor(int stream, short events) {
     }
 }
 
-bool WriteText(int stream, std::string_view text) {
+int WriteText(int stream, std::string_view text) {
     const std::size_t piece = PieceFor(stream);
     while (!text.empty()) {
-        if (!WaitFor(stream, POLLOUT)) {
-            errno = EINTR;
-            return false;
-        }
+        if (!WaitFor(stream, POLLOUT)) return EINTR;
         const ssize_t put = ::write(stream, text.data(), std::min(piece, text.size()));
-        if (put < 0 && errno != EINTR && errno != EAGAIN) return false;
+        if (put < 0 && errno != EINTR && errno != EAGAIN) return errno;
         if (put > 0) text.remove_prefix(static_cast<std::size_t>(put));
     }
-    return true;
+    return 0;
 }
 
 void PrintError(const std::string& line) { WriteText(STDERR_FILENO, line + "\n"); }
@@ -112,8 +109,7 @@ void WriteStandardOutput(const FileAccess& file) {
         ThrowIfInterrupted();
         const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), size - at));
         file.Read(at, block.data(), part);
-        if (!WriteText(STDOUT_FILENO, {reinterpret_cast<const char*>(block.data()), part})) {
-            const int error = errno;
+        if (const int error = WriteText(STDOUT_FILENO, {reinterpret_cast<const char*>(block.data()), part})) {
             ThrowIfInterrupted();
             RefuseStandardOutput(error);
         }

@@ -18,9 +18,9 @@ bool IsClosed(int stream);
 
 /// Waits until a stream can be read (POLLIN) or written (POLLOUT). False if a signal asks for the end meanwhile.
 bool WaitFor(int stream, short events);
-/// Writes all of it to a file, pipe or terminal. False, with errno, if it cannot be written; or if nobody reads it and
-/// a signal asks for the end.
-bool WriteText(int stream, std::string_view text);
+/// Writes all of it to a file, pipe or terminal. Returns the error number, 0 for none; EINTR if nobody reads it and a
+/// signal asks for the end.
+int WriteText(int stream, std::string_view text);
 /// A line for people on standard error. What cannot be written is lost: messages decide over no file.
 void PrintError(const std::string& line);
 /// The same where there is no memory left for a line.

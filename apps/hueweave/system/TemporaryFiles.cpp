@@ -42,13 +42,12 @@ bool RemoveStale(const std::string& path) {
 
 }  // namespace
 
-std::pair<int, std::string> WithTemporaryName(const std::string& folder,
-                                              const std::function<int(const std::string&)>& make) {
+TemporaryName WithTemporaryName(const std::string& folder, const std::function<int(const std::string&)>& make) {
     for (int tries = 0;; ++tries) {
         std::string path = folder + "/" + std::string(kPrefix) + std::to_string(::getpid()) + "-" +
                            std::to_string(temporaries++) + std::string(kSuffix);
-        const int made = make(path);
-        if (made >= 0 || errno != EEXIST || tries == kMostTries) return {made, std::move(path)};
+        const int error = make(path);
+        if (error != EEXIST || tries == kMostTries) return {std::move(path), error};
     }
 }
 

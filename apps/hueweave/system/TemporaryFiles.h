@@ -7,14 +7,18 @@
 #include <mutex>
 #include <set>
 #include <string>
-#include <utility>
 
 namespace hueweave::tool {
 
-/// A file under a temporary name in the folder. `make` makes it and returns a number below 0 where it cannot; names
-/// may be taken. Returns that number and the path.
-std::pair<int, std::string> WithTemporaryName(const std::string& folder,
-                                              const std::function<int(const std::string&)>& make);
+/// A path that was tried.
+struct TemporaryName {
+    std::string path;
+    int error = 0;  ///< why no file stands there; 0 where one does
+};
+
+/// Makes a file under a temporary name in the folder. `make` makes it and returns the error number, 0 for none; while
+/// that is EEXIST, other names are tried.
+TemporaryName WithTemporaryName(const std::string& folder, const std::function<int(const std::string&)>& make);
 /// Tells other runs that this temporary file has an owner that is alive. False if another run is about to remove it.
 bool LockTemporary(int descriptor);
 
