@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <thread>
 
 #include "command/support/Command.h"
@@ -346,6 +347,49 @@ TEST_F(DecoderTest, JpegTablesBeyondAnyUseAreRefused) {
     Patch(at + 4, 65537, 4);
     Patch(at + 8, size, 4);
     ExpectRefusal("has JPEG tables that are too large");
+}
+
+TEST_F(DecoderTest, DeflateDataThatEndOtherwiseAreRefusedWithTheReason) {
+    const std::string sound = DeflatedZeros(48);
+    std::string otherSum = sound;
+    otherSum.back() = static_cast<char>(otherSum.back() ^ 1);
+    const std::pair<std::string, std::string> kinds[] = {
+        {sound, ""},
+        {sound.substr(0, sound.size() - 1), "its Deflate data break off"},
+        {DeflatedZeros(47), "its Deflate data end too early"},
+        {otherSum, "incorrect data check"}};  // zlib's words
+    for (const auto& [packed, reason] : kinds) {
+        TiffMaker tiff;
+        TiffMaker::Shape shape;
+        shape.compression = COMPRESSION_ADOBE_DEFLATE;
+        shape.offsets = {tiff.Put(packed)};
+        shape.counts = {packed.size()};
+        tiff.Page(TiffMaker::Rgb(shape));
+        tiff.Save(in_);
+        const FileAccess file = FileAccess::OpenInput(in_);
+        const tool::TiffStructure structure(file);
+        const TiffPage page = tool::ReadPages(structure)[0];
+        const PageSource source(structure, page);
+        const auto reasonOf = [](const std::function<void()>& read) -> std::string {
+            try {
+                read();
+            } catch (const Refusal& refusal) {
+                return refusal.reason();
+            }
+            return "";
+        };
+        const std::string wanted = reason.empty() ? "" : "holds damaged image data (" + reason + ")";
+        EXPECT_EQ(reasonOf([&] {
+                      tool::Bytes pixels;
+                      tool::TiffDecoder(source).ReadSegment(0, pixels);
+                  }),
+                  wanted);
+        EXPECT_EQ(reasonOf([&] {
+                      tool::RowDecoder decoder(source, 0, folder_.path(), "out");
+                      for (unsigned char pixels[12], row = 0; row < 4; ++row) decoder.ReadRow(pixels);
+                  }),
+                  wanted);
+    }
 }
 
 TEST_F(DecoderTest, DeflateDataMayGoBeyondThePictureByItsOwnSizeAndAMebibyte) {

@@ -82,14 +82,30 @@ void DeflateReader::Skip() {
 }
 
 /// More than is wanted is no damage: some programs fill the last strip up to the height of the others.
-const char* DeflateReader::End(bool enough) const {
-    if (beyond_) return "its Deflate data go on far beyond the picture";
-    if (state_ == Z_OK) return "its Deflate data break off";
-    if (state_ == Z_STREAM_END) return enough ? nullptr : "its Deflate data end too early";
-    return stream_->msg != nullptr ? stream_->msg : "its Deflate data cannot be decoded";
+DeflateEnd DeflateReader::End(bool enough) const {
+    if (beyond_) return DeflateEnd::TooLate;
+    if (state_ == Z_OK) return DeflateEnd::Missing;
+    if (state_ == Z_STREAM_END) return enough ? DeflateEnd::Sound : DeflateEnd::TooEarly;
+    return DeflateEnd::Damaged;
 }
 
-const char* DeflateReader::Decode(Bytes& raw, Bytes& pixels) {
+std::string DeflateReader::Explain(DeflateEnd end) const {
+    switch (end) {
+        case DeflateEnd::Sound:
+            break;
+        case DeflateEnd::Missing:
+            return "its Deflate data break off";
+        case DeflateEnd::TooEarly:
+            return "its Deflate data end too early";
+        case DeflateEnd::TooLate:
+            return "its Deflate data go on far beyond the picture";
+        case DeflateEnd::Damaged:
+            return stream_->msg != nullptr ? stream_->msg : "its Deflate data cannot be decoded";
+    }
+    return "";
+}
+
+DeflateEnd DeflateReader::Decode(Bytes& raw, Bytes& pixels) {
     Begin();
     std::size_t decoded = 0;
     for (std::size_t at = 0; at < raw.size() && state_ == Z_OK && !beyond_; at += kBlock) {
@@ -117,16 +133,16 @@ bool DeflateReader::Refill() {
     return true;
 }
 
-const char* DeflateReader::Row(unsigned char* pixels, std::size_t size) {
+DeflateEnd DeflateReader::Row(unsigned char* pixels, std::size_t size) {
     std::size_t done = 0;
     for (;;) {
         done += Inflate(pixels + done, size - done);
-        if (done == size) return nullptr;
+        if (done == size) return DeflateEnd::Sound;
         if (state_ != Z_OK || !Refill()) return End(false);
     }
 }
 
-const char* DeflateReader::EndRows() {
+DeflateEnd DeflateReader::EndRows() {
     do {
         Skip();
     } while (state_ == Z_OK && !beyond_ && Refill());

@@ -4,12 +4,22 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "tiff/codec/DecoderFile.h"
 
 struct z_stream_s;
 
 namespace hueweave::tool {
+
+/// How the Deflate data of a strip or tile end.
+enum class DeflateEnd {
+    Sound,
+    Missing,   ///< the data break off before their end
+    TooEarly,  ///< the end comes before the last pixel
+    TooLate,   ///< the data go on far beyond the last pixel
+    Damaged,   ///< zlib cannot decode them
+};
 
 /// Decodes strips and tiles of Deflate data up to their end, where the checksum stands. libtiff looks no further than
 /// the pixels that it wants: it takes damaged data that turn out longer, and cuts sound ones that are longer short.
@@ -24,14 +34,17 @@ public:
 
     static bool Concerns(const TiffPage& page);
     /// Decodes `raw`, the bytes of a strip or tile, into `pixels`, which have the right size. The samples stay in the
-    /// file's byte order, and differences stay differences. Returns why it cannot be done, or null.
-    const char* Decode(Bytes& raw, Bytes& pixels);
+    /// file's byte order, and differences stay differences.
+    [[nodiscard]] DeflateEnd Decode(Bytes& raw, Bytes& pixels);
 
     /// The same row by row, for strips too large to be held whole: `BeginRows`, then `Row` for each row from the top,
-    /// then `EndRows`, which looks at what is behind the pixels. Each returns why it cannot be done, or null.
+    /// then `EndRows`, which looks at what is behind the pixels. A row is sound as long as its data are.
     void BeginRows(Extent strip);
-    const char* Row(unsigned char* pixels, std::size_t size);
-    const char* EndRows();
+    [[nodiscard]] DeflateEnd Row(unsigned char* pixels, std::size_t size);
+    [[nodiscard]] DeflateEnd EndRows();
+
+    /// What the last end that is not sound means, for a reason.
+    std::string Explain(DeflateEnd end) const;
 
 private:
     void Begin();
@@ -43,7 +56,7 @@ private:
     bool Refill();
     /// Looks through what was given and is behind the pixels.
     void Skip();
-    const char* End(bool enough) const;
+    DeflateEnd End(bool enough) const;
 
     const PageSource& source_;
     std::unique_ptr<z_stream_s> stream_;

@@ -141,6 +141,11 @@ void CheckGeometry(tiff* handle, const TiffPage& page, std::uint64_t rows, std::
     if (!same) DecoderView::RefuseDamaged(name, "its strips or tiles have no size that can be decoded");
 }
 
+/// Refuses data that do not end as they should.
+void CheckDeflate(const DeflateReader& reader, DeflateEnd end, const std::string& name) {
+    if (end != DeflateEnd::Sound) DecoderView::RefuseDamaged(name, reader.Explain(end));
+}
+
 /// Whether libtiff has the JPEG tables. Where it has no memory for them it says nothing.
 bool HasTables(tiff* handle, const Bytes& tables) {
     if (tables.empty()) return true;
@@ -206,7 +211,7 @@ void TiffDecoder::ReadSegment(std::uint64_t segment, Bytes& pixels) {
     pixels.resize(static_cast<std::size_t>(page.DecodedBytes(segment)));
     if (deflate_) {
         const unsigned width = page.bits / 8;
-        if (const char* problem = deflate_->Decode(raw_, pixels)) DecoderView::RefuseDamaged(name, problem);
+        CheckDeflate(*deflate_, deflate_->Decode(raw_, pixels), name);
         ToNative(pixels.data(), pixels.size() / width, width, source_.bigEndian());
         if (page.predictor == PREDICTOR_HORIZONTAL) {
             UndoDifferences(pixels.data(), page.RowsOf(segment), page.segmentWidth, page.SegmentSamples(), width);
@@ -284,7 +289,7 @@ void RowDecoder::BeginStrip() {
 
 void RowDecoder::EndStrip() {
     if (deflate_) {
-        if (const char* problem = deflate_->EndRows()) DecoderView::RefuseDamaged(source_.file().name(), problem);
+        CheckDeflate(*deflate_, deflate_->EndRows(), source_.file().name());
     } else {
         GiveBack(UINT32_MAX);
     }
@@ -298,8 +303,7 @@ void RowDecoder::ReadRow(unsigned char* pixels) {
     if (deflate_) {
         const unsigned width = page.bits / 8;
         const auto size = static_cast<std::size_t>(page.RowBytes());
-        if (const char* problem = deflate_->Row(pixels, size))
-            DecoderView::RefuseDamaged(source_.file().name(), problem);
+        CheckDeflate(*deflate_, deflate_->Row(pixels, size), source_.file().name());
         ToNative(pixels, size / width, width, source_.bigEndian());
         if (page.predictor == PREDICTOR_HORIZONTAL) {
             UndoDifferences(pixels, 1, page.segmentWidth, page.SegmentSamples(), width);

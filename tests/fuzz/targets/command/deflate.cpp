@@ -87,15 +87,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const PageSource atOnce(structure, pages[0]), byRows(structure, pages[0]);
         DeflateReader reader(atOnce), rows(byRows);
         Bytes whole(pixels), rowed(pixels), bytes = stored;
-        const char* problem = reader.Decode(bytes, whole);
-        Require((problem == nullptr) == sound, "zlib and the reader take the same data");
+        const DeflateEnd end = reader.Decode(bytes, whole);
+        Require((end == DeflateEnd::Sound) == sound, "zlib and the reader take the same data");
         rows.BeginRows(pages[0].segments[0]);
-        const char* trouble = nullptr;
-        for (std::size_t row = 0; row < height && trouble == nullptr; ++row) {
-            trouble = rows.Row(&rowed[row * 3 * width], std::size_t{3} * width);
+        DeflateEnd last = DeflateEnd::Sound;
+        for (std::size_t row = 0; row < height && last == DeflateEnd::Sound; ++row) {
+            last = rows.Row(&rowed[row * 3 * width], std::size_t{3} * width);
         }
-        if (trouble == nullptr) trouble = rows.EndRows();
-        Require((trouble == nullptr) == sound, "rows are taken where the whole is");
+        if (last == DeflateEnd::Sound) last = rows.EndRows();
+        Require((last == DeflateEnd::Sound) == sound, "rows are taken where the whole is");
+        Require(reader.Explain(end).empty() == sound && rows.Explain(last).empty() == sound, "a reason for a refusal");
         if (!sound) return;
         Require(std::equal(whole.begin(), whole.end(), plain.bytes.begin()), "the pixels of zlib");
         Require(rowed == whole, "the same row by row");
