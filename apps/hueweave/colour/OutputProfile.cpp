@@ -88,7 +88,8 @@ Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double
     // adapted unit vectors.
     const cmsCIExyY d65{0.3127, 0.3290, 1.0};
     cmsCIEXYZ source = *cmsD50_XYZ();
-    if (space.primaries != ColorLch::ColorSpace_ColorMatchRGB) cmsxyY2XYZ(&source, &d65);
+    const ColorLch::ColorSpace primaries = space.Built(16).primaries;
+    if (primaries != ColorLch::ColorSpace_ColorMatchRGB) cmsxyY2XYZ(&source, &d65);
     constexpr cmsCIEXYZ kUnits[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
     std::array<cmsCIEXYZ, 3> columns{};
     for (std::size_t c = 0; c < 3; ++c) cmsAdaptToIlluminant(&columns[c], &source, cmsD50_XYZ(), &kUnits[c]);
@@ -96,7 +97,7 @@ Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double
     const cmsCIEXYZ adaptation[] = {{x.X, y.X, z.X}, {x.Y, y.Y, z.Y}, {x.Z, y.Z, z.Z}};
     work.Write(profile, cmsSigChromaticAdaptationTag, adaptation);
 
-    const ColorLch::Matrix& m = PrimariesOf(space.primaries);
+    const ColorLch::Matrix& m = PrimariesOf(primaries);
     constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
     constexpr cmsTagSignature kCurves[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
     for (std::size_t c = 0; c < 3; ++c) {

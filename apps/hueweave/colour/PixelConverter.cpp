@@ -12,8 +12,6 @@
 namespace hueweave::tool {
 namespace {
 
-using namespace ICC40::ICCFILE;
-
 constexpr std::size_t kRun = 2048;  ///< pixels that are gathered at a time; they stay in the first cache
 /// The largest linear value that a node of the engine's grid can have: nodes have 8 bits.
 constexpr std::size_t kTopNode = 65280;
@@ -39,7 +37,7 @@ void SetSample(unsigned char* at, unsigned bits, unsigned value) {
 PixelConverter::PixelConverter(const Bytes& profile, const std::string& name, const Rendering& rendering, unsigned bits)
     : rendering_(rendering), bits_(bits) {
     const Space& space = *rendering.space;
-    engine_ = BindEngine(profile, rendering, bits == 16 || space.ByTable(), bits == 8 ? space.code8 : space.code16);
+    engine_ = BindEngine(profile, rendering, bits == 16 || space.ByTable(), space.Built(bits).space);
     if (engine_ == nullptr) {
         throw Refusal(Exit::Profile, name, "has no table that can be used", "give another profile");
     }
@@ -49,7 +47,7 @@ PixelConverter::PixelConverter(const Bytes& profile, const std::string& name, co
             const unsigned adobe = AdobeFromGamma18(static_cast<std::uint16_t>(v));
             map_[v] = static_cast<std::uint16_t>(bits == 16 ? adobe : (adobe * 255 + 32767) / 65535);
         }
-    } else if (bits == 16 && space.code16 == CsKodakMix_16 && !rendering.curves) {
+    } else if (bits == 16 && space.Built(bits).bits == 8 && !rendering.curves) {
         // This curve has samples of 8 bits at both depths: taken as they are, a 16-bit file would turn out black.
         for (unsigned v = 0; v < 65536; ++v) map_.push_back(static_cast<std::uint16_t>(std::min(v, 255U) * 257));
     }
@@ -131,7 +129,7 @@ Bytes PixelConverter::OutputProfile() const {
     std::string title(space.title);
     std::vector<std::vector<double>> decoding;
     if (space.tone == Tone::Kodak || rendering_.curves) {
-        const bool narrow = bits_ == 8 || space.code16 == CsKodakMix_16;
+        const bool narrow = space.Built(bits_).bits == 8;
         const std::uint32_t top = narrow && !(rendering_.curves && bits_ == 16) ? 255 : 65535;
         for (const std::uint32_t* table : {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB}) {
             const auto inverse = InvertTable(table, top, top == 255 ? 256 : 4096);

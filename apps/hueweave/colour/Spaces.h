@@ -6,8 +6,8 @@
 #include <span>
 #include <string_view>
 
-#include "color/CLCH.h"
 #include "iccfile/IccTypes.h"
+#include "units/OutputSpaces.h"
 
 namespace hueweave::tool {
 
@@ -19,10 +19,11 @@ struct Space {
     std::string_view name;                              ///< for --to
     std::string_view title;                             ///< in the profile of the output
     ICC40::ICCFILE::ColorSpaceSignature code8, code16;  ///< for files of 8 and of 16 bits
-    ColorLch::ColorSpace primaries;
     Tone tone;
     std::string_view note;  ///< for `hueweave spaces`
 
+    /// What the engine builds for files of so many bits: primaries and the width of a sample.
+    const ICC40::ICC_UNIT::OutputSpace& Built(unsigned bits) const;
     /// AdobeRGB as it is used has no code of its own: a table turns the space of gamma 1.8 into it.
     bool ByTable() const { return tone == Tone::Adobe; }
 };

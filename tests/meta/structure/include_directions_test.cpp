@@ -38,7 +38,7 @@ const Tree kLibrary{"Source",
                      {"engine", {"base", "engine", "engine/kernels", "units", "iccfile", "tiff", "hueweave"}}}};
 
 const Folders kSystem{"system"};
-const Folders kColour{"colour", "color", "engine", "iccfile", "base"};
+const Folders kColour{"colour", "color", "engine", "iccfile", "units", "base"};
 const Folders kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kBatch{"batch"}, kCli{"cli"};
 
 Folders operator+(Folders a, const Folders& b) {
