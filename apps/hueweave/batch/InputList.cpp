@@ -2,7 +2,6 @@
 // Copyright (c) The Hueweave authors
 #include "batch/InputList.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,7 +10,6 @@
 #include <filesystem>
 
 #include "batch/LineReader.h"
-#include "system/FileAccess.h"
 #include "system/FolderNames.h"
 #include "system/Refusal.h"
 #include "system/StandardStreams.h"
@@ -38,7 +36,7 @@ bool IsTiffName(const fs::path& path) {
 class FolderWalk {
 public:
     /// Nothing below `leftOut` counts: it holds results.
-    FolderWalk(std::string top, const std::string& leftOut) : top_(std::move(top)), leftOut_(leftOut) {}
+    FolderWalk(std::string top, const std::string& leftOut) : top_(std::move(top)), leftOut_(IdentityOf(leftOut)) {}
 
     std::vector<Found> Run() {
         Enter(top_);
@@ -49,10 +47,10 @@ public:
 
 private:
     void Enter(const fs::path& folder) {
-        struct stat status {};
+        const std::optional<FileIdentity> identity = IdentityOf(folder.native());
+        if (identity && !entered_.insert(*identity).second) return;
+        if (identity && folder != top_ && identity == leftOut_) return;
         std::error_code error;
-        if (::stat(folder.c_str(), &status) == 0 && !entered_.emplace(status.st_dev, status.st_ino).second) return;
-        if (folder != top_ && !leftOut_.empty() && fs::equivalent(folder, leftOut_, error)) return;
         int problem = 0;
         for (const std::string& name : NamesInFolder(folder.string(), problem)) {
             const fs::path path = folder / name;
@@ -68,8 +66,9 @@ private:
         found_.push_back({path.string(), path.lexically_relative(top_).string(), problem});
     }
 
-    std::string top_, leftOut_;
-    std::set<std::pair<std::uint64_t, std::uint64_t>> entered_;  ///< device and inode
+    std::string top_;
+    std::optional<FileIdentity> leftOut_;
+    std::set<FileIdentity> entered_;
     std::vector<Found> found_;
 };
 
@@ -119,9 +118,8 @@ std::map<FileIdentity, std::string> FilesOfOptions(const ConvertOptions& options
     for (const auto& [option, path] :
          {std::pair{"--profile", options.profile.value_or("")}, std::pair{"--curve", options.curveFile},
           std::pair{"--files-from", options.filesFrom.value_or("")}}) {
-        struct stat status {};
-        if (path.empty() || path == "-" || ::stat(path.c_str(), &status) != 0) continue;
-        files.emplace(FileIdentity{status.st_dev, status.st_ino}, option);
+        const auto identity = path == "-" ? std::nullopt : IdentityOf(path);
+        if (identity) files.emplace(*identity, option);
     }
     return files;
 }
@@ -177,10 +175,8 @@ InputList ListInputs(const ConvertOptions& options) {
         if (options.inPlace && file.source == "-") {
             throw Refusal(Exit::Usage, "", "--in-place takes no standard input", "write it with -o");
         }
-        struct stat status {};
-        if (file.source != "-" && ::stat(file.source.c_str(), &status) == 0) {
-            list.identities.emplace(status.st_dev, status.st_ino);
-        }
+        const auto identity = file.source == "-" ? std::nullopt : IdentityOf(file.source);
+        if (identity) list.identities.insert(*identity);
         if (options.shard && StableHash(file.relative) % options.shard->parts != options.shard->part - 1) continue;
         const std::string output = options.inPlace        ? file.source
                                    : !list.folder.empty() ? (fs::path(list.folder) / file.relative).string()

@@ -5,10 +5,10 @@
 #include <map>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "batch/ConvertOptions.h"
+#include "system/FileAccess.h"
 
 namespace hueweave::tool {
 
@@ -19,9 +19,6 @@ struct Item {
     std::string relative;  ///< of the output below the output folder; also what shards go by
     std::string refusal;   ///< why it cannot be tried; empty if it can
 };
-
-/// Device and inode.
-using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
 
 struct InputList {
     std::vector<Item> items;

@@ -32,24 +32,20 @@ long long WholeNumber(const nlohmann::json& json, const char* key) {
 
 }  // namespace
 
-RecordEntries::State RecordEntries::StateOf(const struct stat& status) {
-    return {status.st_size, status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec};
-}
-
 void RecordEntries::Take(const std::string& line) {
     const auto json = nlohmann::json::parse(line, nullptr, false);
     if (!json.is_object()) return;
     try {
-        const State state{WholeNumber(json, "size"), WholeNumber(json, "modified")};
-        entries_[TakeName(json, "output")].emplace(json.at("fingerprint").get<std::string>(), state);
+        const FileVersion version{WholeNumber(json, "size"), WholeNumber(json, "modified")};
+        entries_[TakeName(json, "output")].emplace(json.at("fingerprint").get<std::string>(), version);
     } catch (const nlohmann::json::exception&) {
         return;
     }
 }
 
-bool RecordEntries::Has(const std::string& output, const std::string& fingerprint, const State& state) const {
+bool RecordEntries::Has(const std::string& output, const std::string& fingerprint, const FileVersion& version) const {
     const auto lines = entries_.find(output);
-    return lines != entries_.end() && lines->second.contains({fingerprint, state});
+    return lines != entries_.end() && lines->second.contains({fingerprint, version});
 }
 
 void ResumeRecord::Load() {
@@ -75,14 +71,14 @@ ResumeRecord::~ResumeRecord() {
     struct stat now {
     }, ours{};
     if (::lstat(path.c_str(), &now) != 0 || ::fstat(record_.file.descriptor(), &ours) != 0) return;
-    const bool same = now.st_dev == ours.st_dev && now.st_ino == ours.st_ino;
+    const bool same = IdentityOf(now) == IdentityOf(ours);
     if (same && now.st_size == written_) ::unlink(path.c_str());  // else another run wrote to it as well
 }
 
 bool ResumeRecord::IsDone(const std::string& relative, const std::string& fingerprint) const {
     struct stat now {};
     if (::stat((folder_ + "/" + relative).c_str(), &now) != 0) return false;
-    return entries_.Has(relative, fingerprint, RecordEntries::StateOf(now));
+    return entries_.Has(relative, fingerprint, VersionOf(now));
 }
 
 void ResumeRecord::Begin() {
@@ -101,12 +97,12 @@ void ResumeRecord::Open() {
 }
 
 void ResumeRecord::Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output) {
-    const RecordEntries::State state = RecordEntries::StateOf(output.Status());
+    const FileVersion version = VersionOf(output.Status());
     nlohmann::ordered_json json;
     PutName(json, "output", relative);
     json["fingerprint"] = fingerprint;
-    json["size"] = state.size;
-    json["modified"] = state.modified;
+    json["size"] = version.size;
+    json["modified"] = version.modified;
     // A fresh line, should the last one have been cut off.
     const std::string line = "\n" + JsonLine(json) + "\n";
     std::unique_lock lock(mutex_);

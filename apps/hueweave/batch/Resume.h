@@ -16,19 +16,14 @@ namespace hueweave::tool {
 /// The outputs that lines of a record tell of, as they were when they were written.
 class RecordEntries {
 public:
-    struct State {
-        long long size = 0, modified = 0;                ///< bytes; nanoseconds since 1970
-        auto operator<=>(const State&) const = default;  // NOLINT(modernize-use-nullptr): it compares with 0 itself
-    };
-    static State StateOf(const struct stat& status);
     /// Takes a line; passes over what is none of ours, such as one that was cut off by a crash.
     void Take(const std::string& line);
-    /// Whether a line tells of this output, made under this fingerprint, in this state.
-    bool Has(const std::string& output, const std::string& fingerprint, const State& state) const;
+    /// Whether a line tells of this output, made under this fingerprint, in this version.
+    bool Has(const std::string& output, const std::string& fingerprint, const FileVersion& version) const;
 
 private:
     /// By output; also of runs that were killed before the output got its name.
-    std::map<std::string, std::set<std::pair<std::string, State>>> entries_;
+    std::map<std::string, std::set<std::pair<std::string, FileVersion>>> entries_;
 };
 
 /// What runs wrote to a folder: a line of JSON a file, in ".hueweave.jsonl" in that folder. Several runs may add to it

@@ -3,7 +3,6 @@
 #include "cli/BakeCommand.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
 
@@ -35,10 +34,8 @@ Exit BakeCommand::Run() {
     }
     const auto existing = options_.force ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
     const DeviceProfile profile = LoadProfile(options_.profile);
-    struct stat from {
-    }, to{};
-    if (::stat(options_.profile.c_str(), &from) == 0 && ::stat(options_.output.c_str(), &to) == 0 &&
-        from.st_dev == to.st_dev && from.st_ino == to.st_ino) {
+    const auto from = IdentityOf(options_.profile);
+    if (from && from == IdentityOf(options_.output)) {
         throw Refusal(Exit::Output, options_.output, "is the input itself", "choose another name");
     }
     CheckTarget(options_.output, existing);

@@ -44,10 +44,19 @@ std::string FolderOf(const std::string& path) {
 
 std::string ErrorText(int error) { return std::strerror(error); }
 
-FileState StateOf(const struct stat& status) {
-    return {status.st_dev, status.st_ino, status.st_size,
-            status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec};
+FileIdentity IdentityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
+
+std::optional<FileIdentity> IdentityOf(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+    return IdentityOf(status);
 }
+
+FileVersion VersionOf(const struct stat& status) {
+    return {status.st_size, status.st_mtim.tv_sec * 1000000000LL + status.st_mtim.tv_nsec};
+}
+
+FileState StateOf(const struct stat& status) { return {IdentityOf(status), VersionOf(status)}; }
 
 FileAccess& FileAccess::operator=(FileAccess&& other) noexcept {
     if (this != &other) {

@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,10 +24,26 @@ struct Extent {
     std::uint64_t End() const { return offset + size; }
 };
 
+/// What tells a file from every other one, under whatever name.
+struct FileIdentity {
+    std::uint64_t device = 0, inode = 0;
+    auto operator<=>(const FileIdentity&) const = default;  // NOLINT(modernize-use-nullptr): it compares with 0 itself
+};
+FileIdentity IdentityOf(const struct stat& status);
+/// That of the file under a path, or to which the link there leads; null where there is none.
+std::optional<FileIdentity> IdentityOf(const std::string& path);
+
+/// What tells a file from itself after somebody wrote to it.
+struct FileVersion {
+    long long size = 0, modified = 0;                      ///< bytes; nanoseconds since 1970
+    auto operator<=>(const FileVersion&) const = default;  // NOLINT(modernize-use-nullptr)
+};
+FileVersion VersionOf(const struct stat& status);
+
 /// What tells a file from another one that takes its name, and from itself after somebody wrote to it.
 struct FileState {
-    std::uint64_t device = 0, inode = 0;
-    long long size = 0, modified = 0;  ///< bytes; nanoseconds since 1970
+    FileIdentity identity;
+    FileVersion version;
     bool operator==(const FileState&) const = default;
 };
 FileState StateOf(const struct stat& status);

@@ -197,8 +197,7 @@ void OutputFile::SyncFolder(const FileAccess& folder) {
                       "check the disk");
     }
     struct stat now {};
-    const struct stat ours = file_.Status();
-    const bool same = ::lstat(path_.c_str(), &now) == 0 && now.st_dev == ours.st_dev && now.st_ino == ours.st_ino;
+    const bool same = ::lstat(path_.c_str(), &now) == 0 && IdentityOf(now) == file_.State().identity;
     if (same) ::unlink(path_.c_str());
     RefuseWrite(path_, error);
 }
