@@ -5,12 +5,10 @@
 #include <fmt/format.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <mutex>
 #include <new>
-#include <thread>
 
 #include "system/JsonNames.h"
 #include "system/Signals.h"
@@ -21,53 +19,31 @@ namespace hueweave::tool {
 
 namespace {
 
-/// Hands out files, and threads among them: files side by side as long as there are enough, and what is left over
-/// goes to the blocks of each.
+/// Files side by side as long as there are enough; threads that are left over go to the blocks of each.
 class Batch {
 public:
     Batch(Session& session, unsigned threads) : session_(session), threads_(threads) {}
 
     Exit Run() {
-        const std::size_t files = session_.list.items.size();
-        const unsigned runners = static_cast<unsigned>(std::clamp<std::size_t>(files, 1, threads_));
-        std::vector<std::thread> helpers;
-        helpers.reserve(runners);
-        StartThreads(helpers, runners - 1, [this] { Loop(); });
-        Loop();
-        for (std::thread& helper : helpers) helper.join();
-        if (interrupted_) throw Interrupted();
-        if (failure_) std::rethrow_exception(failure_);
+        Convert();
         Summarise();
         if (failed_ == 0) return Exit::Done;
         return session_.list.single ? lastFailure_ : Exit::SomeFailed;
     }
 
 private:
-    /// No exception leaves a thread. What none of the files is to blame for ends the run.
-    void Loop() {
+    /// What none of the files is to blame for ends the run, a signal before anything else.
+    void Convert() {
+        WorkUnits files(session_.list.items.size());
         try {
-            RunFiles();
+            files.Run(threads_, [this]() -> WorkUnits::Work {
+                return [this](WorkUnits::Unit file) {
+                    RunFile(session_.list.items[static_cast<std::size_t>(file.number)], file.threads);
+                };
+            });
         } catch (...) {
-            const std::lock_guard lock(mutex_);
-            if (!failure_) failure_ = std::current_exception();
-        }
-    }
-
-    void RunFiles() {
-        for (;;) {
-            const Item* item = nullptr;
-            unsigned threads = 0;
-            {
-                const std::lock_guard lock(mutex_);
-                if (interrupted_ || failure_ || next_ == session_.list.items.size()) return;
-                item = &session_.list.items[next_++];
-                const std::size_t waiting = session_.list.items.size() - next_;
-                threads = std::max(1U, (threads_ - std::min(used_, threads_)) / static_cast<unsigned>(waiting + 1));
-                used_ += threads;
-            }
-            RunFile(*item, threads);
-            const std::lock_guard lock(mutex_);
-            used_ -= threads;
+            ThrowIfInterrupted();
+            throw;
         }
     }
 
@@ -79,8 +55,7 @@ private:
             const std::lock_guard lock(mutex_);
             ++counts_[static_cast<std::size_t>(outcome)];
         } catch (const Interrupted&) {
-            const std::lock_guard lock(mutex_);
-            interrupted_ = true;
+            throw;
         } catch (...) {
             Refuse(item, name, std::current_exception());
         }
@@ -126,12 +101,8 @@ private:
     unsigned threads_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::mutex mutex_;
-    std::size_t next_ = 0;
-    unsigned used_ = 0;
     std::size_t counts_[3] = {}, failed_ = 0;
     Exit lastFailure_ = Exit::Done;
-    bool interrupted_ = false;
-    std::exception_ptr failure_;
 };
 
 std::uint64_t TotalSize(const InputList& list) {

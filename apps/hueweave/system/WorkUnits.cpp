@@ -5,34 +5,46 @@
 #include <algorithm>
 #include <new>
 #include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "system/Signals.h"
 
 namespace hueweave::tool {
+namespace {
 
-void StartThreads(std::vector<std::thread>& threads, unsigned count, const std::function<void()>& what) {
-    threads.reserve(threads.size() + count);
-    for (unsigned i = 0; i < count; ++i) {
-        try {
-            threads.emplace_back(what);
-        } catch (const std::system_error&) {
-            return;
-        } catch (const std::bad_alloc&) {
-            return;
-        }
+/// Starts `count` threads, or as many as the system allows.
+std::vector<std::thread> StartThreads(std::uint64_t count, const std::function<void()>& what) {
+    std::vector<std::thread> threads;
+    threads.reserve(count);
+    try {
+        while (threads.size() < count) threads.emplace_back(what);
+    } catch (const std::system_error&) {
+        return threads;
+    } catch (const std::bad_alloc&) {
+        return threads;
     }
+    return threads;
+}
+
+}  // namespace
+
+bool WorkUnits::Take(Unit& unit) {
+    const std::lock_guard lock(mutex_);
+    used_ -= std::exchange(unit.threads, 0);
+    if (failure_ || next_ == count_) return false;
+    const std::uint64_t left = count_ - next_;
+    unit.number = next_++;
+    unit.threads = std::max(1U, static_cast<unsigned>((threads_ - std::min(used_, threads_)) / left));
+    used_ += unit.threads;
+    return true;
 }
 
 void WorkUnits::Loop(const MakeWorker& makeWorker) {
     try {
         const Work work = makeWorker();
-        for (;;) {
-            std::uint64_t unit = 0;
-            {
-                const std::lock_guard lock(mutex_);
-                if (failure_ || next_ == count_) return;
-                unit = next_++;
-            }
+        for (Unit unit{0, 0}; Take(unit);) {
             ThrowIfInterrupted();
             work(unit);
         }
@@ -60,9 +72,9 @@ void WorkUnits::InOrder(Part part, std::uint64_t unit, const std::function<void(
 }
 
 void WorkUnits::Run(unsigned threads, const MakeWorker& makeWorker) {
-    if (threads > count_) threads = std::max(1U, static_cast<unsigned>(count_));
-    std::vector<std::thread> helpers;
-    StartThreads(helpers, threads - 1, [&] { Loop(makeWorker); });
+    threads_ = threads;
+    const std::uint64_t runners = std::clamp<std::uint64_t>(count_, 1, threads);
+    std::vector<std::thread> helpers = StartThreads(runners - 1, [&] { Loop(makeWorker); });
     Loop(makeWorker);
     for (std::thread& helper : helpers) helper.join();
     if (failure_) std::rethrow_exception(failure_);

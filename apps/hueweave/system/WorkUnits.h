@@ -7,24 +7,27 @@
 #include <exception>
 #include <functional>
 #include <mutex>
-#include <thread>
-#include <vector>
 
 namespace hueweave::tool {
 
-/// Starts `count` threads more, or as many as the system allows.
-void StartThreads(std::vector<std::thread>& threads, unsigned count, const std::function<void()>& what);
-
-/// Numbered units of work on several threads, with a part of each that is done in the order of the numbers. So the
-/// outcome does not depend on the number of threads.
+/// Numbered units of work on several threads: the files of a run, or the blocks of an image. Parts of a unit can be
+/// done in the order of the numbers, so that the outcome does not depend on the number of threads.
 class WorkUnits {
 public:
-    /// Runs `work(unit)`. A worker is made on each thread and owns what that thread needs.
-    using Work = std::function<void(std::uint64_t unit)>;
+    /// A unit by its number, and the threads that it may use itself: where fewer units are left than threads, those
+    /// that are over are divided among them.
+    struct Unit {
+        std::uint64_t number = 0;
+        unsigned threads = 1;
+        operator std::uint64_t() const { return number; }  // NOLINT(google-explicit-constructor): see `Work`
+    };
+    /// Does a unit; may take its number alone. A worker is made on each thread and owns what that thread needs.
+    using Work = std::function<void(Unit unit)>;
     using MakeWorker = std::function<Work()>;
 
     explicit WorkUnits(std::uint64_t count) : count_(count) {}
-    /// Passes on the first exception, after all threads have ended.
+    /// Does all units on `threads` threads, or as many as the system allows. After an exception or a signal no further
+    /// unit is begun; the first exception is passed on after all threads have ended.
     void Run(unsigned threads, const MakeWorker& makeWorker);
     /// Parts of a unit that each wait for the same part of the units before, and for nothing else.
     enum Part { Measuring, Placing };
@@ -34,12 +37,15 @@ public:
 private:
     struct Stopped {};
     void Loop(const MakeWorker& makeWorker);
+    /// Gives back the threads of the unit before and takes the next one. False where there is none, or after a failure.
+    bool Take(Unit& unit);
 
     std::uint64_t count_;
     std::mutex mutex_;
     std::condition_variable turn_;
-    std::uint64_t next_ = 0;         ///< unit that nobody has taken
-    std::uint64_t current_[2] = {};  ///< by part: unit whose turn it is
+    unsigned threads_ = 1, used_ = 0;  ///< in all; by units that were taken
+    std::uint64_t next_ = 0;           ///< unit that nobody has taken
+    std::uint64_t current_[2] = {};    ///< by part: unit whose turn it is
     std::exception_ptr failure_;
 };
 

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cmath>
 #include <csignal>
+#include <latch>
 #include <mutex>
 #include <numeric>
 
@@ -200,6 +201,27 @@ TEST(WorkUnitsTest, AFailureEndsAllThreadsAndIsPassedOn) {
     };
     EXPECT_THROW(run(), Refusal);
     EXPECT_LT(begun, 1000);
+}
+
+TEST(WorkUnitsTest, ThreadsThatAreLeftOverAreDividedAmongTheUnits) {
+    // All units are taken before the first is done.
+    const auto shares = [](std::uint64_t count, unsigned threads) {
+        std::vector<unsigned> given(count);
+        std::latch taken(static_cast<std::ptrdiff_t>(count));
+        WorkUnits units(count);
+        units.Run(threads, [&]() -> WorkUnits::Work {
+            return [&](WorkUnits::Unit unit) {
+                given[unit.number] = unit.threads;
+                taken.arrive_and_wait();
+            };
+        });
+        return given;
+    };
+    using Shares = std::vector<unsigned>;
+    EXPECT_EQ(shares(1, 8), (Shares{8}));
+    EXPECT_EQ(shares(2, 8), (Shares{4, 4}));
+    EXPECT_EQ(shares(3, 8), (Shares{2, 3, 3}));
+    EXPECT_EQ(shares(3, 3), (Shares{1, 1, 1}));
 }
 
 TEST(TiffStructureTest, NoDamageLeadsOutOfTheFile) {
