@@ -5,32 +5,18 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
-#include <map>
 #include <thread>
 #include <utility>
 
 #include "batch/Batch.h"
 #include "batch/CurveFile.h"
 #include "cli/AllowedPaths.h"
+#include "cli/Values.h"
 #include "system/StandardStreams.h"
 
 namespace hueweave::tool {
 
 namespace {
-
-std::uint64_t ParseMemory(const std::string& text) {
-    std::uint64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const std::string unit(end, text.data() + text.size());
-    const std::map<std::string, int> shifts{{"", 0}, {"K", 10}, {"M", 20}, {"G", 30}};
-    const auto shift = shifts.find(unit);
-    if (error != std::errc() || shift == shifts.end() || value > (std::uint64_t{1} << 33)) {
-        RefuseUsage("--max-memory " + text + " is not a size", "use for example 64M or 1G");
-    }
-    const std::uint64_t bytes = value << shift->second;
-    if (bytes < (std::uint64_t{32} << 20)) RefuseUsage("--max-memory " + text + " is too little", "use 32M or more");
-    return bytes;
-}
 
 Shard ParseShard(const std::string& text) {
     Shard shard;
@@ -76,28 +62,32 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
     c->add_option("INPUT", options_.inputs, "TIFF files, folders of them, or - for standard input");
     c->add_option("-o,--output", options_.output, "File or folder to write, or - for standard output");
     c->add_option("--profile", options_.profile, "Profile of the input (default: the one that it embeds)");
-    c->add_option("--to", words_.rendering.space, "Colour space of the output, see: hueweave spaces")
-        ->capture_default_str();
-    c->add_option("--intent", words_.rendering.intent, "perceptual, relative, saturation or absolute")
-        ->capture_default_str();
-    c->add_option("--lightness", options_.rendering.lightness, "Shift of L*, -100 to 100");
-    c->add_option("--chroma", options_.rendering.chroma, "Shift of C*, -100 to 100 (any shift cuts C* at 100)");
-    c->add_option("--hue", options_.rendering.hue, "Shift of the hue in degrees, -360 to 360");
+    Rendering& r = options_.rendering;
+    AddChoice(*c, "--to", r.space, SpaceChoices(), "Colour space of the output, see: hueweave spaces");
+    AddChoice(*c, "--intent", r.intent, IntentChoices(), "perceptual, relative, saturation or absolute");
+    c->add_option("--lightness", r.lightness, "Shift of L*, -100 to 100")->check(Within(-100, 100));
+    c->add_option("--chroma", r.chroma, "Shift of C*, -100 to 100 (any shift cuts C* at 100)")
+        ->check(Within(-100, 100));
+    c->add_option("--hue", r.hue, "Shift of the hue in degrees, -360 to 360")->check(Within(-360, 360));
     c->add_option("--curve", options_.curveFile,
                   "Tone curves in place of the space's own: a CSV of 256 rows of three values of 0 to 255, the output "
                   "for linear light from 0 to 1");
-    c->add_option("--source", words_.source,
-                  "Where --profile meets an embedded profile: given, embedded or require-match")
-        ->capture_default_str();
+    const Choices<SourceRule> rules{
+        {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}, {"require-match", SourceRule::RequireMatch}};
+    AddChoice(*c, "--source", options_.source, rules,
+              "Where --profile meets an embedded profile: given, embedded or require-match");
     c->add_flag("--no-tag", options_.noTag, "Embed no profile in the output");
     c->add_flag("--force", options_.force, "Replace files that are there already");
     c->add_flag("--in-place", options_.inPlace, "Replace each input by its conversion");
     c->add_option("-j,--jobs", options_.jobs, "Threads (default: one a processor)")->check(CLI::Range(1, 1024));
-    c->add_option("--max-memory", words_.memory, "Memory for a file, whatever its size")->capture_default_str();
+    c->add_option("--max-memory", options_.maxMemory, "Memory for a file, whatever its size")
+        ->transform(Memory())
+        ->type_name("TEXT")
+        ->default_str("64M");
     c->add_option("--files-from", options_.filesFrom,
                   "Read the names of more inputs from a file or - , one a line; outputs stand side by side");
     c->add_flag("-0", options_.nul, "These names end in a zero byte");
-    c->add_option("--shard", words_.shard, "Take the K-th of N parts of the inputs, as K/N");
+    c->add_option("--shard", shard_, "Take the K-th of N parts of the inputs, as K/N");
     c->add_flag("--resume", options_.resume, "Skip files that an earlier run converted the same way");
     c->add_flag("--dry-run", options_.dryRun, "Say what would happen, write nothing");
     c->add_flag("-q,--quiet", options_.quiet, "Say nothing but refusals");
@@ -108,19 +98,11 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
 
 void ConvertCommand::Settle() {
     ConvertOptions& a = options_;
-    SettleRendering(words_.rendering, a.rendering);
     if (!a.curveFile.empty() && a.rendering.space->ByTable()) {
         RefuseUsage("--curve does not go with --to adobe-rgb, which is made by a curve itself",
                     "use --to adobe-rgb-g18");
     }
-    const std::map<std::string, SourceRule> rules{
-        {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}, {"require-match", SourceRule::RequireMatch}};
-    const auto rule = rules.find(words_.source);
-    if (rule == rules.end())
-        RefuseUsage("--source " + words_.source + " is not known", "use given, embedded or require-match");
-    a.source = rule->second;
-    a.maxMemory = ParseMemory(words_.memory);
-    if (!words_.shard.empty()) a.shard = ParseShard(words_.shard);
+    if (!shard_.empty()) a.shard = ParseShard(shard_);
     if (a.inputs.empty() && !a.filesFrom) RefuseUsage("no input was given", "name TIFF files or folders");
     for (const std::string& input : a.inputs) {
         if (input.empty()) RefuseUsage("the name of an input is empty", "name TIFF files or folders");

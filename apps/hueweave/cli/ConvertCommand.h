@@ -6,7 +6,6 @@
 
 #include "batch/ConvertOptions.h"
 #include "cli/Command.h"
-#include "cli/RenderingWords.h"
 
 namespace hueweave::tool {
 
@@ -20,10 +19,7 @@ public:
 
 private:
     ConvertOptions options_;
-    struct {
-        RenderingWords rendering;
-        std::string source = "given", memory = "64M", shard;
-    } words_;  ///< before they are understood
+    std::string shard_;  ///< before it is understood
 };
 
 }  // namespace hueweave::tool

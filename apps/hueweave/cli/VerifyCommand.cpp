@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/ImageColours.h"
+#include "cli/Values.h"
 #include "colour/Compare.h"
 #include "colour/EngineProfile.h"
 #include "system/Json.h"
@@ -61,8 +62,8 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("verify", "Compare the engine with Little CMS in floating point");
     c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
     c->add_option("--image", options_.image, "Compare the colours of a TIFF file, not a grid");
-    c->add_option("--to", words_.space, "Colour space of the output")->capture_default_str();
-    c->add_option("--intent", words_.intent, "Rendering intent")->capture_default_str();
+    AddChoice(*c, "--to", options_.rendering.space, SpaceChoices(), "Colour space of the output");
+    AddChoice(*c, "--intent", options_.rendering.intent, IntentChoices(), "Rendering intent");
     // As words: CLI11 takes an empty one for one of several numbers.
     c->add_option("--bits", options_.bits, "Bits a sample")->check(CLI::IsMember({"8", "16"}))->capture_default_str();
     c->add_option("--points", options_.points, "Points of the grid on each axis")
@@ -70,7 +71,7 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
         ->capture_default_str();
     c->add_option("--limit", options_.limit,
                   "Fail (exit status 1) if more than 5 % of the colours differ by more than this CIEDE2000")
-        ->check(CLI::Range(0.0, 100.0));
+        ->check(Within(0, 100).description("FLOAT in [0 - 100]"));
     c->add_flag("--json", options_.json, "Write one line of JSON");
     AddSandbox(*c, options_.sandbox);
     return c;

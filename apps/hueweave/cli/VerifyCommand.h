@@ -6,7 +6,7 @@
 #include <string>
 
 #include "cli/Command.h"
-#include "cli/RenderingWords.h"
+#include "colour/Rendering.h"
 
 namespace hueweave::tool {
 
@@ -23,13 +23,11 @@ struct VerifyOptions {
 class VerifyCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;
-    void Settle() override { SettleRendering(words_, options_.rendering); }
     Exit Run() override;
     const VerifyOptions& options() const { return options_; }
 
 private:
     VerifyOptions options_;
-    RenderingWords words_;  ///< before they are understood
 };
 
 }  // namespace hueweave::tool

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "cli/Values.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <cstdint>
+#include <map>
+
+namespace hueweave::tool {
+namespace {
+
+/// Makes a number of bytes of the word; returns why it cannot be done.
+std::string TakeMemory(std::string& word) {
+    static const std::map<std::string, int> kShifts{{"", 0}, {"K", 10}, {"M", 20}, {"G", 30}};
+    std::uint64_t value = 0;
+    const char* const last = word.data() + word.size();
+    const auto [end, error] = std::from_chars(word.data(), last, value);
+    const auto shift = kShifts.find(std::string(end, last));
+    if (error != std::errc() || shift == kShifts.end() || value > (std::uint64_t{1} << 33)) {
+        return word + " is not a size, use for example 64M or 1G";
+    }
+    const std::uint64_t bytes = value << shift->second;
+    if (bytes < (std::uint64_t{32} << 20)) return word + " is too little, use 32M or more";
+    word = std::to_string(bytes);
+    return "";
+}
+
+}  // namespace
+
+Choices<const Space*> SpaceChoices() {
+    Choices<const Space*> choices;
+    for (const Space& space : Spaces()) choices.emplace_back(space.name, &space);
+    return choices;
+}
+
+Choices<ICC40::ICCFILE::Intent> IntentChoices() {
+    Choices<ICC40::ICCFILE::Intent> choices;
+    for (const NamedIntent& named : Intents()) choices.emplace_back(named.name, named.intent);
+    return choices;
+}
+
+CLI::Validator Within(double least, double most) {
+    const auto check = [least, most](std::string& word) -> std::string {
+        double value = 0;
+        if (CLI::detail::lexical_cast(word, value) && value >= least && value <= most) return "";
+        return fmt::format("{} is out of range, use {} to {}", word, least, most);
+    };
+    return {check, ""};
+}
+
+CLI::Validator Memory() { return {TakeMemory, ""}; }
+
+}  // namespace hueweave::tool

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Words of the command line, and the options that they become.
+#include <gtest/gtest.h>
+
+#include "cli/CommandLine.h"
+#include "cli/ConvertCommand.h"
+#include "cli/VerifyCommand.h"
+
+namespace hueweave::tool {
+namespace {
+
+std::unique_ptr<Command> ParseWords(std::vector<const char*> words) {
+    words.insert(words.begin(), "hueweave");
+    return ParseCommandLine(static_cast<int>(words.size()), words.data());
+}
+
+/// What one more word makes of a conversion.
+ConvertOptions ConvertWith(const std::string& word) {
+    const auto command = ParseWords({"convert", "x", "-o", "y", word.c_str()});
+    return dynamic_cast<const ConvertCommand&>(*command).options();
+}
+
+TEST(WordsTest, SizesAreDecimalBytesOrPowersOf1024) {
+    const auto memory = [](const std::string& size) { return ConvertWith("--max-memory=" + size).maxMemory; };
+    EXPECT_EQ(ConvertWith("-q").maxMemory, 67108864U);
+    EXPECT_EQ(memory("33554432"), 33554432U);
+    EXPECT_EQ(memory("32768K"), 33554432U);
+    EXPECT_EQ(memory("32M"), 33554432U);
+    EXPECT_EQ(memory("064M"), 67108864U);
+    EXPECT_EQ(memory("1G"), 1073741824U);
+    EXPECT_EQ(memory("8589934592G"), 9223372036854775808U);
+}
+
+TEST(WordsTest, ChoicesBecomeValues) {
+    using namespace ICC40::ICCFILE;
+    EXPECT_EQ(ConvertWith("-q").rendering.space->name, "srgb");
+    EXPECT_EQ(ConvertWith("-q").rendering.intent, IntentPerceptual);
+    EXPECT_EQ(ConvertWith("-q").source, SourceRule::Given);
+    EXPECT_EQ(ConvertWith("--to=kodak-text").rendering.space->code8, CsKodakText_8);
+    EXPECT_EQ(ConvertWith("--intent=perceptual").rendering.intent, IntentPerceptual);
+    EXPECT_EQ(ConvertWith("--intent=relative").rendering.intent, IntentRelativeColorimetric);
+    EXPECT_EQ(ConvertWith("--intent=saturation").rendering.intent, IntentSaturation);
+    EXPECT_EQ(ConvertWith("--intent=absolute").rendering.intent, IntentAbsoluteColorimetric);
+    EXPECT_EQ(ConvertWith("--source=given").source, SourceRule::Given);
+    EXPECT_EQ(ConvertWith("--source=embedded").source, SourceRule::Embedded);
+    EXPECT_EQ(ConvertWith("--source=require-match").source, SourceRule::RequireMatch);
+    const auto verify = ParseWords({"verify", "x"});
+    const Rendering& rendering = dynamic_cast<const VerifyCommand&>(*verify).options().rendering;
+    EXPECT_EQ(rendering.space->name, "srgb");
+    EXPECT_EQ(rendering.intent, IntentPerceptual);
+}
+
+TEST(WordsTest, RangesHoldTheirEnds) {
+    EXPECT_EQ(ConvertWith("--lightness=-100").rendering.lightness, -100);
+    EXPECT_EQ(ConvertWith("--chroma=100").rendering.chroma, 100);
+    EXPECT_EQ(ConvertWith("--hue=-360").rendering.hue, -360);
+    EXPECT_EQ(ConvertWith("--hue=360").rendering.hue, 360);
+}
+
+}  // namespace
+}  // namespace hueweave::tool
