@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 
 #include "system/FileAccess.h"
 #include "system/Refusal.h"

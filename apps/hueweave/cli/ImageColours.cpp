@@ -9,7 +9,6 @@
 #include "system/Refusal.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
-#include "tiff/Samples.h"
 #include "tiff/codec/TiffDecoder.h"
 
 namespace hueweave::tool {

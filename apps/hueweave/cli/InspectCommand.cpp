@@ -15,7 +15,6 @@
 #include "system/Json.h"
 #include "system/JsonNames.h"
 #include "system/Sandbox.h"
-#include "system/Sha256.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
 #include "tiff/TiffPage.h"

@@ -61,7 +61,7 @@ FileState StateOf(const struct stat& status) { return {IdentityOf(status), Versi
 FileAccess& FileAccess::operator=(FileAccess&& other) noexcept {
     if (this != &other) {
         Close();
-        descriptor_ = other.Release();
+        descriptor_ = std::exchange(other.descriptor_, -1);
         name_ = std::move(other.name_);
     }
     return *this;

@@ -82,7 +82,6 @@ public:
     void Write(std::uint64_t offset, const Bytes& data) const { Write(offset, data.data(), data.size()); }
     void Resize(std::uint64_t size) const;
     void Close();
-    int Release() { return std::exchange(descriptor_, -1); }
 
 private:
     int descriptor_ = -1;

@@ -4,7 +4,6 @@
 
 #include <tiffio.h>
 
-#include <algorithm>
 #include <limits>
 
 #include "system/Refusal.h"
