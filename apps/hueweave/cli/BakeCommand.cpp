@@ -15,7 +15,7 @@
 namespace hueweave::tool {
 
 CLI::App* BakeCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("bake", "Make a profile that the engine takes for every intent");
+    CLI::App* c = app.add_subcommand("bake", "Make a profile that the engine supports for every intent");
     c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
     c->add_option("-o,--output", options_.output, "Profile to write")->required();
     c->add_flag("--force", options_.force, "Replace a file that is there already");

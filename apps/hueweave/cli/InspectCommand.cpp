@@ -230,7 +230,7 @@ Json Describe(const std::string& path) {
 }  // namespace
 
 CLI::App* InspectCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("inspect", "Tell what a profile or a TIFF file holds");
+    CLI::App* c = app.add_subcommand("inspect", "Describe a profile or a TIFF file");
     c->add_option("FILE", options_.files, "Profiles or TIFF files")->required();
     c->add_flag("--json", options_.json, "Write one line of JSON a file");
     AddSandbox(*c, options_.sandbox);
