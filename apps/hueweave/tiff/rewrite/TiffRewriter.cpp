@@ -5,6 +5,7 @@
 #include "tiff/PhotoshopResources.h"
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/DirectoryWriter.h"
+#include "tiff/rewrite/ImageWriter.h"
 #include "tiff/rewrite/OutputCheck.h"
 
 namespace hueweave::tool {
@@ -103,8 +104,8 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
     for (std::size_t p = 0; p < pages.size(); ++p) {
         const TiffPage& page = pages[p];
         if (page.mask) continue;
-        ImageWriter writer(structure, pages, p, *jobs[p].converter, layout, target, settings, measured);
-        written[p] = {writer.Write(), jobs[p].icc};
+        const PageContext context{structure, page, p, *jobs[p].converter, layout, target, settings, measured};
+        written[p] = {WriteImage(context), jobs[p].icc};
         CutPlain(page, written[p].places);
         SetPlaces(structure, directories, page, written[p].places);
         MendOrientation(structure, directories, page.directory);

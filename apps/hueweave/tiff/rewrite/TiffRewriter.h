@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "tiff/rewrite/ImageWriter.h"
+#include "tiff/rewrite/WriteContext.h"
 
 namespace hueweave::tool {
 

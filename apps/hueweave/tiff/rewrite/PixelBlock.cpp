@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/rewrite/PixelBlock.h"
+
+#include <algorithm>
+
+#include "tiff/Samples.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// Counts the clipped pixels of a rectangle and hashes its colours, row by row.
+void MeasureColours(const PageContext& context, PlaneSet& planes, std::uint64_t columns, std::uint32_t rows) {
+    const TiffPage& page = context.page;
+    const unsigned width = page.bits / 8;
+    const std::uint64_t pixelBytes = std::uint64_t{planes.samples()} * width;
+    const std::uint64_t rowBytes = page.segmentWidth * pixelBytes;
+    Bytes line(static_cast<std::size_t>(columns * 3 * width));
+    for (std::uint32_t r = 0; r < rows; ++r) {
+        const unsigned char* from = &planes.data()[r * rowBytes];
+        for (std::uint64_t x = 0; x < columns; ++x) {
+            std::copy_n(from + x * pixelBytes, 3 * width, line.data() + x * 3 * width);
+        }
+        context.measured.clipped += context.converter.CountClipped(line.data(), static_cast<std::size_t>(columns));
+        ToNative(line.data(), line.size() / width, width, false);
+        context.measured.hash.Add(line.data(), line.size());
+    }
+}
+
+/// Measures the pixels that belong to the image, not to the padding of a tile, and tells of the progress.
+void Measure(const PageContext& context, const PixelBlock& block, PlaneSet& planes) {
+    const TiffPage& page = context.page;
+    const std::uint64_t left = block.segment % page.across * page.segmentWidth;
+    const std::uint64_t top = block.segment / page.across * page.segmentHeight + block.row;
+    if (top >= page.height) return;
+    const std::uint64_t columns = std::min<std::uint64_t>(page.segmentWidth, page.width - left);
+    const auto rows = static_cast<std::uint32_t>(std::min<std::uint64_t>(block.rows, page.height - top));
+    context.measured.pixels += columns * rows;
+    if (context.settings.progress) context.settings.progress(columns * rows);
+    if (context.settings.measure) MeasureColours(context, planes, columns, rows);
+}
+
+}  // namespace
+
+void ConvertBlock(const PageContext& context, const PixelBlock& block, PlaneSet& planes, PlaneSource& source,
+                  PlaneSink& sink, const InTurn& inTurn) {
+    const TiffPage& page = context.page;
+    planes.Gather(source);
+    const std::uint64_t pixels = std::uint64_t{block.rows} * page.segmentWidth;
+    context.converter.Convert(planes.data(), static_cast<std::size_t>(pixels), planes.samples(), page.premultiplied);
+    inTurn([&] { Measure(context, block, planes); });
+    planes.Scatter(sink);  // which may spoil the pixels
+}
+
+}  // namespace hueweave::tool

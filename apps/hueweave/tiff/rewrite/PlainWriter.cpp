@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/rewrite/PlainWriter.h"
+
+#include <algorithm>
+
+#include "system/WorkUnits.h"
+#include "tiff/Samples.h"
+#include "tiff/rewrite/PixelBlock.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::uint64_t kBlock = std::uint64_t{512} << 10;  ///< bytes of a block in one plane
+
+/// A block of pixels as bytes of a file.
+class PlainBlock {
+public:
+    PlainBlock(const PageContext& context, const PixelBlock& block)
+        : page_(context.page), block_(block), bigEndian_(context.structure.form().bigEndian) {}
+
+    std::uint64_t OffsetIn(const std::vector<Extent>& places, unsigned plane) const {
+        return places[plane * page_.InPlane() + block_.segment].offset + block_.row * page_.RowBytes();
+    }
+    std::size_t PlaneBytes() const { return static_cast<std::size_t>(block_.rows * page_.RowBytes()); }
+    /// From the byte order of the file to that of the processor, or back.
+    void SwapOrder(Bytes& data) const {
+        const unsigned width = page_.bits / 8;
+        ToNative(data.data(), data.size() / width, width, bigEndian_);
+    }
+
+private:
+    const TiffPage& page_;
+    const PixelBlock& block_;
+    const bool bigEndian_;
+};
+
+class PlainSource : public PlaneSource {
+public:
+    PlainSource(const PageContext& context, const PlainBlock& block) : context_(context), block_(block) {}
+    void Take(unsigned plane, Bytes& data) override {
+        data.resize(block_.PlaneBytes());
+        context_.structure.file().Read(block_.OffsetIn(context_.page.segments, plane), data.data(), data.size());
+        block_.SwapOrder(data);
+    }
+
+private:
+    const PageContext& context_;
+    const PlainBlock& block_;
+};
+
+class PlainSink : public PlaneSink {
+public:
+    PlainSink(const PageContext& context, const PlainBlock& block, const std::vector<Extent>& places)
+        : context_(context), block_(block), places_(places) {}
+    void Give(unsigned plane, Bytes& data) override {
+        block_.SwapOrder(data);
+        context_.target.Write(block_.OffsetIn(places_, plane), data);
+    }
+
+private:
+    const PageContext& context_;
+    const PlainBlock& block_;
+    const std::vector<Extent>& places_;
+};
+
+std::vector<Extent> PlaceAgain(const PageContext& context) {
+    const TiffPage& page = context.page;
+    std::vector<Extent> places = page.segments;
+    for (std::uint64_t segment = 0; segment < PlaneCounts(page).written * page.InPlane(); ++segment) {
+        places[segment].offset = context.layout.PlaceAgain(context.index, segment);
+    }
+    return places;
+}
+
+/// Whether a strip's pixels follow on those of the strip before it, in the source and in the output.
+bool Follows(const TiffPage& page, const std::vector<Extent>& places, std::uint64_t strip) {
+    const auto follows = [&](const std::vector<Extent>& all) {
+        return all[strip - 1].offset + page.DecodedBytes(strip - 1) == all[strip].offset;
+    };
+    return follows(page.segments) && follows(places);
+}
+
+/// The blocks of each plane: parts of large strips and tiles, and small strips that follow on each other together.
+std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Extent>& places) {
+    const std::uint64_t rowBytes = page.RowBytes();
+    std::vector<PixelBlock> blocks;
+    for (std::uint64_t segment = 0; segment < page.InPlane(); ++segment) {
+        const std::uint32_t rows = page.RowsOf(segment);
+        if (!page.planar && !page.tiled && !blocks.empty() && blocks.back().row == 0) {
+            PixelBlock& last = blocks.back();
+            const std::uint64_t bytes = (std::uint64_t{last.rows} + rows) * rowBytes;
+            if (bytes <= kBlock && Follows(page, places, segment)) {
+                last.rows += rows;
+                continue;
+            }
+        }
+        const auto step = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(kBlock / rowBytes, 1, rows));
+        for (std::uint32_t row = 0; row < rows; row += std::min(step, rows - row)) {
+            blocks.push_back({segment, row, std::min(step, rows - row)});
+        }
+    }
+    return blocks;
+}
+
+}  // namespace
+
+std::vector<Extent> WritePlain(const PageContext& context) {
+    const TiffPage& page = context.page;
+    const WriteSettings& settings = context.settings;
+    const std::vector<Extent> places = PlaceAgain(context);
+    const std::vector<PixelBlock> blocks = ListBlocks(page, places);
+    WorkUnits units(blocks.size());
+    const std::uint64_t buffers = page.planar ? PlaneCounts(page).gathered + 1 : 1;
+    const std::uint64_t need = std::max(kBlock, page.RowBytes()) * buffers;
+    const auto threads = static_cast<unsigned>(std::clamp<std::uint64_t>(settings.memory / need, 1, settings.threads));
+    units.Run(threads, [&]() -> WorkUnits::Work {
+        return [&, planes = PlaneSet(page)](std::uint64_t number) mutable {
+            const PlainBlock block(context, blocks[number]);
+            PlainSource source(context, block);
+            PlainSink sink(context, block, places);
+            ConvertBlock(context, blocks[number], planes, source, sink,
+                         [&](const auto& what) { units.InOrder(WorkUnits::Measuring, number, what); });
+        };
+    });
+    return places;
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "tiff/rewrite/PlaneSet.h"
+
+#include "tiff/Samples.h"
+
+namespace hueweave::tool {
+
+PlaneCounts::PlaneCounts(const TiffPage& page) : gathered(1), read(1), written(1) {
+    if (!page.planar) return;
+    gathered = page.Lossy() ? page.samples : page.premultiplied ? 4 : 3;
+    read = page.Plain() ? gathered : page.samples;
+    written = page.Lossy() ? page.samples : 3;
+}
+
+PlaneSet::PlaneSet(const TiffPage& page)
+    : page_(page), counts_(page), samples_(page.planar ? counts_.gathered : page.samples) {}
+
+void PlaneSet::Gather(PlaneSource& source) {
+    if (!page_.planar) return source.Take(0, pixels_);
+    const unsigned width = page_.bits / 8;
+    for (unsigned plane = 0; plane < counts_.read; ++plane) {
+        source.Take(plane, plane_);
+        if (plane >= counts_.gathered) continue;
+        pixels_.resize(plane_.size() * samples_);
+        PlaneIntoPixels(plane_.data(), pixels_.data(), plane_.size() / width, plane, samples_, width);
+    }
+}
+
+void PlaneSet::Scatter(PlaneSink& sink) {
+    if (!page_.planar) return sink.Give(0, pixels_);
+    const unsigned width = page_.bits / 8;
+    plane_.resize(pixels_.size() / samples_);
+    for (unsigned plane = 0; plane < counts_.written; ++plane) {
+        PlaneFromPixels(plane_.data(), pixels_.data(), plane_.size() / width, plane, samples_, width);
+        sink.Give(plane, plane_);
+    }
+}
+
+}  // namespace hueweave::tool
