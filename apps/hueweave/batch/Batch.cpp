@@ -10,6 +10,7 @@
 #include <mutex>
 #include <new>
 
+#include "batch/FileJob.h"
 #include "system/JsonNames.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
@@ -51,7 +52,7 @@ private:
     void RunFile(const Item& item, unsigned threads) {
         const std::string name = item.source == "-" ? "standard input" : item.source;
         try {
-            const Outcome outcome = FileJob(session_, item, threads).Run();
+            const Outcome outcome = ConvertFile({session_, item, threads});
             const std::lock_guard lock(mutex_);
             ++counts_[static_cast<std::size_t>(outcome)];
         } catch (const Interrupted&) {

@@ -2,7 +2,8 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include "batch/FileJob.h"
+#include "batch/Session.h"
+#include "system/Refusal.h"
 
 namespace hueweave::tool {
 

@@ -12,7 +12,9 @@
 #include "Mutation.h"
 #include "Scene.h"
 #include "batch/FileJob.h"
+#include "system/OutputFile.h"
 #include "tiff/codec/TiffCodec.h"
+#include "tiff/rewrite/TiffRewriter.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;
@@ -65,7 +67,7 @@ std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& argumen
         MadeFolders folders(false);
         SweptFolders swept;
         Session session{arguments, list, report, *stage.cache, folders, swept, nullptr, stage.profile};
-        FileJob(session, list.items[0], threads).Run();
+        ConvertFile({session, list.items[0], threads});
     });
 }
 

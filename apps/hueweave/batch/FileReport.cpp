@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/FileReport.h"
+
+#include <fmt/format.h>
+
+#include <new>
+
+#include "system/JsonNames.h"
+
+namespace hueweave::tool {
+
+void FileReport::TellDone() const {
+    task_.session.report.Line(source_.name + " is done already");
+    TellJson("skipped", nullptr);
+}
+
+void FileReport::TellConvertedBefore(const FilePlan& plan) const {
+    task_.session.report.Line(fmt::format("{} is in {} already, by its profile; --force converts it again",
+                                          source_.name, task_.session.options.rendering.space->name));
+    TellJson("skipped", &plan);
+}
+
+void FileReport::TellPlanned(const FilePlan& plan) const {
+    const Rendering& rendering = task_.session.options.rendering;
+    TellNotes(plan.notes);
+    task_.session.report.Line(fmt::format("would convert {} -> {} ({}, {}, {} bits, {})", source_.name, OutputName(),
+                                          rendering.space->name, IntentName(rendering.intent),
+                                          plan.converters.front()->bits, plan.profileName));
+    TellJson("would convert", &plan);
+}
+
+std::string FileReport::Describe(const FilePlan& plan, WrittenFile& written, double seconds) const {
+    if (!task_.session.options.json) return "";
+    Measured& measured = written.measured;
+    const auto pixels = static_cast<double>(measured.pixels);
+    nlohmann::ordered_json json = Begin("converted", &plan);
+    json["pixels"] = measured.pixels;
+    json["seconds"] = seconds;
+    json["clipped"] = measured.pixels > 0 ? static_cast<double>(measured.clipped) / pixels : 0.0;
+    json["sha256"] = measured.hash.Hex();
+    return JsonLine(json);
+}
+
+void FileReport::TellConverted(const FilePlan& plan, const WrittenFile& written, const std::string& json) const {
+    Report& report = task_.session.report;
+    try {
+        FileNotes notes = plan.notes;
+        notes.own.insert(notes.own.end(), written.notes.begin(), written.notes.end());
+        TellNotes(notes);
+        if (task_.item.output != "-") report.Line(fmt::format("{} -> {}", source_.name, OutputName()));
+        report.Json(json);
+    } catch (const std::bad_alloc&) {
+        report.LoseJson();  // the file stands there; without memory to say so, it is converted all the same
+    }
+}
+
+std::string FileReport::OutputName() const { return task_.item.output == "-" ? "standard output" : task_.item.output; }
+
+void FileReport::TellNotes(const FileNotes& notes) const {
+    Report& report = task_.session.report;
+    for (const std::string& note : notes.own) report.Note(note);
+    for (const std::string& text : notes.common) {
+        if (task_.session.list.single) {
+            report.Note(source_.name + ": its " + text);
+        } else {
+            report.NoteOfMany(text);
+        }
+    }
+}
+
+void FileReport::TellJson(const char* status, const FilePlan* plan) const {
+    if (task_.session.options.json) task_.session.report.Json(JsonLine(Begin(status, plan)));
+}
+
+nlohmann::ordered_json FileReport::Begin(const char* status, const FilePlan* plan) const {
+    const Rendering& rendering = task_.session.options.rendering;
+    nlohmann::ordered_json json{{"status", status}};
+    PutName(json, "source", task_.item.source);
+    PutName(json, "output", task_.item.output);
+    PutName(json, "profile", plan != nullptr ? plan->profileName : "");
+    json["intent"] = IntentName(rendering.intent);
+    json["space"] = rendering.space->name;
+    if (plan != nullptr) json["baked"] = !plan->converters.front()->bakedBecause.empty();
+    return json;
+}
+
+}  // namespace hueweave::tool

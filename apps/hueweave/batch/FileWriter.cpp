@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/FileWriter.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <optional>
+
+#include "batch/OutputTarget.h"
+#include "system/Refusal.h"
+#include "system/Signals.h"
+#include "system/StandardStreams.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// What the process needs beside the buffers of the pixels.
+constexpr std::uint64_t kOwnMemory = std::uint64_t{24} << 20;
+
+std::uint64_t BufferMemory(std::uint64_t all) { return all > 2 * kOwnMemory ? all - kOwnMemory : kOwnMemory / 3; }
+
+std::uint64_t Pixels(const FilePlan& plan) {
+    std::uint64_t pixels = 0;
+    for (const TiffPage& page : plan.pages) pixels += page.mask ? 0 : page.Pixels();
+    return pixels;
+}
+
+/// Makes the output and what must be there before it.
+void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& written) {
+    Session& session = task.session;
+    const std::string& path = task.item.output;
+    if (!session.list.folder.empty()) session.folders.Make(FolderOf(path));
+    if (session.record != nullptr) session.record->Begin();
+    const OutputFile::Existing existing = ExistingRule(session.options);
+    struct stat old {};
+    if (existing == OutputFile::Existing::Replace && ::stat(path.c_str(), &old) == 0 && old.st_nlink > 1) {
+        written.notes.push_back(source.name + ": has further names (hard links), which keep what it was");
+    }
+    const auto wanted = session.options.inPlace ? std::optional(source.opened) : std::nullopt;
+    written.output = std::make_unique<OutputFile>(path, existing, wanted);
+    if (const std::size_t stale = session.swept.Sweep(written.output->folder())) {
+        written.notes.push_back(fmt::format("{}: {} temporary {} of a killed run removed", written.output->folder(),
+                                            stale, stale == 1 ? "file" : "files"));
+    }
+}
+
+/// A record that cannot be written is no reason to lose the conversion.
+void Record(const FileTask& task, const std::string& fingerprint, const FileAccess& output) {
+    try {
+        task.session.record->Add(task.item.relative, fingerprint, output);
+    } catch (const Refusal& refusal) {
+        task.session.report.Note(refusal.what());
+    }
+}
+
+}  // namespace
+
+WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const FilePlan& plan) {
+    WrittenFile written;
+    WriteSettings settings;
+    settings.threads = task.threads;
+    settings.memory = BufferMemory(task.session.options.maxMemory);
+    settings.measure = task.session.options.json;
+    const auto all = static_cast<double>(Pixels(plan));
+    std::atomic<std::uint64_t> done{0};
+    settings.progress = [&](std::uint64_t pixels) {
+        task.session.report.Progress(source.name, static_cast<double>(done += pixels) / all);
+    };
+    if (task.item.output == "-") {
+        settings.scratch = TemporaryFolder();
+        written.spool = FileAccess::Scratch(settings.scratch, "standard output");
+    } else {
+        MakeOutput(task, source, written);
+    }
+    const FileAccess& target = written.output ? written.output->file() : written.spool;
+    RewriteTiff(*plan.structure, plan.pages, plan.jobs, target, settings, written.measured);
+    if (written.output) written.output->Finish();
+    CheckUnchanged(source);
+    ThrowIfInterrupted();
+    return written;
+}
+
+void Publish(const FileTask& task, const WrittenFile& written, const std::string& fingerprint) {
+    if (!written.output) return WriteStandardOutput(written.spool);
+    ResumeRecord* record = task.session.record;
+    if (record != nullptr) Record(task, fingerprint, written.output->file());
+    written.output->Commit();
+    if (record != nullptr) record->NoteNamed();
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "batch/FilePlan.h"
+#include "system/OutputFile.h"
+
+namespace hueweave::tool {
+
+/// An output that is whole, checked and on the disk, but has no name yet. Without `Publish`, nothing is left of it.
+struct WrittenFile {
+    std::unique_ptr<OutputFile> output;  ///< null for standard output
+    FileAccess spool;                    ///< what goes to standard output
+    Measured measured;
+    std::vector<std::string> notes;  ///< whole lines
+};
+
+/// Does what was planned. Refuses a source that changed meanwhile.
+WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const FilePlan& plan);
+
+/// Records an output under its fingerprint where a record is kept, and gives it its name; or sends it to standard
+/// output.
+void Publish(const FileTask& task, const WrittenFile& written, const std::string& fingerprint);
+
+}  // namespace hueweave::tool

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/LossNotes.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+#include "tiff/PhotoshopResources.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::uint64_t kMostXmp = std::uint64_t{4} << 20;  ///< bytes that are looked through
+
+/// Whether the XMP metadata name a profile, as those of Photoshop do.
+bool XmpNamesProfile(const TiffStructure& structure, const TiffDirectory& directory) {
+    const TiffEntry* entry = directory.Find(tag::Xmp);
+    if (entry == nullptr || entry->dataSize > kMostXmp) return false;
+    const Bytes xmp = structure.Data(*entry);
+    constexpr std::string_view kField = "photoshop:ICCProfile";
+    return std::search(xmp.begin(), xmp.end(), kField.begin(), kField.end()) != xmp.end();
+}
+
+}  // namespace
+
+void LossNotes::Look(const TiffPage& page, FileNotes& notes) {
+    const TiffDirectory& directory = structure_.directories()[page.directory];
+    const std::string& name = structure_.file().name();
+    if (page.Lossy()) {
+        notes.own.push_back(name + ": " + CompressionName(page.compression) +
+                            " image data are written as Deflate, without further loss");
+    }
+    if (directory.Find(tag::PhotoshopLayers) != nullptr) {
+        notes.own.push_back(name + ": its layers (tag 37724) stay as they were; only the flat image is converted");
+    }
+    LookAtMetadata(directory, notes);
+    LookAtOldTags(directory, notes);
+}
+
+void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes) {
+    const std::uint64_t exif = structure_.exifColorSpace();
+    const std::string_view space = options_.rendering.space->name;
+    if ((exif == 1 && space != "srgb") || (exif == 2 && space != "adobe-rgb")) {
+        notes.common.insert(
+            fmt::format("EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
+    }
+    if (IsNew(directory, tag::Xmp) && XmpNamesProfile(structure_, directory)) {
+        notes.common.insert("XMP field photoshop:ICCProfile stays, and names the profile that was");
+    }
+    if (IsNew(directory, tag::PhotoshopResources)) {
+        const PhotoshopResources photoshop(structure_, directory);
+        if (photoshop.HasThumbnail()) {
+            notes.common.insert("thumbnail of Photoshop (resource 1036 of tag 34377) stays in the old colours");
+        }
+        if (photoshop.tooLarge()) {
+            notes.common.insert("resources of Photoshop (tag 34377) are too large to look into, and stay");
+        }
+    }
+}
+
+void LossNotes::LookAtOldTags(const TiffDirectory& directory, FileNotes& notes) const {
+    std::vector<std::uint16_t> old;
+    for (const auto which : {tag::TransferFunction, tag::WhitePoint, tag::Primaries}) {
+        if (directory.Find(which) != nullptr) old.push_back(which);
+    }
+    if (old.empty()) return;
+    const bool one = old.size() == 1;
+    const char* stay = one ? "stays; the embedded profile takes precedence over it"
+                           : "stay; the embedded profile takes precedence over them";
+    if (options_.noTag) stay = one ? "stays and tells of the wrong ones" : "stay and tell of the wrong ones";
+    notes.common.insert(fmt::format("{} of the old colours ({}) {}", one ? "tag" : "tags", fmt::join(old, ", "), stay));
+}
+
+/// Whether a page has a value at which no page before it pointed.
+bool LossNotes::IsNew(const TiffDirectory& directory, std::uint16_t wanted) {
+    const TiffEntry* entry = directory.Find(wanted);
+    return entry != nullptr && (entry->dataOffset == 0 || looked_.emplace(entry->dataOffset, entry->dataSize).second);
+}
+
+}  // namespace hueweave::tool

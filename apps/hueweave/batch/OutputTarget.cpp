@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/OutputTarget.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "system/Refusal.h"
+#include "system/StandardStreams.h"
+
+namespace hueweave::tool {
+namespace {
+
+void CheckStandardOutput() {
+    if (IsClosed(STDOUT_FILENO)) RefuseStandardOutput(EBADF);
+    if (::isatty(STDOUT_FILENO) == 0) return;
+    throw Refusal(Exit::Output, "standard output", "is a terminal", "write to a file with -o, or into a pipe");
+}
+
+}  // namespace
+
+OutputFile::Existing ExistingRule(const ConvertOptions& options) {
+    return options.force || options.inPlace ? OutputFile::Existing::Replace : OutputFile::Existing::Keep;
+}
+
+void CheckOutputPath(const FileTask& task) {
+    const ConvertOptions& options = task.session.options;
+    const InputList& list = task.session.list;
+    const std::string& path = task.item.output;
+    if (path == "-") return CheckStandardOutput();
+    struct stat target {};
+    if (!options.inPlace && ::stat(path.c_str(), &target) == 0) {
+        const FileIdentity identity{target.st_dev, target.st_ino};
+        const auto option = list.options.find(identity);
+        if (list.identities.contains(identity)) {
+            throw Refusal(Exit::Output, path, "is an input itself", "choose another name, or convert it --in-place");
+        }
+        if (option != list.options.end()) {
+            throw Refusal(Exit::Output, path, "is the file given as " + option->second, "choose another name");
+        }
+    }
+    CheckTarget(path, ExistingRule(options));
+}
+
+void CheckOutputFolder(const FileTask& task) {
+    const std::string& path = task.item.output;
+    if (path == "-") return;
+    std::error_code ignored;
+    const std::string folder = FolderOf(path);
+    if (!task.session.list.folder.empty() && !std::filesystem::is_directory(folder, ignored)) {
+        MadeFolders::Check(folder);
+    } else {
+        CheckFolderOf(path, ExistingRule(task.session.options));
+    }
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <optional>
+
+#include "batch/ConvertOptions.h"
+#include "batch/InputList.h"
+#include "batch/MadeFolders.h"
+#include "batch/Report.h"
+#include "batch/Resume.h"
+#include "colour/DeviceProfile.h"
+#include "colour/ProfileCache.h"
+#include "system/TemporaryFiles.h"
+
+namespace hueweave::tool {
+
+/// What the files of a run share.
+struct Session {
+    const ConvertOptions& options;
+    const InputList& list;
+    Report& report;
+    ProfileCache& cache;
+    MadeFolders& folders;
+    SweptFolders& swept;
+    ResumeRecord* record;                  ///< null where none is kept
+    std::optional<DeviceProfile> profile;  ///< the one that --profile names
+};
+
+/// One file of a run, and the threads that it may use.
+struct FileTask {
+    Session& session;
+    const Item& item;
+    unsigned threads;
+};
+
+}  // namespace hueweave::tool
