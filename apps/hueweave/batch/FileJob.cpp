@@ -3,6 +3,8 @@
 #include "batch/FileJob.h"
 
 #include <chrono>
+#include <optional>
+#include <string>
 
 #include "batch/FilePlan.h"
 #include "batch/FileReport.h"
@@ -13,6 +15,16 @@
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
+namespace {
+
+/// The fingerprint, made first only where an earlier run may have converted the file.
+std::optional<std::string> EarlyFingerprint(const FileTask& task, const SourceFile& source) {
+    const Session& session = task.session;
+    if (!session.options.resume || session.record == nullptr || !session.record->Knows(task.item.relative)) return {};
+    return Fingerprint(session, source).Finish();
+}
+
+}  // namespace
 
 Outcome ConvertFile(const FileTask& task) {
     const auto begin = std::chrono::steady_clock::now();
@@ -23,8 +35,8 @@ Outcome ConvertFile(const FileTask& task) {
     const SourceFile source = OpenSource(item);
     const FileReport report(task, source);
     session.report.StartFile(source.name, source.file.Size());
-    const std::string fingerprint = session.record != nullptr ? Fingerprint(session, source) : "";
-    if (options.resume && session.record != nullptr && session.record->IsDone(item.relative, fingerprint)) {
+    const std::optional<std::string> fingerprint = EarlyFingerprint(task, source);
+    if (fingerprint && session.record->IsDone(item.relative, *fingerprint)) {
         report.TellDone();
         return Outcome::Skipped;
     }
@@ -39,10 +51,10 @@ Outcome ConvertFile(const FileTask& task) {
         report.TellPlanned(plan);
         return Outcome::Planned;
     }
-    WrittenFile written = WriteFile(task, source, plan);
+    WrittenFile written = WriteFile(task, source, plan, fingerprint);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
     const std::string json = report.Describe(plan, written, seconds.count());
-    Publish(task, written, fingerprint);
+    Publish(task, written);
     report.TellConverted(plan, written, json);
     return Outcome::Converted;
 }

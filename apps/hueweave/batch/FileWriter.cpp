@@ -8,6 +8,7 @@
 #include <atomic>
 #include <optional>
 
+#include "batch/Fingerprint.h"
 #include "batch/OutputTarget.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
@@ -47,9 +48,9 @@ void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& wri
 }
 
 /// A record that cannot be written is no reason to lose the conversion.
-void Record(const FileTask& task, const std::string& fingerprint, const FileAccess& output) {
+void Record(const FileTask& task, const WrittenFile& written) {
     try {
-        task.session.record->Add(task.item.relative, fingerprint, output);
+        task.session.record->Add(task.item.relative, written.fingerprint.value(), written.output->file());
     } catch (const Refusal& refusal) {
         task.session.report.Note(refusal.what());
     }
@@ -57,7 +58,8 @@ void Record(const FileTask& task, const std::string& fingerprint, const FileAcce
 
 }  // namespace
 
-WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const FilePlan& plan) {
+WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const FilePlan& plan,
+                      const std::optional<std::string>& fingerprint) {
     WrittenFile written;
     WriteSettings settings;
     settings.threads = task.threads;
@@ -68,6 +70,11 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
     settings.progress = [&](std::uint64_t pixels) {
         task.session.report.Progress(source.name, static_cast<double>(done += pixels) / all);
     };
+    std::optional<Fingerprint> made;
+    if (task.session.record != nullptr && !fingerprint) {
+        made.emplace(task.session, source);
+        settings.taken = [&](std::uint64_t offset, const Bytes& data) { made->Take(offset, data); };
+    }
     if (task.item.output == "-") {
         settings.scratch = TemporaryFolder();
         written.spool = FileAccess::Scratch(settings.scratch, "standard output");
@@ -76,16 +83,17 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
     }
     const FileAccess& target = written.output ? written.output->file() : written.spool;
     RewriteTiff(*plan.structure, plan.pages, plan.jobs, target, settings, written.measured);
+    written.fingerprint = made ? made->Finish() : fingerprint;
     if (written.output) written.output->Finish();
     CheckUnchanged(source);
     ThrowIfInterrupted();
     return written;
 }
 
-void Publish(const FileTask& task, const WrittenFile& written, const std::string& fingerprint) {
+void Publish(const FileTask& task, const WrittenFile& written) {
     if (!written.output) return WriteStandardOutput(written.spool);
     ResumeRecord* record = task.session.record;
-    if (record != nullptr) Record(task, fingerprint, written.output->file());
+    if (record != nullptr) Record(task, written);
     written.output->Commit();
     if (record != nullptr) record->NoteNamed();
 }

@@ -6,34 +6,43 @@
 
 #include <algorithm>
 
-#include "system/Sha256.h"
-#include "system/Signals.h"
-
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{256} << 10;  ///< bytes read at once
+constexpr std::uint64_t kBlock = std::uint64_t{256} << 10;  ///< bytes read at once
+constexpr std::uint64_t kGap = std::uint64_t{1} << 20;      ///< bytes that may stand between what is taken
 
 }  // namespace
 
-std::string Fingerprint(const Session& session, const SourceFile& source) {
+Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : file_(source.file) {
     const Rendering& r = session.options.rendering;
-    Sha256 hash;
-    hash.Add(fmt::format("{} {} {} {} {} {} {} {} {}\n", kVersion, r.space->name, IntentName(r.intent), r.lightness,
-                         r.chroma, r.hue, static_cast<int>(session.options.source), session.options.noTag,
-                         session.profile ? session.profile->hash : "embedded"));
-    if (r.curves) {
-        for (const auto& curve : *r.curves) hash.Add(curve.data(), curve.size());
+    hash_.Add(fmt::format("{} {} {} {} {} {} {} {} {}\n", kVersion, r.space->name, IntentName(r.intent), r.lightness,
+                          r.chroma, r.hue, static_cast<int>(session.options.source), session.options.noTag,
+                          session.profile ? session.profile->hash : "embedded"));
+    if (!r.curves) return;
+    for (const auto& curve : *r.curves) hash_.Add(curve.data(), curve.size());
+}
+
+void Fingerprint::Take(std::uint64_t offset, const Bytes& data) {
+    const std::uint64_t end = offset + data.size();
+    if (end <= hashed_ || offset > hashed_ + kGap) return;
+    ReadTo(offset);
+    const auto known = static_cast<std::size_t>(hashed_ - offset);  // strips may lie over each other
+    hash_.Add(data.data() + known, data.size() - known);
+    hashed_ = end;
+}
+
+std::string Fingerprint::Finish() {
+    ReadTo(file_.Size());
+    return hash_.Hex();
+}
+
+void Fingerprint::ReadTo(std::uint64_t end) {
+    while (hashed_ < end) {
+        const Bytes block = file_.Read({hashed_, std::min(kBlock, end - hashed_)});
+        hash_.Add(block.data(), block.size());
+        hashed_ += block.size();
     }
-    Bytes block(kBlock);
-    const std::uint64_t size = source.file.Size();
-    for (std::uint64_t at = 0; at < size; at += block.size()) {
-        ThrowIfInterrupted();
-        const auto part = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), size - at));
-        source.file.Read(at, block.data(), part);
-        hash.Add(block.data(), part);
-    }
-    return hash.Hex();
 }
 
 }  // namespace hueweave::tool

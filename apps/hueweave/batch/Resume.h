@@ -20,6 +20,8 @@ public:
     void Take(const std::string& line);
     /// Whether a line tells of this output, made under this fingerprint, in this version.
     bool Has(const std::string& output, const std::string& fingerprint, const FileVersion& version) const;
+    /// Whether any line tells of this output.
+    bool Has(const std::string& output) const { return entries_.contains(output); }
 
 private:
     /// By output; also of runs that were killed before the output got its name.
@@ -40,6 +42,8 @@ public:
 
     /// Reads what earlier runs wrote. Refuses a record that is there and cannot be used.
     void Load();
+    /// Whether an earlier run may have written this output: only then is it worth asking `IsDone`.
+    bool Knows(const std::string& relative) const { return entries_.Has(relative); }
     /// Whether this output was written under this fingerprint and is still as it was then.
     bool IsDone(const std::string& relative, const std::string& fingerprint) const;
     /// Opens the record while the output can still be refused for lack of open files.

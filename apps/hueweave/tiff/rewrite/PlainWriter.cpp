@@ -3,6 +3,7 @@
 #include "tiff/rewrite/PlainWriter.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "system/WorkUnits.h"
 #include "tiff/Samples.h"
@@ -37,16 +38,20 @@ private:
 
 class PlainSource : public PlaneSource {
 public:
-    PlainSource(const PageContext& context, const PlainBlock& block) : context_(context), block_(block) {}
+    PlainSource(const PageContext& context, const PlainBlock& block, InTurn inTurn)
+        : context_(context), block_(block), inTurn_(std::move(inTurn)) {}
     void Take(unsigned plane, Bytes& data) override {
+        const std::uint64_t offset = block_.OffsetIn(context_.page.segments, plane);
         data.resize(block_.PlaneBytes());
-        context_.structure.file().Read(block_.OffsetIn(context_.page.segments, plane), data.data(), data.size());
+        context_.structure.file().Read(offset, data.data(), data.size());
+        if (plane == 0 && context_.settings.taken) inTurn_([&] { context_.settings.taken(offset, data); });
         block_.SwapOrder(data);
     }
 
 private:
     const PageContext& context_;
     const PlainBlock& block_;
+    const InTurn inTurn_;
 };
 
 class PlainSink : public PlaneSink {
@@ -116,11 +121,14 @@ std::vector<Extent> WritePlain(const PageContext& context) {
     const auto threads = static_cast<unsigned>(std::clamp<std::uint64_t>(settings.memory / need, 1, settings.threads));
     units.Run(threads, [&]() -> WorkUnits::Work {
         return [&, planes = PlaneSet(page)](std::uint64_t number) mutable {
+            const auto inTurn = [&](WorkUnits::Part part) -> InTurn {
+                return [&units, part, number](const auto& what) { units.InOrder(part, number, what); };
+            };
             const PlainBlock block(context, blocks[number]);
-            PlainSource source(context, block);
+            // Plain data have their places from the first, so that this part is free for what is read.
+            PlainSource source(context, block, inTurn(WorkUnits::Placing));
             PlainSink sink(context, block, places);
-            ConvertBlock(context, blocks[number], planes, source, sink,
-                         [&](const auto& what) { units.InOrder(WorkUnits::Measuring, number, what); });
+            ConvertBlock(context, blocks[number], planes, source, sink, inTurn(WorkUnits::Measuring));
         };
     });
     return places;

@@ -20,6 +20,9 @@ struct WriteSettings {
     std::string scratch;                                 ///< folder of temporary files; empty for the output's own
     bool measure = false;                                ///< clipped pixels and SHA-256
     std::function<void(std::uint64_t pixels)> progress;  ///< called from all threads
+    /// Given plain image data as they were read, in the order of their blocks and by one thread at a time; of separate
+    /// planes the first one alone, since the others stand elsewhere.
+    std::function<void(std::uint64_t offset, const Bytes& data)> taken;
 };
 
 /// What was measured.
