@@ -161,6 +161,7 @@ int ReferenceInput::Run(int code, const Bytes& source, int pixels, Words& work) 
 void ReferenceGrid::SetSize(int size) {
     points = size;
     shift = ShiftFor(size);
+    mask = (1 << shift) - 1;
 }
 
 const PlainNode& ReferenceGrid::Node(int i, int j, int k) const {
@@ -200,7 +201,6 @@ void ReferenceGrid::Resize(int size) {
 }
 
 std::array<unsigned short, 7> ReferenceGrid::Whole(int x, int y, int z) const {
-    const int mask = (1 << shift) - 1;
     const int i = x >> shift, j = y >> shift, k = z >> shift;
     const int fx = x & mask, fy = y & mask, fz = z & mask;
     const Tetrahedron t = Choose(fx, fy, fz);

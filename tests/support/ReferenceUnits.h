@@ -64,7 +64,7 @@ struct ReferenceGrid {
     /// Nodes of `lut`; sizes other than 9, 17 and 33 are resampled to 17.
     void Load(const PlainLut& lut);
     void Resize(int size);
-    /// The size with its shift; neither step nor positions.
+    /// The size with its shift and mask; neither step nor positions.
     void SetSize(int size);
     const PlainNode& Node(int i, int j, int k) const;
 
@@ -77,6 +77,7 @@ struct ReferenceGrid {
 
     int points = 0;
     int shift = 11;
+    int mask = 2047;
     double step = 0;
     std::vector<int> positions;
     std::vector<PlainNode> nodes;

@@ -1,355 +1,359 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The job record: its first state, its resets, its memory of names and its working buffer.
+// The job record: its first state, its memory of names, its working buffer, and how every unit runs over a job that
+// lacks something.
 #include "units/Info.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
-#include <array>
 #include <climits>
-#include <memory>
+#include <functional>
 #include <string>
+
+#include "unit/units/UnitTables.h"
 
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICC_UNIT::Info;
+using ICC40::ICC_UNIT::FindFormat;
+using ICC40::ICC_UNIT::PixelFormat;
 
-/// Every field away from its first state.
-void Occupy(Info& info, std::array<unsigned char, 4>& bytes) {
-    info.ProfileState = 0;
-    info.Spare = 7;
-    info.InputSpace = CsRGB_16;
-    info.OutputSpace = CssRGB_16;
+TEST(Info, StartsUnset) {
+    const Info info;
+    EXPECT_EQ(info.ProfileState, 65535);
+    EXPECT_EQ(info.Spare, 65535);
+    EXPECT_EQ(info.InputSpace, 65535);
+    EXPECT_EQ(info.OutputSpace, 65535);
+    EXPECT_EQ(info.BuildResult, 65535);
+    EXPECT_EQ(info.Intent, 0);
+    EXPECT_EQ(info.WorkBuf, nullptr);
+    EXPECT_EQ(info.Source, nullptr);
+    EXPECT_EQ(info.Dest, nullptr);
+    EXPECT_EQ(info.PixelCount, 0);
+    EXPECT_EQ(info.WorkCount, 0);
+    EXPECT_EQ(info.Lightness, 0);
+    EXPECT_EQ(info.Chroma, 0);
+    EXPECT_EQ(info.Hue, 0);
+    EXPECT_EQ(info.FormatCode, 65534);
+    EXPECT_EQ(info.ProfileName, nullptr);
+    EXPECT_EQ(info.SecondName, nullptr);
+}
+
+TEST(Info, ResetsAllButBuildResultIntentAndNames) {
+    unsigned char bytes[2];
+    Info info;
+    EXPECT_EQ(info.Reset(), 0) << "of a fresh record";
+    info.ProfileState = info.Spare = 0;
+    info.InputSpace = info.OutputSpace = Space(9);
     info.BuildResult = 9;
-    info.Intent = IntentSaturation;
-    info.WorkBuf = std::make_unique<unsigned short[]>(12);
-    info.Source = bytes.data();
-    info.Dest = bytes.data() + 1;
-    info.PixelCount = 4;
-    info.WorkCount = 12;
-    info.Lightness = 1;
-    info.Chroma = 2;
-    info.Hue = 3;
+    info.Intent = ICC40::ICCFILE::IntentSaturation;
     info.FormatCode = 257;
+    info.CheckWorkingBuf(bytes, bytes + 1, 4);
+    info.CheckLch(1, 2, 3);
     info.CheckCurrentProfile("first.icc", "second.icc");
+
+    EXPECT_EQ(info.Reset(), 0);
+    EXPECT_EQ(info.ProfileState, 65535);
+    EXPECT_EQ(info.Spare, 65535);
+    EXPECT_EQ(info.InputSpace, 65535);
+    EXPECT_EQ(info.OutputSpace, 65535);
+    EXPECT_EQ(info.FormatCode, 65534);
+    EXPECT_EQ(info.WorkBuf, nullptr);
+    EXPECT_EQ(info.Source, nullptr);
+    EXPECT_EQ(info.Dest, nullptr);
+    EXPECT_EQ(info.PixelCount, 0);
+    EXPECT_EQ(info.WorkCount, 0);
+    EXPECT_EQ(info.Lightness, 0);
+    EXPECT_EQ(info.Chroma, 0);
+    EXPECT_EQ(info.Hue, 0);
+    EXPECT_EQ(info.BuildResult, 9);
+    EXPECT_EQ(info.Intent, ICC40::ICCFILE::IntentSaturation);
+    EXPECT_EQ(info.CheckCurrentProfile("first.icc", "second.icc"), 0) << "no change";
 }
 
-TEST(InfoRecord, StartsUnsetWithoutBuffersOrNames) {
-    const auto info = std::make_unique<Info>();
-    EXPECT_EQ(info->ProfileState, 65535);
-    EXPECT_EQ(info->Spare, 65535);
-    EXPECT_EQ(info->InputSpace, 65535);
-    EXPECT_EQ(info->OutputSpace, 65535);
-    EXPECT_EQ(info->BuildResult, 65535);
-    EXPECT_EQ(info->Intent, 0);
-    EXPECT_EQ(info->WorkBuf, nullptr);
-    EXPECT_EQ(info->Source, nullptr);
-    EXPECT_EQ(info->Dest, nullptr);
-    EXPECT_EQ(info->PixelCount, 0);
-    EXPECT_EQ(info->WorkCount, 0);
-    EXPECT_EQ(info->Lightness, 0);
-    EXPECT_EQ(info->Chroma, 0);
-    EXPECT_EQ(info->Hue, 0);
-    EXPECT_EQ(info->FormatCode, 65534);
-    EXPECT_EQ(info->ProfileName, nullptr);
-    EXPECT_EQ(info->SecondName, nullptr);
-}
-
-TEST(InfoRecord, ResetClearsTheJobAndReturnsZero) {
-    const auto info = std::make_unique<Info>();
-    std::array<unsigned char, 4> bytes{};
-    Occupy(*info, bytes);
-    EXPECT_EQ(info->Reset(), 0);
-    EXPECT_EQ(info->ProfileState, 65535);
-    EXPECT_EQ(info->Spare, 65535);
-    EXPECT_EQ(info->InputSpace, 65535);
-    EXPECT_EQ(info->OutputSpace, 65535);
-    EXPECT_EQ(info->FormatCode, 65534);
-    EXPECT_EQ(info->Source, nullptr);
-    EXPECT_EQ(info->Dest, nullptr);
-    EXPECT_EQ(info->PixelCount, 0);
-    EXPECT_EQ(info->WorkCount, 0);
-    EXPECT_EQ(info->Lightness, 0);
-    EXPECT_EQ(info->Chroma, 0);
-    EXPECT_EQ(info->Hue, 0);
-    EXPECT_EQ(info->WorkBuf, nullptr);
-}
-
-TEST(InfoRecord, ResetKeepsBuildResultIntentAndNames) {
-    const auto info = std::make_unique<Info>();
-    std::array<unsigned char, 4> bytes{};
-    Occupy(*info, bytes);
-    info->Reset();
-    EXPECT_EQ(info->BuildResult, 9);
-    EXPECT_EQ(info->Intent, IntentSaturation);
-    EXPECT_STREQ(info->ProfileName.get(), "first.icc");
-    EXPECT_STREQ(info->SecondName.get(), "second.icc");
-}
-
-TEST(InfoRecord, AResetOfAFreshRecordReturnsZero) {
-    const auto info = std::make_unique<Info>();
-    EXPECT_EQ(info->Reset(), 0);
-    EXPECT_EQ(info->ProfileState, 65535);
-    EXPECT_EQ(info->BuildResult, 65535);
-}
-
-TEST(InfoAdjustment, TheSameValuesTwiceGiveOneThenZero) {
-    const auto info = std::make_unique<Info>();
-    EXPECT_EQ(info->CheckLch(3, -4, 5), 1);
-    EXPECT_EQ(info->CheckLch(3, -4, 5), 0);
-    EXPECT_EQ(info->Lightness, 3);
-    EXPECT_EQ(info->Chroma, -4);
-    EXPECT_EQ(info->Hue, 5);
-}
-
-TEST(InfoAdjustment, ZerosOnAFreshRecordAreNoChange) {
-    const auto info = std::make_unique<Info>();
-    EXPECT_EQ(info->CheckLch(0, 0, 0), 0);
-}
-
-TEST(InfoAdjustment, EachValueAloneIsAChange) {
-    const auto info = std::make_unique<Info>();
-    info->CheckLch(3, -4, 5);
-    EXPECT_EQ(info->CheckLch(2, -4, 5), 1);
-    EXPECT_EQ(info->Lightness, 2);
-    EXPECT_EQ(info->CheckLch(2, 4, 5), 1);
-    EXPECT_EQ(info->Chroma, 4);
-    EXPECT_EQ(info->CheckLch(2, 4, 6), 1);
-    EXPECT_EQ(info->Hue, 6);
-    EXPECT_EQ(info->CheckLch(2, 4, 6), 0);
-}
-
-TEST(InfoAdjustment, AllThreeAreStoredWhenAllThreeDiffer) {
-    const auto info = std::make_unique<Info>();
-    info->CheckLch(1, 2, 3);
-    EXPECT_EQ(info->CheckLch(INT_MAX, INT_MIN, -1), 1);
-    EXPECT_EQ(info->Lightness, INT_MAX);
-    EXPECT_EQ(info->Chroma, INT_MIN);
-    EXPECT_EQ(info->Hue, -1);
-}
-
-TEST(InfoNames, TheSamePathTwiceGivesOneThenZero) {
-    const auto info = std::make_unique<Info>();
-    EXPECT_EQ(info->CheckCurrentProfile("a/b.icc", nullptr), 1);
-    EXPECT_STREQ(info->ProfileName.get(), "a/b.icc");
-    EXPECT_EQ(info->SecondName, nullptr);
-    EXPECT_EQ(info->CheckCurrentProfile("a/b.icc", nullptr), 0);
-    EXPECT_STREQ(info->ProfileName.get(), "a/b.icc");
-}
-
-TEST(InfoNames, ANullAfterAPathGivesOneAndFreesTheName) {
-    const auto info = std::make_unique<Info>();
-    info->CheckCurrentProfile("a.icc", "b.icc");
-    EXPECT_EQ(info->CheckCurrentProfile(nullptr, "b.icc"), 1);
-    EXPECT_EQ(info->ProfileName, nullptr);
-    EXPECT_STREQ(info->SecondName.get(), "b.icc");
-    EXPECT_EQ(info->CheckCurrentProfile(nullptr, nullptr), 1);
-    EXPECT_EQ(info->SecondName, nullptr);
-}
-
-TEST(InfoNames, TwoNullsGiveZero) {
-    const auto info = std::make_unique<Info>();
-    EXPECT_EQ(info->CheckCurrentProfile(nullptr, nullptr), 0);
-    EXPECT_EQ(info->ProfileName, nullptr);
-    EXPECT_EQ(info->SecondName, nullptr);
-}
-
-TEST(InfoNames, TheSamePathAfterAResetGivesZero) {
-    const auto info = std::make_unique<Info>();
-    info->CheckCurrentProfile("a.icc", nullptr);
-    info->Reset();
-    EXPECT_EQ(info->CheckCurrentProfile("a.icc", nullptr), 0);
-}
-
-TEST(InfoNames, TheSecondNameIsTreatedLikeTheFirst) {
-    const auto info = std::make_unique<Info>();
-    EXPECT_EQ(info->CheckCurrentProfile(nullptr, "s.icc"), 1);
-    EXPECT_EQ(info->ProfileName, nullptr);
-    EXPECT_STREQ(info->SecondName.get(), "s.icc");
-    EXPECT_EQ(info->CheckCurrentProfile(nullptr, "s.icc"), 0);
-    EXPECT_EQ(info->CheckCurrentProfile(nullptr, "t.icc"), 1);
-    EXPECT_STREQ(info->SecondName.get(), "t.icc");
-}
-
-TEST(InfoNames, BothNamesAreStoredWhenBothChange) {
-    const auto info = std::make_unique<Info>();
-    info->CheckCurrentProfile("a", "b");
-    EXPECT_EQ(info->CheckCurrentProfile("c", "d"), 1);
-    EXPECT_STREQ(info->ProfileName.get(), "c");
-    EXPECT_STREQ(info->SecondName.get(), "d");
-    EXPECT_EQ(info->CheckCurrentProfile("c", "e"), 1);
-    EXPECT_EQ(info->CheckCurrentProfile("f", "e"), 1);
-    EXPECT_EQ(info->CheckCurrentProfile("f", "e"), 0);
-}
-
-TEST(InfoNames, AreComparedByteByByte) {
-    const auto info = std::make_unique<Info>();
-    info->CheckCurrentProfile("profile.icc", nullptr);
-    for (const char* other : {"Profile.icc", "Profile.icc2", "Profile", "", "./Profile"}) {
-        EXPECT_EQ(info->CheckCurrentProfile(other, nullptr), 1) << other;
-        EXPECT_STREQ(info->ProfileName.get(), other);
-        EXPECT_EQ(info->CheckCurrentProfile(other, nullptr), 0) << other;
+TEST(Info, TellsWhetherAnAdjustmentDiffers) {
+    Info info;
+    const struct {
+        int lightness, chroma, hue, result;
+    } steps[] = {{0, 0, 0, 0},  {3, -4, 5, 1}, {3, -4, 5, 0},
+                 {2, -4, 5, 1}, {2, 4, 5, 1},  {2, 4, 6, 1},
+                 {2, 4, 6, 0},  {0, 4, 6, 1},  {INT_MAX, INT_MIN, -1, 1}};
+    for (const auto& [lightness, chroma, hue, result] : steps) {
+        SCOPED_TRACE(testing::Message() << lightness << " " << chroma << " " << hue);
+        EXPECT_EQ(info.CheckLch(lightness, chroma, hue), result);
+        EXPECT_EQ(info.Lightness, lightness);
+        EXPECT_EQ(info.Chroma, chroma);
+        EXPECT_EQ(info.Hue, hue);
     }
 }
 
-TEST(InfoNames, AreCopied) {
-    const auto info = std::make_unique<Info>();
+TEST(Info, TellsWhetherANameDiffers) {
+    Info info;
+    const struct {
+        const char *first, *second;
+        int result;
+    } steps[] = {{nullptr, nullptr, 0},
+                 {"a/b.icc", nullptr, 1},
+                 {"a/b.icc", nullptr, 0},
+                 {"b.icc", nullptr, 1},
+                 {"b.icc", "x", 1},
+                 {"b.icc", "x", 0},
+                 {"b.icc", nullptr, 1},
+                 {nullptr, nullptr, 1},
+                 {nullptr, "s.icc", 1},
+                 {nullptr, "s.icc", 0},
+                 {nullptr, "t.icc", 1},
+                 {"c", "d", 1},
+                 {"c", "e", 1},
+                 {"f", "e", 1},
+                 {"f", "e", 0},
+                 {nullptr, "e", 1},
+                 // Byte by byte.
+                 {"profile.icc", "e", 1},
+                 {"Profile.icc", "e", 1},
+                 {"Profile.icc2", "e", 1},
+                 {"Profile", "e", 1},
+                 {"", "e", 1},
+                 {"", "e", 0},
+                 {"./Profile", "e", 1}};
+    for (const auto& [first, second, result] : steps) {
+        SCOPED_TRACE(testing::Message() << "\"" << first << "\", \"" << second << "\"");
+        EXPECT_EQ(info.CheckCurrentProfile(first, second), result);
+        EXPECT_STREQ(info.ProfileName.get(), first);
+        EXPECT_STREQ(info.SecondName.get(), second);
+    }
+}
+
+TEST(Info, CopiesNames) {
+    Info info;
     std::string path = "a.icc";
-    info->CheckCurrentProfile(path.c_str(), nullptr);
+    info.CheckCurrentProfile(path.c_str(), nullptr);
     path[0] = 'b';
-    EXPECT_STREQ(info->ProfileName.get(), "a.icc");
-    EXPECT_EQ(info->CheckCurrentProfile(path.c_str(), nullptr), 1);
+    EXPECT_STREQ(info.ProfileName.get(), "a.icc");
+    EXPECT_EQ(info.CheckCurrentProfile(path.c_str(), nullptr), 1);
 }
 
-TEST(InfoNames, OfAnyLengthAreKeptWhole) {
-    const auto info = std::make_unique<Info>();
-    for (std::size_t length : {127U, 1U, 128U, 4000U, 127U, 129U}) {
-        const std::string path(length, static_cast<char>('a' + length % 7));
-        EXPECT_EQ(info->CheckCurrentProfile(path.c_str(), path.c_str()), 1) << length;
-        EXPECT_EQ(info->ProfileName.get(), path);
-        EXPECT_EQ(info->SecondName.get(), path);
-        EXPECT_EQ(info->CheckCurrentProfile(path.c_str(), path.c_str()), 0) << length;
+TEST(Info, HasRoomForNamesOfAnyLength) {
+    // Sixteen lengths in a row: a heap block has room to spare for fifteen of them.
+    std::vector<std::size_t> lengths = {1, 4000, 4096};
+    for (std::size_t length = 120; length < 152; ++length) lengths.push_back(length);
+    for (const std::size_t length : lengths) {
+        SCOPED_TRACE(length);
+        Info info;
+        const std::string name(length, 'n'), longer(length + 1, 'n');
+        EXPECT_EQ(info.CheckCurrentProfile(name.c_str(), name.c_str()), 1);
+        EXPECT_GE(malloc_usable_size(info.ProfileName.get()), std::max<std::size_t>(128, length + 1));
+        EXPECT_GE(malloc_usable_size(info.SecondName.get()), std::max<std::size_t>(128, length + 1));
+        EXPECT_EQ(info.ProfileName.get(), name);
+        EXPECT_EQ(info.SecondName.get(), name);
+        EXPECT_EQ(info.CheckCurrentProfile(name.c_str(), name.c_str()), 0);
+        EXPECT_EQ(info.CheckCurrentProfile(longer.c_str(), name.c_str()), 1);
     }
 }
 
-struct CodeRow {
-    int code;
+/// The codes that there are, those around them, and some far away.
+std::vector<int> FormatCodes() {
+    std::vector<int> codes = {INT_MIN, -1, 0, 1, 3, 769, 65534, 65535, INT_MAX};
+    for (int code = 250; code <= 530; ++code) codes.push_back(code);
+    return codes;
+}
+
+TEST(PixelFormat, IsThatOfTheReference) {
+    for (const int code : FormatCodes()) {
+        SCOPED_TRACE(code);
+        const PixelFormat format = FindFormat(code);
+        const CodeLayout expected = LayoutOf(code);
+        EXPECT_EQ(format.channels, expected.channels);
+        EXPECT_EQ(format.source16, expected.sourceBytes == 2);
+        EXPECT_EQ(format.dest16, expected.destBytes == 2);
+    }
+}
+
+TEST(WorkingBuffer, HasTheChannelsOfTheCode) {
+    unsigned char bytes[4];
+    for (const int code : FormatCodes()) {
+        SCOPED_TRACE(code);
+        const int channels = LayoutOf(code).channels;
+        Info info;
+        info.FormatCode = code;
+        // A buffer of no samples does not shut out the next run.
+        for (const int pixels : {0, 10}) {
+            EXPECT_EQ(info.CheckWorkingBuf(bytes + 2, bytes + 3, pixels), channels == 0 ? 65534 : 0);
+            EXPECT_EQ(info.Source, bytes + 2);
+            EXPECT_EQ(info.Dest, bytes + 3);
+            EXPECT_EQ(info.WorkCount, pixels * channels);
+            EXPECT_EQ(info.PixelCount, channels == 0 ? 0 : pixels);
+            EXPECT_EQ(info.WorkBuf != nullptr, channels != 0);
+        }
+        // 16 bits a sample for the 8-bit codes too: an address checker sees an array that is smaller.
+        for (int i = 0; i < info.WorkCount; ++i) info.WorkBuf[AsIndex(i)] = 65535;
+    }
+}
+
+TEST(WorkingBuffer, IsMadeOnceUntilAReset) {
+    unsigned char bytes[4];
+    Info info;
+    info.FormatCode = 262;
+    EXPECT_EQ(info.CheckWorkingBuf(bytes, bytes + 1, 100), 0);
+    EXPECT_EQ(info.WorkCount, 600);
+    const unsigned short* const buffer = info.WorkBuf.get();
+    for (const int code : {262, 514, 0}) {
+        info.FormatCode = code;
+        EXPECT_EQ(info.CheckWorkingBuf(bytes + 2, bytes + 3, 50), 0) << code;
+        EXPECT_EQ(info.Source, bytes);
+        EXPECT_EQ(info.Dest, bytes + 1);
+        EXPECT_EQ(info.PixelCount, 100);
+        EXPECT_EQ(info.WorkCount, 600);
+        EXPECT_EQ(info.WorkBuf.get(), buffer);
+    }
+    info.Reset();
+    info.FormatCode = 520;
+    EXPECT_EQ(info.CheckWorkingBuf(bytes, bytes, 2), 0);
+    EXPECT_EQ(info.WorkCount, 14);
+    EXPECT_EQ(info.PixelCount, 2);
+}
+
+TEST(WorkingBuffer, KeepsItsCountsWhenItIsDeletedAndIsNotMadeAgain) {
+    Info info;
+    info.FormatCode = 262;
+    info.CheckWorkingBuf(nullptr, nullptr, 10);
+    for (int pass = 0; pass < 2; ++pass) {
+        EXPECT_EQ(info.DeleteWorkingBuf(), 0);
+        EXPECT_EQ(info.WorkBuf, nullptr);
+        EXPECT_EQ(info.WorkCount, 60);
+        EXPECT_EQ(info.PixelCount, 10);
+        EXPECT_EQ(info.CheckWorkingBuf(nullptr, nullptr, 10), 0);
+        EXPECT_EQ(info.WorkBuf, nullptr);
+    }
+}
+
+TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
+    unsigned char bytes[2];
+    const struct {
+        int code, pixels;
+    } rows[] = {{257, -1},
+                {520, INT_MIN},
+                // The first products above what an int holds.
+                {257, 715827883},
+                {259, 536870912},
+                {263, 306783379},
+                {518, INT_MAX}};
+    for (const auto& [code, pixels] : rows) {
+        SCOPED_TRACE(testing::Message() << code << ", " << pixels << " pixels");
+        Info info;
+        info.FormatCode = code;
+        EXPECT_EQ(info.CheckWorkingBuf(bytes, bytes + 1, pixels), 0);
+        EXPECT_EQ(info.PixelCount, 0);
+        EXPECT_EQ(info.WorkCount, 0);
+        EXPECT_EQ(info.WorkBuf, nullptr);
+        EXPECT_EQ(info.Source, bytes);
+        EXPECT_EQ(info.CheckWorkingBuf(bytes + 1, bytes, 1), 0) << "the next run is not shut out";
+        EXPECT_EQ(info.PixelCount, 1);
+        EXPECT_EQ(info.Source, bytes + 1);
+    }
+}
+
+/// A unit that takes a working buffer of some samples a pixel, and a code of that many channels: 16 bits on both sides.
+struct RunRow {
+    const char* name;
+    std::function<std::unique_ptr<Base>()> make;
     int channels;
-};
-
-class InfoKnownCode : public testing::TestWithParam<CodeRow> {};
-
-TEST_P(InfoKnownCode, MakesABufferOfItsChannels) {
-    const auto info = std::make_unique<Info>();
-    std::array<unsigned char, 2> bytes{};
-    info->FormatCode = GetParam().code;
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data(), bytes.data() + 1, 10), 0);
-    EXPECT_EQ(info->WorkCount, 10 * GetParam().channels);
-    EXPECT_EQ(info->PixelCount, 10);
-    EXPECT_EQ(info->Source, bytes.data());
-    EXPECT_EQ(info->Dest, bytes.data() + 1);
-    ASSERT_NE(info->WorkBuf, nullptr);
-    // All samples are there, 16 bits wide also for the 8-bit codes: an address checker sees an array that is not.
-    for (int i = 0; i < info->WorkCount; ++i) info->WorkBuf[static_cast<std::size_t>(i)] = 65535;
-    EXPECT_EQ(info->WorkBuf[static_cast<std::size_t>(info->WorkCount - 1)], 65535);
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, InfoKnownCode,
-                         testing::Values(CodeRow{257, 3}, CodeRow{258, 3}, CodeRow{513, 3}, CodeRow{514, 3},
-                                         CodeRow{259, 4}, CodeRow{260, 4}, CodeRow{515, 4}, CodeRow{516, 4},
-                                         CodeRow{261, 6}, CodeRow{262, 6}, CodeRow{517, 6}, CodeRow{518, 6},
-                                         CodeRow{263, 7}, CodeRow{264, 7}, CodeRow{519, 7}, CodeRow{520, 7}),
-                         [](const auto& row) { return std::to_string(row.param.code); });
-
-class InfoUnknownCode : public testing::TestWithParam<int> {};
-
-TEST_P(InfoUnknownCode, StoresThePointersAloneAndGives65534) {
-    const auto info = std::make_unique<Info>();
-    std::array<unsigned char, 2> bytes{};
-    info->FormatCode = GetParam();
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data(), bytes.data() + 1, 10), 65534);
-    EXPECT_EQ(info->Source, bytes.data());
-    EXPECT_EQ(info->Dest, bytes.data() + 1);
-    EXPECT_EQ(info->WorkCount, 0);
-    EXPECT_EQ(info->PixelCount, 0);
-    EXPECT_EQ(info->WorkBuf, nullptr);
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, InfoUnknownCode,
-                         testing::Values(INT_MIN, -1, 0, 1, 255, 256, 265, 511, 512, 521, 769, 65534, 65535, INT_MAX));
-
-TEST(InfoWorkingBuffer, OfCode262And100PixelsHas600Samples) {
-    const auto info = std::make_unique<Info>();
-    std::array<unsigned char, 4> bytes{};
-    info->FormatCode = 262;
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data(), bytes.data() + 1, 100), 0);
-    EXPECT_EQ(info->WorkCount, 600);
-    const unsigned short* buffer = info->WorkBuf.get();
-
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data() + 2, bytes.data() + 3, 50), 0);
-    EXPECT_EQ(info->Source, bytes.data());
-    EXPECT_EQ(info->Dest, bytes.data() + 1);
-    EXPECT_EQ(info->PixelCount, 100);
-    EXPECT_EQ(info->WorkCount, 600);
-    EXPECT_EQ(info->WorkBuf.get(), buffer);
-}
-
-TEST(InfoWorkingBuffer, OnceMadeIsNotCheckedAgainAgainstTheCode) {
-    const auto info = std::make_unique<Info>();
-    info->FormatCode = 257;
-    info->CheckWorkingBuf(nullptr, nullptr, 1);
-    info->FormatCode = 0;
-    EXPECT_EQ(info->CheckWorkingBuf(nullptr, nullptr, 1), 0);
-}
-
-TEST(InfoWorkingBuffer, IsMadeAnewAfterAReset) {
-    const auto info = std::make_unique<Info>();
-    info->FormatCode = 257;
-    info->CheckWorkingBuf(nullptr, nullptr, 5);
-    info->Reset();
-    info->FormatCode = 520;
-    EXPECT_EQ(info->CheckWorkingBuf(nullptr, nullptr, 2), 0);
-    EXPECT_EQ(info->WorkCount, 14);
-    EXPECT_EQ(info->PixelCount, 2);
-}
-
-TEST(InfoWorkingBuffer, DeletedKeepsItsCountAndIsNotMadeAnew) {
-    const auto info = std::make_unique<Info>();
-    info->FormatCode = 257;
-    info->CheckWorkingBuf(nullptr, nullptr, 5);
-    EXPECT_EQ(info->DeleteWorkingBuf(), 0);
-    EXPECT_EQ(info->WorkBuf, nullptr);
-    EXPECT_EQ(info->WorkCount, 15);
-    EXPECT_EQ(info->PixelCount, 5);
-    EXPECT_EQ(info->DeleteWorkingBuf(), 0);
-    EXPECT_EQ(info->CheckWorkingBuf(nullptr, nullptr, 5), 0);
-    EXPECT_EQ(info->WorkBuf, nullptr);
-}
-
-TEST_P(InfoKnownCode, MakesABufferForNoPixelsToo) {
-    const auto info = std::make_unique<Info>();
-    std::array<unsigned char, 2> bytes{};
-    info->FormatCode = GetParam().code;
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data(), bytes.data() + 1, 0), 0);
-    EXPECT_NE(info->WorkBuf, nullptr);
-    EXPECT_EQ(info->WorkCount, 0);
-    EXPECT_EQ(info->PixelCount, 0);
-    EXPECT_EQ(info->Source, bytes.data());
-    EXPECT_EQ(info->Dest, bytes.data() + 1);
-    // Its count does not shut out the next run.
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data() + 1, bytes.data(), 10), 0);
-    EXPECT_EQ(info->WorkCount, 10 * GetParam().channels);
-    EXPECT_EQ(info->Source, bytes.data() + 1);
-}
-
-struct EmptyRow {
     int code;
-    int pixels;
 };
+void PrintTo(const RunRow& row, std::ostream* out) { *out << row.name; }
 
-class InfoEmptyJob : public testing::TestWithParam<EmptyRow> {};
-
-TEST_P(InfoEmptyJob, HasNoPixelsAndNoBuffer) {
-    const auto info = std::make_unique<Info>();
-    std::array<unsigned char, 2> bytes{};
-    info->FormatCode = GetParam().code;
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data(), bytes.data() + 1, GetParam().pixels), 0);
-    EXPECT_EQ(info->PixelCount, 0);
-    EXPECT_EQ(info->WorkCount, 0);
-    EXPECT_EQ(info->WorkBuf, nullptr);
-    EXPECT_EQ(info->Source, bytes.data());
-    // A job without samples does not shut out the next one.
-    EXPECT_EQ(info->CheckWorkingBuf(bytes.data() + 1, bytes.data(), 1), 0);
-    EXPECT_EQ(info->PixelCount, 1);
-    EXPECT_EQ(info->Source, bytes.data() + 1);
+template <typename Unit>
+std::unique_ptr<Base> MakeLoaded() {
+    auto unit = std::make_unique<Unit>();
+    const TestLut lut = RandomLut({.outputs = 7, .points = 9, .inputEntries = 2, .outputEntries = 17});
+    if constexpr (std::is_base_of_v<InputTable33, Unit>) {
+        unit->Initial(&lut.tag, Space(1));
+    } else {
+        unit->Initial(&lut.tag);
+    }
+    return unit;
 }
 
-// 3 x 715827883, 4 x 536870912 and 7 x 306783379 are the first products above what an int holds.
-INSTANTIATE_TEST_SUITE_P(Every, InfoEmptyJob,
-                         testing::Values(EmptyRow{257, -1}, EmptyRow{520, INT_MIN}, EmptyRow{257, 715827883},
-                                         EmptyRow{259, 536870912}, EmptyRow{263, 306783379}, EmptyRow{518, INT_MAX}));
+constexpr int kRunPixels = 5;
+constexpr unsigned short kSource = 0x1234, kWork = 0x4321, kDest = 0x1111;
+
+class UnitRun : public testing::TestWithParam<RunRow> {
+protected:
+    UnitRun() {
+        info_.FormatCode = GetParam().code;
+        auto* const source = reinterpret_cast<unsigned char*>(source_.data());
+        auto* const dest = reinterpret_cast<unsigned char*>(dest_.data());
+        EXPECT_EQ(info_.CheckWorkingBuf(source, dest, kRunPixels), 0);
+        EXPECT_EQ(info_.WorkCount, Samples());
+    }
+    int Samples() const { return kRunPixels * GetParam().channels; }
+    /// How many pixels the unit changes, in working or destination samples; they must be the first.
+    int Changed() {
+        if (info_.WorkBuf != nullptr) std::fill_n(info_.WorkBuf.get(), Samples(), kWork);
+        std::ranges::fill(dest_, kDest);
+        EXPECT_EQ(unit_->Conversion(&info_), 0);
+        int changed = 0;
+        for (int p = 0; p < kRunPixels; ++p) {
+            bool touched = false;
+            for (int c = 0; c < GetParam().channels; ++c) {
+                const std::size_t at = AsIndex(p * GetParam().channels + c);
+                touched |= dest_[at] != kDest || (info_.WorkBuf != nullptr && info_.WorkBuf[at] != kWork);
+            }
+            if (!touched) continue;
+            EXPECT_EQ(changed, p) << "pixels in between were left out";
+            ++changed;
+        }
+        return changed;
+    }
+
+    Info info_;
+    Words source_ = Words(kRunPixels * 7, kSource);
+    Words dest_ = Words(kRunPixels * 7, kDest);
+    const std::unique_ptr<Base> unit_ = GetParam().make();
+};
+
+TEST_P(UnitRun, ChangesEveryPixel) { EXPECT_EQ(Changed(), kRunPixels); }
+
+TEST_P(UnitRun, IsEmptyWithoutAWorkingBuffer) {
+    info_.DeleteWorkingBuf();
+    EXPECT_EQ(info_.WorkCount, Samples());
+    EXPECT_EQ(Changed(), 0);
+}
+
+TEST_P(UnitRun, IsEmptyWithoutTheSourceOrDestinationThatTheUnitUses) {
+    const std::string name = GetParam().name;
+    info_.Source = nullptr;
+    EXPECT_EQ(Changed(), name.starts_with("Input") ? 0 : kRunPixels);
+    info_.Source = reinterpret_cast<unsigned char*>(source_.data());
+    info_.Dest = nullptr;
+    EXPECT_EQ(Changed(), name.starts_with("Output") ? 0 : kRunPixels);
+}
+
+TEST_P(UnitRun, EndsWithTheLastPixelThatIsWholeInTheBuffer) {
+    for (const int pixels : {kRunPixels - 1, 1 << 30}) {
+        info_.PixelCount = pixels;
+        info_.WorkCount = 3 * GetParam().channels - 1;
+        EXPECT_EQ(Changed(), 2) << pixels;
+    }
+    for (const auto& [pixels, samples] :
+         {std::pair{INT_MIN, 100}, {-1, 100}, {0, 100}, {kRunPixels, 0}, {kRunPixels, -1}}) {
+        info_.PixelCount = pixels;
+        info_.WorkCount = samples;
+        EXPECT_EQ(Changed(), 0) << pixels << " pixels, " << samples << " samples";
+    }
+}
+
+const RunRow kRunRows[] = {
+    {"Input33", MakeLoaded<InputTable33>, 3, 514},  {"Input34", MakeLoaded<InputTable34>, 4, 516},
+    {"Input36", MakeLoaded<InputTable36>, 6, 518},  {"Input37", MakeLoaded<InputTable37>, 7, 520},
+    {"Color33", MakeLoaded<ColorTable33>, 3, 514},  {"Color34", MakeLoaded<ColorTable34>, 4, 516},
+    {"Color36", MakeLoaded<ColorTable36>, 6, 518},  {"Color37", MakeLoaded<ColorTable37>, 7, 520},
+    {"Output3", MakeLoaded<OutputTable33>, 3, 514}, {"Output4", MakeLoaded<OutputTable33>, 4, 516},
+    {"Output6", MakeLoaded<OutputTable33>, 6, 518}};
+INSTANTIATE_TEST_SUITE_P(Every, UnitRun, testing::ValuesIn(kRunRows),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
 }  // namespace hueweave::test

@@ -1,324 +1,495 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The three input curves: how they are expanded, evaluated, reduced to 8 bits, and run over pixels.
+// Input tables: how the curves are loaded, expanded, evaluated and reduced to what an encoding asks for, and how runs
+// of pixels go through them.
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <set>
-#include <type_traits>
+#include <limits>
 
-#include "unit/units/UnitHelpers.h"
-#include "units/InputTable33.h"
+#include "engine/CIccEngineS.h"
+#include "support/Matchers.h"
+#include "unit/units/UnitTables.h"
 
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICC_UNIT::InputTable33;
-
-static_assert(std::is_abstract_v<Base> && std::has_virtual_destructor_v<Base>);
-static_assert(std::is_base_of_v<Base, InputTable33>);
-
-constexpr ColorSpaceSignature k16 = Space(1);
-
-/// A curve of the profile expanded to all samples.
-std::vector<int> Expanded(const CLut16Type& lut, int channel) {
-    const int entries = lut.inputEnt;
-    const double step = 65535.0 / (entries - 1);
-    std::vector<int> row(65536);
-    for (int v = 0; v < 65535; ++v) {
-        const double x = v;
-        const int n = static_cast<int>(x / step);
-        const double f = (x - n * step) / step;
-        row[static_cast<std::size_t>(v)] =
-            static_cast<int>(CurveEntry(lut.inputTable, entries, channel, n + 1) * f +
-                             (1.0 - f) * CurveEntry(lut.inputTable, entries, channel, n) + 0.5);
-    }
-    row[65535] = CurveEntry(lut.inputTable, entries, channel, entries - 1);
-    return row;
-}
-
-void Call(InputTable33& table, unsigned short& a, unsigned short& b, unsigned short& c) {
-    unsigned short d = 1, e = 2, f = 3, g = 4;
-    table.Conversion(a, b, c, d, e, f, g);
-    EXPECT_EQ(d, 1);
-    EXPECT_EQ(e, 2);
-    EXPECT_EQ(f, 3);
-    EXPECT_EQ(g, 4);
-}
-
-TEST(InputTable, StartsCleared) {
-    const auto table = std::make_unique<InputTable33>();
-    EXPECT_STREQ(table->UnitName, "InputTable33");
-    EXPECT_EQ(table->Bits, 16);
-    for (std::size_t row = 0; row < 3; ++row) {
-        ExpectRow(table->Curve[row], ConstantRow(4096, 0), "Curve");
-        ExpectRow(table->Lut16[row], ConstantRow(65536, 0), "Lut16");
-    }
-}
-
-class InputTableEntries : public testing::TestWithParam<int> {};
-
-TEST_P(InputTableEntries, ExpandEveryCurveToEverySample) {
-    const int entries = GetParam();
-    const auto lut = MakeLut({.inputEntries = entries}, static_cast<std::uint32_t>(entries));
-    const auto table = std::make_unique<InputTable33>();
-    EXPECT_EQ(table->Initial(lut.get(), k16), 0);
-    EXPECT_EQ(table->LUT_Step, 65535.0 / (entries - 1));
-    EXPECT_EQ(table->Bits, 16);
-    for (int c = 0; c < 3; ++c) {
-        std::vector<int> curve(4096, 0);
-        for (int n = 0; n < entries; ++n) {
-            curve[static_cast<std::size_t>(n)] = CurveEntry(lut->inputTable, entries, c, n);
-        }
-        ExpectRow(table->Curve[c], curve, "Curve");
-        ExpectRow(table->Lut16[c], Expanded(*lut, c), "Lut16");
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Counts, InputTableEntries,
-                         testing::Values(3, 4, 5, 16, 17, 33, 255, 256, 257, 1000, 1024, 4095, 4096));
-
-TEST(InputTable, ATwoEntryTableIsTheIdentity) {
-    const auto lut = MakeLut({.inputEntries = 2});
-    lut->inputTable[0] = 65535;  // falling, and read by nobody
-    lut->inputTable[1] = 0;
-    const auto table = std::make_unique<InputTable33>();
-    EXPECT_EQ(table->Initial(lut.get(), k16), 0);
-    EXPECT_EQ(table->LUT_Step, 16.003663003663004);
-    EXPECT_EQ(table->Bits, 16);
+/// All but the curves behind those of the profile.
+void ExpectTables(const InputTable33& table, const ReferenceInput& plain) {
+    EXPECT_EQ(table.Bits, plain.bits);
+    EXPECT_EQ(table.LUT_Step, plain.step);
     for (std::size_t c = 0; c < 3; ++c) {
-        ExpectRow(table->Lut16[c], Ramp(65536), "Lut16");
-        ExpectRow(table->Curve[c], Ramp(4096, 16), "Curve");
-        EXPECT_EQ(table->Curve[c][4095], 65520);
+        EXPECT_THAT(table.Curve[c], EqualTo(plain.curve[c])) << "curve " << c;
+        EXPECT_THAT(table.Lut16[c], EqualTo(plain.table[c])) << "table " << c;
     }
 }
 
-TEST(InputTable, ATwoEntryTableReducedKeepsTheTopOfTheScale) {
-    const auto lut = MakeLut({.inputEntries = 2});
-    const auto table = std::make_unique<InputTable33>();
-    EXPECT_EQ(table->Initial(lut.get(), Space(0)), 0);
-    EXPECT_EQ(table->Bits, 8);
-    std::vector<int> expected = Ramp(256, 256);
-    expected[255] = 65535;
-    for (const auto& row : table->Lut16) ExpectRow(row, expected, "Lut16");
+TEST(InputTable, ExpandsCurvesOfAnyLengthForEveryEncoding) {
+    for (const int entries : {0, 1, 2, 3, 4, 5, 16, 17, 33, 255, 256, 257, 1000, 1024, 4095, 4096}) {
+        const TestLut lut = RandomLut({.points = 2, .inputEntries = entries});
+        for (const int space : {0, 1, 2, 3}) {
+            SCOPED_TRACE(testing::Message() << entries << " entries, encoding " << space);
+            const auto table = std::make_unique<InputTable33>();
+            ReferenceInput plain(3);
+            EXPECT_EQ(table->Initial(&lut.tag, Space(space)), 0);
+            plain.Load(lut.plain, space);
+            ExpectTables(*table, plain);
+        }
+    }
 }
 
-TEST(InputTable, TablesOfOneOrNoEntryAreTheIdentityToo) {
-    for (int entries : {0, 1}) {
-        const auto lut = MakeLut({.inputEntries = entries});
+TEST(InputTable, ReducesEveryOtherEncodingToBytes) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 17});
+    ReferenceInput plain(3);
+    plain.Load(lut.plain, 0);
+    for (const int space : {4, 5, 8, 9, 16, 19, 20, 39, 40, 65535, -1}) {
+        SCOPED_TRACE(space);
         const auto table = std::make_unique<InputTable33>();
-        EXPECT_EQ(table->Initial(lut.get(), k16), 0);
-        EXPECT_EQ(table->LUT_Step, 16.003663003663004);
-        for (const auto& row : table->Lut16) ExpectRow(row, Ramp(65536), "Lut16");
+        EXPECT_EQ(table->Initial(&lut.tag, Space(space)), 0);
+        ExpectTables(*table, plain);
     }
 }
 
-TEST(InputTable, TheIdentityGoesToTheChannelsOfTheProfileAlone) {
-    const auto lut = MakeLut({.inputs = 2, .inputEntries = 2});
+TEST(InputTable, HasTheEntriesOfACurveAtTheirSamples) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 256});
     const auto table = std::make_unique<InputTable33>();
-    table->Initial(lut.get(), k16);
-    ExpectRow(table->Lut16[1], Ramp(65536), "Lut16");
-    ExpectRow(table->Curve[1], Ramp(4096, 16), "Curve");
-    ExpectRow(table->Lut16[2], ConstantRow(65536, 0), "Lut16");
-    ExpectRow(table->Curve[2], ConstantRow(4096, 0), "Curve");
-}
-
-TEST(InputTable, WithoutChannelsTheTablesComeFromZeroCurves) {
-    const auto lut = MakeLut({.inputs = 0, .inputEntries = 5});
-    const auto table = std::make_unique<InputTable33>();
-    std::fill_n(&table->Lut16[0][0], 3 * 65536, 99);
-    EXPECT_EQ(table->Initial(lut.get(), k16), 0);
-    EXPECT_EQ(table->LUT_Step, 65535.0 / 4);
-    for (std::size_t c = 0; c < 3; ++c) {
-        ExpectRow(table->Curve[c], ConstantRow(4096, 0), "Curve");
-        ExpectRow(table->Lut16[c], ConstantRow(65536, 0), "Lut16");
-    }
-}
-
-TEST(InputTable, ChannelsThatTheProfileLacksAreExpandedFromTheCurveInPlace) {
-    const auto lut = MakeLut({.inputs = 1, .inputEntries = 3});
-    const auto table = std::make_unique<InputTable33>();
-    std::copy_n(std::array{100, 200, 4000}.begin(), 3, table->Curve[2]);
-    table->Initial(lut.get(), k16);
-    EXPECT_EQ(table->Lut16[2][0], 100);
-    EXPECT_EQ(table->Lut16[2][65535], 4000);  // the last step takes all three rows
-    EXPECT_EQ(table->Lut16[1][65535], 0);
-    ExpectRow(table->Lut16[0], Expanded(*lut, 0), "Lut16");
-}
-
-TEST(InputTable, TwoHundredFiftySixEntriesComeBackAtMultiplesOf257) {
-    const auto lut = MakeLut({.inputEntries = 256}, 7);
-    const auto table = std::make_unique<InputTable33>();
-    table->Initial(lut.get(), k16);
+    table->Initial(&lut.tag, Space(1));
     EXPECT_EQ(table->LUT_Step, 257.0);
-    for (int c = 0; c < 3; ++c) {
-        for (int n = 0; n < 256; ++n) {
-            EXPECT_EQ(table->Lut16[c][n * 257], CurveEntry(lut->inputTable, 256, c, n)) << c << ", " << n;
+    for (std::size_t n = 0; n < 256; ++n) {
+        const auto sample = static_cast<unsigned short>(257 * n);
+        const Seven point = Through(*table, {sample, sample, sample, 1, 2, 3, 4});
+        for (std::size_t c = 0; c < 3; ++c) {
+            ASSERT_EQ(table->Lut16[c][sample], lut.plain.input[c * 256 + n]);
+            ASSERT_EQ(point[c], lut.plain.input[c * 256 + n]);
+        }
+        ASSERT_EQ(point, (Seven{point[0], point[1], point[2], 1, 2, 3, 4}));
+    }
+}
+
+TEST(InputTable, TakesTheLastEntryForTheLastSampleAlone) {
+    LutContents contents = MakeLut({.points = 2, .inputEntries = 3});
+    contents.input = {0, 0, 65535, 0, 0, 65534, 0, 0, 65533};
+    const TestLut lut(contents);
+    const auto table = std::make_unique<InputTable33>();
+    table->Initial(&lut.tag, Space(1));
+    for (int c = 0; c < 3; ++c) EXPECT_EQ(table->Lut16[c][65535], 65535 - c);
+    EXPECT_EQ(table->Lut16[0][65534], 65533) << "32767.5 samples for 65535: 2 for the last";
+}
+
+/// Kept: a curve of two entries or fewer is the identity.
+TEST(InputTable, TakesTwoEntriesForTheIdentityWithoutReadingThem) {
+    for (const int entries : {0, 1, 2}) {
+        for (int inputs = 0; inputs <= 3; ++inputs) {
+            SCOPED_TRACE(testing::Message() << entries << " entries, " << inputs << " channels");
+            TestLut lut = RandomLut({.inputs = inputs, .points = 2, .inputEntries = entries});
+            lut.tag.inputTable.reset();
+            lut.tag.clutTable.reset();
+            lut.tag.outputTable.reset();
+            const auto table = std::make_unique<InputTable33>();
+            std::fill_n(&table->Lut16[0][0], 3 * 65536, 99);
+            std::fill_n(&table->Curve[0][0], 3 * 4096, 98);
+            EXPECT_EQ(table->Initial(&lut.tag, Space(1)), 0);
+            EXPECT_EQ(table->LUT_Step, 16.003663003663004);
+            EXPECT_EQ(table->Bits, 16);
+            for (int c = 0; c < 3; ++c) {
+                EXPECT_THAT(table->Lut16[c], EqualTo(c < inputs ? Ramp(65536) : std::vector<int>(65536, 99))) << c;
+                EXPECT_THAT(table->Curve[c], EqualTo(c < inputs ? Ramp(4096, 16) : std::vector<int>(4096, 98))) << c;
+            }
         }
     }
 }
 
-TEST(InputTable, TheLastEntryIsTheCurvesLastAndTheOneBeforeIsEvaluated) {
-    const auto lut = MakeLut({.inputEntries = 3});
-    for (std::size_t c = 0; c < 3; ++c) {
-        lut->inputTable[c * 3] = 0;
-        lut->inputTable[c * 3 + 1] = 0;
-        lut->inputTable[c * 3 + 2] = static_cast<std::uint16_t>(65535 - c);
-    }
+TEST(InputTable, GivesTheseEntriesOfTheIdentity) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 2});
     const auto table = std::make_unique<InputTable33>();
-    table->Initial(lut.get(), k16);
-    for (int c = 0; c < 3; ++c) EXPECT_EQ(table->Lut16[c][65535], 65535 - c);
-    // Two units of 65535 to a sample at the step of 32767.5: 65535 - 2 at the sample before the last.
-    EXPECT_EQ(table->Lut16[0][65534], 65533);
-}
-
-TEST(InputTable, EvaluationRoundsToNearest) {
-    const auto table = std::make_unique<InputTable33>();
-    table->LUT_Step = 4.0;
-    table->Curve[0][0] = 10;
-    table->Curve[0][1] = 12;  // halves go up, on a falling piece too
-    table->Curve[1][0] = 12;
-    table->Curve[1][1] = 10;
-    table->Curve[2][0] = 100;
-    table->Curve[2][1] = 101;
-    const int expected[4][3] = {{10, 12, 100}, {11, 12, 100}, {11, 11, 101}, {12, 11, 101}};
-    for (unsigned short x = 0; x < 4; ++x) {
-        unsigned short a = x, b = x, c = x;
-        Call(*table, a, b, c);
-        EXPECT_EQ(a, expected[x][0]) << x;
-        EXPECT_EQ(b, expected[x][1]) << x;
-        EXPECT_EQ(c, expected[x][2]) << x;
+    const struct {
+        int space, row, entry, value;
+    } rows[] = {{0, 1, 129, 33024},   {0, 2, 254, 65024}, {0, 2, 255, 65535},  // not 65280
+                {2, 0, 255, 65280},   {2, 1, 0, 32767},   {2, 1, 127, 65279},   {2, 1, 128, 32768},
+                {2, 1, 129, 257},     {2, 2, 255, 32513}, {3, 1, 0, 32768},     {3, 1, 32766, 65534},
+                {3, 1, 32767, 32767}, {3, 2, 32768, 0},   {3, 2, 65534, 32766}, {3, 2, 65535, 65535}};
+    for (const auto& [space, row, entry, value] : rows) {
+        table->Initial(&lut.tag, Space(space));
+        EXPECT_EQ(table->Lut16[row][entry], value) << space << ", row " << row << ", entry " << entry;
     }
 }
 
-TEST(InputTable, EvaluationOnAnEntryReturnsThatEntry) {
-    const auto lut = MakeLut({.inputEntries = 256}, 3);
-    const auto table = std::make_unique<InputTable33>();
-    table->Initial(lut.get(), k16);
-    for (int n = 0; n < 256; ++n) {
-        const auto x = static_cast<unsigned short>(n * 257);
-        unsigned short a = x, b = x, c = x;
-        Call(*table, a, b, c);
-        EXPECT_EQ(a, CurveEntry(lut->inputTable, 256, 0, n));
-        EXPECT_EQ(b, CurveEntry(lut->inputTable, 256, 1, n));
-        EXPECT_EQ(c, CurveEntry(lut->inputTable, 256, 2, n));
+TEST(InputTable, ExpandsTheCurveInPlaceWhereTheProfileHasNone) {
+    for (const int inputs : {0, 1, 2}) {
+        SCOPED_TRACE(inputs);
+        const TestLut lut = RandomLut({.inputs = inputs, .points = 2, .inputEntries = 3});
+        const auto table = std::make_unique<InputTable33>();
+        ReferenceInput plain(3);
+        const int before[] = {100, 200, 4000};
+        std::ranges::copy(before, table->Curve[2]);
+        std::ranges::copy(before, plain.curve[2].begin());
+        std::fill_n(&table->Lut16[0][0], 3 * 65536, 99);
+        EXPECT_EQ(table->Initial(&lut.tag, Space(1)), 0);
+        plain.Load(lut.plain, 1);
+        ExpectTables(*table, plain);
+        EXPECT_EQ(table->Lut16[2][0], 100);
+        EXPECT_EQ(table->Lut16[2][65535], 4000);
     }
 }
 
-/// Takes the place of the curve evaluation and notes what it was asked for.
-class SpiedTable : public InputTable33 {
+TEST(InputTable, KeepsItsWidthWhenItIsLoadedForWords) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 4});
+    const auto table = std::make_unique<InputTable33>();
+    const int steps[][2] = {{1, 16}, {0, 8}, {1, 8}, {3, 16}, {2, 8}, {1, 8}};
+    for (const auto& [space, bits] : steps) {
+        EXPECT_EQ(table->Initial(&lut.tag, Space(space)), 0);
+        EXPECT_EQ(table->Bits, bits) << space;
+    }
+    ReferenceInput plain(3);
+    plain.Load(lut.plain, 1);
+    EXPECT_THAT(table->Lut16[0], EqualTo(plain.table[0]));
+}
+
+/// Takes the place of the evaluation and notes what it was asked for. It counts up the four samples that no curve
+/// belongs to.
+class SpiedInput : public InputTable33 {
 public:
     using InputTable33::Conversion;
     int Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short& d, unsigned short& e,
                    unsigned short& f, unsigned short& g) override {
         inOrder = inOrder && a == calls && b == calls && c == calls;
-        othersClear = othersClear && d == 0 && e == 0 && f == 0 && g == 0;
+        clearedOnce = clearedOnce && d == calls && e == calls && f == calls && g == calls;
         ++calls;
         a = static_cast<unsigned short>(a ^ 1);
         b = static_cast<unsigned short>(b ^ 2);
         c = static_cast<unsigned short>(c ^ 4);
+        ++d, ++e, ++f, ++g;
         return 77;
     }
     int calls = 0;
     bool inOrder = true;
-    bool othersClear = true;
+    bool clearedOnce = true;
 };
 
-TEST(InputTable, ExpansionGoesThroughTheVirtualEvaluation) {
-    const auto lut = MakeLut({.inputEntries = 3});
-    const auto table = std::make_unique<SpiedTable>();
-    EXPECT_EQ(table->Initial(lut.get(), k16), 0);
+TEST(InputTable, ExpandsThroughTheVirtualEvaluation) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 3});
+    const auto table = std::make_unique<SpiedInput>();
+    EXPECT_EQ(table->Initial(&lut.tag, Space(1)), 0);
     EXPECT_EQ(table->calls, 65535);
     EXPECT_TRUE(table->inOrder);
-    EXPECT_TRUE(table->othersClear);
-    EXPECT_EQ(table->Lut16[0][6], 7);
-    EXPECT_EQ(table->Lut16[1][6], 4);
-    EXPECT_EQ(table->Lut16[2][6], 2);
-    EXPECT_EQ(table->Lut16[2][65534], 65534 ^ 4);
-    EXPECT_EQ(table->Lut16[0][65535], CurveEntry(lut->inputTable, 3, 0, 2));
+    EXPECT_TRUE(table->clearedOnce) << "the further samples are set to 0 once, not for each value";
+    for (int c = 0; c < 3; ++c) {
+        for (const int sample : {0, 6, 65534}) EXPECT_EQ(table->Lut16[c][sample], sample ^ 1 << c);
+        EXPECT_EQ(table->Lut16[c][65535], lut.plain.input[AsIndex(3 * c + 2)]) << "not evaluated";
+    }
 }
 
-TEST(InputTable, TheIdentityIsNotEvaluated) {
-    const auto lut = MakeLut({.inputEntries = 2});
-    const auto table = std::make_unique<SpiedTable>();
-    table->Initial(lut.get(), k16);
+TEST(InputTable, DoesNotEvaluateTheIdentity) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 2});
+    const auto table = std::make_unique<SpiedInput>();
+    table->Initial(&lut.tag, Space(1));
     EXPECT_EQ(table->calls, 0);
 }
 
-TEST(InputTable, AllEncodingsButThreeAreReducedTo8Bits) {
-    const auto lut = MakeLut({.inputEntries = 2});
-    for (int space : {0, 4, 5, 8, 9, 16, 19, 20, 39, 40, 65535, -1}) {
-        const auto table = std::make_unique<InputTable33>();
-        EXPECT_EQ(table->Initial(lut.get(), Space(space)), 0);
-        EXPECT_EQ(table->Bits, 8) << space;
-        EXPECT_EQ(table->Lut16[1][129], 129 * 256) << space;
-        EXPECT_EQ(table->Lut16[2][255], 65535) << space;
+using InputRows = std::array<std::vector<int>, 3>;
+
+class InputTableReduction : public testing::Test {
+protected:
+    InputTableReduction() {
+        Lcg random(29);
+        for (std::size_t c = 0; c < 3; ++c) {
+            for (int& entry : table_->Lut16[c]) entry = random.Sample() - 1000;
+            before_[c] = RowOf(table_->Lut16[c]);
+        }
+    }
+    void ExpectRows(const InputRows& expected) const {
+        for (std::size_t c = 0; c < 3; ++c) EXPECT_THAT(table_->Lut16[c], EqualTo(expected[c])) << "row " << c;
+    }
+    std::unique_ptr<InputTable33> table_ = std::make_unique<InputTable33>();
+    InputRows before_;
+};
+
+TEST_F(InputTableReduction, ToBytesTakesEvery256thEntryAndTheLast) {
+    InputRows expected = before_;  // what lies behind the 8-bit table stays
+    for (std::size_t c = 0; c < 3; ++c) {
+        for (std::size_t i = 1; i < 255; ++i) expected[c][i] = before_[c][256 * i];
+        expected[c][255] = before_[c][65535];
+    }
+    for (int pass = 0; pass < 3; ++pass) {  // again it reads what it left alone before
+        EXPECT_EQ(table_->Change_Lut16_To_Lut8(), 0);
+        EXPECT_EQ(table_->Bits, 8);
+        ExpectRows(expected);
     }
 }
 
-TEST(InputTable, ReductionTakesEvery256thEntryAndTheLast) {
+TEST_F(InputTableReduction, ToLabBytesTurnsTheSignedRowsAndTakesOneEntryTwice) {
+    InputRows expected = before_;
+    for (std::size_t i = 0; i < 256; ++i) expected[0][i] = before_[0][256 * i];
+    for (std::size_t c = 1; c < 3; ++c) {
+        for (std::size_t i = 0; i < 128; ++i) expected[c][i] = before_[c][256 * (i + 128)] - 1;
+        expected[c][128] = before_[c][32768] - 1 + 1;  // Kept: from entry 0, which has become this
+        for (std::size_t i = 129; i < 256; ++i) expected[c][i] = before_[c][256 * (i - 128)] + 1;
+    }
+    EXPECT_EQ(table_->Change_Lut16_To_Lab8(), 0);
+    EXPECT_EQ(table_->Bits, 8);
+    ExpectRows(expected);
+}
+
+TEST_F(InputTableReduction, ToLabBytesIsNotClamped) {
+    table_->Lut16[1][32768] = 0;
+    table_->Lut16[2][256] = 65535;
+    table_->Change_Lut16_To_Lab8();
+    EXPECT_EQ(table_->Lut16[1][0], -1);
+    EXPECT_EQ(table_->Lut16[2][129], 65536);
+}
+
+TEST_F(InputTableReduction, ToLabWordsTurnsTheSignedRowsByHalfButForOnePair) {
+    InputRows expected = before_;
+    for (std::size_t c = 1; c < 3; ++c) {
+        for (std::size_t i = 0; i < 65536; ++i) expected[c][i] = before_[c][i ^ 32768];
+        expected[c][32767] = before_[c][32767];  // Kept: these two keep their places
+        expected[c][65535] = before_[c][65535];
+    }
+    table_->Bits = 8;
+    EXPECT_EQ(table_->Change_Lut16_To_Lab16(), 0);
+    EXPECT_EQ(table_->Bits, 16);
+    ExpectRows(expected);
+    table_->Change_Lut16_To_Lab16();
+    ExpectRows(before_);
+}
+
+/// One point at each sample of a curve of two entries, four samples apart: rounded to nearest, halves up, and stored in
+/// 16 bits.
+template <typename Unit>
+void ExpectPoints(std::size_t rows) {
+    const struct {
+        int low, high, at, result;
+    } points[] = {{10, 12, 0, 10},          {10, 12, 1, 11},      {10, 12, 2, 11},         {10, 12, 3, 12},
+                  {12, 10, 0, 12},          {12, 10, 1, 12},      {12, 10, 2, 11},         {12, 10, 3, 11},
+                  {100, 101, 1, 100},       {100, 101, 2, 101},   {-3, -3, 0, 65534},       // -2.5, cut toward zero
+                  {-1, -1, 0, 0},                                                           // -0.5
+                  {-10, -20, 2, 65522},                                                     // -14.5
+                  {65535, 65535, 0, 65535}, {65536, 65536, 0, 0}, {70000, 70008, 2, 4468},  // 70004.5
+                  {65535, 65536, 2, 0}};                                                    // 65536
+    const auto unit = std::make_unique<Unit>();
+    unit->LUT_Step = 4.0;
+    for (const auto& [low, high, at, result] : points) {
+        for (std::size_t row = 0; row < rows; ++row) {
+            SCOPED_TRACE(testing::Message() << unit->UnitName << ", row " << row << ", " << low << " to " << high);
+            unit->Curve[row][0] = low;
+            unit->Curve[row][1] = high;
+            Seven expected;
+            expected.fill(static_cast<unsigned short>(at));
+            const Seven samples = expected;
+            std::fill_n(expected.begin(), rows, static_cast<unsigned short>(0));
+            expected[row] = static_cast<unsigned short>(result);
+            EXPECT_EQ(Through(*unit, samples), expected);
+            unit->Curve[row][0] = unit->Curve[row][1] = 0;
+        }
+    }
+}
+
+TEST(InputTable, RoundsAPointToNearestAndStoresSixteenBits) {
+    ExpectPoints<InputTable33>(3);
+    ExpectPoints<InputTable34>(3);
+    ExpectPoints<InputTable36>(3);
+    ExpectPoints<InputTable37>(3);
+    ExpectPoints<InputTable43>(4);
+}
+
+TEST(InputTable, GivesZeroBehindTheLastEntryOfARow) {
     const auto table = std::make_unique<InputTable33>();
-    Scatter scatter(11);
-    std::array<std::vector<int>, 3> before;
-    for (std::size_t row = 0; row < 3; ++row) {
-        for (int& entry : table->Lut16[row]) entry = scatter.Next() - 1000;
-        before[row] = RowOf(table->Lut16[row], 65536);
+    table->LUT_Step = 15.0;
+    for (auto& curve : table->Curve) std::ranges::fill(curve, 700);
+    // Entry 4095 stands at 61425, and 15 samples further there is nothing: 700 / 15 = 46.67 is left at 61439.
+    for (const auto& [sample, expected] : {std::pair{61425, 700}, {61439, 47}, {61440, 0}, {61455, 0}, {65535, 0}}) {
+        Seven s;
+        s.fill(static_cast<unsigned short>(sample));
+        s = Through(*table, s);
+        for (std::size_t c = 0; c < 3; ++c) EXPECT_EQ(s[c], expected) << sample;
     }
-    EXPECT_EQ(table->Change_Lut16_To_Lut8(), 0);
-    EXPECT_EQ(table->Bits, 8);
-    for (std::size_t row = 0; row < 3; ++row) {
-        std::vector<int> expected = before[row];  // what lies behind the 8-bit table stays
-        for (std::size_t i = 1; i <= 254; ++i) expected[i] = before[row][i * 256];
-        expected[255] = before[row][65535];
-        ExpectRow(table->Lut16[row], expected, "Lut16");
-    }
-    // A second and a third run read what the first one left alone.
-    std::array<std::vector<int>, 3> once;
-    for (std::size_t row = 0; row < 3; ++row) once[row] = RowOf(table->Lut16[row], 65536);
-    EXPECT_EQ(table->Change_Lut16_To_Lut8(), 0);
-    EXPECT_EQ(table->Change_Lut16_To_Lut8(), 0);
-    EXPECT_EQ(table->Bits, 8);
-    for (std::size_t row = 0; row < 3; ++row) ExpectRow(table->Lut16[row], once[row], "Lut16, reduced again");
 }
 
-TEST(InputTable, ASecondLoadFor16BitsKeepsThe8OfTheFirst) {
-    const auto lut = MakeLut({.inputEntries = 4});
-    const auto table = std::make_unique<InputTable33>();
-    table->Initial(lut.get(), Space(0));
-    EXPECT_EQ(table->Bits, 8);
-    table->Initial(lut.get(), k16);
-    EXPECT_EQ(table->Bits, 8);
-    ExpectRow(table->Lut16[0], Expanded(*lut, 0), "Lut16");
-    table->Initial(lut.get(), Space(3));
-    EXPECT_EQ(table->Bits, 16);
+class InputMember : public testing::TestWithParam<int> {
+protected:
+    int samples_ = GetParam();
+    std::unique_ptr<InputTable33> table_ = MakeInputTable(samples_);
+};
+
+TEST_P(InputMember, LoadsAndEvaluatesAsTheOthers) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 17});
+    for (const int space : {1, 0, 2, 3}) {
+        SCOPED_TRACE(space);
+        ReferenceInput plain(samples_);
+        EXPECT_EQ(table_->Initial(&lut.tag, Space(space)), 0);
+        plain.Load(lut.plain, space);
+        if (space == 1) ExpectTables(*table_, plain);
+        for (std::size_t c = 0; c < 3; ++c) EXPECT_THAT(table_->Lut16[c], EqualTo(plain.table[c]));
+        Seven expected = {100, 3000, 65535, 11, 12, 13, 14};
+        const Seven samples = expected;
+        for (std::size_t c = 0; c < 3; ++c) {
+            expected[c] = static_cast<unsigned short>(ReferenceCurvePoint(plain.curve[c], plain.step, samples[c]));
+        }
+        EXPECT_EQ(Through(*table_, samples), expected);
+    }
 }
 
-TEST(InputTable, ACopyTakesTablesAndWidthAlone) {
-    const auto lut = MakeLut({.inputEntries = 4});
+TEST_P(InputMember, CopiesTablesAndWidthAlone) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 9});
     const auto source = std::make_unique<InputTable33>();
-    source->Initial(lut.get(), Space(0));
-    const auto copy = std::make_unique<InputTable33>();
-    copy->LUT_Step = 5.5;
-    copy->Curve[1][2] = 33;
-    EXPECT_EQ(copy->Initial(source.get()), 0);
-    EXPECT_EQ(copy->Bits, 8);
-    for (std::size_t row = 0; row < 3; ++row) {
-        ExpectRow(copy->Lut16[row], RowOf(source->Lut16[row], 65536), "Lut16");
+    const std::string name = table_->UnitName;
+    table_->LUT_Step = 5.5;
+    table_->Curve[1][2] = 33;
+    for (const int space : {3, 0}) {
+        source->Initial(&lut.tag, Space(space));
+        EXPECT_EQ(table_->Initial(source.get()), 0);
+        EXPECT_EQ(table_->Bits, source->Bits);
+        for (std::size_t c = 0; c < 3; ++c) EXPECT_THAT(table_->Lut16[c], EqualTo(RowOf(source->Lut16[c])));
     }
-    EXPECT_EQ(copy->LUT_Step, 5.5);
-    EXPECT_EQ(copy->Curve[1][2], 33);
-    EXPECT_EQ(copy->Curve[0][1], 0);
-    source->Lut16[0][0] = -5;
-    EXPECT_NE(copy->Lut16[0][0], -5);
+    EXPECT_EQ(table_->LUT_Step, 5.5);
+    EXPECT_EQ(table_->Curve[1][2], 33);
+    EXPECT_EQ(table_->Curve[0][1], 0);
+    EXPECT_EQ(table_->UnitName, name);
 }
 
-TEST(InputTable, TheByteOperationDoesNothing) {
-    const auto table = std::make_unique<InputTable33>();
-    std::vector<unsigned char> data = {1, 2, 3, 4, 5, 6};
-    Base& unit = *table;
-    unit.Conversion(data.data(), 2);
-    EXPECT_EQ(data, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
+/// Tables with entries below 0 and above 65535, of which the low 16 bits count; the width of the table does not.
+TEST_P(InputMember, RunsTheCodesOfItsChannelsAlone) {
+    ReferenceInput plain(samples_);
+    Lcg random(8);
+    for (std::size_t c = 0; c < 3; ++c) {
+        for (int& entry : plain.table[c]) entry = random.Sample() * 4 - 100000;
+        std::ranges::copy(plain.table[c], table_->Lut16[c]);
+    }
+    std::vector<int> codes = {INT_MIN, -1, 0, 1, 65534, 65535, INT_MAX};
+    for (int code = 250; code <= 530; ++code) codes.push_back(code);
+    int taken = 0;
+    for (const int code : codes) {
+        for (const int bits : {8, 16}) {
+            SCOPED_TRACE(testing::Message() << code << ", " << bits);
+            table_->Bits = bits;
+            Job job(code, 3);
+            std::ranges::copy(Bytes{0, 1, 2, 253, 254, 255, 128, 7, 99, 255, 255, 0, 0, 3, 200, 199, 254, 255},
+                              job.source.begin());
+            const Bytes source = job.source;
+            Words expected = job.Work();
+            const int result = plain.Run(code, source, 3, expected);
+            EXPECT_EQ(table_->Conversion(&job.info), result);
+            EXPECT_THAT(job.Work(), EqualTo(expected));
+            EXPECT_THAT(job.source, EqualsBytes(source));
+            EXPECT_THAT(job.dest, EqualsBytes(Bytes(job.dest.size(), Job::kMark)));
+            taken += result == 0 ? 1 : 0;
+        }
+    }
+    EXPECT_EQ(taken, 2 * 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, InputMember, testing::Values(3, 4, 6, 7));
+
+/// Nothing assigns the buffer, reads it or writes to it.
+template <typename Unit>
+void ExpectUnusedBuffer(int code) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 5});
+    for (const bool given : {false, true}) {
+        const auto unit = std::make_unique<Unit>();
+        EXPECT_EQ(unit->Buf, nullptr);
+        if (given) unit->Buf = std::make_unique<unsigned char[]>(1);
+        if (given) unit->Buf[0] = 0x5a;
+        const unsigned char* const buffer = unit->Buf.get();
+        for (const int space : {0, 1, 2, 3}) unit->Initial(&lut.tag, Space(space));
+        unit->Initial(std::make_unique<InputTable33>().get());
+        Job job(code, 3);
+        EXPECT_EQ(unit->Conversion(&job.info), 0);
+        Through(*unit, {1, 2, 3, 4, 5, 6, 7});
+        EXPECT_EQ(unit->Buf.get(), buffer);
+        EXPECT_TRUE(!given || buffer[0] == 0x5a);
+    }
+}
+
+TEST(WiderInputTables, DoNotUseTheirBuffer) {
+    ExpectUnusedBuffer<InputTable34>(259);
+    ExpectUnusedBuffer<InputTable36>(261);
+    ExpectUnusedBuffer<InputTable37>(263);
+}
+
+TEST(InputTable43, TakesTheCurvesAsTheyAre) {
+    for (const int entries : {0, 1, 2, 3, 256, 4096}) {
+        for (const int inputs : {0, 2, 4}) {
+            SCOPED_TRACE(testing::Message() << entries << " entries, " << inputs << " channels");
+            const TestLut lut = RandomLut({.inputs = inputs, .points = 2, .inputEntries = entries});
+            const auto table = std::make_unique<InputTable43>();
+            table->Bits = 8;
+            std::fill_n(&table->Curve[0][0], 4 * 4096, 97);
+            EXPECT_EQ(table->Initial(&lut.tag), 0);
+            EXPECT_EQ(table->LUT_Step,
+                      entries == 1 ? std::numeric_limits<double>::infinity() : 65535.0 / (entries - 1));
+            EXPECT_EQ(table->Bits, 8);
+            for (int c = 0; c < 4; ++c) {
+                std::vector<int> curve(4096, 97);
+                if (c < inputs) std::copy_n(lut.plain.input.begin() + c * entries, entries, curve.begin());
+                EXPECT_THAT(table->Curve[c], EqualTo(curve)) << c;
+            }
+        }
+    }
+}
+
+TEST(InputTable43, EvaluatesFourChannels) {
+    const TestLut lut = RandomLut({.inputs = 4, .points = 2, .inputEntries = 9});
+    const auto table = std::make_unique<InputTable43>();
+    table->Initial(&lut.tag);
+    for (int x = 0; x < 65535; x += 13) {
+        const auto sample = static_cast<unsigned short>(x);
+        Seven expected;
+        expected.fill(sample);
+        const Seven samples = expected;
+        for (std::size_t c = 0; c < 4; ++c) {
+            const std::vector<int> curve(lut.plain.input.begin() + static_cast<std::ptrdiff_t>(9 * c),
+                                         lut.plain.input.begin() + static_cast<std::ptrdiff_t>(9 * c + 9));
+            expected[c] = static_cast<unsigned short>(ReferenceCurvePoint(curve, 65535.0 / 8, x));
+        }
+        ASSERT_EQ(Through(*table, samples), expected) << x;
+    }
+}
+
+TEST(InputTable43, EndsInTheLastEntryOfACurveAsTheOthersDo) {
+    for (const int entries : {2, 3, 5, 17, 100, 256, 1000, 1024, 4095, 4096}) {
+        SCOPED_TRACE(entries);
+        TestLut lut = RandomLut({.inputs = 4, .points = 2, .inputEntries = entries});
+        const auto last = [&](int c) { return lut.plain.input[AsIndex((c + 1) * entries - 1)]; };
+        const auto four = std::make_unique<InputTable43>();
+        four->Initial(&lut.tag);
+        Seven end = Through(*four, {65535, 65535, 65535, 65535, 5, 6, 7});
+        for (int c = 0; c < 4; ++c) EXPECT_EQ(end[AsIndex(c)], last(c));
+        if (entries == 2) continue;  // the identity of the others
+        lut.tag.inputChan = 3;
+        const auto three = std::make_unique<InputTable33>();
+        three->Initial(&lut.tag, Space(1));
+        end = Through(*three, {65535, 65535, 65535, 4, 5, 6, 7});
+        for (int c = 0; c < 3; ++c) EXPECT_EQ(end[AsIndex(c)], last(c));
+    }
+}
+
+/// Kept: there is no grid with four inputs.
+TEST(InputTable43, HasNoPixelPath) {
+    const auto table = std::make_unique<InputTable43>();
+    for (const int code : {0, 256, 257, 259, 263, 264, 515, 520, 521, 65534}) {
+        Job job(code, 2);
+        EXPECT_EQ(table->Conversion(&job.info), 0) << code;
+        EXPECT_THAT(job.Work(), EqualTo(Words(job.Work().size(), Job::kMark16)));
+        EXPECT_THAT(job.dest, EqualsBytes(Bytes(job.dest.size(), Job::kMark)));
+    }
+}
+
+/// 0 less 1 is the highest sample of 16 bits: on a grid of 17 points the last cell, at the end of its fraction.
+TEST(EngineInput, TakesTheLow16BitsOfAnEntry) {
+    LutContents contents = MakeLut({.inputEntries = 3});
+    contents.input = {0, 0, 0, 65535, 0, 0, 50000, 0, 0};
+    const TestLut lut(contents);
+    const auto unit = std::make_unique<InputTable33>();
+    unit->Initial(&lut.tag, Space(2));
+    EXPECT_EQ(unit->Lut16[1][0], -1) << "entry 32768 less 1";
+    const auto engine = std::make_unique<ICC40::ICC_ENG_S4::CIccEngineS>();
+    engine->Unit.InputSpace = Space(2);
+    engine->Set1DLutIn(&lut.tag);
+    ASSERT_EQ(engine->InEntries, 256);
+    EXPECT_EQ(engine->Lut1DInR[0], 0U);
+    EXPECT_EQ(engine->Lut1DInG[0], 0x000f0fffU);
+    EXPECT_EQ(engine->Lut1DInB[0], 0x000f0fffU);
 }
 
 }  // namespace

@@ -1,165 +1,182 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The output tables: how curves of a profile and of a caller are expanded, and how samples and runs go through.
-#include "units/OutputTable33.h"
-
+// Output tables: how curves of a profile and of a caller are expanded, and how samples and runs go through.
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <new>
 
-#include "support/ReferenceUnits.h"
-#include "unit/units/PlainLuts.h"
-#include "unit/units/UnitHelpers.h"
+#include "support/Matchers.h"
+#include "unit/units/UnitTables.h"
 
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICC_UNIT::OutputTable33;
 using ICC40::ICCFILE::CLut8Type;
 
-void ExpectCurvesAndTables(const OutputTable33& unit, const ReferenceOutputs& plain) {
+void ExpectTables(const OutputTable33& unit, const ReferenceOutputs& plain) {
     for (std::size_t c = 0; c < 7; ++c) {
-        ExpectRow(unit.Curve[c], plain.curve[c], "curve " + std::to_string(c));
-        ExpectRow(unit.Lut16[c], plain.table[c], "table " + std::to_string(c));
+        EXPECT_THAT(unit.Curve[c], EqualTo(plain.curve[c])) << "curve " << c;
+        EXPECT_THAT(unit.Lut16[c], EqualTo(plain.table[c])) << "table " << c;
     }
 }
 
-std::unique_ptr<CLut16Type> OutputLut(int outputs, int entries, std::uint32_t seed) {
-    LutShape shape;
-    shape.outputs = outputs;
-    shape.outputEntries = entries;
-    return MakeLut(shape, seed);
+/// The fields beside curves and tables, set to what no operation gives.
+void SetFields(OutputTable33& unit) {
+    unit.Step = 1.5;
+    unit.Span = 2.5;
+    unit.Channels = 9;
+    unit.Entries = 10;
+    unit.OutputMode = 11;
+}
+void ExpectFieldsAsSet(const OutputTable33& unit) {
+    EXPECT_EQ(unit.Step, 1.5);
+    EXPECT_EQ(unit.Span, 2.5);
+    EXPECT_EQ(unit.Channels, 9);
+    EXPECT_EQ(unit.Entries, 10);
+    EXPECT_EQ(unit.OutputMode, 11);
 }
 
-struct Size {
-    int outputs, entries;
-    friend std::ostream& operator<<(std::ostream& out, const Size& size) {
-        return out << size.outputs << " channels, " << size.entries << " entries";
-    }
-};
-
-class ProfileCurves : public testing::TestWithParam<Size> {};
-
-TEST_P(ProfileCurves, AreExpandedOnAllSevenChannels) {
-    const auto lut = OutputLut(GetParam().outputs, GetParam().entries, 1);
-    const auto unit = std::make_unique<OutputTable33>();
-    unit->OutputMode = 5;
-    EXPECT_EQ(unit->Initial(lut.get()), 0);
-    ReferenceOutputs plain;
-    plain.Load(PlainOf(*lut));
-    EXPECT_EQ(unit->Channels, GetParam().outputs);
-    EXPECT_EQ(unit->Entries, GetParam().entries < 3 ? 4096 : GetParam().entries);
-    EXPECT_EQ(unit->Step, plain.step);
-    EXPECT_EQ(unit->Span, plain.span);
-    EXPECT_EQ(unit->OutputMode, 5);
-    ExpectCurvesAndTables(*unit, plain);
-    // A channel that the profile lacks ends in the identity curve's point of the last entry.
-    for (int c = GetParam().outputs; c < 7; ++c) {
-        EXPECT_EQ(unit->Lut16[c][65535], GetParam().entries < 3 ? 65535 : GetParam().entries - 1);
+/// Kept: channels that the profile lacks go through the plain identity curve and end in its point of the last entry.
+TEST(OutputTable, ExpandsTheCurvesOfAProfileOnAllSevenChannels) {
+    const struct {
+        int outputs, entries;
+    } sizes[] = {{3, 0}, {3, 1},  {3, 2},   {2, 2},   {7, 2},   {0, 2},    {3, 3},    {1, 4},
+                 {4, 5}, {6, 17}, {3, 255}, {3, 256}, {7, 257}, {3, 4095}, {7, 4096}, {0, 16}};
+    for (const auto& [outputs, entries] : sizes) {
+        SCOPED_TRACE(testing::Message() << outputs << " channels, " << entries << " entries");
+        TestLut lut = RandomLut({.outputs = outputs, .points = 2, .outputEntries = entries});
+        lut.tag.inputTable.reset();
+        lut.tag.clutTable.reset();
+        if (entries < 3) lut.tag.outputTable.reset();  // not read either
+        const auto unit = std::make_unique<OutputTable33>();
+        ReferenceOutputs plain;
+        unit->OutputMode = 5;
+        EXPECT_EQ(unit->Initial(&lut.tag), 0);
+        plain.Load(lut.plain);
+        ExpectTables(*unit, plain);
+        EXPECT_EQ(unit->Channels, outputs);
+        EXPECT_EQ(unit->Entries, entries < 3 ? 4096 : entries);
+        EXPECT_EQ(unit->Step, plain.step);
+        EXPECT_EQ(unit->Span, plain.span);
+        EXPECT_EQ(unit->OutputMode, 5);
+        for (int c = outputs; c < 7; ++c) EXPECT_EQ(unit->Lut16[c][65535], entries < 3 ? 65535 : entries - 1);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, ProfileCurves,
-                         testing::Values(Size{3, 0}, Size{3, 1}, Size{3, 2}, Size{7, 2}, Size{0, 2}, Size{3, 3},
-                                         Size{1, 4}, Size{4, 5}, Size{6, 17}, Size{3, 255}, Size{3, 256}, Size{7, 257},
-                                         Size{3, 4095}, Size{7, 4096}, Size{0, 16}));
-
-TEST(OutputTable, ASecondLoadKeepsTheCurvesThatItDoesNotReach) {
-    const auto wide = OutputLut(7, 300, 2), narrow = OutputLut(2, 5, 3);
-    const auto unit = std::make_unique<OutputTable33>();
-    ReferenceOutputs plain;
-    for (const CLut16Type* lut : {wide.get(), narrow.get()}) {
-        unit->Initial(lut);
-        plain.Load(PlainOf(*lut));
-    }
-    ExpectCurvesAndTables(*unit, plain);
-    EXPECT_EQ(unit->Lut16[6][65535], CurveEntry(wide->outputTable, 300, 6, 4)) << "the first load's point of entry 4";
-}
-
-TEST(OutputTable, AUselessCurveReplacesTheOneFromBefore) {
-    const auto wide = OutputLut(5, 4096, 18), useless = OutputLut(4, 2, 19);
-    wide->outputTable[0] = 777;
+TEST(OutputTable, LoadsAgainOverTheCurvesThatItHolds) {
+    const TestLut luts[] = {RandomLut({.outputs = 7, .points = 2, .outputEntries = 300, .seed = 2}),
+                            RandomLut({.outputs = 5, .points = 2, .outputEntries = 5, .seed = 3}),
+                            RandomLut({.outputs = 4, .points = 2, .outputEntries = 2})};
     const auto unit = std::make_unique<OutputTable33>();
     ReferenceOutputs plain;
-    for (const CLut16Type* lut : {wide.get(), useless.get()}) {
-        unit->Initial(lut);
-        plain.Load(PlainOf(*lut));
+    for (const TestLut& lut : luts) {
+        unit->Initial(&lut.tag);
+        plain.Load(lut.plain);
+        ExpectTables(*unit, plain);
     }
-    ExpectCurvesAndTables(*unit, plain);
     EXPECT_EQ(unit->Curve[0][0], 0);
-    EXPECT_EQ(unit->Curve[4][7], CurveEntry(wide->outputTable, 4096, 4, 7));
+    EXPECT_EQ(unit->Curve[4][4], luts[1].plain.output[4 * 5 + 4]);
+    EXPECT_EQ(unit->Curve[6][7], luts[0].plain.output[6 * 300 + 7]);
 }
 
-TEST(OutputTable, TheLutIsLeftAlone) {
-    const auto lut = OutputLut(3, 16, 4), same = OutputLut(3, 16, 4);
-    std::make_unique<OutputTable33>()->Initial(lut.get());
-    EXPECT_TRUE(std::equal(lut->outputTable.get(), lut->outputTable.get() + 48, same->outputTable.get()));
-    EXPECT_EQ(lut->outputEnt, 16);
-}
-
-TEST(OutputTable, APointOfTwoEntriesIsKeptUnclamped) {
-    const auto lut = OutputLut(3, 2, 5);
+/// Kept: a span of 15, where 16 would follow.
+TEST(OutputTable, RunsALittleAboveTheIdentityForTwoEntries) {
+    const TestLut lut = RandomLut({.points = 2, .outputEntries = 2});
     const auto unit = std::make_unique<OutputTable33>();
-    unit->Initial(lut.get());
-    // 16 lies below the step: i is 0 and f is 16 / 15, so the value is 16 x 16 / 15 + 0.5, cut.
-    int s[7] = {16, 16, 16, 16, 16, 16, 16};
-    unit->Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
-    for (int c = 0; c < 7; ++c) EXPECT_EQ(s[c], c < 3 ? 17 : 1) << c;
-    EXPECT_EQ(unit->Lut16[0][16], 17);
-    // 15 of 15 is a whole step, one before the next curve point.
-    EXPECT_EQ(unit->Lut16[0][15], 16);
-    EXPECT_EQ(unit->Lut16[0][17], 17);
+    unit->Initial(&lut.tag);
+    EXPECT_EQ(unit->Step, 16.003663003663004);
+    EXPECT_EQ(unit->Span, 15.0);
+    EXPECT_EQ(unit->Curve[2][4095], 65520);
+    EXPECT_EQ(unit->Curve[3][4095], 4095) << "a channel that the table lacks keeps the plain identity";
+    // 15 of 15 is a whole step already; 16 lies below the step, so that the fraction is 16 / 15 and nothing is clamped.
+    for (const auto& [value, entry] : {std::pair{0, 0}, {15, 16}, {16, 17}, {17, 17}, {65535, 65535}}) {
+        EXPECT_EQ(unit->Lut16[0][value], entry) << value;
+    }
+    EXPECT_EQ(unit->Lut16[3][16], 1);
 }
 
-TEST(OutputTable, FractionsAboveOneOvershootBothWays) {
-    const auto lut = OutputLut(2, 3, 6);
-    const std::uint16_t curves[6] = {0, 65535, 0, 65535, 0, 65535};
-    std::copy_n(curves, 6, lut->outputTable.get());
+/// Kept: fractions run past 1, and values overshoot both ends.
+TEST(OutputTable, OvershootsBothEndsOfSteepCurves) {
+    LutContents contents = MakeLut({.outputs = 2, .points = 2, .outputEntries = 3});
+    contents.output = {0, 65535, 0, 65535, 0, 65535};
+    const TestLut lut(contents);
     const auto unit = std::make_unique<OutputTable33>();
-    unit->Initial(lut.get());
+    unit->Initial(&lut.tag);
     EXPECT_EQ(unit->Step, 32767.5);
     // By hand: f runs up to 32767.5 / 21845.33 = 1.5, and a negative sum is cut toward zero.
-    const int rows[][3] = {{0, 0, 65535},          {1, 3, 65532},     {16384, 49151, 16384},
-                           {32767, 98300, -32764}, {32768, 65534, 1}, {65534, -32762, 98298}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(unit->Lut16[0][row[0]], row[1]) << row[0];
-        EXPECT_EQ(unit->Lut16[1][row[0]], row[2]) << row[0];
+    const int rows[][3] = {{0, 0, 65535},     {1, 3, 65532},          {16384, 49151, 16384}, {32767, 98300, -32764},
+                           {32768, 65534, 1}, {65534, -32762, 98298}, {65535, 0, 65535}};
+    for (const auto& [value, first, second] : rows) {
+        EXPECT_EQ(unit->Lut16[0][value], first) << value;
+        EXPECT_EQ(unit->Lut16[1][value], second) << value;
     }
-    EXPECT_EQ(unit->Lut16[0][65535], 0);
-    EXPECT_EQ(unit->Lut16[1][65535], 65535);
 }
 
-TEST(OutputTable, TwoHundredFiftySixEntriesHaveAStepOf257AndASpanOf256) {
-    const auto lut = OutputLut(3, 256, 7);
+TEST(OutputTable, HasEachOf256EntriesTwice) {
+    const TestLut lut = RandomLut({.points = 2, .outputEntries = 256});
     const auto unit = std::make_unique<OutputTable33>();
-    unit->Initial(lut.get());
+    unit->Initial(&lut.tag);
     EXPECT_EQ(unit->Step, 257.0);
     EXPECT_EQ(unit->Span, 256.0);
-    for (int c = 0; c < 3; ++c) {
-        EXPECT_EQ(unit->Lut16[c][65535], CurveEntry(lut->outputTable, 256, c, 255));
+    for (std::size_t c = 0; c < 3; ++c) {
+        const int* const curve = &lut.plain.output[c * 256];
+        EXPECT_EQ(unit->Lut16[c][65535], curve[255]);
         for (int n = 0; n < 255; ++n) {
-            EXPECT_EQ(unit->Lut16[c][257 * n], CurveEntry(lut->outputTable, 256, c, n));
-            // 256 of 256: the sample before the next point has its value already.
-            EXPECT_EQ(unit->Lut16[c][257 * n + 256], CurveEntry(lut->outputTable, 256, c, n + 1));
+            EXPECT_EQ(unit->Lut16[c][257 * n], curve[n]);
+            EXPECT_EQ(unit->Lut16[c][257 * n + 256], curve[n + 1]) << "256 of 256";
         }
     }
 }
 
-TEST(OutputTable, InterpolationTakesEachValueThroughItsOwnCurve) {
-    const auto lut = OutputLut(7, 33, 8);
+PlainNode Interpolated(OutputTable33& unit, PlainNode s) {
+    unit.Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+    return s;
+}
+
+TEST(OutputTable, InterpolatesWithAnyStepAndSpan) {
     const auto unit = std::make_unique<OutputTable33>();
-    unit->Initial(lut.get());
     ReferenceOutputs plain;
-    plain.Load(PlainOf(*lut));
-    Scatter scatter(9);
-    for (int round = 0; round < 2000; ++round) {
-        PlainNode s{};
-        for (int& value : s) value = scatter.Between(0, 65534);
-        const PlainNode expected = plain.Points(s);
-        unit->Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
-        ASSERT_EQ(s, expected);
+    Lcg random(63);
+    for (std::size_t c = 0; c < 7; ++c) {
+        for (int& entry : plain.curve[c]) entry = random.Sample() * 3 - 60000;
+        std::ranges::copy(plain.curve[c], unit->Curve[c]);
     }
+    const struct {
+        double step, span;
+    } rows[] = {{16.25, 15.0}, {16.25, 16.25}, {100.0, 37.5}, {257.0, 256.0}, {65536.0, 40000.0}, {30000.5, -20000.0}};
+    for (const auto& [step, span] : rows) {
+        plain.step = unit->Step = step;
+        plain.span = unit->Span = span;
+        for (int n = 0; n < 3000; ++n) {
+            PlainNode s{};
+            for (int& value : s) value = n < 2 ? 65535 * n : random.Sample();
+            ASSERT_EQ(Interpolated(*unit, s), plain.Points(s)) << step << " " << span;
+        }
+        EXPECT_EQ(unit->Step, step);
+        EXPECT_EQ(unit->Span, span);
+    }
+}
+
+TEST(OutputTable, InterpolatesNothingBesideTheCurve) {
+    const auto unit = std::make_unique<OutputTable33>();
+    PlainNode curves;
+    for (int c = 0; c < 7; ++c) {
+        curves[AsIndex(c)] = 1600 * (c + 1);
+        std::ranges::fill(unit->Curve[c], 1600 * (c + 1));
+    }
+    unit->Step = 257.0;
+    unit->Span = 256.0;
+    for (const int value : {INT_MIN, -1000000, -65536, -257, -1, 0, 65534, 65535, 257 * 4095 - 1}) {
+        PlainNode s;
+        s.fill(value);
+        EXPECT_EQ(Interpolated(*unit, s), curves) << value;
+    }
+    // Behind the last entry comes 0: at 15 of 16 steps a sixteenth is left.
+    unit->Step = unit->Span = 16.0;
+    EXPECT_EQ(Interpolated(*unit, {65535, 65535, 65535, 65535, 65535, 65535, 65535}),
+              (PlainNode{100, 200, 300, 400, 500, 600, 700}));
 }
 
 /// Takes the place of the interpolation and notes what it was given.
@@ -178,183 +195,171 @@ void ExpectSpied(const SpiedOutput& unit, bool allSeven) {
     ASSERT_EQ(unit.given.size(), 65535U);
     for (int v = 0; v < 65535; ++v) {
         const int rest = allSeven ? v : 0;
-        ASSERT_EQ(unit.given[static_cast<std::size_t>(v)], (PlainNode{v, v, v, rest, rest, rest, rest}));
+        ASSERT_EQ(unit.given[AsIndex(v)], (PlainNode{v, v, v, rest, rest, rest, rest}));
         for (int c = 0; c < 7; ++c) ASSERT_EQ(unit.Lut16[c][v], v + 1 + c);
     }
 }
 
-TEST(OutputTable, ExpansionGoesThroughTheVirtualInterpolation) {
+TEST(OutputTable, ExpandsThroughTheVirtualInterpolation) {
     const auto profile = std::make_unique<SpiedOutput>(), bytes = std::make_unique<SpiedOutput>();
-    const auto lut = OutputLut(3, 16, 10);
-    EXPECT_EQ(profile->Initial(lut.get()), 0);
+    const TestLut lut = RandomLut({.points = 2, .outputEntries = 16});
+    EXPECT_EQ(profile->Initial(&lut.tag), 0);
     ExpectSpied(*profile, true);
-    const std::vector<unsigned char> points(256, 7);
+    const Bytes points(256, 7);
     EXPECT_EQ(bytes->Initial(points.data(), points.data(), points.data(), 256), 0);
     ExpectSpied(*bytes, false);
 }
 
-class CallersCurves : public testing::TestWithParam<int> {};
-
-TEST_P(CallersCurves, AreLaidOverTheCurvesAndExpanded) {
-    const auto count = static_cast<std::size_t>(GetParam());
-    std::vector<unsigned char> arrays[3];
-    Scatter scatter(11);
-    for (auto& array : arrays) {
-        for (std::size_t i = 0; i < count; ++i) array.push_back(static_cast<unsigned char>(scatter.Between(0, 255)));
-    }
-    // Over the curves of a profile, the way an engine does.
-    const auto lut = OutputLut(3, 40, 12);
-    const auto unit = std::make_unique<OutputTable33>();
-    ReferenceOutputs plain;
-    unit->Initial(lut.get());
-    plain.Load(PlainOf(*lut));
-    unit->OutputMode = 3;
-    EXPECT_EQ(unit->Initial(arrays[0].data(), arrays[1].data(), arrays[2].data(), GetParam()), 0);
-    plain.Load(arrays[0], arrays[1], arrays[2]);
-    ExpectCurvesAndTables(*unit, plain);
-    EXPECT_EQ(unit->Step, 257.0);
-    EXPECT_EQ(unit->Span, 256.0);
-    EXPECT_EQ(unit->Channels, 3);
-    EXPECT_EQ(unit->Entries, 40);
-    EXPECT_EQ(unit->OutputMode, 3);
-    for (int c = 0; c < 7; ++c) EXPECT_EQ(unit->Lut16[c][65535], c < 3 ? 65535 : 0) << c;
-}
-
-INSTANTIATE_TEST_SUITE_P(Counts, CallersCurves, testing::Values(0, 1, 2, 128, 255, 256, 257, 4096));
-
-TEST(OutputTable, ARampOfBytesEndsInFullWhite) {
-    std::vector<unsigned char> ramp;
-    for (int i = 0; i < 256; ++i) ramp.push_back(static_cast<unsigned char>(i));
-    const auto unit = std::make_unique<OutputTable33>();
-    unit->Initial(ramp.data(), ramp.data(), ramp.data(), 256);
-    EXPECT_EQ(unit->Curve[2][255], 65280);
-    EXPECT_EQ(unit->Lut16[2][65534], 65280) << "i is 254 and f is 256 / 256";
-    EXPECT_EQ(unit->Lut16[2][65535], 65535);
-}
-
-TEST(OutputTable, ByteTablesLandInTheFirst256EntriesAlone) {
-    for (int outputs = 0; outputs <= 7; ++outputs) {
-        CLut8Type lut;
-        lut.outputChan = static_cast<std::uint8_t>(outputs);
-        lut.outputEnt = 256;
-        lut.outputTable = std::make_unique<std::uint8_t[]>(7 * 256 + 8);
-        Scatter scatter(13);
-        for (std::size_t i = 0; i < 7 * 256; ++i) lut.outputTable[i] = static_cast<std::uint8_t>(scatter.Next() & 255);
-        const auto unit = std::make_unique<OutputTable33>();
-        unit->Step = 1.5;
-        unit->Span = 2.5;
-        unit->Channels = 9;
-        unit->Entries = 10;
-        unit->OutputMode = 11;
-        ReferenceOutputs plain;
-        for (std::size_t c = 0; c < static_cast<std::size_t>(outputs); ++c) {
-            for (std::size_t i = 0; i < 256; ++i) plain.table[c][i] = lut.outputTable[c * 256 + i];
+/// Over the curves of a profile, the way an engine does. Kept: the curves end in 65535 whatever they hold.
+TEST(OutputTable, LaysCurvesOfACallerOverItsOwn) {
+    const TestLut lut = RandomLut({.points = 2, .outputEntries = 40});
+    for (const int count : {-5, 0, 1, 2, 128, 255, 256, 257, 4096, 5000}) {
+        SCOPED_TRACE(count);
+        Bytes points[3];
+        Lcg random(11);
+        for (Bytes& curve : points) {
+            curve.reserve(1);
+            while (static_cast<int>(curve.size()) < count)
+                curve.push_back(static_cast<unsigned char>(random.Below(256)));
         }
-        EXPECT_EQ(unit->Initial(&lut), 0);
-        ExpectCurvesAndTables(*unit, plain);
-        EXPECT_EQ(unit->Step, 1.5);
-        EXPECT_EQ(unit->Span, 2.5);
-        EXPECT_EQ(unit->Channels, 9);
-        EXPECT_EQ(unit->Entries, 10);
-        EXPECT_EQ(unit->OutputMode, 11);
+        const auto unit = std::make_unique<OutputTable33>();
+        ReferenceOutputs plain;
+        unit->Initial(&lut.tag);
+        plain.Load(lut.plain);
+        unit->OutputMode = 3;
+        EXPECT_EQ(unit->Initial(points[0].data(), points[1].data(), points[2].data(), count), 0);
+        for (Bytes& curve : points) curve.resize(std::min<std::size_t>(curve.size(), 4096));
+        plain.Load(points[0], points[1], points[2]);
+        ExpectTables(*unit, plain);
+        EXPECT_EQ(unit->Step, 257.0);
+        EXPECT_EQ(unit->Span, 256.0);
+        EXPECT_EQ(unit->Channels, 3);
+        EXPECT_EQ(unit->Entries, 40);
+        EXPECT_EQ(unit->OutputMode, 3);
+        for (int c = 0; c < 7; ++c) EXPECT_EQ(unit->Lut16[c][65535], c < 3 ? 65535 : 0) << c;
     }
 }
 
-TEST(OutputTable, AByteTableWithoutCurvesChangesNothing) {
+TEST(OutputTable, EndsRampsOfACallerInFullWhite) {
+    Bytes ramp, fall;
+    for (unsigned i = 0; i < 256; ++i) {
+        ramp.push_back(static_cast<unsigned char>(i));
+        fall.push_back(static_cast<unsigned char>(255 - i));
+    }
+    const auto unit = std::make_unique<OutputTable33>();
+    unit->Initial(ramp.data(), fall.data(), ramp.data(), 256);
+    EXPECT_EQ(unit->Curve[2][255], 65280);
+    const int rows[][3] = {{0, 0, 65280},     {128, 128, 65152}, {256, 256, 65024},
+                           {257, 256, 65024}, {65534, 65280, 0}, {65535, 65535, 65535}};
+    for (const auto& [value, rising, falling] : rows) {
+        EXPECT_EQ(unit->Lut16[0][value], rising) << value;
+        EXPECT_EQ(unit->Lut16[1][value], falling) << value;
+        EXPECT_EQ(unit->Lut16[3][value], 0) << value;
+    }
+}
+
+/// Kept: unscaled, to the first 256 entries alone; nothing else changes.
+TEST(OutputTable, CopiesByteTablesOfAnyShape) {
+    const struct {
+        int channels, entries;
+    } shapes[] = {{0, 256}, {1, 256}, {2, 256}, {3, 256}, {6, 256}, {7, 256},
+                  {7, 257}, {8, 300}, {8, 100}, {2, 0},   {2, 1},   {255, 256}};
+    for (const auto& [channels, entries] : shapes) {
+        SCOPED_TRACE(testing::Message() << channels << " channels, " << entries << " entries");
+        CLut8Type lut;
+        lut.outputChan = static_cast<std::uint8_t>(channels);
+        lut.outputEnt = static_cast<std::uint16_t>(entries);
+        lut.outputTable = std::make_unique<std::uint8_t[]>(AsIndex(channels * entries));
+        Lcg random(13);
+        ReferenceOutputs plain;
+        for (int n = 0; n < channels * entries; ++n) {
+            const int value = static_cast<int>(random.Below(256)), c = n / entries, i = n % entries;
+            lut.outputTable[AsIndex(n)] = static_cast<std::uint8_t>(value);
+            if (c < 7 && i < 256) plain.table[AsIndex(c)][AsIndex(i)] = value;
+        }
+        // What lies behind the unit's last table is no part of it.
+        constexpr std::size_t kBehind = 4096;
+        Bytes memory(sizeof(OutputTable33) + kBehind, 0x5a);
+        auto* const unit = ::new (memory.data()) OutputTable33();
+        SetFields(*unit);
+        EXPECT_EQ(unit->Initial(&lut), 0);
+        ExpectTables(*unit, plain);
+        ExpectFieldsAsSet(*unit);
+        unit->~OutputTable33();
+        EXPECT_THAT(Bytes(memory.end() - kBehind, memory.end()), EqualsBytes(Bytes(kBehind, 0x5a)));
+    }
+}
+
+TEST(OutputTable, TakesNothingFromAByteTableWithoutCurves) {
     CLut8Type lut;
     lut.outputChan = 3;
     lut.outputEnt = 256;
     const auto unit = std::make_unique<OutputTable33>();
     EXPECT_EQ(unit->Initial(&lut), 0);
-    ExpectCurvesAndTables(*unit, ReferenceOutputs());
+    ExpectTables(*unit, ReferenceOutputs());
+}
+
+TEST(OutputTable, ResetsToTheIdentityAndKeepsTheOtherFields) {
+    const TestLut lut = RandomLut({.outputs = 7, .points = 2, .outputEntries = 16});
+    const auto unit = std::make_unique<OutputTable33>();
+    unit->Initial(&lut.tag);
+    unit->OutputCLR7_8();
+    SetFields(*unit);
+    unit->ResetTable();
+    ExpectTables(*unit, ReferenceOutputs());
+    ExpectFieldsAsSet(*unit);
 }
 
 /// Tables that differ from channel to channel, with entries below 0 and above 65535.
-std::unique_ptr<OutputTable33> ScatteredOutput(ReferenceOutputs& plain) {
-    auto unit = std::make_unique<OutputTable33>();
-    Scatter scatter(14);
-    for (std::size_t c = 0; c < 7; ++c) {
-        for (std::size_t i = 0; i < 65536; ++i) plain.table[c][i] = unit->Lut16[c][i] = scatter.Next() * 7 - 200000;
-    }
-    return unit;
-}
-
-TEST(OutputTable, OneColourTakesThreeTablesAndLeavesTheOtherFourSamples) {
-    ReferenceOutputs plain;
-    const auto unit = ScatteredOutput(plain);
-    Scatter scatter(15);
-    for (int round = 0; round < 3000; ++round) {
-        unsigned short s[7];
-        for (auto& sample : s) sample = static_cast<unsigned short>(round < 2 ? 65535 * round : scatter.Next());
-        const std::vector<unsigned short> was(s, s + 7);
-        unit->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+class OutputTableRun : public testing::Test {
+protected:
+    OutputTableRun() {
+        Lcg random(14);
         for (std::size_t c = 0; c < 7; ++c) {
-            const int expected = c < 3 ? plain.table[c][was[c]] & 0xffff : was[c];
-            ASSERT_EQ(s[c], expected) << c;
+            for (int& entry : plain_.table[c]) entry = random.Sample() * 7 - 200000;
+            std::ranges::copy(plain_.table[c], unit_->Lut16[c]);
         }
     }
-}
+    std::unique_ptr<OutputTable33> unit_ = std::make_unique<OutputTable33>();
+    ReferenceOutputs plain_;
+    Lcg random_{15};
+};
 
-class OutputRun : public testing::TestWithParam<int> {};
-
-TEST_P(OutputRun, WritesTheLowPartOfEachChannelsEntry) {
-    ReferenceOutputs plain;
-    const auto unit = ScatteredOutput(plain);
-    constexpr int kPixels = 400;
-    Job job(GetParam(), kPixels);
-    std::vector<unsigned short> work(job.Work());
-    Scatter scatter(16);
-    for (auto& sample : work) sample = static_cast<unsigned short>(scatter.Next());
-    work[0] = 0;
-    work[1] = 65535;
-    job.Work(work);
-    std::vector<unsigned char> expected = job.dest;
-    const std::vector<unsigned char> source = job.source;
-    plain.Run(GetParam(), work, kPixels, expected);
-    EXPECT_EQ(unit->Conversion(&job.info), 0);
-    EXPECT_EQ(job.dest, expected);
-    EXPECT_EQ(job.Work(), work);
-    EXPECT_EQ(job.source, source);
-    // Of the seven-channel codes, and of any that is none, nothing is written.
-    const bool writes = (GetParam() >= 257 && GetParam() <= 262) || (GetParam() >= 513 && GetParam() <= 518);
-    EXPECT_EQ(job.dest != std::vector<unsigned char>(job.dest.size(), Job::kMark), writes);
-}
-
-INSTANTIATE_TEST_SUITE_P(Codes, OutputRun,
-                         testing::Values(257, 258, 259, 260, 261, 262, 263, 264, 513, 514, 515, 516, 517, 518, 519, 520,
-                                         0, 1, 256, 265, 512, 521, 65534, 65535, -1, INT_MIN, INT_MAX));
-
-TEST(OutputTable, RunsBelowOnePixelTouchNothing) {
-    ReferenceOutputs plain;
-    const auto unit = ScatteredOutput(plain);
-    for (int count : {0, -1, INT_MIN}) {
-        Job job(258, 2);
-        job.info.PixelCount = count;
-        EXPECT_EQ(unit->Conversion(&job.info), 0);
-        EXPECT_EQ(job.dest, std::vector<unsigned char>(job.dest.size(), Job::kMark));
+TEST_F(OutputTableRun, OfOneColorTakesThreeTablesAndLeavesTheOtherSamples) {
+    for (int round = 0; round < 3000; ++round) {
+        Seven s{};
+        for (auto& sample : s) sample = round < 2 ? static_cast<unsigned short>(65535 * round) : random_.Sample();
+        Seven expected = s;
+        for (std::size_t c = 0; c < 3; ++c) expected[c] = static_cast<unsigned short>(plain_.table[c][s[c]] & 0xffff);
+        ASSERT_EQ(Through(*unit_, s), expected);
     }
 }
 
-TEST(OutputTable, TheByteOperationDoesNothing) {
-    const auto unit = std::make_unique<OutputTable33>();
-    std::vector<unsigned char> data = {1, 2, 3, 4, 5, 6};
-    static_cast<Base&>(*unit).Conversion(data.data(), 2);
-    EXPECT_EQ(data, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
-    ExpectCurvesAndTables(*unit, ReferenceOutputs());
-}
-
-TEST(OutputTable, AResetRestoresTheIdentityAndLeavesTheOtherFields) {
-    const auto lut = OutputLut(7, 16, 17);
-    const auto unit = std::make_unique<OutputTable33>();
-    unit->Initial(lut.get());
-    unit->OutputCLR7_8();
-    unit->ResetTable();
-    ExpectCurvesAndTables(*unit, ReferenceOutputs());
-    EXPECT_EQ(unit->OutputMode, 7);
-    EXPECT_EQ(unit->Channels, 7);
-    EXPECT_EQ(unit->Entries, 16);
-    EXPECT_EQ(unit->Step, 65535.0 / 15);
-    EXPECT_EQ(unit->Span, 4096.0);
+/// Kept: the seven-channel codes write nothing, and nor does a value that is no code. Nobody reads the mode.
+TEST_F(OutputTableRun, WritesTheLowPartOfEachEntry) {
+    constexpr int kPixels = 40;
+    std::vector<int> codes = {INT_MIN, -1, 0, 1, 65534, 65535, INT_MAX};
+    for (int code = 250; code <= 530; ++code) codes.push_back(code);
+    for (const int code : codes) {
+        SCOPED_TRACE(code);
+        Job job(code, kPixels);
+        Words work = job.Work();
+        for (auto& sample : work) sample = random_.Sample();
+        work[0] = 0;
+        work[1] = 65535;
+        job.SetWork(work);
+        Bytes expected = job.dest;
+        const Bytes source = job.source;
+        plain_.Run(code, work, kPixels, expected);
+        unit_->OutputMode = code % 9;
+        EXPECT_EQ(unit_->Conversion(&job.info), 0);
+        EXPECT_EQ(unit_->OutputMode, code % 9);
+        EXPECT_THAT(job.dest, EqualsBytes(expected));
+        EXPECT_THAT(job.Work(), EqualTo(work));
+        EXPECT_THAT(job.source, EqualsBytes(source));
+        const bool writes = (code >= 257 && code <= 262) || (code >= 513 && code <= 518);
+        EXPECT_EQ(job.dest != Bytes(job.dest.size(), Job::kMark), writes);
+    }
 }
 
 }  // namespace

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "iccfile/LutTags.h"
+#include "support/ProfileBuilder.h"
+#include "support/ReferenceUnits.h"
+#include "units/OutputTable33.h"
+#include "units/WiderColorTables.h"
+#include "units/WiderInputTables.h"
+
+// The units by their short names, tables for them to load, and jobs for them to run.
+namespace hueweave::test {
+
+using ICC40::ICC_UNIT::Base;
+using ICC40::ICC_UNIT::ColorTable33;
+using ICC40::ICC_UNIT::ColorTable34;
+using ICC40::ICC_UNIT::ColorTable36;
+using ICC40::ICC_UNIT::ColorTable37;
+using ICC40::ICC_UNIT::Info;
+using ICC40::ICC_UNIT::InputTable33;
+using ICC40::ICC_UNIT::InputTable34;
+using ICC40::ICC_UNIT::InputTable36;
+using ICC40::ICC_UNIT::InputTable37;
+using ICC40::ICC_UNIT::InputTable43;
+using ICC40::ICC_UNIT::OutputTable33;
+using ICC40::ICCFILE::CLut16Type;
+using ICC40::ICCFILE::ColorSpaceSignature;
+
+constexpr ColorSpaceSignature Space(int value) { return static_cast<ColorSpaceSignature>(value); }
+
+/// A sample of every channel that a unit can have.
+using Seven = std::array<unsigned short, 7>;
+
+/// One table twice: the tag that a unit loads, and what a reference loads.
+struct TestLut {
+    explicit TestLut(const LutContents& lut) {
+        plain.inputs = tag.inputChan = static_cast<std::uint8_t>(lut.inputs);
+        plain.outputs = tag.outputChan = static_cast<std::uint8_t>(lut.outputs);
+        plain.points = tag.clutPoints = static_cast<std::uint8_t>(lut.points);
+        plain.inputEntries = tag.inputEnt = static_cast<std::uint16_t>(lut.inputEntries);
+        plain.outputEntries = tag.outputEnt = static_cast<std::uint16_t>(lut.outputEntries);
+        tag.inputTable = Copy(lut.input);
+        tag.clutTable = Copy(lut.grid);
+        tag.outputTable = Copy(lut.output);
+        plain.input.assign(lut.input.begin(), lut.input.end());
+        plain.grid.assign(lut.grid.begin(), lut.grid.end());
+        plain.output.assign(lut.output.begin(), lut.output.end());
+    }
+
+    CLut16Type tag;
+    PlainLut plain;
+
+private:
+    /// Without room to spare, so that a checker sees what is read behind the end.
+    static std::unique_ptr<std::uint16_t[]> Copy(const std::vector<std::uint16_t>& values) {
+        auto table = std::make_unique<std::uint16_t[]>(values.size());
+        std::ranges::copy(values, table.get());
+        return table;
+    }
+};
+
+/// A table of random entries in the given shape.
+inline TestLut RandomLut(LutShape shape) {
+    shape.inputKind = shape.outputKind = CurveKind::Random;
+    shape.grid = GridKind::Random;
+    return TestLut(MakeLut(shape));
+}
+
+/// 0, step, 2 x step ...
+inline std::vector<int> Ramp(std::size_t count, int step = 1) {
+    std::vector<int> row(count);
+    for (std::size_t i = 0; i < count; ++i) row[i] = static_cast<int>(i) * step;
+    return row;
+}
+
+template <typename Row>
+std::vector<int> RowOf(const Row& row) {
+    return {std::begin(row), std::end(row)};
+}
+
+/// The input tables with 3, 4, 6 or 7 samples a pixel.
+inline std::unique_ptr<InputTable33> MakeInputTable(int samples) {
+    if (samples == 3) return std::make_unique<InputTable33>();
+    if (samples == 4) return std::make_unique<InputTable34>();
+    if (samples == 6) return std::make_unique<InputTable36>();
+    return std::make_unique<InputTable37>();
+}
+
+/// The grid with 3, 4, 6 or 7 output channels.
+inline std::unique_ptr<ColorTable33> MakeColorTable(int channels) {
+    if (channels == 3) return std::make_unique<ColorTable33>();
+    if (channels == 4) return std::make_unique<ColorTable34>();
+    if (channels == 6) return std::make_unique<ColorTable36>();
+    return std::make_unique<ColorTable37>();
+}
+
+/// One colour through a unit.
+template <typename Unit>
+Seven Through(Unit& unit, Seven s) {
+    unit.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+    return s;
+}
+
+/// A run of pixels with its buffers. Buffers are filled with `kMark` bytes, so that what was not written shows.
+struct Job {
+    static constexpr unsigned char kMark = 0xa5;
+    static constexpr unsigned short kMark16 = 0xa5a5;
+
+    /// Room for one pixel more than `pixels`, of 7 samples of 16 bits on every side, whatever the code says.
+    Job(int code, int pixels) : source(Room(pixels) * 2, kMark), dest(Room(pixels) * 2, kMark) {
+        info.FormatCode = code;
+        info.Source = source.data();
+        info.Dest = dest.data();
+        info.PixelCount = pixels;
+        info.WorkCount = static_cast<int>(Room(pixels));
+        info.WorkBuf = std::make_unique<unsigned short[]>(Room(pixels));
+        std::fill_n(info.WorkBuf.get(), Room(pixels), kMark16);
+    }
+    static std::size_t Room(int pixels) { return AsIndex(pixels + 1) * 7; }
+
+    void SetWork(const Words& samples) { std::ranges::copy(samples, info.WorkBuf.get()); }
+    Words Work() const { return {info.WorkBuf.get(), info.WorkBuf.get() + info.WorkCount}; }
+
+    Info info;
+    Bytes source;
+    Bytes dest;
+};
+
+}  // namespace hueweave::test

@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// How a grid is loaded, from a profile or from packed nodes, and resampled to another number of points.
+#include <gtest/gtest.h>
+
+#include "unit/units/Grids.h"
+
+namespace hueweave::test {
+namespace {
+
+constexpr int kUntouched = -123456;
+
+std::unique_ptr<ColorTable33> Marked() {
+    auto table = std::make_unique<ColorTable33>();
+    std::fill_n(&table->Color[0][0][0][0], 33 * 33 * 33 * 7, kUntouched);
+    return table;
+}
+
+/// The nodes behind the first `size` of each axis have still the marks.
+void ExpectMarkedBehind(const ColorTable33& table, int size) {
+    Nodes expected(33 * 33 * 33);
+    for (PlainNode& node : expected) node.fill(kUntouched);
+    const Nodes nodes = NodesOf(table, 33);
+    for (int i = 0; i < size; ++i) {
+        for (int j = 0; j < size; ++j) {
+            for (int k = 0; k < size; ++k) expected[NodeAt(33, i, j, k)] = nodes[NodeAt(33, i, j, k)];
+        }
+    }
+    EXPECT_THAT(nodes, EqualTo(expected));
+}
+
+/// A table as the reference grid is to take it when the slots that it does not fill hold marks.
+PlainLut WithMarkedSlots(const PlainLut& lut) {
+    PlainLut wide = lut;
+    wide.outputs = 7;
+    wide.grid.clear();
+    for (std::size_t n = 0; n < AsIndex(lut.points * lut.points * lut.points); ++n) {
+        for (std::size_t c = 0; c < 7; ++c) {
+            wide.grid.push_back(c < AsIndex(lut.outputs) ? lut.grid[n * AsIndex(lut.outputs) + c] : kUntouched);
+        }
+    }
+    return wide;
+}
+
+void ExpectLoaded(const LutShape& shape) {
+    SCOPED_TRACE(testing::Message() << shape.points << " points, " << shape.outputs << " channels");
+    const TestLut lut = RandomLut(shape);
+    const auto table = Marked();
+    ReferenceGrid plain;
+    EXPECT_EQ(table->Initial(&lut.tag), 0);
+    plain.Load(WithMarkedSlots(lut.plain));
+    ExpectGrid(*table, plain);
+    ExpectMarkedBehind(*table, std::max(shape.points, plain.points));
+    EXPECT_EQ(table->InChannels, shape.inputs);
+    EXPECT_EQ(table->OutChannels, shape.outputs);
+}
+
+TEST(ColorTable, LoadsEverySizeOrResamplesIt) {
+    for (int points = 2; points <= 33; ++points) ExpectLoaded({.points = points});
+}
+
+TEST(ColorTable, FillsTheSlotsOfTheProfileAlone) {
+    for (int outputs = 1; outputs <= 7; ++outputs) {
+        ExpectLoaded({.inputs = 2, .outputs = outputs, .points = 9});
+        ExpectLoaded({.inputs = 1, .outputs = outputs, .points = 6});
+    }
+}
+
+/// Kept: the last position is 65536 as loaded and 65535 once resampled.
+TEST(ColorTable, HasTheseFieldsOnceLoaded) {
+    const struct {
+        int points, size, shift, mask;
+        double step;
+        int lastButOne, last;
+    } rows[] = {{9, 9, 13, 8191, 8192.0, 57344, 65536},   {17, 17, 12, 4095, 4096.0, 61440, 65536},
+                {33, 33, 11, 2047, 2048.0, 63488, 65536}, {5, 17, 12, 4095, 4096.0, 61440, 65535},
+                {16, 17, 12, 4095, 4096.0, 61440, 65535}, {25, 17, 12, 4095, 4096.0, 61440, 65535}};
+    for (const auto& [points, size, shift, mask, step, lastButOne, last] : rows) {
+        SCOPED_TRACE(points);
+        const auto table = std::make_unique<ColorTable33>();
+        const TestLut lut = RandomLut({.points = points});
+        table->Initial(&lut.tag);
+        EXPECT_EQ(table->LUT_Size, size);
+        EXPECT_EQ(table->LUT_Shift, shift);
+        EXPECT_EQ(table->LUT_Mask, mask);
+        EXPECT_EQ(table->LUT_Step, step);
+        EXPECT_EQ(table->LUT_Pos[0], 0);
+        EXPECT_EQ(table->LUT_Pos[AsIndex(size - 2)], lastButOne);
+        EXPECT_EQ(table->LUT_Pos[AsIndex(size - 1)], last);
+    }
+}
+
+TEST(ColorTable, TakesTheFirstAxisAsTheSlowestAndValuesWithoutSign) {
+    LutContents contents = MakeLut({.points = 9});
+    for (std::size_t n = 0; n < contents.grid.size(); ++n) contents.grid[n] = static_cast<std::uint16_t>(n + 63349);
+    const TestLut lut(contents);
+    const auto table = std::make_unique<ColorTable33>();
+    table->Initial(&lut.tag);
+    EXPECT_EQ(table->Color[0][0][0][2], 63351);
+    EXPECT_EQ(table->Color[0][0][1][0], 63352);
+    EXPECT_EQ(table->Color[0][1][0][0], 63376);
+    EXPECT_EQ(table->Color[1][0][0][0], 63592);
+    EXPECT_EQ(table->Color[8][8][8][2], 65535);
+}
+
+TEST(ColorTable, LoadsAgainOverWhatItHolds) {
+    const TestLut large = RandomLut({.outputs = 7, .points = 33, .seed = 1}),
+                  small = RandomLut({.points = 9, .seed = 2});
+    const auto table = std::make_unique<ColorTable33>();
+    ReferenceGrid plain;
+    table->Initial(&large.tag);
+    plain.Load(large.plain);
+    Nodes expected = plain.nodes;
+    table->Initial(&small.tag);
+    plain.Load(small.plain);
+    for (int n = 0; n < 9 * 9 * 9; ++n) {
+        PlainNode& node = expected[NodeAt(33, n / 81, n / 9 % 9, n % 9)];
+        std::copy_n(plain.nodes[AsIndex(n)].begin(), 3, node.begin());
+    }
+    EXPECT_THAT(NodesOf(*table, 33), EqualTo(expected));
+    EXPECT_EQ(table->LUT_Size, 9);
+    EXPECT_EQ(table->LUT_Pos[8], 65536);
+    EXPECT_EQ(table->OutChannels, 3);
+}
+
+/// Kept: neither step, positions nor channel counts.
+TEST(ColorTable, TakesSizeAndNodesAloneFromAPackedCube) {
+    for (const int points : {0, 1, 2, 5, 8, 9, 10, 16, 17, 18, 32, 33}) {
+        SCOPED_TRACE(points);
+        const ReferenceGrid plain = RandomGrid(points, 3, -70000, 70000);
+        const auto table = Marked();
+        table->LUT_Step = 12.5;
+        table->InChannels = 41;
+        table->OutChannels = 42;
+        EXPECT_EQ(table->SetColorTable(Packed(plain.nodes).data(), points), 0);
+        EXPECT_THAT(NodesOf(*table, points), EqualTo(plain.nodes));
+        ExpectMarkedBehind(*table, points);
+        EXPECT_EQ(table->LUT_Size, points);
+        EXPECT_EQ(table->LUT_Shift, points == 17 ? 12 : points == 9 ? 13 : 11);
+        EXPECT_EQ(table->LUT_Mask, points == 17 ? 4095 : points == 9 ? 8191 : 2047);
+        EXPECT_EQ(table->LUT_Step, 12.5);
+        EXPECT_EQ(table->LUT_Pos, nullptr);
+        EXPECT_EQ(table->InChannels, 41);
+        EXPECT_EQ(table->OutChannels, 42);
+    }
+}
+
+TEST(ColorTable, LoadsNoPackedCubeOfASizeThatItHasNot) {
+    const std::vector<int> packed(7, 5);
+    for (const int size : {-1, 34, 100000}) {
+        const auto table = Marked();
+        EXPECT_EQ(table->SetColorTable(packed.data(), size), 0);
+        EXPECT_EQ(table->LUT_Size, 0) << size;
+        ExpectMarkedBehind(*table, 0);
+    }
+}
+
+TEST(ColorTable, NeitherResamplesNorInterpolatesAPackedCubeBetweenPositions) {
+    const ReferenceGrid plain = RandomGrid(5, 4);
+    const auto table = Marked();
+    table->SetColorTable(Packed(plain.nodes).data(), 5);
+    for (const int size : {2, 9, 17, 33}) {
+        EXPECT_EQ(table->TableResize(size), 0);
+        EXPECT_EQ(table->LUT_Size, 5);
+        EXPECT_EQ(table->LUT_Pos, nullptr);
+        EXPECT_THAT(NodesOf(*table, 5), EqualTo(plain.nodes));
+        ExpectMarkedBehind(*table, 5);
+    }
+    int s[7] = {1, 2, 3, 4, 5, 6, 7};
+    table->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+    EXPECT_THAT(s, EqualTo(std::array{1, 2, 3, 4, 5, 6, 7}));
+}
+
+TEST(ColorTable, KeepsThePositionsOfAnEarlierLoadForAPackedCube) {
+    const TestLut lut = RandomLut({.points = 9});
+    const auto table = std::make_unique<ColorTable33>();
+    table->Initial(&lut.tag);
+    const std::vector<int> packed(17 * 17 * 17 * 7, 5);
+    table->SetColorTable(packed.data(), 17);
+    EXPECT_EQ(table->LUT_Size, 17);
+    EXPECT_EQ(table->LUT_Step, 8192.0);
+    EXPECT_EQ(table->LUT_Pos[8], 65536);
+}
+
+struct ResizeRow {
+    int from, to;
+};
+
+std::vector<ResizeRow> ResizeRows() {
+    std::vector<ResizeRow> rows;
+    for (int from = 2; from <= 33; ++from) rows.push_back({from, 17});
+    for (const int to : {2, 3, 5, 8, 9, 10, 16, 18, 31, 32, 33}) rows.push_back({17, to});
+    for (const int to : {2, 9, 31, 32, 33}) rows.push_back({33, to});
+    for (const int to : {5, 9, 25, 33}) rows.push_back({9, to});
+    rows.push_back({2, 33});
+    return rows;
+}
+
+/// A size that is there already leaves the positions as they are: the last one at 65536.
+TEST(TableResize, SamplesEveryNewNode) {
+    for (const auto& [from, to] : ResizeRows()) {
+        SCOPED_TRACE(testing::Message() << from << " to " << to);
+        ReferenceGrid plain = RandomGrid(from, static_cast<std::uint32_t>(from * 40 + to), -1000000, 1000000);
+        const auto table = MakeGrid(plain);
+        table->InChannels = 3;
+        table->OutChannels = 5;
+        EXPECT_EQ(table->TableResize(to), 0);
+        plain.Resize(to);
+        ExpectGrid(*table, plain);
+        EXPECT_EQ(table->InChannels, 3);
+        EXPECT_EQ(table->OutChannels, 5);
+    }
+}
+
+TEST(TableResize, ToASizeOutside2To33ChangesNothing) {
+    const ReferenceGrid plain = RandomGrid(17, 8);
+    const auto table = MakeGrid(plain);
+    const int* const positions = table->LUT_Pos.get();
+    for (const int size : {-3, 0, 1, 17, 34, 1000}) {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(table->TableResize(size), 0);
+        EXPECT_EQ(table->LUT_Pos.get(), positions);
+        ExpectGrid(*table, plain);
+    }
+}
+
+TEST(TableResize, StartsFromTheShortenedTopPositionTheNextTime) {
+    ReferenceGrid plain = RandomGrid(33, 6);
+    const auto table = MakeGrid(plain);
+    for (const int size : {17, 9, 17}) {
+        table->TableResize(size);
+        plain.Resize(size);
+        ExpectGrid(*table, plain);
+    }
+}
+
+TEST(TableResize, KeepsTheNodesOutsideTheNewSize) {
+    const ReferenceGrid plain = RandomGrid(33, 5);
+    const auto table = MakeGrid(plain);
+    table->TableResize(9);
+    Nodes expected = plain.nodes;
+    const Nodes nodes = NodesOf(*table, 9);
+    for (int n = 0; n < 9 * 9 * 9; ++n) expected[NodeAt(33, n / 81, n / 9 % 9, n % 9)] = nodes[AsIndex(n)];
+    EXPECT_THAT(NodesOf(*table, 33), EqualTo(expected));
+}
+
+/// Kept: the top of the new grid lies a hair below the old one, at 2047 / 2048 of the last cell's diagonal.
+TEST(TableResize, From33To17TakesEverySecondNodeButTheTop) {
+    ReferenceGrid plain = RandomGrid(33, 3);
+    plain.nodes[NodeAt(33, 31, 31, 31)] = {0, 65535, 2048, 100, 0, 4096, 9};
+    plain.nodes[NodeAt(33, 32, 32, 32)] = {2048, 0, 0, 100, -2048, 65535, 10};
+    const auto table = MakeGrid(plain);
+    table->TableResize(17);
+    const Nodes nodes = NodesOf(*table, 17);
+    for (int i = 0; i < 16; ++i) {
+        for (int j = 0; j < 16; ++j) {
+            for (int k = 0; k < 16; ++k) {
+                ASSERT_EQ(nodes[NodeAt(17, i, j, k)], plain.nodes[NodeAt(33, 2 * i, 2 * j, 2 * k)]);
+            }
+        }
+    }
+    // Slopes of 2047, -65503.0004, -2047, 0, -2047, 61409.0005 and 0.9995, cut toward zero before the low node is
+    // added.
+    EXPECT_EQ(nodes.back(), (PlainNode{2047, 32, 1, 100, -2047, 65505, 9}));
+}
+
+TEST(TableResize, From9To17TakesOddNodesHalfway) {
+    const ReferenceGrid plain = RandomGrid(9, 4);
+    const auto table = MakeGrid(plain);
+    table->TableResize(17);
+    for (int i = 0; i < 8; ++i) {
+        for (std::size_t c = 0; c < 7; ++c) {
+            const int low = plain.nodes[NodeAt(9, i, 2, 3)][c], high = plain.nodes[NodeAt(9, i + 1, 2, 3)][c];
+            ASSERT_EQ(table->Color[2 * i][4][6][c], low);
+            ASSERT_EQ(table->Color[2 * i + 1][4][6][c], low + (high - low) / 2);  // cut toward zero
+        }
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test

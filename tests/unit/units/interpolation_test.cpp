@@ -1,0 +1,409 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Tetrahedral interpolation between nodes: in integers in the grids of 3, 4, 6 and 7 channels, one colour and runs of
+// pixels, and in floating point in grids of any size.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+
+#include "unit/units/Grids.h"
+
+namespace hueweave::test {
+namespace {
+
+/// In each of the six orders of fractions, the four corners of one tetrahedron alone decide.
+struct TetrahedronRow {
+    std::array<int, 3> at;        ///< fractions of 0.25, 0.5 and 0.75 in a cell of 8192
+    std::array<int, 8> quarters;  ///< weight of each corner, the first axis the highest bit
+};
+constexpr TetrahedronRow kTetrahedronRows[] = {
+    {{2048, 4096, 6144}, {1, 1, 0, 1, 0, 0, 0, 1}}, {{2048, 6144, 4096}, {1, 0, 1, 1, 0, 0, 0, 1}},
+    {{4096, 6144, 2048}, {1, 0, 1, 0, 0, 0, 1, 1}}, {{4096, 2048, 6144}, {1, 1, 0, 0, 0, 1, 0, 1}},
+    {{6144, 2048, 4096}, {1, 0, 0, 0, 1, 1, 0, 1}}, {{6144, 4096, 2048}, {1, 0, 0, 0, 1, 0, 1, 1}},
+};
+
+/// A grid of 9 points, all nodes 0 but one; cells are 8192 wide, so that all fractions are exact.
+std::unique_ptr<ColorTable33> OneNode(int i, int j, int k, const PlainNode& value, int channels = 3) {
+    ReferenceGrid plain = RandomGrid(9, 1, 0, 0);
+    plain.nodes[NodeAt(9, i, j, k)] = value;
+    return MakeGrid(plain, channels);
+}
+
+std::string ChannelsOf(const testing::TestParamInfo<int>& row) { return std::to_string(row.param) + "Channels"; }
+
+class IntegerInterpolation : public testing::TestWithParam<int> {
+protected:
+    void Load(int points, std::uint32_t seed, int low = 0, int high = 65535) {
+        plain_ = RandomGrid(points, seed, low, high);
+        EXPECT_EQ(table_->SetColorTable(Packed(plain_.nodes).data(), points), 0);
+    }
+    /// The interpolated channels, and behind them the samples as they were.
+    Seven Expected(const Seven& was) const {
+        const Seven whole = plain_.Whole(was[0], was[1], was[2]);
+        Seven result = was;
+        std::copy_n(whole.begin(), channels_, result.begin());
+        return result;
+    }
+    /// The same for a node.
+    Seven Expected(const Seven& was, const PlainNode& node) const {
+        Seven result = was;
+        for (std::size_t c = 0; c < channels_; ++c) result[c] = static_cast<unsigned short>(node[c]);
+        return result;
+    }
+    std::size_t channels_ = AsIndex(GetParam());
+    ReferenceGrid plain_;
+    std::unique_ptr<ColorTable33> table_ = MakeColorTable(GetParam());
+    Lcg random_{3};
+};
+
+TEST_P(IntegerInterpolation, FollowsEveryOrderOfFractionsAndTheirTies) {
+    for (const int points : {9, 17, 33}) {
+        // Nodes of more than 16 bits too: the low 16 bits of the result count.
+        Load(points, static_cast<std::uint32_t>(points), -100000, 120000);
+        const int width = 65536 / (points - 1);
+        const auto below = [this](int limit) {
+            return static_cast<int>(random_.Below(static_cast<std::uint32_t>(limit)));
+        };
+        for (int round = 0; round < 40; ++round) {
+            std::array<int, 3> level = {below(width), below(width), below(width)};
+            if (round < 4) level = {0, round, width - 1 - round};
+            for (std::size_t pattern = 0; pattern < 27; ++pattern) {
+                const std::size_t order[] = {pattern % 3, pattern / 3 % 3, pattern / 9};
+                Seven was{};
+                for (auto& sample : was) sample = random_.Sample();
+                for (std::size_t axis = 0; axis < 3; ++axis) {
+                    was[axis] = static_cast<unsigned short>(below(points - 1) * width + level[order[axis]]);
+                }
+                ASSERT_EQ(Through(*table_, was), Expected(was)) << points << " " << testing::PrintToString(was);
+            }
+        }
+    }
+}
+
+TEST_P(IntegerInterpolation, AgreesAllOverTheCubeWithAnyShiftAndMask) {
+    Load(33, 41);
+    const struct {
+        int shift, mask;
+    } rows[] = {{11, 2047}, {12, 4095}, {13, 8191}, {12, 0x7f0}, {13, 0}, {14, 2047}};  // the last three: of no size
+    for (const auto& [shift, mask] : rows) {
+        plain_.shift = table_->LUT_Shift = shift;
+        plain_.mask = table_->LUT_Mask = mask;
+        for (int n = 0; n < 3000; ++n) {
+            Seven was{};
+            for (auto& sample : was) sample = random_.Sample();
+            ASSERT_EQ(Through(*table_, was), Expected(was)) << shift << " " << mask;
+        }
+        EXPECT_EQ(table_->LUT_Shift, shift);
+        EXPECT_EQ(table_->LUT_Mask, mask);
+    }
+}
+
+TEST_P(IntegerInterpolation, GivesANodeOnIt) {
+    Load(17, 4);
+    for (int i = 0; i < 16; ++i) {
+        for (int j = 0; j < 16; ++j) {
+            for (int k = 0; k < 16; ++k) {
+                Seven s = {0, 0, 0, 4, 5, 6, 7};
+                const int place[] = {i, j, k};
+                for (std::size_t axis = 0; axis < 3; ++axis) s[axis] = static_cast<unsigned short>(4096 * place[axis]);
+                ASSERT_EQ(Through(*table_, s), Expected(s, plain_.nodes[NodeAt(17, i, j, k)]));
+            }
+        }
+    }
+}
+
+TEST_P(IntegerInterpolation, TakesTheCornersOfEachTetrahedron) {
+    for (const TetrahedronRow& row : kTetrahedronRows) {
+        for (int corner = 0; corner < 8; ++corner) {
+            const PlainNode value = {4000, 8000, 12000, 16000, 20000, 24000, 28000};
+            const auto table = OneNode(corner >> 2, corner >> 1 & 1, corner & 1, value, GetParam());
+            Seven s{};
+            std::ranges::copy(row.at, s.begin());
+            PlainNode expected{};
+            for (std::size_t c = 0; c < 7; ++c) expected[c] = value[c] / 4 * row.quarters[AsIndex(corner)];
+            EXPECT_EQ(Through(*table, s), Expected(s, expected)) << testing::PrintToString(row.at) << ", " << corner;
+        }
+    }
+}
+
+TEST_P(IntegerInterpolation, CutsTheFractionTowardMinusInfinityAndClampsNothing) {
+    // On the first axis by half a cell: 5.5, -5.5, 0.5, -0.5, -1.5, 32768, 65535.5.
+    const auto table = OneNode(1, 0, 0, {11, -11, 1, -1, -3, 65536, 131071}, GetParam());
+    EXPECT_EQ(Through(*table, {4096, 0, 0, 1, 2, 3, 4}),
+              Expected({4096, 0, 0, 1, 2, 3, 4}, {5, -6, 0, -1, -2, 32768, 65535}));
+}
+
+/// The top of the range does not reach the last node.
+TEST_P(IntegerInterpolation, EndsAStepBelowTheLastNode) {
+    // 1000 + 60000 * (width - 1) / width, for cells of 8192, 4096 and 2048.
+    for (const auto& [points, expected] : {std::pair{9, 60992}, {17, 60985}, {33, 60970}}) {
+        ReferenceGrid plain = RandomGrid(points, 5);
+        plain.nodes[NodeAt(points, points - 2, points - 2, points - 2)].fill(1000);
+        plain.nodes.back().fill(61000);
+        const auto table = MakeGrid(plain, GetParam());
+        PlainNode end{};
+        end.fill(expected);
+        EXPECT_EQ(Through(*table, {65535, 65535, 65535, 4, 5, 6, 7}), Expected({0, 0, 0, 4, 5, 6, 7}, end)) << points;
+    }
+}
+
+TEST_P(IntegerInterpolation, StoresItsChannelsInTheirOrder) {
+    Load(33, 43);
+    for (const unsigned short value : Words{0, 1, 2047, 2048, 30000, 65535}) {
+        // All of one sample: the last store stays.
+        unsigned short all = value, other = 7;
+        unsigned short* place[7];
+        for (std::size_t c = 0; c < 7; ++c) place[c] = c < channels_ ? &all : &other;
+        table_->Conversion(*place[0], *place[1], *place[2], *place[3], *place[4], *place[5], *place[6]);
+        EXPECT_EQ(all, plain_.Whole(value, value, value)[channels_ - 1]) << value;
+        EXPECT_EQ(other, 7);
+    }
+}
+
+TEST_P(IntegerInterpolation, ReadsSlotsThatTheProfileDoesNotFill) {
+    for (int outputs = 1; outputs <= 7; ++outputs) {
+        SCOPED_TRACE(outputs);
+        std::fill_n(&table_->Color[0][0][0][0], 33 * 33 * 33 * 7, 4242);
+        const TestLut lut = RandomLut({.outputs = outputs, .points = 9});
+        EXPECT_EQ(table_->Initial(&lut.tag), 0);
+        PlainNode node;
+        node.fill(4242);
+        std::copy_n(lut.plain.grid.begin() + static_cast<std::ptrdiff_t>(NodeAt(9, 3, 4, 5)) * outputs, outputs,
+                    node.begin());
+        const Seven s = {3 * 8192, 4 * 8192, 5 * 8192, 64, 65, 66, 67};
+        EXPECT_EQ(Through(*table_, s), Expected(s, node));
+    }
+}
+
+TEST_P(IntegerInterpolation, RunsOverEverySampleOfTheWorkingBuffer) {
+    Load(33, 8);
+    for (const int code : {257, 514, 520, 65534}) {  // it does not look at the code
+        SCOPED_TRACE(code);
+        constexpr int kPixels = 500;
+        Job job(code, kPixels);
+        Words work = job.Work();
+        for (std::size_t n = 0; n < channels_ * kPixels; ++n) work[n] = random_.Sample();
+        job.SetWork(work);
+        plain_.Run(GetParam(), kPixels, work);
+        EXPECT_EQ(table_->Conversion(&job.info), 0);
+        EXPECT_THAT(job.Work(), EqualTo(work));
+        EXPECT_THAT(job.source, EqualsBytes(Bytes(job.source.size(), Job::kMark)));
+        EXPECT_THAT(job.dest, EqualsBytes(Bytes(job.dest.size(), Job::kMark)));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, IntegerInterpolation, testing::Values(3, 4, 6, 7), ChannelsOf);
+
+/// Takes the place of the interpolation, notes what it was given, and adds 1 to 7 to the samples.
+template <typename Table>
+class SpiedGrid : public Table {
+public:
+    using Table::Conversion;
+    int Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short& d, unsigned short& e,
+                   unsigned short& f, unsigned short& g) override {
+        given.push_back({a, b, c, d, e, f, g});
+        unsigned short step = 0;
+        for (unsigned short* sample : {&a, &b, &c, &d, &e, &f, &g}) {
+            places.push_back(sample);
+            *sample = static_cast<unsigned short>(*sample + ++step);
+        }
+        return 99;
+    }
+    std::vector<const unsigned short*> places;
+    std::vector<Seven> given;
+};
+
+TEST(ColorTableRun, OfThreeChannelsWorksOnItsOwnSamples) {
+    const auto table = std::make_unique<SpiedGrid<ColorTable33>>();
+    Job job(257, 3);
+    job.SetWork({10, 20, 30, 40, 50, 60, 70, 80, 90});
+    EXPECT_EQ(table->Conversion(&job.info), 0);
+    // The four further samples are cleared once for the run, not for each pixel.
+    EXPECT_EQ(table->given,
+              (std::vector<Seven>{{10, 20, 30, 0, 0, 0, 0}, {40, 50, 60, 4, 5, 6, 7}, {70, 80, 90, 8, 10, 12, 14}}));
+    for (std::size_t n = 0; n < 9; ++n) EXPECT_EQ(table->places.at(n / 3 * 7 + n % 3), job.info.WorkBuf.get() + n);
+    Words expected = {11, 22, 33, 41, 52, 63, 71, 82, 93};
+    expected.resize(job.Work().size(), Job::kMark16);
+    EXPECT_THAT(job.Work(), EqualTo(expected));
+}
+
+/// Kept: a wider grid takes each pixel through copies.
+template <typename Table>
+void ExpectRunsOnCopies(std::size_t channels) {
+    const auto table = std::make_unique<SpiedGrid<Table>>();
+    SCOPED_TRACE(table->UnitName);
+    Job job(257, 2);
+    Words work = job.Work();
+    for (std::size_t n = 0; n < 2 * channels; ++n) work[n] = static_cast<unsigned short>(10 * n);
+    job.SetWork(work);
+    EXPECT_EQ(table->Conversion(&job.info), 0);
+    EXPECT_EQ(table->given, (std::vector<Seven>{{work[0], work[1], work[2], 0, 0, 0, 0},
+                                                {work[channels], work[channels + 1], work[channels + 2], 0, 0, 0, 0}}));
+    const unsigned short* const first = job.info.WorkBuf.get();
+    for (const unsigned short* place : table->places) {
+        EXPECT_FALSE(std::greater_equal<>()(place, first) && std::less<>()(place, first + job.info.WorkCount));
+    }
+    for (std::size_t n = 0; n < 2 * channels; ++n) {
+        const std::size_t c = n % channels;
+        work[n] = static_cast<unsigned short>((c < 3 ? work[n] : 0) + c + 1);
+    }
+    EXPECT_THAT(job.Work(), EqualTo(work));
+}
+
+TEST(ColorTableRun, OfMoreChannelsWorksOnCopies) {
+    ExpectRunsOnCopies<ColorTable34>(4);
+    ExpectRunsOnCopies<ColorTable36>(6);
+    ExpectRunsOnCopies<ColorTable37>(7);
+}
+
+PlainNode Floating(const ColorTable33& table, const std::array<int, 3>& at) {
+    PlainNode v = {at[0], at[1], at[2], -7, 70000, 5, 6};  // the last four are replaced, never read
+    table.Conversion(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
+    return v;
+}
+
+class FloatingInterpolation : public testing::TestWithParam<int> {
+protected:
+    void ExpectAt(const std::array<int, 3>& given, const std::array<int, 3>& counted) const {
+        ASSERT_EQ(Floating(*table_, given), plain_.Broken(counted[0], counted[1], counted[2]))
+            << testing::PrintToString(given);
+    }
+    int points_ = GetParam();
+    ReferenceGrid plain_ = RandomGrid(points_, 23, -65535, 131071);
+    std::unique_ptr<ColorTable33> table_ = MakeGrid(plain_);
+    Lcg random_{4};
+};
+
+TEST_P(FloatingInterpolation, AgreesAllOverTheCube) {
+    for (int n = 0; n < 3000; ++n) {
+        const std::array<int, 3> at = {random_.Sample(), random_.Sample(), random_.Sample()};
+        ASSERT_NO_FATAL_FAILURE(ExpectAt(at, at));
+    }
+}
+
+TEST_P(FloatingInterpolation, FollowsEveryOrderOfFractionsAndTheirTies) {
+    const auto width = static_cast<std::uint32_t>(plain_.step);
+    for (int round = 0; round < 20; ++round) {
+        const std::uint32_t level[] = {random_.Below(width), random_.Below(width), 0};
+        for (int pattern = 0; pattern < 27; ++pattern) {
+            std::array<int, 3> at{};
+            int rest = pattern;
+            for (int& value : at) {
+                const double node = random_.Below(static_cast<std::uint32_t>(points_ - 1)) * plain_.step;
+                value = static_cast<int>(node) + static_cast<int>(level[rest % 3]);
+                rest /= 3;
+            }
+            ASSERT_NO_FATAL_FAILURE(ExpectAt(at, at));
+        }
+    }
+}
+
+TEST_P(FloatingInterpolation, TakesPositionsOutsideTheAxesForTheirEnds) {
+    EXPECT_EQ(Floating(*table_, {0, 0, 0}), plain_.nodes[0]);
+    const int places[] = {std::numeric_limits<int>::min(), -65536, -1, 0, 1000, 65535, 65536, 131071,
+                          std::numeric_limits<int>::max()};
+    const auto inside = [](int place) { return std::clamp(place, 0, 65535); };
+    for (const int a : places) {
+        for (const int b : places) {
+            for (const int c : places) {
+                ASSERT_NO_FATAL_FAILURE(ExpectAt({a, b, c}, {inside(a), inside(b), inside(c)}));
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, FloatingInterpolation,
+                         testing::Values(2, 3, 4, 5, 6, 7, 9, 11, 16, 17, 18, 21, 25, 29, 32, 33));
+
+/// A grid that rises by a million from node to node: a value tells the cell and the fraction that it was taken from.
+class CellOfPosition : public testing::TestWithParam<int> {
+protected:
+    static constexpr int kRise = 1000000;
+    CellOfPosition() {
+        ReferenceGrid plain = RandomGrid(points_, 1);
+        for (int n = 0; n < points_ * points_ * points_; ++n) {
+            plain.nodes[AsIndex(n)] = {kRise * (n / points_ / points_), kRise * (n / points_ % points_),
+                                       kRise * (n % points_)};
+        }
+        table_ = MakeGrid(plain);
+    }
+    /// In millionths of a step, how far behind the first node of its cell a position is taken, on all three axes.
+    int Fraction(int position) const {
+        const PlainNode values = Floating(*table_, {position, position, position});
+        EXPECT_EQ(values[1], values[0]) << position;
+        EXPECT_EQ(values[2], values[0]) << position;
+        return values[0] - kRise * (position * (points_ - 1) / 65536);
+    }
+    int points_ = GetParam();
+    std::unique_ptr<ColorTable33> table_;
+};
+
+/// Kept: nodes stand at positions that are cut to whole numbers, so that the last position of a cell can lie behind its
+/// end: by less than the cut.
+TEST_P(CellOfPosition, IsItsOwnAtEveryPosition) {
+    const int most = kRise + (points_ - 1) * kRise / 65536;
+    for (int position = 0; position <= 65535; ++position) {
+        const int fraction = Fraction(position);
+        ASSERT_GE(fraction, 0) << position;
+        ASSERT_LE(fraction, 65536 % (points_ - 1) == 0 ? kRise - 1 : most) << position;
+    }
+}
+
+/// The positions that an engine asks for.
+TEST_P(CellOfPosition, HoldsEveryNodeOfSeventeen) {
+    for (int node = 0; node < 17; ++node) {
+        const int fraction = Fraction(node < 16 ? 4096 * node : 65535);
+        EXPECT_GE(fraction, 0) << node;
+        EXPECT_LT(fraction, kRise) << node;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, CellOfPosition, testing::Range(2, 34));
+
+TEST(FloatingInterpolationByHand, TakesTheCornersOfEachTetrahedron) {
+    for (const TetrahedronRow& row : kTetrahedronRows) {
+        for (int corner = 0; corner < 8; ++corner) {
+            const auto table = OneNode(corner >> 2, corner >> 1 & 1, corner & 1, {4000, 0, 0, 0, 0, 0, -4000});
+            const int expected = 1000 * row.quarters[AsIndex(corner)];
+            EXPECT_EQ(Floating(*table, row.at), (PlainNode{expected, 0, 0, 0, 0, 0, -expected}))
+                << testing::PrintToString(row.at) << ", corner " << corner;
+        }
+    }
+}
+
+TEST(FloatingInterpolationByHand, CutsTheRiseTowardZeroAndAddsTheBaseNode) {
+    auto table = OneNode(1, 0, 0, {10, -10, 1, -1, 3, -3, 0});
+    // A fraction of 0.5625: 5.6, -5.6, 0.6, -0.6, 1.7, -1.7.
+    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (PlainNode{5, -5, 0, 0, 1, -1, 0}));
+    table = OneNode(1, 0, 0, {110, 90, 0, 0, 0, 0, 0});
+    std::ranges::fill(table->Color[0][0][0], 100);
+    // 5.6, -5.6 and -56.25; 94.4 were the cut of the whole sum.
+    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (PlainNode{105, 95, 44, 44, 44, 44, 44}));
+}
+
+TEST(FloatingInterpolationByHand, CutsTheSumOfTheThreeTermsOnce) {
+    const auto table = OneNode(1, 0, 0, {1, 0, 0, 0, 0, 0, 0});
+    // Along 000, 100, 110, 111 every piece rises by 1: three fractions add up before the cut.
+    table->Color[1][1][0][0] = 2;
+    table->Color[1][1][1][0] = 3;
+    EXPECT_EQ(Floating(*table, {6144, 5121, 5119})[0], 2) << "0.75 + 0.625 + 0.625";
+    EXPECT_EQ(Floating(*table, {6144, 5120, 4096})[0], 1) << "0.75 + 0.625 + 0.5";
+}
+
+TEST(FloatingInterpolationByHand, DoesNotClamp) {
+    const PlainNode node = {1000000, -1000000, 65536, -1, 0, 0, 0};
+    EXPECT_EQ(Floating(*OneNode(2, 2, 2, node), {16384, 16384, 16384}), node);
+}
+
+TEST(FloatingInterpolationByHand, TakesTheCellByTheStepAndTheFractionByThePosition) {
+    const auto table = OneNode(2, 0, 0, {8192, 0, 0, 0, 0, 0, 0});
+    table->LUT_Shift = table->LUT_Mask = 0;  // of no use here
+    EXPECT_EQ(Floating(*table, {8292, 0, 0})[0], 100);
+    table->LUT_Pos[1] = 8202;
+    EXPECT_EQ(Floating(*table, {8292, 0, 0})[0], 90);
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,415 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// The units' shape: who derives from whom, the order of the virtual operations and of the fields, their types and
+// names, what a constructor clears; and what no unit does: print, read its name or the profile's matrix, change a table
+// while pixels run through it, or share one with another unit.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <new>
+#include <type_traits>
+
+#include "support/Matchers.h"
+#include "unit/units/UnitTables.h"
+
+namespace hueweave::test {
+namespace {
+
+using ICC40::ICCFILE::CLut8Type;
+using ICC40::ICCFILE::CXYZType;
+using Sample = unsigned short;
+
+static_assert(std::has_virtual_destructor_v<Base> && std::is_same_v<decltype(Base::UnitName), const char*>);
+static_assert(sizeof(Base) == 2 * sizeof(void*), "the pointer to the virtual operations and the name");
+
+template <typename Parent, typename... Units>
+constexpr bool kAllFrom = (std::is_base_of_v<Parent, Units> && ...);
+static_assert(kAllFrom<Base, InputTable33, InputTable43, ColorTable33, OutputTable33>);
+static_assert(kAllFrom<InputTable33, InputTable34, InputTable36, InputTable37>);
+static_assert(kAllFrom<ColorTable33, ColorTable34, ColorTable36, ColorTable37>);
+static_assert(!std::is_base_of_v<InputTable33, InputTable43> && sizeof(InputTable43) < sizeof(InputTable43::Curve) + 64,
+              "four curves have no expanded table");
+static_assert(sizeof(ColorTable34) == sizeof(ColorTable33) && sizeof(ColorTable36) == sizeof(ColorTable33) &&
+                  sizeof(ColorTable37) == sizeof(ColorTable33),
+              "the wider grids have no field of their own");
+static_assert(sizeof(InputTable36) == sizeof(InputTable34) && sizeof(InputTable37) == sizeof(InputTable34));
+
+/// Each has two of the three conversions.
+struct WithoutOneColor : Base {
+    using Base::Conversion;
+    int Conversion(unsigned char*, int) override { return 0; }
+    int Conversion(Info*) override { return 0; }
+};
+struct WithoutABuffer : Base {
+    using Base::Conversion;
+    int Conversion(Sample&, Sample&, Sample&, Sample&, Sample&, Sample&, Sample&) override { return 0; }
+    int Conversion(Info*) override { return 0; }
+};
+struct WithoutARun : Base {
+    using Base::Conversion;
+    int Conversion(Sample&, Sample&, Sample&, Sample&, Sample&, Sample&, Sample&) override { return 0; }
+    int Conversion(unsigned char*, int) override { return 0; }
+};
+static_assert(std::is_abstract_v<WithoutOneColor> && std::is_abstract_v<WithoutABuffer> &&
+                  std::is_abstract_v<WithoutARun>,
+              "all three conversions are pure");
+
+template <auto member, typename Type>
+constexpr bool kIs = std::is_same_v<decltype(member), Type>;
+static_assert(kIs<&InputTable33::LUT_Step, double InputTable33::*> &&
+              kIs<&InputTable33::Curve, int (InputTable33::*)[3][4096]> &&
+              kIs<&InputTable33::Lut16, int (InputTable33::*)[3][65536]> &&
+              kIs<&InputTable33::Bits, int InputTable33::*>);
+static_assert(kIs<&InputTable43::LUT_Step, double InputTable43::*> &&
+              kIs<&InputTable43::Curve, int (InputTable43::*)[4][4096]> &&
+              kIs<&InputTable43::Bits, int InputTable43::*>);
+// Owned in the array form, so that the destructor releases it so.
+using OwnedBytes = std::unique_ptr<unsigned char[]>;
+static_assert(kIs<&InputTable34::Buf, OwnedBytes InputTable34::*> &&
+              kIs<&InputTable36::Buf, OwnedBytes InputTable36::*> &&
+              kIs<&InputTable37::Buf, OwnedBytes InputTable37::*>);
+static_assert(std::is_same_v<decltype(ColorTable33::LUT_Size33), const int> && ColorTable33::LUT_Size33 == 33);
+static_assert(std::is_same_v<decltype(ColorTable33::LUT_Cell), const int> && ColorTable33::LUT_Cell == 2048);
+static_assert(kIs<&ColorTable33::LUT_Pos, std::unique_ptr<int[]> ColorTable33::*> &&
+              kIs<&ColorTable33::LUT_Step, double ColorTable33::*> &&
+              kIs<&ColorTable33::LUT_Shift, int ColorTable33::*> && kIs<&ColorTable33::LUT_Mask, int ColorTable33::*> &&
+              kIs<&ColorTable33::LUT_Size, int ColorTable33::*> &&
+              kIs<&ColorTable33::InChannels, int ColorTable33::*> &&
+              kIs<&ColorTable33::OutChannels, int ColorTable33::*> &&
+              kIs<&ColorTable33::Color, int (ColorTable33::*)[33][33][33][7]>);
+static_assert(kIs<&OutputTable33::Step, double OutputTable33::*> &&
+              kIs<&OutputTable33::Span, double OutputTable33::*> &&
+              kIs<&OutputTable33::Channels, int OutputTable33::*> &&
+              kIs<&OutputTable33::Entries, int OutputTable33::*> &&
+              kIs<&OutputTable33::OutputMode, int OutputTable33::*> &&
+              kIs<&OutputTable33::Curve, int (OutputTable33::*)[7][4096]> &&
+              kIs<&OutputTable33::Lut16, int (OutputTable33::*)[7][65536]>);
+
+/// Addresses in the order in which the fields are declared.
+void ExpectInOrder(const std::vector<const void*>& fields) {
+    for (std::size_t n = 1; n < fields.size(); ++n) {
+        EXPECT_LT(reinterpret_cast<std::uintptr_t>(fields[n - 1]), reinterpret_cast<std::uintptr_t>(fields[n])) << n;
+    }
+}
+
+template <typename Wide>
+void ExpectInputInOrder() {
+    const auto input = std::make_unique<Wide>();
+    ExpectInOrder(
+        {input.get(), &input->UnitName, &input->LUT_Step, input->Curve, input->Lut16, &input->Bits, &input->Buf});
+}
+
+TEST(UnitFields, StandInTheirOrder) {
+    ExpectInputInOrder<InputTable34>();
+    ExpectInputInOrder<InputTable36>();
+    ExpectInputInOrder<InputTable37>();
+    const auto four = std::make_unique<InputTable43>();
+    ExpectInOrder({four.get(), &four->UnitName, &four->LUT_Step, four->Curve, &four->Bits});
+    const auto grid = std::make_unique<ColorTable33>();
+    ExpectInOrder({grid.get(), &grid->UnitName, &grid->LUT_Pos, &grid->LUT_Step, &grid->LUT_Shift, &grid->LUT_Mask,
+                   &grid->LUT_Size, &grid->InChannels, &grid->OutChannels, grid->Color});
+    const auto output = std::make_unique<OutputTable33>();
+    ExpectInOrder({output.get(), &output->UnitName, &output->Step, &output->Span, &output->Channels, &output->Entries,
+                   &output->OutputMode, output->Curve, output->Lut16});
+}
+
+/// Place of a virtual operation in the table of its class; the two destructors stand at 0 and 1.
+template <typename Member>
+std::uintptr_t SlotOf(Member member) {
+    std::uintptr_t words[2];
+    static_assert(sizeof member == sizeof words);
+    std::memcpy(words, &member, sizeof words);
+    return words[0] / sizeof(void*);  // the lowest bit may mark a virtual operation
+}
+
+TEST(UnitSlots, OfFurtherOperationsFollowTheSharedOnes) {
+    EXPECT_EQ(SlotOf(&ColorTable33::Initial), 5U);
+    EXPECT_EQ(SlotOf(&OutputTable33::Interpolation), 5U);
+    EXPECT_EQ(SlotOf(static_cast<int (OutputTable33::*)(const CLut16Type*)>(&OutputTable33::Initial)), 6U);
+    EXPECT_EQ(SlotOf(static_cast<int (OutputTable33::*)(const CLut8Type*)>(&OutputTable33::Initial)), 7U);
+}
+
+/// An operation that is not virtual cannot be taken over: one of the same name in a derived class only hides it.
+struct HidingInput : InputTable33 {
+    int Initial(const CLut16Type*, ColorSpaceSignature) { return ++calls; }
+    int Initial(const InputTable33*) { return ++calls; }
+    int Change_Lut16_To_Lut8() { return ++calls; }
+    int Change_Lut16_To_Lab8() { return ++calls; }
+    int Change_Lut16_To_Lab16() { return ++calls; }
+    int calls = 0;
+};
+struct HidingFour : InputTable43 {
+    int Initial(const CLut16Type*) { return ++calls; }
+    int calls = 0;
+};
+struct HidingGrid : ColorTable33 {
+    using ColorTable33::Conversion;
+    void Conversion(int&, int&, int&, int&, int&, int&, int&) const { ++calls; }
+    int SetColorTable(const int*, int) { return ++calls; }
+    int TableResize(int) { return ++calls; }
+    int Adjust_Lch(double, double, double) { return ++calls; }
+    int Lab2RGB100_16(const CLut16Type*, ColorSpaceSignature, const CXYZType*) { return ++calls; }
+    int Lab2RGB100_16_1D(const OutputTable33*, ColorSpaceSignature, const CXYZType*) { return ++calls; }
+    mutable int calls = 0;
+};
+struct HidingOutput : OutputTable33 {
+    using OutputTable33::Initial;
+    int Initial(const unsigned char*, const unsigned char*, const unsigned char*, int) { return ++calls; }
+    void ResetTable() { ++calls; }
+    void KodakCurve(int, int, double, double, double) { ++calls; }
+    int OutputGamma100(ColorSpaceSignature) { return ++calls; }
+    int OutputRGB8() { return ++calls; }
+    int OutputGamma_KodakPhoto_16() { return ++calls; }
+    int calls = 0;
+};
+
+TEST(PlainOperations, OfTheInputTablesAreNotVirtual) {
+    const TestLut lut = RandomLut({.points = 2, .inputEntries = 5});
+    const auto unit = std::make_unique<HidingInput>();
+    InputTable33& base = *unit;
+    for (const int space : {0, 1, 2, 3}) EXPECT_EQ(base.Initial(&lut.tag, Space(space)), 0);
+    EXPECT_EQ(base.Change_Lut16_To_Lut8(), 0);
+    EXPECT_EQ(base.Change_Lut16_To_Lab8(), 0);
+    EXPECT_EQ(base.Change_Lut16_To_Lab16(), 0);
+    EXPECT_EQ(base.Initial(std::make_unique<InputTable33>().get()), 0);
+    EXPECT_EQ(unit->calls, 0);
+    const auto four = std::make_unique<HidingFour>();
+    EXPECT_EQ(static_cast<InputTable43&>(*four).Initial(&lut.tag), 0);
+    EXPECT_EQ(four->calls, 0);
+}
+
+TEST(PlainOperations, OfTheGridAreNotVirtual) {
+    const TestLut lut = RandomLut({.points = 5});
+    const auto unit = std::make_unique<HidingGrid>();
+    ColorTable33& base = *unit;
+    EXPECT_EQ(base.Initial(&lut.tag), 0);  // resamples to 17 points
+    EXPECT_EQ(base.LUT_Size, 17);
+    EXPECT_EQ(base.TableResize(9), 0);
+    EXPECT_EQ(base.LUT_Size, 9);
+    EXPECT_EQ(base.Adjust_Lch(1.0, 2.0, 3.0), 0);
+    EXPECT_EQ(base.Lab2RGB100_16(&lut.tag, Space(8), nullptr), 8);
+    EXPECT_EQ(base.Lab2RGB100_16_1D(std::make_unique<OutputTable33>().get(), Space(20), nullptr), 21);
+    int s[7] = {0, 0, 0, -1, -1, -1, -1};
+    static_assert(std::is_void_v<decltype(base.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]))>);
+    base.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+    EXPECT_THAT(s, EqualTo(RowOf(base.Color[0][0][0])));
+    const int none = 0;
+    EXPECT_EQ(base.SetColorTable(&none, 0), 0);
+    EXPECT_EQ(unit->calls, 0);
+}
+
+TEST(PlainOperations, OfTheOutputTablesAreNotVirtual) {
+    const auto unit = std::make_unique<HidingOutput>();
+    OutputTable33& base = *unit;
+    const Bytes points(256, 9);
+    EXPECT_EQ(base.Initial(points.data(), points.data(), points.data(), 256), 0);
+    base.ResetTable();
+    EXPECT_EQ(base.OutputGamma_KodakPhoto(), 34);
+    EXPECT_EQ(base.OutputGamma_KodakText_16(), 39);
+    EXPECT_EQ(base.OutputGamma_KodakPhoto_16(), 35);
+    EXPECT_EQ(base.OutputGamma100(Space(20)), 20);
+    EXPECT_EQ(base.OutputRGB8(), 0);
+    base.KodakCurve(0, 1024, 1.2, 0.0, 2.2);
+    EXPECT_EQ(unit->calls, 0);
+}
+
+/// What every unit is, and what none of them does.
+template <typename Unit>
+class EveryUnit : public testing::Test {
+protected:
+    static TestLut SomeLut(std::uint32_t seed) {
+        return RandomLut({.outputs = 7, .points = 9, .inputEntries = 17, .outputEntries = 33, .seed = seed});
+    }
+    static void Load(Unit& unit, const CLut16Type& lut) {
+        if constexpr (std::is_base_of_v<InputTable33, Unit>) {
+            EXPECT_EQ(unit.Initial(&lut, Space(1)), 0);
+        } else {
+            EXPECT_EQ(unit.Initial(&lut), 0);
+        }
+    }
+    static std::unique_ptr<Unit> Loaded(const CLut16Type& lut) {
+        auto unit = std::make_unique<Unit>();
+        Load(*unit, lut);
+        return unit;
+    }
+    static Bytes ImageOf(const Unit& unit) {
+        const auto* const bytes = reinterpret_cast<const unsigned char*>(&unit);
+        return Bytes(bytes, bytes + sizeof(Unit));
+    }
+    /// All entries or node values.
+    static std::vector<int> TablesOf(const Unit& unit) {
+        std::vector<int> values;
+        const auto append = [&values](const int* first, std::size_t count) {
+            values.insert(values.end(), first, first + count);
+        };
+        if constexpr (std::is_base_of_v<ColorTable33, Unit>) {
+            append(&unit.Color[0][0][0][0], sizeof unit.Color / sizeof(int));
+        } else {
+            append(&unit.Curve[0][0], sizeof unit.Curve / sizeof(int));
+            if constexpr (!std::is_same_v<InputTable43, Unit>)
+                append(&unit.Lut16[0][0], sizeof unit.Lut16 / sizeof(int));
+        }
+        return values;
+    }
+    static constexpr const char* Name() {
+        if (std::is_same_v<Unit, InputTable33>) return "InputTable33";
+        if (std::is_same_v<Unit, InputTable34>) return "InputTable34";
+        if (std::is_same_v<Unit, InputTable36>) return "InputTable36";
+        if (std::is_same_v<Unit, InputTable37>) return "InputTable37";
+        if (std::is_same_v<Unit, InputTable43>) return "InputTable43";
+        if (std::is_same_v<Unit, ColorTable33>) return "ColorTable33";
+        if (std::is_same_v<Unit, ColorTable34>) return "ColorTable34";
+        if (std::is_same_v<Unit, ColorTable36>) return "ColorTable36";
+        if (std::is_same_v<Unit, ColorTable37>) return "ColorTable37";
+        return "OutputTable33";
+    }
+    /// A code of 16 bits on both sides that has the channels of the unit.
+    static int Code() {
+        const int digit = Name()[std::strlen(Name()) - 1] - '0';
+        return digit == 3 ? 514 : digit == 4 ? 516 : digit == 6 ? 518 : 520;
+    }
+};
+
+using Units = testing::Types<InputTable33, InputTable34, InputTable36, InputTable37, InputTable43, ColorTable33,
+                             ColorTable34, ColorTable36, ColorTable37, OutputTable33>;
+TYPED_TEST_SUITE(EveryUnit, Units);
+
+TYPED_TEST(EveryUnit, HasItsConversionsBehindTheDestructors) {
+    using OneColor = int (TypeParam::*)(Sample&, Sample&, Sample&, Sample&, Sample&, Sample&, Sample&);
+    EXPECT_EQ(SlotOf(static_cast<OneColor>(&TypeParam::Conversion)), 2U);
+    EXPECT_EQ(SlotOf(static_cast<int (TypeParam::*)(unsigned char*, int)>(&TypeParam::Conversion)), 3U);
+    EXPECT_EQ(SlotOf(static_cast<int (TypeParam::*)(Info*)>(&TypeParam::Conversion)), 4U);
+}
+
+TYPED_TEST(EveryUnit, SharesAStaticName) {
+    const char* const name = std::make_unique<TypeParam>()->UnitName;
+    EXPECT_STREQ(name, this->Name());
+    EXPECT_EQ(name, std::make_unique<TypeParam>()->UnitName);
+}
+
+/// In memory that held something else before, where a fresh page would hide what is not cleared.
+TYPED_TEST(EveryUnit, StartsClearedInUsedMemory) {
+    const std::unique_ptr<unsigned char[]> memory(new unsigned char[sizeof(TypeParam)]);
+    volatile unsigned char* const bytes = memory.get();  // no compiler may take these stores for useless
+    for (std::size_t i = 0; i < sizeof(TypeParam); ++i) bytes[i] = Job::kMark;
+    auto* const unit = ::new (memory.get()) TypeParam();
+    EXPECT_STREQ(unit->UnitName, this->Name());
+    if constexpr (std::is_base_of_v<ColorTable33, TypeParam>) {
+        EXPECT_EQ(unit->LUT_Pos, nullptr);
+        const int* const values = &unit->Color[0][0][0][0];
+        EXPECT_THAT(std::vector<int>(values, values + 33 * 33 * 33 * 7), EqualTo(std::vector<int>(33 * 33 * 33 * 7)));
+    } else if constexpr (std::is_same_v<OutputTable33, TypeParam>) {
+        EXPECT_EQ(unit->OutputMode, 0);
+        for (const auto& row : unit->Curve) EXPECT_THAT(row, EqualTo(Ramp(4096)));
+        for (const auto& row : unit->Lut16) EXPECT_THAT(row, EqualTo(Ramp(65536)));
+    } else {
+        EXPECT_EQ(unit->Bits, 16);
+        for (const auto& row : unit->Curve) EXPECT_THAT(row, EqualTo(std::vector<int>(4096)));
+        if constexpr (std::is_base_of_v<InputTable33, TypeParam>) {
+            for (const auto& row : unit->Lut16) EXPECT_THAT(row, EqualTo(std::vector<int>(65536)));
+            EXPECT_EQ(Through(*unit, {0, 1, 65535, 4, 5, 6, 7}), (Seven{0, 0, 0, 4, 5, 6, 7})) << "no curves";
+        }
+    }
+    unit->~TypeParam();
+}
+
+TYPED_TEST(EveryUnit, ReadsItsTablesAndKeepsTheJob) {
+    const TestLut lut = this->SomeLut(1);
+    const auto unit = this->Loaded(lut.tag);
+    Base& base = *unit;
+    const Bytes before = this->ImageOf(*unit);
+    Bytes data = {1, 2, 3, 4, 5, 6, 7};
+    for (const int count : {INT_MIN, -1, 0, 1, 2, INT_MAX}) {
+        EXPECT_EQ(base.Conversion(data.data(), count), 0) << "Kept: an empty operation";
+        EXPECT_EQ(base.Conversion(static_cast<unsigned char*>(nullptr), count), 0);
+    }
+    EXPECT_THAT(data, EqualsBytes(Bytes{1, 2, 3, 4, 5, 6, 7}));
+
+    Job job(this->Code(), 4);
+    const unsigned short* const work = job.info.WorkBuf.get();
+    EXPECT_EQ(base.Conversion(&job.info), 0);
+    Seven s = {1, 20000, 65534, 4, 5, 6, 7};
+    EXPECT_EQ(base.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]), 0);
+    EXPECT_THAT(this->ImageOf(*unit), EqualsBytes(before));
+    EXPECT_EQ(job.info.FormatCode, this->Code());
+    EXPECT_EQ(job.info.PixelCount, 4);
+    EXPECT_EQ(job.info.WorkCount, static_cast<int>(Job::Room(4)));
+    EXPECT_EQ(job.info.WorkBuf.get(), work);
+    EXPECT_EQ(job.info.Source, job.source.data());
+    EXPECT_EQ(job.info.Dest, job.dest.data());
+}
+
+TYPED_TEST(EveryUnit, DoesNotReadItsName) {
+    const TestLut lut = this->SomeLut(2);
+    const auto named = this->Loaded(lut.tag), nameless = std::make_unique<TypeParam>();
+    nameless->UnitName = nullptr;
+    this->Load(*nameless, lut.tag);
+    Job first(this->Code(), 4), second(this->Code(), 4);
+    EXPECT_EQ(named->Conversion(&first.info), nameless->Conversion(&second.info));
+    EXPECT_THAT(second.Work(), EqualTo(first.Work()));
+    EXPECT_THAT(second.dest, EqualsBytes(first.dest));
+    EXPECT_EQ(nameless->UnitName, nullptr);
+}
+
+TYPED_TEST(EveryUnit, PrintsNothing) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const TestLut lut = this->SomeLut(3);
+    const auto unit = this->Loaded(lut.tag);
+    for (const int code : {this->Code(), 9999}) {
+        Job job(code, 2);
+        unit->Conversion(&job.info);
+    }
+    if constexpr (std::is_base_of_v<ColorTable33, TypeParam>) {
+        unit->Adjust_Lch(1, 2, 3);
+        for (const int size : {17, 100}) unit->TableResize(size);
+        unit->Lab2RGB100_16(&lut.tag, Space(77), nullptr);
+    } else if constexpr (std::is_same_v<OutputTable33, TypeParam>) {
+        unit->OutputGamma_KodakMix();
+    } else if constexpr (std::is_base_of_v<InputTable33, TypeParam>) {
+        for (const int space : {0, 2, 3, 77}) unit->Initial(&lut.tag, Space(space));
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+}
+
+/// The profile's matrix is applied nowhere, and the profile's table is left alone.
+TYPED_TEST(EveryUnit, LoadsCurvesAndNodesAlone) {
+    TestLut lut = this->SomeLut(4);
+    const auto plain = this->Loaded(lut.tag);
+    for (std::size_t n = 0; n < 9; ++n) lut.tag.matrix[n] = 0x12345U * static_cast<std::uint32_t>(n + 1);
+    const auto turned = this->Loaded(lut.tag);
+    if constexpr (std::is_base_of_v<ColorTable33, TypeParam>) {
+        for (TypeParam* const unit : {plain.get(), turned.get()}) {
+            lut.tag.matrix[0] += 77;
+            unit->Adjust_Lch(5.0, -5.0, 50.0);
+            unit->TableResize(17);
+            unit->Lab2RGB100_16(&lut.tag, Space(24), nullptr);
+        }
+    }
+    EXPECT_THAT(this->TablesOf(*turned), EqualTo(this->TablesOf(*plain)));
+    const auto valuesOf = [](const std::unique_ptr<std::uint16_t[]>& table, const std::vector<int>& expected) {
+        return std::vector<int>(table.get(), table.get() + expected.size());
+    };
+    EXPECT_THAT(valuesOf(lut.tag.inputTable, lut.plain.input), EqualTo(lut.plain.input));
+    EXPECT_THAT(valuesOf(lut.tag.clutTable, lut.plain.grid), EqualTo(lut.plain.grid));
+    EXPECT_THAT(valuesOf(lut.tag.outputTable, lut.plain.output), EqualTo(lut.plain.output));
+}
+
+TYPED_TEST(EveryUnit, SharesNoTableWithAnother) {
+    const TestLut one = this->SomeLut(5), other = this->SomeLut(6);
+    const auto first = this->Loaded(one.tag);
+    const Bytes before = this->ImageOf(*first);
+    const auto second = this->Loaded(other.tag);
+    EXPECT_NE(this->TablesOf(*second), this->TablesOf(*first));
+    if constexpr (std::is_base_of_v<ColorTable33, TypeParam>) {
+        second->TableResize(17);
+        EXPECT_EQ(first->LUT_Pos[8], 65536);
+    } else if constexpr (std::is_same_v<OutputTable33, TypeParam>) {
+        second->OutputGamma180(Space(22));
+    }
+    EXPECT_THAT(this->ImageOf(*first), EqualsBytes(before));
+}
+
+}  // namespace
+}  // namespace hueweave::test
