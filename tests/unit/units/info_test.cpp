@@ -239,7 +239,10 @@ TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
                 {257, 715827883},
                 {259, 536870912},
                 {263, 306783379},
-                {518, INT_MAX}};
+                {518, INT_MAX},
+                // Products of 2 and of 0 in the 32 bits of an int.
+                {257, 1431655766},
+                {259, 1073741824}};
     for (const auto& [code, pixels] : rows) {
         SCOPED_TRACE(testing::Message() << code << ", " << pixels << " pixels");
         Info info;
