@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 # Copyright (c) The Hueweave authors
-"""Ratios from one run of the benches, as a table and as JSON.
+"""Writes the ratios from one run of the benchmarks as a table and as JSON.
 
 report.py --benches bench.json --programs programs.json [--json OUT.json] [--into docs/benchmarks.md]
 
-Every figure is the minimum of the processor time over all repetitions of one run, in which the benches took turns in
-random order; only ratios of such figures are told. With --into, the table takes the place of what stands between the
-two marker lines of that file.
+Every figure is the minimum processor time over all repetitions of one run, in which the benchmarks ran in random order;
+only ratios of such figures are reported. With --into, the table replaces the text between the two marker lines of that
+file.
 """
 
 import argparse
@@ -19,7 +19,7 @@ import sys
 BEGIN = "<!-- bench/report.py writes from here -->"
 END = "<!-- to here -->"
 
-# What is asked for: a ratio at 8 and at 16 bits, at least or at most.
+# Minimum or maximum ratios at 8 and at 16 bits.
 AT_LEAST, AT_MOST = ">=", "<="
 GOALS = {
     "plain / sse2": (AT_LEAST, 2.3, 2.3),
@@ -35,7 +35,7 @@ GOALS = {
 
 
 class Benches:
-    """Minima over repetitions, in nanoseconds an item."""
+    """Minima over repetitions, in nanoseconds per item."""
 
     def __init__(self, path):
         data = json.loads(path.read_text())
@@ -63,7 +63,7 @@ class Benches:
         return self.of(f"BM_{name}/bits:{bits}/points:{points}/entries:{entries}")
 
     def kernels(self):
-        """Slowest first, which is the plain loop."""
+        """The plain loop first, then from the slowest to the fastest."""
         prefix, suffix = "BM_Kernel_Convert/", "/bits:8/photo"
         full = [name for name in self.minima if name.startswith(prefix) and name.endswith(suffix)]
         names = [name[len(prefix) : -len(suffix)] for name in full]
@@ -143,7 +143,7 @@ def program_rows(programs):
     rows["whole file: ours / cp"] = [min(best["hueweave", b]["cpu"]) / min(best["cp", b]["cpu"]) for b in (8, 16)]
     for name in ("hueweave", "tificc", "cctiff", "vips"):
         title = "ours" if name == "hueweave" else name
-        rows[f"peak memory of {title} / samples of the picture"] = [
+        rows[f"peak memory of {title} / samples of the image"] = [
             max(best[name, bits]["peak"]) / (3 * programs["pixels"] * bits // 8) for bits in (8, 16)
         ]
     return rows
@@ -155,7 +155,7 @@ def met(goal, values):
 
 
 def cell(value, goal, index):
-    """The ratio, what was asked for, and a mark where it is not reached."""
+    """The ratio, its goal, and a mark if it is missed."""
     text = f"{value:.2f}" if value < 100 else f"{value:.0f}"
     if goal is None:
         return text
@@ -193,8 +193,8 @@ def machine(benches):
 
 
 def absolute(benches):
-    """Nanoseconds a pixel on the photo, for orientation only."""
-    lines = ["| ns a pixel, photo | 8 bit | 16 bit |", "|---|---|---|"]
+    """Nanoseconds per pixel on the photo, for orientation only."""
+    lines = ["| ns per pixel, photo | 8 bit | 16 bit |", "|---|---|---|"]
     names = [(kernel, f"BM_Kernel_Convert/{kernel}") for kernel in benches.kernels()]
     names += [("Little CMS without its cache", "BM_LittleCms_Transform/nocache"), ("memcpy", "BM_Libc_Memcpy")]
     for title, name in names:

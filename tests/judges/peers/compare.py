@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 # Copyright (c) The Hueweave authors
-"""Runs hueweave and other converters on the same files and writes a table of what each does.
+"""Runs hueweave and other converters on the same files and writes a table of the results.
 
     compare.py HUEWEAVE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large]
 
-HUEWEAVE is the command, INPUTS a folder that tests/command/make-inputs made. Every cell is measured here: nothing is
-taken from a manual. --large adds a file over 4 GiB. Needs: liblcms2-utils argyll libvips-tools imagemagick libtiff-tools
+HUEWEAVE is the command, INPUTS a folder made by tests/command/make-inputs. Every result is measured: nothing is taken
+from a manual. --large adds a file over 4 GiB. Needs: liblcms2-utils argyll libvips-tools imagemagick libtiff-tools
 libimage-exiftool-perl.
 """
 import argparse, hashlib, json, os, re, resource, shutil, signal, subprocess, sys, tempfile, time
@@ -16,7 +16,7 @@ TOOLS = ["hueweave", "tificc", "cctiff", "vips", "ImageMagick"]
 
 
 def words(tool, source, target, profile, args):
-    """The command line of one tool: device profile to sRGB, perceptual, everything else as it comes."""
+    """The command line of one tool: device profile to sRGB, perceptual, otherwise default options."""
     screen = os.path.join(args.inputs, SCREEN)
     return {
         "hueweave": [args.hueweave, "convert", "-q", "--profile", profile, source, "-o", target],
@@ -61,7 +61,7 @@ def shell(line):
 
 
 def info(path, key):
-    """What tiffinfo says, all pages."""
+    """Values of a key that tiffinfo prints, for all pages."""
     return re.findall(r"^\s*" + key + r": (.*)$", shell(f"tiffinfo '{path}' 2>/dev/null"), re.M)
 
 
@@ -80,7 +80,7 @@ def digest(path):
 
 
 class Table:
-    """Rows of cells; a cell is a text and whether it is good."""
+    """Rows of cells; a cell is a text and whether it is the desired result."""
     def __init__(self):
         self.rows = []
 
@@ -93,7 +93,7 @@ class Trials:
     def __init__(self, args, folder):
         self.args, self.folder, self.table = args, folder, Table()
         self.profile = os.path.join(args.inputs, "scanner.icc")
-        # Without the tags of primaries and white that ImageMagick adds: tificc would follow them and no profile.
+        # Without the tags for primaries and white that ImageMagick adds: tificc would use them instead of the profile.
         self.photo16, self.alpha16 = self.plain("photo-16.tif"), self.plain("alpha-16.tif")
 
     def plain(self, name):
@@ -114,7 +114,7 @@ class Trials:
         self.table.add(name, cells)
 
     def refuses(self, name, source, profile):
-        """A refusal is a status other than 0 and no output."""
+        """A refusal is a status other than 0 without an output file."""
         def trial(tool):
             out = self.path("out.tif")
             result = run(words(tool, source, out, profile, self.args))
@@ -134,16 +134,16 @@ class Trials:
         cut = self.path("cut.icc")
         with open(self.profile, "rb") as whole, open(cut, "wb") as file:
             file.write(whole.read()[:2000])
-        self.refuses("profile cut", self.photo16, cut)
+        self.refuses("profile truncated", self.photo16, cut)
         for kind in ("none", "lzw", "zip"):
             source = self.path("cut.tif")
             shell(f"tiffcp -s -r 16 -c {kind} '{self.photo16}' '{source}'")
-            # exiftool writes directories first, so that the cut file can be opened.
+            # exiftool writes directories first, so that the truncated file can be opened.
             shell(f"exiftool -q -overwrite_original -Artist=A '{source}'")
             data = open(source, "rb").read()
             half = self.path("half.tif")
             open(half, "wb").write(data[: len(data) // 2])
-            self.refuses(f"image cut in half ({kind})", half, self.profile)
+            self.refuses(f"image truncated to half ({kind})", half, self.profile)
         damaged = self.path("damaged.tif")
         shell(f"tiffcp -s -r 16 -c zip '{self.photo16}' '{damaged}'")
         data = bytearray(open(damaged, "rb").read())
@@ -159,7 +159,7 @@ class Trials:
             if digest(both) == before:
                 return ("kept", True) if result.status != 0 else ("kept, status 0", False)
             return ("overwritten", False) if readable(both) else ("destroyed", False)
-        self.each("input and output under one name", same)
+        self.each("same name for input and output", same)
 
         def existing(tool):
             out = self.path("out.tif")
@@ -167,7 +167,7 @@ class Trials:
             run(words(tool, self.photo16, out, self.profile, self.args))
             kept = open(out, "rb").read() == b"precious"
             return ("kept", True) if kept else ("overwritten", False)
-        self.each("a file that is there already", existing)
+        self.each("output that exists already", existing)
 
         def full(tool):
             out = self.path("out.tif")
@@ -175,7 +175,7 @@ class Trials:
             if result.status == 0:
                 return "status 0", False
             return ("leaves a file", False) if os.path.exists(out) else ("refuses", True)
-        self.each("disk full half way", full)
+        self.each("disk full during the run", full)
 
     def kill(self, big):
         def trial(tool):
@@ -252,14 +252,14 @@ class Trials:
 
         def alpha_of(path):
             return shell(f"convert-im6 '{path}' -alpha extract -depth 16 gray:- 2>/dev/null | sha256sum")
-        self.kept("alpha equal bit for bit", alpha, lambda out: ("equal", True) if alpha_of(out) == alpha_of(alpha) else ("changed", False))
+        self.kept("alpha identical", alpha, lambda out: ("identical", True) if alpha_of(out) == alpha_of(alpha) else ("changed", False))
         self.kept("output embeds a profile", self.photo16, lambda out: ("yes", True) if "ICC Profile: <present>" in shell(f"tiffinfo '{out}'") else ("no", False))
 
     def speed(self, big):
         times, peaks = {}, {}
         for tool in TOOLS:
             times[tool] = []
-        for _ in range(5):  # the tools by turns, so that a busy moment meets all of them
+        for _ in range(5):  # one tool after the other, so that other load affects all of them
             for tool in TOOLS:
                 out = self.path("out.tif")
                 if os.path.exists(out):
@@ -270,16 +270,16 @@ class Trials:
                 peaks[tool] = max(peaks.get(tool, 0), result.peak)
         shortest = {tool: min(times[tool]) for tool in TOOLS}
         own, least = shortest["hueweave"], peaks["hueweave"]
-        name = f"{self.args.megapixels} megapixels of 16 bits"
-        self.table.add(f"{name}: time, as a multiple of ours",
+        name = f"{self.args.megapixels} megapixels, 16 bits"
+        self.table.add(f"{name}: time, as a multiple of hueweave",
                        [(f"{shortest[t] / own:.1f}", shortest[t] == min(shortest.values())) for t in TOOLS])
-        self.table.add(f"{name}: peak memory, as a multiple of ours",
+        self.table.add(f"{name}: peak memory, as a multiple of hueweave",
                        [(f"{peaks[t] / least:.1f}", peaks[t] == min(peaks.values())) for t in TOOLS])
         self.figures = (own, least)
 
     def large(self):
         source = self.path("large.tif")
-        # Uncompressed RGB of 8 bits: black, but for a hole that the file system does not store.
+        # Uncompressed 8-bit RGB, all black: a sparse file.
         width, height = 40000, 36000
         size = width * height * 3
         entries = [(256, 4, 1, width), (257, 4, 1, height), (258, 3, 3, 8 | 8 << 16 | 8 << 32), (259, 3, 1, 1),
@@ -306,28 +306,28 @@ class Trials:
             if result.status == 0:
                 return ("converts", True) if good else ("status 0, broken", False)
             return ("leaves a file", False) if os.path.exists(out) else ("refuses", False)
-        self.each("an image over 4 GiB", trial)
+        self.each("image over 4 GiB", trial)
 
 
-HEAD = """# Beside other converters
+HEAD = """# Comparison with other converters
 
-What `hueweave convert` and four other converters do with the same files. The table is written by
-`tests/judges/peers/compare.py`, which runs all of them and judges by exit status, libtiff, exiftool and ImageMagick; none
-of it is taken from a manual. To write it anew, on Debian 12 from a fresh clone:
+This page shows what `hueweave convert` and four other converters do with the same files. It is written by
+`tests/judges/peers/compare.py`, which runs all of them and evaluates the results by exit status, libtiff, exiftool and
+ImageMagick; nothing is taken from a manual. To write it again, on Debian 12 in a fresh clone:
 
 ```sh
 make peers
 ```
 
-That installs the packages, or prints the command that does, builds the command, makes the files and runs the script.
-`make peers PEERS=--large` adds the last row, an image of more than 4 GiB, for which it takes 10 GB of disk in TMPDIR.
+This installs the packages, or prints the command that does, builds the command, makes the files and runs the script.
+`make peers PEERS=--large` adds the last row, an image of more than 4 GiB, and needs 10 GB of disk space in TMPDIR.
 
-A refusal is an exit status other than 0 that leaves no file behind. Cells in bold are what we count as good. Every
-program runs with its defaults but for the profiles and the intent; times are the shortest of five, by turns, with the
-source in memory, and ours includes the wait until the file has reached the disk.
+A refusal is an exit status other than 0 without an output file. Results in bold are the desired ones. Every program
+runs with its default options except for the profiles and the intent. Times are the shortest of five, measured in turn,
+with the source in memory; the time of hueweave includes flushing the file to disk.
 
-Not in the table: what the others do and this command does not, as other formats than TIFF, grey and CMYK pixels, and
-output profiles of your own; and how close the colours are, for which see [accuracy](accuracy.md).
+The table does not include what only the other converters support, such as formats other than TIFF, grey and CMYK
+pixels, and arbitrary output profiles. For the accuracy of the colours, see [accuracy](accuracy.md).
 """
 
 
