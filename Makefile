@@ -1,28 +1,28 @@
 # SPDX-License-Identifier: MIT
-# The two commands of a new user, and a few for a developer. The build itself is CMake's, see CMakePresets.json.
+# The two commands for new users, and some for developers. CMake does the build, see CMakePresets.json.
 .PHONY: help demo test test-all coverage bench format clean
 
 JOBS := $(shell nproc)
 build = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 
 help:
-	@echo "make demo           build all, convert a chart with the library and with the command, show what happened"
-	@echo "make test           build with g++ and run every suite (five minutes)"
-	@echo "make test-all       the same with clang++ and with sanitizers, and digests across builds"
-	@echo "make test-clang     one of them (also: test-release, test-asan, test-tsan, test-portable)"
-	@echo "make coverage       lines and branches of the library and the command that the tests reach, as text and HTML"
-	@echo "make bench          compare the speed with other programs' and fill docs/benchmarks.md (ten minutes)"
-	@echo "make peers          run other converters beside the command and write docs/comparison.md (some minutes)"
-	@echo "make fuzz           search with each fuzz target for SECONDS=60 for inputs that break a rule"
-	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and try them"
-	@echo "make many-inputs    nearly seven million broken inputs, the same every time"
-	@echo "make faults         every call of the system and allocation of the command fails; kills; lost streams"
-	@echo "make memcheck       the suites that decode files, under valgrind"
-	@echo "make lint           what clang-tidy, cppcheck, shellcheck and a check of the links have to say"
-	@echo "make docs           the reference of the interface, and that of the inside"
-	@echo "make packages       .deb packages and an archive, judged by lintian and tried"
-	@echo "make abi            renew tests/abi/libHueweave.abi after a change of the interface that was meant"
-	@echo "make format         lay the sources out by .clang-format"
+	@echo "make demo           build everything, convert a chart with the library and the command, report the result"
+	@echo "make test           build with g++ and run all tests (five minutes)"
+	@echo "make test-all       the same with clang++ and with sanitizers, and compare digests across builds"
+	@echo "make test-clang     one of these (also: test-release, test-asan, test-tsan, test-portable)"
+	@echo "make coverage       line and branch coverage of the library and the command, as text and HTML"
+	@echo "make bench          measure the speed against other programs and update docs/benchmarks.md (ten minutes)"
+	@echo "make peers          compare the command with other converters and write docs/comparison.md (some minutes)"
+	@echo "make fuzz           run each fuzz target for SECONDS=60"
+	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and run them"
+	@echo "make many-inputs    run nearly seven million broken inputs, always the same ones"
+	@echo "make faults         make every system call and allocation of the command fail; kill it; close its streams"
+	@echo "make memcheck       run the suites that decode files under valgrind"
+	@echo "make lint           run clang-tidy, cppcheck, shellcheck and other static checks"
+	@echo "make docs           build the references of the interface and of the internals"
+	@echo "make packages       build .deb packages and an archive, check them with lintian and test them"
+	@echo "make abi            update tests/abi/libHueweave.abi after an intended change of the interface"
+	@echo "make format         format the sources with clang-format"
 	@echo "make clean          remove build/"
 
 demo:
@@ -42,8 +42,8 @@ test-%:
 	@scripts/install-packages test
 	@tests/run $*
 
-# The flags leave out the branches that the compiler adds for exceptions and in destructors that nobody wrote, which no
-# source line shows.
+# The flags exclude branches without a source line: those that the compiler adds for exceptions, and those of implicit
+# destructors.
 coverage_flags := --root ../.. --exclude-throw-branches --exclude-unreachable-branches \
 	--exclude-branches-by-pattern '.*~\w+\(\) (override )?= default;.*|^(class|struct) \w+.*\{$$'
 coverage: test-coverage
@@ -90,7 +90,7 @@ packages:
 	@scripts/install-packages check
 	@scripts/check-packages
 
-# The binary interface as it is from now on, after a change that was meant.
+# Accepts the current binary interface after an intended change.
 abi:
 	@scripts/install-packages test
 	@$(call build,release) --target Hueweave

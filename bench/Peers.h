@@ -14,15 +14,15 @@ namespace bench {
 
 using Engine = ICC40::ICC_ENG_S4::CIccEngineS;
 
-/// What both engines convert with. `points` on an axis of the grid; `inputEntries` and `outputEntries` a curve. 0
-/// points stand for the profile of the demonstration: 33 points, 1024 and 256 entries.
+/// Parameters of the profile for both engines: `points` per axis of the grid, `inputEntries` and `outputEntries` per
+/// curve. 0 points mean the profile of the demo: 33 points, 1024 and 256 entries.
 struct ProfileShape {
     int points = 0;
     int inputEntries = 1024;
     int outputEntries = 1024;
 };
 
-/// A profile file that is gone at the end of the scope.
+/// A profile file that is deleted at the end of the scope.
 class ProfileFile {
 public:
     explicit ProfileFile(ProfileShape shape = {});
@@ -35,7 +35,7 @@ private:
     std::string path_;
 };
 
-/// An output space of ours and the same for Little CMS.
+/// An output space of the library and the same space for Little CMS.
 struct Target {
     ICC40::ICCFILE::ColorSpaceSignature bytes, words;
     cmsHPROFILE (*make)();
@@ -46,12 +46,12 @@ extern const Target kAdobeRgb;
 
 ICC40::ICCFILE::ColorSpaceSignature Input(int bits);
 
-/// An engine bound to the profile, perceptual. Throws if it is not.
+/// An engine bound to the profile with the perceptual intent. Throws if binding fails.
 std::unique_ptr<Engine> MakeEngine(const ProfileFile& profile, int bits, const Target& target = kSRgb);
-/// The engine's tables as the pixel loops read them.
+/// The engine's tables for the pixel loops.
 ICC40::ICC_ENG_S4::Stages StagesOf(const Engine& engine);
 
-/// Little CMS: the same profile and intent, the samples as wide as ours.
+/// Little CMS with the same profile, intent and sample width.
 class LittleCms {
 public:
     LittleCms(const ProfileFile& profile, int bits, cmsUInt32Number flags, const Target& target = kSRgb);

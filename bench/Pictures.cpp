@@ -11,7 +11,7 @@ namespace {
 
 constexpr float kNoise = 0.007F;  ///< standard deviation, of full scale
 
-/// A material: its colour (0 to 1) and how rough it is.
+/// A material: its colour (0 to 1) and its roughness.
 struct Material {
     float colour[3];
     float roughness;
@@ -34,14 +34,14 @@ std::uint64_t Scatter(std::uint64_t n) {
 /// Between -1 and 1.
 float Centred(std::uint64_t bits) { return static_cast<float>(bits >> 40) * 0x1p-23F - 1.0F; }
 
-/// Hills on ever finer squares, each half as wide and `fall` times as high as the one before.
+/// Noise on increasingly fine squares, each half as wide and with `fall` times the amplitude of the previous one.
 std::vector<Hills> Octaves(std::uint64_t seed, int cell, int finest, float height, float fall) {
     std::vector<Hills> hills;
     for (; cell >= finest; cell /= 2, height *= fall) hills.emplace_back(Scatter(seed++), cell, height);
     return hills;
 }
 
-/// 65536 draws from the normal distribution by the Box-Muller transform.
+/// 65536 normally distributed random numbers from the Box-Muller transform.
 std::vector<float> NormalDraws() {
     std::vector<float> draws;
     for (std::uint64_t i = 0; i < 32768; ++i) {

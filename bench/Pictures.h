@@ -16,22 +16,22 @@ struct Size {
     std::size_t Pixels() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
 };
 
-/// Twelve megapixels in rows of odd length, so that no run ends where a block of pixels does.
+/// Twelve megapixels in rows of odd length, so that rows do not end at block boundaries.
 inline constexpr Size kTwelveMegapixels{4001, 3001};
 /// One hundred megapixels.
 inline constexpr Size kHundredMegapixels{11585, 8641};
 
-/// Interleaved RGB samples of 16 bits.
+/// Interleaved 16-bit RGB samples.
 using Samples16 = std::vector<std::uint16_t>;
-/// The same of 8 bits.
+/// The same with 8 bits.
 using Samples8 = std::vector<std::uint8_t>;
 
-/// Smooth random hills: random values on a lattice of squares, and smooth steps between them. Nowhere periodic.
+/// Smooth non-periodic random noise: random values on a square lattice, interpolated smoothly.
 class Hills {
 public:
-    /// `cell` is the side of a square in pixels, `height` the amplitude: values lie between -height and +height.
+    /// `cell` is the side of a square in pixels, `height` the amplitude: values are between -height and +height.
     Hills(std::uint64_t seed, int cell, float height);
-    /// Adds row `y` to `row`, one value a pixel.
+    /// Adds row `y` to `row`, one value per pixel.
     void AddRow(int y, std::span<float> row) const;
 
 private:
@@ -40,12 +40,12 @@ private:
     std::uint64_t seed_;
     int cell_;
     float height_;
-    std::vector<float> step_;  ///< how far the way to the next node is done, for each pixel of a square
+    std::vector<float> step_;  ///< interpolation weight of the next node for each pixel of a square
 };
 
-/// A picture like a photograph, made row by row: four materials with sharp, curved edges between them, rough and
-/// smooth ones, light that falls off slowly, slight shifts of colour, and the noise of a sensor with a standard
-/// deviation of 0.7 % of full scale. Every pixel depends on its place and on nothing that repeats.
+/// An image similar to a photograph, generated row by row: four materials with sharp, curved edges between them, rough
+/// and smooth textures, slowly varying light, slight shifts of colour, and sensor noise with a standard deviation of
+/// 0.7 % of full scale. Each pixel depends only on its position, and nothing repeats.
 class Photo {
 public:
     explicit Photo(Size size);
@@ -57,7 +57,7 @@ private:
 
     Size size_;
     std::vector<Hills> shapes_[2], texture_, light_, tint_[2];
-    std::vector<float> noise_;  ///< draws from the normal distribution, indexed by 16 random bits
+    std::vector<float> noise_;  ///< normally distributed random numbers, indexed by 16 random bits
     std::vector<float> shape_[2], rough_, bright_, shift_[2];
 };
 

@@ -12,7 +12,7 @@
 
 namespace bench {
 
-/// Writes the photo as an uncompressed RGB TIFF file of one strip, with 8 or 16 bits a sample.
+/// Writes the photo as an uncompressed RGB TIFF file with one strip and 8 or 16 bits per sample.
 inline void WritePhoto(const std::string& path, Size size, int bits) {
     Orvix_Tiff_STL2::CTiff image;
     image.CreateNew(size.width, size.height, 300, 3, bits, 1);
@@ -23,7 +23,7 @@ inline void WritePhoto(const std::string& path, Size size, int bits) {
     for (int y = 0; y < size.height; ++y) {
         photo.Row(y, row);
         if (bits == 16) {
-            std::memcpy(at, row.data(), 2 * row.size());  // little-endian machines only, as all that run benches
+            std::memcpy(at, row.data(), 2 * row.size());  // little-endian machines only
         } else {
             std::transform(row.begin(), row.end(), at,
                            [](std::uint16_t v) { return static_cast<unsigned char>(v >> 8); });

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: MIT
  * Copyright (c) The Hueweave authors
  *
- * convert_file BITS PROFILE SOURCE DEST: one TIFF file to sRGB through the exported functions of the library. The
- * last line on the standard output is the largest memory that the process held, in KiB. */
+ * convert_file BITS PROFILE SOURCE DEST: converts a TIFF file to sRGB with the exported functions of the library. The
+ * last line on the standard output is the peak memory of the process in KiB. */
 #include <hueweave/hueweave.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-/* What the kernel's accounting would say to a parent includes the parent's own memory from before the exec. */
+/* The value that a parent process gets from the kernel includes the parent's own memory before exec. */
 static long PeakKiB(void) {
     FILE* status = fopen("/proc/self/status", "r");
     char line[256];

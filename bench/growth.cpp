@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// bench_growth [LARGEST]: how time and memory grow with the pixels of a call (1 to LARGEST, 10^9 without it) and with
-// the points of the profile's grid. Prints JSON, one row a measurement; times are the shortest of some.
+// bench_growth [LARGEST]: measures time and memory as functions of the number of pixels per call (1 to LARGEST, by
+// default 10^9) and of the grid points of the profile. Prints JSON, one row per measurement; times are the shortest of
+// several.
 //
-// A thousand million pixels need no such memory: one block of the photo is mapped again and again, side by side.
+// A thousand million pixels do not need that much memory: one block of the photo is mapped repeatedly.
 #include <malloc.h>
 #include <sys/mman.h>
 #include <time.h>
@@ -23,7 +24,7 @@
 
 namespace {
 
-/// Every allocation of this program, in bytes of the heap: what the library asks for shows here exactly.
+/// Counts every allocation of this program in bytes of the heap, and thus exactly what the library allocates.
 struct Heap {
     std::int64_t now = 0, peak = 0, calls = 0;
     void Mark() {
@@ -64,7 +65,7 @@ namespace {
 
 using ICC40::ICCFILE::IntentPerceptual;
 
-/// Processor seconds of this process.
+/// Processor time of this process in seconds.
 double Now() {
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
@@ -73,14 +74,14 @@ double Now() {
 
 struct Figure {
     double seconds = std::numeric_limits<double>::max();
-    std::int64_t bytes = 0;  ///< of the heap on top of what was held before, at the worst moment
+    std::int64_t bytes = 0;  ///< peak heap in addition to what was allocated before
     std::int64_t calls = 0;  ///< allocations
 };
 
-/// The shortest of `repetitions`, each of which does the work `times` over.
+/// The shortest of `repetitions`, each of which does the work `times` times.
 Figure Measure(int repetitions, std::int64_t times, const std::function<void()>& work) {
     Figure figure;
-    work();  // pages and caches
+    work();  // warms up memory pages and caches
     for (int i = 0; i < repetitions; ++i) {
         const std::int64_t before = heap.now;
         heap.Mark();
@@ -93,7 +94,7 @@ Figure Measure(int repetitions, std::int64_t times, const std::function<void()>&
     return figure;
 }
 
-/// A buffer of any length whose pages are those of one block, over and over.
+/// A buffer of any length that maps the pages of one block repeatedly.
 class Repeated {
 public:
     Repeated(const void* block, std::size_t blockBytes, std::size_t bytes) {
@@ -133,8 +134,8 @@ void Print(const char* what, int bits, std::int64_t n, const Figure& figure) {
     first = false;
 }
 
-/// Calls of 1, 10, 100 ... pixels. 16-bit pixels go from one buffer to another; 8-bit ones would be converted in
-/// place and change from call to call, so that they go through the same loop between two buffers.
+/// Calls with 1, 10, 100 ... pixels. 16-bit pixels are converted from one buffer to another; 8-bit pixels would be
+/// converted in place and change between calls, so the same loop converts them between two buffers.
 void GrowPixels(int bits, std::int64_t largest) {
     constexpr std::size_t kBlockPixels = std::size_t{1} << 22;
     const std::size_t sample = bits == 8 ? 1 : 2;
@@ -149,7 +150,7 @@ void GrowPixels(int bits, std::int64_t largest) {
     const auto stages = StagesOf(*engine);
     const auto kernels = ICC40::ICC_ENG_S4::Kernels();
     for (std::int64_t n = 1; n <= largest; n *= 10) {
-        const auto* const kernel = n < 8 ? kernels.front() : kernels.back();  // as the engine does
+        const auto* const kernel = n < 8 ? kernels.front() : kernels.back();  // the same choice as in the engine
         const std::int64_t times = std::max<std::int64_t>(1, 1000000 / n);
         const Figure figure = Measure(n < 100000000 ? 5 : 2, times, [&] {
             if (bits == 8) {
@@ -162,7 +163,7 @@ void GrowPixels(int bits, std::int64_t largest) {
     }
 }
 
-/// Building for a grid of 2 to 33 points, and converting with what was built.
+/// Builds for grids of 2 to 33 points, and converts with the result.
 void GrowGrid(int bits) {
     const Samples16 words = MakePhoto({1024, 256});
     const Samples8 bytes = ToBytes(words);
@@ -177,7 +178,7 @@ void GrowGrid(int bits) {
         Print("setintent", bits, points, Measure(5, 4, [&] {
                   engine->SetIntent(IntentPerceptual, Input(bits), next().Space(bits), 0.0, 0.0, 0.0);
               }));
-        // The engine with its profile and tables, from nothing: all the memory that there ever is.
+        // A new engine with its profile and tables: the total memory.
         Print("setprofile", bits, points, Measure(5, 4, [&] { MakeEngine(profile, bits, next()); }));
         const auto stages = StagesOf(*engine);
         const auto* kernel = ICC40::ICC_ENG_S4::Kernels().back();

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 # Copyright (c) The Hueweave authors
-"""How time and memory grow: with the pixels of a call and of a file, and with the points of a profile's grid.
+"""Measures time and memory as functions of the pixels per call and per file and of the grid points of a profile.
 
 growth.py BINARIES OUT.json: runs bench_growth, then converts files of 1 to 10^8 pixels in memory-backed storage.
 """

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// All benches in one program, so that one run can interleave them: only their ratios mean something.
+// All benchmarks in one program, so that one run can interleave them: only their ratios are meaningful.
 #include <benchmark/benchmark.h>
 #include <lcms2.h>
 

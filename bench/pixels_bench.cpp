@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The pixel loop: every kernel of this machine, Little CMS and memcpy over the same pixels. From one buffer to
+// The pixel loop: every kernel supported by this machine, Little CMS and memcpy on the same pixels. From one buffer to
 // another, one thread; items are pixels.
 #include <benchmark/benchmark.h>
 
@@ -17,10 +17,10 @@ namespace {
 
 using ICC40::ICC_ENG_S4::Kernel;
 
-/// Runs are cut from this many pixels of the photo, which stay in the cache: calls are measured and not memory.
+/// Short calls use this many pixels of the photo, which stay in the cache, to measure calls instead of memory.
 constexpr int kRunPixels = 1 << 16;
 
-/// The pictures in one sample width, each made when it is first asked for, and room for the result.
+/// The images with one sample width, each created on first use, and space for the result.
 template <typename Sample>
 class Set {
 public:
@@ -58,7 +58,7 @@ struct Bench {
     }
 };
 
-/// Made when the first benchmark runs, so that listing them costs nothing.
+/// Created when the first benchmark runs, so that listing the benchmarks is fast.
 Bench& Get() {
     static Bench bench;
     return bench;
@@ -76,7 +76,7 @@ unsigned char* Raw(std::vector<Sample>& samples) {
 
 void Count(benchmark::State& state, std::int64_t pixels) { state.SetItemsProcessed(state.iterations() * pixels); }
 
-/// Applies `convert(source, dest, pixels)` to a whole picture.
+/// Applies `convert(source, dest, pixels)` to a whole image.
 template <typename Sample, typename Convert>
 void WholePicture(benchmark::State& state, const std::string& picture, const Convert& convert) {
     Set<Sample>& set = Get().Of<Sample>();
@@ -89,8 +89,8 @@ void WholePicture(benchmark::State& state, const std::string& picture, const Con
     Count(state, pixels);
 }
 
-/// Applies it to pieces of `run` pixels, from the photo or, `inPlace`, from a copy of it at the result's place. The
-/// last pixels that make no run are left out.
+/// Applies it to pieces of `run` pixels of the photo or, with `inPlace`, of a copy in the result buffer. Remaining
+/// pixels that do not fill a piece are left out.
 template <typename Sample, typename Convert>
 void Runs(benchmark::State& state, std::int64_t run, bool inPlace, const Convert& convert) {
     constexpr std::int64_t kPixel = 3 * sizeof(Sample);
@@ -102,7 +102,7 @@ void Runs(benchmark::State& state, std::int64_t run, bool inPlace, const Convert
     unsigned char* const source = inPlace ? dest : photo;
     const std::int64_t calls = kRunPixels / run;
     for (auto _ : state) {
-        if (inPlace) std::memcpy(dest, photo, kPixel * kRunPixels);  // next to nothing beside the conversion
+        if (inPlace) std::memcpy(dest, photo, kPixel * kRunPixels);  // negligible compared with the conversion
         for (std::int64_t i = 0; i < calls; ++i) convert(source + i * run * kPixel, dest + i * run * kPixel, run);
         benchmark::ClobberMemory();
     }
@@ -126,7 +126,7 @@ auto WithCms(const LittleCms (&transforms)[2]) {
     };
 }
 
-/// The member that callers reach.
+/// The member that callers use.
 template <typename Sample>
 auto WithEngine() {
     const Engine* const engine = Get().engines[kWidth<Sample>].get();

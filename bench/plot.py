@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 # Copyright (c) The Hueweave authors
-"""plot.py growth.json docs/growth.svg: draws what growth.py measured, with nothing but Python."""
+"""plot.py growth.json docs/growth.svg: draws the results of growth.py, without other packages."""
 
 import json
 import math
 import pathlib
 import sys
 
-WIDTH, HEIGHT = 430, 320  # of a panel, in pixels
-LEFT, RIGHT, TOP, BOTTOM = 64, 24, 30, 44  # margins of a panel; the key stands below the top one
-KEY = 14  # height of a line of the key
+WIDTH, HEIGHT = 430, 320  # size of a panel in pixels
+LEFT, RIGHT, TOP, BOTTOM = 64, 24, 30, 44  # margins of a panel; the legend is below the top margin
+KEY = 14  # height of a line of the legend
 COLOURS = {8: "#1f6fb4", 16: "#c8511b"}
 
 
@@ -53,12 +53,12 @@ def text(x, y, words, anchor="middle", extra=""):
 
 
 def line(x, y, style):
-    """From the first to the second of each pair."""
+    """Lines from the first to the second point of each pair."""
     return f'<line x1="{x[0]:.1f}" x2="{x[1]:.1f}" y1="{y[0]:.1f}" y2="{y[1]:.1f}" {style}/>'
 
 
 def panel(place, title, x_title, series, logarithmic_x, logarithmic_y):
-    """`series`: name, bits, dashes, points."""
+    """Draws a panel; each of `series` has a name, bits, dashes and points."""
     column, row = place
     x0, y0 = column * WIDTH, row * HEIGHT
     points = [point for _, _, _, curve in series for point in curve]
@@ -85,7 +85,7 @@ def panel(place, title, x_title, series, logarithmic_x, logarithmic_y):
 
 
 def lines(rows, what, value):
-    """Bits and points of each line that `what` names."""
+    """Bits and points of each line for the measurement `what`."""
     for bits in (8, 16):
         points = [(row["n"], value(row)) for row in rows if row["what"] == what and row["bits"] == bits]
         if points:
@@ -111,16 +111,16 @@ def draw(rows):
     builds = series("setintent", lambda row: row["seconds"] * 1e3, "SetIntent, {} bit")
     builds += series("setprofile", lambda row: row["seconds"] * 1e3, "new engine, SetProfile, {} bit", "5 3")
     heap = series("setprofile", megabytes, "new engine, SetProfile, {} bit", "5 3")
-    heap += series("setintent", megabytes, "SetIntent, on top of it, {} bit")
-    axis = "points on an axis of the profile's grid"
+    heap += series("setintent", megabytes, "SetIntent, in addition, {} bit")
+    axis = "grid points per axis of the profile"
     parts = panel((0, 0), "Seconds against pixels", "pixels", calls, True, True)
     parts += panel((1, 0), "Peak memory in bytes against pixels", "pixels", memory, True, True)
-    parts += panel((0, 1), "Milliseconds of a build", axis, builds, False, False)
-    parts += panel((1, 1), "Peak of the heap in megabytes", axis, heap, False, False)
+    parts += panel((0, 1), "Milliseconds per build", axis, builds, False, False)
+    parts += panel((1, 1), "Peak heap in megabytes", axis, heap, False, False)
     converted = series("convert", nanoseconds, "{} bit")
-    parts += panel((0, 2), "Nanoseconds a pixel", axis, converted, False, False)
+    parts += panel((0, 2), "Nanoseconds per pixel", axis, converted, False, False)
     each = series("pixels", lambda row: row["seconds"] / row["n"] * 1e9, "{} bit")
-    parts += panel((1, 2), "Nanoseconds a pixel against pixels of a call", "pixels", each, True, False)
+    parts += panel((1, 2), "Nanoseconds per pixel against pixels per call", "pixels", each, True, False)
     head = (
         f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {2 * WIDTH} {3 * HEIGHT}" width="{2 * WIDTH}" '
         f'height="{3 * HEIGHT}" font-family="sans-serif" font-size="11">\n'

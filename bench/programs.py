@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 # Copyright (c) The Hueweave authors
-"""Whole programs on the same TIFF files in memory-backed storage, one processor each.
+"""Runs whole programs on the same TIFF files in memory-backed storage, on one processor each.
 
 programs.py BINARIES OUT.json: converts a 100-megapixel photo from a scanner's profile to sRGB with this library,
-tificc, cctiff and vips, in shuffled order and several times over, and stores all times. Before that it converts a
-small photo with all of them and compares the pictures: a program that does something else must not count as fast.
+tificc, cctiff and vips, several times in random order, and stores all times. Before that it converts a small photo
+with all of them and compares the results, so that a program that does something else does not count as fast.
 """
 
 import argparse
@@ -29,12 +29,13 @@ PACKAGES = {
     "tiffcp": "libtiff-tools",
     "compare-im6": "imagemagick",
 }
-# Mean difference of samples, of full scale: half of it are the 8-bit nodes of our grid, see docs/accuracy.md.
+# Mean difference of samples relative to full scale: half of it is due to the 8-bit nodes of our grid, see
+# docs/accuracy.md.
 SANE = 0.01
 
 
 def commands(binaries, folder, bits, source, dest):
-    """Perceptual, uncompressed, no profile embedded: what each program is told."""
+    """The command line of each program: perceptual, uncompressed, without an embedded profile."""
     profile = str(folder / "scanner.icc")
     vips = ["vips", "icc_transform", source, dest, SRGB, "--input-profile", profile, "--intent", "perceptual"]
     return {
@@ -47,7 +48,7 @@ def commands(binaries, folder, bits, source, dest):
 
 
 def make_sources(binaries, folder, width, height):
-    """In strips of 16 rows, as most programs write them."""
+    """Creates sources with strips of 16 rows, as most programs write them."""
     subprocess.run([str(binaries / "make_picture"), str(folder), str(width), str(height)], check=True)
     for bits in (8, 16):
         whole = folder / f"photo-{bits}.tif"
@@ -57,7 +58,7 @@ def make_sources(binaries, folder, width, height):
 
 
 def check_outputs(binaries, folder):
-    """Stops if a program's picture is not ours; returns the mean differences."""
+    """Stops if the result of a program differs from ours; returns the mean differences."""
     make_sources(binaries, folder, 2001, 1501)
     differences = {}
     for bits in (8, 16):

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Building the tables: each operation of an engine, and cmsCreateTransform for the same profile. Every build goes to
-// the other of two output spaces than the one before, so that nothing is left from it.
+// Building the tables: each operation of an engine, and cmsCreateTransform for the same profile. Builds alternate
+// between two output spaces, so that no result can be reused.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -15,7 +15,7 @@ namespace {
 
 using ICC40::ICCFILE::IntentPerceptual;
 
-/// The profile for a row's arguments, made once.
+/// The profile for the arguments of a row, created once.
 const ProfileFile& Profile(const benchmark::State& state) {
     static std::map<std::int64_t, ProfileFile> files;
     const std::int64_t points = state.range(1), entries = state.range(2);
@@ -25,7 +25,7 @@ const ProfileFile& Profile(const benchmark::State& state) {
 
 int Bits(const benchmark::State& state) { return static_cast<int>(state.range(0)); }
 
-/// sRGB and AdobeRGB by turns.
+/// sRGB and AdobeRGB alternately.
 class Turns {
 public:
     const Target& Next() { return (count_++ % 2 != 0) ? kSRgb : kAdobeRgb; }
@@ -34,7 +34,7 @@ private:
     unsigned count_ = 0;
 };
 
-/// The file is read again for each call: one of the other arguments differs every time.
+/// The file is read again in each call, because one of the other arguments differs each time.
 void BM_CIccEngineS_SetProfile(benchmark::State& state) {
     const int bits = Bits(state);
     const ProfileFile& profile = Profile(state);
@@ -71,7 +71,7 @@ void BM_CIccEngineS_AdjustOutput(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-/// The profile is open and its tables are read, as the engine's are before SetIntent.
+/// The profile is open and its tables have been read, like the engine's before SetIntent.
 void BM_LittleCms_CreateTransform(benchmark::State& state) {
     const cmsUInt32Number format = LcmsFormat(Bits(state));
     const cmsHPROFILE from = cmsOpenProfileFromFile(Profile(state).Path(), "r");
@@ -87,7 +87,7 @@ void BM_LittleCms_CreateTransform(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
-/// The same from the file, as SetProfile does it.
+/// The same from the file, as in SetProfile.
 void BM_LittleCms_OpenAndCreate(benchmark::State& state) {
     Turns turns;
     for (auto _ : state) LittleCms(Profile(state), Bits(state), 0, turns.Next());

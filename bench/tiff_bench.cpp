@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Reading and writing a twelve-megapixel TIFF file in memory-backed storage, and the whole conversion. Beside them the
-// C library moving the same bytes, which is the least that any of them can cost.
+// Reading and writing a twelve-megapixel TIFF file in memory-backed storage, and the whole conversion. For comparison,
+// the C library transfers the same bytes, which is the minimum cost.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
@@ -18,7 +18,7 @@ namespace {
 
 using Orvix_Tiff_STL2::CTiff;
 
-/// A source file for each sample width, and what the engines need.
+/// A source file for each sample width, and the data needed by the engines.
 class Files {
 public:
     static Files& Get() {
@@ -75,14 +75,14 @@ void BM_CIccEngineS_ConvertFile(benchmark::State& state) {
     const Files& files = Files::Get();
     const Engine& engine = files.EngineOf(Bits(state));
     const std::string source = files.Source(Bits(state)), dest = files.Dest();
-    std::streambuf* const screen = std::cout.rdbuf(nullptr);  // three lines of progress a file
+    std::streambuf* const screen = std::cout.rdbuf(nullptr);  // suppresses three progress lines per file
     for (auto _ : state) engine.Conversion(source.c_str(), dest.c_str());
     std::cout.rdbuf(screen);
     std::cout.clear();
     Count(state);
 }
 
-/// Into memory that is fresh every time, as an image's is.
+/// Into newly allocated memory each time, like that of an image.
 void BM_Libc_ReadFile(benchmark::State& state) {
     const std::string source = Files::Get().Source(Bits(state));
     const auto size = std::filesystem::file_size(source);

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) The Hueweave authors
-"""Running a program on one processor and taking its time."""
+"""Runs a program on one processor and measures its time."""
 
 import os
 import re
@@ -10,12 +10,12 @@ import time
 
 
 def one_processor():
-    """All threads of the program on one processor: none gains by having more of them."""
+    """Restricts all threads of a program to one processor, so that more threads give no advantage."""
     os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
 
 
 def run(command):
-    """Seconds on the processor, seconds on the wall, and the peak memory in bytes if the program tells it."""
+    """Returns processor time and elapsed time in seconds, and peak memory in bytes if the program prints it."""
     before = time.monotonic()
     process = subprocess.Popen(
         command,

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-# What every target of the project is compiled with.
+# Compiler options for all targets of the project.
 add_library(hueweave_rules INTERFACE)
 
-# A fused multiply-add rounds once where the tables are defined with two roundings: contraction would change them.
+# A fused multiply-add rounds once, but the tables are defined with two roundings, so contraction would change them.
 target_compile_options(hueweave_rules INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                                 -Wsign-conversion)
 target_compile_options(

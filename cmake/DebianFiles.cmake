@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
-# Run by CPack over the staged trees before they are packed, for the .deb packages alone: manual pages and changes are
-# compressed, and each package gets the changelog of its packaging.
+# CPack runs this on the staged trees before packaging, for the .deb packages only: compresses manual pages and
+# changelogs, and adds the packaging changelog to each package.
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
   return()
 endif()
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # honours SOURCE_DATE_EPOCH
 file(GLOB_RECURSE files ${CPACK_TEMPORARY_DIRECTORY}/*)
-# Debian's zsh looks for what packages bring in a folder of its own.
+# Debian's zsh searches a separate folder for completions from packages.
 set(completions ${files})
 list(FILTER completions INCLUDE REGEX "/zsh/site-functions/_[a-z]+$")
 foreach(completion ${completions})

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# What `cmake --install` lays down. Components: runtime (the library), dev (what a program is built with), tools (the
-# program). Everything is found relative to where it stands, so that an installed tree may be moved as a whole.
+# Files installed by `cmake --install`. Components: runtime (the library), dev (what is needed to build programs), tools
+# (the command). All paths are relative, so an installed tree can be moved as a whole.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -11,7 +11,7 @@ install(TARGETS Hueweave EXPORT HueweaveTargets
 install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/hueweave.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave
         COMPONENT dev)
 
-# One manual page, found under the name of each function.
+# One manual page, linked under the name of each function.
 file(STRINGS ${PROJECT_SOURCE_DIR}/Source/libHueweave.map exports REGEX "^ +[A-Za-z0-9_]+;")
 string(REGEX MATCHALL "[A-Za-z0-9_]+" exports "${exports}")
 set(pages ${PROJECT_SOURCE_DIR}/docs/man/libhueweave.3)
@@ -30,7 +30,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/HueweaveConfig.cmake ${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cmake
         DESTINATION ${package_dir} COMPONENT dev)
 
-# pkg-config. Folders that were configured as absolute paths stay absolute.
+# pkg-config. Absolute folders remain absolute.
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
   set(pc_prefix ${CMAKE_INSTALL_PREFIX})

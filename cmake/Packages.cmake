@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-# `cpack` makes one .deb for each component and one .tar.gz of everything; scripts/check-packages drives and judges it.
+# `cpack` creates one .deb for each component and one .tar.gz of everything; scripts/check-packages runs it and checks
+# the result.
 set(CPACK_PACKAGE_NAME hueweave)
 set(CPACK_PACKAGE_VENDOR "The Hueweave authors")
 set(CPACK_PACKAGE_CONTACT "The Hueweave authors <maintainers@hueweave.invalid>")
@@ -32,7 +33,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 
-# CPack puts the project's description in front as the synopsis.
+# CPack adds the project's description in front as the synopsis.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "colour matching of device RGB images")
 set(about "Turns the raw RGB of a scanner or camera into sRGB, AdobeRGB, AppleRGB or
 ColorMatchRGB through the device's ICC profile: buffers of 8 or 16 bits a
@@ -45,12 +46,12 @@ CMake need to build programs with the library.")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "${about}This package holds the command-line program.")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libhueweave${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1)")
 
-# Whatever is linked to the library needs it in at least this version, and the loader's cache renewed.
+# Programs linked to the library need at least this version, and an updated loader cache.
 file(WRITE ${PROJECT_BINARY_DIR}/debian/shlibs
      "libHueweave ${PROJECT_VERSION_MAJOR} libhueweave${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})\n")
 file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
 
-# Licence and changes stand in every package, under its own name.
+# Each package contains the licence and the changelog under its own name.
 foreach(component ${CPACK_COMPONENTS_ALL})
   string(TOUPPER ${component} upper)
   set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# The toolchain of the presets with clang: the version that packages.txt lists, and that scripts/install-packages installs.
+# The toolchain of the clang presets: the version listed in packages.txt, which scripts/install-packages installs.
 file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/packages.txt clang_package REGEX "^[a-z]+ +clang-[0-9]+ ")
 if(NOT clang_package MATCHES "^[a-z]+ +clang-([0-9]+) [^;]*$")
   message(FATAL_ERROR "cmake/packages.txt must list one package clang-VERSION; mend it there")

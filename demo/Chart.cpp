@@ -25,14 +25,14 @@ Triple Linear(int r, int g, int b) {
     return {LinearOfSRGB(r / 255.0), LinearOfSRGB(g / 255.0), LinearOfSRGB(b / 255.0)};
 }
 
-/// A repeatable value of 0 to 1 for a lattice point.
+/// A reproducible value of 0 to 1 for a lattice point.
 double Noise(int x, int y) {
     auto h = static_cast<std::uint32_t>(x) * 374761393U + static_cast<std::uint32_t>(y) * 668265263U;
     h = (h ^ (h >> 13)) * 1274126177U;
     return static_cast<double>((h ^ (h >> 16)) & 0xffffU) / 65535.0;
 }
 
-/// The same between lattice points.
+/// The same, interpolated between lattice points.
 double SmoothNoise(double x, double y) {
     const int i = static_cast<int>(std::floor(x)), j = static_cast<int>(std::floor(y));
     const double u = x - i, v = y - j;
@@ -46,7 +46,7 @@ double Clouds(double x, double y) {
     return 0.5 * SmoothNoise(x, y) + 0.3 * SmoothNoise(2.1 * x, 2.1 * y) + 0.2 * SmoothNoise(4.7 * x, 4.7 * y);
 }
 
-/// How high a range of hills stands at x, in pixels from the top.
+/// The height of a range of hills at x, in pixels from the top.
 double Ridge(double x, double base, double height, double scale, int seed) {
     return base - height * Clouds(x / scale + 17.0 * seed, seed);
 }
@@ -70,7 +70,7 @@ Triple Landscape(int px, int py) {
     return {land[0] * shade, land[1] * shade, land[2] * shade};
 }
 
-/// Ramps of white, red, green, blue, skin and sky, from black, light growing evenly for the eye.
+/// Ramps from black to white, red, green, blue, skin and sky in perceptually even steps.
 Triple Ramp(int x, int y) {
     constexpr int kCount = 6;
     static const Triple ends[kCount] = {Linear(255, 255, 255), Linear(235, 40, 40),   Linear(40, 200, 70),

@@ -12,7 +12,7 @@ namespace demo {
 constexpr int kWidth = 960;
 constexpr int kHeight = 640;
 
-/// A patch of the chart: a name, the sRGB colour that the scene has there (8 bit), and its place in the picture.
+/// A patch of the chart: its name, the sRGB colour of the scene (8 bits), and its position in the image.
 struct Patch {
     std::string_view name;
     std::array<int, 3> sRGB;
@@ -30,7 +30,7 @@ constexpr std::array<Patch, kColumns* kRows> kPatches = {{
     {"neutral 2", {52, 52, 52}},      {"near black", {20, 20, 20}},      {"black", {4, 4, 4}},
 }};
 
-/// The middle of a patch in the picture.
+/// The centre of a patch in the image.
 struct Point {
     int x, y;
 };

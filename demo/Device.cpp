@@ -11,13 +11,13 @@ namespace {
 
 using Rows = std::array<Triple, 3>;
 
-// Each filter lets some of its neighbours' light through; the lamp is strong in green.
+// Each filter passes some light of the neighbouring colours; the lamp is strong in green.
 constexpr Rows kFilters = {{{0.62, 0.24, 0.04}, {0.17, 0.70, 0.11}, {0.03, 0.21, 0.60}}};
 // Linear sRGB to XYZ, adapted to D50 (IEC 61966-2-1 primaries, Bradford adaptation).
 constexpr Rows kToXYZ = {
     {{0.4360747, 0.3850649, 0.1430804}, {0.2225045, 0.7168786, 0.0606169}, {0.0139322, 0.0971045, 0.7141733}}};
 constexpr Triple kWhite = {0.96422, 1.0, 0.82521};
-/// Exponent of the tone curve and the light that the scanner sees in the dark.
+/// Exponent of the tone curve, and the signal of the scanner in the dark.
 constexpr Triple kExponent = {1.80, 1.72, 1.95};
 constexpr double kFlare = 0.004;
 

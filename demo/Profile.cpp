@@ -17,9 +17,9 @@ namespace {
 constexpr int kPoints = 33;
 constexpr int kInputEntries = 1024;
 constexpr int kOutputEntries = 256;
-/// The grid axes count the cube root of the light, so that the nodes lie evenly for the eye.
+/// The grid axes use the cube root of the light, so that the nodes are perceptually even.
 constexpr double kAxis = 3.0;
-/// The output curves bend what the grid stores; the grid stores it bent the other way.
+/// The output curves apply an exponent to the grid values, which are stored with the inverse exponent.
 constexpr double kBend = 1.15;
 
 class BigEndian {
@@ -44,10 +44,10 @@ public:
 
 int Word(double fraction) { return static_cast<int>(std::lround(std::clamp(fraction, 0.0, 1.0) * 65535.0)); }
 
-/// A value of 0 to 1 on the bent scale of the grid.
+/// A value of 0 to 1 with the inverse exponent of the output curves.
 double Bent(double value) { return std::pow(std::clamp(value, 0.0, 1.0), 1.0 / kBend); }
 
-/// Lab in the encoding of 16-bit tables, as fractions: L* 100 is 65280, a* and b* 0 are 32768.
+/// Lab in the 16-bit encoding of tables, as fractions: L* = 100 is 65280, a* = b* = 0 is 32768.
 Triple Encoded(const Triple& lab) {
     return {lab[0] / 100.0 * 65280.0 / 65535.0, (lab[1] * 256.0 + 32768.0) / 65535.0,
             (lab[2] * 256.0 + 32768.0) / 65535.0};
@@ -135,7 +135,7 @@ std::vector<unsigned char> ScannerProfile() {
                         {"cprt", Text("No copyright, use freely")},
                         {"wtpt", White()},
                         {"A2B0", Table()}};
-    constexpr std::uint32_t kEntries = 5;  // the table serves a second name
+    constexpr std::uint32_t kEntries = 5;  // two tags share the table
     std::uint32_t offset = 132 + 12 * kEntries;
     BigEndian directory, data;
     for (const Tag& tag : tags) {

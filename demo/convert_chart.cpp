@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// convert_chart FOLDER: converts the chart in that folder to sRGB through the exported functions of the library,
-// and says how far each patch moved.
+// convert_chart FOLDER: converts the chart in that folder to sRGB with the exported functions of the library, and
+// prints the colour change of each patch.
 #include <hueweave/hueweave.h>
 
 #include <cmath>
@@ -27,7 +27,7 @@ std::string Name(const std::string& folder, const char* stem, int bits) {
     return folder + "/" + stem + "-" + std::to_string(bits) + ".tif";
 }
 
-/// Both widths, one after the other, on the first engine.
+/// Both sample widths in turn, on the first engine.
 void Convert(const std::string& folder) {
     const std::string profile = folder + "/scanner.icc";
     for (const Width& width : kWidths) {
@@ -43,14 +43,14 @@ void Convert(const std::string& folder) {
     }
 }
 
-/// One sample of a pixel on the scale of 0 to 255.
+/// One sample of a pixel on a scale of 0 to 255.
 double Sample(CTiff& image, int x, int y, int channel) {
     const unsigned char* pixel = image.GetXY(x, y);
     if (pixel == nullptr) throw std::runtime_error("a picture that was just written cannot be read");
     return image.bits == 8 ? pixel[channel] : (pixel[2 * channel] + 256 * pixel[2 * channel + 1]) / 257.0;
 }
 
-/// A line a patch: stored by the scanner, converted, moved by, and what is left to the scene's own colour.
+/// Prints one line per patch: scanner value, converted value, change, and remaining difference from the scene colour.
 void Report(const std::string& folder, int bits) {
     CTiff before, after;
     before.ReadFile(Name(folder, "chart", bits).c_str());

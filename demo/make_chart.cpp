@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// make_chart FOLDER: writes what the demonstration converts: a scanner's profile, and a chart as that scanner would
-// store it, with 8 and with 16 bits a sample, the profile embedded.
+// make_chart FOLDER: writes the input of the demo: a scanner profile, and a chart as scanned by that scanner, with 8
+// and 16 bits per sample and the embedded profile.
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -19,7 +19,7 @@ namespace {
 
 using Orvix_Tiff_STL2::CTiff;
 
-/// The chart as the scanner stores it, 0 to 1, row by row.
+/// The chart as scanned, 0 to 1, row by row.
 std::vector<demo::Triple> ScanChart() {
     std::vector<demo::Triple> pixels;
     for (int y = 0; y < demo::kHeight; ++y) {

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 # Copyright (c) The Hueweave authors
-"""convert_array.py PROFILE: a NumPy array in, a NumPy array out.
+"""convert_array.py PROFILE: converts a NumPy array to sRGB.
 
-The library prints a line when it is loaded and one when it is unloaded. Here neither reaches the standard output, which
-carries the program's own result only. HUEWEAVE_LIBRARY names the shared object if it is not where the loader looks.
+The library prints one line when it is loaded and one when it is unloaded. This program suppresses both, so that the
+standard output contains only its own result. HUEWEAVE_LIBRARY is the path of the shared object if the loader cannot
+find it.
 """
 import atexit
 import contextlib
@@ -20,7 +21,7 @@ PERCEPTUAL, RGB_8, RGB_16, SRGB_8, SRGB_16, UNUSABLE = 0, 0, 1, 8, 9, 65535
 
 @contextlib.contextmanager
 def silent_stdout():
-    """What C code prints meanwhile is dropped. Both its buffer and Python's are emptied before each change."""
+    """Suppresses output of C code. Flushes the buffers of C and Python before each change."""
     c_library = ctypes.CDLL(None)
     sys.stdout.flush()
     c_library.fflush(None)
@@ -57,12 +58,12 @@ class Matcher:
             raise ValueError(f"{os.fsdecode(self._profile)}: no profile that can be used")
 
     def convert(self, pixels):
-        """A new array of the same shape. The last axis is R, G, B; uint8 or uint16."""
+        """Returns a new array of the same shape. The last axis is R, G, B; uint8 or uint16."""
         encodings = {numpy.dtype("uint8"): (RGB_8, SRGB_8), numpy.dtype("uint16"): (RGB_16, SRGB_16)}
         if pixels.dtype not in encodings or pixels.shape[-1] != 3:
             raise TypeError("an array of uint8 or uint16 with R, G, B as its last axis is wanted")
-        self._bind(*encodings[pixels.dtype])  # changes nothing if the width is that of the call before
-        matched = numpy.array(pixels, order="C")  # a copy, since 8-bit pixels are converted in place
+        self._bind(*encodings[pixels.dtype])  # has no effect if the sample width is the same as in the previous call
+        matched = numpy.array(pixels, order="C")  # a copy, because 8-bit pixels are converted in place
         buffer = matched.ctypes.data_as(ctypes.c_void_p)
         function = self._library.Orvix_Icc_Convert2
         function.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_int32]

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT
  * Copyright (c) The Hueweave authors
- * convert_buffer PROFILE: 8- and 16-bit pixels from memory to sRGB and back into memory, in C. */
+ * convert_buffer PROFILE: converts 8- and 16-bit pixels in memory to sRGB, in C. */
 #include <hueweave/hueweave.h>
 #include <stdio.h>
 #include <string.h>
@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
         return 2;
     }
 
-    /* 8 bits a sample: the result takes the place of the source. */
+    /* 8 bits per sample: the result replaces the source. */
     if (Orvix_Icc_SetProfile(argv[1], NULL, IntentPerceptual, CsRGB_8, CssRGB_8) != CssRGB_8) {
         fprintf(stderr, "%s: no profile that can be used\n", argv[1]);
         return 1;
@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
     memcpy(bytes, kScan, sizeof bytes);
     Orvix_Icc_Convert2(bytes, NULL, kPixels);
 
-    /* 16 bits a sample, on the same profile: only the tables are built anew, and the source stays as it is. */
+    /* 16 bits per sample with the same profile: only the tables are rebuilt, and the source does not change. */
     if (Orvix_Icc_SetIntent(IntentPerceptual, CsRGB_16, CssRGB_16) != CssRGB_16) return 1;
     for (i = 0; i < kSamples; ++i) words[i] = (uint16_t)(257 * kScan[i]);
     Orvix_Icc_Convert2((unsigned char*)words, (unsigned char*)matched, kPixels);

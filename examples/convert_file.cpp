@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// convert_file PROFILE SOURCE.tif DEST.tif: an 8-bit TIFF file to AdobeRGB with gamma 1.8, in C++.
+// convert_file PROFILE SOURCE.tif DEST.tif: converts an 8-bit TIFF file to AdobeRGB with gamma 1.8, in C++.
 #include <hueweave/hueweave.h>
 
 #include <filesystem>
@@ -11,14 +11,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The return value is the same whether the source could be read or not, so that the file must be looked at.
+// The return value does not show whether the source could be read, so the output file must be checked.
 void Convert(const fs::path& source, const fs::path& dest) {
     if (!fs::is_regular_file(source)) throw std::runtime_error(source.string() + ": no such file");
     fs::remove(dest);
     if (Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()) != CsAdobeRGB_Gamma180_8) {
         throw std::runtime_error("the engine has no output space");
     }
-    // An unreadable source leaves little more than a header.
+    // If the source was unreadable, the output is little more than a header.
     constexpr std::uintmax_t kLeast = 256;
     if (!fs::exists(dest) || fs::file_size(dest) < kLeast) {
         throw std::runtime_error(source.string() + ": not a little-endian, uncompressed RGB TIFF file");

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT
  * Copyright (c) The Hueweave authors
- * three_engines PROFILE: one profile, three engines side by side: sRGB as it comes, sRGB made lighter and more
- * colourful, and AdobeRGB in 16 bits. What one engine is told, the others do not know. */
+ * three_engines PROFILE: uses one profile in three engines: unadjusted sRGB, sRGB made lighter and more colourful, and
+ * 16-bit AdobeRGB. The engines are independent. */
 #include <hueweave/hueweave.h>
 #include <stdio.h>
 #include <string.h>
@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "%s: no profile that can be used\n", argv[1]);
         return 1;
     }
-    /* L* up by 5, C* up by 10, hue as it is, tone curves as they are: the second engine alone. */
+    /* L* + 5, C* + 10, hue and tone curves unchanged: the second engine only. */
     Orvix_Icc_Adjust_2nd(5.0, 10.0, 0.0, NULL, NULL, NULL, 0);
 
     memcpy(plain, kScan, sizeof plain);
