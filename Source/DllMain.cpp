@@ -5,8 +5,8 @@
 
 namespace {
 
-// The lowest number that is ours: built before and destroyed after everything else in the library, the engines
-// included. Only the C library is relied on here.
+// The lowest priority available: constructed before, and destroyed after, everything else in the library, including the
+// engines. Only the C library may be used here.
 constexpr int kFirst = 101;
 constexpr char kModule[] = "Source/DllMain";
 

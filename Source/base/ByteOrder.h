@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-// Integers in files, byte by byte: no alignment is asked for and the machine's own byte order plays no part.
-// ICC files are big-endian, the TIFF files of this library little-endian.
+// Reads and writes integers in files byte by byte, independent of alignment and of the machine's byte order. ICC files
+// are big-endian, the TIFF files of this library little-endian.
 
 inline std::uint16_t LoadBig16(const unsigned char* at) { return static_cast<std::uint16_t>(at[0] << 8 | at[1]); }
 

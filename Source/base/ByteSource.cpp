@@ -56,7 +56,7 @@ std::span<const unsigned char> ByteSource::Block(std::uint64_t start, std::uint6
     if (start + size <= held_.size()) {
         return held_.subspan(static_cast<std::size_t>(start), static_cast<std::size_t>(size));
     }
-    if (size > block_.capacity()) block_ = std::vector<unsigned char>();  // the old one would be held beside it
+    if (size > block_.capacity()) block_ = std::vector<unsigned char>();  // frees the old block first
     block_.resize(static_cast<std::size_t>(size));
     ReadAt(start, block_);
     return block_;

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// A stream of its own of an open file, with a descriptor above the standard three.
+/// A new stream for an open file, with a descriptor above the three standard ones.
 FileHandle StreamAbove(int descriptor, const char* mode) {
     const int moved = fcntl(descriptor, F_DUPFD, STDERR_FILENO + 1);
     if (moved < 0) return nullptr;
@@ -19,17 +19,17 @@ FileHandle StreamAbove(int descriptor, const char* mode) {
     return stream;
 }
 
-/// The writing end of a named pipe; null when nobody reads from it, where a writer would wait forever.
+/// Opens a named pipe for writing; null if it has no reader, where opening would wait forever.
 FileHandle OpenPipe(const char* path) {
     const int opened = open(path, O_WRONLY | O_NONBLOCK);
     if (opened < 0) return nullptr;
-    fcntl(opened, F_SETFL, O_WRONLY);  // from here on the writer keeps pace with the reader
+    fcntl(opened, F_SETFL, O_WRONLY);  // later writes block until the reader has read
     FileHandle stream = StreamAbove(opened, "wb");
     close(opened);
     return stream;
 }
 
-/// Of a stream without a descriptor, as fmemopen makes it.
+/// Size of a stream without a descriptor, such as one from fmemopen.
 std::uint64_t SizeInMemory(std::FILE* stream) {
     const off_t place = ftello(stream);
     if (place < 0 || fseeko(stream, 0, SEEK_END) != 0) return 0;
@@ -43,7 +43,7 @@ std::uint64_t SizeInMemory(std::FILE* stream) {
 FileHandle OpenForReading(const char* path) {
     if (path == nullptr) return nullptr;
     struct stat status {};
-    // The kind is looked at first: opening a pipe waits for its writer.
+    // The type is checked first, because opening a pipe waits for its writer.
     const bool special =
         stat(path, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISSOCK(status.st_mode) && access(path, R_OK) == 0;
     return FileHandle(std::fopen(special ? "/dev/null" : path, "rb"));

@@ -6,27 +6,27 @@
 #include <cstdio>
 #include <memory>
 
-/// Closes the stream that it holds, whichever way the scope is left.
+/// Owns a stream and closes it at the end of the scope.
 struct FileCloser {
     void operator()(std::FILE* stream) const { std::fclose(stream); }
 };
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
-/// Opens a regular file for reading ("rb"). A null path gives null, and so does what cannot be opened.
-/// What opens but is not a regular file (a folder, a pipe, a device) gives a stream that is at its end at once, so
-/// that nobody waits for a writer or reads without end.
+/// Opens a regular file for reading ("rb"). Returns null for a null path and if the file cannot be opened. For anything
+/// but a regular file (a folder, a pipe, a device) it returns a stream at its end, so that a caller neither waits for a
+/// writer nor reads forever.
 FileHandle OpenForReading(const char* path);
 
-/// Opens a file for writing and empties it ("wb+"). Null as above, and for a pipe without a reader, where a writer
-/// would wait forever. The descriptor is never one of the standard three, so that nothing that the process prints can
-/// land in the file.
+/// Opens a file for writing and truncates it ("wb+"). Returns null as above, and for a pipe without a reader, where
+/// opening would wait forever. The descriptor is never one of the three standard ones, so that nothing printed by the
+/// process can end up in the file.
 FileHandle OpenForWriting(const char* path);
 
-/// Whether both paths lead to one file; false when either leads nowhere.
+/// Whether both paths refer to the same file; false if either does not exist.
 bool SameFile(const char* one, const char* other);
 
-/// Bytes in a stream's file, 0 when that cannot be told. The reading position stays.
+/// Size of a stream's file in bytes, or 0 if it is unknown. Does not change the read position.
 std::uint64_t FileSize(std::FILE* stream);
 
-/// Moves the reading position, counted from the file's start. False when the stream refuses.
+/// Sets the read position, counted from the start of the file. Returns false if the stream does not allow it.
 bool SeekTo(std::FILE* stream, std::uint64_t offset);

@@ -18,15 +18,15 @@ double Row(const Matrix& matrix, std::size_t row, double x, double y, double z) 
     return matrix[3 * row] * x + matrix[3 * row + 1] * y + matrix[3 * row + 2] * z;
 }
 
-/// Kept: the product on the way to XYZ is rounded to single precision; the one on the way back is not.
+/// Kept: the product for the conversion to XYZ is rounded to single precision; that of the inverse is not.
 double RoundedRow(const Matrix& matrix, std::size_t row, double x, double y, double z) {
-    // Volatile: where g++ 12 puts two such products into one vector register, it drops the rounding.
+    // Volatile, because g++ 12 omits the rounding if it combines two such products in a vector register.
     volatile float rounded = static_cast<float>(Row(matrix, row, x, y, z));
     return static_cast<double>(rounded);
 }
 
-// The two directions have thresholds and powers of their own, which do not quite fit together. Kept: 0.3333333 and
-// not one third, 0.008856 on the ratio against 0.2069 on the root.
+// The two directions have different thresholds and exponents, which are not exact inverses. Kept: 0.3333333 instead of
+// one third, and 0.008856 for the ratio against 0.2069 for the root.
 double Root(double ratio) { return ratio > 0.008856 ? std::pow(ratio, 0.3333333) : ratio * 7.787 + 0.137931; }
 double Ratio(double root) { return root > 0.2069 ? std::pow(root, 3.0) : (root - 0.137931) / 7.787; }
 
@@ -99,7 +99,7 @@ void CLCH::LAB2RGB() {
     B = Limit(Row(toRGB, 2, X, Y, Z) * 255.0, 255.0);
 }
 
-// Kept: five-digit factors between radians and degrees, so that a hue taken forth and back drifts a little.
+// Kept: five-digit factors between radians and degrees, so a hue converted back and forth changes slightly.
 void CLCH::LAB2LCH() {
     C = std::sqrt(a * a + b * b);
     h = std::atan2(b, a) * 57.2958;
@@ -143,9 +143,9 @@ void CLCH::Adjust(double dL, double dC, double dh) {
 
 void CLCH::AdjustLab(double dL, double dC, double dh) {
     L = Limit(L + dL, 100.0);
-    C = Limit(C + dC, 100.0);  // Kept: a saturated colour loses chroma under any adjustment, even a zero one
+    C = Limit(C + dC, 100.0);  // Kept: a saturated colour loses chroma under any adjustment, even by 0
     h += dh;
-    // One turn at most, either way: exactly 360 stays, and 730 becomes 370.
+    // At most one full turn: exactly 360 stays, and 730 becomes 370.
     if (h > 360.0) h -= 360.0;
     if (h < 0.0) h += 360.0;
     LCH2LAB();

@@ -14,19 +14,19 @@ enum ColorSpace : std::int32_t {
     ColorSpace_AdobeRGB = 1,
     ColorSpace_AppleRGB = 2,
     ColorSpace_ColorMatchRGB = 3,
-    ColorSpace_Unset = 65535  ///< taken as sRGB
+    ColorSpace_Unset = 65535  ///< treated as sRGB
 };
 
-/// One colour in three forms at once: CIE LCh, CIE Lab, and linear RGB on a scale of 0 to 255. Setting one form
-/// updates the others with the white point and the matrices in force; changing those recomputes nothing by itself.
-/// No operation fails.
+/// One colour in three forms at once: CIE LCh, CIE Lab, and linear RGB on a scale of 0 to 255. Setting one form updates
+/// the others with the current white point and matrices; changing these does not recompute any value. No operation
+/// fails.
 class CLCH {
 public:
-    /// A black colour under the given white (65535 stands for 1.0). Kept: starts out with the AdobeRGB matrices.
+    /// Black with the given white point (65535 means 1.0). Kept: starts with the AdobeRGB matrices.
     CLCH(double xWhite, double yWhite, double zWhite);
     CLCH(const CLCH&) = default;
     ~CLCH() = default;
-    /// Kept: takes the colour's L, C, h only, and derives the rest with this object's own white and matrices.
+    /// Kept: copies only L, C and h, and computes the rest with the white point and matrices of this object.
     CLCH& operator=(const CLCH& other);
 
     void SetWhite(double x, double y, double z);  ///< each is divided by 65535.0
@@ -41,10 +41,10 @@ public:
     void PutData_Lab(double lightness, double aStar, double bStar);  ///< not limited
     void PutData_Lch(double lightness, double chroma, double hue);   ///< not limited, hue in degrees
 
-    /// Adds offsets in L*, C* and degrees. Lightness and chroma are limited to 0..100 afterwards, also when all
-    /// offsets are 0; of the hue one turn is taken off, or added, at most.
+    /// Adds offsets in L*, C* and degrees. Lightness and chroma are then limited to 0..100, even if all offsets are 0;
+    /// at most one full turn is subtracted from the hue or added to it.
     void Adjust(double dL, double dC, double dh);
-    void AdjustLab(double dL, double dC, double dh);  ///< the same, but R, G, B and X, Y, Z stay as they were
+    void AdjustLab(double dL, double dC, double dh);  ///< the same, but R, G, B and X, Y, Z do not change
 
     double L = 0, C = 0, h = 0;  ///< lightness 0..100, chroma, hue in degrees 0..360
     double a = 0, b = 0;

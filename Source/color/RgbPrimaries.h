@@ -6,11 +6,11 @@
 
 namespace ColorLch {
 
-/// Nine values, row by row.
+/// 3 x 3 values in row order.
 using Matrix = std::array<double, 9>;
 
-// The matrices of the four RGB spaces, adapted to D50, between linear RGB and XYZ. The stored values have four
-// decimals and none is computed: the inverse tables are not exact inverses of the others.
+// Matrices of the four RGB spaces, adapted to D50, for linear RGB to XYZ and back. The values are stored with four
+// decimals and not computed: the inverse matrices are not exact inverses.
 inline constexpr Matrix sRGB_D50 = {0.4361, 0.3851, 0.1431, 0.2225, 0.7169, 0.0606, 0.0139, 0.0971, 0.7141};
 inline constexpr Matrix inv_sRGB_D50 = {3.1341, -1.6174, -0.4907, -0.9788, 1.9163, 0.0334, 0.072, -0.229, 1.4054};
 inline constexpr Matrix AdobeRGB_D50 = {0.6098, 0.2053, 0.1492, 0.3111, 0.6257, 0.0632, 0.0195, 0.0609, 0.7448};

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
 
-// Lengths that no block has stop at the largest number instead of starting again from 0.
+// Lengths beyond any block are limited to the largest number instead of wrapping around to 0.
 std::uint64_t Length(unsigned long size, unsigned long count) {
     return size != 0 && count > kMost / size ? kMost : std::uint64_t{size} * count;
 }
@@ -48,7 +48,7 @@ void IO_File::Close() {
 IO_Buf::IO_Buf(unsigned char* block, unsigned long length)
     : begin(reinterpret_cast<std::uintptr_t>(block)), end(begin + length), position(begin) {}
 
-/// Of `bytes` bytes those that lie inside the block from the position on.
+/// The number of `bytes` that lie inside the block from the current position on.
 std::uint64_t IO_Buf::Room(std::uint64_t bytes) const {
     if (position < begin || position >= end) return 0;
     return std::min(bytes, end - position);

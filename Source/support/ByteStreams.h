@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
-/// A stream of bytes over a file or a block of memory. One thread uses it.
+/// A byte stream on a file or a block of memory, for use by one thread.
 class IO_Interface {
 public:
     IO_Interface() = default;
@@ -13,18 +13,18 @@ public:
     IO_Interface& operator=(const IO_Interface&) = delete;
     virtual ~IO_Interface() = default;
 
-    // Kept: the results of the two classes differ. A file gives the count of items that it moved, a block its new
+    // Kept: the results of the two classes differ. A file returns the number of items transferred, a block its new
     // position.
     virtual std::uint64_t Read(unsigned char* buffer, unsigned long size, unsigned long count) = 0;
     virtual std::uint64_t Write(unsigned char* buffer, unsigned long size, unsigned long count) = 0;
-    /// Origin 0 counts from the start, 1 from the position, 2 from the end. See the classes for the result.
+    /// Origin 0 is the start, 1 the current position, 2 the end. See the classes for the result.
     virtual int Seek(int offset, int origin) = 0;
-    virtual void* GetHandle() = 0;  ///< the file's stream, or the block's start
+    virtual void* GetHandle() = 0;  ///< the stream of the file, or the start of the block
     virtual void Close() = 0;
 };
 
-/// Over a standard file stream, which it owns. A stream that is null, because it could not be opened or was closed,
-/// moves nothing.
+/// A standard file stream, which it owns. If the stream is null, because it could not be opened or was closed, nothing
+/// is transferred.
 class IO_File : public IO_Interface {
 public:
     IO_File(const char* path, const char* mode);  ///< as fopen
@@ -39,17 +39,17 @@ public:
     std::FILE* stream;
 };
 
-/// Over a block of memory of the caller's, which must outlive the stream or its `Close`.
+/// A block of the caller's memory, which must outlive the stream or its `Close`.
 class IO_Buf : public IO_Interface {
 public:
     IO_Buf(unsigned char* block, unsigned long length);
 
-    /// Moves `size` x `count` bytes, fewer at the end of the block.
+    /// Transfers `size` x `count` bytes, or fewer at the end of the block.
     std::uint64_t Read(unsigned char* buffer, unsigned long size, unsigned long count) override;
-    /// The same. Kept: the position moves on by the whole length asked for, beyond the end if need be.
+    /// The same. Kept: the position advances by the full requested length, even beyond the end.
     std::uint64_t Write(unsigned char* buffer, unsigned long size, unsigned long count) override;
-    /// Forward the position stops at the end, backward at the start. Returns `offset`, or how far beyond the limit
-    /// it would have gone (negative at the start).
+    /// Seeking forward stops at the end, backward at the start. Returns `offset`, or the distance beyond the limit
+    /// (negative at the start).
     int Seek(int offset, int origin) override;
     void* GetHandle() override;
     void Close() override;

@@ -19,14 +19,14 @@ constexpr const char* kComment = "//";
 
 bool IsComment(const std::string& line) { return line.find(kComment) != std::string::npos; }
 
-/// The next line; an empty one when there is none. A carriage return stays.
+/// The next line; empty if there is none. A carriage return is kept.
 std::string NextLine(std::istream& in) {
     std::string line;
     std::getline(in, line);
     return line;
 }
 
-/// Key before the first "=", value behind it; every "=" and every space is gone.
+/// Key before the first "=", value after it; all "=" and spaces are removed.
 void StoreRow(ConfigTXT::Rows& rows, std::string line) {
     std::erase(line, ' ');
     const std::size_t sign = line.find('=');
@@ -40,7 +40,7 @@ void StoreRow(ConfigTXT::Rows& rows, std::string line) {
     rows[line.substr(0, sign)] = value;
 }
 
-/// Rows up to the end marker, or the thousandth row. Kept: past the end of the file the lines go on, empty.
+/// Rows up to the end marker, or the thousandth row. Kept: beyond the end of the file, lines are read as empty.
 ConfigTXT::Rows ReadRows(std::istream& in, const std::string& endMarker) {
     ConfigTXT::Rows rows;
     for (int row = 0; row < kMostRows; ++row) {
@@ -59,14 +59,14 @@ int ConfigTXT::Initial(const char* name) {
 }
 
 int ConfigTXT::ReadTxt() {
-    // A folder, device or pipe is as good as an empty file: it is not read, because it may never end.
+    // A folder, device or pipe is treated as an empty file and not read, because it may never end.
     std::error_code ignored;
     const auto kind = std::filesystem::status(fileName, ignored).type();
     if (kind != std::filesystem::file_type::regular && access(fileName.c_str(), R_OK) == 0) return 0;
     std::ifstream in(fileName);
     if (!in) return -1;
     for (std::string word; in >> word;) {
-        NextLine(in);  // whatever stands behind the word
+        NextLine(in);  // the rest of the line is ignored
         if (!IsComment(word)) sections[word] = ReadRows(in, word + "end");
     }
     return 0;
@@ -101,7 +101,7 @@ int ConfigTXT::SetString(const char*, const char*, const char*) { return 0; }
 
 namespace {
 
-/// One line about a setting.
+/// Prints one line about a setting.
 template <typename Value>
 int PrintSetting(const char* verb, const char* section, const char* key, const Value& value) {
     std::cout << verb << "[ " << section << " : " << key << " ] = " << value << std::endl;

@@ -7,21 +7,21 @@
 
 namespace CONFIG {
 
-/// A plain-text settings file: sections of rows "key = value", each closed by a line of the section's name with
-/// "end" behind it; "//" makes a comment. The file is only ever read.
+/// A plain-text settings file. It has sections of rows "key = value"; a section begins with a line containing its name
+/// and ends with a line containing the name followed by "end". "//" starts a comment. The file is never written.
 ///
-/// One thread uses an object; a look-up can add an empty section to it.
+/// For use by one thread; a look-up can add an empty section.
 class ConfigTXT {
 public:
-    /// Stores the name (borrowed, copied) and reads the file, as `ReadTxt`.
+    /// Copies the name and reads the file as `ReadTxt` does.
     int Initial(const char* name);
-    /// Reads the file into `sections`: a section of the same name is replaced whole, others stay. A row without "="
-    /// prints two lines. Returns 0, or -1 if the file cannot be opened; a folder, device or pipe counts as empty.
+    /// Reads the file into `sections`: a section with the same name is replaced, other sections stay. A row without "="
+    /// prints two lines. Returns 0, or -1 if the file cannot be opened; a folder, device or pipe is treated as empty.
     int ReadTxt();
-    /// Copies the value, or the default, with its terminator to `out`, which has room for 128 bytes. Kept: a text of
-    /// 128 characters or more is cut there and loses its terminator. Returns 0.
+    /// Copies the value, or the default, with its terminator to `out`, which must hold 128 bytes. Kept: a text of 128
+    /// characters or more is truncated there and has no terminator. Returns 0.
     int GetString(const char* section, const char* key, const char* defaultValue, char* out);
-    /// The value as a number (0 for text without leading digits), or the default if there is no such key.
+    /// The value as a number (0 for text without leading digits), or the default if the key does not exist.
     int GetInt(const char* section, const char* key, int defaultValue);
     int SetInt(const char* section, const char* key, int value);             ///< Kept: stores nothing, returns 0
     int SetString(const char* section, const char* key, const char* value);  ///< Kept: stores nothing, returns 0
@@ -36,8 +36,8 @@ private:
 
 }  // namespace CONFIG
 
-// Ten functions that do nothing, or only print a line. Kept: none reads or changes a ConfigTXT, and the integer forms
-// print a 0 whatever they are given. A null text sets the failure state of the standard output.
+// Ten functions that do nothing or only print a line. Kept: none reads or changes a ConfigTXT, and the integer
+// functions always print 0. A null text sets the failure state of the standard output.
 int ConfigFile(const char* name);
 int ConfigGetInt(const char* section, const char* key);
 int ConfigGetString(const char* section, const char* key, const char* defaultValue, char* out);

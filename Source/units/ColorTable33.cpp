@@ -12,7 +12,7 @@
 namespace ICC40::ICC_UNIT {
 namespace {
 
-/// Truncated positions of `size` nodes, the last included.
+/// Truncated positions of `size` nodes, including the last.
 std::unique_ptr<int[]> NodePositions(int size, double step) {
     auto positions = std::make_unique<int[]>(static_cast<std::size_t>(size));
     for (int n = 0; n < size; ++n) positions[static_cast<std::size_t>(n)] = Trunc(n * step);
@@ -89,7 +89,7 @@ ColorTable33::AxisPoint ColorTable33::FindOnAxis(int position) const {
 }
 
 void ColorTable33::InterpolateAt(const AxisPoint& x, const AxisPoint& y, const AxisPoint& z, int (&values)[7]) const {
-    if (x.fraction == 0.0 && y.fraction == 0.0 && z.fraction == 0.0) {  // most nodes, when 33 points become 17
+    if (x.fraction == 0.0 && y.fraction == 0.0 && z.fraction == 0.0) {  // true for most nodes when 33 points become 17
         std::ranges::copy(Color[x.node][y.node][z.node], values);
         return;
     }
@@ -101,7 +101,7 @@ void ColorTable33::InterpolateAt(const AxisPoint& x, const AxisPoint& y, const A
             return static_cast<double>(WrapSubtract(corners[edge.to][channel], corners[edge.from][channel]));
         };
         const double rise = slope(path.x) * x.fraction + slope(path.y) * y.fraction + slope(path.z) * z.fraction;
-        // Toward zero: a falling slope rounds up, a rising one down.
+        // Truncation toward zero rounds a falling slope up and a rising one down.
         values[channel] = WrapAdd(Trunc(rise), corners[0][channel]);
     }
 }
@@ -130,7 +130,8 @@ int ColorTable33::TableResize(int size) {
     if (LUT_Size == size || size < 2 || size > LUT_Size33) return 0;
     const double step = 65536.0 / (size - 1);
     auto positions = NodePositions(size, step);
-    // The top node is taken at 65535, in the last old cell and not on the last old node: a hair below its value.
+    // The last node is read at 65535, in the last old cell, not at the last old node, so it is slightly below its
+    // value.
     positions[static_cast<std::size_t>(size - 1)] = 65535;
 
     if (LUT_Pos == nullptr) return 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What turns the grid of a profile into the grid of an engine: the shift in LCh, and the road from Lab to RGB.
+// Transforms the grid of a profile into the grid of an engine: LCh offsets, and the conversion from Lab to RGB.
 #include "base/Numeric.h"
 #include "color/CLCH.h"
 #include "units/ColorTable33.h"
@@ -12,10 +12,10 @@
 namespace ICC40::ICC_UNIT {
 namespace {
 
-/// A colour under the white of the profile connection space, near D50.
+/// A colour with the white of the profile connection space, near D50.
 ColorLch::CLCH PcsColor() { return {63195.0, 65535.0, 54073.0}; }
 
-// The Lab encoding of 16-bit tables: 65280 is L* = 100, and 32768 is neutral in a* and b*, 256 to a unit.
+// The Lab encoding of 16-bit tables: 65280 is L* = 100, 32768 is a* = b* = 0, and one unit of a* or b* is 256.
 double LightnessOf(int value) { return value * 100.0 / 65280.0; }
 double OpponentOf(int value) { return (value - 32768) * 0.00390625; }
 int EncodeLightness(double lightness) { return Low16(Trunc(lightness * 65280.0 / 100.0)); }
@@ -27,7 +27,7 @@ ColorLch::ColorSpace FindPrimaries(ICCFILE::ColorSpaceSignature space) {
     return row != nullptr ? row->primaries : ColorLch::ColorSpace_sRGB;
 }
 
-/// What the conversion returns: a linear space of the primaries, or `space` itself where they are those of sRGB.
+/// The result of the conversion: a linear space of the primaries, or `space` itself for sRGB primaries.
 int ResultOf(ColorLch::ColorSpace primaries, ICCFILE::ColorSpaceSignature space) {
     switch (primaries) {
         case ColorLch::ColorSpace_AdobeRGB:
@@ -63,7 +63,7 @@ int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSigna
     ColorLch::CLCH color = PcsColor();
     const ColorLch::ColorSpace primaries = FindPrimaries(space);
     color.SetColorSpace(primaries);
-    // Kept: fixed-point words of scale 65536, read as unsigned, go where 65535 stands for 1.0.
+    // Kept: fixed-point values with a scale of 65536, read as unsigned, are used where 65535 means 1.0.
     if (white != nullptr) color.SetWhite(white->rawXYZ[0], white->rawXYZ[1], white->rawXYZ[2]);
     const NearRgb quick(color);
     ForEachNode(grid, [&](int* node) {
@@ -77,7 +77,7 @@ int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSigna
             rgb[1] = Trunc(color.G);
             rgb[2] = Trunc(color.B);
         }
-        // Kept: linear RGB of 8 bits, 0 to 65280 in steps of 256; the later stages rely on that scale.
+        // Kept: 8-bit linear RGB, 0 to 65280 in steps of 256; the later stages rely on this scale.
         for (int c = 0; c < 3; ++c) node[c] = rgb[c] << 8;
     });
     return ResultOf(primaries, space);
@@ -88,7 +88,7 @@ int TurnToRgb(ColorTable33& grid, const Curves& curves, ICCFILE::ColorSpaceSigna
 int ColorTable33::Adjust_Lch(double lightness, double chroma, double hue) {
     ColorLch::CLCH color = PcsColor();
     ForEachNode(*this, [&](int* node) {
-        // Kept: the node is read as Lab as it stands, before the profile's output curves.
+        // Kept: the node is read as Lab before the profile's output curves are applied.
         color.L = LightnessOf(Low16(node[0]));
         color.a = OpponentOf(Low16(node[1]));
         color.b = OpponentOf(Low16(node[2]));

@@ -10,7 +10,7 @@
 namespace ICC40::ICC_UNIT {
 namespace {
 
-/// Remembers one name. Returns whether it differs from the one before.
+/// Stores a name. Returns whether it differs from the previous one.
 bool Remember(std::unique_ptr<char[]>& stored, const char* given) {
     if (given == nullptr) {
         const bool had = stored != nullptr;
@@ -62,7 +62,7 @@ int Info::CheckWorkingBuf(unsigned char* source, unsigned char* dest, int pixels
     const std::int64_t wanted = std::int64_t{pixels} * format.channels;
     const bool countable = wanted >= 0 && wanted <= std::numeric_limits<int>::max();
     const int samples = countable ? static_cast<int>(wanted) : 0;
-    // 16-bit samples for the 8-bit codes too: the units work in 16 bits.
+    // 16-bit samples even for 8-bit codes, because the units work with 16 bits.
     WorkBuf = countable ? std::make_unique<unsigned short[]>(static_cast<std::size_t>(samples)) : nullptr;
     WorkCount = samples;
     PixelCount = countable ? pixels : 0;

@@ -30,10 +30,10 @@ int InputTable33::Initial(const ICCFILE::CLut16Type* lut, ICCFILE::ColorSpaceSig
             Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
             for (int row = 0; row < 3; ++row) Lut16[row][v] = s[row];
         }
-        // The evaluation at 65535 would need the entry past the curve's end.
+        // Evaluating at 65535 would read beyond the end of the curve.
         for (int row = 0; row < 3; ++row) Lut16[row][65535] = Curve[row][entries - 1];
     } else {
-        // Kept: two entries count as the identity, even where they do not rise from 0 to 65535.
+        // Kept: two entries are treated as the identity, even if they do not run from 0 to 65535.
         LUT_Step = 65535.0 / 4095;
         for (int c = 0; c < channels; ++c) {
             for (int n = 0; n < 4096; ++n) Curve[c][n] = 16 * n;
@@ -42,7 +42,7 @@ int InputTable33::Initial(const ICCFILE::CLut16Type* lut, ICCFILE::ColorSpaceSig
     }
     switch (space) {
         case ICCFILE::CsRGB_16:
-            return 0;  // Kept: leaves `Bits` as it was
+            return 0;  // Kept: does not set `Bits`
         case ICCFILE::CsLab_8:
             return Change_Lut16_To_Lab8();
         case ICCFILE::CsLab_16:
@@ -61,14 +61,14 @@ int InputTable33::Initial(const InputTable33* other) {
 int InputTable33::Change_Lut16_To_Lut8() {
     for (auto& row : Lut16) {
         for (int i = 1; i < 255; ++i) row[i] = row[i * 256];
-        row[255] = row[65535];  // full scale maps to the curve's end and not to entry 65280
+        row[255] = row[65535];  // full scale uses the end of the curve, not entry 65280
     }
     Bits = 8;
     return 0;
 }
 
 int InputTable33::Change_Lut16_To_Lab8() {
-    // In place and in this order. Kept: at i = 128 rows 1 and 2 read entry 0, which the first pass has replaced.
+    // In place and in this order. Kept: at i = 128 rows 1 and 2 read entry 0, which has already been replaced at i = 0.
     for (int i = 0; i < 256; ++i) {
         const int nudge = i < 128 ? -1 : 1;
         Lut16[0][i] = Lut16[0][i * 256];
@@ -80,7 +80,7 @@ int InputTable33::Change_Lut16_To_Lab8() {
 }
 
 int InputTable33::Change_Lut16_To_Lab16() {
-    // Kept: entry 32767 and its partner 65535 keep their places.
+    // Kept: entries 32767 and 65535 are not swapped.
     for (int row = 1; row < 3; ++row) {
         for (int i = 0; i < 32767; ++i) std::swap(Lut16[row][i], Lut16[row][i ^ 32768]);
     }

@@ -23,7 +23,7 @@ void LutInputCurves::Expand(unsigned short* const (&tables)[3]) const {
         for (int c = 0; c < channels; ++c) std::iota(tables[c], tables[c] + 65536, static_cast<unsigned short>(0));
         return;
     }
-    // As `EvaluateInputCurve`, step by step of the curve and in pieces that a processor's vectors hold.
+    // Same as `EvaluateInputCurve`, for one curve step at a time and in pieces that can be vectorised.
     constexpr int kPiece = 64;
     double fraction[kPiece];
     for (int from = 0; from < 65535;) {
@@ -35,7 +35,7 @@ void LutInputCurves::Expand(unsigned short* const (&tables)[3]) const {
             const int here = curves_[c * entries_ + n], next = curves_[c * entries_ + n + 1];
             unsigned short* values = tables[c] + from;
             for (int i = 0; i < to - from; ++i) {
-                // Between two entries: no value that the truncation would have to limit.
+                // The result lies between two entries, so the truncation needs no limits.
                 values[i] = static_cast<unsigned short>(
                     static_cast<int>(next * fraction[i] + (1.0 - fraction[i]) * here + 0.5));
             }
@@ -53,7 +53,7 @@ LutOutputCurves::LutOutputCurves(const ICCFILE::CLut16Type& lut) {
     const std::uint16_t* curves = lut.outputTable.get();
     for (int c = 0; c < 3; ++c) {
         int* curve = table_->curve[c];
-        // A channel that the table lacks has the ramp that an output table starts with.
+        // A missing channel has the ramp that an output table starts with.
         for (int n = 0; n < 4096; ++n) curve[n] = c < lut.outputChan && identity ? 16 * n : n;
         if (c < lut.outputChan && !identity) std::copy_n(curves + c * entries, entries, curve);
         top_[c] = identity ? 65535 : curve[entries - 1];

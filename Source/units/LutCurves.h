@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A curve, in all units, is a row of points that a profile or a caller gives, with straight lines between them. What an
-// output space does to linear light is its tone, and what either comes to at all 65,536 values is a table.
+// In all units, a curve is a list of points given by a profile or a caller and interpolated linearly. The tone is what
+// an output space applies to linear light. A table contains the values of a curve or a tone at all 65,536 positions.
 //
-// Here are the curves of a profile's table at single values: what the input and output units hold after they loaded it,
-// for those who need less than the expansion to all 65,536 values.
+// This file evaluates the curves of a profile at single values, with the same results as the input and output units,
+// for callers that do not need the expansion to all 65,536 values.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ class LutInputCurves {
 public:
     explicit LutInputCurves(const ICCFILE::CLut16Type& lut)
         : curves_(lut.inputTable.get()), channels_(lut.inputChan), entries_(lut.inputEnt) {
-        // Kept: two entries count as the identity, even where they do not rise from 0 to 65535.
+        // Kept: two entries are treated as the identity, even if they do not run from 0 to 65535.
         if (entries_ <= 2) return;
         identity_ = false;
         step_ = 65535.0 / (entries_ - 1);
@@ -31,7 +31,7 @@ public:
 
     /// The three channels at one sample; 0 for a channel that the table lacks.
     void At(int sample, unsigned short (&values)[3]) const;
-    /// The same at all 65,536 samples: one array of them for each channel.
+    /// The same at all 65,536 samples: one array per channel.
     void Expand(unsigned short* const (&tables)[3]) const;
 
 private:
@@ -44,14 +44,14 @@ private:
     const std::uint16_t* curves_;
     int channels_, entries_;
     bool identity_ = true;
-    double step_ = 0;  ///< of no use to the identity
+    double step_ = 0;  ///< unused for the identity
 };
 
 /// The first three tables of an `OutputTable33`.
 class LutOutputCurves {
 public:
     explicit LutOutputCurves(const ICCFILE::CLut16Type& lut);
-    /// Lays `count` points of byte curves, at most 256, over the first points, and takes all as curves of 256 points
+    /// Replaces the first `count` points, at most 256, by those of byte curves, and treats all as curves of 256 points
     /// that end in white, as the unit does with a caller's curves.
     void Overlay(const unsigned char* const (&points)[3], int count);
 

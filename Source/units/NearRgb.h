@@ -10,23 +10,24 @@
 
 namespace ICC40::ICC_UNIT {
 
-/// Linear RGB of a Lab colour, cut to 8 bits, for colours where a quick way gives the same as `CLCH::LAB2RGB`.
+/// Linear RGB of a Lab colour, truncated to 8 bits, for colours where a fast method gives the same result as
+/// `CLCH::LAB2RGB`.
 ///
-/// The quick way multiplies where the exact one divides and raises to a power. With roots below 2.3, as 16-bit Lab has
-/// them, each of X, Y and Z is then off by less than 1e-13 of the white, and a channel by less than 1e-10 of the sum of
-/// the three. The cut hides that, unless a channel lies at a step or a root at the threshold of its two formulas: then
-/// the answer is that it cannot tell. At a step means within 1e-8 of 1 + white * (1 + the sum of the squared roots), at
-/// the threshold within 1e-9.
+/// The fast method multiplies where the exact one divides and calls pow(). With roots below 2.3, as in 16-bit Lab, the
+/// error of X, Y and Z is then less than 1e-13 of the white, and the error of a channel less than 1e-10 of the sum of
+/// the three. Truncation hides this error unless a channel is close to a step, or a root is close to the threshold
+/// between the two formulas; the method then reports that it cannot decide. Close to a step means within 1e-8 times (1
+/// + white * (1 + the sum of the squared roots)), close to the threshold within 1e-9.
 class NearRgb {
 public:
-    /// White and matrix of `color`, which need not outlive this.
+    /// Copies the white and matrix of `color`.
     explicit NearRgb(const ColorLch::CLCH& color) {
         const double white[3] = {color.Xw, color.Yw, color.Zw};
         for (std::size_t i = 0; i < 9; ++i) matrix_[i] = color.toRGB[i] * white[i % 3] * 255.0;
         white_ = color.Xw + color.Yw + color.Zw;
     }
 
-    /// Whether it can tell; then `rgb` has the channels, 0 to 255.
+    /// Returns whether the result is certain; then `rgb` has the channels, 0 to 255.
     bool Convert(double lightness, double aStar, double bStar, int (&rgb)[3]) const {
         const bool dark = lightness <= 7.9996;
         const double ratio = lightness * (1.0 / 903.3);

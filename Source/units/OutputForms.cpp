@@ -26,7 +26,7 @@ int OutputTable33::BecomeSpace(ColorSpaceSignature space) {
     return row.result;
 }
 
-// The caller names one of several spaces of the same tone.
+// The caller passes one of several spaces with the same tone.
 int OutputTable33::OutputGamma100(ColorSpaceSignature space) {
     BecomeSpace(ICCFILE::CssRGB_Gamma100_8);
     return space;
@@ -59,7 +59,7 @@ void OutputTable33::KodakCurve(int low, int high, double a, double b, double c) 
 
 int OutputTable33::OutputLab_8() {
     Shift8(3);
-    // From the offset encoding of a* and b* to signed bytes.
+    // Converts the offset encoding of a* and b* to signed bytes.
     for (int c = 1; c < 3; ++c) {
         for (int& entry : Lut16[c]) entry ^= 0x80;
     }

@@ -16,17 +16,17 @@ namespace {
 using namespace ICCFILE;
 using namespace ColorLch;
 
-// Kept: 0.5556 and not 1 / 1.8; 0.4167 and not 1 / 2.4; a threshold of 0.00304.
+// Kept: 0.5556 instead of 1 / 1.8, 0.4167 instead of 1 / 2.4, and a threshold of 0.00304.
 double Gamma180(double x) { return std::pow(x, 0.5556) * 65535.0; }
 double LinearToe(double x) { return x * 65535.0 * 12.92; }
 double AboveToe(double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535.0; }
 constexpr double kToe = 0.00304;
 
-/// A 16-bit value to an 8-bit sample: `value` has half a step added already.
+/// Converts a 16-bit value to an 8-bit sample; half a step has already been added to `value`.
 int RoundTo8(int value) { return std::min(value >> 8, 255); }
 
-/// table[i] = tone(i) for i from `from` to `to`, both of which are there already, where the tone never falls: a range
-/// whose ends are alike is filled, another one halved. With 256 steps that takes some 3,000 values of 65,536.
+/// Sets table[i] = tone(i) for i between `from` and `to`, which are already set, for a tone that never falls: a range
+/// with equal ends is filled, any other range is halved. For 256 steps, this evaluates about 3,000 of 65,536 values.
 template <typename Tone>
 void FillSteps(ToneTable& table, int from, int to, Tone tone) {
     if (to - from < 2) return;
@@ -46,8 +46,8 @@ void TabulateSteps(ToneTable& table, Tone tone) {
     FillSteps(table, 0, 65535, tone);
 }
 
-/// The cubic through the values y0 to y3 at -1, 0, 1 and 2, from 0 on in steps of 1 / width: by differences, in fixed
-/// point with 32 bits of fraction.
+/// The cubic polynomial through the values y0 to y3 at -1, 0, 1 and 2, evaluated from 0 on in steps of 1 / width by
+/// forward differences, in fixed point with a 32-bit fraction.
 class CubicSteps {
 public:
     CubicSteps(double y0, double y1, double y2, double y3, int width) {
@@ -61,7 +61,7 @@ public:
         third_ = Fixed(6 * c3);
     }
     int Whole() const { return static_cast<int>(value_ >> 32); }
-    /// Whether the whole part could be another one if the value were larger or smaller by kMargin.
+    /// Whether the integer part would change if the value were larger or smaller by kMargin.
     bool NearStep() const { return static_cast<std::uint32_t>(value_) + kFixedMargin < 2 * kFixedMargin; }
     void Advance() {
         value_ += first_;
@@ -78,14 +78,15 @@ private:
     std::int64_t value_, first_, second_, third_;
 };
 
-constexpr int kExact = 1024;  ///< values below this one are worked out one by one
+constexpr int kExact = 1024;  ///< values below this are computed individually
 
-/// table[i] = Trunc(tone(i)) from `from`, at most `kExact`, to the end: for a power law of an exponent between 0.4 and
-/// 0.6, up to 65535 or a little above.
+/// Sets table[i] = Trunc(tone(i)) from `from`, at most `kExact`, to the end, for a power law with an exponent between
+/// 0.4 and 0.6 and values up to 65535 or slightly above.
 ///
-/// Powers are dear. The cubic through four of them, h apart, is off by at most h^4 * 9/16 / 4! of the fourth derivative
-/// between the two in the middle. With h no more than i / 64 that is 1.4e-9 of the value, 1e-4 at most; the fixed point
-/// adds 64^3 / 6 units, 1e-5. Only what lies within ten times that of a step of the cut is worked out itself.
+/// pow() is slow. The cubic through four values at a distance of h has an error of at most h^4 * 9/16 / 4! of the
+/// fourth derivative between the two middle values. With h no more than i / 64 this is 1.4e-9 of the value, 1e-4 at
+/// most; the fixed point adds 64^3 / 6 units, 1e-5. Only values within ten times this error of a truncation step are
+/// computed individually.
 template <typename Tone>
 void Tabulate(ToneTable& table, int from, Tone tone) {
     for (int i = from; i < kExact; ++i) table[i] = Trunc(tone(i));
@@ -109,7 +110,7 @@ void ShiftTo8(ToneTable& table) {
     for (int& entry : table) entry >>= 8;
 }
 
-// The tones, by name and width of the samples.
+// The tones, by name and sample width.
 
 void Linear_8(ToneTable& table) { ShiftTo8(table); }
 
@@ -138,7 +139,7 @@ void SRGB_16(ToneTable& table) {
 
 constexpr KodakLaw kPhoto{0, 1024, 1.2, 0.0, 2.2};
 constexpr KodakLaw kMix{512, 2048, 1.5, 0.2, 2.2};
-constexpr KodakLaw kMix_16{512, 2048, 1.5, 0.0, 2.2};  // Kept: b is 0.0 where its sibling has 0.2
+constexpr KodakLaw kMix_16{512, 2048, 1.5, 0.0, 2.2};  // Kept: b is 0.0, not 0.2 as for kMix
 constexpr KodakLaw kText{2048, 10240, 2.0, 0.3, 2.2};
 
 template <const KodakLaw& law>
@@ -174,7 +175,7 @@ constexpr OutputSpace kOutputSpaces[] = {
     {CsKodakPhoto_8, ColorSpace_sRGB, 8, CsKodakPhoto_8, Kodak_8<kPhoto>},
     {CsKodakPhoto_16, ColorSpace_sRGB, 16, CsKodakPhoto_16, Kodak_16<kPhoto>},
     {CsKodakMix_8, ColorSpace_sRGB, 8, CsKodakMix_8, Kodak_8<kMix>},
-    {CsKodakMix_16, ColorSpace_sRGB, 8, CsKodakMix_16, Kodak_8<kMix_16>},  // Kept: 8 bits wide, against its name
+    {CsKodakMix_16, ColorSpace_sRGB, 8, CsKodakMix_16, Kodak_8<kMix_16>},  // Kept: 8 bits wide, despite its name
     {CsKodakText_8, ColorSpace_sRGB, 8, CsKodakText_8, Kodak_8<kText>},
     {CsKodakText_16, ColorSpace_sRGB, 16, CsKodakText_16, Kodak_16<kText>},
 };

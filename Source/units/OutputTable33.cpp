@@ -29,7 +29,7 @@ int OutputTable33::Initial(const ICCFILE::CLut16Type* lut) {
     if (identity) {
         Entries = 4096;
         Step = 65535.0 / 4095;
-        Span = 15.0;  // Kept: 16 would follow from the rule below
+        Span = 15.0;  // Kept: 15 instead of 16, which the rule below would give
         for (int c = 0; c < Channels; ++c) {
             for (int i = 0; i < 4096; ++i) Curve[c][i] = 16 * i;
         }
@@ -64,7 +64,7 @@ int OutputTable33::Initial(const unsigned char* red, const unsigned char* green,
         Curve[1][i] = green[i] << 8;
         Curve[2][i] = blue[i] << 8;
     }
-    // A curve of 256 points, whatever the count.
+    // Treated as a curve of 256 points, whatever the count.
     Step = 257.0;
     Span = 256.0;
     for (int v = 0; v < 65535; ++v) {

@@ -9,11 +9,11 @@ namespace ICC40::ICC_UNIT {
 //
 //     C000 + Dx * fx + Dy * fy + Dz * fz
 //
-// where each D is the difference of two corners. Walking from C000 to C111 along the axes in the order of falling
-// fractions passes the four corners of the tetrahedron; D is what the value changes on the way along its axis.
-// The three differences of a tetrahedron therefore add up to C111 - C000.
+// where each D is the difference of two corners. The path from C000 to C111 along the axes in order of decreasing
+// fractions passes the four corners of the tetrahedron; D is the change of the value along its axis. The sum of the
+// three differences is therefore C111 - C000.
 
-/// A corner of a cell as three bits: 4 one step on the first axis, 2 on the second, 1 on the third.
+/// A corner of a cell as three bits: 4 is one step along the first axis, 2 along the second, 1 along the third.
 struct Edge {
     int to, from;
 };
@@ -21,7 +21,7 @@ struct Tetrahedron {
     Edge x, y, z;
 };
 
-/// By number; the paths run from C000 to C111.
+/// By number; the paths lead from C000 to C111.
 inline constexpr Tetrahedron kTetrahedra[6] = {
     {{4, 0}, {6, 4}, {7, 6}},  // 0: C100, C110
     {{4, 0}, {7, 5}, {5, 4}},  // 1: C100, C101
@@ -35,8 +35,8 @@ constexpr int StepX(int corner) { return corner >> 2; }
 constexpr int StepY(int corner) { return corner >> 1 & 1; }
 constexpr int StepZ(int corner) { return corner & 1; }
 
-/// The number of the tetrahedron that three fractions fall into. Equal fractions fall to the later branch; the
-/// tetrahedra meet there, so that a tie decides nothing but which one is evaluated.
+/// The number of the tetrahedron that contains three fractions. Equal fractions select the later branch; since the
+/// tetrahedra meet there, both give the same value.
 template <typename Fraction>
 constexpr int FindTetrahedron(Fraction fx, Fraction fy, Fraction fz) {
     if (fx > fy) {

@@ -9,8 +9,8 @@
 namespace ICC40::ICC_UNIT {
 namespace {
 
-/// Sends each pixel through the unit's own interpolation by way of seven local values, of which the first three are
-/// the input, and writes `channels` results back.
+/// Converts each pixel with the unit's interpolation through seven local values, of which the first three are the
+/// input, and writes back `channels` results.
 void ConvertWorkingBuffer(ColorTable33& grid, Info* info, int channels) {
     const int pixels = WorkingPixels(*info, channels);
     unsigned short* pixel = info->WorkBuf.get();

@@ -6,15 +6,16 @@
 
 namespace ICC40::ICC_UNIT {
 
-/// `ColorTable33` with 4 output channels, for a working buffer of 4 samples a pixel. Interpolation writes a to d;
-/// loading, resampling and the transformations are those of the base, and the latter change channels 0 to 2 only.
+/// `ColorTable33` with 4 output channels, for a working buffer with 4 samples per pixel. Interpolation writes a to d.
+/// Loading, resampling and the transformations are those of the base class; the transformations change only channels 0
+/// to 2.
 class ColorTable34 : public ColorTable33 {
 public:
     ColorTable34();
     using ColorTable33::Conversion;
     int Conversion(unsigned short& a, unsigned short& b, unsigned short& c, unsigned short& d, unsigned short& e,
                    unsigned short& f, unsigned short& g) override;
-    /// The working buffer: reads the first three samples of a pixel and overwrites all of them. Returns 0.
+    /// Converts the working buffer: reads the first three samples of a pixel and overwrites all of them. Returns 0.
     int Conversion(Info* info) override;
 };
 
