@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The caller's adjustments: offsets in lightness, chroma and hue, and curves for the output stage.
+// The caller's adjustments: offsets for lightness, chroma and hue, and curves for the output stage.
 #include <array>
 
 #include "base/Numeric.h"
@@ -15,11 +15,11 @@ int CIccEngineS::Adjust_Lch(double lightness, double chroma, double hue) {
     lightness = FiniteOrZero(lightness);
     chroma = FiniteOrZero(chroma);
     hue = FiniteOrZero(hue);
-    // Kept: only whole parts are compared, so 1.2 after 1.9 rebuilds nothing.
+    // Kept: only integer parts are compared, so 1.2 after 1.9 rebuilds nothing.
     const std::array whole{Trunc(lightness), Trunc(chroma), Trunc(hue)};
     if (whole == std::array{Unit.Lightness, Unit.Chroma, Unit.Hue}) return Unit.OutputSpace;
     const int space = Rebuild([&](const CLut16Type& lut) { Set3DLut(&lut, lightness, chroma, hue); });
-    // Not before: after a build that broke off, the same call again must build.
+    // Stored only now, so that the same call builds again after a failed build.
     Unit.CheckLch(whole[0], whole[1], whole[2]);
     return space;
 }
@@ -30,7 +30,7 @@ int CIccEngineS::Adjust_Output(const unsigned char* red, const unsigned char* gr
     return Rebuild([&](const CLut16Type& lut) {
         ICC_UNIT::LutOutputCurves curves(lut);
         curves.Overlay({red, green, blue}, count);
-        // Kept: the width follows the input encoding and not the output space.
+        // Kept: the width depends on the input encoding, not on the output space.
         const int shift = Unit.InputSpace == ICCFILE::CsRGB_8 ? 8 : 0;
         std::uint32_t* const out[] = {Lut1DOutR, Lut1DOutG, Lut1DOutB};
         for (int c = 0; c < 3; ++c) {

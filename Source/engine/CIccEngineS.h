@@ -12,52 +12,52 @@
 
 namespace ICC40::ICC_ENG_S4 {
 
-/// The colour engine: one device profile, one intent, one input encoding and one output space, and the stage tables
-/// from which pixels are converted.
+/// The colour engine: one device profile, one intent, one input encoding and one output space, with the tables that
+/// convert pixels.
 ///
-/// An engine is close to 2 MB and belongs into static or heap memory, never on a stack. One thread at a time drives
-/// it; the pixel conversions only read, so that two threads may convert while nobody builds.
+/// An engine takes nearly 2 MB and must be in static or heap memory, never on a stack. It may be used by one thread at
+/// a time, except that several threads may convert pixels while none builds.
 ///
-/// `Unit.OutputSpace` is the engine's status: 65535 means that it cannot convert.
+/// `Unit.OutputSpace` is the status of the engine: 65535 means that it cannot convert.
 class CIccEngineS {
 public:
-    static constexpr int kCells = 16;  ///< cells on each axis of the grid
+    static constexpr int kCells = 16;  ///< cells per axis of the grid
 
     CIccEngineS();
     CIccEngineS(const CIccEngineS&) = delete;
     CIccEngineS& operator=(const CIccEngineS&) = delete;
     virtual ~CIccEngineS();
 
-    /// Drops input tables and job; grid, output tables and `File` stay.
+    /// Frees the input tables and resets the job; grid, output tables and `File` do not change.
     void Reset();
 
-    /// Binds a profile. Returns 0, 65530 (input encoding) or 65531 (file); 0 also when no table could be built.
+    /// Binds a profile. Returns 0, 65530 (input encoding) or 65531 (file); also 0 if no table could be built.
     int SetProfile(const char* profile, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
                    ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
-    /// The same; `second` is dropped.
+    /// The same; `second` is ignored.
     int SetProfile(const char* profile, const char* second, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
                    ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
-    /// The same for a profile in memory (borrowed, and not from `File`), as for a file of these bytes. It has no name
-    /// that could tell it from another one, so every call reads it, and what is bound next is read as well.
+    /// The same for a profile in memory (borrowed, and not from `File`), as for a file with these bytes. Since it has
+    /// no name to compare, every call reads it, and the next profile is read as well.
     int SetProfile(std::span<const unsigned char> profile, ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input,
                    ICCFILE::ColorSpaceSignature output, double lightness, double chroma, double hue);
-    /// Whether there are tables to convert by. After `SetProfile`, whether they could be built.
+    /// Whether there are tables to convert with. After `SetProfile`, whether they could be built.
     bool Ready() const { return Unit.OutputSpace != ICC_UNIT::kNoSpace && InEntries != 0; }
-    /// Rebuilds for the profile that is bound. Kept: the three adjustments are ignored, the stored ones are used, and
-    /// the input encoding is not checked. Returns the output space, or 65535.
+    /// Rebuilds the tables for the bound profile. Kept: the three adjustments are ignored, the stored ones are used,
+    /// and the input encoding is not checked. Returns the output space, or 65535.
     int SetIntent(ICCFILE::Intent intent, ICCFILE::ColorSpaceSignature input, ICCFILE::ColorSpaceSignature output,
                   double lightness, double chroma, double hue);
-    /// 65535 without a profile, else as `InputColorSpace2RGB`.
+    /// Returns 65535 without a profile, else the same as `InputColorSpace2RGB`.
     int ConstructEngine(double lightness, double chroma, double hue);
-    /// Builds all three stages. Returns the output space as it stands afterwards, or 65535.
+    /// Builds all three stages. Returns the resulting output space, or 65535.
     int InputColorSpace2RGB(double lightness, double chroma, double hue);
-    /// Rebuilds the grid when the whole part of an offset (L*, C*, degrees) changed. Returns the output space, or
-    /// 65535 when the profile has no usable table.
+    /// Rebuilds the grid if the integer part of an offset (L*, C*, degrees) changed. Returns the output space, or 65535
+    /// if the profile has no usable table.
     int Adjust_Lch(double lightness, double chroma, double hue);
     /// Replaces the output stage by three curves of `count` bytes (borrowed); a null array or a count of 0 changes
-    /// nothing. Returns as `Adjust_Lch`.
+    /// nothing. Returns the same as `Adjust_Lch`.
     int Adjust_Output(const unsigned char* red, const unsigned char* green, const unsigned char* blue, int count);
-    /// The table that the intent selects, or null; lent by `File`.
+    /// The table of the intent, or null; owned by `File`.
     ICCFILE::iccTagBase* GetMft2();
     int Initial(int);        ///< Kept: not implemented, returns 65533
     int DeleteWorkingBuf();  ///< Kept: not implemented, returns 65533
@@ -68,18 +68,18 @@ public:
     /// leaves identity tables. `lut` is not read.
     void Set1DLutOut(const ICCFILE::CLut16Type* lut);
 
-    /// 16-bit pixels from `source` to `dest`, which may be the same. Returns 0.
+    /// Converts 16-bit pixels from `source` to `dest`, which may be the same. Returns 0.
     int Conversion(unsigned short* source, unsigned short* dest, int pixels) const;
-    /// By the input encoding: 16-bit pixels as above (no alignment is needed), or 8-bit pixels over `source`.
-    /// Kept: 8-bit runs are converted in place; `dest` is neither read nor written. Returns 0.
+    /// According to the input encoding, converts 16-bit pixels as above (without alignment requirements), or 8-bit
+    /// pixels in `source`. Kept: 8-bit pixels are converted in place; `dest` is neither read nor written. Returns 0.
     int Conversion(unsigned char* source, unsigned char* dest, int pixels) const;
     int Conversion(unsigned char* source, unsigned short* dest, int pixels) const;  ///< Kept: does nothing, returns 0
-    /// A whole TIFF file; prints three lines. Returns 0.
+    /// Converts a TIFF file; prints three lines. Returns 0.
     int Conversion(const char* source, const char* dest) const;
 
     ICC_UNIT::Info Unit;
     ICCFILE::IccFile4 File;
-    /// Packed input tables: cell index << 16 | fraction of 12 bits, `InEntries` entries each.
+    /// Packed input tables: cell index << 16 | 12-bit fraction, `InEntries` entries each.
     std::unique_ptr<std::uint32_t[]> Lut1DInR;
     std::unique_ptr<std::uint32_t[]> Lut1DInG;
     std::unique_ptr<std::uint32_t[]> Lut1DInB;
@@ -92,11 +92,11 @@ public:
     std::int32_t InEntries = 0;  ///< 0, 256 or 65536
 
 private:
-    /// Marks the engine as one that cannot convert: `OutputSpace` and `BuildResult` 65535. Returns 65535.
+    /// Marks the engine as unable to convert: sets `OutputSpace` and `BuildResult` to 65535. Returns 65535.
     int Refuse();
-    /// Runs `build`, which takes a `CLut16Type`, with the table that the intent selects, and returns the output space.
-    /// Without a table returns 65535 and changes nothing; refuses one that the units cannot use. When memory runs out
-    /// on the way, refuses and passes the exception on. See Rebuild.h.
+    /// Calls `build` with the table of the intent as a `CLut16Type` and returns the output space. Without a table,
+    /// returns 65535 and changes nothing; refuses a table that the units cannot use. If memory runs out, refuses and
+    /// rethrows the exception. See Rebuild.h.
     template <typename Build>
     int Rebuild(const Build& build);
     struct Job {
@@ -104,21 +104,21 @@ private:
         ICCFILE::ColorSpaceSignature input, output;
         double lightness, chroma, hue;
     };
-    /// What `SetProfile` does with a path, or with bytes. When memory runs out, refuses and passes the exception on.
+    /// Implements `SetProfile` for a path or for bytes. If memory runs out, refuses and rethrows the exception.
     template <typename Profile>
     int BindOrRefuse(Profile profile, const Job& job);
-    /// The same; an exception leaves the engine half bound.
+    /// The same; an exception leaves the engine partially bound.
     template <typename Profile>
     int Bind(Profile profile, const Job& job);
-    /// Remembers which profile is bound. Returns whether it may be another one than before.
+    /// Stores which profile is bound. Returns whether it may differ from the previous one.
     bool Remember(const char* path);
     bool Remember(std::span<const unsigned char> profile);
-    /// 16-bit pixels at any address; nothing when the tables are not those of the 16-bit path.
+    /// Converts 16-bit pixels at any address; does nothing if the tables are not those of the 16-bit path.
     void ConvertWide(const unsigned char* source, unsigned char* dest, int pixels) const;
-    /// All three stages from one table.
+    /// Builds all three stages from one table.
     void BuildStages(const ICCFILE::CLut16Type& lut, double lightness, double chroma, double hue);
 
-    bool nameless_ = false;  ///< the profile came from memory
+    bool nameless_ = false;  ///< the profile is from memory
 };
 
 }  // namespace ICC40::ICC_ENG_S4

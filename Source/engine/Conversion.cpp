@@ -6,7 +6,7 @@
 namespace ICC40::ICC_ENG_S4 {
 namespace {
 
-/// The quickest loop for a run: a block's overhead pays from a few pixels on.
+/// The fastest loop for a number of pixels: the overhead of a block pays off from a few pixels on.
 const Kernel& KernelFor(int pixels) {
     constexpr int kShortRun = 8;
     if (pixels < kShortRun) return kPlainKernel;
@@ -39,10 +39,10 @@ int CIccEngineS::Conversion(unsigned char* source, unsigned char* dest, int pixe
 int CIccEngineS::Conversion(unsigned char*, unsigned short*, int) const { return 0; }
 
 void CIccEngineS::ConvertWide(const unsigned char* source, unsigned char* dest, int pixels) const {
-    // After a SetIntent that found no table, the tables may still be those of the 8-bit path.
+    // If SetIntent found no table, the tables may still be those of the 8-bit path.
     if (InEntries != 65536 || source == nullptr || dest == nullptr) return;
-    // Each pixel is read before it is written, but not before its predecessors are: a destination that starts inside
-    // the run changes pixels that are still to come.
+    // Each pixel is read before it is written, but after the previous ones are written: a destination that starts
+    // inside the source changes pixels that are converted later.
     const auto from = reinterpret_cast<std::uintptr_t>(source), to = reinterpret_cast<std::uintptr_t>(dest);
     const bool ahead = to > from && to - from < 6 * static_cast<std::uintptr_t>(pixels);
     (ahead ? kPlainKernel : KernelFor(pixels)).words(StagesOf(*this), source, dest, pixels);

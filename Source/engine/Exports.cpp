@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The boundary of the library: sixteen functions over three engines. Nothing else is exported, no exception passes,
-// and what a caller sees is an engine's output space.
+// The exports of the library: sixteen functions for three engines. No exception leaves them, and callers see only the
+// engine's output space.
 #include <cstdint>
 #include <iostream>
 
@@ -15,13 +15,13 @@ using ICC40::ICC_UNIT::kUnset;
 using ICC40::ICCFILE::ColorSpaceSignature;
 using ICC40::ICCFILE::Intent;
 
-// Built in this order when the library is loaded, destroyed in the reverse order when it is unloaded.
+// Constructed in this order when the library is loaded, destroyed in reverse order when it is unloaded.
 Engine IccEngine;
 Engine IccEngine_2nd;
 Engine IccEngine_3rd;
 
-/// Runs an operation whose own result is dropped, and returns the engine's output space after it. An exception has
-/// left the engine at 65535 if it struck during a build.
+/// Runs an operation, ignores its result, and returns the engine's output space afterwards. An exception during a build
+/// has set the engine to 65535.
 template <typename Operation>
 std::int32_t SpaceAfter(Engine& engine, const Operation& operation) noexcept {
     try {
@@ -31,7 +31,7 @@ std::int32_t SpaceAfter(Engine& engine, const Operation& operation) noexcept {
     return engine.Unit.OutputSpace;
 }
 
-/// CsNone as an input encoding stands for CsRGB_8.
+/// CsNone as an input encoding means CsRGB_8.
 std::int32_t OrRGB8(std::int32_t input) { return input == kUnset ? std::int32_t{ICC40::ICCFILE::CsRGB_8} : input; }
 
 std::int32_t SetProfile(Engine& engine, const char* profile, const char* second, std::int32_t intent,
@@ -68,7 +68,7 @@ std::int32_t ConvertFile(Engine& engine, const char* source, const char* dest) n
 
 }  // namespace
 
-// Kept: CsNone as the input encoding works on the first engine only; the other two refuse it.
+// Kept: CsNone as the input encoding is accepted only by the first engine.
 int32_t Orvix_Icc_SetProfile(const char* profile, const char* second, int32_t intent, int32_t input,
                              int32_t output) noexcept {
     return SetProfile(IccEngine, profile, second, intent, OrRGB8(input), output);

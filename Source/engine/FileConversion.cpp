@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// A whole TIFF file through an engine: the one place where colour meets image files.
+// Converts a TIFF file with an engine: the only place that combines colour and image files.
 #include <algorithm>
 #include <bit>
 #include <cstdint>
@@ -15,12 +15,12 @@ namespace {
 
 using Orvix_Tiff_STL2::CTiff;
 
-/// Turns 16-bit samples between the file's byte order and the machine's.
+/// Converts 16-bit samples between the byte order of the file and that of the machine.
 void SwapSamples(unsigned char* samples, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i, samples += 2) std::swap(samples[0], samples[1]);
 }
 
-/// Pixels to convert: width times height, and no more than the buffer holds.
+/// Number of pixels to convert: width times height, but no more than the buffer holds.
 int PixelsOf(const CTiff& image, std::size_t pixelBytes) {
     const std::int64_t stated = std::int64_t{image.GetTagValue(Orvix_Tiff_STL2::kImageWidth)} *
                                 image.GetTagValue(Orvix_Tiff_STL2::kImageLength);
@@ -28,7 +28,7 @@ int PixelsOf(const CTiff& image, std::size_t pixelBytes) {
     return static_cast<int>(std::clamp(stated, std::int64_t{0}, std::min(held, std::int64_t{INT32_MAX})));
 }
 
-/// A line of the progress log. The log has no clock: its counts are always 0.
+/// Prints one line of the progress log. No times are measured: its counts are always 0.
 void Log(const char* event) { std::cout << "Start Conversion(" << event << std::endl; }
 
 }  // namespace
@@ -36,7 +36,7 @@ void Log(const char* event) { std::cout << "Start Conversion(" << event << std::
 int CIccEngineS::Conversion(const char* source, const char* dest) const {
     CTiff image;
     if (image.ReadFile(source) < 0) return -1;
-    // Kept: the width of the samples is the engine's, whatever the file says of itself.
+    // Kept: the sample width is that of the engine, not of the file.
     const bool wide = Unit.InputSpace == ICCFILE::CsRGB_16;
     const std::size_t pixelBytes = wide ? 6 : 3;
     unsigned char* pixels = image.GetImageBuf();
@@ -52,9 +52,9 @@ int CIccEngineS::Conversion(const char* source, const char* dest) const {
     Log("Stop) :  End Conversion(count : 0)");
 
     image.RemoveIcc();
-    // Saving would empty a file of which nothing was read.
+    // If nothing could be read, saving would truncate the source.
     const bool keep = image.tags.empty() && SameFile(source, dest);
-    image.SaveFile(keep ? nullptr : dest);  // Kept: its result is not looked at
+    image.SaveFile(keep ? nullptr : dest);  // Kept: the result is ignored
     return 0;
 }
 

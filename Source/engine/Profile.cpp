@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Binding a profile: reading it, choosing its table, and building the stages from it.
+// Binds a profile: reads it, selects its table and builds the stages.
 #include <utility>
 
 #include "engine/Rebuild.h"
@@ -15,7 +15,7 @@ using ICCFILE::ColorSpaceSignature;
 
 namespace {
 
-/// The table of an intent; "A2B1" stands in for one that is absent. An unknown intent is a perceptual one.
+/// The table of an intent; "A2B1" replaces a missing table. An unknown intent means perceptual.
 ICCFILE::icTagSignature TableOf(ICCFILE::Intent intent) {
     switch (intent) {
         case ICCFILE::IntentRelativeColorimetric:
@@ -79,7 +79,7 @@ int CIccEngineS::BindOrRefuse(Profile profile, const Job& job) {
     try {
         return Bind(profile, job);
     } catch (...) {
-        File.Reset();  // a part of a profile must not pass for all of it
+        File.Reset();  // a partially read profile must not be used
         Refuse();
         throw;
     }
@@ -98,7 +98,7 @@ bool CIccEngineS::Remember(std::span<const unsigned char>) {
 
 template <typename Profile>
 int CIccEngineS::Bind(Profile profile, const Job& job) {
-    // In every case, also when the rest fails.
+    // Always, even if the rest fails.
     const bool changed = Remember(profile);
     if (!changed && Unit.OutputSpace != kNoSpace && Unit.Intent == job.intent && Unit.InputSpace == job.input &&
         Unit.OutputSpace == job.output) {
@@ -118,7 +118,7 @@ int CIccEngineS::Bind(Profile profile, const Job& job) {
         Refuse();
         return ICC_UNIT::kUnreadable;
     }
-    // Kept: a profile without a usable tag is no failure here; the output space stays as it was asked for.
+    // Kept: a profile without a lutAToB tag is not an error here; the output space stays as requested.
     Unit.BuildResult = InputColorSpace2RGB(job.lightness, job.chroma, job.hue);
     return 0;
 }
@@ -126,11 +126,11 @@ int CIccEngineS::Bind(Profile profile, const Job& job) {
 int CIccEngineS::SetIntent(ICCFILE::Intent intent, ColorSpaceSignature input, ColorSpaceSignature output, double,
                            double, double) {
     if (Unit.InputSpace == input && Unit.Intent == intent && Unit.OutputSpace == output) return output;
-    // Kept: neither the encoding nor the profile's state is looked at, so that an empty engine takes the new values.
+    // Kept: neither the encoding nor the state of the profile is checked, so an empty engine stores the new values.
     Unit.InputSpace = input;
     Unit.OutputSpace = output;
     Unit.Intent = intent;
-    // Kept: a fraction given to Adjust_Lch is lost here.
+    // Kept: the fractional part of a value given to Adjust_Lch is lost here.
     return Rebuild([this](const CLut16Type& lut) { BuildStages(lut, Unit.Lightness, Unit.Chroma, Unit.Hue); });
 }
 

@@ -18,7 +18,7 @@ int CIccEngineS::Rebuild(const Build& build) {
     };
     try {
         const auto* lut = dynamic_cast<const CLut16Type*>(tag);
-        // Of any other tag a table is made for the time of the build, and of one that is no LUT an unusable one.
+        // Any other tag is converted to a temporary table; a tag that is no LUT gives an unusable table.
         return lut != nullptr ? use(*lut) : use(CLut16Type(dynamic_cast<const ICCFILE::CLut*>(tag)));
     } catch (...) {
         Refuse();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The three stages of an engine, copied out of the units that build them.
+// The three stages of an engine, built from the units.
 #include <algorithm>
 #include <iterator>
 #include <numeric>
@@ -24,17 +24,17 @@ using ICCFILE::CXYZType;
 
 namespace {
 
-/// Cell index in the high half, 12 bits of fraction in the low half. The mask does not follow the shift, which is
+/// Cell index in the upper half, 12-bit fraction in the lower half. The mask does not depend on the shift, which is
 /// always 12.
 std::uint32_t Pack(unsigned short value, int shift) {
     return static_cast<std::uint32_t>(value >> shift) << 16 | (value & 0xfffU);
 }
 
-/// The input curves at every sample of the encoding: the 16-bit values that an `InputTable33` holds after it loaded
-/// the table and, unless it is for 16-bit RGB, was reduced to 8 bits.
+/// The input curves at every sample of the encoding: the 16-bit values that an `InputTable33` contains after loading
+/// the table and, unless it is for 16-bit RGB, reducing it to 8 bits.
 void SampleInputCurves(const CLut16Type& lut, ICCFILE::ColorSpaceSignature space, unsigned short* const (&tables)[3]) {
     if (space == ICCFILE::CsLab_8 || space == ICCFILE::CsLab_16) {
-        // Kept: curves for Lab, of which the RGB path takes every 256th value.
+        // Kept: curves for Lab, from which the RGB path takes every 256th value.
         const auto unit = std::make_unique<InputTable33>();
         unit->Initial(&lut, space);
         unit->Change_Lut16_To_Lut8();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// For the vectors that every processor of the architecture has: SSE2 or NEON.
+// Kernel for the vector instructions that every processor of the architecture has: SSE2 or NEON.
 #include "engine/kernels/BlockKernel.h"
 
 #if defined(__SSE2__)
@@ -16,8 +16,8 @@ constexpr char kName[] = "sse2";
 struct Machine {
     using Ints = Ints4;
 
-    /// SSE2 multiplies 16 bits with 16 bits only. A fraction has 12; standing in both halves of its lane it gives the
-    /// low half of each half's product, and the carry from the low half of the lane into the high one.
+    /// SSE2 multiplies only 16 bits by 16 bits. A fraction has 12 bits; with a copy in both halves of its lane, it
+    /// gives the low half of each partial product, and the carry from the low half of the lane to the high half.
     static Ints Mix(const Lanes<Ints>::Columns& c, Ints fr, Ints fg, Ints fb) {
         const Ints red = fr | fr << 16, green = fg | fg << 16, blue = fb | fb << 16;
         const Ints products = Low(c.at[1], red) + Low(c.at[2], green) + Low(c.at[3], blue);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The pixel loop in blocks. A pixel's way through the stages is a chain of look-ups, each of which waits for the one
-// before, with an unpredictable branch in the middle. Here each stage runs over a whole block before the next one
-// starts: the waits of many pixels overlap and the comparisons become arithmetic. Prefetching the grid's records,
-// gathering instructions and blocks of other sizes were measured too; none is faster.
+// The pixel loop in blocks. For a single pixel, the stages are a chain of dependent look-ups with an unpredictable
+// branch in the middle. Here each stage processes a whole block before the next one starts: the latencies of many
+// pixels overlap, and comparisons become arithmetic. Prefetching the records of the grid, gather instructions and other
+// block sizes were measured and are not faster.
 //
-// Compiled once for each instruction set; `Machine` names the vectors and how they mix. Local to the file that
-// includes it, see Samples.h.
+// Compiled once for each instruction set; `Machine` defines the vectors and how they are combined. Local to the
+// including file, see Samples.h.
 #pragma once
 
 #include "engine/kernels/Kernels.h"
@@ -19,11 +19,11 @@ namespace {
 
 constexpr int kBlock = 64;  ///< pixels
 
-/// What the stages of a block hand on.
+/// Intermediate values between the stages of a block.
 struct Block {
-    alignas(32) std::uint32_t input[3][kBlock];  ///< entries of the input tables, then their fractions
-    alignas(32) std::uint32_t record[kBlock];    ///< index of a record of the grid
-    alignas(32) std::uint32_t value[3][kBlock];  ///< index of an entry of the output tables
+    alignas(32) std::uint32_t input[3][kBlock];  ///< entries of the input tables, later their fractions
+    alignas(32) std::uint32_t record[kBlock];    ///< index of a grid record
+    alignas(32) std::uint32_t value[3][kBlock];  ///< index into the output tables
 };
 
 template <typename Machine>
@@ -44,12 +44,13 @@ struct BlockLoop {
             block.input[1][i] = green[Load<Sample>(source + kStep)];
             block.input[2][i] = blue[Load<Sample>(source + 2 * kStep)];
         }
-        // The last vector's unused lanes stand on the first cell.
+        // Unused lanes of the last vector refer to the first cell.
         for (; i % kLanes != 0; ++i) block.input[0][i] = block.input[1][i] = block.input[2][i] = 0;
     }
 
-    /// Splits the entries into fractions and the index of a record. A comparison that holds is -1 in its lane. Of the
-    /// eight outcomes of the three comparisons two cannot be; for the others this sum is the tetrahedron's number.
+    /// Splits the entries into fractions and the index of a record. A true comparison gives -1 in its lane. Two of the
+    /// eight outcomes of the three comparisons are impossible; for the others this sum is the number of the
+    /// tetrahedron.
     static void FindRecords(int pixels, Block& block) {
         for (int i = 0; i < pixels; i += kLanes) {
             const Ints red = Vector::Read(&block.input[0][i]);

@@ -10,16 +10,16 @@ namespace ICC40::ICC_ENG_S4 {
 /// One tetrahedron of one cell: for each output channel the constant and the weights of the three fractions.
 using Record = std::int32_t[3][4];
 
-/// The tables of an engine as the pixel loops read them; borrowed.
+/// The tables of an engine for the pixel loops; not owned.
 struct Stages {
-    const std::uint32_t* in[3];   ///< cell index << 16 | fraction of 12 bits; 256 or 65536 entries
+    const std::uint32_t* in[3];   ///< cell index << 16 | 12-bit fraction; 256 or 65536 entries
     const Record* grid;           ///< six for each of the 4096 cells
     const std::uint32_t* out[3];  ///< 65536 entries
 };
 
-/// Converts `pixels` interleaved RGB pixels, whose samples stand in the machine's byte order at any address. Fewer
-/// than one pixel is none. `dest` may be `source` or lie before it, but must not start inside the run: a loop reads
-/// many pixels before it writes them.
+/// Converts `pixels` interleaved RGB pixels with samples in the machine's byte order at any address. A number below 1
+/// converts nothing. `dest` may be `source` or lie before it, but must not start inside the source pixels, because a
+/// loop reads many pixels before it writes them.
 using PixelLoop = void (*)(const Stages& stages, const unsigned char* source, unsigned char* dest, std::int64_t pixels);
 
 /// The pixel loops of one instruction set.
@@ -29,10 +29,11 @@ struct Kernel {
     PixelLoop words;  ///< 16-bit samples
 };
 
-/// The loop as it is defined, a pixel at a time: `dest` may lie anywhere. All others give the same result.
+/// The loop that defines the results, one pixel at a time: `dest` may be anywhere. All other loops give the same
+/// result.
 extern const Kernel kPlainKernel;
 
-/// What this processor can run, slowest first and `kPlainKernel` first of all.
+/// The kernels that this processor supports, slowest first, starting with `kPlainKernel`.
 std::span<const Kernel* const> Kernels();
 
 }  // namespace ICC40::ICC_ENG_S4

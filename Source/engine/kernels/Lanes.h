@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Vectors of 32-bit integers in the compilers' own notation, which every instruction set understands.
+// Vectors of 32-bit integers in the compilers' portable notation, for all instruction sets.
 #pragma once
 
 #include <cstdint>
 #include <utility>
 
 namespace ICC40::ICC_ENG_S4 {
-// Local to each file that includes it, see Samples.h.
+// Local to each including file, see Samples.h.
 namespace {
 
-// Spelled out, because g++ 12 forgets a vector's size that depends on a template's argument.
+// Spelled out, because g++ 12 loses a vector size that depends on a template argument.
 typedef std::int32_t Ints4 __attribute__((vector_size(16)));
 typedef std::int32_t Ints8 __attribute__((vector_size(32)));
 
@@ -60,7 +60,7 @@ private:
         }
     }
 
-    /// Two neighbours of each group, from `kFrom` on: first of a, first of b, second of a, second of b.
+    /// Two adjacent elements of each group, from `kFrom` on: first of a, first of b, second of a, second of b.
     template <int kFrom, int... kLane>
     static Ints Zip(Ints a, Ints b, std::integer_sequence<int, kLane...>) {
         return __builtin_shufflevector(a, b, (kLane / 4 * 4 + kFrom + kLane % 4 / 2 + kLane % 2 * kCount)...);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The pixel loop as it is defined: look-ups, integer multiplications and shifts, and nothing else.
+// The pixel loop that defines the results: only look-ups, integer multiplications and shifts.
 #include "engine/kernels/Kernels.h"
 #include "engine/kernels/Samples.h"
 #include "units/Tetrahedra.h"
@@ -8,10 +8,10 @@
 namespace ICC40::ICC_ENG_S4 {
 namespace {
 
-/// Each pixel is read wholly before it is written.
+/// Each pixel is read completely before it is written.
 ///
-/// The value of a channel is a convex mix of grid values between 0 and 65535, so that it stays an index of the
-/// output table without a clamp. There is no rounding term, and the shift is 12 whatever the engine's `Shift` holds.
+/// The value of a channel is a weighted mean of grid values between 0 and 65535, so it is a valid index into the output
+/// table without clamping. There is no rounding term, and the shift is 12 whatever the engine's `Shift` is.
 template <typename Sample>
 void Convert(const Stages& stages, const unsigned char* source, unsigned char* dest, std::int64_t pixels) {
     constexpr std::size_t kStep = sizeof(Sample);

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 namespace ICC40::ICC_ENG_S4 {
-// Local to each file that includes it: the kernels are compiled for different processors, and of a function that two
-// of them shared, the linker could keep the one that not every processor understands.
+// Local to each including file: the kernels are compiled for different processors, and if they shared a function, the
+// linker could keep a copy that some processors do not support.
 namespace {
 
 /// A sample in the machine's byte order, at any address.
@@ -17,7 +17,7 @@ Sample Load(const unsigned char* at) {
     return sample;
 }
 
-/// The low bits of `value`, likewise.
+/// Stores the low bits of `value` in the same way.
 template <typename Sample>
 void Store(unsigned char* at, std::uint32_t value) {
     const auto sample = static_cast<Sample>(value);
