@@ -21,8 +21,8 @@ namespace {
 constexpr std::uint64_t kHeaderBytes = 128;
 constexpr std::uint64_t kTableStart = 132;
 constexpr std::uint64_t kEntryBytes = 12;
-// What a tag counts against the budget of its file beside its bytes. It takes time and a few objects, of which a
-// curved table has a dozen.
+// Cost of a tag, beyond its bytes, in the budget of its file. A tag takes time and a few objects; an "mAB " table has a
+// dozen.
 constexpr std::uint64_t kTagCost = 256;
 constexpr std::uint64_t kLutTagCost = 512;
 using HeaderBytes = std::array<unsigned char, kHeaderBytes>;
@@ -50,7 +50,7 @@ void WalkHeader(Header& header, Word32 word32, Word16 word16, Raw bytes) {
     bytes(100, header.headerReserved);
 }
 
-/// Four bytes of a file, given as they stand in memory.
+/// Four bytes of a file, as they are in memory.
 std::uint32_t Decoded(unsigned stored) {
     unsigned char bytes[4];
     std::memcpy(bytes, &stored, sizeof bytes);
@@ -72,7 +72,7 @@ std::unique_ptr<iccTagBase> NewLutTag(icTagSignature name, std::uint32_t type) {
     return std::make_unique<CLut8Type>();
 }
 
-/// The class for a tag: the name counts first, the type only where the name leaves it open.
+/// The class for a tag: determined by the name, and by the type only if the name leaves it open.
 std::unique_ptr<iccTagBase> NewTag(icTagSignature name, std::uint32_t type) {
     if (IsLutTag(name)) return NewLutTag(name, type);
     switch (static_cast<std::uint32_t>(name)) {
@@ -92,7 +92,7 @@ std::unique_ptr<iccTagBase> NewTag(icTagSignature name, std::uint32_t type) {
             return std::make_unique<CTextDescriptionType>();
         case Signature("cprt"):
             return std::make_unique<CTextType>();
-        // Kept: the crossed pair. A "cprt" is a text whatever its type, an unknown "text" a description.
+        // Kept: "cprt" is a text whatever its type, and a "text" with an unknown name is a description.
         default:
             if (type == Signature("text")) return std::make_unique<CTextDescriptionType>();
             return std::make_unique<CDataType>();
@@ -130,8 +130,8 @@ void IccFile4::ReadFrom(ByteSource& source) {
 
     std::vector<unsigned char> table(count * kEntryBytes);
     table.resize(source.Read(table));
-    // Entries may share a block and every one gets a copy: what the copies may take follows from the file's size.
-    // Eight times the file is room for the tables of all intents, both ways, in one block.
+    // Entries can share a block, and each gets a copy: the total size of the copies is limited by the size of the file.
+    // Eight times the file size allows the tables of all intents, in both directions, in one block.
     const std::uint64_t budget = 8 * fileSize + (std::uint64_t{4} << 20);
     std::uint64_t spent = 0;
     source.ReadAhead();
@@ -166,13 +166,13 @@ int IccFile4::AddIccTagData(unsigned sig, unsigned offset, unsigned size, std::F
     const std::uint64_t declared = Decoded(size);
     ByteSource source(stream);
     if (start + declared > source.Size() || RoundUp4(declared) > INT32_MAX) return 0;
-    // The rounding may reach past the end of the file; what is not there is 0.
+    // Rounding may extend beyond the end of the file; missing bytes are 0.
     Append(Decoded(sig), source.Block(start, RoundUp4(declared)));
     return 0;
 }
 
 void IccFile4::Append(std::uint32_t name, std::span<const unsigned char> block) {
-    // A tag copies its block and does not write to it. An empty one has no bytes that a tag could look at, wherever it
+    // A tag copies its block and does not write to it. An empty block has no bytes for a tag to read, wherever it
     // begins.
     unsigned char* data = block.empty() ? nullptr : const_cast<unsigned char*>(block.data());
     tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), data, static_cast<int>(block.size())));

@@ -8,7 +8,7 @@
 
 namespace ICC40::ICCFILE {
 
-/// The rendering intent and the pixel encodings are those of the public header.
+/// Rendering intents and pixel encodings are those of the public header.
 using Intent = ::HueweaveIntent;
 using ColorSpaceSignature = ::HueweaveColorSpace;
 using enum ::HueweaveIntent;
@@ -18,7 +18,7 @@ using enum ::HueweaveColorSpace;
 
 namespace ICC40::ICC4_HEADER {
 
-/// A tag's name in the tag table, and the type at the start of its block; big-endian characters, held in host order.
+/// A tag's name in the tag table, and the type at the start of its block: big-endian characters, in host byte order.
 enum icTagSignature : std::uint32_t {};
 enum icTagTypeSignature : std::uint32_t {};
 

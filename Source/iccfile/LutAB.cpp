@@ -15,8 +15,8 @@ constexpr std::uint64_t kGridData = 20;
 
 constexpr std::uint64_t kCurveHead = 12;
 
-/// One curve after the other from `at` on, as many as there is room for. Parts may share their bytes; `left` is what
-/// they may still take in all.
+/// Reads consecutive curves from `at` on, as many as `curves` holds. Parts of the block can be shared; `left` is the
+/// number of bytes that may still be decoded in total.
 void ReadCurves(const TagReader& block, std::uint64_t at, icTagSignature tagName,
                 std::span<std::unique_ptr<CCurveType>> curves, std::uint64_t& left) {
     for (std::unique_ptr<CCurveType>& curve : curves) {
@@ -28,7 +28,7 @@ void ReadCurves(const TagReader& block, std::uint64_t at, icTagSignature tagName
     }
 }
 
-/// As many of the curves as there are channels, at most all.
+/// The curves for the channels, at most all of them.
 std::span<std::unique_ptr<CCurveType>> First(unsigned channels, std::span<std::unique_ptr<CCurveType>> curves) {
     return curves.first(std::min<std::size_t>(channels, curves.size()));
 }
@@ -41,7 +41,7 @@ std::unique_ptr<CLutGrid> ReadGrid(const TagReader& block, std::uint64_t at, uns
     for (std::size_t i = 0; i < grid->padding.size(); ++i) grid->padding[i] = block.U8(at + kGridPrecision + 1 + i);
 
     std::uint64_t bytes = std::uint64_t{grid->precision} * outputChan;
-    // Stopped once no block can hold it, so that the product does not wrap around.
+    // Stops when no block can hold the data, so that the product does not wrap around.
     for (std::size_t axis = 0; axis < std::min<std::size_t>(inputChan, 16) && bytes <= block.Size(); ++axis) {
         bytes *= grid->gridPoints[axis];
     }
@@ -72,7 +72,7 @@ unsigned CLut::Initial(icTagSignature tagName, unsigned char* data, int size) {
     aCurveOffset = block.U32(28);
 
     const bool a2b = IsA2B(tagName);
-    std::uint64_t left = 3 * std::uint64_t{block.Size()};  // three sets of curves that share their bytes are sound
+    std::uint64_t left = 3 * std::uint64_t{block.Size()};  // a valid file may share bytes among three sets of curves
     if (bCurveOffset != 0) ReadCurves(block, bCurveOffset, tagName, First(a2b ? outputChan : inputChan, bCurves), left);
     if (mCurveOffset != 0) ReadCurves(block, mCurveOffset, tagName, std::span(&mCurve, 1), left);
     if (clutOffset != 0) clut = ReadGrid(block, clutOffset, inputChan, outputChan, left);

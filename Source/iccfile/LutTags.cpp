@@ -11,17 +11,17 @@
 namespace ICC40::ICCFILE {
 namespace {
 
-// The layout of an "mft2" block, which is taken for every other type in a LUT tag as well.
+// The layout of an "mft2" block, which is also assumed for any other type in a LUT tag.
 constexpr std::uint64_t kMatrix = 12;
 constexpr std::uint64_t kInputEntries = 48;
 constexpr std::uint64_t kOutputEntries = 50;
 constexpr std::uint64_t kTables = 52;
-constexpr int kMostPoints = 33;    ///< on an axis of a grid that the units take
-constexpr std::size_t kSpare = 8;  ///< entries behind each table that nothing fills
+constexpr int kMostPoints = 33;    ///< per axis, for grids that the units support
+constexpr std::size_t kSpare = 8;  ///< unused entries after each table
 
 std::uint64_t Cube(std::uint64_t points) { return points * points * points; }
 
-/// `count` entries from `at` on, and moves `at` behind them.
+/// Reads `count` entries from `at` on and advances `at`.
 template <typename Entry>
 std::unique_ptr<Entry[]> TakeTable(const TagReader& block, std::uint64_t& at, std::uint64_t count) {
     auto table = std::make_unique<Entry[]>(count + kSpare);
@@ -35,7 +35,7 @@ std::unique_ptr<Entry[]> TakeTable(const TagReader& block, std::uint64_t& at, st
     return table;
 }
 
-/// What `CLut16Type` and `CLut8Type` add to the common step.
+/// Common part of `CLut16Type` and `CLut8Type`.
 template <typename Entry, typename Lut>
 void Decode(Lut& lut, const TagReader& block) {
     lut.inputChan = block.U8(8);
@@ -47,12 +47,12 @@ void Decode(Lut& lut, const TagReader& block) {
     lut.outputEnt = block.U16(kOutputEntries);
 
     const std::uint64_t input = std::uint64_t{lut.inputEnt} * lut.inputChan;
-    const std::uint64_t grid = Cube(lut.clutPoints) * lut.outputChan;  // Kept: a cube, whatever `inputChan` is
+    const std::uint64_t grid = Cube(lut.clutPoints) * lut.outputChan;  // Kept: always a cube, whatever `inputChan` is
     const std::uint64_t output = std::uint64_t{lut.outputEnt} * lut.outputChan;
     lut.inputTable.reset();
     lut.clutTable.reset();
     lut.outputTable.reset();
-    // At most 255^3 * 255 entries and then some: far from what 64 bits can count.
+    // At most 255^3 * 255 entries plus the curves, so the sum does not overflow 64 bits.
     if (!block.Holds(kTables, (input + grid + output) * sizeof(Entry))) return;
     std::uint64_t at = kTables;
     lut.inputTable = TakeTable<Entry>(block, at, input);
@@ -60,7 +60,7 @@ void Decode(Lut& lut, const TagReader& block) {
     lut.outputTable = TakeTable<Entry>(block, at, output);
 }
 
-/// One side's curves, if they are all there and none is shorter than the first.
+/// Whether all curves of one side exist and none is shorter than the first.
 using Curves = std::span<const std::unique_ptr<CCurveType>>;
 bool Complete(Curves room, std::size_t count) {
     if (count < 1 || count > room.size()) return false;
@@ -70,14 +70,14 @@ bool Complete(Curves room, std::size_t count) {
     });
 }
 
-/// The first `entries` entries of each of `count` curves, one after the other.
+/// The first `entries` entries of `count` curves, concatenated.
 std::unique_ptr<std::uint16_t[]> Join(Curves curves, std::size_t count, std::uint16_t entries) {
     auto table = std::make_unique<std::uint16_t[]>(count * entries);
     for (std::size_t c = 0; c < count; ++c) std::copy_n(curves[c]->curve.get(), entries, &table[c * entries]);
     return table;
 }
 
-/// `base` to the power of `exponent`, stopped where no grid goes.
+/// `base` to the power of `exponent`; stops at values larger than any grid.
 std::uint64_t Power(std::uint64_t base, unsigned exponent) {
     constexpr std::uint64_t kBeyond = std::uint64_t{1} << 40;
     std::uint64_t value = 1;
@@ -112,7 +112,7 @@ CLut16Type::CLut16Type(const CLut* source) {
     outputChan = source->outputChan;
     if (source->clut == nullptr) return;
     const CLutGrid& grid = *source->clut;
-    clutPoints = grid.gridPoints[0];  // the other axes are taken to be equal
+    clutPoints = grid.gridPoints[0];  // all axes are assumed to be equal
 
     const bool a2b = IsA2B(tagSig);
     const Curves input = a2b ? Curves(source->aCurves) : Curves(source->bCurves);
@@ -127,8 +127,8 @@ CLut16Type::CLut16Type(const CLut* source) {
     outputEnt = static_cast<std::uint16_t>(output[0]->curveCount);
     inputTable = Join(input, inputChan, inputEnt);
     outputTable = Join(output, outputChan, outputEnt);
-    // Kept: the power of `inputChan`, where a block of its own layout always has a cube. The units walk a cube, but
-    // none of more points than they take: few inputs must not ask for the cube of 255.
+    // Kept: the power of `inputChan`, although the "mft2" layout always has a cube. The units use a cube, but only with
+    // a supported number of points: a table with few inputs must not allocate a cube of 255 points.
     const std::uint64_t walked = clutPoints <= kMostPoints ? Cube(clutPoints) * outputChan : 0;
     clutTable = std::make_unique<std::uint16_t[]>(std::max(values, walked));
     std::memcpy(clutTable.get(), grid.gridData.get(), values * 2);

@@ -9,7 +9,7 @@
 namespace ICC40::ICCFILE {
 namespace {
 
-constexpr std::uint64_t kText = 8;  ///< behind type and reserved
+constexpr std::uint64_t kText = 8;  ///< after type and reserved
 constexpr std::uint64_t kValues = 8;
 constexpr std::uint64_t kCurveCount = 8;
 constexpr std::uint64_t kCurveEntries = 12;
@@ -21,7 +21,7 @@ std::unique_ptr<unsigned char[]> CopyText(const TagReader& block) {
     return text;
 }
 
-/// A curve whose block has no known size: as many entries as it announces.
+/// A curve in a block of unknown size: reads as many entries as it declares.
 TagReader AsLongAsItSays(const unsigned char* data) {
     if (data == nullptr) return TagReader(nullptr, 0);
     const std::uint64_t entries = TagReader(data, static_cast<int>(kCurveEntries)).U32(kCurveCount);
@@ -65,7 +65,7 @@ void CCurveType::Decode(const TagReader& block) {
 
 unsigned CCurveType::Initial(icTagSignature tagName, unsigned char* data, int size) {
     const unsigned taken = iccTagBase::Initial(tagName, data, size);
-    // Kept: nothing is copied of a block of size 0, but the curve at `data` is read all the same.
+    // Kept: nothing is copied from a block of size 0, but the curve at `data` is read.
     const TagReader block = size == 0 ? AsLongAsItSays(data) : TagReader(data, size);
     sig = static_cast<icTagTypeSignature>(block.U32(0));
     Decode(block);
@@ -85,7 +85,7 @@ unsigned CCurveType::InitialWithin(icTagSignature tagName, const TagReader& bloc
 }
 
 unsigned CCurveType::SetStep() {
-    tagSize = 2 * curveCount + 14;  // Kept: two bytes more than a curve takes, see CLut
+    tagSize = 2 * curveCount + 14;  // Kept: two bytes more than the curve takes, see CLut
     return tagSize;
 }
 

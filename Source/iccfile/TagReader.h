@@ -8,8 +8,8 @@
 
 namespace ICC40::ICCFILE {
 
-/// Big-endian words of one tag block; past the end every read gives 0, so that the decoders carry no error paths.
-/// What must not be read at all when it does not fit is asked for with `Holds` first.
+/// Reads big-endian words of one tag block; reads beyond the end give 0, so that the decoders need no error handling.
+/// Data that must not be read partially are checked with `Holds` first.
 class TagReader {
 public:
     explicit TagReader(std::span<const unsigned char> block) : block_(block) {}
@@ -26,7 +26,7 @@ public:
     }
 
     std::size_t Size() const { return block_.size(); }
-    /// Bytes from `at` to the end of the block, 0 past it.
+    /// Number of bytes from `at` to the end of the block; 0 beyond it.
     std::size_t Room(std::uint64_t at) const {
         return at < block_.size() ? block_.size() - static_cast<std::size_t>(at) : std::size_t{0};
     }

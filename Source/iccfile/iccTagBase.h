@@ -10,10 +10,11 @@
 
 namespace ICC40::ICCFILE {
 
-/// One tag of a profile: its name, and a verbatim copy of its block, which is all that is ever saved. The classes
-/// derived from it decode what the system needs and never write back.
+/// One tag of a profile: its name, and an unchanged copy of its block, which is what is saved. Derived classes decode
+/// what the system needs and never write back.
 ///
-/// A tag owns its arrays, is built once by `Initial` and not changed afterwards. No operation reports a failure.
+/// A tag owns its arrays, is initialised once by `Initial` and does not change afterwards. No operation reports an
+/// error.
 class iccTagBase : public ICC4_HEADER::icTagBase {
 public:
     iccTagBase() = default;
@@ -21,10 +22,10 @@ public:
     iccTagBase& operator=(const iccTagBase&) = delete;
     virtual ~iccTagBase() = default;
 
-    /// Takes the block of `size` bytes at `data` (borrowed, copied). Returns `size`.
-    /// The type is the block's first word; of a block too short to have one it is what is there, and 0 for the rest.
+    /// Copies the block of `size` bytes at `data`. Returns `size`. The type is the first word of the block; if the
+    /// block is too short, missing bytes are 0.
     virtual unsigned Initial(icTagSignature tagName, unsigned char* data, int size);
-    /// Makes an empty tag: sets name and type, `tagSize` 0, and leaves `reserved` and `tagData`. Returns 0.
+    /// Initialises an empty tag: sets name, type and a `tagSize` of 0, but not `reserved` and `tagData`. Returns 0.
     virtual unsigned Initial(icTagSignature tagName, icTagTypeSignature type);
     /// Kept: does nothing and returns 0; tags are read and saved by the container.
     virtual int Read(std::FILE* stream);
@@ -32,7 +33,7 @@ public:
 
     icTagSignature tagSig{};                   ///< name in the tag table
     std::uint32_t tagSize = 0;                 ///< bytes in `tagData`; from a file, rounded up to a multiple of 4
-    std::unique_ptr<unsigned char[]> tagData;  ///< the block as it stands in the file
+    std::unique_ptr<unsigned char[]> tagData;  ///< the block as in the file
 };
 
 }  // namespace ICC40::ICCFILE

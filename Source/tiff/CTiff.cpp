@@ -16,18 +16,18 @@
 namespace Orvix_Tiff_STL2 {
 namespace {
 
-/// Bytes of a row of pixels; a row starts on a byte.
+/// Bytes per row of pixels; each row starts at a byte.
 int RowBytes(int samples, int width, int bits) {
     return Trunc(std::ceil(WrapMultiply(WrapMultiply(samples, width), bits) * 0.125));
 }
 
-/// Bytes of an image. Kept: unlike a row, each plane of samples is rounded up to whole bytes on its own.
+/// Bytes of an image. Kept: unlike in a row, each plane of samples is rounded up to whole bytes separately.
 double ImageSize(int width, int height, int samples, int bits) {
     return static_cast<double>(height) * std::ceil(static_cast<double>(WrapMultiply(bits, width)) * 0.125) *
            static_cast<double>(samples);
 }
 
-/// A size cut to 64 bits. One of 2^63 and more, which no memory has, is the largest number.
+/// A size limited to 64 bits. Sizes of 2^63 and more, which exceed any memory, give the largest number.
 std::uint64_t Whole(double size) {
     constexpr double kLimit = 9223372036854775808.0;
     if (size >= kLimit) return std::numeric_limits<std::uint64_t>::max();
@@ -52,10 +52,10 @@ int CTiff::ReadFile(const char* fileName) {
     try {
         failure = TryReadFile(fileName);
         if (failure == nullptr) TakeGeometry();
-    } catch (const char* text) {  // of an override
+    } catch (const char* text) {  // thrown by an override
         PrintOpenError(text);
     } catch (...) {
-        Reset();  // what was read so far is no image
+        Reset();  // a partial read is not an image
         std::cout << "*** CTiff::ReadFile() --> unknown Error. ***" << std::endl;
     }
     if (failure != nullptr) PrintOpenError(failure);
@@ -79,14 +79,15 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     const double size = ImageSize(newWidth, newHeight, newSamples, newBits);
     const std::uint64_t bytes = Whole(size);
     auto image = std::make_unique<TiffTag>(kStripOffsets, FieldType{4}, 1, 0, nullptr);
-    // First, so that nothing is made where there is no memory. Kept: 64 bits, of which tag 279 has the low 32.
+    // First, so that nothing is created if there is not enough memory. Kept: 64 bits, of which tag 279 holds the low
+    // 32.
     constexpr std::uint64_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
     const bool wanted = allocate == 1 && size >= 0;
     if (wanted && bytes > kMost) throw std::bad_array_new_length();  // a `std::bad_alloc`
     if (wanted) image->Allocate(static_cast<std::size_t>(bytes));
     const auto unsignedOf = [](int v) { return static_cast<unsigned int>(v); };
 
-    // Kept: this order is the order of the directory, and tag 254 is four bytes instead of one long.
+    // Kept: the directory has this order, and tag 254 has four bytes instead of one long.
     SetTag(TiffTagSignature{254}, 1, 4, 0, nullptr);
     SetTag(kImageWidth, 4, 1, unsignedOf(newWidth), nullptr);
     SetTag(kImageLength, 4, 1, unsignedOf(newHeight), nullptr);
@@ -124,7 +125,7 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
         const std::int64_t wanted = std::max<std::int64_t>(std::int64_t{height} * rowBytes, 0);
         const std::size_t bytes = std::min<std::uint64_t>(static_cast<std::uint64_t>(wanted), ImageBytes());
         [[maybe_unused]] const std::size_t got = bytes == 0 ? 0 : std::fread(imageBuf, 1, bytes, raw.get());
-    } catch (const char* text) {  // of an override
+    } catch (const char* text) {  // thrown by an override
         std::cout << text << std::endl;
     }
     return 0;

@@ -9,11 +9,11 @@
 
 namespace Orvix_Tiff_STL2 {
 
-/// How long data may be of which there are `held` bytes, with zeros for the rest: a file that was cut keeps the size
-/// that it declares, and a few bytes cannot ask for gigabytes.
+/// Maximum size of data of which the file contains `held` bytes, with zeros for the rest: a truncated file keeps its
+/// declared size, but a few bytes cannot require gigabytes.
 constexpr std::uint64_t PaddingLimit(std::uint64_t held) { return 2 * held + (std::uint64_t{8} << 20); }
 
-/// Writes `wanted` bytes: what there is at `bytes`, then zeros. Returns the bytes written.
+/// Writes `wanted` bytes: those at `bytes`, then zeros. Returns the number of bytes written.
 inline std::size_t WritePadded(std::FILE* f, const unsigned char* bytes, std::size_t held, std::size_t wanted) {
     const std::size_t real = std::min(held, wanted);
     std::size_t written = real == 0 ? 0 : std::fwrite(bytes, 1, real, f);

@@ -9,10 +9,10 @@
 namespace Orvix_Tiff_STL2 {
 namespace {
 
-/// Bytes before pixel x of a row: the byte that holds its first bit.
+/// Bytes before pixel x of a row, that is, the index of the byte with its first bit.
 int ColumnOffset(int bits, int samples, int x) { return WrapMultiply(WrapMultiply(bits, samples), x) >> 3; }
 
-/// Rows counted from the bottom. Kept: a row out of range ends at the far end of what a mirror would give.
+/// Rows counted from the bottom. Kept: a row number out of range gives the row at the opposite end of the correct one.
 int MirroredRow(int y, int height) {
     if (y < 0) return 0;
     return y >= height ? WrapSubtract(height, 1) : height - 1 - y;
@@ -39,7 +39,7 @@ void CTiff::SetImageBuf(unsigned char* buf) {
     TiffTag* image = GetTag(kStripOffsets);
     if (image == nullptr) return;
     if (image->data.get() == buf) {
-        owned.release();  // it is its own already, and as long as it was
+        owned.release();  // the tag already owns it, and its size does not change
     } else {
         image->Adopt(owned.release(), static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)));
     }
@@ -99,7 +99,7 @@ int CTiff::ReadBlock(T* buf, int x, int y, int w, int h) {
     if (bits != 8 && bits != 16) return -1;
     auto* to = reinterpret_cast<unsigned char*>(buf);
     const std::int64_t length = ColumnOffset(bits, samples, w);
-    // Kept: the column counts items of T, which are the image's samples only if T fits `bits`.
+    // Kept: the column counts items of T, which are samples of the image only if T matches `bits`.
     const std::int64_t start = WrapMultiply(x, samples) * static_cast<std::int64_t>(sizeof(T));
     for (std::int64_t row = y; row < std::int64_t{y} + h && length > 0; ++row, to += length) {
         const std::span<unsigned char> bytes = Row(static_cast<int>(std::min<std::int64_t>(row, height)), 0);

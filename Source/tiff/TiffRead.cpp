@@ -17,18 +17,18 @@ namespace {
 constexpr std::array<unsigned char, 4> kMagic = {'I', 'I', 42, 0};
 constexpr std::size_t kMostEntries = 29;
 constexpr std::size_t kEntryBytes = 12;
-constexpr std::size_t kFewStrips = 64;  ///< more of a small file are taken out of memory
+constexpr std::size_t kFewStrips = 64;  ///< for more strips, a small file is read into memory
 constexpr FieldType kShort{3}, kLong{4};
 
-/// What the tag data of one directory may take in all.
+/// Limit for the total tag data of one directory.
 std::uint64_t TagDataLimit(std::FILE* f) { return 2 * FileSize(f) + (std::uint64_t{64} << 10); }
 
 void ReadBytes(std::FILE* f, unsigned char* to, std::size_t bytes) {
-    [[maybe_unused]] const std::size_t got = std::fread(to, 1, bytes, f);  // what is not there stays 0
+    [[maybe_unused]] const std::size_t got = std::fread(to, 1, bytes, f);  // missing bytes stay 0
 }
 
-/// The items of a strip array by their declared width: bytes and shorts as such, everything else as 32-bit words.
-/// Up to four bytes of them stand in the entry itself.
+/// The items of a strip array by their declared width: bytes and shorts as such, everything else as 32-bit words. Up to
+/// four bytes are stored in the entry itself.
 std::vector<std::uint32_t> Items(const TiffTag& tag) {
     unsigned char inEntry[4];
     StoreLittle32(inEntry, tag.value);
@@ -49,8 +49,8 @@ std::uint64_t PixelsIn(int width, int height) {
     return static_cast<std::uint64_t>(std::max(width, 0)) * static_cast<std::uint64_t>(std::max(height, 0));
 }
 
-/// Makes room for the image in the data of its tag, for the caller to fill. Returns null for an image that its file
-/// cannot account for.
+/// Allocates the image in the data of its tag, to be filled by the caller. Returns null if the image is too large for
+/// its file.
 unsigned char* AllocateImage(TiffTag& tag, std::uint64_t bytes, std::uint64_t limit) {
     if (bytes <= limit) return tag.AllocateUnset(static_cast<std::size_t>(bytes));
     tag.Adopt(nullptr, 0);
@@ -70,7 +70,7 @@ const char* Tiff::TryReadFile(const char* fileName) {
     if (fileName == nullptr) return " *** Tiff::ReadFile() --> FileName is NULL. *** ";
     const FileHandle f = OpenForReading(fileName);
     if (CheckFile(f.get()) != 0) return fileName;
-    ReadTiff(f.get());  // Kept: a file that it refuses is an empty list, and no failure here
+    ReadTiff(f.get());  // Kept: a file that it refuses gives an empty list and no error
     return nullptr;
 }
 
@@ -86,17 +86,17 @@ int Tiff::ReadTiff(std::FILE* f) {
     const std::size_t entries = LoadLittle16(countBytes.data());
     if (entries > kMostEntries) return -3;
 
-    // The table is read whole first: the data of each entry lie elsewhere.
+    // The table is read first, because the data of the entries are elsewhere in the file.
     std::array<unsigned char, kMostEntries * kEntryBytes> table{};
     const std::size_t whole = std::fread(table.data(), kEntryBytes, entries, f);
     const std::uint64_t limit = TagDataLimit(f);
     std::uint64_t spent = 0;
     for (std::size_t i = 0; i < whole; ++i) {
         const unsigned char* entry = &table[i * kEntryBytes];
-        // Tag and type stand in this order in the first word.
+        // The first word contains tag and type, in this order.
         auto tag = CreateTag(LoadLittle32(entry), LoadLittle32(entry + 4), LoadLittle32(entry + 8), f);
         if (tag == nullptr) continue;
-        // Entries may share their bytes: without a limit a directory could ask for 29 times its file.
+        // Entries can share data: without a limit, a directory could require 29 times the size of its file.
         if (spent + tag->dataSize > limit) tag->Drop();
         spent += tag->dataSize;
         tags.push_back(std::move(tag));
@@ -106,7 +106,7 @@ int Tiff::ReadTiff(std::FILE* f) {
 }
 
 int Tiff::ReadImage(std::FILE* f) {
-    if (GetTag(kStripOffsets) == nullptr) return 0;  // nothing could own an image
+    if (GetTag(kStripOffsets) == nullptr) return 0;  // there is no tag to own an image
     const int width = GetTagValue(kImageWidth);
     const int height = GetTagValue(kImageLength);
     const int rows = GetTagValue(kRowsPerStrip);
@@ -115,16 +115,16 @@ int Tiff::ReadImage(std::FILE* f) {
     const int bits = GetTagValue(kBitsPerSample);
     const auto samples = static_cast<std::uint32_t>(GetTagValue(kSamplesPerPixel));
 
-    // Kept: with several strips the planes stay planes, whatever tag 284 says.
+    // Kept: with several strips the image stays planar, whatever tag 284 states.
     if (rows != height) return ReadMultiStripOffset(f);
     if (planar <= 1) {
         ReadStrip(f, offset, static_cast<std::uint32_t>(GetTagValue(kStripByteCounts)));
     } else if (bits == 1) {
-        // Kept: rows rounded down to whole bytes, and one offset of 16 bits for all planes.
+        // Kept: rows are rounded down to whole bytes, and all planes use one 16-bit offset.
         ReadStrip(f, offset, static_cast<std::uint32_t>(rows) * static_cast<std::uint32_t>(width >> 3) * samples);
     } else {
         ReadMultiStripOffset(f);
-        // The pixels may take as much room as any image of this file, beside the planes that they come from.
+        // The pixels may take as much memory as any image of this file, in addition to the planes.
         const std::uint64_t pixelBytes = (samples == 3 ? 3U : 4U) * (bits == 8 ? 1U : 2U);
         const std::uint64_t most = PaddingLimit(FileSize(f)) / pixelBytes;
         if (PixelsIn(width, rows) > most) {
@@ -146,7 +146,7 @@ void Tiff::ReadStrip(std::FILE* f, std::uint32_t offset, std::uint32_t bytes) {
     ByteSource source(f);
     unsigned char* image = AllocateImage(*tag, bytes, PaddingLimit(source.Size()));
     if (unread) {
-        // An array that could not be read: what is attached now, if anything, is not its data.
+        // The array could not be read; data attached to the tag now are not its own.
         tag->count = 1;
         tag->type = kLong;
     }
@@ -159,7 +159,7 @@ int Tiff::ReadMultiStripOffset(std::FILE* f) {
     TiffTag* counts = GetTag(kStripByteCounts);
     const std::vector<std::uint32_t> offsets = Items(*image);
     const std::vector<std::uint32_t> sizes = counts == nullptr ? std::vector<std::uint32_t>() : Items(*counts);
-    // Kept: tag 273 alone says how many strips there are, as far as both arrays go.
+    // Kept: only tag 273 determines the number of strips, as far as both arrays extend.
     const std::size_t strips = std::min({std::size_t{image->count}, offsets.size(), sizes.size()});
     std::uint64_t total = 0;
     for (std::size_t i = 0; i < strips; ++i) total += sizes[i];
@@ -169,7 +169,7 @@ int Tiff::ReadMultiStripOffset(std::FILE* f) {
     if (to == nullptr) total = 0;
     if (to != nullptr && strips > kFewStrips && source.Size() <= ByteSource::kAhead) source.ReadAhead();
     for (std::size_t i = 0; to != nullptr && i < strips; to += sizes[i], ++i) {
-        // Kept: offsets are signed; a negative one leaves the source where it stands.
+        // Kept: offsets are signed; a negative one does not move the read position.
         if (offsets[i] <= INT32_MAX) source.Seek(offsets[i]);
         source.Read({to, sizes[i]});
     }
@@ -189,15 +189,15 @@ template <typename T>
 int Tiff::Pack(int width, int height) {
     TiffTag* image = GetTag(kStripOffsets);
     if (image == nullptr) return 0;
-    const std::uint64_t planes = GetTagValue(kSamplesPerPixel) == 3 ? 3 : 4;  // Kept: there is no other case
-    // As many pixels as no memory has, at the most: the product of more may not fit in 64 bits.
+    const std::uint64_t planes = GetTagValue(kSamplesPerPixel) == 3 ? 3 : 4;  // Kept: three or four, nothing else
+    // Limited to a number of pixels beyond any memory: a larger product might not fit in 64 bits.
     const std::uint64_t pixels = std::min(PixelsIn(width, height), std::uint64_t{1} << 57);
     const std::uint64_t bytes = pixels * planes * sizeof(T);
     const std::uint64_t held = image->Held(bytes);
     const std::unique_ptr<unsigned char[]> from = std::move(image->data);
     unsigned char* to = AllocateImage(*image, bytes, PaddingLimit(held));
     if (to == nullptr) return 0;
-    std::fill(to, to + image->dataSize, static_cast<unsigned char>(0));  // planes may end before their pixels do
+    std::fill(to, to + image->dataSize, static_cast<unsigned char>(0));  // the planes may contain fewer pixels
     for (std::uint64_t i = 0; i < pixels; ++i) {
         for (std::uint64_t plane = 0; plane < planes; ++plane, to += sizeof(T)) {
             const std::uint64_t at = (plane * pixels + i) * sizeof(T);

@@ -32,7 +32,7 @@ TiffTag::TiffTag(unsigned int typeAndTag, unsigned int itemCount, unsigned int e
 
 void TiffTag::ReadInto(unsigned char* bytes, std::size_t size, std::FILE* f) const {
     if (!SeekTo(f, value)) return;
-    [[maybe_unused]] const std::size_t got = std::fread(bytes, 1, size, f);  // what the file does not hold stays 0
+    [[maybe_unused]] const std::size_t got = std::fread(bytes, 1, size, f);  // missing bytes stay 0
 }
 
 int TiffTag::Size() const {
@@ -99,7 +99,7 @@ std::size_t TiffTag::Held(std::size_t wanted) const {
 }
 
 std::size_t TiffTag::HeldItems(std::size_t size) const {
-    // How long an image is, a caller says by tag 279. The count of its own tag may be that of a file.
+    // The caller states the size of an image in tag 279. The count of its own tag may come from a file.
     return tag == kStripOffsets ? std::min(size, dataSize) : Held(size);
 }
 

@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint32_t kIfdStart = 8;
 constexpr std::size_t kEntryBytes = 12;
 
-/// Kept: entries of these four types always get an offset, also where their data would fit in the entry.
+/// Kept: entries of these four types always have an offset, even if their data would fit in the entry.
 bool AlwaysOffset(FieldType type) { return type >= 6 && type <= 9; }
 
 }  // namespace
@@ -27,7 +27,7 @@ int Tiff::SaveFile(const char* fileName) {
     }
     try {
         return f == nullptr ? 0 : SaveTiff(f.get());
-    } catch (const char* text) {  // of an override
+    } catch (const char* text) {  // thrown by an override
         std::cout << text << std::endl;
     }
     return 0;
@@ -49,11 +49,11 @@ int Tiff::WriteHeader(std::FILE* f) {
 }
 
 int Tiff::WriteIFD(std::FILE* f) {
-    // Tag data are packed behind the directory in list order; then the image, then what is kept of Exif.
+    // Tag data follow the directory in list order, then the image, then the kept part of Exif.
     auto cursor = static_cast<std::uint32_t>(kEntryBytes * tags.size() + 14);
     for (const auto& tag : tags) {
         if (tag->IsLost()) {
-            tag->value = 0;  // there is nothing to point at, and no items are announced below
+            tag->value = 0;  // there are no data to refer to, and no items are declared below
             continue;
         }
         const auto size = static_cast<std::uint32_t>(tag->StoredSize());
