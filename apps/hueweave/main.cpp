@@ -21,7 +21,7 @@ namespace {
 
 using namespace hueweave::tool;
 
-/// Many threads have many files open; the limit that is usual is far below what is allowed.
+/// Many threads open many files, and the default limit is far below the allowed maximum.
 void AllowManyFiles() {
     struct rlimit files {};
     if (::getrlimit(RLIMIT_NOFILE, &files) != 0) return;
@@ -51,14 +51,14 @@ int Run(int count, const char* const* words) {
         if (const int error = OutputError()) RefuseStandardOutput(error);
         return static_cast<int>(status);
     } catch (const std::system_error& error) {
-        // Printing throws this where standard output cannot be written, or a signal ended the waiting for its reader.
+        // Printing throws this if standard output cannot be written, or if a signal ended the wait for its reader.
         ThrowIfInterrupted();
         if (OutputError() == 0) throw;
         RefuseStandardOutput(error.code().value());
     }
 }
 
-/// For failures that no exception can carry: memory that runs out in a destructor, or while the JSON library works.
+/// For failures that cannot be exceptions: memory that runs out in a destructor or in the JSON library.
 [[noreturn]] void EndWithoutMemory() {
     PrintNoMemory();
     std::_Exit(static_cast<int>(Exit::Input));
@@ -67,8 +67,8 @@ int Run(int count, const char* const* words) {
 }  // namespace
 
 int main(int count, char** words) {
-    TakeStandardStreams();  // before anything is opened
-    // Buffers of pixels go back to the system when they are done with, so that memory stays within its limit.
+    TakeStandardStreams();  // before any file is opened
+    // Returns pixel buffers to the system when they are freed, so that memory stays within its limit.
     mallopt(M_MMAP_THRESHOLD, 1 << 18);
     std::set_terminate(EndWithoutMemory);
     WatchSignals();

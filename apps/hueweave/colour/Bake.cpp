@@ -17,7 +17,7 @@ namespace hueweave::tool {
 namespace {
 
 constexpr unsigned kPoints = 33;
-constexpr std::size_t kEntries = 4096;  ///< of an input curve, the most that the engine takes
+constexpr std::size_t kEntries = 4096;  ///< of an input curve; the engine's maximum
 using Curve = std::vector<double>;      ///< rising from 0 to 1
 using Curves = std::array<Curve, 3>;
 
@@ -27,7 +27,7 @@ double Luminance(double lightness) {
     return lightness > 8.0 ? f * f * f : lightness / 903.2963;
 }
 
-/// Made to rise from 0 to 1; empty if it does not rise.
+/// The curve, forced to rise from 0 to 1; empty if it does not rise.
 Curve Normalised(Curve curve) {
     for (std::size_t i = 1; i < curve.size(); ++i) curve[i] = std::max(curve[i], curve[i - 1]);
     const double low = curve.front(), span = curve.back() - low;
@@ -36,7 +36,7 @@ Curve Normalised(Curve curve) {
     return curve;
 }
 
-/// How light grows with each channel: the curves of a matrix profile, or the neutral ramp of a table.
+/// Light as a function of each channel: the curves of a matrix profile, or the neutral ramp of a table.
 Curves LightCurves(LcmsWork& work, cmsHPROFILE profile, cmsHTRANSFORM toLab) {
     Curves curves;
     if (cmsIsMatrixShaper(profile) && !cmsIsTag(profile, cmsSigAToB0Tag)) {
@@ -63,7 +63,7 @@ Curves LightCurves(LcmsWork& work, cmsHPROFILE profile, cmsHTRANSFORM toLab) {
     return curves;
 }
 
-/// Where a rising curve reaches `value`, 0 to 1.
+/// The position, 0 to 1, where a rising curve reaches `value`.
 double Inverse(const Curve& curve, double value) {
     const auto above = std::lower_bound(curve.begin(), curve.end(), value);
     if (above == curve.begin()) return 0.0;
@@ -84,7 +84,7 @@ void Put32(Bytes& out, std::uint32_t value) {
 }
 unsigned Quantise(double value, double top) { return static_cast<unsigned>(std::lround(std::clamp(value, 0.0, top))); }
 
-/// A block of type "mft2". The grid is written by hand, so that no optimisation of Little CMS changes it.
+/// A block of type "mft2". The grid is written directly, so that no optimisation of Little CMS changes it.
 Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab) {
     Bytes out{'m', 'f', 't', '2', 0, 0, 0, 0, 3, 3, kPoints, 0};
     for (unsigned i = 0; i < 9; ++i) Put32(out, i % 4 == 0 ? 0x10000 : 0);
@@ -114,7 +114,7 @@ Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab) {
     return out;
 }
 
-/// The profile around the tables: header and texts by Little CMS, then the three tables.
+/// The complete profile: header and texts by Little CMS, then the three tables.
 Bytes Assemble(LcmsWork& from, cmsHPROFILE original, const std::array<Bytes, 3>& tables) {
     LcmsWork work;
     const cmsHPROFILE profile = work.NewProfile(2.4, cmsSigInputClass, cmsSigLabData);
@@ -132,10 +132,10 @@ Bytes Assemble(LcmsWork& from, cmsHPROFILE original, const std::array<Bytes, 3>&
 
 struct Spacing {
     const char* name;
-    double power;  ///< of the light; 0 for steps of the device's own samples
+    double power;  ///< exponent of light; 0 for equal steps of device samples
 };
-/// Between nodes the engine interpolates linear light. Where the device is additive, steps of light follow it exactly;
-/// where its table bends in the shadows, closer steps there do better.
+/// The engine interpolates linear light between nodes. For an additive device, equal steps of light are exact; for a
+/// table with curvature in the shadows, smaller steps there are better.
 constexpr Spacing kSpacings[] = {{"linear light", 1.0},
                                  {"light to the power 2/3", 2.0 / 3.0},
                                  {"light to the power 1/2", 0.5},

@@ -8,12 +8,12 @@
 
 namespace hueweave::tool {
 
-/// A profile that the engine takes whatever the intent: Lab, tables of type "mft2" with 33 points for all of
-/// perceptual, relative and saturation, and a white point.
+/// A profile that the engine supports for all intents: Lab, tables of type "mft2" with 33 points for the perceptual,
+/// relative and saturation intents, and a white point.
 struct BakedProfile {
     Bytes data;
-    std::string spacing;       ///< of the grid, as `bake` reports it
-    double mean = 0, p95 = 0;  ///< CIEDE2000 of the engine with this profile to Little CMS with the original
+    std::string spacing;       ///< of the grid, as reported by `bake`
+    double mean = 0, p95 = 0;  ///< CIEDE2000 between the engine with this profile and Little CMS with the original
 };
 BakedProfile BakeProfile(const DeviceProfile& profile);
 

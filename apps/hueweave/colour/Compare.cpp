@@ -13,7 +13,7 @@ namespace hueweave::tool {
 namespace {
 
 constexpr std::size_t kWorst = 5;
-constexpr double kOutside = 0.001;  ///< of the sample range: further out than this counts as outside the space
+constexpr double kOutside = 0.001;  ///< of the sample range: colours beyond this are outside the space
 
 /// The engine's samples, 0 to 1.
 std::vector<double> ByEngine(const PixelConverter& converter, const std::vector<DeviceColour>& colours) {

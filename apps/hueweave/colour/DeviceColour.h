@@ -7,6 +7,6 @@
 
 namespace hueweave::tool {
 
-using DeviceColour = std::array<std::uint16_t, 3>;  ///< RGB of 16 bits
+using DeviceColour = std::array<std::uint16_t, 3>;  ///< 16-bit RGB
 
 }  // namespace hueweave::tool

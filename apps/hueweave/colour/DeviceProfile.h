@@ -8,18 +8,18 @@
 
 namespace hueweave::tool {
 
-/// An RGB device profile that was looked at and found sound.
+/// A validated RGB device profile.
 struct DeviceProfile {
-    std::string name;  ///< for messages: the path, or the file in which it stands
+    std::string name;  ///< for messages: its path, or the file that embeds it
     bool embedded = false;
     Bytes data;
     std::string hash;         ///< SHA-256 of `data`
     std::string description;  ///< may be empty
 };
 
-/// Reads a profile file. Refuses what is no profile, or of another class or colour space.
+/// Reads a profile file. Refuses files that are not profiles, and profiles of another class or colour space.
 DeviceProfile LoadProfile(const std::string& path);
-/// The same for a profile that stands in the file `name`.
+/// The same for a profile embedded in the file `name`.
 DeviceProfile TakeEmbedded(const std::string& name, Bytes data);
 
 }  // namespace hueweave::tool

@@ -10,7 +10,7 @@ using namespace ICC40::ICCFILE;
 std::unique_ptr<CIccEngineS> BindEngine(const Bytes& profile, const Rendering& rendering, bool wide,
                                         ColorSpaceSignature output) {
     auto engine = std::make_unique<CIccEngineS>();
-    // Given here, the offsets count with their fractions too.
+    // Passed here, the fractional parts of the offsets are used as well.
     engine->SetProfile(profile, rendering.intent, wide ? CsRGB_16 : CsRGB_8, output, rendering.lightness,
                        rendering.chroma, rendering.hue);
     if (!engine->Ready()) return nullptr;

@@ -10,7 +10,7 @@
 
 namespace hueweave::tool {
 
-/// An engine bound to a profile in memory, or null where it cannot use the profile.
+/// An engine bound to a profile in memory, or null if it cannot use the profile.
 std::unique_ptr<ICC40::ICC_ENG_S4::CIccEngineS> BindEngine(const Bytes& profile, const Rendering& rendering, bool wide,
                                                            ICC40::ICCFILE::ColorSpaceSignature output);
 

@@ -39,7 +39,7 @@ std::optional<std::string> WhyBake(const Bytes& profile, ICC40::ICCFILE::Intent 
     if (inputs < 2 || inputs > 4096 || outputs < 2 || outputs > 4096) return std::string("its curves are too long");
     const std::size_t nodes = std::size_t{points} * points * points * 3;
     if (52 + 2 * (3 * inputs + nodes + 3 * outputs) > lut->Size()) return std::string("its table is cut");
-    // Of two entries, the engine makes a straight line whatever they are.
+    // The engine treats two entries as a straight line, whatever their values.
     const auto straight = [&](std::size_t curve) { return lut->U16(curve) == 0 && lut->U16(curve + 2) == 65535; };
     for (std::size_t c = 0; c < 3; ++c) {
         const bool input = inputs > 2 || straight(52 + 4 * c);

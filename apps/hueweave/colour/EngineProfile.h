@@ -10,7 +10,7 @@
 
 namespace hueweave::tool {
 
-/// Why the engine would refuse or misread this profile for this intent; nothing if it takes it as it is.
+/// Why the engine would refuse or misread this profile for this intent; nothing if it can use it directly.
 std::optional<std::string> WhyBake(const Bytes& profile, ICC40::ICCFILE::Intent intent);
 
 /// The profile for the engine: the given one, or one baked from it.

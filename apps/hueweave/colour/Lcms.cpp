@@ -15,7 +15,7 @@
 
 namespace hueweave::tool {
 
-/// Stands before every block of memory that Little CMS has.
+/// Header of every memory block of Little CMS.
 struct alignas(std::max_align_t) LcmsWork::Block {
     Block* before = this;
     Block* behind = this;
@@ -32,10 +32,10 @@ struct alignas(std::max_align_t) LcmsWork::Block {
 
 namespace {
 
-/// The limit of Little CMS's own allocator. More is no lack of memory but a profile that is damaged.
+/// The limit of the default allocator of Little CMS. A larger request means a damaged profile, not a lack of memory.
 constexpr cmsUInt32Number kMostMemory = 512U << 20;
 
-/// Whose call this thread is in; null while the context is made, which takes null pointers for an answer.
+/// The owner of the call that this thread is in; null while the context is created, which handles null pointers.
 thread_local LcmsWork* working = nullptr;
 
 void Silent(cmsContext, cmsUInt32Number, const char*) {}
@@ -86,7 +86,7 @@ void LcmsWork::Free(cmsContext, void* memory) {
     std::free(&Block::Of(memory));
 }
 
-/// One for the process: it holds nothing but our functions.
+/// One per process: it contains only our functions.
 cmsContext LcmsWork::Context() {
     static const cmsContext context = [] {
         cmsPluginMemHandler plugin{};
@@ -104,10 +104,10 @@ cmsContext LcmsWork::Context() {
     return context;
 }
 
-/// Called from a failed allocation.
+/// Called when an allocation fails.
 void LcmsWork::Leave() { std::longjmp(out_, 1); }
 
-/// `call` calls Little CMS and makes no object that a jump would have to destroy.
+/// `call` calls Little CMS and creates no object that a jump would have to destroy.
 template <typename Call>
 auto LcmsWork::Guarded(Call call) {
     working = this;
@@ -209,7 +209,7 @@ cmsToneCurve* LcmsWork::Table(const std::vector<cmsUInt16Number>& values) {
     return curve;
 }
 
-/// A Lab profile of version 2: with one of version 4, Little CMS compensates for black points by itself.
+/// A Lab profile of version 2, because with version 4 Little CMS applies black point compensation by itself.
 cmsHPROFILE LcmsWork::Lab() {
     const cmsContext context = Context();
     const cmsHPROFILE lab = Guarded([=] { return cmsCreateLab2ProfileTHR(context, nullptr); });

@@ -13,15 +13,15 @@
 
 namespace hueweave::tool {
 
-/// Profiles, transforms and curves of Little CMS for one piece of work. They live as long as it does; nothing is closed
-/// one by one. One thread at a time.
+/// Profiles, transforms and curves of Little CMS for one piece of work. They exist as long as this object and are not
+/// closed individually. For use by one thread at a time.
 ///
-/// Every call that allocates goes through here, and throws `std::bad_alloc` where memory runs out. Little CMS itself
-/// would tell some of its failed allocations like a tag that is absent, so that a profile would lack it, and would use
-/// the null pointer of others. It never sees one: its allocator is ours and jumps back here from a failed allocation,
-/// out of whatever Little CMS was doing. What it leaves half made is never touched again, and its memory, which is in a
-/// list of ours, is freed with the work. C code is left by a jump, not by an exception, for which it need not be built;
-/// between the jump and here stand its frames alone, and it holds no lock that others wait for while it allocates.
+/// Every call that allocates goes through this class and throws `std::bad_alloc` if memory runs out. Little CMS itself
+/// would report some failed allocations as missing tags, so that the profile would lack them, and would dereference the
+/// null pointers of others. It never sees one: its allocator is ours and, if it fails, jumps back here out of Little
+/// CMS. Objects left incomplete are never used again, and their memory, which is in our list, is freed with the work. A
+/// jump is used instead of an exception because C code need not be built for exceptions; only frames of Little CMS are
+/// between the jump and this class, and it holds no lock while it allocates that others wait for.
 class LcmsWork {
 public:
     LcmsWork();
@@ -29,21 +29,21 @@ public:
     LcmsWork(const LcmsWork&) = delete;
     LcmsWork& operator=(const LcmsWork&) = delete;
 
-    /// Null for what is no profile. Messages of Little CMS are kept from the terminal.
+    /// Null for data that are not a profile. Messages of Little CMS are not printed.
     cmsHPROFILE Open(const Bytes& data);
     /// An empty RGB profile.
     cmsHPROFILE NewProfile(double version, cmsProfileClassSignature kind, cmsColorSpaceSignature connection);
-    /// The profile as a file, with a fixed date, so that the same profile always is the same bytes.
+    /// The profile as a file with a fixed date, so that the same profile always gives the same bytes.
     Bytes Save(cmsHPROFILE profile);
 
-    /// What a tag holds, null if it is absent or cannot be read.
+    /// The contents of a tag; null if it is absent or cannot be read.
     const void* Read(cmsHPROFILE profile, cmsTagSignature tag);
     void Write(cmsHPROFILE profile, cmsTagSignature tag, const void* data);
     void WriteRaw(cmsHPROFILE profile, cmsTagSignature tag, const Bytes& data);
     void WriteText(cmsHPROFILE profile, cmsTagSignature tag, const std::string& text);
-    /// Lets `tag` hold what `other` holds.
+    /// Links `tag` to the contents of `other`.
     void Link(cmsHPROFILE profile, cmsTagSignature tag, cmsTagSignature other);
-    /// A text of the profile in English, or an empty one.
+    /// A text of the profile in English; may be empty.
     std::string Text(cmsHPROFILE profile, cmsInfoType which);
 
     cmsToneCurve* Gamma(double power);
@@ -51,12 +51,12 @@ public:
     cmsToneCurve* Parametric(int type, const double* parameters);
     cmsToneCurve* Table(const std::vector<cmsUInt16Number>& values);
 
-    /// From device RGB in doubles of 0 to 1 to CIE Lab under D50, in floating point and without black point
-    /// compensation; and back. Null where the profile does not tell the colours of its device.
+    /// From device RGB as doubles of 0 to 1 to CIE Lab for D50, in floating point and without black point compensation;
+    /// and the inverse. Null if the profile does not define the colours of its device.
     cmsHTRANSFORM DeviceToLab(cmsHPROFILE profile, int intent);
     cmsHTRANSFORM LabToDevice(cmsHPROFILE profile, int intent);
 
-    struct Block;  ///< of memory
+    struct Block;  ///< a memory block
 
 private:
     template <typename Call>
@@ -69,14 +69,14 @@ private:
     static void Free(cmsContext, void* memory);
     static cmsContext Context();
 
-    Block* const blocks_;  ///< a ring that begins and ends with one without memory
+    Block* const blocks_;  ///< a ring that begins and ends with an empty block
     std::jmp_buf out_{};
 };
 
-/// A screen's profile before version 4: its white point tells the light of the screen, to which the eye adapts, so
-/// that for the absolute intent it counts as D50, as in later versions.
+/// A display profile before version 4: its white point is the white of the display, to which the eye adapts, so for the
+/// absolute intent it is treated as D50, as in later versions.
 bool IsOldScreen(cmsHPROFILE profile);
-/// The four characters of a signature without spaces at the end.
+/// The four characters of a signature without trailing spaces.
 std::string SignatureText(std::uint32_t signature);
 
 }  // namespace hueweave::tool

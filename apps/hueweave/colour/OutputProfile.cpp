@@ -36,7 +36,7 @@ cmsToneCurve* CurveOf(LcmsWork& work, Tone tone) {
         default:
             break;
     }
-    // IEC 61966-2-1: (a x + b)^g from d on, c x below.
+    // IEC 61966-2-1: (a x + b)^g for x >= d, c x below.
     const double parameters[] = {2.4, 1.0 / 1.055, 0.055 / 1.055, 1.0 / 12.92, 0.04045};
     return work.Parametric(4, parameters);
 }
@@ -55,7 +55,7 @@ std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::
     std::vector<double> inverse(entries);
     for (std::size_t n = 0; n < entries; ++n) {
         const double sample = static_cast<double>(n) * top / static_cast<double>(entries - 1);
-        // The middle of the stretch that gives this sample, or the place between two samples.
+        // The middle of the range that gives this sample, or the position between two samples.
         const auto least = static_cast<std::uint32_t>(std::ceil(sample));
         const auto* above = std::lower_bound(table, table + 65536, least);
         if (above == table + 65536) {
@@ -70,7 +70,7 @@ std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::
             inverse[n] = (static_cast<double>(below - table) + part) / 65535.0;
         }
     }
-    inverse.front() = 0.0;  // black and white themselves are the ends, whatever stretch they cover
+    inverse.front() = 0.0;  // black and white are the ends, whatever ranges give them
     inverse.back() = 1.0;
     return inverse;
 }
@@ -84,8 +84,8 @@ Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double
     work.WriteText(profile, cmsSigCopyrightTag, "No copyright, use freely");
     work.Write(profile, cmsSigMediaWhitePointTag, cmsD50_XYZ());
 
-    // The matrix is adapted to D50 already; the tag tells from which white, as version 4 wants. Its columns are the
-    // adapted unit vectors.
+    // The matrix is already adapted to D50; version 4 requires a tag for the original white. The columns of the tag are
+    // the adapted unit vectors.
     const cmsCIExyY d65{0.3127, 0.3290, 1.0};
     cmsCIEXYZ source = *cmsD50_XYZ();
     const ColorLch::ColorSpace primaries = space.Built(16).primaries;

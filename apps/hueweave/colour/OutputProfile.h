@@ -12,12 +12,13 @@
 
 namespace hueweave::tool {
 
-/// The linear light, 0 to 1, for each of `entries` samples from black to white, as an output table of 65536 entries
-/// (linear light to samples of 0 to `top`) encodes it. Nothing for a table that does not rise from black to white.
+/// Inverts an output table of 65536 entries (linear light to samples of 0 to `top`): returns the linear light, 0 to 1,
+/// for each of `entries` samples from black to white. Returns nothing for a table that does not rise from black to
+/// white.
 std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::uint32_t top, std::size_t entries);
 
-/// The ICC profile that describes a converted file: the primaries of the space and its tone curve. `decoding` holds
-/// one tabulated curve for each channel in place of the space's own.
+/// The ICC profile of a converted file: the primaries of the space and its tone curve. `decoding` holds one tabulated
+/// curve per channel that replaces the curve of the space.
 Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double>>& decoding, const std::string& title);
 
 }  // namespace hueweave::tool

@@ -101,7 +101,7 @@ void PixelConverter::Convert(unsigned char* data, std::size_t pixels, unsigned s
         }
         ConvertRgb(run, count);
         for (std::size_t p = 0; p < count; ++p) {
-            if (premultiplied && alpha(p) == 0) continue;  // nothing is seen there, and nothing may shine through
+            if (premultiplied && alpha(p) == 0) continue;  // the pixel is invisible, and no colour may show through
             for (std::size_t c = 0; premultiplied && alpha(p) != top && c < 3; ++c) {
                 unsigned char* sample = run + (3 * p + c) * width;
                 SetSample(sample, bits_, (Sample(sample, bits_) * alpha(p) + top / 2) / top);

@@ -12,7 +12,7 @@
 
 namespace hueweave::tool {
 
-/// A converter with what it was made from.
+/// A converter with the data that it was made from.
 struct ReadyConverter {
     std::string hash;  ///< of the profile
     unsigned bits = 0;
@@ -21,14 +21,14 @@ struct ReadyConverter {
     Bytes outputProfile;  ///< empty if no profile describes the output
 };
 
-/// Converters of one rendering, by profile and depth. Threads share it; the last few are kept.
+/// Converters of one rendering, by profile and bit depth. Threads share it; the most recent ones are kept.
 class ProfileCache {
 public:
     explicit ProfileCache(const Rendering& rendering) : rendering_(rendering) {}
     std::shared_ptr<const ReadyConverter> Get(const DeviceProfile& profile, unsigned bits);
 
 private:
-    static constexpr std::size_t kMost = 4;  ///< each holds an engine of some 3 MB
+    static constexpr std::size_t kMost = 4;  ///< each contains an engine of about 3 MB
     Rendering rendering_;
     std::mutex mutex_;
     std::deque<std::shared_ptr<const ReadyConverter>> ready_;

@@ -9,15 +9,15 @@
 
 namespace hueweave::tool {
 
-/// Tone curves of the user's: 256 samples of each channel, for linear light from 0 to 1.
+/// Tone curves of the user: 256 samples per channel, for linear light from 0 to 1.
 using ToneCurves = std::array<std::array<unsigned char, 256>, 3>;
 
-/// What the pixels are to become.
+/// How pixels are to be converted.
 struct Rendering {
     ICC40::ICCFILE::Intent intent = ICC40::ICCFILE::IntentPerceptual;
     const Space* space = nullptr;
     double lightness = 0, chroma = 0, hue = 0;  ///< offsets: CIELAB units, CIELAB units, degrees
-    std::optional<ToneCurves> curves;           ///< in place of the space's own tone curve
+    std::optional<ToneCurves> curves;           ///< replace the tone curve of the space
 };
 
 }  // namespace hueweave::tool

@@ -14,7 +14,7 @@ namespace hueweave::tool {
 /// The tone curve of a space.
 enum class Tone { Srgb, Linear, Gamma18, Adobe, Kodak };
 
-/// A colour space that the command converts to.
+/// An output colour space of the command.
 struct Space {
     std::string_view name;                              ///< for --to
     std::string_view title;                             ///< in the profile of the output
@@ -40,12 +40,12 @@ struct NamedIntent {
 std::span<const NamedIntent> Intents();
 std::string_view IntentName(ICC40::ICCFILE::Intent intent);
 
-/// AdobeRGB's tone curve is a power of this: 2 + 51/256.
+/// Exponent of AdobeRGB's tone curve: 2 + 51/256.
 inline constexpr double kAdobeGamma = 2.19921875;
-/// The power by which the spaces of gamma 1.8 are encoded.
+/// Exponent with which the spaces of gamma 1.8 are encoded.
 inline constexpr double kGamma18Power = 0.5556;
 
-/// The AdobeRGB sample of 16 bits for one of the gamma 1.8 space.
+/// The 16-bit AdobeRGB sample for a 16-bit sample of the gamma 1.8 space.
 std::uint16_t AdobeFromGamma18(std::uint16_t sample);
 
 }  // namespace hueweave::tool

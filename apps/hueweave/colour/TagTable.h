@@ -14,7 +14,7 @@ namespace hueweave::tool {
 using ICC40::ICC4_HEADER::Signature;
 using ICC40::ICCFILE::TagReader;
 
-/// The tags of a profile in memory, as they stand in it: those that lie in it as a whole. Borrows the bytes.
+/// The tags of a profile in memory, unchanged: those that lie completely within it. Borrows the bytes.
 class TagTable {
 public:
     struct Tag {
@@ -32,10 +32,10 @@ public:
             tags_.push_back({profile_.U32(entry), TagReader(profile_.From(offset).first(size))});
         }
     }
-    /// All of it, which begins with the header.
+    /// The whole profile, which begins with the header.
     const TagReader& profile() const { return profile_; }
     const std::vector<Tag>& tags() const { return tags_; }
-    /// The block of the first tag of that name, or null.
+    /// The block of the first tag with that name, or null.
     const TagReader* Find(std::uint32_t name) const {
         for (const Tag& tag : tags_) {
             if (tag.name == name) return &tag.block;

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Calls of the system by seccomp: a list of those that are refused.
+// Restricts system calls with seccomp, by a list of calls that are refused.
 //
-// A list of those that are allowed would be tighter, and would end a run whenever the C library, an allocator or a
-// decoder of another version takes another call for the same thing. Files are Landlock's; what is left to forbid are
-// ways out of the process, and those are few and known. Calls younger than this list are refused as unknown ones, so
-// that no new way opens by itself.
+// A list of allowed calls would be stricter, but would end a run whenever another version of the C library, an
+// allocator or a decoder used a different call for the same purpose. Landlock restricts file access; the other ways out
+// of the process are few and known. Calls newer than this list are refused as unknown, so new kernels do not open new
+// ways.
 //
-// The filter is put together here. libseccomp gives the numbers of the calls on each processor, by its header alone: it
-// does not withstand an allocation that fails, and this takes none.
+// The filter is built here. Only the header of libseccomp is used, for the numbers of the calls on each processor: the
+// library does not handle failed allocations, and this code allocates nothing.
 #include <linux/audit.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -30,45 +30,45 @@ namespace hueweave::tool {
 namespace {
 
 constexpr int kRefused[] = {
-    // Networks and other processes to talk to. Standard streams that are sockets are still read and written.
+    // Networks and communication with other processes. Standard streams that are sockets can still be read and written.
     SCMP_SYS(socket), SCMP_SYS(socketpair), SCMP_SYS(connect), SCMP_SYS(bind), SCMP_SYS(listen), SCMP_SYS(accept),
     SCMP_SYS(accept4), SCMP_SYS(sendto), SCMP_SYS(sendmsg), SCMP_SYS(sendmmsg), SCMP_SYS(shmget), SCMP_SYS(shmat),
     SCMP_SYS(msgget), SCMP_SYS(semget), SCMP_SYS(mq_open),
-    // Signals to others in ways that name no process to compare.
+    // Signals to other processes by calls whose target cannot be compared.
     SCMP_SYS(tkill), SCMP_SYS(pidfd_open), SCMP_SYS(pidfd_send_signal), SCMP_SYS(pidfd_getfd),
     SCMP_SYS(rt_sigqueueinfo), SCMP_SYS(rt_tgsigqueueinfo),
-    // Programs.
+    // Starting programs.
     SCMP_SYS(execve), SCMP_SYS(execveat), SCMP_SYS(uselib),
-    // Looking into others.
+    // Access to other processes.
     SCMP_SYS(process_vm_readv), SCMP_SYS(process_vm_writev), SCMP_SYS(process_madvise), SCMP_SYS(kcmp),
     SCMP_SYS(perf_event_open), SCMP_SYS(lookup_dcookie),
-    // Doing by a queue what is refused as a call.
+    // Queues that perform calls refused here.
     SCMP_SYS(io_uring_setup), SCMP_SYS(io_uring_enter), SCMP_SYS(io_uring_register),
-    // What belongs to files that the command did not open: Landlock has no rights for it. The command itself changes
-    // modes, owners and lengths by descriptors.
+    // Attributes of files that the command did not open: Landlock has no rights for them. The command itself changes
+    // modes, owners and lengths by descriptor.
     SCMP_SYS(chmod), SCMP_SYS(fchmodat), SCMP_SYS(chown), SCMP_SYS(lchown), SCMP_SYS(fchownat), SCMP_SYS(truncate),
     SCMP_SYS(setxattr), SCMP_SYS(lsetxattr), SCMP_SYS(removexattr), SCMP_SYS(lremovexattr), SCMP_SYS(utime),
     SCMP_SYS(utimes), SCMP_SYS(futimesat), SCMP_SYS(utimensat), SCMP_SYS(name_to_handle_at),
     SCMP_SYS(open_by_handle_at), SCMP_SYS(fanotify_init), SCMP_SYS(quotactl), SCMP_SYS(quotactl_fd),
-    // Other views of the system.
+    // Namespaces and mounts.
     SCMP_SYS(unshare), SCMP_SYS(setns), SCMP_SYS(chroot), SCMP_SYS(pivot_root), SCMP_SYS(mount), SCMP_SYS(umount),
     SCMP_SYS(umount2), SCMP_SYS(mount_setattr), SCMP_SYS(move_mount), SCMP_SYS(open_tree), SCMP_SYS(fsopen),
     SCMP_SYS(fsconfig), SCMP_SYS(fsmount), SCMP_SYS(fspick),
-    // Parts of the kernel with much to go wrong, and no use here.
+    // Parts of the kernel with a large attack surface that the command does not need.
     SCMP_SYS(bpf), SCMP_SYS(userfaultfd), SCMP_SYS(keyctl), SCMP_SYS(add_key), SCMP_SYS(request_key),
     SCMP_SYS(modify_ldt), SCMP_SYS(personality), SCMP_SYS(vmsplice), SCMP_SYS(migrate_pages), SCMP_SYS(move_pages),
-    // The machine.
+    // Control of the machine.
     SCMP_SYS(init_module), SCMP_SYS(finit_module), SCMP_SYS(delete_module), SCMP_SYS(kexec_load),
     SCMP_SYS(kexec_file_load), SCMP_SYS(reboot), SCMP_SYS(swapon), SCMP_SYS(swapoff), SCMP_SYS(acct), SCMP_SYS(syslog),
     SCMP_SYS(iopl), SCMP_SYS(ioperm), SCMP_SYS(vhangup), SCMP_SYS(sethostname), SCMP_SYS(setdomainname),
     SCMP_SYS(settimeofday), SCMP_SYS(stime), SCMP_SYS(clock_settime), SCMP_SYS(clock_adjtime), SCMP_SYS(adjtimex),
     SCMP_SYS(nfsservctl), SCMP_SYS(vm86), SCMP_SYS(vm86old)};
 
-// The kernel numbers calls for all processors alike from 424 on. libseccomp has no name for this one.
+// From 424 on, call numbers are the same on all processors. libseccomp has no name for this one.
 constexpr int kFchmodat2 = 452;
 constexpr std::uint32_t kFirstYounger = 463;
 
-// Programs for another processor, as those of 32 bits, number the calls in another way.
+// Programs for another architecture, such as 32-bit programs, use other call numbers.
 #if defined(__x86_64__) && !defined(__ILP32__)
 constexpr std::uint32_t kProcessor = AUDIT_ARCH_X86_64;
 #elif defined(__aarch64__) && !defined(__ILP32__)
@@ -78,12 +78,12 @@ constexpr std::uint32_t kProcessor = AUDIT_ARCH_S390X;
 #elif defined(__riscv) && __riscv_xlen == 64
 constexpr std::uint32_t kProcessor = AUDIT_ARCH_RISCV64;
 #else
-constexpr std::uint32_t kProcessor = 0;  // others go without
+constexpr std::uint32_t kProcessor = 0;  // other processors have no filter
 #endif
 
 constexpr std::uint32_t Error(int error) { return SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error); }
 
-/// A filter in the making. Its instructions are those of the kernel's packet filters.
+/// A filter under construction. Its instructions are those of the kernel's packet filters.
 class Filter {
 public:
     Filter() {
@@ -91,16 +91,16 @@ public:
         Add(BPF_JMP | BPF_JEQ | BPF_K, kProcessor, 1);
         Return(SECCOMP_RET_KILL_PROCESS);
         Load(offsetof(seccomp_data, nr));
-        // Numbers of the x86-64 ABI with pointers of 32 bits are larger still.
+        // Call numbers of the x86-64 ABI with 32-bit pointers are larger still.
         Add(BPF_JMP | BPF_JGE | BPF_K, kFirstYounger, 0, 1);
         Return(Error(ENOSYS));
     }
     void Refuse(int call, int error = EPERM) {
-        if (call < 0) return;  // this processor does not have it
+        if (call < 0) return;  // the call does not exist on this processor
         IfCall(call, 1);
         Return(Error(error));
     }
-    /// Refuses it unless the argument has this value in its low half, the only one that the kernel looks at.
+    /// Refuses the call unless the argument has this value in its low half, which is the only one that the kernel uses.
     void RefuseUnless(int call, unsigned argument, std::uint32_t value) {
         IfArgument(call, argument, BPF_JEQ, value, true);
     }
@@ -113,8 +113,8 @@ public:
     void Install() {
         Return(SECCOMP_RET_ALLOW);
         const sock_fprog program{size_, code_.data()};
-        // Older kernels take a flag for not switching off with any filter what lets loads pass stores, which the pixel
-        // loops live by; the oldest do not know it.
+        // By default, older kernels disable speculative store bypass with any filter, which slows down the pixel loops.
+        // The flag prevents this; the oldest kernels do not support it.
         if (::syscall(SCMP_SYS(seccomp), SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_SPEC_ALLOW, &program) != 0) {
             ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program, 0, 0);
         }
@@ -136,16 +136,16 @@ private:
         Load(offsetof(seccomp_data, args) + 8 * argument + kLowHalf);
         Add(BPF_JMP | test | BPF_K, value, allowed ? 1 : 0, allowed ? 0 : 1);
         Return(Error(EPERM));
-        Load(offsetof(seccomp_data, nr));  // for the next question
+        Load(offsetof(seccomp_data, nr));  // for the next comparison
     }
 
     std::array<sock_filter, 512> code_{};
     std::uint16_t size_ = 0;
 };
 
-/// Threads are all that may be started.
+/// Allows starting threads only.
 void RefuseProcesses(Filter& filter) {
-    // The arguments of this one stand in memory, where no filter can look. The C library goes on with clone.
+    // The arguments of clone3 are in memory, where a filter cannot check them. The C library falls back to clone.
     filter.Refuse(SCMP_SYS(clone3), ENOSYS);
     filter.Refuse(SCMP_SYS(fork));
     filter.Refuse(SCMP_SYS(vfork));
@@ -157,13 +157,13 @@ void RefuseProcesses(Filter& filter) {
     filter.RefuseUnlessSet(SCMP_SYS(clone), kFlags, CLONE_THREAD);
 }
 
-/// What is fine or not by its argument.
+/// Calls that are allowed or refused depending on an argument.
 void RefuseByArgument(Filter& filter) {
     const auto self = static_cast<std::uint32_t>(::getpid());
     filter.RefuseUnless(SCMP_SYS(kill), 0, self);
     filter.RefuseUnless(SCMP_SYS(tgkill), 0, self);
     filter.RefuseUnless(SCMP_SYS(prlimit64), 0, 0);
-    // Typing into the terminal, for the shell to read.
+    // Typing into the terminal, as input for the shell.
     filter.RefuseIf(SCMP_SYS(ioctl), 1, TIOCSTI);
     filter.RefuseIf(SCMP_SYS(ioctl), 1, TIOCLINUX);
 }

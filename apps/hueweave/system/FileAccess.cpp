@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kCopyBlock = std::size_t{256} << 10;
 
-/// Whether the process, or the system, has too many files open.
+/// Whether the process or the system has too many open files.
 bool TooManyFiles(int error) { return error == EMFILE || error == ENFILE; }
 constexpr const char* kFewerFiles = "lower -j, or raise the limit of open files";
 
@@ -73,7 +73,7 @@ void FileAccess::Close() {
 }
 
 FileAccess FileAccess::OpenInput(const std::string& path) {
-    // Not blocking, so that nobody waits for the writer of a pipe.
+    // Non-blocking, to avoid waiting for the writer of a pipe.
     FileAccess file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK), path);
     if (file.descriptor_ < 0) RefuseRead(path, ErrorText(errno), errno);
     if (!S_ISREG(file.Status().st_mode)) RefuseRead(path, "not a regular file");
@@ -119,7 +119,7 @@ struct stat FileAccess::Status() const {
 void FileAccess::Read(std::uint64_t offset, void* data, std::size_t size) const {
     auto* to = static_cast<unsigned char*>(data);
     while (size > 0) {
-        ThrowIfInterrupted();  // whatever a file makes us read: there may be much of it, or a slow network
+        ThrowIfInterrupted();  // a file may require many reads, or be on a slow network
         const ssize_t got = ::pread(descriptor_, to, size, static_cast<off_t>(offset));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) RefuseRead(name_, ErrorText(errno));
@@ -162,7 +162,7 @@ void CopyRange(const FileAccess& from, Extent range, const FileAccess& to, std::
     while (at < range.End()) {
         ThrowIfInterrupted();
         const off_t data = ::lseek(from.descriptor(), static_cast<off_t>(at), SEEK_DATA);
-        if (data < 0 && errno == ENXIO) return;  // nothing but a hole from here on
+        if (data < 0 && errno == ENXIO) return;  // the rest is a hole
         if (data > 0) at = static_cast<std::uint64_t>(data);
         if (at >= range.End()) return;
         const off_t hole = ::lseek(from.descriptor(), static_cast<off_t>(at), SEEK_HOLE);

@@ -73,11 +73,11 @@ public:
     FileState State() const { return StateOf(Status()); }
     std::uint64_t Size() const { return static_cast<std::uint64_t>(Status().st_size); }
 
-    /// Reads exactly `size` bytes; a shorter file or an error is refused as an input. A signal ends it by
-    /// `Interrupted`, and writing as well.
+    /// Reads exactly `size` bytes; refuses a shorter file or a read error as an input error. A signal ends reading and
+    /// writing with `Interrupted`.
     void Read(std::uint64_t offset, void* data, std::size_t size) const;
     Bytes Read(Extent extent) const;
-    /// Writes all of it; an error (a full disk) is refused as an output.
+    /// Writes all bytes; refuses an error, such as a full disk, as an output error.
     void Write(std::uint64_t offset, const void* data, std::size_t size) const;
     void Write(std::uint64_t offset, const Bytes& data) const { Write(offset, data.data(), data.size()); }
     void Resize(std::uint64_t size) const;
@@ -98,9 +98,9 @@ struct OwnFile {
 /// Copies a range between files; holes of the source stay holes.
 void CopyRange(const FileAccess& from, Extent range, const FileAccess& to, std::uint64_t target);
 
-/// Refuses an output that cannot be written, with what helps against that error number.
+/// Refuses an output that cannot be written, with the remedy for that error number.
 [[noreturn]] void RefuseWrite(const std::string& name, int error);
-/// The folder in which a path stands.
+/// The folder that contains a path.
 std::string FolderOf(const std::string& path);
 /// The error number of a system call that just returned `result`, 0 for none.
 inline int ErrorOf(int result) { return result < 0 ? errno : 0; }

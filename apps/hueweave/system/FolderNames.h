@@ -7,8 +7,8 @@
 
 namespace hueweave::tool {
 
-/// The names of what stands in a folder, in no order. `error` becomes the error number, 0 for none. The iterator of the
-/// standard library that throws no errors ends the process where there is no memory for it.
+/// The names of the entries of a folder, in no particular order. `error` is the error number, or 0. The iterator of the
+/// standard library is not used, because it ends the process if it runs out of memory.
 std::vector<std::string> NamesInFolder(const std::string& folder, int& error);
 
 }  // namespace hueweave::tool

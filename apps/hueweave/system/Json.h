@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The JSON library, always by this header. Where memory runs out while it makes a value, it is left with one that its
-// destructor asserts not to be; the command then ends as it does without memory, and not by a signal.
+// Always include the JSON library through this header. If memory runs out while it creates a value, an assertion in the
+// value's destructor fails; the command then ends as it does without memory, and not by a signal.
 #pragma once
 
 #include <exception>

@@ -51,7 +51,7 @@ std::string TakeName(const nlohmann::json& json, const std::string& key) {
 
 std::string JsonLine(const nlohmann::ordered_json& json) {
     const std::string line = json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-    // They stand in strings alone, and an escape is the same text there.
+    // These characters occur only in strings, where an escape means the same.
     return ReplaceControls(line, [](unsigned code) { return fmt::format("\\u{:04x}", code); });
 }
 

@@ -8,13 +8,13 @@
 
 namespace hueweave::tool {
 
-/// Puts the name of a file into a line of JSON under `key`. A name is bytes, and JSON holds UTF-8: of a name that is
-/// none, the bytes stand in hexadecimal digits under `key` + "_hex", and `key` is for people.
+/// Adds a file name to a line of JSON under `key`. File names are bytes, whereas JSON requires UTF-8: for a name that
+/// is not UTF-8, `key` + "_hex" contains the bytes in hexadecimal digits, and `key` is for display.
 void PutName(nlohmann::ordered_json& json, const std::string& key, const std::string& name);
-/// The name that was put in, byte for byte. Throws an exception of the JSON library if there is none.
+/// Returns the exact bytes of the name. Throws an exception of the JSON library if there is none.
 std::string TakeName(const nlohmann::json& json, const std::string& key);
-/// On one line, which may be shown on a terminal: control characters are escaped as \uXXXX, bytes that are no UTF-8
-/// become U+FFFD.
+/// The JSON on one line that can be printed to a terminal: control characters are escaped as \uXXXX, and bytes that are
+/// not UTF-8 become U+FFFD.
 std::string JsonLine(const nlohmann::ordered_json& json);
 
 }  // namespace hueweave::tool

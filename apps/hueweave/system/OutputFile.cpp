@@ -16,7 +16,7 @@
 namespace hueweave::tool {
 namespace {
 
-/// Names an open file by its number, for those who take a path.
+/// The path of an open descriptor, for calls that require a path.
 std::string SelfPath(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
 
 [[noreturn]] void RefuseOwner(const std::string& path, int error) {
@@ -79,7 +79,7 @@ OutputFile::OutputFile(std::string path, Existing existing, const std::optional<
     }
 }
 
-/// Notes what stands there and is to be replaced.
+/// Records the existing file that will be replaced.
 void OutputFile::Look(const std::optional<FileState>& wanted, struct stat& old) {
     const bool there = ::lstat(path_.c_str(), &old) == 0;
     if (!there && errno != ENOENT) RefuseWrite(path_, errno);
@@ -87,7 +87,7 @@ void OutputFile::Look(const std::optional<FileState>& wanted, struct stat& old) 
     if (wanted && replaced_ != wanted) RefuseChanged();
 }
 
-/// Makes the new file one of the same owner and mode, before anything stands in it.
+/// Sets owner, group and mode of the new file to those of the old one before anything is written.
 void OutputFile::KeepOwner(const struct stat& old) {
     const struct stat ours = file_.Status();
     const bool same = old.st_uid == ours.st_uid && old.st_gid == ours.st_gid;
@@ -116,8 +116,8 @@ void OutputFile::OpenNamed(mode_t mode) {
 }
 
 void OutputFile::OpenUnnamed() {
-    std::string name = path_;  // what needs memory comes before the file
-    // Nobody else may read it before it has the mode of the file that it replaces.
+    std::string name = path_;  // allocate before creating the file
+    // No other user may read the file until it has the mode of the file that it replaces.
     const mode_t mode = replaced_ ? 0600 : 0666;
     const int descriptor = ::open(folder_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode);
     if (descriptor < 0) {
@@ -173,7 +173,8 @@ void OutputFile::NameNew() {
 }
 
 void OutputFile::Replace() {
-    // No file can be linked over another one. With a name only from here on, hardly any kill leaves it behind.
+    // A link cannot replace a file, so a temporary name is needed. Creating it this late leaves hardly any time in
+    // which a kill would leave the file behind.
     if (temporary_.empty()) {
         auto [name, error] = WithTemporaryName(folder_, [this](const std::string& path) { return Link(path); });
         if (error != 0) RefuseWrite(path_, error);
@@ -185,7 +186,7 @@ void OutputFile::Replace() {
     temporary_.clear();
 }
 
-/// Makes the name last through a power cut as well.
+/// Flushes the folder, so that the name survives a power failure.
 void OutputFile::SyncFolder(const FileAccess& folder) {
     // A folder that may not be read, or that cannot be written through by itself: then all of the file system is.
     int error = folder.descriptor() >= 0 ? ErrorOf(::fsync(folder.descriptor())) : EINVAL;
@@ -203,7 +204,7 @@ void OutputFile::SyncFolder(const FileAccess& folder) {
 }
 
 void OutputFile::Commit() {
-    // Before the name is given, since it takes memory.
+    // Opened before the file gets its name, because this allocates memory.
     const FileAccess folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), folder_);
     if (replaced_) {
         Replace();

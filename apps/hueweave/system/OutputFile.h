@@ -9,14 +9,14 @@
 
 namespace hueweave::tool {
 
-/// A file that comes into being whole or not at all: it is written without a name in the folder of its target, and
-/// gets its name after everything has reached the disk.
+/// A file that is created completely or not at all: it is written without a name in the folder of its target, and gets
+/// its name after everything has reached the disk.
 class OutputFile {
 public:
     enum class Existing { Keep, Replace };
 
-    /// Refuses a target that is there already, unless it may be replaced; then its owner and mode are kept, or it is
-    /// refused. `wanted` is what has to stand there, the source of a conversion in place.
+    /// Refuses an existing target unless it may be replaced; then its owner and mode are kept, or the target is
+    /// refused. `wanted` is the expected existing file: the source of a conversion in place.
     OutputFile(std::string path, Existing existing, const std::optional<FileState>& wanted = {});
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
@@ -24,10 +24,10 @@ public:
 
     const FileAccess& file() const { return file_; }
     const std::string& folder() const { return folder_; }
-    /// Writes through to the disk.
+    /// Flushes the file to disk.
     void Finish();
-    /// Gives the file its name, after `Finish`. Refuses if what stands there is not what stood there at first: it may
-    /// have come meanwhile, and would be lost.
+    /// Gives the file its name, after `Finish`. Refuses if the existing file is not the one found at first: it may have
+    /// been created in the meantime and would be lost.
     void Commit();
 
 private:
@@ -48,15 +48,15 @@ private:
     std::string folder_;
     Existing existing_;
     FileAccess file_;
-    std::optional<FileState> replaced_;  ///< what stands there and will be replaced
-    std::string temporary_;              ///< name of the file meanwhile, where it has one
+    std::optional<FileState> replaced_;  ///< the existing file that will be replaced
+    std::string temporary_;              ///< temporary name of the file, if any
 };
 
-/// Where a link leads to, so that the file there is replaced and the link stays; any other path itself.
+/// The target of a link, so that the target is replaced and the link stays; any other path is returned unchanged.
 std::string FollowLink(const std::string& path);
-/// What stands under a path that an output is meant for: refuses it if it may not be written there.
+/// The existing file at the path of an output; refuses a file that may not be replaced.
 void CheckTarget(const std::string& path, OutputFile::Existing existing);
-/// Refuses a path in whose folder nothing can be written, as far as modes tell it.
+/// Refuses a path whose folder is not writable, as far as file modes show this.
 void CheckFolderOf(const std::string& path, OutputFile::Existing existing);
 
 }  // namespace hueweave::tool

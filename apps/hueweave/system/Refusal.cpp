@@ -11,13 +11,13 @@ namespace hueweave::tool {
 
 namespace {
 
-/// A character, or a byte that is part of none.
+/// A character, or a byte that is not part of one.
 struct Decoded {
     unsigned code;
     std::size_t length;  ///< bytes
 };
 
-/// The character at the beginning of `text`. A byte that is no UTF-8 counts as the character of its number in Latin-1.
+/// The character at the beginning of `text`. A byte that is not valid UTF-8 is treated as a Latin-1 character.
 Decoded Decode(std::string_view text) {
     const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
     const unsigned lead = byte(0);
@@ -28,17 +28,17 @@ Decoded Decode(std::string_view text) {
         if ((byte(at) & 0xc0U) != 0x80) return {lead, 1};
         code = code << 6 | (byte(at) & 0x3fU);
     }
-    constexpr unsigned kLeast[] = {0x80, 0x800, 0x10000};  // of two, three and four bytes; less is no UTF-8
+    constexpr unsigned kLeast[] = {0x80, 0x800, 0x10000};  // for two, three and four bytes; smaller is not valid UTF-8
     if (code < kLeast[length - 2]) return {lead, 1};
     return {code, length};
 }
 
 bool IsControl(unsigned code) {
     constexpr std::pair<unsigned, unsigned> kRanges[] = {
-        {0x0000, 0x001f}, {0x007f, 0x009f},  // control characters; a terminal takes 0x9b for the start of a sequence
-        {0x061c, 0x061c}, {0x200e, 0x200f},  // marks of a direction
-        {0x2028, 0x202e},                    // line and paragraph separators, embeddings and overrides of a direction
-        {0x2066, 0x2069}};                   // isolates of a direction
+        {0x0000, 0x001f}, {0x007f, 0x009f},  // control characters; terminals interpret 0x9b as the start of a sequence
+        {0x061c, 0x061c}, {0x200e, 0x200f},  // text direction marks
+        {0x2028, 0x202e},                    // line and paragraph separators, direction embeddings and overrides
+        {0x2066, 0x2069}};                   // direction isolates
     return std::any_of(std::begin(kRanges), std::end(kRanges),
                        [code](const auto& range) { return code >= range.first && code <= range.second; });
 }

@@ -10,16 +10,16 @@
 
 namespace hueweave::tool {
 
-/// Exit statuses, as `hueweave --help` tells them.
+/// Exit statuses, as listed by `hueweave --help`.
 enum class Exit { Done = 0, SomeFailed = 1, Usage = 2, Profile = 3, Input = 4, Output = 5 };
 
-/// `text` with those characters replaced that would do something to a terminal, or make a line look like another one:
-/// control characters, line separators, and marks that turn the direction of writing. `by` gives what stands for one.
+/// `text` with all characters replaced that could control a terminal or imitate another line: control characters, line
+/// separators and text direction marks. `by` returns the replacement.
 std::string ReplaceControls(std::string_view text, const std::function<std::string(unsigned code)>& by);
 /// `text` on one line: such characters become '?'.
 std::string OneLine(std::string_view text);
 
-/// Why a command does not do what it was asked for: the file, the reason and a remedy, on one line.
+/// Why a command refuses to do something: the file, the reason and a remedy, on one line.
 class Refusal : public std::exception {
 public:
     Refusal(Exit status, const std::string& file, std::string_view reason, std::string_view remedy)
@@ -38,17 +38,17 @@ private:
     std::string line_;
 };
 
-/// Of a file that the system does not let be read: no fault of what stands in it.
+/// For a file that the system does not allow to be read; its contents are not at fault.
 class ReadFailure : public Refusal {
 public:
     using Refusal::Refusal;
 };
 
-/// Why the work on a file failed, for its user, and the status that says so: of a refusal what it says, of any other
-/// exception what it means.
+/// A message for the user why a file failed, and the exit status: the text of a refusal, or the meaning of any other
+/// exception.
 std::pair<Exit, std::string> Explain(const std::string& name, const std::exception_ptr& cause);
 
-/// Thrown in all threads of a command after SIGINT or SIGTERM; nothing is reported for the file at hand.
+/// Thrown in all threads after SIGINT or SIGTERM; nothing is reported for the current file.
 struct Interrupted {};
 
 }  // namespace hueweave::tool

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Files by Landlock.
+// Restricts file access with Landlock.
 #include "system/Sandbox.h"
 
 #include <fcntl.h>
@@ -17,7 +17,7 @@
 namespace hueweave::tool {
 namespace {
 
-// Rights that the header of Debian 12 does not have.
+// Rights that are missing in the header of Debian 12.
 constexpr std::uint64_t kTruncate = 1U << 14, kIoctlOfDevices = 1U << 15;
 
 constexpr std::uint64_t kReadFile = LANDLOCK_ACCESS_FS_READ_FILE;
@@ -44,16 +44,16 @@ std::uint64_t RightsFor(Use use) {
     return 0;
 }
 
-/// All rights that a version of Landlock knows; what is not in here, nobody asks it for.
+/// All rights of a Landlock version; only these are requested.
 std::uint64_t RightsOf(long version) {
-    std::uint64_t rights = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1U) - 1;  // version 1: from the first right to this one
+    std::uint64_t rights = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1U) - 1;  // version 1: up to this right
     if (version >= 2) rights |= LANDLOCK_ACCESS_FS_REFER;
     if (version >= 3) rights |= kTruncate;
     if (version >= 5) rights |= kIoctlOfDevices;
     return rights;
 }
 
-/// A path that cannot be opened gets no rule: the work on it is refused with the reason, when its turn comes.
+/// A path that cannot be opened gets no rule: it is refused with the reason when it is processed.
 void Allow(const FileAccess& rules, const AllowedPath& allowed, std::uint64_t known) {
     const FileAccess at(::open(allowed.path.c_str(), O_PATH | O_CLOEXEC), allowed.path);
     struct stat status {};
@@ -61,7 +61,7 @@ void Allow(const FileAccess& rules, const AllowedPath& allowed, std::uint64_t kn
     landlock_path_beneath_attr rule{};
     rule.allowed_access = RightsFor(allowed.use) & known & (S_ISDIR(status.st_mode) ? known : kOfFiles);
     rule.parent_fd = at.descriptor();
-    // Pipes and the like are beyond the reach of rules, and need none.
+    // Landlock does not restrict pipes and similar files, so they need no rule.
     if (rule.allowed_access != 0) {
         ::syscall(SYS_landlock_add_rule, rules.descriptor(), LANDLOCK_RULE_PATH_BENEATH, &rule, 0U);
     }
@@ -79,18 +79,18 @@ void RestrictFiles(const AllowedPaths& allowed) {
     if (descriptor < 0) return;
     const FileAccess rules(static_cast<int>(descriptor), "the rules");
     for (const AllowedPath& path : allowed) Allow(rules, path, attributes.handled_access_fs);
-    // The C library looks there how many processors there are. The time zone, which it looks up when Little CMS asks
-    // for a time in UTC, makes no difference to that one.
+    // The C library reads the number of processors there. It also looks up the time zone when Little CMS requests a
+    // time in UTC, but then the result does not matter.
     Allow(rules, {"/sys/devices/system/cpu/online", Use::Read}, attributes.handled_access_fs);
     if (kSanitized) Allow(rules, {"/proc", Use::Read}, attributes.handled_access_fs);
 #ifdef HUEWEAVE_COUNTS_FOLDER
-    Allow(rules, {HUEWEAVE_COUNTS_FOLDER, Use::Write}, attributes.handled_access_fs);  // what a counting build writes
+    Allow(rules, {HUEWEAVE_COUNTS_FOLDER, Use::Write}, attributes.handled_access_fs);  // coverage counts
 #endif
     ::syscall(SYS_landlock_restrict_self, rules.descriptor(), 0U);
 }
 
 void EnterSandbox(const AllowedPaths& allowed) {
-    // Both parts want it of a process without privileges; and no program would gain any by being started.
+    // Both mechanisms require this for an unprivileged process; started programs cannot gain privileges.
     ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     RestrictFiles(allowed);
     RestrictCalls();

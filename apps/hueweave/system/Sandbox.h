@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What a decoder that a hostile file took over could do at most: nothing but what the command line asks for.
+// Limits what a decoder compromised by a hostile file can do to what the command line requests.
 #pragma once
 
 #include <string>
@@ -8,13 +8,13 @@
 
 namespace hueweave::tool {
 
-/// What is done with a path after the sandbox is closed.
+/// How a path is used after the sandbox is entered.
 enum class Use {
-    Read,          ///< the file, or a folder with all below it
-    Write,         ///< below the folder: reading, writing, making, renaming and removing files and folders
-    Scratch,       ///< the same with files alone
+    Read,          ///< the file, or a folder with everything below it
+    Write,         ///< below the folder: read, write, create, rename and remove files and folders
+    Scratch,       ///< the same for files only
     MakeFolders,   ///< below the folder
-    RemoveFolders  ///< below the folder; only empty ones can be
+    RemoveFolders  ///< below the folder; only empty folders can be removed
 };
 
 struct AllowedPath {
@@ -23,15 +23,15 @@ struct AllowedPath {
 };
 using AllowedPaths = std::vector<AllowedPath>;
 
-/// Closes the sandbox around this process, for good. Threads and nothing else must be started after it. Whatever of it
-/// the kernel does not have, or the container does not allow, is left out.
+/// Enters the sandbox permanently. Afterwards the process may start only threads. Restrictions that the kernel does not
+/// support, or the container does not allow, are omitted.
 void EnterSandbox(const AllowedPaths& allowed);
 
-/// Its two parts: files by Landlock, and calls of the system by seccomp.
+/// The two parts: file access with Landlock, and system calls with seccomp.
 void RestrictFiles(const AllowedPaths& allowed);
 void RestrictCalls();
 
-/// Whether the runtime of a sanitizer has to look at this process from outside, which such a build may.
+/// Whether a sanitizer runtime has to inspect this process from outside; such a build allows this.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool kSanitized = true;
 #elif defined(__has_feature)

@@ -22,7 +22,7 @@ void WatchSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before {};
         sigaction(signal, nullptr, &before);
-        // Whoever starts a command in the background, or under nohup, has these ignored.
+        // A command started in the background or under nohup ignores these signals.
         if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
     }
     std::signal(SIGPIPE, SIG_IGN);

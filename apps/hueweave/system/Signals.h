@@ -4,13 +4,13 @@
 
 namespace hueweave::tool {
 
-/// SIGINT, SIGTERM and SIGHUP are noted from now on and end the command at the next block; SIGPIPE and SIGXFSZ
+/// From now on, SIGINT, SIGTERM and SIGHUP are recorded and end the command at the next block; SIGPIPE and SIGXFSZ
 /// become errors of the write that caused them.
 void WatchSignals();
-/// The noted signal, 0 for none.
+/// The recorded signal, or 0.
 int NotedSignal();
 void ThrowIfInterrupted();
-/// Ends the process by the noted signal itself, so that whoever started it sees the true cause.
+/// Ends the process by the recorded signal itself, so that the parent process sees the true cause.
 [[noreturn]] void EndBySignal();
 
 }  // namespace hueweave::tool

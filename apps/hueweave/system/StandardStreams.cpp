@@ -19,9 +19,9 @@ namespace hueweave::tool {
 namespace {
 
 constexpr std::size_t kBlock = std::size_t{256} << 10;
-constexpr int kSignalsMs = 100;  ///< between two looks for signals, which may reach another thread than the one waiting
+constexpr int kSignalsMs = 100;  ///< interval of checks for signals, which another thread may receive
 
-/// Bytes that are written at once. After `WaitFor`, a pipe or terminal takes as many without waiting.
+/// Bytes written at once. After `WaitFor`, a pipe or terminal accepts this number without blocking.
 std::size_t PieceFor(int stream) {
     struct stat status {};
     return ::fstat(stream, &status) == 0 && S_ISREG(status.st_mode) ? kBlock : PIPE_BUF;
@@ -32,7 +32,8 @@ std::size_t PieceFor(int stream) {
 void TakeStandardStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(stream, F_GETFD) >= 0) continue;
-        // The lowest free number is given. Reading and writing a mere path fail as with a closed descriptor.
+        // open() returns the lowest free number. Reading and writing a descriptor opened with O_PATH fails as with a
+        // closed one.
         if (::open("/", O_PATH) != stream) std::_Exit(static_cast<int>(Exit::Output));
     }
 }
@@ -43,7 +44,7 @@ bool IsClosed(int stream) {
 }
 
 bool WaitFor(int stream, short events) {
-    if (stream < 0) return true;  // an error of what comes after; poll() would wait for ever
+    if (stream < 0) return true;  // the following call reports the error; poll() would wait forever
     for (;;) {
         struct pollfd wanted {
             stream, events, 0

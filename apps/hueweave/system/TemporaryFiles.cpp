@@ -17,11 +17,12 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr int kMostTries = 1000;  ///< to find a name
+constexpr int kMostTries = 1000;  ///< attempts to find a name
 constexpr std::string_view kPrefix = ".hueweave-", kSuffix = ".tmp";
 std::atomic<unsigned> temporaries{0};
 
-/// Whether `WithTemporaryName` gives such names: the number of a process and another one between prefix and suffix.
+/// Whether a name has the form used by `WithTemporaryName`: the number of a process and another number between prefix
+/// and suffix.
 bool IsTemporaryName(std::string_view name) {
     if (!name.starts_with(kPrefix) || !name.ends_with(kSuffix) || name.size() <= kPrefix.size() + kSuffix.size()) {
         return false;
@@ -31,7 +32,7 @@ bool IsTemporaryName(std::string_view name) {
            name.find_first_not_of("0123456789-") == std::string_view::npos;
 }
 
-/// Removes a temporary file of this user whose run is gone: a run holds the lock of its files as long as it lives.
+/// Removes a temporary file of this user whose run has ended: a run holds the lock of its files while it exists.
 bool RemoveStale(const std::string& path) {
     const FileAccess file(::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC), path);
     struct stat status {};
@@ -52,7 +53,7 @@ TemporaryName WithTemporaryName(const std::string& folder, const std::function<i
 }
 
 bool LockTemporary(int descriptor) {
-    // File systems without locks go without; there nothing is ever removed either.
+    // On file systems without locks, files are not locked and never removed.
     if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) return false;
     return true;
 }

@@ -22,10 +22,10 @@ TemporaryName WithTemporaryName(const std::string& folder, const std::function<i
 /// Tells other runs that this temporary file has an owner that is alive. False if another run is about to remove it.
 bool LockTemporary(int descriptor);
 
-/// The folders in which a run has looked for what killed runs left there. Threads share it.
+/// The folders that a run has searched for files left by killed runs. Threads share it.
 class SweptFolders {
 public:
-    /// The first time for a folder, removes the temporary files of runs that were killed; returns how many.
+    /// The first time for a folder, removes temporary files of killed runs; returns their number.
     std::size_t Sweep(const std::string& folder);
 
 private:

@@ -29,9 +29,9 @@ public:
     /// Does all units on `threads` threads, or as many as the system allows. After an exception or a signal no further
     /// unit is begun; the first exception is passed on after all threads have ended.
     void Run(unsigned threads, const MakeWorker& makeWorker);
-    /// Parts of a unit that each wait for the same part of the units before, and for nothing else.
+    /// Parts of a unit, each of which waits only for the same part of the previous units.
     enum Part { Measuring, Placing };
-    /// Called by a worker once for each unit and part that it has: runs `what` when it is that unit's turn.
+    /// Called by a worker once for each unit and part: runs `what` when it is the turn of that unit.
     void InOrder(Part part, std::uint64_t unit, const std::function<void()>& what);
 
 private:
