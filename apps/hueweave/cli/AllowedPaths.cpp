@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files that were named one by one, and folders that were searched; of what lies in those, links lead elsewhere.
+/// Files that were named individually, and folders that were searched; links in these folders lead elsewhere.
 void AllowInputs(AllowedPaths& allowed, const InputList& list) {
     for (const std::string& folder : list.searched) allowed.push_back({folder, Use::Read});
     std::error_code ignored;
@@ -37,7 +37,7 @@ void AllowOutputs(AllowedPaths& allowed, const ConvertOptions& options, const In
     for (const std::string& folder : folders) {
         if (made || list.folder.empty()) allowed.push_back({made ? ExistingFolder(folder) : folder, Use::Write});
     }
-    // So that the reason why it cannot be made is the file system's own.
+    // So that the reason for a failure comes from the file system.
     if (!list.folder.empty() && !made) allowed.push_back({ExistingFolder(list.folder), Use::MakeFolders});
 }
 

@@ -7,13 +7,13 @@
 
 namespace hueweave::tool {
 
-/// What a conversion does with which paths. Links are followed, as the work itself will. The folder of the outputs must
-/// have been made already, where it can be.
+/// The paths that a conversion uses, and how. Links are followed, as during the conversion. The folder of the outputs
+/// must already exist if it can be created.
 AllowedPaths PathsOf(const ConvertOptions& options, const InputList& list);
 
-/// The folder where a file is put, or put in place of another one.
+/// The folder in which a file is created or replaced.
 std::string PlaceOf(const std::string& output, bool replaces);
-/// The folder itself, or the closest one above it that is there.
+/// The folder itself, or its closest existing parent.
 std::string ExistingFolder(std::string folder);
 
 }  // namespace hueweave::tool

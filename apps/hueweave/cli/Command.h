@@ -12,18 +12,18 @@ class App;
 
 namespace hueweave::tool {
 
-/// A subcommand: the words it takes, and what it does. Its functions are called in this order.
+/// A subcommand: its options and its function. The functions are called in this order.
 class Command {
 public:
     virtual ~Command() = default;
     /// Adds the subcommand, with its options and their help, to the parser.
     virtual CLI::App* Declare(CLI::App& app) = 0;
-    /// Turns the words that were parsed into options. Refuses what makes no sense with `Exit::Usage`.
+    /// Converts the parsed arguments to options. Refuses invalid ones with `Exit::Usage`.
     virtual void Settle() {}
     virtual Exit Run() = 0;
 };
 
-/// The switch of the subcommands that read files of strangers; `sandbox` is true without it.
+/// The sandbox option of subcommands that read untrusted files; by default `sandbox` is true.
 void AddSandbox(CLI::App& app, bool& sandbox);
 
 [[noreturn]] void RefuseUsage(const std::string& reason, const std::string& remedy = "see hueweave --help");

@@ -33,7 +33,7 @@ constexpr const char* kFooter = R"(Examples:
 Exit status: 0 all done, 1 some of several files failed or a limit was passed, 2 usage, 3 profile refused,
 4 input refused, 5 output refused; by SIGINT or SIGTERM, that signal itself.)";
 
-/// A mistyped command is named, where CLI11 would only say that one is missing.
+/// Names a mistyped command; CLI11 would only report that one is missing.
 void CheckCommand(const CLI::App& app, const std::string& word) {
     if (word.starts_with('-')) return;
     for (const CLI::App* command : app.get_subcommands({})) {

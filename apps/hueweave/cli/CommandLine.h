@@ -8,8 +8,8 @@
 
 namespace hueweave::tool {
 
-/// The subcommand that the words name, settled and ready to run; null once help or the version was printed. Refuses
-/// what makes no sense with `Exit::Usage`.
+/// The subcommand selected by the arguments, ready to run; null after printing help or the version. Refuses invalid
+/// arguments with `Exit::Usage`.
 std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words);
 
 }  // namespace hueweave::tool

@@ -31,21 +31,21 @@ Shard ParseShard(const std::string& text) {
     return shard;
 }
 
-/// The output folder is made before the sandbox is closed, which then allows writing below it and nowhere above. Where
-/// it cannot be made, each file is refused for it.
+/// Creates the output folder before entering the sandbox, which then allows writing below it but not above. If it
+/// cannot be created, each file is refused for that reason.
 void MakeOutputFolder(const ConvertOptions& options, const InputList& list, MadeFolders& folders,
                       AllowedPaths& allowed) {
     if (options.dryRun || list.folder.empty() || list.items.empty()) return;
     const std::string above = ExistingFolder(list.folder);
     try {
         folders.Make(list.folder);
-        if (above != list.folder) allowed.push_back({above, Use::RemoveFolders});  // again, if they stay empty
+        if (above != list.folder) allowed.push_back({above, Use::RemoveFolders});  // removed again if they stay empty
     } catch (const Refusal&) {
         return;
     }
 }
 
-/// What was named is known: until here, names were read and no file of an image or a profile.
+/// All inputs are known now: so far, names were read, but no image or profile.
 void Confine(const ConvertOptions& options, const InputList& list, MadeFolders& folders) {
     if (!options.sandbox) return;
     AllowedPaths allowed;
@@ -130,7 +130,7 @@ Exit ConvertCommand::Run() {
     if (options_.profile) profile = LoadProfile(*options_.profile);
     ProfileCache cache(options_.rendering);
     SweptFolders swept;
-    std::optional<ResumeRecord> record;  // gone before the folders are looked at
+    std::optional<ResumeRecord> record;  // destroyed before the folders are checked
     if (!list.folder.empty() && (!options_.dryRun || options_.resume)) record.emplace(list.folder, shared);
     if (options_.resume) record->Load();
     Session session{options_, list, report, cache, folders, swept, record ? &*record : nullptr, std::move(profile)};

@@ -9,7 +9,7 @@
 
 namespace hueweave::tool {
 
-/// The subcommand "convert": many files on several threads.
+/// The subcommand "convert": converts many files on several threads.
 class ConvertCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;

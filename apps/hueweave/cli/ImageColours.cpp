@@ -14,11 +14,11 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint64_t kMostPixels = 200000;                    ///< looked at in all
+constexpr std::uint64_t kMostPixels = 200000;                    ///< total
 constexpr std::uint64_t kWhole = std::uint64_t{16} << 20;        ///< bytes; a larger strip is read by rows
 constexpr std::uint64_t kMostMemory = std::uint64_t{128} << 20;  ///< for a tile, or a row, of all planes
 
-/// Takes every so many pixels of a file's pages.
+/// Samples the pixels of a file's pages at a fixed interval.
 class Collector {
 public:
     Collector(const FileAccess& file, const TiffStructure& structure, std::uint64_t step)
@@ -30,7 +30,7 @@ public:
         const unsigned planes = page.planar ? 3 : 1;
         const std::uint64_t whole = largest + planes * page.DecodedBytes(0);
         const bool byRows = !page.tiled && whole > kWhole;
-        const std::uint64_t turned = page.fillOrder == 1 ? 0 : largest;  // which libtiff holds whole
+        const std::uint64_t turned = page.fillOrder == 1 ? 0 : largest;  // which libtiff keeps in memory completely
         if ((byRows ? planes * (page.RowBytes() + turned) : whole) > kMostMemory) {
             throw Refusal(Exit::Input, file_.name(),
                           std::string("has ") + (page.tiled ? "tiles" : "rows") + " that take more than 128 MiB",

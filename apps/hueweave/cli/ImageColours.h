@@ -9,7 +9,7 @@
 
 namespace hueweave::tool {
 
-/// The colours of a TIFF file's pages, each once; of a large image an even choice of its pixels.
+/// The colours of a TIFF file's pages, each once; for a large image, an evenly distributed sample of its pixels.
 std::vector<DeviceColour> ImageColours(const std::string& path);
 
 }  // namespace hueweave::tool

@@ -26,7 +26,7 @@ using Json = nlohmann::ordered_json;
 
 double Fixed(std::uint32_t word) { return static_cast<std::int32_t>(word) / 65536.0; }
 
-/// Channels, grid and curves of a table's block.
+/// Channels, grid and curves of a table.
 Json TableShape(const TagReader& block) {
     Json shape;
     if (block.Size() < 32) return shape;
@@ -104,7 +104,7 @@ Json DescribeProfile(const std::string& name, const Bytes& bytes) {
     return json;
 }
 
-/// The profiles of a file's pages. The second page with the same one refers to the first.
+/// The profiles of a file's pages. Repeated profiles refer to their first page.
 class ProfileDescriber {
 public:
     explicit ProfileDescriber(const TiffStructure& structure) : structure_(structure), distinct_(structure) {}
@@ -139,7 +139,7 @@ private:
 
     const TiffStructure& structure_;
     DistinctProfiles distinct_;
-    std::vector<Json> first_;  ///< by number, what further pages refer to
+    std::vector<Json> first_;  ///< by number, referenced by further pages
 };
 
 Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory) {
@@ -180,7 +180,7 @@ Json DescribeTiff(const FileAccess& file) {
         ReadPages(structure);
         json["convertible"] = true;
     } catch (const ReadFailure&) {
-        throw;  // what could not be read is unknown
+        throw;  // the data could not be read, so nothing is known
     } catch (const Refusal& refusal) {
         json["convertible"] = false;
         json["why"] = refusal.what();
@@ -257,7 +257,7 @@ Exit InspectCommand::Run() {
         } catch (const Interrupted&) {
             throw;
         } catch (const std::system_error&) {
-            throw;  // of standard output, which no further file can be written to either
+            throw;  // standard output failed, so no further file can be reported
         } catch (...) {
             const auto [status, line] = Explain(path, std::current_exception());
             PrintError("hueweave: " + OneLine(line));

@@ -14,7 +14,7 @@ struct InspectOptions {
     bool json = false, sandbox = false;
 };
 
-/// The subcommand "inspect": what a profile or a TIFF file holds.
+/// The subcommand "inspect": describes a profile or a TIFF file.
 class InspectCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;

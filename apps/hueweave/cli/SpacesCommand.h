@@ -6,7 +6,7 @@
 
 namespace hueweave::tool {
 
-/// The subcommand "spaces": the colour spaces of the output.
+/// The subcommand "spaces": lists the output colour spaces.
 class SpacesCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;

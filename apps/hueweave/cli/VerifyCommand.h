@@ -19,7 +19,7 @@ struct VerifyOptions {
     bool json = false, sandbox = false;
 };
 
-/// The subcommand "verify": how far the engine is from Little CMS.
+/// The subcommand "verify": compares the engine with Little CMS.
 class VerifyCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;

@@ -30,7 +30,7 @@ void Budget::AddDirectory(std::uint64_t entries) {
 
 void Budget::AddRead(std::uint64_t bytes) {
     read_ += bytes;
-    // Divided, since a sparse file may be of any size.
+    // Division avoids overflow: a sparse file can have any size.
     if ((read_ + limit::kReadTimes - 1) / limit::kReadTimes > fileSize_ + limit::kReadMore / limit::kReadTimes) {
         Refuse("has too many entries that share their values", kWholeCopy);
     }

@@ -7,49 +7,50 @@
 
 namespace hueweave::tool {
 
-/// What a TIFF file may cost beside its pixels. A file of a few kilobytes can announce anything; with these limits it
-/// is converted or refused within seconds and 256 MiB. docs/reliability.md lists them.
+/// Limits on the cost of a TIFF file apart from its pixels. A file of a few kilobytes can announce arbitrarily large
+/// structures; with these limits it is converted or refused within seconds and 256 MiB. docs/reliability.md lists them.
 namespace limit {
 
 inline constexpr std::uint64_t kMiB = std::uint64_t{1} << 20;
 
-/// Directories of a file, those of metadata counted.
+/// Directories of a file, including those of metadata.
 inline constexpr std::uint64_t kDirectories = 65536;
-/// Entries of all its directories: 16 for each of the most directories. Some 100 bytes of memory each, with what is
-/// planned for the output and what is read back from it.
+/// Entries of all directories: 16 for each of the maximum number of directories. About 100 bytes of memory each, with
+/// the plan for the output and its check.
 inline constexpr std::uint64_t kEntries = 16 * kDirectories;
-/// SubIFDs below SubIFDs.
+/// Levels of nested SubIFDs.
 inline constexpr int kDepth = 8;
-/// Bytes of one value that is read into memory; an array of places takes at most 8 * `kSegments`.
+/// Bytes of one value that is read into memory; an array of offsets takes at most 8 * `kSegments`.
 inline constexpr std::uint64_t kValue = 32 * kMiB;
-/// Bytes read of all values: each is read a few times; what goes beyond is data that several entries share.
+/// Total bytes read of all values: each is read a few times; a higher total means that several entries share data.
 inline constexpr std::uint64_t kReadTimes = 8, kReadMore = 64 * kMiB;
 /// Strips and tiles of all pages: 64 bytes of memory each.
 inline constexpr std::uint64_t kSegments = std::uint64_t{1} << 21;
-/// Decoded bytes of a strip or tile. 2^44, times the 132 buffers of a picture of 64 planes, times 1,024 threads, stays
+/// Decoded bytes of a strip or tile. 2^44, times the 132 buffers of an image with 64 planes, times 1,024 threads, stays
 /// below 2^64.
 inline constexpr std::uint64_t kSegmentBytes = std::uint64_t{1} << 44;
-/// Decoded bytes of all pages, so that three times as much stays below 2^64.
+/// Decoded bytes of all pages; three times this stays below 2^64.
 inline constexpr std::uint64_t kImageBytes = std::uint64_t{1} << 60;
-/// What data may take beyond twice the picture that they make.
+/// Bytes that encoded data may have beyond twice the decoded image.
 inline constexpr std::uint64_t kImageMore = kMiB;
-/// Different profiles that the pages embed, and their bytes; a converter takes some 3 MB.
+/// Different profiles embedded by the pages, and their total size; a converter needs about 3 MB.
 inline constexpr std::uint64_t kProfiles = 16;
 inline constexpr std::uint64_t kProfileBytes = 32 * kMiB;
 
 }  // namespace limit
 
-/// Counts what one file has cost. Refuses it where that is more than a file of its size may cost.
+/// Counts the cost of one file. Refuses the file if it exceeds what is allowed for its size.
 class Budget {
 public:
     Budget(std::string name, std::uint64_t fileSize) : name_(std::move(name)), fileSize_(fileSize) {}
 
     void AddDirectory(std::uint64_t entries);
-    /// Bytes of a value that is about to be read.
+    /// Adds the bytes of a value before it is read.
     void AddRead(std::uint64_t bytes);
-    /// Strips or tiles whose places are about to be read. `decoded` is the bytes of each, at most `kSegmentBytes`.
+    /// Adds strips or tiles before their offsets are read. `decoded` is the size of each in bytes, at most
+    /// `kSegmentBytes`.
     void AddSegments(std::uint64_t count, std::uint64_t decoded);
-    /// Bytes that the file has for them. Where strips share data, they are bounded by the picture.
+    /// Adds their encoded bytes in the file. If strips share data, the size of the image limits them.
     void AddEncoded(std::uint64_t bytes);
     std::uint64_t segments() const { return segments_; }
 

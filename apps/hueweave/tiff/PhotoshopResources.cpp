@@ -8,7 +8,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint64_t kMost = std::uint64_t{16} << 20;  ///< bytes that are read into memory
+constexpr std::uint64_t kMost = std::uint64_t{16} << 20;  ///< maximum bytes read into memory
 constexpr unsigned kOldThumbnail = 1033, kThumbnail = 1036, kProfile = 1039;
 constexpr std::size_t kNameAt = 6;  ///< after the signature and the number
 
@@ -23,7 +23,7 @@ PhotoshopResources::PhotoshopResources(const TiffStructure& structure, const Tif
     if (tooLarge_) return;
     bytes_ = structure.Data(*entry);
     const TiffForm big{true, false};
-    // Signature "8BIM", number, name with its length in one byte, length, data; name and data padded to even lengths.
+    // Signature "8BIM", number, name with a length byte, length, data; name and data are padded to even lengths.
     for (std::size_t at = 0; at + kNameAt < bytes_.size() && std::memcmp(&bytes_[at], "8BIM", 4) == 0;) {
         const std::size_t length = at + kNameAt + Even(std::size_t{1} + bytes_[at + kNameAt]);
         if (length + 4 > bytes_.size()) return;
@@ -46,7 +46,7 @@ std::optional<Bytes> PhotoshopResources::WithProfile(const Bytes& icc) const {
     };
     if (profiles_.empty()) return std::nullopt;
     for (const Resource& resource : profiles_) {
-        // Programs look at one of a number; further ones would multiply the profile.
+        // Programs use one resource of a number; further ones would multiply the profile.
         const bool keep = !icc.empty() && &resource == &profiles_.front();
         copy(keep ? resource.data : resource.begin);
         if (keep) {

@@ -8,24 +8,24 @@
 
 namespace hueweave::tool {
 
-/// What Photoshop keeps in tag 34377: numbered resources, one after the other, big-endian whatever the file. Some of
-/// them tell of colours. Bytes that are no resource stay as they are, with all that follows.
+/// Photoshop's resources in tag 34377: a sequence of numbered resources, big-endian whatever the byte order of the
+/// file. Some of them describe colours. Bytes that are not a resource, and everything after them, do not change.
 class PhotoshopResources {
 public:
-    /// Nothing is found where there is no such tag. Borrows nothing.
+    /// Finds nothing if there is no such tag. Borrows nothing.
     PhotoshopResources(const TiffStructure& structure, const TiffDirectory& directory);
 
-    /// They are there, but so large that they are not looked into.
+    /// Whether the resources exist but are too large to be read.
     bool tooLarge() const { return tooLarge_; }
     bool HasThumbnail() const { return thumbnail_; }
-    /// All of them, with another profile, or none if `icc` is empty. Nothing if they hold no profile now. Of several
-    /// profiles, one is left.
+    /// All resources with another profile, or without one if `icc` is empty. Nothing if they contain no profile. Of
+    /// several profiles, one is kept.
     std::optional<Bytes> WithProfile(const Bytes& icc) const;
 
 private:
     struct Resource {
-        std::size_t begin, size;  ///< of all of it, within the value
-        std::size_t data;         ///< where what it holds begins
+        std::size_t begin, size;  ///< of the resource, within the value
+        std::size_t data;         ///< start of its data
     };
     Bytes bytes_;
     std::vector<Resource> profiles_;

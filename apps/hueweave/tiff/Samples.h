@@ -9,7 +9,7 @@
 
 namespace hueweave::tool {
 
-/// Turns the bytes of `count` samples of `width` bytes around where the file's order is not the processor's.
+/// Reverses the bytes of `count` samples of `width` bytes if the file's byte order differs from the processor's.
 inline void ToNative(unsigned char* data, std::size_t count, unsigned width, bool bigEndian) {
     if (width != 2 || bigEndian == (std::endian::native == std::endian::big)) return;
     for (std::size_t i = 0; i < count; ++i) {
@@ -20,7 +20,7 @@ inline void ToNative(unsigned char* data, std::size_t count, unsigned width, boo
     }
 }
 
-/// Takes one sample in `samples` out of interleaved pixels, or puts it in, from or to a plane of its own.
+/// Copies one of `samples` samples from interleaved pixels to a plane, or back.
 inline void PlaneFromPixels(unsigned char* plane, const unsigned char* pixels, std::size_t count, unsigned sample,
                             unsigned samples, unsigned width) {
     for (std::size_t i = 0; i < count; ++i)

@@ -8,10 +8,10 @@
 namespace hueweave::tool {
 namespace {
 
-/// How many values a tag has.
+/// Number of values of a tag.
 enum class Values {
     One,
-    OneOrPerSample,  ///< all the same
+    OneOrPerSample,  ///< with equal values
     PerSample,
     UpToSamples,
     Any,
@@ -24,8 +24,8 @@ constexpr std::uint32_t Types(std::initializer_list<unsigned> list) {
 }
 constexpr std::uint32_t kWhole = Types({1, 3, 4, 16});                               ///< BYTE, SHORT, LONG, LONG8
 constexpr std::uint32_t kDirectory = Types({4, 13, 16, 18});                         ///< LONG, IFD, LONG8, IFD8
-constexpr std::uint32_t kBytes = Types({1, 2, 6, 7});                                ///< one byte an item
-constexpr std::uint32_t kNumber = Types({1, 3, 4, 5, 6, 8, 9, 10, 11, 12, 16, 17});  ///< any, of any sign
+constexpr std::uint32_t kBytes = Types({1, 2, 6, 7});                                ///< one byte per item
+constexpr std::uint32_t kNumber = Types({1, 3, 4, 5, 6, 8, 9, 10, 11, 12, 16, 17});  ///< any number, signed or unsigned
 constexpr std::uint32_t kAll = ~std::uint32_t{0};
 
 struct Rule {
@@ -35,7 +35,7 @@ struct Rule {
 };
 
 constexpr Rule kRules[] = {
-    {tag::SubfileType, kWhole, Values::Any},  // files that the library makes itself have four bytes
+    {tag::SubfileType, kWhole, Values::Any},  // files created by the library have four bytes
     {tag::Width, kWhole, Values::One},
     {tag::Height, kWhole, Values::One},
     {tag::BitsPerSample, kWhole, Values::OneOrPerSample},

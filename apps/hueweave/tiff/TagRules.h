@@ -8,10 +8,10 @@
 
 namespace hueweave::tool {
 
-/// What is wrong with the tags of an image that are rewritten or that decide where its pixels are: a type or a number
-/// of values that they cannot have, two of the same tag, strips and tiles at once, a value that lies over a directory.
-/// Readers take such files for different pictures, or not at all. Empty if nothing is wrong. All other tags are
-/// carried along whatever they hold.
+/// Describes an error in the tags of an image that are rewritten or that determine where its pixels are: an invalid
+/// type or number of values, a repeated tag, both strips and tiles, a value that overlaps a directory. Readers
+/// interpret such files differently, or refuse them. Empty if there is no error. All other tags are copied whatever
+/// they contain.
 std::string FaultOfTags(const TiffStructure& structure, const TiffDirectory& directory);
 
 }  // namespace hueweave::tool

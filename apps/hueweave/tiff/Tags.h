@@ -8,7 +8,7 @@
 
 namespace hueweave::tool {
 
-/// Tags that the command reads or writes; all others are carried along as bytes.
+/// Tags that the command reads or writes; all others are copied as bytes.
 namespace tag {
 inline constexpr std::uint16_t SubfileType = TIFFTAG_SUBFILETYPE;
 inline constexpr std::uint16_t Width = TIFFTAG_IMAGEWIDTH;

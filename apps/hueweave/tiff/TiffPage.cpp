@@ -13,7 +13,7 @@
 namespace hueweave::tool {
 namespace {
 
-/// A kind of further sample that some programs write, and readers take.
+/// A kind of extra sample that some programs write and readers accept.
 constexpr std::uint64_t kOtherExtra = 999;
 constexpr std::uint64_t kTileStep = 16;  ///< pixels
 
@@ -60,8 +60,8 @@ private:
         return static_cast<unsigned>(std::min<std::uint64_t>(Number(wanted, fallback), 0x7fffffff));
     }
 
-    /// A mask is not decoded. Readers refuse the whole file for one without pixels, and its strips or tiles cost what
-    /// others cost.
+    /// A mask is not decoded. Readers refuse the whole file if it has a mask without pixels, and the strips or tiles of
+    /// a mask count against the budget like others.
     void CheckMask() {
         for (const auto which : {tag::Width, tag::Height}) {
             if (Number(which, 0) == 0) RefuseDamaged("is a mask without pixels");
@@ -99,7 +99,7 @@ private:
             Refuse(format == SAMPLEFORMAT_IEEEFP ? "holds floating-point samples" : "holds samples that are not plain",
                    kWholeNumbers);
         }
-        // An older tag for the same, of which 0 says nothing and 2 whole numbers.
+        // An older tag with the same purpose; 0 means undefined and 2 means integers.
         const std::uint64_t kind = Number(tag::DataType, 0);
         if (kind != 0 && kind != 2) Refuse("holds samples that are not plain", kWholeNumbers);
         if (bits[0] != 8 && bits[0] != 16) {
@@ -122,7 +122,7 @@ private:
         const bool takesOne = page_.compression == COMPRESSION_LZW || page_.compression == COMPRESSION_ADOBE_DEFLATE ||
                               page_.compression == COMPRESSION_DEFLATE || page_.compression == COMPRESSION_LZMA ||
                               page_.compression == COMPRESSION_ZSTD;
-        if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag means nothing there, and stays as it is
+        if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag has no meaning here and does not change
         if (page_.predictor == PREDICTOR_NONE || page_.predictor == PREDICTOR_HORIZONTAL) return;
         Refuse("has predictor " + std::to_string(page_.predictor) + ", which whole numbers do not have",
                "write it anew with LZW or Deflate, for example with tiffcp -c zip");
@@ -167,7 +167,7 @@ private:
         if (across == 0 || down == 0 || across > 0x7fffffff || down > 0x7fffffff) {
             RefuseDamaged("has strips or tiles without a size");
         }
-        // No encoder of libtiff makes others.
+        // The encoders of libtiff support no others.
         if (page_.tiled && !page_.Plain() && (across % kTileStep != 0 || down % kTileStep != 0)) {
             Refuse("has encoded tiles whose sides are no multiples of 16",
                    "write it anew with others, for example with tiffcp -t -w 512 -l 512");
@@ -206,7 +206,7 @@ private:
                 RefuseDamaged("is cut: image data lie past the end of the file");
             }
             page_.segments.push_back(segment);
-            // Of plain data, no more is read than the pixels take.
+            // For uncompressed data, only the bytes of the pixels are read.
             if (!page_.Plain()) structure_.budget().AddEncoded(segment.size);
         }
     }

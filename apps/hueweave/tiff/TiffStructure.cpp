@@ -12,7 +12,7 @@
 namespace hueweave::tool {
 namespace {
 
-/// Types of whole numbers that are never below 0: BYTE, SHORT, LONG, IFD, LONG8, IFD8.
+/// Unsigned integer types: BYTE, SHORT, LONG, IFD, LONG8, IFD8.
 bool IsWhole(unsigned which) {
     return which == type::Byte || which == type::Short || which == type::Long || which == type::Ifd ||
            which == type::Long8 || which == type::Ifd8;
@@ -33,7 +33,7 @@ void TiffForm::Put(unsigned char* at, std::size_t size, std::uint64_t value) con
 }
 
 std::size_t TypeSize(unsigned type) {
-    // libtiff gives type 0, which is none, the size of a byte.
+    // libtiff gives the invalid type 0 a size of one byte.
     const bool known = type > TIFF_NOTYPE && type <= TIFF_IFD8;
     return known ? static_cast<std::size_t>(TIFFDataWidth(static_cast<TIFFDataType>(type))) : 0;
 }
@@ -73,7 +73,7 @@ bool TiffStructure::Overlaps(Extent extent) const {
     return after != taken_.begin() && std::prev(after)->second.end > extent.offset;
 }
 
-/// Whether a directory was read already. One of both kinds at once is none of either.
+/// Whether a directory has already been read. A directory that is both image and metadata is refused.
 bool TiffStructure::IsTaken(std::uint64_t offset, bool image) const {
     const auto found = taken_.find(offset);
     if (found == taken_.end()) return false;
@@ -101,7 +101,7 @@ void TiffStructure::ReadChain(std::uint64_t offset, std::optional<std::size_t> p
         std::vector<std::uint64_t> below;
         if (const TiffEntry* entry = directories_[place].Find(tag::SubIfds)) below = DirectoriesBelow(*entry);
         for (const std::uint64_t sub : below) {
-            // Two pages may share a directory below them.
+            // Two pages may share a SubIFD.
             if (sub != 0 && !IsTaken(sub, true)) ReadChain(sub, place, depth + 1);
         }
         NoteMetadata(directories_[place], depth);
@@ -118,7 +118,7 @@ TiffDirectory TiffStructure::ReadDirectory(std::uint64_t offset, bool image) {
     const std::uint64_t count = form_.Get(head, form_.CountSize());
     if (count > 65535 || DirectoryBytes(count) > fileSize_ - offset) Refuse("is cut: a directory runs past its end");
     const Extent extent{offset, DirectoryBytes(count)};
-    // So the bytes of all directories are bounded by the file.
+    // Thus the total size of all directories is limited by the file size.
     if (Overlaps(extent)) Refuse("has directories that lie over each other");
     budget_.AddDirectory(count);
     taken_[offset] = {extent.End(), image};

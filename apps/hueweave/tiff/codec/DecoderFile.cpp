@@ -12,10 +12,10 @@ namespace hueweave::tool {
 namespace {
 
 constexpr std::uint64_t kHeader = 16, kEntry = 20;  ///< bytes, of BigTIFF
-constexpr std::uint64_t kMostEntries = 16;          ///< that are written below
-constexpr std::uint64_t kMostTables = 64 << 10;     ///< bytes; sound JPEG tables take some hundreds
+constexpr std::uint64_t kMostEntries = 16;          ///< written below
+constexpr std::uint64_t kMostTables = 64 << 10;     ///< bytes; valid JPEG tables have a few hundred
 
-/// Puts entries into a directory of a fixed number of them, and their values behind it.
+/// Writes entries to a directory with a fixed number of them, and their values after it.
 class Writer {
 public:
     Writer(bool bigEndian, std::uint64_t size) : form_{bigEndian, true}, bytes_(static_cast<std::size_t>(size)) {
@@ -25,7 +25,7 @@ public:
         Put(8, 8, kHeader);
     }
 
-    /// In the order of the tags.
+    /// Must be called in the order of the tags.
     void Add(unsigned tag, unsigned type, const std::vector<std::uint64_t>& values) {
         const std::size_t item = TypeSize(type);
         const std::uint64_t at = kHeader + 8 + kEntry * count_++;
@@ -76,7 +76,7 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
         throw Refusal(Exit::Input, file_.name(), (page.label.empty() ? "" : page.label + " ") + reason,
                       "write it anew with LZW or Deflate, for example with tiffcp -c zip");
     };
-    // Their planes would be taken for red, green and blue.
+    // Their planes would be interpreted as red, green and blue.
     if (page.planar && page.photometric == PHOTOMETRIC_YCBCR) refuse("holds YCbCr pixels in planes of their own");
     const TiffDirectory& directory = structure.directories()[page.directory];
     if (const TiffEntry* tables = directory.Find(tag::JpegTables)) {

@@ -10,27 +10,26 @@
 
 namespace hueweave::tool {
 
-/// What all decoders of one page share. It is read from the source once, so that a source that changes meanwhile
-/// cannot make them disagree about the shape of what they decode.
+/// Data shared by all decoders of one page. They are read from the source once, so that decoders agree about the
+/// geometry even if the source changes meanwhile.
 class PageSource {
 public:
-    /// Borrows the structure and the page. Refuses what no decoder may be given.
+    /// Borrows the structure and the page. Refuses pages that must not be given to a decoder.
     PageSource(const TiffStructure& structure, const TiffPage& page);
 
     const TiffPage& page() const { return page_; }
     const FileAccess& file() const { return file_; }
     bool bigEndian() const { return bigEndian_; }
     const Bytes& jpegTables() const { return jpegTables_; }
-    /// Decoded bytes behind the pixels that the page may still have, all strips and tiles together: as much again as
-    /// its pixels, and its share of 1 MiB for the file. Small files that decode to a great deal more are made to take
-    /// time and nothing else.
+    /// Decoded bytes after the pixels that the page may still have, for all strips and tiles together: the size of its
+    /// pixels, plus its share of 1 MiB for the file. Small files that decode to much more exist only to waste time.
     std::atomic<std::int64_t>& surplus() const { return surplus_; }
 
-    /// A TIFF file without its image data that has no entries but those which tell how to decode: one image, in one
-    /// plane, as high as `rows`, whose strips or tiles lie at `places`. libtiff is given this instead of the source,
-    /// whose own directory may hold any amount of other things. BigTIFF, so that nothing in it runs over.
+    /// A TIFF file without image data that contains only the entries needed for decoding: one image in one plane with
+    /// `rows` rows, whose strips or tiles are at `places`. libtiff gets this instead of the source, whose own directory
+    /// may contain anything else. It is BigTIFF, so that no value overflows.
     Bytes Directory(std::uint64_t rows, const std::vector<Extent>& places) const;
-    /// Bytes of such a file.
+    /// Size of such a file in bytes.
     std::uint64_t DirectorySize(std::uint64_t places) const;
 
 private:
@@ -38,7 +37,7 @@ private:
     const FileAccess& file_;
     bool bigEndian_;
     Bytes jpegTables_;
-    std::vector<std::uint64_t> subsampling_;  ///< empty where the file does not tell
+    std::vector<std::uint64_t> subsampling_;  ///< empty if the file does not state it
     mutable std::atomic<std::int64_t> surplus_;
 };
 

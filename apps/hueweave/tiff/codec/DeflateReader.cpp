@@ -14,7 +14,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kScratch = std::size_t{64} << 10;  ///< bytes; stays in the processor's cache
+constexpr std::size_t kScratch = std::size_t{64} << 10;  ///< bytes; fits in the processor's cache
 constexpr std::uint64_t kBlock = std::uint64_t{256} << 10;
 
 template <typename Sample>
@@ -66,7 +66,7 @@ std::size_t DeflateReader::Inflate(unsigned char* pixels, std::size_t size) {
         state_ = inflate(stream_.get(), Z_NO_FLUSH);
         done += room - stream_->avail_out;
         if (state_ == Z_BUF_ERROR || (state_ == Z_OK && stream_->avail_in == 0 && stream_->avail_out > 0)) {
-            state_ = Z_OK;  // it waits for more
+            state_ = Z_OK;  // it needs more input
             break;
         }
     }

@@ -26,7 +26,7 @@ enum class DeflateEnd {
 /// Every byte is read from the source once, so that what was checked is what was decoded.
 class DeflateReader {
 public:
-    /// Borrows the source, whose surplus is drawn on by data that decode to more than their pixels.
+    /// Borrows the source; data that decode to more than their pixels use up its surplus.
     explicit DeflateReader(const PageSource& source);
     ~DeflateReader();
     DeflateReader(const DeflateReader&) = delete;
@@ -48,27 +48,27 @@ public:
 
 private:
     void Begin();
-    /// Gives bytes to zlib; they stay where they are until it has taken them.
+    /// Passes bytes to zlib; they must not move until zlib has consumed them.
     void Feed(unsigned char* data, std::size_t size);
-    /// Decodes what was given into `pixels`, `size` bytes at the most. Returns how many it wrote.
+    /// Decodes the input into `pixels`, at most `size` bytes. Returns the number of bytes written.
     std::size_t Inflate(unsigned char* pixels, std::size_t size);
-    /// Reads the next block of the strip if all before is taken. Returns whether there is anything to decode.
+    /// Reads the next block of the strip if all input is consumed. Returns whether there is input to decode.
     bool Refill();
-    /// Looks through what was given and is behind the pixels.
+    /// Checks the input after the pixels.
     void Skip();
     DeflateEnd End(bool enough) const;
 
     const PageSource& source_;
     std::unique_ptr<z_stream_s> stream_;
-    Bytes scratch_;        ///< what is decoded and not kept
-    Bytes block_;          ///< of a strip by rows
-    Bytes turned_;         ///< of files whose bytes hold the lowest bit first
-    Extent left_;          ///< of a strip by rows: what was not read yet
-    bool beyond_ = false;  ///< more was decoded than a picture may have behind it
+    Bytes scratch_;        ///< decoded data that are not needed
+    Bytes block_;          ///< of a strip decoded by rows
+    Bytes turned_;         ///< for files with reversed bit order
+    Extent left_;          ///< of a strip decoded by rows: not read yet
+    bool beyond_ = false;  ///< more was decoded than is allowed after the pixels
     int state_ = 0;        ///< of zlib
 };
 
-/// Turns the differences that predictor 2 leaves in each row into samples. `stride` is samples a pixel.
+/// Undoes predictor 2: converts the differences in each row to samples. `stride` is the number of samples per pixel.
 void UndoDifferences(unsigned char* pixels, std::uint64_t rows, std::uint64_t columns, unsigned stride, unsigned width);
 
 }  // namespace hueweave::tool

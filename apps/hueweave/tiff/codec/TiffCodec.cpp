@@ -12,18 +12,18 @@
 namespace hueweave::tool {
 namespace {
 
-/// Bytes that are encoded before they are written, where a strip is written by rows.
+/// Bytes that are encoded before they are written, if a strip is written by rows.
 constexpr tmsize_t kRowsBuffer = tmsize_t{1} << 20;
 
 }  // namespace
 
-/// A file that is not there: what libtiff writes goes to a sink, and nothing can be read back.
+/// A virtual file: output of libtiff goes to a sink, and nothing can be read back.
 struct TiffEncoder::Target {
     Sink sink;
     std::uint64_t size = 0;
     std::uint64_t position = 0;
     TiffMessages messages;
-    std::exception_ptr failure;  ///< of the sink, which may not throw through libtiff
+    std::exception_ptr failure;  ///< from the sink, which must not throw through libtiff
 
     static Target& Of(thandle_t handle) { return *static_cast<Target*>(handle); }
     static tmsize_t Read(thandle_t, void*, tmsize_t) { return 0; }
@@ -59,7 +59,7 @@ TiffEncoder::TiffEncoder(const FileAccess& target, const TiffPage& page, bool bi
 TiffEncoder::~TiffEncoder() = default;
 
 void TiffEncoder::Open() {
-    // BigTIFF, so that the length of what is written sets no limit; none of its structure reaches the file.
+    // BigTIFF, so that the amount of data is not limited; its structure is not written to the file.
     const TiffCalls calls{target_.get(), Target::Read, Target::Write, Target::Seek,   Target::Close,
                           Target::Size,  nullptr,      nullptr,       Target::Warning};
     handle_ = OpenTiff(file_.name(), bigEndian_ ? "w8b" : "w8l", calls, target_->messages, 0);
@@ -75,7 +75,7 @@ void TiffEncoder::Open() {
     Set(TIFFTAG_FILLORDER, page_.fillOrder);
     Set(TIFFTAG_COMPRESSION, coding.compression);
     if (coding.predictor != 1) Set(TIFFTAG_PREDICTOR, coding.predictor);
-    // The usual 6 takes 94 MiB a thread.
+    // The default preset 6 takes 94 MiB per thread.
     if (coding.compression == COMPRESSION_LZMA) Set(TIFFTAG_LZMAPRESET, 1);
     if (page_.tiled) {
         Set(TIFFTAG_TILEWIDTH, page_.segmentWidth);
@@ -85,14 +85,14 @@ void TiffEncoder::Open() {
     }
 }
 
-/// libtiff goes on as it was where it cannot set a tag: without compression, for one.
+/// If libtiff cannot set a tag, it continues without it, for example without compression.
 void TiffEncoder::Set(std::uint32_t tag, std::uint32_t value) {
     if (TIFFSetField(handle_.get(), tag, value) == 0) Refuse();
 }
 
 void TiffEncoder::Refuse() const {
     if (target_->failure) std::rethrow_exception(target_->failure);
-    // Nothing but memory is left to lack where a coder says nothing.
+    // If a coder gives no message, only memory can be missing.
     if (target_->messages.first.empty() || TellsOfNoMemory(target_->messages.first)) throw std::bad_alloc();
     throw Refusal(Exit::Output, file_.name(), "image data cannot be encoded (" + target_->messages.first + ")",
                   "give a file that is compressed with LZW or Deflate");
@@ -114,14 +114,14 @@ Bytes TiffEncoder::Encode(unsigned char* pixels, std::size_t size) {
 
 void TiffEncoder::BeginRows(Sink sink) {
     target_->sink = nullptr;
-    Open();  // a fresh handle, since the one before has its only strip behind it
-    // Else libtiff takes a buffer as large as the strip, and fills it as far as the data do not shrink.
+    Open();  // a new handle, because the previous one has written its only strip
+    // Otherwise libtiff allocates a buffer as large as the strip, and fills it as long as the data do not shrink.
     if (TIFFWriteBufferSetup(handle_.get(), nullptr, kRowsBuffer) == 0) Refuse();
     target_->sink = std::move(sink);
 }
 
 void TiffEncoder::Row(std::uint32_t row, unsigned char* pixels) {
-    // Some coders pass over a write that failed.
+    // Some coders ignore a failed write.
     if (TIFFWriteScanline(handle_.get(), pixels, row, 0) < 0 || target_->failure) Refuse();
 }
 

@@ -12,19 +12,20 @@
 
 namespace hueweave::tool {
 
-/// Encodes strips and tiles of a page's shape with libtiff, as bytes for the file. One thread at a time.
+/// Encodes strips and tiles with the geometry of a page as bytes for the file, with libtiff. For use by one thread at a
+/// time.
 class TiffEncoder {
 public:
     using Sink = std::function<void(const unsigned char* data, std::size_t size)>;
 
-    /// The page's own scheme, or Deflate for one that would lose something.
+    /// The compression scheme of the page, or Deflate instead of a lossy one.
     TiffEncoder(const FileAccess& target, const TiffPage& page, bool bigEndian);
     ~TiffEncoder();
 
-    /// Encodes a strip or tile of `size` bytes, which are spoilt on the way.
+    /// Encodes a strip or tile of `size` bytes, which are overwritten.
     Bytes Encode(unsigned char* pixels, std::size_t size);
-    /// The same row by row, for strips too large to be held whole: `sink` takes the bytes as they come. Call
-    /// `BeginRows`, then `Row` for each row from 0 on, then `EndRows`.
+    /// The same row by row, for strips too large to be held in memory: `sink` receives the bytes as they are encoded.
+    /// Call `BeginRows`, then `Row` for each row from 0 on, then `EndRows`.
     void BeginRows(Sink sink);
     void Row(std::uint32_t row, unsigned char* pixels);
     void EndRows();
@@ -41,12 +42,12 @@ private:
     TiffHandle handle_;
 };
 
-/// The compression and the predictor with which a page's image data are written.
+/// The compression and predictor with which the image data of a page are written.
 struct Coding {
     unsigned compression, predictor;
 };
 Coding OutputCoding(const TiffPage& page);
-/// Bytes that a decoder and an encoder take for themselves, as measured; what is next to nothing counts as 0.
+/// Measured memory of a decoder and an encoder in bytes; negligible amounts count as 0.
 std::uint64_t CoderMemory(const TiffPage& page);
 
 }  // namespace hueweave::tool

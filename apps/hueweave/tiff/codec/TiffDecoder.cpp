@@ -18,11 +18,11 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint64_t kPage = 4096;  ///< bytes, of memory
-/// Memory mapped at once before that which is done with is given back.
+constexpr std::uint64_t kPage = 4096;  ///< bytes of a memory page
+/// Size of mapped memory after which used pages are released.
 constexpr std::uint64_t kMappedWindow = std::uint64_t{4} << 20;
 constexpr std::uint64_t kCopyBlock = std::uint64_t{256} << 10;
-/// What libtiff may allocate at once beside rows and strips: the tables of its decoders.
+/// Maximum single allocation of libtiff in addition to rows and strips: the tables of its decoders.
 constexpr std::uint64_t kTables = std::uint64_t{1} << 20;
 
 std::uint64_t LargestSegment(const TiffPage& page) {
@@ -33,23 +33,23 @@ std::uint64_t LargestSegment(const TiffPage& page) {
 
 }  // namespace
 
-/// A small file as libtiff sees it: a directory in memory, and behind it image data at the same offsets of `data`, or
-/// at others.
+/// A small virtual file for libtiff: a directory in memory, followed by image data that are at the same offsets in
+/// `data`, or at others.
 class DecoderView {
 public:
     Bytes directory;
-    std::uint64_t start = 0;  ///< where the image data begin in this file
+    std::uint64_t start = 0;  ///< start of the image data in this file
     std::uint64_t size = 0;   ///< of this file
     const FileAccess* data = nullptr;
-    std::uint64_t place = 0;  ///< where those data begin in `data`
-    bool map = false;         ///< `data` is this file, and may be mapped
+    std::uint64_t place = 0;  ///< start of these data in `data`
+    bool map = false;         ///< `data` is this file and may be mapped
     unsigned char* mapped = nullptr;
     TiffMessages messages{};
-    std::exception_ptr failure{};  ///< of a read, which may not throw through libtiff
+    std::exception_ptr failure{};  ///< from a read, which must not throw through libtiff
 
     TiffHandle Open(const std::string& name, std::uint64_t mostMemory) {
         const TiffCalls calls{this, Read, Write, Seek, Close, Size, Map, Unmap, TiffMessages::Warning};
-        // "c": strips stay as they are told.
+        // "c": libtiff must not split strips.
         return OpenTiff(name, map ? "rc" : "rcm", calls, messages, mostMemory);
     }
     [[noreturn]] void Refuse(const std::string& name) const {
@@ -106,7 +106,7 @@ private:
         DecoderView& self = Of(handle);
         if (!self.map) return 0;
         void* at = ::mmap(nullptr, self.size, PROT_READ, MAP_SHARED, self.data->descriptor(), 0);
-        if (at == MAP_FAILED) return 0;  // libtiff then reads
+        if (at == MAP_FAILED) return 0;  // then libtiff reads instead
         ::madvise(at, self.size, MADV_SEQUENTIAL);
         self.mapped = static_cast<unsigned char*>(at);
         *base = at;
@@ -123,7 +123,7 @@ private:
 
 namespace {
 
-/// Refuses where libtiff sees another shape in the directory than the page: its buffers are of our sizes.
+/// Refuses a page if libtiff derives another geometry from the directory, because the buffers have our sizes.
 void CheckGeometry(tiff* handle, const TiffPage& page, std::uint64_t rows, std::uint64_t segments, const char* name) {
     const auto alike = [](tmsize_t theirs, std::uint64_t ours) {
         return theirs > 0 && static_cast<std::uint64_t>(theirs) == ours;
@@ -157,7 +157,7 @@ bool HasTables(tiff* handle, const Bytes& tables) {
 
 std::uint64_t WebpHead(std::uint64_t size) { return std::min<std::uint64_t>(size, kWebpHead); }
 
-/// Refuses WebP data of another size than the strip or tile whose first bytes are `head`.
+/// Refuses WebP data whose size differs from the strip or tile whose first bytes are `head`.
 void CheckWebp(const PageSource& source, std::uint64_t segment, Bytes head) {
     const TiffPage& page = source.page();
     if (page.compression != COMPRESSION_WEBP) return;
@@ -174,13 +174,13 @@ void OpenView(DecoderView& view, TiffHandle& handle, const PageSource& source, s
         if (TIFFSetField(handle.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) == 0) view.Refuse(name);
     }
     if (!HasTables(handle.get(), source.jpegTables())) throw std::bad_alloc();
-    view.messages.first.clear();  // what matters shows in the geometry
+    view.messages.first.clear();  // the geometry check reveals real problems
 }
 
 }  // namespace
 
-/// libtiff sees one tile; or one strip of full height and, where the last one is lower, that one below. All that
-/// matters of a strip's number is whether it is the last.
+/// libtiff gets one tile, or one strip of full height and, if the last one is shorter, that strip below it. The only
+/// relevant property of a strip number is whether it is the last.
 TiffDecoder::TiffDecoder(const PageSource& source) : source_(source) {
     const TiffPage& page = source.page();
     if (DeflateReader::Concerns(page)) {
@@ -240,7 +240,7 @@ Extent RowDecoder::StripOf(std::uint64_t strip) const {
     return extent;
 }
 
-/// All strips have one place in the copy, one after the other in time.
+/// All strips use the same position in the copy, one at a time.
 void RowDecoder::Open() {
     const TiffPage& page = source_.page();
     std::vector<Extent> places;
@@ -255,7 +255,7 @@ void RowDecoder::Open() {
     copy_.Resize(view_->size);
     view_->data = &copy_;
     view_->map = true;
-    // Bits that are to be turned around are turned in memory.
+    // Reversed bits are reordered in memory.
     const std::uint64_t whole = page.fillOrder == 1 ? 0 : LargestSegment(page);
     OpenView(*view_, handle_, source_, std::max({page.RowBytes(), whole, 8 * page.InPlane()}) + kTables);
     CheckGeometry(handle_.get(), page, page.height, page.InPlane(), source_.file().name().c_str());
@@ -317,7 +317,7 @@ void RowDecoder::ReadRow(unsigned char* pixels) {
 }
 
 void RowDecoder::Refuse() const {
-    // Some programs pack a strip as a whole. libtiff's decoder of rows does not take a run across two of them.
+    // Some programs compress a strip as a whole. When decoding by rows, libtiff does not support runs that cross rows.
     const bool damaged = !view_->failure && !TellsOfNoMemory(view_->messages.first);
     if (damaged && source_.page().compression == COMPRESSION_PACKBITS) {
         throw Refusal(
@@ -328,8 +328,8 @@ void RowDecoder::Refuse() const {
     view_->Refuse(source_.file().name());
 }
 
-/// The decoder goes through a strip from its start to its end. What lies well behind it after `rows` rows is not
-/// needed again; were it touched nevertheless, it would be read from the copy anew.
+/// The decoder reads a strip from start to end. Data well before the position after `rows` rows are no longer needed;
+/// if they were accessed, they would be read from the copy again.
 void RowDecoder::GiveBack(std::uint32_t rows) {
     if (view_->mapped == nullptr) return;
     const std::uint64_t size = StripOf(strip_).size;

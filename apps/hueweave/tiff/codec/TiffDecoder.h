@@ -14,41 +14,42 @@ namespace hueweave::tool {
 
 class DecoderView;
 
-/// Decodes whole strips and tiles of one page with libtiff. One thread at a time; threads take a decoder each.
+/// Decodes whole strips and tiles of one page with libtiff. For use by one thread at a time; each thread has its own
+/// decoder.
 class TiffDecoder {
 public:
-    /// Borrows the source. Refuses a page whose shape libtiff understands in another way.
+    /// Borrows the source. Refuses a page whose geometry libtiff interprets differently.
     explicit TiffDecoder(const PageSource& source);
     ~TiffDecoder();
 
-    /// A strip or tile into `pixels`, in the processor's byte order.
+    /// Decodes a strip or tile into `pixels`, in the processor's byte order.
     void ReadSegment(std::uint64_t segment, Bytes& pixels);
 
 private:
     const PageSource& source_;
     std::unique_ptr<DecoderView> view_;
-    TiffHandle handle_;                       ///< null for Deflate, which takes none
+    TiffHandle handle_;                       ///< null for Deflate, which does not use libtiff
     std::unique_ptr<DeflateReader> deflate_;  ///< null for other schemes
     Bytes raw_;
 };
 
-/// Decodes one plane of a page row by row from the top, for strips too large to be held whole.
+/// Decodes one plane of a page row by row from the top, for strips too large to be held in memory.
 ///
-/// libtiff wants a strip in one piece. It gets it from a file of our own without a name, to which the strip is copied,
-/// and which is mapped into memory: a source that somebody cuts meanwhile would end the process, were it mapped itself.
-/// Deflate data need no copy.
+/// libtiff requires a strip in one piece. It gets it from an unnamed file of the command to which the strip is copied
+/// and which is mapped into memory: if the source itself were mapped and then truncated, the process would end. Deflate
+/// data need no copy.
 class RowDecoder {
 public:
-    /// Borrows the source. Copies of strips stand in `folder`; `name` is the output, for messages.
+    /// Borrows the source. Copies of strips are stored in `folder`; `name` is the output, for messages.
     RowDecoder(const PageSource& source, unsigned plane, const std::string& folder, const std::string& name);
     ~RowDecoder();
 
-    /// The next row, into `pixels`, in the processor's byte order.
+    /// Decodes the next row into `pixels`, in the processor's byte order.
     void ReadRow(unsigned char* pixels);
 
 private:
-    /// Where a strip of the plane stands, without what uncompressed data have behind their pixels: libtiff's decoder of
-    /// rows refuses more where the bits are turned around.
+    /// The position of a strip of the plane, without the bytes after the pixels of uncompressed data: when decoding by
+    /// rows, libtiff refuses more if the bits are reversed.
     Extent StripOf(std::uint64_t strip) const;
     void BeginStrip();
     void EndStrip();
@@ -58,10 +59,10 @@ private:
     void GiveBack(std::uint32_t rows);
 
     const PageSource& source_;
-    const std::uint64_t first_;  ///< strip of the plane
-    std::uint32_t row_ = 0;      ///< the next one
+    const std::uint64_t first_;  ///< first strip of the plane
+    std::uint32_t row_ = 0;      ///< next row
     std::uint64_t strip_ = 0;    ///< in the plane
-    std::uint64_t given_ = 0;    ///< bytes of the copy whose memory was given back
+    std::uint64_t given_ = 0;    ///< bytes of the copy whose memory has been released
     std::uint64_t start_ = 0;    ///< of a strip within the copy
     std::string folder_, name_;
     FileAccess copy_;

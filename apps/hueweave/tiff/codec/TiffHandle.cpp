@@ -16,8 +16,8 @@ struct OptionsCloser {
     void operator()(TIFFOpenOptions* options) const { TIFFOpenOptionsFree(options); }
 };
 
-/// Whether a warning of libtiff tells of damage. The decoder of JPEG goes on with grey where data are missing, that of
-/// PackBits leaves out what runs past the end of a strip.
+/// Whether a warning of libtiff means damage. The JPEG decoder continues with grey if data are missing, and the
+/// PackBits decoder drops data beyond the end of a strip.
 bool IsDamage(std::string_view module, std::string_view format) {
     // Some programs fill the last strip up to the height of the others.
     if (format.starts_with("JPEG strip size exceeds expected dimensions")) return false;
@@ -31,13 +31,13 @@ int Note(std::string& first, const char* format, std::va_list arguments) {
     try {
         first = text;
     } catch (const std::bad_alloc&) {
-        first = "no memory";  // short enough to need none; nothing may be thrown through libtiff
+        first = "no memory";  // short enough to need no allocation; exceptions must not pass through libtiff
     }
     return 1;
 }
 
-/// Null without a message where memory ran out. The little that libtiff had by then is lost; the half-made handle
-/// cannot be closed. No object is in the way of the jump.
+/// Null without a message if memory ran out. The little memory that libtiff had allocated is lost, because the
+/// incomplete handle cannot be closed. The jump passes no object with a destructor.
 tiff* OpenOrLeave(const char* name, const char* mode, const TiffCalls& calls, TiffMessages& messages,
                   TIFFOpenOptions* options) {
     std::jmp_buf out;
@@ -51,7 +51,7 @@ tiff* OpenOrLeave(const char* name, const char* mode, const TiffCalls& calls, Ti
 
 int TiffMessages::Error(tiff*, void* user, const char*, const char* format, std::va_list arguments) {
     auto& messages = *static_cast<TiffMessages*>(user);
-    // libtiff goes on to search its list of tags, for which there was no memory.
+    // libtiff would search its list of tags, for which there was no memory.
     const bool noMemory = std::string_view(format).starts_with("Failed to allocate");
     if (noMemory && messages.opening != nullptr) std::longjmp(*messages.opening, 1);
     return Note(messages.first, format, arguments);
@@ -63,7 +63,7 @@ int TiffMessages::Warning(tiff*, void* user, const char* module, const char* for
 }
 
 bool TellsOfNoMemory(std::string_view message) {
-    // An allocation beyond our limit is a fault of the file, and so is a window of Zstandard beyond that of libzstd.
+    // An allocation beyond our limit means a damaged file, and so does a Zstandard window beyond the limit of libzstd.
     for (const char* fault : {"limit", "too much memory"}) {
         if (message.find(fault) != message.npos) return false;
     }

@@ -14,7 +14,7 @@
 
 namespace hueweave::tool {
 
-/// Closing a file that is written writes its directory, which nobody wants here; one that is read is just let go.
+/// Closing a file in write mode would write its directory, which is not wanted; a file in read mode is simply released.
 struct TiffCloser {
     void operator()(tiff* handle) const {
         TIFFSetMode(handle, O_RDONLY);
@@ -23,17 +23,17 @@ struct TiffCloser {
 };
 using TiffHandle = std::unique_ptr<tiff, TiffCloser>;
 
-/// The first message of libtiff that means an error, or a warning that means damage.
+/// The first libtiff message that is an error, or a warning that means damage.
 struct TiffMessages {
     std::string first;
-    std::jmp_buf* opening = nullptr;  ///< where a lack of memory is to lead while a file is opened
+    std::jmp_buf* opening = nullptr;  ///< jump target if memory runs out while a file is opened
 
     /// Handlers for TIFFOpenOptions; `user` is a TiffMessages.
     static int Error(tiff* handle, void* user, const char* module, const char* format, std::va_list arguments);
     static int Warning(tiff* handle, void* user, const char* module, const char* format, std::va_list arguments);
 };
 
-/// Calls that libtiff makes for the bytes of a file, and what it is told.
+/// Functions that libtiff calls to access the bytes of a file, and their argument.
 struct TiffCalls {
     thandle_t file;
     TIFFReadWriteProc read, write;
@@ -45,11 +45,12 @@ struct TiffCalls {
     TIFFErrorHandlerExtR warn;
 };
 
-/// Whether a message of libtiff or of a coder below it says that memory is short.
+/// Whether a message of libtiff, or of a coder that it uses, reports a lack of memory.
 bool TellsOfNoMemory(std::string_view message);
 
-/// Opens what `calls` lead to. libtiff allocates no block of more than `mostMemory` bytes at once; 0 sets no limit.
-/// Null if it cannot be opened; `messages` then tells why. Throws `std::bad_alloc` where memory runs out.
+/// Opens the file behind `calls`. libtiff allocates no block of more than `mostMemory` bytes at once; 0 means no limit.
+/// Returns null if the file cannot be opened; `messages` then gives the reason. Throws `std::bad_alloc` if memory runs
+/// out.
 TiffHandle OpenTiff(const std::string& name, const char* mode, const TiffCalls& calls, TiffMessages& messages,
                     std::uint64_t mostMemory);
 

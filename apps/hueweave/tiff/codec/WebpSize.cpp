@@ -25,16 +25,16 @@ std::optional<PixelSize> WebpSize(const Bytes& head) {
     if (head.size() < kWebpHead || !Is(head, 0, "RIFF") || !Is(head, 8, "WEBP")) return std::nullopt;
     constexpr std::uint32_t k14Bits = 0x3fff;
     if (Is(head, kChunk, "VP8 ")) {
-        // A frame's tag and start code, three bytes each; then 14 bits of size and 2 of scaling, twice.
+        // Frame tag and start code, three bytes each; then 14 bits of size and 2 bits of scaling, twice.
         return PixelSize{Little(head, kData + 6, 2) & k14Bits, Little(head, kData + 8, 2) & k14Bits};
     }
     if (Is(head, kChunk, "VP8L")) {
-        // A signature of one byte; then 14 bits of each size less 1.
+        // A one-byte signature; then two sizes minus 1 of 14 bits each.
         const std::uint32_t bits = Little(head, kData + 1, 4);
         return PixelSize{(bits & k14Bits) + 1, (bits >> 14 & k14Bits) + 1};
     }
     if (Is(head, kChunk, "VP8X")) {
-        // Flags of four bytes; then three bytes of each size less 1.
+        // Four bytes of flags; then two sizes minus 1 of three bytes each.
         return PixelSize{Little(head, kData + 4, 3) + 1, Little(head, kData + 7, 3) + 1};
     }
     return std::nullopt;

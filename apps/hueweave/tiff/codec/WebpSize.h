@@ -9,7 +9,7 @@
 
 namespace hueweave::tool {
 
-/// Bytes of WebP data within which their size stands.
+/// Number of bytes at the start of WebP data that contain their size.
 inline constexpr std::size_t kWebpHead = 30;
 
 struct PixelSize {
@@ -17,8 +17,8 @@ struct PixelSize {
     bool operator==(const PixelSize&) const = default;
 };
 
-/// The size that WebP data say of themselves; nothing for other data. libtiff does not look at it: data of a smaller
-/// picture would leave the pixels behind it as they were in memory.
+/// The size stated in WebP data; nothing for other data. libtiff does not check it: data of a smaller image would leave
+/// the remaining pixels uninitialised.
 std::optional<PixelSize> WebpSize(const Bytes& head);
 
 }  // namespace hueweave::tool
