@@ -38,7 +38,7 @@ int Fail(Exit status, const char* line) {
     return static_cast<int>(status);
 }
 
-/// Why standard output did not take all that was printed there: the error number, 0 if it did.
+/// The error number of writing to standard output, or 0 if everything was written.
 int OutputError() {
     const int error = ErrorOf(std::fflush(stdout));
     return error == 0 && std::ferror(stdout) != 0 ? EIO : error;

@@ -13,7 +13,7 @@ struct BakeOptions {
     bool force = false, quiet = false, sandbox = false;
 };
 
-/// The subcommand "bake": a profile that the engine supports for every intent.
+/// The subcommand "bake": makes a profile that the engine supports for all intents.
 class BakeCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;

@@ -19,7 +19,7 @@ public:
 
 private:
     ConvertOptions options_;
-    std::string shard_;  ///< before it is understood
+    std::string shard_;  ///< before parsing
 };
 
 }  // namespace hueweave::tool

@@ -11,7 +11,7 @@
 namespace hueweave::tool {
 namespace {
 
-/// Makes a number of bytes of the word; returns why it cannot be done.
+/// Converts the argument to a number of bytes; returns the reason if it is invalid.
 std::string TakeMemory(std::string& word) {
     static const std::map<std::string, int> kShifts{{"", 0}, {"K", 10}, {"M", 20}, {"G", 30}};
     std::uint64_t value = 0;

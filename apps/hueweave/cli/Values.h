@@ -12,14 +12,14 @@
 
 namespace hueweave::tool {
 
-/// The words that an option takes, each with what it means. The first is the default.
+/// The values of an option, each with its meaning. The first is the default.
 template <typename Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
 Choices<const Space*> SpaceChoices();
 Choices<ICC40::ICCFILE::Intent> IntentChoices();
 
-/// Adds an option that takes one of these words.
+/// Adds an option with one of these values.
 template <typename Value>
 CLI::Option* AddChoice(CLI::App& app, const std::string& name, Value& value, const Choices<Value>& choices,
                        const std::string& help) {
@@ -33,11 +33,11 @@ CLI::Option* AddChoice(CLI::App& app, const std::string& name, Value& value, con
         ->default_str(choices.front().first);
 }
 
-/// A number from `least` to `most`. CLI::Range takes NaN as well.
+/// A number from `least` to `most`. CLI::Range would accept NaN as well.
 CLI::Validator Within(double least, double most);
 
-/// A whole number of bytes, or of K, M or G of them, 32M at the least. CLI::AsSizeValue takes 064M for an octal number,
-/// and -1 for the largest one.
+/// An integer number of bytes, K, M or G, at least 32M. CLI::AsSizeValue would parse 064M as an octal number and -1 as
+/// the largest number.
 CLI::Validator Memory();
 
 }  // namespace hueweave::tool

@@ -64,7 +64,7 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
     c->add_option("--image", options_.image, "Compare the colours of a TIFF file, not a grid");
     AddChoice(*c, "--to", options_.rendering.space, SpaceChoices(), "Colour space of the output");
     AddChoice(*c, "--intent", options_.rendering.intent, IntentChoices(), "Rendering intent");
-    // As words: CLI11 takes an empty one for one of several numbers.
+    // Strings, because CLI11 accepts an empty argument as one of several numbers.
     c->add_option("--bits", options_.bits, "Bits a sample")->check(CLI::IsMember({"8", "16"}))->capture_default_str();
     c->add_option("--points", options_.points, "Points of the grid on each axis")
         ->check(CLI::Range(2, 65))

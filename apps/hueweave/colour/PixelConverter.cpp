@@ -12,8 +12,8 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kRun = 2048;  ///< pixels that are gathered at a time; they stay in the first cache
-/// The largest linear value that a node of the engine's grid can have: nodes have 8 bits.
+constexpr std::size_t kRun = 2048;  ///< pixels gathered at a time; they stay in the L1 cache
+/// The largest linear value of a grid node: nodes have 8 bits.
 constexpr std::size_t kTopNode = 65280;
 
 std::uint16_t Get16(const unsigned char* at) {
@@ -48,7 +48,7 @@ PixelConverter::PixelConverter(const Bytes& profile, const std::string& name, co
             map_[v] = static_cast<std::uint16_t>(bits == 16 ? adobe : (adobe * 255 + 32767) / 65535);
         }
     } else if (bits == 16 && space.Built(bits).bits == 8 && !rendering.curves) {
-        // This curve has samples of 8 bits at both depths: taken as they are, a 16-bit file would turn out black.
+        // This curve has 8-bit samples at both depths; used directly, it would make a 16-bit file black.
         for (unsigned v = 0; v < 65536; ++v) map_.push_back(static_cast<std::uint16_t>(std::min(v, 255U) * 257));
     }
     const std::uint32_t* tables[] = {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB};

@@ -18,13 +18,13 @@ enum class Tone { Srgb, Linear, Gamma18, Adobe, Kodak };
 struct Space {
     std::string_view name;                              ///< for --to
     std::string_view title;                             ///< in the profile of the output
-    ICC40::ICCFILE::ColorSpaceSignature code8, code16;  ///< for files of 8 and of 16 bits
+    ICC40::ICCFILE::ColorSpaceSignature code8, code16;  ///< for 8-bit and 16-bit files
     Tone tone;
     std::string_view note;  ///< for `hueweave spaces`
 
-    /// What the engine builds for files of so many bits: primaries and the width of a sample.
+    /// What the engine builds for files with that number of bits: primaries and sample width.
     const ICC40::ICC_UNIT::OutputSpace& Built(unsigned bits) const;
-    /// AdobeRGB as it is used has no code of its own: a table turns the space of gamma 1.8 into it.
+    /// AdobeRGB as commonly used has no code of its own: a table converts the space with gamma 1.8 to it.
     bool ByTable() const { return tone == Tone::Adobe; }
 };
 

@@ -84,7 +84,7 @@ OwnFile FileAccess::OpenOwn(const std::string& path, int flags) {
     FileAccess file(::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666), path);
     if (file.descriptor_ < 0) {
         const int error = errno;
-        // A pipe that nobody reads cannot be opened for writing.
+        // A pipe without a reader cannot be opened for writing.
         return {{},
                 error == ELOOP                      ? "is a symbolic link"
                 : error == ENXIO || error == EISDIR ? "is not a regular file"

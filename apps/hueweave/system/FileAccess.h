@@ -24,23 +24,23 @@ struct Extent {
     std::uint64_t End() const { return offset + size; }
 };
 
-/// What tells a file from every other one, under whatever name.
+/// Identifies a file, whatever its name.
 struct FileIdentity {
     std::uint64_t device = 0, inode = 0;
     auto operator<=>(const FileIdentity&) const = default;  // NOLINT(modernize-use-nullptr): it compares with 0 itself
 };
 FileIdentity IdentityOf(const struct stat& status);
-/// That of the file under a path, or to which the link there leads; null where there is none.
+/// The identity of the file at a path, following links; null if there is none.
 std::optional<FileIdentity> IdentityOf(const std::string& path);
 
-/// What tells a file from itself after somebody wrote to it.
+/// The state of a file, to detect changes.
 struct FileVersion {
     long long size = 0, modified = 0;                      ///< bytes; nanoseconds since 1970
     auto operator<=>(const FileVersion&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 FileVersion VersionOf(const struct stat& status);
 
-/// What tells a file from another one that takes its name, and from itself after somebody wrote to it.
+/// Identifies a file, as opposed to another one with the same name, and its state, as opposed to later changes.
 struct FileState {
     FileIdentity identity;
     FileVersion version;
@@ -61,10 +61,10 @@ public:
 
     /// Opens a regular file for reading; refuses anything else.
     static FileAccess OpenInput(const std::string& path);
-    /// Opens a file that runs keep for themselves, whose name everybody knows: no link is followed, nothing is waited
-    /// for, and it must be a regular file without another name. `flags` are those of open().
+    /// Opens a file with a well-known name that is for internal use only: follows no links, never waits, and requires a
+    /// regular file with a single hard link. `flags` are those of open().
     static OwnFile OpenOwn(const std::string& path, int flags);
-    /// An unnamed file in the folder of temporary files.
+    /// An unnamed file in the folder for temporary files.
     static FileAccess Scratch(const std::string& folder, const std::string& name);
 
     int descriptor() const { return descriptor_; }
@@ -88,23 +88,23 @@ private:
     std::string name_;
 };
 
-/// A file that a run keeps for itself; not open where there was a problem.
+/// A file for internal use; not open if there was a problem.
 struct OwnFile {
     FileAccess file;
-    std::string problem;  ///< such as "is a symbolic link"; empty for none
-    int error = 0;        ///< its error number, 0 for none
+    std::string problem;  ///< such as "is a symbolic link"; else empty
+    int error = 0;        ///< its error number, or 0
 };
 
-/// Copies a range between files; holes of the source stay holes.
+/// Copies a range between files; holes of the source remain holes.
 void CopyRange(const FileAccess& from, Extent range, const FileAccess& to, std::uint64_t target);
 
 /// Refuses an output that cannot be written, with the remedy for that error number.
 [[noreturn]] void RefuseWrite(const std::string& name, int error);
 /// The folder that contains a path.
 std::string FolderOf(const std::string& path);
-/// The error number of a system call that just returned `result`, 0 for none.
+/// The error number of a system call that has just returned `result`, or 0.
 inline int ErrorOf(int result) { return result < 0 ? errno : 0; }
-/// The text of an error number, for a reason.
+/// The text of an error number, for messages.
 std::string ErrorText(int error);
 
 }  // namespace hueweave::tool

@@ -98,16 +98,16 @@ void OutputFile::KeepOwner(const struct stat& old) {
     }
 }
 
-/// For file systems that know no files without a name.
+/// For file systems that do not support unnamed files.
 void OutputFile::OpenNamed(mode_t mode) {
-    std::string name = path_;  // what needs memory comes before the file
+    std::string name = path_;  // allocate before creating the file
     int descriptor = -1;
     auto [path, error] = WithTemporaryName(folder_, [&](const std::string& tried) {
         descriptor = ::open(tried.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (descriptor < 0) return errno;
         struct stat status {};
         if (LockTemporary(descriptor) && ::fstat(descriptor, &status) == 0 && status.st_nlink > 0) return 0;
-        ::close(descriptor);  // another run took it for one that was left, and removes it
+        ::close(descriptor);  // another run considers the file abandoned and removes it
         return EEXIST;
     });
     if (error != 0) RefuseWrite(path_, error);
@@ -126,12 +126,12 @@ void OutputFile::OpenUnnamed() {
         RefuseWrite(path_, error);
     }
     file_ = FileAccess(descriptor, std::move(name));
-    // Without /proc, as in some containers, the file could not get its name afterwards.
+    // Without /proc, as in some containers, the file could not get its name later.
     if (::access(SelfPath(descriptor).c_str(), F_OK) != 0) {
         file_.Close();
         return OpenNamed(mode);
     }
-    LockTemporary(descriptor);  // before it has a name that another run could see
+    LockTemporary(descriptor);  // before it has a name that another run can see
 }
 
 OutputFile::~OutputFile() {
@@ -157,7 +157,7 @@ int OutputFile::Link(const std::string& name) const {
 
 int OutputFile::RenameToNew() const {
     int error = ErrorOf(::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE));
-    if (error == EINVAL) {  // a file system that cannot tell whether the name is taken
+    if (error == EINVAL) {  // the file system cannot check whether the name exists
         error = ErrorOf(::link(temporary_.c_str(), path_.c_str()));
         if (error == 0) ::unlink(temporary_.c_str());
     }
@@ -188,7 +188,7 @@ void OutputFile::Replace() {
 
 /// Flushes the folder, so that the name survives a power failure.
 void OutputFile::SyncFolder(const FileAccess& folder) {
-    // A folder that may not be read, or that cannot be written through by itself: then all of the file system is.
+    // If the folder cannot be opened or flushed by itself, the whole file system is flushed.
     int error = folder.descriptor() >= 0 ? ErrorOf(::fsync(folder.descriptor())) : EINVAL;
     if (error == EINVAL) error = ErrorOf(::syncfs(file_.descriptor()));
     if (error == 0) return;

@@ -37,7 +37,7 @@ private:
     void OpenUnnamed();
     void OpenNamed(mode_t mode);
     void KeepOwner(const struct stat& old);
-    /// These two return the error number, 0 for none.
+    /// Both return the error number, or 0.
     int Link(const std::string& name) const;
     int RenameToNew() const;
     void NameNew();

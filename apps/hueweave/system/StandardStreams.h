@@ -18,10 +18,11 @@ bool IsClosed(int stream);
 
 /// Waits until a stream can be read (POLLIN) or written (POLLOUT). Returns false if a termination signal arrives first.
 bool WaitFor(int stream, short events);
-/// Writes all of it to a file, pipe or terminal. Returns the error number, 0 for none; EINTR if nobody reads it and a
-/// signal asks for the end.
+/// Writes all bytes to a file, pipe or terminal. Returns the error number, or 0; EINTR if nobody reads them and a
+/// termination signal arrives.
 int WriteText(int stream, std::string_view text);
-/// A line for people on standard error. What cannot be written is lost: messages decide over no file.
+/// Prints a line for the user to standard error. A line that cannot be written is lost: messages do not affect the
+/// result for a file.
 void PrintError(const std::string& line);
 /// The same if there is no memory left for a line.
 void PrintNoMemory() noexcept;

@@ -13,13 +13,13 @@ namespace hueweave::tool {
 /// A path that was tried.
 struct TemporaryName {
     std::string path;
-    int error = 0;  ///< why no file stands there; 0 where one does
+    int error = 0;  ///< why there is no file; 0 if there is one
 };
 
-/// Makes a file under a temporary name in the folder. `make` makes it and returns the error number, 0 for none; while
-/// that is EEXIST, other names are tried.
+/// Creates a file with a temporary name in the folder. `make` creates it and returns the error number, or 0; after
+/// EEXIST, other names are tried.
 TemporaryName WithTemporaryName(const std::string& folder, const std::function<int(const std::string&)>& make);
-/// Tells other runs that this temporary file has an owner that is alive. False if another run is about to remove it.
+/// Marks this temporary file as in use by a running process. Returns false if another run is about to remove it.
 bool LockTemporary(int descriptor);
 
 /// The folders that a run has searched for files left by killed runs. Threads share it.

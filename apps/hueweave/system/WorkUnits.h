@@ -10,24 +10,24 @@
 
 namespace hueweave::tool {
 
-/// Numbered units of work on several threads: the files of a run, or the blocks of an image. Parts of a unit can be
-/// done in the order of the numbers, so that the outcome does not depend on the number of threads.
+/// Runs numbered units of work on several threads: the files of a run, or the blocks of an image. Parts of a unit can
+/// run in the order of the numbers, so that the result does not depend on the number of threads.
 class WorkUnits {
 public:
-    /// A unit by its number, and the threads that it may use itself: where fewer units are left than threads, those
-    /// that are over are divided among them.
+    /// The number of a unit, and the number of threads that it may use: if there are fewer remaining units than
+    /// threads, the surplus threads are divided among them.
     struct Unit {
         std::uint64_t number = 0;
         unsigned threads = 1;
         operator std::uint64_t() const { return number; }  // NOLINT(google-explicit-constructor): see `Work`
     };
-    /// Does a unit; may take its number alone. A worker is made on each thread and owns what that thread needs.
+    /// Processes a unit; may accept its number only. One worker is created per thread and owns what that thread needs.
     using Work = std::function<void(Unit unit)>;
     using MakeWorker = std::function<Work()>;
 
     explicit WorkUnits(std::uint64_t count) : count_(count) {}
-    /// Does all units on `threads` threads, or as many as the system allows. After an exception or a signal no further
-    /// unit is begun; the first exception is passed on after all threads have ended.
+    /// Processes all units on `threads` threads, or as many as the system allows. After an exception or a signal no
+    /// further unit is started; the first exception is rethrown after all threads have ended.
     void Run(unsigned threads, const MakeWorker& makeWorker);
     /// Parts of a unit, each of which waits only for the same part of the previous units.
     enum Part { Measuring, Placing };
@@ -37,15 +37,16 @@ public:
 private:
     struct Stopped {};
     void Loop(const MakeWorker& makeWorker);
-    /// Gives back the threads of the unit before and takes the next one. False where there is none, or after a failure.
+    /// Releases the threads of the previous unit and takes the next one. Returns false if there is none, or after a
+    /// failure.
     bool Take(Unit& unit);
 
     std::uint64_t count_;
     std::mutex mutex_;
     std::condition_variable turn_;
-    unsigned threads_ = 1, used_ = 0;  ///< in all; by units that were taken
-    std::uint64_t next_ = 0;           ///< unit that nobody has taken
-    std::uint64_t current_[2] = {};    ///< by part: unit whose turn it is
+    unsigned threads_ = 1, used_ = 0;  ///< total; used by units already taken
+    std::uint64_t next_ = 0;           ///< next unit to be taken
+    std::uint64_t current_[2] = {};    ///< for each part, the unit whose turn it is
     std::exception_ptr failure_;
 };
 

@@ -81,7 +81,7 @@ void DeflateReader::Skip() {
     }
 }
 
-/// More than is wanted is no damage: some programs fill the last strip up to the height of the others.
+/// Surplus data are not damage: some programs fill the last strip up to the height of the others.
 DeflateEnd DeflateReader::End(bool enough) const {
     if (beyond_) return DeflateEnd::TooLate;
     if (state_ == Z_OK) return DeflateEnd::Missing;

@@ -15,15 +15,15 @@ namespace hueweave::tool {
 /// How the Deflate data of a strip or tile end.
 enum class DeflateEnd {
     Sound,
-    Missing,   ///< the data break off before their end
-    TooEarly,  ///< the end comes before the last pixel
-    TooLate,   ///< the data go on far beyond the last pixel
+    Missing,   ///< the data are truncated
+    TooEarly,  ///< the data end before the last pixel
+    TooLate,   ///< the data continue far beyond the last pixel
     Damaged,   ///< zlib cannot decode them
 };
 
-/// Decodes strips and tiles of Deflate data up to their end, where the checksum stands. libtiff looks no further than
-/// the pixels that it wants: it takes damaged data that turn out longer, and cuts sound ones that are longer short.
-/// Every byte is read from the source once, so that what was checked is what was decoded.
+/// Decodes strips and tiles of Deflate data up to their end, which contains the checksum. libtiff decodes only the
+/// required pixels: it accepts damaged data that are longer, and truncates valid data that are longer. Every byte is
+/// read from the source once, so that the checked bytes are the decoded ones.
 class DeflateReader {
 public:
     /// Borrows the source; data that decode to more than their pixels use up its surplus.
@@ -33,17 +33,17 @@ public:
     DeflateReader& operator=(const DeflateReader&) = delete;
 
     static bool Concerns(const TiffPage& page);
-    /// Decodes `raw`, the bytes of a strip or tile, into `pixels`, which have the right size. The samples stay in the
-    /// file's byte order, and differences stay differences.
+    /// Decodes `raw`, the bytes of a strip or tile, into `pixels`, which must have the correct size. Samples keep the
+    /// file's byte order, and the predictor is not undone.
     [[nodiscard]] DeflateEnd Decode(Bytes& raw, Bytes& pixels);
 
-    /// The same row by row, for strips too large to be held whole: `BeginRows`, then `Row` for each row from the top,
-    /// then `EndRows`, which looks at what is behind the pixels. A row is sound as long as its data are.
+    /// The same row by row, for strips too large to be held in memory: `BeginRows`, then `Row` for each row from the
+    /// top, then `EndRows`, which checks the data after the pixels. A row is valid if its data are.
     void BeginRows(Extent strip);
     [[nodiscard]] DeflateEnd Row(unsigned char* pixels, std::size_t size);
     [[nodiscard]] DeflateEnd EndRows();
 
-    /// What the last end that is not sound means, for a reason.
+    /// The meaning of the last invalid end, for messages.
     std::string Explain(DeflateEnd end) const;
 
 private:

@@ -141,12 +141,12 @@ void CheckGeometry(tiff* handle, const TiffPage& page, std::uint64_t rows, std::
     if (!same) DecoderView::RefuseDamaged(name, "its strips or tiles have no size that can be decoded");
 }
 
-/// Refuses data that do not end as they should.
+/// Refuses data that do not end correctly.
 void CheckDeflate(const DeflateReader& reader, DeflateEnd end, const std::string& name) {
     if (end != DeflateEnd::Sound) DecoderView::RefuseDamaged(name, reader.Explain(end));
 }
 
-/// Whether libtiff has the JPEG tables. Where it has no memory for them it says nothing.
+/// Whether libtiff has the JPEG tables. It reports nothing if it has no memory for them.
 bool HasTables(tiff* handle, const Bytes& tables) {
     if (tables.empty()) return true;
     std::uint32_t size = 0;
