@@ -10,7 +10,7 @@
 #include <mutex>
 #include <new>
 
-#include "batch/FileJob.h"
+#include "batch/file/FileJob.h"
 #include "system/JsonNames.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"

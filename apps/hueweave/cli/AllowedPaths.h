@@ -2,7 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include "batch/InputList.h"
+#include "batch/session/InputList.h"
 #include "system/Sandbox.h"
 
 namespace hueweave::tool {

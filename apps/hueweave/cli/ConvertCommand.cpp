@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "batch/Batch.h"
-#include "batch/CurveFile.h"
+#include "batch/session/CurveFile.h"
 #include "cli/AllowedPaths.h"
 #include "cli/Values.h"
 #include "system/StandardStreams.h"

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "batch/ConvertOptions.h"
+#include "batch/session/ConvertOptions.h"
 #include "cli/Command.h"
 
 namespace hueweave::tool {

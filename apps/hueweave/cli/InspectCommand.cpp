@@ -7,7 +7,7 @@
 
 #include <system_error>
 
-#include "batch/PageProfiles.h"
+#include "batch/file/PageProfiles.h"
 #include "colour/EngineProfile.h"
 #include "colour/Lcms.h"
 #include "colour/Spaces.h"

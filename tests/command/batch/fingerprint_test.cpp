@@ -3,7 +3,7 @@
 // What a conversion is known by in the record of a folder, and that the source is not read for it a second time.
 #include <gmock/gmock.h>
 
-#include "batch/Fingerprint.h"
+#include "batch/file/Fingerprint.h"
 #include "colour/Spaces.h"
 #include "command/support/Batch.h"
 #include "system/Json.h"

@@ -8,8 +8,8 @@
 #include <csignal>
 #include <thread>
 
-#include "batch/LineReader.h"
-#include "batch/Resume.h"
+#include "batch/session/LineReader.h"
+#include "batch/session/Resume.h"
 #include "command/support/Batch.h"
 
 namespace hueweave::test {

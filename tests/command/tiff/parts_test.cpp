@@ -12,8 +12,8 @@
 #include <mutex>
 #include <numeric>
 
-#include "batch/InputList.h"
-#include "batch/Report.h"
+#include "batch/session/InputList.h"
+#include "batch/session/Report.h"
 #include "colour/Lcms.h"
 #include "colour/OutputProfile.h"
 #include "colour/Spaces.h"

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "batch/PageProfiles.h"
+#include "batch/file/PageProfiles.h"
 #include "command/support/Command.h"
 #include "command/support/TiffMaker.h"
 #include "system/Refusal.h"

@@ -39,7 +39,8 @@ const Tree kLibrary{"Source",
 
 const Folders kSystem{"system"};
 const Folders kColour{"colour", "color", "engine", "iccfile", "units", "base"};
-const Folders kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kBatch{"batch"}, kCli{"cli"};
+const Folders kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kSession{"batch/session"},
+    kFile{"batch/file"}, kBatch{"batch"}, kCli{"cli"};
 
 Folders operator+(Folders a, const Folders& b) {
     a.insert(b.begin(), b.end());
@@ -56,8 +57,10 @@ const Tree kCommand{"apps/hueweave",
                      {"tiff", kSystem + kTiff},
                      {"tiff/codec", kSystem + kTiff + kCodec},
                      {"tiff/rewrite", kWork},
-                     {"batch", kWork + kBatch},
-                     {"cli", kWork + kBatch + kCli}}};
+                     {"batch/session", kWork + kSession},
+                     {"batch/file", kWork + kSession + kFile},
+                     {"batch", kWork + kSession + kFile + kBatch},
+                     {"cli", kWork + kSession + kFile + kBatch + kCli}}};
 
 /// The folders that a source names in its quoted includes; "" where it names none.
 std::set<std::string> IncludedFolders(const fs::path& file) {

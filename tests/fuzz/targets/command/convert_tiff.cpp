@@ -11,7 +11,7 @@
 #include "Judge.h"
 #include "Mutation.h"
 #include "Scene.h"
-#include "batch/FileJob.h"
+#include "batch/file/FileJob.h"
 #include "system/OutputFile.h"
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/TiffRewriter.h"

@@ -9,7 +9,7 @@
 
 #include "FuzzInput.h"
 #include "Scene.h"
-#include "batch/Resume.h"
+#include "batch/session/Resume.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "batch/InputList.h"
+#include "batch/session/InputList.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/LossNotes.h"
+#include "batch/file/LossNotes.h"
 
 #include <fmt/format.h>
 

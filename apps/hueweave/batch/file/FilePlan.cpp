@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/FilePlan.h"
+#include "batch/file/FilePlan.h"
 
 #include <utility>
 
-#include "batch/PageProfiles.h"
+#include "batch/file/PageProfiles.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "batch/ConvertOptions.h"
+#include "batch/session/ConvertOptions.h"
 #include "tiff/TiffPage.h"
 
 namespace hueweave::tool {

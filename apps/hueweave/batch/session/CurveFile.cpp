@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/CurveFile.h"
+#include "batch/session/CurveFile.h"
 
 #include <fmt/format.h>
 
 #include <sstream>
 
-#include "batch/LineReader.h"
+#include "batch/session/LineReader.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {

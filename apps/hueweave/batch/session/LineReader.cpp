@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/LineReader.h"
+#include "batch/session/LineReader.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/Fingerprint.h"
+#include "batch/file/Fingerprint.h"
 
 #include <fmt/format.h>
 

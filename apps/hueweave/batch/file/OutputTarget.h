@@ -2,7 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include "batch/Session.h"
+#include "batch/session/Session.h"
 #include "system/OutputFile.h"
 
 namespace hueweave::tool {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "batch/FileWriter.h"
+#include "batch/file/FileWriter.h"
 #include "system/Json.h"
 
 namespace hueweave::tool {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/OutputTarget.h"
+#include "batch/file/OutputTarget.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -33,7 +33,7 @@ void CheckOutputPath(const FileTask& task) {
     if (path == "-") return CheckStandardOutput();
     struct stat target {};
     if (!options.inPlace && ::stat(path.c_str(), &target) == 0) {
-        const FileIdentity identity{target.st_dev, target.st_ino};
+        const FileIdentity identity = IdentityOf(target);
         const auto option = list.options.find(identity);
         if (list.identities.contains(identity)) {
             throw Refusal(Exit::Output, path, "is an input itself", "choose another name, or convert it --in-place");

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "batch/FilePlan.h"
+#include "batch/file/FilePlan.h"
 #include "system/OutputFile.h"
 
 namespace hueweave::tool {

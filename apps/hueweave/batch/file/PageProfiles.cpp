@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/PageProfiles.h"
+#include "batch/file/PageProfiles.h"
 
 #include "system/Sha256.h"
 

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "batch/Session.h"
-#include "batch/SourceFile.h"
+#include "batch/file/SourceFile.h"
+#include "batch/session/Session.h"
 #include "system/Sha256.h"
 
 namespace hueweave::tool {

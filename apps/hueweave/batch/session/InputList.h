@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "batch/ConvertOptions.h"
+#include "batch/session/ConvertOptions.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {

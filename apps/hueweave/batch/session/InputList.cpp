@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/InputList.h"
+#include "batch/session/InputList.h"
 
 #include <unistd.h>
 
@@ -9,7 +9,7 @@
 #include <climits>
 #include <filesystem>
 
-#include "batch/LineReader.h"
+#include "batch/session/LineReader.h"
 #include "system/FolderNames.h"
 #include "system/Refusal.h"
 #include "system/StandardStreams.h"

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/FileJob.h"
+#include "batch/file/FileJob.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
 
-#include "batch/FilePlan.h"
-#include "batch/FileReport.h"
-#include "batch/FileWriter.h"
-#include "batch/Fingerprint.h"
-#include "batch/OutputTarget.h"
-#include "batch/SourceFile.h"
+#include "batch/file/FilePlan.h"
+#include "batch/file/FileReport.h"
+#include "batch/file/FileWriter.h"
+#include "batch/file/Fingerprint.h"
+#include "batch/file/OutputTarget.h"
+#include "batch/file/SourceFile.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {

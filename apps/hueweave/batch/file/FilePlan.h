@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "batch/LossNotes.h"
-#include "batch/Session.h"
-#include "batch/SourceFile.h"
+#include "batch/file/LossNotes.h"
+#include "batch/file/SourceFile.h"
+#include "batch/session/Session.h"
 #include "tiff/rewrite/TiffRewriter.h"
 
 namespace hueweave::tool {

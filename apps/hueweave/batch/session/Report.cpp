@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/Report.h"
+#include "batch/session/Report.h"
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>

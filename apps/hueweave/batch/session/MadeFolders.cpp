@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/MadeFolders.h"
+#include "batch/session/MadeFolders.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/FileWriter.h"
+#include "batch/file/FileWriter.h"
 
 #include <fmt/format.h>
 #include <sys/stat.h>
@@ -8,8 +8,8 @@
 #include <atomic>
 #include <optional>
 
-#include "batch/Fingerprint.h"
-#include "batch/OutputTarget.h"
+#include "batch/file/Fingerprint.h"
+#include "batch/file/OutputTarget.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"

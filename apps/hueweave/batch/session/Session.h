@@ -4,11 +4,11 @@
 
 #include <optional>
 
-#include "batch/ConvertOptions.h"
-#include "batch/InputList.h"
-#include "batch/MadeFolders.h"
-#include "batch/Report.h"
-#include "batch/Resume.h"
+#include "batch/session/ConvertOptions.h"
+#include "batch/session/InputList.h"
+#include "batch/session/MadeFolders.h"
+#include "batch/session/Report.h"
+#include "batch/session/Resume.h"
 #include "colour/DeviceProfile.h"
 #include "colour/ProfileCache.h"
 #include "system/TemporaryFiles.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/SourceFile.h"
+#include "batch/file/SourceFile.h"
 
 #include <utility>
 

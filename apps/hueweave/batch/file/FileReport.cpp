@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/FileReport.h"
+#include "batch/file/FileReport.h"
 
 #include <fmt/format.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "batch/Resume.h"
+#include "batch/session/Resume.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "batch/LineReader.h"
+#include "batch/session/LineReader.h"
 #include "system/FileAccess.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
