@@ -56,6 +56,12 @@ struct EngineApi {
 
 inline constexpr std::array<const char*, 3> kSuffixes = {"", "_2nd", "_3rd"};
 
+/// What ConvertFile prints.
+inline const std::string kConversionLog =
+    "Start Conversion(Start) : New ID\n"
+    "Start Conversion(Pause) : End Conversion(count : 0)\n"
+    "Start Conversion(Stop) :  End Conversion(count : 0)\n";
+
 /// Runs `body` in a child process that ends by `exit`, and returns what the child writes to its standard output.
 inline std::string OutputOfChild(const std::function<void()>& body) {
     int ends[2];
@@ -82,9 +88,6 @@ inline std::string OutputOfChild(const std::function<void()>& body) {
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) output += "<child failed>";
     return output;
 }
-
-/// The library's path as a word of a command line.
-inline const std::string kQuotedLibrary = "'" HUEWEAVE_LIBRARY "'";
 
 /// What a tool prints; its exit status must be 0.
 inline std::string OutputOfTool(const std::string& command) {

@@ -2,82 +2,72 @@
 // Copyright (c) The Hueweave authors
 #include <thread>
 
-#include "abi/ExportsFixture.h"
+#include "abi/CheckedEngines.h"
 
 namespace hueweave::test {
 namespace {
 
-/// The three engines beside each other.
-class EnginesTest : public ExportsFixture {
-protected:
-    std::int32_t Probe(std::size_t engine) {
-        unsigned char pixel[3] = {1, 2, 3};
-        return apis_[engine].Convert2(pixel, nullptr, 1);
-    }
-    std::array<EngineApi, 3> apis_ = {EngineApi(library_, kSuffixes[0]), EngineApi(library_, kSuffixes[1]),
-                                      EngineApi(library_, kSuffixes[2])};
-};
+using ThreeEngines = ExportTest;
 
-TEST_F(EnginesTest, BindingOneLeavesTheOthersEmpty) {
-    for (std::size_t bound = 0; bound < 3; ++bound) {
-        ASSERT_EQ(apis_[bound].SetProfile(Good().c_str(), nullptr, 0, 0, 8), 8);
-        for (std::size_t engine = 0; engine < 3; ++engine) EXPECT_EQ(Probe(engine), engine <= bound ? 0 : -1);
-    }
-    for (std::size_t dropped = 0; dropped < 3; ++dropped) {
-        ASSERT_EQ(apis_[dropped].SetProfile(dir_.File("absent").c_str(), nullptr, 0, 0, 8), 65535);
-        for (std::size_t engine = 0; engine < 3; ++engine) EXPECT_EQ(Probe(engine), engine <= dropped ? -1 : 0);
-    }
+/// Each led through jobs of its own, turn by turn; after each step all three must still be what their own references
+/// are.
+TEST(IndependentEngines, StayAsTheyAreWhileAnotherIsLed) {
+    const Library library;
+    CheckedEngines first(library, {""});
+    CheckedEngines second(library, {"_2nd"});
+    CheckedEngines third(library, {"_3rd"});
+    const auto expectAll = [&](int a, int b, int c) {
+        EXPECT_EQ(first.Reference().outputSpace, a);
+        EXPECT_EQ(second.Reference().outputSpace, b);
+        EXPECT_EQ(third.Reference().outputSpace, c);
+        first.Convert();
+        second.Convert();
+        third.Convert();
+    };
+    expectAll(65535, 65535, 65535);
+    first.SetProfile("plain.icc", 0, 0, 22);
+    expectAll(22, 65535, 65535);
+    second.SetIntent(1, 1, 9);
+    expectAll(22, 9, 65535);
+    third.SetProfile("curved.icc", 0, 1, 11);
+    expectAll(22, 9, 11);
+    first.Adjust(5, 0, 0, SomeCurves(256), 256);
+    expectAll(22, 9, 11);
+    second.SetProfile("plain.icc", 3, 1, 29);
+    expectAll(22, 29, 11);
+    third.Adjust(0, -20, 90, SomeCurves(256, 9), 128);
+    expectAll(22, 29, 11);
+    first.SetProfile("absent.icc", 0, 0, 22);
+    expectAll(65535, 29, 11);
+    second.Adjust(-9, 0, 0);
+    expectAll(65535, 29, 11);
+    third.SetIntent(0, 0, 14);
+    expectAll(65535, 29, 65535);
+    first.SetProfile("plain.icc", 2, 1, 39);
+    expectAll(39, 29, 65535);
+    second.SetIntent(2, 0, 36);
+    expectAll(39, 36, 65535);
+    first.ConvertFile();
+    second.ConvertFile();
 }
 
-TEST_F(EnginesTest, EachHasItsOwnJobAndCurves) {
-    const std::string path = Good();
-    ASSERT_EQ(apis_[0].SetProfile(path.c_str(), nullptr, 0, 0, 8), 8);
-    ASSERT_EQ(apis_[1].SetProfile(path.c_str(), nullptr, 1, 0, 20), 20);
-    ASSERT_EQ(apis_[2].SetProfile(Black().c_str(), nullptr, 0, 0, 10), 10);
-    const Bytes first = Converted(apis_[0], SomePixels());
-    const Bytes second = Converted(apis_[1], SomePixels());
-    EXPECT_NE(first, second);
-    EXPECT_EQ(Converted(apis_[2], SomePixels()), Bytes(300, 0));
-
-    ASSERT_EQ(AdjustFlat(apis_[2], 9, 8, 7), 10);
-    ASSERT_EQ(apis_[1].SetIntent(0, 0, 26), 26);
-    EXPECT_EQ(Converted(apis_[0], SomePixels()), first);
-    EXPECT_EQ(Converted(apis_[2], SomePixels()), Repeated(100, 9, 8, 7));
-    ASSERT_EQ(apis_[1].SetIntent(1, 0, 20), 20);
-    ASSERT_EQ(apis_[0].Adjust(-30.0, 20.0, 10.0, nullptr, nullptr, nullptr, 0), 8);
-    EXPECT_NE(Converted(apis_[0], SomePixels()), first);
-    EXPECT_EQ(Converted(apis_[1], SomePixels()), second);
-}
-
-TEST_F(EnginesTest, AllThreeComputeTheSame) {
-    const std::string path = Good();
-    for (const int output : {8, 22, 28, 34}) {
-        Bytes results[3];
-        for (std::size_t engine = 0; engine < 3; ++engine) {
-            ASSERT_EQ(apis_[engine].SetProfile(path.c_str(), nullptr, 0, 0, output), output);
-            ASSERT_EQ(apis_[engine].Adjust(3.5, -2.5, 12.0, nullptr, nullptr, nullptr, 0), output);
-            results[engine] = Converted(apis_[engine], SomePixels());
-        }
-        EXPECT_EQ(results[0], results[1]);
-        EXPECT_EQ(results[0], results[2]);
-    }
-}
-
-TEST_F(EnginesTest, TheyRememberTheirPathsApart) {
-    const std::string path = Put("one.icc", {{"A2B0", Mft2(SmoothLut())}});
-    ASSERT_EQ(apis_[0].SetProfile(path.c_str(), nullptr, 0, 0, 8), 8);
+TEST_F(ThreeEngines, RememberTheirPathsApart) {
+    const std::string path = engines_.Path("black.icc");
+    const auto bind = [&](std::size_t n) { return engines_.Apis()[n].SetProfile(path.c_str(), nullptr, 0, 0, 8); };
+    ASSERT_EQ(bind(0), 8);
     ASSERT_EQ(std::remove(path.c_str()), 0);
-    EXPECT_EQ(apis_[1].SetProfile(path.c_str(), nullptr, 0, 0, 8), 65535);
-    EXPECT_EQ(apis_[0].SetProfile(path.c_str(), nullptr, 0, 0, 8), 8) << "bound already";
+    EXPECT_EQ(bind(1), 65535);
+    EXPECT_EQ(bind(2), 65535);
+    EXPECT_EQ(bind(0), 8) << "bound already";
 }
 
-TEST_F(EnginesTest, ThreeThreadsMayDriveOneEach) {
-    const std::string path = Good();
+TEST_F(ThreeEngines, MayBeDrivenByAThreadEach) {
+    const std::string path = engines_.Path("plain.icc");
     const int outputs[3] = {8, 22, 36};
     Bytes alone[3];
     Bytes beside[3];
     const auto run = [&](std::size_t engine, Bytes& result) {
-        const EngineApi& api = apis_[engine];
+        const EngineApi& api = engines_.Apis()[engine];
         for (int round = 0; round < 3; ++round) {
             api.SetProfile(path.c_str(), nullptr, round % 2, 0, outputs[engine]);
             api.Adjust(2.0 * round, 1.0, static_cast<double>(engine), nullptr, nullptr, nullptr, 0);
@@ -90,11 +80,11 @@ TEST_F(EnginesTest, ThreeThreadsMayDriveOneEach) {
     std::vector<std::thread> threads;
     for (std::size_t engine = 0; engine < 3; ++engine) {
         // Another job first, so that every thread builds.
-        apis_[engine].SetIntent(0, 1, 11);
+        engines_.Apis()[engine].SetIntent(0, 1, 11);
         threads.emplace_back(run, engine, std::ref(beside[engine]));
     }
     for (auto& thread : threads) thread.join();
-    for (std::size_t engine = 0; engine < 3; ++engine) EXPECT_EQ(alone[engine], beside[engine]) << engine;
+    for (std::size_t engine = 0; engine < 3; ++engine) EXPECT_THAT(beside[engine], EqualsBytes(alone[engine]));
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ int use(void) {
 }
 )";
 
-class HeaderTest : public testing::Test {
+class Header : public testing::Test {
 protected:
     /// Checks `text` with the given compiler and flags; true when it is accepted without a warning.
     bool Compiles(const std::string& compiler, const std::string& flags, const std::string& text) {
@@ -47,30 +47,30 @@ protected:
     TempDir dir_;
 };
 
-TEST_F(HeaderTest, IsValidC) {
+TEST_F(Header, IsValidC) {
     for (const char* standard : {"c99", "c11", "gnu17"}) {
         EXPECT_TRUE(Compiles(HUEWEAVE_C_COMPILER, std::string("-x c -std=") + standard, kProgram)) << standard;
     }
 }
 
-TEST_F(HeaderTest, IsValidCPlusPlus) {
+TEST_F(Header, IsValidCPlusPlus) {
     for (const char* standard : {"c++11", "c++17", "c++20"}) {
         EXPECT_TRUE(Compiles(HUEWEAVE_CXX_COMPILER, std::string("-x c++ -std=") + standard, kProgram)) << standard;
     }
 }
 
-TEST_F(HeaderTest, MayBeIncludedTwiceAndAlone) {
+TEST_F(Header, MayBeIncludedTwiceAndAlone) {
     const std::string twice = "#include \"hueweave/hueweave.h\"\n#include \"hueweave/hueweave.h\"\n";
     EXPECT_TRUE(Compiles(HUEWEAVE_C_COMPILER, "-x c -std=c99", twice));
     EXPECT_TRUE(Compiles(HUEWEAVE_CXX_COMPILER, "-x c++ -std=c++11", twice));
 }
 
-TEST_F(HeaderTest, TheCheckItselfFindsFaults) {
+TEST_F(Header, TheCheckItselfFindsFaults) {
     EXPECT_FALSE(Compiles(HUEWEAVE_C_COMPILER, "-x c -std=c99",
                           std::string(kProgram) + "int wrong(void) { return Orvix_Icc_Convert2(); }\n"));
 }
 
-TEST_F(HeaderTest, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
+TEST_F(Header, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
     EXPECT_EQ(sizeof(HueweaveIntent), 4U);
     EXPECT_EQ(sizeof(HueweaveColorSpace), 4U);
     EXPECT_TRUE((std::is_same_v<std::underlying_type_t<HueweaveIntent>, std::int32_t>));
@@ -82,77 +82,51 @@ TEST_F(HeaderTest, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
     EXPECT_TRUE(Compiles(HUEWEAVE_C_COMPILER, "-x c -std=c99", text));
 }
 
-TEST_F(HeaderTest, FunctionsTakeAndGiveThirtyTwoBits) {
+/// The three functions of one name have the type of `Function`.
+template <class Function, class First, class Second, class Third>
+constexpr bool kAllOf =
+    std::is_same_v<Function, First>&& std::is_same_v<Function, Second>&& std::is_same_v<Function, Third>;
+
+TEST_F(Header, FunctionsTakeAndGiveThirtyTwoBits) {
     using Path = const char*;
     using Curve = unsigned char*;
     using Word = std::int32_t;
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_SetProfile), Word(Path, Path, Word, Word, Word) noexcept>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_SetIntent), Word(Word, Word, Word) noexcept>));
-    EXPECT_TRUE(
-        (std::is_same_v<decltype(Orvix_Icc_Adjust), Word(double, double, double, Curve, Curve, Curve, Word) noexcept>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_Convert2), Word(Curve, Curve, Word) noexcept>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_ConvertFile), Word(Path, Path) noexcept>));
+    using SetProfile = Word(Path, Path, Word, Word, Word) noexcept;
+    using SetIntent = Word(Word, Word, Word) noexcept;
+    using Adjust = Word(double, double, double, Curve, Curve, Curve, Word) noexcept;
+    using Convert2 = Word(Curve, Curve, Word) noexcept;
+    using ConvertFile = Word(Path, Path) noexcept;
+#define HUEWEAVE_TYPES(name) \
+    decltype(Orvix_Icc_##name), decltype(Orvix_Icc_##name##_2nd), decltype(Orvix_Icc_##name##_3rd)
+    EXPECT_TRUE((kAllOf<SetProfile, HUEWEAVE_TYPES(SetProfile)>));
+    EXPECT_TRUE((kAllOf<SetIntent, HUEWEAVE_TYPES(SetIntent)>));
+    EXPECT_TRUE((kAllOf<Adjust, HUEWEAVE_TYPES(Adjust)>));
+    EXPECT_TRUE((kAllOf<Convert2, HUEWEAVE_TYPES(Convert2)>));
+    EXPECT_TRUE((kAllOf<ConvertFile, HUEWEAVE_TYPES(ConvertFile)>));
+#undef HUEWEAVE_TYPES
     EXPECT_TRUE((std::is_same_v<decltype(func1), Word() noexcept>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_SetProfile), decltype(Orvix_Icc_SetProfile_2nd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_SetProfile), decltype(Orvix_Icc_SetProfile_3rd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_SetIntent), decltype(Orvix_Icc_SetIntent_2nd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_SetIntent), decltype(Orvix_Icc_SetIntent_3rd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_Adjust), decltype(Orvix_Icc_Adjust_2nd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_Adjust), decltype(Orvix_Icc_Adjust_3rd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_Convert2), decltype(Orvix_Icc_Convert2_2nd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_Convert2), decltype(Orvix_Icc_Convert2_3rd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_ConvertFile), decltype(Orvix_Icc_ConvertFile_2nd)>));
-    EXPECT_TRUE((std::is_same_v<decltype(Orvix_Icc_ConvertFile), decltype(Orvix_Icc_ConvertFile_3rd)>));
 }
 
-struct NamedValue {
-    int declared;
-    int value;
-};
-
-TEST_F(HeaderTest, EnumeratorsHaveTheirFixedValues) {
-    const NamedValue rows[] = {
-        {IntentPerceptual, 0},
-        {IntentRelativeColorimetric, 1},
-        {IntentSaturation, 2},
-        {IntentAbsoluteColorimetric, 3},
-        {CsRGB_8, 0},
-        {CsRGB_16, 1},
-        {CsLab_8, 2},
-        {CsLab_16, 3},
-        {CsCMYK_8, 4},
-        {CsCMYK_16, 5},
-        {CssRGB_8, 8},
-        {CssRGB_16, 9},
-        {CssRGB_Gamma100_8, 10},
-        {CssRGB_Gamma100_16, 11},
-        {CssRGB_Alias_8, 12},
-        {CssRGB_Alias_16, 13},
-        {CsCLR6_8, 16},
-        {CsCLR6_16, 17},
-        {CsCLR7_8, 18},
-        {CsCLR7_16, 19},
-        {CsAdobeRGB_Gamma100_8, 20},
-        {CsAdobeRGB_Gamma100_16, 21},
-        {CsAdobeRGB_Gamma180_8, 22},
-        {CsAdobeRGB_Gamma180_16, 23},
-        {CsAppleRGB_Gamma100_8, 24},
-        {CsAppleRGB_Gamma100_16, 25},
-        {CsAppleRGB_Gamma180_8, 26},
-        {CsAppleRGB_Gamma180_16, 27},
-        {CsColorMatchRGB_Gamma100_8, 28},
-        {CsColorMatchRGB_Gamma100_16, 29},
-        {CsColorMatchRGB_Gamma180_8, 30},
-        {CsColorMatchRGB_Gamma180_16, 31},
-        {CsKodakPhoto_8, 34},
-        {CsKodakPhoto_16, 35},
-        {CsKodakMix_8, 36},
-        {CsKodakMix_16, 37},
-        {CsKodakText_8, 38},
-        {CsKodakText_16, 39},
-        {CsNone, 65535},
+TEST_F(Header, EnumeratorsHaveTheirFixedValues) {
+    struct {
+        int first;
+        std::vector<int> declared;
+    } const runs[] = {
+        {0, {IntentPerceptual, IntentRelativeColorimetric, IntentSaturation, IntentAbsoluteColorimetric}},
+        {0, {CsRGB_8, CsRGB_16, CsLab_8, CsLab_16, CsCMYK_8, CsCMYK_16}},
+        {8, {CssRGB_8, CssRGB_16, CssRGB_Gamma100_8, CssRGB_Gamma100_16, CssRGB_Alias_8, CssRGB_Alias_16}},
+        {16, {CsCLR6_8, CsCLR6_16, CsCLR7_8, CsCLR7_16}},
+        {20, {CsAdobeRGB_Gamma100_8, CsAdobeRGB_Gamma100_16, CsAdobeRGB_Gamma180_8, CsAdobeRGB_Gamma180_16}},
+        {24, {CsAppleRGB_Gamma100_8, CsAppleRGB_Gamma100_16, CsAppleRGB_Gamma180_8, CsAppleRGB_Gamma180_16}},
+        {28,
+         {CsColorMatchRGB_Gamma100_8, CsColorMatchRGB_Gamma100_16, CsColorMatchRGB_Gamma180_8,
+          CsColorMatchRGB_Gamma180_16}},
+        {34, {CsKodakPhoto_8, CsKodakPhoto_16, CsKodakMix_8, CsKodakMix_16, CsKodakText_8, CsKodakText_16}},
+        {65535, {CsNone}},
     };
-    for (const auto& row : rows) EXPECT_EQ(row.declared, row.value);
+    for (const auto& [first, declared] : runs) {
+        for (std::size_t i = 0; i < declared.size(); ++i) EXPECT_EQ(declared[i], first + static_cast<int>(i));
+    }
 }
 
 }  // namespace

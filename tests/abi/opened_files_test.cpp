@@ -4,15 +4,11 @@
 // Which files a call opens: those that it is given, and none besides. This program's own fopen and open stand in front
 // of the C library's and write down what they are asked for.
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <cstdarg>
-#include <set>
-#include <sstream>
 
-#include "abi/ExportsFixture.h"
-#include "support/MiniTiff.h"
+#include "abi/CheckedEngines.h"
 
 namespace {
 
@@ -85,78 +81,65 @@ Paths Opened(const std::function<void()>& call) {
     return openWatch.opened;
 }
 
-class OpenedFilesTest : public ExportsFixture, public testing::WithParamInterface<const char*> {
+class OpenedFiles : public ExportTest {
 protected:
-    EngineApi api_{library_, GetParam()};
+    const std::string plain_ = engines_.Path("plain.icc");
+    const std::string absent_ = engines_.Path("absent.icc");
 };
 
-TEST_P(OpenedFilesTest, SetProfileOpensTheProfileAloneAndOnce) {
-    const std::string path = Good(), second = None();
-    const auto bind = [&](const std::string& first, int intent, int input) {
-        return Opened([&] { api_.SetProfile(first.c_str(), second.c_str(), intent, input, 8); });
-    };
-    EXPECT_EQ(bind(path, 0, 0), Paths{"r " + path});
-    EXPECT_EQ(bind(path, 0, 0), Paths()) << "nothing changed";
-    EXPECT_EQ(bind(path, 1, 0), Paths{"r " + path});
-    EXPECT_EQ(bind(path, 1, 2), Paths()) << "refused before it is opened";
-    EXPECT_EQ(bind(dir_.File("absent.icc"), 1, 0), Paths{"r " + dir_.File("absent.icc")});
-    EXPECT_EQ(bind(dir_.File("absent.icc"), 1, 0), Paths{"r " + dir_.File("absent.icc")}) << "tried again";
-}
-
-TEST_P(OpenedFilesTest, CallsWithoutAPathOpenNothing) {
-    for (const int input : {0, 1}) {
-        EXPECT_EQ(Opened([&] {
-                      api_.SetIntent(1, input, 9);
-                      AdjustFlat(api_, 1, 2, 3);
-                  }),
-                  Paths());
-        ASSERT_EQ(api_.SetProfile(Good().c_str(), nullptr, 0, input, 8), 8);
-        EXPECT_EQ(Opened([&] {
-                      api_.SetIntent(3, 1 - input, 22);
-                      api_.Adjust(5.0, 6.0, 7.0, nullptr, nullptr, nullptr, 0);
-                      AdjustFlat(api_, 1, 2, 3);
-                      Bytes pixels = SomePixels();
-                      api_.Convert2(pixels.data(), pixels.data(), 50);
-                      library_.Get<decltype(&func1)>("func1")();
-                  }),
-                  Paths());
-        ASSERT_EQ(api_.SetProfile(dir_.File("absent.icc").c_str(), nullptr, 0, 0, 8), 65535);
+TEST_F(OpenedFiles, OfSetProfileAreTheProfileAloneAndOnce) {
+    const std::string second = engines_.Path("none.icc");
+    for (const EngineApi& api : engines_.Apis()) {
+        const auto bind = [&](const std::string& first, int intent, int input) {
+            return Opened([&] { api.SetProfile(first.c_str(), second.c_str(), intent, input, 8); });
+        };
+        EXPECT_EQ(bind(plain_, 0, 0), Paths{"r " + plain_});
+        EXPECT_EQ(bind(plain_, 0, 0), Paths()) << "nothing changed";
+        EXPECT_EQ(bind(plain_, 1, 0), Paths{"r " + plain_});
+        EXPECT_EQ(bind(plain_, 1, 2), Paths()) << "refused before it is opened";
+        EXPECT_EQ(bind(absent_, 1, 0), Paths{"r " + absent_});
+        EXPECT_EQ(bind(absent_, 1, 0), Paths{"r " + absent_}) << "tried again";
     }
 }
 
-TEST_P(OpenedFilesTest, ConvertFileReadsTheSourceAndWritesTheDestination) {
-    const std::string source = dir_.File("source.tif"), dest = dir_.File("dest.tif");
-    WriteFile(source, MiniTiff{10, 10, 3, 8, SomePixels(), Bytes(64, 1)}.Build());
-    const auto convert = [&] { api_.ConvertFile(source.c_str(), dest.c_str()); };
-    EXPECT_EQ(Opened(convert), Paths()) << "no output space";
-    ASSERT_EQ(api_.SetProfile(Good().c_str(), nullptr, 0, 0, 8), 8);
-    EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));
-    // A pipe that nobody reads is opened in another way, which does not wait.
-    ASSERT_EQ(std::remove(dest.c_str()), 0);
-    ASSERT_EQ(mkfifo(dest.c_str(), 0600), 0);
-    EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));
+TEST_F(OpenedFiles, AreNoneInCallsWithoutAPath) {
+    const auto calls = [&] {
+        engines_.SetIntent(1, 1, 9);
+        engines_.Adjust(5.0, 6.0, 7.0, SomeCurves(256));
+        engines_.Convert();
+        engines_.SetIntent(3, 0, 22);
+        engines_.Adjust(0.0, 0.0, 0.0);
+        engines_.Convert();
+        library_.Get<decltype(&func1)>("func1")();
+    };
+    EXPECT_EQ(Opened(calls), Paths()) << "empty engines";
+    for (const int input : {0, 1}) {
+        engines_.SetProfile("plain.icc", 0, input, 8);
+        EXPECT_EQ(Opened(calls), Paths());
+    }
+    engines_.SetProfile("absent.icc", 0, 0, 8);
+    EXPECT_EQ(Opened(calls), Paths()) << "after a failure";
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryEngine, OpenedFilesTest, testing::ValuesIn(kSuffixes),
-                         [](const auto& param) { return "Engine" + std::string(param.param); });
+TEST_F(OpenedFiles, OfConvertFileAreTheSourceAndTheDestination) {
+    const std::string source = engines_.Path("in.tif"), dest = engines_.Path("out.tif");
+    WriteFile(source, MiniTiff{10, 10, 3, 8, SomePixels(), Bytes(64, 1)}.Build());
+    for (const EngineApi& api : engines_.Apis()) {
+        const auto convert = [&] { api.ConvertFile(source.c_str(), dest.c_str()); };
+        EXPECT_EQ(Opened(convert), Paths()) << "no output space";
+        ASSERT_EQ(api.SetProfile(plain_.c_str(), nullptr, 0, 0, 8), 8);
+        EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));
+        // A pipe that nobody reads is opened in another way, which does not wait.
+        ASSERT_EQ(std::remove(dest.c_str()), 0);
+        ASSERT_EQ(mkfifo(dest.c_str(), 0600), 0);
+        EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));
+        ASSERT_EQ(std::remove(dest.c_str()), 0);
+    }
+}
 
-TEST(OpenedFiles, LoadingAndUnloadingOpenNothing) {
+TEST_F(OpenedFiles, AreNoneInLoadingAndUnloading) {
     // The loader itself does not go through fopen.
     EXPECT_EQ(Opened([] { Library(); }), Paths());
-}
-
-TEST(OpenedFiles, ThereIsNoOtherWayToOpenOne) {
-    const std::set<std::string> others = {"openat", "openat64", "creat", "creat64", "freopen", "freopen64", "opendir"};
-    std::istringstream lines(OutputOfTool("nm -D --undefined-only '" HUEWEAVE_LIBRARY "'"));
-    int opens = 0;
-    for (std::string kind, symbol; lines >> kind >> symbol;) {
-        const std::string name = symbol.substr(0, symbol.find('@'));
-        if (name == "fopen" || name == "fopen64") ++opens;
-        EXPECT_EQ(others.count(name), 0U) << name;
-        EXPECT_THAT(name, testing::Not(testing::HasSubstr("filebuf"))) << "a stream of the C++ library";
-        EXPECT_THAT(name, testing::Not(testing::HasSubstr("fstream"))) << "a stream of the C++ library";
-    }
-    EXPECT_GT(opens, 0);
 }
 
 }  // namespace

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "abi/CheckedEngines.h"
+
+namespace hueweave::test {
+namespace {
+
+class ExportedConvertFile : public ExportTest {
+protected:
+    std::string Source() const {
+        WriteFile(engines_.Path("in.tif"), MiniTiff{10, 10, 3, 8, SomePixels(), Bytes(64, 1)}.Build());
+        return engines_.Path("in.tif");
+    }
+    const std::string dest_ = engines_.Path("out.tif");
+};
+
+TEST_F(ExportedConvertFile, WritesTheReferencePixelsAndAnswersTheOutputSpace) {
+    for (const int input : {0, 1}) {
+        for (const int intent : {0, 3}) {
+            engines_.SetProfile("plain.icc", intent, input, 22 + input);
+            engines_.ConvertFile();
+        }
+    }
+}
+
+TEST_F(ExportedConvertFile, WithoutAProfileMakesNoFileAndPrintsNothing) {
+    engines_.ConvertFile();
+    testing::internal::CaptureStdout();
+    for (const EngineApi& api : engines_.Apis()) {
+        EXPECT_EQ(api.ConvertFile(engines_.Path("absent.tif").c_str(), dest_.c_str()), 65535);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_FALSE(std::filesystem::exists(dest_));
+}
+
+TEST_F(ExportedConvertFile, OfAMissingSourceLooksLikeASuccess) {
+    engines_.SetProfile("black.icc", 0, 0, 8);
+    const std::string absent = engines_.Path("absent.tif");
+    for (const EngineApi& api : engines_.Apis()) {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(api.ConvertFile(absent.c_str(), dest_.c_str()), 8);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  "*** " + absent + " Open Error. ***\n" + kConversionLog +
+                      "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n");
+        EXPECT_EQ(ReadFile(dest_), Bytes());
+        std::filesystem::remove(dest_);
+    }
+}
+
+TEST_F(ExportedConvertFile, FlushesItsLinesAndPrintsTheSameTwice) {
+    const std::string source = Source();
+    for (const int input : {0, 1}) {
+        engines_.SetProfile("black.icc", 0, input, 8);
+        for (const EngineApi& api : engines_.Apis()) {
+            // A process that ends without flushing anything itself.
+            const std::string printed = OutputOfChild([&] {
+                api.ConvertFile(source.c_str(), dest_.c_str());
+                std::puts("between");
+                api.ConvertFile(source.c_str(), dest_.c_str());
+                _exit(0);
+            });
+            EXPECT_EQ(printed, kConversionLog + "between\n" + kConversionLog);
+        }
+    }
+}
+
+TEST_F(ExportedConvertFile, PrintsAllBeforeTheFileIsSaved) {
+    const std::string source = Source();
+    engines_.SetProfile("black.icc", 0, 0, 10);
+    for (const EngineApi& api : engines_.Apis()) {
+        // The standard output is the destination: saving begins it anew, and only what comes later would stay.
+        const std::string elsewhere = OutputOfChild([&] {
+            const int file = open(dest_.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+            dup2(file, STDOUT_FILENO);
+            std::puts("before");
+            api.ConvertFile(source.c_str(), dest_.c_str());
+            std::fflush(stdout);
+            _exit(0);
+        });
+        EXPECT_EQ(elsewhere, "");
+        EXPECT_THAT(ReadFile(dest_), EqualsBytes(MiniTiff{10, 10, 3, 8, Bytes(300, 0), {}}.Build()));
+        std::filesystem::remove(dest_);
+    }
+}
+
+TEST_F(ExportedConvertFile, IsTheOnlyCallThatPrintsAndNothingPrintsErrors) {
+    const std::string absent = engines_.Path("absent.tif");
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    for (const char* name : {"absent.icc", "bytes.icc", "none.icc", "plain.icc"}) {
+        engines_.SetProfile(name, 0, 9, 8);
+        engines_.SetProfile(name, 0, 0, 14);
+        engines_.SetProfile(name, 0, 0, 8);
+        engines_.SetIntent(0, 0, 8);
+        engines_.Adjust(1, 2, 3, SomeCurves(256));
+        engines_.Convert();
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    testing::internal::CaptureStdout();
+    for (const EngineApi& api : engines_.Apis()) {
+        api.ConvertFile(absent.c_str(), dest_.c_str());
+        api.ConvertFile(engines_.Path("plain.icc").c_str(), dest_.c_str());
+        api.ConvertFile(absent.c_str(), engines_.Path("absent/out.tif").c_str());
+    }
+    EXPECT_NE(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// What the library shows, what it asks of its surroundings, and what it keeps within itself.
+#include <set>
+#include <sstream>
+
+#include "abi/Library.h"
+
+namespace hueweave::test {
+namespace {
+
+/// Tables of one engine that stand inside it: the cells' records and three output tables, of 32-bit words.
+constexpr std::uint64_t kTableBytes = 4 * (4096ULL * 6 * 3 * 4 + 3 * 65536ULL);
+
+/// The words of each line that a tool prints about the library.
+std::vector<std::vector<std::string>> LinesOf(const std::string& tool) {
+    std::vector<std::vector<std::string>> lines;
+    std::istringstream text(OutputOfTool(tool + " '" HUEWEAVE_LIBRARY "'"));
+    for (std::string line; std::getline(text, line);) {
+        std::istringstream words(line);
+        lines.emplace_back(std::istream_iterator<std::string>(words), std::istream_iterator<std::string>());
+    }
+    return lines;
+}
+
+std::set<std::string> UndefinedSymbols() {
+    std::set<std::string> names;
+    for (const auto& line : LinesOf("nm -D --undefined-only"))
+        names.insert(line.back().substr(0, line.back().find('@')));
+    return names;
+}
+
+TEST(SharedObject, DefinesSixteenFunctionsAndNothingElse) {
+    std::multiset<std::string> expected = {"T func1"};
+    for (const char* function : {"SetProfile", "SetIntent", "Adjust", "Convert2", "ConvertFile"}) {
+        for (const char* suffix : kSuffixes) expected.insert(std::string("T Orvix_Icc_") + function + suffix);
+    }
+    ASSERT_EQ(expected.size(), 16U);
+    std::multiset<std::string> found;
+    for (const auto& line : LinesOf("nm -D --defined-only")) found.insert(line.at(1) + " " + line.at(2));
+    EXPECT_EQ(found, expected);
+    int visible = 0;
+    for (const auto& line : LinesOf("readelf --dyn-syms -W")) {
+        if (line.size() < 8 || (line[7].rfind("Orvix_Icc_", 0) != 0 && line[7] != "func1")) continue;
+        ++visible;
+        EXPECT_EQ(line[3] + " " + line[4] + " " + line[5], "FUNC GLOBAL DEFAULT") << line[7];
+    }
+    EXPECT_EQ(visible, 16);
+}
+
+TEST(SharedObject, GivesItsFunctionsByTheirPlainNames) {
+    const Library library;
+    for (const char* suffix : kSuffixes) EXPECT_NE(EngineApi(library, suffix).SetProfile, nullptr);
+    EXPECT_THROW(library.Get<void*>("IccEngine"), std::runtime_error);
+    EXPECT_THROW(library.Get<void*>("initializer"), std::runtime_error);
+}
+
+TEST(SharedObject, NamesItsInterfaceVersionAndNeedsTheStandardLibraryAlone) {
+    int names = 0, needed = 0;
+    for (const auto& line : LinesOf("readelf -d -W")) {
+        if (line.size() < 2) continue;
+        if (line[1] == "(SONAME)") {
+            ++names;
+            EXPECT_EQ(line.back(), "[libHueweave.so.1]");
+        }
+        if (line[1] != "(NEEDED)") continue;
+        ++needed;
+        // A sanitizer brings its own library along.
+        EXPECT_THAT(line.back(), testing::ContainsRegex("\\[(libstdc\\+\\+|libm|libgcc_s|libc|ld-linux-[^.]*|lib[a-z]*"
+                                                        "san)\\.so"));
+    }
+    EXPECT_EQ(names, 1);
+    EXPECT_GE(needed, 2);
+}
+
+TEST(SharedObject, AsksForNoEnvironmentThreadOrProcessAndOpensFilesInOneWay) {
+    const std::set<std::string> names = UndefinedSymbols();
+    ASSERT_TRUE(names.count("fopen") == 1 || names.count("fopen64") == 1) << "the list is not that of the library";
+    std::set<std::string> foreign = {"secure_getenv", "environ",       "setlocale",    "pthread_create",
+                                     "thrd_create",   "fork",          "system",       "popen",
+                                     "socket",        "dlopen",        "signal",       "sigaction",
+                                     "time",          "clock_gettime", "gettimeofday", "pthread_mutex_lock",
+                                     "openat",        "openat64",      "creat",        "creat64",
+                                     "freopen",       "freopen64",     "opendir"};
+    // Measuring coverage brings code along that reads its own settings and maps its own files.
+    const bool measured = OutputOfTool("nm '" HUEWEAVE_LIBRARY "' 2>&1").find("__gcov_exit") != std::string::npos;
+    if (!measured) foreign.insert({"getenv", "mmap"});
+    for (const std::string& name : names) {
+        EXPECT_EQ(foreign.count(name), 0U) << name;
+        EXPECT_THAT(name, testing::Not(testing::ContainsRegex("filebuf|fstream"))) << "a stream of the C++ library";
+    }
+}
+
+TEST(SharedObject, HoldsTheThreeEnginesInItsOwnMemory) {
+    std::uint64_t bss = 0;
+    for (const auto& line : LinesOf("size -A -d")) {
+        if (line.size() > 1 && line[0] == ".bss") bss = std::stoull(line[1]);
+    }
+    EXPECT_GE(bss, 3 * kTableBytes);
+    EXPECT_LT(bss, 4 * kTableBytes);
+}
+
+}  // namespace
+}  // namespace hueweave::test
