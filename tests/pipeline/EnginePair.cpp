@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "support/Matchers.h"
+
 namespace hueweave::test {
 namespace {
 
@@ -219,12 +221,10 @@ void EnginePair::Convert(const Bytes& pixels) {
     Bytes dest = untouched;
     const auto count = static_cast<int>(pixels.size() / (wide ? 6 : 3));
     EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), count), 0);
-    const Bytes& result = wide ? dest : source;
     const Bytes expected = reference_.Converts() ? reference_.Convert(pixels) : wide ? untouched : pixels;
+    EXPECT_THAT(wide ? dest : source, EqualsBytes(expected));
     // 8-bit runs leave the destination, 16-bit runs the source.
-    EXPECT_TRUE((wide ? source : dest) == (wide ? pixels : untouched));
-    const auto differs = std::mismatch(result.begin(), result.end(), expected.begin()).first - result.begin();
-    EXPECT_EQ(differs, static_cast<std::ptrdiff_t>(expected.size())) << "first differing byte of the run";
+    EXPECT_THAT(wide ? source : dest, EqualsBytes(wide ? pixels : untouched));
 }
 
 }  // namespace hueweave::test

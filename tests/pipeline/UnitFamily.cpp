@@ -16,30 +16,30 @@ Words WordPixels(int points, std::uint32_t seed) {
     // Every other size is resampled to 17 points.
     const int used = points == 9 || points == 33 ? points : 17;
     const int width = 65536 / (used - 1);
-    PixelScatter scatter(seed);
+    Lcg scatter(seed);
     Words pixels;
     for (int v = 0; v < 65536; v += 37) Append(pixels, v, v, v);
     Append(pixels, 65534, 65534, 65534);
     Append(pixels, 65535, 65535, 65535);
     std::vector<int> marked = {0, 1, 255, 256, 257, 32767, 32768, 65279, 65280, 65281, 65534, 65535};
     for (int n = 1; n < used - 1; ++n) marked.insert(marked.end(), {n * width - 1, n * width, n * width + 1});
-    const int count = static_cast<int>(marked.size());
+    const auto count = static_cast<std::uint32_t>(marked.size());
     for (int n = 0; n < 1200; ++n) {
-        const int a = scatter.Below(count), b = scatter.Below(count), c = scatter.Below(count);
-        Append(pixels, marked[static_cast<std::size_t>(a)], marked[static_cast<std::size_t>(b)],
-               marked[static_cast<std::size_t>(c)]);
+        const std::size_t a = scatter.Below(count), b = scatter.Below(count), c = scatter.Below(count);
+        Append(pixels, marked[a], marked[b], marked[c]);
     }
+    const auto below = [&](int limit) { return static_cast<int>(scatter.Below(static_cast<std::uint32_t>(limit))); };
     // All orders of three fractions, ties among them, in cells all over the grid.
     for (int round = 0; round < 30; ++round) {
-        const int low = scatter.Below(width), middle = scatter.Below(width), high = scatter.Below(width);
+        const int low = below(width), middle = below(width), high = below(width);
         const int level[3] = {round == 0 ? 0 : low, middle, round == 1 ? width - 1 : high};
         for (int pattern = 0; pattern < 27; ++pattern) {
-            const int i = scatter.Below(used - 1), j = scatter.Below(used - 1), k = scatter.Below(used - 1);
+            const int i = below(used - 1), j = below(used - 1), k = below(used - 1);
             Append(pixels, i * width + level[pattern % 3], j * width + level[pattern / 3 % 3],
                    k * width + level[pattern / 9]);
         }
     }
-    for (int n = 0; n < 3 * 800; ++n) pixels.push_back(static_cast<unsigned short>(scatter.Next()));
+    for (int n = 0; n < 3 * 800; ++n) pixels.push_back(scatter.Sample());
     return pixels;
 }
 
@@ -52,7 +52,7 @@ Bytes BytePixels(std::uint32_t seed) {
             for (unsigned char c : ends) pixels.insert(pixels.end(), {a, b, c});
         }
     }
-    PixelScatter scatter(seed);
+    Lcg scatter(seed);
     for (int n = 0; n < 3 * 2000; ++n) pixels.push_back(static_cast<unsigned char>(scatter.Below(256)));
     return pixels;
 }
@@ -84,15 +84,15 @@ Bytes UnitFamily::Expect(int code, const Bytes& source, int pixels) const {
 
     EXPECT_EQ(input->Conversion(&job), 0) << what;
     EXPECT_EQ(plainInput.Run(code, source, pixels, expected), 0) << what;
-    ExpectSamples(work(), expected, what + ", input tables");
+    EXPECT_THAT(work(), EqualTo(expected)) << what << ", input tables";
     EXPECT_EQ(grid->Conversion(&job), 0) << what;
     plainGrid.Run(outputs, pixels, expected);
-    ExpectSamples(work(), expected, what + ", grid");
+    EXPECT_THAT(work(), EqualTo(expected)) << what << ", grid";
     EXPECT_EQ(output->Conversion(&job), 0) << what;
     plainOutput.Run(code, expected, pixels, expectedDest);
-    ExpectSamples(dest, expectedDest, what + ", output tables");
-    EXPECT_EQ(work(), expected) << what << ": the output tables leave the working buffer alone";
-    EXPECT_EQ(kept, source) << what;
+    EXPECT_THAT(dest, EqualsBytes(expectedDest)) << what << ", output tables";
+    EXPECT_THAT(work(), EqualTo(expected)) << what << ": the output tables leave the working buffer alone";
+    EXPECT_THAT(kept, EqualsBytes(source)) << what;
     dest.resize(samples * static_cast<std::size_t>(LayoutOf(code).destBytes));
     return dest;
 }

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Matchers.h"
+#include "support/ProfileBuilder.h"
 #include "support/ReferenceUnits.h"
 #include "units/OutputTable33.h"
 #include "units/WiderColorTables.h"
@@ -19,20 +21,6 @@
 // The units of one number, 33 to 37, beside their references, and the pixels that are sent through them.
 namespace hueweave::test {
 
-/// Numbers that are the same on every machine.
-class PixelScatter {
-public:
-    explicit PixelScatter(std::uint32_t seed) : state_(seed * 747796405U + 2891336453U) {}
-    int Next() {
-        state_ = state_ * 1664525U + 1013904223U;
-        return static_cast<int>(state_ >> 16);
-    }
-    int Below(int limit) { return Next() % limit; }
-
-private:
-    std::uint32_t state_;
-};
-
 inline PlainLut ScatteredLut(int outputs, int points, int inputEntries, int outputEntries, std::uint32_t seed) {
     PlainLut lut;
     lut.inputs = 3;
@@ -40,10 +28,10 @@ inline PlainLut ScatteredLut(int outputs, int points, int inputEntries, int outp
     lut.points = points;
     lut.inputEntries = inputEntries;
     lut.outputEntries = outputEntries;
-    PixelScatter scatter(seed);
+    Lcg scatter(seed);
     const auto fill = [&scatter](std::vector<int>& table, int count) {
         table.resize(static_cast<std::size_t>(count));
-        for (int& value : table) value = scatter.Next();
+        for (int& value : table) value = scatter.Sample();
     };
     fill(lut.input, 3 * inputEntries);
     fill(lut.grid, points * points * points * outputs);
@@ -92,18 +80,6 @@ inline std::unique_ptr<ICC40::ICC_UNIT::ColorTable33> MakeGridUnit(int outputs) 
     if (outputs == 4) return std::make_unique<ColorTable34>();
     if (outputs == 6) return std::make_unique<ColorTable36>();
     return std::make_unique<ColorTable37>();
-}
-
-/// Tells the first difference alone.
-template <typename Sample>
-void ExpectSamples(const std::vector<Sample>& got, const std::vector<Sample>& expected, const std::string& what) {
-    ASSERT_EQ(got.size(), expected.size()) << what;
-    for (std::size_t n = 0; n < got.size(); ++n) {
-        if (got[n] != expected[n]) {
-            ADD_FAILURE() << what << ", sample " << n << ": " << got[n] << " instead of " << expected[n];
-            return;
-        }
-    }
 }
 
 inline Bytes BytesOf(const Words& samples) {

@@ -97,76 +97,59 @@ bool Works(const CurvedLutSpec& lut, const char* name = "A2B0") {
 
 CurvedLutSpec Plain() { return Curved(MakeLut(ShapeOf(3, 3, 5, 17, 9)), CurveLayout::Aligned); }
 
-TEST(CurvedTablesTest, EveryA2BNameIsConvertedTheSameWay) {
-    EXPECT_TRUE(Works(Plain(), "A2B0"));
-    EXPECT_TRUE(Works(Plain(), "A2B1"));
-    EXPECT_TRUE(Works(Plain(), "A2B2"));
+TEST(CurvedTablesTest, OfEveryA2BNameAreConvertedTheSameWay) {
+    for (const char* name : {"A2B0", "A2B1", "A2B2"}) EXPECT_TRUE(Works(Plain(), name)) << name;
 }
 
-TEST(CurvedTablesTest, TheReverseTypeIsNoTableForAnEngine) {
-    CurvedLutSpec lut = Plain();
-    lut.type = "mBA ";
-    EXPECT_FALSE(Works(lut));
-}
+/// One change of a sound table, and whether an engine can work with it then.
+struct Change {
+    const char* name;
+    bool works;
+    void (*make)(CurvedLutSpec&);
+};
 
-TEST(CurvedTablesTest, MiddleCurvesTakeNoPart) {
-    CurvedLutSpec lut = Plain();
-    for (int c = 0; c < 3; ++c) lut.mCurves.push_back(MakeCurve(CurveKind::Falling, 17, c, 9));
-    EXPECT_TRUE(Works(lut));
-}
+constexpr Change kChanges[] = {
+    {"the reverse type", false, [](CurvedLutSpec& lut) { lut.type = "mBA "; }},
+    {"M curves, which take no part", true,
+     [](CurvedLutSpec& lut) {
+         for (int c = 0; c < 3; ++c) lut.mCurves.push_back(MakeCurve(CurveKind::Falling, 17, c, 9));
+     }},
+    {"longer curves, which are cut to the first", true,
+     [](CurvedLutSpec& lut) {
+         lut.aCurves[1] = MakeCurve(CurveKind::Random, 33, 1, 4);
+         lut.bCurves[2] = MakeCurve(CurveKind::Random, 255, 2, 4);
+     }},
+    {"a shorter A curve", false, [](CurvedLutSpec& lut) { lut.aCurves[1].resize(15); }},
+    {"a shorter B curve", false, [](CurvedLutSpec& lut) { lut.bCurves[2].resize(7); }},
+    {"no A curves", false, [](CurvedLutSpec& lut) { lut.aCurves.clear(); }},
+    {"no B curves", false, [](CurvedLutSpec& lut) { lut.bCurves.clear(); }},
+    {"no grid", false, [](CurvedLutSpec& lut) { lut.hasGrid = false; }},
+    {"no bytes a value", false, [](CurvedLutSpec& lut) { lut.precision = 0; }},
+    {"one byte a value", false, [](CurvedLutSpec& lut) { lut.precision = 1; }},
+    {"three bytes a value", false, [](CurvedLutSpec& lut) { lut.precision = 3; }},
+    // The first axis speaks for all: a grid longer on the others is read from its start, a shorter one is refused.
+    {"longer second and third axes", true,
+     [](CurvedLutSpec& lut) {
+         lut.gridPoints = {3, 7, 5};
+         lut.grid.resize(3 * 7 * 5 * 3, 1234);
+     }},
+    {"a shorter third axis", false,
+     [](CurvedLutSpec& lut) {
+         lut.gridPoints = {5, 5, 4};
+     }},
+    {"a grid that the block does not hold", false,
+     [](CurvedLutSpec& lut) {
+         lut.gridPoints = {33, 33, 33};
+     }},
+};
 
-TEST(CurvedTablesTest, LongerCurvesAreCutToTheFirst) {
-    CurvedLutSpec lut = Plain();
-    lut.aCurves[1] = MakeCurve(CurveKind::Random, 33, 1, 4);
-    lut.bCurves[2] = MakeCurve(CurveKind::Random, 255, 2, 4);
-    EXPECT_TRUE(Works(lut));
-}
-
-TEST(CurvedTablesTest, ShorterCurvesAreRefused) {
-    CurvedLutSpec input = Plain();
-    input.aCurves[1].resize(15);
-    EXPECT_FALSE(Works(input));
-    CurvedLutSpec output = Plain();
-    output.bCurves[2].resize(7);
-    EXPECT_FALSE(Works(output));
-}
-
-TEST(CurvedTablesTest, ATableWithoutOneOfItsPartsIsRefused) {
-    CurvedLutSpec noInput = Plain();
-    noInput.aCurves.clear();
-    EXPECT_FALSE(Works(noInput));
-    CurvedLutSpec noOutput = Plain();
-    noOutput.bCurves.clear();
-    EXPECT_FALSE(Works(noOutput));
-    CurvedLutSpec noGrid = Plain();
-    noGrid.hasGrid = false;
-    EXPECT_FALSE(Works(noGrid));
-}
-
-TEST(CurvedTablesTest, OnlyTwoBytesAValueAreTaken) {
-    for (const unsigned precision : {0U, 1U, 3U}) {
+TEST(CurvedTablesTest, AreTakenOrRefusedAfterEachChange) {
+    for (const auto& [name, works, make] : kChanges) {
+        SCOPED_TRACE(name);
         CurvedLutSpec lut = Plain();
-        lut.precision = precision;
-        EXPECT_FALSE(Works(lut)) << precision;
+        make(lut);
+        EXPECT_EQ(Works(lut), works);
     }
-}
-
-// The first axis speaks for all: a grid longer on the others is read from its start, a shorter one is refused.
-TEST(CurvedTablesTest, UnequalAxesCountAsTheFirst) {
-    CurvedLutSpec longer = Plain();
-    longer.gridPoints = {3, 7, 5};
-    longer.grid.resize(3 * 7 * 5 * 3, 1234);
-    EXPECT_TRUE(Works(longer));
-    CurvedLutSpec shorter = Plain();
-    shorter.gridPoints = {5, 5, 4};
-    EXPECT_FALSE(Works(shorter));
-}
-
-TEST(CurvedTablesTest, AGridThatTheBlockDoesNotHoldIsRefused) {
-    CurvedLutSpec lut = Plain();
-    lut.aFirst = false;
-    lut.gridPoints = {33, 33, 33};
-    EXPECT_FALSE(Works(lut));
 }
 
 }  // namespace

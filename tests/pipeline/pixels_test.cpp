@@ -47,28 +47,6 @@ std::string IntentAndWidth(const testing::TestParamInfo<std::tuple<int, int>>& i
 INSTANTIATE_TEST_SUITE_P(Every, IntentAndWidthTest,
                          testing::Combine(testing::Values(0, 1, 2, 3, 77), testing::Values(0, 1)), IntentAndWidth);
 
-class OutputSpaceTest : public testing::TestWithParam<int> {};
-
-TEST_P(OutputSpaceTest, SetProfileStoresTheSpaceAsItsResult) {
-    EnginePair pair({{"three.icc", ThreeTables()}});
-    pair.SetProfile("three.icc", 0, 0, GetParam());
-    EXPECT_EQ(pair.Engine().Unit.BuildResult, GetParam());
-    EXPECT_EQ(pair.Engine().Unit.OutputSpace, GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, OutputSpaceTest, testing::ValuesIn(OutputSpaces()), testing::PrintToStringParamName());
-
-TEST(OutputSpacesTest, SetIntentStoresTheCurveAsItsResult) {
-    EnginePair pair({{"three.icc", ThreeTables()}});
-    pair.SetProfile("three.icc", 0, 0, 10);
-    pair.SetIntent(0, 0, 12);
-    EXPECT_EQ(pair.Engine().Unit.BuildResult, 8);
-    pair.SetIntent(0, 0, 13);
-    EXPECT_EQ(pair.Engine().Unit.BuildResult, 9);
-    pair.SetIntent(0, 0, 31);
-    EXPECT_EQ(pair.Engine().Unit.BuildResult, 31);
-}
-
 class RefusedSpaceTest : public testing::TestWithParam<int> {};
 
 TEST_P(RefusedSpaceTest, LeavesInputAndGridBuiltAndIdentityOutput) {
@@ -141,33 +119,6 @@ TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
                 << "channel " << c << " of " << sample[0] << " " << sample[1] << " " << sample[2];
         }
     }
-}
-
-TEST(ConversionTest, WideRunsMayBeInPlaceAndCountsBelowOneDoNothing) {
-    EnginePair pair({{"three.icc", ThreeTables()}});
-    pair.SetProfile("three.icc", 0, 1, 9);
-    const Bytes pixels = PixelRun(1);
-    const Bytes expected = pair.Reference().Convert(pixels);
-    std::vector<unsigned short> run;
-    for (std::size_t at = 0; at < pixels.size(); at += 2) {
-        run.push_back(static_cast<unsigned short>(pixels[at] + 256 * pixels[at + 1]));
-    }
-    const std::vector<unsigned short> before = run;
-    EXPECT_EQ(pair.Engine().Conversion(run.data(), run.data(), 0), 0);
-    EXPECT_EQ(pair.Engine().Conversion(run.data(), run.data(), -3), 0);
-    EXPECT_EQ(run, before);
-    EXPECT_EQ(pair.Engine().Conversion(run.data(), run.data(), static_cast<int>(run.size() / 3)), 0);
-    for (std::size_t i = 0; i < run.size(); ++i) ASSERT_EQ(run[i], expected[2 * i] + 256 * expected[2 * i + 1]) << i;
-}
-
-TEST(ConversionTest, ByteRunsIntoWordsDoNothing) {
-    EnginePair pair({{"three.icc", ThreeTables()}});
-    pair.SetProfile("three.icc", 0, 0, 8);
-    Bytes source = PixelRun(0);
-    std::vector<unsigned short> dest(source.size(), 0xa5a5);
-    EXPECT_EQ(pair.Engine().Conversion(source.data(), dest.data(), static_cast<int>(source.size() / 3)), 0);
-    EXPECT_EQ(source, PixelRun(0));
-    EXPECT_EQ(dest, std::vector<unsigned short>(source.size(), 0xa5a5));
 }
 
 }  // namespace

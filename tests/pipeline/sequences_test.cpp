@@ -29,61 +29,7 @@ std::map<std::string, ProfileBuilder> Profiles() {
             {"unusable.icc", ProfileBuilder().Raw("A2B0", unusable)}};
 }
 
-TEST(AdjustmentTest, AFractionIsLostAtTheNextSetIntent) {
-    EnginePair pair(Profiles());
-    pair.SetProfile("first.icc", 0, 0, 10);
-    pair.AdjustLch(7.9, -3.9, 12.75);
-    const auto fractional = pair.Reference().cells;
-    pair.SetIntent(0, 0, 22);
-    pair.SetIntent(0, 0, 10);
-    EXPECT_FALSE(pair.Reference().cells == fractional);
-    // The whole parts are those that are stored: nothing is rebuilt.
-    const auto whole = pair.Reference().cells;
-    pair.AdjustLch(7.9, -3.9, 12.75);
-    EXPECT_TRUE(pair.Reference().cells == whole);
-    pair.Convert(PixelRun(0));
-}
-
-TEST(AdjustmentTest, AFractionBelowOneChangesNothing) {
-    EnginePair pair(Profiles());
-    pair.SetProfile("first.icc", 0, 0, 10);
-    const auto before = pair.Reference().cells;
-    pair.AdjustLch(0.99, -0.99, 0.5);
-    EXPECT_TRUE(pair.Reference().cells == before);
-    pair.AdjustLch(1.9, 0, 0);
-    const auto shifted = pair.Reference().cells;
-    pair.AdjustLch(1.2, 0, 0);
-    EXPECT_TRUE(pair.Reference().cells == shifted);
-}
-
-// The three values of SetProfile are built in but not stored.
-TEST(AdjustmentTest, ThoseOfSetProfileAreGoneAtTheNextSetIntent) {
-    EnginePair pair(Profiles());
-    pair.SetProfile("first.icc", 0, 0, 10, 20.0, 10.0, 45.0);
-    const auto shifted = pair.Reference().cells;
-    pair.SetIntent(0, 1, 10);
-    EXPECT_FALSE(pair.Reference().cells == shifted);
-    EXPECT_EQ(pair.Engine().Unit.Lightness, 0);
-}
-
-TEST(AdjustmentTest, SurvivesTheSameSetProfileAndFallsWithAnother) {
-    EnginePair pair(Profiles());
-    pair.SetProfile("first.icc", 0, 0, 10);
-    pair.AdjustLch(10, 0, 0);
-    const auto shifted = pair.Reference().cells;
-    pair.SetProfile("first.icc", 0, 0, 10);
-    EXPECT_TRUE(pair.Reference().cells == shifted);
-    pair.SetProfile("first.icc", 1, 0, 10);
-    EXPECT_EQ(pair.Engine().Unit.Lightness, 0);
-}
-
-TEST(AdjustmentTest, ValuesThatAreNoNumbersCountAsZero) {
-    EnginePair pair(Profiles());
-    pair.SetProfile("first.icc", 0, 0, 10, std::nan(""), 5.0, std::numeric_limits<double>::infinity());
-    pair.AdjustLch(std::nan(""), -std::numeric_limits<double>::infinity(), 25.0);
-    pair.AdjustLch(std::nan(""), 2.0, std::numeric_limits<double>::infinity());
-    pair.Convert(PixelRun(0));
-}
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 struct Shift {
     const char* name;
@@ -111,29 +57,10 @@ INSTANTIATE_TEST_SUITE_P(Some, ShiftTest,
                                          Shift{"FullChroma", 0, 300, 0}, Shift{"Turned", 0, 0, 45},
                                          Shift{"TurnedBack", 0, 0, -170.5}, Shift{"TwoTurns", 0, 0, 720},
                                          Shift{"FarBack", 0, 0, -1000}, Shift{"ManyTurns", 0, 0, 123456},
-                                         Shift{"ManyTurnsBack", 0, 0, -123456}, Shift{"AllThree", 3.3, -8.8, 359.9}),
+                                         Shift{"ManyTurnsBack", 0, 0, -123456}, Shift{"AllThree", 3.3, -8.8, 359.9},
+                                         Shift{"NoNumbers", std::nan(""), 2.0, kInfinite},
+                                         Shift{"NoNumberButHue", kInfinite, -kInfinite, 25.0}),
                          [](const auto& row) { return std::string(row.param.name); });
-
-TEST(OutputAdjustmentTest, ReplacesTheToneCurveUntilTheNextRebuild) {
-    Bytes red, green, blue;
-    for (unsigned i = 0; i < 256; ++i) {
-        red.push_back(static_cast<unsigned char>(i));
-        green.push_back(static_cast<unsigned char>(255 - i));
-        blue.push_back(static_cast<unsigned char>(i * 7 & 255U));
-    }
-    for (const int input : {0, 1}) {
-        EnginePair pair(Profiles());
-        pair.SetProfile("first.icc", 0, input, 22 + input);
-        for (const int count : {256, 0, 128, 1, 255}) {
-            pair.AdjustOutput(red, green, blue, count);
-            pair.Convert(PixelRun(input));
-        }
-        pair.AdjustOutput(red, {}, blue, 256);
-        pair.AdjustLch(5, 5, 5);
-        pair.SetIntent(3, input, 22 + input);
-        pair.Convert(PixelRun(input));
-    }
-}
 
 TEST(SequenceTest, AFailedSetProfileDropsWhatWasThere) {
     EnginePair pair(Profiles());

@@ -26,8 +26,8 @@ std::vector<int> AllCodes() {
 /// A job with room for seven channels on all sides, whatever the code; all buffers hold scattered samples.
 struct WideJob {
     explicit WideJob(int code) {
-        PixelScatter scatter(static_cast<std::uint32_t>(code) % 1000U + 7);
-        for (auto& value : work) value = static_cast<unsigned short>(scatter.Next());
+        Lcg scatter(static_cast<std::uint32_t>(code) % 1000U + 7);
+        for (auto& value : work) value = scatter.Sample();
         for (auto& value : source) value = static_cast<unsigned char>(scatter.Below(256));
         for (auto& value : dest) value = static_cast<unsigned char>(scatter.Below(256));
         info.FormatCode = code;
@@ -50,15 +50,15 @@ class FormatCodeTest : public testing::TestWithParam<int> {};
 
 /// Scattered tables straight in the units, of entries beyond 16 bits too.
 void ScatterTables(UnitFamily& family) {
-    PixelScatter scatter(21);
+    Lcg scatter(21);
     for (std::size_t c = 0; c < 3; ++c) {
         for (std::size_t n = 0; n < 65536; ++n) {
-            family.plainInput.table[c][n] = family.input->Lut16[c][n] = scatter.Next() * 5 - 40000;
+            family.plainInput.table[c][n] = family.input->Lut16[c][n] = scatter.Sample() * 5 - 40000;
         }
     }
     for (std::size_t c = 0; c < 7; ++c) {
         for (std::size_t n = 0; n < 65536; ++n) {
-            family.plainOutput.table[c][n] = family.output->Lut16[c][n] = scatter.Next() * 5 - 40000;
+            family.plainOutput.table[c][n] = family.output->Lut16[c][n] = scatter.Sample() * 5 - 40000;
         }
     }
     const PlainLut lut = ScatteredLut(7, 9, 2, 2, 22);
@@ -143,48 +143,6 @@ TEST(FourCurvePipelineTest, TheGridAndTheOutputRunOnWhatLiesInTheBuffer) {
             ASSERT_EQ(job.Work(), work) << code;
             ASSERT_EQ(job.dest, dest) << code;
             ASSERT_EQ(job.source, source) << code;
-        }
-    }
-}
-
-/// A table of four curves, and the curves.
-struct FourCurves {
-    explicit FourCurves(int entries) {
-        tag.inputChan = 4;
-        tag.inputEnt = static_cast<std::uint16_t>(entries);
-        tag.inputTable = std::make_unique<std::uint16_t[]>(static_cast<std::size_t>(4 * entries));
-        PixelScatter scatter(static_cast<std::uint32_t>(entries));
-        std::size_t next = 0;
-        for (auto& curve : curves) {
-            for (int n = 0; n < entries; ++n) {
-                curve.push_back(scatter.Next());
-                tag.inputTable[next++] = static_cast<std::uint16_t>(curve.back());
-            }
-        }
-    }
-    ICC40::ICCFILE::CLut16Type tag;
-    std::array<std::vector<int>, 4> curves;
-};
-
-TEST(FourCurvePipelineTest, FourCurvesAreEvaluatedOneColourAtATime) {
-    for (int entries : {3, 17, 256, 4096}) {
-        FourCurves values(entries);
-        const auto input = std::make_unique<InputTable43>();
-        EXPECT_EQ(input->Initial(&values.tag), 0);
-        EXPECT_EQ(input->LUT_Step, 65535.0 / (entries - 1));
-        PixelScatter scatter(24);
-        for (int n = 0; n < 3000; ++n) {
-            unsigned short s[7];
-            // The evaluation at 65535 would need the entry behind the curve's last.
-            for (auto& sample : s) sample = static_cast<unsigned short>(scatter.Below(65535));
-            if (n < 40) std::fill_n(s, 7, static_cast<unsigned short>(n < 20 ? n : 65534 - n));
-            const std::vector<unsigned short> was(s, s + 7);
-            input->Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
-            for (std::size_t c = 0; c < 7; ++c) {
-                const int expected =
-                    c < 4 ? ReferenceCurvePoint(values.curves[c], 65535.0 / (entries - 1), was[c]) : was[c];
-                ASSERT_EQ(s[c], expected) << entries << " entries, channel " << c << ", sample " << was[c];
-            }
         }
     }
 }

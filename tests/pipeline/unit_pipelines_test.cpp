@@ -9,7 +9,6 @@ namespace hueweave::test {
 namespace {
 
 using ICC40::ICC_UNIT::InputTable33;
-using ICC40::ICC_UNIT::OutputTable33;
 using ICC40::ICCFILE::ColorSpaceSignature;
 
 /// The codes of a stride: 8-bit source with bytes and words behind it, then 16-bit source.
@@ -116,54 +115,6 @@ TEST_P(LabPipelineTest, SignedSamplesGoThroughTheRearrangedTables) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Strides, LabPipelineTest, testing::Values(3, 4, 6, 7));
-
-/// Runs a form on the unit.
-int ApplyTo(OutputTable33& unit, Form form, ColorSpaceSignature space) {
-    switch (form) {
-        case Form::Gamma100:
-            return unit.OutputGamma100(space);
-        case Form::Gamma180:
-            return unit.OutputGamma180(space);
-        case Form::Gamma180_16:
-            return unit.OutputGamma180_16(space);
-        case Form::Srgb:
-            return unit.OutputGamma_sRGB();
-        case Form::Srgb_16:
-            return unit.OutputGamma_sRGB_16();
-        case Form::KodakPhoto:
-            return unit.OutputGamma_KodakPhoto();
-        case Form::KodakPhoto_16:
-            return unit.OutputGamma_KodakPhoto_16();
-        case Form::KodakMix:
-            return unit.OutputGamma_KodakMix();
-        case Form::KodakMix_16:
-            return unit.OutputGamma_KodakMix_16();
-        case Form::KodakText:
-            return unit.OutputGamma_KodakText();
-        default:
-            return unit.OutputGamma_KodakText_16();
-    }
-}
-
-class TonePipelineTest : public testing::TestWithParam<Form> {};
-
-TEST_P(TonePipelineTest, FreshTablesTakeTheToneCurve) {
-    UnitFamily family(3);
-    const PlainLut lut = ScatteredLut(3, 9, 2, 2, 12);
-    family.Load(lut);
-    family.output->ResetTable();
-    family.plainOutput.Reset();
-    EXPECT_EQ(ApplyTo(*family.output, GetParam(), CsAppleRGB_Gamma180_8), family.plainOutput.Apply(GetParam(), 26));
-    ExpectWords(family, WordPixels(9, 13));
-    family.input->Change_Lut16_To_Lut8();
-    family.plainInput.ToLut8();
-    ExpectBytes(family, BytePixels(14));
-}
-
-INSTANTIATE_TEST_SUITE_P(Forms, TonePipelineTest,
-                         testing::Values(Form::Gamma100, Form::Gamma180, Form::Gamma180_16, Form::Srgb, Form::Srgb_16,
-                                         Form::KodakPhoto, Form::KodakPhoto_16, Form::KodakMix, Form::KodakMix_16,
-                                         Form::KodakText, Form::KodakText_16));
 
 class CopiedPipelineTest : public testing::TestWithParam<int> {};
 

@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "engine/CIccEngineS.h"
+#include "support/Matchers.h"
 #include "support/MiniProfile.h"
 #include "support/ReferenceTiff.h"
 #include "support/TempDir.h"
@@ -32,11 +33,9 @@ std::unique_ptr<CIccEngineS> MakeEngine(bool wide) {
 
 /// Samples that an engine of either width changes.
 Bytes Pixels(std::size_t bytes, std::uint32_t seed = 7) {
+    Lcg random(seed);
     Bytes pixels(bytes);
-    for (unsigned char& byte : pixels) {
-        seed = seed * 1664525U + 1013904223U;
-        byte = static_cast<unsigned char>(seed >> 24);
-    }
+    for (unsigned char& byte : pixels) byte = static_cast<unsigned char>(random.Below(256));
     return pixels;
 }
 
@@ -174,27 +173,20 @@ Bytes CutBeforeLargeData() {
     return file;
 }
 
+/// More of them, with the sizes of what comes out, are told by the suite hostile.
 std::vector<FileRow> BrokenFiles() {
     const Bytes cutInPixels = Rgb8().Build();
     const Bytes cutInData = Rgb8().Undefined(34675, Profile(400)).Exif(Pixels(60)).Build();
     return {
-        {"Empty", {}},
-        {"BigEndian", Rgb8().Head({0x4d, 0x4d, 0x00, 0x2a}).Build()},
-        {"Version43", Rgb8().Head({0x49, 0x49, 0x2b, 0x00}).Build()},
-        {"ThirtyEntries", ManyEntries(30).Build()},
-        {"NoEntries", TiffBuilder().Build()},
-        {"DirectoryBehindTheFile", Rgb8().DirectoryAt(100000).Build()},
         {"CutInPixels", Bytes(cutInPixels.begin(), cutInPixels.end() - 50)},
         {"CutInData", Bytes(cutInData.begin(), cutInData.begin() + 200)},
         {"CutBeforeLargeData", CutBeforeLargeData()},
         {"CutInDirectory", Bytes(cutInData.begin(), cutInData.begin() + 100)},
-        {"NoOffsets", TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).Long(279, 105).Exif(Pixels(44)).Build()},
         {"NoByteCounts", TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).StripOffsets().Strip(Pixels(105)).Build()},
         {"NoByteCountsOfStrips",
          TiffBuilder().Shape(7, 5, 3, 8).Long(278, 1).StripOffsets().Strip(Pixels(105)).Exif(Pixels(44)).Build()},
         {"ByteCountTooSmall", Counted(40).Build()},
         {"ByteCountTooLarge", Counted(3000).Build()},
-        {"ByteCountHuge", Counted(4000000000U).Exif(Pixels(44)).Build()},
         {"SignedByteCount",
          TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).StripOffsets().Entry(279, 9, 1, 105).Strip(Pixels(105)).Build()},
         {"LostOffsets",
@@ -205,8 +197,6 @@ std::vector<FileRow> BrokenFiles() {
          TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).StripOffsets().Entry(279, 4, 1000, 8).Strip(Pixels(105)).Build()},
         {"LostOffsetsOfAHugeImage",
          TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).Entry(273, 4, 1000, 8).Long(279, 4000000000U).Build()},
-        {"HugeCounts", Rgb8().Entry(40000, 4, 0x40000000, 8).Entry(40001, 9, 0xffffffffU, 8).Build()},
-        {"UnknownTypes", Rgb8().Entry(40000, 14, 3, 77).Entry(40001, 65535, 0xffffffffU, 78).Build()},
         {"ZeroDenominator", Rgb8().Rational(283, 300, 0).Build()},
         {"ZeroDenominatorFirst", TiffBuilder().Rational(282, 5, 0).Shape(1, 1, 3, 8).Build()},
         {"WiderThanItsImage", ChunkyTiff(1000, 1000, 3, 8, Pixels(105)).Build()},
@@ -217,8 +207,8 @@ std::vector<FileRow> BrokenFiles() {
 
 class ConvertFileBytesTest : public testing::TestWithParam<FileRow> {
 protected:
-    /// One file through the engine and through the reference.
-    static void Compare(const std::optional<Bytes>& file, bool wide, bool inPlace = false) {
+    /// One file through the engine and through the reference. Returns what was written.
+    static Bytes Compare(const std::optional<Bytes>& file, bool wide, bool inPlace = false) {
         // Two engines of each width, built once: they only read their tables.
         static const std::unique_ptr<CIccEngineS> kOfFiles[] = {MakeEngine(false), MakeEngine(true)};
         static const std::unique_ptr<CIccEngineS> kOfBuffers[] = {MakeEngine(false), MakeEngine(true)};
@@ -234,13 +224,14 @@ protected:
         const std::string printed = testing::internal::GetCapturedStdout();
         EXPECT_EQ(result, 0);
         EXPECT_EQ(printed, expected.log);
-        ASSERT_TRUE(std::filesystem::exists(dest));
+        const Bytes written = ReadFile(dest);
         // A file of which nothing could be read is not emptied by being its own destination.
         const bool kept = inPlace && expected.file.empty();
-        EXPECT_EQ(ReadFile(dest), kept ? *file : expected.file);
+        EXPECT_THAT(written, EqualsBytes(kept ? *file : expected.file));
         if (file && !inPlace) {
-            EXPECT_EQ(ReadFile(source), *file) << "the source is only read";
+            EXPECT_THAT(ReadFile(source), EqualsBytes(*file)) << "the source is only read";
         }
+        return written;
     }
 };
 
@@ -258,6 +249,69 @@ using ConvertMissingFileTest = ConvertFileBytesTest;
 TEST_F(ConvertMissingFileTest, LeavesAnEmptyDestinationAndFiveLines) {
     Compare(std::nullopt, false);
     Compare(std::nullopt, true);
+}
+
+/// A change of an image of 7 by 5 pixels, and how many of them are then converted.
+struct CountRow {
+    const char* name;
+    int pixels;
+    TiffBuilder (*build)(unsigned bits);
+};
+
+/// Tags of that image; `without` is left out.
+TiffBuilder Tags(unsigned bits, unsigned without, std::uint32_t width = 7, std::uint32_t height = 5,
+                 unsigned type = 4) {
+    TiffBuilder tiff;
+    if (without != 256) tiff.Entry(256, type, 1, width);
+    if (without != 257) tiff.Entry(257, type, 1, height);
+    if (without != 258) tiff.Shorts(258, std::vector<std::uint32_t>(3, bits));
+    tiff.Short(259, 1).Short(262, 2).StripOffsets().StripByteCounts();
+    if (without != 277) tiff.Short(277, 3);
+    if (without != 278) tiff.Long(278, 5);
+    if (without != 282) tiff.Rational(282, 300, 1);
+    return tiff.Strip(Pixels(35 * 3 * bits / 8));
+}
+
+constexpr CountRow kCounts[] = {
+    {"width times length", 35, [](unsigned bits) { return Tags(bits, 0); }},
+    {"a row less", 28, [](unsigned bits) { return Tags(bits, 0, 7, 4); }},
+    {"one", 1, [](unsigned bits) { return Tags(bits, 0, 1, 1); }},
+    {"one less than the image holds", 34, [](unsigned bits) { return Tags(bits, 0, 34, 1); }},
+    {"all in one row", 35, [](unsigned bits) { return Tags(bits, 0, 35, 1); }},
+    {"no more than the image holds", 35, [](unsigned bits) { return Tags(bits, 0, 36, 1); }},
+    {"no columns", 0, [](unsigned bits) { return Tags(bits, 0, 0, 5); }},
+    {"no rows", 0, [](unsigned bits) { return Tags(bits, 0, 7, 0); }},
+    {"no width", 0, [](unsigned bits) { return Tags(bits, 256); }},
+    {"no length", 0, [](unsigned bits) { return Tags(bits, 257); }},
+    {"no depth", 35, [](unsigned bits) { return Tags(bits, 258); }},
+    {"no samples a pixel", 35, [](unsigned bits) { return Tags(bits, 277); }},
+    {"no rows a strip", 35, [](unsigned bits) { return Tags(bits, 278); }},
+    {"no resolution", 35, [](unsigned bits) { return Tags(bits, 282); }},
+    {"both as SHORT", 35, [](unsigned bits) { return Tags(bits, 0, 7, 5, 3); }},
+    {"the first of two tags", 10, [](unsigned bits) { return Tags(bits, 0, 2, 5).Long(256, 7).Long(257, 5); }},
+    {"other tags that say otherwise", 35,
+     [](unsigned bits) {
+         TiffBuilder tiff;
+         tiff.Long(256, 7).Long(257, 5).Short(258, 32).StripOffsets().Short(277, 1).Long(278, 5);
+         return tiff.StripByteCounts().Rational(282, 0, 0).Strip(Pixels(35 * 3 * bits / 8));
+     }},
+};
+
+using ConvertedPixelCount = ConvertFileBytesTest;
+
+/// Width and length alone settle it.
+TEST_F(ConvertedPixelCount, IsWidthTimesLengthAndNoMoreThanTheImageHolds) {
+    for (const auto& [name, pixels, build] : kCounts) {
+        for (const bool wide : {false, true}) {
+            SCOPED_TRACE(std::string(name) + (wide ? ", words" : ", bytes"));
+            Bytes image = Pixels(wide ? 210 : 105);
+            const Bytes written = Compare(build(wide ? 16 : 8).Build(), wide);
+            EXPECT_EQ(MakeEngine(wide)->Conversion(image.data(), image.data(), pixels), 0);
+            ASSERT_GE(written.size(), image.size());
+            EXPECT_THAT(Bytes(written.end() - static_cast<std::ptrdiff_t>(image.size()), written.end()),
+                        EqualsBytes(image));
+        }
+    }
 }
 
 TEST(ConvertFileEngineTest, ChangesPixels) {
