@@ -75,24 +75,29 @@ protected:
         }
         return result;
     }
+    static Bytes First(const Bytes& all, std::size_t bytes) {
+        return Bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(bytes));
+    }
     static Bytes Copy(const unsigned char* at, std::size_t bytes) { return Bytes(at, at + bytes); }
 
     GuardedPages first_;
     GuardedPages second_;
 };
 
-TEST_F(GuardPageTest, EightBitRunsOfEveryLength) {
-    ASSERT_EQ(Bind(Good(), 0, 0, 8), 8);
-    const Bytes all = SamplePixels(3 * kMost);
-    const Bytes expected = OneByOne(all, 3);
-    for (std::size_t pixels = 0; pixels <= kMost; ++pixels) {
-        const Bytes source(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(3 * pixels));
-        const Bytes wanted(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(3 * pixels));
-        for (const bool end : {true, false}) {
-            unsigned char* const at = end ? first_.AtEnd(source) : first_.AtStart(source);
-            ASSERT_EQ(Orvix_Icc_Convert2(at, nullptr, static_cast<int>(pixels)), 0);
-            ASSERT_EQ(Copy(at, source.size()), wanted) << pixels << " pixels";
-            ASSERT_TRUE(first_.Clean(at, source.size())) << pixels << " pixels";
+TEST_F(GuardPageTest, RunsOfEveryLengthInPlace) {
+    for (const int wide : {0, 1}) {
+        ASSERT_EQ(Bind(Good(), 0, wide, 8 + wide), 8 + wide);
+        const std::size_t pixelBytes = wide == 1 ? 6 : 3;
+        const Bytes all = SamplePixels(pixelBytes * kMost);
+        const Bytes expected = OneByOne(all, pixelBytes);
+        for (std::size_t pixels = 0; pixels <= kMost; ++pixels) {
+            const Bytes source = First(all, pixelBytes * pixels);
+            for (const bool end : {true, false}) {
+                unsigned char* const at = end ? first_.AtEnd(source) : first_.AtStart(source);
+                ASSERT_EQ(Orvix_Icc_Convert2(at, wide == 1 ? at : nullptr, static_cast<int>(pixels)), 0);
+                ASSERT_EQ(Copy(at, source.size()), First(expected, source.size())) << pixels << " pixels";
+                ASSERT_TRUE(first_.Clean(at, source.size())) << pixels << " pixels";
+            }
         }
     }
 }
@@ -102,8 +107,8 @@ TEST_F(GuardPageTest, SixteenBitRunsOfEveryLength) {
     const Bytes all = SamplePixels(6 * kMost);
     const Bytes expected = OneByOne(all, 6);
     for (std::size_t pixels = 0; pixels <= kMost; ++pixels) {
-        const Bytes source(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(6 * pixels));
-        const Bytes wanted(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(6 * pixels));
+        const Bytes source = First(all, 6 * pixels);
+        const Bytes wanted = First(expected, 6 * pixels);
         const Bytes blank(source.size(), 0x11);
         for (const unsigned ends : {0U, 1U, 2U, 3U}) {
             unsigned char* const from = ends & 1U ? first_.AtEnd(source) : first_.AtStart(source);
@@ -113,22 +118,6 @@ TEST_F(GuardPageTest, SixteenBitRunsOfEveryLength) {
             first_.Unlock();
             ASSERT_EQ(Copy(to, source.size()), wanted) << pixels << " pixels, case " << ends;
             ASSERT_TRUE(second_.Clean(to, source.size())) << pixels << " pixels, case " << ends;
-        }
-    }
-}
-
-TEST_F(GuardPageTest, SixteenBitRunsInPlace) {
-    ASSERT_EQ(Bind(Good(), 0, 1, 9), 9);
-    const Bytes all = SamplePixels(6 * kMost);
-    const Bytes expected = OneByOne(all, 6);
-    for (std::size_t pixels = 0; pixels <= kMost; ++pixels) {
-        const Bytes source(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(6 * pixels));
-        const Bytes wanted(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(6 * pixels));
-        for (const bool end : {true, false}) {
-            unsigned char* const at = end ? first_.AtEnd(source) : first_.AtStart(source);
-            ASSERT_EQ(Orvix_Icc_Convert2(at, at, static_cast<int>(pixels)), 0);
-            ASSERT_EQ(Copy(at, source.size()), wanted) << pixels << " pixels";
-            ASSERT_TRUE(first_.Clean(at, source.size())) << pixels << " pixels";
         }
     }
 }

@@ -43,72 +43,49 @@ std::size_t HeapInUse() {
 
 using ResourceTest = HostileTest;
 
-/// Every call here fails, or has nothing to do, in another way.
-struct FailingCalls {
-    std::string good, broken, byteTable, noTable, absent, folder, dest, image, foreign;
-
-    void Run(unsigned round) const {
-        switch (round % 10) {
-            case 0:
-                EXPECT_EQ(Orvix_Icc_SetProfile(absent.c_str(), nullptr, 0, 0, 8), 65535);
-                break;
-            case 1:
-                EXPECT_EQ(Orvix_Icc_SetProfile(broken.c_str(), nullptr, 0, 0, 8), 8);
-                break;
-            case 2:
-                EXPECT_EQ(Orvix_Icc_SetProfile(byteTable.c_str(), nullptr, 0, 0, 8), 65535);
-                break;
-            case 3:
-                EXPECT_EQ(Orvix_Icc_SetProfile(good.c_str(), nullptr, 0, 7, 8), 65535);
-                break;
-            case 4:
-                EXPECT_EQ(Orvix_Icc_SetProfile(good.c_str(), nullptr, 0, 0, 14), 65535);
-                break;
-            case 5:
-                EXPECT_EQ(Orvix_Icc_SetProfile(noTable.c_str(), nullptr, 0, 0, 8), 8);
-                EXPECT_EQ(Orvix_Icc_ConvertFile(absent.c_str(), dest.c_str()), 8);
-                break;
-            case 6:
-                EXPECT_EQ(Orvix_Icc_SetProfile(folder.c_str(), nullptr, 0, 0, 8), 8);
-                EXPECT_EQ(Orvix_Icc_ConvertFile(foreign.c_str(), dest.c_str()), 8);
-                break;
-            case 7:
-                EXPECT_EQ(Orvix_Icc_SetIntent(2, 0, 8), 8);
-                EXPECT_EQ(Orvix_Icc_ConvertFile(image.c_str(), folder.c_str()), 8);
-                break;
-            case 8:
-                EXPECT_EQ(Orvix_Icc_ConvertFile(folder.c_str(), dest.c_str()), 8);
-                break;
-            default:
-                EXPECT_EQ(Orvix_Icc_ConvertFile(nullptr, nullptr), 8);
-                break;
-        }
-    }
-};
-
 TEST_F(ResourceTest, TwoThousandFailingCallsLoseNothing) {
     Bytes cut = MiniProfile(EveryKindOfTag());
     cut.resize(cut.size() - 1);
-    const MiniTiff image{4, 4, 3, 8, Bytes(48, 1), {}};
-    const FailingCalls calls{Good(),
-                             Put("broken.icc", cut),
-                             Put("bytes.icc", MiniProfile({{"A2B0", Mft1()}})),
-                             Put("none.icc", MiniProfile({{"wtpt", XyzBlock(1, 2, 3)}})),
-                             dir_.File("absent"),
-                             dir_.Path(),
-                             dir_.File("dest.tif"),
-                             Put("image.tif", image.Build()),
-                             Put("foreign.tif", Bytes(5000, 0x4d))};
+    const std::string good = Good(), broken = Put("broken.icc", cut), absent = dir_.File("absent"),
+                      byteTable = Put("bytes.icc", MiniProfile({{"A2B0", Mft1()}})),
+                      noTable = Put("none.icc", MiniProfile({{"wtpt", XyzBlock(1, 2, 3)}})), folder = dir_.Path(),
+                      dest = dir_.File("dest.tif"),
+                      image = Put("image.tif", MiniTiff{4, 4, 3, 8, Bytes(48, 1), {}}.Build()),
+                      foreign = Put("foreign.tif", Bytes(5000, 0x4d));
+    const auto file = [](const std::string& from, const std::string& to) {
+        return Orvix_Icc_ConvertFile(from.c_str(), to.c_str());
+    };
+    // Every call fails, or has nothing to do, in another way.
+    const std::pair<std::int32_t, std::function<std::int32_t()>> calls[] = {
+        {kNone, [&] { return Bind(absent); }},
+        {8, [&] { return Bind(broken); }},
+        {kNone, [&] { return Bind(byteTable); }},
+        {kNone, [&] { return Bind(good, 0, 7, 8); }},
+        {kNone, [&] { return Bind(good, 0, 0, 14); }},
+        {8, [&] { return Bind(noTable); }},
+        {8, [&] { return file(absent, dest); }},
+        {8, [&] { return Bind(folder); }},
+        {8, [&] { return file(foreign, dest); }},
+        {8, [&] { return Orvix_Icc_SetIntent(2, 0, 8); }},
+        {8, [&] { return file(image, folder); }},
+        {8, [&] { return file(folder, dest); }},
+        {8, [] { return Orvix_Icc_ConvertFile(nullptr, nullptr); }},
+    };
+    const auto run = [&](int rounds) {
+        for (int round = 0; round < rounds; ++round) {
+            for (const auto& [answer, call] : calls) EXPECT_EQ(call(), answer);
+        }
+    };
     testing::internal::CaptureStdout();
-    for (unsigned round = 0; round < 20; ++round) calls.Run(round);
+    run(2);
     const std::size_t descriptors = OpenDescriptors();
     const std::size_t heap = HeapInUse();
-    for (unsigned round = 0; round < 2000; ++round) calls.Run(round);
+    run(static_cast<int>(2000 / std::size(calls)) + 1);
     EXPECT_EQ(OpenDescriptors(), descriptors);
     EXPECT_LE(HeapInUse(), heap + 65536);
     testing::internal::GetCapturedStdout();
     // And a sound call still works.
-    EXPECT_EQ(Bind(calls.good), 8);
+    EXPECT_EQ(Bind(good), 8);
     EXPECT_EQ(EffectOfConversion(), Effect::Changed);
 }
 

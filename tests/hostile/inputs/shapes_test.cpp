@@ -54,7 +54,7 @@ std::vector<Shape> Shapes() {
     };
     vary(&Shape::inputs, {0, 1, 2, 4, 5, 7, 8, 15, 16, 128, 255});
     vary(&Shape::outputs, {0, 1, 2, 4, 5, 6, 7, 8, 9, 16, 255});
-    vary(&Shape::points, {0, 1, 2, 4, 17, 32, 33, 34, 35, 40});
+    vary(&Shape::points, {0, 1, 2, 4, 5, 8, 9, 15, 16, 17, 25, 31, 32, 33, 34, 35, 40});
     vary(&Shape::inputEntries, {0, 1, 2, 3, 4095, 4096, 4097, 8192, 65535});
     vary(&Shape::outputEntries, {0, 1, 2, 3, 4095, 4096, 4097, 8192, 65535});
     for (const unsigned inputs : {0U, 3U, 4U}) {

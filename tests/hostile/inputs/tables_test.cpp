@@ -71,34 +71,5 @@ INSTANTIATE_TEST_SUITE_P(Every, ExtremeTableTest,
                                          Extreme{CurveKind::Random, GridKind::Extremes, 33, 50},
                                          Extreme{CurveKind::Random, GridKind::Random, 16, -50}));
 
-/// Every size of grid that is taken, and its neighbours that are not.
-TEST_F(HostileTest, GridsOfEverySize) {
-    for (int points = 0; points <= 36; ++points) {
-        Bytes block = Mft2(ShortLut());
-        block[10] = static_cast<unsigned char>(points);
-        block.resize(52 + 36 * 36 * 36 * 6 + 200, 0x55);
-        const bool taken = points >= 2 && points <= 33;
-        Empty();
-        EXPECT_EQ(Bind(Put("grid.icc", MiniProfile({{"A2B0", block}}))), taken ? 8 : 65535) << points;
-        EXPECT_EQ(EffectOfConversion(), taken ? Effect::Changed : Effect::Refused) << points;
-    }
-}
-
-/// Counts of entries about their limits, with tables that are all there.
-TEST_F(HostileTest, CurvesOfEveryLength) {
-    for (const unsigned entries : {0U, 1U, 2U, 3U, 4095U, 4096U, 4097U, 65535U}) {
-        for (const std::size_t place : {48U, 50U}) {
-            Bytes block = Mft2(ShortLut());
-            block[place] = static_cast<unsigned char>(entries >> 8);
-            block[place + 1] = static_cast<unsigned char>(entries);
-            block.resize(52 + 6 * 65536 + 1000, 0x55);
-            const bool taken = entries <= 4096;
-            Empty();
-            EXPECT_EQ(Bind(Put("curves.icc", MiniProfile({{"A2B0", block}}))), taken ? 8 : 65535) << entries;
-            EXPECT_EQ(EffectOfConversion(), taken ? Effect::Changed : Effect::Refused) << entries;
-        }
-    }
-}
-
 }  // namespace
 }  // namespace hueweave::test

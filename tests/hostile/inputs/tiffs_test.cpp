@@ -84,11 +84,12 @@ std::vector<BadTiff> Tags() {
             {"ExifOfNothing", with(34665, 4, 0, 0), 10, 0, 48, 44}};
 }
 
+/// The tags 256, 257 and 278 alone.
+TiffBuilder FourByFour(std::uint32_t rows) { return TiffBuilder().Long(256, 4).Long(257, 4).Long(278, rows); }
+
 std::vector<BadTiff> Images() {
-    const Bytes pixels = CountingBytes(48);
     const auto array = [&](unsigned tag, unsigned type, std::uint32_t count) {
-        TiffBuilder tiff;
-        tiff.Long(256, 4).Long(257, 4).Short(258, 8).Short(277, 3).Long(278, 2);
+        TiffBuilder tiff = FourByFour(2).Short(258, 8).Short(277, 3);
         tiff.Strip(CountingBytes(24)).Strip(CountingBytes(24, 100));
         tag == 273 ? tiff.Entry(273, type, count, 8) : tiff.StripOffsets();
         tag == 279 ? tiff.Entry(279, type, count, 8) : tiff.StripByteCounts();
@@ -107,35 +108,16 @@ std::vector<BadTiff> Images() {
         {"GreatestLength", OneStrip(122, 0xffffffff).Build(), 9, 0, 0, 0},
         {"NoRowsPerStrip", WithImage().Long(278, 9).Build(), 10, 0, 48, 0},
         {"OneStripOfOtherRows",
-         TiffBuilder()
-             .Long(256, 4)
-             .Long(257, 4)
-             .Short(258, 8)
-             .Short(277, 3)
-             .Long(278, 99)
-             .Strip(pixels)
-             .StripOffsets()
-             .StripByteCounts()
-             .Build(),
-         7, 0, 48, 0},
+         FourByFour(99).Short(277, 3).Strip(CountingBytes(48)).StripOffsets().StripByteCounts().Build(), 6, 0, 48, 0},
         {"OffsetsWithoutItems", array(273, 4, 0), 7, 0, 0, 0},
         {"MoreOffsetsThanTheFileHolds", array(273, 4, 0x10000000), 7, 0, 0, 0},
         {"MostOffsets", array(273, 4, 0xffffffff), 7, 0, 0, 0},
         {"MoreCountsThanTheFileHolds", array(279, 4, 0x10000000), 7, 0, 0, 0},
         {"OneCountForTwoOffsets", array(279, 3, 1), 7, 0, 8, 0},
         {"OffsetsOfUnknownType", array(273, 200, 2), 7, 0, 0, 0},
-        {"SumOfStripsWraps",
-         TiffBuilder()
-             .Long(256, 4)
-             .Long(257, 4)
-             .Long(278, 2)
-             .Longs(273, {8, 8, 8})
-             .Longs(279, {0x80000000, 0x80000000, 16})
-             .Build(),
-         5, 0, 0, 0},
-        {"StripsOverOneBlock",
-         TiffBuilder().Long(256, 4).Long(257, 4).Long(278, 2).Longs(273, {8, 8, 8}).Longs(279, {20, 20, 20}).Build(), 5,
-         0, 60, 0},
+        {"SumOfStripsWraps", FourByFour(2).Longs(273, {8, 8, 8}).Longs(279, {0x80000000, 0x80000000, 16}).Build(), 5, 0,
+         0, 0},
+        {"StripsOverOneBlock", FourByFour(2).Longs(273, {8, 8, 8}).Longs(279, {20, 20, 20}).Build(), 5, 0, 60, 0},
         {"BitmapPlanesWrap",
          TiffBuilder()
              .Long(256, 0x7ffffff8)
