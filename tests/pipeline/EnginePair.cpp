@@ -38,79 +38,6 @@ testing::AssertionResult SameCells(const CIccEngineS& engine, const std::vector<
     return testing::AssertionSuccess();
 }
 
-/// Runs of samples as bytes.
-class PixelWriter {
-public:
-    explicit PixelWriter(bool wide) : wide_(wide) {}
-    void Add(int r, int g, int b) {
-        for (const int sample : {r, g, b}) {
-            out_.U8(static_cast<unsigned>(sample) & 0xffU);
-            if (wide_) out_.U8(static_cast<unsigned>(sample) >> 8);
-        }
-    }
-    /// Every triple of the values.
-    void AddCube(const std::vector<int>& values) {
-        for (const int r : values) {
-            for (const int g : values) {
-                for (const int b : values) Add(r, g, b);
-            }
-        }
-    }
-    void AddRandom(int count, std::uint32_t limit) {
-        Lcg random(2024);
-        for (int i = 0; i < count; ++i) {
-            const auto r = static_cast<int>(random.Below(limit));
-            const auto g = static_cast<int>(random.Below(limit));
-            Add(r, g, static_cast<int>(random.Below(limit)));
-        }
-    }
-    const Bytes& Done() const { return out_.Done(); }
-
-private:
-    ByteWriter out_;
-    bool wide_;
-};
-
-Bytes PixelRun16() {
-    PixelWriter run(true);
-    for (int v = 0; v < 65536; v += 23) run.Add(v, v, v);
-    run.AddCube({0, 1, 32768, 65534, 65535});
-    // All orders and ties of the fractions, in corner cells and inner ones.
-    const int cells[][3] = {{0, 0, 0}, {15, 15, 15}, {0, 15, 7}, {3, 9, 12}};
-    for (const auto& cell : cells) {
-        const int fractions[] = {0, 1, 1000, 2048, 4095};
-        for (int n = 0; n < 125; ++n) {
-            run.Add(cell[0] * 4096 + fractions[n / 25], cell[1] * 4096 + fractions[n / 5 % 5],
-                    cell[2] * 4096 + fractions[n % 5]);
-        }
-    }
-    // On and beside every node, on the diagonal and along each axis.
-    for (int node = 0; node <= 16; ++node) {
-        for (int beside = -1; beside <= 1; ++beside) {
-            const int v = std::clamp(node * 4096 + beside, 0, 65535);
-            run.Add(v, v, v);
-            run.Add(v, 65535, 0);
-            run.Add(12345, v, 65535);
-            run.Add(0, 50000, v);
-        }
-    }
-    run.AddRandom(2500, 65536);
-    return run.Done();
-}
-
-Bytes PixelRun8() {
-    PixelWriter run(false);
-    for (int v = 0; v < 256; ++v) {
-        run.Add(v, v, v);
-        run.Add(v, 0, 255);
-        run.Add(100, v, 255 - v);
-        run.Add(0, 200, v);
-    }
-    run.AddCube({0, 1, 15, 16, 17, 127, 128, 129, 254, 255});
-    run.AddRandom(2500, 256);
-    return run.Done();
-}
-
 }  // namespace
 
 std::vector<int> OutputSpaces() {
@@ -161,8 +88,6 @@ testing::AssertionResult SameState(const CIccEngineS& engine, const ReferenceEng
     }
     return testing::AssertionSuccess();
 }
-
-Bytes PixelRun(int inputSpace) { return inputSpace == 1 ? PixelRun16() : PixelRun8(); }
 
 EnginePair::EnginePair(const std::map<std::string, ProfileBuilder>& profiles)
     : engine_(std::make_unique<CIccEngineS>()), reference_(WriteAll(dir_, profiles)) {}

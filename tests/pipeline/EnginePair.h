@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "engine/CIccEngineS.h"
+#include "pipeline/PixelRun.h"
 #include "support/ReferencePipeline.h"
 #include "support/TempDir.h"
 
@@ -21,10 +22,6 @@ std::vector<int> OutputSpaces();
 testing::AssertionResult SameTables(const ICC40::ICC_ENG_S4::CIccEngineS& engine, const ReferenceEngine& reference);
 /// Whether spaces, intent, adjustments and build result are the same.
 testing::AssertionResult SameState(const ICC40::ICC_ENG_S4::CIccEngineS& engine, const ReferenceEngine& reference);
-
-/// Pixels of the width of the input encoding: neutral ramps, all patterns of equal and unequal fractions in the
-/// outermost and some inner cells, samples on and beside nodes, both ends of the range, and random ones.
-Bytes PixelRun(int inputSpace);
 
 /// An engine and its reference, driven side by side; every step must leave both with the same result, state and
 /// tables.

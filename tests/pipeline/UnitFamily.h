@@ -6,11 +6,11 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "pipeline/PixelRun.h"
 #include "support/Matchers.h"
 #include "support/ProfileBuilder.h"
 #include "support/ReferenceUnits.h"
@@ -81,18 +81,6 @@ inline std::unique_ptr<ICC40::ICC_UNIT::ColorTable33> MakeGridUnit(int outputs) 
     if (outputs == 6) return std::make_unique<ColorTable36>();
     return std::make_unique<ColorTable37>();
 }
-
-inline Bytes BytesOf(const Words& samples) {
-    Bytes bytes(samples.size() * 2);
-    std::memcpy(bytes.data(), samples.data(), bytes.size());
-    return bytes;
-}
-
-/// Source pixels of 16 bits for a grid of `points` points: the neutral ramp, samples on nodes and beside them,
-/// fractions that tie, the ends of the scale, and any.
-Words WordPixels(int points, std::uint32_t seed);
-/// Source pixels of 8 bits: the neutral ramp, the ends of the scale, and any.
-Bytes BytePixels(std::uint32_t seed);
 
 /// Input tables, grid and output tables of one number, each beside its reference.
 struct UnitFamily {

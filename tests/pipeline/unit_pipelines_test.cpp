@@ -20,17 +20,20 @@ Codes CodesOf(int outputs) {
     return {first, first + 1, first + 256, first + 257};
 }
 
-void ExpectWords(const UnitFamily& family, const Words& pixels) {
-    const Bytes source = BytesOf(pixels);
-    const auto count = static_cast<int>(pixels.size() / 3);
+/// Pixels of 16 bits through the units; `points` as the table has them.
+void ExpectWords(const UnitFamily& family, int points) {
+    // Every size but 9 and 33 is resampled to 17 points.
+    const Bytes source = PixelRun(1, points == 9 || points == 33 ? points : 17);
+    const auto count = static_cast<int>(source.size() / 6);
     family.Expect(CodesOf(family.outputs).wordToByte, source, count);
     family.Expect(CodesOf(family.outputs).wordToWord, source, count);
 }
 
-void ExpectBytes(const UnitFamily& family, const Bytes& pixels) {
-    const auto count = static_cast<int>(pixels.size() / 3);
-    family.Expect(CodesOf(family.outputs).byteToByte, pixels, count);
-    family.Expect(CodesOf(family.outputs).byteToWord, pixels, count);
+void ExpectBytes(const UnitFamily& family) {
+    const Bytes source = PixelRun(0);
+    const auto count = static_cast<int>(source.size() / 3);
+    family.Expect(CodesOf(family.outputs).byteToByte, source, count);
+    family.Expect(CodesOf(family.outputs).byteToWord, source, count);
 }
 
 /// The form that makes bytes of all tables of a stride.
@@ -66,12 +69,12 @@ protected:
 };
 
 TEST_P(UnitPipelineTest, GivesTheReferenceSamplesAfterEachUnit) {
-    ExpectWords(family_, WordPixels(GetParam().points, 6));
+    ExpectWords(family_, GetParam().points);
     EXPECT_EQ(family_.input->Change_Lut16_To_Lut8(), 0);
     family_.plainInput.ToLut8();
-    ExpectBytes(family_, BytePixels(7));
+    ExpectBytes(family_);
     MakeBytes(family_);
-    ExpectBytes(family_, BytePixels(8));
+    ExpectBytes(family_);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, UnitPipelineTest,
@@ -107,9 +110,9 @@ TEST_P(LabPipelineTest, SignedSamplesGoThroughTheRearrangedTables) {
                       family.plainOutput.Apply(bytes ? Form::Lab8 : Form::Lab16, 0));
         }
         if (space == 2) {
-            ExpectBytes(family, BytePixels(10));
+            ExpectBytes(family);
         } else {
-            ExpectWords(family, WordPixels(17, 11));
+            ExpectWords(family, 17);
         }
     }
 }
@@ -129,7 +132,7 @@ TEST_P(CopiedPipelineTest, TablesCopiedFromThreeChannelsServeEveryStride) {
     EXPECT_EQ(family.input->Initial(first.get()), 0);
     EXPECT_EQ(family.input->Bits, 8);
     family.plainInput.ToLut8();
-    ExpectBytes(family, BytePixels(16));
+    ExpectBytes(family);
 }
 
 INSTANTIATE_TEST_SUITE_P(Strides, CopiedPipelineTest, testing::Values(3, 4, 6, 7));
@@ -140,9 +143,9 @@ TEST_P(ReloadedPipelineTest, ASecondTableReplacesTheFirst) {
     UnitFamily family(GetParam());
     family.Load(ScatteredLut(GetParam(), 33, 4096, 300, 19));
     family.Load(ScatteredLut(GetParam(), 9, 2, 2, 20));
-    ExpectWords(family, WordPixels(9, 21));
+    ExpectWords(family, 9);
     family.Load(ScatteredLut(GetParam(), 5, 17, 3, 22));
-    ExpectWords(family, WordPixels(5, 23));
+    ExpectWords(family, 5);
 }
 
 INSTANTIATE_TEST_SUITE_P(Strides, ReloadedPipelineTest, testing::Values(3, 4, 6, 7));
@@ -154,7 +157,7 @@ TEST_P(NarrowLutPipelineTest, ChannelsThatTheTableLacksAreZeroBehindAWiderGrid) 
         UnitFamily family(GetParam());
         const PlainLut lut = ScatteredLut(outputs, 9, 2, 3, 17);
         family.Load(lut);
-        ExpectWords(family, WordPixels(9, 18));
+        ExpectWords(family, 9);
     }
 }
 
