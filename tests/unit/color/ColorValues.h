@@ -7,12 +7,25 @@
 #include "color/CLCH.h"
 #include "unit/color/NaiveLch.h"
 
-// What a colour holds, as values that tests compare.
+// Colours as the tests make them, and what they hold, as values that tests compare.
 namespace hueweave::test {
+
+inline constexpr int kAdobeRGB = 1;
+
+/// A black colour under a white, with the matrices that a colour starts with.
+inline ColorLch::CLCH Under(const Triple& white) { return ColorLch::CLCH(white[0], white[1], white[2]); }
+/// The same with the matrices of an RGB space.
+inline ColorLch::CLCH In(int space, const Triple& white) {
+    ColorLch::CLCH color = Under(white);
+    color.SetColorSpace(static_cast<ColorLch::ColorSpace>(space));
+    return color;
+}
 
 inline Triple LabOf(const ColorLch::CLCH& c) { return {c.L, c.a, c.b}; }
 inline Triple LchOf(const ColorLch::CLCH& c) { return {c.L, c.C, c.h}; }
 inline Triple RgbOf(const ColorLch::CLCH& c) { return {c.R, c.G, c.B}; }
+inline Triple XyzOf(const ColorLch::CLCH& c) { return {c.X, c.Y, c.Z}; }
+inline Triple WhiteOf(const ColorLch::CLCH& c) { return {c.Xw, c.Yw, c.Zw}; }
 
 /// All fourteen numbers, in the order L, C, h, a, b, R, G, B, X, Y, Z and the white.
 inline std::vector<double> ValuesOf(const ColorLch::CLCH& c) {

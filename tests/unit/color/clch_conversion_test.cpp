@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// The conversions between linear RGB and Lab: sweeps in every RGB space, the pieces of the Lab curves on both sides of
+// each threshold, and what each conversion touches.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "support/Matchers.h"
+#include "unit/color/ColorValues.h"
+
+namespace hueweave::test {
+namespace {
+
+using namespace ColorLch;
+
+constexpr Triple kWhites[] = {kUsualWhite, {65535.0, 65535.0, 65535.0}, {61000.5, 64000.0, 71000.0}};
+constexpr Matrix kUnit = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+
+TEST(CLCHConversion, TakesEveryRgbToLab) {
+    const double steps[] = {0.0, 0.25, 2.0, 2.5, 40.75, 128.0, 254.5, 255.0};
+    for (int space = 0; space < 4; ++space) {
+        for (const Triple& white : kWhites) {
+            CLCH color = In(space, white);
+            for (int i = 0; i < 512; ++i) {
+                const Triple rgb{steps[i / 64], steps[i / 8 % 8], steps[i % 8]};
+                color.PutData_RGB(rgb[0], rgb[1], rgb[2]);
+                const Triple ratios = NaiveRatios(rgb, white, space), lab = NaiveLab(ratios);
+                const auto [chroma, hue] = NaiveChromaHue(lab[1], lab[2]);
+                SCOPED_TRACE(testing::Message() << "space " << space << ", step " << i);
+                ASSERT_EQ(XyzOf(color), ratios);
+                ASSERT_EQ(LabOf(color), lab);
+                ASSERT_EQ(LchOf(color), (Triple{lab[0], chroma, hue}));
+                ASSERT_EQ(RgbOf(color), rgb) << "the way back is not run";
+            }
+        }
+    }
+}
+
+TEST(CLCHConversion, TakesEveryLabToRgb) {
+    int low = 0, high = 0;
+    for (int space = 0; space < 4; ++space) {
+        for (const Triple& white : kWhites) {
+            CLCH color = In(space, white);
+            for (const double light : {-3.0, 0.0, 4.0, 7.9996, 8.0, 31.0, 62.5, 99.0, 100.0, 120.0}) {
+                for (const double a : {-128.0, -40.0, -1.5, 0.0, 2.0, 55.0, 127.0}) {
+                    for (const double b : {-128.0, -33.0, -1.5, 0.0, 1.0, 60.0, 127.0}) {
+                        color.PutData_Lab(light, a, b);
+                        const Triple lab{light, a, b}, rgb = NaiveLabToRGB(lab, white, space);
+                        ASSERT_EQ(XyzOf(color), NaiveXYZ(lab, white)) << light << " " << a;
+                        ASSERT_EQ(RgbOf(color), rgb) << space << ": " << light << " " << a;
+                        ASSERT_EQ(LabOf(color), lab) << "not limited";
+                        for (const double value : rgb) low += value == 0.0, high += value == 255.0;
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_GT(low, 100);  // both limits were met
+    EXPECT_GT(high, 100);
+}
+
+TEST(CLCHConversion, LimitsNothingOnTheWayToLab) {
+    for (const Triple& rgb : {Triple{400.0, -20.0, 1000.0}, Triple{-30.0, -30.0, -30.0}, Triple{256.0, 300.0, -0.5}}) {
+        CLCH color = Under(kUsualWhite);
+        color.R = rgb[0], color.G = rgb[1], color.B = rgb[2];
+        color.RGB2LAB();
+        EXPECT_EQ(LabOf(color), NaiveLab(NaiveRatios(rgb, kUsualWhite, kAdobeRGB)));
+        EXPECT_EQ(RgbOf(color), rgb);
+    }
+}
+
+TEST(CLCHConversion, LimitsEveryChannelOnTheWayBack) {
+    // With the unit matrix and a white of its own for each channel, every channel is a multiple of one lightness.
+    for (std::size_t place = 0; place < 3; ++place) {
+        for (const double factor : {-2.0, -1e-9, 0.0, 0.5, 1.0, 1.0 + 1e-9, 7.0}) {
+            CLCH color = Under(kWhites[1]);
+            color.toRGB = kUnit;
+            color.Xw = color.Yw = color.Zw = 0.25;
+            double* const whites[] = {&color.Xw, &color.Yw, &color.Zw};
+            *whites[place] = factor;
+            color.L = 100.0;
+            color.LAB2RGB();
+            Triple expected{0.25 * 255.0, 0.25 * 255.0, 0.25 * 255.0};
+            expected[place] = factor < 0.0 ? 0.0 : factor > 1.0 ? 255.0 : factor * 255.0;
+            EXPECT_EQ(RgbOf(color), expected) << factor << " in channel " << place;
+        }
+    }
+}
+
+// Worked out from the stored digits: nothing here is shared with the sweeps.
+TEST(CLCHConversion, RoundsToSinglePrecisionOnTheWayToLab) {
+    CLCH color = In(ColorSpace_sRGB, kUsualWhite);
+    color.PutData_RGB(200.0, 100.5, 3.25);
+    const auto rounded = [](double v) { return static_cast<double>(static_cast<float>(v)); };
+    const double sum = 0.4361 * 200.0 + 0.3851 * 100.5 + 0.1431 * 3.25;
+    const double x = rounded(sum) / (63195.0 / 65535.0 * 255.0);
+    const double y = rounded(0.2225 * 200.0 + 0.7169 * 100.5 + 0.0606 * 3.25) / (1.0 * 255.0);
+    const double z = rounded(0.0139 * 200.0 + 0.0971 * 100.5 + 0.7141 * 3.25) / (54073.0 / 65535.0 * 255.0);
+    EXPECT_EQ(XyzOf(color), (Triple{x, y, z}));
+    EXPECT_NE(x, sum / (63195.0 / 65535.0 * 255.0));
+    EXPECT_EQ(color.L, std::pow(y, 0.3333333) * 116.0 - 16.0);
+    EXPECT_EQ(color.a, (std::pow(x, 0.3333333) - std::pow(y, 0.3333333)) * 500.0);
+    EXPECT_EQ(color.b, (std::pow(y, 0.3333333) - std::pow(z, 0.3333333)) * 200.0);
+    // 16777217 has no single-precision form. Each product has one, so that only the sum's rounding can show.
+    CLCH sums = Under(kWhites[1]);
+    sums.toXYZ = {1, 1, 0, 0, 1, 1, 1, 0, 1};
+    sums.R = 16777216.0, sums.G = 1.0, sums.B = 2.0;
+    sums.RGB2LAB();
+    EXPECT_EQ(XyzOf(sums), (Triple{16777216.0 / 255.0, 3.0 / 255.0, 16777218.0 / 255.0})) << "to the even neighbour";
+}
+
+TEST(CLCHConversion, WritesItsResultAlone) {
+    using Places = std::vector<std::size_t>;
+    const struct {
+        void (*run)(CLCH&);
+        Places written;  // among L, C, h, a, b, R, G, B, X, Y, Z and the white
+    } rows[] = {
+        {[](CLCH& c) { c.RGB2LAB(); }, {0, 3, 4, 8, 9, 10}},
+        {[](CLCH& c) { c.LAB2RGB(); }, {5, 6, 7, 8, 9, 10}},
+        {[](CLCH& c) { c.LAB2LCH(); }, {1, 2}},
+        {[](CLCH& c) { c.LCH2LAB(); }, {3, 4}},
+        {[](CLCH& c) { c.SetWhite(1.0, 2.0, 3.0); }, {11, 12, 13}},
+    };
+    // Three forms that contradict one another, so that whatever is derived shows.
+    CLCH before(60000.0, 61000.0, 62000.0);
+    before.L = 51, before.C = 52, before.h = 53, before.a = 14, before.b = -15;
+    before.R = 106, before.G = 107, before.B = 108, before.X = 9, before.Y = 10, before.Z = 11;
+    for (const auto& row : rows) {
+        CLCH after(before);
+        row.run(after);
+        Places written;
+        for (std::size_t i = 0; i < 14; ++i) {
+            if (ValuesOf(before)[i] != ValuesOf(after)[i]) written.push_back(i);
+        }
+        EXPECT_EQ(written, row.written);
+        EXPECT_EQ(after.toXYZ, before.toXYZ);
+        EXPECT_EQ(after.toRGB, before.toRGB);
+    }
+}
+
+// The thresholds. Each value on one belongs to the straight piece.
+
+/// The number near `start` for which `f` gives `wanted` exactly; -1 if there is none.
+double Inverse(double start, double wanted, const std::function<double(double)>& f) {
+    double down = start, up = start;
+    for (int i = 0; i < 4000; ++i) {
+        if (f(down) == wanted) return down;
+        if (f(up) == wanted) return up;
+        down = std::nextafter(down, -1e9);
+        up = std::nextafter(up, 1e9);
+    }
+    ADD_FAILURE() << "no number gives " << wanted;
+    return -1;
+}
+
+/// A colour whose X, Y and Z ratios are t: the matrix is the unit matrix, and the white does the scaling.
+CLCH WithRatios(const Triple& t) {
+    CLCH color = Under(kWhites[1]);
+    color.toXYZ = kUnit;
+    double* const whites[] = {&color.Xw, &color.Yw, &color.Zw};
+    for (std::size_t i = 0; i < 3; ++i) {
+        *whites[i] = Inverse(1.0 / (t[i] * 255.0), t[i], [](double white) { return 1.0 / (white * 255.0); });
+    }
+    color.R = color.G = color.B = 1.0;
+    return color;
+}
+
+TEST(CLCHConversion, TakesTheStraightPieceUpToTheThresholdOfEachRatio) {
+    constexpr double kRatio = 0.008856;
+    const auto cube = [](double t) { return std::pow(t, 0.3333333); };
+    const auto line = [](double t) { return t * 7.787 + 0.137931; };
+    ASSERT_NE(cube(kRatio), line(kRatio));  // the two pieces can be told apart
+    ASSERT_NE(cube(kRatio) * 116.0 - 16.0, kRatio * 903.3);
+    // The nearest ratio above the threshold that a white can give.
+    double white = 1.0 / (kRatio * 255.0);
+    while (1.0 / (white * 255.0) <= kRatio) white = std::nextafter(white, 0.0);
+    const double above = 1.0 / (white * 255.0);
+    ASSERT_LT(above - kRatio, 1e-15);
+
+    CLCH on = WithRatios({kRatio, kRatio, kRatio});
+    on.RGB2LAB();
+    EXPECT_EQ(LabOf(on), (Triple{kRatio * 903.3, 0.0, 0.0}));
+    for (std::size_t place = 0; place < 3; ++place) {
+        Triple t{kRatio, kRatio, kRatio};
+        t[place] = above;
+        CLCH color = WithRatios(t);
+        color.RGB2LAB();
+        const auto f = [&](std::size_t i) { return i == place ? cube(above) : line(kRatio); };
+        EXPECT_EQ(color.L, place == 1 ? cube(above) * 116.0 - 16.0 : kRatio * 903.3) << place;
+        EXPECT_EQ(color.a, (f(0) - f(1)) * 500.0) << place;
+        EXPECT_EQ(color.b, (f(1) - f(2)) * 200.0) << place;
+    }
+}
+
+TEST(CLCHConversion, TakesTheStraightPieceUpToTheThresholdOfLightness) {
+    CLCH color = Under(kWhites[1]);
+    color.L = 7.9996;
+    color.LAB2RGB();
+    EXPECT_EQ(color.Y, 7.9996 / 903.3);
+    color.L = std::nextafter(7.9996, 8.0);
+    color.LAB2RGB();
+    EXPECT_EQ(color.Y, std::pow((color.L + 16.0) / 116.0, 3.0));
+    EXPECT_NE(color.Y, color.L / 903.3);
+}
+
+TEST(CLCHConversion, TakesTheStraightPieceUpToTheThresholdOfEachRoot) {
+    constexpr double kRoot = 0.2069;
+    const double above = std::nextafter(kRoot, 1.0), line = (kRoot - 0.137931) / 7.787;
+    ASSERT_NE(std::pow(kRoot, 3.0), line);
+    const double fy = (8.0 + 16.0) / 116.0;
+    const auto a = [&](double f) { return Inverse((f - fy) * 500.0, f, [&](double x) { return x / 500.0 + fy; }); };
+    const auto b = [&](double f) { return Inverse((f - fy) * -200.0, f, [&](double x) { return x / -200.0 + fy; }); };
+    for (const auto& [first, third] : {std::pair{kRoot, kRoot}, {above, kRoot}, {kRoot, above}}) {
+        CLCH color = Under(kWhites[1]);
+        color.L = 8.0;
+        color.a = a(first);
+        color.b = b(third);
+        color.LAB2RGB();
+        EXPECT_EQ(color.X, first == kRoot ? line : std::pow(above, 3.0));
+        EXPECT_EQ(color.Z, third == kRoot ? line : std::pow(above, 3.0));
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,329 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// A colour in its three forms: how it is set, shifted, copied and assigned, and from when on its white and its
+// matrices count.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "support/Matchers.h"
+#include "unit/color/ColorValues.h"
+
+namespace hueweave::test {
+namespace {
+
+using namespace ColorLch;
+
+constexpr Triple kFirst{61000, 64000, 58000}, kSecond{50000, 65535, 70000}, kThird{65535, 60000, 55000};
+
+void SetWhite(CLCH& color, const Triple& white) { color.SetWhite(white[0], white[1], white[2]); }
+
+/// What must hold once L, C and h are settled: a and b follow from them, and from those XYZ and RGB.
+void ExpectDerived(const CLCH& color, const Triple& lch, const Triple& white, int space) {
+    ASSERT_EQ(LchOf(color), lch);
+    const auto [a, b] = NaiveAB(lch[1], lch[2]);
+    ASSERT_EQ(LabOf(color), (Triple{lch[0], a, b}));
+    ASSERT_EQ(XyzOf(color), NaiveXYZ({lch[0], a, b}, white));
+    ASSERT_EQ(RgbOf(color), NaiveLabToRGB({lch[0], a, b}, white, space));
+}
+
+TEST(CLCH, StartsBlackWithTheAdobeMatricesAndItsWhite) {
+    const CLCH color = Under(kUsualWhite);
+    EXPECT_EQ(color.toXYZ, kNaiveMatrices[kAdobeRGB].toXYZ);
+    EXPECT_EQ(color.toRGB, kNaiveMatrices[kAdobeRGB].toRGB);
+    EXPECT_THAT(ValuesOf(color), EqualTo(std::vector<double>{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 63195.0 / 65535.0, 1.0,
+                                                             54073.0 / 65535.0}));
+}
+
+TEST(CLCH, ScalesItsWhite) {
+    const std::pair<double, double> rows[] = {{0, 0},
+                                              {65535, 1},
+                                              {131070, 2},
+                                              {-65535, -1},
+                                              {1, 1 / 65535.0},
+                                              {63195, 63195 / 65535.0},
+                                              {65536, 65536 / 65535.0}};
+    for (const auto& [given, held] : rows) {
+        EXPECT_EQ(WhiteOf(CLCH(given, 3, 5)), (Triple{held, 3 / 65535.0, 5 / 65535.0}));
+        CLCH set = Under(kUsualWhite);
+        set.SetWhite(3, given, 5);
+        EXPECT_EQ(WhiteOf(set), (Triple{3 / 65535.0, held, 5 / 65535.0}));
+        set.SetWhite(3, 5, given);
+        EXPECT_EQ(WhiteOf(set), (Triple{3 / 65535.0, 5 / 65535.0, held}));
+    }
+}
+
+TEST(CLCH, LimitsRgbOnBothSides) {
+    const double above = std::nextafter(255.0, 256.0);
+    const std::pair<double, double> rows[] = {{-1e9, 0},          {-1e-300, 0}, {0, 0},       {1e-300, 1e-300},
+                                              {254.999, 254.999}, {255, 255},   {above, 255}, {1e9, 255}};
+    for (const auto& [given, stored] : rows) {
+        for (std::size_t place = 0; place < 3; ++place) {
+            SCOPED_TRACE(testing::Message() << given << " in channel " << place);
+            Triple rgb{30, 60, 90}, within = rgb;
+            rgb[place] = given;
+            within[place] = stored;
+            CLCH color = Under(kUsualWhite), limited = Under(kUsualWhite);
+            color.PutData_RGB(rgb[0], rgb[1], rgb[2]);
+            EXPECT_EQ(RgbOf(color), within);
+            limited.PutData_RGB(within[0], within[1], within[2]);
+            EXPECT_THAT(ValuesOf(color), EqualTo(ValuesOf(limited))) << "limited before Lab is made";
+        }
+    }
+}
+
+TEST(CLCH, DerivesTheRestFromLabWithoutALimit) {
+    for (const Triple& lab : {Triple{120, 300, -250}, Triple{-20, 5, 6}, Triple{50, -128, 127}, Triple{0, 0, 0}}) {
+        CLCH color = Under(kUsualWhite);
+        color.PutData_Lab(lab[0], lab[1], lab[2]);
+        EXPECT_EQ(LabOf(color), lab);
+        const auto [chroma, hue] = NaiveChromaHue(lab[1], lab[2]);
+        EXPECT_EQ(LchOf(color), (Triple{lab[0], chroma, hue}));
+        EXPECT_EQ(RgbOf(color), NaiveLabToRGB(lab, kUsualWhite, kAdobeRGB));
+    }
+}
+
+TEST(CLCH, DerivesTheRestFromLchWithoutALimit) {
+    for (const Triple& lch : {Triple{120, 200, 400}, Triple{-5, -10, -30}, Triple{50, 0, 360}, Triple{50, 100.5, 1080},
+                              Triple{0, 0, 0}, Triple{60, 33, 359.75}}) {
+        CLCH color = Under(kUsualWhite);
+        color.PutData_Lch(lch[0], lch[1], lch[2]);
+        ExpectDerived(color, lch, kUsualWhite, kAdobeRGB);
+    }
+}
+
+TEST(CLCH, MakesZeroOfWhatIsNoNumber) {
+    CLCH color = Under(kUsualWhite);
+    color.PutData_Lab(std::nan(""), 0, 0);
+    EXPECT_EQ(RgbOf(color), (Triple{0, 0, 0}));
+}
+
+TEST(CLCH, KeepsNothingOfTheColourBefore) {
+    const std::function<void(CLCH&)> settings[] = {
+        [](CLCH& c) { c.PutData_RGB(12, 250, 99); }, [](CLCH& c) { c.PutData_RGB(0, 0, 0); },
+        [](CLCH& c) { c.PutData_Lab(55, -20, 10); }, [](CLCH& c) { c.PutData_Lab(4, 0, 0); },
+        [](CLCH& c) { c.PutData_Lch(70, 33, 200); }, [](CLCH& c) { c.PutData_Lch(120, 300, -40); },
+    };
+    for (const auto& first : settings) {
+        for (const auto& second : settings) {
+            CLCH used = Under(kFirst), fresh = Under(kFirst);
+            first(used);
+            used.Adjust(3, 4, 5);
+            second(used);
+            second(fresh);
+            EXPECT_THAT(ValuesOf(used), EqualTo(ValuesOf(fresh)));
+        }
+    }
+}
+
+// Chroma and hue.
+
+TEST(CLCH, TurnsHueThroughAllQuadrants) {
+    struct Row {
+        double a, b, low, high;  // degrees that the hue lies between
+    };
+    // A zero with a sign is not below zero, and gets no turn; half a turn backwards is.
+    for (const Row& row :
+         {Row{10, 0, 0, 0}, Row{10, 5, 26, 27}, Row{0, 10, 90, 90.001}, Row{-10, 5, 153, 154}, Row{-10, -5, 206, 207},
+          Row{10, -5, 333, 334}, Row{3, -1e-12, 359.99, 360}, Row{10, -0.0, 0, 0}, Row{-10, -0.0, 179.99, 180.01},
+          Row{0.0, -0.0, 0, 0}, Row{-0.0, 0.0, 180, 180.001}, Row{-0.0, -0.0, 179.99, 180.01}}) {
+        SCOPED_TRACE(testing::Message() << row.a << ", " << row.b);
+        CLCH color = Under(kUsualWhite);
+        color.a = row.a, color.b = row.b;
+        color.LAB2LCH();
+        const auto [chroma, hue] = NaiveChromaHue(row.a, row.b);
+        EXPECT_EQ(color.C, chroma);
+        EXPECT_EQ(color.h, hue);
+        EXPECT_GE(color.h, row.low);
+        EXPECT_LE(color.h, row.high);
+    }
+}
+
+TEST(CLCH, ConvertsDegreesByFiveDigitFactors) {
+    CLCH color = Under(kUsualWhite);
+    color.PutData_Lab(50, 0, -10);
+    EXPECT_EQ(color.h, 269.99996781922493);
+    color.PutData_Lab(50, -10, 0);
+    EXPECT_EQ(color.h, 180.00006436155007);
+    // So a hue drifts a little forth and back: a whole turn is taken off by the arc tangent.
+    color.C = 50, color.h = 350;
+    color.LCH2LAB();
+    color.LAB2LCH();
+    EXPECT_NE(color.h, 350.0);
+    EXPECT_NEAR(color.h, (0.0174533 * 350 - 2 * std::acos(-1.0)) * 57.2958 + 360.0, 1e-10);
+}
+
+// The shift.
+
+/// A value before an offset, the offset, and the value after it.
+struct Shift {
+    double before, offset, after;
+};
+
+/// Shifts LCh 50, 20, 40 in one place: 0 lightness, 1 chroma, 2 hue.
+void ExpectShifts(std::size_t place, const std::vector<Shift>& rows) {
+    for (const Shift& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.before << " + " << row.offset);
+        Triple lch{50, 20, 40}, offset{};
+        lch[place] = row.before;
+        offset[place] = row.offset;
+        CLCH color = Under(kUsualWhite);
+        color.PutData_Lch(lch[0], lch[1], lch[2]);
+        color.Adjust(offset[0], offset[1], offset[2]);
+        lch[place] = row.after;
+        ExpectDerived(color, lch, kUsualWhite, kAdobeRGB);
+    }
+}
+
+TEST(CLCH, AdjustLimitsLightness) {
+    const double above = std::nextafter(100.0, 101.0);
+    ExpectShifts(0, {{50, 50, 100},
+                     {50, 50.25, 100},
+                     {above, 0, 100},
+                     {50, 49.75, 99.75},
+                     {50, -50, 0},
+                     {50, -50.25, 0},
+                     {-1e-300, 0, 0},
+                     {50, -49.75, 0.25},
+                     {0, 0, 0},
+                     {100, 0, 100},
+                     {150, -25, 100},
+                     {-10, 20, 10}});
+}
+
+TEST(CLCH, AdjustLimitsChroma) {
+    const double above = std::nextafter(100.0, 101.0);
+    ExpectShifts(1, {{60, 40, 100},
+                     {60, 40.25, 100},
+                     {above, 0, 100},
+                     {100, 0, 100},
+                     {120, 0, 100},
+                     {120, -25, 95},
+                     {60, -60, 0},
+                     {60, -60.25, 0},
+                     {-5, 0, 0},
+                     {-5, 6, 1},
+                     {0, 0, 0}});
+}
+
+TEST(CLCH, AdjustTakesOffOrAddsOneTurnOfHueAtMost) {
+    const double above = std::nextafter(360.0, 361.0);
+    ExpectShifts(2, {{350, 10, 360},    {above, 0, above - 360.0},
+                     {350, 10.5, 0.5},  {350, 370, 360},
+                     {350, 371, 361},   {350, 40, 30},
+                     {0, 800, 440},     {0, 360, 360},
+                     {10, 720, 370},    {10, -10, 0},
+                     {10, -30, 340},    {10, -10.5, 359.5},
+                     {10, -370, 0},     {10, -371, -1},
+                     {10, -800, -430},  {10, -20, 350},
+                     {0, -1e-300, 360}, {-90, 0, 270},
+                     {-90, 90, 0},      {720, 0, 360},
+                     {0, 0, 0}});
+}
+
+TEST(CLCH, AdjustStartsFromPolarFormAlone) {
+    for (const double dL : {-60.0, -0.5, 0.0, 12.0, 90.0}) {
+        for (const double dC : {-90.0, 0.0, 7.25, 80.0}) {
+            for (const double dh : {-400.0, -90.0, 0.0, 33.5, 360.0, 400.0}) {
+                CLCH color = In(ColorSpace_AppleRGB, kFirst);
+                color.PutData_Lab(55, -31, 44);
+                // The other forms are derived anew, whatever they were.
+                color.a = 77, color.b = -77, color.R = 1, color.G = 2, color.B = 3, color.X = color.Y = color.Z = 4;
+                const Triple lch = NaiveAdjust(LchOf(color), dL, dC, dh);
+                CLCH lab(color);
+                color.Adjust(dL, dC, dh);
+                ExpectDerived(color, lch, kFirst, ColorSpace_AppleRGB);
+                // The shift of Lab alone leaves RGB and XYZ.
+                lab.AdjustLab(dL, dC, dh);
+                ASSERT_EQ(LchOf(lab), lch);
+                ASSERT_EQ(LabOf(lab), LabOf(color));
+                ASSERT_EQ(RgbOf(lab), (Triple{1, 2, 3}));
+                ASSERT_EQ(XyzOf(lab), (Triple{4, 4, 4}));
+            }
+        }
+    }
+}
+
+// Copies and assignment.
+
+TEST(CLCH, CopiesEverything) {
+    CLCH source = In(ColorSpace_ColorMatchRGB, kFirst);
+    source.PutData_Lab(61, -12, 33);
+    source.a = 5;  // contradicts C and h: a copy derives nothing
+    source.R = 400;
+    const CLCH copy(source);
+    EXPECT_THAT(ValuesOf(copy), EqualTo(ValuesOf(source)));
+    EXPECT_EQ(copy.toXYZ, ColorMatchRGB_D50);
+    EXPECT_EQ(copy.toRGB, inv_ColorMatchRGB_D50);
+}
+
+TEST(CLCH, AssignsPolarFormAndDerivesTheRest) {
+    // No limit applies, and the source's other forms, its white and its matrices play no part.
+    for (const Triple& lch : {Triple{61, 44, 210}, Triple{130, 150, 500}}) {
+        CLCH source = Under(kUsualWhite);
+        source.PutData_Lch(lch[0], lch[1], lch[2]);
+        source.a = 99, source.b = -99, source.R = 7, source.G = 8, source.B = 9, source.X = source.Y = source.Z = 3;
+        for (int space = 0; space < 4; ++space) {
+            CLCH target = In(space, kSecond);
+            target.PutData_RGB(200, 100, 50);
+            EXPECT_EQ(&(target = source), &target);
+            ExpectDerived(target, lch, kSecond, space);
+            EXPECT_EQ(WhiteOf(target), (Triple{50000.0 / 65535.0, 1.0, 70000.0 / 65535.0}));
+            EXPECT_EQ(target.toXYZ, kNaiveMatrices[space].toXYZ);
+            EXPECT_EQ(target.toRGB, kNaiveMatrices[space].toRGB);
+        }
+        const CLCH& same = source;
+        source = same;
+        ExpectDerived(source, lch, kUsualWhite, kAdobeRGB);
+    }
+}
+
+// White and matrices.
+
+TEST(CLCH, TakesAnotherWhiteAndOtherMatricesFromTheNextConversionOn) {
+    for (int first = 0; first < 4; ++first) {
+        for (int second = 0; second < 4; ++second) {
+            SCOPED_TRACE(testing::Message() << first << " then " << second);
+            CLCH color = Under(kFirst);
+            color.PutData_RGB(100, 150, 200);  // by the matrices that it starts with
+            std::vector<double> expected = ValuesOf(color);
+            expected.resize(11);
+            expected.insert(expected.end(), {50000.0 / 65535.0, 1.0, 70000.0 / 65535.0});
+            SetWhite(color, kSecond);
+            color.SetColorSpace(static_cast<ColorSpace>(first));
+            EXPECT_THAT(ValuesOf(color), EqualTo(expected)) << "nothing is recomputed";
+            color.RGB2LAB();
+            const Triple ratios = NaiveRatios({100, 150, 200}, kSecond, first), lab = NaiveLab(ratios);
+            EXPECT_EQ(XyzOf(color), ratios);
+            EXPECT_EQ(LabOf(color), lab);
+            SetWhite(color, kThird);
+            color.SetColorSpace(static_cast<ColorSpace>(second));
+            color.LAB2RGB();
+            EXPECT_EQ(XyzOf(color), NaiveXYZ(lab, kThird));
+            EXPECT_EQ(RgbOf(color), NaiveLabToRGB(lab, kThird, second));
+        }
+    }
+}
+
+TEST(CLCH, PrintsNothing) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    CLCH color(0, 0, 0);
+    for (const double value : {0.0, -1e300, 1e300, std::nan(""), HUGE_VAL}) {
+        color.SetWhite(value, value, value);
+        color.SetColorSpace(static_cast<ColorSpace>(9));
+        color.PutData_RGB(value, value, value);
+        color.PutData_Lab(value, value, value);
+        color.PutData_Lch(value, value, value);
+        color.Adjust(value, value, value);
+        CLCH copy(color);
+        copy = color;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+}  // namespace
+}  // namespace hueweave::test
