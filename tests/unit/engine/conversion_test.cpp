@@ -1,215 +1,363 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
+//
+// Runs of pixels in memory: what becomes of a pixel, and which buffers are read and written.
+#include <climits>
+
 #include "unit/engine/HandTables.h"
 
 namespace hueweave::test {
 namespace {
 
-Bytes NarrowBytes(const Samples& samples) { return Bytes(samples.begin(), samples.end()); }
+using Samples = std::vector<std::uint16_t>;
+using Pixel = std::array<unsigned, 3>;
+unsigned short* const kNoWords = nullptr;
 
-TEST(ConversionTest, SixteenBitPixelsFollowTheFormula) {
-    const auto engine = MakeHandEngine(true);
-    Samples source = SomeSamples(3 * 20000, 65535);
-    const Samples before = source;
-    Samples dest(source.size());
-    EXPECT_EQ(engine->Conversion(source.data(), dest.data(), 20000), 0);
-    EXPECT_TRUE(dest == ReferenceRun(*engine, before, 16));
-    EXPECT_TRUE(source == before);
+/// Both widths; true: 16-bit pixels.
+class Conversion : public testing::TestWithParam<bool> {
+protected:
+    /// Whole pixels in place.
+    Bytes Run(Bytes pixels) const {
+        const auto count = static_cast<int>(pixels.size() / PixelBytes(wide_));
+        EXPECT_EQ(engine_->Conversion(pixels.data(), pixels.data(), count), 0);
+        return pixels;
+    }
+    Bytes Encoded(const std::vector<unsigned>& samples) const {
+        ByteWriter out;
+        for (const unsigned sample : samples) wide_ ? out.Little16(sample) : out.U8(sample);
+        return out.Done();
+    }
+    Pixel Run(const Pixel& samples) const {
+        const Bytes out = Run(Encoded({samples.begin(), samples.end()}));
+        if (!wide_) return {out[0], out[1], out[2]};
+        return {out[0] + 256U * out[1], out[2] + 256U * out[3], out[4] + 256U * out[5]};
+    }
+    void ExpectReference(const Bytes& pixels) const {
+        EXPECT_THAT(Run(pixels), EqualsBytes(ReferenceRun(*engine_, pixels)));
+    }
+    void IdentityOutput() {
+        for (std::uint32_t v = 0; v < 65536; ++v) {
+            engine_->Lut1DOutR[v] = engine_->Lut1DOutG[v] = engine_->Lut1DOutB[v] = v;
+        }
+    }
+    void ClearGrid() { std::fill_n(GridWords(*engine_), kGridWords, 0); }
+    void SetEntries(std::size_t sample, std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
+        engine_->Lut1DInR[sample] = red;
+        engine_->Lut1DInG[sample] = green;
+        engine_->Lut1DInB[sample] = blue;
+    }
+
+    const bool wide_ = GetParam();
+    const unsigned top_ = wide_ ? 65535 : 255;
+    std::unique_ptr<CIccEngineS> engine_ = MakeHandEngine(wide_);
+};
+
+TEST_P(Conversion, FollowsTheFormula) {
+    constexpr int kPixels = 20000;
+    const Bytes before = SomePixels(kPixels, wide_), expected = ReferenceRun(*engine_, before);
+    Bytes source = before, dest(source.size(), 0xa5);
+    EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), kPixels), 0);
+    // Bytes are written over the source.
+    EXPECT_THAT(source, EqualsBytes(wide_ ? before : expected));
+    EXPECT_THAT(dest, EqualsBytes(wide_ ? expected : Bytes(dest.size(), 0xa5)));
+    ExpectReference(before);
 }
 
-TEST(ConversionTest, EightBitPixelsFollowTheFormula) {
-    const auto engine = MakeHandEngine(false);
-    const Samples samples = SomeSamples(3 * 20000, 255);
-    Bytes source = NarrowBytes(samples);
-    Bytes dest(source.size(), 0xa5);
-    EXPECT_EQ(engine->Conversion(source.data(), dest.data(), 20000), 0);
-    EXPECT_TRUE(source == NarrowBytes(ReferenceRun(*engine, samples, 8)));
-    EXPECT_TRUE(dest == Bytes(dest.size(), 0xa5)) << "the result is written over the source";
-}
-
-TEST(ConversionTest, EverySampleOfOneChannelIsReached) {
-    const auto engine = MakeHandEngine(false);
+TEST_P(Conversion, FindsTheEntryOfEverySampleInEachChannel) {
     for (std::size_t channel = 0; channel < 3; ++channel) {
-        Samples samples(3 * 256, 131);
-        for (std::size_t s = 0; s < 256; ++s) samples[3 * s + channel] = static_cast<std::uint16_t>(s);
-        Bytes bytes = NarrowBytes(samples);
-        EXPECT_EQ(engine->Conversion(bytes.data(), static_cast<unsigned char*>(nullptr), 256), 0);
-        EXPECT_TRUE(bytes == NarrowBytes(ReferenceRun(*engine, samples, 8)));
+        SCOPED_TRACE(channel);
+        std::vector<unsigned> samples(3 * (top_ + std::size_t{1}), 131);
+        for (unsigned s = 0; s <= top_; ++s) samples[3 * s + channel] = s;
+        ExpectReference(Encoded(samples));
     }
 }
 
-TEST(ConversionTest, ZeroFractionsTakeTheCellsOrigin) {
-    const auto engine = MakeHandEngine(true);
-    for (std::size_t s = 0; s < 65536; ++s) {
-        const auto cell = static_cast<std::uint32_t>(s / 4096);
-        engine->Lut1DInR[s] = engine->Lut1DInG[s] = engine->Lut1DInB[s] = cell << 16;
+TEST_P(Conversion, NumbersCellsWithRedSlowestAndBlueFastest) {
+    IdentityOutput();
+    ClearGrid();
+    // Sixteen samples lead to the origins of the cells of one axis; each cell holds its number in all records.
+    for (std::uint32_t s = 0; s < 16; ++s) SetEntries(s, s << 16, s << 16, s << 16);
+    std::vector<unsigned> samples, expected;
+    for (unsigned cell = 0; cell < 4096; ++cell) {
+        for (auto& record : engine_->Lut3D[cell]) {
+            record[0][0] = static_cast<std::int32_t>(cell % 256 * 4096);
+            record[1][0] = static_cast<std::int32_t>(cell / 256 * 4096);
+            record[2][0] = 7 * 4096;
+        }
+        samples.insert(samples.end(), {cell / 256, cell / 16 % 16, cell % 16});
+        expected.insert(expected.end(), {cell % 256, cell / 256, 7});
     }
-    for (std::uint32_t v = 0; v < 65536; ++v) engine->Lut1DOutR[v] = engine->Lut1DOutG[v] = engine->Lut1DOutB[v] = v;
-    const std::vector<unsigned> nodes = ScatteredGrid(17, 4711);
-    for (std::size_t cell = 0; cell < 4096; ++cell) {
-        const std::size_t i = cell / 256, j = cell / 16 % 16, k = cell % 16;
-        std::uint16_t pixel[3] = {static_cast<std::uint16_t>(i * 4096), static_cast<std::uint16_t>(j * 4096),
-                                  static_cast<std::uint16_t>(k * 4096)};
-        ASSERT_EQ(engine->Conversion(pixel, pixel, 1), 0);
-        for (std::size_t c = 0; c < 3; ++c) ASSERT_EQ(pixel[c], nodes[((i * 17 + j) * 17 + k) * 3 + c]);
+    EXPECT_THAT(Run(Encoded(samples)), EqualsBytes(Encoded(expected)));
+}
+
+TEST_P(Conversion, TakesTheCellsOriginWhereFractionsAreZero) {
+    SetEntries(1, 3U << 16, 15U << 16, 0);
+    for (const std::int32_t value : {0, 1, 4711, 65534, 65535}) {
+        for (auto& channel : engine_->Lut3D[(3 * 16 + 15) * 16][5]) {
+            channel[0] = value * 4096;
+            channel[1] = -value;
+            channel[2] = 65535 - value;
+            channel[3] = 0;
+        }
+        EXPECT_EQ(Run(Pixel{1, 1, 1}), (Pixel{engine_->Lut1DOutR[value] & top_, engine_->Lut1DOutG[value] & top_,
+                                              engine_->Lut1DOutB[value] & top_}))
+            << value;
     }
 }
 
-TEST(ConversionTest, TheShiftAlwaysIsTwelve) {
-    const auto engine = MakeHandEngine(true);
-    Samples samples = SomeSamples(300, 65535);
-    const Samples expected = ReferenceRun(*engine, samples, 16);
-    engine->Shift = 4;
-    EXPECT_EQ(engine->Conversion(samples.data(), samples.data(), 100), 0);
-    EXPECT_TRUE(samples == expected);
-}
-
-TEST(ConversionTest, ASumIsCutDownToTheNextWholeValue) {
-    const auto engine = MakeHandEngine(true);
-    std::fill_n(GridWords(*engine), kGridWords, 0);
-    for (std::uint32_t v = 0; v < 65536; ++v) engine->Lut1DOutR[v] = v;
-    for (auto& cell : engine->Lut3D) {
+TEST_P(Conversion, CutsSumsDownAndNeverRounds) {
+    IdentityOutput();
+    ClearGrid();
+    for (auto& cell : engine_->Lut3D) {
         for (auto& record : cell) {
-            record[0][0] = 100 * 4096;
+            record[0][0] = record[1][0] = 100 * 4096;
             record[0][1] = -1;
+            record[1][2] = 1;
         }
     }
-    // Falling by one over the cell: any fraction above 0 takes the value below, none rounds up.
-    const std::pair<std::uint32_t, std::uint16_t> rows[] = {{0, 100}, {1, 99}, {2047, 99}, {2048, 99}, {4095, 99}};
-    for (const auto& [fraction, expected] : rows) {
-        engine->Lut1DInR[7] = fraction;
-        std::uint16_t pixel[3] = {7, 0, 0};
-        ASSERT_EQ(engine->Conversion(pixel, pixel, 1), 0);
-        EXPECT_EQ(pixel[0], expected) << fraction;
+    for (const std::uint32_t fraction : {0U, 1U, 2047U, 2048U, 2049U, 4095U}) {
+        SetEntries(1, fraction, fraction, fraction);
+        EXPECT_EQ(Run(Pixel{1, 1, 1}), (Pixel{fraction == 0 ? 100U : 99U, 100, 0})) << fraction;
     }
 }
 
-/// Fractions of red, green and blue, and the record that must be taken.
-struct OrderRow {
-    std::uint32_t red, green, blue;
-    unsigned record;
+TEST_P(Conversion, StaysWithinTheTablesOverTheLargestDifferences) {
+    IdentityOutput();
+    ClearGrid();
+    engine_->Lut1DOutR[0] = 5;
+    engine_->Lut1DOutR[65535] = 6;
+    engine_->Lut1DOutR[15] = 7;
+    engine_->Lut1DOutR[65519] = 8;
+    for (auto& record : engine_->Lut3D[0]) record[0][0] = 65535 * 4096, record[0][1] = -65535;
+    for (auto& record : engine_->Lut3D[1 << 8]) record[0][1] = 65535;
+    // White to black and black to white, at the cell's origin and as near to its far end as a fraction comes.
+    for (const auto& [red, expected] : {std::pair{0U, 6U}, {4095U, 7U}, {1U << 16, 5U}, {1U << 16 | 4095, 8U}}) {
+        SetEntries(1, red, 0, 0);
+        EXPECT_EQ(Run(Pixel{1, 1, 1})[0], expected) << red;
+    }
+}
+
+TEST_P(Conversion, ShiftsByTwelveWhateverShiftHolds) {
+    for (const int shift : {4, 0, 11, 13}) {
+        engine_->Shift = shift;
+        ExpectReference(SomePixels(100, wide_));
+    }
+}
+
+TEST_P(Conversion, ChoosesTheRecordByTheOrderOfTheFractions) {
+    // All thirteen ways in which fractions of red, green and blue can stand to each other, and the record taken.
+    constexpr std::uint32_t kOrders[][4] = {{3, 2, 1, 0}, {3, 1, 2, 1}, {2, 1, 3, 2}, {2, 3, 1, 3}, {1, 3, 2, 4},
+                                            {1, 2, 3, 5}, {3, 1, 1, 1}, {3, 1, 3, 2}, {3, 3, 1, 3}, {1, 3, 1, 4},
+                                            {1, 3, 3, 5}, {1, 1, 3, 5}, {3, 3, 3, 5}};
+    IdentityOutput();
+    for (const auto& [red, green, blue, record] : kOrders) {
+        SCOPED_TRACE(testing::Message() << red << " " << green << " " << blue);
+        ClearGrid();
+        // Fractions at either end, in a cell whose numbers must play no part in the comparison; constants that differ.
+        auto& cell = engine_->Lut3D[(3 * 16 + 15) * 16];
+        for (int r = 0; r < 6; ++r) {
+            for (int c = 0; c < 3; ++c) cell[r][c][0] = (10 * (r + 1) + c) * 4096;
+        }
+        const unsigned constant = 10 * (record + 1);
+        for (const std::uint32_t base : {0U, 4092U}) {
+            SetEntries(1, 3U << 16 | (base + red), 15U << 16 | (base + green), base + blue);
+            EXPECT_EQ(Run(Pixel{1, 1, 1}), (Pixel{constant, constant + 1, constant + 2})) << base;
+        }
+        // Each fraction meets its own coefficient.
+        Pixel expected{};
+        for (std::uint32_t c = 0; c < 3; ++c) {
+            auto& words = cell[record][c];
+            words[1] = static_cast<std::int32_t>(4096 * (2 + c));
+            words[2] = static_cast<std::int32_t>(4096 * (10 + c));
+            words[3] = static_cast<std::int32_t>(4096 * (20 + c));
+            expected[c] = constant + c + red * (2 + c) + green * (10 + c) + blue * (20 + c);
+        }
+        SetEntries(1, 3U << 16 | red, 15U << 16 | green, blue);
+        EXPECT_EQ(Run(Pixel{1, 1, 1}), expected);
+    }
+}
+
+TEST_P(Conversion, StoresTheLowBitsOfAnEntry) {
+    std::fill_n(engine_->Lut1DOutR, 65536, 0xfedcba98);
+    std::fill_n(engine_->Lut1DOutG, 65536, 0x00010000);
+    std::fill_n(engine_->Lut1DOutB, 65536, 0x0000ffff);
+    EXPECT_EQ(Run(Pixel{1, 2, 3}), (Pixel{wide_ ? 0xba98U : 0x98U, 0, top_}));
+}
+
+TEST_P(Conversion, ChangesNothingInTheEngine) {
+    const Stages before = StagesOf(*engine_);
+    Run(SomePixels(1000, wide_));
+    ExpectStages(StagesOf(*engine_), before);
+    EXPECT_EQ(engine_->Unit.PixelCount, 0);
+    EXPECT_EQ(engine_->Unit.WorkCount, 0);
+    EXPECT_EQ(engine_->Unit.Source, nullptr);
+}
+
+TEST_P(Conversion, TouchesTheCountedPixelsAlone) {
+    const std::size_t pixel = PixelBytes(wide_);
+    for (const int count : {2, 1, 0, -1, -1000, INT_MIN}) {
+        SCOPED_TRACE(count);
+        const Bytes before = SomePixels(4, wide_);
+        Bytes source = before, dest(before.size(), 0x55);
+        ASSERT_EQ(engine_->Conversion(source.data() + pixel, dest.data() + pixel, count), 0);
+        const auto length = static_cast<std::ptrdiff_t>(std::max(count, 0) * static_cast<int>(pixel));
+        const auto at = static_cast<std::ptrdiff_t>(pixel);
+        const Bytes run = ReferenceRun(*engine_, Bytes(before.begin() + at, before.begin() + at + length));
+        Bytes expected = wide_ ? Bytes(before.size(), 0x55) : before;
+        std::copy(run.begin(), run.end(), expected.begin() + at);
+        EXPECT_THAT(wide_ ? dest : source, EqualsBytes(expected));
+        EXPECT_THAT(wide_ ? source : dest, EqualsBytes(wide_ ? before : Bytes(before.size(), 0x55)));
+    }
+}
+
+TEST_P(Conversion, IgnoresRunsOfBytesIntoWords) {
+    Bytes source(60, 0x11);
+    Samples dest(60, 0x2222);
+    EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), 10), 0);
+    EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), -1), 0);
+    EXPECT_EQ(engine_->Conversion(kNoBytes, kNoWords, 10), 0);
+    EXPECT_EQ(source, Bytes(60, 0x11));
+    EXPECT_EQ(dest, Samples(60, 0x2222));
+}
+
+TEST_P(Conversion, TouchesNothingWithoutABuffer) {
+    Bytes bytes(60, 0x11);
+    Samples words(60, 0x2222);
+    EXPECT_EQ(engine_->Conversion(kNoBytes, bytes.data(), 10), 0);
+    EXPECT_EQ(engine_->Conversion(kNoBytes, kNoBytes, 10), 0);
+    EXPECT_EQ(engine_->Conversion(kNoWords, words.data(), 10), 0);
+    EXPECT_EQ(engine_->Conversion(words.data(), kNoWords, 10), 0);
+    if (wide_) {
+        EXPECT_EQ(engine_->Conversion(bytes.data(), kNoBytes, 10), 0);
+    } else {
+        // A run of bytes needs no destination.
+        Bytes converted = bytes;
+        EXPECT_EQ(engine_->Conversion(converted.data(), kNoBytes, 10), 0);
+        EXPECT_THAT(Bytes(converted.begin(), converted.begin() + 30),
+                    EqualsBytes(ReferenceRun(*engine_, Bytes(30, 0x11))));
+    }
+    EXPECT_EQ(bytes, Bytes(60, 0x11));
+    EXPECT_EQ(words, Samples(60, 0x2222));
+}
+
+INSTANTIATE_TEST_SUITE_P(Widths, Conversion, testing::Bool(),
+                         [](const auto& param) { return std::string(param.param ? "Words" : "Bytes"); });
+
+// 16-bit pixels.
+
+TEST(WideConversion, NeedsNoAlignment) {
+    const auto engine = MakeHandEngine(true);
+    const Bytes plain = SomePixels(100, true), expected = ReferenceRun(*engine, plain);
+    for (const std::size_t sourceShift : {0U, 1U}) {
+        for (const std::size_t destShift : {0U, 1U}) {
+            Bytes source = ByteWriter().Fill(sourceShift).Append(plain).Done();
+            Bytes dest(plain.size() + 2, 0x77);
+            EXPECT_EQ(engine->Conversion(source.data() + sourceShift, dest.data() + destShift, 100), 0);
+            EXPECT_THAT(
+                dest,
+                EqualsBytes(ByteWriter().Fill(destShift, 0x77).Append(expected).Fill(2 - destShift, 0x77).Done()));
+        }
+    }
+}
+
+TEST(WideConversion, ConvertsOverlappingRunsPixelByPixel) {
+    constexpr std::size_t kPixels = 700, kMargin = 6 * 800;
+    const auto engine = MakeHandEngine(true);
+    const ReferenceEngine reference = ReferenceOf(*engine);
+    const Bytes plain = SomePixels(kPixels + 2 * kMargin / 6, true);
+    // How many bytes the destination lies behind the source.
+    for (const int distance : {-4800, -4200, -390, -30, -12, -7, -6, -5,  -4,  -3,  -2,   -1,   0,    1,   2,
+                               3,     4,     5,    6,   7,   12, 30, 179, 384, 389, 4194, 4199, 4200, 4800}) {
+        SCOPED_TRACE(distance);
+        Bytes memory = plain, expected = plain;
+        unsigned char* const to = expected.data() + kMargin + distance;
+        for (std::size_t p = 0; p < 6 * kPixels; p += 6) {
+            const unsigned char* const from = expected.data() + kMargin + p;
+            const Bytes pixel = reference.Convert(Bytes(from, from + 6));
+            std::copy(pixel.begin(), pixel.end(), to + p);
+        }
+        EXPECT_EQ(engine->Conversion(memory.data() + kMargin, memory.data() + kMargin + distance, kPixels), 0);
+        EXPECT_THAT(memory, EqualsBytes(expected));
+        if (distance % 2 != 0) continue;
+        Samples words(plain.size() / 2);
+        std::memcpy(words.data(), plain.data(), plain.size());
+        EXPECT_EQ(engine->Conversion(&words[kMargin / 2], &words[kMargin / 2] + distance / 2, kPixels), 0);
+        std::memcpy(memory.data(), words.data(), memory.size());
+        EXPECT_THAT(memory, EqualsBytes(expected)) << "as words";
+    }
+}
+
+TEST(WideConversion, LooksAtItsTablesAndNotAtTheJobWhereItIsGivenWords) {
+    const auto engine = MakeHandEngine(true);
+    Samples words(30, 4711);
+    const Bytes expected = ReferenceRun(*engine, Bytes(reinterpret_cast<const unsigned char*>(words.data()),
+                                                       reinterpret_cast<const unsigned char*>(words.data()) + 60));
+    engine->Unit.InputSpace = Space(65535);
+    engine->Unit.OutputSpace = Space(65535);
+    EXPECT_EQ(engine->Conversion(words.data(), words.data(), 10), 0);
+    EXPECT_EQ(std::memcmp(words.data(), expected.data(), 60), 0);
+}
+
+// Engines that are bound to profiles.
+
+class BoundConversion : public EngineTest {
+protected:
+    Bytes Convert(Bytes pixels) {
+        const auto count = static_cast<int>(pixels.size() / PixelBytes(engine().Unit.InputSpace == 1));
+        EXPECT_EQ(engine().Conversion(pixels.data(), pixels.data(), count), 0);
+        return pixels;
+    }
 };
 
-/// All thirteen ways in which three fractions can stand to each other.
-const OrderRow kOrders[] = {
-    {30, 20, 10, 0}, {30, 10, 20, 1}, {20, 10, 30, 2}, {20, 30, 10, 3}, {10, 30, 20, 4},
-    {10, 20, 30, 5}, {30, 10, 10, 1}, {30, 10, 30, 2}, {30, 30, 10, 3}, {10, 30, 10, 4},
-    {10, 30, 30, 5}, {10, 10, 30, 5}, {30, 30, 30, 5},
-};
+TEST_F(BoundConversion, TouchesNothingWithoutTables) {
+    Bytes source(60, 0x11), dest(60, 0x22);
+    Samples words(60, 0x3333);
+    for (const int input : {0, 1, 65535}) {
+        engine().Unit.InputSpace = Space(input);
+        EXPECT_EQ(engine().Conversion(source.data(), dest.data(), 10), 0);
+        EXPECT_EQ(engine().Conversion(words.data(), words.data(), 10), 0);
+    }
+    EXPECT_EQ(source, Bytes(60, 0x11));
+    EXPECT_EQ(dest, Bytes(60, 0x22));
+    EXPECT_EQ(words, Samples(60, 0x3333));
+}
 
-class RecordChoiceTest : public testing::TestWithParam<OrderRow> {};
-
-/// Records without slopes whose constants tell them apart.
-std::unique_ptr<CIccEngineS> MakeTellingEngine(bool wide) {
-    auto engine = MakeHandEngine(wide);
-    for (auto& cell : engine->Lut3D) {
-        for (int record = 0; record < 6; ++record) {
-            for (int channel = 0; channel < 3; ++channel) {
-                auto& words = cell[record][channel];
-                std::fill_n(words, 4, 0);
-                words[0] = (10 * (record + 1) + channel) * 4096;
-            }
+TEST_F(BoundConversion, TakesNeutralPixelsFromTheLastRecord) {
+    for (const int input : {0, 1}) {
+        ASSERT_EQ(Bind(PutSmooth(), 0, input, 11), 0);
+        ByteWriter ramp;
+        for (unsigned v = 0; v < (input == 1 ? 65536U : 256U); ++v) {
+            for (int c = 0; c < 3; ++c) input == 1 ? ramp.Little16(v) : ramp.U8(v);
         }
-    }
-    for (std::uint32_t v = 0; v < 65536; ++v) engine->Lut1DOutR[v] = engine->Lut1DOutG[v] = engine->Lut1DOutB[v] = v;
-    return engine;
-}
-
-TEST_P(RecordChoiceTest, FollowsTheOrderOfTheFractions) {
-    const auto& row = GetParam();
-    for (const bool wide : {false, true}) {
-        const auto engine = MakeTellingEngine(wide);
-        // Cells and fractions at either end; the cell must play no part in the comparison.
-        for (const std::uint32_t base : {0U, 4000U}) {
-            engine->Lut1DInR[1] = 3U << 16 | (base + row.red);
-            engine->Lut1DInG[2] = 15U << 16 | (base + row.green);
-            engine->Lut1DInB[3] = 0U << 16 | (base + row.blue);
-            const unsigned expected = 10 * (row.record + 1);
-            if (wide) {
-                std::uint16_t pixel[3] = {1, 2, 3};
-                engine->Conversion(pixel, pixel, 1);
-                EXPECT_EQ(pixel[0], expected);
-                EXPECT_EQ(pixel[1], expected + 1);
-                EXPECT_EQ(pixel[2], expected + 2);
-            } else {
-                unsigned char pixel[3] = {1, 2, 3};
-                engine->Conversion(pixel, static_cast<unsigned char*>(nullptr), 1);
-                EXPECT_EQ(pixel[0], expected);
-                EXPECT_EQ(pixel[1], expected + 1);
-                EXPECT_EQ(pixel[2], expected + 2);
-            }
-        }
+        const Bytes expected = ReferenceRun(engine(), ramp.Done());
+        // With the same curve for all channels no neutral pixel meets the other records.
+        for (auto& cell : engine().Lut3D) std::fill_n(&cell[0][0][0], 5 * 3 * 4, 0);
+        EXPECT_THAT(Convert(ramp.Done()), EqualsBytes(expected));
     }
 }
 
-TEST_P(RecordChoiceTest, EachFractionMeetsItsOwnCoefficient) {
-    const auto& row = GetParam();
-    const auto engine = MakeTellingEngine(true);
-    auto& words = engine->Lut3D[(3 * 16 + 15) * 16 + 0][row.record];
-    for (int channel = 0; channel < 3; ++channel) {
-        words[channel][1] = 4096 * (1 + channel);
-        words[channel][2] = 4096 * (7 + channel);
-        words[channel][3] = 4096 * (19 + channel);
-    }
-    engine->Lut1DInR[1] = 3U << 16 | row.red;
-    engine->Lut1DInG[2] = 15U << 16 | row.green;
-    engine->Lut1DInB[3] = row.blue;
-    std::uint16_t pixel[3] = {1, 2, 3};
-    engine->Conversion(pixel, pixel, 1);
-    for (unsigned channel = 0; channel < 3; ++channel) {
-        EXPECT_EQ(pixel[channel], 10 * (row.record + 1) + channel + row.red * (1 + channel) +
-                                      row.green * (7 + channel) + row.blue * (19 + channel));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryOrder, RecordChoiceTest, testing::ValuesIn(kOrders), [](const auto& param) {
-    return "R" + std::to_string(param.param.red) + "G" + std::to_string(param.param.green) + "B" +
-           std::to_string(param.param.blue);
-});
-
-class BoundConversionTest : public EngineTest {};
-
-TEST_F(BoundConversionTest, ANeutralRampFallsInTheLastRecord) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 11), 0);
-    // The others are spoiled; with the same curve for all channels no neutral pixel may meet them.
-    Bytes expected;
-    for (unsigned v = 0; v < 256; ++v) {
-        for (const unsigned c : ReferencePixel(engine(), {v, v, v}, 8))
-            expected.push_back(static_cast<unsigned char>(c));
-    }
-    for (auto& cell : engine().Lut3D) std::fill_n(&cell[0][0][0], 5 * 3 * 4, 0);
-    Bytes pixels;
-    for (unsigned v = 0; v < 256; ++v) pixels.insert(pixels.end(), 3, static_cast<unsigned char>(v));
-    EXPECT_EQ(engine().Conversion(pixels.data(), static_cast<unsigned char*>(nullptr), 256), 0);
-    EXPECT_TRUE(pixels == expected);
-}
-
-TEST_F(BoundConversionTest, SixteenBitInputWithAnEightBitSpaceHoldsBytesInWords) {
+TEST_F(BoundConversion, HoldsBytesInWordsForWideInputAndANarrowSpace) {
+    const Bytes pixels = SomePixels(500, true);
     ASSERT_EQ(Bind(PutSmooth(), 0, 1, 10), 0);
-    Samples samples = SomeSamples(3 * 500, 65535);
-    const Samples expected = ReferenceRun(engine(), samples, 16);
-    EXPECT_EQ(engine().Conversion(samples.data(), samples.data(), 500), 0);
-    EXPECT_TRUE(samples == expected);
-    EXPECT_LE(*std::max_element(samples.begin(), samples.end()), 255);
+    const Bytes narrow = Convert(pixels);
+    EXPECT_THAT(narrow, EqualsBytes(ReferenceRun(engine(), pixels)));
     ASSERT_EQ(Rebind(0, 1, 11), 11);
-    Samples linear = SomeSamples(3 * 500, 65535);
-    EXPECT_EQ(engine().Conversion(linear.data(), linear.data(), 500), 0);
-    for (std::size_t i = 0; i < samples.size(); ++i) ASSERT_EQ(samples[i], linear[i] >> 8);
+    const Bytes linear = Convert(pixels);
+    for (std::size_t i = 0; i < linear.size(); i += 2) {
+        ASSERT_EQ(narrow[i], linear[i + 1]);
+        ASSERT_EQ(narrow[i + 1], 0);
+    }
 }
 
-TEST_F(BoundConversionTest, EightBitInputWithASixteenBitSpaceKeepsTheLowByte) {
+TEST_F(BoundConversion, KeepsTheLowByteForNarrowInputAndAWideSpace) {
     ASSERT_EQ(Bind(PutSmooth(), 0, 0, 11), 0);
     // The identity table at the interpolated value: its low byte is what is stored.
-    const Samples samples = SomeSamples(3 * 500, 255);
-    Bytes bytes = NarrowBytes(samples);
-    EXPECT_EQ(engine().Conversion(bytes.data(), bytes.data(), 500), 0);
-    EXPECT_TRUE(bytes == NarrowBytes(ReferenceRun(engine(), samples, 8)));
-    const Samples words = ReferenceRun(engine(), samples, 16);
-    for (std::size_t i = 0; i < words.size(); ++i) ASSERT_EQ(bytes[i], words[i] % 256);
-    EXPECT_GT(*std::max_element(words.begin(), words.end()), 255);
+    const Bytes pixels = SomePixels(500, false);
+    EXPECT_THAT(Convert(pixels), EqualsBytes(ReferenceRun(engine(), pixels)));
+    EXPECT_EQ(engine().Lut1DOutG[40000], 40000U);
 }
 
-TEST_F(BoundConversionTest, TheResultFollowsTheProfile) {
+TEST_F(BoundConversion, FollowsTheProfile) {
     // A grid of one colour for each end of the red axis: black below, white above.
     MiniLut lut = SmoothLut(2);
     for (std::size_t node = 0; node < 8; ++node) {
@@ -217,10 +365,31 @@ TEST_F(BoundConversionTest, TheResultFollowsTheProfile) {
         lut.grid[3 * node + 1] = lut.grid[3 * node + 2] = 32768;
     }
     ASSERT_EQ(Bind(Put("step.icc", {{"A2B0", Mft2(lut)}}), 0, 0, 10), 0);
-    unsigned char pixels[9] = {0, 255, 255, 0, 0, 0, 255, 0, 128};
-    EXPECT_EQ(engine().Conversion(pixels, static_cast<unsigned char*>(nullptr), 3), 0);
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(pixels[i], 0);
-    for (int i = 6; i < 9; ++i) EXPECT_GE(pixels[i], 253);
+    const Bytes pixels = Convert({0, 255, 255, 0, 0, 0, 255, 0, 128});
+    for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(pixels[i], 0);
+    for (std::size_t i = 6; i < 9; ++i) EXPECT_GE(pixels[i], 253);
+}
+
+TEST_F(BoundConversion, RefusesWidePixelsForTablesOfBytes) {
+    ASSERT_EQ(Bind(Put("zero.icc", {{"A2B0", kA2B0}}), 0, 0, 8), 0);
+    ASSERT_EQ(Rebind(1, 1, 9), 65535) << "no table for the new intent, so the tables before stay";
+    ASSERT_EQ(engine().InEntries, 256);
+    const Bytes before = SomePixels(20, true);
+    EXPECT_THAT(Convert(before), EqualsBytes(before));
+    Bytes source = before, dest(before.size(), 0x22);
+    EXPECT_EQ(engine().Conversion(source.data(), dest.data(), 20), 0);
+    EXPECT_EQ(dest, Bytes(before.size(), 0x22));
+    Samples words(60, 4);
+    EXPECT_EQ(engine().Conversion(words.data(), words.data(), 20), 0);
+    EXPECT_EQ(words, Samples(60, 4));
+}
+
+TEST_F(BoundConversion, TakesTheFirstEntriesOfWiderTablesForBytes) {
+    ASSERT_EQ(Bind(Put("zero.icc", {{"A2B0", kA2B0}}), 0, 1, 11), 0);
+    ASSERT_EQ(Rebind(1, 0, 10), 65535);
+    ASSERT_EQ(engine().InEntries, 65536);
+    const Bytes pixels = SomePixels(20, false);
+    EXPECT_THAT(Convert(pixels), EqualsBytes(ReferenceRun(engine(), pixels)));
 }
 
 }  // namespace

@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
+//
+// Whole TIFF files through an engine: what is converted and saved, what is printed, and when.
+#include <climits>
+#include <cstdio>
 #include <filesystem>
+#include <functional>
+#include <iostream>
+#include <streambuf>
 
 #include "support/MiniTiff.h"
 #include "unit/engine/HandTables.h"
@@ -8,13 +15,13 @@
 namespace hueweave::test {
 namespace {
 
-const std::string kLog =
-    "Start Conversion(Start) : New ID\n"
-    "Start Conversion(Pause) : End Conversion(count : 0)\n"
-    "Start Conversion(Stop) :  End Conversion(count : 0)\n";
+const std::vector<std::string> kLines = {"Start Conversion(Start) : New ID\n",
+                                         "Start Conversion(Pause) : End Conversion(count : 0)\n",
+                                         "Start Conversion(Stop) :  End Conversion(count : 0)\n"};
+const std::string kLog = kLines[0] + kLines[1] + kLines[2];
 const std::string kEmptyList = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
 
-class FileConversionTest : public testing::Test {
+class FileConversion : public testing::Test {
 protected:
     /// Runs the conversion and returns what it prints; its result must be 0.
     std::string Run(const CIccEngineS& engine) {
@@ -24,7 +31,26 @@ protected:
         EXPECT_EQ(result, 0);
         return printed;
     }
-    Bytes Result() const { return ReadFile(dest_); }
+    /// Converts a file of `tiff` and expects the same file without its profile, the first `bytes` bytes of its pixels
+    /// converted.
+    void ExpectConverted(const CIccEngineS& engine, MiniTiff tiff, std::size_t bytes) {
+        const Bytes original = tiff.Build();
+        WriteFile(source_, original);
+        EXPECT_EQ(Run(engine), kLog);
+        if (source_ != dest_) {
+            EXPECT_THAT(ReadFile(source_), EqualsBytes(original)) << "the source is only read";
+        }
+        const auto end = tiff.pixels.begin() + static_cast<std::ptrdiff_t>(bytes);
+        const Bytes run = ReferenceRun(engine, Bytes(tiff.pixels.begin(), end));
+        std::copy(run.begin(), run.end(), tiff.pixels.begin());
+        tiff.icc.clear();
+        EXPECT_THAT(ReadFile(dest_), EqualsBytes(tiff.Build()));
+    }
+    static Bytes Pixels(std::size_t bytes) {
+        Bytes pixels = SomePixels(bytes / 3 + 1, false);
+        pixels.resize(bytes);
+        return pixels;
+    }
 
     TempDir dir_;
     std::string source_ = dir_.File("source.tif");
@@ -33,149 +59,193 @@ protected:
     std::unique_ptr<CIccEngineS> wide_ = MakeHandEngine(true);
 };
 
-Bytes AsBytes(const Samples& samples) { return Bytes(samples.begin(), samples.end()); }
-
-TEST_F(FileConversionTest, EightBitFileLosesItsProfileAndKeepsEveryOtherTag) {
-    const Samples samples = SomeSamples(3 * 7 * 5, 255);
-    MiniTiff tiff{7, 5, 3, 8, AsBytes(samples), Bytes(100, 0x49)};
-    WriteFile(source_, tiff.Build());
-    const Bytes original = ReadFile(source_);
-    EXPECT_EQ(Run(*narrow_), kLog);
-    tiff.icc.clear();
-    tiff.pixels = AsBytes(ReferenceRun(*narrow_, samples, 8));
-    EXPECT_EQ(Result(), tiff.Build());
-    EXPECT_EQ(ReadFile(source_), original) << "the source is only read";
+TEST_F(FileConversion, DropsTheProfileAndKeepsEveryOtherTag) {
+    ExpectConverted(*narrow_, {7, 5, 3, 8, Pixels(105), Bytes(100, 0x49)}, 105);
+    ExpectConverted(*wide_, {4, 9, 3, 16, Pixels(216), {}}, 216);
 }
 
-TEST_F(FileConversionTest, SixteenBitFile) {
-    const Samples samples = SomeSamples(3 * 4 * 9, 65535);
-    MiniTiff tiff{4, 9, 3, 16, WordBytes(samples), {}};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*wide_), kLog);
-    tiff.pixels = WordBytes(ReferenceRun(*wide_, samples, 16));
-    EXPECT_EQ(Result(), tiff.Build());
-}
-
-TEST_F(FileConversionTest, SourceAndDestinationMayBeTheSameFile) {
-    const Samples samples = SomeSamples(3 * 6, 255);
-    MiniTiff tiff{3, 2, 3, 8, AsBytes(samples), Bytes(40, 0x49)};
-    WriteFile(source_, tiff.Build());
+TEST_F(FileConversion, MayWriteOverItsSource) {
     dest_ = source_;
-    EXPECT_EQ(Run(*narrow_), kLog);
-    tiff.icc.clear();
-    tiff.pixels = AsBytes(ReferenceRun(*narrow_, samples, 8));
-    EXPECT_EQ(Result(), tiff.Build());
+    ExpectConverted(*narrow_, {3, 2, 3, 8, Pixels(18), Bytes(40, 0x49)}, 18);
 }
 
-TEST_F(FileConversionTest, WidthFollowsTheEngineAndNotTheFile) {
-    // Sixteen-bit samples through an engine of bytes: the first width x height x 3 bytes change, one by one.
-    const Samples samples = SomeSamples(3 * 10, 65535);
-    MiniTiff tiff{5, 2, 3, 16, WordBytes(samples), {}};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*narrow_), kLog);
-    const Samples half(tiff.pixels.begin(), tiff.pixels.begin() + 30);
-    const Bytes converted = AsBytes(ReferenceRun(*narrow_, half, 8));
-    std::copy(converted.begin(), converted.end(), tiff.pixels.begin());
-    EXPECT_EQ(Result(), tiff.Build());
-}
-
-TEST_F(FileConversionTest, AnImageTooSmallForTheEngineIsConvertedAsFarAsItGoes) {
+TEST_F(FileConversion, TakesTheWidthOfTheSamplesFromTheEngine) {
+    // Words through an engine of bytes: the first width x height x 3 bytes change, one by one.
+    ExpectConverted(*narrow_, {5, 2, 3, 16, Pixels(60), {}}, 30);
     // Bytes through an engine of words: 10 pixels of 3 bytes hold 5 pixels of 6.
-    const Samples samples = SomeSamples(3 * 10, 255);
-    MiniTiff tiff{5, 2, 3, 8, AsBytes(samples), {}};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*wide_), kLog);
-    tiff.pixels = WordBytes(ReferenceRun(*wide_, WordsAt(tiff.pixels.data(), 15), 16));
-    EXPECT_EQ(Result(), tiff.Build());
-}
-
-TEST_F(FileConversionTest, AGreyImageIsTakenAsColourAsFarAsItGoes) {
-    const Samples samples = SomeSamples(25, 255);
-    MiniTiff tiff{5, 5, 1, 8, AsBytes(samples), {}};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*narrow_), kLog);
-    // 25 bytes: 8 pixels, and one byte that stays.
-    tiff.pixels = AsBytes(ReferenceRun(*narrow_, samples, 8));
-    EXPECT_EQ(tiff.pixels.back(), samples.back());
-    EXPECT_EQ(Result(), tiff.Build());
-}
-
-TEST_F(FileConversionTest, DimensionsBeyondTheImageAreBoundedByIt) {
-    const Samples samples = SomeSamples(12, 255);
-    MiniTiff tiff{70000, 70000, 3, 8, AsBytes(samples), {}};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*narrow_), kLog);
-    tiff.pixels = AsBytes(ReferenceRun(*narrow_, samples, 8));
-    EXPECT_EQ(Result(), tiff.Build());
-}
-
-TEST_F(FileConversionTest, PixelsBeyondTheDimensionsStay) {
-    const Samples samples = SomeSamples(30, 255);
-    MiniTiff tiff{2, 3, 3, 8, AsBytes(samples), {}};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*narrow_), kLog);
-    const Samples inside = ReferenceRun(*narrow_, Samples(samples.begin(), samples.begin() + 18), 8);
-    std::copy(inside.begin(), inside.end(), tiff.pixels.begin());
-    EXPECT_EQ(Result(), tiff.Build());
-}
-
-TEST_F(FileConversionTest, AFileOfNoPixelsIsSavedAndAllLinesArePrinted) {
-    for (const auto& [width, height] : {std::pair{0U, 0U}, std::pair{5U, 0U}, std::pair{0U, 5U}}) {
-        MiniTiff tiff{width, height, 3, 8, {}, Bytes(30, 0x49)};
-        WriteFile(source_, tiff.Build());
-        EXPECT_EQ(Run(*narrow_), kLog);
-        tiff.icc.clear();
-        EXPECT_EQ(Result(), tiff.Build());
+    ExpectConverted(*wide_, {5, 2, 3, 8, Pixels(30), {}}, 30);
+    // Encodings that only `SetIntent` stores: a pixel of theirs is three bytes, in a file as in memory.
+    for (const int input : {2, 3, 5, 9, 65534, 65535, -1, INT_MIN}) {
+        narrow_->Unit.InputSpace = Space(input);
+        ExpectConverted(*narrow_, {7, 5, 3, 8, Pixels(105), {}}, 105);
     }
 }
 
-TEST_F(FileConversionTest, AMissingSourceLeavesAnEmptyDestination) {
+TEST_F(FileConversion, ConvertsWholePixelsThatBothTheDimensionsAndTheImageHold) {
+    // Grey, taken as colour: 25 bytes are 8 pixels and one byte that stays.
+    ExpectConverted(*narrow_, {5, 5, 1, 8, Pixels(25), {}}, 24);
+    // Dimensions beyond the image, and pixels beyond the dimensions.
+    ExpectConverted(*narrow_, {70000, 70000, 3, 8, Pixels(12), {}}, 12);
+    ExpectConverted(*narrow_, {2, 3, 3, 8, Pixels(30), {}}, 18);
+    for (const auto& [width, height] : {std::pair{0U, 0U}, {5U, 0U}, {0U, 5U}}) {
+        ExpectConverted(*narrow_, {width, height, 3, 8, {}, Bytes(30, 0x49)}, 0);
+    }
+}
+
+TEST_F(FileConversion, CopiesThePixelsWithoutTables) {
+    const auto engine = std::make_unique<CIccEngineS>();
+    ExpectConverted(*engine, {2, 2, 3, 8, Bytes(12, 0x31), Bytes(20, 0x49)}, 0);
+}
+
+TEST_F(FileConversion, EmptiesTheDestinationOfAMissingSource) {
     for (const auto* engine : {narrow_.get(), wide_.get()}) {
-        EXPECT_EQ(Run(*engine), "*** " + source_ + " Open Error. ***\n" + kLog + kEmptyList);
-        EXPECT_EQ(Result(), Bytes());
-        std::filesystem::remove(dest_);
+        for (const bool older : {false, true}) {
+            if (older) WriteFile(dest_, Bytes(100, 1));
+            EXPECT_EQ(Run(*engine), "*** " + source_ + " Open Error. ***\n" + kLog + kEmptyList);
+            EXPECT_EQ(ReadFile(dest_), Bytes());
+            std::filesystem::remove(dest_);
+        }
     }
 }
 
-TEST_F(FileConversionTest, AMissingSourceTruncatesAnOlderDestination) {
-    WriteFile(dest_, Bytes(100, 1));
-    EXPECT_EQ(Run(*narrow_), "*** " + source_ + " Open Error. ***\n" + kLog + kEmptyList);
-    EXPECT_EQ(Result(), Bytes());
-}
-
-TEST_F(FileConversionTest, ARefusedHeaderGoesOnAsAMissingSourceButSilently) {
-    const MiniTiff tiff{1, 1, 3, 8, {1, 2, 3}, {}};
-    Bytes motorola = tiff.Build();
+TEST_F(FileConversion, TakesARefusedHeaderForAMissingSourceButSilently) {
+    Bytes motorola = MiniTiff{1, 1, 3, 8, {1, 2, 3}, {}}.Build();
     motorola[0] = motorola[1] = 'M';
     WriteFile(source_, motorola);
     EXPECT_EQ(Run(*narrow_), kLog + kEmptyList);
-    EXPECT_EQ(Result(), Bytes());
+    EXPECT_EQ(ReadFile(dest_), Bytes());
 }
 
-TEST_F(FileConversionTest, ADestinationThatCannotBeOpenedPrintsNothing) {
-    const MiniTiff tiff{1, 1, 3, 8, {1, 2, 3}, {}};
-    WriteFile(source_, tiff.Build());
+TEST_F(FileConversion, PrintsNothingOfADestinationThatCannotBeOpened) {
+    WriteFile(source_, MiniTiff{1, 1, 3, 8, {1, 2, 3}, {}}.Build());
     dest_ = dir_.File("absent/dest.tif");
     EXPECT_EQ(Run(*narrow_), kLog);
     EXPECT_FALSE(std::filesystem::exists(dest_));
 }
 
-TEST_F(FileConversionTest, AnEngineWithoutTablesCopiesThePixels) {
-    const auto engine = std::make_unique<CIccEngineS>();
-    MiniTiff tiff{2, 2, 3, 8, Bytes(12, 0x31), Bytes(20, 0x49)};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*engine), kLog);
-    tiff.icc.clear();
-    EXPECT_EQ(Result(), tiff.Build());
+/// Takes the place of the standard output, of the streams' as well as of stdio's. Calls `onPiece` with the number of
+/// the piece, from 1 on, each time that one is flushed.
+class OutputWatch : std::streambuf {
+public:
+    explicit OutputWatch(std::function<void(std::size_t)> onPiece) : onPiece_(std::move(onPiece)) {
+        std::cout.flush();
+        std::fflush(stdout);
+        cookie_io_functions_t functions{};
+        functions.write = [](void* watch, const char* text, std::size_t size) {
+            static_cast<OutputWatch*>(watch)->Take(std::string(text, size));
+            return static_cast<ssize_t>(size);
+        };
+        stream_ = fopencookie(this, "w", functions);
+        if (stream_ == nullptr) throw std::runtime_error("no stream");
+        stdout = stream_;
+        std::cout.rdbuf(this);
+    }
+    OutputWatch(const OutputWatch&) = delete;
+    OutputWatch& operator=(const OutputWatch&) = delete;
+    ~OutputWatch() override {
+        std::cout.rdbuf(before_);
+        stdout = beforeStream_;
+        std::fclose(stream_);
+    }
+    const std::vector<std::string>& Pieces() const { return pieces_; }
+
+private:
+    int_type overflow(int_type c) override {
+        if (c != traits_type::eof()) pending_.push_back(static_cast<char>(c));
+        return traits_type::not_eof(c);
+    }
+    int sync() override {
+        Take(std::exchange(pending_, {}));
+        return 0;
+    }
+    void Take(const std::string& piece) {
+        if (piece.empty()) return;
+        pieces_.push_back(piece);
+        onPiece_(pieces_.size());
+    }
+
+    std::function<void(std::size_t)> onPiece_;
+    std::streambuf* before_ = std::cout.rdbuf();
+    std::FILE* beforeStream_ = stdout;
+    std::FILE* stream_ = nullptr;
+    std::string pending_;
+    std::vector<std::string> pieces_;
+};
+
+/// Each test acts while one of the three lines is written. True: 16-bit samples, in the file and in the engine.
+class FileConversionOrder : public testing::TestWithParam<bool> {
+protected:
+    FileConversionOrder() { WriteFile(source_, image_.Build()); }
+    /// The file that must come of it through the tables as they are now.
+    Bytes Expected() const {
+        MiniTiff image = image_;
+        image.icc.clear();
+        image.pixels = ReferenceRun(*engine_, image.pixels);
+        return image.Build();
+    }
+    /// Other output tables, so that every sample comes out as another.
+    void ChangeTables() {
+        for (auto* table : {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB}) {
+            for (std::uint32_t v = 0; v < 65536; ++v) table[v] ^= 0x5a5aU;
+        }
+    }
+    /// Converts the file and calls `act` while line number `line` is written.
+    void Convert(std::size_t line, const std::function<void()>& act) {
+        std::vector<std::string> pieces;
+        {
+            OutputWatch watch([&](std::size_t piece) {
+                if (piece == line) act();
+            });
+            engine_->Conversion(source_.c_str(), dest_.c_str());
+            pieces = watch.Pieces();
+        }
+        EXPECT_EQ(pieces, kLines) << "each line is flushed by itself";
+    }
+
+    const bool wide_ = GetParam();
+    const MiniTiff image_{7, 5, 3, wide_ ? 16U : 8U, SomePixels(35, wide_), Bytes(30, 0x49)};
+    std::unique_ptr<CIccEngineS> engine_ = MakeHandEngine(wide_);
+    TempDir dir_;
+    std::string source_ = dir_.File("source.tif");
+    std::string dest_ = dir_.File("dest.tif");
+};
+
+TEST_P(FileConversionOrder, ReadsTheSourceBeforeTheFirstLine) {
+    const Bytes expected = Expected();
+    Convert(1, [&] { WriteFile(source_, Bytes(1000, 7)); });
+    EXPECT_THAT(ReadFile(dest_), EqualsBytes(expected));
+    WriteFile(source_, image_.Build());
+    Convert(1, [&] { std::filesystem::remove(source_); });
+    EXPECT_THAT(ReadFile(dest_), EqualsBytes(expected));
 }
 
-TEST_F(FileConversionTest, EachCallPrintsTheSameCounts) {
-    const MiniTiff tiff{1, 1, 3, 8, {1, 2, 3}, {}};
-    WriteFile(source_, tiff.Build());
-    EXPECT_EQ(Run(*narrow_), kLog);
-    EXPECT_EQ(Run(*narrow_), kLog);
-    EXPECT_EQ(Run(*wide_), kLog);
+TEST_P(FileConversionOrder, ConvertsBetweenTheFirstAndTheSecondLine) {
+    Convert(1, [&] { ChangeTables(); });
+    const Bytes expected = Expected();
+    EXPECT_THAT(ReadFile(dest_), EqualsBytes(expected));
+    Convert(2, [&] { ChangeTables(); });
+    ASSERT_NE(Expected(), expected);
+    EXPECT_THAT(ReadFile(dest_), EqualsBytes(expected));
 }
+
+TEST_P(FileConversionOrder, SavesAfterTheLastLine) {
+    const Bytes older(10, 1);
+    for (std::size_t line = 1; line <= 3; ++line) {
+        SCOPED_TRACE(line);
+        std::filesystem::remove(dest_);
+        bool there = true;
+        Convert(line, [&] { there = std::filesystem::exists(dest_); });
+        EXPECT_FALSE(there);
+        WriteFile(dest_, older);
+        Bytes found;
+        Convert(line, [&] { found = ReadFile(dest_); });
+        EXPECT_EQ(found, older);
+        EXPECT_THAT(ReadFile(dest_), EqualsBytes(Expected()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Widths, FileConversionOrder, testing::Bool(),
+                         [](const auto& param) { return std::string(param.param ? "Words" : "Bytes"); });
 
 }  // namespace
 }  // namespace hueweave::test

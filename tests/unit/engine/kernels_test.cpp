@@ -1,30 +1,38 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Every pixel loop that this processor can run against the one that goes pixel by pixel.
+// Every pixel loop that this processor can run against the one that goes pixel by pixel, and the entries that they look
+// up in the output tables.
 #include "engine/kernels/Kernels.h"
 
 #include <cmath>
-#include <cstring>
 
-#include "support/ProfileBuilder.h"
 #include "unit/engine/HandTables.h"
 
 namespace hueweave::test {
 namespace {
 
 using ICC40::ICC_ENG_S4::Kernel;
-using ICC40::ICC_ENG_S4::Kernels;
 using ICC40::ICC_ENG_S4::kPlainKernel;
 
 constexpr int kSpaces[] = {8,  9,  10, 11, 12, 13, 20, 21, 22, 23, 24, 25,
                            26, 27, 28, 29, 30, 31, 34, 35, 36, 37, 38, 39};
 constexpr std::size_t kPixelsASpace = 240000;  // and width: 11.5 million in all
 
-ICC40::ICC_ENG_S4::Stages Borrow(const CIccEngineS& engine) {
-    return {{engine.Lut1DInR.get(), engine.Lut1DInG.get(), engine.Lut1DInB.get()},
-            &engine.Lut3D[0][0],
-            {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}};
+/// `pixels` pixels from `source` to `dest` through the tables of an engine, by its input encoding.
+void RunKernel(const Kernel& kernel, const CIccEngineS& engine, const unsigned char* source, unsigned char* dest,
+               std::int64_t pixels) {
+    const ICC40::ICC_ENG_S4::Stages stages{{engine.Lut1DInR.get(), engine.Lut1DInG.get(), engine.Lut1DInB.get()},
+                                           &engine.Lut3D[0][0],
+                                           {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}};
+    (engine.Unit.InputSpace == 1 ? kernel.words : kernel.bytes)(stages, source, dest, pixels);
+}
+
+Bytes Converted(const Kernel& kernel, const CIccEngineS& engine, const Bytes& pixels) {
+    Bytes result(pixels.size(), 0xa5);
+    RunKernel(kernel, engine, pixels.data(), result.data(),
+              static_cast<std::int64_t>(pixels.size() / PixelBytes(engine.Unit.InputSpace == 1)));
+    return result;
 }
 
 /// A third random, a third like a photograph (slow changes and noise), a third of values on and beside the grid's
@@ -52,20 +60,14 @@ Bytes Picture(bool wide, std::uint32_t seed) {
     return bytes;
 }
 
-Bytes Converted(const Kernel& kernel, const CIccEngineS& engine, const Bytes& pixels, bool wide) {
-    Bytes result(pixels.size(), 0xa5);
-    const auto count = static_cast<std::int64_t>(pixels.size() / (wide ? 6 : 3));
-    (wide ? kernel.words : kernel.bytes)(Borrow(engine), pixels.data(), result.data(), count);
-    return result;
-}
-
 TEST(Kernels, StartWithThePlainOne) {
-    ASSERT_FALSE(Kernels().empty());
-    EXPECT_EQ(Kernels().front(), &kPlainKernel);
+    const auto kernels = ICC40::ICC_ENG_S4::Kernels();
+    ASSERT_FALSE(kernels.empty());
+    EXPECT_EQ(kernels.front(), &kPlainKernel);
 #if defined(__x86_64__)
-    ASSERT_GE(Kernels().size(), 2U);
-    EXPECT_STREQ(Kernels()[1]->name, "sse2");
-    EXPECT_EQ(Kernels().size() == 3, __builtin_cpu_supports("avx2") != 0);
+    ASSERT_GE(kernels.size(), 2U);
+    EXPECT_STREQ(kernels[1]->name, "sse2");
+    EXPECT_EQ(kernels.size() == 3, __builtin_cpu_supports("avx2") != 0);
 #endif
 }
 
@@ -84,92 +86,132 @@ TEST_P(KernelOverSpaces, GivesThePlainResult) {
     ASSERT_EQ(engine->Unit.OutputSpace, Space(space));
 
     const Bytes pixels = Picture(wide, static_cast<std::uint32_t>(space));
-    const Bytes expected = Converted(kPlainKernel, *engine, pixels, wide);
+    const Bytes expected = Converted(kPlainKernel, *engine, pixels);
     ASSERT_NE(expected, Bytes(pixels.size(), 0xa5));
-    for (const Kernel* kernel : Kernels()) {
-        EXPECT_TRUE(Converted(*kernel, *engine, pixels, wide) == expected) << kernel->name;
+    for (const Kernel* kernel : ICC40::ICC_ENG_S4::Kernels()) {
+        EXPECT_THAT(Converted(*kernel, *engine, pixels), EqualsBytes(expected)) << kernel->name;
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(All, KernelOverSpaces, testing::Combine(testing::ValuesIn(kSpaces), testing::Bool()));
 
-/// The width of the samples.
-class KernelRuns : public testing::TestWithParam<bool> {};
+/// Each pixel loop of each width.
+class KernelRuns : public testing::TestWithParam<std::tuple<const Kernel*, bool>> {
+protected:
+    const Kernel& kernel_ = *std::get<0>(GetParam());
+    const bool wide_ = std::get<1>(GetParam());
+    const std::unique_ptr<CIccEngineS> engine_ = MakeHandEngine(wide_);
+};
 
 TEST_P(KernelRuns, OfEveryLengthAtEveryAddressWriteTheirPixelsAlone) {
-    const bool wide = GetParam();
-    const std::size_t pixel = wide ? 6 : 3;
-    const auto engine = MakeHandEngine(wide);
-    for (const Kernel* kernel : Kernels()) {
-        for (std::size_t length = 0; length <= 200; ++length) {
-            for (std::size_t shift = 0; shift < 4; ++shift) {
-                // The source ends where its vector does, so that a sanitizer sees a byte read past it.
-                Bytes source(shift + length * pixel);
-                Lcg random(static_cast<std::uint32_t>(length * 4 + shift));
-                for (auto& byte : source) byte = static_cast<unsigned char>(random.Next());
-                Bytes dest(source.size() + 16, 0x5a), expected = dest;
-                const auto run = [&](const Kernel& k, Bytes& to) {
-                    (wide ? k.words : k.bytes)(Borrow(*engine), source.data() + shift, to.data() + shift,
-                                               static_cast<std::int64_t>(length));
-                };
-                run(kPlainKernel, expected);
-                run(*kernel, dest);
-                ASSERT_EQ(dest, expected) << kernel->name << ", " << length << " pixels at " << shift;
-            }
+    for (std::size_t length = 0; length <= 200; ++length) {
+        for (std::size_t shift = 0; shift < 4; ++shift) {
+            // The source ends where its vector does, so that a sanitizer sees a byte read past it.
+            Bytes source(shift + length * PixelBytes(wide_));
+            Lcg random(static_cast<std::uint32_t>(length * 4 + shift));
+            for (auto& byte : source) byte = static_cast<unsigned char>(random.Next());
+            Bytes dest(source.size() + 16, 0x5a), expected = dest;
+            const auto count = static_cast<std::int64_t>(length);
+            RunKernel(kPlainKernel, *engine_, source.data() + shift, expected.data() + shift, count);
+            RunKernel(kernel_, *engine_, source.data() + shift, dest.data() + shift, count);
+            ASSERT_EQ(dest, expected) << length << " pixels at " << shift;
         }
     }
 }
 
 TEST_P(KernelRuns, OfFewerThanOnePixelAreNone) {
-    const auto engine = MakeHandEngine(GetParam());
-    for (const Kernel* kernel : Kernels()) {
-        for (std::int64_t count : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{INT32_MIN}}) {
-            Bytes bytes(600, 0x11);
-            (GetParam() ? kernel->words : kernel->bytes)(Borrow(*engine), bytes.data(), bytes.data(), count);
-            EXPECT_EQ(bytes, Bytes(600, 0x11)) << kernel->name;
+    for (std::int64_t count : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{INT32_MIN}}) {
+        Bytes bytes(600, 0x11);
+        RunKernel(kernel_, *engine_, bytes.data(), bytes.data(), count);
+        EXPECT_EQ(bytes, Bytes(600, 0x11)) << count;
+    }
+}
+
+TEST_P(KernelRuns, InPlaceFollowTheFormula) {
+    Bytes bytes = SomePixels(1000, wide_);
+    const Bytes expected = ReferenceRun(*engine_, bytes);
+    RunKernel(kernel_, *engine_, bytes.data(), bytes.data(), 1000);
+    EXPECT_THAT(bytes, EqualsBytes(expected));
+}
+
+const auto kKernels = ICC40::ICC_ENG_S4::Kernels();
+INSTANTIATE_TEST_SUITE_P(Every, KernelRuns,
+                         testing::Combine(testing::ValuesIn(kKernels.begin(), kKernels.end()), testing::Bool()),
+                         [](const auto& row) {
+                             return std::get<0>(row.param)->name +
+                                    std::string(std::get<1>(row.param) ? "Words" : "Bytes");
+                         });
+
+// What the pixel loops look up in the output tables is always an entry of theirs: a value between the corners of its
+// cell, whatever the corners and the fractions are.
+
+/// Every fraction on every axis, with each of the others at 0, alike, one beside it, or at the top.
+std::vector<std::uint16_t> EveryFraction() {
+    std::vector<std::uint16_t> samples;
+    const auto sample = [](int fraction) { return static_cast<std::uint16_t>(fraction < 0 ? 0 : fraction); };
+    for (int f = 0; f < 4096; ++f) {
+        for (const int second : {0, f, f - 1, 4095}) {
+            for (const int third : {0, f, f - 1, 4095}) {
+                const std::uint16_t a = sample(f), b = sample(second), c = sample(third);
+                samples.insert(samples.end(), {a, b, c, b, a, c, b, c, a});
+            }
+        }
+    }
+    return samples;
+}
+
+/// 85 cells whose corners are `low` or `high`: corner number 4 red + 2 green + blue of a channel is `high` where that
+/// bit of 3 times the cell's number, plus the channel, is set.
+std::vector<ReferenceCell> CellsBetween(int low, int high) {
+    // Every other cell on each axis, so that no two share a corner.
+    const auto place = [](unsigned n) { return std::array{n / 64 * 2, n / 8 % 8 * 2, n % 8 * 2}; };
+    std::vector<ReferenceNode> nodes(std::size_t{17} * 17 * 17);
+    for (unsigned n = 0; n < 85; ++n) {
+        const auto [i, j, k] = place(n);
+        for (unsigned corner = 0; corner < 8; ++corner) {
+            ReferenceNode& node = nodes[((i + corner / 4) * 17 + j + corner / 2 % 2) * 17 + k + corner % 2];
+            for (unsigned channel = 0; channel < 3; ++channel) {
+                node[channel] = (3 * n + channel) >> corner & 1U ? high : low;
+            }
+        }
+    }
+    const std::vector<ReferenceCell> all = CellStage(nodes);
+    std::vector<ReferenceCell> cells;
+    for (unsigned n = 0; n < 85; ++n) {
+        const auto [i, j, k] = place(n);
+        cells.push_back(all[i * 256 + j * 16 + k]);
+    }
+    return cells;
+}
+
+class IndexBounds : public testing::TestWithParam<const Kernel*> {};
+
+TEST_P(IndexBounds, LieBetweenTheCornersOfTheCell) {
+    std::vector<std::uint32_t> input(65536);
+    for (std::uint32_t i = 0; i < 4096; ++i) input[i] = i;  // the first cell, and the sample as the fraction
+    const std::vector<std::uint16_t> samples = EveryFraction(), inside(samples.size(), 1);
+    std::vector<std::uint16_t> result(samples.size());
+    // Corners at the two ends of what a grid holds, and close together between them.
+    for (const auto& [low, high] : {std::pair{0, 65280}, {0, 65535}, {255, 256}, {30000, 30001}}) {
+        // Entries 1 for the indices from `low` to `high`, 0 for the others and for 65536 indices on either side.
+        std::vector<std::uint32_t> output(std::size_t{3} << 16);
+        std::fill(output.begin() + 65536 + low, output.begin() + 65536 + high + 1, 1U);
+        for (const ReferenceCell& cell : CellsBetween(low, high)) {
+            std::int32_t records[6][3][4];
+            std::memcpy(records, cell.data(), sizeof records);
+            const std::uint32_t* const in = input.data();
+            const std::uint32_t* const out = output.data() + 65536;
+            GetParam()->words(
+                {{in, in, in}, records, {out, out, out}}, reinterpret_cast<const unsigned char*>(samples.data()),
+                reinterpret_cast<unsigned char*>(result.data()), static_cast<std::int64_t>(samples.size() / 3));
+            if (result == inside) continue;  // quicker than the matcher, which says where
+            ASSERT_THAT(result, EqualTo(inside)) << low << " and " << high;
         }
     }
 }
 
-TEST_P(KernelRuns, InPlaceGiveTheSame) {
-    const bool wide = GetParam();
-    const auto engine = MakeHandEngine(wide);
-    const Bytes source = WordBytes(SomeSamples(3000, 65535));
-    const auto count = static_cast<std::int64_t>(source.size() / (wide ? 6 : 3));
-    const Bytes expected = Converted(kPlainKernel, *engine, source, wide);
-    for (const Kernel* kernel : Kernels()) {
-        Bytes bytes = source;
-        (wide ? kernel->words : kernel->bytes)(Borrow(*engine), bytes.data(), bytes.data(), count);
-        EXPECT_EQ(bytes, expected) << kernel->name;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Widths, KernelRuns, testing::Bool());
-
-/// How many bytes the destination lies behind the source.
-class OverlappingRun : public testing::TestWithParam<std::ptrdiff_t> {};
-
-TEST_P(OverlappingRun, IsConvertedPixelByPixel) {
-    constexpr std::size_t kPixels = 700;
-    constexpr std::size_t kMargin = 6 * 800;
-    const auto engine = MakeHandEngine(true);
-    Bytes memory(2 * kMargin + 6 * kPixels);
-    Lcg random(7);
-    for (auto& byte : memory) byte = static_cast<unsigned char>(random.Next());
-    Bytes expected = memory;
-    const auto at = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(kMargin) + GetParam());
-    for (std::size_t p = 0; p < kPixels; ++p) {
-        const Samples in = WordsAt(expected.data() + kMargin + 6 * p, 3);
-        const Bytes out = WordBytes(ReferenceRun(*engine, in, 16));
-        std::memcpy(expected.data() + at + 6 * p, out.data(), 6);
-    }
-    engine->Conversion(memory.data() + kMargin, memory.data() + at, static_cast<int>(kPixels));
-    EXPECT_EQ(memory, expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Distances, OverlappingRun,
-                         testing::Values(-4800, -4200, -390, -6, -5, -1, 0, 1, 2, 5, 6, 7, 384, 389, 4194, 4199, 4200,
-                                         4800));
+INSTANTIATE_TEST_SUITE_P(Every, IndexBounds, testing::ValuesIn(kKernels.begin(), kKernels.end()),
+                         [](const auto& row) { return std::string(row.param->name); });
 
 }  // namespace
 }  // namespace hueweave::test

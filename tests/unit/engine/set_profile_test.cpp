@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
+//
+// Binding a profile by its path: when the file is read, what is refused, and what a call leaves behind.
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <climits>
 #include <filesystem>
-#include <limits>
 
 #include "unit/engine/EngineFixture.h"
 
@@ -34,9 +36,9 @@ private:
     int descriptor_;
 };
 
-class SetProfileTest : public EngineTest {};
+class SetProfile : public EngineTest {};
 
-TEST_F(SetProfileTest, AReadyEngineHoldsWhatItWasGiven) {
+TEST_F(SetProfile, HoldsWhatItWasGiven) {
     const std::string path = PutSmooth();
     EXPECT_EQ(Bind(path, 2, 1, 23), 0);
     EXPECT_EQ(engine().Unit.ProfileState, 0);
@@ -49,7 +51,7 @@ TEST_F(SetProfileTest, AReadyEngineHoldsWhatItWasGiven) {
     EXPECT_EQ(engine().File.tagList.size(), 2U);
 }
 
-TEST_F(SetProfileTest, BuildResultIsTheOutputSpaceAlsoForTheAliases) {
+TEST_F(SetProfile, NamesTheOutputSpaceAsTheResultAlsoForAliases) {
     const std::string path = PutSmooth();
     ASSERT_EQ(Bind(path, 0, 0, 12), 0);
     EXPECT_EQ(Status(), "12/12");
@@ -57,87 +59,44 @@ TEST_F(SetProfileTest, BuildResultIsTheOutputSpaceAlsoForTheAliases) {
     EXPECT_EQ(Status(), "13/13");
 }
 
-TEST_F(SetProfileTest, TheSecondNameIsDropped) {
-    const std::string path = PutSmooth();
-    EXPECT_EQ(engine().SetProfile(path.c_str(), "anything", IntentOf(0), Space(0), Space(8), 1.0, 2.0, 3.0), 0);
-    EXPECT_EQ(engine().Unit.SecondName, nullptr);
-    EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(Table(TagName("A2B0")), 1.0, 2.0, 3.0, 8));
-    OpenCounter opens(path);
-    EXPECT_EQ(engine().SetProfile(path.c_str(), nullptr, IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
-    EXPECT_EQ(engine().SetProfile(path.c_str(), "other", IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
-    EXPECT_EQ(opens.Take(), 0) << "the second name counts for nothing in the test for a change";
-}
+// What is a change, and reads the file.
 
-TEST_F(SetProfileTest, TheSameCallReadsTheFileOnce) {
+TEST_F(SetProfile, ReadsTheFileForEachChangeOfTheJobAlone) {
     const std::string path = PutSmooth();
     OpenCounter opens(path);
     ASSERT_EQ(Bind(path, 0, 0, 8), 0);
     EXPECT_EQ(opens.Take(), 1);
-    EXPECT_EQ(Bind(path, 0, 0, 8), 0);
-    EXPECT_EQ(opens.Take(), 0);
-    // Any argument that differs reads again.
-    ASSERT_EQ(Bind(path, 1, 0, 8), 0);
-    EXPECT_EQ(opens.Take(), 1);
-    ASSERT_EQ(Bind(path, 1, 1, 8), 0);
-    EXPECT_EQ(opens.Take(), 1);
-    ASSERT_EQ(Bind(path, 1, 1, 9), 0);
-    EXPECT_EQ(opens.Take(), 1);
-}
-
-TEST_F(SetProfileTest, ARefusedInputEncodingOpensNoFile) {
-    const std::string path = PutSmooth();
-    OpenCounter opens(path);
-    for (const int input : {2, 3, 8, 65535, -1, std::numeric_limits<std::int32_t>::min()}) {
-        ASSERT_EQ(Bind(path, 1, 0, 8), 0);
+    for (const auto& [intent, input, output] : {std::array{1, 0, 8}, {0, 1, 8}, {0, 0, 9}, {0, 0, 12}}) {
+        SCOPED_TRACE(testing::Message() << intent << " " << input << " " << output);
+        ASSERT_EQ(Bind(path, intent, input, output), 0);
         EXPECT_EQ(opens.Take(), 1);
-        engine().Adjust_Lch(5.0, 6.0, 7.0);
-
-        EXPECT_EQ(Bind(path, 2, input, 9), 65530) << input;
-
-        EXPECT_EQ(opens.Take(), 0) << input;
-        EXPECT_EQ(Status(), "65535/65535");
-        EXPECT_EQ(engine().Unit.InputSpace, input);
-        EXPECT_EQ(engine().Unit.Intent, 2);
-        EXPECT_EQ(engine().Unit.ProfileState, 0);
-        EXPECT_EQ(engine().Unit.Lightness, 0);
-        EXPECT_EQ(engine().Unit.Chroma, 0);
-        EXPECT_EQ(engine().Unit.Hue, 0);
-        EXPECT_EQ(engine().Lut1DInR, nullptr);
-        EXPECT_TRUE(engine().File.tagList.empty()) << "the profile before is gone";
+        ASSERT_EQ(Bind(path, intent, input, output), 0);
+        EXPECT_EQ(opens.Take(), 0);
+        ASSERT_EQ(Bind(path, 0, 0, 8), 0);
+        EXPECT_EQ(opens.Take(), 1);
     }
 }
 
-TEST_F(SetProfileTest, AFileThatCannotBeOpenedDestroysWhatWasThere) {
-    ASSERT_EQ(Bind(PutSmooth(), 1, 1, 9), 0);
-    const std::string absent = dir_.File("absent.icc");
-    EXPECT_EQ(Bind(absent, 3, 0, 20), 65531);
-    EXPECT_EQ(Status(), "65535/65535");
-    EXPECT_EQ(engine().Unit.InputSpace, 0);
-    EXPECT_EQ(engine().Unit.Intent, 3);
-    EXPECT_EQ(engine().Unit.ProfileState, 0);
-    EXPECT_EQ(engine().Lut1DInR, nullptr);
-    EXPECT_TRUE(engine().File.tagList.empty());
-    EXPECT_STREQ(engine().Unit.ProfileName.get(), absent.c_str());
+TEST_F(SetProfile, ComparesPathsAsText) {
+    const std::string path = PutSmooth();
+    const std::string detour = dir_.Path() + "/./smooth.icc";
+    OpenCounter opens(path);
+    for (const std::string& text : {path, detour, path}) {
+        EXPECT_EQ(Bind(text, 0, 0, 8), 0);
+        EXPECT_EQ(opens.Take(), 1);
+        EXPECT_STREQ(engine().Unit.ProfileName.get(), text.c_str());
+    }
 }
 
-TEST_F(SetProfileTest, AFailedCallIsTriedAgain) {
-    const std::string path = dir_.File("late.icc");
-    EXPECT_EQ(Bind(path, 0, 0, 8), 65531);
-    EXPECT_EQ(Bind(path, 0, 0, 8), 65531);
-    Put("late.icc", {{"A2B0", Mft2(SmoothLut())}});
-    EXPECT_EQ(Bind(path, 0, 0, 8), 0);
-    EXPECT_EQ(Status(), "8/8");
-}
-
-TEST_F(SetProfileTest, AChangedOrVanishedFileGoesUnnoticedUntilAnArgumentChanges) {
-    const std::string path = Put("one.icc", {{"A2B0", Mft2(MarkedLut(0x1111))}});
+TEST_F(SetProfile, OverlooksAChangedOrVanishedFileUntilAnArgumentChanges) {
+    const std::string path = PutMarked("one.icc", 0x1111);
     ASSERT_EQ(Bind(path, 0, 0, 8), 0);
     const Stages before = StagesOf(engine());
-    Put("one.icc", {{"A2B0", Mft2(MarkedLut(0x3333))}});
+    PutMarked("one.icc", 0x3333);
     EXPECT_EQ(Bind(path, 0, 0, 8), 0);
-    EXPECT_TRUE(StagesOf(engine()) == before);
+    ExpectStages(StagesOf(engine()), before);
     EXPECT_EQ(Bind(path, 0, 0, 20), 0);
-    EXPECT_EQ(InputOf(engine())[0][7], Packed(0x3333));
+    EXPECT_TRUE(SeesMark(0x3333));
     std::filesystem::remove(path);
     EXPECT_EQ(Bind(path, 0, 0, 20), 0);
     EXPECT_EQ(Status(), "20/20");
@@ -145,58 +104,95 @@ TEST_F(SetProfileTest, AChangedOrVanishedFileGoesUnnoticedUntilAnArgumentChanges
     EXPECT_EQ(Status(), "65535/65535");
 }
 
-TEST_F(SetProfileTest, AnotherPathToTheSameFileIsAChange) {
+TEST_F(SetProfile, ReadsTheFileEachTimeForARefusedSpace) {
     const std::string path = PutSmooth();
-    const std::string detour = dir_.Path() + "/./smooth.icc";
-    ASSERT_EQ(Bind(path, 0, 0, 8), 0);
     OpenCounter opens(path);
-    EXPECT_EQ(Bind(detour, 0, 0, 8), 0);
+    for (const int space : {14, 65535}) {
+        for (int call = 0; call < 2; ++call) {
+            ASSERT_EQ(Bind(path, 0, 0, space), 0);
+            EXPECT_EQ(Status(), "65535/65535");
+            EXPECT_EQ(opens.Take(), 1) << space;
+        }
+    }
+}
+
+TEST_F(SetProfile, ComparesWithTheJobOfSetIntent) {
+    const std::string path = PutSmooth();
+    ASSERT_EQ(Bind(path, 0, 0, 10), 0);
+    ASSERT_EQ(Rebind(1, 1, 11), 11);
+    ASSERT_EQ(engine().Adjust_Lch(4.0, 0.0, 0.0), 11);
+    OpenCounter opens(path);
+    EXPECT_EQ(Bind(path, 1, 1, 11), 0);
+    EXPECT_EQ(opens.Take(), 0);
+    EXPECT_EQ(Lch()[0], 4);
+    EXPECT_EQ(Bind(path, 0, 0, 10), 0);
+    EXPECT_EQ(opens.Take(), 1);
+    EXPECT_EQ(Lch()[0], 0);
+}
+
+TEST_F(SetProfile, ChangesNothingForTheSameCall) {
+    const std::string path = PutSmooth();
+    ASSERT_EQ(Bind(path, 0, 0, 8), 0);
+    ASSERT_EQ(Rebind(0, 0, 12), 12);
+    ASSERT_EQ(Status(), "12/8");
+    engine().Unit.ProfileState = 4711;
+    EXPECT_EQ(Bind(path, 0, 0, 12), 0);
+    EXPECT_EQ(Status(), "12/8");
+    EXPECT_EQ(engine().Unit.ProfileState, 4711) << "nothing is stored at all";
+}
+
+TEST_F(SetProfile, TakesAStoredEncodingThatItWouldRefuseAsUnchanged) {
+    const std::string path = PutMarked("a.icc", 0x1111);
+    ASSERT_EQ(Bind(path, 0, 0, 8), 0);
+    ASSERT_EQ(Rebind(0, 5, 8), 8);
+    PutMarked("a.icc", 0x2222);
+    // The test for a change comes before the test of the encoding.
+    EXPECT_EQ(Bind(path, 0, 5, 8), 0);
+    EXPECT_EQ(Status(), "8/8");
+    EXPECT_TRUE(SeesMark(0x1111));
+    // Any difference leads past it.
+    EXPECT_EQ(Bind(path, 1, 5, 8), 65530);
+    EXPECT_EQ(Status(), "65535/65535");
+}
+
+TEST_F(SetProfile, BuildsAgainAfterAReset) {
+    const std::string path = PutMarked("a.icc", 0x1111);
+    ASSERT_EQ(Bind(path, 0, 0, 8), 0);
+    engine().Reset();
+    // The same path, but no output space any more.
+    EXPECT_EQ(engine().Unit.CheckCurrentProfile(path.c_str(), nullptr), 0);
+    EXPECT_EQ(Bind(path, 0, 0, 8), 0);
+    EXPECT_EQ(Status(), "8/8");
+    EXPECT_TRUE(SeesMark(0x1111));
+}
+
+// Names.
+
+TEST_F(SetProfile, DropsTheSecondName) {
+    const std::string path = PutSmooth();
+    EXPECT_EQ(engine().SetProfile(path.c_str(), "anything", IntentOf(0), Space(0), Space(8), 1.0, 2.0, 3.0), 0);
+    EXPECT_EQ(engine().Unit.SecondName, nullptr);
+    ExpectGrid(ExpectedGrid(kA2B0, 8, {1.0, 2.0, 3.0}));
+    OpenCounter opens(path);
+    for (const char* second : {static_cast<const char*>(nullptr), "other"}) {
+        EXPECT_EQ(engine().SetProfile(path.c_str(), second, IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
+        EXPECT_EQ(opens.Take(), 0) << "it counts for nothing in the test for a change";
+    }
+    // One that is stored is dropped, which is a change.
+    ASSERT_EQ(engine().Unit.CheckCurrentProfile(path.c_str(), "second"), 1);
+    EXPECT_EQ(Bind(path, 0, 0, 8), 0);
+    EXPECT_EQ(engine().Unit.SecondName, nullptr);
     EXPECT_EQ(opens.Take(), 1);
     EXPECT_EQ(Bind(path, 0, 0, 8), 0);
-    EXPECT_EQ(opens.Take(), 1);
+    EXPECT_EQ(opens.Take(), 0);
 }
 
-TEST_F(SetProfileTest, ThePathIsRememberedEvenWhenTheInputEncodingIsRefused) {
-    const std::string path = PutSmooth();
-    ASSERT_EQ(Bind(path, 0, 2, 8), 65530);
-    EXPECT_STREQ(engine().Unit.ProfileName.get(), path.c_str());
-    // With the output space stored from elsewhere nothing differs any more, and the call that failed succeeds.
-    EXPECT_EQ(Rebind(0, 2, 8), 65535);
-    EXPECT_EQ(Bind(path, 0, 2, 8), 0);
-    EXPECT_EQ(Status(), "8/65535");
-    EXPECT_EQ(engine().Lut1DInR, nullptr);
-}
-
-TEST_F(SetProfileTest, ThePathIsRememberedEvenWhenTheFileIsAbsent) {
-    const std::string path = dir_.File("absent.icc");
-    ASSERT_EQ(Bind(path, 1, 0, 8), 65531);
-    EXPECT_EQ(Rebind(1, 0, 8), 65535);
-    EXPECT_EQ(Bind(path, 1, 0, 8), 0);
-    EXPECT_EQ(engine().Lut1DInR, nullptr);
-}
-
-TEST_F(SetProfileTest, ThePathIsRememberedWhenNothingElseChanges) {
-    // Another path with the same job reads; the job alone does not hold the old path.
-    const std::string first = PutSmooth("first.icc");
-    const std::string second = PutSmooth("second.icc");
-    ASSERT_EQ(Bind(first, 0, 0, 8), 0);
-    ASSERT_EQ(Bind(second, 0, 0, 8), 0);
-    EXPECT_STREQ(engine().Unit.ProfileName.get(), second.c_str());
-}
-
-TEST_F(SetProfileTest, ANullPathIsAFileThatCannotBeOpened) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 8), 0);
-    EXPECT_EQ(engine().SetProfile(nullptr, IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0), 65531);
-    EXPECT_EQ(Status(), "65535/65535");
-    EXPECT_EQ(engine().Unit.ProfileName, nullptr);
-}
-
-TEST_F(SetProfileTest, LongPathsAreRemembered) {
+TEST_F(SetProfile, RemembersLongPaths) {
     std::string folder = dir_.Path();
     for (int i = 0; i < 4; ++i) folder += "/" + std::string(60, static_cast<char>('a' + i));
     std::filesystem::create_directories(folder);
     const std::string path = folder + "/long.icc";
-    WriteFile(path, MiniProfile({{"A2B0", Mft2(SmoothLut())}}));
+    WriteFile(path, MiniProfile({{"A2B0", kA2B0}}));
     ASSERT_EQ(Bind(dir_.File("short.icc"), 0, 0, 8), 65531);
     EXPECT_EQ(Bind(path, 0, 0, 8), 0);
     EXPECT_STREQ(engine().Unit.ProfileName.get(), path.c_str());
@@ -206,89 +202,137 @@ TEST_F(SetProfileTest, LongPathsAreRemembered) {
     EXPECT_EQ(Bind(path + "x", 0, 0, 8), 65531);
 }
 
-TEST_F(SetProfileTest, ARebuildClearsTheAdjustmentAndTheSameCallKeepsIt) {
+TEST_F(SetProfile, RemembersThePathEvenWhenTheRestFails) {
+    // Of a file that is absent, and of an encoding that is refused.
+    const struct {
+        std::string path;
+        int input, result;
+    } rows[] = {{dir_.File("absent.icc"), 0, 65531}, {PutSmooth(), 2, 65530}};
+    for (const auto& row : rows) {
+        ASSERT_EQ(Bind(row.path, 1, row.input, 8), row.result);
+        EXPECT_STREQ(engine().Unit.ProfileName.get(), row.path.c_str());
+        // With the output space stored from elsewhere nothing differs any more, and the call that failed succeeds.
+        EXPECT_EQ(Rebind(1, row.input, 8), 65535);
+        EXPECT_EQ(Bind(row.path, 1, row.input, 8), 0);
+        EXPECT_EQ(Status(), "8/65535");
+        EXPECT_EQ(engine().Lut1DInR, nullptr);
+    }
+}
+
+TEST_F(SetProfile, TakesANullPathForAFileThatCannotBeOpened) {
+    EXPECT_EQ(BindNull(0, 0, 8), 65531);
+    EXPECT_EQ(BindNull(0, 0, 8), 65531);
+    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 8), 0);
+    EXPECT_EQ(BindNull(0, 0, 8), 65531);
+    EXPECT_EQ(Status(), "65535/65535");
+    EXPECT_EQ(engine().Unit.ProfileName, nullptr);
+}
+
+TEST_F(SetProfile, TakesANullPathForNoChangeWhereThereIsNoName) {
+    // The job is stored from elsewhere: the call finds nothing to do, and so looks at no file.
+    ASSERT_EQ(Rebind(1, 0, 8), 65535);
+    EXPECT_EQ(BindNull(1, 0, 8), 0);
+    EXPECT_EQ(Status(), "8/65535");
+    EXPECT_EQ(engine().Unit.ProfileState, 65535);
+    EXPECT_EQ(engine().Unit.ProfileName, nullptr);
+    EXPECT_EQ(engine().SetProfile(nullptr, nullptr, IntentOf(1), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
+    EXPECT_EQ(Status(), "8/65535");
+    EXPECT_EQ(BindNull(1, 0, 10), 65531);
+    EXPECT_EQ(Status(), "65535/65535");
+}
+
+// Calls that fail, and what is bound.
+
+TEST_F(SetProfile, RefusesAnInputEncodingWithoutOpeningTheFile) {
+    const std::string path = PutSmooth();
+    OpenCounter opens(path);
+    for (const int input : {2, 3, 5, 8, 65535, -1, INT_MAX, INT_MIN}) {
+        SCOPED_TRACE(input);
+        ASSERT_EQ(Bind(path, 1, 0, 8), 0);
+        EXPECT_EQ(opens.Take(), 1);
+        engine().Adjust_Lch(5.0, 6.0, 7.0);
+        Fill(8);
+
+        EXPECT_EQ(Bind(path, 2, input, 9), 65530);
+
+        EXPECT_EQ(opens.Take(), 0);
+        EXPECT_EQ(Status(), "65535/65535");
+        EXPECT_EQ(engine().Unit.InputSpace, input);
+        EXPECT_EQ(engine().Unit.Intent, 2);
+        EXPECT_EQ(engine().Unit.ProfileState, 0);
+        EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
+        EXPECT_EQ(InputOf(engine()), Tables());
+        ExpectFilled(8);
+        EXPECT_TRUE(engine().File.tagList.empty()) << "the profile before is gone";
+    }
+}
+
+TEST_F(SetProfile, DestroysWhatWasThereWhenTheFileCannotBeOpened) {
+    const std::string absent = dir_.File("absent.icc");
+    for (const int input : {0, 1}) {
+        ASSERT_EQ(Bind(PutSmooth(), 1, input, 9), 0);
+        Fill(9);
+        EXPECT_EQ(Bind(absent, 3, 0, 20), 65531);
+        EXPECT_EQ(Status(), "65535/65535");
+        EXPECT_EQ(engine().Unit.InputSpace, 0);
+        EXPECT_EQ(engine().Unit.Intent, 3);
+        EXPECT_EQ(engine().Unit.ProfileState, 0);
+        EXPECT_EQ(InputOf(engine()), Tables());
+        ExpectFilled(9);
+        EXPECT_TRUE(engine().File.tagList.empty());
+    }
+}
+
+TEST_F(SetProfile, TriesAFailedCallAgain) {
+    const std::string path = dir_.File("late.icc");
+    EXPECT_EQ(Bind(path, 0, 0, 8), 65531);
+    EXPECT_EQ(Bind(path, 0, 0, 8), 65531);
+    PutSmooth("late.icc");
+    EXPECT_EQ(Bind(path, 0, 0, 8), 0);
+    EXPECT_EQ(Status(), "8/8");
+}
+
+TEST_F(SetProfile, BindsAProfileWithoutATable) {
+    const std::string path = Put("other.icc", {{"wtpt", WhiteBlock()}, {"B2A0", kA2B0}});
+    Fill(3);
+    EXPECT_EQ(Bind(path, 0, 1, 9), 0);
+    EXPECT_EQ(Status(), "9/65535");
+    EXPECT_EQ(engine().Unit.ProfileState, 0);
+    EXPECT_EQ(engine().Lut1DInR, nullptr);
+    ExpectFilled(3);
+    OpenCounter opens(path);
+    EXPECT_EQ(Bind(path, 0, 1, 9), 0);
+    EXPECT_EQ(opens.Take(), 0) << "the requested output space counts as bound";
+
+    WriteFile(dir_.File("empty.icc"), {});
+    EXPECT_EQ(Bind(dir_.File("empty.icc"), 0, 0, 8), 0);
+    EXPECT_EQ(Status(), "8/65535");
+    EXPECT_EQ(engine().File.GetTag(TagName("wtpt")), nullptr) << "the profile before is gone";
+}
+
+TEST_F(SetProfile, ClearsTheStoredAdjustmentWhenItRebuilds) {
     const std::string path = PutSmooth();
     ASSERT_EQ(Bind(path, 0, 0, 10), 0);
     ASSERT_EQ(engine().Adjust_Lch(9.0, -8.0, 7.0), 10);
     const Grid adjusted = GridOf(engine());
     EXPECT_EQ(Bind(path, 0, 0, 10), 0);
-    EXPECT_TRUE(GridOf(engine()) == adjusted);
-    EXPECT_EQ(engine().Unit.Lightness, 9);
-
+    ExpectGrid(adjusted);
+    EXPECT_EQ(Lch(), (std::array{9, -8, 7}));
     EXPECT_EQ(Bind(path, 1, 0, 10), 0);
-    EXPECT_EQ(engine().Unit.Lightness, 0);
-    EXPECT_EQ(engine().Unit.Chroma, 0);
-    EXPECT_EQ(engine().Unit.Hue, 0);
-    EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(Table(TagName("A2B1")), 0, 0, 0, 10));
+    EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
+    ExpectGrid(ExpectedGrid(kA2B1, 10));
 }
 
-TEST_F(SetProfileTest, ItsOwnAdjustmentIsBuiltButNotStored) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10, 6.5, -2.25, 14.0), 0);
-    const Grid adjusted = ExpectedGrid(Table(TagName("A2B0")), 6.5, -2.25, 14.0, 10);
-    EXPECT_TRUE(GridOf(engine()) == adjusted);
-    EXPECT_EQ(engine().Unit.Lightness, 0);
-    EXPECT_EQ(engine().Unit.Hue, 0);
-    // So a whole-unit adjustment of 0 is no change, and the grid stays adjusted.
+TEST_F(SetProfile, BuildsItsOwnAdjustmentButStoresNone) {
+    const std::string path = PutSmooth();
+    ASSERT_EQ(Bind(path, 0, 0, 10, 6.5, -2.25, 14.0), 0);
+    const Grid adjusted = ExpectedGrid(kA2B0, 10, {6.5, -2.25, 14.0});
+    ExpectGrid(adjusted);
+    EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
+    // So an adjustment of 0 is no change, and neither is another one in the same call.
     EXPECT_EQ(engine().Adjust_Lch(0.0, 0.0, 0.0), 10);
-    EXPECT_TRUE(GridOf(engine()) == adjusted);
-}
-
-TEST_F(SetProfileTest, TheAdjustmentTakesNoPartInTheTestForAChange) {
-    const std::string path = PutSmooth();
-    ASSERT_EQ(Bind(path, 0, 0, 10), 0);
-    const Grid plain = GridOf(engine());
     EXPECT_EQ(Bind(path, 0, 0, 10, 30.0, 30.0, 30.0), 0);
-    EXPECT_TRUE(GridOf(engine()) == plain);
-}
-
-TEST_F(SetProfileTest, AdjustmentsThatAreNotFiniteCountAsZero) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10, kNaN, kInfinity, -kInfinity), 0);
-    EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(Table(TagName("A2B0")), 0, 0, 0, 10));
-}
-
-TEST_F(SetProfileTest, AProfileWithoutATableLeavesABoundEngineWithoutTables) {
-    const std::string path = Put("other.icc", {{"wtpt", XyzBlock(1, 2, 3)}, {"B2A0", Mft2(SmoothLut())}});
-    FillTables(engine(), 3);
-    EXPECT_EQ(Bind(path, 0, 1, 9), 0);
-    EXPECT_EQ(Status(), "9/65535");
-    EXPECT_EQ(engine().Unit.ProfileState, 0);
-    EXPECT_EQ(engine().Lut1DInR, nullptr);
-    EXPECT_TRUE(GridOf(engine()) == PatternGrid(3));
-    EXPECT_TRUE(OutputOf(engine()) == PatternOutput(3));
-    OpenCounter opens(path);
-    EXPECT_EQ(Bind(path, 0, 1, 9), 0);
-    EXPECT_EQ(opens.Take(), 0) << "the requested output space counts as bound";
-}
-
-TEST_F(SetProfileTest, AnEmptyFileIsAProfileWithoutATable) {
-    WriteFile(dir_.File("empty.icc"), {});
-    EXPECT_EQ(Bind(dir_.File("empty.icc"), 0, 0, 8), 0);
-    EXPECT_EQ(Status(), "8/65535");
-}
-
-TEST_F(SetProfileTest, AnotherPathDestroysTheProfileBefore) {
-    ASSERT_EQ(Bind(Put("many.icc", {{"A2B0", Mft2(SmoothLut())},
-                                    {"A2B1", Mft2(SmoothLut())},
-                                    {"wtpt", XyzBlock(0xe000, 0x10000, 0x9000)}}),
-                   0, 0, 8),
-              0);
-    ASSERT_EQ(Bind(Put("one.icc", {{"A2B0", Mft2(SmoothLut())}}), 0, 0, 8), 0);
-    EXPECT_EQ(engine().File.tagList.size(), 1U);
-    EXPECT_EQ(engine().File.GetTag(TagName("wtpt")), nullptr);
-}
-
-TEST_F(SetProfileTest, AfterSetIntentTheTestComparesWithTheNewJob) {
-    const std::string path = PutSmooth();
-    ASSERT_EQ(Bind(path, 0, 0, 10), 0);
-    ASSERT_EQ(Rebind(1, 1, 11), 11);
-    ASSERT_EQ(engine().Adjust_Lch(4.0, 0.0, 0.0), 11);
-    OpenCounter opens(path);
-    EXPECT_EQ(Bind(path, 1, 1, 11), 0);
-    EXPECT_EQ(opens.Take(), 0);
-    EXPECT_EQ(engine().Unit.Lightness, 4);
-    EXPECT_EQ(Bind(path, 0, 0, 10), 0);
-    EXPECT_EQ(opens.Take(), 1);
-    EXPECT_EQ(engine().Unit.Lightness, 0);
+    ExpectGrid(adjusted);
 }
 
 }  // namespace

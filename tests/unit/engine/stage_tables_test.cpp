@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
+//
+// The three building stages: what each makes of a table and an output space, and what it leaves alone.
+#include <climits>
+
 #include "unit/engine/EngineFixture.h"
-#include "units/InputTable33.h"
 
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICC_UNIT::InputTable33;
-
-class InputStageTest : public EngineTest {
+class Set1DLutIn : public EngineTest {
 protected:
-    /// Input curves of any shape, one for each channel.
-    static MiniLut CurvyLut(std::size_t entries) {
+    const CLut16Type& Table() { return dynamic_cast<const CLut16Type&>(*engine().File.GetTag(TagName("A2B0"))); }
+};
+
+TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
+    for (const std::size_t entries : {std::size_t{3}, std::size_t{256}, std::size_t{4096}}) {
         MiniLut lut = SmoothLut();
         for (std::size_t c = 0; c < 3; ++c) {
             lut.input[c].clear();
@@ -19,28 +23,38 @@ protected:
                 lut.input[c].push_back(static_cast<std::uint16_t>((i * 2654435761U >> (3 * c)) & 0xffffU));
             }
         }
-        return lut;
+        const Bytes block = Mft2(lut);
+        ASSERT_EQ(Bind(Put(std::to_string(entries), {{"A2B0", block}}), 0, 0, 8), 0);
+        Fill(4);
+        engine().Unit.BuildResult = 4711;
+        // Lab encodings, and others that count as bytes; each time the tables before are gone.
+        for (const int input : {1, 0, 1, 2, 3, 5, 65535, 0}) {
+            SCOPED_TRACE(testing::Message() << entries << " entries, input " << input);
+            engine().Unit.InputSpace = Space(input);
+            engine().Set1DLutIn(&Table());
+            EXPECT_EQ(engine().InEntries, input == 1 ? 65536 : 256);
+            ExpectTables(InputOf(engine()), InputStage(DecodeLutTag(block).value(), input));
+            EXPECT_EQ(engine().Unit.InputSpace, input);
+            EXPECT_EQ(Status(), "8/4711");
+        }
+        ExpectFilled(4);
     }
-};
+}
 
-TEST_F(InputStageTest, TwoEntriesCountAsTheIdentity) {
+TEST_F(Set1DLutIn, TakesTwoEntriesForTheIdentity) {
     MiniLut lut = SmoothLut();
     for (Curve& curve : lut.input) curve = {40000, 3};
     const std::string path = Put("two.icc", {{"A2B0", Mft2(lut)}});
+    std::vector<std::uint32_t> wide, narrow;
+    for (unsigned v = 0; v < 65536; ++v) wide.push_back(Packed(v));
+    for (unsigned v = 0; v < 256; ++v) narrow.push_back(Packed(v < 255 ? v * 256 : 65535));
     ASSERT_EQ(Bind(path, 0, 1, 9), 0);
-    const Tables wide = InputOf(engine());
-    for (unsigned v = 0; v < 65536; ++v) {
-        ASSERT_EQ(wide[0][v], Packed(v));
-        ASSERT_EQ(wide[1][v], Packed(v));
-        ASSERT_EQ(wide[2][v], Packed(v));
-    }
+    ExpectTables(InputOf(engine()), {wide, wide, wide});
     ASSERT_EQ(Bind(path, 0, 0, 8), 0);
-    const Tables narrow = InputOf(engine());
-    for (unsigned v = 0; v < 255; ++v) ASSERT_EQ(narrow[1][v], Packed(v * 256));
-    EXPECT_EQ(narrow[1][255], Packed(65535));
+    ExpectTables(InputOf(engine()), {narrow, narrow, narrow});
 }
 
-TEST_F(InputStageTest, TheHighestValueIsOneStepBelowTheLastGridPoint) {
+TEST_F(Set1DLutIn, PutsTheHighestValueOneStepBelowTheLastGridPoint) {
     MiniLut lut = SmoothLut();
     lut.input = {ConstantCurve(3, 0xffff), ConstantCurve(3, 0), ConstantCurve(3, 0x8fff)};
     ASSERT_EQ(Bind(Put("top.icc", {{"A2B0", Mft2(lut)}}), 0, 1, 9), 0);
@@ -51,108 +65,187 @@ TEST_F(InputStageTest, TheHighestValueIsOneStepBelowTheLastGridPoint) {
     }
 }
 
-TEST_F(InputStageTest, TablesAreThoseOfTheUnitPacked) {
-    for (const std::size_t entries : {std::size_t{3}, std::size_t{256}, std::size_t{4096}}) {
-        const std::string path = Put(std::to_string(entries), {{"A2B0", Mft2(CurvyLut(entries))}});
-        ASSERT_EQ(Bind(path, 0, 0, 8), 0);
-        for (const int input : {0, 1, 2, 3, 5, 65535}) {
-            engine().Unit.InputSpace = Space(input);
-            engine().Set1DLutIn(&Table(TagName("A2B0")));
-
-            const auto unit = std::make_unique<InputTable33>();
-            unit->Initial(&Table(TagName("A2B0")), Space(input));
-            if (input != 1) unit->Change_Lut16_To_Lut8();
-            const std::size_t size = input == 1 ? 65536 : 256;
-            Tables expected;
-            for (std::size_t c = 0; c < 3; ++c) {
-                for (std::size_t v = 0; v < size; ++v) {
-                    expected[c].push_back(Packed(static_cast<unsigned>(unit->Lut16[c][v]) & 0xffffU));
+TEST_F(Set1DLutIn, PacksByShiftUnderAFixedMask) {
+    for (const int shift : {12, 11, 8, 4, 0}) {
+        for (const int input : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << "shift " << shift << ", input " << input);
+            ASSERT_EQ(Bind(PutSmooth(), 0, input, 8 + input), 0);
+            // Packed with 12 bits, an entry tells the value that it was made of.
+            Tables expected = InputOf(engine());
+            for (auto& table : expected) {
+                for (std::uint32_t& entry : table) {
+                    const std::uint32_t value = entry / 65536 * 4096 + entry % 65536;
+                    entry = (value >> shift) << 16 | (value & 0xfffU);
                 }
             }
-            EXPECT_EQ(engine().InEntries, static_cast<int>(size));
-            EXPECT_TRUE(InputOf(engine()) == expected) << entries << " entries, input " << input;
+            engine().Shift = shift;
+            engine().Set1DLutIn(&Table());
+            engine().Shift = 12;
+            ExpectTables(InputOf(engine()), expected);
         }
     }
 }
 
-class GridStageTest : public EngineTest {
-protected:
-    std::int32_t Word(int i, int j, int k, int record, int channel, int place) {
-        return engine().Lut3D[(i * 16 + j) * 16 + k][record][channel][place];
-    }
-};
+class Set3DLut : public Set1DLutIn {};
 
-TEST_F(GridStageTest, CellsAreThoseOfTheUnitForEveryGridSize) {
+TEST_F(Set3DLut, ResamplesEveryGridSize) {
     for (const unsigned points : {2U, 3U, 9U, 16U, 17U, 33U}) {
+        SCOPED_TRACE(points);
         MiniLut lut = SmoothLut();
         lut.points = points;
         lut.grid = ScatteredGrid(points, points);
         ASSERT_EQ(Bind(Put(std::to_string(points), {{"A2B0", Mft2(lut)}}), 0, 0, 10), 0);
-        EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(Table(TagName("A2B0")), 0, 0, 0, 10)) << points << " points";
+        ExpectGrid(ExpectedGrid(Mft2(lut), 10));
     }
 }
 
-TEST_F(GridStageTest, PrimariesFollowTheOutputSpace) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 8), 0);
-    const CLut16Type& lut = Table(TagName("A2B0"));
-    const Grid sRgb = ExpectedGrid(lut, 0, 0, 0, 8);
-    EXPECT_TRUE(GridOf(engine()) == sRgb);
-    for (const int space : {20, 24, 28}) {
-        ASSERT_EQ(Rebind(0, 0, space), space);
-        EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(lut, 0, 0, 0, space)) << space;
-        EXPECT_FALSE(GridOf(engine()) == sRgb) << space;
-    }
-    ASSERT_EQ(Rebind(0, 0, 38), 38);
-    EXPECT_TRUE(GridOf(engine()) == sRgb);
-}
-
-TEST_F(GridStageTest, SetLut3DAloneTouchesNoOtherStage) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
-    const Tables input = InputOf(engine());
-    FillTables(engine(), 4);
-    engine().Set3DLut(&Table(TagName("A2B0")), 3.5, 4.5, 5.5);
-    EXPECT_TRUE(GridOf(engine()) == ExpectedGrid(Table(TagName("A2B0")), 3.5, 4.5, 5.5, 10));
-    EXPECT_TRUE(InputOf(engine()) == input);
-    EXPECT_TRUE(OutputOf(engine()) == PatternOutput(4));
-    EXPECT_EQ(engine().Unit.Lightness, 0);
-    EXPECT_EQ(Status(), "10/10");
-}
-
-TEST_F(GridStageTest, EveryRecordGoesFromTheOriginToTheFarCorner) {
-    MiniLut lut = SmoothLut();
-    lut.points = 17;
-    lut.grid = ScatteredGrid(17, 17);
-    ASSERT_EQ(Bind(Put("any.icc", {{"A2B0", Mft2(lut)}}), 0, 0, 10), 0);
-    int distinct = 0;
-    for (int cell = 0; cell < 4096; ++cell) {
-        const int i = cell / 256, j = cell / 16 % 16, k = cell % 16;
-        for (int channel = 0; channel < 3; ++channel) {
-            const auto sum = [&](int record) {
-                return Word(i, j, k, record, channel, 1) + Word(i, j, k, record, channel, 2) +
-                       Word(i, j, k, record, channel, 3);
-            };
-            const std::int32_t constant = Word(i, j, k, 0, channel, 0);
-            // The far corner is the next cell's origin along the diagonal.
-            const bool inner = i < 15 && j < 15 && k < 15;
-            const std::int32_t far = inner ? Word(i + 1, j + 1, k + 1, 0, channel, 0) / 4096 - constant / 4096 : sum(0);
-            ASSERT_EQ(constant % 4096, 0);
-            for (int record = 0; record < 6; ++record) {
-                ASSERT_EQ(Word(i, j, k, record, channel, 0), constant);
-                ASSERT_EQ(sum(record), far) << "cell " << cell << " record " << record << " channel " << channel;
-            }
-            distinct += far != 0 ? 1 : 0;
-        }
-    }
-    EXPECT_GT(distinct, 4096);
-}
-
-TEST_F(GridStageTest, BlackStaysBlackInEverySpace) {
+TEST_F(Set3DLut, KeepsBlackInEverySpace) {
     MiniLut lut = SmoothLut(2);
     lut.grid = BlackGrid();
     for (const int space : {8, 20, 24, 28}) {
-        FillTables(engine(), 4);
+        Fill(4);
         ASSERT_EQ(Bind(Put("black.icc", {{"A2B0", Mft2(lut)}}), 0, 0, space), 0);
-        EXPECT_TRUE(GridOf(engine()) == PatternGrid(0)) << space;
+        ExpectGrid(PatternGrid(0));
+    }
+}
+
+TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
+    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
+    const Tables input = InputOf(engine());
+    Fill(4);
+    engine().Set3DLut(&Table(), 3.5, 4.5, 5.5);
+    ExpectStages(StagesOf(engine()), {input, ExpectedGrid(kA2B0, 10, {3.5, 4.5, 5.5}), PatternOutput(4)});
+    EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
+    EXPECT_EQ(Status(), "10/10");
+}
+
+// The nodes go through untouched, and their chroma is not cut, as a shift of any size would cut it.
+TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
+    MiniLut lut = SmoothLut(3);
+    lut.grid = ScatteredGrid(3, 99);
+    const Bytes block = Mft2(lut);
+    ASSERT_EQ(Bind(Put("wide.icc", {{"A2B0", block}}), 0, 0, 10), 0);
+    const Grid plain = ExpectedGrid(block, 10);
+    ExpectGrid(plain);
+    for (const Offsets& by : {Offsets{-0.0, 0.0, -0.0}, {kNaN, kNaN, kNaN}, {kInfinity, -kInfinity, kInfinity}}) {
+        Fill(4);
+        engine().Set3DLut(&Table(), by[0], by[1], by[2]);
+        ExpectGrid(plain);
+    }
+    const double tiny = std::numeric_limits<double>::denorm_min();
+    for (const Offsets& by : {Offsets{tiny, 0.0, 0.0}, {0.0, -tiny, 0.0}, {0.0, 0.0, tiny}}) {
+        engine().Set3DLut(&Table(), by[0], by[1], by[2]);
+        EXPECT_NE(GridOf(engine()), plain);
+        ExpectGrid(ExpectedGrid(block, 10, by));
+    }
+}
+
+TEST_F(Set3DLut, ShiftsConstantsByShiftAndDifferencesByNothing) {
+    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
+    const Grid usual = GridOf(engine());
+    for (const int shift : {12, 11, 8, 4, 0}) {
+        SCOPED_TRACE(shift);
+        Grid expected = usual;
+        for (std::size_t word = 0; word < expected.size(); word += 4) expected[word] = (expected[word] >> 12) << shift;
+        engine().Shift = shift;
+        engine().Set3DLut(&Table(), 0.0, 0.0, 0.0);
+        ExpectGrid(expected);
+    }
+}
+
+/// An output space.
+class Set1DLutOut : public EngineTest, public testing::WithParamInterface<int> {
+protected:
+    static bool Supported(int space) {
+        return (space >= 8 && space <= 13) || (space >= 20 && space <= 31) || (space >= 34 && space <= 39);
+    }
+    const int space_ = GetParam();
+    const int status_ = Supported(space_) ? space_ : 65535;
+    /// The encoding that was made, of which 12 and 13 are other names.
+    const int made_ = space_ == 12 ? 8 : space_ == 13 ? 9 : status_;
+};
+
+TEST_P(Set1DLutOut, FillsTheTablesAndSettlesTheStatus) {
+    // Also beside other input encodings, which have no bearing on it.
+    for (const int input : {0, 1, 5, 65535}) {
+        SCOPED_TRACE(input);
+        Fill(0xdeadbeef);
+        engine().Unit.InputSpace = Space(input);
+        engine().Unit.OutputSpace = Space(space_);
+        engine().Set1DLutOut(nullptr);
+        EXPECT_EQ(engine().Unit.InputSpace, input);
+        EXPECT_EQ(engine().Unit.OutputSpace, status_);
+        EXPECT_EQ(engine().Unit.BuildResult, made_);
+        ExpectStages(StagesOf(engine()), {{}, PatternGrid(0xdeadbeef), OutputStage(space_).tables});
+    }
+}
+
+TEST_P(Set1DLutOut, SettlesWhatSetProfileAndSetIntentAnswer) {
+    const Grid grid = ExpectedGrid(kA2B0, space_);
+    EXPECT_EQ(Bind(PutSmooth(), 0, 0, space_), 0);
+    EXPECT_EQ(engine().Unit.OutputSpace, status_);
+    EXPECT_EQ(engine().Unit.BuildResult, status_);
+    EXPECT_EQ(engine().InEntries, 256) << "the input tables are built in either case";
+    EXPECT_NE(engine().Lut1DInR, nullptr);
+    ExpectGrid(grid);
+    ExpectTables(OutputOf(engine()), OutputStage(space_).tables);
+
+    ASSERT_EQ(Bind(PutSmooth(), 1, 1, 9), 0);
+    EXPECT_EQ(Rebind(0, 1, space_), status_);
+    EXPECT_EQ(engine().Unit.OutputSpace, status_);
+    EXPECT_EQ(engine().Unit.BuildResult, made_);
+    ExpectGrid(grid);
+    ExpectTables(OutputOf(engine()), OutputStage(space_).tables);
+}
+
+std::vector<int> EverySpace() {
+    std::vector<int> spaces{-1, 256, 65534, 65535, 65536 + 8, INT_MIN};
+    for (int space = 0; space <= 41; ++space) spaces.push_back(space);
+    return spaces;
+}
+INSTANTIATE_TEST_SUITE_P(Every, Set1DLutOut, testing::ValuesIn(EverySpace()));
+
+class OutputTables : public EngineTest {};
+
+TEST_F(OutputTables, AreRampsInLinearSpaces) {
+    std::vector<std::uint32_t> words(65536), bytes(65536);
+    for (std::uint32_t v = 0; v < 65536; ++v) words[v] = v, bytes[v] = v >> 8;
+    for (const int space : {11, 21, 25, 29, 15, 65535, 10, 20, 24, 28}) {
+        SCOPED_TRACE(space);
+        engine().Unit.OutputSpace = Space(space);
+        engine().Set1DLutOut(nullptr);
+        const auto& ramp = space % 2 == 0 ? bytes : words;
+        ExpectTables(OutputOf(engine()), {ramp, ramp, ramp});
+    }
+}
+
+TEST_F(OutputTables, KeepToTheWidthOfTheirSpace) {
+    for (const int space : {8, 9, 12, 13, 22, 23, 26, 27, 30, 31, 34, 35, 36, 37, 38, 39}) {
+        engine().Unit.OutputSpace = Space(space);
+        engine().Set1DLutOut(nullptr);
+        const bool bytes = space % 2 == 0 || space == 37;
+        for (const auto& table : OutputOf(engine())) {
+            const std::uint32_t top = *std::max_element(table.begin(), table.end());
+            EXPECT_LE(top, bytes ? 255U : 65535U) << space;
+            EXPECT_GE(top, bytes ? 254U : 65000U) << space;
+        }
+    }
+}
+
+TEST_F(OutputTables, AreBuiltBesideTheRestOfTheJob) {
+    for (const int input : {0, 1}) {
+        ASSERT_EQ(Bind(PutSmooth(), 2, input, 10), 0);
+        ASSERT_EQ(engine().Adjust_Lch(1.0, 2.0, 3.0), 10);
+        const Tables tables = InputOf(engine());
+        for (const int space : {8, 9, 22, 37, 14}) {
+            engine().Unit.OutputSpace = Space(space);
+            engine().Set1DLutOut(nullptr);
+            ExpectTables(InputOf(engine()), tables);
+            EXPECT_EQ(engine().Unit.ProfileState, 0);
+            EXPECT_EQ(engine().Unit.InputSpace, input);
+            EXPECT_EQ(engine().Unit.Intent, 2);
+            EXPECT_EQ(Lch(), (std::array{1, 2, 3}));
+        }
     }
 }
 

@@ -1,0 +1,323 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// What of a profile an engine works by: the table that the intent selects, if it can be used, and the white point. None
+// of the 128 bytes in front of the tags counts.
+#include <climits>
+#include <functional>
+
+#include "unit/engine/EngineFixture.h"
+
+namespace hueweave::test {
+namespace {
+
+using ICC40::ICCFILE::CLut;
+
+/// Each subset of the three tables (bit n for "A2Bn") with each intent.
+class TableSelection : public EngineTest, public testing::WithParamInterface<std::tuple<int, int>> {
+protected:
+    std::string PutSubset() {
+        MiniTags tags;
+        for (int table = 2; table >= 0; --table) {
+            if (Has(table)) tags.emplace_back(kTableNames[table], Mft2(MarkedLut(TableMark(table))));
+        }
+        return Put("subset.icc", tags);
+    }
+    bool Has(int table) const { return (std::get<0>(GetParam()) >> table & 1) != 0; }
+    /// The number of the table to be used, or -1.
+    int Selected() const {
+        const int first = intent_ == 2 ? 2 : intent_ == 1 || intent_ == 3 ? 1 : 0;
+        return Has(first) ? first : Has(1) ? 1 : -1;
+    }
+    /// Input tables and grid of the selected table, for bytes.
+    void ExpectSelected(int space, const Offsets& by = {}) {
+        const Tables input = InputOf(engine());
+        for (unsigned c = 0; c < 3; ++c) {
+            EXPECT_THAT(input[c], EqualTo(std::vector<std::uint32_t>(256, Packed(TableMark(selected_) + c))));
+        }
+        ExpectGrid(ExpectedGrid(Mft2(MarkedLut(TableMark(selected_))), space, by));
+    }
+
+    const int intent_ = std::get<1>(GetParam());
+    const int selected_ = Selected();
+};
+
+TEST_P(TableSelection, ServesSetProfile) {
+    EXPECT_EQ(Bind(PutSubset(), intent_, 0, 10), 0);
+    EXPECT_EQ(Status(), selected_ < 0 ? "10/65535" : "10/10");
+    if (selected_ < 0) {
+        EXPECT_EQ(engine().GetMft2(), nullptr);
+        EXPECT_EQ(engine().Lut1DInR, nullptr);
+        return;
+    }
+    const ICC40::ICCFILE::icTagSignature names[] = {TagName("A2B0"), TagName("A2B1"), TagName("A2B2")};
+    EXPECT_EQ(engine().GetMft2(), engine().File.GetTag(names[selected_]));
+    ExpectSelected(10);
+}
+
+TEST_P(TableSelection, ServesSetIntent) {
+    // Bound with another space, so that every intent makes a change.
+    Bind(PutSubset(), intent_, 0, 20);
+    engine().Unit.BuildResult = 4711;
+    EXPECT_EQ(Rebind(intent_, 0, 11), selected_ < 0 ? 65535 : 11);
+    EXPECT_EQ(Status(), selected_ < 0 ? "11/4711" : "11/11");
+    if (selected_ >= 0) ExpectSelected(11);
+}
+
+TEST_P(TableSelection, ServesTheOperationsThatBuildAllStages) {
+    Bind(PutSubset(), 0, 0, 11);
+    for (const bool construct : {true, false}) {
+        engine().Unit.Intent = IntentOf(intent_);
+        engine().Unit.BuildResult = 4711;
+        engine().Lut1DInR.reset();
+        Fill(99);
+        EXPECT_EQ(construct ? engine().ConstructEngine(1.0, 2.0, 3.0) : engine().InputColorSpace2RGB(1.0, 2.0, 3.0),
+                  selected_ < 0 ? 65535 : 11);
+        EXPECT_EQ(Status(), selected_ < 0 ? "11/4711" : "11/11");
+        if (selected_ < 0) {
+            EXPECT_EQ(engine().Lut1DInR, nullptr);
+            ExpectFilled(99);
+        } else {
+            ExpectSelected(11, {1.0, 2.0, 3.0});
+            EXPECT_EQ(engine().Lut1DOutB[40000], 40000U);
+        }
+    }
+}
+
+TEST_P(TableSelection, ServesAdjustments) {
+    Bind(PutSubset(), intent_, 0, 11);
+    Fill(99);
+    const int result = selected_ < 0 ? 65535 : 11;
+    unsigned char curve[1] = {0};
+    EXPECT_EQ(engine().Adjust_Lch(5.0, 6.0, 7.0), result);
+    EXPECT_EQ(engine().Adjust_Output(curve, curve, curve, 1), result);
+    if (selected_ < 0) {
+        ExpectFilled(99);
+        EXPECT_EQ(Status(), "11/65535");
+        return;
+    }
+    ExpectSelected(11, {5.0, 6.0, 7.0});
+    // One point of the caller's; from the second on the profile's curves, whose points are now 257 apart.
+    const Tables output = OutputOf(engine());
+    for (unsigned c = 0; c < 3; ++c) {
+        for (const unsigned point : {1U, 2U, 100U, 254U}) {
+            EXPECT_EQ(output[c][257 * point], (100 * point + TableMark(selected_) + 3 + c) / 256) << point;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(EverySubsetAndIntent, TableSelection,
+                         testing::Combine(testing::Range(0, 8), testing::Values(0, 1, 2, 3, 4, -1, 65535, INT_MIN)));
+
+struct BadTable {
+    const char* name;
+    std::function<Bytes()> block;
+};
+
+/// A block of type "mft2" with a byte changed, with zeros after it.
+Bytes Patched(std::size_t at, unsigned value, std::size_t more = 0) {
+    Bytes block = Mft2(SmoothLut());
+    block.at(at) = static_cast<unsigned char>(value);
+    block.resize(block.size() + more);
+    return block;
+}
+/// One of type "mAB " with bytes set.
+Bytes PatchedCurved(const std::vector<std::pair<std::size_t, unsigned>>& changes) {
+    Bytes block = MftAB(SmoothLut());
+    for (const auto& [at, value] : changes) block.at(at) = static_cast<unsigned char>(value);
+    return block;
+}
+
+const BadTable kBadTables[] = {
+    {"TableOfBytes", Mft1},
+    {"ForeignType", [] { return Patched(3, '3'); }},
+    {"TypeOfTheOtherDirection",
+     [] {
+         return PatchedCurved({{1, 'B'}});
+     }},
+    {"EmptyBlock", [] { return Bytes(); }},
+    {"TypeAlone", [] { return ByteWriter().Text("mft2").Done(); }},
+    {"TablesPastTheBlock",
+     [] {
+         Bytes block = Mft2(SmoothLut());
+         block.resize(block.size() - 8);
+         return block;
+     }},
+    {"FourInputs", [] { return Patched(8, 4, 4096); }},
+    {"EightOutputs", [] { return Patched(9, 8, 8192); }},
+    {"OneGridPoint", [] { return Patched(10, 1); }},
+    {"NoGridPoint", [] { return Patched(10, 0); }},
+    {"ThirtyFourGridPoints", [] { return Patched(10, 34, 240000); }},
+    {"LongInputCurves", [] { return Patched(48, 0x11, 30000); }},
+    {"LongOutputCurves", [] { return Patched(50, 0x11, 30000); }},
+    {"CurvedWithoutGrid", [] { return MftAB(SmoothLut(), false); }},
+    {"CurvedWithoutInputCurves",
+     [] {
+         return PatchedCurved({{30, 0}, {31, 0}});
+     }},
+    {"CurvedWithoutOutputCurves",
+     [] {
+         return PatchedCurved({{15, 0}});
+     }},
+};
+
+class UnusableTable : public EngineTest, public testing::WithParamInterface<BadTable> {
+protected:
+    /// The bad table for intent 0, a good one for intent 1.
+    std::string PutBad() { return Put("bad.icc", {{"A2B0", GetParam().block()}, {"A2B1", kA2B1}}); }
+};
+
+TEST_P(UnusableTable, IsBoundButRefused) {
+    EXPECT_EQ(Bind(PutBad(), 0, 0, 8), 0);
+    EXPECT_NE(engine().GetMft2(), nullptr) << "the tag is there, and no other takes its place";
+    EXPECT_EQ(Status(), "65535/65535");
+    EXPECT_EQ(engine().Lut1DInR, nullptr);
+    EXPECT_EQ(engine().Unit.ProfileState, 0);
+    EXPECT_EQ(engine().Unit.InputSpace, 0);
+}
+
+TEST_P(UnusableTable, IsRefusedBySetIntentAndLeftByTheNext) {
+    ASSERT_EQ(Bind(PutBad(), 1, 0, 8), 0);
+    ASSERT_EQ(Status(), "8/8");
+    EXPECT_EQ(Rebind(0, 1, 9), 65535);
+    EXPECT_EQ(Status(), "65535/65535");
+    EXPECT_EQ(engine().Unit.InputSpace, 1);
+    EXPECT_EQ(engine().Unit.Intent, 0);
+    EXPECT_EQ(Rebind(1, 1, 9), 9);
+    EXPECT_EQ(Status(), "9/9");
+}
+
+TEST_P(UnusableTable, IsRefusedByAdjustments) {
+    ASSERT_EQ(Bind(PutBad(), 1, 0, 8), 0);
+    engine().Unit.Intent = IntentOf(0);
+    EXPECT_EQ(engine().Adjust_Lch(0.5, 0.5, 0.5), 8) << "no change";
+    EXPECT_EQ(engine().Adjust_Lch(2.0, 3.0, 4.0), 65535);
+    EXPECT_EQ(Status(), "65535/65535");
+    EXPECT_EQ(Lch(), (std::array{2, 3, 4}));
+
+    engine().Unit.OutputSpace = Space(8);
+    engine().Unit.BuildResult = 8;
+    unsigned char curve[256] = {};
+    EXPECT_EQ(engine().Adjust_Output(curve, curve, curve, 0), 8) << "no change";
+    EXPECT_EQ(engine().Adjust_Output(curve, curve, curve, 256), 65535);
+    EXPECT_EQ(Status(), "65535/65535");
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, UnusableTable, testing::ValuesIn(kBadTables),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+class LutAToB : public EngineTest {};
+
+TEST_F(LutAToB, GivesTheStagesOfTheSameLut16) {
+    for (const MiniLut& lut : {SmoothLut(5), MarkedLut(0x2222)}) {
+        ASSERT_EQ(Bind(Put("ab" + std::to_string(lut.points), {{"A2B0", MftAB(lut)}}), 0, 1, 9), 0);
+        ASSERT_EQ(Status(), "9/9");
+        Stages expected = Bound(Put("mft2", {{"A2B0", Mft2(lut)}}), 0, 1, 9);
+        ExpectStages(StagesOf(engine()), expected);
+        ASSERT_EQ(engine().Adjust_Lch(5.0, 6.0, 7.0), 9);
+        expected.grid = ExpectedGrid(Mft2(lut), 9, {5.0, 6.0, 7.0});
+        ExpectStages(StagesOf(engine()), expected);
+        ASSERT_EQ(Rebind(1, 0, 8), 65535) << "no other table";
+    }
+}
+
+TEST_F(LutAToB, StaysInTheFileWhileItsTemporaryGoes) {
+    ASSERT_EQ(Bind(Put("ab.icc", {{"A2B1", MftAB(SmoothLut())}}), 0, 0, 8), 0);
+    auto* const tag = engine().File.GetTag(TagName("A2B1"));
+    const auto* const curved = dynamic_cast<CLut*>(tag);
+    ASSERT_NE(curved, nullptr);
+    ASSERT_NE(curved->clut, nullptr);
+    const auto grid = [&] {
+        return Bytes(curved->clut->gridData.get(), curved->clut->gridData.get() + curved->clut->gridBytes);
+    };
+    const Bytes before = grid();
+    ASSERT_EQ(before.size(), 5U * 5 * 5 * 3 * 2);
+    ASSERT_EQ(Rebind(1, 1, 9), 9);
+    ASSERT_EQ(engine().Adjust_Lch(5.0, 0.0, 0.0), 9);
+    EXPECT_EQ(engine().File.tagList.size(), 1U);
+    EXPECT_EQ(engine().File.GetTag(TagName("A2B1")), tag);
+    EXPECT_EQ(engine().GetMft2(), tag);
+    EXPECT_THAT(grid(), EqualsBytes(before));
+}
+
+class WhitePoint : public EngineTest {
+protected:
+    const Grid plain_ = ExpectedGrid(kA2B1, 10), white_ = ExpectedGrid(kA2B1, 10, {}, kWhite);
+};
+
+TEST_F(WhitePoint, CountsForTheAbsoluteIntentAlone) {
+    // The tag before it carries other words of the same type.
+    const std::string path =
+        Put("white.icc", {{"bkpt", XyzBlock(0xc000, 0xc000, 0xc000)}, {"wtpt", WhiteBlock()}, {"A2B1", kA2B1}});
+    ASSERT_NE(plain_, white_);
+    for (const int intent : {0, 3, 1, 3, 2, 4, -3}) {
+        SCOPED_TRACE(intent);
+        const Grid& expected = intent == 3 ? white_ : plain_;
+        ASSERT_EQ(Bind(path, intent, 0, 10), 0);
+        ExpectGrid(expected);
+        ASSERT_EQ(Rebind(intent, 1, 10), 10);
+        ExpectGrid(expected);
+        Fill(4);
+        EXPECT_EQ(engine().InputColorSpace2RGB(0.0, 0.0, 0.0), 10);
+        ExpectGrid(expected);
+        EXPECT_EQ(engine().ConstructEngine(2.0, 0.0, 0.0), 10);
+        const Grid shifted =
+            ExpectedGrid(kA2B1, 10, {2.0, 0, 0}, intent == 3 ? std::optional<ReferenceWhite>(kWhite) : std::nullopt);
+        ExpectGrid(shifted);
+        Fill(4);
+        EXPECT_EQ(engine().Adjust_Lch(2.0, 0.0, 0.0), 10);
+        ExpectGrid(shifted);
+    }
+}
+
+// The declared size is rounded up to a multiple of 4 first.
+TEST_F(WhitePoint, CountsFromTwentyBytesOn) {
+    const Bytes sound = MiniProfile({{"A2B1", kA2B1}, {"wtpt", WhiteBlock()}});
+    for (std::uint32_t declared = 0; declared <= 24; ++declared) {
+        ByteWriter bytes;
+        bytes.Append(sound).Fill(4, 0xff).PatchBig32(132 + 12 + 8, declared);
+        const std::string path = dir_.File("declared" + std::to_string(declared));
+        WriteFile(path, bytes.Done());
+        ASSERT_EQ(Bind(path, 3, 0, 10), 0);
+        SCOPED_TRACE(declared);
+        ExpectGrid(declared > 16 ? white_ : plain_);
+    }
+    ASSERT_EQ(Bind(Put("none.icc", {{"A2B1", kA2B1}}), 3, 0, 10), 0);
+    ExpectGrid(plain_);
+}
+
+class ProfileHeader : public EngineTest {
+protected:
+    Stages BoundTo(const Bytes& bytes) {
+        engine().Reset();
+        WriteFile(dir_.File("header.icc"), bytes);
+        EXPECT_EQ(Bind(dir_.File("header.icc"), 3, 1, 11), 0);
+        EXPECT_EQ(Status(), "11/11");
+        return StagesOf(engine());
+    }
+    const Bytes plain_ = MiniProfile({{"A2B1", Mft2(SmoothLut(3))}, {"wtpt", WhiteBlock()}});
+};
+
+TEST_F(ProfileHeader, HasNoEffect) {
+    const Stages expected = BoundTo(plain_);
+    for (std::size_t at = 0; at < 128; at += 4) {
+        ByteWriter bytes;
+        bytes.Append(plain_).PatchBig32(at, 0xffffffffU);
+        SCOPED_TRACE(at);
+        ExpectStages(BoundTo(bytes.Done()), expected);
+    }
+    for (const char* space : {"RGB ", "CMYK", "GRAY", "Lab ", "7CLR"}) {
+        for (const char* connection : {"Lab ", "XYZ "}) {
+            SCOPED_TRACE(space + std::string(connection));
+            ByteWriter header;
+            header.Big32(1).Text("abcd").Big32(0x04300000).Text("link").Text(space).Text(connection);
+            header.Fill(12, 7).Text("none").Fill(24, 9).Big32(2).Big32(0x10000).Big32(0x8000).Big32(0xffff0000U);
+            header.Fill(48, 0xee);
+            ASSERT_EQ(header.Size(), 128U);
+            ExpectStages(BoundTo(header.Append(Bytes(plain_.begin() + 128, plain_.end())).Done()), expected);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test
