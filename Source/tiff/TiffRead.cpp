@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 #include <utility>
 
 #include "base/ByteOrder.h"
@@ -33,14 +34,15 @@ std::vector<std::uint32_t> Items(const TiffTag& tag) {
     unsigned char inEntry[4];
     StoreLittle32(inEntry, tag.value);
     const auto size = static_cast<std::size_t>(tag.Size());
-    const unsigned char* bytes = size <= 4 ? inEntry : tag.data.get();
-    const std::size_t held = size <= 4 ? size : std::max(tag.dataSize, tag.Held(size));
+    std::span<const unsigned char> left(inEntry, std::min<std::size_t>(size, 4));
+    if (size > 4) left = {tag.data.get(), std::max(tag.dataSize, tag.Held(size))};
     const int width = ItemWidth(tag.type);
     const std::size_t step = width == 1 || width == 2 ? static_cast<std::size_t>(width) : 4;
-    std::vector<std::uint32_t> items(held / step);
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        const unsigned char* at = bytes + i * step;
-        items[i] = step == 1 ? *at : step == 2 ? LoadLittle16(at) : LoadLittle32(at);
+    std::vector<std::uint32_t> items;
+    items.reserve(left.size() / step);
+    for (; left.size() >= step; left = left.subspan(step)) {
+        const unsigned char* at = left.data();
+        items.push_back(step == 1 ? *at : step == 2 ? LoadLittle16(at) : LoadLittle32(at));
     }
     return items;
 }

@@ -113,7 +113,7 @@ std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Exten
 std::vector<Extent> WritePlain(const PageContext& context) {
     const TiffPage& page = context.page;
     const WriteSettings& settings = context.settings;
-    const std::vector<Extent> places = PlaceAgain(context);
+    std::vector<Extent> places = PlaceAgain(context);
     const std::vector<PixelBlock> blocks = ListBlocks(page, places);
     WorkUnits units(blocks.size());
     const std::uint64_t buffers = page.planar ? PlaneCounts(page).gathered + 1 : 1;
