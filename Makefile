@@ -47,9 +47,9 @@ test-%:
 coverage_flags := --root ../.. --exclude-throw-branches --exclude-unreachable-branches \
 	--exclude-branches-by-pattern '.*~\w+\(\) (override )?= default;.*|^(class|struct) \w+.*\{$$'
 coverage: test-coverage
-	@cd build/coverage && gcovr $(coverage_flags) --filter '../../Source/' --filter '../../apps/' --json coverage.json \
-		--html-details coverage.html .
-	@cd build/coverage && for folder in Source apps; do \
+	@cd build/coverage && gcovr $(coverage_flags) --filter '../../Source/' --filter '../../(apps|colour)/' \
+		--json coverage.json --html-details coverage.html .
+	@cd build/coverage && for folder in Source '(apps|colour)'; do \
 		gcovr $(coverage_flags) --filter "../../$$folder/" --add-tracefile coverage.json --txt --print-summary; done
 	@echo "build/coverage/coverage.html"
 

@@ -7,7 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/AllowedPaths.h"
-#include "colour/Bake.h"
+#include "colour/library/Bake.h"
 #include "system/OutputFile.h"
 #include "system/StandardStreams.h"
 #include "system/TemporaryFiles.h"

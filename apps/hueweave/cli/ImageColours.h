@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/DeviceColour.h"
+#include "colour/profile/DeviceColour.h"
 
 namespace hueweave::tool {
 

@@ -8,10 +8,10 @@
 #include <system_error>
 
 #include "batch/file/PageProfiles.h"
-#include "colour/EngineProfile.h"
-#include "colour/Lcms.h"
-#include "colour/Spaces.h"
-#include "colour/TagTable.h"
+#include "colour/library/EngineProfile.h"
+#include "colour/profile/Lcms.h"
+#include "colour/profile/Spaces.h"
+#include "colour/profile/TagTable.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
 #include "system/Sandbox.h"

@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "colour/Spaces.h"
+#include "colour/profile/Spaces.h"
 #include "system/Json.h"
 
 namespace hueweave::tool {

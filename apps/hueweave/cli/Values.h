@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "colour/Rendering.h"
+#include "colour/library/Rendering.h"
 
 namespace hueweave::tool {
 

@@ -7,8 +7,8 @@
 
 #include "cli/ImageColours.h"
 #include "cli/Values.h"
-#include "colour/Compare.h"
-#include "colour/EngineProfile.h"
+#include "colour/library/Compare.h"
+#include "colour/library/EngineProfile.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
 #include "system/Sandbox.h"

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "cli/Command.h"
-#include "colour/Rendering.h"
+#include "colour/library/Rendering.h"
 
 namespace hueweave::tool {
 

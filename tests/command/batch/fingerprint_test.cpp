@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "batch/file/Fingerprint.h"
-#include "colour/Spaces.h"
+#include "colour/profile/Spaces.h"
 #include "command/support/Batch.h"
 #include "system/Json.h"
 

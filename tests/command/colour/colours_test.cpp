@@ -12,7 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 
-#include "colour/OutputProfile.h"
+#include "colour/profile/OutputProfile.h"
 #include "command/support/Command.h"
 #include "command/support/DeviceProfiles.h"
 #include "command/support/Picture.h"

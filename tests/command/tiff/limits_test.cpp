@@ -7,9 +7,9 @@
 
 #include <csignal>
 
-#include "colour/Bake.h"
-#include "colour/Compare.h"
-#include "colour/DeviceProfile.h"
+#include "batch/session/ProfileFile.h"
+#include "colour/library/Bake.h"
+#include "colour/library/Compare.h"
 #include "command/support/Limits.h"
 #include "command/support/Picture.h"
 #include "command/support/TiffMaker.h"

@@ -14,9 +14,9 @@
 
 #include "batch/session/InputList.h"
 #include "batch/session/Report.h"
-#include "colour/Lcms.h"
-#include "colour/OutputProfile.h"
-#include "colour/Spaces.h"
+#include "colour/profile/Lcms.h"
+#include "colour/profile/OutputProfile.h"
+#include "colour/profile/Spaces.h"
 #include "command/support/Command.h"
 #include "system/JsonNames.h"
 #include "system/Refusal.h"

@@ -4,7 +4,7 @@
 
 run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE] [--every] [--suites NAME,...]
 
-Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support} and
+Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support}, colour and
 apps/hueweave, or over those of them whose path contains SUBSTRING, and for each builds the suites that look at it and
 runs them until one fails. Prints a line a mutant, then the share of killed mutants. The lines stand in
 FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged already. A mutant that does
@@ -31,7 +31,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "Source/tiff", "Source/support",
-           "apps/hueweave")
+           "colour", "apps/hueweave")
 # The suite of the command takes a minute of one processor. So the tests that know a file best go first, then the seeds
 # and findings of the fuzz targets, and then all tests.
 COMMAND = ["command:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
@@ -58,6 +58,7 @@ SUITES = {
     "iccfile": ["unit_iccfile", "unit_engine", "pipeline", "hostile_alloc", "hostile"],
     "tiff": ["unit_tiff", "pipeline", "unit_engine", "hostile_io", "hostile_alloc", "hostile"],
     "support": ["unit_support"],
+    "colour": COMMAND,
     "hueweave": COMMAND,
 }
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/", "command": "command/"}
@@ -72,6 +73,7 @@ GUARD_SUITES = {
     "color": ["unit_color", "hostile"],
     "support": ["hostile", "unit_support"],
     "base": ["unit_base", "unit_units", "unit_iccfile", "unit_tiff", "unit_engine", "hostile"],
+    "colour": COMMAND,
     "hueweave": COMMAND,
 }
 # A step past an array is seen, as the sanitizers of `make test-all` see it, and ends the process without a library
@@ -99,6 +101,11 @@ SWAPS = [
     (r" \* (?=[\w\(])", " / "), (r" / (?=[\w\(])", " * "), (r" \+ (?=[a-zA-Z\(])", " - "), (r" - (?=[a-zA-Z\(])", " + "),
     (r"\bmin\b", "max"), (r"\bmax\b", "min"), (r"\+= ", "-= "),
 ]
+
+
+def piece_of(path):
+    """The key of a source in the lists of suites."""
+    return path.parts[0] if path.parts[0] == "colour" else path.parts[1]
 
 
 def last_digit(match):
@@ -253,12 +260,12 @@ class Worker:
         path.write_text("\n".join(lines) + "\n")
         try:
             if every:
-                suites = [suite for suite in SUITES[relative.parts[1]] if not suite.endswith(":first")]
+                suites = [suite for suite in SUITES[piece_of(relative)] if not suite.endswith(":first")]
                 if any(self.build(suite) != 0 for suite in suites):
                     return "does not compile"
                 found = sorted(test for suite in suites for test in self.killers(suite))
                 return "killed by " + "|".join(found) if found else "SURVIVED"
-            for suite in SUITES[relative.parts[1]]:
+            for suite in SUITES[piece_of(relative)]:
                 if self.build(suite) != 0:
                     return "does not compile"
                 status = self.suite_status(suite, relative.stem)
@@ -300,7 +307,7 @@ def main():
         mutants = drawn(mutants, arguments.seed)[: arguments.count]
     if arguments.suites:
         SUITES.update(dict.fromkeys(SUITES, arguments.suites.split(",")))
-    suites = sorted({suite for mutant in mutants for suite in SUITES[mutant[0].parts[1]]})
+    suites = sorted({suite for mutant in mutants for suite in SUITES[piece_of(mutant[0])]})
     idle = queue.Queue()
     for job in range(arguments.jobs):
         idle.put(Worker(arguments.folder.resolve() / f"worker-{job}", suites))

@@ -3,7 +3,7 @@
 //
 // Includes point one way. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them ->
 // base, and the rest includes none of the other folders. In the command: cli -> batch -> tiff -> colour -> system, past
-// some or none; and the library's own headers are included by colour alone.
+// some or none.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -38,7 +38,6 @@ const Tree kLibrary{"Source",
                      {"engine", {"base", "engine", "engine/kernels", "units", "iccfile", "tiff", "hueweave"}}}};
 
 const Folders kSystem{"system"};
-const Folders kColour{"colour", "color", "engine", "iccfile", "units", "base"};
 const Folders kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kSession{"batch/session"},
     kFile{"batch/file"}, kBatch{"batch"}, kCli{"cli"};
 
@@ -47,13 +46,12 @@ Folders operator+(Folders a, const Folders& b) {
     return a;
 }
 
-const Folders kOfColour{"colour"};  // without the library's headers, which colour keeps to itself
-const Folders kWork = kSystem + kOfColour + kTiff + kCodec + kRewrite;
+const Folders kColour{"colour/profile", "colour/library"};
+const Folders kWork = kSystem + kColour + kTiff + kCodec + kRewrite;
 const Tree kCommand{"apps/hueweave",
                     80,
                     {{"", kSystem + kCli},
                      {"system", kSystem},
-                     {"colour", kSystem + kColour},
                      {"tiff", kSystem + kTiff},
                      {"tiff/codec", kSystem + kTiff + kCodec},
                      {"tiff/rewrite", kWork},

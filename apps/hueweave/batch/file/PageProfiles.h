@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "colour/DeviceProfile.h"
+#include "batch/session/ProfileFile.h"
 #include "system/Refusal.h"
 #include "tiff/TiffPage.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/Rendering.h"
+#include "colour/library/Rendering.h"
 
 namespace hueweave::tool {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "colour/Rendering.h"
+#include "colour/library/Rendering.h"
 
 namespace hueweave::tool {
 

@@ -7,10 +7,10 @@
 #include "batch/session/ConvertOptions.h"
 #include "batch/session/InputList.h"
 #include "batch/session/MadeFolders.h"
+#include "batch/session/ProfileCache.h"
+#include "batch/session/ProfileFile.h"
 #include "batch/session/Report.h"
 #include "batch/session/Resume.h"
-#include "colour/DeviceProfile.h"
-#include "colour/ProfileCache.h"
 #include "system/TemporaryFiles.h"
 
 namespace hueweave::tool {

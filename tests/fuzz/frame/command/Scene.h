@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "colour/DeviceProfile.h"
+#include "batch/session/ProfileFile.h"
 #include "system/Refusal.h"
 
 namespace hueweave::fuzz {

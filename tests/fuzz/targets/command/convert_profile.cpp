@@ -10,10 +10,10 @@
 #include "FuzzInput.h"
 #include "Mutation.h"
 #include "Scene.h"
-#include "colour/EngineBinding.h"
-#include "colour/EngineProfile.h"
-#include "colour/PixelConverter.h"
-#include "colour/ProfileCache.h"
+#include "batch/session/ProfileCache.h"
+#include "colour/library/EngineBinding.h"
+#include "colour/library/EngineProfile.h"
+#include "colour/library/PixelConverter.h"
 
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;

@@ -5,7 +5,7 @@
 #include <array>
 #include <optional>
 
-#include "colour/Spaces.h"
+#include "colour/profile/Spaces.h"
 
 namespace hueweave::tool {
 

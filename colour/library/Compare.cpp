@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/Compare.h"
+#include "colour/library/Compare.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "colour/Lcms.h"
+#include "colour/profile/Lcms.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 

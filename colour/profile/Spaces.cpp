@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/Spaces.h"
+#include "colour/profile/Spaces.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "colour/DeviceProfile.h"
+#include "batch/session/ProfileFile.h"
 
 namespace hueweave::tool {
 

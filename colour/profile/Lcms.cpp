@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/Lcms.h"
+#include "colour/profile/Lcms.h"
 
 #include <lcms2_plugin.h>
 

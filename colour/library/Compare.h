@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "colour/DeviceColour.h"
-#include "colour/PixelConverter.h"
+#include "colour/library/PixelConverter.h"
+#include "colour/profile/DeviceColour.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {

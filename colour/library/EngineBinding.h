@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "colour/Rendering.h"
+#include "colour/library/Rendering.h"
 #include "engine/CIccEngineS.h"
 #include "system/FileAccess.h"
 

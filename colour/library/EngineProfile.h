@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "colour/DeviceProfile.h"
+#include "batch/session/ProfileFile.h"
 #include "iccfile/IccTypes.h"
 
 namespace hueweave::tool {

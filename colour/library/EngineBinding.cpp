@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/EngineBinding.h"
+#include "colour/library/EngineBinding.h"
 
 namespace hueweave::tool {
 

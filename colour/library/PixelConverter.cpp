@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/PixelConverter.h"
+#include "colour/library/PixelConverter.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "colour/EngineBinding.h"
-#include "colour/OutputProfile.h"
+#include "colour/library/EngineBinding.h"
+#include "colour/profile/OutputProfile.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {

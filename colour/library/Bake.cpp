@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/Bake.h"
+#include "colour/library/Bake.h"
 
 #include <algorithm>
 #include <array>
@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "base/ByteOrder.h"
-#include "colour/Compare.h"
-#include "colour/Lcms.h"
+#include "colour/library/Compare.h"
+#include "colour/profile/Lcms.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 

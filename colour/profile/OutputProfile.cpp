@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/OutputProfile.h"
+#include "colour/profile/OutputProfile.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 
 #include "color/RgbPrimaries.h"
-#include "colour/Lcms.h"
+#include "colour/profile/Lcms.h"
 
 namespace hueweave::tool {
 namespace {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/EngineProfile.h"
+#include "colour/library/EngineProfile.h"
 
-#include "colour/Bake.h"
-#include "colour/Lcms.h"
-#include "colour/TagTable.h"
+#include "colour/library/Bake.h"
+#include "colour/profile/Lcms.h"
+#include "colour/profile/TagTable.h"
 
 namespace hueweave::tool {
 

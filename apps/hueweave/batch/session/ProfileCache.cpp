@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/ProfileCache.h"
+#include "batch/session/ProfileCache.h"
 
-#include "colour/EngineProfile.h"
+#include "colour/library/EngineProfile.h"
 
 namespace hueweave::tool {
 

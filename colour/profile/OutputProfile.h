@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/Spaces.h"
+#include "colour/profile/Spaces.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <string>
 
-#include "colour/DeviceProfile.h"
-#include "colour/PixelConverter.h"
+#include "batch/session/ProfileFile.h"
+#include "colour/library/PixelConverter.h"
 
 namespace hueweave::tool {
 

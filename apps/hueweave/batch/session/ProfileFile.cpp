@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "colour/DeviceProfile.h"
+#include "batch/session/ProfileFile.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "colour/Lcms.h"
+#include "colour/profile/Lcms.h"
 #include "system/Refusal.h"
 #include "system/Sha256.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/Rendering.h"
+#include "colour/library/Rendering.h"
 #include "system/FileAccess.h"
 
 namespace ICC40::ICC_ENG_S4 {
