@@ -8,12 +8,11 @@
 #include <vector>
 
 #include "base/ByteOrder.h"
+#include "colour/base/ProfileError.h"
 #include "colour/library/Compare.h"
 #include "colour/profile/Lcms.h"
-#include "system/Refusal.h"
-#include "system/Signals.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 namespace {
 
 constexpr unsigned kPoints = 33;
@@ -85,7 +84,7 @@ void Put32(Bytes& out, std::uint32_t value) {
 unsigned Quantise(double value, double top) { return static_cast<unsigned>(std::lround(std::clamp(value, 0.0, top))); }
 
 /// A block of type "mft2". The grid is written directly, so that no optimisation of Little CMS changes it.
-Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab) {
+Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab, const Poll& poll) {
     Bytes out{'m', 'f', 't', '2', 0, 0, 0, 0, 3, 3, kPoints, 0};
     for (unsigned i = 0; i < 9; ++i) Put32(out, i % 4 == 0 ? 0x10000 : 0);
     Put16(out, kEntries);
@@ -98,7 +97,7 @@ Bytes TableBlock(const Curves& curves, cmsHTRANSFORM toLab) {
         for (unsigned n = 0; n < kPoints; ++n) axis[c][n] = Inverse(curves[c], n / (kPoints - 1.0));
     }
     for (unsigned i = 0; i < kPoints; ++i) {
-        ThrowIfInterrupted();
+        poll();
         for (unsigned j = 0; j < kPoints; ++j) {
             for (unsigned k = 0; k < kPoints; ++k) {
                 const double rgb[3] = {axis[0][i], axis[1][j], axis[2][k]};
@@ -143,18 +142,15 @@ constexpr Spacing kSpacings[] = {{"linear light", 1.0},
 
 }  // namespace
 
-BakedProfile BakeProfile(const DeviceProfile& profile) {
+BakedProfile BakeProfile(const Bytes& data, const Poll& poll) {
     LcmsWork work;
-    const cmsHPROFILE original = work.Open(profile.data);
+    const cmsHPROFILE original = work.Open(data);
     std::array<cmsHTRANSFORM, 3> toLab{};
     for (int intent = 0; original != nullptr && intent < 3; ++intent) {
         toLab[static_cast<std::size_t>(intent)] = work.DeviceToLab(original, intent);
     }
     for (const cmsHTRANSFORM transform : toLab) {
-        if (transform == nullptr) {
-            throw Refusal(Exit::Profile, profile.name, "does not tell the colours of its device",
-                          "give another profile");
-        }
+        if (transform == nullptr) throw ProfileError("does not tell the colours of its device");
     }
     const Curves light = LightCurves(work, original, toLab[1]);
     const bool rises = std::none_of(light.begin(), light.end(), [](const Curve& curve) { return curve.empty(); });
@@ -174,9 +170,9 @@ BakedProfile BakeProfile(const DeviceProfile& profile) {
                                                          : static_cast<double>(i) / (kEntries - 1));
             }
         }
-        const Bytes table = TableBlock(curves, toLab[1]);
+        const Bytes table = TableBlock(curves, toLab[1], poll);
         const Bytes trial = Assemble(work, original, {table, table, table});
-        const Comparison result = Compare(trial, profile.data, profile.name, rendering, 16, probes);
+        const Comparison result = Compare(trial, data, rendering, 16, probes, poll);
         if (best.spacing.empty() || result.mean < best.mean) {
             best.spacing = spacing.name;
             best.mean = result.mean;
@@ -185,9 +181,9 @@ BakedProfile BakeProfile(const DeviceProfile& profile) {
         }
     }
     std::array<Bytes, 3> tables;
-    for (std::size_t i = 0; i < 3; ++i) tables[i] = TableBlock(chosen, toLab[i]);
+    for (std::size_t i = 0; i < 3; ++i) tables[i] = TableBlock(chosen, toLab[i], poll);
     best.data = Assemble(work, original, tables);
     return best;
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

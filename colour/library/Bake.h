@@ -4,9 +4,10 @@
 
 #include <string>
 
-#include "batch/session/ProfileFile.h"
+#include "colour/base/Bytes.h"
+#include "colour/base/Poll.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// A profile that the engine supports for all intents: Lab, tables of type "mft2" with 33 points for the perceptual,
 /// relative and saturation intents, and a white point.
@@ -15,6 +16,7 @@ struct BakedProfile {
     std::string spacing;       ///< of the grid, as reported by `bake`
     double mean = 0, p95 = 0;  ///< CIEDE2000 between the engine with this profile and Little CMS with the original
 };
-BakedProfile BakeProfile(const DeviceProfile& profile);
+/// Throws a ProfileError for a profile that does not define the colours of its device.
+BakedProfile BakeProfile(const Bytes& data, const Poll& poll);
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

@@ -5,11 +5,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "colour/base/ProfileError.h"
 #include "colour/profile/Lcms.h"
-#include "system/Refusal.h"
-#include "system/Signals.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 namespace {
 
 constexpr std::size_t kWorst = 5;
@@ -47,7 +46,6 @@ std::vector<DeviceColour> GridColours(unsigned points) {
     std::vector<DeviceColour> colours;
     const auto at = [&](unsigned n) { return static_cast<std::uint16_t>((n * 255 / (points - 1)) * 257); };
     for (unsigned i = 0; i < points; ++i) {
-        ThrowIfInterrupted();
         for (unsigned j = 0; j < points; ++j) {
             for (unsigned k = 0; k < points; ++k) colours.push_back({at(i), at(j), at(k)});
         }
@@ -55,9 +53,9 @@ std::vector<DeviceColour> GridColours(unsigned points) {
     return colours;
 }
 
-Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std::string& name,
-                   const Rendering& rendering, unsigned bits, const std::vector<DeviceColour>& colours) {
-    const PixelConverter converter(engineProfile, name, rendering, bits);
+Comparison Compare(const Bytes& engineProfile, const Bytes& original, const Rendering& rendering, unsigned bits,
+                   const std::vector<DeviceColour>& colours, const Poll& poll) {
+    const PixelConverter converter(engineProfile, rendering, bits);
     const std::vector<double> engine = ByEngine(converter, colours);
 
     LcmsWork work;
@@ -67,7 +65,7 @@ Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std:
     const cmsHTRANSFORM fromLab = output ? work.LabToDevice(output, INTENT_RELATIVE_COLORIMETRIC) : nullptr;
     const cmsHTRANSFORM outputLab = output ? work.DeviceToLab(output, INTENT_RELATIVE_COLORIMETRIC) : nullptr;
     if (toLab == nullptr || fromLab == nullptr || outputLab == nullptr) {
-        throw Refusal(Exit::Profile, name, "cannot be used by Little CMS", "give another profile");
+        throw ProfileError("cannot be used by Little CMS");
     }
 
     Comparison result;
@@ -75,7 +73,7 @@ Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std:
     std::vector<double> differences;
     std::vector<Comparison::Worst> all;
     for (std::size_t n = 0; n < colours.size(); ++n) {
-        ThrowIfInterrupted();
+        poll();
         double rgb[3];
         for (std::size_t c = 0; c < 3; ++c) {
             const int byte = colours[n][c] / 257;
@@ -109,4 +107,4 @@ Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std:
     return result;
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

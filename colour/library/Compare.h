@@ -6,11 +6,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "colour/base/Bytes.h"
+#include "colour/base/Poll.h"
 #include "colour/library/PixelConverter.h"
 #include "colour/profile/DeviceColour.h"
-#include "system/FileAccess.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// Difference between the engine and Little CMS in CIEDE2000.
 struct Comparison {
@@ -29,8 +30,8 @@ struct Comparison {
 std::vector<DeviceColour> GridColours(unsigned points);
 
 /// Converts `colours` with the engine (`engineProfile`) and with Little CMS in floating point (`original`), both
-/// clipped to the space, and compares the resulting colours.
-Comparison Compare(const Bytes& engineProfile, const Bytes& original, const std::string& name,
-                   const Rendering& rendering, unsigned bits, const std::vector<DeviceColour>& colours);
+/// clipped to the space, and compares the resulting colours. Throws a ProfileError if one of them refuses its profile.
+Comparison Compare(const Bytes& engineProfile, const Bytes& original, const Rendering& rendering, unsigned bits,
+                   const std::vector<DeviceColour>& colours, const Poll& poll);
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

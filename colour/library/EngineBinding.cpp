@@ -2,7 +2,7 @@
 // Copyright (c) The Hueweave authors
 #include "colour/library/EngineBinding.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 using ICC40::ICC_ENG_S4::CIccEngineS;
 using namespace ICC40::ICCFILE;
@@ -21,4 +21,4 @@ std::unique_ptr<CIccEngineS> BindEngine(const Bytes& profile, const Rendering& r
     return engine;
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

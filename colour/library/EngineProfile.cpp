@@ -6,7 +6,7 @@
 #include "colour/profile/Lcms.h"
 #include "colour/profile/TagTable.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 namespace {
 
@@ -50,10 +50,10 @@ std::optional<std::string> WhyBake(const Bytes& profile, ICC40::ICCFILE::Intent 
     return std::nullopt;
 }
 
-EngineProfile PrepareProfile(const DeviceProfile& profile, ICC40::ICCFILE::Intent intent) {
-    const auto reason = WhyBake(profile.data, intent);
-    if (!reason) return {profile.data, {}};
-    return {BakeProfile(profile).data, *reason};
+EngineProfile PrepareProfile(const Bytes& profile, ICC40::ICCFILE::Intent intent, const Poll& poll) {
+    const auto reason = WhyBake(profile, intent);
+    if (!reason) return {profile, {}};
+    return {BakeProfile(profile, poll).data, *reason};
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

@@ -5,10 +5,11 @@
 #include <optional>
 #include <string>
 
-#include "batch/session/ProfileFile.h"
+#include "colour/base/Bytes.h"
+#include "colour/base/Poll.h"
 #include "iccfile/IccTypes.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// Why the engine would refuse or misread this profile for this intent; nothing if it can use it directly.
 std::optional<std::string> WhyBake(const Bytes& profile, ICC40::ICCFILE::Intent intent);
@@ -18,6 +19,7 @@ struct EngineProfile {
     Bytes data;
     std::string bakedBecause;  ///< empty if the given one is used
 };
-EngineProfile PrepareProfile(const DeviceProfile& profile, ICC40::ICCFILE::Intent intent);
+/// Throws a ProfileError for a profile that cannot be baked.
+EngineProfile PrepareProfile(const Bytes& profile, ICC40::ICCFILE::Intent intent, const Poll& poll);
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

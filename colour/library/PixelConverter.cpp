@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
+#include "colour/base/ProfileError.h"
 #include "colour/library/EngineBinding.h"
 #include "colour/profile/OutputProfile.h"
-#include "system/Refusal.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 namespace {
 
 constexpr std::size_t kRun = 2048;  ///< pixels gathered at a time; they stay in the L1 cache
@@ -34,13 +35,11 @@ void SetSample(unsigned char* at, unsigned bits, unsigned value) {
 
 }  // namespace
 
-PixelConverter::PixelConverter(const Bytes& profile, const std::string& name, const Rendering& rendering, unsigned bits)
+PixelConverter::PixelConverter(const Bytes& profile, const Rendering& rendering, unsigned bits)
     : rendering_(rendering), bits_(bits) {
     const Space& space = *rendering.space;
     engine_ = BindEngine(profile, rendering, bits == 16 || space.ByTable(), space.Built(bits).space);
-    if (engine_ == nullptr) {
-        throw Refusal(Exit::Profile, name, "has no table that can be used", "give another profile");
-    }
+    if (engine_ == nullptr) throw ProfileError("has no table that can be used");
     if (space.ByTable()) {
         map_.resize(65536);
         for (unsigned v = 0; v < 65536; ++v) {
@@ -141,4 +140,4 @@ Bytes PixelConverter::OutputProfile() const {
     return MakeOutputProfile(space, decoding, title);
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

@@ -5,23 +5,23 @@
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <vector>
 
+#include "colour/base/Bytes.h"
 #include "colour/library/Rendering.h"
-#include "system/FileAccess.h"
 
 namespace ICC40::ICC_ENG_S4 {
 class CIccEngineS;
 }
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// Converts pixels of one bit depth with an engine. Threads may share it.
 class PixelConverter {
 public:
-    /// `profile` must be supported by the engine. `bits` is 8 or 16. Refuses what the engine refuses.
-    PixelConverter(const Bytes& profile, const std::string& name, const Rendering& rendering, unsigned bits);
+    /// `profile` must be supported by the engine. `bits` is 8 or 16. Throws a ProfileError for a profile that the
+    /// engine refuses.
+    PixelConverter(const Bytes& profile, const Rendering& rendering, unsigned bits);
     ~PixelConverter();
     PixelConverter(PixelConverter&&) noexcept;
 
@@ -46,4 +46,4 @@ private:
     std::array<std::uint16_t, 3> low_{}, high_{};
 };
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

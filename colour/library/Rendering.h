@@ -7,7 +7,7 @@
 
 #include "colour/profile/Spaces.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// Tone curves of the user: 256 samples per channel, for linear light from 0 to 1.
 using ToneCurves = std::array<std::array<unsigned char, 256>, 3>;
@@ -20,4 +20,4 @@ struct Rendering {
     std::optional<ToneCurves> curves;           ///< replace the tone curve of the space
 };
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

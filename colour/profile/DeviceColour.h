@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdint>
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 using DeviceColour = std::array<std::uint16_t, 3>;  ///< 16-bit RGB
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

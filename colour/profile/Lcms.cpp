@@ -11,9 +11,9 @@
 #include <utility>
 
 #include "base/ByteOrder.h"
-#include "system/Refusal.h"
+#include "colour/base/ProfileError.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// Header of every memory block of Little CMS.
 struct alignas(std::max_align_t) LcmsWork::Block {
@@ -41,7 +41,7 @@ thread_local LcmsWork* working = nullptr;
 void Silent(cmsContext, cmsUInt32Number, const char*) {}
 
 void Require(bool done) {
-    if (!done) throw Refusal(Exit::Profile, "", "no profile can be made of this one", "give another profile");
+    if (!done) throw ProfileError("no profile can be made of this one");
 }
 
 constexpr cmsUInt32Number kPlain = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
@@ -246,4 +246,4 @@ std::string SignatureText(std::uint32_t signature) {
     return text;
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

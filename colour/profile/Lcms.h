@@ -9,12 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "system/FileAccess.h"
+#include "colour/base/Bytes.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// Profiles, transforms and curves of Little CMS for one piece of work. They exist as long as this object and are not
 /// closed individually. For use by one thread at a time.
+///
+/// A method that makes or writes something throws a ProfileError if Little CMS refuses to.
 ///
 /// Every call that allocates goes through this class and throws `std::bad_alloc` if memory runs out. Little CMS itself
 /// would report some failed allocations as missing tags, so that the profile would lack them, and would dereference the
@@ -79,4 +81,4 @@ bool IsOldScreen(cmsHPROFILE profile);
 /// The four characters of a signature without trailing spaces.
 std::string SignatureText(std::uint32_t signature);
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

@@ -9,7 +9,7 @@
 #include "color/RgbPrimaries.h"
 #include "colour/profile/Lcms.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 namespace {
 
 const ColorLch::Matrix& PrimariesOf(ColorLch::ColorSpace space) {
@@ -112,4 +112,4 @@ Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double
     return work.Save(profile);
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "colour/base/Bytes.h"
 #include "colour/profile/Spaces.h"
-#include "system/FileAccess.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// Inverts an output table of 65536 entries (linear light to samples of 0 to `top`): returns the linear light, 0 to 1,
 /// for each of `entries` samples from black to white. Returns nothing for a table that does not rise from black to
@@ -21,4 +21,4 @@ std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::
 /// curve per channel that replaces the curve of the space.
 Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double>>& decoding, const std::string& title);
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

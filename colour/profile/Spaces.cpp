@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 namespace {
 
 using namespace ICC40::ICCFILE;
@@ -68,4 +68,4 @@ std::uint16_t AdobeFromGamma18(std::uint16_t sample) {
         std::lround(65535.0 * std::pow(sample / 65535.0, 1.0 / (kGamma18Power * kAdobeGamma))));
 }
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

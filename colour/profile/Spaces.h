@@ -9,7 +9,7 @@
 #include "iccfile/IccTypes.h"
 #include "units/OutputSpaces.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 /// The tone curve of a space.
 enum class Tone { Srgb, Linear, Gamma18, Adobe, Kodak };
@@ -48,4 +48,4 @@ inline constexpr double kGamma18Power = 0.5556;
 /// The 16-bit AdobeRGB sample for a 16-bit sample of the gamma 1.8 space.
 std::uint16_t AdobeFromGamma18(std::uint16_t sample);
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

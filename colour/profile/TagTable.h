@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "colour/base/Bytes.h"
 #include "iccfile/IccTypes.h"
 #include "iccfile/TagReader.h"
-#include "system/FileAccess.h"
 
-namespace hueweave::tool {
+namespace hueweave::colour {
 
 using ICC40::ICC4_HEADER::Signature;
 using ICC40::ICCFILE::TagReader;
@@ -48,4 +48,4 @@ private:
     std::vector<Tag> tags_;
 };
 
-}  // namespace hueweave::tool
+}  // namespace hueweave::colour

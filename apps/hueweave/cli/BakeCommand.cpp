@@ -6,9 +6,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include "batch/session/ProfileFile.h"
 #include "cli/AllowedPaths.h"
 #include "colour/library/Bake.h"
 #include "system/OutputFile.h"
+#include "system/Signals.h"
 #include "system/StandardStreams.h"
 #include "system/TemporaryFiles.h"
 
@@ -39,7 +41,8 @@ Exit BakeCommand::Run() {
         throw Refusal(Exit::Output, options_.output, "is the input itself", "choose another name");
     }
     CheckTarget(options_.output, existing);
-    const BakedProfile baked = BakeProfile(profile);
+    const colour::BakedProfile baked =
+        Named(profile.name, [&] { return colour::BakeProfile(profile.data, ThrowIfInterrupted); });
     OutputFile output(options_.output, existing);
     SweptFolders().Sweep(output.folder());
     output.file().Write(0, baked.data);

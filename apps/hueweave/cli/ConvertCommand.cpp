@@ -62,7 +62,7 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
     c->add_option("INPUT", options_.inputs, "TIFF files, folders of them, or - for standard input");
     c->add_option("-o,--output", options_.output, "File or folder to write, or - for standard output");
     c->add_option("--profile", options_.profile, "Profile of the input (default: the one that it embeds)");
-    Rendering& r = options_.rendering;
+    colour::Rendering& r = options_.rendering;
     AddChoice(*c, "--to", r.space, SpaceChoices(), "Colour space of the output, see: hueweave spaces");
     AddChoice(*c, "--intent", r.intent, IntentChoices(), "perceptual, relative, saturation or absolute");
     c->add_option("--lightness", r.lightness, "Shift of L*, -100 to 100")->check(Within(-100, 100));

@@ -42,7 +42,7 @@ public:
             AddSegments(page);
         }
     }
-    std::vector<DeviceColour> Take() { return std::move(colours_); }
+    std::vector<colour::DeviceColour> Take() { return std::move(colours_); }
 
 private:
     using Planes = Bytes[3];
@@ -85,7 +85,7 @@ private:
     void AddPixel(const TiffPage& page, const Planes& planes, std::uint64_t p) {
         if (counter_++ % step_ != 0) return;
         const std::size_t width = page.bits / 8;
-        DeviceColour colour{};
+        colour::DeviceColour colour{};
         for (std::size_t c = 0; c < 3; ++c) {
             const unsigned char* at = page.planar ? &planes[c][p * width] : &planes[0][(p * page.samples + c) * width];
             if (width == 1) {
@@ -100,12 +100,12 @@ private:
     const FileAccess& file_;
     const TiffStructure& structure_;
     std::uint64_t step_, counter_ = 0;
-    std::vector<DeviceColour> colours_;
+    std::vector<colour::DeviceColour> colours_;
 };
 
 }  // namespace
 
-std::vector<DeviceColour> ImageColours(const std::string& path) {
+std::vector<colour::DeviceColour> ImageColours(const std::string& path) {
     const FileAccess file = FileAccess::OpenInput(path);
     const TiffStructure structure(file);
     const std::vector<TiffPage> pages = ReadPages(structure);
@@ -115,7 +115,7 @@ std::vector<DeviceColour> ImageColours(const std::string& path) {
     for (const TiffPage& page : pages) {
         if (!page.mask) collector.Add(page);
     }
-    std::vector<DeviceColour> colours = collector.Take();
+    std::vector<colour::DeviceColour> colours = collector.Take();
     std::sort(colours.begin(), colours.end());
     colours.erase(std::unique(colours.begin(), colours.end()), colours.end());
     return colours;

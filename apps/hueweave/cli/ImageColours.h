@@ -10,6 +10,6 @@
 namespace hueweave::tool {
 
 /// The colours of a TIFF file's pages, each once; for a large image, an evenly distributed sample of its pixels.
-std::vector<DeviceColour> ImageColours(const std::string& path);
+std::vector<colour::DeviceColour> ImageColours(const std::string& path);
 
 }  // namespace hueweave::tool

@@ -27,12 +27,12 @@ using Json = nlohmann::ordered_json;
 double Fixed(std::uint32_t word) { return static_cast<std::int32_t>(word) / 65536.0; }
 
 /// Channels, grid and curves of a table.
-Json TableShape(const TagReader& block) {
+Json TableShape(const colour::TagReader& block) {
     Json shape;
     if (block.Size() < 32) return shape;
     const std::uint32_t type = block.U32(0);
-    const bool words = type == Signature("mft2"), lut = words || type == Signature("mft1");
-    if (!lut && type != Signature("mAB ") && type != Signature("mBA ")) return shape;
+    const bool words = type == colour::Signature("mft2"), lut = words || type == colour::Signature("mft1");
+    if (!lut && type != colour::Signature("mAB ") && type != colour::Signature("mBA ")) return shape;
     shape["inputs"] = block.U8(8);
     shape["outputs"] = block.U8(9);
     if (lut) {
@@ -59,25 +59,27 @@ Json TableShape(const TagReader& block) {
 }
 
 Json DescribeProfile(const std::string& name, const Bytes& bytes) {
-    LcmsWork work;
+    colour::LcmsWork work;
     const cmsHPROFILE opened = work.Open(bytes);
     if (opened == nullptr) {
         throw Refusal(Exit::Profile, name, "is not a readable ICC profile", "give an ICC profile or a TIFF file");
     }
-    const TagTable table(bytes);
+    const colour::TagTable table(bytes);
     Json json{{"kind", "profile"}, {"description", work.Text(opened, cmsInfoDescription)}};
-    const TagReader& header = table.profile();
+    const colour::TagReader& header = table.profile();
     json["version"] = fmt::format("{}.{}", header.U8(8), header.U8(9) >> 4);
-    json["class"] = SignatureText(header.U32(12));
-    json["colours"] = SignatureText(header.U32(16));
-    json["connection"] = SignatureText(header.U32(20));
+    json["class"] = colour::SignatureText(header.U32(12));
+    json["colours"] = colour::SignatureText(header.U32(16));
+    json["connection"] = colour::SignatureText(header.U32(20));
     json["bytes"] = bytes.size();
-    if (const TagReader* white = table.Find(Signature("wtpt")); white != nullptr && white->Size() >= 20) {
+    if (const colour::TagReader* white = table.Find(colour::Signature("wtpt"));
+        white != nullptr && white->Size() >= 20) {
         json["white"] = {Fixed(white->U32(8)), Fixed(white->U32(12)), Fixed(white->U32(16))};
     }
-    for (const TagTable::Tag& tag : table.tags()) {
-        Json entry{
-            {"name", SignatureText(tag.name)}, {"type", SignatureText(tag.block.U32(0))}, {"bytes", tag.block.Size()}};
+    for (const colour::TagTable::Tag& tag : table.tags()) {
+        Json entry{{"name", colour::SignatureText(tag.name)},
+                   {"type", colour::SignatureText(tag.block.U32(0))},
+                   {"bytes", tag.block.Size()}};
         const Json shape = TableShape(tag.block);
         if (!shape.empty()) entry["table"] = shape;
         json["tags"].push_back(entry);
@@ -88,12 +90,12 @@ Json DescribeProfile(const std::string& name, const Bytes& bytes) {
     } catch (const Refusal& refusal) {
         refused = std::string(refusal.what());
     }
-    for (const NamedIntent& intent : Intents()) {
+    for (const colour::NamedIntent& intent : colour::Intents()) {
         Json entry{{"name", intent.name}};
         if (!refused.empty()) {
             entry["served"] = "no";
             entry["why"] = refused;
-        } else if (const auto why = WhyBake(bytes, intent.intent)) {
+        } else if (const auto why = colour::WhyBake(bytes, intent.intent)) {
             entry["served"] = "baked";
             entry["why"] = *why;
         } else {

@@ -18,7 +18,7 @@ CLI::App* SpacesCommand::Declare(CLI::App& app) {
 }
 
 Exit SpacesCommand::Run() {
-    for (const Space& space : Spaces()) {
+    for (const colour::Space& space : colour::Spaces()) {
         if (json_) {
             const nlohmann::ordered_json json{{"name", space.name}, {"title", space.title}, {"note", space.note}};
             fmt::print("{}\n", json.dump());

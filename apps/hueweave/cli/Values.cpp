@@ -29,15 +29,15 @@ std::string TakeMemory(std::string& word) {
 
 }  // namespace
 
-Choices<const Space*> SpaceChoices() {
-    Choices<const Space*> choices;
-    for (const Space& space : Spaces()) choices.emplace_back(space.name, &space);
+Choices<const colour::Space*> SpaceChoices() {
+    Choices<const colour::Space*> choices;
+    for (const colour::Space& space : colour::Spaces()) choices.emplace_back(space.name, &space);
     return choices;
 }
 
 Choices<ICC40::ICCFILE::Intent> IntentChoices() {
     Choices<ICC40::ICCFILE::Intent> choices;
-    for (const NamedIntent& named : Intents()) choices.emplace_back(named.name, named.intent);
+    for (const colour::NamedIntent& named : colour::Intents()) choices.emplace_back(named.name, named.intent);
     return choices;
 }
 

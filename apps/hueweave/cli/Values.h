@@ -16,7 +16,7 @@ namespace hueweave::tool {
 template <typename Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
-Choices<const Space*> SpaceChoices();
+Choices<const colour::Space*> SpaceChoices();
 Choices<ICC40::ICCFILE::Intent> IntentChoices();
 
 /// Adds an option with one of these values.

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "batch/session/ProfileFile.h"
 #include "cli/ImageColours.h"
 #include "cli/Values.h"
 #include "colour/library/Compare.h"
@@ -12,15 +13,16 @@
 #include "system/Json.h"
 #include "system/JsonNames.h"
 #include "system/Sandbox.h"
+#include "system/Signals.h"
 #include "system/StandardStreams.h"
 
 namespace hueweave::tool {
 namespace {
 
-void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const EngineProfile& engine,
-               const Comparison& c) {
+void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const colour::EngineProfile& engine,
+               const colour::Comparison& c) {
     fmt::print("{}: to {}, {}, {} bits, {} colours of {}\n", OneLine(profile.name), options.rendering.space->name,
-               IntentName(options.rendering.intent), options.bits, c.colours,
+               colour::IntentName(options.rendering.intent), options.bits, c.colours,
                options.image ? OneLine(*options.image) : "a grid");
     if (!engine.bakedBecause.empty())
         fmt::print("The engine takes a profile baked from it: {}.\n", engine.bakedBecause);
@@ -36,11 +38,11 @@ void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const
                100.0 * static_cast<double>(c.clipped) / static_cast<double>(c.colours));
 }
 
-void PrintJson(const VerifyOptions& options, const DeviceProfile& profile, const EngineProfile& engine,
-               const Comparison& c) {
+void PrintJson(const VerifyOptions& options, const DeviceProfile& profile, const colour::EngineProfile& engine,
+               const colour::Comparison& c) {
     nlohmann::ordered_json json{{"profile", profile.name},
                                 {"space", options.rendering.space->name},
-                                {"intent", IntentName(options.rendering.intent)},
+                                {"intent", colour::IntentName(options.rendering.intent)},
                                 {"bits", options.bits},
                                 {"baked", !engine.bakedBecause.empty()},
                                 {"colours", c.colours},
@@ -87,11 +89,15 @@ Exit VerifyCommand::Run() {
         EnterSandbox(allowed);
     }
     const DeviceProfile profile = LoadProfile(options_.profile);
-    const EngineProfile engine = PrepareProfile(profile, options_.rendering.intent);
-    const std::vector<DeviceColour> colours =
-        options_.image ? ImageColours(*options_.image) : GridColours(options_.points);
-    const Comparison result =
-        Compare(engine.data, profile.data, profile.name, options_.rendering, options_.bits, colours);
+    const colour::EngineProfile engine = Named(profile.name, [&] {
+        return colour::PrepareProfile(profile.data, options_.rendering.intent, ThrowIfInterrupted);
+    });
+    const std::vector<colour::DeviceColour> colours =
+        options_.image ? ImageColours(*options_.image) : colour::GridColours(options_.points);
+    const colour::Comparison result = Named(profile.name, [&] {
+        return colour::Compare(engine.data, profile.data, options_.rendering, options_.bits, colours,
+                               ThrowIfInterrupted);
+    });
     if (options_.json) {
         PrintJson(options_, profile, engine, result);
     } else {

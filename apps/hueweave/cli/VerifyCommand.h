@@ -13,7 +13,7 @@ namespace hueweave::tool {
 struct VerifyOptions {
     std::string profile;
     std::optional<std::string> image;
-    Rendering rendering;
+    colour::Rendering rendering;
     unsigned bits = 16, points = 33;
     std::optional<double> limit;
     bool json = false, sandbox = false;

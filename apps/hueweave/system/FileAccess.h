@@ -11,11 +11,12 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
+
+#include "colour/base/Bytes.h"
 
 namespace hueweave::tool {
 
-using Bytes = std::vector<unsigned char>;
+using colour::Bytes;
 
 /// A range of a file: `size` bytes from `offset`.
 struct Extent {

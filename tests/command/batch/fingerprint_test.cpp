@@ -22,7 +22,7 @@ std::string SumOf(const std::string& options, const std::string& path) {
 class FingerprintTest : public testing::Test {
 protected:
     FingerprintTest() {
-        options_.rendering.space = tool::FindSpace("srgb");
+        options_.rendering.space = colour::FindSpace("srgb");
         WriteBytes(path_, Text('f', kSize));
     }
     static std::string Text(char first, std::size_t size) {

@@ -46,7 +46,7 @@ TEST(WordsTest, ChoicesBecomeValues) {
     EXPECT_EQ(ConvertWith("--source=embedded").source, SourceRule::Embedded);
     EXPECT_EQ(ConvertWith("--source=require-match").source, SourceRule::RequireMatch);
     const auto verify = ParseWords({"verify", "x"});
-    const Rendering& rendering = dynamic_cast<const VerifyCommand&>(*verify).options().rendering;
+    const colour::Rendering& rendering = dynamic_cast<const VerifyCommand&>(*verify).options().rendering;
     EXPECT_EQ(rendering.space->name, "srgb");
     EXPECT_EQ(rendering.intent, IntentPerceptual);
 }

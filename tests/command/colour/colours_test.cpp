@@ -194,7 +194,7 @@ TEST(OutputProfileTest, TellsBradfordsAdaptationFromTheWhiteOfItsSpace) {
     const Columns back = Inverse(bradford);
     constexpr Triple kD50{0.9642, 1.0, 0.8249}, kD65{0.3127 / 0.3290, 1.0, (1.0 - 0.3127 - 0.3290) / 0.3290};
     for (const auto& [name, white] : {std::pair{"srgb", kD65}, std::pair{"colormatch-g18", kD50}}) {
-        const tool::Bytes data = tool::MakeOutputProfile(*tool::FindSpace(name), {}, "title");
+        const colour::Bytes data = colour::MakeOutputProfile(*colour::FindSpace(name), {}, "title");
         const cmsHPROFILE profile = cmsOpenProfileFromMem(data.data(), static_cast<cmsUInt32Number>(data.size()));
         const auto* told = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile, cmsSigChromaticAdaptationTag));
         ASSERT_NE(told, nullptr);

@@ -352,22 +352,17 @@ TEST_F(LimitsTest, ASignalEndsTheReadingOfAFilesStructure) {
 
 TEST_F(LimitsTest, ASignalEndsComputations) {
     const tool::DeviceProfile profile = tool::LoadProfile(Input("scanner.icc"));
-    tool::Rendering rendering;
-    rendering.space = tool::FindSpace("srgb");
-    EXPECT_EXIT(DoInterrupted([] {
-                    std::raise(SIGTERM);
-                    tool::GridColours(2);
-                }),
-                testing::ExitedWithCode(7), "");
+    colour::Rendering rendering;
+    rendering.space = colour::FindSpace("srgb");
     EXPECT_EXIT(DoInterrupted([&] {
-                    const auto colours = tool::GridColours(2);
+                    const auto colours = colour::GridColours(2);
                     std::raise(SIGTERM);
-                    tool::Compare(profile.data, profile.data, profile.name, rendering, 16, colours);
+                    colour::Compare(profile.data, profile.data, rendering, 16, colours, tool::ThrowIfInterrupted);
                 }),
                 testing::ExitedWithCode(7), "");
     EXPECT_EXIT(DoInterrupted([&] {
                     std::raise(SIGTERM);
-                    tool::BakeProfile(profile);
+                    colour::BakeProfile(profile.data, tool::ThrowIfInterrupted);
                 }),
                 testing::ExitedWithCode(7), "");
 }

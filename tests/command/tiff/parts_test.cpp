@@ -48,11 +48,11 @@ TEST(Sha256Test, AgreesWithSha256sumAtEveryLengthAndInPieces) {
 }
 
 TEST(SpacesTest, AdobeRgbIsGamma18TakenBackToLight) {
-    EXPECT_EQ(AdobeFromGamma18(0), 0);
-    EXPECT_EQ(AdobeFromGamma18(65535), 65535);
+    EXPECT_EQ(colour::AdobeFromGamma18(0), 0);
+    EXPECT_EQ(colour::AdobeFromGamma18(65535), 65535);
     // A linear grey of 0.18: by gamma 1.8 it is 0.18^0.5556, by AdobeRGB 0.18^(256/563).
     const auto sample = static_cast<std::uint16_t>(std::lround(65535 * std::pow(0.18, 0.5556)));
-    EXPECT_NEAR(AdobeFromGamma18(sample), 65535 * std::pow(0.18, 256.0 / 563.0), 1.0);
+    EXPECT_NEAR(colour::AdobeFromGamma18(sample), 65535 * std::pow(0.18, 256.0 / 563.0), 1.0);
 }
 
 TEST(InvertTableTest, FindsTheLightOfEachSample) {
@@ -60,7 +60,7 @@ TEST(InvertTableTest, FindsTheLightOfEachSample) {
     for (std::size_t i = 0; i < table.size(); ++i) {
         table[i] = static_cast<std::uint32_t>(std::lround(255 * std::sqrt(static_cast<double>(i) / 65535)));
     }
-    const auto inverse = InvertTable(table.data(), 255, 256);
+    const auto inverse = colour::InvertTable(table.data(), 255, 256);
     ASSERT_TRUE(inverse.has_value());
     for (std::size_t n = 1; n < 255; ++n) {
         const double sample = static_cast<double>(n) / 255;
@@ -69,8 +69,8 @@ TEST(InvertTableTest, FindsTheLightOfEachSample) {
     EXPECT_EQ(inverse->front(), 0.0);
     EXPECT_EQ(inverse->back(), 1.0);
     table[30000] = 0;
-    EXPECT_FALSE(InvertTable(table.data(), 255, 256).has_value());
-    EXPECT_FALSE(InvertTable(std::vector<std::uint32_t>(65536, 7).data(), 255, 256).has_value());
+    EXPECT_FALSE(colour::InvertTable(table.data(), 255, 256).has_value());
+    EXPECT_FALSE(colour::InvertTable(std::vector<std::uint32_t>(65536, 7).data(), 255, 256).has_value());
 }
 
 TEST(StableHashTest, IsTheSameOnEveryMachine) {
@@ -122,7 +122,7 @@ TEST(OneLineTest, MarksOfDirectionAndSeparatorsDoNotReachTheTerminal) {
 
 TEST(LcmsWorkTest, AllItsMemoryIsFreedWithIt) {
     const auto work = [] {
-        LcmsWork lcms;
+        colour::LcmsWork lcms;
         lcms.Write(lcms.NewProfile(4.3, cmsSigDisplayClass, cmsSigXYZData), cmsSigRedTRCTag, lcms.Gamma(2.2));
     };
     for (int i = 0; i < 10; ++i) work();  // what is kept for the next one

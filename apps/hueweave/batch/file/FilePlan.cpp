@@ -48,7 +48,7 @@ private:
             throw Refusal(Exit::Usage, options_.curveFile, "no profile can describe curves that fall",
                           "leave the profile out with --no-tag");
         }
-        const Rendering& rendering = options_.rendering;
+        const colour::Rendering& rendering = options_.rendering;
         if (pages_[page].bits == 16 && rendering.space->name == "kodak-mix" && !rendering.curves) {
             Note("kodak-mix has 256 steps, also in files of 16 bits");
         }
@@ -99,7 +99,7 @@ private:
     }
 
     bool IsConverted(const std::vector<PageJob>& jobs) const {
-        const Rendering& r = options_.rendering;
+        const colour::Rendering& r = options_.rendering;
         const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
         if (!options_.inPlace || options_.force || options_.noTag || adjusts) return false;
         for (std::size_t p = 0; p < pages_.size(); ++p) {

@@ -22,10 +22,10 @@ void FileReport::TellConvertedBefore(const FilePlan& plan) const {
 }
 
 void FileReport::TellPlanned(const FilePlan& plan) const {
-    const Rendering& rendering = task_.session.options.rendering;
+    const colour::Rendering& rendering = task_.session.options.rendering;
     TellNotes(plan.notes);
     task_.session.report.Line(fmt::format("would convert {} -> {} ({}, {}, {} bits, {})", source_.name, OutputName(),
-                                          rendering.space->name, IntentName(rendering.intent),
+                                          rendering.space->name, colour::IntentName(rendering.intent),
                                           plan.converters.front()->bits, plan.profileName));
     TellJson("would convert", &plan);
 }
@@ -74,12 +74,12 @@ void FileReport::TellJson(const char* status, const FilePlan* plan) const {
 }
 
 nlohmann::ordered_json FileReport::Begin(const char* status, const FilePlan* plan) const {
-    const Rendering& rendering = task_.session.options.rendering;
+    const colour::Rendering& rendering = task_.session.options.rendering;
     nlohmann::ordered_json json{{"status", status}};
     PutName(json, "source", task_.item.source);
     PutName(json, "output", task_.item.output);
     PutName(json, "profile", plan != nullptr ? plan->profileName : "");
-    json["intent"] = IntentName(rendering.intent);
+    json["intent"] = colour::IntentName(rendering.intent);
     json["space"] = rendering.space->name;
     if (plan != nullptr) json["baked"] = !plan->converters.front()->bakedBecause.empty();
     return json;

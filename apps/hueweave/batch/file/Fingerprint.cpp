@@ -15,9 +15,9 @@ constexpr std::uint64_t kGap = std::uint64_t{1} << 20;      ///< bytes that may 
 }  // namespace
 
 Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : file_(source.file) {
-    const Rendering& r = session.options.rendering;
-    hash_.Add(fmt::format("{} {} {} {} {} {} {} {} {}\n", kVersion, r.space->name, IntentName(r.intent), r.lightness,
-                          r.chroma, r.hue, static_cast<int>(session.options.source), session.options.noTag,
+    const colour::Rendering& r = session.options.rendering;
+    hash_.Add(fmt::format("{} {} {} {} {} {} {} {} {}\n", kVersion, r.space->name, colour::IntentName(r.intent),
+                          r.lightness, r.chroma, r.hue, static_cast<int>(session.options.source), session.options.noTag,
                           session.profile ? session.profile->hash : "embedded"));
     if (!r.curves) return;
     for (const auto& curve : *r.curves) hash_.Add(curve.data(), curve.size());

@@ -24,7 +24,7 @@ struct ConvertOptions {
     std::vector<std::string> inputs;
     std::string output;
     std::optional<std::string> profile;
-    Rendering rendering;
+    colour::Rendering rendering;
     SourceRule source = SourceRule::Given;
     std::optional<std::string> filesFrom;
     std::optional<Shard> shard;

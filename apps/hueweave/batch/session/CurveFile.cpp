@@ -11,7 +11,7 @@
 
 namespace hueweave::tool {
 
-ToneCurves ReadCurves(const std::string& path) {
+colour::ToneCurves ReadCurves(const std::string& path) {
     const auto refuse = [&](const std::string& reason) {
         throw Refusal(Exit::Usage, path, reason, "give 256 rows of three whole numbers of 0 to 255");
     };
@@ -19,7 +19,7 @@ ToneCurves ReadCurves(const std::string& path) {
     if (file.descriptor() < 0) refuse("cannot be read");
     constexpr std::size_t kLongestRow = 4096;
     LineReader lines(file.descriptor(), '\n', kLongestRow);
-    ToneCurves curves{};
+    colour::ToneCurves curves{};
     std::string line;
     std::size_t row = 0;
     while (lines.Next(line)) {

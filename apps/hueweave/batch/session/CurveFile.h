@@ -9,6 +9,6 @@
 namespace hueweave::tool {
 
 /// 256 rows of three values of 0 to 255, separated by commas, semicolons or blanks.
-ToneCurves ReadCurves(const std::string& path);
+colour::ToneCurves ReadCurves(const std::string& path);
 
 }  // namespace hueweave::tool

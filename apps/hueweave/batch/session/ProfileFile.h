@@ -4,7 +4,9 @@
 
 #include <string>
 
+#include "colour/base/ProfileError.h"
 #include "system/FileAccess.h"
+#include "system/Refusal.h"
 
 namespace hueweave::tool {
 
@@ -21,5 +23,15 @@ struct DeviceProfile {
 DeviceProfile LoadProfile(const std::string& path);
 /// The same for a profile embedded in the file `name`.
 DeviceProfile TakeEmbedded(const std::string& name, Bytes data);
+
+/// What `call` returns. Refuses the profile `name` if `call` cannot use it.
+template <typename Call>
+auto Named(const std::string& name, const Call& call) {
+    try {
+        return call();
+    } catch (const colour::ProfileError& error) {
+        throw Refusal(Exit::Profile, name, error.what(), "give another profile");
+    }
+}
 
 }  // namespace hueweave::tool

@@ -11,7 +11,7 @@ namespace hueweave::tool {
 
 /// What becomes of one page; null converter for a mask, which stays as it is.
 struct PageJob {
-    const PixelConverter* converter = nullptr;
+    const colour::PixelConverter* converter = nullptr;
     std::shared_ptr<const Bytes> icc;  ///< the profile of the output; null to leave it out
 };
 

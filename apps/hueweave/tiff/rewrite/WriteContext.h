@@ -37,7 +37,7 @@ struct PageContext {
     const TiffStructure& structure;
     const TiffPage& page;
     std::size_t index;  ///< of the page, for the layout
-    const PixelConverter& converter;
+    const colour::PixelConverter& converter;
     OutputLayout& layout;
     const FileAccess& target;
     const WriteSettings& settings;

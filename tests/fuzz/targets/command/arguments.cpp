@@ -15,6 +15,7 @@
 #include "cli/InspectCommand.h"
 #include "cli/VerifyCommand.h"
 
+using namespace hueweave::colour;
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;
 

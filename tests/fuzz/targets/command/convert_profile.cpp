@@ -14,7 +14,9 @@
 #include "colour/library/EngineBinding.h"
 #include "colour/library/EngineProfile.h"
 #include "colour/library/PixelConverter.h"
+#include "system/Signals.h"
 
+using namespace hueweave::colour;
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;
 
@@ -61,11 +63,12 @@ Bytes ByEngine(const Bytes& profile, const Rendering& rendering, unsigned bits, 
     return pixels;
 }
 
-void CheckBaked(const DeviceProfile& profile, const EngineProfile& engine, ICC40::ICCFILE::Intent intent) {
+void CheckBaked(const Bytes& profile, const EngineProfile& engine, ICC40::ICCFILE::Intent intent) {
     for (const NamedIntent& named : Intents()) {
         Require(!WhyBake(engine.data, named.intent), "a baked profile needs no baking");
     }
-    Require(PrepareProfile(profile, intent).data == engine.data, "the same profile bakes to the same");
+    Require(PrepareProfile(profile, intent, ThrowIfInterrupted).data == engine.data,
+            "the same profile bakes to the same");
     const DeviceProfile again = TakeEmbedded("baked.icc", engine.data);
     Require(again.data == engine.data, "a baked profile is one that the command takes");
 }
@@ -94,13 +97,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(profile.data == bytes && profile.embedded == embedded, "the bytes of the file");
 
     EngineProfile engine;
-    auto refusal = RefusalOf([&] { engine = PrepareProfile(profile, rendering.intent); });
+    auto refusal = RefusalOf([&] {
+        engine =
+            Named(profile.name, [&] { return PrepareProfile(profile.data, rendering.intent, ThrowIfInterrupted); });
+    });
     std::unique_ptr<PixelConverter> converter;
     Bytes output;
     if (!refusal) {
         refusal = RefusalOf([&] {
-            converter = std::make_unique<PixelConverter>(engine.data, profile.name, rendering, bits);
-            output = converter->OutputProfile();
+            output = Named(profile.name, [&] {
+                converter = std::make_unique<PixelConverter>(engine.data, rendering, bits);
+                return converter->OutputProfile();
+            });
         });
     }
     Require(OpenDescriptors() == descriptors, "every file is closed again");
@@ -111,7 +119,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (engine.bakedBecause.empty()) {
         Require(engine.data == bytes, "a profile that the engine takes is used as it is");
     } else {
-        CheckBaked(profile, engine, rendering.intent);
+        CheckBaked(bytes, engine, rendering.intent);
     }
     Bytes pixels = Picture(bits);
     const Bytes wanted = ByEngine(engine.data, rendering, bits, pixels);

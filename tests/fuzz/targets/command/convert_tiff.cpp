@@ -16,6 +16,7 @@
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/TiffRewriter.h"
 
+using namespace hueweave::colour;
 using namespace hueweave::fuzz;
 using namespace hueweave::tool;
 
