@@ -5,6 +5,7 @@
 #include <lcms2_plugin.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <iterator>
 #include <new>

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -2,8 +2,10 @@
 // Copyright (c) The Hueweave authors
 //
 // Includes point one way. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them ->
-// base, and the rest includes none of the other folders. In the command: cli -> batch -> tiff -> colour -> system, past
-// some or none.
+// base, and the rest includes none of the other folders. In colour: {library, exact} -> profile -> base, past some or
+// none, and nothing of the command. In the command: cli -> batch -> tiff -> system, past some or none; cli, batch and
+// tiff/rewrite include colour as well, and all folders colour/base. The library's own headers are included by colour
+// alone.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -46,14 +48,25 @@ Folders operator+(Folders a, const Folders& b) {
     return a;
 }
 
-const Folders kColour{"colour/profile", "colour/library"};
-const Folders kWork = kSystem + kColour + kTiff + kCodec + kRewrite;
+const Folders kColourBase{"colour/base"}, kProfile{"colour/profile"}, kThroughEngine{"colour/library"},
+    kExact{"colour/exact"};
+const Folders kOfProfiles{"base", "color", "iccfile", "units"};  // of the library
+const Folders kOfEngine = kOfProfiles + Folders{"engine"};
+const Tree kColour{"colour",
+                   15,
+                   {{"base", kColourBase},
+                    {"profile", kColourBase + kProfile + kOfProfiles},
+                    {"library", kColourBase + kProfile + kThroughEngine + kOfEngine},
+                    {"exact", kColourBase + kProfile + kExact}}};
+
+const Folders kSystemAndBase = kSystem + kColourBase;
+const Folders kWork = kSystemAndBase + kProfile + kThroughEngine + kTiff + kCodec + kRewrite;
 const Tree kCommand{"apps/hueweave",
                     80,
                     {{"", kSystem + kCli},
-                     {"system", kSystem},
-                     {"tiff", kSystem + kTiff},
-                     {"tiff/codec", kSystem + kTiff + kCodec},
+                     {"system", kSystemAndBase},
+                     {"tiff", kSystemAndBase + kTiff},
+                     {"tiff/codec", kSystemAndBase + kTiff + kCodec},
                      {"tiff/rewrite", kWork},
                      {"batch/session", kWork + kSession},
                      {"batch/file", kWork + kSession + kFile},
@@ -89,12 +102,14 @@ void ExpectOneWay(const Tree& tree) {
 }
 
 TEST(IncludeDirections, NoFolderOfTheLibraryReachesUpOrSideways) { ExpectOneWay(kLibrary); }
+TEST(IncludeDirections, NoFolderOfTheColoursReachesUpOrSideways) { ExpectOneWay(kColour); }
 TEST(IncludeDirections, NoFolderOfTheCommandReachesUpOrSideways) { ExpectOneWay(kCommand); }
 
 TEST(IncludeDirections, SeesAFolderThatIsNamed) {
     const fs::path root = HUEWEAVE_SOURCE_DIR;
     EXPECT_TRUE(IncludedFolders(root / "Source/engine/FileConversion.cpp").contains("tiff"));
     EXPECT_TRUE(IncludedFolders(root / "Source/units/GridTransformations.cpp").contains("color"));
+    EXPECT_TRUE(IncludedFolders(root / "colour/library/EngineBinding.h").contains("engine"));
     EXPECT_TRUE(IncludedFolders(root / "apps/hueweave/tiff/rewrite/ImageWriter.cpp").contains("tiff/codec"));
 }
 
