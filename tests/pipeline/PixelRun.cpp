@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "pipeline/PixelRun.h"
-
 #include <algorithm>
+#include <array>
 
+#include "pipeline/EnginePair.h"
 #include "support/ProfileBuilder.h"
 
 namespace hueweave::test {
@@ -41,21 +41,19 @@ private:
     bool wide_;
 };
 
-Bytes PixelRun16(int points) {
+Bytes PixelRun16() {
     PixelWriter run(true);
     for (int v = 0; v < 65536; v += 23) run.Add(v, v, v);
     run.AddCube({0, 1, 255, 256, 32768, 65280, 65534, 65535});
     // All orders and ties of the fractions, in corner cells and inner ones.
-    const int cells = points - 1, width = 65536 / cells, last = cells - 1;
-    const std::array<int, 3> corners[] = {
-        {0, 0, 0}, {last, last, last}, {0, last, last / 2}, {1, cells / 2, cells - 2}};
-    for (const auto& [r, g, b] : corners) {
-        run.AddCube({0, 1, width / 4, width / 2, width - 1}, {r * width, g * width, b * width});
+    constexpr int kWidth = 65536 / 16;
+    for (const auto& [r, g, b] : {std::array{0, 0, 0}, {15, 15, 15}, {0, 15, 7}, {1, 8, 14}}) {
+        run.AddCube({0, 1, kWidth / 4, kWidth / 2, kWidth - 1}, {r * kWidth, g * kWidth, b * kWidth});
     }
     // On and beside every node, on the diagonal and along each axis.
-    for (int node = 0; node <= cells; ++node) {
+    for (int node = 0; node <= 16; ++node) {
         for (int beside = -1; beside <= 1; ++beside) {
-            const int v = std::clamp(node * width + beside, 0, 65535);
+            const int v = std::clamp(node * kWidth + beside, 0, 65535);
             run.Add(v, v, v);
             run.Add(v, 65535, 0);
             run.Add(12345, v, 65535);
@@ -81,6 +79,6 @@ Bytes PixelRun8() {
 
 }  // namespace
 
-Bytes PixelRun(int inputSpace, int points) { return inputSpace == 1 ? PixelRun16(points) : PixelRun8(); }
+Bytes PixelRun(int inputSpace) { return inputSpace == 1 ? PixelRun16() : PixelRun8(); }
 
 }  // namespace hueweave::test

@@ -205,62 +205,9 @@ std::vector<FileRow> BrokenFiles() {
     };
 }
 
-class ConvertFileBytesTest : public testing::TestWithParam<FileRow> {
-protected:
-    /// One file through the engine and through the reference. Returns what was written.
-    static Bytes Compare(const std::optional<Bytes>& file, bool wide, bool inPlace = false) {
-        // Two engines of each width, built once: they only read their tables.
-        static const std::unique_ptr<CIccEngineS> kOfFiles[] = {MakeEngine(false), MakeEngine(true)};
-        static const std::unique_ptr<CIccEngineS> kOfBuffers[] = {MakeEngine(false), MakeEngine(true)};
-        const TempDir dir;
-        const std::string source = dir.File("source.tif");
-        const std::string dest = inPlace ? source : dir.File("dest.tif");
-        if (file) WriteFile(source, *file);
-        const ReferenceRun expected = ConvertTiff(file, source, wide ? 2 : 1, [&](unsigned char* samples, int pixels) {
-            EXPECT_EQ(kOfBuffers[wide]->Conversion(samples, samples, pixels), 0);
-        });
-        testing::internal::CaptureStdout();
-        const int result = kOfFiles[wide]->Conversion(source.c_str(), dest.c_str());
-        const std::string printed = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(result, 0);
-        EXPECT_EQ(printed, expected.log);
-        const Bytes written = ReadFile(dest);
-        // A file of which nothing could be read is not emptied by being its own destination.
-        const bool kept = inPlace && expected.file.empty();
-        EXPECT_THAT(written, EqualsBytes(kept ? *file : expected.file));
-        if (file && !inPlace) {
-            EXPECT_THAT(ReadFile(source), EqualsBytes(*file)) << "the source is only read";
-        }
-        return written;
-    }
-};
-
-TEST_P(ConvertFileBytesTest, ThroughTheEngineOfBytes) { Compare(GetParam().file, false); }
-TEST_P(ConvertFileBytesTest, ThroughTheEngineOfWords) { Compare(GetParam().file, true); }
-TEST_P(ConvertFileBytesTest, OntoItself) { Compare(GetParam().file, false, true); }
-
-std::string NameOfFile(const testing::TestParamInfo<FileRow>& row) { return row.param.name; }
-INSTANTIATE_TEST_SUITE_P(Sound, ConvertFileBytesTest, testing::ValuesIn(SoundFiles()), NameOfFile);
-INSTANTIATE_TEST_SUITE_P(Strips, ConvertFileBytesTest, testing::ValuesIn(StripFiles()), NameOfFile);
-INSTANTIATE_TEST_SUITE_P(Broken, ConvertFileBytesTest, testing::ValuesIn(BrokenFiles()), NameOfFile);
-
-using ConvertMissingFileTest = ConvertFileBytesTest;
-
-TEST_F(ConvertMissingFileTest, LeavesAnEmptyDestinationAndFiveLines) {
-    Compare(std::nullopt, false);
-    Compare(std::nullopt, true);
-}
-
-/// A change of an image of 7 by 5 pixels, and how many of them are then converted.
-struct CountRow {
-    const char* name;
-    int pixels;
-    TiffBuilder (*build)(unsigned bits);
-};
-
-/// Tags of that image; `without` is left out.
-TiffBuilder Tags(unsigned bits, unsigned without, std::uint32_t width = 7, std::uint32_t height = 5,
-                 unsigned type = 4) {
+/// The tags of an image of 7 by 5 pixels, as many as `bits` say; `without` is left out.
+TiffBuilder Tags(std::uint32_t width, std::uint32_t height, unsigned without = 0, unsigned type = 4,
+                 unsigned bits = 8) {
     TiffBuilder tiff;
     if (without != 256) tiff.Entry(256, type, 1, width);
     if (without != 257) tiff.Entry(257, type, 1, height);
@@ -272,47 +219,75 @@ TiffBuilder Tags(unsigned bits, unsigned without, std::uint32_t width = 7, std::
     return tiff.Strip(Pixels(35 * 3 * bits / 8));
 }
 
-constexpr CountRow kCounts[] = {
-    {"width times length", 35, [](unsigned bits) { return Tags(bits, 0); }},
-    {"a row less", 28, [](unsigned bits) { return Tags(bits, 0, 7, 4); }},
-    {"one", 1, [](unsigned bits) { return Tags(bits, 0, 1, 1); }},
-    {"one less than the image holds", 34, [](unsigned bits) { return Tags(bits, 0, 34, 1); }},
-    {"all in one row", 35, [](unsigned bits) { return Tags(bits, 0, 35, 1); }},
-    {"no more than the image holds", 35, [](unsigned bits) { return Tags(bits, 0, 36, 1); }},
-    {"no columns", 0, [](unsigned bits) { return Tags(bits, 0, 0, 5); }},
-    {"no rows", 0, [](unsigned bits) { return Tags(bits, 0, 7, 0); }},
-    {"no width", 0, [](unsigned bits) { return Tags(bits, 256); }},
-    {"no length", 0, [](unsigned bits) { return Tags(bits, 257); }},
-    {"no depth", 35, [](unsigned bits) { return Tags(bits, 258); }},
-    {"no samples a pixel", 35, [](unsigned bits) { return Tags(bits, 277); }},
-    {"no rows a strip", 35, [](unsigned bits) { return Tags(bits, 278); }},
-    {"no resolution", 35, [](unsigned bits) { return Tags(bits, 282); }},
-    {"both as SHORT", 35, [](unsigned bits) { return Tags(bits, 0, 7, 5, 3); }},
-    {"the first of two tags", 10, [](unsigned bits) { return Tags(bits, 0, 2, 5).Long(256, 7).Long(257, 5); }},
-    {"other tags that say otherwise", 35,
-     [](unsigned bits) {
-         TiffBuilder tiff;
-         tiff.Long(256, 7).Long(257, 5).Short(258, 32).StripOffsets().Short(277, 1).Long(278, 5);
-         return tiff.StripByteCounts().Rational(282, 0, 0).Strip(Pixels(35 * 3 * bits / 8));
-     }},
-};
+/// Width and length alone settle how many pixels are converted, and no more than the image holds: 35.
+std::vector<FileRow> CountedFiles() {
+    return {
+        {"WidthTimesLength", Tags(7, 5).Build()},
+        {"WidthTimesLength16", Tags(7, 5, 0, 4, 16).Build()},
+        {"OneLessThanTheImageHolds", Tags(34, 1).Build()},
+        {"AllInOneRow", Tags(35, 1).Build()},
+        {"OneMoreThanTheImageHolds", Tags(36, 1).Build()},
+        {"OneMoreThanTheImageHolds16", Tags(36, 1, 0, 4, 16).Build()},
+        {"NoColumns", Tags(0, 5).Build()},
+        {"NoWidth", Tags(7, 5, 256).Build()},
+        {"NoLength", Tags(7, 5, 257).Build()},
+        {"NoDepth", Tags(7, 5, 258).Build()},
+        {"NoSamplesAPixel", Tags(7, 5, 277).Build()},
+        {"NoRowsAStrip", Tags(7, 5, 278).Build()},
+        {"NoResolution", Tags(7, 5, 282).Build()},
+        {"BothAsShort", Tags(7, 5, 0, 3).Build()},
+        {"TheFirstOfTwoTags", Tags(2, 5).Long(256, 7).Long(257, 5).Build()},
+        {"OtherTagsThatSayOtherwise", TiffBuilder()
+                                          .Long(256, 7)
+                                          .Long(257, 5)
+                                          .Short(258, 32)
+                                          .StripOffsets()
+                                          .Short(277, 1)
+                                          .Long(278, 5)
+                                          .StripByteCounts()
+                                          .Rational(282, 0, 0)
+                                          .Strip(Pixels(105))
+                                          .Build()},
+    };
+}
 
-using ConvertedPixelCount = ConvertFileBytesTest;
-
-/// Width and length alone settle it.
-TEST_F(ConvertedPixelCount, IsWidthTimesLengthAndNoMoreThanTheImageHolds) {
-    for (const auto& [name, pixels, build] : kCounts) {
-        for (const bool wide : {false, true}) {
-            SCOPED_TRACE(std::string(name) + (wide ? ", words" : ", bytes"));
-            Bytes image = Pixels(wide ? 210 : 105);
-            const Bytes written = Compare(build(wide ? 16 : 8).Build(), wide);
-            EXPECT_EQ(MakeEngine(wide)->Conversion(image.data(), image.data(), pixels), 0);
-            ASSERT_GE(written.size(), image.size());
-            EXPECT_THAT(Bytes(written.end() - static_cast<std::ptrdiff_t>(image.size()), written.end()),
-                        EqualsBytes(image));
+class ConvertFileBytesTest : public testing::TestWithParam<FileRow> {
+protected:
+    /// One file through the engine and through the reference.
+    static void Compare(const Bytes& file, bool wide, bool inPlace = false) {
+        // Two engines of each width, built once: they only read their tables.
+        static const std::unique_ptr<CIccEngineS> kOfFiles[] = {MakeEngine(false), MakeEngine(true)};
+        static const std::unique_ptr<CIccEngineS> kOfBuffers[] = {MakeEngine(false), MakeEngine(true)};
+        const TempDir dir;
+        const std::string source = dir.File("source.tif");
+        const std::string dest = inPlace ? source : dir.File("dest.tif");
+        WriteFile(source, file);
+        const ReferenceRun expected = ConvertTiff(file, source, wide ? 2 : 1, [&](unsigned char* samples, int pixels) {
+            EXPECT_EQ(kOfBuffers[wide]->Conversion(samples, samples, pixels), 0);
+        });
+        testing::internal::CaptureStdout();
+        const int result = kOfFiles[wide]->Conversion(source.c_str(), dest.c_str());
+        const std::string printed = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(printed, expected.log);
+        // A file of which nothing could be read is not emptied by being its own destination.
+        const bool kept = inPlace && expected.file.empty();
+        EXPECT_THAT(ReadFile(dest), EqualsBytes(kept ? file : expected.file));
+        if (!inPlace) {
+            EXPECT_THAT(ReadFile(source), EqualsBytes(file)) << "the source is only read";
         }
     }
-}
+};
+
+TEST_P(ConvertFileBytesTest, ThroughTheEngineOfBytes) { Compare(GetParam().file, false); }
+TEST_P(ConvertFileBytesTest, ThroughTheEngineOfWords) { Compare(GetParam().file, true); }
+TEST_P(ConvertFileBytesTest, OntoItself) { Compare(GetParam().file, false, true); }
+
+std::string NameOfFile(const testing::TestParamInfo<FileRow>& row) { return row.param.name; }
+INSTANTIATE_TEST_SUITE_P(Sound, ConvertFileBytesTest, testing::ValuesIn(SoundFiles()), NameOfFile);
+INSTANTIATE_TEST_SUITE_P(Strips, ConvertFileBytesTest, testing::ValuesIn(StripFiles()), NameOfFile);
+INSTANTIATE_TEST_SUITE_P(Counted, ConvertFileBytesTest, testing::ValuesIn(CountedFiles()), NameOfFile);
+INSTANTIATE_TEST_SUITE_P(Broken, ConvertFileBytesTest, testing::ValuesIn(BrokenFiles()), NameOfFile);
 
 TEST(ConvertFileEngineTest, ChangesPixels) {
     // Else all comparisons above would be of files that pass unchanged.
@@ -322,29 +297,6 @@ TEST(ConvertFileEngineTest, ChangesPixels) {
         EXPECT_EQ(MakeEngine(wide)->Conversion(after.data(), after.data(), 35), 0);
         EXPECT_NE(Bytes(after.begin(), after.begin() + 105), Bytes(before.begin(), before.begin() + 105));
     }
-}
-
-TEST(ConvertFileEngineTest, EntryThatWasCutOffIsWrittenWithoutItems) {
-    const TempDir dir;
-    WriteFile(dir.File("a.tif"), CutBeforeLargeData());
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(MakeEngine(false)->Conversion(dir.File("a.tif").c_str(), dir.File("b.tif").c_str()), 0);
-    testing::internal::GetCapturedStdout();
-    const Bytes written = ReadFile(dir.File("b.tif"));
-    // Twelve entries without the profile's, the last of them 40000; then 23 bytes of data and an image of 105.
-    ASSERT_EQ(written.size(), 14U + 12 * 12 + 23 + 105);
-    EXPECT_EQ(Bytes(written.begin() + 10 + 11 * 12, written.begin() + 10 + 12 * 12),
-              ByteWriter().Little16(40000).Little16(7).Little32(0).Little32(0).Done());
-}
-
-TEST(ConvertFileEngineTest, DestinationThatCannotBeOpenedIsPassedOver) {
-    const TempDir dir;
-    WriteFile(dir.File("a.tif"), Rgb8().Build());
-    testing::internal::CaptureStdout();
-    const int result = MakeEngine(false)->Conversion(dir.File("a.tif").c_str(), dir.File("none/b.tif").c_str());
-    const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(printed, ConvertTiff(Rgb8().Build(), "", 1, [](unsigned char*, int) {}).log);
 }
 
 }  // namespace

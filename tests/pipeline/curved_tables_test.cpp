@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include "EnginePair.h"
+#include "pipeline/EnginePair.h"
 
 namespace hueweave::test {
 namespace {
@@ -28,11 +28,11 @@ TEST_P(CurvedTableTest, GivesTheReferencePixels) {
     EnginePair pair({{"curved.icc", ProfileBuilder().MftAB("A2B0", Table(GetParam()))}});
     pair.SetProfile("curved.icc", 0, 1, 9);
     EXPECT_EQ(pair.Engine().Unit.OutputSpace, GetParam().usable ? 9 : 65535);
-    pair.Convert(PixelRun(1));
+    pair.Convert();
     pair.SetIntent(0, 0, 22);
-    pair.Convert(PixelRun(0));
+    pair.Convert();
     pair.AdjustLch(-3.0, 5.0, 40.5);
-    pair.Convert(PixelRun(0));
+    pair.Convert();
     // The tag stays with the profile, whatever was made of it.
     EXPECT_NE(dynamic_cast<ICC40::ICCFILE::CLut*>(pair.Engine().GetMft2()), nullptr);
 }
@@ -88,17 +88,11 @@ INSTANTIATE_TEST_SUITE_P(Every, CurvedTableTest, testing::ValuesIn(kCurvedCases)
                          [](const auto& row) { return row.param.name; });
 
 /// Binds the table and tells whether the engine could use it; pixels must be the reference's either way.
-bool Works(const CurvedLutSpec& lut, const char* name = "A2B0") {
-    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB(name, lut)}});
-    pair.SetProfile("curved.icc", name[3] - '0', 1, 29);
-    pair.Convert(PixelRun(1));
+bool Works(const CurvedLutSpec& lut) {
+    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB("A2B2", lut)}});
+    pair.SetProfile("curved.icc", 2, 1, 29);
+    pair.Convert();
     return pair.Engine().Unit.OutputSpace == 29;
-}
-
-CurvedLutSpec Plain() { return Curved(MakeLut(ShapeOf(3, 3, 5, 17, 9)), CurveLayout::Aligned); }
-
-TEST(CurvedTablesTest, OfEveryA2BNameAreConvertedTheSameWay) {
-    for (const char* name : {"A2B0", "A2B1", "A2B2"}) EXPECT_TRUE(Works(Plain(), name)) << name;
 }
 
 /// One change of a sound table, and whether an engine can work with it then.
@@ -133,20 +127,14 @@ constexpr Change kChanges[] = {
          lut.gridPoints = {3, 7, 5};
          lut.grid.resize(3 * 7 * 5 * 3, 1234);
      }},
-    {"a shorter third axis", false,
-     [](CurvedLutSpec& lut) {
-         lut.gridPoints = {5, 5, 4};
-     }},
-    {"a grid that the block does not hold", false,
-     [](CurvedLutSpec& lut) {
-         lut.gridPoints = {33, 33, 33};
-     }},
+    {"a shorter third axis", false, [](CurvedLutSpec& lut) { lut.gridPoints[2] = 4; }},
+    {"a grid that the block does not hold", false, [](CurvedLutSpec& lut) { lut.gridPoints.fill(33); }},
 };
 
 TEST(CurvedTablesTest, AreTakenOrRefusedAfterEachChange) {
     for (const auto& [name, works, make] : kChanges) {
         SCOPED_TRACE(name);
-        CurvedLutSpec lut = Plain();
+        CurvedLutSpec lut = Curved(MakeLut(ShapeOf(3, 3, 5, 17, 9)), CurveLayout::Aligned);
         make(lut);
         EXPECT_EQ(Works(lut), works);
     }

@@ -2,7 +2,7 @@
 // Copyright (c) The Hueweave authors
 #include <tuple>
 
-#include "EnginePair.h"
+#include "pipeline/EnginePair.h"
 
 namespace hueweave::test {
 namespace {
@@ -23,17 +23,15 @@ class IntentAndWidthTest : public testing::TestWithParam<std::tuple<int, int>> {
 TEST_P(IntentAndWidthTest, EveryOutputSpaceGivesTheReferencePixels) {
     const auto [intent, input] = GetParam();
     EnginePair pair({{"three.icc", ThreeTables()}});
-    const Bytes pixels = PixelRun(input);
-    bool first = true;
-    for (const int space : OutputSpaces()) {
+    for (int space = 8; space <= 39; ++space) {
+        if ((space > 13 && space < 20) || space == 32 || space == 33) continue;
         SCOPED_TRACE("output space " + std::to_string(space));
-        if (first) {
+        if (space == 8) {
             pair.SetProfile("three.icc", intent, input, space);
         } else {
             pair.SetIntent(intent, input, space);
         }
-        first = false;
-        pair.Convert(pixels);
+        pair.Convert();
         if (HasFailure()) return;
     }
 }
@@ -46,36 +44,6 @@ std::string IntentAndWidth(const testing::TestParamInfo<std::tuple<int, int>>& i
 
 INSTANTIATE_TEST_SUITE_P(Every, IntentAndWidthTest,
                          testing::Combine(testing::Values(0, 1, 2, 3, 77), testing::Values(0, 1)), IntentAndWidth);
-
-class RefusedSpaceTest : public testing::TestWithParam<int> {};
-
-TEST_P(RefusedSpaceTest, LeavesInputAndGridBuiltAndIdentityOutput) {
-    EnginePair pair({{"three.icc", ThreeTables()}});
-    pair.SetProfile("three.icc", 1, 1, GetParam());
-    EXPECT_EQ(pair.Engine().Unit.OutputSpace, 65535);
-    EXPECT_EQ(pair.Engine().Unit.BuildResult, 65535);
-    EXPECT_EQ(pair.Engine().Lut1DOutG[40000], 40000U);
-    pair.Convert(PixelRun(1));
-    pair.SetIntent(0, 0, 8);
-    pair.SetIntent(2, 0, GetParam());
-    pair.Convert(PixelRun(0));
-}
-
-INSTANTIATE_TEST_SUITE_P(Some, RefusedSpaceTest, testing::Values(0, 1, 2, 7, 14, 15, 16, 19, 32, 33, 40, 65535),
-                         testing::PrintToStringParamName());
-
-class SignedInputTest : public testing::TestWithParam<int> {};
-
-// SetIntent takes every input encoding; all but 1 end in tables of 256 entries, and the signed ones leave a trace.
-TEST_P(SignedInputTest, EightBitTablesBehindSetIntent) {
-    EnginePair pair({{"three.icc", ThreeTables()}});
-    pair.SetProfile("three.icc", 2, 0, 9);
-    pair.SetIntent(2, GetParam(), 9);
-    EXPECT_EQ(pair.Engine().InEntries, 256);
-    pair.Convert(PixelRun(GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(Some, SignedInputTest, testing::Values(2, 3, 5, 8, 65535), testing::PrintToStringParamName());
 
 /// The mean of the four nodes on the path through the cell, weighted by the steps between the sorted fractions.
 int WeightedPath(const std::vector<ReferenceNode>& nodes, const int (&sample)[3], std::size_t channel) {

@@ -1,178 +1,101 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include <tuple>
-
-#include "EnginePair.h"
+#include "pipeline/EnginePair.h"
 
 namespace hueweave::test {
 namespace {
 
-/// Binds a profile of one table in both widths and takes pixels through it.
-void ExpectSameForBothWidths(const LutContents& lut, int space8, int space16) {
-    EnginePair pair({{"table.icc", ProfileBuilder().Mft2("A2B0", lut)}});
-    pair.SetProfile("table.icc", 0, 1, space16);
-    pair.Convert(PixelRun(1));
-    pair.SetIntent(0, 0, space8);
-    pair.Convert(PixelRun(0));
-}
-
-/// Entries and kind of curve.
-using CurveCase = std::tuple<int, CurveKind>;
-
-std::string CurveCaseName(const testing::TestParamInfo<CurveCase>& info) {
-    return NameOf(std::get<1>(info.param)) + std::to_string(std::get<0>(info.param)) + "Entries";
-}
-
-class InputCurveTest : public testing::TestWithParam<CurveCase> {};
-
-TEST_P(InputCurveTest, GivesTheReferencePixels) {
+/// A table, and the output spaces for 8-bit and for 16-bit pixels.
+struct ShapeCase {
     LutShape shape;
-    shape.points = 9;
-    shape.inputEntries = std::get<0>(GetParam());
-    shape.inputKind = std::get<1>(GetParam());
-    ExpectSameForBothWidths(MakeLut(shape), 8, 23);
-}
-
-INSTANTIATE_TEST_SUITE_P(Counts, InputCurveTest,
-                         testing::Combine(testing::Values(0, 1, 2, 3, 17, 256, 1024, 4096),
-                                          testing::Values(CurveKind::Power, CurveKind::Random)),
-                         CurveCaseName);
-INSTANTIATE_TEST_SUITE_P(Kinds, InputCurveTest,
-                         testing::Combine(testing::Values(2, 17, 4096),
-                                          testing::Values(CurveKind::Ramp, CurveKind::Extremes, CurveKind::Falling)),
-                         CurveCaseName);
-
-class OutputCurveTest : public testing::TestWithParam<CurveCase> {};
-
-TEST_P(OutputCurveTest, GivesTheReferencePixels) {
-    LutShape shape;
-    shape.inputEntries = 2;
-    shape.outputEntries = std::get<0>(GetParam());
-    shape.outputKind = std::get<1>(GetParam());
-    ExpectSameForBothWidths(MakeLut(shape), 10, 25);
-}
-
-// The span of a curve is a little less than its step, so that steep curves leave 0 to 65535 and wrap around.
-INSTANTIATE_TEST_SUITE_P(Counts, OutputCurveTest,
-                         testing::Combine(testing::Values(0, 1, 2, 3, 5, 17, 256, 1024, 4096),
-                                          testing::Values(CurveKind::Ramp, CurveKind::Power, CurveKind::Random)),
-                         CurveCaseName);
-INSTANTIATE_TEST_SUITE_P(Kinds, OutputCurveTest,
-                         testing::Combine(testing::Values(2, 17, 4096),
-                                          testing::Values(CurveKind::Extremes, CurveKind::Falling)),
-                         CurveCaseName);
-
-using GridCase = std::tuple<int, GridKind>;
-
-class GridTest : public testing::TestWithParam<GridCase> {};
-
-TEST_P(GridTest, GivesTheReferencePixels) {
-    LutShape shape;
-    shape.points = std::get<0>(GetParam());
-    shape.grid = std::get<1>(GetParam());
-    shape.inputEntries = 2;
-    shape.outputEntries = 2;
-    ExpectSameForBothWidths(MakeLut(shape), 20, 29);
-}
-
-// Shifts are made on the grid as the profile has it; only then is it resampled.
-TEST_P(GridTest, ShiftedGivesTheReferencePixels) {
-    LutShape shape;
-    shape.points = std::get<0>(GetParam());
-    shape.grid = std::get<1>(GetParam());
-    shape.outputEntries = 17;
-    EnginePair pair({{"grid.icc", ProfileBuilder().Mft2("A2B0", MakeLut(shape))}});
-    pair.SetProfile("grid.icc", 0, 0, 8, 4.5, -7.25, 33.0);
-    pair.AdjustLch(-12.0, 9.5, 300.0);
-    pair.Convert(PixelRun(0));
-}
-
-std::string GridCaseName(const testing::TestParamInfo<GridCase>& info) {
-    return NameOf(std::get<1>(info.param)) + std::to_string(std::get<0>(info.param)) + "Points";
-}
-
-INSTANTIATE_TEST_SUITE_P(Sizes, GridTest,
-                         testing::Combine(testing::Values(2, 5, 9, 16, 17, 25, 33),
-                                          testing::Values(GridKind::Scanner, GridKind::Extremes, GridKind::Falling)),
-                         GridCaseName);
-INSTANTIATE_TEST_SUITE_P(Kinds, GridTest,
-                         testing::Combine(testing::Values(3, 17, 32),
-                                          testing::Values(GridKind::Neutral, GridKind::Random)),
-                         GridCaseName);
-
-/// Input and output channels, and grid points.
-using ChannelCase = std::tuple<int, int, int>;
-
-class ChannelTest : public testing::TestWithParam<ChannelCase> {};
-
-// A block's grid is a cube whatever its inputs; inputs that it lacks stand still, outputs that it lacks are 0.
-TEST_P(ChannelTest, GivesTheReferencePixels) {
-    const auto [inputs, outputs, points] = GetParam();
-    LutShape shape{inputs, outputs, points, 17, 17};
-    ExpectSameForBothWidths(MakeLut(shape), 12, 39);
-    shape.inputEntries = 2;
-    shape.outputEntries = 2;
-    ExpectSameForBothWidths(MakeLut(shape), 34, 11);
-}
-
-std::string ChannelCaseName(const testing::TestParamInfo<ChannelCase>& info) {
-    const auto [inputs, outputs, points] = info.param;
-    return std::to_string(inputs) + "To" + std::to_string(outputs) + "At" + std::to_string(points);
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, ChannelTest,
-                         testing::Combine(testing::Values(0, 1, 2, 3), testing::Values(1, 2, 3, 4, 7),
-                                          testing::Values(9)),
-                         ChannelCaseName);
-INSTANTIATE_TEST_SUITE_P(Some, ChannelTest,
-                         testing::Values(ChannelCase(3, 2, 33), ChannelCase(3, 7, 33), ChannelCase(2, 4, 25),
-                                         ChannelCase(3, 0, 17), ChannelCase(1, 6, 5)),
-                         ChannelCaseName);
-
-/// Tables that no engine can work with.
-struct RefusedTable {
-    const char* name;
-    LutShape shape;
-    std::size_t cut;  ///< bytes taken off the block's end
+    int space8, space16;
 };
 
-void PrintTo(const RefusedTable& row, std::ostream* out) { *out << row.name; }
+std::string NameOfShape(const testing::TestParamInfo<ShapeCase>& info) {
+    const LutShape& shape = info.param.shape;
+    return std::to_string(shape.inputs) + "To" + std::to_string(shape.outputs) + "By" + std::to_string(shape.points) +
+           NameOf(shape.grid) + "_" + std::to_string(shape.inputEntries) + NameOf(shape.inputKind) + "_" +
+           std::to_string(shape.outputEntries) + NameOf(shape.outputKind) + "_" + std::to_string(info.param.space8);
+}
+void PrintTo(const ShapeCase& row, std::ostream* out) { *out << NameOfShape({row, 0}); }
 
-class RefusedTableTest : public testing::TestWithParam<RefusedTable> {};
+class TableShape : public testing::TestWithParam<ShapeCase> {};
 
-TEST_P(RefusedTableTest, LeavesTheEngineUnableToConvert) {
-    Bytes block = EncodeMft2(MakeLut(GetParam().shape));
-    block.resize(block.size() - GetParam().cut);
-    EnginePair pair({{"table.icc", ProfileBuilder().Raw("A2B0", block).Mft2("A2B1", MakeLut({}))}});
-    pair.SetProfile("table.icc", 0, 0, 8);
-    EXPECT_EQ(pair.Engine().Unit.OutputSpace, 65535);
-    EXPECT_EQ(pair.Engine().Lut1DInR, nullptr);
-    pair.Convert(PixelRun(0));
-    pair.SetIntent(1, 0, 8);
-    EXPECT_EQ(pair.Engine().Unit.OutputSpace, 8);
-    pair.SetIntent(0, 0, 8);
-    EXPECT_EQ(pair.Engine().Unit.OutputSpace, 65535);
-    EXPECT_EQ(pair.Engine().Unit.BuildResult, 65535);
-    pair.Convert(PixelRun(0));
-    pair.AdjustLch(5, 0, 0);
-    pair.AdjustOutput(Bytes(256, 9), Bytes(256, 8), Bytes(256, 7), 256);
+TEST_P(TableShape, GivesTheReferencePixels) {
+    const auto& [shape, space8, space16] = GetParam();
+    EnginePair pair({{"table.icc", ProfileBuilder().Mft2("A2B0", MakeLut(shape))}});
+    pair.SetProfile("table.icc", 0, 1, space16);
+    pair.Convert();
+    pair.SetIntent(0, 0, space8);
+    pair.Convert();
+    // Shifts are made on the grid as the profile has it; only then is it resampled.
+    pair.AdjustLch(-12.0, 9.5, 300.0);
+    pair.Convert();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Every, RefusedTableTest,
-    testing::Values(RefusedTable{"FourInputs", {4, 3, 3, 2, 2}, 0}, RefusedTable{"EightOutputs", {3, 8, 3, 2, 2}, 0},
-                    RefusedTable{"OnePoint", {3, 3, 1, 2, 2}, 0}, RefusedTable{"ThirtyFourPoints", {1, 1, 34, 2, 2}, 0},
-                    RefusedTable{"LongInput", {1, 1, 2, 4097, 2}, 0}, RefusedTable{"LongOutput", {1, 1, 2, 2, 4097}, 0},
-                    RefusedTable{"CutOff", {3, 3, 5, 2, 2}, 4}),
-    [](const auto& row) { return std::string(row.param.name); });
-
-TEST(RefusedTableTest, AnyOtherTypeIsNoTableForAnEngine) {
-    Bytes block = EncodeMft2(MakeLut({}));
-    block[3] = '1';
-    EnginePair pair({{"table.icc", ProfileBuilder().Raw("A2B0", block)}});
-    pair.SetProfile("table.icc", 0, 1, 9);
-    EXPECT_EQ(pair.Engine().Unit.OutputSpace, 65535);
+std::vector<ShapeCase> InputCurves() {
+    std::vector<ShapeCase> cases;
+    for (const auto kind : {CurveKind::Power, CurveKind::Random}) {
+        for (const int entries : {0, 1, 2, 3, 17, 256, 1024, 4096}) {
+            cases.push_back({{.points = 9, .inputEntries = entries, .inputKind = kind}, 8, 23});
+        }
+    }
+    for (const auto kind : {CurveKind::Ramp, CurveKind::Extremes, CurveKind::Falling}) {
+        for (const int entries : {2, 17, 4096}) {
+            cases.push_back({{.points = 9, .inputEntries = entries, .inputKind = kind}, 8, 23});
+        }
+    }
+    return cases;
 }
+INSTANTIATE_TEST_SUITE_P(InputCurves, TableShape, testing::ValuesIn(InputCurves()), NameOfShape);
+
+// The span of a curve is a little less than its step, so that steep curves leave 0 to 65535 and wrap around.
+std::vector<ShapeCase> OutputCurves() {
+    std::vector<ShapeCase> cases;
+    for (const auto kind : {CurveKind::Ramp, CurveKind::Power, CurveKind::Random}) {
+        for (const int entries : {0, 1, 2, 3, 5, 17, 256, 1024, 4096}) {
+            cases.push_back({{.inputEntries = 2, .outputEntries = entries, .outputKind = kind}, 10, 25});
+        }
+    }
+    for (const auto kind : {CurveKind::Extremes, CurveKind::Falling}) {
+        for (const int entries : {2, 17, 4096}) {
+            cases.push_back({{.inputEntries = 2, .outputEntries = entries, .outputKind = kind}, 10, 25});
+        }
+    }
+    return cases;
+}
+INSTANTIATE_TEST_SUITE_P(OutputCurves, TableShape, testing::ValuesIn(OutputCurves()), NameOfShape);
+
+std::vector<ShapeCase> Grids() {
+    std::vector<ShapeCase> cases;
+    for (const auto kind : {GridKind::Scanner, GridKind::Extremes, GridKind::Falling}) {
+        for (const int points : {2, 5, 9, 16, 17, 25, 33}) {
+            cases.push_back({{.points = points, .inputEntries = 2, .outputEntries = 2, .grid = kind}, 20, 29});
+        }
+    }
+    for (const auto kind : {GridKind::Neutral, GridKind::Random}) {
+        for (const int points : {3, 17, 32}) {
+            cases.push_back({{.points = points, .inputEntries = 2, .outputEntries = 17, .grid = kind}, 20, 29});
+        }
+    }
+    return cases;
+}
+INSTANTIATE_TEST_SUITE_P(Grids, TableShape, testing::ValuesIn(Grids()), NameOfShape);
+
+// A block's grid is a cube whatever its inputs; inputs that it lacks stand still, outputs that it lacks are 0.
+std::vector<ShapeCase> Channels() {
+    std::vector<std::array<int, 3>> counts = {{3, 2, 33}, {3, 7, 33}, {2, 4, 25}, {3, 0, 17}, {1, 6, 5}};
+    for (const int inputs : {0, 1, 2, 3}) {
+        for (const int outputs : {1, 2, 3, 4, 7}) counts.push_back({inputs, outputs, 9});
+    }
+    std::vector<ShapeCase> cases;
+    for (const auto& [inputs, outputs, points] : counts) {
+        cases.push_back({{inputs, outputs, points, 17, 17}, 12, 39});
+        cases.push_back({{inputs, outputs, points, 2, 2}, 34, 11});
+    }
+    return cases;
+}
+INSTANTIATE_TEST_SUITE_P(Channels, TableShape, testing::ValuesIn(Channels()), NameOfShape);
 
 }  // namespace
 }  // namespace hueweave::test

@@ -45,13 +45,15 @@ TEST(CLCHConversion, TakesEveryLabToRgb) {
         for (const Triple& white : kWhites) {
             CLCH color = In(space, white);
             for (const double light : {-3.0, 0.0, 4.0, 7.9996, 8.0, 31.0, 62.5, 99.0, 100.0, 120.0}) {
-                for (const double a : {-128.0, -40.0, -1.5, 0.0, 2.0, 55.0, 127.0}) {
-                    for (const double b : {-128.0, -33.0, -1.5, 0.0, 1.0, 60.0, 127.0}) {
+                for (const double a : {-128.0, -40.0, -1.5, 0.0, 2.0, 55.0, 300.0}) {
+                    for (const double b : {-250.0, -33.0, -1.5, 0.0, 1.0, 60.0, 127.0}) {
                         color.PutData_Lab(light, a, b);
                         const Triple lab{light, a, b}, rgb = NaiveLabToRGB(lab, white, space);
                         ASSERT_EQ(XyzOf(color), NaiveXYZ(lab, white)) << light << " " << a;
                         ASSERT_EQ(RgbOf(color), rgb) << space << ": " << light << " " << a;
+                        const auto [chroma, hue] = NaiveChromaHue(a, b);
                         ASSERT_EQ(LabOf(color), lab) << "not limited";
+                        ASSERT_EQ(LchOf(color), (Triple{light, chroma, hue}));
                         for (const double value : rgb) low += value == 0.0, high += value == 255.0;
                     }
                 }

@@ -4,7 +4,9 @@
 // The caller's adjustments: offsets in lightness, chroma and hue, and curves for the output stage.
 #include <climits>
 #include <cmath>
+#include <functional>
 
+#include "support/ProfileBuilder.h"
 #include "unit/engine/EngineFixture.h"
 
 namespace hueweave::test {
@@ -264,25 +266,52 @@ TEST_P(AdjustOutput, ChangesNothingWithoutATable) {
     expectNothing("9/65535");
 }
 
+// A curve of two entries or fewer is the identity; up to 255 it ends before the 256th point, and what lies behind its
+// end is the place itself.
+TEST_P(AdjustOutput, TakesThePlaceItselfForThePointsThatTheProfileLacks) {
+    for (const int entries : {0, 1, 2, 3, 17, 255, 256, 4096}) {
+        for (const int outputs : {1, 3, 7}) {
+            const LutShape shape{
+                .outputs = outputs, .points = 2, .outputEntries = entries, .outputKind = CurveKind::Random};
+            const Bytes block = EncodeMft2(MakeLut(shape));
+            engine().Reset();
+            ASSERT_EQ(Bind(Put("own.icc", {{"A2B0", block}}), 0, GetParam(), space_), 0);
+            for (const int count : {1, 17, 254, 256, -1}) {
+                SCOPED_TRACE(testing::Message() << entries << " entries, " << outputs << " channels, " << count);
+                ASSERT_EQ(Lay(count), space_);
+                ExpectTables(OutputOf(engine()), Expected(block, std::max(count, 0), GetParam() == 0));
+            }
+        }
+    }
+}
+
 TEST_P(AdjustOutput, LastsUntilTheOutputStageIsRebuilt) {
     const std::string path = PutSmooth();
     ASSERT_EQ(Bind(path, 0, GetParam(), 8), 0);
     const Tables own = OutputOf(engine());
-    ASSERT_EQ(Lay(256), 8);
-    const Tables adjusted = OutputOf(engine());
-    ASSERT_EQ(engine().Adjust_Lch(5.0, 0.0, 0.0), 8);
-    EXPECT_EQ(Rebind(0, GetParam(), 8), 8) << "no change";
-    EXPECT_EQ(Bind(path, 0, GetParam(), 8), 0) << "no change";
-    ExpectTables(OutputOf(engine()), adjusted);
-    ASSERT_EQ(Rebind(1, GetParam(), 8), 8);
-    ExpectTables(OutputOf(engine()), own);
+    const std::function<void()> rebuilds[] = {[&] { Rebind(1, GetParam(), 8); }, [&] { Rebind(0, 1 - GetParam(), 8); },
+                                              [&] { Rebind(0, GetParam(), 22); },
+                                              [&] { Bind(path, 1, GetParam(), 8); }};
+    for (const auto& rebuild : rebuilds) {
+        ASSERT_EQ(Lay(256), 8);
+        const Tables adjusted = OutputOf(engine());
+        ASSERT_EQ(engine().Adjust_Lch(5.0, 0.0, 0.0), 8);
+        EXPECT_EQ(Rebind(0, GetParam(), 8), 8) << "no change";
+        EXPECT_EQ(Bind(path, 0, GetParam(), 8), 0) << "no change";
+        ExpectTables(OutputOf(engine()), adjusted);
+        rebuild();
+        ASSERT_EQ(Rebind(0, GetParam(), 8), 8);
+        ExpectTables(OutputOf(engine()), own);
+    }
 }
 
-TEST_P(AdjustOutput, TakesTheCurvesOnARefusedEngine) {
+TEST_P(AdjustOutput, TakesTheCurvesOnARefusedEngineAndLeavesThemBehind) {
     ASSERT_EQ(Bind(Put("mark.icc", {{"A2B0", marked_}}), 0, GetParam(), 14), 0);
     EXPECT_EQ(Lay(256), 65535);
     ExpectOutput(256);
     EXPECT_EQ(Status(), "65535/65535");
+    EXPECT_EQ(Rebind(0, GetParam(), 22), 22);
+    ExpectTables(OutputOf(engine()), OutputStage(22).tables);
 }
 
 INSTANTIATE_TEST_SUITE_P(Widths, AdjustOutput, testing::Values(0, 1),

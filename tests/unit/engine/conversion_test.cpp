@@ -90,21 +90,6 @@ TEST_P(Conversion, NumbersCellsWithRedSlowestAndBlueFastest) {
     EXPECT_THAT(Run(Encoded(samples)), EqualsBytes(Encoded(expected)));
 }
 
-TEST_P(Conversion, TakesTheCellsOriginWhereFractionsAreZero) {
-    SetEntries(1, 3U << 16, 15U << 16, 0);
-    for (const std::int32_t value : {0, 1, 4711, 65534, 65535}) {
-        for (auto& channel : engine_->Lut3D[(3 * 16 + 15) * 16][5]) {
-            channel[0] = value * 4096;
-            channel[1] = -value;
-            channel[2] = 65535 - value;
-            channel[3] = 0;
-        }
-        EXPECT_EQ(Run(Pixel{1, 1, 1}), (Pixel{engine_->Lut1DOutR[value] & top_, engine_->Lut1DOutG[value] & top_,
-                                              engine_->Lut1DOutB[value] & top_}))
-            << value;
-    }
-}
-
 TEST_P(Conversion, CutsSumsDownAndNeverRounds) {
     IdentityOutput();
     ClearGrid();
@@ -118,22 +103,6 @@ TEST_P(Conversion, CutsSumsDownAndNeverRounds) {
     for (const std::uint32_t fraction : {0U, 1U, 2047U, 2048U, 2049U, 4095U}) {
         SetEntries(1, fraction, fraction, fraction);
         EXPECT_EQ(Run(Pixel{1, 1, 1}), (Pixel{fraction == 0 ? 100U : 99U, 100, 0})) << fraction;
-    }
-}
-
-TEST_P(Conversion, StaysWithinTheTablesOverTheLargestDifferences) {
-    IdentityOutput();
-    ClearGrid();
-    engine_->Lut1DOutR[0] = 5;
-    engine_->Lut1DOutR[65535] = 6;
-    engine_->Lut1DOutR[15] = 7;
-    engine_->Lut1DOutR[65519] = 8;
-    for (auto& record : engine_->Lut3D[0]) record[0][0] = 65535 * 4096, record[0][1] = -65535;
-    for (auto& record : engine_->Lut3D[1 << 8]) record[0][1] = 65535;
-    // White to black and black to white, at the cell's origin and as near to its far end as a fraction comes.
-    for (const auto& [red, expected] : {std::pair{0U, 6U}, {4095U, 7U}, {1U << 16, 5U}, {1U << 16 | 4095, 8U}}) {
-        SetEntries(1, red, 0, 0);
-        EXPECT_EQ(Run(Pixel{1, 1, 1})[0], expected) << red;
     }
 }
 
@@ -182,15 +151,6 @@ TEST_P(Conversion, StoresTheLowBitsOfAnEntry) {
     std::fill_n(engine_->Lut1DOutG, 65536, 0x00010000);
     std::fill_n(engine_->Lut1DOutB, 65536, 0x0000ffff);
     EXPECT_EQ(Run(Pixel{1, 2, 3}), (Pixel{wide_ ? 0xba98U : 0x98U, 0, top_}));
-}
-
-TEST_P(Conversion, ChangesNothingInTheEngine) {
-    const Stages before = StagesOf(*engine_);
-    Run(SomePixels(1000, wide_));
-    ExpectStages(StagesOf(*engine_), before);
-    EXPECT_EQ(engine_->Unit.PixelCount, 0);
-    EXPECT_EQ(engine_->Unit.WorkCount, 0);
-    EXPECT_EQ(engine_->Unit.Source, nullptr);
 }
 
 TEST_P(Conversion, TouchesTheCountedPixelsAlone) {
@@ -245,22 +205,7 @@ INSTANTIATE_TEST_SUITE_P(Widths, Conversion, testing::Bool(),
 
 // 16-bit pixels.
 
-TEST(WideConversion, NeedsNoAlignment) {
-    const auto engine = MakeHandEngine(true);
-    const Bytes plain = SomePixels(100, true), expected = ReferenceRun(*engine, plain);
-    for (const std::size_t sourceShift : {0U, 1U}) {
-        for (const std::size_t destShift : {0U, 1U}) {
-            Bytes source = ByteWriter().Fill(sourceShift).Append(plain).Done();
-            Bytes dest(plain.size() + 2, 0x77);
-            EXPECT_EQ(engine->Conversion(source.data() + sourceShift, dest.data() + destShift, 100), 0);
-            EXPECT_THAT(
-                dest,
-                EqualsBytes(ByteWriter().Fill(destShift, 0x77).Append(expected).Fill(2 - destShift, 0x77).Done()));
-        }
-    }
-}
-
-TEST(WideConversion, ConvertsOverlappingRunsPixelByPixel) {
+TEST(WideConversion, ConvertsOverlappingRunsPixelByPixelAtAnyAddress) {
     constexpr std::size_t kPixels = 700, kMargin = 6 * 800;
     const auto engine = MakeHandEngine(true);
     const ReferenceEngine reference = ReferenceOf(*engine);
@@ -322,20 +267,6 @@ TEST_F(BoundConversion, TouchesNothingWithoutTables) {
     EXPECT_EQ(words, Samples(60, 0x3333));
 }
 
-TEST_F(BoundConversion, TakesNeutralPixelsFromTheLastRecord) {
-    for (const int input : {0, 1}) {
-        ASSERT_EQ(Bind(PutSmooth(), 0, input, 11), 0);
-        ByteWriter ramp;
-        for (unsigned v = 0; v < (input == 1 ? 65536U : 256U); ++v) {
-            for (int c = 0; c < 3; ++c) input == 1 ? ramp.Little16(v) : ramp.U8(v);
-        }
-        const Bytes expected = ReferenceRun(engine(), ramp.Done());
-        // With the same curve for all channels no neutral pixel meets the other records.
-        for (auto& cell : engine().Lut3D) std::fill_n(&cell[0][0][0], 5 * 3 * 4, 0);
-        EXPECT_THAT(Convert(ramp.Done()), EqualsBytes(expected));
-    }
-}
-
 TEST_F(BoundConversion, HoldsBytesInWordsForWideInputAndANarrowSpace) {
     const Bytes pixels = SomePixels(500, true);
     ASSERT_EQ(Bind(PutSmooth(), 0, 1, 10), 0);
@@ -355,19 +286,6 @@ TEST_F(BoundConversion, KeepsTheLowByteForNarrowInputAndAWideSpace) {
     const Bytes pixels = SomePixels(500, false);
     EXPECT_THAT(Convert(pixels), EqualsBytes(ReferenceRun(engine(), pixels)));
     EXPECT_EQ(engine().Lut1DOutG[40000], 40000U);
-}
-
-TEST_F(BoundConversion, FollowsTheProfile) {
-    // A grid of one colour for each end of the red axis: black below, white above.
-    MiniLut lut = SmoothLut(2);
-    for (std::size_t node = 0; node < 8; ++node) {
-        lut.grid[3 * node] = node < 4 ? 0 : 65280;
-        lut.grid[3 * node + 1] = lut.grid[3 * node + 2] = 32768;
-    }
-    ASSERT_EQ(Bind(Put("step.icc", {{"A2B0", Mft2(lut)}}), 0, 0, 10), 0);
-    const Bytes pixels = Convert({0, 255, 255, 0, 0, 0, 255, 0, 128});
-    for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(pixels[i], 0);
-    for (std::size_t i = 6; i < 9; ++i) EXPECT_GE(pixels[i], 253);
 }
 
 TEST_F(BoundConversion, RefusesWidePixelsForTablesOfBytes) {

@@ -98,19 +98,14 @@ TEST_F(MemoryProfile, GivesTheStateOfTheFileForBrokenProfiles) {
     ExpectTheSame(many.Done(), {0, 0, 8});
 }
 
-TEST_F(MemoryProfile, IsReadByEveryCall) {
-    const MemoryJob job{0, 1, 8};
-    ASSERT_EQ(BindTo(engine(), MiniProfile({{"A2B0", Mft2(MarkedLut(0x1111))}}), job), 0);
-    EXPECT_TRUE(SeesMark(0x1111));
-    ASSERT_EQ(BindTo(engine(), MiniProfile({{"A2B0", Mft2(MarkedLut(0x3333))}}), job), 0);
-    EXPECT_TRUE(SeesMark(0x3333));
-}
-
-TEST_F(MemoryProfile, HasNoName) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 8), 0);
-    ASSERT_EQ(BindTo(engine(), smooth_, {0, 0, 8}), 0);
-    EXPECT_EQ(engine().Unit.ProfileName, nullptr);
-    EXPECT_EQ(engine().Unit.SecondName, nullptr);
+TEST_F(MemoryProfile, IsReadByEveryCallAndHasNoName) {
+    ASSERT_EQ(Bind(PutSmooth(), 0, 1, 8), 0);
+    for (const unsigned mark : {0x1111U, 0x3333U}) {
+        ASSERT_EQ(BindTo(engine(), MiniProfile({{"A2B0", Mft2(MarkedLut(mark))}}), {0, 1, 8}), 0);
+        EXPECT_TRUE(SeesMark(mark));
+        EXPECT_EQ(engine().Unit.ProfileName, nullptr);
+        EXPECT_EQ(engine().Unit.SecondName, nullptr);
+    }
 }
 
 TEST_F(MemoryProfile, IsNeverTakenForTheProfileOfAPath) {
@@ -131,18 +126,6 @@ TEST_F(MemoryProfile, IsNeverTakenForTheProfileOfAPath) {
     ASSERT_EQ(BindTo(engine(), other, {0, 1, 8}), 0);
     EXPECT_EQ(BindNull(0, 1, 8), 65531);
     EXPECT_EQ(Status(), "65535/65535");
-}
-
-TEST_F(MemoryProfile, ServesSetIntentAndAdjustments) {
-    ASSERT_EQ(BindTo(engine(), smooth_, {0, 0, 8}), 0);
-    EXPECT_EQ(Rebind(1, 1, 9), 9);
-    EXPECT_EQ(engine().Adjust_Lch(4.0, 0.0, 0.0), 9);
-    const Stages rebound = StagesOf(engine());
-    ASSERT_EQ(Bind(PutSmooth("other.icc"), 0, 0, 8), 0);
-    WriteFile(dir_.File("file.icc"), smooth_);
-    ASSERT_EQ(Bind(dir_.File("file.icc"), 1, 1, 9), 0);
-    engine().Adjust_Lch(4.0, 0.0, 0.0);
-    ExpectStages(StagesOf(engine()), rebound);
 }
 
 TEST_F(MemoryProfile, ReadyFollowsTheTables) {

@@ -15,7 +15,7 @@ protected:
 };
 
 TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
-    for (const std::size_t entries : {std::size_t{3}, std::size_t{256}, std::size_t{4096}}) {
+    for (const std::size_t entries : {std::size_t{2}, std::size_t{3}, std::size_t{256}, std::size_t{4096}}) {
         MiniLut lut = SmoothLut();
         for (std::size_t c = 0; c < 3; ++c) {
             lut.input[c].clear();
@@ -39,19 +39,6 @@ TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
         }
         ExpectFilled(4);
     }
-}
-
-TEST_F(Set1DLutIn, TakesTwoEntriesForTheIdentity) {
-    MiniLut lut = SmoothLut();
-    for (Curve& curve : lut.input) curve = {40000, 3};
-    const std::string path = Put("two.icc", {{"A2B0", Mft2(lut)}});
-    std::vector<std::uint32_t> wide, narrow;
-    for (unsigned v = 0; v < 65536; ++v) wide.push_back(Packed(v));
-    for (unsigned v = 0; v < 256; ++v) narrow.push_back(Packed(v < 255 ? v * 256 : 65535));
-    ASSERT_EQ(Bind(path, 0, 1, 9), 0);
-    ExpectTables(InputOf(engine()), {wide, wide, wide});
-    ASSERT_EQ(Bind(path, 0, 0, 8), 0);
-    ExpectTables(InputOf(engine()), {narrow, narrow, narrow});
 }
 
 TEST_F(Set1DLutIn, PutsTheHighestValueOneStepBelowTheLastGridPoint) {
@@ -96,16 +83,6 @@ TEST_F(Set3DLut, ResamplesEveryGridSize) {
         lut.grid = ScatteredGrid(points, points);
         ASSERT_EQ(Bind(Put(std::to_string(points), {{"A2B0", Mft2(lut)}}), 0, 0, 10), 0);
         ExpectGrid(ExpectedGrid(Mft2(lut), 10));
-    }
-}
-
-TEST_F(Set3DLut, KeepsBlackInEverySpace) {
-    MiniLut lut = SmoothLut(2);
-    lut.grid = BlackGrid();
-    for (const int space : {8, 20, 24, 28}) {
-        Fill(4);
-        ASSERT_EQ(Bind(Put("black.icc", {{"A2B0", Mft2(lut)}}), 0, 0, space), 0);
-        ExpectGrid(PatternGrid(0));
     }
 }
 
@@ -216,36 +193,6 @@ TEST_F(OutputTables, AreRampsInLinearSpaces) {
         engine().Set1DLutOut(nullptr);
         const auto& ramp = space % 2 == 0 ? bytes : words;
         ExpectTables(OutputOf(engine()), {ramp, ramp, ramp});
-    }
-}
-
-TEST_F(OutputTables, KeepToTheWidthOfTheirSpace) {
-    for (const int space : {8, 9, 12, 13, 22, 23, 26, 27, 30, 31, 34, 35, 36, 37, 38, 39}) {
-        engine().Unit.OutputSpace = Space(space);
-        engine().Set1DLutOut(nullptr);
-        const bool bytes = space % 2 == 0 || space == 37;
-        for (const auto& table : OutputOf(engine())) {
-            const std::uint32_t top = *std::max_element(table.begin(), table.end());
-            EXPECT_LE(top, bytes ? 255U : 65535U) << space;
-            EXPECT_GE(top, bytes ? 254U : 65000U) << space;
-        }
-    }
-}
-
-TEST_F(OutputTables, AreBuiltBesideTheRestOfTheJob) {
-    for (const int input : {0, 1}) {
-        ASSERT_EQ(Bind(PutSmooth(), 2, input, 10), 0);
-        ASSERT_EQ(engine().Adjust_Lch(1.0, 2.0, 3.0), 10);
-        const Tables tables = InputOf(engine());
-        for (const int space : {8, 9, 22, 37, 14}) {
-            engine().Unit.OutputSpace = Space(space);
-            engine().Set1DLutOut(nullptr);
-            ExpectTables(InputOf(engine()), tables);
-            EXPECT_EQ(engine().Unit.ProfileState, 0);
-            EXPECT_EQ(engine().Unit.InputSpace, input);
-            EXPECT_EQ(engine().Unit.Intent, 2);
-            EXPECT_EQ(Lch(), (std::array{1, 2, 3}));
-        }
     }
 }
 

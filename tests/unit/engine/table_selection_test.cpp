@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What of a profile an engine works by: the table that the intent selects, if it can be used, and the white point. None
-// of the 128 bytes in front of the tags counts.
+// What of a profile an engine works by: the table that the intent selects, if it can be used, and the white point.
 #include <climits>
-#include <functional>
 
 #include "unit/engine/EngineFixture.h"
 
@@ -111,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(EverySubsetAndIntent, TableSelection,
 
 struct BadTable {
     const char* name;
-    std::function<Bytes()> block;
+    Bytes block;
 };
 
 /// A block of type "mft2" with a byte changed, with zeros after it.
@@ -121,50 +119,42 @@ Bytes Patched(std::size_t at, unsigned value, std::size_t more = 0) {
     block.resize(block.size() + more);
     return block;
 }
-/// One of type "mAB " with bytes set.
-Bytes PatchedCurved(const std::vector<std::pair<std::size_t, unsigned>>& changes) {
+/// One of type "mAB " with two bytes set.
+Bytes PatchedCurved(std::size_t at, unsigned first, unsigned second) {
     Bytes block = MftAB(SmoothLut());
-    for (const auto& [at, value] : changes) block.at(at) = static_cast<unsigned char>(value);
+    block.at(at) = static_cast<unsigned char>(first);
+    block.at(at + 1) = static_cast<unsigned char>(second);
+    return block;
+}
+Bytes CutTable() {
+    Bytes block = Mft2(SmoothLut());
+    block.resize(block.size() - 8);
     return block;
 }
 
-const BadTable kBadTables[] = {
-    {"TableOfBytes", Mft1},
-    {"ForeignType", [] { return Patched(3, '3'); }},
-    {"TypeOfTheOtherDirection",
-     [] {
-         return PatchedCurved({{1, 'B'}});
-     }},
-    {"EmptyBlock", [] { return Bytes(); }},
-    {"TypeAlone", [] { return ByteWriter().Text("mft2").Done(); }},
-    {"TablesPastTheBlock",
-     [] {
-         Bytes block = Mft2(SmoothLut());
-         block.resize(block.size() - 8);
-         return block;
-     }},
-    {"FourInputs", [] { return Patched(8, 4, 4096); }},
-    {"EightOutputs", [] { return Patched(9, 8, 8192); }},
-    {"OneGridPoint", [] { return Patched(10, 1); }},
-    {"NoGridPoint", [] { return Patched(10, 0); }},
-    {"ThirtyFourGridPoints", [] { return Patched(10, 34, 240000); }},
-    {"LongInputCurves", [] { return Patched(48, 0x11, 30000); }},
-    {"LongOutputCurves", [] { return Patched(50, 0x11, 30000); }},
-    {"CurvedWithoutGrid", [] { return MftAB(SmoothLut(), false); }},
-    {"CurvedWithoutInputCurves",
-     [] {
-         return PatchedCurved({{30, 0}, {31, 0}});
-     }},
-    {"CurvedWithoutOutputCurves",
-     [] {
-         return PatchedCurved({{15, 0}});
-     }},
-};
+std::vector<BadTable> BadTables() {
+    return {{"TableOfBytes", Mft1()},
+            {"ForeignType", Patched(3, '3')},
+            {"TypeOfTheOtherDirection", PatchedCurved(1, 'B', 'A')},
+            {"EmptyBlock", {}},
+            {"TypeAlone", ByteWriter().Text("mft2").Done()},
+            {"TablesPastTheBlock", CutTable()},
+            {"FourInputs", Patched(8, 4, 4096)},
+            {"EightOutputs", Patched(9, 8, 8192)},
+            {"OneGridPoint", Patched(10, 1)},
+            {"NoGridPoint", Patched(10, 0)},
+            {"ThirtyFourGridPoints", Patched(10, 34, 240000)},
+            {"LongInputCurves", Patched(48, 0x11, 30000)},
+            {"LongOutputCurves", Patched(50, 0x11, 30000)},
+            {"CurvedWithoutGrid", MftAB(SmoothLut(), false)},
+            {"CurvedWithoutInputCurves", PatchedCurved(30, 0, 0)},
+            {"CurvedWithoutOutputCurves", PatchedCurved(14, 0, 0)}};
+}
 
 class UnusableTable : public EngineTest, public testing::WithParamInterface<BadTable> {
 protected:
     /// The bad table for intent 0, a good one for intent 1.
-    std::string PutBad() { return Put("bad.icc", {{"A2B0", GetParam().block()}, {"A2B1", kA2B1}}); }
+    std::string PutBad() { return Put("bad.icc", {{"A2B0", GetParam().block}, {"A2B1", kA2B1}}); }
 };
 
 TEST_P(UnusableTable, IsBoundButRefused) {
@@ -203,8 +193,15 @@ TEST_P(UnusableTable, IsRefusedByAdjustments) {
     EXPECT_EQ(Status(), "65535/65535");
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, UnusableTable, testing::ValuesIn(kBadTables),
+INSTANTIATE_TEST_SUITE_P(Every, UnusableTable, testing::ValuesIn(BadTables()),
                          [](const auto& param) { return std::string(param.param.name); });
+
+using FirstOfTwoTables = EngineTest;
+
+TEST_F(FirstOfTwoTables, OfOneNameIsUsed) {
+    Bind(Put("two.icc", {{"A2B0", Mft2(MarkedLut(0x1111))}, {"A2B0", Mft2(MarkedLut(0x3333))}}), 0, 0, 8);
+    EXPECT_TRUE(SeesMark(0x1111));
+}
 
 class LutAToB : public EngineTest {};
 
@@ -286,37 +283,12 @@ TEST_F(WhitePoint, CountsFromTwentyBytesOn) {
     ExpectGrid(plain_);
 }
 
-class ProfileHeader : public EngineTest {
-protected:
-    Stages BoundTo(const Bytes& bytes) {
-        engine().Reset();
-        WriteFile(dir_.File("header.icc"), bytes);
-        EXPECT_EQ(Bind(dir_.File("header.icc"), 3, 1, 11), 0);
-        EXPECT_EQ(Status(), "11/11");
-        return StagesOf(engine());
-    }
-    const Bytes plain_ = MiniProfile({{"A2B1", Mft2(SmoothLut(3))}, {"wtpt", WhiteBlock()}});
-};
-
-TEST_F(ProfileHeader, HasNoEffect) {
-    const Stages expected = BoundTo(plain_);
-    for (std::size_t at = 0; at < 128; at += 4) {
-        ByteWriter bytes;
-        bytes.Append(plain_).PatchBig32(at, 0xffffffffU);
-        SCOPED_TRACE(at);
-        ExpectStages(BoundTo(bytes.Done()), expected);
-    }
-    for (const char* space : {"RGB ", "CMYK", "GRAY", "Lab ", "7CLR"}) {
-        for (const char* connection : {"Lab ", "XYZ "}) {
-            SCOPED_TRACE(space + std::string(connection));
-            ByteWriter header;
-            header.Big32(1).Text("abcd").Big32(0x04300000).Text("link").Text(space).Text(connection);
-            header.Fill(12, 7).Text("none").Fill(24, 9).Big32(2).Big32(0x10000).Big32(0x8000).Big32(0xffff0000U);
-            header.Fill(48, 0xee);
-            ASSERT_EQ(header.Size(), 128U);
-            ExpectStages(BoundTo(header.Append(Bytes(plain_.begin() + 128, plain_.end())).Done()), expected);
-        }
-    }
+// The class of a tag goes by its name.
+TEST_F(WhitePoint, CountsWhateverItsType) {
+    Bytes block = WhiteBlock();
+    std::fill_n(block.begin(), 8, static_cast<unsigned char>('x'));
+    ASSERT_EQ(Bind(Put("junk.icc", {{"A2B1", kA2B1}, {"wtpt", block}}), 3, 0, 10), 0);
+    ExpectGrid(white_);
 }
 
 }  // namespace

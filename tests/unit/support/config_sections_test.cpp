@@ -57,29 +57,17 @@ TEST_F(ConfigSections, AWordOutsideASectionOpensOneEvenIfItIsAMarker) {
     ExpectRead("end\na=1\nendend\n", {{"end", {{"a", "1"}}}});
 }
 
-struct Stripped {
-    const char* line;
-    const char* row;  ///< without its spaces
-};
-constexpr Stripped kNoMarkers[] = {{"end", "end"},
-                                   {" Gammaend", "Gammaend"},
-                                   {"Gammaend ", "Gammaend"},
-                                   {"Gamma end", "Gammaend"},
-                                   {"gammaend", "gammaend"},
-                                   {"GammaEnd", "GammaEnd"},
-                                   {"GAMMAEND", "GAMMAEND"},
-                                   {"Gammaen", "Gammaen"},
-                                   {"Gammaends", "Gammaends"},
-                                   {"Gamma", "Gamma"},
-                                   {"xGammaend", "xGammaend"},
-                                   {"Gammaend\t", "Gammaend\t"},
-                                   {"Betaend", "Betaend"},
-                                   {"Gammaend\r", "Gammaend\r"}};
+/// A row is looked at without its spaces.
+std::string Stripped(std::string line) {
+    std::erase(line, ' ');
+    return line;
+}
 
 TEST_F(ConfigSections, OnlyTheVeryLineEndsASection) {
-    for (const auto& [line, row] : kNoMarkers) {
-        ExpectRead("Gamma\na=1\n" + std::string(line) + "\nb=2\nGammaend\n", {{"Gamma", {{"a", "1"}, {"b", "2"}}}},
-                   Lost(row));
+    for (const std::string line : {"end", " Gammaend", "Gammaend ", "Gamma end", "gammaend", "GAMMAEND", "Gammaen",
+                                   "Gammaends", "Gamma", "xGammaend", "Gammaend\t", "Betaend", "Gammaend\r"}) {
+        ExpectRead("Gamma\na=1\n" + line + "\nb=2\nGammaend\n", {{"Gamma", {{"a", "1"}, {"b", "2"}}}},
+                   Lost(Stripped(line)));
     }
     ExpectRead("a=b\nc=1\na=bend\n", {{"a=b", {{"c", "1"}}}});  // a=bend is no row of key a
 }
@@ -108,60 +96,33 @@ TEST_F(ConfigSections, NamesAndKeysStandInTheOrderOfTheirBytes) {
 
 using ConfigRows = ConfigTest;
 
-struct GoodRow {
-    const char* line;
-    const char* key;
-    const char* value;
-};
-constexpr GoodRow kGoodRows[] = {{"alpha=1", "alpha", "1"},
-                                 {"alpha = some value", "alpha", "somevalue"},
-                                 {"  al pha  =  1  2  ", "alpha", "12"},
-                                 {"a=b=c", "a", "bc"},
-                                 {"a==b==c==", "a", "bc"},
-                                 {"a = b = = c", "a", "bc"},
-                                 {"a=", "a", ""},
-                                 {"a =  ", "a", ""},
-                                 {"=b", "", "b"},
-                                 {" = ", "", ""},
-                                 {"=", "", ""},
-                                 {"====", "", ""},
-                                 {"==b", "", "b"},
-                                 {"a\t=\tb", "a\t", "\tb"},
-                                 {"\ta=b c\t", "\ta", "bc\t"},
-                                 {"a=b\r", "a", "b\r"},
-                                 {"a\v=\fb", "a\v", "\fb"},
-                                 {"\xc2\xa0=\xe4", "\xc2\xa0", "\xe4"},
-                                 {"a=/", "a", "/"},
-                                 {"a/b=c/d", "a/b", "c/d"},
-                                 {"a=#;\"'\\[]", "a", "#;\"'\\[]"},
-                                 {"Sen=d", "Sen", "d"},
-                                 {"Send=1", "Send", "1"},
-                                 {"S=1", "S", "1"}};
-
 TEST_F(ConfigRows, ARowIsSplitAtItsFirstEqualsSign) {
-    for (const auto& [line, key, value] : kGoodRows) ExpectRows(line + std::string("\n"), {{key, value}});
+    const std::pair<Rows, std::vector<std::string>> rows[] = {
+        {{{"alpha", "1"}}, {"alpha=1", "  al pha  =  1  "}},
+        {{{"a", "bc"}}, {"a=b=c", "a==b==c==", "a = b = = c", "a=b c"}},
+        {{{"a", ""}}, {"a=", "a =  "}},
+        {{{"", "b"}}, {"=b", "==b"}},
+        {{{"", ""}}, {"=", " = ", "===="}},
+        {{{"a\t", "\tb"}}, {"a\t=\tb"}},
+        {{{"\ta", "bc\t"}}, {"\ta=b c\t"}},
+        {{{"a\v", "\fb\r"}}, {"a\v=\fb\r"}},
+        {{{"\xc2\xa0", "\xe4"}}, {"\xc2\xa0=\xe4"}},
+        {{{"a/b", "c/d"}}, {"a/b=c/d"}},
+        {{{"a", "#;\"'\\[]"}}, {"a=#;\"'\\[]"}},
+        {{{"Sen", "d"}}, {"Sen=d"}},
+        {{{"Send", "1"}}, {"Send=1"}},
+        {{{"S", "1"}}, {"S=1"}},
+    };
+    for (const auto& [row, lines] : rows) {
+        for (const std::string& line : lines) ExpectRows(line + "\n", row);
+    }
 }
 
-constexpr Stripped kLostRows[] = {{"", ""},
-                                  {" ", ""},
-                                  {"      ", ""},
-                                  {"alpha", "alpha"},
-                                  {" al pha ", "alpha"},
-                                  {"a:b c", "a:bc"},
-                                  {"\t", "\t"},
-                                  {"\ta b\t",
-                                   "\ta"
-                                   "b\t"},
-                                  {"\r", "\r"},
-                                  {"a b\r", "ab\r"},
-                                  {"/", "/"},
-                                  {" / / ", "//"},
-                                  {"%s %d", "%s%d"}};
-
 TEST_F(ConfigRows, ARowWithoutOneIsPrintedInTwoLinesAndDropped) {
-    for (const auto& [line, row] : kLostRows) {
-        ExpectRows("a=1\n" + std::string(line) + "\nb=2\n", {{"a", "1"}, {"b", "2"}},
-                   "txt error: The row" + std::string(row) + "  = is lost!\nWe can not process it !\n");
+    for (const std::string line :
+         {"", " ", "      ", "alpha", " al pha ", "a:b c", "\t", "\ta b\t", "\r", "a b\r", "/", " / / ", "%s %d"}) {
+        ExpectRows("a=1\n" + line + "\nb=2\n", {{"a", "1"}, {"b", "2"}},
+                   "txt error: The row" + Stripped(line) + "  = is lost!\nWe can not process it !\n");
     }
     ExpectRead("S\none\n\ntwo words\nSend\nT\nthree\nTend\n", {{"S", {}}, {"T", {}}},
                Lost("one") + Lost("") + Lost("twowords") + Lost("three"));

@@ -179,16 +179,6 @@ TEST_F(IoFile, ClosesAStreamThatTheCallerPutThere) {
     EXPECT_FALSE(IsOpen(descriptor));
 }
 
-TEST_F(IoFile, TheDestructorClosesAndWritesOut) {
-    std::unique_ptr<IO_Interface> file = std::make_unique<IO_File>(Path().c_str(), "wb");
-    const int descriptor = fileno(static_cast<std::FILE*>(file->GetHandle()));
-    Bytes bytes = Rising(5, 7);
-    file->Write(bytes.data(), 1, 5);
-    file.reset();
-    EXPECT_FALSE(IsOpen(descriptor));
-    EXPECT_EQ(ReadFile(Path()), Rising(5, 7));
-}
-
 /// Keeps its stream open when told to close.
 struct UnwillingFile : IO_File {
     using IO_File::IO_File;
@@ -196,16 +186,18 @@ struct UnwillingFile : IO_File {
     int closes = 0;
 };
 
-TEST_F(IoFile, TheDestructorClosesWithoutAskingClose) {
-    int descriptor = -1;
-    {
-        UnwillingFile file(Made(Rising(3, 0)).c_str(), "rb");
-        descriptor = fileno(file.stream);
-        static_cast<IO_Interface&>(file).Close();
-        EXPECT_EQ(file.closes, 1);
-        EXPECT_TRUE(IsOpen(descriptor));
-    }
+TEST_F(IoFile, TheDestructorWritesOutAndClosesWithoutAskingClose) {
+    auto unwilling = std::make_unique<UnwillingFile>(Path().c_str(), "wb");
+    const int descriptor = fileno(unwilling->stream);
+    Bytes bytes = Rising(5, 7);
+    unwilling->Write(bytes.data(), 1, 5);
+    static_cast<IO_Interface&>(*unwilling).Close();
+    EXPECT_EQ(unwilling->closes, 1);
+    EXPECT_TRUE(IsOpen(descriptor));
+    std::unique_ptr<IO_Interface> file = std::move(unwilling);
+    file.reset();
     EXPECT_FALSE(IsOpen(descriptor));
+    EXPECT_EQ(ReadFile(Path()), Rising(5, 7));
 }
 
 TEST_F(IoFile, TheDestructorLeavesAClosedStreamAlone) {
@@ -265,50 +257,29 @@ TEST_F(IoFile, APipeReadsAndCannotSeek) {
 
 // --- either stream
 
-/// Uses a stream of at least 8 bytes as one that knows no more than the interface does; the bytes read.
-Bytes CopyAround(IO_Interface& stream) {
-    Bytes bytes(4);
-    stream.Seek(2, 0);
-    stream.Read(bytes.data(), 2, 2);
-    stream.Seek(-4, 2);
-    stream.Write(bytes.data(), 1, 4);
-    stream.Seek(0, 0);
-    stream.Read(bytes.data(), 4, 1);
-    return bytes;
-}
-
-TEST(IoInterface, OneWayOfUseServesAFileAndABlock) {
+TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
     const TempDir folder;
     const std::string path = folder.File("bytes");
     WriteFile(path, Rising(9, 'a'));
     const std::unique_ptr<IO_Interface> file = std::make_unique<IO_File>(path.c_str(), "r+b");
     Bytes memory = Rising(9, 'a');
     const std::unique_ptr<IO_Interface> block = std::make_unique<IO_Buf>(memory.data(), 9);
-
-    EXPECT_EQ(CopyAround(*file), Rising(4, 'a'));
-    EXPECT_EQ(CopyAround(*block), Rising(4, 'a'));
-    file->Close();
-    block->Close();
-
+    // One way of use serves both; only what they answer differs.
+    Bytes bytes(4);
+    for (const bool inMemory : {false, true}) {
+        IO_Interface& stream = inMemory ? *block : *file;
+        EXPECT_EQ(stream.Seek(2, 0), inMemory ? 2 : 0);
+        EXPECT_EQ(stream.Read(bytes.data(), 2, 2), inMemory ? Address(memory.data() + 6) : 2U);
+        EXPECT_EQ(stream.Seek(-4, 2), inMemory ? -4 : 0);
+        EXPECT_EQ(stream.Write(bytes.data(), 1, 4), inMemory ? Address(memory.data() + 9) : 4U);
+        EXPECT_EQ(stream.Seek(0, 0), 0);
+        stream.Read(bytes.data(), 4, 1);
+        EXPECT_EQ(bytes, Rising(4, 'a'));
+        stream.Close();
+    }
     const Bytes expected = {'a', 'b', 'c', 'd', 'e', 'c', 'd', 'e', 'f'};
     EXPECT_EQ(ReadFile(path), expected);
     EXPECT_EQ(memory, expected);
-}
-
-TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
-    const TempDir folder;
-    WriteFile(folder.File("bytes"), Rising(9, 0));
-    const std::unique_ptr<IO_Interface> file = std::make_unique<IO_File>(folder.File("bytes").c_str(), "r+b");
-    Bytes memory = Rising(9, 0);
-    const std::unique_ptr<IO_Interface> block = std::make_unique<IO_Buf>(memory.data(), 9);
-    Bytes bytes(6);
-
-    EXPECT_EQ(file->Read(bytes.data(), 2, 3), 3U);
-    EXPECT_EQ(block->Read(bytes.data(), 2, 3), Address(memory.data() + 6));
-    EXPECT_EQ(file->Seek(1, 0), 0);
-    EXPECT_EQ(block->Seek(1, 0), 1);
-    EXPECT_EQ(file->Write(bytes.data(), 3, 2), 2U);
-    EXPECT_EQ(block->Write(bytes.data(), 3, 2), Address(memory.data() + 7));
 }
 
 }  // namespace

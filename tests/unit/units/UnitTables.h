@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -101,6 +102,14 @@ inline std::unique_ptr<ColorTable33> MakeColorTable(int channels) {
     if (channels == 4) return std::make_unique<ColorTable34>();
     if (channels == 6) return std::make_unique<ColorTable36>();
     return std::make_unique<ColorTable37>();
+}
+
+/// The codes that there are, those around them, some far away, and some with the low bits of a code.
+inline std::vector<int> FormatCodes() {
+    std::vector<int> codes = {INT_MIN, -65536 + 257, -257,  -1,    0,     1,     3,          769,     1281,
+                              4097,    65534,        65535, 65793, 66049, 65536, 0x01010101, 1 << 24, INT_MAX};
+    for (int code = 250; code <= 530; ++code) codes.push_back(code);
+    return codes;
 }
 
 /// One colour through a unit.

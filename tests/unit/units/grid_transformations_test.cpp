@@ -103,33 +103,6 @@ TEST(AdjustLch, GivesTheseColors) {
     }
 }
 
-TEST(AdjustLch, WrapsTheHueOnceAtEitherEnd) {
-    // h = 350, 10 and 10, moved by 30, -30 and 720: 20, 340 and 370, which is as good as 10.
-    const int rows[][3] = {{350, 30, 20}, {10, -30, 340}, {10, 720, 370}, {10, -360, 10}};
-    for (const auto& [from, by, to] : rows) {
-        const auto start = NaiveAB(50.0, from), end = NaiveAB(50.0, to);
-        const auto grid =
-            Flat(32640, static_cast<int>(256.0 * start[0] + 32768.5), static_cast<int>(256.0 * start[1] + 32768.5));
-        grid->Adjust_Lch(0.0, 0.0, by);
-        // A unit of a* and b* is 256; the node's own rounding, the cut and the five-digit factors are below 3.
-        EXPECT_NEAR(ColorOf(*grid)[1], 256.0 * end[0] + 32768.0, 3.0) << from;
-        EXPECT_NEAR(ColorOf(*grid)[2], 256.0 * end[1] + 32768.0, 3.0) << from;
-    }
-}
-
-TEST(AdjustLch, KeepsANeutralNeutralAndLosesAUnitOfLightnessAtMost) {
-    ReferenceGrid plain = RandomGrid(9, 1);
-    for (int n = 0; n < 9 * 9 * 9; ++n) plain.nodes[AsIndex(n)] = {std::min(97 * n, 65280), 32768, 32768};
-    const auto grid = MakeGrid(plain);
-    grid->Adjust_Lch(0.0, 0.0, 45.0);
-    const Nodes nodes = NodesOf(*grid, 9);
-    for (std::size_t n = 0; n < nodes.size(); ++n) {
-        const int lost = plain.nodes[n][0] - nodes[n][0];
-        ASSERT_TRUE(lost == 0 || lost == 1) << plain.nodes[n][0];
-        ASSERT_EQ(nodes[n], (PlainNode{nodes[n][0], 32768, 32768}));
-    }
-}
-
 class GridTransformations : public testing::TestWithParam<int> {};
 
 /// Each step takes the nodes as it finds them, whatever they are by then, and changes the first three channels alone.

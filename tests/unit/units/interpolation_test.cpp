@@ -100,20 +100,6 @@ TEST_P(IntegerInterpolation, AgreesAllOverTheCubeWithAnyShiftAndMask) {
     }
 }
 
-TEST_P(IntegerInterpolation, GivesANodeOnIt) {
-    Load(17, 4);
-    for (int i = 0; i < 16; ++i) {
-        for (int j = 0; j < 16; ++j) {
-            for (int k = 0; k < 16; ++k) {
-                Seven s = {0, 0, 0, 4, 5, 6, 7};
-                const int place[] = {i, j, k};
-                for (std::size_t axis = 0; axis < 3; ++axis) s[axis] = static_cast<unsigned short>(4096 * place[axis]);
-                ASSERT_EQ(Through(*table_, s), Expected(s, plain_.nodes[NodeAt(17, i, j, k)]));
-            }
-        }
-    }
-}
-
 TEST_P(IntegerInterpolation, TakesTheCornersOfEachTetrahedron) {
     for (const TetrahedronRow& row : kTetrahedronRows) {
         for (int corner = 0; corner < 8; ++corner) {
@@ -348,15 +334,6 @@ TEST_P(CellOfPosition, IsItsOwnAtEveryPosition) {
         const int fraction = Fraction(position);
         ASSERT_GE(fraction, 0) << position;
         ASSERT_LE(fraction, 65536 % (points_ - 1) == 0 ? kRise - 1 : most) << position;
-    }
-}
-
-/// The positions that an engine asks for.
-TEST_P(CellOfPosition, HoldsEveryNodeOfSeventeen) {
-    for (int node = 0; node < 17; ++node) {
-        const int fraction = Fraction(node < 16 ? 4096 * node : 65535);
-        EXPECT_GE(fraction, 0) << node;
-        EXPECT_LT(fraction, kRise) << node;
     }
 }
 
