@@ -12,6 +12,7 @@
 #include "support/Matchers.h"
 #include "support/MiniProfile.h"
 #include "support/MiniTiff.h"
+#include "support/PixelRun.h"
 #include "support/ReferencePipeline.h"
 #include "support/TempDir.h"
 
@@ -103,7 +104,7 @@ public:
     /// Pixels of the width of the present input encoding through all engines; returns what they came out as.
     Bytes Convert() const {
         const bool wide = reference_.inputSpace == 1;
-        const Bytes pixels = Pixels(wide);
+        const Bytes pixels = PixelRun(reference_.inputSpace);
         const Bytes untouched(pixels.size(), 0xa5);
         const bool touched = !Refuses() && reference_.Converts();
         const Bytes expected = touched ? reference_.Convert(pixels) : wide ? untouched : pixels;
@@ -122,9 +123,9 @@ public:
     /// no file and prints nothing.
     void ConvertFile() const {
         const bool wide = reference_.inputSpace == 1;
-        const Bytes pixels = Pixels(wide);
-        MiniTiff tiff{
-            static_cast<std::uint32_t>(pixels.size() / (wide ? 60 : 30)), 10, 3, wide ? 16U : 8U, pixels, Bytes(40, 3)};
+        const Bytes pixels = PixelRun(reference_.inputSpace);
+        const auto width = static_cast<std::uint32_t>(pixels.size() / (wide ? 6 : 3));
+        MiniTiff tiff{width, 1, 3, wide ? 16U : 8U, pixels, Bytes(40, 3)};
         WriteFile(Path("source.tif"), tiff.Build());
         tiff.icc.clear();
         if (reference_.Converts()) tiff.pixels = reference_.Convert(pixels);
@@ -138,21 +139,6 @@ public:
             EXPECT_THAT(ReadFile(Path("dest.tif")), EqualsBytes(tiff.Build()));
             std::filesystem::remove(Path("dest.tif"));
         }
-    }
-
-    /// 600 pixels: a neutral ramp, the extremes, and any others.
-    static Bytes Pixels(bool wide) {
-        ByteWriter out;
-        const auto add = [&](unsigned sample) { wide ? out.Little16(sample) : out.U8(sample >> 8); };
-        for (unsigned v = 0; v < 256; ++v) {
-            for (int c = 0; c < 3; ++c) add(257 * v);
-        }
-        for (unsigned corner = 0; corner < 8; ++corner) {
-            for (int c = 0; c < 3; ++c) add((corner >> c & 1U) * 65535);
-        }
-        Lcg random(77);
-        while (out.Size() < (wide ? 3600U : 1800U)) add(random.Sample());
-        return out.Done();
     }
 
 private:

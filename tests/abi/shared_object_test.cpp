@@ -49,13 +49,6 @@ TEST(SharedObject, DefinesSixteenFunctionsAndNothingElse) {
     EXPECT_EQ(visible, 16);
 }
 
-TEST(SharedObject, GivesItsFunctionsByTheirPlainNames) {
-    const Library library;
-    for (const char* suffix : kSuffixes) EXPECT_NE(EngineApi(library, suffix).SetProfile, nullptr);
-    EXPECT_THROW(library.Get<void*>("IccEngine"), std::runtime_error);
-    EXPECT_THROW(library.Get<void*>("initializer"), std::runtime_error);
-}
-
 TEST(SharedObject, NamesItsInterfaceVersionAndNeedsTheStandardLibraryAlone) {
     int names = 0, needed = 0;
     for (const auto& line : LinesOf("readelf -d -W")) {

@@ -8,14 +8,11 @@
 #include <string>
 
 #include "engine/CIccEngineS.h"
+#include "support/PixelRun.h"
 #include "support/ReferencePipeline.h"
 #include "support/TempDir.h"
 
 namespace hueweave::test {
-
-/// Pixels of 16 bits for input encoding 1, else of 8: neutral ramps, all patterns of equal and unequal fractions in the
-/// outermost and some inner cells of the grid, samples on and beside nodes, both ends of the range, and random ones.
-Bytes PixelRun(int inputSpace);
 
 /// An engine and its reference, driven side by side; every step must leave both with the same result, state and
 /// tables.

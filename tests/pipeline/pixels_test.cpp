@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
+//
+// Every output space and intent, and random sequences of calls, from the profile to the pixels.
+#include <algorithm>
+#include <functional>
 #include <tuple>
 
 #include "pipeline/EnginePair.h"
@@ -47,27 +51,21 @@ INSTANTIATE_TEST_SUITE_P(Every, IntentAndWidthTest,
 
 /// The mean of the four nodes on the path through the cell, weighted by the steps between the sorted fractions.
 int WeightedPath(const std::vector<ReferenceNode>& nodes, const int (&sample)[3], std::size_t channel) {
-    int at[3];
-    int fraction[3];
-    for (int axis = 0; axis < 3; ++axis) {
-        at[axis] = sample[axis] / 4096;
-        fraction[axis] = sample[axis] % 4096;
+    std::array<std::pair<int, std::size_t>, 3> steps;  // fraction of each axis, and the way to its next node
+    std::size_t node = 0;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::size_t way = axis == 0 ? 17 * 17 : axis == 1 ? 17 : 1;
+        steps[axis] = {sample[axis] % 4096, way};
+        node += static_cast<std::size_t>(sample[axis] / 4096) * way;
     }
-    int sum = 0;
-    int before = 4096;
-    for (int step = 0; step < 4; ++step) {
-        int largest = -1;
-        for (int axis = 0; axis < 3; ++axis) {
-            if (fraction[axis] >= 0 && (largest < 0 || fraction[axis] > fraction[largest])) largest = axis;
-        }
-        const int next = largest < 0 ? 0 : fraction[largest];
-        sum += (before - next) * nodes.at(static_cast<std::size_t>((at[0] * 17 + at[1]) * 17 + at[2]))[channel];
-        if (largest < 0) break;
-        before = next;
-        fraction[largest] = -1;
-        ++at[largest];
+    std::ranges::sort(steps, std::greater<>());
+    int sum = 0, before = 4096;
+    for (const auto& [fraction, way] : steps) {
+        sum += (before - fraction) * nodes.at(node)[channel];
+        before = fraction;
+        node += way;
     }
-    return sum / 4096;
+    return (sum + before * nodes.at(node)[channel]) / 4096;
 }
 
 TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
@@ -88,6 +86,66 @@ TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
         }
     }
 }
+
+ProfileBuilder FirstProfile() {
+    return ProfileBuilder()
+        .Mft2("A2B0", MakeLut({3, 3, 5, 17, 17}))
+        .MftAB("A2B1", Curved(MakeLut({3, 3, 9, 17, 5, CurveKind::Power, CurveKind::Ramp, GridKind::Falling}),
+                              CurveLayout::Aligned))
+        .Xyz("wtpt", 0xe000, 0xf000, 0xc000);
+}
+
+ProfileBuilder SecondProfile() {
+    return ProfileBuilder().Mft2("A2B2",
+                                 MakeLut({3, 3, 9, 2, 256, CurveKind::Ramp, CurveKind::Power, GridKind::Random}));
+}
+
+std::map<std::string, ProfileBuilder> Profiles() {
+    Bytes unusable(400, 1);
+    return {{"first.icc", FirstProfile()},
+            {"second.icc", SecondProfile()},
+            {"empty.icc", ProfileBuilder()},
+            {"unusable.icc", ProfileBuilder().Raw("A2B0", unusable)}};
+}
+
+class RandomSequenceTest : public testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(RandomSequenceTest, LeavesTheReferenceStateAfterEveryStep) {
+    EnginePair pair(Profiles());
+    Lcg random(GetParam());
+    const char* const names[] = {"first.icc", "first.icc",    "first.icc",  "second.icc",
+                                 "empty.icc", "unusable.icc", "missing.icc"};
+    const int spaces[] = {8, 9, 13, 22, 31, 37, 14, 65535};
+    const int intents[] = {0, 1, 2, 3, 9};
+    const double shifts[] = {0, 0.75, -1.5, 2.2, 30, -300, 123456};
+    for (int step = 0; step < 16; ++step) {
+        SCOPED_TRACE("step " + std::to_string(step));
+        const int intent = intents[random.Below(5)], space = spaces[random.Below(8)];
+        const int input = random.Below(8) == 0 ? 5 : static_cast<int>(random.Below(2));
+        const double dL = shifts[random.Below(7)], dC = shifts[random.Below(7)], dh = shifts[random.Below(7)];
+        switch (random.Below(5)) {
+            case 0:
+                pair.SetProfile(names[random.Below(7)], intent, input, space, dL, dC, dh);
+                break;
+            case 1:
+                pair.SetIntent(intent, input, space);
+                break;
+            case 2:
+                pair.AdjustLch(dL, dC, dh);
+                break;
+            case 3:
+                pair.ConstructEngine(dL, dC, dh);
+                break;
+            default:
+                pair.AdjustOutput(Bytes(256, 40), Bytes(256, 140), Bytes(256, 240),
+                                  static_cast<int>(random.Below(257)));
+        }
+        if (HasFailure()) return;
+    }
+    pair.Convert();
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomSequenceTest, testing::Range(1U, 25U), testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace hueweave::test

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The colour's fields in memory, and what the compiler knows of the class and the stored matrices.
+// The colour's fields in memory, what the compiler knows of them; the stored matrices digit by digit, and the choice
+// among them.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstddef>
 #include <type_traits>
 
-#include "color/CLCH.h"
+#include "support/Matchers.h"
+#include "unit/color/ColorValues.h"
 
 namespace hueweave::test {
 namespace {
@@ -33,6 +36,33 @@ TEST(CLCHLayout, IsThirtyTwoDoublesInAFixedOrder) {
                                   offsetof(CLCH, Yw), offsetof(CLCH, Zw), offsetof(CLCH, toXYZ), offsetof(CLCH, toRGB)};
     for (std::size_t i = 0; i < 15; ++i) EXPECT_EQ(places[i], i * sizeof(double));
     EXPECT_EQ(places[15], 23 * sizeof(double));
+}
+
+TEST(RgbPrimaries, HoldTheirFourDecimals) {
+    const std::pair<const Matrix&, const Matrix&> stored[] = {{sRGB_D50, inv_sRGB_D50},
+                                                              {AdobeRGB_D50, inv_AdobeRGB_D50},
+                                                              {AppleRGB_D50, inv_AppleRGB_D50},
+                                                              {ColorMatchRGB_D50, inv_ColorMatchRGB_D50}};
+    for (std::size_t space = 0; space < 4; ++space) {
+        EXPECT_THAT(stored[space].first, EqualTo(kNaiveMatrices[space].toXYZ)) << space;
+        EXPECT_THAT(stored[space].second, EqualTo(kNaiveMatrices[space].toRGB)) << space;
+    }
+}
+
+TEST(RgbPrimaries, AreChosenByTheNumberOfTheSpaceAndStayUnderANumberThatIsNone) {
+    const auto chosen = [](int number, int before) {
+        return number == 65535 ? 0 : number >= 0 && number < 4 ? number : before;
+    };
+    for (const int first : {0, 1, 2, 3, 65535}) {
+        for (const int second : {0, 1, 2, 3, 65535, INT_MIN, -1, 4, 5, 7, 8, 255, 256, 65534, 65536, 131071, INT_MAX}) {
+            SCOPED_TRACE(testing::Message() << first << ", then " << second);
+            CLCH color = In(first, kUsualWhite);
+            color.SetColorSpace(static_cast<ColorSpace>(second));
+            const NaiveMatrices& expected = kNaiveMatrices[chosen(second, chosen(first, kAdobeRGB))];
+            EXPECT_THAT(color.toXYZ, EqualTo(expected.toXYZ));
+            EXPECT_THAT(color.toRGB, EqualTo(expected.toRGB));
+        }
+    }
 }
 
 }  // namespace

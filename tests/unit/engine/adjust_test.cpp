@@ -36,21 +36,6 @@ TEST_F(AdjustLch, RebuildsTheGridAloneFromTheFullValues) {
     EXPECT_EQ(Lch(), (std::array{6, -7, 33}));
 }
 
-TEST_F(AdjustLch, ReplacesTheOffsetsBefore) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
-    EXPECT_TRUE(Rebuilds({20.0, 5.0, 5.0}));
-    EXPECT_TRUE(Rebuilds({2.0, 0.0, 0.0}));
-}
-
-TEST_F(AdjustLch, ShiftsTheProfilesOwnGridBeforeItIsResampled) {
-    for (const unsigned points : {2U, 9U, 17U, 33U}) {
-        const Bytes table = Mft2(SmoothLut(points));
-        ASSERT_EQ(Bind(Put(std::to_string(points), {{"A2B0", table}}), 0, 0, 10), 0);
-        ASSERT_EQ(engine().Adjust_Lch(0.0, 40.0, 77.0), 10);
-        ExpectGrid(ExpectedGrid(table, 10, {0, 40.0, 77.0}));
-    }
-}
-
 TEST_F(AdjustLch, ComparesTheWholePartOfEachOffset) {
     const double below1 = std::nextafter(1.0, 0.0), below2 = std::nextafter(2.0, 0.0);
     const struct {
@@ -168,8 +153,9 @@ TEST_P(AdjustOutput, ReplacesTheOutputStageAlone) {
     }
 }
 
-// Worked out by hand: a point at every 257th entry, and 256 steps from one to the next.
-TEST_P(AdjustOutput, LaysPoints257EntriesApart) {
+// Worked out by hand: a point at every 257th entry, 256 steps from one to the next, and white at the end whatever the
+// last point is.
+TEST_P(AdjustOutput, LaysPoints257EntriesApartAndEndsInWhite) {
     BindMarked();
     ASSERT_EQ(Lay(256), space_);
     const Tables output = OutputOf(engine());
@@ -181,26 +167,11 @@ TEST_P(AdjustOutput, LaysPoints257EntriesApart) {
             ASSERT_EQ(output[c][257 * at + 256], Scale8(point(at + 1))) << at;
         }
         EXPECT_EQ(output[c][128], Scaled((point(0) + point(1)) * 128)) << "half way";
+        EXPECT_EQ(output[c][65534], Scale8(point(255)));
+        EXPECT_EQ(output[c][65535], GetParam() == 1 ? 65535U : 255U);
     }
     EXPECT_EQ(output[0][1], Scaled(200 * 256 - 1));
     for (std::uint32_t v = 0; v < 65535; ++v) ASSERT_EQ(output[2][v], Scaled(v / 257 * 256 + v % 257)) << v;
-}
-
-TEST_P(AdjustOutput, EndsInWhiteAfterThe256thPoint) {
-    BindMarked();
-    for (const unsigned end : {0U, 1U, 254U, 255U}) {
-        for (Bytes& curve : curves_) curve[0] = curve[255] = static_cast<unsigned char>(end);
-        for (const int count : {256, 4096, 2, 1}) {
-            ASSERT_EQ(Lay(count), space_);
-            for (const auto& table : OutputOf(engine())) {
-                EXPECT_EQ(table[0], Scale8(end));
-                EXPECT_EQ(table[65535], GetParam() == 1 ? 65535U : 255U);
-                if (count >= 256) {
-                    EXPECT_EQ(table[65534], Scale8(end));
-                }
-            }
-        }
-    }
 }
 
 TEST_P(AdjustOutput, CompletesFewerPointsFromTheProfile) {
@@ -229,58 +200,44 @@ TEST_P(AdjustOutput, CompletesFewerPointsFromTheProfile) {
 TEST_P(AdjustOutput, ChangesNothingForACountOfZeroOrANullArray) {
     // On an engine that could not build as well: the space is answered, nothing is looked up.
     unsigned char* const point = curves_[0].data();
-    const auto expectNothing = [&](int space) {
+    const auto expectNothing = [&](int space, bool table) {
         Fill(3);
         const std::string status = Status();
         for (const int count : {0, 1, 256, -1}) {
             EXPECT_EQ(engine().Adjust_Output(nullptr, point, point, count), space);
             EXPECT_EQ(engine().Adjust_Output(point, nullptr, point, count), space);
             EXPECT_EQ(engine().Adjust_Output(point, point, nullptr, count), space);
+            if (count == 0 || !table) {
+                EXPECT_EQ(Lay(count), count == 0 ? space : 65535) << "without a table";
+            }
         }
-        EXPECT_EQ(Lay(0), space);
         ExpectFilled(3);
         EXPECT_EQ(Status(), status);
     };
-    expectNothing(65535);
+    expectNothing(65535, false);
     Rebind(0, GetParam(), 8);
-    expectNothing(8);
-    Bind(Put("bytes.icc", {{"A2B0", Mft1()}}), 0, GetParam(), 8);
-    expectNothing(65535);
-    BindMarked();
-    expectNothing(space_);
-}
-
-TEST_P(AdjustOutput, ChangesNothingWithoutATable) {
-    const auto expectNothing = [&](const char* status) {
-        SCOPED_TRACE(status);
-        Fill(3);
-        for (const int count : {256, 1, -1, 4096}) EXPECT_EQ(Lay(count), 65535);
-        ExpectFilled(3);
-        EXPECT_EQ(Status(), status);
-        EXPECT_EQ(engine().Lut1DInR, nullptr);
-    };
-    expectNothing("65535/65535");
-    Rebind(0, GetParam(), 8);
-    expectNothing("8/65535");
+    expectNothing(8, false);
     Bind(Put("none.icc", {}), 0, GetParam(), 9);
-    expectNothing("9/65535");
+    expectNothing(9, false);
+    Bind(Put("bytes.icc", {{"A2B0", Mft1()}}), 0, GetParam(), 8);
+    expectNothing(65535, true);
+    BindMarked();
+    expectNothing(space_, true);
 }
 
 // A curve of two entries or fewer is the identity; up to 255 it ends before the 256th point, and what lies behind its
 // end is the place itself.
 TEST_P(AdjustOutput, TakesThePlaceItselfForThePointsThatTheProfileLacks) {
-    for (const int entries : {0, 1, 2, 3, 17, 255, 256, 4096}) {
-        for (const int outputs : {1, 3, 7}) {
-            const LutShape shape{
-                .outputs = outputs, .points = 2, .outputEntries = entries, .outputKind = CurveKind::Random};
-            const Bytes block = EncodeMft2(MakeLut(shape));
-            engine().Reset();
-            ASSERT_EQ(Bind(Put("own.icc", {{"A2B0", block}}), 0, GetParam(), space_), 0);
-            for (const int count : {1, 17, 254, 256, -1}) {
-                SCOPED_TRACE(testing::Message() << entries << " entries, " << outputs << " channels, " << count);
-                ASSERT_EQ(Lay(count), space_);
-                ExpectTables(OutputOf(engine()), Expected(block, std::max(count, 0), GetParam() == 0));
-            }
+    for (const auto& [entries, outputs] :
+         {std::pair{0, 3}, {1, 3}, {2, 7}, {3, 1}, {17, 7}, {255, 3}, {256, 1}, {4096, 3}}) {
+        const Bytes block = EncodeMft2(
+            MakeLut({.outputs = outputs, .points = 2, .outputEntries = entries, .outputKind = CurveKind::Random}));
+        engine().Reset();
+        ASSERT_EQ(Bind(Put("own.icc", {{"A2B0", block}}), 0, GetParam(), space_), 0);
+        for (const int count : {1, 17, 254, 256, -1}) {
+            SCOPED_TRACE(testing::Message() << entries << " entries, " << outputs << " channels, " << count);
+            ASSERT_EQ(Lay(count), space_);
+            ExpectTables(OutputOf(engine()), Expected(block, std::max(count, 0), GetParam() == 0));
         }
     }
 }

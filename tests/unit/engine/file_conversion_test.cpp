@@ -3,14 +3,13 @@
 //
 // Whole TIFF files through an engine: what is converted and saved, what is printed, and when.
 #include <climits>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <iostream>
 #include <streambuf>
 
 #include "support/MiniTiff.h"
-#include "unit/engine/HandTables.h"
+#include "unit/engine/EngineFixture.h"
 
 namespace hueweave::test {
 namespace {
@@ -109,9 +108,7 @@ TEST_F(FileConversion, EmptiesTheDestinationOfAMissingSource) {
 }
 
 TEST_F(FileConversion, TakesARefusedHeaderForAMissingSourceButSilently) {
-    Bytes motorola = MiniTiff{1, 1, 3, 8, {1, 2, 3}, {}}.Build();
-    motorola[0] = motorola[1] = 'M';
-    WriteFile(source_, motorola);
+    WriteFile(source_, ByteWriter().Text("MM").Fill(200).Done());
     EXPECT_EQ(Run(*narrow_), kLog + kEmptyList);
     EXPECT_EQ(ReadFile(dest_), Bytes());
 }
@@ -123,30 +120,16 @@ TEST_F(FileConversion, PrintsNothingOfADestinationThatCannotBeOpened) {
     EXPECT_FALSE(std::filesystem::exists(dest_));
 }
 
-/// Takes the place of the standard output, of the streams' as well as of stdio's. Calls `onPiece` with the number of
-/// the piece, from 1 on, each time that one is flushed.
+/// Takes the place of the standard output. Calls `onPiece` with the number of the piece, from 1 on, each time that one
+/// is flushed.
 class OutputWatch : std::streambuf {
 public:
     explicit OutputWatch(std::function<void(std::size_t)> onPiece) : onPiece_(std::move(onPiece)) {
-        std::cout.flush();
-        std::fflush(stdout);
-        cookie_io_functions_t functions{};
-        functions.write = [](void* watch, const char* text, std::size_t size) {
-            static_cast<OutputWatch*>(watch)->Take(std::string(text, size));
-            return static_cast<ssize_t>(size);
-        };
-        stream_ = fopencookie(this, "w", functions);
-        if (stream_ == nullptr) throw std::runtime_error("no stream");
-        stdout = stream_;
         std::cout.rdbuf(this);
     }
     OutputWatch(const OutputWatch&) = delete;
     OutputWatch& operator=(const OutputWatch&) = delete;
-    ~OutputWatch() override {
-        std::cout.rdbuf(before_);
-        stdout = beforeStream_;
-        std::fclose(stream_);
-    }
+    ~OutputWatch() override { std::cout.rdbuf(before_); }
     const std::vector<std::string>& Pieces() const { return pieces_; }
 
 private:
@@ -155,19 +138,14 @@ private:
         return traits_type::not_eof(c);
     }
     int sync() override {
-        Take(std::exchange(pending_, {}));
-        return 0;
-    }
-    void Take(const std::string& piece) {
-        if (piece.empty()) return;
-        pieces_.push_back(piece);
+        if (pending_.empty()) return 0;
+        pieces_.push_back(std::exchange(pending_, {}));
         onPiece_(pieces_.size());
+        return 0;
     }
 
     std::function<void(std::size_t)> onPiece_;
     std::streambuf* before_ = std::cout.rdbuf();
-    std::FILE* beforeStream_ = stdout;
-    std::FILE* stream_ = nullptr;
     std::string pending_;
     std::vector<std::string> pieces_;
 };

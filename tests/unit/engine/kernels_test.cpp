@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-#include "unit/engine/HandTables.h"
+#include "unit/engine/EngineFixture.h"
 
 namespace hueweave::test {
 namespace {

@@ -12,8 +12,8 @@
 #include <iostream>
 #include <memory>
 
-#include "support/ByteWriter.h"
 #include "unit/support/ConfigHelpers.h"
+#include "unit/support/StreamHelpers.h"
 
 namespace hueweave::test {
 namespace {
@@ -119,44 +119,20 @@ TEST_F(ConfigFiles, TheFileIsClosedAfterTheReading) {
     EXPECT_EQ(after, before) << "the lowest free number";
 }
 
-TEST_F(ConfigFiles, AFullDeviceAsOutputDoesNotStopTheReading) {
-    PutText(Path(), "S\nlost\na=1\nSend\nT\nlost\nb=2\nTend\n");
-    std::fflush(stdout);
-    const int kept = dup(STDOUT_FILENO);
-    const int full = open("/dev/full", O_WRONLY);
-    ASSERT_NE(full, -1);
-    dup2(full, STDOUT_FILENO);
-    const int result = config_.Initial(Path().c_str());
-    std::cout.flush();
-    std::fflush(stdout);
-    dup2(kept, STDOUT_FILENO);
-    close(full);
-    close(kept);
-    std::cout.clear();
-    std::clearerr(stdout);
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "1"}}}, {"T", {{"b", "2"}}}}));
-}
-
 // --- look-ups of texts
 
 constexpr std::size_t kRoom = 128;  // bytes that a caller has for a text
 
 /// A caller's room of 128 bytes between fences.
-class Target {
+class Target : public FencedBlock {
 public:
-    Target() : bytes_(kFence + kRoom + kFence, '#') {}
-    char* Data() { return bytes_.data() + kFence; }
-    std::string Room() const { return {bytes_.data() + kFence, kRoom}; }
-    std::string Text() const { return bytes_.data() + kFence; }
-    bool FencesStand() const {
-        const auto fence = [&](std::size_t from) { return bytes_.substr(from, kFence) == std::string(kFence, '#'); };
-        return fence(0) && fence(kFence + kRoom);
+    Target() : FencedBlock(Bytes(kRoom, '#')) {}
+    char* Data() { return reinterpret_cast<char*>(FencedBlock::Data()); }
+    std::string Room() const {
+        const Bytes bytes = Content();
+        return {bytes.begin(), bytes.end()};
     }
-
-private:
-    static constexpr std::size_t kFence = 300;
-    std::string bytes_;
+    std::string Text() const { return Room().c_str(); }
 };
 
 class ConfigLookup : public ConfigTest {

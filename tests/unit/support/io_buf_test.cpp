@@ -3,7 +3,6 @@
 //
 // A stream over a block of memory.
 #include <climits>
-#include <memory>
 #include <span>
 
 #include "unit/support/StreamHelpers.h"
@@ -275,17 +274,6 @@ TEST_F(IoBuf, AClosedStreamIsAnEmptyBlockWhereverItIsSought) {
             EXPECT_EQ(bytes, Bytes(5, kUntouched)) << offset << " from " << origin;
         }
     }
-}
-
-TEST_F(IoBuf, TheBlockOutlivesItsStreamWhichSeesItsChanges) {
-    std::unique_ptr<IO_Interface> first = std::make_unique<IO_Buf>(block_.Data(), kLength);
-    block_.Data()[2] = 9;
-    Bytes bytes(4);
-    first->Read(bytes.data(), 4, 1);
-    EXPECT_EQ(bytes, (Bytes{0x40, 0x41, 9, 0x43}));
-    first.reset();
-    stream_.Read(bytes.data(), 4, 1);
-    EXPECT_EQ(bytes, (Bytes{0x40, 0x41, 9, 0x43}));
 }
 
 }  // namespace

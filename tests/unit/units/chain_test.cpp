@@ -71,28 +71,6 @@ TEST_P(UnitChain, GivesTheReferenceSamplesForEachTableThatItLoads) {
     }
 }
 
-TEST_P(UnitChain, TakesSignedSamplesThroughRearrangedTables) {
-    const TestLut lut = RandomLut({3, channels_, 17, 17, 17});
-    for (const bool words : {false, true}) {
-        Load(lut, words ? 3 : 2);
-        if (channels_ == 3) {
-            EXPECT_EQ(words ? output_->OutputLab_16() : output_->OutputLab_8(), words ? 3 : 2);
-            plainOutput_.Apply(words ? Form::Lab16 : Form::Lab8, 0);
-        }
-        ExpectReference(words);
-    }
-}
-
-TEST_P(UnitChain, ServesEveryNumberByTablesCopiedFromThreeChannels) {
-    const TestLut lut = RandomLut({3, channels_, 17, 256, 2});
-    Load(lut, 0);
-    const auto first = std::make_unique<InputTable33>();
-    first->Initial(&lut.tag, Space(0));
-    input_ = MakeInputTable(channels_);
-    EXPECT_EQ(input_->Initial(first.get()), 0);
-    ExpectReference(false);
-}
-
 TEST_P(UnitChain, ClearsTheChannelsThatTheTableLacks) {
     for (int outputs = 1; outputs < channels_; ++outputs) {
         SCOPED_TRACE(outputs);

@@ -4,7 +4,7 @@
 // How a grid is loaded, from a profile or from packed nodes, and resampled to another number of points.
 #include <gtest/gtest.h>
 
-#include "unit/units/Grids.h"
+#include "unit/units/UnitTables.h"
 
 namespace hueweave::test {
 namespace {
@@ -102,26 +102,6 @@ TEST(ColorTable, TakesTheFirstAxisAsTheSlowestAndValuesWithoutSign) {
     EXPECT_EQ(table->Color[0][1][0][0], 63376);
     EXPECT_EQ(table->Color[1][0][0][0], 63592);
     EXPECT_EQ(table->Color[8][8][8][2], 65535);
-}
-
-TEST(ColorTable, LoadsAgainOverWhatItHolds) {
-    const TestLut large = RandomLut({.outputs = 7, .points = 33, .seed = 1}),
-                  small = RandomLut({.points = 9, .seed = 2});
-    const auto table = std::make_unique<ColorTable33>();
-    ReferenceGrid plain;
-    table->Initial(&large.tag);
-    plain.Load(large.plain);
-    Nodes expected = plain.nodes;
-    table->Initial(&small.tag);
-    plain.Load(small.plain);
-    for (int n = 0; n < 9 * 9 * 9; ++n) {
-        PlainNode& node = expected[NodeAt(33, n / 81, n / 9 % 9, n % 9)];
-        std::copy_n(plain.nodes[AsIndex(n)].begin(), 3, node.begin());
-    }
-    EXPECT_THAT(NodesOf(*table, 33), EqualTo(expected));
-    EXPECT_EQ(table->LUT_Size, 9);
-    EXPECT_EQ(table->LUT_Pos[8], 65536);
-    EXPECT_EQ(table->OutChannels, 3);
 }
 
 /// Kept: neither step, positions nor channel counts.

@@ -8,7 +8,6 @@
 #include <climits>
 #include <limits>
 
-#include "engine/CIccEngineS.h"
 #include "support/Matchers.h"
 #include "unit/units/UnitTables.h"
 
@@ -49,16 +48,6 @@ TEST(InputTable, ReducesEveryOtherEncodingToBytes) {
         EXPECT_EQ(table->Initial(&lut.tag, Space(space)), 0);
         ExpectTables(*table, plain);
     }
-}
-
-TEST(InputTable, TakesTheLastEntryForTheLastSampleAlone) {
-    LutContents contents = MakeLut({.points = 2, .inputEntries = 3});
-    contents.input = {0, 0, 65535, 0, 0, 65534, 0, 0, 65533};
-    const TestLut lut(contents);
-    const auto table = std::make_unique<InputTable33>();
-    table->Initial(&lut.tag, Space(1));
-    for (int c = 0; c < 3; ++c) EXPECT_EQ(table->Lut16[c][65535], 65535 - c);
-    EXPECT_EQ(table->Lut16[0][65534], 65533) << "32767.5 samples for 65535: 2 for the last";
 }
 
 /// Kept: a curve of two entries or fewer is the identity.
@@ -412,23 +401,6 @@ TEST(InputTable43, HasNoPixelPath) {
         EXPECT_THAT(job.Work(), EqualTo(Words(job.Work().size(), Job::kMark16)));
         EXPECT_THAT(job.dest, EqualsBytes(Bytes(job.dest.size(), Job::kMark)));
     }
-}
-
-/// 0 less 1 is the highest sample of 16 bits: on a grid of 17 points the last cell, at the end of its fraction.
-TEST(EngineInput, TakesTheLow16BitsOfAnEntry) {
-    LutContents contents = MakeLut({.inputEntries = 3});
-    contents.input = {0, 0, 0, 65535, 0, 0, 50000, 0, 0};
-    const TestLut lut(contents);
-    const auto unit = std::make_unique<InputTable33>();
-    unit->Initial(&lut.tag, Space(2));
-    EXPECT_EQ(unit->Lut16[1][0], -1) << "entry 32768 less 1";
-    const auto engine = std::make_unique<ICC40::ICC_ENG_S4::CIccEngineS>();
-    engine->Unit.InputSpace = Space(2);
-    engine->Set1DLutIn(&lut.tag);
-    ASSERT_EQ(engine->InEntries, 256);
-    EXPECT_EQ(engine->Lut1DInR[0], 0U);
-    EXPECT_EQ(engine->Lut1DInG[0], 0x000f0fffU);
-    EXPECT_EQ(engine->Lut1DInB[0], 0x000f0fffU);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <functional>
 #include <limits>
 
-#include "unit/units/Grids.h"
+#include "unit/units/UnitTables.h"
 
 namespace hueweave::test {
 namespace {
@@ -145,21 +145,6 @@ TEST_P(IntegerInterpolation, StoresItsChannelsInTheirOrder) {
         table_->Conversion(*place[0], *place[1], *place[2], *place[3], *place[4], *place[5], *place[6]);
         EXPECT_EQ(all, plain_.Whole(value, value, value)[channels_ - 1]) << value;
         EXPECT_EQ(other, 7);
-    }
-}
-
-TEST_P(IntegerInterpolation, ReadsSlotsThatTheProfileDoesNotFill) {
-    for (int outputs = 1; outputs <= 7; ++outputs) {
-        SCOPED_TRACE(outputs);
-        std::fill_n(&table_->Color[0][0][0][0], 33 * 33 * 33 * 7, 4242);
-        const TestLut lut = RandomLut({.outputs = outputs, .points = 9});
-        EXPECT_EQ(table_->Initial(&lut.tag), 0);
-        PlainNode node;
-        node.fill(4242);
-        std::copy_n(lut.plain.grid.begin() + static_cast<std::ptrdiff_t>(NodeAt(9, 3, 4, 5)) * outputs, outputs,
-                    node.begin());
-        const Seven s = {3 * 8192, 4 * 8192, 5 * 8192, 64, 65, 66, 67};
-        EXPECT_EQ(Through(*table_, s), Expected(s, node));
     }
 }
 

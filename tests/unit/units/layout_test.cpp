@@ -2,8 +2,8 @@
 // Copyright (c) The Hueweave authors
 //
 // The units' shape: who derives from whom, the order of the virtual operations and of the fields, their types and
-// names, what a constructor clears; and what no unit does: print, read its name or the profile's matrix, or change a
-// table while pixels run through it.
+// names, what a constructor clears; and what no unit does: print, read its name, or change a table while pixels run
+// through it.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -186,21 +186,6 @@ protected:
         const auto* const bytes = reinterpret_cast<const unsigned char*>(&unit);
         return Bytes(bytes, bytes + sizeof(Unit));
     }
-    /// All entries or node values.
-    static std::vector<int> TablesOf(const Unit& unit) {
-        std::vector<int> values;
-        const auto append = [&values](const int* first, std::size_t count) {
-            values.insert(values.end(), first, first + count);
-        };
-        if constexpr (std::is_base_of_v<ColorTable33, Unit>) {
-            append(&unit.Color[0][0][0][0], sizeof unit.Color / sizeof(int));
-        } else {
-            append(&unit.Curve[0][0], sizeof unit.Curve / sizeof(int));
-            if constexpr (!std::is_same_v<InputTable43, Unit>)
-                append(&unit.Lut16[0][0], sizeof unit.Lut16 / sizeof(int));
-        }
-        return values;
-    }
     static constexpr const char* Name() {
         if (std::is_same_v<Unit, InputTable33>) return "InputTable33";
         if (std::is_same_v<Unit, InputTable34>) return "InputTable34";
@@ -308,29 +293,6 @@ TYPED_TEST(EveryUnit, NeitherReadsItsNameNorPrints) {
     }
     EXPECT_EQ(nameless->UnitName, nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
-}
-
-/// The profile's matrix is applied nowhere, and the profile's table is left alone.
-TYPED_TEST(EveryUnit, LoadsCurvesAndNodesAlone) {
-    TestLut lut = this->SomeLut(4);
-    const auto plain = this->Loaded(lut.tag);
-    for (std::size_t n = 0; n < 9; ++n) lut.tag.matrix[n] = 0x12345U * static_cast<std::uint32_t>(n + 1);
-    const auto turned = this->Loaded(lut.tag);
-    if constexpr (std::is_base_of_v<ColorTable33, TypeParam>) {
-        for (TypeParam* const unit : {plain.get(), turned.get()}) {
-            lut.tag.matrix[0] += 77;
-            unit->Adjust_Lch(5.0, -5.0, 50.0);
-            unit->TableResize(17);
-            unit->Lab2RGB100_16(&lut.tag, Space(24), nullptr);
-        }
-    }
-    EXPECT_THAT(this->TablesOf(*turned), EqualTo(this->TablesOf(*plain)));
-    const auto valuesOf = [](const std::unique_ptr<std::uint16_t[]>& table, const std::vector<int>& expected) {
-        return std::vector<int>(table.get(), table.get() + expected.size());
-    };
-    EXPECT_THAT(valuesOf(lut.tag.inputTable, lut.plain.input), EqualTo(lut.plain.input));
-    EXPECT_THAT(valuesOf(lut.tag.clutTable, lut.plain.grid), EqualTo(lut.plain.grid));
-    EXPECT_THAT(valuesOf(lut.tag.outputTable, lut.plain.output), EqualTo(lut.plain.output));
 }
 
 }  // namespace

@@ -122,26 +122,22 @@ TEST(OutputForms, HaveTheseEntries) {
         int row, entry, value;
     } entries[] = {
         {Form::Gamma100, 2, 65535, 255},
-        {Form::Gamma100, 3, 65535, 65535},
         {Form::Gamma180, 0, 0, 0},
         {Form::Gamma180, 0, 32768, 174},  // 44588.69 and half a step: 174.7
         {Form::Gamma180, 2, 65535, 255},  // 65535 + 128 lies above 65535
-        {Form::Gamma180_16, 1, 0, 0},
         {Form::Gamma180_16, 1, 32768, 44589},
         {Form::Gamma180_16, 1, 65535, 65535},
         {Form::Srgb, 1, 9, 0},        // 9 x 12.92 + 128 = 244.28
         {Form::Srgb, 1, 10, 1},       // 10 x 12.92 + 128 = 257.2
         {Form::Srgb, 1, 32768, 188},  // 48190.75
         {Form::Srgb, 1, 65535, 255},
-        {Form::Srgb_16, 1, 0, 0},
         {Form::Srgb_16, 1, 3, 38},      // 38.76
         {Form::Srgb_16, 1, 199, 2571},  // 2571.08, the last of the toe: 0.00304 x 65535 = 199.2
         {Form::Srgb_16, 1, 200, 2583},  // 2583.44
         {Form::Srgb_16, 1, 32768, 48191},
         {Form::Srgb_16, 1, 65535, 65535},
-        {Form::KodakPhoto, 0, 1024, 26},    // 26.99
-        {Form::KodakPhoto, 0, 30000, 167},  // 167.66
-        {Form::KodakPhoto_16, 0, 0, 0},
+        {Form::KodakPhoto, 0, 1024, 26},       // 26.99
+        {Form::KodakPhoto, 0, 30000, 167},     // 167.66
         {Form::KodakPhoto_16, 0, 1, 6},        // 6.62: the line starts at 0
         {Form::KodakPhoto_16, 0, 512, 3390},   // 3390.45
         {Form::KodakPhoto_16, 0, 1023, 6774},  // 6774.29
@@ -170,18 +166,11 @@ TEST(OutputForms, HaveTheseEntries) {
         {Form::Lab8, 1, 32768, 0},  // neutral
         {Form::Lab8, 2, 0, 128},    // -128
         {Form::Lab8, 2, 65535, 127},
-        {Form::Lab8, 3, 65535, 65535},
-        {Form::Lab16, 0, 65535, 65535},
         {Form::Lab16, 1, 32768, 0},
         {Form::Lab16, 2, 0, 32768},
         {Form::Cmyk8, 3, 65535, 255},
-        {Form::Cmyk8, 4, 65535, 65535},
-        {Form::Cmyk16, 0, 65535, 65535},
         {Form::Clr6_8, 5, 65535, 255},
-        {Form::Clr6_8, 6, 65535, 65535},
-        {Form::Clr6_16, 0, 65535, 65535},
         {Form::Clr7_8, 6, 65535, 255},
-        {Form::Clr7_16, 0, 65535, 65535},
     };
     const auto unit = std::make_unique<OutputTable33>();
     std::optional<Form> last;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
+//
+// The calls that build tables: each answers the output space of its engine, and not the result of the build.
 #include "abi/CheckedEngines.h"
 
 namespace hueweave::test {
@@ -97,6 +99,93 @@ TEST_F(ExportedSetProfile, OfAProfileWithoutATableLooksBoundAndConvertsNothing) 
         engines_.ConvertFile();
         EXPECT_EQ(engines_.SetProfile("none.icc", 0, input, 14), 14) << "nothing looks at the output space";
     }
+}
+
+using ExportedSetIntent = ExportTest;
+
+TEST_F(ExportedSetIntent, StoresAnySpaceOnAnEmptyEngine) {
+    for (const int space : {0, 8, 14, 65534, 65536, -1, kLeast, kMost}) {
+        // The width of the next run and file is stored as well; without tables nothing is touched in either.
+        const int input = space % 2 == 0 ? 1 : 65535;
+        EXPECT_EQ(engines_.SetIntent(0, input, space), space) << "nothing looks at it";
+        engines_.Convert();
+        engines_.ConvertFile();
+        EXPECT_EQ(engines_.SetIntent(0, 0, 65535), 65535);
+        engines_.Convert();
+        engines_.ConvertFile();
+    }
+}
+
+TEST_F(ExportedSetIntent, TakesAnUnsetInputEncodingForBytes) {
+    engines_.SetProfile("plain.icc", 1, 0, 22);
+    const Bytes expected = engines_.Convert();
+    engines_.SetProfile("plain.icc", 0, 1, 22);
+    EXPECT_EQ(engines_.SetIntent(1, 65535, 22), 22);
+    EXPECT_THAT(engines_.Convert(), EqualsBytes(expected));
+    // Stored as 0: the same job with 0 counts as unchanged, so the curves laid over it stay.
+    engines_.Adjust(0, 0, 0, SomeCurves(256));
+    const Bytes curved = engines_.Convert();
+    EXPECT_EQ(engines_.SetIntent(1, 0, 22), 22);
+    EXPECT_EQ(engines_.SetIntent(1, 65535, 22), 22);
+    EXPECT_EQ(engines_.SetProfile("plain.icc", 1, 0, 22), 22);
+    EXPECT_THAT(engines_.Convert(), EqualsBytes(curved));
+}
+
+using ExportedAdjust = ExportTest;
+
+TEST_F(ExportedAdjust, ShiftsColoursAndLaysCurvesInOneCall) {
+    const ToneCurves curves = SomeCurves(4096), other = SomeCurves(4096, 9);
+    for (const int input : {0, 1}) {
+        engines_.SetProfile("plain.icc", 3, input, 22 + input);
+        const Bytes plain = engines_.Convert();
+        // Three offsets and three curves that have nothing in common, so that each must be in its place.
+        for (const int count : {256, 255, 1, 4096, -1, kLeast}) {
+            SCOPED_TRACE(count);
+            EXPECT_EQ(engines_.Adjust(-12.5, 8.25, 30.0, curves, count), 22 + input);
+            EXPECT_NE(engines_.Convert(), plain);
+        }
+        engines_.Adjust(-12.5, 8.25, 30.0, curves);
+        const Bytes both = engines_.Convert();
+        for (const ToneCurves& row : {ToneCurves{{}, other.green, other.blue}, ToneCurves{other.red, {}, other.blue},
+                                      ToneCurves{other.red, other.green, {}}, ToneCurves{}}) {
+            for (const int count : {256, -1, kMost}) engines_.Adjust(-12.5, 8.25, 30.0, row, count);
+            EXPECT_THAT(engines_.Convert(), EqualsBytes(both)) << "a null array changes nothing";
+        }
+        engines_.Adjust(0, 0, 0, other, 0);
+        EXPECT_NE(engines_.Convert(), both) << "without points the shift alone is made";
+    }
+}
+
+TEST_F(ExportedAdjust, GivesEveryPixelTheValueOfLevelCurves) {
+    engines_.SetProfile("black.icc", 0, 0, 10);
+    engines_.Adjust(0, 0, 0, {Bytes(256, 9), Bytes(256, 8), Bytes(256, 7)});
+    const Bytes pixels = engines_.Convert();
+    Bytes expected;
+    while (expected.size() < pixels.size()) expected.insert(expected.end(), {9, 8, 7});
+    EXPECT_THAT(pixels, EqualsBytes(expected));
+}
+
+TEST_F(ExportedAdjust, AnswersTheOutputSpaceAndNotTheResult) {
+    const ToneCurves curves = SomeCurves(256);
+    EXPECT_EQ(engines_.Adjust(1, 2, 3, curves), 65535) << "no profile";
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    for (const EngineApi& api : engines_.Apis()) {
+        EXPECT_EQ(api.Adjust(nan, inf, -1e300, nullptr, nullptr, nullptr, -1), 65535);
+    }
+    engines_.Convert();
+    engines_.SetProfile("plain.icc", 0, 0, 22);
+    engines_.Convert();  // forgets the offsets before
+    engines_.SetProfile("absent.icc", 0, 0, 22);
+    EXPECT_EQ(engines_.Adjust(1, 2, 3, curves), 65535);
+    EXPECT_EQ(engines_.SetIntent(0, 0, 22), 22);
+    EXPECT_EQ(engines_.Adjust(4, 2, 3, curves), 22) << "the engine itself fails";
+    engines_.Convert();
+    engines_.SetProfile("plain.icc", 0, 0, 14);
+    EXPECT_EQ(engines_.Adjust(4, 0, 0, curves), 65535);
+    EXPECT_EQ(engines_.SetIntent(0, 0, 22), 22);
+    engines_.Convert();
+    engines_.SetProfile("bytes.icc", 0, 0, 8);
+    EXPECT_EQ(engines_.Adjust(5, 0, 0), 65535);
 }
 
 }  // namespace
