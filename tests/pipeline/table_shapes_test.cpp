@@ -8,7 +8,6 @@ namespace hueweave::test {
 namespace {
 
 using enum CurveKind;
-constexpr auto kAnyGrid = GridKind::Random;
 
 // A block's grid is a cube whatever its inputs; inputs that it lacks stand still, outputs that it lacks are 0. The span
 // of an output curve is a little less than its step, so that steep curves leave 0 to 65535 and wrap around.
@@ -35,9 +34,9 @@ const LutShape kShapes[] = {
     {.points = 5, .grid = GridKind::Falling},
     {.points = 9, .grid = GridKind::Extremes},
     {.points = 16},
-    {.points = 17, .grid = kAnyGrid},
+    {.points = 17, .grid = GridKind::Random},
     {.points = 25, .grid = GridKind::Falling},
-    {.points = 32, .grid = kAnyGrid},
+    {.points = 32, .grid = GridKind::Random},
     {.points = 33, .grid = GridKind::Extremes},
     {0, 1, 9, 17, 17},
     {0, 7, 9, 2, 2},
