@@ -185,7 +185,7 @@ Bytes CutBeforeLargeData() {
     return file;
 }
 
-/// More of them, with the sizes of what comes out, are told by the suite hostile.
+/// Each broken field by itself is told by the suite unit_tiff.
 std::vector<FileRow> BrokenFiles() {
     const Bytes cutInPixels = Rgb8().Build();
     const Bytes cutInData = Rgb8().Undefined(34675, Profile(400)).Exif(Pixels(60)).Build();

@@ -2,8 +2,10 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -29,5 +31,10 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+/// Files that this process has open.
+inline std::ptrdiff_t OpenFiles() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+}
 
 }  // namespace hueweave::test

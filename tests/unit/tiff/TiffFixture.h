@@ -17,6 +17,7 @@
 #include "base/FileHandle.h"
 #include "support/ByteWriter.h"
 #include "support/Matchers.h"
+#include "support/ReferenceTiff.h"
 #include "support/TempDir.h"
 #include "support/TiffBuilder.h"
 #include "tiff/CTiff.h"
@@ -55,12 +56,10 @@ inline FileHandle StreamOf(const Bytes& bytes) {
 inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write) {
     const FileHandle stream(std::tmpfile());
     write(stream.get());
-    std::fflush(stream.get());
+    std::fseek(stream.get(), 0, SEEK_END);
+    Bytes bytes(static_cast<std::size_t>(std::ftell(stream.get())));
     std::rewind(stream.get());
-    Bytes bytes;
-    for (int c = std::fgetc(stream.get()); c != EOF; c = std::fgetc(stream.get())) {
-        bytes.push_back(static_cast<unsigned char>(c));
-    }
+    EXPECT_EQ(std::fread(bytes.data(), 1, bytes.size(), stream.get()), bytes.size());
     return bytes;
 }
 
@@ -120,11 +119,6 @@ inline std::string Printed(const std::function<void()>& action) {
     return testing::internal::GetCapturedStdout();
 }
 
-/// Files that this process has open.
-inline std::ptrdiff_t OpenFiles() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
-}
-
 inline std::vector<unsigned> Signatures(const Tiff& tiff) {
     std::vector<unsigned> all;
     for (const auto& tag : tiff.tags) all.push_back(tag->tag);
@@ -168,6 +162,32 @@ inline std::vector<Fields> EntriesOf(const Bytes& file) {
         entries.push_back({number(at, 2), static_cast<int>(number(at + 2, 2)), number(at + 4, 4), number(at + 8, 4)});
     }
     return entries;
+}
+/// A file that is read as the plain reference reads it: entries, data and image, and the file that a save makes of
+/// them.
+inline void ExpectAsReference(const Bytes& file) {
+    Tiff tiff;
+    ReferenceTiff reference;
+    ASSERT_EQ(ReadFrom(tiff, file), reference.Read(file));
+    ASSERT_EQ(tiff.tags.size(), reference.tags.size());
+    for (std::size_t i = 0; i < tiff.tags.size(); ++i) {
+        const ReferenceTag& expected = reference.tags[i];
+        EXPECT_EQ(FieldsOf(*tiff.tags[i]),
+                  (Fields{expected.tag, static_cast<int>(expected.type), expected.count, expected.value}));
+        EXPECT_EQ(tiff.tags[i]->data != nullptr, expected.data.has_value()) << "tag " << expected.tag;
+        EXPECT_THAT(DataOf(*tiff.tags[i]), EqualsBytes(expected.data.value_or(Bytes()))) << "tag " << expected.tag;
+    }
+    EXPECT_THAT(Saved(tiff), EqualsBytes(reference.Save()));
+}
+struct NamedFile {
+    std::string name;
+    TiffBuilder file;
+};
+inline void ExpectAsReference(const std::vector<NamedFile>& files) {
+    for (const NamedFile& row : files) {
+        SCOPED_TRACE(row.name);
+        ExpectAsReference(row.file.Build());
+    }
 }
 /// Adds the entries of a written file as a read does, without the image.
 inline void AddEntries(Tiff& tiff, const Bytes& file, std::FILE* stream) {

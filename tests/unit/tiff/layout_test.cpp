@@ -15,14 +15,6 @@ using Orvix_Tiff_STL2::DataType;
 using std::is_same_v;
 using File = std::FILE;
 
-// One place for each tag number that the code asks for by name.
-static_assert(Orvix_Tiff_STL2::kImageWidth == 256 && Orvix_Tiff_STL2::kImageLength == 257);
-static_assert(Orvix_Tiff_STL2::kBitsPerSample == 258 && Orvix_Tiff_STL2::kStripOffsets == 273);
-static_assert(Orvix_Tiff_STL2::kSamplesPerPixel == 277 && Orvix_Tiff_STL2::kRowsPerStrip == 278);
-static_assert(Orvix_Tiff_STL2::kStripByteCounts == 279 && Orvix_Tiff_STL2::kPlanarConfiguration == 284);
-static_assert(Orvix_Tiff_STL2::kXResolution == 282 && Orvix_Tiff_STL2::kYResolution == 283);
-static_assert(Orvix_Tiff_STL2::kExifIfd == 34665 && Orvix_Tiff_STL2::kIccProfile == 34675);
-
 // Fields and their widths.
 static_assert(is_same_v<decltype(TiffTag::tag), TiffTagSignature> && is_same_v<decltype(TiffTag::type), FieldType>);
 static_assert(is_same_v<decltype(TiffTag::count), std::uint32_t> && is_same_v<decltype(TiffTag::value), std::uint32_t>);
@@ -52,23 +44,9 @@ static_assert(is_same_v<decltype(&BitsPerSampleTag::GetValue), unsigned (BitsPer
 static_assert(is_same_v<decltype(&ResolutionTag::GetValue), unsigned (ResolutionTag::*)() const>);
 static_assert(is_same_v<decltype(&Exif_IFD_Tag::GetValue), unsigned (TiffTag::*)() const>, "the plain one");
 
-// A list's operations and what an image takes from them.
 static_assert(std::is_base_of_v<Tiff, CTiff> && std::has_virtual_destructor_v<Tiff>);
-static_assert(is_same_v<decltype(&Tiff::CheckFile), int (Tiff::*)(File*)>);
-static_assert(is_same_v<decltype(&Tiff::ReadTiff), int (Tiff::*)(File*)>);
-static_assert(is_same_v<decltype(&Tiff::SaveTiff), int (Tiff::*)(File*)>);
-static_assert(is_same_v<decltype(&Tiff::ReadImage), int (Tiff::*)(File*)>);
-static_assert(is_same_v<decltype(&Tiff::GetTagValue), int (Tiff::*)(TiffTagSignature) const>);
 static_assert(is_same_v<decltype(&CTiff::ReadFile), int (CTiff::*)(const char*)>, "the image's own");
 static_assert(is_same_v<decltype(&CTiff::SetTagValue), int (CTiff::*)(TiffTagSignature, unsigned)>, "its own, too");
-static_assert(is_same_v<decltype(&CTiff::Reset), decltype(&Tiff::Reset)>);
-static_assert(is_same_v<decltype(&CTiff::CheckFile), decltype(&Tiff::CheckFile)>);
-static_assert(is_same_v<decltype(&CTiff::ReadTiff), decltype(&Tiff::ReadTiff)>);
-static_assert(is_same_v<decltype(&CTiff::SaveTiff), decltype(&Tiff::SaveTiff)>);
-static_assert(is_same_v<decltype(&CTiff::SaveFile), decltype(&Tiff::SaveFile)>);
-static_assert(is_same_v<decltype(&CTiff::CreateTag), decltype(&Tiff::CreateTag)>);
-static_assert(is_same_v<decltype(&CTiff::WriteHeader), decltype(&Tiff::WriteHeader)>);
-static_assert(is_same_v<decltype(&CTiff::GetTagValue), decltype(&Tiff::GetTagValue)>);
 
 /// A pointer to a member function as its two words.
 struct Member {
