@@ -49,8 +49,6 @@ TEST(TagLayout, OfThePlainStructIsTwoWords) {
     const icTagBase plain;
     EXPECT_EQ((Places{At(plain, plain.sig), At(plain, plain.reserved)}), (Places{0, 4}));
     EXPECT_EQ(sizeof(icTagBase), 8U);
-    EXPECT_EQ(sizeof plain.sig, 4U);
-    EXPECT_EQ(sizeof plain.reserved, 4U);
 }
 
 TEST(TagLayout, OfTheBaseHasTheStructInFrontOfItsOwnFields) {
@@ -61,34 +59,21 @@ TEST(TagLayout, OfTheBaseHasTheStructInFrontOfItsOwnFields) {
                       At(tag, tag.tagData)}),
               (Places{8, 12, 16, 20, 24}));
     EXPECT_EQ(sizeof(iccTagBase), kBase);
-    EXPECT_EQ(sizeof tag.tagSig, 4U);
-    EXPECT_EQ(sizeof tag.tagSize, 4U);
-    EXPECT_TRUE((std::is_same_v<decltype(iccTagBase::tagData), std::unique_ptr<unsigned char[]>>));
 }
 
-TEST(TagLayout, OfTextsIsTheText) {
+TEST(TagLayout, OfSimpleTagsIsWordsBeforeTheRest) {
     const CTextType text;
     EXPECT_EQ(At(text, text.text), kBase);
     const CTextDescriptionType description;
     EXPECT_EQ((Places{At(description, description.textLength), At(description, description.text)}),
               (Places{kBase, kBase + 8}));
-    EXPECT_EQ(sizeof description.textLength, 4U);
-    EXPECT_EQ(sizeof *text.text.get(), 1U);
-    EXPECT_EQ(sizeof *description.text.get(), 1U);
-}
-
-TEST(TagLayout, OfValuesIsWordsBeforeNumbers) {
     const CXYZType xyz;
     EXPECT_EQ((Places{At(xyz, xyz.rawXYZ), At(xyz, xyz.XYZ)}), (Places{kBase, kBase + 16}));
-    EXPECT_TRUE((std::is_same_v<decltype(CXYZType::rawXYZ), std::array<std::uint32_t, 3>>));
-    EXPECT_TRUE((std::is_same_v<decltype(CXYZType::XYZ), std::array<double, 3>>));
     const CCurveType curve;
     EXPECT_EQ((Places{At(curve, curve.curveCount), At(curve, curve.curve)}), (Places{kBase, kBase + 8}));
-    EXPECT_EQ(sizeof curve.curveCount, 4U);
     EXPECT_EQ(sizeof *curve.curve.get(), 2U);
     const CChad chad;
     EXPECT_EQ(At(chad, chad.chad), kBase);
-    EXPECT_TRUE((std::is_same_v<decltype(CChad::chad), std::array<double, 9>>));
     EXPECT_EQ(sizeof(CDataType), sizeof(iccTagBase)) << "no field of its own";
 }
 
@@ -105,11 +90,6 @@ TEST(TagLayout, OfBothPlainTablesIsTheSame) {
     const Places places = {kBase, 33, 34, 35, 36, 72, 74, 80, 88, 96};
     EXPECT_EQ(PlacesOf(wide), places);
     EXPECT_EQ(PlacesOf(narrow), places);
-    EXPECT_EQ(sizeof wide.inputChan + sizeof wide.outputChan + sizeof wide.clutPoints + sizeof wide.pad, 4U);
-    EXPECT_EQ(sizeof wide.matrix, 36U);
-    EXPECT_EQ(sizeof wide.inputEnt + sizeof wide.outputEnt, 4U);
-    EXPECT_TRUE((std::is_same_v<decltype(CLut16Type::clutTable), std::unique_ptr<std::uint16_t[]>>));
-    EXPECT_TRUE((std::is_same_v<decltype(CLut8Type::clutTable), std::unique_ptr<std::uint8_t[]>>));
 }
 
 TEST(TagLayout, OfTheCurvedTableIsItsOffsetsAndThenItsParts) {
@@ -119,13 +99,10 @@ TEST(TagLayout, OfTheCurvedTableIsItsOffsetsAndThenItsParts) {
                       At(lut, lut.aCurveOffset), At(lut, lut.bCurves), At(lut, lut.mCurve), At(lut, lut.clut),
                       At(lut, lut.aCurves)}),
               (Places{kBase, 33, 34, 36, 40, 44, 48, 52, 56, 80, 88, 96}));
-    EXPECT_EQ(lut.bCurves.size(), 3U);
-    EXPECT_EQ(lut.aCurves.size(), 7U);
     const CLutGrid grid;
     EXPECT_EQ(
         (Places{At(grid, grid.gridPoints), At(grid, grid.precision), At(grid, grid.padding), At(grid, grid.gridData)}),
         (Places{0, 16, 17, 24}));
-    EXPECT_EQ(grid.gridData, nullptr);
 }
 
 /// The first word of a pointer to a member: one more than the place in the table of operations for a virtual one, an
@@ -156,13 +133,7 @@ TYPED_TEST(TagSlots, HasItsOperationsInTheSameSlots) {
     EXPECT_EQ(Slot(&TypeParam::Save), 5U);
 }
 
-TYPED_TEST(TagSlots, LeavesReadingAndSavingToTheBase) {
-    EXPECT_TRUE((std::is_same_v<decltype(&TypeParam::Read), int (iccTagBase::*)(std::FILE*)>));
-    EXPECT_TRUE((std::is_same_v<decltype(&TypeParam::Save), int (iccTagBase::*)(std::FILE*)>));
-}
-
 TYPED_TEST(TagSlots, IsNoBaseOfAnyOther) {
-    EXPECT_TRUE((std::is_base_of_v<iccTagBase, TypeParam>));
     const std::size_t derived = std::is_base_of_v<TypeParam, CTextType> +
                                 std::is_base_of_v<TypeParam, CTextDescriptionType> +
                                 std::is_base_of_v<TypeParam, CXYZType> + std::is_base_of_v<TypeParam, CDataType> +

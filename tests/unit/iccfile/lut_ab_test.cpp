@@ -90,15 +90,6 @@ TEST(CLut, HasACurvesOnTheDeviceSideAndBCurvesOnTheOther) {
     }
 }
 
-TEST(CLut, KnowsItsDirectionByNameWithoutTheLastLetter) {
-    using ICC40::ICCFILE::IsA2B;
-    for (const char* name : {"A2B0", "A2B1", "A2B2", "A2B3", "A2B ", "A2Bz"}) EXPECT_TRUE(IsA2B(Name(name))) << name;
-    EXPECT_TRUE(IsA2B(static_cast<icTagSignature>(0x41324200U)));
-    EXPECT_TRUE(IsA2B(static_cast<icTagSignature>(0x413242ffU)));
-    for (const char* name : {"B2A0", "a2B0", "A2C0", "A3B0", "B2B0", "D2B0"}) EXPECT_FALSE(IsA2B(Name(name))) << name;
-    EXPECT_FALSE(IsA2B(icTagSignature{}));
-}
-
 TEST(CLut, GivesItsCurvesTypeSteppedSizeAndNoData) {
     CLut lut;
     Load(lut, "A2B0",
@@ -147,16 +138,6 @@ TEST(CLut, StepsAsTheFormatAlignsOddNumbersOfEntries) {
     }
 }
 
-TEST(CLut, ReadsEvenNumbersOfEntriesWhereItStepsTo) {
-    const std::vector<Values> even = {{1, 2}, {3, 4, 5, 6}, {}};
-    CLut lut;
-    Load(lut, "B2A0", AbBlock(3, 3, "mBA ").Curves(AbBlock::kB, even).Curves(AbBlock::kA, even).Done());
-    for (std::size_t c = 0; c < 3; ++c) {
-        EXPECT_EQ(EntriesOf(lut.bCurves[c].get()), even[c]);
-        EXPECT_EQ(EntriesOf(lut.aCurves[c].get()), even[c]);
-    }
-}
-
 TEST(CLut, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
     // Aligned curves stand at 32, 48 and 64, the block ends at 80. The second is looked for at 50: its count is the
     // two low bytes of the true count and the first entry, 0x00023333, and the nine words up to the end are taken.
@@ -176,16 +157,6 @@ TEST(CLut, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
         EXPECT_EQ(EntriesOf(curve(2)), Values{}) << "past the end";
         EXPECT_EQ(curve(2)->tagSize, 14U);
     }
-}
-
-TEST(CLut, StepsTwoBytesTooFarOverIdentityCurves) {
-    // Aligned curves without entries stand at 32, 44 and 56, the block ends at 68. The second is looked for at 46,
-    // its count 0x00006375 stands at 54; room for five entries is left.
-    CLut lut;
-    Load(lut, "A2B0", AbBlock(3, 3).Raw(AbBlock::kB, AlignedCurves({{}, {}, {}})).Done());
-    EXPECT_EQ(EntriesOf(lut.bCurves[0].get()), Values{});
-    EXPECT_EQ(EntriesOf(lut.bCurves[1].get()), (Values{0x7276, 0, 0, 0, 0}));
-    EXPECT_EQ(EntriesOf(lut.bCurves[2].get()), Values{});
 }
 
 TEST(CLut, ReadsOneMCurveWhateverItsChannels) {
@@ -217,18 +188,6 @@ TEST(CLut, HasEmptyCurvesWhereTheyLieOutsideItsBlock) {
 }
 
 // --- grids
-
-TEST(CLut, ReadsAGridOfWordsInHostOrder) {
-    const Values points = {2, 3, 4, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 255, 254, 253};
-    CLut lut;
-    Load(lut, "A2B0", AbBlock(3, 2).Grid(points, TableValues(0, 2 * 3 * 4 * 2)).Done());
-    ASSERT_NE(lut.clut, nullptr);
-    EXPECT_THAT(ValuesOf(lut.clut->gridPoints, 0, 16), EqualTo(points));
-    EXPECT_EQ(lut.clut->precision, 2);
-    EXPECT_EQ(lut.clut->padding, (std::array<std::uint8_t, 3>{0x71, 0x72, 0x73}));
-    EXPECT_EQ(lut.clut->gridBytes, 96U);
-    EXPECT_THAT(GridOf(lut), EqualTo(TableValues(0, 48)));
-}
 
 TEST(CLut, ReadsAGridOfAnyOtherPrecisionByteForByte) {
     for (const unsigned precision : {1U, 3U, 4U, 8U}) {

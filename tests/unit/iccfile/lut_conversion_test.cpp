@@ -107,21 +107,6 @@ TEST(LutConversion, TakesCurvesAndGridByDirectionAndSharesNothing) {
     }
 }
 
-TEST(LutConversion, LeavesItsSourceAsItWas) {
-    for (const Shape& shape : {kA2B, kB2A}) {
-        CLut source;
-        LoadSource(source, shape);
-        const Bytes data = DataOf(source);
-        for (int time = 0; time < 2; ++time) ExpectConverted(CLut16Type(&source), shape);
-        EXPECT_THAT(DataOf(source), EqualTo(data));
-        for (std::size_t c = 0; c < 3; ++c) {
-            EXPECT_EQ(EntriesOf(source.aCurves[c].get()), shape.A()[c]);
-            EXPECT_EQ(EntriesOf(source.bCurves[c].get()), shape.B()[c]);
-        }
-        EXPECT_EQ(source.clut->gridBytes, 48U);
-    }
-}
-
 TEST(LutConversion, TakesNoNoticeOfMatrixAndMCurves) {
     ByteWriter matrix;
     for (std::uint32_t i = 0; i < 12; ++i) matrix.Big32(0x8000 + i * 0x1111);
@@ -195,16 +180,13 @@ TEST(LutConversion, CutsCurvesToTheLengthOfTheFirst) {
 
 TEST(LutConversion, TakesNoCurveShorterThanTheFirst) {
     for (const Shape& shape : {kA2B, kB2A}) {
-        for (const std::size_t curve : {1U, 2U}) {
+        for (std::size_t curve = 0; curve < 6; ++curve) {
+            if (curve % 3 == 0) continue;
             std::vector<Values> a = shape.A(), b = shape.B();
-            a[curve].pop_back();
-            CLut shortA, shortB;
-            LoadSource(shortA, shape, shape.Head(), a, b);
-            EXPECT_TRUE(HasNone(CLut16Type(&shortA))) << curve;
-            a = shape.A();
-            b[curve].pop_back();
-            LoadSource(shortB, shape, shape.Head(), a, b);
-            EXPECT_TRUE(HasNone(CLut16Type(&shortB))) << curve;
+            (curve < 3 ? a[curve] : b[curve - 3]).pop_back();
+            CLut source;
+            LoadSource(source, shape, shape.Head(), a, b);
+            EXPECT_TRUE(HasNone(CLut16Type(&source))) << curve;
         }
     }
 }
@@ -212,31 +194,26 @@ TEST(LutConversion, TakesNoCurveShorterThanTheFirst) {
 TEST(LutConversion, CountsTheEntriesOfACurveInSixteenBits) {
     // 65,537 entries leave 1: of each curve the first is taken.
     for (const Shape& shape : {kA2B, kB2A}) {
-        for (const bool inputSide : {true, false}) {
-            for (const unsigned entries : {0U, 65535U, 65536U, 65537U, 65538U}) {
-                CLut source;
-                LoadSource(source, shape);
-                const bool sideA = shape.a2b == inputSide;
-                for (unsigned c = 0; c < 3; ++c) {
-                    auto curve = std::make_unique<CCurveType>();
-                    Values values(entries, 100 + c);
-                    if (entries > 1) values[1] = 200 + c;
-                    Load(*curve, "A2B0", CurveBlock(values));
-                    ASSERT_EQ(curve->curveCount, entries);
-                    (sideA ? source.aCurves[c] : source.bCurves[c]) = std::move(curve);
-                }
-                const CLut16Type lut(&source);
-                const unsigned taken = entries % 65536;
-                ASSERT_TRUE(HasAll(lut)) << entries;
-                EXPECT_EQ(inputSide ? lut.inputEnt : lut.outputEnt, taken);
-                EXPECT_EQ(inputSide ? lut.outputEnt : lut.inputEnt, sideA ? kBEntries : kAEntries);
-                const auto& table = inputSide ? lut.inputTable : lut.outputTable;
-                for (unsigned c = 0; c < 3; ++c) {
-                    Values expected = {100 + c, 200 + c};
-                    expected.resize(std::min(taken, 2U));
-                    EXPECT_EQ(ValuesOf(table, c * taken, expected.size()), expected) << entries;
+        for (const unsigned entries : {0U, 65535U, 65536U, 65537U, 65538U}) {
+            const unsigned taken = entries % 65536;
+            CLut source;
+            LoadSource(source, shape);
+            Values expected;
+            for (unsigned c = 0; c < 3; ++c) {
+                Values values(entries, 100 + c);
+                expected.insert(expected.end(), taken, 100 + c);
+                for (auto* curve : {&source.aCurves[c], &source.bCurves[c]}) {
+                    *curve = std::make_unique<CCurveType>();
+                    Load(**curve, "A2B0", CurveBlock(values));
+                    ASSERT_EQ((*curve)->curveCount, entries);
                 }
             }
+            const CLut16Type lut(&source);
+            ASSERT_TRUE(HasAll(lut)) << entries;
+            EXPECT_EQ(lut.inputEnt, taken);
+            EXPECT_EQ(lut.outputEnt, taken);
+            EXPECT_THAT(ValuesOf(lut.inputTable, 0, 3 * taken), EqualTo(expected)) << entries;
+            EXPECT_THAT(ValuesOf(lut.outputTable, 0, 3 * taken), EqualTo(expected)) << entries;
         }
     }
 }
@@ -268,29 +245,27 @@ TEST(LutConversion, TakesTheFirstAxisOfTheGridForAll) {
     }
 }
 
-TEST(LutConversion, NeedsAGridThatHoldsEveryNodeToTheLastByte) {
-    for (const std::uint64_t bytes : {0U, 46U, 47U, 48U}) {
+TEST(LutConversion, NeedsAGridOfWordsThatHoldsEveryNodeToTheLastByte) {
+    struct Row {
+        unsigned precision;
+        std::uint64_t bytes;
+        bool data, grid;
+    };
+    for (const auto& [precision, bytes, data, grid] :
+         {Row{2, 48, true, true}, Row{2, 47, true, true}, Row{2, 46, true, true}, Row{2, 0, true, true},
+          Row{0, 48, true, true}, Row{1, 48, true, true}, Row{3, 48, true, true}, Row{4, 48, true, true},
+          Row{255, 48, true, true}, Row{2, 48, false, true}, Row{2, 48, false, false}}) {
         CLut source;
         LoadSource(source, kA2B);
         ASSERT_EQ(source.clut->gridBytes, 48U);
-        source.clut->gridBytes = bytes;
-        EXPECT_EQ(HasAll(CLut16Type(&source)), bytes == 48) << bytes;
-    }
-}
-
-TEST(LutConversion, NeedsAGridOfWords) {
-    for (const unsigned precision : {0U, 1U, 2U, 3U, 4U, 255U}) {
-        CLut source;
-        LoadSource(source, kA2B);
         source.clut->precision = static_cast<std::uint8_t>(precision);
-        EXPECT_EQ(HasAll(CLut16Type(&source)), precision == 2) << precision;
+        source.clut->gridBytes = bytes;
+        if (!data) source.clut->gridData.reset();
+        if (!grid) source.clut.reset();
+        const bool converted = precision == 2 && bytes == 48 && data;
+        EXPECT_EQ(HasAll(CLut16Type(&source)), converted) << bytes << " bytes, precision " << precision;
+        EXPECT_EQ(HasNone(CLut16Type(&source)), !converted);
     }
-    CLut source;
-    LoadSource(source, kA2B);
-    source.clut->gridData.reset();
-    EXPECT_TRUE(HasNone(CLut16Type(&source)));
-    source.clut.reset();
-    EXPECT_TRUE(HasNone(CLut16Type(&source)));
 }
 
 TEST(LutConversion, CountsTheNodesOfAGridWideEnough) {
