@@ -5,8 +5,8 @@
 #include <functional>
 
 #include "hostile/Hostile.h"
+#include "hostile/SmallTables.h"
 #include "hostile/alloc/Heap.h"
-#include "iccfile/IccFile4.h"
 #include "support/ProfileBuilder.h"
 #include "support/TiffBuilder.h"
 
@@ -58,19 +58,6 @@ Bytes TurnedTable(std::size_t bytes) {
     return out.Done();
 }
 
-/// A profile of `bytes` bytes with as many curved tables as it has entries, each of eleven curves without entries.
-Bytes SmallTables(std::size_t bytes) {
-    ByteWriter block;
-    block.Text("mAB ").Big32(0).U8(16).U8(16).Big16(0);
-    for (int part = 0; part < 5; ++part) block.Big32(32);
-    const std::size_t entries = (bytes - 132 - block.Size()) / 12;
-    const auto start = static_cast<std::uint32_t>(132 + 12 * entries);
-    ByteWriter out;
-    out.Fill(128).Big32(static_cast<std::uint32_t>(entries));
-    for (std::size_t i = 0; i < entries; ++i) out.Text("A2B0").Big32(start).Big32(32);
-    return out.Append(block.Done()).Fill(bytes - out.Size()).Done();
-}
-
 std::vector<Bytes> Profiles() {
     constexpr std::size_t kLarge = std::size_t{4} << 20;
     std::vector<Bytes> files;
@@ -90,7 +77,7 @@ std::vector<Bytes> Profiles() {
             size, luts, ByteWriter().Text("mft1").Big32(0).U8(3).U8(3).U8(70).U8(0).Fill(36).Big32(0x01000100).Done()));
     }
     for (const std::size_t size : {std::size_t{40000}, std::size_t{1} << 20, kLarge})
-        files.push_back(SmallTables(size));
+        files.push_back(SmallTables(size, "A2B0"));
     // A table that is decoded to three times its block, and turned into another one; in a file of 4 MiB, and in one
     // that is not held whole while it is read.
     for (const std::size_t size : {std::size_t{1} << 20, kLarge, 2 * kLarge}) {
@@ -221,52 +208,6 @@ TEST(HeapBoundsTest, Convert2TakesNothing) {
             EXPECT_EQ(heap.Count(), 0U) << name;
         }
     }
-}
-
-TEST(HeapBoundsTest, SavingAProfileLeavesNothing) {
-    const TempDir dir;
-    WriteFile(dir.File("all.icc"), MiniProfile(EveryKindOfTag()));
-    const HeapWatch heap;
-    {
-        ICC40::ICCFILE::IccFile4 file;
-        EXPECT_EQ(file.ReadFile(dir.File("all.icc").c_str()), 0);
-        EXPECT_EQ(file.SaveFile(dir.File("saved.icc").c_str()), 0);
-        EXPECT_EQ(file.SaveFile(dir.File("absent/saved.icc").c_str()), 0);
-    }
-    EXPECT_EQ(heap.Left(), 0);
-    EXPECT_GT(heap.Count(), 10U);
-}
-
-/// Keeps a block from being optimised away.
-char* Used(char* block) {
-    static char* volatile seen;
-    seen = block;
-    return seen;
-}
-
-TEST(HeapWatchTest, SeesAndRefusesEveryKindOfAllocation) {
-    {
-        HeapWatch heap;
-        delete[] Used(new char[1000]);
-        std::free(Used(static_cast<char*>(std::malloc(3000))));
-        std::fclose(std::fopen("/dev/null", "rb"));
-        heap.Stop();
-        EXPECT_GE(heap.Count(), 3U);
-        EXPECT_GE(heap.Peak(), 3000);
-        EXPECT_LT(heap.Peak(), 4000);
-        EXPECT_EQ(heap.Left(), 0);
-    }
-    bool thrown = false;
-    HeapWatch heap(HeapWatch::Fail::Once, 2);
-    delete[] Used(new char[10]);
-    try {
-        delete[] Used(new char[1 << 20]);
-    } catch (const std::bad_alloc&) {
-        thrown = true;
-    }
-    heap.Stop();
-    EXPECT_TRUE(thrown);
-    EXPECT_TRUE(heap.Failed());
 }
 
 }  // namespace

@@ -33,12 +33,6 @@ std::vector<Fault> EveryFault() {
             {"StatusOnce", Io::Status, Mode::Once},     {"StatusOnAndOn", Io::Status, Mode::OnAndOn}};
 }
 
-std::size_t OpenDescriptors() {
-    std::size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
-    return count;
-}
-
 class IoSweep : public HostileTest, public testing::WithParamInterface<Fault> {
 protected:
     /// Calls `prepare`, then `call` with the k-th of the row's calls failing, then `check`, until none fails; no call
@@ -48,11 +42,11 @@ protected:
         for (std::uint64_t k = 1; k < 1000; ++k) {
             SCOPED_TRACE("call " + std::to_string(k));
             prepare();
-            const std::size_t descriptors = OpenDescriptors();
+            const std::ptrdiff_t descriptors = OpenFiles();
             Faults faults(GetParam().kind, GetParam().mode, k);
             call();
             faults.Stop();
-            EXPECT_EQ(OpenDescriptors(), descriptors);
+            EXPECT_EQ(OpenFiles(), descriptors);
             check();
             if (HasFailure() || !faults.Failed()) return k - 1;
         }
@@ -98,40 +92,17 @@ TEST_P(IoSweep, SetProfile) {
     EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Seek, Io::Close, Io::Status}, GetParam()));
 }
 
+/// To another file and onto the source itself: if nothing of that could be read, it stays as it was; else it becomes
+/// what any other destination would have become.
 TEST_P(IoSweep, ConvertFile) {
-    const std::string source = Put("source.tif", image_.Build());
-    const std::string dest = dir_.File("dest.tif");
-    ASSERT_EQ(Bind(Good()), 8);
-    MiniTiff expected = image_;
-    expected.icc.clear();
-    expected.pixels = ConvertedPixels(image_.pixels);
-    const Bytes golden = expected.Build();
-    const std::uint64_t calls = Sweep(
-        [&] {
-            std::filesystem::remove(dest);
-            testing::internal::CaptureStdout();
-        },
-        [&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8); },
-        [&] {
-            const std::string log = testing::internal::GetCapturedStdout();
-            const std::string head = GetParam().kind == Io::Open ? "*** " + source + " Open Error. ***\n" : "";
-            EXPECT_TRUE(log == kProgress || log == head + kProgress + kNoEntries) << log;
-            EXPECT_EQ(ReadFile(source), image_.Build());
-            Printed([&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8); });
-            EXPECT_EQ(ReadFile(dest), golden);
-        });
-    EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Write, Io::Seek, Io::Close, Io::Status}, GetParam()));
-}
-
-/// A source that is its own destination: if nothing of it could be read, it stays as it was; else it becomes what any
-/// other destination would have become.
-TEST_P(IoSweep, ConvertFileOntoItself) {
     const std::string source = Put("source.tif", image_.Build());
     const std::string other = dir_.File("other.tif");
     ASSERT_EQ(Bind(Good()), 8);
     MiniTiff expected = image_;
     expected.icc.clear();
     expected.pixels = ConvertedPixels(image_.pixels);
+    const std::ptrdiff_t descriptors = OpenFiles();
+    const std::string head = GetParam().kind == Io::Open ? "*** " + source + " Open Error. ***\n" : "";
     std::uint64_t untouched = 0;
     for (std::uint64_t k = 1, failed = 1; failed != 0; ++k) {
         SCOPED_TRACE("call " + std::to_string(k));
@@ -150,12 +121,18 @@ TEST_P(IoSweep, ConvertFileOntoItself) {
             failed += faults.Failed() ? 1U : 0U;
             log[own] = testing::internal::GetCapturedStdout();
             result[own] = ReadFile(dest);
+            if (own == 0) {
+                EXPECT_EQ(ReadFile(source), image_.Build());
+            }
         }
+        EXPECT_TRUE(log[0] == kProgress || log[0] == head + kProgress + kNoEntries) << log[0];
         EXPECT_EQ(log[1], log[0]);
+        EXPECT_EQ(OpenFiles(), descriptors);
         const bool nothingRead = log[0].ends_with(kNoEntries);
         EXPECT_EQ(result[1], nothingRead ? image_.Build() : result[0]);
         if (failed == 0) {
             EXPECT_EQ(result[1], expected.Build());
+            EXPECT_GT(k, 1U) << "a conversion makes every kind of call";
         }
         if (GetParam().kind == Io::Open || GetParam().kind == Io::Close) {
             EXPECT_TRUE(result[1] == image_.Build() || result[1] == expected.Build());
@@ -278,23 +255,17 @@ protected:
     const std::string dest_ = dir_.File("dest.tif");
 };
 
-TEST_F(FailedReadTest, HeadCountAndDirectoryLeaveNothing) {
-    for (const std::uint64_t k : {1U, 2U, 3U}) EXPECT_EQ(With(k), Bytes()) << k;
-}
-
-TEST_F(FailedReadTest, DataThatCouldNotBeReadAreZeros) {
+TEST_F(FailedReadTest, LeavesNothingWithoutADirectoryElseZerosForWhatCouldNotBeRead) {
+    for (const std::uint64_t k : {1U, 2U, 3U}) EXPECT_EQ(With(k), Bytes()) << k << ": head, count, directory";
     MiniTiff whole = image_;
     whole.icc.clear();
     whole.pixels = ConvertedPixels(image_.pixels);
-    const Bytes sound = whole.Build();
-    const std::size_t data = 14 + 12 * 11;
-    struct Piece {
-        std::size_t at, bytes;
-    };
+    const std::ptrdiff_t data = 14 + 12 * 11;
     std::uint64_t k = 4;
-    for (const Piece& piece : {Piece{data, 6}, Piece{data + 6, 8}, Piece{data + 14, 9}, Piece{0, 0}}) {
-        Bytes expected = sound;
-        std::fill_n(expected.begin() + static_cast<std::ptrdiff_t>(piece.at), piece.bytes, std::uint8_t{0});
+    // The data of three tags, then the profile's, which is dropped.
+    for (const auto& [at, bytes] : {std::pair{data, 6}, {data + 6, 8}, {data + 14, 9}, {data, 0}}) {
+        Bytes expected = whole.Build();
+        std::fill_n(expected.begin() + at, bytes, std::uint8_t{0});
         EXPECT_EQ(With(k), expected) << k;
         ++k;
     }
