@@ -8,16 +8,14 @@
 #include <lcms2.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "SharedLibrary.h"
+#include "abi/Library.h"
 #include "support/ByteWriter.h"
 #include "support/Ciede2000.h"
 #include "support/TempDir.h"
@@ -31,22 +29,11 @@ const std::string kInputs = HUEWEAVE_REAL_INPUTS;
 
 std::string Input(const std::string& name) { return kInputs + "/" + name; }
 
-/// Runs a shell command that must succeed, and returns what it printed.
-std::string Shell(const std::string& command) {
-    std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return "cannot run " + command;
-    std::string printed;
-    std::array<char, 4096> part{};
-    for (std::size_t got; (got = std::fread(part.data(), 1, part.size(), pipe)) > 0;) printed.append(part.data(), got);
-    EXPECT_EQ(pclose(pipe), 0) << command << "\n" << printed;
-    return printed;
-}
-
 /// The pixels of a TIFF as ImageMagick reads them: interleaved, 16-bit samples little-endian.
 Bytes PixelsByImageMagick(const std::string& path, int bits) {
     const TempDir dir;
     const std::string raw = dir.File("pixels.rgb");
-    Shell("convert-im6 '" + path + "' -depth " + std::to_string(bits) + " -endian LSB rgb:'" + raw + "'");
+    OutputOfTool("convert-im6 '" + path + "' -depth " + std::to_string(bits) + " -endian LSB rgb:'" + raw + "' 2>&1");
     return ReadFile(raw);
 }
 
@@ -58,9 +45,9 @@ constexpr Width k8{8, CsRGB_8, CssRGB_8};
 constexpr Width k16{16, CsRGB_16, CssRGB_16};
 
 /// The pixels through the library's buffer conversion.
-Bytes ConvertedInMemory(const SharedLibrary& library, const Width& width, Bytes pixels) {
+Bytes ConvertedInMemory(const EngineApi& engine, const Width& width, Bytes pixels) {
     const auto count = static_cast<std::int32_t>(pixels.size() / (width.bits == 8 ? 3 : 6));
-    EXPECT_EQ(library.Convert2(pixels.data(), pixels.data(), count), 0);
+    EXPECT_EQ(engine.Convert2(pixels.data(), pixels.data(), count), 0);
     return pixels;
 }
 
@@ -85,25 +72,25 @@ protected:
         const Layout layout = GetParam();
         const std::string bits = std::to_string(width.bits);
         const std::string source = Input(std::string(layout.name) + "-" + bits + ".tif");
-        ASSERT_THAT(Shell("tiffinfo '" + source + "'"), HasSubstr(layout.mark));
-        const SharedLibrary library;
-        ASSERT_EQ(
-            library.SetProfile(Input("scanner.icc").c_str(), nullptr, IntentPerceptual, width.input, width.output),
-            width.output);
+        ASSERT_THAT(OutputOfTool("tiffinfo '" + source + "' 2>&1"), HasSubstr(layout.mark));
+        const Library library;
+        const EngineApi engine(library, "");
+        ASSERT_EQ(engine.SetProfile(Input("scanner.icc").c_str(), nullptr, IntentPerceptual, width.input, width.output),
+                  width.output);
         const TempDir dir;
         const std::string dest = dir.File("converted.tif");
-        EXPECT_EQ(library.ConvertFile(source.c_str(), dest.c_str()), width.output);
+        EXPECT_EQ(engine.ConvertFile(source.c_str(), dest.c_str()), width.output);
 
-        const std::string info = Shell("tiffinfo '" + dest + "'");
+        const std::string info = OutputOfTool("tiffinfo '" + dest + "' 2>&1");
         EXPECT_THAT(info, HasSubstr("Image Width: " + std::to_string(layout.width) +
                                     " Image Length: " + std::to_string(layout.height)));
         EXPECT_THAT(info, HasSubstr("Bits/Sample: " + bits));
         EXPECT_THAT(info, HasSubstr("Rows/Strip: " + std::to_string(layout.height)));
         EXPECT_THAT(info, HasSubstr("Planar Configuration: single image plane"));
-        EXPECT_EQ(Shell("exiftool -s3 -ProfileDescription -ICC_Profile:all '" + dest + "'"), "");
+        EXPECT_EQ(OutputOfTool("exiftool -s3 -ProfileDescription -ICC_Profile:all '" + dest + "' 2>&1"), "");
         const Bytes before = PixelsByImageMagick(source, width.bits);
         ASSERT_EQ(before.size(), static_cast<std::size_t>(layout.width * layout.height * 3 * width.bits / 8));
-        const Bytes converted = ConvertedInMemory(library, width, before);
+        const Bytes converted = ConvertedInMemory(engine, width, before);
         EXPECT_TRUE(PixelsByImageMagick(dest, width.bits) == converted);
         EXPECT_FALSE(before == converted) << "the conversion changed nothing";
     }
@@ -145,8 +132,9 @@ std::vector<std::uint16_t> DeviceGrid() {
 
 /// The grid through the library, as fractions of full scale.
 std::vector<double> ByHueweave(const Width& width, const std::vector<std::uint16_t>& device) {
-    const SharedLibrary library;
-    EXPECT_EQ(library.SetProfile(Input("scanner.icc").c_str(), nullptr, IntentPerceptual, width.input, width.output),
+    const Library library;
+    const EngineApi engine(library, "");
+    EXPECT_EQ(engine.SetProfile(Input("scanner.icc").c_str(), nullptr, IntentPerceptual, width.input, width.output),
               width.output);
     Bytes pixels;
     for (std::uint16_t v : device) {
@@ -154,7 +142,7 @@ std::vector<double> ByHueweave(const Width& width, const std::vector<std::uint16
         std::memcpy(sample, &v, 2);
         pixels.insert(pixels.end(), sample, sample + width.bits / 8);
     }
-    pixels = ConvertedInMemory(library, width, pixels);
+    pixels = ConvertedInMemory(engine, width, pixels);
     std::vector<double> out;
     for (std::size_t i = 0; i < device.size(); ++i) {
         std::uint16_t v = pixels[width.bits == 8 ? i : 0];

@@ -96,16 +96,12 @@ TEST(MemorySource, LendsABlockWithoutACopy) {
 }
 
 TEST_F(StreamSource, GivesItsBytesFromAnyPlace) {
-    const FileHandle stream = Open(Numbered(10));
-    ByteSource source(stream.get());
-    ExpectTenBytes(source);
-}
-
-TEST_F(StreamSource, GivesTheSameAfterReadingAhead) {
-    const FileHandle stream = Open(Numbered(10));
-    ByteSource source(stream.get());
-    source.ReadAhead();
-    ExpectTenBytes(source);
+    for (const bool ahead : {false, true}) {
+        const FileHandle stream = Open(Numbered(10));
+        ByteSource source(stream.get());
+        if (ahead) source.ReadAhead();
+        ExpectTenBytes(source);
+    }
 }
 
 TEST_F(StreamSource, StartsWhereTheStreamStands) {
