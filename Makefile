@@ -114,7 +114,7 @@ many-inputs:
 
 faults:
 	@scripts/install-packages test
-	@$(call build,release) --target hueweave tool_sweep_faults tool_allocation_faults tool_inputs
+	@$(call build,release) --target hueweave command_faults command_allocation_faults command_inputs
 	@tests/command/faults/sweep build/release $(JOBS)
 
 memcheck:

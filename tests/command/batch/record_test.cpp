@@ -1,16 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The record of a folder that somebody else prepared, and lists of names and curves that never end.
-#include <gmock/gmock.h>
+// Runs that go on where others ended; the record that they go by, also one that somebody else prepared; what a
+// conversion is known by in it; and lists of names and curves that never end.
 #include <sys/stat.h>
 
-#include <chrono>
 #include <csignal>
-#include <thread>
+#include <fstream>
 
+#include "batch/file/Fingerprint.h"
 #include "batch/session/LineReader.h"
 #include "batch/session/Resume.h"
+#include "colour/profile/Spaces.h"
 #include "command/support/Batch.h"
+#include "command/support/Limits.h"
+#include "command/support/Picture.h"
+#include "system/Json.h"
 
 namespace hueweave::test {
 namespace {
@@ -20,6 +24,74 @@ using tool::LineReader;
 using tool::RecordEntries;
 namespace fs = std::filesystem;
 
+class ResumeTest : public BatchTest {};
+
+TEST_F(ResumeTest, SkipsWhatIsDoneTheSameWayAndNothingElse) {
+    ASSERT_EQ(ConvertScan({scans_, "-o", out_}).status, 0);
+    const auto again = [&](const Words& more) { return ConvertAll(Words{"--resume"} + more); };
+    Outcome run = again({});
+    EXPECT_THAT(run, Says(0, "0 converted, 3 done already"));
+    // Another option, and a file that is there already.
+    EXPECT_THAT(again({"--intent", "relative"}), Says(1, "0 converted, 3 refused"));
+    run = again({"--intent", "relative", "--force"});
+    EXPECT_THAT(run.err, HasSubstr("3 converted"));
+    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("3 done already"));
+    // A source of the same size and time with another content.
+    std::string bytes = FileBytes(scans_ + "/deep/a.tif");
+    const auto time = fs::last_write_time(scans_ + "/deep/a.tif");
+    bytes[1000] = static_cast<char>(bytes[1000] + 1);
+    WriteBytes(scans_ + "/deep/a.tif", bytes);
+    fs::last_write_time(scans_ + "/deep/a.tif", time);
+    EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
+    // An output that is gone, or changed.
+    fs::remove(out_ + "/a.tif");
+    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("1 converted, 2 done already"));
+    WriteBytes(out_ + "/a.tif", "spoilt");
+    EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
+    // A record that was cut off counts for what is whole.
+    std::ofstream(out_ + "/.hueweave.jsonl", std::ios::app) << "{\"output\": \"a.t";
+    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("0 converted, 3 done already"));
+}
+
+TEST_F(ResumeTest, AfterAKill) {
+    Copy("n", 30);
+    for (int round = 0; round < 3; ++round) ConvertAll({"--resume"}, {.meanwhile = SignalAfter(60, SIGKILL)});
+    EXPECT_THAT(ConvertAll({"--resume"}), Succeeds());
+    EXPECT_EQ(Outputs().size(), 33U);
+    for (int i = 0; i < 30; ++i) ExpectSrgb(out_ + "/n" + std::to_string(i) + ".tif", scans_ + "/a.tif");
+}
+
+TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
+    const Words words{"-j", "1", scans_, "-o", out_, "--resume"};
+    // Killed in the call that gives the second output its name.
+    EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:2:-7")}).signal, SIGKILL);
+    EXPECT_EQ(Outputs().size(), 2U);
+    EXPECT_THAT(ConvertScan(words), Says(0, "1 converted, 2 done already"));
+    // What was recorded but never got its name is converted.
+    fs::remove_all(out_);
+    EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:0:28")}).status, 1);
+    EXPECT_FALSE(Exists(out_)) << "nothing was written, and something is left";
+    EXPECT_THAT(ConvertScan(words).err, HasSubstr("3 converted"));
+    // An output that stays because its replacement did not come is known too.
+    EXPECT_EQ(ConvertAll({"-j", "1", "--force"}, {.setenv = Faults("renameat2:0:5")}).status, 1);
+    EXPECT_THAT(ConvertScan(words).err, HasSubstr("0 converted, 3 done already"));
+}
+
+TEST_F(ResumeTest, ARecordOfNothingIsRemovedButNotThatOfOthers) {
+    const auto fail = [&](const Words& more) {
+        const Words words{"-j", "1", scans_ + "/a.tif", "-o", out_ + "/"};
+        EXPECT_EQ(ConvertScan(words + more, {.setenv = Faults("linkat:0:28")}).status, 5);
+        return NamesIn(out_);
+    };
+    fs::create_directory(out_);
+    EXPECT_EQ(fail({}), Words{});
+    // One that was there before, and that of a shard, which others may be writing to.
+    WriteBytes(out_ + "/.hueweave.jsonl", "");
+    EXPECT_EQ(fail({}), Words{".hueweave.jsonl"});
+    fs::remove(out_ + "/.hueweave.jsonl");
+    EXPECT_EQ(fail({"--shard", "1/1"}), Words{".hueweave.jsonl"});
+}
+
 class RecordTest : public BatchTest {
 protected:
     RecordTest() { fs::create_directory(out_); }
@@ -28,26 +100,20 @@ protected:
         const std::string about = record_ + ": " + reason;
         const Outcome run = Timed({scans_, "-o", out_});
         EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF", "deep/a.tif"}));
+        EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
         const std::string note = "note: " + about + " and is not written to; --resume will not know of this run";
-        const auto lines = Lines(run.err);
-        EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                                [&](const std::string& line) { return line.find(note) != std::string::npos; }),
-                  1)
-            << run.err;
+        const std::size_t at = run.err.find(note);
+        EXPECT_TRUE(at != std::string::npos && run.err.find(note, at + 1) == std::string::npos) << run.err;
         for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
         for (const char* dry : {"-q", "--dry-run"}) {
-            const Outcome resumed = Timed({scans_, "-o", out_, "--resume", dry});
-            EXPECT_EQ(resumed.status, 5);
-            EXPECT_EQ(resumed.err,
-                      "hueweave: " + about + ", and tells of no earlier run; remove it, or leave out --resume\n");
-            EXPECT_EQ(Outputs(), std::set<std::string>{});
+            EXPECT_THAT(Timed({scans_, "-o", out_, "--resume", dry}),
+                        SaysOnly(5, about + ", and tells of no earlier run; remove it, or leave out --resume"));
+            EXPECT_EQ(Outputs(), Names{});
         }
     }
-    Outcome Timed(std::vector<std::string> more) const {
-        std::vector<std::string> words{"timeout", "60", HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc")};
-        words.insert(words.end(), more.begin(), more.end());
-        return RunProgram({words, "", {}, {}, {}});
+    static Outcome Timed(const Words& more) {
+        return RunProgram(
+            {.words = Words{"timeout", "60", HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc")} + more});
     }
     std::string record_ = out_ + "/.hueweave.jsonl", victim_ = folder_ / ".bashrc";
 };
@@ -57,8 +123,7 @@ TEST_F(RecordTest, IsNotWrittenThroughASymbolicLink) {
     fs::remove(scans_ + "/a.tif");
     WriteBytes(victim_, "# mine\n");
     fs::create_symlink("../.bashrc", record_);
-    const Outcome run = Timed({scans_, "-o", out_});
-    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(Timed({scans_, "-o", out_}), Succeeds());
     EXPECT_EQ(FileBytes(victim_), "# mine\n");
     EXPECT_TRUE(fs::is_symlink(record_));
     EXPECT_EQ(Outputs().count("$(touch X).tif"), 1U);
@@ -66,32 +131,21 @@ TEST_F(RecordTest, IsNotWrittenThroughASymbolicLink) {
 
 TEST_F(RecordTest, AnythingButAPlainFileIsNotUsed) {
     WriteBytes(victim_, "# mine\n");
-    fs::create_symlink("../.bashrc", record_);
-    ExpectUnused("is a symbolic link");
-    fs::remove(record_);
-    fs::create_symlink("/dev/zero", record_);
-    ExpectUnused("is a symbolic link");
-    fs::remove(record_);
-    fs::create_symlink("../nothing", record_);
-    ExpectUnused("is a symbolic link");
+    const std::pair<const char*, const char*> rows[] = {
+        {"ln -s ../.bashrc", "is a symbolic link"}, {"ln -s /dev/zero", "is a symbolic link"},
+        {"ln -s ../nothing", "is a symbolic link"}, {"ln ../.bashrc", "has further names (hard links)"},
+        {"mkfifo", "is not a regular file"},        {"mkdir", "is not a regular file"}};
+    for (const auto& [make, reason] : rows) {
+        SCOPED_TRACE(make);
+        Shell("cd " + out_ + "; " + make + " .hueweave.jsonl");
+        ExpectUnused(reason);
+        fs::remove(record_);
+    }
     EXPECT_FALSE(Exists(folder_ / "nothing"));
-    fs::remove(record_);
-    fs::create_hard_link(victim_, record_);
-    ExpectUnused("has further names (hard links)");
-    fs::remove(record_);
-    mkfifo(record_.c_str(), 0600);
-    ExpectUnused("is not a regular file");
-    fs::remove(record_);
-    fs::create_directory(record_);
-    ExpectUnused("is not a regular file");
     EXPECT_EQ(FileBytes(victim_), "# mine\n");
 }
 
-#ifdef __SANITIZE_ADDRESS__
-constexpr long kRecordKb = 1024 * 1024;  // the sanitizer's own memory counts
-#else
-constexpr long kRecordKb = 160000;
-#endif
+constexpr long kRecordKb = MemoryKb(160000);
 
 TEST_F(RecordTest, TakesBoundedMemoryWhateverItsSize) {
     WriteBytes(record_, "");
@@ -102,8 +156,7 @@ TEST_F(RecordTest, TakesBoundedMemoryWhateverItsSize) {
     for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
     fs::resize_file(record_, (std::uintmax_t{256} << 20) + 1);
     run = Timed({scans_, "-o", out_, "--resume"});
-    EXPECT_EQ(run.status, 5);
-    EXPECT_THAT(run.err, HasSubstr(".hueweave.jsonl: is larger than any record, and tells of no earlier run; remove"));
+    EXPECT_THAT(run, Says(5, ".hueweave.jsonl: is larger than any record, and tells of no earlier run; remove"));
 }
 
 TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother) {
@@ -126,45 +179,31 @@ TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother
 }
 
 TEST_F(RecordTest, ALineThatDoesNotReachTheDiskIsSaid) {
-    const Outcome run = RunProgram(
-        {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), scans_ + "/a.tif", "-o", out_ + "/"},
-         "",
-         Faults("fdatasync:0:5"),
-         {},
-         {}});
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.err,
-                HasSubstr(".hueweave.jsonl: cannot be written (Input/output error); --resume will not know of a.tif"));
+    EXPECT_THAT(ConvertScan({scans_ + "/a.tif", "-o", out_ + "/"}, {.setenv = Faults("fdatasync:0:5")}),
+                Says(0, ".hueweave.jsonl: cannot be written (Input/output error); --resume will not know of a.tif"));
 }
 
 TEST_F(RecordTest, AListOfInputsOrCurvesNeedNotEnd) {
-    Outcome run = Timed({"--files-from", "/dev/zero", "-o", out_});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "hueweave: /dev/zero: holds a name that is too long for a file; give one name a line\n");
-    run = Timed({scans_, "--curve", "/dev/zero", "-o", out_});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr("hueweave: /dev/zero: row 1 is no curve row; "));
+    EXPECT_THAT(Timed({"--files-from", "/dev/zero", "-o", out_}),
+                SaysOnly(2, "/dev/zero: holds a name that is too long for a file; give one name a line"));
+    EXPECT_THAT(Timed({scans_, "--curve", "/dev/zero", "-o", out_}),
+                Says(2, "hueweave: /dev/zero: row 1 is no curve row; "));
 }
 
 TEST_F(RecordTest, ASignalEndsTheWaitingForAListThatNobodyWrites) {
     const std::string pipe = folder_ / "pipe";
     mkfifo(pipe.c_str(), 0600);
     for (const char* option : {"--files-from", "--curve"}) {
-        const Outcome run =
-            RunProgram({{HUEWEAVE_COMMAND, "convert", scans_, option, pipe, "-o", out_}, "", {}, {}, [](pid_t child) {
-                            WaitUntilIdle(child);
-                            Terminate(child);
-                        }});
+        const Outcome run = Hueweave({"convert", scans_, option, pipe, "-o", out_}, {.meanwhile = TerminateIdle});
         EXPECT_EQ(run.signal, SIGTERM) << run.err;
     }
     // One that is written late, or by a process, is read.
-    const std::string line = "(sleep 0.3; echo " + Quoted(scans_ + "/a.tif") + ") > " + Quoted(pipe) +
-                             " & " HUEWEAVE_COMMAND " convert --profile " + Quoted(Input("scanner.icc")) +
-                             " --files-from " + Quoted(pipe) + " -o " + Quoted(out_);
-    Shell(line);
-    Shell("bash -c '" HUEWEAVE_COMMAND " convert --profile \"$1\" --files-from <(echo \"$2\") -o \"$3\"' x " +
-          Quoted(Input("scanner.icc")) + " " + Quoted(scans_ + "/b.TIFF") + " " + Quoted(out_));
-    EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF"}));
+    const std::string to = " -o " + Quoted(out_);
+    Shell("(sleep 0.3; echo " + Quoted(scans_ + "/a.tif") + ") > " + pipe + " & " +
+          ConvertLine("--files-from " + pipe + to));
+    WriteBytes(folder_ / "line", ConvertLine("--files-from <(echo " + Quoted(scans_ + "/b.TIFF") + ")" + to));
+    Shell("bash " + (folder_ / "line"));
+    EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF"}));
 }
 
 TEST(RecordEntriesTest, LinesThatAreNoneOfOursCountForNothing) {
@@ -194,24 +233,143 @@ TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
         WriteBytes(path, bytes);
         const tool::FileAccess file = LineReader::Open(path);
         LineReader lines(file.descriptor(), '\n', longest);
-        std::vector<std::string> all;
+        Words all;
         for (std::string line; lines.Next(line);) all.push_back(line);
         EXPECT_EQ(lines.error(), 0);
         return all;
     };
-    using List = std::vector<std::string>;
-    EXPECT_EQ(read("", 5), List{});
-    EXPECT_EQ(read("a\n\nbc", 5), (List{"a", "", "bc"}));
-    EXPECT_EQ(read("12345\n123456\n1234567\na\n", 5), (List{"12345", "123456", "123456", "a"}));
-    EXPECT_EQ(read(large + "\nb\n", 5), (List{"xxxxxx", "b"}));
-    EXPECT_EQ(read("a\n" + large, 5), (List{"a", "xxxxxx"}));
-    EXPECT_EQ(read(large + "\n" + large, 200000), (List{large, large}));
+    EXPECT_EQ(read("", 5), Words{});
+    EXPECT_EQ(read("a\n\nbc", 5), (Words{"a", "", "bc"}));
+    EXPECT_EQ(read("12345\n123456\n1234567\na\n", 5), (Words{"12345", "123456", "123456", "a"}));
+    EXPECT_EQ(read(large + "\nb\n", 5), (Words{"xxxxxx", "b"}));
+    EXPECT_EQ(read("a\n" + large, 5), (Words{"a", "xxxxxx"}));
+    EXPECT_EQ(read(large + "\n" + large, 200000), (Words{large, large}));
     // A block of 64 KiB ends within the line, where it is as long as a line may be.
     EXPECT_EQ(read(std::string((std::size_t{64} << 10) - 5, '\n') + "123456\n", 5).back(), "123456");
     LineReader none(-1, '\n', 5);
     std::string line;
     EXPECT_FALSE(none.Next(line));
     EXPECT_EQ(none.error(), EBADF);
+}
+
+/// By sha256sum, of what is written behind the options.
+std::string SumOf(const std::string& options, const std::string& path) {
+    return Shell("{ echo " + Quoted(options) + "; cat " + Quoted(path) + "; } | sha256sum").substr(0, 64);
+}
+
+class FingerprintTest : public testing::Test {
+protected:
+    FingerprintTest() {
+        options_.rendering.space = colour::FindSpace("srgb");
+        WriteBytes(path_, Text('f', kSize));
+    }
+    static std::string Text(char first, std::size_t size) {
+        std::string text(size, first);
+        for (std::size_t i = 0; i < size; i += 7) text[i] = static_cast<char>(i / 7);
+        return text;
+    }
+    static tool::Bytes BytesOf(const std::string& text) { return {text.begin(), text.end()}; }
+    /// Takes ranges of the file, each with bytes of `taken`, which differ from those in the file.
+    std::string After(const std::vector<tool::Extent>& ranges) {
+        tool::Report report(true, false);
+        tool::ProfileCache cache(options_.rendering);
+        tool::MadeFolders folders(false);
+        tool::SweptFolders swept;
+        const tool::InputList list;
+        const tool::Session session{options_, list, report, cache, folders, swept, nullptr, {}};
+        const tool::SourceFile source = tool::OpenSource({path_, "", "", ""});
+        tool::Fingerprint fingerprint(session, source);
+        for (const tool::Extent& range : ranges) {
+            fingerprint.Take(range.offset, BytesOf(taken_.substr(range.offset, range.size)));
+        }
+        return fingerprint.Finish();
+    }
+    /// The sum of the file with the given ranges in place of its own.
+    std::string Wanted(const std::vector<tool::Extent>& ranges) {
+        std::string bytes = Text('f', kSize);
+        for (const tool::Extent& range : ranges) {
+            bytes.replace(range.offset, range.size, taken_, range.offset, range.size);
+        }
+        WriteBytes(folder_ / "wanted", bytes);
+        return SumOf(HUEWEAVE_VERSION " srgb perceptual 0 0 0 0 false embedded", folder_ / "wanted");
+    }
+
+    static constexpr std::size_t kMega = std::size_t{1} << 20, kSize = 3 * kMega + 5;
+    Folder folder_;
+    std::string path_ = folder_ / "source", taken_ = Text('t', kSize);
+    tool::ConvertOptions options_;
+};
+
+TEST_F(FingerprintTest, IsTheSumOfTheOptionsAndTheSource) { EXPECT_EQ(After({}), Wanted({})); }
+
+TEST_F(FingerprintTest, DoesNotReadAgainWhatItTookInOrder) {
+    EXPECT_EQ(After({{0, kSize}}), Wanted({{0, kSize}}));
+    EXPECT_EQ(After({{0, 10}, {10, 1}, {11, 500}}), Wanted({{0, 511}}));
+    // Behind the header, a directory, and a gap of the largest size.
+    const std::vector<tool::Extent> apart{{8, 100}, {200, 100}, {300 + kMega, 7}};
+    EXPECT_EQ(After(apart), Wanted(apart));
+}
+
+TEST_F(FingerprintTest, ReadsWhatCameOutOfOrder) {
+    EXPECT_EQ(After({{8, 100}, {109 + kMega, 7}, {108, 2}}), Wanted({{8, 102}}));
+    // Ranges that lie over each other count once, with the bytes that came first.
+    EXPECT_EQ(After({{50, 50}, {0, 60}, {40, 60}, {90, 20}}), Wanted({{50, 60}}));
+}
+
+class RecordedFingerprintTest : public BatchTest {
+protected:
+    /// By output.
+    std::map<std::string, std::string> Recorded() const {
+        std::map<std::string, std::string> all;
+        for (const std::string& line : Lines(FileBytes(out_ + "/.hueweave.jsonl"))) {
+            if (line.empty()) continue;
+            const auto entry = nlohmann::json::parse(line);
+            all[entry.at("output").get<std::string>()] = entry.at("fingerprint").get<std::string>();
+        }
+        return all;
+    }
+};
+
+TEST_F(RecordedFingerprintTest, IsTheSameInWhateverOrderASourceIsRead) {
+    const std::string photo = Quoted(Input("photo-8.tif"));
+    Shell("tiffcp -c none -p separate " + photo + " " + Quoted(scans_ + "/planes.tif"));
+    Shell("tiffcp -c none -t -w 64 -l 32 " + photo + " " + photo + " " + Quoted(scans_ + "/tiles.tif"));
+    Shell("tiffcp -c none -B " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/big-endian.tif"));
+    fs::copy_file(Input("large-16.tif"), scans_ + "/large.tif");
+    // One file on four threads, then files side by side.
+    ASSERT_EQ(ConvertScan({scans_ + "/large.tif", "-o", out_ + "/", "-j", "4"}).status, 0);
+    const Outcome run = ConvertAll({"-j", "4", "--resume"});
+    EXPECT_THAT(run.err, HasSubstr("6 converted, 1 done already"));
+    const std::string profile = Shell("sha256sum " + Quoted(Input("scanner.icc"))).substr(0, 64);
+    const auto recorded = Recorded();
+    EXPECT_EQ(recorded.size(), 7U);
+    for (const auto& [name, fingerprint] : recorded) {
+        const std::string options = HUEWEAVE_VERSION " srgb perceptual 0 0 0 0 false " + profile;
+        EXPECT_EQ(fingerprint, SumOf(options, scans_ + "/" + name)) << name;
+    }
+    // With an earlier run to compare with, the source is hashed before it is converted.
+    fs::remove(scans_ + "/large.tif");
+    for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
+    ASSERT_EQ(ConvertAll({"--resume"}).status, 0);
+    EXPECT_EQ(Recorded(), recorded);
+}
+
+TEST_F(RecordedFingerprintTest, APlainSourceIsReadOnce) {
+    const std::string photo = Quoted(Input("photo-16.tif")), pages = folder_ / "pages.tif";
+    Shell("tiffcp -c none " + photo + " " + photo + " " + photo + " " + photo + " " + Quoted(pages));
+    const auto readBytes = [](const std::string& words) {
+        // A shell that waited for a command has read what the command has read.
+        const std::string all = Shell("sh -c " + Quoted(words + "; cat /proc/$$/io"));
+        return std::stoull(all.substr(all.find("rchar: ") + 7));
+    };
+    const std::string convert = ConvertLine("-q --resume ");
+    const auto size = fs::file_size(pages);
+    const auto small = readBytes(convert + Quoted(Input("photo-16.tif")) + " -o " + Quoted(out_ + "/small/"));
+    const auto large = readBytes(convert + Quoted(pages) + " -o " + Quoted(out_ + "/large/"));
+    EXPECT_EQ(NamesIn(out_ + "/large"), (Words{".hueweave.jsonl", "pages.tif"}));
+    // Four pages less one, and a little for their directories; then all four, beside what any process reads.
+    EXPECT_LT(large - small, size * 8 / 10);
+    EXPECT_LT(large - readBytes(HUEWEAVE_COMMAND " spaces"), size * 5 / 4);
 }
 
 }  // namespace

@@ -1,76 +1,59 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // What inspect tells of files that lack something, and of the parts of a table.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-
-#include "command/support/Command.h"
 #include "command/support/DeviceProfiles.h"
+#include "command/support/ProfileTest.h"
 #include "command/support/TiffMaker.h"
 
 namespace hueweave::test {
 namespace {
 
 using nlohmann::json;
+using testing::HasSubstr;
 
-class InspectTest : public testing::Test {
+class InspectTest : public ProfileTest {
 protected:
-    json Told() const {
-        const Outcome run = Hueweave({"inspect", "--json", file_});
-        EXPECT_EQ(run.status, 0) << run.err;
-        return json::parse(run.out);
+    json ToldOf() const { return Told({"inspect", file_}); }
+    json PageOf(const Entries& entries) const {
+        TiffMaker tiff;
+        tiff.Page(entries);
+        tiff.Save(file_);
+        return ToldOf()["pages"][0];
     }
-    Folder folder_;
     std::string file_ = folder_ / "file";
 };
 
 TEST_F(InspectTest, TellsWhatHoldsWhereATagIsAbsent) {
-    TiffMaker tiff;
-    tiff.Page({TiffMaker::Long(256, 9)});
-    tiff.Save(file_);
-    const json page = Told()["pages"][0];
-    EXPECT_EQ(page["width"], 9);
-    EXPECT_EQ(page["height"], 0);
-    EXPECT_EQ(page["samples"], 1);
-    EXPECT_EQ(page["bits"], 1);
-    EXPECT_EQ(page["planar"], false);
-    EXPECT_EQ(page["compression"], "none");
-    EXPECT_EQ(page["rows a strip"], 0);
-    EXPECT_EQ(page["orientation"], 1);
+    const json page = PageOf({TiffMaker::Long(256, 9)});
+    const json wanted{{"width", 9},      {"height", 0},           {"samples", 1},      {"bits", 1},
+                      {"planar", false}, {"compression", "none"}, {"rows a strip", 0}, {"orientation", 1}};
+    for (const auto& [key, value] : wanted.items()) EXPECT_EQ(page[key], value) << key;
 }
 
 TEST_F(InspectTest, OneStripHoldsAllRowsUnlessATagTellsOtherwise) {
-    for (const auto& [tag, wanted] : {std::pair{0, 7}, std::pair{3, 3}, std::pair{70, 7}}) {
-        TiffMaker tiff;
-        std::vector<TiffMaker::Entry> entries{TiffMaker::Long(256, 9), TiffMaker::Long(257, 7)};
-        if (tag != 0) entries.push_back(TiffMaker::Long(278, static_cast<std::uint64_t>(tag)));
-        tiff.Page(entries);
-        tiff.Save(file_);
-        EXPECT_EQ(Told()["pages"][0]["rows a strip"], wanted);
-    }
+    const Entries size{TiffMaker::Long(256, 9), TiffMaker::Long(257, 7)};
+    EXPECT_EQ(PageOf(size)["rows a strip"], 7);
+    EXPECT_EQ(PageOf(And(size, TiffMaker::Long(278, 3)))["rows a strip"], 3);
+    EXPECT_EQ(PageOf(And(size, TiffMaker::Long(278, 70)))["rows a strip"], 7);
 }
 
 TEST_F(InspectTest, ListsStandOnOneLine) {
-    TiffMaker tiff;
-    tiff.Page({TiffMaker::Long(256, 9), TiffMaker::Long(322, 32), TiffMaker::Long(323, 16)});
-    tiff.Save(file_);
-    EXPECT_THAT(Hueweave({"inspect", file_}).out, testing::HasSubstr(" tiles: [32,16]\n"));
+    PageOf({TiffMaker::Long(256, 9), TiffMaker::Long(322, 32), TiffMaker::Long(323, 16)});
+    EXPECT_THAT(Hueweave({"inspect", file_}).out, HasSubstr(" tiles: [32,16]\n"));
 }
 
 TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
     WriteLinkProfile(file_);
-    EXPECT_EQ(Told()["class"], "link");
-    EXPECT_FALSE(Told().contains("white"));
+    EXPECT_EQ(ToldOf()["class"], "link");
+    EXPECT_FALSE(ToldOf().contains("white"));
     WriteDeviceProfile(file_, Form::MabCurves);
     // D50 with 16 bits behind the point: 0.9642, 1 and 0.8249, rounded to 65536ths.
-    EXPECT_EQ(Told()["white"], (json{63190 / 65536.0, 1.0, 54061 / 65536.0}));
+    EXPECT_EQ(ToldOf()["white"], (json{63190 / 65536.0, 1.0, 54061 / 65536.0}));
 }
 
 TEST_F(InspectTest, TheShapeOfATableIsTold) {
     const auto table = [&] {
-        const json told = Told();
+        const json told = ToldOf();
         for (const json& tag : told["tags"]) {
             if (tag["name"] == "A2B0") return tag["table"];
         }
@@ -88,6 +71,43 @@ TEST_F(InspectTest, TheShapeOfATableIsTold) {
     WriteDeviceProfile(file_, Form::Mft2OddGrid);
     const json wanted{{"inputs", 3}, {"outputs", 3}, {"grid", 21}, {"input entries", 256}, {"output entries", 256}};
     EXPECT_EQ(table(), wanted);
+}
+
+TEST_F(InspectTest, TakesTheTypeOfATagFromItsOwnBytes) {
+    std::string bytes = FileBytes(Input("scanner.icc"));
+    const std::size_t entry = bytes.find("cprt");
+    ASSERT_LT(entry, 500U) << "in the table of tags";
+    bytes.replace(entry + 8, 4, std::string{0, 0, 0, 2});
+    WriteBytes(file_, bytes);
+    const json told = ToldOf();
+    for (const auto& tag : told["tags"]) {
+        EXPECT_EQ(tag["type"] == "te??", tag["name"] == "cprt") << tag["name"];
+    }
+}
+
+TEST_F(InspectTest, TellsOfProfilesAndFiles) {
+    const json scanner = Told({"inspect", Input("scanner.icc")});
+    EXPECT_EQ(scanner["description"], "scanner");
+    EXPECT_EQ(scanner["class"], "scnr");
+    EXPECT_EQ(scanner["intents"][0]["served"], "yes");
+    EXPECT_EQ(scanner["intents"][1]["served"], "baked");
+    EXPECT_EQ(scanner["intents"][1]["why"], "it has no table A2B1");
+    const std::string tagged = folder_ / "tagged.tif";
+    Embed(Input("scanner.icc"), file_);
+    Shell("tiffcp -c lzw " + Quoted(file_) + " " + Quoted(tagged));
+    const json told = Told({"inspect", tagged});
+    EXPECT_EQ(told["convertible"], true);
+    EXPECT_EQ(told["pages"][0]["width"], 210);
+    EXPECT_EQ(told["pages"][0]["bits"], 16);
+    EXPECT_EQ(told["pages"][0]["compression"], "LZW");
+    EXPECT_EQ(told["pages"][0]["profile"]["description"], "scanner");
+    const Outcome text = Hueweave({"inspect", tagged, Input("scanner.icc"), folder_ / "missing"});
+    EXPECT_EQ(text.status, 1);
+    EXPECT_THAT(text.out, HasSubstr("A2B0, mft2, bytes"));
+    EXPECT_THAT(text.out, HasSubstr("relative, baked, it has no table A2B1"));
+    EXPECT_THAT(text.err, HasSubstr("missing: cannot be read"));
+    WriteGreyProfile(file_);
+    EXPECT_EQ(ToldOf()["intents"][0]["served"], "no");
 }
 
 }  // namespace

@@ -1,266 +1,173 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // What cannot be converted is refused on one line with a remedy, and nothing is written.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "command/support/Command.h"
+#include "command/support/FileTest.h"
 
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-
-class RefusalTest : public testing::Test {
+class RefusalTest : public FileTest {
 protected:
-    /// Runs `convert` and checks everything that refusals have in common.
-    void ExpectRefusal(int status, const std::string& reason, std::vector<std::string> more = {}) {
-        std::vector<std::string> words{"convert", in_, "-o", out_};
-        words.insert(words.end(), more.begin(), more.end());
-        const Outcome run = Hueweave(words);
-        EXPECT_EQ(run.status, status) << run.err;
-        const auto lines = Lines(run.err);
-        ASSERT_EQ(lines.size(), 1U) << run.err;
-        EXPECT_THAT(lines[0], HasSubstr(reason));
-        EXPECT_THAT(lines[0], HasSubstr("; ")) << "no remedy";
-        EXPECT_THAT(lines[0], testing::StartsWith("hueweave: "));
-        EXPECT_EQ(run.out, "");
+    /// Refuses the photograph for its profile.
+    void ExpectProfileRefusal(const std::string& reason, const Words& more) const {
+        WriteBytes(in_, FileBytes(Input("photo-8.tif")));
+        EXPECT_THAT(Hueweave(Words{"convert", in_, "-o", out_} + more), Refuses(3, reason));
         EXPECT_FALSE(Exists(out_));
-        for (const std::string& name : NamesIn(folder_.path())) EXPECT_THAT(name, testing::Not(HasSubstr("hueweave")));
     }
-    void Image(const std::string& arguments) { Shell("convert-im6 " + arguments + " " + Quoted(in_)); }
-    std::vector<std::string> Profile() { return {"--profile", Input("scanner.icc")}; }
-    Folder folder_;
-    std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
 };
 
-TEST_F(RefusalTest, NoProfile) {
-    Image(Input("photo-8.tif"));
-    ExpectRefusal(3, in_ + ": embeds no profile");
+struct BadImage {
+    const char* name;
+    const char* recipe;  ///< a shell line from $in to $out
+    const char* reason;
+    const char* photo = "photo-8.tif";
+};
+void PrintTo(const BadImage& row, std::ostream* out) { *out << row.name; }
+class ImageRefusalTest : public RefusalTest, public testing::WithParamInterface<BadImage> {};
+
+TEST_P(ImageRefusalTest, SaysWhy) {
+    Make(GetParam().recipe, Input(GetParam().photo));
+    ExpectRefusal(GetParam().reason);
 }
 
-TEST_F(RefusalTest, AMistypedProfileName) {
-    Image(Input("photo-8.tif"));
-    ExpectRefusal(3, "scaner.icc: cannot be read (No such file or directory); check the file and its permissions",
-                  {"--profile", folder_ / "scaner.icc"});
-}
-
-TEST_F(RefusalTest, AFileThatIsNoProfile) {
-    Image(Input("photo-8.tif"));
-    Shell("head -c 5000 /dev/urandom > " + Quoted(folder_ / "random.icc"));
-    ExpectRefusal(3, "is not a readable ICC profile", {"--profile", folder_ / "random.icc"});
-    ExpectRefusal(3, "is not a readable ICC profile", {"--profile", in_});
-    Shell(": > " + Quoted(folder_ / "empty.icc"));
-    ExpectRefusal(3, "is not a readable ICC profile", {"--profile", folder_ / "empty.icc"});
-}
-
-TEST_F(RefusalTest, AFolderAsProfile) {
-    Image(Input("photo-8.tif"));
-    ExpectRefusal(3, "not a regular file", {"--profile", folder_.path()});
-}
-
-TEST_F(RefusalTest, AProfileThatIsCut) {
-    Image(Input("photo-8.tif"));
-    for (const int size : {100, 128, 200, 2000}) {
-        WriteBytes(folder_ / "cut.icc", FileBytes(Input("scanner.icc")).substr(0, static_cast<size_t>(size)));
-        ExpectRefusal(3, "cut.icc: ", {"--profile", folder_ / "cut.icc"});
-    }
-}
-
-TEST_F(RefusalTest, GreyPixels) {
-    Image(Input("photo-8.tif") + " -colorspace Gray");
-    ExpectRefusal(4, "holds grey pixels, not RGB", Profile());
-}
-
-TEST_F(RefusalTest, CmykPixels) {
-    Image(Input("photo-8.tif") + " -colorspace CMYK");
-    ExpectRefusal(4, "holds CMYK pixels, not RGB", Profile());
-}
-
-TEST_F(RefusalTest, PalettePixels) {
-    Image(Input("photo-8.tif") + " -colors 64 -type Palette");
-    ExpectRefusal(4, "holds palette pixels, not RGB", Profile());
-}
-
-TEST_F(RefusalTest, LabPixels) {
-    Image(Input("photo-8.tif") + " -colorspace Lab");
-    ExpectRefusal(4, "holds Lab pixels, not RGB", Profile());
-}
-
-TEST_F(RefusalTest, FloatingPoint) {
+constexpr const char* kNoTiff = "in.tif: is not a TIFF file";
+constexpr const char* kPredictor3 = "has predictor 3, which whole numbers do not have";
+constexpr const char* kPredictor42 = "has predictor 42, which whole numbers do not have";
+const BadImage kBadImages[] = {
+    {"Missing", ":", "cannot be read (No such file or directory)"},
+    {"Empty", ": > $out", kNoTiff},
+    {"Text", "echo 'a text, which is no image at all' > $out", kNoTiff},
+    {"Png", "convert-im6 $in png:$out", kNoTiff},
+    {"Grey", "convert-im6 $in -colorspace Gray $out", "holds grey pixels, not RGB"},
+    {"Cmyk", "convert-im6 $in -colorspace CMYK $out", "holds CMYK pixels, not RGB"},
+    {"Palette", "convert-im6 $in -colors 64 -type Palette $out", "holds palette pixels, not RGB"},
+    {"Lab", "convert-im6 $in -colorspace Lab $out", "holds Lab pixels, not RGB"},
     // ImageMagick writes the file and complains of a tag that it did not need.
-    Shell(
-        "convert-im6 -size 20x20 xc:red -depth 32 -type TrueColor -define quantum:format=floating-point -compress "
-        "none " +
-        Quoted(in_) + " 2>/dev/null || tiffinfo " + Quoted(in_) + " | grep -q 'IEEE floating point'");
-    ExpectRefusal(4, "holds floating-point samples", Profile());
-}
+    {"FloatingPoint",
+     "convert-im6 -size 20x20 xc:red -depth 32 -type TrueColor -define quantum:format=floating-point -compress none "
+     "$out 2>/dev/null || tiffinfo $out | grep -q 'IEEE floating point'",
+     "holds floating-point samples"},
+    {"32Bits", "convert-im6 $in -depth 32 -compress none $out", "has 32 bits a sample", "photo-16.tif"},
+    {"4Bits", "convert-im6 $in -depth 4 -type TrueColor -define tiff:bits-per-sample=4 $out; tiffset -s 258 4 4 4 $out",
+     "has 4 bits a sample", "photo-16.tif"},
+    {"LzwPredictor3", "tiffcp -s -c lzw:2 $in $out; tiffset -s 317 3 $out", kPredictor3},
+    {"LzwPredictor42", "tiffcp -s -c lzw:2 $in $out; tiffset -s 317 42 $out", kPredictor42},
+    {"DeflatePredictor3", "tiffcp -s -c zip:2 $in $out; tiffset -s 317 3 $out", kPredictor3},
+    {"DeflatePredictor42", "tiffcp -s -c zip:2 $in $out; tiffset -s 317 42 $out", kPredictor42},
+    {"OnePageOfSeveral", "convert-im6 $in -colorspace Gray tiff:$out.grey; tiffcp $in $out.grey $out; rm $out.grey",
+     "page 2 holds grey pixels"},
+    // The directory stands almost at 4 GiB: the profile does not fit behind it.
+    {"BeyondFourGigabytes", "tiffcp -s -c none -r 238 $in $out; truncate -s 4294967200 $out",
+     "would pass the 4 GiB that a classic TIFF file can hold"},
+};
+INSTANTIATE_TEST_SUITE_P(Every, ImageRefusalTest, testing::ValuesIn(kBadImages), NameOfRow);
 
-TEST_F(RefusalTest, OtherDepths) {
-    Image(Input("photo-16.tif") + " -depth 32 -compress none");
-    ExpectRefusal(4, "has 32 bits a sample", Profile());
-    Image(Input("photo-16.tif") + " -depth 4 -type TrueColor -define tiff:bits-per-sample=4");
-    Shell("tiffset -s 258 4 4 4 " + Quoted(in_));
-    ExpectRefusal(4, "has 4 bits a sample", Profile());
-}
-
-TEST_F(RefusalTest, APredictorThatThereIsNot) {
-    for (const char* scheme : {"lzw:2", "zip:2"}) {
-        for (const char* predictor : {"3", "42"}) {
-            Shell(std::string("tiffcp -s -c ") + scheme + " " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));
-            Shell(std::string("tiffset -s 317 ") + predictor + " " + Quoted(in_));
-            ExpectRefusal(4, std::string("has predictor ") + predictor + ", which whole numbers do not have",
-                          Profile());
-        }
-    }
-}
-
-TEST_F(RefusalTest, NoTiff) {
-    WriteBytes(in_, "");
-    ExpectRefusal(4, "is not a TIFF file", Profile());
-    WriteBytes(in_, "a text, which is no image at all");
-    ExpectRefusal(4, "is not a TIFF file", Profile());
-    Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " png:" + Quoted(in_));
-    ExpectRefusal(4, "is not a TIFF file", Profile());
-}
-
-TEST_F(RefusalTest, AMissingInput) { ExpectRefusal(4, "cannot be read (No such file or directory)", Profile()); }
-
-TEST_F(RefusalTest, ACutImage) {
-    for (const char* recipe : {"none", "lzw", "zip:2", "packbits", "jpeg"}) {
-        Shell(std::string("tiffcp -s -r 238 -c ") + recipe + " " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));
+TEST_F(RefusalTest, ACutOrDamagedImage) {
+    for (const std::string scheme : {"none", "packbits", "lzw", "zip:2", "jpeg"}) {
+        SCOPED_TRACE(scheme);
+        Make("tiffcp -s -r 238 -c " + scheme + " $in $out");
         const std::string whole = FileBytes(in_);
+        const std::size_t size = whole.size();
         for (const std::size_t percent : {5U, 50U, 90U, 99U}) {
-            WriteBytes(in_, whole.substr(0, whole.size() * percent / 100));
-            ExpectRefusal(4, "in.tif: ", Profile());
+            WriteBytes(in_, whole.substr(0, size * percent / 100));
+            ExpectRefusal("in.tif: ");
         }
-    }
-}
-
-TEST_F(RefusalTest, DamagedImageData) {
-    for (const char* recipe : {"lzw", "zip:2", "jpeg"}) {
-        Shell(std::string("tiffcp -s -r 238 -c ") + recipe + " " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));
-        std::string bytes = FileBytes(in_);
+        if (scheme == "none" || scheme == "packbits") continue;  // which cannot tell
         // From the first tenth of the image data on, nothing but zeros.
-        const std::size_t size = bytes.size();
-        std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(8 + size / 10), size / 2, '\0');
-        WriteBytes(in_, bytes);
-        ExpectRefusal(4, "holds damaged image data", Profile());
+        WriteBytes(in_, std::string(whole).replace(8 + size / 10, size / 2, size / 2, '\0'));
+        ExpectRefusal("holds damaged image data");
     }
 }
 
-TEST_F(RefusalTest, OnePageOfSeveral) {
-    const std::string grey = folder_ / "grey.tif";
-    Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " -colorspace Gray " + Quoted(grey));
-    Shell("tiffcp " + Quoted(Input("photo-8.tif")) + " " + Quoted(grey) + " " + Quoted(in_));
-    ExpectRefusal(4, "page 2 holds grey pixels", Profile());
+TEST_F(RefusalTest, AProfileThatIsMissingOrNone) {
+    constexpr const char* kNone = "is not a readable ICC profile";
+    const std::string file = folder_ / "file.icc", scanner = FileBytes(Input("scanner.icc"));
+    ExpectProfileRefusal(in_ + ": embeds no profile", {});
+    ExpectProfileRefusal("file.icc: cannot be read (No such file or directory); check the file and its permissions",
+                         {"--profile", file});
+    ExpectProfileRefusal("not a regular file", {"--profile", folder_.path()});
+    ExpectProfileRefusal(kNone, {"--profile", in_});
+    Shell("head -c 5000 /dev/urandom > " + Quoted(file));
+    ExpectProfileRefusal(kNone, {"--profile", file});
+    WriteBytes(file, "");
+    ExpectProfileRefusal(kNone, {"--profile", file});
+    for (const std::size_t size : {100U, 128U, 200U, 2000U}) {
+        WriteBytes(file, scanner.substr(0, size));
+        ExpectProfileRefusal("file.icc: ", {"--profile", file});
+    }
 }
 
 TEST_F(RefusalTest, TheProfilesDoNotMatch) {
-    Image(Input("photo-8.tif") + " -profile " + Input("matrix.icc"));
-    ExpectRefusal(3, "embeds another profile (matrix) than",
-                  {"--profile", Input("scanner.icc"), "--source", "require-match"});
+    Make("convert-im6 $in -profile " + Input("matrix.icc") + " $out");
+    ExpectRefusal("embeds another profile (matrix) than", {"--source", "require-match"}, 3);
 }
-
-TEST_F(RefusalTest, ClassicTiffThatWouldPassFourGigabytes) {
-    // The directory stands almost at 4 GiB: the profile does not fit behind it.
-    Shell("tiffcp -s -c none -r 238 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_));
-    Shell("truncate -s 4294967200 " + Quoted(in_));
-    ExpectRefusal(4, "would pass the 4 GiB that a classic TIFF file can hold", Profile());
-}
-
-struct BadWords {
-    const char* name;
-    std::vector<std::string> words;
-    const char* reason;
-};
-void PrintTo(const BadWords& row, std::ostream* out) { *out << row.name; }
-class UsageTest : public testing::TestWithParam<BadWords> {};
-
-TEST_P(UsageTest, IsTwoAndSaysWhy) {
-    const Outcome run = Hueweave(GetParam().words);
-    EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr(GetParam().reason));
-    EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
-    EXPECT_EQ(run.out, "");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Every, UsageTest,
-    testing::Values(
-        BadWords{"NoCommand", {}, "subcommand is required"},
-        BadWords{"UnknownCommand", {"transmogrify"}, "'transmogrify' is no command"},
-        BadWords{"EmptyInput", {"convert", "", "-o", "y"}, "the name of an input is empty"},
-        BadWords{"EmptyProfile", {"convert", "x", "-o", "y", "--profile", ""}, "--profile is empty"},
-        BadWords{"NoInput", {"convert", "-o", "x.tif"}, "no input was given"},
-        BadWords{"NoOutput", {"convert", "x.tif"}, "no output was given"},
-        BadWords{"UnknownSpace",
-                 {"convert", "x", "-o", "y", "--to", "srbg"},
-                 "--to: srbg not in {srgb,srgb-linear,adobe-rgb,adobe-rgb-g18,adobe-rgb-linear,"
-                 "apple-rgb-g18,apple-rgb-linear,colormatch-g18,colormatch-linear,kodak-photo,kodak-mix,"
-                 "kodak-text};"},
-        BadWords{"UnknownSpaceToVerify", {"verify", "x", "--to", ""}, "--to:  not in {srgb,"},
-        BadWords{"UnknownIntent",
-                 {"convert", "x", "-o", "y", "--intent", "0"},
-                 "--intent: 0 not in {perceptual,relative,saturation,absolute};"},
-        BadWords{"UnknownRule",
-                 {"convert", "x", "-o", "y", "--source", "z"},
-                 "--source: z not in {given,embedded,require-match};"},
-        BadWords{"OutOfRange",
-                 {"convert", "x", "-o", "y", "--lightness", "100.5"},
-                 "--lightness: 100.5 is out of range, use -100 to 100;"},
-        BadWords{
-            "NoNumber", {"convert", "x", "-o", "y", "--hue", "nan"}, "--hue: nan is out of range, use -360 to 360;"},
-        BadWords{
-            "LimitThatIsNoNumber", {"verify", "x", "--limit", "nan"}, "--limit: nan is out of range, use 0 to 100;"},
-        BadWords{"BothOutputs", {"convert", "x", "-o", "y", "--in-place"}, "exclude each other"},
-        BadWords{"BitsWithoutANumber", {"verify", "x", "--bits", ""}, "--bits"},
-        BadWords{"OnePoint", {"verify", "x", "--points", "1"}, "--points"},
-        BadWords{"TooManyPoints", {"verify", "x", "--points", "66"}, "--points"},
-        BadWords{"ZeroThreads", {"convert", "x", "-o", "y", "-j", "0"}, "--jobs"},
-        BadWords{"BadShard", {"convert", "x", "-o", "y", "--shard", "5/4"}, "--shard 5/4"},
-        BadWords{"BadMemory",
-                 {"convert", "x", "-o", "y", "--max-memory", "lots"},
-                 "--max-memory: lots is not a size, use for example 64M or 1G;"},
-        BadWords{
-            "LowerCaseMemory", {"convert", "x", "-o", "y", "--max-memory", "64m"}, "--max-memory: 64m is not a size"},
-        BadWords{"NegativeMemory", {"convert", "x", "-o", "y", "--max-memory=-1"}, "--max-memory: -1 is not a size"},
-        BadWords{"TooMuchMemory",
-                 {"convert", "x", "-o", "y", "--max-memory", "8589934593K"},
-                 "--max-memory: 8589934593K is not a size"},
-        BadWords{"LittleMemory",
-                 {"convert", "x", "-o", "y", "--max-memory", "32767K"},
-                 "--max-memory: 32767K is too little, use 32M or more;"},
-        BadWords{"NulWithoutList", {"convert", "x", "-o", "y", "-0"}, "--files-from"},
-        BadWords{"ListAndImageFromOneInput",
-                 {"convert", "-", "--files-from", "-", "-o", "y"},
-                 "- and --files-from - both read standard input"},
-        BadWords{"ResumeWithoutFolder", {"convert", "x", "-o", "y.tif", "--resume"}, "--resume wants"},
-        BadWords{"BakeToStandardOutput", {"bake", "x", "-o", "-"}, "does not write to standard output"},
-        BadWords{"JsonAndImage", {"convert", "x", "-o", "-", "--json"}, "both write to standard output"},
-        BadWords{"CurveForATable",
-                 {"convert", "x", "-o", "y", "--to", "adobe-rgb", "--curve", "c"},
-                 "--curve does not go with"}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(RefusalTest, CurvesThatAreNone) {
-    Image(Input("photo-8.tif"));
+    Make("cp $in $out");
     const std::string curve = folder_ / "curve.csv";
-    const auto with = [&](const std::string& text) {
-        WriteBytes(curve, text);
-        auto words = Profile();
-        words.insert(words.end(), {"--curve", curve});
-        return words;
-    };
-    ExpectRefusal(2, "has 0 rows", with(""));
-    ExpectRefusal(2, "has 1 rows", with("1,2,3\n"));
-    ExpectRefusal(2, "row 1 is no curve row", with("1,2,256\n"));
-    ExpectRefusal(2, "row 1 is no curve row", with("1,2\n"));
-    ExpectRefusal(2, "row 1 has more than three values", with("1,2,3,4\n"));
     std::string many;
     for (int i = 0; i < 257; ++i) many += "0,0,0\n";
-    ExpectRefusal(2, "has more than 256 rows", with(many));
+    const std::pair<std::string, const char*> rows[] = {{"", "has 0 rows"},
+                                                        {"1,2,3\n", "has 1 rows"},
+                                                        {"1,2,256\n", "row 1 is no curve row"},
+                                                        {"1,2\n", "row 1 is no curve row"},
+                                                        {"1,2,3,4\n", "row 1 has more than three values"},
+                                                        {many, "has more than 256 rows"}};
+    for (const auto& [text, reason] : rows) {
+        WriteBytes(curve, text);
+        ExpectRefusal(reason, {"--curve", curve}, 2);
+    }
 }
+
+struct BadLine {
+    const char* name;
+    const char* line;  ///< of a shell, behind the name of the command
+    const char* reason;
+};
+void PrintTo(const BadLine& row, std::ostream* out) { *out << row.name; }
+class UsageTest : public testing::TestWithParam<BadLine> {};
+
+TEST_P(UsageTest, IsTwoAndSaysWhy) {
+    const Words words{"sh", "-c", std::string(HUEWEAVE_COMMAND " ") + GetParam().line};
+    EXPECT_THAT(RunProgram({.words = words}), Refuses(2, GetParam().reason));
+}
+
+const BadLine kBadLines[] = {
+    {"NoCommand", "", "subcommand is required"},
+    {"UnknownCommand", "transmogrify", "'transmogrify' is no command"},
+    {"EmptyInput", "convert '' -o y", "the name of an input is empty"},
+    {"EmptyProfile", "convert x -o y --profile ''", "--profile is empty"},
+    {"NoInput", "convert -o x.tif", "no input was given"},
+    {"NoOutput", "convert x.tif", "no output was given"},
+    {"UnknownSpace", "convert x -o y --to srbg",
+     "--to: srbg not in "
+     "{srgb,srgb-linear,adobe-rgb,adobe-rgb-g18,adobe-rgb-linear,apple-rgb-g18,apple-rgb-linear,colormatch-g18,"
+     "colormatch-linear,kodak-photo,kodak-mix,kodak-text};"},
+    {"UnknownSpaceToVerify", "verify x --to ''", "--to:  not in {srgb,"},
+    {"UnknownIntent", "convert x -o y --intent 0", "--intent: 0 not in {perceptual,relative,saturation,absolute};"},
+    {"UnknownRule", "convert x -o y --source z", "--source: z not in {given,embedded,require-match};"},
+    {"OutOfRange", "convert x -o y --lightness 100.5", "--lightness: 100.5 is out of range, use -100 to 100;"},
+    {"NoNumber", "convert x -o y --hue nan", "--hue: nan is out of range, use -360 to 360;"},
+    {"LimitThatIsNoNumber", "verify x --limit nan", "--limit: nan is out of range, use 0 to 100;"},
+    {"BothOutputs", "convert x -o y --in-place", "exclude each other"},
+    {"BitsWithoutANumber", "verify x --bits ''", "--bits"},
+    {"OnePoint", "verify x --points 1", "--points"},
+    {"TooManyPoints", "verify x --points 66", "--points"},
+    {"ZeroThreads", "convert x -o y -j 0", "--jobs"},
+    {"BadShard", "convert x -o y --shard 5/4", "--shard 5/4"},
+    {"BadMemory", "convert x -o y --max-memory lots", "--max-memory: lots is not a size, use for example 64M or 1G;"},
+    {"LowerCaseMemory", "convert x -o y --max-memory 64m", "--max-memory: 64m is not a size"},
+    {"NegativeMemory", "convert x -o y --max-memory=-1", "--max-memory: -1 is not a size"},
+    {"TooMuchMemory", "convert x -o y --max-memory 8589934593K", "--max-memory: 8589934593K is not a size"},
+    {"LittleMemory", "convert x -o y --max-memory 32767K", "--max-memory: 32767K is too little, use 32M or more;"},
+    {"NulWithoutList", "convert x -o y -0", "--files-from"},
+    {"ListAndImageFromOneInput", "convert - --files-from - -o y", "- and --files-from - both read standard input"},
+    {"ResumeWithoutFolder", "convert x -o y.tif --resume", "--resume wants"},
+    {"BakeToStandardOutput", "bake x -o -", "does not write to standard output"},
+    {"JsonAndImage", "convert x -o - --json", "both write to standard output"},
+    {"CurveForATable", "convert x -o y --to adobe-rgb --curve c", "--curve does not go with"},
+};
+INSTANTIATE_TEST_SUITE_P(Every, UsageTest, testing::ValuesIn(kBadLines), NameOfRow);
 
 }  // namespace
 }  // namespace hueweave::test

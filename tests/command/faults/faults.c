@@ -2,22 +2,23 @@
  * Copyright (c) The Hueweave authors
  *
  * Preloaded into the command under test: makes calls of the system fail. HUEWEAVE_FAULT holds one fault or more,
- * separated by commas, each as "call:n:errno": the n-th call from 1 on, or every one for n = 0. For an errno of 0 the
- * call does half of what it was asked for; linkat and fsync do all of it, and the command is killed. For an errno of -1
- * the call passes after the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO, of -2 after 50
- * milliseconds; for -3, -4 and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. The calls are
- * pread, pwrite, fsync, fdatasync, fchown, ftruncate, linkat, renameat2, lseek, pthread_create, tmpfile, which is open
- * with O_TMPFILE, proc, which is access below /proc, and owner and user, where lstat tells of the errno as the owner
- * and geteuid as the user. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write to, is no
- * longer empty when a fault with a number has struck.
+ * separated by commas, each as "call:n:how": the n-th call from 1 on, or every one for n = 0. A call is named by its
+ * function, or by its group for all functions that open, read, write, sync, name or mmap. Three more calls are tmpfile,
+ * which is open with O_TMPFILE, proc, which is access below /proc, and owner and user, where lstat tells of `how` as
+ * the owner and geteuid as the user. lseek is counted where it looks for holes.
+ *
+ * Above 0, `how` is the errno. For 0 a read or a write does half of what it was asked for. For -1 the call passes after
+ * the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO, for -2 after 50 milliseconds. For -3, -4
+ * and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. For -6 the command is killed in place of
+ * the call, for -7 right after it. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write
+ * to, is no longer empty when a fault with a number has struck.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
-#include <fcntl.h>
+#include <linux/fcntl.h> /* the constants; <fcntl.h> declares open with other parameters than those below */
 #include <pthread.h>
 #include <signal.h>
-#include <stdarg.h>
 #include <stdatomic.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -27,175 +28,131 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-static void* Next(const char* name) { return dlsym(RTLD_NEXT, name); }
+static struct {
+    char call[16];
+    int n, how;
+    atomic_int count;
+} faults[8];
 
 /* Opened at the start, while any file can be; not under the number of a standard stream. */
 static int seen = -1;
-__attribute__((constructor)) static void OpenSeen(void) {
+
+__attribute__((constructor)) static void Begin(void) {
     const char* name = getenv("HUEWEAVE_FAULT_SEEN");
-    if (name == NULL || *name == 0) return;
-    const int file = (int)syscall(SYS_openat, AT_FDCWD, name, O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    seen = fcntl(file, F_DUPFD_CLOEXEC, 100);
-    close(file);
+    if (name != NULL && *name != 0) {
+        const long file = syscall(SYS_openat, AT_FDCWD, name, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        seen = (int)syscall(SYS_fcntl, file, F_DUPFD_CLOEXEC, 100);
+        syscall(SYS_close, file);
+    }
+    const char* at = getenv("HUEWEAVE_FAULT");
+    for (int i = 0; at != NULL && *at != 0 && i < 8; ++i) {
+        if (sscanf(at, "%15[^:]:%d:%d", faults[i].call, &faults[i].n, &faults[i].how) != 3) abort();
+        at = strchr(at, ',');
+        if (at != NULL) ++at;
+    }
 }
 
 /* By the functions that the C++ library's own containers throw with. */
-static void Throw(int which) {
-    if (which == -3) ((void (*)(const char*))Next("_ZSt20__throw_length_errorPKc"))("vector::_M_default_append");
-    if (which == -4) ((void (*)(void))Next("_ZSt17__throw_bad_allocv"))();
-    ((void (*)(const char*))Next("_ZSt21__throw_runtime_errorPKc"))("odd");
+static void Throw(int how) {
+    if (how == -3) ((void (*)(const char*))dlsym(RTLD_NEXT, "_ZSt20__throw_length_errorPKc"))("vector");
+    if (how == -4) ((void (*)(void))dlsym(RTLD_NEXT, "_ZSt17__throw_bad_allocv"))();
+    ((void (*)(const char*))dlsym(RTLD_NEXT, "_ZSt21__throw_runtime_errorPKc"))("odd");
 }
 
-/* The call at hand: below 0 to let it pass, else the errno. */
-static int Fault(const char* call, atomic_int* count) {
-    const int now = atomic_fetch_add(count, 1) + 1;
-    const char* at = getenv("HUEWEAVE_FAULT");
-    while (at != NULL && *at != 0) {
-        char name[32];
-        int n = 0, error = 0;
-        if (sscanf(at, "%31[^:]:%d:%d", name, &n, &error) == 3 && strcmp(name, call) == 0 && (n == 0 || n == now)) {
-            if (n != 0 && seen >= 0 && write(seen, "x", 1) != 1) abort();
-            if (error == -2) usleep(50000);
-            if (error < -2) Throw(error);
-            if (error != -1) return error;
-            rename(getenv("HUEWEAVE_FAULT_FROM"), getenv("HUEWEAVE_FAULT_TO")); /* and then another fault may strike */
-        }
-        at = strchr(at, ',');
-        if (at != NULL) ++at;
+/* How the call at hand ends; -1 if it passes. */
+static int Strike(const char* name, const char* group) {
+    for (int i = 0; i < 8 && faults[i].call[0] != 0; ++i) {
+        const int how = faults[i].how, n = faults[i].n;
+        if (strcmp(faults[i].call, name) != 0 && strcmp(faults[i].call, group) != 0) continue;
+        if (atomic_fetch_add(&faults[i].count, 1) + 1 != n && n != 0) continue;
+        if (n != 0 && seen >= 0 && syscall(SYS_write, seen, "x", 1) != 1) abort();
+        if (how == -2) usleep(50000);
+        if (how <= -3 && how >= -5) Throw(how);
+        if (how == -6) raise(SIGKILL);
+        if (how != -1) return how;
+        renameat(AT_FDCWD, getenv("HUEWEAVE_FAULT_FROM"), AT_FDCWD, getenv("HUEWEAVE_FAULT_TO"));
+        /* and then another fault may strike */
     }
     return -1;
 }
 
-#define FAULT_OR_PASS(call)                \
-    static atomic_int count;               \
-    const int fault = Fault(call, &count); \
-    if (fault > 0) {                       \
-        errno = fault;                     \
-        return -1;                         \
+#define NEXT(function) ((__typeof__(&function))dlsym(RTLD_NEXT, #function))
+
+#define CALL(name, group, result, failed, function, parameters, ...) \
+    result function parameters {                                     \
+        const int how = Strike(name, group);                         \
+        if (how > 0) {                                               \
+            errno = how;                                             \
+            return failed;                                           \
+        }                                                            \
+        const result value = NEXT(function)(__VA_ARGS__);            \
+        if (how == -7) raise(SIGKILL);                               \
+        return value;                                                \
     }
 
-static ssize_t Read(const char* name, int file, void* data, size_t size, off_t at) {
-    FAULT_OR_PASS("pread")
-    ssize_t (*next)(int, void*, size_t, off_t) = (ssize_t(*)(int, void*, size_t, off_t))Next(name);
-    return next(file, data, fault == 0 ? (size + 1) / 2 : size, at);
-}
-ssize_t pread(int file, void* data, size_t size, off_t at) { return Read("pread", file, data, size, at); }
-ssize_t pread64(int file, void* data, size_t size, off_t at) { return Read("pread64", file, data, size, at); }
+typedef void* Memory;
+typedef FILE* Stream;
+#define OPENED ((flags & O_TMPFILE) == O_TMPFILE ? "tmpfile" : "open")
+#define HOLES (from == SEEK_DATA || from == SEEK_HOLE ? "lseek" : "")
+#define HALF (how == 0 ? (size + 1) / 2 : size)
 
-static ssize_t Write(const char* name, int file, const void* data, size_t size, off_t at) {
-    FAULT_OR_PASS("pwrite")
-    ssize_t (*next)(int, const void*, size_t, off_t) = (ssize_t(*)(int, const void*, size_t, off_t))Next(name);
-    return next(file, data, fault == 0 ? (size + 1) / 2 : size, at);
-}
-ssize_t pwrite(int file, const void* data, size_t size, off_t at) { return Write("pwrite", file, data, size, at); }
-ssize_t pwrite64(int file, const void* data, size_t size, off_t at) { return Write("pwrite64", file, data, size, at); }
+CALL(OPENED, "open", int, -1, open, (const char* path, int flags, mode_t mode), path, flags, mode)
+CALL(OPENED, "open", int, -1, open64, (const char* path, int flags, mode_t mode), path, flags, mode)
+CALL("openat", "open", int, -1, openat, (int at, const char* path, int flags, mode_t mode), at, path, flags, mode)
+CALL("openat", "open", int, -1, openat64, (int at, const char* path, int flags, mode_t mode), at, path, flags, mode)
+CALL("fopen", "open", Stream, NULL, fopen, (const char* path, const char* mode), path, mode)
+CALL("fopen", "open", Stream, NULL, fopen64, (const char* path, const char* mode), path, mode)
 
-static int Open(const char* name, const char* path, int flags, mode_t mode) {
-    if ((flags & O_TMPFILE) == O_TMPFILE) {
-        FAULT_OR_PASS("tmpfile")
-    }
-    int (*next)(const char*, int, ...) = (int (*)(const char*, int, ...))Next(name);
-    return next(path, flags, mode);
-}
-int open(const char* path, int flags, ...) {
-    va_list list;
-    va_start(list, flags);
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0;
-    va_end(list);
-    return Open("open", path, flags, mode);
-}
-int open64(const char* path, int flags, ...) {
-    va_list list;
-    va_start(list, flags);
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : 0;
-    va_end(list);
-    return Open("open64", path, flags, mode);
-}
+CALL("pread", "read", ssize_t, -1, pread, (int file, void* data, size_t size, off_t at), file, data, HALF, at)
+CALL("pread", "read", ssize_t, -1, pread64, (int file, void* data, size_t size, off_t at), file, data, HALF, at)
+CALL("read", "read", ssize_t, -1, read, (int file, void* data, size_t size), file, data, HALF)
+CALL("fread", "read", size_t, 0, fread, (void* data, size_t size, size_t count, FILE* file), data, size, count, file)
 
-int fsync(int file) {
-    FAULT_OR_PASS("fsync")
-    int (*next)(int) = (int (*)(int))Next("fsync");
-    const int result = next(file);
-    if (fault == 0) raise(SIGKILL);
-    return result;
-}
+CALL("pwrite", "write", ssize_t, -1, pwrite, (int file, const void* data, size_t size, off_t at), file, data, HALF, at)
+CALL("pwrite", "write", ssize_t, -1, pwrite64, (int file, const void* data, size_t size, off_t at), file, data, HALF,
+     at)
+CALL("write", "write", ssize_t, -1, write, (int file, const void* data, size_t size), file, data, HALF)
 
-int fdatasync(int file) {
-    FAULT_OR_PASS("fdatasync")
-    int (*next)(int) = (int (*)(int))Next("fdatasync");
-    return next(file);
-}
+CALL("fsync", "sync", int, -1, fsync, (int file), file)
+CALL("fdatasync", "sync", int, -1, fdatasync, (int file), file)
+CALL("syncfs", "sync", int, -1, syncfs, (int file), file)
 
-int fchown(int file, uid_t owner, gid_t group) {
-    FAULT_OR_PASS("fchown")
-    int (*next)(int, uid_t, gid_t) = (int (*)(int, uid_t, gid_t))Next("fchown");
-    return next(file, owner, group);
-}
+CALL("rename", "name", int, -1, rename, (const char* from, const char* to), from, to)
+CALL("link", "name", int, -1, link, (const char* from, const char* to), from, to)
+CALL("linkat", "name", int, -1, linkat, (int a, const char* from, int b, const char* to, int flags), a, from, b, to,
+     flags)
+CALL("renameat2", "name", int, -1, renameat2, (int a, const char* from, int b, const char* to, unsigned flags), a, from,
+     b, to, flags)
 
-int access(const char* path, int how) {
-    if (strncmp(path, "/proc/", 6) == 0) {
-        FAULT_OR_PASS("proc")
-    }
-    int (*next)(const char*, int) = (int (*)(const char*, int))Next("access");
-    return next(path, how);
-}
+CALL("mmap", "mmap", Memory, (void*)-1, mmap, (void* at, size_t size, int how_, int flags, int file, off_t from), at,
+     size, how_, flags, file, from)
+CALL("mmap", "mmap", Memory, (void*)-1, mmap64, (void* at, size_t size, int how_, int flags, int file, off_t from), at,
+     size, how_, flags, file, from)
 
-static int Look(const char* name, const char* path, struct stat* status) {
-    static atomic_int count;
-    const int owner = Fault("owner", &count);
-    int (*next)(const char*, struct stat*) = (int (*)(const char*, struct stat*))Next(name);
-    const int result = next(path, status);
+CALL("fchown", "", int, -1, fchown, (int file, uid_t owner, gid_t group), file, owner, group)
+CALL("ftruncate", "", int, -1, ftruncate, (int file, off_t size), file, size)
+CALL("ftruncate", "", int, -1, ftruncate64, (int file, off_t size), file, size)
+CALL(strncmp(path, "/proc/", 6) == 0 ? "proc" : "", "", int, -1, access, (const char* path, int how_), path, how_)
+CALL(HOLES, "", off_t, -1, lseek, (int file, off_t at, int from), file, at, from)
+CALL(HOLES, "", off_t, -1, lseek64, (int file, off_t at, int from), file, at, from)
+
+static int Owned(int result, struct stat* status) {
+    const int owner = Strike("owner", "");
     if (result == 0 && owner > 0) status->st_uid = (uid_t)owner;
     return result;
 }
-int lstat(const char* path, struct stat* status) { return Look("lstat", path, status); }
+int lstat(const char* path, struct stat* status) { return Owned(NEXT(lstat)(path, status), status); }
 /* On a machine of 64 bits, both have the same layout. */
-int lstat64(const char* path, struct stat64* status) { return Look("lstat64", path, (struct stat*)status); }
+int lstat64(const char* path, struct stat64* status) {
+    return Owned(NEXT(lstat64)(path, status), (struct stat*)status);
+}
 
 uid_t geteuid(void) {
-    static atomic_int count;
-    const int user = Fault("user", &count);
-    uid_t (*next)(void) = (uid_t(*)(void))Next("geteuid");
-    return user > 0 ? (uid_t)user : next();
-}
-
-int ftruncate(int file, off_t size) {
-    FAULT_OR_PASS("ftruncate")
-    int (*next)(int, off_t) = (int (*)(int, off_t))Next("ftruncate");
-    return next(file, size);
-}
-int ftruncate64(int file, off_t size) { return ftruncate(file, size); }
-
-off_t lseek(int file, off_t at, int from) {
-    if (from == SEEK_DATA || from == SEEK_HOLE) {
-        FAULT_OR_PASS("lseek")
-    }
-    off_t (*next)(int, off_t, int) = (off_t(*)(int, off_t, int))Next("lseek");
-    return next(file, at, from);
-}
-off_t lseek64(int file, off_t at, int from) { return lseek(file, at, from); }
-
-int linkat(int fromFolder, const char* from, int toFolder, const char* to, int flags) {
-    FAULT_OR_PASS("linkat")
-    int (*next)(int, const char*, int, const char*, int) =
-        (int (*)(int, const char*, int, const char*, int))Next("linkat");
-    const int result = next(fromFolder, from, toFolder, to, flags);
-    if (fault == 0) raise(SIGKILL);
-    return result;
-}
-
-int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {
-    FAULT_OR_PASS("renameat2")
-    int (*next)(int, const char*, int, const char*, unsigned) =
-        (int (*)(int, const char*, int, const char*, unsigned))Next("renameat2");
-    return next(fromFolder, from, toFolder, to, flags);
+    const int user = Strike("user", "");
+    return user > 0 ? (uid_t)user : NEXT(geteuid)();
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*what)(void*), void* with) {
-    static atomic_int count;
-    const int fault = Fault("pthread_create", &count);
-    if (fault > 0) return fault;
-    int (*next)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) =
-        (int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*))Next("pthread_create");
-    return next(thread, how, what, with);
+    const int error = Strike("pthread_create", "");
+    return error > 0 ? error : NEXT(pthread_create)(thread, how, what, with);
 }

@@ -2,8 +2,6 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <set>
 #include <string>
@@ -12,6 +10,8 @@
 #include "command/support/Command.h"
 
 namespace hueweave::test {
+
+using Names = std::set<std::string>;
 
 /// A folder of three scans, one in a subfolder, with a text among them; and a place for what becomes of them.
 class BatchTest : public testing::Test {
@@ -23,13 +23,18 @@ protected:
         Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
         WriteBytes(scans_ + "/notes.txt", "no image");
     }
-    Outcome Convert(std::vector<std::string> more) const {
-        std::vector<std::string> words{"convert", "--profile", Input("scanner.icc")};
-        words.insert(words.end(), more.begin(), more.end());
-        return Hueweave(words);
+    /// The folder, with further words.
+    Outcome ConvertAll(const Words& more = {}, test::Run how = {}) const {
+        return ConvertScan(Words{scans_, "-o", out_} + more, std::move(how));
     }
-    std::set<std::string> Outputs() const {
-        std::set<std::string> names;
+    /// More of the first file, as `name` with a number.
+    void Copy(const std::string& name, int count) const {
+        for (int i = 0; i < count; ++i) {
+            std::filesystem::copy_file(scans_ + "/a.tif", scans_ + "/" + name + std::to_string(i) + ".tif");
+        }
+    }
+    Names Outputs() const {
+        Names names;
         if (!Exists(out_)) return names;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(out_)) {
             if (entry.is_regular_file() && entry.path().filename() != ".hueweave.jsonl") {

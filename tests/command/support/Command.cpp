@@ -3,7 +3,6 @@
 #include "command/support/Command.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <malloc.h>
 #include <sys/prctl.h>
@@ -13,33 +12,27 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace hueweave::test {
 namespace {
 
-/// A file without a name for what a program writes.
-int Unnamed() {
-    char name[] = "/tmp/hueweave-test-XXXXXX";
-    const int descriptor = mkstemp(name);
-    if (descriptor < 0) throw std::runtime_error("no temporary file");
-    unlink(name);
-    return descriptor;
-}
-
-std::string Drain(int descriptor) {
-    lseek(descriptor, 0, SEEK_SET);
+/// What a program wrote.
+std::string Drain(std::FILE* file) {
+    std::rewind(file);
     std::string text;
     char block[65536];
-    for (ssize_t got = 0; (got = read(descriptor, block, sizeof block)) > 0;)
-        text.append(block, static_cast<size_t>(got));
-    close(descriptor);
+    while (const std::size_t got = std::fread(block, 1, sizeof block, file)) text.append(block, got);
+    std::fclose(file);
     return text;
 }
 
@@ -60,12 +53,13 @@ std::string Drain(int descriptor) {
 }  // namespace
 
 Outcome RunProgram(const Run& run) {
-    const int out = Unnamed(), err = Unnamed();
+    std::FILE *const out = std::tmpfile(), *const err = std::tmpfile();
+    if (out == nullptr || err == nullptr) throw std::runtime_error("no temporary file");
     // A child's peak counts what its parent holds when it forks, even after exec.
     malloc_trim(0);
     const pid_t child = fork();
     if (child < 0) throw std::runtime_error("no process");
-    if (child == 0) Become(run, out, err);
+    if (child == 0) Become(run, fileno(out), fileno(err));
     if (run.meanwhile) run.meanwhile(child);
     int status = 0;
     struct rusage usage {};
@@ -79,7 +73,25 @@ Outcome RunProgram(const Run& run) {
     return outcome;
 }
 
-void WaitUntilIdle(pid_t child) {
+std::function<void(pid_t)> SignalAfter(int milliseconds, int signal) {
+    return [=](pid_t child) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+        kill(child, signal);
+    };
+}
+
+void Terminate(pid_t child) {
+    kill(child, SIGTERM);
+    for (int tries = 0; tries < 200; ++tries) {
+        siginfo_t ended{};
+        waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT | WNOHANG);
+        if (ended.si_pid == child) return;
+        usleep(50000);
+    }
+    kill(child, SIGKILL);
+}
+
+void TerminateIdle(pid_t child) {
     const auto waits = [&] {
         std::error_code gone;
         for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(child) + "/task", gone)) {
@@ -96,17 +108,7 @@ void WaitUntilIdle(pid_t child) {
         usleep(5000);
         idle = waits() ? idle + 1 : 0;
     }
-}
-
-void Terminate(pid_t child) {
-    kill(child, SIGTERM);
-    for (int tries = 0; tries < 200; ++tries) {
-        siginfo_t ended{};
-        waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT | WNOHANG);
-        if (ended.si_pid == child) return;
-        usleep(50000);
-    }
-    kill(child, SIGKILL);
+    Terminate(child);
 }
 
 void HeedModes() {
@@ -123,13 +125,26 @@ std::map<std::string, std::string> Faults(const std::string& faults, const std::
             {"HUEWEAVE_FAULT_SEEN", seen}};
 }
 
-Outcome Hueweave(std::vector<std::string> words) {
-    words.insert(words.begin(), HUEWEAVE_COMMAND);
-    return RunProgram({std::move(words), "", {}, {}, {}});
+Words operator+(Words words, const Words& more) {
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
+Outcome Hueweave(const Words& words, Run how) {
+    how.words = Words{HUEWEAVE_COMMAND} + words;
+    return RunProgram(how);
+}
+
+Outcome ConvertScan(const Words& more, Run how) {
+    return Hueweave(Words{"convert", "--profile", Input("scanner.icc")} + more, std::move(how));
+}
+
+std::string ConvertLine(const std::string& words) {
+    return HUEWEAVE_COMMAND " convert --profile " + Quoted(Input("scanner.icc")) + " " + words;
 }
 
 std::string Shell(const std::string& line) {
-    const Outcome outcome = RunProgram({{"sh", "-ec", line}, "", {}, {}, {}});
+    const Outcome outcome = RunProgram({.words = {"sh", "-ec", line}});
     EXPECT_EQ(outcome.status, 0) << line << "\n" << outcome.err;
     return outcome.out;
 }
@@ -162,18 +177,6 @@ std::vector<std::string> NamesIn(const std::string& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
-}
-
-Folder::Folder() {
-    char name[] = "/tmp/hueweave-folder-XXXXXX";
-    if (mkdtemp(name) == nullptr) throw std::runtime_error("no folder");
-    path_ = name;
-}
-
-Folder::~Folder() {
-    std::error_code ignored;
-    std::filesystem::permissions(path_, std::filesystem::perms::owner_all, ignored);
-    std::filesystem::remove_all(path_, ignored);
 }
 
 }  // namespace hueweave::test

@@ -2,11 +2,7 @@
 // Copyright (c) The Hueweave authors
 #include "command/support/DeviceProfiles.h"
 
-#include <lcms2.h>
-
 #include <algorithm>
-#include <cmath>
-#include <memory>
 #include <stdexcept>
 
 #include "command/support/Picture.h"
@@ -14,44 +10,23 @@
 namespace hueweave::test {
 namespace {
 
-struct ProfileCloser {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-struct TransformCloser {
-    void operator()(void* transform) const { cmsDeleteTransform(transform); }
-};
-using Profile = std::unique_ptr<void, ProfileCloser>;
-using Transform = std::unique_ptr<void, TransformCloser>;
-
-/// The device in doubles: RGB of 0 to 1 to XYZ under D50.
-void DeviceXyz(const double* rgb, double* xyz) {
-    constexpr double kMatrix[3][3] = {{0.1431, 0.4361, 0.3851}, {0.0606, 0.2225, 0.7169}, {0.7141, 0.0139, 0.0971}};
-    for (int r = 0; r < 3; ++r) {
-        xyz[r] = 0;
-        for (int c = 0; c < 3; ++c) xyz[r] += kMatrix[r][c] * std::pow(std::clamp(rgb[c], 0.0, 1.0), 1.8);
-    }
+Triple LightOf(const cmsUInt16Number* rgb) {
+    const auto light = [](cmsUInt16Number sample) { return std::pow(sample / 65535.0, 1.8); };
+    return {light(rgb[0]), light(rgb[1]), light(rgb[2])};
 }
 
-int SampleLab(const cmsUInt16Number* in, cmsUInt16Number* out, void* cargo) {
-    const double rgb[3] = {in[0] / 65535.0, in[1] / 65535.0, in[2] / 65535.0};
-    double xyz[3];
-    DeviceXyz(rgb, xyz);
-    const cmsCIEXYZ point{xyz[0], xyz[1], xyz[2]};
-    cmsCIELab lab;
-    cmsXYZ2Lab(nullptr, &lab, &point);
-    if (*static_cast<bool*>(cargo)) {
-        cmsFloat2LabEncodedV2(out, &lab);
-    } else {
-        cmsFloat2LabEncoded(out, &lab);
-    }
+int SampleLab(const cmsUInt16Number* in, cmsUInt16Number* out, void* legacy) {
+    const cmsCIELab lab = LabOf(kDevice, LightOf(in));
+    (*static_cast<bool*>(legacy) ? cmsFloat2LabEncodedV2 : cmsFloat2LabEncoded)(out, &lab);
     return 1;
 }
 
 int SampleXyz(const cmsUInt16Number* in, cmsUInt16Number* out, void*) {
-    const double rgb[3] = {in[0] / 65535.0, in[1] / 65535.0, in[2] / 65535.0};
-    double xyz[3];
-    DeviceXyz(rgb, xyz);
-    for (int c = 0; c < 3; ++c) out[c] = static_cast<cmsUInt16Number>(std::lround(xyz[c] * 32768.0));
+    const Triple light = LightOf(in);
+    for (std::size_t c = 0; c < 3; ++c) {
+        const double sum = kDevice[0][c] * light[0] + kDevice[1][c] * light[1] + kDevice[2][c] * light[2];
+        out[c] = static_cast<cmsUInt16Number>(std::lround(sum * 32768.0));
+    }
     return 1;
 }
 
@@ -99,6 +74,14 @@ void Save(const Profile& profile, const std::string& path) {
 
 }  // namespace
 
+Profile OpenProfile(const std::string& path) { return ProfileOf(FileBytes(path)); }
+
+Profile ProfileOf(const std::string& bytes) {
+    Profile profile(cmsOpenProfileFromMem(bytes.data(), static_cast<cmsUInt32Number>(bytes.size())));
+    if (!profile) throw std::runtime_error("Little CMS cannot read a profile");
+    return profile;
+}
+
 void WriteDeviceProfile(const std::string& path, Form form) {
     const bool four =
         form == Form::MabCurves || form == Form::MabMatrix || form == Form::Mab8Bit || form == Form::Matrix4;
@@ -108,11 +91,11 @@ void WriteDeviceProfile(const std::string& path, Form form) {
     if (form == Form::Matrix4) {
         const double gamma = 1.8;
         cmsToneCurve* curve = cmsBuildParametricToneCurve(nullptr, 1, &gamma);
-        const cmsCIEXYZ columns[3] = {{0.1431, 0.0606, 0.7141}, {0.4361, 0.2225, 0.0139}, {0.3851, 0.7169, 0.0971}};
         constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
         constexpr cmsTagSignature kCurves[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
-        for (int c = 0; c < 3; ++c) {
-            cmsWriteTag(profile.get(), kColorants[c], &columns[c]);
+        for (std::size_t c = 0; c < 3; ++c) {
+            const cmsCIEXYZ column{kDevice[c][0], kDevice[c][1], kDevice[c][2]};
+            cmsWriteTag(profile.get(), kColorants[c], &column);
             cmsWriteTag(profile.get(), kCurves[c], curve);
         }
         cmsFreeToneCurve(curve);
@@ -122,9 +105,8 @@ void WriteDeviceProfile(const std::string& path, Form form) {
     const auto add = [&](cmsStage* stage) { cmsPipelineInsertStage(lut, cmsAT_END, stage); };
     if (form == Form::MabMatrix) {
         // XYZ is encoded so that 1 + 32767/32768 is full scale.
-        const double scale = 32768.0 / 65535.0;
-        double m[9] = {0.1431, 0.4361, 0.3851, 0.0606, 0.2225, 0.7169, 0.7141, 0.0139, 0.0971};
-        for (double& value : m) value *= scale;
+        double m[9];
+        for (std::size_t i = 0; i < 9; ++i) m[i] = kDevice[i % 3][i / 3] * 32768.0 / 65535.0;
         add(Curves(1.8, true));
         add(cmsStageAllocMatrix(nullptr, 3, 3, m, nullptr));
         add(Curves(1.0, true));
@@ -166,12 +148,16 @@ void WriteEmptyProfile(const std::string& path) {
     Save(Blank(2.4, cmsSigRgbData, cmsSigLabData, cmsSigInputClass), path);
 }
 
+std::string PaddedProfile(std::size_t more, int mark) {
+    std::string profile = FileBytes(Input("scanner.icc")) + std::string(more, '\0');
+    profile[35] = static_cast<char>(mark);
+    for (std::size_t i = 0; i < 4; ++i) profile[i] = static_cast<char>(profile.size() >> (24 - 8 * i));
+    return profile;
+}
+
 double MeanDifference(const std::string& source, const std::string& profile, int intent, const std::string& converted) {
     const Picture before = ReadPictures(source)[0], after = ReadPictures(converted)[0];
-    const Profile device(cmsOpenProfileFromFile(profile.c_str(), "r"));
-    const Profile output(cmsOpenProfileFromMem(after.icc.data(), static_cast<cmsUInt32Number>(after.icc.size())));
-    const Profile lab(cmsCreateLab2Profile(nullptr));
-    if (!device || !output) throw std::runtime_error("no profile");
+    const Profile device = OpenProfile(profile), output = ProfileOf(after.icc), lab(cmsCreateLab2Profile(nullptr));
     constexpr cmsUInt32Number kFlags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
     const Transform toLab(cmsCreateTransform(device.get(), TYPE_RGB_DBL, lab.get(), TYPE_Lab_DBL,
                                              static_cast<cmsUInt32Number>(intent), kFlags));

@@ -3,11 +3,12 @@
 #pragma once
 
 #include <string>
-#include <vector>
+
+#include "command/support/Command.h"
 
 namespace hueweave::test {
 
 /// What exiftool prints for these words. It takes long to start: one of it serves all tests of a process.
-std::string ExifTool(const std::vector<std::string>& words);
+std::string ExifTool(const Words& words);
 
 }  // namespace hueweave::test

@@ -7,15 +7,14 @@
 
 namespace hueweave::test {
 
-Outcome HueweaveWithinLimits(std::vector<std::string> words) {
-    words.insert(words.begin(), HUEWEAVE_COMMAND);
+Outcome HueweaveWithinLimits(const Words& words) {
     const auto limit = [] {
         const struct rlimit seconds { kFileSeconds, kFileSeconds };
         setrlimit(RLIMIT_CPU, &seconds);
     };
-    Outcome outcome = RunProgram({words, "", {}, limit, {}});
-    EXPECT_EQ(outcome.signal, 0) << words[1] << " takes more than " << kFileSeconds << " s, or crashes";
-    EXPECT_LT(outcome.peakKb, kFileKb) << words[1];
+    Outcome outcome = Hueweave(words, {.inChild = limit});
+    EXPECT_EQ(outcome.signal, 0) << words[0] << " takes more than " << kFileSeconds << " s, or crashes";
+    EXPECT_LT(outcome.peakKb, kFileKb) << words[0];
     return outcome;
 }
 

@@ -11,9 +11,10 @@
 #include <stdexcept>
 #include <tuple>
 
-#include "command/support/Command.h"
 #include "command/support/ExifTool.h"
+#include "command/support/TiffMaker.h"
 #include "engine/CIccEngineS.h"
+#include "support/Matchers.h"
 
 namespace hueweave::test {
 namespace {
@@ -52,13 +53,8 @@ void PlaceSamples(Picture& picture, const std::vector<unsigned char>& data, std:
             for (unsigned s = 0; s < count; ++s) {
                 const std::size_t at = (std::size_t{y} * columns + x) * count + s;
                 const std::size_t to = (std::size_t{top + y} * picture.width + left + x) * picture.samples + first + s;
-                std::uint16_t value = 0;
-                if (picture.bits == 8) {
-                    value = data[at];
-                } else {
-                    std::memcpy(&value, &data[2 * at], 2);
-                }
-                picture.values[to] = value;
+                picture.values[to] = data[at];
+                if (picture.bits == 16) std::memcpy(&picture.values[to], &data[2 * at], 2);
             }
         }
     }
@@ -138,34 +134,34 @@ Picture ByEngine(Picture picture, const std::string& profile, int intent, int sp
     return picture;
 }
 
+Picture ToSrgb(const Picture& picture, const std::string& profile) {
+    return ByEngine(picture, profile, 0, picture.bits == 8 ? 8 : 9);
+}
+
+void ExpectSrgb(const std::string& output, const std::string& source, const std::string& profile) {
+    const std::vector<Picture> before = ReadPictures(source), after = ReadPictures(output);
+    ASSERT_EQ(after.size(), before.size()) << "pages of " << output;
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        EXPECT_THAT(after[i].values, EqualTo(ToSrgb(before[i], profile).values)) << "page " << i << " of " << output;
+    }
+}
+
+Picture SmallPicture() {
+    Picture picture{4, 4, 3, 8, {}, ""};
+    for (const char sample : SmallPixels()) picture.values.push_back(static_cast<unsigned char>(sample));
+    return picture;
+}
+
 std::string TagsOf(const std::string& path) {
-    const std::string by = ExifTool({"-api",
-                                     "largefilesupport=1",
-                                     "-a",
-                                     "-u",
-                                     "-U",
-                                     "-G1",
-                                     "-s",
-                                     "-n",
-                                     "--ICC_Profile:all",
-                                     "--ICC-header:all",
-                                     "--System:all",
-                                     "--File:all",
-                                     "--ExifTool:all",
-                                     "--Composite:all",
-                                     "-x",
-                                     "StripOffsets",
-                                     "-x",
-                                     "StripByteCounts",
-                                     "-x",
-                                     "TileOffsets",
-                                     "-x",
-                                     "TileByteCounts",
-                                     "-x",
-                                     "ICC_Profile",
-                                     path});
+    Words words{"-api", "largefilesupport=1", "-a", "-u", "-U", "-G1", "-s", "-n"};
+    for (const char* group : {"ICC_Profile", "ICC-header", "System", "File", "ExifTool", "Composite"}) {
+        words.push_back("--" + std::string(group) + ":all");
+    }
+    for (const char* tag : {"StripOffsets", "StripByteCounts", "TileOffsets", "TileByteCounts", "ICC_Profile"}) {
+        words.insert(words.end(), {"-x", tag});
+    }
     std::string told;
-    for (const std::string& line : Lines(by)) {
+    for (const std::string& line : Lines(ExifTool(words + Words{path}))) {
         if (!line.starts_with("[ICC")) told += line + "\n";
     }
     EXPECT_NE(told, "") << path;

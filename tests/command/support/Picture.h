@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "command/support/Command.h"
+
 struct tiff;
 
 namespace hueweave::test {
@@ -32,6 +34,14 @@ std::vector<Picture> ReadPictures(const std::string& path);
 /// The picture with its first three samples converted by an engine of the library, driven by hand: bound to
 /// `profile` and `intent`, for the encoding `space` (a number of the public header).
 Picture ByEngine(Picture picture, const std::string& profile, int intent, int space);
+
+/// The same to sRGB, by the perceptual table of `profile`.
+Picture ToSrgb(const Picture& picture, const std::string& profile = Input("scanner.icc"));
+/// Every page of `output` has the samples of the same page of `source`, which the engine converted to sRGB.
+void ExpectSrgb(const std::string& output, const std::string& source,
+                const std::string& profile = Input("scanner.icc"));
+/// The page that `TiffMaker::Small` describes.
+Picture SmallPicture();
 
 /// What exiftool and tiffinfo tell of a file but for places of image data, the profile, and the file's own name.
 std::string TagsOf(const std::string& path);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "command/support/Command.h"
 
@@ -22,35 +23,11 @@ std::string Little(const std::vector<std::uint64_t>& numbers, std::size_t size) 
 
 std::string Deflated(const std::string& bytes) {
     uLongf size = compressBound(bytes.size());
-    std::string packed(size, '\0');
-    if (compress2(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(bytes.data()),
-                  bytes.size(), 9) != Z_OK) {
+    std::vector<Bytef> packed(size);
+    if (compress2(packed.data(), &size, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size(), 9) != Z_OK) {
         throw std::runtime_error("zlib");
     }
-    packed.resize(size);
-    return packed;
-}
-
-std::string DeflatedZeros(std::uint64_t count) {
-    z_stream stream{};
-    if (deflateInit(&stream, 9) != Z_OK) throw std::runtime_error("zlib");
-    std::vector<unsigned char> zeros(65536), out(65536);
-    std::string packed;
-    int state = Z_OK;
-    while (state != Z_STREAM_END) {
-        const std::uint64_t part = std::min<std::uint64_t>(count, zeros.size());
-        count -= part;
-        stream.next_in = zeros.data();
-        stream.avail_in = static_cast<unsigned>(part);
-        do {
-            stream.next_out = out.data();
-            stream.avail_out = static_cast<unsigned>(out.size());
-            state = deflate(&stream, count == 0 ? Z_FINISH : Z_NO_FLUSH);
-            packed.append(reinterpret_cast<char*>(out.data()), out.size() - stream.avail_out);
-        } while (stream.avail_out == 0);
-    }
-    deflateEnd(&stream);
-    return packed;
+    return {packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size)};
 }
 
 TiffMaker::TiffMaker(bool bigTiff) : bigTiff_(bigTiff), last_(bigTiff ? 8 : 4) {
@@ -114,10 +91,41 @@ std::vector<TiffMaker::Entry> TiffMaker::Rgb(const Shape& shape) {
 }
 
 std::vector<TiffMaker::Entry> TiffMaker::Small(std::uint64_t pixels) {
-    Shape shape;
-    shape.offsets = {pixels};
-    shape.counts = {48};
-    return Rgb(shape);
+    return Rgb({.offsets = {pixels}, .counts = {48}});
+}
+
+Entries And(Entries entries, const TiffMaker::Entry& more) {
+    entries.push_back(more);
+    return entries;
+}
+
+Entries With(Entries entries, const TiffMaker::Entry& changed) {
+    return And(Without(std::move(entries), changed.tag), changed);
+}
+
+Entries Without(Entries entries, unsigned tag) {
+    std::erase_if(entries, [&](const TiffMaker::Entry& entry) { return entry.tag == tag; });
+    return entries;
+}
+
+TiffMaker OneStrip(const std::string& data, TiffMaker::Shape shape, const Entries& more) {
+    TiffMaker tiff;
+    shape.offsets = {tiff.Put(data)};
+    shape.counts = {data.size()};
+    Entries entries = TiffMaker::Rgb(shape);
+    entries.insert(entries.end(), more.begin(), more.end());
+    tiff.Page(entries);
+    return tiff;
+}
+
+std::string Resource(unsigned number, const std::string& name, std::string data) {
+    std::string text = "8BIM";
+    text += {static_cast<char>(number >> 8), static_cast<char>(number & 255), static_cast<char>(name.size())};
+    text += name;
+    if (name.size() % 2 == 0) text += '\0';
+    for (const unsigned shift : {24U, 16U, 8U, 0U}) text += static_cast<char>(data.size() >> shift & 255);
+    if (data.size() % 2 != 0) data += '\0';
+    return text + data;
 }
 
 std::string SmallPixels() {

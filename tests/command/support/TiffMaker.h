@@ -12,8 +12,6 @@ namespace hueweave::test {
 std::string Little(const std::vector<std::uint64_t>& numbers, std::size_t size);
 /// Bytes as a Deflate stream.
 std::string Deflated(const std::string& bytes);
-/// The Deflate stream of so many zeros, made without holding them.
-std::string DeflatedZeros(std::uint64_t count);
 
 /// Writes little-endian TIFF files, sound or broken: blocks and directories stand one after the other as they are put.
 class TiffMaker {
@@ -27,7 +25,7 @@ public:
     /// What an RGB picture needs; a field of 0 or an empty one leaves its entry out.
     struct Shape {
         std::uint64_t width = 4, height = 4;
-        std::vector<std::uint64_t> offsets, counts;
+        std::vector<std::uint64_t> offsets{}, counts{};
         unsigned compression = 1, samples = 3, planar = 1;
         std::uint64_t rows = 4, tileWidth = 0, tileHeight = 0;
     };
@@ -59,6 +57,19 @@ private:
     std::string bytes_;
     std::uint64_t last_;  ///< where the offset of the next page goes
 };
+
+using Entries = std::vector<TiffMaker::Entry>;
+/// The entries and one more; with one in place of those of its tag; without those of a tag.
+Entries And(Entries entries, const TiffMaker::Entry& more);
+Entries With(Entries entries, const TiffMaker::Entry& changed);
+Entries Without(Entries entries, unsigned tag);
+
+/// A file of one page, in whose only strip `data` stand, with further entries; a picture of 4 x 4 pixels unless `shape`
+/// says otherwise.
+TiffMaker OneStrip(const std::string& data, TiffMaker::Shape shape = {}, const Entries& more = {});
+
+/// A resource of tag 34377: signature, number, name, length and data, each padded to an even length.
+std::string Resource(unsigned number, const std::string& name, std::string data);
 
 /// 48 bytes: the pixels of `TiffMaker::Small`.
 std::string SmallPixels();

@@ -2,8 +2,6 @@
 // Copyright (c) The Hueweave authors
 // Every call of the system fails in turn. Whatever the call, the file that stood there stays, or the new one is whole.
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -12,13 +10,17 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
-#include <thread>
+#include <nlohmann/json.hpp>
 
-#include "command/support/Command.h"
+#include "command/support/Batch.h"
+#include "command/support/FileTest.h"
 #include "command/support/Picture.h"
+#include "support/Matchers.h"
 
 namespace hueweave::test {
 namespace {
+
+using testing::HasSubstr;
 
 struct FaultRow {
     const char* name;
@@ -49,52 +51,48 @@ const FaultRow kFaultRows[] = {
     {"NoSeekForHoles", "lseek", EINVAL, 0},
 };
 
-class FaultTest : public testing::TestWithParam<FaultRow> {
+class FaultTest : public FileTest, public testing::WithParamInterface<FaultRow> {
 protected:
-    FaultTest() { Shell("tiffcp -s -c zip -r 120 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_)); }
+    FaultTest() { Make("tiffcp -s -c zip -r 120 $in $out"); }
     /// Runs it with the n-th call failing.
-    Outcome Convert(int n, std::vector<std::string> more) {
-        std::vector<std::string> words{HUEWEAVE_COMMAND, "convert", "-j", "2", "--profile", Input("scanner.icc"), in_};
-        words.insert(words.end(), more.begin(), more.end());
+    Outcome Fail(int n, const Words& more) {
         const std::string fault = std::string(GetParam().also) + GetParam().call + ":" + std::to_string(n) + ":" +
                                   std::to_string(GetParam().error);
         std::filesystem::remove(seen_);
-        return RunProgram({std::move(words), "", Faults(fault, seen_), {}, {}});
+        return ConvertScan(Words{in_, "-j", "2"} + more, {.setenv = Faults(fault, seen_)});
     }
     bool Struck() const { return !FileBytes(seen_).empty(); }
-    Folder folder_, other_;
-    std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif", seen_ = other_ / "seen";
+    Folder other_;
+    std::string seen_ = other_ / "seen";
 };
 
 TEST_P(FaultTest, TheOldFileOrTheNewOneWhateverFails) {
-    const Picture before = ReadPictures(in_)[0];
-    const auto wanted = ByEngine(before, Input("scanner.icc"), 0, 8).values;
+    const auto wanted = ToSrgb(ReadPictures(in_)[0]).values;
     const std::string source = FileBytes(in_);
     int struck = 0, failed = 0;
-    for (const bool force : {false, true}) {
-        for (int n = 1;; ++n) {
+    for (const Words& more : {Words{}, Words{"--force"}}) {
+        for (int n = 1; n == 1 || Struck(); ++n) {
+            SCOPED_TRACE(n);
             ASSERT_LT(n, 500);
             std::filesystem::remove(out_);
-            if (force) WriteBytes(out_, "precious");
-            const Outcome run = force ? Convert(n, {"-o", out_, "--force"}) : Convert(n, {"-o", out_});
+            if (!more.empty()) WriteBytes(out_, "precious");
+            const auto before = NamesIn(folder_.path());
+            const Outcome run = Fail(n, Words{"-o", out_} + more);
             if (run.status == 0) {
-                EXPECT_EQ(ReadPictures(out_)[0].values, wanted) << n;
-                EXPECT_EQ(NamesIn(folder_.path()), (std::vector<std::string>{"in.tif", "out.tif"}));
+                EXPECT_THAT(ReadPictures(out_)[0].values, EqualTo(wanted));
+                EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "out.tif"}));
             } else {
                 ++failed;
                 // The first reads are those of the profile.
                 EXPECT_THAT(run.status, testing::AnyOf(GetParam().status, GetParam().status == 4 ? 3 : 5)) << run.err;
                 EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
-                EXPECT_EQ(Exists(out_), force);
-                if (force) {
-                    EXPECT_EQ(FileBytes(out_), "precious");
-                }
-                EXPECT_EQ(NamesIn(folder_.path()).size(), force ? 2U : 1U);
+                EXPECT_EQ(NamesIn(folder_.path()), before);
+                EXPECT_TRUE(more.empty() || FileBytes(out_) == "precious");
             }
             EXPECT_EQ(FileBytes(in_), source);
-            if (!Struck()) break;
+            if (!Struck()) continue;
             ++struck;
-            EXPECT_EQ(run.status == 0, GetParam().status == 0) << n << run.err;
+            EXPECT_EQ(run.status == 0, GetParam().status == 0) << run.err;
         }
     }
     EXPECT_GT(struck, 0);
@@ -103,90 +101,51 @@ TEST_P(FaultTest, TheOldFileOrTheNewOneWhateverFails) {
 
 TEST_P(FaultTest, InPlaceTooTheOldFileStays) {
     const std::string source = FileBytes(in_);
-    const Outcome run = Convert(1, {"--in-place"});
+    const Outcome run = Fail(1, {"--in-place"});
     ASSERT_TRUE(Struck());
     EXPECT_EQ(FileBytes(in_) == source, run.status != 0) << run.err;
-    EXPECT_EQ(NamesIn(folder_.path()), (std::vector<std::string>{"in.tif"}));
+    EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, FaultTest, testing::ValuesIn(kFaultRows),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Every, FaultTest, testing::ValuesIn(kFaultRows), NameOfRow);
 
-class NamedTest : public testing::Test {};
+class TemporaryFilesTest : public FileTest {};
 
-TEST_F(NamedTest, AWriteOfRowsThatACoderPassesOverIsRefused) {
-    const Folder folder;
-    const std::string in = folder / "in.tif", out = folder / "out.tif";
+TEST_F(TemporaryFilesTest, AWriteOfRowsThatACoderPassesOverIsRefused) {
     // A strip of 4.5 MB is written by rows with the least memory allowed, first to a file of its own.
-    Shell("convert-im6 " + Quoted(Input("photo-16.tif")) + " -scale 1000x750! -compress none " + Quoted(out) +
-          " && tiffcp -s -c lzw -r 750 " + Quoted(out) + " " + Quoted(in) + " && rm " + Quoted(out));
+    Make(
+        "convert-im6 $in -scale 1000x750! -compress none $out.tif && tiffcp -s -c lzw -r 750 $out.tif $out && rm "
+        "$out.tif",
+        Input("photo-16.tif"));
     const Folder other;
     const std::string seen = other / "seen";
     int struck = 0;
     for (int n = 1;; ++n) {
-        const Outcome run = RunProgram({{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), "--max-memory",
-                                         "32M", in, "-o", out, "-q"},
-                                        "",
-                                        Faults("pwrite:" + std::to_string(n) + ":28", seen),
-                                        {},
-                                        {}});
+        const Outcome run =
+            Convert({"--max-memory", "32M", "-q"}, {.setenv = Faults("pwrite:" + std::to_string(n) + ":28", seen)});
         if (FileBytes(seen).empty()) break;
         ++struck;
-        EXPECT_EQ(run.status, 5) << n;
-        EXPECT_THAT(run.err, testing::HasSubstr("cannot be written (No space left on device)")) << n;
-        EXPECT_EQ(NamesIn(folder.path()), (std::vector<std::string>{"in.tif"})) << n;
-        std::filesystem::remove(out);
+        EXPECT_THAT(run, Says(5, "cannot be written (No space left on device)"));
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"})) << n;
+        std::filesystem::remove(out_);
     }
     EXPECT_GT(struck, 20);
 }
 
-TEST_F(NamedTest, SignalsLeaveNoTemporaryWhereFilesWantAName) {
-    const Folder folder;
-    const std::string large = folder / "large.tif", out = folder / "out.tif";
-    Shell("convert-im6 " + Quoted(Input("photo-16.tif")) +
-          " -scale 4000x3000! -compress zip -define tiff:rows-per-strip=64 " + Quoted(large));
-    int ended = 0;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        for (const int delay : {20, 40, 80}) {
-            const Outcome run = RunProgram(
-                {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), large, "-o", out, "--force"},
-                 "",
-                 Faults("tmpfile:0:95"),
-                 {},
-                 [&](pid_t child) {
-                     std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-                     kill(child, signal);
-                 }});
-            ended += run.signal == signal;
-            std::filesystem::remove(out);
-            EXPECT_EQ(NamesIn(folder.path()), (std::vector<std::string>{"large.tif"}));
+TEST_F(TemporaryFilesTest, NamesOfAnotherRunAreNotInTheWay) {
+    Make("tiffcp -s -c none -r 16 $in $out");
+    // With the process number of the command to come, and with locks, as of a run that goes on.
+    const auto leave = [&] {
+        for (int i = 0; i < 3; ++i) {
+            const std::string name = ".hueweave-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
+            flock(open((folder_ / name).c_str(), O_CREAT | O_WRONLY, 0600), LOCK_EX);
         }
-    }
-    EXPECT_GT(ended, 0);
-}
-
-TEST_F(NamedTest, NamesOfAnotherRunAreNotInTheWay) {
-    const Folder folder;
-    const std::string in = folder / "in.tif", out = folder / "out.tif";
-    Shell("tiffcp -s -c none -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in));
-    const auto leave =
-        [&] {  // with the process number of the command to come, and with locks, as of a run that goes on
-            for (int i = 0; i < 3; ++i) {
-                const std::string name = ".hueweave-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
-                flock(open((folder / name).c_str(), O_CREAT | O_WRONLY, 0600), LOCK_EX);
-            }
-        };
+    };
     for (const char* fault : {"", "tmpfile:0:95"}) {
-        const Outcome run = RunProgram(
-            {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in, "-o", out, "--force", "-q"},
-             "",
-             Faults(fault),
-             leave,
-             {}});
-        EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(ByEngine(ReadPictures(in)[0], Input("scanner.icc"), 0, 8).values, ReadPictures(out)[0].values);
-        EXPECT_EQ(Lines(Shell("ls -A " + Quoted(folder.path()))).size(), 5U) << "three that were left, and two";
-        Shell("rm " + Quoted(folder.path()) + "/.hueweave-*");
+        EXPECT_THAT(Convert({"--force", "-q"}, {.setenv = Faults(fault), .inChild = leave}), Succeeds());
+        ExpectSrgb(out_, in_);
+        EXPECT_EQ(NamesIn(folder_.path()).size(), 5U) << "three that were left, and two";
+        Shell("rm " + Quoted(folder_.path()) + "/.hueweave-*");
     }
 }
 
@@ -200,29 +159,17 @@ protected:
     }
     /// Many threads where a resource is scarce: no file is worse for it than not converted, and they can be later.
     void ExpectNothingWorseThanRefusals(int resource, rlim_t limit) {
-        std::vector<std::string> words{
-            HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), scans_, "-o", out_, "-q", "-j"};
-        auto many = words, few = words;
-        many.push_back("64");
-        few.insert(few.end(), {"2", "--resume"});
-        const Outcome run = RunProgram({many,
-                                        "",
-                                        {},
-                                        [&] {
+        const Words words{scans_, "-o", out_, "-q"};
+        const Outcome run = ConvertScan(words + Words{"-j", "64"}, {.inChild = [&] {
                                             const rlimit value{limit, limit};
                                             setrlimit(static_cast<__rlimit_resource_t>(resource), &value);
-                                        },
-                                        {}});
+                                        }});
         EXPECT_EQ(run.signal, 0) << limit;
         for (const std::string& line : Lines(run.err)) {
-            EXPECT_THAT(line, testing::AnyOf(testing::HasSubstr("lower -j"), testing::HasSubstr("--resume will not")));
+            EXPECT_THAT(line, testing::AnyOf(HasSubstr("lower -j"), HasSubstr("--resume will not")));
         }
-        const Outcome rest = RunProgram({few, "", {}, {}, {}});
-        EXPECT_EQ(rest.status, 0) << rest.err;
-        const Picture wanted = ByEngine(ReadPictures(Input("photo-16.tif"))[0], Input("scanner.icc"), 0, 9);
-        for (int i = 0; i < kFiles; ++i) {
-            EXPECT_EQ(wanted.values, ReadPictures(out_ + "/" + std::to_string(i) + ".tif")[0].values);
-        }
+        EXPECT_THAT(ConvertScan(words + Words{"-j", "2", "--resume"}), Succeeds());
+        for (int i = 0; i < kFiles; ++i) ExpectSrgb(out_ + "/" + std::to_string(i) + ".tif", Input("photo-16.tif"));
         std::filesystem::remove_all(out_);
     }
     static constexpr int kFiles = 24;
@@ -241,6 +188,84 @@ TEST_F(ScarceTest, Memory) {
     for (const rlim_t megabytes : {60U, 70U, 80U, 120U}) ExpectNothingWorseThanRefusals(RLIMIT_AS, megabytes << 20);
 }
 #endif
+
+/// What happens to one file of many stays with that file; and signals are heeded however slow a file is.
+class ExceptionsTest : public BatchTest {
+protected:
+    static Outcome Run(const Words& more, const std::string& faults, const std::function<void(pid_t)>& meanwhile = {}) {
+        return ConvertScan(Words{"-j", "1"} + more, {.setenv = Faults(faults), .meanwhile = meanwhile});
+    }
+};
+
+TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"-3", ": tells of sizes that no memory can hold; get a whole copy of the file"},
+        {"-4", ": needs more memory than there is; lower -j"},
+        {"-5", ": cannot be worked on, for a reason that was not foreseen (odd); please report it, with the file"}};
+    for (const auto& [what, reason] : rows) {
+        // The profile is read at once, so that the fourth read is of the first file.
+        Outcome run = Run({scans_, "-o", out_, "--json"}, "pread:4:" + what);
+        EXPECT_EQ(run.status, 1) << run.err << run.signal;
+        EXPECT_EQ(Outputs(), (Names{"b.TIFF", "deep/a.tif"}));
+        EXPECT_THAT(run.err, HasSubstr("hueweave: " + scans_ + "/a.tif" + reason + "\n"));
+        EXPECT_THAT(run.err, HasSubstr("2 converted, 1 refused"));
+        const auto told = nlohmann::json::parse(Lines(run.out).at(0));
+        EXPECT_EQ(told["status"], "refused");
+        EXPECT_EQ(told["reason"], scans_ + "/a.tif" + reason);
+        std::filesystem::remove_all(out_);
+        EXPECT_THAT(Run({scans_ + "/a.tif", "-o", out_}, "pread:4:" + what),
+                    SaysOnly(4, scans_ + "/a.tif" + reason + ""));
+        EXPECT_FALSE(Exists(out_));
+    }
+}
+
+TEST_F(ExceptionsTest, InspectGoesOnWithTheNextFile) {
+    // The third read is of the structure of the first file.
+    for (const std::string what : {"-3", "-4", "-5"}) {
+        const Outcome run =
+            Hueweave({"inspect", scans_ + "/a.tif", scans_ + "/b.TIFF"}, {.setenv = Faults("pread:3:" + what)});
+        EXPECT_EQ(run.status, 1) << run.err;
+        EXPECT_THAT(run.err, testing::StartsWith("hueweave: " + scans_ + "/a.tif: "));
+        EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
+        EXPECT_THAT(run.out, HasSubstr("file: " + scans_ + "/b.TIFF\n"));
+    }
+    // A message that cannot be written is no reason to leave out the next file either.
+    const std::string words = "inspect " + Quoted(scans_ + "/notes.txt") + " " + Quoted(scans_ + "/b.TIFF");
+    const Outcome run = RunProgram({.words = {"sh", "-c", HUEWEAVE_COMMAND " " + words + " 2>/dev/full"}});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, HasSubstr("file: " + scans_ + "/b.TIFF\n"));
+}
+
+TEST_F(ExceptionsTest, InspectTellsNothingOfWhatCouldNotBeRead) {
+    // However late the read that fails: the pages may be known by then, but not whether they can be converted.
+    int refused = 0;
+    for (int n = 1; n <= 9; ++n) {
+        const Outcome run =
+            Hueweave({"inspect", scans_ + "/a.tif"}, {.setenv = Faults("pread:" + std::to_string(n) + ":5")});
+        if (run.status == 0) {
+            EXPECT_THAT(run.out, HasSubstr("convertible: true\n")) << n;
+            continue;
+        }
+        ++refused;
+        EXPECT_THAT(run, Says(4, "a.tif: cannot be read (Input/output error)"));
+        EXPECT_EQ(run.out, "") << n;
+    }
+    EXPECT_GT(refused, 5);
+}
+
+TEST_F(ExceptionsTest, ASignalEndsTheReadingOfASlowFile) {
+    // Each page costs two reads or more, each of 50 ms as on a network: 15 seconds until the structure is known.
+    const std::string one = Quoted(scans_ + "/deep/a.tif"), pages = folder_ / "pages.tif";
+    std::string all;
+    for (int i = 0; i < 150; ++i) all += " " + one;
+    Shell("tiffcp" + all + " " + Quoted(pages));
+    const Outcome run = Run({pages, "-o", out_}, "pread:0:-2", [](pid_t child) {
+        usleep(500000);
+        Terminate(child);
+    });
+    EXPECT_EQ(run.signal, SIGTERM);
+    EXPECT_FALSE(Exists(out_));
+}
 
 }  // namespace
 }  // namespace hueweave::test

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Files that are replaced: what comes under their name meanwhile, owners and modes, kills, and folders that fail.
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,90 +8,71 @@
 #include <csignal>
 #include <filesystem>
 
-#include "command/support/Command.h"
+#include "command/support/FileTest.h"
 #include "command/support/Picture.h"
 
 namespace hueweave::test {
 namespace {
 
 using testing::HasSubstr;
-using Names = std::vector<std::string>;
 namespace fs = std::filesystem;
 
-class ReplaceTest : public testing::Test {
+class ReplaceTest : public FileTest {
 protected:
-    ReplaceTest() { Shell("tiffcp -s -c none -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(in_)); }
-    Outcome Convert(Names more, const std::string& faults = "", const std::function<void()>& inChild = {}) const {
-        Names words{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), in_};
-        words.insert(words.end(), more.begin(), more.end());
+    ReplaceTest() { Make("tiffcp -s -c none -r 16 $in $out"); }
+    Outcome Convert(const Words& more, const std::string& faults = "",
+                    const std::function<void()>& inChild = {}) const {
         auto environment = Faults(faults);
         environment["HUEWEAVE_FAULT_FROM"] = newcomer_;
         environment["HUEWEAVE_FAULT_TO"] = newcomersPlace_;
-        return RunProgram({words, "", environment, inChild, {}});
+        return ConvertScan(Words{in_} + more, {.setenv = environment, .inChild = inChild});
     }
-    void ExpectConverted(const std::string& path) const { EXPECT_EQ(ReadPictures(path)[0].values, wanted_) << path; }
-    Folder folder_, other_;
-    std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
+    static void ExpectConverted(const std::string& path) { ExpectSrgb(path, Input("photo-8.tif")); }
+    /// One that came meanwhile under the name of `path` is there, and not what the run wrote.
+    void ExpectNewer(const Outcome& run, const std::string& path, const std::string& newer = "newer") const {
+        EXPECT_THAT(
+            run,
+            SaysOnly(5, path + ": was replaced or changed by another program meanwhile, and stays as it is; convert it "
+                               "again"));
+        EXPECT_EQ(FileBytes(path), newer);
+    }
+    Folder other_;
     std::string newcomer_ = folder_ / "newcomer", newcomersPlace_;
-    std::vector<std::uint16_t> wanted_ =
-        ByEngine(ReadPictures(Input("photo-8.tif"))[0], Input("scanner.icc"), 0, 8).values;
 };
 
-constexpr const char* kMeanwhile =
-    "was replaced or changed by another program meanwhile, and stays as it is; convert it again\n";
-
-TEST_F(ReplaceTest, AFileThatCameUnderTheNameWhileTheSourceWasReadIsNotLost) {
-    // Before there is an output whose target could be looked at.
-    newcomersPlace_ = in_;
-    WriteBytes(newcomer_, "newer");
-    const Outcome run = Convert({"--in-place"}, "pread:6:-1");
-    EXPECT_EQ(run.status, 5);
-    EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
-    EXPECT_EQ(FileBytes(in_), "newer");
-    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
-}
-
-TEST_F(ReplaceTest, ADryRunRefusesANameThatIsTaken) {
+TEST_F(ReplaceTest, ANameThatIsTakenIsRefusedUnlessForced) {
     WriteBytes(out_, "old");
-    for (const Names& more : {Names{"-o", out_}, Names{"-o", out_, "--dry-run"}}) {
-        const Outcome run = Convert(more);
-        EXPECT_EQ(run.status, 5);
-        EXPECT_EQ(run.err,
-                  "hueweave: " + out_ + ": is there already; replace it with --force, or choose another name\n");
+    for (const Words& more : {Words{}, Words{"--dry-run"}}) {
+        EXPECT_THAT(Convert(Words{"-o", out_} + more),
+                    SaysOnly(5, out_ + ": is there already; replace it with --force, or choose another name"));
         EXPECT_EQ(FileBytes(out_), "old");
     }
+    EXPECT_EQ(Convert({"-o", out_, "--force"}).status, 0);
+    ExpectConverted(out_);
+    EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "out.tif"}));
 }
 
 TEST_F(ReplaceTest, AFileThatCameUnderTheNameMeanwhileIsNotLost) {
-    // While the new file goes to the disk, and in the call after which it would be named.
-    for (const std::string moment : {"fsync:1:-1", "linkat:1:-1", "tmpfile:0:95,fsync:1:-1"}) {
+    // While the source is read and there is no output yet, while the new file goes to the disk, and in the call after
+    // which it would be named.
+    const std::string source = FileBytes(in_);
+    for (const std::string moment : {"pread:6:-1", "fsync:1:-1", "linkat:1:-1", "tmpfile:0:95,fsync:1:-1"}) {
+        SCOPED_TRACE(moment);
         newcomersPlace_ = in_;
-        const std::string source = FileBytes(in_);
         WriteBytes(newcomer_, "newer");
-        Outcome run = Convert({"--in-place"}, moment);
-        EXPECT_EQ(run.status, 5) << moment;
-        EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
-        EXPECT_EQ(FileBytes(in_), "newer") << moment;
-        EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+        ExpectNewer(Convert({"--in-place"}, moment), in_);
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
         WriteBytes(in_, source);
+        if (moment.starts_with("pread")) continue;
 
         newcomersPlace_ = out_;
-        WriteBytes(newcomer_, "newer");
-        WriteBytes(out_, "old");
-        run = Convert({"-o", out_, "--force"}, moment);
-        EXPECT_EQ(run.status, 5) << moment;
-        EXPECT_EQ(run.err, "hueweave: " + out_ + ": " + kMeanwhile);
-        EXPECT_EQ(FileBytes(out_), "newer") << moment;
-        fs::remove(out_);
-
-        // Where nothing stood at first, there is nothing to replace.
-        WriteBytes(newcomer_, "newer");
-        run = Convert({"-o", out_, "--force"}, moment);
-        EXPECT_EQ(run.status, 5) << moment;
-        EXPECT_EQ(run.err, "hueweave: " + out_ + ": " + kMeanwhile);
-        EXPECT_EQ(FileBytes(out_), "newer") << moment;
-        fs::remove(out_);
-        EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+        for (const bool replaced : {true, false}) {  // where nothing stood at first, there is nothing to replace
+            WriteBytes(newcomer_, "newer");
+            if (replaced) WriteBytes(out_, "old");
+            ExpectNewer(Convert({"-o", out_, "--force"}, moment), out_);
+            fs::remove(out_);
+        }
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }
 }
 
@@ -102,10 +82,7 @@ TEST_F(ReplaceTest, AnotherFileOfTheSameSizeAndTimeIsNotLostEither) {
     WriteBytes(newcomer_, newer);
     fs::last_write_time(newcomer_, fs::last_write_time(in_));
     newcomersPlace_ = in_;
-    const Outcome run = Convert({"--in-place"}, "fsync:1:-1");
-    EXPECT_EQ(run.status, 5);
-    EXPECT_EQ(run.err, "hueweave: " + in_ + ": " + kMeanwhile);
-    EXPECT_EQ(FileBytes(in_), newer);
+    ExpectNewer(Convert({"--in-place"}, "fsync:1:-1"), in_, newer);
 }
 
 TEST_F(ReplaceTest, AReadOnlyFileStays) {
@@ -128,7 +105,7 @@ TEST_F(ReplaceTest, AReadOnlyFileStays) {
     }
     EXPECT_EQ(FileBytes(out_), "precious");
     EXPECT_EQ(FileBytes(in_), source);
-    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif", "out.tif"}));
+    EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "out.tif"}));
 }
 
 TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
@@ -150,13 +127,12 @@ TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
 
     const std::string source = FileBytes(in_);
     for (const std::string way : {"", "tmpfile:0:95,"}) {
-        const Outcome run = Convert({"--in-place", "--force"}, way + "owner:0:54321,fchown:0:1");
-        EXPECT_EQ(run.status, 5);
-        EXPECT_EQ(run.err, "hueweave: " + in_ +
-                               ": belongs to a user or group that a new file cannot keep (Operation not permitted); "
-                               "convert it as that user, or write to another file with -o\n");
+        EXPECT_THAT(
+            Convert({"--in-place", "--force"}, way + "owner:0:54321,fchown:0:1"),
+            SaysOnly(5, in_ + ": belongs to a user or group that a new file cannot keep (Operation not permitted); "
+                              "convert it as that user, or write to another file with -o"));
         EXPECT_EQ(FileBytes(in_), source);
-        EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }
 }
 
@@ -166,8 +142,7 @@ TEST_F(ReplaceTest, ADryRunTellsOfAnOwnerThatCannotBeKept) {
     ASSERT_EQ(chown(in_.c_str(), owner, getegid()), 0);
     EXPECT_EQ(Convert({"--in-place", "--dry-run"}, "user:0:" + std::to_string(owner)).status, 0);
     const Outcome run = Convert({"--in-place", "--dry-run"}, "user:0:" + std::to_string(owner + 1));
-    EXPECT_EQ(run.status, 5);
-    EXPECT_THAT(run.err, HasSubstr(in_ + ": belongs to a user or group that a new file cannot keep"));
+    EXPECT_THAT(run, Says(5, in_ + ": belongs to a user or group that a new file cannot keep"));
     EXPECT_EQ(Convert({"-o", out_, "--dry-run"}, "user:0:" + std::to_string(owner + 1)).status, 0);
 }
 
@@ -178,23 +153,22 @@ TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
     WriteBytes(folder_ / ".hueweave-a-b.tmp", "mine");
     WriteBytes(other_ / "victim", "mine");
     fs::create_symlink(other_ / "victim", folder_ / ".hueweave-1-3.tmp");
-    Names stay{".hueweave-1-2-3.tmp", ".hueweave-1-2.tmp.tif", ".hueweave-1-3.tmp"};
+    Words stay{".hueweave-1-2-3.tmp", ".hueweave-1-2.tmp.tif", ".hueweave-1-3.tmp"};
     if (geteuid() == 0) {  // one of another user, which nobody else can make
         WriteBytes(folder_ / ".hueweave-1-4.tmp", "theirs");
         ASSERT_EQ(chown((folder_ / ".hueweave-1-4.tmp").c_str(), 12345, 12345), 0);
         stay.push_back(".hueweave-1-4.tmp");
     }
     stay.insert(stay.end(), {".hueweave-a-b.tmp", ".hueweave-notes.tmp"});
-    for (const std::string moment : {"linkat:1:0", "tmpfile:0:95,fsync:1:0"}) {
+    for (const std::string moment : {"linkat:1:-7", "tmpfile:0:95,fsync:1:-7"}) {
         WriteBytes(out_, "old");
         EXPECT_EQ(Convert({"-o", out_, "--force"}, moment).signal, SIGKILL);
         EXPECT_EQ(FileBytes(out_), "old");
         EXPECT_EQ(NamesIn(folder_.path()).size(), stay.size() + 3) << "the test is to leave one behind";
         const Outcome run = Convert({"-o", out_, "--force"});
-        EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_THAT(run.err, HasSubstr("note: " + folder_.path() + ": 1 temporary file of a killed run removed\n"));
+        EXPECT_THAT(run, Says(0, "note: " + folder_.path() + ": 1 temporary file of a killed run removed\n"));
         ExpectConverted(out_);
-        Names wanted = stay;
+        Words wanted = stay;
         wanted.insert(wanted.end(), {"in.tif", "out.tif"});
         EXPECT_EQ(NamesIn(folder_.path()), wanted);
     }
@@ -213,35 +187,31 @@ TEST_F(ReplaceTest, WithoutProcEverythingIsConverted) {
     ExpectConverted(out_);
     EXPECT_EQ(Convert({"--in-place"}, none).status, 0);
     ExpectConverted(in_);
-    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif", "out.tif"}));
+    EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "out.tif"}));
 }
 
 TEST_F(ReplaceTest, WhatDoesNotReachTheDiskIsRefused) {
     // The file itself, in both ways of writing it.
     for (const std::string way : {"", "tmpfile:0:95,"}) {
         WriteBytes(out_, "old");
-        const Outcome run = Convert({"-o", out_, "--force"}, way + "fsync:1:5");
-        EXPECT_EQ(run.status, 5);
-        EXPECT_THAT(run.err, HasSubstr("out.tif: cannot be written (Input/output error)"));
+        EXPECT_THAT(Convert({"-o", out_, "--force"}, way + "fsync:1:5"),
+                    Says(5, "out.tif: cannot be written (Input/output error)"));
         EXPECT_EQ(FileBytes(out_), "old");
         fs::remove(out_);
     }
     // Its folder: a new file is not left there, and that an old one is replaced is said.
     Outcome run = Convert({"-o", out_}, "fsync:2:5");
-    EXPECT_EQ(run.status, 5);
-    EXPECT_EQ(run.err,
-              "hueweave: " + out_ + ": cannot be written (Input/output error); choose another folder with -o\n");
-    EXPECT_EQ(NamesIn(folder_.path()), (Names{"in.tif"}));
+    EXPECT_THAT(run, SaysOnly(5, out_ + ": cannot be written (Input/output error); choose another folder with -o"));
+    EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     // A newcomer under the name is not taken away with it.
     newcomersPlace_ = out_;
     WriteBytes(newcomer_, "newer");
     EXPECT_EQ(Convert({"-o", out_}, "fsync:2:-1,fsync:2:5").status, 5);
     EXPECT_EQ(FileBytes(out_), "newer");
-    run = Convert({"-o", out_, "--force"}, "fsync:2:5");
-    EXPECT_EQ(run.status, 5);
-    EXPECT_EQ(run.err, "hueweave: " + out_ +
-                           ": is replaced, but may be the old file after a power cut (Input/output error); check the "
-                           "disk\n");
+    EXPECT_THAT(
+        Convert({"-o", out_, "--force"}, "fsync:2:5"),
+        SaysOnly(5, out_ + ": is replaced, but may be the old file after a power cut (Input/output error); check the "
+                           "disk"));
     ExpectConverted(out_);
     fs::remove(out_);
     // A folder that cannot be written through by itself, or be opened, is no failure.

@@ -1,32 +1,175 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What tries to leave the sandbox is stopped, and what the command line asks for works in it. escape.c tries.
-#include <gmock/gmock.h>
+// The sandbox: the two parts of it by themselves, each in a process of its own, and in the command, where what tries to
+// leave it is stopped and what the command line asks for works. escape.c tries.
+#include <asm/unistd.h>
+#include <fcntl.h>
 #include <linux/landlock.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
-#include <sys/syscall.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
+#include <functional>
 #include <sstream>
 
 #include "command/support/Command.h"
-#include "command/support/Kind.h"
 #include "command/support/Picture.h"
+#include "system/Sandbox.h"
 
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-using Names = std::vector<std::string>;
 namespace fs = std::filesystem;
+using tool::AllowedPaths;
+using tool::Use;
 
 /// What the kernel under the tests has.
 long LandlockVersion() {
-    return std::max(0L, syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION));
+    return std::max(0L, syscall(__NR_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION));
 }
 bool HasSeccomp() { return prctl(PR_GET_SECCOMP, 0, 0, 0, 0) >= 0; }
+
+/// What `attempt` tells for each number below `count`, 0 or an errno, in a process that `restrict` has closed.
+std::vector<int> InChild(const std::function<void()>& restrict, std::size_t count,
+                         const std::function<int(std::size_t)>& attempt) {
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+        restrict();
+        for (std::size_t i = 0; i < count; ++i) {
+            const int error = attempt(i);
+            if (write(ends[1], &error, sizeof error) != sizeof error) _exit(1);
+        }
+        _exit(0);
+    }
+    close(ends[1]);
+    std::vector<int> errors;
+    for (int error = 0; read(ends[0], &error, sizeof error) == sizeof error;) errors.push_back(error);
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(errors.size(), count);
+    errors.resize(count, -1);
+    return errors;
+}
+
+int ErrorOf(long result) { return result < 0 ? errno : 0; }
+
+// Called with -1 for every argument, which does nothing where they are allowed.
+#define NAMED(call) \
+    { #call, __NR_##call }
+// clang-format off
+constexpr std::pair<const char*, long> kForbidden[] = {
+    NAMED(socket), NAMED(socketpair), NAMED(connect), NAMED(bind), NAMED(listen), NAMED(accept4), NAMED(sendto),
+    NAMED(sendmsg), NAMED(sendmmsg), NAMED(shmget), NAMED(semget), NAMED(mq_open), NAMED(tkill), NAMED(pidfd_open),
+    NAMED(pidfd_send_signal), NAMED(rt_sigqueueinfo), NAMED(rt_tgsigqueueinfo), NAMED(execve), NAMED(execveat),
+    NAMED(process_vm_readv), NAMED(process_vm_writev), NAMED(kcmp), NAMED(perf_event_open), NAMED(io_uring_setup),
+    NAMED(io_uring_enter), NAMED(fchmodat), NAMED(fchownat), NAMED(truncate), NAMED(setxattr), NAMED(lsetxattr),
+    NAMED(removexattr), NAMED(lremovexattr), NAMED(utimensat), NAMED(name_to_handle_at), NAMED(unshare), NAMED(setns),
+    NAMED(mount), NAMED(umount2), NAMED(userfaultfd), NAMED(keyctl), NAMED(add_key), NAMED(personality),
+    NAMED(vmsplice), NAMED(move_pages), NAMED(chroot), NAMED(bpf), NAMED(fsopen), NAMED(sethostname),
+    NAMED(settimeofday),
+#ifdef __x86_64__
+    NAMED(chmod), NAMED(chown), NAMED(lchown), NAMED(utimes)
+#endif
+};
+// clang-format on
+#undef NAMED
+
+TEST(RestrictCallsTest, WaysOutOfTheProcessAreRefused) {
+    const auto errors = InChild(tool::RestrictCalls, std::size(kForbidden), [](std::size_t i) {
+        return ErrorOf(syscall(kForbidden[i].second, -1L, -1L, -1L, -1L, -1L, -1L));
+    });
+    for (std::size_t i = 0; HasSeccomp() && i < errors.size(); ++i) EXPECT_EQ(errors[i], EPERM) << kForbidden[i].first;
+}
+
+/// A call that is refused or allowed by its arguments, or tells that it is not there.
+struct Chosen {
+    const char* name;
+    std::function<long()> call;
+    int error;
+};
+
+TEST(RestrictCallsTest, ArgumentsDecideWhereACallHasOtherUses) {
+    const pid_t self = getpid();
+    const Chosen chosen[] = {
+        {"a signal to another", [=] { return kill(self, 0); }, EPERM},
+        {"a signal to itself", [] { return kill(getpid(), 0); }, 0},
+        {"a signal to a thread of another", [=] { return syscall(__NR_tgkill, self, self, 0); }, EPERM},
+        {"a signal to a thread of its own", [] { return syscall(__NR_tgkill, getpid(), getpid(), 0); }, 0},
+        {"limits of another", [=] { return syscall(__NR_prlimit64, self, 0, nullptr, nullptr); }, EPERM},
+        {"limits of its own", [] { return syscall(__NR_prlimit64, 0, 0, nullptr, nullptr); }, 0},
+        {"typing", [] { return ioctl(-1, TIOCSTI, "x"); }, EPERM},
+        {"pasting", [] { return ioctl(-1, TIOCLINUX, "x"); }, EPERM},
+        {"another question to a terminal", [] { return ioctl(-1, TIOCGWINSZ, nullptr); }, EBADF},
+        {"modes by a call that older kernels do not have", [] { return syscall(452, -1, -1, -1, -1); }, ENOSYS},
+        {"the first call that is younger than the list", [] { return syscall(463, -1, -1, -1, -1, -1, -1); }, ENOSYS},
+        {"a call that is older", [] { return syscall(__NR_close, -1); }, EBADF},
+    };
+    const auto errors =
+        InChild(tool::RestrictCalls, std::size(chosen), [&](std::size_t i) { return ErrorOf(chosen[i].call()); });
+    for (std::size_t i = 0; HasSeccomp() && i < errors.size(); ++i) {
+        EXPECT_EQ(errors[i], chosen[i].error) << chosen[i].name;
+    }
+}
+
+TEST(RestrictCallsTest, ThreadsAreAllThatIsStarted) {
+    const auto errors = InChild(tool::RestrictCalls, 3, [](std::size_t i) {
+        if (i == 0) return ErrorOf(syscall(__NR_clone3, nullptr, 0));
+        if (i == 1) return ErrorOf(syscall(__NR_ptrace, -1, -1, -1, -1));
+        const long child = syscall(__NR_clone, static_cast<long>(SIGCHLD), 0, 0, 0, 0);
+        if (child == 0) _exit(0);
+        return ErrorOf(child);
+    });
+    // The runtime of a sanitizer starts a process itself.
+    const bool refused = HasSeccomp() && !tool::kSanitized;
+    EXPECT_EQ(errors, refused ? (std::vector<int>{ENOSYS, EPERM, EPERM}) : (std::vector<int>{EINVAL, ESRCH, 0}));
+}
+
+TEST(RestrictFilesTest, WhatIsReadIsNotWrittenAndWhatIsNotNamedIsNotThere) {
+    const long version = LandlockVersion();
+    const Folder folder;
+    const std::string inputs = folder / "inputs", file = inputs + "/a", other = folder / "b", below = folder / "below";
+    for (const std::string& made : {inputs, inputs + "/below", below}) mkdir(made.c_str(), 0700);
+    for (const std::string& made : {file, other}) WriteBytes(made, "precious");
+    const auto opened = [](const std::string& path, int flags) {
+        const int descriptor = open(path.c_str(), flags, 0600);
+        const int error = ErrorOf(descriptor);
+        close(descriptor);
+        return error;
+    };
+    const std::pair<std::function<int()>, int> attempts[] = {
+        {[&] { return opened(file, O_RDONLY); }, 0},
+        {[&] { return opened(inputs, O_RDONLY | O_DIRECTORY); }, 0},
+        {[&] { return opened(file, O_WRONLY); }, EACCES},
+        {[&] { return version < 3 ? EACCES : opened(file, O_RDONLY | O_TRUNC); }, EACCES},
+        {[&] { return opened(inputs + "/made", O_WRONLY | O_CREAT); }, EACCES},
+        {[&] { return ErrorOf(unlink(file.c_str())); }, EACCES},
+        {[&] { return ErrorOf(rmdir((inputs + "/below").c_str())); }, EACCES},
+        {[&] { return opened(other, O_RDONLY); }, EACCES},
+        {[&] { return opened(below, O_RDONLY | O_DIRECTORY); }, EACCES},
+        {[&] { return ErrorOf(rmdir(below.c_str())); }, EACCES},
+        {[&] { return ErrorOf(mknod((below + "/socket").c_str(), S_IFSOCK | 0600, 0)); }, EACCES},
+        {[&] { return ErrorOf(mkfifo((below + "/fifo").c_str(), 0600)); }, EACCES},
+        {[&] { return ErrorOf(symlink("/etc/passwd", (below + "/link").c_str())); }, EACCES},
+        {[&] { return ErrorOf(rename(other.c_str(), (folder / "renamed").c_str())); }, EACCES},
+        {[&] { return opened(below, O_WRONLY | O_TMPFILE); }, EACCES},
+    };
+    const AllowedPaths allowed{{inputs, Use::Read}};
+    const auto errors = InChild([&] { tool::RestrictFiles(allowed); }, std::size(attempts),
+                                [&](std::size_t i) { return attempts[i].first(); });
+    for (std::size_t i = 0; i < (version > 0 ? errors.size() : 2); ++i) {
+        EXPECT_EQ(errors[i], attempts[i].second) << "attempt " << i;
+    }
+}
 
 enum class By { Landlock, Seccomp, Tracing };
 
@@ -37,29 +180,10 @@ struct WayOut {
     int stopped, free = 0;
 };
 constexpr WayOut kWaysOut[] = {
-    {"read", By::Landlock, EACCES},
-    {"list", By::Landlock, EACCES},
-    {"append", By::Landlock, EACCES},
-    {"make", By::Landlock, EACCES},
-    {"unnamed", By::Landlock, EACCES},
-    {"folder", By::Landlock, EACCES},
-    {"symlink", By::Landlock, EACCES},
-    {"fifo", By::Landlock, EACCES},
-    {"remove", By::Landlock, EACCES},
-    {"rename", By::Landlock, EACCES},
-    {"mode", By::Seccomp, EPERM},
-    {"length", By::Seccomp, EPERM},
-    {"internet", By::Seccomp, EPERM},
-    {"local", By::Seccomp, EPERM},
-    {"pair", By::Seccomp, EPERM},
-    {"exec", By::Seccomp, EPERM, ENOENT},
-    {"execat", By::Seccomp, EPERM, ENOENT},
-    {"fork", By::Tracing, EPERM},
-    {"clone3", By::Tracing, ENOSYS, EINVAL},
-    {"signal", By::Seccomp, EPERM},
-    {"memory", By::Seccomp, EPERM},
-    {"view", By::Seccomp, EPERM},
-    {"typing", By::Seccomp, EPERM, ENOTTY},
+    {"read", By::Landlock, EACCES}, {"list", By::Landlock, EACCES},   {"append", By::Landlock, EACCES},
+    {"make", By::Landlock, EACCES}, {"folder", By::Landlock, EACCES}, {"remove", By::Landlock, EACCES},
+    {"length", By::Seccomp, EPERM}, {"internet", By::Seccomp, EPERM}, {"exec", By::Seccomp, EPERM, ENOENT},
+    {"fork", By::Tracing, EPERM},   {"signal", By::Seccomp, EPERM},   {"memory", By::Seccomp, EPERM},
     {"trace", By::Tracing, EPERM},
 };
 
@@ -78,7 +202,7 @@ constexpr Kernel kNothing{false, false};
 struct Task {
     const char* name;
     int at;  ///< the call of pread in which it tries
-    Names words;
+    Words words;
 };
 void PrintTo(const Task& task, std::ostream* out) { *out << task.name; }
 
@@ -88,9 +212,9 @@ protected:
         fs::create_directories(scans_);
         fs::create_directories(out_);
         Shell("tiffcp -s -c zip -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/a.tif"));
-        for (const char* name : {"secret", "victim", "other"}) WriteBytes(folder_ / name, "precious");
+        for (const char* name : {"secret", "victim"}) WriteBytes(folder_ / name, "precious");
     }
-    Outcome Run(Names words, int at, const std::string& kernel = "") {
+    Outcome Run(const Words& words, int at, const std::string& kernel = "") {
         std::map<std::string, std::string> environment{
             {"LD_PRELOAD", HUEWEAVE_ESCAPE},
             {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},  // not while traced
@@ -99,8 +223,9 @@ protected:
             {"HUEWEAVE_OUTSIDE", folder_.path()},
             {"TMPDIR", out_}};
         if (!kernel.empty()) environment["HUEWEAVE_KERNEL"] = kernel;
-        words.insert(words.begin(), HUEWEAVE_COMMAND);
-        return RunProgram({words, "", environment, {}, {}});
+        return Hueweave(words, {.setenv = environment, .inChild = [this] {
+                                    if (chdir(folder_.path().c_str()) != 0) _exit(126);
+                                }});
     }
     /// Whether each way out ended as it has to.
     void Expect(const Outcome& run, const Kernel& kernel, bool privileges) {
@@ -114,61 +239,45 @@ protected:
             EXPECT_EQ(told[way.name], kernel.Stops(way.by) ? way.stopped : way.free) << way.name;
         }
     }
-    void ExpectConverted(const std::string& path) {
-        EXPECT_EQ(ReadPictures(path)[0].values,
-                  ByEngine(ReadPictures(Input("photo-8.tif"))[0], Input("scanner.icc"), 0, 8).values);
-    }
+    void ExpectConverted(const std::string& path) { ExpectSrgb(path, Input("photo-8.tif")); }
     Folder folder_;
     std::string scans_ = folder_ / "scans", out_ = folder_ / "out";
 };
 
-class EscapeTest : public SandboxTest, public testing::WithParamInterface<Task> {
-protected:
-    Names Words() const {
-        Names words = GetParam().words;
-        for (std::string& word : words) {
-            if (word.starts_with("IN")) word = scans_ + word.substr(2);
-            if (word.starts_with("OUT")) word = out_ + word.substr(3);
-            if (word.ends_with(".icc") && !word.starts_with("/")) word = Input(word);
-        }
-        return words;
-    }
-};
+class EscapeTest : public SandboxTest, public testing::WithParamInterface<Task> {};
 
 TEST_P(EscapeTest, IsStopped) {
-    const Outcome run = Run(Words(), GetParam().at);
+    const Outcome run = Run(GetParam().words, GetParam().at);
     EXPECT_EQ(run.status, 0) << run.err;
     Expect(run, {}, false);
     if (Kernel().landlock && Kernel().seccomp) {
-        EXPECT_EQ(NamesIn(folder_.path()), (Names{"other", "out", "scans", "secret", "victim"}));
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"out", "scans", "secret", "victim"}));
         EXPECT_EQ(FileBytes(folder_ / "secret"), "precious");
     }
 }
 
 TEST_P(EscapeTest, GetsThroughWithoutTheSandbox) {
-    Names words = Words();
-    words.push_back("--no-sandbox");
-    const Outcome run = Run(words, GetParam().at);
+    const Outcome run = Run(GetParam().words + Words{"--no-sandbox"}, GetParam().at);
     EXPECT_EQ(run.status, 0) << run.err;
     Expect(run, kNothing, true);
     EXPECT_EQ(FileBytes(folder_ / "secret"), "pre");
 }
 
+const Words kConvertScan{"convert", "-q", "--profile", Input("scanner.icc")};
 const Task kTasks[] = {
-    {"Convert", 6, {"convert", "--profile", "scanner.icc", "IN/a.tif", "-o", "OUT/a.tif", "-q"}},
-    {"Folders", 6, {"convert", "--profile", "scanner.icc", "IN", "-o", "OUT", "-j2", "--resume", "-q"}},
-    {"InPlace", 6, {"convert", "--profile", "scanner.icc", "IN/a.tif", "--in-place", "-q"}},
-    {"DryRun", 6, {"convert", "--profile", "scanner.icc", "IN/a.tif", "-o", "OUT/a.tif", "-q", "--dry-run"}},
-    {"Inspect", 2, {"inspect", "IN/a.tif"}},
-    {"Bake", 1, {"bake", "matrix.icc", "-o", "OUT/baked", "-q"}},
-    {"Verify", 1, {"verify", "xyz.icc", "--points", "3"}},
-    {"VerifyImage", 6, {"verify", "scanner.icc", "--image", "IN/a.tif"}},
+    {"Convert", 6, kConvertScan + Words{"scans/a.tif", "-o", "out/a.tif"}},
+    {"Folders", 6, kConvertScan + Words{"scans", "-o", "out", "-j2", "--resume"}},
+    {"InPlace", 6, kConvertScan + Words{"scans/a.tif", "--in-place"}},
+    {"DryRun", 6, kConvertScan + Words{"scans/a.tif", "-o", "out/a.tif", "--dry-run"}},
+    {"Inspect", 2, {"inspect", "scans/a.tif"}},
+    {"Bake", 1, {"bake", Input("matrix.icc"), "-o", "out/baked", "-q"}},
+    {"Verify", 1, {"verify", Input("xyz.icc"), "--points", "3"}},
+    {"VerifyImage", 6, {"verify", Input("scanner.icc"), "--image", "scans/a.tif"}},
 };
-INSTANTIATE_TEST_SUITE_P(Every, EscapeTest, testing::ValuesIn(kTasks),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Every, EscapeTest, testing::ValuesIn(kTasks), NameOfRow);
 
 TEST_F(SandboxTest, OlderKernelsConvertTheSame) {
-    const Names words{"convert", "--profile", Input("scanner.icc"), scans_, "-o", out_, "-q", "--force"};
+    const Words words{"convert", "--profile", Input("scanner.icc"), scans_, "-o", out_, "-q", "--force"};
     // Each version of Landlock brought rights of its own.
     for (long version = 1; version <= LandlockVersion(); ++version) {
         const Outcome run = Run(words, 6, std::to_string(version));
@@ -191,12 +300,7 @@ TEST_F(SandboxTest, LinksLeadWhereTheyLead) {
     // The folder itself and one below it stand elsewhere; so do the inputs.
     fs::create_directory_symlink(out_, link);
     fs::create_directory_symlink(elsewhere, out_ + "/sub");
-    const Names words{"convert", "--profile", Input("scanner.icc"), "-q"};
-    const auto convert = [&](Names more) {
-        more.insert(more.begin(), words.begin(), words.end());
-        const Outcome run = Hueweave(more);
-        EXPECT_EQ(run.status, 0) << run.err;
-    };
+    const auto convert = [&](const Words& words) { EXPECT_THAT(ConvertScan(words), Succeeds()); };
     convert({inputs, "-o", link});
     ExpectConverted(out_ + "/b.tif");
     ExpectConverted(elsewhere + "/a.tif");
@@ -213,14 +317,10 @@ TEST_F(SandboxTest, LinksLeadWhereTheyLead) {
 
 TEST_F(SandboxTest, FoldersAreMadeAndGoAgain) {
     const std::string deep = folder_ / "new/deep/er";
-    const Names words{"convert", "--profile", Input("scanner.icc"), "-q", "-o", deep};
-    Names bad = words, good = words;
     WriteBytes(scans_ + "/bad.tif", "no image");
-    bad.insert(bad.end(), {scans_ + "/bad.tif", scans_ + "/gone.tif"});
-    EXPECT_EQ(Hueweave(bad).status, 1);
+    EXPECT_EQ(ConvertScan({scans_ + "/bad.tif", scans_ + "/gone.tif", "-o", deep}).status, 1);
     EXPECT_FALSE(Exists(folder_ / "new")) << "what stays empty";
-    good.push_back(scans_);
-    EXPECT_EQ(Hueweave(good).status, 1);
+    EXPECT_EQ(ConvertScan({scans_, "-o", deep}).status, 1);
     ExpectConverted(deep + "/a.tif");
 }
 
@@ -230,20 +330,15 @@ TEST_F(SandboxTest, StreamsGoThroughTheTemporaryFolderAlone) {
     // Strips that are larger than the memory for them are decoded by rows, which takes temporary files as well.
     Shell("convert-im6 " + Quoted(Input("photo-16.tif")) +
           " -scale 2600x2000! -compress zip -define tiff:rows-per-strip=2000 " + Quoted(in));
-    const Outcome run = RunProgram(
-        {{HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc"), "-", "-q", "-o", "-", "--max-memory", "32M"},
-         in,
-         {{"TMPDIR", temporary}},
-         [] {
-             HeedModes();
-             if (chdir("/proc") != 0) _exit(126);  // where no file can be made
-         },
-         {}});
+    const Outcome run = ConvertScan({"-", "-q", "-o", "-", "--max-memory", "32M"},
+                                    {.input = in, .setenv = {{"TMPDIR", temporary}}, .inChild = [] {
+                                         HeedModes();
+                                         if (chdir("/proc") != 0) _exit(126);  // where no file can be made
+                                     }});
     ASSERT_EQ(run.status, 0) << run.err;
     WriteBytes(out_ + "/piped.tif", run.out);
-    EXPECT_EQ(ReadPictures(out_ + "/piped.tif")[0].values,
-              ByEngine(ReadPictures(in)[0], Input("scanner.icc"), 0, 9).values);
-    EXPECT_EQ(NamesIn(temporary), Names{});
+    ExpectSrgb(out_ + "/piped.tif", in);
+    EXPECT_EQ(NamesIn(temporary), Words{});
 }
 
 }  // namespace

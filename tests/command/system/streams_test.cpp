@@ -2,7 +2,6 @@
 // Copyright (c) The Hueweave authors
 // Standard streams that are closed, full or not read: they decide over no file, and the exit status tells the truth.
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,18 +13,14 @@
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 class StreamsTest : public BatchTest {
 protected:
-    /// `convert` by a shell, with these words and redirections after it.
-    Outcome Line(const std::string& words, const std::string& streams, const std::string& command = "convert",
-                 const std::function<void()>& inChild = {}) const {
-        std::string line = HUEWEAVE_COMMAND " " + command;
-        if (command == "convert") line += " --profile " + Quoted(Input("scanner.icc"));
-        return RunProgram({{"bash", "-c", line + " " + words + " " + streams}, "", {}, inChild, {}});
+    static Outcome Line(const std::string& line, const std::function<void()>& inChild = {}) {
+        return RunProgram({.words = {"bash", "-c", line}, .inChild = inChild});
     }
+    std::string all_ = Quoted(scans_) + " -o " + Quoted(out_) + " ";
     /// For `Line`: this stream becomes a pipe whose reader is gone.
     static std::function<void()> Unread(int stream) {
         return [stream] {
@@ -36,15 +31,16 @@ protected:
         };
     }
     void ExpectConverted(const std::string& path) const { EXPECT_EQ(ReadPictures(path)[0].values, wanted_) << path; }
-    std::vector<std::uint16_t> wanted_ =
-        ByEngine(ReadPictures(scans_ + "/a.tif")[0], Input("scanner.icc"), 0, 9).values;
+    std::vector<std::uint16_t> wanted_ = ToSrgb(ReadPictures(scans_ + "/a.tif")[0]).values;
 };
 
 class ClosedStreamsTest : public StreamsTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(ClosedStreamsTest, NoFileTakesThePlaceOfAStream) {
-    const std::string streams = GetParam();
-    const int unwritten = streams.find('1') != std::string::npos ? 5 : 0;  // the exit status with --json
+    const std::string numbers = GetParam();
+    const int unwritten = numbers.find('1') != std::string::npos ? 5 : 0;  // the exit status with --json
+    std::string streams;
+    for (const char number : numbers) streams += std::string(" ") + number + ">&-";
     const std::string many = folder_ / "many", bytes = FileBytes(scans_ + "/a.tif");
     fs::create_directory(many);
     const auto fill = [&] {
@@ -56,43 +52,32 @@ TEST_P(ClosedStreamsTest, NoFileTakesThePlaceOfAStream) {
     // Files are opened side by side, and each time in another order. `make faults` goes on.
     for (int round = 0; round < 2; ++round) {
         fill();
-        EXPECT_EQ(Line("-j 8 --in-place " + Quoted(many), streams).status, 0);
+        EXPECT_EQ(Line(ConvertLine("-j 8 --in-place " + Quoted(many) + streams)).status, 0);
         expect(many);
         fill();
-        EXPECT_EQ(Line("-j 8 --json " + Quoted(many) + " -o " + Quoted(out_), streams).status, unwritten);
+        EXPECT_EQ(Line(ConvertLine("-j 8 --json " + Quoted(many) + " -o " + Quoted(out_) + streams)).status, unwritten);
         expect(out_);
         EXPECT_EQ(Lines(FileBytes(out_ + "/.hueweave.jsonl")).size(), 16U) << "a line and an empty one a file";
         fs::remove_all(out_);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, ClosedStreamsTest,
-                         testing::Values("0<&-", "1>&-", "2>&-", "0<&- 1>&-", "0<&- 2>&-", "1>&- 2>&-",
-                                         "0<&- 1>&- 2>&-"),
-                         [](const auto& row) {
-                             std::string name = "Stream";
-                             for (const char c : std::string(row.param))
-                                 if (c >= '0' && c <= '2') name += c;
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Every, ClosedStreamsTest, testing::Values("0", "1", "2", "01", "02", "12", "012"),
+                         [](const auto& row) { return std::string("Stream") + row.param; });
 
 TEST_F(StreamsTest, AClosedStreamIsAnErrorWhereItIsAskedFor) {
-    const std::string in = Quoted(scans_ + "/a.tif"), out = Quoted(folder_ / "out.tif");
-    Outcome run = Line(in + " -o -", ">&-");
-    EXPECT_EQ(run.status, 5);
-    EXPECT_EQ(run.err, "hueweave: standard output: is closed; write to a file\n");
-    run = Line("- -o " + out, "<&-");
-    EXPECT_EQ(run.status, 4);
-    EXPECT_EQ(run.err, "hueweave: standard input: is closed; name a file instead of -\n");
-    EXPECT_FALSE(Exists(folder_ / "out.tif"));
-    for (const std::string command : {"spaces", "spaces --json", "--help", "--version"}) {
-        run = Line("", ">&-", command);
-        EXPECT_EQ(run.status, 5) << command;
-        EXPECT_EQ(run.err, "hueweave: standard output: is closed; write to a file\n");
+    const auto closed = SaysOnly(5, "standard output: is closed; write to a file");
+    EXPECT_THAT(Line(ConvertLine(Quoted(scans_ + "/a.tif") + " -o - >&-")), closed);
+    EXPECT_THAT(Line(ConvertLine("- -o " + Quoted(out_) + " <&-")),
+                SaysOnly(4, "standard input: is closed; name a file instead of -"));
+    EXPECT_FALSE(Exists(out_));
+    const std::string command = HUEWEAVE_COMMAND " ";
+    for (const std::string words : {"spaces", "spaces --json", "--help", "--version"}) {
+        EXPECT_THAT(Line(command + words + " >&-"), closed) << words;
     }
-    run = Line(Quoted(Input("scanner.icc")), ">/dev/full", "inspect");
-    EXPECT_EQ(run.status, 5);
-    EXPECT_EQ(run.err, "hueweave: standard output: cannot be written (No space left on device); write to a file\n");
+    EXPECT_EQ(Line(command + "spaces >/dev/full").status, 5);
+    EXPECT_THAT(Line(command + "inspect " + Quoted(Input("scanner.icc")) + " >/dev/full"),
+                SaysOnly(5, "standard output: cannot be written (No space left on device); write to a file"));
 }
 
 TEST_F(StreamsTest, MessagesThatCannotBeWrittenStopNothing) {
@@ -102,51 +87,44 @@ TEST_F(StreamsTest, MessagesThatCannotBeWrittenStopNothing) {
         {"2>/dev/full", {}}, {"2>&-", {}}, {"", Unread(2)}, {">/dev/full 2>/dev/full", {}}};
     for (const auto& [streams, inChild] : rows) {
         // "0.tif" is refused first, and its line is the first that cannot be written.
-        EXPECT_EQ(Line("-j 1 " + Quoted(scans_) + " -o " + Quoted(out_), streams, "convert", inChild).status, 1);
-        EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF", "c.tif", "deep/a.tif"})) << streams;
+        EXPECT_EQ(Line(ConvertLine("-j 1 " + all_ + streams), inChild).status, 1);
+        EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "c.tif", "deep/a.tif"})) << streams;
         fs::remove_all(out_);
-        EXPECT_EQ(Line(Quoted(scans_ + "/c.tif") + " -o " + Quoted(out_ + "/"), streams, "convert", inChild).status, 0);
+        EXPECT_EQ(Line(ConvertLine(scans_ + "/c.tif -o " + out_ + "/ " + streams), inChild).status, 0);
         ExpectConverted(out_ + "/c.tif");
         fs::remove_all(out_);
     }
-    EXPECT_EQ(Line(Quoted(Input("scanner.icc")) + " -o " + Quoted(folder_ / "baked.icc"), "2>/dev/full", "bake").status,
-              0);
+    EXPECT_EQ(Line(HUEWEAVE_COMMAND " bake " + Input("scanner.icc") + " -o " + out_ + " 2>/dev/full").status, 0);
 }
 
 TEST_F(StreamsTest, JsonLinesThatCannotBeWrittenDecideOverTheStatusAlone) {
     const std::pair<std::string, std::function<void()>> rows[] = {{">/dev/full", {}}, {">&-", {}}, {"", Unread(1)}};
     for (const auto& [streams, inChild] : rows) {
-        const Outcome run = Line("-j 1 --json " + Quoted(scans_) + " -o " + Quoted(out_), streams, "convert", inChild);
-        EXPECT_EQ(run.status, 5) << streams;
-        EXPECT_THAT(run.err, HasSubstr("3 converted, in "));
-        EXPECT_THAT(run.err, HasSubstr("hueweave: standard output: "));
-        EXPECT_EQ(Outputs(), (std::set<std::string>{"a.tif", "b.TIFF", "deep/a.tif"})) << streams;
+        const Outcome run = Line(ConvertLine("-j 1 --json " + all_ + streams), inChild);
+        EXPECT_THAT(run, Says(5, "3 converted, in "));
+        EXPECT_THAT(run, Says(5, "hueweave: standard output: "));
+        EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"})) << streams;
         fs::remove_all(out_);
     }
 }
 
 TEST_F(StreamsTest, ASignalEndsTheWaitingForAStream) {
-    for (int i = 0; i < 80; ++i) fs::copy_file(scans_ + "/a.tif", scans_ + "/n" + std::to_string(i) + ".tif");
-    const std::string pipe = folder_ / "pipe", convert = "convert --profile " + Quoted(Input("scanner.icc")) + " ";
+    Copy("n", 80);
+    const std::string pipe = folder_ / "pipe";
     mkfifo(pipe.c_str(), 0600);
     // Both ends of the pipe are open, and nobody writes to it or reads from it. It holds 4 KiB, which is soon full.
     const int ends = open(pipe.c_str(), O_RDWR | O_CLOEXEC);
     fcntl(ends, F_SETPIPE_SZ, 4096);
-    std::string profiles;
-    for (int i = 0; i < 8; ++i) profiles += " " + Quoted(Input("scanner.icc"));
-    const std::vector<std::string> rows{
-        convert + "- -o " + Quoted(folder_ / "x.tif") + " <" + Quoted(pipe),
-        convert + "-j 4 - " + Quoted(scans_) + " -o " + Quoted(out_) + " <" + Quoted(pipe),
-        convert + Quoted(scans_ + "/a.tif") + " -o - >" + Quoted(pipe),
-        convert + "-j 4 --json " + Quoted(scans_) + " -o " + Quoted(out_) + " >" + Quoted(pipe),
-        convert + "-j 4 " + Quoted(scans_) + " -o " + Quoted(out_) + " 2>" + Quoted(pipe),
-        "inspect --json" + profiles + " >" + Quoted(pipe)};
+    std::string inspect = HUEWEAVE_COMMAND " inspect --json";
+    for (int i = 0; i < 8; ++i) inspect += " " + Quoted(Input("scanner.icc"));
+    const Words rows{ConvertLine("- -o " + Quoted(folder_ / "x.tif") + " <" + Quoted(pipe)),
+                     ConvertLine("-j 4 - " + all_ + " <" + Quoted(pipe)),
+                     ConvertLine(Quoted(scans_ + "/a.tif") + " -o - >" + Quoted(pipe)),
+                     ConvertLine("-j 4 --json " + all_ + " >" + Quoted(pipe)),
+                     ConvertLine("-j 4 " + all_ + " 2>" + Quoted(pipe)),
+                     inspect + " >" + Quoted(pipe)};
     for (const std::string& row : rows) {
-        const Outcome run =
-            RunProgram({{"bash", "-c", "exec " HUEWEAVE_COMMAND " " + row}, "", {}, {}, [](pid_t child) {
-                            WaitUntilIdle(child);
-                            Terminate(child);
-                        }});
+        const Outcome run = RunProgram({.words = {"bash", "-c", "exec " + row}, .meanwhile = TerminateIdle});
         EXPECT_EQ(run.signal, SIGTERM) << row << run.err;
         char rest[8192];
         fcntl(ends, F_SETFL, O_NONBLOCK);

@@ -37,19 +37,19 @@ FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "S
 COMMAND = ["command:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
            "fuzz_convert_profile", "fuzz_convert_tiff", "command"]
 FIRST = {
-    "Budget": "Structure*:Budget*:Limits*", "TagRules": "Tags*", "TiffPage": "Structure*:Tags*:Refusal*:Limits*",
-    "TiffStructure": "Structure*:OutputCheck*:Limits*:*Refused*", "PageProfiles": "Structure*:Limits*:Shared*:Metadata*",
+    "Budget": "Structure*:Budget*:Limits*", "TagRules": "Tags*", "TiffPage": "Structure*:Tags*:*Refusal*:Limits*",
+    "TiffStructure": "Structure*:OutputCheck*:Limits*:*Costly*", "PageProfiles": "Structure*:Limits*:Shared*:Profiles*",
     "OutputCheck": "OutputCheck*", "DecoderFile": "Decoder*", "TiffDecoder": "Decoder*:Damage*",
     "WebpSize": "Webp*:Decoder*", "DeflateReader": "Damage*:Decoder*:*DeflateTest*:Limits*",
     "PhotoshopResources": "Structure*:Photoshop*", "Resume": "Record*:Resume*", "LineReader": "LineReader*:Record*",
     "FileAccess": "Signals*:Record*:Replace*:Safety*:Exceptions*", "StandardStreams": "Streams*:*ClosedStreams*",
-    "OutputFile": "Replace*:Safety*", "TemporaryFiles": "Replace*:Named*", "Signals": "Signals*:Safety*:Streams*",
+    "OutputFile": "Replace*:Safety*", "TemporaryFiles": "Replace*:TemporaryFiles*", "Signals": "Signals*:Safety*:Streams*",
     "Refusal": "OneLine*:JsonLine*", "JsonNames": "JsonLine*:Batch*", "Lcms": "*AllocationTest*:Profiles*",
-    "Bake": "Colours*:Profiles*", "Compare": "Colours*:Profiles*", "OutputProfile": "OutputProfile*:Profiles*",
+    "Bake": "Bake*:*Baked*:Profiles*", "Compare": "Verify*", "OutputProfile": "OutputProfile*:*Space*:Profiles*",
     "OutputLayout": "OutputLayout*:Metadata*",
-    "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:Refusal*:*AllocationTest*",
+    "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:*Refusal*:*AllocationTest*",
 }
-OTHERS_FIRST = "Batch*:Profiles*:Refusal*:*Usage*:Photoshop*:Metadata*:Tags*:Resume*"
+OTHERS_FIRST = "Batch*:Profiles*:*Refusal*:*Usage*:Bake*:Verify*:Inspect*:Photoshop*:Metadata*:Tags*:Resume*"
 # By folder, or by file where it stands in none.
 SUITES = {
     "engine": ["unit_engine", "pipeline", "abi", "hostile"],

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Words of the command line, and the options that they become.
-#include <gtest/gtest.h>
-
 #include "cli/CommandLine.h"
 #include "cli/ConvertCommand.h"
 #include "cli/VerifyCommand.h"
+#include "command/support/Command.h"
 
 namespace hueweave::tool {
 namespace {
@@ -21,7 +20,7 @@ ConvertOptions ConvertWith(const std::string& word) {
     return dynamic_cast<const ConvertCommand&>(*command).options();
 }
 
-TEST(WordsTest, SizesAreDecimalBytesOrPowersOf1024) {
+TEST(CommandLineTest, SizesAreDecimalBytesOrPowersOf1024) {
     const auto memory = [](const std::string& size) { return ConvertWith("--max-memory=" + size).maxMemory; };
     EXPECT_EQ(ConvertWith("-q").maxMemory, 67108864U);
     EXPECT_EQ(memory("33554432"), 33554432U);
@@ -32,7 +31,7 @@ TEST(WordsTest, SizesAreDecimalBytesOrPowersOf1024) {
     EXPECT_EQ(memory("8589934592G"), 9223372036854775808U);
 }
 
-TEST(WordsTest, ChoicesBecomeValues) {
+TEST(CommandLineTest, ChoicesBecomeValues) {
     using namespace ICC40::ICCFILE;
     EXPECT_EQ(ConvertWith("-q").rendering.space->name, "srgb");
     EXPECT_EQ(ConvertWith("-q").rendering.intent, IntentPerceptual);
@@ -51,11 +50,25 @@ TEST(WordsTest, ChoicesBecomeValues) {
     EXPECT_EQ(rendering.intent, IntentPerceptual);
 }
 
-TEST(WordsTest, RangesHoldTheirEnds) {
+TEST(CommandLineTest, RangesHoldTheirEnds) {
     EXPECT_EQ(ConvertWith("--lightness=-100").rendering.lightness, -100);
     EXPECT_EQ(ConvertWith("--chroma=100").rendering.chroma, 100);
     EXPECT_EQ(ConvertWith("--hue=-360").rendering.hue, -360);
     EXPECT_EQ(ConvertWith("--hue=360").rendering.hue, 360);
+}
+
+TEST(CommandLineTest, HelpAndVersion) {
+    const test::Outcome help = test::Hueweave({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, testing::HasSubstr("Examples:"));
+    EXPECT_THAT(help.out, testing::HasSubstr("Exit status: 0 all done"));
+    for (const char* command : {"convert", "inspect", "bake", "verify", "spaces"}) {
+        EXPECT_THAT(help.out, testing::HasSubstr(command));
+        EXPECT_EQ(test::Hueweave({command, "--help"}).status, 0);
+    }
+    const test::Outcome version = test::Hueweave({"--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.out, testing::MatchesRegex("hueweave [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
 }  // namespace

@@ -1,22 +1,19 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // Image data that are not what was written are refused, as far as they tell of it; odd data that are whole are not.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <tiffio.h>
 
 #include <algorithm>
 #include <memory>
 #include <tuple>
 
-#include "command/support/Command.h"
-#include "command/support/Kind.h"
+#include "command/support/FileTest.h"
 #include "command/support/Picture.h"
+#include "command/support/TiffMaker.h"
+#include "support/Matchers.h"
 
 namespace hueweave::test {
 namespace {
-
-using testing::HasSubstr;
 
 struct Place {
     std::size_t offset, size;
@@ -37,30 +34,23 @@ std::vector<Place> PlacesIn(const std::string& path) {
     return places;
 }
 
-class DamageTest : public testing::Test {
+class DamageTest : public FileTest {
 protected:
-    void Make(const std::string& recipe, const std::string& photo = Input("photo-16.tif")) {
-        Shell("in=" + Quoted(photo) + "; out=" + Quoted(in_) + "; " + recipe);
-    }
-    Outcome Convert() const {
-        return Hueweave(
-            {"convert", "--profile", Input("scanner.icc"), "--max-memory", "32M", in_, "-o", out_, "--force"});
-    }
-    void ExpectRefusal(const std::string& bytes, const std::string& what) {
+    Outcome ConvertLow() const { return Convert({"--max-memory", "32M", "--force"}); }
+    void ExpectDamage(const std::string& bytes, const std::string& what) const {
+        SCOPED_TRACE(what);
         WriteBytes(in_, bytes);
-        const Outcome run = Convert();
-        EXPECT_EQ(run.status, 4) << what;
-        EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
-        EXPECT_THAT(run.err, HasSubstr("in.tif: holds damaged image data (")) << what;
-        EXPECT_THAT(run.err, HasSubstr("); get a whole copy of the file"));
-        EXPECT_EQ(NamesIn(folder_.path()), (std::vector<std::string>{"in.tif"})) << what;
+        const Outcome run = ConvertLow();
+        EXPECT_THAT(run, Refuses(4, "in.tif: holds damaged image data ("));
+        EXPECT_THAT(run.err, testing::HasSubstr("); get a whole copy of the file"));
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }
     /// Damages a strip or tile of Deflate data in many ways.
     void ExpectEveryDamageIsRefused(const std::string& whole, const Place& place, std::size_t flips) {
         const auto spoil = [&](std::size_t at, int mask, const std::string& what) {
             std::string bytes = whole;
             bytes[place.offset + at] = static_cast<char>(bytes[place.offset + at] ^ mask);
-            ExpectRefusal(bytes, what + " at " + std::to_string(at));
+            ExpectDamage(bytes, what + " at " + std::to_string(at));
         };
         // The last four bytes are the checksum; the bits before them need not be of use.
         for (std::size_t i = 0; i < flips; ++i) spoil(i * (place.size - 6) / flips, 1 << i % 8, "a bit");
@@ -70,7 +60,7 @@ protected:
             std::string bytes = whole;
             const std::size_t from = place.size * percent / 100;
             std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(place.offset + from), place.size - from, '\0');
-            ExpectRefusal(bytes, "zeros from " + std::to_string(percent) + " %");
+            ExpectDamage(bytes, "zeros from " + std::to_string(percent) + " %");
         }
     }
     /// A picture whose alpha is the picture itself in grey.
@@ -80,15 +70,13 @@ protected:
               "-composite -compress none " + Quoted(made));
         return made;
     }
-    Folder folder_;
-    std::string in_ = folder_ / "in.tif", out_ = folder_ / "out.tif";
 };
 
 class DeflateTest : public DamageTest, public testing::WithParamInterface<Kind> {};
 
 TEST_P(DeflateTest, EveryDamageIsRefused) {
-    Make(GetParam().recipe);
-    ASSERT_EQ(Convert().status, 0);
+    Make(GetParam().recipe, Input("photo-16.tif"));
+    ASSERT_EQ(ConvertLow().status, 0);
     Shell("rm " + Quoted(out_));
     const std::string whole = FileBytes(in_);
     const std::vector<Place> places = PlacesIn(in_);
@@ -107,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
                          "convert-im6 $in -interlace plane -define tiff:rows-per-strip=100 -compress zip $out"},
                     Kind{"TurnedBits", "tiffcp -f lsb2msb -s -c zip -r 16 $in $out"},
                     Kind{"BigEndianBigTiff", "tiffcp -8 -B -s -c zip:2 -r 16 $in $out"}),
-    [](const auto& row) { return std::string(row.param.name); });
+    NameOfRow);
 
 TEST_F(DamageTest, AStripThatIsReadByRows) {
     // 4.5 MB of pixels, which are not held at once with the least memory allowed.
@@ -130,8 +118,8 @@ TEST_F(DamageTest, APlaneThatIsCopiedAsItIs) {
         Make("tiffcp -p separate -s -c zip -r " + std::string(rows) + " $in $out", alpha);
         Shell("rm " + Quoted(alpha));
         const Picture before = ReadPictures(in_)[0];
-        ASSERT_EQ(Convert().status, 0);
-        EXPECT_EQ(ByEngine(before, Input("scanner.icc"), 0, 8).values, ReadPictures(out_)[0].values);
+        ASSERT_EQ(ConvertLow().status, 0);
+        EXPECT_THAT(ReadPictures(out_)[0].values, EqualTo(ToSrgb(before).values));
         Shell("rm " + Quoted(out_));
         const std::vector<Place> places = PlacesIn(in_);
         ASSERT_EQ(places.size(), 4 * strips);
@@ -140,24 +128,14 @@ TEST_F(DamageTest, APlaneThatIsCopiedAsItIs) {
 }
 
 TEST_F(DamageTest, ARunOfPackBitsPastTheEndOfItsStrip) {
-    const std::unique_ptr<TIFF, TiffCloser> made(TIFFOpen(in_.c_str(), "w"));
-    TIFF* file = made.get();
-    TIFFSetField(file, TIFFTAG_IMAGEWIDTH, 8);
-    TIFFSetField(file, TIFFTAG_IMAGELENGTH, 1);
-    TIFFSetField(file, TIFFTAG_BITSPERSAMPLE, 8);
-    TIFFSetField(file, TIFFTAG_SAMPLESPERPIXEL, 3);
-    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
-    TIFFSetField(file, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    TIFFSetField(file, TIFFTAG_COMPRESSION, COMPRESSION_PACKBITS);
-    unsigned char run[] = {257 - 25, 77};  // 25 times 77, where 24 samples are wanted
-    ASSERT_EQ(TIFFWriteRawStrip(file, 0, run, 2), 2);
-    ASSERT_NE(TIFFWriteDirectory(file), 0);
-    TIFFFlush(file);
-    std::string bytes = FileBytes(in_);
-    ExpectRefusal(bytes, "a run too long");
-    bytes[PlacesIn(in_)[0].offset]++;  // one sample less
-    WriteBytes(in_, bytes);
-    EXPECT_EQ(Convert().status, 0);
+    // 25 times 77, where 24 samples are wanted; then 24 times.
+    const auto file = [](int samples) {
+        return OneStrip({static_cast<char>(257 - samples), 77},
+                        {.width = 8, .height = 1, .compression = COMPRESSION_PACKBITS, .rows = 1});
+    };
+    ExpectDamage(file(25).bytes(), "a run too long");
+    file(24).Save(in_);
+    EXPECT_EQ(ConvertLow().status, 0);
 }
 
 TEST_F(DamageTest, ALastStripAsTallAsTheOthersIsNone) {
@@ -167,14 +145,13 @@ TEST_F(DamageTest, ALastStripAsTallAsTheOthersIsNone) {
             if (bits == 16 && std::string(scheme) == "jpeg") continue;  // which there is not
             const std::string photo = Input("photo-" + std::to_string(bits) + ".tif");
             Make("tiffcp -B -s -r 112 -c " + std::string(scheme) + " $in $out; tiffset -s 257 212 $out", photo);
-            const Outcome run = Convert();
-            ASSERT_EQ(run.status, 0) << scheme << run.err;
+            ASSERT_THAT(ConvertLow(), Succeeds()) << scheme;
             // What libtiff decodes of plain data, since it loses the end of Deflate data.
             Picture source = ReadPictures(std::string(scheme) == "jpeg" ? in_ : photo)[0];
             source.height = 212;
             source.values.resize(std::size_t{source.width} * 212 * 3);
-            const Picture wanted = ByEngine(source, Input("scanner.icc"), 0, bits == 8 ? 8 : 9);
-            EXPECT_EQ(wanted.values, ReadPictures(out_)[0].values) << scheme << bits;
+            const Picture wanted = ToSrgb(source);
+            EXPECT_THAT(ReadPictures(out_)[0].values, EqualTo(wanted.values)) << scheme << bits;
         }
     }
 }

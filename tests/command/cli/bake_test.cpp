@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// The profile that the engine takes in place of one that it does not take.
+#include <algorithm>
+
+#include "command/support/DeviceProfiles.h"
+#include "command/support/ExifTool.h"
+#include "command/support/Picture.h"
+#include "command/support/ProfileTest.h"
+
+namespace hueweave::test {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+struct FormRow {
+    Form form;
+    const char* name;
+    const char* reason;
+};
+void PrintTo(const FormRow& row, std::ostream* out) { *out << row.name; }
+class BakedTest : public ProfileTest, public testing::WithParamInterface<FormRow> {};
+
+TEST_P(BakedTest, IsConvertedByABakedProfileAndSaid) {
+    WriteDeviceProfile(profile_, GetParam().form);
+    int number = 0;
+    for (const char* intent : {"perceptual", "relative", "saturation", "absolute"}) {
+        const Outcome run = ConvertBy(profile_, {"--intent", intent});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_THAT(run.err, HasSubstr("the engine takes a profile baked from it"));
+        if (number == 0) {
+            EXPECT_THAT(run.err, HasSubstr(GetParam().reason));
+        }
+        EXPECT_LT(MeanDifference(in_, profile_, number++, out_), 0.6) << intent;
+    }
+}
+
+TEST_P(BakedTest, BakeGivesTheSamePixelsAndEveryTable) {
+    WriteDeviceProfile(profile_, GetParam().form);
+    Bake(profile_);
+    ASSERT_EQ(ConvertBy(profile_).status, 0);
+    ExpectSrgb(out_, in_, baked_);
+    const json told = Told({"inspect", baked_});
+    EXPECT_EQ(told["connection"], "Lab");
+    Words tables;
+    for (const auto& tag : told["tags"]) {
+        if (!tag.contains("table")) continue;
+        tables.push_back(tag["name"]);
+        EXPECT_EQ(tag["type"], "mft2");
+        EXPECT_EQ(tag["table"]["grid"], 33);
+    }
+    EXPECT_EQ(tables, (Words{"A2B0", "A2B1", "A2B2"}));
+    for (const auto& intent : told["intents"]) EXPECT_EQ(intent["served"], "yes");
+    // Little CMS reads the same colours from it as from the original.
+    EXPECT_THAT(ExifTool({"-s3", "-ICC_Profile:MediaWhitePoint", baked_}), testing::Not(""));
+    const json compared = Told({"verify", baked_});
+    EXPECT_LT(compared["mean"], 0.6);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, BakedTest,
+                         testing::Values(FormRow{Form::Mft1, "TableOfBytes", "its table is of type mft1"},
+                                         FormRow{Form::Mft2OddGrid, "OddGrid", "its grid has 21 points"},
+                                         FormRow{Form::Mft2Xyz, "XyzTable", "its connection space is XYZ"},
+                                         FormRow{Form::MabCurves, "MabCurves", "its table is of type mAB"},
+                                         FormRow{Form::MabMatrix, "MabMatrix", "its connection space is XYZ"},
+                                         FormRow{Form::Mab8Bit, "MabOfBytes", "its table is of type mAB"},
+                                         FormRow{Form::Matrix4, "Matrix", "its connection space is XYZ"}),
+                         NameOfRow);
+
+class BakeTest : public ProfileTest {};
+
+TEST_F(BakeTest, NodesOfATableStandAtStepsOfLight) {
+    // A profile of AdobeRGB's primaries, each channel with a gamma of its own, and steps of light to the power 2/3.
+    constexpr Triple kGamma{2.203125, 2.1875, 2.25};
+    const Profile device = OpenProfile(Input("wide.icc"));
+    constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
+    constexpr cmsTagSignature kTones[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
+    Columns columns;
+    for (std::size_t c = 0; c < 3; ++c) {
+        const auto* xyz = static_cast<const cmsCIEXYZ*>(cmsReadTag(device.get(), kColorants[c]));
+        columns[c] = {xyz->X, xyz->Y, xyz->Z};
+        cmsToneCurve* tone = cmsBuildGamma(nullptr, kGamma[c]);
+        cmsWriteTag(device.get(), kTones[c], tone);
+        cmsFreeToneCurve(tone);
+    }
+    ASSERT_TRUE(cmsSaveProfileToFile(device.get(), profile_.c_str()));
+    const Outcome run = Hueweave({"bake", profile_, "-o", baked_});
+    ASSERT_EQ(run.status, 0);
+    ASSERT_NE(run.err.find("in steps of light to the power 2/3;"), std::string::npos) << run.err;
+    const Profile baked = OpenProfile(baked_);
+    std::vector<unsigned char> table(cmsReadRawTag(baked.get(), cmsSigAToB0Tag, nullptr, 0));
+    cmsReadRawTag(baked.get(), cmsSigAToB0Tag, table.data(), static_cast<cmsUInt32Number>(table.size()));
+    // Head, numbers of entries, three curves of 4096 entries, the grid, three curves of two.
+    constexpr std::size_t kCurves = 52, kGrid = kCurves + 2 * 3 * 4096, kEnd = kGrid + 2 * 3 * 33 * 33 * 33;
+    ASSERT_EQ(table.size(), kEnd + 2 * 3 * 2);
+    std::size_t at = kCurves;
+    const auto differs = [&](double wanted) {
+        const double value = table[at] * 256 + table[at + 1];
+        at += 2;
+        return std::abs(value - std::clamp(wanted, 0.0, 65535.0)) > 0.51;  // rounded
+    };
+    int wrong = 0;
+    for (std::size_t i = 0; i < std::size_t{3} * 4096; ++i) {
+        wrong += differs(65535.0 * std::pow(static_cast<double>(i % 4096) / 4095.0, kGamma[i / 4096] * 2.0 / 3.0));
+    }
+    EXPECT_EQ(wrong, 0) << "entries of the curves";
+    const auto light = [](int n) { return std::pow(n / 32.0, 1.5); };
+    for (int i = 0; i < 33 * 33 * 33; ++i) {
+        const cmsCIELab lab = LabOf(columns, {light(i / 1089), light(i / 33 % 33), light(i % 33)});
+        wrong += differs(lab.L * 652.8);
+        wrong += differs(lab.a * 256.0 + 32768.0);
+        wrong += differs(lab.b * 256.0 + 32768.0);
+    }
+    EXPECT_EQ(wrong, 0) << "nodes of the grid";
+    for (int c = 0; c < 3; ++c) EXPECT_FALSE(differs(0.0) || differs(65535.0));
+}
+
+TEST_F(BakeTest, NeverWritesOverAFile) {
+    EXPECT_EQ(Hueweave({"bake", Input("matrix.icc"), "-o", profile_}).status, 0);
+    const std::string before = FileBytes(profile_);
+    EXPECT_EQ(Hueweave({"bake", Input("wide.icc"), "-o", profile_}).status, 5);
+    EXPECT_EQ(FileBytes(profile_), before);
+    EXPECT_EQ(Hueweave({"bake", profile_, "-o", profile_, "--force"}).status, 5);
+    EXPECT_EQ(Hueweave({"bake", Input("wide.icc"), "-o", profile_, "--force"}).status, 0);
+    EXPECT_NE(FileBytes(profile_), before);
+    // The same profile always becomes the same bytes.
+    EXPECT_EQ(Hueweave({"bake", Input("matrix.icc"), "-o", profile_, "--force"}).status, 0);
+    EXPECT_EQ(FileBytes(profile_), before);
+}
+
+TEST_F(BakeTest, AMatrixProfileGetsStepsOfLight) {
+    // Its device is additive: between nodes at steps of light, interpolation follows it, and not at steps of samples.
+    const Outcome run = Hueweave({"bake", Input("matrix.icc"), "-o", out_});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.err, testing::AnyOf(HasSubstr("in steps of linear light;"), HasSubstr("in steps of light to the")));
+}
+
+}  // namespace
+}  // namespace hueweave::test

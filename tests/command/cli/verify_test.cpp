@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// The differences between a profile and what the engine makes of it.
+#include <algorithm>
+#include <numeric>
+
+#include "command/support/DeviceProfiles.h"
+#include "command/support/Picture.h"
+#include "command/support/ProfileTest.h"
+#include "command/support/TiffMaker.h"
+
+namespace hueweave::test {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+class VerifyTest : public ProfileTest {};
+
+TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
+    WriteDeviceProfile(profile_, Form::Matrix4);
+    Bake(profile_);
+    // Five colours, since five are told.
+    const std::vector<std::uint16_t> bytes{255, 255, 255, 0, 0, 0, 51, 102, 153, 204, 153, 20, 180, 240, 200};
+    const std::string image = folder_ / "five.tif";
+    OneStrip(std::string(bytes.begin(), bytes.end()), {.width = 5, .height = 1}).Save(image);
+    for (const unsigned bits : {8U, 16U}) {
+        Picture picture{5, 1, 3, bits, bytes, ""};
+        const double top = bits == 8 ? 255.0 : 65535.0;
+        for (auto& value : picture.values) value = static_cast<std::uint16_t>(value * (bits == 8 ? 1 : 257));
+        const Picture converted = ToSrgb(picture, baked_);
+        const json told = Told({"verify", "--bits", std::to_string(bits), "--image", image, profile_});
+        ASSERT_EQ(told["worst"].size(), 5U);
+        std::vector<double> differences;
+        for (std::size_t p = 0; p < 5; ++p) {
+            Triple device, output;
+            for (std::size_t c = 0; c < 3; ++c) {
+                device[c] = std::pow(bytes[3 * p + c] / 255.0, 1.8);
+                const double v = converted.values[3 * p + c] / top;
+                output[c] = v > 0.04045 ? std::pow((v + 0.055) / 1.055, 2.4) : v / 12.92;
+            }
+            const cmsCIELab wanted = LabOf(kDevice, device), reached = LabOf(kSrgb, output);
+            differences.push_back(cmsCIE2000DeltaE(&wanted, &reached, 1, 1, 1));
+            bool found = false;
+            for (const json& worst : told["worst"]) {
+                const std::array<unsigned, 3> colour = worst["device"];
+                if (colour != std::array{bytes[3 * p] * 257U, bytes[3 * p + 1] * 257U, bytes[3 * p + 2] * 257U})
+                    continue;
+                found = true;
+                EXPECT_NEAR(worst["lab"][0], wanted.L, 0.01) << p << " of " << bits;
+                EXPECT_NEAR(worst["lab"][1], wanted.a, 0.01) << p << " of " << bits;
+                EXPECT_NEAR(worst["lab"][2], wanted.b, 0.01) << p << " of " << bits;
+                EXPECT_NEAR(worst["difference"], differences.back(), 0.01) << p << " of " << bits;
+            }
+            EXPECT_TRUE(found);
+        }
+        std::sort(differences.begin(), differences.end());
+        EXPECT_NEAR(told["mean"], std::accumulate(differences.begin(), differences.end(), 0.0) / 5, 0.01);
+        EXPECT_NEAR(told["median"], differences[2], 0.01);
+        EXPECT_NEAR(told["p95"], differences[4], 0.01);
+        EXPECT_NEAR(told["p99"], differences[4], 0.01);
+        EXPECT_NEAR(told["maximum"], differences[4], 0.01);
+        EXPECT_EQ(told["clipped"], 0);
+    }
+}
+
+TEST_F(VerifyTest, CountsWhatLiesOutsideTheSpace) {
+    // Of AdobeRGB's corners, sRGB holds black and white alone.
+    const Outcome run = Hueweave({"verify", Input("wide.icc"), "--points", "2"});
+    EXPECT_THAT(run.out, HasSubstr("Outside the space and cut to it: 6 of 8 (75.0 %)"));
+}
+
+TEST_F(VerifyTest, SetsTheStatusByItsLimit) {
+    const Outcome run = Hueweave({"verify", Input("scanner.icc"), "--limit", "2.0"});
+    EXPECT_EQ(run.status, 0) << run.out;
+    for (const char* word : {"mean", "median", "95 %", "99 %", "maximum", "The worst", "Outside the space"}) {
+        EXPECT_THAT(run.out, HasSubstr(word));
+    }
+    EXPECT_EQ(Hueweave({"verify", Input("scanner.icc"), "--limit", "0.01"}).status, 1);
+    const json told = Told({"verify", Input("scanner.icc"), "--points", "9"});
+    EXPECT_EQ(told["colours"], 729);
+    EXPECT_LE(told["median"], told["p95"]);
+    EXPECT_LE(told["p95"], told["p99"]);
+    EXPECT_LE(told["p99"], told["maximum"]);
+    EXPECT_EQ(told["worst"][0]["difference"], told["maximum"]);
+    const json image = Told({"verify", Input("scanner.icc"), "--image", in_, "--bits", "8"});
+    EXPECT_GT(image["colours"], 1000);
+}
+
+TEST_F(VerifyTest, FindsTheSameFiguresAsAnIndependentMeasurement) {
+    ASSERT_EQ(ConvertBy(Input("matrix.icc")).status, 0);
+    const json image = Told({"verify", Input("matrix.icc"), "--image", in_});
+    // One counts every colour once, the other every seventh pixel.
+    EXPECT_NEAR(image["mean"], MeanDifference(in_, Input("matrix.icc"), 0, out_), 0.2);
+}
+
+}  // namespace
+}  // namespace hueweave::test

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// The encodings of an output: its pixels, the profile that describes them, and the memory that making it takes.
+#include <lcms2.h>
+#include <malloc.h>
+
+#include <cmath>
+
+#include "colour/profile/Lcms.h"
+#include "colour/profile/OutputProfile.h"
+#include "colour/profile/Spaces.h"
+#include "command/support/DeviceProfiles.h"
+#include "command/support/ExifTool.h"
+#include "command/support/Picture.h"
+#include "command/support/ProfileTest.h"
+#include "support/Matchers.h"
+
+namespace hueweave::test {
+namespace {
+
+using colour::AdobeFromGamma18;
+using colour::Bytes;
+using colour::FindSpace;
+using colour::InvertTable;
+using colour::LcmsWork;
+using colour::MakeOutputProfile;
+using testing::HasSubstr;
+
+struct SpaceRow {
+    const char* name;
+    int code8;  ///< of the public header; the 16-bit one follows it; 0 for the one that a table makes
+};
+void PrintTo(const SpaceRow& row, std::ostream* out) { *out << row.name; }
+constexpr SpaceRow kSpaces[] = {{"srgb", 8},
+                                {"srgb-linear", 10},
+                                {"adobe-rgb", 0},
+                                {"adobe-rgb-g18", 22},
+                                {"adobe-rgb-linear", 20},
+                                {"apple-rgb-g18", 26},
+                                {"apple-rgb-linear", 24},
+                                {"colormatch-g18", 30},
+                                {"colormatch-linear", 28},
+                                {"kodak-photo", 34},
+                                {"kodak-mix", 36},
+                                {"kodak-text", 38}};
+class SpaceTest : public ProfileTest, public testing::WithParamInterface<SpaceRow> {};
+
+TEST_P(SpaceTest, PixelsAreTheEngines) {
+    const auto& [name, code8] = GetParam();
+    for (const unsigned bits : {8U, 16U}) {
+        const std::string in = Input("photo-" + std::to_string(bits) + ".tif");
+        ASSERT_EQ(ConvertScan({"--to", name, in, "-o", out_, "--force"}).status, 0);
+        Picture wanted = ReadPictures(in)[0];
+        const auto widen = [&] {
+            for (auto& value : wanted.values) value = static_cast<std::uint16_t>(value * 257);
+        };
+        if (code8 != 0) {
+            wanted = ByEngine(wanted, Input("scanner.icc"), 0, code8 + (bits == 16));
+            if (bits == 16 && code8 == 36) widen();  // this curve has 256 steps at both depths
+        } else {
+            // Gamma 1.8 at 16 bits, taken back to light and forth to a gamma of 563/256.
+            if (bits == 8) widen();
+            wanted.bits = 16;
+            wanted = ByEngine(wanted, Input("scanner.icc"), 0, 23);
+            for (auto& value : wanted.values) {
+                const double sample = std::pow(std::pow(value / 65535.0, 1 / 0.5556), 256.0 / 563.0);
+                const long full = std::lround(65535.0 * sample);
+                value = static_cast<std::uint16_t>(bits == 16 ? full : (full * 255 + 32767) / 65535);
+            }
+        }
+        EXPECT_THAT(ReadPictures(out_)[0].values, EqualTo(wanted.values)) << bits;
+    }
+}
+
+TEST_P(SpaceTest, TheEmbeddedProfileDescribesThem) {
+    ASSERT_EQ(ConvertScan({"--to", GetParam().name, in_, "-o", out_}).status, 0);
+    const bool look = std::string(GetParam().name).starts_with("kodak");
+    // The darkest tones of the looks are cut to black, and the paper of one to white.
+    EXPECT_LT(MeanDifference(in_, Input("scanner.icc"), 0, out_), look ? 4.5 : 0.6);
+    const std::string told = ExifTool({"-s3", "-ICC_Profile:ProfileDescription", "-ICC_Profile:ProfileClass", out_});
+    EXPECT_THAT(told, HasSubstr("Display Device Profile"));
+    EXPECT_NE(Lines(told)[0], "");
+    EXPECT_THAT(Hueweave({"spaces"}).out, HasSubstr(std::string(GetParam().name) + " "));
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, SpaceTest, testing::ValuesIn(kSpaces), [](const auto& row) {
+    std::string name = row.param.name;
+    std::erase(name, '-');
+    return name;
+});
+
+class SpacesTest : public ProfileTest {};
+
+TEST_F(SpacesTest, TheProfilesOfKnownSpacesAgreeWithThoseOfOthers) {
+    // White, black and primaries of sRGB, and of AdobeRGB, through Little CMS against ArgyllCMS's profiles.
+    const Profile lab(cmsCreateLab2Profile(nullptr));
+    const auto toLab = [&](const Profile& from) {
+        return Transform(cmsCreateTransform(from.get(), TYPE_RGB_DBL, lab.get(), TYPE_Lab_DBL, 1, cmsFLAGS_NOOPTIMIZE));
+    };
+    for (const auto& [space, file] : {std::pair{"srgb", "screen.icc"}, std::pair{"adobe-rgb", "wide.icc"}}) {
+        ASSERT_EQ(ConvertScan({"--to", space, in_, "-o", out_, "--force"}).status, 0);
+        const Transform mine = toLab(ProfileOf(ReadPictures(out_)[0].icc)), theirs = toLab(OpenProfile(Input(file)));
+        for (int i = 0; i < 27; ++i) {
+            const double rgb[3] = {i / 9 / 2.0, i / 3 % 3 / 2.0, i % 3 / 2.0};
+            cmsCIELab a, b;
+            cmsDoTransform(mine.get(), rgb, &a, 1);
+            cmsDoTransform(theirs.get(), rgb, &b, 1);
+            EXPECT_LT(cmsCIE2000DeltaE(&a, &b, 1, 1, 1), 0.1) << space << " " << i;
+        }
+    }
+}
+
+TEST_F(SpacesTest, TheCurvesOfALookHaveAnEntryASampleOrEnough) {
+    // Of the encoding's samples: of 8 bits, or of 16; the mix has 256 steps at both depths.
+    struct Row {
+        const char *space, *in;
+        cmsUInt32Number entries;
+    };
+    for (const Row& row : {Row{"kodak-photo", "photo-8.tif", 256}, Row{"kodak-photo", "photo-16.tif", 4096},
+                           Row{"kodak-mix", "photo-8.tif", 256}, Row{"kodak-mix", "photo-16.tif", 256}}) {
+        ASSERT_EQ(ConvertScan({"--to", row.space, Input(row.in), "-o", out_, "--force"}).status, 0);
+        const Profile profile = ProfileOf(ReadPictures(out_)[0].icc);
+        const auto* curve = static_cast<const cmsToneCurve*>(cmsReadTag(profile.get(), cmsSigGreenTRCTag));
+        EXPECT_EQ(cmsGetToneCurveEstimatedTableEntries(curve), row.entries) << row.space << " " << row.in;
+    }
+}
+
+TEST(OutputProfileTest, TellsBradfordsAdaptationFromTheWhiteOfItsSpace) {
+    // From the white of xy 0.3127, 0.3290 to XYZ 0.9642, 1, 0.8249, in fractions and then rounded to 65536ths; and
+    // none.
+    constexpr int kFromD65[] = {68674, 1502, -3291, 1939, 64912, -1119, -606, 988, 49262};
+    constexpr int kFromD50[] = {65536, 0, 0, 0, 65536, 0, 0, 0, 65536};
+    for (const auto& [name, wanted] : {std::pair{"srgb", kFromD65}, std::pair{"colormatch-g18", kFromD50}}) {
+        const Bytes data = MakeOutputProfile(*FindSpace(name), {}, "title");
+        const Profile profile = ProfileOf({data.begin(), data.end()});
+        const auto* told = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile.get(), cmsSigChromaticAdaptationTag));
+        ASSERT_NE(told, nullptr);
+        for (int i = 0; i < 9; ++i) {
+            const cmsCIEXYZ& row = told[i / 3];
+            const double value = i % 3 == 0 ? row.X : i % 3 == 1 ? row.Y : row.Z;
+            EXPECT_EQ(std::lround(65536.0 * value), wanted[i]) << name << i;
+        }
+    }
+}
+
+TEST(AdobeRgbTest, IsGamma18TakenBackToLight) {
+    EXPECT_EQ(AdobeFromGamma18(0), 0);
+    EXPECT_EQ(AdobeFromGamma18(65535), 65535);
+    // A linear grey of 0.18: by gamma 1.8 it is 0.18^0.5556, by AdobeRGB 0.18^(256/563).
+    const auto sample = static_cast<std::uint16_t>(std::lround(65535 * std::pow(0.18, 0.5556)));
+    EXPECT_NEAR(AdobeFromGamma18(sample), 65535 * std::pow(0.18, 256.0 / 563.0), 1.0);
+}
+
+TEST(InvertTableTest, FindsTheLightOfEachSample) {
+    std::vector<std::uint32_t> table(65536);
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        table[i] = static_cast<std::uint32_t>(std::lround(255 * std::sqrt(static_cast<double>(i) / 65535)));
+    }
+    const auto inverse = InvertTable(table.data(), 255, 256);
+    ASSERT_TRUE(inverse.has_value());
+    for (std::size_t n = 1; n < 255; ++n) {
+        const double sample = static_cast<double>(n) / 255;
+        EXPECT_NEAR((*inverse)[n], sample * sample, 0.0001) << n;
+    }
+    EXPECT_EQ(inverse->front(), 0.0);
+    EXPECT_EQ(inverse->back(), 1.0);
+    table[30000] = 0;
+    EXPECT_FALSE(InvertTable(table.data(), 255, 256).has_value());
+    EXPECT_FALSE(InvertTable(std::vector<std::uint32_t>(65536, 7).data(), 255, 256).has_value());
+}
+
+TEST(LcmsWorkTest, AllItsMemoryIsFreedWithIt) {
+    const auto work = [] {
+        LcmsWork lcms;
+        lcms.Write(lcms.NewProfile(4.3, cmsSigDisplayClass, cmsSigXYZData), cmsSigRedTRCTag, lcms.Gamma(2.2));
+    };
+    for (int i = 0; i < 10; ++i) work();  // what is kept for the next one
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < 100; ++i) work();
+    EXPECT_EQ(mallinfo2().uordblks, before);
+}
+
+}  // namespace
+}  // namespace hueweave::test

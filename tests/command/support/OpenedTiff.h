@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <string>
+
+#include "system/Refusal.h"
+#include "tiff/TiffPage.h"
+
+namespace hueweave::test {
+
+/// A file as the command reads it.
+struct OpenedTiff {
+    explicit OpenedTiff(const std::string& path) : file(tool::FileAccess::OpenInput(path)), structure(file) {}
+    OpenedTiff(const OpenedTiff&) = delete;
+    OpenedTiff& operator=(const OpenedTiff&) = delete;
+
+    tool::FileAccess file;
+    tool::TiffStructure structure;
+};
+
+/// The reason for which `what` refuses, without the name of the file and the remedy; empty if it does not.
+template <typename What>
+std::string ReasonOf(const What& what) {
+    try {
+        what();
+    } catch (const tool::Refusal& refusal) {
+        return refusal.reason();
+    }
+    return {};
+}
+
+/// The same as it is printed.
+template <typename What>
+std::string LineOf(const What& what) {
+    try {
+        what();
+    } catch (const tool::Refusal& refusal) {
+        return refusal.what();
+    }
+    return {};
+}
+
+}  // namespace hueweave::test

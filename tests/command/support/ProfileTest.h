@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "command/support/Command.h"
+
+namespace hueweave::test {
+
+/// What a command prints as JSON.
+inline nlohmann::json Told(const Words& words) { return nlohmann::json::parse(Hueweave(words + Words{"--json"}).out); }
+
+/// A profile that is made, and the photograph of 16 bits.
+class ProfileTest : public testing::Test {
+protected:
+    /// The photograph by this profile.
+    Outcome ConvertBy(const std::string& profile, const Words& more = {}) const {
+        return Hueweave(Words{"convert", "--profile", profile, in_, "-o", out_, "--force"} + more);
+    }
+    /// The photograph with this profile in it.
+    void Embed(const std::string& profile, const std::string& path, const std::string& photo = "photo-16.tif") const {
+        Shell("convert-im6 " + Quoted(Input(photo)) + " -profile " + Quoted(profile) + " -compress none " +
+              Quoted(path));
+    }
+    void Bake(const std::string& profile) const {
+        ASSERT_EQ(Hueweave({"bake", profile, "-o", baked_, "--force"}).status, 0);
+    }
+    Folder folder_;
+    const std::string in_ = Input("photo-16.tif"), out_ = folder_ / "out.tif";
+    const std::string profile_ = folder_ / "device.icc", baked_ = folder_ / "baked.icc";
+};
+
+}  // namespace hueweave::test

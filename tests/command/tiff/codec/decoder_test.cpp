@@ -1,0 +1,318 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Decoders see what is needed to decode and nothing else of the source: other tags cost no memory, and a source that
+// somebody changes meanwhile is refused at the worst.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "command/support/FileTest.h"
+#include "command/support/Limits.h"
+#include "command/support/OpenedTiff.h"
+#include "command/support/Picture.h"
+#include "command/support/TiffMaker.h"
+#include "support/Matchers.h"
+#include "tiff/codec/TiffDecoder.h"
+#include "tiff/codec/WebpSize.h"
+
+namespace {
+std::atomic<int> openedToRead{0};
+}  // namespace
+
+/// Stands before libtiff's own and counts.
+extern "C" TIFF* TIFFClientOpenExt(const char* name, const char* mode, thandle_t file, TIFFReadWriteProc read,
+                                   TIFFReadWriteProc write, TIFFSeekProc seek, TIFFCloseProc close, TIFFSizeProc size,
+                                   TIFFMapFileProc map, TIFFUnmapFileProc unmap, TIFFOpenOptions* options) {
+    openedToRead += mode[0] == 'r';
+    const auto next = reinterpret_cast<decltype(&TIFFClientOpenExt)>(dlsym(RTLD_NEXT, "TIFFClientOpenExt"));
+    return next(name, mode, file, read, write, seek, close, size, map, unmap, options);
+}
+
+namespace hueweave::test {
+namespace {
+
+using tool::PageSource;
+using tool::Refusal;
+using tool::TiffDecoder;
+using tool::TiffPage;
+
+constexpr long kDecoderKb = MemoryKb(96L * 1024);
+
+/// The first page of a file, for decoders.
+struct OpenedPage : OpenedTiff {
+    explicit OpenedPage(const std::string& path) : OpenedTiff(path) {}
+    TiffPage page = ReadPages(structure)[0];
+    PageSource source{structure, page};
+};
+
+constexpr const char* kLzwStrips = "tiffcp -L -s -c lzw -r 16 $in $out";
+
+class DecoderTest : public FileTest {
+protected:
+    void Make16(const std::string& recipe) const { Make(recipe, Input("photo-16.tif")); }
+    /// A grey picture of 16 x 16 pixels in one strip of this scheme.
+    void MakeGrey(const std::string& scheme) const {
+        Make(
+            "convert-im6 -size 16x16 xc:gray -type TrueColor -depth 8 -compress none $out.tif && "
+            "tiffcp -L -s -r 16 -c " +
+            scheme + " $out.tif $out && rm $out.tif");
+    }
+    /// Puts a number of `size` bytes into a little-endian file.
+    void Patch(std::size_t at, std::uint64_t value, std::size_t size) const {
+        WriteBytes(in_, FileBytes(in_).replace(at, size, Little({value}, size)));
+    }
+    /// Where the entry of a tag and a type stands in a little-endian file.
+    std::size_t EntryAt(unsigned tag, unsigned type) const {
+        const std::size_t at = FileBytes(in_).find(Little({tag, type}, 2));
+        EXPECT_NE(at, std::string::npos);
+        return at;
+    }
+    /// Makes the value of an entry so many bytes of zeros, a hole at the end of the file.
+    void MoveToAHole(std::size_t entry, std::uint64_t bytes) const {
+        const std::uint64_t size = std::filesystem::file_size(in_);
+        Patch(entry + 4, bytes, 4);
+        Patch(entry + 8, size, 4);
+        std::filesystem::resize_file(in_, size + bytes);
+    }
+    void ExpectConversion() const {
+        ASSERT_EQ(Convert().status, 0);
+        std::filesystem::remove(out_);
+    }
+    tool::RowDecoder Rows(const PageSource& source) const { return {source, 0, folder_.path(), "out"}; }
+};
+
+TEST_F(DecoderTest, WebpDataOfAnotherSizeAreRefused) {
+    MakeGrey("webp");
+    ExpectConversion();
+    const std::size_t width = EntryAt(256, 3) + 8;
+    for (const unsigned other : {8U, 17U, 32U}) {
+        Patch(width, other, 2);
+        ExpectRefusal("its WebP data are of another size");
+    }
+}
+
+TEST_F(DecoderTest, AWindowOfZstandardThatNobodyCanHoldIsAFaultOfTheFile) {
+    MakeGrey("zstd");
+    constexpr std::size_t kFrame = 8, kDescriptor = kFrame + 4, kWindow = kDescriptor + 1;
+    ASSERT_EQ(FileBytes(in_).substr(kFrame, 5), std::string("\x28\xb5\x2f\xfd\0", 5)) << "a frame with a window";
+    Patch(kWindow, 30 << 3, 1);  // 2^40 bytes
+    ExpectRefusal("holds damaged image data (");
+}
+
+TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
+    // 281,250 runs of 128 bytes; a row of 12,000 bytes ends within one.
+    std::string runs;
+    for (int i = 0; i < 281250; ++i) runs.append("\x81\x00", 2);
+    OneStrip(runs, {.width = 4000, .height = 3000, .compression = COMPRESSION_PACKBITS, .rows = 3000}).Save(in_);
+    EXPECT_EQ(Convert({"--max-memory", "1G"}).status, 0);
+    std::filesystem::remove(out_);
+    ExpectRefusal("do not fit in the memory allowed; raise --max-memory", {"--max-memory", "32M"});
+}
+
+TEST_F(DecoderTest, CodersOfSeveralPlanesCountAsMemory) {
+    // Strips that are decoded by rows, with a coder a plane of some 16 MiB each.
+    TiffMaker tiff;
+    const std::uint64_t data = tiff.Put("data that nobody decodes");
+    tiff.Page(And(TiffMaker::Rgb({.width = 4000,
+                                  .height = 4000,
+                                  .offsets = {data, data, data, data},
+                                  .counts = {24, 24, 24, 24},
+                                  .compression = COMPRESSION_ZSTD,
+                                  .samples = 4,
+                                  .planar = 2,
+                                  .rows = 4000}),
+                  TiffMaker::Short(338, 0)));
+    tiff.Save(in_);
+    ExpectRefusal("has strips that do not fit in the memory allowed");
+}
+
+TEST_F(DecoderTest, LayersOf300MebibytesTakeNoMemory) {
+    Make16("tiffcp -L -s -c zip -r 16 $in $out && tiffset -s 315 'twelve bytes' $out");
+    // The text becomes the layers. The output copies no holes.
+    const std::size_t at = EntryAt(315, 2);
+    Patch(at, 37724, 2);
+    Patch(at + 2, 7, 2);
+    MoveToAHole(at, std::uint64_t{300} << 20);
+    for (const char* threads : {"1", "4"}) {
+        const Outcome run = Convert({"-j", threads, "--force"});
+        ASSERT_EQ(run.status, 0) << run.err;
+        EXPECT_LT(run.peakKb, kDecoderKb) << threads << " threads";
+        ExpectSrgb(out_, Input("photo-16.tif"));
+    }
+}
+
+TEST_F(DecoderTest, TheShapeIsThatOfOurReadingWhateverTheFileSaysLater) {
+    for (const char* recipe : {kLzwStrips, "tiffcp -L -t -w 64 -l 48 -c packbits $in $out"}) {
+        Make16(recipe);
+        const OpenedPage opened(in_);
+        const TiffPage& page = opened.page;
+        std::vector<tool::Bytes> before, after;
+        const auto decode = [&](std::vector<tool::Bytes>& all) {
+            const PageSource source(opened.structure, page);
+            TiffDecoder decoder(source);
+            for (std::size_t s = 0; s < page.segments.size(); ++s) decoder.ReadSegment(s, all.emplace_back());
+        };
+        decode(before);
+        // The same file with a far larger width, as another program may write it meanwhile.
+        const std::size_t width = EntryAt(256, 3);
+        const int writer = ::open(in_.c_str(), O_WRONLY);
+        ASSERT_EQ(pwrite(writer, "\xff\x7f", 2, static_cast<off_t>(width + 8)), 2);
+        close(writer);
+        const tool::TiffStructure later(opened.file);
+        ASSERT_EQ(later.Number(later.directories()[0], tool::tag::Width, 0), 0x7fffU);
+        decode(after);
+        EXPECT_EQ(before, after) << recipe;
+        EXPECT_EQ(before[0].size(), page.DecodedBytes(0));
+    }
+}
+
+TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldIsRefused) {
+    Make16("tiffcp -L -t -w 64 -l 48 -c lzw $in $out");
+    OpenedPage opened(in_);
+    TiffPage& page = opened.page;
+    page.across = page.down = 1;
+    page.segments.resize(1);
+    // 6 bytes times 2^31 - 1 columns times 2^31 - 1 rows are more than 64 bits hold.
+    page.segmentWidth = page.segmentHeight = 0x7fffffff;
+    EXPECT_THROW(TiffDecoder{PageSource(opened.structure, page)}, Refusal);
+}
+
+TEST_F(DecoderTest, AShapeThatLibtiffSeesInAnotherWayIsRefused) {
+    // Of 12 bits a sample, libtiff packs two into three bytes.
+    for (const char* recipe : {"tiffcp -L -t -w 64 -l 48 -c lzw $in $out", kLzwStrips}) {
+        Make16(recipe);
+        OpenedPage opened(in_);
+        EXPECT_NO_THROW(TiffDecoder{PageSource(opened.structure, opened.page)});
+        opened.page.bits = 12;
+        EXPECT_THROW(TiffDecoder{PageSource(opened.structure, opened.page)}, Refusal) << recipe;
+    }
+}
+
+TEST_F(DecoderTest, YCbCrPixelsTellHowTheyAreSubsampled) {
+    Make("tiffcp -L -s -c jpeg:90 -r 16 $in $out && tiffset -s 530 2 2 $out");
+    ExpectConversion();
+    Patch(EntryAt(530, 3) + 4, 1, 4);
+    ExpectRefusal("does not tell how its colours are subsampled");
+}
+
+TEST_F(DecoderTest, YCbCrPixelsInPlanesAreRefused) {
+    Make(
+        "convert-im6 $in -interlace plane -compress none $out.raw.tif && "
+        "tiffcp -p separate -s -c jpeg:r:90 -r 16 $out.raw.tif $out && rm $out.raw.tif");
+    ExpectConversion();
+    Shell("tiffset -s 262 6 " + Quoted(in_));
+    ExpectRefusal("holds YCbCr pixels in planes of their own");
+}
+
+TEST_F(DecoderTest, JpegTablesBeyondAnyUseAreRefused) {
+    Make("tiffcp -L -s -c jpeg:90 -r 16 $in $out");
+    MoveToAHole(EntryAt(347, 7), 65537);
+    ExpectRefusal("has JPEG tables that are too large");
+}
+
+TEST_F(DecoderTest, ARunOfPackBitsPastTheEndOfItsRowIsRefusedByRowsToo) {
+    const std::string row = '\x0b' + std::string(12, 'x'), longer = '\x0f' + std::string(16, 'x');
+    for (const bool beyond : {false, true}) {
+        OneStrip(row + row + (beyond ? longer : row) + row, {.compression = COMPRESSION_PACKBITS}).Save(in_);
+        const OpenedPage opened(in_);
+        tool::RowDecoder decoder = Rows(opened.source);
+        int read = 0;
+        const std::string reason = ReasonOf([&] {
+            for (unsigned char pixels[12]; read < 4; ++read) decoder.ReadRow(pixels);
+        });
+        EXPECT_EQ(read, beyond ? 2 : 4);
+        EXPECT_EQ(reason != "", beyond) << reason;
+    }
+}
+
+TEST_F(DecoderTest, AStripOfRowsIsDecodedByOneHandleAPage) {
+    Make16(kLzwStrips);
+    const Picture wanted = ReadPictures(in_)[0];
+    const OpenedPage opened(in_);
+    const TiffPage& page = opened.page;
+    ASSERT_EQ(page.segments.size(), 15U);  // 238 rows
+    const int before = openedToRead;
+    tool::RowDecoder decoder = Rows(opened.source);
+    std::vector<std::uint16_t> row(std::size_t{page.width} * 3), all;
+    for (std::uint32_t y = 0; y < page.height; ++y) {
+        decoder.ReadRow(reinterpret_cast<unsigned char*>(row.data()));
+        all.insert(all.end(), row.begin(), row.end());
+    }
+    EXPECT_THAT(all, EqualTo(wanted.values));
+    EXPECT_EQ(openedToRead - before, 1);
+    EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
+}
+
+TEST_F(DecoderTest, ASourceThatIsCutMeanwhileIsRefused) {
+    // 6 MB of noise in one strip: too large to be held whole with the least memory, read by rows. It does not shrink.
+    const std::string whole = folder_ / "whole.tif";
+    Shell("convert-im6 -size 1000x1000 xc:gray -seed 1 +noise Random -type TrueColor -depth 16 -compress none " +
+          Quoted(in_) + " && tiffcp -s -c lzw -r 1000 " + Quoted(in_) + " " + Quoted(whole));
+    int refused = 0;
+    for (int delay = 0; delay < 400 && refused < 12; delay += 4) {
+        std::filesystem::copy_file(whole, in_, std::filesystem::copy_options::overwrite_existing);
+        const auto cut = [&](pid_t) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+            std::filesystem::resize_file(in_, 100000);
+        };
+        const Outcome run = Convert({"--max-memory", "32M", "-q"}, {.meanwhile = cut});
+        EXPECT_EQ(run.signal, 0) << "cut after " << delay << " ms";
+        refused += run.status == 4;
+        EXPECT_EQ(Exists(out_), run.status == 0) << run.err;
+        std::filesystem::remove(out_);
+        if (run.status == 0) break;  // it was done before
+    }
+    EXPECT_GT(refused, 2);
+}
+
+TEST_F(DecoderTest, DeflateDataThatEndOtherwiseAreRefusedWithTheReason) {
+    const std::string sound = Deflated(std::string(48, '\0'));
+    std::string otherSum = sound;
+    otherSum.back() = static_cast<char>(otherSum.back() ^ 1);
+    const std::pair<std::string, std::string> kinds[] = {
+        {sound, ""},
+        {sound.substr(0, sound.size() - 1), "holds damaged image data (its Deflate data break off)"},
+        {Deflated(std::string(47, '\0')), "holds damaged image data (its Deflate data end too early)"},
+        {otherSum, "holds damaged image data (incorrect data check)"}};  // zlib's words
+    for (const auto& [packed, reason] : kinds) {
+        OneStrip(packed, {.compression = COMPRESSION_ADOBE_DEFLATE}).Save(in_);
+        const OpenedPage opened(in_);
+        tool::Bytes pixels;
+        EXPECT_EQ(ReasonOf([&] { TiffDecoder(opened.source).ReadSegment(0, pixels); }), reason);
+        EXPECT_EQ(ReasonOf([&] {
+                      tool::RowDecoder decoder = Rows(opened.source);
+                      for (unsigned char rowOf[12], y = 0; y < 4; ++y) decoder.ReadRow(rowOf);
+                  }),
+                  reason);
+    }
+}
+
+TEST(WebpSizeTest, StandsInTheHeadOfEachKind) {
+    const auto size = [](const std::string& chunk) {
+        const std::string head = std::string("RIFF\0\0\0\0WEBP", 12) + chunk;
+        return tool::WebpSize(tool::Bytes(head.begin(), head.end()));
+    };
+    const auto same = tool::PixelSize{16, 8};
+    EXPECT_EQ(size(std::string("VP8 \0\0\0\0\0\0\0\x9d\1\x2a\x10\x40\x08\xc0", 18)), same);
+    EXPECT_EQ(size(std::string("VP8L\0\0\0\0\x2f\x0f\xc0\1\0\0\0\0\0\0", 18)), same);
+    EXPECT_EQ(size(std::string("VP8X\0\0\0\0\0\0\0\0\x0f\0\0\7\0\0", 18)), same);
+    EXPECT_EQ(size(std::string("VP8Y\0\0\0\0\0\0\0\0\x0f\0\0\7\0\0", 18)), std::nullopt);
+    for (std::size_t length = 0; length < 14; ++length)
+        EXPECT_EQ(size("VP8X" + std::string(length, '\0')), std::nullopt);
+    EXPECT_EQ(tool::WebpSize({'R', 'I', 'F', 'F'}), std::nullopt);
+}
+
+TEST(WebpSizeTest, OtherContainersHaveNone) {
+    for (const std::string container : {"RIFFxxxxWAVE", "RIFXxxxxWEBP", "RIFXxxxxWAVE"}) {
+        const std::string head = container + std::string("VP8X\0\0\0\0\0\0\0\0\x0f\0\0\7\0\0", 18);
+        EXPECT_EQ(tool::WebpSize(tool::Bytes(head.begin(), head.end())), std::nullopt) << container;
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test

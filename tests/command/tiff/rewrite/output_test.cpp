@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Where encoded image data go: into the place of the old ones as one stretch, and to the end where they do not fit. The
+// numbers that tell of it keep the type of their entry, or get the next one that holds them.
+#include <fcntl.h>
+#include <tiff.h>
+
+#include "command/support/Command.h"
+#include "command/support/OpenedTiff.h"
+#include "command/support/TiffMaker.h"
+#include "tiff/rewrite/DirectoryWriter.h"
+#include "tiff/rewrite/OutputCheck.h"
+#include "tiff/rewrite/OutputLayout.h"
+
+namespace hueweave::test {
+namespace {
+
+using testing::HasSubstr;
+
+/// A page of two strips with so many bytes between them, and behind it a page that is plain; then Place() for each
+/// size.
+std::vector<std::uint64_t> Places(const std::string& between, const std::vector<std::uint64_t>& sizes) {
+    const Folder folder;
+    TiffMaker tiff;
+    const std::uint64_t first = tiff.Put(std::string(100, 'a') + between + std::string(100, 'b'));
+    const std::uint64_t plain = tiff.Put(SmallPixels());
+    tiff.Page(TiffMaker::Rgb({.offsets = {first, first + 100 + between.size()},
+                              .counts = {100, 100},
+                              .compression = COMPRESSION_LZW,
+                              .rows = 2}));
+    tiff.Page(TiffMaker::Small(plain));
+    tiff.Save(folder / "in.tif");
+    const OpenedTiff opened(folder / "in.tif");
+    const std::vector<tool::TiffPage> pages = ReadPages(opened.structure);
+    tool::OutputLayout layout(opened.structure, pages);
+    EXPECT_EQ(layout.PlaceAgain(1, 0), plain);
+    std::vector<std::uint64_t> places;
+    for (const std::uint64_t size : sizes) {
+        // From the first strip on; the end of the file as 0.
+        const std::uint64_t place = layout.Place(size);
+        places.push_back(place >= opened.file.Size() ? 0 : place - first + 1);
+    }
+    return places;
+}
+
+using Numbers = std::vector<std::uint64_t>;
+
+TEST(OutputLayoutTest, StripsThatTouchAreOneStretch) {
+    EXPECT_EQ(Places("", {200}), (Numbers{1}));
+    EXPECT_EQ(Places("", {150, 50}), (Numbers{1, 151}));
+    EXPECT_EQ(Places("", {202}), (Numbers{0}));
+}
+
+TEST(OutputLayoutTest, APaddingOfThreeBytesJoinsThemAndFourDoNot) {
+    EXPECT_EQ(Places("123", {203}), (Numbers{1}));
+    EXPECT_EQ(Places("1234", {204}), (Numbers{0}));
+    EXPECT_EQ(Places("1234", {100, 100}), (Numbers{1, 105}));
+    EXPECT_EQ(Places("1234", {101, 100, 100}), (Numbers{0, 1, 105}));
+}
+
+constexpr unsigned kByte = 1, kShort = 3, kLong = 4, kLong8 = 16;
+
+TEST(DirectoryWriterTest, NumbersKeepTheTypeOrGetTheNextThatHoldsThem) {
+    struct Row {
+        unsigned before;
+        std::uint64_t number;
+        unsigned after;
+    };
+    const Folder folder;
+    for (const Row& row :
+         {Row{kByte, 0xff, kByte}, Row{kByte, 0x100, kShort}, Row{kByte, 0xffff, kShort}, Row{kByte, 0x10000, kLong},
+          Row{kByte, 0xffffffff, kLong}, Row{kByte, 0x100000000, kLong8}, Row{kShort, 1, kShort},
+          Row{kShort, 0xffff, kShort}, Row{kShort, 0x10000, kLong}, Row{kLong, 1, kLong}, Row{kLong, 0xffffffff, kLong},
+          Row{kLong, 0x100000000, kLong8}, Row{kLong8, 1, kLong8}, Row{0, 1, kLong}, Row{0, 0x100000000, kLong8}}) {
+        TiffMaker tiff(true);
+        Entries entries{TiffMaker::Long(256, 4), TiffMaker::Long(257, 4)};
+        if (row.before != 0) entries.push_back({279, row.before, 1, 7});
+        tiff.Page(entries);
+        tiff.Save(folder / "in");
+        const OpenedTiff source(folder / "in");
+        std::vector<tool::TiffPage> pages(1);
+        pages[0].mask = true;  // so that image data stay
+        tool::OutputLayout layout(source.structure, pages);
+        WriteBytes(folder / "out", FileBytes(folder / "in"));
+        const tool::FileAccess target(::open((folder / "out").c_str(), O_RDWR), "out");
+        tool::DirectoryWriter writer(source.structure, layout, target);
+        writer.SetNumbers(0, 279, {0, row.number}, kLong);
+        writer.Write();
+
+        const tool::TiffStructure written(target);
+        const tool::TiffEntry* entry = written.directories()[0].Find(279);
+        ASSERT_NE(entry, nullptr);
+        EXPECT_EQ(entry->type, row.after) << row.before << " " << row.number;
+        EXPECT_EQ(written.Numbers(*entry), (Numbers{0, row.number}));
+    }
+}
+
+/// What was written is read back before it gets its name: whatever is not as planned is refused as an output.
+class OutputCheckTest : public testing::Test {
+protected:
+    OutputCheckTest() {
+        const std::uint64_t pixels = tiff_.Put(SmallPixels());
+        const std::uint64_t profile = tiff_.Put("a profile");
+        const Entries entries = And(TiffMaker::Small(pixels), {34675, 7, 9, profile});
+        tiff_.Page(entries);
+        directory_ = tiff_.Page(entries);
+        tiff_.Save(path_);
+        icc_ = std::make_shared<const tool::Bytes>(tool::Bytes{'a', ' ', 'p', 'r', 'o', 'f', 'i', 'l', 'e'});
+        written_.assign(2, {{tool::Extent{pixels, 48}}, icc_});
+    }
+    /// What is said of an output that has these bytes; empty if it is right.
+    std::string Check(const std::string& output) {
+        WriteBytes(folder_ / "out.tif", output);
+        const OpenedTiff source(path_);
+        const tool::FileAccess target = tool::FileAccess::OpenInput(folder_ / "out.tif");
+        try {
+            CheckOutput(source.structure, ReadPages(source.structure), written_, moved_, target);
+        } catch (const tool::Refusal& refusal) {
+            EXPECT_EQ(refusal.status(), tool::Exit::Output);
+            EXPECT_THAT(refusal.what(),
+                        HasSubstr("out.tif: is not written, since it would not read back as planned ("));
+            EXPECT_THAT(refusal.what(), HasSubstr("; "));
+            return refusal.reason();
+        }
+        return {};
+    }
+    /// The output with the field of an entry of the second page changed; the entries are sorted by tag.
+    std::string Changed(std::size_t entry, std::uint64_t value) {
+        TiffMaker changed = tiff_;
+        changed.Patch(directory_ + 2 + 12 * entry + 8, value);
+        return changed.bytes();
+    }
+    Folder folder_;
+    TiffMaker tiff_;
+    std::uint64_t directory_ = 0;  ///< of the second page
+    std::string path_ = folder_ / "in.tif";
+    std::shared_ptr<const tool::Bytes> icc_;
+    std::vector<tool::WrittenPage> written_;
+    std::map<std::uint64_t, std::uint64_t> moved_;
+};
+
+TEST_F(OutputCheckTest, WhatIsAsPlannedIsTaken) { EXPECT_EQ(Check(tiff_.bytes()), ""); }
+
+TEST_F(OutputCheckTest, AnotherShapeOrPlace) {
+    struct Row {
+        std::size_t entry;  ///< in the order of tags
+        std::uint64_t value;
+        const char* reason;
+    };
+    for (const Row& row :
+         {Row{0, 3, "a page has another shape"},          // width
+          Row{1, 3, "a page has another shape"},          // height
+          Row{3, 8, "a page has another shape"},          // compression
+          Row{4, 1, "holds grey pixels"},                 // colours
+          Row{5, 10, "image data are at another place"},  // place of the strip
+          Row{8, 47, "is cut: image data lie"},           // bytes of the strip
+          Row{8, 49, "image data are at another place"}, Row{9, 2, "lacks some of its strips"}}) {  // planes
+        EXPECT_THAT(Check(Changed(row.entry, row.value)), HasSubstr(row.reason));
+    }
+}
+
+TEST_F(OutputCheckTest, AnotherPredictor) {
+    tiff_ = TiffMaker();
+    const std::uint64_t pixels = tiff_.Put(SmallPixels());
+    directory_ = tiff_.Page(
+        And(TiffMaker::Rgb({.offsets = {pixels}, .counts = {48}, .compression = 8}), TiffMaker::Short(317, 1)));
+    tiff_.Save(path_);
+    written_.assign(1, {{tool::Extent{pixels, 48}}, nullptr});
+    EXPECT_EQ(Check(tiff_.bytes()), "");
+    EXPECT_THAT(Check(Changed(10, 2)), HasSubstr("a page has another shape"));
+}
+
+TEST_F(OutputCheckTest, AnotherProfile) {
+    std::string output = tiff_.bytes();
+    output[output.find("a profile")] = 'A';
+    EXPECT_THAT(Check(output), HasSubstr("a profile differs"));
+    written_[1].icc = nullptr;
+    EXPECT_THAT(Check(tiff_.bytes()), HasSubstr("a profile differs"));
+    written_[1].icc = std::make_shared<const tool::Bytes>(8, 'a');
+    EXPECT_THAT(Check(tiff_.bytes()), HasSubstr("a profile differs"));
+}
+
+TEST_F(OutputCheckTest, OtherDirectories) {
+    TiffMaker changed = tiff_;
+    changed.First(directory_);
+    EXPECT_THAT(Check(changed.bytes()), HasSubstr("it has other pages"));
+    moved_[directory_] = directory_ + 2;
+    EXPECT_THAT(Check(tiff_.bytes()), HasSubstr("a page is at another place"));
+    EXPECT_THAT(Check(tiff_.bytes().substr(0, directory_ + 40)), HasSubstr("a directory runs past its end"));
+    EXPECT_THAT(Check("no TIFF file"), HasSubstr("it is not a TIFF file"));
+}
+
+}  // namespace
+}  // namespace hueweave::test
