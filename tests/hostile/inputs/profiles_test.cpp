@@ -118,5 +118,16 @@ TEST_F(BadPathTest, NamesThatLeadNowhereCannotBeOpened) {
     }
 }
 
+TEST_F(BadPathTest, LongNamesAreReadAndRememberedWhole) {
+    for (const std::size_t length : {126U, 127U, 128U, 129U, 255U}) {
+        const std::string path = dir_.File(std::string(length - dir_.Path().size() - 1, 'p'));
+        WriteFile(path, MiniProfile({{"A2B0", Mft2(SmoothLut(3))}}));
+        EXPECT_EQ(Bind(path), 8) << length;
+        EXPECT_EQ(EffectOfConversion(), Effect::Changed) << length;
+        // Another text that only differs in its last letter is another path.
+        EXPECT_EQ(Bind(path.substr(0, length - 1) + "q"), kNone) << length;
+    }
+}
+
 }  // namespace
 }  // namespace hueweave::test
