@@ -108,7 +108,7 @@ TEST_F(Engine, ClearsTheRunWhenAProfileIsReadAndWhenThatFails) {
         ASSERT_EQ(Bind(path, 0, 0, 8), 0) << "no change";
         Rebind(1, 1, 9);
         engine().Adjust_Lch(4.0, 5.0, 6.0);
-        unsigned char bytes[3] = {3, 100, 200};
+        unsigned char bytes[6] = {3, 200};
         engine().Adjust_Output(bytes, bytes, bytes, 2);
         engine().ConstructEngine(0.0, 0.0, 0.0);
         engine().Conversion(bytes, bytes, 1);
