@@ -5,15 +5,19 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <vector>
 
 #include "base/ByteOrder.h"
 #include "colour/base/ProfileError.h"
-#include "colour/library/Compare.h"
+#include "colour/library/CompareLibrary.h"
 #include "colour/profile/Lcms.h"
 
 namespace hueweave::colour {
 namespace {
+
+constexpr std::ptrdiff_t kCreator = 80;  ///< of the header: the signature of the program that made the profile
+constexpr unsigned char kBakedBy[4] = {'h', 'w', 'v', 'b'};
 
 constexpr unsigned kPoints = 33;
 constexpr std::size_t kEntries = 4096;  ///< of an input curve; the engine's maximum
@@ -142,6 +146,10 @@ constexpr Spacing kSpacings[] = {{"linear light", 1.0},
 
 }  // namespace
 
+bool IsBaked(const Bytes& profile) {
+    return profile.size() >= 128 && std::equal(std::begin(kBakedBy), std::end(kBakedBy), profile.begin() + kCreator);
+}
+
 BakedProfile BakeProfile(const Bytes& data, const Poll& poll) {
     LcmsWork work;
     const cmsHPROFILE original = work.Open(data);
@@ -172,7 +180,7 @@ BakedProfile BakeProfile(const Bytes& data, const Poll& poll) {
         }
         const Bytes table = TableBlock(curves, toLab[1], poll);
         const Bytes trial = Assemble(work, original, {table, table, table});
-        const Comparison result = Compare(trial, data, rendering, 16, probes, poll);
+        const Comparison result = CompareLibrary(trial, data, rendering, 16, probes, poll);
         if (best.spacing.empty() || result.mean < best.mean) {
             best.spacing = spacing.name;
             best.mean = result.mean;
@@ -183,6 +191,7 @@ BakedProfile BakeProfile(const Bytes& data, const Poll& poll) {
     std::array<Bytes, 3> tables;
     for (std::size_t i = 0; i < 3; ++i) tables[i] = TableBlock(chosen, toLab[i], poll);
     best.data = Assemble(work, original, tables);
+    std::copy(std::begin(kBakedBy), std::end(kBakedBy), best.data.begin() + kCreator);
     return best;
 }
 

@@ -2,15 +2,11 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include <array>
 #include <optional>
 
-#include "colour/profile/Spaces.h"
+#include "colour/profile/Target.h"
 
 namespace hueweave::colour {
-
-/// Tone curves of the user: 256 samples per channel, for linear light from 0 to 1.
-using ToneCurves = std::array<std::array<unsigned char, 256>, 3>;
 
 /// How pixels are to be converted.
 struct Rendering {

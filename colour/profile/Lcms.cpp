@@ -210,6 +210,12 @@ cmsToneCurve* LcmsWork::Table(const std::vector<cmsUInt16Number>& values) {
     return curve;
 }
 
+cmsToneCurve* LcmsWork::Reverse(const cmsToneCurve* curve) {
+    cmsToneCurve* reversed = Guarded([=] { return cmsReverseToneCurve(curve); });
+    Require(reversed != nullptr);
+    return reversed;
+}
+
 /// A Lab profile of version 2, because with version 4 Little CMS applies black point compensation by itself.
 cmsHPROFILE LcmsWork::Lab() {
     const cmsContext context = Context();
@@ -232,6 +238,47 @@ cmsHTRANSFORM LcmsWork::LabToDevice(cmsHPROFILE profile, int intent) {
     const auto which = static_cast<cmsUInt32Number>(intent);
     return Guarded(
         [=] { return cmsCreateTransformTHR(context, lab, TYPE_Lab_DBL, profile, TYPE_RGB_DBL, which, kPlain); });
+}
+
+cmsHTRANSFORM LcmsWork::DeviceToDevice(cmsHPROFILE source, cmsHPROFILE target, int intent, bool compensateBlack) {
+    const cmsContext context = Context();
+    const auto which = static_cast<cmsUInt32Number>(intent);
+    const cmsUInt32Number flags = compensateBlack ? kPlain | cmsFLAGS_BLACKPOINTCOMPENSATION : kPlain;
+    return Guarded(
+        [=] { return cmsCreateTransformTHR(context, source, TYPE_RGB_FLT, target, TYPE_RGB_FLT, which, flags); });
+}
+
+std::array<double, 3> LcmsWork::BlackPoint(cmsHPROFILE profile, int intent) {
+    cmsCIEXYZ black{};
+    cmsCIEXYZ* const to = &black;
+    Guarded([=] { return cmsDetectBlackPoint(to, profile, static_cast<cmsUInt32Number>(intent), 0); });
+    return {black.X, black.Y, black.Z};
+}
+
+std::array<double, 3> LcmsWork::TargetBlackPoint(cmsHPROFILE profile, int intent) {
+    cmsCIEXYZ black{};
+    cmsCIEXYZ* const to = &black;
+    Guarded([=] { return cmsDetectDestinationBlackPoint(to, profile, static_cast<cmsUInt32Number>(intent), 0); });
+    return {black.X, black.Y, black.Z};
+}
+
+std::array<cmsCIEXYZ, 3> LcmsWork::Colorants(const cmsCIExyY& white, const cmsCIExyYTRIPLE& primaries) {
+    const cmsContext context = Context();
+    cmsToneCurve* const line = Gamma(1.0);
+    cmsToneCurve* curves[] = {line, line, line};
+    cmsToneCurve* const* const all = curves;
+    const cmsCIExyY* const point = &white;
+    const cmsCIExyYTRIPLE* const corners = &primaries;
+    const cmsHPROFILE profile = Guarded([=] { return cmsCreateRGBProfileTHR(context, point, corners, all); });
+    Require(profile != nullptr);
+    std::array<cmsCIEXYZ, 3> colorants{};
+    constexpr cmsTagSignature kTags[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
+    for (std::size_t c = 0; c < 3; ++c) {
+        const auto* colorant = static_cast<const cmsCIEXYZ*>(Read(profile, kTags[c]));
+        Require(colorant != nullptr);
+        colorants[c] = *colorant;
+    }
+    return colorants;
 }
 
 bool IsOldScreen(cmsHPROFILE profile) {

@@ -4,6 +4,7 @@
 
 #include <lcms2.h>
 
+#include <array>
 #include <csetjmp>
 #include <cstdint>
 #include <string>
@@ -52,11 +53,22 @@ public:
     /// A curve of Little CMS's type `type`.
     cmsToneCurve* Parametric(int type, const double* parameters);
     cmsToneCurve* Table(const std::vector<cmsUInt16Number>& values);
+    /// The inverse of a curve.
+    cmsToneCurve* Reverse(const cmsToneCurve* curve);
 
     /// From device RGB as doubles of 0 to 1 to CIE Lab for D50, in floating point and without black point compensation;
     /// and the inverse. Null if the profile does not define the colours of its device.
     cmsHTRANSFORM DeviceToLab(cmsHPROFILE profile, int intent);
     cmsHTRANSFORM LabToDevice(cmsHPROFILE profile, int intent);
+    /// From RGB of one profile to RGB of another, as floats of 0 to 1; the result is not clamped. Null if the profiles
+    /// cannot be linked.
+    cmsHTRANSFORM DeviceToDevice(cmsHPROFILE source, cmsHPROFILE target, int intent, bool compensateBlack);
+
+    /// The darkest colour of a profile as a source and as a target, in XYZ.
+    std::array<double, 3> BlackPoint(cmsHPROFILE profile, int intent);
+    std::array<double, 3> TargetBlackPoint(cmsHPROFILE profile, int intent);
+    /// The XYZ of red, green and blue for D50, from chromaticities.
+    std::array<cmsCIEXYZ, 3> Colorants(const cmsCIExyY& white, const cmsCIExyYTRIPLE& primaries);
 
     struct Block;  ///< a memory block
 

@@ -25,6 +25,26 @@ const ColorLch::Matrix& PrimariesOf(ColorLch::ColorSpace space) {
     }
 }
 
+/// (a x + b)^g for x >= d, c x below.
+const double* ParametersOf(Tone tone) {
+    static constexpr double kSrgb[] = {2.4, 1.0 / 1.055, 0.055 / 1.055, 1.0 / 12.92, 0.04045};  // IEC 61966-2-1
+    // ITU-R BT.2020, for 12 bits.
+    static constexpr double kAlpha = 1.09929682680944, kBeta = 0.018053968510807;
+    static constexpr double kRec2020[] = {1.0 / 0.45, 1.0 / kAlpha, (kAlpha - 1.0) / kAlpha, 1.0 / 4.5, 4.5 * kBeta};
+    static constexpr double kProPhoto[] = {1.8, 1.0, 0.0, 1.0 / 16.0, 1.0 / 32.0};                    // ISO 22028-2
+    static constexpr double kLStar[] = {3.0, 1.0 / 1.16, 0.16 / 1.16, 27.0 * 100.0 / 24389.0, 0.08};  // CIE 15
+    switch (tone) {
+        case Tone::Rec2020:
+            return kRec2020;
+        case Tone::ProPhoto:
+            return kProPhoto;
+        case Tone::LStar:
+            return kLStar;
+        default:
+            return kSrgb;
+    }
+}
+
 cmsToneCurve* CurveOf(LcmsWork& work, Tone tone) {
     switch (tone) {
         case Tone::Linear:
@@ -34,11 +54,8 @@ cmsToneCurve* CurveOf(LcmsWork& work, Tone tone) {
         case Tone::Adobe:
             return work.Gamma(kAdobeGamma);
         default:
-            break;
+            return work.Parametric(4, ParametersOf(tone));
     }
-    // IEC 61966-2-1: (a x + b)^g for x >= d, c x below.
-    const double parameters[] = {2.4, 1.0 / 1.055, 0.055 / 1.055, 1.0 / 12.92, 0.04045};
-    return work.Parametric(4, parameters);
 }
 
 cmsToneCurve* CurveOf(LcmsWork& work, const std::vector<double>& decoding) {
@@ -46,6 +63,36 @@ cmsToneCurve* CurveOf(LcmsWork& work, const std::vector<double>& decoding) {
     table.reserve(decoding.size());
     for (const double value : decoding) table.push_back(static_cast<cmsUInt16Number>(std::lround(value * 65535.0)));
     return work.Table(table);
+}
+
+cmsCIExyY Point(const Chromaticity& chromaticity) { return {chromaticity.x, chromaticity.y, 1.0}; }
+
+cmsCIExyY WhiteOf(const Space& space) {
+    if (space.primaries != nullptr) return Point(space.primaries->white);
+    const bool warm = space.Built(16).primaries == ColorLch::ColorSpace_ColorMatchRGB;
+    return warm ? *cmsD50_xyY() : cmsCIExyY{0.3127, 0.3290, 1.0};
+}
+
+std::array<cmsCIEXYZ, 3> ColorantsOf(LcmsWork& work, const Space& space, Colorants colorants) {
+    if (colorants == Colorants::Computed && space.primaries != nullptr) {
+        const Primaries& p = *space.primaries;
+        return work.Colorants(Point(p.white), {Point(p.red), Point(p.green), Point(p.blue)});
+    }
+    const ColorLch::Matrix& m = PrimariesOf(space.Built(16).primaries);
+    return {{{m[0], m[3], m[6]}, {m[1], m[4], m[7]}, {m[2], m[5], m[8]}}};
+}
+
+/// The colorants are adapted to D50; version 4 demands the matrix that did it. Its columns are the adapted unit
+/// vectors.
+void WriteAdaptation(LcmsWork& work, cmsHPROFILE profile, const cmsCIExyY& white) {
+    cmsCIEXYZ source;
+    cmsxyY2XYZ(&source, &white);
+    constexpr cmsCIEXYZ kUnits[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+    std::array<cmsCIEXYZ, 3> columns{};
+    for (std::size_t c = 0; c < 3; ++c) cmsAdaptToIlluminant(&columns[c], &source, cmsD50_XYZ(), &kUnits[c]);
+    const auto& [x, y, z] = columns;
+    const cmsCIEXYZ adaptation[] = {{x.X, y.X, z.X}, {x.Y, y.Y, z.Y}, {x.Z, y.Z, z.Z}};
+    work.Write(profile, cmsSigChromaticAdaptationTag, adaptation);
 }
 
 }  // namespace
@@ -75,34 +122,22 @@ std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::
     return inverse;
 }
 
-Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double>>& decoding,
-                        const std::string& title) {
+Bytes MakeOutputProfile(const Space& space, Colorants colorants, const std::vector<std::vector<double>>& decoding,
+                        const std::string& title, int version) {
     LcmsWork work;
-    const cmsHPROFILE profile = work.NewProfile(4.3, cmsSigDisplayClass, cmsSigXYZData);
+    const cmsHPROFILE profile = work.NewProfile(version == 2 ? 2.4 : 4.3, cmsSigDisplayClass, cmsSigXYZData);
     cmsSetHeaderRenderingIntent(profile, INTENT_PERCEPTUAL);
     work.WriteText(profile, cmsSigProfileDescriptionTag, title);
     work.WriteText(profile, cmsSigCopyrightTag, "No copyright, use freely");
     work.Write(profile, cmsSigMediaWhitePointTag, cmsD50_XYZ());
 
-    // The matrix is already adapted to D50; version 4 requires a tag for the original white. The columns of the tag are
-    // the adapted unit vectors.
-    const cmsCIExyY d65{0.3127, 0.3290, 1.0};
-    cmsCIEXYZ source = *cmsD50_XYZ();
-    const ColorLch::ColorSpace primaries = space.Built(16).primaries;
-    if (primaries != ColorLch::ColorSpace_ColorMatchRGB) cmsxyY2XYZ(&source, &d65);
-    constexpr cmsCIEXYZ kUnits[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-    std::array<cmsCIEXYZ, 3> columns{};
-    for (std::size_t c = 0; c < 3; ++c) cmsAdaptToIlluminant(&columns[c], &source, cmsD50_XYZ(), &kUnits[c]);
-    const auto& [x, y, z] = columns;
-    const cmsCIEXYZ adaptation[] = {{x.X, y.X, z.X}, {x.Y, y.Y, z.Y}, {x.Z, y.Z, z.Z}};
-    work.Write(profile, cmsSigChromaticAdaptationTag, adaptation);
+    if (version != 2) WriteAdaptation(work, profile, WhiteOf(space));
 
-    const ColorLch::Matrix& m = PrimariesOf(primaries);
     constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
     constexpr cmsTagSignature kCurves[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
+    const auto columns = ColorantsOf(work, space, colorants);
     for (std::size_t c = 0; c < 3; ++c) {
-        const cmsCIEXYZ colorant{m[c], m[c + 3], m[c + 6]};
-        work.Write(profile, kColorants[c], &colorant);
+        work.Write(profile, kColorants[c], &columns[c]);
         if (c > 0 && decoding.empty()) {
             work.Link(profile, kCurves[c], kCurves[0]);
         } else {

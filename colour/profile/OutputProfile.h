@@ -18,8 +18,15 @@ namespace hueweave::colour {
 /// white.
 std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::uint32_t top, std::size_t entries);
 
-/// The ICC profile of a converted file: the primaries of the space and its tone curve. `decoding` holds one tabulated
-/// curve per channel that replaces the curve of the space.
-Bytes MakeOutputProfile(const Space& space, const std::vector<std::vector<double>>& decoding, const std::string& title);
+/// Which XYZ the primaries of a space have in its profile.
+enum class Colorants {
+    Engine,   ///< those that the engine converts to, of four decimals
+    Computed  ///< from the chromaticities, for the spaces that have them
+};
+
+/// The ICC profile of a space: its primaries and its tone curve. `decoding` holds one tabulated curve per channel that
+/// replaces the curve of the space. `version` is 2 or 4.
+Bytes MakeOutputProfile(const Space& space, Colorants colorants, const std::vector<std::vector<double>>& decoding,
+                        const std::string& title, int version = 4);
 
 }  // namespace hueweave::colour

@@ -12,16 +12,28 @@
 namespace hueweave::colour {
 
 /// The tone curve of a space.
-enum class Tone { Srgb, Linear, Gamma18, Adobe, Kodak };
+enum class Tone { Srgb, Linear, Gamma18, Adobe, Kodak, Rec2020, ProPhoto, LStar };
+
+/// CIE 1931 chromaticities.
+struct Chromaticity {
+    double x, y;
+};
+struct Primaries {
+    Chromaticity white, red, green, blue;
+};
 
 /// An output colour space of the command.
 struct Space {
     std::string_view name;                              ///< for --to
     std::string_view title;                             ///< in the profile of the output
-    ICC40::ICCFILE::ColorSpaceSignature code8, code16;  ///< for 8-bit and 16-bit files
+    ICC40::ICCFILE::ColorSpaceSignature code8, code16;  ///< the engine's, for 8-bit and 16-bit files
+    const Primaries* primaries;                         ///< null for the engine's, which are rounded
     Tone tone;
     std::string_view note;  ///< for `hueweave spaces`
 
+    /// Whether the engine has it, so that it can be had with the library's precision.
+    bool IsEngines() const { return code8 != kNoCode; }
+    static constexpr auto kNoCode = ICC40::ICCFILE::CsNone;
     /// What the engine builds for files with that number of bits: primaries and sample width.
     const ICC40::ICC_UNIT::OutputSpace& Built(unsigned bits) const;
     /// AdobeRGB as commonly used has no code of its own: a table converts the space with gamma 1.8 to it.
@@ -29,8 +41,10 @@ struct Space {
 };
 
 std::span<const Space> Spaces();
-/// Null for an unknown name.
+/// By its name or an alias such as "AdobeRGB1998", without regard to case. Null for an unknown name.
 const Space* FindSpace(std::string_view name);
+/// The name that is most like `word`, for a question; empty if none is near.
+std::string_view NearestSpace(std::string_view word);
 
 /// Intents by name: perceptual, relative, saturation, absolute.
 struct NamedIntent {

@@ -55,6 +55,7 @@ std::string ExistingFolder(std::string folder) {
 
 AllowedPaths PathsOf(const ConvertOptions& options, const InputList& list) {
     AllowedPaths allowed;
+    if (!options.targetFile.empty()) allowed.push_back({options.targetFile, Use::Read});
     if (options.profile) allowed.push_back({*options.profile, Use::Read});
     if (!options.curveFile.empty()) allowed.push_back({options.curveFile, Use::Read});
     AllowInputs(allowed, list);

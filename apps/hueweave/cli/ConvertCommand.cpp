@@ -63,7 +63,18 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
     c->add_option("-o,--output", options_.output, "File or folder to write, or - for standard output");
     c->add_option("--profile", options_.profile, "Profile of the input (default: the one that it embeds)");
     colour::Rendering& r = options_.rendering;
-    AddChoice(*c, "--to", r.space, SpaceChoices(), "Colour space of the output, see: hueweave spaces");
+    AddTarget(*c, r.space, options_.targetFile);
+    AddChoice(*c, "--precision", options_.precision,
+              Choices<Precision>{{"exact", Precision::Exact}, {"library", Precision::Library}},
+              "exact: the colours that the profiles describe; library: the pixels of libHueweave, bit for bit");
+    c->add_option("--accept-error", options_.acceptError,
+                  "With --precision library, the CIEDE2000 that 5 % of the colours may exceed (default: 2)")
+        ->check(Within(0, 100).description("FLOAT in [0 - 100]"));
+    c->add_flag("--bpc", options_.compensateBlack,
+                "Compensate the black point for every intent but absolute (default: for perceptual and saturation, "
+                "where the target is of version 4, as every space of ours is)");
+    AddChoice(*c, "--icc-version", options_.profileVersion, Choices<int>{{"4", 4}, {"2", 2}},
+              "Version of the embedded profile, of a space");
     AddChoice(*c, "--intent", r.intent, IntentChoices(), "perceptual, relative, saturation or absolute");
     c->add_option("--lightness", r.lightness, "Shift of L*, -100 to 100")->check(Within(-100, 100));
     c->add_option("--chroma", r.chroma, "Shift of C*, -100 to 100 (any shift cuts C* at 100)")
@@ -91,17 +102,43 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
     c->add_flag("--resume", options_.resume, "Skip files that an earlier run converted the same way");
     c->add_flag("--dry-run", options_.dryRun, "Say what would happen, write nothing");
     c->add_flag("-q,--quiet", options_.quiet, "Say nothing but refusals");
+    c->add_flag("-v,--verbose", options_.verbose, "Say how each file is converted, and how exactly");
     c->add_flag("--json", options_.json, "Write one line of JSON a file to standard output");
     AddSandbox(*c, options_.sandbox);
     return c;
 }
 
+void ConvertCommand::SettleTarget() const {
+    const ConvertOptions& a = options_;
+    const colour::Space* const space = a.rendering.space;
+    if (a.precision == Precision::Library) {
+        if (space == nullptr || !space->IsEngines()) {
+            RefuseUsage(
+                "--precision library does not go with --to " + TargetName(a) + ", which the library does not have",
+                "leave --precision library out");
+        }
+        if (!a.curveFile.empty() && space->ByTable()) {
+            RefuseUsage("--curve does not go with --to adobe-rgb, which is made by a curve itself",
+                        "use --to adobe-rgb-g18");
+        }
+        if (a.compensateBlack) RefuseUsage("--bpc does not go with --precision library", "leave one of them out");
+        if (a.profileVersion != 4) {
+            RefuseUsage("--icc-version does not go with --precision library", "leave one of them out");
+        }
+    } else if (a.acceptError) {
+        RefuseUsage("--accept-error is for --precision library", "leave it out");
+    }
+    if (space == nullptr && !a.curveFile.empty()) {
+        RefuseUsage("--curve does not go with a profile as --to", "name a colour space");
+    }
+    if (space == nullptr && a.profileVersion != 4) {
+        RefuseUsage("--icc-version does not go with a profile as --to", "leave it out");
+    }
+}
+
 void ConvertCommand::Settle() {
     ConvertOptions& a = options_;
-    if (!a.curveFile.empty() && a.rendering.space->ByTable()) {
-        RefuseUsage("--curve does not go with --to adobe-rgb, which is made by a curve itself",
-                    "use --to adobe-rgb-g18");
-    }
+    SettleTarget();
     if (!shard_.empty()) a.shard = ParseShard(shard_);
     if (a.inputs.empty() && !a.filesFrom) RefuseUsage("no input was given", "name TIFF files or folders");
     for (const std::string& input : a.inputs) {
@@ -128,12 +165,14 @@ Exit ConvertCommand::Run() {
     if (!options_.curveFile.empty()) options_.rendering.curves = ReadCurves(options_.curveFile);
     std::optional<DeviceProfile> profile;
     if (options_.profile) profile = LoadProfile(*options_.profile);
-    ProfileCache cache(options_.rendering);
+    const Target target = MakeTarget(options_);
+    ProfileCache cache(options_, target);
     SweptFolders swept;
     std::optional<ResumeRecord> record;  // destroyed before the folders are checked
     if (!list.folder.empty() && (!options_.dryRun || options_.resume)) record.emplace(list.folder, shared);
     if (options_.resume) record->Load();
-    Session session{options_, list, report, cache, folders, swept, record ? &*record : nullptr, std::move(profile)};
+    Session session{options_,          list, report, target, cache, folders, swept, record ? &*record : nullptr,
+                    std::move(profile)};
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());
     const Exit result = RunBatch(session, options_.jobs != 0 ? options_.jobs : all);
     if (const int error = report.Close()) RefuseStandardOutput(error);

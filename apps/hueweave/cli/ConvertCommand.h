@@ -18,6 +18,8 @@ public:
     const ConvertOptions& options() const { return options_; }
 
 private:
+    void SettleTarget() const;
+
     ConvertOptions options_;
     std::string shard_;  ///< before parsing
 };

@@ -20,7 +20,8 @@ CLI::App* SpacesCommand::Declare(CLI::App& app) {
 Exit SpacesCommand::Run() {
     for (const colour::Space& space : colour::Spaces()) {
         if (json_) {
-            const nlohmann::ordered_json json{{"name", space.name}, {"title", space.title}, {"note", space.note}};
+            const nlohmann::ordered_json json{
+                {"name", space.name}, {"title", space.title}, {"note", space.note}, {"library", space.IsEngines()}};
             fmt::print("{}\n", json.dump());
         } else {
             fmt::print("{:<18} {:<34} {}\n", space.name, space.title, space.note);

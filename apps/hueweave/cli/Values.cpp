@@ -27,12 +27,29 @@ std::string TakeMemory(std::string& word) {
     return "";
 }
 
+/// A name of a space has no dot and no slash.
+bool IsProfileName(const std::string& word) { return word.find_first_of("./") != std::string::npos; }
+
+std::string UnknownSpace(const std::string& word) {
+    const std::string_view near = colour::NearestSpace(word);
+    const std::string question = near.empty() ? "" : fmt::format("; did you mean {}?", near);
+    return fmt::format("{} is not a colour space{} See: hueweave spaces", word, question.empty() ? "." : question);
+}
+
 }  // namespace
 
-Choices<const colour::Space*> SpaceChoices() {
-    Choices<const colour::Space*> choices;
-    for (const colour::Space& space : colour::Spaces()) choices.emplace_back(space.name, &space);
-    return choices;
+CLI::Option* AddTarget(CLI::App& app, const colour::Space*& space, std::string& file) {
+    space = colour::Spaces().data();
+    const auto take = [&](const std::string& word) {
+        space = colour::FindSpace(word);
+        if (space == nullptr && !IsProfileName(word)) throw CLI::ValidationError("--to", UnknownSpace(word));
+        file = space == nullptr ? word : "";
+    };
+    return app
+        .add_option_function<std::string>("--to", take,
+                                          "Colour space of the output, see: hueweave spaces; or an RGB profile, as a "
+                                          "file (.icc, .icm)")
+        ->default_str(std::string(space->name));
 }
 
 Choices<ICC40::ICCFILE::Intent> IntentChoices() {

@@ -16,7 +16,8 @@ namespace hueweave::tool {
 template <typename Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
-Choices<const colour::Space*> SpaceChoices();
+/// Adds the option --to: `space` for a name of a space, or `file` for a profile, where `space` becomes null.
+CLI::Option* AddTarget(CLI::App& app, const colour::Space*& space, std::string& file);
 Choices<ICC40::ICCFILE::Intent> IntentChoices();
 
 /// Adds an option with one of these values.

@@ -5,10 +5,16 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include <memory>
+#include <vector>
+
 #include "batch/session/ProfileFile.h"
+#include "batch/session/Target.h"
 #include "cli/ImageColours.h"
 #include "cli/Values.h"
-#include "colour/library/Compare.h"
+#include "colour/ExactConverter.h"
+#include "colour/library/Bake.h"
+#include "colour/library/CompareLibrary.h"
 #include "colour/library/EngineProfile.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
@@ -19,52 +25,115 @@
 namespace hueweave::tool {
 namespace {
 
-void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const colour::EngineProfile& engine,
-               const colour::Comparison& c) {
-    fmt::print("{}: to {}, {}, {} bits, {} colours of {}\n", OneLine(profile.name), options.rendering.space->name,
-               colour::IntentName(options.rendering.intent), options.bits, c.colours,
+/// What was compared.
+struct Verdict {
+    Target target;
+    colour::EngineProfile engine;  ///< for the library
+    std::string way;               ///< of the exact precision
+    colour::Comparison exact;
+    std::optional<colour::Comparison> library;  ///< nothing for a target that the library does not have
+};
+
+/// The precision that is judged.
+const colour::Comparison& Judged(const VerifyOptions& options, const Verdict& verdict) {
+    return options.precision == Precision::Exact ? verdict.exact : *verdict.library;
+}
+
+void PrintRow(const char* precision, const colour::Comparison& c, const std::string& way) {
+    fmt::print("  {:<8}{:>8.3f}{:>8.3f}{:>8.3f}{:>8.3f}{:>8.3f}{:>8.3f}  {}\n", precision, c.mean, c.median, c.p95,
+               c.p99, c.p999, c.maximum, way);
+}
+
+void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const Verdict& verdict) {
+    const colour::Comparison& judged = Judged(options, verdict);
+    fmt::print("{}: to {}, {}, {} bits, {} colours of {}\n", OneLine(profile.name), OneLine(verdict.target.name),
+               colour::IntentName(options.rendering.intent), options.bits, judged.colours,
                options.image ? OneLine(*options.image) : "a grid");
-    if (!engine.bakedBecause.empty())
-        fmt::print("The engine takes a profile baked from it: {}.\n", engine.bakedBecause);
-    fmt::print("CIEDE2000 between the engine and Little CMS in floating point:\n");
-    fmt::print("  mean {:.3f}  median {:.3f}  95 % {:.3f}  99 % {:.3f}  maximum {:.3f}\n", c.mean, c.median, c.p95,
-               c.p99, c.maximum);
-    fmt::print("The worst, of 255:\n");
-    for (const auto& w : c.worst) {
+    if (colour::IsBaked(profile.data)) {
+        fmt::print(
+            "hueweave bake made this profile: the figures are those of the bake alone, not of the profile that "
+            "it was made from.\n");
+    }
+    if (verdict.library && !verdict.engine.bakedBecause.empty()) {
+        fmt::print("The library takes a profile baked from it: {}.\n", verdict.engine.bakedBecause);
+    }
+    fmt::print("CIEDE2000 from Little CMS in floating point:\n");
+    fmt::print("  {:<8}{:>8}{:>8}{:>8}{:>8}{:>8}{:>8}  {}\n", "", "mean", "median", "95 %", "99 %", "99.9 %", "maximum",
+               "way");
+    PrintRow("exact", verdict.exact, verdict.way);
+    if (verdict.library) PrintRow("library", *verdict.library, "library");
+    fmt::print("The worst with --precision {}, of 255:\n", options.precision == Precision::Exact ? "exact" : "library");
+    for (const auto& w : judged.worst) {
         fmt::print("  RGB {:6.2f} {:6.2f} {:6.2f}  Lab {:6.2f} {:7.2f} {:7.2f}  {:.3f}\n", w.device[0] / 257.0,
                    w.device[1] / 257.0, w.device[2] / 257.0, w.lab[0], w.lab[1], w.lab[2], w.difference);
     }
-    fmt::print("Outside the space and cut to it: {} of {} ({:.1f} %)\n", c.clipped, c.colours,
-               100.0 * static_cast<double>(c.clipped) / static_cast<double>(c.colours));
+    fmt::print("Outside the space and cut to it: {} of {} ({:.1f} %)\n", judged.clipped, judged.colours,
+               100.0 * static_cast<double>(judged.clipped) / static_cast<double>(judged.colours));
 }
 
-void PrintJson(const VerifyOptions& options, const DeviceProfile& profile, const colour::EngineProfile& engine,
-               const colour::Comparison& c) {
-    nlohmann::ordered_json json{{"profile", profile.name},
-                                {"space", options.rendering.space->name},
-                                {"intent", colour::IntentName(options.rendering.intent)},
-                                {"bits", options.bits},
-                                {"baked", !engine.bakedBecause.empty()},
-                                {"colours", c.colours},
-                                {"mean", c.mean},
-                                {"median", c.median},
-                                {"p95", c.p95},
-                                {"p99", c.p99},
-                                {"maximum", c.maximum},
-                                {"clipped", c.clipped}};
+nlohmann::ordered_json Describe(const colour::Comparison& c, const std::string& way) {
+    nlohmann::ordered_json json{{"way", way},   {"mean", c.mean}, {"median", c.median},  {"p95", c.p95},
+                                {"p99", c.p99}, {"p999", c.p999}, {"maximum", c.maximum}};
     for (const auto& w : c.worst) {
         json["worst"].push_back({{"device", w.device}, {"lab", w.lab}, {"difference", w.difference}});
     }
+    return json;
+}
+
+void PrintJson(const VerifyOptions& options, const DeviceProfile& profile, const Verdict& verdict) {
+    nlohmann::ordered_json json{{"profile", profile.name},
+                                {"space", verdict.target.name},
+                                {"intent", colour::IntentName(options.rendering.intent)},
+                                {"bits", options.bits},
+                                {"is_bake", colour::IsBaked(profile.data)},
+                                {"baked", !verdict.engine.bakedBecause.empty()},
+                                {"colours", verdict.exact.colours},
+                                {"clipped", verdict.exact.clipped},
+                                {"exact", Describe(verdict.exact, verdict.way)}};
+    json["library"] = verdict.library ? Describe(*verdict.library, "library") : nlohmann::ordered_json();
     fmt::print("{}\n", JsonLine(json));
+}
+
+/// Compares the exact precision with its own truth.
+void CompareExact(const VerifyOptions& options, const DeviceProfile& profile,
+                  const std::vector<colour::DeviceColour>& colours, Verdict& verdict) {
+    colour::TransformOptions how;
+    how.intent = static_cast<colour::RenderingIntent>(options.rendering.intent);
+    const auto transform =
+        std::make_shared<const colour::Transform>(profile.data, verdict.target.profile, how, ThrowIfInterrupted);
+    verdict.way = colour::WayName(transform->way());
+    colour::LcmsWork work;
+    const colour::Truth truth(work, colour::OpenRgb(work, profile.data), colour::OpenRgb(work, verdict.target.profile),
+                              how);
+    verdict.exact =
+        colour::Compare(colour::ExactConverter(transform, options.bits), truth, colours, ThrowIfInterrupted);
+}
+
+Verdict CompareBoth(const VerifyOptions& options, const DeviceProfile& profile,
+                    const std::vector<colour::DeviceColour>& colours) {
+    ConvertOptions asked;
+    asked.rendering = options.rendering;
+    asked.targetFile = options.targetFile;
+    Verdict verdict{MakeTarget(asked), {}, {}, {}, {}};
+    CompareExact(options, profile, colours, verdict);
+    const colour::Space* const space = options.rendering.space;
+    if (space == nullptr || !space->IsEngines()) return verdict;
+    verdict.engine = colour::PrepareProfile(profile.data, options.rendering.intent, ThrowIfInterrupted);
+    verdict.library = colour::CompareLibrary(verdict.engine.data, profile.data, options.rendering, options.bits,
+                                             colours, ThrowIfInterrupted);
+    return verdict;
 }
 
 }  // namespace
 
 CLI::App* VerifyCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("verify", "Compare the engine with Little CMS in floating point");
+    CLI::App* c = app.add_subcommand("verify", "Compare conversions with Little CMS in floating point");
     c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
     c->add_option("--image", options_.image, "Compare the colours of a TIFF file, not a grid");
-    AddChoice(*c, "--to", options_.rendering.space, SpaceChoices(), "Colour space of the output");
+    AddTarget(*c, options_.rendering.space, options_.targetFile);
+    AddChoice(*c, "--precision", options_.precision,
+              Choices<Precision>{{"exact", Precision::Exact}, {"library", Precision::Library}},
+              "The precision that --limit and the worst colours are for");
     AddChoice(*c, "--intent", options_.rendering.intent, IntentChoices(), "Rendering intent");
     // Strings, because CLI11 accepts an empty argument as one of several numbers.
     c->add_option("--bits", options_.bits, "Bits a sample")->check(CLI::IsMember({"8", "16"}))->capture_default_str();
@@ -79,9 +148,18 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
     return c;
 }
 
+void VerifyCommand::Settle() {
+    const colour::Space* const space = options_.rendering.space;
+    if (options_.precision == Precision::Library && (space == nullptr || !space->IsEngines())) {
+        RefuseUsage("--precision library does not go with this --to, which the library does not have",
+                    "leave --precision library out");
+    }
+}
+
 Exit VerifyCommand::Run() {
     if (options_.sandbox) {
         AllowedPaths allowed{{options_.profile, Use::Read}};
+        if (!options_.targetFile.empty()) allowed.push_back({options_.targetFile, Use::Read});
         if (options_.image) {
             allowed.push_back({*options_.image, Use::Read});
             allowed.push_back({TemporaryFolder(), Use::Scratch});
@@ -89,21 +167,15 @@ Exit VerifyCommand::Run() {
         EnterSandbox(allowed);
     }
     const DeviceProfile profile = LoadProfile(options_.profile);
-    const colour::EngineProfile engine = Named(profile.name, [&] {
-        return colour::PrepareProfile(profile.data, options_.rendering.intent, ThrowIfInterrupted);
-    });
     const std::vector<colour::DeviceColour> colours =
         options_.image ? ImageColours(*options_.image) : colour::GridColours(options_.points);
-    const colour::Comparison result = Named(profile.name, [&] {
-        return colour::Compare(engine.data, profile.data, options_.rendering, options_.bits, colours,
-                               ThrowIfInterrupted);
-    });
+    const Verdict verdict = Named(profile.name, [&] { return CompareBoth(options_, profile, colours); });
     if (options_.json) {
-        PrintJson(options_, profile, engine, result);
+        PrintJson(options_, profile, verdict);
     } else {
-        PrintText(options_, profile, engine, result);
+        PrintText(options_, profile, verdict);
     }
-    return options_.limit && result.p95 > *options_.limit ? Exit::SomeFailed : Exit::Done;
+    return options_.limit && Judged(options_, verdict).p95 > *options_.limit ? Exit::SomeFailed : Exit::Done;
 }
 
 }  // namespace hueweave::tool

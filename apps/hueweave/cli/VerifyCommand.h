@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "batch/session/ConvertOptions.h"
 #include "cli/Command.h"
-#include "colour/library/Rendering.h"
 
 namespace hueweave::tool {
 
@@ -14,15 +14,18 @@ struct VerifyOptions {
     std::string profile;
     std::optional<std::string> image;
     colour::Rendering rendering;
+    std::string targetFile;
+    Precision precision = Precision::Exact;  ///< that `limit` is for
     unsigned bits = 16, points = 33;
     std::optional<double> limit;
     bool json = false, sandbox = false;
 };
 
-/// The subcommand "verify": compares the engine with Little CMS.
+/// The subcommand "verify": compares both precisions with Little CMS.
 class VerifyCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;
+    void Settle() override;
     Exit Run() override;
     const VerifyOptions& options() const { return options_; }
 

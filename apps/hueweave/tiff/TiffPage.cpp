@@ -35,7 +35,7 @@ public:
         page_.photometric = Small(tag::Photometric, 0xffff);
         page_.compression = Small(tag::Compression, 1);
         if (page_.photometric == PHOTOMETRIC_MASK || (Small(tag::SubfileType, 0) & FILETYPE_MASK) != 0) {
-            page_.mask = true;
+            page_.mask = page_.stays = true;
             CheckMask();
             return page_;
         }

@@ -15,6 +15,7 @@ struct TiffPage {
     std::size_t directory = 0;  ///< index in the structure
     std::string label;          ///< "page 2", for messages; empty if the file has one image
     bool mask = false;          ///< a transparency mask: no colours, not converted
+    bool stays = false;  ///< its image data are not changed: a mask, or colours that are in the output space already
     std::uint32_t width = 0, height = 0;
     unsigned samples = 0;  ///< per pixel
     unsigned bits = 0;     ///< per sample: 8 or 16

@@ -48,19 +48,22 @@ Folders operator+(Folders a, const Folders& b) {
     return a;
 }
 
-const Folders kColourBase{"colour/base"}, kProfile{"colour/profile"}, kThroughEngine{"colour/library"},
-    kExact{"colour/exact"};
+const Folders kColourTop{"colour"}, kColourBase{"colour/base"}, kProfile{"colour/profile"}, kJudge{"colour/judge"},
+    kThroughEngine{"colour/library"}, kExact{"colour/exact"}, kKernels{"colour/exact/kernels"};
 const Folders kOfProfiles{"base", "color", "iccfile", "units"};  // of the library
 const Folders kOfEngine = kOfProfiles + Folders{"engine"};
 const Tree kColour{"colour",
                    15,
-                   {{"base", kColourBase},
+                   {{"", kColourTop + kColourBase + kProfile + kJudge + kExact},
+                    {"base", kColourBase},
                     {"profile", kColourBase + kProfile + kOfProfiles},
-                    {"library", kColourBase + kProfile + kThroughEngine + kOfEngine},
-                    {"exact", kColourBase + kProfile + kExact}}};
+                    {"judge", kColourBase + kProfile + kJudge},
+                    {"library", kColourBase + kProfile + kJudge + kThroughEngine + kOfEngine},
+                    {"exact", kColourBase + kProfile + kExact + kKernels},
+                    {"exact/kernels", kKernels}}};
 
 const Folders kSystemAndBase = kSystem + kColourBase;
-const Folders kWork = kSystemAndBase + kProfile + kThroughEngine + kTiff + kCodec + kRewrite;
+const Folders kWork = kSystemAndBase + kColourTop + kProfile + kJudge + kThroughEngine + kTiff + kCodec + kRewrite;
 const Tree kCommand{"apps/hueweave",
                     80,
                     {{"", kSystem + kCli},

@@ -42,7 +42,7 @@ Outcome ConvertFile(const FileTask& task) {
     }
     CheckOutputPath(task);
     const FilePlan plan = PlanFile(session, source);
-    if (plan.isConverted) {
+    if (plan.isConverted || (plan.isCopy && options.inPlace)) {
         report.TellConvertedBefore(plan);
         return Outcome::Skipped;
     }

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #include "batch/file/FilePlan.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "batch/file/PageProfiles.h"
@@ -25,8 +26,9 @@ public:
         std::vector<PageJob> jobs;
         for (std::size_t p = 0; p < pages_.size(); ++p) jobs.push_back(pages_[p].mask ? PageJob() : PlanPage(p));
         const bool isConverted = IsConverted(jobs);
+        const bool isCopy = std::all_of(jobs.begin(), jobs.end(), [](const PageJob& job) { return job.keeps; });
         return {std::move(structure_),   std::move(pages_), std::move(jobs), std::move(converters_),
-                std::move(profileName_), std::move(notes_), isConverted};
+                std::move(profileName_), std::move(notes_), isCopy,          isConverted};
     }
 
 private:
@@ -40,22 +42,35 @@ private:
             profileName_ = profile.embedded ? "embedded" : profile.name;
             if (profile.embedded && !profile.description.empty()) profileName_ += ": " + profile.description;
         }
-        if (!ready->bakedBecause.empty()) {
-            const std::string text = ready->bakedBecause + "; the engine takes a profile baked from it";
+        // The bytes belong to the converter, which all pages of this profile share.
+        const std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
+        const auto tag = options_.noTag ? nullptr : icc;
+        if (ready->IsCopy()) {
+            pages_[page].stays = true;
+            const bool isTagged = profile.embedded && !options_.noTag;
+            return {isTagged, nullptr, tag};
+        }
+        NoteConversion(profile, *ready, pages_[page]);
+        losses_.Look(pages_[page], notes_);
+        return {false, &ready->converter, tag};
+    }
+
+    void NoteConversion(const DeviceProfile& profile, const ReadyConverter& ready, const TiffPage& page) {
+        if (!ready.bakedBecause.empty()) {
+            const std::string text = ready.bakedBecause + "; the engine takes a profile baked from it";
             notes_.own.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
         }
-        if (ready->outputProfile.empty() && !options_.noTag) {
+        if (ready.transform != nullptr && ready.transform->way() == colour::Way::PixelByPixel) {
+            notes_.own.push_back(profile.name + ": is converted pixel by pixel by Little CMS, which is slow, because " +
+                                 ready.transform->reason());
+        }
+        if (ready.outputProfile.empty() && !options_.noTag) {
             throw Refusal(Exit::Usage, options_.curveFile, "no profile can describe curves that fall",
                           "leave the profile out with --no-tag");
         }
         const colour::Rendering& rendering = options_.rendering;
-        if (pages_[page].bits == 16 && rendering.space->name == "kodak-mix" && !rendering.curves) {
-            Note("kodak-mix has 256 steps, also in files of 16 bits");
-        }
-        losses_.Look(pages_[page], notes_);
-        // The bytes belong to the converter, which all pages of this profile share.
-        std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
-        return {&ready->converter, options_.noTag ? nullptr : icc};
+        const bool mixed = ready.transform == nullptr && rendering.space->name == "kodak-mix" && !rendering.curves;
+        if (page.bits == 16 && mixed) Note("kodak-mix has 256 steps, also in files of 16 bits");
     }
 
     std::shared_ptr<const DeviceProfile> ProfileOf(std::size_t page) {
@@ -101,7 +116,8 @@ private:
     bool IsConverted(const std::vector<PageJob>& jobs) const {
         const colour::Rendering& r = options_.rendering;
         const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
-        if (!options_.inPlace || options_.force || options_.noTag || adjusts) return false;
+        const bool exact = options_.precision == Precision::Exact;
+        if (exact || !options_.inPlace || options_.force || options_.noTag || adjusts) return false;
         for (std::size_t p = 0; p < pages_.size(); ++p) {
             if (pages_[p].mask) continue;
             const DeviceProfile* embedded = profiles_.Known(p);

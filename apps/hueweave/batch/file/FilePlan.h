@@ -21,8 +21,10 @@ struct FilePlan {
     std::vector<std::shared_ptr<const ReadyConverter>> converters;  ///< each once; the jobs borrow from them
     std::string profileName;                                        ///< of the first page, for people
     FileNotes notes;
-    /// Whether all pages embed the very profile that they would get: a run in place over a folder, stopped half way and
-    /// begun again, would convert them twice.
+    /// Whether there is nothing to do, since the colours of all pages are those of the output.
+    bool isCopy = false;
+    /// With the library's precision, whether all pages embed the very profile that they would get: a run in place over
+    /// a folder, stopped half way and begun again, would convert them twice.
     bool isConverted = false;
 };
 

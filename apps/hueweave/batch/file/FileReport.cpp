@@ -16,27 +16,29 @@ void FileReport::TellDone() const {
 }
 
 void FileReport::TellConvertedBefore(const FilePlan& plan) const {
-    task_.session.report.Line(fmt::format("{} is in {} already, by its profile; --force converts it again",
-                                          source_.name, task_.session.options.rendering.space->name));
+    const char* const remedy = plan.isCopy ? "" : ", by its profile; --force converts it again";
+    task_.session.report.Line(fmt::format("{} is in {} already{}", source_.name, task_.session.target.name, remedy));
     TellJson("skipped", &plan);
 }
 
 void FileReport::TellPlanned(const FilePlan& plan) const {
     const colour::Rendering& rendering = task_.session.options.rendering;
     TellNotes(plan.notes);
-    task_.session.report.Line(fmt::format("would convert {} -> {} ({}, {}, {} bits, {})", source_.name, OutputName(),
-                                          rendering.space->name, colour::IntentName(rendering.intent),
-                                          plan.converters.front()->bits, plan.profileName));
-    TellJson("would convert", &plan);
+    task_.session.report.Line(fmt::format("would {} {} -> {} ({}, {}, {} bits, {}{})", plan.isCopy ? "copy" : "convert",
+                                          source_.name, OutputName(), task_.session.target.name,
+                                          colour::IntentName(rendering.intent), plan.converters.front()->bits,
+                                          plan.profileName, WayOf(plan)));
+    TellJson(plan.isCopy ? "would copy" : "would convert", &plan);
 }
 
 std::string FileReport::Describe(const FilePlan& plan, WrittenFile& written, double seconds) const {
     if (!task_.session.options.json) return "";
     Measured& measured = written.measured;
     const auto pixels = static_cast<double>(measured.pixels);
-    nlohmann::ordered_json json = Begin("converted", &plan);
+    nlohmann::ordered_json json = Begin(plan.isCopy ? "copied" : "converted", &plan);
     json["pixels"] = measured.pixels;
     json["seconds"] = seconds;
+    if (plan.isCopy) return JsonLine(json);
     json["clipped"] = measured.pixels > 0 ? static_cast<double>(measured.clipped) / pixels : 0.0;
     json["sha256"] = measured.hash.Hex();
     return JsonLine(json);
@@ -48,11 +50,23 @@ void FileReport::TellConverted(const FilePlan& plan, const WrittenFile& written,
         FileNotes notes = plan.notes;
         notes.own.insert(notes.own.end(), written.notes.begin(), written.notes.end());
         TellNotes(notes);
-        if (task_.item.output != "-") report.Line(fmt::format("{} -> {}", source_.name, OutputName()));
+        if (task_.item.output != "-") {
+            const std::string how = plan.isCopy ? fmt::format(" (is in {} already)", task_.session.target.name) : "";
+            const std::string way = WayOf(plan);
+            report.Line(fmt::format("{} -> {}{}{}", source_.name, OutputName(), how,
+                                    way.empty() || plan.isCopy ? "" : " (" + way.substr(2) + ")"));
+        }
         report.Json(json);
     } catch (const std::bad_alloc&) {
         report.LoseJson();  // the file stands there; without memory to say so, it is converted all the same
     }
+}
+
+std::string FileReport::WayOf(const FilePlan& plan) const {
+    if (!task_.session.options.verbose) return "";
+    const ReadyConverter& ready = *plan.converters.front();
+    return fmt::format(", {}, CIEDE2000 mean {:.3f}, 99.9 % within {:.3f}, largest {:.3f}", ready.way(),
+                       ready.error.mean, ready.error.p999, ready.error.largest);
 }
 
 std::string FileReport::OutputName() const { return task_.item.output == "-" ? "standard output" : task_.item.output; }
@@ -80,8 +94,13 @@ nlohmann::ordered_json FileReport::Begin(const char* status, const FilePlan* pla
     PutName(json, "output", task_.item.output);
     PutName(json, "profile", plan != nullptr ? plan->profileName : "");
     json["intent"] = colour::IntentName(rendering.intent);
-    json["space"] = rendering.space->name;
-    if (plan != nullptr) json["baked"] = !plan->converters.front()->bakedBecause.empty();
+    json["space"] = task_.session.target.name;
+    json["precision"] = task_.session.options.precision == Precision::Exact ? "exact" : "library";
+    if (plan == nullptr) return json;
+    const ReadyConverter& ready = *plan->converters.front();
+    json["way"] = ready.way();
+    json["delta_e"] = {{"mean", ready.error.mean}, {"p999", ready.error.p999}, {"largest", ready.error.largest}};
+    json["baked"] = !ready.bakedBecause.empty();
     return json;
 }
 

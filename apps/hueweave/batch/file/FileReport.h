@@ -28,6 +28,8 @@ public:
 
 private:
     std::string OutputName() const;
+    /// With --verbose, the way of the first page and its error, after a comma.
+    std::string WayOf(const FilePlan& plan) const;
     void TellNotes(const FileNotes& notes) const;
     /// `plan` is null where there is none.
     void TellJson(const char* status, const FilePlan* plan) const;

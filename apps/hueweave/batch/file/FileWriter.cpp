@@ -24,7 +24,7 @@ std::uint64_t BufferMemory(std::uint64_t all) { return all > 2 * kOwnMemory ? al
 
 std::uint64_t Pixels(const FilePlan& plan) {
     std::uint64_t pixels = 0;
-    for (const TiffPage& page : plan.pages) pixels += page.mask ? 0 : page.Pixels();
+    for (const TiffPage& page : plan.pages) pixels += page.stays ? 0 : page.Pixels();
     return pixels;
 }
 

@@ -16,8 +16,11 @@ constexpr std::uint64_t kGap = std::uint64_t{1} << 20;      ///< bytes that may 
 
 Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : file_(source.file) {
     const colour::Rendering& r = session.options.rendering;
-    hash_.Add(fmt::format("{} {} {} {} {} {} {} {} {}\n", kVersion, r.space->name, colour::IntentName(r.intent),
-                          r.lightness, r.chroma, r.hue, static_cast<int>(session.options.source), session.options.noTag,
+    const ConvertOptions& options = session.options;
+    const char* const precision = options.precision == Precision::Exact ? "exact" : "library";
+    hash_.Add(fmt::format("{} {} {} {} {} {} {} {} {} {} {} {}\n", kVersion, precision, session.target.name,
+                          session.target.hash, colour::IntentName(r.intent), options.compensateBlack, r.lightness,
+                          r.chroma, r.hue, static_cast<int>(options.source), options.noTag,
                           session.profile ? session.profile->hash : "embedded"));
     if (!r.curves) return;
     for (const auto& curve : *r.curves) hash_.Add(curve.data(), curve.size());

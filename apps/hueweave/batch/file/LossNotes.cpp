@@ -42,7 +42,7 @@ void LossNotes::Look(const TiffPage& page, FileNotes& notes) {
 
 void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes) {
     const std::uint64_t exif = structure_.exifColorSpace();
-    const std::string_view space = options_.rendering.space->name;
+    const std::string_view space = options_.rendering.space != nullptr ? options_.rendering.space->name : "";
     if ((exif == 1 && space != "srgb") || (exif == 2 && space != "adobe-rgb")) {
         notes.common.insert(
             fmt::format("EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));

@@ -2,10 +2,28 @@
 // Copyright (c) The Hueweave authors
 #include "batch/session/ProfileCache.h"
 
+#include <fmt/format.h>
+
+#include <cmath>
+#include <utility>
+
+#include "colour/ExactConverter.h"
+#include "colour/library/CompareLibrary.h"
 #include "colour/library/EngineProfile.h"
+#include "colour/library/LibraryConverter.h"
 #include "system/Signals.h"
 
 namespace hueweave::tool {
+namespace {
+
+constexpr double kMostError = 2.0;     ///< CIEDE2000, clearly visible, that 95 % of the colours must not exceed
+constexpr unsigned kCheckPoints = 10;  ///< on each axis of a grid of colours
+
+}  // namespace
+
+std::string ReadyConverter::way() const {
+    return transform != nullptr ? std::string(colour::WayName(transform->way())) : "library";
+}
 
 std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& profile, unsigned bits) {
     const std::lock_guard lock(mutex_);
@@ -13,14 +31,59 @@ std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& pro
         if (ready->hash == profile.hash && ready->bits == bits) return ready;
     }
     ready_.push_back(Named(profile.name, [&] {
-        colour::EngineProfile engine = colour::PrepareProfile(profile.data, rendering_.intent, ThrowIfInterrupted);
-        colour::PixelConverter converter(engine.data, rendering_, bits);
-        Bytes output = converter.OutputProfile();
-        return std::make_shared<const ReadyConverter>(ReadyConverter{profile.hash, bits, std::move(engine.bakedBecause),
-                                                                     std::move(converter), std::move(output)});
+        const bool exact = options_.precision == Precision::Exact;
+        return std::make_shared<const ReadyConverter>(exact ? MakeExact(profile, bits) : MakeLibrary(profile, bits));
     }));
     if (ready_.size() > kMost) ready_.pop_front();
     return ready_.back();
+}
+
+ReadyConverter ProfileCache::MakeExact(const DeviceProfile& profile, unsigned bits) const {
+    std::shared_ptr<const colour::Transform> transform;
+    for (const auto& ready : ready_) {
+        if (ready->hash == profile.hash) transform = ready->transform;  // made for the other depth
+    }
+    if (transform == nullptr) {
+        const colour::Rendering& r = options_.rendering;
+        colour::TransformOptions options;
+        options.intent = static_cast<colour::RenderingIntent>(r.intent);
+        if (options_.compensateBlack) options.blackPoint = colour::BlackPoint::Compensated;
+        options.lightness = r.lightness;
+        options.chroma = r.chroma;
+        options.hue = r.hue;
+        transform =
+            std::make_shared<const colour::Transform>(profile.data, target_.profile, options, ThrowIfInterrupted);
+    }
+    colour::PixelConverter converter(std::make_unique<const colour::ExactConverter>(transform, bits));
+    return {profile.hash, bits, transform, {}, transform->error(), std::move(converter), target_.embedded};
+}
+
+ReadyConverter ProfileCache::MakeLibrary(const DeviceProfile& profile, unsigned bits) const {
+    const colour::Rendering& rendering = options_.rendering;
+    colour::EngineProfile engine = colour::PrepareProfile(profile.data, rendering.intent, ThrowIfInterrupted);
+    const colour::Comparison comparison = colour::CompareLibrary(engine.data, profile.data, rendering, bits,
+                                                                 colour::GridColours(kCheckPoints), ThrowIfInterrupted);
+    RefuseWrongColours(profile, comparison);
+    auto converter = std::make_unique<const colour::LibraryConverter>(engine.data, rendering, bits);
+    Bytes output = converter->OutputProfile();
+    const colour::TransformError error{comparison.colours, comparison.mean, comparison.p999, comparison.maximum};
+    return {profile.hash,
+            bits,
+            nullptr,
+            std::move(engine.bakedBecause),
+            error,
+            colour::PixelConverter(std::move(converter)),
+            std::move(output)};
+}
+
+void ProfileCache::RefuseWrongColours(const DeviceProfile& profile, const colour::Comparison& comparison) const {
+    const double most = options_.acceptError.value_or(kMostError);
+    if (comparison.p95 <= most) return;
+    throw Refusal(Exit::Profile, profile.name,
+                  fmt::format("{}is converted wrongly by the library: CIEDE2000 is above {:.1f} for 5 % of the colours",
+                              profile.embedded ? "embeds a profile that " : "", comparison.p95),
+                  fmt::format("leave --precision library out, or take the error with --accept-error {:.0f}",
+                              std::ceil(comparison.p95)));
 }
 
 }  // namespace hueweave::tool

@@ -8,7 +8,10 @@
 #include <string>
 
 #include "batch/session/ProfileFile.h"
-#include "colour/library/PixelConverter.h"
+#include "batch/session/Target.h"
+#include "colour/PixelConverter.h"
+#include "colour/Transform.h"
+#include "colour/judge/Compare.h"
 
 namespace hueweave::tool {
 
@@ -16,20 +19,33 @@ namespace hueweave::tool {
 struct ReadyConverter {
     std::string hash;  ///< of the profile
     unsigned bits = 0;
-    std::string bakedBecause;
+    std::shared_ptr<const colour::Transform> transform;  ///< null with the library's precision
+    std::string bakedBecause;                            ///< why the library takes a profile baked from this one
+    colour::TransformError error;
     colour::PixelConverter converter;
     Bytes outputProfile;  ///< empty if no profile describes the output
+
+    /// Whether the colours are those of the output already, so that no sample changes.
+    bool IsCopy() const { return transform != nullptr && transform->way() == colour::Way::Copy; }
+    /// "direct", "copy" and so on, or "library".
+    std::string way() const;
 };
 
-/// Converters of one rendering, by profile and bit depth. Threads share it; the most recent ones are kept.
+/// Converters of one run, by profile and bit depth. Threads share it; the most recent ones are kept.
 class ProfileCache {
 public:
-    explicit ProfileCache(const colour::Rendering& rendering) : rendering_(rendering) {}
+    /// Borrows both.
+    ProfileCache(const ConvertOptions& options, const Target& target) : options_(options), target_(target) {}
     std::shared_ptr<const ReadyConverter> Get(const DeviceProfile& profile, unsigned bits);
 
 private:
-    static constexpr std::size_t kMost = 4;  ///< each contains an engine of about 3 MB
-    colour::Rendering rendering_;
+    static constexpr std::size_t kMost = 4;  ///< each contains tables of 1 to 3 MB
+    ReadyConverter MakeExact(const DeviceProfile& profile, unsigned bits) const;
+    ReadyConverter MakeLibrary(const DeviceProfile& profile, unsigned bits) const;
+    void RefuseWrongColours(const DeviceProfile& profile, const colour::Comparison& comparison) const;
+
+    const ConvertOptions& options_;
+    const Target& target_;
     std::mutex mutex_;
     std::deque<std::shared_ptr<const ReadyConverter>> ready_;
 };

@@ -20,6 +20,7 @@ struct Session {
     const ConvertOptions& options;
     const InputList& list;
     Report& report;
+    const Target& target;
     ProfileCache& cache;
     MadeFolders& folders;
     SweptFolders& swept;

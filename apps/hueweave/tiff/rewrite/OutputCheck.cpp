@@ -24,7 +24,7 @@ bool SameShape(const TiffPage& planned, const TiffPage& read) {
                           page.tiled, page.premultiplied, page.segmentWidth, page.segmentHeight);
     };
     if (shape(planned) != shape(read)) return false;
-    if (planned.mask) return true;
+    if (planned.stays) return true;
     const Coding coding = OutputCoding(planned);
     const unsigned photometric = planned.Lossy() ? 2 : planned.photometric;
     return read.compression == coding.compression && read.predictor == coding.predictor &&
@@ -68,7 +68,7 @@ void Compare(const TiffStructure& source, const std::vector<TiffPage>& pages, co
     for (std::size_t p = 0; p < pages.size(); ++p) {
         const TiffPage page = ReadPage(read, p);
         if (!SameShape(pages[p], page)) Refuse(target, "a page has another shape");
-        if (page.mask) continue;
+        if (written[p].keeps) continue;
         if (!SamePlaces(written[p], page)) Refuse(target, "image data are at another place");
         if (!profiles.Same(written[p], read.directories()[page.directory])) Refuse(target, "a profile differs");
     }

@@ -12,6 +12,7 @@ namespace hueweave::tool {
 
 /// What was written of a page.
 struct WrittenPage {
+    bool keeps = true;                   ///< nothing of it was written anew
     std::vector<Extent> places{};        ///< of its strips or tiles
     std::shared_ptr<const Bytes> icc{};  ///< null for none
 };

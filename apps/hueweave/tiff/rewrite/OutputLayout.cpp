@@ -29,9 +29,9 @@ Extent Replaced(const TiffPage& page, std::size_t segment) {
     return extent;
 }
 
-/// Planes beyond the colours are left as they are, unless the whole page changes its compression.
+/// Planes beyond the colours stay as they are, unless the whole page changes its compression.
 bool IsConverted(const TiffPage& page, std::size_t segment) {
-    return !page.planar || page.Lossy() || segment < 3 * page.InPlane();
+    return !page.stays && (!page.planar || page.Lossy() || segment < 3 * page.InPlane());
 }
 
 /// Image data of a page that is left as it is, as far as its directory tells.

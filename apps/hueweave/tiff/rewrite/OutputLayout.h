@@ -19,7 +19,7 @@ public:
 
     /// What is copied from the source, in order.
     const std::vector<Extent>& kept() const { return kept_; }
-    /// Image data that stay as they are, sorted by offset: of masks, and planes beyond the colours.
+    /// Image data that stay as they are, sorted by offset: of pages that stay, and planes beyond the colours.
     const std::vector<Extent>& untouched() const { return untouched_; }
     /// Where a strip or tile of a plain page goes that has the size of the old one.
     std::uint64_t PlaceAgain(std::size_t page, std::uint64_t segment);

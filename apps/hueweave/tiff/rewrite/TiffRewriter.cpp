@@ -103,13 +103,16 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
     std::vector<WrittenPage> written(pages.size());
     for (std::size_t p = 0; p < pages.size(); ++p) {
         const TiffPage& page = pages[p];
-        if (page.mask) continue;
-        const PageContext context{structure, page, p, *jobs[p].converter, layout, target, settings, measured};
-        written[p] = {WriteImage(context), jobs[p].icc};
-        CutPlain(page, written[p].places);
-        SetPlaces(structure, directories, page, written[p].places);
-        MendOrientation(structure, directories, page.directory);
-        if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
+        if (jobs[p].keeps) continue;
+        written[p] = {false, page.segments, jobs[p].icc};
+        if (!page.stays) {
+            const PageContext context{structure, page, p, *jobs[p].converter, layout, target, settings, measured};
+            written[p].places = WriteImage(context);
+            CutPlain(page, written[p].places);
+            SetPlaces(structure, directories, page, written[p].places);
+            MendOrientation(structure, directories, page.directory);
+            if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
+        }
         photoshop.Set(page.directory, jobs[p].icc);
         if (jobs[p].icc == nullptr) {
             directories.Remove(page.directory, tag::IccProfile);

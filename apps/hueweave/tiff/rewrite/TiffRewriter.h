@@ -9,10 +9,11 @@
 
 namespace hueweave::tool {
 
-/// What becomes of one page; null converter for a mask, which stays as it is.
+/// What becomes of one page.
 struct PageJob {
-    const colour::PixelConverter* converter = nullptr;
-    std::shared_ptr<const Bytes> icc;  ///< the profile of the output; null to leave it out
+    bool keeps = true;                                  ///< the page stays as it is, its tags included
+    const colour::PixelConverter* converter = nullptr;  ///< null for image data that stay
+    std::shared_ptr<const Bytes> icc;                   ///< the profile of the output; null to leave it out
 };
 
 /// Writes a whole converted file: what is kept, the image data of each page, and the directories. Reads the directories

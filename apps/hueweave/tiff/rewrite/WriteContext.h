@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "colour/library/PixelConverter.h"
+#include "colour/PixelConverter.h"
 #include "system/Sha256.h"
 #include "tiff/TiffPage.h"
 #include "tiff/rewrite/OutputLayout.h"

@@ -13,7 +13,7 @@
 #include "batch/session/ProfileCache.h"
 #include "colour/library/EngineBinding.h"
 #include "colour/library/EngineProfile.h"
-#include "colour/library/PixelConverter.h"
+#include "colour/PixelConverter.h"
 #include "system/Signals.h"
 
 using namespace hueweave::colour;

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/session/Target.h"
+
+#include "batch/session/ProfileFile.h"
+#include "system/Sha256.h"
+
+namespace hueweave::tool {
+namespace {
+
+Bytes ProfileOfSpace(const ConvertOptions& options, int version) {
+    const auto profile = colour::MakeTargetProfile(*options.rendering.space, options.rendering.curves, version);
+    if (profile) return *profile;
+    throw Refusal(Exit::Usage, options.curveFile, "no profile can describe curves that fall",
+                  "convert with --precision library and --no-tag");
+}
+
+}  // namespace
+
+Target MakeTarget(const ConvertOptions& options) {
+    Target target{TargetName(options), {}, {}, {}};
+    if (!options.targetFile.empty()) {
+        target.profile = target.embedded = LoadProfile(options.targetFile).data;
+    } else if (options.precision == Precision::Exact) {
+        target.profile = ProfileOfSpace(options, 4);
+        target.embedded =
+            options.profileVersion == 4 ? target.profile : ProfileOfSpace(options, options.profileVersion);
+    }
+    Sha256 hash;
+    hash.Add(target.embedded.data(), target.embedded.size());
+    target.hash = hash.Hex();
+    return target;
+}
+
+std::string TargetName(const ConvertOptions& options) {
+    return options.targetFile.empty() ? std::string(options.rendering.space->name) : options.targetFile;
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/Transform.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+#include "colour/base/ProfileError.h"
+#include "colour/exact/Link.h"
+#include "colour/exact/SameColours.h"
+#include "colour/exact/Tables.h"
+#include "colour/judge/Compare.h"
+
+namespace hueweave::colour {
+namespace {
+
+constexpr double kMostP999 = 0.3, kMostLargest = 1.0;  ///< CIEDE2000 up to which a way is taken
+constexpr std::size_t kRun = 256;                      ///< pixels that Little CMS converts at a time
+
+/// A way from pixel to pixel.
+class Conversion {
+public:
+    virtual ~Conversion() = default;
+    virtual void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
+                         unsigned samples) const = 0;
+};
+
+class ByTables : public Conversion {
+public:
+    explicit ByTables(Link link) : tables_(link.source, std::move(link.stages), link.target) {}
+    void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
+                 unsigned samples) const override {
+        const Loops& loops = *AllLoops().back();
+        (bits == 8 ? loops.bytes : loops.words)(tables_.program(), source, dest, pixels, samples);
+    }
+
+private:
+    Tables tables_;
+};
+
+class PixelByPixel : public Conversion {
+public:
+    PixelByPixel(const Truth& truth, std::shared_ptr<LcmsWork> work) : truth_(truth), work_(std::move(work)) {}
+    void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
+                 unsigned samples) const override {
+        if (bits == 8) {
+            Convert<std::uint8_t>(source, dest, pixels, samples);
+        } else {
+            Convert<std::uint16_t>(source, dest, pixels, samples);
+        }
+    }
+
+private:
+    template <typename Sample>
+    void Convert(const unsigned char* source, unsigned char* dest, std::size_t pixels, unsigned samples) const {
+        constexpr auto kTop = static_cast<float>(static_cast<Sample>(-1));
+        float from[3 * kRun], to[3 * kRun];
+        for (std::size_t done = 0; done < pixels; done += kRun) {
+            const std::size_t count = std::min(kRun, pixels - done);
+            const auto place = [&](std::size_t i) { return ((done + i / 3) * samples + i % 3) * sizeof(Sample); };
+            for (std::size_t i = 0; i < 3 * count; ++i) {
+                Sample sample;
+                std::memcpy(&sample, source + place(i), sizeof sample);
+                from[i] = static_cast<float>(sample) / kTop;
+            }
+            truth_.Convert(from, to, count);
+            for (std::size_t i = 0; i < 3 * count; ++i) {
+                const float value = to[i] > 0.0F ? std::min(to[i], 1.0F) : 0.0F;
+                const auto sample = static_cast<Sample>(value * kTop + 0.5F);
+                std::memcpy(dest + place(i), &sample, sizeof sample);
+            }
+        }
+    }
+
+    Truth truth_;
+    std::shared_ptr<LcmsWork> work_;  ///< to which the transforms of the truth belong
+};
+
+/// A way at 16 bits, to be compared with the truth.
+class Tried : public RgbConverter {
+public:
+    explicit Tried(const Conversion& conversion) : conversion_(conversion) {}
+    void Convert(unsigned char* rgb, std::size_t pixels) const override {
+        conversion_.Convert(rgb, rgb, 16, pixels, 3);
+    }
+    unsigned bits() const override { return 16; }
+    Range range() const override { return {}; }
+
+private:
+    const Conversion& conversion_;
+};
+
+}  // namespace
+
+std::string_view WayName(Way way) {
+    constexpr std::array<std::string_view, 5> kNames{"copy", "matrix", "direct", "sampled", "pixel by pixel"};
+    return kNames[static_cast<std::size_t>(way)];
+}
+
+struct Transform::Parts {
+    Way way = Way::Copy;
+    std::string reason;
+    TransformError error;
+    std::unique_ptr<const Conversion> conversion;  ///< null for a copy
+
+    void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
+                 unsigned samples) const {
+        if (source != dest && (samples > 3 || conversion == nullptr)) {
+            std::memcpy(dest, source, pixels * samples * (bits / 8));
+        }
+        if (conversion != nullptr) conversion->Convert(source, dest, bits, pixels, samples);
+    }
+
+    void Take(Way taken, std::unique_ptr<const Conversion> made, const Truth& truth, const Poll& poll) {
+        const Comparison comparison = Compare(Tried(*made), truth, CheckColours(), poll);
+        way = taken;
+        conversion = std::move(made);
+        error = {comparison.colours, comparison.mean, comparison.p999, comparison.maximum};
+    }
+    bool IsExact() const { return error.p999 <= kMostP999 && error.largest <= kMostLargest; }
+    std::string WhyNot() const {
+        if (conversion == nullptr) return "a profile has stages that no other way has";
+        char text[120];
+        std::snprintf(text, sizeof text,
+                      "the direct way is off by CIEDE2000 %.2f for 0.1 %% of the colours, %.2f at most", error.p999,
+                      error.largest);
+        return text;
+    }
+};
+
+Transform::Transform(const Bytes& source, const Bytes& target, const TransformOptions& options, const Poll& poll) {
+    auto parts = std::make_unique<Parts>();
+    const auto work = std::make_shared<LcmsWork>();
+    const OpenProfile from = OpenRgb(*work, source), to = OpenRgb(*work, target);
+    if (options.Adjusts() || !HaveSameColours(*work, from, to, options.intent)) {
+        const Truth truth(*work, from, to, options);
+        poll();
+        if (auto link = LinkProfiles(*work, from, to, options)) {
+            const Way way = link->stages.HasGrid() ? Way::Direct : Way::Matrix;
+            parts->Take(way, std::make_unique<const ByTables>(std::move(*link)), truth, poll);
+        }
+        if (parts->conversion == nullptr || !parts->IsExact()) {
+            parts->reason = parts->WhyNot();
+            parts->Take(Way::PixelByPixel, std::make_unique<const PixelByPixel>(truth, work), truth, poll);
+        }
+    }
+    parts_ = std::move(parts);
+}
+
+Transform::~Transform() = default;
+Transform::Transform(Transform&&) noexcept = default;
+Transform& Transform::operator=(Transform&&) noexcept = default;
+
+void Transform::Convert(const std::uint8_t* source, std::uint8_t* dest, std::size_t pixels, unsigned samples) const {
+    parts_->Convert(source, dest, 8, pixels, samples);
+}
+
+void Transform::Convert(const std::uint16_t* source, std::uint16_t* dest, std::size_t pixels, unsigned samples) const {
+    parts_->Convert(reinterpret_cast<const unsigned char*>(source), reinterpret_cast<unsigned char*>(dest), 16, pixels,
+                    samples);
+}
+
+void Transform::Convert(unsigned char* data, unsigned bits, std::size_t pixels, unsigned samples) const {
+    parts_->Convert(data, data, bits, pixels, samples);
+}
+
+Way Transform::way() const { return parts_->way; }
+const std::string& Transform::reason() const { return parts_->reason; }
+const TransformError& Transform::error() const { return parts_->error; }
+
+}  // namespace hueweave::colour

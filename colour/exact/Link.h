@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <optional>
+
+#include "colour/base/TransformOptions.h"
+#include "colour/exact/ProfileStages.h"
+
+namespace hueweave::colour {
+
+/// The whole way from one device to another: curves, stages, curves. The curves belong to the `LcmsWork`.
+struct Link {
+    DeviceCurves source, target;
+    StageList stages;
+};
+
+/// Nothing if one of the profiles has other stages than ours.
+std::optional<Link> LinkProfiles(LcmsWork& work, const OpenProfile& source, const OpenProfile& target,
+                                 const TransformOptions& options);
+
+}  // namespace hueweave::colour

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "colour/exact/ProfileStages.h"
+#include "colour/exact/kernels/Program.h"
+
+namespace hueweave::colour {
+
+/// Everything that the loops need for a transform, in memory of its own.
+class Tables {
+public:
+    /// The curves are evaluated here and not kept.
+    Tables(const DeviceCurves& source, StageList stages, const DeviceCurves& target);
+    Tables(const Tables&) = delete;
+    Tables& operator=(const Tables&) = delete;
+
+    const Program& program() const { return program_; }
+
+private:
+    void AddStep(const Stage& stage);
+
+    std::array<std::vector<float>, 3> bytes_, words_, encoding_;
+    const StageList stages_;
+    std::vector<Step> steps_;
+    Program program_{};
+};
+
+}  // namespace hueweave::colour

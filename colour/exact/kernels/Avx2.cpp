@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/exact/kernels/Blocks.h"
+
+namespace hueweave::colour {
+
+extern const Loops kAvx2Loops;
+const Loops kAvx2Loops{"avx2", BlockLoop<EightLanes>::Run<std::uint8_t>, BlockLoop<EightLanes>::Run<std::uint16_t>};
+
+}  // namespace hueweave::colour

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/exact/kernels/Blocks.h"
+
+namespace hueweave::colour {
+
+const Loops kBaselineLoops{"baseline", BlockLoop<FourLanes>::Run<std::uint8_t>,
+                           BlockLoop<FourLanes>::Run<std::uint16_t>};
+
+}  // namespace hueweave::colour

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace hueweave::colour {
+
+/// Curves of a target are tabulated over x + 2^-24, x from 0 to 1: 256 entries for each power of two, the last one for
+/// 1. So the steps are fine where a curve is steep, near black, and the index is the upper bits of the number.
+inline constexpr unsigned kOctaves = 24, kStepBits = 8, kOctaveSteps = 1U << kStepBits;
+inline constexpr std::size_t kEncodingEntries = std::size_t{kOctaves} * kOctaveSteps + 1;
+
+/// A stage between the look-ups of the first and the last curves, as the loops use it. Pointers are borrowed.
+struct Step {
+    enum class Kind { Affine, Curves, Tetrahedra, Trilinear, Cube, Root, Adjust, Round } kind;
+    float rows[3][4];         ///< Affine: coefficients, then the constant
+    const float* tables[3];   ///< Curves: values; null for a channel without a curve
+    float last[3];            ///< Curves, Tetrahedra, Trilinear: index of the last entry or point of an axis
+    const float* nodes;       ///< grids: four values per node
+    std::int32_t stride[3];   ///< grids: distance of neighbours on each axis, in nodes
+    float lightness, chroma;  ///< Adjust: offsets in CIELAB units
+    float cosine, sine;       ///< Adjust: of the hue angle
+};
+
+/// A transform of pixels, as the loops use it.
+struct Program {
+    const float* bytes[3];  ///< 256 values for 8-bit samples
+    const float* words[3];  ///< 65536 values for 16-bit samples
+    std::span<const Step> steps;
+    const float* encoding[3];  ///< `kEncodingEntries` values from 0 to 1, with one more behind them; null for no curve
+};
+
+/// Converts interleaved pixels of `samples` samples each, of which the first three are RGB; others are not touched.
+/// Samples are in the processor's byte order, at any address. `dest` is `source` or does not overlap it.
+using Loop = void (*)(const Program& program, const unsigned char* source, unsigned char* dest, std::size_t pixels,
+                      unsigned samples);
+
+/// The loops of one instruction set. All give the same samples.
+struct Loops {
+    const char* name;
+    Loop bytes;  ///< 8-bit samples
+    Loop words;  ///< 16-bit samples
+};
+
+extern const Loops kBaselineLoops;
+
+/// The loops that this processor supports, slowest first.
+std::span<const Loops* const> AllLoops();
+
+}  // namespace hueweave::colour

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "colour/base/RgbConverter.h"
+#include "colour/judge/Truth.h"
+#include "colour/profile/DeviceColour.h"
+
+namespace hueweave::colour {
+
+/// Differences from the truth in CIEDE2000.
+struct Comparison {
+    std::size_t colours = 0;
+    double mean = 0, median = 0, p95 = 0, p99 = 0, p999 = 0, maximum = 0;
+    struct Worst {
+        DeviceColour device;
+        std::array<double, 3> lab;  ///< wanted, within the space
+        double difference;
+    };
+    std::vector<Worst> worst;  ///< the worst first
+    std::size_t clipped = 0;   ///< colours outside the space
+};
+
+/// A regular grid of device colours.
+std::vector<DeviceColour> GridColours(unsigned points);
+/// Colours that show where a transform errs: a grid with its corners, the neutral axis, dark colours, and others over
+/// the whole space. Always the same ones.
+std::vector<DeviceColour> CheckColours();
+
+/// Compares what a converter makes of `colours`, rounded to its bit depth, with the truth cut to the target's range.
+/// `poll` is called now and then.
+Comparison Compare(const RgbConverter& converter, const Truth& truth, const std::vector<DeviceColour>& colours,
+                   const Poll& poll);
+
+}  // namespace hueweave::colour

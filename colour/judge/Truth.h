@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include "colour/base/Poll.h"
+#include "colour/base/TransformOptions.h"
+#include "colour/profile/Connection.h"
+#include "colour/profile/OpenProfile.h"
+
+namespace hueweave::colour {
+
+/// What a transform has to give, by Little CMS in floating point and without its optimisations. Threads may share it.
+class Truth {
+public:
+    /// Throws a `ProfileError` for profiles that Little CMS does not link. Everything belongs to `work`.
+    Truth(LcmsWork& work, const OpenProfile& source, const OpenProfile& target, const TransformOptions& options);
+
+    /// RGB of the target, 0 to 1 and beyond, for interleaved RGB of the source.
+    void Convert(const float* source, float* dest, std::size_t pixels) const;
+    /// CIELAB of the target's colours, 0 to 1, by its own profile.
+    void TargetLab(const double* rgb, cmsCIELab* lab, std::size_t pixels) const;
+
+private:
+    void ConvertByLab(const float* source, float* dest, std::size_t pixels) const;
+
+    TransformOptions options_;
+    cmsHTRANSFORM link_ = nullptr;  ///< null where the way is by Lab
+    cmsHTRANSFORM toLab_ = nullptr, fromLab_ = nullptr, targetLab_ = nullptr;
+    Connection connection_;
+};
+
+}  // namespace hueweave::colour

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/profile/Connection.h"
+
+namespace hueweave::colour {
+namespace {
+
+using Xyz = std::array<double, 3>;
+
+constexpr Xyz kWhite{cmsD50X, cmsD50Y, cmsD50Z};
+constexpr cmsUInt32Number kVersion4 = 0x4000000;
+
+/// Of the medium; D50 for a display before version 4, to whose white the eye adapts.
+Xyz MediaWhite(LcmsWork& work, cmsHPROFILE profile) {
+    const auto* white = static_cast<const cmsCIEXYZ*>(work.Read(profile, cmsSigMediaWhitePointTag));
+    if (white == nullptr || IsOldScreen(profile)) return kWhite;
+    return {white->X, white->Y, white->Z};
+}
+
+bool CompensatesBlack(cmsHPROFILE target, const TransformOptions& options) {
+    if (options.blackPoint != BlackPoint::Auto) return options.blackPoint == BlackPoint::Compensated;
+    return options.intent != RenderingIntent::RelativeColorimetric && cmsGetEncodedICCversion(target) >= kVersion4;
+}
+
+}  // namespace
+
+Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options) {
+    Connection connection;
+    if (options.intent == RenderingIntent::AbsoluteColorimetric) {
+        const Xyz from = MediaWhite(work, source), to = MediaWhite(work, target);
+        for (std::size_t i = 0; i < 3; ++i) connection.scale[i] = from[i] / to[i];
+    } else if (CompensatesBlack(target, options)) {
+        const int intent = static_cast<int>(options.intent);
+        const Xyz from = work.BlackPoint(source, intent), to = work.TargetBlackPoint(target, intent);
+        if (from == to) return connection;
+        // For each of X, Y and Z the line on which black goes to black, and D50 to D50.
+        for (std::size_t i = 0; i < 3; ++i) {
+            connection.scale[i] = (to[i] - kWhite[i]) / (from[i] - kWhite[i]);
+            connection.offset[i] = 1.0 - connection.scale[i];
+        }
+    }
+    return connection;
+}
+
+}  // namespace hueweave::colour

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include "colour/base/Bytes.h"
+#include "colour/profile/Lcms.h"
+
+namespace hueweave::colour {
+
+/// An RGB profile as bytes, and as opened from them. Borrows both.
+struct OpenProfile {
+    const Bytes& data;
+    cmsHPROFILE handle;
+};
+
+/// Throws a `ProfileError` for data that are not an RGB profile.
+OpenProfile OpenRgb(LcmsWork& work, const Bytes& data);
+
+}  // namespace hueweave::colour
