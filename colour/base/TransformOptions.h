@@ -18,8 +18,10 @@ struct TransformOptions {
     RenderingIntent intent = RenderingIntent::Perceptual;
     BlackPoint blackPoint = BlackPoint::Auto;
     /// Offsets of L* and C* in CIELAB units, -100 to 100, and of the hue in degrees. If one is not 0, L* and C* are cut
-    /// to 0 to 100 between the two profiles.
+    /// to 0 to 100 between the two profiles. Below a chroma of `kFullChroma`, the offset of C* is smaller in
+    /// proportion, so that neutral colours stay neutral and their noise stays small.
     double lightness = 0, chroma = 0, hue = 0;
+    static constexpr double kFullChroma = 20;
 
     bool Adjusts() const { return lightness != 0 || chroma != 0 || hue != 0; }
 };

@@ -10,8 +10,8 @@
 namespace hueweave::colour {
 namespace {
 
-/// Many programs round colorants to four decimals.
-constexpr double kColorantStep = 1e-4;
+/// Programs round colorants to four decimals, and adapt them to whites that differ as much.
+constexpr double kColorantStep = 2.5e-4;
 /// Curves of samples are rounded to 1 / 65535 of linear light, and one profile may have a formula instead.
 constexpr double kCurveStep = 1.5 / 65535.0;
 constexpr int kCurveSamples = 4096;

@@ -43,7 +43,7 @@ struct CubeStage {};
 struct RootStage {};
 
 /// Between the cube roots of CIELAB: offsets of L* and C*, after which both are cut to 0 to 100, and a hue angle in
-/// degrees. A neutral colour stays neutral.
+/// degrees; see `TransformOptions`.
 struct AdjustStage {
     double lightness, chroma, hue;
 };

@@ -66,6 +66,7 @@ void SetAdjust(const AdjustStage& stage, Step& step) {
     step.kind = Step::Kind::Adjust;
     step.lightness = static_cast<float>(stage.lightness);
     step.chroma = static_cast<float>(stage.chroma);
+    step.chromaShare = static_cast<float>(1.0 / TransformOptions::kFullChroma);
     step.cosine = static_cast<float>(std::cos(stage.hue * std::numbers::pi / 180.0));
     step.sine = static_cast<float>(std::sin(stage.hue * std::numbers::pi / 180.0));
 }

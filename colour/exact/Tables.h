@@ -5,6 +5,7 @@
 #include <array>
 #include <vector>
 
+#include "colour/base/TransformOptions.h"
 #include "colour/exact/ProfileStages.h"
 #include "colour/exact/kernels/Program.h"
 

@@ -11,12 +11,13 @@
 namespace hueweave::colour {
 namespace {
 
-/// L* and C* are shifted and cut to 0 to 100, the hue is turned. A neutral colour stays neutral.
+/// L* and C* are shifted and cut to 0 to 100, the hue is turned.
 cmsCIELab Adjusted(const cmsCIELab& lab, const TransformOptions& options) {
     if (!options.Adjusts()) return lab;
     const double chroma = std::hypot(lab.a, lab.b);
     const double angle = std::atan2(lab.b, lab.a) + options.hue * std::numbers::pi / 180.0;
-    const double shifted = chroma > 0 ? std::clamp(chroma + options.chroma, 0.0, 100.0) : 0.0;
+    const double share = std::min(1.0, chroma / TransformOptions::kFullChroma);
+    const double shifted = std::clamp(chroma + share * options.chroma, 0.0, 100.0);
     return {std::clamp(lab.L + options.lightness, 0.0, 100.0), shifted * std::cos(angle), shifted * std::sin(angle)};
 }
 

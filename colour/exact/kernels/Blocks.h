@@ -218,7 +218,7 @@ struct BlockLoop {
         return x;
     }
 
-    /// Shifts L* and C*, both cut to 0 to 100, and turns the hue. A neutral colour stays neutral.
+    /// Shifts L* and C*, both cut to 0 to 100, and turns the hue.
     static void Adjust(const Step& step, Block& block) {
         for (int i = 0; i < kBlock; i += kLanes) {
             const Floats x = Read<Floats>(&block.value[0][i]);
@@ -226,7 +226,9 @@ struct BlockLoop {
             const Floats z = Read<Floats>(&block.value[2][i]);
             const Floats a = 500.0F * (x - y), b = 200.0F * (y - z);
             const Floats chroma = SquareRoot(a * a + b * b);
-            const Floats scale = chroma > Floats{} ? Clamp(chroma + step.chroma, 100.0F) / chroma : Floats{};
+            const Floats share = Least(All(1.0F), chroma * step.chromaShare);
+            const Floats shifted = Clamp(chroma + share * step.chroma, 100.0F);
+            const Floats scale = chroma > Floats{} ? shifted / chroma : Floats{};
             const Floats newY = Clamp(116.0F * y + step.lightness, 100.0F) / 116.0F;
             Write(&block.value[0][i], newY + (a * step.cosine - b * step.sine) * scale / 500.0F);
             Write(&block.value[1][i], newY);

@@ -23,6 +23,7 @@ struct Step {
     std::int32_t stride[3];   ///< grids: distance of neighbours on each axis, in nodes
     float lightness, chroma;  ///< Adjust: offsets in CIELAB units
     float cosine, sine;       ///< Adjust: of the hue angle
+    float chromaShare;        ///< Adjust: the share of the offset that a unit of chroma takes
 };
 
 /// A transform of pixels, as the loops use it.
