@@ -16,11 +16,11 @@ _hueweave() {
         kind=files
         options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --no-tag
             --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json
-            --no-sandbox"
+            --precision --accept-error --bpc --icc-version -v --verbose --no-sandbox"
         ;;
     inspect) kind=files options="-h --help --json --no-sandbox" ;;
     bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;
-    verify) kind=files options="-h --help --image --to --intent --bits --points --limit --json --no-sandbox" ;;
+    verify) kind=files options="-h --help --image --to --intent --precision --bits --points --limit --json --no-sandbox" ;;
     spaces) options="-h --help --json" ;;
     *) return ;;
     esac
@@ -29,14 +29,16 @@ _hueweave() {
     if [[ " ${options//$'\n'/ } " == *" $before "* ]]; then
         case $before in
         --to)
-            kind=none options="" values="srgb srgb-linear adobe-rgb adobe-rgb-g18 adobe-rgb-linear apple-rgb-g18
+            kind=none options="" values="srgb srgb-linear display-p3 rec2020 prophoto eci-rgb-v2 adobe-rgb adobe-rgb-g18 adobe-rgb-linear apple-rgb-g18
                 apple-rgb-linear colormatch-g18 colormatch-linear kodak-photo kodak-mix kodak-text"
             ;;
         --intent) kind=none options="" values="perceptual relative saturation absolute" ;;
         --source) kind=none options="" values="given embedded require-match" ;;
         --bits) kind=none options="" values="8 16" ;;
+        --precision) kind=none options="" values="exact library" ;;
+        --icc-version) kind=none options="" values="4 2" ;;
         -o | --output | --profile | --curve | --files-from | --image) kind=files options="" ;;
-        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --limit) return ;;
+        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --limit | --accept-error) return ;;
         esac
     fi
 
