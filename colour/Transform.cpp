@@ -97,7 +97,7 @@ private:
 }  // namespace
 
 std::string_view WayName(Way way) {
-    constexpr std::array<std::string_view, 5> kNames{"copy", "matrix", "direct", "sampled", "pixel by pixel"};
+    constexpr std::array<std::string_view, 4> kNames{"copy", "matrix", "direct", "pixel by pixel"};
     return kNames[static_cast<std::size_t>(way)];
 }
 

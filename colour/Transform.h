@@ -22,10 +22,9 @@ enum class Way {
     Copy,         ///< the profiles describe the same colours: samples are not changed
     Matrix,       ///< curves, a matrix, curves
     Direct,       ///< the profiles' own curves and CLUTs, in single precision
-    Sampled,      ///< curves and a CLUT of 33 points made from the whole transform
     PixelByPixel  ///< Little CMS itself, slowly, where no other way is exact enough
 };
-/// "copy", "matrix", "direct", "sampled" or "pixel by pixel".
+/// "copy", "matrix", "direct" or "pixel by pixel".
 std::string_view WayName(Way way);
 
 /// The error of a transform, measured when it is made: CIEDE2000 between its 16-bit samples and Little CMS in floating

@@ -11,7 +11,7 @@ namespace hueweave::colour {
 
 /// The whole way from one device to another: curves, stages, curves. The curves belong to the `LcmsWork`.
 struct Link {
-    DeviceCurves source, target;
+    DeviceCurves source{}, target{};
     StageList stages;
 };
 

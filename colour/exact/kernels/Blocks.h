@@ -155,23 +155,28 @@ struct BlockLoop {
         TakeNodes(block);
     }
 
+    /// Neighbours on the blue axis stand side by side, so that both are interpolated at once up to the last step.
     static void Trilinear(const Step& step, Block& block) {
         for (int axis = 0; axis < 3; ++axis) FindCells(step.last[axis], axis, block);
-        const std::int32_t sr = step.stride[0], sg = step.stride[1], sb = step.stride[2];
+        const std::int32_t sr = step.stride[0], sg = step.stride[1];
         for (int i = 0; i < kBlock; ++i) {
             const float r = block.part[0][i], g = block.part[1][i], b = block.part[2][i];
-            const auto alongBlue = [&](std::int32_t at) {
-                const Floats4 low = NodeAt(step.nodes, at);
-                return low + (NodeAt(step.nodes, at + sb) - low) * b;
-            };
-            const auto alongGreen = [&](std::int32_t at) {
-                const Floats4 low = alongBlue(at);
-                return low + (alongBlue(at + sg) - low) * g;
-            };
-            const Floats4 low = alongGreen(block.index[0][i] * sr + block.index[1][i] * sg + block.index[2][i] * sb);
-            const Floats4 high =
-                alongGreen(block.index[0][i] * sr + block.index[1][i] * sg + block.index[2][i] * sb + sr);
-            block.node[i] = low + (high - low) * r;
+            const std::int32_t cell = block.index[0][i] * sr + block.index[1][i] * sg + block.index[2][i];
+            const float* const at = step.nodes + std::ptrdiff_t{4} * cell;
+            const float* const green = at + std::ptrdiff_t{4} * sg;
+            const float* const red = at + std::ptrdiff_t{4} * sr;
+            const float* const both = green + std::ptrdiff_t{4} * sr;
+            Floats8 low, lowGreen, high, highGreen;
+            __builtin_memcpy(&low, at, sizeof low);
+            __builtin_memcpy(&lowGreen, green, sizeof low);
+            __builtin_memcpy(&high, red, sizeof low);
+            __builtin_memcpy(&highGreen, both, sizeof low);
+            low += (high - low) * r;
+            lowGreen += (highGreen - lowGreen) * r;
+            low += (lowGreen - low) * g;
+            const Floats4 first = __builtin_shufflevector(low, low, 0, 1, 2, 3);
+            const Floats4 second = __builtin_shufflevector(low, low, 4, 5, 6, 7);
+            block.node[i] = first + (second - first) * b;
         }
         TakeNodes(block);
     }
