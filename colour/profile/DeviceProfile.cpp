@@ -29,4 +29,12 @@ std::string CheckDeviceProfile(const Bytes& data) {
     return work.Text(opened, cmsInfoDescription);
 }
 
+void CheckTargetProfile(const Bytes& data) {
+    LcmsWork work;
+    const cmsHPROFILE opened = work.Open(data);
+    if (opened == nullptr || work.LabToDevice(opened, INTENT_PERCEPTUAL) == nullptr) {
+        throw ProfileError("has no table from colours to its device");
+    }
+}
+
 }  // namespace hueweave::colour

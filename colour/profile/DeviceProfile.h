@@ -11,5 +11,7 @@ namespace hueweave::colour {
 /// The description of an RGB device profile; may be empty. Throws a ProfileError for data that are not a profile, and
 /// for profiles of another class or colour space.
 std::string CheckDeviceProfile(const Bytes& data);
+/// Throws a ProfileError for a sound profile that has no way from colours to its device, so that it is no target.
+void CheckTargetProfile(const Bytes& data);
 
 }  // namespace hueweave::colour

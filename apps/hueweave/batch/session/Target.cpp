@@ -3,6 +3,7 @@
 #include "batch/session/Target.h"
 
 #include "batch/session/ProfileFile.h"
+#include "colour/profile/DeviceProfile.h"
 #include "system/Sha256.h"
 
 namespace hueweave::tool {
@@ -15,12 +16,22 @@ Bytes ProfileOfSpace(const ConvertOptions& options, int version) {
                   "convert with --precision library and --no-tag");
 }
 
+Bytes LoadTarget(const std::string& path) {
+    Bytes data = LoadProfile(path).data;
+    try {
+        colour::CheckTargetProfile(data);
+    } catch (const colour::ProfileError& error) {
+        throw Refusal(Exit::Profile, path, error.what(), "give the profile of an RGB space, screen or printer");
+    }
+    return data;
+}
+
 }  // namespace
 
 Target MakeTarget(const ConvertOptions& options) {
     Target target{TargetName(options), {}, {}, {}};
     if (!options.targetFile.empty()) {
-        target.profile = target.embedded = LoadProfile(options.targetFile).data;
+        target.profile = target.embedded = LoadTarget(options.targetFile);
     } else if (options.precision == Precision::Exact) {
         target.profile = ProfileOfSpace(options, 4);
         target.embedded =
