@@ -116,8 +116,8 @@ void NoteCollisions(std::vector<Item>& items, bool inPlace) {
 std::map<FileIdentity, std::string> FilesOfOptions(const ConvertOptions& options) {
     std::map<FileIdentity, std::string> files;
     for (const auto& [option, path] :
-         {std::pair{"--profile", options.profile.value_or("")}, std::pair{"--curve", options.curveFile},
-          std::pair{"--files-from", options.filesFrom.value_or("")}}) {
+         {std::pair{"--profile", options.profile.value_or("")}, std::pair{"--to", options.targetFile},
+          std::pair{"--curve", options.curveFile}, std::pair{"--files-from", options.filesFrom.value_or("")}}) {
         const auto identity = path == "-" ? std::nullopt : IdentityOf(path);
         if (identity) files.emplace(*identity, option);
     }
