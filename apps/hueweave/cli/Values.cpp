@@ -32,8 +32,8 @@ bool IsProfileName(const std::string& word) { return word.find_first_of("./") !=
 
 std::string UnknownSpace(const std::string& word) {
     const std::string_view near = colour::NearestSpace(word);
-    const std::string question = near.empty() ? "" : fmt::format("; did you mean {}?", near);
-    return fmt::format("{} is not a colour space{} See: hueweave spaces", word, question.empty() ? "." : question);
+    const std::string question = near.empty() ? "" : fmt::format(" (did you mean {}?)", near);
+    return fmt::format("{} is not a colour space{}, hueweave spaces lists them", word, question);
 }
 
 }  // namespace

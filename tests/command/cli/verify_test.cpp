@@ -29,7 +29,8 @@ TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
         const double top = bits == 8 ? 255.0 : 65535.0;
         for (auto& value : picture.values) value = static_cast<std::uint16_t>(value * (bits == 8 ? 1 : 257));
         const Picture converted = ToSrgb(picture, baked_);
-        const json told = Told({"verify", "--bits", std::to_string(bits), "--image", image, profile_});
+        const json both = Told({"verify", "--bits", std::to_string(bits), "--image", image, profile_});
+        const json& told = both["library"];
         ASSERT_EQ(told["worst"].size(), 5U);
         std::vector<double> differences;
         for (std::size_t p = 0; p < 5; ++p) {
@@ -60,7 +61,7 @@ TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
         EXPECT_NEAR(told["p95"], differences[4], 0.01);
         EXPECT_NEAR(told["p99"], differences[4], 0.01);
         EXPECT_NEAR(told["maximum"], differences[4], 0.01);
-        EXPECT_EQ(told["clipped"], 0);
+        EXPECT_EQ(both["clipped"], 0);
     }
 }
 
@@ -76,9 +77,14 @@ TEST_F(VerifyTest, SetsTheStatusByItsLimit) {
     for (const char* word : {"mean", "median", "95 %", "99 %", "maximum", "The worst", "Outside the space"}) {
         EXPECT_THAT(run.out, HasSubstr(word));
     }
-    EXPECT_EQ(Hueweave({"verify", Input("scanner.icc"), "--limit", "0.01"}).status, 1);
-    const json told = Told({"verify", Input("scanner.icc"), "--points", "9"});
-    EXPECT_EQ(told["colours"], 729);
+    for (const auto& [limit, exact, library] : {std::tuple{"0.01", 0, 1}, {"0.001", 1, 1}, {"2.0", 0, 0}}) {
+        const Words words{"verify", Input("scanner.icc"), "--limit", limit};
+        EXPECT_EQ(Hueweave(words).status, exact) << limit;
+        EXPECT_EQ(Hueweave(words + Words{"--precision", "library"}).status, library) << limit;
+    }
+    const json both = Told({"verify", Input("scanner.icc"), "--points", "9"});
+    EXPECT_EQ(both["colours"], 729);
+    const json& told = both["library"];
     EXPECT_LE(told["median"], told["p95"]);
     EXPECT_LE(told["p95"], told["p99"]);
     EXPECT_LE(told["p99"], told["maximum"]);
@@ -91,7 +97,7 @@ TEST_F(VerifyTest, FindsTheSameFiguresAsAnIndependentMeasurement) {
     ASSERT_EQ(ConvertBy(Input("matrix.icc")).status, 0);
     const json image = Told({"verify", Input("matrix.icc"), "--image", in_});
     // One counts every colour once, the other every seventh pixel.
-    EXPECT_NEAR(image["mean"], MeanDifference(in_, Input("matrix.icc"), 0, out_), 0.2);
+    EXPECT_NEAR(image["library"]["mean"], MeanDifference(in_, Input("matrix.icc"), 0, out_), 0.2);
 }
 
 }  // namespace

@@ -52,14 +52,16 @@ TEST_F(ProfilesTest, OtherClassesAndColoursAreRefused) {
     }
 }
 
+const Words kLibrary{"convert", "--precision", "library"};
+
 TEST_F(ProfilesTest, TheEmbeddedProfileIsTheDefaultAndTheGivenOneWins) {
     const std::string tagged = folder_ / "tagged.tif", scanner = Input("scanner.icc");
     Embed(scanner, tagged);
     Bake(Input("matrix.icc"));
-    ASSERT_EQ(Hueweave({"convert", tagged, "-o", out_}).status, 0);
+    ASSERT_EQ(Hueweave(kLibrary + Words{tagged, "-o", out_}).status, 0);
     ExpectSrgb(out_, tagged, scanner);
     const auto convert = [&](const char* rule, const std::string& source, const std::string& profile) {
-        return Hueweave({"convert", "--profile", profile, "--source", rule, source, "-o", out_, "--force"});
+        return Hueweave(kLibrary + Words{"--profile", profile, "--source", rule, source, "-o", out_, "--force"});
     };
     struct Row {
         const char* rule;
@@ -85,7 +87,7 @@ TEST_F(ProfilesTest, EachPageIsConvertedByItsOwnProfile) {
     Embed(scanner, folder_ / "0.tif");
     Embed(matrix, folder_ / "1.tif", "photo-8.tif");
     Shell("cd " + Quoted(folder_.path()) + "; tiffcp 0.tif 1.tif 0.tif pages.tif");
-    ASSERT_THAT(Hueweave({"convert", pages, "-o", out_}), Succeeds());
+    ASSERT_THAT(Hueweave(kLibrary + Words{pages, "-o", out_}), Succeeds());
     const std::vector<Picture> before = ReadPictures(pages), after = ReadPictures(out_);
     ASSERT_EQ(after.size(), 3U);
     for (std::size_t i = 0; i < 3; ++i) {

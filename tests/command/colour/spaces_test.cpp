@@ -131,7 +131,7 @@ TEST(OutputProfileTest, TellsBradfordsAdaptationFromTheWhiteOfItsSpace) {
     constexpr int kFromD65[] = {68674, 1502, -3291, 1939, 64912, -1119, -606, 988, 49262};
     constexpr int kFromD50[] = {65536, 0, 0, 0, 65536, 0, 0, 0, 65536};
     for (const auto& [name, wanted] : {std::pair{"srgb", kFromD65}, std::pair{"colormatch-g18", kFromD50}}) {
-        const Bytes data = MakeOutputProfile(*FindSpace(name), {}, "title");
+        const Bytes data = MakeOutputProfile(*FindSpace(name), colour::Colorants::Engine, {}, "title");
         const Profile profile = ProfileOf({data.begin(), data.end()});
         const auto* told = static_cast<const cmsCIEXYZ*>(cmsReadTag(profile.get(), cmsSigChromaticAdaptationTag));
         ASSERT_NE(told, nullptr);

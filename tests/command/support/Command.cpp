@@ -136,11 +136,12 @@ Outcome Hueweave(const Words& words, Run how) {
 }
 
 Outcome ConvertScan(const Words& more, Run how) {
-    return Hueweave(Words{"convert", "--profile", Input("scanner.icc")} + more, std::move(how));
+    return Hueweave(Words{"convert", "--precision", "library", "--profile", Input("scanner.icc")} + more,
+                    std::move(how));
 }
 
 std::string ConvertLine(const std::string& words) {
-    return HUEWEAVE_COMMAND " convert --profile " + Quoted(Input("scanner.icc")) + " " + words;
+    return HUEWEAVE_COMMAND " convert --precision library --profile " + Quoted(Input("scanner.icc")) + " " + words;
 }
 
 std::string Shell(const std::string& line) {

@@ -17,7 +17,9 @@ class ProfileTest : public testing::Test {
 protected:
     /// The photograph by this profile.
     Outcome ConvertBy(const std::string& profile, const Words& more = {}) const {
-        return Hueweave(Words{"convert", "--profile", profile, in_, "-o", out_, "--force"} + more);
+        return Hueweave(Words{"convert", "--precision", "library", "--accept-error", "100", "--profile", profile, in_,
+                              "-o", out_, "--force"} +
+                        more);
     }
     /// The photograph with this profile in it.
     void Embed(const std::string& profile, const std::string& path, const std::string& photo = "photo-16.tif") const {

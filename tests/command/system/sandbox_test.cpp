@@ -277,7 +277,7 @@ const Task kTasks[] = {
 INSTANTIATE_TEST_SUITE_P(Every, EscapeTest, testing::ValuesIn(kTasks), NameOfRow);
 
 TEST_F(SandboxTest, OlderKernelsConvertTheSame) {
-    const Words words{"convert", "--profile", Input("scanner.icc"), scans_, "-o", out_, "-q", "--force"};
+    const Words words = kConvertScan + Words{"--precision", "library", scans_, "-o", out_, "--force"};
     // Each version of Landlock brought rights of its own.
     for (long version = 1; version <= LandlockVersion(); ++version) {
         const Outcome run = Run(words, 6, std::to_string(version));

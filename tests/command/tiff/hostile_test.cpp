@@ -136,7 +136,8 @@ class SharedTest : public FileTest {
 protected:
     /// The file costs no more than others do.
     void ExpectConverted(const Words& more = {}) {
-        ASSERT_THAT(HueweaveWithinLimits(Words{"convert", in_, "-o", out_} + more), Succeeds());
+        ASSERT_THAT(HueweaveWithinLimits(Words{"convert", "--precision", "library", in_, "-o", out_} + more),
+                    Succeeds());
         const Outcome told = HueweaveWithinLimits({"inspect", in_});
         EXPECT_EQ(told.status, 0) << told.err;
         EXPECT_THAT(told.out, HasSubstr("convertible: true"));

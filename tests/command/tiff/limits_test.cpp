@@ -8,7 +8,7 @@
 
 #include "batch/session/ProfileFile.h"
 #include "colour/library/Bake.h"
-#include "colour/library/Compare.h"
+#include "colour/library/CompareLibrary.h"
 #include "command/support/DeviceProfiles.h"
 #include "command/support/FileTest.h"
 #include "command/support/Limits.h"
@@ -76,7 +76,8 @@ protected:
     }
     Outcome ConvertWithin(const TiffMaker& tiff, const Words& more) const {
         tiff.Save(in_);
-        return HueweaveWithinLimits(Words{"convert", in_, "-o", out_, "--force", "-j", "4"} + more);
+        return HueweaveWithinLimits(Words{"convert", "--precision", "library", in_, "-o", out_, "--force", "-j", "4"} +
+                                    more);
     }
     void ExpectConverted(const TiffMaker& tiff, const Words& more) const {
         EXPECT_THAT(ConvertWithin(tiff, more), Succeeds());
@@ -245,7 +246,7 @@ TEST_F(LimitsTest, ASignalEndsReadingAndComputing) {
         {"structure", [&] { const TiffStructure read(opened.file); }},
         {"pages", [&] { ReadPages(opened.structure); }},
         {"comparison",
-         [&] { colour::Compare(profile.data, profile.data, rendering, 16, colours, tool::ThrowIfInterrupted); }},
+         [&] { colour::CompareLibrary(profile.data, profile.data, rendering, 16, colours, tool::ThrowIfInterrupted); }},
         {"baking", [&] { colour::BakeProfile(profile.data, tool::ThrowIfInterrupted); }}};
     for (const auto& [name, work] : works) {
         const auto interrupted = [&run = work] {

@@ -184,7 +184,7 @@ TEST_F(MetadataTest, PagesBelowAPageAreConvertedByItsProfile) {
         tiff.Page(And(And(page(0), profile), {330, type, 2, 0, Little({one, two}, type < 16 ? 4 : 8)}));
         tiff.Page(And(page(3), profile));
         tiff.Save(in_);
-        ASSERT_THAT(Hueweave({"convert", in_, "-o", out_, "--force"}), Succeeds());
+        ASSERT_THAT(Hueweave({"convert", "--precision", "library", in_, "-o", out_, "--force"}), Succeeds());
         const auto before = all(in_), after = all(out_);
         ASSERT_EQ(before.size(), 4U);
         ASSERT_EQ(after.size(), 4U);
@@ -199,7 +199,7 @@ TEST_F(MetadataTest, PagesBelowAPageAreConvertedByItsProfile) {
 TEST_F(MetadataTest, WithoutATagTheOldProfileIsGoneToo) {
     Shell("convert-im6 " + Quoted(Input("photo-16.tif")) + " -profile " + Quoted(Input("scanner.icc")) + " " +
           Quoted(in_));
-    ASSERT_EQ(Hueweave({"convert", in_, "-o", out_, "--no-tag"}).status, 0);
+    ASSERT_EQ(Hueweave({"convert", "--precision", "library", in_, "-o", out_, "--no-tag"}).status, 0);
     EXPECT_EQ(ReadPictures(out_)[0].icc, "");
     ExpectSrgb(out_, in_);
     EXPECT_EQ(TagsOf(in_), TagsOf(out_));

@@ -19,6 +19,12 @@ namespace {
 constexpr double kMostError = 2.0;     ///< CIEDE2000, clearly visible, that 95 % of the colours must not exceed
 constexpr unsigned kCheckPoints = 10;  ///< on each axis of a grid of colours
 
+/// The curve of a look cuts off tones, for which no profile is to blame.
+colour::Rendering ForCheck(colour::Rendering rendering) {
+    if (rendering.space->tone == colour::Tone::Kodak) rendering.space = colour::FindSpace("srgb");
+    return rendering;
+}
+
 }  // namespace
 
 std::string ReadyConverter::way() const {
@@ -61,7 +67,7 @@ ReadyConverter ProfileCache::MakeExact(const DeviceProfile& profile, unsigned bi
 ReadyConverter ProfileCache::MakeLibrary(const DeviceProfile& profile, unsigned bits) const {
     const colour::Rendering& rendering = options_.rendering;
     colour::EngineProfile engine = colour::PrepareProfile(profile.data, rendering.intent, ThrowIfInterrupted);
-    const colour::Comparison comparison = colour::CompareLibrary(engine.data, profile.data, rendering, bits,
+    const colour::Comparison comparison = colour::CompareLibrary(engine.data, profile.data, ForCheck(rendering), bits,
                                                                  colour::GridColours(kCheckPoints), ThrowIfInterrupted);
     RefuseWrongColours(profile, comparison);
     auto converter = std::make_unique<const colour::LibraryConverter>(engine.data, rendering, bits);

@@ -106,7 +106,7 @@ protected:
         directory_ = tiff_.Page(entries);
         tiff_.Save(path_);
         icc_ = std::make_shared<const tool::Bytes>(tool::Bytes{'a', ' ', 'p', 'r', 'o', 'f', 'i', 'l', 'e'});
-        written_.assign(2, {{tool::Extent{pixels, 48}}, icc_});
+        written_.assign(2, {false, {tool::Extent{pixels, 48}}, icc_});
     }
     /// What is said of an output that has these bytes; empty if it is right.
     std::string Check(const std::string& output) {
@@ -165,7 +165,7 @@ TEST_F(OutputCheckTest, AnotherPredictor) {
     directory_ = tiff_.Page(
         And(TiffMaker::Rgb({.offsets = {pixels}, .counts = {48}, .compression = 8}), TiffMaker::Short(317, 1)));
     tiff_.Save(path_);
-    written_.assign(1, {{tool::Extent{pixels, 48}}, nullptr});
+    written_.assign(1, {false, {tool::Extent{pixels, 48}}, nullptr});
     EXPECT_EQ(Check(tiff_.bytes()), "");
     EXPECT_THAT(Check(Changed(10, 2)), HasSubstr("a page has another shape"));
 }
