@@ -73,10 +73,22 @@ cmsCIExyY WhiteOf(const Space& space) {
     return warm ? *cmsD50_xyY() : cmsCIExyY{0.3127, 0.3290, 1.0};
 }
 
+/// Green from red and blue, all rounded as tags represent them, so that the three add up to D50 exactly: rounded
+/// independently, they would give white and neutral colours a cast of up to two 16-bit samples.
+void BalanceToWhite(std::array<cmsCIEXYZ, 3>& colorants) {
+    auto& [red, green, blue] = colorants;
+    for (double cmsCIEXYZ::*const part : {&cmsCIEXYZ::X, &cmsCIEXYZ::Y, &cmsCIEXYZ::Z}) {
+        const auto fixed = [&](const cmsCIEXYZ& xyz) { return std::round(xyz.*part * 65536.0); };
+        green.*part = (fixed(*cmsD50_XYZ()) - fixed(red) - fixed(blue)) / 65536.0;
+    }
+}
+
 std::array<cmsCIEXYZ, 3> ColorantsOf(LcmsWork& work, const Space& space, Colorants colorants) {
     if (colorants == Colorants::Computed && space.primaries != nullptr) {
         const Primaries& p = *space.primaries;
-        return work.Colorants(Point(p.white), {Point(p.red), Point(p.green), Point(p.blue)});
+        auto computed = work.Colorants(Point(p.white), {Point(p.red), Point(p.green), Point(p.blue)});
+        BalanceToWhite(computed);
+        return computed;
     }
     const ColorLch::Matrix& m = PrimariesOf(space.Built(16).primaries);
     return {{{m[0], m[3], m[6]}, {m[1], m[4], m[7]}, {m[2], m[5], m[8]}}};

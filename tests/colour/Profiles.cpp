@@ -1,0 +1,317 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "colour/Profiles.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+
+#include "support/ProfileBuilder.h"
+
+namespace hueweave::test {
+namespace {
+
+struct ProfileCloser {
+    void operator()(void* profile) const { cmsCloseProfile(profile); }
+};
+using Handle = std::unique_ptr<void, ProfileCloser>;
+
+constexpr Vector kD50{0.9642, 1.0, 0.8249};
+constexpr cmsTagSignature kForth[] = {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag};
+constexpr cmsTagSignature kBack[] = {cmsSigBToA0Tag, cmsSigBToA1Tag, cmsSigBToA2Tag};
+
+Bytes Saved(const Handle& profile) {
+    cmsUInt32Number size = 0;
+    cmsSaveProfileToMem(profile.get(), nullptr, &size);
+    Bytes bytes(size);
+    if (size == 0 || !cmsSaveProfileToMem(profile.get(), bytes.data(), &size)) throw std::runtime_error("no profile");
+    return bytes;
+}
+
+Handle Blank(double version, cmsColorSpaceSignature colours, cmsColorSpaceSignature connection,
+             cmsProfileClassSignature kind) {
+    Handle profile(cmsCreateProfilePlaceholder(nullptr));
+    cmsSetProfileVersion(profile.get(), version);
+    cmsSetColorSpace(profile.get(), colours);
+    cmsSetPCS(profile.get(), connection);
+    cmsSetDeviceClass(profile.get(), kind);
+    return profile;
+}
+
+/// What a table of the device tells for one intent.
+struct Model {
+    double exponent;
+    bool xyz, oldLab;
+    static constexpr double kBlack = 0.01;
+
+    Vector Xyz(const cmsUInt16Number* rgb) const {
+        Vector light;
+        for (std::size_t c = 0; c < 3; ++c) light[c] = std::pow(rgb[c] / 65535.0, exponent);
+        Vector xyz_ = Times(ToXyz(kGamutAdobe), light);
+        for (std::size_t c = 0; c < 3; ++c) xyz_[c] = kBlack * kD50[c] + (1 - kBlack) * xyz_[c];
+        return xyz_;
+    }
+    static int Forth(const cmsUInt16Number* rgb, cmsUInt16Number* connection, void* cargo) {
+        const Model& model = *static_cast<Model*>(cargo);
+        const Vector v = model.Xyz(rgb);
+        const cmsCIEXYZ xyz_{v[0], v[1], v[2]};
+        cmsCIELab lab;
+        cmsXYZ2Lab(nullptr, &lab, &xyz_);
+        if (model.xyz) {
+            cmsFloat2XYZEncoded(connection, &xyz_);
+        } else if (model.oldLab) {
+            cmsFloat2LabEncodedV2(connection, &lab);
+        } else {
+            cmsFloat2LabEncoded(connection, &lab);
+        }
+        return 1;
+    }
+    static int Back(const cmsUInt16Number* connection, cmsUInt16Number* rgb, void* cargo) {
+        const Model& model = *static_cast<Model*>(cargo);
+        static const Matrix kInverse = Inverse(ToXyz(kGamutAdobe));
+        cmsCIEXYZ xyz_;
+        cmsCIELab lab;
+        if (model.xyz) {
+            cmsXYZEncoded2Float(&xyz_, connection);
+        } else {
+            model.oldLab ? cmsLabEncoded2FloatV2(&lab, connection) : cmsLabEncoded2Float(&lab, connection);
+            cmsLab2XYZ(nullptr, &xyz_, &lab);
+        }
+        Vector v{xyz_.X, xyz_.Y, xyz_.Z};
+        for (std::size_t c = 0; c < 3; ++c) v[c] = (v[c] - kBlack * kD50[c]) / (1 - kBlack);
+        const Vector light = Times(kInverse, v);
+        for (std::size_t c = 0; c < 3; ++c) {
+            const double sample = std::pow(std::clamp(light[c], 0.0, 1.0), 1 / model.exponent);
+            rgb[c] = static_cast<cmsUInt16Number>(std::lround(65535 * sample));
+        }
+        return 1;
+    }
+};
+
+/// A power: as a table of 256 entries, which is what tables of bytes have, or as a formula.
+cmsStage* PowerStage(double exponent, bool formula) {
+    cmsUInt16Number table[256];
+    for (int i = 0; i < 256; ++i) {
+        table[i] = static_cast<cmsUInt16Number>(std::lround(65535 * std::pow(i / 255.0, exponent)));
+    }
+    cmsToneCurve* curve =
+        formula ? cmsBuildGamma(nullptr, exponent) : cmsBuildTabulatedToneCurve16(nullptr, 256, table);
+    cmsToneCurve* all[] = {curve, curve, curve};
+    cmsStage* stage = cmsStageAllocToneCurves(nullptr, 3, all);
+    cmsFreeToneCurve(curve);
+    return stage;
+}
+
+cmsStage* MatrixStage(const Matrix& matrix, double scale, const Vector& offset = {}) {
+    double rows[9];
+    for (std::size_t i = 0; i < 9; ++i) rows[i] = matrix[i / 3][i % 3] * scale;
+    return cmsStageAllocMatrix(nullptr, 3, 3, rows, offset.data());
+}
+
+class TableMaker {
+public:
+    TableMaker(const TableDevice& device, std::size_t intent)
+        : device_(device), model_{1.8 + 0.2 * static_cast<double>(intent), device.xyz, device.version < 4} {}
+
+    cmsPipeline* Forth() {
+        Start();
+        if (device_.noGrid) {
+            Add(PowerStage(model_.exponent, true));
+            Vector offset;
+            for (std::size_t c = 0; c < 3; ++c) offset[c] = Model::kBlack * kD50[c] * kXyz;
+            Add(MatrixStage(ToXyz(kGamutAdobe), (1 - Model::kBlack) * kXyz, offset));
+            Add(PowerStage(1, true));
+            return lut_;
+        }
+        Add(PowerStage(1, formula_));
+        Add(Grid(Model::Forth));
+        if (device_.matrix) AddMatrix();
+        Add(PowerStage(1, formula_));
+        return lut_;
+    }
+    cmsPipeline* Back() {
+        Start();
+        Add(PowerStage(1, formula_));
+        if (device_.matrix) AddMatrix();
+        Add(Grid(Model::Back));
+        Add(PowerStage(1, formula_));
+        return lut_;
+    }
+
+private:
+    static constexpr double kXyz = 32768.0 / 65535.0;  ///< 1.0 as encoded
+
+    void Start() { lut_ = cmsPipelineAlloc(nullptr, 3, 3); }
+    void Add(cmsStage* stage) { cmsPipelineInsertStage(lut_, cmsAT_END, stage); }
+    /// A little more of each channel, and of the next one.
+    void AddMatrix() {
+        const Matrix some{{{0.97, 0.02, 0}, {0, 0.98, 0.01}, {0.02, 0, 0.97}}};
+        Add(PowerStage(1.02, true));
+        Add(MatrixStage(some, 1, {0.004, 0.003, 0.002}));
+    }
+    cmsStage* Grid(cmsSAMPLER16 sampler) {
+        cmsStage* grid = cmsStageAllocCLut16bit(nullptr, device_.points, 3, 3, nullptr);
+        cmsStageSampleCLut16bit(grid, sampler, &model_, 0);
+        return grid;
+    }
+
+    const TableDevice& device_;
+    Model model_;
+    const bool formula_ = device_.version >= 4;
+    cmsPipeline* lut_ = nullptr;
+};
+
+}  // namespace
+
+Vector Times(const Matrix& matrix, const Vector& v) {
+    Vector product;
+    for (std::size_t r = 0; r < 3; ++r) product[r] = matrix[r][0] * v[0] + matrix[r][1] * v[1] + matrix[r][2] * v[2];
+    return product;
+}
+
+Matrix Times(const Matrix& one, const Matrix& other) {
+    Matrix product{};
+    for (std::size_t i = 0; i < 27; ++i) product[i / 9][i % 3] += one[i / 9][i / 3 % 3] * other[i / 3 % 3][i % 3];
+    return product;
+}
+
+/// By cofactors.
+Matrix Inverse(const Matrix& m) {
+    Matrix inverse;
+    for (std::size_t r = 0; r < 3; ++r) {
+        for (std::size_t c = 0; c < 3; ++c) {
+            const std::size_t a = (c + 1) % 3, b = (c + 2) % 3, d = (r + 1) % 3, e = (r + 2) % 3;
+            inverse[r][c] = m[a][d] * m[b][e] - m[a][e] * m[b][d];
+        }
+    }
+    const double determinant = m[0][0] * inverse[0][0] + m[0][1] * inverse[1][0] + m[0][2] * inverse[2][0];
+    for (Vector& row : inverse) {
+        for (double& value : row) value /= determinant;
+    }
+    return inverse;
+}
+
+Matrix ToXyz(const Gamut& gamut) {
+    const auto xyz = [](const Vector& c) { return Vector{c[0] / c[1], 1, (1 - c[0] - c[1]) / c[1]}; };
+    const Vector red = xyz(gamut.red), green = xyz(gamut.green), blue = xyz(gamut.blue);
+    Matrix columns{{{red[0], green[0], blue[0]}, {red[1], green[1], blue[1]}, {red[2], green[2], blue[2]}}};
+    const Vector white = xyz(gamut.white), light = Times(Inverse(columns), white);
+    const Matrix bradford{{{0.8951, 0.2664, -0.1614}, {-0.7502, 1.7135, 0.0367}, {0.0389, -0.0685, 1.0296}}};
+    const Vector from = Times(bradford, white), to = Times(bradford, kD50);
+    Matrix adapted = bradford;
+    for (std::size_t i = 0; i < 9; ++i) {
+        columns[i / 3][i % 3] *= light[i % 3];
+        adapted[i / 3][i % 3] *= to[i / 3] / from[i / 3];
+    }
+    return Times(Times(Inverse(bradford), adapted), columns);
+}
+
+Bytes ParaBlock(unsigned function, const std::vector<double>& parameters) {
+    ByteWriter out;
+    out.Text("para").Big32(0).Big16(function).Big16(0);
+    for (const double p : parameters) out.Big32(static_cast<std::uint32_t>(std::lround(p * 65536)));
+    return out.Done();
+}
+
+Bytes GammaBlock(double exponent) {
+    return ByteWriter().Text("curv").Big32(0).Big32(1).Big16(static_cast<unsigned>(std::lround(exponent * 256))).Done();
+}
+
+Bytes TableBlock(const std::vector<double>& values) {
+    ByteWriter out;
+    out.Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(values.size()));
+    for (const double v : values) out.Big16(static_cast<unsigned>(std::lround(v * 65535)));
+    return out.Done();
+}
+
+Bytes SrgbFormula() { return ParaBlock(3, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045}); }
+
+double SrgbLight(double sample) {
+    return sample <= 0.04045 ? sample / 12.92 : std::pow((sample + 0.055) / 1.055, 2.4);
+}
+
+Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, const char* kind) {
+    ProfileBuilder profile;
+    const auto word = [](const char* text) {
+        std::uint32_t bits = 0;
+        for (int i = 0; i < 4; ++i) bits = bits << 8 | static_cast<unsigned char>(text[i]);
+        return bits;
+    };
+    profile.HeaderWord(8, version == 4 ? 0x04300000 : 0x02400000).HeaderWord(12, word(kind));
+    profile.HeaderWord(20, word("XYZ "));
+    const Matrix matrix = ToXyz(gamut);
+    const char* const colorants[] = {"rXYZ", "gXYZ", "bXYZ"};
+    const char* const curves[] = {"rTRC", "gTRC", "bTRC"};
+    for (std::size_t c = 0; c < 3; ++c) {
+        const auto fixed = [&](std::size_t row) {
+            return static_cast<std::uint32_t>(std::lround(matrix[row][c] * 65536));
+        };
+        profile.Xyz(colorants[c], fixed(0), fixed(1), fixed(2)).Raw(curves[c], curve);
+    }
+    return profile.Xyz("wtpt", 0xf6d6, 0x10000, 0xd32d).Build();
+}
+
+Bytes TableProfile(const TableDevice& device) {
+    const auto kind = device.screen   ? cmsSigDisplayClass
+                      : device.target ? cmsSigOutputClass
+                                      : cmsSigInputClass;
+    const Handle profile = Blank(device.version, cmsSigRgbData, device.xyz ? cmsSigXYZData : cmsSigLabData, kind);
+    const cmsCIEXYZ paper{0.87, 0.90, 0.70};
+    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &paper);
+    for (std::size_t intent = 0; intent < 3; ++intent) {
+        TableMaker maker(device, intent);
+        const auto write = [&](cmsTagSignature tag, cmsPipeline* lut) {
+            cmsPipelineSetSaveAs8bitsFlag(lut, device.bytes);
+            if (!cmsWriteTag(profile.get(), tag, lut)) throw std::runtime_error("no table");
+            cmsPipelineFree(lut);
+        };
+        write(kForth[intent], maker.Forth());
+        if (device.target) write(kBack[intent], maker.Back());
+    }
+    return Saved(profile);
+}
+
+Bytes FloatProfile(bool rough) {
+    const Handle profile = Blank(4.3, cmsSigRgbData, cmsSigXYZData, cmsSigInputClass);
+    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    std::vector<float> light(1024);
+    for (std::size_t i = 0; i < light.size(); ++i) {
+        const double x = static_cast<double>(i) / 1023;
+        light[i] = static_cast<float>(rough ? 0.5 + 0.5 * std::sin(300 * x) : std::pow(x, 1.8));
+    }
+    cmsToneCurve* curve = cmsBuildTabulatedToneCurveFloat(nullptr, 1024, light.data());
+    cmsToneCurve* all[] = {curve, curve, curve};
+    cmsPipeline* lut = cmsPipelineAlloc(nullptr, 3, 3);
+    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 3, all));
+    cmsPipelineInsertStage(lut, cmsAT_END, MatrixStage(ToXyz(kGamutAdobe), 1));
+    if (!cmsWriteTag(profile.get(), cmsSigDToB0Tag, lut)) throw std::runtime_error("no elements");
+    cmsPipelineFree(lut);
+    cmsFreeToneCurve(curve);
+    return Saved(profile);
+}
+
+Bytes LcmsSrgb() { return Saved(Handle(cmsCreate_sRGBProfile())); }
+
+Bytes GreyProfile() {
+    cmsToneCurve* curve = cmsBuildGamma(nullptr, 2.2);
+    const Handle profile(cmsCreateGrayProfile(cmsD50_xyY(), curve));
+    cmsFreeToneCurve(curve);
+    return Saved(profile);
+}
+
+Bytes CmykProfile() { return Saved(Blank(2.4, cmsSigCmykData, cmsSigLabData, cmsSigOutputClass)); }
+
+Bytes LinkProfile() {
+    cmsToneCurve* curve = cmsBuildGamma(nullptr, 1.2);
+    cmsToneCurve* all[] = {curve, curve, curve};
+    const Handle profile(cmsCreateLinearizationDeviceLink(cmsSigRgbData, all));
+    cmsFreeToneCurve(curve);
+    return Saved(profile);
+}
+
+Bytes LabProfile() { return Saved(Handle(cmsCreateLab4Profile(nullptr))); }
+
+Bytes ArgyllProfile(const std::string& name) { return ReadFile(std::string(HUEWEAVE_COMMAND_INPUTS) + "/" + name); }
+
+}  // namespace hueweave::test

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <lcms2.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "support/ByteWriter.h"
+
+// Profiles of devices whose colours are known as formulas.
+namespace hueweave::test {
+
+using Vector = std::array<double, 3>;
+using Matrix = std::array<Vector, 3>;  ///< rows first
+
+/// Multiplied by a matrix, and the inverse of one.
+Vector Times(const Matrix& matrix, const Vector& vector);
+Matrix Times(const Matrix& one, const Matrix& other);
+Matrix Inverse(const Matrix& matrix);
+
+/// Chromaticities x and y.
+struct Gamut {
+    Vector white, red, green, blue;
+};
+inline constexpr Vector kDaylight65{0.3127, 0.3290, 0}, kDaylight50{0.3457, 0.3585, 0};
+inline constexpr Gamut kGamutSrgb{kDaylight65, {0.64, 0.33}, {0.30, 0.60}, {0.15, 0.06}};
+inline constexpr Gamut kGamutAdobe{kDaylight65, {0.64, 0.33}, {0.21, 0.71}, {0.15, 0.06}};
+inline constexpr Gamut kGamutP3{kDaylight65, {0.680, 0.320}, {0.265, 0.690}, {0.150, 0.060}};
+inline constexpr Gamut kGamut2020{kDaylight65, {0.708, 0.292}, {0.170, 0.797}, {0.131, 0.046}};
+inline constexpr Gamut kGamutProPhoto{kDaylight50, {0.7347, 0.2653}, {0.1596, 0.8404}, {0.0366, 0.0001}};
+inline constexpr Gamut kGamutEci{kDaylight50, {0.67, 0.33}, {0.21, 0.71}, {0.14, 0.08}};
+
+/// Linear RGB to XYZ under D50, by Bradford's adaptation.
+Matrix ToXyz(const Gamut& gamut);
+
+/// A block "para" of one of the five functions of the ICC, and blocks "curv" of an exponent and of a table.
+Bytes ParaBlock(unsigned function, const std::vector<double>& parameters);
+Bytes GammaBlock(double exponent);
+Bytes TableBlock(const std::vector<double>& values);
+/// The curve of sRGB as a formula, as a block "para".
+Bytes SrgbFormula();
+/// The light of an sRGB sample of 0 to 1, by IEC 61966-2-1.
+double SrgbLight(double sample);
+
+/// A profile of a matrix and curves, of a scanner unless `kind` says otherwise, whose white point is D50.
+Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version = 2, const char* kind = "scnr");
+
+/// A printer or scanner with tables: its light is a power of its samples, above a black of 1 % of the white.
+struct TableDevice {
+    double version = 2.4;
+    bool xyz = false;      ///< the connection space; else Lab
+    bool bytes = false;    ///< tables of 8 bits
+    bool matrix = false;   ///< between M curves, for version 4: "curves, CLUT, curves, matrix, curves"
+    bool noGrid = false;   ///< for version 4 and XYZ: "curves, matrix, curves"
+    bool target = false;   ///< tables for the way back as well
+    bool screen = false;   ///< of class "mntr"
+    unsigned points = 17;  ///< of the grids
+};
+/// With a table for each of three intents, all different, and a paper that is not D50.
+Bytes TableProfile(const TableDevice& device);
+
+/// Version 4 with a table of floating-point elements, which no other tag stands for. Its curve has a step if `rough`.
+Bytes FloatProfile(bool rough);
+
+/// By Little CMS.
+Bytes LcmsSrgb();
+Bytes GreyProfile();
+Bytes CmykProfile();
+Bytes LinkProfile();
+Bytes LabProfile();
+
+/// Made by ArgyllCMS: "scanner.icc" and others.
+Bytes ArgyllProfile(const std::string& name);
+
+}  // namespace hueweave::test
