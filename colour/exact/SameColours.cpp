@@ -14,7 +14,8 @@ namespace {
 constexpr double kColorantStep = 2.5e-4;
 /// Curves of samples are rounded to 1 / 65535 of linear light, and one profile may have a formula instead.
 constexpr double kCurveStep = 1.5 / 65535.0;
-constexpr int kCurveSamples = 4096;
+/// A divisor of 65535: Little CMS rounds the input of a table to 1 / 65535 too, which must not add to the difference.
+constexpr int kCurveSamples = 65535 / 17;
 
 constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
 constexpr cmsTagSignature kCurves[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};

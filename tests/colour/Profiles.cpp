@@ -48,7 +48,8 @@ struct Model {
     Vector Xyz(const cmsUInt16Number* rgb) const {
         Vector light;
         for (std::size_t c = 0; c < 3; ++c) light[c] = std::pow(rgb[c] / 65535.0, exponent);
-        Vector xyz_ = Times(ToXyz(kGamutAdobe), light);
+        static const Matrix kMatrix = ToXyz(kGamutAdobe);
+        Vector xyz_ = Times(kMatrix, light);
         for (std::size_t c = 0; c < 3; ++c) xyz_[c] = kBlack * kD50[c] + (1 - kBlack) * xyz_[c];
         return xyz_;
     }
@@ -126,14 +127,14 @@ public:
         }
         Add(PowerStage(1, formula_));
         Add(Grid(Model::Forth));
-        if (device_.matrix) AddMatrix();
+        if (device_.matrix) AddMatrix(true);
         Add(PowerStage(1, formula_));
         return lut_;
     }
     cmsPipeline* Back() {
         Start();
         Add(PowerStage(1, formula_));
-        if (device_.matrix) AddMatrix();
+        if (device_.matrix) AddMatrix(false);
         Add(Grid(Model::Back));
         Add(PowerStage(1, formula_));
         return lut_;
@@ -144,11 +145,12 @@ private:
 
     void Start() { lut_ = cmsPipelineAlloc(nullptr, 3, 3); }
     void Add(cmsStage* stage) { cmsPipelineInsertStage(lut_, cmsAT_END, stage); }
-    /// A little more of each channel, and of the next one.
-    void AddMatrix() {
+    /// M curves and a matrix that mixes the channels a little, in the order of the direction.
+    void AddMatrix(bool forth) {
         const Matrix some{{{0.97, 0.02, 0}, {0, 0.98, 0.01}, {0.02, 0, 0.97}}};
-        Add(PowerStage(1.02, true));
+        if (forth) Add(PowerStage(1.02, true));
         Add(MatrixStage(some, 1, {0.004, 0.003, 0.002}));
+        if (!forth) Add(PowerStage(1.02, true));
     }
     cmsStage* Grid(cmsSAMPLER16 sampler) {
         cmsStage* grid = cmsStageAllocCLut16bit(nullptr, device_.points, 3, 3, nullptr);

@@ -57,7 +57,7 @@ struct TableDevice {
     bool noGrid = false;   ///< for version 4 and XYZ: "curves, matrix, curves"
     bool target = false;   ///< tables for the way back as well
     bool screen = false;   ///< of class "mntr"
-    unsigned points = 17;  ///< of the grids
+    unsigned points = 9;    ///< of the grids
 };
 /// With a table for each of three intents, all different, and a paper that is not D50.
 Bytes TableProfile(const TableDevice& device);

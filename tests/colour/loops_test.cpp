@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// The loops over pixels: each kind of step against the same in doubles, and all loops against each other.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "colour/exact/kernels/Program.h"
+#include "colour/Profiles.h"
+#include "support/Matchers.h"
+#include "support/ProfileBuilder.h"
+
+namespace hueweave::test {
+namespace {
+
+using colour::Step;
+using Kind = Step::Kind;
+using Floats = std::vector<float>;
+using Samples16 = std::vector<std::uint16_t>;
+
+constexpr std::int32_t kPoints[] = {5, 4, 3};
+
+double Uniform(Lcg& random, double low, double high) { return low + (high - low) * random.Next() / 0xffffff; }
+
+/// A program with a step of each kind, and the memory that it borrows.
+class LoopsTest : public testing::Test {
+protected:
+    LoopsTest() : words_(65536), curve_(33), nodes_(4 * 5 * 4 * 3), encoding_(colour::kEncodingEntries + 1) {
+        Lcg random(3);
+        for (std::size_t i = 0; i < 256; ++i) bytes_.push_back(static_cast<float>(i) / 255);
+        for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535;
+        for (float& value : curve_) value = static_cast<float>(Uniform(random, 0, 1));
+        for (float& value : nodes_) value = static_cast<float>(Uniform(random, 0, 1));
+        for (std::size_t i = 0; i < encoding_.size(); ++i) encoding_[i] = static_cast<float>(Entry(i));
+    }
+
+    /// What entry `i` of a table of the target's curve stands for, x to the power 1/2.4.
+    static double Entry(std::size_t i) {
+        const double x = std::ldexp(1 + static_cast<double>(i % 256) / 256, static_cast<int>(i / 256) - 24);
+        return std::pow(std::min(x - std::ldexp(1, -24), 1.0), 1 / 2.4);
+    }
+
+    Step Make(Kind kind) const {
+        Step step{};
+        step.kind = kind;
+        const float rows[3][4] = {{0.9F, 0.2F, -0.3F, 0.1F}, {-0.1F, 1.1F, 0.05F, -0.02F}, {0.3F, 0.3F, 0.3F, 0.04F}};
+        std::memcpy(step.rows, rows, sizeof rows);
+        step.tables[0] = step.tables[2] = curve_.data();
+        for (int c = 0; c < 3; ++c) step.last[c] = kind == Kind::Curves ? 32 : static_cast<float>(kPoints[c] - 1);
+        step.nodes = nodes_.data();
+        step.stride[0] = kPoints[1] * kPoints[2], step.stride[1] = kPoints[2], step.stride[2] = 1;
+        step.lightness = 4, step.chroma = -9, step.chromaShare = 1 / 20.0F;
+        step.cosine = std::cos(0.7F), step.sine = std::sin(0.7F);
+        return step;
+    }
+    colour::Program ProgramOf(const std::vector<Step>& steps, bool encode = false) const {
+        colour::Program program{};
+        for (int c = 0; c < 3; ++c) {
+            program.bytes[c] = bytes_.data();
+            program.words[c] = words_.data();
+            program.encoding[c] = encode ? encoding_.data() : nullptr;
+        }
+        program.steps = steps;
+        return program;
+    }
+
+    Vector Node(const std::array<int, 3>& at) const {
+        const auto n = static_cast<std::size_t>((at[0] * kPoints[1] + at[1]) * kPoints[2] + at[2]) * 4;
+        return {nodes_[n], nodes_[n + 1], nodes_[n + 2]};
+    }
+    Vector Interpolated(const Vector& x, bool tetrahedra) const;
+    Vector Reference(const Step& step, const Vector& x) const;
+
+    Floats bytes_, words_, curve_, nodes_, encoding_;
+};
+
+/// Trilinear: eight corners by their volumes. Tetrahedral: from corner to corner, the axis with the largest part first.
+Vector LoopsTest::Interpolated(const Vector& x, bool tetrahedra) const {
+    std::array<int, 3> cell{};
+    Vector part, result{};
+    for (std::size_t c = 0; c < 3; ++c) {
+        const double place = std::clamp(x[c], 0.0, 1.0) * (kPoints[c] - 1);
+        cell[c] = std::min(static_cast<int>(place), kPoints[c] - 2);
+        part[c] = place - cell[c];
+    }
+    const auto add = [&](const std::array<int, 3>& at, double weight) {
+        for (std::size_t c = 0; c < 3; ++c) result[c] += weight * Node(at)[c];
+    };
+    if (!tetrahedra) {
+        for (int corner = 0; corner < 8; ++corner) {
+            const std::array<int, 3> up{corner >> 2 & 1, corner >> 1 & 1, corner & 1};
+            double weight = 1;
+            for (std::size_t c = 0; c < 3; ++c) weight *= up[c] == 1 ? part[c] : 1 - part[c];
+            add({cell[0] + up[0], cell[1] + up[1], cell[2] + up[2]}, weight);
+        }
+        return result;
+    }
+    std::array<std::size_t, 3> order{0, 1, 2};
+    std::sort(order.begin(), order.end(), [&](auto a, auto b) { return part[a] > part[b]; });
+    double before = 1;
+    for (const std::size_t axis : order) {
+        add(cell, before - part[axis]);
+        before = part[axis];
+        ++cell[axis];
+    }
+    add(cell, before);
+    return result;
+}
+
+Vector LoopsTest::Reference(const Step& step, const Vector& x) const {
+    constexpr double kBent = 216.0 / 24389, kSlope = 24389.0 / 27 / 116, kZero = 16.0 / 116;
+    Vector y = x;
+    switch (step.kind) {
+        case Kind::Affine:
+            for (std::size_t r = 0; r < 3; ++r) {
+                y[r] = step.rows[r][0] * x[0] + step.rows[r][1] * x[1] + step.rows[r][2] * x[2] + step.rows[r][3];
+            }
+            return y;
+        case Kind::Curves:
+            for (const std::size_t c : {std::size_t{0}, std::size_t{2}}) {
+                const double place = std::clamp(x[c], 0.0, 1.0) * 32;
+                const auto i = std::min<std::size_t>(static_cast<std::size_t>(place), 31);
+                const double part = place - static_cast<double>(i);
+                y[c] = (1 - part) * curve_[i] + part * curve_[i + 1];
+            }
+            return y;
+        case Kind::Tetrahedra:
+        case Kind::Trilinear:
+            return Interpolated(x, step.kind == Kind::Tetrahedra);
+        case Kind::Cube:
+            for (double& v : y) v = v > std::cbrt(kBent) - kZero ? std::pow(v + kZero, 3) : v / kSlope;
+            return y;
+        case Kind::Root:
+            for (double& v : y) v = v > kBent ? std::cbrt(v) - kZero : v * kSlope;
+            return y;
+        case Kind::Adjust: {
+            const double a = 500 * (x[0] - x[1]), b = 200 * (x[1] - x[2]), chroma = std::hypot(a, b);
+            const double offset = step.chroma * std::min(chroma * step.chromaShare, 1.0);
+            const double factor = chroma == 0 ? 0 : std::clamp(chroma + offset, 0.0, 100.0) / chroma;
+            const double lightness = std::clamp(116 * x[1] + step.lightness, 0.0, 100.0) / 116;
+            const double a2 = factor * (a * step.cosine - b * step.sine);
+            const double b2 = factor * (a * step.sine + b * step.cosine);
+            return {lightness + a2 / 500, lightness, lightness - b2 / 200};
+        }
+        case Kind::Round:
+            for (double& v : y) v = std::floor(std::clamp(v, 0.0, 1.0) * 65535 + 0.5) / 65535;
+            return y;
+    }
+    return y;
+}
+
+Samples16 ColoursOf(std::size_t pixels) {
+    Lcg random(17);
+    Samples16 colours;
+    for (std::size_t i = 0; i < 3 * pixels; ++i) colours.push_back(random.Sample());
+    for (unsigned corner = 0; corner < 8; ++corner) {
+        for (unsigned c = 0; c < 3; ++c) colours.push_back((corner >> c & 1U) != 0 ? 65535 : 0);
+    }
+    for (unsigned n = 0; n < 64; ++n) colours.insert(colours.end(), 3, static_cast<std::uint16_t>(n * n * 16));
+    return colours;
+}
+
+TEST_F(LoopsTest, StepsAreTheirFormulas) {
+    const Samples16 colours = ColoursOf(3000);
+    // Cubes of roots below 0 or above 1 are cut: the matrix brings all values into their range, and beyond it a little.
+    for (const Kind kind : {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear, Kind::Cube, Kind::Root,
+                            Kind::Adjust, Kind::Round}) {
+        for (const bool wide : {false, true}) {
+            Step widen = Make(Kind::Affine), step = Make(kind);
+            for (int r = 0; r < 3; ++r) {
+                for (int c = 0; c < 4; ++c) widen.rows[r][c] = c == 3 ? -0.05F : c == r ? 1.1F : 0;
+            }
+            const std::vector<Step> steps = wide ? std::vector{widen, step} : std::vector{step};
+            const colour::Program program = ProgramOf(steps);
+            for (const colour::Loops* loops : colour::AllLoops()) {
+                Samples16 reached(colours.size());
+                loops->words(program, reinterpret_cast<const unsigned char*>(colours.data()),
+                             reinterpret_cast<unsigned char*>(reached.data()), colours.size() / 3, 3);
+                for (std::size_t i = 0; i < colours.size(); i += 3) {
+                    Vector x{colours[i] / 65535.0, colours[i + 1] / 65535.0, colours[i + 2] / 65535.0};
+                    if (wide) x = Reference(widen, x);
+                    const Vector wanted = Reference(step, x);
+                    for (std::size_t c = 0; c < 3; ++c) {
+                        const double sample = 65535 * std::clamp(wanted[c], 0.0, 1.0);
+                        ASSERT_NEAR(reached[i + c], sample, 0.6)
+                            << loops->name << ", step " << static_cast<int>(kind) << (wide ? ", wide" : "")
+                            << ", colour " << i / 3 << " " << c;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
+    // Values up to 1/64, fifty times as large behind the rounding.
+    for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535 / 64;
+    Step larger = Make(Kind::Affine);
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 4; ++c) larger.rows[r][c] = c == r ? 50 : 0;
+    }
+    const std::vector<Step> steps{Make(Kind::Round), larger};
+    const Samples16 colours = ColoursOf(1000);
+    for (const colour::Loops* loops : colour::AllLoops()) {
+        Samples16 reached = colours;
+        auto* data = reinterpret_cast<unsigned char*>(reached.data());
+        loops->words(ProgramOf(steps), data, data, colours.size() / 3, 3);
+        for (std::size_t i = 0; i < colours.size(); ++i) {
+            const double place = colours[i] / 64.0;
+            if (std::abs(place - std::floor(place) - 0.5) < 0.001) continue;  // a tie of floats
+            ASSERT_EQ(reached[i], 50 * std::lround(place)) << loops->name << " " << colours[i];
+        }
+    }
+}
+
+TEST_F(LoopsTest, CurvesOfTheTargetAreExactNearBlackToo) {
+    Samples16 colours(3 * 65536 / 2);
+    for (std::size_t i = 0; i < colours.size(); ++i) colours[i] = static_cast<std::uint16_t>(i * 2 / 3);
+    for (const colour::Loops* loops : colour::AllLoops()) {
+        Samples16 reached = colours;
+        auto* data = reinterpret_cast<unsigned char*>(reached.data());
+        loops->words(ProgramOf({}, true), data, data, colours.size() / 3, 3);
+        for (std::size_t i = 0; i < colours.size(); ++i) {
+            ASSERT_NEAR(reached[i], 65535 * std::pow(colours[i] / 65535.0, 1 / 2.4), 0.75) << loops->name << " " << i;
+        }
+        Bytes ends{0, 255, 255};
+        loops->bytes(ProgramOf({}, true), ends.data(), ends.data(), 1, 3);
+        EXPECT_THAT(ends, testing::ElementsAre(0, 255, 255));
+    }
+}
+
+TEST_F(LoopsTest, AllGiveTheSameBytesForAnyNumbers) {
+    ASSERT_EQ(colour::AllLoops().front(), &colour::kBaselineLoops);
+    constexpr float kInfinity = std::numeric_limits<float>::infinity(), kNan = std::numeric_limits<float>::quiet_NaN();
+    const float odd[] = {kInfinity, -kInfinity, kNan, -kNan, 1e30F, -1e30F, 1e-40F, -0.0F, 1, -1, 2, 65536, 0.5F};
+    Lcg random(11);
+    const auto disturb = [&](Floats& values, std::uint32_t every) {
+        for (float& value : values) {
+            if (random.Below(every) == 0) value = odd[random.Below(std::size(odd))];
+        }
+    };
+    const Kind kinds[] = {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear,
+                          Kind::Cube,   Kind::Root,   Kind::Adjust,     Kind::Round};
+    for (const bool disturbed : {false, true}) {
+        if (disturbed) {
+            for (Floats* values : {&bytes_, &words_, &curve_, &nodes_, &encoding_}) disturb(*values, 6);
+        }
+        for (unsigned n = 0; n < 120; ++n) {
+            std::vector<Step> steps;
+            if (n < 8) steps.push_back(Make(kinds[n]));
+            for (unsigned i = 0; n >= 8 && i < n % 5; ++i) steps.push_back(Make(kinds[random.Below(8)]));
+            const colour::Program program = ProgramOf(steps, random.Below(2) == 0);
+            const unsigned samples = 3 + random.Below(3), pixels = random.Below(70);
+            Bytes source(2 * samples * pixels + 1);
+            for (unsigned char& byte : source) byte = static_cast<unsigned char>(random.Next());
+            const bool wide = random.Below(2) == 0;
+            const auto by = [&](const colour::Loops& loops, bool inPlace) {
+                Bytes dest = source;
+                (wide ? loops.words : loops.bytes)(program, inPlace ? dest.data() + 1 : source.data() + 1,
+                                                   dest.data() + 1, pixels, samples);
+                return dest;
+            };
+            const Bytes wanted = by(colour::kBaselineLoops, false);
+            for (const colour::Loops* loops : colour::AllLoops()) {
+                SCOPED_TRACE(testing::Message() << loops->name << ", program " << n << (disturbed ? ", odd" : ""));
+                EXPECT_THAT(by(*loops, true), EqualsBytes(wanted));
+                EXPECT_THAT(by(*loops, false), EqualsBytes(wanted));
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test

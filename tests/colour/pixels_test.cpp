@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Layouts of pixels: further samples, in place or not, runs of every length, any address, several threads.
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <thread>
+
+#include "colour/ExactConverter.h"
+#include "colour/Judge.h"
+#include "colour/Profiles.h"
+#include "support/Matchers.h"
+#include "support/ProfileBuilder.h"
+
+namespace hueweave::test {
+namespace {
+
+/// A transform of each way that there is.
+const std::vector<Transform>& Transforms() {
+    static const auto made = [] {
+        std::vector<Transform> all;
+        const Bytes srgb = LcmsSrgb();
+        all.emplace_back(srgb, srgb, TransformOptions{});
+        all.emplace_back(MatrixProfile(kGamutP3, GammaBlock(1.8)), srgb, TransformOptions{});
+        all.emplace_back(TableProfile({}), srgb, TransformOptions{});
+        all.emplace_back(FloatProfile(false), srgb, TransformOptions{});
+        return all;
+    }();
+    return made;
+}
+
+template <typename Sample>
+std::vector<Sample> RandomSamples(std::size_t count, std::uint32_t seed) {
+    Lcg random(seed);
+    std::vector<Sample> samples(count);
+    for (Sample& sample : samples) sample = static_cast<Sample>(random.Sample() >> 3);
+    return samples;
+}
+
+/// Each pixel converted by itself: what all other calls have to give.
+template <typename Sample>
+std::vector<Sample> OneByOne(const Transform& transform, std::vector<Sample> pixels, unsigned samples) {
+    for (std::size_t at = 0; at < pixels.size(); at += samples) {
+        Sample rgb[3], converted[3];
+        std::copy_n(pixels.begin() + static_cast<std::ptrdiff_t>(at), 3, rgb);
+        transform.Convert(rgb, converted, 1);
+        std::copy_n(converted, 3, pixels.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    return pixels;
+}
+
+template <typename Sample>
+void CheckLayout(const Transform& transform, unsigned samples, std::size_t pixels) {
+    SCOPED_TRACE(testing::Message() << WayName(transform.way()) << ", " << 8 * sizeof(Sample) << " bits, " << samples
+                                    << " samples, " << pixels << " pixels");
+    const auto source = RandomSamples<Sample>(pixels * samples, static_cast<std::uint32_t>(pixels + samples));
+    const auto wanted = OneByOne(transform, source, samples);
+    EXPECT_THAT(Converted(transform, source, samples), EqualTo(wanted));
+    auto inPlace = source;
+    transform.Convert(inPlace.data(), inPlace.data(), pixels, samples);
+    EXPECT_THAT(inPlace, EqualTo(wanted));
+    // At every address, with bytes on both sides that must stay.
+    const std::size_t size = source.size() * sizeof(Sample);
+    for (const std::size_t shift : {1U, 2U, 3U}) {
+        Bytes bytes(size + 8, 0xa5), expected(size + 8, 0xa5);
+        if (size != 0) {
+            std::memcpy(bytes.data() + shift, source.data(), size);
+            std::memcpy(expected.data() + shift, wanted.data(), size);
+        }
+        transform.Convert(bytes.data() + shift, 8 * sizeof(Sample), pixels, samples);
+        EXPECT_THAT(bytes, EqualsBytes(expected)) << "shift " << shift;
+    }
+}
+
+TEST(PixelsTest, EachPixelIsConvertedByItselfAndOtherSamplesAreKept) {
+    ASSERT_EQ(Transforms()[3].way(), Way::PixelByPixel);
+    for (const Transform& transform : Transforms()) {
+        for (const unsigned samples : {3U, 4U, 5U, 6U}) {
+            for (const std::size_t pixels : {1U, 2U, 7U, 8U, 9U, 33U}) {
+                CheckLayout<std::uint8_t>(transform, samples, pixels);
+                CheckLayout<std::uint16_t>(transform, samples, pixels);
+            }
+        }
+    }
+}
+
+TEST(PixelsTest, LongRunsEqualShortOnes) {
+    for (const Transform& transform : Transforms()) {
+        for (const std::size_t pixels : {0U, 255U, 256U, 257U, 1000U}) {
+            CheckLayout<std::uint8_t>(transform, 3, pixels);
+            CheckLayout<std::uint16_t>(transform, 4, pixels);
+        }
+    }
+}
+
+TEST(PixelsTest, ThreadsShareATransform) {
+    const auto source = RandomSamples<std::uint16_t>(3 * 1000, 5);
+    for (const Transform& transform : Transforms()) {
+        const Words wanted = Converted(transform, source);
+        std::vector<Words> reached(4, source);
+        std::vector<std::thread> threads;
+        for (Words& pixels : reached) {
+            threads.emplace_back([&] { transform.Convert(pixels.data(), pixels.data(), pixels.size() / 3); });
+        }
+        for (std::thread& thread : threads) thread.join();
+        for (const Words& pixels : reached) EXPECT_THAT(pixels, EqualTo(wanted)) << WayName(transform.way());
+    }
+}
+
+TEST(PixelsTest, ATransformOutlivesItsProfilesAndMoves) {
+    auto profile = std::make_unique<Bytes>(TableProfile({}));
+    Transform first(*profile, LcmsSrgb(), {});
+    const Words wanted = Converted(first, SampleColours());
+    std::fill(profile->begin(), profile->end(), static_cast<unsigned char>(0));
+    profile.reset();
+    Transform second = std::move(first);
+    EXPECT_THAT(Converted(second, SampleColours()), EqualTo(wanted));
+    first = std::move(second);
+    EXPECT_THAT(Converted(first, SampleColours()), EqualTo(wanted));
+}
+
+TEST(PixelsTest, AConverterOfADepthConvertsLikeItsTransform) {
+    const auto shared = std::make_shared<const Transform>(TableProfile({}), LcmsSrgb(), TransformOptions{});
+    const colour::ExactConverter bytes(shared, 8), words(shared, 16);
+    EXPECT_EQ(bytes.bits(), 8U);
+    EXPECT_EQ(words.bits(), 16U);
+    EXPECT_EQ(bytes.range().low[1], 0);
+    EXPECT_EQ(bytes.range().high[1], 255);
+    EXPECT_EQ(words.range().high[2], 65535);
+    auto rgb8 = RandomSamples<std::uint8_t>(300, 8);
+    auto rgb16 = RandomSamples<std::uint16_t>(300, 9);
+    const auto wanted8 = Converted(*shared, rgb8);
+    const auto wanted16 = Converted(*shared, rgb16);
+    bytes.Convert(rgb8.data(), 100);
+    words.Convert(reinterpret_cast<unsigned char*>(rgb16.data()), 100);
+    EXPECT_THAT(rgb8, EqualTo(wanted8));
+    EXPECT_THAT(rgb16, EqualTo(wanted16));
+}
+
+}  // namespace
+}  // namespace hueweave::test

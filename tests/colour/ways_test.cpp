@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Every kind of profile against Little CMS in doubles: the way that is taken, the error, and what is told of it.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <ostream>
+#include <stdexcept>
+
+#include "colour/Judge.h"
+#include "colour/Profiles.h"
+#include "colour/base/ProfileError.h"
+#include "colour/judge/Compare.h"
+#include "colour/profile/Target.h"
+
+namespace hueweave::test {
+namespace {
+
+using colour::BlackPoint;
+using colour::RenderingIntent;
+
+/// Profiles by short names, made once.
+const Bytes& Device(const std::string& name) {
+    static const auto made = [] {
+        std::map<std::string, Bytes> all;
+        all["mft1"] = TableProfile({.bytes = true});
+        all["mft2"] = TableProfile({});
+        all["mft2-xyz"] = TableProfile({.xyz = true, .points = 17});
+        all["mAB"] = TableProfile({.version = 4.3});
+        all["mAB-matrix"] = TableProfile({.version = 4.3, .matrix = true});
+        all["mAB-no-grid"] = TableProfile({.version = 4.3, .xyz = true, .noGrid = true});
+        all["printer-2"] = TableProfile({.target = true});
+        all["printer-4"] = TableProfile({.version = 4.3, .matrix = true, .target = true});
+        all["screen-2"] = TableProfile({.target = true, .screen = true});
+        all["gamma"] = MatrixProfile(kGamut2020, GammaBlock(1.8));
+        all["old-screen"] = MatrixProfile(kGamutAdobe, GammaBlock(2.2), 2, "mntr");
+        all["formula"] = MatrixProfile(kGamutP3, SrgbFormula(), 4);
+        for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc", "wide.icc"}) all[file] = ArgyllProfile(file);
+        for (const char* space : {"srgb", "adobe-rgb", "prophoto"}) {
+            all[space] = *colour::MakeTargetProfile(*colour::FindSpace(space), {}, 4);
+        }
+        all["srgb-2"] = *colour::MakeTargetProfile(*colour::FindSpace("srgb"), {}, 2);
+        return all;
+    }();
+    return made.at(name);
+}
+
+struct Case {
+    const char *source, *target;
+    Way way;
+    RenderingIntent intent = RenderingIntent::Perceptual;
+    BlackPoint black = BlackPoint::Auto;
+};
+std::ostream& operator<<(std::ostream& out, const Case& c) {
+    return out << c.source << " to " << c.target << ", intent " << static_cast<int>(c.intent) << ", black point "
+               << static_cast<int>(c.black);
+}
+
+class WaysTest : public testing::TestWithParam<Case> {};
+
+constexpr auto kPerceptual = RenderingIntent::Perceptual, kRelative = RenderingIntent::RelativeColorimetric,
+               kSaturation = RenderingIntent::Saturation, kAbsolute = RenderingIntent::AbsoluteColorimetric;
+constexpr auto kCompensated = BlackPoint::Compensated;
+
+TEST_P(WaysTest, AreAsExactAsTheyTell) {
+    const Case& c = GetParam();
+    const TransformOptions options{c.intent, c.black};
+    const Bytes &source = Device(c.source), &target = Device(c.target);
+    const Transform transform(source, target, options);
+    EXPECT_EQ(transform.way(), c.way) << transform.reason();
+    EXPECT_EQ(transform.reason(), "");
+    const Distance distance = Measure(transform, source, target, options);
+    EXPECT_LE(distance.mean, 0.02);
+    EXPECT_LE(distance.p999, 0.3);
+    EXPECT_LE(distance.largest, 1.0);
+    EXPECT_LE(distance.largest8, 1);
+    EXPECT_GE(distance.equal8, 0.99);
+    EXPECT_LE(transform.error().p999, 0.3);
+    EXPECT_LE(transform.error().largest, 1.0);
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Sources, WaysTest, testing::Values(
+    Case{"mft1", "srgb", Way::Direct}, Case{"mft2", "srgb", Way::Direct}, Case{"mft2-xyz", "srgb", Way::Direct},
+    Case{"mAB", "srgb", Way::Direct}, Case{"mAB-matrix", "adobe-rgb", Way::Direct},
+    Case{"mAB-no-grid", "srgb", Way::Matrix}, Case{"scanner.icc", "prophoto", Way::Direct},
+    Case{"xyz.icc", "srgb", Way::Direct}, Case{"matrix.icc", "srgb", Way::Matrix}, Case{"wide.icc", "srgb", Way::Matrix},
+    Case{"gamma", "adobe-rgb", Way::Matrix}, Case{"formula", "srgb-2", Way::Matrix}));
+INSTANTIATE_TEST_SUITE_P(Targets, WaysTest, testing::Values(
+    Case{"gamma", "printer-2", Way::Direct}, Case{"gamma", "printer-4", Way::Direct},
+    Case{"mft2", "printer-2", Way::Direct}, Case{"mAB-matrix", "printer-4", Way::Direct},
+    Case{"scanner.icc", "printer-4", Way::Direct}, Case{"mft2-xyz", "printer-2", Way::Direct}));
+INSTANTIATE_TEST_SUITE_P(Intents, WaysTest, testing::Values(
+    Case{"mft2", "srgb", Way::Direct, kRelative}, Case{"mft2", "srgb", Way::Direct, kSaturation},
+    Case{"mft2", "srgb", Way::Direct, kAbsolute}, Case{"screen-2", "srgb", Way::Direct, kAbsolute},
+    Case{"old-screen", "gamma", Way::Matrix, kAbsolute}, Case{"mAB", "srgb-2", Way::Direct, kPerceptual},
+    Case{"mft2", "srgb-2", Way::Direct, kSaturation}, Case{"mft2", "srgb", Way::Direct, kRelative, kCompensated},
+    Case{"mAB", "srgb-2", Way::Direct, kPerceptual, kCompensated},
+    Case{"scanner.icc", "srgb", Way::Direct, kAbsolute, kCompensated},
+    Case{"gamma", "printer-2", Way::Direct, kRelative, kCompensated}, Case{"gamma", "printer-2", Way::Direct, kAbsolute},
+    Case{"mft2", "printer-4", Way::Direct, kSaturation}, Case{"mft2", "printer-4", Way::Direct, kRelative},
+    Case{"mft2", "printer-4", Way::Direct, kRelative, kCompensated}, Case{"xyz.icc", "srgb", Way::Direct, kRelative}));
+// clang-format on
+
+TEST(WaysTest, BlackPointsAreCompensatedByTheRulesOfTheHeader) {
+    // The scanner's black is 1 % of the white, in steps of 1/652 of L*; that of a space is 0.
+    const auto black = [](const char* target, RenderingIntent intent, BlackPoint which) {
+        return Converted(Transform(Device("mft2"), Device(target), {intent, which}), Words{0, 0, 0})[1];
+    };
+    const int kept = static_cast<int>(std::lround(65535 * (1.055 * std::pow(0.01, 1 / 2.4) - 0.055)));
+    EXPECT_NEAR(black("srgb-2", kPerceptual, BlackPoint::Auto), kept, 20);
+    EXPECT_NEAR(black("srgb-2", kSaturation, BlackPoint::Auto), kept, 20);
+    EXPECT_NEAR(black("srgb", kRelative, BlackPoint::Auto), kept, 20);
+    EXPECT_NEAR(black("srgb", kPerceptual, BlackPoint::Auto), 0, 20);
+    EXPECT_NEAR(black("srgb", kSaturation, BlackPoint::Auto), 0, 20);
+    EXPECT_NEAR(black("srgb-2", kPerceptual, kCompensated), 0, 20);
+    EXPECT_NEAR(black("srgb", kRelative, kCompensated), 0, 20);
+    // The light of the paper, 90 %, times that of the black, with and without.
+    const int absolute = static_cast<int>(std::lround(65535 * (1.055 * std::pow(0.009, 1 / 2.4) - 0.055)));
+    EXPECT_NEAR(black("srgb", kAbsolute, BlackPoint::Auto), absolute, 20);
+    EXPECT_NEAR(black("srgb", kAbsolute, kCompensated), absolute, 20);
+}
+
+TEST(WaysTest, TheErrorIsThatOfTheColoursItIsMeasuredWith) {
+    Words colours;
+    for (const auto& colour : colour::CheckColours()) colours.insert(colours.end(), colour.begin(), colour.end());
+    for (const char* target : {"srgb", "printer-2"}) {
+        const TransformOptions options{kRelative};
+        const Transform transform(Device("mft2"), Device(target), options);
+        const Distance distance = Measure(transform, Device("mft2"), Device(target), options, colours);
+        EXPECT_EQ(transform.error().colours, colours.size() / 3);
+        EXPECT_NEAR(transform.error().mean, distance.mean, 1e-4);
+        EXPECT_NEAR(transform.error().p999, distance.p999, 1e-3);
+        EXPECT_NEAR(transform.error().largest, distance.largest, 1e-3);
+        EXPECT_GT(transform.error().mean, 0);
+    }
+}
+
+TEST(WaysTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
+    for (const bool rough : {false, true}) {
+        const Bytes profile = FloatProfile(rough);
+        const Transform transform(profile, Device("srgb"), {});
+        EXPECT_EQ(transform.way(), Way::PixelByPixel);
+        EXPECT_EQ(transform.reason(), "a profile has stages that no other way has");
+        const Distance distance = Measure(transform, profile, Device("srgb"), {});
+        EXPECT_LE(distance.largest, 0.02);
+        EXPECT_LE(distance.largest8, 1);
+        EXPECT_GE(distance.equal8, 0.99);
+    }
+}
+
+TEST(WaysTest, HaveNames) {
+    EXPECT_EQ(colour::WayName(Way::Copy), "copy");
+    EXPECT_EQ(colour::WayName(Way::Matrix), "matrix");
+    EXPECT_EQ(colour::WayName(Way::Direct), "direct");
+    EXPECT_EQ(colour::WayName(Way::Sampled), "sampled");
+    EXPECT_EQ(colour::WayName(Way::PixelByPixel), "pixel by pixel");
+}
+
+TEST(WaysTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
+    int calls = 0;
+    const Transform transform(Device("mft2"), Device("srgb"), {}, [&] { ++calls; });
+    EXPECT_GT(calls, 0);
+    EXPECT_THROW(Transform(Device("mft2"), Device("srgb"), {}, [] { throw std::domain_error("enough"); }),
+                 std::domain_error);
+}
+
+/// L*, C* and hue in degrees of RGB of sRGB, 0 to 1, under D50.
+Vector LchOf(const Words& rgb) {
+    Vector light;
+    for (std::size_t c = 0; c < 3; ++c) light[c] = SrgbLight(rgb[c] / 65535.0);
+    const Vector xyz = Times(ToXyz(kGamutSrgb), light);
+    const auto f = [](double t) { return t > 216.0 / 24389 ? std::cbrt(t) : (24389.0 / 27 * t + 16) / 116; };
+    const double x = f(xyz[0] / 0.9642), y = f(xyz[1]), z = f(xyz[2] / 0.8249);
+    const double a = 500 * (x - y), b = 200 * (y - z), hue = std::atan2(b, a) * 180 / M_PI;
+    return {116 * y - 16, std::hypot(a, b), hue < 0 ? hue + 360 : hue};
+}
+
+TEST(WaysTest, OffsetsChangeLightnessChromaAndHueAndNothingElse) {
+    // The second is nearly neutral: its share of the offset of C* is a twentieth of its chroma.
+    const Words colours[] = {{40000, 30000, 20000}, {31000, 30000, 29500}, {20000, 30000, 34000}, {30000, 30000, 30000}};
+    const Bytes linear = MatrixProfile(kGamutSrgb, SrgbFormula());
+    for (const Vector& offset : {Vector{5, 0, 0}, Vector{-7, 0, 0}, Vector{0, 6, 0}, Vector{0, -4, 0}, Vector{0, 0, 30},
+                                 Vector{0, 0, -340}, Vector{3, 4, 20}}) {
+        const Transform transform(linear, Device("srgb"), {kRelative, BlackPoint::Auto, offset[0], offset[1], offset[2]});
+        EXPECT_NE(transform.way(), Way::Copy);
+        for (const Words& colour : colours) {
+            const Vector before = LchOf(colour), after = LchOf(Converted(transform, colour));
+            const double chroma = before[1] + offset[1] * std::min(before[1] / 20, 1.0);
+            EXPECT_NEAR(after[0], before[0] + offset[0], 0.02);
+            EXPECT_NEAR(after[1], chroma, 0.02);
+            const double turned = std::remainder(after[2] - before[2] - offset[2], 360);
+            EXPECT_TRUE(chroma < 1 || std::abs(turned) < 0.2) << turned;
+        }
+    }
+    const auto only = [&](double lightness, double chroma) {
+        return Transform(linear, Device("srgb"), {kRelative, BlackPoint::Auto, lightness, chroma, 0});
+    };
+    EXPECT_THAT(Converted(only(100, 0), Words{20000, 20000, 20000}), testing::Each(65535));
+    EXPECT_THAT(Converted(only(-100, 0), Words{60000, 60000, 60000}), testing::Each(0));
+    const Words grey = Converted(only(0, -100), Words{40000, 30000, 20000});
+    EXPECT_NEAR(grey[0], grey[1], 1);
+    EXPECT_NEAR(grey[1], grey[2], 1);
+}
+
+}  // namespace
+}  // namespace hueweave::test
