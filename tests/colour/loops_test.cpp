@@ -165,7 +165,8 @@ Samples16 ColoursOf(std::size_t pixels) {
 
 TEST_F(LoopsTest, StepsAreTheirFormulas) {
     const Samples16 colours = ColoursOf(3000);
-    // Cubes of roots below 0 or above 1 are cut: the matrix brings all values into their range, and beyond it a little.
+    // With values a little beyond 0 to 1 as well. A curve of random entries is as steep as 32, which makes up to 0.15 of a
+    // sample of the rounding of floats.
     for (const Kind kind : {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear, Kind::Cube, Kind::Root,
                             Kind::Adjust, Kind::Round}) {
         for (const bool wide : {false, true}) {
@@ -185,7 +186,7 @@ TEST_F(LoopsTest, StepsAreTheirFormulas) {
                     const Vector wanted = Reference(step, x);
                     for (std::size_t c = 0; c < 3; ++c) {
                         const double sample = 65535 * std::clamp(wanted[c], 0.0, 1.0);
-                        ASSERT_NEAR(reached[i + c], sample, 0.6)
+                        ASSERT_NEAR(reached[i + c], sample, 0.7)
                             << loops->name << ", step " << static_cast<int>(kind) << (wide ? ", wide" : "")
                             << ", colour " << i / 3 << " " << c;
                     }
