@@ -23,8 +23,7 @@ struct Closer {
 };
 
 std::unique_ptr<void, Closer> OpenBytes(const Bytes& data) {
-    return std::unique_ptr<void, Closer>(
-        cmsOpenProfileFromMem(data.data(), static_cast<cmsUInt32Number>(data.size())));
+    return std::unique_ptr<void, Closer>(cmsOpenProfileFromMem(data.data(), static_cast<cmsUInt32Number>(data.size())));
 }
 
 std::vector<double> Done(cmsHTRANSFORM transform, const std::vector<double>& colours) {
@@ -86,8 +85,8 @@ Distance Measure(const Transform& transform, const Bytes& source, const Bytes& t
     const auto reached = SeenThrough(target, Fractions(Converted(transform, colours)));
     std::vector<double> differences;
     for (std::size_t i = 0; i < wanted.size(); i += 3) {
-        differences.push_back(Ciede2000({wanted[i], wanted[i + 1], wanted[i + 2]},
-                                        {reached[i], reached[i + 1], reached[i + 2]}));
+        differences.push_back(
+            Ciede2000({wanted[i], wanted[i + 1], wanted[i + 2]}, {reached[i], reached[i + 1], reached[i + 2]}));
     }
     std::sort(differences.begin(), differences.end());
     const auto count = static_cast<double>(differences.size());

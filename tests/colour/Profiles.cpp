@@ -229,9 +229,7 @@ Bytes TableBlock(const std::vector<double>& values) {
 
 Bytes SrgbFormula() { return ParaBlock(3, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045}); }
 
-double SrgbLight(double sample) {
-    return sample <= 0.04045 ? sample / 12.92 : std::pow((sample + 0.055) / 1.055, 2.4);
-}
+double SrgbLight(double sample) { return sample <= 0.04045 ? sample / 12.92 : std::pow((sample + 0.055) / 1.055, 2.4); }
 
 Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, const char* kind) {
     ProfileBuilder profile;
@@ -255,9 +253,7 @@ Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, const c
 }
 
 Bytes TableProfile(const TableDevice& device) {
-    const auto kind = device.screen   ? cmsSigDisplayClass
-                      : device.target ? cmsSigOutputClass
-                                      : cmsSigInputClass;
+    const auto kind = device.screen ? cmsSigDisplayClass : device.target ? cmsSigOutputClass : cmsSigInputClass;
     const Handle profile = Blank(device.version, cmsSigRgbData, device.xyz ? cmsSigXYZData : cmsSigLabData, kind);
     const cmsCIEXYZ paper{0.87, 0.90, 0.70};
     cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &paper);

@@ -51,13 +51,13 @@ Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version = 2, con
 /// A printer or scanner with tables: its light is a power of its samples, above a black of 1 % of the white.
 struct TableDevice {
     double version = 2.4;
-    bool xyz = false;      ///< the connection space; else Lab
-    bool bytes = false;    ///< tables of 8 bits
-    bool matrix = false;   ///< between M curves, for version 4: "curves, CLUT, curves, matrix, curves"
-    bool noGrid = false;   ///< for version 4 and XYZ: "curves, matrix, curves"
-    bool target = false;   ///< tables for the way back as well
-    bool screen = false;   ///< of class "mntr"
-    unsigned points = 9;    ///< of the grids
+    bool xyz = false;     ///< the connection space; else Lab
+    bool bytes = false;   ///< tables of 8 bits
+    bool matrix = false;  ///< between M curves, for version 4: "curves, CLUT, curves, matrix, curves"
+    bool noGrid = false;  ///< for version 4 and XYZ: "curves, matrix, curves"
+    bool target = false;  ///< tables for the way back as well
+    bool screen = false;  ///< of class "mntr"
+    unsigned points = 9;  ///< of the grids
 };
 /// With a table for each of three intents, all different, and a paper that is not D50.
 Bytes TableProfile(const TableDevice& device);

@@ -106,8 +106,7 @@ TEST(DamagedTest, ProfilesWithChangedBytesAreRefusedOrConvertedExactly) {
         // Half of the changes to the header and the table of tags.
         for (unsigned changes = 0; changes <= n % 8; ++changes) {
             const auto size = static_cast<std::uint32_t>(profile.size());
-            profile[random.Below(random.Below(2) == 0 ? size : 250)] =
-                static_cast<unsigned char>(random.Next());
+            profile[random.Below(random.Below(2) == 0 ? size : 250)] = static_cast<unsigned char>(random.Next());
         }
         if (Holds(profile, n / 3 % 2 == 1)) ++converted;
     }

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <limits>
 
-#include "colour/exact/kernels/Program.h"
 #include "colour/Profiles.h"
+#include "colour/exact/kernels/Program.h"
 #include "support/Matchers.h"
 #include "support/ProfileBuilder.h"
 
@@ -165,8 +165,8 @@ Samples16 ColoursOf(std::size_t pixels) {
 
 TEST_F(LoopsTest, StepsAreTheirFormulas) {
     const Samples16 colours = ColoursOf(3000);
-    // With values a little beyond 0 to 1 as well. A curve of random entries is as steep as 32, which makes up to 0.15 of a
-    // sample of the rounding of floats.
+    // With values a little beyond 0 to 1 as well. A curve of random entries is as steep as 32, which makes up to 0.15
+    // of a sample of the rounding of floats.
     for (const Kind kind : {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear, Kind::Cube, Kind::Root,
                             Kind::Adjust, Kind::Round}) {
         for (const bool wide : {false, true}) {

@@ -47,8 +47,11 @@ TEST(SameColoursTest, AProfileAndItselfAreCopied) {
 }
 
 TEST(SameColoursTest, OtherProgramsSrgbIsCopied) {
-    const Bytes kSources[] = {LcmsSrgb(), ArgyllProfile("screen.icc"), MatrixProfile(kGamutSrgb, SrgbFormula(), 4),
-                              MatrixProfile(kGamutSrgb, SrgbTable(1024)), MatrixProfile(kGamutSrgb, SrgbTable(4096)),
+    const Bytes kSources[] = {LcmsSrgb(),
+                              ArgyllProfile("screen.icc"),
+                              MatrixProfile(kGamutSrgb, SrgbFormula(), 4),
+                              MatrixProfile(kGamutSrgb, SrgbTable(1024)),
+                              MatrixProfile(kGamutSrgb, SrgbTable(4096)),
                               colour::MakeOutputProfile(*colour::FindSpace("srgb"), colour::Colorants::Engine, {}, "")};
     for (const Bytes& source : kSources) {
         EXPECT_EQ(WayBetween(source, SrgbTarget()), Way::Copy) << "source " << &source - kSources;

@@ -17,7 +17,7 @@ namespace {
 struct Standard {
     const char* name;
     Gamut gamut;
-    double (*light)(double sample);   ///< linear light of a sample, both 0 to 1
+    double (*light)(double sample);  ///< linear light of a sample, both 0 to 1
     double (*sample)(double light);  ///< and its inverse
 };
 
@@ -33,8 +33,7 @@ const Standard kStandards[] = {
     {"prophoto", kGamutProPhoto, [](double x) { return x < 16.0 / 512 ? x / 16 : std::pow(x, 1.8); },
      [](double x) { return x < 1.0 / 512 ? 16 * x : std::pow(x, 1 / 1.8); }},
     // L* of CIELAB, 0 to 1.
-    {"eci-rgb-v2", kGamutEci,
-     [](double x) { return x <= 0.08 ? x * 2700 / 24389 : std::pow((x + 0.16) / 1.16, 3); },
+    {"eci-rgb-v2", kGamutEci, [](double x) { return x <= 0.08 ? x * 2700 / 24389 : std::pow((x + 0.16) / 1.16, 3); },
      [](double x) { return x <= 216.0 / 24389 ? x * 24389 / 2700 : 1.16 * std::cbrt(x) - 0.16; }},
     {"adobe-rgb", kGamutAdobe, [](double x) { return std::pow(x, 563.0 / 256); },
      [](double x) { return std::pow(x, 256.0 / 563); }},
@@ -70,8 +69,8 @@ TEST_P(StandardPairs, GiveTheSamplesOfTheStandards) {
     const Bytes converted = Converted(transform_, bytes);
     std::size_t equal = 0;
     for (std::size_t i = 0; i < colours.size(); i += 3) {
-        const Vector wanted16 = Expected(from_, to_, {colours[i] / 65535.0, colours[i + 1] / 65535.0,
-                                                      colours[i + 2] / 65535.0});
+        const Vector wanted16 =
+            Expected(from_, to_, {colours[i] / 65535.0, colours[i + 1] / 65535.0, colours[i + 2] / 65535.0});
         const Vector wanted8 = Expected(from_, to_, {bytes[i] / 255.0, bytes[i + 1] / 255.0, bytes[i + 2] / 255.0});
         for (std::size_t c = 0; c < 3; ++c) {
             // A matrix in a profile is rounded to 1/65536, and the light of three channels is added; the curve of the
@@ -91,7 +90,8 @@ TEST_P(StandardPairs, GiveTheSamplesOfTheStandards) {
 
 TEST_P(StandardPairs, KeepWhiteAndBlackAndNeutralColours) {
     Words neutral;
-    for (unsigned n = 0; n < 65536; n += n < 512 ? 1 : 171) neutral.insert(neutral.end(), 3, static_cast<std::uint16_t>(n));
+    for (unsigned n = 0; n < 65536; n += n < 512 ? 1 : 171)
+        neutral.insert(neutral.end(), 3, static_cast<std::uint16_t>(n));
     neutral.insert(neutral.end(), 3, 65535);
     const Words converted = Converted(transform_, neutral);
     EXPECT_THAT(std::vector(converted.begin(), converted.begin() + 3), testing::Each(0));

@@ -180,11 +180,13 @@ Vector LchOf(const Words& rgb) {
 
 TEST(WaysTest, OffsetsChangeLightnessChromaAndHueAndNothingElse) {
     // The second is nearly neutral: its share of the offset of C* is a twentieth of its chroma.
-    const Words colours[] = {{40000, 30000, 20000}, {31000, 30000, 29500}, {20000, 30000, 34000}, {30000, 30000, 30000}};
+    const Words colours[] = {
+        {40000, 30000, 20000}, {31000, 30000, 29500}, {20000, 30000, 34000}, {30000, 30000, 30000}};
     const Bytes linear = MatrixProfile(kGamutSrgb, SrgbFormula());
     for (const Vector& offset : {Vector{5, 0, 0}, Vector{-7, 0, 0}, Vector{0, 6, 0}, Vector{0, -4, 0}, Vector{0, 0, 30},
                                  Vector{0, 0, -340}, Vector{3, 4, 20}}) {
-        const Transform transform(linear, Device("srgb"), {kRelative, BlackPoint::Auto, offset[0], offset[1], offset[2]});
+        const Transform transform(linear, Device("srgb"),
+                                  {kRelative, BlackPoint::Auto, offset[0], offset[1], offset[2]});
         EXPECT_NE(transform.way(), Way::Copy);
         for (const Words& colour : colours) {
             const Vector before = LchOf(colour), after = LchOf(Converted(transform, colour));
