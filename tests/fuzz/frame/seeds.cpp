@@ -120,6 +120,25 @@ void PlantNumbers(Garden& garden) {
 }
 
 #ifdef HUEWEAVE_FUZZ_COMMAND
+/// A profile as the source, as the target, and behind another one as both, for every intent.
+void PlantTransforms(Garden& garden, const std::string& name, const Bytes& other, const Bytes& file, unsigned number) {
+    for (unsigned form = 0; form < 3; ++form) {
+        // Intent, compensation, offsets, samples, split; then form, space, size of the first profile, version.
+        Bytes steering{static_cast<unsigned char>((number + form) % 4),
+                       static_cast<unsigned char>(number / 4 % 2),
+                       static_cast<unsigned char>(number * 5),
+                       static_cast<unsigned char>(number % 4),
+                       100,
+                       static_cast<unsigned char>(form),
+                       static_cast<unsigned char>(number % 7),
+                       static_cast<unsigned char>(other.size() & 0xffU),
+                       static_cast<unsigned char>(other.size() >> 8),
+                       1};
+        if (form == 2) steering.insert(steering.end(), other.begin(), other.end());
+        garden.Plant("transform", name + "-" + std::to_string(form), Joined(steering, file));
+    }
+}
+
 /// Files for the command; also those that the library takes, of which it refuses most.
 void PlantFilesOfTheCommand(Garden& garden) {
     unsigned number = 0;
@@ -133,8 +152,11 @@ void PlantFilesOfTheCommand(Garden& garden) {
     SowTiffs([&](const std::string& name, const Bytes& file) {
         if (++number % 5 == 0) tiff("library-" + name, file);
     });
+    Bytes before;
     SowCommandProfiles([&](const std::string& name, const Bytes& file) {
         garden.Plant("convert_profile", name, Joined(Steering(4, ++number), file));
+        PlantTransforms(garden, name, before, file, number);
+        before = file;
     });
     SowDeflated([&](const std::string& name, const Bytes& file) { garden.Plant("deflate", name, file); });
 }

@@ -222,7 +222,7 @@ int Sample(const cmsUInt16Number* in, cmsUInt16Number* out, void*) {
     return 1;
 }
 
-Bytes TableProfile(double version, cmsColorSpaceSignature connection, unsigned points, bool bytes) {
+Bytes TableProfile(double version, cmsColorSpaceSignature connection, unsigned points, bool bytes, bool back = false) {
     const Profile profile(cmsCreateProfilePlaceholder(nullptr));
     cmsSetProfileVersion(profile.get(), version);
     cmsSetColorSpace(profile.get(), cmsSigRgbData);
@@ -242,6 +242,7 @@ Bytes TableProfile(double version, cmsColorSpaceSignature connection, unsigned p
     cmsFreeToneCurve(gamma);
     cmsPipelineSetSaveAs8bitsFlag(lut, bytes);
     cmsWriteTag(profile.get(), cmsSigAToB0Tag, lut);
+    if (back) cmsWriteTag(profile.get(), cmsSigBToA0Tag, lut);
     cmsPipelineFree(lut);
     return Saved(profile.get());
 }
@@ -274,6 +275,8 @@ void SowCommandProfiles(const Sow& sow) {
         sow("xyz-" + name, TableProfile(2.4, cmsSigXYZData, points, false));
         sow("lab-4-" + name, TableProfile(4.3, cmsSigLabData, points, false));
         sow("xyz-4-" + name, TableProfile(4.3, cmsSigXYZData, points, true));
+        sow("lab-back-" + name, TableProfile(2.4, cmsSigLabData, points, false, true));
+        sow("xyz-back-" + name, TableProfile(4.3, cmsSigXYZData, points, false, true));
     }
     sow("matrix-2", MatrixProfile(2.4, false));
     sow("matrix-4", MatrixProfile(4.3, true));

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Any bytes as one or both profiles of a transform: it is refused as a profile, or it is as exact as it promises, and
+// converts every run of pixels like each of its pixels.
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+#include "FuzzInput.h"
+#include "Mutation.h"
+#include "colour/Transform.h"
+#include "colour/base/ProfileError.h"
+#include "colour/profile/Target.h"
+
+using namespace hueweave::colour;
+using namespace hueweave::fuzz;
+using hueweave::fuzz::Bytes;
+
+namespace {
+
+constexpr std::size_t kSteering = 10;
+constexpr std::size_t kPixels = 300;
+
+TransformOptions DrawOptions(FuzzInput& input) {
+    TransformOptions options;
+    options.intent = static_cast<RenderingIntent>(input.Below(4));
+    options.blackPoint = input.Bool() ? BlackPoint::Compensated : BlackPoint::Auto;
+    const unsigned offsets = input.U8();  // a quarter of all inputs have some
+    if (offsets % 4 == 0) {
+        options.lightness = static_cast<double>(offsets / 4 % 4) * 9 - 9;
+        options.chroma = static_cast<double>(offsets / 16 % 4) * 30 - 30;
+        options.hue = static_cast<double>(offsets / 64) * 50;
+    }
+    return options;
+}
+
+struct Profiles {
+    Bytes source, target;
+};
+
+/// The rest of the input is the source, the target, or both; the other one is a space of ours.
+Profiles DrawProfiles(FuzzInput& input) {
+    const auto spaces = Spaces();
+    const std::size_t form = input.Below(3), number = input.Below(spaces.size()), split = input.U16();
+    const int version = input.Bool() ? 4 : 2;
+    if (form == 2) {
+        Bytes source = input.Take(std::min(split, input.Left()));
+        return {std::move(source), input.Rest()};
+    }
+    Bytes ours = *MakeTargetProfile(spaces[number], {}, version);
+    return form == 0 ? Profiles{input.Rest(), std::move(ours)} : Profiles{std::move(ours), input.Rest()};
+}
+
+std::optional<Transform> Made(const Profiles& profiles, const TransformOptions& options) {
+    try {
+        return Transform(profiles.source, profiles.target, options);
+    } catch (const ProfileError& error) {
+        Require(error.what()[0] != '\0', "a refusal has a reason");
+        return std::nullopt;
+    }
+}
+
+void CheckError(const Transform& transform) {
+    const TransformError& error = transform.error();
+    const Way way = transform.way();
+    Require((way == Way::Copy) == (error.colours == 0), "every way but a copy is measured");
+    Require(way == Way::PixelByPixel || (error.p999 <= 0.3 && error.largest <= 1.0), "a fast way is exact");
+    Require(way == Way::PixelByPixel || (error.mean <= error.largest && error.p999 <= error.largest), "an order");
+    Require((way == Way::PixelByPixel) != transform.reason().empty(), "a slow way has a reason");
+}
+
+template <typename Sample>
+void CheckPixels(const Transform& transform, unsigned samples, std::size_t split, std::uint32_t seed) {
+    Scatter scatter(seed);
+    std::vector<Sample> source(kPixels * samples), dest(source.size());
+    for (Sample& sample : source) sample = static_cast<Sample>(scatter.Sample());
+    // The ends of the range, and neutral colours.
+    for (std::size_t i = 0; i < 16 * samples; ++i) source[i] = static_cast<Sample>(i / samples * 0x1111);
+    transform.Convert(source.data(), dest.data(), kPixels, samples);
+
+    std::vector<Sample> runs = source;
+    transform.Convert(runs.data(), runs.data(), split, samples);
+    transform.Convert(&runs[split * samples], &runs[split * samples], kPixels - split, samples);
+    Require(runs == dest, "two runs in place equal one that is not");
+
+    const std::size_t size = source.size() * sizeof(Sample);
+    Bytes bytes(size + 1);
+    std::memcpy(bytes.data() + 1, source.data(), size);
+    transform.Convert(bytes.data() + 1, 8 * sizeof(Sample), kPixels, samples);
+    Require(std::memcmp(bytes.data() + 1, dest.data(), size) == 0, "any address");
+
+    for (std::size_t i = 0; i < source.size(); ++i) {
+        Require(dest[i] == source[i] || (transform.way() != Way::Copy && i % samples < 3), "what is kept");
+    }
+}
+
+void CheckAllPixels(const Transform& transform, FuzzInput& steering) {
+    const unsigned samples = 3 + static_cast<unsigned>(steering.Below(4));
+    const std::size_t split = steering.Below(256);
+    CheckPixels<std::uint8_t>(transform, samples, split, samples);
+    CheckPixels<std::uint16_t>(transform, samples, split, samples);
+}
+
+}  // namespace
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < kSteering) return 0;
+    FuzzInput steering(data, 5), input(data + 5, size - 5);
+    const TransformOptions options = DrawOptions(steering);
+    const Profiles profiles = DrawProfiles(input);
+    const auto transform = Made(profiles, options);
+    if (!transform) return 0;
+    CheckError(*transform);
+    CheckAllPixels(*transform, steering);
+    return 0;
+}
