@@ -48,7 +48,7 @@ Truth::Truth(LcmsWork& work, const OpenProfile& source, const OpenProfile& targe
         const int table = absolute ? INTENT_RELATIVE_COLORIMETRIC : intent;
         toLab_ = work.DeviceToLab(source.handle, table);
         fromLab_ = work.LabToDevice(target.handle, table);
-        connection_ = Connect(work, source.handle, target.handle, options);
+        connection_ = ConnectBeforeLab(work, source.handle, target.handle, options);
     }
     if (targetLab_ == nullptr || (link_ == nullptr && (toLab_ == nullptr || fromLab_ == nullptr))) {
         throw ProfileError("describes no way from the colours of its device to those of the output");

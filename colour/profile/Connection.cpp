@@ -42,4 +42,18 @@ Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const
     return connection;
 }
 
+Connection ConnectBeforeLab(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options) {
+    Connection connection = Connect(work, source, target, options);
+    if (options.intent == RenderingIntent::AbsoluteColorimetric || !CompensatesBlack(target, {options.intent})) {
+        return connection;
+    }
+    const Xyz black = work.TargetBlackPoint(target, static_cast<int>(options.intent));
+    for (std::size_t i = 0; i < 3; ++i) {
+        const double scale = 1.0 - black[i] / kWhite[i];
+        connection.scale[i] /= scale;
+        connection.offset[i] = (connection.offset[i] - (1.0 - scale)) / scale;
+    }
+    return connection;
+}
+
 }  // namespace hueweave::colour

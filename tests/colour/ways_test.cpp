@@ -167,6 +167,25 @@ TEST(WaysTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
                  std::domain_error);
 }
 
+TEST(WaysTest, OffsetsAddNothingElseToATransform) {
+    // Colours of a chroma below 100, to which C* would be cut.
+    Words muted = SampleColours();
+    for (std::size_t i = 0; i < muted.size(); i += 3) {
+        for (std::size_t c = 1; c < 3; ++c) muted[i + c] = static_cast<std::uint16_t>((muted[i] * 2 + muted[i + c]) / 3);
+    }
+    for (const char* source : {"mft2"}) {
+        for (const char* target : {"srgb", "printer-2", "printer-4"}) {
+            for (const auto intent : {kPerceptual, kRelative, kAbsolute}) {
+                const TransformOptions plain{intent}, tiny{intent, BlackPoint::Auto, 1e-9, 0, 0};
+                const Transform transform(Device(source), Device(target), tiny);
+                EXPECT_NE(transform.way(), Way::PixelByPixel) << source << " to " << target << " " << transform.reason();
+                EXPECT_LE(Measure(transform, Device(source), Device(target), plain, muted).p999, 0.3)
+                    << source << " to " << target << ", intent " << static_cast<int>(intent);
+            }
+        }
+    }
+}
+
 /// L*, C* and hue in degrees of RGB of sRGB, 0 to 1, under D50.
 Vector LchOf(const Words& rgb) {
     Vector light;
