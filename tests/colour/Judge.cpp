@@ -65,7 +65,8 @@ Words SampleColours() {
     }
     for (unsigned n = 0; n < 512; ++n) colours.insert(colours.end(), 3, static_cast<std::uint16_t>(n * n / 4));
     Lcg random(7);
-    for (unsigned n = 0; n < 3 * 600; ++n) colours.push_back(static_cast<std::uint16_t>(random.Sample() >> n / 3 % 3 * 2));
+    for (unsigned n = 0; n < 3 * 600; ++n)
+        colours.push_back(static_cast<std::uint16_t>(random.Sample() >> n / 3 % 3 * 2));
     return colours;
 }
 

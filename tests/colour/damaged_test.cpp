@@ -104,13 +104,13 @@ TEST(DamagedTest, ProfilesWithChangedBytesAreRefusedOrConvertedExactly) {
         SCOPED_TRACE(testing::Message() << "profile " << n);
         Bytes profile = profiles[n % 3];
         // Half of the changes to the header and the table of tags.
-        for (unsigned changes = 0; changes <= n % 8; ++changes) {
+        for (unsigned changes = 0; changes <= n % 16; ++changes) {
             const auto size = static_cast<std::uint32_t>(profile.size());
             profile[random.Below(random.Below(2) == 0 ? size : 250)] = static_cast<unsigned char>(random.Next());
         }
         if (Holds(profile, n / 3 % 2 == 1)) ++converted;
     }
-    EXPECT_GT(converted, 50U);
+    EXPECT_GT(converted, 30U);
     EXPECT_LT(converted, 290U);
 }
 
