@@ -128,7 +128,7 @@ public:
         Add(PowerStage(1, formula_));
         Add(Grid(Model::Forth));
         if (device_.matrix) AddMatrix(true);
-        Add(PowerStage(1, formula_));
+        Add(PowerStage(device_.xyz ? 1.05 : 1, formula_));  // a curve to Lab would colour what is neutral
         return lut_;
     }
     cmsPipeline* Back() {
