@@ -13,6 +13,7 @@ help:
 	@echo "make coverage       line and branch coverage of the library and the command, as text and HTML"
 	@echo "make bench          measure the speed against other programs and update docs/benchmarks.md (ten minutes)"
 	@echo "make peers          compare the command with other converters and write docs/comparison.md (some minutes)"
+	@echo "make accuracy       compare colours with Little CMS in doubles for 134 profiles and write docs/accuracy.md (some minutes)"
 	@echo "make fuzz           run each fuzz target for SECONDS=60"
 	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and run them"
 	@echo "make many-inputs    run nearly seven million broken inputs, always the same ones"
@@ -58,12 +59,18 @@ bench:
 	$(call build,bench)
 	@bench/run build/bench/bench build/bench/results
 
-.PHONY: peers
+.PHONY: peers accuracy
 peers:
 	@scripts/install-packages bench
 	@$(call build,release) --target hueweave
 	@tests/command/make-inputs build/peers
 	@tests/judges/peers/compare.py build/release/apps/hueweave/hueweave build/peers -o docs/comparison.md $(PEERS)
+
+accuracy:
+	@scripts/install-packages test
+	@$(call build,release) --target hueweave judge_colours
+	@tests/judges/colours/run build/release/tests/judge_colours build/release/apps/hueweave/hueweave build/accuracy \
+		--jobs $(JOBS) --into docs/accuracy.md
 
 format:
 	@scripts/install-packages check

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// judge_colours [--precision exact|library] [--intent 0..3] [--compensate] TARGET SOURCE...: how far the colours of
+// each source profile in the target are from those of Little CMS in doubles. TARGET is an output space or a profile.
+// Prints one line per source, its fields separated by tabs; `run` makes tables of them.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "colour/Transform.h"
+#include "colour/base/ProfileError.h"
+#include "colour/library/EngineProfile.h"
+#include "colour/library/LibraryConverter.h"
+#include "colour/profile/Target.h"
+#include "judges/colours/Truth.h"
+
+namespace colour = hueweave::colour;
+
+namespace {
+
+using namespace hueweave::judge;
+
+struct Options {
+    bool library = false;
+    colour::TransformOptions transform;
+    std::string target;
+    std::vector<std::string> sources;
+};
+
+Options Parse(int count, char** words) {
+    Options options;
+    int n = 1;
+    const auto is = [&](const char* name) { return n < count && std::strcmp(words[n], name) == 0; };
+    const auto value = [&] { return n + 1 < count ? words[++n] : throw std::runtime_error("a value is missing"); };
+    for (; n < count && words[n][0] == '-'; ++n) {
+        if (is("--precision")) {
+            options.library = value() == std::string("library");
+        } else if (is("--intent")) {
+            options.transform.intent = static_cast<colour::RenderingIntent>(std::stoi(value()));
+        } else if (is("--compensate")) {
+            options.transform.blackPoint = colour::BlackPoint::Compensated;
+        } else {
+            throw std::runtime_error("unknown option " + std::string(words[n]));
+        }
+    }
+    if (count - n < 2) throw std::runtime_error("usage: judge_colours [options] TARGET SOURCE...");
+    options.target = words[n++];
+    options.sources.assign(words + n, words + count);
+    return options;
+}
+
+// What is judged
+
+/// Converts interleaved RGB samples of 8 or 16 bits in place.
+struct Judged {
+    std::string way;
+    colour::Bytes target;
+    std::function<void(unsigned char* data, unsigned bits, std::size_t pixels)> convert;
+};
+
+const colour::Space& FindSpace(const std::string& name) {
+    const colour::Space* const space = colour::FindSpace(name);
+    if (space == nullptr) throw std::runtime_error("no such space");
+    return *space;
+}
+
+Judged Exact(const colour::Bytes& source, const Options& options) {
+    const colour::Space* const space = colour::FindSpace(options.target);
+    const colour::Bytes target =
+        space != nullptr ? *colour::MakeTargetProfile(*space, {}, 4) : ReadFile(options.target);
+    const auto transform = std::make_shared<const colour::Transform>(source, target, options.transform);
+    return {std::string(WayName(transform->way())), target,
+            [transform](auto* data, unsigned bits, std::size_t pixels) { transform->Convert(data, bits, pixels); }};
+}
+
+Judged Library(const colour::Bytes& source, const Options& options) {
+    colour::Rendering rendering;
+    rendering.intent = static_cast<ICC40::ICCFILE::Intent>(options.transform.intent);
+    rendering.space = &FindSpace(options.target);
+    const colour::EngineProfile engine = colour::PrepareProfile(source, rendering.intent, [] {});
+    const auto bytes = std::make_shared<const colour::LibraryConverter>(engine.data, rendering, 8);
+    const auto words = std::make_shared<const colour::LibraryConverter>(engine.data, rendering, 16);
+    return {engine.bakedBecause.empty() ? "own tables" : "baked", words->OutputProfile(),
+            [bytes, words](auto* data, unsigned bits, std::size_t pixels) {
+                (bits == 8 ? *bytes : *words).Convert(data, pixels);
+            }};
+}
+
+/// A grid of 33 x 33 x 33 colours, and 5000 dark ones, a tenth of the range.
+std::vector<std::uint16_t> Colours() {
+    std::vector<std::uint16_t> samples;
+    const auto at = [](unsigned n) { return static_cast<std::uint16_t>(n * 65535 / 32); };
+    for (unsigned n = 0; n < 33 * 33 * 33; ++n) {
+        for (const unsigned place : {n / (33 * 33), n / 33 % 33, n % 33}) samples.push_back(at(place));
+    }
+    std::minstd_rand random(7);
+    for (int n = 0; n < 3 * 5000; ++n) samples.push_back(static_cast<std::uint16_t>(random() % 6554));
+    return samples;
+}
+
+std::vector<std::uint16_t> Greys() {
+    std::vector<std::uint16_t> samples;
+    for (unsigned n = 0; n < 3 * 4096; ++n) samples.push_back(static_cast<std::uint16_t>(n / 3 * 65535 / 4095));
+    return samples;
+}
+
+template <typename Sample>
+constexpr double kTop = static_cast<Sample>(-1);
+
+template <typename Sample>
+std::vector<Sample> Converted(const Judged& judged, std::vector<Sample> samples) {
+    judged.convert(reinterpret_cast<unsigned char*>(samples.data()), 8 * sizeof(Sample), samples.size() / 3);
+    return samples;
+}
+
+template <typename Sample>
+Rgb Pixel(const std::vector<Sample>& samples, std::size_t n) {
+    return {samples[3 * n] / kTop<Sample>, samples[3 * n + 1] / kTop<Sample>, samples[3 * n + 2] / kTop<Sample>};
+}
+
+// The figures
+
+/// CIEDE2000 between the 16-bit samples and the truth.
+struct Differences {
+    double mean = 0, p999 = 0, largest = 0;
+    std::size_t undefined = 0;  ///< colours for which Little CMS gives no numbers
+};
+
+Differences Compare(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& samples) {
+    const auto reached = Converted(judged, samples);
+    std::vector<double> all;
+    Differences result;
+    for (std::size_t n = 0; n < samples.size() / 3; ++n) {
+        const double difference = truth.Difference(truth.Of(Pixel(samples, n)), Pixel(reached, n));
+        if (std::isfinite(difference)) {
+            all.push_back(difference);
+        } else {
+            ++result.undefined;
+        }
+    }
+    if (all.empty()) throw std::runtime_error("has no colours");
+    std::sort(all.begin(), all.end());
+    for (const double difference : all) result.mean += difference / static_cast<double>(all.size());
+    result.p999 = all[all.size() - 1 - all.size() / 1000];
+    result.largest = all.back();
+    return result;
+}
+
+/// 8-bit samples against the truth, rounded.
+struct Rounding {
+    double equal = 0;  ///< percentage of samples
+    double most = 0;   ///< largest difference
+};
+
+Rounding CompareBytes(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& words) {
+    std::vector<std::uint8_t> samples;
+    for (const std::uint16_t word : words) samples.push_back(static_cast<std::uint8_t>(word >> 8));
+    const auto reached = Converted(judged, samples);
+    Rounding result;
+    std::size_t equal = 0;
+    for (std::size_t n = 0; n < samples.size() / 3; ++n) {
+        const Rgb wanted = truth.Of(Pixel(samples, n));
+        for (std::size_t c = 0; c < 3; ++c) {
+            const double off = std::abs(std::round(wanted[c] * 255) - reached[3 * n + c]);
+            equal += off == 0;
+            result.most = std::fmax(result.most, off);
+        }
+    }
+    result.equal = 100.0 * static_cast<double>(equal) / static_cast<double>(samples.size());
+    return result;
+}
+
+/// By how many 16-bit steps two channels of a neutral colour differ more than those of the truth, or less.
+double Tint(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& greys) {
+    const auto reached = Converted(judged, greys);
+    double most = 0;
+    for (std::size_t n = 0; n < greys.size() / 3; ++n) {
+        const Rgb wanted = truth.Of(Pixel(greys, n)), pixel = Pixel(reached, n);
+        for (std::size_t c = 0; c < 3; ++c) {
+            const std::size_t next = (c + 1) % 3;
+            most = std::fmax(most, std::abs((pixel[c] - pixel[next]) - (wanted[c] - wanted[next])) * 65535);
+        }
+    }
+    return most;
+}
+
+void Judge(const std::string& path, const Options& options) {
+    const colour::Bytes source = ReadFile(path);
+    const int intent = static_cast<int>(options.transform.intent);
+    const bool compensated = options.transform.blackPoint == colour::BlackPoint::Compensated;
+    const Judged judged = options.library ? Library(source, options) : Exact(source, options);
+    const Truth truth = options.library ? Truth::WithoutCompensation(source, judged.target, intent)
+                                        : Truth(source, judged.target, intent, compensated);
+    const auto colours = Colours(), greys = Greys();
+    const Differences all = Compare(judged, truth, colours), neutral = Compare(judged, truth, greys);
+    const Rounding bytes = CompareBytes(judged, truth, colours);
+    std::printf("%s\t%s\t%.5f\t%.4f\t%.4f\t%.4f\t%.0f\t%.4f\t%.2f\t%zu\n", path.c_str(), judged.way.c_str(), all.mean,
+                all.p999, all.largest, bytes.equal, bytes.most, neutral.largest, Tint(judged, truth, greys),
+                all.undefined);
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    try {
+        const Options options = Parse(count, words);
+        for (const std::string& source : options.sources) {
+            try {
+                Judge(source, options);
+            } catch (const colour::ProfileError& error) {
+                std::printf("%s\trefused\t%s\n", source.c_str(), error.what());
+            } catch (const std::runtime_error& error) {
+                std::printf("%s\tnot judged\t%s\n", source.c_str(), error.what());
+            }
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "judge_colours: %s\n", error.what());
+        return 2;
+    }
+}
