@@ -3,9 +3,10 @@
 # Copyright (c) The Hueweave authors
 """Runs whole programs on the same TIFF files in memory-backed storage, on one processor each.
 
-programs.py BINARIES OUT.json: converts a 100-megapixel photo from a scanner's profile to sRGB with this library,
-tificc, cctiff and vips, several times in random order, and stores all times. Before that it converts a small photo
-with all of them and compares the results, so that a program that does something else does not count as fast.
+programs.py BINARIES OUT.json: converts a 100-megapixel photo from a scanner's profile to sRGB with this library, the
+command in both precisions, tificc, cctiff and vips, several times in random order, and stores all times. Before that it
+converts a small photo with all of them and compares the results, so that a program that does something else does not
+count as fast. --only names some of these programs.
 """
 
 import argparse
@@ -38,8 +39,12 @@ def commands(binaries, folder, bits, source, dest):
     """The command line of each program: perceptual, uncompressed, without an embedded profile."""
     profile = str(folder / "scanner.icc")
     vips = ["vips", "icc_transform", source, dest, SRGB, "--input-profile", profile, "--intent", "perceptual"]
+    command = [str(binaries.parent / "apps/hueweave/hueweave"), "convert", "--quiet", "--jobs", "1", "--no-tag"]
+    command += ["--profile", profile, source, "--output", dest, "--precision"]
     return {
         "hueweave": [str(binaries / "convert_file"), str(bits), profile, source, dest],
+        "exact": [*command, "exact"],
+        "library": [*command, "library"],
         "tificc": ["tificc", "-i" + profile, "-o*sRGB", "-t0", f"-w{bits}", "-n", source, dest],
         "cctiff": ["cctiff", "-N", "-i", "p", profile, "-i", "p", SRGB, source, dest],
         "vips": [*vips, "--depth", str(bits)],
@@ -67,7 +72,7 @@ def check_outputs(binaries, folder):
         for name in commands(binaries, folder, bits, source, ""):
             pictures[name] = str(folder / f"small-{name}-{bits}.tif")
             run(commands(binaries, folder, bits, source, pictures[name])[name])
-        for name in ("tificc", "cctiff", "vips"):
+        for name in ("exact", "library", "tificc", "cctiff", "vips"):
             command = ["compare-im6", "-metric", "MAE", pictures["hueweave"], pictures[name], "null:"]
             told = subprocess.run(command, stderr=subprocess.PIPE, text=True, check=False).stderr
             match = re.search(r"^[\d.e+-]+ \(([\d.e+-]+)\)", told, re.MULTILINE)
@@ -79,10 +84,11 @@ def check_outputs(binaries, folder):
     return differences
 
 
-def measure(binaries, folder, repetitions, samples):
+def measure(binaries, folder, repetitions, samples, only):
     rows = {}
     for _ in range(repetitions):
         jobs = [(name, bits) for bits in (8, 16) for name in commands(binaries, folder, bits, "", "")]
+        jobs = [job for job in jobs if only is None or job[0] in only]
         random.shuffle(jobs)
         for name, bits in jobs:
             dest = folder / "out.tif"
@@ -105,6 +111,7 @@ def main():
     parser.add_argument("--size", type=int, nargs=2, default=(11585, 8641), metavar=("WIDTH", "HEIGHT"))
     parser.add_argument("--repetitions", type=int, default=5)
     parser.add_argument("--storage", default="/dev/shm")
+    parser.add_argument("--only", nargs="+", metavar="PROGRAM")
     options = parser.parse_args()
 
     missing = sorted({package for tool, package in PACKAGES.items() if shutil.which(tool) is None})
@@ -115,7 +122,7 @@ def main():
         folder = pathlib.Path(name)
         differences = check_outputs(options.binaries, folder)
         make_sources(options.binaries, folder, width, height)
-        rows = measure(options.binaries, folder, options.repetitions, 3 * width * height)
+        rows = measure(options.binaries, folder, options.repetitions, 3 * width * height, options.only)
     result = {"pixels": width * height, "mean_differences": differences, "rows": rows}
     options.out.write_text(json.dumps(result, indent=1) + "\n")
 
