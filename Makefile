@@ -62,9 +62,10 @@ bench:
 .PHONY: peers accuracy
 peers:
 	@scripts/install-packages bench
-	@$(call build,release) --target hueweave
+	@$(call build,release) --target hueweave judge_pictures
 	@tests/command/make-inputs build/peers
-	@tests/judges/peers/compare.py build/release/apps/hueweave/hueweave build/peers -o docs/comparison.md $(PEERS)
+	@tests/judges/peers/compare.py build/release/apps/hueweave/hueweave build/release/tests/judge_pictures build/peers \
+		-o docs/comparison.md $(PEERS)
 
 accuracy:
 	@scripts/install-packages test

@@ -3,16 +3,18 @@
 # Copyright (c) The Hueweave authors
 """Runs hueweave and other converters on the same files and writes a table of the results.
 
-    compare.py HUEWEAVE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large]
+    compare.py HUEWEAVE JUDGE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large]
 
-HUEWEAVE is the command, INPUTS a folder made by tests/command/make-inputs. Every result is measured: nothing is taken
-from a manual. --large adds a file over 4 GiB. Needs: liblcms2-utils argyll libvips-tools imagemagick libtiff-tools
+HUEWEAVE is the command, JUDGE the program judge_pictures, INPUTS a folder made by tests/command/make-inputs. Every
+result is measured: nothing is taken from a manual. --large adds a file over 4 GiB. Needs: liblcms2-utils argyll libvips-tools imagemagick libtiff-tools
 libimage-exiftool-perl.
 """
 import argparse, hashlib, json, os, re, resource, shutil, signal, subprocess, sys, tempfile, time
 
 SCREEN = "screen.icc"
 TOOLS = ["hueweave", "tificc", "cctiff", "vips", "ImageMagick"]
+LIBRARY = "hueweave --precision library"
+COLOUR_TOOLS = [TOOLS[0], LIBRARY, *TOOLS[1:]]
 
 
 def words(tool, source, target, profile, args):
@@ -25,6 +27,19 @@ def words(tool, source, target, profile, args):
         "vips": ["vips", "icc_transform", source, target, screen, "--input-profile", profile, "--intent", "perceptual"],
         "ImageMagick": ["convert-im6", source, "-intent", "perceptual", "-profile", profile, "-profile", screen, target],
     }[tool]
+
+
+def exact_words(tool, source, target, profile, bits, args):
+    """The same with the depth of the source and, but for the library, to one file with the profile of the output."""
+    screen, plain = os.path.join(args.inputs, SCREEN), words(TOOLS[0], source, target, profile, args)
+    if tool == "hueweave":
+        return [*plain, "--to", screen]
+    if tool == LIBRARY:
+        return [*plain, "--precision", "library"]
+    program, *rest = words(tool, source, target, profile, args)
+    if tool == "tificc":
+        return [program, f"-w{bits}", *rest]
+    return [program, *rest, "--depth", str(bits)] if tool == "vips" else [program, *rest]
 
 
 class Result:
@@ -81,17 +96,23 @@ def digest(path):
 
 class Table:
     """Rows of cells; a cell is a text and whether it is the desired result."""
-    def __init__(self):
-        self.rows = []
+    def __init__(self, tools):
+        self.tools, self.rows = tools, []
 
     def add(self, name, cells):
         self.rows.append((name, cells))
         print(f"{name:58} " + "  ".join(f"{text:>12}" for text, _ in cells), flush=True)
 
+    def markdown(self, heads):
+        lines = ["| | " + " | ".join(heads[tool] for tool in self.tools) + " |", "|---" * (len(self.tools) + 1) + "|"]
+        for name, cells in self.rows:
+            lines.append(f"| {name} | " + " | ".join(f"**{text}**" if good else text for text, good in cells) + " |")
+        return "\n".join(lines)
+
 
 class Trials:
     def __init__(self, args, folder):
-        self.args, self.folder, self.table = args, folder, Table()
+        self.args, self.folder, self.table, self.colour_table = args, folder, Table(TOOLS), Table(COLOUR_TOOLS)
         self.profile = os.path.join(args.inputs, "scanner.icc")
         # Without the tags for primaries and white that ImageMagick adds: tificc would use them instead of the profile.
         self.photo16, self.alpha16 = self.plain("photo-16.tif"), self.plain("alpha-16.tif")
@@ -255,6 +276,31 @@ class Trials:
         self.kept("alpha identical", alpha, lambda out: ("identical", True) if alpha_of(out) == alpha_of(alpha) else ("changed", False))
         self.kept("output embeds a profile", self.photo16, lambda out: ("yes", True) if "ICC Profile: <present>" in shell(f"tiffinfo '{out}'") else ("no", False))
 
+    def colours(self):
+        """Mean and largest CIEDE2000 from Little CMS in doubles, for 262,144 colours all over the device's space."""
+        for bits in (8, 16):
+            source = self.path(f"cube-{bits}.tif")
+            shell(f"convert-im6 hald:8 -alpha off -type TrueColor -depth {bits} -compress none '{source}'; "
+                  f"tiffset -u 318 '{source}'; tiffset -u 319 '{source}'")
+            for title, name in (("Lab table", "scanner.icc"), ("XYZ table", "xyz.icc"), ("matrix", "matrix.icc")):
+                profile = os.path.join(self.args.inputs, name)
+                results = [self.difference(tool, source, profile, bits) for tool in COLOUR_TOOLS]
+                texts = ["fails" if result is None else f"{result[0]:.4f} / {result[1]:.2f}" for result in results]
+                best = min(texts)  # all have four digits after the point and means below 10
+                self.colour_table.add(f"{title}, {bits} bits", [(text, text == best) for text in texts])
+
+    def difference(self, tool, source, profile, bits):
+        out = self.path("out.tif")
+        if os.path.exists(out):
+            os.remove(out)
+        run(exact_words(tool, source, out, profile, bits, self.args))
+        judge = [self.args.judge, profile, os.path.join(self.args.inputs, SCREEN), source, out]
+        done = subprocess.run(judge, capture_output=True, text=True)
+        if done.returncode != 0:
+            print(f"{tool}: {done.stderr.strip()}", flush=True)
+            return None
+        return tuple(map(float, done.stdout.split()))
+
     def speed(self, big):
         times, peaks = {}, {}
         for tool in TOOLS:
@@ -327,7 +373,17 @@ runs with its default options except for the profiles and the intent. Times are 
 with the source in memory; the time of hueweave includes flushing the file to disk.
 
 The table does not include what only the other converters support, such as formats other than TIFF, grey and CMYK
-pixels, and arbitrary output profiles. For the accuracy of the colours, see [accuracy](accuracy.md).
+pixels. The colours are compared in the table at the end.
+"""
+COLOURS = """
+## Colours
+
+Mean and largest CIEDE2000 between the pixels of each program and Little CMS in doubles, without optimisation and cache
+(`tests/judges/colours/`), for 262,144 colours spread evenly over the space of the device: perceptual intent, to the
+same sRGB profile, in the depth of the source. The best results of a row are in bold. ImageMagick lets Little CMS convert
+each pixel in doubles, which is the truth itself and takes the time in the table above; tificc and vips let it replace
+the profiles by a grid of its own. At 8 bits, the best results consist of rounding alone. The precision `library` has an
+sRGB of its own, see [accuracy](accuracy.md).
 """
 
 
@@ -342,24 +398,25 @@ def write(path, trials):
                 "cctiff": "ArgyllCMS " + version("cctiff", r"\bV(\d[\d.]*)"),
                 "vips": version("vips --version", r"([\d.]+)"),
                 "ImageMagick": version("convert-im6 -version", r"ImageMagick ([\d.-]+)")}
-    lines = [HEAD, "| | " + " | ".join(f"{t} ({versions[t]})" for t in TOOLS) + " |",
-             "|---" * (len(TOOLS) + 1) + "|"]
-    for name, cells in trials.table.rows:
-        lines.append(f"| {name} | " + " | ".join(f"**{t}**" if good else t for t, good in cells) + " |")
-    open(path, "w").write("\n".join(lines) + "\n")
+    heads = {tool: f"{tool} ({versions[tool]})" if tool in versions else tool for tool in COLOUR_TOOLS}
+    parts = [HEAD, trials.table.markdown(heads), COLOURS, trials.colour_table.markdown(heads)]
+    with open(path, "w") as file:
+        file.write("\n".join(parts) + "\n")
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("hueweave")
+    parser.add_argument("judge")
     parser.add_argument("inputs")
     parser.add_argument("-o", "--output")
     parser.add_argument("--megapixels", type=int, default=48)
     parser.add_argument("--large", action="store_true")
     args = parser.parse_args()
-    args.hueweave, args.inputs = os.path.abspath(args.hueweave), os.path.abspath(args.inputs)
+    args.hueweave, args.judge, args.inputs = map(os.path.abspath, (args.hueweave, args.judge, args.inputs))
     with tempfile.TemporaryDirectory(prefix="hueweave-peers-") as folder:
         trials = Trials(args, folder)
+        trials.colours()
         trials.failures()
         trials.keeping()
         big = os.path.join(folder, "big.tif")

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif OUT.tif: the mean and the largest CIEDE2000 between the pixels of
+// OUT.tif, in which some program has converted IN.tif by the perceptual intent, and what Little CMS gives in doubles.
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "judges/colours/Truth.h"
+
+namespace {
+
+using namespace hueweave::judge;
+
+struct Picture {
+    std::uint32_t width = 0, height = 0;
+    std::uint16_t bits = 0;
+    std::vector<Rgb> pixels;
+};
+
+/// The first page: interleaved RGB in rows, 8 or 16 bits.
+Picture ReadPicture(const char* path) {
+    const std::unique_ptr<TIFF, decltype(&TIFFClose)> file(TIFFOpen(path, "r"), TIFFClose);
+    if (file == nullptr) throw std::runtime_error("is not a TIFF file");
+    Picture picture;
+    std::uint16_t samples = 0, planar = 0;
+    TIFFGetField(file.get(), TIFFTAG_IMAGEWIDTH, &picture.width);
+    TIFFGetField(file.get(), TIFFTAG_IMAGELENGTH, &picture.height);
+    TIFFGetFieldDefaulted(file.get(), TIFFTAG_BITSPERSAMPLE, &picture.bits);
+    TIFFGetFieldDefaulted(file.get(), TIFFTAG_SAMPLESPERPIXEL, &samples);
+    TIFFGetFieldDefaulted(file.get(), TIFFTAG_PLANARCONFIG, &planar);
+    if (samples != 3 || planar != PLANARCONFIG_CONTIG || (picture.bits != 8 && picture.bits != 16)) {
+        throw std::runtime_error("has another layout of pixels");
+    }
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(TIFFScanlineSize(file.get())));
+    for (std::uint32_t y = 0; y < picture.height; ++y) {
+        if (TIFFReadScanline(file.get(), bytes.data(), y, 0) < 0) throw std::runtime_error("cannot be read");
+        const auto* const words = reinterpret_cast<const std::uint16_t*>(bytes.data());
+        for (std::size_t x = 0; x < picture.width; ++x) {
+            Rgb& pixel = picture.pixels.emplace_back();
+            for (std::size_t c = 0; c < 3; ++c) {
+                pixel[c] = picture.bits == 8 ? bytes[3 * x + c] / 255.0 : words[3 * x + c] / 65535.0;
+            }
+        }
+    }
+    return picture;
+}
+
+void Judge(char** paths) {
+    const Picture source = ReadPicture(paths[2]), result = ReadPicture(paths[3]);
+    if (result.width != source.width || result.height != source.height || result.bits != source.bits) {
+        throw std::runtime_error("the pictures differ in size or depth");
+    }
+    const Truth truth(ReadFile(paths[0]), ReadFile(paths[1]), INTENT_PERCEPTUAL, false);
+    double sum = 0, largest = 0;
+    for (std::size_t n = 0; n < source.pixels.size(); ++n) {
+        const double difference = truth.Difference(truth.Of(source.pixels[n]), result.pixels[n]);
+        if (!std::isfinite(difference)) throw std::runtime_error("Little CMS gives no number");
+        sum += difference;
+        largest = std::max(largest, difference);
+    }
+    std::printf("%.5f %.5f\n", sum / static_cast<double>(source.pixels.size()), largest);
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    if (count != 5) {
+        std::fprintf(stderr, "usage: judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif OUT.tif\n");
+        return 2;
+    }
+    TIFFSetWarningHandler(nullptr);
+    try {
+        Judge(words + 1);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "judge_pictures: %s\n", error.what());
+        return 1;
+    }
+}
