@@ -18,8 +18,10 @@
 namespace hueweave::colour {
 namespace {
 
-constexpr double kMostP999 = 0.3, kMostLargest = 1.0;  ///< CIEDE2000 up to which a way is taken
-constexpr std::size_t kRun = 256;                      ///< pixels that Little CMS converts at a time
+/// CIEDE2000 up to which a way is taken: less than the 0.3 and 1.0 that any colours must keep to, for a check sees a
+/// few of them.
+constexpr double kMostP999 = 0.2, kMostLargest = 0.7;
+constexpr std::size_t kRun = 256;  ///< pixels that Little CMS converts at a time
 
 /// A way from pixel to pixel.
 class Conversion {
