@@ -111,6 +111,7 @@ struct Transform::Parts {
 
     void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
                  unsigned samples) const {
+        if (pixels == 0) return;
         if (source != dest && (samples > 3 || conversion == nullptr)) {
             std::memcpy(dest, source, pixels * samples * (bits / 8));
         }
