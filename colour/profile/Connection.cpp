@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "colour/profile/Connection.h"
 
+#include <cmath>
+
 namespace hueweave::colour {
 namespace {
 
@@ -22,6 +24,18 @@ bool CompensatesBlack(cmsHPROFILE target, const TransformOptions& options) {
     return options.intent != RenderingIntent::RelativeColorimetric && cmsGetEncodedICCversion(target) >= kVersion4;
 }
 
+/// Little CMS leaves out a change as small as this, summed over what changes in its encoding of XYZ.
+constexpr double kLeastChange = 0.002;
+constexpr double kXyzScale = 1.0 + 32767.0 / 32768.0;  ///< XYZ of an encoded 1
+
+Connection IfNoticed(const Connection& connection) {
+    double change = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+        change += std::abs(connection.scale[i] - 1.0) + std::abs(connection.offset[i] * kWhite[i] / kXyzScale);
+    }
+    return change < kLeastChange ? Connection() : connection;
+}
+
 }  // namespace
 
 Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options) {
@@ -39,7 +53,7 @@ Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const
             connection.offset[i] = 1.0 - connection.scale[i];
         }
     }
-    return connection;
+    return IfNoticed(connection);
 }
 
 Connection ConnectBeforeLab(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options) {

@@ -272,7 +272,7 @@ protected:
     /// Takes ranges of the file, each with bytes of `taken`, which differ from those in the file.
     std::string After(const std::vector<tool::Extent>& ranges) {
         tool::Report report(true, false);
-        const tool::Target target{"srgb", {}, {}, "of-the-target"};
+        const tool::Target target{"srgb", {}, {}, "of-the-target", {}};
         tool::ProfileCache cache(options_, target);
         tool::MadeFolders folders(false);
         tool::SweptFolders swept;

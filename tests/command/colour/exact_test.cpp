@@ -156,6 +156,9 @@ TEST_F(ExactTest, EmbedsAProfileOfTheVersionAskedFor) {
     for (const auto& [version, text] : {std::pair{"2", "2.4.0"}, std::pair{"4", "4.3.0"}}) {
         ASSERT_THAT(Convert({"--icc-version", version, in_}), Succeeds());
         EXPECT_EQ(ExifTool({"-s3", "-ICC-header:ProfileVersion", out_}), std::string(text) + "\n");
+        const std::string again = folder_ / "again.tif";
+        EXPECT_THAT(Hueweave({"convert", "--icc-version", version, out_, "-o", again, "--force"}).err,
+                    HasSubstr("is in srgb already"));
     }
 }
 

@@ -57,8 +57,9 @@ ReadyConverter ProfileCache::MakeExact(const DeviceProfile& profile, unsigned bi
         options.lightness = r.lightness;
         options.chroma = r.chroma;
         options.hue = r.hue;
-        transform =
-            std::make_shared<const colour::Transform>(profile.data, target_.profile, options, ThrowIfInterrupted);
+        const bool isOurs = profile.data == target_.library || profile.data == target_.embedded;
+        const Bytes& source = isOurs ? target_.profile : profile.data;
+        transform = std::make_shared<const colour::Transform>(source, target_.profile, options, ThrowIfInterrupted);
     }
     colour::PixelConverter converter(std::make_unique<const colour::ExactConverter>(transform, bits));
     return {profile.hash, bits, transform, {}, transform->error(), std::move(converter), target_.embedded};

@@ -4,6 +4,7 @@
 
 #include "batch/session/ProfileFile.h"
 #include "colour/profile/DeviceProfile.h"
+#include "colour/profile/OutputProfile.h"
 #include "system/Sha256.h"
 
 namespace hueweave::tool {
@@ -29,11 +30,15 @@ Bytes LoadTarget(const std::string& path) {
 }  // namespace
 
 Target MakeTarget(const ConvertOptions& options) {
-    Target target{TargetName(options), {}, {}, {}};
+    Target target{TargetName(options), {}, {}, {}, {}};
     if (!options.targetFile.empty()) {
         target.profile = target.embedded = LoadTarget(options.targetFile);
     } else if (options.precision == Precision::Exact) {
         target.profile = ProfileOfSpace(options, 4);
+        const colour::Space& space = *options.rendering.space;
+        if (space.IsEngines() && !options.rendering.curves && space.tone != colour::Tone::Kodak) {
+            target.library = colour::MakeOutputProfile(space, colour::Colorants::Engine, {}, std::string(space.title));
+        }
         target.embedded =
             options.profileVersion == 4 ? target.profile : ProfileOfSpace(options, options.profileVersion);
     }

@@ -15,6 +15,7 @@ struct Target {
     Bytes profile;     ///< to which pixels are converted
     Bytes embedded;    ///< in the outputs: the same, or one of another version
     std::string hash;  ///< SHA-256 of `embedded`
+    Bytes library;     ///< the profile that the library's precision embeds; it stands for the same colours
 };
 
 /// Reads or makes the profile that the options name. Refuses a file that is no RGB profile, and curves that no profile
