@@ -18,9 +18,9 @@
 namespace hueweave::colour {
 namespace {
 
-/// CIEDE2000 up to which a way is taken: less than the 0.3 and 1.0 that any colours must keep to, for a check sees a
+/// CIEDE2000 up to which a way is taken: a third of the 0.3 and 1.0 that all colours must keep to, for a check sees
 /// few of them.
-constexpr double kMostP999 = 0.2, kMostLargest = 0.7;
+constexpr double kMostP999 = 0.1, kMostLargest = 0.33;
 constexpr std::size_t kRun = 256;  ///< pixels that Little CMS converts at a time
 
 /// A way from pixel to pixel.
