@@ -106,7 +106,7 @@ public:
         const bool wide = reference_.inputSpace == 1;
         const Bytes pixels = PixelRun(reference_.inputSpace);
         const Bytes untouched(pixels.size(), 0xa5);
-        const bool touched = !Refuses() && reference_.Converts();
+        const bool touched = !Refuses() && reference_.CanConvert();
         const Bytes expected = touched ? reference_.Convert(pixels) : wide ? untouched : pixels;
         for (const auto& api : apis_) {
             Bytes source = pixels;
@@ -128,7 +128,7 @@ public:
         MiniTiff tiff{width, 1, 3, wide ? 16U : 8U, pixels, Bytes(40, 3)};
         WriteFile(Path("source.tif"), tiff.Build());
         tiff.icc.clear();
-        if (reference_.Converts()) tiff.pixels = reference_.Convert(pixels);
+        if (reference_.CanConvert()) tiff.pixels = reference_.Convert(pixels);
         for (const auto& api : apis_) {
             testing::internal::CaptureStdout();
             const std::int32_t answer = api.ConvertFile(Path("source.tif").c_str(), Path("dest.tif").c_str());

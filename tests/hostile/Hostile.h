@@ -88,6 +88,27 @@ inline Bytes ConvertedPixels(Bytes pixels = SamplePixels()) {
     return status == 0 ? pixels : Bytes();
 }
 
+/// The image that the first engine makes of one: other pixels, and no profile.
+inline MiniTiff Converted(MiniTiff image) {
+    image.pixels = ConvertedPixels(image.pixels);
+    image.icc.clear();
+    return image;
+}
+
+/// A profile of `bytes` bytes with as many entries as it has room for, which share one curved table of eleven curves
+/// without entries and a grid.
+inline Bytes ManySmallTables(std::size_t bytes, std::string_view name) {
+    ByteWriter block;
+    block.Text("mAB ").Big32(0).U8(16).U8(16).Big16(0);
+    for (int part = 0; part < 5; ++part) block.Big32(32);
+    const std::size_t entries = (bytes - 132 - block.Size()) / 12;
+    const auto start = static_cast<std::uint32_t>(132 + 12 * entries);
+    ByteWriter out;
+    out.Fill(128).Big32(static_cast<std::uint32_t>(entries));
+    for (std::size_t i = 0; i < entries; ++i) out.Text(name).Big32(start).Big32(32);
+    return out.Append(block.Done()).Fill(bytes - out.Size()).Done();
+}
+
 /// A folder for the files of a test, and the first engine emptied before and after it.
 class HostileTest : public testing::Test {
 protected:

@@ -25,6 +25,12 @@ public:
     }
     ByteWriter& Big16(unsigned value) { return U8(value >> 8 & 0xffU).U8(value & 0xffU); }
     ByteWriter& Big32(std::uint32_t value) { return Big16(value >> 16).Big16(value & 0xffffU); }
+    /// A 16-bit number an item.
+    template <typename Values>
+    ByteWriter& Big16s(const Values& values) {
+        for (const auto value : values) Big16(value);
+        return *this;
+    }
     ByteWriter& Little16(unsigned value) { return U8(value & 0xffU).U8(value >> 8 & 0xffU); }
     ByteWriter& Little32(std::uint32_t value) { return Little16(value & 0xffffU).Little16(value >> 16); }
     ByteWriter& Text(std::string_view text) {
@@ -63,8 +69,7 @@ inline void WriteFile(const std::string& path, const Bytes& bytes) {
 inline Bytes ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) throw std::runtime_error("cannot read " + path);
-    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    return Bytes(text.begin(), text.end());
+    return Bytes(std::istreambuf_iterator<char>(in), {});
 }
 
 }  // namespace hueweave::test

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "support/ByteWriter.h"
+#include "support/ProfileBuilder.h"
 
 // The smallest profiles that an engine can work with: a blank header, a tag table and A2B tables of three channels.
 namespace hueweave::test {
@@ -38,11 +40,8 @@ inline Curve RampCurve(std::size_t entries) {
 /// Nodes of any values, the same on every machine.
 inline std::vector<unsigned> ScatteredGrid(unsigned points, std::uint32_t seed) {
     std::vector<unsigned> grid(std::size_t{points} * points * points * 3);
-    std::uint32_t state = seed;
-    for (unsigned& value : grid) {
-        state = state * 1664525U + 1013904223U;
-        value = state >> 16;
-    }
+    Lcg random(seed);
+    for (unsigned& value : grid) value = random.Next() >> 8;
     return grid;
 }
 
@@ -50,14 +49,11 @@ inline std::vector<unsigned> ScatteredGrid(unsigned points, std::uint32_t seed) 
 inline std::vector<unsigned> LabGrid(unsigned points) {
     std::vector<unsigned> grid;
     const unsigned top = points - 1;
-    for (unsigned i = 0; i < points; ++i) {
-        for (unsigned j = 0; j < points; ++j) {
-            for (unsigned k = 0; k < points; ++k) {
-                grid.push_back((i + j + k) * 65280 / (3 * top));
-                grid.push_back(32768 - 12800 + (i + top - j) * 12800 / top);
-                grid.push_back(32768 - 12800 + (j + top - k) * 12800 / top);
-            }
-        }
+    for (unsigned n = 0; n < points * points * points; ++n) {
+        const unsigned i = n / points / points, j = n / points % points, k = n % points;
+        grid.push_back((i + j + k) * 65280 / (3 * top));
+        grid.push_back(32768 - 12800 + (i + top - j) * 12800 / top);
+        grid.push_back(32768 - 12800 + (j + top - k) * 12800 / top);
     }
     return grid;
 }
@@ -89,48 +85,25 @@ inline MiniLut MarkedLut(unsigned mark) {
 
 /// The block of type "mft2".
 inline Bytes Mft2(const MiniLut& lut) {
-    ByteWriter out;
-    out.Text("mft2").Big32(0).U8(3).U8(3).U8(lut.points).U8(0);
-    for (int i = 0; i < 9; ++i) out.Big32(i % 4 == 0 ? 0x10000 : 0);
-    out.Big16(static_cast<unsigned>(lut.input[0].size())).Big16(static_cast<unsigned>(lut.output[0].size()));
-    for (const Curve& curve : lut.input) {
-        for (const std::uint16_t entry : curve) out.Big16(entry);
-    }
-    for (const unsigned value : lut.grid) out.Big16(value);
-    for (const Curve& curve : lut.output) {
-        for (const std::uint16_t entry : curve) out.Big16(entry);
-    }
+    const auto size = [](const Curve& curve) { return static_cast<int>(curve.size()); };
+    const auto points = static_cast<int>(lut.points);
+    ByteWriter out = TableHead("mft2", {3, 3, points, size(lut.input[0]), size(lut.output[0])}, 0x10000);
+    for (const Curve& curve : lut.input) out.Big16s(curve);
+    out.Big16s(lut.grid);
+    for (const Curve& curve : lut.output) out.Big16s(curve);
     return out.Done();
 }
 
-namespace detail {
-/// Curves with an odd number of entries, so that each fills a multiple of 4 bytes with its two bytes of padding.
-inline std::uint32_t PlaceCurves(ByteWriter& out, const std::array<Curve, 3>& curves) {
-    const auto offset = static_cast<std::uint32_t>(out.Size());
-    for (const Curve& curve : curves) {
-        out.Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(curve.size()));
-        for (const std::uint16_t entry : curve) out.Big16(entry);
-        out.Align(4);
-    }
-    return offset;
-}
-}  // namespace detail
-
-/// The same table as a block of type "mAB ": B curves are the output, A curves the input side. All curves must have
-/// an odd number of entries. `withGrid` false leaves the grid out, which no engine can use.
+/// The same table as a block of type "mAB ": B curves are the output, A curves the input side. `withGrid` false leaves
+/// the grid out, which no engine can use.
 inline Bytes MftAB(const MiniLut& lut, bool withGrid = true) {
-    ByteWriter out;
-    out.Text("mAB ").Big32(0).U8(3).U8(3).Big16(0).Fill(20);
-    out.PatchBig32(12, detail::PlaceCurves(out, lut.output));
-    if (withGrid) {
-        out.PatchBig32(24, static_cast<std::uint32_t>(out.Size()));
-        for (int axis = 0; axis < 16; ++axis) out.U8(axis < 3 ? lut.points : 0);
-        out.U8(2).Fill(3);
-        for (const unsigned value : lut.grid) out.Big16(value);
-        out.Align(4);
-    }
-    out.PatchBig32(28, detail::PlaceCurves(out, lut.input));
-    return out.Done();
+    CurvedLutSpec curved;
+    std::fill_n(curved.gridPoints.begin(), 3, static_cast<std::uint8_t>(lut.points));
+    for (const unsigned value : lut.grid) curved.grid.push_back(static_cast<std::uint16_t>(value));
+    curved.aCurves.assign(lut.input.begin(), lut.input.end());
+    curved.bCurves.assign(lut.output.begin(), lut.output.end());
+    curved.hasGrid = withGrid;
+    return EncodeCurved(curved);
 }
 
 /// A block that reads as a table of bytes, which no engine can use.
@@ -140,23 +113,9 @@ inline Bytes Mft1() {
     return out.Fill(4 * 3 + 8 * 3 + 4 * 3, 0x40).Done();
 }
 
-inline Bytes XyzBlock(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return ByteWriter().Text("XYZ ").Big32(0).Big32(x).Big32(y).Big32(z).Done();
-}
-
 using MiniTags = std::vector<std::pair<std::string_view, Bytes>>;
 
-/// Header, table and blocks, each block at a multiple of 4.
-inline Bytes MiniProfile(const MiniTags& tags) {
-    ByteWriter out;
-    out.Fill(128).Big32(static_cast<std::uint32_t>(tags.size()));
-    std::size_t offset = 132 + 12 * tags.size();
-    for (const auto& [name, block] : tags) {
-        out.Text(name).Big32(static_cast<std::uint32_t>(offset)).Big32(static_cast<std::uint32_t>(block.size()));
-        offset += (block.size() + 3) / 4 * 4;
-    }
-    for (const auto& [name, block] : tags) out.Append(block).Align(4);
-    return out.Done();
-}
+/// Without a header.
+inline Bytes MiniProfile(const MiniTags& tags) { return Container(Bytes(128), tags); }
 
 }  // namespace hueweave::test

@@ -42,18 +42,29 @@ std::uint16_t Node(GridKind kind, double x, double y, double z, int channel, Lcg
     return Sample(32768.0 + (light - 0.5) * (channel == 1 ? 20000.0 : 31000.0) - 6000.0 * (channel == 1 ? z : x));
 }
 
+std::uint16_t Entry(CurveKind kind, double x, int i, int channel, Lcg& random) {
+    switch (kind) {
+        case CurveKind::Ramp:
+            return Sample(x * 65535.0);
+        case CurveKind::Power:
+            return Sample(std::pow(x, 0.6 + 0.5 * channel) * 65535.0);
+        case CurveKind::Random:
+            return random.Sample();
+        case CurveKind::Extremes:
+            return (i + channel) % 2 == 0 ? std::uint16_t{0} : std::uint16_t{65535};
+        case CurveKind::Falling:
+            break;
+    }
+    return Sample((1.0 - x) * 65535.0);
+}
+
 std::uint32_t PlaceCurves(ByteWriter& out, const std::vector<std::vector<std::uint16_t>>& curves, CurveLayout layout) {
     if (curves.empty()) return 0;
     out.Align(4);
     const auto offset = static_cast<std::uint32_t>(out.Size());
     for (const auto& curve : curves) {
-        out.Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(curve.size()));
-        for (const std::uint16_t entry : curve) out.Big16(entry);
-        if (layout == CurveLayout::Aligned) {
-            out.Align(4);
-        } else {
-            out.Big16(0);
-        }
+        out.Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(curve.size())).Big16s(curve);
+        layout == CurveLayout::Aligned ? out.Align(4) : out.Big16(0);
     }
     return offset;
 }
@@ -63,45 +74,18 @@ std::uint32_t PlaceGrid(ByteWriter& out, const CurvedLutSpec& lut) {
     out.Align(4);
     const auto offset = static_cast<std::uint32_t>(out.Size());
     for (const std::uint8_t points : lut.gridPoints) out.U8(points);
-    out.U8(lut.precision).Fill(3);
-    for (const std::uint16_t value : lut.grid) out.Big16(value);
+    out.U8(lut.precision).Fill(3).Big16s(lut.grid);
     return offset;
 }
 
 }  // namespace
-
-std::string NameOf(CurveKind kind) {
-    const char* const names[] = {"Ramp", "Power", "Random", "Extremes", "Falling"};
-    return names[static_cast<int>(kind)];
-}
-
-std::string NameOf(GridKind kind) {
-    const char* const names[] = {"Scanner", "Neutral", "Random", "Extremes", "Falling"};
-    return names[static_cast<int>(kind)];
-}
 
 std::vector<std::uint16_t> MakeCurve(CurveKind kind, int entries, int channel, std::uint32_t seed) {
     Lcg random(seed * 97U + static_cast<std::uint32_t>(channel));
     std::vector<std::uint16_t> curve;
     for (int i = 0; i < entries; ++i) {
         const double x = entries < 2 ? 0.0 : static_cast<double>(i) / (entries - 1);
-        switch (kind) {
-            case CurveKind::Ramp:
-                curve.push_back(Sample(x * 65535.0));
-                break;
-            case CurveKind::Power:
-                curve.push_back(Sample(std::pow(x, 0.6 + 0.5 * channel) * 65535.0));
-                break;
-            case CurveKind::Random:
-                curve.push_back(random.Sample());
-                break;
-            case CurveKind::Extremes:
-                curve.push_back((i + channel) % 2 == 0 ? std::uint16_t{0} : std::uint16_t{65535});
-                break;
-            case CurveKind::Falling:
-                curve.push_back(Sample((1.0 - x) * 65535.0));
-                break;
-        }
+        curve.push_back(Entry(kind, x, i, channel, random));
     }
     return curve;
 }
@@ -134,12 +118,10 @@ CurvedLutSpec Curved(const LutContents& lut, CurveLayout layout) {
     curved.inputs = lut.inputs;
     curved.outputs = lut.outputs;
     curved.layout = layout;
-    for (int axis = 0; axis < lut.inputs; ++axis) {
-        curved.gridPoints.at(static_cast<std::size_t>(axis)) = static_cast<std::uint8_t>(lut.points);
-    }
     curved.grid = lut.grid;
     for (int c = 0; c < lut.inputs; ++c) {
         const auto first = lut.input.begin() + c * lut.inputEntries;
+        curved.gridPoints.at(static_cast<std::size_t>(c)) = static_cast<std::uint8_t>(lut.points);
         curved.aCurves.emplace_back(first, first + lut.inputEntries);
     }
     for (int c = 0; c < lut.outputs; ++c) {
@@ -149,25 +131,25 @@ CurvedLutSpec Curved(const LutContents& lut, CurveLayout layout) {
     return curved;
 }
 
-Bytes EncodeMft2(const LutContents& lut) {
+ByteWriter TableHead(std::string_view type, const LutShape& shape, std::uint32_t diagonal) {
     ByteWriter out;
-    out.Text("mft2").Big32(0);
-    out.U8(static_cast<unsigned>(lut.inputs)).U8(static_cast<unsigned>(lut.outputs));
-    out.U8(static_cast<unsigned>(lut.points)).U8(0);
+    out.Text(type).Big32(0);
+    for (const int value : {shape.inputs, shape.outputs, shape.points, 0}) out.U8(static_cast<unsigned>(value));
+    for (int i = 0; i < 9; ++i) out.Big32(i % 4 == 0 ? diagonal : 0);
+    return out.Big16(static_cast<unsigned>(shape.inputEntries)).Big16(static_cast<unsigned>(shape.outputEntries));
+}
+
+Bytes EncodeMft2(const LutContents& lut) {
     // A matrix that would show at once if anybody applied it: 2 on the diagonal.
-    for (int i = 0; i < 9; ++i) out.Big32(i % 4 == 0 ? 0x20000U : 0U);
-    out.Big16(static_cast<unsigned>(lut.inputEntries)).Big16(static_cast<unsigned>(lut.outputEntries));
-    for (const std::uint16_t value : lut.input) out.Big16(value);
-    for (const std::uint16_t value : lut.grid) out.Big16(value);
-    for (const std::uint16_t value : lut.output) out.Big16(value);
-    return out.Align(4).Done();
+    ByteWriter out =
+        TableHead("mft2", {lut.inputs, lut.outputs, lut.points, lut.inputEntries, lut.outputEntries}, 0x20000);
+    return out.Big16s(lut.input).Big16s(lut.grid).Big16s(lut.output).Align(4).Done();
 }
 
 Bytes EncodeCurved(const CurvedLutSpec& lut) {
     ByteWriter out;
     out.Text(lut.type).Big32(0);
-    out.U8(static_cast<unsigned>(lut.inputs)).U8(static_cast<unsigned>(lut.outputs)).Fill(2);
-    out.Fill(20);
+    out.U8(static_cast<unsigned>(lut.inputs)).U8(static_cast<unsigned>(lut.outputs)).Fill(22);
     const auto& first = lut.aFirst ? lut.aCurves : lut.bCurves;
     const auto& last = lut.aFirst ? lut.bCurves : lut.aCurves;
     const std::uint32_t firstOffset = PlaceCurves(out, first, lut.layout);
@@ -181,37 +163,16 @@ Bytes EncodeCurved(const CurvedLutSpec& lut) {
     return out.Align(4).Done();
 }
 
-ProfileBuilder::ProfileBuilder() : header_(128, 0) {
-    HeaderWord(8, 0x02400000).HeaderWord(12, 0x73636e72).HeaderWord(16, 0x52474220).HeaderWord(20, 0x4c616220);
-    HeaderWord(36, 0x61637370).HeaderWord(68, 0xf6d6).HeaderWord(72, 0x10000).HeaderWord(76, 0xd32d);
-}
-
-ProfileBuilder& ProfileBuilder::HeaderWord(std::size_t offset, std::uint32_t word) {
-    for (std::size_t i = 0; i < 4; ++i) header_.at(offset + i) = static_cast<unsigned char>(word >> (24 - 8 * i));
-    return *this;
-}
-
-ProfileBuilder& ProfileBuilder::Xyz(std::string_view name, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
-    return Raw(name, ByteWriter().Text("XYZ ").Big32(0).Big32(x).Big32(y).Big32(z).Done());
+Bytes ProfileBuilder::Header() {
+    ByteWriter out;
+    out.Fill(8).Big32(0x02400000).Text("scnrRGB Lab ").Fill(12).Text("acsp").Fill(28);
+    return out.Big32(0xf6d6).Big32(0x10000).Big32(0xd32d).Fill(48).Done();
 }
 
 ProfileBuilder& ProfileBuilder::Raw(std::string_view name, Bytes block) {
     while (block.size() % 4 != 0) block.push_back(0);
     tags_.emplace_back(std::string(name), std::move(block));
     return *this;
-}
-
-Bytes ProfileBuilder::Build() const {
-    ByteWriter out;
-    out.Append(header_).Big32(static_cast<std::uint32_t>(tags_.size()));
-    std::size_t at = 132 + 12 * tags_.size();
-    for (const auto& [name, block] : tags_) {
-        out.Text(name).Big32(static_cast<std::uint32_t>(at)).Big32(static_cast<std::uint32_t>(block.size()));
-        at += block.size();
-    }
-    for (const auto& [name, block] : tags_) out.Append(block);
-    out.PatchBig32(0, static_cast<std::uint32_t>(at));
-    return out.Done();
 }
 
 }  // namespace hueweave::test

@@ -45,8 +45,12 @@ enum class GridKind {
     Falling,   ///< every channel falls along every axis
 };
 
-std::string NameOf(CurveKind kind);
-std::string NameOf(GridKind kind);
+inline std::string NameOf(CurveKind kind) {
+    return std::array{"Ramp", "Power", "Random", "Extremes", "Falling"}.at(static_cast<std::size_t>(kind));
+}
+inline std::string NameOf(GridKind kind) {
+    return std::array{"Scanner", "Neutral", "Random", "Extremes", "Falling"}.at(static_cast<std::size_t>(kind));
+}
 
 /// What a table is made of; `MakeLut` works out the values.
 struct LutShape {
@@ -102,30 +106,59 @@ struct CurvedLutSpec {
 /// many axes as inputs.
 CurvedLutSpec Curved(const LutContents& lut, CurveLayout layout);
 
+/// The start of a table of the "mft2" layout, up to its input curves, with the same word on the diagonal of its matrix.
+ByteWriter TableHead(std::string_view type, const LutShape& shape, std::uint32_t diagonal);
 Bytes EncodeMft2(const LutContents& lut);
 Bytes EncodeCurved(const CurvedLutSpec& lut);
+
+inline Bytes XyzBlock(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+    return ByteWriter().Text("XYZ ").Big32(0).Big32(x).Big32(y).Big32(z).Done();
+}
 
 /// Name and block of each tag, in file order.
 using TagList = std::vector<std::pair<std::string, Bytes>>;
 
-/// A whole profile: header, tag table and blocks, each block padded to a multiple of 4.
+/// Header, tag table and blocks, each block padded to a multiple of 4. `tags` are pairs of name and block.
+template <typename Tags>
+Bytes Container(const Bytes& header, const Tags& tags) {
+    ByteWriter out;
+    out.Append(header).Big32(static_cast<std::uint32_t>(tags.size()));
+    std::size_t at = header.size() + 4 + 12 * tags.size();
+    for (const auto& [name, block] : tags) {
+        out.Text(name).Big32(static_cast<std::uint32_t>(at)).Big32(static_cast<std::uint32_t>(block.size()));
+        at += (block.size() + 3) / 4 * 4;
+    }
+    for (const auto& [name, block] : tags) out.Append(block).Align(4);
+    return out.Done();
+}
+/// The same, with its size in the header.
+template <typename Tags>
+Bytes SizedContainer(const Bytes& header, const Tags& tags) {
+    ByteWriter out;
+    out.Append(Container(header, tags));
+    out.PatchBig32(0, static_cast<std::uint32_t>(out.Size()));
+    return out.Done();
+}
+
+/// A whole profile of an RGB scanner.
 class ProfileBuilder {
 public:
-    ProfileBuilder();
-    /// A big-endian word of the header.
-    ProfileBuilder& HeaderWord(std::size_t offset, std::uint32_t word);
     ProfileBuilder& Mft2(std::string_view name, const LutContents& lut) { return Raw(name, EncodeMft2(lut)); }
     ProfileBuilder& MftAB(std::string_view name, const CurvedLutSpec& lut) { return Raw(name, EncodeCurved(lut)); }
     /// The three words as they are to stand in the file: fixed point, 16 bits of fraction.
-    ProfileBuilder& Xyz(std::string_view name, std::uint32_t x, std::uint32_t y, std::uint32_t z);
+    ProfileBuilder& Xyz(std::string_view name, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
+        return Raw(name, XyzBlock(x, y, z));
+    }
     ProfileBuilder& Raw(std::string_view name, Bytes block);
 
     const TagList& Tags() const { return tags_; }
-    Bytes Build() const;
+    Bytes Build() const { return SizedContainer(header_, tags_); }
     void Write(const std::string& path) const { WriteFile(path, Build()); }
 
 private:
-    Bytes header_;
+    static Bytes Header();
+
+    Bytes header_ = Header();
     TagList tags_;
 };
 

@@ -1,51 +1,44 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include <algorithm>
+#include "support/ReferenceLut.h"
 
-#include "support/ReferencePipeline.h"
+#include <algorithm>
+#include <string>
+
+#include "support/ReferenceProfile.h"
 
 namespace hueweave::test {
 namespace {
 
-std::size_t Byte(const Bytes& block, std::size_t at) { return at < block.size() ? block[at] : 0; }
-std::size_t Word16(const Bytes& block, std::size_t at) { return Byte(block, at) * 256 + Byte(block, at + 1); }
-std::size_t Word32(const Bytes& block, std::size_t at) { return Word16(block, at) * 65536 + Word16(block, at + 2); }
-
 std::vector<int> EntriesAt(const Bytes& block, std::size_t at, std::size_t count) {
     std::vector<int> words;
-    for (std::size_t i = 0; i < count; ++i) words.push_back(static_cast<int>(Word16(block, at + 2 * i)));
+    for (std::size_t i = 0; i < count; ++i) words.push_back(static_cast<int>(Big16At(block, at + 2 * i)));
     return words;
 }
 
 int Int(std::size_t value) { return static_cast<int>(value); }
 
-bool InRange(const ReferenceLut& lut) {
-    return lut.inputs <= 3 && lut.outputs <= 7 && lut.points >= 2 && lut.points <= 33 && lut.inputEntries <= 4096 &&
-           lut.outputEntries <= 4096;
+/// The table, if the units can work with it.
+std::optional<ReferenceLut> Usable(const ReferenceLut& lut) {
+    const bool usable = lut.inputs <= 3 && lut.outputs <= 7 && lut.points >= 2 && lut.points <= 33 &&
+                        lut.inputEntries <= 4096 && lut.outputEntries <= 4096;
+    return usable ? std::optional(lut) : std::nullopt;
 }
 
 std::optional<ReferenceLut> DecodeMft2(const Bytes& block) {
-    const std::size_t inputs = Byte(block, 8);
-    const std::size_t outputs = Byte(block, 9);
-    const std::size_t points = Byte(block, 10);
-    const std::size_t inputEntries = Word16(block, 48);
-    const std::size_t outputEntries = Word16(block, 50);
+    const std::size_t inputs = ByteAt(block, 8);
+    const std::size_t outputs = ByteAt(block, 9);
+    const std::size_t points = ByteAt(block, 10);
+    const std::size_t inputEntries = Big16At(block, 48);
+    const std::size_t outputEntries = Big16At(block, 50);
     // The grid counts as a cube whatever the number of inputs.
     const std::size_t nodes = points * points * points;
     const std::size_t gridAt = 52 + 2 * inputs * inputEntries;
     const std::size_t outputAt = gridAt + 2 * nodes * outputs;
     if (outputAt + 2 * outputs * outputEntries > block.size()) return std::nullopt;
-    ReferenceLut lut;
-    lut.inputs = Int(inputs);
-    lut.outputs = Int(outputs);
-    lut.points = Int(points);
-    lut.inputEntries = Int(inputEntries);
-    lut.outputEntries = Int(outputEntries);
-    lut.input = EntriesAt(block, 52, inputs * inputEntries);
-    lut.grid = EntriesAt(block, gridAt, nodes * outputs);
-    lut.output = EntriesAt(block, outputAt, outputs * outputEntries);
-    if (!InRange(lut)) return std::nullopt;
-    return lut;
+    return Usable({Int(inputs), Int(outputs), Int(points), Int(inputEntries), Int(outputEntries),
+                   EntriesAt(block, 52, inputs * inputEntries), EntriesAt(block, gridAt, nodes * outputs),
+                   EntriesAt(block, outputAt, outputs * outputEntries)});
 }
 
 /// `count` curves from `at` on, each 2n + 14 bytes behind the one before; n is at most what the block has room for.
@@ -54,7 +47,7 @@ std::vector<std::vector<int>> ReadCurves(const Bytes& block, std::size_t at, std
     if (at == 0) return curves;
     for (std::size_t c = 0; c < count; ++c) {
         const std::size_t room = at < block.size() ? block.size() - at : 0;
-        const std::size_t n = room < 12 ? 0 : std::min(Word32(block, at + 8), (room - 12) / 2);
+        const std::size_t n = room < 12 ? 0 : std::min<std::size_t>(Big32At(block, at + 8), (room - 12) / 2);
         curves.push_back(EntriesAt(block, at + 12, n));
         at += 2 * n + 14;
     }
@@ -72,21 +65,21 @@ std::optional<std::vector<int>> Join(const std::vector<std::vector<int>>& curves
 }
 
 std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
-    const std::size_t inputs = Byte(block, 8);
-    const std::size_t outputs = Byte(block, 9);
-    const std::size_t gridAt = Word32(block, 24);
+    const std::size_t inputs = ByteAt(block, 8);
+    const std::size_t outputs = ByteAt(block, 9);
+    const std::size_t gridAt = Big32At(block, 24);
     // At most seven A and three B curves are held, and the units take at most three inputs.
     if (inputs < 1 || inputs > 3 || outputs < 1 || outputs > 3 || gridAt == 0) return std::nullopt;
-    const auto a = ReadCurves(block, Word32(block, 28), inputs);
-    const auto b = ReadCurves(block, Word32(block, 12), outputs);
+    const auto a = ReadCurves(block, Big32At(block, 28), inputs);
+    const auto b = ReadCurves(block, Big32At(block, 12), outputs);
     if (a.empty() || b.empty()) return std::nullopt;
 
     std::size_t held = outputs;
-    for (std::size_t axis = 0; axis < inputs; ++axis) held *= Byte(block, gridAt + axis);
-    const std::size_t precision = Byte(block, gridAt + 16);
+    for (std::size_t axis = 0; axis < inputs; ++axis) held *= ByteAt(block, gridAt + axis);
+    const std::size_t precision = ByteAt(block, gridAt + 16);
     if (precision != 2 || gridAt + 20 + precision * held > block.size()) return std::nullopt;
 
-    const std::size_t points = Byte(block, gridAt);
+    const std::size_t points = ByteAt(block, gridAt);
     std::size_t wanted = outputs;
     for (std::size_t axis = 0; axis < inputs; ++axis) wanted *= points;
     if (held < wanted) return std::nullopt;
@@ -94,22 +87,24 @@ std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
     const auto input = Join(a);
     const auto output = Join(b);
     if (!input || !output) return std::nullopt;
-    ReferenceLut lut;
-    lut.inputs = Int(inputs);
-    lut.outputs = Int(outputs);
-    lut.points = Int(points);
-    lut.inputEntries = Int(a[0].size());
-    lut.outputEntries = Int(b[0].size());
-    lut.input = *input;
-    lut.output = *output;
-    lut.grid = EntriesAt(block, gridAt + 20, wanted);
+    std::vector<int> grid = EntriesAt(block, gridAt + 20, wanted);
     // The grid unit walks a cube; what a grid of fewer axes does not fill is 0.
-    lut.grid.resize(std::max(wanted, points * points * points * outputs), 0);
-    if (!InRange(lut)) return std::nullopt;
-    return lut;
+    grid.resize(std::max(wanted, points * points * points * outputs), 0);
+    return Usable({Int(inputs), Int(outputs), Int(points), Int(a[0].size()), Int(b[0].size()), *input, grid, *output});
 }
 
 }  // namespace
+
+ReferenceLut AsReference(const LutContents& lut) {
+    return {lut.inputs,
+            lut.outputs,
+            lut.points,
+            lut.inputEntries,
+            lut.outputEntries,
+            {lut.input.begin(), lut.input.end()},
+            {lut.grid.begin(), lut.grid.end()},
+            {lut.output.begin(), lut.output.end()}};
+}
 
 std::optional<ReferenceLut> DecodeLutTag(const Bytes& block) {
     const std::string type(block.begin(),

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 //
 // The output side of the reference units: expansion of curves, and the tone curves.
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -36,90 +37,110 @@ int ToneOf(Form form, int i) {
     return static_cast<int>(Srgb(x) + 0.5);
 }
 
-/// Turns the offset encoding of a and b into the signed one.
-void Flip(std::array<std::vector<int>, 7>& table, int bit) {
-    for (std::size_t i = 0; i < 65536; ++i) {
-        table[1][i] ^= bit;
-        table[2][i] ^= bit;
-    }
-}
+/// What a form leaves: the mode, how many tables it shifts to 8 bits, the bit that it turns in those of a and b, and
+/// its result, or -1 for the space that was asked for.
+struct FormRow {
+    int mode;
+    std::size_t shifted;
+    int turned, result;
+};
+constexpr FormRow kForm[kForms] = {{1, 3, 0, -1},      // Gamma100
+                                   {1, 0, 0, -1},      // Gamma180
+                                   {0, 0, 0, -1},      // Gamma180_16
+                                   {1, 0, 0, 8},       // Srgb
+                                   {0, 0, 0, 9},       // Srgb_16
+                                   {1, 3, 0, 34},      // KodakPhoto
+                                   {0, 0, 0, 35},      // KodakPhoto_16
+                                   {1, 3, 0, 36},      // KodakMix
+                                   {1, 3, 0, 37},      // KodakMix_16. Kept: 8 bits
+                                   {1, 3, 0, 38},      // KodakText
+                                   {0, 0, 0, 39},      // KodakText_16
+                                   {1, 3, 0, 0},       // Rgb8
+                                   {1, 3, 0x80, 2},    // Lab8
+                                   {0, 0, 0x8000, 3},  // Lab16
+                                   {3, 4, 0, 4},       // Cmyk8
+                                   {2, 0, 0, 5},       // Cmyk16
+                                   {5, 6, 0, 16},      // Clr6_8
+                                   {4, 0, 0, 17},      // Clr6_16
+                                   {7, 7, 0, 18},      // Clr7_8
+                                   {6, 0, 0, 19}};     // Clr7_16
 
-bool IsWideRgb(Form form) {
-    return form == Form::Gamma180_16 || form == Form::Srgb_16 || form == Form::KodakPhoto_16 ||
-           form == Form::KodakText_16 || form == Form::Lab16;
-}
+struct KodakLaw {
+    int low, high;
+    double a, b;
+};
+constexpr KodakLaw kPhoto{0, 1024, 1.2, 0.0}, kMix{512, 2048, 1.5, 0.2}, kText{2048, 10240, 2.0, 0.3};
+constexpr KodakLaw kMix16{512, 2048, 1.5, 0.0};  // Kept: without b
+constexpr KodakLaw kKodak[] = {kPhoto, kPhoto, kMix, kMix16, kText, kText};
 
 }  // namespace
 
-void ReferenceOutputs::Reset() {
+ReferenceCurves::ReferenceCurves() {
     for (auto& row : curve) {
-        row.resize(4096);
-        for (int i = 0; i < 4096; ++i) row[AsIndex(i)] = i;
-    }
-    for (auto& row : table) {
-        row.resize(65536);
-        for (int i = 0; i < 65536; ++i) row[AsIndex(i)] = i;
+        for (int i = 0; i < 4096; ++i) row.push_back(i);
     }
 }
 
-PlainNode ReferenceOutputs::Points(const PlainNode& at) const {
-    PlainNode result{};
-    for (std::size_t c = 0; c < 7; ++c) {
-        const double x = at[c];
-        const int i = static_cast<int>(x / step);
-        const double f = (x - step * i) / span;
-        result[c] = static_cast<int>(curve[c][AsIndex(i + 1)] * f + (1 - f) * curve[c][AsIndex(i)] + 0.5);
-    }
+ReferenceNode ReferenceCurves::Points(const ReferenceNode& at) const {
+    ReferenceNode result{};
+    for (std::size_t c = 0; c < 7; ++c) result[c] = Point(c, at[c]);
     return result;
 }
 
-void ReferenceOutputs::Expand(std::size_t moving) {
-    for (int v = 0; v < 65535; ++v) {
-        PlainNode at{};
-        for (std::size_t c = 0; c < moving; ++c) at[c] = v;
-        const PlainNode result = Points(at);
-        for (std::size_t c = 0; c < 7; ++c) table[c][AsIndex(v)] = result[c];
-    }
-}
-
-void ReferenceOutputs::Load(const PlainLut& lut) {
+void ReferenceCurves::Load(const ReferenceLut& lut) {
     channels = lut.outputs;
     entries = lut.outputEntries;
     const bool useless = entries < 3;
     if (useless) {
+        // Kept: 15.0 divides a step of 16.
         entries = 4096;
         step = 16.003663003663004;
         span = 15.0;
-        for (std::size_t c = 0; c < AsIndex(channels); ++c) {
-            for (int i = 0; i < 4096; ++i) curve[c][AsIndex(i)] = 16 * i;
-        }
     } else {
         step = 65535.0 / (entries - 1);
         span = 65536.0 / entries;
-        std::size_t next = 0;
-        for (std::size_t c = 0; c < AsIndex(channels); ++c) {
-            for (std::size_t i = 0; i < AsIndex(entries); ++i) curve[c][i] = lut.output[next++];
-        }
     }
-    Expand(7);
-    for (std::size_t c = 0; c < 7; ++c) table[c][65535] = useless ? 65535 : curve[c][AsIndex(entries - 1)];
+    std::size_t next = 0;
+    for (std::size_t c = 0; c < AsIndex(channels); ++c) {
+        for (int i = 0; i < entries; ++i) curve[c][AsIndex(i)] = useless ? 16 * i : lut.output[next++];
+    }
+    for (std::size_t c = 0; c < 7; ++c) last[c] = useless ? 65535 : curve[c][AsIndex(entries - 1)];
 }
 
-void ReferenceOutputs::Load(const Bytes& red, const Bytes& green, const Bytes& blue) {
+void ReferenceCurves::Load(const Bytes& red, const Bytes& green, const Bytes& blue) {
     const Bytes* arrays[3] = {&red, &green, &blue};
     for (std::size_t c = 0; c < 3; ++c) {
         for (std::size_t i = 0; i < red.size(); ++i) curve[c][i] = (*arrays[c])[i] << 8;
     }
     step = 257.0;
     span = 256.0;
-    Expand(3);
-    for (std::size_t c = 0; c < 7; ++c) table[c][65535] = c < 3 ? 65535 : 0;
+    for (std::size_t c = 0; c < 7; ++c) last[c] = c < 3 ? 65535 : 0;
 }
 
-void ReferenceOutputs::ShiftDown(std::size_t tables) {
-    for (std::size_t c = 0; c < tables; ++c) {
-        for (int& entry : table[c]) entry = entry >> 8;
+void ReferenceOutputs::Reset() {
+    curve = ReferenceCurves().curve;
+    for (auto& row : table) {
+        row.resize(65536);
+        for (int i = 0; i < 65536; ++i) row[AsIndex(i)] = i;
     }
+}
+
+/// The tables from the curves; the channels behind the first `moving` stay at the start of their curve.
+void ReferenceOutputs::Expand(std::size_t moving) {
+    for (std::size_t c = 0; c < 7; ++c) {
+        for (int v = 0; v < 65535; ++v) table[c][AsIndex(v)] = Point(c, c < moving ? v : 0);
+        table[c][65535] = last[c];
+    }
+}
+
+void ReferenceOutputs::Load(const ReferenceLut& lut) {
+    ReferenceCurves::Load(lut);
+    Expand(7);
+}
+
+void ReferenceOutputs::Load(const Bytes& red, const Bytes& green, const Bytes& blue) {
+    ReferenceCurves::Load(red, green, blue);
+    Expand(3);
 }
 
 void ReferenceOutputs::Kodak(int low, int high, double a, double b, double c) {
@@ -130,87 +151,34 @@ void ReferenceOutputs::Kodak(int low, int high, double a, double b, double c) {
     const double intercept = -(low * top) / (high - low);
     for (int i = 0; i < 65535; ++i) {
         int entry = 0;
-        if (i < high) {
-            if (low < i) {
-                const int t = static_cast<int>(i * slope + intercept);
-                entry = t < 0 ? 0 : t;
-            }
-        } else {
-            const int t = static_cast<int>(std::pow(i / 65535.0, e) * scale + 128.0);
-            entry = t > 65535 ? 65535 : t;
+        if (i >= high) {
+            entry = std::min(static_cast<int>(std::pow(i / 65535.0, e) * scale + 128.0), 65535);
+        } else if (i > low) {
+            entry = std::max(static_cast<int>(i * slope + intercept), 0);
         }
         for (std::size_t row = 0; row < 3; ++row) table[row][AsIndex(i)] = entry;
     }
 }
 
-int ReferenceOutputs::ApplyInks(std::size_t shifted, int newMode, int result) {
-    ShiftDown(shifted);
-    mode = newMode;
-    return result;
-}
-
-int ReferenceOutputs::ApplyTone(Form form, int space) {
-    for (int i = 0; i < 65536; ++i) {
-        const int entry = ToneOf(form, i);
-        for (std::size_t row = 0; row < 3; ++row) table[row][AsIndex(i)] = entry;
-    }
-    return form == Form::Srgb ? 8 : form == Form::Srgb_16 ? 9 : space;
-}
-
 int ReferenceOutputs::Apply(Form form, int space) {
-    mode = IsWideRgb(form) ? 0 : 1;
-    switch (form) {
-        case Form::Gamma100:
-            ShiftDown(3);
-            return space;
-        case Form::Rgb8:
-            ShiftDown(3);
-            return 0;
-        case Form::KodakPhoto:
-            Kodak(0, 1024, 1.2, 0.0, 2.2);
-            ShiftDown(3);
-            return 34;
-        case Form::KodakPhoto_16:
-            Kodak(0, 1024, 1.2, 0.0, 2.2);
-            return 35;
-        case Form::KodakMix:
-            Kodak(512, 2048, 1.5, 0.2, 2.2);
-            ShiftDown(3);
-            return 36;
-        case Form::KodakMix_16:
-            Kodak(512, 2048, 1.5, 0.0, 2.2);
-            ShiftDown(3);
-            return 37;
-        case Form::KodakText:
-            Kodak(2048, 10240, 2.0, 0.3, 2.2);
-            ShiftDown(3);
-            return 38;
-        case Form::KodakText_16:
-            Kodak(2048, 10240, 2.0, 0.3, 2.2);
-            return 39;
-        case Form::Cmyk8:
-            return ApplyInks(4, 3, 4);
-        case Form::Cmyk16:
-            return ApplyInks(0, 2, 5);
-        case Form::Clr6_8:
-            return ApplyInks(6, 5, 16);
-        case Form::Clr6_16:
-            return ApplyInks(0, 4, 17);
-        case Form::Clr7_8:
-            return ApplyInks(7, 7, 18);
-        case Form::Clr7_16:
-            return ApplyInks(0, 6, 19);
-        case Form::Lab8:
-            ShiftDown(3);
-            Flip(table, 0x80);
-            return 2;
-        case Form::Lab16:
-            Flip(table, 0x8000);
-            return 3;
-        default:
-            break;
+    const FormRow& row = kForm[static_cast<int>(form)];
+    for (int i = 0; i < 65536 && form >= Form::Gamma180 && form <= Form::Srgb_16; ++i) {
+        table[0][AsIndex(i)] = table[1][AsIndex(i)] = table[2][AsIndex(i)] = ToneOf(form, i);
     }
-    return ApplyTone(form, space);
+    if (form >= Form::KodakPhoto && form <= Form::KodakText_16) {
+        const KodakLaw& law = kKodak[static_cast<int>(form) - static_cast<int>(Form::KodakPhoto)];
+        Kodak(law.low, law.high, law.a, law.b, 2.2);
+    }
+    for (std::size_t c = 0; c < row.shifted; ++c) {
+        for (int& entry : table[c]) entry >>= 8;
+    }
+    // From the offset encoding of a and b to the signed one.
+    for (std::size_t i = 0; i < 65536; ++i) {
+        table[1][i] ^= row.turned;
+        table[2][i] ^= row.turned;
+    }
+    mode = row.mode;
+    return row.result < 0 ? space : row.result;
 }
 
 void ReferenceOutputs::Run(int code, const Words& work, int pixels, Bytes& dest) const {

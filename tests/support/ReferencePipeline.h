@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,32 +12,16 @@
 
 #include "support/ByteWriter.h"
 #include "support/ProfileBuilder.h"
+#include "support/ReferenceLut.h"
 
-// A second, plain statement of the whole way from a profile to pixels. It shares no line with the library and is
-// written for being read beside the rules, not for speed.
+// A second, plain statement of the whole way from a profile to pixels, put together from the reference units. It shares
+// no line with the library and is written for being read beside the rules, not for speed.
 namespace hueweave::test {
-
-/// A device-to-PCS table, decoded.
-struct ReferenceLut {
-    int inputs = 0;
-    int outputs = 0;
-    int points = 0;
-    int inputEntries = 0;
-    int outputEntries = 0;
-    std::vector<int> input;
-    std::vector<int> grid;
-    std::vector<int> output;
-};
-
-/// The table of an A2B tag's block; none when no engine can work with it.
-std::optional<ReferenceLut> DecodeLutTag(const Bytes& block);
 
 /// Three tables, one a channel.
 using ReferenceTables = std::array<std::vector<std::uint32_t>, 3>;
 /// The X, Y and Z words of a white point.
 using ReferenceWhite = std::array<std::uint32_t, 3>;
-/// Channels 0 to 6 of one node.
-using ReferenceNode = std::array<int, 7>;
 /// By tetrahedron and output channel: constant, red, green, blue.
 using ReferenceCell = std::array<std::array<std::array<std::int32_t, 4>, 3>, 6>;
 
@@ -71,8 +56,6 @@ public:
     int AdjustLch(double lightness, double chroma, double hue);
     int AdjustOutput(const Bytes& red, const Bytes& green, const Bytes& blue, int count);
 
-    /// Whether there are tables for the present input encoding; without them a conversion touches nothing.
-    bool Converts() const;
     /// Whether there are input tables, and for 16-bit pixels those of 65536 entries. Else no pixel is touched.
     bool CanConvert() const;
     /// What the run of pixels comes out as: bytes for 8 bit, little-endian words for 16 bit.
@@ -91,14 +74,12 @@ public:
     ReferenceTables out;               ///< empty: never built
 
 private:
-    const Bytes* Find(const std::string& name) const;
-    /// The block of the tag that the intent selects, or null.
-    const Bytes* Select() const;
     std::optional<ReferenceWhite> White() const;
     int Refuse();
+    /// Gives `build` the table of the intent. Returns the output space, or 65535 without a usable table.
+    int Rebuild(const std::function<void(const ReferenceLut& lut)>& build);
     int BuildAll(double dL, double dC, double dh);
     void BuildGrid(const ReferenceLut& lut, double dL, double dC, double dh);
-    void BuildOutput();
 
     Disk disk_;
     TagList tags_;

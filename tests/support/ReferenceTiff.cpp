@@ -3,29 +3,17 @@
 #include "support/ReferenceTiff.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace hueweave::test {
 namespace {
 
 constexpr std::uint64_t kRoom = 8 << 20;  // bytes that a buffer may have beyond twice its source
 
+/// Bytes of an item.
 int WidthOf(unsigned type) {
-    switch (type) {
-        case 3:
-        case 8:
-            return 2;
-        case 4:
-        case 9:
-        case 10:
-        case 13:
-            return 4;
-        case 5:
-        case 11:
-        case 12:
-            return 8;
-        default:
-            return type < 12 ? 1 : 0;
-    }
+    constexpr int kWidths[] = {1, 1, 1, 2, 4, 8, 1, 1, 2, 4, 4, 8, 8, 4};
+    return type < std::size(kWidths) ? kWidths[type] : 0;
 }
 
 /// A little-endian number of up to 4 bytes; what is not there is 0.
@@ -61,7 +49,7 @@ public:
     }
     Bytes Read(std::size_t n) {
         Bytes bytes(n, 0);
-        const std::size_t there = at_ < file_.size() ? std::min(n, file_.size() - at_) : 0;
+        const std::size_t there = std::min(n, Left());
         for (std::size_t i = 0; i < there; ++i) bytes[i] = file_[at_ + i];
         at_ += there;
         return bytes;
@@ -96,10 +84,8 @@ std::uint32_t ReferenceTag::Value() const {
 }
 
 ReferenceTag* ReferenceTiff::Find(unsigned tag) {
-    for (ReferenceTag& each : tags) {
-        if (each.tag == tag) return &each;
-    }
-    return nullptr;
+    const auto found = std::find_if(tags.begin(), tags.end(), [&](const auto& each) { return each.tag == tag; });
+    return found == tags.end() ? nullptr : &*found;
 }
 
 std::uint32_t ReferenceTiff::ValueOf(unsigned tag) {
@@ -120,22 +106,20 @@ int ReferenceTiff::Read(const Bytes& file) {
     table.resize(whole * 12);
     std::size_t used = 0;
     for (std::size_t at = 0; at < table.size(); at += 12) {
-        unsigned typeAndTag[2] = {Number(table, at + 2, 2), Number(table, at, 2)};
-        ReadTag(stream, typeAndTag, Number(table, at + 4, 4), Number(table, at + 8, 4), used);
+        const std::uint32_t type = Number(table, at + 2, 2), count = Number(table, at + 4, 4);
+        ReadTag(stream, {Number(table, at, 2), type, count, Number(table, at + 8, 4), {}, false}, used);
     }
     ReadImage(stream);
     return 0;
 }
 
-void ReferenceTiff::ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_t count, std::uint32_t value,
-                            std::size_t& used) {
-    ReferenceTag tag{typeAndTag[1], typeAndTag[0], count, value, {}, false};
+void ReferenceTiff::ReadTag(Stream& stream, ReferenceTag tag, std::size_t& used) {
     const auto announced = static_cast<std::uint64_t>(tag.Size());
     // The Exif entry keeps 44 bytes, whatever it announces.
     const bool exif = tag.tag == 34665;
     const std::uint64_t size = exif ? 44 : announced;
     if ((exif || (size >= 5 && size <= stream.Size())) && used + size <= 2 * stream.Size() + 65536) {
-        stream.Seek(value);
+        stream.Seek(tag.value);
         tag.data = stream.Read(size);
         used += size;
     }
@@ -144,20 +128,15 @@ void ReferenceTiff::ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_
 }
 
 void ReferenceTiff::ReadImage(Stream& stream) {
-    const std::uint32_t width = ValueOf(256);
-    const std::uint32_t height = ValueOf(257);
-    const std::uint32_t rows = ValueOf(278);
-    const std::uint32_t offset = ValueOf(273);
+    const std::uint32_t width = ValueOf(256), height = ValueOf(257), rows = ValueOf(278), bits = ValueOf(258);
     const auto planar = static_cast<std::int32_t>(ValueOf(284));
-    const std::uint32_t bits = ValueOf(258);
-    const std::uint32_t samples = ValueOf(277);
     if (!Find(273)) return;
     if (rows != height) {
         ReadStrips(stream);
     } else if (planar <= 1) {
-        Attach(stream, offset, ValueOf(279));
+        Attach(stream, ValueOf(273), ValueOf(279));
     } else if (bits == 1) {
-        Attach(stream, offset, rows * (width >> 3) * samples);
+        Attach(stream, ValueOf(273), rows * (width >> 3) * ValueOf(277));
     } else {
         ReadStrips(stream);
         Pack(static_cast<std::int32_t>(width), static_cast<std::int32_t>(rows), bits == 8 ? 1 : 2, stream.Size());
@@ -191,24 +170,17 @@ void ReferenceTiff::ReadStrips(Stream& stream) {
         offsets.data.reset();
         total = 0;
     } else {
-        Bytes image;
+        ByteWriter image;
         for (std::size_t i = 0; i < n; ++i) {
             stream.Seek(static_cast<std::int32_t>(places[i]));
-            const Bytes strip = stream.Read(sizes[i]);
-            image.insert(image.end(), strip.begin(), strip.end());
+            image.Append(stream.Read(sizes[i]));
         }
-        offsets.data = image;
+        offsets.data = image.Done();
     }
     offsets.count = 1;
     offsets.type = 4;
     offsets.lost = false;
-    if (counts) {
-        counts->data.reset();
-        counts->type = 3;
-        counts->count = 1;
-        counts->lost = false;
-        counts->value = static_cast<std::uint32_t>(total);
-    }
+    if (counts) *counts = {279, 3, 1, static_cast<std::uint32_t>(total), {}, false};
     if (ReferenceTag* rows = Find(278)) rows->value = ValueOf(257);
 }
 
@@ -239,8 +211,7 @@ void ReferenceTiff::Pack(std::int64_t width, std::int64_t height, std::size_t sa
 }
 
 void ReferenceTiff::RemoveIcc() {
-    const auto icc = std::find_if(tags.begin(), tags.end(), [](const ReferenceTag& tag) { return tag.tag == 34675; });
-    if (icc != tags.end()) tags.erase(icc);
+    if (const ReferenceTag* icc = Find(34675)) tags.erase(tags.begin() + (icc - tags.data()));
 }
 
 Bytes ReferenceTiff::Save() {
@@ -265,16 +236,16 @@ Bytes ReferenceTiff::Save() {
         out.Little16(tag.tag).Little16(tag.type).Little32(tag.lost ? 0 : tag.count).Little32(tag.value);
     }
     out.Little32(0);
+    const auto append = [&](Bytes data, std::uint64_t size) {
+        data.resize(size);
+        out.Append(data);
+    };
     for (const ReferenceTag& tag : tags) {
-        if (tag.StoredSize() < 5) continue;
-        for (std::size_t i = 0; i < static_cast<std::size_t>(tag.StoredSize()); ++i) {
-            out.U8(i < tag.data->size() ? (*tag.data)[i] : 0);
-        }
+        if (tag.StoredSize() > 4) append(*tag.data, static_cast<std::uint64_t>(tag.StoredSize()));
     }
     if (strip && strip->data) {
         const std::uint64_t n = ValueOf(279);
-        const std::uint64_t written = n <= 2 * strip->data->size() + kRoom ? n : strip->data->size();
-        for (std::size_t i = 0; i < written; ++i) out.U8(i < strip->data->size() ? (*strip->data)[i] : 0);
+        append(*strip->data, n <= 2 * strip->data->size() + kRoom ? n : strip->data->size());
     }
     if (exif) out.Append(exif->data.value_or(Bytes(44, 0)));
     return out.Done();

@@ -42,7 +42,7 @@ public:
 
 private:
     class Stream;
-    void ReadTag(Stream& stream, unsigned typeAndTag[2], std::uint32_t count, std::uint32_t value, std::size_t& used);
+    void ReadTag(Stream& stream, ReferenceTag tag, std::size_t& used);
     void ReadImage(Stream& stream);
     void Attach(Stream& stream, std::int64_t offset, std::uint32_t n);
     void ReadStrips(Stream& stream);

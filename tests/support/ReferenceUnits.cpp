@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "support/ReferenceUnits.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 #include <utility>
@@ -14,75 +16,47 @@ unsigned short LowWord(long long value) { return static_cast<unsigned short>(val
 
 int ShiftFor(int size) { return size == 17 ? 12 : size == 9 ? 13 : 11; }
 
-/// Corners of a cell whose differences count on the three axes; a corner is its three steps.
-using Steps = std::array<int, 3>;
-struct Tetrahedron {
-    Steps xTo, xFrom, yTo, yFrom, zTo, zFrom;
-};
+/// Cut toward zero; what is no number is 0, what an int cannot hold its limit.
+int ToInt(double value) {
+    if (std::isnan(value)) return 0;
+    return static_cast<int>(std::clamp(value, -2147483648.0, 2147483647.0));
+}
 
-constexpr Steps C000{0, 0, 0}, C001{0, 0, 1}, C010{0, 1, 0}, C011{0, 1, 1}, C100{1, 0, 0}, C101{1, 0, 1}, C110{1, 1, 0},
-    C111{1, 1, 1};
+/// A limit to 0..100 that takes what is no number for 0.
+double Percent(double value) { return value > 100.0 ? 100.0 : value >= 0.0 ? value : 0.0; }
 
-template <typename Fraction>
-Tetrahedron Choose(Fraction fx, Fraction fy, Fraction fz) {
-    if (fx <= fy && fy <= fz) return {C111, C011, C011, C001, C001, C000};
-    if (fx <= fz && fz < fy) return {C111, C011, C010, C000, C011, C010};
-    if (fz < fx && fx <= fy) return {C110, C010, C010, C000, C111, C110};
-    if (fy < fx && fx <= fz) return {C101, C001, C111, C101, C001, C000};
-    if (fy <= fz && fz < fx) return {C100, C000, C111, C101, C101, C100};
-    return {C100, C000, C110, C100, C111, C110};  // fz < fy < fx
+/// Lab of the low 16 bits of three values.
+Triple LabFrom(int t0, int t1, int t2) {
+    return {(t0 & 0xffff) * 100.0 / 65280.0, ((t1 & 0xffff) - 32768) * 0.00390625,
+            ((t2 & 0xffff) - 32768) * 0.00390625};
 }
 
 }  // namespace
 
+std::size_t TetrahedronOf(double fx, double fy, double fz) {
+    if (fx <= fy && fy <= fz) return 5;
+    if (fx <= fz && fz < fy) return 4;
+    if (fz < fx && fx <= fy) return 3;
+    if (fy < fx && fx <= fz) return 2;
+    if (fy <= fz && fz < fx) return 1;
+    return 0;  // fz < fy < fx
+}
+
 CodeLayout LayoutOf(int code) {
-    switch (code) {
-        case 257:
-            return {3, 1, 1};
-        case 258:
-            return {3, 1, 2};
-        case 259:
-            return {4, 1, 1};
-        case 260:
-            return {4, 1, 2};
-        case 261:
-            return {6, 1, 1};
-        case 262:
-            return {6, 1, 2};
-        case 263:
-            return {7, 1, 1};
-        case 264:
-            return {7, 1, 2};
-        case 513:
-            return {3, 2, 1};
-        case 514:
-            return {3, 2, 2};
-        case 515:
-            return {4, 2, 1};
-        case 516:
-            return {4, 2, 2};
-        case 517:
-            return {6, 2, 1};
-        case 518:
-            return {6, 2, 2};
-        case 519:
-            return {7, 2, 1};
-        case 520:
-            return {7, 2, 2};
-        default:
-            return {0, 0, 0};
-    }
+    static constexpr int kChannels[] = {3, 4, 6, 7};
+    const bool known = (code >= 257 && code <= 264) || (code >= 513 && code <= 520);
+    if (!known) return {0, 0, 0};
+    const int low = code % 256 - 1;  // two a number of channels: bytes or words as the destination
+    return {kChannels[low / 2], code / 256, 1 + low % 2};
 }
 
-int ReferenceCurvePoint(const std::vector<int>& curve, double step, int sample) {
-    const double x = sample;
-    const int n = static_cast<int>(x / step);
-    const double f = (x - n * step) / step;
-    const double sum = curve[AsIndex(n + 1)] * f + (1.0 - f) * curve[AsIndex(n)] + 0.5;
-    return LowWord(static_cast<int>(sum));
+int PointBetween(const std::vector<int>& curve, double step, double span, int v) {
+    const int n = static_cast<int>(v / step);
+    const double f = (v - step * n) / span;
+    return static_cast<int>(curve[AsIndex(n + 1)] * f + (1.0 - f) * curve[AsIndex(n)] + 0.5);
 }
 
-void ReferenceInput::Load(const PlainLut& lut, int space) {
+void ReferenceInput::Load(const ReferenceLut& lut, int space) {
     if (lut.inputEntries > 2) {
         step = 65535.0 / (lut.inputEntries - 1);
         std::size_t next = 0;
@@ -101,13 +75,7 @@ void ReferenceInput::Load(const PlainLut& lut, int space) {
         }
     }
     if (space == 1) return;
-    if (space == 2) {
-        ToLab8();
-    } else if (space == 3) {
-        ToLab16();
-    } else {
-        ToLut8();
-    }
+    space == 2 ? ToLab8() : space == 3 ? ToLab16() : ToLut8();
 }
 
 void ReferenceInput::ToLut8() {
@@ -119,15 +87,11 @@ void ReferenceInput::ToLut8() {
 }
 
 void ReferenceInput::ToLab8() {
-    for (std::size_t i = 0; i <= 127; ++i) {
+    for (std::size_t i = 0; i <= 255; ++i) {
+        const int offset = i <= 127 ? -1 : 1;
         table[0][i] = table[0][i * 256];
-        table[1][i] = table[1][(i ^ 128) * 256] - 1;
-        table[2][i] = table[2][(i ^ 128) * 256] - 1;
-    }
-    for (std::size_t i = 128; i <= 255; ++i) {
-        table[0][i] = table[0][i * 256];
-        table[1][i] = table[1][(i ^ 128) * 256] + 1;
-        table[2][i] = table[2][(i ^ 128) * 256] + 1;
+        table[1][i] = table[1][(i ^ 128) * 256] + offset;
+        table[2][i] = table[2][(i ^ 128) * 256] + offset;
     }
     bits = 8;
 }
@@ -143,17 +107,12 @@ void ReferenceInput::ToLab16() {
 int ReferenceInput::Run(int code, const Bytes& source, int pixels, Words& work) const {
     const CodeLayout layout = LayoutOf(code);
     if (layout.channels != stride) return 65535;
-    for (int p = 0; p < pixels; ++p) {
-        for (int c = 0; c < stride; ++c) {
-            unsigned short result = 0;
-            if (c < 3) {
-                const std::size_t at = AsIndex(3 * p + c);
-                unsigned short sample = source[layout.sourceBytes == 1 ? at : 0];
-                if (layout.sourceBytes == 2) std::memcpy(&sample, &source[2 * at], 2);
-                result = LowWord(table[AsIndex(c)][sample]);
-            }
-            work[AsIndex(p * stride + c)] = result;
-        }
+    std::fill_n(work.begin(), pixels * stride, static_cast<unsigned short>(0));
+    const std::size_t samples = AsIndex(3 * std::max(pixels, 0));
+    for (std::size_t n = 0; n < samples; ++n) {
+        unsigned short sample = source[layout.sourceBytes == 1 ? n : 0];
+        if (layout.sourceBytes == 2) std::memcpy(&sample, &source[2 * n], 2);
+        work[n / 3 * AsIndex(stride) + n % 3] = LowWord(table[n % 3][sample]);
     }
     return 0;
 }
@@ -164,15 +123,15 @@ void ReferenceGrid::SetSize(int size) {
     mask = (1 << shift) - 1;
 }
 
-const PlainNode& ReferenceGrid::Node(int i, int j, int k) const {
+const ReferenceNode& ReferenceGrid::Node(int i, int j, int k) const {
     return nodes[AsIndex((i * points + j) * points + k)];
 }
 
-void ReferenceGrid::Load(const PlainLut& lut) {
+void ReferenceGrid::Load(const ReferenceLut& lut) {
     SetSize(lut.points);
-    nodes.assign(AsIndex(points * points * points), PlainNode{});
+    nodes.assign(AsIndex(points * points * points), ReferenceNode{});
     std::size_t next = 0;
-    for (PlainNode& node : nodes) {
+    for (ReferenceNode& node : nodes) {
         for (std::size_t c = 0; c < AsIndex(lut.outputs); ++c) node[c] = lut.grid[next++];
     }
     step = 65536.0 / (points - 1);
@@ -187,11 +146,10 @@ void ReferenceGrid::Resize(int size) {
     std::vector<int> places(AsIndex(size));
     for (int n = 0; n < size - 1; ++n) places[AsIndex(n)] = static_cast<int>(n * newStep);
     places[AsIndex(size - 1)] = 65535;
-    std::vector<PlainNode> sampled;
-    for (int i = 0; i < size; ++i) {
-        for (int j = 0; j < size; ++j) {
-            for (int k = 0; k < size; ++k)
-                sampled.push_back(Broken(places[AsIndex(i)], places[AsIndex(j)], places[AsIndex(k)]));
+    std::vector<ReferenceNode> sampled;
+    for (const int x : places) {
+        for (const int y : places) {
+            for (const int z : places) sampled.push_back(InterpolateFloat(x, y, z));
         }
     }
     SetSize(size);
@@ -200,47 +158,74 @@ void ReferenceGrid::Resize(int size) {
     positions = places;
 }
 
-std::array<unsigned short, 7> ReferenceGrid::Whole(int x, int y, int z) const {
-    const int i = x >> shift, j = y >> shift, k = z >> shift;
+std::array<long long, 4> ReferenceGrid::Edges(const std::array<int, 3>& cell, std::size_t tetrahedron,
+                                              std::size_t channel) const {
+    std::array<int, 3> at = cell;
+    long long value = Node(at[0], at[1], at[2])[channel];
+    std::array<long long, 4> edges{value};
+    for (const std::size_t axis : kTetrahedra[tetrahedron]) {
+        ++at[axis];
+        const long long next = Node(at[0], at[1], at[2])[channel];
+        edges[1 + axis] = next - value;
+        value = next;
+    }
+    return edges;
+}
+
+std::array<unsigned short, 7> ReferenceGrid::InterpolateFixed(int x, int y, int z) const {
     const int fx = x & mask, fy = y & mask, fz = z & mask;
-    const Tetrahedron t = Choose(fx, fy, fz);
+    const std::size_t tetrahedron = TetrahedronOf(fx, fy, fz);
     std::array<unsigned short, 7> result{};
     for (std::size_t c = 0; c < 7; ++c) {
-        const auto corner = [&](const Steps& s) -> long long { return Node(i + s[0], j + s[1], k + s[2])[c]; };
-        long long sum = corner(C000) * (1 << shift);
-        sum += (corner(t.xTo) - corner(t.xFrom)) * fx;
-        sum += (corner(t.yTo) - corner(t.yFrom)) * fy;
-        sum += (corner(t.zTo) - corner(t.zFrom)) * fz;
-        result[c] = LowWord(sum >> shift);
+        const auto e = Edges({x >> shift, y >> shift, z >> shift}, tetrahedron, c);
+        result[c] = LowWord((e[0] * (1 << shift) + e[1] * fx + e[2] * fy + e[3] * fz) >> shift);
     }
     return result;
 }
 
-PlainNode ReferenceGrid::Broken(int x, int y, int z) const {
-    const double values[3] = {static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)};
-    int cell[3];
+ReferenceNode ReferenceGrid::InterpolateFloat(int x, int y, int z) const {
+    const int values[3] = {x, y, z};
+    std::array<int, 3> cell{};
     double f[3];
-    for (int axis = 0; axis < 3; ++axis) {
+    for (std::size_t axis = 0; axis < 3; ++axis) {
         cell[axis] = static_cast<int>(values[axis] / step);
         f[axis] = (values[axis] - positions[AsIndex(cell[axis])]) / step;
     }
-    const Tetrahedron t = Choose(f[0], f[1], f[2]);
-    PlainNode result{};
+    const std::size_t tetrahedron = TetrahedronOf(f[0], f[1], f[2]);
+    ReferenceNode result{};
     for (std::size_t c = 0; c < 7; ++c) {
-        const auto corner = [&](const Steps& s) { return Node(cell[0] + s[0], cell[1] + s[1], cell[2] + s[2])[c]; };
-        const int dx = corner(t.xTo) - corner(t.xFrom);
-        const int dy = corner(t.yTo) - corner(t.yFrom);
-        const int dz = corner(t.zTo) - corner(t.zFrom);
-        const double sum = dx * f[0] + dy * f[1] + dz * f[2];
-        result[c] = static_cast<int>(sum) + corner(C000);
+        const auto e = Edges(cell, tetrahedron, c);
+        const double sum =
+            static_cast<double>(e[1]) * f[0] + static_cast<double>(e[2]) * f[1] + static_cast<double>(e[3]) * f[2];
+        result[c] = static_cast<int>(sum) + static_cast<int>(e[0]);
     }
     return result;
+}
+
+void ReferenceGrid::Shift(const Triple& by) {
+    for (ReferenceNode& node : nodes) {
+        const Triple lab = LabFrom(node[0], node[1], node[2]);
+        const auto polar = NaiveChromaHue(lab[1], lab[2]);
+        const double hue = NaiveAdjust({0, 0, polar[1]}, 0, 0, by[2])[2];
+        const auto ab = NaiveAB(Percent(polar[0] + by[1]), hue);
+        node[0] = ToInt(Percent(lab[0] + by[0]) * 65280.0 / 100.0) & 0xffff;
+        node[1] = ToInt(256.0 * ab[0] + 32768.0) & 0xffff;
+        node[2] = ToInt(256.0 * ab[1] + 32768.0) & 0xffff;
+    }
+}
+
+void ReferenceGrid::ToRgb(const ReferenceCurves& curves, const Triple& white, int primaries) {
+    for (ReferenceNode& node : nodes) {
+        const auto at = [&](std::size_t c) { return curves.At(c, node[c] & 0xffff); };
+        const Triple rgb = NaiveLabToRGB(LabFrom(at(0), at(1), at(2)), white, primaries);
+        for (std::size_t c = 0; c < 3; ++c) node[c] = static_cast<int>(rgb[c]) << 8;
+    }
 }
 
 void ReferenceGrid::Run(int channels, int pixels, Words& work) const {
     for (int p = 0; p < pixels; ++p) {
         unsigned short* pixel = &work[AsIndex(p * channels)];
-        const auto result = Whole(pixel[0], pixel[1], pixel[2]);
+        const auto result = InterpolateFixed(pixel[0], pixel[1], pixel[2]);
         for (int c = 0; c < channels; ++c) pixel[c] = result[AsIndex(c)];
     }
 }

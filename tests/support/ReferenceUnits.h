@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "support/ByteWriter.h"
+#include "support/NaiveLch.h"
+#include "support/ReferenceLut.h"
 
 // The units of the pipeline told again, each as a plain record with plain loops: input curves, grid, output curves.
 // They share no line with the library. Working buffers are 16-bit samples, pixel after pixel.
@@ -17,20 +19,11 @@ using Words = std::vector<unsigned short>;
 /// A count or place, of which none is negative.
 inline std::size_t AsIndex(int value) { return static_cast<std::size_t>(value); }
 
-/// A table as the units take it, all values 0 to 65535; curves one after the other, nodes with the third axis fastest.
-struct PlainLut {
-    int inputs = 0;
-    int outputs = 0;
-    int points = 0;
-    int inputEntries = 0;
-    int outputEntries = 0;
-    std::vector<int> input;
-    std::vector<int> grid;
-    std::vector<int> output;
-};
+/// By the number of the tetrahedron: the order of the axes on the way from the first to the last corner of a cell.
+inline constexpr std::size_t kTetrahedra[6][3] = {{0, 1, 2}, {0, 2, 1}, {2, 0, 1}, {1, 0, 2}, {1, 2, 0}, {2, 1, 0}};
 
-/// The seven channels of one node.
-using PlainNode = std::array<int, 7>;
+/// The tetrahedron in which a colour lies, by its fractions on the three axes.
+std::size_t TetrahedronOf(double fx, double fy, double fz);
 
 /// Channels of a format code and the width of its samples in bytes; channels 0 for a value that is no code.
 struct CodeLayout {
@@ -42,7 +35,7 @@ CodeLayout LayoutOf(int code);
 struct ReferenceInput {
     explicit ReferenceInput(int outputs) : stride(outputs) {}
     /// Curves of `lut` expanded for 16-bit samples, then rearranged for the encoding `space`.
-    void Load(const PlainLut& lut, int space);
+    void Load(const ReferenceLut& lut, int space);
     void ToLut8();
     void ToLab8();
     void ToLab16();
@@ -56,31 +49,44 @@ struct ReferenceInput {
     std::array<std::vector<int>, 3> table{std::vector<int>(65536), std::vector<int>(65536), std::vector<int>(65536)};
 };
 
-/// One point of an input curve, rounded to nearest.
-int ReferenceCurvePoint(const std::vector<int>& curve, double step, int sample);
+/// A value between two entries of a curve, rounded to nearest. `step` separates the entries, `span` divides the rest.
+int PointBetween(const std::vector<int>& curve, double step, double span, int v);
+/// One point of an input curve.
+inline int ReferenceCurvePoint(const std::vector<int>& curve, double step, int sample) {
+    return PointBetween(curve, step, step, sample) & 0xffff;
+}
+
+struct ReferenceCurves;
 
 /// A grid of any size with seven values a node, third axis fastest.
 struct ReferenceGrid {
     /// Nodes of `lut`; sizes other than 9, 17 and 33 are resampled to 17.
-    void Load(const PlainLut& lut);
+    void Load(const ReferenceLut& lut);
     void Resize(int size);
     /// The size with its shift and mask; neither step nor positions.
     void SetSize(int size);
-    const PlainNode& Node(int i, int j, int k) const;
+    const ReferenceNode& Node(int i, int j, int k) const;
+    /// A channel at the first corner of a cell, and its growth along the three axes within a tetrahedron.
+    std::array<long long, 4> Edges(const std::array<int, 3>& cell, std::size_t tetrahedron, std::size_t channel) const;
 
-    /// Interpolation with whole fractions, for 9, 17 or 33 points: low 16 bits of all seven channels.
-    std::array<unsigned short, 7> Whole(int x, int y, int z) const;
-    /// Interpolation with broken fractions, for any size.
-    PlainNode Broken(int x, int y, int z) const;
+    /// Interpolation in integers, for 9, 17 or 33 points: low 16 bits of all seven channels.
+    std::array<unsigned short, 7> InterpolateFixed(int x, int y, int z) const;
+    /// Interpolation in floating point, for any size.
+    ReferenceNode InterpolateFloat(int x, int y, int z) const;
     /// A working buffer of `channels` samples a pixel.
     void Run(int channels, int pixels, Words& work) const;
+
+    /// Shifts nodes in Lab by L*, C* and h; any numbers.
+    void Shift(const Triple& by);
+    /// Sends nodes in Lab through output curves and on to linear RGB of the primaries, 0 to 3, under a white.
+    void ToRgb(const ReferenceCurves& curves, const Triple& white, int primaries);
 
     int points = 0;
     int shift = 11;
     int mask = 2047;
     double step = 0;
     std::vector<int> positions;
-    std::vector<PlainNode> nodes;
+    std::vector<ReferenceNode> nodes;
 };
 
 /// The final forms of the output tables.
@@ -108,33 +114,43 @@ enum class Form {
 };
 inline constexpr int kForms = 20;
 
-/// Output tables, seven channels.
-struct ReferenceOutputs {
-    ReferenceOutputs() { Reset(); }
-    void Reset();
-    /// The output curves of `lut`.
-    void Load(const PlainLut& lut);
-    /// Curves of a caller's, the same number of bytes for each.
+/// Output curves, seven channels.
+struct ReferenceCurves {
+    ReferenceCurves();
+    /// The output curves of `lut`; of those that it lacks, what was there.
+    void Load(const ReferenceLut& lut);
+    /// Curves of a caller's for three channels, the same number of bytes for each.
     void Load(const Bytes& red, const Bytes& green, const Bytes& blue);
-    /// The result of the form; `space` is the argument of those that take one.
-    int Apply(Form form, int space);
-    void Kodak(int low, int high, double a, double b, double c);
+    /// A value between the entries, rounded to nearest.
+    int Point(std::size_t channel, int v) const { return PointBetween(curve[channel], step, span, v); }
+    /// The same, but the end of the curve at 65535.
+    int At(std::size_t channel, int v) const { return v == 65535 ? last[channel] : Point(channel, v); }
     /// The curves' values at seven places.
-    PlainNode Points(const PlainNode& at) const;
-    void Run(int code, const Words& work, int pixels, Bytes& dest) const;
+    ReferenceNode Points(const ReferenceNode& at) const;
 
-    int mode = 0;
     int channels = 0;
     int entries = 0;
     double step = 0;
     double span = 0;
     std::array<std::vector<int>, 7> curve;
+    std::array<int, 7> last{};
+};
+
+/// Output tables, seven channels.
+struct ReferenceOutputs : ReferenceCurves {
+    ReferenceOutputs() { Reset(); }
+    void Reset();
+    void Load(const ReferenceLut& lut);
+    void Load(const Bytes& red, const Bytes& green, const Bytes& blue);
+    /// The result of the form; `space` is the argument of those that take one.
+    int Apply(Form form, int space);
+    void Kodak(int low, int high, double a, double b, double c);
+    void Run(int code, const Words& work, int pixels, Bytes& dest) const;
+
+    int mode = 0;
     std::array<std::vector<int>, 7> table;
 
 private:
-    void ShiftDown(std::size_t tables);
-    int ApplyTone(Form form, int space);
-    int ApplyInks(std::size_t shifted, int newMode, int result);
     void Expand(std::size_t moving);
 };
 

@@ -14,8 +14,8 @@ namespace hueweave::test {
 /// A folder of its own for one test, gone with everything in it at the end of the scope.
 class TempDir {
 public:
-    TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "hueweave-XXXXXX").string();
+    explicit TempDir(const std::filesystem::path& base = std::filesystem::temp_directory_path()) {
+        std::string pattern = (base / "hueweave-XXXXXX").string();
         if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
         path_ = pattern;
     }

@@ -26,32 +26,10 @@ std::uint32_t EntryWord(const Bytes& bytes) {
 
 }  // namespace
 
-TiffBuilder& TiffBuilder::Entry(unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value) {
-    items_.push_back({Source::AsIs, tag, type, count, value, {}});
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::Data(unsigned tag, unsigned type, std::uint32_t count, const Bytes& data) {
-    items_.push_back({Source::Data, tag, type, count, 0, data});
-    return *this;
-}
-
 TiffBuilder& TiffBuilder::Array(unsigned tag, unsigned type, const std::vector<std::uint32_t>& values) {
     const Bytes data = ArrayBytes(type, values);
     const auto count = static_cast<std::uint32_t>(values.size());
     return data.size() <= 4 ? Entry(tag, type, count, EntryWord(data)) : Data(tag, type, count, data);
-}
-
-TiffBuilder& TiffBuilder::Rational(unsigned tag, std::uint32_t numerator, std::uint32_t denominator) {
-    return Data(tag, 5, 1, ArrayBytes(4, {numerator, denominator}));
-}
-
-TiffBuilder& TiffBuilder::Text(unsigned tag, std::string_view text) {
-    return Data(tag, 2, static_cast<std::uint32_t>(text.size() + 1), ByteWriter().Text(text).U8(0).Done());
-}
-
-TiffBuilder& TiffBuilder::Undefined(unsigned tag, const Bytes& data) {
-    return Data(tag, 7, static_cast<std::uint32_t>(data.size()), data);
 }
 
 TiffBuilder& TiffBuilder::Shape(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits) {
@@ -62,58 +40,6 @@ TiffBuilder& TiffBuilder::Shape(std::uint32_t width, std::uint32_t height, unsig
 
 TiffBuilder& TiffBuilder::Strip(const Bytes& bytes) {
     strips_.push_back(bytes);
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::StripOffsets(unsigned type) {
-    items_.push_back({Source::Offsets, 273, type, 0, 0, {}});
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::StripByteCounts(unsigned type) {
-    items_.push_back({Source::Counts, 279, type, 0, 0, {}});
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::StripsBackwards() {
-    backwards_ = true;
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::Head(const Bytes& firstFour) {
-    head_ = firstFour;
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::DirectoryAt(std::uint32_t announced) {
-    otherPlace_ = true;
-    place_ = announced;
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::EntryCount(unsigned announced) {
-    otherCount_ = true;
-    count_ = announced;
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::NextDirectory(std::uint32_t offset) {
-    next_ = offset;
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::GapBeforeDirectory(std::size_t bytes) {
-    firstGap_ = bytes;
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::GapBeforeStrips(std::size_t bytes) {
-    secondGap_ = bytes;
-    return *this;
-}
-
-TiffBuilder& TiffBuilder::Trailer(const Bytes& bytes) {
-    trailer_ = bytes;
     return *this;
 }
 
@@ -139,36 +65,31 @@ std::uint32_t TiffBuilder::StripPlace(std::size_t strip) const {
 }
 
 Bytes TiffBuilder::ItemData(const Item& item) const {
-    if (item.source == Source::Data) return item.data;
+    if (item.source == Source::Data || item.source == Source::AsIs) return item.data;
     std::vector<std::uint32_t> values;
     for (std::size_t i = 0; i < strips_.size(); ++i) {
-        values.push_back(item.source == Source::Offsets ? StripPlace(i)
-                                                        : static_cast<std::uint32_t>(strips_[i].size()));
+        values.push_back(item.source == Source::OffsetArray ? StripPlace(i)
+                                                            : static_cast<std::uint32_t>(strips_[i].size()));
     }
     return ArrayBytes(item.type, values);
 }
 
 Bytes TiffBuilder::Build() const {
     ByteWriter out;
-    out.Append(head_).Little32(otherPlace_ ? place_ : static_cast<std::uint32_t>(8 + firstGap_));
+    out.Append(head_).Little32(place_.value_or(static_cast<std::uint32_t>(8 + firstGap_)));
     out.Fill(firstGap_, kGapByte);
-    out.Little16(otherCount_ ? count_ : static_cast<unsigned>(items_.size()));
+    out.Little16(count_.value_or(static_cast<unsigned>(items_.size())));
     ByteWriter blocks;
     for (const Item& item : items_) {
-        out.Little16(item.tag).Little16(item.type);
-        if (item.source == Source::AsIs) {
-            out.Little32(item.count).Little32(item.value);
-            continue;
-        }
-        const bool strips = item.source != Source::Data;
         const Bytes data = ItemData(item);
+        const bool strips = item.source == Source::OffsetArray || item.source == Source::CountArray;
+        const bool behind = item.source == Source::Data || (strips && data.size() > 4);
+        out.Little16(item.tag).Little16(item.type);
         out.Little32(strips ? static_cast<std::uint32_t>(strips_.size()) : item.count);
-        if (strips && ItemBytes(item) == 0) {
-            out.Little32(EntryWord(data));
-        } else {
-            out.Little32(DataStart() + static_cast<std::uint32_t>(blocks.Size()));
-            blocks.Append(data);
-        }
+        out.Little32(behind   ? DataStart() + static_cast<std::uint32_t>(blocks.Size())
+                     : strips ? EntryWord(data)
+                              : item.value);
+        if (behind) blocks.Append(data);
     }
     out.Little32(next_).Append(blocks.Done()).Fill(secondGap_, kGapByte);
     for (std::size_t i = 0; i < strips_.size(); ++i) out.Append(strips_[backwards_ ? strips_.size() - 1 - i : i]);

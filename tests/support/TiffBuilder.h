@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "support/ByteWriter.h"
@@ -17,20 +19,30 @@ namespace hueweave::test {
 class TiffBuilder {
 public:
     /// Twelve bytes as they are to stand in the file.
-    TiffBuilder& Entry(unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value);
+    TiffBuilder& Entry(unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value) {
+        return Add({Source::AsIs, tag, type, count, value, {}});
+    }
     /// An entry that points to `data`, however few they are and whatever count says.
-    TiffBuilder& Data(unsigned tag, unsigned type, std::uint32_t count, const Bytes& data);
+    TiffBuilder& Data(unsigned tag, unsigned type, std::uint32_t count, const Bytes& data) {
+        return Add({Source::Data, tag, type, count, 0, data});
+    }
 
     TiffBuilder& Short(unsigned tag, unsigned value) { return Entry(tag, 3, 1, value); }
     TiffBuilder& Long(unsigned tag, std::uint32_t value) { return Entry(tag, 4, 1, value); }
     /// Arrays: in the entry if they fit, else behind the directory.
     TiffBuilder& Shorts(unsigned tag, const std::vector<std::uint32_t>& values) { return Array(tag, 3, values); }
     TiffBuilder& Longs(unsigned tag, const std::vector<std::uint32_t>& values) { return Array(tag, 4, values); }
-    TiffBuilder& Rational(unsigned tag, std::uint32_t numerator, std::uint32_t denominator);
+    TiffBuilder& Rational(unsigned tag, std::uint32_t numerator, std::uint32_t denominator) {
+        return Data(tag, 5, 1, ByteWriter().Little32(numerator).Little32(denominator).Done());
+    }
     /// ASCII with its closing zero, at least 5 bytes in all.
-    TiffBuilder& Text(unsigned tag, std::string_view text);
+    TiffBuilder& Text(unsigned tag, std::string_view text) {
+        return Data(tag, 2, static_cast<std::uint32_t>(text.size() + 1), ByteWriter().Text(text).U8(0).Done());
+    }
     /// UNDEFINED bytes, at least 5.
-    TiffBuilder& Undefined(unsigned tag, const Bytes& data);
+    TiffBuilder& Undefined(unsigned tag, const Bytes& data) {
+        return Data(tag, 7, static_cast<std::uint32_t>(data.size()), data);
+    }
     /// Tag 34665 as one LONG that points to `directory`.
     TiffBuilder& Exif(const Bytes& directory) { return Data(34665, 4, 1, directory); }
 
@@ -38,25 +50,26 @@ public:
     TiffBuilder& Shape(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits);
     TiffBuilder& Strip(const Bytes& bytes);
     /// Tags 273 and 279 for all strips, also for those that are added later. Types: 1, 3 or 4.
-    TiffBuilder& StripOffsets(unsigned type = 4);
-    TiffBuilder& StripByteCounts(unsigned type = 4);
+    TiffBuilder& StripOffsets(unsigned type = 4) { return Add({Source::OffsetArray, 273, type, 0, 0, {}}); }
+    TiffBuilder& StripByteCounts(unsigned type = 4) { return Add({Source::CountArray, 279, type, 0, 0, {}}); }
     /// Strips stand last to first in the file; the arrays keep their order.
-    TiffBuilder& StripsBackwards();
+    TiffBuilder& StripsBackwards() { return Set(backwards_, true); }
 
-    TiffBuilder& Head(const Bytes& firstFour);
-    TiffBuilder& DirectoryAt(std::uint32_t announced);  ///< announces another place than the true one
-    TiffBuilder& EntryCount(unsigned announced);        ///< announces another number than the true one
-    TiffBuilder& NextDirectory(std::uint32_t offset);
-    TiffBuilder& GapBeforeDirectory(std::size_t bytes);
-    TiffBuilder& GapBeforeStrips(std::size_t bytes);
-    TiffBuilder& Trailer(const Bytes& bytes);
+    TiffBuilder& Head(const Bytes& firstFour) { return Set(head_, firstFour); }
+    /// Announces another place, or another number of entries, than the true one.
+    TiffBuilder& DirectoryAt(std::uint32_t announced) { return Set(place_, announced); }
+    TiffBuilder& EntryCount(unsigned announced) { return Set(count_, announced); }
+    TiffBuilder& NextDirectory(std::uint32_t offset) { return Set(next_, offset); }
+    TiffBuilder& GapBeforeDirectory(std::size_t bytes) { return Set(firstGap_, bytes); }
+    TiffBuilder& GapBeforeStrips(std::size_t bytes) { return Set(secondGap_, bytes); }
+    TiffBuilder& Trailer(const Bytes& bytes) { return Set(trailer_, bytes); }
 
     Bytes Build() const;
     /// Where a strip lies in the file.
     std::uint32_t StripPlace(std::size_t strip) const;
 
 private:
-    enum class Source { AsIs, Data, Offsets, Counts };
+    enum class Source { AsIs, Data, OffsetArray, CountArray };
     struct Item {
         Source source;
         unsigned tag;
@@ -65,6 +78,15 @@ private:
         std::uint32_t value;
         Bytes data;
     };
+    TiffBuilder& Add(Item item) {
+        items_.push_back(std::move(item));
+        return *this;
+    }
+    template <typename Field, typename Value>
+    TiffBuilder& Set(Field& field, const Value& value) {
+        field = value;
+        return *this;
+    }
     TiffBuilder& Array(unsigned tag, unsigned type, const std::vector<std::uint32_t>& values);
     std::size_t ItemBytes(const Item& item) const;
     Bytes ItemData(const Item& item) const;
@@ -78,10 +100,8 @@ private:
     std::size_t secondGap_ = 0;
     std::uint32_t next_ = 0;
     bool backwards_ = false;
-    bool otherPlace_ = false;
-    bool otherCount_ = false;
-    std::uint32_t place_ = 0;
-    unsigned count_ = 0;
+    std::optional<std::uint32_t> place_;
+    std::optional<unsigned> count_;
 };
 
 /// A sound file of one chunky strip: shape, strip tags, a resolution of 300 and a text.

@@ -4,15 +4,17 @@
 // Sound files that targets start from.
 #pragma once
 
-#include "FuzzInput.h"
+#include "support/MiniProfile.h"
 
 namespace hueweave::fuzz {
 
+/// A table with few entries. The grid is smooth for a `seed` of 0, else of any values.
+test::MiniLut ShortLut(unsigned points, std::uint32_t seed);
 /// A small profile with tables for all intents and a white point; another `mark` gives other colours.
-Bytes SoundProfile(unsigned mark);
+test::Bytes SoundProfile(unsigned mark);
 /// The same with tables of curves and a grid.
-Bytes CurvedProfile(unsigned mark);
+test::Bytes CurvedProfile(unsigned mark);
 /// An RGB file of one strip with an embedded profile, 5 x 4 pixels.
-Bytes SoundTiff(unsigned bits);
+test::Bytes SoundTiff(unsigned bits);
 
 }  // namespace hueweave::fuzz

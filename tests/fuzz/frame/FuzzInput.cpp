@@ -4,18 +4,15 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <iostream>
 #include <iterator>
 #include <limits>
-#include <sstream>
 #include <stdexcept>
 
 /// What the library prints about broken files would drown what the fuzzer says.
@@ -26,11 +23,23 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     return 0;
 }
 
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    hueweave::fuzz::FuzzInput input(data, size);
+    hueweave::fuzz::RunTarget(input);
+    return 0;
+}
+
 namespace hueweave::fuzz {
 
 void Fail(const char* what, const char* file, int line) {
     std::fprintf(stderr, "%s:%d: does not hold: %s\n", file, line, what);
     std::abort();
+}
+
+std::uint64_t FuzzInput::Number(unsigned bytes) {
+    std::uint64_t number = 0;
+    for (unsigned n = 0; n < bytes && left_ != 0; ++n, --left_) number |= std::uint64_t{*data_++} << 8 * n;
+    return number;
 }
 
 int FuzzInput::Int() {
@@ -53,84 +62,43 @@ std::uint64_t FuzzInput::Length() {
 }
 
 double FuzzInput::Double() {
+    static constexpr double kEdges[] = {0.0,   -0.0,   0.008856, 7.9996,   360.0,     720.5,
+                                        1e300, -1e300, 5e-324,   INFINITY, -INFINITY, NAN};
     const unsigned how = U8();
     if (how < 80) return Between(-30000, 30000) / 100.0;
-    if (how < 140) return static_cast<double>(Between(-400, 400));
-    if (how < 170) return static_cast<double>(Int());
-    static constexpr double kEdges[] = {0.0,
-                                        -0.0,
-                                        0.008856,
-                                        7.9996,
-                                        360.0,
-                                        720.5,
-                                        1e300,
-                                        -1e300,
-                                        5e-324,
-                                        std::numeric_limits<double>::infinity(),
-                                        -std::numeric_limits<double>::infinity(),
-                                        std::numeric_limits<double>::quiet_NaN()};
+    if (how < 140) return Between(-400, 400);
+    if (how < 170) return Int();
     if (how < 220) return kEdges[Below(std::size(kEdges))];
-    return std::bit_cast<double>(U64());
+    return std::bit_cast<double>(Number(8));
+}
+
+FuzzInput FuzzInput::Split(std::size_t count) {
+    const FuzzInput head(data_, std::min(count, left_));
+    data_ += head.left_;
+    left_ -= head.left_;
+    return head;
 }
 
 Bytes FuzzInput::Take(std::size_t count) {
-    Bytes bytes(count);
-    const std::size_t there = count < left_ ? count : left_;
-    if (there != 0) std::memcpy(bytes.data(), data_, there);
-    data_ += there;
-    left_ -= there;
+    const FuzzInput head = Split(count);
+    Bytes bytes(head.data_, head.data_ + head.left_);
+    bytes.resize(count);
     return bytes;
 }
 
-ScratchFile::ScratchFile() : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
+Bytes ScatteredBytes(std::size_t count, std::uint32_t seed) {
+    Bytes bytes(count);
+    Scatter scatter(seed);
+    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(scatter.Next());
+    return bytes;
+}
+
+ScratchFile::ScratchFile(const Bytes& bytes) : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
     if (descriptor_ < 0) throw std::runtime_error("no file in memory");
     path_ = "/proc/self/fd/" + std::to_string(descriptor_);
+    Put(bytes);
 }
 
 ScratchFile::~ScratchFile() { close(descriptor_); }
-
-void ScratchFile::Put(std::span<const std::uint8_t> bytes) const {
-    if (ftruncate(descriptor_, 0) != 0) throw std::runtime_error("cannot empty a file");
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t part = pwrite(descriptor_, &bytes[done], bytes.size() - done, static_cast<off_t>(done));
-        if (part <= 0) throw std::runtime_error("cannot write a file");
-        done += static_cast<std::size_t>(part);
-    }
-}
-
-std::size_t ScratchFile::Size() const {
-    struct stat status {};
-    if (fstat(descriptor_, &status) != 0) throw std::runtime_error("cannot ask for a file's size");
-    return static_cast<std::size_t>(status.st_size);
-}
-
-Bytes ScratchFile::Get() const {
-    Bytes bytes(Size());
-    if (!bytes.empty() && pread(descriptor_, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
-        throw std::runtime_error("cannot read a file");
-    }
-    return bytes;
-}
-
-struct PrintWatch::State {
-    std::ostringstream text;
-    std::streambuf* before = nullptr;
-};
-
-PrintWatch::PrintWatch() : state_(new State) { state_->before = std::cout.rdbuf(state_->text.rdbuf()); }
-
-PrintWatch::~PrintWatch() {
-    std::cout.rdbuf(state_->before);
-    delete state_;
-}
-
-std::string PrintWatch::Text() const { return state_->text.str(); }
-
-std::size_t OpenDescriptors() {
-    std::size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) ++count;
-    return count;
-}
 
 }  // namespace hueweave::fuzz

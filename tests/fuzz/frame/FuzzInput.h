@@ -6,19 +6,21 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <iostream>
+#include <sstream>
 #include <string>
 
 #include "support/ByteWriter.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-/// Present in a fuzzing build only by the engine, in a replay by Replay.cpp: changes a block in place, returns its
-/// size.
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+#include "support/ProfileBuilder.h"
+#include "support/TempDir.h"
 
 namespace hueweave::fuzz {
 
 using test::Bytes;
+using test::OpenFiles;
+
+/// A path that cannot be opened.
+inline constexpr const char* kNoFile = "/proc/self/fd/none";
 
 /// Tells what does not hold, and ends the process.
 [[noreturn]] void Fail(const char* what, const char* file, int line);
@@ -32,24 +34,9 @@ public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
 
     bool Empty() const { return left_ == 0; }
-    std::size_t Left() const { return left_; }
-    unsigned U8() {
-        if (left_ == 0) return 0;
-        --left_;
-        return *data_++;
-    }
-    unsigned U16() {
-        const unsigned low = U8();
-        return low | U8() << 8;
-    }
-    std::uint32_t U32() {
-        const std::uint32_t low = U16();
-        return low | static_cast<std::uint32_t>(U16()) << 16;
-    }
-    std::uint64_t U64() {
-        const std::uint64_t low = U32();
-        return low | static_cast<std::uint64_t>(U32()) << 32;
-    }
+    unsigned U8() { return static_cast<unsigned>(Number(1)); }
+    unsigned U16() { return static_cast<unsigned>(Number(2)); }
+    std::uint32_t U32() { return static_cast<std::uint32_t>(Number(4)); }
     bool Bool() { return (U8() & 1U) != 0; }
     /// 0 to `limit` - 1; `limit` from 1 on.
     std::size_t Below(std::size_t limit) { return (limit <= 256 ? U8() : limit <= 65536 ? U16() : U32()) % limit; }
@@ -63,40 +50,41 @@ public:
     std::uint64_t Length();
     /// Any double: colours, edges, endless ones and no numbers.
     double Double();
+    /// The next bytes, at most `count`, as an input of their own.
+    FuzzInput Split(std::size_t count);
     /// The next bytes, `count` of them.
     Bytes Take(std::size_t count);
     Bytes Rest() { return Take(left_); }
 
 private:
+    std::uint64_t Number(unsigned bytes);
+
     const std::uint8_t* data_;
     std::size_t left_;
 };
 
-/// A number generator for contents that need no bytes of the input each.
-class Scatter {
-public:
-    explicit Scatter(std::uint32_t seed) : state_(seed * 2654435761U + 12345U) {}
-    std::uint32_t Next() {
-        state_ = state_ * 1664525U + 1013904223U;
-        return state_ >> 8;
-    }
-    unsigned Sample() { return Next() >> 4 & 0xffffU; }
-    std::size_t Below(std::size_t limit) { return Next() % limit; }
+/// What a target does with one input.
+void RunTarget(FuzzInput& input);
 
-private:
-    std::uint32_t state_;
+/// A number generator for contents that need no bytes of the input each.
+class Scatter : public test::Lcg {
+public:
+    using Lcg::Lcg;
+    std::size_t Below(std::size_t limit) { return Next() % limit; }
 };
+
+/// Bytes of any values.
+Bytes ScatteredBytes(std::size_t count, std::uint32_t seed);
 
 /// A regular file in memory that has a path.
 class ScratchFile {
 public:
-    ScratchFile();
+    explicit ScratchFile(const Bytes& bytes = {});
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
     ~ScratchFile();
-    void Put(std::span<const std::uint8_t> bytes) const;
-    Bytes Get() const;
-    std::size_t Size() const;
+    void Put(const Bytes& bytes) const { test::WriteFile(path_, bytes); }
+    Bytes Get() const { return test::ReadFile(path_); }
     const char* Path() const { return path_.c_str(); }
 
 private:
@@ -118,18 +106,15 @@ private:
 /// What the library prints to the standard output stream while this lives.
 class PrintWatch {
 public:
-    PrintWatch();
+    PrintWatch() : before_(std::cout.rdbuf(text_.rdbuf())) {}
     PrintWatch(const PrintWatch&) = delete;
     PrintWatch& operator=(const PrintWatch&) = delete;
-    ~PrintWatch();
-    std::string Text() const;
+    ~PrintWatch() { std::cout.rdbuf(before_); }
+    std::string Text() const { return text_.str(); }
 
 private:
-    struct State;
-    State* state_;
+    std::ostringstream text_;
+    std::streambuf* before_;
 };
-
-/// Open descriptors of this process.
-std::size_t OpenDescriptors();
 
 }  // namespace hueweave::fuzz

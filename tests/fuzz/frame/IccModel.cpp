@@ -7,106 +7,41 @@
 #include <typeinfo>
 
 #include "iccfile/LutTags.h"
-#include "iccfile/SimpleTags.h"
 
 namespace hueweave::fuzz {
 
-using ICC40::ICCFILE::CChad;
-using ICC40::ICCFILE::CCurveType;
-using ICC40::ICCFILE::CDataType;
-using ICC40::ICCFILE::CLut;
-using ICC40::ICCFILE::CLut16Type;
-using ICC40::ICCFILE::CLut8Type;
-using ICC40::ICCFILE::CLutGrid;
-using ICC40::ICCFILE::CTextDescriptionType;
-using ICC40::ICCFILE::CTextType;
-using ICC40::ICCFILE::CXYZType;
-using ICC40::ICCFILE::IccFile4;
-using ICC40::ICCFILE::iccTagBase;
-using ICC40::ICCFILE::icTagSignature;
-using ICC40::ICCFILE::ProfileHeader;
+using namespace ICC40::ICCFILE;
 
-unsigned Byte(const Bytes& bytes, std::uint64_t at) { return at < bytes.size() ? bytes[at] : 0; }
-unsigned Half(const Bytes& bytes, std::uint64_t at) { return Byte(bytes, at) * 256 + Byte(bytes, at + 1); }
-std::uint32_t Word(const Bytes& bytes, std::uint64_t at) {
-    return static_cast<std::uint32_t>(Half(bytes, at)) * 65536 + Half(bytes, at + 2);
+Bytes SavedModel(const Bytes& file, const test::TagList& tags) {
+    Bytes header = file;
+    header.resize(128);
+    std::fill(header.begin() + 56, header.begin() + 64, std::uint8_t{0});  // attributes
+    std::fill(header.begin() + 100, header.end(), std::uint8_t{0});        // reserved
+    return test::SizedContainer(header, tags);
 }
 
-std::string NameOf(std::uint32_t word) {
-    std::string name;
-    for (int shift = 24; shift >= 0; shift -= 8) name += static_cast<char>(word >> shift & 0xffU);
-    return name;
-}
-
-/// Whether a name is that of a table, A2B0 to B2A2: every other name costs a profile less.
-bool IsTableName(std::uint32_t word) {
-    const std::string name = NameOf(word);
-    return (name.starts_with("A2B") || name.starts_with("B2A")) && name[3] >= '0' && name[3] <= '2';
-}
-
-ModelProfile ReadModel(const Bytes& file) {
-    ModelProfile profile;
-    for (std::size_t i = 0; i < 128; ++i) profile.header.push_back(static_cast<unsigned char>(Byte(file, i)));
-    if (file.size() < 132) return profile;
-    const std::uint64_t count = std::min<std::uint64_t>(Word(file, 128), (file.size() - 132) / 12);
-    std::uint64_t spent = 0;
-    for (std::uint64_t n = 0; n < count; ++n) {
-        const std::uint64_t at = 132 + 12 * n;
-        const std::uint64_t offset = Word(file, at + 4), size = Word(file, at + 8);
-        if (offset + size > file.size()) continue;
-        const std::uint64_t rounded = (size + 3) / 4 * 4;
-        spent += rounded + (IsTableName(Word(file, at)) ? 512 : 256);
-        if (spent > 8 * file.size() + 4194304) break;
-        ModelTag tag{Word(file, at), Bytes(rounded)};
-        for (std::uint64_t i = 0; i < rounded; ++i) tag.block[i] = static_cast<unsigned char>(Byte(file, offset + i));
-        profile.tags.push_back(std::move(tag));
+void CheckEntries(const CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t count) {
+    Require(curve.curveCount == count, "entries of a curve");
+    for (std::uint64_t i = 0; i < count; ++i) {
+        Require(curve.curve[i] == Big16At(block, at + 12 + 2 * i), "entry of a curve");
     }
-    return profile;
-}
-
-Bytes SaveModel(const ModelProfile& profile) {
-    std::size_t offset = 132 + 12 * profile.tags.size();
-    std::size_t total = offset;
-    for (const ModelTag& tag : profile.tags) total += tag.block.size();
-    test::ByteWriter out;
-    out.Big32(static_cast<std::uint32_t>(total));
-    for (std::size_t i = 4; i < 128; ++i) {
-        const bool lost = (i >= 56 && i < 64) || i >= 100;  // attributes and the reserved bytes
-        out.U8(lost ? 0U : profile.header[i]);
-    }
-    out.Big32(static_cast<std::uint32_t>(profile.tags.size()));
-    for (const ModelTag& tag : profile.tags) {
-        out.Big32(tag.name)
-            .Big32(static_cast<std::uint32_t>(offset))
-            .Big32(static_cast<std::uint32_t>(tag.block.size()));
-        offset += tag.block.size();
-    }
-    for (const ModelTag& tag : profile.tags) out.Append(tag.block);
-    return out.Done();
-}
-
-test::TagList TagsOf(const ModelProfile& profile) {
-    test::TagList tags;
-    for (const ModelTag& tag : profile.tags) tags.emplace_back(NameOf(tag.name), tag.block);
-    return tags;
 }
 
 namespace {
 
-bool IsOneOf(const std::string& name, std::initializer_list<const char*> names) {
-    return std::any_of(names.begin(), names.end(), [&](const char* each) { return name == each; });
-}
-
 /// The class that a name and the type at the block's start ask for.
 const std::type_info& ClassOf(const std::string& name, const std::string& type) {
-    const bool a2b = IsOneOf(name, {"A2B0", "A2B1", "A2B2"});
-    if (a2b || IsOneOf(name, {"B2A0", "B2A1", "B2A2"})) {
+    const auto isOneOf = [&](std::initializer_list<const char*> names) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    const bool a2b = isOneOf({"A2B0", "A2B1", "A2B2"});
+    if (a2b || isOneOf({"B2A0", "B2A1", "B2A2"})) {
         if (type == (a2b ? "mAB " : "mBA ")) return typeid(CLut);
         return type == "mft2" ? typeid(CLut16Type) : typeid(CLut8Type);
     }
     if (name == "chad") return typeid(CChad);
-    if (IsOneOf(name, {"rXYZ", "gXYZ", "bXYZ", "wtpt", "bkpt"})) return typeid(CXYZType);
-    if (IsOneOf(name, {"rTRC", "gTRC", "bTRC"})) return typeid(CCurveType);
+    if (isOneOf({"rXYZ", "gXYZ", "bXYZ", "wtpt", "bkpt"})) return typeid(CXYZType);
+    if (isOneOf({"rTRC", "gTRC", "bTRC"})) return typeid(CCurveType);
     if (name == "desc") return typeid(CTextDescriptionType);
     if (name == "cprt") return typeid(CTextType);
     return type == "text" ? typeid(CTextDescriptionType) : typeid(CDataType);
@@ -116,122 +51,119 @@ void CheckText(const unsigned char* text, const Bytes& block) {
     for (std::size_t i = 8; i < block.size(); ++i) Require(text[i - 8] == block[i], "text");
 }
 
-/// The entries that fit of those that a curve's count announces, in the block and in `left` bytes.
-std::uint64_t CurveEntries(const Bytes& block, std::uint64_t at, std::uint64_t left) {
-    if (at + 12 > block.size()) return 0;
-    return std::min({std::uint64_t{Word(block, at + 8)}, (block.size() - at - 12) / 2, left / 2});
-}
-
-void CheckCurve(const CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t left) {
-    const std::uint64_t entries = CurveEntries(block, at, left);
-    Require(curve.curveCount == entries, "entries of a curve");
-    for (std::uint64_t i = 0; i < entries; ++i) {
-        Require(curve.curve[i] == Half(block, at + 12 + 2 * i), "entry of a curve");
-    }
+/// A curve must have the entries that fit of those that its count announces, in the block and in `left` bytes, from
+/// which they are taken. Returns their bytes.
+std::uint64_t CheckCurve(const CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t& left) {
+    const std::uint64_t room = at + 12 > block.size() ? 0 : (block.size() - at - 12) / 2;
+    const std::uint64_t count = std::min({std::uint64_t{Big32At(block, at + 8)}, room, left / 2});
+    CheckEntries(curve, block, at, count);
+    left -= 2 * count;
+    return 2 * count;
 }
 
 /// The layout of "mft2", with entries of one or two bytes.
 template <std::size_t kWidth, typename Lut>
 void CheckTable(const Lut& lut, const Bytes& block) {
-    Require(lut.inputChan == Byte(block, 8) && lut.outputChan == Byte(block, 9), "channels");
-    Require(lut.clutPoints == Byte(block, 10) && lut.pad == Byte(block, 11), "points");
-    for (std::size_t i = 0; i < 9; ++i) Require(lut.matrix[i] == Word(block, 12 + 4 * i), "matrix");
-    Require(lut.inputEnt == Half(block, 48) && lut.outputEnt == Half(block, 50), "entries");
+    Require(lut.inputChan == ByteAt(block, 8) && lut.outputChan == ByteAt(block, 9), "channels");
+    Require(lut.clutPoints == ByteAt(block, 10) && lut.pad == ByteAt(block, 11), "points");
+    for (std::size_t i = 0; i < 9; ++i) Require(lut.matrix[i] == Big32At(block, 12 + 4 * i), "matrix");
+    Require(lut.inputEnt == Big16At(block, 48) && lut.outputEnt == Big16At(block, 50), "entries");
     const std::uint64_t points = lut.clutPoints;
-    const std::uint64_t counts[3] = {std::uint64_t{lut.inputEnt} * lut.inputChan,
-                                     points * points * points * lut.outputChan,
-                                     std::uint64_t{lut.outputEnt} * lut.outputChan};
-    const auto* tables = &lut.inputTable;
+    const decltype(&lut.inputTable) tables[] = {&lut.inputTable, &lut.clutTable, &lut.outputTable};
+    const std::uint64_t counts[] = {std::uint64_t{lut.inputEnt} * lut.inputChan,
+                                    points * points * points * lut.outputChan,
+                                    std::uint64_t{lut.outputEnt} * lut.outputChan};
     const bool fits = 52 + kWidth * (counts[0] + counts[1] + counts[2]) <= block.size();
-    Require((lut.inputTable != nullptr) == fits && (lut.clutTable != nullptr) == fits, "tables");
-    Require((lut.outputTable != nullptr) == fits, "tables");
-    if (!fits) return;
     std::uint64_t at = 52;
-    for (const auto* table : {tables, &lut.clutTable, &lut.outputTable}) {
-        const std::uint64_t count = counts[table == tables ? 0 : table == &lut.clutTable ? 1 : 2];
-        for (std::uint64_t i = 0; i < count; ++i, at += kWidth) {
-            Require((*table)[i] == (kWidth == 2 ? Half(block, at) : Byte(block, at)), "entry of a table");
+    for (std::size_t n = 0; n < 3; ++n) {
+        const auto& table = *tables[n];
+        Require((table != nullptr) == fits, "tables");
+        for (std::uint64_t i = 0; fits && i < counts[n] + 8; ++i) {  // eight to spare
+            const std::uint64_t place = at + kWidth * i;
+            const unsigned entry = kWidth == 2 ? Big16At(block, place) : ByteAt(block, place);
+            Require(table[i] == (i < counts[n] ? entry : 0), "entry of a table");
         }
-        for (std::uint64_t i = count; i < count + 8; ++i) Require((*table)[i] == 0, "spare entry");
+        at += kWidth * counts[n];
     }
 }
 
 void CheckGrid(const CLutGrid& grid, const Bytes& block, std::uint64_t at, unsigned inputs, unsigned outputs,
-               std::uint64_t left) {
-    for (std::size_t i = 0; i < 16; ++i) Require(grid.gridPoints[i] == Byte(block, at + i), "points of an axis");
-    Require(grid.precision == Byte(block, at + 16), "precision");
+               std::uint64_t& left) {
+    for (std::size_t i = 0; i < 16; ++i) Require(grid.gridPoints[i] == ByteAt(block, at + i), "points of an axis");
+    Require(grid.precision == ByteAt(block, at + 16), "precision");
     // Stopped where no block goes, long before 64 bits are full.
     std::uint64_t bytes = std::uint64_t{grid.precision} * outputs;
-    bool empty = bytes == 0;
     for (unsigned axis = 0; axis < std::min(inputs, 16U); ++axis) {
-        empty = empty || Byte(block, at + axis) == 0;
-        bytes = std::min(bytes * Byte(block, at + axis), std::uint64_t{1} << 40);
-    }
-    if (empty) {
-        // An axis without points: whether there is an array of no bytes depends on the axes before it.
-        Require(grid.gridBytes == 0, "bytes of an empty grid");
-        return;
+        bytes = std::min(bytes * ByteAt(block, at + axis), std::uint64_t{1} << 40);
     }
     const bool fits = bytes <= left && bytes <= block.size() && at + 20 <= block.size() - bytes;
-    Require((grid.gridData != nullptr) == fits, "grid");
     Require(grid.gridBytes == (fits ? bytes : 0), "bytes of a grid");
+    // With an axis without points, whether there is an array of no bytes depends on the axes before it.
+    Require(bytes == 0 || (grid.gridData != nullptr) == fits, "grid");
+    left -= grid.gridBytes;
     for (std::uint64_t i = 0; i < grid.gridBytes; ++i) {
         if (grid.precision != 2) {
             Require(grid.gridData[i] == block[at + 20 + i], "byte of a grid");
         } else if (i % 2 == 0) {
             std::uint16_t value;
             std::memcpy(&value, &grid.gridData[i], 2);
-            Require(value == Half(block, at + 20 + i), "value of a grid");
+            Require(value == Big16At(block, at + 20 + i), "value of a grid");
         }
     }
 }
 
-/// A set of curves; what its entries take is gone from `left`.
-template <std::size_t kRoom>
-void CheckCurves(const std::array<std::unique_ptr<CCurveType>, kRoom>& curves, const Bytes& block, std::uint64_t at,
-                 unsigned count, std::uint64_t& left) {
-    for (std::size_t i = 0; i < kRoom; ++i) {
-        const bool read = at != 0 && i < count;
-        Require((curves[i] != nullptr) == read, "which curves are there");
-        if (!read) continue;
-        CheckCurve(*curves[i], block, at, left);
-        const std::uint64_t entries = CurveEntries(block, at, left);
-        at += 2 * entries + 14;
-        left -= 2 * entries;
+/// A set of curves.
+template <typename Curves>
+void CheckCurves(const Curves& curves, const Bytes& block, std::uint64_t at, unsigned count, std::uint64_t& left) {
+    const bool read = at != 0;
+    for (std::size_t i = 0; i < curves.size(); ++i) {
+        Require((curves[i] != nullptr) == (read && i < count), "which curves are there");
+        if (curves[i] != nullptr) at += CheckCurve(*curves[i], block, at, left) + 14;
     }
 }
 
-void CheckCurved(const CLut& lut, std::uint32_t name, const Bytes& block) {
-    const bool a2b = name >> 8 == 0x413242;
-    const unsigned in = Byte(block, 8), out = Byte(block, 9);
+void CheckCurved(const CLut& lut, const std::string& name, const Bytes& block) {
+    const bool a2b = name.starts_with("A2B");
+    const unsigned in = ByteAt(block, 8), out = ByteAt(block, 9);
     Require(lut.inputChan == in && lut.outputChan == out, "channels");
-    Require(lut.bCurveOffset == Word(block, 12) && lut.matrixOffset == Word(block, 16), "offsets");
-    Require(lut.mCurveOffset == Word(block, 20) && lut.clutOffset == Word(block, 24), "offsets");
-    Require(lut.aCurveOffset == Word(block, 28), "offsets");
+    const std::uint32_t offsets[] = {lut.bCurveOffset, lut.matrixOffset, lut.mCurveOffset, lut.clutOffset,
+                                     lut.aCurveOffset};
+    for (std::size_t i = 0; i < 5; ++i) Require(offsets[i] == Big32At(block, 12 + 4 * i), "offsets");
     // Parts may share their bytes, but not more than threefold.
     std::uint64_t left = 3 * block.size();
     CheckCurves(lut.bCurves, block, lut.bCurveOffset, a2b ? out : in, left);
     Require((lut.mCurve != nullptr) == (lut.mCurveOffset != 0), "M curve");
-    if (lut.mCurve != nullptr) {
-        CheckCurve(*lut.mCurve, block, lut.mCurveOffset, left);
-        left -= 2 * CurveEntries(block, lut.mCurveOffset, left);
-    }
+    if (lut.mCurve != nullptr) CheckCurve(*lut.mCurve, block, lut.mCurveOffset, left);
     Require((lut.clut != nullptr) == (lut.clutOffset != 0), "grid");
-    if (lut.clut != nullptr) {
-        CheckGrid(*lut.clut, block, lut.clutOffset, in, out, left);
-        left -= lut.clut->gridBytes;
-    }
+    if (lut.clut != nullptr) CheckGrid(*lut.clut, block, lut.clutOffset, in, out, left);
     CheckCurves(lut.aCurves, block, lut.aCurveOffset, a2b ? in : out, left);
+}
+
+void CheckHeader(const ProfileHeader& header, const Bytes& file) {
+    const std::uint32_t words[] = {
+        header.profileSize,   header.cmmType,       header.profileVersion, header.deviceClass,
+        header.colorSpace,    header.pcs,           header.magic,          header.platform,
+        header.profileFlags,  header.manufacturer,  header.model,          header.renderingIntent,
+        header.illuminant[0], header.illuminant[1], header.illuminant[2],  header.creator};
+    const std::uint64_t places[] = {0, 4, 8, 12, 16, 20, 36, 40, 44, 48, 52, 64, 68, 72, 76, 80};
+    for (std::size_t i = 0; i < 16; ++i) Require(words[i] == Big32At(file, places[i]), "word of the header");
+    for (std::size_t i = 0; i < 6; ++i) Require(header.dateTime[i] == Big16At(file, 24 + 2 * i), "date");
+    const auto bytes = [&](const auto& field, std::size_t at) {
+        for (const unsigned byte : field) Require(byte == ByteAt(file, at++), "bytes of the header");
+    };
+    bytes(header.attributes, 56);
+    bytes(header.profileId, 84);
+    bytes(header.headerReserved, 100);
 }
 
 }  // namespace
 
-void CheckTag(const iccTagBase& tag, std::uint32_t name, const Bytes& block) {
-    Require(tag.tagSig == name, "name");
+void CheckTag(const iccTagBase& tag, const std::string& name, const Bytes& block) {
+    Require(test::SignatureText(tag.tagSig) == name, "name");
     Require(tag.tagSize == block.size(), "size");
-    Require(tag.sig == Word(block, 0), "type");
+    Require(tag.sig == Big32At(block, 0), "type");
     for (std::size_t i = 0; i < block.size(); ++i) Require(tag.tagData[i] == block[i], "block");
-    Require(typeid(tag) == ClassOf(NameOf(name), NameOf(Word(block, 0))), "class");
+    Require(typeid(tag) == ClassOf(name, test::SignatureText(Big32At(block, 0))), "class");
     if (const auto* text = dynamic_cast<const CTextType*>(&tag)) CheckText(text->text.get(), block);
     if (const auto* text = dynamic_cast<const CTextDescriptionType*>(&tag)) {
         Require(text->textLength == (block.size() > 8 ? block.size() - 8 : 0), "length of a text");
@@ -239,48 +171,29 @@ void CheckTag(const iccTagBase& tag, std::uint32_t name, const Bytes& block) {
     }
     if (const auto* xyz = dynamic_cast<const CXYZType*>(&tag)) {
         for (std::size_t i = 0; i < 3; ++i) {
-            Require(xyz->rawXYZ[i] == Word(block, 8 + 4 * i), "word");
-            Require(xyz->XYZ[i] == Word(block, 8 + 4 * i) / 65536.0, "value");
+            Require(xyz->rawXYZ[i] == Big32At(block, 8 + 4 * i), "word");
+            Require(xyz->XYZ[i] == Big32At(block, 8 + 4 * i) / 65536.0, "value");
         }
     }
     if (const auto* chad = dynamic_cast<const CChad*>(&tag)) {
-        for (std::size_t i = 0; i < 9; ++i) Require(chad->chad[i] == Word(block, 8 + 4 * i) / 65536.0, "value");
+        for (std::size_t i = 0; i < 9; ++i) Require(chad->chad[i] == Big32At(block, 8 + 4 * i) / 65536.0, "value");
     }
-    if (const auto* curve = dynamic_cast<const CCurveType*>(&tag)) CheckCurve(*curve, block, 0, block.size());
+    std::uint64_t left = block.size();
+    if (const auto* curve = dynamic_cast<const CCurveType*>(&tag)) CheckCurve(*curve, block, 0, left);
     if (const auto* lut = dynamic_cast<const CLut16Type*>(&tag)) CheckTable<2>(*lut, block);
     if (const auto* lut = dynamic_cast<const CLut8Type*>(&tag)) CheckTable<1>(*lut, block);
     if (const auto* lut = dynamic_cast<const CLut*>(&tag)) CheckCurved(*lut, name, block);
 }
 
-namespace {
-
-void CheckHeader(const ProfileHeader& header, const Bytes& bytes) {
-    const std::uint32_t words[] = {
-        header.profileSize,   header.cmmType,       header.profileVersion, header.deviceClass,
-        header.colorSpace,    header.pcs,           header.magic,          header.platform,
-        header.profileFlags,  header.manufacturer,  header.model,          header.renderingIntent,
-        header.illuminant[0], header.illuminant[1], header.illuminant[2],  header.creator};
-    const std::uint64_t places[] = {0, 4, 8, 12, 16, 20, 36, 40, 44, 48, 52, 64, 68, 72, 76, 80};
-    for (std::size_t i = 0; i < 16; ++i) Require(words[i] == Word(bytes, places[i]), "word of the header");
-    for (std::size_t i = 0; i < 6; ++i) Require(header.dateTime[i] == Half(bytes, 24 + 2 * i), "date");
-    for (std::size_t i = 0; i < 8; ++i) Require(header.attributes[i] == bytes[56 + i], "attributes");
-    for (std::size_t i = 0; i < 16; ++i) Require(header.profileId[i] == bytes[84 + i], "identity");
-    for (std::size_t i = 0; i < 28; ++i) Require(header.headerReserved[i] == bytes[100 + i], "reserved bytes");
-}
-
-}  // namespace
-
-void CheckProfile(const IccFile4& file, const ModelProfile& model) {
-    CheckHeader(file.header, model.header);
-    Require(file.tagList.size() == model.tags.size(), "number of tags");
-    for (std::size_t i = 0; i < model.tags.size(); ++i) {
-        CheckTag(*file.tagList[i], model.tags[i].name, model.tags[i].block);
-        const auto first = std::find_if(model.tags.begin(), model.tags.end(),
-                                        [&](const ModelTag& tag) { return tag.name == model.tags[i].name; });
-        const auto place = static_cast<std::size_t>(first - model.tags.begin());
-        Require(file.GetTag(static_cast<icTagSignature>(model.tags[i].name)) == file.tagList[place].get(),
-                "the first tag of a name");
-        if (i > 200) break;  // enough of a thousand alike
+void CheckProfile(const IccFile4& profile, const Bytes& file, const test::TagList& tags) {
+    CheckHeader(profile.header, file);
+    Require(profile.tagList.size() == tags.size(), "number of tags");
+    for (std::size_t i = 0; i < tags.size() && i <= 200; ++i) {  // enough of a thousand alike
+        const std::string& name = tags[i].first;
+        CheckTag(*profile.tagList[i], name, tags[i].second);
+        const auto first = std::find_if(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == name; });
+        const auto place = static_cast<std::size_t>(first - tags.begin());
+        Require(profile.GetTag(profile.tagList[i]->tagSig) == profile.tagList[place].get(), "the first tag of a name");
     }
 }
 

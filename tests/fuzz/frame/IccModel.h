@@ -1,44 +1,33 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What reading a profile comes to, in the plainest words: bytes in, names and blocks out. It shares no line with the
-// library.
+// A profile as the reference reads it, and its comparison with the library's.
 #pragma once
 
-#include <cstdint>
 #include <string>
-#include <vector>
 
 #include "FuzzInput.h"
 #include "iccfile/IccFile4.h"
-#include "support/ProfileBuilder.h"
+#include "iccfile/SimpleTags.h"
+#include "support/ReferenceProfile.h"
 
 namespace hueweave::fuzz {
 
-struct ModelTag {
-    std::uint32_t name = 0;
-    Bytes block;  ///< rounded up to a multiple of 4, zeros where the file ends
-};
+using test::Big16At;
+using test::Big32At;
+using test::ByteAt;
 
-struct ModelProfile {
-    Bytes header;  ///< 128 bytes
-    std::vector<ModelTag> tags;
-};
+/// What a reading may take of the heap: a block is copied once as it stands and at most four times decoded.
+constexpr std::size_t IccHeap(std::size_t size) { return 6 * (8 * size + (std::size_t{4} << 20)) + 65536; }
 
-ModelProfile ReadModel(const Bytes& file);
 /// The file that saving gives.
-Bytes SaveModel(const ModelProfile& profile);
-/// The same tags for the reference pipeline.
-test::TagList TagsOf(const ModelProfile& profile);
-std::string NameOf(std::uint32_t word);
-
-std::uint32_t Word(const Bytes& bytes, std::uint64_t at);  ///< big-endian, zeros behind the end
-unsigned Half(const Bytes& bytes, std::uint64_t at);
-unsigned Byte(const Bytes& bytes, std::uint64_t at);
+Bytes SavedModel(const Bytes& file, const test::TagList& tags);
 
 /// The tag must be of the class that its name and type ask for, carry the block, and hold what the block says.
-void CheckTag(const ICC40::ICCFILE::iccTagBase& tag, std::uint32_t name, const Bytes& block);
-/// Tags and header must be those of the model.
-void CheckProfile(const ICC40::ICCFILE::IccFile4& file, const ModelProfile& model);
+void CheckTag(const ICC40::ICCFILE::iccTagBase& tag, const std::string& name, const Bytes& block);
+/// Tags and header must be those of the file as the reference reads it.
+void CheckProfile(const ICC40::ICCFILE::IccFile4& profile, const Bytes& file, const test::TagList& tags);
+/// The entries of a curve at a place of a block, of which there are `count`.
+void CheckEntries(const ICC40::ICCFILE::CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t count);
 
 }  // namespace hueweave::fuzz

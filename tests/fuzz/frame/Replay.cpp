@@ -12,13 +12,17 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "FuzzInput.h"
+#include "Mutation.h"
 
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 /// There if a sanitizer is: what it calls before it ends the process.
 extern "C" __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
 extern "C" __attribute__((weak)) std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
@@ -27,24 +31,25 @@ extern "C" __attribute__((weak)) std::size_t LLVMFuzzerCustomMutator(std::uint8_
 namespace {
 
 namespace fs = std::filesystem;
-using hueweave::fuzz::Scatter;
+using hueweave::fuzz::Bytes;
 
-Scatter scatter(1);
+hueweave::fuzz::Scatter scatter(1);
 
-std::vector<fs::path> FilesOf(const fs::path& place) {
-    if (!fs::is_directory(place)) return {place};
-    std::vector<fs::path> files;
-    for (const auto& entry : fs::recursive_directory_iterator(place)) {
-        if (entry.is_regular_file()) files.push_back(entry.path());
+/// The files of a folder in the order of their names, or one file.
+void AddFiles(const fs::path& place, std::vector<fs::path>& files) {
+    if (!fs::is_directory(place)) {
+        if (fs::exists(place)) files.push_back(place);
+        return;
     }
-    std::sort(files.begin(), files.end());
-    return files;
+    const auto before = static_cast<std::ptrdiff_t>(files.size());
+    for (const auto& entry : fs::directory_iterator(place)) files.push_back(entry.path());
+    std::sort(files.begin() + before, files.end());
 }
 
 constexpr unsigned kMostSeconds = 20;  ///< for one input
 
-const char* keepAs = nullptr;                    ///< where an input goes that ends the process
-const hueweave::fuzz::Bytes* current = nullptr;  ///< the one that is running
+const char* keepAs = nullptr;    ///< where an input goes that ends the process
+const Bytes* current = nullptr;  ///< the one that is running
 
 /// Only calls that a signal handler may make.
 void KeepInput() {
@@ -72,23 +77,21 @@ void WatchForTheEnd() {
 }
 
 /// In a block of its own, so that a sanitizer sees the first byte beyond it.
-void Run(const hueweave::fuzz::Bytes& input) {
+void Run(const Bytes& input) {
     current = &input;
     alarm(kMostSeconds);
     LLVMFuzzerTestOneInput(input.data(), input.size());
     current = nullptr;
 }
 
-void RunChanged(const hueweave::fuzz::Bytes& input, std::size_t times) {
-    const std::size_t most = 2 * input.size() + 64;
+void RunChanged(const Bytes& input, std::size_t times) {
+    const std::size_t size = input.size(), most = 2 * size + 64;
     for (std::size_t n = 0; n < times; ++n) {
-        hueweave::fuzz::Bytes changed = input;
+        Bytes changed = input;
         changed.resize(most);
         const unsigned seed = scatter.Next();
-        const std::size_t size = LLVMFuzzerCustomMutator != nullptr
-                                     ? LLVMFuzzerCustomMutator(changed.data(), input.size(), most, seed)
-                                     : LLVMFuzzerMutate(changed.data(), input.size(), most);
-        changed.resize(size);
+        changed.resize(LLVMFuzzerCustomMutator != nullptr ? LLVMFuzzerCustomMutator(changed.data(), size, most, seed)
+                                                          : LLVMFuzzerMutate(changed.data(), size, most));
         changed.shrink_to_fit();
         Run(changed);
     }
@@ -98,41 +101,33 @@ void RunChanged(const hueweave::fuzz::Bytes& input, std::size_t times) {
 
 /// The plainest changes: bytes set, taken out, and put in.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize) {
+    hueweave::fuzz::Block block{data, size, maxSize, scatter};
     const std::size_t changes = 1 + scatter.Below(4);
     for (std::size_t n = 0; n < changes; ++n) {
-        const std::size_t how = scatter.Below(5);
-        if (how == 0 && size < maxSize) {
-            const std::size_t at = scatter.Below(size + 1);
-            std::move_backward(data + at, data + size, data + size + 1);
-            data[at] = static_cast<std::uint8_t>(scatter.Next());
-            ++size;
-        } else if (how == 1 && size > 1) {
-            const std::size_t at = scatter.Below(size);
-            std::move(data + at + 1, data + size, data + at);
-            --size;
-        } else if (size != 0) {
-            const std::size_t at = scatter.Below(size);
-            const auto value = static_cast<std::uint8_t>(scatter.Next());
-            data[at] = how == 2 ? value : static_cast<std::uint8_t>(data[at] ^ 1U << value % 8);
+        const std::size_t how = scatter.Below(5), at = scatter.Below(block.size + 1);
+        const std::uint32_t value = scatter.Next();
+        if (how == 0) block.Stretch(at, 1);
+        if (how == 1 && block.size > 1) {
+            block.Shorten(at, 1);
+        } else {
+            block.Put(at, 1, how < 3 ? value : block.Get(at, 1) ^ 1U << value % 8);
         }
     }
-    return size;
+    return block.size;
 }
 
 int main(int count, char** arguments) {
     LLVMFuzzerInitialize(&count, &arguments);
-    const std::string wanted = "--inputs=", keep = "--keep=";
     std::size_t inputs = 0;
     std::vector<fs::path> files;
     for (int i = 1; i < count; ++i) {
-        const std::string argument = arguments[i];
-        if (argument.starts_with(wanted)) {
-            inputs = std::strtoul(argument.c_str() + wanted.size(), nullptr, 10);
-        } else if (argument.starts_with(keep)) {
-            keepAs = arguments[i] + keep.size();
-        } else if (fs::exists(argument)) {
-            const std::vector<fs::path> more = FilesOf(argument);
-            files.insert(files.end(), more.begin(), more.end());
+        const std::string_view argument = arguments[i];
+        if (argument.starts_with("--inputs=")) {
+            inputs = std::strtoul(arguments[i] + std::strlen("--inputs="), nullptr, 10);
+        } else if (argument.starts_with("--keep=")) {
+            keepAs = arguments[i] + std::strlen("--keep=");
+        } else {
+            AddFiles(argument, files);
         }
     }
     if (files.empty()) {
@@ -143,7 +138,7 @@ int main(int count, char** arguments) {
     const std::size_t changes = inputs > files.size() ? (inputs - 1) / files.size() : 0;
     for (const fs::path& file : files) {
         std::fprintf(stderr, "%s\n", file.c_str());
-        const hueweave::fuzz::Bytes input = hueweave::test::ReadFile(file.string());
+        const Bytes input = hueweave::test::ReadFile(file.string());
         Run(input);
         RunChanged(input, changes);
     }

@@ -13,6 +13,13 @@ namespace hueweave::fuzz {
 
 using test::Bytes;
 
+/// "what-1-2", for naming seeds.
+template <typename... Numbers>
+std::string Name(std::string what, Numbers... numbers) {
+    ((what += "-" + std::to_string(numbers)), ...);
+    return what;
+}
+
 /// Takes one file and a name for it.
 using Sow = std::function<void(const std::string& name, const Bytes& file)>;
 

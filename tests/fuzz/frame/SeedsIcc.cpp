@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-#include <algorithm>
-#include <array>
-
 #include "Seeds.h"
 #include "support/MiniProfile.h"
 #include "support/ProfileBuilder.h"
@@ -10,34 +7,20 @@
 namespace hueweave::fuzz {
 namespace {
 
-using test::ByteWriter;
-using test::CurvedLutSpec;
-using test::CurveLayout;
-using test::EncodeCurved;
-using test::Lcg;
-using test::LutShape;
-using test::MakeLut;
-using test::Mft2;
-using test::MftAB;
-using test::MiniProfile;
-using test::SmoothLut;
-using test::XyzBlock;
+using namespace test;
 
 Bytes OneTag(std::string_view name, const Bytes& block) { return MiniProfile({{name, block}}); }
 
-/// A block of the "mft2" layout of any shape; `spare` bytes more or fewer than its tables need.
-Bytes Table(const char* type, unsigned inputs, unsigned outputs, unsigned points, unsigned inputEntries,
-            unsigned outputEntries, int spare = 0) {
-    ByteWriter out;
-    out.Text(type).Big32(0).U8(inputs).U8(outputs).U8(points).U8(0);
-    for (int i = 0; i < 9; ++i) out.Big32(i % 4 == 0 ? 0x10000 : 0);
-    out.Big16(inputEntries).Big16(outputEntries);
-    Lcg values(inputs * 7 + outputs * 31 + points);
-    const std::size_t count = inputs * inputEntries + points * points * points * outputs + outputs * outputEntries;
-    for (std::size_t i = 0; i < count; ++i) out.Big16(values.Sample());
+/// A table in an A2B0 tag, `spare` bytes longer or shorter than its contents need.
+Bytes Table(const char* type, const LutShape& shape, int spare = 0) {
+    ByteWriter out = TableHead(type, shape, 0x10000);
+    Lcg values(static_cast<std::uint32_t>(shape.inputs * 7 + shape.outputs * 31 + shape.points));
+    const int count = shape.inputs * shape.inputEntries + shape.points * shape.points * shape.points * shape.outputs +
+                      shape.outputs * shape.outputEntries;
+    for (int i = 0; i < count; ++i) out.Big16(values.Sample());
     Bytes block = out.Done();
     block.resize(static_cast<std::size_t>(static_cast<int>(block.size()) + spare));
-    return block;
+    return OneTag("A2B0", block);
 }
 
 Bytes Text(const char* type, std::size_t size) {
@@ -56,13 +39,12 @@ Bytes CurveBlock(std::uint32_t announced, std::size_t held) {
 void SowSimpleTags(const Sow& sow) {
     for (const std::size_t size : {0U, 1U, 4U, 7U, 8U, 9U, 11U, 12U, 13U, 19U, 20U, 21U, 43U, 44U, 45U, 100U}) {
         for (const char* name : {"desc", "cprt", "wtpt", "bkpt", "chad", "rTRC", "none", "A2B0", "B2A0"}) {
-            sow(std::string(name) + "-of-" + std::to_string(size), OneTag(name, Text("text", size)));
+            sow(std::string(name) + Name("-of", size), OneTag(name, Text("text", size)));
         }
     }
     for (const std::uint32_t announced : {0U, 1U, 2U, 255U, 256U, 257U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
         for (const std::size_t held : {0U, 1U, 2U, 256U}) {
-            sow("curve-" + std::to_string(announced) + "-of-" + std::to_string(held),
-                OneTag("gTRC", CurveBlock(announced, held)));
+            sow(Name(Name("curve", announced) + "-of", held), OneTag("gTRC", CurveBlock(announced, held)));
         }
     }
     for (const char* type : {"mft2", "mft1", "mAB ", "mBA ", "curv", "para", "XYZ ", "text", "desc", "sf32", "none"}) {
@@ -73,24 +55,30 @@ void SowSimpleTags(const Sow& sow) {
 }
 
 void SowTables(const Sow& sow) {
-    for (unsigned inputs = 0; inputs <= 8; ++inputs) {
-        for (unsigned outputs = 0; outputs <= 8; ++outputs) {
-            sow("channels-" + std::to_string(inputs) + "-" + std::to_string(outputs),
-                OneTag("A2B0", Table("mft2", inputs, outputs, 2, 3, 3)));
+    for (int inputs = 0; inputs <= 8; ++inputs) {
+        for (int outputs = 0; outputs <= 8; ++outputs) {
+            sow(Name("channels", inputs, outputs), Table("mft2", {inputs, outputs, 2, 3, 3}));
         }
     }
-    for (unsigned points = 0; points <= 34; ++points) {
-        const unsigned outputs = points > 17 ? 1 : 3;
-        sow("points-" + std::to_string(points), OneTag("A2B0", Table("mft2", 3, outputs, points, 2, 2)));
+    for (int points = 0; points <= 34; ++points) {
+        sow(Name("points", points), Table("mft2", {3, points > 17 ? 1 : 3, points, 2, 2}));
     }
-    for (const unsigned entries : {0U, 1U, 2U, 3U, 4U, 255U, 256U, 257U, 1024U, 4095U, 4096U, 4097U}) {
-        sow("input-entries-" + std::to_string(entries), OneTag("A2B0", Table("mft2", 3, 3, 2, entries, 2)));
-        sow("output-entries-" + std::to_string(entries), OneTag("A2B0", Table("mft2", 3, 3, 2, 2, entries)));
+    for (const int entries : {0, 1, 2, 3, 4, 255, 256, 257, 1024, 4095, 4096, 4097}) {
+        sow(Name("input-entries", entries), Table("mft2", {3, 3, 2, entries, 2}));
+        sow(Name("output-entries", entries), Table("mft2", {3, 3, 2, 2, entries}));
     }
     for (const int spare : {-50, -2, -1, 0, 1, 2, 9}) {
-        sow("table-with-" + std::to_string(spare), OneTag("A2B0", Table("mft2", 3, 3, 2, 2, 2, spare)));
-        sow("bytes-with-" + std::to_string(spare), OneTag("A2B0", Table("mft1", 3, 3, 2, 2, 2, spare)));
+        sow(Name("table-with", spare), Table("mft2", {3, 3, 2, 2, 2}, spare));
+        sow(Name("bytes-with", spare), Table("mft1", {3, 3, 2, 2, 2}, spare));
     }
+}
+
+/// A sound file with other words in some places.
+Bytes Patched(const Bytes& sound, std::initializer_list<std::pair<std::size_t, std::uint32_t>> words) {
+    ByteWriter out;
+    out.Append(sound);
+    for (const auto& [place, word] : words) out.PatchBig32(place, word);
+    return out.Done();
 }
 
 /// Tables of the container: shared, empty, overlapping, outside, without end.
@@ -99,26 +87,21 @@ void SowTagTables(const Sow& sow) {
     for (std::size_t size = 0; size <= 160; size += 4) {
         Bytes cut = sound;
         cut.resize(size);
-        sow("cut-" + std::to_string(size), cut);
+        sow(Name("cut", size), cut);
     }
-    for (const std::size_t part : {std::size_t{2}, std::size_t{3}, std::size_t{10}}) {
+    for (const std::size_t part : {2U, 3U, 10U}) {
         Bytes cut = sound;
         cut.resize(cut.size() - cut.size() / part);
-        sow("cut-by-a-part-of-" + std::to_string(part), cut);
+        sow(Name("cut-by-a-part-of", part), cut);
     }
     const auto size = static_cast<std::uint32_t>(sound.size());
     for (const std::uint32_t word : {0U, 1U, 3U, 28U, 1000000U, 0x7fffffffU, 0x80000000U, 0xfffffffdU, 0xffffffffU}) {
-        for (const std::size_t field : {std::size_t{128}, std::size_t{136}, std::size_t{140}}) {
-            ByteWriter out;
-            out.Append(sound).PatchBig32(field, word);
-            sow("word-" + std::to_string(field) + "-" + std::to_string(word), out.Done());
+        for (const std::size_t field : {128U, 136U, 140U}) {
+            sow(Name("word", field, word), Patched(sound, {{field, word}}));
         }
     }
     for (const std::uint32_t near : {size - 4, size - 3, size - 1, size, size + 1}) {
-        ByteWriter out;
-        out.Append(sound).PatchBig32(136, near);
-        out.PatchBig32(140, 3);
-        sow("block-at-" + std::to_string(near), out.Done());
+        sow(Name("block-at", near), Patched(sound, {{136, near}, {140, 3}}));
     }
     ByteWriter shared;
     shared.Fill(128).Big32(200);
@@ -131,12 +114,7 @@ void SowTagTables(const Sow& sow) {
 }
 
 CurvedLutSpec SoundCurved(int inputs, int outputs, int points, int entries) {
-    LutShape shape;
-    shape.inputs = inputs;
-    shape.outputs = outputs;
-    shape.points = points;
-    shape.inputEntries = shape.outputEntries = entries;
-    return Curved(MakeLut(shape, inputs), CurveLayout::Stepped);
+    return Curved(MakeLut({inputs, outputs, points, entries, entries}, inputs), CurveLayout::Stepped);
 }
 
 }  // namespace
@@ -145,31 +123,27 @@ void SowCurvedBlocks(const Sow& sow) {
     for (int inputs = 1; inputs <= 4; ++inputs) {
         for (int outputs = 1; outputs <= 3; ++outputs) {
             for (const int entries : {2, 3, 5}) {
-                const auto block = EncodeCurved(SoundCurved(inputs, outputs, 3, entries));
-                sow("curved-" + std::to_string(inputs) + "-" + std::to_string(outputs) + "-" + std::to_string(entries),
-                    block);
+                sow(Name("curved", inputs, outputs, entries), EncodeCurved(SoundCurved(inputs, outputs, 3, entries)));
             }
         }
     }
     const Bytes sound = EncodeCurved(SoundCurved(3, 3, 3, 5));
-    for (const std::size_t field : {std::size_t{12}, std::size_t{20}, std::size_t{24}, std::size_t{28}}) {
-        for (const std::uint32_t word : {0U, 1U, 31U, static_cast<std::uint32_t>(sound.size()) - 1,
-                                         static_cast<std::uint32_t>(sound.size()), 0x80000000U, 0xffffffffU}) {
-            ByteWriter out;
-            out.Append(sound).PatchBig32(field, word);
-            sow("curved-word-" + std::to_string(field) + "-" + std::to_string(word), out.Done());
+    const auto size = static_cast<std::uint32_t>(sound.size());
+    for (const std::size_t field : {12U, 20U, 24U, 28U}) {
+        for (const std::uint32_t word : {0U, 1U, 31U, size - 1, size, 0x80000000U, 0xffffffffU}) {
+            sow(Name("curved-word", field, word), Patched(sound, {{field, word}}));
         }
     }
     for (const unsigned precision : {0U, 1U, 2U, 3U, 255U}) {
         CurvedLutSpec contents = SoundCurved(3, 3, 2, 3);
         contents.precision = precision;
-        sow("curved-precision-" + std::to_string(precision), EncodeCurved(contents));
+        sow(Name("curved-precision", precision), EncodeCurved(contents));
     }
     for (const unsigned points : {0U, 1U, 2U, 33U, 34U, 255U}) {
         CurvedLutSpec contents = SoundCurved(1, 3, 2, 3);
         contents.gridPoints[0] = static_cast<std::uint8_t>(points);
         contents.grid.resize(std::size_t{points} * 3);
-        sow("curved-points-" + std::to_string(points), EncodeCurved(contents));
+        sow(Name("curved-points", points), EncodeCurved(contents));
     }
     CurvedLutSpec contents = SoundCurved(3, 3, 2, 3);
     contents.aCurves[1].pop_back();

@@ -1,23 +1,42 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Tables for the units, as a record of the reference and as the tag that the library takes.
+// Tables for the units, and what their targets draw and compare alike.
 #pragma once
 
 #include <algorithm>
-#include <memory>
+#include <array>
 #include <vector>
 
 #include "FuzzInput.h"
-#include "iccfile/LutTags.h"
 #include "support/ReferenceUnits.h"
+#include "support/Units.h"
+#include "units/Info.h"
 
 namespace hueweave::fuzz {
 
+using namespace ICC40::ICC_UNIT;
+using namespace test;
+
+using Seven = std::array<unsigned short, 7>;
+
+/// What a unit makes of single values.
+template <typename Unit>
+Seven Converted(Unit& unit, Seven s) {
+    unit.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+    return s;
+}
+
+/// The second digit of a unit's name: its channels.
+inline int DrawChannels(FuzzInput& input) {
+    static constexpr int kChannels[] = {3, 4, 6, 7};
+    return kChannels[input.Below(4)];
+}
+
 /// A table of values that need no bytes of the input: scattered, rising, or only 0 and 65535.
-inline test::PlainLut DrawLut(FuzzInput& input, int inputs, int outputs, int points, int inputEntries,
-                              int outputEntries) {
-    test::PlainLut lut{inputs, outputs, points, inputEntries, outputEntries, {}, {}, {}};
+inline ReferenceLut DrawLut(FuzzInput& input, int inputs, int outputs, int points, int inputEntries,
+                            int outputEntries) {
+    ReferenceLut lut{inputs, outputs, points, inputEntries, outputEntries, {}, {}, {}};
     const std::size_t how = input.Below(3);
     Scatter scatter(input.U32());
     const auto fill = [&](std::vector<int>& table, int count, int row) {
@@ -35,29 +54,19 @@ inline test::PlainLut DrawLut(FuzzInput& input, int inputs, int outputs, int poi
     return lut;
 }
 
-/// Its tables are exactly as long as their contents.
-inline std::unique_ptr<ICC40::ICCFILE::CLut16Type> TagOf(const test::PlainLut& lut) {
-    auto tag = std::make_unique<ICC40::ICCFILE::CLut16Type>();
-    tag->inputChan = static_cast<std::uint8_t>(lut.inputs);
-    tag->outputChan = static_cast<std::uint8_t>(lut.outputs);
-    tag->clutPoints = static_cast<std::uint8_t>(lut.points);
-    tag->inputEnt = static_cast<std::uint16_t>(lut.inputEntries);
-    tag->outputEnt = static_cast<std::uint16_t>(lut.outputEntries);
-    const auto copy = [](const std::vector<int>& values) {
-        auto table = std::make_unique<std::uint16_t[]>(values.size());
-        for (std::size_t n = 0; n < values.size(); ++n) table[n] = static_cast<std::uint16_t>(values[n]);
-        return table;
-    };
-    tag->inputTable = copy(lut.input);
-    tag->clutTable = copy(lut.grid);
-    tag->outputTable = copy(lut.output);
-    return tag;
-}
-
 /// A format code: any of the sixteen, or one beside them.
 inline int DrawCode(FuzzInput& input) {
     if (input.Below(8) == 0) return input.Int();
     return static_cast<int>((input.Bool() ? 513U : 257U) + input.Below(8));
+}
+
+/// Tables and curves of a unit, channel by channel, beside those of its reference.
+template <typename Unit, typename Reference>
+void CheckTables(const Unit& unit, const Reference& reference) {
+    for (std::size_t c = 0; c < reference.table.size(); ++c) {
+        Require(std::equal(reference.table[c].begin(), reference.table[c].end(), unit.Lut16[c]), "table");
+        Require(std::equal(reference.curve[c].begin(), reference.curve[c].end(), unit.Curve[c]), "curve");
+    }
 }
 
 /// Entries of a curve, at the edges of what a unit takes and between them.
@@ -65,5 +74,29 @@ inline int DrawEntries(FuzzInput& input) {
     static constexpr int kEdges[] = {0, 1, 2, 3, 255, 256, 257, 4095, 4096};
     return input.Bool() ? kEdges[input.Below(9)] : input.Between(0, 4096);
 }
+
+/// A run of pixels as the units hand it on: its format code and a working buffer of any samples.
+struct Run {
+    explicit Run(FuzzInput& input)
+        : code(DrawCode(input)), asked(input.Between(-2, 60)), pixels(std::max(asked, 0)), layout(LayoutOf(code)) {}
+    void Allocate(unsigned char* source, unsigned char* dest) {
+        job.FormatCode = code;
+        const int made = job.CheckWorkingBuf(source, dest, asked);
+        Require(made == (layout.channels == 0 ? 65534 : 0), "result of a working buffer");
+        Require(job.WorkCount == pixels * layout.channels, "samples of a working buffer");
+        words.resize(AsIndex(job.WorkCount));
+    }
+    void Scattered(std::uint32_t seed) {
+        Scatter scatter(seed);
+        for (std::size_t i = 0; i < words.size(); ++i) job.WorkBuf[i] = words[i] = scatter.Sample();
+    }
+    /// The buffer must be `words`.
+    void Check(const char* what) const { Require(std::equal(words.begin(), words.end(), job.WorkBuf.get()), what); }
+
+    int code, asked, pixels;
+    CodeLayout layout;
+    Info job{};
+    Words words;
+};
 
 }  // namespace hueweave::fuzz

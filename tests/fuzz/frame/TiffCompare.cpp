@@ -7,9 +7,7 @@
 
 namespace hueweave::fuzz {
 
-using Orvix_Tiff_STL2::CTiff;
-using Orvix_Tiff_STL2::Tiff;
-using Orvix_Tiff_STL2::TiffTag;
+using namespace Orvix_Tiff_STL2;
 
 void CheckTags(const Tiff& tiff, const test::ReferenceTiff& reference) {
     Require(tiff.tags.size() == reference.tags.size(), "number of entries");
@@ -30,18 +28,13 @@ void CheckTags(const Tiff& tiff, const test::ReferenceTiff& reference) {
     }
 }
 
-namespace {
-
-int Wrapped(std::uint32_t value) { return static_cast<int>(value); }
-
-}  // namespace
-
 void CheckGeometry(const CTiff& tiff, test::ReferenceTiff& reference) {
+    const auto wrapped = [](std::uint32_t value) { return static_cast<int>(value); };
     const std::uint32_t width = reference.ValueOf(256), samples = reference.ValueOf(277), bits = reference.ValueOf(258);
-    Require(tiff.width == Wrapped(width) && tiff.height == Wrapped(reference.ValueOf(257)), "width and height");
-    Require(tiff.samples == Wrapped(samples) && tiff.bits == Wrapped(bits), "samples and bits");
-    Require(tiff.resolution == Wrapped(reference.ValueOf(282)), "resolution");
-    Require(tiff.rowBytes == static_cast<int>(std::ceil(Wrapped(samples * width * bits) * 0.125)), "bytes of a row");
+    Require(tiff.width == wrapped(width) && tiff.height == wrapped(reference.ValueOf(257)), "width and height");
+    Require(tiff.samples == wrapped(samples) && tiff.bits == wrapped(bits), "samples and bits");
+    Require(tiff.resolution == wrapped(reference.ValueOf(282)), "resolution");
+    Require(tiff.rowBytes == static_cast<int>(std::ceil(wrapped(samples * width * bits) * 0.125)), "bytes of a row");
     const test::ReferenceTag* strip = reference.Find(273);
     const bool image = strip != nullptr && strip->data.has_value();
     Require((tiff.imageBuf != nullptr) == image, "whether there is an image");

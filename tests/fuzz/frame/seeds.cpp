@@ -19,29 +19,28 @@ namespace fs = std::filesystem;
 
 constexpr unsigned long kFewest = 1000;  ///< seeds in all
 
-class Garden {
-public:
-    explicit Garden(fs::path root) : root_(std::move(root)) {}
-    void Plant(const std::string& target, const std::string& name, const Bytes& input) {
-        fs::create_directories(root_ / target);
-        test::WriteFile((root_ / target / name).string(), input);
-        ++count_;
-    }
-    unsigned long Count() const { return count_; }
+struct Garden {
+    fs::path root;
+    unsigned long count = 0;
 
-private:
-    fs::path root_;
-    unsigned long count_ = 0;
+    void Plant(const std::string& target, const std::string& name, const Bytes& input) {
+        fs::create_directories(root / target);
+        test::WriteFile((root / target / name).string(), input);
+        ++count;
+    }
+    void PlantTexts(const std::string& target, std::initializer_list<std::string_view> texts) {
+        int number = 0;
+        for (const std::string_view text : texts) {
+            Plant(target, Name("text", number++), ByteWriter().Text(text).Done());
+        }
+    }
 };
 
 /// Bytes that steer a target, the same on every machine.
 Bytes Steering(std::size_t size, unsigned seed) {
     Bytes bytes(size);
-    std::uint32_t state = seed * 2654435761U + 99;
-    for (unsigned char& byte : bytes) {
-        state = state * 1664525U + 1013904223U;
-        byte = static_cast<unsigned char>(state >> 24);
-    }
+    test::Lcg random(seed * 2654435761U + 99);
+    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random.Next() >> 16);
     return bytes;
 }
 
@@ -57,7 +56,7 @@ void PlantProfiles(Garden& garden) {
         if (number % 9 == 0) garden.Plant("api_sequence", name, Joined(Steering(256, number), file));
         for (unsigned tag = 0; file.size() > 144 && file.size() < 4096 && tag < 14; tag += 5) {
             const Bytes block(file.begin() + 144, file.end());
-            garden.Plant("icc_tag", name + "-" + std::to_string(tag), Joined({static_cast<unsigned char>(tag)}, block));
+            garden.Plant("icc_tag", Name(name, tag), Joined({static_cast<unsigned char>(tag)}, block));
         }
     });
     SowCurvedBlocks([&](const std::string& name, const Bytes& block) {
@@ -65,9 +64,9 @@ void PlantProfiles(Garden& garden) {
         garden.Plant("lut_convert", name + "-back", Joined({0}, block));
     });
     for (unsigned n = 0; n < 12; ++n) {
-        garden.Plant("engine", "sound-" + std::to_string(n), Joined(Steering(40, 1000 + n), SoundProfile(n)));
-        garden.Plant("engine", "curved-" + std::to_string(n), Joined(Steering(40, 2000 + n), CurvedProfile(n)));
-        garden.Plant("api_sequence", "sound-" + std::to_string(n), Joined(Steering(256, 3000 + n), SoundProfile(n)));
+        garden.Plant("engine", Name("sound", n), Joined(Steering(40, 1000 + n), SoundProfile(n)));
+        garden.Plant("engine", Name("curved", n), Joined(Steering(40, 2000 + n), CurvedProfile(n)));
+        garden.Plant("api_sequence", Name("sound", n), Joined(Steering(256, 3000 + n), SoundProfile(n)));
     }
 }
 
@@ -85,27 +84,18 @@ void PlantTiffs(Garden& garden) {
 }
 
 void PlantTexts(Garden& garden) {
-    const char* texts[] = {"",
-                           "S\nkey = value\nSend\n",
-                           "S\nkey = value\n",
-                           "S // not a comment here\na=1\nSend\nT\nb==2\nTend",
-                           "//S\nkey=1\nSend\n",
-                           "S\r\nkey=1\r\nSend\r\n",
-                           "S\n// key=1\n  spaced  key = 1 2 3 \nno sign\nSend\n",
-                           "S\nn=-2147483649\nm=99999999999999999999\nk=0x10\nj= +5 \nSend\n",
-                           "end\nx=1\nendend\nend\ny=2\nendend\n",
-                           "S\na=1\nSend\nS\nb=2\nSend\n",
-                           " \t\v\f S rest of the line\na=1\nSend\n"};
-    int number = 0;
-    for (const char* text : texts) {
-        garden.Plant("config", "text-" + std::to_string(number++), ByteWriter().Text(text).Done());
-    }
+    garden.PlantTexts(
+        "config",
+        {"", "S\nkey = value\nSend\n", "S\nkey = value\n", "S // not a comment here\na=1\nSend\nT\nb==2\nTend",
+         "//S\nkey=1\nSend\n", "S\r\nkey=1\r\nSend\r\n", "S\n// key=1\n  spaced  key = 1 2 3 \nno sign\nSend\n",
+         "S\nn=-2147483649\nm=99999999999999999999\nk=0x10\nj= +5 \nSend\n", "end\nx=1\nendend\nend\ny=2\nendend\n",
+         "S\na=1\nSend\nS\nb=2\nSend\n", " \t\v\f S rest of the line\na=1\nSend\n"});
     std::string rows = "S\n";
     for (int n = 0; n < 1002; ++n) rows += "k" + std::to_string(n) + "=\n";
     garden.Plant("config", "more-rows-than-a-section-has", ByteWriter().Text(rows + "Send\n").Done());
     const std::string longText(300, 'x');
     for (const std::size_t size : {126U, 127U, 128U, 129U, 300U}) {
-        garden.Plant("config", "value-of-" + std::to_string(size),
+        garden.Plant("config", Name("value-of", size),
                      ByteWriter().Text("S\nk=" + longText.substr(0, size) + "\nSend\n").Done());
     }
 }
@@ -113,7 +103,7 @@ void PlantTexts(Garden& garden) {
 void PlantNumbers(Garden& garden) {
     for (const char* target : {"units_in", "units_grid", "units_out", "clch", "iobuf", "convert_diff"}) {
         for (unsigned n = 0; n < 40; ++n) {
-            garden.Plant(target, "any-" + std::to_string(n), Steering(40 + 20 * (n % 8), n));
+            garden.Plant(target, Name("any", n), Steering(40 + 20 * (n % 8), n));
         }
         garden.Plant(target, "none", {});
     }
@@ -162,39 +152,38 @@ void PlantFilesOfTheCommand(Garden& garden) {
 }
 
 void PlantTextsOfTheCommand(Garden& garden) {
-    const auto plant = [&](const char* target, std::initializer_list<std::string_view> texts) {
-        int number = 0;
-        for (const std::string_view text : texts) {
-            garden.Plant(target, "text-" + std::to_string(number++), ByteWriter().Text(text).Done());
-        }
-    };
     // A name in front, then what stands in the record.
     using namespace std::string_view_literals;
     const auto line = R"({"output":"a.tif","fingerprint":"f","size":17,"modified":1})"sv;
     const std::string named = "\4aaaaa\1";
     const std::string many = named + std::string(line) + "\n\n" + std::string(line) + "\n";
     const std::string deep = named + std::string(3000, '[') + "\n";
-    plant("record",
-          {"", named, many, many.substr(0, 40), deep, named + R"({"output":"b","size":1e400,"modified":0.5})",
-           named + R"({"output_hex":"ff00","output":"x","fingerprint":"f","size":-1,"modified":99999999999999999999})",
-           "\5\xff\xfe\xc2\x9b\x1b\xe2\1" + std::string(line)});
-    plant("arguments", {"", "--help", "--version", "convert\n-o\nout\nin.tif", "convert\n--in-place\nin.tif\n-j\n4",
-                        "convert\n--profile=p.icc\n--to\nadobe-rgb\n--intent\nrelative\n-o\nout\na\nb\n--json",
-                        "convert\n--curve\n@/curve.csv\n--lightness\n5.5\n--hue=-30\n-o\nout\na\n--no-tag",
-                        "convert\n--files-from\n-\n-0\n-o\nout\n--resume\n--shard\n1/4\n--max-memory\n1G",
-                        "convert\n--source=embedded\n--force\n--dry-run\n-q\n-o\nout\n--\n-a", "inspect\na\n--json",
-                        "bake\np.icc\n-o\nq.icc\n--force", "verify\np.icc\n--points\n9\n--limit\n2.5\n--bits\n8",
-                        "verify\np.icc\n--image\na.tif\n--intent=absolute", "spaces\n--json", "convert\n--help"});
+    garden.PlantTexts(
+        "record",
+        {"", named, many, many.substr(0, 40), deep, named + R"({"output":"b","size":1e400,"modified":0.5})",
+         named + R"({"output_hex":"ff00","output":"x","fingerprint":"f","size":-1,"modified":99999999999999999999})",
+         "\5\xff\xfe\xc2\x9b\x1b\xe2\1" + std::string(line)});
+    garden.PlantTexts(
+        "arguments",
+        {"", "--help", "--version", "convert\n-o\nout\nin.tif", "convert\n--in-place\nin.tif\n-j\n4",
+         "convert\n--profile=p.icc\n--to\nadobe-rgb\n--intent\nrelative\n-o\nout\na\nb\n--json",
+         "convert\n--curve\n@/curve.csv\n--lightness\n5.5\n--hue=-30\n-o\nout\na\n--no-tag",
+         "convert\n--files-from\n-\n-0\n-o\nout\n--resume\n--shard\n1/4\n--max-memory\n1G",
+         "convert\n--source=embedded\n--force\n--dry-run\n-q\n-o\nout\n--\n-a", "inspect\na\n--json",
+         "bake\np.icc\n-o\nq.icc\n--force", "verify\np.icc\n--points\n9\n--limit\n2.5\n--bits\n8",
+         "verify\np.icc\n--image\na.tif\n--intent=absolute", "spaces\n--json", "convert\n--help",
+         "convert\n--precision=library\n--accept-error\n3.5\n-o\nout\na\n-v", "convert\n--to\nb.icc\n--bpc\n-o\nout\na",
+         "convert\n--icc-version=2\n--to=rec2020\n-o\nout\na", "verify\np.icc\n--to=q.icc\n--precision\nexact"});
     const auto profile = "8BIM\4\17\0\0\0\0\0\5abcde\0"sv, thumbnail = "8BIM\4\14\2xy\0\0\0\0\4WXYZ"sv;
     const auto join = [](std::initializer_list<std::string_view> parts) {
         std::string all("\3\7");
         for (const std::string_view part : parts) all += part;
         return all;
     };
-    plant("photoshop", {join({}), join({profile}), join({thumbnail}), join({profile, thumbnail, profile}),
-                        join({thumbnail, profile, "not a resource"}), join({profile.substr(0, 16)}),
-                        join({profile.substr(0, 17)}), join({"8BIM\4\17\0\0\xff\xff\xff\xff"sv}),
-                        join({"8BIM\4\17\xff"sv}), join({profile, "8BIM\4\17\0\0\0\0\0\0"sv})});
+    garden.PlantTexts("photoshop", {join({}), join({profile}), join({thumbnail}), join({profile, thumbnail, profile}),
+                                    join({thumbnail, profile, "not a resource"}), join({profile.substr(0, 16)}),
+                                    join({profile.substr(0, 17)}), join({"8BIM\4\17\0\0\xff\xff\xff\xff"sv}),
+                                    join({"8BIM\4\17\xff"sv}), join({profile, "8BIM\4\17\0\0\0\0\0\0"sv})});
 }
 #endif
 
@@ -209,7 +198,7 @@ int main(int count, char** arguments) {
     }
     std::error_code ignored;
     fs::remove_all(arguments[1], ignored);
-    Garden garden(arguments[1]);
+    Garden garden{arguments[1]};
     PlantProfiles(garden);
     PlantTiffs(garden);
     PlantTexts(garden);
@@ -218,6 +207,6 @@ int main(int count, char** arguments) {
     PlantFilesOfTheCommand(garden);
     PlantTextsOfTheCommand(garden);
 #endif
-    std::printf("%lu seeds\n", garden.Count());
-    return garden.Count() < kFewest ? EXIT_FAILURE : EXIT_SUCCESS;
+    std::printf("%lu seeds\n", garden.count);
+    return garden.count < kFewest ? EXIT_FAILURE : EXIT_SUCCESS;
 }

@@ -5,16 +5,13 @@
 // change what another converts, and nothing beside the pixels of a run is touched.
 #include <algorithm>
 #include <array>
-#include <iterator>
-#include <vector>
 
 #include "Files.h"
 #include "FuzzInput.h"
 #include "Mutation.h"
 #include "hueweave/hueweave.h"
 
-using namespace hueweave::fuzz;
-
+namespace hueweave::fuzz {
 namespace {
 
 constexpr std::size_t kSteering = 256;
@@ -36,21 +33,10 @@ constexpr Exports kEngines[3] = {
 
 /// The files of a session; the first profile is the input's.
 struct Disk {
-    ScratchFile profile, sound, curved, tiff8, tiff16, dest;
-    Disk() {
-        sound.Put(SoundProfile(1));
-        curved.Put(CurvedProfile(3));
-        tiff8.Put(SoundTiff(8));
-        tiff16.Put(SoundTiff(16));
-    }
-    const char* Profile(std::size_t number) const {
-        const char* paths[] = {profile.Path(), sound.Path(), curved.Path(), "/proc/self/fd/none", nullptr};
-        return paths[number];
-    }
-    const char* Tiff(std::size_t number) const {
-        const char* paths[] = {tiff8.Path(), tiff16.Path(), profile.Path(), "/proc/self/fd/none", nullptr};
-        return paths[number];
-    }
+    ScratchFile profile, sound{SoundProfile(1)}, curved{CurvedProfile(3)}, tiff8{SoundTiff(8)}, tiff16{SoundTiff(16)};
+    ScratchFile dest;
+    const char* profiles[5] = {profile.Path(), sound.Path(), curved.Path(), kNoFile, nullptr};
+    const char* tiffs[5] = {tiff8.Path(), tiff16.Path(), profile.Path(), kNoFile, nullptr};
 };
 
 class Session {
@@ -58,7 +44,7 @@ public:
     Session(const Disk& disk, FuzzInput& input) : disk_(disk), input_(input) {
         for (const Exports& engine : kEngines) {
             // Two paths in turn: the same one again could be the binding that is there already.
-            engine.setProfile(disk_.Profile(3), nullptr, 0, CsRGB_8, CssRGB_8);
+            engine.setProfile(kNoFile, nullptr, 0, CsRGB_8, CssRGB_8);
             Require(engine.setProfile(nullptr, nullptr, 0, CsRGB_8, CssRGB_8) == kNone, "no profile");
         }
         path_.fill(4);
@@ -67,28 +53,13 @@ public:
     }
 
     void Step() {
-        const std::size_t e = input_.Below(3);
-        switch (input_.Below(8)) {
-            case 0:
-            case 1:
-                SetProfile(e);
-                break;
-            case 2:
-                SetIntent(e);
-                break;
-            case 3:
-                Adjust(e);
-                break;
-            case 4:
-                ConvertFile(e);
-                break;
-            case 5:
-                Require(func1() == 0, "func1");
-                break;
-            default:
-                Convert(e);
-                break;
-        }
+        const std::size_t e = input_.Below(3), how = input_.Below(8);
+        if (how < 2) SetProfile(e);
+        if (how == 2) SetIntent(e);
+        if (how == 3) Adjust(e);
+        if (how == 4) ConvertFile(e);
+        if (how == 5) Require(func1() == 0, "func1");
+        if (how > 5) Convert(e);
         for (std::size_t other = 0; other < 3; ++other) {
             const Bytes now = Probe(other);
             Require(other == e || now == probe_[other], "an engine of its own");
@@ -118,10 +89,9 @@ private:
     }
     void SetProfile(std::size_t e) {
         const std::size_t number = input_.Below(5);
-        const char* path = disk_.Profile(number);
-        const char* second = input_.Bool() ? nullptr : disk_.Profile(input_.Below(5));
+        const char* second = input_.Bool() ? nullptr : disk_.profiles[input_.Below(5)];
         const int intent = input_.Between(-2, 5), in = DrawInput(), out = DrawSpace();
-        const std::int32_t answer = kEngines[e].setProfile(path, second, intent, in, out);
+        const std::int32_t answer = kEngines[e].setProfile(disk_.profiles[number], second, intent, in, out);
         Answered(e, answer, out);
         const bool known = in == CsRGB_8 || in == CsRGB_16 || (e == 0 && in == kNone);
         Require(known || number == path_[e] || answer == kNone, "an encoding that is refused");
@@ -149,25 +119,23 @@ private:
         Require(curve == before, "curves are read only");
     }
     void ConvertFile(std::size_t e) {
-        const char* source = disk_.Tiff(input_.Below(5));
+        const std::size_t number = input_.Below(5);
         const bool nowhere = input_.Below(8) == 0;
         const Bytes mark(9, 0xee);
         disk_.dest.Put(mark);
-        const std::int32_t answer = kEngines[e].convertFile(source, nowhere ? nullptr : disk_.dest.Path());
+        const std::int32_t answer = kEngines[e].convertFile(disk_.tiffs[number], nowhere ? nullptr : disk_.dest.Path());
         Require(answer == status_[e], "the engine's space");
-        if (answer == kNone || nowhere) Require(disk_.dest.Get() == mark, "no file is opened");
-        if (answer != kNone && !nowhere && (source == disk_.tiff8.Path() || source == disk_.tiff16.Path())) {
-            Require(disk_.dest.Size() > 100, "a sound file is written");
-        }
+        const Bytes written = disk_.dest.Get();
+        const bool opened = answer != kNone && !nowhere;
+        Require(opened || written == mark, "no file is opened");
+        Require(!opened || number > 1 || written.size() > 100, "a sound file is written");
     }
     void Convert(std::size_t e) {
         constexpr std::size_t kFence = 16;
         const std::size_t place = kFence + input_.Below(4);  // at any address
         const int pixels = input_.Between(-3, 70);
-        const auto room = static_cast<std::size_t>(std::max(pixels, 0)) * 6;
-        Bytes source(place + room + kFence), dest(place + room + kFence, 0xa5);
-        Scatter scatter(input_.U16());
-        for (unsigned char& byte : source) byte = static_cast<unsigned char>(scatter.Next());
+        const std::size_t size = place + static_cast<std::size_t>(std::max(pixels, 0)) * 6 + kFence;
+        Bytes source = ScatteredBytes(size, input_.U16()), dest(size, 0xa5);
         const Bytes sourceBefore = source, destBefore = dest;
         const bool apart = input_.Bool();
         Bytes& target = apart ? dest : source;
@@ -180,11 +148,10 @@ private:
         Require(!still || (source == sourceBefore && dest == destBefore), "nothing is converted");
         // One of the two holds the result: 8-bit pixels stay where they are, 16-bit pixels go to the target.
         Require(!apart || source == sourceBefore || dest == destBefore, "one buffer is written");
-        const auto fence = [&](const Bytes& now, const Bytes& before) {
-            return std::equal(now.begin(), now.begin() + static_cast<std::ptrdiff_t>(place), before.begin()) &&
-                   std::equal(now.end() - kFence, now.end(), before.end() - kFence);
-        };
-        Require(fence(source, sourceBefore) && fence(dest, destBefore), "nothing beside the run is touched");
+        for (std::size_t at = 0; at < size; ++at) {
+            const bool same = source[at] == sourceBefore[at] && dest[at] == destBefore[at];
+            Require(same || (at >= place && at < size - kFence), "nothing beside the run is touched");
+        }
     }
 
     const Disk& disk_;
@@ -197,16 +164,16 @@ private:
 
 }  // namespace
 
+void RunTarget(FuzzInput& input) {
+    static const Disk disk;
+    FuzzInput steering = input.Split(kSteering);
+    disk.profile.Put(input.Rest());
+    const std::ptrdiff_t descriptors = OpenFiles();
+    Session session(disk, steering);
+    while (!steering.Empty() && !session.Tired()) session.Step();
+    Require(OpenFiles() == descriptors, "every file is closed");
+}
+
 HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const Disk disk;
-    const std::size_t steering = std::min(size, kSteering);
-    disk.profile.Put({data + steering, size - steering});
-    FuzzInput input(data, steering);
-    const std::size_t descriptors = OpenDescriptors();
-    Session session(disk, input);
-    while (!input.Empty() && !session.Tired()) session.Step();
-    Require(OpenDescriptors() == descriptors, "every file is closed");
-    return 0;
-}
+}  // namespace hueweave::fuzz

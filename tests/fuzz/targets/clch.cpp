@@ -6,82 +6,71 @@
 
 #include "FuzzInput.h"
 #include "color/CLCH.h"
-#include "unit/color/NaiveLch.h"
+#include "support/NaiveLch.h"
 
-using namespace hueweave::fuzz;
-using namespace hueweave::test;
-using ColorLch::CLCH;
-
+namespace hueweave::fuzz {
 namespace {
 
-bool Same(double one, double other) { return one == other || (std::isnan(one) && std::isnan(other)); }
+using namespace test;
+using ColorLch::CLCH;
+
+bool Same(const Triple& one, const Triple& other) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (one[i] != other[i] && !(std::isnan(one[i]) && std::isnan(other[i]))) return false;
+    }
+    return true;
+}
 
 /// A limit to 0..top that takes what is no number for 0.
 double Cut(double value, double top) { return std::isnan(value) ? 0.0 : value > top ? top : value < 0.0 ? 0.0 : value; }
 
-class Model {
-public:
-    double L = 0, C = 0, h = 0, a = 0, b = 0;
-    Triple rgb{}, xyz{};
-    Triple white = kUsualWhite;
+struct Model {
+    Triple lch{}, lab{}, rgb{}, xyz{}, white = kUsualWhite;
     int space = 1;
 
-    void PutRGB(double r, double g, double blue) {
-        rgb = {Cut(r, 255.0), Cut(g, 255.0), Cut(blue, 255.0)};
+    void PutRGB(const Triple& t) {
+        rgb = {Cut(t[0], 255.0), Cut(t[1], 255.0), Cut(t[2], 255.0)};
         xyz = NaiveRatios(rgb, white, space);
-        const Triple lab = NaiveLab(xyz);
-        L = lab[0];
-        a = lab[1];
-        b = lab[2];
-        ToLCh();
+        FromLab(NaiveLab(xyz));
     }
-    void PutLab(double light, double aStar, double bStar) {
-        L = light;
-        a = aStar;
-        b = bStar;
-        ToLCh();
+    void PutLab(const Triple& t) {
+        FromLab(t);
         ToRGB();
     }
-    void PutLCh(double light, double chroma, double hue) {
-        L = light;
-        C = chroma;
-        h = hue;
+    void PutLCh(const Triple& t) {
+        lch = t;
         ToLab();
         ToRGB();
     }
-    void Shift(double dL, double dC, double dh, bool whole) {
-        L = Cut(L + dL, 100.0);
-        C = Cut(C + dC, 100.0);
-        h = NaiveAdjust({0, 0, h}, 0, 0, dh)[2];
+    void Shift(const Triple& by, bool whole) {
+        const double hue = NaiveAdjust({0, 0, lch[2]}, 0, 0, by[2])[2];
+        lch = {Cut(lch[0] + by[0], 100.0), Cut(lch[1] + by[1], 100.0), hue};
         ToLab();
         if (whole) ToRGB();
     }
-
-private:
-    void ToLCh() {
-        const auto ch = NaiveChromaHue(a, b);
-        C = ch[0];
-        h = ch[1];
+    void FromLab(const Triple& t) {
+        const auto polar = NaiveChromaHue(t[1], t[2]);
+        lab = t;
+        lch = {t[0], polar[0], polar[1]};
     }
     void ToLab() {
-        const auto ab = NaiveAB(C, h);
-        a = ab[0];
-        b = ab[1];
+        const auto ab = NaiveAB(lch[1], lch[2]);
+        lab = {lch[0], ab[0], ab[1]};
     }
     void ToRGB() {
-        xyz = NaiveXYZ({L, a, b}, white);
+        xyz = NaiveXYZ(lab, white);
         rgb = NaiveRGB(xyz, space);
         for (double& value : rgb) value = std::isnan(value) ? 0.0 : value;
     }
 };
 
 void Check(const CLCH& color, const Model& model) {
-    Require(Same(color.L, model.L) && Same(color.C, model.C) && Same(color.h, model.h), "LCh");
-    Require(Same(color.a, model.a) && Same(color.b, model.b), "ab");
-    Require(Same(color.X, model.xyz[0]) && Same(color.Y, model.xyz[1]) && Same(color.Z, model.xyz[2]), "XYZ");
-    Require(color.R == model.rgb[0] && color.G == model.rgb[1] && color.B == model.rgb[2], "RGB");
-    Require(color.R >= 0 && color.R <= 255 && color.G >= 0 && color.G <= 255 && color.B >= 0 && color.B <= 255,
-            "RGB is within its limits whatever goes in");
+    Require(Same({color.L, color.C, color.h}, model.lch), "LCh");
+    Require(Same({color.L, color.a, color.b}, model.lab), "Lab");
+    Require(Same({color.X, color.Y, color.Z}, model.xyz), "XYZ");
+    const Triple rgb{color.R, color.G, color.B};
+    Require(rgb == model.rgb, "RGB");
+    for (const double value : rgb) Require(value >= 0 && value <= 255, "RGB is within its limits whatever goes in");
     const auto& matrices = kNaiveMatrices[model.space];
     Require(color.toXYZ == matrices.toXYZ && color.toRGB == matrices.toRGB, "matrices");
 }
@@ -95,32 +84,32 @@ void Step(CLCH& color, Model& model, FuzzInput& input) {
         return;
     }
     const double x = input.Double(), y = input.Double(), z = input.Double();
-    if (how == 0) color.PutData_RGB(x, y, z), model.PutRGB(x, y, z);
-    if (how == 1) color.PutData_Lab(x, y, z), model.PutLab(x, y, z);
-    if (how == 2) color.PutData_Lch(x, y, z), model.PutLCh(x, y, z);
-    if (how == 3) color.Adjust(x, y, z), model.Shift(x, y, z, true);
-    if (how == 4) color.AdjustLab(x, y, z), model.Shift(x, y, z, false);
+    if (how == 0) color.PutData_RGB(x, y, z), model.PutRGB({x, y, z});
+    if (how == 1) color.PutData_Lab(x, y, z), model.PutLab({x, y, z});
+    if (how == 2) color.PutData_Lch(x, y, z), model.PutLCh({x, y, z});
+    if (how == 3) color.Adjust(x, y, z), model.Shift({x, y, z}, true);
+    if (how == 4) color.AdjustLab(x, y, z), model.Shift({x, y, z}, false);
     if (how == 5) color.SetWhite(x, y, z), model.white = {x, y, z};
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
-    CLCH color(kUsualWhite[0], kUsualWhite[1], kUsualWhite[2]);
+void RunTarget(FuzzInput& input) {
+    const CLCH fresh(kUsualWhite[0], kUsualWhite[1], kUsualWhite[2]);
+    CLCH color = fresh;
     Model model;
     while (!input.Empty()) {
         Step(color, model, input);
         Check(color, model);
-        if (input.Below(16) == 0) {
-            // An assignment takes lightness, chroma and hue, and its own white and matrices.
-            CLCH target(kUsualWhite[0], kUsualWhite[1], kUsualWhite[2]);
-            Model expected;
-            target = color;
-            expected.PutLCh(model.L, model.C, model.h);
-            Check(target, expected);
-            Check(CLCH(color), model);
-        }
+        if (input.Below(16) != 0) continue;
+        // An assignment takes lightness, chroma and hue, and its own white and matrices.
+        CLCH target = fresh;
+        Model expected;
+        target = color;
+        expected.PutLCh(model.lch);
+        Check(target, expected);
+        Check(CLCH(color), model);
     }
-    return 0;
 }
+
+}  // namespace hueweave::fuzz

@@ -6,65 +6,37 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include "FuzzInput.h"
 #include "support/ConfigTXT.h"
 
-using namespace hueweave::fuzz;
-
+namespace hueweave::fuzz {
 namespace {
 
 using Rows = std::map<std::string, std::string>;
 
 bool Blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-/// The text as lines; the one behind the last break counts only if there is something in it.
-class Lines {
-public:
-    explicit Lines(const std::string& text) {
-        std::size_t from = 0;
-        for (std::size_t end; (end = text.find('\n', from)) != std::string::npos; from = end + 1) {
-            lines_.push_back(text.substr(from, end - from));
-        }
-        if (from < text.size()) lines_.push_back(text.substr(from));
-    }
-    /// The next one, empty behind the end.
-    std::string Next() { return next_ < lines_.size() ? lines_[next_++] : std::string(); }
-    /// The first word of the lines to come, whose line is used up; false if there is none.
-    bool Word(std::string& word) {
-        for (; next_ < lines_.size(); ++next_) {
-            const std::string& line = lines_[next_];
-            const auto first = std::find_if_not(line.begin(), line.end(), Blank);
-            if (first == line.end()) continue;
-            word.assign(first, std::find_if(first, line.end(), Blank));
-            ++next_;
-            return true;
-        }
-        return false;
-    }
-
-private:
-    std::vector<std::string> lines_;
-    std::size_t next_ = 0;
-};
-
 struct Settings {
     std::map<std::string, Rows> sections;
     std::string printed;
 
     explicit Settings(const std::string& text) {
-        Lines lines(text);
-        std::string word;
-        while (lines.Word(word)) {
-            if (word.find("//") == std::string::npos) ReadSection(lines, word);
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
+            const auto first = std::find_if_not(line.begin(), line.end(), Blank);
+            const std::string word(first, std::find_if(first, line.end(), Blank));
+            if (!word.empty() && word.find("//") == std::string::npos) ReadSection(lines, word);
         }
     }
-    void ReadSection(Lines& lines, const std::string& name) {
+    /// Rows up to the section's end; behind the end of the text they are empty.
+    void ReadSection(std::istringstream& lines, const std::string& name) {
         Rows rows;
         for (int n = 0; n < 1000; ++n) {
-            std::string line = lines.Next();
+            std::string line;
+            std::getline(lines, line);
             if (line == name + "end") break;
             if (line.find("//") != std::string::npos) continue;
             std::string key, value;
@@ -129,10 +101,11 @@ void CheckLookUps(CONFIG::ConfigTXT& config, const Settings& expected) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFile file;
-    file.Put({data, size});
-    const Settings expected(std::string(data, data + size));
+    const Bytes text = input.Rest();
+    file.Put(text);
+    const Settings expected(std::string(text.begin(), text.end()));
     CONFIG::ConfigTXT config;
     {
         const PrintWatch printed;
@@ -143,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckLookUps(config, expected);
     Require(config.SetInt("S", "key", 1) == 0 && config.SetString("S", "key", "x") == 0, "nothing is stored");
     const auto before = config.sections;
-    Require(config.Initial("/proc/self/fd/none") == -1 && config.sections == before, "a file that is not there");
-    return 0;
+    Require(config.Initial(kNoFile) == -1 && config.sections == before, "a file that is not there");
 }
+
+}  // namespace hueweave::fuzz

@@ -7,29 +7,28 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "FuzzInput.h"
 #include "engine/CIccEngineS.h"
 #include "engine/kernels/Kernels.h"
 #include "support/ReferencePipeline.h"
+#include "support/ReferenceUnits.h"
 
-using namespace hueweave::fuzz;
-using namespace ICC40::ICC_ENG_S4;
-using hueweave::test::ReferenceEngine;
-
+namespace hueweave::fuzz {
 namespace {
 
-constexpr std::size_t kValues = 65536;
+using namespace ICC40::ICC_ENG_S4;
 
-/// The order of axes, by number of the tetrahedron, in which the way from the first to the last corner goes.
-constexpr std::size_t kWays[6][3] = {{0, 1, 2}, {0, 2, 1}, {2, 0, 1}, {1, 0, 2}, {1, 2, 0}, {2, 1, 0}};
+constexpr std::size_t kValues = 65536;
 
 /// An engine and the reference with the same tables: kept from run to run, as they are large.
 struct Pair {
     std::unique_ptr<CIccEngineS> engine = std::make_unique<CIccEngineS>();
-    ReferenceEngine reference{{}};
-    std::vector<std::size_t> used;  ///< cells that are not blank
+    test::ReferenceEngine reference{{}};
+    std::vector<std::size_t> cells;                              ///< that are not blank
+    std::vector<std::pair<std::size_t, std::size_t>> samples{};  ///< channels and samples that are not blank
 
     Pair() {
         std::memset(engine->Lut3D, 0, sizeof engine->Lut3D);
@@ -37,44 +36,46 @@ struct Pair {
         Scatter scatter(99);
         std::uint32_t* const tables[3] = {engine->Lut1DOutR, engine->Lut1DOutG, engine->Lut1DOutB};
         for (std::size_t c = 0; c < 3; ++c) {
-            reference.out[c].resize(kValues);
-            for (std::size_t i = 0; i < kValues; ++i) reference.out[c][i] = tables[c][i] = scatter.Sample();
             reference.in[c].resize(kValues);
+            Input(c) = std::make_unique<std::uint32_t[]>(kValues);
+            for (std::size_t i = 0; i < kValues; ++i) reference.out[c].push_back(tables[c][i] = scatter.Sample());
         }
-        for (auto* table : {&engine->Lut1DInR, &engine->Lut1DInG, &engine->Lut1DInB}) {
-            *table = std::make_unique<std::uint32_t[]>(kValues);
-        }
+    }
+    std::unique_ptr<std::uint32_t[]>& Input(std::size_t channel) const {
+        return channel == 0 ? engine->Lut1DInR : channel == 1 ? engine->Lut1DInG : engine->Lut1DInB;
     }
     void SetInput(std::size_t channel, std::size_t sample, std::uint32_t packed) {
-        const auto* table = channel == 0 ? &engine->Lut1DInR : channel == 1 ? &engine->Lut1DInG : &engine->Lut1DInB;
-        (*table)[sample] = packed;
-        reference.in[channel][sample] = packed;
+        Input(channel)[sample] = reference.in[channel][sample] = packed;
     }
     void SetCell(std::size_t cell, Scatter& scatter) {
-        used.push_back(cell);
+        cells.push_back(cell);
         const bool flat = scatter.Below(8) == 0;
         for (std::size_t record = 0; record < 6; ++record) {
             for (std::size_t c = 0; c < 3; ++c) {
                 std::array<std::int32_t, 4> corner{};
-                for (auto& value : corner) value = static_cast<std::int32_t>(Node(scatter));
+                for (auto& value : corner) value = Node(scatter);
                 if (flat) corner.fill(corner[0]);
                 std::array<std::int32_t, 4>& entry = reference.cells[cell][record][c];
                 entry[0] = corner[0] * 4096;
-                for (std::size_t i = 0; i < 3; ++i) entry[1 + kWays[record][i]] = corner[i + 1] - corner[i];
+                for (std::size_t i = 0; i < 3; ++i) {
+                    entry[1 + test::kTetrahedra[record][i]] = corner[i + 1] - corner[i];
+                }
                 std::copy(entry.begin(), entry.end(), engine->Lut3D[cell][record][c]);
             }
         }
     }
     void Clear() {
-        for (const std::size_t cell : used) {
+        for (const auto& [channel, sample] : samples) SetInput(channel, sample, 0);
+        for (const std::size_t cell : cells) {
             reference.cells[cell] = {};
             std::memset(engine->Lut3D[cell], 0, sizeof engine->Lut3D[cell]);
         }
-        used.clear();
+        samples.clear();
+        cells.clear();
     }
-    static unsigned Node(Scatter& scatter) {
+    static std::int32_t Node(Scatter& scatter) {
         const std::size_t how = scatter.Below(6);
-        return how == 0 ? 0U : how == 1 ? 65535U : how == 2 ? 65280U : scatter.Sample();
+        return how == 0 ? 0 : how == 1 ? 65535 : how == 2 ? 65280 : scatter.Sample();
     }
 };
 
@@ -88,10 +89,8 @@ struct Palette {
             for (auto& cell : axis) cell = static_cast<std::uint32_t>(input.Below(16));
         }
         for (std::size_t i = 3; i < fractions.size(); ++i) fractions[i] = static_cast<std::uint32_t>(input.Below(4096));
-        for (const auto r : cells[0]) {
-            for (const auto g : cells[1]) {
-                for (const auto b : cells[2]) pair.SetCell((r * 16 + g) * 16 + b, scatter);
-            }
+        for (unsigned n = 0; n < 8; ++n) {
+            pair.SetCell((cells[0][n / 4] * 16 + cells[1][n / 2 % 2]) * 16 + cells[2][n % 2], scatter);
         }
     }
     std::uint32_t Packed(std::size_t channel, Scatter& scatter) const {
@@ -111,10 +110,10 @@ void CheckKernels(const Pair& pair, const Bytes& pixels, const Bytes& expected, 
     for (const Kernel* kernel : Kernels()) {
         // In place, at any address, between fences; then with the destination before the source.
         for (const std::size_t back : {std::size_t{0}, std::size_t{1} + at, std::size_t{24}}) {
-            Bytes room(kFence + at + pixels.size() + kFence, 0xa5), model = room;
+            Bytes room(kFence + at + pixels.size() + kFence, 0xa5);
             unsigned char* from = &room[kFence + at];
             std::copy(pixels.begin(), pixels.end(), from);
-            std::copy(pixels.begin(), pixels.end(), &model[kFence + at]);
+            Bytes model = room;
             std::copy(expected.begin(), expected.end(), &model[kFence + at - back]);
             (wide ? kernel->words : kernel->bytes)(stages, from, from - back, count);
             Require(room == model, kernel->name);
@@ -124,24 +123,21 @@ void CheckKernels(const Pair& pair, const Bytes& pixels, const Bytes& expected, 
 
 /// A destination that starts inside the run: later pixels are converted as earlier ones have left them.
 void CheckAhead(const Pair& pair, const Bytes& pixels, int count, std::size_t ahead) {
-    const ReferenceEngine& reference = pair.reference;
-    Bytes room(pixels.size() + ahead), model = room;
-    std::copy(pixels.begin(), pixels.end(), room.begin());
-    std::copy(pixels.begin(), pixels.end(), model.begin());
+    Bytes room = pixels;
+    room.resize(pixels.size() + ahead);
+    Bytes model = room;
     Require(pair.engine->Conversion(room.data(), room.data() + ahead, count) == 0, "result");
-    for (std::size_t p = 0; p < static_cast<std::size_t>(count); ++p) {
-        const Bytes one(&model[6 * p], &model[6 * p] + 6);
-        const Bytes converted = reference.Convert(one);
-        std::copy(converted.begin(), converted.end(), &model[6 * p + ahead]);
+    for (std::size_t at = 0; at < pixels.size(); at += 6) {
+        const Bytes converted = pair.reference.Convert(Bytes(&model[at], &model[at] + 6));
+        std::copy(converted.begin(), converted.end(), &model[at + ahead]);
     }
     Require(room == model, "a destination ahead of the source");
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static Pair pair;
-    FuzzInput input(data, size);
     Scatter scatter(input.U32());
     const bool wide = input.Bool();
     const std::size_t at = input.Below(8), ahead = 1 + input.Below(40);
@@ -152,12 +148,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     pair.reference.inputSpace = wide ? 1 : 0;
 
     Bytes pixels;
-    std::vector<std::pair<std::size_t, std::size_t>> samples;
     for (int i = 0; i < 3 * count; ++i) {
         // The input's own bytes first, then any.
         const std::size_t sample = (input.Empty() ? scatter.Sample() : input.U16()) & (wide ? 0xffffU : 0xffU);
         const auto channel = static_cast<std::size_t>(i % 3);
-        samples.emplace_back(channel, sample);
+        pair.samples.emplace_back(channel, sample);
         pair.SetInput(channel, sample, palette.Packed(channel, scatter));
         pixels.push_back(static_cast<unsigned char>(sample & 0xff));
         if (wide) pixels.push_back(static_cast<unsigned char>(sample >> 8));
@@ -169,8 +164,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(!wide || run == pixels, "the source stays");
     CheckKernels(pair, pixels, expected, count, wide, at);
     if (wide && count > 0) CheckAhead(pair, pixels, count, ahead);
-
-    for (const auto& [channel, sample] : samples) pair.SetInput(channel, sample, 0);
     pair.Clear();
-    return 0;
 }
+
+}  // namespace hueweave::fuzz

@@ -9,16 +9,12 @@
 #include "TiffCompare.h"
 #include "hueweave/hueweave.h"
 
-using namespace hueweave::fuzz;
-
+namespace hueweave::fuzz {
 namespace {
-
-constexpr std::size_t kSteering = 4;
 
 /// The first engine for 8-bit, the second for 16-bit pixels.
 bool Bind() {
-    const ScratchFile profile;
-    profile.Put(SoundProfile(1));
+    const ScratchFile profile(SoundProfile(1));
     return Orvix_Icc_SetProfile(profile.Path(), nullptr, 0, CsRGB_8, CssRGB_8) == CssRGB_8 &&
            Orvix_Icc_SetProfile_2nd(profile.Path(), nullptr, 1, CsRGB_16, CsAdobeRGB_Gamma180_16) ==
                CsAdobeRGB_Gamma180_16;
@@ -32,13 +28,10 @@ std::string OtherPath(const ScratchFile& file) {
 
 }  // namespace
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFile source, dest;
     static const bool bound = Bind();
     Require(bound, "the engines are bound");
-    FuzzInput input(data, size);
     const bool wide = input.Bool();
     const std::size_t where = input.Below(4);  // 0 and 1: another file; 2: the same; 3: the same by another path
     input.U16();
@@ -52,8 +45,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             wide ? Orvix_Icc_Convert2_2nd(samples, samples, count) : Orvix_Icc_Convert2(samples, nullptr, count);
         Require(status == 0, "pixels are converted");
     };
-    const auto expected = hueweave::test::ConvertTiff(file, source.Path(), wide ? 2 : 1, pixels);
-    const std::size_t descriptors = OpenDescriptors();
+    const auto expected = test::ConvertTiff(file, source.Path(), wide ? 2 : 1, pixels);
+    const std::ptrdiff_t descriptors = OpenFiles();
     const PrintWatch printed;
     const HeapWatch heap;
     const std::int32_t status = wide ? Orvix_Icc_ConvertFile_2nd(source.Path(), target.c_str())
@@ -61,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(heap.Peak() <= TiffHeap(file.size()), "heap of a conversion");
     Require(status == (wide ? CsAdobeRGB_Gamma180_16 : CssRGB_8), "the engine's space");
     Require(printed.Text() == expected.log, "lines");
-    Require(OpenDescriptors() == descriptors, "every stream is closed");
+    Require(OpenFiles() == descriptors, "every stream is closed");
     if (where < 2) {
         Require(dest.Get() == expected.file, "the file of the plain statement");
         Require(source.Get() == file, "the source is as it was");
@@ -69,5 +62,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         // What could not be read is not destroyed.
         Require(source.Get() == (expected.file.empty() ? file : expected.file), "the file in its own place");
     }
-    return 0;
 }
+
+HUEWEAVE_FUZZ_MUTATOR(4, MutateTiff);
+
+}  // namespace hueweave::fuzz

@@ -8,33 +8,30 @@
 #include "Mutation.h"
 #include "TiffCompare.h"
 #include "base/ByteOrder.h"
+#include "support/ReferenceProfile.h"
 
-using namespace hueweave::fuzz;
-using namespace Orvix_Tiff_STL2;
-
+namespace hueweave::fuzz {
 namespace {
+
+using namespace Orvix_Tiff_STL2;
 
 constexpr std::size_t kSteering = 66;  ///< options, length, and the start of the profile
 
 /// The profile goes into the tag as far as its header says and the file goes; without the tag nothing changes.
-void Embed(CTiff& tiff, hueweave::test::ReferenceTiff& reference, const ScratchFile& profile, const Bytes& bytes) {
+void Embed(CTiff& tiff, test::ReferenceTiff& reference, const ScratchFile& profile, const Bytes& bytes) {
     const HeapWatch heap;
     Require(tiff.SetIccProfile(profile.Path()) == 0, "a profile is set");
     Require(heap.Peak() <= bytes.size() + 16384, "heap of a profile");
     if (auto* tag = reference.Find(34675)) {
-        Bytes head = bytes;
-        head.resize(4);
-        const std::size_t size = std::min<std::size_t>(LoadBig32(head.data()), bytes.size());
-        tag->data = Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
-        tag->count = static_cast<std::uint32_t>(size);
-        tag->value = 0;
-        tag->lost = false;
+        Bytes held = bytes;
+        held.resize(std::min<std::size_t>(test::Big32At(bytes, 0), bytes.size()));
+        *tag = {tag->tag, tag->type, static_cast<std::uint32_t>(held.size()), 0, held, false};
     }
     CheckTags(tiff, reference);
 }
 
 /// What is written out is what the tag has, and no more.
-void CheckWritten(CTiff& tiff, hueweave::test::ReferenceTiff& reference, const ScratchFile& out) {
+void CheckWritten(CTiff& tiff, test::ReferenceTiff& reference, const ScratchFile& out) {
     const Bytes before(20, 0xee);
     out.Put(before);
     Require(tiff.SaveIccProfile(out.Path()) == 0, "a profile is written");
@@ -42,28 +39,24 @@ void CheckWritten(CTiff& tiff, hueweave::test::ReferenceTiff& reference, const S
     Bytes expected = tag == nullptr ? before : tag->data.value_or(Bytes());
     if (tag != nullptr && expected.size() > tag->count) expected.resize(tag->count);
     Require(out.Get() == expected, "bytes of a profile");
-    Require(tiff.SaveIccProfile(nullptr) == 0 && tiff.SaveIccProfile("/proc/self/fd/none") == 0, "nowhere to write");
+    Require(tiff.SaveIccProfile(nullptr) == 0 && tiff.SaveIccProfile(kNoFile) == 0, "nowhere to write");
 }
 
 }  // namespace
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFile source, profile, saved, out;
-    FuzzInput input(data, size);
     const unsigned options = input.U8();
     Bytes icc = input.Take(kSteering - 1);
-    const std::size_t length = icc.back() * 5U;
-    icc.resize(length, 0x5a);
+    icc.resize(icc.back() * 5U, 0x5a);
     if ((options & 1U) != 0 && icc.size() >= 4) StoreBig32(icc.data(), static_cast<std::uint32_t>(icc.size()));
     const Bytes file = input.Rest();
     source.Put(file);
     profile.Put(icc);
-    const std::size_t descriptors = OpenDescriptors();
+    const std::ptrdiff_t descriptors = OpenFiles();
 
     CTiff tiff;
-    hueweave::test::ReferenceTiff reference;
+    test::ReferenceTiff reference;
     Require(tiff.ReadFile(source.Path()) == 0, "read");
     reference.Read(file);
     if ((options & 2U) != 0 && reference.Find(34675) == nullptr) {
@@ -75,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Embed(tiff, reference, profile, icc);
     CheckWritten(tiff, reference, out);
     try {
-        tiff.SetIccProfile("/proc/self/fd/none");
+        tiff.SetIccProfile(kNoFile);
         Fail("a profile that is not there is told", __FILE__, __LINE__);
     } catch (const char*) {
     }
@@ -86,7 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const Bytes expected = reference.Save();
         Require(saved.Get() == expected, "the file of the plain statement");
         CTiff back;
-        hueweave::test::ReferenceTiff again;
+        test::ReferenceTiff again;
         again.Read(expected);
         Require(back.ReadFile(saved.Path()) == 0, "read back");
         CheckTags(back, again);
@@ -95,7 +88,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     tiff.RemoveIcc();
     reference.RemoveIcc();
     CheckTags(tiff, reference);
-    Require(OpenDescriptors() == descriptors, "every stream is closed");
+    Require(OpenFiles() == descriptors, "every stream is closed");
     Require(source.Get() == file && profile.Get() == icc, "the files are as they were");
-    return 0;
 }
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
+
+}  // namespace hueweave::fuzz

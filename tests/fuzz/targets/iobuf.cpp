@@ -8,8 +8,7 @@
 #include "FuzzInput.h"
 #include "support/ByteStreams.h"
 
-using namespace hueweave::fuzz;
-
+namespace hueweave::fuzz {
 namespace {
 
 constexpr std::uint64_t kFar = std::uint64_t{1} << 62;  ///< a place that no block reaches
@@ -26,19 +25,14 @@ struct Model {
     /// The answer: the offset, or how far it was too far.
     int Seek(int offset, int origin) {
         const auto length = static_cast<std::int64_t>(bytes.size());
-        std::int64_t target = static_cast<std::int64_t>(place);
-        if (origin == 0) target = offset;
-        if (origin == 1) target += offset;
-        if (origin == 2) target = length + offset;
-        std::int64_t answer = offset;
-        if (offset > 0 && target > length) {
-            answer = target - length;
-            target = length;
-        } else if (offset <= 0 && target < 0) {
-            answer = target;
-            target = 0;
-        }
-        place = static_cast<std::uint64_t>(target);
+        const auto here = static_cast<std::int64_t>(place);
+        const std::int64_t target = origin == 0   ? offset
+                                    : origin == 1 ? here + offset
+                                    : origin == 2 ? length + offset
+                                                  : here;
+        const std::int64_t limited = offset > 0 ? std::min(target, length) : std::max<std::int64_t>(target, 0);
+        place = static_cast<std::uint64_t>(limited);
+        const std::int64_t answer = target == limited ? offset : target - limited;
         return static_cast<int>(static_cast<std::uint32_t>(answer));
     }
 };
@@ -57,12 +51,12 @@ public:
 
     void Step(FuzzInput& input) {
         const std::size_t how = input.Below(3);
-        if (how == 2 || model_.Lost()) {
-            Seek(input);
-        } else if (how == 1) {
-            Write(input);
+        if (model_.Lost()) {
+            // From nowhere only the start and the end can be found again.
+            stream_.Seek(0, 0);
+            model_.place = 0;
         } else {
-            Read(input);
+            how == 0 ? Read(input) : how == 1 ? Write(input) : Seek(input);
         }
         Require(block_ == Fenced(model_.bytes), "bytes of the block");
         Require(stream_.GetHandle() == block_.data() + 1, "start of the block");
@@ -109,12 +103,6 @@ private:
         Require(answer >= stream_.begin, "a position does not start again from 0");
     }
     void Seek(FuzzInput& input) {
-        if (model_.Lost()) {
-            // From nowhere only the start and the end can be found again.
-            stream_.Seek(0, 0);
-            model_.place = 0;
-            return;
-        }
         const int offset = input.Int(), origin = input.Between(-1, 3);
         const int answer = stream_.Seek(offset, origin);
         Require(answer == model_.Seek(offset, origin), "answer of a seek");
@@ -127,11 +115,11 @@ private:
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
+void RunTarget(FuzzInput& input) {
     const std::size_t length = input.Below(70);
     Session session(input.Take(length));
     while (!input.Empty()) session.Step(input);
     session.Close();
-    return 0;
 }
+
+}  // namespace hueweave::fuzz

@@ -7,15 +7,15 @@
 
 HUEWEAVE_FUZZ_MUTATOR(0, MutateTiff);
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace hueweave::fuzz;
+void hueweave::fuzz::RunTarget(FuzzInput& input) {
     static const ScratchFile source, dest;
-    Bytes file(data, data + size);
-    const std::size_t descriptors = OpenDescriptors();
+    Bytes file = input.Rest();
+    const std::ptrdiff_t descriptors = OpenFiles();
+    const std::size_t most = 4 * file.size() + 65536;
     for (int generation = 0; generation < 3; ++generation) {
         source.Put(file);
         dest.Put(file);  // what was there before does not show through
-        hueweave::test::ReferenceTiff reference;
+        test::ReferenceTiff reference;
         reference.Read(file);
         Orvix_Tiff_STL2::Tiff tiff;
         Require(tiff.ReadFile(source.Path()) == 0, "read");
@@ -29,12 +29,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(dest.Get() == expected, "the file of the plain statement");
         CheckTags(tiff, reference);  // saving settles the offsets in the tags
         Require(source.Get() == file, "the source is as it was");
-        if (empty || expected.size() > 4 * size + 65536) break;  // images of zeros would only be slow
+        Require(tiff.SaveFile(kNoFile) == 0 && tiff.SaveFile(nullptr) == 0, "nowhere to save");
+        if (empty || expected.size() > most) break;  // images of zeros would only be slow
         file = expected;
     }
-    Orvix_Tiff_STL2::Tiff tiff;
-    tiff.ReadFile(source.Path());
-    Require(tiff.SaveFile("/proc/self/fd/none") == 0 && tiff.SaveFile(nullptr) == 0, "nowhere to save");
-    Require(OpenDescriptors() == descriptors, "every stream is closed");
-    return 0;
+    Require(OpenFiles() == descriptors, "every stream is closed");
 }

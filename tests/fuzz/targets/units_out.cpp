@@ -6,68 +6,36 @@
 #include <memory>
 
 #include "Tables.h"
-#include "units/Info.h"
 #include "units/OutputTable33.h"
 
-using namespace hueweave::fuzz;
-using namespace ICC40::ICC_UNIT;
-using hueweave::test::Form;
-using hueweave::test::PlainNode;
-using hueweave::test::ReferenceOutputs;
-using hueweave::test::Words;
-
+namespace hueweave::fuzz {
 namespace {
 
-void CheckTables(const OutputTable33& unit, const ReferenceOutputs& reference) {
-    for (std::size_t c = 0; c < 7; ++c) {
-        Require(std::equal(reference.table[c].begin(), reference.table[c].end(), unit.Lut16[c]), "table");
-        Require(std::equal(reference.curve[c].begin(), reference.curve[c].end(), unit.Curve[c]), "curve");
-    }
-}
-
 int Apply(OutputTable33& unit, Form form, ICC40::ICCFILE::ColorSpaceSignature space) {
-    switch (form) {
-        case Form::Gamma100:
-            return unit.OutputGamma100(space);
-        case Form::Gamma180:
-            return unit.OutputGamma180(space);
-        case Form::Gamma180_16:
-            return unit.OutputGamma180_16(space);
-        case Form::Srgb:
-            return unit.OutputGamma_sRGB();
-        case Form::Srgb_16:
-            return unit.OutputGamma_sRGB_16();
-        case Form::KodakPhoto:
-            return unit.OutputGamma_KodakPhoto();
-        case Form::KodakPhoto_16:
-            return unit.OutputGamma_KodakPhoto_16();
-        case Form::KodakMix:
-            return unit.OutputGamma_KodakMix();
-        case Form::KodakMix_16:
-            return unit.OutputGamma_KodakMix_16();
-        case Form::KodakText:
-            return unit.OutputGamma_KodakText();
-        case Form::KodakText_16:
-            return unit.OutputGamma_KodakText_16();
-        case Form::Rgb8:
-            return unit.OutputRGB8();
-        case Form::Lab8:
-            return unit.OutputLab_8();
-        case Form::Lab16:
-            return unit.OutputLab_16();
-        case Form::Cmyk8:
-            return unit.OutputCMYK_8();
-        case Form::Cmyk16:
-            return unit.OutputCMYK_16();
-        case Form::Clr6_8:
-            return unit.OutputCLR6_8();
-        case Form::Clr6_16:
-            return unit.OutputCLR6_16();
-        case Form::Clr7_8:
-            return unit.OutputCLR7_8();
-        default:
-            return unit.OutputCLR7_16();
-    }
+    if (form == Form::Gamma100) return unit.OutputGamma100(space);
+    if (form == Form::Gamma180) return unit.OutputGamma180(space);
+    if (form == Form::Gamma180_16) return unit.OutputGamma180_16(space);
+    using Apply = int (OutputTable33::*)();
+    // In the order of the forms, from Srgb on.
+    static constexpr Apply kApply[] = {&OutputTable33::OutputGamma_sRGB,
+                                       &OutputTable33::OutputGamma_sRGB_16,
+                                       &OutputTable33::OutputGamma_KodakPhoto,
+                                       &OutputTable33::OutputGamma_KodakPhoto_16,
+                                       &OutputTable33::OutputGamma_KodakMix,
+                                       &OutputTable33::OutputGamma_KodakMix_16,
+                                       &OutputTable33::OutputGamma_KodakText,
+                                       &OutputTable33::OutputGamma_KodakText_16,
+                                       &OutputTable33::OutputRGB8,
+                                       &OutputTable33::OutputLab_8,
+                                       &OutputTable33::OutputLab_16,
+                                       &OutputTable33::OutputCMYK_8,
+                                       &OutputTable33::OutputCMYK_16,
+                                       &OutputTable33::OutputCLR6_8,
+                                       &OutputTable33::OutputCLR6_16,
+                                       &OutputTable33::OutputCLR7_8,
+                                       &OutputTable33::OutputCLR7_16};
+    const auto number = static_cast<std::size_t>(form) - static_cast<std::size_t>(Form::Srgb);
+    return (unit.*kApply[number])();
 }
 
 void LoadCurves(OutputTable33& unit, ReferenceOutputs& reference, FuzzInput& input) {
@@ -80,11 +48,9 @@ void LoadCurves(OutputTable33& unit, ReferenceOutputs& reference, FuzzInput& inp
         Require(unit.Channels == reference.channels && unit.Entries == reference.entries, "shape");
     } else {
         const std::size_t count = input.Bool() ? 256 : input.Below(4097);
-        Bytes curves[3];
-        Scatter scatter(input.U16());
-        for (Bytes& curve : curves) {
-            for (std::size_t i = 0; i < count; ++i) curve.push_back(static_cast<unsigned char>(scatter.Next()));
-        }
+        const unsigned seed = input.U16();
+        Bytes curves[3] = {ScatteredBytes(count, seed), ScatteredBytes(count, seed + 1),
+                           ScatteredBytes(count, seed + 2)};
         Require(unit.Initial(curves[0].data(), curves[1].data(), curves[2].data(), static_cast<int>(count)) == 0,
                 "result of curves");
         reference.Load(curves[0], curves[1], curves[2]);
@@ -94,45 +60,33 @@ void LoadCurves(OutputTable33& unit, ReferenceOutputs& reference, FuzzInput& inp
 
 void CheckPoints(OutputTable33& unit, const ReferenceOutputs& reference, FuzzInput& input) {
     for (int n = 0; n < 6; ++n) {
-        PlainNode at{};
+        ReferenceNode at{};
         for (int& value : at) value = input.Between(0, 65534);
-        PlainNode v = at;
+        ReferenceNode v = at;
         unit.Interpolation(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
         Require(v == reference.Points(at), "points of the curves");
     }
 }
 
 void CheckRun(OutputTable33& unit, const ReferenceOutputs& reference, FuzzInput& input) {
-    const int code = DrawCode(input), pixels = input.Between(-2, 60);
-    const auto layout = hueweave::test::LayoutOf(code);
-    const auto count = static_cast<std::size_t>(std::max(pixels, 0));
-    const std::size_t samples = count * static_cast<std::size_t>(layout.channels);
-    Bytes dest(samples * static_cast<std::size_t>(layout.destBytes), 0xa5), expected = dest;
-    Info job;
-    job.FormatCode = code;
-    job.CheckWorkingBuf(nullptr, input.Below(8) == 0 ? nullptr : dest.data(), pixels);
-    Words work(samples);
-    Scatter scatter(input.U16());
-    for (std::size_t i = 0; i < samples; ++i) {
-        work[i] = job.WorkBuf[i] = static_cast<unsigned short>(scatter.Sample());
-    }
-    if (job.Dest != nullptr) reference.Run(code, work, static_cast<int>(count), expected);
-    Require(unit.Conversion(&job) == 0, "result of a run");
+    Run run(input);
+    Bytes dest(AsIndex(run.pixels * run.layout.channels * run.layout.destBytes), 0xa5), expected = dest;
+    const bool nowhere = input.Below(8) == 0;
+    run.Allocate(nullptr, nowhere ? nullptr : dest.data());
+    run.Scattered(input.U16());
+    if (run.job.Dest != nullptr) reference.Run(run.code, run.words, run.pixels, expected);
+    Require(unit.Conversion(&run.job) == 0, "result of a run");
     Require(dest == expected, "bytes of a run");
-    Require(std::equal(work.begin(), work.end(), job.WorkBuf.get()), "the working buffer is read only");
-    if (samples < 3) return;
-    unsigned short s[7] = {work[0], work[1], work[2], 1, 2, 3, 4};
-    unit.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
-    for (std::size_t c = 0; c < 3; ++c) {
-        Require(s[c] == (reference.table[c][work[c]] & 0xffff), "single values");
-    }
-    Require(s[3] == 1 && s[4] == 2 && s[5] == 3 && s[6] == 4, "channels behind the third");
+    run.Check("the working buffer is read only");
+    if (run.words.size() < 3) return;
+    Seven single{run.words[0], run.words[1], run.words[2], 1, 2, 3, 4}, results = single;
+    for (std::size_t c = 0; c < 3; ++c) results[c] = static_cast<unsigned short>(reference.table[c][single[c]]);
+    Require(Converted(unit, single) == results, "single values");
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    FuzzInput input(data, size);
+void RunTarget(FuzzInput& input) {
     const auto unit = std::make_unique<OutputTable33>();
     ReferenceOutputs reference;
     CheckTables(*unit, reference);
@@ -142,9 +96,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         CheckTables(*unit, reference);
     }
     if (loads != 0) CheckPoints(*unit, reference, input);
-    const std::size_t forms = input.Below(3);
-    for (std::size_t n = 0; n < forms; ++n) {
-        const auto form = static_cast<Form>(input.Below(hueweave::test::kForms));
+    for (std::size_t forms = input.Below(3); forms > 0; --forms) {
+        const auto form = static_cast<Form>(input.Below(kForms));
         const int space = input.Between(0, 40);
         const int result = Apply(*unit, form, static_cast<ICC40::ICCFILE::ColorSpaceSignature>(space));
         Require(result == reference.Apply(form, space), "encoding");
@@ -153,11 +106,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     CheckRun(*unit, reference, input);
     CheckRun(*unit, reference, input);
-    if (input.Bool()) {
-        unit->ResetTable();
-        reference.Reset();
-        CheckTables(*unit, reference);
-        CheckRun(*unit, reference, input);
-    }
-    return 0;
+    if (!input.Bool()) return;
+    unit->ResetTable();
+    reference.Reset();
+    CheckTables(*unit, reference);
+    CheckRun(*unit, reference, input);
 }
+
+}  // namespace hueweave::fuzz

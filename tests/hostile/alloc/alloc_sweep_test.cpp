@@ -3,7 +3,6 @@
 //
 // Allocation number k fails, for k = 1, 2, ... until the call goes through: no call may end in anything but a defined
 // state, and a good call afterwards must give what it always gives.
-#include <filesystem>
 #include <functional>
 
 #include "hostile/Hostile.h"
@@ -27,8 +26,7 @@ protected:
             call();
             heap.Stop();
             check();
-            if (HasFailure()) return;
-            if (!heap.Failed()) return;
+            if (HasFailure() || !heap.Failed()) return;
         }
     }
     /// Of `call` after `prepare`: it is refused and leaves nothing, or gives what it gives without a fault, as it does
@@ -41,12 +39,18 @@ protected:
         Sweep(
             prepare, [&] { space = call(); },
             [&] {
-                ASSERT_TRUE(space == 8 || space == 65535) << space;
+                ASSERT_TRUE(space == 8 || space == kNone) << space;
                 EXPECT_EQ(ConvertedPixels(), space == 8 ? golden : Bytes());
                 if (space != 8) prepare();
                 EXPECT_EQ(call(), 8) << "the same call again";
                 EXPECT_EQ(ConvertedPixels(), golden);
             });
+    }
+    /// Binds the emptied engine, as every round of a sweep has to.
+    static void BindAnew(const std::string& path, std::int32_t intent = 0, std::int32_t input = 0,
+                         std::int32_t output = 8) {
+        Empty();
+        ASSERT_EQ(Bind(path, intent, input, output), output);
     }
 };
 
@@ -58,16 +62,12 @@ TEST_P(AllocationSweep, EveryCallIsDoneOrRefused) {
         ExpectDoneOrRefused([] { Empty(); }, [&] { return Bind(path, 3); });
     }
     const std::string two = Put("two.icc", MiniProfile({{"A2B0", Mft2(SmoothLut(3))}, {"A2B1", MftAB(ShortLut())}}));
-    const auto bind = [&](std::int32_t intent) {
-        Empty();
-        ASSERT_EQ(Bind(two, intent), 8);
-    };
-    ExpectDoneOrRefused([&] { bind(0); }, [] { return Orvix_Icc_SetIntent(1, 0, 8); });
+    ExpectDoneOrRefused([&] { BindAnew(two); }, [] { return Orvix_Icc_SetIntent(1, 0, 8); });
     Bytes points(256);
     for (std::size_t i = 0; i < points.size(); ++i) points[i] = static_cast<unsigned char>(i * i / 255);
     unsigned char* const curve = points.data();
     for (const auto& [lightness, given] : {std::pair<double, unsigned char*>{5, nullptr}, {0, curve}, {5, curve}}) {
-        ExpectDoneOrRefused([&] { bind(1); },
+        ExpectDoneOrRefused([&] { BindAnew(two, 1); },
                             [lightness = lightness, given = given] {
                                 return Orvix_Icc_Adjust(lightness, 0, 0, given, given, given, 256);
                             });
@@ -101,19 +101,14 @@ TEST_P(AllocationSweep, OffsetsOfARefusedAdjustmentAreForgotten) {
     const Bytes adjusted = ConvertedPixels();
     ASSERT_NE(adjusted, plain);
     std::int32_t space = 0;
-    Sweep(
-        [&] {
-            Empty();
-            ASSERT_EQ(Bind(path), 8);
-        },
-        [&] { space = adjust(); },
-        [&] {
-            if (space == 8) return;
-            EXPECT_EQ(Orvix_Icc_SetIntent(0, 0, 8), 8);
-            EXPECT_EQ(ConvertedPixels(), plain);
-            EXPECT_EQ(adjust(), 8);
-            EXPECT_EQ(ConvertedPixels(), adjusted);
-        });
+    Sweep([&] { BindAnew(path); }, [&] { space = adjust(); },
+          [&] {
+              if (space == 8) return;
+              EXPECT_EQ(Orvix_Icc_SetIntent(0, 0, 8), 8);
+              EXPECT_EQ(ConvertedPixels(), plain);
+              EXPECT_EQ(adjust(), 8);
+              EXPECT_EQ(ConvertedPixels(), adjusted);
+          });
 }
 
 /// Input tables of which some are new and some old, when both have not the same length. A SetIntent that finds no table
@@ -125,20 +120,15 @@ TEST_P(AllocationSweep, InputTablesOfABrokenBuildAreNotUsed) {
     Bytes golden(600);
     ASSERT_EQ(Orvix_Icc_Convert2(source.data(), golden.data(), 100), 0);
     std::int32_t space = 0;
-    Sweep(
-        [&] {
-            Empty();
-            ASSERT_EQ(Bind(path, 0, 1, 9), 9);
-        },
-        [&] { space = Orvix_Icc_SetIntent(0, 0, 8); },
-        [&] {
-            if (space == 8) return;
-            ASSERT_EQ(space, 65535);
-            ASSERT_EQ(Orvix_Icc_SetIntent(1, 1, 9), 9) << "there is no table for this intent";
-            Bytes result(600, 0x11);
-            EXPECT_EQ(Orvix_Icc_Convert2(source.data(), result.data(), 100), 0);
-            EXPECT_TRUE(result == golden || result == Bytes(600, 0x11));
-        });
+    Sweep([&] { BindAnew(path, 0, 1, 9); }, [&] { space = Orvix_Icc_SetIntent(0, 0, 8); },
+          [&] {
+              if (space == 8) return;
+              ASSERT_EQ(space, kNone);
+              ASSERT_EQ(Orvix_Icc_SetIntent(1, 1, 9), 9) << "there is no table for this intent";
+              Bytes result(600, 0x11);
+              EXPECT_EQ(Orvix_Icc_Convert2(source.data(), result.data(), 100), 0);
+              EXPECT_TRUE(result == golden || result == Bytes(600, 0x11));
+          });
 }
 
 /// What a call had in hand when the memory ended is given back.
@@ -179,24 +169,19 @@ TEST_P(AllocationSweep, NothingIsLost) {
 
 class FileSweep : public AllocationSweep {
 protected:
-    FileSweep() {
-        EXPECT_EQ(Bind(Good()), 8);
-        expected_.pixels = ConvertedPixels(image_.pixels);
-        expected_.icc.clear();
-    }
+    FileSweep() { EXPECT_EQ(Bind(Good()), 8); }
     static bool StartsWith(const Bytes& whole, const Bytes& part) {
         return part.size() <= whole.size() && std::equal(part.begin(), part.end(), whole.begin());
     }
 
     const MiniTiff image_{10, 10, 3, 8, SamplePixels(), Bytes(100, 1)};
-    MiniTiff expected_ = image_;
 };
 
 /// A file that is written in place may be cut where the fault struck; it is never another one. Where nothing could be
 /// read, a source that was to be replaced by its own conversion stays.
 TEST_P(FileSweep, ConvertFileWritesTheFileOrAPieceOfIt) {
     const std::string source = dir_.File("source.tif"), other = dir_.File("dest.tif");
-    const Bytes golden = expected_.Build();
+    const Bytes golden = Converted(image_).Build();
     for (const std::string& dest : {other, source}) {
         Sweep(
             [&] {

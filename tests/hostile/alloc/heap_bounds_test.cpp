@@ -5,7 +5,6 @@
 #include <functional>
 
 #include "hostile/Hostile.h"
-#include "hostile/SmallTables.h"
 #include "hostile/alloc/Heap.h"
 #include "support/ProfileBuilder.h"
 #include "support/TiffBuilder.h"
@@ -15,8 +14,10 @@ namespace {
 
 constexpr std::int64_t kMiB = std::int64_t{1} << 20;
 
-void Big32At(Bytes& bytes, std::size_t at, std::uint32_t value) {
-    for (std::size_t i = 0; i < 4; ++i) bytes.at(at + i) = static_cast<unsigned char>(value >> (24 - 8 * i));
+Bytes WithBig32(const Bytes& bytes, std::size_t at, std::uint32_t value) {
+    ByteWriter out;
+    out.Append(bytes).PatchBig32(at, value);
+    return out.Done();
 }
 
 /// A profile of `bytes` bytes that hold one block, of which each of `names` has a copy. The block starts with `head`.
@@ -69,6 +70,7 @@ std::vector<Bytes> Profiles() {
         files.push_back(SharedBlock(size, std::vector<std::string>(120, "rTRC"),
                                     ByteWriter().Text("curv").Big32(0).Big32(0xffffffff).Done()));
         files.push_back(SharedBlock(size, std::vector<std::string>(120, "cprt"), Bytes(1, 0)));
+        files.push_back(ManySmallTables(size, "A2B0"));
         files.push_back(SharedBlock(size, luts, OverlaidParts(size, 80, 2)));
         files.push_back(SharedBlock(size, luts, OverlaidParts(size, 40, 6)));
         files.push_back(SharedBlock(
@@ -76,8 +78,6 @@ std::vector<Bytes> Profiles() {
         files.push_back(SharedBlock(
             size, luts, ByteWriter().Text("mft1").Big32(0).U8(3).U8(3).U8(70).U8(0).Fill(36).Big32(0x01000100).Done()));
     }
-    for (const std::size_t size : {std::size_t{40000}, std::size_t{1} << 20, kLarge})
-        files.push_back(SmallTables(size, "A2B0"));
     // A table that is decoded to three times its block, and turned into another one; in a file of 4 MiB, and in one
     // that is not held whole while it is read.
     for (const std::size_t size : {std::size_t{1} << 20, kLarge, 2 * kLarge}) {
@@ -89,8 +89,8 @@ std::vector<Bytes> Profiles() {
             SharedBlock(132 + 12 * copies + block, std::vector<std::string>(copies, "A2B0"), TurnedTable(block));
         file.resize(size, 0xff);
         files.push_back(file);
-        Big32At(file, 128, 0xffffffff);  // the whole file is a table of entries, of which the others lie outside
-        files.push_back(file);
+        // The whole file is a table of entries, of which the others lie outside.
+        files.push_back(WithBig32(file, 128, 0xffffffff));
     }
     // Very many tags announced, and none there.
     files.push_back(ByteWriter().Fill(128).Big32(0xffffffff).Fill(kLarge, 0xff).Done());
@@ -103,8 +103,7 @@ std::vector<Bytes> Profiles() {
     const Bytes sound = MiniProfile(EveryKindOfTag());
     for (std::size_t at = 128; at + 4 <= 132 + 12 * EveryKindOfTag().size() + 100; at += 4) {
         for (const std::uint32_t value : {0U, 0x7fffffffU, 0x80000000U, 0xfffffffcU, 0xffffffffU}) {
-            files.push_back(sound);
-            Big32At(files.back(), at, value);
+            files.push_back(WithBig32(sound, at, value));
         }
     }
     return files;

@@ -7,7 +7,6 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <functional>
 
 #include "hostile/EngineCalls.h"

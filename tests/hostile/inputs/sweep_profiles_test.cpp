@@ -12,51 +12,15 @@
 #include "iccfile/IccFile4.h"
 #include "support/ProfileBuilder.h"
 #include "support/ReferencePipeline.h"
+#include "support/ReferenceProfile.h"
 
 namespace hueweave::test {
 namespace {
 
-std::uint32_t Big32(const Bytes& bytes, std::size_t at) {
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i) value = value << 8 | (at + i < bytes.size() ? bytes[at + i] : 0U);
-    return value;
-}
-
-/// The tags of a profile, read in the plainest way: names and blocks of a multiple of 4 bytes.
-TagList PlainTags(const Bytes& file) {
-    TagList tags;
-    if (file.size() < 132) return tags;
-    const std::uint64_t held = (file.size() - 132) / 12;
-    const std::uint64_t count = std::min<std::uint64_t>(Big32(file, 128), held);
-    std::uint64_t room = 8 * file.size() + (4U << 20);
-    for (std::uint64_t i = 0; i < count; ++i) {
-        const std::size_t entry = 132 + 12 * i;
-        const std::uint64_t offset = Big32(file, entry + 4);
-        const std::uint64_t size = Big32(file, entry + 8);
-        if (offset + size > file.size()) continue;
-        const std::uint64_t rounded = (size + 3) / 4 * 4;
-        const auto first = file.begin() + static_cast<std::ptrdiff_t>(entry);
-        const std::string name(first, first + 4);
-        const bool table = (name.starts_with("A2B") || name.starts_with("B2A")) && name[3] >= '0' && name[3] <= '2';
-        const std::uint64_t cost = rounded + (table ? 512 : 256);
-        if (cost > room) break;
-        room -= cost;
-        Bytes block;
-        for (std::uint64_t at = offset; at < offset + rounded; ++at) {
-            block.push_back(at < file.size() ? file[at] : std::uint8_t{0});
-        }
-        tags.emplace_back(name, block);
-    }
-    return tags;
-}
-
 TagList TagsOf(const ICC40::ICCFILE::IccFile4& file) {
     TagList tags;
     for (const auto& tag : file.tagList) {
-        std::string name;
-        for (int shift = 24; shift >= 0; shift -= 8) {
-            name.push_back(static_cast<char>(static_cast<std::uint32_t>(tag->tagSig) >> shift & 0xffU));
-        }
+        const std::string name = SignatureText(static_cast<std::uint32_t>(tag->tagSig));
         tags.emplace_back(name, Bytes(tag->tagData.get(), tag->tagData.get() + tag->tagSize));
     }
     return tags;
@@ -68,7 +32,7 @@ protected:
     /// reference does with those tags.
     void Check(const Bytes& file, const std::string& what) {
         const std::string path = Put("bad.icc", file);
-        const TagList tags = PlainTags(file);
+        const TagList tags = ReadTags(file);
         ICC40::ICCFILE::IccFile4 container;
         ASSERT_EQ(container.ReadFile(path.c_str()), 0) << what;
         ASSERT_EQ(TagsOf(container), tags) << what;
@@ -137,9 +101,9 @@ TEST_F(ProfileSweep, EveryBitOfACurvedTablesHead) {
     const Bytes block = MftAB(ShortLut());
     const Bytes file = MiniProfile({{"A2B0", block}});
     FlipBits(file, 144, 144 + 32);  // channels and offsets
-    const std::size_t grid = 144 + Big32(block, 24);
+    const std::size_t grid = 144 + Big32At(block, 24);
     FlipBits(file, grid, grid + 20);  // points and precision
-    const std::size_t curves = 144 + Big32(block, 28);
+    const std::size_t curves = 144 + Big32At(block, 28);
     FlipBits(file, curves, curves + 12);  // type and count of the first curve
 }
 

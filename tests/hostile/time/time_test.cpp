@@ -10,7 +10,6 @@
 #include <limits>
 
 #include "hostile/Hostile.h"
-#include "hostile/SmallTables.h"
 #include "support/TiffBuilder.h"
 
 namespace hueweave::test {
@@ -76,7 +75,7 @@ std::vector<Slow> SlowProfiles() {
             // No reading ahead of a few bytes helps.
             {"AsManyTagsFarApartAsFit", Shared(most, "wtpt", 20, 200, kMiB - 4000)},
             {"AsManyTagsOutsideAsFit", Shared(most, "wtpt", 4, 0xfffffff0, 0xfffffff0)},
-            {"AsManySmallTablesAsFit", SmallTables(kMiB, "B2A1")},
+            {"AsManySmallTablesAsFit", ManySmallTables(kMiB, "B2A1")},
             {"LongTags", Shared(12, "long", kMiB - 200, 200, 200)},
             {"LongTexts", Shared(12, "cprt", kMiB - 200, 200, 200)},
             {"MiddlingTags", Shared(2500, "some", 4900, 40000, 40000)},

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "color/CLCH.h"
-#include "unit/color/NaiveLch.h"
+#include "support/NaiveLch.h"
 
 // Colours as the tests make them, and what they hold, as values that tests compare.
 namespace hueweave::test {

@@ -17,9 +17,8 @@
 #include "support/Matchers.h"
 #include "support/ProfileBuilder.h"
 #include "support/ReferenceUnits.h"
+#include "support/Units.h"
 #include "units/OutputTable33.h"
-#include "units/WiderColorTables.h"
-#include "units/WiderInputTables.h"
 
 // The units by their short names, tables for them to load, jobs for them to run, and grids of any size and content.
 namespace hueweave::test {
@@ -46,32 +45,14 @@ using Seven = std::array<unsigned short, 7>;
 
 /// One table twice: the tag that a unit loads, and what a reference loads.
 struct TestLut {
-    explicit TestLut(const LutContents& lut) {
-        plain.inputs = tag.inputChan = static_cast<std::uint8_t>(lut.inputs);
-        plain.outputs = tag.outputChan = static_cast<std::uint8_t>(lut.outputs);
-        plain.points = tag.clutPoints = static_cast<std::uint8_t>(lut.points);
-        plain.inputEntries = tag.inputEnt = static_cast<std::uint16_t>(lut.inputEntries);
-        plain.outputEntries = tag.outputEnt = static_cast<std::uint16_t>(lut.outputEntries);
-        tag.inputTable = Copy(lut.input);
-        tag.clutTable = Copy(lut.grid);
-        tag.outputTable = Copy(lut.output);
+    explicit TestLut(const LutContents& lut) : plain(AsReference(lut)) {
+        Fill(tag, plain);
         // No unit applies the matrix, and no reference has one.
         for (std::uint32_t n = 0; n < 9; ++n) tag.matrix[n] = 0x12345 * (n + 1);
-        plain.input.assign(lut.input.begin(), lut.input.end());
-        plain.grid.assign(lut.grid.begin(), lut.grid.end());
-        plain.output.assign(lut.output.begin(), lut.output.end());
     }
 
     CLut16Type tag;
-    PlainLut plain;
-
-private:
-    /// Without room to spare, so that a checker sees what is read behind the end.
-    static std::unique_ptr<std::uint16_t[]> Copy(const std::vector<std::uint16_t>& values) {
-        auto table = std::make_unique<std::uint16_t[]>(values.size());
-        std::ranges::copy(values, table.get());
-        return table;
-    }
+    ReferenceLut plain;
 };
 
 /// A table of random entries in the given shape.
@@ -91,22 +72,6 @@ inline std::vector<int> Ramp(std::size_t count, int step = 1) {
 template <typename Row>
 std::vector<int> RowOf(const Row& row) {
     return {std::begin(row), std::end(row)};
-}
-
-/// The input tables with 3, 4, 6 or 7 samples a pixel.
-inline std::unique_ptr<InputTable33> MakeInputTable(int samples) {
-    if (samples == 3) return std::make_unique<InputTable33>();
-    if (samples == 4) return std::make_unique<InputTable34>();
-    if (samples == 6) return std::make_unique<InputTable36>();
-    return std::make_unique<InputTable37>();
-}
-
-/// The grid with 3, 4, 6 or 7 output channels.
-inline std::unique_ptr<ColorTable33> MakeColorTable(int channels) {
-    if (channels == 3) return std::make_unique<ColorTable33>();
-    if (channels == 4) return std::make_unique<ColorTable34>();
-    if (channels == 6) return std::make_unique<ColorTable36>();
-    return std::make_unique<ColorTable37>();
 }
 
 /// The codes that there are, those around them, some far away, and some with the low bits of a code.
@@ -149,7 +114,7 @@ struct Job {
     Bytes dest;
 };
 
-using Nodes = std::vector<PlainNode>;
+using Nodes = std::vector<ReferenceNode>;
 
 inline std::size_t NodeAt(int points, int i, int j, int k) { return AsIndex((i * points + j) * points + k); }
 
@@ -161,7 +126,7 @@ inline ReferenceGrid RandomGrid(int points, std::uint32_t seed, int low = 0, int
     for (int n = 0; n < points; ++n) grid.positions.push_back(static_cast<int>(n * grid.step));
     Lcg random(seed);
     grid.nodes.resize(AsIndex(points * points * points));
-    for (PlainNode& node : grid.nodes) {
+    for (ReferenceNode& node : grid.nodes) {
         for (int& value : node)
             value = low + static_cast<int>(random.Below(static_cast<std::uint32_t>(high - low + 1)));
     }
@@ -204,7 +169,7 @@ inline std::unique_ptr<ColorTable33> MakeGrid(const ReferenceGrid& plain, int ch
 /// The packed form of nodes, seven values each.
 inline std::vector<int> Packed(const Nodes& nodes) {
     std::vector<int> packed;
-    for (const PlainNode& node : nodes) packed.insert(packed.end(), node.begin(), node.end());
+    for (const ReferenceNode& node : nodes) packed.insert(packed.end(), node.begin(), node.end());
     return packed;
 }
 

@@ -20,7 +20,7 @@ std::unique_ptr<ColorTable33> Marked() {
 /// The nodes behind the first `size` of each axis have still the marks.
 void ExpectMarkedBehind(const ColorTable33& table, int size) {
     Nodes expected(33 * 33 * 33);
-    for (PlainNode& node : expected) node.fill(kUntouched);
+    for (ReferenceNode& node : expected) node.fill(kUntouched);
     const Nodes nodes = NodesOf(table, 33);
     for (int i = 0; i < size; ++i) {
         for (int j = 0; j < size; ++j) {
@@ -31,8 +31,8 @@ void ExpectMarkedBehind(const ColorTable33& table, int size) {
 }
 
 /// A table as the reference grid is to take it when the slots that it does not fill hold marks.
-PlainLut WithMarkedSlots(const PlainLut& lut) {
-    PlainLut wide = lut;
+ReferenceLut WithMarkedSlots(const ReferenceLut& lut) {
+    ReferenceLut wide = lut;
     wide.outputs = 7;
     wide.grid.clear();
     for (std::size_t n = 0; n < AsIndex(lut.points * lut.points * lut.points); ++n) {
@@ -224,7 +224,7 @@ TEST(TableResize, From33To17TakesEverySecondNodeButTheTop) {
     }
     // Slopes of 2047, -65503.0004, -2047, 0, -2047, 61409.0005 and 0.9995, cut toward zero before the low node is
     // added.
-    EXPECT_EQ(nodes.back(), (PlainNode{2047, 32, 1, 100, -2047, 65505, 9}));
+    EXPECT_EQ(nodes.back(), (ReferenceNode{2047, 32, 1, 100, -2047, 65505, 9}));
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <optional>
 
-#include "unit/color/NaiveLch.h"
+#include "support/NaiveLch.h"
 #include "unit/units/UnitTables.h"
 #include "units/NearRgb.h"
 
@@ -26,7 +26,7 @@ Triple LabOf(int t0, int t1, int t2) {
 }
 
 /// A node shifted in L*, C* and h.
-PlainNode ShiftedNode(PlainNode node, const Triple& by) {
+ReferenceNode ShiftedNode(ReferenceNode node, const Triple& by) {
     const Triple lab = LabOf(node[0], node[1], node[2]);
     const auto polar = NaiveChromaHue(lab[1], lab[2]);
     const Triple lch = NaiveAdjust({lab[0], polar[0], polar[1]}, by[0], by[1], by[2]);
@@ -38,7 +38,7 @@ PlainNode ShiftedNode(PlainNode node, const Triple& by) {
 }
 
 /// A node through output tables into linear RGB of some primaries.
-PlainNode RgbNode(PlainNode node, const ReferenceOutputs& tables, const Triple& white, int primaries) {
+ReferenceNode RgbNode(ReferenceNode node, const ReferenceOutputs& tables, const Triple& white, int primaries) {
     const auto entry = [&](std::size_t c) { return tables.table[c][AsIndex(node[c] & 0xffff)]; };
     const Triple rgb = NaiveLabToRGB(LabOf(entry(0), entry(1), entry(2)), white, primaries);
     for (std::size_t c = 0; c < 3; ++c) node[c] = static_cast<int>(rgb[c]) << 8;
@@ -47,14 +47,14 @@ PlainNode RgbNode(PlainNode node, const ReferenceOutputs& tables, const Triple& 
 
 template <typename Change>
 Nodes Changed(Nodes nodes, Change change) {
-    for (PlainNode& node : nodes) node = change(node);
+    for (ReferenceNode& node : nodes) node = change(node);
     return nodes;
 }
 
 /// A grid of two points whose nodes are all the same.
 std::unique_ptr<ColorTable33> Flat(int lightness, int a, int b) {
     ReferenceGrid plain = RandomGrid(2, 1);
-    for (PlainNode& node : plain.nodes) node = {lightness, a, b};
+    for (ReferenceNode& node : plain.nodes) node = {lightness, a, b};
     return MakeGrid(plain);
 }
 
@@ -76,7 +76,7 @@ TEST(AdjustLch, ShiftsEveryNode) {
             const Nodes nodes = NodesOf(*grid, points);
             EXPECT_THAT(nodes,
                         EqualTo(Changed(plain.nodes, [&](const auto& node) { return ShiftedNode(node, shift); })));
-            for (const PlainNode& node : nodes) {
+            for (const ReferenceNode& node : nodes) {
                 ASSERT_TRUE(node[0] >= 0 && node[0] <= 65280);
                 ASSERT_TRUE(node[1] >= 7168 && node[1] <= 58368) << "C* of 100 at the most";
                 ASSERT_TRUE(node[2] >= 7168 && node[2] <= 58368) << "C* of 100 at the most";
@@ -166,7 +166,7 @@ TEST(LabToRgb, FollowsTheFamilyOfTheSpace) {
     } families[] = {{-1, 19, 0, -1}, {20, 23, 1, 21},   {24, 27, 2, 25},      {28, 31, 3, 31},
                     {32, 64, 0, -1}, {255, 255, 0, -1}, {65534, 65535, 0, -1}};
     // A colour within every family, so that the primaries show.
-    const PlainNode color = {30000, 34000, 33500};
+    const ReferenceNode color = {30000, 34000, 33500};
     const auto table = std::make_unique<OutputTable33>();
     const ReferenceOutputs identity;
     for (const auto& [first, last, primaries, result] : families) {
@@ -174,7 +174,7 @@ TEST(LabToRgb, FollowsTheFamilyOfTheSpace) {
             SCOPED_TRACE(space);
             const auto grid = Flat(color[0], color[1], color[2]);
             EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), nullptr), result < 0 ? space : result);
-            const PlainNode expected = RgbNode(color, identity, kUsualWhite, primaries);
+            const ReferenceNode expected = RgbNode(color, identity, kUsualWhite, primaries);
             EXPECT_EQ(ColorOf(*grid), (std::array{expected[0], expected[1], expected[2]}));
         }
     }
@@ -229,13 +229,13 @@ TEST(LabToRgb, GivesEveryByteTimes256) {
     const Nodes nodes = NodesOf(*grid, 16);
     EXPECT_THAT(nodes, EqualTo(plain.nodes));
     bool seen[256] = {};
-    for (const PlainNode& node : nodes) {
+    for (const ReferenceNode& node : nodes) {
         ASSERT_TRUE(node[0] >= 0 && node[0] <= 65280 && node[0] % 256 == 0) << node[0];
         seen[node[0] / 256] = true;
     }
     EXPECT_EQ(std::ranges::count(seen, true), 256);
-    EXPECT_EQ(nodes.front(), (PlainNode{0, 0, 0}));
-    EXPECT_EQ(nodes.back(), (PlainNode{65280, 65280, 65280})) << "above L* 100";
+    EXPECT_EQ(nodes.front(), (ReferenceNode{0, 0, 0}));
+    EXPECT_EQ(nodes.back(), (ReferenceNode{65280, 65280, 65280})) << "above L* 100";
 }
 
 /// A colour of which a channel falls on a whole number but for the last places of a double.

@@ -25,7 +25,7 @@ constexpr TetrahedronRow kTetrahedronRows[] = {
 };
 
 /// A grid of 9 points, all nodes 0 but one; cells are 8192 wide, so that all fractions are exact.
-std::unique_ptr<ColorTable33> OneNode(int i, int j, int k, const PlainNode& value, int channels = 3) {
+std::unique_ptr<ColorTable33> OneNode(int i, int j, int k, const ReferenceNode& value, int channels = 3) {
     ReferenceGrid plain = RandomGrid(9, 1, 0, 0);
     plain.nodes[NodeAt(9, i, j, k)] = value;
     return MakeGrid(plain, channels);
@@ -41,13 +41,13 @@ protected:
     }
     /// The interpolated channels, and behind them the samples as they were.
     Seven Expected(const Seven& was) const {
-        const Seven whole = plain_.Whole(was[0], was[1], was[2]);
+        const Seven whole = plain_.InterpolateFixed(was[0], was[1], was[2]);
         Seven result = was;
         std::copy_n(whole.begin(), channels_, result.begin());
         return result;
     }
     /// The same for a node.
-    Seven Expected(const Seven& was, const PlainNode& node) const {
+    Seven Expected(const Seven& was, const ReferenceNode& node) const {
         Seven result = was;
         for (std::size_t c = 0; c < channels_; ++c) result[c] = static_cast<unsigned short>(node[c]);
         return result;
@@ -103,11 +103,11 @@ TEST_P(IntegerInterpolation, AgreesAllOverTheCubeWithAnyShiftAndMask) {
 TEST_P(IntegerInterpolation, TakesTheCornersOfEachTetrahedron) {
     for (const TetrahedronRow& row : kTetrahedronRows) {
         for (int corner = 0; corner < 8; ++corner) {
-            const PlainNode value = {4000, 8000, 12000, 16000, 20000, 24000, 28000};
+            const ReferenceNode value = {4000, 8000, 12000, 16000, 20000, 24000, 28000};
             const auto table = OneNode(corner >> 2, corner >> 1 & 1, corner & 1, value, GetParam());
             Seven s{};
             std::ranges::copy(row.at, s.begin());
-            PlainNode expected{};
+            ReferenceNode expected{};
             for (std::size_t c = 0; c < 7; ++c) expected[c] = value[c] / 4 * row.quarters[AsIndex(corner)];
             EXPECT_EQ(Through(*table, s), Expected(s, expected)) << testing::PrintToString(row.at) << ", " << corner;
         }
@@ -129,7 +129,7 @@ TEST_P(IntegerInterpolation, EndsAStepBelowTheLastNode) {
         plain.nodes[NodeAt(points, points - 2, points - 2, points - 2)].fill(1000);
         plain.nodes.back().fill(61000);
         const auto table = MakeGrid(plain, GetParam());
-        PlainNode end{};
+        ReferenceNode end{};
         end.fill(expected);
         EXPECT_EQ(Through(*table, {65535, 65535, 65535, 4, 5, 6, 7}), Expected({0, 0, 0, 4, 5, 6, 7}, end)) << points;
     }
@@ -143,7 +143,7 @@ TEST_P(IntegerInterpolation, StoresItsChannelsInTheirOrder) {
         unsigned short* place[7];
         for (std::size_t c = 0; c < 7; ++c) place[c] = c < channels_ ? &all : &other;
         table_->Conversion(*place[0], *place[1], *place[2], *place[3], *place[4], *place[5], *place[6]);
-        EXPECT_EQ(all, plain_.Whole(value, value, value)[channels_ - 1]) << value;
+        EXPECT_EQ(all, plain_.InterpolateFixed(value, value, value)[channels_ - 1]) << value;
         EXPECT_EQ(other, 7);
     }
 }
@@ -229,8 +229,8 @@ TEST(ColorTableRun, OfMoreChannelsWorksOnCopies) {
     ExpectRunsOnCopies<ColorTable37>(7);
 }
 
-PlainNode Floating(const ColorTable33& table, const std::array<int, 3>& at) {
-    PlainNode v = {at[0], at[1], at[2], -7, 70000, 5, 6};  // the last four are replaced, never read
+ReferenceNode Floating(const ColorTable33& table, const std::array<int, 3>& at) {
+    ReferenceNode v = {at[0], at[1], at[2], -7, 70000, 5, 6};  // the last four are replaced, never read
     table.Conversion(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
     return v;
 }
@@ -238,7 +238,7 @@ PlainNode Floating(const ColorTable33& table, const std::array<int, 3>& at) {
 class FloatingInterpolation : public testing::TestWithParam<int> {
 protected:
     void ExpectAt(const std::array<int, 3>& given, const std::array<int, 3>& counted) const {
-        ASSERT_EQ(Floating(*table_, given), plain_.Broken(counted[0], counted[1], counted[2]))
+        ASSERT_EQ(Floating(*table_, given), plain_.InterpolateFloat(counted[0], counted[1], counted[2]))
             << testing::PrintToString(given);
     }
     int points_ = GetParam();
@@ -302,7 +302,7 @@ protected:
     }
     /// In millionths of a step, how far behind the first node of its cell a position is taken, on all three axes.
     int Fraction(int position) const {
-        const PlainNode values = Floating(*table_, {position, position, position});
+        const ReferenceNode values = Floating(*table_, {position, position, position});
         EXPECT_EQ(values[1], values[0]) << position;
         EXPECT_EQ(values[2], values[0]) << position;
         return values[0] - kRise * (position * (points_ - 1) / 65536);
@@ -329,7 +329,7 @@ TEST(FloatingInterpolationByHand, TakesTheCornersOfEachTetrahedron) {
         for (int corner = 0; corner < 8; ++corner) {
             const auto table = OneNode(corner >> 2, corner >> 1 & 1, corner & 1, {4000, 0, 0, 0, 0, 0, -4000});
             const int expected = 1000 * row.quarters[AsIndex(corner)];
-            EXPECT_EQ(Floating(*table, row.at), (PlainNode{expected, 0, 0, 0, 0, 0, -expected}))
+            EXPECT_EQ(Floating(*table, row.at), (ReferenceNode{expected, 0, 0, 0, 0, 0, -expected}))
                 << testing::PrintToString(row.at) << ", corner " << corner;
         }
     }
@@ -338,11 +338,11 @@ TEST(FloatingInterpolationByHand, TakesTheCornersOfEachTetrahedron) {
 TEST(FloatingInterpolationByHand, CutsTheRiseTowardZeroAndAddsTheBaseNode) {
     auto table = OneNode(1, 0, 0, {10, -10, 1, -1, 3, -3, 0});
     // A fraction of 0.5625: 5.6, -5.6, 0.6, -0.6, 1.7, -1.7.
-    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (PlainNode{5, -5, 0, 0, 1, -1, 0}));
+    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (ReferenceNode{5, -5, 0, 0, 1, -1, 0}));
     table = OneNode(1, 0, 0, {110, 90, 0, 0, 0, 0, 0});
     std::ranges::fill(table->Color[0][0][0], 100);
     // 5.6, -5.6 and -56.25; 94.4 were the cut of the whole sum.
-    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (PlainNode{105, 95, 44, 44, 44, 44, 44}));
+    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (ReferenceNode{105, 95, 44, 44, 44, 44, 44}));
 }
 
 TEST(FloatingInterpolationByHand, CutsTheSumOfTheThreeTermsOnce) {
@@ -355,7 +355,7 @@ TEST(FloatingInterpolationByHand, CutsTheSumOfTheThreeTermsOnce) {
 }
 
 TEST(FloatingInterpolationByHand, DoesNotClamp) {
-    const PlainNode node = {1000000, -1000000, 65536, -1, 0, 0, 0};
+    const ReferenceNode node = {1000000, -1000000, 65536, -1, 0, 0, 0};
     EXPECT_EQ(Floating(*OneNode(2, 2, 2, node), {16384, 16384, 16384}), node);
 }
 

@@ -98,7 +98,7 @@ TEST(OutputTable, OvershootsBothEndsOfSteepCurves) {
     }
 }
 
-PlainNode Interpolated(OutputTable33& unit, PlainNode s) {
+ReferenceNode Interpolated(OutputTable33& unit, ReferenceNode s) {
     unit.Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
     return s;
 }
@@ -118,7 +118,7 @@ TEST(OutputTable, InterpolatesWithAnyStepAndSpan) {
         plain.step = unit->Step = step;
         plain.span = unit->Span = span;
         for (int n = 0; n < 3000; ++n) {
-            PlainNode s{};
+            ReferenceNode s{};
             for (int& value : s) value = n < 2 ? 65535 * n : random.Sample();
             ASSERT_EQ(Interpolated(*unit, s), plain.Points(s)) << step << " " << span;
         }
@@ -129,7 +129,7 @@ TEST(OutputTable, InterpolatesWithAnyStepAndSpan) {
 
 TEST(OutputTable, InterpolatesNothingBesideTheCurve) {
     const auto unit = std::make_unique<OutputTable33>();
-    PlainNode curves;
+    ReferenceNode curves;
     for (int c = 0; c < 7; ++c) {
         curves[AsIndex(c)] = 1600 * (c + 1);
         std::ranges::fill(unit->Curve[c], 1600 * (c + 1));
@@ -137,14 +137,14 @@ TEST(OutputTable, InterpolatesNothingBesideTheCurve) {
     unit->Step = 257.0;
     unit->Span = 256.0;
     for (const int value : {INT_MIN, -1000000, -65536, -257, -1, 0, 65534, 65535, 257 * 4095 - 1}) {
-        PlainNode s;
+        ReferenceNode s;
         s.fill(value);
         EXPECT_EQ(Interpolated(*unit, s), curves) << value;
     }
     // Behind the last entry comes 0: at 15 of 16 steps a sixteenth is left.
     unit->Step = unit->Span = 16.0;
     EXPECT_EQ(Interpolated(*unit, {65535, 65535, 65535, 65535, 65535, 65535, 65535}),
-              (PlainNode{100, 200, 300, 400, 500, 600, 700}));
+              (ReferenceNode{100, 200, 300, 400, 500, 600, 700}));
 }
 
 /// Takes the place of the interpolation and notes what it was given.
@@ -156,14 +156,14 @@ public:
         for (int* sample : {&a, &b, &c, &d, &e, &f, &g}) *sample = ++value;
         return 99;
     }
-    std::vector<PlainNode> given;
+    std::vector<ReferenceNode> given;
 };
 
 void ExpectSpied(const SpiedOutput& unit, bool allSeven) {
     ASSERT_EQ(unit.given.size(), 65535U);
     for (int v = 0; v < 65535; ++v) {
         const int rest = allSeven ? v : 0;
-        ASSERT_EQ(unit.given[AsIndex(v)], (PlainNode{v, v, v, rest, rest, rest, rest}));
+        ASSERT_EQ(unit.given[AsIndex(v)], (ReferenceNode{v, v, v, rest, rest, rest, rest}));
         for (int c = 0; c < 7; ++c) ASSERT_EQ(unit.Lut16[c][v], v + 1 + c);
     }
 }

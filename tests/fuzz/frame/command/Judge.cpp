@@ -19,31 +19,24 @@ namespace {
 
 constexpr tmsize_t kMostMemory = tmsize_t{256} << 20;
 
-struct Complaints {
-    std::string first;
-    static int Take(void* user, const char* format, std::va_list arguments) {
-        auto* complaints = static_cast<Complaints*>(user);
-        char text[200];
-        std::vsnprintf(text, sizeof text, format, arguments);
-        if (complaints->first.empty()) complaints->first = text;
-        return 1;
-    }
-    static int Error(TIFF*, void* user, const char*, const char* format, std::va_list arguments) {
-        return Take(user, format, arguments);
-    }
-    static int Ignore(TIFF*, void*, const char*, const char*, std::va_list) { return 1; }
-};
+/// Keeps the first error.
+int Complain(TIFF*, void* first, const char*, const char* format, std::va_list arguments) {
+    char text[200];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    auto& complaint = *static_cast<std::string*>(first);
+    if (complaint.empty()) complaint = text;
+    return 1;
+}
 
-struct Closer {
-    void operator()(TIFF* file) const { TIFFClose(file); }
-};
-using Handle = std::unique_ptr<TIFF, Closer>;
+int Ignore(TIFF*, void*, const char*, const char*, std::va_list) { return 1; }
 
-Handle Open(const std::string& path, Complaints& complaints) {
+using Handle = std::unique_ptr<TIFF, decltype([](TIFF* file) { TIFFClose(file); })>;
+
+Handle Open(const std::string& path, std::string& complaint) {
     const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                                TIFFOpenOptionsFree);
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), Complaints::Error, &complaints);
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), Complaints::Ignore, &complaints);
+    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), Complain, &complaint);
+    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), Ignore, nullptr);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMostMemory);
     // Without mapping, and without reading the first page: one that libtiff does not take, as a mask may be, does not
     // end the reading of others.
@@ -100,31 +93,18 @@ bool Decode(TIFF* file, Image& image, unsigned char blank) {
     if (columns == 0 || rows == 0 || size <= 0 || size > kMostMemory) return false;
     if (static_cast<std::uint64_t>(size) < std::uint64_t{columns} * rows * count * (image.bits / 8)) return false;
     Bytes data(static_cast<std::size_t>(size));
-    for (unsigned plane = 0; plane < (planar ? image.samples : 1); ++plane) {
-        const auto sample = static_cast<std::uint16_t>(plane);
-        for (std::uint32_t top = 0; top < image.height; top += rows) {
-            for (std::uint32_t left = 0; left < image.width; left += columns) {
-                const std::uint32_t number =
-                    tiled ? TIFFComputeTile(file, left, top, 0, sample) : TIFFComputeStrip(file, top, sample);
-                std::fill(data.begin(), data.end(), blank);
-                const tmsize_t got = tiled ? TIFFReadEncodedTile(file, number, data.data(), size)
-                                           : TIFFReadEncodedStrip(file, number, data.data(), size);
-                if (got < 0) return false;
-                Place(image, data, left, top, columns, rows, plane, count);
-                if (image.width - left <= columns) break;  // the next place may be beyond 32 bits
-            }
-            if (image.height - top <= rows) break;
-        }
+    const std::uint32_t segments = tiled ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file);
+    const std::uint32_t inPlane = planar ? segments / image.samples : segments,
+                        across = (image.width - 1) / columns + 1;
+    for (std::uint32_t n = 0; n < segments; ++n) {
+        std::fill(data.begin(), data.end(), blank);
+        const tmsize_t got =
+            tiled ? TIFFReadEncodedTile(file, n, data.data(), size) : TIFFReadEncodedStrip(file, n, data.data(), size);
+        if (got < 0) return false;
+        const std::uint32_t place = n % inPlane;
+        Place(image, data, place % across * columns, place / across * rows, columns, rows, n / inPlane, count);
     }
     return true;
-}
-
-/// The colour that stands behind an associated alpha, or in front of it.
-std::uint16_t Divided(unsigned sample, unsigned alpha, unsigned top) {
-    return static_cast<std::uint16_t>(std::min(top, (sample * top + alpha / 2) / alpha));
-}
-std::uint16_t Multiplied(unsigned sample, unsigned alpha, unsigned top) {
-    return static_cast<std::uint16_t>((sample * alpha + top / 2) / top);
 }
 
 using Engine = ICC40::ICC_ENG_S4::CIccEngineS;
@@ -133,10 +113,8 @@ const Engine& EngineOf(const Bytes& profile, unsigned bits) {
     static std::map<std::pair<Bytes, unsigned>, std::unique_ptr<Engine>> engines;
     std::unique_ptr<Engine>& engine = engines[{profile, bits}];
     if (engine != nullptr) return *engine;
-    const ScratchFile file;
-    file.Put(profile);
     engine = std::make_unique<Engine>();
-    engine->SetProfile(file.Path(), ICC40::ICCFILE::IntentPerceptual,
+    engine->SetProfile(profile, ICC40::ICCFILE::IntentPerceptual,
                        bits == 8 ? ICC40::ICCFILE::CsRGB_8 : ICC40::ICCFILE::CsRGB_16,
                        bits == 8 ? ICC40::ICCFILE::CssRGB_8 : ICC40::ICCFILE::CssRGB_16, 0, 0, 0);
     Require(engine->Lut1DInR != nullptr, "the judge's engine takes the profile");
@@ -157,21 +135,20 @@ void ConvertPixel(const Engine& engine, std::uint16_t* samples, unsigned bits) {
 }  // namespace
 
 std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool silent, std::string& complaint) {
-    Complaints complaints;
-    const Handle file = Open(path, complaints);
-    complaints.first.clear();  // about the first directory, which need not be the one that is wanted
+    const Handle file = Open(path, complaint);
+    complaint.clear();  // about the first directory, which need not be the one that is wanted
     Image image, again;
     bool done = true;
     for (const auto& [to, blank] : {std::pair{&image, 0}, std::pair{&again, 0xff}}) {
         done = done && file != nullptr && TIFFSetSubDirectory(file.get(), offset) != 0 &&
                Decode(file.get(), *to, static_cast<unsigned char>(blank));
     }
-    complaint = done || !complaints.first.empty() ? complaints.first : "cannot be opened or decoded";
+    if (!done && complaint.empty()) complaint = "cannot be opened or decoded";
     if (!done || (silent && !complaint.empty())) return std::nullopt;
     // Of Deflate data that go on behind the pixels, libtiff may decode nothing, and say so neither.
-    if (image != again) complaint = "leaves pixels as they were";
-    if (image != again) return std::nullopt;
-    return image;
+    if (image == again) return image;
+    complaint = "leaves pixels as they were";
+    return std::nullopt;
 }
 
 Image ByOwnDecoder(const tool::TiffStructure& structure, const tool::TiffPage& page) {
@@ -199,11 +176,16 @@ void ConvertImage(Image& image, const Bytes& profile, bool premultiplied) {
             ConvertPixel(engine, pixel, image.bits);
             continue;
         }
+        // The colour that stands behind an associated alpha, and in front of it again.
         const unsigned alpha = pixel[3];
         if (alpha == 0) continue;  // nothing is seen there
-        for (std::size_t c = 0; c < 3; ++c) pixel[c] = Divided(pixel[c], alpha, top);
+        for (std::size_t c = 0; c < 3; ++c) {
+            pixel[c] = static_cast<std::uint16_t>(std::min(top, (pixel[c] * top + alpha / 2) / alpha));
+        }
         ConvertPixel(engine, pixel, image.bits);
-        for (std::size_t c = 0; c < 3; ++c) pixel[c] = Multiplied(pixel[c], alpha, top);
+        for (std::size_t c = 0; c < 3; ++c) {
+            pixel[c] = static_cast<std::uint16_t>((pixel[c] * alpha + top / 2) / top);
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 // What the targets of the command share: a folder to write into, a fixed profile, and how a refusal looks.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -11,46 +12,27 @@
 
 #include "FuzzInput.h"
 #include "batch/session/ProfileFile.h"
+#include "support/TempDir.h"
 #include "system/Refusal.h"
 
 namespace hueweave::fuzz {
 
-/// What one file may take of the heap and of the processor, whatever it announces, as docs/reliability.md tells it. The
-/// sanitizers of a search see what other libraries allocate as well.
-inline constexpr std::size_t kFileHeap = std::size_t{256} << 20;
-inline constexpr double kFileSeconds = 10.0;
-
 /// An empty folder in memory where the system has one; gone with the process's end.
 class ScratchFolder {
 public:
-    ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder();
-    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-    const std::string& path() const { return path_; }
+    std::string operator/(const std::string& name) const { return folder_.File(name); }
+    std::string path() const { return folder_.Path(); }
     /// Names of what stands there, hidden ones too, sorted.
     std::vector<std::string> Names() const;
     void Clear() const;
 
 private:
-    std::string path_;
-};
-
-/// Processor time of this process from here on.
-class TimeWatch {
-public:
-    TimeWatch();
-    double Seconds() const;
-
-private:
-    double begin_;
+    test::TempDir folder_{std::filesystem::is_directory("/dev/shm") ? "/dev/shm"
+                                                                    : std::filesystem::temp_directory_path()};
 };
 
 /// A profile that the engine takes as it is for every intent: of 9 points, without a description.
 Bytes PlainDeviceProfile();
-/// Makes a file that Little CMS reads out of tags: "Lab " or "XYZ " as the connection space.
-Bytes AsDeviceProfile(Bytes profile, const char* connection);
 tool::DeviceProfile AsLoaded(const Bytes& profile);
 
 /// Runs `work`; the refusal that it ends in, nothing if it ends well. Requires that nothing else is thrown, that a

@@ -3,9 +3,7 @@
 //
 // TIFF files as libtiff writes them, in every layout that the command takes, and profiles as Little CMS writes them.
 #include <lcms2.h>
-#include <sys/mman.h>
 #include <tiffio.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -13,6 +11,7 @@
 #include <stdexcept>
 
 #include "Seeds.h"
+#include "support/TempDir.h"
 
 namespace hueweave::fuzz {
 namespace {
@@ -27,10 +26,6 @@ struct Layout {
     bool mask = false;              ///< as the last page
     bool metadata = false;
     std::uint32_t width = 7, height = 5, rows = 2;
-};
-
-struct Closer {
-    void operator()(TIFF* file) const { TIFFClose(file); }
 };
 
 Bytes Pattern(std::size_t size, unsigned seed) {
@@ -83,15 +78,11 @@ void WriteImage(TIFF* file, const Layout& layout, unsigned seed) {
     }
     if (layout.metadata) SetMetadata(file);
     const std::uint32_t count = layout.tiled ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file);
+    const std::uint32_t inPlane = layout.planar ? count / layout.samples : count;
     for (std::uint32_t n = 0; n < count; ++n) {
-        const std::uint32_t inPlane = layout.planar ? count / layout.samples : count;
-        const std::uint32_t row = n % inPlane * layout.rows;
-        Bytes data =
-            layout.tiled
-                ? Pattern(static_cast<std::size_t>(TIFFTileSize(file)), seed + n)
-                : Pattern(static_cast<std::size_t>(TIFFVStripSize(file, std::min(layout.rows, layout.height - row))),
-                          seed + n);
-        const auto size = static_cast<tmsize_t>(data.size());
+        const std::uint32_t rows = std::min(layout.rows, layout.height - n % inPlane * layout.rows);
+        const tmsize_t size = layout.tiled ? TIFFTileSize(file) : TIFFVStripSize(file, rows);
+        Bytes data = Pattern(static_cast<std::size_t>(size), seed + n);
         const tmsize_t put = layout.tiled ? TIFFWriteEncodedTile(file, n, data.data(), size)
                                           : TIFFWriteEncodedStrip(file, n, data.data(), size);
         if (put < 0) throw std::runtime_error("libtiff cannot write " + layout.name);
@@ -99,22 +90,23 @@ void WriteImage(TIFF* file, const Layout& layout, unsigned seed) {
 }
 
 void WriteMask(TIFF* file) {
-    TIFFSetField(file, TIFFTAG_SUBFILETYPE, FILETYPE_MASK);
-    TIFFSetField(file, TIFFTAG_IMAGEWIDTH, 8);
-    TIFFSetField(file, TIFFTAG_IMAGELENGTH, 4);
-    TIFFSetField(file, TIFFTAG_BITSPERSAMPLE, 1);
-    TIFFSetField(file, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MASK);
-    TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, 4);
+    constexpr std::pair<int, int> kFields[] = {{TIFFTAG_SUBFILETYPE, FILETYPE_MASK},
+                                               {TIFFTAG_IMAGEWIDTH, 8},
+                                               {TIFFTAG_IMAGELENGTH, 4},
+                                               {TIFFTAG_BITSPERSAMPLE, 1},
+                                               {TIFFTAG_SAMPLESPERPIXEL, 1},
+                                               {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MASK},
+                                               {TIFFTAG_ROWSPERSTRIP, 4}};
+    for (const auto& [tag, value] : kFields) TIFFSetField(file, static_cast<std::uint32_t>(tag), value);
     Bytes bits = Pattern(4, 1);
     TIFFWriteEncodedStrip(file, 0, bits.data(), 4);
 }
 
 Bytes Written(const Layout& layout) {
-    const int memory = memfd_create("seed", MFD_CLOEXEC);
-    if (memory < 0) throw std::runtime_error("no file in memory");
+    static const test::TempDir folder;
+    const std::string path = folder.File("seed.tif");
     {
-        const std::unique_ptr<TIFF, Closer> file(TIFFFdOpen(dup(memory), "seed", layout.mode.c_str()));
+        const std::unique_ptr<TIFF, decltype(&TIFFClose)> file(TIFFOpen(path.c_str(), layout.mode.c_str()), TIFFClose);
         if (file == nullptr) throw std::runtime_error("libtiff cannot open a file");
         if (layout.below != 0) {
             const std::vector<std::uint64_t> none(layout.below, 0);
@@ -130,11 +122,7 @@ Bytes Written(const Layout& layout) {
             TIFFWriteDirectory(file.get());
         }
     }
-    Bytes bytes(static_cast<std::size_t>(lseek(memory, 0, SEEK_END)));
-    const ssize_t got = pread(memory, bytes.data(), bytes.size(), 0);
-    close(memory);
-    if (got != static_cast<ssize_t>(bytes.size())) throw std::runtime_error("a seed cannot be read");
-    return bytes;
+    return test::ReadFile(path);
 }
 
 /// Every scheme at both depths, in strips and tiles, with and without planes and differences.
@@ -158,12 +146,9 @@ void SowSchemes(const Sow& sow) {
         if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(scheme.compression)) == 0) continue;
         const bool picture = scheme.compression == COMPRESSION_JPEG || scheme.compression == COMPRESSION_WEBP;
         for (unsigned n = 0; n < 8; ++n) {
-            Layout layout;
-            layout.bits = n % 2 == 0 ? 8 : 16;
+            Layout layout{scheme.name, "wl", n % 2 == 0 ? 8U : 16U, 3, scheme.compression, scheme.predictor};
             layout.tiled = (n & 2U) != 0;
             layout.planar = (n & 4U) != 0;
-            layout.compression = scheme.compression;
-            layout.predictor = scheme.predictor;
             if (picture && (layout.bits == 16 || layout.planar)) continue;
             if (picture) layout.width = 16, layout.height = 32, layout.rows = 16;
             layout.name = std::string(scheme.name) + (layout.tiled ? "-tiles" : "-strips") +
@@ -203,10 +188,7 @@ void SowOthers(const Sow& sow) {
     }
 }
 
-struct ProfileCloser {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-using Profile = std::unique_ptr<void, ProfileCloser>;
+using Profile = std::unique_ptr<void, decltype([](void* profile) { cmsCloseProfile(profile); })>;
 
 Bytes Saved(cmsHPROFILE profile) {
     cmsUInt32Number size = 0;

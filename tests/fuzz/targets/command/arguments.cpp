@@ -3,9 +3,9 @@
 //
 // Any words as a command line: arguments within their ranges for one command, help, or a refusal as usage. Nothing is
 // written. The arguments of a conversion, put into words again, are understood as the same.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <tuple>
 
 #include "FuzzInput.h"
 #include "Scene.h"
@@ -15,36 +15,29 @@
 #include "cli/InspectCommand.h"
 #include "cli/VerifyCommand.h"
 
-using namespace hueweave::colour;
-using namespace hueweave::fuzz;
-using namespace hueweave::tool;
-
+namespace hueweave::fuzz {
 namespace {
+
+using namespace colour;
+using namespace tool;
 
 using Words = std::vector<std::string>;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
 /// A word a line. "@/" stands for a folder of this process; no other path leads to a file that --curve would read.
-Words WordsOf(const Bytes& bytes, const ScratchFolder& folder) {
-    Words words{"hueweave"};
-    std::string word;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const char c = static_cast<char>(bytes[i]);
-        const bool within = i > 0 && i + 1 < bytes.size();
-        const bool part =
-            within && IsDigit(static_cast<char>(bytes[i - 1])) && IsDigit(static_cast<char>(bytes[i + 1]));
-        if (c == '\n' || c == '\0') {
-            words.push_back(word);
-            word.clear();
-        } else if (c == '/' && i > 0 && bytes[i - 1] == '@') {
-            word.pop_back();
-            word += folder.path() + "/";
+Words WordsOf(const std::string& text, const ScratchFolder& folder) {
+    Words words{"hueweave", ""};
+    const auto isDigit = [&](std::size_t at) { return at < text.size() && text[at] >= '0' && text[at] <= '9'; };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::string& word = words.back();
+        if (text[i] == '\n' || text[i] == '\0') {
+            words.emplace_back();
+        } else if (text[i] == '/' && i > 0 && text[i - 1] == '@') {
+            word.replace(word.size() - 1, 1, folder.path() + "/");
         } else {
-            word += c == '/' && !part ? '_' : c;
+            const bool part = i > 0 && isDigit(i - 1) && isDigit(i + 1);
+            word += text[i] == '/' && !part ? '_' : text[i];
         }
     }
-    words.push_back(word);
     return words;
 }
 
@@ -54,16 +47,23 @@ std::unique_ptr<Command> Parse(const Words& words) {
     return ParseCommandLine(static_cast<int>(pointers.size()), pointers.data());
 }
 
-void CheckRendering(const Rendering& r) {
-    Require(r.space != nullptr && FindSpace(r.space->name) == r.space, "a space that there is");
+/// The target is a space, or a profile in a file; the library's precision is for its own spaces.
+void CheckRendering(const Rendering& r, const std::string& targetFile, Precision precision) {
+    Require((r.space == nullptr) == !targetFile.empty(), "a space or a profile");
+    Require(r.space == nullptr || FindSpace(r.space->name) == r.space, "a space that there is");
+    Require(precision == Precision::Exact || (r.space != nullptr && r.space->IsEngines()), "a space of the library");
     Require(!IntentName(r.intent).empty(), "an intent that there is");
     Require(std::fabs(r.lightness) <= 100 && std::fabs(r.chroma) <= 100, "offsets within their range");
     Require(std::fabs(r.hue) <= 360, "a hue within its range");
-    Require(!r.curves || !r.space->ByTable(), "no curves where there is a table");
 }
 
 void CheckConvert(const ConvertOptions& a) {
-    CheckRendering(a.rendering);
+    CheckRendering(a.rendering, a.targetFile, a.precision);
+    const bool library = a.precision == Precision::Library, named = a.targetFile.empty();
+    Require(a.curveFile.empty() || (named && !(library && a.rendering.space->ByTable())), "curves that are used");
+    Require(a.profileVersion == 4 || (a.profileVersion == 2 && named && !library), "a version that can be had");
+    Require(!a.compensateBlack || !library, "no black point where the library converts");
+    Require(!a.acceptError || (library && *a.acceptError >= 0 && *a.acceptError <= 100), "an error of the library");
     Require(!a.inputs.empty() || a.filesFrom, "something to convert");
     for (const std::string& input : a.inputs) Require(!input.empty(), "an input has a name");
     Require(a.inPlace == a.output.empty(), "either an output or in place");
@@ -82,6 +82,7 @@ std::string Number(double value) {
     return text;
 }
 
+/// All that the options hold but the curves themselves.
 Words AsWords(const ConvertOptions& a) {
     constexpr const char* kRules[] = {"given", "embedded", "require-match"};
     const Rendering& r = a.rendering;
@@ -89,7 +90,10 @@ Words AsWords(const ConvertOptions& a) {
     const auto with = [&](const char* option, const std::string& value) {
         words.push_back(std::string(option) + "=" + value);
     };
-    with("--to", std::string(r.space->name));
+    with("--to", r.space != nullptr ? std::string(r.space->name) : a.targetFile);
+    with("--precision", a.precision == Precision::Exact ? "exact" : "library");
+    with("--icc-version", std::to_string(a.profileVersion));
+    if (a.acceptError) with("--accept-error", Number(*a.acceptError));
     with("--intent", std::string(IntentName(r.intent)));
     with("--lightness", Number(r.lightness));
     with("--chroma", Number(r.chroma));
@@ -108,6 +112,8 @@ Words AsWords(const ConvertOptions& a) {
                                      {a.nul, "-0"},
                                      {a.resume, "--resume"},
                                      {a.quiet, "--quiet"},
+                                     {a.verbose, "--verbose"},
+                                     {a.compensateBlack, "--bpc"},
                                      {a.json, "--json"},
                                      {a.dryRun, "--dry-run"}}) {
         if (flag) words.emplace_back(name);
@@ -117,24 +123,21 @@ Words AsWords(const ConvertOptions& a) {
     return words;
 }
 
-auto Fields(const ConvertOptions& a) {
-    const Rendering& r = a.rendering;
-    return std::tuple(a.inputs, a.output, a.profile, r.intent, r.space, r.lightness, r.chroma, r.hue,
-                      r.curves.has_value(), a.source, a.filesFrom, a.curveFile, a.jobs, a.maxMemory >> 10,
-                      std::tuple(a.noTag, a.force, a.inPlace, a.nul, a.resume, a.quiet, a.json, a.dryRun));
-}
-
 /// Whether a value after "=" would not be taken for one: an empty one, or one in brackets or quotes.
 bool IsPlain(const std::string& value) {
     return !value.empty() && value.find_first_of("[]\"'`{}") == std::string::npos;
 }
 
 bool CanBeRepeated(const ConvertOptions& a) {
-    bool plain = a.output.empty() || IsPlain(a.output);
-    plain = plain && (!a.profile || IsPlain(*a.profile)) && (!a.filesFrom || IsPlain(*a.filesFrom));
-    plain = plain && (a.curveFile.empty() || IsPlain(a.curveFile)) && a.maxMemory % 1024 == 0;
-    for (const std::string& input : a.inputs) plain = plain && IsPlain(input) && input != "--";
-    return plain && (a.maxMemory >> 10) <= (std::uint64_t{1} << 33);
+    Words values = a.inputs;
+    for (const std::string& value : {a.output, a.curveFile, a.targetFile}) {
+        if (!value.empty()) values.push_back(value);
+    }
+    for (const auto& value : {a.profile, a.filesFrom}) {
+        if (value) values.push_back(*value);
+    }
+    return std::all_of(values.begin(), values.end(), IsPlain) && a.maxMemory % 1024 == 0 &&
+           std::find(a.inputs.begin(), a.inputs.end(), "--") == a.inputs.end() && a.maxMemory <= std::uint64_t{1} << 43;
 }
 
 void CheckRepeated(const ConvertOptions& options) {
@@ -143,23 +146,26 @@ void CheckRepeated(const ConvertOptions& options) {
     const auto refused = RefusalOf([&] { again = Parse(AsWords(options)); });
     if (refused) std::fprintf(stderr, "%s\n", refused->what());
     const auto* convert = dynamic_cast<const ConvertCommand*>(again.get());
-    Require(!refused && convert != nullptr && Fields(convert->options()) == Fields(options), "the same in words again");
+    Require(!refused && convert != nullptr, "the words of a conversion");
+    Require(AsWords(convert->options()) == AsWords(options), "the same in words again");
+    Require(convert->options().rendering.curves.has_value() == options.rendering.curves.has_value(), "as many curves");
 }
 
-/// A curve that can be read.
+/// A curve that can be read, written once.
 void WriteCurve(const ScratchFolder& folder) {
+    if (!folder.Names().empty()) return;
     std::string rows;
     for (int i = 0; i < 256; ++i) rows += std::to_string(i) + "," + std::to_string(i) + "," + std::to_string(i) + "\n";
-    hueweave::test::WriteFile(folder / "curve.csv", Bytes(rows.begin(), rows.end()));
+    test::WriteFile(folder / "curve.csv", Bytes(rows.begin(), rows.end()));
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFolder folder;
-    static const bool written = (WriteCurve(folder), true);
-    Require(written, "the curve is there");
-    const Words words = WordsOf(Bytes(data, data + size), folder);
+    WriteCurve(folder);
+    const Bytes bytes = input.Rest();
+    const Words words = WordsOf(std::string(bytes.begin(), bytes.end()), folder);
     const PrintWatch printed;
     std::unique_ptr<Command> command;
     const auto refusal = RefusalOf([&] { command = Parse(words); });
@@ -167,7 +173,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (refusal) {
         Require(refusal->status() == Exit::Usage, "it is the usage that is refused");
         Require(printed.Text().empty(), "a refusal prints nothing by itself");
-        return 0;
+        return;
     }
     Require((command == nullptr) != printed.Text().empty(), "help is printed where it was asked for");
     if (const auto* inspect = dynamic_cast<const InspectCommand*>(command.get())) {
@@ -178,7 +184,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (const auto* verify = dynamic_cast<const VerifyCommand*>(command.get())) {
         const VerifyOptions& v = verify->options();
-        CheckRendering(v.rendering);
+        CheckRendering(v.rendering, v.targetFile, v.precision);
         Require((v.bits == 8 || v.bits == 16) && v.points >= 2 && v.points <= 65, "a grid that there is");
         Require(!v.limit || (*v.limit >= 0 && *v.limit <= 100), "a limit within its range");
     }
@@ -186,5 +192,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         CheckConvert(convert->options());
         CheckRepeated(convert->options());
     }
-    return 0;
 }
+
+}  // namespace hueweave::fuzz

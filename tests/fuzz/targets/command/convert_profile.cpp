@@ -4,23 +4,22 @@
 // Any bytes as a profile: it is refused as a profile, or a small picture is converted by it to what an engine makes
 // that is bound to the same bytes. Where the engine would not take it, a profile is baked from it, which the engine
 // takes for every intent; the same bytes always bake to the same.
-#include <cstring>
 #include <memory>
 
 #include "FuzzInput.h"
 #include "Mutation.h"
 #include "Scene.h"
-#include "batch/session/ProfileCache.h"
+#include "batch/session/ProfileFile.h"
 #include "colour/library/EngineBinding.h"
 #include "colour/library/EngineProfile.h"
-#include "colour/PixelConverter.h"
+#include "colour/library/LibraryConverter.h"
 #include "system/Signals.h"
 
-using namespace hueweave::colour;
-using namespace hueweave::fuzz;
-using namespace hueweave::tool;
-
+namespace hueweave::fuzz {
 namespace {
+
+using namespace colour;
+using namespace tool;
 
 constexpr std::size_t kSteering = 4;
 constexpr std::size_t kPixels = 3 * 64;
@@ -37,11 +36,8 @@ Rendering DrawRendering(FuzzInput& input) {
 
 /// A ramp and scattered colours.
 Bytes Picture(unsigned bits) {
-    Bytes pixels(3 * kPixels * bits / 8);
-    Scatter scatter(bits);
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        pixels[i] = static_cast<unsigned char>(i < pixels.size() / 2 ? i * 255 / pixels.size() : scatter.Next());
-    }
+    Bytes pixels = ScatteredBytes(3 * kPixels * bits / 8, bits);
+    for (std::size_t i = 0; i < pixels.size() / 2; ++i) pixels[i] = static_cast<unsigned char>(i * 255 / pixels.size());
     return pixels;
 }
 
@@ -50,16 +46,8 @@ Bytes ByEngine(const Bytes& profile, const Rendering& rendering, unsigned bits, 
     const Space& space = *rendering.space;
     const auto engine = BindEngine(profile, rendering, bits == 16, bits == 8 ? space.code8 : space.code16);
     Require(engine != nullptr, "an engine takes what the converter took");
-    for (std::size_t p = 0; p < kPixels; ++p) {
-        if (bits == 8) {
-            engine->Conversion(&pixels[3 * p], &pixels[3 * p], 1);
-        } else {
-            std::uint16_t samples[3];
-            std::memcpy(samples, &pixels[6 * p], sizeof samples);
-            engine->Conversion(samples, samples, 1);
-            std::memcpy(&pixels[6 * p], samples, sizeof samples);
-        }
-    }
+    const std::size_t step = 3 * bits / 8;
+    for (std::size_t at = 0; at < pixels.size(); at += step) engine->Conversion(&pixels[at], &pixels[at], 1);
     return pixels;
 }
 
@@ -75,46 +63,37 @@ void CheckBaked(const Bytes& profile, const EngineProfile& engine, ICC40::ICCFIL
 
 }  // namespace
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFile file;
-    FuzzInput input(data, size);
     const Rendering rendering = DrawRendering(input);
     const unsigned bits = input.Bool() ? 16 : 8;
     const bool embedded = input.Bool();
     const Bytes bytes = input.Rest();
     file.Put(bytes);
-    const std::size_t descriptors = OpenDescriptors();
+    const std::ptrdiff_t descriptors = OpenFiles();
     DeviceProfile profile;
     const auto unreadable =
         RefusalOf([&] { profile = embedded ? TakeEmbedded("scan.tif", bytes) : LoadProfile(file.Path()); });
-    Require(OpenDescriptors() == descriptors, "every file is closed");
+    Require(OpenFiles() == descriptors, "every file is closed");
     if (unreadable) {
         Require(unreadable->status() == Exit::Profile, "it is the profile that is refused");
-        return 0;
+        return;
     }
     Require(profile.data == bytes && profile.embedded == embedded, "the bytes of the file");
 
     EngineProfile engine;
-    auto refusal = RefusalOf([&] {
-        engine =
-            Named(profile.name, [&] { return PrepareProfile(profile.data, rendering.intent, ThrowIfInterrupted); });
-    });
-    std::unique_ptr<PixelConverter> converter;
+    std::unique_ptr<LibraryConverter> converter;
     Bytes output;
-    if (!refusal) {
-        refusal = RefusalOf([&] {
-            output = Named(profile.name, [&] {
-                converter = std::make_unique<PixelConverter>(engine.data, rendering, bits);
-                return converter->OutputProfile();
-            });
-        });
-    }
-    Require(OpenDescriptors() == descriptors, "every file is closed again");
+    const auto convert = [&] {
+        engine = PrepareProfile(profile.data, rendering.intent, ThrowIfInterrupted);
+        converter = std::make_unique<LibraryConverter>(engine.data, rendering, bits);
+        output = converter->OutputProfile();
+    };
+    const auto refusal = RefusalOf([&] { Named(profile.name, convert); });
+    Require(OpenFiles() == descriptors, "every file is closed again");
     if (refusal) {
         Require(refusal->status() == Exit::Profile, "it is still the profile that is refused");
-        return 0;
+        return;
     }
     if (engine.bakedBecause.empty()) {
         Require(engine.data == bytes, "a profile that the engine takes is used as it is");
@@ -123,8 +102,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     Bytes pixels = Picture(bits);
     const Bytes wanted = ByEngine(engine.data, rendering, bits, pixels);
-    converter->Convert(pixels.data(), kPixels, 3, false);
+    converter->Convert(pixels.data(), kPixels);
     Require(pixels == wanted, "the pixels of the engine");
     Require(!output.empty() && TakeEmbedded("out.tif", output).data == output, "the profile of the output is sound");
-    return 0;
 }
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+
+}  // namespace hueweave::fuzz

@@ -16,11 +16,10 @@
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/TiffRewriter.h"
 
-using namespace hueweave::colour;
-using namespace hueweave::fuzz;
-using namespace hueweave::tool;
-
+namespace hueweave::fuzz {
 namespace {
+
+using namespace tool;
 
 constexpr std::size_t kSteering = 4;
 /// Decoded bytes of a file that is converted; of a larger one, which is only planned, the pixels would take the time.
@@ -30,12 +29,17 @@ constexpr std::uint64_t kMostPixels = std::uint64_t{4} << 20;
 struct Stage {
     ScratchFolder folder;
     DeviceProfile profile = AsLoaded(PlainDeviceProfile());
-    Rendering rendering;
+    ConvertOptions options;
+    Target target;
     std::unique_ptr<ProfileCache> cache;
     std::string source = folder / "in.tif", output = folder / "out.tif", rows = folder / "rows.tif";
     Stage() {
-        rendering.space = FindSpace("srgb");
-        cache = std::make_unique<ProfileCache>(rendering);
+        options.rendering.space = colour::FindSpace("srgb");
+        options.precision = Precision::Library;
+        options.acceptError = 100;  // the judge is an engine, whatever its colours are
+        options.quiet = true;
+        target = MakeTarget(options);
+        cache = std::make_unique<ProfileCache>(options, target);
         for (const unsigned bits : {8U, 16U}) cache->Get(profile, bits);
     }
 };
@@ -67,7 +71,7 @@ std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& argumen
         Report report(true, false);
         MadeFolders folders(false);
         SweptFolders swept;
-        Session session{arguments, list, report, *stage.cache, folders, swept, nullptr, stage.profile};
+        Session session{arguments, list, report, stage.target, *stage.cache, folders, swept, nullptr, stage.profile};
         ConvertFile({session, list.items[0], threads});
     });
 }
@@ -75,33 +79,28 @@ std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& argumen
 /// The same with so little memory that strips are decoded row by row, where they are not plain.
 std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, bool noTag) {
     return RefusalOf([&] {
-        std::vector<PageJob> jobs;
-        for (const TiffPage& page : source.pages) {
-            if (page.mask) {
-                jobs.emplace_back();
-                continue;
-            }
-            const auto ready = stage.cache->Get(stage.profile, page.bits);
-            const std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
-            jobs.push_back({&ready->converter, noTag ? nullptr : icc});
-        }
+        std::vector<PageJob> jobs(source.pages.size());
         WriteSettings settings;
         settings.memory = 1;
-        for (const TiffPage& page : source.pages) {
-            if (page.mask) continue;
+        settings.measure = true;
+        std::uint64_t pixels = 0;
+        for (std::size_t p = 0; p < jobs.size(); ++p) {
+            const TiffPage& page = source.pages[p];
+            if (page.stays) continue;
+            const auto ready = stage.cache->Get(stage.profile, page.bits);
+            const std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
+            jobs[p] = {false, &ready->converter, noTag ? nullptr : icc};
             // Room for four rows and for the coders, and so for no strip of more.
             const unsigned planes = page.planar ? page.samples : 1;
             const std::uint64_t need = 4 * page.RowBytes() * (planes + 1) + (planes - 1) * CoderMemory(page);
             settings.memory = std::max(settings.memory, need);
+            pixels += page.Pixels();
         }
-        settings.measure = true;
         Measured measured;
         OutputFile output(stage.rows, OutputFile::Existing::Keep);
         RewriteTiff(*source.structure, source.pages, jobs, output.file(), settings, measured);
         output.Finish();
         output.Commit();
-        std::uint64_t pixels = 0;
-        for (const TiffPage& page : source.pages) pixels += page.mask ? 0 : page.Pixels();
         Require(measured.pixels == pixels, "every pixel is measured");
     });
 }
@@ -138,22 +137,17 @@ void CheckWritten(const std::string& path, const std::map<std::size_t, Image>& w
 
 }  // namespace
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const Stage stage;
-    FuzzInput input(data, size);
-    ConvertOptions arguments;
-    arguments.rendering = stage.rendering;
-    arguments.quiet = true;
+    ConvertOptions arguments = stage.options;
     arguments.noTag = input.Below(4) == 3;
     arguments.inPlace = input.Below(4) == 3;
     const unsigned threads = input.Below(8) == 7 ? 2 : 1;
     input.U8();
     const Bytes file = input.Rest();
     stage.folder.Clear();
-    hueweave::test::WriteFile(stage.source, file);
-    const std::size_t descriptors = OpenDescriptors();
+    test::WriteFile(stage.source, file);
+    const std::ptrdiff_t descriptors = OpenFiles();
 
     Parsed source;
     const auto unreadable = RefusalOf([&] { source = Parse(stage.source); });
@@ -163,7 +157,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (refusal) {
         if (refusal->status() != Exit::Input) std::fprintf(stderr, "%s\n", refusal->what());
         Require(refusal->status() == Exit::Input, "it is the file that is refused");
-        Require(hueweave::test::ReadFile(stage.source) == file, "the source is as it was");
+        Require(test::ReadFile(stage.source) == file, "the source is as it was");
     }
     const bool converted = !refusal && !arguments.dryRun;
     const auto left = converted && !arguments.inPlace ? std::vector<std::string>{"in.tif", "out.tif"}
@@ -176,13 +170,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (converted) {
             // Read through the open file, which a conversion in place leaves as it was.
             if (arguments.inPlace) std::filesystem::copy_file(stage.source, stage.output);
-            if (arguments.inPlace) hueweave::test::WriteFile(stage.source, file);
+            if (arguments.inPlace) test::WriteFile(stage.source, file);
             const auto wanted = Wanted(stage, source);
             CheckWritten(stage.output, wanted, arguments.noTag);
             if (!byRows) CheckWritten(stage.rows, wanted, arguments.noTag);
         }
     }
     source = Parsed();
-    Require(OpenDescriptors() == descriptors, "every file is closed");
-    return 0;
+    Require(OpenFiles() == descriptors, "every file is closed");
 }
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
+
+}  // namespace hueweave::fuzz

@@ -3,27 +3,28 @@
 //
 // Any bytes as the resources of Photoshop: with another profile they are the same list with that one in the place of
 // the first, and without further ones; what follows the last whole resource stays as it is.
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <vector>
 
 #include "FuzzInput.h"
 #include "Scene.h"
+#include "support/ReferenceProfile.h"
+#include "support/TiffBuilder.h"
 #include "tiff/PhotoshopResources.h"
 
-using namespace hueweave::fuzz;
-using namespace hueweave::tool;
-using hueweave::test::ByteWriter;
-
+namespace hueweave::fuzz {
 namespace {
 
-constexpr unsigned kProfile = 1039, kThumbnail = 1036, kOldThumbnail = 1033;
-constexpr std::size_t kDirectoryAt = 8, kValueAt = 26;
+using namespace tool;
 
-/// One resource: everything up to its data, the data, and a byte of padding where there is one.
+constexpr unsigned kProfile = 1039, kThumbnail = 1036, kOldThumbnail = 1033;
+
+/// One resource: everything up to the size of its data, and all of it, with a byte of padding where there is one.
 struct Item {
     unsigned number;
-    Bytes head, data, padding;
+    Bytes head, whole;
 };
 struct Items {
     std::vector<Item> list;
@@ -34,20 +35,13 @@ struct Items {
 Items ReadItems(const Bytes& bytes) {
     Items items;
     std::size_t at = 0;
-    const auto slice = [&](std::size_t from, std::size_t to) {
-        return Bytes(bytes.begin() + static_cast<std::ptrdiff_t>(from),
-                     bytes.begin() + static_cast<std::ptrdiff_t>(to));
-    };
+    const auto slice = [&](std::size_t from, std::size_t to) { return Bytes(bytes.data() + from, bytes.data() + to); };
     while (bytes.size() - at >= 12 && std::memcmp(&bytes[at], "8BIM", 4) == 0) {
-        const std::size_t name = 1 + std::size_t{bytes[at + 6]}, length = at + 6 + name + name % 2;
-        if (length + 4 > bytes.size()) break;
-        std::uint64_t size = 0;
-        for (std::size_t i = 0; i < 4; ++i) size = size << 8 | bytes[length + i];
-        const std::size_t data = length + 4;
-        if (size > bytes.size() - data) break;
-        const std::size_t end = data + static_cast<std::size_t>(size), next = std::min(end + size % 2, bytes.size());
-        items.list.push_back(
-            {256U * bytes[at + 4] + bytes[at + 5], slice(at, data), slice(data, end), slice(end, next)});
+        const std::size_t name = 1 + std::size_t{bytes[at + 6]}, length = at + 6 + name + name % 2, data = length + 4;
+        const std::size_t size = test::Big32At(bytes, length);
+        if (data > bytes.size() || size > bytes.size() - data) break;
+        const std::size_t next = std::min(data + size + size % 2, bytes.size());
+        items.list.push_back({test::Big16At(bytes, at + 4), slice(at, length), slice(at, next)});
         at = next;
     }
     items.rest = slice(at, bytes.size());
@@ -55,14 +49,13 @@ Items ReadItems(const Bytes& bytes) {
 }
 
 Bytes Expected(const Items& items, const Bytes& icc) {
-    ByteWriter out;
+    test::ByteWriter out;
     bool placed = icc.empty();
     for (const Item& item : items.list) {
         if (item.number != kProfile) {
-            out.Append(item.head).Append(item.data).Append(item.padding);
+            out.Append(item.whole);
         } else if (!placed) {
-            const Bytes head(item.head.begin(), item.head.end() - 4);
-            out.Append(head).Big32(static_cast<std::uint32_t>(icc.size())).Append(icc).Fill(icc.size() % 2);
+            out.Append(item.head).Big32(static_cast<std::uint32_t>(icc.size())).Append(icc).Fill(icc.size() % 2);
             placed = true;
         }
     }
@@ -71,14 +64,13 @@ Bytes Expected(const Items& items, const Bytes& icc) {
 
 /// A file of one directory with the resources alone.
 Bytes FileWith(const Bytes& resources) {
-    ByteWriter file;
-    file.Text("II").Little16(42).Little32(kDirectoryAt);
-    file.Little16(1).Little16(34377).Little16(7).Little32(static_cast<std::uint32_t>(resources.size()));
-    if (resources.size() > 4) {
-        file.Little32(kValueAt).Little32(0);
-        return file.Append(resources).Done();
-    }
-    return file.Append(resources).Fill(4 - resources.size()).Little32(0).Done();
+    const auto count = static_cast<std::uint32_t>(resources.size());
+    std::uint32_t word = 0;
+    for (std::uint32_t i = 0; i < std::min(count, 4U); ++i) word |= std::uint32_t{resources[i]} << 8 * i;
+    test::TiffBuilder file;
+    count > 4 ? file.Undefined(tag::PhotoshopResources, resources)
+              : file.Entry(tag::PhotoshopResources, 7, count, word);
+    return file.Build();
 }
 
 struct Read {
@@ -102,9 +94,8 @@ Read ReadBack(const ScratchFile& memory, const Bytes& resources, const Bytes& ic
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFile memory;
-    FuzzInput input(data, size);
     const Bytes icc(input.Below(8) * input.Below(40), 0x5a);
     const Bytes resources = input.Rest();
     const Items items = ReadItems(resources);
@@ -116,9 +107,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Read read = ReadBack(memory, resources, icc);
     Require(read.changed.has_value() == profile, "there is something to change where there is a profile");
     Require(read.thumbnail == thumbnail, "a thumbnail is seen");
-    if (!read.changed) return 0;
+    if (!read.changed) return;
     Require(*read.changed == Expected(items, icc), "the same list with another profile");
     const Read again = ReadBack(memory, *read.changed, icc);
     Require(icc.empty() || (again.changed && *again.changed == *read.changed), "a second time changes nothing");
-    return 0;
 }
+
+}  // namespace hueweave::fuzz

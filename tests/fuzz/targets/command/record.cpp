@@ -11,10 +11,10 @@
 #include "Scene.h"
 #include "batch/session/Resume.h"
 
-using namespace hueweave::fuzz;
-using namespace hueweave::tool;
-
+namespace hueweave::fuzz {
 namespace {
+
+using namespace tool;
 
 constexpr const char* kRecord = "/.hueweave.jsonl";
 constexpr std::size_t kLongestName = 60;
@@ -29,16 +29,15 @@ std::string NameOf(FuzzInput& input) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFolder folder;
-    FuzzInput input(data, size);
     const std::string name = NameOf(input);
     const std::string fingerprint = "fingerprint-" + std::to_string(input.U8());
     const Bytes before = input.Rest();
     folder.Clear();
     const std::string record = folder.path() + kRecord;
-    hueweave::test::WriteFile(record, before);
-    hueweave::test::WriteFile(folder / name, Bytes(17, 0x42));
+    test::WriteFile(record, before);
+    test::WriteFile(folder / name, Bytes(17, 0x42));
 
     const auto refusal = RefusalOf([&] {
         {
@@ -51,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             earlier.Add(name, fingerprint, output);
             earlier.NoteNamed();
         }
-        const Bytes after = hueweave::test::ReadFile(record);
+        const Bytes after = test::ReadFile(record);
         Require(after.size() > before.size() && std::equal(before.begin(), before.end(), after.begin()),
                 "what stood there stays");
         ResumeRecord later(folder.path(), true);
@@ -59,9 +58,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(later.IsDone(name, fingerprint), "the line that was added is found");
         Require(!later.IsDone(name, fingerprint + "2"), "another fingerprint is another conversion");
         Require(!later.IsDone(name + "2", fingerprint), "another output is not done");
-        hueweave::test::WriteFile(folder / name, Bytes(18, 0x42));
+        test::WriteFile(folder / name, Bytes(18, 0x42));
         Require(!later.IsDone(name, fingerprint), "an output that changed is not done");
     });
     Require(!refusal, "a record that is a plain file can be used");
-    return 0;
 }
+
+}  // namespace hueweave::fuzz

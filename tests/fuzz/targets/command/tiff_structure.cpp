@@ -16,10 +16,10 @@
 #include "tiff/TagRules.h"
 #include "tiff/rewrite/DirectoryWriter.h"
 
-using namespace hueweave::fuzz;
-using namespace hueweave::tool;
-
+namespace hueweave::fuzz {
 namespace {
+
+using namespace tool;
 
 constexpr std::size_t kSteering = 16;
 
@@ -43,15 +43,14 @@ Changes DrawChanges(FuzzInput& input, std::size_t directories) {
     for (std::size_t n = 0; n < count; ++n) {
         const std::size_t where = input.Below(std::min<std::size_t>(directories, 4));
         const std::size_t how = input.Below(4);
+        const std::size_t size = 1 + input.Below(how == 2 ? 40 : 3);
         if (how == 3) {
             changes[{where, kRemoved[input.Below(std::size(kRemoved))]}].gone = true;
         } else if (how == 2) {
-            const std::size_t size = 1 + input.Below(40);
             changes[{where, kData[input.Below(std::size(kData))]}].data = Bytes(size, 0xa5);
         } else {
             const std::uint16_t which = kNumbers[input.Below(std::size(kNumbers))];
-            const std::size_t most = 1 + input.Below(3);
-            changes[{where, which}].numbers = std::vector<std::uint64_t>(most, std::uint64_t{1} << input.Below(32));
+            changes[{where, which}].numbers = std::vector<std::uint64_t>(size, std::uint64_t{1} << input.Below(32));
         }
     }
     return changes;
@@ -86,17 +85,16 @@ void CheckChanged(const TiffStructure& after, const TiffDirectory& directory, st
 void CheckKept(const TiffStructure& before, const TiffDirectory& old, const TiffStructure& after,
                const TiffDirectory& now, const std::set<std::uint16_t>& changed,
                const std::map<std::uint64_t, std::uint64_t>& moved) {
-    std::vector<const TiffEntry*> left, right;
-    for (const TiffEntry& entry : old.entries) {
-        if (!changed.contains(entry.tag)) left.push_back(&entry);
-    }
-    for (const TiffEntry& entry : now.entries) {
-        if (!changed.contains(entry.tag)) right.push_back(&entry);
-    }
+    const auto kept = [&](const TiffDirectory& directory) {
+        std::vector<TiffEntry> entries = directory.entries;
+        std::erase_if(entries, [&](const TiffEntry& entry) { return changed.contains(entry.tag); });
+        return entries;
+    };
+    const std::vector<TiffEntry> left = kept(old), right = kept(now);
     Require(left.size() == right.size(), "as many entries");
     for (std::size_t i = 0; i < left.size(); ++i) {
-        const TiffEntry& a = *left[i];
-        const TiffEntry& b = *right[i];
+        const TiffEntry& a = left[i];
+        const TiffEntry& b = right[i];
         Require(a.tag == b.tag && a.count == b.count, "the same entry");
         if (a.tag == tag::SubIfds) {
             std::vector<std::uint64_t> places = before.Numbers(a);
@@ -124,19 +122,14 @@ bool IsSound(const TiffStructure& structure) {
     return true;
 }
 
-/// The pages as masks, whose image data all stay.
-std::vector<TiffPage> AllKept(const TiffStructure& structure) {
+std::map<std::uint64_t, std::uint64_t> Rewrite(const TiffStructure& structure, const Changes& changes,
+                                               const FileAccess& target) {
+    // The pages as masks, whose image data all stay.
     std::vector<TiffPage> pages(structure.directories().size());
     for (std::size_t i = 0; i < pages.size(); ++i) {
         pages[i].directory = i;
-        pages[i].mask = true;
+        pages[i].mask = pages[i].stays = true;
     }
-    return pages;
-}
-
-std::map<std::uint64_t, std::uint64_t> Rewrite(const TiffStructure& structure, const Changes& changes,
-                                               const FileAccess& target) {
-    const std::vector<TiffPage> pages = AllKept(structure);
     OutputLayout layout(structure, pages);
     for (const Extent& extent : layout.kept()) CopyRange(structure.file(), extent, target, extent.offset);
     DirectoryWriter writer(structure, layout, target);
@@ -156,31 +149,28 @@ std::map<std::uint64_t, std::uint64_t> Rewrite(const TiffStructure& structure, c
 
 }  // namespace
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void RunTarget(FuzzInput& input) {
     static const ScratchFolder folder;
-    FuzzInput input(data, size);
-    const Bytes steering = input.Take(kSteering);
+    FuzzInput choices = input.Split(kSteering);
     const std::string path = folder / "in.tif", output = folder / "out.tif";
     folder.Clear();
-    hueweave::test::WriteFile(path, input.Rest());
-    hueweave::test::WriteFile(output, {});
+    test::WriteFile(path, input.Rest());
+    test::WriteFile(output, {});
     const FileAccess file = FileAccess::OpenInput(path);
-    std::unique_ptr<TiffStructure> before;
-    const auto unreadable = RefusalOf([&] { before = std::make_unique<TiffStructure>(file); });
-    if (unreadable) return 0;
+    std::unique_ptr<TiffStructure> before, after;
     bool sound = false;
-    if (RefusalOf([&] { sound = IsSound(*before); }) || !sound) return 0;
+    const auto unreadable = RefusalOf([&] {
+        before = std::make_unique<TiffStructure>(file);
+        sound = IsSound(*before);
+    });
+    if (unreadable || !sound) return;
 
-    FuzzInput choices(steering.data(), steering.size());
     const Changes changes = DrawChanges(choices, before->directories().size());
     const FileAccess target(::open(output.c_str(), O_RDWR | O_CLOEXEC), output);
     std::map<std::uint64_t, std::uint64_t> moved;
     const auto refusal = RefusalOf([&] { moved = Rewrite(*before, changes, target); });
     // No room for one more entry, values too large to be carried over into a directory that moves.
-    if (refusal) return 0;
-    std::unique_ptr<TiffStructure> after;
+    if (refusal) return;
     const auto broken = RefusalOf([&] { after = std::make_unique<TiffStructure>(target); });
     Require(!broken, "what was written can be read");
     Require(after->directories().size() == before->directories().size(), "as many directories");
@@ -199,5 +189,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(old.parent == now.parent, "below the same directory");
         CheckKept(*before, old, *after, now, changed, moved);
     }
-    return 0;
 }
+
+HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
+
+}  // namespace hueweave::fuzz

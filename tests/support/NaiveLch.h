@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -64,10 +65,8 @@ inline Triple NaiveRGB(const Triple& xyz, int space) {
     const auto& m = kNaiveMatrices[space].toRGB;
     Triple rgb{};
     for (std::size_t row = 0; row < 3; ++row) {
-        double value = (m[row * 3] * xyz[0] + m[row * 3 + 1] * xyz[1] + m[row * 3 + 2] * xyz[2]) * 255.0;
-        if (value > 255.0) value = 255.0;
-        if (value < 0.0) value = 0.0;
-        rgb[row] = value;
+        const double sum = m[row * 3] * xyz[0] + m[row * 3 + 1] * xyz[1] + m[row * 3 + 2] * xyz[2];
+        rgb[row] = std::clamp(sum * 255.0, 0.0, 255.0);
     }
     return rgb;
 }
@@ -95,12 +94,8 @@ inline Triple NaiveLab(const Triple& ratios) {
 
 /// L, C, h after the three offsets.
 inline Triple NaiveAdjust(Triple lch, double dL, double dC, double dh) {
-    lch[0] += dL;
-    if (lch[0] > 100.0) lch[0] = 100.0;
-    if (lch[0] < 0.0) lch[0] = 0.0;
-    lch[1] += dC;
-    if (lch[1] > 100.0) lch[1] = 100.0;
-    if (lch[1] < 0.0) lch[1] = 0.0;
+    lch[0] = std::clamp(lch[0] + dL, 0.0, 100.0);
+    lch[1] = std::clamp(lch[1] + dC, 0.0, 100.0);
     lch[2] += dh;
     if (lch[2] > 360.0) lch[2] -= 360.0;
     if (lch[2] < 0.0) lch[2] += 360.0;

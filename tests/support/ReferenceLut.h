@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <array>
+#include <optional>
+#include <vector>
+
+#include "support/ByteWriter.h"
+#include "support/ProfileBuilder.h"
+
+namespace hueweave::test {
+
+/// A device-to-PCS table as engines and units take it: curves one after the other, nodes with the third axis fastest.
+struct ReferenceLut {
+    int inputs = 0;
+    int outputs = 0;
+    int points = 0;
+    int inputEntries = 0;
+    int outputEntries = 0;
+    std::vector<int> input;
+    std::vector<int> grid;
+    std::vector<int> output;
+};
+
+ReferenceLut AsReference(const LutContents& lut);
+/// The table of an A2B tag's block; none when no engine can work with it.
+std::optional<ReferenceLut> DecodeLutTag(const Bytes& block);
+
+/// Channels 0 to 6 of one node.
+using ReferenceNode = std::array<int, 7>;
+
+}  // namespace hueweave::test
