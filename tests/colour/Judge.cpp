@@ -10,7 +10,6 @@
 #include <numeric>
 #include <stdexcept>
 
-#include "support/Ciede2000.h"
 #include "support/ProfileBuilder.h"
 
 namespace hueweave::test {
@@ -86,8 +85,8 @@ Distance Measure(const Transform& transform, const Bytes& source, const Bytes& t
     const auto reached = SeenThrough(target, Fractions(Converted(transform, colours)));
     std::vector<double> differences;
     for (std::size_t i = 0; i < wanted.size(); i += 3) {
-        differences.push_back(
-            Ciede2000({wanted[i], wanted[i + 1], wanted[i + 2]}, {reached[i], reached[i + 1], reached[i + 2]}));
+        const cmsCIELab a{wanted[i], wanted[i + 1], wanted[i + 2]}, b{reached[i], reached[i + 1], reached[i + 2]};
+        differences.push_back(cmsCIE2000DeltaE(&a, &b, 1, 1, 1));
     }
     std::sort(differences.begin(), differences.end());
     const auto count = static_cast<double>(differences.size());

@@ -143,6 +143,11 @@ Bytes SizedContainer(const Bytes& header, const Tags& tags) {
 /// A whole profile of an RGB scanner.
 class ProfileBuilder {
 public:
+    /// A big-endian word of the header.
+    ProfileBuilder& HeaderWord(std::size_t offset, std::uint32_t word) {
+        for (std::size_t i = 0; i < 4; ++i) header_.at(offset + i) = static_cast<unsigned char>(word >> (24 - 8 * i));
+        return *this;
+    }
     ProfileBuilder& Mft2(std::string_view name, const LutContents& lut) { return Raw(name, EncodeMft2(lut)); }
     ProfileBuilder& MftAB(std::string_view name, const CurvedLutSpec& lut) { return Raw(name, EncodeCurved(lut)); }
     /// The three words as they are to stand in the file: fixed point, 16 bits of fraction.
