@@ -8,6 +8,7 @@
 #include <new>
 #include <type_traits>
 
+#include "support/Layout.h"
 #include "unit/engine/EngineFixture.h"
 
 namespace hueweave::test {
@@ -25,13 +26,10 @@ static_assert(std::is_same_v<decltype(CIccEngineS::Unit), Info>, "held by value"
 static_assert(std::is_same_v<decltype(CIccEngineS::File), ICC40::ICCFILE::IccFile4>, "held by value");
 static_assert(!std::is_copy_constructible_v<CIccEngineS> && !std::is_copy_assignable_v<CIccEngineS>);
 
-/// Whether a pointer to a member of this form holds an address: that of a virtual operation would hold its place in a
-/// table instead.
+/// Whether a pointer to a member of this form names a plain operation.
 template <class Form>
 bool IsPlain(Form operation) {
-    std::uintptr_t word = 0;
-    std::memcpy(&word, &operation, sizeof word);
-    return word > 4096;
+    return !Member(operation).IsVirtual();
 }
 
 TEST(EngineLayout, HasPlainOperationsOfTheseForms) {
@@ -82,13 +80,6 @@ static_assert(std::is_same_v<decltype(CIccEngineS::Lut1DOutB), std::uint32_t[655
 static_assert(std::is_same_v<decltype(CIccEngineS::Lut1DInR), std::unique_ptr<std::uint32_t[]>>);
 static_assert(sizeof(CIccEngineS) >= (1152 + 3 * 256) * 1024 && sizeof(CIccEngineS) < (1152 + 3 * 256 + 1) * 1024,
               "close to 2 MB: only the tables are large");
-
-/// Addresses in the order in which the fields are declared.
-void ExpectInOrder(const std::vector<const void*>& fields) {
-    for (std::size_t n = 1; n < fields.size(); ++n) {
-        EXPECT_LT(reinterpret_cast<std::uintptr_t>(fields[n - 1]), reinterpret_cast<std::uintptr_t>(fields[n])) << n;
-    }
-}
 
 TEST(EngineLayout, HasItsFieldsInOrder) {
     const auto engine = std::make_unique<CIccEngineS>();

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "support/Layout.h"
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
@@ -48,21 +49,6 @@ static_assert(std::is_base_of_v<Tiff, CTiff> && std::has_virtual_destructor_v<Ti
 static_assert(is_same_v<decltype(&CTiff::ReadFile), int (CTiff::*)(const char*)>, "the image's own");
 static_assert(is_same_v<decltype(&CTiff::SetTagValue), int (CTiff::*)(TiffTagSignature, unsigned)>, "its own, too");
 
-/// A pointer to a member function as its two words.
-struct Member {
-    template <typename Function>
-    explicit Member(Function function) {
-        static_assert(sizeof function == sizeof words);
-        std::memcpy(words, &function, sizeof words);
-    }
-    /// The lowest bit tells, of the first word or, where functions may have odd addresses, of the second.
-    bool IsVirtual() const { return ((words[0] | words[1]) & 1U) != 0; }
-    /// Place in the table of its class; the two destructors stand at 0 and 1. 99 for a plain function.
-    std::uintptr_t Slot() const { return IsVirtual() ? words[0] / sizeof(void*) : 99; }
-
-    std::uintptr_t words[2];
-};
-
 TEST(TiffSlots, OfATagFollowItsDestructors) {
     EXPECT_EQ(Member(&TiffTag::GetValue).Slot(), 2U);
     EXPECT_EQ(Member(&TiffTag::SaveFile).Slot(), 3U);
@@ -98,13 +84,6 @@ TEST(TiffSlots, AreNotTakenByTheOtherOperations) {
           Member(&CTiff::SetXY), Member(&CTiff::GetImageBuf), Member(&CTiff::SetImageBuf), Member(&CTiff::RemoveIcc),
           Member(&CTiff::SetIccProfile), Member(&CTiff::SaveIccProfile)}) {
         EXPECT_FALSE(plain.IsVirtual());
-    }
-}
-
-/// Addresses in the order in which the fields are declared.
-void ExpectInOrder(const std::vector<const void*>& fields) {
-    for (std::size_t n = 1; n < fields.size(); ++n) {
-        EXPECT_LT(reinterpret_cast<std::uintptr_t>(fields[n - 1]), reinterpret_cast<std::uintptr_t>(fields[n])) << n;
     }
 }
 
