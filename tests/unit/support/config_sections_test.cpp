@@ -2,8 +2,6 @@
 // Copyright (c) The Hueweave authors
 //
 // The text of a settings file: sections, rows, comments, and what is printed about a row that is lost.
-#include <iostream>
-
 #include "unit/support/ConfigHelpers.h"
 
 namespace hueweave::test {
@@ -13,10 +11,6 @@ namespace {
 
 using ConfigSections = ConfigTest;
 
-TEST_F(ConfigSections, BlanksAloneAreNone) {
-    for (const char* text : {"", "\n", "  \t \n\r\n\n \v\f "}) ExpectRead(text, {});
-}
-
 TEST_F(ConfigSections, ASectionEndsAtItsNameWithEndBehindIt) {
     ExpectRead("Gamma\nalpha=1\nGammaend\nBeta\nalpha=2\nbeta=3\nBetaend\n",
                {{"Gamma", {{"alpha", "1"}}}, {"Beta", {{"alpha", "2"}, {"beta", "3"}}}});
@@ -24,6 +18,7 @@ TEST_F(ConfigSections, ASectionEndsAtItsNameWithEndBehindIt) {
 }
 
 TEST_F(ConfigSections, BlankLinesAndLeadingBlanksAreSkippedBeforeAName) {
+    for (const char* text : {"", "\n", "  \t \n\r\n\n \v\f "}) ExpectRead(text, {});
     ExpectRead("\n \n\t  \v\f\r\n  S\na=1\nSend\n\n\n   \tT\nb=2\nTend", {{"S", {{"a", "1"}}}, {"T", {{"b", "2"}}}});
 }
 
@@ -37,24 +32,15 @@ TEST_F(ConfigSections, AWordWithTheCommentMarkAnywhereDropsItsLineAndNoMore) {
     for (const std::string word : {"//", "//x", "x//", "x//y", "///", "S//", "http://S"}) {
         ExpectRead(word + " T U\nS\na=1\nSend\n", {{"S", {{"a", "1"}}}});
     }
-    ExpectRead("//\nS\nSend\n", {{"S", {}}});
-    ExpectRead("// one\n// two\n\n  // three\nS\nSend\n// four", {{"S", {}}});
+    ExpectRead("//\n// two\n\n  // three\nS\nSend\n// four", {{"S", {}}});
     for (const char* text : {"//", "// S", "//\n"}) ExpectRead(text, {});
 }
 
 TEST_F(ConfigSections, ANameMayHoldAnythingButBlanksAndTheCommentMark) {
     ExpectRead("/\na=1\n/end\n/x/\n/x/end\n", {{"/", {{"a", "1"}}}, {"/x/", {}}});
     ExpectRead("/ /\nSend\n/end\n", {{"/", {}}}, Lost("Send"));
-    ExpectRead("a=b\n=c=\na=bend\n[x]\n[x]end\n", {{"a=b", {{"", "c"}}}, {"[x]", {}}});
-    ExpectRead(
-        "\xc3\xa4\n\xc3\xa4"
-        "end\n",
-        {{"\xc3\xa4", {}}});
-}
-
-TEST_F(ConfigSections, AWordOutsideASectionOpensOneEvenIfItIsAMarker) {
-    ExpectRead("Send\na=1\nSendend\n", {{"Send", {{"a", "1"}}}});
-    ExpectRead("end\na=1\nendend\n", {{"end", {{"a", "1"}}}});
+    ExpectRead("a=b\n=c=\na=bend\n[\xc3\xa4]\n[\xc3\xa4]end\n", {{"a=b", {{"", "c"}}}, {"[\xc3\xa4]", {}}});
+    ExpectRead("Send\na=1\nSendend\n", {{"Send", {{"a", "1"}}}});  // outside a section, a marker is a name
 }
 
 /// A row is looked at without its spaces.
@@ -69,27 +55,11 @@ TEST_F(ConfigSections, OnlyTheVeryLineEndsASection) {
         ExpectRead("Gamma\na=1\n" + line + "\nb=2\nGammaend\n", {{"Gamma", {{"a", "1"}, {"b", "2"}}}},
                    Lost(Stripped(line)));
     }
-    ExpectRead("a=b\nc=1\na=bend\n", {{"a=b", {{"c", "1"}}}});  // a=bend is no row of key a
-}
-
-TEST_F(ConfigSections, ASectionInsideAnotherIsRows) {
-    ExpectRead("S\na=1\nT\nb=2\nTend\nSend\n", {{"S", {{"a", "1"}, {"b", "2"}}}}, Lost("T") + Lost("Tend"));
 }
 
 TEST_F(ConfigSections, ASecondSectionOfANameReplacesTheFirstEvenByNothing) {
     ExpectRead("S\na=1\nb=2\nSend\nT\nc=3\nTend\nS\nb=4\nSend\n", {{"S", {{"b", "4"}}}, {"T", {{"c", "3"}}}});
     ExpectRead("S\na=1\nSend\nS\nSend\n", {{"S", {}}});
-}
-
-TEST_F(ConfigSections, NamesAndKeysStandInTheOrderOfTheirBytes) {
-    Read(
-        "b\nbend\na\nk=\nkk=\nK=\n\xe4=\n1=\nj=\n=\naend\nab\nabend\nB\nBend\n\xff\n\xff"
-        "end\n");
-    std::vector<std::string> names, keys;
-    for (const auto& [name, rows] : config_.sections) names.push_back(name);
-    EXPECT_EQ(names, (std::vector<std::string>{"B", "a", "ab", "b", "\xff"}));
-    for (const auto& [key, value] : config_.sections.at("a")) keys.push_back(key);
-    EXPECT_EQ(keys, (std::vector<std::string>{"", "1", "K", "j", "k", "kk", "\xe4"}));
 }
 
 // --- rows
@@ -104,14 +74,10 @@ TEST_F(ConfigRows, ARowIsSplitAtItsFirstEqualsSign) {
         {{{"", "b"}}, {"=b", "==b"}},
         {{{"", ""}}, {"=", " = ", "===="}},
         {{{"a\t", "\tb"}}, {"a\t=\tb"}},
-        {{{"\ta", "bc\t"}}, {"\ta=b c\t"}},
-        {{{"a\v", "\fb\r"}}, {"a\v=\fb\r"}},
         {{{"\xc2\xa0", "\xe4"}}, {"\xc2\xa0=\xe4"}},
         {{{"a/b", "c/d"}}, {"a/b=c/d"}},
         {{{"a", "#;\"'\\[]"}}, {"a=#;\"'\\[]"}},
-        {{{"Sen", "d"}}, {"Sen=d"}},
         {{{"Send", "1"}}, {"Send=1"}},
-        {{{"S", "1"}}, {"S=1"}},
     };
     for (const auto& [row, lines] : rows) {
         for (const std::string& line : lines) ExpectRows(line + "\n", row);
@@ -124,8 +90,6 @@ TEST_F(ConfigRows, ARowWithoutOneIsPrintedInTwoLinesAndDropped) {
         ExpectRows("a=1\n" + line + "\nb=2\n", {{"a", "1"}, {"b", "2"}},
                    "txt error: The row" + Stripped(line) + "  = is lost!\nWe can not process it !\n");
     }
-    ExpectRead("S\none\n\ntwo words\nSend\nT\nthree\nTend\n", {{"S", {}}, {"T", {}}},
-               Lost("one") + Lost("") + Lost("twowords") + Lost("three"));
 }
 
 TEST_F(ConfigRows, ALineWithTheCommentMarkAnywhereIsSkippedWhole) {
@@ -149,16 +113,6 @@ TEST_F(ConfigRows, ARowMayHoldAnyLengthAndAnyByte) {
     const std::string key(5000, 'k'), value(200000, 'v');
     ExpectRows(key + " = " + value + "\n", {{key, value}});
     ExpectRows("a\0b=c\0d\n"s, {{"a\0b"s, "c\0d"s}});
-}
-
-TEST_F(ConfigRows, AnOutputThatFailsDoesNotStopTheReading) {
-    PutText(Path(), "S\nlost\na=1\nlost\nSend\nT\nb=2\nTend\n");
-    testing::internal::CaptureStdout();
-    std::cout.setstate(std::ios::failbit);
-    EXPECT_EQ(config_.Initial(Path().c_str()), 0);
-    std::cout.clear();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "1"}}}, {"T", {{"b", "2"}}}}));
 }
 
 // --- a section closes by itself after 1000 rows
@@ -193,28 +147,15 @@ TEST_F(ConfigRowLimit, After1000RowsTheMarkerIsASectionOfItsOwn) {
 TEST_F(ConfigRowLimit, Row1001IsASectionsName) {
     ExpectRead("S\n" + NumberedLines(1001) + "Send\na=1\nk1000end\n",
                {{"S", NumberedRows(1000)}, {"k1000", {{"a", "1"}}}}, Lost("Send"));
-    // Of 2500 rows, rows 1001 and 2002 are names, a=1 both.
-    ExpectRead("S\n" + Repeated("a=1\n", 2500), {{"S", {{"a", "1"}}}, {"a=1", {{"a", "1"}}}},
-               LostFrom(2500 - 1000 - 1 - 1000 - 1));
-}
-
-TEST_F(ConfigRowLimit, AnExact1000RowsLeaveNothingOver) {
-    ExpectRead("S\n" + NumberedLines(1000), {{"S", NumberedRows(1000)}});
-    ExpectRead("S\n" + NumberedLines(1000) + "\n // done\nT\nTend\n", {{"S", NumberedRows(1000)}, {"T", {}}});
-    ExpectRead("S\nold=1\nSend\nS\n" + NumberedLines(1000), {{"S", NumberedRows(1000)}});
 }
 
 TEST_F(ConfigRowLimit, AllKindsOfRowsCountAlike) {
     const Sections full = {{"S", {{"b", "2"}}}, {"Send", {}}};
-    const std::string end = "b=2\nSend\nSendend\n";
+    const std::string end = "b=2\nSend\nSendend\n";  // the last row, and the marker as a name
+    ExpectRead("S\n" + Repeated("b=1\n", 999) + end, full);
     ExpectRead("S\n" + Repeated("// a=1\n", 999) + end, full);
     ExpectRead("S\n" + Repeated("lost\n", 600) + Repeated("\n", 399) + end, full,
                Repeated(Lost("lost"), 600) + Repeated(Lost(""), 399));
-    ExpectRead("S\n" + Repeated("b=1\n", 999) + end, full);
-    const std::string three = "a=1\nlost\n// note\n";
-    ExpectRead("S\n" + Repeated(three, 333) + "Send\n", {{"S", {{"a", "1"}}}}, Repeated(Lost("lost"), 333));
-    ExpectRead("S\n" + Repeated(three, 333) + end, {{"S", {{"a", "1"}, {"b", "2"}}}, {"Send", {}}},
-               Repeated(Lost("lost"), 333));
 }
 
 // --- the file ends inside a section
@@ -230,7 +171,6 @@ TEST_F(ConfigRowLimit, AFileWithoutTheMarkerKeepsItsRowsAndLosesTheRest) {
     ExpectRead("S\na=1\nb=2", two, LostFrom(2));  // a last row without a line end is read once
     ExpectRead("S\na=1\nlost", {{"S", {{"a", "1"}}}}, Lost("lost") + LostFrom(2));
     ExpectRead("S\n  ", {{"S", {}}}, Lost("") + LostFrom(1));
-    ExpectRead("S\n// note", {{"S", {}}}, LostFrom(1));
     ExpectRead("S\n// note\n", {{"S", {}}}, LostFrom(1));
     ExpectRead("S\n" + NumberedLines(999), {{"S", NumberedRows(999)}}, Lost(""));
 }

@@ -2,14 +2,11 @@
 // Copyright (c) The Hueweave authors
 //
 // A settings file as an object: which files are read, what a second reading does, the look-ups and the setters.
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <climits>
 #include <filesystem>
-#include <iostream>
 #include <memory>
 
 #include "unit/support/ConfigHelpers.h"
@@ -34,28 +31,14 @@ TEST_F(ConfigFiles, WithoutANameThereIsNoFile) {
     EXPECT_TRUE(config_.sections.empty());
 }
 
-TEST_F(ConfigFiles, InitialStoresACopyOfTheNameAndReads) {
-    PutText(Path(), kOneSectionText);
-    std::string name = Path();
-    EXPECT_EQ(Initial(name), 0);
-    name.assign(name.size(), 'x');
+TEST_F(ConfigFiles, ReadTxtReadsTheNamedFileAnew) {
+    Read(kOneSectionText);
     EXPECT_EQ(config_.fileName, Path());
     EXPECT_EQ(config_.sections, kOneSection);
-}
-
-TEST_F(ConfigFiles, ReadTxtReadsTheNamedFileAnew) {
-    PutText(Path("one"), kOneSectionText);
-    PutText(Path("two"), "T\nb=2\nTend\n");
-    config_.fileName = Path("one");
-    EXPECT_EQ(config_.ReadTxt(), 0);
-    EXPECT_EQ(config_.sections, kOneSection);
-    PutText(Path("one"), "S\na=2\nSend\n");
+    PutText(Path(), "S\na=2\nSend\n");
     EXPECT_EQ(config_.sections, kOneSection) << "what was read stays";
     EXPECT_EQ(config_.ReadTxt(), 0);
     EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "2"}}}}));
-    config_.fileName = Path("two");
-    EXPECT_EQ(config_.ReadTxt(), 0);
-    EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "2"}}}, {"T", {{"b", "2"}}}}));
 }
 
 TEST_F(ConfigFiles, ASecondFileMergesWholeSections) {
@@ -94,31 +77,6 @@ TEST_F(ConfigFiles, WhatIsNoOrdinaryFileCountsAsEmpty) {
     }
 }
 
-TEST_F(ConfigFiles, TheFileIsNeverWritten) {
-    const std::string text = "S\na=1\nb=\nSend\n";
-    PutText(Path(), text);
-    fs::permissions(Path(), fs::perms::owner_read);
-    const auto written = fs::last_write_time(Path());
-    EXPECT_EQ(Initial(Path()), 0) << "reading needs no more than the right to read";
-    config_.SetInt("S", "a", 2);
-    config_.SetString("T", "b", "3");
-    char out[128];
-    config_.GetString("U", "c", "default", out);
-    config_ = ConfigTXT();
-    EXPECT_EQ(ReadFile(Path()), ByteWriter().Text(text).Done());
-    EXPECT_EQ(fs::last_write_time(Path()), written);
-}
-
-TEST_F(ConfigFiles, TheFileIsClosedAfterTheReading) {
-    PutText(Path(), kOneSectionText);
-    const int before = open("/dev/null", O_RDONLY);
-    close(before);
-    EXPECT_EQ(Initial(Path()), 0);
-    const int after = open("/dev/null", O_RDONLY);
-    close(after);
-    EXPECT_EQ(after, before) << "the lowest free number";
-}
-
 // --- look-ups of texts
 
 constexpr std::size_t kRoom = 128;  // bytes that a caller has for a text
@@ -137,13 +95,14 @@ public:
 
 class ConfigLookup : public ConfigTest {
 protected:
-    void SetUp() override { Read("S\na=1\nempty=\nword=some value\n=nameless\nSend\nT\nTend\n"); }
+    void SetUp() override { Read(text_); }
     std::string Get(const char* section, const char* key, const char* byDefault) {
         Target out;
         EXPECT_EQ(config_.GetString(section, key, byDefault, out.Data()), 0);
         EXPECT_TRUE(out.FencesStand());
         return out.Text();
     }
+    const std::string text_ = "S\na=1\nempty=\nword=some value\n=nameless\nSend\nT\nTend\n";
 };
 
 TEST_F(ConfigLookup, GivesTheValueOfAKeyThatIsThere) {
@@ -169,8 +128,6 @@ TEST_F(ConfigLookup, GivesTheDefaultForWhatIsNotThere) {
             EXPECT_EQ(config_.GetInt(section, key, byDefault), byDefault);
         }
     }
-    ConfigTXT empty;
-    EXPECT_EQ(empty.GetInt("S", "a", 7), 7);
 }
 
 TEST_F(ConfigLookup, ANullDefaultOrTargetIsLeftAlone) {
@@ -191,48 +148,31 @@ std::string Letters(std::size_t count) {
 }
 
 TEST_F(ConfigLookup, CopiesATextOf127WithItsTerminatorAndCutsOneOf128) {
-    for (const std::size_t size : {0U, 1U, 2U, 63U, 126U, 127U, 128U, 129U, 130U, 255U, 256U, 257U, 5000U}) {
+    for (const std::size_t size : {0U, 1U, 63U, 126U, 127U, 128U, 129U, 5000U}) {
         SCOPED_TRACE(size);
         const std::string text = Letters(size);
         const std::string copied = (text + '\0').substr(0, kRoom);
         Read("S\nk=" + text + "\nSend\n");
-        // On the heap to the byte, so that a sanitizer sees a read behind the end of the default, or a write behind
-        // the 128 bytes of the target.
-        const auto byDefault = std::make_unique<char[]>(size + 1);
+        // On the heap to the byte, so that a sanitizer sees a read behind the end of the default. A default of 128
+        // bytes or more needs no terminator.
+        const std::size_t held = size < kRoom ? size + 1 : size;
+        const auto byDefault = std::make_unique<char[]>(held);
         std::copy(text.begin(), text.end(), byDefault.get());
         for (const char* key : {"k", "none"}) {
             Target out;
             EXPECT_EQ(config_.GetString("S", key, byDefault.get(), out.Data()), 0);
             EXPECT_EQ(out.Room(), copied + std::string(kRoom - copied.size(), '#'));
             EXPECT_TRUE(out.FencesStand());
-            const auto exact = std::make_unique<char[]>(kRoom);
-            EXPECT_EQ(config_.GetString("S", key, byDefault.get(), exact.get()), 0);
-            EXPECT_EQ(std::string(exact.get(), copied.size()), copied);
         }
     }
-}
-
-TEST_F(ConfigLookup, TheDefaultNeedsNoTerminatorBehind128BytesAndMayBeTheTarget) {
-    const std::string text = Letters(kRoom);
-    const auto exact = std::make_unique<char[]>(kRoom);
-    std::copy(text.begin(), text.end(), exact.get());
-    Target out;
-    EXPECT_EQ(config_.GetString("S", "none", exact.get(), out.Data()), 0);
-    EXPECT_EQ(out.Room(), text);
-    std::string("default").copy(out.Data(), 7);
-    out.Data()[7] = '\0';
-    EXPECT_EQ(config_.GetString("S", "none", out.Data(), out.Data()), 0);
-    EXPECT_EQ(out.Text(), "default");
-    EXPECT_EQ(config_.GetString("S", "a", out.Data(), out.Data()), 0);
-    EXPECT_EQ(out.Text(), "1");
 }
 
 // --- look-ups of numbers
 
 TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
     const std::pair<int, std::vector<std::string>> rows[] = {
-        {0, {"0", "abc", "", "-", "--1", "0x10", "a1", "true"}},
-        {1, {"1e3", "1,5"}},
+        {0, {"0", "abc", "", "-", "--1", "0x10", "a1", "true", "-99999999999999999999"}},
+        {1, {"1e3", "1,5", "4294967297"}},
         {5, {"+5"}},
         {6, {"6\r"}},
         {7, {"007"}},
@@ -241,7 +181,9 @@ TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
         {12, {"12", "12abc", "1 2", "1 = 2"}},
         {-7, {"-7", "- 7"}},
         {INT_MAX, {"2147483647"}},
-        {INT_MIN, {"-2147483648"}},
+        {INT_MIN, {"-2147483648", "2147483648"}},
+        // The low bits of a number that stops at the limits of 64.
+        {-1, {"-4294967297", "99999999999999999999"}},
     };
     for (const auto& [number, values] : rows) {
         for (const std::string& value : values) {
@@ -249,8 +191,6 @@ TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
             EXPECT_EQ(config_.GetInt("S", "k", 99), number) << value;
         }
     }
-    Read("S\nk=007\nSend\n");
-    EXPECT_EQ(Get("S", "k", ""), "007") << "it is kept as text";
 }
 
 // --- what look-ups and setters leave behind
@@ -258,17 +198,12 @@ TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
 TEST_F(ConfigLookup, AnAbsentSectionIsAddedEmptyAndARowNever) {
     Sections expected = config_.sections;
     Get("S", "b", "default");
-    Get("T", "b", "default");
     config_.GetInt("S", "c", 1);
     EXPECT_EQ(config_.sections, expected);
     Get("U", "a", "default");
-    expected["U"];
-    EXPECT_EQ(config_.sections, expected);
     config_.GetInt("V", "a", 1);
-    expected["V"];
-    EXPECT_EQ(config_.sections, expected);
     Get("", "", "");
-    expected[""];
+    for (const char* name : {"U", "V", ""}) expected[name];
     EXPECT_EQ(config_.sections, expected);
     Read("U\na=5\nUend\n");
     EXPECT_EQ(config_.GetInt("U", "a", 0), 5) << "a reading replaces it";
@@ -286,6 +221,7 @@ TEST_F(ConfigLookup, SettersStoreAndPrintNothing) {
     EXPECT_EQ(config_.sections, before);
     EXPECT_EQ(config_.fileName, Path());
     EXPECT_EQ(config_.GetInt("S", "a", 0), 1) << "what the file said";
+    EXPECT_EQ(ReadFile(Path()), ByteWriter().Text(text_).Done()) << "and still says";
     Get("U", "a", "default");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "nor does a look-up print";
 }
