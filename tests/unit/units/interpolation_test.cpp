@@ -121,33 +121,6 @@ TEST_P(IntegerInterpolation, CutsTheFractionTowardMinusInfinityAndClampsNothing)
               Expected({4096, 0, 0, 1, 2, 3, 4}, {5, -6, 0, -1, -2, 32768, 65535}));
 }
 
-/// The top of the range does not reach the last node.
-TEST_P(IntegerInterpolation, EndsAStepBelowTheLastNode) {
-    // 1000 + 60000 * (width - 1) / width, for cells of 8192, 4096 and 2048.
-    for (const auto& [points, expected] : {std::pair{9, 60992}, {17, 60985}, {33, 60970}}) {
-        ReferenceGrid plain = RandomGrid(points, 5);
-        plain.nodes[NodeAt(points, points - 2, points - 2, points - 2)].fill(1000);
-        plain.nodes.back().fill(61000);
-        const auto table = MakeGrid(plain, GetParam());
-        ReferenceNode end{};
-        end.fill(expected);
-        EXPECT_EQ(Through(*table, {65535, 65535, 65535, 4, 5, 6, 7}), Expected({0, 0, 0, 4, 5, 6, 7}, end)) << points;
-    }
-}
-
-TEST_P(IntegerInterpolation, StoresItsChannelsInTheirOrder) {
-    Load(33, 43);
-    for (const unsigned short value : Words{0, 1, 2047, 2048, 30000, 65535}) {
-        // All of one sample: the last store stays.
-        unsigned short all = value, other = 7;
-        unsigned short* place[7];
-        for (std::size_t c = 0; c < 7; ++c) place[c] = c < channels_ ? &all : &other;
-        table_->Conversion(*place[0], *place[1], *place[2], *place[3], *place[4], *place[5], *place[6]);
-        EXPECT_EQ(all, plain_.InterpolateFixed(value, value, value)[channels_ - 1]) << value;
-        EXPECT_EQ(other, 7);
-    }
-}
-
 TEST_P(IntegerInterpolation, RunsOverEverySampleOfTheWorkingBuffer) {
     Load(33, 8);
     for (const int code : {257, 514, 520, 65534}) {  // it does not look at the code
@@ -285,55 +258,20 @@ TEST_P(FloatingInterpolation, TakesPositionsOutsideTheAxesForTheirEnds) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, FloatingInterpolation,
-                         testing::Values(2, 3, 4, 5, 6, 7, 9, 11, 16, 17, 18, 21, 25, 29, 32, 33));
-
-/// A grid that rises by a million from node to node: a value tells the cell and the fraction that it was taken from.
-class CellOfPosition : public testing::TestWithParam<int> {
-protected:
-    static constexpr int kRise = 1000000;
-    CellOfPosition() {
-        ReferenceGrid plain = RandomGrid(points_, 1);
-        for (int n = 0; n < points_ * points_ * points_; ++n) {
-            plain.nodes[AsIndex(n)] = {kRise * (n / points_ / points_), kRise * (n / points_ % points_),
-                                       kRise * (n % points_)};
-        }
-        table_ = MakeGrid(plain);
-    }
-    /// In millionths of a step, how far behind the first node of its cell a position is taken, on all three axes.
-    int Fraction(int position) const {
-        const ReferenceNode values = Floating(*table_, {position, position, position});
-        EXPECT_EQ(values[1], values[0]) << position;
-        EXPECT_EQ(values[2], values[0]) << position;
-        return values[0] - kRise * (position * (points_ - 1) / 65536);
-    }
-    int points_ = GetParam();
-    std::unique_ptr<ColorTable33> table_;
-};
-
 /// Kept: nodes stand at positions that are cut to whole numbers, so that the last position of a cell can lie behind its
 /// end: by less than the cut.
-TEST_P(CellOfPosition, IsItsOwnAtEveryPosition) {
-    const int most = kRise + (points_ - 1) * kRise / 65536;
-    for (int position = 0; position <= 65535; ++position) {
-        const int fraction = Fraction(position);
-        ASSERT_GE(fraction, 0) << position;
-        ASSERT_LE(fraction, 65536 % (points_ - 1) == 0 ? kRise - 1 : most) << position;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Sizes, CellOfPosition, testing::Range(2, 34));
-
-TEST(FloatingInterpolationByHand, TakesTheCornersOfEachTetrahedron) {
-    for (const TetrahedronRow& row : kTetrahedronRows) {
-        for (int corner = 0; corner < 8; ++corner) {
-            const auto table = OneNode(corner >> 2, corner >> 1 & 1, corner & 1, {4000, 0, 0, 0, 0, 0, -4000});
-            const int expected = 1000 * row.quarters[AsIndex(corner)];
-            EXPECT_EQ(Floating(*table, row.at), (ReferenceNode{expected, 0, 0, 0, 0, 0, -expected}))
-                << testing::PrintToString(row.at) << ", corner " << corner;
+TEST_P(FloatingInterpolation, TakesTheOwnCellOfEveryPositionBesideANode) {
+    for (int n = 0; n < points_; ++n) {
+        for (const int beside : {-2, -1, 0, 1, 2}) {
+            const int a = std::clamp(static_cast<int>(n * plain_.step) + beside, 0, 65535), b = 65535 - a;
+            for (const std::array<int, 3>& at : {std::array{a, b, 100}, {b, 100, a}, {100, a, b}, {a, a, a}}) {
+                ASSERT_NO_FATAL_FAILURE(ExpectAt(at, at));
+            }
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Sizes, FloatingInterpolation, testing::Range(2, 34));
 
 TEST(FloatingInterpolationByHand, CutsTheRiseTowardZeroAndAddsTheBaseNode) {
     auto table = OneNode(1, 0, 0, {10, -10, 1, -1, 3, -3, 0});
@@ -343,20 +281,6 @@ TEST(FloatingInterpolationByHand, CutsTheRiseTowardZeroAndAddsTheBaseNode) {
     std::ranges::fill(table->Color[0][0][0], 100);
     // 5.6, -5.6 and -56.25; 94.4 were the cut of the whole sum.
     EXPECT_EQ(Floating(*table, {4608, 0, 0}), (ReferenceNode{105, 95, 44, 44, 44, 44, 44}));
-}
-
-TEST(FloatingInterpolationByHand, CutsTheSumOfTheThreeTermsOnce) {
-    const auto table = OneNode(1, 0, 0, {1, 0, 0, 0, 0, 0, 0});
-    // Along 000, 100, 110, 111 every piece rises by 1: three fractions add up before the cut.
-    table->Color[1][1][0][0] = 2;
-    table->Color[1][1][1][0] = 3;
-    EXPECT_EQ(Floating(*table, {6144, 5121, 5119})[0], 2) << "0.75 + 0.625 + 0.625";
-    EXPECT_EQ(Floating(*table, {6144, 5120, 4096})[0], 1) << "0.75 + 0.625 + 0.5";
-}
-
-TEST(FloatingInterpolationByHand, DoesNotClamp) {
-    const ReferenceNode node = {1000000, -1000000, 65536, -1, 0, 0, 0};
-    EXPECT_EQ(Floating(*OneNode(2, 2, 2, node), {16384, 16384, 16384}), node);
 }
 
 TEST(FloatingInterpolationByHand, TakesTheCellByTheStepAndTheFractionByThePosition) {
