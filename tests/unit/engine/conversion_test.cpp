@@ -63,33 +63,6 @@ TEST_P(Conversion, FollowsTheFormula) {
     ExpectReference(before);
 }
 
-TEST_P(Conversion, FindsTheEntryOfEverySampleInEachChannel) {
-    for (std::size_t channel = 0; channel < 3; ++channel) {
-        SCOPED_TRACE(channel);
-        std::vector<unsigned> samples(3 * (top_ + std::size_t{1}), 131);
-        for (unsigned s = 0; s <= top_; ++s) samples[3 * s + channel] = s;
-        ExpectReference(Encoded(samples));
-    }
-}
-
-TEST_P(Conversion, NumbersCellsWithRedSlowestAndBlueFastest) {
-    IdentityOutput();
-    ClearGrid();
-    // Sixteen samples lead to the origins of the cells of one axis; each cell holds its number in all records.
-    for (std::uint32_t s = 0; s < 16; ++s) SetEntries(s, s << 16, s << 16, s << 16);
-    std::vector<unsigned> samples, expected;
-    for (unsigned cell = 0; cell < 4096; ++cell) {
-        for (auto& record : engine_->Lut3D[cell]) {
-            record[0][0] = static_cast<std::int32_t>(cell % 256 * 4096);
-            record[1][0] = static_cast<std::int32_t>(cell / 256 * 4096);
-            record[2][0] = 7 * 4096;
-        }
-        samples.insert(samples.end(), {cell / 256, cell / 16 % 16, cell % 16});
-        expected.insert(expected.end(), {cell % 256, cell / 256, 7});
-    }
-    EXPECT_THAT(Run(Encoded(samples)), EqualsBytes(Encoded(expected)));
-}
-
 TEST_P(Conversion, CutsSumsDownAndNeverRounds) {
     IdentityOutput();
     ClearGrid();
@@ -265,18 +238,6 @@ TEST_F(BoundConversion, TouchesNothingWithoutTables) {
     EXPECT_EQ(source, Bytes(60, 0x11));
     EXPECT_EQ(dest, Bytes(60, 0x22));
     EXPECT_EQ(words, Samples(60, 0x3333));
-}
-
-TEST_F(BoundConversion, HoldsBytesInWordsForWideInputAndANarrowSpace) {
-    const Bytes pixels = SomePixels(500, true);
-    ASSERT_EQ(Bind(PutSmooth(), 0, 1, 10), 0);
-    const Bytes narrow = Convert(pixels);
-    ASSERT_EQ(Rebind(0, 1, 11), 11);
-    const Bytes linear = Convert(pixels);
-    for (std::size_t i = 0; i < linear.size(); i += 2) {
-        ASSERT_EQ(narrow[i], linear[i + 1]);
-        ASSERT_EQ(narrow[i + 1], 0);
-    }
 }
 
 TEST_F(BoundConversion, KeepsTheLowByteForNarrowInputAndAWideSpace) {

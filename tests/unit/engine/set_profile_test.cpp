@@ -80,17 +80,6 @@ TEST_F(SetProfile, ReadsTheFileForEachChangeOfTheJobAlone) {
     }
 }
 
-TEST_F(SetProfile, ComparesPathsAsText) {
-    const std::string path = PutSmooth();
-    const std::string detour = dir_.Path() + "/./smooth.icc";
-    OpenCounter opens(path);
-    for (const std::string& text : {path, detour, path}) {
-        EXPECT_EQ(Bind(text, 0, 0, 8), 0);
-        EXPECT_EQ(opens.Take(), 1);
-        EXPECT_STREQ(engine().Unit.ProfileName.get(), text.c_str());
-    }
-}
-
 TEST_F(SetProfile, OverlooksAChangedOrVanishedFileUntilAnArgumentChanges) {
     const std::string path = PutMarked("one.icc", 0x1111);
     ASSERT_EQ(Bind(path, 0, 0, 8), 0);

@@ -79,17 +79,6 @@ TEST_F(Set1DLutIn, PacksByShiftUnderAFixedMask) {
 
 class Set3DLut : public Set1DLutIn {};
 
-TEST_F(Set3DLut, ResamplesEveryGridSize) {
-    for (const unsigned points : {2U, 3U, 9U, 16U, 17U, 33U}) {
-        SCOPED_TRACE(points);
-        MiniLut lut = SmoothLut();
-        lut.points = points;
-        lut.grid = ScatteredGrid(points, points);
-        ASSERT_EQ(Bind(Put(std::to_string(points), {{"A2B0", Mft2(lut)}}), 0, 0, 10), 0);
-        ExpectGrid(ExpectedGrid(Mft2(lut), 10));
-    }
-}
-
 TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
     ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
     const Tables input = InputOf(engine());

@@ -109,17 +109,10 @@ std::vector<BadTable> BadTables() {
             {"ForeignType", Patched(3, '3')},
             {"TypeOfTheOtherDirection", PatchedCurved(1, 'B', 'A')},
             {"EmptyBlock", {}},
-            {"TypeAlone", ByteWriter().Text("mft2").Done()},
             {"TablesPastTheBlock", CutTable()},
             {"FourInputs", Patched(8, 4, 4096)},
-            {"EightOutputs", Patched(9, 8, 8192)},
-            {"OneGridPoint", Patched(10, 1)},
-            {"NoGridPoint", Patched(10, 0)},
             {"ThirtyFourGridPoints", Patched(10, 34, 240000)},
-            {"LongInputCurves", Patched(48, 0x11, 30000)},
-            {"LongOutputCurves", Patched(50, 0x11, 30000)},
             {"CurvedWithoutGrid", MftAB(SmoothLut(), false)},
-            {"CurvedWithoutInputCurves", PatchedCurved(30, 0, 0)},
             {"CurvedWithoutOutputCurves", PatchedCurved(14, 0, 0)}};
 }
 
