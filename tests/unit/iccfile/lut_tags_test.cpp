@@ -153,45 +153,28 @@ TEST(CLut8Type, TakesTheFirstBytesOfThePublishedLayoutForItsCounts) {
 // --- which tables the units can work with
 
 struct Limit {
-    const char* name;
-    std::uint8_t in, out, points;
-    std::uint16_t inEntries, outEntries;
+    int in, out, points, inEntries, outEntries;
     bool usable;
 };
-constexpr Limit kLimits[] = {
-    {"plain", 3, 3, 17, 256, 256, true},
-    {"no inputs", 0, 3, 17, 256, 256, true},
-    {"one input", 1, 3, 17, 256, 256, true},
-    {"two inputs", 2, 3, 17, 256, 256, true},
-    {"four inputs", 4, 3, 17, 256, 256, false},
-    {"most inputs", 255, 3, 17, 256, 256, false},
-    {"no outputs", 3, 0, 17, 256, 256, true},
-    {"seven outputs", 3, 7, 17, 256, 256, true},
-    {"eight outputs", 3, 8, 17, 256, 256, false},
-    {"no points", 3, 3, 0, 256, 256, false},
-    {"one point", 3, 3, 1, 256, 256, false},
-    {"two points", 3, 3, 2, 256, 256, true},
-    {"33 points", 3, 3, 33, 256, 256, true},
-    {"34 points", 3, 3, 34, 256, 256, false},
-    {"most points", 3, 3, 255, 256, 256, false},
-    {"fewest entries", 3, 3, 17, 0, 0, true},
-    {"4096 entries", 3, 3, 17, 4096, 4096, true},
-    {"4097 input entries", 3, 3, 17, 4097, 2, false},
-    {"4097 output entries", 3, 3, 17, 2, 4097, false},
-    {"most entries", 3, 3, 17, 65535, 65535, false},
-    {"all at their limits", 3, 7, 33, 4096, 4096, true},
-};
+constexpr Limit kLimits[] = {{3, 3, 17, 256, 256, true},      {0, 3, 17, 256, 256, true},    {1, 3, 17, 256, 256, true},
+                             {4, 3, 17, 256, 256, false},     {255, 3, 17, 256, 256, false}, {3, 0, 17, 256, 256, true},
+                             {3, 7, 17, 256, 256, true},      {3, 8, 17, 256, 256, false},   {3, 3, 0, 256, 256, false},
+                             {3, 3, 1, 256, 256, false},      {3, 3, 2, 256, 256, true},     {3, 3, 33, 256, 256, true},
+                             {3, 3, 34, 256, 256, false},     {3, 3, 255, 256, 256, false},  {3, 3, 17, 0, 0, true},
+                             {3, 3, 17, 4096, 4096, true},    {3, 3, 17, 4097, 2, false},    {3, 3, 17, 2, 4097, false},
+                             {3, 3, 17, 65535, 65535, false}, {3, 7, 33, 4096, 4096, true}};
 
 TEST(CLut16Type, IsUsableWithinTheLimitsOfTheUnitsAndWithAllThreeTables) {
     EXPECT_FALSE(CLut16Type().Usable());
     for (const Limit& limit : kLimits) {
-        SCOPED_TRACE(limit.name);
+        SCOPED_TRACE(testing::Message() << limit.in << " to " << limit.out << ", " << limit.points << " points, "
+                                        << limit.inEntries << " and " << limit.outEntries << " entries");
         CLut16Type lut;
-        lut.inputChan = limit.in;
-        lut.outputChan = limit.out;
-        lut.clutPoints = limit.points;
-        lut.inputEnt = limit.inEntries;
-        lut.outputEnt = limit.outEntries;
+        lut.inputChan = static_cast<std::uint8_t>(limit.in);
+        lut.outputChan = static_cast<std::uint8_t>(limit.out);
+        lut.clutPoints = static_cast<std::uint8_t>(limit.points);
+        lut.inputEnt = static_cast<std::uint16_t>(limit.inEntries);
+        lut.outputEnt = static_cast<std::uint16_t>(limit.outEntries);
         for (auto* table : {&lut.inputTable, &lut.clutTable, &lut.outputTable}) {
             *table = std::make_unique<std::uint16_t[]>(1);
         }

@@ -142,18 +142,5 @@ TEST(CCurveType, IsEmptyWithoutDataOrWithANegativeSize) {
     }
 }
 
-TEST(CCurveType, WithoutASizeCallsTheVirtualOperationWithZero) {
-    class WatchedCurve : public CCurveType {
-    public:
-        using CCurveType::Initial;
-        unsigned Initial(icTagSignature, unsigned char*, int size) override { return given = size, 0U; }
-        int given = -1;
-    };
-    WatchedCurve curve;
-    Bytes block = CurveBlock({7, 8, 9});
-    EXPECT_EQ(static_cast<CCurveType&>(curve).Initial(Name("A2B0"), block.data()), 14U);
-    EXPECT_EQ(curve.given, 0);
-}
-
 }  // namespace
 }  // namespace hueweave::test::icc

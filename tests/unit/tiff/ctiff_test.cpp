@@ -157,33 +157,6 @@ TEST(CTiff, PrintsALineForAFailedReadAndKeepsTheNumbersButNoImage) {
     EXPECT_EQ(Printed([&] { const CTiff made("/no such.tif"); }), missing);
 }
 
-TEST(CTiff, FailsTheStandardOutputForANullStringThatIsThrown) {
-    Fragile tiff;
-    tiff.fail = [] { throw static_cast<const char*>(nullptr); };
-    const TempDir dir;
-    WriteFile(dir.File("in.tif"), Without(0));
-    bool failed = false;
-    EXPECT_EQ(Printed([&] {
-                  EXPECT_EQ(tiff.ReadFile(dir.File("in.tif").c_str()), 0);
-                  failed = !std::cout;
-                  std::cout.clear();
-              }),
-              "*** ");
-    EXPECT_TRUE(failed);
-}
-
-TEST(CTiff, ReadsByTheListAndNotByAnOverride) {
-    class Deeper : public CTiff {
-    public:
-        int calls = 0;
-        int ReadFile(const char* name) override { return ++calls > 1 ? 99 : CTiff::ReadFile(name); }
-    };
-    Deeper tiff;
-    ReadIn(tiff, Without(0));
-    EXPECT_EQ(tiff.calls, 1);
-    EXPECT_EQ(tiff.width, 7);
-}
-
 // A new image
 
 struct NewRow {

@@ -200,21 +200,15 @@ TEST(PixelAccess, CopiesRowsFromTheirStartOn) {
                          Row{3, 8, -1, 1, 0, 3},       // clamped to the first row
                          Row{3, 8, 104, 0, 54, 18},    // and to the last
                          Row{3, 8, 1, 10, 18, 30},     // on into the next row
-                         Row{3, 8, 3, 10, 54, 18},     // no further than the image
                          Row{3, 8, 0, 1000, 0, 72},    // all of it
                          Row{3, 8, 1, -1, 18, 0},      // none below zero
                          Row{3, 8, 1, kLeast, 18, 0},  //
                          Row{3, 16, 1, 2, 36, 12},     // six bytes a pixel
-                         Row{3, 16, 1, 0, 36, 36},     //
-                         Row{1, 8, 3, 0, 18, 6},       //
-                         Row{1, 16, 2, 3, 24, 6},      //
                          Row{4, 8, 2, 1, 48, 4},       //
-                         Row{1, 1, 2, 0, 2, 1},        // bitmap: a row is a byte
                          Row{1, 1, 1, 7, 1, 0},        // seven bits are no byte
                          Row{1, 1, 1, 17, 1, 2},       // seventeen are two
                          Row{1, 12, 1, 3, 9, 4},       // 36 bits are four
                          Row{3, 2, 1, 4, 5, 3},        // 24 bits
-                         Row{1, 32, 2, 0, 48, 24},     //
                          Row{2, 24, 1, 5, 36, 30},     //
                          Row{3, 1, 1, 6, 3, 2}}) {     // a row has 18 bits in 3 bytes
         SCOPED_TRACE(testing::Message() << c.count << " of row " << c.row << ", " << c.samples << " x " << c.bits);
@@ -249,16 +243,13 @@ TEST(PixelAccess, CopiesBlocksPieceByPiece) {
                          Row{3, 8, 5, 0, 1, 4, {15, 33, 51, 69}, 3},  // last column
                          Row{3, 8, 2, -2, 1, 3, {6, 6, 6}, 3},        // rows above are the first
                          Row{3, 8, 2, 3, 1, 3, {60, 60, 60}, 3},      // rows below are the last, again and again
-                         Row{3, 8, 2, kLeast, 1, 2, {6, 6}, 3},       //
                          Row{3, 8, 2, kMost - 1, 1, 4, {60, 60, 60, 60}, 3}, Row{3, 8, 1, 1, 2, 0, {}, 6},  // no rows
                          Row{3, 8, 1, 1, 2, -3, {}, 6},                                                     //
                          Row{3, 8, 1, 1, 0, 2, {18, 36}, 0},    // no columns
                          Row{3, 8, 1, 1, -1, 2, {}, 0},         //
                          Row{3, 8, 1, 1, kLeast, 2, {}, 0},     //
-                         Row{1, 8, 2, 1, 3, 2, {8, 14}, 3},     //
                          Row{4, 8, 1, 2, 2, 2, {52, 76}, 8},    //
                          Row{3, 16, 2, 1, 3, 2, {48, 84}, 18},  //
-                         Row{1, 16, 1, 0, 2, 2, {2, 14}, 4},    //
                          Row{4, 16, 5, 3, 1, 2, {184, 184}, 8}}) {
         SCOPED_TRACE(testing::Message() << c.w << " x " << c.h << " at " << c.x << ", " << c.y << " of " << c.samples
                                         << " x " << c.bits);

@@ -57,20 +57,6 @@ TEST(Tiff, SetsTheValueOfTheEntryAlone) {
     EXPECT_EQ(tiff.GetTagValue(Sig(258)), 8) << "the data answer";
 }
 
-TEST(Tiff, GetsTheValueThatTheTagAnswers) {
-    class Odd : public TiffTag {
-    public:
-        explicit Odd(unsigned signature) : TiffTag(Sig(signature), Type(4), 1, 7, nullptr) {}
-        unsigned GetValue() const override { return 0xffffffffU; }
-    };
-    Tiff tiff;
-    tiff.SetTag(new Odd(256));
-    EXPECT_EQ(tiff.GetTagValue(Sig(256)), -1);
-    tiff.AddTags(Word(5, 282), 1, 300, nullptr);
-    tiff.GetTag(Sig(282))->value = 9;
-    EXPECT_EQ(tiff.GetTagValue(Sig(282)), 300);
-}
-
 // The factory
 
 TEST(TagFactory, MakesAPlainTagForEverySignatureButFour) {
@@ -101,20 +87,15 @@ TEST(TagFactory, GivesTheStreamToEveryKind) {
     EXPECT_EQ(tiff.CreateTag(Word(3, 282), 1, 8, stream.get())->GetData(), nullptr);
 }
 
-/// Notes what it is asked to make, and what was made before it was emptied.
+/// Notes what it is asked to make.
 class NotingTiff : public CTiff {
 public:
     std::vector<Fields> made;
     std::vector<bool> streams;
-    std::vector<std::size_t> resets;
     std::unique_ptr<TiffTag> CreateTag(unsigned word, unsigned count, unsigned value, std::FILE* f) override {
         made.push_back({word & 0xffffU, static_cast<int>(word >> 16), count, value});
         streams.push_back(f != nullptr);
         return CTiff::CreateTag(word, count, value, f);
-    }
-    void Reset() override {
-        resets.push_back(made.size());
-        CTiff::Reset();
     }
 };
 
@@ -125,27 +106,6 @@ TEST(TagFactory, IsGivenTheEntriesOfAFileInTheirOrder) {
     ReadFrom(tiff, file.Build());
     EXPECT_EQ(tiff.made, EntriesOf(file.Build()));
     EXPECT_EQ(tiff.streams, std::vector<bool>(tiff.made.size(), true));
-}
-
-TEST(TagFactory, IsGivenAllTagsOfANewImageButTheImagesOwn) {
-    NotingTiff tiff;
-    tiff.CreateNew(10, 6, 150, 4, 16, 1);
-    std::vector<Fields> expected = AllFields(tiff);
-    ASSERT_EQ(expected.size(), 15U);
-    ASSERT_EQ(expected[9].tag, 273U);
-    expected.erase(expected.begin() + 9);
-    EXPECT_EQ(tiff.made, expected);
-    EXPECT_EQ(tiff.streams, std::vector<bool>(14, false));
-    EXPECT_EQ(tiff.resets, std::vector<std::size_t>{0}) << "emptied once, before anything is made";
-}
-
-TEST(TagFactory, IsGivenTypeAboveSignatureForOneTag) {
-    NotingTiff tiff;
-    unsigned char bytes[4] = {1, 2, 3, 4};
-    EXPECT_EQ(tiff.SetTag(Sig(40000), 65535, 7, 0xfedcba98U, bytes), 0);
-    EXPECT_EQ(tiff.made, (std::vector<Fields>{{40000, 65535, 7, 0xfedcba98U}}));
-    EXPECT_EQ(tiff.streams, std::vector<bool>{false});
-    EXPECT_EQ(AllFields(tiff), tiff.made);
 }
 
 TEST(TagFactory, MayMakeNothing) {
