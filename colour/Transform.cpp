@@ -33,7 +33,7 @@ public:
 
 class ByTables : public Conversion {
 public:
-    explicit ByTables(Link link) : tables_(link.source, std::move(link.stages), link.target) {}
+    explicit ByTables(Link&& link) : tables_(link.source, std::move(link.stages), link.target) {}
     void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
                  unsigned samples) const override {
         const Loops& loops = *AllLoops().back();

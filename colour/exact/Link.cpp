@@ -12,7 +12,7 @@ namespace {
 /// Puts stages between a source and a target, and changes the form of the connection where they need another one.
 class Linker {
 public:
-    explicit Linker(SourceStages source) : form_(source.connection), stages_(std::move(source.stages)) {}
+    explicit Linker(SourceStages&& source) : form_(source.connection), stages_(std::move(source.stages)) {}
 
     void Add(ConnectionForm needed, Stage stage) {
         Change(needed);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "colour/profile/Connection.h"
 
@@ -20,14 +21,13 @@ constexpr int kCurveSamples = 65535 / 17;
 constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
 constexpr cmsTagSignature kCurves[] = {cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
 
+constexpr cmsTagSignature kTables[] = {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag, cmsSigBToA0Tag, cmsSigBToA1Tag,
+                                       cmsSigBToA2Tag, cmsSigDToB0Tag, cmsSigDToB1Tag, cmsSigDToB2Tag, cmsSigDToB3Tag,
+                                       cmsSigBToD0Tag, cmsSigBToD1Tag, cmsSigBToD2Tag, cmsSigBToD3Tag};
+
 bool IsMatrixAlone(cmsHPROFILE profile) {
-    if (!cmsIsMatrixShaper(profile)) return false;
-    for (const auto tag : {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag, cmsSigBToA0Tag, cmsSigBToA1Tag,
-                           cmsSigBToA2Tag, cmsSigDToB0Tag, cmsSigDToB1Tag, cmsSigDToB2Tag, cmsSigDToB3Tag,
-                           cmsSigBToD0Tag, cmsSigBToD1Tag, cmsSigBToD2Tag, cmsSigBToD3Tag}) {
-        if (cmsIsTag(profile, tag)) return false;
-    }
-    return true;
+    return cmsIsMatrixShaper(profile) &&
+           std::none_of(std::begin(kTables), std::end(kTables), [&](auto tag) { return cmsIsTag(profile, tag); });
 }
 
 bool IsNear(const cmsCIEXYZ& a, const cmsCIEXYZ& b) {

@@ -20,7 +20,7 @@ template <typename Sample>
 void ConvertRun(const RgbConverter& converter, const DeviceColour* colours, std::size_t count, float* source,
                 double* reached) {
     constexpr double kTop = static_cast<Sample>(-1);
-    Sample samples[3 * kRun];
+    Sample samples[3 * kRun] = {};
     for (std::size_t i = 0; i < 3 * count; ++i) {
         samples[i] = static_cast<Sample>(colours[i / 3][i % 3] >> (16 - 8 * sizeof(Sample)));
         source[i] = static_cast<float>(samples[i] / kTop);

@@ -36,9 +36,8 @@ cmsCIELab Connected(const cmsCIELab& lab, const Connection& connection) {
 }  // namespace
 
 Truth::Truth(LcmsWork& work, const OpenProfile& source, const OpenProfile& target, const TransformOptions& options)
-    : options_(options) {
+    : options_(options), targetLab_(work.DeviceToLab(target.handle, INTENT_RELATIVE_COLORIMETRIC)) {
     const int intent = static_cast<int>(options.intent);
-    targetLab_ = work.DeviceToLab(target.handle, INTENT_RELATIVE_COLORIMETRIC);
     if (!options.Adjusts() && options.blackPoint != BlackPoint::Kept) {
         const bool compensated = options.blackPoint == BlackPoint::Compensated;
         link_ = work.DeviceToDevice(source.handle, target.handle, intent, compensated);

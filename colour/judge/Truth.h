@@ -24,8 +24,9 @@ private:
     void ConvertByLab(const float* source, float* dest, std::size_t pixels) const;
 
     TransformOptions options_;
+    cmsHTRANSFORM targetLab_;
     cmsHTRANSFORM link_ = nullptr;  ///< null where the way is by Lab
-    cmsHTRANSFORM toLab_ = nullptr, fromLab_ = nullptr, targetLab_ = nullptr;
+    cmsHTRANSFORM toLab_ = nullptr, fromLab_ = nullptr;
     Connection connection_;
 };
 

@@ -163,14 +163,12 @@ struct BlockLoop {
             const float r = block.part[0][i], g = block.part[1][i], b = block.part[2][i];
             const std::int32_t cell = block.index[0][i] * sr + block.index[1][i] * sg + block.index[2][i];
             const float* const at = step.nodes + std::ptrdiff_t{4} * cell;
-            const float* const green = at + std::ptrdiff_t{4} * sg;
             const float* const red = at + std::ptrdiff_t{4} * sr;
-            const float* const both = green + std::ptrdiff_t{4} * sr;
-            Floats8 low, lowGreen, high, highGreen;
+            Floats8 low, lowGreen, high, highGreen;  // not returned by a function: only AVX has a way to return them
             __builtin_memcpy(&low, at, sizeof low);
-            __builtin_memcpy(&lowGreen, green, sizeof low);
+            __builtin_memcpy(&lowGreen, at + std::ptrdiff_t{4} * sg, sizeof low);
             __builtin_memcpy(&high, red, sizeof low);
-            __builtin_memcpy(&highGreen, both, sizeof low);
+            __builtin_memcpy(&highGreen, red + std::ptrdiff_t{4} * sg, sizeof low);
             low += (high - low) * r;
             lowGreen += (highGreen - lowGreen) * r;
             low += (lowGreen - low) * g;
