@@ -158,7 +158,7 @@ BakedProfile BakeProfile(const Bytes& data, const Poll& poll) {
         toLab[static_cast<std::size_t>(intent)] = work.DeviceToLab(original, intent);
     }
     for (const cmsHTRANSFORM transform : toLab) {
-        if (transform == nullptr) throw ProfileError("does not tell the colours of its device");
+        if (transform == nullptr) throw ProfileError("does not define the colours of its device");
     }
     const Curves light = LightCurves(work, original, toLab[1]);
     const bool rises = std::none_of(light.begin(), light.end(), [](const Curve& curve) { return curve.empty(); });

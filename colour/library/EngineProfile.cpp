@@ -12,7 +12,7 @@ namespace {
 
 std::optional<std::string> WhyBakeWhite(const Bytes& profile, const TagTable& table) {
     const TagReader* const white = table.Find(Signature("wtpt"));
-    if (white == nullptr || white->Size() < 20) return "it does not tell its white point";
+    if (white == nullptr || white->Size() < 20) return "it has no white point";
     LcmsWork work;
     const cmsHPROFILE opened = work.Open(profile);
     if (opened != nullptr && IsOldScreen(opened)) return "its white is that of a screen";

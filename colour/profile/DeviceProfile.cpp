@@ -24,7 +24,7 @@ std::string CheckDeviceProfile(const Bytes& data) {
         throw ProfileError("has no Lab or XYZ connection space");
     }
     if (work.DeviceToLab(opened, INTENT_PERCEPTUAL) == nullptr) {
-        throw ProfileError("does not tell the colours of its device");
+        throw ProfileError("does not define the colours of its device");
     }
     return work.Text(opened, cmsInfoDescription);
 }

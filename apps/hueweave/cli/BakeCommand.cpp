@@ -20,7 +20,7 @@ CLI::App* BakeCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("bake", "Make a profile that the engine supports for every intent");
     c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
     c->add_option("-o,--output", options_.output, "Profile to write")->required();
-    c->add_flag("--force", options_.force, "Replace a file that is there already");
+    c->add_flag("--force", options_.force, "Replace a file that exists already");
     c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
     AddSandbox(*c, options_.sandbox);
     return c;

@@ -9,7 +9,7 @@ namespace hueweave::tool {
 void AddSandbox(CLI::App& app, bool& sandbox) {
     sandbox = true;
     app.add_flag_callback(
-        "--no-sandbox", [&sandbox] { sandbox = false; }, "Read the files without being confined to what was named");
+        "--no-sandbox", [&sandbox] { sandbox = false; }, "Do not restrict access to the files that were named");
 }
 
 void RefuseUsage(const std::string& reason, const std::string& remedy) {

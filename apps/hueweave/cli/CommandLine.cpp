@@ -18,19 +18,19 @@ namespace hueweave::tool {
 namespace {
 
 constexpr const char* kAbout =
-    R"(Converts RGB images through ICC profiles: right colour, nothing else lost, or a clear refusal.)";
+    R"(Converts RGB images through ICC profiles. Keeps everything else in a file, or refuses it with a reason.)";
 
 constexpr const char* kFooter = R"(Examples:
   hueweave convert --profile scanner.icc scan.tif -o scan-srgb.tif
-  hueweave convert scans/ -o converted/                 a folder, each file by the profile that it embeds
+  hueweave convert scans/ -o converted/                 a folder, with the embedded profiles
   hueweave convert --profile scanner.icc --to adobe-rgb --intent relative *.tif -o converted/
-  hueweave convert scans/ -o converted/ --resume        the same, going on where it was stopped
+  hueweave convert scans/ -o converted/ --resume        continue an interrupted run
   find scans -name '*.tif' -print0 | hueweave convert --files-from - -0 -o converted/
-                                                        a list: outputs side by side, without subfolders
+                                                        a list; no subfolders are made
   hueweave inspect scan.tif scanner.icc
   hueweave verify scanner.icc --limit 2.0
 
-Exit status: 0 all done, 1 some of several files failed or a limit was passed, 2 usage, 3 profile refused,
+Exit status: 0 all done, 1 some of several files failed or a limit was exceeded, 2 usage, 3 profile refused,
 4 input refused, 5 output refused; by SIGINT or SIGTERM, that signal itself.)";
 
 /// Names a mistyped command; CLI11 would only report that one is missing.

@@ -26,7 +26,7 @@ Shard ParseShard(const std::string& text) {
     const auto [last, partsError] = std::from_chars(rest, end, shard.parts);
     if (partError != std::errc() || partsError != std::errc() || last != end || shard.part < 1 ||
         shard.part > shard.parts) {
-        RefuseUsage("--shard " + text + " is not a part of a whole", "use for example --shard 1/4");
+        RefuseUsage("--shard " + text + " is not a valid part", "use for example --shard 1/4");
     }
     return shard;
 }
@@ -86,24 +86,25 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
     const Choices<SourceRule> rules{
         {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}, {"require-match", SourceRule::RequireMatch}};
     AddChoice(*c, "--source", options_.source, rules,
-              "Where --profile meets an embedded profile: given, embedded or require-match");
-    c->add_flag("--no-tag", options_.noTag, "Embed no profile in the output");
-    c->add_flag("--force", options_.force, "Replace files that are there already");
-    c->add_flag("--in-place", options_.inPlace, "Replace each input by its conversion");
-    c->add_option("-j,--jobs", options_.jobs, "Threads (default: one a processor)")->check(CLI::Range(1, 1024));
-    c->add_option("--max-memory", options_.maxMemory, "Memory for a file, whatever its size")
+              "The profile to use if a file embeds another than --profile: given, embedded or require-match");
+    c->add_flag("--no-tag", options_.noTag, "Do not embed a profile in the output");
+    c->add_flag("--force", options_.force, "Replace existing files");
+    c->add_flag("--in-place", options_.inPlace, "Replace each input with its conversion");
+    c->add_option("-j,--jobs", options_.jobs, "Threads (default: one per processor)")->check(CLI::Range(1, 1024));
+    c->add_option("--max-memory", options_.maxMemory, "Memory limit per file, whatever its size")
         ->transform(Memory())
         ->type_name("TEXT")
         ->default_str("64M");
-    c->add_option("--files-from", options_.filesFrom,
-                  "Read the names of more inputs from a file or - , one a line; outputs stand side by side");
+    c->add_option(
+        "--files-from", options_.filesFrom,
+        "Read the names of more inputs from a file or -, one per line; outputs go directly into the output folder");
     c->add_flag("-0", options_.nul, "These names end in a zero byte");
     c->add_option("--shard", shard_, "Take the K-th of N parts of the inputs, as K/N");
     c->add_flag("--resume", options_.resume, "Skip files that an earlier run converted the same way");
-    c->add_flag("--dry-run", options_.dryRun, "Say what would happen, write nothing");
-    c->add_flag("-q,--quiet", options_.quiet, "Say nothing but refusals");
-    c->add_flag("-v,--verbose", options_.verbose, "Say how each file is converted, and how exactly");
-    c->add_flag("--json", options_.json, "Write one line of JSON a file to standard output");
+    c->add_flag("--dry-run", options_.dryRun, "Report what would be done, write nothing");
+    c->add_flag("-q,--quiet", options_.quiet, "Print refusals only");
+    c->add_flag("-v,--verbose", options_.verbose, "Print how each file is converted, and how exactly");
+    c->add_flag("--json", options_.json, "Write one line of JSON per file to standard output");
     AddSandbox(*c, options_.sandbox);
     return c;
 }

@@ -224,7 +224,7 @@ Json Describe(const std::string& path) {
     const bool tiff = head[0] == head[1] && (head[0] == 'I' || head[0] == 'M');
     if (tiff) return DescribeTiff(file);
     if (file.Size() > (std::uint64_t{64} << 20)) {
-        throw Refusal(Exit::Input, path, "is no profile and no TIFF file", "give one of them");
+        throw Refusal(Exit::Input, path, "is neither a profile nor a TIFF file", "give one of them");
     }
     return DescribeProfile(path, file.Read({0, file.Size()}));
 }
@@ -234,7 +234,7 @@ Json Describe(const std::string& path) {
 CLI::App* InspectCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("inspect", "Describe a profile or a TIFF file");
     c->add_option("FILE", options_.files, "Profiles or TIFF files")->required();
-    c->add_flag("--json", options_.json, "Write one line of JSON a file");
+    c->add_flag("--json", options_.json, "Write one line of JSON per file");
     AddSandbox(*c, options_.sandbox);
     return c;
 }

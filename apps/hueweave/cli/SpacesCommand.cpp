@@ -13,7 +13,7 @@ namespace hueweave::tool {
 
 CLI::App* SpacesCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("spaces", "List the output colour spaces");
-    c->add_flag("--json", json_, "Write one line of JSON a space");
+    c->add_flag("--json", json_, "Write one line of JSON per space");
     return c;
 }
 

@@ -55,7 +55,7 @@ void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const
             "it was made from.\n");
     }
     if (verdict.library && !verdict.engine.bakedBecause.empty()) {
-        fmt::print("The library takes a profile baked from it: {}.\n", verdict.engine.bakedBecause);
+        fmt::print("The library uses a profile baked from it: {}.\n", verdict.engine.bakedBecause);
     }
     fmt::print("CIEDE2000 from Little CMS in floating point:\n");
     fmt::print("  {:<8}{:>8}{:>8}{:>8}{:>8}{:>8}{:>8}  {}\n", "", "mean", "median", "95 %", "99 %", "99.9 %", "maximum",

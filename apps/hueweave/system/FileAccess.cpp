@@ -95,7 +95,7 @@ OwnFile FileAccess::OpenOwn(const std::string& path, int flags) {
     if (::fstat(file.descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
         return {{}, "is not a regular file", EINVAL};
     }
-    if (status.st_nlink > 1) return {{}, "has further names (hard links)", EINVAL};
+    if (status.st_nlink > 1) return {{}, "has other names (hard links)", EINVAL};
     return {std::move(file), "", 0};
 }
 
@@ -124,7 +124,7 @@ void FileAccess::Read(std::uint64_t offset, void* data, std::size_t size) const 
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) RefuseRead(name_, ErrorText(errno));
         if (got == 0) {
-            throw Refusal(Exit::Input, name_, "is cut: it ends at byte " + std::to_string(offset),
+            throw Refusal(Exit::Input, name_, "is truncated: it ends at byte " + std::to_string(offset),
                           "get a whole copy of the file");
         }
         to += got;

@@ -41,10 +41,10 @@ void CheckTarget(const std::string& path, OutputFile::Existing existing) {
         RefuseWrite(path, errno);
     }
     if (existing == OutputFile::Existing::Keep) {
-        throw Refusal(Exit::Output, path, "is there already", "replace it with --force, or choose another name");
+        throw Refusal(Exit::Output, path, "exists already", "replace it with --force, or choose another name");
     }
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        throw Refusal(Exit::Output, path, "is there already and is no file", "choose another name");
+        throw Refusal(Exit::Output, path, "exists already and is not a file", "choose another name");
     }
     if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0) return;
     if (errno != EACCES) RefuseWrite(path, errno);
@@ -139,7 +139,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::RefuseExisting() const {
-    throw Refusal(Exit::Output, path_, "is there already", "replace it with --force, or choose another name");
+    throw Refusal(Exit::Output, path_, "exists already", "replace it with --force, or choose another name");
 }
 
 void OutputFile::RefuseChanged() const {

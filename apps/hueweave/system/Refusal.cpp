@@ -69,15 +69,15 @@ std::pair<Exit, std::string> Explain(const std::string& name, const std::excepti
     } catch (const Refusal& refusal) {
         return {refusal.status(), refusal.what()};
     } catch (const std::bad_alloc&) {
-        return {Exit::Input, name + ": needs more memory than there is; lower -j"};
+        return {Exit::Input, name + ": needs more memory than is available; lower -j"};
     } catch (const std::length_error&) {
-        return {Exit::Input, name + ": tells of sizes that no memory can hold; get a whole copy of the file"};
+        return {Exit::Input, name + ": declares sizes that do not fit in memory; get a whole copy of the file"};
     } catch (const std::exception& error) {
-        return {Exit::Input, name + ": cannot be worked on, for a reason that was not foreseen (" + error.what() +
+        return {Exit::Input, name + ": cannot be processed, for an unexpected reason (" + error.what() +
                                  "); please report it, with the file"};
     } catch (...) {
         return {Exit::Input, name +
-                                 ": cannot be worked on, for a reason that was not foreseen; please report it, "
+                                 ": cannot be processed, for an unexpected reason; please report it, "
                                  "with the file"};
     }
 }

@@ -69,7 +69,7 @@ int WriteText(int stream, std::string_view text) {
 
 void PrintError(const std::string& line) { WriteText(STDERR_FILENO, line + "\n"); }
 
-void PrintNoMemory() noexcept { WriteText(STDERR_FILENO, "hueweave: there is not enough memory; lower -j\n"); }
+void PrintNoMemory() noexcept { WriteText(STDERR_FILENO, "hueweave: not enough memory; lower -j\n"); }
 
 std::string TemporaryFolder() {
     std::error_code ignored;

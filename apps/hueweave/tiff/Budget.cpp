@@ -43,7 +43,7 @@ void Budget::AddSegments(std::uint64_t count, std::uint64_t decoded) {
     }
     segments_ += count;
     if (count != 0 && decoded > (limit::kImageBytes - decoded_) / count) {
-        Refuse("announces more pixels than any file holds", kWholeCopy);
+        Refuse("declares more pixels than any file can hold", kWholeCopy);
     }
     decoded_ += count * decoded;
 }
@@ -51,7 +51,7 @@ void Budget::AddSegments(std::uint64_t count, std::uint64_t decoded) {
 void Budget::AddEncoded(std::uint64_t bytes) {
     const std::uint64_t most = fileSize_ + 2 * decoded_ + limit::kImageMore;
     encoded_ += std::min(bytes, most);
-    if (encoded_ > most) Refuse("has strips or tiles that share far more data than their pixels take", kWholeCopy);
+    if (encoded_ > most) Refuse("has strips or tiles that share far more data than their pixels need", kWholeCopy);
 }
 
 }  // namespace hueweave::tool

@@ -137,7 +137,7 @@ std::string FaultOfTags(const TiffStructure& structure, const TiffDirectory& dir
     }
     if (HasAny(directory, {tag::StripOffsets, tag::StripByteCounts}) &&
         HasAny(directory, {tag::TileWidth, tag::TileHeight, tag::TileOffsets, tag::TileByteCounts})) {
-        return "has strips and tiles at once";
+        return "has both strips and tiles";
     }
     return {};
 }

@@ -77,7 +77,8 @@ private:
     void CheckColours() {
         const bool jpegColours = page_.photometric == PHOTOMETRIC_YCBCR && page_.compression == COMPRESSION_JPEG;
         if (page_.photometric == PHOTOMETRIC_RGB || jpegColours) return;
-        if (directory_.Find(tag::Photometric) == nullptr) RefuseDamaged("does not say what its colours are");
+        if (directory_.Find(tag::Photometric) == nullptr)
+            RefuseDamaged("does not state its photometric interpretation");
         Refuse("holds " + PhotometricName(page_.photometric) + " pixels, not RGB",
                page_.photometric == PHOTOMETRIC_PALETTE ? "turn it into RGB first, for example with pal2rgb"
                                                         : "give an RGB file");
@@ -91,17 +92,18 @@ private:
         std::vector<std::uint64_t> bits{1};
         if (const TiffEntry* entry = directory_.Find(tag::BitsPerSample)) bits = structure_.Numbers(*entry);
         const bool alike = !bits.empty() && std::all_of(bits.begin(), bits.end(), [&](auto b) { return b == bits[0]; });
-        if (!alike) Refuse("has samples of several depths", "give a file of 8 or 16 bits a sample");
+        if (!alike) Refuse("has samples of different depths", "give a file of 8 or 16 bits a sample");
         std::vector<std::uint64_t> formats{SAMPLEFORMAT_UINT};
         if (const TiffEntry* entry = directory_.Find(tag::SampleFormat)) formats = structure_.Numbers(*entry);
         for (const std::uint64_t format : formats) {
             if (format == SAMPLEFORMAT_UINT || format == SAMPLEFORMAT_VOID) continue;
-            Refuse(format == SAMPLEFORMAT_IEEEFP ? "holds floating-point samples" : "holds samples that are not plain",
+            Refuse(format == SAMPLEFORMAT_IEEEFP ? "contains floating-point samples"
+                                                 : "contains samples that are not unsigned integers",
                    kWholeNumbers);
         }
         // An older tag with the same purpose; 0 means undefined and 2 means integers.
         const std::uint64_t kind = Number(tag::DataType, 0);
-        if (kind != 0 && kind != 2) Refuse("holds samples that are not plain", kWholeNumbers);
+        if (kind != 0 && kind != 2) Refuse("contains samples that are not unsigned integers", kWholeNumbers);
         if (bits[0] != 8 && bits[0] != 16) {
             Refuse("has " + std::to_string(bits[0]) + " bits a sample", "give a file of 8 or 16 bits a sample");
         }
@@ -110,7 +112,7 @@ private:
             const auto extra = structure_.Numbers(*entry);
             for (const std::uint64_t sample : extra) {
                 if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
-                    RefuseDamaged("has a further sample of an unknown kind (" + std::to_string(sample) + ")");
+                    RefuseDamaged("has an extra sample of an unknown kind (" + std::to_string(sample) + ")");
                 }
             }
             page_.premultiplied = page_.samples > 3 && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
@@ -131,10 +133,11 @@ private:
     void CheckCoding() {
         page_.fillOrder = Small(tag::FillOrder, FILLORDER_MSB2LSB);
         if (page_.fillOrder != FILLORDER_MSB2LSB && page_.fillOrder != FILLORDER_LSB2MSB) {
-            RefuseDamaged("has bits in no order");
+            RefuseDamaged("has an unknown bit order");
         }
         const unsigned planar = Small(tag::Planar, PLANARCONFIG_CONTIG);
-        if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE) RefuseDamaged("has samples in no order");
+        if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE)
+            RefuseDamaged("has an unknown planar configuration");
         page_.planar = planar == PLANARCONFIG_SEPARATE;
         ReadPredictor();
         switch (page_.compression) {
@@ -169,7 +172,7 @@ private:
         }
         // The encoders of libtiff support no others.
         if (page_.tiled && !page_.Plain() && (across % kTileStep != 0 || down % kTileStep != 0)) {
-            Refuse("has encoded tiles whose sides are no multiples of 16",
+            Refuse("has encoded tiles whose sides are not multiples of 16",
                    "write it anew with others, for example with tiffcp -t -w 512 -l 512");
         }
         page_.segmentWidth = static_cast<std::uint32_t>(across);
@@ -180,7 +183,7 @@ private:
         if (page_.RowBytes() > limit::kSegmentBytes / down) RefuseDamaged("has strips or tiles of an impossible size");
         structure_.budget().AddSegments(page_.Segments(), page_.RowBytes() * down);
         if (Number(tag::Depth, 1) != 1 || Number(tag::TileDepth, 1) != 1) {
-            Refuse("holds a body of several layers", "give a file of flat pictures");
+            Refuse("contains an image with several depth layers", "give a file of flat pictures");
         }
     }
 
@@ -203,7 +206,7 @@ private:
                 segment.offset > structure_.fileSize() || segment.size > structure_.fileSize() - segment.offset;
             if (segment.offset == 0 || segment.size == 0) RefuseDamaged("has an empty strip or tile");
             if (outside || (page_.Plain() && segment.size < page_.DecodedBytes(i))) {
-                RefuseDamaged("is cut: image data lie past the end of the file");
+                RefuseDamaged("is truncated: image data lie past the end of the file");
             }
             page_.segments.push_back(segment);
             // For uncompressed data, only the bytes of the pixels are read.
@@ -237,7 +240,7 @@ std::vector<TiffPage> ReadPages(const TiffStructure& structure) {
     for (TiffPage& page : pages)
         page.slack = limit::kImageMore / std::max<std::uint64_t>(1, structure.budget().segments());
     if (std::all_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.mask; })) {
-        throw Refusal(Exit::Input, structure.file().name(), "holds nothing but transparency masks", "give an RGB file");
+        throw Refusal(Exit::Input, structure.file().name(), "contains only transparency masks", "give an RGB file");
     }
     return pages;
 }

@@ -77,7 +77,7 @@ bool TiffStructure::Overlaps(Extent extent) const {
 bool TiffStructure::IsTaken(std::uint64_t offset, bool image) const {
     const auto found = taken_.find(offset);
     if (found == taken_.end()) return false;
-    if (found->second.image != image) Refuse("has a directory that is an image and metadata at once");
+    if (found->second.image != image) Refuse("has a directory that is both an image and metadata");
     return true;
 }
 
@@ -113,13 +113,15 @@ TiffDirectory TiffStructure::ReadDirectory(std::uint64_t offset, bool image) {
     TiffDirectory directory;
     directory.offset = offset;
     unsigned char head[8];
-    if (offset > fileSize_ || fileSize_ - offset < form_.CountSize()) Refuse("is cut: a directory lies past its end");
+    if (offset > fileSize_ || fileSize_ - offset < form_.CountSize())
+        Refuse("is truncated: a directory lies past its end");
     file_->Read(offset, head, form_.CountSize());
     const std::uint64_t count = form_.Get(head, form_.CountSize());
-    if (count > 65535 || DirectoryBytes(count) > fileSize_ - offset) Refuse("is cut: a directory runs past its end");
+    if (count > 65535 || DirectoryBytes(count) > fileSize_ - offset)
+        Refuse("is truncated: a directory runs past its end");
     const Extent extent{offset, DirectoryBytes(count)};
     // Thus the total size of all directories is limited by the file size.
-    if (Overlaps(extent)) Refuse("has directories that lie over each other");
+    if (Overlaps(extent)) Refuse("has overlapping directories");
     budget_.AddDirectory(count);
     taken_[offset] = {extent.End(), image};
     structure_.push_back(extent);
@@ -170,7 +172,7 @@ void TiffStructure::NoteDirectory(std::uint64_t offset, int depth) {
 
 void TiffStructure::CheckInside(const TiffEntry& entry) const {
     if (entry.dataOffset == 0 || entry.dataOffset > fileSize_ || entry.dataSize > fileSize_ - entry.dataOffset) {
-        Refuse("is cut: the value of tag " + std::to_string(entry.tag) + " lies past its end");
+        Refuse("is truncated: the value of tag " + std::to_string(entry.tag) + " lies past its end");
     }
 }
 
@@ -184,7 +186,7 @@ Bytes TiffStructure::Data(const TiffEntry& entry, std::uint64_t size) const {
         return Bytes(entry.value.begin(), entry.value.begin() + static_cast<std::ptrdiff_t>(size));
     }
     CheckInside(entry);
-    if (size > limit::kValue) Refuse("has a value too large in tag " + std::to_string(entry.tag));
+    if (size > limit::kValue) Refuse("has too large a value in tag " + std::to_string(entry.tag));
     budget_.AddRead(size);
     return file_->Read({entry.dataOffset, size});
 }
@@ -192,7 +194,7 @@ Bytes TiffStructure::Data(const TiffEntry& entry, std::uint64_t size) const {
 Bytes TiffStructure::Data(const TiffEntry& entry) const { return Data(entry, entry.dataSize); }
 
 std::vector<std::uint64_t> TiffStructure::Numbers(const TiffEntry& entry, std::uint64_t most) const {
-    if (!IsWhole(entry.type)) Refuse("has no whole numbers in tag " + std::to_string(entry.tag));
+    if (!IsWhole(entry.type)) Refuse("has no integers in tag " + std::to_string(entry.tag));
     const std::size_t size = TypeSize(entry.type);
     const std::uint64_t wanted = most < entry.count ? most * size : entry.dataSize;
     const Bytes data = Data(entry, wanted);

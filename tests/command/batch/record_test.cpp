@@ -31,7 +31,7 @@ TEST_F(ResumeTest, SkipsWhatIsDoneTheSameWayAndNothingElse) {
     const auto again = [&](const Words& more) { return ConvertAll(Words{"--resume"} + more); };
     Outcome run = again({});
     EXPECT_THAT(run, Says(0, "0 converted, 3 done already"));
-    // Another option, and a file that is there already.
+    // Another option, and a file that exists already.
     EXPECT_THAT(again({"--intent", "relative"}), Says(1, "0 converted, 3 refused"));
     run = again({"--intent", "relative", "--force"});
     EXPECT_THAT(run.err, HasSubstr("3 converted"));
@@ -101,13 +101,13 @@ protected:
         const Outcome run = Timed({scans_, "-o", out_});
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
-        const std::string note = "note: " + about + " and is not written to; --resume will not know of this run";
+        const std::string note = "note: " + about + " and is not written to; --resume will not recognise this run";
         const std::size_t at = run.err.find(note);
         EXPECT_TRUE(at != std::string::npos && run.err.find(note, at + 1) == std::string::npos) << run.err;
         for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
         for (const char* dry : {"-q", "--dry-run"}) {
             EXPECT_THAT(Timed({scans_, "-o", out_, "--resume", dry}),
-                        SaysOnly(5, about + ", and tells of no earlier run; remove it, or leave out --resume"));
+                        SaysOnly(5, about + ", and records no earlier run; remove it, or leave out --resume"));
             EXPECT_EQ(Outputs(), Names{});
         }
     }
@@ -133,7 +133,7 @@ TEST_F(RecordTest, AnythingButAPlainFileIsNotUsed) {
     WriteBytes(victim_, "# mine\n");
     const std::pair<const char*, const char*> rows[] = {
         {"ln -s ../.bashrc", "is a symbolic link"}, {"ln -s /dev/zero", "is a symbolic link"},
-        {"ln -s ../nothing", "is a symbolic link"}, {"ln ../.bashrc", "has further names (hard links)"},
+        {"ln -s ../nothing", "is a symbolic link"}, {"ln ../.bashrc", "has other names (hard links)"},
         {"mkfifo", "is not a regular file"},        {"mkdir", "is not a regular file"}};
     for (const auto& [make, reason] : rows) {
         SCOPED_TRACE(make);
@@ -156,7 +156,7 @@ TEST_F(RecordTest, TakesBoundedMemoryWhateverItsSize) {
     for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
     fs::resize_file(record_, (std::uintmax_t{256} << 20) + 1);
     run = Timed({scans_, "-o", out_, "--resume"});
-    EXPECT_THAT(run, Says(5, ".hueweave.jsonl: is larger than any record, and tells of no earlier run; remove"));
+    EXPECT_THAT(run, Says(5, ".hueweave.jsonl: is too large to be a record, and records no earlier run; remove"));
 }
 
 TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother) {
@@ -180,14 +180,14 @@ TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother
 
 TEST_F(RecordTest, ALineThatDoesNotReachTheDiskIsSaid) {
     EXPECT_THAT(ConvertScan({scans_ + "/a.tif", "-o", out_ + "/"}, {.setenv = Faults("fdatasync:0:5")}),
-                Says(0, ".hueweave.jsonl: cannot be written (Input/output error); --resume will not know of a.tif"));
+                Says(0, ".hueweave.jsonl: cannot be written (Input/output error); --resume will not recognise a.tif"));
 }
 
 TEST_F(RecordTest, AListOfInputsOrCurvesNeedNotEnd) {
     EXPECT_THAT(Timed({"--files-from", "/dev/zero", "-o", out_}),
-                SaysOnly(2, "/dev/zero: holds a name that is too long for a file; give one name a line"));
+                SaysOnly(2, "/dev/zero: contains a name that is too long for a file; give one name a line"));
     EXPECT_THAT(Timed({scans_, "--curve", "/dev/zero", "-o", out_}),
-                Says(2, "hueweave: /dev/zero: row 1 is no curve row; "));
+                Says(2, "hueweave: /dev/zero: row 1 does not have three values; "));
 }
 
 TEST_F(RecordTest, ASignalEndsTheWaitingForAListThatNobodyWrites) {

@@ -28,7 +28,7 @@ TEST_P(BakedTest, IsConvertedByABakedProfileAndSaid) {
     for (const char* intent : {"perceptual", "relative", "saturation", "absolute"}) {
         const Outcome run = ConvertBy(profile_, {"--intent", intent});
         ASSERT_EQ(run.status, 0) << run.err;
-        EXPECT_THAT(run.err, HasSubstr("the engine takes a profile baked from it"));
+        EXPECT_THAT(run.err, HasSubstr("the library uses a profile baked from it"));
         if (number == 0) {
             EXPECT_THAT(run.err, HasSubstr(GetParam().reason));
         }

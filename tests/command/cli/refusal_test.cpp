@@ -46,7 +46,7 @@ const BadImage kBadImages[] = {
     {"FloatingPoint",
      "convert-im6 -size 20x20 xc:red -depth 32 -type TrueColor -define quantum:format=floating-point -compress none "
      "$out 2>/dev/null || tiffinfo $out | grep -q 'IEEE floating point'",
-     "holds floating-point samples"},
+     "contains floating-point samples"},
     {"32Bits", "convert-im6 $in -depth 32 -compress none $out", "has 32 bits a sample", "photo-16.tif"},
     {"4Bits", "convert-im6 $in -depth 4 -type TrueColor -define tiff:bits-per-sample=4 $out; tiffset -s 258 4 4 4 $out",
      "has 4 bits a sample", "photo-16.tif"},
@@ -75,7 +75,7 @@ TEST_F(RefusalTest, ACutOrDamagedImage) {
         if (scheme == "none" || scheme == "packbits") continue;  // which cannot tell
         // From the first tenth of the image data on, nothing but zeros.
         WriteBytes(in_, std::string(whole).replace(8 + size / 10, size / 2, size / 2, '\0'));
-        ExpectRefusal("holds damaged image data");
+        ExpectRefusal("contains damaged image data");
     }
 }
 
@@ -109,8 +109,8 @@ TEST_F(RefusalTest, CurvesThatAreNone) {
     for (int i = 0; i < 257; ++i) many += "0,0,0\n";
     const std::pair<std::string, const char*> rows[] = {{"", "has 0 rows"},
                                                         {"1,2,3\n", "has 1 rows"},
-                                                        {"1,2,256\n", "row 1 is no curve row"},
-                                                        {"1,2\n", "row 1 is no curve row"},
+                                                        {"1,2,256\n", "row 1 does not have three values"},
+                                                        {"1,2\n", "row 1 does not have three values"},
                                                         {"1,2,3,4\n", "row 1 has more than three values"},
                                                         {many, "has more than 256 rows"}};
     for (const auto& [text, reason] : rows) {

@@ -19,7 +19,7 @@ TEST_F(ProfilesTest, ATableThatTheEngineTakesIsPassedOn) {
     EXPECT_THAT(run.err, Not(HasSubstr("baked")));
     // "A2B0" alone serves no other intent.
     const Outcome other = ConvertScan({"--intent", "relative", in_, "-o", out_, "--force"});
-    EXPECT_THAT(other.err, HasSubstr("it has no table A2B1; the engine takes a profile baked from it"));
+    EXPECT_THAT(other.err, HasSubstr("it has no table A2B1; the library uses a profile baked from it"));
     EXPECT_LT(MeanDifference(in_, Input("scanner.icc"), 1, out_), 0.6);
 }
 
@@ -41,7 +41,7 @@ TEST_F(ProfilesTest, OtherClassesAndColoursAreRefused) {
         {WriteCmykProfile, "describes CMYK colours, not RGB"},
         {WriteAbstractProfile, "is of class 'abst', not of a device"},
         {WriteLinkProfile, "is of class 'link', not of a device"},
-        {WriteEmptyProfile, "does not tell the colours of its device"}};
+        {WriteEmptyProfile, "does not define the colours of its device"}};
     for (const auto& [write, reason] : rows) {
         write(profile_);
         for (const Words& words : {Words{"convert", "--profile", profile_, in_, "-o", out_},

@@ -47,9 +47,10 @@ protected:
     }
     /// That memory is short, in one line.
     static bool TellsOfMemory(const std::string& text) {
-        return Lines(text).size() == 1 && (text.find(": needs more memory than there is; lower -j\n") != text.npos ||
-                                           text == "hueweave: there is not enough memory; lower -j\n" ||
-                                           text.find("(Cannot allocate memory)") != text.npos);
+        return Lines(text).size() == 1 &&
+               (text.find(": needs more memory than is available; lower -j\n") != text.npos ||
+                text == "hueweave: not enough memory; lower -j\n" ||
+                text.find("(Cannot allocate memory)") != text.npos);
     }
     /// What a failed run says and leaves. With status 5 the file is there, and the line about it is lost.
     void ExpectRefusal(const Outcome& run, const std::string& wanted, bool one) {

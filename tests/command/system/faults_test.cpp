@@ -199,9 +199,9 @@ protected:
 
 TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
     const std::pair<std::string, std::string> rows[] = {
-        {"-3", ": tells of sizes that no memory can hold; get a whole copy of the file"},
-        {"-4", ": needs more memory than there is; lower -j"},
-        {"-5", ": cannot be worked on, for a reason that was not foreseen (odd); please report it, with the file"}};
+        {"-3", ": declares sizes that do not fit in memory; get a whole copy of the file"},
+        {"-4", ": needs more memory than is available; lower -j"},
+        {"-5", ": cannot be processed, for an unexpected reason (odd); please report it, with the file"}};
     for (const auto& [what, reason] : rows) {
         // The profile is read at once, so that the fourth read is of the first file.
         Outcome run = Run({scans_, "-o", out_, "--json"}, "pread:4:" + what);

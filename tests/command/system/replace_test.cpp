@@ -44,7 +44,7 @@ TEST_F(ReplaceTest, ANameThatIsTakenIsRefusedUnlessForced) {
     WriteBytes(out_, "old");
     for (const Words& more : {Words{}, Words{"--dry-run"}}) {
         EXPECT_THAT(Convert(Words{"-o", out_} + more),
-                    SaysOnly(5, out_ + ": is there already; replace it with --force, or choose another name"));
+                    SaysOnly(5, out_ + ": exists already; replace it with --force, or choose another name"));
         EXPECT_EQ(FileBytes(out_), "old");
     }
     EXPECT_EQ(Convert({"-o", out_, "--force"}).status, 0);

@@ -108,7 +108,7 @@ TEST_F(SafetyTest, InPlaceReplacesAndKeepsTheMode) {
     // A second name goes on to lead to what was there, and that is said.
     fs::create_hard_link(in_, folder_ / "second.tif");
     EXPECT_THAT(ConvertScan({in_, "--in-place", "--force"}),
-                Says(0, "in.tif: has further names (hard links), which keep what it was"));
+                Says(0, "in.tif: has other names (hard links), which keep the old contents"));
 }
 
 // Where lines are counted, the limit would cut the files of the counts as well.

@@ -169,7 +169,7 @@ TEST_F(LimitsTest, DataThatDecodeToMoreThanThePicture) {
     };
     ExpectConverted(make(2 * 48 + (1 << 20)), scanner_);
     EXPECT_EQ(ReadPictures(out_)[0].values, ToSrgb(SmallPicture()).values);
-    ExpectRefused(make(2 * 48 + (1 << 20) + 1), scanner_, 4, "its Deflate data go on far beyond the picture");
+    ExpectRefused(make(2 * 48 + (1 << 20) + 1), scanner_, 4, "its Deflate data continue far beyond the image");
 }
 
 TEST_F(LimitsTest, ProfilesOfAFile) {

@@ -57,12 +57,12 @@ TEST_F(MetadataTest, TenFieldsAreKept) {
 TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
     Make("tiffcp -s -c none -r 16 $in $out");
     SetFields(in_, {"-ExifIFD:ColorSpace#=1"});
-    const std::string said = "in.tif: its EXIF field ColorSpace stays at sRGB, which it is no more";
+    const std::string said = "in.tif: its EXIF field ColorSpace stays at sRGB, which no longer applies";
     EXPECT_THAT(Convert({"--to", "adobe-rgb"}).err, HasSubstr(said));
     EXPECT_THAT(Convert({"--force"}).err, Not(HasSubstr(said)));
     SetFields(in_, {"-XMP-photoshop:ICCProfileName=Adobe RGB (1998)"});
     EXPECT_THAT(Convert({"--force"}).err,
-                HasSubstr("in.tif: its XMP field photoshop:ICCProfile stays, and names the profile that was\n"));
+                HasSubstr("in.tif: its XMP field photoshop:ICCProfile stays, and names the old profile\n"));
     SetFields(in_, {"-XMP:all="});
     EXPECT_THAT(Convert({"--force"}).err, Not(HasSubstr("XMP")));
     // So are tags of primaries and white, and what they mean without a profile.
@@ -71,10 +71,10 @@ TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
     EXPECT_THAT(Convert({"--force"}).err,
                 HasSubstr("in.tif: its tag of the old colours (318) stays; the embedded profile takes precedence over "
                           "it\n"));
-    EXPECT_THAT(Convert({"--force", "--no-tag"}).err, HasSubstr("(318) stays and tells of the wrong ones\n"));
+    EXPECT_THAT(Convert({"--force", "--no-tag"}).err, HasSubstr("(318) stays and no longer applies\n"));
     Shell("tiffset -s 319 0.64 0.33 0.3 0.6 0.15 0.06 " + Quoted(in_));
     EXPECT_THAT(Convert({"--force"}).err, HasSubstr("its tags of the old colours (318, 319) stay; the embedded"));
-    EXPECT_THAT(Convert({"--force", "--no-tag"}).err, HasSubstr("(318, 319) stay and tell of the wrong ones\n"));
+    EXPECT_THAT(Convert({"--force", "--no-tag"}).err, HasSubstr("(318, 319) stay and no longer apply\n"));
 }
 
 TEST_F(MetadataTest, PrivateTagsAndBytesThatNoTagPointsAtAreKept) {

@@ -56,15 +56,15 @@ TEST_F(StructureTest, DirectoriesDoNotLieOverEachOther) {
     for (const std::uint64_t below : {before, page + 6}) {
         TiffMaker tiff = tiff_;
         tiff.Patch(tiff.bytes().size() - 4, below);
-        EXPECT_EQ(Reason(tiff), "has directories that lie over each other");
+        EXPECT_EQ(Reason(tiff), "has overlapping directories");
     }
     tiff_.First(6);
-    EXPECT_EQ(Reason(tiff_), "has directories that lie over each other");
+    EXPECT_EQ(Reason(tiff_), "has overlapping directories");
 }
 
 TEST_F(StructureTest, AnImageIsNoMetadata) {
     // Its own, and those of another page.
-    constexpr const char* kBoth = "has a directory that is an image and metadata at once";
+    constexpr const char* kBoth = "has a directory that is both an image and metadata";
     TiffMaker own = tiff_;
     const std::uint64_t page = own.Page(And(small_, TiffMaker::Long(34665, 0)));
     own.Patch(page + 2 + 12 * small_.size() + 8, page);
@@ -84,7 +84,7 @@ TEST_F(StructureTest, PagesDoNotLeadBackToEarlierOnes) {
 
 TEST_F(StructureTest, SubIfdsStandInOneEntryOfWholeNumbers) {
     const TiffMaker::Entry none{330, 0, 0, 0};
-    EXPECT_EQ(ReasonOfPage(And(small_, none)), "has no whole numbers in tag 330");
+    EXPECT_EQ(ReasonOfPage(And(small_, none)), "has no integers in tag 330");
     EXPECT_EQ(ReasonOfPage(And(And(small_, TiffMaker::Long(330, 0)), none)), "has tag 330 twice");
 }
 
@@ -120,10 +120,10 @@ TEST_F(StructureTest, NumbersBeyond64BitsAreNoSmallOnes) {
     // 2^62 entries of 20 bytes, and 2^61 values of 8, are 0 bytes in 64 bits.
     TiffMaker entries(true);
     entries.First(entries.Put(Little({std::uint64_t{1} << 62}, 8) + std::string(100, '\0')));
-    EXPECT_EQ(Reason(entries), "is cut: a directory runs past its end");
+    EXPECT_EQ(Reason(entries), "is truncated: a directory runs past its end");
     TiffMaker values(true);
     values.Page({{40000, 16, std::uint64_t{1} << 61, 0}});
-    EXPECT_EQ(Reason(values), "is cut: the value of tag 40000 lies past its end");
+    EXPECT_EQ(Reason(values), "is truncated: the value of tag 40000 lies past its end");
 }
 
 TEST_F(StructureTest, WhatIsReadOfAFileIsBoundedByItsSize) {
@@ -146,7 +146,7 @@ TEST_F(StructureTest, AValueMayEndWhereTheFileEnds) {
         return Reason(tiff_);
     };
     EXPECT_EQ(at(last), "");
-    EXPECT_EQ(at(last + 1), "is cut: the value of tag 40000 lies past its end");
+    EXPECT_EQ(at(last + 1), "is truncated: the value of tag 40000 lies past its end");
 }
 
 TEST_F(StructureTest, MetadataThatLeadOutOfTheFileTakeNoPlaceOfIt) {
@@ -199,7 +199,7 @@ TEST_F(StructureTest, PagesAndTheirPartsHaveASize) {
         {tiled, TiffMaker::Long(322, 0x80000000), kNoSize},
         {tiled, TiffMaker::Long(323, 0), kNoSize},
         {tiled, TiffMaker::Long(323, 0x80000000), kNoSize},
-        {tiled, TiffMaker::Short(32998, 2), "holds a body of several layers"},
+        {tiled, TiffMaker::Short(32998, 2), "contains an image with several depth layers"},
         {small_, TiffMaker::Long(273, 0), "has an empty strip or tile"},
         {small_, TiffMaker::Long(279, 0), "has an empty strip or tile"},
         {small_, TiffMaker::Long(279, 47), "image data lie past the end of the file"},

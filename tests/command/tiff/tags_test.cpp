@@ -101,23 +101,23 @@ TEST_F(TagsTest, NumbersOfValuesThatTheyCannotHaveAreRefused) {
 TEST_F(TagsTest, ValuesThatContradictAreRefused) {
     ExpectRefusal(With(Small(), {281, 3, 3, 0, Little({255, 254, 255}, 2)}),
                   "has tag 281 with different values for the samples");
-    ExpectRefusal(With(Small(), TiffMaker::Short(32997, 2)), "holds a body of several layers");
+    ExpectRefusal(With(Small(), TiffMaker::Short(32997, 2)), "contains an image with several depth layers");
     for (const unsigned order : {0U, 3U, 9U}) {
-        ExpectRefusal(With(Small(), TiffMaker::Short(266, order)), "has bits in no order");
+        ExpectRefusal(With(Small(), TiffMaker::Short(266, order)), "has an unknown bit order");
     }
-    ExpectRefusal(With(Small(), TiffMaker::Short(32996, 3)), "holds samples that are not plain");
+    ExpectRefusal(With(Small(), TiffMaker::Short(32996, 3)), "contains samples that are not unsigned integers");
     for (const unsigned tag : {322U, 323U, 324U, 325U}) {
-        ExpectRefusal(And(Small(), TiffMaker::Short(tag, 16)), "has strips and tiles at once");
+        ExpectRefusal(And(Small(), TiffMaker::Short(tag, 16)), "has both strips and tiles");
     }
     for (const unsigned tag : {273U, 279U}) {
         const Entries tiled = TiffMaker::Rgb({.offsets = {pixels_}, .counts = {48}, .tileWidth = 16, .tileHeight = 16});
-        ExpectRefusal(And(tiled, TiffMaker::Short(tag, 8)), "has strips and tiles at once");
+        ExpectRefusal(And(tiled, TiffMaker::Short(tag, 8)), "has both strips and tiles");
     }
     Entries alpha = With(With(Small(), TiffMaker::Short(277, 4)), {258, 3, 4, 0, Little({8, 8, 8, 8}, 2)});
     ExpectRefusal(With(With(alpha, TiffMaker::Long(257, 3)), TiffMaker::Short(338, 3)),
-                  "has a further sample of an unknown kind (3)");
+                  "has an extra sample of an unknown kind (3)");
     // Also of a sample that is not there: libtiff does not open such a file.
-    ExpectRefusal(With(Small(), TiffMaker::Short(338, 8)), "has a further sample of an unknown kind (8)");
+    ExpectRefusal(With(Small(), TiffMaker::Short(338, 8)), "has an extra sample of an unknown kind (8)");
 }
 
 TEST_F(TagsTest, EncodedTilesOfOddSidesAreRefusedAsAnInput) {
@@ -125,7 +125,7 @@ TEST_F(TagsTest, EncodedTilesOfOddSidesAreRefusedAsAnInput) {
         ExpectRefusal(
             TiffMaker::Rgb(
                 {.offsets = {pixels_}, .counts = {48}, .compression = 8, .tileWidth = width, .tileHeight = height}),
-            "has encoded tiles whose sides are no multiples of 16");
+            "has encoded tiles whose sides are not multiples of 16");
     }
 }
 

@@ -43,7 +43,7 @@ class Session {
 public:
     Session(const Disk& disk, FuzzInput& input) : disk_(disk), input_(input) {
         for (const Exports& engine : kEngines) {
-            // Two paths in turn: the same one again could be the binding that is there already.
+            // Two paths in turn: the same one again could be the binding that exists already.
             engine.setProfile(kNoFile, nullptr, 0, CsRGB_8, CssRGB_8);
             Require(engine.setProfile(nullptr, nullptr, 0, CsRGB_8, CssRGB_8) == kNone, "no profile");
         }

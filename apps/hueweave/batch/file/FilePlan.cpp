@@ -57,7 +57,7 @@ private:
 
     void NoteConversion(const DeviceProfile& profile, const ReadyConverter& ready, const TiffPage& page) {
         if (!ready.bakedBecause.empty()) {
-            const std::string text = ready.bakedBecause + "; the engine takes a profile baked from it";
+            const std::string text = ready.bakedBecause + "; the library uses a profile baked from it";
             notes_.own.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
         }
         if (ready.transform != nullptr && ready.transform->way() == colour::Way::PixelByPixel) {
@@ -97,7 +97,7 @@ private:
                 return *embedded;
             case SourceRule::RequireMatch:
                 throw Refusal(Exit::Profile, name_, "embeds another profile" + other + " than " + given->name,
-                              "settle it with --source given or --source embedded");
+                              "choose with --source given or --source embedded");
             default:
                 Note("embeds another profile" + other + "; " + given->name + " is used");
                 return *given;

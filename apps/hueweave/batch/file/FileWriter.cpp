@@ -37,7 +37,7 @@ void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& wri
     const OutputFile::Existing existing = ExistingRule(session.options);
     struct stat old {};
     if (existing == OutputFile::Existing::Replace && ::stat(path.c_str(), &old) == 0 && old.st_nlink > 1) {
-        written.notes.push_back(source.name + ": has further names (hard links), which keep what it was");
+        written.notes.push_back(source.name + ": has other names (hard links), which keep the old contents");
     }
     const auto wanted = session.options.inPlace ? std::optional(source.opened) : std::nullopt;
     written.output = std::make_unique<OutputFile>(path, existing, wanted);

@@ -45,10 +45,10 @@ void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes)
     const std::string_view space = options_.rendering.space != nullptr ? options_.rendering.space->name : "";
     if ((exif == 1 && space != "srgb") || (exif == 2 && space != "adobe-rgb")) {
         notes.common.insert(
-            fmt::format("EXIF field ColorSpace stays at {}, which it is no more", exif == 1 ? "sRGB" : "AdobeRGB"));
+            fmt::format("EXIF field ColorSpace stays at {}, which no longer applies", exif == 1 ? "sRGB" : "AdobeRGB"));
     }
     if (IsNew(directory, tag::Xmp) && XmpNamesProfile(structure_, directory)) {
-        notes.common.insert("XMP field photoshop:ICCProfile stays, and names the profile that was");
+        notes.common.insert("XMP field photoshop:ICCProfile stays, and names the old profile");
     }
     if (IsNew(directory, tag::PhotoshopResources)) {
         const PhotoshopResources photoshop(structure_, directory);
@@ -70,7 +70,7 @@ void LossNotes::LookAtOldTags(const TiffDirectory& directory, FileNotes& notes) 
     const bool one = old.size() == 1;
     const char* stay = one ? "stays; the embedded profile takes precedence over it"
                            : "stay; the embedded profile takes precedence over them";
-    if (options_.noTag) stay = one ? "stays and tells of the wrong ones" : "stay and tell of the wrong ones";
+    if (options_.noTag) stay = one ? "stays and no longer applies" : "stay and no longer apply";
     notes.common.insert(fmt::format("{} of the old colours ({}) {}", one ? "tag" : "tags", fmt::join(old, ", "), stay));
 }
 

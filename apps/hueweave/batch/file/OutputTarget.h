@@ -7,7 +7,7 @@
 
 namespace hueweave::tool {
 
-/// Whether the options let a conversion replace a file that is there already.
+/// Whether the options let a conversion replace a file that exists already.
 OutputFile::Existing ExistingRule(const ConvertOptions& options);
 /// Refuses an output that may not be written where it is meant to be.
 void CheckOutputPath(const FileTask& task);

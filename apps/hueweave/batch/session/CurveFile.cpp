@@ -23,7 +23,7 @@ colour::ToneCurves ReadCurves(const std::string& path) {
     std::string line;
     std::size_t row = 0;
     while (lines.Next(line)) {
-        if (line.size() > kLongestRow) refuse(fmt::format("row {} is no curve row", row + 1));
+        if (line.size() > kLongestRow) refuse(fmt::format("row {} does not have three values", row + 1));
         if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
         if (row == 256) refuse("has more than 256 rows");
         std::istringstream words(line);
@@ -31,7 +31,8 @@ colour::ToneCurves ReadCurves(const std::string& path) {
         words.str(line);
         for (std::size_t channel = 0; channel < 3; ++channel) {
             int value = -1;
-            if (!(words >> value) || value < 0 || value > 255) refuse(fmt::format("row {} is no curve row", row + 1));
+            if (!(words >> value) || value < 0 || value > 255)
+                refuse(fmt::format("row {} does not have three values", row + 1));
             curves[channel][row] = static_cast<unsigned char>(value);
         }
         if (words >> line) refuse(fmt::format("row {} has more than three values", row + 1));

@@ -41,7 +41,7 @@ public:
     std::vector<Found> Run() {
         Enter(top_);
         std::sort(found_.begin(), found_.end(), [](const Found& a, const Found& b) { return a.source < b.source; });
-        if (found_.empty()) throw Refusal(Exit::Input, top_, "holds no TIFF files", "name another folder");
+        if (found_.empty()) throw Refusal(Exit::Input, top_, "contains no TIFF files", "name another folder");
         return std::move(found_);
     }
 
@@ -80,7 +80,7 @@ std::vector<std::string> ReadNames(const std::string& path, bool nul) {
     std::string name;
     while (descriptor >= 0 && lines.Next(name)) {
         if (name.size() > PATH_MAX) {
-            throw Refusal(Exit::Usage, path, "holds a name that is too long for a file",
+            throw Refusal(Exit::Usage, path, "contains a name that is too long for a file",
                           nul ? "end each name with a zero byte" : "give one name a line");
         }
         if (!nul && name.ends_with('\r')) name.pop_back();  // a list from another system

@@ -52,7 +52,7 @@ void ResumeRecord::Load() {
     const std::string path = RecordPath(folder_);
     auto [file, problem, error] = FileAccess::OpenOwn(path, O_RDONLY);
     if (error == ENOENT) return;
-    if (problem.empty() && file.Size() > kLargestRecord) problem = "is larger than any record";
+    if (problem.empty() && file.Size() > kLargestRecord) problem = "is too large to be a record";
     std::string line;
     for (LineReader lines(file.descriptor(), '\n', kLongestLine); problem.empty();) {
         if (lines.Next(line)) {
@@ -62,7 +62,7 @@ void ResumeRecord::Load() {
         if (lines.error() == 0) return;
         problem = "cannot be read (" + ErrorText(lines.error()) + ")";
     }
-    throw Refusal(Exit::Output, path, problem + ", and tells of no earlier run", "remove it, or leave out --resume");
+    throw Refusal(Exit::Output, path, problem + ", and records no earlier run", "remove it, or leave out --resume");
 }
 
 ResumeRecord::~ResumeRecord() {
@@ -110,7 +110,7 @@ void ResumeRecord::Add(const std::string& relative, const std::string& fingerpri
     const FileAccess& file = record_.file;
     if (record_.error != 0) {
         throw Refusal(Exit::Output, RecordPath(folder_), record_.problem + " and is not written to",
-                      "--resume will not know of this run; remove it for the next one");
+                      "--resume will not recognise this run; remove it for the next one");
     }
     const ssize_t put = ::write(file.descriptor(), line.data(), line.size());
     written_ += std::max<ssize_t>(put, 0);
@@ -120,7 +120,7 @@ void ResumeRecord::Add(const std::string& relative, const std::string& fingerpri
     if (error == 0 && ::fdatasync(file.descriptor()) != 0) error = errno;
     if (error != 0) {
         throw Refusal(Exit::Output, file.name(), "cannot be written (" + ErrorText(error) + ")",
-                      "--resume will not know of " + relative);
+                      "--resume will not recognise " + relative);
     }
 }
 

@@ -77,7 +77,7 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
                       "write it anew with LZW or Deflate, for example with tiffcp -c zip");
     };
     // Their planes would be interpreted as red, green and blue.
-    if (page.planar && page.photometric == PHOTOMETRIC_YCBCR) refuse("holds YCbCr pixels in planes of their own");
+    if (page.planar && page.photometric == PHOTOMETRIC_YCBCR) refuse("contains planar YCbCr pixels");
     const TiffDirectory& directory = structure.directories()[page.directory];
     if (const TiffEntry* tables = directory.Find(tag::JpegTables)) {
         if (tables->dataSize > kMostTables) refuse("has JPEG tables that are too large");
@@ -85,7 +85,7 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
     }
     const TiffEntry* subsampling = directory.Find(tag::YCbCrSubSampling);
     if (page.photometric != PHOTOMETRIC_YCBCR || subsampling == nullptr) return;
-    if (subsampling->count != 2) refuse("does not tell how its colours are subsampled");
+    if (subsampling->count != 2) refuse("does not state its chroma subsampling");
     subsampling_ = structure.Numbers(*subsampling);
 }
 

@@ -94,11 +94,11 @@ std::string DeflateReader::Explain(DeflateEnd end) const {
         case DeflateEnd::Sound:
             break;
         case DeflateEnd::Missing:
-            return "its Deflate data break off";
+            return "its Deflate data are truncated";
         case DeflateEnd::TooEarly:
             return "its Deflate data end too early";
         case DeflateEnd::TooLate:
-            return "its Deflate data go on far beyond the picture";
+            return "its Deflate data continue far beyond the image";
         case DeflateEnd::Damaged:
             return stream_->msg != nullptr ? stream_->msg : "its Deflate data cannot be decoded";
     }

@@ -59,7 +59,7 @@ public:
     }
     [[noreturn]] static void RefuseDamaged(const std::string& name, const std::string& why) {
         throw Refusal(Exit::Input, name,
-                      "holds damaged image data (" + (why.empty() ? "it cannot be decoded" : why) + ")",
+                      "contains damaged image data (" + (why.empty() ? "it cannot be decoded" : why) + ")",
                       "get a whole copy of the file");
     }
     bool Failed() const { return failure || !messages.first.empty(); }
@@ -138,7 +138,7 @@ void CheckGeometry(tiff* handle, const TiffPage& page, std::uint64_t rows, std::
                alike(TIFFScanlineSize(handle), page.RowBytes()) && alike(TIFFStripSize(handle), page.DecodedBytes(0)) &&
                alike(TIFFVStripSize(handle, static_cast<std::uint32_t>(last)), page.RowBytes() * last);
     }
-    if (!same) DecoderView::RefuseDamaged(name, "its strips or tiles have no size that can be decoded");
+    if (!same) DecoderView::RefuseDamaged(name, "the size of its strips or tiles cannot be decoded");
 }
 
 /// Refuses data that do not end correctly.
@@ -163,7 +163,7 @@ void CheckWebp(const PageSource& source, std::uint64_t segment, Bytes head) {
     if (page.compression != COMPRESSION_WEBP) return;
     if (page.fillOrder == FILLORDER_LSB2MSB) TIFFReverseBits(head.data(), static_cast<tmsize_t>(head.size()));
     if (WebpSize(head) == PixelSize{page.segmentWidth, page.RowsOf(segment)}) return;
-    DecoderView::RefuseDamaged(source.file().name(), "its WebP data are of another size");
+    DecoderView::RefuseDamaged(source.file().name(), "its WebP data have a different size");
 }
 
 void OpenView(DecoderView& view, TiffHandle& handle, const PageSource& source, std::uint64_t mostMemory) {

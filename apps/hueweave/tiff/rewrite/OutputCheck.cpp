@@ -14,7 +14,8 @@ namespace hueweave::tool {
 namespace {
 
 [[noreturn]] void Refuse(const FileAccess& target, const std::string& what) {
-    throw Refusal(Exit::Output, target.name(), "is not written, since it would not read back as planned (" + what + ")",
+    throw Refusal(Exit::Output, target.name(),
+                  "is not written, because it would not read back correctly (" + what + ")",
                   "write the source anew, for example with tiffcp, and convert that");
 }
 

@@ -41,7 +41,7 @@ protected:
         SCOPED_TRACE(what);
         WriteBytes(in_, bytes);
         const Outcome run = ConvertLow();
-        EXPECT_THAT(run, Refuses(4, "in.tif: holds damaged image data ("));
+        EXPECT_THAT(run, Refuses(4, "in.tif: contains damaged image data ("));
         EXPECT_THAT(run.err, testing::HasSubstr("); get a whole copy of the file"));
         EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }

@@ -92,7 +92,7 @@ TEST_F(DecoderTest, WebpDataOfAnotherSizeAreRefused) {
     const std::size_t width = EntryAt(256, 3) + 8;
     for (const unsigned other : {8U, 17U, 32U}) {
         Patch(width, other, 2);
-        ExpectRefusal("its WebP data are of another size");
+        ExpectRefusal("its WebP data have a different size");
     }
 }
 
@@ -101,7 +101,7 @@ TEST_F(DecoderTest, AWindowOfZstandardThatNobodyCanHoldIsAFaultOfTheFile) {
     constexpr std::size_t kFrame = 8, kDescriptor = kFrame + 4, kWindow = kDescriptor + 1;
     ASSERT_EQ(FileBytes(in_).substr(kFrame, 5), std::string("\x28\xb5\x2f\xfd\0", 5)) << "a frame with a window";
     Patch(kWindow, 30 << 3, 1);  // 2^40 bytes
-    ExpectRefusal("holds damaged image data (");
+    ExpectRefusal("contains damaged image data (");
 }
 
 TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
@@ -197,7 +197,7 @@ TEST_F(DecoderTest, YCbCrPixelsTellHowTheyAreSubsampled) {
     Make("tiffcp -L -s -c jpeg:90 -r 16 $in $out && tiffset -s 530 2 2 $out");
     ExpectConversion();
     Patch(EntryAt(530, 3) + 4, 1, 4);
-    ExpectRefusal("does not tell how its colours are subsampled");
+    ExpectRefusal("does not state its chroma subsampling");
 }
 
 TEST_F(DecoderTest, YCbCrPixelsInPlanesAreRefused) {
@@ -206,7 +206,7 @@ TEST_F(DecoderTest, YCbCrPixelsInPlanesAreRefused) {
         "tiffcp -p separate -s -c jpeg:r:90 -r 16 $out.raw.tif $out && rm $out.raw.tif");
     ExpectConversion();
     Shell("tiffset -s 262 6 " + Quoted(in_));
-    ExpectRefusal("holds YCbCr pixels in planes of their own");
+    ExpectRefusal("contains planar YCbCr pixels");
 }
 
 TEST_F(DecoderTest, JpegTablesBeyondAnyUseAreRefused) {
@@ -276,9 +276,9 @@ TEST_F(DecoderTest, DeflateDataThatEndOtherwiseAreRefusedWithTheReason) {
     otherSum.back() = static_cast<char>(otherSum.back() ^ 1);
     const std::pair<std::string, std::string> kinds[] = {
         {sound, ""},
-        {sound.substr(0, sound.size() - 1), "holds damaged image data (its Deflate data break off)"},
-        {Deflated(std::string(47, '\0')), "holds damaged image data (its Deflate data end too early)"},
-        {otherSum, "holds damaged image data (incorrect data check)"}};  // zlib's words
+        {sound.substr(0, sound.size() - 1), "contains damaged image data (its Deflate data are truncated)"},
+        {Deflated(std::string(47, '\0')), "contains damaged image data (its Deflate data end too early)"},
+        {otherSum, "contains damaged image data (incorrect data check)"}};  // zlib's words
     for (const auto& [packed, reason] : kinds) {
         OneStrip(packed, {.compression = COMPRESSION_ADOBE_DEFLATE}).Save(in_);
         const OpenedPage opened(in_);

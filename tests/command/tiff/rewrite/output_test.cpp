@@ -118,7 +118,7 @@ protected:
         } catch (const tool::Refusal& refusal) {
             EXPECT_EQ(refusal.status(), tool::Exit::Output);
             EXPECT_THAT(refusal.what(),
-                        HasSubstr("out.tif: is not written, since it would not read back as planned ("));
+                        HasSubstr("out.tif: is not written, because it would not read back correctly ("));
             EXPECT_THAT(refusal.what(), HasSubstr("; "));
             return refusal.reason();
         }
@@ -153,7 +153,7 @@ TEST_F(OutputCheckTest, AnotherShapeOrPlace) {
           Row{3, 8, "a page has another shape"},          // compression
           Row{4, 1, "holds grey pixels"},                 // colours
           Row{5, 10, "image data are at another place"},  // place of the strip
-          Row{8, 47, "is cut: image data lie"},           // bytes of the strip
+          Row{8, 47, "is truncated: image data lie"},     // bytes of the strip
           Row{8, 49, "image data are at another place"}, Row{9, 2, "lacks some of its strips"}}) {  // planes
         EXPECT_THAT(Check(Changed(row.entry, row.value)), HasSubstr(row.reason));
     }
