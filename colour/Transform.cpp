@@ -23,6 +23,12 @@ namespace {
 constexpr double kMostP999 = 0.1, kMostLargest = 0.33;
 constexpr std::size_t kRun = 256;  ///< pixels that Little CMS converts at a time
 
+template <typename Sample>
+Sample Rounded(float value) {
+    constexpr auto kTop = static_cast<float>(static_cast<Sample>(-1));
+    return static_cast<Sample>((value > 0.0F ? std::min(value, 1.0F) : 0.0F) * kTop + 0.5F);
+}
+
 /// A way from pixel to pixel.
 class Conversion {
 public:
@@ -33,14 +39,36 @@ public:
 
 class ByTables : public Conversion {
 public:
-    explicit ByTables(Link&& link) : tables_(link.source, std::move(link.stages), link.target) {}
+    /// Black and white become exactly what the truth makes of them.
+    ByTables(Link&& link, const Truth& truth) : tables_(link.source, std::move(link.stages), link.target) {
+        tables_.SetEnds(EndsOf<std::uint8_t>(truth), EndsOf<std::uint16_t>(truth));
+    }
     void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
                  unsigned samples) const override {
-        const Loops& loops = *AllLoops().back();
-        (bits == 8 ? loops.bytes : loops.words)(tables_.program(), source, dest, pixels, samples);
+        LoopFor(bits)(tables_.program(), source, dest, pixels, samples);
     }
 
 private:
+    static Loop LoopFor(unsigned bits) { return bits == 8 ? AllLoops().back()->bytes : AllLoops().back()->words; }
+
+    template <typename Sample>
+    Ends EndsOf(const Truth& truth) const {
+        constexpr auto kTop = static_cast<Sample>(-1);
+        const float from[6] = {0, 0, 0, 1, 1, 1};
+        float wanted[6];
+        truth.Convert(from, wanted, 2);
+        Sample reached[6] = {0, 0, 0, kTop, kTop, kTop};
+        auto* const bytes = reinterpret_cast<unsigned char*>(reached);
+        LoopFor(8 * sizeof(Sample))(tables_.program(), bytes, bytes, 2, 3);
+        Ends ends;
+        for (std::size_t c = 0; c < 3; ++c) {
+            ends.black[c] = Rounded<Sample>(wanted[c]);
+            ends.white[c] = Rounded<Sample>(wanted[c + 3]);
+            ends.used = ends.used || ends.black[c] != reached[c] || ends.white[c] != reached[c + 3];
+        }
+        return ends;
+    }
+
     Tables tables_;
 };
 
@@ -71,8 +99,7 @@ private:
             }
             truth_.Convert(from, to, count);
             for (std::size_t i = 0; i < 3 * count; ++i) {
-                const float value = to[i] > 0.0F ? std::min(to[i], 1.0F) : 0.0F;
-                const auto sample = static_cast<Sample>(value * kTop + 0.5F);
+                const Sample sample = Rounded<Sample>(to[i]);
                 std::memcpy(dest + place(i), &sample, sizeof sample);
             }
         }
@@ -144,7 +171,7 @@ Transform::Transform(const Bytes& source, const Bytes& target, const TransformOp
         poll();
         if (auto link = LinkProfiles(*work, from, to, options)) {
             const Way way = link->stages.HasGrid() ? Way::Direct : Way::Matrix;
-            parts->Take(way, std::make_unique<const ByTables>(std::move(*link)), truth, poll);
+            parts->Take(way, std::make_unique<const ByTables>(std::move(*link), truth), truth, poll);
         }
         if (parts->conversion == nullptr || !parts->IsExact()) {
             parts->reason = parts->WhyNot();

@@ -20,6 +20,11 @@ public:
     Tables& operator=(const Tables&) = delete;
 
     const Program& program() const { return program_; }
+    /// Sets what black and white become at both depths.
+    void SetEnds(const Ends& bytes, const Ends& words) {
+        program_.byteEnds = bytes;
+        program_.wordEnds = words;
+    }
 
 private:
     void AddStep(const Stage& stage);

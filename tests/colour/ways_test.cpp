@@ -245,6 +245,25 @@ Bytes SrgbTable(std::size_t entries) {
     return TableBlock(light);
 }
 
+TEST(WaysTest, BlackAndWhiteAreTheTruthToTheLastBit) {
+    for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc"}) {
+        for (const Bytes& target : {TargetOf(*colour::FindSpace("srgb")), TargetOf(*colour::FindSpace("adobe-rgb")),
+                                    TableProfile({.target = true})}) {
+            const TransformOptions options{RenderingIntent::AbsoluteColorimetric};
+            const Bytes source = ArgyllProfile(file);
+            const Transform transform(source, target, options);
+            const auto wanted = Truth(source, target, options, {0, 0, 0, 1, 1, 1});
+            const auto expect = [&](const auto& got, double top) {
+                for (std::size_t i = 0; i < 6; ++i) {
+                    EXPECT_EQ(got[i], std::lround(std::clamp(wanted[i], 0.0, 1.0) * top)) << file << " " << i;
+                }
+            };
+            expect(Converted(transform, Words{0, 0, 0, 65535, 65535, 65535}), 65535.0);
+            expect(Converted(transform, std::vector<std::uint8_t>{0, 0, 0, 255, 255, 255}), 255.0);
+        }
+    }
+}
+
 TEST(CopyTest, AProfileAndItselfAreCopied) {
     for (const Bytes& profile : {TableProfile({.target = true}), ArgyllProfile("wide.icc"), LcmsSrgb()}) {
         for (const int intent : {0, 1, 2, 3}) {

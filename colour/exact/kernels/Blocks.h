@@ -295,13 +295,28 @@ struct BlockLoop {
 
     /// Rounds to the nearest sample.
     template <typename Sample>
-    static void WriteOutputs(Block& block, unsigned char* to, unsigned samples, int count) {
+    static void RoundOutputs(Block& block) {
         constexpr auto kTop = static_cast<float>(static_cast<Sample>(-1));
         for (int c = 0; c < 3; ++c) {
             for (int i = 0; i < kBlock; i += kLanes) {
                 Write(&block.index[c][i], Whole(Clamp(Read<Floats>(&block.value[c][i]), 1.0F) * kTop + 0.5F));
             }
         }
+    }
+
+    template <typename Sample>
+    static void SetEnds(const Ends& ends, const unsigned char* from, unsigned samples, int count, Block& block) {
+        constexpr auto kTop = static_cast<Sample>(-1);
+        for (int i = 0; i < count; ++i, from += samples * sizeof(Sample)) {
+            const auto red = Read<Sample>(from);
+            if (red != 0 && red != kTop) continue;
+            if (Read<Sample>(from + sizeof(Sample)) != red || Read<Sample>(from + 2 * sizeof(Sample)) != red) continue;
+            for (int c = 0; c < 3; ++c) block.index[c][i] = red == 0 ? ends.black[c] : ends.white[c];
+        }
+    }
+
+    template <typename Sample>
+    static void WriteOutputs(const Block& block, unsigned char* to, unsigned samples, int count) {
         for (int i = 0; i < count; ++i, to += samples * sizeof(Sample)) {
             Write(to, static_cast<Sample>(block.index[0][i]));
             Write(to + sizeof(Sample), static_cast<Sample>(block.index[1][i]));
@@ -315,6 +330,7 @@ struct BlockLoop {
         const std::size_t pixelBytes = samples * sizeof(Sample);
         const float* const* tables = program.words;
         if constexpr (sizeof(Sample) == 1) tables = program.bytes;
+        const Ends& ends = sizeof(Sample) == 1 ? program.byteEnds : program.wordEnds;
         Block block{};
         for (std::size_t done = 0; done < pixels; done += kBlock) {
             const int count = pixels - done < kBlock ? static_cast<int>(pixels - done) : kBlock;
@@ -323,6 +339,8 @@ struct BlockLoop {
             if (program.encoding[0] != nullptr) {
                 for (int c = 0; c < 3; ++c) Encode(program.encoding[c], c, block);
             }
+            RoundOutputs<Sample>(block);
+            if (ends.used) SetEnds<Sample>(ends, source + done * pixelBytes, samples, count, block);
             WriteOutputs<Sample>(block, dest + done * pixelBytes, samples, count);
         }
     }

@@ -26,12 +26,19 @@ struct Step {
     float chromaShare;        ///< Adjust: the share of the offset that a unit of chroma takes
 };
 
+/// What black and white become, if that is not what the steps make of them.
+struct Ends {
+    bool used = false;
+    std::int32_t black[3]{}, white[3]{};
+};
+
 /// A transform of pixels, as the loops use it.
 struct Program {
     const float* bytes[3];  ///< 256 values for 8-bit samples
     const float* words[3];  ///< 65536 values for 16-bit samples
     std::span<const Step> steps;
     const float* encoding[3];  ///< `kEncodingEntries` values from 0 to 1, with one more behind them; null for no curve
+    Ends byteEnds, wordEnds;   ///< for 8-bit and 16-bit samples
 };
 
 /// Converts interleaved pixels of `samples` samples each, of which the first three are RGB; others are not touched.
