@@ -16,7 +16,7 @@ _hueweave() {
         kind=files
         options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --no-tag
             --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json
-            --precision --accept-error --bpc --icc-version -v --verbose --no-sandbox"
+            --follow --precision --accept-error --bpc --icc-version -v --verbose --no-sandbox"
         ;;
     inspect) kind=files options="-h --help --json --no-sandbox" ;;
     bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;

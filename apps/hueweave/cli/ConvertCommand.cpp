@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "cli/ConvertCommand.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
@@ -99,6 +101,7 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
         "--files-from", options_.filesFrom,
         "Read the names of more inputs from a file or -, one per line; outputs go directly into the output folder");
     c->add_flag("-0", options_.nul, "These names end in a zero byte");
+    c->add_flag("--follow", options_.follow, "Follow symbolic links in folders");
     c->add_option("--shard", shard_, "Take the K-th of N parts of the inputs, as K/N");
     c->add_flag("--resume", options_.resume, "Skip files that an earlier run converted the same way");
     c->add_flag("--dry-run", options_.dryRun, "Report what would be done, write nothing");
@@ -174,6 +177,10 @@ Exit ConvertCommand::Run() {
     if (options_.resume) record->Load();
     Session session{options_,          list, report, target, cache, folders, swept, record ? &*record : nullptr,
                     std::move(profile)};
+    if (list.links > 0) {
+        report.Note(fmt::format("{} symbolic {} not followed; --follow follows them", list.links,
+                                list.links == 1 ? "link was" : "links were"));
+    }
     const unsigned all = std::max(1U, std::thread::hardware_concurrency());
     const Exit result = RunBatch(session, options_.jobs != 0 ? options_.jobs : all);
     if (const int error = report.Close()) RefuseStandardOutput(error);

@@ -41,6 +41,42 @@ TEST_F(BatchTest, ResultsInsideTheFolderAreNoInputs) {
     EXPECT_THAT(ConvertScan({scans_, "-o", inside, "--force"}), Says(0, "3 converted"));
 }
 
+TEST_F(BatchTest, LinksInAFolderAreFollowedOnlyWithFollow) {
+    const std::string elsewhere = folder_ / "elsewhere";
+    fs::create_directory(elsewhere);
+    fs::copy_file(scans_ + "/a.tif", elsewhere + "/master.tif");
+    fs::create_directory_symlink("..", scans_ + "/deep/up");
+    fs::create_directory_symlink(elsewhere, scans_ + "/linked");
+    fs::create_symlink(elsewhere + "/master.tif", scans_ + "/m.tif");
+    fs::create_symlink("../notes.txt", scans_ + "/deep/notes");
+    const Outcome run = ConvertAll();
+    EXPECT_THAT(run, Says(0, "hueweave: note: 3 symbolic links were not followed; --follow follows them\n"));
+    EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
+    EXPECT_EQ(ConvertAll({"--follow", "--force"}).status, 0);
+    EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif", "linked/master.tif", "m.tif"}));
+    // In place, nothing outside of the folder is written.
+    const std::string before = FileBytes(elsewhere + "/master.tif");
+    EXPECT_EQ(ConvertScan({scans_, "--in-place"}).status, 0);
+    const Outcome followed = ConvertScan({scans_, "--in-place", "--follow", "--force"});
+    EXPECT_THAT(followed, Says(1, "/linked/master.tif: is outside of " + scans_ + ", reached through a link"));
+    EXPECT_EQ(FileBytes(elsewhere + "/master.tif"), before);
+    // What links alone lead to.
+    EXPECT_THAT(ConvertScan({elsewhere, "-o", out_}), Succeeds());
+    fs::remove(elsewhere + "/master.tif");
+    fs::create_symlink(scans_ + "/a.tif", elsewhere + "/a.tif");
+    EXPECT_THAT(ConvertScan({elsewhere, "-o", out_}), Refuses(4, "follow its symbolic links with --follow"));
+}
+
+TEST_F(BatchTest, HiddenFilesAreConvertedOnlyIfNamed) {
+    fs::copy_file(scans_ + "/a.tif", scans_ + "/._a.tif");
+    fs::create_directory(scans_ + "/.trash");
+    fs::copy_file(scans_ + "/a.tif", scans_ + "/.trash/b.tif");
+    EXPECT_EQ(ConvertAll().status, 0);
+    EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
+    EXPECT_THAT(ConvertScan({scans_ + "/._a.tif", "-o", out_}), Succeeds());
+    EXPECT_TRUE(Exists(out_ + "/._a.tif"));
+}
+
 TEST_F(BatchTest, NothingInAFolderIsLeftOutUnsaid) {
     const std::string elsewhere = folder_ / "elsewhere";
     fs::create_directory(elsewhere);
@@ -50,7 +86,7 @@ TEST_F(BatchTest, NothingInAFolderIsLeftOutUnsaid) {
     fs::create_symlink("nowhere.tif", scans_ + "/dangling.tif");
     fs::create_directory(scans_ + "/shut");
     fs::permissions(scans_ + "/shut", fs::perms::none);
-    const Outcome run = ConvertAll({}, {.inChild = HeedModes});
+    const Outcome run = ConvertAll({"--follow"}, {.inChild = HeedModes});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "linked/c.tif"})) << run.err;
     EXPECT_THAT(run.err, HasSubstr("scans/dangling.tif: cannot be read (No such file or directory)"));

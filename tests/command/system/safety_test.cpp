@@ -75,6 +75,8 @@ TEST_F(SafetyTest, AFileGivenAsAnOptionIsNeverTheOutput) {
     const std::string hard = folder_ / "hard.icc", source = folder_ / "in/list";
     fs::copy_file(Input("scanner.icc"), profile);
     fs::create_hard_link(profile, hard);
+    const std::string target = folder_ / "to.icc";
+    fs::copy_file(Input("wide.icc"), target);
     Shell("for i in $(seq 0 255); do echo $i,$i,$i; done > " + Quoted(curve));
     fs::create_directory(folder_ / "in");
     fs::copy_file(in_, source);
@@ -87,6 +89,7 @@ TEST_F(SafetyTest, AFileGivenAsAnOptionIsNeverTheOutput) {
     for (const auto& [output, option, words] :
          {Row{profile, "--profile", {in_, "-o", profile}}, Row{hard, "--profile", {in_, "-o", hard}},
           Row{curve, "--curve", {in_, "-o", curve, "--curve", curve}},
+          Row{target, "--to", {in_, "-o", target, "--to", target}},
           Row{list, "--files-from", {"--files-from", list, "-o", folder_.path()}}}) {
         const std::string before = FileBytes(output);
         const Outcome run = Hueweave(Words{"convert", "--force", "--profile", profile} + words);

@@ -301,7 +301,7 @@ TEST_F(SandboxTest, LinksLeadWhereTheyLead) {
     fs::create_directory_symlink(out_, link);
     fs::create_directory_symlink(elsewhere, out_ + "/sub");
     const auto convert = [&](const Words& words) { EXPECT_THAT(ConvertScan(words), Succeeds()); };
-    convert({inputs, "-o", link});
+    convert({inputs, "-o", link, "--follow"});
     ExpectConverted(out_ + "/b.tif");
     ExpectConverted(elsewhere + "/a.tif");
     // An output that is a link, and an input in place.

@@ -40,6 +40,7 @@ struct ConvertOptions {
     unsigned jobs = 0;      ///< threads; 0 for one a processor
     std::uint64_t maxMemory = std::uint64_t{64} << 20;
     bool noTag = false, force = false, inPlace = false, nul = false, resume = false;
+    bool follow = false;  ///< symbolic links in folders
     bool quiet = false, verbose = false, json = false, dryRun = false;
     bool sandbox = false;  ///< confine the whole process, for good
 };

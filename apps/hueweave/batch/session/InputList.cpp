@@ -31,21 +31,36 @@ bool IsTiffName(const fs::path& path) {
     return extension == ".tif" || extension == ".tiff" || extension == ".tf8" || extension == ".btf";
 }
 
-/// Finds the TIFF files below a folder, in the order of their names. Links are followed, each folder once. What cannot
-/// be looked at is found as well, with the reason, so that nothing is left out unsaid.
+/// Finds the TIFF files below a folder, in the order of their names. Hidden files and folders are left out. Symbolic
+/// links are counted and left out, or followed with --follow, each folder once. What cannot be read is found as well,
+/// with the reason.
 class FolderWalk {
 public:
-    /// Nothing below `leftOut` counts: it holds results.
-    FolderWalk(std::string top, const std::string& leftOut) : top_(std::move(top)), leftOut_(IdentityOf(leftOut)) {}
+    /// Nothing below the output folder counts: it contains results.
+    FolderWalk(std::string top, const ConvertOptions& options)
+        : top_(std::move(top)),
+          options_(options),
+          leftOut_(IdentityOf(options.output)),
+          canonicalTop_(Canonical(top_)) {}
 
     std::vector<Found> Run() {
         Enter(top_);
         std::sort(found_.begin(), found_.end(), [](const Found& a, const Found& b) { return a.source < b.source; });
-        if (found_.empty()) throw Refusal(Exit::Input, top_, "contains no TIFF files", "name another folder");
+        if (found_.empty()) {
+            throw Refusal(
+                Exit::Input, top_, "contains no TIFF files",
+                links_ > 0 ? "follow its symbolic links with --follow, or name another folder" : "name another folder");
+        }
         return std::move(found_);
     }
+    /// Symbolic links that were left out.
+    std::size_t links() const { return links_; }
 
 private:
+    static fs::path Canonical(const fs::path& path) {
+        std::error_code ignored;
+        return fs::weakly_canonical(path, ignored);
+    }
     void Enter(const fs::path& folder) {
         const std::optional<FileIdentity> identity = IdentityOf(folder.native());
         if (identity && !entered_.insert(*identity).second) return;
@@ -54,20 +69,33 @@ private:
         int problem = 0;
         for (const std::string& name : NamesInFolder(folder.string(), problem)) {
             const fs::path path = folder / name;
-            if (fs::is_directory(path, error)) {
+            if (name.starts_with('.')) continue;
+            const bool isFolder = fs::is_directory(path, error);
+            if (!options_.follow && fs::is_symlink(path, error)) {
+                if (isFolder || IsTiffName(path)) ++links_;
+            } else if (isFolder) {
                 Enter(path);
             } else if (IsTiffName(path)) {
-                Add(path, "");
+                Add(path, LeavesTop(path) ? "is outside of " + top_ + ", reached through a link; name it itself" : "");
             }
         }
         if (problem != 0) Add(folder, "cannot be read (" + ErrorText(problem) + "); check its permissions");
+    }
+    /// Whether a conversion in place would write outside of the folder that was named.
+    bool LeavesTop(const fs::path& path) const {
+        if (!options_.inPlace || !options_.follow) return false;
+        const fs::path relative = Canonical(path).lexically_relative(canonicalTop_);
+        return relative.empty() || *relative.begin() == "..";
     }
     void Add(const fs::path& path, const std::string& problem) {
         found_.push_back({path.string(), path.lexically_relative(top_).string(), problem});
     }
 
     std::string top_;
+    const ConvertOptions& options_;
     std::optional<FileIdentity> leftOut_;
+    fs::path canonicalTop_;
+    std::size_t links_ = 0;
     std::set<FileIdentity> entered_;
     std::vector<Found> found_;
 };
@@ -146,7 +174,9 @@ InputList ListInputs(const ConvertOptions& options) {
     for (const std::string& name : names) {
         if (name != "-" && fs::is_directory(name, ignored)) {
             folders = true;
-            const std::vector<Found> below = FolderWalk(name, options.output).Run();
+            FolderWalk walk(name, options);
+            const std::vector<Found> below = walk.Run();
+            list.links += walk.links();
             for (const Found& file : below) {
                 if (file.problem.empty()) list.searched.insert(FolderOf(file.source));
             }

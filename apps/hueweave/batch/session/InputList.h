@@ -23,6 +23,7 @@ struct Item {
 struct InputList {
     std::vector<Item> items;
     bool single = false;                          ///< one file was named, not a list or a folder
+    std::size_t links = 0;                        ///< symbolic links in folders that were not followed
     std::string folder;                           ///< of the output; empty if the output is a file, or the input itself
     std::set<std::string> searched;               ///< folders in which files were found that nobody named
     std::set<FileIdentity> identities;            ///< of every input, so that none is overwritten

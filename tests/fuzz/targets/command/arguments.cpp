@@ -110,6 +110,7 @@ Words AsWords(const ConvertOptions& a) {
                                      {a.force, "--force"},
                                      {a.inPlace, "--in-place"},
                                      {a.nul, "-0"},
+                                     {a.follow, "--follow"},
                                      {a.resume, "--resume"},
                                      {a.quiet, "--quiet"},
                                      {a.verbose, "--verbose"},
