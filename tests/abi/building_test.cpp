@@ -45,7 +45,7 @@ TEST_F(ExportedSetProfile, TakesAnUnsetInputEncodingForBytesOnTheFirstEngineAlon
     EXPECT_EQ(engines_.SetProfile("plain.icc", 0, 0, 22), 22);
     engines_.Adjust(0, 0, 0, SomeCurves(256));
     const EngineApi& first = engines_.Apis()[0];
-    // Both values mean the same job: nothing is rebuilt.
+    // 65535 and 0 mean the same job here: nothing is rebuilt.
     for (const int input : {65535, 0, 65535}) {
         EXPECT_EQ(first.SetProfile(path.c_str(), nullptr, 0, input, 22), 22);
         engines_.Convert();

@@ -178,7 +178,7 @@ std::vector<FileRow> StripFiles() {
     };
 }
 
-/// A file that ends where its profile begins, before the data of tag 40000 and the pixels.
+/// A file that is cut where its profile begins, before the data of tag 40000 and the pixels.
 Bytes CutBeforeLargeData() {
     Bytes file = Rgb8().Undefined(34675, Profile(4000)).Undefined(40000, Pixels(3000)).Build();
     file.resize(14 + 13 * 12 + 23);  // the data of tags 258, 282 and 305 are 23 bytes

@@ -175,8 +175,8 @@ TEST_P(AdjustOutput, LaysPoints257EntriesApartAndEndsInWhite) {
 
 TEST_P(AdjustOutput, CompletesFewerPointsFromTheProfile) {
     BindMarked();
-    // Points beyond the first 256 are ignored, and a negative count sets none. The counts fall because each call starts
-    // from the profile, not from the previous curves.
+    // Points beyond the first 256 are ignored, and a negative count sets none. The counts fall to show that each call
+    // starts from the profile, not from the previous curves.
     for (const int count :
          {4097, 4096, 4095, 300, 258, 257, 256, 255, 254, 129, 128, 127, 2, 1, -1, -2, -256, -4096, INT_MIN}) {
         SCOPED_TRACE(count);

@@ -89,7 +89,7 @@ TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
     EXPECT_EQ(Status(), "10/10");
 }
 
-// The nodes stay unchanged, and their chroma is not cut, as it would be by a shift of any size.
+// The nodes stay unchanged, and their chroma is not cut; a shift of any size other than zero would cut it.
 TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
     MiniLut lut = SmoothLut(3);
     lut.grid = ScatteredGrid(3, 99);
