@@ -21,12 +21,12 @@ namespace hueweave::test {
 inline constexpr int kLeast = std::numeric_limits<std::int32_t>::min();
 inline constexpr int kMost = std::numeric_limits<std::int32_t>::max();
 
-/// Three curves of bytes; an empty one is handed over as null.
+/// Three byte curves; an empty one is passed as null.
 struct ToneCurves {
     Bytes red, green, blue;
 };
 
-/// Curves of `points` points that have nothing in common and do not end in white.
+/// Three unrelated curves of `points` points that do not end in white.
 inline ToneCurves SomeCurves(std::size_t points, std::uint32_t seed = 5) {
     ToneCurves curves;
     for (std::size_t i = 0; i < points; ++i) {
@@ -43,9 +43,9 @@ inline Bytes SomePixels() {
     return pixels;
 }
 
-/// Profiles under the names that the tests use: "plain.icc" with three plain tables and a white point, "curved.icc"
-/// with one curved table, "none.icc" without any, "bytes.icc" with a table that no engine can use, and "black.icc", of
-/// which every pixel comes out black in a linear space.
+/// Profiles under the names that the tests use: "plain.icc" has three plain tables and a white point, "curved.icc" one
+/// curved table, "none.icc" no table, "bytes.icc" a table that no engine can use, and "black.icc" makes every pixel
+/// black in a linear space.
 inline std::map<std::string, ProfileBuilder> ExportProfiles() {
     LutShape perceptual{3, 3, 9, 17, 129, CurveKind::Power, CurveKind::Power};
     LutShape relative{3, 3, 5, 2, 17, CurveKind::Ramp, CurveKind::Falling, GridKind::Scanner, 2};
@@ -64,8 +64,8 @@ inline std::map<std::string, ProfileBuilder> ExportProfiles() {
             {"black.icc", ProfileBuilder().Raw("A2B0", Mft2(black))}};
 }
 
-/// Some of the engines of the loaded library beside the plain statement of what one engine does. All are given the
-/// same calls; each must answer, convert and print what the reference says.
+/// Some engines of the loaded library and a plain reference for one engine. All receive the same calls; each engine
+/// must return, convert and print what the reference says.
 class CheckedEngines {
 public:
     explicit CheckedEngines(const Library& library,
@@ -78,7 +78,7 @@ public:
     const ReferenceEngine& Reference() const { return reference_; }
     const std::vector<EngineApi>& Apis() const { return apis_; }
 
-    /// Like SetIntent and Adjust it returns what all engines answered.
+    /// Like SetIntent and Adjust, returns the result that all engines share.
     int SetProfile(const std::string& name, int intent, int input, int output, const char* second = nullptr) {
         reference_.SetProfile(Path(name), intent, input, output, 0.0, 0.0, 0.0);
         return Answer(
@@ -101,7 +101,7 @@ public:
         });
     }
 
-    /// Pixels of the width of the present input encoding through all engines; returns what they came out as.
+    /// Converts pixels of the current input encoding's width through all engines; returns the result.
     Bytes Convert() const {
         const bool wide = reference_.inputSpace == 1;
         const Bytes pixels = PixelRun(reference_.inputSpace);
@@ -119,8 +119,8 @@ public:
         return expected;
     }
 
-    /// An image of the width of the present input encoding through all engines, from file to file. A refusal makes
-    /// no file and prints nothing.
+    /// Converts an image file of the current input encoding's width through all engines. A refused conversion writes no
+    /// file and prints nothing.
     void ConvertFile() const {
         const bool wide = reference_.inputSpace == 1;
         const Bytes pixels = PixelRun(reference_.inputSpace);

@@ -17,7 +17,7 @@
 
 namespace hueweave::test {
 
-/// The shared library, loaded for as long as the object lives and reached by symbol names alone.
+/// The shared library, loaded as long as the object lives; its functions are found by symbol name only.
 class Library {
 public:
     Library() : handle_(dlopen(HUEWEAVE_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
@@ -56,13 +56,13 @@ struct EngineApi {
 
 inline constexpr std::array<const char*, 3> kSuffixes = {"", "_2nd", "_3rd"};
 
-/// What ConvertFile prints.
+/// The output of ConvertFile.
 inline const std::string kConversionLog =
     "Start Conversion(Start) : New ID\n"
     "Start Conversion(Pause) : End Conversion(count : 0)\n"
     "Start Conversion(Stop) :  End Conversion(count : 0)\n";
 
-/// Runs `body` in a child process that ends by `exit`, and returns what the child writes to its standard output.
+/// Runs `body` in a child process that ends with `exit`, and returns the child's standard output.
 inline std::string OutputOfChild(const std::function<void()>& body) {
     int ends[2];
     if (pipe(ends) != 0) throw std::runtime_error("no pipe");
@@ -89,7 +89,7 @@ inline std::string OutputOfChild(const std::function<void()>& body) {
     return output;
 }
 
-/// What a tool prints; its exit status must be 0.
+/// The output of a tool; its exit status must be 0.
 inline std::string OutputOfTool(const std::string& command) {
     std::FILE* const stream = popen(command.c_str(), "r");
     if (stream == nullptr) throw std::runtime_error("cannot run " + command);

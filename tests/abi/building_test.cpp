@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The calls that build tables: each answers the output space of its engine, and not the result of the build.
+// The calls that build tables: each returns the output space of its engine, not the result of the build.
 #include "abi/CheckedEngines.h"
 
 namespace hueweave::test {
@@ -45,7 +45,7 @@ TEST_F(ExportedSetProfile, TakesAnUnsetInputEncodingForBytesOnTheFirstEngineAlon
     EXPECT_EQ(engines_.SetProfile("plain.icc", 0, 0, 22), 22);
     engines_.Adjust(0, 0, 0, SomeCurves(256));
     const EngineApi& first = engines_.Apis()[0];
-    // The same job in either spelling: nothing is rebuilt.
+    // 65535 and 0 mean the same job here: nothing is rebuilt.
     for (const int input : {65535, 0, 65535}) {
         EXPECT_EQ(first.SetProfile(path.c_str(), nullptr, 0, input, 22), 22);
         engines_.Convert();
@@ -55,7 +55,7 @@ TEST_F(ExportedSetProfile, TakesAnUnsetInputEncodingForBytesOnTheFirstEngineAlon
     Bytes pixel = {1, 2, 3};
     EXPECT_EQ(first.Convert2(pixel.data(), nullptr, 1), 0);
     for (const std::size_t other : {1U, 2U}) {
-        // The engine that was ready is unusable afterwards, also when nothing but the encoding differs.
+        // An engine that was ready is unusable afterwards, even if only the encoding differs.
         const EngineApi& api = engines_.Apis()[other];
         for (const int output : {22, 23}) {
             EXPECT_EQ(api.SetProfile(path.c_str(), nullptr, 0, 65535, output), 65535);
@@ -105,7 +105,7 @@ using ExportedSetIntent = ExportTest;
 
 TEST_F(ExportedSetIntent, StoresAnySpaceOnAnEmptyEngine) {
     for (const int space : {0, 8, 14, 65534, 65536, -1, kLeast, kMost}) {
-        // The width of the next run and file is stored as well; without tables nothing is touched in either.
+        // The width of the next run and file is stored too; without tables both stay unchanged.
         const int input = space % 2 == 0 ? 1 : 65535;
         EXPECT_EQ(engines_.SetIntent(0, input, space), space) << "nothing looks at it";
         engines_.Convert();
@@ -122,7 +122,7 @@ TEST_F(ExportedSetIntent, TakesAnUnsetInputEncodingForBytes) {
     engines_.SetProfile("plain.icc", 0, 1, 22);
     EXPECT_EQ(engines_.SetIntent(1, 65535, 22), 22);
     EXPECT_THAT(engines_.Convert(), EqualsBytes(expected));
-    // Stored as 0: the same job with 0 counts as unchanged, so the curves laid over it stay.
+    // Stored as 0: the same job with 0 counts as unchanged, so the curves applied to it remain.
     engines_.Adjust(0, 0, 0, SomeCurves(256));
     const Bytes curved = engines_.Convert();
     EXPECT_EQ(engines_.SetIntent(1, 0, 22), 22);
@@ -138,7 +138,7 @@ TEST_F(ExportedAdjust, ShiftsColoursAndLaysCurvesInOneCall) {
     for (const int input : {0, 1}) {
         engines_.SetProfile("plain.icc", 3, input, 22 + input);
         const Bytes plain = engines_.Convert();
-        // Three offsets and three curves that have nothing in common, so that each must be in its place.
+        // Three unrelated offsets and three unrelated curves, so that a swap would show.
         for (const int count : {256, 255, 1, 4096, -1, kLeast}) {
             SCOPED_TRACE(count);
             EXPECT_EQ(engines_.Adjust(-12.5, 8.25, 30.0, curves, count), 22 + input);
@@ -174,7 +174,7 @@ TEST_F(ExportedAdjust, AnswersTheOutputSpaceAndNotTheResult) {
     }
     engines_.Convert();
     engines_.SetProfile("plain.icc", 0, 0, 22);
-    engines_.Convert();  // forgets the offsets before
+    engines_.Convert();  // discards the earlier offsets
     engines_.SetProfile("absent.icc", 0, 0, 22);
     EXPECT_EQ(engines_.Adjust(1, 2, 3, curves), 65535);
     EXPECT_EQ(engines_.SetIntent(0, 0, 22), 22);

@@ -9,8 +9,7 @@ namespace {
 
 using ThreeEngines = ExportTest;
 
-/// Each led through jobs of its own, turn by turn; after each step all three must still be what their own references
-/// are.
+/// Each engine runs jobs of its own in turn; after every step all three must still match their own references.
 TEST(IndependentEngines, StayAsTheyAreWhileAnotherIsLed) {
     const Library library;
     CheckedEngines first(library, {""});
@@ -75,7 +74,7 @@ TEST_F(ThreeEngines, MayBeDrivenByAThreadEach) {
     for (std::size_t engine = 0; engine < 3; ++engine) run(engine, alone[engine]);
     std::vector<std::thread> threads;
     for (std::size_t engine = 0; engine < 3; ++engine) {
-        // Another job first, so that every thread builds.
+        // A different job first, so that every thread builds.
         engines_.Apis()[engine].SetIntent(0, 1, 11);
         threads.emplace_back(run, engine, std::ref(beside[engine]));
     }

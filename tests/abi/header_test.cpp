@@ -34,7 +34,7 @@ int use(void) {
 
 class Header : public testing::Test {
 protected:
-    /// Checks `text` with the given compiler and flags; true when it is accepted without a warning.
+    /// Compiles `text` with the given compiler and flags; true if it is accepted without a warning.
     bool Compiles(const std::string& compiler, const std::string& flags, const std::string& text) {
         const std::string file = dir_.File("use.txt");
         WriteFile(file, Bytes(text.begin(), text.end()));
@@ -67,14 +67,14 @@ TEST_F(Header, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
     EXPECT_EQ(sizeof(HueweaveColorSpace), 4U);
     EXPECT_TRUE((std::is_same_v<std::underlying_type_t<HueweaveIntent>, std::int32_t>));
     EXPECT_TRUE((std::is_same_v<std::underlying_type_t<HueweaveColorSpace>, std::int32_t>));
-    // C chooses the width itself, from the values; 32 bits are what the functions take.
+    // C chooses the width of an enum from its values; the functions take 32 bits.
     const std::string text = std::string("#include \"hueweave/hueweave.h\"\n") +
                              "char a[sizeof(enum HueweaveIntent) == 4 ? 1 : -1];\n"
                              "char b[sizeof(enum HueweaveColorSpace) == 4 ? 1 : -1];\n";
     EXPECT_TRUE(Compiles(HUEWEAVE_C_COMPILER, "-x c -std=c99", text));
 }
 
-/// The three functions of one name have the type of `Function`.
+/// Whether the three functions of one name have the type of `Function`.
 template <class Function, class First, class Second, class Third>
 constexpr bool kAllOf =
     std::is_same_v<Function, First>&& std::is_same_v<Function, Second>&& std::is_same_v<Function, Third>;

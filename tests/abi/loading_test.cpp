@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What loading and unloading print, and what becomes of the engines when the library goes. This program's own operators
-// new and delete stand in front of those of the C++ library and write down how large the blocks are that are given
-// back.
+// The output of loading and unloading, and the destruction of the engines when the library is unloaded. The operators
+// new and delete of this program replace those of the C++ library and record the sizes of the freed blocks.
 #include <malloc.h>
 #include <sys/stat.h>
 
@@ -23,7 +22,7 @@ struct FreeWatch {
 };
 FreeWatch freeWatch;
 
-/// Bytes in the file that the standard output is led into.
+/// Bytes in the file to which standard output is redirected.
 off_t PrintedBytes() {
     struct stat status {};
     std::fflush(stdout);
@@ -63,7 +62,7 @@ namespace {
 
 constexpr std::size_t kWideTable = 4 * 65536;
 
-/// A profile with a tag of so many bytes beside its table.
+/// A profile with a tag of `bytes` bytes besides its table.
 std::string PutSized(const TempDir& dir, std::size_t bytes) {
     const std::string path = dir.File(std::to_string(bytes) + ".icc");
     WriteFile(path, MiniProfile({{"A2B0", Mft2(SmoothLut(3))}, {"mark", Bytes(bytes, 1)}}));
@@ -133,8 +132,8 @@ TEST(Func1, PrintsItsNameAndReturnsZero) {
     EXPECT_EQ(output, kLoad + "func1\nfunc1\n0 0\n" + kUnload);
 }
 
-/// Sizes of the blocks that are given back while the library is unloaded. Engine n gets a profile with a tag of
-/// `marks[n]` bytes, or none for 0.
+/// Sizes of the blocks that are freed while the library is unloaded. Engine n gets a profile with a tag of `marks[n]`
+/// bytes, or no profile for 0.
 std::vector<std::size_t> GivenBack(const std::array<std::size_t, 3>& marks) {
     const TempDir dir;
     std::vector<std::size_t> sizes;
@@ -155,7 +154,7 @@ std::vector<std::size_t> GivenBack(const std::array<std::size_t, 3>& marks) {
     return sizes;
 }
 
-/// Those of the sizes that are one of the marks; the heap may round up a little.
+/// The marks found among the sizes, in the order of the sizes; the heap may round a block up slightly.
 std::vector<std::size_t> Marks(const std::vector<std::size_t>& sizes, const std::array<std::size_t, 3>& marks) {
     std::vector<std::size_t> found;
     for (const std::size_t size : sizes) {

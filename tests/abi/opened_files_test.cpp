@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Which files a call opens: those that it is given, and none besides. This program's own fopen and open stand in front
-// of the C library's and write down what they are asked for.
+// The files that a call opens: those passed to it and no others. The functions fopen and open of this program replace
+// those of the C library and record what they are asked to open.
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -14,14 +14,14 @@ namespace {
 
 struct OpenWatch {
     bool on = false;
-    std::vector<std::string> opened;  ///< "r" or "w", a blank and the path
+    std::vector<std::string> opened;  ///< "r" or "w", a space and the path
 };
 OpenWatch openWatch;
 
 void Note(bool reads, const char* path) {
     if (!openWatch.on) return;
     const std::string name = path;
-    // Measuring coverage brings code along that opens its own files.
+    // Coverage measurement adds code that opens its own files.
     if (name.find(".gcda") == std::string::npos) openWatch.opened.push_back((reads ? "r " : "w ") + name);
 }
 
@@ -71,7 +71,7 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
-/// What is opened during a call.
+/// The files opened during a call.
 Paths Opened(const std::function<void()>& call) {
     testing::internal::CaptureStdout();
     openWatch = {true, {}};
@@ -124,7 +124,7 @@ TEST_F(OpenedFiles, OfConvertFileAreTheSourceAndTheDestination) {
         EXPECT_EQ(Opened(convert), Paths()) << "no output space";
         ASSERT_EQ(api.SetProfile(plain_.c_str(), nullptr, 0, 0, 8), 8);
         EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));
-        // A pipe that nobody reads is opened in another way, which does not wait.
+        // A pipe without a reader is opened in another way, which does not block.
         ASSERT_EQ(std::remove(dest.c_str()), 0);
         ASSERT_EQ(mkfifo(dest.c_str(), 0600), 0);
         EXPECT_EQ(Opened(convert), (Paths{"r " + source, "w " + dest}));

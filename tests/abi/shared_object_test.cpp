@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What the library shows, what it asks of its surroundings, and what it keeps within itself.
+// What the library exports, what it needs from its environment, and what it keeps internal.
 #include <set>
 #include <sstream>
 
@@ -10,7 +10,7 @@
 namespace hueweave::test {
 namespace {
 
-/// Tables of one engine that stand inside it: the cells' records and three output tables, of 32-bit words.
+/// Size of the tables stored inside one engine: the cells' records and three output tables, in 32-bit words.
 constexpr std::uint64_t kTableBytes = 4 * (4096ULL * 6 * 3 * 4 + 3 * 65536ULL);
 
 /// The words of each line that a tool prints about the library.
@@ -59,7 +59,7 @@ TEST(SharedObject, NamesItsInterfaceVersionAndNeedsTheStandardLibraryAlone) {
         }
         if (line[1] != "(NEEDED)") continue;
         ++needed;
-        // A sanitizer brings its own library along.
+        // A sanitizer adds its own library.
         EXPECT_THAT(line.back(), testing::ContainsRegex("\\[(libstdc\\+\\+|libm|libgcc_s|libc|ld-linux-[^.]*|lib[a-z]*"
                                                         "san)\\.so"));
     }
@@ -76,7 +76,7 @@ TEST(SharedObject, AsksForNoEnvironmentThreadOrProcessAndOpensFilesInOneWay) {
                                      "time",          "clock_gettime", "gettimeofday", "pthread_mutex_lock",
                                      "openat",        "openat64",      "creat",        "creat64",
                                      "freopen",       "freopen64",     "opendir"};
-    // Measuring coverage brings code along that reads its own settings and maps its own files.
+    // Coverage measurement adds code that reads its own settings and maps its own files.
     const bool measured = OutputOfTool("nm '" HUEWEAVE_LIBRARY "' 2>&1").find("__gcov_exit") != std::string::npos;
     if (!measured) foreign.insert({"getenv", "mmap"});
     for (const std::string& name : names) {

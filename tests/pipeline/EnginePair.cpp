@@ -45,7 +45,7 @@ void EnginePair::ExpectSame(int result, int expected) {
     ExpectSameTables();
 }
 
-/// Entry by entry. A stage that was never built is not compared.
+/// Compares entry by entry. A stage that was never built is not compared.
 void EnginePair::ExpectSameTables() {
     ASSERT_EQ(engine_->InEntries, static_cast<int>(reference_.in[0].size()));
     const std::uint32_t* const in[] = {engine_->Lut1DInR.get(), engine_->Lut1DInG.get(), engine_->Lut1DInB.get()};
@@ -70,7 +70,7 @@ void EnginePair::SetProfile(const std::string& name, int intent, int input, int 
 }
 
 void EnginePair::SetIntent(int intent, int input, int output) {
-    // The adjustments given here count for nothing; any would do.
+    // The adjustments passed here are ignored; any values would do.
     const int result = engine_->SetIntent(static_cast<Intent>(intent), static_cast<ColorSpaceSignature>(input),
                                           static_cast<ColorSpaceSignature>(output), 11.0, 22.0, 33.0);
     ExpectSame(result, reference_.SetIntent(intent, input, output));
@@ -99,7 +99,7 @@ void EnginePair::Convert() {
     EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), count), 0);
     const Bytes expected = reference_.CanConvert() ? reference_.Convert(pixels) : wide ? untouched : pixels;
     EXPECT_THAT(wide ? dest : source, EqualsBytes(expected));
-    // 8-bit runs leave the destination, 16-bit runs the source.
+    // 8-bit runs leave the destination unchanged, 16-bit runs the source.
     EXPECT_THAT(wide ? source : dest, EqualsBytes(wide ? pixels : untouched));
 }
 

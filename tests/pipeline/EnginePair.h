@@ -14,8 +14,7 @@
 
 namespace hueweave::test {
 
-/// An engine and its reference, driven side by side; every step must leave both with the same result, state and
-/// tables.
+/// An engine and its reference, driven side by side; after every step both must have the same result, state and tables.
 class EnginePair {
 public:
     /// Profiles by file name.
@@ -27,7 +26,7 @@ public:
     void ConstructEngine(double lightness, double chroma, double hue);
     void AdjustLch(double lightness, double chroma, double hue);
     void AdjustOutput(const Bytes& red, const Bytes& green, const Bytes& blue, int count);
-    /// Pixels of the present input encoding through both, in place for 8 bit, into another buffer for 16 bit.
+    /// Converts pixels of the current input encoding with both: in place for 8 bits, into another buffer for 16 bits.
     void Convert();
 
     ICC40::ICC_ENG_S4::CIccEngineS& Engine() { return *engine_; }

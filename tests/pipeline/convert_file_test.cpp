@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 
-// Whole files through the engine's own reader and writer, byte for byte against the plain reference: what comes out
-// and what is printed. The reference takes its pixels from a second engine, which converts them in memory.
+// Whole files through the engine's own reader and writer, compared byte for byte with the plain reference: the written
+// file and the printed output. The reference takes its pixels from a second engine, which converts them in memory.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -56,7 +56,7 @@ TiffBuilder InStrips(std::uint32_t width, std::uint32_t height, unsigned samples
     return tiff;
 }
 
-/// The rest of an image of one strip.
+/// Adds the tags and the data of a single strip.
 TiffBuilder OneStrip(TiffBuilder tiff) { return tiff.Long(278, 5).StripOffsets().StripByteCounts().Strip(Pixels(105)); }
 
 struct FileRow {
@@ -77,12 +77,12 @@ TiffBuilder Counted(std::uint32_t byteCount) {
 }
 
 TiffBuilder ManyEntries(unsigned count) {
-    TiffBuilder tiff = Rgb8();  // eleven
+    TiffBuilder tiff = Rgb8();  // eleven entries
     for (unsigned i = 11; i < count; ++i) tiff.Long(40000 + i, i);
     return tiff;
 }
 
-/// An image of 7 by 5 pixels without a tag.
+/// An image of 7 by 5 pixels that lacks one tag.
 TiffBuilder Without(unsigned tag) {
     TiffBuilder tiff;
     if (tag != 256) tiff.Long(256, 7);
@@ -178,14 +178,14 @@ std::vector<FileRow> StripFiles() {
     };
 }
 
-/// A file that ends where its profile began, before the data of tag 40000 and the pixels.
+/// A file that is cut where its profile begins, before the data of tag 40000 and the pixels.
 Bytes CutBeforeLargeData() {
     Bytes file = Rgb8().Undefined(34675, Profile(4000)).Undefined(40000, Pixels(3000)).Build();
     file.resize(14 + 13 * 12 + 23);  // the data of tags 258, 282 and 305 are 23 bytes
     return file;
 }
 
-/// Each broken field by itself is told by the suite unit_tiff.
+/// The suite unit_tiff covers each broken field separately.
 std::vector<FileRow> BrokenFiles() {
     const Bytes cutInPixels = Rgb8().Build();
     const Bytes cutInData = Rgb8().Undefined(34675, Profile(400)).Exif(Pixels(60)).Build();
@@ -219,7 +219,7 @@ std::vector<FileRow> BrokenFiles() {
 
 class ConvertFileBytesTest : public testing::TestWithParam<FileRow> {
 protected:
-    /// One file through the engine and through the reference.
+    /// Converts one file with the engine and with the reference.
     static void Compare(const Bytes& file, bool wide, bool inPlace = false) {
         // Two engines of each width, built once: they only read their tables.
         static const std::unique_ptr<CIccEngineS> kOfFiles[] = {MakeEngine(false), MakeEngine(true)};
@@ -236,7 +236,7 @@ protected:
         const std::string printed = testing::internal::GetCapturedStdout();
         EXPECT_EQ(result, 0);
         EXPECT_EQ(printed, expected.log);
-        // A file of which nothing could be read is not emptied by being its own destination.
+        // A file from which nothing could be read is not emptied when it is its own destination.
         const bool kept = inPlace && expected.file.empty();
         EXPECT_THAT(ReadFile(dest), EqualsBytes(kept ? file : expected.file));
         if (!inPlace) {
@@ -255,7 +255,7 @@ INSTANTIATE_TEST_SUITE_P(Strips, ConvertFileBytesTest, testing::ValuesIn(StripFi
 INSTANTIATE_TEST_SUITE_P(Broken, ConvertFileBytesTest, testing::ValuesIn(BrokenFiles()), NameOfFile);
 
 TEST(ConvertFileEngineTest, ChangesPixels) {
-    // Else all comparisons above would be of files that pass unchanged.
+    // Otherwise all comparisons above would be of files that stay unchanged.
     for (const bool wide : {false, true}) {
         const Bytes before = Pixels(210);
         Bytes after = before;

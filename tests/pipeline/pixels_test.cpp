@@ -11,10 +11,10 @@
 namespace hueweave::test {
 namespace {
 
-/// Three tables that have nothing in common, and a white point other than the default.
+/// Three unrelated tables, and a white point other than the default.
 ProfileBuilder ThreeTables() {
     LutShape perceptual;
-    perceptual.inputEntries = 2;  // the identity: the pixels' fractions are the cells' fractions
+    perceptual.inputEntries = 2;  // the identity: the fractions of a pixel are those in its cell
     LutShape colorimetric{3, 3, 9, 256, 2, CurveKind::Power, CurveKind::Ramp, GridKind::Falling, 2};
     LutShape saturation{3, 3, 17, 1024, 256, CurveKind::Random, CurveKind::Power, GridKind::Random, 3};
     ProfileBuilder profile;
@@ -51,7 +51,7 @@ INSTANTIATE_TEST_SUITE_P(Every, IntentAndWidthTest,
 
 /// The mean of the four nodes on the path through the cell, weighted by the steps between the sorted fractions.
 int WeightedPath(const std::vector<ReferenceNode>& nodes, const int (&sample)[3], std::size_t channel) {
-    std::array<std::pair<int, std::size_t>, 3> steps;  // fraction of each axis, and the way to its next node
+    std::array<std::pair<int, std::size_t>, 3> steps;  // fraction on each axis, and the index step to the next node
     std::size_t node = 0;
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const std::size_t way = axis == 0 ? 17 * 17 : axis == 1 ? 17 : 1;

@@ -9,8 +9,8 @@ namespace {
 
 using enum CurveKind;
 
-// A block's grid is a cube whatever its inputs; inputs that it lacks stand still, outputs that it lacks are 0. The span
-// of an output curve is a little less than its step, so that steep curves leave 0 to 65535 and wrap around.
+// The grid of a block is a cube whatever its number of inputs; a missing input stays constant, a missing output is 0.
+// The span of an output curve is slightly less than its step, so that steep curves leave 0 to 65535 and wrap around.
 const LutShape kShapes[] = {
     {.inputEntries = 0},
     {.inputEntries = 1},
@@ -60,7 +60,7 @@ TEST(TableShape, GivesTheReferencePixels) {
         pair.Convert();
         pair.SetIntent(0, 0, 8);
         pair.Convert();
-        // Shifts are made on the grid as the profile has it; only then is it resampled.
+        // Shifts apply to the grid at the size in the profile; it is resampled afterwards.
         pair.AdjustLch(-12.0, 9.5, 300.0);
         pair.Convert();
     }
@@ -94,7 +94,7 @@ TEST_P(CurvedTableTest, GivesTheReferencePixels) {
     pair.Convert();
     pair.AdjustLch(-3.0, 5.0, 40.5);
     pair.Convert();
-    // The tag stays with the profile, whatever was made of it.
+    // The tag stays in the profile, whatever was built from it.
     EXPECT_NE(dynamic_cast<ICC40::ICCFILE::CLut*>(pair.Engine().GetMft2()), nullptr);
 }
 
@@ -103,7 +103,7 @@ LutShape ShapeOf(int inputs, int outputs, int points, int inputEntries, int outp
 }
 
 const CurvedCase kCurvedCases[] = {
-    // With an odd count the reader's step is the format's.
+    // With an odd count the reader's step matches the format.
     {"OddCounts", ShapeOf(3, 3, 9, 17, 33)},
     {"OddLongCurves", ShapeOf(3, 3, 5, 1025, 4095)},
     {"OddThreeEntries", ShapeOf(3, 3, 17, 3, 3)},
@@ -114,19 +114,19 @@ const CurvedCase kCurvedCases[] = {
     {"OddOneOutput", ShapeOf(3, 1, 9, 17, 17)},
     {"OddTwoOutputs", ShapeOf(3, 2, 16, 5, 5)},
     {"OddOneToOne", ShapeOf(1, 1, 33, 5, 5)},
-    // With an even count it goes off by two bytes: the second curve's count comes out huge and is cut to the block.
+    // With an even count it is off by two bytes: the second curve's count is huge and is cut to the block.
     {"EvenOneToOne", ShapeOf(1, 1, 17, 256, 256)},
     {"EvenTwoOutputs", ShapeOf(3, 2, 9, 17, 16)},
     // In the last set of the block the cut leaves the second curve one entry short of the first.
     {"EvenTwoInputs", ShapeOf(2, 1, 9, 16, 256), CurveLayout::Aligned, false},
     {"EvenTwoByTwo", ShapeOf(2, 2, 9, 256, 4), CurveLayout::Aligned, false},
     {"EvenTwoByTwoAFirst", ShapeOf(2, 2, 9, 256, 4), CurveLayout::Aligned, false, true},
-    // The third curve then lies behind the block's end and has no entries.
+    // The third curve then lies past the end of the block and has no entries.
     {"EvenThreeInputs", ShapeOf(3, 1, 9, 256, 17), CurveLayout::Aligned, false},
     {"EvenThreeOutputs", ShapeOf(3, 3, 9, 17, 256), CurveLayout::Aligned, false},
     {"EvenAll", ShapeOf(3, 3, 9, 256, 256), CurveLayout::Aligned, false},
     {"TwoEntriesEach", ShapeOf(3, 3, 9, 2, 2), CurveLayout::Aligned, false},
-    // Laid out as the reader steps, even counts work.
+    // Even counts work when the curves are laid out at the reader's step.
     {"EvenStepped", ShapeOf(3, 3, 9, 256, 1024), CurveLayout::Stepped},
     {"LongestStepped", ShapeOf(3, 3, 5, 4096, 4096), CurveLayout::Stepped},
     {"TwoEntriesStepped", ShapeOf(3, 3, 17, 2, 2), CurveLayout::Stepped},

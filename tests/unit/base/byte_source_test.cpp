@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Bytes of a file in memory and of a stream, in order and from any place.
+// Bytes of a file in memory and of a stream, read in order and at any offset.
 #include "base/ByteSource.h"
 
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ Bytes BlockOf(ByteSource& source, std::uint64_t start, std::uint64_t size) {
     return Bytes(block.begin(), block.end());
 }
 
-/// The rules that hold for a file of the bytes 0 to 9 whichever way it is there.
+/// The rules for a file of the bytes 0 to 9, in memory or as a stream.
 void ExpectTenBytes(ByteSource& source) {
     EXPECT_EQ(source.Size(), 10U);
     EXPECT_EQ(Next(source, 3, 3), (Bytes{0, 1, 2}));

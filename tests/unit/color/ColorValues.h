@@ -7,12 +7,12 @@
 #include "color/CLCH.h"
 #include "support/NaiveLch.h"
 
-// Colours as the tests make them, and what they hold, as values that tests compare.
+// Colours that the tests create, and their fields as comparable values.
 namespace hueweave::test {
 
 inline constexpr int kAdobeRGB = 1;
 
-/// A black colour under a white, with the matrices that a colour starts with.
+/// A black colour with the given white and the initial matrices.
 inline ColorLch::CLCH Under(const Triple& white) { return ColorLch::CLCH(white[0], white[1], white[2]); }
 /// The same with the matrices of an RGB space.
 inline ColorLch::CLCH In(int space, const Triple& white) {

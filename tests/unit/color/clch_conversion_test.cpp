@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The conversions between linear RGB and Lab: sweeps in every RGB space, the pieces of the Lab curves on both sides of
-// each threshold, and what each conversion touches.
+// The conversions between linear RGB and Lab: sweeps in every RGB space, the segments of the Lab curves on both sides
+// of each threshold, and the fields that each conversion changes.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -60,7 +60,7 @@ TEST(CLCHConversion, TakesEveryLabToRgb) {
             }
         }
     }
-    EXPECT_GT(low, 100);  // both limits were met
+    EXPECT_GT(low, 100);  // both limits were reached
     EXPECT_GT(high, 100);
 }
 
@@ -92,7 +92,7 @@ TEST(CLCHConversion, LimitsEveryChannelOnTheWayBack) {
     }
 }
 
-// Worked out from the stored digits: nothing here is shared with the sweeps.
+// Computed from the stored digits: nothing here is shared with the sweeps.
 TEST(CLCHConversion, RoundsToSinglePrecisionOnTheWayToLab) {
     CLCH color = In(ColorSpace_sRGB, kUsualWhite);
     color.PutData_RGB(200.0, 100.5, 3.25);
@@ -106,7 +106,7 @@ TEST(CLCHConversion, RoundsToSinglePrecisionOnTheWayToLab) {
     EXPECT_EQ(color.L, std::pow(y, 0.3333333) * 116.0 - 16.0);
     EXPECT_EQ(color.a, (std::pow(x, 0.3333333) - std::pow(y, 0.3333333)) * 500.0);
     EXPECT_EQ(color.b, (std::pow(y, 0.3333333) - std::pow(z, 0.3333333)) * 200.0);
-    // 16777217 has no single-precision form. Each product has one, so that only the sum's rounding can show.
+    // Single precision cannot hold 16777217. It can hold each product, so that only the rounding of the sum shows.
     CLCH sums = Under(kWhites[1]);
     sums.toXYZ = {1, 1, 0, 0, 1, 1, 1, 0, 1};
     sums.R = 16777216.0, sums.G = 1.0, sums.B = 2.0;
@@ -126,7 +126,7 @@ TEST(CLCHConversion, WritesItsResultAlone) {
         {[](CLCH& c) { c.LCH2LAB(); }, {3, 4}},
         {[](CLCH& c) { c.SetWhite(1.0, 2.0, 3.0); }, {11, 12, 13}},
     };
-    // Three forms that contradict one another, so that whatever is derived shows.
+    // Three forms that contradict one another, so that every derived value shows.
     CLCH before(60000.0, 61000.0, 62000.0);
     before.L = 51, before.C = 52, before.h = 53, before.a = 14, before.b = -15;
     before.R = 106, before.G = 107, before.B = 108, before.X = 9, before.Y = 10, before.Z = 11;
@@ -143,7 +143,7 @@ TEST(CLCHConversion, WritesItsResultAlone) {
     }
 }
 
-// The thresholds. Each value on one belongs to the straight piece.
+// The thresholds. A value exactly at one belongs to the linear segment.
 
 /// The number near `start` for which `f` gives `wanted` exactly; -1 if there is none.
 double Inverse(double start, double wanted, const std::function<double(double)>& f) {
@@ -174,7 +174,7 @@ TEST(CLCHConversion, TakesTheStraightPieceUpToTheThresholdOfEachRatio) {
     constexpr double kRatio = 0.008856;
     const auto cube = [](double t) { return std::pow(t, 0.3333333); };
     const auto line = [](double t) { return t * 7.787 + 0.137931; };
-    ASSERT_NE(cube(kRatio), line(kRatio));  // the two pieces can be told apart
+    ASSERT_NE(cube(kRatio), line(kRatio));  // the two segments differ here
     ASSERT_NE(cube(kRatio) * 116.0 - 16.0, kRatio * 903.3);
     // The nearest ratio above the threshold that a white can give.
     double white = 1.0 / (kRatio * 255.0);

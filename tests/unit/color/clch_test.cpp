@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A colour in its three forms: how it is set, shifted, copied and assigned, and from when on its white and its
-// matrices count.
+// A colour in its three forms: how it is set, shifted, copied and assigned, and when its white and its matrices take
+// effect.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,7 +19,7 @@ constexpr Triple kFirst{61000, 64000, 58000}, kSecond{50000, 65535, 70000}, kThi
 
 void SetWhite(CLCH& color, const Triple& white) { color.SetWhite(white[0], white[1], white[2]); }
 
-/// What must hold once L, C and h are settled: a and b follow from them, and from those XYZ and RGB.
+/// Checks that a and b follow from the final L, C and h, and XYZ and RGB from those.
 void ExpectDerived(const CLCH& color, const Triple& lch, const Triple& white, int space) {
     ASSERT_EQ(LchOf(color), lch);
     const auto [a, b] = NaiveAB(lch[1], lch[2]);
@@ -77,7 +77,7 @@ TEST(CLCH, DerivesTheRestFromLchWithoutALimit) {
     for (const Triple& lch : {Triple{120, 200, 400}, Triple{-5, -10, -30}, Triple{50, 0, 360}, Triple{50, 100.5, 1080},
                               Triple{0, 0, 0}, Triple{60, 33, 359.75}}) {
         CLCH color = Under(kUsualWhite);
-        color.PutData_RGB(12, 250, 99);  // nothing of it stays
+        color.PutData_RGB(12, 250, 99);  // fully replaced by the next call
         color.PutData_Lch(lch[0], lch[1], lch[2]);
         ExpectDerived(color, lch, kUsualWhite, kAdobeRGB);
     }
@@ -89,7 +89,7 @@ TEST(CLCH, TurnsHueThroughAllQuadrants) {
     struct Row {
         double a, b, low, high;  // degrees that the hue lies between
     };
-    // A zero with a sign is not below zero, and gets no turn; half a turn backwards is.
+    // A signed zero is not below zero and gets no turn; half a turn backwards does.
     for (const Row& row :
          {Row{10, 0, 0, 0}, Row{10, 5, 26, 27}, Row{0, 10, 90, 90.001}, Row{-10, 5, 153, 154}, Row{-10, -5, 206, 207},
           Row{10, -5, 333, 334}, Row{3, -1e-12, 359.99, 360}, Row{10, -0.0, 0, 0}, Row{-10, -0.0, 179.99, 180.01},
@@ -112,7 +112,7 @@ TEST(CLCH, ConvertsDegreesByFiveDigitFactors) {
     EXPECT_EQ(color.h, 269.99996781922493);
     color.PutData_Lab(50, -10, 0);
     EXPECT_EQ(color.h, 180.00006436155007);
-    // So a hue drifts a little forth and back: a whole turn is taken off by the arc tangent.
+    // So a hue drifts slightly back and forth: the arc tangent removes a whole turn.
     color.C = 50, color.h = 350;
     color.LCH2LAB();
     color.LAB2LCH();
@@ -194,13 +194,13 @@ TEST(CLCH, AdjustStartsFromPolarFormAlone) {
             for (const double dh : {-400.0, -90.0, 0.0, 33.5, 360.0, 400.0}) {
                 CLCH color = In(ColorSpace_AppleRGB, kFirst);
                 color.PutData_Lab(55, -31, 44);
-                // The other forms are derived anew, whatever they were.
+                // The other forms are derived again, whatever their values were.
                 color.a = 77, color.b = -77, color.R = 1, color.G = 2, color.B = 3, color.X = color.Y = color.Z = 4;
                 const Triple lch = NaiveAdjust(LchOf(color), dL, dC, dh);
                 CLCH lab(color);
                 color.Adjust(dL, dC, dh);
                 ExpectDerived(color, lch, kFirst, ColorSpace_AppleRGB);
-                // The shift of Lab alone leaves RGB and XYZ.
+                // Shifting Lab only leaves RGB and XYZ unchanged.
                 lab.AdjustLab(dL, dC, dh);
                 ASSERT_EQ(LchOf(lab), lch);
                 ASSERT_EQ(LabOf(lab), LabOf(color));
@@ -225,7 +225,7 @@ TEST(CLCH, CopiesEverything) {
 }
 
 TEST(CLCH, AssignsPolarFormAndDerivesTheRest) {
-    // No limit applies, and the source's other forms, its white and its matrices play no part.
+    // No limit applies, and the source's other forms, white and matrices have no effect.
     for (const Triple& lch : {Triple{61, 44, 210}, Triple{130, 150, 500}}) {
         CLCH source = Under(kUsualWhite);
         source.PutData_Lch(lch[0], lch[1], lch[2]);
@@ -252,7 +252,7 @@ TEST(CLCH, TakesAnotherWhiteAndOtherMatricesFromTheNextConversionOn) {
         for (int second = 0; second < 4; ++second) {
             SCOPED_TRACE(testing::Message() << first << " then " << second);
             CLCH color = Under(kFirst);
-            color.PutData_RGB(100, 150, 200);  // by the matrices that it starts with
+            color.PutData_RGB(100, 150, 200);  // with its initial matrices
             std::vector<double> expected = ValuesOf(color);
             expected.resize(11);
             expected.insert(expected.end(), {50000.0 / 65535.0, 1.0, 70000.0 / 65535.0});

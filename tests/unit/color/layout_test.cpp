@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The colour's fields in memory, what the compiler knows of them; the stored matrices digit by digit, and the choice
-// among them.
+// The colour's memory layout, as the compiler sees it; the stored matrices digit by digit, and the choice between them.
 #include <gtest/gtest.h>
 
 #include <climits>

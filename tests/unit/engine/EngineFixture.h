@@ -37,7 +37,7 @@ inline ICC40::ICCFILE::Intent IntentOf(int value) { return static_cast<ICC40::IC
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-/// The packed entry of a 16-bit input value: cell index in the high half, 12 bits of fraction in the low one.
+/// The packed entry of a 16-bit input value: cell index in the high 16 bits, 12 bits of fraction in the low ones.
 constexpr std::uint32_t Packed(unsigned value) { return value / 4096 * 65536 + value % 4096; }
 
 using Grid = std::vector<std::int32_t>;
@@ -49,7 +49,7 @@ inline Grid GridOf(const CIccEngineS& engine) {
 }
 
 using Tables = ReferenceTables;
-/// Empty vectors where there are no tables.
+/// A missing table gives an empty vector.
 inline Tables InputOf(const CIccEngineS& engine) {
     Tables tables;
     const std::uint32_t* const rows[] = {engine.Lut1DInR.get(), engine.Lut1DInG.get(), engine.Lut1DInB.get()};
@@ -64,7 +64,7 @@ inline Tables OutputOf(const CIccEngineS& engine) {
             std::vector<std::uint32_t>(engine.Lut1DOutB, engine.Lut1DOutB + 65536)};
 }
 
-/// Everything that a conversion reads.
+/// All tables that a conversion reads.
 struct Stages {
     Tables input;
     Grid grid;
@@ -82,7 +82,7 @@ inline void ExpectStages(const Stages& stages, const Stages& expected) {
     ExpectTables(stages.output, expected.output);
 }
 
-/// A pattern in the tables inside the engine, so that a build, or the lack of one, shows.
+/// Fills the tables inside the engine with a pattern, so that a build, or the lack of one, shows.
 inline void FillTables(CIccEngineS& engine, std::uint32_t pattern) {
     std::fill_n(GridWords(engine), kGridWords, static_cast<std::int32_t>(pattern));
     for (auto* table : {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}) std::fill_n(table, 65536, pattern);
@@ -93,7 +93,7 @@ inline Tables PatternOutput(std::uint32_t pattern) {
     return {row, row, row};
 }
 
-/// The cells of the reference as the words of an engine.
+/// The cells of the reference in the engine's words.
 inline Grid WordsOf(const std::vector<ReferenceCell>& cells) {
     static_assert(sizeof(ReferenceCell) == 6 * 3 * 4 * sizeof(std::int32_t));
     Grid words(kGridWords);
@@ -103,17 +103,17 @@ inline Grid WordsOf(const std::vector<ReferenceCell>& cells) {
 
 /// Offsets in L*, C* and degrees.
 using Offsets = std::array<double, 3>;
-/// The grid that a table's block must give.
+/// The grid expected from a table's block.
 inline Grid ExpectedGrid(const Bytes& block, int space, const Offsets& by = {},
                          const std::optional<ReferenceWhite>& white = {}) {
     return WordsOf(CellStage(GridStage(DecodeLutTag(block).value(), by[0], by[1], by[2], space, white)));
 }
 
-/// The tables of a profile, and for each its own first input entry, which says what was built from it.
+/// The table tags of a profile; the first input entry of each table differs and so identifies it in a build.
 inline constexpr std::string_view kTableNames[] = {"A2B0", "A2B1", "A2B2"};
 constexpr unsigned TableMark(int table) { return 0x2123U + 0x3000U * static_cast<unsigned>(table); }
 
-// The tables of the profile that most tests bind, and a white that is not the usual one.
+// The tables of the profile that most tests bind, and a white point other than the usual one.
 inline const Bytes kA2B0 = Mft2(SmoothLut(5));
 inline const Bytes kA2B1 = Mft2(SmoothLut(9));
 inline constexpr ReferenceWhite kWhite = {0xe000, 0x10000, 0x9000};
@@ -145,7 +145,7 @@ protected:
     int Rebind(int intent, int input, int output) {
         return engine().SetIntent(IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
     }
-    /// The stages of another engine that is bound to the same job.
+    /// The stages of another engine bound to the same job.
     Stages Bound(const std::string& path, int intent, int input, int output) const {
         const auto other = MakeEngine();
         EXPECT_EQ(other->SetProfile(path.c_str(), IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0), 0);
@@ -161,7 +161,7 @@ protected:
 
     void Fill(std::uint32_t pattern) { FillTables(engine(), pattern); }
     void ExpectGrid(const Grid& expected) const { EXPECT_THAT(GridOf(*engine_), EqualTo(expected)); }
-    /// Grid and output tables as `Fill` left them.
+    /// Checks that grid and output tables are as `Fill` left them.
     void ExpectFilled(std::uint32_t pattern) const {
         ExpectGrid(PatternGrid(pattern));
         ExpectTables(OutputOf(*engine_), PatternOutput(pattern));
@@ -182,7 +182,7 @@ inline unsigned char* const kNoBytes = nullptr;
 
 constexpr std::size_t PixelBytes(bool wide) { return wide ? 6 : 3; }
 
-/// Pixels of any values; the first is black, the second white.
+/// Pixels of random values; the first is black, the second white.
 inline Bytes SomePixels(std::size_t count, bool wide) {
     Lcg random(7);
     Bytes bytes(count * PixelBytes(wide));
@@ -193,7 +193,7 @@ inline Bytes SomePixels(std::size_t count, bool wide) {
     return bytes;
 }
 
-/// The reference with the tables of an engine.
+/// A reference that has the tables of an engine.
 inline ReferenceEngine ReferenceOf(const CIccEngineS& engine) {
     ReferenceEngine reference({});
     reference.inputSpace = engine.Unit.InputSpace;
@@ -203,12 +203,12 @@ inline ReferenceEngine ReferenceOf(const CIccEngineS& engine) {
     reference.out = OutputOf(engine);
     return reference;
 }
-/// What a run of pixels must come out as. A part of a pixel at its end stays.
+/// The expected result of a run of pixels. An incomplete pixel at its end stays unchanged.
 inline Bytes ReferenceRun(const CIccEngineS& engine, const Bytes& pixels) {
     return ReferenceOf(engine).Convert(pixels);
 }
 
-/// An engine whose tables are laid by hand: scattered grid values in 0..65535, input tables that reach every cell and
+/// An engine with tables made by hand: scattered grid values in 0..65535, input tables that reach every cell and
 /// fraction, and output entries that are wider than a sample.
 inline std::unique_ptr<CIccEngineS> MakeHandEngine(bool wide) {
     auto engine = std::make_unique<CIccEngineS>();

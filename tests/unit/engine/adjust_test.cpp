@@ -14,7 +14,8 @@ namespace {
 
 class AdjustLch : public EngineTest {
 protected:
-    /// Adjusts an engine that is bound to `kA2B0` and linear sRGB. Returns whether the grid was rebuilt, as it must be.
+    /// Adjusts an engine that is bound to `kA2B0` and linear sRGB. Returns whether the grid was rebuilt, and checks a
+    /// rebuilt one.
     bool Rebuilds(const Offsets& by) {
         Fill(6);
         EXPECT_EQ(engine().Adjust_Lch(by[0], by[1], by[2]), 10);
@@ -55,7 +56,7 @@ TEST_F(AdjustLch, ComparesTheWholePartOfEachOffset) {
             EXPECT_EQ(Rebuilds(by), row.rebuilds);
             EXPECT_EQ(Lch()[place], row.stored);
         }
-        // The other two go back to nothing, which is a change as well.
+        // The other two offsets return to zero, which is a change as well.
         EXPECT_TRUE(Rebuilds({3.0, 4.0, 5.0}));
         Offsets one{};
         one[place] = 3.0 + static_cast<double>(place);
@@ -107,7 +108,7 @@ TEST_F(AdjustLch, RebuildsTheGridOfARefusedEngine) {
     EXPECT_EQ(Status(), "65535/65535");
 }
 
-/// The input encoding: 1 gives entries of 16 bits, 0 the same entries shifted right by 8.
+/// The input encoding: 1 gives 16-bit entries, 0 the same entries shifted right by 8.
 class AdjustOutput : public EngineTest, public testing::WithParamInterface<int> {
 protected:
     AdjustOutput() {
@@ -126,7 +127,7 @@ protected:
     }
     void ExpectOutput(int count) const { ExpectTables(OutputOf(*engine_), Expected(marked_, count, GetParam() == 0)); }
 
-    /// An entry of 16 bits in the width of the table.
+    /// A 16-bit entry in the width of the table.
     std::uint32_t Scaled(std::uint32_t entry) const { return GetParam() == 1 ? entry : entry / 256; }
     std::uint32_t Scale8(std::uint32_t byte) const { return Scaled(byte * 256); }
 
@@ -161,7 +162,7 @@ TEST_P(AdjustOutput, LaysPoints257EntriesApartAndEndsInWhite) {
         const auto point = [&](std::size_t at) { return std::uint32_t{curves_[c][at]}; };
         for (std::size_t at = 0; at < 255; ++at) {
             ASSERT_EQ(output[c][257 * at], Scale8(point(at))) << at;
-            // The entry before the next point already holds it.
+            // The entry before the next point already has that point's value.
             ASSERT_EQ(output[c][257 * at + 256], Scale8(point(at + 1))) << at;
         }
         EXPECT_EQ(output[c][128], Scaled((point(0) + point(1)) * 128)) << "half way";
@@ -174,8 +175,8 @@ TEST_P(AdjustOutput, LaysPoints257EntriesApartAndEndsInWhite) {
 
 TEST_P(AdjustOutput, CompletesFewerPointsFromTheProfile) {
     BindMarked();
-    // Of more than 256 points the others play no part, and a negative count lays none. Falling counts: each call starts
-    // from the profile and not from the curves before.
+    // Points beyond the first 256 are ignored, and a negative count sets none. The counts fall to show that each call
+    // starts from the profile, not from the previous curves.
     for (const int count :
          {4097, 4096, 4095, 300, 258, 257, 256, 255, 254, 129, 128, 127, 2, 1, -1, -2, -256, -4096, INT_MIN}) {
         SCOPED_TRACE(count);
@@ -183,7 +184,7 @@ TEST_P(AdjustOutput, CompletesFewerPointsFromTheProfile) {
         ASSERT_EQ(Lay(count), space_);
         ExpectOutput(std::clamp(count, 0, 256));
     }
-    // By hand: ten of the caller's points, and from the next on the profile's.
+    // By hand: ten points of the caller, the rest from the profile.
     ASSERT_EQ(Lay(10), space_);
     EXPECT_EQ(engine().Lut1DOutG[257 * 9], Scale8(curves_[1][9]));
     EXPECT_EQ(engine().Lut1DOutG[257 * 10 - 1], Scaled(100 * 10 + kMark + 4));
@@ -191,7 +192,7 @@ TEST_P(AdjustOutput, CompletesFewerPointsFromTheProfile) {
 }
 
 TEST_P(AdjustOutput, ChangesNothingForACountOfZeroOrANullArray) {
-    // On an engine that could not build as well: the space is answered, nothing is looked up.
+    // Also on an engine that could not build: the call returns the space and looks nothing up.
     unsigned char* const point = curves_[0].data();
     const auto expectNothing = [&](int space, bool table) {
         Fill(3);
@@ -218,8 +219,8 @@ TEST_P(AdjustOutput, ChangesNothingForACountOfZeroOrANullArray) {
     expectNothing(space_, true);
 }
 
-// A curve of two entries or fewer is the identity; up to 255 it ends before the 256th point, and what lies behind its
-// end is the place itself.
+// A curve of two entries or fewer is the identity; one of up to 255 entries ends before the 256th point, and a point
+// past its end is the index itself.
 TEST_P(AdjustOutput, TakesThePlaceItselfForThePointsThatTheProfileLacks) {
     for (const auto& [entries, outputs] :
          {std::pair{0, 3}, {1, 3}, {2, 7}, {3, 1}, {17, 7}, {255, 3}, {256, 1}, {4096, 3}}) {

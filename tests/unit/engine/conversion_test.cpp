@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Runs of pixels in memory: what becomes of a pixel, and which buffers are read and written.
+// Runs of pixels in memory: how a pixel is converted, and which buffers are read and written.
 #include <climits>
 
 #include "unit/engine/EngineFixture.h"
@@ -13,10 +13,10 @@ using Samples = std::vector<std::uint16_t>;
 using Pixel = std::array<unsigned, 3>;
 unsigned short* const kNoWords = nullptr;
 
-/// Both widths; true: 16-bit pixels.
+/// Both widths; true means 16-bit pixels.
 class Conversion : public testing::TestWithParam<bool> {
 protected:
-    /// Whole pixels in place.
+    /// Converts whole pixels in place.
     Bytes Run(Bytes pixels) const {
         const auto count = static_cast<int>(pixels.size() / PixelBytes(wide_));
         EXPECT_EQ(engine_->Conversion(pixels.data(), pixels.data(), count), 0);
@@ -57,7 +57,7 @@ TEST_P(Conversion, FollowsTheFormula) {
     const Bytes before = SomePixels(kPixels, wide_), expected = ReferenceRun(*engine_, before);
     Bytes source = before, dest(source.size(), 0xa5);
     EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), kPixels), 0);
-    // Bytes are written over the source.
+    // 8-bit pixels overwrite the source.
     EXPECT_THAT(source, EqualsBytes(wide_ ? before : expected));
     EXPECT_THAT(dest, EqualsBytes(wide_ ? expected : Bytes(dest.size(), 0xa5)));
     ExpectReference(before);
@@ -87,7 +87,7 @@ TEST_P(Conversion, ShiftsByTwelveWhateverShiftHolds) {
 }
 
 TEST_P(Conversion, ChoosesTheRecordByTheOrderOfTheFractions) {
-    // All thirteen ways in which fractions of red, green and blue can stand to each other, and the record taken.
+    // All thirteen orders of the fractions of red, green and blue, with ties, and the record that each selects.
     constexpr std::uint32_t kOrders[][4] = {{3, 2, 1, 0}, {3, 1, 2, 1}, {2, 1, 3, 2}, {2, 3, 1, 3}, {1, 3, 2, 4},
                                             {1, 2, 3, 5}, {3, 1, 1, 1}, {3, 1, 3, 2}, {3, 3, 1, 3}, {1, 3, 1, 4},
                                             {1, 3, 3, 5}, {1, 1, 3, 5}, {3, 3, 3, 5}};
@@ -95,7 +95,7 @@ TEST_P(Conversion, ChoosesTheRecordByTheOrderOfTheFractions) {
     for (const auto& [red, green, blue, record] : kOrders) {
         SCOPED_TRACE(testing::Message() << red << " " << green << " " << blue);
         ClearGrid();
-        // Fractions at either end, in a cell whose numbers must play no part in the comparison; constants that differ.
+        // Fractions at either end, in a cell whose indices must not affect the comparison; each constant differs.
         auto& cell = engine_->Lut3D[(3 * 16 + 15) * 16];
         for (int r = 0; r < 6; ++r) {
             for (int c = 0; c < 3; ++c) cell[r][c][0] = (10 * (r + 1) + c) * 4096;
@@ -105,7 +105,7 @@ TEST_P(Conversion, ChoosesTheRecordByTheOrderOfTheFractions) {
             SetEntries(1, 3U << 16 | (base + red), 15U << 16 | (base + green), base + blue);
             EXPECT_EQ(Run(Pixel{1, 1, 1}), (Pixel{constant, constant + 1, constant + 2})) << base;
         }
-        // Each fraction meets its own coefficient.
+        // Each fraction is multiplied by its own coefficient.
         Pixel expected{};
         for (std::uint32_t c = 0; c < 3; ++c) {
             auto& words = cell[record][c];
@@ -163,7 +163,7 @@ TEST_P(Conversion, TouchesNothingWithoutABuffer) {
     if (wide_) {
         EXPECT_EQ(engine_->Conversion(bytes.data(), kNoBytes, 10), 0);
     } else {
-        // A run of bytes needs no destination.
+        // An 8-bit run needs no destination.
         Bytes converted = bytes;
         EXPECT_EQ(engine_->Conversion(converted.data(), kNoBytes, 10), 0);
         EXPECT_THAT(Bytes(converted.begin(), converted.begin() + 30),
@@ -183,7 +183,7 @@ TEST(WideConversion, ConvertsOverlappingRunsPixelByPixelAtAnyAddress) {
     const auto engine = MakeHandEngine(true);
     const ReferenceEngine reference = ReferenceOf(*engine);
     const Bytes plain = SomePixels(kPixels + 2 * kMargin / 6, true);
-    // How many bytes the destination lies behind the source.
+    // Offset of the destination from the source, in bytes.
     for (const int distance : {-4800, -4200, -390, -30, -12, -7, -6, -5,  -4,  -3,  -2,   -1,   0,    1,   2,
                                3,     4,     5,    6,   7,   12, 30, 179, 384, 389, 4194, 4199, 4200, 4800}) {
         SCOPED_TRACE(distance);
@@ -242,7 +242,7 @@ TEST_F(BoundConversion, TouchesNothingWithoutTables) {
 
 TEST_F(BoundConversion, KeepsTheLowByteForNarrowInputAndAWideSpace) {
     ASSERT_EQ(Bind(PutSmooth(), 0, 0, 11), 0);
-    // The identity table at the interpolated value: its low byte is what is stored.
+    // The identity table at the interpolated value: only its low byte is stored.
     const Bytes pixels = SomePixels(500, false);
     EXPECT_THAT(Convert(pixels), EqualsBytes(ReferenceRun(engine(), pixels)));
     EXPECT_EQ(engine().Lut1DOutG[40000], 40000U);

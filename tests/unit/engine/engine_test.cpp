@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// An engine's state: how it starts, what a reset leaves, what SetIntent and the operations that build all stages make
-// of a bound profile, and which fields of the job belong to nobody here.
+// An engine's state: its initial state, what a reset keeps, what SetIntent and the operations that build all stages
+// make of a bound profile, and the fields of the job that the engine never uses.
 #include <climits>
 #include <filesystem>
 
@@ -69,7 +69,7 @@ TEST_F(Engine, KeepsAllButInputTablesAndJobInAReset) {
 }
 
 TEST_F(Engine, ServesSetIntentFromTheProfileInMemoryAfterAReset) {
-    // Nobody asks there whether a profile was bound: `ProfileState` stays unset.
+    // SetIntent does not check whether a profile was bound: `ProfileState` stays unset.
     ASSERT_EQ(Bind(PutSmooth(), 1, 0, 10), 0);
     const Stages built = StagesOf(engine());
     engine().Reset();
@@ -87,9 +87,9 @@ TEST_F(Engine, AnswersAdjustmentsWithNoSpaceAfterAReset) {
     engine().Reset();
     Fill(5);
     EXPECT_EQ(engine().Adjust_Lch(0.0, 0.0, 0.0), 65535);
-    ExpectFilled(5);  // no change of what a reset leaves
+    ExpectFilled(5);  // zero offsets change nothing after a reset
     EXPECT_EQ(engine().Adjust_Lch(4.0, 0.0, 0.0), 65535);
-    ExpectGrid(ExpectedGrid(kA2B1, 10, {4.0, 0, 0}));  // a space that is not chosen has the primaries of sRGB
+    ExpectGrid(ExpectedGrid(kA2B1, 10, {4.0, 0, 0}));  // an unset space has the primaries of sRGB
     unsigned char curve[1] = {9};
     EXPECT_EQ(engine().Adjust_Output(curve, curve, curve, 1), 65535);
     EXPECT_EQ(engine().Lut1DOutR[0], 9U * 256) << "an input encoding that is not chosen is not that of bytes";
@@ -134,7 +134,7 @@ TEST_F(Engine, RefusesOperationsThatAreNotImplemented) {
     }
 }
 
-// What the exports call prints nothing either: see the suite abi.
+// The operations that the exports call print nothing either: see the suite abi.
 TEST_F(Engine, PrintsNothing) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -183,14 +183,14 @@ TEST_F(Engine, ConstructsAllStagesOrNothing) {
         EXPECT_EQ(build({7.5, -3.0, 20.0}), 20);
         ExpectGrid(ExpectedGrid(kA2B0, 20, {7.5, -3.0, 20.0}));
         EXPECT_EQ(Lch(), (std::array{0, 0, 0})) << "nothing is stored";
-        // The stage itself reports the encoding that it made, of which 12 is only another name.
+        // The stage itself reports the encoding that it built, of which 12 is only an alias.
         engine().Unit.OutputSpace = Space(12);
         EXPECT_EQ(build({}), 12);
         EXPECT_EQ(Status(), "12/8");
         engine().Unit.OutputSpace = Space(14);
         EXPECT_EQ(build({}), 65535);
         EXPECT_EQ(Status(), "65535/65535");
-        // After a read that failed there is no table.
+        // After a failed read there is no table.
         ASSERT_EQ(Bind(dir_.File("absent.icc"), 0, 0, 8), 65531);
         EXPECT_EQ(engine().Unit.ProfileState, 0);
         EXPECT_EQ(build({}), 65535);
@@ -310,7 +310,7 @@ TEST_F(SetIntent, TriesARefusedSpaceAgainAndCanLeaveIt) {
     Fill(2);
     EXPECT_EQ(Rebind(0, 0, 14), 65535);
     EXPECT_NE(OutputOf(engine()), PatternOutput(2));
-    // Unlike `SetProfile`, it takes the space of an engine that cannot convert for no change.
+    // Unlike `SetProfile`, it treats the space of an engine that cannot convert as unchanged.
     Fill(2);
     engine().Unit.BuildResult = 4711;
     EXPECT_EQ(Rebind(0, 0, 65535), 65535);

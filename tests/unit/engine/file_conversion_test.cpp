@@ -22,7 +22,7 @@ const std::string kEmptyList = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 
 
 class FileConversion : public testing::Test {
 protected:
-    /// Runs the conversion and returns what it prints; its result must be 0.
+    /// Runs the conversion and returns its output; its result must be 0.
     std::string Run(const CIccEngineS& engine) {
         testing::internal::CaptureStdout();
         const int result = engine.Conversion(source_.c_str(), dest_.c_str());
@@ -30,8 +30,8 @@ protected:
         EXPECT_EQ(result, 0);
         return printed;
     }
-    /// Converts a file of `tiff` and expects the same file without its profile, the first `bytes` bytes of its pixels
-    /// converted.
+    /// Converts a file of `tiff` and expects the same file without its profile, with the first `bytes` bytes of its
+    /// pixels converted.
     void ExpectConverted(const CIccEngineS& engine, MiniTiff tiff, std::size_t bytes) {
         const Bytes original = tiff.Build();
         WriteFile(source_, original);
@@ -69,11 +69,11 @@ TEST_F(FileConversion, MayWriteOverItsSource) {
 }
 
 TEST_F(FileConversion, TakesTheWidthOfTheSamplesFromTheEngine) {
-    // Words through an engine of bytes: the first width x height x 3 bytes change, one by one.
+    // 16-bit samples through an 8-bit engine: the first width x height x 3 bytes change, each by itself.
     ExpectConverted(*narrow_, {5, 2, 3, 16, Pixels(60), {}}, 30);
-    // Bytes through an engine of words: 10 pixels of 3 bytes hold 5 pixels of 6.
+    // 8-bit samples through a 16-bit engine: 10 pixels of 3 bytes hold 5 pixels of 6.
     ExpectConverted(*wide_, {5, 2, 3, 8, Pixels(30), {}}, 30);
-    // Encodings that only `SetIntent` stores: a pixel of theirs is three bytes, in a file as in memory.
+    // Encodings that only `SetIntent` stores: their pixels are three bytes, in a file as in memory.
     for (const int input : {2, 3, 5, 9, 65534, 65535, -1, INT_MIN}) {
         narrow_->Unit.InputSpace = Space(input);
         ExpectConverted(*narrow_, {7, 5, 3, 8, Pixels(105), {}}, 105);
@@ -81,7 +81,7 @@ TEST_F(FileConversion, TakesTheWidthOfTheSamplesFromTheEngine) {
 }
 
 TEST_F(FileConversion, ConvertsWholePixelsThatBothTheDimensionsAndTheImageHold) {
-    // Grey, taken as colour: 25 bytes are 8 pixels and one byte that stays.
+    // Grey treated as colour: 25 bytes are 8 pixels and one byte that stays unchanged.
     ExpectConverted(*narrow_, {5, 5, 1, 8, Pixels(25), {}}, 24);
     // Dimensions beyond the image, and pixels beyond the dimensions.
     ExpectConverted(*narrow_, {70000, 70000, 3, 8, Pixels(12), {}}, 12);
@@ -120,8 +120,7 @@ TEST_F(FileConversion, PrintsNothingOfADestinationThatCannotBeOpened) {
     EXPECT_FALSE(std::filesystem::exists(dest_));
 }
 
-/// Takes the place of the standard output. Calls `onPiece` with the number of the piece, from 1 on, each time that one
-/// is flushed.
+/// Replaces the standard output. Calls `onPiece` with the number of each piece, from 1 on, when it is flushed.
 class OutputWatch : std::streambuf {
 public:
     explicit OutputWatch(std::function<void(std::size_t)> onPiece) : onPiece_(std::move(onPiece)) {
@@ -150,18 +149,18 @@ private:
     std::vector<std::string> pieces_;
 };
 
-/// Each test acts while one of the three lines is written. True: 16-bit samples, in the file and in the engine.
+/// Each test acts while one of the three lines is written. True means 16-bit samples, in the file and in the engine.
 class FileConversionOrder : public testing::TestWithParam<bool> {
 protected:
     FileConversionOrder() { WriteFile(source_, image_.Build()); }
-    /// The file that must come of it through the tables as they are now.
+    /// The file expected from the current tables.
     Bytes Expected() const {
         MiniTiff image = image_;
         image.icc.clear();
         image.pixels = ReferenceRun(*engine_, image.pixels);
         return image.Build();
     }
-    /// Other output tables, so that every sample comes out as another.
+    /// Changes the output tables so that every sample is converted differently.
     void ChangeTables() {
         for (auto* table : {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB}) {
             for (std::uint32_t v = 0; v < 65536; ++v) table[v] ^= 0x5a5aU;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Every pixel loop that this processor can run against the one that goes pixel by pixel, and the entries that they look
-// up in the output tables.
+// Every pixel loop that this processor can run, compared with the one that converts pixel by pixel, and the indices
+// that they use in the output tables.
 #include "engine/kernels/Kernels.h"
 
 #include <cmath>
@@ -17,9 +17,9 @@ using ICC40::ICC_ENG_S4::kPlainKernel;
 
 constexpr int kSpaces[] = {8,  9,  10, 11, 12, 13, 20, 21, 22, 23, 24, 25,
                            26, 27, 28, 29, 30, 31, 34, 35, 36, 37, 38, 39};
-constexpr std::size_t kPixelsASpace = 240000;  // and width: 11.5 million in all
+constexpr std::size_t kPixelsASpace = 240000;  // for each space and width: 11.5 million in all
 
-/// `pixels` pixels from `source` to `dest` through the tables of an engine, by its input encoding.
+/// Converts `pixels` pixels from `source` to `dest` with the tables of an engine, by its input encoding.
 void RunKernel(const Kernel& kernel, const CIccEngineS& engine, const unsigned char* source, unsigned char* dest,
                std::int64_t pixels) {
     const ICC40::ICC_ENG_S4::Stages stages{{engine.Lut1DInR.get(), engine.Lut1DInG.get(), engine.Lut1DInB.get()},
@@ -35,8 +35,8 @@ Bytes Converted(const Kernel& kernel, const CIccEngineS& engine, const Bytes& pi
     return result;
 }
 
-/// A third random, a third like a photograph (slow changes and noise), a third of values on and beside the grid's
-/// nodes and the ends of the range.
+/// A third random, a third like a photograph (slow changes and noise), a third of values at and next to the grid points
+/// and the ends of the range.
 Bytes Picture(bool wide, std::uint32_t seed) {
     Lcg random(seed);
     Bytes bytes;
@@ -106,7 +106,7 @@ protected:
 TEST_P(KernelRuns, OfEveryLengthAtEveryAddressWriteTheirPixelsAlone) {
     for (std::size_t length = 0; length <= 200; ++length) {
         for (std::size_t shift = 0; shift < 4; ++shift) {
-            // The source ends where its vector does, so that a sanitizer sees a byte read past it.
+            // The source ends where its vector ends, so that a sanitizer detects a read past it.
             Bytes source(shift + length * PixelBytes(wide_));
             Lcg random(static_cast<std::uint32_t>(length * 4 + shift));
             for (auto& byte : source) byte = static_cast<unsigned char>(random.Next());
@@ -136,10 +136,10 @@ INSTANTIATE_TEST_SUITE_P(Every, KernelRuns,
                                     std::string(std::get<1>(row.param) ? "Words" : "Bytes");
                          });
 
-// What the pixel loops look up in the output tables is always an entry of theirs: a value between the corners of its
-// cell, whatever the corners and the fractions are.
+// Every index that the pixel loops use lies inside the output table: it is between the corner values of the cell,
+// whatever the corners and the fractions are.
 
-/// Every fraction on every axis, with each of the others at 0, alike, one beside it, or at the top.
+/// Every fraction on every axis, with each of the others at 0, equal, one less, or at the top.
 std::vector<std::uint16_t> EveryFraction() {
     std::vector<std::uint16_t> samples;
     const auto sample = [](int fraction) { return static_cast<std::uint16_t>(fraction < 0 ? 0 : fraction); };
@@ -154,10 +154,10 @@ std::vector<std::uint16_t> EveryFraction() {
     return samples;
 }
 
-/// 85 cells whose corners are `low` or `high`: corner number 4 red + 2 green + blue of a channel is `high` where that
-/// bit of 3 times the cell's number, plus the channel, is set.
+/// 85 cells whose corners are `low` or `high`: corner number 4 red + 2 green + blue of a channel is `high` if that bit
+/// of (3 times the cell's number, plus the channel) is set.
 std::vector<ReferenceCell> CellsBetween(int low, int high) {
-    // Every other cell on each axis, so that no two share a corner.
+    // Every second cell on each axis, so that no two share a corner.
     const auto place = [](unsigned n) { return std::array{n / 64 * 2, n / 8 % 8 * 2, n % 8 * 2}; };
     std::vector<ReferenceNode> nodes(std::size_t{17} * 17 * 17);
     for (unsigned n = 0; n < 85; ++n) {
@@ -182,12 +182,13 @@ class IndexBounds : public testing::TestWithParam<const Kernel*> {};
 
 TEST_P(IndexBounds, LieBetweenTheCornersOfTheCell) {
     std::vector<std::uint32_t> input(65536);
-    for (std::uint32_t i = 0; i < 4096; ++i) input[i] = i;  // the first cell, and the sample as the fraction
+    for (std::uint32_t i = 0; i < 4096; ++i) input[i] = i;  // the first cell, with the sample as the fraction
     const std::vector<std::uint16_t> samples = EveryFraction(), inside(samples.size(), 1);
     std::vector<std::uint16_t> result(samples.size());
-    // Corners at the two ends of what a grid holds, and close together between them.
+    // Corners at both ends of the grid's range, and close together within it.
     for (const auto& [low, high] : {std::pair{0, 65280}, {0, 65535}, {255, 256}, {30000, 30001}}) {
-        // Entries 1 for the indices from `low` to `high`, 0 for the others and for 65536 indices on either side.
+        // Entries are 1 for the indices from `low` to `high`, and 0 for all others and for 65536 indices on either
+        // side.
         std::vector<std::uint32_t> output(std::size_t{3} << 16);
         std::fill(output.begin() + 65536 + low, output.begin() + 65536 + high + 1, 1U);
         for (const ReferenceCell& cell : CellsBetween(low, high)) {
@@ -198,7 +199,7 @@ TEST_P(IndexBounds, LieBetweenTheCornersOfTheCell) {
             GetParam()->words(
                 {{in, in, in}, records, {out, out, out}}, reinterpret_cast<const unsigned char*>(samples.data()),
                 reinterpret_cast<unsigned char*>(result.data()), static_cast<std::int64_t>(samples.size() / 3));
-            if (result == inside) continue;  // quicker than the matcher, which says where
+            if (result == inside) continue;  // faster than the matcher, which reports the position
             ASSERT_THAT(result, EqualTo(inside)) << low << " and " << high;
         }
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The engine's shape: its operations and that the destructor alone is virtual, its fields, their types and order, and
-// what a constructor leaves alone.
+// The engine's shape: its operations, of which the destructor alone is virtual, the types and order of its fields, and
+// what a constructor leaves uninitialised.
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -26,7 +26,7 @@ static_assert(std::is_same_v<decltype(CIccEngineS::Unit), Info>, "held by value"
 static_assert(std::is_same_v<decltype(CIccEngineS::File), ICC40::ICCFILE::IccFile4>, "held by value");
 static_assert(!std::is_copy_constructible_v<CIccEngineS> && !std::is_copy_assignable_v<CIccEngineS>);
 
-/// Whether a pointer to a member of this form names a plain operation.
+/// Whether a pointer to a member of this form names a non-virtual operation.
 template <class Form>
 bool IsPlain(Form operation) {
     return !Member(operation).IsVirtual();
@@ -69,7 +69,7 @@ static_assert(std::is_same_v<decltype(Info::OutputSpace), ColorSpaceSignature>);
 static_assert(std::is_same_v<decltype(Info::Intent), Intent> && sizeof(Intent) == 4);
 static_assert(std::is_same_v<decltype(Info::WorkBuf), std::unique_ptr<unsigned short[]>>);
 
-// What the tables and the white point are looked up by: four characters, the first one highest.
+// The names of the tables and of the white point: four characters, the first one in the highest byte.
 static_assert(TagName("A2B0") == 0x41324230U && TagName("A2B1") == 0x41324231U);
 static_assert(TagName("A2B2") == 0x41324232U && TagName("wtpt") == 0x77747074U);
 
@@ -85,7 +85,7 @@ TEST(EngineLayout, HasItsFieldsInOrder) {
     const auto engine = std::make_unique<CIccEngineS>();
     ExpectInOrder({engine.get(), &engine->Unit, &engine->File, &engine->Lut1DInR, &engine->Lut1DInG, &engine->Lut1DInB,
                    engine->Lut3D, engine->Lut1DOutR, engine->Lut1DOutG, engine->Lut1DOutB, &engine->Shift});
-    // Nothing stands before the job but the pointer to the virtual destructor.
+    // Only the pointer to the virtual table precedes the job.
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&engine->Unit) - reinterpret_cast<std::uintptr_t>(engine.get()),
               sizeof(void*));
     const Info& job = engine->Unit;
@@ -95,7 +95,7 @@ TEST(EngineLayout, HasItsFieldsInOrder) {
     EXPECT_EQ(static_cast<const void*>(&job.ProfileState), static_cast<const void*>(&job));
 }
 
-/// An engine in memory that holds a pattern, as that of a global one holds zeros.
+/// An engine in memory filled with a pattern, as the memory of a global one is filled with zeros.
 TEST(EngineLayout, StartsWithoutTouchingGridAndOutputTables) {
     struct Memory {
         alignas(CIccEngineS) std::byte bytes[sizeof(CIccEngineS)];

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A profile in memory is bound as a file of the same bytes is: the same result, state, tags and tables.
+// A profile in memory is bound like a file of the same bytes: the same result, state, tags and tables.
 #include "unit/engine/EngineFixture.h"
 
 namespace hueweave::test {
@@ -18,7 +18,7 @@ int BindTo(CIccEngineS& engine, const Profile& profile, const MemoryJob& job) {
                              job.chroma, job.hue);
 }
 
-/// All that a binding leaves, but for the names.
+/// The whole result of a binding, except the names.
 struct Binding {
     int result;
     bool ready;
@@ -51,7 +51,7 @@ Binding BindingOf(const Profile& profile, const MemoryJob& job) {
 
 class MemoryProfile : public EngineTest {
 protected:
-    /// Binds both forms of a profile, which must be told apart by nothing, and returns whether they are ready.
+    /// Binds both forms of a profile, whose results must not differ, and returns whether they are ready.
     bool ExpectTheSame(const Bytes& profile, const MemoryJob& job) {
         const std::string path = dir_.File("same.icc");
         WriteFile(path, profile);
@@ -91,7 +91,7 @@ TEST_F(MemoryProfile, GivesTheStateOfTheFileForBrokenProfiles) {
     EXPECT_GT(whole, 0);
     ExpectTheSame(MiniProfile({{"B2A0", Mft2(SmoothLut())}}), {0, 1, 9});
     ExpectTheSame(Bytes(5 << 20, 'A'), {0, 1, 9});
-    // More entries than the budget of a file of that size takes, all of one block.
+    // More entries, all of one block, than the budget of a file of that size allows.
     ByteWriter many;
     many.Fill(128).Big32(2000);
     for (int i = 0; i < 2000; ++i) many.Text("abcd").Big32(0).Big32(24000);
@@ -117,12 +117,12 @@ TEST_F(MemoryProfile, IsNeverTakenForTheProfileOfAPath) {
     EXPECT_TRUE(SeesMark(0x1111));
     ASSERT_EQ(BindTo(engine(), other, {0, 1, 8}), 0);
     EXPECT_TRUE(SeesMark(0x3333));
-    // Bound once more, the path is no change, and its file is not read.
+    // Bound again, the path is unchanged, and its file is not read.
     ASSERT_EQ(Bind(path, 0, 1, 8), 0);
     WriteFile(path, other);
     ASSERT_EQ(Bind(path, 0, 1, 8), 0);
     EXPECT_TRUE(SeesMark(0x1111));
-    // A null path is still none.
+    // A null path still means no profile.
     ASSERT_EQ(BindTo(engine(), other, {0, 1, 8}), 0);
     EXPECT_EQ(BindNull(0, 1, 8), 65531);
     EXPECT_EQ(Status(), "65535/65535");

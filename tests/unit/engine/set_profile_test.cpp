@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Binding a profile by its path: when the file is read, what is refused, and what a call leaves behind.
+// Binding a profile by its path: when the file is read, what is refused, and the state after a call.
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -25,7 +25,7 @@ public:
     OpenCounter& operator=(const OpenCounter&) = delete;
     ~OpenCounter() { close(descriptor_); }
 
-    /// Opens since the last call. Equal events that follow each other are merged while they are not fetched.
+    /// Opens since the last call. Equal events in succession are merged until they are fetched.
     int Take() {
         alignas(inotify_event) char buffer[4096];
         const ssize_t bytes = read(descriptor_, buffer, sizeof buffer);
@@ -49,7 +49,7 @@ TEST_F(SetProfile, HoldsWhatItWasGiven) {
     EXPECT_EQ(engine().InEntries, 65536);
     EXPECT_EQ(engine().File.tagList.size(), 2U);
     engine().Reset();
-    // The same path, but no output space any more.
+    // The same path, but the output space is unset.
     EXPECT_EQ(Bind(path, 2, 1, 23), 0);
     EXPECT_EQ(Status(), "23/23");
     EXPECT_EQ(engine().InEntries, 65536);
@@ -62,7 +62,7 @@ TEST_F(SetProfile, NamesTheOutputSpaceAsTheResultAlsoForAliases) {
     }
 }
 
-// What is a change, and reads the file.
+// Changes that cause the file to be read.
 
 TEST_F(SetProfile, ReadsTheFileForEachChangeOfTheJobAlone) {
     const std::string path = PutSmooth();
@@ -130,11 +130,11 @@ TEST_F(SetProfile, TakesAStoredEncodingThatItWouldRefuseAsUnchanged) {
     ASSERT_EQ(Bind(path, 0, 0, 8), 0);
     ASSERT_EQ(Rebind(0, 5, 8), 8);
     PutMarked("a.icc", 0x2222);
-    // The test for a change comes before the test of the encoding.
+    // The test for a change precedes the test of the encoding.
     EXPECT_EQ(Bind(path, 0, 5, 8), 0);
     EXPECT_EQ(Status(), "8/8");
     EXPECT_TRUE(SeesMark(0x1111));
-    // Any difference leads past it.
+    // With any difference the encoding is tested.
     EXPECT_EQ(Bind(path, 1, 5, 8), 65530);
     EXPECT_EQ(Status(), "65535/65535");
 }
@@ -151,7 +151,7 @@ TEST_F(SetProfile, DropsTheSecondName) {
         EXPECT_EQ(engine().SetProfile(path.c_str(), second, IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
         EXPECT_EQ(opens.Take(), 0) << "it counts for nothing in the test for a change";
     }
-    // One that is stored is dropped, which is a change.
+    // A stored second name is dropped, which is a change.
     ASSERT_EQ(engine().Unit.CheckCurrentProfile(path.c_str(), "second"), 1);
     EXPECT_EQ(Bind(path, 0, 0, 8), 0);
     EXPECT_EQ(engine().Unit.SecondName, nullptr);
@@ -161,7 +161,7 @@ TEST_F(SetProfile, DropsTheSecondName) {
 }
 
 TEST_F(SetProfile, RemembersThePathEvenWhenTheRestFails) {
-    // Of a file that is absent, and of an encoding that is refused.
+    // An absent file, and a refused encoding.
     const struct {
         std::string path;
         int input, result;
@@ -169,7 +169,7 @@ TEST_F(SetProfile, RemembersThePathEvenWhenTheRestFails) {
     for (const auto& row : rows) {
         ASSERT_EQ(Bind(row.path, 1, row.input, 8), row.result);
         EXPECT_STREQ(engine().Unit.ProfileName.get(), row.path.c_str());
-        // With the output space stored from elsewhere nothing differs any more, and the call that failed succeeds.
+        // Once another call has stored the output space, nothing differs, and the call that failed succeeds.
         EXPECT_EQ(Rebind(1, row.input, 8), 65535);
         EXPECT_EQ(Bind(row.path, 1, row.input, 8), 0);
         EXPECT_EQ(Status(), "8/65535");
@@ -183,7 +183,7 @@ TEST_F(SetProfile, TakesANullPathForAFileThatCannotBeOpened) {
     EXPECT_EQ(BindNull(0, 0, 8), 65531);
     EXPECT_EQ(Status(), "65535/65535");
     EXPECT_EQ(engine().Unit.ProfileName, nullptr);
-    // Where there is no name and the job is stored from elsewhere, nothing differs, and no file is looked at.
+    // Without a name, and with the job stored by another call, nothing differs, and no file is opened.
     ASSERT_EQ(Rebind(1, 0, 8), 65535);
     EXPECT_EQ(BindNull(1, 0, 8), 0);
     EXPECT_EQ(engine().SetProfile(nullptr, nullptr, IntentOf(1), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
@@ -192,7 +192,7 @@ TEST_F(SetProfile, TakesANullPathForAFileThatCannotBeOpened) {
     EXPECT_EQ(Status(), "65535/65535");
 }
 
-// Calls that fail, and what is bound.
+// Calls that fail, and the binding afterwards.
 
 TEST_F(SetProfile, RefusesAnInputEncodingWithoutOpeningTheFile) {
     const std::string path = PutSmooth();
@@ -274,7 +274,7 @@ TEST_F(SetProfile, BuildsItsOwnAdjustmentButStoresNone) {
     const Grid adjusted = ExpectedGrid(kA2B0, 10, {6.5, -2.25, 14.0});
     ExpectGrid(adjusted);
     EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
-    // So an adjustment of 0 is no change, and neither is another one in the same call.
+    // So an adjustment of 0 is no change, nor is another adjustment in the same call.
     EXPECT_EQ(engine().Adjust_Lch(0.0, 0.0, 0.0), 10);
     EXPECT_EQ(Bind(path, 0, 0, 10, 30.0, 30.0, 30.0), 0);
     ExpectGrid(adjusted);

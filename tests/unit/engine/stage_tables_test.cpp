@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The three building stages: what each makes of a table and an output space, and what it leaves alone.
+// The three building stages: what each makes of a table and an output space, and what it leaves unchanged.
 #include <climits>
 
 #include "unit/engine/EngineFixture.h"
@@ -27,7 +27,7 @@ TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
         ASSERT_EQ(Bind(Put(std::to_string(entries), {{"A2B0", block}}), 0, 0, 8), 0);
         Fill(4);
         engine().Unit.BuildResult = 4711;
-        // Lab encodings, and others that count as bytes; each time the tables before are gone.
+        // Lab encodings, and others that count as bytes; each build replaces the previous tables.
         for (const int input : {1, 0, 1, 2, 3, 5, 65535, 0}) {
             SCOPED_TRACE(testing::Message() << entries << " entries, input " << input);
             engine().Unit.InputSpace = Space(input);
@@ -50,7 +50,7 @@ TEST_F(Set1DLutIn, PutsTheHighestValueOneStepBelowTheLastGridPoint) {
         EXPECT_EQ(engine().Lut1DInG[v], 0U);
         EXPECT_EQ(engine().Lut1DInB[v], 0x00080fffU);
     }
-    // For Lab the first sample of the second row is 0 less 1, of which the low 16 bits count: the highest value.
+    // For Lab the first sample of the second row is 0 - 1, of which the low 16 bits count: the highest value.
     engine().Unit.InputSpace = Space(2);
     engine().Set1DLutIn(&Table());
     EXPECT_EQ(engine().Lut1DInG[0], 0x000f0fffU);
@@ -61,7 +61,7 @@ TEST_F(Set1DLutIn, PacksByShiftUnderAFixedMask) {
         for (const int input : {0, 1}) {
             SCOPED_TRACE(testing::Message() << "shift " << shift << ", input " << input);
             ASSERT_EQ(Bind(PutSmooth(), 0, input, 8 + input), 0);
-            // Packed with 12 bits, an entry tells the value that it was made of.
+            // Packed with 12 bits, an entry gives back its original value.
             Tables expected = InputOf(engine());
             for (auto& table : expected) {
                 for (std::uint32_t& entry : table) {
@@ -89,7 +89,7 @@ TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
     EXPECT_EQ(Status(), "10/10");
 }
 
-// The nodes go through untouched, and their chroma is not cut, as a shift of any size would cut it.
+// The nodes stay unchanged, and their chroma is not cut; a shift of any size other than zero would cut it.
 TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
     MiniLut lut = SmoothLut(3);
     lut.grid = ScatteredGrid(3, 99);
@@ -131,12 +131,12 @@ protected:
     }
     const int space_ = GetParam();
     const int status_ = Supported(space_) ? space_ : 65535;
-    /// The encoding that was made, of which 12 and 13 are other names.
+    /// The encoding that is built; 12 and 13 are aliases.
     const int made_ = space_ == 12 ? 8 : space_ == 13 ? 9 : status_;
 };
 
 TEST_P(Set1DLutOut, FillsTheTablesAndSettlesTheStatus) {
-    // Also beside other input encodings, which have no bearing on it.
+    // The input encoding has no effect on it.
     for (const int input : {0, 1, 5, 65535}) {
         SCOPED_TRACE(input);
         Fill(0xdeadbeef);

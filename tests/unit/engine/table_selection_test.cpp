@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What of a profile an engine works by: the table that the intent selects, if it can be used, and the white point.
+// What an engine uses of a profile: the table that the intent selects, if it is usable, and the white point.
 #include <climits>
 
 #include "unit/engine/EngineFixture.h"
@@ -22,12 +22,12 @@ protected:
         return Put("subset.icc", tags);
     }
     bool Has(int table) const { return (std::get<0>(GetParam()) >> table & 1) != 0; }
-    /// The number of the table to be used, or -1.
+    /// The number of the table to use, or -1.
     int Selected() const {
         const int first = intent_ == 2 ? 2 : intent_ == 1 || intent_ == 3 ? 1 : 0;
         return Has(first) ? first : Has(1) ? 1 : -1;
     }
-    /// Input tables and grid of the selected table, for bytes.
+    /// Checks the input tables, for bytes, and the grid against the selected table.
     void ExpectSelected(int space, const Offsets& by = {}) {
         const Tables input = InputOf(engine());
         for (unsigned c = 0; c < 3; ++c) {
@@ -47,7 +47,7 @@ TEST_P(TableSelection, ServesSetProfileAndSetIntent) {
     EXPECT_EQ(engine().GetMft2(), selected_ < 0 ? nullptr : engine().File.GetTag(names[selected_]));
     EXPECT_EQ(engine().Lut1DInR == nullptr, selected_ < 0);
     if (selected_ >= 0) ExpectSelected(10);
-    // With another space, so that every intent makes a change.
+    // A different space, so that every intent makes a change.
     engine().Unit.BuildResult = 4711;
     EXPECT_EQ(Rebind(intent_, 0, 11), selected_ < 0 ? 65535 : 11);
     EXPECT_EQ(Status(), selected_ < 0 ? "11/4711" : "11/11");
@@ -67,7 +67,7 @@ TEST_P(TableSelection, ServesAdjustments) {
         return;
     }
     ExpectSelected(11, {5.0, 6.0, 7.0});
-    // One point of the caller's; from the second on the profile's curves, whose points are now 257 apart.
+    // One point of the caller; from the second on, the profile's curves, whose points are now 257 apart.
     const Tables output = OutputOf(engine());
     for (unsigned c = 0; c < 3; ++c) {
         for (const unsigned point : {1U, 2U, 100U, 254U}) {
@@ -84,14 +84,14 @@ struct BadTable {
     Bytes block;
 };
 
-/// A block of type "mft2" with a byte changed, with zeros after it.
+/// A block of type "mft2" with one byte changed and `more` zeros appended.
 Bytes Patched(std::size_t at, unsigned value, std::size_t more = 0) {
     Bytes block = Mft2(SmoothLut());
     block.at(at) = static_cast<unsigned char>(value);
     block.resize(block.size() + more);
     return block;
 }
-/// One of type "mAB " with two bytes set.
+/// A block of type "mAB " with two bytes set.
 Bytes PatchedCurved(std::size_t at, unsigned first, unsigned second) {
     Bytes block = MftAB(SmoothLut());
     block.at(at) = static_cast<unsigned char>(first);
@@ -205,7 +205,7 @@ protected:
 };
 
 TEST_F(WhitePoint, CountsForTheAbsoluteIntentAlone) {
-    // The tag before it carries other words of the same type.
+    // The tag before it holds other values of the same type.
     const std::string path =
         Put("white.icc", {{"bkpt", XyzBlock(0xc000, 0xc000, 0xc000)}, {"wtpt", WhiteBlock()}, {"A2B1", kA2B1}});
     ASSERT_NE(plain_, white_);
@@ -245,7 +245,7 @@ TEST_F(WhitePoint, CountsFromTwentyBytesOn) {
     ExpectGrid(plain_);
 }
 
-// The class of a tag goes by its name.
+// The name of a tag determines its class.
 TEST_F(WhitePoint, CountsWhateverItsType) {
     Bytes block = WhiteBlock();
     std::fill_n(block.begin(), 8, static_cast<unsigned char>('x'));

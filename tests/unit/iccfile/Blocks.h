@@ -23,7 +23,7 @@
 #include "support/Matchers.h"
 #include "support/TempDir.h"
 
-// Blocks of every tag type and whole profiles, sound or not, for the tests of this folder.
+// Blocks of every tag type and whole profiles, valid or not, for the tests of this folder.
 namespace hueweave::test::icc {
 
 using ICC40::ICC4_HEADER::Signature;
@@ -44,7 +44,7 @@ using ICC40::ICCFILE::ProfileHeader;
 using Values = std::vector<unsigned>;  ///< 8-bit or 16-bit
 using Strings = std::vector<std::string>;
 
-/// The base class of the tags and all that derive from it, and their names in the list of tests.
+/// The base class of the tags and all classes derived from it, and their names in the list of tests.
 using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
                                CLut16Type, CLut8Type, CLut>;
 struct NameOfTag {
@@ -72,7 +72,7 @@ inline std::uint32_t Big32(const Bytes& bytes, std::size_t at) {
 
 // --- blocks
 
-/// The first bytes of a block, or the block with zeros behind it; never with room to spare.
+/// The first bytes of a block, or the block padded with zeros; allocated to the exact size.
 inline Bytes Cut(const Bytes& block, std::size_t size) {
     Bytes cut(size);
     if (size != 0 && !block.empty()) std::memcpy(cut.data(), block.data(), std::min(size, block.size()));
@@ -85,7 +85,7 @@ inline Bytes Part(const Bytes& bytes, std::size_t at, std::size_t size) {
 }
 inline std::size_t RoundedUp(std::size_t size) { return (size + 3) / 4 * 4; }
 
-/// A block of any type whose bytes behind the type all differ from their neighbours.
+/// A block of any type in which every byte after the type differs from its neighbours.
 inline Bytes Block(std::string_view type, std::size_t size, unsigned seed = 1) {
     ByteWriter block;
     block.Text(type);
@@ -99,7 +99,7 @@ inline Bytes CurveBlock(const Values& entries) {
     return block.Done();
 }
 
-/// `count` values for tables of `width` bytes an entry, the same for the same place; the two bytes of each differ.
+/// `count` values for tables of `width` bytes per entry; a value depends on its place only, and its two bytes differ.
 inline Values TableValues(std::size_t place, std::size_t count, unsigned width = 2) {
     Values values;
     for (std::size_t i = place; i < place + count; ++i) {
@@ -109,11 +109,11 @@ inline Values TableValues(std::size_t place, std::size_t count, unsigned width =
     return values;
 }
 
-/// A block in the layout of "mft2", or the same with one byte an entry.
+/// A block in the layout of "mft2", or the same layout with one byte per entry.
 struct MftSpec {
     const char* type = "mft2";
     unsigned in = 3, out = 3, points = 2, inEntries = 2, outEntries = 2, width = 2;
-    std::optional<std::size_t> values{};  ///< entries in all; without it what the counts ask for
+    std::optional<std::size_t> values{};  ///< entries in all; by default as many as the counts require
 
     std::size_t Cube() const { return std::size_t{points} * points * points; }
     std::size_t Asked() const { return std::size_t{inEntries} * in + Cube() * out + std::size_t{outEntries} * out; }
@@ -130,7 +130,7 @@ struct MftSpec {
     }
 };
 
-/// An "mAB " or "mBA " block. Every part goes behind the ones before; `place` is where its offset stands.
+/// An "mAB " or "mBA " block. Each part follows the ones before; `place` is the position of its offset.
 class AbBlock {
 public:
     static constexpr std::size_t kB = 12, kMatrix = 16, kM = 20, kGrid = 24, kA = 28;
@@ -147,7 +147,7 @@ public:
         block_.Append(bytes);
         return *this;
     }
-    /// Curves 2 x entries + 14 bytes apart, which is where they are looked for.
+    /// Curves 2 x entries + 14 bytes apart, which is where the reader looks for them.
     AbBlock& Curves(std::size_t place, const std::vector<Values>& curves) {
         ByteWriter bytes;
         for (const Values& curve : curves) bytes.Append(CurveBlock(curve)).Fill(2, 0xee);
@@ -171,7 +171,7 @@ private:
 
 // --- tags
 
-/// Lets a tag take a block.
+/// Loads a block into a tag.
 template <typename Tag>
 unsigned Load(Tag& tag, std::string_view name, Bytes block) {
     return tag.Initial(Name(name), block.data(), static_cast<int>(block.size()));
@@ -185,12 +185,12 @@ Values ValuesOf(const Array& array, std::size_t from, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) values.push_back(array[from + i]);
     return values;
 }
-/// The entries of a curve that is expected to be there.
+/// The entries of a curve that must exist.
 inline Values EntriesOf(const CCurveType* curve) {
     return curve == nullptr ? Values{0xdeadU, 0xdeadU} : ValuesOf(curve->curve, 0, curve->curveCount);
 }
 
-/// The three tables of a LUT tag, of one or two bytes an entry.
+/// Whether the three tables of a LUT tag, of one or two bytes per entry, are all missing, or all present.
 template <typename Lut>
 bool HasNone(const Lut& lut) {
     return lut.inputTable == nullptr && lut.clutTable == nullptr && lut.outputTable == nullptr;
@@ -208,15 +208,15 @@ inline Bytes NumberedHeader() {
     for (unsigned i = 0; i < 128; ++i) header.U8(128 + i);
     return header.Done();
 }
-/// The same as it is written back: with its own size, and blank in two places.
+/// The same header as it is written: with the actual size, and zero in two places.
 inline Bytes SavedHeader(std::uint32_t size) {
     ByteWriter header;
     header.Big32(size).Append(Part(NumberedHeader(), 4, 52)).Fill(8);
     return header.Append(Part(NumberedHeader(), 64, 36)).Fill(28).Done();
 }
 
-/// An entry of the tag table. Without `offset` its block goes behind the blocks before; without `size` it is as
-/// long as its block.
+/// An entry of the tag table. Without `offset` its block follows the blocks before; without `size` it is as long as its
+/// block.
 struct TagEntry {
     std::string name;
     Bytes block{};
@@ -224,7 +224,7 @@ struct TagEntry {
     std::optional<std::uint32_t> size{};
 };
 
-/// Header, count, table, and the blocks, each padded with zeros to a multiple of 4.
+/// Header, count, tag table, and the blocks, each padded with zeros to a multiple of 4.
 inline Bytes ProfileOf(const std::vector<TagEntry>& entries) {
     ByteWriter table, data;
     const std::size_t start = 132 + 12 * entries.size();
@@ -264,7 +264,7 @@ inline std::vector<TagEntry> EveryClass() {
 /// A container and a folder for its files.
 class ProfileOnDisk : public testing::Test {
 protected:
-    /// Reads a file of these bytes, and expects that memory gives the same.
+    /// Reads a file of these bytes, and expects the same result from memory.
     int Read(const Bytes& bytes) {
         WriteFile(path, bytes);
         const std::size_t before = file.tagList.size();
@@ -280,7 +280,7 @@ protected:
         }
         return result;
     }
-    /// The same without a file, for tests that read many.
+    /// The same from memory only, for tests that read many profiles.
     int ReadFromMemory(Bytes bytes) {
         const FileHandle stream(fmemopen(bytes.data(), bytes.size(), "rb"));
         return file.ReadFile(stream.get());
@@ -301,7 +301,7 @@ protected:
         }
         return names;
     }
-    /// The first tag of that name, which is there and of that class.
+    /// The first tag of that name, which must exist and be of that class.
     template <typename Tag>
     Tag& Get(std::string_view name) {
         return dynamic_cast<Tag&>(*file.GetTag(Name(name)));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Profiles that promise more than their file holds, on both sides of every limit.
+// Profiles that declare more than their file holds, on both sides of every limit.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
@@ -11,13 +11,13 @@ class IccFile4Limits : public ProfileOnDisk {};
 
 TEST_F(IccFile4Limits, CountsOnlyEntriesThatTheFileHoldsWhole) {
     struct Row {
-        std::size_t bytes;  // of table in the file
+        std::size_t bytes;  // of the tag table in the file
         std::uint32_t count;
         std::size_t tags;
     };
     for (const Row& row : {Row{0, 1, 0}, Row{11, 1, 0}, Row{12, 1, 1}, Row{13, 1, 1}, Row{23, 2, 1}, Row{24, 2, 2},
                            Row{25, 2, 2}, Row{36, 2, 2}, Row{36, 0, 0}, Row{35, 5, 2}, Row{36, 5, 3},
-                           Row{36, 0xffffffffU, 3}, Row{36, 0x80000000U, 3},  // negative as a signed count
+                           Row{36, 0xffffffffU, 3}, Row{36, 0x80000000U, 3},  // negative as a signed integer
                            Row{36, 0x15555556U, 3}}) {                        // 12 times that is 8 in 32 bits
         ByteWriter table;
         for (int i = 0; i < 3; ++i) table.Text("abcd").Big32(0).Big32(4);
@@ -43,7 +43,7 @@ TEST_F(IccFile4Limits, LeavesOutAnEntryThatDoesNotLieInTheFile) {
         std::uint32_t offset, size;
         bool taken;
     };
-    constexpr std::uint32_t kEnd = 132 + 24 + 40;  // bytes in the file
+    constexpr std::uint32_t kEnd = 132 + 24 + 40;  // size of the file in bytes
     for (const Row& row :
          {Row{kEnd - 8, 7, true}, Row{kEnd - 8, 8, true}, Row{kEnd - 8, 9, false}, Row{kEnd - 5, 5, true},
           Row{kEnd - 5, 6, false}, Row{kEnd, 0, true}, Row{kEnd, 1, false}, Row{kEnd + 1, 0, false}, Row{0, kEnd, true},
@@ -80,13 +80,14 @@ TEST_F(IccFile4Limits, KeepsATagOfNoBytesWithTypeZero) {
     }
 }
 
-/// Entries that all share one block, so that a small file could ask for any amount of memory. The sum of rounded
-/// sizes, each with 256 bytes on top, may come to eight times the file and 4 MiB.
+/// Entries that all share one block, by which a small file could request any amount of memory. The sum of rounded
+/// sizes, plus 256 bytes for each entry, may reach eight times the file size plus 4 MiB.
 class SharedBlocks : public IccFile4Limits {
 protected:
     static constexpr std::uint32_t kBlock = 40000, kShares = 112;
 
-    /// The tags that are taken of a table of `outside` entries that lie outside, `kShares` of 40,000 bytes and these.
+    /// The number of tags accepted from a table of `outside` entries outside the file, `kShares` of 40,000 bytes, and
+    /// `last`.
     std::size_t Taken(std::uint32_t outside, const std::vector<std::uint32_t>& last) {
         std::vector<std::uint32_t> sizes(outside, kBlock + 1);
         sizes.insert(sizes.end(), kShares, kBlock);
@@ -105,19 +106,19 @@ TEST_F(SharedBlocks, AreTakenUpToTheirLimit) {
     struct Row {
         std::uint32_t outside;
         std::vector<std::uint32_t> last;
-        std::size_t taken;  ///< of the last ones
+        std::size_t taken;  ///< of the last entries
     };
-    // 8 x (132 + 12 x 113 + 40,000) + 4 MiB - 112 x 40,256 - 256 = 17,280, and 96 more for every entry more.
+    // 8 x (132 + 12 x 113 + 40,000) + 4 MiB - 112 x 40,256 - 256 = 17,280, and 96 more for each further entry.
     for (const Row& row : {Row{0, {17276}, 1}, Row{0, {17280}, 1}, Row{0, {17284}, 0}, Row{0, {17277}, 1},
                            Row{0, {17281}, 0},                                        // rounded up
-                           Row{0, {17376 - 256, 0}, 2}, Row{0, {17376 - 252, 0}, 1},  // one without bytes counts, too
-                           Row{0, {17380, 4}, 0}, Row{0, {4, 4}, 2},                  // the first too long ends it
-                           Row{10, {17280 + 960}, 1}, Row{10, {17280 + 964}, 0}}) {   // those outside do not count
+                           Row{0, {17376 - 256, 0}, 2}, Row{0, {17376 - 252, 0}, 1},  // an empty entry counts, too
+                           Row{0, {17380, 4}, 0}, Row{0, {4, 4}, 2},  // reading stops at the first one too long
+                           Row{10, {17280 + 960}, 1}, Row{10, {17280 + 964}, 0}}) {  // entries outside do not count
         EXPECT_EQ(Taken(row.outside, row.last), kShares + row.taken) << row.outside << ", " << row.last[0];
     }
 }
 
-/// One table for every intent and both ways, with the names that other readers look for: sound, if unusual.
+/// One table for every intent in both directions, with the names that other readers look for: valid, if unusual.
 TEST_F(IccFile4Limits, KeepsAllTagsOfASoundProfileThatShareOneBlock) {
     const Bytes table = MftSpec{.out = 7, .points = 33}.Done();
     ASSERT_GT(table.size(), 500000U);

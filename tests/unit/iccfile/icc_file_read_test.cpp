@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Reading a profile: the table, the blocks, the list of tags and the class of each, and what is asked for by name.
+// Reading a profile: the tag table, the blocks, the list of tags and the class of each, and look-ups by name.
 #include <typeindex>
 
 #include "unit/iccfile/Blocks.h"
@@ -44,7 +44,7 @@ TEST_F(IccFile4Read, RoundsADeclaredSizeUpToFour) {
 TEST_F(IccFile4Read, DoesNotLookAtTheHeader) {
     const Bytes sound = ProfileOf({{"A2B0", MftSpec().Done()}, {"A2B1", AbBlock(3, 3).Done()}});
     for (std::size_t at = 0; at < 128; at += 4) {
-        // Also the versions 2 and 4, and no magic at all.
+        // Including versions 2 and 4, and a missing signature.
         for (const std::uint32_t word : {0U, 0x02400000U, 0x04300000U, 0xffffffffU}) {
             ByteWriter changed;
             changed.Append(sound).PatchBig32(at, word);
@@ -120,7 +120,7 @@ TEST_F(IccFile4Read, TakesTheHeaderFromTheStreamsPositionAndTheBlocksFromTheFile
 
 TEST_F(IccFile4Read, CopiesABlockThatEntriesShareOrOverlapInto) {
     const Bytes block = Block("data", 24);
-    // The block stands behind 132 + 4 x 12 bytes.
+    // The block starts at 132 + 4 x 12 bytes.
     Read(ProfileOf({{"aaaa", block}, {"bbbb", {}, 180, 24}, {"cccc", {}, 185, 6}, {"dddd", {}, 0, 8}}));
     ASSERT_EQ(Names(), (Strings{"aaaa", "bbbb", "cccc", "dddd"}));
     EXPECT_EQ(DataOf(*file.tagList[0]), block);
@@ -159,9 +159,9 @@ TEST_F(IccFile4Read, AfterAResetFindsOnlyTheNewTags) {
     EXPECT_EQ(file.GetTag(Name("aaaa")), nullptr);
 }
 
-// --- one entry of the table
+// --- one entry of the tag table
 
-/// The four bytes as they lie in memory.
+/// The four bytes of a big-endian word, in memory order.
 unsigned InFileOrder(std::uint32_t value) {
     const Bytes bytes = ByteWriter().Big32(value).Done();
     unsigned word = 0;
@@ -189,11 +189,11 @@ TEST_F(IccFile4Read, AddsATagFromWordsAsTheyStandInTheFile) {
     EXPECT_EQ(DataOf(*file.tagList[2]), ByteWriter().Text("fghij").Fill(3).Done());
 }
 
-// --- the class of a tag: its name counts first, the type only where the name leaves it open
+// --- the class of a tag: its name decides; the type counts only if the name leaves it open
 
 struct TypeRow {
     const char* type;
-    std::type_index a2b, b2a, other;  ///< for a table of either direction, and for a name without a class of its own
+    std::type_index a2b, b2a, other;  ///< for a table of either direction, and for a name without its own class
 };
 struct TagClass {
     std::string name;

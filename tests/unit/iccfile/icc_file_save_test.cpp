@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Writing a profile back: what is kept, what is worked out anew and what is lost.
+// Writing a profile: what is kept, what is recomputed and what is lost.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
@@ -9,7 +9,7 @@ namespace {
 
 class IccFile4Save : public ProfileOnDisk {
 protected:
-    /// Has the blocks of this many bytes in the list, sound or not, as tags aaaa, bbbb, ...
+    /// Adds blocks of these sizes in bytes to the list, valid or not, as tags aaaa, bbbb, ...
     void AddTags(const std::vector<std::size_t>& sizes) {
         std::string name = "aaaa";
         for (const std::size_t size : sizes) {
@@ -18,7 +18,7 @@ protected:
             for (char& letter : name) ++letter;
         }
     }
-    /// What `write` puts behind the text "xyz".
+    /// The bytes that `write` writes after the text "xyz".
     template <typename Write>
     Bytes BehindAText(Write write) {
         {
@@ -36,7 +36,7 @@ struct Place {
     const char* name;
     std::uint32_t offset, size;
 };
-/// Count and table.
+/// Tag count and tag table.
 Bytes TableOf(const std::vector<Place>& places) {
     ByteWriter table;
     table.Big32(static_cast<std::uint32_t>(places.size()));
@@ -50,7 +50,7 @@ std::vector<TagEntry> SomeTags() {
 const std::vector<Place> kSomePlaces = {{"zzzz", 168, 12}, {"wtpt", 180, 20}, {"aaaa", 200, 16}};
 std::vector<Bytes> SomeBlocks() { return {Block("data", 12, 1), Block("XYZ ", 20, 2), Block("text", 16, 3)}; }
 
-/// A whole profile as it is saved.
+/// A whole saved profile.
 Bytes SavedProfile(const std::vector<Place>& places, const std::vector<Bytes>& blocks) {
     ByteWriter data;
     for (const Bytes& block : blocks) data.Append(block);
@@ -83,7 +83,7 @@ TEST_F(IccFile4Save, WritesTheRoundedSize) {
                 EqualTo(SavedProfile({{"abcd", 156, 12}, {"efgh", 168, 4}}, {Block("data", 12), Block("data", 4)})));
 }
 
-// --- what is saved is the list of tags and their verbatim copies
+// --- a save writes the list of tags and their verbatim copies
 
 TEST_F(IccFile4Save, WritesNamesAndBytesOfTheList) {
     Read(ProfileOf(SomeTags()));
@@ -125,7 +125,7 @@ TEST_F(IccFile4Save, WritesChangesOfTheCopy) {
     EXPECT_THAT(Saved(), EqualTo(SavedProfile({{"wtpt", 144, 12}}, {Cut(block, 12)})));
 }
 
-// --- tags that were never in a file, whose sizes are no multiples of four
+// --- tags that do not come from a file, whose sizes are not multiples of four
 
 TEST_F(IccFile4Save, WritesUnevenTagsBackToBackWithTheirOwnSizes) {
     AddTags({5, 1, 10});
@@ -137,7 +137,7 @@ TEST_F(IccFile4Save, WritesUnevenTagsBackToBackWithTheirOwnSizes) {
                                      .Append(Block("data", 1))
                                      .Append(Block("data", 10))
                                      .Done()));
-    // Read again they are rounded: what follows a block belongs to it, and behind the file's end there are zeros.
+    // Reading them rounds the sizes up: a tag includes what follows its block, and zeros past the end of the file.
     const Bytes blocks =
         ByteWriter().Append(Block("data", 5)).Append(Block("data", 1)).Append(Block("data", 10)).Done();
     IccFile4 again;
@@ -148,7 +148,7 @@ TEST_F(IccFile4Save, WritesUnevenTagsBackToBackWithTheirOwnSizes) {
     EXPECT_EQ(DataOf(*again.tagList[2]), Cut(Block("data", 10), 12));
 }
 
-// --- step by step, at the stream's position
+// --- single steps, at the stream's position
 
 TEST_F(IccFile4Save, WritesTheTableAloneAndAnswersTheFilesSizeAndTheBlocksAlone) {
     const auto expect = [&](int size, const Bytes& table, const Bytes& blocks) {
@@ -163,7 +163,7 @@ TEST_F(IccFile4Save, WritesTheTableAloneAndAnswersTheFilesSizeAndTheBlocksAlone)
            ByteWriter().Append(Block("data", 5)).Append(Block("data", 1)).Done());
 }
 
-// --- where to
+// --- destinations
 
 TEST_F(IccFile4Save, ReplacesALongerFileAndTheFileThatWasRead) {
     Read(ProfileOf(SomeTags()));

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What container and tags are made of: fields in their order and width, virtual operations in their slots, and who
-// derives from whom.
+// The layout of container and tags: the order and width of fields, virtual operations in their slots, and the class
+// hierarchy.
 #include <type_traits>
 
 #include "support/Layout.h"
@@ -23,7 +23,7 @@ std::size_t At(const Object& object, const Field& field) {
 }
 using Places = std::vector<std::size_t>;
 
-constexpr std::size_t kBase = 32;  // table of operations, the plain struct's two words, two more words, a pointer
+constexpr std::size_t kBase = 32;  // vtable pointer, the two words of the plain struct, two more words, a pointer
 
 TEST(IccFile4Layout, IsTheHeaderAndTheListWithoutABaseOrATable) {
     static_assert(!std::is_polymorphic_v<IccFile4>);

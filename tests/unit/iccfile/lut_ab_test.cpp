@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Tags of the types "mAB " and "mBA ": offsets, curves and grid, and how one steps from curve to curve.
+// Tags of the types "mAB " and "mBA ": offsets, curves and grid, and the step from curve to curve.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
@@ -118,7 +118,7 @@ TEST(CLut, GivesItsCurvesTypeSteppedSizeAndNoData) {
     }
 }
 
-/// Curves where the format has them: each at a multiple of 4 bytes.
+/// Curves placed as in the format: each at a multiple of 4 bytes.
 Bytes AlignedCurves(const std::vector<Values>& curves) {
     ByteWriter bytes;
     for (const Values& curve : curves) bytes.Append(CurveBlock(curve)).Align(4);
@@ -139,8 +139,9 @@ TEST(CLut, StepsAsTheFormatAlignsOddNumbersOfEntries) {
 }
 
 TEST(CLut, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
-    // Aligned curves stand at 32, 48 and 64, the block ends at 80. The second is looked for at 50: its count is the
-    // two low bytes of the true count and the first entry, 0x00023333, and the nine words up to the end are taken.
+    // Aligned curves are at 32, 48 and 64, and the block ends at 80. The reader expects the second at 50: its count
+    // consists of the low two bytes of the true count and the first entry, 0x00023333, and the nine words up to the end
+    // are taken.
     const Bytes aligned = AlignedCurves({{0x1111, 0x2222}, {0x3333, 0x4444}, {0x5555, 0x6666}});
     for (const std::size_t place : {AbBlock::kA, AbBlock::kB}) {
         CLut lut;

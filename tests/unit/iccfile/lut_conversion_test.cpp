@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The table that an "mAB " or "mBA " tag is converted to: its sides, its sizes, and what cannot be converted.
+// The table to which an "mAB " or "mBA " tag is converted: its channels, its sizes, and what cannot be converted.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
 namespace {
 
-/// `count` curves of `entries` each; no two entries are alike.
+/// `count` curves of `entries` entries each; no two entries are equal.
 std::vector<Values> CurvesOf(std::size_t count, unsigned entries, unsigned base) {
     std::vector<Values> curves(count);
     for (Values& curve : curves) {
@@ -15,7 +15,7 @@ std::vector<Values> CurvesOf(std::size_t count, unsigned entries, unsigned base)
     }
     return curves;
 }
-/// The first entries of each curve, one after the other.
+/// The first entries of each curve, concatenated.
 Values Joined(const std::vector<Values>& curves, std::size_t entries) {
     Values all;
     for (const Values& curve : curves)
@@ -38,12 +38,12 @@ struct Shape {
     std::size_t GridValues() const { return Power(points, in) * out; }
     std::vector<Values> A() const { return CurvesOf(a2b ? in : out, kAEntries, 20000); }
     std::vector<Values> B() const { return CurvesOf(a2b ? out : in, kBEntries, 10000); }
-    /// The tag up to its curves and grid.
+    /// The tag without its curves and grid.
     AbBlock Head() const { return {in, out, a2b ? "mAB " : "mBA "}; }
 };
 constexpr Shape kA2B{"A2B0", 3, 3, 2, true}, kB2A{"B2A0", 3, 3, 2, false};
 
-/// A tag of these curves, without them of as many on each side as its name and its channels ask for.
+/// Loads a tag with these curves; by default each side has as many as its name and its channels require.
 void LoadSource(CLut& lut, const Shape& shape, AbBlock block, const std::vector<Values>& a,
                 const std::vector<Values>& b) {
     Load(lut, shape.name,
@@ -54,7 +54,7 @@ void LoadSource(CLut& lut, const Shape& shape, AbBlock block, const std::vector<
 }
 void LoadSource(CLut& lut, const Shape& shape) { LoadSource(lut, shape, shape.Head(), shape.A(), shape.B()); }
 
-/// The whole table that such a tag gives.
+/// Checks the whole table that such a tag gives.
 void ExpectConverted(const CLut16Type& lut, const Shape& shape) {
     ASSERT_TRUE(HasAll(lut));
     EXPECT_EQ(lut.inputChan, shape.in);
@@ -83,7 +83,7 @@ constexpr Shape kConvertible[] = {
     {"B2A2", 3, 7, 2, false},
     {"B2A0", 1, 4, 5, false},
     {"B2A0", 2, 1, 3, false},
-    {"pre0", 3, 3, 2, false},  // every other name is taken for the reverse direction
+    {"pre0", 3, 3, 2, false},  // every other name counts as the reverse direction
     {"a2b0", 3, 3, 2, false},
     {"A2A0", 3, 3, 2, false},
 };
@@ -95,7 +95,7 @@ TEST(LutConversion, TakesCurvesAndGridByDirectionAndSharesNothing) {
         LoadSource(*source, shape);
         source->reserved = 77;
         const CLut16Type lut(source.get());
-        source.reset();  // the memory checker sees a table that still points there
+        source.reset();  // a memory checker detects a table that still points into it
         ExpectConverted(lut, shape);
         EXPECT_EQ(lut.Usable(), shape.in <= 3);
         EXPECT_EQ(lut.tagSig, Name(shape.name));
@@ -192,7 +192,7 @@ TEST(LutConversion, TakesNoCurveShorterThanTheFirst) {
 }
 
 TEST(LutConversion, CountsTheEntriesOfACurveInSixteenBits) {
-    // 65,537 entries leave 1: of each curve the first is taken.
+    // 65,537 entries leave 1: only the first entry of each curve is taken.
     for (const Shape& shape : {kA2B, kB2A}) {
         for (const unsigned entries : {0U, 65535U, 65536U, 65537U, 65538U}) {
             const unsigned taken = entries % 65536;
@@ -269,7 +269,7 @@ TEST(LutConversion, NeedsAGridOfWordsThatHoldsEveryNodeToTheLastByte) {
 }
 
 TEST(LutConversion, CountsTheNodesOfAGridWideEnough) {
-    // 128 to the power of 7 is 2 to the power of 49, 0 in 32 bits; 255 to the power of 7 is more still.
+    // 128 to the power of 7 is 2 to the power of 49, 0 in 32 bits; 255 to the power of 7 is larger still.
     for (const unsigned points : {64U, 128U, 255U}) {
         CLut source;
         LoadSource(source, {"A2B0", 7, 3, 1, true});

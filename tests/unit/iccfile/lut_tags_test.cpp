@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Tables of 16-bit entries, and those of bytes, which are read in the same layout: where each part of the block goes,
-// and which tables can be worked with.
+// Tables of 16-bit entries, and those of bytes, which are read in the same layout: the position of each part in the
+// block, and which tables are usable.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
@@ -11,7 +11,7 @@ namespace {
 template <typename Lut>
 class LutTag : public testing::Test {
 protected:
-    static constexpr unsigned kWidth = std::is_same_v<Lut, CLut16Type> ? 2 : 1;  ///< bytes an entry
+    static constexpr unsigned kWidth = std::is_same_v<Lut, CLut16Type> ? 2 : 1;  ///< bytes per entry
     static MftSpec Spec(unsigned in, unsigned out, unsigned points, unsigned inEntries, unsigned outEntries,
                         std::optional<std::size_t> values = {}) {
         const char* const type = kWidth == 2 ? "mft2" : "mft1";
@@ -36,7 +36,7 @@ TYPED_TEST_SUITE(LutTag, LutTypes, NameOfLut);
 struct LutShape {
     const char* name;
     unsigned in, out, points, inEntries, outEntries;
-    std::size_t input, grid, output;  ///< entries, by hand
+    std::size_t input, grid, output;  ///< entries, computed by hand
 };
 constexpr LutShape kShapes[] = {
     {"scanner", 3, 3, 2, 3, 5, 9, 24, 15},          {"seventeen points", 3, 3, 17, 256, 4, 768, 14739, 12},
@@ -115,7 +115,7 @@ TYPED_TEST(LutTag, CountsWideEnoughForTheLargestTables) {
     }
 }
 
-/// The block of a sound four-channel table: its grid has 3 to the power of 4 nodes.
+/// A valid block of a four-channel table: its grid has 3 to the power of 4 nodes.
 TEST(LutTags, OfFourChannelsTakeOneCubeAndTheOutputFromBehindIt) {
     const auto expect = [](auto&& lut, unsigned width) {
         constexpr std::size_t kInput = 4 * 2, kPower = 81 * 3, kOutput = 3 * 5, kCube = 27 * 3;
@@ -128,7 +128,7 @@ TEST(LutTags, OfFourChannelsTakeOneCubeAndTheOutputFromBehindIt) {
     expect(CLut8Type(), 1);
 }
 
-// --- bytes in the layout that is published for them: no counts, curves of 256 entries from 48 on
+// --- bytes in their published layout: no counts, curves of 256 entries from offset 48
 
 Bytes PublishedLayout(unsigned first, unsigned second, unsigned third, unsigned fourth) {
     ByteWriter block;
@@ -150,7 +150,7 @@ TEST(CLut8Type, TakesTheFirstBytesOfThePublishedLayoutForItsCounts) {
     EXPECT_THAT(Bytes(lut.outputTable.get(), lut.outputTable.get() + 6), EqualTo(Part(block, 79, 6)));
 }
 
-// --- which tables the units can work with
+// --- tables that the units can use
 
 struct Limit {
     int in, out, points, inEntries, outEntries;

@@ -7,7 +7,7 @@
 namespace hueweave::test::icc {
 namespace {
 
-/// Every field at its place among 128 bytes of a file.
+/// Checks every field against its place in 128 bytes of a file.
 void ExpectHeader(const ProfileHeader& header, const Bytes& bytes) {
     EXPECT_EQ(header.profileSize, Big32(bytes, 0));
     EXPECT_EQ(header.cmmType, Big32(bytes, 4));
@@ -40,7 +40,7 @@ TEST_F(ProfileHeaderOnDisk, IsReadIntoHostOrder) {
 
 TEST_F(ProfileHeaderOnDisk, TakesBytesThatTheFileDoesNotHoldForZero) {
     for (std::size_t size = 0; size <= 128; ++size) {
-        ReadFromMemory(ProfileOf({}));  // so that an earlier header would show through
+        ReadFromMemory(ProfileOf({}));  // so that a stale header would show
         EXPECT_EQ(Read(Cut(NumberedHeader(), size)), 0);
         SCOPED_TRACE(size);
         ExpectHeader(file.header, Cut(Cut(NumberedHeader(), size), 128));
@@ -70,7 +70,7 @@ TEST_F(ProfileHeaderOnDisk, LosesAttributesAndReservedBytesOnWriting) {
         }
         EXPECT_THAT(hueweave::test::ReadFile(path), EqualTo(ByteWriter().Text("abc").Append(SavedHeader(word)).Done()));
     }
-    ExpectHeader(file.header, NumberedHeader());  // in memory it stays
+    ExpectHeader(file.header, NumberedHeader());  // the header in memory stays unchanged
 }
 
 }  // namespace

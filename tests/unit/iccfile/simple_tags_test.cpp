@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The tags of one text, of fixed-point values, or of one curve.
+// The tags that hold one text, fixed-point values, or one curve.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
@@ -68,7 +68,7 @@ TEST(FixedPoint, FillsItsTagAndIsZeroWhereTheBlockHasEnded) {
 
 TEST(CCurveType, HoldsItsEntriesInHostOrder) {
     CCurveType curve;
-    ByteWriter block;  // whatever stands in type and reserved word
+    ByteWriter block;  // type and reserved word are ignored
     block.Append(CurveBlock({0, 1, 0x00ff, 0x0100, 0x1234, 0x8000, 65535})).PatchBig32(0, Word("para"));
     block.PatchBig32(4, 0xffffffffU);
     EXPECT_EQ(Load(curve, "rTRC", block.Done()), 26U);

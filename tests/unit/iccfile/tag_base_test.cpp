@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What all tags have in common, and the reader that keeps every decoder within its block.
+// The common part of all tags, and the reader that keeps every decoder within its block.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
@@ -15,7 +15,7 @@ TYPED_TEST_SUITE(EveryTag, AllTags, NameOfTag);
 
 TYPED_TEST(EveryTag, TakesNameTypeAndAVerbatimCopyOfItsBlock) {
     constexpr std::uint32_t kTypes[] = {0, 0x77000000U, 0x77780000U, 0x77787900U,
-                                        0x7778797aU};  // as far as it is there
+                                        0x7778797aU};  // as far as the block reaches
     for (const std::size_t size : {0U, 1U, 2U, 3U, 4U, 5U, 8U, 11U, 12U, 52U, 63U, 300U}) {
         TypeParam tag;
         tag.reserved = 1234;

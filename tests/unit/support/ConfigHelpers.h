@@ -24,11 +24,11 @@ inline std::string Repeated(const std::string& text, int times) {
     return all;
 }
 
-/// What is printed about a row without "=".
+/// The message printed for a row without "=".
 inline std::string Lost(const std::string& row) {
     return "txt error: The row" + row + "  = is lost!\nWe can not process it !\n";
 }
-/// What is printed when a file ends inside a section of which `read` rows have been read.
+/// The messages printed when a file ends inside a section of which `read` rows have been read.
 inline std::string LostFrom(int read) { return Repeated(Lost(""), 1000 - read); }
 
 inline void PutText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
@@ -36,19 +36,19 @@ inline void PutText(const std::string& path, const std::string& text) { std::ofs
 class ConfigTest : public testing::Test {
 protected:
     std::string Path(const std::string& name = "settings.txt") const { return folder_.File(name); }
-    /// Reads `path` into `config_`; the result, with nothing printed.
+    /// Reads `path` into `config_` and returns the result; nothing may be printed.
     int Initial(const std::string& path) {
         testing::internal::CaptureStdout();
         const int result = config_.Initial(path.c_str());
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << path;
         return result;
     }
-    /// Makes a file of this text and reads it into `config_`, with nothing printed.
+    /// Creates a file of this text and reads it into `config_`; nothing may be printed.
     void Read(const std::string& text) {
         PutText(Path(), text);
         EXPECT_EQ(Initial(Path()), 0);
     }
-    /// The sections that a file of this text gives, and what its reading prints.
+    /// Checks the sections that a file of this text gives, and the output of reading it.
     void ExpectRead(const std::string& text, const Sections& sections, const std::string& printed = "") {
         SCOPED_TRACE(testing::PrintToString(text.substr(0, 200)));
         PutText(Path(), text);
@@ -59,7 +59,7 @@ protected:
         EXPECT_EQ(result, 0);
         EXPECT_EQ(config_.sections, sections);
     }
-    /// The rows that these lines of a section S give, and what their reading prints.
+    /// Checks the rows that these lines of a section S give, and the output of reading them.
     void ExpectRows(const std::string& lines, const Rows& rows, const std::string& printed = "") {
         ExpectRead("S\n" + lines + "Send\n", {{"S", rows}}, printed);
     }

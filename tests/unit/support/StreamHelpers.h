@@ -15,7 +15,7 @@
 
 namespace hueweave::test {
 
-/// What a buffer holds before it is read into.
+/// The content of a buffer before it is read into.
 inline constexpr unsigned char kUntouched = 0xcc;
 
 inline std::uint64_t Address(const void* place) { return reinterpret_cast<std::uintptr_t>(place); }
@@ -26,14 +26,14 @@ inline Bytes Rising(std::size_t count, unsigned first) {
     for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(first + i);
     return bytes;
 }
-/// The first bytes are these, the rest of `count` are untouched.
+/// These bytes first, then untouched bytes up to `count`.
 inline Bytes ReadInto(std::size_t count, const Bytes& first) {
     Bytes bytes = first;
     bytes.resize(count, kUntouched);
     return bytes;
 }
 
-/// A block of the caller's between two fences of bytes that nobody may touch.
+/// A caller's block between two fences of bytes that must stay unchanged.
 class FencedBlock {
 public:
     explicit FencedBlock(const Bytes& content) : size_(content.size()), all_(kFence, 0xee) {
@@ -58,7 +58,7 @@ private:
     Bytes all_;
 };
 
-/// Where a stream stands, counted from its block's start.
+/// The position of a stream, relative to the start of its block.
 inline std::int64_t Place(const IO_Buf& stream) { return static_cast<std::int64_t>(stream.position - stream.begin); }
 
 }  // namespace hueweave::test

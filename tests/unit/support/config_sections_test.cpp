@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The text of a settings file: sections, rows, comments, and what is printed about a row that is lost.
+// The text of a settings file: sections, rows, comments, and the output for a row that is lost.
 #include "unit/support/ConfigHelpers.h"
 
 namespace hueweave::test {
@@ -43,7 +43,7 @@ TEST_F(ConfigSections, ANameMayHoldAnythingButBlanksAndTheCommentMark) {
     ExpectRead("Send\na=1\nSendend\n", {{"Send", {{"a", "1"}}}});  // outside a section, a marker is a name
 }
 
-/// A row is looked at without its spaces.
+/// A row is parsed without its spaces.
 std::string Stripped(std::string line) {
     std::erase(line, ' ');
     return line;
@@ -105,7 +105,7 @@ TEST_F(ConfigRows, TheCommentMarkIsLookedForBeforeSpacesAndEqualsSignsGo) {
 TEST_F(ConfigRows, ALaterRowOfAKeyOverwritesTheEarlier) {
     ExpectRows("a=1\nb=2\na=3\n a = 4\n", {{"a", "4"}, {"b", "2"}});
     ExpectRows("a=1\na=\n", {{"a", ""}});
-    ExpectRows("a=1\nA=2\na\t=3\n", {{"a", "1"}, {"A", "2"}, {"a\t", "3"}});  // other keys
+    ExpectRows("a=1\nA=2\na\t=3\n", {{"a", "1"}, {"A", "2"}, {"a\t", "3"}});  // different keys
 }
 
 TEST_F(ConfigRows, ARowMayHoldAnyLengthAndAnyByte) {
@@ -115,11 +115,11 @@ TEST_F(ConfigRows, ARowMayHoldAnyLengthAndAnyByte) {
     ExpectRows("a\0b=c\0d\n"s, {{"a\0b"s, "c\0d"s}});
 }
 
-// --- a section closes by itself after 1000 rows
+// --- a section ends by itself after 1000 rows
 
 using ConfigRowLimit = ConfigTest;
 
-/// Rows k0 = 0, k1 = 1, ... as text, and as they are kept.
+/// Rows k0 = 0, k1 = 1, ... as text, and as they are stored.
 std::string NumberedLines(int count) {
     std::string lines;
     for (int i = 0; i < count; ++i) lines += "k" + std::to_string(i) + " = " + std::to_string(i) + "\n";
@@ -134,7 +134,7 @@ Rows NumberedRows(int count) {
 TEST_F(ConfigRowLimit, ASectionOf999RowsEndsAtItsMarker) {
     ExpectRead("S\n" + NumberedLines(999) + "Send\nT\nTend\n", {{"S", NumberedRows(999)}, {"T", {}}});
     ExpectRead("S\n" + NumberedLines(700) + "Send\nT\n" + NumberedLines(999) + "Tend\n",
-               {{"S", NumberedRows(700)}, {"T", NumberedRows(999)}});  // every section counts anew
+               {{"S", NumberedRows(700)}, {"T", NumberedRows(999)}});  // the count restarts in every section
 }
 
 TEST_F(ConfigRowLimit, After1000RowsTheMarkerIsASectionOfItsOwn) {
@@ -179,11 +179,11 @@ TEST_F(ConfigRowLimit, AFileWithoutTheMarkerKeepsItsRowsAndLosesTheRest) {
 
 TEST_F(ConfigRowLimit, WithCarriageReturnsNoMarkerMatchesAndValuesKeepThem) {
     ExpectRead("S\r\na = 1\r\nb=\r\nSend\r\n", {{"S", {{"a", "1\r"}, {"b", "\r"}}}}, Lost("Send\r") + LostFrom(3));
-    // A later section is rows of the first.
+    // A later section is read as rows of the first.
     ExpectRead("S\r\na=1\r\nSend\r\n\r\nT\r\na=2\r\nTend\r\n", {{"S", {{"a", "2\r"}}}},
                Lost("Send\r") + Lost("\r") + Lost("T\r") + Lost("Tend\r") + LostFrom(6));
     ExpectRead("// note\r\nS\r\na=1\r\n// note\r\nSend\nT\r\nTend", {{"S", {{"a", "1\r"}}}, {"T", {}}});
-    ExpectRead("S\ra=1\rSend\r", {{"S", {}}}, LostFrom(0));  // alone they end no line
+    ExpectRead("S\ra=1\rSend\r", {{"S", {}}}, LostFrom(0));  // a CR alone ends no line
 }
 
 }  // namespace

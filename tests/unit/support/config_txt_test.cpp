@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A settings file as an object: which files are read, what a second reading does, the look-ups and the setters.
+// A settings file as an object: which files are read, the effect of a second read, the look-ups and the setters.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -67,8 +67,8 @@ TEST_F(ConfigFiles, AFileThatCannotBeOpenedLeavesTheSectionsAndPrintsNothing) {
 TEST_F(ConfigFiles, WhatIsNoOrdinaryFileCountsAsEmpty) {
     Read(kOneSectionText);
     ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
-    // A folder, a word without an end, nothing, a pipe that nobody writes to, and the memory of this process, a
-    // regular file whose first bytes no one can read.
+    // A folder, an endless word, an empty device, a pipe without a writer, and the memory of this process, a regular
+    // file whose first bytes cannot be read.
     for (const std::string& path : {fs::path(Path()).parent_path().string(), std::string("/dev/zero"),
                                     std::string("/dev/null"), Path("pipe"), std::string("/proc/self/mem")}) {
         EXPECT_EQ(Initial(path), 0) << path;
@@ -79,9 +79,9 @@ TEST_F(ConfigFiles, WhatIsNoOrdinaryFileCountsAsEmpty) {
 
 // --- look-ups of texts
 
-constexpr std::size_t kRoom = 128;  // bytes that a caller has for a text
+constexpr std::size_t kRoom = 128;  // size in bytes of the caller's buffer for a text
 
-/// A caller's room of 128 bytes between fences.
+/// A caller's buffer of 128 bytes between fences.
 class Target : public FencedBlock {
 public:
     Target() : FencedBlock(Bytes(kRoom, '#')) {}
@@ -140,7 +140,7 @@ TEST_F(ConfigLookup, ANullDefaultOrTargetIsLeftAlone) {
     EXPECT_EQ(config_.GetString("S", "b", "default", nullptr), 0);
 }
 
-/// Letters a to z over and over.
+/// The letters a to z, repeated.
 std::string Letters(std::size_t count) {
     std::string text(count, ' ');
     for (std::size_t i = 0; i < count; ++i) text[i] = static_cast<char>('a' + i % 26);
@@ -153,8 +153,8 @@ TEST_F(ConfigLookup, CopiesATextOf127WithItsTerminatorAndCutsOneOf128) {
         const std::string text = Letters(size);
         const std::string copied = (text + '\0').substr(0, kRoom);
         Read("S\nk=" + text + "\nSend\n");
-        // On the heap to the byte, so that a sanitizer sees a read behind the end of the default. A default of 128
-        // bytes or more needs no terminator.
+        // Allocated on the heap to the exact size, so that a sanitizer detects a read past the end of the default. A
+        // default of 128 bytes or more needs no terminator.
         const std::size_t held = size < kRoom ? size + 1 : size;
         const auto byDefault = std::make_unique<char[]>(held);
         std::copy(text.begin(), text.end(), byDefault.get());
@@ -182,7 +182,7 @@ TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
         {-7, {"-7", "- 7"}},
         {INT_MAX, {"2147483647"}},
         {INT_MIN, {"-2147483648", "2147483648"}},
-        // The low bits of a number that stops at the limits of 64.
+        // The low bits of a number that is limited to the range of 64 bits.
         {-1, {"-4294967297", "99999999999999999999"}},
     };
     for (const auto& [number, values] : rows) {
@@ -193,7 +193,7 @@ TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
     }
 }
 
-// --- what look-ups and setters leave behind
+// --- the state after look-ups and setters
 
 TEST_F(ConfigLookup, AnAbsentSectionIsAddedEmptyAndARowNever) {
     Sections expected = config_.sections;

@@ -25,7 +25,7 @@ protected:
         stream_.Close();
         begin_ = end_ = 0;
     }
-    /// Has the block as it was at first, and the stream at this place, inside the block or not.
+    /// Restores the original block and puts the stream at this place, inside the block or not.
     void StartAt(std::int64_t place) {
         for (unsigned i = 0; i < kLength; ++i) block_.Data()[i] = static_cast<unsigned char>(kFirst + i);
         stream_.position = stream_.begin + static_cast<std::uint64_t>(place);
@@ -45,7 +45,7 @@ struct Transfer {
 constexpr Transfer kTransfers[] = {{0, 1, 0, 0},   {0, 0, 1, 0},   {0, 1, 4, 4},   {0, 4, 1, 4},  {0, 3, 2, 6},
                                    {0, 1, 10, 10}, {0, 1, 11, 10}, {0, 11, 1, 10}, {0, 4, 3, 10}, {6, 1, 4, 4},
                                    {6, 1, 5, 4},   {6, 3, 2, 4},   {9, 1, 1, 1},   {9, 1, 2, 1},  {10, 1, 1, 0},
-                                   {16, 2, 2, 0},  {-3, 1, 4, 0}};  // 16: behind an overrun; -3: before the block
+                                   {16, 2, 2, 0},  {-3, 1, 4, 0}};  // 16: after an overrun; -3: before the block
 
 TEST_F(IoBuf, AReadStopsAtTheEndAndTellsItsPosition) {
     for (const auto& [from, size, count, moved] : kTransfers) {
@@ -128,12 +128,12 @@ TEST_F(IoBuf, AnEmptyBlockHoldsNothing) {
 // --- seeks
 
 struct Step {
-    std::int64_t from;  ///< place before, in a block of 10 bytes
+    std::int64_t from;  ///< position before the seek, in a block of 10 bytes
     int offset, origin;
     std::int64_t to;
     int result;
 };
-// Origins 0 to 2 are the start, the position and the end; any other does not move it.
+// Origins 0 to 2 are the start, the position and the end; any other leaves the position unchanged.
 constexpr Step kFromInside[] = {{3, 0, 0, 0, 0},   {3, 1, 0, 1, 1},   {3, 10, 0, 10, 10},  {3, 11, 0, 10, 1},
                                 {3, -1, 0, 0, -1}, {3, 0, 1, 3, 0},   {3, 7, 1, 10, 7},    {3, 8, 1, 10, 1},
                                 {3, -1, 1, 2, -1}, {3, -3, 1, 0, -3}, {3, -4, 1, 0, -1},   {0, 0, 1, 0, 0},
@@ -144,17 +144,18 @@ constexpr Step kByTheLimitsOfAnInt[] = {
     {3, INT_MAX, 0, 10, INT_MAX - 10}, {3, INT_MIN, 0, 0, INT_MIN},        {3, INT_MAX, 1, 10, INT_MAX - 7},
     {3, INT_MIN, 1, 0, INT_MIN + 3},   {3, INT_MAX, 2, 10, INT_MAX},       {3, INT_MIN, 2, 0, INT_MIN + 10},
     {3, INT_MIN, INT_MIN, 3, INT_MIN}, {-1, INT_MAX, 1, 10, INT_MAX - 11}, {-1, INT_MIN + 1, 1, 0, INT_MIN}};
-// Beyond the end after an overrun only a forward seek looks at the end, from whatever origin.
+// Past the end after an overrun, only a forward seek checks the end, whatever the origin.
 constexpr Step kFromBeyond[] = {{16, 0, 1, 16, 0},    {16, 1, 1, 10, 7},   {16, -1, 1, 15, -1}, {16, -6, 1, 10, -6},
                                 {16, -16, 1, 0, -16}, {16, -17, 1, 0, -1}, {16, 1, 3, 10, 6},   {16, 0, 3, 16, 0},
                                 {16, -1, 3, 16, -1},  {16, 3, 0, 3, 3},    {16, 12, 0, 10, 2},  {16, -2, 2, 8, -2}};
-// Before the start the end alone is a limit forward, and the start alone backward: nothing and backward lead to the
-// start, and the result is how far it was. From the start and the end the place before does not count.
+// Before the start, a forward seek checks the end only and a backward seek the start only: a seek by zero or backward
+// leads to the start, and the result is how far it was from there. A seek from the start or the end ignores the
+// previous position.
 constexpr Step kFromBefore[] = {{-3, 1, 1, -2, 1},  {-3, 3, 1, 0, 3},  {-3, 13, 1, 10, 13}, {-3, 14, 1, 10, 1},
                                 {-3, 5, 3, -3, 5},  {-3, 0, 1, 0, -3}, {-3, -1, 1, 0, -4},  {-3, 0, 3, 0, -3},
                                 {-3, -5, 3, 0, -3}, {-3, 2, 0, 2, 2},  {-3, -2, 0, 0, -2},  {-3, 0, 2, 10, 0},
                                 {-3, -12, 2, 0, -2}};
-// Of a distance the low 32 bits count.
+// Only the low 32 bits of a distance count.
 constexpr std::int64_t k31 = std::int64_t{1} << 31, k32 = std::int64_t{1} << 32;
 constexpr Step kFromFar[] = {{-k32 - 5, 0, 1, 0, -5},      {-k31 - 1, 0, 1, 0, INT_MAX}, {-k31, 0, 1, 0, INT_MIN},
                              {-1, INT_MIN, 1, 0, INT_MAX}, {k32 + 16, 1, 1, 10, 7},      {k32 + 8, 1, 1, 10, -1},
@@ -182,7 +183,7 @@ TEST(IoBufSeek, StopsAtOneLimitAndAnswersTheLow32BitsOfTheExcess) {
     }
 }
 
-// --- its block
+// --- the block
 
 TEST_F(IoBuf, TheHandleIsTheStartWhereverItStands) {
     EXPECT_EQ(Place(stream_), 0) << "at first";

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A stream over a file, and what holds for it and for one over a block of memory.
+// A stream over a file, and the rules that it shares with a stream over a block of memory.
 #include <fcntl.h>
 
 #include <climits>
@@ -15,7 +15,7 @@ namespace {
 
 class IoFile : public testing::Test {
 protected:
-    /// A file of this content in the test's own folder; its path.
+    /// Creates a file of this content in the test's own folder and returns its path.
     std::string Made(const Bytes& content) const {
         WriteFile(Path(), content);
         return Path();
@@ -32,9 +32,9 @@ bool IsOpen(int descriptor) { return fcntl(descriptor, F_GETFD) != -1; }
 
 struct ModeRow {
     const char* mode;
-    bool exists;  ///< the file is there before
+    bool exists;  ///< whether the file exists before
     bool opens;
-    const char* afterwards;  ///< what it holds after "XY" was written and the stream closed; null if there is none
+    const char* afterwards;  ///< content after "XY" is written and the stream closed; null if there is no file
     unsigned long read, written;
 };
 constexpr ModeRow kModes[] = {
@@ -103,7 +103,7 @@ TEST_F(IoFile, CountsWholeItems) {
 
 struct SeekRow {
     int offset, origin, result;
-    long place;  ///< afterwards, in a file of 10 bytes, from place 3
+    long place;  ///< position afterwards, in a file of 10 bytes, starting from position 3
 };
 constexpr SeekRow kSeeks[] = {{7, 0, 0, 7},  {INT_MAX, 0, 0, INT_MAX}, {-1, 0, -1, 3}, {4, 1, 0, 7}, {-4, 1, -1, 3},
                               {5, 2, 0, 15}, {-10, 2, 0, 0},           {0, 3, -1, 3}};
@@ -139,7 +139,7 @@ TEST_F(IoFile, CloseAndTheDestructorWriteOutAndClose) {
     }
 }
 
-// --- either stream
+// --- both streams
 
 TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
     const TempDir folder;
@@ -148,7 +148,7 @@ TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
     const std::unique_ptr<IO_Interface> file = std::make_unique<IO_File>(path.c_str(), "r+b");
     Bytes memory = Rising(9, 'a');
     const std::unique_ptr<IO_Interface> block = std::make_unique<IO_Buf>(memory.data(), 9);
-    // One way of use serves both; only what they answer differs.
+    // Both are used in the same way; only their results differ.
     Bytes bytes(4);
     for (const bool inMemory : {false, true}) {
         IO_Interface& stream = inMemory ? *block : *file;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What streams and settings are made of: fields in their order, and virtual operations in their slots.
+// The layout of streams and settings: the order of fields, and virtual operations in their slots.
 #include <type_traits>
 
 #include "support/ConfigTXT.h"

@@ -15,7 +15,7 @@ struct Call {
     std::string printed;
 };
 
-/// What a call printed; it has to return 0.
+/// The output of a call, which must return 0.
 std::string PrintedBy(const std::function<int()>& call) {
     testing::internal::CaptureStdout();
     const int result = call();
@@ -43,7 +43,7 @@ TEST(PlainFunctions, ReturnZeroAndPrintTheirLine) {
     EXPECT_TRUE(std::cout.good());
 }
 
-/// Calls with one null text each, and what stands before it on the line.
+/// Calls with one null text each, and the part of the line before it.
 const Call kNullTexts[] = {
     {[] { return ConfigFile2(nullptr); }, "ConfigFile : "},
     {[] { return ConfigGetInt2(nullptr, "key"); }, "Get [ "},

@@ -33,17 +33,17 @@ using Orvix_Tiff_STL2::Tiff;
 using Orvix_Tiff_STL2::TiffTag;
 using Orvix_Tiff_STL2::TiffTagSignature;
 
-/// Printed by a save of a list without tags.
+/// The output of a save of a list without tags.
 inline const std::string kEmptyList = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
-/// Bytes an item of the types 0 to 13.
+/// Bytes per item of the types 0 to 13.
 inline constexpr unsigned kWidths[] = {1, 1, 1, 2, 4, 8, 1, 1, 2, 4, 4, 8, 8, 4};
 
 constexpr TiffTagSignature Sig(unsigned tag) { return static_cast<TiffTagSignature>(tag); }
 constexpr FieldType Type(int code) { return static_cast<FieldType>(code); }
-/// First word of an entry.
+/// The first 32-bit word of an IFD entry.
 constexpr unsigned Word(unsigned type, unsigned tag) { return type * 65536U + tag; }
 
-/// A stream over a nameless file with these bytes, at its start.
+/// A stream over a nameless file of these bytes, positioned at its start.
 inline FileHandle StreamOf(const Bytes& bytes) {
     FileHandle stream(std::tmpfile());
     if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), stream.get());
@@ -52,7 +52,7 @@ inline FileHandle StreamOf(const Bytes& bytes) {
     return stream;
 }
 
-/// All that `write` puts into an empty file.
+/// The bytes that `write` writes to an empty file.
 inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write) {
     const FileHandle stream(std::tmpfile());
     write(stream.get());
@@ -63,17 +63,17 @@ inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write) {
     return bytes;
 }
 
-/// A block as a caller makes it.
+/// A block allocated as a caller does it, to be adopted.
 inline unsigned char* Given(const Bytes& bytes) {
     auto* made = new unsigned char[bytes.size()];
     std::copy(bytes.begin(), bytes.end(), made);
     return made;
 }
-/// A tag with the bytes of a caller.
+/// A tag that adopts a caller's bytes.
 inline std::unique_ptr<TiffTag> Adopting(unsigned tag, int type, std::uint32_t count, const Bytes& bytes) {
     return std::make_unique<TiffTag>(Sig(tag), Type(type), count, 7, Given(bytes));
 }
-/// A tag with data of its own.
+/// A tag with its own data.
 inline std::unique_ptr<TiffTag> Made(unsigned tag, int type, std::uint32_t count, std::uint32_t value,
                                      const Bytes& data) {
     auto made = std::make_unique<TiffTag>(Sig(tag), Type(type), count, value, nullptr);
@@ -88,20 +88,20 @@ inline Bytes Saved(Tiff& tiff) {
     return WrittenBy([&](std::FILE* f) { EXPECT_EQ(tiff.SaveTiff(f), 0); });
 }
 
-/// The file read by `tiff`, whose status comes back.
+/// Reads the file into `tiff` and returns the status.
 inline int ReadFrom(Tiff& tiff, const Bytes& file) {
     const FileHandle stream = StreamOf(file);
     return tiff.ReadTiff(stream.get());
 }
 
-/// The image of a file that is read.
-class TiffOf : public CTiff {  // which has a `Bytes` of its own
+/// A file that is read on construction.
+class TiffOf : public CTiff {  // has a member `Bytes` of its own
 public:
     explicit TiffOf(const test::Bytes& file) { EXPECT_EQ(ReadFrom(*this, file), 0); }
     explicit TiffOf(const TiffBuilder& file) : TiffOf(file.Build()) {}
 };
 
-/// A tag's data; empty for none.
+/// A tag's data; empty if it has none.
 inline Bytes DataOf(const TiffTag& tag) {
     return tag.data ? Bytes(tag.data.get(), tag.data.get() + tag.dataSize) : Bytes();
 }
@@ -112,7 +112,7 @@ inline Bytes DataOf(const Tiff& tiff, unsigned tag) {
 }
 inline Bytes Image(const Tiff& tiff) { return DataOf(tiff, 273); }
 
-/// What a printing action leaves on the standard output.
+/// The standard output of `action`.
 inline std::string Printed(const std::function<void()>& action) {
     testing::internal::CaptureStdout();
     action();
@@ -125,7 +125,7 @@ inline std::vector<unsigned> Signatures(const Tiff& tiff) {
     return all;
 }
 
-/// An entry's fields, to be compared as one.
+/// The fields of an IFD entry, compared as one.
 struct Fields {
     unsigned tag;
     int type;
@@ -149,7 +149,7 @@ inline std::vector<Fields> AllFields(const Tiff& tiff) {
     return all;
 }
 
-/// The entries of a written file, whose directory stands at 8.
+/// The IFD entries of a written file, whose directory is at offset 8.
 inline std::vector<Fields> EntriesOf(const Bytes& file) {
     const auto number = [&](std::size_t at, int width) {
         std::uint32_t n = 0;
@@ -163,8 +163,7 @@ inline std::vector<Fields> EntriesOf(const Bytes& file) {
     }
     return entries;
 }
-/// A file that is read as the plain reference reads it: entries, data and image, and the file that a save makes of
-/// them.
+/// Checks that a file is read as by the plain reference: entries, data and image, and the file that a save writes.
 inline void ExpectAsReference(const Bytes& file) {
     Tiff tiff;
     ReferenceTiff reference;
@@ -189,7 +188,7 @@ inline void ExpectAsReference(const std::vector<NamedFile>& files) {
         ExpectAsReference(row.file.Build());
     }
 }
-/// Adds the entries of a written file as a read does, without the image.
+/// Adds the IFD entries of a written file like a read does, without the image.
 inline void AddEntries(Tiff& tiff, const Bytes& file, std::FILE* stream) {
     for (const Fields& entry : EntriesOf(file)) {
         tiff.AddTags(Word(static_cast<unsigned>(entry.type), entry.tag), entry.count, entry.value, stream);
@@ -208,9 +207,9 @@ inline Bytes Part(const Bytes& bytes, std::size_t from, std::size_t count) {
     return Bytes(begin,
                  begin + static_cast<std::ptrdiff_t>(std::min(count, static_cast<std::size_t>(bytes.end() - begin))));
 }
-/// From the image on to the end of a written file.
+/// The part of a written file from the image to the end.
 inline Bytes FromImage(const Bytes& file) { return Part(file, EntryOf(file, 273).value, file.size()); }
-/// Filled up with zeros.
+/// Padded with zeros.
 inline Bytes Padded(Bytes bytes, std::size_t size) {
     bytes.resize(size, 0);
     return bytes;
@@ -221,7 +220,7 @@ inline Bytes Joined(const std::vector<Bytes>& parts) {
     return out.Done();
 }
 
-/// A tag that counts how many of its kind have gone.
+/// A tag that counts the destroyed tags of its class.
 class MortalTag : public TiffTag {
 public:
     MortalTag(unsigned signature, int& deaths) : TiffTag(Sig(signature)), deaths_(deaths) {}

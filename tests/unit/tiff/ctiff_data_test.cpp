@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Bytes that a caller gives an image: its buffer, the data of tag 273, and its profile, those of tag 34675.
+// Data that a caller gives an image: its buffer, which is the data of tag 273, and its profile, the data of tag 34675.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
 namespace {
 
-// The image buffer. One of a caller has as many bytes as the caller says when it is used, that of a file as many as
-// were read.
+// The image buffer. The size of a caller's buffer is what the caller states when it is used; the size of a file's is
+// the number of bytes read.
 
 TEST(SetImageBuf, ReplacesTheImageAndNothingElse) {
     CTiff tiff;
@@ -63,7 +63,7 @@ TEST(SetImageBuf, LeavesAnImageThatWasReadAsLongAsItWas) {
 }
 
 TEST(SetImageBuf, TakesNoLengthFromTheCountOfAFile) {
-    // Planes of bits stay, and so do the three offsets of tag 273: 12 bytes, more than the new image has.
+    // Bit planes are not packed, and tag 273 keeps its three offsets: 12 bytes, more than the new image has.
     TiffOf tiff(PlanarTiff(8, 2, 3, 1, 2, {{1, 2}, {3, 4}, {5, 6}}));
     ASSERT_EQ(FieldsOf(tiff, 273).count, 3U);
     tiff.SetTag(new TiffTag(Sig(279), Type(4), 1, 5, nullptr));
@@ -74,12 +74,12 @@ TEST(SetImageBuf, TakesNoLengthFromTheCountOfAFile) {
 
 // The profile
 
-/// A file that says in its first word, big-endian, how long it is.
+/// A file that declares its length in its first word, big-endian.
 Bytes ProfileOf(std::uint32_t announced, std::size_t size) {
     return Part(ByteWriter().Big32(announced).Append(CountingBytes(size)).Done(), 0, size);
 }
 
-/// A new image, and files for its profile.
+/// A new image, and the files for its profile.
 class IccImage : public CTiff {
 public:
     IccImage() { CreateNew(2, 2, 72, 3, 8, 1); }
@@ -95,7 +95,7 @@ public:
 };
 
 TEST(SetIccProfile, TakesTheSizeFromTheHeaderWithinTheFile) {
-    // Bytes of the header that the file does not have count as zero.
+    // Header bytes past the end of the file count as zero.
     struct Row {
         Bytes file;
         std::size_t taken;
@@ -208,7 +208,7 @@ TEST(RemoveIcc, DestroysTheFirstAloneAndClosesTheGapInTheFile) {
     tiff.RemoveIcc();
     EXPECT_EQ(Signatures(tiff), (std::vector<unsigned>{256, 300, 200, 34675}));
     EXPECT_EQ(deaths, 0);
-    for (int i = 0; i < 2; ++i) tiff.RemoveIcc();  // where there is no other, too
+    for (int i = 0; i < 2; ++i) tiff.RemoveIcc();  // also if there is no other
     EXPECT_EQ(deaths, 1);
     EXPECT_EQ(Saved(tiff), without.Long(256, 1).Long(300, 3).Long(200, 2).Build());
 }

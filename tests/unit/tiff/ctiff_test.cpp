@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// An image and its geometry: read from a file, made anew, and with a buffer of a caller's.
+// An image and its geometry: read from a file, newly made, and with a caller's buffer.
 #include <iostream>
 #include <stdexcept>
 
@@ -14,12 +14,12 @@ const std::string kNoRawFile = "*** CTiff::CreateNew() --> Create File Fail *** 
 const std::string kUnknownError = "*** CTiff::ReadFile() --> unknown Error. ***\n";
 
 using Numbers = std::vector<int>;
-/// Width, height, samples, bits, bytes a row, resolution.
+/// Width, height, samples, bits, bytes per row, resolution.
 Numbers NumbersOf(const CTiff& tiff) {
     return {tiff.width, tiff.height, tiff.samples, tiff.bits, tiff.rowBytes, tiff.resolution};
 }
 
-/// Reads a file by its name and gives what that prints.
+/// Reads a file by its name and returns the output.
 std::string ReadIn(CTiff& tiff, const Bytes& file) {
     const TempDir dir;
     WriteFile(dir.File("in.tif"), file);
@@ -29,7 +29,7 @@ std::string ReadMissing(CTiff& tiff) {
     return Printed([&] { EXPECT_EQ(tiff.ReadFile("/no such.tif"), 0); });
 }
 
-/// 7 x 5 pixels with different numbers everywhere, of which one tag may be left out.
+/// 7 x 5 pixels with a different number in every tag; one tag may be left out.
 Bytes Without(unsigned absent) {
     TiffBuilder tiff;
     const auto put = [&](unsigned tag, unsigned value) {
@@ -171,10 +171,10 @@ struct NewRow {
 };
 constexpr NewRow kSmall{5, 4, 72, 3, 8, 2, 60, 15};
 
-/// The file of a new image.
+/// The saved file of a new image.
 Bytes NewFile(const NewRow& row, const Bytes& image) {
     const auto u = [](int n) { return static_cast<std::uint32_t>(n); };
-    const bool inTheEntry = row.samples < 3;  // the depths of two samples as if they were one
+    const bool inTheEntry = row.samples < 3;  // two depths are stored in the IFD entry as if they were one
     TiffBuilder tiff;
     tiff.Entry(254, 1, 4, 0).Long(256, u(row.width)).Long(257, u(row.height));
     inTheEntry ? tiff.Entry(258, 3, u(row.samples), u(row.bits))
@@ -182,7 +182,7 @@ Bytes NewFile(const NewRow& row, const Bytes& image) {
     tiff.Short(259, 1).Short(262, row.photometric).Short(277, u(row.samples)).Long(278, u(row.height));
     tiff.Long(279, row.imageBytes).StripOffsets().Strip(image);
     tiff.Rational(282, u(row.resolution) * 100, 100).Rational(283, u(row.resolution) * 100, 100);
-    // No profile, at the place of the image: behind 15 entries, the depths and two rationals.
+    // No profile: its offset is where the image begins, after 15 entries, the depths and two rationals.
     return tiff.Short(296, 2)
         .Short(284, 1)
         .Entry(34675, 7, 0, 194 + (inTheEntry ? 0 : 2 * u(row.samples)) + 16)
@@ -201,7 +201,7 @@ TEST(CreateNew, MakesAZeroedImageThatIsSavedByteForByteAndReadBack) {
         SCOPED_TRACE(testing::Message() << row.width << " x " << row.height << " x " << row.samples << " x "
                                         << row.bits);
         CTiff tiff;
-        tiff.AddTags(Word(4, 40000), 1, 1, nullptr);  // is replaced with all the rest
+        tiff.AddTags(Word(4, 40000), 1, 1, nullptr);  // is replaced with all other tags
         EXPECT_EQ(tiff.CreateNew(row.width, row.height, row.resolution, row.samples, row.bits, 1), 0);
         EXPECT_EQ(NumbersOf(tiff),
                   (Numbers{row.width, row.height, row.samples, row.bits, row.rowBytes, row.resolution}));
@@ -246,7 +246,7 @@ TEST(CreateNew, MakesNoImageOfASizeBelowZero) {
 }
 
 TEST(CreateNew, ThrowsForASizeBeyondAnyMemoryAndLeavesNothing) {
-    // Rows of 2^28 bytes and 2^30 of them for each of 32 and 64 samples: 2^63 and 2^64 bytes, which no array has.
+    // 2^30 rows of 2^28 bytes for each of 32 or 64 samples: 2^63 and 2^64 bytes, more than an array can have.
     const TempDir dir;
     WriteFile(dir.File("raw"), CountingBytes(100));
     for (const int samples : {32, 64}) {
@@ -280,11 +280,11 @@ TEST(CreateNew, TakesHeightTimesRowBytesFromARawFile) {
     const TempDir dir;
     const std::string raw = dir.File("pixels.raw");
     WriteFile(raw, CountingBytes(100));
-    // Three bitmaps of 9 pixels: a row is 4 bytes, though the image has room for 2 bytes a sample.
+    // Three bit planes of 9 pixels: a row is 4 bytes, though the image has room for 2 bytes per sample.
     CTiff bitmap;
     bitmap.CreateNew(9, 3, 72, 3, 1, raw.c_str());
     EXPECT_EQ(Image(bitmap), Padded(CountingBytes(12), 18));
-    // 8 x 357913942 wraps to a negative number, three times as much to 16: rows of two bytes, and no image.
+    // 8 x 357913942 wraps to a negative number, and three times as much to 16: rows of two bytes, and no image.
     CTiff none;
     EXPECT_EQ(none.CreateNew(357913942, 4, 72, 3, 8, raw.c_str()), 0);
     EXPECT_EQ(none.rowBytes, 2);
@@ -336,7 +336,7 @@ TEST(CreateNew, SavesAtOnceWhatTheListHoldsByThen) {
     EXPECT_EQ(ReadFile(out), NewFile(kSmall, CountingBytes(60)));
 }
 
-// Tags and buffers that a caller sets
+// Tags and buffers set by a caller
 
 TEST(CTiff, SetsATagThatTheFactoryMakesWithoutTheGivenBytes) {
     CTiff tiff;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The classes' shape: who derives from whom, the order of the virtual operations and of the fields, and the forms in
-// which they can be made.
+// The classes' shape: the class hierarchy, the order of virtual operations and fields, and the forms of construction.
 #include <cstring>
 #include <type_traits>
 
@@ -30,7 +29,7 @@ static_assert(sizeof DataType == 12 * 4 && sizeof DataType[0] == 4);
 static_assert(sizeof(FieldType) == 4 && std::is_signed_v<std::underlying_type_t<FieldType>>);
 static_assert(sizeof(TiffTagSignature) == 4 && std::is_unsigned_v<std::underlying_type_t<TiffTagSignature>>);
 
-/// The kinds of tag differ by what they do alone, and are made from an entry alone.
+/// The kinds of tag differ only in behaviour, and are made only from an IFD entry.
 template <typename Kind>
 constexpr bool kIsAKindOfTag =
     std::is_base_of_v<TiffTag, Kind> && sizeof(Kind) == sizeof(TiffTag) &&

@@ -12,7 +12,7 @@ constexpr int kMost = 2147483647;
 constexpr unsigned char kUntouched = 251;
 constexpr unsigned char kMark = 252;
 
-/// A new image with bytes that tell their place.
+/// A new image in which each byte has its index as value.
 class NumberedImage : public CTiff {
 public:
     NumberedImage(int columns, int rows, int samplesAPixel, int bitsASample) {
@@ -23,9 +23,9 @@ public:
     void Number() {
         for (std::size_t i = 0; i < ImageBytes(); ++i) imageBuf[i] = static_cast<unsigned char>(i);
     }
-    /// Where an address lies in the image.
+    /// The index of an address in the image.
     std::ptrdiff_t At(const unsigned char* address) const { return address - imageBuf; }
-    /// Where the one byte lies that a store of `kMark` has changed; it is as it was then.
+    /// The index of the one byte that a store of `kMark` changed; restores that byte.
     std::ptrdiff_t Marked() {
         EXPECT_EQ(std::count(imageBuf, imageBuf + ImageBytes(), kMark), 1) << "one byte only";
         const std::ptrdiff_t place = std::find(imageBuf, imageBuf + ImageBytes(), kMark) - imageBuf;
@@ -38,7 +38,7 @@ public:
     }
 };
 
-/// Room for pixels, at an address that fits 16-bit items.
+/// A buffer for pixels, aligned for 16-bit items.
 class Buffer {
 public:
     explicit Buffer(const Bytes& bytes = {}) {
@@ -47,7 +47,7 @@ public:
     }
     unsigned char* Narrow() { return bytes_; }
     unsigned short* Wide() { return reinterpret_cast<unsigned short*>(bytes_); }
-    /// All that was written; the rest must be untouched.
+    /// The first `n` bytes; all others must be untouched.
     Bytes Front(std::size_t n) const {
         EXPECT_TRUE(std::all_of(bytes_ + n, std::end(bytes_), [](unsigned char b) { return b == kUntouched; }))
             << "more than " << n << " bytes are written";
@@ -77,7 +77,8 @@ std::ptrdiff_t PlaceOf(Layout layout, int x, int y) {
     return y * ((pixelBits * kColumns + 7) / 8) + pixelBits * x / 8;
 }
 
-/// The checked forms of both kinds, at every place inside and outside; `rowOf` tells the row from the one given.
+/// Tests the checked forms of both kinds, at every place inside and outside; `rowOf` maps the given row to the row in
+/// the image.
 void ExpectClamped(unsigned char* (CTiff::*get)(int, int), void (CTiff::*set)(int, int, unsigned char),
                    int (*rowOf)(int)) {
     for (const Layout layout : kLayouts) {
@@ -104,7 +105,7 @@ TEST(PixelAccess, CountsMirroredRowsFromTheBottomButEndsAtTheFarEnd) {
 }
 
 TEST(PixelAccess, DoesNotCheckTheQuickForms) {
-    // Still inside the image: columns beyond a row lie in the next, those before it in the one before.
+    // Still inside the image: columns past a row lie in the next one, those before it in the previous one.
     constexpr int kBeside[] = {0, 1, 7, kColumns - 1, kColumns + 7, -8, -16};
     for (const Layout layout : kLayouts) {
         NumberedImage tiff(kColumns, kRows, layout.samples, layout.bits);
@@ -120,7 +121,7 @@ TEST(PixelAccess, DoesNotCheckTheQuickForms) {
             }
         }
     }
-    // Five rows of bytes, of which the geometry knows two.
+    // Five rows of bytes, of which the geometry covers two.
     NumberedImage tiff(3, 5, 1, 8);
     tiff.height = 2;
     EXPECT_EQ(tiff.At(tiff.GetXY_Q(1, 4)), 13);
@@ -149,7 +150,7 @@ TEST(PixelAccess, RoundsBitsBeforeARowDown) {
     struct Row {
         int bits;
         int x;
-        int place;  ///< from the row's start
+        int place;  ///< relative to the start of the row
     };
     for (const auto& [bits, x, place] : {Row{1, -1, -1}, Row{1, -7, -1}, Row{1, -8, -1}, Row{1, -9, -2}, Row{4, -1, -1},
                                          Row{4, -2, -1}, Row{4, -3, -2}, Row{8, -1, -1}, Row{16, -1, -2}}) {
@@ -192,7 +193,7 @@ TEST(PixelAccess, CopiesRowsFromTheirStartOn) {
         int bits;
         int row;
         int count;
-        std::size_t from;    ///< in the image
+        std::size_t from;    ///< index in the image
         std::size_t length;  ///< bytes
     };
     for (const Row& c : {Row{3, 8, 0, 0, 0, 18},       // a whole row
@@ -200,7 +201,7 @@ TEST(PixelAccess, CopiesRowsFromTheirStartOn) {
                          Row{3, 8, -1, 1, 0, 3},       // clamped to the first row
                          Row{3, 8, 104, 0, 54, 18},    // and to the last
                          Row{3, 8, 1, 10, 18, 30},     // on into the next row
-                         Row{3, 8, 0, 1000, 0, 72},    // all of it
+                         Row{3, 8, 0, 1000, 0, 72},    // all bytes
                          Row{3, 8, 1, -1, 18, 0},      // none below zero
                          Row{3, 8, 1, kLeast, 18, 0},  //
                          Row{3, 16, 1, 2, 36, 12},     // six bytes a pixel
@@ -241,8 +242,8 @@ TEST(PixelAccess, CopiesBlocksPieceByPiece) {
     for (const Row& c : {Row{3, 8, 0, 0, 6, 4, {0, 18, 36, 54}, 18},  // the whole image
                          Row{3, 8, 2, 1, 3, 2, {24, 42}, 9},          //
                          Row{3, 8, 5, 0, 1, 4, {15, 33, 51, 69}, 3},  // last column
-                         Row{3, 8, 2, -2, 1, 3, {6, 6, 6}, 3},        // rows above are the first
-                         Row{3, 8, 2, 3, 1, 3, {60, 60, 60}, 3},      // rows below are the last, again and again
+                         Row{3, 8, 2, -2, 1, 3, {6, 6, 6}, 3},        // rows above repeat the first
+                         Row{3, 8, 2, 3, 1, 3, {60, 60, 60}, 3},      // rows below repeat the last
                          Row{3, 8, 2, kMost - 1, 1, 4, {60, 60, 60, 60}, 3}, Row{3, 8, 1, 1, 2, 0, {}, 6},  // no rows
                          Row{3, 8, 1, 1, 2, -3, {}, 6},                                                     //
                          Row{3, 8, 1, 1, 0, 2, {18, 36}, 0},    // no columns
@@ -262,7 +263,7 @@ TEST(PixelAccess, CopiesBlocksPieceByPiece) {
         for (const std::size_t from : c.from) pieces.Append(CountingBytes(c.length, static_cast<unsigned>(from)));
         EXPECT_EQ(block.Front(pieces.Size()), pieces.Done());
         Bytes expected = Image(tiff);
-        unsigned char value = 100;  // as the source counts on
+        unsigned char value = 100;  // continues the values of the source
         for (const std::size_t from : c.from) {
             for (std::size_t i = 0; i < c.length; ++i) expected.at(from + i) = value++;
         }
@@ -280,7 +281,7 @@ TEST(PixelAccess, CopiesBlocksOfEightAndSixteenBitsOnly) {
         NumberedImage tiff(6, 4, 1, bits);
         const Bytes before = Image(tiff);
         Buffer buf;
-        for (const int rows : {2, 0, -1}) {  // whatever the block
+        for (const int rows : {2, 0, -1}) {  // whatever the number of rows
             EXPECT_EQ(tiff.GetRowColumn(buf.Narrow(), 0, 0, 2, rows), -1) << bits;
             EXPECT_EQ(tiff.GetRowColumn(buf.Wide(), 0, 0, 2, rows), -1);
             EXPECT_EQ(tiff.SetRowColumn(buf.Narrow(), 0, 0, 2, rows), -1);
@@ -317,7 +318,7 @@ TEST(PixelAccess, ReadsOfABlockWhatItsRowsHave) {
 }
 
 TEST(PixelAccess, CountsTheColumnsOfABlockInItemsOfTheBuffer) {
-    // The start is x times samples in items of the buffer's type, the length in bytes of the image's depth.
+    // The start is x times samples in items of the buffer's type; the length is in bytes of the image's depth.
     NumberedImage wide(6, 2, 1, 16);
     Buffer buf;
     EXPECT_EQ(wide.GetRowColumn(buf.Narrow(), 2, 1, 1, 1), 0);
@@ -348,7 +349,7 @@ TEST(PixelAccess, PointsNowhereWithoutAnImage) {
         EXPECT_EQ(tiff.GetRow(buf.Narrow(), 0, 0), 0);
         EXPECT_EQ(tiff.GetRow(buf.Narrow(), 1, 2), 2);
         EXPECT_EQ(tiff.PutRow(buf.Narrow(), 1, 2), 2);
-        const int expected = width < 0 ? -1 : 0;  // no depth at all, or eight
+        const int expected = width < 0 ? -1 : 0;  // no depth, or a depth of eight
         EXPECT_EQ(tiff.GetRowColumn(buf.Narrow(), 0, 0, 2, 2), expected);
         EXPECT_EQ(tiff.SetRowColumn(buf.Narrow(), 0, 0, 2, 2), expected);
         buf.Front(0);
@@ -367,7 +368,7 @@ TEST(PixelAccess, PointsNowhereInAGeometryThatCannotBe) {
         int width, height, rowBytes;
         int x, y;
     };
-    // A negative number of bytes a row is the product of three sizes, when it wraps.
+    // A negative number of bytes per row, where the product of three sizes wraps.
     for (const auto& [width, height, rowBytes, x, y] :
          {Row{4, 4, -12, 0, 1}, Row{4, 4, -12, 0, 3}, Row{0, 4, 12, 1, 0}, Row{0, 4, 12, 1, 3}, Row{4, 0, 12, 0, 0},
           Row{4, 0, 12, 0, 3}}) {

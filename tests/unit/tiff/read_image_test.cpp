@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The four ways from a file to its image: one chunky strip, several strips, planes of bits, and planes that are packed.
+// The four ways to read the image of a file: one chunky strip, several strips, bit planes, and planes that are packed
+// into pixels.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
@@ -11,7 +12,7 @@ enum class Way { Chunky, Strips, Bitmap, Planes };
 constexpr Way kWays[] = {Way::Chunky, Way::Strips, Way::Bitmap, Way::Planes};
 constexpr const char* kWayNames[] = {"chunky", "strips", "bitmap", "planes"};
 
-/// A file that goes one of the four ways, with 4 x 2 pixels of 3 samples, or 16 x 2 of bits.
+/// A file that is read in one of the four ways, with 4 x 2 pixels of 3 samples, or 16 x 2 pixels of bit planes.
 TiffBuilder FileOf(Way way, unsigned photometric = 2) {
     const bool bits = way == Way::Bitmap;
     TiffBuilder tiff;
@@ -52,7 +53,7 @@ TEST(ReadImage, KeepsCompressedBytesAndNeverUndoesThem) {
     }
 }
 
-/// RowsPerStrip says one strip, the arrays say two.
+/// RowsPerStrip gives one strip, the arrays give two.
 TiffBuilder TwoOfOneStrip(unsigned offsetType = 4) {
     TiffBuilder tiff;
     tiff.Shape(2, 2, 3, 8).Long(278, 2).StripOffsets(offsetType).StripByteCounts();
@@ -66,7 +67,7 @@ TEST(ReadImage, TakesTheFirstAloneOfSeveralStripsInAOneStripFile) {
     EXPECT_EQ(FieldsOf(tiff, 279).count, 2U);
 }
 
-// Planes of bits
+// Bit planes
 
 TEST(ReadImage, LeavesPlanesOfBitsAsTheyAreFromTheFirstOffsetOn) {
     const auto file = [](std::uint32_t width) {
@@ -83,7 +84,7 @@ TEST(ReadImage, LeavesPlanesOfBitsAsTheyAreFromTheFirstOffsetOn) {
 
 // Every other file is read as the reference reads it.
 
-/// 2 x 2 pixels of 3 bytes in one strip, with tag 279 to come.
+/// 2 x 2 pixels of 3 bytes in one strip; the caller adds tag 279.
 TiffBuilder OneStrip(const Bytes& strip = CountingBytes(12)) {
     TiffBuilder tiff;
     return tiff.Shape(2, 2, 3, 8).Long(278, 2).StripOffsets().Strip(strip);
@@ -150,7 +151,7 @@ TEST(ReadImage, OfPlanesIsPackedUnlessTheyHoldBits) {
     std::vector<NamedFile> files{{"no depth", planes({}, 2)}};
     for (const unsigned bits : {1U, 2U, 4U, 8U, 12U, 16U, 32U}) {
         files.push_back({std::to_string(bits) + " bits", planes({bits, bits, bits}, 2)});
-        // Two depths in the entry answer 0, so planes of bytes and of bits are packed as 16-bit samples.
+        // Two depths inside the IFD entry give 0, so byte planes and bit planes are packed as 16-bit samples.
         files.push_back({std::to_string(bits) + " bits twice", planes({bits, bits}, 2)});
     }
     for (const unsigned planar : {0U, 1U, 3U, 65535U}) {

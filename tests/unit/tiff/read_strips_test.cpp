@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Several strips that become one buffer, and planes that become pixels.
+// Several strips that are joined in one buffer, and planes that are packed into pixels.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
 namespace {
 
-/// 2 x 3 pixels of 3 bytes, a row a strip.
+/// 2 x 3 pixels of 3 bytes, one row per strip.
 TiffBuilder ThreeStrips(unsigned offsetType = 4, unsigned countType = 4) {
     TiffBuilder tiff;
     tiff.Shape(2, 3, 3, 8).Long(278, 1).StripOffsets(offsetType).StripByteCounts(countType);
@@ -15,7 +15,7 @@ TiffBuilder ThreeStrips(unsigned offsetType = 4, unsigned countType = 4) {
 }
 const Bytes kThreeStrips = Joined({CountingBytes(6), CountingBytes(6, 101), CountingBytes(6, 201)});
 
-/// 2 x 2 pixels of 3 bytes, a row a strip, without the arrays.
+/// 2 x 2 pixels of 3 bytes, one row per strip, without the arrays.
 TiffBuilder TwoRows() {
     TiffBuilder tiff;
     return tiff.Shape(2, 2, 3, 8).Long(278, 1);
@@ -71,7 +71,8 @@ TEST(ReadStrips, FollowsTheArraysByTheirDeclaredType) {
         for (const unsigned counts : {1U, 3U, 4U}) {
             const std::string name = "types " + std::to_string(offsets) + " and " + std::to_string(counts);
             files.push_back({name, ThreeStrips(offsets, counts)});
-            // One strip, and two, may stand in the entry; from five on bytes stand behind it.
+            // The arrays of one or two strips can fit in the IFD entry; from five strips on, byte arrays lie outside it
+            // too.
             for (const std::size_t strips : {1U, 2U, 6U}) {
                 TiffBuilder file;
                 file.Shape(2, 6, 1, 8).Long(278, 9).StripOffsets(offsets).StripByteCounts(counts);
@@ -80,7 +81,8 @@ TEST(ReadStrips, FollowsTheArraysByTheirDeclaredType) {
             }
         }
     }
-    // All else is 32-bit words: the eight bytes of a RATIONAL are two. The count of tag 273 still bounds the strips.
+    // All other types count as 32-bit words: the eight bytes of a RATIONAL are two. The count of tag 273 still bounds
+    // the strips.
     for (const unsigned type : {0U, 2U, 5U, 6U, 7U, 8U, 9U, 10U, 11U, 12U, 13U, 14U, 200U}) {
         const std::uint32_t count = type < 14 && kWidths[type] == 8 ? 2 : 4;
         TiffBuilder file = TwoRows();
@@ -109,7 +111,7 @@ TEST(ReadStrips, IsTakenWhereRowsPerStripIsNotTheHeight) {
         {"no height", TiffBuilder().Long(256, 2).Long(278, 5).StripOffsets().StripByteCounts().Strip({1}).Strip({2})},
         {"a height above 16 bits",
          TiffBuilder().Shape(1, 70000, 1, 8).Short(278, 1).StripOffsets().StripByteCounts().Strip({1}).Strip({2})}};
-    for (const std::uint32_t rows : {0U, 1U, 3U, 0xffffffffU}) {  // the last: what many writers put for one strip
+    for (const std::uint32_t rows : {0U, 1U, 3U, 0xffffffffU}) {  // the last: written by many programs for one strip
         for (const unsigned type : {3U, 4U}) {
             TiffBuilder file;
             file.Shape(2, 2, 3, 8).Long(278, rows).StripOffsets(type).StripByteCounts(type).Strip(CountingBytes(12));
@@ -123,15 +125,15 @@ TEST(ReadStrips, TakesTwiceTheFileAndEightMiBAtTheMost) {
     const auto file = [](std::uint32_t second) { return TwoRows().Longs(273, {8, 8}).Longs(279, {1000, second}); };
     const auto limit = static_cast<std::uint32_t>(2 * file(0).Build().size() + (8U << 20));
     std::vector<NamedFile> files;
-    // The last one's sum is 999 in 32 bits: the bound sees all of it.
+    // The sum for the last value is 999 in 32 bits: the bound uses the full sum.
     for (const std::uint32_t second : {limit - 1000, limit - 999, 0x80000000U, 0xffffffffU}) {
         files.push_back({std::to_string(second) + " bytes", file(second)});
     }
     ExpectAsReference(files);
 }
 
-/// Strips anywhere: inside the file, over its end, at it, far behind it, and at negative offsets, from where the read
-/// goes on that came before.
+/// Strips anywhere: inside the file, across its end, at it, far past it, and at negative offsets, which continue where
+/// the previous read ended.
 TiffBuilder Scattered(std::size_t strips, std::size_t trailer, bool firstIsNegative) {
     const auto build = [&](const std::vector<std::uint32_t>& offsets, const std::vector<std::uint32_t>& sizes) {
         TiffBuilder file;
@@ -150,7 +152,7 @@ TiffBuilder Scattered(std::size_t strips, std::size_t trailer, bool firstIsNegat
     return build(offsets, sizes);
 }
 
-/// Few strips and many, in a small file and in a large one, which are read in different ways.
+/// Few strips and many, in a small file and in a large one, which are read by different methods.
 TEST(ReadStrips, ReadsFewAndManyOneAfterTheOther) {
     std::vector<NamedFile> files;
     for (const std::size_t strips : {20U, 64U, 65U, 500U}) {
@@ -186,7 +188,7 @@ TEST(Pack, LeavesPlanesOfSeveralStripsAsTheyAre) {
     }
 }
 
-/// A list with an image of `planes` and, for `samples` above 0, a tag 277.
+/// A list with an image of `planes` and, if `samples` is above 0, a tag 277.
 class PlanesOf : public Tiff {
 public:
     PlanesOf(const Bytes& planes, unsigned samples) {
@@ -254,7 +256,7 @@ TEST(Pack, MakesTwiceThePlanesAndEightMiBAtTheMost) {
     PlanesOf fits(CountingBytes(20), 3);
     fits.Pack<unsigned short>(most, 1);
     EXPECT_EQ(fits.GetTag(Sig(273))->dataSize, static_cast<std::size_t>(most) * 6);
-    // The bytes of the last one are 720,866 in 64 bits.
+    // The byte count for the last one is 720,866 in 64 bits.
     for (const auto& [width, height] :
          {std::pair{most + 1, 1}, {65536, 65536}, {0x7fffffff, 0x7fffffff}, {2147450883, 1431677609}}) {
         PlanesOf dropped(CountingBytes(20), 3);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Header and directory of a file: what is refused, which entries are taken, how much they may ask for, and what becomes
-// of those that ask for more.
+// Header and directory of a file: what is refused, which IFD entries are taken, how much data they may request, and
+// what happens to those that request more.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
@@ -10,7 +10,7 @@ namespace {
 
 TiffBuilder SmallTiff() { return ChunkyTiff(2, 2, 3, 8, CountingBytes(12)); }
 
-/// The text that an action throws; null for none.
+/// The text of the exception that `action` throws; null if it throws none.
 const char* Thrown(const std::function<void()>& action) {
     try {
         action();
@@ -72,7 +72,7 @@ TEST(TiffRead, BeginsAtTheStartOfTheStreamAndAppendsToTheListThatIsThere) {
 TEST(TiffRead, RefusesEveryHeaderButThatOfALittleEndianTiff) {
     const TempDir dir;
     for (const Bytes& head : {Bytes{0x4d, 0x4d, 0x00, 0x2a},  // big-endian
-                              {0x4d, 0x4d, 0x2a, 0x00},       // its letters alone
+                              {0x4d, 0x4d, 0x2a, 0x00},       // only the letters big-endian
                               {0x49, 0x4d, 0x2a, 0x00},       // mixed letters
                               {0x49, 0x49, 0x2b, 0x00},       // version 43
                               {0x49, 0x49, 0x00, 0x2a},       // swapped
@@ -93,7 +93,7 @@ TEST(TiffRead, RefusesEveryHeaderButThatOfALittleEndianTiff) {
 }
 
 TEST(TiffRead, TakesMissingBytesOfTheHeaderForZeros) {
-    // So the directory stands at 0, where 0x4949 entries are announced.
+    // So the directory is at 0, where 0x4949 entries are declared.
     for (const Bytes& head : {Bytes{0x49, 0x49, 0x2a}, {0x49, 0x49, 0x2a, 0x00}}) {
         Tiff tiff;
         EXPECT_EQ(ReadFrom(tiff, head), -3);
@@ -138,7 +138,7 @@ TEST(TiffRead, TakesTwentyNineEntries) {
 
 TEST(TiffRead, RefusesThirtyEntries) {
     for (const Bytes& file : {ManyEntries(30).Build(), ManyEntries(1).EntryCount(65535).Build(),
-                              ManyEntries(5).DirectoryAt(0).Build()}) {  // 0x4949 announced
+                              ManyEntries(5).DirectoryAt(0).Build()}) {  // 0x4949 entries declared
         Tiff tiff;
         EXPECT_EQ(ReadFrom(tiff, file), -3);
         EXPECT_TRUE(tiff.tags.empty());
@@ -166,10 +166,11 @@ TEST(TiffRead, IsThatOfTheReference) {
         {"repeated tags", SmallTiff().Text(40000, "first").Text(40000, "second").Long(256, 77).Exif({1}).Exif({2})}};
     struct Row {
         std::size_t file;      ///< bytes
-        std::uint32_t entry;   ///< bytes that each of six entries asks for, all from the same place
-        std::uint32_t before;  ///< bytes of an entry before them
+        std::uint32_t entry;   ///< bytes that each of six entries requests, all from the same offset
+        std::uint32_t before;  ///< bytes of an entry that precedes them
     };
-    // The data of one directory may take twice the file and 64 KiB: four of the six, three to the last byte, and two.
+    // The data of one directory may reach twice the file size plus 64 KiB: four of the six, three to the last byte, and
+    // two.
     for (const auto& [size, entry, before] : {Row{50000, 40000, 0}, Row{65536, 65536, 0}, Row{65536, 65536, 5}}) {
         TiffBuilder file;
         if (before > 0) file.Entry(999, 1, before, 8);
@@ -180,10 +181,10 @@ TEST(TiffRead, IsThatOfTheReference) {
     ExpectAsReference(files);
 }
 
-// Entries that announce more than their file can hold, as a cut file leaves them: they stay in the directory, without
-// items and pointing nowhere.
+// Entries that declare more than their file can hold, as in a truncated file: they stay in the directory, with no items
+// and no offset.
 
-/// Two rows of two grey pixels, with tag 305 behind what is lost.
+/// Two rows of two grey pixels, with tag 305 after the lost entry.
 TiffBuilder WithText(TiffBuilder lost) {
     lost.Shape(2, 2, 1, 8).Long(278, 2).Text(305, "words");
     return lost.StripOffsets().StripByteCounts().Strip(CountingBytes(4, 70));
@@ -209,7 +210,7 @@ TEST(LostEntry, IsSavedWithoutItemsAndMovesNothing) {
 }
 
 TEST(LostEntry, IsNoneThatTheFileHeldInPartOrCouldHold) {
-    // Ten bytes of which three are there, and ten of which none is: they are filled up with zeros.
+    // Ten bytes of which the file holds three, and ten of which it holds none: they are padded with zeros.
     TiffBuilder file;
     file.Entry(1000, 1, 10, 50).Entry(1001, 1, 10, 5000).Entry(1002, 1, 4, 0x04030201).Trailer({7, 8, 9});
     TiffOf tiff(file);

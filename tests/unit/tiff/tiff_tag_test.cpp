@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// One entry of a directory: its size, what it reads, answers and saves, and the three kinds that differ.
+// One IFD entry: its size, what it reads, returns and saves, and the three special kinds.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
@@ -9,7 +9,7 @@ namespace {
 
 using Orvix_Tiff_STL2::ItemWidth;
 
-constexpr unsigned kAt20 = 22 * 256 + 21;  // the first 16 bits at 20 of bytes that count from 1
+constexpr unsigned kAt20 = 22 * 256 + 21;  // first 16 bits at offset 20 of bytes that count from 1
 
 TEST(TiffTag, StoresItsArgumentsAndAdoptsTheBytes) {
     EXPECT_EQ(FieldsOf(TiffTag()), (Fields{0, 0, 0, 0}));
@@ -42,7 +42,7 @@ TEST(TiffTag, KeepsUpToFourBytesInTheEntryAndReadsMore) {
     for (unsigned type = 0; type < 14; ++type) {
         SCOPED_TRACE(type);
         const unsigned width = kWidths[type];
-        const unsigned most = 4 / width;  // items in the entry
+        const unsigned most = 4 / width;  // items that fit in the entry
         const TiffTag small(Word(type, 1000), most, 20, stream.get());
         EXPECT_EQ(small.Size(), static_cast<int>(most * width));
         EXPECT_FALSE(small.ValueIsOffset());
@@ -148,7 +148,7 @@ TEST(TiffTag, CountsTheWholeItemsThatAStreamTakes) {
         unsigned type;
         unsigned count;
         std::size_t room;
-        int items;  ///< whole ones that find room
+        int items;  ///< whole items for which there is room
     };
     const FileHandle source = StreamOf(CountingBytes(64));
     for (const auto& [type, count, room, items] :
@@ -157,15 +157,15 @@ TEST(TiffTag, CountsTheWholeItemsThatAStreamTakes) {
         SCOPED_TRACE(testing::Message() << count << " of type " << type << ", room for " << room << " bytes");
         const TiffTag tag(Word(type, 1000), count, 8, source.get());
         Bytes taken(room);
-        const FileHandle stream(fmemopen(taken.data(), room, "wb"));  // takes no more
+        const FileHandle stream(fmemopen(taken.data(), room, "wb"));  // accepts no more
         std::setvbuf(stream.get(), nullptr, _IONBF, 0);
         EXPECT_EQ(tag.SaveFile(stream.get()), items);
-        taken.pop_back();  // such a stream ends with a zero
+        taken.pop_back();  // such a stream ends with a zero byte
         EXPECT_EQ(taken, CountingBytes(room - 1, 9));
     }
 }
 
-// What a caller hands over has as many bytes as the caller says when it is used.
+// The size of adopted data is what the caller states when it is used.
 
 TEST(TiffTag, HasAsManyOfACallersBytesAsItCountsWhenItIsSaved) {
     const auto tag = Adopting(1000, 1, 5, CountingBytes(20));
@@ -207,12 +207,12 @@ TEST(BitsPerSampleTag, IsMadeWithAnItemForEachOfSeveralSamples) {
         Bytes saved;
     };
     const Bytes cut{0x45, 0x23, 0x45, 0x23, 0x45, 0x23, 0x45, 0x23};
-    for (const Row& row : {Row{3, 0, 16, 0, {}, {}},                                                // an empty array
-                           Row{3, 1, 0x12345, 0x12345, {}, {}},                                     // none at all
-                           Row{3, 2, 16, 16, {16, 0, 16, 0}, {}},                                   // not saved
-                           Row{3, 3, 8, 8, {8, 0, 8, 0, 8, 0}, {8, 0, 8, 0, 8, 0}},                 //
-                           Row{3, 4, 0x12345, 0x2345, cut, cut},                                    // 16 bits of each
-                           Row{3, 5, 0x101, 0x101, Bytes(10, 1), Bytes(10, 1)},                     //
+    for (const Row& row : {Row{3, 0, 16, 0, {}, {}},                                 // an empty array
+                           Row{3, 1, 0x12345, 0x12345, {}, {}},                      // no array
+                           Row{3, 2, 16, 16, {16, 0, 16, 0}, {}},                    // not saved
+                           Row{3, 3, 8, 8, {8, 0, 8, 0, 8, 0}, {8, 0, 8, 0, 8, 0}},  //
+                           Row{3, 4, 0x12345, 0x2345, cut, cut},                     // 16 bits of each item
+                           Row{3, 5, 0x101, 0x101, Bytes(10, 1), Bytes(10, 1)},      //
                            Row{4, 3, 8, 8, {8, 0, 8, 0, 8, 0}, Padded({8, 0, 8, 0, 8, 0}, 12)}}) {  // still shorts
         SCOPED_TRACE(testing::Message() << row.count << " of type " << row.type << ": " << row.value);
         const BitsPerSampleTag tag(Word(row.type, 258), row.count, row.value, nullptr);
@@ -239,9 +239,9 @@ TEST(BitsPerSampleTag, AnswersTheEntryForOneSampleAndTheFirstItemForMore) {
     const FileHandle stream = StreamOf(CountingBytes(64));
     for (const auto& [type, count, answer] :
          {Row{3, 0, 0}, Row{3, 1, 20}, Row{3, 3, kAt20}, Row{3, 32, kAt20}, Row{3, 33, 0},  // the file is shorter
-          Row{1, 0, 0}, Row{1, 4, 0}, Row{1, 5, kAt20},                                     // two items, in fact
+          Row{1, 0, 0}, Row{1, 4, 0}, Row{1, 5, kAt20},                                     // in fact two items
           Row{4, 1, 20}, Row{4, 2, kAt20},                                                  //
-          Row{5, 1, 20}, Row{5, 2, kAt20}, Row{14, 3, 0}}) {                                // one is the entry
+          Row{5, 1, 20}, Row{5, 2, kAt20}, Row{14, 3, 0}}) {                                // the value is in the entry
         EXPECT_EQ(BitsPerSampleTag(Word(type, 258), count, 20, stream.get()).GetValue(), answer)
             << count << " of type " << type;
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The list of tags, the factory that makes them, and the calls that a derived class can override.
+// The list of tags, the factory that creates them, and the calls that a derived class can override.
 #include <stdexcept>
 #include <typeinfo>
 
@@ -62,7 +62,7 @@ TEST(Tiff, SetsTheValueOfTheEntryAlone) {
 TEST(TagFactory, MakesAPlainTagForEverySignatureButFour) {
     Tiff tiff;
     for (unsigned tag = 0; tag <= 0xffff; ++tag) {
-        const unsigned type = tag % 17;  // plays no part
+        const unsigned type = tag % 17;  // is ignored
         const std::unique_ptr<TiffTag> made = tiff.CreateTag(Word(type, tag), 2, 77, nullptr);
         ASSERT_NE(made, nullptr) << tag;
         const TiffTag& object = *made;
@@ -87,7 +87,7 @@ TEST(TagFactory, GivesTheStreamToEveryKind) {
     EXPECT_EQ(tiff.CreateTag(Word(3, 282), 1, 8, stream.get())->GetData(), nullptr);
 }
 
-/// Notes what it is asked to make.
+/// Records what it is asked to create.
 class NotingTiff : public CTiff {
 public:
     std::vector<Fields> made;
@@ -120,7 +120,7 @@ TEST(TagFactory, MayMakeNothing) {
     EXPECT_TRUE(tiff.tags.empty());
 }
 
-// What a derived class overrides
+// Overrides in a derived class
 
 TEST(TiffOverrides, OfTheCheckRefuseAFileByItsPath) {
     class Distrustful : public CTiff {

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What a save settles and writes, and what becomes of a file that is read and saved.
+// What a save determines and writes, and how a file changes when it is read and saved.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
 namespace {
 
-/// A directory with one LONG, as it stands from byte 8 on.
+/// A directory with one LONG, as written from byte 8 on.
 const Bytes kDirectory = ByteWriter().Little16(1).Little16(256).Little16(4).Little32(1).Little32(3).Little32(0).Done();
 
 Bytes Rewritten(const TiffBuilder& file) {
@@ -15,7 +15,7 @@ Bytes Rewritten(const TiffBuilder& file) {
     return Saved(tiff);
 }
 
-/// A list with an image of five bytes and, behind what it holds already, the length that tag 279 says.
+/// Appends to a list an image of five bytes and tag 279 with the given length.
 void AddImage(Tiff& tiff, std::uint32_t length = 5) {
     tiff.tags.push_back(Made(273, 4, 1, 3, CountingBytes(5)));
     tiff.AddTags(Word(4, 279), 1, length, nullptr);
@@ -81,12 +81,12 @@ TEST(TiffWrite, CutsTheNumberOfEntriesToSixteenBitsButLaysOutAll) {
 }
 
 TEST(TiffWrite, MovesDataByTheSizesBeforeThem) {
-    // Kept: entries of types 6 to 9 take room also for data that fit in them, which nobody writes.
-    constexpr std::uint32_t kValue = 0xabcd0002U;  // in the entry, where no type cuts it
+    // Kept: entries of types 6 to 9 reserve space even for data that fit in the entry; nothing is written there.
+    constexpr std::uint32_t kValue = 0xabcd0002U;  // in the entry, where no type truncates it
     for (int type = 0; type < 14; ++type) {
         const unsigned width = kWidths[type];
         const bool special = type >= 6 && type <= 9;
-        const unsigned most = 4 / width;  // items in the entry
+        const unsigned most = 4 / width;  // items that fit in the entry
         for (std::uint32_t count = 0; count <= most + 7; ++count) {
             SCOPED_TRACE(testing::Message() << count << " of type " << type);
             const std::uint32_t size = count * width;
@@ -173,7 +173,7 @@ TEST(TiffWrite, WritesFortyFourBytesOfACallersExif) {
     EXPECT_EQ(FromImage(Saved(tiff)), Joined({CountingBytes(5), CountingBytes(44)}));
 }
 
-// The file by its name
+// Saving under a file name
 
 TEST(TiffWrite, TruncatesTheFileThatItSavesTo) {
     const TempDir dir;
@@ -210,7 +210,7 @@ TEST(TiffWrite, PassesOverAFileThatCannotBeOpenedOrTakesNothing) {
     EXPECT_EQ(Printed([&] { EXPECT_EQ(empty.SaveFile(nowhere.c_str()), 0); }), kEmptyList);
 }
 
-// Files that are read and saved: what comes out may differ from what went in.
+// Files that are read and saved: the result may differ from the source.
 
 TEST(RewrittenTiff, KeepsAnyOrderOfEntries) {
     TiffBuilder file;
@@ -239,8 +239,8 @@ TEST(RewrittenTiff, IsThatOfTheReference) {
 }
 
 TEST(RewrittenTiff, HasPlanesOfBitsAsTheDataOfTheirOffsetsToo) {
-    // Tag 273 still counts three offsets, so its first 12 bytes, which are image, go out as its data; then the image,
-    // as many bytes as the first byte count says, and Exif behind so many.
+    // Tag 273 still counts three offsets, so the first 12 bytes of the image are written as its data; then follow the
+    // image, with as many bytes as the first byte count states, and Exif after that many.
     TiffBuilder file = PlanarTiff(32, 2, 3, 1, 2, {CountingBytes(8), CountingBytes(8, 9), CountingBytes(8, 17)});
     const Bytes saved = Rewritten(file.Exif(CountingBytes(44, 60)));
     constexpr std::uint32_t kData = 14 + 12 * 11;

@@ -20,7 +20,7 @@
 #include "support/Units.h"
 #include "units/OutputTable33.h"
 
-// The units by their short names, tables for them to load, jobs for them to run, and grids of any size and content.
+// Short names for the units, tables for them to load, jobs for them to run, and grids of any size and content.
 namespace hueweave::test {
 
 using ICC40::ICC_UNIT::Base;
@@ -40,10 +40,10 @@ using ICC40::ICCFILE::ColorSpaceSignature;
 
 constexpr ColorSpaceSignature Space(int value) { return static_cast<ColorSpaceSignature>(value); }
 
-/// A sample of every channel that a unit can have.
+/// One sample for each channel that a unit can have.
 using Seven = std::array<unsigned short, 7>;
 
-/// One table twice: the tag that a unit loads, and what a reference loads.
+/// One table in two forms: the tag that a unit loads, and what a reference loads.
 struct TestLut {
     explicit TestLut(const LutContents& lut) : plain(AsReference(lut)) {
         Fill(tag, plain);
@@ -74,7 +74,7 @@ std::vector<int> RowOf(const Row& row) {
     return {std::begin(row), std::end(row)};
 }
 
-/// The codes that there are, those around them, some far away, and some with the low bits of a code.
+/// All valid codes, their neighbours, some distant values, and some that share the low bits of a code.
 inline std::vector<int> FormatCodes() {
     std::vector<int> codes = {INT_MIN, -65536 + 257, -257,  -1,    0,     1,     3,          769,     1281,
                               4097,    65534,        65535, 65793, 66049, 65536, 0x01010101, 1 << 24, INT_MAX};
@@ -82,19 +82,19 @@ inline std::vector<int> FormatCodes() {
     return codes;
 }
 
-/// One colour through a unit.
+/// Converts one colour through a unit.
 template <typename Unit>
 Seven Through(Unit& unit, Seven s) {
     unit.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
     return s;
 }
 
-/// A run of pixels with its buffers. Buffers are filled with `kMark` bytes, so that what was not written shows.
+/// A run of pixels with its buffers. Buffers are filled with `kMark` bytes, so that unwritten bytes show.
 struct Job {
     static constexpr unsigned char kMark = 0xa5;
     static constexpr unsigned short kMark16 = 0xa5a5;
 
-    /// Room for one pixel more than `pixels`, of 7 samples of 16 bits on every side, whatever the code says.
+    /// Room for one pixel more than `pixels`, with 7 samples of 16 bits in source and destination, whatever the code.
     Job(int code, int pixels) : source(Room(pixels) * 2, kMark), dest(Room(pixels) * 2, kMark) {
         info.FormatCode = code;
         info.Source = source.data();
@@ -118,7 +118,7 @@ using Nodes = std::vector<ReferenceNode>;
 
 inline std::size_t NodeAt(int points, int i, int j, int k) { return AsIndex((i * points + j) * points + k); }
 
-/// A grid as loading leaves it, all seven channels between `low` and `high`.
+/// A grid as it is after loading, with all seven channels between `low` and `high`.
 inline ReferenceGrid RandomGrid(int points, std::uint32_t seed, int low = 0, int high = 65535) {
     ReferenceGrid grid;
     grid.SetSize(points);
@@ -166,14 +166,14 @@ inline std::unique_ptr<ColorTable33> MakeGrid(const ReferenceGrid& plain, int ch
     return table;
 }
 
-/// The packed form of nodes, seven values each.
+/// The packed form of nodes, with seven values each.
 inline std::vector<int> Packed(const Nodes& nodes) {
     std::vector<int> packed;
     for (const ReferenceNode& node : nodes) packed.insert(packed.end(), node.begin(), node.end());
     return packed;
 }
 
-/// Size, positions and nodes.
+/// Checks size, positions and nodes.
 inline void ExpectGrid(const ColorTable33& table, const ReferenceGrid& plain) {
     EXPECT_EQ(table.LUT_Size, plain.points);
     EXPECT_EQ(table.LUT_Shift, plain.shift);

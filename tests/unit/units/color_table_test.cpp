@@ -17,7 +17,7 @@ std::unique_ptr<ColorTable33> Marked() {
     return table;
 }
 
-/// The nodes behind the first `size` of each axis have still the marks.
+/// Checks that the nodes past the first `size` of each axis still have the marks.
 void ExpectMarkedBehind(const ColorTable33& table, int size) {
     Nodes expected(33 * 33 * 33);
     for (ReferenceNode& node : expected) node.fill(kUntouched);
@@ -30,7 +30,7 @@ void ExpectMarkedBehind(const ColorTable33& table, int size) {
     EXPECT_THAT(nodes, EqualTo(expected));
 }
 
-/// A table as the reference grid is to take it when the slots that it does not fill hold marks.
+/// A table for the reference grid, with marks in the slots that it does not fill.
 ReferenceLut WithMarkedSlots(const ReferenceLut& lut) {
     ReferenceLut wide = lut;
     wide.outputs = 7;
@@ -104,7 +104,7 @@ TEST(ColorTable, TakesTheFirstAxisAsTheSlowestAndValuesWithoutSign) {
     EXPECT_EQ(table->Color[8][8][8][2], 65535);
 }
 
-/// Kept: neither step, positions nor channel counts.
+/// Kept: step, positions and channel counts are ignored.
 TEST(ColorTable, TakesSizeAndNodesAloneFromAPackedCube) {
     for (const int points : {0, 1, 2, 5, 8, 9, 10, 16, 17, 18, 32, 33}) {
         SCOPED_TRACE(points);
@@ -166,7 +166,7 @@ std::vector<ResizeRow> ResizeRows() {
     return rows;
 }
 
-/// A size that is there already leaves the positions as they are: the last one at 65536.
+/// A size that is already set leaves the positions unchanged: the last one is 65536.
 TEST(TableResize, SamplesEveryNewNode) {
     for (const auto& [from, to] : ResizeRows()) {
         SCOPED_TRACE(testing::Message() << from << " to " << to);
@@ -174,7 +174,7 @@ TEST(TableResize, SamplesEveryNewNode) {
         const auto table = MakeGrid(plain);
         table->InChannels = 3;
         table->OutChannels = 5;
-        // Back again it starts from the shortened top position.
+        // The way back starts from the reduced top position.
         for (const int size : {to, from}) {
             EXPECT_EQ(table->TableResize(size), 0);
             plain.Resize(size);
@@ -207,7 +207,7 @@ TEST(TableResize, KeepsTheNodesOutsideTheNewSize) {
     EXPECT_THAT(NodesOf(*table, 33), EqualTo(expected));
 }
 
-/// Kept: the top of the new grid lies a hair below the old one, at 2047 / 2048 of the last cell's diagonal.
+/// Kept: the top of the new grid lies slightly below the old one, at 2047 / 2048 of the last cell's diagonal.
 TEST(TableResize, From33To17TakesEverySecondNodeButTheTop) {
     ReferenceGrid plain = RandomGrid(33, 3);
     plain.nodes[NodeAt(33, 31, 31, 31)] = {0, 65535, 2048, 100, 0, 4096, 9};
@@ -222,7 +222,7 @@ TEST(TableResize, From33To17TakesEverySecondNodeButTheTop) {
             }
         }
     }
-    // Slopes of 2047, -65503.0004, -2047, 0, -2047, 61409.0005 and 0.9995, cut toward zero before the low node is
+    // Slopes of 2047, -65503.0004, -2047, 0, -2047, 61409.0005 and 0.9995, truncated toward zero before the low node is
     // added.
     EXPECT_EQ(nodes.back(), (ReferenceNode{2047, 32, 1, 100, -2047, 65505, 9}));
 }

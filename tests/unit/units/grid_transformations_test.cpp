@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What turns the grid of a profile into the grid of an engine: the shift in LCh, and the way from Lab to linear RGB of
-// 8 bits, compared with the plain colour arithmetic; and the quick way that stands for it where it can tell.
+// The steps from the grid of a profile to the grid of an engine: the shift in LCh, and the conversion from Lab to
+// linear RGB of 8 bits, compared with the plain colour arithmetic; and the fast conversion that replaces it where its
+// result is certain.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,7 +20,7 @@ using ColorLch::CLCH;
 using ICC40::ICC_UNIT::NearRgb;
 using ICC40::ICCFILE::CXYZType;
 
-/// Lab of three 16-bit values, of which the low bits count.
+/// Lab from three 16-bit values, of which only the low 16 bits count.
 Triple LabOf(int t0, int t1, int t2) {
     return {(t0 & 0xffff) * 100.0 / 65280.0, ((t1 & 0xffff) - 32768) * 0.00390625,
             ((t2 & 0xffff) - 32768) * 0.00390625};
@@ -37,7 +38,7 @@ ReferenceNode ShiftedNode(ReferenceNode node, const Triple& by) {
     return node;
 }
 
-/// A node through output tables into linear RGB of some primaries.
+/// A node converted by output tables and to linear RGB with some primaries.
 ReferenceNode RgbNode(ReferenceNode node, const ReferenceOutputs& tables, const Triple& white, int primaries) {
     const auto entry = [&](std::size_t c) { return tables.table[c][AsIndex(node[c] & 0xffff)]; };
     const Triple rgb = NaiveLabToRGB(LabOf(entry(0), entry(1), entry(2)), white, primaries);
@@ -51,7 +52,7 @@ Nodes Changed(Nodes nodes, Change change) {
     return nodes;
 }
 
-/// A grid of two points whose nodes are all the same.
+/// A grid of two points in which all nodes are equal.
 std::unique_ptr<ColorTable33> Flat(int lightness, int a, int b) {
     ReferenceGrid plain = RandomGrid(2, 1);
     for (ReferenceNode& node : plain.nodes) node = {lightness, a, b};
@@ -85,7 +86,7 @@ TEST(AdjustLch, ShiftsEveryNode) {
     }
 }
 
-/// Kept: the node is read as Lab before the output curves, and C* is cut to 100 even by a shift of nothing.
+/// Kept: the node is read as Lab before the output curves, and C* is cut to 100 even by a shift of zero.
 TEST(AdjustLch, GivesTheseColors) {
     const struct {
         std::array<int, 3> from;
@@ -106,7 +107,7 @@ TEST(AdjustLch, GivesTheseColors) {
 /// Primaries by the range of the space: 0 sRGB, 1 AdobeRGB, 2 AppleRGB, 3 ColorMatchRGB.
 int PrimariesOf(int space) { return space >= 20 && space <= 31 ? (space - 16) / 4 : 0; }
 
-/// Node values and table entries of more than 16 bits too: their low 16 bits count.
+/// Node values and table entries may exceed 16 bits: only their low 16 bits count.
 TEST(LabToRgb, TakesEveryNodeThroughTheTables) {
     Lcg random(2);
     const auto table = std::make_unique<OutputTable33>();
@@ -120,13 +121,13 @@ TEST(LabToRgb, TakesEveryNodeThroughTheTables) {
         ReferenceGrid plain = RandomGrid(9, 1, -8000000, 8000000);
         const auto grid = MakeGrid(plain);
         grid->OutChannels = 7;
-        grid->Color[9][0][0][0] = grid->Color[8][9][8][1] = grid->Color[0][8][9][2] = 4242;  // behind the grid
+        grid->Color[9][0][0][0] = grid->Color[8][9][8][1] = grid->Color[0][8][9][2] = 4242;  // outside the grid
         const int results[] = {space, 21, 25, 31};
         EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), nullptr), results[PrimariesOf(space)]);
         plain.nodes = Changed(
             plain.nodes, [&](const auto& node) { return RgbNode(node, plainTable, kUsualWhite, PrimariesOf(space)); });
         ExpectGrid(*grid, plain);
-        // Another step takes the nodes as it finds them.
+        // Another step starts from the present nodes.
         grid->Adjust_Lch(-4.5, 6.25, 100.0);
         plain.nodes = Changed(plain.nodes, [](const auto& node) { return ShiftedNode(node, {-4.5, 6.25, 100.0}); });
         ExpectGrid(*grid, plain);
@@ -165,7 +166,7 @@ TEST(LabToRgb, FollowsTheFamilyOfTheSpace) {
         int first, last, primaries, result;  // a result of -1: the space itself
     } families[] = {{-1, 19, 0, -1}, {20, 23, 1, 21},   {24, 27, 2, 25},      {28, 31, 3, 31},
                     {32, 64, 0, -1}, {255, 255, 0, -1}, {65534, 65535, 0, -1}};
-    // A colour within every family, so that the primaries show.
+    // A colour inside every family, so that the primaries show.
     const ReferenceNode color = {30000, 34000, 33500};
     const auto table = std::make_unique<OutputTable33>();
     const ReferenceOutputs identity;
@@ -180,7 +181,7 @@ TEST(LabToRgb, FollowsTheFamilyOfTheSpace) {
     }
 }
 
-/// Kept: fixed-point words of scale 65536, taken without sign, are divided by 65535.
+/// Kept: fixed-point words of scale 65536, read as unsigned, are divided by 65535.
 TEST(LabToRgb, TakesAWhiteAsThreeUnsignedWords) {
     const TestLut lut = RandomLut({.points = 2, .outputEntries = 2});
     const auto table = std::make_unique<OutputTable33>();
@@ -214,11 +215,11 @@ TEST(LabToRgb, TakesAWhiteAsThreeUnsignedWords) {
     }
 }
 
-/// Kept: nodes are linear RGB of 8 bits, in the high byte.
+/// Kept: nodes are 8-bit linear RGB, stored in the high byte.
 TEST(LabToRgb, GivesEveryByteTimes256) {
     ReferenceGrid plain = RandomGrid(16, 1);
     for (int n = 0; n < 16 * 16 * 16; ++n) {
-        // All over the scale, and one by one around white.
+        // Over the whole range, and in steps of one around white.
         plain.nodes[AsIndex(n)] = {n < 3856 ? 17 * n : n - 3856 + 65200, 32768, 32768};
     }
     const auto table = std::make_unique<OutputTable33>();
@@ -238,16 +239,16 @@ TEST(LabToRgb, GivesEveryByteTimes256) {
     EXPECT_EQ(nodes.back(), (ReferenceNode{65280, 65280, 65280})) << "above L* 100";
 }
 
-/// A colour of which a channel falls on a whole number but for the last places of a double.
+/// A colour in which a channel is a whole number except for the last digits of a double.
 struct EdgeColor {
     std::array<int, 3> node;  ///< 16-bit Lab
     int primaries;            ///< 0 sRGB, 1 AdobeRGB, 3 ColorMatchRGB
-    std::size_t channel;      ///< the one that falls on a whole number
+    std::size_t channel;      ///< the channel that is nearly a whole number
     std::array<std::uint32_t, 3> white;
     int whole;
 };
 
-/// Found by lattice reduction: with `f * f * f` in place of the power, each of them is cut to the other side.
+/// Found by lattice reduction: with `f * f * f` in place of pow(), each of them is truncated to the other side.
 const EdgeColor kEdgeColors[] = {
     {{36740, 32937, 35656}, 3, 2, {63872, 121256, 225051}, 205},
     {{36340, 30107, 35989}, 0, 1, {199854, 160665, 20935}, 121},
@@ -262,7 +263,7 @@ const EdgeColor kEdgeColors[] = {
     {{40065, 31453, 30640}, 3, 0, {55710, 4120, 140437}, 80},
 };
 
-/// The cut to bytes must see the very value that the stated operations give, a power among them and not a product.
+/// Truncation to bytes must use the exact value of the stated operations, pow() among them and not a product.
 TEST(LabToRgb, TakesThePowerBesideAWholeNumber) {
     const auto identity = std::make_unique<OutputTable33>();
     for (const EdgeColor& edge : kEdgeColors) {
@@ -279,12 +280,12 @@ TEST(LabToRgb, TakesThePowerBesideAWholeNumber) {
     }
 }
 
-/// The quick way, whose matrices are made so that a channel has a chosen value.
+/// The fast conversion, with matrices that give a channel a chosen value.
 struct LabColor {
     double L, a, b;
 };
 
-/// The roots of X, Y and Z over the white.
+/// The roots of X, Y and Z divided by the white.
 struct Roots {
     double x, y, z;
 };
@@ -295,14 +296,14 @@ Roots RootsOf(const LabColor& c) {
 
 constexpr double kWhite[3] = {0.96, 1.0, 0.82};
 
-/// How near to a step it cannot tell.
+/// The distance to a step within which it is not certain.
 double MarginOf(const LabColor& c) {
     const Roots root = RootsOf(c);
     const double white = kWhite[0] + kWhite[1] + kWhite[2];
     return 1e-8 * (1.0 + white * (1.0 + root.x * root.x + root.y * root.y + root.z * root.z));
 }
 
-/// A matrix by which Y alone gives `value` on one channel; the two others lie far from any step.
+/// A matrix by which Y alone gives `value` on one channel; the two others are far from any step.
 CLCH WithValue(const LabColor& c, double value, std::size_t channel) {
     CLCH color(65535.0 * kWhite[0], 65535.0 * kWhite[1], 65535.0 * kWhite[2]);
     const double root = RootsOf(c).y;
@@ -313,7 +314,7 @@ CLCH WithValue(const LabColor& c, double value, std::size_t channel) {
     return color;
 }
 
-/// The channel, or nothing where it cannot tell.
+/// The channel, or nothing if it is not certain.
 std::optional<int> Told(const LabColor& c, double value, std::size_t channel) {
     int rgb[3] = {-1, -1, -1};
     if (!NearRgb(WithValue(c, value, channel)).Convert(c.L, c.a, c.b, rgb)) return std::nullopt;
@@ -321,7 +322,7 @@ std::optional<int> Told(const LabColor& c, double value, std::size_t channel) {
     return rgb[channel];
 }
 
-/// The fifth and sixth stand on either side of where the formula of Y changes.
+/// The fifth and sixth lie on either side of the point where the formula of Y changes.
 constexpr LabColor kLabColors[] = {{100, 0, 0},    {50, 60, -70},   {30, -20, 90},    {5, 3, -2},
                                    {7.9996, 0, 0}, {7.99965, 0, 0}, {99.6, -127, 127}};
 
@@ -359,7 +360,7 @@ TEST(NearRgb, CannotTellWhereARootStandsAtTheThresholdOfItsFormulas) {
     }
 }
 
-/// The exact way's channels are what a sure answer equals, on both sides of both thresholds and of zero.
+/// A certain result equals the channels of the exact conversion, on both sides of both thresholds and of zero.
 TEST(NearRgb, AgreesWithTheExactWay) {
     CLCH color(63195.0, 65535.0, 54073.0);
     const NearRgb quick(color);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The job record: its first state, its memory of names, its working buffer, and how every unit runs over a job that
-// lacks something.
+// The job record: its initial state, its stored names, its working buffer, and how every unit runs a job that is
+// incomplete.
 #include "units/Info.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ namespace {
 using ICC40::ICC_UNIT::FindFormat;
 using ICC40::ICC_UNIT::PixelFormat;
 
-/// All but build result, intent and names.
+/// Checks all fields except build result, intent and names.
 void ExpectUnset(const Info& info) {
     EXPECT_EQ(info.ProfileState, 65535);
     EXPECT_EQ(info.Spare, 65535);
@@ -93,7 +93,7 @@ TEST(Info, TellsWhetherANameDiffers) {
                  {"c", "d", 1},
                  {"f", "e", 1},
                  {nullptr, "e", 1},
-                 // Byte by byte.
+                 // The comparison is byte by byte.
                  {"profile.icc", "e", 1},
                  {"Profile.icc2", "e", 1},
                  {"Profile", "e", 1},
@@ -108,7 +108,7 @@ TEST(Info, TellsWhetherANameDiffers) {
 }
 
 TEST(Info, HasRoomForNamesOfAnyLength) {
-    // Sixteen lengths in a row: a heap block has room to spare for fifteen of them.
+    // Sixteen consecutive lengths: a heap block has spare room for fifteen of them.
     std::vector<std::size_t> lengths = {1, 4000, 4096};
     for (std::size_t length = 120; length < 152; ++length) lengths.push_back(length);
     for (const std::size_t length : lengths) {
@@ -117,7 +117,7 @@ TEST(Info, HasRoomForNamesOfAnyLength) {
         const std::string name(length, 'n'), longer(length + 1, 'n');
         std::string given = name;
         EXPECT_EQ(info.CheckCurrentProfile(given.c_str(), given.c_str()), 1);
-        given[0] = 'b';  // a copy is kept
+        given[0] = 'b';  // the record keeps a copy
         EXPECT_GE(malloc_usable_size(info.ProfileName.get()), std::max<std::size_t>(128, length + 1));
         EXPECT_GE(malloc_usable_size(info.SecondName.get()), std::max<std::size_t>(128, length + 1));
         EXPECT_EQ(info.ProfileName.get(), name);
@@ -138,7 +138,7 @@ TEST(WorkingBuffer, HasTheChannelsOfTheCode) {
         EXPECT_EQ(format.dest16, destBytes == 2);
         Info info;
         info.FormatCode = code;
-        // A buffer of no samples does not shut out the next run.
+        // A buffer of no samples does not prevent the next run.
         for (const int pixels : {0, 10}) {
             EXPECT_EQ(info.CheckWorkingBuf(bytes + 2, bytes + 3, pixels), channels == 0 ? 65534 : 0);
             EXPECT_EQ(info.Source, bytes + 2);
@@ -147,7 +147,7 @@ TEST(WorkingBuffer, HasTheChannelsOfTheCode) {
             EXPECT_EQ(info.PixelCount, channels == 0 ? 0 : pixels);
             EXPECT_EQ(info.WorkBuf != nullptr, channels != 0);
         }
-        // 16 bits a sample for the 8-bit codes too: an address checker sees an array that is smaller.
+        // 16 bits per sample for the 8-bit codes too: an address checker detects a smaller array.
         for (int i = 0; i < info.WorkCount; ++i) info.WorkBuf[AsIndex(i)] = 65535;
     }
 }
@@ -195,12 +195,12 @@ TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
         int code, pixels;
     } rows[] = {{257, -1},
                 {520, INT_MIN},
-                // The first products above what an int holds.
+                // The first products above the range of an int.
                 {257, 715827883},
                 {259, 536870912},
                 {263, 306783379},
                 {518, INT_MAX},
-                // Products of 2 and of 0 in the 32 bits of an int.
+                // Products of 2 and of 0 in 32 bits.
                 {257, 1431655766},
                 {259, 1073741824}};
     for (const auto& [code, pixels] : rows) {
@@ -218,7 +218,7 @@ TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
     }
 }
 
-/// A unit that takes a working buffer of some samples a pixel, and a code of that many channels: 16 bits on both sides.
+/// A unit with its working buffer's samples per pixel, and a code of that many channels: 16 bits on both sides.
 struct RunRow {
     const char* name;
     std::function<std::unique_ptr<Base>()> make;
@@ -252,7 +252,7 @@ protected:
         EXPECT_EQ(info_.WorkCount, Samples());
     }
     int Samples() const { return kRunPixels * GetParam().channels; }
-    /// How many pixels the unit changes, in working or destination samples; they must be the first.
+    /// The number of pixels that the unit changes, in working or destination samples; they must be the first ones.
     int Changed() {
         if (info_.WorkBuf != nullptr) std::fill_n(info_.WorkBuf.get(), Samples(), kWork);
         std::ranges::fill(dest_, kDest);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Input tables: how the curves are loaded, expanded, evaluated and reduced to what an encoding asks for, and how runs
-// of pixels go through them.
+// Input tables: how the curves are loaded, expanded, evaluated and reduced to the size that an encoding needs, and how
+// runs of pixels pass through them.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -14,7 +14,7 @@
 namespace hueweave::test {
 namespace {
 
-/// All but the curves behind those of the profile.
+/// Checks everything except the curves past those of the profile.
 void ExpectTables(const InputTable33& table, const ReferenceInput& plain) {
     EXPECT_EQ(table.Bits, plain.bits);
     EXPECT_EQ(table.LUT_Step, plain.step);
@@ -109,8 +109,7 @@ TEST(InputTable, KeepsItsWidthWhenItIsLoadedForWords) {
     EXPECT_THAT(table->Lut16[0], EqualTo(plain.table[0]));
 }
 
-/// Takes the place of the evaluation and notes what it was asked for. It counts up the four samples that no curve
-/// belongs to.
+/// Replaces the evaluation and records its arguments. It increments the four samples that belong to no curve.
 class SpiedInput : public InputTable33 {
 public:
     using InputTable33::Conversion;
@@ -165,12 +164,12 @@ protected:
 };
 
 TEST_F(InputTableReduction, ToBytesTakesEvery256thEntryAndTheLast) {
-    InputRows expected = before_;  // what lies behind the 8-bit table stays
+    InputRows expected = before_;  // entries past the 8-bit table stay unchanged
     for (std::size_t c = 0; c < 3; ++c) {
         for (std::size_t i = 1; i < 255; ++i) expected[c][i] = before_[c][256 * i];
         expected[c][255] = before_[c][65535];
     }
-    for (int pass = 0; pass < 3; ++pass) {  // again it reads what it left alone before
+    for (int pass = 0; pass < 3; ++pass) {  // a further pass reads entries that the first left unchanged
         EXPECT_EQ(table_->Change_Lut16_To_Lut8(), 0);
         EXPECT_EQ(table_->Bits, 8);
         ExpectRows(expected);
@@ -184,7 +183,7 @@ TEST_F(InputTableReduction, ToLabBytesTurnsTheSignedRowsAndTakesOneEntryTwice) {
     for (std::size_t i = 0; i < 256; ++i) expected[0][i] = before_[0][256 * i];
     for (std::size_t c = 1; c < 3; ++c) {
         for (std::size_t i = 0; i < 128; ++i) expected[c][i] = before_[c][256 * (i + 128)] - 1;
-        expected[c][128] = before_[c][32768] - 1 + 1;  // Kept: from entry 0, which has become this
+        expected[c][128] = before_[c][32768] - 1 + 1;  // Kept: from entry 0, which already has its new value
         for (std::size_t i = 129; i < 256; ++i) expected[c][i] = before_[c][256 * (i - 128)] + 1;
     }
     EXPECT_EQ(table_->Change_Lut16_To_Lab8(), 0);
@@ -196,7 +195,7 @@ TEST_F(InputTableReduction, ToLabWordsTurnsTheSignedRowsByHalfButForOnePair) {
     InputRows expected = before_;
     for (std::size_t c = 1; c < 3; ++c) {
         for (std::size_t i = 0; i < 65536; ++i) expected[c][i] = before_[c][i ^ 32768];
-        expected[c][32767] = before_[c][32767];  // Kept: these two keep their places
+        expected[c][32767] = before_[c][32767];  // Kept: these two stay in place
         expected[c][65535] = before_[c][65535];
     }
     table_->Bits = 8;
@@ -215,9 +214,9 @@ void ExpectPoints(std::size_t rows) {
         int low, high, at, result;
     } points[] = {{10, 12, 0, 10},          {10, 12, 1, 11},      {10, 12, 2, 11},         {10, 12, 3, 12},
                   {12, 10, 0, 12},          {12, 10, 1, 12},      {12, 10, 2, 11},         {12, 10, 3, 11},
-                  {100, 101, 1, 100},       {100, 101, 2, 101},   {-3, -3, 0, 65534},       // -2.5, cut toward zero
-                  {-1, -1, 0, 0},                                                           // -0.5
-                  {-10, -20, 2, 65522},                                                     // -14.5
+                  {100, 101, 1, 100},       {100, 101, 2, 101},   {-3, -3, 0, 65534},  // -2.5, truncated toward zero
+                  {-1, -1, 0, 0},                                                      // -0.5
+                  {-10, -20, 2, 65522},                                                // -14.5
                   {65535, 65535, 0, 65535}, {65536, 65536, 0, 0}, {70000, 70008, 2, 4468},  // 70004.5
                   {65535, 65536, 2, 0}};                                                    // 65536
     const auto unit = std::make_unique<Unit>();
@@ -250,7 +249,7 @@ TEST(InputTable, GivesZeroBehindTheLastEntryOfARow) {
     const auto table = std::make_unique<InputTable33>();
     table->LUT_Step = 15.0;
     for (auto& curve : table->Curve) std::ranges::fill(curve, 700);
-    // Entry 4095 stands at 61425, and 15 samples further there is nothing: 700 / 15 = 46.67 is left at 61439.
+    // Entry 4095 is at 61425, and 15 samples further the value is 0: 700 / 15 = 46.67 remains at 61439.
     for (const auto& [sample, expected] : {std::pair{61425, 700}, {61439, 47}, {61440, 0}, {61455, 0}, {65535, 0}}) {
         Seven s;
         s.fill(static_cast<unsigned short>(sample));
@@ -283,7 +282,8 @@ TEST_P(InputMember, CopiesTablesAndWidthAlone) {
     EXPECT_EQ(table_->UnitName, name);
 }
 
-/// Tables with entries below 0 and above 65535, of which the low 16 bits count; the width of the table does not.
+/// Tables with entries below 0 and above 65535, of which only the low 16 bits count; the width of the table does not
+/// matter.
 TEST_P(InputMember, RunsTheCodesOfItsChannelsAlone) {
     ReferenceInput plain(samples_);
     Lcg random(8);
@@ -307,7 +307,7 @@ TEST_P(InputMember, RunsTheCodesOfItsChannelsAlone) {
             EXPECT_THAT(job.source, EqualsBytes(source));
             EXPECT_THAT(job.dest, EqualsBytes(Bytes(job.dest.size(), Job::kMark)));
             taken += result == 0 ? 1 : 0;
-            // Whether a code is taken does not depend on the count.
+            // Whether a code is accepted does not depend on the count.
             job.info.PixelCount = 0;
             EXPECT_EQ(table_->Conversion(&job.info), result);
         }
@@ -317,7 +317,7 @@ TEST_P(InputMember, RunsTheCodesOfItsChannelsAlone) {
 
 INSTANTIATE_TEST_SUITE_P(Samples, InputMember, testing::Values(3, 4, 6, 7));
 
-/// Nothing assigns the buffer, reads it or writes to it.
+/// The buffer is never assigned, read or written.
 template <typename Unit>
 void ExpectUnusedBuffer(int code) {
     const TestLut lut = RandomLut({.points = 2, .inputEntries = 5});

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Tetrahedral interpolation between nodes: in integers in the grids of 3, 4, 6 and 7 channels, one colour and runs of
-// pixels, and in floating point in grids of any size.
+// Tetrahedral interpolation between nodes: in integers in the grids of 3, 4, 6 and 7 channels, for one colour and for
+// runs of pixels, and in floating point in grids of any size.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -13,7 +13,7 @@
 namespace hueweave::test {
 namespace {
 
-/// In each of the six orders of fractions, the four corners of one tetrahedron alone decide.
+/// For each of the six orders of fractions, only the four corners of one tetrahedron count.
 struct TetrahedronRow {
     std::array<int, 3> at;        ///< fractions of 0.25, 0.5 and 0.75 in a cell of 8192
     std::array<int, 8> quarters;  ///< weight of each corner, the first axis the highest bit
@@ -24,7 +24,7 @@ constexpr TetrahedronRow kTetrahedronRows[] = {
     {{6144, 2048, 4096}, {1, 0, 0, 0, 1, 1, 0, 1}}, {{6144, 4096, 2048}, {1, 0, 0, 0, 1, 0, 1, 1}},
 };
 
-/// A grid of 9 points, all nodes 0 but one; cells are 8192 wide, so that all fractions are exact.
+/// A grid of 9 points in which all nodes but one are 0; cells are 8192 wide, so that all fractions are exact.
 std::unique_ptr<ColorTable33> OneNode(int i, int j, int k, const ReferenceNode& value, int channels = 3) {
     ReferenceGrid plain = RandomGrid(9, 1, 0, 0);
     plain.nodes[NodeAt(9, i, j, k)] = value;
@@ -39,7 +39,7 @@ protected:
         plain_ = RandomGrid(points, seed, low, high);
         EXPECT_EQ(table_->SetColorTable(Packed(plain_.nodes).data(), points), 0);
     }
-    /// The interpolated channels, and behind them the samples as they were.
+    /// The interpolated channels, followed by the unchanged samples.
     Seven Expected(const Seven& was) const {
         const Seven whole = plain_.InterpolateFixed(was[0], was[1], was[2]);
         Seven result = was;
@@ -60,7 +60,7 @@ protected:
 
 TEST_P(IntegerInterpolation, FollowsEveryOrderOfFractionsAndTheirTies) {
     for (const int points : {9, 17, 33}) {
-        // Nodes of more than 16 bits too: the low 16 bits of the result count.
+        // Nodes may exceed 16 bits: only the low 16 bits of the result count.
         Load(points, static_cast<std::uint32_t>(points), -100000, 120000);
         const int width = 65536 / (points - 1);
         const auto below = [this](int limit) {
@@ -86,7 +86,7 @@ TEST_P(IntegerInterpolation, AgreesAllOverTheCubeWithAnyShiftAndMask) {
     Load(33, 41);
     const struct {
         int shift, mask;
-    } rows[] = {{11, 2047}, {12, 4095}, {13, 8191}, {12, 0x7f0}, {13, 0}, {14, 2047}};  // the last three: of no size
+    } rows[] = {{11, 2047}, {12, 4095}, {13, 8191}, {12, 0x7f0}, {13, 0}, {14, 2047}};  // the last three fit no size
     for (const auto& [shift, mask] : rows) {
         plain_.shift = table_->LUT_Shift = shift;
         plain_.mask = table_->LUT_Mask = mask;
@@ -115,7 +115,7 @@ TEST_P(IntegerInterpolation, TakesTheCornersOfEachTetrahedron) {
 }
 
 TEST_P(IntegerInterpolation, CutsTheFractionTowardMinusInfinityAndClampsNothing) {
-    // On the first axis by half a cell: 5.5, -5.5, 0.5, -0.5, -1.5, 32768, 65535.5.
+    // At half a cell on the first axis: 5.5, -5.5, 0.5, -0.5, -1.5, 32768, 65535.5.
     const auto table = OneNode(1, 0, 0, {11, -11, 1, -1, -3, 65536, 131071}, GetParam());
     EXPECT_EQ(Through(*table, {4096, 0, 0, 1, 2, 3, 4}),
               Expected({4096, 0, 0, 1, 2, 3, 4}, {5, -6, 0, -1, -2, 32768, 65535}));
@@ -123,7 +123,7 @@ TEST_P(IntegerInterpolation, CutsTheFractionTowardMinusInfinityAndClampsNothing)
 
 TEST_P(IntegerInterpolation, RunsOverEverySampleOfTheWorkingBuffer) {
     Load(33, 8);
-    for (const int code : {257, 514, 520, 65534}) {  // it does not look at the code
+    for (const int code : {257, 514, 520, 65534}) {  // the code is ignored
         SCOPED_TRACE(code);
         constexpr int kPixels = 500;
         Job job(code, kPixels);
@@ -140,7 +140,7 @@ TEST_P(IntegerInterpolation, RunsOverEverySampleOfTheWorkingBuffer) {
 
 INSTANTIATE_TEST_SUITE_P(Every, IntegerInterpolation, testing::Values(3, 4, 6, 7), ChannelsOf);
 
-/// Takes the place of the interpolation, notes what it was given, and adds 1 to 7 to the samples.
+/// Replaces the interpolation, records its arguments, and adds 1 to 7 to the samples.
 template <typename Table>
 class SpiedGrid : public Table {
 public:
@@ -164,7 +164,7 @@ TEST(ColorTableRun, OfThreeChannelsWorksOnItsOwnSamples) {
     Job job(257, 3);
     job.SetWork({10, 20, 30, 40, 50, 60, 70, 80, 90});
     EXPECT_EQ(table->Conversion(&job.info), 0);
-    // The four further samples are cleared once for the run, not for each pixel.
+    // The other four samples are cleared once per run, not per pixel.
     EXPECT_EQ(table->given,
               (std::vector<Seven>{{10, 20, 30, 0, 0, 0, 0}, {40, 50, 60, 4, 5, 6, 7}, {70, 80, 90, 8, 10, 12, 14}}));
     for (std::size_t n = 0; n < 9; ++n) EXPECT_EQ(table->places.at(n / 3 * 7 + n % 3), job.info.WorkBuf.get() + n);
@@ -173,7 +173,7 @@ TEST(ColorTableRun, OfThreeChannelsWorksOnItsOwnSamples) {
     EXPECT_THAT(job.Work(), EqualTo(expected));
 }
 
-/// Kept: a wider grid takes each pixel through copies.
+/// Kept: a wider grid converts copies of the samples of each pixel.
 template <typename Table>
 void ExpectRunsOnCopies(std::size_t channels) {
     const auto table = std::make_unique<SpiedGrid<Table>>();
@@ -258,8 +258,8 @@ TEST_P(FloatingInterpolation, TakesPositionsOutsideTheAxesForTheirEnds) {
     }
 }
 
-/// Kept: nodes stand at positions that are cut to whole numbers, so that the last position of a cell can lie behind its
-/// end: by less than the cut.
+/// Kept: node positions are truncated to whole numbers, so that the last position of a cell can lie past its end, by
+/// less than the truncation.
 TEST_P(FloatingInterpolation, TakesTheOwnCellOfEveryPositionBesideANode) {
     for (int n = 0; n < points_; ++n) {
         for (const int beside : {-2, -1, 0, 1, 2}) {
@@ -279,13 +279,13 @@ TEST(FloatingInterpolationByHand, CutsTheRiseTowardZeroAndAddsTheBaseNode) {
     EXPECT_EQ(Floating(*table, {4608, 0, 0}), (ReferenceNode{5, -5, 0, 0, 1, -1, 0}));
     table = OneNode(1, 0, 0, {110, 90, 0, 0, 0, 0, 0});
     std::ranges::fill(table->Color[0][0][0], 100);
-    // 5.6, -5.6 and -56.25; 94.4 were the cut of the whole sum.
+    // 5.6, -5.6 and -56.25; truncation of the whole sum would give 94.
     EXPECT_EQ(Floating(*table, {4608, 0, 0}), (ReferenceNode{105, 95, 44, 44, 44, 44, 44}));
 }
 
 TEST(FloatingInterpolationByHand, TakesTheCellByTheStepAndTheFractionByThePosition) {
     const auto table = OneNode(2, 0, 0, {8192, 0, 0, 0, 0, 0, 0});
-    table->LUT_Shift = table->LUT_Mask = 0;  // of no use here
+    table->LUT_Shift = table->LUT_Mask = 0;  // not used here
     EXPECT_EQ(Floating(*table, {8292, 0, 0})[0], 100);
     table->LUT_Pos[1] = 8202;
     EXPECT_EQ(Floating(*table, {8292, 0, 0})[0], 90);

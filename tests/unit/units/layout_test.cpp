@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The units' shape: who derives from whom, the order of the virtual operations and of the fields, their types and
-// names, what a constructor clears; and that no unit changes a table while pixels run through it.
+// The units' shape: the class hierarchy, the order of virtual operations and fields, their types and names, and what a
+// constructor clears; and that no unit changes a table during a run of pixels.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -44,7 +44,7 @@ static_assert(kIs<&InputTable33::LUT_Step, double InputTable33::*> &&
 static_assert(kIs<&InputTable43::LUT_Step, double InputTable43::*> &&
               kIs<&InputTable43::Curve, int (InputTable43::*)[4][4096]> &&
               kIs<&InputTable43::Bits, int InputTable43::*>);
-// Owned in the array form, so that the destructor releases it so.
+// Owned as an array, so that the destructor releases it with delete[].
 using OwnedBytes = std::unique_ptr<unsigned char[]>;
 static_assert(kIs<&InputTable34::Buf, OwnedBytes InputTable34::*> &&
               kIs<&InputTable36::Buf, OwnedBytes InputTable36::*> &&
@@ -113,7 +113,7 @@ TEST(UnitSlots, AreNotTakenByTheOtherOperations) {
     }
 }
 
-/// What every unit is, and what none of them does.
+/// The properties of every unit, and the things that no unit does.
 template <typename Unit>
 class EveryUnit : public testing::Test {
 protected:
@@ -148,7 +148,7 @@ protected:
         if (std::is_same_v<Unit, ColorTable37>) return "ColorTable37";
         return "OutputTable33";
     }
-    /// A code of 16 bits on both sides that has the channels of the unit.
+    /// A code with the unit's channels and 16 bits on both sides.
     static int Code() {
         const int digit = Name()[std::strlen(Name()) - 1] - '0';
         return digit == 3 ? 514 : digit == 4 ? 516 : digit == 6 ? 518 : 520;
@@ -166,10 +166,10 @@ TYPED_TEST(EveryUnit, HasItsConversionsBehindTheDestructors) {
     EXPECT_EQ(Member(static_cast<int (TypeParam::*)(Info*)>(&TypeParam::Conversion)).Slot(), 4U);
 }
 
-/// In memory that held something else before, where a fresh page would hide what is not cleared.
+/// Uses memory with old content: a fresh page would hide what is not cleared.
 TYPED_TEST(EveryUnit, StartsClearedInUsedMemory) {
     const std::unique_ptr<unsigned char[]> memory(new unsigned char[sizeof(TypeParam)]);
-    volatile unsigned char* const bytes = memory.get();  // no compiler may take these stores for useless
+    volatile unsigned char* const bytes = memory.get();  // prevents the compiler from removing these stores
     for (std::size_t i = 0; i < sizeof(TypeParam); ++i) bytes[i] = Job::kMark;
     auto* const unit = ::new (memory.get()) TypeParam();
     EXPECT_STREQ(unit->UnitName, this->Name());

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The curves of a profile at single values, which stand for the tables that the units would expand: every value of
-// every shape, beside the plain expansion.
+// The curves of a profile evaluated at single values, in place of the tables that the units would expand: every value
+// of every shape, compared with the plain expansion.
 #include "units/LutCurves.h"
 
 #include <gtest/gtest.h>
@@ -68,7 +68,7 @@ TEST_P(LutCurves, OfACallerAreLaidOverThoseOfTheOutput) {
         Lcg random(53);
         for (Bytes& curve : points) {
             curve.reserve(1);
-            // None behind the 256th is read: an address checker sees an array that ends there.
+            // Nothing past the 256th is read: an address checker detects a read past the end of the array.
             while (curve.size() < std::min<std::size_t>(count, 256))
                 curve.push_back(static_cast<unsigned char>(random.Below(256)));
         }
@@ -81,7 +81,7 @@ TEST_P(LutCurves, OfACallerAreLaidOverThoseOfTheOutput) {
     }
 }
 
-/// With 34 and 67 there are values whose quotient is whole, where a product would fall short of it.
+/// 34 and 67 have values with a whole quotient, for which a product would be slightly too small.
 INSTANTIATE_TEST_SUITE_P(Entries, LutCurves,
                          testing::Values(0, 1, 2, 3, 4, 5, 16, 17, 33, 34, 67, 255, 256, 257, 1000, 4095, 4096));
 

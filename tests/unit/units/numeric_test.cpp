@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The one way from a double to an int, at and beside its limits.
+// The only conversion from a double to an int, at and near its limits.
 #include "base/Numeric.h"
 
 #include <gtest/gtest.h>
@@ -31,7 +31,7 @@ TEST(Truncation, GoesTowardZeroAndStopsAtTheLimits) {
     };
     for (const auto& [whole, values] : rows) {
         for (const double value : values) {
-            volatile double given = value;  // not worked out by the compiler, which may have limits of its own
+            volatile double given = value;  // not evaluated by the compiler, whose limits may differ
             EXPECT_EQ(Trunc(given), whole) << value;
         }
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What the library knows about each output space, and the final forms of the output tables, each on fresh and on other
-// tables, over all seven channels.
+// The library's facts about each output space, and the final forms of the output tables, each applied to fresh and to
+// other tables, on all seven channels.
 #include "units/OutputSpaces.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ struct FormRow {
     Form form;
     const char* name;
     int (*run)(OutputTable33&, ColorSpaceSignature);
-    int mode, result;  // a result of -1: the argument
+    int mode, result;  // a result of -1 means the argument
 };
 void PrintTo(const FormRow& row, std::ostream* out) { *out << row.name; }
 
@@ -66,7 +66,7 @@ static_assert(std::size(kFormRows) == kForms);
 
 class OutputForm : public testing::TestWithParam<FormRow> {
 protected:
-    /// Gives every entry of both sides another value, below 0 and above 65535 too.
+    /// Gives every entry a different value, equal in unit and reference, including values below 0 and above 65535.
     void ScatterTables() {
         Lcg random(1);
         for (std::size_t c = 0; c < 7; ++c) {
@@ -80,7 +80,7 @@ protected:
             EXPECT_THAT(unit_->Lut16[c], EqualTo(plain_.table[c])) << "table " << c;
         }
     }
-    /// Runs the form on the unit and on the reference.
+    /// Applies the form to the unit and to the reference.
     void RunBoth(int space) {
         unit_->OutputMode = 99;
         EXPECT_EQ(GetParam().run(*unit_, Space(space)), GetParam().result < 0 ? space : GetParam().result);
@@ -92,7 +92,7 @@ protected:
     ReferenceOutputs plain_;
 };
 
-/// Kept: forms assume fresh tables: again they shift, or flip, once more.
+/// Kept: forms assume fresh tables: a second call shifts or flips again.
 TEST_P(OutputForm, AgreesOnFreshTablesAndTheSecondTime) {
     RunBoth(22);
     RunBoth(-7);
@@ -114,15 +114,15 @@ TEST_P(OutputForm, AgreesOnAnyTablesAndLeavesTheFieldsOfTheCurves) {
 INSTANTIATE_TEST_SUITE_P(All, OutputForm, testing::ValuesIn(kFormRows),
                          [](const auto& row) { return std::string(row.param.name); });
 
-/// Worked out with 40 digits. Kept: exponents of 0.5556 and 0.4167, a toe up to 0.00304 that is cut with 16 bits, and a
-/// 16-bit mixed curve of 8 bits without an offset.
+/// Worked out with 40 digits. Kept: exponents of 0.5556 and 0.4167, a toe up to 0.00304 that is truncated with 16 bits,
+/// and a 16-bit mixed curve that gives 8-bit values without an offset.
 constexpr struct {
     Form form;
     int row, entry, value;
 } kEntries[] = {
     {Form::Gamma100, 2, 65535, 255},
-    {Form::Gamma180, 0, 32768, 174},  // 44588.69 and half a step: 174.7
-    {Form::Gamma180, 2, 65535, 255},  // 65535 + 128 lies above 65535
+    {Form::Gamma180, 0, 32768, 174},  // 44588.69 plus half a step: 174.7
+    {Form::Gamma180, 2, 65535, 255},  // 65535 + 128 exceeds 65535
     {Form::Gamma180_16, 1, 32768, 44589},
     {Form::Srgb, 1, 9, 0},                 // 9 x 12.92 + 128 = 244.28
     {Form::Srgb, 1, 10, 1},                // 10 x 12.92 + 128 = 257.2
@@ -132,7 +132,7 @@ constexpr struct {
     {Form::KodakPhoto, 0, 1024, 26},       // 26.99
     {Form::KodakPhoto_16, 0, 1, 6},        // 6.62: the line starts at 0
     {Form::KodakPhoto_16, 0, 1023, 6774},  // 6774.29
-    {Form::KodakPhoto_16, 0, 1024, 6908},  // the power law, with half a step of 8 bits: 6908.91
+    {Form::KodakPhoto_16, 0, 1024, 6908},  // the power law, plus half a step of 8 bits: 6908.91
     {Form::KodakMix, 0, 512, 0},
     {Form::KodakMix, 0, 1280, 14},       // 14.86
     {Form::KodakMix, 0, 2048, 30},       // 30.21
@@ -140,7 +140,7 @@ constexpr struct {
     {Form::KodakMix_16, 0, 30000, 150},  // 150.76
     {Form::KodakText, 2, 2048, 0},
     {Form::KodakText, 2, 10240, 65},   // 65.32
-    {Form::KodakText, 2, 60000, 255},  // the law leaves the scale before its end
+    {Form::KodakText, 2, 60000, 255},  // the law exceeds the range before its end
     {Form::KodakText_16, 2, 2049, 2},  // 2.03
     {Form::KodakText_16, 2, 10240, 16722},
     {Form::Lab8, 1, 32768, 0},  // neutral
@@ -163,7 +163,7 @@ TEST(OutputForms, HaveTheseEntries) {
     }
 }
 
-/// Entry 65535 and the tables behind the third stay as they were.
+/// Entry 65535 and the tables after the third stay unchanged.
 TEST(KodakCurve, FollowsItsArguments) {
     const struct {
         int low, high;
@@ -188,8 +188,8 @@ TEST(KodakCurve, FollowsItsArguments) {
     }
 }
 
-/// Primaries (0 stands for sRGB, 1 for AdobeRGB, 2 for AppleRGB, 3 for ColorMatchRGB), width, result, and the form of
-/// fresh output tables, none for the identity.
+/// Primaries (0 is sRGB, 1 AdobeRGB, 2 AppleRGB, 3 ColorMatchRGB), width, result, and the form of fresh output tables,
+/// none for the identity.
 struct SpaceFacts {
     int primaries, bits, result;
     std::optional<Form> form;

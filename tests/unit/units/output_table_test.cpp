@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Output tables: how curves of a profile and of a caller are expanded, and how samples and runs go through.
+// Output tables: how curves of a profile and of a caller are expanded, and how samples and runs are converted.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -22,7 +22,7 @@ void ExpectTables(const OutputTable33& unit, const ReferenceOutputs& plain) {
     }
 }
 
-/// The fields beside curves and tables, set to what no operation gives.
+/// Sets the fields other than curves and tables to values that no operation produces.
 void SetFields(OutputTable33& unit) {
     unit.Step = 1.5;
     unit.Span = 2.5;
@@ -38,8 +38,8 @@ void ExpectFieldsAsSet(const OutputTable33& unit) {
     EXPECT_EQ(unit.OutputMode, 11);
 }
 
-/// Kept: channels that the profile lacks go through the plain identity curve and end in its point of the last entry.
-/// Each table is loaded over those before.
+/// Kept: channels that the profile lacks use the plain identity curve and end in its point of the last entry. Each
+/// table is loaded over the previous ones.
 TEST(OutputTable, ExpandsTheCurvesOfAProfileOnAllSevenChannels) {
     const struct {
         int outputs, entries;
@@ -65,7 +65,7 @@ TEST(OutputTable, ExpandsTheCurvesOfAProfileOnAllSevenChannels) {
     }
 }
 
-/// Kept: a span of 15, where 16 would follow.
+/// Kept: a span of 15, where 16 is expected.
 TEST(OutputTable, RunsALittleAboveTheIdentityForTwoEntries) {
     const TestLut lut = RandomLut({.points = 2, .outputEntries = 2});
     const auto unit = std::make_unique<OutputTable33>();
@@ -74,14 +74,14 @@ TEST(OutputTable, RunsALittleAboveTheIdentityForTwoEntries) {
     EXPECT_EQ(unit->Span, 15.0);
     EXPECT_EQ(unit->Curve[2][4095], 65520);
     EXPECT_EQ(unit->Curve[3][4095], 4095) << "a channel that the table lacks keeps the plain identity";
-    // 15 of 15 is a whole step already; 16 lies below the step, so that the fraction is 16 / 15 and nothing is clamped.
+    // 15 of 15 is already a whole step; 16 lies below the step, so that the fraction is 16 / 15 and nothing is clamped.
     for (const auto& [value, entry] : {std::pair{0, 0}, {15, 16}, {16, 17}, {17, 17}, {65535, 65535}}) {
         EXPECT_EQ(unit->Lut16[0][value], entry) << value;
     }
     EXPECT_EQ(unit->Lut16[3][16], 1);
 }
 
-/// Kept: fractions run past 1, and values overshoot both ends.
+/// Kept: fractions exceed 1, and values overshoot both ends.
 TEST(OutputTable, OvershootsBothEndsOfSteepCurves) {
     LutContents contents = MakeLut({.outputs = 2, .points = 2, .outputEntries = 3});
     contents.output = {0, 65535, 0, 65535, 0, 65535};
@@ -89,7 +89,7 @@ TEST(OutputTable, OvershootsBothEndsOfSteepCurves) {
     const auto unit = std::make_unique<OutputTable33>();
     unit->Initial(&lut.tag);
     EXPECT_EQ(unit->Step, 32767.5);
-    // By hand: f runs up to 32767.5 / 21845.33 = 1.5, and a negative sum is cut toward zero.
+    // By hand: f reaches 32767.5 / 21845.33 = 1.5, and a negative sum is truncated toward zero.
     const int rows[][3] = {{0, 0, 65535},     {1, 3, 65532},          {16384, 49151, 16384}, {32767, 98300, -32764},
                            {32768, 65534, 1}, {65534, -32762, 98298}, {65535, 0, 65535}};
     for (const auto& [value, first, second] : rows) {
@@ -141,13 +141,13 @@ TEST(OutputTable, InterpolatesNothingBesideTheCurve) {
         s.fill(value);
         EXPECT_EQ(Interpolated(*unit, s), curves) << value;
     }
-    // Behind the last entry comes 0: at 15 of 16 steps a sixteenth is left.
+    // The value after the last entry is 0: at 15 of 16 steps a sixteenth remains.
     unit->Step = unit->Span = 16.0;
     EXPECT_EQ(Interpolated(*unit, {65535, 65535, 65535, 65535, 65535, 65535, 65535}),
               (ReferenceNode{100, 200, 300, 400, 500, 600, 700}));
 }
 
-/// Takes the place of the interpolation and notes what it was given.
+/// Replaces the interpolation and records its arguments.
 class SpiedOutput : public OutputTable33 {
 public:
     int Interpolation(int& a, int& b, int& c, int& d, int& e, int& f, int& g) override {
@@ -178,7 +178,7 @@ TEST(OutputTable, ExpandsThroughTheVirtualInterpolation) {
     ExpectSpied(*bytes, false);
 }
 
-/// Over the curves of a profile, the way an engine does. Kept: the curves end in 65535 whatever they hold.
+/// Caller's curves over those of a profile, as an engine uses them. Kept: the curves end in 65535 whatever they hold.
 TEST(OutputTable, LaysCurvesOfACallerOverItsOwn) {
     const TestLut lut = RandomLut({.points = 2, .outputEntries = 40});
     for (const int count : {-5, 0, 1, 2, 128, 255, 256, 257, 4096, 5000}) {
@@ -208,7 +208,7 @@ TEST(OutputTable, LaysCurvesOfACallerOverItsOwn) {
     }
 }
 
-/// Kept: unscaled, to the first 256 entries alone; nothing else changes.
+/// Kept: unscaled, to the first 256 entries only; nothing else changes.
 TEST(OutputTable, CopiesByteTablesOfAnyShape) {
     const struct {
         int channels, entries;
@@ -227,7 +227,7 @@ TEST(OutputTable, CopiesByteTablesOfAnyShape) {
             lut.outputTable[AsIndex(n)] = static_cast<std::uint8_t>(value);
             if (c < 7 && i < 256) plain.table[AsIndex(c)][AsIndex(i)] = value;
         }
-        // What lies behind the unit's last table is no part of it.
+        // The bytes past the unit's last table do not belong to it.
         constexpr std::size_t kBehind = 4096;
         Bytes memory(sizeof(OutputTable33) + kBehind, 0x5a);
         auto* const unit = ::new (memory.data()) OutputTable33();
@@ -255,7 +255,7 @@ TEST(OutputTable, ResetsToTheIdentityAndTakesNothingFromAByteTableWithoutCurves)
     ExpectFieldsAsSet(*unit);
 }
 
-/// Tables that differ from channel to channel, with entries below 0 and above 65535.
+/// Tables that differ between channels, with entries below 0 and above 65535.
 class OutputTableRun : public testing::Test {
 protected:
     OutputTableRun() {
@@ -280,7 +280,7 @@ TEST_F(OutputTableRun, OfOneColorTakesThreeTablesAndLeavesTheOtherSamples) {
     }
 }
 
-/// Kept: the seven-channel codes write nothing, and nor does a value that is no code. Nobody reads the mode.
+/// Kept: the seven-channel codes write nothing, nor does a value that is not a code. The mode is ignored.
 TEST_F(OutputTableRun, WritesTheLowPartOfEachEntry) {
     constexpr int kPixels = 40;
     for (const int code : FormatCodes()) {
