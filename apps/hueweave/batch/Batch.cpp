@@ -20,7 +20,7 @@ namespace hueweave::tool {
 
 namespace {
 
-/// Files side by side as long as there are enough; threads that are left over go to the blocks of each.
+/// Converts files in parallel. Surplus threads are divided among the files, for the blocks of each.
 class Batch {
 public:
     Batch(Session& session, unsigned threads) : session_(session), threads_(threads) {}
@@ -33,7 +33,7 @@ public:
     }
 
 private:
-    /// What none of the files is to blame for ends the run, a signal before anything else.
+    /// An error that does not belong to one file ends the run; a signal takes precedence over it.
     void Convert() {
         WorkUnits files(session_.list.items.size());
         try {
@@ -48,7 +48,7 @@ private:
         }
     }
 
-    /// Whatever happens to a file, the others are converted.
+    /// An error in one file does not stop the others.
     void RunFile(const Item& item, unsigned threads) {
         const std::string name = item.source == "-" ? "standard input" : item.source;
         try {

@@ -7,8 +7,9 @@
 
 namespace hueweave::tool {
 
-/// Converts all files of a session on so many threads, and tells how it went. Whatever happens to a file, the others
-/// are converted. The status is that of the only file, or whether all were converted.
+/// Converts all files of a session on `threads` threads and, if there are several, prints a summary. An error in one
+/// file does not stop the others. Returns the status of the file if only one was named, otherwise whether all were
+/// converted.
 Exit RunBatch(Session& session, unsigned threads);
 
 }  // namespace hueweave::tool

@@ -17,7 +17,8 @@
 namespace hueweave::tool {
 namespace {
 
-/// The fingerprint, made first only where an earlier run may have converted the file.
+/// The fingerprint of a file that an earlier run may have converted. Nothing for other files: theirs is computed during
+/// the conversion.
 std::optional<std::string> EarlyFingerprint(const FileTask& task, const SourceFile& source) {
     const Session& session = task.session;
     if (!session.options.resume || session.record == nullptr || !session.record->Knows(task.item.relative)) return {};

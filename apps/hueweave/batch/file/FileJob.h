@@ -6,10 +6,11 @@
 
 namespace hueweave::tool {
 
-/// What became of a file.
+/// The result of a conversion that was not refused.
 enum class Outcome { Converted, Skipped, Planned };
 
-/// Converts one file, or says what would happen. Refuses by `Refusal`, after which nothing is left behind.
+/// Converts one file or, with --dry-run, reports what would be done. Throws a `Refusal`, after which no output file
+/// remains.
 Outcome ConvertFile(const FileTask& task);
 
 }  // namespace hueweave::tool

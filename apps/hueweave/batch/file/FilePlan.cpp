@@ -77,7 +77,8 @@ private:
         try {
             return profiles_.Of(page);
         } catch (const Refusal&) {
-            // A profile that is not used need not be sound, but must be told from none where they are to match.
+            // An invalid profile does no harm if another one is used. With --source require-match it does not count as
+            // absent.
             if (!session_.profile || options_.source != SourceRule::Given) throw;
             Note("embeds a profile that cannot be used; " + session_.profile->name + " is used");
             return nullptr;
@@ -104,7 +105,7 @@ private:
         }
     }
 
-    /// Pages of the same profile share a converter, in whatever order they come.
+    /// Pages with the same profile and bit depth share a converter, even if they do not follow each other.
     std::shared_ptr<const ReadyConverter> ConverterFor(const DeviceProfile& profile, unsigned bits) {
         for (const auto& ready : converters_) {
             if (ready->hash == profile.hash && ready->bits == bits) return ready;

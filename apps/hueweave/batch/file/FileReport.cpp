@@ -58,7 +58,7 @@ void FileReport::TellConverted(const FilePlan& plan, const WrittenFile& written,
         }
         report.Json(json);
     } catch (const std::bad_alloc&) {
-        report.LoseJson();  // the file stands there; without memory to say so, it is converted all the same
+        report.LoseJson();  // the output exists; only the messages are lost
     }
 }
 

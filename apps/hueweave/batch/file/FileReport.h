@@ -9,29 +9,30 @@
 
 namespace hueweave::tool {
 
-/// Tells what became of one file, with what is known of it by then.
+/// Reports the result for one file, with the details known at the time of the call.
 class FileReport {
 public:
     /// Borrows both.
     FileReport(const FileTask& task, const SourceFile& source) : task_(task), source_(source) {}
 
-    /// An earlier run converted it.
+    /// Reports that the record lists the output: an earlier run converted the file.
     void TellDone() const;
-    /// Its profile says that it is converted.
+    /// Reports that the file is in the output's colours already.
     void TellConvertedBefore(const FilePlan& plan) const;
     void TellPlanned(const FilePlan& plan) const;
-    /// The line of JSON about a conversion, empty where none is wanted. It is made before the output has its name:
-    /// without memory for the text there is to be no file.
+    /// The line of JSON for a conversion; empty without --json. Created before the output gets its name, so that no
+    /// output is published if there is not enough memory for the line.
     std::string Describe(const FilePlan& plan, WrittenFile& written, double seconds) const;
-    /// Passes that line on, after the output has got its name: from then on, a lack of memory loses no more than text.
+    /// Prints the notes, the result and the line of JSON, after the output has got its name. If memory runs out, only
+    /// messages are lost.
     void TellConverted(const FilePlan& plan, const WrittenFile& written, const std::string& json) const;
 
 private:
     std::string OutputName() const;
-    /// With --verbose, the way of the first page and its error, after a comma.
+    /// The way and the error of the first page, after a comma; empty without --verbose.
     std::string WayOf(const FilePlan& plan) const;
     void TellNotes(const FileNotes& notes) const;
-    /// `plan` is null where there is none.
+    /// `plan` is null if the file was not planned.
     void TellJson(const char* status, const FilePlan* plan) const;
     nlohmann::ordered_json Begin(const char* status, const FilePlan* plan) const;
 

@@ -17,7 +17,7 @@
 namespace hueweave::tool {
 namespace {
 
-/// What the process needs beside the buffers of the pixels.
+/// Bytes that the process needs in addition to the pixel buffers.
 constexpr std::uint64_t kOwnMemory = std::uint64_t{24} << 20;
 
 std::uint64_t BufferMemory(std::uint64_t all) { return all > 2 * kOwnMemory ? all - kOwnMemory : kOwnMemory / 3; }
@@ -28,7 +28,7 @@ std::uint64_t Pixels(const FilePlan& plan) {
     return pixels;
 }
 
-/// Makes the output and what must be there before it.
+/// Creates the output file and, before it, its folder and the record.
 void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& written) {
     Session& session = task.session;
     const std::string& path = task.item.output;
@@ -47,7 +47,7 @@ void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& wri
     }
 }
 
-/// A record that cannot be written is no reason to lose the conversion.
+/// If the record cannot be written, the output is published with a note.
 void Record(const FileTask& task, const WrittenFile& written) {
     try {
         task.session.record->Add(task.item.relative, written.fingerprint.value(), written.output->file());

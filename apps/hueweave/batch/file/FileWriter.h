@@ -12,21 +12,22 @@
 
 namespace hueweave::tool {
 
-/// An output that is whole, checked and on the disk, but has no name yet. Without `Publish`, nothing is left of it.
+/// An output that is complete, checked and flushed to disk, but has no name yet. It disappears unless `Publish` is
+/// called.
 struct WrittenFile {
     std::unique_ptr<OutputFile> output;  ///< null for standard output
-    FileAccess spool;                    ///< what goes to standard output
+    FileAccess spool;                    ///< the output if it goes to standard output
     Measured measured;
     std::vector<std::string> notes;          ///< whole lines
-    std::optional<std::string> fingerprint;  ///< where a record is kept
+    std::optional<std::string> fingerprint;  ///< if a record is kept
 };
 
-/// Does what was planned. Refuses a source that changed meanwhile. Where a record is kept and `fingerprint` is not
-/// known yet, it is made from what is read anyhow, as far as that comes in order.
+/// Executes a plan. Refuses a source that changed in the meantime. If a record is kept and `fingerprint` is empty, the
+/// fingerprint is computed from the data that the conversion reads, as far as they are read in order.
 WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const FilePlan& plan,
                       const std::optional<std::string>& fingerprint);
 
-/// Records an output where a record is kept, and gives it its name; or sends it to standard output.
+/// Adds an output to the record, if one is kept, and gives it its name; or copies it to standard output.
 void Publish(const FileTask& task, const WrittenFile& written);
 
 }  // namespace hueweave::tool

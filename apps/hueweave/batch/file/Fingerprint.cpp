@@ -10,7 +10,7 @@ namespace hueweave::tool {
 namespace {
 
 constexpr std::uint64_t kBlock = std::uint64_t{256} << 10;  ///< bytes read at once
-constexpr std::uint64_t kGap = std::uint64_t{1} << 20;      ///< bytes that may stand between what is taken
+constexpr std::uint64_t kGap = std::uint64_t{1} << 20;      ///< bytes; the largest gap before data that are taken
 
 }  // namespace
 
@@ -30,7 +30,7 @@ void Fingerprint::Take(std::uint64_t offset, const Bytes& data) {
     const std::uint64_t end = offset + data.size();
     if (end <= hashed_ || offset > hashed_ + kGap) return;
     ReadTo(offset);
-    const auto known = static_cast<std::size_t>(hashed_ - offset);  // strips may lie over each other
+    const auto known = static_cast<std::size_t>(hashed_ - offset);  // strips may overlap
     hash_.Add(data.data() + known, data.size() - known);
     hashed_ = end;
 }

@@ -11,18 +11,19 @@
 
 namespace hueweave::tool {
 
-/// SHA-256 of all that an output depends on: the version, the options that change colours, the profile, and the bytes
-/// of the source from the first to the last. Records of folders hold it, so its form stays.
+/// SHA-256 of everything that an output depends on: the version, the options that affect colours, the profile, and all
+/// bytes of the source in order. The records of folders contain it, so its definition must not change.
 ///
-/// The source need not be read for it alone: `Take` accepts what was read for another reason. Not for several threads.
+/// `Take` accepts data that were read for another purpose, so that the source is not read twice. For use by one thread
+/// at a time.
 class Fingerprint {
 public:
     /// Borrows the source.
     Fingerprint(const Session& session, const SourceFile& source);
-    /// Bytes of the source. They count where they follow on what is hashed already, behind a small gap at most, such as
-    /// a directory between two images, which is read here. What comes out of order is read again by `Finish`.
+    /// Hashes bytes of the source that follow those already hashed. A small gap before them, such as a directory
+    /// between two images, is read here. Bytes out of order are ignored; `Finish` reads them again.
     void Take(std::uint64_t offset, const Bytes& data);
-    /// Reads what is missing and returns 64 hexadecimal digits. Called once, at the end.
+    /// Reads the missing bytes and returns 64 hexadecimal digits. Called once, at the end.
     std::string Finish();
 
 private:

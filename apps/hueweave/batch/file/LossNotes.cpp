@@ -13,9 +13,9 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint64_t kMostXmp = std::uint64_t{4} << 20;  ///< bytes that are looked through
+constexpr std::uint64_t kMostXmp = std::uint64_t{4} << 20;  ///< bytes; larger metadata are not searched
 
-/// Whether the XMP metadata name a profile, as those of Photoshop do.
+/// Whether the XMP metadata contain the name of a profile, as written by Photoshop.
 bool XmpNamesProfile(const TiffStructure& structure, const TiffDirectory& directory) {
     const TiffEntry* entry = directory.Find(tag::Xmp);
     if (entry == nullptr || entry->dataSize > kMostXmp) return false;
@@ -74,7 +74,7 @@ void LossNotes::LookAtOldTags(const TiffDirectory& directory, FileNotes& notes) 
     notes.common.insert(fmt::format("{} of the old colours ({}) {}", one ? "tag" : "tags", fmt::join(old, ", "), stay));
 }
 
-/// Whether a page has a value at which no page before it pointed.
+/// Whether a page has this tag, with a value that no earlier page refers to.
 bool LossNotes::IsNew(const TiffDirectory& directory, std::uint16_t wanted) {
     const TiffEntry* entry = directory.Find(wanted);
     return entry != nullptr && (entry->dataOffset == 0 || looked_.emplace(entry->dataOffset, entry->dataSize).second);

@@ -13,18 +13,19 @@
 
 namespace hueweave::tool {
 
-/// What is said about a file besides its result. It waits until the file is done, since a refusal is to be one line.
+/// Notes about a file, printed with its result. They are collected until then, because a refused file gets one line
+/// only.
 struct FileNotes {
     std::vector<std::string> own;  ///< whole lines, in order
-    std::set<std::string> common;  ///< what many files of a run share: "tag 301 stays", without the name of the file
+    std::set<std::string> common;  ///< notes that apply to many files, without the file's name: "tag 301 stays"
 };
 
-/// Finds what a conversion does not keep as it was, and what it keeps although it no longer fits the colours.
+/// Finds data that a conversion does not preserve, and data that it keeps although they no longer match the colours.
 class LossNotes {
 public:
     LossNotes(const ConvertOptions& options, const TiffStructure& structure)
         : options_(options), structure_(structure) {}
-    /// Adds to the notes what there is to say about a page. A value that pages share is looked at once.
+    /// Adds the notes about a page. A value shared by several pages is examined once.
     void Look(const TiffPage& page, FileNotes& notes);
 
 private:
@@ -34,7 +35,7 @@ private:
 
     const ConvertOptions& options_;
     const TiffStructure& structure_;
-    std::set<std::pair<std::uint64_t, std::uint64_t>> looked_;  ///< values looked at, by offset and size
+    std::set<std::pair<std::uint64_t, std::uint64_t>> looked_;  ///< values examined, by offset and size
 };
 
 }  // namespace hueweave::tool

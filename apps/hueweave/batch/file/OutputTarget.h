@@ -7,11 +7,11 @@
 
 namespace hueweave::tool {
 
-/// Whether the options let a conversion replace a file that exists already.
+/// Whether the options allow replacing an existing file.
 OutputFile::Existing ExistingRule(const ConvertOptions& options);
-/// Refuses an output that may not be written where it is meant to be.
+/// Refuses an output that must not be written to its path.
 void CheckOutputPath(const FileTask& task);
-/// Refuses what writing would refuse for the sake of the folder, in a run that does not write.
+/// For --dry-run: refuses an output whose folder does not exist and cannot be created, or is not writable.
 void CheckOutputFolder(const FileTask& task);
 
 }  // namespace hueweave::tool

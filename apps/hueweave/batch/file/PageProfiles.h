@@ -15,20 +15,20 @@
 
 namespace hueweave::tool {
 
-/// The different values of a tag that the pages of a file share or repeat: each is read once for those that point at
-/// the same bytes, and handed out once for those that hold the same.
+/// The distinct profiles that a file embeds. Entries that refer to the same bytes are read once; entries with equal
+/// contents get the same number, and their bytes are returned once.
 class DistinctProfiles {
 public:
     explicit DistinctProfiles(const TiffStructure& structure) : structure_(structure) {}
-    /// The number of the entry's value, counted from 0, and its bytes where that number is new. Refuses more or larger
-    /// ones than the budget allows.
+    /// The number of the entry's profile, counted from 0, and its bytes if that number is new. Refuses more or larger
+    /// profiles than the budget allows.
     std::pair<std::size_t, std::optional<Bytes>> Find(const TiffEntry& entry);
 
 private:
     const TiffStructure& structure_;
     std::map<std::pair<std::uint64_t, std::uint64_t>, std::size_t> byPlace_;  ///< offset and size
     std::map<std::string, std::size_t> byHash_;
-    std::uint64_t bytes_ = 0;  ///< of those that were handed out
+    std::uint64_t bytes_ = 0;  ///< total size of the profiles returned
 };
 
 /// The profiles that the pages of a file embed.
@@ -36,14 +36,15 @@ class PageProfiles {
 public:
     PageProfiles(const TiffStructure& structure, const std::vector<TiffPage>& pages);
 
-    /// The profile of a page, null for none. A page without one of its own takes that of the page above it, of which
-    /// it is a smaller copy; so ask in the order of the pages. Throws what is wrong with it.
+    /// The profile of a page; null for none. Without a profile of its own, a page in a SubIFD gets that of its parent,
+    /// and any other reduced copy that of the first page, so this must be called in page order. Throws the refusal of
+    /// an invalid profile.
     std::shared_ptr<const DeviceProfile> Of(std::size_t page);
-    /// The same for a page that was asked for before; null also where its profile is not sound.
+    /// The profile of a page for which `Of` has been called; also null if it is invalid.
     const DeviceProfile* Known(std::size_t page) const { return byDirectory_[pages_[page].directory].get(); }
 
 private:
-    /// One that is sound, or why not.
+    /// A valid profile, or the reason why it is invalid.
     struct Looked {
         std::shared_ptr<const DeviceProfile> profile;
         std::optional<Refusal> refusal;
@@ -54,7 +55,7 @@ private:
     const std::vector<TiffPage>& pages_;
     DistinctProfiles distinct_;
     std::vector<Looked> looked_;                                     ///< by number
-    std::vector<std::shared_ptr<const DeviceProfile>> byDirectory_;  ///< for those below
+    std::vector<std::shared_ptr<const DeviceProfile>> byDirectory_;  ///< for pages without their own
 };
 
 }  // namespace hueweave::tool

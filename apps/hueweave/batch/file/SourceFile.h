@@ -9,16 +9,17 @@
 
 namespace hueweave::tool {
 
-/// The source of a conversion, open. What stands under its name may change meanwhile; `file` is what was opened.
+/// The open source of a conversion. Its path may refer to another file in the meantime; `file` is the one that was
+/// opened.
 struct SourceFile {
     std::string name;  ///< for messages
     FileAccess file;
-    FileState opened;  ///< when it was opened
+    FileState opened;  ///< state when it was opened
 };
 
-/// Opens a file, or takes standard input as a whole.
+/// Opens a file, or copies standard input to a temporary file.
 SourceFile OpenSource(const Item& item);
-/// Refuses a source that somebody wrote to: what was converted must be one state of it.
+/// Refuses a source that was modified after it was opened, because the output might mix two states of it.
 void CheckUnchanged(const SourceFile& source);
 
 }  // namespace hueweave::tool

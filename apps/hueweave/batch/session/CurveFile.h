@@ -8,7 +8,7 @@
 
 namespace hueweave::tool {
 
-/// 256 rows of three values of 0 to 255, separated by commas, semicolons or blanks.
+/// Reads 256 rows of three values from 0 to 255, separated by commas, semicolons or blanks.
 colour::ToneCurves ReadCurves(const std::string& path);
 
 }  // namespace hueweave::tool

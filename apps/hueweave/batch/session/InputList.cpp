@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 struct Found {
     std::string source, relative;
-    std::string problem;  ///< why it cannot be looked at
+    std::string problem;  ///< why it is refused; empty if it is not
 };
 
 bool IsTiffName(const fs::path& path) {
@@ -31,12 +31,12 @@ bool IsTiffName(const fs::path& path) {
     return extension == ".tif" || extension == ".tiff" || extension == ".tf8" || extension == ".btf";
 }
 
-/// Finds the TIFF files below a folder, in the order of their names. Hidden files and folders are left out. Symbolic
-/// links are counted and left out, or followed with --follow, each folder once. What cannot be read is found as well,
-/// with the reason.
+/// Finds the TIFF files below a folder, sorted by path, except hidden files and folders. Symbolic links are counted but
+/// not followed, unless --follow is given. Each folder is searched once. A folder that cannot be read is listed with
+/// the reason, so that it is reported.
 class FolderWalk {
 public:
-    /// Nothing below the output folder counts: it contains results.
+    /// The output folder is not searched: it contains the outputs.
     FolderWalk(std::string top, const ConvertOptions& options)
         : top_(std::move(top)),
           options_(options),
@@ -53,7 +53,7 @@ public:
         }
         return std::move(found_);
     }
-    /// Symbolic links that were left out.
+    /// The number of symbolic links that were not followed.
     std::size_t links() const { return links_; }
 
 private:
@@ -111,7 +111,7 @@ std::vector<std::string> ReadNames(const std::string& path, bool nul) {
             throw Refusal(Exit::Usage, path, "contains a name that is too long for a file",
                           nul ? "end each name with a zero byte" : "give one name a line");
         }
-        if (!nul && name.ends_with('\r')) name.pop_back();  // a list from another system
+        if (!nul && name.ends_with('\r')) name.pop_back();  // line ends of CR LF
         if (!name.empty()) names.push_back(name);
     }
     if (path == "-" && lines.error() != 0) RefuseStandardInput(lines.error());
@@ -122,7 +122,7 @@ std::vector<std::string> ReadNames(const std::string& path, bool nul) {
     return names;
 }
 
-/// A path under which a file is the same by whatever links and ways it was named.
+/// The canonical path of a file, which is equal for all paths that lead to it.
 std::string OnePath(const std::string& path) {
     std::error_code error;
     const fs::path one = fs::weakly_canonical(path, error);

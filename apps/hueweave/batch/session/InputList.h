@@ -16,21 +16,21 @@ namespace hueweave::tool {
 struct Item {
     std::string source;    ///< path, or "-"
     std::string output;    ///< path, or "-"
-    std::string relative;  ///< of the output below the output folder; also what shards go by
-    std::string refusal;   ///< why it cannot be tried; empty if it can
+    std::string relative;  ///< path of the output below the output folder; also determines the shard
+    std::string refusal;   ///< why it is refused without being opened; empty if it is not
 };
 
 struct InputList {
     std::vector<Item> items;
-    bool single = false;                          ///< one file was named, not a list or a folder
-    std::size_t links = 0;                        ///< symbolic links in folders that were not followed
-    std::string folder;                           ///< of the output; empty if the output is a file, or the input itself
-    std::set<std::string> searched;               ///< folders in which files were found that nobody named
-    std::set<FileIdentity> identities;            ///< of every input, so that none is overwritten
-    std::map<FileIdentity, std::string> options;  ///< the same of files given as options, with the option
+    bool single = false;                ///< one file was named, not a list or a folder
+    std::size_t links = 0;              ///< symbolic links in folders that were not followed
+    std::string folder;                 ///< for outputs; empty if the output is a single file, or the input itself
+    std::set<std::string> searched;     ///< folders in which files were found by searching
+    std::set<FileIdentity> identities;  ///< of all inputs, so that none is overwritten
+    std::map<FileIdentity, std::string> options;  ///< the same for files named by options, with the option
 };
 
-/// The files that the options name, each with its output; those of another shard left out.
+/// The files named by the options, each with its output, without those of other shards.
 InputList ListInputs(const ConvertOptions& options);
 
 /// A hash of a path that is the same on every machine.

@@ -9,20 +9,20 @@
 
 namespace hueweave::tool {
 
-/// Lines of an open file, pipe or terminal. No line takes more memory than `longest` bytes, and a signal ends the
-/// waiting for more.
+/// Reads lines from an open file, pipe or terminal. At most `longest` + 1 bytes of a line are held in memory, and a
+/// signal ends waiting for input.
 class LineReader {
 public:
-    /// Opens a list for reading. Not blocking, so that a pipe whose writer is late is waited for where a signal ends
-    /// it.
+    /// Opens a list for reading. Does not block: `Next` waits for the writer of a pipe, where a signal can end the
+    /// wait.
     static FileAccess Open(const std::string& path);
 
-    /// Lines end in `end`. The descriptor is lent.
+    /// `end` is the character that ends each line. The descriptor is borrowed.
     LineReader(int descriptor, char end, std::size_t longest) : descriptor_(descriptor), end_(end), longest_(longest) {}
-    /// The next line, without its end. Of one that is too long, the first `longest` + 1 bytes; the rest is passed over.
-    /// False at the end of the file, or where it cannot be read.
+    /// Reads the next line, without its end. Of a line that is too long, returns the first `longest` + 1 bytes and
+    /// skips the rest. Returns false at the end of the file or after an error.
     bool Next(std::string& line);
-    /// Why it cannot be read any more; 0 at the end of the file.
+    /// The error number that ended reading; 0 at the end of the file.
     int error() const { return error_; }
 
 private:
@@ -32,8 +32,8 @@ private:
     char end_;
     std::size_t longest_;
     Bytes block_;
-    std::size_t at_ = 0;     ///< in the block
-    bool passOver_ = false;  ///< the rest of a line that was too long
+    std::size_t at_ = 0;     ///< position in the block
+    bool passOver_ = false;  ///< skipping the rest of a line that is too long
     int error_ = 0;
 };
 

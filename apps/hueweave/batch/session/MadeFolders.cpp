@@ -40,7 +40,7 @@ int MadeFolders::MakeOne(const std::string& folder) {
     const int error = ErrorOf(::mkdir(folder.c_str(), 0777));
     if (error == 0) made_.push_back(folder);
     if (error != EEXIST) return error;
-    return IsFolder(folder) ? 0 : ENOTDIR;  // another run may have made it meanwhile
+    return IsFolder(folder) ? 0 : ENOTDIR;  // another run may have created it in the meantime
 }
 
 void MadeFolders::Make(const std::string& folder) {

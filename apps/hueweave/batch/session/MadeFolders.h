@@ -8,23 +8,23 @@
 
 namespace hueweave::tool {
 
-/// The folders that a run makes for its outputs. Those that are empty at its end are removed: after a refusal nothing
-/// is left behind. Not while the run goes on, since a file that another thread writes there has no name yet.
+/// The folders that a run creates for its outputs. Those that are empty at the end of the run are removed, for example
+/// after refusals. They are not removed earlier, because a file that another thread is writing there has no name yet.
 class MadeFolders {
 public:
-    /// Folders stay where other runs may be writing into them as well.
+    /// With `stay`, no folder is removed, because other runs may be writing to it.
     explicit MadeFolders(bool stay) : stay_(stay) {}
     ~MadeFolders();
     MadeFolders(const MadeFolders&) = delete;
     MadeFolders& operator=(const MadeFolders&) = delete;
 
-    /// Makes a folder and those above it, where they are not there; refuses what cannot be made.
+    /// Creates a folder and its parents if they do not exist. Refuses a folder that cannot be created.
     void Make(const std::string& folder);
-    /// Refuses what `Make` would refuse, as far as modes tell it, and makes nothing.
+    /// Refuses a folder that `Make` would refuse, as far as file modes show this. Creates nothing.
     static void Check(const std::string& folder);
 
 private:
-    /// The error number, 0 for none.
+    /// Creates a folder and its parents; returns the error number, or 0.
     [[nodiscard]] int MakeOne(const std::string& folder);
 
     bool stay_;

@@ -16,10 +16,10 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr double kMostError = 2.0;     ///< CIEDE2000, clearly visible, that 95 % of the colours must not exceed
+constexpr double kMostError = 2.0;     ///< CIEDE2000, clearly visible; the limit for 95 % of the colours
 constexpr unsigned kCheckPoints = 10;  ///< on each axis of a grid of colours
 
-/// The curve of a look cuts off tones, for which no profile is to blame.
+/// The curve of `Tone::Kodak` clips tones on purpose, which is not an error of the profile.
 colour::Rendering ForCheck(colour::Rendering rendering) {
     if (rendering.space->tone == colour::Tone::Kodak) rendering.space = colour::FindSpace("srgb");
     return rendering;
@@ -47,7 +47,7 @@ std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& pro
 ReadyConverter ProfileCache::MakeExact(const DeviceProfile& profile, unsigned bits) const {
     std::shared_ptr<const colour::Transform> transform;
     for (const auto& ready : ready_) {
-        if (ready->hash == profile.hash) transform = ready->transform;  // made for the other depth
+        if (ready->hash == profile.hash) transform = ready->transform;  // created for the other bit depth
     }
     if (transform == nullptr) {
         const colour::Rendering& r = options_.rendering;

@@ -15,23 +15,23 @@
 
 namespace hueweave::tool {
 
-/// A converter with the data that it was made from.
+/// A converter with its profile, bit depth and measured error.
 struct ReadyConverter {
     std::string hash;  ///< of the profile
     unsigned bits = 0;
     std::shared_ptr<const colour::Transform> transform;  ///< null with the library's precision
-    std::string bakedBecause;                            ///< why the library takes a profile baked from this one
+    std::string bakedBecause;  ///< why the library uses a profile baked from this one; may be empty
     colour::TransformError error;
     colour::PixelConverter converter;
     Bytes outputProfile;  ///< empty if no profile describes the output
 
-    /// Whether the colours are those of the output already, so that no sample changes.
+    /// Whether the source is in the output's colours already, so that no sample changes.
     bool IsCopy() const { return transform != nullptr && transform->way() == colour::Way::Copy; }
     /// "direct", "copy" and so on, or "library".
     std::string way() const;
 };
 
-/// Converters of one run, by profile and bit depth. Threads share it; the most recent ones are kept.
+/// Converters of one run, by profile and bit depth. Shared by threads. Keeps the converters created last.
 class ProfileCache {
 public:
     /// Borrows both.

@@ -18,8 +18,8 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr auto kInterval = std::chrono::milliseconds(100);  ///< between two drawings
-constexpr double kFirstGuess = 0.5;                         ///< seconds before a time left is told
+constexpr auto kInterval = std::chrono::milliseconds(100);  ///< between two updates of the progress line
+constexpr double kFirstGuess = 0.5;                         ///< seconds before the remaining time is shown
 constexpr const char* kRed = "\033[31m";
 constexpr const char* kYellow = "\033[33m";
 constexpr const char* kPlain = "\033[0m";
@@ -55,7 +55,7 @@ std::string ProgressLine(const std::string& name, std::size_t file, std::size_t 
     if (shown.size() > room) {
         std::size_t from = room > 3 ? shown.size() - (room - 3) : shown.size();
         while (from < shown.size() && (static_cast<unsigned char>(shown[from]) & 0xc0U) == 0x80) ++from;
-        shown = room > 3 ? "..." + shown.substr(from) : "";  // no half character at the cut
+        shown = room > 3 ? "..." + shown.substr(from) : "";  // no part of a UTF-8 character remains
     }
     return (head + shown + tail).substr(0, columns);
 }
@@ -112,7 +112,7 @@ void Report::Draw(bool now) {
     try {
         DrawLine(now);
     } catch (const std::bad_alloc&) {
-        return;  // one drawing less
+        return;  // skip this update
     }
 }
 

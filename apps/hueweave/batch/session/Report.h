@@ -11,27 +11,27 @@
 
 namespace hueweave::tool {
 
-/// What a run says while it goes on: to standard error for people, and JSON lines to standard output. Threads share it.
-/// What cannot be written stops no file; for JSON lines, `Close` tells of it.
+/// The messages of a run: text on standard error, and lines of JSON on standard output. Shared by threads. A message
+/// that cannot be written does not stop the conversion; for lines of JSON, `Close` returns the error.
 class Report {
 public:
     Report(bool quiet, bool json);
     ~Report();
 
-    /// How much there is to do, in bytes of the sources.
+    /// Sets the number of files and the total size of the sources in bytes.
     void Begin(std::size_t files, std::uint64_t bytes);
     void StartFile(const std::string& name, std::uint64_t bytes);
     /// The share of a file that is done, 0 to 1.
     void Progress(const std::string& name, double share);
     void EndFile(const std::string& name);
 
-    void Line(const std::string& text);        ///< for people, unless quiet
-    void Note(const std::string& text);        ///< the same, marked as a note; the same note once only
-    void NoteOfMany(const std::string& text);  ///< told by `TellNotesOfMany` with the number of files
+    void Line(const std::string& text);        ///< prints a line, unless quiet
+    void Note(const std::string& text);        ///< the same, marked as a note; repeated notes are omitted
+    void NoteOfMany(const std::string& text);  ///< counted, and printed by `TellNotesOfMany`
     void TellNotesOfMany();
-    void Refused(const std::string& text);  ///< always
+    void Refused(const std::string& text);  ///< printed even if quiet
     void Json(const std::string& line);
-    /// Says that a line of JSON could not even be made.
+    /// Notes that a line of JSON could not be created for lack of memory.
     void LoseJson();
     /// The error number of the first line of JSON that could not be written, 0 for none.
     int Close();
@@ -50,11 +50,11 @@ private:
     std::mutex mutex_;
     std::map<std::string, Current> current_;
     std::set<std::string> noted_;
-    std::map<std::string, std::size_t> ofMany_;  ///< notes, with the number of files that they are about
+    std::map<std::string, std::size_t> ofMany_;  ///< number of files, by note
     std::size_t files_ = 0, ended_ = 0;
     std::uint64_t bytes_ = 0, endedBytes_ = 0;
     std::chrono::steady_clock::time_point begin_, drawn_;
-    bool shown_ = false;  ///< a progress line stands on the terminal
+    bool shown_ = false;  ///< a progress line is on the terminal
     int error_ = 0;       ///< of the first line of JSON that could not be written
 };
 

@@ -23,7 +23,7 @@ constexpr std::uint64_t kLargestRecord = std::uint64_t{256} << 20;  ///< bytes; 
 
 std::string RecordPath(const std::string& folder) { return folder + "/.hueweave.jsonl"; }
 
-/// A whole number; a JSON number with a fraction may lie outside the range of one.
+/// An integer. A number with a fraction is rejected, because it may be out of range.
 long long WholeNumber(const nlohmann::json& json, const char* key) {
     const auto& value = json.at(key);
     if (!value.is_number_integer()) throw nlohmann::json::type_error::create(302, "no whole number", &value);
@@ -72,7 +72,7 @@ ResumeRecord::~ResumeRecord() {
     }, ours{};
     if (::lstat(path.c_str(), &now) != 0 || ::fstat(record_.file.descriptor(), &ours) != 0) return;
     const bool same = IdentityOf(now) == IdentityOf(ours);
-    if (same && now.st_size == written_) ::unlink(path.c_str());  // else another run wrote to it as well
+    if (same && now.st_size == written_) ::unlink(path.c_str());  // otherwise another run has written to it too
 }
 
 bool ResumeRecord::IsDone(const std::string& relative, const std::string& fingerprint) const {
@@ -103,7 +103,7 @@ void ResumeRecord::Add(const std::string& relative, const std::string& fingerpri
     json["fingerprint"] = fingerprint;
     json["size"] = version.size;
     json["modified"] = version.modified;
-    // A fresh line, should the last one have been cut off.
+    // Starts a new line, in case the last one was cut off.
     const std::string line = "\n" + JsonLine(json) + "\n";
     std::unique_lock lock(mutex_);
     Open();
@@ -116,7 +116,7 @@ void ResumeRecord::Add(const std::string& relative, const std::string& fingerpri
     written_ += std::max<ssize_t>(put, 0);
     int error = put < 0 ? errno : put < static_cast<ssize_t>(line.size()) ? ENOSPC : 0;
     lock.unlock();
-    // Before the output, so that it is no stranger after a power cut either.
+    // Flushed before the output gets its name, so that the output is recorded even after a power failure.
     if (error == 0 && ::fdatasync(file.descriptor()) != 0) error = errno;
     if (error != 0) {
         throw Refusal(Exit::Output, file.name(), "cannot be written (" + ErrorText(error) + ")",

@@ -13,46 +13,46 @@
 
 namespace hueweave::tool {
 
-/// The outputs that lines of a record tell of, as they were when they were written.
+/// The outputs listed in a record, each with its fingerprint and its version when it was written.
 class RecordEntries {
 public:
-    /// Takes a line; passes over what is none of ours, such as one that was cut off by a crash.
+    /// Adds a line of the record. Ignores invalid lines, such as one that was cut off by a crash.
     void Take(const std::string& line);
-    /// Whether a line tells of this output, made under this fingerprint, in this version.
+    /// Whether a line lists this output with this fingerprint and version.
     bool Has(const std::string& output, const std::string& fingerprint, const FileVersion& version) const;
-    /// Whether any line tells of this output.
+    /// Whether any line lists this output.
     bool Has(const std::string& output) const { return entries_.contains(output); }
 
 private:
-    /// By output; also of runs that were killed before the output got its name.
+    /// By output. Includes lines of runs that were killed before the output got its name.
     std::map<std::string, std::set<std::pair<std::string, FileVersion>>> entries_;
 };
 
-/// What runs wrote to a folder: a line of JSON a file, in ".hueweave.jsonl" in that folder. Several runs may add to it
-/// at once. The folder may be somebody else's: the record is only used where it is a plain file, and never trusted to
-/// be small.
+/// The record of the outputs in a folder: the file ".hueweave.jsonl" in that folder, with a line of JSON for each
+/// output. Several runs may append to it at once. The folder may belong to another user, so the record is only used if
+/// it is a regular file, and its size is limited.
 class ResumeRecord {
 public:
-    /// With `stay`, the record is not removed, since other runs may be writing to it.
+    /// With `stay`, the record is not removed, because other runs may be writing to it.
     ResumeRecord(std::string folder, bool stay) : folder_(std::move(folder)), stay_(stay) {}
-    /// Removes a record that this run began and that tells of no output.
+    /// Removes a record that this run created, if no output got its name.
     ~ResumeRecord();
     ResumeRecord(const ResumeRecord&) = delete;
     ResumeRecord& operator=(const ResumeRecord&) = delete;
 
-    /// Reads what earlier runs wrote. Refuses a record that is there and cannot be used.
+    /// Reads the lines of earlier runs. Refuses an existing record that cannot be used.
     void Load();
-    /// Whether an earlier run may have written this output: only then is it worth asking `IsDone`.
+    /// Whether an earlier run may have written this output. If not, `IsDone` need not be called.
     bool Knows(const std::string& relative) const { return entries_.Has(relative); }
-    /// Whether this output was written under this fingerprint and is still as it was then.
+    /// Whether this output was written with this fingerprint and has not changed since.
     bool IsDone(const std::string& relative, const std::string& fingerprint) const;
-    /// Opens the record while the output can still be refused for lack of open files.
+    /// Opens the record before the output is created, so that the file can still be refused if too many files are open.
     void Begin();
-    /// Records an output that is whole but has no name yet. The line comes before the name, so that an output never
-    /// stands there unrecorded, whenever the run is killed; without the output, the line says nothing. Refuses where
-    /// the record cannot be written.
+    /// Records an output that is complete but has no name yet. The line is written before the output gets its name, so
+    /// that an output is always recorded, even if the run is killed; a line without its output has no effect. Refuses
+    /// if the record cannot be written.
     void Add(const std::string& relative, const std::string& fingerprint, const FileAccess& output);
-    /// Says that an output that was added has got its name.
+    /// Notes that a recorded output has got its name.
     void NoteNamed() { named_ = true; }
 
 private:
@@ -61,10 +61,10 @@ private:
     std::string folder_;
     bool stay_;
     std::atomic<bool> named_{false};
-    bool begun_ = false;     ///< by this run
-    long long written_ = 0;  ///< bytes, by this run
+    bool begun_ = false;     ///< created by this run
+    long long written_ = 0;  ///< bytes written by this run
     RecordEntries entries_;
-    OwnFile record_;  ///< open from the first line on
+    OwnFile record_;  ///< opened by `Begin` or the first `Add`
     std::mutex mutex_;
 };
 

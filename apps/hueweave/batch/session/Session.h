@@ -15,7 +15,7 @@
 
 namespace hueweave::tool {
 
-/// What the files of a run share.
+/// The data shared by all files of a run.
 struct Session {
     const ConvertOptions& options;
     const InputList& list;
@@ -24,8 +24,8 @@ struct Session {
     ProfileCache& cache;
     MadeFolders& folders;
     SweptFolders& swept;
-    ResumeRecord* record;                  ///< null where none is kept
-    std::optional<DeviceProfile> profile;  ///< the one that --profile names
+    ResumeRecord* record;                  ///< null if no record is kept
+    std::optional<DeviceProfile> profile;  ///< from --profile
 };
 
 /// One file of a run, and the threads that it may use.

@@ -9,19 +9,19 @@
 
 namespace hueweave::tool {
 
-/// The colours that the outputs of a run are in.
+/// The colour space of a run's outputs.
 struct Target {
-    std::string name;  ///< of the space, or of the profile's file
-    Bytes profile;     ///< to which pixels are converted
-    Bytes embedded;    ///< in the outputs: the same, or one of another version
+    std::string name;  ///< of the space, or the path of the profile
+    Bytes profile;     ///< for converting pixels
+    Bytes embedded;    ///< in the outputs: the same, or one of another ICC version
     std::string hash;  ///< SHA-256 of `embedded`
-    Bytes library;     ///< the profile that the library's precision embeds; it stands for the same colours
+    Bytes library;     ///< the profile embedded by the library's precision, for the same colours
 };
 
-/// Reads or makes the profile that the options name. Refuses a file that is no RGB profile, and curves that no profile
-/// can describe, unless none is to be embedded and the library converts.
+/// Reads or creates the target profile. Refuses a file that is not an RGB profile and, with the exact precision, curves
+/// that no profile can describe.
 Target MakeTarget(const ConvertOptions& options);
-/// The name of that target.
+/// The name of the space, or the path of the profile.
 std::string TargetName(const ConvertOptions& options);
 
 }  // namespace hueweave::tool
