@@ -21,7 +21,7 @@ public:
 private:
     TiffDecoder& decoder_;
     const TiffPage& page_;
-    const std::uint64_t segment_;  ///< in a plane
+    const std::uint64_t segment_;  ///< index within a plane
 };
 
 class SegmentSink : public PlaneSink {
@@ -35,7 +35,7 @@ private:
     std::vector<Bytes> encoded_;
 };
 
-/// What a thread needs for one strip or tile after the other.
+/// The decoder, encoder and buffers of one thread, reused for all its strips and tiles.
 struct Coder {
     Coder(const PageContext& context, const PageSource& source)
         : decoder(source), encoder(context.target, context.page, source.bigEndian()), planes(context.page) {}

@@ -8,7 +8,8 @@
 
 namespace hueweave::tool {
 
-/// Writes image data that are encoded, each strip or tile as a whole. Returns the places of all, plane after plane.
+/// Converts and writes compressed image data, one whole strip or tile at a time. Returns the extents of all strips and
+/// tiles, plane by plane.
 std::vector<Extent> WriteCoded(const PageContext& context, unsigned threads);
 
 }  // namespace hueweave::tool

@@ -11,8 +11,8 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kMostEntries = 65535;           ///< of a directory, as their number has two bytes
-constexpr std::size_t kLarge = std::size_t{1} << 20;  ///< bytes of a value that is not held
+constexpr std::size_t kMostEntries = 65535;           ///< in a directory, whose entry count has two bytes
+constexpr std::size_t kLarge = std::size_t{1} << 20;  ///< bytes; larger values are not kept in memory
 
 }  // namespace
 
@@ -77,7 +77,8 @@ void DirectoryWriter::Remove(std::size_t directory, std::uint16_t wanted) {
     if (structure_.directories()[directory].Find(wanted) != nullptr) changes_[directory][wanted] = {};
 }
 
-/// A value that is as long as before goes to its old place.
+/// Returns the offset of a value, and writes it. A value of unchanged size is written to its old offset if no other
+/// data overlap it.
 std::uint64_t DirectoryWriter::PlaceOf(const NewEntry& change, const TiffEntry* before) {
     const std::uint64_t size = change.data->size();
     if (before != nullptr && before->dataSize == size && Alone(*before)) {
@@ -137,7 +138,7 @@ DirectoryWriter::Plan DirectoryWriter::PlanDirectory(std::size_t index) {
     return plan;
 }
 
-/// SubIFDs follow the directories that they point at.
+/// Updates the offsets in a SubIFDs entry if their directories have moved.
 void DirectoryWriter::Point(Plan& plan, TiffEntry& entry) {
     std::vector<std::uint64_t> numbers = structure_.Numbers(entry);
     bool any = false;

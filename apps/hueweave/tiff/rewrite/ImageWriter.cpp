@@ -20,7 +20,8 @@ std::uint64_t LargestSegment(const TiffPage& page) {
     return largest;
 }
 
-/// Rows are never divided: twice what is converted where they are plain, four times with the buffers of a coder.
+/// Whether a row fits in memory, since rows are never divided. Uncompressed rows are counted twice, compressed ones
+/// four times, because of the coder's buffers.
 bool RowFits(const TiffPage& page, std::uint64_t memory) {
     const std::uint64_t row = page.RowBytes() * (page.planar ? PlaneCounts(page).gathered + 1 : 1);
     return row <= memory / (page.Plain() ? 2 : 4);
@@ -29,7 +30,7 @@ bool RowFits(const TiffPage& page, std::uint64_t memory) {
 /// Whether each thread can hold a whole strip or tile.
 bool SegmentsFit(const TiffPage& page, std::uint64_t memory, unsigned threads) {
     const std::uint64_t largest = LargestSegment(page);
-    // What alone does not fit needs no sum, which might be more than 64 bits hold.
+    // Checked separately, because the sum below might exceed 64 bits.
     if (largest > memory || page.RowsOf(0) > memory / page.RowBytes()) return false;
     // Raw, decoded and encoded bytes, the buffer of libtiff, and the pixels of planes.
     const std::uint64_t decoded = page.DecodedBytes(0);
@@ -37,10 +38,11 @@ bool SegmentsFit(const TiffPage& page, std::uint64_t memory, unsigned threads) {
     return largest + pixels + CoderMemory(page) <= memory / threads;
 }
 
-/// By rows, a strip is decoded out of a file; but libtiff reads it whole where it has to turn its bits around.
+/// When decoding by rows, a strip is read from a file piece by piece, but libtiff reads all of it if it has to reverse
+/// the bits.
 bool RowCodersFit(const TiffPage& page, std::uint64_t memory) {
     if (page.tiled) return false;
-    // Planes are decoded side by side, each by a coder of its own; one of these the process has room for anyway.
+    // All planes are decoded at the same time, each by its own coder. Memory for one coder is always available.
     if (page.planar && CoderMemory(page) > memory / (page.samples - 1)) return false;
     return page.fillOrder == 1 || LargestSegment(page) * (page.planar ? page.samples : 1) <= memory / 2;
 }

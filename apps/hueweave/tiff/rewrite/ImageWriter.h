@@ -8,9 +8,9 @@
 
 namespace hueweave::tool {
 
-/// Converts the image data of one page from the source into its places in the output: plain bytes in blocks, encoded
-/// strips and tiles as a whole, or by rows where they do not fit in the memory allowed. Returns the places of all
-/// strips and tiles, plane after plane.
+/// Converts the image data of one page and writes them to the output: uncompressed data in blocks, compressed strips
+/// and tiles as a whole, or strips by rows if they exceed the memory limit. Returns the extents of all strips and
+/// tiles, plane by plane.
 std::vector<Extent> WriteImage(const PageContext& context);
 
 }  // namespace hueweave::tool

@@ -37,7 +37,7 @@ bool SamePlaces(const WrittenPage& written, const TiffPage& read) {
                       [](const Extent& a, const Extent& b) { return a.offset == b.offset && a.size == b.size; });
 }
 
-/// Compares each written profile once, however many pages point at it.
+/// Compares each written profile once, even if several pages refer to it.
 class ProfileComparer {
 public:
     explicit ProfileComparer(const TiffStructure& read) : read_(read) {}

@@ -13,28 +13,28 @@ namespace {
 
 constexpr std::uint64_t kUnbounded = std::uint64_t{1} << 62;
 constexpr std::uint64_t kClassicLimit = 0xffffffff;
-constexpr std::uint64_t kPadding = 3;   ///< a gap of so many bytes at most between strips may be padding
-constexpr std::size_t kLookAhead = 16;  ///< stretches that are tried for one strip
+constexpr std::uint64_t kPadding = 3;   ///< bytes; the largest gap between strips that may be padding
+constexpr std::size_t kLookAhead = 16;  ///< free areas tried for one strip
 
 struct Span {
     Extent extent;
-    std::size_t page;  ///< or SIZE_MAX
+    std::size_t page;  ///< SIZE_MAX for data that stay
     std::size_t segment;
 };
 
-/// The bytes of a strip or tile that will be written anew.
+/// The bytes of a strip or tile that are replaced.
 Extent Replaced(const TiffPage& page, std::size_t segment) {
     Extent extent = page.segments[segment];
     if (page.Plain()) extent.size = page.DecodedBytes(segment);
     return extent;
 }
 
-/// Planes beyond the colours stay as they are, unless the whole page changes its compression.
+/// Planes of extra samples are not changed, unless the compression of the whole page changes.
 bool IsConverted(const TiffPage& page, std::size_t segment) {
     return !page.stays && (!page.planar || page.Lossy() || segment < 3 * page.InPlane());
 }
 
-/// Image data of a page that is left as it is, as far as its directory tells.
+/// Adds the image data of an unchanged page, as far as its directory gives their position.
 void AddUntouched(const TiffStructure& structure, const TiffDirectory& directory, std::vector<Extent>& untouched) {
     for (const auto& [offsets, counts] :
          {std::pair{tag::StripOffsets, tag::StripByteCounts}, std::pair{tag::TileOffsets, tag::TileByteCounts}}) {
@@ -95,7 +95,8 @@ void OutputLayout::FindExclusive(const TiffStructure& structure, const std::vect
 
 bool OutputLayout::IsPadding(std::uint64_t at, std::uint64_t size) const {
     if (size > kPadding) return false;
-    // Strips of a few bytes fit there. One that begins before overlaps what is replaced, which then keeps its place.
+    // An unchanged strip of a few bytes may be in the gap. One that begins before the gap would overlap the strip
+    // there, which would then not be replaced.
     const auto next = std::lower_bound(untouched_.begin(), untouched_.end(), at,
                                        [](const Extent& extent, std::uint64_t from) { return extent.offset < from; });
     return next == untouched_.end() || next->offset >= at + size;
@@ -145,7 +146,7 @@ std::uint64_t OutputLayout::PlaceAgain(std::size_t page, std::uint64_t segment) 
 }
 
 std::uint64_t OutputLayout::Place(std::uint64_t size) {
-    // Strips are of much the same size: a stretch that is used up is not looked at again.
+    // Strips have similar sizes, so an area that is nearly used up is not tried again.
     while (cursor_ + 1 < free_.size() && free_[cursor_].size < size / 4) ++cursor_;
     const auto tried = std::span(free_).subspan(cursor_).first(std::min(kLookAhead, free_.size() - cursor_));
     const auto fitting = std::find_if(tried.begin(), tried.end(),

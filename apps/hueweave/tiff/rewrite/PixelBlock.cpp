@@ -27,7 +27,7 @@ void MeasureColours(const PageContext& context, PlaneSet& planes, std::uint64_t 
     }
 }
 
-/// Measures the pixels that belong to the image, not to the padding of a tile, and tells of the progress.
+/// Measures the pixels of the image, without the padding of tiles, and reports the progress.
 void Measure(const PageContext& context, const PixelBlock& block, PlaneSet& planes) {
     const TiffPage& page = context.page;
     const std::uint64_t left = block.segment % page.across * page.segmentWidth;
@@ -49,7 +49,7 @@ void ConvertBlock(const PageContext& context, const PixelBlock& block, PlaneSet&
     const std::uint64_t pixels = std::uint64_t{block.rows} * page.segmentWidth;
     context.converter.Convert(planes.data(), static_cast<std::size_t>(pixels), planes.samples(), page.premultiplied);
     inTurn([&] { Measure(context, block, planes); });
-    planes.Scatter(sink);  // which may spoil the pixels
+    planes.Scatter(sink);  // may overwrite the pixels
 }
 
 }  // namespace hueweave::tool

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t kBlock = std::uint64_t{512} << 10;  ///< bytes of a block in one plane
 
-/// A block of pixels as bytes of a file.
+/// The position and byte order of a block of pixels in a file.
 class PlainBlock {
 public:
     PlainBlock(const PageContext& context, const PixelBlock& block)
@@ -24,7 +24,7 @@ public:
         return places[plane * page_.InPlane() + block_.segment].offset + block_.row * page_.RowBytes();
     }
     std::size_t PlaneBytes() const { return static_cast<std::size_t>(block_.rows * page_.RowBytes()); }
-    /// From the byte order of the file to that of the processor, or back.
+    /// Converts from the file's byte order to the processor's, or back.
     void SwapOrder(Bytes& data) const {
         const unsigned width = page_.bits / 8;
         ToNative(data.data(), data.size() / width, width, bigEndian_);
@@ -78,7 +78,7 @@ std::vector<Extent> PlaceAgain(const PageContext& context) {
     return places;
 }
 
-/// Whether a strip's pixels follow on those of the strip before it, in the source and in the output.
+/// Whether a strip directly follows the previous one, both in the source and in the output.
 bool Follows(const TiffPage& page, const std::vector<Extent>& places, std::uint64_t strip) {
     const auto follows = [&](const std::vector<Extent>& all) {
         return all[strip - 1].offset + page.DecodedBytes(strip - 1) == all[strip].offset;
@@ -86,7 +86,7 @@ bool Follows(const TiffPage& page, const std::vector<Extent>& places, std::uint6
     return follows(page.segments) && follows(places);
 }
 
-/// The blocks of each plane: parts of large strips and tiles, and small strips that follow on each other together.
+/// The blocks of each plane: parts of large strips and tiles, and groups of small adjacent strips.
 std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Extent>& places) {
     const std::uint64_t rowBytes = page.RowBytes();
     std::vector<PixelBlock> blocks;
@@ -125,7 +125,7 @@ std::vector<Extent> WritePlain(const PageContext& context) {
                 return [&units, part, number](const auto& what) { units.InOrder(part, number, what); };
             };
             const PlainBlock block(context, blocks[number]);
-            // Plain data have their places from the first, so that this part is free for what is read.
+            // The positions of uncompressed data are known in advance, so `Placing` is free to order what was read.
             PlainSource source(context, block, inTurn(WorkUnits::Placing));
             PlainSink sink(context, block, places);
             ConvertBlock(context, blocks[number], planes, source, sink, inTurn(WorkUnits::Measuring));

@@ -8,8 +8,8 @@
 
 namespace hueweave::tool {
 
-/// Writes image data that are not encoded, in blocks of rows. Returns the places of all strips and tiles, plane after
-/// plane: their old ones, as far as nothing else stands there.
+/// Converts and writes uncompressed image data, in blocks of rows. Returns the extents of all strips and tiles, plane
+/// by plane. They keep their offsets unless other data overlap them.
 std::vector<Extent> WritePlain(const PageContext& context);
 
 }  // namespace hueweave::tool

@@ -6,33 +6,34 @@
 
 namespace hueweave::tool {
 
-/// How many planes of a page take part in what. Samples that are interleaved are one plane.
+/// How many planes of a page are gathered, read and written. Interleaved samples are one plane.
 struct PlaneCounts {
     explicit PlaneCounts(const TiffPage& page);
 
-    unsigned gathered;  ///< become pixels: the colours, and what the converter needs beside them
-    unsigned read;      ///< these, and encoded planes that stay as they are: no damage is passed on
-    unsigned written;   ///< the colours; all where the page changes its compression
+    unsigned gathered;  ///< become pixels: the colours, and what else the converter needs
+    unsigned read;      ///< these, and unchanged compressed planes, to detect damage
+    unsigned written;   ///< the colours; all planes if the compression changes
 };
 
-/// Where the planes of a block of pixels come from.
+/// Supplies the planes of a block of pixels.
 class PlaneSource {
 public:
     virtual ~PlaneSource() = default;
-    /// Sets `data` to the block's samples of one plane, in the processor's byte order. Planes come in order.
+    /// Sets `data` to the block's samples of one plane, in the processor's byte order. Called for the planes in order.
     virtual void Take(unsigned plane, Bytes& data) = 0;
 };
 
-/// Where they go to.
+/// Receives the planes of a converted block.
 class PlaneSink {
 public:
     virtual ~PlaneSink() = default;
-    /// The same for what was converted; `data` may be spoilt.
+    /// Takes the converted samples of one plane, in the processor's byte order. Called for the planes in order. May
+    /// overwrite `data`.
     virtual void Give(unsigned plane, Bytes& data) = 0;
 };
 
-/// A block of pixels, interleaved as the converter takes them, whether the page holds its samples so or in planes.
-/// It is used for one block after the other, and keeps its buffers between them.
+/// A block of pixels with interleaved samples, as the converter requires them, for pages with interleaved samples or
+/// with separate planes. Reused for successive blocks, keeping its buffers.
 class PlaneSet {
 public:
     explicit PlaneSet(const TiffPage& page);
@@ -41,13 +42,13 @@ public:
     void Scatter(PlaneSink& sink);
 
     unsigned char* data() { return pixels_.data(); }
-    unsigned samples() const { return samples_; }  ///< a pixel
+    unsigned samples() const { return samples_; }  ///< per pixel
 
 private:
     const TiffPage& page_;
     const PlaneCounts counts_;
     const unsigned samples_;
-    Bytes pixels_, plane_;  ///< a plane at a time; not used where samples are interleaved
+    Bytes pixels_, plane_;  ///< one plane; not used for interleaved samples
 };
 
 }  // namespace hueweave::tool

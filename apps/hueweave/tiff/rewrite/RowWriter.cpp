@@ -13,14 +13,14 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint64_t kRowBlock = std::uint64_t{256} << 10;  ///< bytes of the pixels that are converted at once
+constexpr std::uint64_t kRowBlock = std::uint64_t{256} << 10;  ///< bytes of pixels converted at a time
 
-/// What a plane is decoded with, encoded with, and kept in until the length of a strip is known.
+/// The decoder and encoder of a plane, and the file that holds an encoded strip until its size is known.
 struct RowPlane {
     std::unique_ptr<RowDecoder> decoder;
     std::unique_ptr<TiffEncoder> encoder;  ///< null for a plane that is not written
     FileAccess scratch;
-    std::uint64_t size = 0;  ///< of the strip so far, encoded
+    std::uint64_t size = 0;  ///< of the encoded strip so far
 };
 using RowPlanes = std::vector<RowPlane>;
 

@@ -8,8 +8,8 @@
 
 namespace hueweave::tool {
 
-/// Writes encoded strips that are too large to be held as a whole, a few rows at a time and on one thread. Returns the
-/// places of all strips, plane after plane.
+/// Converts and writes compressed strips that exceed the memory limit, a few rows at a time, on one thread. Returns the
+/// extents of all strips, plane by plane.
 std::vector<Extent> WriteRows(const PageContext& context);
 
 }  // namespace hueweave::tool

@@ -11,7 +11,7 @@
 namespace hueweave::tool {
 namespace {
 
-/// Tags that tell how JPEG data are to be decoded, and mean nothing for other data.
+/// Sets the tags for the new compression and removes those that apply only to JPEG data.
 void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffPage& page) {
     const Coding coding = OutputCoding(page);
     directories.SetNumbers(directory, tag::Compression, {coding.compression}, type::Short);
@@ -25,13 +25,13 @@ void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffP
     }
 }
 
-/// Photoshop keeps the profile a second time among its own resources.
+/// Photoshop stores a second copy of the profile in its own resources.
 class PhotoshopProfiles {
 public:
     PhotoshopProfiles(const TiffStructure& structure, DirectoryWriter& directories)
         : structure_(structure), directories_(directories) {}
 
-    /// Puts another profile there, or none if `icc` is null.
+    /// Replaces the copy, or removes it if `icc` is null.
     void Set(std::size_t index, const std::shared_ptr<const Bytes>& icc) {
         const TiffDirectory& directory = structure_.directories()[index];
         const TiffEntry* entry = directory.Find(tag::PhotoshopResources);
@@ -58,7 +58,7 @@ private:
     const TiffStructure& structure_;
     DirectoryWriter& directories_;
     Extent last_;
-    std::shared_ptr<const Bytes> lastIcc_, resources_;  ///< null where there is nothing to change
+    std::shared_ptr<const Bytes> lastIcc_, resources_;  ///< null if there is nothing to change
 };
 
 void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page,
@@ -66,7 +66,7 @@ void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, con
     const std::uint16_t sizeTag = page.tiled ? tag::TileByteCounts : tag::StripByteCounts;
     std::vector<std::uint64_t> offsets, sizes;
     bool moved = false;
-    bool resized = structure.directories()[page.directory].Find(sizeTag) == nullptr;  // which readers miss
+    bool resized = structure.directories()[page.directory].Find(sizeTag) == nullptr;  // readers require this tag
     for (std::size_t i = 0; i < places.size(); ++i) {
         offsets.push_back(places[i].offset);
         sizes.push_back(places[i].size);
@@ -79,14 +79,14 @@ void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, con
     if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, type::Long);
 }
 
-/// Of plain data, what a strip or tile has beyond its pixels does not follow it to another place.
+/// If an uncompressed strip or tile moves, extra bytes after its pixels are not copied.
 void CutPlain(const TiffPage& page, std::vector<Extent>& places) {
     for (std::size_t i = 0; page.Plain() && i < places.size(); ++i) {
         if (places[i].offset != page.segments[i].offset) places[i].size = page.DecodedBytes(i);
     }
 }
 
-/// Readers take an orientation that there is not for the usual one, some after an error message.
+/// Replaces an invalid orientation with 1. Readers treat it as 1 anyway, some after an error message.
 void MendOrientation(const TiffStructure& structure, DirectoryWriter& directories, std::size_t directory) {
     const std::uint64_t orientation = structure.Number(structure.directories()[directory], tag::Orientation, 1);
     if (orientation < 1 || orientation > 8) directories.SetNumbers(directory, tag::Orientation, {1}, type::Short);
@@ -121,7 +121,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
         }
     }
     directories.Write();
-    target.Resize(layout.End());  // also where the file ends in a hole
+    target.Resize(layout.End());  // even if the file ends with a hole
     CheckOutput(structure, pages, written, directories.moved(), target);
 }
 

@@ -9,15 +9,15 @@
 
 namespace hueweave::tool {
 
-/// What becomes of one page.
+/// How one page is processed.
 struct PageJob {
-    bool keeps = true;                                  ///< the page stays as it is, its tags included
-    const colour::PixelConverter* converter = nullptr;  ///< null for image data that stay
-    std::shared_ptr<const Bytes> icc;                   ///< the profile of the output; null to leave it out
+    bool keeps = true;                                  ///< the page does not change, including its tags
+    const colour::PixelConverter* converter = nullptr;  ///< null if the image data do not change
+    std::shared_ptr<const Bytes> icc;                   ///< the profile to embed; null for none
 };
 
-/// Writes a whole converted file: what is kept, the image data of each page, and the directories. Reads the directories
-/// back, and refuses the output where they do not lead to what was written.
+/// Writes a complete converted file: the copied data, the image data of each page, and the directories. Then reads the
+/// directories back and refuses the output if they do not match what was written.
 void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pages, const std::vector<PageJob>& jobs,
                  const FileAccess& target, const WriteSettings& settings, Measured& measured);
 
