@@ -16,7 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files that were named individually, and folders that were searched; links in these folders lead elsewhere.
+/// Allows the folders that were searched, the files that were named individually, and links in these folders, which
+/// lead elsewhere.
 void AllowInputs(AllowedPaths& allowed, const InputList& list) {
     for (const std::string& folder : list.searched) allowed.push_back({folder, Use::Read});
     std::error_code ignored;
@@ -37,7 +38,7 @@ void AllowOutputs(AllowedPaths& allowed, const ConvertOptions& options, const In
     for (const std::string& folder : folders) {
         if (made || list.folder.empty()) allowed.push_back({made ? ExistingFolder(folder) : folder, Use::Write});
     }
-    // So that the reason for a failure comes from the file system.
+    // Allowed although the folder does not exist, so that the error reported is that of the file system.
     if (!list.folder.empty() && !made) allowed.push_back({ExistingFolder(list.folder), Use::MakeFolders});
 }
 

@@ -47,7 +47,7 @@ Exit BakeCommand::Run() {
     SweptFolders().Sweep(output.folder());
     output.file().Write(0, baked.data);
     output.Finish();
-    // Created before the file gets its name, so that a failure happens before.
+    // Created before the file gets its name, so that no file is published if memory runs out.
     const std::string line =
         fmt::format("{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})",
                     OneLine(options_.profile), OneLine(options_.output), baked.spacing, baked.mean, baked.p95);

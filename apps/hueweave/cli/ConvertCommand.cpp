@@ -47,7 +47,7 @@ void MakeOutputFolder(const ConvertOptions& options, const InputList& list, Made
     }
 }
 
-/// All inputs are known now: so far, names were read, but no image or profile.
+/// Enters the sandbox, when all inputs are known: names have been read, but no image or profile.
 void Confine(const ConvertOptions& options, const InputList& list, MadeFolders& folders) {
     if (!options.sandbox) return;
     AllowedPaths allowed;

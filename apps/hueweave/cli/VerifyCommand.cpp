@@ -31,7 +31,7 @@ struct Verdict {
     colour::EngineProfile engine;  ///< for the library
     std::string way;               ///< of the exact precision
     colour::Comparison exact;
-    std::optional<colour::Comparison> library;  ///< nothing for a target that the library does not have
+    std::optional<colour::Comparison> library;  ///< empty if the library does not support the target
 };
 
 /// The precision that is judged.

@@ -15,7 +15,7 @@ struct VerifyOptions {
     std::optional<std::string> image;
     colour::Rendering rendering;
     std::string targetFile;
-    Precision precision = Precision::Exact;  ///< that `limit` is for
+    Precision precision = Precision::Exact;  ///< to which `limit` applies
     unsigned bits = 16, points = 33;
     std::optional<double> limit;
     bool json = false, sandbox = false;
