@@ -9,7 +9,8 @@
 namespace hueweave::colour {
 namespace {
 
-/// Puts stages between a source and a target, and changes the form of the connection where they need another one.
+/// Joins the stages between a source and a target, and converts the form of the connection where a stage needs the
+/// other one.
 class Linker {
 public:
     explicit Linker(SourceStages&& source) : form_(source.connection), stages_(std::move(source.stages)) {}

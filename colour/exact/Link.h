@@ -9,13 +9,13 @@
 
 namespace hueweave::colour {
 
-/// The whole way from one device to another: curves, stages, curves. The curves belong to the `LcmsWork`.
+/// A complete transform from one device to another: curves, stages, curves. The curves belong to the `LcmsWork`.
 struct Link {
     DeviceCurves source{}, target{};
     StageList stages;
 };
 
-/// Nothing if one of the profiles has other stages than ours.
+/// Nothing if one of the profiles has stages that are not supported here.
 std::optional<Link> LinkProfiles(LcmsWork& work, const OpenProfile& source, const OpenProfile& target,
                                  const TransformOptions& options);
 

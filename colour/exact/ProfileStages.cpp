@@ -66,7 +66,8 @@ bool IsStraight(const std::vector<float>& values) {
 /// The stages of a tag, as read by Little CMS.
 class PipelineReader {
 public:
-    /// `rounds`: to put in the roundings of Little CMS. They show in dark colours if the connection space is XYZ.
+    /// `rounds`: whether to reproduce the roundings of Little CMS. They show in dark colours if the connection space is
+    /// XYZ.
     PipelineReader(const cmsPipeline* pipeline, bool rounds)
         : stage_(cmsPipelineGetPtrToFirstStage(pipeline)), rounds_(rounds) {}
 

@@ -13,24 +13,25 @@ namespace hueweave::colour {
 /// CIELAB less 16/116.
 enum class ConnectionForm { Xyz, Roots };
 
-/// Curves at the device's end of a profile; null where there is none. They belong to the `LcmsWork`.
+/// The curves of a profile on the device side; null for a channel without a curve. They belong to the `LcmsWork`.
 using DeviceCurves = std::array<const cmsToneCurve*, 3>;
 
-/// A profile's way from its device to the connection space: the curves, then the stages.
+/// The transform from a profile's device to the connection space: the curves, then the stages.
 struct SourceStages {
     DeviceCurves curves{};
     StageList stages;
     ConnectionForm connection = ConnectionForm::Xyz;
 };
 
-/// A profile's way from the connection space to its device: the stages, then the curves, which are inverted already.
+/// The transform from the connection space to a profile's device: the stages, then the curves, which are already
+/// inverted.
 struct TargetStages {
     ConnectionForm connection = ConnectionForm::Xyz;
     StageList stages;
     DeviceCurves curves{};
 };
 
-/// What Little CMS would use of a profile for an intent. Nothing for tags of floating-point elements and for stages of
+/// The stages that Little CMS would use for an intent. Nothing for tags of floating-point elements and for stages of
 /// other kinds than curves, matrices and CLUTs of three channels.
 std::optional<SourceStages> ReadSource(LcmsWork& work, const OpenProfile& profile, int intent);
 std::optional<TargetStages> ReadTarget(LcmsWork& work, const OpenProfile& profile, int intent);

@@ -11,9 +11,11 @@
 namespace hueweave::colour {
 namespace {
 
-/// A few steps of the numbers in a profile: programs round on the way to them, and adapt to whites that differ as much.
+/// Tolerance for colorants, a few steps of their encoding: programs round intermediate results, and adapt to whites
+/// that differ as much.
 constexpr double kColorantStep = 4.0 / 65536.0;
-/// Curves of samples are rounded to 1 / 65535 of linear light, and one profile may have a formula instead.
+/// Tolerance for curves: tabulated ones are rounded to 1 / 65535 of linear light, and one profile may have a formula
+/// instead.
 constexpr double kCurveStep = 1.5 / 65535.0;
 /// A divisor of 65535: Little CMS rounds the input of a table to 1 / 65535 too, which must not add to the difference.
 constexpr int kCurveSamples = 65535 / 17;

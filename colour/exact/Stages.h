@@ -48,7 +48,7 @@ struct AdjustStage {
     double lightness, chroma, hue;
 };
 
-/// Clamps to 0 to 1 and rounds to a multiple of 1/65535, as Little CMS does behind tables of 16 bits.
+/// Clamps to 0 to 1 and rounds to a multiple of 1/65535, as Little CMS does after 16-bit tables.
 struct RoundStage {};
 
 using Stage = std::variant<CurveStage, AffineStage, GridStage, CubeStage, RootStage, AdjustStage, RoundStage>;

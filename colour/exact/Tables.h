@@ -20,7 +20,7 @@ public:
     Tables& operator=(const Tables&) = delete;
 
     const Program& program() const { return program_; }
-    /// Sets what black and white become at both depths.
+    /// Sets the samples for black and white at both depths.
     void SetEnds(const Ends& bytes, const Ends& words) {
         program_.byteEnds = bytes;
         program_.wordEnds = words;

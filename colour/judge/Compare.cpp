@@ -15,7 +15,7 @@ constexpr std::size_t kRun = 256;     ///< colours between two calls of a poll
 constexpr double kOutside = 0.001;    ///< of the sample range: colours beyond this are outside the space
 constexpr double kUndefined = 100.0;  ///< the difference from a colour that is not defined
 
-/// Colours as samples of a converter, and what it makes of them, 0 to 1.
+/// Device colours as samples of a converter, and its results, 0 to 1.
 template <typename Sample>
 void ConvertRun(const RgbConverter& converter, const DeviceColour* colours, std::size_t count, float* source,
                 double* reached) {

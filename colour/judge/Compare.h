@@ -17,7 +17,7 @@ struct Comparison {
     double mean = 0, median = 0, p95 = 0, p99 = 0, p999 = 0, maximum = 0;
     struct Worst {
         DeviceColour device;
-        std::array<double, 3> lab;  ///< wanted, within the space
+        std::array<double, 3> lab;  ///< expected, within the space
         double difference;
     };
     std::vector<Worst> worst;  ///< the worst first
@@ -26,12 +26,12 @@ struct Comparison {
 
 /// A regular grid of device colours.
 std::vector<DeviceColour> GridColours(unsigned points);
-/// Colours that show where a transform errs: a grid with its corners, the neutral axis, dark colours, and others over
-/// the whole space. Always the same ones.
+/// Colours that reveal the errors of a transform: a grid with its corners, the neutral axis, dark colours, and others
+/// over the whole space. Always the same ones.
 std::vector<DeviceColour> CheckColours();
 
-/// Compares what a converter makes of `colours`, rounded to its bit depth, with the truth cut to the target's range.
-/// `poll` is called now and then.
+/// Compares a converter's results for `colours`, rounded to its bit depth, with the truth clipped to the target's
+/// range. `poll` is called now and then.
 Comparison Compare(const RgbConverter& converter, const Truth& truth, const std::vector<DeviceColour>& colours,
                    const Poll& poll);
 

@@ -11,7 +11,7 @@
 namespace hueweave::colour {
 namespace {
 
-/// L* and C* are shifted and cut to 0 to 100, the hue is turned.
+/// Shifts L* and C*, clamps both to 0 to 100, and rotates the hue.
 cmsCIELab Adjusted(const cmsCIELab& lab, const TransformOptions& options) {
     if (!options.Adjusts()) return lab;
     const double chroma = std::hypot(lab.a, lab.b);
@@ -42,7 +42,7 @@ Truth::Truth(LcmsWork& work, const OpenProfile& source, const OpenProfile& targe
         const bool compensated = options.blackPoint == BlackPoint::Compensated;
         link_ = work.DeviceToDevice(source.handle, target.handle, intent, compensated);
     } else {
-        // The absolute intent differs from the relative one in the white alone.
+        // The absolute intent differs from the relative one only in the white point.
         const bool absolute = options.intent == RenderingIntent::AbsoluteColorimetric;
         const int table = absolute ? INTENT_RELATIVE_COLORIMETRIC : intent;
         toLab_ = work.DeviceToLab(source.handle, table);

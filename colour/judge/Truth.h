@@ -9,7 +9,8 @@
 
 namespace hueweave::colour {
 
-/// What a transform has to give, by Little CMS in floating point and without its optimisations. Threads may share it.
+/// The expected result of a transform, by Little CMS in floating point and without its optimisations. Threads may share
+/// it.
 class Truth {
 public:
     /// Throws a `ProfileError` for profiles that Little CMS does not link. Everything belongs to `work`.
@@ -17,7 +18,7 @@ public:
 
     /// RGB of the target, 0 to 1 and beyond, for interleaved RGB of the source.
     void Convert(const float* source, float* dest, std::size_t pixels) const;
-    /// CIELAB of the target's colours, 0 to 1, by its own profile.
+    /// CIELAB of the target's RGB colours, 0 to 1, by its own profile.
     void TargetLab(const double* rgb, cmsCIELab* lab, std::size_t pixels) const;
 
 private:
@@ -25,7 +26,7 @@ private:
 
     TransformOptions options_;
     cmsHTRANSFORM targetLab_;
-    cmsHTRANSFORM link_ = nullptr;  ///< null where the way is by Lab
+    cmsHTRANSFORM link_ = nullptr;  ///< null if the transform goes through Lab
     cmsHTRANSFORM toLab_ = nullptr, fromLab_ = nullptr;
     Connection connection_;
 };

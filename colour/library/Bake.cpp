@@ -16,7 +16,7 @@
 namespace hueweave::colour {
 namespace {
 
-constexpr std::ptrdiff_t kCreator = 80;  ///< of the header: the signature of the program that made the profile
+constexpr std::ptrdiff_t kCreator = 80;  ///< in the header: the signature of the program that created it
 constexpr unsigned char kBakedBy[4] = {'h', 'w', 'v', 'b'};
 
 constexpr unsigned kPoints = 33;

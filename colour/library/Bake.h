@@ -18,7 +18,7 @@ struct BakedProfile {
 };
 /// Throws a ProfileError for a profile that does not define the colours of its device.
 BakedProfile BakeProfile(const Bytes& data, const Poll& poll);
-/// Whether a profile was made by `BakeProfile`, as its header says.
+/// Whether a profile was created by `BakeProfile`, according to its header.
 bool IsBaked(const Bytes& profile);
 
 }  // namespace hueweave::colour

@@ -8,7 +8,7 @@
 
 namespace hueweave::colour {
 
-/// How pixels are to be converted.
+/// How pixels are converted.
 struct Rendering {
     ICC40::ICCFILE::Intent intent = ICC40::ICCFILE::IntentPerceptual;
     const Space* space = nullptr;

@@ -12,7 +12,7 @@ using Xyz = std::array<double, 3>;
 constexpr Xyz kWhite{cmsD50X, cmsD50Y, cmsD50Z};
 constexpr cmsUInt32Number kVersion4 = 0x4000000;
 
-/// Of the medium; D50 for a display before version 4, to whose white the eye adapts.
+/// The media white point; D50 for a display profile before version 4, because the eye adapts to the display's white.
 Xyz MediaWhite(LcmsWork& work, cmsHPROFILE profile) {
     const auto* white = static_cast<const cmsCIEXYZ*>(work.Read(profile, cmsSigMediaWhitePointTag));
     if (white == nullptr || IsOldScreen(profile)) return kWhite;
@@ -24,7 +24,8 @@ bool CompensatesBlack(cmsHPROFILE target, const TransformOptions& options) {
     return options.intent != RenderingIntent::RelativeColorimetric && cmsGetEncodedICCversion(target) >= kVersion4;
 }
 
-/// Little CMS leaves out a change as small as this, summed over what changes in its encoding of XYZ.
+/// Little CMS omits a change if the absolute differences of its coefficients from the identity, for encoded XYZ, add up
+/// to less than this.
 constexpr double kLeastChange = 0.002;
 constexpr double kXyzScale = 1.0 + 32767.0 / 32768.0;  ///< XYZ of an encoded 1
 
@@ -47,7 +48,7 @@ Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const
         const int intent = static_cast<int>(options.intent);
         const Xyz from = work.BlackPoint(source, intent), to = work.TargetBlackPoint(target, intent);
         if (from == to) return connection;
-        // For each of X, Y and Z the line on which black goes to black, and D50 to D50.
+        // For each of X, Y and Z, the linear function that maps black to black and D50 to D50.
         for (std::size_t i = 0; i < 3; ++i) {
             connection.scale[i] = (to[i] - kWhite[i]) / (from[i] - kWhite[i]);
             connection.offset[i] = 1.0 - connection.scale[i];

@@ -9,18 +9,19 @@
 
 namespace hueweave::colour {
 
-/// What an intent changes between two profiles: XYZ relative to D50, times `scale`, plus `offset`.
+/// What an intent changes in the connection space: XYZ relative to D50, times `scale`, plus `offset`.
 struct Connection {
     std::array<double, 3> scale{1, 1, 1}, offset{};
 
     bool operator==(const Connection&) const = default;
 };
 
-/// The change of the white for the absolute intent, and of the black where it is compensated, by the rules of Little
-/// CMS.
+/// The change of the white point for the absolute intent, and of the black point if it is compensated, by the rules of
+/// Little CMS.
 Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options);
-/// The same where Little CMS converts from CIELAB to the target afterwards: for the perceptual and saturation intents
-/// and a target of version 4 it then takes a black of 0 to that of the target itself, whatever it is asked for.
+/// The same if Little CMS converts from CIELAB to the target afterwards: for the perceptual and saturation intents and
+/// a target of version 4, it then maps a black of 0 to that of the target itself, with or without black-point
+/// compensation.
 Connection ConnectBeforeLab(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options);
 
 }  // namespace hueweave::colour

@@ -87,7 +87,7 @@ void LcmsWork::Free(cmsContext, void* memory) {
     std::free(&Block::Of(memory));
 }
 
-/// One per process: it contains only our functions.
+/// One per process: it contains only functions, and no data of a piece of work.
 cmsContext LcmsWork::Context() {
     static const cmsContext context = [] {
         cmsPluginMemHandler plugin{};

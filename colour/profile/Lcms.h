@@ -21,10 +21,11 @@ namespace hueweave::colour {
 ///
 /// Every call that allocates goes through this class and throws `std::bad_alloc` if memory runs out. Little CMS itself
 /// would report some failed allocations as missing tags, so that the profile would lack them, and would dereference the
-/// null pointers of others. It never sees one: its allocator is ours and, if it fails, jumps back here out of Little
-/// CMS. Objects left incomplete are never used again, and their memory, which is in our list, is freed with the work. A
-/// jump is used instead of an exception because C code need not be built for exceptions; only frames of Little CMS are
-/// between the jump and this class, and it holds no lock while it allocates that others wait for.
+/// null pointers of others. Neither happens: the allocator belongs to this class and, when memory runs out, jumps out
+/// of Little CMS back to this class. Objects left incomplete are never used again, and their memory, which this class
+/// keeps in a list, is freed with the others. A jump is used instead of an exception because C code need not be built
+/// for exceptions; only frames of Little CMS are between the jump and this class, and it holds no lock while it
+/// allocates that others wait for.
 class LcmsWork {
 public:
     LcmsWork();

@@ -7,7 +7,7 @@
 
 namespace hueweave::colour {
 
-/// An RGB profile as bytes, and as opened from them. Borrows both.
+/// An RGB profile: its bytes, and its handle in Little CMS. Borrows both.
 struct OpenProfile {
     const Bytes& data;
     cmsHPROFILE handle;

@@ -129,7 +129,7 @@ std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::
             inverse[n] = (static_cast<double>(below - table) + part) / 65535.0;
         }
     }
-    inverse.front() = 0.0;  // black and white are the ends, whatever ranges give them
+    inverse.front() = 0.0;  // black and white are always exactly 0 and 1
     inverse.back() = 1.0;
     return inverse;
 }

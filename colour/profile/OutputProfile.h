@@ -20,7 +20,7 @@ std::optional<std::vector<double>> InvertTable(const std::uint32_t* table, std::
 
 /// Which XYZ the primaries of a space have in its profile.
 enum class Colorants {
-    Engine,   ///< those that the engine converts to, of four decimals
+    Engine,   ///< those that the engine converts to, with four decimals
     Computed  ///< from the chromaticities, for the spaces that have them
 };
 

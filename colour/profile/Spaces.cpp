@@ -64,7 +64,7 @@ constexpr Alias kAliases[] = {
     {"romm", "prophoto"},          {"ecirgb", "eci-rgb-v2"},
 };
 
-/// Letters and digits alone, in lower case.
+/// Only the letters and digits, in lower case.
 std::string Plain(std::string_view word) {
     std::string plain;
     for (const char c : word) {
@@ -75,7 +75,7 @@ std::string Plain(std::string_view word) {
     return plain;
 }
 
-/// How many letters must be put in, taken out or changed to get from one word to the other (Levenshtein).
+/// The Levenshtein distance: how many letters must be inserted, deleted or replaced to turn one word into the other.
 std::size_t Distance(const std::string& from, const std::string& to) {
     std::vector<std::size_t> row(to.size() + 1);
     for (std::size_t j = 0; j < row.size(); ++j) row[j] = j;

@@ -31,7 +31,7 @@ struct Space {
     Tone tone;
     std::string_view note;  ///< for `hueweave spaces`
 
-    /// Whether the engine has it, so that it can be had with the library's precision.
+    /// Whether the engine supports the space, so that it is available with the library's precision.
     bool IsEngines() const { return code8 != kNoCode; }
     static constexpr auto kNoCode = ICC40::ICCFILE::CsNone;
     /// What the engine builds for files with that number of bits: primaries and sample width.
@@ -43,7 +43,7 @@ struct Space {
 std::span<const Space> Spaces();
 /// By its name or an alias such as "AdobeRGB1998", without regard to case. Null for an unknown name.
 const Space* FindSpace(std::string_view name);
-/// The name that is most like `word`, for a question; empty if none is near.
+/// The name most similar to `word`, for a suggestion; empty if none is similar.
 std::string_view NearestSpace(std::string_view word);
 
 /// Intents by name: perceptual, relative, saturation, absolute.

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kLight = 65536;           ///< entries of a tone table, for linear light
 constexpr std::size_t kDecodingEntries = 4096;  ///< of a curve in a profile
 
-/// A curve of the user in 16 bits, linear between its samples.
+/// A user-defined curve in 16 bits, interpolated linearly between its samples.
 std::vector<std::uint32_t> Spread(const std::array<unsigned char, 256>& curve) {
     std::vector<std::uint32_t> table(kLight);
     for (std::size_t n = 0; n < kLight; ++n) {

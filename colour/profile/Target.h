@@ -11,10 +11,10 @@
 
 namespace hueweave::colour {
 
-/// Tone curves of the user: 256 samples per channel, for linear light from 0 to 1.
+/// User-defined tone curves: 256 samples per channel, for linear light from 0 to 1.
 using ToneCurves = std::array<std::array<unsigned char, 256>, 3>;
 
-/// The profile of a space, for the exact way. `curves` replace its tone curve. Nothing if no profile can describe
+/// The profile of a space, for the exact precision. `curves` replace its tone curve. Nothing if no profile can describe
 /// them, because one falls. `version` is that of the ICC, 2 or 4.
 std::optional<Bytes> MakeTargetProfile(const Space& space, const std::optional<ToneCurves>& curves, int version);
 

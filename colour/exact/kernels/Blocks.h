@@ -5,7 +5,7 @@
 // of dependent look-ups; in a block, the latencies of many pixels overlap. Compiled once for each instruction set. Only
 // operations that IEEE 754 defines to the last bit are used, and no fused ones, so that all give the same samples.
 //
-// A value that is not a number becomes 0 where it would be an index or a sample.
+// NaN becomes 0 where it would be an index or a sample.
 #pragma once
 
 #include "colour/exact/kernels/Lanes.h"
@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kBlock = 256;  ///< pixels
 
-/// What the steps hand on for the pixels of a block, channel by channel.
+/// The values passed from step to step for the pixels of a block, by channel.
 struct Block {
     alignas(32) float value[3][kBlock];
     alignas(32) std::int32_t index[3][kBlock];
@@ -63,7 +63,8 @@ struct BlockLoop {
         }
     }
 
-    /// Interpolates between neighbouring entries; `channel` is where the indices and positions are, and the result.
+    /// Interpolates between neighbouring entries; `channel` selects the indices and positions, and where the result is
+    /// stored.
     static void LookUp(const float* table, int channel, Block& block) {
         for (int i = 0; i < kBlock; i += kLanes) {
             Floats low, high;
@@ -72,14 +73,14 @@ struct BlockLoop {
         }
     }
 
-    /// The entries with these indices, and those behind them.
+    /// The entries with these indices, and the entries after them.
     static void Neighbours(const float* table, const std::int32_t* index, Floats& low, Floats& high) {
         if constexpr (kLanes == 4) {
             const Floats4 a = Pairs(table, index[0], index[1]), b = Pairs(table, index[2], index[3]);
             low = __builtin_shufflevector(a, b, 0, 2, 4, 6);
             high = __builtin_shufflevector(a, b, 1, 3, 5, 7);
         } else {
-            // In the order in which the halves of a vector are shuffled without crossing.
+            // In the order that lets each half of a vector be shuffled by itself.
             const Floats a = Join(Pairs(table, index[0], index[1]), Pairs(table, index[4], index[5]));
             const Floats b = Join(Pairs(table, index[2], index[3]), Pairs(table, index[6], index[7]));
             low = __builtin_shufflevector(a, b, 0, 2, 8, 10, 4, 6, 12, 14);
@@ -104,7 +105,7 @@ struct BlockLoop {
         return Read<Floats4>(nodes + std::size_t{4} * static_cast<std::uint32_t>(number));
     }
 
-    /// From nodes with all channels to the channels.
+    /// Splits nodes with all channels into the channels.
     static void TakeNodes(Block& block) {
         for (int i = 0; i < kBlock; i += 4) {
             const Floats4 a = block.node[i], b = block.node[i + 1], c = block.node[i + 2], d = block.node[i + 3];
@@ -118,9 +119,9 @@ struct BlockLoop {
         }
     }
 
-    /// The way through a tetrahedron goes from the first corner of the cell along the axis of the greatest position,
+    /// The four corners of a tetrahedron: from the first corner of the cell along the axis of the greatest position,
     /// then along that of the middle one, then along that of the least, to the opposite corner. The indices become
-    /// those of the first three corners, the positions are sorted.
+    /// those of the first three corners; the positions are sorted.
     static void SortAxes(const Step& step, Block& block) {
         const Ints sr = Ints{} + step.stride[0], sg = Ints{} + step.stride[1], sb = Ints{} + step.stride[2];
         for (int i = 0; i < kBlock; i += kLanes) {
@@ -155,7 +156,7 @@ struct BlockLoop {
         TakeNodes(block);
     }
 
-    /// Neighbours on the blue axis stand side by side, so that both are interpolated at once up to the last step.
+    /// Neighbours on the blue axis are adjacent in memory, so that both are interpolated at once up to the last step.
     static void Trilinear(const Step& step, Block& block) {
         for (int axis = 0; axis < 3; ++axis) FindCells(step.last[axis], axis, block);
         const std::int32_t sr = step.stride[0], sg = step.stride[1];
@@ -164,7 +165,7 @@ struct BlockLoop {
             const std::int32_t cell = block.index[0][i] * sr + block.index[1][i] * sg + block.index[2][i];
             const float* const at = step.nodes + std::ptrdiff_t{4} * cell;
             const float* const red = at + std::ptrdiff_t{4} * sr;
-            Floats8 low, lowGreen, high, highGreen;  // not returned by a function: only AVX has a way to return them
+            Floats8 low, lowGreen, high, highGreen;  // not returned by a function: only AVX can return them
             __builtin_memcpy(&low, at, sizeof low);
             __builtin_memcpy(&lowGreen, at + std::ptrdiff_t{4} * sg, sizeof low);
             __builtin_memcpy(&high, red, sizeof low);
@@ -180,9 +181,9 @@ struct BlockLoop {
     }
 
     static constexpr float kShift = 16.0F / 116.0F;           ///< from the values here to the cube roots of CIELAB
-    static constexpr float kLimit = 24.0F / 116.0F - kShift;  ///< up to here, a line takes the place of the cube
+    static constexpr float kLimit = 24.0F / 116.0F - kShift;  ///< up to here, a line replaces the cube
     static constexpr float kSlope = 108.0F / 841.0F;          ///< of this line
-    static constexpr float kLinearLimit = kSlope * kLimit;    ///< the same place, as XYZ
+    static constexpr float kLinearLimit = kSlope * kLimit;    ///< the same limit, as XYZ
 
     static void Cube(Block& block) {
         for (float(&values)[kBlock] : block.value) {
@@ -194,7 +195,8 @@ struct BlockLoop {
         }
     }
 
-    /// The cube root of numbers from about 0.008 up: two of Halley's steps from a guess by the exponent.
+    /// The cube root of numbers from about 0.008 up: two steps of Halley's method, from an estimate based on the
+    /// exponent.
     static Floats CubeRoot(Floats x) {
         Ints bits = Read<Ints>(&x);
         bits = Whole(Real(bits) * (1.0F / 3.0F)) + 709921077;
@@ -221,7 +223,7 @@ struct BlockLoop {
         return x;
     }
 
-    /// Shifts L* and C*, both cut to 0 to 100, and turns the hue.
+    /// Shifts L* and C*, clamps both to 0 to 100, and rotates the hue.
     static void Adjust(const Step& step, Block& block) {
         for (int i = 0; i < kBlock; i += kLanes) {
             const Floats x = Read<Floats>(&block.value[0][i]);

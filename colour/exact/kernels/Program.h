@@ -23,10 +23,10 @@ struct Step {
     std::int32_t stride[3];   ///< grids: distance of neighbours on each axis, in nodes
     float lightness, chroma;  ///< Adjust: offsets in CIELAB units
     float cosine, sine;       ///< Adjust: of the hue angle
-    float chromaShare;        ///< Adjust: the share of the offset that a unit of chroma takes
+    float chromaShare;        ///< Adjust: share of the offset per unit of chroma
 };
 
-/// What black and white become, if that is not what the steps make of them.
+/// The samples for black and white, used if they differ from those that the steps give.
 struct Ends {
     bool used = false;
     std::int32_t black[3]{}, white[3]{};
@@ -37,7 +37,7 @@ struct Program {
     const float* bytes[3];  ///< 256 values for 8-bit samples
     const float* words[3];  ///< 65536 values for 16-bit samples
     std::span<const Step> steps;
-    const float* encoding[3];  ///< `kEncodingEntries` values from 0 to 1, with one more behind them; null for no curve
+    const float* encoding[3];  ///< `kEncodingEntries` values from 0 to 1, and one more after them; null for no curve
     Ends byteEnds, wordEnds;   ///< for 8-bit and 16-bit samples
 };
 
