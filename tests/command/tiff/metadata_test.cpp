@@ -65,7 +65,7 @@ TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
                 HasSubstr("in.tif: its XMP field photoshop:ICCProfile stays, and names the old profile\n"));
     SetFields(in_, {"-XMP:all="});
     EXPECT_THAT(Convert({"--force"}).err, Not(HasSubstr("XMP")));
-    // The same holds for tags of primaries and white, which are read without a profile.
+    // Tags of primaries and white are reported as well, and so is that without a profile they no longer apply.
     Shell("tiffset -s 318 0.3127 0.329 " + Quoted(in_));
     Shell("tiffset -u 319 " + Quoted(in_) + " 2>/dev/null");
     EXPECT_THAT(Convert({"--force"}).err,

@@ -139,7 +139,7 @@ TEST_F(DamageTest, ARunOfPackBitsPastTheEndOfItsStrip) {
 }
 
 TEST_F(DamageTest, ALastStripAsTallAsTheOthersIsNone) {
-    // The last strip has 12 rows more than are used.
+    // 12 rows of the last strip are unused.
     for (const char* scheme : {"none", "lzw", "lzw:2", "zip", "zip:2", "packbits", "jpeg"}) {
         for (const int bits : {8, 16}) {
             if (bits == 16 && std::string(scheme) == "jpeg") continue;  // JPEG is 8-bit only
