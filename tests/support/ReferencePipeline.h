@@ -39,7 +39,7 @@ struct ReferenceOutput {
     int result = 65535;
 };
 ReferenceOutput OutputStage(int outputSpace);
-/// The tables for three 8-bit curves, combined with the table's own output curves; `to8` shifts them to 8 bits.
+/// The tables for three 8-bit curves, loaded over the table's own output curves; `to8` shifts them to 8 bits.
 ReferenceTables AdjustedOutputStage(const ReferenceLut& lut, const Bytes& red, const Bytes& green, const Bytes& blue,
                                     int count, bool to8);
 

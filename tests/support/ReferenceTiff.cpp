@@ -144,7 +144,7 @@ void ReferenceTiff::ReadImage(Stream& stream) {
     }
 }
 
-/// Appends `n` bytes at `offset` to the image.
+/// The `n` bytes at `offset` become the image.
 void ReferenceTiff::Attach(Stream& stream, std::int64_t offset, std::uint32_t n) {
     ReferenceTag& strip = *Find(273);
     if (strip.lost) {
