@@ -12,14 +12,14 @@
 // The layout of fields and virtual functions, which programs built earlier depend on.
 namespace hueweave::test {
 
-/// A pointer to a member function as its two words.
+/// The two words of a pointer to a member function.
 struct Member {
     template <typename Function>
     explicit Member(Function function) {
         static_assert(sizeof function == sizeof words);
         std::memcpy(words, &function, sizeof words);
     }
-    /// The lowest bit of the first word or, where functions may have odd addresses, of the second.
+    /// Marked by the lowest bit of the first word or, where functions may have odd addresses, of the second.
     bool IsVirtual() const { return ((words[0] | words[1]) & 1U) != 0; }
     /// Index in the vtable of its class; the two destructors are at 0 and 1. 99 for a non-virtual function.
     std::uintptr_t Slot() const { return IsVirtual() ? words[0] / sizeof(void*) : 99; }

@@ -26,7 +26,7 @@
 namespace hueweave::test {
 namespace {
 
-/// What a program wrote.
+/// The output of a program.
 std::string Drain(std::FILE* file) {
     std::rewind(file);
     std::string text;

@@ -24,7 +24,7 @@ struct Field {
 
 void Change(const Block& block, const Field& field) {
     const std::uint32_t value = block.Edge(std::min<std::uint64_t>(field.limit, 0xfffffffeU));
-    // Half of and the end of the 32-bit range stand for those of a narrower field.
+    // Limits in the upper half of the 32-bit range are scaled to the width of a narrower field.
     block.Put(field.at, field.width, value >= 0x80000000U ? value >> (32 - 8 * field.width) : value);
 }
 

@@ -28,7 +28,7 @@ Rendering DrawRendering(FuzzInput& input) {
     Rendering rendering;
     const auto intents = Intents();
     rendering.intent = intents[input.Below(intents.size())].intent;
-    // Only spaces that the engine implements alone, so that it can check the result.
+    // Only spaces that need nothing beyond the engine, so that an engine can check the result.
     constexpr const char* kSpaces[] = {"srgb", "adobe-rgb-g18"};
     rendering.space = FindSpace(kSpaces[input.Below(2)]);
     return rendering;
