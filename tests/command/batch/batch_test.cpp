@@ -54,13 +54,13 @@ TEST_F(BatchTest, LinksInAFolderAreFollowedOnlyWithFollow) {
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
     EXPECT_EQ(ConvertAll({"--follow", "--force"}).status, 0);
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif", "linked/master.tif", "m.tif"}));
-    // In place, nothing outside of the folder is written.
+    // In place, nothing outside the folder is written.
     const std::string before = FileBytes(elsewhere + "/master.tif");
     EXPECT_EQ(ConvertScan({scans_, "--in-place"}).status, 0);
     const Outcome followed = ConvertScan({scans_, "--in-place", "--follow", "--force"});
     EXPECT_THAT(followed, Says(1, "/linked/master.tif: is outside of " + scans_ + ", reached through a link"));
     EXPECT_EQ(FileBytes(elsewhere + "/master.tif"), before);
-    // What links alone lead to.
+    // Files that are reached only through links.
     EXPECT_THAT(ConvertScan({elsewhere, "-o", out_}), Succeeds());
     fs::remove(elsewhere + "/master.tif");
     fs::create_symlink(scans_ + "/a.tif", elsewhere + "/a.tif");
