@@ -9,7 +9,7 @@
 #include "colour/Transform.h"
 #include "support/ByteWriter.h"
 
-// The truth by Little CMS in doubles, and how far a transform is from it.
+// Reference conversions by Little CMS in doubles, and the errors of a transform against them.
 namespace hueweave::test {
 
 using colour::Transform;
@@ -17,17 +17,17 @@ using colour::TransformOptions;
 using colour::Way;
 using Words = std::vector<std::uint16_t>;
 
-/// A grid, neutral colours, and dark ones: interleaved RGB of 16 bits.
+/// A grid, neutral colours and dark ones: interleaved 16-bit RGB.
 Words SampleColours();
 
-/// RGB of 0 to 1, not cut, for RGB of 0 to 1.
+/// The target's RGB, unclipped, for the source's RGB, both 0 to 1.
 std::vector<double> Truth(const Bytes& source, const Bytes& target, const TransformOptions& options,
                           const std::vector<double>& rgb);
 
 struct Distance {
-    double mean, p999, largest;  ///< CIEDE2000, seen through the target's profile
-    double equal8;               ///< the share of 8-bit samples that are the rounded truth
-    int largest8;                ///< difference of 8-bit samples from it
+    double mean, p999, largest;  ///< CIEDE2000, computed through the target's profile
+    double equal8;               ///< fraction of 8-bit samples equal to the rounded reference
+    int largest8;                ///< largest difference of an 8-bit sample from the reference
 };
 Distance Measure(const Transform& transform, const Bytes& source, const Bytes& target, const TransformOptions& options,
                  const Words& colours = SampleColours());

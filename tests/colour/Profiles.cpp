@@ -39,7 +39,7 @@ Handle Blank(double version, cmsColorSpaceSignature colours, cmsColorSpaceSignat
     return profile;
 }
 
-/// What a table of the device tells for one intent.
+/// The contents of a device table for one intent.
 struct Model {
     double exponent;
     bool xyz, oldLab;
@@ -90,7 +90,7 @@ struct Model {
     }
 };
 
-/// A power: as a table of 256 entries, which is what tables of bytes have, or as a formula.
+/// A power: as a table of 256 entries, the size in 8-bit tables, or as a formula.
 cmsStage* PowerStage(double exponent, bool formula) {
     cmsUInt16Number table[256];
     for (int i = 0; i < 256; ++i) {
@@ -128,7 +128,7 @@ public:
         Add(PowerStage(1, formula_));
         Add(Grid(Model::Forth));
         if (device_.matrix) AddMatrix(true);
-        Add(PowerStage(device_.xyz ? 1.05 : 1, formula_));  // a curve to Lab would colour what is neutral
+        Add(PowerStage(device_.xyz ? 1.05 : 1, formula_));  // a curve before Lab would tint neutral colours
         return lut_;
     }
     cmsPipeline* Back() {
@@ -141,11 +141,11 @@ public:
     }
 
 private:
-    static constexpr double kXyz = 32768.0 / 65535.0;  ///< 1.0 as encoded
+    static constexpr double kXyz = 32768.0 / 65535.0;  ///< 1.0 in the XYZ encoding
 
     void Start() { lut_ = cmsPipelineAlloc(nullptr, 3, 3); }
     void Add(cmsStage* stage) { cmsPipelineInsertStage(lut_, cmsAT_END, stage); }
-    /// M curves and a matrix that mixes the channels a little, in the order of the direction.
+    /// M curves and a matrix that mixes the channels slightly, in the order that the direction needs.
     void AddMatrix(bool forth) {
         const Matrix some{{{0.97, 0.02, 0}, {0, 0.98, 0.01}, {0.02, 0, 0.97}}};
         if (forth) Add(PowerStage(1.02, true));
@@ -178,7 +178,7 @@ Matrix Times(const Matrix& one, const Matrix& other) {
     return product;
 }
 
-/// By cofactors.
+/// Inverts by cofactors.
 Matrix Inverse(const Matrix& m) {
     Matrix inverse;
     for (std::size_t r = 0; r < 3; ++r) {

@@ -10,13 +10,13 @@
 
 #include "support/ByteWriter.h"
 
-// Profiles of devices whose colours are known as formulas.
+// Profiles of devices whose colours are defined by formulas.
 namespace hueweave::test {
 
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>;  ///< rows first
 
-/// Multiplied by a matrix, and the inverse of one.
+/// The product with a matrix, and the inverse of a matrix.
 Vector Times(const Matrix& matrix, const Vector& vector);
 Matrix Times(const Matrix& one, const Matrix& other);
 Matrix Inverse(const Matrix& matrix);
@@ -33,39 +33,40 @@ inline constexpr Gamut kGamut2020{kDaylight65, {0.708, 0.292}, {0.170, 0.797}, {
 inline constexpr Gamut kGamutProPhoto{kDaylight50, {0.7347, 0.2653}, {0.1596, 0.8404}, {0.0366, 0.0001}};
 inline constexpr Gamut kGamutEci{kDaylight50, {0.67, 0.33}, {0.21, 0.71}, {0.14, 0.08}};
 
-/// Linear RGB to XYZ under D50, by Bradford's adaptation.
+/// Linear RGB to XYZ under D50, with Bradford adaptation.
 Matrix ToXyz(const Gamut& gamut);
 
-/// A block "para" of one of the five functions of the ICC, and blocks "curv" of an exponent and of a table.
+/// Blocks of parametric type ("para") with one of the five ICC functions, and of type "curv" with an exponent or a
+/// table.
 Bytes ParaBlock(unsigned function, const std::vector<double>& parameters);
 Bytes GammaBlock(double exponent);
 Bytes TableBlock(const std::vector<double>& values);
-/// The curve of sRGB as a formula, as a block "para".
+/// The sRGB curve as a formula, in a "para" block.
 Bytes SrgbFormula();
-/// The light of an sRGB sample of 0 to 1, by IEC 61966-2-1.
+/// The linear light of an sRGB sample of 0 to 1, by IEC 61966-2-1.
 double SrgbLight(double sample);
 
-/// A profile of a matrix and curves, of a scanner unless `kind` says otherwise, whose white point is D50.
+/// A profile of a matrix and curves, of class scanner unless `kind` says otherwise, with a D50 white point.
 Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version = 2, const char* kind = "scnr");
 
-/// A printer or scanner with tables: its light is a power of its samples, above a black of 1 % of the white.
+/// A printer or scanner with tables: light is a power of the samples, above a black of 1 % of the white.
 struct TableDevice {
     double version = 2.4;
     bool xyz = false;     ///< the connection space; else Lab
-    bool bytes = false;   ///< tables of 8 bits
-    bool matrix = false;  ///< between M curves, for version 4: "curves, CLUT, curves, matrix, curves"
-    bool noGrid = false;  ///< for version 4 and XYZ: "curves, matrix, curves"
-    bool target = false;  ///< tables for the way back as well
+    bool bytes = false;   ///< 8-bit tables
+    bool matrix = false;  ///< between M curves, version 4 only: "curves, CLUT, curves, matrix, curves"
+    bool noGrid = false;  ///< version 4 with XYZ only: "curves, matrix, curves"
+    bool target = false;  ///< also has tables from PCS to device
     bool screen = false;  ///< of class "mntr"
-    unsigned points = 9;  ///< of the grids
+    unsigned points = 9;  ///< grid points per axis
 };
-/// With a table for each of three intents, all different, and a paper that is not D50.
+/// Has a different table for each of three intents, and a paper white other than D50.
 Bytes TableProfile(const TableDevice& device);
 
-/// Version 4 with a table of floating-point elements, which no other tag stands for. Its curve has a step if `rough`.
+/// Version 4 with a table of floating-point elements and no other tag to fall back on. Its curve has a step if `rough`.
 Bytes FloatProfile(bool rough);
 
-/// By Little CMS.
+/// Built by Little CMS.
 Bytes LcmsSrgb();
 Bytes GreyProfile();
 Bytes CmykProfile();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What is not a profile of RGB, and profiles with damage.
+// Data that are not an RGB profile, and damaged profiles.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -14,7 +14,7 @@
 namespace hueweave::test {
 namespace {
 
-/// Why a profile is refused as the source and as the target; empty if it is not.
+/// The reasons for refusing a profile as the source and as the target; empty where it is accepted.
 std::array<std::string, 2> Refusals(const Bytes& profile) {
     const Bytes srgb = LcmsSrgb();
     std::array<std::string, 2> reasons;
@@ -36,13 +36,13 @@ TEST(DamagedTest, OtherThanRgbProfilesAreRefused) {
     for (const Bytes& profile : {CmykProfile(), GreyProfile(), LinkProfile(), LabProfile()}) {
         EXPECT_THAT(Refusals(profile), Each(testing::Not(testing::IsEmpty())));
     }
-    // A scanner without tables for the way back.
+    // A scanner without tables from PCS to device.
     EXPECT_THAT(Refusals(TableProfile({})), testing::ElementsAre("", testing::Not("")));
-    // A header that tells of RGB, and no colours.
+    // A header for RGB, without any colour tags.
     EXPECT_THAT(Refusals(ProfileBuilder().Build()), Each(testing::Not("")));
 }
 
-/// A few colours that damage anywhere in a curve or a grid would show in.
+/// A few colours that reveal damage anywhere in a curve or grid.
 Words FewColours() {
     const Words all = SampleColours();
     Words few;
@@ -50,7 +50,7 @@ Words FewColours() {
     return few;
 }
 
-/// Refused as a profile, or converted as exactly as promised. Whether it was converted.
+/// Expects the profile to be refused, or converted as exactly as promised. Returns whether it was converted.
 bool Holds(const Bytes& profile, bool target) {
     const Bytes srgb = LcmsSrgb();
     const Bytes &from = target ? srgb : profile, &to = target ? profile : srgb;
@@ -64,7 +64,7 @@ bool Holds(const Bytes& profile, bool target) {
             EXPECT_LE(Measure(transform, from, to, {}, few).p999, 1.0) << WayName(transform.way());
             return true;
         }
-        // A damaged curve of the target may make a visible difference of one sample.
+        // With a damaged target curve, one sample value may be a visible difference.
         std::vector<double> rgb;
         for (const std::uint16_t sample : few) rgb.push_back(sample / 65535.0);
         const std::vector<double> truth = Truth(from, to, {}, rgb);
@@ -103,7 +103,7 @@ TEST(DamagedTest, ProfilesWithChangedBytesAreRefusedOrConvertedExactly) {
     for (unsigned n = 0; n < 300; ++n) {
         SCOPED_TRACE(testing::Message() << "profile " << n);
         Bytes profile = profiles[n % 3];
-        // Half of the changes to the header and the table of tags.
+        // Half of the changes are in the header and the tag table.
         for (unsigned changes = 0; changes <= n % 16; ++changes) {
             const auto size = static_cast<std::uint32_t>(profile.size());
             profile[random.Below(random.Below(2) == 0 ? size : 250)] = static_cast<unsigned char>(random.Next());

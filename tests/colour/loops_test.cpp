@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The loops over pixels: each kind of step against the same in doubles, and all loops against each other.
+// The loops over pixels: each kind of step compared with the same step in doubles, and all loops with each other.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ constexpr std::int32_t kPoints[] = {5, 4, 3};
 
 double Uniform(Lcg& random, double low, double high) { return low + (high - low) * random.Next() / 0xffffff; }
 
-/// A program with a step of each kind, and the memory that it borrows.
+/// A program with a step of each kind, and the memory that it refers to.
 class LoopsTest : public testing::Test {
 protected:
     LoopsTest() : words_(65536), curve_(33), nodes_(4 * 5 * 4 * 3), encoding_(colour::kEncodingEntries + 1) {
@@ -37,7 +37,7 @@ protected:
         for (std::size_t i = 0; i < encoding_.size(); ++i) encoding_[i] = static_cast<float>(Entry(i));
     }
 
-    /// What entry `i` of a table of the target's curve stands for, x to the power 1/2.4.
+    /// The value for entry `i` in a table of the target's curve, x to the power 1/2.4.
     static double Entry(std::size_t i) {
         const double x = std::ldexp(1 + static_cast<double>(i % 256) / 256, static_cast<int>(i / 256) - 24);
         return std::pow(std::min(x - std::ldexp(1, -24), 1.0), 1 / 2.4);
@@ -77,7 +77,8 @@ protected:
     Floats bytes_, words_, curve_, nodes_, encoding_;
 };
 
-/// Trilinear: eight corners by their volumes. Tetrahedral: from corner to corner, the axis with the largest part first.
+/// Trilinear: eight corners weighted by volume. Tetrahedral: from corner to corner, along the axis with the largest
+/// fraction first.
 Vector LoopsTest::Interpolated(const Vector& x, bool tetrahedra) const {
     std::array<int, 3> cell{};
     Vector part, result{};
@@ -165,8 +166,8 @@ Samples16 ColoursOf(std::size_t pixels) {
 
 TEST_F(LoopsTest, StepsAreTheirFormulas) {
     const Samples16 colours = ColoursOf(3000);
-    // With values a little beyond 0 to 1 as well. A curve of random entries is as steep as 32, which makes up to 0.15
-    // of a sample of the rounding of floats.
+    // Includes values slightly outside 0 to 1. A curve of random entries has slopes of up to 32, which turns float
+    // rounding into errors of up to 0.15 of a sample.
     for (const Kind kind : {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear, Kind::Cube, Kind::Root,
                             Kind::Adjust, Kind::Round}) {
         for (const bool wide : {false, true}) {
@@ -197,7 +198,7 @@ TEST_F(LoopsTest, StepsAreTheirFormulas) {
 }
 
 TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
-    // Values up to 1/64, fifty times as large behind the rounding.
+    // Values up to 1/64, multiplied by fifty after the rounding.
     for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535 / 64;
     Step larger = Make(Kind::Affine);
     for (int r = 0; r < 3; ++r) {
@@ -211,7 +212,7 @@ TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
         loops->words(ProgramOf(steps), data, data, colours.size() / 3, 3);
         for (std::size_t i = 0; i < colours.size(); ++i) {
             const double place = colours[i] / 64.0;
-            if (std::abs(place - std::floor(place) - 0.5) < 0.001) continue;  // a tie of floats
+            if (std::abs(place - std::floor(place) - 0.5) < 0.001) continue;  // a tie in float
             ASSERT_EQ(reached[i], 50 * std::lround(place)) << loops->name << " " << colours[i];
         }
     }

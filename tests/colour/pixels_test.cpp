@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Layouts of pixels: further samples, in place or not, runs of every length, any address, several threads.
+// Pixel layouts: extra samples, in place or not, runs of every length, any alignment, several threads.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -15,7 +15,7 @@
 namespace hueweave::test {
 namespace {
 
-/// A transform of each way that there is.
+/// One transform of each type.
 const std::vector<Transform>& Transforms() {
     static const auto made = [] {
         std::vector<Transform> all;
@@ -37,7 +37,7 @@ std::vector<Sample> RandomSamples(std::size_t count, std::uint32_t seed) {
     return samples;
 }
 
-/// Each pixel converted by itself: what all other calls have to give.
+/// Each pixel converted by its own call: the expected result of all other calls.
 template <typename Sample>
 std::vector<Sample> OneByOne(const Transform& transform, std::vector<Sample> pixels, unsigned samples) {
     for (std::size_t at = 0; at < pixels.size(); at += samples) {
@@ -59,7 +59,7 @@ void CheckLayout(const Transform& transform, unsigned samples, std::size_t pixel
     auto inPlace = source;
     transform.Convert(inPlace.data(), inPlace.data(), pixels, samples);
     EXPECT_THAT(inPlace, EqualTo(wanted));
-    // At every address, with bytes on both sides that must stay.
+    // At every alignment, with bytes on both sides that must stay unchanged.
     const std::size_t size = source.size() * sizeof(Sample);
     for (const std::size_t shift : {1U, 2U, 3U}) {
         Bytes bytes(size + 8, 0xa5), expected(size + 8, 0xa5);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Spaces by their names, their profiles, and lists of stages.
+// Spaces by name, their profiles, and lists of stages.
 #include "colour/profile/Spaces.h"
 
 #include <gmock/gmock.h>
@@ -49,7 +49,7 @@ TEST(SpacesTest, NearestSpaceIsThreeLettersAwayAtMost) {
     EXPECT_EQ(NearestSpace(std::string(5000, 's')), "");
 }
 
-/// Tags with the types of their contents, such as "rTRCpara", in any order.
+/// Tags with the types of their data, such as "rTRCpara", in any order.
 std::vector<std::string> TagsOf(const colour::Bytes& profile) {
     const auto word = [&](std::size_t at) {
         return static_cast<std::size_t>(profile.at(at) << 24 | profile.at(at + 1) << 16 | profile.at(at + 2) << 8 |
@@ -82,7 +82,7 @@ TEST(TargetTest, ProfilesHaveTheTagsOfTheirVersion) {
 }
 
 TEST(TargetTest, OwnCurvesReplaceThatOfTheSpace) {
-    // Samples are the square roots of light, so that the light of a sample is its square.
+    // Samples are the square roots of light, so the light of a sample is its square.
     ToneCurves roots;
     for (auto& curve : roots) {
         double light = 0;

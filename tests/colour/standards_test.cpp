@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Spaces against their standards: chromaticities and curves, worked out here in doubles.
+// Spaces compared with their standards: chromaticities and curves, computed here in doubles.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -18,7 +18,7 @@ struct Standard {
     const char* name;
     Gamut gamut;
     double (*light)(double sample);  ///< linear light of a sample, both 0 to 1
-    double (*sample)(double light);  ///< and its inverse
+    double (*sample)(double light);  ///< the inverse
 };
 
 const Standard kStandards[] = {
@@ -26,7 +26,7 @@ const Standard kStandards[] = {
      [](double x) { return x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055; }},
     {"display-p3", kGamutP3, SrgbLight,
      [](double x) { return x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055; }},
-    // ITU-R BT.2020 with the constants for 12 bits: alpha 1.0993, beta 0.0181.
+    // ITU-R BT.2020 with the 12-bit constants: alpha 1.0993, beta 0.0181.
     {"rec2020", kGamut2020,
      [](double x) { return x < 4.5 * 0.0181 ? x / 4.5 : std::pow((x + 0.0993) / 1.0993, 1 / 0.45); },
      [](double x) { return x < 0.0181 ? 4.5 * x : 1.0993 * std::pow(x, 0.45) - 0.0993; }},
@@ -43,7 +43,7 @@ Bytes ProfileOf(const char* name, int version = 4) {
     return *colour::MakeTargetProfile(*colour::FindSpace(name), {}, version);
 }
 
-/// Samples of 0 to 1 in `to`, cut to it.
+/// Samples of 0 to 1 in `to`, clipped to its gamut.
 Vector Expected(const Standard& from, const Standard& to, const Vector& rgb) {
     Vector light;
     for (std::size_t c = 0; c < 3; ++c) light[c] = from.light(rgb[c]);
@@ -56,7 +56,7 @@ class StandardPairs : public testing::TestWithParam<std::tuple<int, int>> {
 protected:
     const Standard& from_ = kStandards[static_cast<std::size_t>(std::get<0>(GetParam()))];
     const Standard& to_ = kStandards[static_cast<std::size_t>(std::get<1>(GetParam()))];
-    // A version of 2 has no formulas but tables.
+    // Version 2 has tables instead of formulas.
     const Transform transform_{ProfileOf(from_.name), ProfileOf(to_.name, 2), {}};
 };
 
@@ -73,8 +73,8 @@ TEST_P(StandardPairs, GiveTheSamplesOfTheStandards) {
             Expected(from_, to_, {colours[i] / 65535.0, colours[i + 1] / 65535.0, colours[i + 2] / 65535.0});
         const Vector wanted8 = Expected(from_, to_, {bytes[i] / 255.0, bytes[i + 1] / 255.0, bytes[i + 2] / 255.0});
         for (std::size_t c = 0; c < 3; ++c) {
-            // A matrix in a profile is rounded to 1/65536, and the light of three channels is added; the curve of the
-            // target, steepest near black, multiplies that.
+            // A matrix in a profile is rounded to multiples of 1/65536, and three channels add their errors; the
+            // target's curve, steepest near black, amplifies the sum.
             const auto allowed = [&](double sample) {
                 const double light = to_.light(sample), error = 3.0 / 65536;
                 return to_.sample(std::min(light + error, 1.0)) - to_.sample(std::max(light - error, 0.0));
@@ -109,14 +109,14 @@ std::string NameOfPair(const testing::TestParamInfo<std::tuple<int, int>>& info)
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
 }
-// Every space once on each side.
+// Every space is a source once and a target once.
 INSTANTIATE_TEST_SUITE_P(Spaces, StandardPairs,
                          testing::Values(std::tuple(0, 1), std::tuple(1, 0), std::tuple(2, 5), std::tuple(3, 2),
                                          std::tuple(4, 3), std::tuple(5, 4), std::tuple(0, 5), std::tuple(3, 0)),
                          NameOfPair);
 
 TEST(StandardsTest, RedOfSrgbInDisplayP3) {
-    // (234, 51, 35) of 255: what CSS Color 4 gives for color(srgb 1 0 0) in display-p3, 0.9175 0.2003 0.1386.
+    // (234, 51, 35) of 255: the CSS Color 4 conversion of color(srgb 1 0 0) to display-p3, 0.9175 0.2003 0.1386.
     const Transform transform(ProfileOf("srgb"), ProfileOf("display-p3"), {});
     EXPECT_THAT(Converted(transform, Bytes{255, 0, 0}), testing::ElementsAre(234, 51, 35));
     const Words red = Converted(transform, Words{65535, 0, 0});
@@ -137,7 +137,7 @@ TEST(StandardsTest, DarkNeutralColoursOfLinearScansStayNeutral) {
         const Words converted = Converted(transform, Words{150, 150, 150});
         EXPECT_THAT(converted, testing::Each(converted[0])) << name;
     }
-    // 12.92 times as much.
+    // The linear part of the curve: 12.92 times the sample.
     const Transform transform(scan, ProfileOf("srgb"), {});
     EXPECT_THAT(Converted(transform, Words{150, 150, 150}), testing::Each(1938));
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Every kind of profile against Little CMS in doubles: the way that is taken, the error, and what is told of it.
+// Every kind of profile compared with Little CMS in doubles: the kind of conversion, its error, and what is reported
+// about it.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -23,7 +24,7 @@ namespace {
 using colour::BlackPoint;
 using colour::RenderingIntent;
 
-/// Profiles by short names, made once.
+/// Profiles by short names, each built once.
 const Bytes& Device(const std::string& name) {
     static const auto made = [] {
         std::map<std::string, Bytes> all;
@@ -107,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Intents, WaysTest, testing::Values(
 // clang-format on
 
 TEST(WaysTest, BlackPointsAreCompensatedByTheRulesOfTheHeader) {
-    // The scanner's black is 1 % of the white, in steps of 1/652 of L*; that of a space is 0.
+    // The scanner's black is 1 % of the white, in steps of 1/652 of L*; the black of a space is 0.
     const auto black = [](const char* target, RenderingIntent intent, BlackPoint which) {
         return Converted(Transform(Device("mft2"), Device(target), {intent, which}), Words{0, 0, 0})[1];
     };
@@ -119,7 +120,7 @@ TEST(WaysTest, BlackPointsAreCompensatedByTheRulesOfTheHeader) {
     EXPECT_NEAR(black("srgb", kSaturation, BlackPoint::Auto), 0, 20);
     EXPECT_NEAR(black("srgb-2", kPerceptual, kCompensated), 0, 20);
     EXPECT_NEAR(black("srgb", kRelative, kCompensated), 0, 20);
-    // The light of the paper, 90 %, times that of the black, with and without.
+    // The light of the paper, 90 %, times that of the black, with and without compensation.
     const int absolute = static_cast<int>(std::lround(65535 * (1.055 * std::pow(0.009, 1 / 2.4) - 0.055)));
     EXPECT_NEAR(black("srgb", kAbsolute, BlackPoint::Auto), absolute, 20);
     EXPECT_NEAR(black("srgb", kAbsolute, kCompensated), absolute, 20);
@@ -169,7 +170,7 @@ TEST(WaysTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
 }
 
 TEST(WaysTest, OffsetsAddNothingElseToATransform) {
-    // Colours of a chroma below 100, to which C* would be cut.
+    // Colours with a chroma below 100, the limit that C* would be clipped to.
     Words muted = SampleColours();
     for (std::size_t i = 0; i < muted.size(); i += 3) {
         for (std::size_t c = 1; c < 3; ++c)
@@ -189,7 +190,7 @@ TEST(WaysTest, OffsetsAddNothingElseToATransform) {
     }
 }
 
-/// L*, C* and hue in degrees of RGB of sRGB, 0 to 1, under D50.
+/// L*, C* and hue in degrees of an sRGB colour, 0 to 1, under D50.
 Vector LchOf(const Words& rgb) {
     Vector light;
     for (std::size_t c = 0; c < 3; ++c) light[c] = SrgbLight(rgb[c] / 65535.0);
@@ -201,7 +202,7 @@ Vector LchOf(const Words& rgb) {
 }
 
 TEST(WaysTest, OffsetsChangeLightnessChromaAndHueAndNothingElse) {
-    // The second is nearly neutral: its share of the offset of C* is a twentieth of its chroma.
+    // The second is nearly neutral: the offset of C* applies to it with a weight of a twentieth of its chroma.
     const Words colours[] = {
         {40000, 30000, 20000}, {31000, 30000, 29500}, {20000, 30000, 34000}, {30000, 30000, 30000}};
     const Bytes linear = MatrixProfile(kGamutSrgb, SrgbFormula());
@@ -236,7 +237,7 @@ Way WayBetween(const Bytes& source, const Bytes& target, const TransformOptions&
 Bytes TargetOf(const colour::Space& space, int version = 4) { return *colour::MakeTargetProfile(space, {}, version); }
 Bytes SrgbTarget(int version = 4) { return TargetOf(*colour::FindSpace("srgb"), version); }
 
-/// The curve of sRGB as a table.
+/// The sRGB curve as a table.
 Bytes SrgbTable(std::size_t entries) {
     std::vector<double> light;
     for (std::size_t i = 0; i < entries; ++i) {
@@ -290,7 +291,7 @@ TEST(CopyTest, OtherProgramsSrgbIsCopied) {
 TEST(CopyTest, ASecondPassOverAnyOutputChangesNothing) {
     for (const colour::Space& space : colour::Spaces()) {
         for (const auto intent : {RenderingIntent::Perceptual, RenderingIntent::AbsoluteColorimetric}) {
-            // Version 2 rounds the exponent 1 / 0.5556 to a multiple of 1 / 256: another curve.
+            // Version 2 rounds the exponent 1 / 0.5556 to a multiple of 1 / 256, which is a different curve.
             if (space.tone == colour::Tone::Gamma18) continue;
             EXPECT_EQ(WayBetween(TargetOf(space, 2), TargetOf(space, 4), {intent}), Way::Copy) << space.name;
             EXPECT_EQ(WayBetween(TargetOf(space, 4), TargetOf(space, 2), {intent}), Way::Copy) << space.name;
@@ -303,7 +304,7 @@ TEST(CopyTest, OtherColoursAreConverted) {
     EXPECT_EQ(WayBetween(MatrixProfile(kGamutP3, SrgbFormula(), 4), SrgbTarget()), Way::Matrix);
     EXPECT_EQ(WayBetween(srgb(GammaBlock(2.2)), SrgbTarget()), Way::Matrix);
     EXPECT_EQ(WayBetween(srgb(GammaBlock(2.19921875)), srgb(GammaBlock(2.203125))), Way::Matrix);
-    // Colorants of four decimals, and red and green at x of 0.001 beside those of the standard.
+    // Colorants rounded to four decimals, and red and green whose x differs by 0.001 from the standard.
     EXPECT_EQ(WayBetween(colour::MakeOutputProfile(*colour::FindSpace("srgb"), colour::Colorants::Engine, {}, ""),
                          SrgbTarget()),
               Way::Matrix);
@@ -312,7 +313,7 @@ TEST(CopyTest, OtherColoursAreConverted) {
     other.green[0] += 0.001;
     EXPECT_EQ(WayBetween(MatrixProfile(other, SrgbFormula(), 4), SrgbTarget()), Way::Matrix);
     EXPECT_EQ(WayBetween(TargetOf(*colour::FindSpace("srgb-linear")), SrgbTarget()), Way::Matrix);
-    // A step of the curve near black, which many tables leave out.
+    // A step of the curve near black, which many tables omit.
     std::vector<double> step;
     for (int i = 0; i < 1024; ++i) step.push_back(i < 8 ? 0 : SrgbLight(i / 1023.0));
     EXPECT_EQ(WayBetween(srgb(TableBlock(step)), SrgbTarget()), Way::Matrix);

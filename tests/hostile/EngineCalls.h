@@ -21,10 +21,10 @@ inline constexpr EngineCalls kEngines[] = {
     {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
      Orvix_Icc_ConvertFile_3rd}};
 
-/// All that one engine can do.
+/// Exercises all functions of one engine.
 class EveryCall : public HostileTest {
 protected:
-    /// Every result in one string of bytes; `own` is a file for this engine alone.
+    /// All results concatenated; `own` is a file for this engine alone.
     Bytes Everything(const EngineCalls& engine, const std::string& own) const {
         Bytes results;
         const auto note = [&](std::int32_t status, const Bytes& pixels) {
@@ -46,7 +46,7 @@ protected:
         return results;
     }
 
-    const MiniLut lut_ = SmoothLut(9);  // is resampled on the way
+    const MiniLut lut_ = SmoothLut(9);  // gets resampled
     const std::string path_ =
         Put("both.icc", MiniProfile({{"A2B0", Mft2(lut_)}, {"A2B1", MftAB(lut_)}, {"wtpt", XyzBlock(1, 2, 3)}}));
     const std::string source_ = Put("source.tif", MiniTiff{10, 10, 3, 8, SamplePixels(), Bytes(50, 1)}.Build());

@@ -26,10 +26,10 @@ inline const std::string kProgress =
     "Start Conversion(Stop) :  End Conversion(count : 0)\n";
 inline const std::string kNoEntries = "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n";
 
-/// Answered when no job is in force.
+/// The result of a conversion without a bound profile.
 inline constexpr std::int32_t kNone = 65535;
 
-/// A small table that every sample profile carries: few output entries, so that files stay short.
+/// A small table that every sample profile has; it has few output entries, so that files stay short.
 inline MiniLut ShortLut() {
     const Curve in = RampCurve(3);
     const Curve out = RampCurve(5);
@@ -40,7 +40,7 @@ inline Bytes TextBlock(const char* type, std::string_view text) {
     return ByteWriter().Text(type).Big32(0).Text(text).Done();
 }
 
-/// One tag of every kind that the reader tells apart, the table last.
+/// One tag of every kind that the reader distinguishes; the table is last.
 inline MiniTags EveryKindOfTag() {
     const Bytes curve = ByteWriter().Text("curv").Big32(0).Big32(3).Big16(1).Big16(2).Big16(3).Done();
     const Bytes para = ByteWriter().Text("para").Big32(0).Big16(3).Big16(0).Fill(20, 7).Done();
@@ -53,14 +53,14 @@ inline MiniTags EveryKindOfTag() {
             {"A2B0", Mft2(ShortLut())}};
 }
 
-/// Bytes 8 bits wide of any values, whole pixels.
+/// 8-bit samples of varied values, whole pixels.
 inline Bytes SamplePixels(std::size_t bytes = 300) {
     Bytes pixels;
     for (std::size_t i = 0; i < bytes; ++i) pixels.push_back(static_cast<unsigned char>(i * 97 + i / 7));
     return pixels;
 }
 
-/// What a conversion did to the pixels that it was given.
+/// The effect of a conversion on its pixels.
 enum class Effect {
     Untouched,  ///< returned 0
     Changed,    ///< returned 0
@@ -82,21 +82,21 @@ inline Effect EffectOfConversion() {
     return pixels == SamplePixels() ? Effect::Untouched : Effect::Changed;
 }
 
-/// The first engine's result for some pixels; empty when it refuses.
+/// The first engine's output for some pixels; empty if it refuses.
 inline Bytes ConvertedPixels(Bytes pixels = SamplePixels()) {
     const std::int32_t status = Orvix_Icc_Convert2(pixels.data(), pixels.data(), static_cast<int>(pixels.size() / 3));
     return status == 0 ? pixels : Bytes();
 }
 
-/// The image that the first engine makes of one: other pixels, and no profile.
+/// The image that the first engine writes: converted pixels, and no profile.
 inline MiniTiff Converted(MiniTiff image) {
     image.pixels = ConvertedPixels(image.pixels);
     image.icc.clear();
     return image;
 }
 
-/// A profile of `bytes` bytes with as many entries as it has room for, which share one curved table of eleven curves
-/// without entries and a grid.
+/// A profile of `bytes` bytes with as many entries as fit, which share one curved table of eleven curves without
+/// entries and a grid.
 inline Bytes ManySmallTables(std::size_t bytes, std::string_view name) {
     ByteWriter block;
     block.Text("mAB ").Big32(0).U8(16).U8(16).Big16(0);
@@ -109,13 +109,13 @@ inline Bytes ManySmallTables(std::size_t bytes, std::string_view name) {
     return out.Append(block.Done()).Fill(bytes - out.Size()).Done();
 }
 
-/// A folder for the files of a test, and the first engine emptied before and after it.
+/// A test with a folder for its files, and the first engine reset before and after it.
 class HostileTest : public testing::Test {
 protected:
     HostileTest() { Empty(); }
     ~HostileTest() override { Empty(); }
 
-    /// A new file, in place of one that may be there: to empty and refill a file makes some file systems wait for the
+    /// Removes the old file and writes a new one: truncating and rewriting a file makes some file systems wait for the
     /// disk.
     std::string Put(const std::string& name, const Bytes& bytes) const {
         std::filesystem::remove(dir_.File(name));
@@ -128,7 +128,7 @@ protected:
                              std::int32_t output = 8) {
         return Orvix_Icc_SetProfile(path.c_str(), nullptr, intent, input, output);
     }
-    /// What a call prints to the standard output stream.
+    /// The output of a call on the standard output stream.
     template <typename Call>
     static std::string Printed(const Call& call) {
         std::ostringstream text;

@@ -13,17 +13,17 @@
 
 namespace hueweave::test {
 
-/// Files through `ConvertFile` of the first engine, bound to a sound table, against the plain statement of what
-/// comes of them.
+/// Converts files with `ConvertFile` of the first engine, bound to a valid table, and compares the results with the
+/// reference implementation.
 class TiffRun : public HostileTest {
 protected:
     TiffRun() { EXPECT_EQ(Bind(Good()), 8); }
 
-    /// Converts and returns what was printed; the answer must be the engine's space.
+    /// Converts a file and returns the printed text; the result must be the engine's space.
     std::string Convert(const std::string& source, const std::string& dest) {
         return Printed([&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8); });
     }
-    /// Bytes written and lines printed must be those of the plain statement.
+    /// The bytes written and the lines printed must equal those of the reference implementation.
     void Check(const Bytes& file, const std::string& what) {
         const std::string source = Put("source.tif", file);
         std::filesystem::remove(dest_);

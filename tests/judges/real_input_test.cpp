@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Files that other programs made, converted through the shared library: TIFF files by ImageMagick and libtiff, and a
-// profile by ArgyllCMS. ImageMagick and tiffinfo read the results, Little CMS judges the colours.
+// Files made by other programs, converted through the shared library: TIFF files by ImageMagick and libtiff, and a
+// profile by ArgyllCMS. ImageMagick and tiffinfo read the results, Little CMS provides the reference colours.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <lcms2.h>
@@ -30,7 +30,7 @@ const std::string kInputs = HUEWEAVE_REAL_INPUTS;
 
 std::string Input(const std::string& name) { return kInputs + "/" + name; }
 
-/// The pixels of a TIFF as ImageMagick reads them: interleaved, 16-bit samples little-endian.
+/// The pixels of a TIFF file read by ImageMagick: interleaved, 16-bit samples little-endian.
 Bytes PixelsByImageMagick(const std::string& path, int bits) {
     const TempDir dir;
     const std::string raw = dir.File("pixels.rgb");
@@ -45,7 +45,7 @@ struct Width {
 constexpr Width k8{8, CsRGB_8, CssRGB_8};
 constexpr Width k16{16, CsRGB_16, CssRGB_16};
 
-/// The pixels through the library's buffer conversion.
+/// The pixels converted by the library's buffer functions.
 Bytes ConvertedInMemory(const EngineApi& engine, const Width& width, Bytes pixels) {
     const auto count = static_cast<std::int32_t>(pixels.size() / (width.bits == 8 ? 3 : 6));
     EXPECT_EQ(engine.Convert2(pixels.data(), pixels.data(), count), 0);
@@ -54,7 +54,7 @@ Bytes ConvertedInMemory(const EngineApi& engine, const Width& width, Bytes pixel
 
 struct Layout {
     const char* name;
-    const char* mark;  // what tiffinfo says of the source, so that it is known to be laid out so
+    const char* mark;  // text in the output of tiffinfo that proves the layout of the source
     int width, height;
 };
 constexpr Layout kLayouts[] = {
@@ -102,7 +102,7 @@ TEST_P(RealTiffTest, SixteenBitsComeOutAsConvertedInMemory) { Check(k16); }
 INSTANTIATE_TEST_SUITE_P(MadeByOthers, RealTiffTest, testing::ValuesIn(kLayouts),
                          [](const auto& row) { return std::string(row.param.name); });
 
-/// The colours of Little CMS for the same profile, relative colorimetric to sRGB, 16 bits a sample.
+/// Little CMS's colours for the same profile, relative colorimetric to sRGB, 16 bits a sample.
 std::vector<std::uint16_t> ByLittleCms(const std::vector<std::uint16_t>& device) {
     const auto closeProfile = [](void* profile) { cmsCloseProfile(profile); };
     const auto deleteTransform = [](void* transform) { cmsDeleteTransform(transform); };
@@ -119,7 +119,7 @@ std::vector<std::uint16_t> ByLittleCms(const std::vector<std::uint16_t>& device)
     return out;
 }
 
-/// A dense grid of device colours that both widths can hold: every 8th value of 8 bits, as 16-bit samples.
+/// A dense grid of device colours that exist at both widths: every 8th value of 8 bits, as 16-bit samples.
 std::vector<std::uint16_t> DeviceGrid() {
     std::vector<std::uint16_t> grid;
     const auto level = [](int step) { return static_cast<std::uint16_t>(std::min(step * 8, 255) * 257); };
@@ -131,7 +131,7 @@ std::vector<std::uint16_t> DeviceGrid() {
     return grid;
 }
 
-/// The grid through the library, as fractions of full scale.
+/// The grid converted by the library, as fractions of full scale.
 std::vector<double> ByHueweave(const Width& width, const std::vector<std::uint16_t>& device) {
     const Library library;
     const EngineApi engine(library, "");

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Profiles that other programs wrote: what Debian's packages bring, and what Little CMS saves. Little CMS tells what
-// stands in them.
+// Profiles written by other programs: those in Debian packages, and those that Little CMS saves. Little CMS reads the
+// expected contents.
 #include <gtest/gtest.h>
 #include <lcms2.h>
 
@@ -38,7 +38,7 @@ using Profile = std::unique_ptr<void, CloseProfile>;
 
 Profile Open(const std::string& path) { return Profile(cmsOpenProfileFromFile(path.c_str(), "r")); }
 
-/// A tag's bytes as Little CMS finds them, without any padding.
+/// A tag's bytes as read by Little CMS, without any padding.
 Bytes RawTag(void* profile, cmsTagSignature name) {
     Bytes block(cmsReadRawTag(profile, name, nullptr, 0));
     EXPECT_EQ(cmsReadRawTag(profile, name, block.data(), static_cast<cmsUInt32Number>(block.size())), block.size());
@@ -56,7 +56,7 @@ Bytes SomePixels() {
     return pixels;
 }
 
-/// Pixels through the library; `bits` 8 or 16. Empty when the profile is refused.
+/// Pixels converted by the library; `bits` is 8 or 16. Empty if the profile is refused.
 Bytes Converted(const std::string& profile, int bits) {
     const Library library;
     const EngineApi engine(library, "");
@@ -81,7 +81,7 @@ std::vector<std::string> InstalledProfiles() {
     return paths;
 }
 
-/// Every tag is there under its name, with its bytes; up to a multiple of four what the file goes on with, or zeros.
+/// Every tag has its name and its bytes, padded to a multiple of four with the bytes that follow in the file, or zeros.
 void ExpectTags(const IccFile4& file, void* judge, const Bytes& bytes, const std::string& path) {
     ASSERT_EQ(file.tagList.size(), static_cast<std::size_t>(cmsGetTagCount(judge))) << path;
     for (std::size_t n = 0; n < file.tagList.size(); ++n) {
@@ -98,7 +98,7 @@ void ExpectTags(const IccFile4& file, void* judge, const Bytes& bytes, const std
     }
 }
 
-/// A tone curve of two entries or more has those that Little CMS reads.
+/// A tone curve of at least two entries has the entries that Little CMS reads.
 void ExpectCurve(const IccFile4& file, void* judge, cmsTagSignature name, const std::string& path) {
     if (!cmsIsTag(judge, name)) return;
     const Bytes raw = RawTag(judge, name);
@@ -149,8 +149,7 @@ TEST(InstalledProfiles, ConvertPixelsIfTheyHaveATable) {
     EXPECT_GE(tables, 1U);
 }
 
-/// A display profile of version 4 has its tone curves as formulas: five parameters, where a list of entries would
-/// begin with their number.
+/// A version 4 display profile has its tone curves as formulas: five parameters in the place of a list's entry count.
 TEST(ParametricCurve, IsTakenNoFurtherThanItsBlockAndSavedAsItWas) {
     const TempDir dir;
     const std::string path = dir.File("display.icc");
@@ -176,7 +175,7 @@ TEST(ParametricCurve, IsTakenNoFurtherThanItsBlockAndSavedAsItWas) {
 
 using Curves = std::vector<cmsToneCurve*>;
 
-/// One table, saved by Little CMS: three curves of each side around a grid.
+/// One table, saved by Little CMS: three curves on each side of a grid.
 class SavedTableTest : public testing::Test {
 protected:
     SavedTableTest() = default;
@@ -207,7 +206,7 @@ protected:
             out_.push_back(cmsBuildGamma(nullptr, 1.0));
         }
     }
-    /// The path of a profile of this version, whose table has this type.
+    /// The path of a profile of this version, with a table of this type.
     std::string Save(double version, const std::string& type) const {
         const std::string path = dir_.File(type.substr(0, 3) + ".icc");
         cmsPipeline* const pipeline = cmsPipelineAlloc(nullptr, 3, 3);
@@ -239,7 +238,7 @@ protected:
     const TempDir dir_;
 };
 
-/// Formulas that change nothing count as curves that change nothing, wherever the steps between them lead.
+/// Identity formulas are read as identity curves, wherever the reader looks for the next one.
 TEST_F(SavedTableTest, IsTheSameInBothVersions) {
     for (const bool formulas : {false, true}) {
         formulas ? UseFormulas() : UseTables(1025, 257);
@@ -255,8 +254,8 @@ TEST_F(SavedTableTest, IsTheSameInBothVersions) {
     }
 }
 
-/// Curves of an even number of entries need no padding, but are stepped through as if they had it: from the second
-/// on, entries are taken from beside their places, and no further than the block goes.
+/// Curves with an even number of entries have no padding, but the reader advances as if they had: from the second curve
+/// on, entries are read from shifted offsets, up to the end of the block.
 TEST_F(SavedTableTest, StepsOverPaddingThatEvenCurvesDoNotHave) {
     UseTables(256, 64);
     const std::string path = Save(4.3, "mAB ");
@@ -265,14 +264,15 @@ TEST_F(SavedTableTest, StepsOverPaddingThatEvenCurvesDoNotHave) {
     ASSERT_EQ(file.ReadFile(path.c_str()), 0);
     const auto* lut = dynamic_cast<const CLut*>(file.GetTag(TagName("A2B0")));
     ASSERT_NE(lut, nullptr);
-    // The second begins two bytes too far, and its count with the low half of the true one.
+    // The second is read two bytes too far on, so its count starts with the low half of the true one.
     const std::size_t second = Big32(raw, 28) + 12 + 2 * 256 + 2;
     EXPECT_EQ(lut->aCurves[1]->curveCount,
               std::min<std::size_t>(Big32(raw, second + 8), (raw.size() - second - 12) / 2));
     EXPECT_EQ(lut->aCurves[1]->curve[0], raw[second + 12] << 8 | raw[second + 13]);
     EXPECT_EQ(lut->aCurves[0]->curveCount, 256U);
     EXPECT_EQ(lut->bCurves[0]->curveCount, 64U);
-    // The last curve of a side begins behind the block, and is shorter than the first: no engine can use the table.
+    // The last curve of a side starts after the end of the block and is shorter than the first: no engine accepts the
+    // table.
     EXPECT_EQ(lut->aCurves[2]->curveCount, 0U);
     for (const int bits : {8, 16}) EXPECT_EQ(Converted(path, bits), Bytes()) << bits;
 }

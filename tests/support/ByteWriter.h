@@ -25,7 +25,7 @@ public:
     }
     ByteWriter& Big16(unsigned value) { return U8(value >> 8 & 0xffU).U8(value & 0xffU); }
     ByteWriter& Big32(std::uint32_t value) { return Big16(value >> 16).Big16(value & 0xffffU); }
-    /// A 16-bit number an item.
+    /// 16 bits for each item.
     template <typename Values>
     ByteWriter& Big16s(const Values& values) {
         for (const auto value : values) Big16(value);

@@ -9,25 +9,25 @@
 #include <cstring>
 #include <vector>
 
-// Where fields and virtual operations stand: what a program that was built before relies on.
+// The layout of fields and virtual functions, which programs built earlier depend on.
 namespace hueweave::test {
 
-/// A pointer to a member function as its two words.
+/// The two words of a pointer to a member function.
 struct Member {
     template <typename Function>
     explicit Member(Function function) {
         static_assert(sizeof function == sizeof words);
         std::memcpy(words, &function, sizeof words);
     }
-    /// The lowest bit tells, of the first word or, where functions may have odd addresses, of the second.
+    /// Marked by the lowest bit of the first word or, where functions may have odd addresses, of the second.
     bool IsVirtual() const { return ((words[0] | words[1]) & 1U) != 0; }
-    /// Place in the table of its class; the two destructors stand at 0 and 1. 99 for a plain function.
+    /// Index in the vtable of its class; the two destructors are at 0 and 1. 99 for a non-virtual function.
     std::uintptr_t Slot() const { return IsVirtual() ? words[0] / sizeof(void*) : 99; }
 
     std::uintptr_t words[2];
 };
 
-/// Addresses in the order in which the fields are declared.
+/// Addresses of the fields in declaration order.
 inline void ExpectInOrder(const std::vector<const void*>& fields) {
     for (std::size_t n = 1; n < fields.size(); ++n) {
         EXPECT_LT(reinterpret_cast<std::uintptr_t>(fields[n - 1]), reinterpret_cast<std::uintptr_t>(fields[n])) << n;

@@ -10,7 +10,7 @@
 
 namespace hueweave::test {
 
-/// Two sequences of the same length and items. Names the first place where they differ instead of printing both.
+/// Two sequences of the same length and items. Reports the first difference instead of printing both.
 MATCHER_P(EqualTo, expected, "equals a sequence of " + std::to_string(std::size(expected)) + " items") {
     const std::size_t shorter = std::min<std::size_t>(std::size(arg), std::size(expected));
     for (std::size_t i = 0; i < shorter; ++i) {

@@ -13,7 +13,7 @@
 #include "support/ByteWriter.h"
 #include "support/ProfileBuilder.h"
 
-// The smallest profiles that an engine can work with: a blank header, a tag table and A2B tables of three channels.
+// The smallest profiles that an engine accepts: a blank header, a tag table and A2B tables of three channels.
 namespace hueweave::test {
 
 using Curve = std::vector<std::uint16_t>;
@@ -37,7 +37,7 @@ inline Curve RampCurve(std::size_t entries) {
     return curve;
 }
 
-/// Nodes of any values, the same on every machine.
+/// Nodes of scattered values, the same on every machine.
 inline std::vector<unsigned> ScatteredGrid(unsigned points, std::uint32_t seed) {
     std::vector<unsigned> grid(std::size_t{points} * points * points * 3);
     Lcg random(seed);
@@ -45,7 +45,7 @@ inline std::vector<unsigned> ScatteredGrid(unsigned points, std::uint32_t seed) 
     return grid;
 }
 
-/// Light rises along every axis, a* from the second to the first, b* from the third to the second; |a*|, |b*| <= 50.
+/// L* rises along every axis, a* from the second to the first, b* from the third to the second; |a*|, |b*| <= 50.
 inline std::vector<unsigned> LabGrid(unsigned points) {
     std::vector<unsigned> grid;
     const unsigned top = points - 1;
@@ -72,8 +72,8 @@ inline MiniLut SmoothLut(unsigned points = 5) {
     return {{in, in, in}, points, LabGrid(points), {out, out, out}};
 }
 
-/// A table that can be told from others: its input curves give `mark`, `mark` + 1 and `mark` + 2 for every sample,
-/// its output curves 100 x place + `mark` + 3, + 4 and + 5. `mark` is at most 39000.
+/// A table that can be identified: its input curves give `mark`, `mark` + 1 and `mark` + 2 for every sample, its output
+/// curves 100 x index + `mark` + 3, + 4 and + 5. `mark` is at most 39000.
 inline MiniLut MarkedLut(unsigned mark) {
     MiniLut lut{{}, 3, ScatteredGrid(3, mark), {}};
     for (unsigned c = 0; c < 3; ++c) {
@@ -94,8 +94,8 @@ inline Bytes Mft2(const MiniLut& lut) {
     return out.Done();
 }
 
-/// The same table as a block of type "mAB ": B curves are the output, A curves the input side. `withGrid` false leaves
-/// the grid out, which no engine can use.
+/// The same table as a block of type "mAB ": B curves are the output, A curves the input side. `withGrid` = false omits
+/// the grid, and no engine accepts that.
 inline Bytes MftAB(const MiniLut& lut, bool withGrid = true) {
     CurvedLutSpec curved;
     std::fill_n(curved.gridPoints.begin(), 3, static_cast<std::uint8_t>(lut.points));
@@ -106,7 +106,7 @@ inline Bytes MftAB(const MiniLut& lut, bool withGrid = true) {
     return EncodeCurved(curved);
 }
 
-/// A block that reads as a table of bytes, which no engine can use.
+/// A block that is parsed as an 8-bit table, which no engine accepts.
 inline Bytes Mft1() {
     ByteWriter out;
     out.Text("mft1").Big32(0).U8(3).U8(3).U8(2).U8(0).Fill(36).Big16(4).Big16(4);

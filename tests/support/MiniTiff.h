@@ -9,9 +9,9 @@
 
 namespace hueweave::test {
 
-/// A little-endian, uncompressed TIFF file of one strip, laid out as the library's own writer lays it out: header,
-/// directory, the data of its entries back to back, image. So the same description gives a source and, with other
-/// pixels and without the profile, the file that must come of it.
+/// A little-endian, uncompressed TIFF file of one strip, in the layout of the library's own writer: header, directory,
+/// data of the entries back to back, image. So one description gives a source and, with converted pixels and without
+/// the profile, the expected output.
 struct MiniTiff {
     std::uint32_t width = 0;
     std::uint32_t height = 0;

@@ -6,14 +6,14 @@
 #include <array>
 #include <cmath>
 
-// The colour arithmetic told again in the plainest way, with its own copy of the constants.
+// A naive implementation of the colour arithmetic, with its own copy of the constants.
 namespace hueweave::test {
 
 struct NaiveMatrices {
     std::array<double, 9> toXYZ, toRGB;
 };
 
-/// By the number of the RGB space: sRGB, AdobeRGB, AppleRGB, ColorMatchRGB.
+/// Indexed by the number of the RGB space: sRGB, AdobeRGB, AppleRGB, ColorMatchRGB.
 inline constexpr NaiveMatrices kNaiveMatrices[4] = {
     {{0.4361, 0.3851, 0.1431, 0.2225, 0.7169, 0.0606, 0.0139, 0.0971, 0.7141},
      {3.1341, -1.6174, -0.4907, -0.9788, 1.9163, 0.0334, 0.072, -0.229, 1.4054}},
@@ -27,7 +27,7 @@ inline constexpr NaiveMatrices kNaiveMatrices[4] = {
 
 using Triple = std::array<double, 3>;
 
-/// The white that the grids are converted under, 65535 standing for 1.0.
+/// The white point for converting grids; 65535 stands for 1.0.
 inline constexpr Triple kUsualWhite = {63195.0, 65535.0, 54073.0};
 
 /// Chroma and hue in degrees.
@@ -92,7 +92,7 @@ inline Triple NaiveLab(const Triple& ratios) {
     return {light, (f(ratios[0]) - f(ratios[1])) * 500.0, (f(ratios[1]) - f(ratios[2])) * 200.0};
 }
 
-/// L, C, h after the three offsets.
+/// L*, C* and h after the three offsets.
 inline Triple NaiveAdjust(Triple lch, double dL, double dC, double dh) {
     lch[0] = std::clamp(lch[0] + dL, 0.0, 100.0);
     lch[1] = std::clamp(lch[1] + dC, 0.0, 100.0);

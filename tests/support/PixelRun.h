@@ -10,8 +10,8 @@
 
 namespace hueweave::test {
 
-/// Pixels of 16 bits for input encoding 1, else of 8: a neutral ramp, both ends of the range, samples on and beside the
-/// grid's nodes, every order and tie of the fractions in outer and inner cells, and random ones.
+/// Pixels of 16 bits for input encoding 1, else of 8: a neutral ramp, both ends of the range, samples at and next to
+/// the grid points, every order and tie of the fractions in inner and outer cells, and random ones.
 inline Bytes PixelRun(int inputSpace) {
     const bool wide = inputSpace == 1;
     ByteWriter out;

@@ -10,7 +10,7 @@ namespace {
 
 std::uint16_t Sample(double value) { return static_cast<std::uint16_t>(std::lround(std::clamp(value, 0.0, 65535.0))); }
 
-/// Lab on the 16-bit scale of a smooth device; x, y, z in 0..1.
+/// 16-bit Lab of a smooth device; x, y, z in 0..1.
 std::uint16_t ScannerNode(double x, double y, double z, int channel) {
     const double r = std::pow(x, 1.8);
     const double g = std::pow(y, 1.8);
@@ -140,7 +140,7 @@ ByteWriter TableHead(std::string_view type, const LutShape& shape, std::uint32_t
 }
 
 Bytes EncodeMft2(const LutContents& lut) {
-    // A matrix that would show at once if anybody applied it: 2 on the diagonal.
+    // A matrix whose use would be obvious: 2 on the diagonal.
     ByteWriter out =
         TableHead("mft2", {lut.inputs, lut.outputs, lut.points, lut.inputEntries, lut.outputEntries}, 0x20000);
     return out.Big16s(lut.input).Big16s(lut.grid).Big16s(lut.output).Align(4).Done();

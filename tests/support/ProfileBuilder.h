@@ -13,7 +13,7 @@
 
 namespace hueweave::test {
 
-/// A small generator whose values are the same on every machine.
+/// A small random number generator with the same values on every machine.
 class Lcg {
 public:
     explicit Lcg(std::uint32_t seed) : state_(seed) {}
@@ -31,16 +31,16 @@ private:
 
 enum class CurveKind {
     Ramp,      ///< 0 to 65535 in equal steps
-    Power,     ///< 0 to 65535, another exponent for each channel
-    Random,    ///< anything
-    Extremes,  ///< 0 or 65535 by turns
+    Power,     ///< 0 to 65535, with a different exponent for each channel
+    Random,    ///< random values
+    Extremes,  ///< 0 and 65535 alternately
     Falling,   ///< 65535 to 0
 };
 
 enum class GridKind {
     Scanner,   ///< smooth Lab of a device with an exponent of 1.8
     Neutral,   ///< L* from the mean of the axes, a* and b* neutral
-    Random,    ///< anything
+    Random,    ///< random values
     Extremes,  ///< 0 or 65535 at random
     Falling,   ///< every channel falls along every axis
 };
@@ -52,7 +52,7 @@ inline std::string NameOf(GridKind kind) {
     return std::array{"Scanner", "Neutral", "Random", "Extremes", "Falling"}.at(static_cast<std::size_t>(kind));
 }
 
-/// What a table is made of; `MakeLut` works out the values.
+/// The parameters of a table; `MakeLut` computes the values.
 struct LutShape {
     int inputs = 3;
     int outputs = 3;
@@ -82,18 +82,18 @@ std::vector<std::uint16_t> MakeCurve(CurveKind kind, int entries, int channel, s
 LutContents MakeLut(const LutShape& shape, int axes = 3);
 
 enum class CurveLayout {
-    Aligned,  ///< 12 + 2n bytes a curve, up to a multiple of 4, as the format wants
-    Stepped,  ///< 14 + 2n bytes a curve, as the reader steps
+    Aligned,  ///< 12 + 2n bytes a curve, rounded up to a multiple of 4, as the format requires
+    Stepped,  ///< 14 + 2n bytes a curve, as the reader advances
 };
 
-/// An "mAB " or "mBA " block, open to every distortion.
+/// An "mAB " or "mBA " block in which every field can be set to invalid values.
 struct CurvedLutSpec {
     int inputs = 3;
     int outputs = 3;
     std::array<std::uint8_t, 16> gridPoints{};
-    unsigned precision = 2;  ///< announced bytes a value; the values are written with 2 whatever stands here
+    unsigned precision = 2;  ///< announced bytes a value; the values are always written with 2
     std::vector<std::uint16_t> grid;
-    std::vector<std::vector<std::uint16_t>> aCurves;  ///< none: the offset is 0
+    std::vector<std::vector<std::uint16_t>> aCurves;  ///< if empty, its offset is 0
     std::vector<std::vector<std::uint16_t>> bCurves;
     std::vector<std::vector<std::uint16_t>> mCurves;
     bool hasGrid = true;  ///< else its offset is 0
@@ -102,11 +102,11 @@ struct CurvedLutSpec {
     std::string type = "mAB ";
 };
 
-/// The same table with A curves for the input and B curves for the output side. Made from a table whose grid has as
-/// many axes as inputs.
+/// The same table with A curves on the input side and B curves on the output side. It must have as many grid axes as
+/// inputs.
 CurvedLutSpec Curved(const LutContents& lut, CurveLayout layout);
 
-/// The start of a table of the "mft2" layout, up to its input curves, with the same word on the diagonal of its matrix.
+/// The start of a table in the "mft2" layout, up to its input curves, with the same word on the diagonal of its matrix.
 ByteWriter TableHead(std::string_view type, const LutShape& shape, std::uint32_t diagonal);
 Bytes EncodeMft2(const LutContents& lut);
 Bytes EncodeCurved(const CurvedLutSpec& lut);
@@ -131,7 +131,7 @@ Bytes Container(const Bytes& header, const Tags& tags) {
     for (const auto& [name, block] : tags) out.Append(block).Align(4);
     return out.Done();
 }
-/// The same, with its size in the header.
+/// The same, with the file size in the header.
 template <typename Tags>
 Bytes SizedContainer(const Bytes& header, const Tags& tags) {
     ByteWriter out;
@@ -140,17 +140,17 @@ Bytes SizedContainer(const Bytes& header, const Tags& tags) {
     return out.Done();
 }
 
-/// A whole profile of an RGB scanner.
+/// A complete profile of an RGB scanner.
 class ProfileBuilder {
 public:
-    /// A big-endian word of the header.
+    /// Sets a big-endian word of the header.
     ProfileBuilder& HeaderWord(std::size_t offset, std::uint32_t word) {
         for (std::size_t i = 0; i < 4; ++i) header_.at(offset + i) = static_cast<unsigned char>(word >> (24 - 8 * i));
         return *this;
     }
     ProfileBuilder& Mft2(std::string_view name, const LutContents& lut) { return Raw(name, EncodeMft2(lut)); }
     ProfileBuilder& MftAB(std::string_view name, const CurvedLutSpec& lut) { return Raw(name, EncodeCurved(lut)); }
-    /// The three words as they are to stand in the file: fixed point, 16 bits of fraction.
+    /// The three words as stored in the file: fixed point with 16 fractional bits.
     ProfileBuilder& Xyz(std::string_view name, std::uint32_t x, std::uint32_t y, std::uint32_t z) {
         return Raw(name, XyzBlock(x, y, z));
     }

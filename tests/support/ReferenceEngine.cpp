@@ -14,7 +14,7 @@ constexpr int kNone = 65535;
 
 double Finite(double value) { return std::isfinite(value) ? value : 0.0; }
 
-/// One pixel through the stages, as it would be worked out on paper.
+/// One pixel through the stages, one after the other.
 std::array<std::uint32_t, 3> ConvertPixel(const ReferenceEngine& engine, const std::array<std::size_t, 3>& sample) {
     const std::uint32_t packed[3] = {engine.in[0].at(sample[0]), engine.in[1].at(sample[1]),
                                      engine.in[2].at(sample[2])};

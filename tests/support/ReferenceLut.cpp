@@ -18,7 +18,7 @@ std::vector<int> EntriesAt(const Bytes& block, std::size_t at, std::size_t count
 
 int Int(std::size_t value) { return static_cast<int>(value); }
 
-/// The table, if the units can work with it.
+/// The table, if the units accept it.
 std::optional<ReferenceLut> Usable(const ReferenceLut& lut) {
     const bool usable = lut.inputs <= 3 && lut.outputs <= 7 && lut.points >= 2 && lut.points <= 33 &&
                         lut.inputEntries <= 4096 && lut.outputEntries <= 4096;
@@ -31,7 +31,7 @@ std::optional<ReferenceLut> DecodeMft2(const Bytes& block) {
     const std::size_t points = ByteAt(block, 10);
     const std::size_t inputEntries = Big16At(block, 48);
     const std::size_t outputEntries = Big16At(block, 50);
-    // The grid counts as a cube whatever the number of inputs.
+    // The grid is a cube whatever the number of inputs.
     const std::size_t nodes = points * points * points;
     const std::size_t gridAt = 52 + 2 * inputs * inputEntries;
     const std::size_t outputAt = gridAt + 2 * nodes * outputs;
@@ -41,7 +41,8 @@ std::optional<ReferenceLut> DecodeMft2(const Bytes& block) {
                    EntriesAt(block, outputAt, outputs * outputEntries)});
 }
 
-/// `count` curves from `at` on, each 2n + 14 bytes behind the one before; n is at most what the block has room for.
+/// `count` curves from `at` on, each 2n + 14 bytes after the one before; n is limited to the entries that fit in the
+/// block.
 std::vector<std::vector<int>> ReadCurves(const Bytes& block, std::size_t at, std::size_t count) {
     std::vector<std::vector<int>> curves;
     if (at == 0) return curves;
@@ -54,7 +55,7 @@ std::vector<std::vector<int>> ReadCurves(const Bytes& block, std::size_t at, std
     return curves;
 }
 
-/// The first curve's number of entries from each curve; none when a curve has fewer.
+/// From each curve the number of entries of the first one; nothing if a curve has fewer.
 std::optional<std::vector<int>> Join(const std::vector<std::vector<int>>& curves) {
     std::vector<int> joined;
     for (const auto& curve : curves) {
@@ -68,7 +69,7 @@ std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
     const std::size_t inputs = ByteAt(block, 8);
     const std::size_t outputs = ByteAt(block, 9);
     const std::size_t gridAt = Big32At(block, 24);
-    // At most seven A and three B curves are held, and the units take at most three inputs.
+    // At most seven A and three B curves are stored, and the units accept at most three inputs.
     if (inputs < 1 || inputs > 3 || outputs < 1 || outputs > 3 || gridAt == 0) return std::nullopt;
     const auto a = ReadCurves(block, Big32At(block, 28), inputs);
     const auto b = ReadCurves(block, Big32At(block, 12), outputs);
@@ -88,7 +89,7 @@ std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
     const auto output = Join(b);
     if (!input || !output) return std::nullopt;
     std::vector<int> grid = EntriesAt(block, gridAt + 20, wanted);
-    // The grid unit walks a cube; what a grid of fewer axes does not fill is 0.
+    // The grid unit expects a cube; nodes that a grid of fewer axes does not have are 0.
     grid.resize(std::max(wanted, points * points * points * outputs), 0);
     return Usable({Int(inputs), Int(outputs), Int(points), Int(a[0].size()), Int(b[0].size()), *input, grid, *output});
 }

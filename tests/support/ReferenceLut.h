@@ -11,7 +11,7 @@
 
 namespace hueweave::test {
 
-/// A device-to-PCS table as engines and units take it: curves one after the other, nodes with the third axis fastest.
+/// A device-to-PCS table in the form that engines and units use: curves in sequence, nodes with the third axis fastest.
 struct ReferenceLut {
     int inputs = 0;
     int outputs = 0;
@@ -24,7 +24,7 @@ struct ReferenceLut {
 };
 
 ReferenceLut AsReference(const LutContents& lut);
-/// The table of an A2B tag's block; none when no engine can work with it.
+/// The table in an A2B tag's block; nothing if no engine accepts it.
 std::optional<ReferenceLut> DecodeLutTag(const Bytes& block);
 
 /// Channels 0 to 6 of one node.

@@ -13,7 +13,7 @@ namespace hueweave::test {
 
 namespace {
 
-/// A value between 0 and 65535, rounded up to bytes at half and more.
+/// A value from 0 to 65535 as 8 bits, rounded half up.
 int ByteOf(double value) {
     const int t = static_cast<int>(value + 128.0);
     return t < 65536 ? t >> 8 : 255;
@@ -37,8 +37,8 @@ int ToneOf(Form form, int i) {
     return static_cast<int>(Srgb(x) + 0.5);
 }
 
-/// What a form leaves: the mode, how many tables it shifts to 8 bits, the bit that it turns in those of a and b, and
-/// its result, or -1 for the space that was asked for.
+/// The effect of a form: the mode, the number of tables that it shifts to 8 bits, the bit that it inverts in those of a
+/// and b, and its result, or -1 for the requested space.
 struct FormRow {
     int mode;
     std::size_t shifted;
@@ -70,7 +70,7 @@ struct KodakLaw {
     double a, b;
 };
 constexpr KodakLaw kPhoto{0, 1024, 1.2, 0.0}, kMix{512, 2048, 1.5, 0.2}, kText{2048, 10240, 2.0, 0.3};
-constexpr KodakLaw kMix16{512, 2048, 1.5, 0.0};  // Kept: without b
+constexpr KodakLaw kMix16{512, 2048, 1.5, 0.0};  // Kept: b is 0.0
 constexpr KodakLaw kKodak[] = {kPhoto, kPhoto, kMix, kMix16, kText, kText};
 
 }  // namespace
@@ -125,7 +125,7 @@ void ReferenceOutputs::Reset() {
     }
 }
 
-/// The tables from the curves; the channels behind the first `moving` stay at the start of their curve.
+/// The tables from the curves; the channels from `moving` on keep the value at the start of their curve.
 void ReferenceOutputs::Expand(std::size_t moving) {
     for (std::size_t c = 0; c < 7; ++c) {
         for (int v = 0; v < 65535; ++v) table[c][AsIndex(v)] = Point(c, c < moving ? v : 0);

@@ -12,7 +12,7 @@ namespace {
 
 int Primaries(int space) { return space >= 20 && space <= 31 ? (space - 16) / 4 : 0; }
 
-/// The forms of the output spaces; none for a linear one of 16 bits, whose tables are the identity.
+/// The forms of the output spaces; none for a linear 16-bit one, whose tables are the identity.
 const std::map<int, std::optional<Form>>& FormsBySpace() {
     static const std::map<int, std::optional<Form>> forms{
         {8, Form::Srgb},      {9, Form::Srgb_16},      {10, Form::Gamma100},   {11, std::nullopt},
@@ -76,7 +76,7 @@ std::vector<ReferenceCell> CellStage(const std::vector<ReferenceNode>& nodes) {
 }
 
 ReferenceOutput OutputStage(int outputSpace) {
-    // Worked out once: no other stage has any bearing on them.
+    // Computed once: they do not depend on any other stage.
     static std::map<int, ReferenceOutput> known;
     const auto [place, added] = known.try_emplace(outputSpace);
     ReferenceOutput& output = place->second;

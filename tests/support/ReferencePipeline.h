@@ -14,15 +14,15 @@
 #include "support/ProfileBuilder.h"
 #include "support/ReferenceLut.h"
 
-// A second, plain statement of the whole way from a profile to pixels, put together from the reference units. It shares
-// no line with the library and is written for being read beside the rules, not for speed.
+// An independent implementation of the whole conversion from a profile to pixels, composed of the reference units. It
+// shares no code with the library and is written to be compared with the rules, not for speed.
 namespace hueweave::test {
 
-/// Three tables, one a channel.
+/// Three tables, one for each channel.
 using ReferenceTables = std::array<std::vector<std::uint32_t>, 3>;
 /// The X, Y and Z words of a white point.
 using ReferenceWhite = std::array<std::uint32_t, 3>;
-/// By tetrahedron and output channel: constant, red, green, blue.
+/// Indexed by tetrahedron and output channel: constant, red, green, blue.
 using ReferenceCell = std::array<std::array<std::array<std::int32_t, 4>, 3>, 6>;
 
 /// Packed input tables: 65536 entries for input encoding 1, else 256.
@@ -33,17 +33,17 @@ std::vector<ReferenceNode> GridStage(const ReferenceLut& lut, double lightness, 
 /// 16 x 16 x 16 cells.
 std::vector<ReferenceCell> CellStage(const std::vector<ReferenceNode>& nodes);
 
-/// Output tables and the build result that goes with them; 65535 for an output space that there is not.
+/// Output tables and the corresponding build result; 65535 for an unknown output space.
 struct ReferenceOutput {
     ReferenceTables tables;
     int result = 65535;
 };
 ReferenceOutput OutputStage(int outputSpace);
-/// The tables that three curves of bytes leave, laid over the table's own output curves; `to8` shifts them to 8 bits.
+/// The tables for three 8-bit curves, loaded over the table's own output curves; `to8` shifts them to 8 bits.
 ReferenceTables AdjustedOutputStage(const ReferenceLut& lut, const Bytes& red, const Bytes& green, const Bytes& blue,
                                     int count, bool to8);
 
-/// The engine's state and results, over profiles that lie in memory under their paths.
+/// The engine's state and results for profiles in memory, found by their paths.
 class ReferenceEngine {
 public:
     using Disk = std::map<std::string, TagList>;
@@ -56,9 +56,9 @@ public:
     int AdjustLch(double lightness, double chroma, double hue);
     int AdjustOutput(const Bytes& red, const Bytes& green, const Bytes& blue, int count);
 
-    /// Whether there are input tables, and for 16-bit pixels those of 65536 entries. Else no pixel is touched.
+    /// Whether there are input tables, for 16-bit pixels those of 65536 entries. Otherwise no pixel is converted.
     bool CanConvert() const;
-    /// What the run of pixels comes out as: bytes for 8 bit, little-endian words for 16 bit.
+    /// The converted pixels: bytes for 8 bits, little-endian words for 16 bits.
     Bytes Convert(const Bytes& pixels) const;
 
     int intent = 0;
@@ -76,7 +76,7 @@ public:
 private:
     std::optional<ReferenceWhite> White() const;
     int Refuse();
-    /// Gives `build` the table of the intent. Returns the output space, or 65535 without a usable table.
+    /// Passes the table of the intent to `build`. Returns the output space, or 65535 without a usable table.
     int Rebuild(const std::function<void(const ReferenceLut& lut)>& build);
     int BuildAll(double dL, double dC, double dh);
     void BuildGrid(const ReferenceLut& lut, double dL, double dC, double dh);

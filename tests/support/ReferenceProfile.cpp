@@ -7,7 +7,7 @@
 namespace hueweave::test {
 namespace {
 
-/// Whether a name is that of a table, A2B0 to B2A2: every other name costs a profile less.
+/// Whether a tag is a table, A2B0 to B2A2: every other tag costs a profile less.
 bool IsTableName(const std::string& name) {
     return (name.starts_with("A2B") || name.starts_with("B2A")) && name[3] >= '0' && name[3] <= '2';
 }

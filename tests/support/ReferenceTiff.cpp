@@ -8,22 +8,22 @@
 namespace hueweave::test {
 namespace {
 
-constexpr std::uint64_t kRoom = 8 << 20;  // bytes that a buffer may have beyond twice its source
+constexpr std::uint64_t kRoom = 8 << 20;  // bytes that a buffer may have in addition to twice the size of its source
 
-/// Bytes of an item.
+/// Bytes per item.
 int WidthOf(unsigned type) {
     constexpr int kWidths[] = {1, 1, 1, 2, 4, 8, 1, 1, 2, 4, 4, 8, 8, 4};
     return type < std::size(kWidths) ? kWidths[type] : 0;
 }
 
-/// A little-endian number of up to 4 bytes; what is not there is 0.
+/// A little-endian number of up to 4 bytes; missing bytes are 0.
 std::uint32_t Number(const Bytes& bytes, std::size_t at, std::size_t width) {
     std::uint32_t number = 0;
     for (std::size_t i = 0; i < width && at + i < bytes.size(); ++i) number |= std::uint32_t{bytes[at + i]} << 8 * i;
     return number;
 }
 
-/// The items of a strip array: bytes and shorts as such, all else as 32-bit words.
+/// The items of a strip array: bytes and shorts keep their width, all other types are read as 32-bit words.
 std::vector<std::uint32_t> StripItems(const ReferenceTag& tag) {
     Bytes bytes;
     if (tag.Size() > 4) {
@@ -40,7 +40,7 @@ std::vector<std::uint32_t> StripItems(const ReferenceTag& tag) {
 
 }  // namespace
 
-/// A file with a reading position. Reads past the end give zeros; a negative place refuses the seek.
+/// A file with a read position. Reads past the end give zeros; seeking to a negative position fails.
 class ReferenceTiff::Stream {
 public:
     explicit Stream(const Bytes& file) : file_(file) {}
@@ -100,7 +100,7 @@ int ReferenceTiff::Read(const Bytes& file) {
     stream.Seek(Number(stream.Read(4), 0, 4));
     const std::size_t entries = Number(stream.Read(2), 0, 2);
     if (entries > 29) return -3;
-    // Of a table that the file cuts the whole entries count; its reading still ends where the file does.
+    // Of a truncated directory the complete entries count; reading it still ends at the end of the file.
     const std::size_t whole = std::min(entries, stream.Left() / 12);
     Bytes table = stream.Read(entries * 12);
     table.resize(whole * 12);
@@ -115,7 +115,7 @@ int ReferenceTiff::Read(const Bytes& file) {
 
 void ReferenceTiff::ReadTag(Stream& stream, ReferenceTag tag, std::size_t& used) {
     const auto announced = static_cast<std::uint64_t>(tag.Size());
-    // The Exif entry keeps 44 bytes, whatever it announces.
+    // The Exif entry has 44 bytes, whatever it announces.
     const bool exif = tag.tag == 34665;
     const std::uint64_t size = exif ? 44 : announced;
     if ((exif || (size >= 5 && size <= stream.Size())) && used + size <= 2 * stream.Size() + 65536) {
@@ -144,7 +144,7 @@ void ReferenceTiff::ReadImage(Stream& stream) {
     }
 }
 
-/// `n` bytes from one place become the image.
+/// The `n` bytes at `offset` become the image.
 void ReferenceTiff::Attach(Stream& stream, std::int64_t offset, std::uint32_t n) {
     ReferenceTag& strip = *Find(273);
     if (strip.lost) {
@@ -192,7 +192,7 @@ void ReferenceTiff::Pack(std::int64_t width, std::int64_t height, std::size_t sa
         strip.data = Bytes();
         return;
     }
-    // In two steps: neither product can leave 64 bits.
+    // In two steps: neither product can exceed 64 bits.
     const auto pixels = static_cast<std::uint64_t>(width * height);
     if (pixels > 0xffffffffU || pixels * count * sampleBytes > 2 * std::min(planes.size(), fileSize) + kRoom) {
         strip.data.reset();

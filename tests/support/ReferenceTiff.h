@@ -12,26 +12,26 @@
 
 namespace hueweave::test {
 
-/// One entry of a directory. The data are bytes as they stand in the file; those of tag 273 become the image.
+/// One entry of a directory. The data are the bytes in the file; those of tag 273 become the image.
 struct ReferenceTag {
     unsigned tag = 0;
     unsigned type = 0;
     std::uint32_t count = 0;
     std::uint32_t value = 0;
     std::optional<Bytes> data;
-    bool lost = false;  ///< more than 4 bytes that the file cannot hold, or more than a directory may take
+    bool lost = false;  ///< more than 4 bytes that lie outside the file, or more than a directory may use
 
     std::int64_t Size() const;        ///< width x count; 0 if that is above 2^31 - 1
-    std::int64_t StoredSize() const;  ///< the same, 0 if it is above 4 and there are no data
+    std::int64_t StoredSize() const;  ///< the same; 0 if it is above 4 and there are no data
     std::uint32_t Value() const;
 };
 
-/// What reading and writing a TIFF file comes to, in the plainest words: bytes in, bytes out.
+/// A minimal reader and writer for TIFF files: from bytes to bytes.
 class ReferenceTiff {
 public:
     /// Returns 0, -2 or -3.
     int Read(const Bytes& file);
-    /// Settles the offsets in the tags and returns the file.
+    /// Updates the offsets in the tags and returns the file.
     Bytes Save();
     void RemoveIcc();
 
@@ -57,8 +57,8 @@ struct ReferenceRun {
     std::string log;  ///< standard output
 };
 
-/// A whole conversion. `source` is empty for a file that cannot be opened; `sampleBytes` is 1 or 2, as the engine
-/// takes its input, whatever the file says.
+/// A whole conversion. `source` is empty for a file that cannot be opened; `sampleBytes` is 1 or 2, the engine's input
+/// width, whatever the file says.
 ReferenceRun ConvertTiff(const std::optional<Bytes>& source, const std::string& sourcePath, int sampleBytes,
                          const PixelConverter& convert);
 

@@ -16,16 +16,16 @@ unsigned short LowWord(long long value) { return static_cast<unsigned short>(val
 
 int ShiftFor(int size) { return size == 17 ? 12 : size == 9 ? 13 : 11; }
 
-/// Cut toward zero; what is no number is 0, what an int cannot hold its limit.
+/// Truncated toward zero; NaN is 0, and values outside the range of int become its limits.
 int ToInt(double value) {
     if (std::isnan(value)) return 0;
     return static_cast<int>(std::clamp(value, -2147483648.0, 2147483647.0));
 }
 
-/// A limit to 0..100 that takes what is no number for 0.
+/// Clamps to 0..100; NaN becomes 0.
 double Percent(double value) { return value > 100.0 ? 100.0 : value >= 0.0 ? value : 0.0; }
 
-/// Lab of the low 16 bits of three values.
+/// Lab from the low 16 bits of three values.
 Triple LabFrom(int t0, int t1, int t2) {
     return {(t0 & 0xffff) * 100.0 / 65280.0, ((t1 & 0xffff) - 32768) * 0.00390625,
             ((t2 & 0xffff) - 32768) * 0.00390625};
@@ -46,7 +46,7 @@ CodeLayout LayoutOf(int code) {
     static constexpr int kChannels[] = {3, 4, 6, 7};
     const bool known = (code >= 257 && code <= 264) || (code >= 513 && code <= 520);
     if (!known) return {0, 0, 0};
-    const int low = code % 256 - 1;  // two a number of channels: bytes or words as the destination
+    const int low = code % 256 - 1;  // two codes for each number of channels: bytes or words as the destination
     return {kChannels[low / 2], code / 256, 1 + low % 2};
 }
 

@@ -11,7 +11,7 @@
 
 namespace hueweave::test {
 
-/// A folder of its own for one test, gone with everything in it at the end of the scope.
+/// A temporary folder for one test, deleted with its contents at the end of the scope.
 class TempDir {
 public:
     explicit TempDir(const std::filesystem::path& base = std::filesystem::temp_directory_path()) {
@@ -32,7 +32,7 @@ private:
     std::filesystem::path path_;
 };
 
-/// Files that this process has open.
+/// File descriptors that this process has open.
 inline std::ptrdiff_t OpenFiles() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
 }

@@ -17,7 +17,7 @@ Bytes ArrayBytes(unsigned type, const std::vector<std::uint32_t>& values) {
     return out.Done();
 }
 
-/// Up to four bytes as the word of an entry.
+/// Up to four bytes as the value word of an entry.
 std::uint32_t EntryWord(const Bytes& bytes) {
     std::uint32_t word = 0;
     for (std::size_t i = 0; i < bytes.size(); ++i) word |= std::uint32_t{bytes[i]} << 8 * i;
@@ -47,7 +47,7 @@ std::uint32_t TiffBuilder::DataStart() const {
     return static_cast<std::uint32_t>(8 + firstGap_ + 2 + 12 * items_.size() + 4);
 }
 
-/// Bytes behind the directory.
+/// Bytes after the directory.
 std::size_t TiffBuilder::ItemBytes(const Item& item) const {
     if (item.source == Source::AsIs) return 0;
     if (item.source == Source::Data) return item.data.size();

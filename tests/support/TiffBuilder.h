@@ -12,24 +12,24 @@
 
 namespace hueweave::test {
 
-/// Little-endian TIFF files in memory, sound or broken. Entries stand in the order in which they are given.
+/// Little-endian TIFF files in memory, valid or broken. Entries keep the order in which they are added.
 ///
-/// Layout: head (8 bytes), first gap, directory, next-directory offset, data of the entries back to back, second gap,
+/// Layout: header (8 bytes), first gap, directory, next-directory offset, data of the entries back to back, second gap,
 /// strips, trailer.
 class TiffBuilder {
 public:
-    /// Twelve bytes as they are to stand in the file.
+    /// Twelve bytes as stored in the file.
     TiffBuilder& Entry(unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value) {
         return Add({Source::AsIs, tag, type, count, value, {}});
     }
-    /// An entry that points to `data`, however few they are and whatever count says.
+    /// An entry that points to `data`, however short they are and whatever the count says.
     TiffBuilder& Data(unsigned tag, unsigned type, std::uint32_t count, const Bytes& data) {
         return Add({Source::Data, tag, type, count, 0, data});
     }
 
     TiffBuilder& Short(unsigned tag, unsigned value) { return Entry(tag, 3, 1, value); }
     TiffBuilder& Long(unsigned tag, std::uint32_t value) { return Entry(tag, 4, 1, value); }
-    /// Arrays: in the entry if they fit, else behind the directory.
+    /// Arrays: in the entry if they fit, else after the directory.
     TiffBuilder& Shorts(unsigned tag, const std::vector<std::uint32_t>& values) { return Array(tag, 3, values); }
     TiffBuilder& Longs(unsigned tag, const std::vector<std::uint32_t>& values) { return Array(tag, 4, values); }
     TiffBuilder& Rational(unsigned tag, std::uint32_t numerator, std::uint32_t denominator) {
@@ -49,14 +49,14 @@ public:
     /// Tags 256, 257, 258 (one item a sample), 259, 262 and 277.
     TiffBuilder& Shape(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits);
     TiffBuilder& Strip(const Bytes& bytes);
-    /// Tags 273 and 279 for all strips, also for those that are added later. Types: 1, 3 or 4.
+    /// Tags 273 and 279 for all strips, including those added later. Types: 1, 3 or 4.
     TiffBuilder& StripOffsets(unsigned type = 4) { return Add({Source::OffsetArray, 273, type, 0, 0, {}}); }
     TiffBuilder& StripByteCounts(unsigned type = 4) { return Add({Source::CountArray, 279, type, 0, 0, {}}); }
-    /// Strips stand last to first in the file; the arrays keep their order.
+    /// Strips are stored last to first; the arrays keep their order.
     TiffBuilder& StripsBackwards() { return Set(backwards_, true); }
 
     TiffBuilder& Head(const Bytes& firstFour) { return Set(head_, firstFour); }
-    /// Announces another place, or another number of entries, than the true one.
+    /// Announces a wrong offset or a wrong number of entries.
     TiffBuilder& DirectoryAt(std::uint32_t announced) { return Set(place_, announced); }
     TiffBuilder& EntryCount(unsigned announced) { return Set(count_, announced); }
     TiffBuilder& NextDirectory(std::uint32_t offset) { return Set(next_, offset); }
@@ -65,7 +65,7 @@ public:
     TiffBuilder& Trailer(const Bytes& bytes) { return Set(trailer_, bytes); }
 
     Bytes Build() const;
-    /// Where a strip lies in the file.
+    /// The offset of a strip in the file.
     std::uint32_t StripPlace(std::size_t strip) const;
 
 private:
@@ -104,12 +104,12 @@ private:
     std::optional<unsigned> count_;
 };
 
-/// A sound file of one chunky strip: shape, strip tags, a resolution of 300 and a text.
+/// A valid file of one chunky strip: shape, strip tags, a resolution of 300 and a text.
 TiffBuilder ChunkyTiff(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits, const Bytes& pixels);
 /// The shape with tag 284 = 2 and the given strips.
 TiffBuilder PlanarTiff(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits,
                        std::uint32_t rowsPerStrip, const std::vector<Bytes>& strips);
-/// `count` bytes that differ from their neighbours, beginning with `first`.
+/// `count` bytes that differ from their neighbours, starting with `first`.
 Bytes CountingBytes(std::size_t count, unsigned first = 1);
 
 }  // namespace hueweave::test

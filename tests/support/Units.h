@@ -12,10 +12,10 @@
 #include "units/WiderColorTables.h"
 #include "units/WiderInputTables.h"
 
-// The library's units by the number of their channels, and the tag that they load.
+// The library's units by number of channels, and the tag that they load.
 namespace hueweave::test {
 
-/// The input tables with 3, 4, 6 or 7 samples a pixel.
+/// The input tables with 3, 4, 6 or 7 samples per pixel.
 inline std::unique_ptr<ICC40::ICC_UNIT::InputTable33> MakeInputTable(int samples) {
     using namespace ICC40::ICC_UNIT;
     if (samples == 3) return std::make_unique<InputTable33>();
@@ -33,7 +33,7 @@ inline std::unique_ptr<ICC40::ICC_UNIT::ColorTable33> MakeColorTable(int channel
     return std::make_unique<ColorTable37>();
 }
 
-/// Gives a tag the table. Its arrays have no room to spare, so that a checker sees what is read behind the end.
+/// Stores the table in a tag. Its arrays have no spare elements, so that a sanitizer detects reads past the end.
 inline void Fill(ICC40::ICCFILE::CLut16Type& tag, const ReferenceLut& lut) {
     tag.inputChan = static_cast<std::uint8_t>(lut.inputs);
     tag.outputChan = static_cast<std::uint8_t>(lut.outputs);

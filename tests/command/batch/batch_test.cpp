@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Many files: folders, lists, shards, broken files among good ones, and what is said about it.
+// Batches of files: folders, lists, shards, damaged files among valid ones, and the messages about them.
 #include <algorithm>
 #include <filesystem>
 #include <iomanip>
@@ -54,13 +54,13 @@ TEST_F(BatchTest, LinksInAFolderAreFollowedOnlyWithFollow) {
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
     EXPECT_EQ(ConvertAll({"--follow", "--force"}).status, 0);
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif", "linked/master.tif", "m.tif"}));
-    // In place, nothing outside of the folder is written.
+    // In place, nothing outside the folder is written.
     const std::string before = FileBytes(elsewhere + "/master.tif");
     EXPECT_EQ(ConvertScan({scans_, "--in-place"}).status, 0);
     const Outcome followed = ConvertScan({scans_, "--in-place", "--follow", "--force"});
     EXPECT_THAT(followed, Says(1, "/linked/master.tif: is outside of " + scans_ + ", reached through a link"));
     EXPECT_EQ(FileBytes(elsewhere + "/master.tif"), before);
-    // What links alone lead to.
+    // Files that are reached only through links.
     EXPECT_THAT(ConvertScan({elsewhere, "-o", out_}), Succeeds());
     fs::remove(elsewhere + "/master.tif");
     fs::create_symlink(scans_ + "/a.tif", elsewhere + "/a.tif");
@@ -119,7 +119,7 @@ TEST_F(BatchTest, ListsOfNamesEndInLinesOrZeros) {
     WriteBytes(list, scans_ + "/a.tif\n\n" + scans_ + "/b.TIFF\n");
     EXPECT_EQ(ConvertScan({"--files-from", list, "-o", out_}).status, 0);
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF"}));
-    // Lines may end as on other systems; a list of nothing is no success.
+    // Lists may have CRLF line ends; an empty list is an error.
     WriteBytes(list, scans_ + "/a.tif\r\n");
     EXPECT_EQ(ConvertScan({"--files-from", list, "--force", "-o", out_}).status, 0);
     WriteBytes(list, "\n");
@@ -152,7 +152,7 @@ TEST_F(BatchTest, ShardsAreTheWholeAndShareNothing) {
     }
     EXPECT_EQ(sum, 23U);
     EXPECT_EQ(all.size(), 23U);
-    // One that is empty is said.
+    // An empty shard is reported.
     std::multiset<std::string> said;
     for (const char* shard : {"1/2", "2/2"}) {
         const Outcome run = ConvertScan({scans_ + "/deep", "-o", out_, "--shard", shard});
@@ -163,7 +163,7 @@ TEST_F(BatchTest, ShardsAreTheWholeAndShareNothing) {
 }
 
 TEST_F(BatchTest, NamesThatAreNoUtf8AreNamesLikeOthers) {
-    // The last letter in Latin-1, and its like.
+    // File names that end in a Latin-1 letter.
     const std::string one = scans_ + "/caf\xe9.tif", two = scans_ + "/caf\xe8.tif";
     fs::copy_file(scans_ + "/a.tif", one);
     fs::copy_file(scans_ + "/a.tif", two);
@@ -223,7 +223,7 @@ TEST_F(BatchTest, JsonTellsOfEveryFile) {
         const json& told = by[scans_ + name];
         EXPECT_GT(told["seconds"], 0.0);
         const std::string sum = Shell("convert-im6 " + Quoted(out_ + name) + " -endian LSB rgb:- | sha256sum");
-        // Pixels with a sample at an end, counted by hand.
+        // Pixels with a sample at either end of the range, counted here.
         const Picture after = ReadPictures(out_ + name)[0];
         const unsigned top = after.bits == 8 ? 255 : 65423;  // 16 bits: the curve of 65280
         int clipped = 0;
@@ -291,7 +291,7 @@ TEST_F(BatchTest, DryRunRefusesAFolderThatARunWouldRefuse) {
 TEST_F(BatchTest, AFolderThatWasMadeForNothingIsRemoved) {
     const std::string bad = folder_ / "bad";
     fs::create_directories(bad + "/deep");
-    // Damaged in its image data: refused after the folder was made.
+    // Its image data are damaged: it is refused after its folder is created.
     Shell("tiffcp -c zip " + Quoted(scans_ + "/a.tif") + " " + Quoted(bad + "/deep/a.tif"));
     std::string bytes = FileBytes(bad + "/deep/a.tif");
     std::fill(bytes.begin() + static_cast<long>(bytes.size() / 4), bytes.begin() + static_cast<long>(bytes.size() / 2),
@@ -299,7 +299,7 @@ TEST_F(BatchTest, AFolderThatWasMadeForNothingIsRemoved) {
     WriteBytes(bad + "/deep/a.tif", bytes);
     EXPECT_EQ(ConvertScan({bad, "-o", out_ + "/new/er"}).status, 1);
     EXPECT_FALSE(Exists(out_));
-    // What was there before stays, and what holds something.
+    // Folders that existed before stay, and so do folders that are not empty.
     fs::create_directories(out_ + "/new");
     fs::copy_file(scans_ + "/a.tif", bad + "/b.tif");
     EXPECT_EQ(ConvertScan({bad + "/deep", "-o", out_ + "/new/er"}).status, 1);
@@ -340,7 +340,7 @@ TEST_F(BatchTest, OnATerminalProgressIsShown) {
 TEST_F(BatchTest, InPlaceAFolderIsConvertedAndNothingTwice) {
     const Picture before = ReadPictures(scans_ + "/a.tif")[0];
     ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "--in-place"}).status, 0);
-    // As after a run that was stopped: one file is done, two are not.
+    // The state after an interrupted run: one file is done, two are not.
     const Outcome again = ConvertScan({scans_, "--in-place"});
     EXPECT_THAT(again, Says(0, "a.tif is in srgb already, by its profile; --force converts it again"));
     EXPECT_THAT(again.err, HasSubstr("2 converted, 1 done already"));
@@ -348,7 +348,7 @@ TEST_F(BatchTest, InPlaceAFolderIsConvertedAndNothingTwice) {
     ExpectSrgb(scans_ + "/deep/a.tif", Input("photo-8.tif"));
     const Picture once = ToSrgb(before);
     EXPECT_THAT(ReadPictures(scans_ + "/a.tif")[0].values, EqualTo(once.values));
-    // To another space, with a shift, or by force it is a conversion like any other.
+    // Another space, an offset or --force converts it like any other file.
     ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "--in-place", "--force"}).status, 0);
     EXPECT_THAT(ReadPictures(scans_ + "/a.tif")[0].values, EqualTo(ToSrgb(once).values));
     for (const Words& more : {Words{"--lightness", "1"}, Words{"--to", "adobe-rgb"}}) {
@@ -370,7 +370,7 @@ TEST(ProgressLineTest, FitsTheTerminal) {
         EXPECT_LE(tool::ProgressLine("a/very/long/path/to/scan.tif", 1, 9, 0.5, 0.5, 9, columns).size(), columns);
     }
     EXPECT_EQ(tool::ProgressLine("a/very/long/path/to/scan.tif", 1, 1, 0.5, 0.5, -1, 20), "...to/scan.tif  50%");
-    // A name is not cut within a letter.
+    // A name is never cut inside a character.
     EXPECT_EQ(tool::ProgressLine("\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9", 1, 1, 0.5, 0.5, -1, 15),
               "...\u00e9\u00e9\u00e9  50%");
     EXPECT_EQ(tool::Duration(59.4), "0:59");

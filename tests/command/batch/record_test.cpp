@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Runs that go on where others ended; the record that they go by, also one that somebody else prepared; what a
-// conversion is known by in it; and lists of names and curves that never end.
+// Runs that resume earlier ones; the record that they use, also one prepared by somebody else; the fingerprint of a
+// conversion in it; and endless lists of names and curves.
 #include <sys/stat.h>
 
 #include <csignal>
@@ -31,24 +31,24 @@ TEST_F(ResumeTest, SkipsWhatIsDoneTheSameWayAndNothingElse) {
     const auto again = [&](const Words& more) { return ConvertAll(Words{"--resume"} + more); };
     Outcome run = again({});
     EXPECT_THAT(run, Says(0, "0 converted, 3 done already"));
-    // Another option, and a file that exists already.
+    // Another option, while the outputs exist.
     EXPECT_THAT(again({"--intent", "relative"}), Says(1, "0 converted, 3 refused"));
     run = again({"--intent", "relative", "--force"});
     EXPECT_THAT(run.err, HasSubstr("3 converted"));
     EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("3 done already"));
-    // A source of the same size and time with another content.
+    // A source of the same size and time with other contents.
     std::string bytes = FileBytes(scans_ + "/deep/a.tif");
     const auto time = fs::last_write_time(scans_ + "/deep/a.tif");
     bytes[1000] = static_cast<char>(bytes[1000] + 1);
     WriteBytes(scans_ + "/deep/a.tif", bytes);
     fs::last_write_time(scans_ + "/deep/a.tif", time);
     EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
-    // An output that is gone, or changed.
+    // An output that is missing or changed.
     fs::remove(out_ + "/a.tif");
     EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("1 converted, 2 done already"));
     WriteBytes(out_ + "/a.tif", "spoilt");
     EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
-    // A record that was cut off counts for what is whole.
+    // Of a truncated record, the complete lines count.
     std::ofstream(out_ + "/.hueweave.jsonl", std::ios::app) << "{\"output\": \"a.t";
     EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("0 converted, 3 done already"));
 }
@@ -63,16 +63,16 @@ TEST_F(ResumeTest, AfterAKill) {
 
 TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
     const Words words{"-j", "1", scans_, "-o", out_, "--resume"};
-    // Killed in the call that gives the second output its name.
+    // Killed in the call that names the second output.
     EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:2:-7")}).signal, SIGKILL);
     EXPECT_EQ(Outputs().size(), 2U);
     EXPECT_THAT(ConvertScan(words), Says(0, "1 converted, 2 done already"));
-    // What was recorded but never got its name is converted.
+    // A file that was recorded but never named is converted.
     fs::remove_all(out_);
     EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:0:28")}).status, 1);
     EXPECT_FALSE(Exists(out_)) << "nothing was written, and something is left";
     EXPECT_THAT(ConvertScan(words).err, HasSubstr("3 converted"));
-    // An output that stays because its replacement did not come is known too.
+    // An output that stays because its replacement failed is still in the record.
     EXPECT_EQ(ConvertAll({"-j", "1", "--force"}, {.setenv = Faults("renameat2:0:5")}).status, 1);
     EXPECT_THAT(ConvertScan(words).err, HasSubstr("0 converted, 3 done already"));
 }
@@ -85,7 +85,7 @@ TEST_F(ResumeTest, ARecordOfNothingIsRemovedButNotThatOfOthers) {
     };
     fs::create_directory(out_);
     EXPECT_EQ(fail({}), Words{});
-    // One that was there before, and that of a shard, which others may be writing to.
+    // A record that existed before stays, and so does that of a shard, which other processes may be writing to.
     WriteBytes(out_ + "/.hueweave.jsonl", "");
     EXPECT_EQ(fail({}), Words{".hueweave.jsonl"});
     fs::remove(out_ + "/.hueweave.jsonl");
@@ -95,7 +95,8 @@ TEST_F(ResumeTest, ARecordOfNothingIsRemovedButNotThatOfOthers) {
 class RecordTest : public BatchTest {
 protected:
     RecordTest() { fs::create_directory(out_); }
-    /// A run that must not use the record: all is converted and the reason is said once; with --resume it is refused.
+    /// A run that must not use the record: it converts all files and gives the reason once; with --resume it is
+    /// refused.
     void ExpectUnused(const std::string& reason) const {
         const std::string about = record_ + ": " + reason;
         const Outcome run = Timed({scans_, "-o", out_});
@@ -197,7 +198,7 @@ TEST_F(RecordTest, ASignalEndsTheWaitingForAListThatNobodyWrites) {
         const Outcome run = Hueweave({"convert", scans_, option, pipe, "-o", out_}, {.meanwhile = TerminateIdle});
         EXPECT_EQ(run.signal, SIGTERM) << run.err;
     }
-    // One that is written late, or by a process, is read.
+    // A list that is written late, or by a process, is read.
     const std::string to = " -o " + Quoted(out_);
     Shell("(sleep 0.3; echo " + Quoted(scans_ + "/a.tif") + ") > " + pipe + " & " +
           ConvertLine("--files-from " + pipe + to));
@@ -244,7 +245,7 @@ TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
     EXPECT_EQ(read(large + "\nb\n", 5), (Words{"xxxxxx", "b"}));
     EXPECT_EQ(read("a\n" + large, 5), (Words{"a", "xxxxxx"}));
     EXPECT_EQ(read(large + "\n" + large, 200000), (Words{large, large}));
-    // A block of 64 KiB ends within the line, where it is as long as a line may be.
+    // The first block of 64 KiB ends inside a line of the greatest length.
     EXPECT_EQ(read(std::string((std::size_t{64} << 10) - 5, '\n') + "123456\n", 5).back(), "123456");
     LineReader none(-1, '\n', 5);
     std::string line;
@@ -252,7 +253,7 @@ TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
     EXPECT_EQ(none.error(), EBADF);
 }
 
-/// By sha256sum, of what is written behind the options.
+/// By sha256sum, over the options followed by the file.
 std::string SumOf(const std::string& options, const std::string& path) {
     return Shell("{ echo " + Quoted(options) + "; cat " + Quoted(path) + "; } | sha256sum").substr(0, 64);
 }
@@ -269,7 +270,7 @@ protected:
         return text;
     }
     static tool::Bytes BytesOf(const std::string& text) { return {text.begin(), text.end()}; }
-    /// Takes ranges of the file, each with bytes of `taken`, which differ from those in the file.
+    /// Records the given ranges of the file as read, with the bytes of `taken_`, which differ from those in the file.
     std::string After(const std::vector<tool::Extent>& ranges) {
         tool::Report report(true, false);
         const tool::Target target{"srgb", {}, {}, "of-the-target", {}};
@@ -285,7 +286,7 @@ protected:
         }
         return fingerprint.Finish();
     }
-    /// The sum of the file with the given ranges in place of its own.
+    /// The expected sum: that of the file with the given ranges replaced.
     std::string Wanted(const std::vector<tool::Extent>& ranges) {
         std::string bytes = Text('f', kSize);
         for (const tool::Extent& range : ranges) {
@@ -307,20 +308,20 @@ TEST_F(FingerprintTest, IsTheSumOfTheOptionsAndTheSource) { EXPECT_EQ(After({}),
 TEST_F(FingerprintTest, DoesNotReadAgainWhatItTookInOrder) {
     EXPECT_EQ(After({{0, kSize}}), Wanted({{0, kSize}}));
     EXPECT_EQ(After({{0, 10}, {10, 1}, {11, 500}}), Wanted({{0, 511}}));
-    // Behind the header, a directory, and a gap of the largest size.
+    // Ranges after the header and a directory, and after a gap of the greatest size.
     const std::vector<tool::Extent> apart{{8, 100}, {200, 100}, {300 + kMega, 7}};
     EXPECT_EQ(After(apart), Wanted(apart));
 }
 
 TEST_F(FingerprintTest, ReadsWhatCameOutOfOrder) {
     EXPECT_EQ(After({{8, 100}, {109 + kMega, 7}, {108, 2}}), Wanted({{8, 102}}));
-    // Ranges that lie over each other count once, with the bytes that came first.
+    // Bytes of overlapping ranges count once, as they were first read.
     EXPECT_EQ(After({{50, 50}, {0, 60}, {40, 60}, {90, 20}}), Wanted({{50, 60}}));
 }
 
 class RecordedFingerprintTest : public BatchTest {
 protected:
-    /// By output.
+    /// The fingerprints, by the name of the output.
     std::map<std::string, std::string> Recorded() const {
         std::map<std::string, std::string> all;
         for (const std::string& line : Lines(FileBytes(out_ + "/.hueweave.jsonl"))) {
@@ -338,12 +339,12 @@ TEST_F(RecordedFingerprintTest, IsTheSameInWhateverOrderASourceIsRead) {
     Shell("tiffcp -c none -t -w 64 -l 32 " + photo + " " + photo + " " + Quoted(scans_ + "/tiles.tif"));
     Shell("tiffcp -c none -B " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/big-endian.tif"));
     fs::copy_file(Input("large-16.tif"), scans_ + "/large.tif");
-    // One file on four threads, then files side by side.
+    // One file with four threads, then several files in parallel.
     ASSERT_EQ(ConvertScan({scans_ + "/large.tif", "-o", out_ + "/", "-j", "4"}).status, 0);
     const Outcome run = ConvertAll({"-j", "4", "--resume"});
     EXPECT_THAT(run.err, HasSubstr("6 converted, 1 done already"));
     const std::string profile = Shell("sha256sum " + Quoted(Input("scanner.icc"))).substr(0, 64);
-    const std::string none = Shell("sha256sum /dev/null").substr(0, 64);  // the library makes its profile later
+    const std::string none = Shell("sha256sum /dev/null").substr(0, 64);  // the library builds its profile later
     const auto recorded = Recorded();
     EXPECT_EQ(recorded.size(), 7U);
     for (const auto& [name, fingerprint] : recorded) {
@@ -351,7 +352,7 @@ TEST_F(RecordedFingerprintTest, IsTheSameInWhateverOrderASourceIsRead) {
             HUEWEAVE_VERSION " library srgb " + none + " perceptual false 0 0 0 0 false " + profile;
         EXPECT_EQ(fingerprint, SumOf(options, scans_ + "/" + name)) << name;
     }
-    // With an earlier run to compare with, the source is hashed before it is converted.
+    // To be compared with an earlier run, the source is hashed before it is converted.
     fs::remove(scans_ + "/large.tif");
     for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
     ASSERT_EQ(ConvertAll({"--resume"}).status, 0);
@@ -362,7 +363,7 @@ TEST_F(RecordedFingerprintTest, APlainSourceIsReadOnce) {
     const std::string photo = Quoted(Input("photo-16.tif")), pages = folder_ / "pages.tif";
     Shell("tiffcp -c none " + photo + " " + photo + " " + photo + " " + photo + " " + Quoted(pages));
     const auto readBytes = [](const std::string& words) {
-        // A shell that waited for a command has read what the command has read.
+        // The counts of a shell include those of the commands that it waited for.
         const std::string all = Shell("sh -c " + Quoted(words + "; cat /proc/$$/io"));
         return std::stoull(all.substr(all.find("rchar: ") + 7));
     };
@@ -371,7 +372,8 @@ TEST_F(RecordedFingerprintTest, APlainSourceIsReadOnce) {
     const auto small = readBytes(convert + Quoted(Input("photo-16.tif")) + " -o " + Quoted(out_ + "/small/"));
     const auto large = readBytes(convert + Quoted(pages) + " -o " + Quoted(out_ + "/large/"));
     EXPECT_EQ(NamesIn(out_ + "/large"), (Words{".hueweave.jsonl", "pages.tif"}));
-    // Four pages less one, and a little for their directories; then all four, beside what any process reads.
+    // The difference is three pages and some bytes for their directories; then all four pages, without what any run
+    // reads.
     EXPECT_LT(large - small, size * 8 / 10);
     EXPECT_LT(large - readBytes(HUEWEAVE_COMMAND " spaces"), size * 5 / 4);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The profile that the engine takes in place of one that it does not take.
+// The profile that replaces one that the engine does not accept.
 #include <algorithm>
 
 #include "command/support/DeviceProfiles.h"
@@ -52,7 +52,7 @@ TEST_P(BakedTest, BakeGivesTheSamePixelsAndEveryTable) {
     }
     EXPECT_EQ(tables, (Words{"A2B0", "A2B1", "A2B2"}));
     for (const auto& intent : told["intents"]) EXPECT_EQ(intent["served"], "yes");
-    // Little CMS reads the same colours from it as from the original.
+    // In Little CMS it gives the same colours as the original.
     EXPECT_THAT(ExifTool({"-s3", "-ICC_Profile:MediaWhitePoint", baked_}), testing::Not(""));
     const json compared = Told({"verify", baked_});
     EXPECT_LT(compared["library"]["mean"], 0.6);
@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(Every, BakedTest,
 class BakeTest : public ProfileTest {};
 
 TEST_F(BakeTest, NodesOfATableStandAtStepsOfLight) {
-    // A profile of AdobeRGB's primaries, each channel with a gamma of its own, and steps of light to the power 2/3.
+    // A profile with AdobeRGB's primaries and a different gamma for each channel; and steps of light to the power 2/3.
     constexpr Triple kGamma{2.203125, 2.1875, 2.25};
     const Profile device = OpenProfile(Input("wide.icc"));
     constexpr cmsTagSignature kColorants[] = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
@@ -93,7 +93,7 @@ TEST_F(BakeTest, NodesOfATableStandAtStepsOfLight) {
     const Profile baked = OpenProfile(baked_);
     std::vector<unsigned char> table(cmsReadRawTag(baked.get(), cmsSigAToB0Tag, nullptr, 0));
     cmsReadRawTag(baked.get(), cmsSigAToB0Tag, table.data(), static_cast<cmsUInt32Number>(table.size()));
-    // Head, numbers of entries, three curves of 4096 entries, the grid, three curves of two.
+    // Header, numbers of entries, three curves of 4096 entries, the grid, three curves of two entries.
     constexpr std::size_t kCurves = 52, kGrid = kCurves + 2 * 3 * 4096, kEnd = kGrid + 2 * 3 * 33 * 33 * 33;
     ASSERT_EQ(table.size(), kEnd + 2 * 3 * 2);
     std::size_t at = kCurves;
@@ -126,13 +126,14 @@ TEST_F(BakeTest, NeverWritesOverAFile) {
     EXPECT_EQ(Hueweave({"bake", profile_, "-o", profile_, "--force"}).status, 5);
     EXPECT_EQ(Hueweave({"bake", Input("wide.icc"), "-o", profile_, "--force"}).status, 0);
     EXPECT_NE(FileBytes(profile_), before);
-    // The same profile always becomes the same bytes.
+    // The same profile always gives the same bytes.
     EXPECT_EQ(Hueweave({"bake", Input("matrix.icc"), "-o", profile_, "--force"}).status, 0);
     EXPECT_EQ(FileBytes(profile_), before);
 }
 
 TEST_F(BakeTest, AMatrixProfileGetsStepsOfLight) {
-    // Its device is additive: between nodes at steps of light, interpolation follows it, and not at steps of samples.
+    // The device is additive: interpolation between grid points is exact if they are evenly spaced in light, not in
+    // samples.
     const Outcome run = Hueweave({"bake", Input("matrix.icc"), "-o", out_});
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.err, testing::AnyOf(HasSubstr("in steps of linear light;"), HasSubstr("in steps of light to the")));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Words of the command line, and the options that they become.
+// Arguments of the command line and the options that they set.
 #include "cli/CommandLine.h"
 #include "cli/ConvertCommand.h"
 #include "cli/VerifyCommand.h"
@@ -14,7 +14,7 @@ std::unique_ptr<Command> ParseWords(std::vector<const char*> words) {
     return ParseCommandLine(static_cast<int>(words.size()), words.data());
 }
 
-/// What one more word makes of a conversion.
+/// The options of a conversion with one more argument.
 ConvertOptions ConvertWith(const std::string& word) {
     const auto command = ParseWords({"convert", "x", "-o", "y", word.c_str()});
     return dynamic_cast<const ConvertCommand&>(*command).options();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What inspect tells of files that lack something, and of the parts of a table.
+// The output of inspect for incomplete files and for the parts of a table.
 #include "command/support/DeviceProfiles.h"
 #include "command/support/ProfileTest.h"
 #include "command/support/TiffMaker.h"
@@ -47,7 +47,7 @@ TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
     EXPECT_EQ(ToldOf()["class"], "link");
     EXPECT_FALSE(ToldOf().contains("white"));
     WriteDeviceProfile(file_, Form::MabCurves);
-    // D50 with 16 bits behind the point: 0.9642, 1 and 0.8249, rounded to 65536ths.
+    // D50 in fixed point with 16 fractional bits: 0.9642, 1 and 0.8249, rounded to multiples of 1/65536.
     EXPECT_EQ(ToldOf()["white"], (json{63190 / 65536.0, 1.0, 54061 / 65536.0}));
 }
 

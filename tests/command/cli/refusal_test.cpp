@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What cannot be converted is refused on one line with a remedy, and nothing is written.
+// Files that cannot be converted are refused in one line with a remedy, and nothing is written.
 #include "command/support/FileTest.h"
 
 namespace hueweave::test {
@@ -8,7 +8,7 @@ namespace {
 
 class RefusalTest : public FileTest {
 protected:
-    /// Refuses the photograph for its profile.
+    /// Expects the photograph to be refused because of its profile.
     void ExpectProfileRefusal(const std::string& reason, const Words& more) const {
         WriteBytes(in_, FileBytes(Input("photo-8.tif")));
         EXPECT_THAT(Hueweave(Words{"convert", in_, "-o", out_} + more), Refuses(3, reason));
@@ -42,7 +42,7 @@ const BadImage kBadImages[] = {
     {"Cmyk", "convert-im6 $in -colorspace CMYK $out", "holds CMYK pixels, not RGB"},
     {"Palette", "convert-im6 $in -colors 64 -type Palette $out", "holds palette pixels, not RGB"},
     {"Lab", "convert-im6 $in -colorspace Lab $out", "holds Lab pixels, not RGB"},
-    // ImageMagick writes the file and complains of a tag that it did not need.
+    // ImageMagick writes the file and reports an error about a tag that it does not need.
     {"FloatingPoint",
      "convert-im6 -size 20x20 xc:red -depth 32 -type TrueColor -define quantum:format=floating-point -compress none "
      "$out 2>/dev/null || tiffinfo $out | grep -q 'IEEE floating point'",
@@ -56,7 +56,7 @@ const BadImage kBadImages[] = {
     {"DeflatePredictor42", "tiffcp -s -c zip:2 $in $out; tiffset -s 317 42 $out", kPredictor42},
     {"OnePageOfSeveral", "convert-im6 $in -colorspace Gray tiff:$out.grey; tiffcp $in $out.grey $out; rm $out.grey",
      "page 2 holds grey pixels"},
-    // The directory stands almost at 4 GiB: the profile does not fit behind it.
+    // The directory is just below 4 GiB, which leaves no room for the profile.
     {"BeyondFourGigabytes", "tiffcp -s -c none -r 238 $in $out; truncate -s 4294967200 $out",
      "would pass the 4 GiB that a classic TIFF file can hold"},
 };
@@ -72,8 +72,8 @@ TEST_F(RefusalTest, ACutOrDamagedImage) {
             WriteBytes(in_, whole.substr(0, size * percent / 100));
             ExpectRefusal("in.tif: ");
         }
-        if (scheme == "none" || scheme == "packbits") continue;  // which cannot tell
-        // From the first tenth of the image data on, nothing but zeros.
+        if (scheme == "none" || scheme == "packbits") continue;  // these have no way to detect damage
+        // Zeros from the first tenth of the image data on.
         WriteBytes(in_, std::string(whole).replace(8 + size / 10, size / 2, size / 2, '\0'));
         ExpectRefusal("contains damaged image data");
     }
@@ -121,7 +121,7 @@ TEST_F(RefusalTest, CurvesThatAreNone) {
 
 struct BadLine {
     const char* name;
-    const char* line;  ///< of a shell, behind the name of the command
+    const char* line;  ///< a shell line that follows the name of the command
     const char* reason;
 };
 void PrintTo(const BadLine& row, std::ostream* out) { *out << row.name; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The differences between a profile and what the engine makes of it.
+// The colour differences between a profile and the engine's conversion by it.
 #include <algorithm>
 #include <numeric>
 
@@ -20,7 +20,7 @@ class VerifyTest : public ProfileTest {};
 TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
     WriteDeviceProfile(profile_, Form::Matrix4);
     Bake(profile_);
-    // Five colours, since five are told.
+    // Five colours, because verify reports five.
     const std::vector<std::uint16_t> bytes{255, 255, 255, 0, 0, 0, 51, 102, 153, 204, 153, 20, 180, 240, 200};
     const std::string image = folder_ / "five.tif";
     OneStrip(std::string(bytes.begin(), bytes.end()), {.width = 5, .height = 1}).Save(image);
@@ -66,7 +66,7 @@ TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
 }
 
 TEST_F(VerifyTest, CountsWhatLiesOutsideTheSpace) {
-    // Of AdobeRGB's corners, sRGB holds black and white alone.
+    // Of the corners of AdobeRGB, only black and white are inside sRGB.
     const Outcome run = Hueweave({"verify", Input("wide.icc"), "--points", "2"});
     EXPECT_THAT(run.out, HasSubstr("Outside the space and cut to it: 6 of 8 (75.0 %)"));
 }
@@ -96,7 +96,7 @@ TEST_F(VerifyTest, SetsTheStatusByItsLimit) {
 TEST_F(VerifyTest, FindsTheSameFiguresAsAnIndependentMeasurement) {
     ASSERT_EQ(ConvertBy(Input("matrix.icc")).status, 0);
     const json image = Told({"verify", Input("matrix.icc"), "--image", in_});
-    // One counts every colour once, the other every seventh pixel.
+    // One counts each colour once, the other takes every seventh pixel.
     EXPECT_NEAR(image["library"]["mean"], MeanDifference(in_, Input("matrix.icc"), 0, out_), 0.2);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The exact precision, against Little CMS in floating point.
+// The exact precision, compared with Little CMS in floating point.
 #include <algorithm>
 #include <cmath>
 
@@ -23,7 +23,7 @@ protected:
     Outcome Convert(const Words& more) const {
         return Hueweave(Words{"convert", "--profile", Input("scanner.icc"), "-o", out_, "--force"} + more);
     }
-    /// The samples of a picture by Little CMS in floating point, rounded.
+    /// The samples of an image converted by Little CMS in floating point and rounded.
     static Picture Truth(Picture picture, const std::string& from, const std::string& to, int intent = 0,
                          unsigned flags = 0) {
         const Profile source = OpenProfile(from), target = ProfileOf(to);
@@ -41,7 +41,7 @@ protected:
         }
         return picture;
     }
-    /// `most` is the largest difference of a sample; at least 99 % of samples of 8 bits are equal.
+    /// `most` is the largest difference of any sample; at least 99 % of 8-bit samples are equal.
     static void ExpectNear(const Picture& got, const Picture& wanted, int most) {
         ASSERT_EQ(got.values.size(), wanted.values.size());
         std::size_t other = 0;
@@ -82,7 +82,7 @@ TEST_F(ExactTest, ConvertsToAnyRgbProfile) {
         EXPECT_EQ(got.icc, FileBytes(Input(target)));
         ExpectNear(got, Truth(ReadPictures(in_)[0], Input("scanner.icc"), got.icc, 1), 100);
     }
-    WriteDeviceProfile(profile_, Form::Mft1);  // goes one way alone
+    WriteDeviceProfile(profile_, Form::Mft1);  // has no table from PCS to device
     EXPECT_THAT(Convert({"--to", profile_, in_}), Refuses(3, "has no table from colours to its device"));
     EXPECT_THAT(Convert({"--to", "./missing.icc", in_}), Refuses(3, "cannot be read"));
 }
@@ -120,10 +120,10 @@ TEST_F(ExactTest, LeavesColoursThatAreInTheSpaceAlready) {
     const Outcome inPlace = Hueweave({"convert", out_, "--in-place", "--force"});
     EXPECT_THAT(inPlace.err, HasSubstr("is in srgb already\n"));
     EXPECT_EQ(FileBytes(out_), before);
-    // What the library converted is in sRGB as well.
+    // The library's output is in sRGB as well.
     ASSERT_EQ(Convert({"--precision", "library", in_}).status, 0);
     EXPECT_THAT(Hueweave({"convert", out_, "-o", again, "--force"}).err, HasSubstr("is in srgb already"));
-    // Other colours are converted.
+    // Another target space is a conversion.
     EXPECT_THAT(Hueweave({"convert", out_, "-o", again, "--force", "--to", "adobe-rgb"}).err,
                 Not(HasSubstr("already")));
 }
@@ -142,7 +142,8 @@ TEST_F(ExactTest, TagsACopyThatHadNoProfile) {
 }
 
 TEST_F(ExactTest, ShiftsColours) {
-    // In CIE LCh between the profiles: half the hue circle turns a* and b* over, and lightness alone keeps them.
+    // Offsets apply in CIE LCh between the profiles: half the hue circle negates a* and b*, and lightness alone keeps
+    // them.
     const json told = json::parse(
         Convert({"--json", "--lightness", "5", "--chroma", "-4", "--hue", "20", "--to", "rec2020", in_}).out);
     EXPECT_EQ(told["way"], "direct");
@@ -175,7 +176,7 @@ TEST_F(ExactTest, KnowsSpacesByOtherNames) {
 }
 
 TEST_F(ExactTest, LibraryRefusesProfilesThatItConvertsWrongly) {
-    // Colours far beyond those that Lab can be encoded for.
+    // Colours far outside the range of the Lab encoding.
     const cmsCIExyYTRIPLE primaries{{0.98, 0.01, 1}, {0.01, 0.98, 1}, {0.01, 0.01, 1}};
     cmsToneCurve* const line = cmsBuildGamma(nullptr, 1.0);
     cmsToneCurve* const curves[] = {line, line, line};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Which profiles are taken and refused, which one of several converts a page, and what goes to the engine with it.
+// Which profiles are accepted, which of several converts a page, and what is passed to the engine with it.
 #include "command/support/DeviceProfiles.h"
 #include "command/support/Picture.h"
 #include "command/support/ProfileTest.h"
@@ -17,7 +17,7 @@ class ProfilesTest : public ProfileTest {};
 TEST_F(ProfilesTest, ATableThatTheEngineTakesIsPassedOn) {
     const Outcome run = ConvertScan({in_, "-o", out_});
     EXPECT_THAT(run.err, Not(HasSubstr("baked")));
-    // "A2B0" alone serves no other intent.
+    // "A2B0" alone does not serve other intents.
     const Outcome other = ConvertScan({"--intent", "relative", in_, "-o", out_, "--force"});
     EXPECT_THAT(other.err, HasSubstr("it has no table A2B1; the library uses a profile baked from it"));
     EXPECT_LT(MeanDifference(in_, Input("scanner.icc"), 1, out_), 0.6);
@@ -29,7 +29,7 @@ TEST_F(ProfilesTest, ProfilesByArgyll) {
             ASSERT_THAT(ConvertBy(Input(name), {"--to", space}), Succeeds());
             EXPECT_LT(MeanDifference(in_, Input(name), 0, out_), 0.6) << name << " " << space;
         }
-        // The white of a screen is no colour of its pictures, that of a sheet of paper is one.
+        // The white point of a display is not reproduced as a colour; that of paper is.
         ASSERT_EQ(ConvertBy(Input(name), {"--intent", "absolute"}).status, 0);
         EXPECT_LT(MeanDifference(in_, Input(name), 3, out_), 0.6) << name;
     }
@@ -81,7 +81,7 @@ TEST_F(ProfilesTest, TheEmbeddedProfileIsTheDefaultAndTheGivenOneWins) {
 }
 
 TEST_F(ProfilesTest, EachPageIsConvertedByItsOwnProfile) {
-    // The second is of another depth, and its profile is baked.
+    // The second page has another bit depth and a profile that must be baked.
     const std::string pages = folder_ / "pages.tif", scanner = Input("scanner.icc"), matrix = Input("matrix.icc");
     Bake(matrix);
     Embed(scanner, folder_ / "0.tif");
@@ -109,7 +109,7 @@ TEST_F(ProfilesTest, OwnCurvesGoToTheEngineAndIntoTheProfile) {
     });
     ASSERT_THAT(ConvertBy(Input("scanner.icc"), {"--curve", curve}), Succeeds());
     EXPECT_LT(MeanDifference(in_, Input("scanner.icc"), 0, out_), 0.8);
-    // A curve that falls has no profile.
+    // A falling curve cannot be described by a profile.
     write([](int i) { return std::to_string(i < 100 ? i : 200 - i / 2) + ",0,0"; });
     EXPECT_THAT(ConvertBy(Input("scanner.icc"), {"--curve", curve}), Says(2, "leave the profile out with --no-tag"));
     EXPECT_EQ(ConvertBy(Input("scanner.icc"), {"--curve", curve, "--no-tag"}).status, 0);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The encodings of an output: its pixels, the profile that describes them, and the memory that making it takes.
+// Output encodings: their pixels, the profiles that describe them, and the memory for building these.
 #include <lcms2.h>
 #include <malloc.h>
 
@@ -28,7 +28,7 @@ using testing::HasSubstr;
 
 struct SpaceRow {
     const char* name;
-    int code8;  ///< of the public header; the 16-bit one follows it; 0 for the one that a table makes
+    int code8;  ///< from the public header; the 16-bit code is one higher; 0 for an encoding made by a table
 };
 void PrintTo(const SpaceRow& row, std::ostream* out) { *out << row.name; }
 constexpr SpaceRow kSpaces[] = {{"srgb", 8},
@@ -56,9 +56,9 @@ TEST_P(SpaceTest, PixelsAreTheEngines) {
         };
         if (code8 != 0) {
             wanted = ByEngine(wanted, Input("scanner.icc"), 0, code8 + (bits == 16));
-            if (bits == 16 && code8 == 36) widen();  // this curve has 256 steps at both depths
+            if (bits == 16 && code8 == 36) widen();  // this curve has 256 steps at either depth
         } else {
-            // Gamma 1.8 at 16 bits, taken back to light and forth to a gamma of 563/256.
+            // Gamma 1.8 at 16 bits, decoded to light and encoded with a gamma of 563/256.
             if (bits == 8) widen();
             wanted.bits = 16;
             wanted = ByEngine(wanted, Input("scanner.icc"), 0, 23);
@@ -75,7 +75,7 @@ TEST_P(SpaceTest, PixelsAreTheEngines) {
 TEST_P(SpaceTest, TheEmbeddedProfileDescribesThem) {
     ASSERT_EQ(ConvertScan({"--to", GetParam().name, in_, "-o", out_}).status, 0);
     const bool look = std::string(GetParam().name).starts_with("kodak");
-    // The darkest tones of the looks are cut to black, and the paper of one to white.
+    // The looks clip their darkest tones to black, and one of them clips paper to white.
     EXPECT_LT(MeanDifference(in_, Input("scanner.icc"), 0, out_), look ? 4.5 : 0.6);
     const std::string told = ExifTool({"-s3", "-ICC_Profile:ProfileDescription", "-ICC_Profile:ProfileClass", out_});
     EXPECT_THAT(told, HasSubstr("Display Device Profile"));
@@ -92,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(Every, SpaceTest, testing::ValuesIn(kSpaces), [](const 
 class SpacesTest : public ProfileTest {};
 
 TEST_F(SpacesTest, TheProfilesOfKnownSpacesAgreeWithThoseOfOthers) {
-    // White, black and primaries of sRGB, and of AdobeRGB, through Little CMS against ArgyllCMS's profiles.
+    // White, black and primaries of sRGB and AdobeRGB by Little CMS, compared with ArgyllCMS's profiles.
     const Profile lab(cmsCreateLab2Profile(nullptr));
     const auto toLab = [&](const Profile& from) {
         return Transform(cmsCreateTransform(from.get(), TYPE_RGB_DBL, lab.get(), TYPE_Lab_DBL, 1, cmsFLAGS_NOOPTIMIZE));
@@ -111,7 +111,7 @@ TEST_F(SpacesTest, TheProfilesOfKnownSpacesAgreeWithThoseOfOthers) {
 }
 
 TEST_F(SpacesTest, TheCurvesOfALookHaveAnEntryASampleOrEnough) {
-    // Of the encoding's samples: of 8 bits, or of 16; the mix has 256 steps at both depths.
+    // One entry per sample value of the encoding, 8 or 16 bits; the mix has 256 steps at either depth.
     struct Row {
         const char *space, *in;
         cmsUInt32Number entries;
@@ -126,8 +126,8 @@ TEST_F(SpacesTest, TheCurvesOfALookHaveAnEntryASampleOrEnough) {
 }
 
 TEST(OutputProfileTest, TellsBradfordsAdaptationFromTheWhiteOfItsSpace) {
-    // From the white of xy 0.3127, 0.3290 to XYZ 0.9642, 1, 0.8249, in fractions and then rounded to 65536ths; and
-    // none.
+    // From the white point xy 0.3127, 0.3290 to XYZ 0.9642, 1, 0.8249, computed in fractions and then rounded to
+    // multiples of 1/65536; and the identity.
     constexpr int kFromD65[] = {68674, 1502, -3291, 1939, 64912, -1119, -606, 988, 49262};
     constexpr int kFromD50[] = {65536, 0, 0, 0, 65536, 0, 0, 0, 65536};
     for (const auto& [name, wanted] : {std::pair{"srgb", kFromD65}, std::pair{"colormatch-g18", kFromD50}}) {
@@ -146,7 +146,7 @@ TEST(OutputProfileTest, TellsBradfordsAdaptationFromTheWhiteOfItsSpace) {
 TEST(AdobeRgbTest, IsGamma18TakenBackToLight) {
     EXPECT_EQ(AdobeFromGamma18(0), 0);
     EXPECT_EQ(AdobeFromGamma18(65535), 65535);
-    // A linear grey of 0.18: by gamma 1.8 it is 0.18^0.5556, by AdobeRGB 0.18^(256/563).
+    // A linear grey of 0.18: gamma 1.8 gives 0.18^0.5556, AdobeRGB 0.18^(256/563).
     const auto sample = static_cast<std::uint16_t>(std::lround(65535 * std::pow(0.18, 0.5556)));
     EXPECT_NEAR(AdobeFromGamma18(sample), 65535 * std::pow(0.18, 256.0 / 563.0), 1.0);
 }
@@ -174,7 +174,7 @@ TEST(LcmsWorkTest, AllItsMemoryIsFreedWithIt) {
         LcmsWork lcms;
         lcms.Write(lcms.NewProfile(4.3, cmsSigDisplayClass, cmsSigXYZData), cmsSigRedTRCTag, lcms.Gamma(2.2));
     };
-    for (int i = 0; i < 10; ++i) work();  // what is kept for the next one
+    for (int i = 0; i < 10; ++i) work();  // fills the caches
     const std::size_t before = mallinfo2().uordblks;
     for (int i = 0; i < 100; ++i) work();
     EXPECT_EQ(mallinfo2().uordblks, before);

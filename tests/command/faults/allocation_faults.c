@@ -2,9 +2,9 @@
  * Copyright (c) The Hueweave authors
  *
  * Preloaded into the command under test: makes allocations fail. HUEWEAVE_ALLOCATION holds the number of the one that
- * fails, from 1 on; "7+" lets all from the seventh on fail. Counted is each call of malloc, calloc, realloc and of
- * those that align, from the first line of main on. The number of calls is written to the file that
- * HUEWEAVE_ALLOCATIONS_SEEN names, when the command ends by itself.
+ * fails, from 1 on; "7+" makes the seventh and all later ones fail. Every call of malloc, calloc, realloc and the
+ * aligned variants counts, from the first line of main on. When the command exits by itself, the number of calls is
+ * written to the file named by HUEWEAVE_ALLOCATIONS_SEEN.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -23,7 +23,7 @@ void* __libc_memalign(size_t alignment, size_t size);
 static atomic_long calls;
 static long fails;
 static int onwards, begun;
-static int seen = -1; /* opened at the start, while any file can be */
+static int seen = -1; /* opened at the start, while opening cannot fail */
 
 static int Fails(void) {
     if (!begun) return 0;
@@ -53,8 +53,8 @@ static void Tell(void) {
 }
 
 static int CountedMain(int count, char** words, char** environment) {
-    /* Registered here, so that it comes before what a build that counts lines writes at the end: that crashes without
-     * memory. */
+    /* Registered here, so that it runs before the exit handler of a build that measures coverage, which crashes
+     * without memory. */
     atexit(Tell);
     begun = 1;
     return realMain(count, words, environment);

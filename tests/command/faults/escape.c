@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: MIT
  * Copyright (c) The Hueweave authors
  *
- * Preloaded into the command under test: what a decoder would do that a hostile file took over. At the call of pread
- * that HUEWEAVE_ESCAPE_AT counts from 1 on, it tries ways out of the process, one after the other, and writes a line
- * for each to the file that stands open as descriptor HUEWEAVE_ESCAPE_TO: its name, and 0 or the errno. Nothing that
- * works ends the process, so that the command goes on. HUEWEAVE_OUTSIDE is a folder that the command line does not
- * name, with the files "secret" and "victim". It tries a few ways of each kind;
- * RestrictCallsTest and RestrictFilesTest try all of them.
+ * Preloaded into the command under test: does what a decoder could do after a hostile file took it over. At the call of
+ * pread with the number HUEWEAVE_ESCAPE_AT, from 1 on, it tries several ways out of the process in turn. For each it
+ * writes a line to the open descriptor HUEWEAVE_ESCAPE_TO: its name, and 0 or the errno. An attempt that succeeds does
+ * not end the process, so the command continues. HUEWEAVE_OUTSIDE is a folder that the command line does not name, with
+ * the files "secret" and "victim". Only a few ways of each kind are tried here; RestrictCallsTest and RestrictFilesTest
+ * try all of them.
  *
- * HUEWEAVE_KERNEL stands in for an older kernel: no version of Landlock above this number, and for 0 no seccomp either.
+ * HUEWEAVE_KERNEL simulates an older kernel: no version of Landlock above this number, and for 0 no seccomp either.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -56,7 +56,7 @@ static void TryAll(void) {
     Tell("remove", unlink(Outside("victim")));
     Tell("length", truncate(Outside("secret"), 3));
     TellClosing("internet", socket(AF_INET, SOCK_STREAM, 0));
-    /* Not there: where starting programs is allowed, the path is what is wrong. */
+    /* The path does not exist: where starting programs is allowed, the error is about the path. */
     char* const words[] = {"program", NULL};
     Tell("exec", execve("/nowhere/program", words, words));
     const pid_t child = fork();
@@ -67,7 +67,7 @@ static void TryAll(void) {
     char byte = 0;
     struct iovec here = {&byte, 1};
     Tell("memory", process_vm_readv(getpid(), &here, 1, &here, 1, 0));
-    /* Last: from here on, a signal would stop this process. */
+    /* Last, because a signal that is allowed would stop this process. */
     Tell("trace", ptrace(PTRACE_TRACEME, 0, NULL, NULL));
 }
 
@@ -81,7 +81,7 @@ static ssize_t Read(const char* name, int file, void* data, size_t size, off_t a
 ssize_t pread(int file, void* data, size_t size, off_t at) { return Read("pread", file, data, size, at); }
 ssize_t pread64(int file, void* data, size_t size, off_t at) { return Read("pread64", file, data, size, at); }
 
-/* The version that an older kernel would tell, or LONG_MAX. */
+/* The version that an older kernel would report, or LONG_MAX. */
 static long OldKernel(void) {
     const char* version = getenv("HUEWEAVE_KERNEL");
     return version == NULL ? __LONG_MAX__ : atol(version);

@@ -1,22 +1,22 @@
 /* SPDX-License-Identifier: MIT
  * Copyright (c) The Hueweave authors
  *
- * Preloaded into the command under test: makes calls of the system fail. HUEWEAVE_FAULT holds one fault or more,
- * separated by commas, each as "call:n:how": the n-th call from 1 on, or every one for n = 0. A call is named by its
- * function, or by its group for all functions that open, read, write, sync, name or mmap. Three more calls are tmpfile,
- * which is open with O_TMPFILE, proc, which is access below /proc, and owner and user, where lstat tells of `how` as
- * the owner and geteuid as the user. lseek is counted where it looks for holes.
+ * Preloaded into the command under test: makes system calls fail. HUEWEAVE_FAULT holds one or more faults, separated by
+ * commas, each as "call:n:how": the n-th call from 1 on, or every call for n = 0. A call is named by its function, or
+ * by its group for all functions that open, read, write, sync, name or mmap. Further names are tmpfile, an open with
+ * O_TMPFILE; proc, an access below /proc; and owner and user, for which lstat reports `how` as the owner and geteuid as
+ * the user. lseek counts only where it searches for holes.
  *
- * Above 0, `how` is the errno. For 0 a read or a write does half of what it was asked for. For -1 the call passes after
- * the file that HUEWEAVE_FAULT_FROM names was renamed to HUEWEAVE_FAULT_TO, for -2 after 50 milliseconds. For -3, -4
- * and -5 it ends in std::length_error, std::bad_alloc and std::runtime_error. For -6 the command is killed in place of
- * the call, for -7 right after it. The file that HUEWEAVE_FAULT_SEEN names, and that the command itself may not write
- * to, is no longer empty when a fault with a number has struck.
+ * A positive `how` is the errno. For 0 a read or write transfers half of the bytes. For -1 the call succeeds after the
+ * file named by HUEWEAVE_FAULT_FROM has been renamed to HUEWEAVE_FAULT_TO, for -2 after 50 milliseconds. For -3, -4 and
+ * -5 it throws std::length_error, std::bad_alloc and std::runtime_error. For -6 the command is killed instead of the
+ * call, for -7 right after it. The file named by HUEWEAVE_FAULT_SEEN, which the command itself may not write to, is no
+ * longer empty once a fault with a number has occurred.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
-#include <linux/fcntl.h> /* the constants; <fcntl.h> declares open with other parameters than those below */
+#include <linux/fcntl.h> /* for the constants; <fcntl.h> declares open with other parameters than those below */
 #include <pthread.h>
 #include <signal.h>
 #include <stdatomic.h>
@@ -34,7 +34,7 @@ static struct {
     atomic_int count;
 } faults[8];
 
-/* Opened at the start, while any file can be; not under the number of a standard stream. */
+/* Opened at the start, while opening cannot fail; never with the number of a standard stream. */
 static int seen = -1;
 
 __attribute__((constructor)) static void Begin(void) {
@@ -52,14 +52,14 @@ __attribute__((constructor)) static void Begin(void) {
     }
 }
 
-/* By the functions that the C++ library's own containers throw with. */
+/* Throws through the functions that the containers of the C++ library use. */
 static void Throw(int how) {
     if (how == -3) ((void (*)(const char*))dlsym(RTLD_NEXT, "_ZSt20__throw_length_errorPKc"))("vector");
     if (how == -4) ((void (*)(void))dlsym(RTLD_NEXT, "_ZSt17__throw_bad_allocv"))();
     ((void (*)(const char*))dlsym(RTLD_NEXT, "_ZSt21__throw_runtime_errorPKc"))("odd");
 }
 
-/* How the call at hand ends; -1 if it passes. */
+/* The error of the current call; -1 if it passes. */
 static int Strike(const char* name, const char* group) {
     for (int i = 0; i < 8 && faults[i].call[0] != 0; ++i) {
         const int how = faults[i].how, n = faults[i].n;
@@ -71,7 +71,7 @@ static int Strike(const char* name, const char* group) {
         if (how == -6) raise(SIGKILL);
         if (how != -1) return how;
         renameat(AT_FDCWD, getenv("HUEWEAVE_FAULT_FROM"), AT_FDCWD, getenv("HUEWEAVE_FAULT_TO"));
-        /* and then another fault may strike */
+        /* another fault may follow */
     }
     return -1;
 }
@@ -142,7 +142,7 @@ static int Owned(int result, struct stat* status) {
     return result;
 }
 int lstat(const char* path, struct stat* status) { return Owned(NEXT(lstat)(path, status), status); }
-/* On a machine of 64 bits, both have the same layout. */
+/* On a 64-bit machine both have the same layout. */
 int lstat64(const char* path, struct stat64* status) {
     return Owned(NEXT(lstat64)(path, status), (struct stat*)status);
 }

@@ -13,7 +13,7 @@ namespace hueweave::test {
 
 using Names = std::set<std::string>;
 
-/// A folder of three scans, one in a subfolder, with a text among them; and a place for what becomes of them.
+/// A folder of three scans, one of them in a subfolder, and a text file; and a folder for the outputs.
 class BatchTest : public testing::Test {
 protected:
     BatchTest() {
@@ -23,11 +23,11 @@ protected:
         Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
         WriteBytes(scans_ + "/notes.txt", "no image");
     }
-    /// The folder, with further words.
+    /// Converts the folder, with further arguments.
     Outcome ConvertAll(const Words& more = {}, test::Run how = {}) const {
         return ConvertScan(Words{scans_, "-o", out_} + more, std::move(how));
     }
-    /// More of the first file, as `name` with a number.
+    /// Copies the first file `count` times, as `name` with a number.
     void Copy(const std::string& name, int count) const {
         for (int i = 0; i < count; ++i) {
             std::filesystem::copy_file(scans_ + "/a.tif", scans_ + "/" + name + std::to_string(i) + ".tif");

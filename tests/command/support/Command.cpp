@@ -26,7 +26,7 @@
 namespace hueweave::test {
 namespace {
 
-/// What a program wrote.
+/// The output of a program.
 std::string Drain(std::FILE* file) {
     std::rewind(file);
     std::string text;
@@ -55,7 +55,7 @@ std::string Drain(std::FILE* file) {
 Outcome RunProgram(const Run& run) {
     std::FILE *const out = std::tmpfile(), *const err = std::tmpfile();
     if (out == nullptr || err == nullptr) throw std::runtime_error("no temporary file");
-    // A child's peak counts what its parent holds when it forks, even after exec.
+    // A child's peak includes its parent's memory at the time of the fork, even after exec.
     malloc_trim(0);
     const pid_t child = fork();
     if (child < 0) throw std::runtime_error("no process");
@@ -103,7 +103,7 @@ void TerminateIdle(pid_t child) {
         }
         return true;
     };
-    // For a while, since a thread may also wait for a lock, or for the disk.
+    // Repeated for a while, because a thread may also wait for a lock or for the disk.
     for (int idle = 0, tries = 0; idle < 12 && tries < 4000; ++tries) {
         usleep(5000);
         idle = waits() ? idle + 1 : 0;

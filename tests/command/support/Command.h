@@ -14,12 +14,12 @@
 
 namespace hueweave::test {
 
-/// What a program did.
+/// The result of a program.
 struct Outcome {
     int status = -1;  ///< exit status, or -1
-    int signal = 0;   ///< that ended it, or 0
+    int signal = 0;   ///< the signal that ended it, or 0
     std::string out, err;
-    long peakKb = 0;  ///< largest memory in KiB
+    long peakKb = 0;  ///< peak memory in KiB
 };
 
 inline void PrintTo(const Outcome& run, std::ostream* out) {
@@ -27,13 +27,13 @@ inline void PrintTo(const Outcome& run, std::ostream* out) {
          << ", and printed: " << run.out;
 }
 MATCHER(Succeeds, "") { return arg.status == 0; }
-/// The run ended with this status and said this among others; or this line and nothing else.
+/// The run ended with this status, and its messages include this one; or its only message is this line.
 MATCHER_P2(Says, status, part, "") { return arg.status == status && arg.err.find(part) != std::string::npos; }
 MATCHER_P2(SaysOnly, status, line, "") {
     return arg.status == status && arg.err == "hueweave: " + std::string(line) + "\n";
 }
 
-/// The run ended with this status and printed nothing but why, and what to do about it, on one line.
+/// The run ended with this status and printed only one line: the reason and the remedy.
 MATCHER_P2(Refuses, status, reason, "") {
     return arg.status == status && arg.out.empty() && arg.err.starts_with("hueweave: ") &&
            arg.err.find('\n') == arg.err.size() - 1 && arg.err.find(reason) != std::string::npos &&
@@ -41,7 +41,7 @@ MATCHER_P2(Refuses, status, reason, "") {
 }
 
 using Words = std::vector<std::string>;
-/// The words of both.
+/// Both lists joined.
 Words operator+(Words words, const Words& more);
 
 /// How a program is run.
@@ -49,46 +49,46 @@ struct Run {
     Words words{};
     std::string input{};  ///< path of standard input; empty for none
     std::map<std::string, std::string> setenv{};
-    std::function<void()> inChild{};         ///< before the program starts: limits
-    std::function<void(pid_t)> meanwhile{};  ///< in the parent, while it runs
+    std::function<void()> inChild{};         ///< runs before the program starts, for limits
+    std::function<void(pid_t)> meanwhile{};  ///< runs in the parent while the program runs
 };
 Outcome RunProgram(const Run& run);
 
-/// For `Run::meanwhile`: sends a signal after so many milliseconds.
+/// For `Run::meanwhile`: sends a signal after this many milliseconds.
 std::function<void(pid_t)> SignalAfter(int milliseconds, int signal);
-/// For `Run::meanwhile`: SIGTERM, and SIGKILL ten seconds later for a program that does not heed it. The second waits
-/// until all threads of the program wait, for input, for a reader, for each other.
+/// For `Run::meanwhile`: SIGTERM, then SIGKILL ten seconds later for a program that ignores it. The second function
+/// first waits until all threads of the program are waiting for input, for a reader or for each other.
 void Terminate(pid_t child);
 void TerminateIdle(pid_t child);
-/// For `Run::inChild`: what the modes of files forbid is forbidden to the superuser too.
+/// For `Run::inChild`: makes file modes apply to the superuser too.
 void HeedModes();
-/// For `Run::setenv`: calls of the system that fail, as faults.c understands them.
+/// For `Run::setenv`: system calls that fail, in the syntax of faults.c.
 std::map<std::string, std::string> Faults(const std::string& faults, const std::string& seen = "");
 
-/// The command under test with these words, run as `how` says.
+/// Runs the command under test with these arguments, as `how` says.
 Outcome Hueweave(const Words& words, Run how = {});
-/// `convert` by the profile of the scanner, with these words after it.
+/// `convert` with the scanner's profile, followed by these arguments.
 Outcome ConvertScan(const Words& more, Run how = {});
-/// The same as a line of shell.
+/// The same as a shell line.
 std::string ConvertLine(const std::string& words);
-/// Another program by a line of shell. Fails the test if the line fails. Returns its standard output.
+/// Runs a shell line with other programs. Fails the test if the line fails. Returns its standard output.
 std::string Shell(const std::string& line);
 
-/// The name of a row of INSTANTIATE_TEST_SUITE_P.
+/// The name of a row, for INSTANTIATE_TEST_SUITE_P.
 inline constexpr auto NameOfRow = [](const auto& row) { return std::string(row.param.name); };
 
 /// A path in single quotes.
 std::string Quoted(const std::string& path);
-/// A file that make-inputs made.
+/// The path of a file made by make-inputs.
 std::string Input(const std::string& name);
 std::vector<std::string> Lines(const std::string& text);
 std::string FileBytes(const std::string& path);
 void WriteBytes(const std::string& path, const std::string& bytes);
 bool Exists(const std::string& path);
-/// Names of everything in a folder, hidden ones too, sorted.
+/// Names of all files in a folder, including hidden ones, sorted.
 std::vector<std::string> NamesIn(const std::string& folder);
 
-/// An empty folder that is gone afterwards.
+/// An empty folder that is deleted at the end of its scope.
 class Folder : public TempDir {
 public:
     std::string operator/(const std::string& name) const { return File(name); }

@@ -46,7 +46,7 @@ cmsStage* Curves(double gamma, bool parametric) {
     return stage;
 }
 
-/// A grid over RGB^1/g, so that a few points do.
+/// A grid over RGB^1/g, so that a few grid points are enough.
 cmsStage* Grid(unsigned points, cmsSAMPLER16 sampler, bool legacy) {
     cmsStage* grid = cmsStageAllocCLut16bit(nullptr, points, 3, 3, nullptr);
     cmsStageSampleCLut16bit(grid, sampler, &legacy, 0);

@@ -13,13 +13,13 @@
 namespace hueweave::test {
 namespace {
 
-/// An exiftool that reads its words from a pipe, one on a line, and prints a mark after each answer.
+/// An exiftool process that reads its arguments from a pipe, one per line, and prints a mark after each answer.
 class Server {
 public:
     Server() {
         const std::string answers = folder_ / "answers";
         mkfifo(answers.c_str(), 0600);
-        // It ends with this process, also where a test ends that.
+        // It ends with this process, even if a test kills that.
         const std::string line = "exec setpriv --pdeathsig TERM exiftool -stay_open True -@ - > " + Quoted(answers);
         words_ = popen(line.c_str(), "we");
         answers_.open(answers);
@@ -33,7 +33,7 @@ public:
 
     std::string Ask(const Words& words) {
         for (const std::string& word : words) std::fputs((word + "\n").c_str(), words_);
-        std::fputs("-execute1\n", words_);  // with a number, the mark is printed whatever the words
+        std::fputs("-execute1\n", words_);  // with a number, the mark is printed whatever the arguments
         std::fflush(words_);
         std::string answer;
         for (std::string line; std::getline(answers_, line) && line != "{ready1}";) answer += line + "\n";

@@ -8,7 +8,7 @@
 
 namespace hueweave::test {
 
-/// What exiftool prints for these words. It takes long to start: one of it serves all tests of a process.
+/// The output of exiftool for these arguments. It is slow to start, so one process serves all tests.
 std::string ExifTool(const Words& words);
 
 }  // namespace hueweave::test

@@ -9,7 +9,7 @@
 
 namespace hueweave::test {
 
-/// A limit of memory in KiB, or the one for a build with a sanitizer, whose own memory counts.
+/// A memory limit in KiB; a build with a sanitizer has its own, because the sanitizer's memory counts.
 constexpr long MemoryKb([[maybe_unused]] long kb, [[maybe_unused]] long sanitized = 1024L * 1024) {
 #ifdef __SANITIZE_ADDRESS__
     return sanitized;
@@ -18,7 +18,7 @@ constexpr long MemoryKb([[maybe_unused]] long kb, [[maybe_unused]] long sanitize
 #endif
 }
 
-// A build that counts its lines takes memory for the counts, and is slow.
+// A build that measures coverage needs memory for its counters, and is slow.
 #ifdef HUEWEAVE_COUNTS_LINES
 inline constexpr long kCountsKb = 24L * 1024;
 inline constexpr unsigned kSlower = 12;
@@ -30,11 +30,12 @@ inline constexpr long kCountsKb = 0;
 inline constexpr unsigned kSlower = 1;
 #endif
 
-/// What the command may take for one file that is made to cost much: KiB of memory, seconds of the processor.
+/// Limits for one expensive file: memory in KiB, processor time in seconds.
 inline constexpr long kFileKb = MemoryKb(256L * 1024 + kCountsKb, 2048L * 1024);
 inline constexpr unsigned kFileSeconds = 10 * kSlower;
 
-/// The command with these words, ended by SIGXCPU beyond the time of one file. Fails the test beyond its memory.
+/// Runs the command with these arguments; SIGXCPU ends it when it exceeds the time for one file. Fails the test if it
+/// exceeds the memory.
 Outcome HueweaveWithinLimits(const Words& words);
 
 }  // namespace hueweave::test

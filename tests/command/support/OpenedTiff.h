@@ -19,7 +19,7 @@ struct OpenedTiff {
     tool::TiffStructure structure;
 };
 
-/// The reason for which `what` refuses, without the name of the file and the remedy; empty if it does not.
+/// The reason for which `what` is refused, without the file name and the remedy; empty if it is not.
 template <typename What>
 std::string ReasonOf(const What& what) {
     try {

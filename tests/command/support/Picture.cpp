@@ -21,7 +21,8 @@ namespace {
 
 using Engine = ICC40::ICC_ENG_S4::CIccEngineS;
 
-/// The engine of the call before, where it is bound to the same: its tables take longer than most pictures.
+/// The engine of the previous call, reused if the binding is the same: building its tables takes longer than converting
+/// most images.
 std::shared_ptr<Engine> BoundEngine(const std::string& profile, int intent, int space, unsigned bits) {
     static std::shared_ptr<Engine> last;
     static std::tuple<std::string, int, int, unsigned> lastBound;
@@ -45,7 +46,7 @@ unsigned Get16(TIFF* file, unsigned tag) {
     return value;
 }
 
-/// Puts decoded samples of a strip or tile at (left, top) into the picture, from sample `first` on.
+/// Copies decoded samples of a strip or tile to (left, top) of the image, from sample `first` on.
 void PlaceSamples(Picture& picture, const std::vector<unsigned char>& data, std::uint32_t left, std::uint32_t top,
                   std::uint32_t columns, std::uint32_t rows, unsigned first, unsigned count) {
     for (std::uint32_t y = 0; y < rows && top + y < picture.height; ++y) {

@@ -21,29 +21,29 @@ struct Picture {
     bool operator==(const Picture&) const = default;
 };
 
-/// Closes a file of libtiff.
+/// Closes a libtiff file.
 struct TiffCloser {
     void operator()(tiff* file) const;
 };
 
-/// The page that an open file of libtiff stands at.
+/// The current directory of an open libtiff file.
 Picture ReadPicture(tiff* file);
-/// All pages of the chain.
+/// All pages of the chain of directories.
 std::vector<Picture> ReadPictures(const std::string& path);
 
-/// The picture with its first three samples converted by an engine of the library, driven by hand: bound to
+/// The image with its first three samples converted by an engine of the library that is called directly: bound to
 /// `profile` and `intent`, for the encoding `space` (a number of the public header).
 Picture ByEngine(Picture picture, const std::string& profile, int intent, int space);
 
-/// The same to sRGB, by the perceptual table of `profile`.
+/// The same to sRGB, with the perceptual intent of `profile`.
 Picture ToSrgb(const Picture& picture, const std::string& profile = Input("scanner.icc"));
-/// Every page of `output` has the samples of the same page of `source`, which the engine converted to sRGB.
+/// Expects the samples of every page of `output` to be those of the page of `source`, converted to sRGB by the engine.
 void ExpectSrgb(const std::string& output, const std::string& source,
                 const std::string& profile = Input("scanner.icc"));
 /// The page that `TiffMaker::Small` describes.
 Picture SmallPicture();
 
-/// What exiftool and tiffinfo tell of a file but for places of image data, the profile, and the file's own name.
+/// The output of exiftool and tiffinfo for a file, without offsets of image data, the profile and the file name.
 std::string TagsOf(const std::string& path);
 
 }  // namespace hueweave::test

@@ -9,19 +9,19 @@
 
 namespace hueweave::test {
 
-/// What a command prints as JSON.
+/// The JSON output of a command.
 inline nlohmann::json Told(const Words& words) { return nlohmann::json::parse(Hueweave(words + Words{"--json"}).out); }
 
-/// A profile that is made, and the photograph of 16 bits.
+/// A test with a generated profile and the 16-bit photograph.
 class ProfileTest : public testing::Test {
 protected:
-    /// The photograph by this profile.
+    /// Converts the photograph with this profile.
     Outcome ConvertBy(const std::string& profile, const Words& more = {}) const {
         return Hueweave(Words{"convert", "--precision", "library", "--accept-error", "100", "--profile", profile, in_,
                               "-o", out_, "--force"} +
                         more);
     }
-    /// The photograph with this profile in it.
+    /// Embeds this profile in the photograph.
     void Embed(const std::string& profile, const std::string& path, const std::string& photo = "photo-16.tif") const {
         Shell("convert-im6 " + Quoted(Input(photo)) + " -profile " + Quoted(profile) + " -compress none " +
               Quoted(path));

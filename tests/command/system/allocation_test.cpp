@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Allocations fail in turn, one of them or all from one on. The result is whole or not there, and nothing crashes.
+// Allocations fail in turn, either one of them or all from one on. The output is complete or absent, and nothing
+// crashes.
 #include <algorithm>
 #include <filesystem>
 
@@ -10,15 +11,15 @@
 namespace hueweave::test {
 namespace {
 
-// Sanitizers have an allocator of their own.
+// Sanitizers replace the allocator.
 #ifndef __SANITIZE_ADDRESS__
 
 struct AllocationRow {
     const char* name;
-    Words words;      ///< "IN" is what `recipe` makes
-    bool writes;      ///< a file; else standard output is the result
-    int first, step;  ///< from the end of the run where it is below 0; `make faults` tries every call
-    int refusals;     ///< there are more than these
+    Words words;      ///< "IN" is the file that `recipe` makes
+    bool writes;      ///< writes a file; else standard output is the result
+    int first, step;  ///< first counts from the end of the run if negative; `make faults` tries every call
+    int refusals;     ///< the number of refusals must be greater
     std::string recipe{};
 };
 void PrintTo(const AllocationRow& row, std::ostream* out) { *out << row.name; }
@@ -30,7 +31,7 @@ protected:
         if (GetParam().writes) words_.insert(words_.end(), {"-q", "-o", out_});
         if (!GetParam().recipe.empty()) Shell("cd " + Quoted(Input("")) + "; " + GetParam().recipe + " " + in_);
     }
-    /// Runs the command with these allocations failing. Without any, their number is in `all_`.
+    /// Runs the command with these allocations failing. Without any, stores the number of allocations in `all_`.
     Outcome RunFailing(const std::string& fails) {
         std::filesystem::remove(out_);
         if (replaces_) WriteBytes(out_, "old");
@@ -40,19 +41,20 @@ protected:
         if (fails.empty()) all_ = std::stoi(FileBytes(seen_));
         return run;
     }
-    /// The bytes; where a coder may go on in another way without memory, the pixels.
+    /// The bytes of the output; its pixels where a coder can fall back to another method without memory.
     std::string Result(const Outcome& run) const {
         if (!GetParam().writes) return run.out;
         return GetParam().recipe.empty() ? FileBytes(out_) : testing::PrintToString(ReadPictures(out_)[0].values);
     }
-    /// That memory is short, in one line.
+    /// Expects one line that says that memory is short.
     static bool TellsOfMemory(const std::string& text) {
         return Lines(text).size() == 1 &&
                (text.find(": needs more memory than is available; lower -j\n") != text.npos ||
                 text == "hueweave: not enough memory; lower -j\n" ||
                 text.find("(Cannot allocate memory)") != text.npos);
     }
-    /// What a failed run says and leaves. With status 5 the file is there, and the line about it is lost.
+    /// Checks the message and the files of a failed run. With status 5 the file is there, and the line about it is
+    /// lost.
     void ExpectRefusal(const Outcome& run, const std::string& wanted, bool one) {
         EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
         EXPECT_TRUE(TellsOfMemory(run.err) || !one) << run.err;
@@ -74,7 +76,8 @@ TEST_P(AllocationTest, TheResultIsWholeOrNotThere) {
     const Outcome sound = RunFailing("");
     ASSERT_EQ(sound.status, 0) << sound.err;
     const std::string wanted = Result(sound);
-    // Over all calls with an odd step, so as not to keep time with loops, and then all calls from there on.
+    // Single failures over all calls, with an odd step so as not to coincide with the period of a loop; then all calls
+    // from one on.
     const auto& [name, words, writes, first, step, refusals, recipe] = GetParam();
     int refused = 0;
     for (const std::string onwards : {"", "+"}) {
@@ -103,7 +106,7 @@ const AllocationRow kRows[] = {
     {"Json", kConvert + Words{"--json", Input("alpha-8.tif")}, true, -330, 2, 20},
     {"Replace", kConvert + Words{"--force", Input("photo-8.tif")}, true, -60, 1, 20},
     {"Inspect", {"inspect", "--json", Input("scanner.icc")}, false, 1, 17, 20},
-    // The coders are opened late: what comes before is the profile's.
+    // The coders are opened late: all calls before concern the profile.
     {"Lzw", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -s -c lzw:2 -r 64 photo-16.tif"},
     {"Jpeg", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -t -w 128 -l 128 -c jpeg:90 photo-8.tif"},
     {"Zstd", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -s -c zstd -r 64 photo-16.tif"},

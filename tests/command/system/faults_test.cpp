@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Every call of the system fails in turn. Whatever the call, the file that stood there stays, or the new one is whole.
+// Every system call fails in turn. Whichever it is, the old file stays or the new one is complete.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/resource.h>
@@ -26,12 +26,12 @@ struct FaultRow {
     const char* name;
     const char* call;
     int error;
-    int status;             ///< 0 where the command goes on in another way
-    const char* also = "";  ///< what fails beside it, each time
+    int status;             ///< 0 where the command has a fallback
+    const char* also = "";  ///< a fault that occurs as well, every time
 };
 void PrintTo(const FaultRow& row, std::ostream* out) { *out << row.name; }
 
-constexpr const char* kNoUnnamed = "tmpfile:0:95,";  ///< a file system without files that have no name
+constexpr const char* kNoUnnamed = "tmpfile:0:95,";  ///< a file system without unnamed files
 
 const FaultRow kFaultRows[] = {
     {"FullDisk", "pwrite", ENOSPC, 5},
@@ -54,7 +54,7 @@ const FaultRow kFaultRows[] = {
 class FaultTest : public FileTest, public testing::WithParamInterface<FaultRow> {
 protected:
     FaultTest() { Make("tiffcp -s -c zip -r 120 $in $out"); }
-    /// Runs it with the n-th call failing.
+    /// Runs the command with the n-th call failing.
     Outcome Fail(int n, const Words& more) {
         const std::string fault = std::string(GetParam().also) + GetParam().call + ":" + std::to_string(n) + ":" +
                                   std::to_string(GetParam().error);
@@ -83,7 +83,7 @@ TEST_P(FaultTest, TheOldFileOrTheNewOneWhateverFails) {
                 EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "out.tif"}));
             } else {
                 ++failed;
-                // The first reads are those of the profile.
+                // The first reads are of the profile.
                 EXPECT_THAT(run.status, testing::AnyOf(GetParam().status, GetParam().status == 4 ? 3 : 5)) << run.err;
                 EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
                 EXPECT_EQ(NamesIn(folder_.path()), before);
@@ -112,7 +112,7 @@ INSTANTIATE_TEST_SUITE_P(Every, FaultTest, testing::ValuesIn(kFaultRows), NameOf
 class TemporaryFilesTest : public FileTest {};
 
 TEST_F(TemporaryFilesTest, AWriteOfRowsThatACoderPassesOverIsRefused) {
-    // A strip of 4.5 MB is written by rows with the least memory allowed, first to a file of its own.
+    // With the least memory allowed, a strip of 4.5 MB is written by rows, first to a temporary file.
     Make(
         "convert-im6 $in -scale 1000x750! -compress none $out.tif && tiffcp -s -c lzw -r 750 $out.tif $out && rm "
         "$out.tif",
@@ -134,7 +134,7 @@ TEST_F(TemporaryFilesTest, AWriteOfRowsThatACoderPassesOverIsRefused) {
 
 TEST_F(TemporaryFilesTest, NamesOfAnotherRunAreNotInTheWay) {
     Make("tiffcp -s -c none -r 16 $in $out");
-    // With the process number of the command to come, and with locks, as of a run that goes on.
+    // With the process number of the next command, and locked, like the files of a run in progress.
     const auto leave = [&] {
         for (int i = 0; i < 3; ++i) {
             const std::string name = ".hueweave-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
@@ -157,7 +157,7 @@ protected:
             std::filesystem::copy_file(Input("photo-16.tif"), scans_ + "/" + std::to_string(i) + ".tif");
         }
     }
-    /// Many threads where a resource is scarce: no file is worse for it than not converted, and they can be later.
+    /// Many threads with a scarce resource: at worst a file is not converted, and a later run can convert it.
     void ExpectNothingWorseThanRefusals(int resource, rlim_t limit) {
         const Words words{scans_, "-o", out_, "-q"};
         const Outcome run = ConvertScan(words + Words{"-j", "64"}, {.inChild = [&] {
@@ -177,8 +177,8 @@ protected:
     std::string scans_ = folder_ / "scans", out_ = folder_ / "out";
 };
 
-// Not with sanitizers: they take more of the address space than there is memory, and without a descriptor left they
-// cannot look at an object and call it a bad one.
+// Not with sanitizers: they reserve more address space than there is memory, and without a free descriptor they cannot
+// examine an object and report it as invalid.
 #ifndef __SANITIZE_ADDRESS__
 TEST_F(ScarceTest, OpenFiles) {
     for (const rlim_t limit : {12U, 16U, 24U, 40U}) ExpectNothingWorseThanRefusals(RLIMIT_NOFILE, limit);
@@ -189,7 +189,7 @@ TEST_F(ScarceTest, Memory) {
 }
 #endif
 
-/// What happens to one file of many stays with that file; and signals are heeded however slow a file is.
+/// A failure of one file of many does not affect the others; and signals end a run however slow a file is.
 class ExceptionsTest : public BatchTest {
 protected:
     static Outcome Run(const Words& more, const std::string& faults, const std::function<void(pid_t)>& meanwhile = {}) {
@@ -203,7 +203,7 @@ TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
         {"-4", ": needs more memory than is available; lower -j"},
         {"-5", ": cannot be processed, for an unexpected reason (odd); please report it, with the file"}};
     for (const auto& [what, reason] : rows) {
-        // The profile is read at once, so that the fourth read is of the first file.
+        // The profile is read in one call, so the fourth read is of the first file.
         Outcome run = Run({scans_, "-o", out_, "--json"}, "pread:4:" + what);
         EXPECT_EQ(run.status, 1) << run.err << run.signal;
         EXPECT_EQ(Outputs(), (Names{"b.TIFF", "deep/a.tif"}));
@@ -229,7 +229,7 @@ TEST_F(ExceptionsTest, InspectGoesOnWithTheNextFile) {
         EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
         EXPECT_THAT(run.out, HasSubstr("file: " + scans_ + "/b.TIFF\n"));
     }
-    // A message that cannot be written is no reason to leave out the next file either.
+    // If a message cannot be written, the next file is processed all the same.
     const std::string words = "inspect " + Quoted(scans_ + "/notes.txt") + " " + Quoted(scans_ + "/b.TIFF");
     const Outcome run = RunProgram({.words = {"sh", "-c", HUEWEAVE_COMMAND " " + words + " 2>/dev/full"}});
     EXPECT_EQ(run.status, 1);
@@ -237,7 +237,7 @@ TEST_F(ExceptionsTest, InspectGoesOnWithTheNextFile) {
 }
 
 TEST_F(ExceptionsTest, InspectTellsNothingOfWhatCouldNotBeRead) {
-    // However late the read that fails: the pages may be known by then, but not whether they can be converted.
+    // However late the failing read is: the pages may be known by then, but not whether they can be converted.
     int refused = 0;
     for (int n = 1; n <= 9; ++n) {
         const Outcome run =
@@ -254,7 +254,7 @@ TEST_F(ExceptionsTest, InspectTellsNothingOfWhatCouldNotBeRead) {
 }
 
 TEST_F(ExceptionsTest, ASignalEndsTheReadingOfASlowFile) {
-    // Each page costs two reads or more, each of 50 ms as on a network: 15 seconds until the structure is known.
+    // Each page costs at least two reads of 50 ms each, as over a network: 15 seconds until the structure is known.
     const std::string one = Quoted(scans_ + "/deep/a.tif"), pages = folder_ / "pages.tif";
     std::string all;
     for (int i = 0; i < 150; ++i) all += " " + one;

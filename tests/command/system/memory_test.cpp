@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Memory stays within its limit whatever the layout of the image, how well it shrinks, and the number of threads.
+// Memory stays within its limit whatever the image layout, the compression ratio and the number of threads.
 #include <filesystem>
 
 #include "command/support/FileTest.h"
@@ -16,7 +16,7 @@ constexpr long kMostKb = MemoryKb(64L * 1024 + kCountsKb);
 
 class MemoryTest : public FileTest {
 protected:
-    /// 72 MB of pixels: smooth ones, or noise that does not shrink.
+    /// 72 MB of pixels: smooth ones, or noise that does not compress.
     void MakeSmooth() const { Shell("ln -sf " + Quoted(Input("large-16.tif")) + " " + plain_); }
     void MakeNoise(const std::string& size) const {
         Shell("convert-im6 -size " + size + " xc:gray -seed 1 +noise Random -type TrueColor -depth 16 " +
@@ -68,7 +68,7 @@ TEST_F(MemoryTest, WhatDoesNotFitIsRefused) {
         Shell("rm " + Quoted(out_));
     };
     refused("tiffcp -t -w 4096 -l 3072 -c zip", "tiles");
-    // Rows are never divided.
+    // A row is never divided.
     const std::string raw = folder_ / "raw";
     std::filesystem::remove(plain_);
     Shell("truncate -s 72000000 " + Quoted(raw) + "; raw2tiff -w 12000000 -l 1 -b 3 -d short -p rgb -c none -r 1 " +
@@ -78,7 +78,7 @@ TEST_F(MemoryTest, WhatDoesNotFitIsRefused) {
         EXPECT_LT(ConvertAs("cp").peakKb, kMostKb);
     }
     MakeSmooth();
-    // Strips whose bits have to be turned around are held whole.
+    // Strips with reversed bit order are held whole.
     refused("tiffcp -f lsb2msb -s -r 3000 -c none", "strips");
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Files that are replaced: what comes under their name meanwhile, owners and modes, kills, and folders that fail.
+// Replaced files: files that appear under the same name during a run, owners and modes, kills, and failing folders.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,7 +28,7 @@ protected:
         return ConvertScan(Words{in_} + more, {.setenv = environment, .inChild = inChild});
     }
     static void ExpectConverted(const std::string& path) { ExpectSrgb(path, Input("photo-8.tif")); }
-    /// One that came meanwhile under the name of `path` is there, and not what the run wrote.
+    /// Expects the file that appeared as `path` during the run to be there, and the output of the run not to be.
     void ExpectNewer(const Outcome& run, const std::string& path, const std::string& newer = "newer") const {
         EXPECT_THAT(
             run,
@@ -53,8 +53,8 @@ TEST_F(ReplaceTest, ANameThatIsTakenIsRefusedUnlessForced) {
 }
 
 TEST_F(ReplaceTest, AFileThatCameUnderTheNameMeanwhileIsNotLost) {
-    // While the source is read and there is no output yet, while the new file goes to the disk, and in the call after
-    // which it would be named.
+    // While the source is read and there is no output yet, while the new file is synchronized to the disk, and in the
+    // call that would name it.
     const std::string source = FileBytes(in_);
     for (const std::string moment : {"pread:6:-1", "fsync:1:-1", "linkat:1:-1", "tmpfile:0:95,fsync:1:-1"}) {
         SCOPED_TRACE(moment);
@@ -66,7 +66,7 @@ TEST_F(ReplaceTest, AFileThatCameUnderTheNameMeanwhileIsNotLost) {
         if (moment.starts_with("pread")) continue;
 
         newcomersPlace_ = out_;
-        for (const bool replaced : {true, false}) {  // where nothing stood at first, there is nothing to replace
+        for (const bool replaced : {true, false}) {  // without an old file, nothing is replaced
             WriteBytes(newcomer_, "newer");
             if (replaced) WriteBytes(out_, "old");
             ExpectNewer(Convert({"-o", out_, "--force"}, moment), out_);
@@ -109,7 +109,7 @@ TEST_F(ReplaceTest, AReadOnlyFileStays) {
 }
 
 TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
-    // The superuser keeps any owner or group; for anybody else, the file is theirs already.
+    // The superuser keeps any owner and group; any other user already owns the file.
     const std::vector<uid_t> owners = geteuid() == 0 ? std::vector<uid_t>{12345, 0} : std::vector<uid_t>{geteuid()};
     const gid_t group = geteuid() == 0 ? 12345 : getegid();
     for (const uid_t owner : owners) {
@@ -137,7 +137,7 @@ TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
 }
 
 TEST_F(ReplaceTest, ADryRunTellsOfAnOwnerThatCannotBeKept) {
-    // A user who is not the superuser keeps a file of their own, and no other.
+    // A user other than the superuser keeps only a file of their own.
     const uid_t owner = geteuid() == 0 ? 54321 : geteuid();
     ASSERT_EQ(chown(in_.c_str(), owner, getegid()), 0);
     EXPECT_EQ(Convert({"--in-place", "--dry-run"}, "user:0:" + std::to_string(owner)).status, 0);
@@ -147,14 +147,14 @@ TEST_F(ReplaceTest, ADryRunTellsOfAnOwnerThatCannotBeKept) {
 }
 
 TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
-    WriteBytes(folder_ / ".hueweave-notes.tmp", "mine");  // no name of a temporary file
+    WriteBytes(folder_ / ".hueweave-notes.tmp", "mine");  // not the name of a temporary file
     WriteBytes(folder_ / ".hueweave-1-2.tmp.tif", "mine");
     WriteBytes(folder_ / ".hueweave-1-2-3.tmp", "mine");
     WriteBytes(folder_ / ".hueweave-a-b.tmp", "mine");
     WriteBytes(other_ / "victim", "mine");
     fs::create_symlink(other_ / "victim", folder_ / ".hueweave-1-3.tmp");
     Words stay{".hueweave-1-2-3.tmp", ".hueweave-1-2.tmp.tif", ".hueweave-1-3.tmp"};
-    if (geteuid() == 0) {  // one of another user, which nobody else can make
+    if (geteuid() == 0) {  // a file of another user, which only the superuser can make
         WriteBytes(folder_ / ".hueweave-1-4.tmp", "theirs");
         ASSERT_EQ(chown((folder_ / ".hueweave-1-4.tmp").c_str(), 12345, 12345), 0);
         stay.push_back(".hueweave-1-4.tmp");
@@ -199,11 +199,11 @@ TEST_F(ReplaceTest, WhatDoesNotReachTheDiskIsRefused) {
         EXPECT_EQ(FileBytes(out_), "old");
         fs::remove(out_);
     }
-    // Its folder: a new file is not left there, and that an old one is replaced is said.
+    // Its folder: a new file is removed, and the replacement of an old one is reported.
     Outcome run = Convert({"-o", out_}, "fsync:2:5");
     EXPECT_THAT(run, SaysOnly(5, out_ + ": cannot be written (Input/output error); choose another folder with -o"));
     EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
-    // A newcomer under the name is not taken away with it.
+    // A file that appeared under the name is not removed with it.
     newcomersPlace_ = out_;
     WriteBytes(newcomer_, "newer");
     EXPECT_EQ(Convert({"-o", out_}, "fsync:2:-1,fsync:2:5").status, 5);
@@ -214,7 +214,7 @@ TEST_F(ReplaceTest, WhatDoesNotReachTheDiskIsRefused) {
                            "disk"));
     ExpectConverted(out_);
     fs::remove(out_);
-    // A folder that cannot be written through by itself, or be opened, is no failure.
+    // It is not an error if a folder cannot be synchronized by itself or opened.
     EXPECT_EQ(Convert({"-o", out_}, "fsync:2:22").status, 0);
     fs::remove(out_);
     chmod(folder_.path().c_str(), 0333);

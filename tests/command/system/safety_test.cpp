@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The old file or the new one, whole: names that are taken, full disks, signals, and a kill at any moment.
+// The old file or the new one, complete: existing names, full disks, signals, and a kill at any moment.
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 class SafetyTest : public FileTest {
 protected:
     SafetyTest() { Make("tiffcp -s -c none -r 16 $in $out", Input("photo-16.tif")); }
-    /// A file that takes the command a good part of a second.
+    /// A file that takes a considerable part of a second to convert.
     std::string Large() const {
         fs::create_symlink(Input("large-16.tif"), folder_ / "large.tif");
         return folder_ / "large.tif";
@@ -63,7 +63,7 @@ TEST_F(SafetyTest, TheInputIsNeverTheOutput) {
         }
     }
     EXPECT_EQ(FileBytes(in_), before);
-    // Nor is one input the output of another.
+    // No input may be the output of another input.
     fs::create_directory(folder_ / "deep");
     fs::copy_file(in_, folder_ / "deep/in.tif");
     EXPECT_EQ(ConvertScan({folder_ / "deep/in.tif", in_, "-o", folder_ / "deep", "--force"}).status, 1);
@@ -108,13 +108,13 @@ TEST_F(SafetyTest, InPlaceReplacesAndKeepsTheMode) {
     ExpectSrgb(in_, Input("photo-16.tif"));
     EXPECT_EQ(fs::status(in_).permissions(), static_cast<fs::perms>(0640));
     EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "link.tif"}));
-    // A second name goes on to lead to what was there, and that is said.
+    // A second name still refers to the old contents, which is reported.
     fs::create_hard_link(in_, folder_ / "second.tif");
     EXPECT_THAT(ConvertScan({in_, "--in-place", "--force"}),
                 Says(0, "in.tif: has other names (hard links), which keep the old contents"));
 }
 
-// Where lines are counted, the limit would cut the files of the counts as well.
+// In a build that measures coverage, the limit would truncate the coverage files as well.
 #ifndef HUEWEAVE_COUNTS_LINES
 TEST_F(SafetyTest, ALimitOnTheSizeOfFilesIsAnErrorAndNoDeath) {
     const auto limit = [](rlim_t bytes) {
@@ -137,7 +137,7 @@ TEST_F(SafetyTest, ALimitOnTheSizeOfFilesIsAnErrorAndNoDeath) {
 #endif
 
 TEST_F(SafetyTest, AFullDisk) {
-    // A small file system of the test's own. Where the system allows none, its writes are made to fail.
+    // A small file system for this test. Where mounting is not allowed, writes are made to fail instead.
     const std::string disk = folder_ / "disk", mount = "mount -t tmpfs -o size=200k none " + disk;
     const std::string convert =
         ConvertLine(in_ + " -o " + disk + "/out.tif && echo done || echo status $?; ls -A " + disk);
@@ -156,7 +156,7 @@ TEST_F(SafetyTest, AFullDisk) {
 
 TEST_F(SafetyTest, SignalsEndItAndNothingIsLeft) {
     const std::string large = Large();
-    // Also on a file system without files that have no name.
+    // Also on a file system without unnamed files.
     for (const char* fault : {"", "tmpfile:0:95"}) {
         int ended = 0;
         for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
@@ -164,7 +164,7 @@ TEST_F(SafetyTest, SignalsEndItAndNothingIsLeft) {
                 const Outcome run = ConvertScan({large, "-o", out_, "-j", "2"},
                                                 {.setenv = Faults(fault), .meanwhile = SignalAfter(delay, signal)});
                 if (run.signal == 0) {
-                    EXPECT_EQ(run.status, 0) << run.err;  // it was done before
+                    EXPECT_EQ(run.status, 0) << run.err;  // it finished before the signal
                     EXPECT_EQ(ReadPictures(out_).size(), 1U);
                     fs::remove(out_);
                 } else {
@@ -184,7 +184,7 @@ TEST_F(SafetyTest, AKillAtAnyMomentLeavesTheOldFileOrTheNewOne) {
     const std::string wanted = FileBytes(out_);
     ExpectSrgb(out_, large);
     int killed = 0, done = 0;
-    // Milliseconds, until it is let through. `make faults` kills at hundreds of moments.
+    // Delays in milliseconds, until one run finishes. `make faults` kills at hundreds of moments.
     for (int delay = 0; done == 0; delay += delay < 40 ? 8 : delay / 2) {
         ASSERT_LT(delay, 100000);
         WriteBytes(out_, "the old file");
@@ -200,7 +200,7 @@ TEST_F(SafetyTest, AKillAtAnyMomentLeavesTheOldFileOrTheNewOne) {
     }
     EXPECT_GT(killed, 0);
     EXPECT_GT(done, 0);
-    // Without a name while it is written, the new file is gone with the process.
+    // The new file has no name while it is written, so it vanishes with the process.
     EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "large.tif", "out.tif"}));
 }
 

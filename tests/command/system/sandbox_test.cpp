@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// The sandbox: the two parts of it by themselves, each in a process of its own, and in the command, where what tries to
-// leave it is stopped and what the command line asks for works. escape.c tries.
+// The sandbox: each of its two parts alone, in a child process, and in the command, where attempts to leave it are
+// stopped and everything that the command line asks for works. escape.c makes the attempts.
 #include <asm/unistd.h>
 #include <fcntl.h>
 #include <linux/landlock.h>
@@ -28,13 +28,13 @@ namespace fs = std::filesystem;
 using tool::AllowedPaths;
 using tool::Use;
 
-/// What the kernel under the tests has.
+/// The features of the running kernel.
 long LandlockVersion() {
     return std::max(0L, syscall(__NR_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION));
 }
 bool HasSeccomp() { return prctl(PR_GET_SECCOMP, 0, 0, 0, 0) >= 0; }
 
-/// What `attempt` tells for each number below `count`, 0 or an errno, in a process that `restrict` has closed.
+/// The results of `attempt`, 0 or an errno, for each number below `count`, in a process that `restrict` has restricted.
 std::vector<int> InChild(const std::function<void()>& restrict, std::size_t count,
                          const std::function<int(std::size_t)>& attempt) {
     int ends[2];
@@ -63,7 +63,7 @@ std::vector<int> InChild(const std::function<void()>& restrict, std::size_t coun
 
 int ErrorOf(long result) { return result < 0 ? errno : 0; }
 
-// Called with -1 for every argument, which does nothing where they are allowed.
+// Called with -1 for every argument, which has no effect where the calls are allowed.
 #define NAMED(call) \
     { #call, __NR_##call }
 // clang-format off
@@ -91,7 +91,7 @@ TEST(RestrictCallsTest, WaysOutOfTheProcessAreRefused) {
     for (std::size_t i = 0; HasSeccomp() && i < errors.size(); ++i) EXPECT_EQ(errors[i], EPERM) << kForbidden[i].first;
 }
 
-/// A call that is refused or allowed by its arguments, or tells that it is not there.
+/// A call that is refused or allowed depending on its arguments, or reported as missing.
 struct Chosen {
     const char* name;
     std::function<long()> call;
@@ -173,7 +173,7 @@ TEST(RestrictFilesTest, WhatIsReadIsNotWrittenAndWhatIsNotNamedIsNotThere) {
 
 enum class By { Landlock, Seccomp, Tracing };
 
-/// A way out: what stops it with which error, and what the kernel says to it otherwise.
+/// A way out: what stops it and with which error, and the kernel's answer if nothing does.
 struct WayOut {
     const char* name;
     By by;
@@ -187,12 +187,12 @@ constexpr WayOut kWaysOut[] = {
     {"trace", By::Tracing, EPERM},
 };
 
-/// What the kernel gives the sandbox, or what is left of that.
+/// The kernel features that the sandbox uses, or a subset of them.
 struct Kernel {
     bool landlock = LandlockVersion() > 0, seccomp = HasSeccomp();
     bool Stops(By by) const {
 #ifdef __SANITIZE_ADDRESS__
-        if (by == By::Tracing) return false;  // the sanitizer's runtime does it itself
+        if (by == By::Tracing) return false;  // the runtime of the sanitizer does it itself
 #endif
         return by == By::Landlock ? landlock : seccomp;
     }
@@ -201,7 +201,7 @@ constexpr Kernel kNothing{false, false};
 
 struct Task {
     const char* name;
-    int at;  ///< the call of pread in which it tries
+    int at;  ///< the number of the pread call that makes the attempt
     Words words;
 };
 void PrintTo(const Task& task, std::ostream* out) { *out << task.name; }
@@ -217,7 +217,7 @@ protected:
     Outcome Run(const Words& words, int at, const std::string& kernel = "") {
         std::map<std::string, std::string> environment{
             {"LD_PRELOAD", HUEWEAVE_ESCAPE},
-            {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},  // not while traced
+            {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},  // not possible while traced
             {"HUEWEAVE_ESCAPE_AT", std::to_string(at)},
             {"HUEWEAVE_ESCAPE_TO", "2"},
             {"HUEWEAVE_OUTSIDE", folder_.path()},
@@ -227,7 +227,7 @@ protected:
                                     if (chdir(folder_.path().c_str()) != 0) _exit(126);
                                 }});
     }
-    /// Whether each way out ended as it has to.
+    /// Checks that each way out ended as expected.
     void Expect(const Outcome& run, const Kernel& kernel, bool privileges) {
         std::map<std::string, int> told;
         std::istringstream lines(run.err);
@@ -278,7 +278,7 @@ INSTANTIATE_TEST_SUITE_P(Every, EscapeTest, testing::ValuesIn(kTasks), NameOfRow
 
 TEST_F(SandboxTest, OlderKernelsConvertTheSame) {
     const Words words = kConvertScan + Words{"--precision", "library", scans_, "-o", out_, "--force"};
-    // Each version of Landlock brought rights of its own.
+    // Each version of Landlock added access rights.
     for (long version = 1; version <= LandlockVersion(); ++version) {
         const Outcome run = Run(words, 6, std::to_string(version));
         EXPECT_EQ(run.status, 0) << run.err;
@@ -297,14 +297,14 @@ TEST_F(SandboxTest, LinksLeadWhereTheyLead) {
     fs::create_directory(inputs);
     fs::create_symlink(scans_ + "/a.tif", inputs + "/b.tif");
     fs::create_directory_symlink(scans_, inputs + "/sub");
-    // The folder itself and one below it stand elsewhere; so do the inputs.
+    // The output folder and one of its subfolders are links to other places, and so are the inputs.
     fs::create_directory_symlink(out_, link);
     fs::create_directory_symlink(elsewhere, out_ + "/sub");
     const auto convert = [&](const Words& words) { EXPECT_THAT(ConvertScan(words), Succeeds()); };
     convert({inputs, "-o", link, "--follow"});
     ExpectConverted(out_ + "/b.tif");
     ExpectConverted(elsewhere + "/a.tif");
-    // An output that is a link, and an input in place.
+    // An output that is a link, and an input converted in place.
     fs::create_symlink("../elsewhere/a.tif", out_ + "/c.tif");
     WriteBytes(elsewhere + "/a.tif", "old");
     convert({scans_ + "/a.tif", "-o", out_ + "/c.tif", "--force"});
@@ -327,13 +327,13 @@ TEST_F(SandboxTest, FoldersAreMadeAndGoAgain) {
 TEST_F(SandboxTest, StreamsGoThroughTheTemporaryFolderAlone) {
     const std::string temporary = folder_ / "temporary", in = folder_ / "in.tif";
     fs::create_directory(temporary);
-    // Strips that are larger than the memory for them are decoded by rows, which takes temporary files as well.
+    // Strips larger than the memory for them are decoded by rows, which needs temporary files as well.
     Shell("convert-im6 " + Quoted(Input("photo-16.tif")) +
           " -scale 2600x2000! -compress zip -define tiff:rows-per-strip=2000 " + Quoted(in));
     const Outcome run = ConvertScan({"-", "-q", "-o", "-", "--max-memory", "32M"},
                                     {.input = in, .setenv = {{"TMPDIR", temporary}}, .inChild = [] {
                                          HeedModes();
-                                         if (chdir("/proc") != 0) _exit(126);  // where no file can be made
+                                         if (chdir("/proc") != 0) _exit(126);  // where no file can be created
                                      }});
     ASSERT_EQ(run.status, 0) << run.err;
     WriteBytes(out_ + "/piped.tif", run.out);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Standard streams that are closed, full or not read: they decide over no file, and the exit status tells the truth.
+// Standard streams that are closed, full or not read: the files are the same, and the exit status reports the error.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,7 +21,7 @@ protected:
         return RunProgram({.words = {"bash", "-c", line}, .inChild = inChild});
     }
     std::string all_ = Quoted(scans_) + " -o " + Quoted(out_) + " ";
-    /// For `Line`: this stream becomes a pipe whose reader is gone.
+    /// For `Line`: replaces this stream with a pipe that has no reader.
     static std::function<void()> Unread(int stream) {
         return [stream] {
             int ends[2];
@@ -49,7 +49,7 @@ TEST_P(ClosedStreamsTest, NoFileTakesThePlaceOfAStream) {
     const auto expect = [&](const std::string& folder) {
         for (int i = 0; i < 8; ++i) ExpectConverted(folder + "/" + std::to_string(i) + ".tif");
     };
-    // Files are opened side by side, and each time in another order. `make faults` goes on.
+    // Files are opened in parallel and in varying order. `make faults` tries more cases.
     for (int round = 0; round < 2; ++round) {
         fill();
         EXPECT_EQ(Line(ConvertLine("-j 8 --in-place " + Quoted(many) + streams)).status, 0);
@@ -112,7 +112,7 @@ TEST_F(StreamsTest, ASignalEndsTheWaitingForAStream) {
     Copy("n", 80);
     const std::string pipe = folder_ / "pipe";
     mkfifo(pipe.c_str(), 0600);
-    // Both ends of the pipe are open, and nobody writes to it or reads from it. It holds 4 KiB, which is soon full.
+    // Both ends of the pipe are open, but it is neither written nor read. It holds 4 KiB and is soon full.
     const int ends = open(pipe.c_str(), O_RDWR | O_CLOEXEC);
     fcntl(ends, F_SETPIPE_SZ, 4096);
     std::string inspect = HUEWEAVE_COMMAND " inspect --json";

@@ -42,7 +42,7 @@ TEST(OneLineTest, ControlCharactersDoNotReachTheTerminal) {
     EXPECT_EQ(OneLine("a\nb\033[31mc\x7f"), "a?b?[31mc?");
     EXPECT_EQ(OneLine("\x1e\x1f !~"), "?? !~");
     EXPECT_EQ(OneLine("ökonomisch"), "ökonomisch");
-    // The second half of the control characters, in UTF-8 and as bytes of themselves or within what is no UTF-8.
+    // The control characters from 0x80 on, in UTF-8, as single bytes and in invalid UTF-8.
     EXPECT_EQ(OneLine("a\xc2\x9b"
                       "31m\xc2\x80\xc2\x85\xc2\x9f"),
               "a?31m???");
@@ -138,7 +138,7 @@ TEST(WorkUnitsTest, AFailureEndsAllThreadsAndIsPassedOn) {
 }
 
 TEST(WorkUnitsTest, ThreadsThatAreLeftOverAreDividedAmongTheUnits) {
-    // All units are taken before the first is done.
+    // All units are claimed before the first is done.
     const auto shares = [](std::uint64_t count, unsigned threads) {
         std::vector<unsigned> given(count);
         std::latch taken(static_cast<std::ptrdiff_t>(count));

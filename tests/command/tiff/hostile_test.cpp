@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Files that announce far more than they hold cost little: they are refused on one line, or converted, within seconds
-// and 256 MiB, by every command that reads images.
+// Files that announce far more than they hold cost little: every command that reads images refuses them in one line, or
+// converts them, within seconds and 256 MiB.
 #include <functional>
 
 #include "command/support/DeviceProfiles.h"
@@ -18,7 +18,7 @@ using testing::HasSubstr;
 
 constexpr std::size_t kMiB = std::size_t{1} << 20;
 
-/// Pages of 4 x 4 pixels, all with an entry of this tag whose value stands in the file once.
+/// Pages of 4 x 4 pixels, all with an entry of this tag that points to the same value.
 TiffMaker PagesThatShare(int pages, Entry entry, const std::string& shared) {
     TiffMaker tiff;
     const std::uint64_t pixels = tiff.Put(SmallPixels());
@@ -47,7 +47,7 @@ TiffMaker OneTile(std::uint64_t width, std::uint64_t height, unsigned planar) {
     return tiff;
 }
 
-/// Directories of 65,535 entries each, every one four bytes behind the one before.
+/// Directories of 65,535 entries each, every one four bytes after the one before.
 TiffMaker OverlappingPages() {
     constexpr std::size_t kCount = 2000, kReach = 2 + 12 * 65535;
     TiffMaker tiff;
@@ -88,7 +88,7 @@ TiffMaker StripArraysThatPagesShare() {
 struct CostlyFile {
     const char* name;
     std::function<TiffMaker()> make;
-    const char* reason;  ///< of the refusal
+    const char* reason;  ///< the reason of the refusal
 };
 void PrintTo(const CostlyFile& row, std::ostream* out) { *out << row.name; }
 
@@ -134,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(Every, CostlyTest, testing::ValuesIn(kRefused), NameOfR
 
 class SharedTest : public FileTest {
 protected:
-    /// The file costs no more than others do.
+    /// Expects the file to stay within the limits of every file.
     void ExpectConverted(const Words& more = {}) {
         ASSERT_THAT(HueweaveWithinLimits(Words{"convert", "--precision", "library", in_, "-o", out_} + more),
                     Succeeds());
@@ -156,7 +156,7 @@ TEST_F(SharedTest, AProfileOfManyPagesIsHeldAndWrittenOnce) {
         ASSERT_FALSE(page.icc.empty());
         ASSERT_EQ(page.icc, after[0].icc);
     }
-    // The pixels of each page are its own now.
+    // Each page of the output has its own pixels.
     EXPECT_LT(FileBytes(out_).size(), FileBytes(in_).size() + 2000 * 48 + 2 * after[0].icc.size());
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Every kind of TIFF file comes out as the kind that it was: pixels as the engine makes them, all else as it stood.
+// Every kind of TIFF file keeps its kind: its pixels are converted by the engine, everything else is unchanged.
 #include "command/support/FileTest.h"
 #include "command/support/Picture.h"
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What a file may cost, each limit from both sides. The largest file that is taken stays within time and memory.
+// The limits on the cost of a file, each tested from both sides. The largest accepted file stays within time and
+// memory.
 #include <unistd.h>
 
 #include <csignal>
@@ -26,7 +27,7 @@ using tool::Budget;
 using tool::TiffStructure;
 
 TEST(BudgetTest, BytesOfValues) {
-    // Eight times the file, and 64 MiB.
+    // Limit: eight times the file size plus 64 MiB.
     for (const bool beyond : {false, true}) {
         Budget budget("x.tif", 1000);
         budget.AddRead(std::uint64_t{64} << 20);
@@ -56,7 +57,7 @@ TEST(BudgetTest, Pixels) {
 }
 
 TEST(BudgetTest, DataThatStripsShare) {
-    // The file, twice the picture, and 1 MiB.
+    // Limit: the file size, twice the image size and 1 MiB.
     const std::uint64_t most = 1000 + 2 * 300 + (1 << 20);
     for (const bool beyond : {false, true}) {
         Budget budget("x.tif", 1000);
@@ -69,7 +70,7 @@ TEST(BudgetTest, DataThatStripsShare) {
 
 class LimitsTest : public FileTest {
 protected:
-    /// Why the structure or the pages of the file are refused.
+    /// The reason why the structure or the pages of the file are refused.
     std::string Read(const TiffMaker& tiff) const {
         tiff.Save(in_);
         return ReasonOf([&] { ReadPages(OpenedTiff(in_).structure); });
@@ -107,7 +108,7 @@ TEST_F(LimitsTest, EntriesOfADirectory) {
         more.push_back(TiffMaker::Short(60000 + static_cast<unsigned>(more.size()) % 2000, 7));
     }
     ExpectConverted(OneStrip(SmallPixels(), {}, more), scanner_);
-    // With the profile, all that a directory holds.
+    // With the profile, the directory has as many entries as possible.
     EXPECT_EQ(OpenedTiff(out_).structure.directories()[0].entries.size(), 65535U);
     const TiffMaker full = OneStrip(SmallPixels(), {}, And(more, TiffMaker::Short(65000, 7)));
     ExpectRefused(full, scanner_, 4, "has no room for one more entry in a directory");
@@ -163,7 +164,7 @@ TEST_F(LimitsTest, BytesOfATile) {
 }
 
 TEST_F(LimitsTest, DataThatDecodeToMoreThanThePicture) {
-    // Twice the picture of 48 bytes, and 1 MiB.
+    // Limit: twice the image size of 48 bytes plus 1 MiB.
     const auto make = [](std::size_t size) {
         return OneStrip(Deflated(SmallPixels() + std::string(size - 48, '\0')), {.compression = 8});
     };
@@ -176,7 +177,7 @@ TEST_F(LimitsTest, ProfilesOfAFile) {
     const auto make = [](int profiles) {
         TiffMaker tiff;
         const Entries small = TiffMaker::Small(tiff.Put(SmallPixels()));
-        // Each of the profiles comes more than once, as a copy of its own.
+        // Each profile occurs more than once, as separate copies.
         for (int i = 0; i < 100; ++i) {
             const std::string profile = PaddedProfile(0, i % profiles);
             tiff.Page(And(small, {34675, 7, profile.size(), 0, profile}));
@@ -198,7 +199,7 @@ TEST_F(LimitsTest, BytesOfProfiles) {
 }
 
 TEST_F(LimitsTest, TilesOfAPictureThatIsVerified) {
-    // 128 MiB for a tile and its data.
+    // Limit: 128 MiB for a tile and its data.
     const auto verify = [&](std::uint64_t side) {
         OneStrip(Deflated(std::string(side * side * 3, '\0')),
                  {.width = 1, .height = 1, .compression = 8, .rows = 1, .tileWidth = side, .tileHeight = side})
@@ -210,7 +211,7 @@ TEST_F(LimitsTest, TilesOfAPictureThatIsVerified) {
 }
 
 TEST_F(LimitsTest, AStripOfAnySizeIsVerifiedByRows) {
-    // One strip, plain and coded, interleaved and in planes: the same colours as in small strips.
+    // One strip, plain and compressed, interleaved and in planes: the same colours as in small strips.
     const std::string plain = folder_ / "plain.tif";
     const auto told = [&](const std::string& recipe) {
         Make("tiffcp " + recipe + " $in $out", plain);
@@ -218,7 +219,7 @@ TEST_F(LimitsTest, AStripOfAnySizeIsVerifiedByRows) {
         EXPECT_EQ(run.status, 0) << run.err;
         return run.out;
     };
-    // 17.3 MB of pixels each; up to 16 MiB are held whole. tiffcp makes planes of 8 bits alone.
+    // 17.3 MB of pixels each; up to 16 MiB are held whole. tiffcp makes planes of 8 bits only.
     for (const auto& [photo, size] :
          {std::pair{"photo-16.tif", "1800x1600!"}, std::pair{"photo-8.tif", "2500x2300!"}}) {
         Shell("convert-im6 " + Input(photo) + " -scale " + size + " -compress none " + plain);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// What stands in a file beside its pixels: metadata, further pages, masks, pages below pages, private tags.
+// Data besides the pixels: metadata, further pages, masks, SubIFDs, private tags.
 #include <tiffio.h>
 
 #include <fstream>
@@ -65,7 +65,7 @@ TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
                 HasSubstr("in.tif: its XMP field photoshop:ICCProfile stays, and names the old profile\n"));
     SetFields(in_, {"-XMP:all="});
     EXPECT_THAT(Convert({"--force"}).err, Not(HasSubstr("XMP")));
-    // So are tags of primaries and white, and what they mean without a profile.
+    // Tags of primaries and white are reported as well, and so is that without a profile they no longer apply.
     Shell("tiffset -s 318 0.3127 0.329 " + Quoted(in_));
     Shell("tiffset -u 319 " + Quoted(in_) + " 2>/dev/null");
     EXPECT_THAT(Convert({"--force"}).err,
@@ -98,7 +98,7 @@ TEST_F(MetadataTest, JpegBecomesDeflateAndIsSaid) {
         const std::string told = Shell("tiffinfo " + Quoted(out_));
         EXPECT_THAT(told, HasSubstr("Compression Scheme: AdobeDeflate"));
         EXPECT_THAT(told, HasSubstr("Photometric Interpretation: RGB color"));
-        // ImageMagick, which reads files by itself, sees the same picture in it as in one that libtiff wrote.
+        // ImageMagick, which has its own reader, sees the same image as in a file written by libtiff.
         const std::string plain = folder_ / "plain.tif";
         Shell("tiffcp -c none " + Quoted(out_) + " " + Quoted(plain));
         EXPECT_EQ(Shell("compare-im6 -metric AE " + Quoted(out_) + " " + Quoted(plain) + " null: 2>&1"), "0");
@@ -120,7 +120,7 @@ TEST_F(MetadataTest, ATransparencyMaskStaysAsItIs) {
 }
 
 TEST_F(MetadataTest, AMaskOfOneByteBetweenTwoStripsStaysAsItIs) {
-    // The stretch between the strips is no larger than padding would be; black strips outgrow their places.
+    // The gap between the strips is no larger than padding; black strips outgrow their old places.
     TiffMaker tiff;
     const std::string strip = Deflated(std::string(std::size_t{16} * 8 * 3, '\0'));
     const std::uint64_t above = tiff.Put(strip), mask = tiff.Put("\x5a"), below = tiff.Put(strip);
@@ -142,7 +142,7 @@ TEST_F(MetadataTest, AMaskOfOneByteBetweenTwoStripsStaysAsItIs) {
 }
 
 TEST_F(MetadataTest, AMaskWithoutPixelsIsRefused) {
-    // libtiff does not open a file that begins with one.
+    // libtiff does not open a file that begins with such a page.
     for (const unsigned broken : {256U, 257U, 258U, 277U}) {
         TiffMaker tiff;
         const std::uint64_t pixels = tiff.Put(SmallPixels());
@@ -157,7 +157,7 @@ TEST_F(MetadataTest, AMaskWithoutPixelsIsRefused) {
 }
 
 TEST_F(MetadataTest, PagesBelowAPageAreConvertedByItsProfile) {
-    // A page with two more in SubIFDs, and after it a second page; profiles in the pages alone.
+    // A page with two more in SubIFDs, followed by a second page; only the pages have profiles.
     const std::string icc = FileBytes(Input("scanner.icc"));
     const auto all = [](const std::string& path) {
         std::vector<Picture> pictures = ReadPictures(path);
@@ -230,7 +230,7 @@ TEST_F(MetadataTest, AnAlphaThatIsToldOfAndNotThereIsNone) {
 }
 
 TEST_F(MetadataTest, APlaceBeyondFourGigabytesIsNoLimitInABigTiff) {
-    constexpr std::uint64_t kFar = 4400000000;  // of a file with a hole
+    constexpr std::uint64_t kFar = 4400000000;  // in a file with a hole
     TiffMaker tiff(true);
     tiff.Page(With(TiffMaker::Small(0), {273, 16, 1, kFar}));
     tiff.Save(in_);
@@ -242,7 +242,7 @@ TEST_F(MetadataTest, APlaceBeyondFourGigabytesIsNoLimitInABigTiff) {
     EXPECT_LT(std::stol(Shell("du -k " + Quoted(out_) + " | cut -f1")), 2048) << "holes stay holes";
 }
 
-/// What Photoshop keeps in tag 34377 beside the image: a second copy of the profile, and a thumbnail.
+/// Photoshop's resources in tag 34377: a second copy of the profile, and a thumbnail.
 class PhotoshopTest : public FileTest {
 protected:
     void Put(const std::string& resources) {
@@ -272,7 +272,7 @@ TEST_F(PhotoshopTest, ItsProfileIsTheNewOne) {
     ASSERT_FALSE(icc.empty());
     EXPECT_NE(icc, old);
     EXPECT_EQ(after, resolution_ + Resource(1039, "", icc) + url_);
-    // exiftool, which knows these resources by itself, sees one profile in both places.
+    // exiftool, which parses these resources itself, sees the same profile in both places.
     const auto told = Lines(ExifTool({"-a", "-s3", "-ICC_Profile:ProfileDescription", out_}));
     ASSERT_EQ(told.size(), 2U);
     EXPECT_EQ(told[0], told[1]);
@@ -315,7 +315,7 @@ TEST_F(PhotoshopTest, WhatIsNoResourceStaysAsItIs) {
         const std::string after = After();
         EXPECT_EQ(after, odd + Resource(1039, "a name", ReadPictures(out_)[0].icc) + tail);
     }
-    // The padding after the last one may be missing.
+    // The padding after the last resource may be missing.
     Put((odd + profile).substr(0, (odd + profile).size() - 1));
     EXPECT_EQ(After({"--no-tag"}), odd);
 }

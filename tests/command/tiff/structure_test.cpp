@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Directories that lead nowhere, into each other or out of the file, pages without a size, and profiles beyond a limit:
-// refused when they are read, before anything else looks at them.
+// Directories that point to invalid places, into each other or out of the file, pages without a size, and profiles
+// beyond a limit: refused when the structure is read, before any other code uses it.
 #include <functional>
 #include <tuple>
 
@@ -20,7 +20,7 @@ using tool::TiffStructure;
 
 class StructureTest : public testing::Test {
 protected:
-    /// The reason for which a file is refused when `look` is done with its structure; empty if it is not.
+    /// The reason for which a file is refused while `look` runs on its structure; empty if it is not.
     std::string Reason(const TiffMaker& tiff, const std::function<void(const TiffStructure&)>& look = {}) {
         tiff.Save(path_);
         return ReasonOf([&] {
@@ -28,7 +28,7 @@ protected:
             if (look) look(opened.structure);
         });
     }
-    /// The same, of a page of these entries behind those that `tiff_` holds.
+    /// The same for a page of these entries, after the contents of `tiff_`.
     std::string ReasonOfPage(const Entries& entries, const std::function<void(const TiffStructure&)>& look) {
         TiffMaker tiff = tiff_;
         tiff.Page(entries);
@@ -48,8 +48,8 @@ protected:
 TEST_F(StructureTest, AFileWithoutADirectoryHoldsNoImage) { EXPECT_EQ(Reason(tiff_), "holds no image"); }
 
 TEST_F(StructureTest, DirectoriesDoNotLieOverEachOther) {
-    // Of 18 bytes, of which ten stand there: its end lies over the page. One within the page. And the upper half of the
-    // header's own offset: no entries.
+    // One of 18 bytes of which ten precede the page, so that its end overlaps it. One inside the page. And the upper
+    // half of the header's own offset: no entries.
     const std::uint64_t before = tiff_.Put(Little({1}, 2) + std::string(8, '\0'));
     const std::uint64_t page = tiff_.Page(small_);
     ASSERT_LT(page, before + 18);
@@ -63,7 +63,7 @@ TEST_F(StructureTest, DirectoriesDoNotLieOverEachOther) {
 }
 
 TEST_F(StructureTest, AnImageIsNoMetadata) {
-    // Its own, and those of another page.
+    // The image of the same page and that of another one.
     constexpr const char* kBoth = "has a directory that is both an image and metadata";
     TiffMaker own = tiff_;
     const std::uint64_t page = own.Page(And(small_, TiffMaker::Long(34665, 0)));
@@ -117,7 +117,7 @@ TEST_F(StructureTest, EntriesOfAllDirectoriesTogetherAreBounded) {
 }
 
 TEST_F(StructureTest, NumbersBeyond64BitsAreNoSmallOnes) {
-    // 2^62 entries of 20 bytes, and 2^61 values of 8, are 0 bytes in 64 bits.
+    // In 64 bits, 2^62 entries of 20 bytes and 2^61 values of 8 bytes wrap to 0.
     TiffMaker entries(true);
     entries.First(entries.Put(Little({std::uint64_t{1} << 62}, 8) + std::string(100, '\0')));
     EXPECT_EQ(Reason(entries), "is truncated: a directory runs past its end");
@@ -127,7 +127,7 @@ TEST_F(StructureTest, NumbersBeyond64BitsAreNoSmallOnes) {
 }
 
 TEST_F(StructureTest, WhatIsReadOfAFileIsBoundedByItsSize) {
-    // A value of 32 MiB is read ten times: eight times the file, and 64 MiB.
+    // A value of 32 MiB is read ten times; the limit is eight times the file size plus 64 MiB.
     tiff_.Page(And(small_, {40000, 7, std::uint64_t{32} << 20, 8}));
     tiff_.bytes().resize((std::size_t{32} << 20) + 8);
     const std::string reason = Reason(tiff_, [](const TiffStructure& structure) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Tags that are rewritten or that decide where the pixels are have a type and a number of values that they can have,
-// or the file is refused; what is odd and clear is converted into what libtiff reads as well.
+// Rewritten tags, and tags that determine where the pixels are, must have a valid type and count, or the file is
+// refused; an unusual but unambiguous file is converted into one that libtiff reads as well.
 #include <algorithm>
 #include <filesystem>
 
@@ -28,8 +28,8 @@ protected:
         Save(entries);
         FileTest::ExpectRefusal("in.tif: " + reason, more);
     }
-    /// Converted, and read by libtiff with the engine's pixels. In the end all are read by exiftool and converted
-    /// again.
+    /// Converts a file and expects libtiff to read the engine's pixels. At the end exiftool reads all outputs, and all
+    /// are converted again.
     void ExpectConverted(const Entries& entries, const std::string& what) {
         SCOPED_TRACE(what);
         Save(entries);
@@ -116,7 +116,7 @@ TEST_F(TagsTest, ValuesThatContradictAreRefused) {
     Entries alpha = With(With(Small(), TiffMaker::Short(277, 4)), {258, 3, 4, 0, Little({8, 8, 8, 8}, 2)});
     ExpectRefusal(With(With(alpha, TiffMaker::Long(257, 3)), TiffMaker::Short(338, 3)),
                   "has an extra sample of an unknown kind (3)");
-    // Also of a sample that is not there: libtiff does not open such a file.
+    // Also of a sample that does not exist: libtiff does not open such a file.
     ExpectRefusal(With(Small(), TiffMaker::Short(338, 8)), "has an extra sample of an unknown kind (8)");
 }
 
@@ -135,14 +135,14 @@ TEST_F(TagsTest, ABigTiffHeaderWhoseConstantIsNot0IsRefused) {
     made.Save(in_);
     ASSERT_EQ(Convert().status, 0);
     std::filesystem::remove(out_);
-    made.bytes()[6] = '\1';  // libtiff does not open it then
+    made.bytes()[6] = '\1';  // libtiff then does not open the file
     made.Save(in_);
     FileTest::ExpectRefusal("in.tif: has a damaged header");
 }
 
 TEST_F(TagsTest, AValueOverADirectoryIsRefused) {
-    // The places of the strips are the directory's own first bytes.
-    const std::uint64_t directory = tiff_.bytes().size() + 6;  // behind the depths
+    // The strip offsets are the first bytes of the directory itself.
+    const std::uint64_t directory = tiff_.bytes().size() + 6;  // after the bit depths
     ExpectRefusal(With(Small(), {273, 4, 3, directory}), "has the value of tag 273 over a directory");
     ExpectRefusal(With(Small(), {34675, 7, 16, 4}), "has the value of tag 34675 over a directory");
 }
@@ -168,7 +168,7 @@ TEST_F(TagsTest, WhatIsOddAndClearIsConverted) {
     ExpectConverted(And(Small(), {34675, 7, 0, 0}), "an empty profile");
     ExpectConverted(Small(), "a sound file");
     ExpectConverted(With(Small(), {254, 1, 4, 0}), "a subfile type as the library writes it");
-    // libtiff does not read several strips without sizes; what comes of them has sizes.
+    // libtiff does not read several strips without byte counts; the output has byte counts.
     Entries two = Without(With(Small(), TiffMaker::Short(278, 2)), 279);
     ExpectConverted(With(two, TiffMaker::Longs(273, {pixels_, pixels_ + 24})), "two strips without sizes");
     std::string packed;
@@ -178,7 +178,7 @@ TEST_F(TagsTest, WhatIsOddAndClearIsConverted) {
 }
 
 TEST_F(TagsTest, AStripThatMovesHasTheSizeOfItsPixels) {
-    // The strip has 12 bytes more than its pixels take, and a text stands within it, so that it goes to the end.
+    // The strip is 12 bytes longer than its pixels and contains a text, so it moves to the end of the file.
     Save(And(With(Small(), TiffMaker::Long(257, 3)), {305, 2, 8, pixels_ + 8}));
     ASSERT_THAT(Convert({"--no-tag"}), Succeeds());
     EXPECT_THAT(Shell("tiffinfo -s " + Quoted(out_)), HasSubstr(",       36]"));

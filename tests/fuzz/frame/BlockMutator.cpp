@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Blocks of tags that stand alone, without a file around them.
+// Mutations of tag blocks without a file around them.
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -16,7 +16,7 @@ constexpr std::size_t kCurveCount = 8, kCurveHead = 12;
 constexpr std::size_t kOffsets[] = {12, 16, 20, 24, 28};  // B curves, matrix, M curves, grid, A curves
 constexpr std::size_t kGridOffset = 24, kPrecision = 16, kGridHead = 20;
 
-/// A number of a block, and the last one that is still like those below it.
+/// A number in a block, and its greatest ordinary value.
 struct Field {
     std::size_t at, width;
     std::uint64_t limit;
@@ -24,7 +24,7 @@ struct Field {
 
 void Change(const Block& block, const Field& field) {
     const std::uint32_t value = block.Edge(std::min<std::uint64_t>(field.limit, 0xfffffffeU));
-    // The half and the end of 32 bits are those of a narrower field.
+    // Limits in the upper half of the 32-bit range are scaled to the width of a narrower field.
     block.Put(field.at, field.width, value >= 0x80000000U ? value >> (32 - 8 * field.width) : value);
 }
 
@@ -34,12 +34,12 @@ std::uint64_t Room(const Block& block, std::size_t head, std::size_t itemBytes) 
 
 bool Is(const Block& block, const char* type) { return block.size >= 4 && std::memcmp(block.data, type, 4) == 0; }
 
-/// How many entries each of `rows` rows may have beside the values that others take.
+/// How many entries each of `rows` rows can have in the space that other values leave.
 std::uint64_t Fitting(std::uint64_t room, std::uint64_t taken, std::uint64_t rows) {
     return rows == 0 || room <= taken ? 0 : (room - taken) / rows;
 }
 
-/// Three tables, of bytes or of words.
+/// Three tables, 8-bit or 16-bit.
 struct TableShape {
     explicit TableShape(const Block& block)
         : itemBytes(Is(block, "mft1") ? 1 : 2),
@@ -56,7 +56,7 @@ struct TableShape {
     std::uint64_t itemBytes, inputs, outputs, points, inputEntries, outputEntries;
 };
 
-/// What the units take at the most, and what just fits in the block.
+/// The limits of the units, and the counts that just fit in the block.
 std::vector<Field> TableFields(const Block& block) {
     const TableShape shape(block);
     const std::uint64_t room = Room(block, kTables, shape.itemBytes);
@@ -73,7 +73,7 @@ std::vector<Field> TableFields(const Block& block) {
             {kOutputEntries, 2, Fitting(room, shape.Grid() + shape.Input(), shape.outputs)}};
 }
 
-/// The counts of a set of curves, each found behind the one before it.
+/// The counts of a set of curves; each curve follows the one before it.
 void AddCurves(const Block& block, std::size_t place, std::uint64_t curves, std::vector<Field>& fields) {
     std::size_t at = block.Get(place, 4);
     const std::uint64_t first = block.Get(at + kCurveCount, 4);
@@ -84,7 +84,7 @@ void AddCurves(const Block& block, std::size_t place, std::uint64_t curves, std:
     }
 }
 
-/// The precision of a grid and its points: what the units take, and as many as the block has bytes for.
+/// The precision of a grid and its points: the limits of the units, and the counts that the block has bytes for.
 void AddGrid(const Block& block, std::vector<Field>& fields) {
     const std::size_t grid = block.Get(kGridOffset, 4);
     if (grid + kGridHead > block.size) return;
@@ -110,13 +110,13 @@ std::vector<Field> CurvedFields(const Block& block) {
     return fields;
 }
 
-/// Bytes more or fewer at the end: `wanted`, one less or one more.
+/// Lengthens or shortens the block at the end: to `wanted` bytes, one less or one more.
 void ResizeTo(Block& block, std::uint64_t wanted) {
     const std::size_t size = wanted + block.scatter.Below(3), target = size > 0 ? size - 1 : 0;
     target > block.size ? block.Stretch(block.size, target - block.size) : block.Shorten(target, block.size - target);
 }
 
-/// A few bytes in the middle come or go; the offsets of what lies behind them follow.
+/// Inserts or removes a few bytes in the middle; the offsets of what follows are updated.
 void MoveParts(Block& block) {
     const std::size_t at = block.scatter.Below(block.size + 1), change = block.Move(at, 6);
     for (const std::size_t place : kOffsets) {
@@ -141,7 +141,7 @@ void MutateCurvedTag(Block& block) {
 void MutateTag(Block& block) {
     static constexpr const char* kTypes[] = {"mft2", "mft1", "mAB ", "mBA ", "curv",
                                              "para", "XYZ ", "text", "desc", "sf32"};
-    static constexpr std::size_t kNeeds[] = {0, 8, kCurveHead, 20, 44};  // of texts, colours and matrices
+    static constexpr std::size_t kNeeds[] = {0, 8, kCurveHead, 20, 44};  // for texts, colours and matrices
     const std::size_t how = block.scatter.Below(8);
     const bool table = Is(block, "mft2") || Is(block, "mft1");
     if (how == 0 && block.size >= 4) {

@@ -15,7 +15,7 @@
 #include <limits>
 #include <stdexcept>
 
-/// What the library prints about broken files would drown what the fuzzer says.
+/// Messages of the library about broken files would hide those of the fuzzer.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (nowhere >= 0) dup2(nowhere, STDOUT_FILENO);

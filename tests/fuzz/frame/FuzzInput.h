@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What every fuzz target stands on: numbers out of the input's bytes, files in memory, and a count of the heap.
+// Common parts of all fuzz targets: numbers from the bytes of the input, files in memory, and a measurement of the
+// heap.
 #pragma once
 
 #include <cstddef>
@@ -22,13 +23,13 @@ using test::OpenFiles;
 /// A path that cannot be opened.
 inline constexpr const char* kNoFile = "/proc/self/fd/none";
 
-/// Tells what does not hold, and ends the process.
+/// Reports the violated condition and ends the process.
 [[noreturn]] void Fail(const char* what, const char* file, int line);
 inline void Require(bool holds, const char* what, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
     if (!holds) Fail(what, file, line);
 }
 
-/// Numbers from the input, front to back; behind its end everything is 0.
+/// Reads numbers from the input, front to back; after its end everything is 0.
 class FuzzInput {
 public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
@@ -38,21 +39,21 @@ public:
     unsigned U16() { return static_cast<unsigned>(Number(2)); }
     std::uint32_t U32() { return static_cast<std::uint32_t>(Number(4)); }
     bool Bool() { return (U8() & 1U) != 0; }
-    /// 0 to `limit` - 1; `limit` from 1 on.
+    /// 0 to `limit` - 1; `limit` is at least 1.
     std::size_t Below(std::size_t limit) { return (limit <= 256 ? U8() : limit <= 65536 ? U16() : U32()) % limit; }
-    /// `low` to `high`, both possible.
+    /// `low` to `high`, inclusive.
     int Between(int low, int high) {
         return low + static_cast<int>(Below(static_cast<std::size_t>(static_cast<std::int64_t>(high) - low) + 1));
     }
-    /// Any int: half of the time a small one, else one at or beside the edges of the usual widths.
+    /// Any int: half of the time a small one, else one at or next to the limits of the usual widths.
     int Int();
-    /// A size as callers pass it: mostly small, now and then at the limits of 32 or 64 bits.
+    /// A size argument: mostly small, sometimes at the limits of 32 or 64 bits.
     std::uint64_t Length();
-    /// Any double: colours, edges, endless ones and no numbers.
+    /// Any double: colours, limits, infinities and NaN.
     double Double();
-    /// The next bytes, at most `count`, as an input of their own.
+    /// The next bytes, at most `count`, as a separate input.
     FuzzInput Split(std::size_t count);
-    /// The next bytes, `count` of them.
+    /// The next `count` bytes.
     Bytes Take(std::size_t count);
     Bytes Rest() { return Take(left_); }
 
@@ -63,17 +64,17 @@ private:
     std::size_t left_;
 };
 
-/// What a target does with one input.
+/// Runs the target on one input.
 void RunTarget(FuzzInput& input);
 
-/// A number generator for contents that need no bytes of the input each.
+/// A random number generator for contents that are not taken from the input byte by byte.
 class Scatter : public test::Lcg {
 public:
     using Lcg::Lcg;
     std::size_t Below(std::size_t limit) { return Next() % limit; }
 };
 
-/// Bytes of any values.
+/// Random bytes.
 Bytes ScatteredBytes(std::size_t count, std::uint32_t seed);
 
 /// A regular file in memory that has a path.
@@ -92,7 +93,7 @@ private:
     std::string path_;
 };
 
-/// The heap from here on: bytes beyond what was in use, at the most, and the number of allocations.
+/// Measures the heap from its construction on: peak bytes above those in use then, and the number of allocations.
 class HeapWatch {
 public:
     HeapWatch();
@@ -103,7 +104,7 @@ private:
     std::size_t liveBefore_, countBefore_;
 };
 
-/// What the library prints to the standard output stream while this lives.
+/// Captures the standard output of the library during its lifetime.
 class PrintWatch {
 public:
     PrintWatch() : before_(std::cout.rdbuf(text_.rdbuf())) {}

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Counts the heap. With AddressSanitizer by its hooks, so that its own checks of new and delete stay; otherwise by
-// operators of our own.
+// Measures the heap: with AddressSanitizer through its hooks, so that its own checks of new and delete remain;
+// otherwise through replaced operators.
 #include <malloc.h>
 
 #include <atomic>

@@ -29,7 +29,7 @@ void CheckEntries(const CCurveType& curve, const Bytes& block, std::uint64_t at,
 
 namespace {
 
-/// The class that a name and the type at the block's start ask for.
+/// The class for a tag name and the type at the start of its block.
 const std::type_info& ClassOf(const std::string& name, const std::string& type) {
     const auto isOneOf = [&](std::initializer_list<const char*> names) {
         return std::find(names.begin(), names.end(), name) != names.end();
@@ -51,8 +51,8 @@ void CheckText(const unsigned char* text, const Bytes& block) {
     for (std::size_t i = 8; i < block.size(); ++i) Require(text[i - 8] == block[i], "text");
 }
 
-/// A curve must have the entries that fit of those that its count announces, in the block and in `left` bytes, from
-/// which they are taken. Returns their bytes.
+/// A curve must have as many of its announced entries as fit in the block and in `left`, a number of bytes that is
+/// reduced by theirs. Returns their bytes.
 std::uint64_t CheckCurve(const CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t& left) {
     const std::uint64_t room = at + 12 > block.size() ? 0 : (block.size() - at - 12) / 2;
     const std::uint64_t count = std::min({std::uint64_t{Big32At(block, at + 8)}, room, left / 2});
@@ -78,7 +78,7 @@ void CheckTable(const Lut& lut, const Bytes& block) {
     for (std::size_t n = 0; n < 3; ++n) {
         const auto& table = *tables[n];
         Require((table != nullptr) == fits, "tables");
-        for (std::uint64_t i = 0; fits && i < counts[n] + 8; ++i) {  // eight to spare
+        for (std::uint64_t i = 0; fits && i < counts[n] + 8; ++i) {  // eight extra entries
             const std::uint64_t place = at + kWidth * i;
             const unsigned entry = kWidth == 2 ? Big16At(block, place) : ByteAt(block, place);
             Require(table[i] == (i < counts[n] ? entry : 0), "entry of a table");
@@ -91,14 +91,14 @@ void CheckGrid(const CLutGrid& grid, const Bytes& block, std::uint64_t at, unsig
                std::uint64_t& left) {
     for (std::size_t i = 0; i < 16; ++i) Require(grid.gridPoints[i] == ByteAt(block, at + i), "points of an axis");
     Require(grid.precision == ByteAt(block, at + 16), "precision");
-    // Stopped where no block goes, long before 64 bits are full.
+    // Limited to a size that no block has, far below the range of 64 bits.
     std::uint64_t bytes = std::uint64_t{grid.precision} * outputs;
     for (unsigned axis = 0; axis < std::min(inputs, 16U); ++axis) {
         bytes = std::min(bytes * ByteAt(block, at + axis), std::uint64_t{1} << 40);
     }
     const bool fits = bytes <= left && bytes <= block.size() && at + 20 <= block.size() - bytes;
     Require(grid.gridBytes == (fits ? bytes : 0), "bytes of a grid");
-    // With an axis without points, whether there is an array of no bytes depends on the axes before it.
+    // If an axis has no points, the axes before it determine whether there is an empty array.
     Require(bytes == 0 || (grid.gridData != nullptr) == fits, "grid");
     left -= grid.gridBytes;
     for (std::uint64_t i = 0; i < grid.gridBytes; ++i) {
@@ -129,7 +129,7 @@ void CheckCurved(const CLut& lut, const std::string& name, const Bytes& block) {
     const std::uint32_t offsets[] = {lut.bCurveOffset, lut.matrixOffset, lut.mCurveOffset, lut.clutOffset,
                                      lut.aCurveOffset};
     for (std::size_t i = 0; i < 5; ++i) Require(offsets[i] == Big32At(block, 12 + 4 * i), "offsets");
-    // Parts may share their bytes, but not more than threefold.
+    // Parts may overlap; together they take at most three times the size of the block.
     std::uint64_t left = 3 * block.size();
     CheckCurves(lut.bCurves, block, lut.bCurveOffset, a2b ? out : in, left);
     Require((lut.mCurve != nullptr) == (lut.mCurveOffset != 0), "M curve");
@@ -188,7 +188,7 @@ void CheckTag(const iccTagBase& tag, const std::string& name, const Bytes& block
 void CheckProfile(const IccFile4& profile, const Bytes& file, const test::TagList& tags) {
     CheckHeader(profile.header, file);
     Require(profile.tagList.size() == tags.size(), "number of tags");
-    for (std::size_t i = 0; i < tags.size() && i <= 200; ++i) {  // enough of a thousand alike
+    for (std::size_t i = 0; i < tags.size() && i <= 200; ++i) {  // enough of a thousand identical ones
         const std::string& name = tags[i].first;
         CheckTag(*profile.tagList[i], name, tags[i].second);
         const auto first = std::find_if(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == name; });

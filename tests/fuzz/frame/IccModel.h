@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A profile as the reference reads it, and its comparison with the library's.
+// A profile as read by the reference implementation, and its comparison with the library's.
 #pragma once
 
 #include <string>
@@ -17,17 +17,17 @@ using test::Big16At;
 using test::Big32At;
 using test::ByteAt;
 
-/// What a reading may take of the heap: a block is copied once as it stands and at most four times decoded.
+/// A limit on the heap for reading: each block is copied once unchanged and at most four times decoded.
 constexpr std::size_t IccHeap(std::size_t size) { return 6 * (8 * size + (std::size_t{4} << 20)) + 65536; }
 
-/// The file that saving gives.
+/// The file that saving should give.
 Bytes SavedModel(const Bytes& file, const test::TagList& tags);
 
-/// The tag must be of the class that its name and type ask for, carry the block, and hold what the block says.
+/// The tag must be of the class for its name and type, hold the block, and have the values in the block.
 void CheckTag(const ICC40::ICCFILE::iccTagBase& tag, const std::string& name, const Bytes& block);
-/// Tags and header must be those of the file as the reference reads it.
+/// Tags and header must equal those that the reference reads from the file.
 void CheckProfile(const ICC40::ICCFILE::IccFile4& profile, const Bytes& file, const test::TagList& tags);
-/// The entries of a curve at a place of a block, of which there are `count`.
+/// The `count` entries of a curve at an offset in a block.
 void CheckEntries(const ICC40::ICCFILE::CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t count);
 
 }  // namespace hueweave::fuzz

@@ -16,7 +16,7 @@ std::size_t Room(const Block& file) { return file.size < kTable ? 0 : (file.size
 
 std::size_t Entries(const Block& file) { return std::min<std::size_t>(file.Get(kCount, 4), Room(file)); }
 
-/// One entry of the table and what it leads to.
+/// One entry of the tag table and its block.
 struct Tag {
     Tag(const Block& file, std::size_t n)
         : entry(kTable + kEntry * n), offset(file.Get(entry + 4, 4)), bytes(file.Get(entry + 8, 4)) {}
@@ -25,7 +25,7 @@ struct Tag {
 
 void Rename(const Block& file, const Tag& tag) { std::memcpy(file.data + tag.entry, file.AnyOf(kNames), 4); }
 
-/// Offsets of all blocks behind `at` follow them.
+/// Updates the offsets of all blocks after `at`.
 void Follow(const Block& file, std::size_t at, std::size_t change) {
     for (std::size_t n = 0; n < Entries(file); ++n) {
         const Tag tag(file, n);
@@ -33,7 +33,7 @@ void Follow(const Block& file, std::size_t at, std::size_t change) {
     }
 }
 
-/// A field of an entry.
+/// Changes a field of an entry.
 void ChangeEntry(const Block& file, const Tag& tag) {
     switch (file.scatter.Below(4)) {
         case 0:
@@ -47,7 +47,7 @@ void ChangeEntry(const Block& file, const Tag& tag) {
     }
 }
 
-/// A word of a block, or what its type lets change, as far as it is there.
+/// Changes a word of a block, or a field of its type if the block is long enough.
 void ChangeBlock(const Block& file, const Tag& tag) {
     const std::size_t held = tag.offset >= file.size ? 0 : std::min(tag.bytes, file.size - tag.offset);
     if (held < 4) return;
@@ -55,7 +55,7 @@ void ChangeBlock(const Block& file, const Tag& tag) {
     file.OneIn(5) ? block.Put(file.scatter.Below(held) & ~std::size_t{3}, 4, block.Edge(held)) : MutateTag(block);
 }
 
-/// Makes a block longer or shorter; the offsets of what lies behind it follow.
+/// Lengthens or shortens a block; the offsets of what follows are updated.
 void ResizeBlock(Block& file, const Tag& tag) {
     if (tag.offset > file.size || tag.offset < kTable) return;
     const std::size_t at = tag.offset + file.scatter.Below(std::min(tag.bytes, file.size - tag.offset) + 1);
@@ -64,7 +64,7 @@ void ResizeBlock(Block& file, const Tag& tag) {
     file.Put(tag.entry + 8, 4, tag.bytes + change);
 }
 
-/// One entry more, a copy of another; the blocks move on.
+/// Adds a copy of an entry; the blocks move.
 void AddEntry(Block& file, const Tag& tag) {
     const std::size_t entries = Entries(file), end = kTable + kEntry * entries;
     if (file.size + kEntry > file.maxSize) return;

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-/// The engine's own changes, in a replay those of Replay.cpp: changes a block in place, returns its size.
+/// The fuzzing engine's own mutation, in a replay that of Replay.cpp: changes a block in place, returns its size.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
 namespace hueweave::fuzz {
@@ -63,7 +63,7 @@ void Block::Cut() {
 
 std::size_t MutateBehind(std::size_t prefix, Mutator format, std::uint8_t* data, std::size_t size, std::size_t maxSize,
                          unsigned seed) {
-    Scatter scatter(seed * 2654435761U);  // so that seeds in a row differ from the first number on
+    Scatter scatter(seed * 2654435761U);  // so that successive seeds differ from the first number on
     if (size <= prefix || maxSize <= prefix) return LLVMFuzzerMutate(data, size, maxSize);
     const std::size_t how = scatter.Below(8);
     if (prefix != 0 && how < 2) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Changes that know the formats: a mutator changes a block in place.
+// Mutations that know the formats: a mutator changes a block in place.
 #pragma once
 
 #include <cstddef>
@@ -12,48 +12,48 @@
 
 namespace hueweave::fuzz {
 
-/// A file or a part of one that lies in the fuzzer's memory and may grow to `maxSize` bytes. What lies beyond its end
-/// reads as 0 and is not written.
+/// A file or a part of one in the fuzzer's memory, which may grow to `maxSize` bytes. Bytes past its end read as 0 and
+/// are not written.
 struct Block {
     std::uint8_t* data;
     std::size_t size, maxSize;
     Scatter& scatter;
-    bool little = false;  ///< order of bytes
+    bool little = false;  ///< byte order
 
     std::uint64_t Get(std::size_t at, std::size_t width) const;
     void Put(std::size_t at, std::size_t width, std::uint64_t value) const;
     void Copy(std::size_t to, std::size_t from, std::size_t count) const;
-    /// 0, 1, the limit and its neighbours, and the edges of 32-bit numbers.
+    /// 0, 1, the limit and its neighbours, and the limits of 32-bit numbers.
     std::uint32_t Edge(std::uint64_t limit) const;
     bool OneIn(std::size_t count) const { return scatter.Below(count) == 0; }
     template <typename Values>
     auto AnyOf(const Values& values) const {
         return values[scatter.Below(std::size(values))];
     }
-    /// Puts bytes in or takes them out at `at`; what does not fit is left alone. Bytes that come have the value of the
-    /// one before them.
+    /// Inserts or removes bytes at `at`; an insertion that does not fit is skipped. Inserted bytes have the value of
+    /// the one before them.
     void Stretch(std::size_t at, std::size_t count);
     void Shorten(std::size_t at, std::size_t count);
-    /// One or the other by 1 to `most` bytes. Returns the growth, which wraps around for a shorter block.
+    /// Inserts or removes 1 to `most` bytes. Returns the growth, which wraps around for a shorter block.
     std::size_t Move(std::size_t at, std::size_t most);
-    /// Now and then cuts the end off.
+    /// Sometimes truncates the block.
     void Cut();
 };
 
 using Mutator = void (*)(Block& block);
 
-/// A profile: one field of the table or of a block, or a block that is cut, moved, stretched or renamed.
+/// A profile: changes one field of the tag table or of a block, or truncates, moves, stretches or renames a block.
 void MutateIcc(Block& file);
-/// A TIFF file: one field of an entry, or an entry or the data of one that move, grow or go.
+/// A TIFF file: changes one field of an entry, or moves, grows or removes an entry or its data.
 void MutateTiff(Block& file);
-/// A tag's block of any type: a count, an entry's number, a channel's or a point's, at what the units take and at what
-/// just fits in the block; or a block that is just too short.
+/// A tag's block of any type: sets a count, an entry, a channel number or a grid size to the limits of the units or to
+/// what just fits in the block; or makes the block slightly too short.
 void MutateTag(Block& block);
 /// A block of curves and a grid: the same, and its offsets.
 void MutateCurvedTag(Block& block);
 
-/// An input whose first `prefix` bytes steer the target, with a file behind them: half of the changes are the format's,
-/// the others the engine's own; one in four goes to the steering bytes. Returns the new size.
+/// An input whose first `prefix` bytes steer the target, followed by a file: half of the mutations are those of the
+/// format, the others the fuzzing engine's own; one in four changes the steering bytes. Returns the new size.
 std::size_t MutateBehind(std::size_t prefix, Mutator format, std::uint8_t* data, std::size_t size, std::size_t maxSize,
                          unsigned seed);
 

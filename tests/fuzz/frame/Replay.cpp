@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Runs a fuzz target without a fuzzing engine: every file of the folders and files named, in the order of their names,
-// and with --inputs=N also changed forms of them, N inputs in all or a few more. Fails when there was no file. The
-// changes are the same every time. An input that ends the process, or takes longer than 20 seconds, is kept in the file
-// that --keep=FILE names.
+// Runs a fuzz target without a fuzzing engine: on every file of the given folders and files, sorted by name, and with
+// --inputs=N also on mutated forms of them, N inputs in all or a few more. Fails if there was no file. The mutations
+// are the same every time. An input that ends the process, or takes longer than 20 seconds, is saved in the file given
+// by --keep=FILE.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -23,7 +23,7 @@
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
-/// There if a sanitizer is: what it calls before it ends the process.
+/// Defined if a sanitizer is linked: sets a function that it calls before it ends the process.
 extern "C" __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
 extern "C" __attribute__((weak)) std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                                      std::size_t maxSize, unsigned seed);
@@ -35,7 +35,7 @@ using hueweave::fuzz::Bytes;
 
 hueweave::fuzz::Scatter scatter(1);
 
-/// The files of a folder in the order of their names, or one file.
+/// The files of a folder sorted by name, or one file.
 void AddFiles(const fs::path& place, std::vector<fs::path>& files) {
     if (!fs::is_directory(place)) {
         if (fs::exists(place)) files.push_back(place);
@@ -48,10 +48,10 @@ void AddFiles(const fs::path& place, std::vector<fs::path>& files) {
 
 constexpr unsigned kMostSeconds = 20;  ///< for one input
 
-const char* keepAs = nullptr;    ///< where an input goes that ends the process
-const Bytes* current = nullptr;  ///< the one that is running
+const char* keepAs = nullptr;    ///< where an input that ends the process is saved
+const Bytes* current = nullptr;  ///< the current input
 
-/// Only calls that a signal handler may make.
+/// Makes only calls that are allowed in a signal handler.
 void KeepInput() {
     if (keepAs == nullptr || current == nullptr) return;
     const int handle = open(keepAs, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
@@ -66,7 +66,7 @@ extern "C" void KeepAndEnd(int number) {
     std::raise(number);
 }
 
-/// A sanitizer has handlers of its own for faults, and tells when it ends the process.
+/// A sanitizer has its own handlers for faults, and calls back when it ends the process.
 void WatchForTheEnd() {
     for (const int number : {SIGABRT, SIGALRM}) std::signal(number, KeepAndEnd);
     if (__sanitizer_set_death_callback != nullptr) {
@@ -76,7 +76,7 @@ void WatchForTheEnd() {
     }
 }
 
-/// In a block of its own, so that a sanitizer sees the first byte beyond it.
+/// In a separate block, so that a sanitizer detects access to the first byte past the end.
 void Run(const Bytes& input) {
     current = &input;
     alarm(kMostSeconds);
@@ -99,7 +99,7 @@ void RunChanged(const Bytes& input, std::size_t times) {
 
 }  // namespace
 
-/// The plainest changes: bytes set, taken out, and put in.
+/// The simplest mutations: bytes set, removed and inserted.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize) {
     hueweave::fuzz::Block block{data, size, maxSize, scatter};
     const std::size_t changes = 1 + scatter.Below(4);

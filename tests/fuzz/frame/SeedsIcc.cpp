@@ -11,7 +11,7 @@ using namespace test;
 
 Bytes OneTag(std::string_view name, const Bytes& block) { return MiniProfile({{name, block}}); }
 
-/// A table in an A2B0 tag, `spare` bytes longer or shorter than its contents need.
+/// A table in an A2B0 tag, `spare` bytes longer or shorter than its contents.
 Bytes Table(const char* type, const LutShape& shape, int spare = 0) {
     ByteWriter out = TableHead(type, shape, 0x10000);
     Lcg values(static_cast<std::uint32_t>(shape.inputs * 7 + shape.outputs * 31 + shape.points));
@@ -73,7 +73,7 @@ void SowTables(const Sow& sow) {
     }
 }
 
-/// A sound file with other words in some places.
+/// A valid file with some words changed.
 Bytes Patched(const Bytes& sound, std::initializer_list<std::pair<std::size_t, std::uint32_t>> words) {
     ByteWriter out;
     out.Append(sound);
@@ -81,7 +81,7 @@ Bytes Patched(const Bytes& sound, std::initializer_list<std::pair<std::size_t, s
     return out.Done();
 }
 
-/// Tables of the container: shared, empty, overlapping, outside, without end.
+/// Tag tables: shared, empty, overlapping, pointing outside, without end.
 void SowTagTables(const Sow& sow) {
     const Bytes sound = MiniProfile({{"A2B0", Mft2(SmoothLut(2))}, {"wtpt", XyzBlock(63190, 65536, 54061)}});
     for (std::size_t size = 0; size <= 160; size += 4) {

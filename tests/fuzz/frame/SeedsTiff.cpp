@@ -9,7 +9,7 @@ namespace {
 
 using namespace test;
 
-/// One strip, planes, a bitmap in planes, and several strips: the four paths of an image.
+/// One strip, planes, a bilevel image in planes, and several strips: the four layouts of an image.
 void SowPaths(const Sow& sow) {
     for (const unsigned samples : {1U, 2U, 3U, 4U, 5U}) {
         for (const unsigned bits : {1U, 8U, 16U}) {
@@ -33,7 +33,7 @@ void SowPaths(const Sow& sow) {
     }
 }
 
-/// Every type of entry, in the entry and beside it; counts at the limits.
+/// Every type of entry, with the value in the entry and outside it; counts at the limits.
 void SowEntries(const Sow& sow) {
     for (const unsigned type : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 10U, 11U, 12U, 13U, 14U, 255U, 65535U}) {
         for (const std::uint32_t count : {0U, 1U, 2U, 4U, 5U, 0x0fffffffU, 0x20000000U, 0xffffffffU}) {

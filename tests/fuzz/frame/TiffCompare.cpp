@@ -20,7 +20,7 @@ void CheckTags(const Tiff& tiff, const test::ReferenceTiff& reference) {
         Require(tag.value == expected.value, "value");
         Require((tag.data != nullptr) == expected.data.has_value(), "whether there are data");
         Require(tag.Size() == expected.Size(), "announced size");
-        // One byte, as a profile can leave it in a tag of wide items, is no item to answer with.
+        // A single byte, which a profile can leave in a tag of wide items, is not a complete item.
         if (tag.dataSize != 1) Require(tag.GetValue() == expected.Value(), "what the tag answers");
         if (!expected.data) continue;
         Require(tag.dataSize == expected.data->size(), "bytes of the data");

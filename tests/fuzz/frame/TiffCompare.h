@@ -8,12 +8,12 @@
 
 namespace hueweave::fuzz {
 
-/// List and data must be those of the plain statement of the same file.
+/// List and data must equal those of the reference reader for the same file.
 void CheckTags(const Orvix_Tiff_STL2::Tiff& tiff, const test::ReferenceTiff& reference);
-/// The geometry that goes with the list; all 0 and no image without one.
+/// The geometry of the list; all 0 and no image without a list.
 void CheckGeometry(const Orvix_Tiff_STL2::CTiff& tiff, test::ReferenceTiff& reference);
 
-/// What reading a file of `size` bytes may take of the heap: tag data, strips, and the same image as planes and pixels.
+/// A limit on the heap for reading a file of `size` bytes: tag data, strips, and the same image as planes and pixels.
 constexpr std::size_t TiffHeap(std::size_t size) { return 24 * (std::size_t{1} << 20) + 6 * size; }
 
 }  // namespace hueweave::fuzz

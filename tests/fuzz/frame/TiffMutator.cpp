@@ -13,19 +13,19 @@ constexpr std::uint16_t kTags[] = {254, 256, 257, 258, 259, 262, 266,   273,   2
                                    325, 330, 338, 339, 347, 530, 34377, 34665, 34675, 34853, 40965};
 constexpr std::uint16_t kFieldTypes[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 16, 18, 255, 32768, 65535};
 
-/// A TIFF file of either order of bytes, classic or with offsets of 8 bytes.
+/// A TIFF file of either byte order, classic or BigTIFF.
 struct TiffFile {
     Block& file;
-    std::size_t directory = 0;  ///< the one that is changed; 0 for none
+    std::size_t directory = 0;  ///< offset of the directory to change; 0 for none
 
     explicit TiffFile(Block& block) : file(block) {
         file.little = file.Get(0, 1) != 'M';
         Choose();
     }
     bool Wide() const { return file.data[file.little ? 2 : 3] == '+'; }
-    std::size_t Field() const { return Wide() ? 8 : 4; }   ///< bytes of an offset and of a count
-    std::size_t Each() const { return Wide() ? 20 : 12; }  ///< of an entry
-    std::size_t Before() const { return Wide() ? 8 : 2; }  ///< of the number of entries
+    std::size_t Field() const { return Wide() ? 8 : 4; }   ///< bytes of an offset or a count
+    std::size_t Each() const { return Wide() ? 20 : 12; }  ///< bytes of an entry
+    std::size_t Before() const { return Wide() ? 8 : 2; }  ///< bytes of the number of entries
     std::size_t FirstAt() const { return Wide() ? 8 : 4; }
 
     bool Holds(std::size_t at) const { return at >= 8 && at <= file.size && file.size - at >= Before(); }
@@ -38,7 +38,7 @@ struct TiffFile {
     std::size_t Value(std::size_t entry) const { return file.Get(ValueAt(entry), Field()); }
     std::size_t AnyEntry() const { return Entry(file.scatter.Below(Entries())); }
 
-    /// One directory of the chain, or one that an entry of it leads to.
+    /// Picks a directory of the chain, or one that an entry of it points to.
     void Choose() {
         std::size_t next = file.Get(FirstAt(), Field());
         for (std::size_t steps = 1 + file.scatter.Below(4); steps > 0 && Holds(next); --steps) {
@@ -50,8 +50,8 @@ struct TiffFile {
             }
         }
     }
-    /// Every offset of the directory, and the header's own, follows what was moved by `change` behind `at`. Small
-    /// values are values and no offsets; a wrong guess is one more mutation.
+    /// Adjusts every offset of the directory, and the header's own, that points after `at` by `change`. Small values
+    /// are not taken for offsets; a wrong guess is one more mutation.
     void Follow(std::size_t at, std::size_t change) const {
         const auto follow = [&](std::size_t place) {
             const std::size_t value = file.Get(place, Field());
@@ -81,27 +81,27 @@ void ChangeEntry(const TiffFile& tiff) {
             return file.Put(entry + 2, 2, file.AnyOf(kFieldTypes));
         case 2:
             return file.Put(entry + 4, field, file.Edge(1 + file.scatter.Below(8)));
-        case 3:  // so that the product of width and count is at its limit
+        case 3:  // sets the product of width and count to its limit
             return file.Put(entry + 4, field, file.Edge(0x7fffffffU >> file.scatter.Below(4)));
         case 4:
             return file.Put(value, field, file.Edge(file.size));
-        case 5:  // shapes: sizes, strips, samples, depths
+        case 5:  // shape: sizes, strips, samples, depths
             return file.Put(value, field, file.Edge(1 + file.scatter.Below(34)));
-        case 6:  // a small number of two bytes, as most tags that tell how to decode
+        case 6:  // a small 16-bit number, like most tags that control decoding
             return file.Put(value, 2, file.Edge(1 + file.scatter.Below(9)));
         default:
             return file.Copy(entry, tiff.AnyEntry(), tiff.Each());
     }
 }
 
-/// Puts bytes in or takes some out, and moves every offset that points behind them.
+/// Inserts or removes bytes, and adjusts every offset that points past them.
 void Refit(TiffFile& tiff) {
     const std::size_t at = 8 + tiff.file.scatter.Below(tiff.file.size - 8), change = tiff.file.Move(at, 24);
     if (tiff.directory > at) tiff.directory += change;
     tiff.Follow(at, change);
 }
 
-/// One entry more or less; offsets keep pointing where they did.
+/// Adds or removes an entry; offsets keep their targets.
 void AddOrDropEntry(TiffFile& tiff) {
     Block& file = tiff.file;
     const std::size_t at = tiff.AnyEntry(), each = tiff.Each(), entries = tiff.Entries(), before = file.size;
@@ -114,7 +114,7 @@ void AddOrDropEntry(TiffFile& tiff) {
     tiff.Follow(at, file.size - before);
 }
 
-/// A number in the data of an entry: strips' offsets and counts, resolutions, samples, depths.
+/// Changes a number in the data of an entry: strip offsets and byte counts, resolutions, samples, depths.
 void ChangeData(const TiffFile& tiff) {
     const Block& file = tiff.file;
     const std::size_t width = file.OneIn(2) ? 2 : tiff.Field(), offset = tiff.Value(tiff.AnyEntry());
@@ -122,7 +122,7 @@ void ChangeData(const TiffFile& tiff) {
         file.Put(offset + width * file.scatter.Below(4), width, file.Edge(file.size));
 }
 
-/// A directory leads to another one, or back; the value of one entry becomes that of another.
+/// Links a directory to another one, or back to the first one; or copies the value of one entry to another.
 void Lead(const TiffFile& tiff) {
     const Block& file = tiff.file;
     const std::size_t next = tiff.Entry(tiff.Entries()), field = tiff.Field();
@@ -146,7 +146,7 @@ void MutateTiff(Block& file) {
         if (how == 0 || tiff.Entries() == 0) {
             ChangeHead(tiff);
         } else if (how < 4) {
-            // The library reads up to 29 entries.
+            // The library reads at most 29 entries.
             file.Put(tiff.directory, tiff.Before(), file.Edge(file.OneIn(2) ? 29 : tiff.Entries()));
         } else if (how < 7) {
             Refit(tiff);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Writes the seeds of every target into a folder: one folder a target. Fails if they are fewer than they should be.
+// Writes the seeds of every target into a folder, in one subfolder per target. Fails if there are fewer than expected.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -36,7 +36,7 @@ struct Garden {
     }
 };
 
-/// Bytes that steer a target, the same on every machine.
+/// Steering bytes of a target, the same on every machine.
 Bytes Steering(std::size_t size, unsigned seed) {
     Bytes bytes(size);
     test::Lcg random(seed * 2654435761U + 99);
@@ -51,7 +51,7 @@ void PlantProfiles(Garden& garden) {
     SowProfiles([&](const std::string& name, const Bytes& file) {
         garden.Plant("icc_read", name, file);
         garden.Plant("icc_roundtrip", name, file);
-        // Building tables takes its time: every third profile for the targets that do.
+        // Building tables is slow: every third profile for the targets that do it.
         if (++number % 3 == 0) garden.Plant("engine", name, Joined(Steering(40, number), file));
         if (number % 9 == 0) garden.Plant("api_sequence", name, Joined(Steering(256, number), file));
         for (unsigned tag = 0; file.size() > 144 && file.size() < 4096 && tag < 14; tag += 5) {
@@ -110,7 +110,7 @@ void PlantNumbers(Garden& garden) {
 }
 
 #ifdef HUEWEAVE_FUZZ_COMMAND
-/// A profile as the source, as the target, and behind another one as both, for every intent.
+/// A profile as the source, as the target, and after another one as both, for every intent.
 void PlantTransforms(Garden& garden, const std::string& name, const Bytes& other, const Bytes& file, unsigned number) {
     for (unsigned form = 0; form < 3; ++form) {
         // Intent, compensation, offsets, samples, split; then form, space, size of the first profile, version.
@@ -129,7 +129,7 @@ void PlantTransforms(Garden& garden, const std::string& name, const Bytes& other
     }
 }
 
-/// Files for the command; also those that the library takes, of which it refuses most.
+/// Files for the command; also those that the library accepts, most of which it refuses.
 void PlantFilesOfTheCommand(Garden& garden) {
     unsigned number = 0;
     const auto tiff = [&](const std::string& name, const Bytes& file) {
@@ -152,7 +152,7 @@ void PlantFilesOfTheCommand(Garden& garden) {
 }
 
 void PlantTextsOfTheCommand(Garden& garden) {
-    // A name in front, then what stands in the record.
+    // A name, followed by the contents of the record.
     using namespace std::string_view_literals;
     const auto line = R"({"output":"a.tif","fingerprint":"f","size":17,"modified":1})"sv;
     const std::string named = "\4aaaaa\1";

@@ -1,21 +1,21 @@
 #!/bin/bash -eu
 # SPDX-License-Identifier: MIT
-# Builds every fuzz target into $OUT, with its seeds, its dictionary, and the shared libraries that it needs, by the
+# Builds every fuzz target into $OUT, with its seeds, its dictionary and the shared libraries that it needs, using the
 # compilers and flags of the environment: $CC, $CXX, $CFLAGS, $CXXFLAGS, $LIB_FUZZING_ENGINE, $SRC, $WORK.
 
-# The libraries of the system know libstdc++ alone.
+# The system's libraries are built with libstdc++ only.
 export CXXFLAGS="${CXXFLAGS//-stdlib=libc++/} -Wno-error"
 source=$SRC/hueweave
 build=$WORK/hueweave
-# By DT_RPATH programs find in lib/ beside them the libraries that they bring along, and these find each other; by
-# DT_RUNPATH only programs would.
+# With DT_RPATH, programs find their bundled libraries in lib/, and so do these libraries; with DT_RUNPATH only programs
+# would.
 cmake -S "$source" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_FLAGS_DEBUG= -DCMAKE_CXX_FLAGS_DEBUG= \
     -DCMAKE_BUILD_RPATH="\$ORIGIN/lib" -DCMAKE_EXE_LINKER_FLAGS=-Wl,--disable-new-dtags \
     -DHUEWEAVE_FUZZ=ON -DHUEWEAVE_FUZZ_ENGINE="$LIB_FUZZING_ENGINE"
 cmake --build "$build" --target fuzz
 "$build/tests/fuzz/fuzz_seeds" "$build/seeds"
 
-# All shared libraries but those of the compiler and the C library, which are where the programs will run.
+# All shared libraries except those of the compiler and the C library, which the target system provides.
 brought() {
     ldd "$1" | awk '$2 == "=>" && $3 !~ /\/(libc|libm|libdl|librt|libpthread|libresolv|libgcc_s|libstdc\+\+)\.so/ { print $3 }'
 }

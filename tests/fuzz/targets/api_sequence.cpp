@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The sixteen exports in any order on three engines. Every answer must follow from the ones before it, no engine may
-// change what another converts, and nothing beside the pixels of a run is touched.
+// The sixteen exports in any order on three engines. Every result must follow from the previous ones, no engine may
+// affect another's conversions, and nothing outside the pixels of a run is changed.
 #include <algorithm>
 #include <array>
 
@@ -31,7 +31,7 @@ constexpr Exports kEngines[3] = {
     {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
      Orvix_Icc_ConvertFile_3rd}};
 
-/// The files of a session; the first profile is the input's.
+/// The files of a session; the first profile comes from the input.
 struct Disk {
     ScratchFile profile, sound{SoundProfile(1)}, curved{CurvedProfile(3)}, tiff8{SoundTiff(8)}, tiff16{SoundTiff(16)};
     ScratchFile dest;
@@ -43,7 +43,7 @@ class Session {
 public:
     Session(const Disk& disk, FuzzInput& input) : disk_(disk), input_(input) {
         for (const Exports& engine : kEngines) {
-            // Two paths in turn: the same one again could be the binding that exists already.
+            // Two paths alternately: the same one again could be the existing binding.
             engine.setProfile(kNoFile, nullptr, 0, CsRGB_8, CssRGB_8);
             Require(engine.setProfile(nullptr, nullptr, 0, CsRGB_8, CssRGB_8) == kNone, "no profile");
         }
@@ -74,7 +74,7 @@ private:
         return input_.Below(8) == 0 ? kNone : input_.Below(16) == 0 ? input_.Int() : input_.Between(0, 1);
     }
 
-    /// What some pixels come out as; a run that is refused leaves them as they are.
+    /// The result of converting some pixels; a run that is refused leaves them unchanged.
     Bytes Probe(std::size_t e) const {
         Bytes pixels;
         for (unsigned i = 0; i < 48; ++i) pixels.push_back(static_cast<unsigned char>(i * 53 + i / 3));
@@ -95,7 +95,7 @@ private:
         Answered(e, answer, out);
         const bool known = in == CsRGB_8 || in == CsRGB_16 || (e == 0 && in == kNone);
         Require(known || number == path_[e] || answer == kNone, "an encoding that is refused");
-        // The same path again is not opened again, if a SetIntent has given the engine a space.
+        // The same path is not opened again if a SetIntent has given the engine a space.
         Require(number < 3 || number == path_[e] || answer == kNone, "a file that is not there");
         path_[e] = number;
     }
@@ -111,7 +111,7 @@ private:
         const Bytes before = curve;
         const unsigned missing = input_.U8();
         const int count = input_.Int();
-        // A count that is no count of points may come with any array.
+        // An invalid number of points may come with any array.
         unsigned char* arrays[3] = {curve.data(), curve.data(), curve.data()};
         if (missing < 3) arrays[missing] = nullptr;
         const std::int32_t answer = kEngines[e].adjust(lightness, chroma, hue, arrays[0], arrays[1], arrays[2], count);
@@ -132,7 +132,7 @@ private:
     }
     void Convert(std::size_t e) {
         constexpr std::size_t kFence = 16;
-        const std::size_t place = kFence + input_.Below(4);  // at any address
+        const std::size_t place = kFence + input_.Below(4);  // any alignment
         const int pixels = input_.Between(-3, 70);
         const std::size_t size = place + static_cast<std::size_t>(std::max(pixels, 0)) * 6 + kFence;
         Bytes source = ScatteredBytes(size, input_.U16()), dest(size, 0xa5);
@@ -146,7 +146,8 @@ private:
         Require(kEngines[e].convert(nullptr, nullptr, pixels) == answer, "no buffers");
         const bool still = answer != 0 || pixels < 1;
         Require(!still || (source == sourceBefore && dest == destBefore), "nothing is converted");
-        // One of the two holds the result: 8-bit pixels stay where they are, 16-bit pixels go to the target.
+        // One of the two holds the result: 8-bit pixels are converted in place, 16-bit pixels are written to the
+        // destination.
         Require(!apart || source == sourceBefore || dest == destBefore, "one buffer is written");
         for (std::size_t at = 0; at < size; ++at) {
             const bool same = source[at] == sourceBefore[at] && dest[at] == destBefore[at];

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The colour triple under any numbers, step by step beside the plain arithmetic: equal to the last bit.
+// The colour triple with any numbers, compared step by step with the plain arithmetic: equal to the last bit.
 #include <cmath>
 
 #include "FuzzInput.h"
@@ -21,7 +21,7 @@ bool Same(const Triple& one, const Triple& other) {
     return true;
 }
 
-/// A limit to 0..top that takes what is no number for 0.
+/// Clamps to 0..top; NaN becomes 0.
 double Cut(double value, double top) { return std::isnan(value) ? 0.0 : value > top ? top : value < 0.0 ? 0.0 : value; }
 
 struct Model {
@@ -102,7 +102,7 @@ void RunTarget(FuzzInput& input) {
         Step(color, model, input);
         Check(color, model);
         if (input.Below(16) != 0) continue;
-        // An assignment takes lightness, chroma and hue, and its own white and matrices.
+        // An assignment copies lightness, chroma and hue; the target has its own white point and matrices.
         CLCH target = fresh;
         Model expected;
         target = color;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any text as a settings file, beside a reader that first cuts it into lines: sections, rows, what is printed, and the
-// two kinds of look-up.
+// Any text as a settings file, compared with a reader that first splits it into lines: sections, rows, printed output,
+// and the two kinds of look-up.
 #include <algorithm>
 #include <cstring>
 #include <map>
@@ -31,7 +31,7 @@ struct Settings {
             if (!word.empty() && word.find("//") == std::string::npos) ReadSection(lines, word);
         }
     }
-    /// Rows up to the section's end; behind the end of the text they are empty.
+    /// Rows up to the end of the section; after the end of the text they are empty.
     void ReadSection(std::istringstream& lines, const std::string& name) {
         Rows rows;
         for (int n = 0; n < 1000; ++n) {
@@ -55,7 +55,7 @@ struct Settings {
     }
 };
 
-/// Digits behind blanks and a sign; limited to 64 bits, of which the low 32 count.
+/// Digits after blanks and a sign; clamped to 64 bits, of which the low 32 are used.
 int Number(const std::string& text) {
     std::size_t at = 0;
     while (at < text.size() && Blank(text[at])) ++at;
@@ -71,7 +71,7 @@ int Number(const std::string& text) {
     return static_cast<int>(static_cast<std::uint32_t>(negative ? 0 - value : value));
 }
 
-/// What is copied: up to 127 characters and the terminator, or 128 without.
+/// The copied text: up to 127 characters and the terminator, or 128 without one.
 void CheckText(CONFIG::ConfigTXT& config, const char* section, const char* key, const char* other,
                const std::string* value) {
     char out[130];
@@ -89,7 +89,7 @@ void CheckLookUps(CONFIG::ConfigTXT& config, const Settings& expected) {
         for (const auto& [key, value] : rows) {
             if (key.find('\0') != std::string::npos || name.find('\0') != std::string::npos) continue;
             CheckText(config, name.c_str(), key.c_str(), "other", &value);
-            const std::string shown = value.c_str();  // up to a zero among the characters
+            const std::string shown = value.c_str();  // up to a NUL character
             Require(config.GetInt(name.c_str(), key.c_str(), -7) == Number(shown), "a number");
         }
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The pixel loops of every instruction set beside the reference pipeline, over tables that no profile may ever give:
-// any fractions, ties among them, any nodes, any address, any distance of source and destination.
+// The pixel loops of every instruction set compared with the reference pipeline, with tables that no profile may ever
+// give: any fractions, including ties, any nodes, any alignment, any distance between source and destination.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -23,12 +23,12 @@ using namespace ICC40::ICC_ENG_S4;
 
 constexpr std::size_t kValues = 65536;
 
-/// An engine and the reference with the same tables: kept from run to run, as they are large.
+/// An engine and the reference with the same tables, kept between runs because they are large.
 struct Pair {
     std::unique_ptr<CIccEngineS> engine = std::make_unique<CIccEngineS>();
     test::ReferenceEngine reference{{}};
-    std::vector<std::size_t> cells;                              ///< that are not blank
-    std::vector<std::pair<std::size_t, std::size_t>> samples{};  ///< channels and samples that are not blank
+    std::vector<std::size_t> cells;                              ///< indices of non-blank cells
+    std::vector<std::pair<std::size_t, std::size_t>> samples{};  ///< channel and sample of each non-blank entry
 
     Pair() {
         std::memset(engine->Lut3D, 0, sizeof engine->Lut3D);
@@ -79,7 +79,7 @@ struct Pair {
     }
 };
 
-/// Two cells an axis, in any order, and a few fractions, so that ties are frequent.
+/// Two cells per axis, in any order, and a few fractions, so that ties are frequent.
 struct Palette {
     std::array<std::array<std::uint32_t, 2>, 3> cells{};
     std::array<std::uint32_t, 6> fractions{0, 4095, 1};
@@ -108,7 +108,7 @@ void CheckKernels(const Pair& pair, const Bytes& pixels, const Bytes& expected, 
                         &engine.Lut3D[0][0],
                         {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}};
     for (const Kernel* kernel : Kernels()) {
-        // In place, at any address, between fences; then with the destination before the source.
+        // In place, at any alignment, between guard bytes; then with the destination before the source.
         for (const std::size_t back : {std::size_t{0}, std::size_t{1} + at, std::size_t{24}}) {
             Bytes room(kFence + at + pixels.size() + kFence, 0xa5);
             unsigned char* from = &room[kFence + at];
@@ -121,7 +121,7 @@ void CheckKernels(const Pair& pair, const Bytes& pixels, const Bytes& expected, 
     }
 }
 
-/// A destination that starts inside the run: later pixels are converted as earlier ones have left them.
+/// A destination that starts inside the run: later pixels are converted from what earlier ones have written.
 void CheckAhead(const Pair& pair, const Bytes& pixels, int count, std::size_t ahead) {
     Bytes room = pixels;
     room.resize(pixels.size() + ahead);
@@ -149,7 +149,7 @@ void RunTarget(FuzzInput& input) {
 
     Bytes pixels;
     for (int i = 0; i < 3 * count; ++i) {
-        // The input's own bytes first, then any.
+        // Values from the input first, then random ones.
         const std::size_t sample = (input.Empty() ? scatter.Sample() : input.U16()) & (wide ? 0xffffU : 0xffU);
         const auto channel = static_cast<std::size_t>(i % 3);
         pair.samples.emplace_back(channel, sample);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A whole file through a sound engine: the bytes written, the lines printed and the source beside the plain statement;
-// also where source and destination are one file.
+// A whole file through a valid engine: the bytes written, the lines printed and the source compared with the reference
+// implementation; also with one file as source and destination.
 #include "Files.h"
 #include "FuzzInput.h"
 #include "Mutation.h"
@@ -20,7 +20,7 @@ bool Bind() {
                CsAdobeRGB_Gamma180_16;
 }
 
-/// The same file by another path.
+/// The same file under another path.
 std::string OtherPath(const ScratchFile& file) {
     const std::string path = file.Path();
     return "/dev/fd" + path.substr(path.rfind('/'));
@@ -59,7 +59,7 @@ void RunTarget(FuzzInput& input) {
         Require(dest.Get() == expected.file, "the file of the plain statement");
         Require(source.Get() == file, "the source is as it was");
     } else {
-        // What could not be read is not destroyed.
+        // A source that could not be read is not destroyed.
         Require(source.Get() == (expected.file.empty() ? file : expected.file), "the file in its own place");
     }
 }

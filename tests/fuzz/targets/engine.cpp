@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// An engine bound to any profile, from a file and from memory: results and state as its tables ask for, the same tables
-// on whichever way they came to be, pixels as the reference pipeline converts them, and no more heap than the file's
-// size allows.
+// An engine bound to any profile, from a file and from memory: results and state follow from its tables, every sequence
+// of calls gives the same tables, pixels equal those of the reference pipeline, and the heap stays within a limit that
+// depends on the size of the file.
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -25,7 +25,7 @@ using ICC40::ICCFILE::Intent;
 constexpr std::size_t kSteering = 40, kFence = 32;
 constexpr int kNone = 65535, kPixels = 61;
 
-/// What a binding may take of the heap.
+/// A limit on the heap for binding.
 constexpr std::size_t BindHeap(std::size_t size) { return 20 * (std::size_t{1} << 20) + 34 * size; }
 
 struct Job {
@@ -41,10 +41,10 @@ Job DrawJob(FuzzInput& input) {
     const int intent = input.Between(-1, 4);
     const int encoding = input.Below(8) == 0 ? input.Int() : input.Between(0, 1);
     const int output = input.Below(8) == 0 ? input.Int() : input.Between(8, 39);
-    return {intent, encoding, output, input.Double(), input.Double(), input.Double()};  // drawn in this order
+    return {intent, encoding, output, input.Double(), input.Double(), input.Double()};  // in this order
 }
 
-/// Any pixels, with fences before and behind them that must stay.
+/// Any pixels, between guard bytes that must stay unchanged.
 Bytes FencedPixels(const Job& job) { return ScatteredBytes(2 * kFence + kPixels * (job.input == 1 ? 6 : 3), 7); }
 
 Bytes Pixels(const Bytes& fenced) { return Bytes(fenced.begin() + kFence, fenced.end() - kFence); }
@@ -82,12 +82,12 @@ int Bind(CIccEngineS& engine, Profile profile, const Job& job) {
                              static_cast<ColorSpaceSignature>(job.output), job.lightness, job.chroma, job.hue);
 }
 
-/// The status that a profile leaves; none where it depends on nothing but the table.
+/// The state after binding a profile with the table `block`, null for none; `usable`: the engine accepts the table.
 void CheckStatus(const CIccEngineS& engine, int result, const Job& job, const Bytes* block, bool usable) {
     const bool encoding = job.input == 0 || job.input == 1;
     Require(result == (encoding ? 0 : 65530), "result of a binding");
     const bool built = encoding && usable && Supported(job.output);
-    const bool kept = built || (encoding && block == nullptr);  // a missing table is no failure
+    const bool kept = built || (encoding && block == nullptr);  // a missing table is not an error
     Require(engine.Unit.OutputSpace == (kept ? job.output : kNone), "output space");
     Require((engine.Unit.BuildResult != kNone) == built, "result of the build");
     Require((engine.InEntries != 0) == (encoding && usable), "input tables");
@@ -107,7 +107,7 @@ void CheckMemory(const CIccEngineS& engine, int result, std::span<const std::uin
     Require(engine.InEntries == 0 || SameTables(engine, *memory), "the same tables from memory");
 }
 
-/// The same tables again, by way of another profile, intent and space.
+/// The same tables again, after a detour through another profile, intent and space.
 void CheckOtherWay(const CIccEngineS& engine, const char* path, const Job& job) {
     static const ScratchFile sound(SoundProfile(4));
     static const auto other = std::make_unique<CIccEngineS>();
@@ -154,7 +154,7 @@ void RunTarget(FuzzInput& input) {
     Require(engine->InEntries != 0 || converted == Pixels(FencedPixels(job)), "without tables pixels stay");
     if (plain && usable && (job.input == 0 || job.input == 1)) CheckOtherWay(*engine, file.Path(), job);
     if (deep && usable) CheckPixels(*engine, file.Path(), job, tags);
-    // Adjustments answer with the space, or with 65535 where there is no table to work with.
+    // Adjustments return the space, or 65535 without a table.
     const int space = engine->Unit.OutputSpace;
     const int shifted = engine->Adjust_Lch(steering.Double(), steering.Double(), steering.Double());
     Require(shifted == space || shifted == kNone, "result of an adjustment");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A profile put into a TIFF file, saved, found again, written out and taken away.
+// A profile embedded in a TIFF file, saved, found again, extracted and removed.
 #include <algorithm>
 
 #include "FuzzInput.h"
@@ -17,7 +17,7 @@ using namespace Orvix_Tiff_STL2;
 
 constexpr std::size_t kSteering = 66;  ///< options, length, and the start of the profile
 
-/// The profile goes into the tag as far as its header says and the file goes; without the tag nothing changes.
+/// The tag gets the profile up to the size in its header and the end of its file; without the tag nothing changes.
 void Embed(CTiff& tiff, test::ReferenceTiff& reference, const ScratchFile& profile, const Bytes& bytes) {
     const HeapWatch heap;
     Require(tiff.SetIccProfile(profile.Path()) == 0, "a profile is set");
@@ -30,7 +30,7 @@ void Embed(CTiff& tiff, test::ReferenceTiff& reference, const ScratchFile& profi
     CheckTags(tiff, reference);
 }
 
-/// What is written out is what the tag has, and no more.
+/// The extracted file holds exactly the contents of the tag.
 void CheckWritten(CTiff& tiff, test::ReferenceTiff& reference, const ScratchFile& out) {
     const Bytes before(20, 0xee);
     out.Put(before);
@@ -60,7 +60,7 @@ void RunTarget(FuzzInput& input) {
     Require(tiff.ReadFile(source.Path()) == 0, "read");
     reference.Read(file);
     if ((options & 2U) != 0 && reference.Find(34675) == nullptr) {
-        // The tag is never added by the operation itself.
+        // The operation never adds the tag.
         tiff.SetTag(kIccProfile, 7, 0, 0, nullptr);
         reference.tags.push_back({34675, 7, 0, 0, {}, false});
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A profile as it is read from a file and from memory, beside the plain model, and what the reading takes of the heap.
+// A profile read from a file and from memory, compared with the reference reader, and the heap used for reading.
 #include "IccModel.h"
 #include "Mutation.h"
 
@@ -19,7 +19,7 @@ void hueweave::fuzz::RunTarget(FuzzInput& input) {
         Require(heap.Peak() <= IccHeap(bytes.size()), "heap of a reading");
         CheckProfile(profile, bytes, tags);
         if (fromMemory) continue;
-        // A second reading adds its tags to those of the first; a reset takes all away.
+        // A second read adds its tags to those of the first; a reset removes all.
         Require(profile.ReadFile(file.Path()) == 0, "read once more");
         Require(profile.tagList.size() == 2 * tags.size(), "tags are added");
         profile.Reset();

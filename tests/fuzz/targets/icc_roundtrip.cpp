@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A profile read and saved: byte for byte the file of the model, and the same again from then on.
+// A profile that is read and saved: byte for byte the file expected by the reference, and unchanged by further rounds.
 #include "IccModel.h"
 #include "Mutation.h"
 
@@ -11,7 +11,7 @@ void hueweave::fuzz::RunTarget(FuzzInput& input) {
     static const ScratchFile source, saved, again;
     const Bytes file = input.Rest();
     source.Put(file);
-    saved.Put(file);  // what was there before does not show through
+    saved.Put(file);  // so that saving must replace earlier contents
     const test::TagList tags = test::ReadTags(file);
 
     ICC40::ICCFILE::IccFile4 profile;
@@ -22,7 +22,7 @@ void hueweave::fuzz::RunTarget(FuzzInput& input) {
 
     ICC40::ICCFILE::IccFile4 reread;
     Require(reread.ReadFile(saved.Path()) == 0, "read back");
-    // Blocks that shared bytes have bytes of their own now: the bound on their sum may let fewer through, never more.
+    // Blocks that shared bytes now have their own: the limit on their sum may accept fewer, never more.
     const test::TagList second = test::ReadTags(first);
     CheckProfile(reread, first, second);
     Require(second == tags, "every tag comes back");

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// One block of any length under every kind of name: no byte behind it is read, and what is decoded is what it says.
+// One block of any length under every kind of name: no byte after it is read, and the decoded values are those of the
+// block.
 #include <iterator>
 
 #include "IccModel.h"
@@ -13,7 +14,7 @@ namespace {
 constexpr const char* kNames[] = {"A2B0", "A2B1", "A2B2", "B2A0", "B2A1", "B2A2", "wtpt",
                                   "rXYZ", "chad", "rTRC", "bTRC", "desc", "cprt", "none"};
 
-/// The form of a curve that is told no size: it is given room for all that its count announces.
+/// The overload of a curve without a size: the block has room for all entries that its count announces.
 void CheckOpenCurve(Bytes block) {
     const std::size_t count = Big32At(block, 8);
     if (count > 100000) return;
@@ -39,7 +40,7 @@ void RunTarget(FuzzInput& input) {
     Require(tag != nullptr, "there is a class for every block");
     CheckTag(*tag, name, block);
     Require(given == block, "the block is as it was");
-    // Reading and saving are the container's: these two do nothing.
+    // The container reads and saves tags: these two functions do nothing.
     Require(tag->Read(nullptr) == 0 && tag->Save(nullptr) == 0, "empty operations");
     CheckOpenCurve(block);
 }

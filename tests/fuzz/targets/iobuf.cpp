@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A stream over a block of memory, beside a vector and a place in it. Buffers are exactly as long as what may be moved.
+// A stream over a block of memory, compared with a vector and a position in it. Buffers have exactly the size that may
+// be copied.
 #include <algorithm>
 #include <cstring>
 
@@ -11,9 +12,9 @@
 namespace hueweave::fuzz {
 namespace {
 
-constexpr std::uint64_t kFar = std::uint64_t{1} << 62;  ///< a place that no block reaches
+constexpr std::uint64_t kFar = std::uint64_t{1} << 62;  ///< a position beyond any block
 
-/// The block and a place that may lie beyond its end; from `kFar` on it counts as lost.
+/// The block and a position, which may be past its end; from `kFar` on it counts as lost.
 struct Model {
     Bytes bytes;
     std::uint64_t place = 0;
@@ -22,7 +23,7 @@ struct Model {
     std::uint64_t Room(std::uint64_t wanted) const {
         return place >= bytes.size() ? 0 : std::min<std::uint64_t>(wanted, bytes.size() - place);
     }
-    /// The answer: the offset, or how far it was too far.
+    /// The result: the offset, or how far it was out of range.
     int Seek(int offset, int origin) {
         const auto length = static_cast<std::int64_t>(bytes.size());
         const auto here = static_cast<std::int64_t>(place);
@@ -37,7 +38,7 @@ struct Model {
     }
 };
 
-/// `size` times `count`, or a length that no block has.
+/// `size` times `count`, or a length greater than any block.
 std::uint64_t Product(std::uint64_t size, std::uint64_t count) {
     if (size == 0 || count == 0) return 0;
     return size > kFar / count ? kFar : size * count;
@@ -45,14 +46,14 @@ std::uint64_t Product(std::uint64_t size, std::uint64_t count) {
 
 class Session {
 public:
-    /// The block lies behind a fence byte: one of no bytes has an address too, and places count from there.
+    /// The block follows a guard byte: so an empty one has an address too, and offsets count from there.
     explicit Session(const Bytes& bytes)
         : block_(Fenced(bytes)), stream_(block_.data() + 1, bytes.size()), model_{bytes, 0} {}
 
     void Step(FuzzInput& input) {
         const std::size_t how = input.Below(3);
         if (model_.Lost()) {
-            // From nowhere only the start and the end can be found again.
+            // From a lost position only seeks from the start and the end work.
             stream_.Seek(0, 0);
             model_.place = 0;
         } else {
@@ -97,7 +98,7 @@ private:
         if (moved != 0) {
             std::copy(given.begin(), given.end(), model_.bytes.begin() + static_cast<std::ptrdiff_t>(model_.place));
         }
-        // The whole length counts, also where only a part has room.
+        // The position advances by the whole length even if only a part fits.
         model_.place = wanted >= kFar - model_.place ? kFar : model_.place + wanted;
         Require(model_.Lost() || answer == stream_.begin + model_.place, "answer of a write");
         Require(answer >= stream_.begin, "a position does not start again from 0");

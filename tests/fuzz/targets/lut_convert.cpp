@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A table of curves and a grid, converted into the form that the units take, beside what its own fields say.
+// A table of curves and a grid, converted to the form for the units, compared with the table's own fields.
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -23,7 +23,7 @@ struct Side {
         for (const auto& curve : room) curves.push_back(curve.get());
         if (curves[0] != nullptr) entries = curves[0]->curveCount & 0xffffU;
     }
-    /// Whether all are there, none with fewer entries than the first.
+    /// Whether all curves exist, and none has fewer entries than the first.
     bool Complete() const {
         if (count < 1 || count > curves.size()) return false;
         return std::all_of(curves.begin(), curves.begin() + static_cast<std::ptrdiff_t>(count),
@@ -58,7 +58,7 @@ void CheckConverted(const CLut16Type& lut, const CLut& source, bool a2b) {
     Require(lut.clutPoints == points, "points");
     (a2b ? a : b).Check(lut.inputTable.get(), lut.inputEnt);
     (a2b ? b : a).Check(lut.outputTable.get(), lut.outputEnt);
-    // The units walk a cube, of 33 points an axis at the most.
+    // The units expect a cube of at most 33 points per axis.
     const std::uint64_t cube = points <= 33 ? points * points * points * lut.outputChan : 0;
     for (std::uint64_t i = 0; i < std::max(values, cube); ++i) {
         std::uint16_t value = 0;
@@ -80,7 +80,7 @@ void RunTarget(FuzzInput& input) {
     Require(source.Initial(name, block.data(), static_cast<int>(block.size())) == block.size(), "bytes taken");
     const HeapWatch heap;
     const CLut16Type lut(&source);
-    // A cube of 33 points, where the grid of the block may have one axis alone.
+    // A cube of 33 points, where the grid of the block may have only one axis.
     Require(heap.Peak() <= 4 * block.size() + 2 * std::size_t{33 * 33 * 33} * 7 + 4096, "heap of a conversion");
     CheckConverted(lut, source, a2b);
     const CLut16Type none(nullptr);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Bytes of an image by their addresses: every read and write beside a flat copy of the image and plain arithmetic. The
-// buffers of rows and blocks are exactly as long as what may be copied.
+// Bytes of an image by their coordinates: every read and write compared with a flat copy of the image and plain
+// arithmetic. The buffers of rows and blocks have exactly the size that may be copied.
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -16,16 +16,16 @@ namespace {
 
 using Orvix_Tiff_STL2::CTiff;
 
-constexpr std::size_t kOperations = 160;  ///< steering bytes in front of the file
+constexpr std::size_t kOperations = 160;  ///< steering bytes before the file
 
 Bytes ImageOf(const CTiff& tiff) {
     return tiff.imageBuf == nullptr ? Bytes() : Bytes(tiff.imageBuf, tiff.imageBuf + tiff.ImageBytes());
 }
 
-/// A buffer as one of words.
+/// A byte buffer as 16-bit words.
 unsigned short* Words(Bytes& bytes) { return reinterpret_cast<unsigned short*>(bytes.data()); }
 
-/// The image as a plain block, with the geometry of the object under test.
+/// The image as one block of bytes, with the geometry of the object under test.
 struct Model {
     explicit Model(const CTiff& tiff)
         : width(tiff.width),
@@ -34,13 +34,13 @@ struct Model {
           bits(tiff.bits),
           rowBytes(tiff.rowBytes),
           image(ImageOf(tiff)) {}
-    /// Bytes before pixel x of a row, in 32 bits that wrap around.
+    /// Bytes before pixel x of a row, in 32-bit arithmetic that wraps around.
     int Column(std::int64_t x) const {
         const std::uint32_t product =
             static_cast<std::uint32_t>(bits) * static_cast<std::uint32_t>(samples) * static_cast<std::uint32_t>(x);
         return static_cast<int>(product) >> 3;
     }
-    /// Not clamped; none outside the image's bytes.
+    /// Not clamped; nothing outside the bytes of the image.
     std::optional<std::size_t> Unchecked(std::int64_t x, std::int64_t y) const {
         const std::int64_t offset = y * rowBytes + Column(x);
         if (offset < 0 || offset >= static_cast<std::int64_t>(image.size())) return std::nullopt;
@@ -51,9 +51,9 @@ struct Model {
         if (width < 1 || height < 1) return std::nullopt;
         return Unchecked(std::clamp<std::int64_t>(x, 0, width - 1), std::clamp<std::int64_t>(y, 0, height - 1));
     }
-    /// Rows from the bottom; out of range to the other end.
+    /// Rows counted from the bottom; out of range, the row at the opposite end.
     std::int64_t Mirror(int y) const { return y < 0 ? 0 : y >= height ? std::int64_t{height} - 1 : height - 1 - y; }
-    /// Bytes that a row copy moves.
+    /// Number of bytes that a row copy transfers.
     std::size_t RowLength(int row, int count) const {
         const auto place = Place(0, row);
         const std::int64_t wanted = count != 0 ? Column(count) : rowBytes;
@@ -95,7 +95,7 @@ private:
         const auto place = model_.Place(x, mirrored ? model_.Mirror(y) : y);
         if (place) model_.image[*place] = value;
     }
-    /// Forms that leave the checks to the caller: called where there is something to point at, or no image at all.
+    /// Unchecked variants: called only for valid coordinates, or without an image.
     void Unchecked(int x, int y) {
         const auto place = model_.Unchecked(x, y);
         if (!place && tiff_.imageBuf != nullptr) return;
@@ -104,7 +104,7 @@ private:
         if (mirrored >= INT32_MIN && mirrored <= INT32_MAX) {
             Require(tiff_.GetXY_MQ(x, static_cast<int>(mirrored)) == Pointer(place), "and mirrored");
         }
-        // Storing counts rows from the top in both forms.
+        // Writes count rows from the top in both variants.
         const auto value = static_cast<unsigned char>(input_.U8());
         (value & 1) != 0 ? tiff_.SetXY_Q(x, y, value) : tiff_.SetXY_MQ(x, y, value);
         if (place) model_.image[*place] = value;
@@ -124,7 +124,7 @@ private:
         Require(result == count, "result of a row");
         if (!given.empty()) std::copy(given.begin(), given.end(), &model_.image[*model_.Place(0, row)]);
     }
-    /// A block that a caller can have a buffer for, as bytes or as words.
+    /// A block of a size for which a caller can have a buffer, as bytes or as words.
     void MoveBlock(int x, int y, bool reads) {
         const int w = input_.Int(), h = input_.Between(-2, 40);
         const std::int64_t length = std::max(model_.Column(w), 0);
@@ -144,7 +144,7 @@ private:
         }
         Require(buffer == expected, "bytes of a block");
     }
-    /// What a row of a block leaves in the caller's buffer.
+    /// The contents of the caller's buffer for one row of a block.
     void ReadBlockRow(int x, std::int64_t y, bool wide, std::span<unsigned char> part) const {
         const std::uint32_t items = static_cast<std::uint32_t>(x) * static_cast<std::uint32_t>(model_.samples);
         const std::int64_t start = std::int64_t{static_cast<int>(items)} * (wide ? 2 : 1);
@@ -167,7 +167,7 @@ private:
     Model model_;
 };
 
-/// A fresh image, of the size that its shape asks for and black, or none.
+/// A new image, of the size of its shape and black, or none.
 void CreateNew(CTiff& tiff, FuzzInput& input, const Bytes& raw) {
     static const ScratchFile file;
     const int width = input.Between(-2, 70), height = input.Between(-2, 40);
@@ -199,7 +199,7 @@ void RunTarget(FuzzInput& input) {
     } else {
         file.Put(rest);
         tiff.ReadFile(file.Path());
-        if (tiff.ImageBytes() > 1U << 16) return;  // the model copies it at every step
+        if (tiff.ImageBytes() > 1U << 16) return;  // the reference copies it at every step
     }
     Session session(tiff, steering);
     while (!steering.Empty()) session.Step();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A TIFF file as it is read, through each of the three doors, beside the plain statement of the same.
+// A TIFF file read through each of the three entry points, compared with the reference reader.
 #include "Mutation.h"
 #include "TiffCompare.h"
 #include "base/FileHandle.h"
@@ -30,7 +30,7 @@ void hueweave::fuzz::RunTarget(FuzzInput& input) {
         Require(tiff.tags.empty(), "a reset leaves no tag");
     }
     CTiff tiff;
-    for (int times = 0; times < 2; ++times) {  // the second reading starts from an empty list
+    for (int times = 0; times < 2; ++times) {  // the second read starts with an empty list
         Require(tiff.ReadFile(file.Path()) == 0, "result of a reading");
         CheckTags(tiff, reference);
         CheckGeometry(tiff, reference);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Three generations of a TIFF file: each is byte for byte what the plain statement makes of the one before.
+// Three generations of a TIFF file: each is byte for byte the reference's output for the one before.
 #include "Mutation.h"
 #include "TiffCompare.h"
 
@@ -14,7 +14,7 @@ void hueweave::fuzz::RunTarget(FuzzInput& input) {
     const std::size_t most = 4 * file.size() + 65536;
     for (int generation = 0; generation < 3; ++generation) {
         source.Put(file);
-        dest.Put(file);  // what was there before does not show through
+        dest.Put(file);  // so that saving must replace earlier contents
         test::ReferenceTiff reference;
         reference.Read(file);
         Orvix_Tiff_STL2::Tiff tiff;
@@ -27,10 +27,10 @@ void hueweave::fuzz::RunTarget(FuzzInput& input) {
         Require(printed.Text() == (empty ? "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n" : ""), "lines");
         const Bytes expected = empty ? Bytes() : reference.Save();
         Require(dest.Get() == expected, "the file of the plain statement");
-        CheckTags(tiff, reference);  // saving settles the offsets in the tags
+        CheckTags(tiff, reference);  // saving updates the offsets in the tags
         Require(source.Get() == file, "the source is as it was");
         Require(tiff.SaveFile(kNoFile) == 0 && tiff.SaveFile(nullptr) == 0, "nowhere to save");
-        if (empty || expected.size() > most) break;  // images of zeros would only be slow
+        if (empty || expected.size() > most) break;  // images of zeros would only take time
         file = expected;
     }
     Require(OpenFiles() == descriptors, "every stream is closed");

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any bytes as one or both profiles of a transform: it is refused as a profile, or it is as exact as it promises, and
-// converts every run of pixels like each of its pixels.
+// Any bytes as one or both profiles of a transform: they are refused as a profile, or the transform is as exact as it
+// promises and converts every run of pixels like its single pixels.
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -26,7 +26,7 @@ TransformOptions DrawOptions(FuzzInput& input) {
     TransformOptions options;
     options.intent = static_cast<RenderingIntent>(input.Below(4));
     options.blackPoint = input.Bool() ? BlackPoint::Compensated : BlackPoint::Auto;
-    const unsigned offsets = input.U8();  // a quarter of all inputs have some
+    const unsigned offsets = input.U8();  // a quarter of all inputs have offsets
     if (offsets % 4 == 0) {
         options.lightness = static_cast<double>(offsets / 4 % 4) * 9 - 9;
         options.chroma = static_cast<double>(offsets / 16 % 4) * 30 - 30;
@@ -39,7 +39,7 @@ struct Profiles {
     Bytes source, target;
 };
 
-/// The rest of the input is the source, the target, or both; the other one is a space of ours.
+/// The rest of the input is the source, the target, or both; the other one is a built-in space.
 Profiles DrawProfiles(FuzzInput& input) {
     const auto spaces = Spaces();
     const std::size_t form = input.Below(3), number = input.Below(spaces.size()), split = input.U16();
@@ -66,7 +66,7 @@ void CheckError(const Transform& transform) {
     const Way way = transform.way();
     Require((way == Way::Copy) == (error.colours == 0), "every way but a copy is measured");
     Require(way == Way::PixelByPixel || (error.p999 <= 0.1 && error.largest <= 0.33), "a fast way is exact");
-    // The mean of equal differences is rounded.
+    // The mean of equal differences has rounding errors.
     Require(!(error.mean > error.largest * 1.000001) && !(error.p999 > error.largest), "an order");
     Require((way == Way::PixelByPixel) != transform.reason().empty(), "a slow way has a reason");
 }

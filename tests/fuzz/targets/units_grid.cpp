@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Grids of every size and width beside their reference: loading, resampling, both interpolations, runs of pixels; and
-// the two transformations, whose results have to lie where they may.
+// Grids of every size and width compared with their reference: loading, resampling, both interpolations, runs of
+// pixels; and the two transformations, whose results must be within their ranges.
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -26,7 +26,7 @@ void CheckNodes(const ColorTable33& unit, const ReferenceGrid& reference) {
     }
 }
 
-/// Single values: in integers for the sizes that allow it, in floating point for every size whose positions are known.
+/// Single values: in integers for the sizes that support it, in floating point for every size with known positions.
 void CheckPoints(ColorTable33& unit, int outputs, const ReferenceGrid& reference, bool positions, FuzzInput& input) {
     for (int n = 0; n < 12; ++n) {
         int at[3];
@@ -41,7 +41,7 @@ void CheckPoints(ColorTable33& unit, int outputs, const ReferenceGrid& reference
         unit.ColorTable33::Conversion(v[0], v[1], v[2], v[3], v[4], v[5], v[6]);
         Require(!positions || v == reference.InterpolateFloat(at[0], at[1], at[2]), "interpolation in floating point");
     }
-    // Positions outside the scale are limited to it.
+    // Positions out of range are clamped.
     int low[7] = {-1, input.Int(), 70000, 0, 0, 0, 0};
     unit.ColorTable33::Conversion(low[0], low[1], low[2], low[3], low[4], low[5], low[6]);
 }
@@ -58,13 +58,14 @@ void CheckRun(ColorTable33& unit, int outputs, const ReferenceGrid& reference, F
     Run run(input);
     run.Allocate(nullptr, nullptr);
     run.Scattered(input.U16());
-    // Pixels that the unit's own number of samples makes of the buffer, and no more than were asked for.
+    // The buffer has the unit's own number of samples per pixel, and at most the requested number of pixels is
+    // converted.
     reference.Run(outputs, std::min(run.pixels, run.job.WorkCount / outputs), run.words);
     Require(unit.Conversion(&run.job) == 0, "result of a run");
     run.Check("samples of a run");
 }
 
-/// Nodes of any integers, which only the interpolation in integers can work with.
+/// Nodes of any integers, which only integer interpolation supports.
 void LoadNodes(ColorTable33& unit, ReferenceGrid& reference, FuzzInput& input) {
     static constexpr int kSizes[] = {9, 17, 33, 2, 0, -1, 34};
     const int size = kSizes[input.Below(7)];
@@ -82,7 +83,7 @@ void LoadNodes(ColorTable33& unit, ReferenceGrid& reference, FuzzInput& input) {
     reference.nodes = nodes;
 }
 
-/// A shift by any numbers, then Lab to RGB under any white, node by node beside the plain arithmetic.
+/// Offsets by any numbers, then Lab to RGB under any white point, compared node by node with the plain arithmetic.
 void CheckTransformed(ColorTable33& unit, const ReferenceLut& lut, ReferenceGrid& reference, FuzzInput& input) {
     const double lightness = input.Double(), chroma = input.Double(), hue = input.Double();
     if (input.Bool()) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Input curves of every width beside their reference: tables, single values and runs of pixels.
+// Input curves of every width compared with their reference: tables, single values and runs of pixels.
 #include <algorithm>
 #include <memory>
 #include <span>
@@ -44,7 +44,7 @@ void CheckFour(const ReferenceLut& lut, FuzzInput& input) {
         std::copy_n(lut.input.begin() + c * lut.inputEntries, lut.inputEntries, curves[AsIndex(c)].begin());
     }
     if (lut.inputEntries < 2) {
-        Converted(*unit, Seven{1, 2, 3, 4});  // to nothing: there is no step between fewer than two entries
+        Converted(*unit, Seven{1, 2, 3, 4});  // has no effect: with fewer than two entries there is no interval
     } else {
         CheckPoints(*unit, curves, 65535.0 / (lut.inputEntries - 1), input);
     }

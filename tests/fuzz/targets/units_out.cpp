@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Output tables beside their reference: curves of a profile and of a caller, every final form, runs of pixels.
+// Output tables compared with their reference: curves of a profile and of a caller, every final form, runs of pixels.
 #include <algorithm>
 #include <memory>
 
@@ -16,7 +16,7 @@ int Apply(OutputTable33& unit, Form form, ICC40::ICCFILE::ColorSpaceSignature sp
     if (form == Form::Gamma180) return unit.OutputGamma180(space);
     if (form == Form::Gamma180_16) return unit.OutputGamma180_16(space);
     using Apply = int (OutputTable33::*)();
-    // In the order of the forms, from Srgb on.
+    // In the order of the forms, starting with Srgb.
     static constexpr Apply kApply[] = {&OutputTable33::OutputGamma_sRGB,
                                        &OutputTable33::OutputGamma_sRGB_16,
                                        &OutputTable33::OutputGamma_KodakPhoto,

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 
-// The C library's own functions behind the names that are defined here.
+// The functions of the C library that the functions here replace.
 extern "C" {
 void* __libc_malloc(std::size_t bytes);
 void __libc_free(void* block);
@@ -35,7 +35,7 @@ struct State {
 };
 thread_local State state;
 
-/// A block whose pages are a few, over and over.
+/// A block that maps the same few pages repeatedly.
 struct Folded {
     void* start = nullptr;
     std::size_t bytes = 0;
@@ -72,7 +72,7 @@ void* Taken(void* block) {
     return block;
 }
 
-/// Null where the system does not give even that.
+/// Null if the system refuses as well.
 void* TakeFolded(std::size_t bytes) {
     constexpr std::size_t kFold = std::size_t{64} << 20;
     const std::size_t whole = (bytes + kFold - 1) / kFold * kFold;

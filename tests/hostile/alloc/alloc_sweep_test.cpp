@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Allocation number k fails, for k = 1, 2, ... until the call goes through: no call may end in anything but a defined
-// state, and a good call afterwards must give what it always gives.
+// Allocation number k fails, for k = 1, 2, ... until the call succeeds: every call must leave a defined state, and a
+// valid call afterwards must give its usual result.
 #include <functional>
 
 #include "hostile/Hostile.h"
@@ -29,8 +29,8 @@ protected:
             if (HasFailure() || !heap.Failed()) return;
         }
     }
-    /// Of `call` after `prepare`: it is refused and leaves nothing, or gives what it gives without a fault, as it does
-    /// when it is made once more.
+    /// After `prepare`, `call` is refused and leaves nothing, or gives its result without a fault; so does a second
+    /// call.
     void ExpectDoneOrRefused(const std::function<void()>& prepare, const std::function<std::int32_t()>& call) {
         prepare();
         ASSERT_EQ(call(), 8);
@@ -46,7 +46,7 @@ protected:
                 EXPECT_EQ(ConvertedPixels(), golden);
             });
     }
-    /// Binds the emptied engine, as every round of a sweep has to.
+    /// Binds the engine after a reset, as every round of a sweep must.
     static void BindAnew(const std::string& path, std::int32_t intent = 0, std::int32_t input = 0,
                          std::int32_t output = 8) {
         Empty();
@@ -74,8 +74,8 @@ TEST_P(AllocationSweep, EveryCallIsDoneOrRefused) {
     }
 }
 
-/// What a SetIntent finds after a SetProfile that ran out of memory: nothing, or the whole profile; never a part of
-/// it, from which other colours could come.
+/// After a SetProfile that ran out of memory, a SetIntent finds nothing or the whole profile; never a part of it, which
+/// could give other colours.
 TEST_P(AllocationSweep, NoPartOfAProfileIsUsedAfterwards) {
     const std::string path =
         Put("two.icc", MiniProfile({{"A2B1", Mft2(SmoothLut(3))}, {"desc", Bytes(64, 1)}, {"A2B0", Mft2(ShortLut())}}));
@@ -90,8 +90,8 @@ TEST_P(AllocationSweep, NoPartOfAProfileIsUsedAfterwards) {
           });
 }
 
-/// Offsets whose grid could not be built are not those of the engine: it can be rebuilt without them, and they can be
-/// asked for again.
+/// Offsets whose grid could not be built do not become the engine's: it can be rebuilt without them, and they can be
+/// set again.
 TEST_P(AllocationSweep, OffsetsOfARefusedAdjustmentAreForgotten) {
     const std::string path = Good();
     ASSERT_EQ(Bind(path), 8);
@@ -111,8 +111,8 @@ TEST_P(AllocationSweep, OffsetsOfARefusedAdjustmentAreForgotten) {
           });
 }
 
-/// Input tables of which some are new and some old, when both have not the same length. A SetIntent that finds no table
-/// lets the engine convert again: with all of the old tables or not at all.
+/// A mixture of old and new input tables of different lengths. A SetIntent that finds no table lets the engine convert
+/// again: with all of the old tables or not at all.
 TEST_P(AllocationSweep, InputTablesOfABrokenBuildAreNotUsed) {
     const std::string path = Good();
     ASSERT_EQ(Bind(path, 0, 1, 9), 9);
@@ -131,7 +131,7 @@ TEST_P(AllocationSweep, InputTablesOfABrokenBuildAreNotUsed) {
           });
 }
 
-/// What a call had in hand when the memory ended is given back.
+/// A call frees what it allocated before memory ran out.
 TEST_P(AllocationSweep, NothingIsLost) {
     const std::string path = Put("two.icc", MiniProfile({{"wtpt", XyzBlock(1, 2, 3)}, {"A2B1", MftAB(ShortLut())}}));
     const std::string source = Put("source.tif", MiniTiff{2, 2, 3, 8, Bytes(12, 1), Bytes(100, 1)}.Build());
@@ -177,8 +177,8 @@ protected:
     const MiniTiff image_{10, 10, 3, 8, SamplePixels(), Bytes(100, 1)};
 };
 
-/// A file that is written in place may be cut where the fault struck; it is never another one. Where nothing could be
-/// read, a source that was to be replaced by its own conversion stays.
+/// A file that is written in place may be truncated by the fault, but never has other contents. If nothing could be
+/// read, a source to be replaced by its own conversion stays.
 TEST_P(FileSweep, ConvertFileWritesTheFileOrAPieceOfIt) {
     const std::string source = dir_.File("source.tif"), other = dir_.File("dest.tif");
     const Bytes golden = Converted(image_).Build();

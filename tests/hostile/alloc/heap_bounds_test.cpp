@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What the calls may take from the heap, whatever file they are given.
+// Limits on the heap use of every call, whatever the file.
 #include <functional>
 
 #include "hostile/Hostile.h"
@@ -20,7 +20,7 @@ Bytes WithBig32(const Bytes& bytes, std::size_t at, std::uint32_t value) {
     return out.Done();
 }
 
-/// A profile of `bytes` bytes that hold one block, of which each of `names` has a copy. The block starts with `head`.
+/// A profile of `bytes` bytes with one block that all of `names` share. The block starts with `head`.
 Bytes SharedBlock(std::size_t bytes, const std::vector<std::string>& names, const Bytes& head) {
     ByteWriter out;
     const auto start = static_cast<std::uint32_t>(132 + 12 * names.size());
@@ -32,7 +32,7 @@ Bytes SharedBlock(std::size_t bytes, const std::vector<std::string>& names, cons
     return out.Done();
 }
 
-/// The head of a curved table whose five parts all lie over the same bytes of a block of `bytes` bytes.
+/// The header of a curved table whose five parts all overlap in a block of `bytes` bytes.
 Bytes OverlaidParts(std::size_t bytes, unsigned points, unsigned precision) {
     ByteWriter out;
     out.Text("mAB ").Big32(0).U8(3).U8(3).Big16(0);
@@ -42,7 +42,7 @@ Bytes OverlaidParts(std::size_t bytes, unsigned points, unsigned precision) {
     return out.Done();
 }
 
-/// A curved table in a block of `bytes` bytes, all of which are its grid and, three times over, its curves.
+/// A curved table in a block of `bytes` bytes. Its grid covers all of them, and so do its curves, three times over.
 Bytes TurnedTable(std::size_t bytes) {
     int points = 2;
     while (static_cast<std::size_t>(6 * (points + 1) * (points + 1) * (points + 1)) + 56 <= bytes) ++points;
@@ -62,7 +62,7 @@ Bytes TurnedTable(std::size_t bytes) {
 std::vector<Bytes> Profiles() {
     constexpr std::size_t kLarge = std::size_t{4} << 20;
     std::vector<Bytes> files;
-    // Entries of the largest sizes that are taken of a file of 4 MiB, of 1 MiB and of 40,000 bytes.
+    // Entries of the largest accepted sizes, for files of 4 MiB, 1 MiB and 40,000 bytes.
     std::vector<std::string> luts, many(30000, "many");
     for (int i = 0; i < 120; ++i) luts.push_back(i % 3 == 0 ? "A2B0" : i % 3 == 1 ? "A2B1" : "A2B2");
     for (const std::size_t size : {std::size_t{40000}, std::size_t{1} << 20, kLarge}) {
@@ -78,23 +78,24 @@ std::vector<Bytes> Profiles() {
         files.push_back(SharedBlock(
             size, luts, ByteWriter().Text("mft1").Big32(0).U8(3).U8(3).U8(70).U8(0).Fill(36).Big32(0x01000100).Done()));
     }
-    // A table that is decoded to three times its block, and turned into another one; in a file of 4 MiB, and in one
+    // A table that is decoded to three times its block and converted to another table; in a file of 4 MiB, and in one
     // that is not held whole while it is read.
     for (const std::size_t size : {std::size_t{1} << 20, kLarge, 2 * kLarge}) {
         const std::size_t copies = size == 2 * kLarge ? 9 : size == kLarge ? 10 : 12;
-        // Of all copies together the budget has room for as much as this: a block and what a tag costs, times copies.
+        // The budget for all copies together allows this size: a block plus the overhead of a tag, times the number of
+        // copies.
         const std::size_t block =
             std::min((8 * size + kLarge) / copies - 512, size - 132 - 12 * copies) & ~std::size_t{3};
         Bytes file =
             SharedBlock(132 + 12 * copies + block, std::vector<std::string>(copies, "A2B0"), TurnedTable(block));
         file.resize(size, 0xff);
         files.push_back(file);
-        // The whole file is a table of entries, of which the others lie outside.
+        // The tag table fills the whole file, and the other entries point outside.
         files.push_back(WithBig32(file, 128, 0xffffffff));
     }
-    // Very many tags announced, and none there.
+    // A very large number of tags announced, and none present.
     files.push_back(ByteWriter().Fill(128).Big32(0xffffffff).Fill(kLarge, 0xff).Done());
-    // Few inputs, so that a short grid has the points of a large cube.
+    // Few inputs, so that a short grid announces the grid points of a large cube.
     for (const int inputs : {1, 2}) {
         LutShape shape{.inputs = inputs, .points = 255, .inputEntries = 3, .outputEntries = 3};
         const CurvedLutSpec narrow = Curved(MakeLut(shape, inputs), CurveLayout::Stepped);
@@ -136,7 +137,7 @@ std::vector<Bytes> Images() {
     };
     for (const std::size_t trailer : {std::size_t{0}, std::size_t{1} << 20}) {
         const Bytes rest(trailer, 7);
-        // The longest strip, chunky and in planes; planes of as much as twice the strip.
+        // The longest strip, chunky and planar; planes of up to twice the strip's size.
         for (const unsigned planar : {1U, 2U}) {
             for (const std::uint32_t side : {100U, 1024U, 1600U, 1670U, 2000U, 2364U}) {
                 for (const unsigned samples : {3U, 4U}) {
@@ -149,15 +150,15 @@ std::vector<Bytes> Images() {
                 }
             }
         }
-        // As many tags as there may be, each with the whole file.
+        // The greatest number of tags, each as large as the file.
         TiffBuilder many = base(10, 8);
         for (unsigned tag = 0; tag < 25; ++tag) many.Entry(1000 + tag, 1, static_cast<std::uint32_t>(trailer + 200), 0);
         files.push_back(many.Trailer(rest).Build());
-        // Exif data that stand for more than they are.
+        // Exif entries with a greater announced size than their data.
         TiffBuilder exif = base(10, 8);
         for (unsigned i = 0; i < 20; ++i) exif.Entry(34665, 1, 0x00800000, 8);
         files.push_back(exif.Trailer(rest).Build());
-        // Very many strips.
+        // A very large number of strips.
         TiffBuilder strips = base(10, 8);
         const auto count = static_cast<std::uint32_t>(trailer / 4 + 20);
         strips.Long(278, 1).Entry(273, 4, count, 8).Entry(279, 4, count, 8);

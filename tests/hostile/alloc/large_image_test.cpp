@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// A new image of more than 4 GiB, on a machine that has the memory and on one that has not.
+// A new image of more than 4 GiB, on a machine with enough memory and on one without.
 #include <filesystem>
 
 #include "hostile/Hostile.h"
@@ -21,7 +21,7 @@ class LargeImageTest : public HostileTest {};
 TEST_F(LargeImageTest, IsMadeWithAllItsPixels) {
     CTiff tiff;
     HeapWatch heap;
-    heap.Fold();  // pages of a few megabytes: what is written in one place is seen in others
+    heap.Fold();  // pages of a few megabytes, mapped repeatedly: a write in one place shows in others
     EXPECT_EQ(tiff.CreateNew(kWidth, kHeight, 72, 1, 8, 1), 0);
     EXPECT_EQ(heap.Largest(), kBytes);
     heap.Stop();
@@ -35,7 +35,7 @@ TEST_F(LargeImageTest, IsMadeWithAllItsPixels) {
     tiff.SetXY(kWidth - 1, kHeight - 1, 7);
     EXPECT_EQ(*last, 7);
 
-    // 194 bytes up to the data of the tags, two rationals, and as many bytes of image as tag 279 says.
+    // 194 bytes up to the data of the tags, two rationals, and as many image bytes as tag 279 says.
     const std::string path = dir_.File("large.tif");
     EXPECT_EQ(tiff.SaveFile(path.c_str()), 0);
     EXPECT_EQ(std::filesystem::file_size(path), 194U + 16U + 65536U);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Pixel buffers that end, or begin, at a page that nobody may touch: one byte too far is a fault.
+// Pixel buffers that end or begin at an inaccessible page: an access of one byte too far is a fault.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -13,7 +13,7 @@
 namespace hueweave::test {
 namespace {
 
-/// Some pages between two that cannot be touched.
+/// Accessible pages between two inaccessible ones.
 class GuardedPages {
 public:
     GuardedPages() {
@@ -26,13 +26,13 @@ public:
     GuardedPages& operator=(const GuardedPages&) = delete;
     ~GuardedPages() { munmap(base_, kAll); }
 
-    /// A copy of the bytes that ends at the last, or begins at the first byte that may be touched.
+    /// A copy of the bytes that ends at the last accessible byte, or begins at the first.
     unsigned char* AtEnd(const Bytes& bytes) { return Place(bytes, kInside - bytes.size()); }
     unsigned char* AtStart(const Bytes& bytes) { return Place(bytes, 0); }
-    /// Makes what was placed read-only.
+    /// Makes the copy read-only.
     void Lock() { mprotect(First(), kInside, PROT_READ); }
     void Unlock() { mprotect(First(), kInside, PROT_READ | PROT_WRITE); }
-    /// Everything outside of the bytes placed is as `Place` left it.
+    /// Everything except the copied bytes is unchanged since `Place`.
     bool Clean(const unsigned char* at, std::size_t bytes) {
         for (unsigned char* p = First(); p != First() + kInside; ++p) {
             if (p == at) p += bytes;
@@ -62,7 +62,7 @@ class GuardPageTest : public HostileTest {
 protected:
     static constexpr std::size_t kMost = 70;
 
-    /// The result for `pixels` pixels, by single calls out of the middle of an ordinary buffer.
+    /// The result for all pixels, one pixel per call, from an ordinary buffer.
     static Bytes OneByOne(const Bytes& source, std::size_t pixelBytes) {
         Bytes result;
         for (std::size_t at = 0; at < source.size(); at += pixelBytes) {
@@ -127,7 +127,7 @@ TEST_F(GuardPageTest, AdjustReadsNoMoreOfACurveThanItsCount) {
         first_.Unlock();
         EXPECT_EQ(ConvertedPixels(), expected) << count;
     }
-    // Announced longer than it is: what stands behind the 256th point is never read.
+    // Announced longer than it is: bytes after the 256th point are never read.
     const Bytes whole(256, 0x80);
     unsigned char* const end = first_.AtEnd(whole);
     first_.Lock();
@@ -140,7 +140,7 @@ TEST_F(GuardPageTest, AdjustReadsNoMoreOfACurveThanItsCount) {
     first_.Unlock();
 }
 
-/// More than 2^31 bytes in one run: one small piece of memory, mapped again and again.
+/// More than 2^31 bytes in one run: one small piece of memory, mapped repeatedly.
 TEST_F(GuardPageTest, RunsOfMoreThanTwoGigabytes) {
     ASSERT_EQ(Bind(Good(), 0, 1, 9), 9);
     constexpr std::size_t kPiece = std::size_t{6} << 20;  // whole pages and whole pixels

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What the library takes from the process that it lives in: descriptors, memory, stack, and its own place in it.
+// The library's use of process resources: descriptors, memory, stack, and loading and unloading.
 #include <dlfcn.h>
 #include <malloc.h>
 #include <pthread.h>
@@ -16,7 +16,7 @@ namespace hueweave::test {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kOwnHeap = true;  // a sanitizer keeps freed blocks back
+constexpr bool kOwnHeap = true;  // a sanitizer delays the release of blocks
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 constexpr bool kOwnHeap = true;
@@ -27,7 +27,7 @@ constexpr bool kOwnHeap = false;
 constexpr bool kOwnHeap = false;
 #endif
 
-/// Bytes on the heap; with a sanitizer's heap, which cannot tell, 0: it looks for leaks itself.
+/// Bytes in use on the heap; 0 with the heap of a sanitizer, which does not report them but looks for leaks itself.
 std::size_t HeapInUse() {
     if (kOwnHeap) return 0;
     const struct mallinfo2 info = mallinfo2();
@@ -48,7 +48,7 @@ TEST_F(ResourceTest, TwoThousandFailingCallsLoseNothing) {
     const auto file = [](const std::string& from, const std::string& to) {
         return Orvix_Icc_ConvertFile(from.c_str(), to.c_str());
     };
-    // Every call fails, or has nothing to do, in another way.
+    // Every call fails, or has nothing to do, for a different reason.
     const std::pair<std::int32_t, std::function<std::int32_t()>> calls[] = {
         {kNone, [&] { return Bind(absent); }},
         {8, [&] { return Bind(broken); }},
@@ -77,7 +77,7 @@ TEST_F(ResourceTest, TwoThousandFailingCallsLoseNothing) {
     EXPECT_EQ(OpenFiles(), descriptors);
     EXPECT_LE(HeapInUse(), heap + 65536);
     testing::internal::GetCapturedStdout();
-    // And a sound call still works.
+    // A valid call still works.
     EXPECT_EQ(Bind(good), 8);
     EXPECT_EQ(EffectOfConversion(), Effect::Changed);
 }
@@ -109,7 +109,7 @@ TEST_F(EveryCall, WorksOnAStackOf64KiB) {
     }
 }
 
-/// The shared library is loaded, used and unloaded again and again: nothing of it stays behind.
+/// The shared library is loaded, used and unloaded repeatedly: nothing of it remains.
 TEST_F(ResourceTest, AThousandLoadsLeaveNothingBehind) {
     const std::string good = Good();
     const auto round = [&](bool use) {

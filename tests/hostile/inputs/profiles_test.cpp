@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Broken containers, each with what the engine makes of it, and paths that lead to no file. Broken tables are told by
-// the suites unit_iccfile, unit_engine and pipeline.
+// Broken containers, each with the engine's result, and paths that lead to no file. The suites unit_iccfile,
+// unit_engine and pipeline cover broken tables.
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -16,12 +16,12 @@ namespace {
 struct BadProfile {
     const char* name;
     Bytes bytes;
-    std::int32_t space;  ///< what SetProfile for sRGB answers
+    std::int32_t space;  ///< result of SetProfile for sRGB
     Effect effect;
 };
 void PrintTo(const BadProfile& bad, std::ostream* out) { *out << bad.name; }
 
-/// A sound profile of one table (entry at 132, block at 144) with one word changed.
+/// A valid profile with one table (entry at 132, block at 144), of which one word is changed.
 Bytes WithWord(std::size_t at, std::uint32_t value) {
     ByteWriter profile;
     profile.Append(MiniProfile({{"A2B0", Mft2(ShortLut())}})).PatchBig32(at, value);
@@ -70,7 +70,7 @@ TEST_P(BadProfileTest, LeavesTheEngineInADefinedState) {
     const std::string path = Put("bad.icc", bad.bytes);
     EXPECT_EQ(Bind(path), bad.space);
     EXPECT_EQ(EffectOfConversion(), bad.effect);
-    // A sound one afterwards works as on a fresh engine.
+    // A valid profile afterwards works as on a fresh engine.
     EXPECT_EQ(Bind(Good()), 8);
     EXPECT_EQ(EffectOfConversion(), Effect::Changed);
 }
@@ -124,7 +124,7 @@ TEST_F(BadPathTest, LongNamesAreReadAndRememberedWhole) {
         WriteFile(path, MiniProfile({{"A2B0", Mft2(SmoothLut(3))}}));
         EXPECT_EQ(Bind(path), 8) << length;
         EXPECT_EQ(EffectOfConversion(), Effect::Changed) << length;
-        // Another text that only differs in its last letter is another path.
+        // A path that differs only in its last letter is another path.
         EXPECT_EQ(Bind(path.substr(0, length - 1) + "q"), kNone) << length;
     }
 }

@@ -47,10 +47,10 @@ TEST_F(SavingTest, APipesReaderGetsTheWholeFile) {
     const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_GE(reader, 0);
     ASSERT_EQ(fcntl(reader, F_SETFL, O_RDONLY), 0);
-    // More than a pipe holds at once.
+    // More than a pipe can hold.
     auto received = std::async(std::launch::async, [reader] {
         pollfd writer{reader, POLLIN, 0};
-        poll(&writer, 1, 60000);  // without a writer a read would find the end
+        poll(&writer, 1, 60000);  // without a writer, a read would return the end of the file
         Bytes bytes, part(4096);
         for (ssize_t got = read(reader, part.data(), part.size()); got > 0;
              got = read(reader, part.data(), part.size())) {
@@ -85,7 +85,7 @@ TEST_F(SavingTest, ASourceThatIsNoImageSurvivesBeingItsOwnDestination) {
     }
 }
 
-/// Whichever of the three standard streams a host has closed: what it prints there later is not printed into a file.
+/// Whichever standard stream the host has closed: output to it must not end up in a file.
 TEST_F(SavingTest, AFileTakesThePlaceOfNoStandardStream) {
     for (unsigned closed = 0; closed < 8; ++closed) {
         std::filesystem::remove(dest_);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Sample profiles cut at every byte, and with every bit of tag table and table heads turned over; and
-// fields that a division would trip over.
+// Sample profiles truncated at every byte, and with every bit of the tag table and of table headers flipped; and field
+// values that would cause a bad division.
 #include <algorithm>
 #include <cfenv>
 #include <optional>
@@ -28,8 +28,8 @@ TagList TagsOf(const ICC40::ICCFILE::IccFile4& file) {
 
 class ProfileSweep : public HostileTest {
 protected:
-    /// The container holds just the tags that the plain reading finds, and the engine does with the file what the
-    /// reference does with those tags.
+    /// The container has exactly the tags that the reference reader finds, and the engine gives the reference's results
+    /// for those tags.
     void Check(const Bytes& file, const std::string& what) {
         const std::string path = Put("bad.icc", file);
         const TagList tags = ReadTags(file);
@@ -55,7 +55,7 @@ private:
     struct Expected {
         TagList tags;
         std::int32_t space;
-        Bytes pixels;  ///< none where the engine refuses
+        Bytes pixels;  ///< empty if the engine refuses
     };
     static Expected Reference(const std::string& path, const TagList& tags) {
         ReferenceEngine reference({{path, tags}});
@@ -65,7 +65,7 @@ private:
         return {tags, reference.outputSpace, converts ? reference.Convert(SamplePixels()) : SamplePixels()};
     }
 
-    std::optional<Expected> expected_;  ///< of the tags that came last: most changes leave them as they are
+    std::optional<Expected> expected_;  ///< for the previous tags: most changes leave the tags unchanged
 };
 
 TEST_F(ProfileSweep, CutAtEveryByte) {
@@ -77,7 +77,7 @@ TEST_F(ProfileSweep, CutAtEveryByte) {
     }
 }
 
-/// A block that ends early inside a file that holds it: here the tables, and not the container, must notice.
+/// A block that ends early in a file that contains all of it: the table decoder, not the container, must detect it.
 TEST_F(ProfileSweep, BlockDeclaredShorterByEveryByte) {
     for (const Bytes& block : {Mft2(ShortLut()), MftAB(ShortLut())}) {
         Bytes file = MiniProfile({{"A2B0", block}});
@@ -108,7 +108,7 @@ TEST_F(ProfileSweep, EveryBitOfACurvedTablesHead) {
 }
 
 #if defined(__x86_64__) && defined(__GLIBC__)
-/// In a host that traps divisions by zero and invalid operations, no file may lead to either.
+/// In a host that traps division by zero and invalid operations, no file may cause either.
 TEST_F(ProfileSweep, NoFileDividesByZero) {
     std::vector<std::string> paths;
     for (const unsigned points : {0U, 1U, 2U, 3U, 33U, 34U}) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Sample files cut at every byte, and with every bit of head and directory turned over; and images whose size does not
-// match their bytes. What each broken field leads to is told by the suite unit_tiff.
+// Sample files truncated at every byte, and with every bit of the header and directory flipped; and images whose size
+// does not match their bytes. The suite unit_tiff covers the effect of each broken field.
 #include "hostile/TiffRun.h"
 
 namespace hueweave::test {
@@ -14,7 +14,7 @@ struct Sample {
 };
 void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.name; }
 
-/// Four rows of four pixels in each of the ways in which an image can be stored, with a profile and Exif data.
+/// Four rows of four pixels in each layout that an image can have, with a profile and Exif data.
 std::vector<Sample> Samples() {
     const Bytes pixels = CountingBytes(48);
     const auto rows = [&](std::size_t from, std::size_t bytes) {
@@ -61,14 +61,14 @@ INSTANTIATE_TEST_SUITE_P(Every, TiffSweep, testing::ValuesIn(Samples()),
 
 struct Size {
     std::uint32_t width, height;
-    int pixels;  ///< of the five that the image holds, those that are converted
+    int pixels;  ///< how many of the image's five pixels are converted
 };
 void PrintTo(const Size& size, std::ostream* out) { *out << size.width << " x " << size.height; }
 
 class WrongSizeTest : public TiffRun, public testing::WithParamInterface<Size> {};
 
-/// Width and height are numbers of a stranger: their product is taken in 64 bits, with its sign, and bounded by the
-/// image that there is.
+/// Width and height are untrusted: their product is computed as a signed 64-bit number and limited to the size of the
+/// image data.
 TEST_P(WrongSizeTest, ConvertsNoPixelOutsideTheImage) {
     const auto& [width, height, pixels] = GetParam();
     MiniTiff tiff{width, height, 3, 8, CountingBytes(17), {}};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Tables of extreme and of random values: whatever they hold, no pixel is looked up outside of them.
+// Tables of extreme and random values: whatever they hold, no pixel causes a lookup outside them.
 #include <algorithm>
 #include <array>
 
@@ -27,7 +27,7 @@ void PrintTo(const Extreme& row, std::ostream* out) {
 
 class ExtremeTableTest : public HostileTest, public testing::WithParamInterface<Extreme> {};
 
-/// In a tetrahedron the value is a mean of its four corners: the fractions 0 and 4095 in each order are the ends.
+/// In a tetrahedron the result is a mean of its four corners: the fractions 0 and 4095 in each order are the extremes.
 TEST_P(ExtremeTableTest, NoRecordLeavesTheOutputTables) {
     using namespace ICC40::ICCFILE;
     LutShape shape{.points = GetParam().points};

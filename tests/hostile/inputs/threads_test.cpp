@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Three engines at once, and two threads that convert with one engine. A build with ThreadSanitizer looks for what
-// they share; every build looks for what it would do to the results.
+// Three engines at once, and two threads that convert with one engine. A build with ThreadSanitizer detects shared
+// data; every build checks the results.
 #include <functional>
 #include <thread>
 
@@ -32,7 +32,7 @@ TEST_F(ThreadsTest, ThreeEnginesAtOnceGiveWhatEachGivesAlone) {
     for (std::thread& thread : threads) thread.join();
     const std::string log = testing::internal::GetCapturedStdout();
     for (const Bytes& result : results) EXPECT_EQ(result, alone);
-    // Lines of the three may stand in any order, but none is lost: three lines of progress and one of func1 a round.
+    // Lines of the three may be in any order, but none is lost: three lines of progress and one of func1 in each round.
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4 * (1 + 3 * kRounds));
 }
 
@@ -59,7 +59,7 @@ TEST_F(ThreadsTest, TwoThreadsConvertWithOneEngine) {
     }
 }
 
-/// Files too: the engine is only read.
+/// Files too: converting only reads the engine.
 TEST_F(ThreadsTest, TwoThreadsConvertFilesWithOneEngine) {
     using namespace ICC40;
     const auto engine = std::make_unique<ICC_ENG_S4::CIccEngineS>();

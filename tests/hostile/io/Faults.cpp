@@ -43,7 +43,7 @@ bool Fails(Io kind, int error) {
     return fails;
 }
 
-/// Items that a failing call still moves.
+/// Items that a failing call still transfers.
 std::size_t Rest(std::size_t count) { return state.mode == Faults::Mode::Half ? count / 2 : 0; }
 
 }  // namespace
@@ -72,7 +72,7 @@ int __wrap_fseeko(std::FILE* stream, off_t offset, int origin) {
 
 int __wrap_fclose(std::FILE* stream) {
     const bool fails = Fails(Io::Close, EIO);
-    const int result = __real_fclose(stream);  // the stream is gone in either case
+    const int result = __real_fclose(stream);  // the stream is closed in either case
     return fails ? EOF : result;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The k-th call of each file function fails, for k = 1, 2, ... until none is left.
+// The k-th call of each file function fails, for k = 1, 2, ... until all calls have failed once.
 #include <algorithm>
 #include <filesystem>
 #include <functional>
@@ -36,7 +36,7 @@ std::vector<Fault> EveryFault() {
 class IoSweep : public HostileTest, public testing::WithParamInterface<Fault> {
 protected:
     /// Calls `prepare`, then `call` with the k-th of the row's calls failing, then `check`, until none fails; no call
-    /// may leave a descriptor open. Returns how many there were.
+    /// may leave a descriptor open. Returns the number of such calls.
     template <typename Call>
     std::uint64_t Sweep(const std::function<void()>& prepare, const Call& call, const std::function<void()>& check) {
         for (std::uint64_t k = 1; k < 1000; ++k) {
@@ -57,7 +57,7 @@ protected:
     const MiniTiff image_{10, 10, 3, 8, SamplePixels(), Bytes(100, 1)};
 };
 
-/// Whether the row's kind of call is among those that an operation makes: else the sweep would look at nothing.
+/// Whether an operation makes calls of the row's kind: if not, the sweep would test nothing.
 bool Among(std::initializer_list<Io> kinds, const Fault& fault) {
     return std::find(kinds.begin(), kinds.end(), fault.kind) != kinds.end();
 }
@@ -66,7 +66,7 @@ TEST_P(IoSweep, SetProfile) {
     const std::string path = Put("sound.icc", MiniProfile({{"desc", Bytes(64, 1)}, {"A2B0", Mft2(ShortLut())}}));
     ASSERT_EQ(Bind(path), 8);
     const Bytes golden = ConvertedPixels();
-    // A table whose second half could not be read is one of zeros from there on.
+    // In a table whose second half could not be read, that half is zeros.
     Bytes block = Mft2(ShortLut());
     std::fill(block.begin() + static_cast<std::ptrdiff_t>((block.size() + 3) / 4 * 4 / 2), block.end(),
               std::uint8_t{0});
@@ -92,8 +92,8 @@ TEST_P(IoSweep, SetProfile) {
     EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Seek, Io::Close, Io::Status}, GetParam()));
 }
 
-/// To another file and onto the source itself: if nothing of that could be read, it stays as it was; else it becomes
-/// what any other destination would have become.
+/// To another file and onto the source itself: a source that could not be read stays unchanged; otherwise it gets the
+/// same contents as any other destination.
 TEST_P(IoSweep, ConvertFile) {
     const std::string source = Put("source.tif", image_.Build());
     const std::string other = dir_.File("other.tif");
@@ -190,10 +190,11 @@ TEST_P(IoSweep, EmbeddedProfiles) {
 INSTANTIATE_TEST_SUITE_P(Every, IoSweep, testing::ValuesIn(EveryFault()),
                          [](const auto& row) { return std::string(row.param.name); });
 
-/// Reads of a profile: header, count and table, then the file's first 4 MiB at once, then each block that is not there.
+/// Reads of a profile: header, count and table, then the first 4 MiB of the file at once, then each block outside
+/// these.
 class FailedProfileReadTest : public testing::Test {
 protected:
-    /// The blocks of a profile as they are saved after read number `k` failed.
+    /// The saved blocks of a profile after read number `k` failed.
     Bytes With(const Bytes& profile, std::size_t tags, Mode mode, std::uint64_t k) const {
         WriteFile(dir_.File("in.icc"), profile);
         ICC40::ICCFILE::IccFile4 file;
@@ -232,12 +233,12 @@ TEST_F(FailedProfileReadTest, BlocksAreReadOneByOneWhereTheyCouldNotBeReadAtOnce
     EXPECT_EQ(With(profile, 2, Mode::OnAndOn, 4), Bytes(all.size(), 0));
 }
 
-/// Reads of a file in their order, and what becomes of the file when one of them gives nothing.
+/// Reads of a file in order, and the output when one of them returns nothing.
 class FailedReadTest : public HostileTest {
 protected:
     FailedReadTest() { EXPECT_EQ(Bind(Good()), 8); }
 
-    /// The file that comes of the sample when read number `k` fails.
+    /// The output for the sample file when read number `k` fails.
     Bytes With(std::uint64_t k) {
         testing::internal::CaptureStdout();
         Faults faults(Io::Read, Mode::Once, k);

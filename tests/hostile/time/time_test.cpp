@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// No file of 1 MiB takes much longer than a sound one: a profile eight times as long as one of that size, an image
-// three times as long as one of 10 MiB, as much as a file of 1 MiB may announce. Measured side by side in processor
-// time.
+// No file of 1 MiB takes much longer than a valid one: a profile at most eight times as long as one of that size, an
+// image at most three times as long as one of 10 MiB, the most that a file of 1 MiB can announce. Both are measured
+// together, in processor time.
 #include <algorithm>
 #include <ctime>
 #include <functional>
@@ -19,7 +19,7 @@ constexpr std::uint32_t kMiB = std::uint32_t{1} << 20;
 
 class TimeTest : public HostileTest {
 protected:
-    /// Seconds of processor time that a call takes.
+    /// Processor time of a call in seconds.
     static double Seconds(const std::function<void()>& call) {
         timespec before{}, after{};
         clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &before);
@@ -28,7 +28,7 @@ protected:
         return static_cast<double>(after.tv_sec - before.tv_sec) +
                1e-9 * static_cast<double>(after.tv_nsec - before.tv_nsec);
     }
-    /// The shortest of some rounds each, taken in turns so that a busy machine slows both.
+    /// Compares the shortest of several rounds, run alternately so that load on the machine slows both.
     static void ExpectAtMost(double times, int rounds, const std::function<void()>& slow,
                              const std::function<void()>& sound) {
         double shortest = std::numeric_limits<double>::infinity(), longer = shortest;
@@ -49,7 +49,7 @@ struct Slow {
 };
 void PrintTo(const Slow& row, std::ostream* out) { *out << row.name; }
 
-/// A profile as programs write them: a table of 33 points for every intent, and texts up to 1 MiB.
+/// A typical profile: a table of 33 grid points for every intent, and texts up to 1 MiB.
 Bytes SoundProfile() {
     const Bytes table = Mft2(SmoothLut(33));
     const Bytes text = ByteWriter().Text("text").Fill(4).Fill(100000, 'c').Done();
@@ -58,7 +58,7 @@ Bytes SoundProfile() {
     return file;
 }
 
-/// 1 MiB of which the entries of a table of `count` have the bytes from `first` and from `second` on in turns.
+/// A profile of 1 MiB with `count` tag entries, whose blocks start alternately at `first` and `second`.
 Bytes Shared(std::uint32_t count, std::string_view name, std::uint32_t size, std::uint32_t first,
              std::uint32_t second) {
     ByteWriter out;
@@ -72,7 +72,7 @@ std::vector<Slow> SlowProfiles() {
     return {{"AsManyEmptyTagsAsFit", Shared(most, "none", 0, 0, 0)},
             {"AsManyShortTagsAsFit", Shared(most, "wtpt", 4, 200, 200)},
             {"AsManyTagsAtTheEndAsFit", Shared(most, "wtpt", 3, kMiB - 3, kMiB - 3)},
-            // No reading ahead of a few bytes helps.
+            // Reading ahead by a few bytes does not help.
             {"AsManyTagsFarApartAsFit", Shared(most, "wtpt", 20, 200, kMiB - 4000)},
             {"AsManyTagsOutsideAsFit", Shared(most, "wtpt", 4, 0xfffffff0, 0xfffffff0)},
             {"AsManySmallTablesAsFit", ManySmallTables(kMiB, "B2A1")},
@@ -99,9 +99,9 @@ INSTANTIATE_TEST_SUITE_P(Profiles, ProfileTimeTest, testing::ValuesIn(SlowProfil
 
 // Images
 
-constexpr std::uint32_t kMostStrips = 130000;  ///< whose places and sizes, 8 bytes a strip, fit in 1 MiB
+constexpr std::uint32_t kMostStrips = 130000;  ///< offsets and byte counts, 8 bytes a strip, fit in 1 MiB
 
-/// The places of the strips: `first` and `second` in turns. All are `bytes` long.
+/// The offsets of the strips: `first` and `second` alternately. Each strip has `bytes` bytes.
 struct Strips {
     const char* name;
     std::uint32_t count, bytes, first, second;
@@ -118,7 +118,7 @@ Bytes SlowImage(const Strips& strips) {
     return tiff.Trailer(Bytes(kMiB - tiff.Build().size(), 0x63)).Build();
 }
 
-/// One strip with the same bytes as the slow images mostly have.
+/// One strip with the same bytes as most of the slow images.
 Bytes SoundImage() {
     constexpr std::uint32_t kRows = 1000, kColumns = 10 * kMiB / 3 / kRows;
     return MiniTiff{kColumns, kRows, 3, 8, Bytes(std::size_t{3} * kRows * kColumns, 0x63), {}}.Build();

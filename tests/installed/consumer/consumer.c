@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT
  * Copyright (c) The Hueweave authors
- * consumer PROFILE: a C99 program of somebody else's. Converts three pixels of each width and prints them. */
+ * consumer PROFILE: an independent C99 program. Converts three pixels of each width and prints them. */
 #include <hueweave/hueweave.h>
 #include <stdio.h>
 

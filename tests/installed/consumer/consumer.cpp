@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// consumer PROFILE: a C++ program of somebody else's, in the oldest language that the header works with. Converts the
-// same pixels as consumer.c and prints them in the same form.
+// consumer PROFILE: an independent C++ program, in the oldest C++ standard that the header supports. Converts the same
+// pixels as consumer.c and prints them in the same form.
 #include <hueweave/hueweave.h>
 
 #include <array>

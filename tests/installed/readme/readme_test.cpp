@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// The example in the README is compiled as it stands there, and run.
+// Compiles the example in the README unchanged and runs it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,7 +15,7 @@
 namespace hueweave::test {
 namespace {
 
-/// The code block that follows the marker.
+/// The code block after the marker.
 std::string Example() {
     const Bytes bytes = ReadFile(std::string(HUEWEAVE_SOURCE_DIR) + "/README.md");
     const std::string text(bytes.begin(), bytes.end());

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What the colours of a device are in another space, by Little CMS alone: in doubles, without its optimisations and its
-// cache. Shares no code with colour/, which is judged by it.
+// Reference colours of a device in another space by Little CMS alone: in doubles, without its optimisations and its
+// cache. Shares no code with colour/, which it is used to judge.
 #pragma once
 
 #include <lcms2.h>
@@ -29,14 +29,14 @@ inline Bytes ReadFile(const std::string& path) {
 
 class Truth {
 public:
-    /// `intent` is the number of the ICC.
+    /// `intent` is the ICC number.
     Truth(const Bytes& source, const Bytes& target, int intent, bool compensatesBlack) : Truth(source, target) {
         const cmsUInt32Number flags = compensatesBlack ? cmsFLAGS_BLACKPOINTCOMPENSATION : 0;
         first_ = Link(source_.get(), TYPE_RGB_DBL, target_.get(), TYPE_RGB_DBL, intent, flags);
     }
-    /// For a target of curves and a matrix, which are the same for every intent: Little CMS compensates the black point
-    /// of the perceptual and saturation intents wherever the target is of version 4, unless the colours arrive by the
-    /// relative intent.
+    /// For a target of curves and a matrix, which are the same for every intent: Little CMS applies black point
+    /// compensation to the perceptual and saturation intents whenever the target is of version 4, unless the transform
+    /// uses the relative intent.
     static Truth WithoutCompensation(const Bytes& source, const Bytes& target, int intent) {
         Truth truth(source, target);
         truth.first_ = Link(truth.source_.get(), TYPE_RGB_DBL, truth.lab_.get(), TYPE_Lab_DBL, intent, 0);
@@ -44,7 +44,7 @@ public:
         return truth;
     }
 
-    /// Cut to 0 to 1. NaN where Little CMS gives no number.
+    /// Clipped to 0 to 1. NaN where Little CMS gives NaN.
     Rgb Of(const Rgb& device) const {
         Rgb result;
         if (second_ == nullptr) {
@@ -57,7 +57,7 @@ public:
         for (double& value : result) value = value < 0 ? 0 : value > 1 ? 1 : value;
         return result;
     }
-    /// CIEDE2000 of two colours of the target, as its own profile describes them.
+    /// CIEDE2000 between two colours of the target, computed through its own profile.
     double Difference(const Rgb& one, const Rgb& other) const {
         cmsCIELab labs[2];
         cmsDoTransform(seen_.get(), one.data(), &labs[0], 1);

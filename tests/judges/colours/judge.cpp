@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// judge_colours [--precision exact|library] [--intent 0..3] [--compensate] TARGET SOURCE...: how far the colours of
-// each source profile in the target are from those of Little CMS in doubles. TARGET is an output space or a profile.
-// Prints one line per source, its fields separated by tabs; `run` makes tables of them.
+// judge_colours [--precision exact|library] [--intent 0..3] [--compensate] TARGET SOURCE...: the differences between
+// each source profile's colours in the target and those of Little CMS in doubles. TARGET is an output space or a
+// profile. Prints one line per source with tab-separated fields; `run` builds tables from them.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -57,7 +57,7 @@ Options Parse(int count, char** words) {
     return options;
 }
 
-// What is judged
+// Conversions under test
 
 /// Converts interleaved RGB samples of 8 or 16 bits in place.
 struct Judged {
@@ -94,7 +94,7 @@ Judged Library(const colour::Bytes& source, const Options& options) {
             }};
 }
 
-/// A grid of 33 x 33 x 33 colours, and 5000 dark ones, a tenth of the range.
+/// A grid of 33 x 33 x 33 colours, and 5000 dark ones in a tenth of the range.
 std::vector<std::uint16_t> Colours() {
     std::vector<std::uint16_t> samples;
     const auto at = [](unsigned n) { return static_cast<std::uint16_t>(n * 65535 / 32); };
@@ -128,10 +128,10 @@ Rgb Pixel(const std::vector<Sample>& samples, std::size_t n) {
 
 // The figures
 
-/// CIEDE2000 between the 16-bit samples and the truth.
+/// CIEDE2000 between the 16-bit samples and the reference.
 struct Differences {
     double mean = 0, p999 = 0, largest = 0;
-    std::size_t undefined = 0;  ///< colours for which Little CMS gives no numbers
+    std::size_t undefined = 0;  ///< colours for which Little CMS gives NaN
 };
 
 Differences Compare(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& samples) {
@@ -154,7 +154,7 @@ Differences Compare(const Judged& judged, const Truth& truth, const std::vector<
     return result;
 }
 
-/// 8-bit samples against the truth, rounded.
+/// 8-bit samples compared with the rounded reference.
 struct Rounding {
     double equal = 0;  ///< percentage of samples
     double most = 0;   ///< largest difference
@@ -178,7 +178,7 @@ Rounding CompareBytes(const Judged& judged, const Truth& truth, const std::vecto
     return result;
 }
 
-/// By how many 16-bit steps two channels of a neutral colour differ more than those of the truth, or less.
+/// By how many 16-bit steps more or less two channels of a neutral colour differ than in the reference.
 double Tint(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& greys) {
     const auto reached = Converted(judged, greys);
     double most = 0;

@@ -2,7 +2,8 @@
 // Copyright (c) The Hueweave authors
 //
 // judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif OUT.tif: the mean and the largest CIEDE2000 between the pixels of
-// OUT.tif, in which some program has converted IN.tif by the perceptual intent, and what Little CMS gives in doubles.
+// OUT.tif, which some program converted from IN.tif with the perceptual intent, and the results of Little CMS in
+// doubles.
 #include <tiffio.h>
 
 #include <algorithm>

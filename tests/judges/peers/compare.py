@@ -286,7 +286,7 @@ class Trials:
                 profile = os.path.join(self.args.inputs, name)
                 results = [self.difference(tool, source, profile, bits) for tool in COLOUR_TOOLS]
                 texts = ["fails" if result is None else f"{result[0]:.4f} / {result[1]:.2f}" for result in results]
-                best = min(texts)  # all have four digits after the point and means below 10
+                best = min(texts)  # all have four decimals and means below 10
                 self.colour_table.add(f"{title}, {bits} bits", [(text, text == best) for text in texts])
 
     def difference(self, tool, source, profile, bits):
@@ -305,7 +305,7 @@ class Trials:
         times, peaks = {}, {}
         for tool in TOOLS:
             times[tool] = []
-        for _ in range(5):  # one tool after the other, so that other load affects all of them
+        for _ in range(5):  # alternating between the tools, so that load on the machine affects all of them
             for tool in TOOLS:
                 out = self.path("out.tif")
                 if os.path.exists(out):

@@ -32,8 +32,8 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "Source/tiff", "Source/support",
            "colour", "apps/hueweave")
-# The suite of the command takes a minute of one processor. So the tests that know a file best go first, then the seeds
-# and findings of the fuzz targets, and then all tests.
+# The suite of the command takes a minute on one processor. So the tests most specific to a file run first, then the
+# seeds and findings of the fuzz targets, and then all tests.
 COMMAND = ["command:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
            "fuzz_convert_profile", "fuzz_convert_tiff", "command"]
 FIRST = {
@@ -50,7 +50,7 @@ FIRST = {
     "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:*Refusal*:*AllocationTest*",
 }
 OTHERS_FIRST = "Batch*:Profiles*:*Refusal*:*Usage*:Bake*:Verify*:Inspect*:Photoshop*:Metadata*:Tags*:Resume*"
-# By folder, or by file where it stands in none.
+# By folder, or by file for files outside these folders.
 SUITES = {
     "engine": ["unit_engine", "pipeline", "abi", "hostile"],
     "units": ["unit_units", "pipeline", "unit_engine"],
@@ -62,7 +62,7 @@ SUITES = {
     "hueweave": COMMAND,
 }
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/", "command": "command/"}
-# An array of one more entry is the same array: its declared size is no place for a mutant.
+# A declared array size is not mutated: one more element makes no observable difference.
 ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+\*?(?: const)? \w+((?:\[\w+\])+)(?= ?[;={])")
 # By folder.
 GUARD_SUITES = {
@@ -76,20 +76,20 @@ GUARD_SUITES = {
     "colour": COMMAND,
     "hueweave": COMMAND,
 }
-# A step past an array is seen, as the sanitizers of `make test-all` see it, and ends the process without a library
-# that would have to live in the command's sandbox.
+# Access past the end of an array is detected, as by the sanitizers of `make test-all`, and ends the process; this needs
+# no runtime library, which would have to work inside the command's sandbox.
 FLAGS = "-O1 -D_GLIBCXX_ASSERTIONS -fsanitize=bounds -fsanitize-undefined-trap-on-error"
-# A mutant may do anything with the paths that its tests name, such as /dev/null as an output. What the superuser runs
-# therefore sees the machine read-only, but for its own tree ($1) and temporary files; where that cannot be had, no
+# A mutant may do anything with the paths in its tests, such as /dev/null as an output. So everything that the superuser
+# runs has a read-only view of the machine, except its own tree ($1) and temporary files; where that is not possible, no
 # suite passes and nothing is judged.
 READ_ONLY = ("unshare", "--mount", "sh", "-ec",
              'mount --bind /tmp /tmp; mount --bind "$1" "$1"; mount --rbind /dev /dev; mount -o remount,bind,ro /dev; '
              'mount -o remount,bind,ro /; cd "$1"; shift; exec "$@"', "sh")
 BUILD_SECONDS = 3600
-MOST_ENDS = 12  # of a program, until the tests behind them are given up
-MORE_SECONDS = 60  # than the suite takes without a mutant: then it hangs
-TOO_LONG = -1000  # in place of an exit status
-# What is found, and what takes its place.
+MOST_ENDS = 12  # ends of a program; after these the remaining tests are skipped
+MORE_SECONDS = 60  # in addition to the time of the suite without a mutant; a longer run hangs
+TOO_LONG = -1000  # instead of an exit status
+# Patterns and their replacements.
 SWAPS = [
     (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
     (r"(?<=[\w\)\]] )>(?= [\w\(\-])", ">="), (r"(?<= )>=(?= )", ">"),

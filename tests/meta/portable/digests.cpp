@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Prints a digest of every table that an engine builds and of every file that it writes, a line each. Two builds of
-// the library agree bit for bit if this program prints the same for both. It needs nothing but the core, so that it
-// runs under an emulator; the profiles that it builds are made of integers alone.
+// Prints a digest of every table that an engine builds and of every file that it writes, one per line. Two builds of
+// the library agree bit for bit if this program prints the same for both. It links only the core, so that it runs under
+// an emulator; the profiles that it builds are computed in integers only.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -29,7 +29,7 @@ using ICC40::ICC_ENG_S4::CIccEngineS;
 using ICC40::ICCFILE::ColorSpaceSignature;
 using ICC40::ICCFILE::Intent;
 
-/// FNV-1a of 64 bits.
+/// 64-bit FNV-1a.
 class Digest {
 public:
     void Byte(unsigned value) { hash_ = (hash_ ^ (value & 0xffU)) * 1099511628211ULL; }
@@ -60,7 +60,7 @@ constexpr Shape kShapes[] = {{"smooth-33", 33, 1024, 256, true}, {"smooth-17", 1
                              {"smooth-9", 9, 4096, 3, true},     {"random-5", 5, 17, 2, false},
                              {"random-25", 25, 3, 256, false},   {"random-2", 2, 2, 17, false}};
 
-/// Numerical Recipes' linear congruential generator.
+/// The linear congruential generator of Numerical Recipes.
 class Random {
 public:
     unsigned Word16() {
@@ -134,7 +134,7 @@ void DigestTables(const CIccEngineS& engine, const std::string& name) {
     digest.Print(name);
 }
 
-/// Colours through the conversions that no engine uses, as the bits of their doubles.
+/// Colour conversions that no engine uses, as the bits of their doubles.
 void DigestColours() {
     using ColorLch::CLCH;
     Random random;
@@ -146,11 +146,11 @@ void DigestColours() {
         digest.Word(static_cast<std::uint32_t>(bits));
         digest.Word(static_cast<std::uint32_t>(bits >> 32));
     };
-    // Only what the four operations and the rounding to single precision decide: the last bit of a power or an
-    // angle is the mathematics library's own.
+    // Only results that depend on the four operations and on rounding to single precision: the last bit of a power or
+    // an angle depends on the mathematics library.
     for (int i = 0; i < 20000; ++i) {
         color.SetColorSpace(static_cast<ColorLch::ColorSpace>(i % 4));
-        // One a statement: compilers differ in the order in which they work out arguments.
+        // One call per statement: compilers differ in the order in which they evaluate arguments.
         const double r = random.Word16() / 257.0;
         const double g = random.Word16() / 257.0;
         const double b = random.Word16() / 257.0;
@@ -160,18 +160,18 @@ void DigestColours() {
     digest.Print("colours");
 }
 
-/// Pixels through every loop that this processor can run. All must give the same; that is printed once.
+/// Pixels through every loop that this processor can run. All must give the same, which is printed once.
 void DigestKernels(const CIccEngineS& engine, bool wide, const std::string& name) {
     const ICC40::ICC_ENG_S4::Stages stages = {{engine.Lut1DInR.get(), engine.Lut1DInG.get(), engine.Lut1DInB.get()},
                                               &engine.Lut3D[0][0],
                                               {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}};
-    constexpr int kPixels = 20011;  // not a whole number of blocks
+    constexpr int kPixels = 20011;  // not a multiple of the block size
     Random random;
     Bytes pixels(6 * kPixels);
     for (std::size_t at = 0; at < pixels.size(); at += 2) {
         const auto sample = static_cast<std::uint16_t>(random.Word16());
         if (wide) {
-            std::memcpy(pixels.data() + at, &sample, 2);  // in the machine's order
+            std::memcpy(pixels.data() + at, &sample, 2);  // in native byte order
         } else {
             pixels[at] = static_cast<unsigned char>(sample & 0xffU);
             pixels[at + 1] = static_cast<unsigned char>(sample >> 8);
@@ -196,7 +196,7 @@ void DigestKernels(const CIccEngineS& engine, bool wide, const std::string& name
     digest.Print(name);
 }
 
-/// A picture with every sample value in it, as a file of ours.
+/// A file in the library's own layout whose image has every sample value.
 void SavePicture(const std::string& path, int bits, const std::string& profile) {
     Random random;
     Orvix_Tiff_STL2::CTiff image;
@@ -214,7 +214,7 @@ void Digests(const Shape& shape, const TempDir& dir) {
     for (int space = 8; space < 40; ++space) {
         const int input = space % 2;
         for (int intent = 0; intent < 4; ++intent) {
-            // Rows of tables differ in one thing at a time; all pairs would take the emulators an hour.
+            // Tables vary in one parameter at a time; all pairs would take an hour under an emulator.
             if (intent != 0 && space != 8 && space != 23) continue;
             engine->SetProfile(profile.c_str(), static_cast<Intent>(intent), static_cast<ColorSpaceSignature>(input),
                                static_cast<ColorSpaceSignature>(space), 0, 0, 0);

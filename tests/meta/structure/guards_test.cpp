@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Every guard of the lists in tests/meta/mutation stands in the source as the list has it, so that it can be taken
-// away.
+// Every guard listed in tests/meta/mutation is in the source exactly as listed, so that it can be removed.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -21,7 +20,7 @@ std::vector<std::string> LinesOf(const std::string& path) {
     return lines;
 }
 
-/// Places of `piece` in a text.
+/// Positions of `piece` in a text.
 std::size_t CountIn(const std::string& text, const std::string& piece) {
     std::size_t count = 0;
     for (std::size_t at = 0; (at = text.find(piece, at)) != std::string::npos; at += piece.size()) ++count;
@@ -43,7 +42,7 @@ TEST_P(ListedGuards, StandInTheSourceOnce) {
         const std::size_t colon = file.find(':');
         const std::size_t nth = colon == std::string::npos ? 0 : std::stoul(file.substr(colon + 1));
         file = file.substr(0, colon);
-        std::vector<std::size_t> counts;  // of the lines that have it
+        std::vector<std::size_t> counts;  // of matching lines
         for (const std::string& text : LinesOf(kRoot + "/" + file)) {
             if (const std::size_t count = CountIn(text, guard); count > 0) counts.push_back(count);
         }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Includes point one way. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them ->
-// base, and the rest includes none of the other folders. In colour: {library, exact} -> profile -> base, past some or
-// none, and nothing of the command. In the command: cli -> batch -> tiff -> system, past some or none; cli, batch and
-// tiff/rewrite include colour as well, and all folders colour/base. The library's own headers are included by colour
-// alone.
+// Includes have one direction. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them
+// -> base; the remaining folders include only base. In colour: {library, exact} -> profile -> base, levels may be
+// skipped, and nothing of the command. In the command: cli -> batch -> tiff -> system, levels may be skipped; cli,
+// batch and tiff/rewrite also include colour, and all folders colour/base. Only colour includes the library's own
+// headers.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -23,8 +23,8 @@ using Folders = std::set<std::string>;
 
 struct Tree {
     const char* root;
-    int fewest;                              ///< sources that must be looked at
-    std::map<std::string, Folders> allowed;  ///< by folder, those that its sources may include
+    int fewest;                              ///< minimum number of sources to check
+    std::map<std::string, Folders> allowed;  ///< by folder: the folders that its sources may include
 };
 
 const Tree kLibrary{"Source",
@@ -50,7 +50,7 @@ Folders operator+(Folders a, const Folders& b) {
 
 const Folders kColourTop{"colour"}, kColourBase{"colour/base"}, kProfile{"colour/profile"}, kJudge{"colour/judge"},
     kThroughEngine{"colour/library"}, kExact{"colour/exact"}, kKernels{"colour/exact/kernels"};
-const Folders kOfProfiles{"base", "color", "iccfile", "units"};  // of the library
+const Folders kOfProfiles{"base", "color", "iccfile", "units"};  // in the library
 const Folders kOfEngine = kOfProfiles + Folders{"engine"};
 const Tree kColour{"colour",
                    15,
@@ -76,7 +76,7 @@ const Tree kCommand{"apps/hueweave",
                      {"batch", kWork + kSession + kFile + kBatch},
                      {"cli", kWork + kSession + kFile + kBatch + kCli}}};
 
-/// The folders that a source names in its quoted includes; "" where it names none.
+/// The folders in a source's quoted includes; "" for an include without a folder.
 std::set<std::string> IncludedFolders(const fs::path& file) {
     static const std::regex include(R"re(^\s*#include\s+"(?:([^"]+)/)?[^"/]+")re");
     std::set<std::string> folders;

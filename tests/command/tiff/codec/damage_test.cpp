@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Image data that are not what was written are refused, as far as they tell of it; odd data that are whole are not.
+// Damaged image data are refused as far as the damage can be detected; unusual but complete data are not.
 #include <tiffio.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ struct Place {
     std::size_t offset, size;
 };
 
-/// Where the strips or tiles of the first page stand.
+/// The locations of the strips or tiles of the first page.
 std::vector<Place> PlacesIn(const std::string& path) {
     TIFFSetWarningHandler(nullptr);
     const std::unique_ptr<TIFF, TiffCloser> file(TIFFOpen(path.c_str(), "r"));
@@ -52,7 +52,7 @@ protected:
             bytes[place.offset + at] = static_cast<char>(bytes[place.offset + at] ^ mask);
             ExpectDamage(bytes, what + " at " + std::to_string(at));
         };
-        // The last four bytes are the checksum; the bits before them need not be of use.
+        // The last four bytes are the checksum; the bits before them may be unused.
         for (std::size_t i = 0; i < flips; ++i) spoil(i * (place.size - 6) / flips, 1 << i % 8, "a bit");
         spoil(place.size - 1, 1, "the checksum");
         spoil(place.size - 4, 128, "the checksum");
@@ -63,7 +63,7 @@ protected:
             ExpectDamage(bytes, "zeros from " + std::to_string(percent) + " %");
         }
     }
-    /// A picture whose alpha is the picture itself in grey.
+    /// An image whose alpha is the image itself in grey.
     std::string WithAlpha(const std::string& scale) const {
         const std::string photo = Quoted(Input("photo-8.tif")) + scale, made = folder_ / "alpha.tif";
         Shell("convert-im6 " + photo + " \\( " + photo + " -colorspace Gray \\) -alpha off -compose CopyOpacity " +
@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
     NameOfRow);
 
 TEST_F(DamageTest, AStripThatIsReadByRows) {
-    // 4.5 MB of pixels, which are not held at once with the least memory allowed.
+    // 4.5 MB of pixels, more than is held at once with the least memory allowed.
     const std::string large = folder_ / "large.tif";
     Shell("convert-im6 " + Quoted(Input("photo-16.tif")) + " -scale 1000x750! -compress none " + Quoted(large));
     for (const char* recipe : {"tiffcp -s -c zip:2 -r 750 $in $out", "tiffcp -f lsb2msb -s -c zip -r 740 $in $out"}) {
@@ -112,7 +112,7 @@ TEST_F(DamageTest, AStripThatIsReadByRows) {
 }
 
 TEST_F(DamageTest, APlaneThatIsCopiedAsItIs) {
-    // Four planes: three colours and an alpha, which no conversion touches. The second time they are read by rows.
+    // Four planes: three colours and an alpha, which no conversion changes. The second time they are read by rows.
     for (const auto& [scale, rows, strips] : {std::tuple{"", "100", 3U}, std::tuple{" -scale 1200x900!", "900", 1U}}) {
         const std::string alpha = WithAlpha(scale);
         Make("tiffcp -p separate -s -c zip -r " + std::string(rows) + " $in $out", alpha);
@@ -128,7 +128,7 @@ TEST_F(DamageTest, APlaneThatIsCopiedAsItIs) {
 }
 
 TEST_F(DamageTest, ARunOfPackBitsPastTheEndOfItsStrip) {
-    // 25 times 77, where 24 samples are wanted; then 24 times.
+    // A run of 25 samples of value 77 in a strip of 24; then a run of 24.
     const auto file = [](int samples) {
         return OneStrip({static_cast<char>(257 - samples), 77},
                         {.width = 8, .height = 1, .compression = COMPRESSION_PACKBITS, .rows = 1});
@@ -139,14 +139,14 @@ TEST_F(DamageTest, ARunOfPackBitsPastTheEndOfItsStrip) {
 }
 
 TEST_F(DamageTest, ALastStripAsTallAsTheOthersIsNone) {
-    // 12 rows of the last strip are passed over.
+    // 12 rows of the last strip are unused.
     for (const char* scheme : {"none", "lzw", "lzw:2", "zip", "zip:2", "packbits", "jpeg"}) {
         for (const int bits : {8, 16}) {
-            if (bits == 16 && std::string(scheme) == "jpeg") continue;  // which there is not
+            if (bits == 16 && std::string(scheme) == "jpeg") continue;  // JPEG is 8-bit only
             const std::string photo = Input("photo-" + std::to_string(bits) + ".tif");
             Make("tiffcp -B -s -r 112 -c " + std::string(scheme) + " $in $out; tiffset -s 257 212 $out", photo);
             ASSERT_THAT(ConvertLow(), Succeeds()) << scheme;
-            // What libtiff decodes of plain data, since it loses the end of Deflate data.
+            // As decoded by libtiff from uncompressed data, because libtiff loses the end of Deflate data.
             Picture source = ReadPictures(std::string(scheme) == "jpeg" ? in_ : photo)[0];
             source.height = 212;
             source.values.resize(std::size_t{source.width} * 212 * 3);

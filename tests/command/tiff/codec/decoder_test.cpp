@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Decoders see what is needed to decode and nothing else of the source: other tags cost no memory, and a source that
-// somebody changes meanwhile is refused at the worst.
+// Decoders read only what decoding needs: other tags cost no memory, and a source that another program changes during
+// the run is refused at worst.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -24,7 +24,7 @@ namespace {
 std::atomic<int> openedToRead{0};
 }  // namespace
 
-/// Stands before libtiff's own and counts.
+/// Replaces libtiff's function and counts the calls.
 extern "C" TIFF* TIFFClientOpenExt(const char* name, const char* mode, thandle_t file, TIFFReadWriteProc read,
                                    TIFFReadWriteProc write, TIFFSeekProc seek, TIFFCloseProc close, TIFFSizeProc size,
                                    TIFFMapFileProc map, TIFFUnmapFileProc unmap, TIFFOpenOptions* options) {
@@ -55,24 +55,24 @@ constexpr const char* kLzwStrips = "tiffcp -L -s -c lzw -r 16 $in $out";
 class DecoderTest : public FileTest {
 protected:
     void Make16(const std::string& recipe) const { Make(recipe, Input("photo-16.tif")); }
-    /// A grey picture of 16 x 16 pixels in one strip of this scheme.
+    /// A grey image of 16 x 16 pixels in one strip with this compression scheme.
     void MakeGrey(const std::string& scheme) const {
         Make(
             "convert-im6 -size 16x16 xc:gray -type TrueColor -depth 8 -compress none $out.tif && "
             "tiffcp -L -s -r 16 -c " +
             scheme + " $out.tif $out && rm $out.tif");
     }
-    /// Puts a number of `size` bytes into a little-endian file.
+    /// Writes a number of `size` bytes into a little-endian file.
     void Patch(std::size_t at, std::uint64_t value, std::size_t size) const {
         WriteBytes(in_, FileBytes(in_).replace(at, size, Little({value}, size)));
     }
-    /// Where the entry of a tag and a type stands in a little-endian file.
+    /// The offset of the entry with a tag and a type in a little-endian file.
     std::size_t EntryAt(unsigned tag, unsigned type) const {
         const std::size_t at = FileBytes(in_).find(Little({tag, type}, 2));
         EXPECT_NE(at, std::string::npos);
         return at;
     }
-    /// Makes the value of an entry so many bytes of zeros, a hole at the end of the file.
+    /// Makes the value of an entry `bytes` zeros, a hole at the end of the file.
     void MoveToAHole(std::size_t entry, std::uint64_t bytes) const {
         const std::uint64_t size = std::filesystem::file_size(in_);
         Patch(entry + 4, bytes, 4);
@@ -105,7 +105,7 @@ TEST_F(DecoderTest, AWindowOfZstandardThatNobodyCanHoldIsAFaultOfTheFile) {
 }
 
 TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
-    // 281,250 runs of 128 bytes; a row of 12,000 bytes ends within one.
+    // 281,250 runs of 128 bytes; a row of 12,000 bytes ends inside a run.
     std::string runs;
     for (int i = 0; i < 281250; ++i) runs.append("\x81\x00", 2);
     OneStrip(runs, {.width = 4000, .height = 3000, .compression = COMPRESSION_PACKBITS, .rows = 3000}).Save(in_);
@@ -115,7 +115,7 @@ TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
 }
 
 TEST_F(DecoderTest, CodersOfSeveralPlanesCountAsMemory) {
-    // Strips that are decoded by rows, with a coder a plane of some 16 MiB each.
+    // Strips that are decoded by rows, with one coder of some 16 MiB for each plane.
     TiffMaker tiff;
     const std::uint64_t data = tiff.Put("data that nobody decodes");
     tiff.Page(And(TiffMaker::Rgb({.width = 4000,
@@ -133,7 +133,7 @@ TEST_F(DecoderTest, CodersOfSeveralPlanesCountAsMemory) {
 
 TEST_F(DecoderTest, LayersOf300MebibytesTakeNoMemory) {
     Make16("tiffcp -L -s -c zip -r 16 $in $out && tiffset -s 315 'twelve bytes' $out");
-    // The text becomes the layers. The output copies no holes.
+    // The text becomes the layers. In the output the holes are not copied.
     const std::size_t at = EntryAt(315, 2);
     Patch(at, 37724, 2);
     Patch(at + 2, 7, 2);
@@ -158,7 +158,7 @@ TEST_F(DecoderTest, TheShapeIsThatOfOurReadingWhateverTheFileSaysLater) {
             for (std::size_t s = 0; s < page.segments.size(); ++s) decoder.ReadSegment(s, all.emplace_back());
         };
         decode(before);
-        // The same file with a far larger width, as another program may write it meanwhile.
+        // The same file with a much greater width, as if another program changed it during the run.
         const std::size_t width = EntryAt(256, 3);
         const int writer = ::open(in_.c_str(), O_WRONLY);
         ASSERT_EQ(pwrite(writer, "\xff\x7f", 2, static_cast<off_t>(width + 8)), 2);
@@ -177,13 +177,13 @@ TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldIsRefused) {
     TiffPage& page = opened.page;
     page.across = page.down = 1;
     page.segments.resize(1);
-    // 6 bytes times 2^31 - 1 columns times 2^31 - 1 rows are more than 64 bits hold.
+    // 6 bytes times 2^31 - 1 columns times 2^31 - 1 rows exceed 64 bits.
     page.segmentWidth = page.segmentHeight = 0x7fffffff;
     EXPECT_THROW(TiffDecoder{PageSource(opened.structure, page)}, Refusal);
 }
 
 TEST_F(DecoderTest, AShapeThatLibtiffSeesInAnotherWayIsRefused) {
-    // Of 12 bits a sample, libtiff packs two into three bytes.
+    // At 12 bits a sample, libtiff packs two samples into three bytes.
     for (const char* recipe : {"tiffcp -L -t -w 64 -l 48 -c lzw $in $out", kLzwStrips}) {
         Make16(recipe);
         OpenedPage opened(in_);
@@ -249,7 +249,8 @@ TEST_F(DecoderTest, AStripOfRowsIsDecodedByOneHandleAPage) {
 }
 
 TEST_F(DecoderTest, ASourceThatIsCutMeanwhileIsRefused) {
-    // 6 MB of noise in one strip: too large to be held whole with the least memory, read by rows. It does not shrink.
+    // 6 MB of noise in one strip, which does not compress: too large to be held whole with the least memory, so read by
+    // rows.
     const std::string whole = folder_ / "whole.tif";
     Shell("convert-im6 -size 1000x1000 xc:gray -seed 1 +noise Random -type TrueColor -depth 16 -compress none " +
           Quoted(in_) + " && tiffcp -s -c lzw -r 1000 " + Quoted(in_) + " " + Quoted(whole));
@@ -265,7 +266,7 @@ TEST_F(DecoderTest, ASourceThatIsCutMeanwhileIsRefused) {
         refused += run.status == 4;
         EXPECT_EQ(Exists(out_), run.status == 0) << run.err;
         std::filesystem::remove(out_);
-        if (run.status == 0) break;  // it was done before
+        if (run.status == 0) break;  // it finished before the signal
     }
     EXPECT_GT(refused, 2);
 }
@@ -278,7 +279,7 @@ TEST_F(DecoderTest, DeflateDataThatEndOtherwiseAreRefusedWithTheReason) {
         {sound, ""},
         {sound.substr(0, sound.size() - 1), "contains damaged image data (its Deflate data are truncated)"},
         {Deflated(std::string(47, '\0')), "contains damaged image data (its Deflate data end too early)"},
-        {otherSum, "contains damaged image data (incorrect data check)"}};  // zlib's words
+        {otherSum, "contains damaged image data (incorrect data check)"}};  // zlib's message
     for (const auto& [packed, reason] : kinds) {
         OneStrip(packed, {.compression = COMPRESSION_ADOBE_DEFLATE}).Save(in_);
         const OpenedPage opened(in_);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Where encoded image data go: into the place of the old ones as one stretch, and to the end where they do not fit. The
-// numbers that tell of it keep the type of their entry, or get the next one that holds them.
+// Where encoded image data are written: over the old data as one range, or to the end of the file if they do not fit.
+// The offsets and byte counts keep the type of their entry, or get the next larger one that holds them.
 #include <fcntl.h>
 #include <tiff.h>
 
@@ -17,7 +17,7 @@ namespace {
 
 using testing::HasSubstr;
 
-/// A page of two strips with so many bytes between them, and behind it a page that is plain; then Place() for each
+/// A page of two strips with the bytes `between` them, followed by a plain page; then the result of Place() for each
 /// size.
 std::vector<std::uint64_t> Places(const std::string& between, const std::vector<std::uint64_t>& sizes) {
     const Folder folder;
@@ -36,7 +36,7 @@ std::vector<std::uint64_t> Places(const std::string& between, const std::vector<
     EXPECT_EQ(layout.PlaceAgain(1, 0), plain);
     std::vector<std::uint64_t> places;
     for (const std::uint64_t size : sizes) {
-        // From the first strip on; the end of the file as 0.
+        // Relative to the first strip, from 1 on; 0 for the end of the file.
         const std::uint64_t place = layout.Place(size);
         places.push_back(place >= opened.file.Size() ? 0 : place - first + 1);
     }
@@ -79,7 +79,7 @@ TEST(DirectoryWriterTest, NumbersKeepTheTypeOrGetTheNextThatHoldsThem) {
         tiff.Save(folder / "in");
         const OpenedTiff source(folder / "in");
         std::vector<tool::TiffPage> pages(1);
-        pages[0].mask = true;  // so that image data stay
+        pages[0].mask = true;  // so that its image data stay
         tool::OutputLayout layout(source.structure, pages);
         WriteBytes(folder / "out", FileBytes(folder / "in"));
         const tool::FileAccess target(::open((folder / "out").c_str(), O_RDWR), "out");
@@ -95,7 +95,7 @@ TEST(DirectoryWriterTest, NumbersKeepTheTypeOrGetTheNextThatHoldsThem) {
     }
 }
 
-/// What was written is read back before it gets its name: whatever is not as planned is refused as an output.
+/// The written file is read back before it is named: any difference from the plan is an error of the output.
 class OutputCheckTest : public testing::Test {
 protected:
     OutputCheckTest() {
@@ -108,7 +108,7 @@ protected:
         icc_ = std::make_shared<const tool::Bytes>(tool::Bytes{'a', ' ', 'p', 'r', 'o', 'f', 'i', 'l', 'e'});
         written_.assign(2, {false, {tool::Extent{pixels, 48}}, icc_});
     }
-    /// What is said of an output that has these bytes; empty if it is right.
+    /// The message about an output with these bytes; empty if it is correct.
     std::string Check(const std::string& output) {
         WriteBytes(folder_ / "out.tif", output);
         const OpenedTiff source(path_);
@@ -124,7 +124,7 @@ protected:
         }
         return {};
     }
-    /// The output with the field of an entry of the second page changed; the entries are sorted by tag.
+    /// The output with one field of an entry of the second page changed; the entries are sorted by tag.
     std::string Changed(std::size_t entry, std::uint64_t value) {
         TiffMaker changed = tiff_;
         changed.Patch(directory_ + 2 + 12 * entry + 8, value);
@@ -132,7 +132,7 @@ protected:
     }
     Folder folder_;
     TiffMaker tiff_;
-    std::uint64_t directory_ = 0;  ///< of the second page
+    std::uint64_t directory_ = 0;  ///< offset of the directory of the second page
     std::string path_ = folder_ / "in.tif";
     std::shared_ptr<const tool::Bytes> icc_;
     std::vector<tool::WrittenPage> written_;
@@ -143,7 +143,7 @@ TEST_F(OutputCheckTest, WhatIsAsPlannedIsTaken) { EXPECT_EQ(Check(tiff_.bytes())
 
 TEST_F(OutputCheckTest, AnotherShapeOrPlace) {
     struct Row {
-        std::size_t entry;  ///< in the order of tags
+        std::size_t entry;  ///< index in tag order
         std::uint64_t value;
         const char* reason;
     };
@@ -152,8 +152,8 @@ TEST_F(OutputCheckTest, AnotherShapeOrPlace) {
           Row{1, 3, "a page has another shape"},          // height
           Row{3, 8, "a page has another shape"},          // compression
           Row{4, 1, "holds grey pixels"},                 // colours
-          Row{5, 10, "image data are at another place"},  // place of the strip
-          Row{8, 47, "is truncated: image data lie"},     // bytes of the strip
+          Row{5, 10, "image data are at another place"},  // offset of the strip
+          Row{8, 47, "is truncated: image data lie"},     // byte count of the strip
           Row{8, 49, "image data are at another place"}, Row{9, 2, "lacks some of its strips"}}) {  // planes
         EXPECT_THAT(Check(Changed(row.entry, row.value)), HasSubstr(row.reason));
     }

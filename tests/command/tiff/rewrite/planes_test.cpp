@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
-// Which planes of a page become pixels, and which are read and written.
+// Which planes of a page contribute to pixels, and which are read and written.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -36,7 +36,7 @@ private:
     const TiffPage& page_;
 };
 
-/// Spoils what it is given, as an encoder does.
+/// Overwrites its input, as an encoder does.
 class SpoilingSink : public PlaneSink {
 public:
     void Give(unsigned plane, Bytes& data) override {
@@ -48,7 +48,7 @@ public:
     Bytes given;
 };
 
-/// Numbers as in the rows below.
+/// Numbers in the form of the rows below.
 std::string Hex(const auto& numbers) {
     std::ostringstream text;
     for (const unsigned number : numbers) text << std::hex << number << " ";
@@ -61,7 +61,7 @@ struct Row {
     bool planar, premultiplied;
     unsigned compression;
     const char *taken, *written, *pixels;
-    const char* given;  ///< of all that is written
+    const char* given;  ///< all samples that are written
 };
 
 constexpr Row kRows[] = {

@@ -19,7 +19,7 @@ namespace {
 
 constexpr tmsize_t kMostMemory = tmsize_t{256} << 20;
 
-/// Keeps the first error.
+/// Stores the first error.
 int Complain(TIFF*, void* first, const char*, const char* format, std::va_list arguments) {
     char text[200];
     std::vsnprintf(text, sizeof text, format, arguments);
@@ -38,8 +38,8 @@ Handle Open(const std::string& path, std::string& complaint) {
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), Complain, &complaint);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), Ignore, nullptr);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMostMemory);
-    // Without mapping, and without reading the first page: one that libtiff does not take, as a mask may be, does not
-    // end the reading of others.
+    // Without mapping, and without reading the first page: if libtiff does not accept that, for instance a mask, the
+    // others can still be read.
     return Handle(TIFFOpenExt(path.c_str(), "rhm", options.get()));
 }
 
@@ -49,7 +49,7 @@ unsigned Short(TIFF* file, std::uint32_t tag) {
     return value;
 }
 
-/// Samples of a strip or tile of `columns` x `rows` whose left upper corner is at (left, top).
+/// Samples of a strip or tile of `columns` x `rows` with its upper left corner at (left, top).
 void Place(Image& image, const Bytes& data, std::uint32_t left, std::uint32_t top, std::uint32_t columns,
            std::uint32_t rows, unsigned first, unsigned count) {
     const std::size_t width = image.bits / 8;
@@ -65,7 +65,7 @@ void Place(Image& image, const Bytes& data, std::uint32_t left, std::uint32_t to
     }
 }
 
-/// `blank` is what the pixels are before they are decoded.
+/// `blank` is the initial value of the pixels before decoding.
 bool Decode(TIFF* file, Image& image, unsigned char blank) {
     TIFFGetField(file, TIFFTAG_IMAGEWIDTH, &image.width);
     TIFFGetField(file, TIFFTAG_IMAGELENGTH, &image.height);
@@ -136,7 +136,7 @@ void ConvertPixel(const Engine& engine, std::uint16_t* samples, unsigned bits) {
 
 std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool silent, std::string& complaint) {
     const Handle file = Open(path, complaint);
-    complaint.clear();  // about the first directory, which need not be the one that is wanted
+    complaint.clear();  // an error about the first directory, which may be another one than requested
     Image image, again;
     bool done = true;
     for (const auto& [to, blank] : {std::pair{&image, 0}, std::pair{&again, 0xff}}) {
@@ -145,7 +145,7 @@ std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bo
     }
     if (!done && complaint.empty()) complaint = "cannot be opened or decoded";
     if (!done || (silent && !complaint.empty())) return std::nullopt;
-    // Of Deflate data that go on behind the pixels, libtiff may decode nothing, and say so neither.
+    // For Deflate data that continue after the pixels, libtiff may decode nothing without reporting an error.
     if (image == again) return image;
     complaint = "leaves pixels as they were";
     return std::nullopt;
@@ -176,9 +176,9 @@ void ConvertImage(Image& image, const Bytes& profile, bool premultiplied) {
             ConvertPixel(engine, pixel, image.bits);
             continue;
         }
-        // The colour that stands behind an associated alpha, and in front of it again.
+        // Divides by the associated alpha and multiplies by it again.
         const unsigned alpha = pixel[3];
-        if (alpha == 0) continue;  // nothing is seen there
+        if (alpha == 0) continue;  // fully transparent
         for (std::size_t c = 0; c < 3; ++c) {
             pixel[c] = static_cast<std::uint16_t>(std::min(top, (pixel[c] * top + alpha / 2) / alpha));
         }

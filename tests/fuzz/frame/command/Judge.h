@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What a converted file must look like: libtiff decodes, and an engine of the library converts pixel by pixel.
+// The expected contents of a converted file: libtiff decodes, and an engine of the library converts pixel by pixel.
 #pragma once
 
 #include <cstdint>
@@ -22,12 +22,12 @@ struct Image {
     bool operator==(const Image&) const = default;
 };
 
-/// The image of the directory at `offset` as libtiff decodes it; nothing, and why, if it cannot, or with `silent` if it
-/// tells of any error. Warnings do not count.
+/// The image of the directory at `offset`, decoded by libtiff; nothing, and the reason, if libtiff cannot, or with
+/// `silent` if it reports any error. Warnings do not count.
 std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool silent, std::string& complaint);
-/// The same as the command's own decoders do, strip by strip or tile by tile. Throws a refusal.
+/// The same with the command's own decoders, strip by strip or tile by tile. Throws a refusal.
 Image ByOwnDecoder(const tool::TiffStructure& structure, const tool::TiffPage& page);
-/// Converts the first three samples of every pixel to sRGB, by `profile` and the perceptual intent.
+/// Converts the first three samples of every pixel to sRGB with `profile` and the perceptual intent.
 void ConvertImage(Image& image, const Bytes& profile, bool premultiplied);
 
 }  // namespace hueweave::fuzz

@@ -35,7 +35,7 @@ tool::DeviceProfile AsLoaded(const Bytes& profile) {
 }
 
 std::optional<tool::Refusal> RefusalOf(const std::function<void()>& work) {
-    // Whatever the file announces. The sanitizers of a search see what other libraries allocate as well.
+    // Whatever the file announces. The sanitizers of a search also count the allocations of other libraries.
     constexpr std::size_t kMostHeap = std::size_t{256} << 20;
     constexpr std::clock_t kMostTime = 10 * CLOCKS_PER_SEC;
     const std::clock_t begin = std::clock();

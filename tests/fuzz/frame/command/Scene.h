@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// What the targets of the command share: a folder to write into, a fixed profile, and how a refusal looks.
+// Common parts of the command's targets: a folder for outputs, a fixed profile, and the form of a refusal.
 #pragma once
 
 #include <filesystem>
@@ -17,12 +17,12 @@
 
 namespace hueweave::fuzz {
 
-/// An empty folder in memory where the system has one; gone with the process's end.
+/// An empty folder, in memory where possible; deleted when the process ends.
 class ScratchFolder {
 public:
     std::string operator/(const std::string& name) const { return folder_.File(name); }
     std::string path() const { return folder_.Path(); }
-    /// Names of what stands there, hidden ones too, sorted.
+    /// Names of all files in it, including hidden ones, sorted.
     std::vector<std::string> Names() const;
     void Clear() const;
 
@@ -31,12 +31,12 @@ private:
                                                                     : std::filesystem::temp_directory_path()};
 };
 
-/// A profile that the engine takes as it is for every intent: of 9 points, without a description.
+/// A profile that the engine accepts unchanged for every intent: 9 grid points, without a description.
 Bytes PlainDeviceProfile();
 tool::DeviceProfile AsLoaded(const Bytes& profile);
 
-/// Runs `work`; the refusal that it ends in, nothing if it ends well. Requires that nothing else is thrown, that a
-/// refusal is one line that says something, and that time and heap stay within the bounds of one file.
+/// Runs `work` and returns its refusal, or nothing if it succeeds. Requires that nothing else is thrown, that a refusal
+/// is one line with a message, and that time and heap stay within the limits for one file.
 std::optional<tool::Refusal> RefusalOf(const std::function<void()>& work);
 
 }  // namespace hueweave::fuzz

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// TIFF files as libtiff writes them, in every layout that the command takes, and profiles as Little CMS writes them.
+// TIFF files written by libtiff, in every layout that the command accepts, and profiles written by Little CMS.
 #include <lcms2.h>
 #include <tiffio.h>
 #include <zlib.h>
@@ -18,11 +18,11 @@ namespace {
 
 struct Layout {
     std::string name;
-    std::string mode = "wl";  ///< of TIFFFdOpen: order of bytes, "8" for BigTIFF
+    std::string mode = "wl";  ///< for TIFFFdOpen: byte order, "8" for BigTIFF
     unsigned bits = 8, samples = 3, compression = COMPRESSION_NONE, predictor = 1;
     bool planar = false, tiled = false;
     unsigned fillOrder = FILLORDER_MSB2LSB, extra = EXTRASAMPLE_UNASSALPHA, orientation = 1;
-    unsigned pages = 1, below = 0;  ///< further images: in the chain, under the first
+    unsigned pages = 1, below = 0;  ///< further images: in the chain, in SubIFDs of the first
     bool mask = false;              ///< as the last page
     bool metadata = false;
     std::uint32_t width = 7, height = 5, rows = 2;
@@ -54,7 +54,7 @@ void SetColours(TIFF* file, const Layout& layout) {
 void SetMetadata(TIFF* file) {
     const Bytes icc = Pattern(50, 3);
     TIFFSetField(file, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(icc.size()), icc.data());
-    // A profile and a thumbnail among Photoshop's resources.
+    // Photoshop resources with a profile and a thumbnail.
     const std::string resources =
         std::string("8BIM\4\17\0\0\0\0\0\5abcde\0", 18) + std::string("8BIM\4\14\0\0\0\0\0\4WXYZ", 16);
     TIFFSetField(file, TIFFTAG_PHOTOSHOP, static_cast<std::uint32_t>(resources.size()), resources.data());
@@ -125,7 +125,7 @@ Bytes Written(const Layout& layout) {
     return test::ReadFile(path);
 }
 
-/// Every scheme at both depths, in strips and tiles, with and without planes and differences.
+/// Every compression scheme at both depths, in strips and tiles, with and without planes and predictor.
 void SowSchemes(const Sow& sow) {
     struct Scheme {
         const char* name;
@@ -198,7 +198,7 @@ Bytes Saved(cmsHPROFILE profile) {
     return bytes;
 }
 
-/// Light that rises with each sample, whatever the connection space.
+/// Light that rises with each sample, in any connection space.
 int Sample(const cmsUInt16Number* in, cmsUInt16Number* out, void*) {
     for (int c = 0; c < 3; ++c) out[c] = static_cast<cmsUInt16Number>(in[c] / 2 + 8192);
     return 1;
@@ -212,7 +212,7 @@ Bytes TableProfile(double version, cmsColorSpaceSignature connection, unsigned p
     cmsSetDeviceClass(profile.get(), cmsSigInputClass);
     cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
     cmsPipeline* lut = cmsPipelineAlloc(nullptr, 3, 3);
-    cmsUInt16Number table[256];  // as many entries as a table of bytes has
+    cmsUInt16Number table[256];  // the size of an 8-bit table
     for (unsigned i = 0; i < 256; ++i) table[i] = static_cast<cmsUInt16Number>(i * i * 65535 / (255 * 255));
     cmsToneCurve* gamma = cmsBuildTabulatedToneCurve16(nullptr, 256, table);
     cmsToneCurve* curves[] = {gamma, gamma, gamma};

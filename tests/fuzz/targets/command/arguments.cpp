@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any words as a command line: arguments within their ranges for one command, help, or a refusal as usage. Nothing is
-// written. The arguments of a conversion, put into words again, are understood as the same.
+// Any text as a command line: it gives arguments within their ranges for one command, help, or a usage error. Nothing
+// is written. The arguments of a conversion, converted back to text, are parsed to the same arguments.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -23,7 +23,7 @@ using namespace tool;
 
 using Words = std::vector<std::string>;
 
-/// A word a line. "@/" stands for a folder of this process; no other path leads to a file that --curve would read.
+/// One argument per line. "@/" stands for a folder of this process; no other path gives a file that --curve would read.
 Words WordsOf(const std::string& text, const ScratchFolder& folder) {
     Words words{"hueweave", ""};
     const auto isDigit = [&](std::size_t at) { return at < text.size() && text[at] >= '0' && text[at] <= '9'; };
@@ -47,7 +47,7 @@ std::unique_ptr<Command> Parse(const Words& words) {
     return ParseCommandLine(static_cast<int>(pointers.size()), pointers.data());
 }
 
-/// The target is a space, or a profile in a file; the library's precision is for its own spaces.
+/// The target is a space, or a profile in a file; the library's precision is for its own spaces only.
 void CheckRendering(const Rendering& r, const std::string& targetFile, Precision precision) {
     Require((r.space == nullptr) == !targetFile.empty(), "a space or a profile");
     Require(r.space == nullptr || FindSpace(r.space->name) == r.space, "a space that there is");
@@ -75,14 +75,14 @@ void CheckConvert(const ConvertOptions& a) {
     Require(!a.nul || a.filesFrom, "a list that ends in zero bytes");
 }
 
-/// A number that is read back as the same.
+/// A number that is parsed back to the same value.
 std::string Number(double value) {
     char text[40];
     std::snprintf(text, sizeof text, "%.17g", value);
     return text;
 }
 
-/// All that the options hold but the curves themselves.
+/// All options except the contents of the curves.
 Words AsWords(const ConvertOptions& a) {
     constexpr const char* kRules[] = {"given", "embedded", "require-match"};
     const Rendering& r = a.rendering;
@@ -124,7 +124,7 @@ Words AsWords(const ConvertOptions& a) {
     return words;
 }
 
-/// Whether a value after "=" would not be taken for one: an empty one, or one in brackets or quotes.
+/// Whether a value after "=" is accepted as one: not empty, and without brackets and quotes.
 bool IsPlain(const std::string& value) {
     return !value.empty() && value.find_first_of("[]\"'`{}") == std::string::npos;
 }
@@ -152,7 +152,7 @@ void CheckRepeated(const ConvertOptions& options) {
     Require(convert->options().rendering.curves.has_value() == options.rendering.curves.has_value(), "as many curves");
 }
 
-/// A curve that can be read, written once.
+/// Writes a valid curve file, once.
 void WriteCurve(const ScratchFolder& folder) {
     if (!folder.Names().empty()) return;
     std::string rows;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any bytes as a profile: it is refused as a profile, or a small picture is converted by it to what an engine makes
-// that is bound to the same bytes. Where the engine would not take it, a profile is baked from it, which the engine
-// takes for every intent; the same bytes always bake to the same.
+// Any bytes as a profile: it is refused as a profile, or a small image is converted by it to the result of an engine
+// bound to the same bytes. Where the engine would not accept it, a profile is baked from it, which the engine accepts
+// for every intent; the same bytes always bake to the same profile.
 #include <memory>
 
 #include "FuzzInput.h"
@@ -28,7 +28,7 @@ Rendering DrawRendering(FuzzInput& input) {
     Rendering rendering;
     const auto intents = Intents();
     rendering.intent = intents[input.Below(intents.size())].intent;
-    // Spaces that need nothing beyond the engine, so that the engine alone can be the judge.
+    // Only spaces that need nothing beyond the engine, so that an engine can check the result.
     constexpr const char* kSpaces[] = {"srgb", "adobe-rgb-g18"};
     rendering.space = FindSpace(kSpaces[input.Below(2)]);
     return rendering;
@@ -41,7 +41,7 @@ Bytes Picture(unsigned bits) {
     return pixels;
 }
 
-/// The same by an engine that is bound here.
+/// The same with an engine bound here.
 Bytes ByEngine(const Bytes& profile, const Rendering& rendering, unsigned bits, Bytes pixels) {
     const Space& space = *rendering.space;
     const auto engine = BindEngine(profile, rendering, bits == 16, bits == 8 ? space.code8 : space.code16);

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any bytes as a TIFF file, converted by a fixed profile: libtiff decodes what is written to the pixels that an engine
-// makes of the source's, whichever way the strips go; a refusal leaves nothing; time and heap stay within their bounds.
+// Any bytes as a TIFF file, converted with a fixed profile: libtiff decodes the output to the engine's conversion of
+// the source's pixels, whichever code path the strips take; a refusal leaves no file; time and heap stay within their
+// limits.
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -22,10 +23,11 @@ namespace {
 using namespace tool;
 
 constexpr std::size_t kSteering = 4;
-/// Decoded bytes of a file that is converted; of a larger one, which is only planned, the pixels would take the time.
+/// Limit on the decoded bytes of a file that is converted; a larger one is only planned, since its pixels would take
+/// too long.
 constexpr std::uint64_t kMostPixels = std::uint64_t{4} << 20;
 
-/// What stays from input to input.
+/// State shared by all inputs.
 struct Stage {
     ScratchFolder folder;
     DeviceProfile profile = AsLoaded(PlainDeviceProfile());
@@ -36,7 +38,7 @@ struct Stage {
     Stage() {
         options.rendering.space = colour::FindSpace("srgb");
         options.precision = Precision::Library;
-        options.acceptError = 100;  // the judge is an engine, whatever its colours are
+        options.acceptError = 100;  // the result is compared with an engine, whatever its colours are
         options.quiet = true;
         target = MakeTarget(options);
         cache = std::make_unique<ProfileCache>(options, target);
@@ -45,7 +47,7 @@ struct Stage {
 };
 
 struct Parsed {
-    std::unique_ptr<FileAccess> file;  ///< which the structure borrows
+    std::unique_ptr<FileAccess> file;  ///< the structure refers to it
     std::unique_ptr<TiffStructure> structure;
     std::vector<TiffPage> pages;
     std::uint64_t decoded = 0;  ///< bytes of all strips and tiles
@@ -62,7 +64,7 @@ Parsed Parse(const std::string& path) {
     return parsed;
 }
 
-/// The conversion as a run does it, to `output`.
+/// Converts to `output` as the command does.
 std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& arguments, unsigned threads) {
     InputList list;
     list.items.push_back({stage.source, arguments.inPlace ? stage.source : stage.output, "out.tif", {}});
@@ -76,7 +78,7 @@ std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& argumen
     });
 }
 
-/// The same with so little memory that strips are decoded row by row, where they are not plain.
+/// The same with so little memory that strips are decoded row by row, unless they are uncompressed.
 std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, bool noTag) {
     return RefusalOf([&] {
         std::vector<PageJob> jobs(source.pages.size());
@@ -90,7 +92,7 @@ std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, b
             const auto ready = stage.cache->Get(stage.profile, page.bits);
             const std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
             jobs[p] = {false, &ready->converter, noTag ? nullptr : icc};
-            // Room for four rows and for the coders, and so for no strip of more.
+            // Room for four rows and for the coders, and so for no strip of more rows.
             const unsigned planes = page.planar ? page.samples : 1;
             const std::uint64_t need = 4 * page.RowBytes() * (planes + 1) + (planes - 1) * CoderMemory(page);
             settings.memory = std::max(settings.memory, need);
@@ -105,7 +107,7 @@ std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, b
     });
 }
 
-/// The pixels that each page must have; libtiff's reading of the source where it takes it without an error.
+/// The expected pixels of each page; from libtiff where it reads the source without an error.
 std::map<std::size_t, Image> Wanted(const Stage& stage, const Parsed& source) {
     std::map<std::size_t, Image> wanted;
     for (std::size_t p = 0; p < source.pages.size(); ++p) {
@@ -168,7 +170,7 @@ void RunTarget(FuzzInput& input) {
         const bool tooLittle = byRows && byRows->reason().find("memory") != std::string::npos;
         Require(tooLittle || byRows.has_value() == refusal.has_value(), "rows and strips are refused alike");
         if (converted) {
-            // Read through the open file, which a conversion in place leaves as it was.
+            // Read through the open file, which a conversion in place leaves unchanged.
             if (arguments.inPlace) std::filesystem::copy_file(stage.source, stage.output);
             if (arguments.inPlace) test::WriteFile(stage.source, file);
             const auto wanted = Wanted(stage, source);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any bytes as Deflate data of a strip: at once and row by row, they decode to what zlib makes of them in one call, and
-// are refused where zlib does not come to their end, where they are too short, or where they go on too far.
+// Any bytes as Deflate data of a strip: at once and row by row, they decode to the output of a single call of zlib, and
+// are refused if zlib does not reach their end, if they are too short, or if they continue too far.
 #include <tiffio.h>
 #include <zlib.h>
 
@@ -41,7 +41,7 @@ void RunTarget(FuzzInput& input) {
     memory.Put(FileWith(stored, width, height, turned ? FILLORDER_LSB2MSB : FILLORDER_MSB2LSB));
 
     const std::size_t pixels = std::size_t{3} * width * height;
-    // Behind the pixels there may be as much again and 1 MiB.
+    // After the pixels there may be as many bytes again plus 1 MiB.
     const std::size_t most = 2 * pixels + (std::size_t{1} << 20);
     Bytes plain(most + 1);
     uLongf size = plain.size();

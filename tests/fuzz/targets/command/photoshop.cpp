@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any bytes as the resources of Photoshop: with another profile they are the same list with that one in the place of
-// the first, and without further ones; what follows the last whole resource stays as it is.
+// Any bytes as Photoshop resources: setting another profile gives the same list with that profile instead of the first
+// one, and without further ones; what follows the last complete resource is unchanged.
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -21,7 +21,7 @@ using namespace tool;
 
 constexpr unsigned kProfile = 1039, kThumbnail = 1036, kOldThumbnail = 1033;
 
-/// One resource: everything up to the size of its data, and all of it, with a byte of padding where there is one.
+/// One resource: `head` ends with the size of its data, and the whole includes a byte of padding where there is one.
 struct Item {
     unsigned number;
     Bytes head, whole;
@@ -31,7 +31,7 @@ struct Items {
     Bytes rest;
 };
 
-/// The list in the plainest words.
+/// A minimal parser of the list.
 Items ReadItems(const Bytes& bytes) {
     Items items;
     std::size_t at = 0;
@@ -62,7 +62,7 @@ Bytes Expected(const Items& items, const Bytes& icc) {
     return out.Append(items.rest).Done();
 }
 
-/// A file of one directory with the resources alone.
+/// A file of one directory with only the resources.
 Bytes FileWith(const Bytes& resources) {
     const auto count = static_cast<std::uint32_t>(resources.size());
     std::uint32_t word = 0;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any bytes as the record of earlier runs: it is read, nothing in it counts but whole lines of an output in its state,
-// and a line that is added to it is found again behind whatever stood there before.
+// Any bytes as the record of earlier runs: it is read, only complete lines about an output in its current state count,
+// and a line that is appended is found again after whatever the record held before.
 #include <fcntl.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ using namespace tool;
 constexpr const char* kRecord = "/.hueweave.jsonl";
 constexpr std::size_t kLongestName = 60;
 
-/// A name that a file can have, of any bytes.
+/// A valid file name of any bytes.
 std::string NameOf(FuzzInput& input) {
     const Bytes bytes = input.Take(input.Below(kLongestName) + 1);
     std::string name(bytes.begin(), bytes.end());
@@ -43,7 +43,7 @@ void RunTarget(FuzzInput& input) {
         {
             ResumeRecord earlier(folder.path(), true);
             earlier.Load();
-            // Whatever stands there, it cannot know the time of the file that was just written.
+            // Whatever the record holds, it cannot contain the time of the file that was just written.
             Require(!earlier.IsDone(name, fingerprint), "nothing is done that no line tells of");
             const FileAccess output = FileAccess::OpenInput(folder / name);
             earlier.Begin();

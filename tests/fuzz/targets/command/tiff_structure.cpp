@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Any bytes as a TIFF file, its directories written anew with a few changes: read again, every directory has the
-// entries that it had but for the changed ones, and they hold what they held.
+// Any bytes as a TIFF file, its directories rewritten with a few changes: when read again, every directory has the same
+// entries apart from the changed ones, with the same values.
 #include <fcntl.h>
 
 #include <algorithm>
@@ -23,13 +23,13 @@ using namespace tool;
 
 constexpr std::size_t kSteering = 16;
 
-/// Tags that the command rewrites, numbers first.
+/// Tags that the command rewrites, first those with numbers.
 constexpr std::uint16_t kNumbers[] = {tag::Compression,  tag::Photometric,     tag::Orientation, tag::Predictor,
                                       tag::StripOffsets, tag::StripByteCounts, tag::TileOffsets, tag::TileByteCounts};
 constexpr std::uint16_t kData[] = {tag::IccProfile, tag::PhotoshopResources};
 constexpr std::uint16_t kRemoved[] = {tag::IccProfile, tag::JpegTables, tag::YCbCrCoefficients};
 
-/// What one entry is to hold; nothing for one that goes.
+/// The expected contents of one entry; nothing if it is removed.
 struct Wanted {
     std::vector<std::uint64_t> numbers{};
     Bytes data{};
@@ -56,7 +56,7 @@ Changes DrawChanges(FuzzInput& input, std::size_t directories) {
     return changes;
 }
 
-/// Whether all of it is there, so that it can be compared.
+/// Whether all of it lies in the file, so that it can be compared.
 bool IsReadable(const TiffStructure& structure, const TiffEntry& entry) {
     return entry.dataSize <= structure.form().OffsetSize() ||
            (entry.dataOffset < structure.fileSize() && entry.dataSize <= structure.fileSize() - entry.dataOffset);
@@ -81,7 +81,7 @@ void CheckChanged(const TiffStructure& after, const TiffDirectory& directory, st
     }
 }
 
-/// Entries that nobody asked to change, in their order. What leads to directories follows them.
+/// Unchanged entries, in order. Entries that point to directories point to their new offsets.
 void CheckKept(const TiffStructure& before, const TiffDirectory& old, const TiffStructure& after,
                const TiffDirectory& now, const std::set<std::uint16_t>& changed,
                const std::map<std::uint64_t, std::uint64_t>& moved) {
@@ -111,7 +111,7 @@ void CheckKept(const TiffStructure& before, const TiffDirectory& old, const Tiff
     }
 }
 
-/// Values that lie where a directory lies would be no values any more once it is written.
+/// Values that overlap a directory would be overwritten when that is written.
 bool IsSound(const TiffStructure& structure) {
     for (const TiffDirectory& directory : structure.directories()) {
         if (!FaultOfTags(structure, directory).empty()) return false;
@@ -124,7 +124,7 @@ bool IsSound(const TiffStructure& structure) {
 
 std::map<std::uint64_t, std::uint64_t> Rewrite(const TiffStructure& structure, const Changes& changes,
                                                const FileAccess& target) {
-    // The pages as masks, whose image data all stay.
+    // The pages as masks, so that all image data stay.
     std::vector<TiffPage> pages(structure.directories().size());
     for (std::size_t i = 0; i < pages.size(); ++i) {
         pages[i].directory = i;
@@ -169,7 +169,7 @@ void RunTarget(FuzzInput& input) {
     const FileAccess target(::open(output.c_str(), O_RDWR | O_CLOEXEC), output);
     std::map<std::uint64_t, std::uint64_t> moved;
     const auto refusal = RefusalOf([&] { moved = Rewrite(*before, changes, target); });
-    // No room for one more entry, values too large to be carried over into a directory that moves.
+    // Reasons: no room for one more entry, or values too large to be copied with a directory that moves.
     if (refusal) return;
     const auto broken = RefusalOf([&] { after = std::make_unique<TiffStructure>(target); });
     Require(!broken, "what was written can be read");
