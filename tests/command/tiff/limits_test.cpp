@@ -51,7 +51,7 @@ TEST(BudgetTest, Pixels) {
     Budget budget("x.tif", 1000);
     budget.AddSegments(65535, std::uint64_t{1} << 44);
     budget.AddSegments(1, std::uint64_t{1} << 44);
-    EXPECT_THAT(ReasonOf([&] { budget.AddSegments(1, 1); }), HasSubstr("more pixels than any file holds"));
+    EXPECT_THAT(ReasonOf([&] { budget.AddSegments(1, 1); }), HasSubstr("more pixels than any file can hold"));
     EXPECT_EQ(ReasonOf([&] { budget.AddSegments(1, 0); }), "");
     EXPECT_EQ(ReasonOf([&] { budget.AddSegments(0, 1); }), "");
 }
@@ -136,7 +136,7 @@ TEST_F(LimitsTest, BytesOfAValue) {
     const auto& directory = opened.structure.directories()[0];
     EXPECT_EQ(opened.structure.Data(*directory.Find(40000)).size(), std::size_t{32} << 20);
     EXPECT_THAT(ReasonOf([&] { opened.structure.Data(*directory.Find(40001)); }),
-                HasSubstr("a value too large in tag 40001"));
+                HasSubstr("too large a value in tag 40001"));
 }
 
 TEST_F(LimitsTest, StripsOfAFile) {
