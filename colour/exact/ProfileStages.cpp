@@ -15,7 +15,8 @@ namespace {
 
 constexpr double kXyzScale = 1.0 + 32767.0 / 32768.0;  ///< XYZ of an encoded 1
 constexpr double kOldLab = 65535.0 / 65280.0;          ///< from the Lab encoding of version 2 to that of version 4
-constexpr std::size_t kSampledCurve = 4096;            ///< entries for a curve that is not a table
+constexpr std::size_t kMostNodes = std::size_t{129} * 129 * 129;  ///< of a grid; 34 MB as floats
+constexpr std::size_t kSampledCurve = 4096;                       ///< entries for a curve that is not a table
 constexpr Vector3 kWhite{cmsD50X, cmsD50Y, cmsD50Z};
 
 /// From encoded XYZ to XYZ relative to the white.
@@ -148,7 +149,7 @@ private:
             if (stage.points[axis] < 2) return false;
             nodes *= stage.points[axis];
         }
-        if (nodes * 3 != data->nEntries) return false;
+        if (nodes * 3 != data->nEntries || nodes > kMostNodes) return false;
         stage.nodes.resize(4 * nodes);
         for (std::size_t n = 0; n < nodes; ++n) {
             for (std::size_t c = 0; c < 3; ++c) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <numeric>
 #include <ostream>
 #include <stdexcept>
 
@@ -17,6 +18,7 @@
 #include "colour/profile/OutputProfile.h"
 #include "colour/profile/Target.h"
 #include "support/Matchers.h"
+#include "support/ProfileBuilder.h"
 
 namespace hueweave::test {
 namespace {
@@ -141,12 +143,29 @@ TEST(WaysTest, TheErrorIsThatOfTheColoursItIsMeasuredWith) {
     }
 }
 
+TEST(WaysTest, GridsOfMoreThan129PointsAreLeftToLittleCms) {
+    // A table of bytes whose grid is all middle grey: 6.6 MB in the file would be 35 MB in memory.
+    const auto make = [](unsigned char points) {
+        ByteWriter block;
+        block.Text("mft1").Big32(0).Append(Bytes{3, 3, points, 0});
+        for (unsigned i = 0; i < 9; ++i) block.Big32(i % 4 == 0 ? 0x10000 : 0);
+        Bytes ramp(256);
+        std::iota(ramp.begin(), ramp.end(), static_cast<unsigned char>(0));
+        for (int c = 0; c < 3; ++c) block.Append(ramp);
+        block.Append(Bytes(std::size_t{3} * points * points * points, 128));
+        for (int c = 0; c < 3; ++c) block.Append(ramp);
+        return ProfileBuilder().Raw("A2B0", block.Done()).Build();
+    };
+    EXPECT_EQ(Transform(make(129), LcmsSrgb(), {}).way(), Way::Direct);
+    EXPECT_EQ(Transform(make(130), LcmsSrgb(), {}).way(), Way::PixelByPixel);
+}
+
 TEST(WaysTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
     for (const bool rough : {false, true}) {
         const Bytes profile = FloatProfile(rough);
         const Transform transform(profile, Device("srgb"), {});
         EXPECT_EQ(transform.way(), Way::PixelByPixel);
-        EXPECT_EQ(transform.reason(), "a profile has stages that no other way has");
+        EXPECT_EQ(transform.reason(), "a profile has stages that no other way has, or a grid of more than 129 points");
         const Distance distance = Measure(transform, profile, Device("srgb"), {});
         EXPECT_LE(distance.largest, 0.02);
         EXPECT_LE(distance.largest8, 1);
