@@ -203,4 +203,9 @@ Way Transform::way() const { return parts_->way; }
 const std::string& Transform::reason() const { return parts_->reason; }
 const TransformError& Transform::error() const { return parts_->error; }
 
+bool DescribeSameColours(const Bytes& source, const Bytes& target, RenderingIntent intent) {
+    LcmsWork work;
+    return HaveSameColours(work, OpenRgb(work, source), OpenRgb(work, target), intent);
+}
+
 }  // namespace hueweave::colour

@@ -66,4 +66,8 @@ private:
     std::unique_ptr<const Parts> parts_;
 };
 
+/// Whether two RGB profiles describe the same colours for an intent, so that a transform between them is a copy. Throws
+/// as the constructor of `Transform` does.
+bool DescribeSameColours(const Bytes& source, const Bytes& target, RenderingIntent intent);
+
 }  // namespace hueweave::colour

@@ -7,13 +7,12 @@
 
 #include <chrono>
 #include <exception>
+#include <map>
 #include <mutex>
-#include <new>
 
+#include "batch/RefusedFiles.h"
 #include "batch/file/FileJob.h"
-#include "system/JsonNames.h"
 #include "system/Signals.h"
-#include "system/StandardStreams.h"
 #include "system/WorkUnits.h"
 
 namespace hueweave::tool {
@@ -23,13 +22,13 @@ namespace {
 /// Converts files in parallel. Surplus threads are divided among the files, for the blocks of each.
 class Batch {
 public:
-    Batch(Session& session, unsigned threads) : session_(session), threads_(threads) {}
+    Batch(Session& session, unsigned threads) : session_(session), threads_(threads), refused_(session) {}
 
     Exit Run() {
         Convert();
-        Summarise();
-        if (failed_ == 0) return Exit::Done;
-        return session_.list.single ? lastFailure_ : Exit::SomeFailed;
+        if (!session_.list.single) Summarise();
+        if (refused_.count() == 0) return Exit::Done;
+        return refused_.count() == session_.list.items.size() ? refused_.CommonStatus() : Exit::SomeFailed;
     }
 
 private:
@@ -52,58 +51,52 @@ private:
     void RunFile(const Item& item, unsigned threads) {
         const std::string name = item.source == "-" ? "standard input" : item.source;
         try {
-            const Outcome outcome = ConvertFile({session_, item, threads});
+            const Result result = ConvertFile({session_, item, threads});
             const std::lock_guard lock(mutex_);
-            ++counts_[static_cast<std::size_t>(outcome)];
+            ++counts_[static_cast<std::size_t>(result.outcome)];
+            if (!result.kind.empty()) ++others_[result.kind];
+            pixels_ += result.pixels;
         } catch (const Interrupted&) {
             throw;
         } catch (...) {
-            Refuse(item, name, std::current_exception());
+            refused_.Add(item, name, std::current_exception());
         }
         session_.report.EndFile(name);
     }
 
-    void Refuse(const Item& item, const std::string& name, const std::exception_ptr& cause) {
-        {
-            const std::lock_guard lock(mutex_);
-            ++failed_;
-            lastFailure_ = Exit::Input;
-        }
-        bool told = false;
-        try {
-            const auto [status, line] = Explain(name, cause);
-            session_.report.Refused(line);
-            told = true;
-            nlohmann::ordered_json json{{"status", "refused"}};
-            PutName(json, "source", item.source);
-            PutName(json, "output", item.output);
-            json["reason"] = line;
-            session_.report.Json(JsonLine(json));
-            const std::lock_guard lock(mutex_);
-            lastFailure_ = status;
-        } catch (const std::bad_alloc&) {
-            if (!told) PrintNoMemory();
-            session_.report.LoseJson();
-        }
-    }
+    std::size_t Count(Outcome outcome) const { return counts_[static_cast<std::size_t>(outcome)]; }
 
     void Summarise() {
-        if (session_.list.single) return;
         session_.report.TellNotesOfMany();
-        std::string text =
-            fmt::format("{} {}", counts_[0] + counts_[2], session_.options.dryRun ? "would be converted" : "converted");
-        if (counts_[1] > 0) text += fmt::format(", {} done already", counts_[1]);
-        if (failed_ > 0) text += fmt::format(", {} refused", failed_);
+        refused_.TellKinds();
+        const bool dry = session_.options.dryRun;
+        std::string text = fmt::format("{} {}", Count(Outcome::Converted), dry ? "would be converted" : "converted");
+        if (const std::size_t done = Count(Outcome::Skipped)) text += fmt::format(", {} done already", done);
+        if (!others_.empty()) {
+            const bool copied = Count(Outcome::Copied) > 0;
+            std::string kinds;
+            for (const auto& [kind, files] : others_) {
+                kinds += fmt::format("{}{} {}", kinds.empty() ? "" : ", ", files, kind);
+            }
+            text += fmt::format(", {} ({})", copied ? dry ? "would be copied" : "copied" : "left out", kinds);
+        }
+        if (refused_.count() > 0) text += fmt::format(", {} refused", refused_.count());
+        if (const std::string kinds = refused_.Kinds(); !kinds.empty()) text += fmt::format(" ({})", kinds);
         const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
-        session_.report.Line(fmt::format("{}, in {:.1f} s", text, seconds));
+        text += fmt::format(", in {:.1f} s", seconds);
+        if (!dry && pixels_ > 0)
+            text += fmt::format(", {:.1f} megapixels/s", static_cast<double>(pixels_) / 1e6 / seconds);
+        session_.report.Line(text);
     }
 
     Session& session_;
     unsigned threads_;
     std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+    RefusedFiles refused_;
     std::mutex mutex_;
-    std::size_t counts_[3] = {}, failed_ = 0;
-    Exit lastFailure_ = Exit::Done;
+    std::size_t counts_[4] = {};                 ///< by outcome
+    std::map<std::string, std::size_t> others_;  ///< files that are not RGB and were not refused, by kind
+    std::uint64_t pixels_ = 0;                   ///< converted
 };
 
 std::uint64_t TotalSize(const InputList& list) {

@@ -86,9 +86,13 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
                   "Tone curves in place of the space's own: a CSV of 256 rows of three values of 0 to 255, the output "
                   "for linear light from 0 to 1");
     const Choices<SourceRule> rules{
-        {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}, {"require-match", SourceRule::RequireMatch}};
+        {"require-match", SourceRule::RequireMatch}, {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}};
     AddChoice(*c, "--source", options_.source, rules,
-              "The profile to use if a file embeds another than --profile: given, embedded or require-match");
+              "The profile to use if a file embeds another than --profile: given, embedded, or require-match to refuse "
+              "the file, unless it is in the colours of the output already");
+    AddChoice(*c, "--others", options_.others,
+              Choices<Others>{{"refuse", Others::Refuse}, {"copy", Others::Copy}, {"skip", Others::Skip}},
+              "What to do with files that are not RGB: refuse them, copy them to the output, or leave them out");
     c->add_flag("--no-tag", options_.noTag, "Do not embed a profile in the output");
     c->add_flag("--force", options_.force, "Replace existing files");
     c->add_flag("--in-place", options_.inPlace, "Replace each input with its conversion");

@@ -110,10 +110,10 @@ std::vector<colour::DeviceColour> ImageColours(const std::string& path) {
     const TiffStructure structure(file);
     const std::vector<TiffPage> pages = ReadPages(structure);
     std::uint64_t all = 0;
-    for (const TiffPage& page : pages) all += page.mask ? 0 : page.Pixels();  // below `limit::kImageBytes`
+    for (const TiffPage& page : pages) all += page.IsRgb() ? page.Pixels() : 0;  // below `limit::kImageBytes`
     Collector collector(file, structure, std::max<std::uint64_t>(1, all / kMostPixels));
     for (const TiffPage& page : pages) {
-        if (!page.mask) collector.Add(page);
+        if (page.IsRgb()) collector.Add(page);
     }
     std::vector<colour::DeviceColour> colours = collector.Take();
     std::sort(colours.begin(), colours.end());

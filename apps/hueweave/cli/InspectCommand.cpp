@@ -261,9 +261,9 @@ Exit InspectCommand::Run() {
         } catch (const std::system_error&) {
             throw;  // standard output failed, so no further file can be reported
         } catch (...) {
-            const auto [status, line] = Explain(path, std::current_exception());
-            PrintError("hueweave: " + OneLine(line));
-            result = options_.files.size() == 1 ? status : Exit::SomeFailed;
+            const Explanation why = Explain(path, std::current_exception());
+            PrintError("hueweave: " + OneLine(why.line));
+            result = options_.files.size() == 1 ? why.status : Exit::SomeFailed;
         }
     }
     return result;

@@ -63,11 +63,11 @@ std::string OneLine(std::string_view text) {
     return ReplaceControls(text, [](unsigned) { return "?"; });
 }
 
-std::pair<Exit, std::string> Explain(const std::string& name, const std::exception_ptr& cause) {
+Explanation Explain(const std::string& name, const std::exception_ptr& cause) {
     try {
         std::rethrow_exception(cause);
     } catch (const Refusal& refusal) {
-        return {refusal.status(), refusal.what()};
+        return {refusal.status(), refusal.what(), refusal.remedy(), refusal.kind()};
     } catch (const std::bad_alloc&) {
         return {Exit::Input, name + ": needs more memory than is available; lower -j"};
     } catch (const std::length_error&) {

@@ -17,6 +17,8 @@ namespace {
 constexpr std::uint64_t kOtherExtra = 999;
 constexpr std::uint64_t kTileStep = 16;  ///< pixels
 
+/// The kind of a page without a photometric interpretation.
+constexpr std::string_view kUnstated = "of no stated kind";
 constexpr const char* kWholeNumbers = "give a file of whole numbers of 8 or 16 bits";
 
 /// Reads one directory, or refuses it.
@@ -35,11 +37,10 @@ public:
         page_.photometric = Small(tag::Photometric, 0xffff);
         page_.compression = Small(tag::Compression, 1);
         if (page_.photometric == PHOTOMETRIC_MASK || (Small(tag::SubfileType, 0) & FILETYPE_MASK) != 0) {
-            page_.mask = page_.stays = true;
             CheckMask();
-            return page_;
+            return Other(std::string(TiffPage::kMask));
         }
-        CheckColours();
+        if (!IsRgb()) return Other(KindOfColours());
         CheckSamples();
         CheckCoding();
         ReadGeometry();
@@ -60,8 +61,7 @@ private:
         return static_cast<unsigned>(std::min<std::uint64_t>(Number(wanted, fallback), 0x7fffffff));
     }
 
-    /// A mask is not decoded. Readers refuse the whole file if it has a mask without pixels, and the strips or tiles of
-    /// a mask count against the budget like others.
+    /// A mask is not decoded. Readers refuse the whole file if it has a mask without pixels.
     void CheckMask() {
         for (const auto which : {tag::Width, tag::Height}) {
             if (Number(which, 0) == 0) RefuseDamaged("is a mask without pixels");
@@ -69,19 +69,26 @@ private:
         for (const auto which : {tag::SamplesPerPixel, tag::BitsPerSample}) {
             if (Number(which, 1) == 0) RefuseDamaged("is a mask without pixels");
         }
+    }
+
+    bool IsRgb() const {
+        const bool jpegColours = page_.photometric == PHOTOMETRIC_YCBCR && page_.compression == COMPRESSION_JPEG;
+        return page_.photometric == PHOTOMETRIC_RGB || jpegColours;
+    }
+
+    std::string KindOfColours() const {
+        if (directory_.Find(tag::Photometric) == nullptr) return std::string(kUnstated);
+        const bool grey = page_.photometric == PHOTOMETRIC_MINISWHITE || page_.photometric == PHOTOMETRIC_MINISBLACK;
+        return grey && Number(tag::BitsPerSample, 1) == 1 ? "bilevel" : PhotometricName(page_.photometric);
+    }
+
+    TiffPage Other(std::string kind) {
+        page_.other = std::move(kind);
+        page_.stays = true;
         for (const auto which : {tag::StripOffsets, tag::TileOffsets}) {
             if (const TiffEntry* offsets = directory_.Find(which)) structure_.budget().AddSegments(offsets->count, 0);
         }
-    }
-
-    void CheckColours() {
-        const bool jpegColours = page_.photometric == PHOTOMETRIC_YCBCR && page_.compression == COMPRESSION_JPEG;
-        if (page_.photometric == PHOTOMETRIC_RGB || jpegColours) return;
-        if (directory_.Find(tag::Photometric) == nullptr)
-            RefuseDamaged("does not state its photometric interpretation");
-        Refuse("holds " + PhotometricName(page_.photometric) + " pixels, not RGB",
-               page_.photometric == PHOTOMETRIC_PALETTE ? "turn it into RGB first, for example with pal2rgb"
-                                                        : "give an RGB file");
+        return std::move(page_);
     }
 
     void CheckSamples() {
@@ -219,6 +226,26 @@ private:
     TiffPage page_;
 };
 
+/// Refuses a file that has no RGB page.
+[[noreturn]] void RefuseOthers(const std::string& name, const std::vector<TiffPage>& pages) {
+    const auto first =
+        std::find_if(pages.begin(), pages.end(), [](const TiffPage& page) { return page.other != TiffPage::kMask; });
+    if (first == pages.end()) {
+        throw Refusal(Exit::Input, name, "contains only transparency masks", "give an RGB file")
+            .OfKind({"masks", "transparency masks only", true});
+    }
+    const std::string where = first->label.empty() ? "" : first->label + " ";
+    if (first->other == kUnstated) {
+        throw Refusal(Exit::Input, name, where + "does not state its photometric interpretation",
+                      "get a whole copy of the file");
+    }
+    const std::string pixels = first->other + " pixels, not RGB";
+    throw Refusal(Exit::Input, name, where + "holds " + pixels,
+                  first->photometric == PHOTOMETRIC_PALETTE ? "turn it into RGB first, for example with pal2rgb"
+                                                            : "give an RGB file")
+        .OfKind({first->other, pixels, true});
+}
+
 }  // namespace
 
 std::uint32_t TiffPage::RowsOf(std::uint64_t segment) const {
@@ -239,8 +266,8 @@ std::vector<TiffPage> ReadPages(const TiffStructure& structure) {
     for (std::size_t i = 0; i < structure.directories().size(); ++i) pages.push_back(ReadPage(structure, i));
     for (TiffPage& page : pages)
         page.slack = limit::kImageMore / std::max<std::uint64_t>(1, structure.budget().segments());
-    if (std::all_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.mask; })) {
-        throw Refusal(Exit::Input, structure.file().name(), "contains only transparency masks", "give an RGB file");
+    if (std::none_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsRgb(); })) {
+        RefuseOthers(structure.file().name(), pages);
     }
     return pages;
 }
@@ -293,7 +320,7 @@ std::string PhotometricName(unsigned photometric) {
         case PHOTOMETRIC_CFA:
             return "camera sensor";
         default:
-            return "unknown (" + std::to_string(photometric) + ")";
+            return "of kind " + std::to_string(photometric);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tiff/TiffStructure.h"
@@ -14,8 +15,10 @@ namespace hueweave::tool {
 struct TiffPage {
     std::size_t directory = 0;  ///< index in the structure
     std::string label;          ///< "page 2", for messages; empty if the file has one image
-    bool mask = false;          ///< a transparency mask: no colours, not converted
-    bool stays = false;  ///< its image data are not changed: a mask, or colours that are in the output space already
+    /// The kind of a page that is not RGB, such as "grey" or "mask": it is not converted, and its geometry is not read.
+    /// Empty for an RGB page.
+    std::string other;
+    bool stays = false;  ///< its image data are not changed: not RGB, or in the colours of the output already
     std::uint32_t width = 0, height = 0;
     unsigned samples = 0;  ///< per pixel
     unsigned bits = 0;     ///< per sample: 8 or 16
@@ -44,16 +47,19 @@ struct TiffPage {
     /// Whether recompression would lose quality, as for JPEG; such a page is written as Deflate.
     bool Lossy() const;
     std::uint64_t Pixels() const { return std::uint64_t{width} * height; }
+    bool IsRgb() const { return other.empty(); }
+    /// `other` of a transparency mask, which belongs to another page.
+    static constexpr std::string_view kMask = "mask";
 };
 
-/// The images of a file. Refuses a file that contains an image that cannot be converted completely, and gives the
-/// reason.
+/// The images of a file. Refuses a file without an RGB image, and one with an RGB image that cannot be converted
+/// completely, and gives the reason.
 std::vector<TiffPage> ReadPages(const TiffStructure& structure);
 
 /// The image of one directory.
 TiffPage ReadPage(const TiffStructure& structure, std::size_t directory);
 
-/// A name for messages.
+/// Names for messages.
 std::string CompressionName(unsigned compression);
 std::string PhotometricName(unsigned photometric);
 

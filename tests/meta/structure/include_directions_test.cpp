@@ -40,8 +40,8 @@ const Tree kLibrary{"Source",
                      {"engine", {"base", "engine", "engine/kernels", "units", "iccfile", "tiff", "hueweave"}}}};
 
 const Folders kSystem{"system"};
-const Folders kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kSession{"batch/session"},
-    kFile{"batch/file"}, kBatch{"batch"}, kCli{"cli"};
+const Folders kPicture{"picture"}, kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"},
+    kSession{"batch/session"}, kFile{"batch/file"}, kBatch{"batch"}, kCli{"cli"};
 
 Folders operator+(Folders a, const Folders& b) {
     a.insert(b.begin(), b.end());
@@ -63,11 +63,13 @@ const Tree kColour{"colour",
                     {"exact/kernels", kKernels}}};
 
 const Folders kSystemAndBase = kSystem + kColourBase;
-const Folders kWork = kSystemAndBase + kColourTop + kProfile + kJudge + kThroughEngine + kTiff + kCodec + kRewrite;
+const Folders kWork =
+    kSystemAndBase + kPicture + kColourTop + kProfile + kJudge + kThroughEngine + kTiff + kCodec + kRewrite;
 const Tree kCommand{"apps/hueweave",
                     80,
                     {{"", kSystem + kCli},
                      {"system", kSystemAndBase},
+                     {"picture", kSystem},
                      {"tiff", kSystemAndBase + kTiff},
                      {"tiff/codec", kSystemAndBase + kTiff + kCodec},
                      {"tiff/rewrite", kWork},

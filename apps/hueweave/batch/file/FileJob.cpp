@@ -25,9 +25,23 @@ std::optional<std::string> EarlyFingerprint(const FileTask& task, const SourceFi
     return Fingerprint(session, source).Finish();
 }
 
+/// The plan for a file. With --others copy, one that is not RGB is planned to be copied, and with --others skip or in
+/// place there is no plan for it, but only its `kind`.
+std::optional<FilePlan> PlanOf(const Session& session, const SourceFile& source, std::string& kind) {
+    try {
+        return PlanFile(session, source);
+    } catch (const Refusal& refusal) {
+        const Others others = session.options.others;
+        if (others == Others::Refuse || !refusal.kind() || !refusal.kind()->notRgb) throw;
+        kind = refusal.kind()->name;
+        if (others == Others::Skip || session.options.inPlace) return std::nullopt;
+        return PlanCopy(source);
+    }
+}
+
 }  // namespace
 
-Outcome ConvertFile(const FileTask& task) {
+Result ConvertFile(const FileTask& task) {
     const auto begin = std::chrono::steady_clock::now();
     Session& session = task.session;
     const Item& item = task.item;
@@ -39,25 +53,32 @@ Outcome ConvertFile(const FileTask& task) {
     const std::optional<std::string> fingerprint = EarlyFingerprint(task, source);
     if (fingerprint && session.record->IsDone(item.relative, *fingerprint)) {
         report.TellDone();
-        return Outcome::Skipped;
+        return {Outcome::Skipped};
     }
     CheckOutputPath(task);
-    const FilePlan plan = PlanFile(session, source);
+    std::string kind;
+    const std::optional<FilePlan> planned = PlanOf(session, source, kind);
+    if (!planned) {
+        report.TellLeftOut(kind);
+        return {Outcome::LeftOut, 0, kind};
+    }
+    const FilePlan& plan = *planned;
     if (plan.isConverted || (plan.isCopy && options.inPlace)) {
         report.TellConvertedBefore(plan);
-        return Outcome::Skipped;
+        return {Outcome::Skipped};
     }
+    const Outcome outcome = kind.empty() ? Outcome::Converted : Outcome::Copied;
     if (options.dryRun) {
         CheckOutputFolder(task);
-        report.TellPlanned(plan);
-        return Outcome::Planned;
+        report.TellPlanned(plan, kind);
+        return {outcome, plan.images->Pixels(), kind};
     }
     WrittenFile written = WriteFile(task, source, plan, fingerprint);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-    const std::string json = report.Describe(plan, written, seconds.count());
+    const std::string json = report.Describe(plan, kind, written, seconds.count());
     Publish(task, written);
-    report.TellConverted(plan, written, json);
-    return Outcome::Converted;
+    report.TellConverted(plan, kind, written, json);
+    return {outcome, written.measured.pixels, kind};
 }
 
 }  // namespace hueweave::tool

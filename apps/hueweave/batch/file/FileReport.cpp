@@ -21,21 +21,35 @@ void FileReport::TellConvertedBefore(const FilePlan& plan) const {
     TellJson("skipped", &plan);
 }
 
-void FileReport::TellPlanned(const FilePlan& plan) const {
-    const colour::Rendering& rendering = task_.session.options.rendering;
-    TellNotes(plan.notes);
-    task_.session.report.Line(fmt::format("would {} {} -> {} ({}, {}, {} bits, {}{})", plan.isCopy ? "copy" : "convert",
-                                          source_.name, OutputName(), task_.session.target.name,
-                                          colour::IntentName(rendering.intent), plan.converters.front()->bits,
-                                          plan.profileName, WayOf(plan)));
-    TellJson(plan.isCopy ? "would copy" : "would convert", &plan);
+void FileReport::TellLeftOut(const std::string& kind) const {
+    const Session& session = task_.session;
+    if (session.list.single || session.options.verbose) {
+        session.report.Line(fmt::format("{} is left out ({})", source_.name, kind));
+    }
+    TellJson("left out", nullptr, kind);
 }
 
-std::string FileReport::Describe(const FilePlan& plan, WrittenFile& written, double seconds) const {
+void FileReport::TellPlanned(const FilePlan& plan, const std::string& kind) const {
+    const colour::Rendering& rendering = task_.session.options.rendering;
+    TellNotes(plan.notes);
+    std::string details = WhyCopied(kind);
+    if (!plan.isCopy) {
+        const std::string way = WayOf(plan);
+        details =
+            fmt::format("{}, {}, {} bits, {}{}{}", task_.session.target.name, colour::IntentName(rendering.intent),
+                        plan.converters.front()->bits, plan.profileName, way.empty() ? "" : ", ", way);
+    }
+    task_.session.report.Line(
+        fmt::format("would {} {} -> {} ({})", plan.isCopy ? "copy" : "convert", source_.name, OutputName(), details));
+    TellJson(plan.isCopy ? "would copy" : "would convert", &plan, kind);
+}
+
+std::string FileReport::Describe(const FilePlan& plan, const std::string& kind, WrittenFile& written,
+                                 double seconds) const {
     if (!task_.session.options.json) return "";
     Measured& measured = written.measured;
     const auto pixels = static_cast<double>(measured.pixels);
-    nlohmann::ordered_json json = Begin(plan.isCopy ? "copied" : "converted", &plan);
+    nlohmann::ordered_json json = Begin(plan.isCopy ? "copied" : "converted", &plan, kind);
     json["pixels"] = measured.pixels;
     json["seconds"] = seconds;
     if (plan.isCopy) return JsonLine(json);
@@ -44,17 +58,16 @@ std::string FileReport::Describe(const FilePlan& plan, WrittenFile& written, dou
     return JsonLine(json);
 }
 
-void FileReport::TellConverted(const FilePlan& plan, const WrittenFile& written, const std::string& json) const {
+void FileReport::TellConverted(const FilePlan& plan, const std::string& kind, const WrittenFile& written,
+                               const std::string& json) const {
     Report& report = task_.session.report;
     try {
         FileNotes notes = plan.notes;
         notes.own.insert(notes.own.end(), written.notes.begin(), written.notes.end());
         TellNotes(notes);
         if (task_.item.output != "-") {
-            const std::string how = plan.isCopy ? fmt::format(" (is in {} already)", task_.session.target.name) : "";
-            const std::string way = WayOf(plan);
-            report.Line(fmt::format("{} -> {}{}{}", source_.name, OutputName(), how,
-                                    way.empty() || plan.isCopy ? "" : " (" + way.substr(2) + ")"));
+            const std::string how = plan.isCopy ? WhyCopied(kind) : WayOf(plan);
+            report.Line(fmt::format("{} -> {}{}", source_.name, OutputName(), how.empty() ? "" : " (" + how + ")"));
         }
         report.Json(json);
     } catch (const std::bad_alloc&) {
@@ -63,10 +76,14 @@ void FileReport::TellConverted(const FilePlan& plan, const WrittenFile& written,
 }
 
 std::string FileReport::WayOf(const FilePlan& plan) const {
-    if (!task_.session.options.verbose) return "";
+    if (!task_.session.options.verbose || plan.isCopy) return "";
     const ReadyConverter& ready = *plan.converters.front();
-    return fmt::format(", {}, CIEDE2000 mean {:.3f}, 99.9 % within {:.3f}, largest {:.3f}", ready.way(),
-                       ready.error.mean, ready.error.p999, ready.error.largest);
+    return fmt::format("{}, CIEDE2000 mean {:.3f}, 99.9 % within {:.3f}, largest {:.3f}", ready.way(), ready.error.mean,
+                       ready.error.p999, ready.error.largest);
+}
+
+std::string FileReport::WhyCopied(const std::string& kind) const {
+    return kind.empty() ? fmt::format("is in {} already", task_.session.target.name) : fmt::format("copied, {}", kind);
 }
 
 std::string FileReport::OutputName() const { return task_.item.output == "-" ? "standard output" : task_.item.output; }
@@ -83,23 +100,25 @@ void FileReport::TellNotes(const FileNotes& notes) const {
     }
 }
 
-void FileReport::TellJson(const char* status, const FilePlan* plan) const {
-    if (task_.session.options.json) task_.session.report.Json(JsonLine(Begin(status, plan)));
+void FileReport::TellJson(const char* status, const FilePlan* plan, const std::string& kind) const {
+    if (task_.session.options.json) task_.session.report.Json(JsonLine(Begin(status, plan, kind)));
 }
 
-nlohmann::ordered_json FileReport::Begin(const char* status, const FilePlan* plan) const {
+nlohmann::ordered_json FileReport::Begin(const char* status, const FilePlan* plan, const std::string& kind) const {
     const colour::Rendering& rendering = task_.session.options.rendering;
     nlohmann::ordered_json json{{"status", status}};
     PutName(json, "source", task_.item.source);
     PutName(json, "output", task_.item.output);
+    if (!kind.empty()) json["kind"] = kind;
     PutName(json, "profile", plan != nullptr ? plan->profileName : "");
     json["intent"] = colour::IntentName(rendering.intent);
     json["space"] = task_.session.target.name;
     json["precision"] = task_.session.options.precision == Precision::Exact ? "exact" : "library";
-    if (plan == nullptr) return json;
+    if (plan == nullptr || plan->converters.empty()) return json;
     const ReadyConverter& ready = *plan->converters.front();
-    json["way"] = ready.way();
-    json["delta_e"] = {{"mean", ready.error.mean}, {"p999", ready.error.p999}, {"largest", ready.error.largest}};
+    const colour::TransformError error = plan->isCopy ? colour::TransformError() : ready.error;
+    json["way"] = plan->isCopy ? "copy" : ready.way();
+    json["delta_e"] = {{"mean", error.mean}, {"p999", error.p999}, {"largest", error.largest}};
     json["baked"] = !ready.bakedBecause.empty();
     return json;
 }

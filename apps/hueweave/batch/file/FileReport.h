@@ -19,22 +19,27 @@ public:
     void TellDone() const;
     /// Reports that the file is in the output's colours already.
     void TellConvertedBefore(const FilePlan& plan) const;
-    void TellPlanned(const FilePlan& plan) const;
+    /// Reports a file that is not RGB and has no output. `kind` is its kind here and below, empty for an RGB file.
+    void TellLeftOut(const std::string& kind) const;
+    void TellPlanned(const FilePlan& plan, const std::string& kind) const;
     /// The line of JSON for a conversion; empty without --json. Created before the output gets its name, so that no
     /// output is published if there is not enough memory for the line.
-    std::string Describe(const FilePlan& plan, WrittenFile& written, double seconds) const;
+    std::string Describe(const FilePlan& plan, const std::string& kind, WrittenFile& written, double seconds) const;
     /// Prints the notes, the result and the line of JSON, after the output has got its name. If memory runs out, only
     /// messages are lost.
-    void TellConverted(const FilePlan& plan, const WrittenFile& written, const std::string& json) const;
+    void TellConverted(const FilePlan& plan, const std::string& kind, const WrittenFile& written,
+                       const std::string& json) const;
 
 private:
     std::string OutputName() const;
-    /// The way and the error of the first page, after a comma; empty without --verbose.
+    /// The way and the error of the first page; empty without --verbose.
     std::string WayOf(const FilePlan& plan) const;
+    /// Why a file is copied.
+    std::string WhyCopied(const std::string& kind) const;
     void TellNotes(const FileNotes& notes) const;
     /// `plan` is null if the file was not planned.
-    void TellJson(const char* status, const FilePlan* plan) const;
-    nlohmann::ordered_json Begin(const char* status, const FilePlan* plan) const;
+    void TellJson(const char* status, const FilePlan* plan, const std::string& kind = {}) const;
+    nlohmann::ordered_json Begin(const char* status, const FilePlan* plan, const std::string& kind) const;
 
     const FileTask& task_;
     const SourceFile& source_;

@@ -22,12 +22,6 @@ constexpr std::uint64_t kOwnMemory = std::uint64_t{24} << 20;
 
 std::uint64_t BufferMemory(std::uint64_t all) { return all > 2 * kOwnMemory ? all - kOwnMemory : kOwnMemory / 3; }
 
-std::uint64_t Pixels(const FilePlan& plan) {
-    std::uint64_t pixels = 0;
-    for (const TiffPage& page : plan.pages) pixels += page.stays ? 0 : page.Pixels();
-    return pixels;
-}
-
 /// Creates the output file and, before it, its folder and the record.
 void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& written) {
     Session& session = task.session;
@@ -65,7 +59,7 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
     settings.threads = task.threads;
     settings.memory = BufferMemory(task.session.options.maxMemory);
     settings.measure = task.session.options.json;
-    const auto all = static_cast<double>(Pixels(plan));
+    const auto all = static_cast<double>(plan.images->Pixels());
     std::atomic<std::uint64_t> done{0};
     settings.progress = [&](std::uint64_t pixels) {
         task.session.report.Progress(source.name, static_cast<double>(done += pixels) / all);
@@ -82,7 +76,7 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
         MakeOutput(task, source, written);
     }
     const FileAccess& target = written.output ? written.output->file() : written.spool;
-    RewriteTiff(*plan.structure, plan.pages, plan.jobs, target, settings, written.measured);
+    plan.images->Write(target, settings, written.measured);
     written.fingerprint = made ? made->Finish() : fingerprint;
     if (written.output) written.output->Finish();
     CheckUnchanged(source);

@@ -4,21 +4,13 @@
 
 #include <cstdint>
 #include <set>
-#include <string>
 #include <utility>
-#include <vector>
 
+#include "batch/file/FileNotes.h"
 #include "batch/session/ConvertOptions.h"
 #include "tiff/TiffPage.h"
 
 namespace hueweave::tool {
-
-/// Notes about a file, printed with its result. They are collected until then, because a refused file gets one line
-/// only.
-struct FileNotes {
-    std::vector<std::string> own;  ///< whole lines, in order
-    std::set<std::string> common;  ///< notes that apply to many files, without the file's name: "tag 301 stays"
-};
 
 /// Finds data that a conversion does not preserve, and data that it keeps although they no longer match the colours.
 class LossNotes {

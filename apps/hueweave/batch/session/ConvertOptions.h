@@ -14,6 +14,9 @@ namespace hueweave::tool {
 /// Which profile is used if one is given and the file embeds another.
 enum class SourceRule { Given, Embedded, RequireMatch };
 
+/// What happens to files that are not RGB.
+enum class Others { Refuse, Copy, Skip };
+
 /// Which colours a conversion produces: those that the profiles describe, or the library's own pixels.
 enum class Precision { Exact, Library };
 
@@ -33,7 +36,8 @@ struct ConvertOptions {
     bool compensateBlack = false;
     int profileVersion = 4;             ///< ICC version of the output profile
     std::optional<double> acceptError;  ///< CIEDE2000 that 5 % of the library's colours may exceed
-    SourceRule source = SourceRule::Given;
+    SourceRule source = SourceRule::RequireMatch;
+    Others others = Others::Refuse;
     std::optional<std::string> filesFrom;
     std::optional<Shard> shard;
     std::string curveFile;  ///< read into `rendering` inside the sandbox

@@ -44,6 +44,14 @@ std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& pro
     return ready_.back();
 }
 
+bool ProfileCache::IsTarget(const DeviceProfile& profile) const {
+    if (options_.precision == Precision::Library) return false;
+    const Bytes& data = profile.data;
+    if (data == target_.profile || data == target_.embedded || data == target_.library) return true;
+    const auto intent = static_cast<colour::RenderingIntent>(options_.rendering.intent);
+    return Named(profile.name, [&] { return colour::DescribeSameColours(data, target_.profile, intent); });
+}
+
 ReadyConverter ProfileCache::MakeExact(const DeviceProfile& profile, unsigned bits) const {
     std::shared_ptr<const colour::Transform> transform;
     for (const auto& ready : ready_) {

@@ -37,6 +37,8 @@ public:
     /// Borrows both.
     ProfileCache(const ConvertOptions& options, const Target& target) : options_(options), target_(target) {}
     std::shared_ptr<const ReadyConverter> Get(const DeviceProfile& profile, unsigned bits);
+    /// Whether a profile describes the output's colours. With the library's precision, always false.
+    bool IsTarget(const DeviceProfile& profile) const;
 
 private:
     static constexpr std::size_t kMost = 4;  ///< each contains tables of 1 to 3 MB

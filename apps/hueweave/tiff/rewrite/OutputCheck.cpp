@@ -21,7 +21,7 @@ namespace {
 
 bool SameShape(const TiffPage& planned, const TiffPage& read) {
     const auto shape = [](const TiffPage& page) {
-        return std::tuple(page.mask, page.width, page.height, page.samples, page.bits, page.fillOrder, page.planar,
+        return std::tuple(page.other, page.width, page.height, page.samples, page.bits, page.fillOrder, page.planar,
                           page.tiled, page.premultiplied, page.segmentWidth, page.segmentHeight);
     };
     if (shape(planned) != shape(read)) return false;

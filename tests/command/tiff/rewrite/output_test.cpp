@@ -79,7 +79,7 @@ TEST(DirectoryWriterTest, NumbersKeepTheTypeOrGetTheNextThatHoldsThem) {
         tiff.Save(folder / "in");
         const OpenedTiff source(folder / "in");
         std::vector<tool::TiffPage> pages(1);
-        pages[0].mask = true;  // so that its image data stay
+        pages[0].other = TiffPage::kMask;  // so that its image data stay
         tool::OutputLayout layout(source.structure, pages);
         WriteBytes(folder / "out", FileBytes(folder / "in"));
         const tool::FileAccess target(::open((folder / "out").c_str(), O_RDWR), "out");

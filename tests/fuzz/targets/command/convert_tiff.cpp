@@ -59,7 +59,7 @@ Parsed Parse(const std::string& path) {
     parsed.structure = std::make_unique<TiffStructure>(*parsed.file);
     parsed.pages = ReadPages(*parsed.structure);
     for (const TiffPage& page : parsed.pages) {
-        if (!page.mask) parsed.decoded += page.Segments() * page.RowBytes() * page.segmentHeight;
+        if (page.IsRgb()) parsed.decoded += page.Segments() * page.RowBytes() * page.segmentHeight;
     }
     return parsed;
 }
@@ -112,7 +112,7 @@ std::map<std::size_t, Image> Wanted(const Stage& stage, const Parsed& source) {
     std::map<std::size_t, Image> wanted;
     for (std::size_t p = 0; p < source.pages.size(); ++p) {
         const TiffPage& page = source.pages[p];
-        if (page.mask) continue;
+        if (!page.IsRgb()) continue;
         std::string complaint;
         const std::uint64_t place = source.structure->directories()[page.directory].offset;
         const auto judged = ByLibtiff(stage.source, place, true, complaint);

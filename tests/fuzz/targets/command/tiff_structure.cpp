@@ -128,7 +128,7 @@ std::map<std::uint64_t, std::uint64_t> Rewrite(const TiffStructure& structure, c
     std::vector<TiffPage> pages(structure.directories().size());
     for (std::size_t i = 0; i < pages.size(); ++i) {
         pages[i].directory = i;
-        pages[i].mask = pages[i].stays = true;
+        pages[i].other = TiffPage::kMask, pages[i].stays = true;
     }
     OutputLayout layout(structure, pages);
     for (const Extent& extent : layout.kept()) CopyRange(structure.file(), extent, target, extent.offset);

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/file/ProfileChoice.h"
+
+#include <utility>
+
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+const RefusalKind kNoProfile{"without a profile", "no embedded profile"};
+
+}  // namespace
+
+ChosenConverter ProfileChoice::For(const Embedded& read, unsigned bits) {
+    const std::shared_ptr<const DeviceProfile> embedded = Read(read);
+    ChosenConverter chosen;
+    const DeviceProfile& profile = Choose(embedded.get(), bits);
+    const bool isOther = session_.profile && !profile.embedded && embedded != nullptr;
+    const bool isInTarget = isOther && options_.source == SourceRule::RequireMatch && profile.hash != embedded->hash;
+    const DeviceProfile& used = isInTarget ? *embedded : profile;
+    chosen.ready = ConverterFor(profile, bits);
+    chosen.isEmbedded = used.embedded;
+    chosen.isDone = isInTarget || chosen.ready->IsCopy();
+    if (profileName_.empty()) {
+        profileName_ = used.embedded ? "embedded" : used.name;
+        if (used.embedded && !used.description.empty()) profileName_ += ": " + used.description;
+    }
+    // The bytes belong to the converter, which all images with this profile share.
+    if (!options_.noTag) chosen.icc = {chosen.ready, &chosen.ready->outputProfile};
+    if (!chosen.isDone) NoteConversion(profile, *chosen.ready);
+    return chosen;
+}
+
+void ProfileChoice::Finish(FilePlan& plan) && {
+    plan.converters = std::move(converters_);
+    plan.profileName = std::move(profileName_);
+    plan.notes = std::move(notes_);
+}
+
+std::shared_ptr<const DeviceProfile> ProfileChoice::Read(const Embedded& embedded) {
+    try {
+        return embedded();
+    } catch (const Refusal&) {
+        // An invalid profile does no harm if another one is used. Without --source given it does not count as absent.
+        if (!session_.profile || options_.source != SourceRule::Given) throw;
+        Note("embeds a profile that cannot be used; " + session_.profile->name + " is used");
+        return nullptr;
+    }
+}
+
+/// The profile to convert with. The given one is returned as well for an image that is in the output's colours already:
+/// it was converted before.
+const DeviceProfile& ProfileChoice::Choose(const DeviceProfile* embedded, unsigned bits) {
+    const std::optional<DeviceProfile>& given = session_.profile;
+    if (!given && embedded == nullptr) {
+        throw Refusal(Exit::Profile, name_, "embeds no profile", "give the device's profile with --profile")
+            .OfKind(kNoProfile);
+    }
+    if (!given || embedded == nullptr || given->hash == embedded->hash) return given ? *given : *embedded;
+    const std::string other = embedded->description.empty() ? "" : " (" + embedded->description + ")";
+    switch (options_.source) {
+        case SourceRule::Embedded:
+            Note("its embedded profile" + other + " is used, not " + given->name);
+            return *embedded;
+        case SourceRule::RequireMatch:
+            if (IsInTarget(*embedded, bits)) return *given;
+            throw Refusal(Exit::Profile, name_, "embeds another profile" + other + " than " + given->name,
+                          "choose with --source given or --source embedded")
+                .OfKind({"with another profile", "another embedded profile than " + given->name});
+        default:
+            Note("embeds another profile" + other + "; " + given->name + " is used");
+            return *given;
+    }
+}
+
+bool ProfileChoice::IsInTarget(const DeviceProfile& embedded, unsigned bits) {
+    return embedded.data == ConverterFor(*session_.profile, bits)->outputProfile || session_.cache.IsTarget(embedded);
+}
+
+/// Images with the same profile and bit depth share a converter, even if they do not follow each other.
+std::shared_ptr<const ReadyConverter> ProfileChoice::ConverterFor(const DeviceProfile& profile, unsigned bits) {
+    for (const auto& ready : converters_) {
+        if (ready->hash == profile.hash && ready->bits == bits) return ready;
+    }
+    converters_.push_back(session_.cache.Get(profile, bits));
+    return converters_.back();
+}
+
+void ProfileChoice::NoteConversion(const DeviceProfile& profile, const ReadyConverter& ready) {
+    if (!ready.bakedBecause.empty()) {
+        const std::string text = ready.bakedBecause + "; the library uses a profile baked from it";
+        notes_.own.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
+    }
+    if (ready.transform != nullptr && ready.transform->way() == colour::Way::PixelByPixel) {
+        notes_.own.push_back(profile.name + ": is converted pixel by pixel by Little CMS, which is slow, because " +
+                             ready.transform->reason());
+    }
+    if (ready.outputProfile.empty() && !options_.noTag) {
+        throw Refusal(Exit::Usage, options_.curveFile, "no profile can describe curves that fall",
+                      "leave the profile out with --no-tag");
+    }
+    const colour::Rendering& rendering = options_.rendering;
+    const bool mixed = ready.transform == nullptr && rendering.space->name == "kodak-mix" && !rendering.curves;
+    if (ready.bits == 16 && mixed) Note("kodak-mix has 256 steps, also in files of 16 bits");
+}
+
+}  // namespace hueweave::tool

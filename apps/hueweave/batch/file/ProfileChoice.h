@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "batch/file/FilePlan.h"
+#include "batch/session/Session.h"
+
+namespace hueweave::tool {
+
+/// How one image is converted.
+struct ChosenConverter {
+    std::shared_ptr<const ReadyConverter> ready;
+    bool isEmbedded = false;  ///< the profile is that of the image itself
+    bool isDone = false;      ///< the image is in the output's colours already, so that no sample changes
+
+    /// The profile to embed; its bytes belong to the converter. Null with --no-tag.
+    std::shared_ptr<const Bytes> icc;
+    /// Whether neither the samples nor the embedded profile change.
+    bool Keeps() const { return isDone && isEmbedded && icc != nullptr; }
+};
+
+/// Chooses between the given and the embedded profile for the images of one file, and collects the notes about it.
+class ProfileChoice {
+public:
+    /// Returns an embedded profile, or null. Throws the refusal of an invalid one.
+    using Embedded = std::function<std::shared_ptr<const DeviceProfile>()>;
+
+    /// Borrows the session. `name` is the file, for messages.
+    ProfileChoice(const Session& session, std::string name)
+        : session_(session), options_(session.options), name_(std::move(name)) {}
+
+    /// The converter for an image of 8 or 16 bits a sample. Refuses the file if none can be chosen.
+    ChosenConverter For(const Embedded& embedded, unsigned bits);
+
+    /// Sets the parts of a plan that do not depend on the format.
+    void Finish(FilePlan& plan) &&;
+    void Note(const std::string& text) { notes_.own.push_back(name_ + ": " + text); }
+    FileNotes& notes() { return notes_; }
+
+private:
+    std::shared_ptr<const DeviceProfile> Read(const Embedded& embedded);
+    const DeviceProfile& Choose(const DeviceProfile* embedded, unsigned bits);
+    bool IsInTarget(const DeviceProfile& embedded, unsigned bits);
+    std::shared_ptr<const ReadyConverter> ConverterFor(const DeviceProfile& profile, unsigned bits);
+    void NoteConversion(const DeviceProfile& profile, const ReadyConverter& ready);
+
+    const Session& session_;
+    const ConvertOptions& options_;
+    std::string name_;
+    std::vector<std::shared_ptr<const ReadyConverter>> converters_;
+    std::string profileName_;
+    FileNotes notes_;
+};
+
+}  // namespace hueweave::tool
