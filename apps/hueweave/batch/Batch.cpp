@@ -66,20 +66,23 @@ private:
 
     std::size_t Count(Outcome outcome) const { return counts_[static_cast<std::size_t>(outcome)]; }
 
+    /// How many of the files that are not RGB are of each kind.
+    std::string Kinds() const {
+        std::string text;
+        for (const auto& [kind, files] : others_)
+            text += fmt::format("{}{} {}", text.empty() ? " (" : ", ", files, kind);
+        return text + ")";
+    }
+
     void Summarise() {
         session_.report.TellNotesOfMany();
         refused_.TellKinds();
         const bool dry = session_.options.dryRun;
         std::string text = fmt::format("{} {}", Count(Outcome::Converted), dry ? "would be converted" : "converted");
         if (const std::size_t done = Count(Outcome::Skipped)) text += fmt::format(", {} done already", done);
-        if (!others_.empty()) {
-            const bool copied = Count(Outcome::Copied) > 0;
-            std::string kinds;
-            for (const auto& [kind, files] : others_) {
-                kinds += fmt::format("{}{} {}", kinds.empty() ? "" : ", ", files, kind);
-            }
-            text += fmt::format(", {} ({})", copied ? dry ? "would be copied" : "copied" : "left out", kinds);
-        }
+        const std::size_t copied = Count(Outcome::Copied), leftOut = Count(Outcome::LeftOut);
+        if (copied > 0) text += fmt::format(", {} {}{}", copied, dry ? "would be copied" : "copied", Kinds());
+        if (leftOut > 0) text += fmt::format(", {} left out{}", leftOut, Kinds());
         if (refused_.count() > 0) text += fmt::format(", {} refused", refused_.count());
         if (const std::string kinds = refused_.Kinds(); !kinds.empty()) text += fmt::format(" ({})", kinds);
         const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();

@@ -297,12 +297,12 @@ TEST_F(BatchTest, AFolderThatWasMadeForNothingIsRemoved) {
     std::fill(bytes.begin() + static_cast<long>(bytes.size() / 4), bytes.begin() + static_cast<long>(bytes.size() / 2),
               '\0');
     WriteBytes(bad + "/deep/a.tif", bytes);
-    EXPECT_EQ(ConvertScan({bad, "-o", out_ + "/new/er"}).status, 1);
+    EXPECT_EQ(ConvertScan({bad, "-o", out_ + "/new/er"}).status, 4);
     EXPECT_FALSE(Exists(out_));
     // Folders that existed before stay, and so do folders that are not empty.
     fs::create_directories(out_ + "/new");
     fs::copy_file(scans_ + "/a.tif", bad + "/b.tif");
-    EXPECT_EQ(ConvertScan({bad + "/deep", "-o", out_ + "/new/er"}).status, 1);
+    EXPECT_EQ(ConvertScan({bad + "/deep", "-o", out_ + "/new/er"}).status, 4);
     EXPECT_EQ(NamesIn(out_), Words{"new"});
     EXPECT_EQ(ConvertScan({bad, "-o", out_ + "/new/er"}).status, 1);
     EXPECT_EQ(NamesIn(out_ + "/new/er"), (Words{".hueweave.jsonl", "b.tif"}));
@@ -342,17 +342,19 @@ TEST_F(BatchTest, InPlaceAFolderIsConvertedAndNothingTwice) {
     ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "--in-place"}).status, 0);
     // The state after an interrupted run: one file is done, two are not.
     const Outcome again = ConvertScan({scans_, "--in-place"});
-    EXPECT_THAT(again, Says(0, "a.tif is in srgb already, by its profile; --force converts it again"));
+    EXPECT_THAT(again, Says(0, "a.tif is in srgb already; --source given converts it again"));
     EXPECT_THAT(again.err, HasSubstr("2 converted, 1 done already"));
     EXPECT_EQ(NamesIn(scans_), (Words{"a.tif", "b.TIFF", "deep", "notes.txt"}));
     ExpectSrgb(scans_ + "/deep/a.tif", Input("photo-8.tif"));
     const Picture once = ToSrgb(before);
     EXPECT_THAT(ReadPictures(scans_ + "/a.tif")[0].values, EqualTo(once.values));
-    // Another space, an offset or --force converts it like any other file.
-    ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "--in-place", "--force"}).status, 0);
+    ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "--in-place", "--source", "given"}).status, 0);
     EXPECT_THAT(ReadPictures(scans_ + "/a.tif")[0].values, EqualTo(ToSrgb(once).values));
-    for (const Words& more : {Words{"--lightness", "1"}, Words{"--to", "adobe-rgb"}}) {
-        EXPECT_THAT(ConvertScan(Words{scans_ + "/a.tif", "--in-place"} + more).err, Not(HasSubstr("already")));
+    // Without a profile, its own counts: it is converted by --force, with an offset, or to another space.
+    const Words own{"convert", "--precision", "library", "--in-place", scans_ + "/a.tif"};
+    EXPECT_THAT(Hueweave(own), Says(0, "a.tif is in srgb already, by its profile; --force converts it again"));
+    for (const Words& more : {Words{"--force"}, Words{"--lightness", "1"}, Words{"--to", "adobe-rgb"}}) {
+        EXPECT_THAT(Hueweave(own + more).err, Not(HasSubstr("already")));
     }
 }
 

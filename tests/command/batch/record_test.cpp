@@ -32,7 +32,7 @@ TEST_F(ResumeTest, SkipsWhatIsDoneTheSameWayAndNothingElse) {
     Outcome run = again({});
     EXPECT_THAT(run, Says(0, "0 converted, 3 done already"));
     // Another option, while the outputs exist.
-    EXPECT_THAT(again({"--intent", "relative"}), Says(1, "0 converted, 3 refused"));
+    EXPECT_THAT(again({"--intent", "relative"}), Says(5, "0 converted, 3 refused"));
     run = again({"--intent", "relative", "--force"});
     EXPECT_THAT(run.err, HasSubstr("3 converted"));
     EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("3 done already"));
@@ -69,11 +69,11 @@ TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
     EXPECT_THAT(ConvertScan(words), Says(0, "1 converted, 2 done already"));
     // A file that was recorded but never named is converted.
     fs::remove_all(out_);
-    EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:0:28")}).status, 1);
+    EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:0:28")}).status, 5);
     EXPECT_FALSE(Exists(out_)) << "nothing was written, and something is left";
     EXPECT_THAT(ConvertScan(words).err, HasSubstr("3 converted"));
     // An output that stays because its replacement failed is still in the record.
-    EXPECT_EQ(ConvertAll({"-j", "1", "--force"}, {.setenv = Faults("renameat2:0:5")}).status, 1);
+    EXPECT_EQ(ConvertAll({"-j", "1", "--force"}, {.setenv = Faults("renameat2:0:5")}).status, 5);
     EXPECT_THAT(ConvertScan(words).err, HasSubstr("0 converted, 3 done already"));
 }
 
@@ -293,7 +293,7 @@ protected:
             bytes.replace(range.offset, range.size, taken_, range.offset, range.size);
         }
         WriteBytes(folder_ / "wanted", bytes);
-        return SumOf(HUEWEAVE_VERSION " exact srgb of-the-target perceptual false 0 0 0 0 false embedded",
+        return SumOf(HUEWEAVE_VERSION " exact srgb of-the-target perceptual false 0 0 0 2 false embedded",
                      folder_ / "wanted");
     }
 
@@ -349,7 +349,7 @@ TEST_F(RecordedFingerprintTest, IsTheSameInWhateverOrderASourceIsRead) {
     EXPECT_EQ(recorded.size(), 7U);
     for (const auto& [name, fingerprint] : recorded) {
         const std::string options =
-            HUEWEAVE_VERSION " library srgb " + none + " perceptual false 0 0 0 0 false " + profile;
+            HUEWEAVE_VERSION " library srgb " + none + " perceptual false 0 0 0 2 false " + profile;
         EXPECT_EQ(fingerprint, SumOf(options, scans_ + "/" + name)) << name;
     }
     // To be compared with an earlier run, the source is hashed before it is converted.

@@ -35,7 +35,7 @@ TEST(CommandLineTest, ChoicesBecomeValues) {
     using namespace ICC40::ICCFILE;
     EXPECT_EQ(ConvertWith("-q").rendering.space->name, "srgb");
     EXPECT_EQ(ConvertWith("-q").rendering.intent, IntentPerceptual);
-    EXPECT_EQ(ConvertWith("-q").source, SourceRule::Given);
+    EXPECT_EQ(ConvertWith("-q").source, SourceRule::RequireMatch);
     EXPECT_EQ(ConvertWith("--to=kodak-text").rendering.space->code8, CsKodakText_8);
     EXPECT_EQ(ConvertWith("--intent=perceptual").rendering.intent, IntentPerceptual);
     EXPECT_EQ(ConvertWith("--intent=relative").rendering.intent, IntentRelativeColorimetric);

@@ -118,7 +118,7 @@ TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
         struct stat before {
         }, after{};
         stat(in_.c_str(), &before);
-        EXPECT_EQ(Convert({"--in-place", "--force"}).status, 0);
+        EXPECT_EQ(Convert({"--in-place", "--source", "given"}).status, 0);
         stat(in_.c_str(), &after);
         EXPECT_EQ(std::tie(before.st_uid, before.st_gid, before.st_mode),
                   std::tie(after.st_uid, after.st_gid, after.st_mode));
@@ -128,7 +128,7 @@ TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
     const std::string source = FileBytes(in_);
     for (const std::string way : {"", "tmpfile:0:95,"}) {
         EXPECT_THAT(
-            Convert({"--in-place", "--force"}, way + "owner:0:54321,fchown:0:1"),
+            Convert({"--in-place", "--source", "given"}, way + "owner:0:54321,fchown:0:1"),
             SaysOnly(5, in_ + ": belongs to a user or group that a new file cannot keep (Operation not permitted); "
                               "convert it as that user, or write to another file with -o"));
         EXPECT_EQ(FileBytes(in_), source);

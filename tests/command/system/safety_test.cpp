@@ -66,7 +66,7 @@ TEST_F(SafetyTest, TheInputIsNeverTheOutput) {
     // No input may be the output of another input.
     fs::create_directory(folder_ / "deep");
     fs::copy_file(in_, folder_ / "deep/in.tif");
-    EXPECT_EQ(ConvertScan({folder_ / "deep/in.tif", in_, "-o", folder_ / "deep", "--force"}).status, 1);
+    EXPECT_EQ(ConvertScan({folder_ / "deep/in.tif", in_, "-o", folder_ / "deep", "--force"}).status, 5);
     EXPECT_EQ(FileBytes(folder_ / "deep/in.tif"), before);
 }
 
@@ -110,7 +110,7 @@ TEST_F(SafetyTest, InPlaceReplacesAndKeepsTheMode) {
     EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif", "link.tif"}));
     // A second name still refers to the old contents, which is reported.
     fs::create_hard_link(in_, folder_ / "second.tif");
-    EXPECT_THAT(ConvertScan({in_, "--in-place", "--force"}),
+    EXPECT_THAT(ConvertScan({in_, "--in-place", "--source", "given"}),
                 Says(0, "in.tif: has other names (hard links), which keep the old contents"));
 }
 

@@ -318,7 +318,7 @@ TEST_F(SandboxTest, LinksLeadWhereTheyLead) {
 TEST_F(SandboxTest, FoldersAreMadeAndGoAgain) {
     const std::string deep = folder_ / "new/deep/er";
     WriteBytes(scans_ + "/bad.tif", "no image");
-    EXPECT_EQ(ConvertScan({scans_ + "/bad.tif", scans_ + "/gone.tif", "-o", deep}).status, 1);
+    EXPECT_EQ(ConvertScan({scans_ + "/bad.tif", scans_ + "/gone.tif", "-o", deep}).status, 4);
     EXPECT_FALSE(Exists(folder_ / "new")) << "what stays empty";
     EXPECT_EQ(ConvertScan({scans_, "-o", deep}).status, 1);
     ExpectConverted(deep + "/a.tif");

@@ -86,7 +86,7 @@ protected:
     void ExpectRefused(const TiffMaker& tiff, const Words& more, int status, const std::string& reason) const {
         EXPECT_THAT(ConvertWithin(tiff, more), Refuses(status, reason));
     }
-    const Words scanner_{"--profile", Input("scanner.icc")};
+    const Words scanner_{"--profile", Input("scanner.icc"), "--source", "given"};
 };
 
 TEST_F(LimitsTest, DirectoriesOfAFile) {

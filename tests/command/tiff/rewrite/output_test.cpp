@@ -79,7 +79,7 @@ TEST(DirectoryWriterTest, NumbersKeepTheTypeOrGetTheNextThatHoldsThem) {
         tiff.Save(folder / "in");
         const OpenedTiff source(folder / "in");
         std::vector<tool::TiffPage> pages(1);
-        pages[0].other = TiffPage::kMask;  // so that its image data stay
+        pages[0].other = tool::TiffPage::kMask;  // so that its image data stay
         tool::OutputLayout layout(source.structure, pages);
         WriteBytes(folder / "out", FileBytes(folder / "in"));
         const tool::FileAccess target(::open((folder / "out").c_str(), O_RDWR), "out");
@@ -151,7 +151,7 @@ TEST_F(OutputCheckTest, AnotherShapeOrPlace) {
          {Row{0, 3, "a page has another shape"},          // width
           Row{1, 3, "a page has another shape"},          // height
           Row{3, 8, "a page has another shape"},          // compression
-          Row{4, 1, "holds grey pixels"},                 // colours
+          Row{4, 1, "a page has another shape"},          // colours
           Row{5, 10, "image data are at another place"},  // offset of the strip
           Row{8, 47, "is truncated: image data lie"},     // byte count of the strip
           Row{8, 49, "image data are at another place"}, Row{9, 2, "lacks some of its strips"}}) {  // planes

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Pages and files that are not RGB, and files that embed another profile than the one given.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "command/support/Batch.h"
+#include "command/support/FileTest.h"
+#include "command/support/Picture.h"
+#include "command/support/TiffMaker.h"
+
+namespace hueweave::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::HasSubstr;
+using testing::Not;
+
+class CarriedPagesTest : public FileTest {
+protected:
+    /// A page of both files, copied by libtiff.
+    void ExpectSamePage(int page) const {
+        for (const std::string& file : {in_, out_}) {
+            Shell("tiffcp " + Quoted(file + "," + std::to_string(page)) + " " + Quoted(file + ".page"));
+        }
+        EXPECT_EQ(FileBytes(in_ + ".page"), FileBytes(out_ + ".page")) << "page " << page;
+    }
+    void ExpectFirstIsConverted() const {
+        EXPECT_EQ(ToSrgb(ReadPictures(in_ + ".rgb")[0]).values, ReadPictures(out_ + ".rgb")[0].values);
+    }
+    void TakeFirst() const {
+        for (const std::string& file : {in_, out_}) {
+            Shell("tiffcp " + Quoted(file + ",0") + " " + Quoted(file + ".rgb"));
+        }
+    }
+};
+
+TEST_F(CarriedPagesTest, PagesThatAreNotRgbStayAndAreNamed) {
+    struct Row {
+        const char* recipe;  ///< of the second page, in $out.2
+        const char* note;
+    };
+    for (const Row& row :
+         {Row{"convert-im6 $in -colorspace Gray -depth 16 tiff:$out.2", "page 2 is grey and stays unchanged"},
+          Row{"convert-im6 $in -colorspace Gray tiff:$out.2; tiffset -s 254 1 $out.2", "page 2 is grey and stays"},
+          Row{"convert-im6 $in -monochrome -compress Group4 tiff:$out.2", "page 2 is bilevel and stays unchanged"},
+          Row{"convert-im6 $in -colors 64 -type Palette tiff:$out.2", "page 2 is palette and stays unchanged"},
+          Row{"convert-im6 $in -colorspace Gray tiff:$out.1; tiffcp $out.1 $out.1 $out.2",
+              "pages 2, 3 are grey and stay unchanged"}}) {
+        SCOPED_TRACE(row.recipe);
+        Make(std::string(row.recipe) + "; tiffcp -c zip $in $out; tiffcp -a $out.2 $out");
+        EXPECT_THAT(Convert({"--force"}), Says(0, row.note));
+        TakeFirst();
+        ExpectFirstIsConverted();
+        ExpectSamePage(1);
+    }
+}
+
+TEST_F(CarriedPagesTest, ASubDirectoryWithoutPhotometricInterpretationStays) {
+    TiffMaker tiff;
+    const std::string strip(std::size_t{16} * 8 * 3, '\x40');
+    const std::uint64_t at = tiff.Put(strip);
+    const std::uint64_t below = tiff.Directory({TiffMaker::Long(256, 8), TiffMaker::Long(257, 1)});
+    Entries page = TiffMaker::Rgb({.width = 16, .height = 8, .offsets = {at}, .counts = {strip.size()}, .rows = 8});
+    tiff.Page(With(page, TiffMaker::Long(330, below)));
+    tiff.Save(in_);
+    EXPECT_THAT(Convert(), Says(0, "page 2 is of no stated kind and stays unchanged"));
+    ExpectSrgb(out_, in_);
+}
+
+class OthersTest : public BatchTest {
+protected:
+    OthersTest() {
+        const std::string photo = Quoted(Input("photo-8.tif"));
+        Shell("cd " + Quoted(scans_) + "; convert-im6 " + photo + " -colorspace Gray grey.tif; convert-im6 " + photo +
+              " -monochrome -compress Group4 deep/1.tif; cp deep/1.tif deep/2.tif");
+    }
+    static std::vector<std::string> Statuses(const std::string& printed) {
+        std::vector<std::string> all;
+        for (const std::string& line : Lines(printed)) {
+            if (!line.empty()) all.push_back(nlohmann::json::parse(line)["status"]);
+        }
+        std::sort(all.begin(), all.end());
+        return all;
+    }
+    void ExpectCopies(bool copied) const {
+        for (const std::string name : {"/grey.tif", "/deep/1.tif", "/deep/2.tif"}) {
+            ASSERT_EQ(Exists(out_ + name), copied);
+            if (copied) {
+                EXPECT_EQ(FileBytes(out_ + name), FileBytes(scans_ + name));
+            }
+        }
+        ExpectSrgb(out_ + "/a.tif", scans_ + "/a.tif");
+    }
+};
+
+TEST_F(OthersTest, AreRefusedWithALineForEachKind) {
+    const Outcome run = ConvertAll({"--json", "-j", "1"});
+    EXPECT_THAT(run, Says(1, "hueweave: 2 files refused: bilevel pixels, not RGB; the first is " + scans_ +
+                                 "/deep/1.tif; copy them with --others copy, or leave them out with --others skip\n"));
+    EXPECT_THAT(run.err, HasSubstr("hueweave: 1 file refused: grey pixels, not RGB; the first is " + scans_));
+    EXPECT_THAT(run.err, HasSubstr("3 converted, 3 refused (2 bilevel, 1 grey), in "));
+    EXPECT_EQ(Lines(run.err).size(), 7U) << run.err;  // three files, a note, two kinds, the counts
+    EXPECT_EQ(Statuses(run.out), (Words{"converted", "converted", "converted", "refused", "refused", "refused"}));
+    ExpectCopies(false);
+    EXPECT_THAT(ConvertAll({"--verbose", "--force"}), Says(1, "deep/2.tif: holds bilevel pixels, not RGB; "));
+}
+
+TEST_F(OthersTest, AreCopied) {
+    EXPECT_THAT(ConvertAll({"--others", "copy", "--dry-run"}), Says(0, "3 would be copied (2 bilevel, 1 grey)"));
+    const Outcome run = ConvertAll({"--others", "copy", "--json"});
+    EXPECT_THAT(run, Says(0, "3 converted, 3 copied (2 bilevel, 1 grey), in "));
+    EXPECT_EQ(Statuses(run.out), (Words{"converted", "converted", "converted", "copied", "copied", "copied"}));
+    ExpectCopies(true);
+    EXPECT_THAT(ConvertAll({"--others", "copy", "--resume"}), Says(0, "0 converted, 6 done already"));
+}
+
+TEST_F(OthersTest, AreLeftOut) {
+    const Outcome run = ConvertAll({"--others", "skip", "--json"});
+    EXPECT_THAT(run, Says(0, "3 converted, 3 left out (2 bilevel, 1 grey), in "));
+    EXPECT_EQ(Statuses(run.out), (Words{"converted", "converted", "converted", "left out", "left out", "left out"}));
+    ExpectCopies(false);
+}
+
+TEST_F(OthersTest, StayAsTheyAreInPlace) {
+    const std::string before = FileBytes(scans_ + "/grey.tif");
+    EXPECT_THAT(ConvertScan({scans_, "--in-place", "--others", "copy"}),
+                Says(0, "3 converted, 3 left out (2 bilevel, 1 grey)"));
+    EXPECT_EQ(FileBytes(scans_ + "/grey.tif"), before);
+}
+
+TEST_F(OthersTest, OneFileIsTold) {
+    const std::string grey = scans_ + "/grey.tif";
+    EXPECT_THAT(ConvertScan({grey, "-o", out_}), Refuses(4, "grey.tif: holds grey pixels, not RGB; "));
+    EXPECT_THAT(ConvertScan({grey, "-o", out_, "--others", "skip"}), Says(0, "grey.tif is left out (grey)"));
+    EXPECT_THAT(ConvertScan({grey, "-o", out_, "--others", "copy"}), Says(0, " -> " + out_ + " (copied, grey)"));
+    EXPECT_EQ(FileBytes(out_), FileBytes(grey));
+}
+
+TEST_F(OthersTest, WhereAllAreRefusedTheStatusIsTheirs) {
+    fs::remove(scans_ + "/deep/a.tif");
+    EXPECT_EQ(ConvertScan({scans_ + "/deep", "-o", out_}).status, 4);
+    EXPECT_EQ(Hueweave({"convert", scans_ + "/a.tif", scans_ + "/b.TIFF", "-o", out_}).status, 3);
+    EXPECT_EQ(Hueweave({"convert", scans_ + "/a.tif", scans_ + "/grey.tif", "-o", out_}).status, 4) << "of two kinds";
+}
+
+class OtherProfileTest : public BatchTest {};
+
+TEST_F(OtherProfileTest, EarlierOutputsAreLeftAlone) {
+    for (const Words& precision : {Words{"exact"}, Words{"library"}}) {
+        SCOPED_TRACE(precision[0]);
+        const Words convert = Words{"convert", "--profile", Input("scanner.icc"), "--precision"} + precision;
+        const std::string once = folder_ / precision[0], copies = folder_ / precision[0] + "-copies";
+        ASSERT_THAT(Hueweave(convert + Words{scans_, "-o", once}), Succeeds());
+        const std::string before = FileBytes(once + "/a.tif");
+        EXPECT_THAT(Hueweave(convert + Words{once, "-o", copies}), Says(0, "a.tif (is in srgb already)"));
+        EXPECT_EQ(FileBytes(copies + "/a.tif"), before);
+        EXPECT_THAT(Hueweave(convert + Words{once, "--in-place"}),
+                    Says(0, "a.tif is in srgb already; --source given converts it again"));
+        EXPECT_EQ(FileBytes(once + "/a.tif"), before);
+        EXPECT_THAT(Hueweave(convert + Words{once, "--in-place", "--source", "given"}), Says(0, "3 converted"));
+        EXPECT_NE(FileBytes(once + "/a.tif"), before);
+    }
+}
+
+TEST_F(OtherProfileTest, AnotherProfileIsRefusedUntilOneIsChosen) {
+    ASSERT_THAT(ConvertAll({"--to", "adobe-rgb"}), Succeeds());
+    const std::string again = folder_ / "again";
+    const Outcome run = ConvertScan({out_, "-o", again});
+    EXPECT_THAT(run, Says(3, "hueweave: 3 files refused: another embedded profile than " + Input("scanner.icc") +
+                                 "; the first is "));
+    EXPECT_THAT(run.err, HasSubstr("; choose with --source given or --source embedded\n"));
+    EXPECT_THAT(run.err, HasSubstr("0 converted, 3 refused (3 with another profile)"));
+    EXPECT_THAT(ConvertScan({out_, "-o", again, "--source", "embedded"}), Says(0, "3 converted"));
+    EXPECT_THAT(Hueweave({"convert", scans_, "-o", again, "--force"}),
+                Says(3, "3 files refused: no embedded profile; the first is "));
+}
+
+}  // namespace
+}  // namespace hueweave::test
