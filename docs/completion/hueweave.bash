@@ -14,7 +14,7 @@ _hueweave() {
     "") values=$commands ;;
     convert)
         kind=files
-        options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --no-tag
+        options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --others --no-tag
             --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json
             --follow --precision --accept-error --bpc --icc-version -v --verbose --no-sandbox"
         ;;
@@ -33,7 +33,8 @@ _hueweave() {
                 apple-rgb-linear colormatch-g18 colormatch-linear kodak-photo kodak-mix kodak-text"
             ;;
         --intent) kind=none options="" values="perceptual relative saturation absolute" ;;
-        --source) kind=none options="" values="given embedded require-match" ;;
+        --source) kind=none options="" values="require-match given embedded" ;;
+        --others) kind=none options="" values="refuse copy skip" ;;
         --bits) kind=none options="" values="8 16" ;;
         --precision) kind=none options="" values="exact library" ;;
         --icc-version) kind=none options="" values="4 2" ;;
