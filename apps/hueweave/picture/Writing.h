@@ -18,8 +18,8 @@ struct WriteSettings {
     std::string scratch;                                 ///< folder for temporary files; empty for that of the output
     bool measure = false;                                ///< clipped pixels and SHA-256
     std::function<void(std::uint64_t pixels)> progress;  ///< called from all threads
-    /// Called with uncompressed image data as they were read, in the order of their blocks and by one thread at a time.
-    /// With separate planes, only the first is passed, because the others are at other positions.
+    /// Called with image data as they were read, encoded or not, in the order of their blocks and by one thread at a
+    /// time. Of separate planes, at most the first is passed, because the others are at other positions.
     std::function<void(std::uint64_t offset, const Bytes& data)> taken;
 };
 

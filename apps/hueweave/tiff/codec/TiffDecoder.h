@@ -24,6 +24,8 @@ public:
 
     /// Decodes a strip or tile into `pixels`, in the processor's byte order.
     void ReadSegment(std::uint64_t segment, Bytes& pixels);
+    /// The bytes of the last strip or tile as they were read from the file; libtiff may have reversed their bits.
+    const Bytes& raw() const { return raw_; }
 
 private:
     const PageSource& source_;

@@ -63,8 +63,12 @@ private:
     void WriteSegment(std::uint64_t segment, Coder& coder) {
         SegmentSource source(coder.decoder, page_, segment);
         SegmentSink sink(coder.encoder);
-        ConvertBlock(context_, {segment, 0, page_.RowsOf(segment)}, coder.planes, source, sink,
-                     [&](const auto& what) { units_.InOrder(WorkUnits::Measuring, segment, what); });
+        ConvertBlock(context_, {segment, 0, page_.RowsOf(segment)}, coder.planes, source, sink, [&](const auto& what) {
+            units_.InOrder(WorkUnits::Measuring, segment, [&] {
+                what();
+                PassOn(segment, coder.decoder.raw());
+            });
+        });
         const std::vector<Bytes>& encoded = sink.encoded();
         units_.InOrder(WorkUnits::Placing, segment, [&] {
             for (std::size_t plane = 0; plane < encoded.size(); ++plane) {
@@ -75,6 +79,12 @@ private:
         for (std::size_t plane = 0; plane < encoded.size(); ++plane) {
             context_.target.Write(places_[plane * page_.InPlane() + segment].offset, encoded[plane]);
         }
+    }
+
+    /// Passes on what was read. Of separate planes, only the last is still there, and it is out of order.
+    void PassOn(std::uint64_t segment, const Bytes& raw) const {
+        const auto& taken = context_.settings.taken;
+        if (taken && !page_.planar && page_.fillOrder == 1) taken(page_.segments[segment].offset, raw);
     }
 
     const PageContext& context_;
