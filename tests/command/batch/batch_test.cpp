@@ -239,16 +239,6 @@ TEST_F(BatchTest, JsonTellsOfEveryFile) {
     }
 }
 
-TEST_F(BatchTest, TheSumOfPixelsDoesNotDependOnLayout) {
-    Names sums;
-    for (const char* recipe : {"tiffcp -s -c none -r 7", "tiffcp -B -s -c lzw:2 -r 16", "tiffcp -8 -s -c zip -r 238"}) {
-        const std::string in = folder_ / "kind.tif", out = folder_ / "out.tif";
-        Shell(std::string(recipe) + " " + Quoted(Input("photo-16.tif")) + " " + Quoted(in));
-        sums.insert(json::parse(ConvertScan({in, "-o", out, "--force", "--json"}).out)["sha256"]);
-    }
-    EXPECT_EQ(sums.size(), 1U);
-}
-
 TEST_F(BatchTest, DryRunWritesNothingAndTellsWhatWouldHappen) {
     WriteBytes(scans_ + "/bad.tif", "bad");
     const Outcome run = ConvertAll({"--dry-run"});

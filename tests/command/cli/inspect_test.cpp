@@ -30,14 +30,11 @@ TEST_F(InspectTest, TellsWhatHoldsWhereATagIsAbsent) {
     for (const auto& [key, value] : wanted.items()) EXPECT_EQ(page[key], value) << key;
 }
 
-TEST_F(InspectTest, OneStripHoldsAllRowsUnlessATagTellsOtherwise) {
+TEST_F(InspectTest, TellsTheSizeOfStripsAndTiles) {
     const Entries size{TiffMaker::Long(256, 9), TiffMaker::Long(257, 7)};
     EXPECT_EQ(PageOf(size)["rows a strip"], 7);
     EXPECT_EQ(PageOf(And(size, TiffMaker::Long(278, 3)))["rows a strip"], 3);
     EXPECT_EQ(PageOf(And(size, TiffMaker::Long(278, 70)))["rows a strip"], 7);
-}
-
-TEST_F(InspectTest, ListsStandOnOneLine) {
     PageOf({TiffMaker::Long(256, 9), TiffMaker::Long(322, 32), TiffMaker::Long(323, 16)});
     EXPECT_THAT(Hueweave({"inspect", file_}).out, HasSubstr(" tiles: [32,16]\n"));
 }

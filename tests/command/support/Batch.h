@@ -13,12 +13,12 @@ namespace hueweave::test {
 
 using Names = std::set<std::string>;
 
-/// A folder of three scans, one of them in a subfolder, and a text file; and a folder for the outputs.
+/// A folder of three scans, one big-endian and one in a subfolder, and a text file; and a folder for the outputs.
 class BatchTest : public testing::Test {
 protected:
     BatchTest() {
         std::filesystem::create_directories(scans_ + "/deep");
-        Shell("tiffcp -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/a.tif"));
+        Shell("tiffcp -B -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/a.tif"));
         Shell("tiffcp -c lzw " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/b.TIFF"));
         Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
         WriteBytes(scans_ + "/notes.txt", "no image");

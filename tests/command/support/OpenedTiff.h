@@ -30,15 +30,4 @@ std::string ReasonOf(const What& what) {
     return {};
 }
 
-/// The same as it is printed.
-template <typename What>
-std::string LineOf(const What& what) {
-    try {
-        what();
-    } catch (const tool::Refusal& refusal) {
-        return refusal.what();
-    }
-    return {};
-}
-
 }  // namespace hueweave::test

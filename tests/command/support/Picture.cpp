@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <tiffio.h>
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -81,24 +80,18 @@ Picture ReadPicture(tiff* file) {
     picture.values.resize(std::size_t{picture.width} * picture.height * picture.samples);
     const bool tiled = TIFFIsTiled(file) != 0;
     const bool planar = Get16(file, TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE;
-    std::uint32_t columns = picture.width, rows = picture.height;
+    std::uint32_t columns = picture.width, rows = 1;
     if (tiled) {
         TIFFGetField(file, TIFFTAG_TILEWIDTH, &columns);
         TIFFGetField(file, TIFFTAG_TILELENGTH, &rows);
-    } else {
-        TIFFGetFieldDefaulted(file, TIFFTAG_ROWSPERSTRIP, &rows);
-        rows = std::min(rows, picture.height);
     }
-    std::vector<unsigned char> data(static_cast<std::size_t>(tiled ? TIFFTileSize(file) : TIFFStripSize(file)));
+    std::vector<unsigned char> data(static_cast<std::size_t>(tiled ? TIFFTileSize(file) : TIFFScanlineSize(file)));
     const unsigned count = planar ? 1 : picture.samples;
-    for (unsigned plane = 0; plane < (planar ? picture.samples : 1); ++plane) {
+    for (std::uint16_t plane = 0; plane < picture.samples; plane += static_cast<std::uint16_t>(count)) {
         for (std::uint32_t top = 0; top < picture.height; top += rows) {
             for (std::uint32_t left = 0; left < picture.width; left += columns) {
-                const auto number = tiled ? TIFFComputeTile(file, left, top, 0, static_cast<std::uint16_t>(plane))
-                                          : TIFFComputeStrip(file, top, static_cast<std::uint16_t>(plane));
-                const auto space = static_cast<tmsize_t>(data.size());
-                const tmsize_t got = tiled ? TIFFReadEncodedTile(file, number, data.data(), space)
-                                           : TIFFReadEncodedStrip(file, number, data.data(), space);
+                const auto got = tiled ? TIFFReadTile(file, data.data(), left, top, 0, plane)
+                                       : TIFFReadScanline(file, data.data(), top, plane);
                 if (got < 0) throw std::runtime_error("libtiff cannot decode the file");
                 PlaceSamples(picture, data, left, top, columns, rows, plane, count);
             }

@@ -76,6 +76,8 @@ TEST_F(StreamsTest, AClosedStreamIsAnErrorWhereItIsAskedFor) {
         EXPECT_THAT(Line(command + words + " >&-"), closed) << words;
     }
     EXPECT_EQ(Line(command + "spaces >/dev/full").status, 5);
+    EXPECT_THAT(Line(ConvertLine(Quoted(scans_ + "/a.tif") + " -o -"), Unread(1)),
+                SaysOnly(5, "standard output: cannot be written (Broken pipe); write to a file"));
     EXPECT_THAT(Line(command + "inspect " + Quoted(Input("scanner.icc")) + " >/dev/full"),
                 SaysOnly(5, "standard output: cannot be written (No space left on device); write to a file"));
 }
@@ -95,6 +97,10 @@ TEST_F(StreamsTest, MessagesThatCannotBeWrittenStopNothing) {
         fs::remove_all(out_);
     }
     EXPECT_EQ(Line(HUEWEAVE_COMMAND " bake " + Input("scanner.icc") + " -o " + out_ + " 2>/dev/full").status, 0);
+    const std::string two = Quoted(scans_ + "/notes.txt") + " " + Quoted(scans_ + "/b.TIFF");
+    const Outcome run = Line(HUEWEAVE_COMMAND " inspect " + two + " 2>/dev/full");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, testing::HasSubstr("file: " + scans_ + "/b.TIFF\n"));
 }
 
 TEST_F(StreamsTest, JsonLinesThatCannotBeWrittenDecideOverTheStatusAlone) {

@@ -5,11 +5,15 @@
 
 #include <atomic>
 #include <csignal>
+#include <functional>
 #include <latch>
 #include <numeric>
 
-#include "command/support/Command.h"
-#include "system/FileAccess.h"
+#include "batch/session/ProfileFile.h"
+#include "colour/library/Bake.h"
+#include "colour/library/CompareLibrary.h"
+#include "command/support/OpenedTiff.h"
+#include "command/support/TiffMaker.h"
 #include "system/JsonNames.h"
 #include "system/Refusal.h"
 #include "system/Sha256.h"
@@ -38,7 +42,7 @@ TEST(Sha256Test, AgreesWithSha256sumAtEveryLengthAndInPieces) {
     }
 }
 
-TEST(OneLineTest, ControlCharactersDoNotReachTheTerminal) {
+TEST(OneLineTest, ControlCharactersAndMarksOfDirectionDoNotReachTheTerminal) {
     EXPECT_EQ(OneLine("a\nb\033[31mc\x7f"), "a?b?[31mc?");
     EXPECT_EQ(OneLine("\x1e\x1f !~"), "?? !~");
     EXPECT_EQ(OneLine("ökonomisch"), "ökonomisch");
@@ -52,9 +56,7 @@ TEST(OneLineTest, ControlCharactersDoNotReachTheTerminal) {
     EXPECT_EQ(OneLine("\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7"), "\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7");
     EXPECT_EQ(OneLine("caf\xe9"), "caf\xe9");
     EXPECT_EQ(OneLine("\xe2\x80"), "\xe2?");
-}
-
-TEST(OneLineTest, MarksOfDirectionAndSeparatorsDoNotReachTheTerminal) {
+    // Marks of direction and separators of lines, and their neighbours.
     for (const char* mark : {"\u061c", "\u200e", "\u200f", "\u2028", "\u2029", "\u202a", "\u202b", "\u202c", "\u202d",
                              "\u202e", "\u2066", "\u2067", "\u2068", "\u2069"}) {
         EXPECT_EQ(OneLine(std::string("a") + mark + "fit.b"), "a?fit.b") << mark;
@@ -87,21 +89,40 @@ TEST(SignalsTest, EachOfThreeIsNotedUnlessItIsIgnored) {
     }
 }
 
-TEST(SignalsTest, ASignalEndsEveryRead) {
+TEST(SignalsTest, EndReadingAndComputing) {
     const Folder folder;
-    test::WriteBytes(folder / "file", "x");
-    const FileAccess file = FileAccess::OpenInput(folder / "file");
-    const auto read = [&] {
-        WatchSignals();
-        file.Read({0, 1});
-        std::raise(SIGTERM);
-        try {
-            file.Read({0, 1});
-        } catch (const Interrupted&) {
-            _exit(7);
-        }
-    };
-    EXPECT_EXIT(read(), testing::ExitedWithCode(7), "");
+    test::TiffMaker tiff;
+    const std::uint64_t pixels = tiff.Put(test::SmallPixels());
+    for (int i = 0; i < 3; ++i) tiff.Page(test::TiffMaker::Small(pixels));
+    tiff.Save(folder / "in.tif");
+    const test::OpenedTiff opened(folder / "in.tif");
+    const DeviceProfile profile = LoadProfile(test::Input("scanner.icc"));
+    const auto colours = colour::GridColours(2);
+    colour::Rendering rendering;
+    rendering.space = colour::FindSpace("srgb");
+    const std::pair<const char*, std::function<void()>> works[] = {
+        {"read",
+         [&] {
+             opened.file.Read({0, 1});
+         }},
+        {"structure", [&] { const TiffStructure read(opened.file); }},
+        {"pages", [&] { ReadPages(opened.structure); }},
+        {"comparison",
+         [&] { colour::CompareLibrary(profile.data, profile.data, rendering, 16, colours, ThrowIfInterrupted); }},
+        {"baking", [&] { colour::BakeProfile(profile.data, ThrowIfInterrupted); }}};
+    for (const auto& [name, work] : works) {
+        const auto interrupted = [&run = work] {
+            WatchSignals();
+            std::raise(SIGTERM);
+            try {
+                run();
+            } catch (const Interrupted&) {
+                _exit(7);
+            }
+            _exit(9);
+        };
+        EXPECT_EXIT(interrupted(), testing::ExitedWithCode(7), "") << name;
+    }
 }
 
 TEST(WorkUnitsTest, PartsComeInOrderWhateverTheThreads) {

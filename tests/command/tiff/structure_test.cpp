@@ -15,7 +15,6 @@ namespace hueweave::test {
 namespace {
 
 using testing::EndsWith;
-using testing::HasSubstr;
 using tool::TiffStructure;
 
 class StructureTest : public testing::Test {
@@ -218,21 +217,6 @@ TEST_F(StructureTest, AsManySamplesAsABitOfAWordEach) {
     };
     EXPECT_EQ(reason(64), "");
     EXPECT_EQ(reason(65), "has 65 samples a pixel");
-}
-
-TEST_F(StructureTest, ProfilesOfAllPagesTogetherAreBounded) {
-    constexpr std::size_t kHalf = std::size_t{16} << 20;
-    const auto embeds = [&](char name, std::size_t size) {
-        return And(small_, {34675, 7, size, 0, std::string(size, name)});
-    };
-    const auto look = [](const TiffStructure& structure) {
-        tool::DistinctProfiles profiles(structure);
-        for (const auto& directory : structure.directories()) profiles.Find(*directory.Find(34675));
-    };
-    tiff_.Page(embeds('a', kHalf));
-    EXPECT_EQ(ReasonOfPage(embeds('b', kHalf), look), "");
-    EXPECT_EQ(ReasonOfPage(embeds('b', kHalf + 1), look),
-              "embeds more than 16 different profiles, or more than 32 MiB of them");
 }
 
 TEST_F(StructureTest, ProfilesThatStandInTheirEntriesHaveNoPlaceInCommon) {

@@ -79,29 +79,33 @@ protected:
         Patch(entry + 8, size, 4);
         std::filesystem::resize_file(in_, size + bytes);
     }
-    void ExpectConversion() const {
-        ASSERT_EQ(Convert().status, 0);
-        std::filesystem::remove(out_);
-    }
     tool::RowDecoder Rows(const PageSource& source) const { return {source, 0, folder_.path(), "out"}; }
 };
 
-TEST_F(DecoderTest, WebpDataOfAnotherSizeAreRefused) {
-    MakeGrey("webp");
-    ExpectConversion();
-    const std::size_t width = EntryAt(256, 3) + 8;
-    for (const unsigned other : {8U, 17U, 32U}) {
-        Patch(width, other, 2);
-        ExpectRefusal("its WebP data have a different size");
+TEST_F(DecoderTest, DataUnlikeTheirDirectoryAreRefused) {
+    const auto refused = [&](const std::string& reason, const std::function<void()>& spoil) {
+        ASSERT_THAT(Convert({"--force"}), Succeeds()) << reason;
+        std::filesystem::remove(out_);
+        spoil();
+        ExpectRefusal(reason);
+    };
+    for (const unsigned width : {8U, 17U, 32U}) {
+        MakeGrey("webp");
+        refused("its WebP data have a different size", [&] { Patch(EntryAt(256, 3) + 8, width, 2); });
     }
-}
-
-TEST_F(DecoderTest, AWindowOfZstandardThatNobodyCanHoldIsAFaultOfTheFile) {
+    // A window that no machine can hold is a fault of the file.
     MakeGrey("zstd");
-    constexpr std::size_t kFrame = 8, kDescriptor = kFrame + 4, kWindow = kDescriptor + 1;
+    constexpr std::size_t kFrame = 8, kWindow = kFrame + 5;
     ASSERT_EQ(FileBytes(in_).substr(kFrame, 5), std::string("\x28\xb5\x2f\xfd\0", 5)) << "a frame with a window";
-    Patch(kWindow, 30 << 3, 1);  // 2^40 bytes
-    ExpectRefusal("contains damaged image data (");
+    refused("contains damaged image data (", [&] { Patch(kWindow, 30 << 3, 1); });  // 2^40 bytes
+    Make("tiffcp -L -s -c jpeg:90 -r 16 $in $out && tiffset -s 530 2 2 $out");
+    refused("does not state its chroma subsampling", [&] { Patch(EntryAt(530, 3) + 4, 1, 4); });
+    Make("tiffcp -L -s -c jpeg:90 -r 16 $in $out");
+    refused("has JPEG tables that are too large", [&] { MoveToAHole(EntryAt(347, 7), 65537); });
+    Make(
+        "convert-im6 $in -interlace plane -compress none $out.raw.tif && "
+        "tiffcp -p separate -s -c jpeg:r:90 -r 16 $out.raw.tif $out && rm $out.raw.tif");
+    refused("contains planar YCbCr pixels", [&] { Shell("tiffset -s 262 6 " + Quoted(in_)); });
 }
 
 TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
@@ -171,62 +175,21 @@ TEST_F(DecoderTest, TheShapeIsThatOfOurReadingWhateverTheFileSaysLater) {
     }
 }
 
-TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldIsRefused) {
-    Make16("tiffcp -L -t -w 64 -l 48 -c lzw $in $out");
-    OpenedPage opened(in_);
-    TiffPage& page = opened.page;
-    page.across = page.down = 1;
-    page.segments.resize(1);
-    // 6 bytes times 2^31 - 1 columns times 2^31 - 1 rows exceed 64 bits.
-    page.segmentWidth = page.segmentHeight = 0x7fffffff;
-    EXPECT_THROW(TiffDecoder{PageSource(opened.structure, page)}, Refusal);
-}
-
-TEST_F(DecoderTest, AShapeThatLibtiffSeesInAnotherWayIsRefused) {
-    // At 12 bits a sample, libtiff packs two samples into three bytes.
+TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldOrSeesInAnotherWayIsRefused) {
     for (const char* recipe : {"tiffcp -L -t -w 64 -l 48 -c lzw $in $out", kLzwStrips}) {
         Make16(recipe);
         OpenedPage opened(in_);
-        EXPECT_NO_THROW(TiffDecoder{PageSource(opened.structure, opened.page)});
-        opened.page.bits = 12;
-        EXPECT_THROW(TiffDecoder{PageSource(opened.structure, opened.page)}, Refusal) << recipe;
-    }
-}
-
-TEST_F(DecoderTest, YCbCrPixelsTellHowTheyAreSubsampled) {
-    Make("tiffcp -L -s -c jpeg:90 -r 16 $in $out && tiffset -s 530 2 2 $out");
-    ExpectConversion();
-    Patch(EntryAt(530, 3) + 4, 1, 4);
-    ExpectRefusal("does not state its chroma subsampling");
-}
-
-TEST_F(DecoderTest, YCbCrPixelsInPlanesAreRefused) {
-    Make(
-        "convert-im6 $in -interlace plane -compress none $out.raw.tif && "
-        "tiffcp -p separate -s -c jpeg:r:90 -r 16 $out.raw.tif $out && rm $out.raw.tif");
-    ExpectConversion();
-    Shell("tiffset -s 262 6 " + Quoted(in_));
-    ExpectRefusal("contains planar YCbCr pixels");
-}
-
-TEST_F(DecoderTest, JpegTablesBeyondAnyUseAreRefused) {
-    Make("tiffcp -L -s -c jpeg:90 -r 16 $in $out");
-    MoveToAHole(EntryAt(347, 7), 65537);
-    ExpectRefusal("has JPEG tables that are too large");
-}
-
-TEST_F(DecoderTest, ARunOfPackBitsPastTheEndOfItsRowIsRefusedByRowsToo) {
-    const std::string row = '\x0b' + std::string(12, 'x'), longer = '\x0f' + std::string(16, 'x');
-    for (const bool beyond : {false, true}) {
-        OneStrip(row + row + (beyond ? longer : row) + row, {.compression = COMPRESSION_PACKBITS}).Save(in_);
-        const OpenedPage opened(in_);
-        tool::RowDecoder decoder = Rows(opened.source);
-        int read = 0;
-        const std::string reason = ReasonOf([&] {
-            for (unsigned char pixels[12]; read < 4; ++read) decoder.ReadRow(pixels);
-        });
-        EXPECT_EQ(read, beyond ? 2 : 4);
-        EXPECT_EQ(reason != "", beyond) << reason;
+        TiffPage& page = opened.page;
+        EXPECT_NO_THROW(TiffDecoder{PageSource(opened.structure, page)});
+        page.bits = 12;  // libtiff packs two such samples into three bytes
+        EXPECT_THROW(TiffDecoder{PageSource(opened.structure, page)}, Refusal) << recipe;
+        if (recipe == kLzwStrips) continue;
+        page.bits = 16;
+        page.across = page.down = 1;
+        page.segments.resize(1);
+        // 6 bytes times 2^31 - 1 columns times 2^31 - 1 rows exceed 64 bits.
+        page.segmentWidth = page.segmentHeight = 0x7fffffff;
+        EXPECT_THROW(TiffDecoder{PageSource(opened.structure, page)}, Refusal);
     }
 }
 
@@ -271,25 +234,42 @@ TEST_F(DecoderTest, ASourceThatIsCutMeanwhileIsRefused) {
     EXPECT_GT(refused, 2);
 }
 
-TEST_F(DecoderTest, DeflateDataThatEndOtherwiseAreRefusedWithTheReason) {
-    const std::string sound = Deflated(std::string(48, '\0'));
+TEST_F(DecoderTest, DataThatEndOtherwiseAreRefusedWithTheReason) {
+    const std::string sound = Deflated(std::string(48, '\0')), run = '\x0b' + std::string(12, 'x');
     std::string otherSum = sound;
     otherSum.back() = static_cast<char>(otherSum.back() ^ 1);
-    const std::pair<std::string, std::string> kinds[] = {
-        {sound, ""},
-        {sound.substr(0, sound.size() - 1), "contains damaged image data (its Deflate data are truncated)"},
-        {Deflated(std::string(47, '\0')), "contains damaged image data (its Deflate data end too early)"},
-        {otherSum, "contains damaged image data (incorrect data check)"}};  // zlib's message
-    for (const auto& [packed, reason] : kinds) {
-        OneStrip(packed, {.compression = COMPRESSION_ADOBE_DEFLATE}).Save(in_);
+    constexpr unsigned kDeflate = COMPRESSION_ADOBE_DEFLATE, kRuns = COMPRESSION_PACKBITS;
+    struct Row {
+        unsigned compression;
+        std::string data;
+        int rows;  ///< that are decoded
+        testing::Matcher<std::string> whole, byRows;
+    };
+    const std::string truncated = "contains damaged image data (its Deflate data are truncated)";
+    const std::string early = "contains damaged image data (its Deflate data end too early)";
+    const std::string sum = "contains damaged image data (incorrect data check)";  // zlib's message
+    const auto damaged = testing::StartsWith("contains damaged image data (");
+    const auto across =
+        testing::StartsWith("has PackBits data that run across rows or are damaged, in strips that do ");
+    for (const auto& [compression, data, rows, whole, byRows] :
+         {Row{kDeflate, sound, 4, "", ""}, Row{kDeflate, sound.substr(0, sound.size() - 1), 3, truncated, truncated},
+          Row{kDeflate, Deflated(std::string(47, '\0')), 3, early, early}, Row{kDeflate, otherSum, 3, sum, sum},
+          Row{kRuns, run + run + run + run, 4, "", ""},
+          // A run past the end of its row; and one past the end of the strip.
+          Row{kRuns, run + run + '\x0f' + std::string(16, 'x') + run, 2, damaged, across},
+          Row{kRuns, run + run + run + '\x0c' + std::string(13, 'x'), 3, damaged, across}}) {
+        SCOPED_TRACE(testing::PrintToString(data));
+        OneStrip(data, {.compression = compression}).Save(in_);
         const OpenedPage opened(in_);
         tool::Bytes pixels;
-        EXPECT_EQ(ReasonOf([&] { TiffDecoder(opened.source).ReadSegment(0, pixels); }), reason);
-        EXPECT_EQ(ReasonOf([&] {
-                      tool::RowDecoder decoder = Rows(opened.source);
-                      for (unsigned char rowOf[12], y = 0; y < 4; ++y) decoder.ReadRow(rowOf);
-                  }),
-                  reason);
+        EXPECT_THAT(ReasonOf([&] { TiffDecoder(opened.source).ReadSegment(0, pixels); }), whole);
+        int read = 0;
+        EXPECT_THAT(ReasonOf([&] {
+                        tool::RowDecoder decoder = Rows(opened.source);
+                        for (unsigned char row[12]; read < 4; ++read) decoder.ReadRow(row);
+                    }),
+                    byRows);
+        EXPECT_EQ(read, rows);
     }
 }
 

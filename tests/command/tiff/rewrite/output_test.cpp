@@ -49,9 +49,7 @@ TEST(OutputLayoutTest, StripsThatTouchAreOneStretch) {
     EXPECT_EQ(Places("", {200}), (Numbers{1}));
     EXPECT_EQ(Places("", {150, 50}), (Numbers{1, 151}));
     EXPECT_EQ(Places("", {202}), (Numbers{0}));
-}
-
-TEST(OutputLayoutTest, APaddingOfThreeBytesJoinsThemAndFourDoNot) {
+    // So are those with padding of up to three bytes between them.
     EXPECT_EQ(Places("123", {203}), (Numbers{1}));
     EXPECT_EQ(Places("1234", {204}), (Numbers{0}));
     EXPECT_EQ(Places("1234", {100, 100}), (Numbers{1, 105}));
