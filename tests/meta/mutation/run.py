@@ -1,19 +1,16 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Changes the library or the command one small piece at a time and sees whether a test fails.
+"""Mutation testing: changes one small piece of the library or the command at a time and checks that a test fails.
 
-run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE] [--every] [--suites NAME,...]
+    run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE] [--suites NAME,...]
 
-Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support}, colour and
-apps/hueweave, or over those of them whose path contains SUBSTRING, and for each builds the suites that look at it and
-runs them until one fails. Prints a line a mutant, then the share of killed mutants. The lines stand in
-FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged already. A mutant that does
-not compile is not counted; one that makes a suite take a minute longer than it takes without is killed by it, and its
-line says "too slow", since a busy machine does the same. With --guards the mutants are those of a list, see
-tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of broken files looks at the library as well.
-
-With --every all suites run to their end, and FOLDER/kills.txt names every test that notices a mutant, from which cover.py
-chooses the tests that are enough. --suites takes the suites NAME,... for all places.
+Copies the tree to FOLDER, draws N mutants of Source, colour and apps/hueweave, or of the files there whose path contains
+SUBSTRING, and for each builds the suites of its folder and runs them until one fails. Prints one line per mutant and the
+percentage of killed mutants. The lines are also written to FOLDER/mutants.txt; the next run with the same FOLDER does
+not judge these mutants again. Mutants that do not compile are not counted. A suite that takes a minute longer than
+without the mutant kills it, and the line says "too slow", because a busy machine has the same effect. With --guards, the
+mutants are those of a list, see tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of broken files judges
+the library as well. --suites runs the suites NAME,... for all mutants.
 """
 import argparse
 import concurrent.futures
@@ -58,7 +55,7 @@ SUITES = {
     "iccfile": ["unit_iccfile", "unit_engine", "pipeline", "hostile_alloc", "hostile"],
     "tiff": ["unit_tiff", "pipeline", "unit_engine", "hostile_io", "hostile_alloc", "hostile"],
     "support": ["unit_support"],
-    "colour": COMMAND,
+    "colour": ["colour", *COMMAND],
     "hueweave": COMMAND,
 }
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/", "command": "command/"}
@@ -73,7 +70,7 @@ GUARD_SUITES = {
     "color": ["unit_color", "hostile"],
     "support": ["hostile", "unit_support"],
     "base": ["unit_base", "unit_units", "unit_iccfile", "unit_tiff", "unit_engine", "hostile"],
-    "colour": COMMAND,
+    "colour": ["colour", *COMMAND],
     "hueweave": COMMAND,
 }
 # Access past the end of an array is detected, as by the sanitizers of `make test-all`, and ends the process; this needs
@@ -86,7 +83,6 @@ READ_ONLY = ("unshare", "--mount", "sh", "-ec",
              'mount --bind /tmp /tmp; mount --bind "$1" "$1"; mount --rbind /dev /dev; mount -o remount,bind,ro /dev; '
              'mount -o remount,bind,ro /; cd "$1"; shift; exec "$@"', "sh")
 BUILD_SECONDS = 3600
-MOST_ENDS = 12  # ends of a program; after these the remaining tests are skipped
 MORE_SECONDS = 60  # in addition to the time of the suite without a mutant; a longer run hangs
 TOO_LONG = -1000  # instead of an exit status
 # Patterns and their replacements.
@@ -104,7 +100,7 @@ SWAPS = [
 
 
 def piece_of(path):
-    """The key of a source in the lists of suites."""
+    """The key of a source file in SUITES and GUARD_SUITES."""
     return path.parts[0] if path.parts[0] == "colour" else path.parts[1]
 
 
@@ -114,7 +110,7 @@ def last_digit(match):
 
 
 def sites(path):
-    """Every mutant of a file: (line number, changed line, what was done)."""
+    """All mutants of a file: (line number, changed line, description)."""
     found = []
     for number, line in enumerate(path.read_text().splitlines()):
         code = line.split("//")[0]
@@ -145,7 +141,7 @@ def all_mutants():
 
 
 def listed_guards(path):
-    """The mutants of a list: a guard and what takes its place."""
+    """The mutants of a list of guards. Each guard must be in the source exactly once, or once in its N-th line."""
     mutants = []
     for line in path.read_text().splitlines():
         if not line or line.startswith("#"):
@@ -163,14 +159,14 @@ def listed_guards(path):
 
 
 def copy_changed(source, target):
-    """As a new file, so that what an earlier run built from a mutant of it is built again."""
+    """Copies a changed file as a new one, so that ninja rebuilds what an earlier run built from a mutant."""
     if not os.path.exists(target) or not filecmp.cmp(source, target, shallow=False):
         shutil.copyfile(source, target)
         shutil.copymode(source, target)
 
 
 class Worker:
-    """One copy of the tree, built once and then a piece at a time."""
+    """A copy of the tree, built once and then again for each mutant."""
 
     def __init__(self, folder, suites):
         self.tree = folder
@@ -189,13 +185,13 @@ class Worker:
                 raise SystemExit(f"{folder}: {suite} cannot be built")
             start = time.monotonic()
             if self.suite_status(suite):
-                raise SystemExit(f"{folder}: {suite} fails as it is and can judge nothing")
+                raise SystemExit(f"{folder}: {suite} fails without a mutant")
             self.limits[suite] = time.monotonic() - start + MORE_SECONDS
 
-    def run(self, *command, seconds=BUILD_SECONDS, output=subprocess.DEVNULL):
-        """The exit status; what is still running then, or after the time, is ended."""
+    def run(self, *command, seconds=BUILD_SECONDS):
+        """Returns the exit status. Kills what is still running then, or after this time."""
         process = subprocess.Popen(command, cwd=self.tree, env=self.environment, stdin=subprocess.DEVNULL,
-                                   stdout=output, stderr=subprocess.DEVNULL, start_new_session=True)
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
         try:
             return process.wait(seconds)
         except subprocess.TimeoutExpired:
@@ -213,58 +209,24 @@ class Worker:
     def suite_status(self, suite, file=""):
         name = suite.removesuffix(":first")
         tests = FIRST.get(file, OTHERS_FIRST) if suite != name else "*"
-        return self.program_status(suite, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={tests}")
-
-    def program_status(self, suite, *options, output=subprocess.DEVNULL):
-        name = suite.removesuffix(":first")
         if name.startswith("fuzz_"):
             target = name.removeprefix("fuzz_")
             command = [f"build/release/tests/fuzz/{name}", f"build/release/tests/fuzz/seeds/{target}",
                        f"tests/fuzz/findings/{target}"]
         else:
-            command = [f"build/release/tests/{PLACES.get(name, '')}{name}", *options]
+            command = [f"build/release/tests/{PLACES.get(name, '')}{name}", "--gtest_fail_fast", "--gtest_brief=1",
+                       f"--gtest_filter={tests}"]
         if os.geteuid() == 0:
             command = [*READ_ONLY, str(self.tree), *command]
-        return self.run(*command, seconds=self.limits.get(suite, BUILD_SECONDS), output=output)
+        return self.run(*command, seconds=self.limits.get(suite, BUILD_SECONDS))
 
-    def killers(self, suite):
-        """Every test of a suite that fails. One during which the program ends is left out of the next try."""
-        found = set()
-        for _ in range(MOST_ENDS):
-            left = "*" + (f"-{':'.join(sorted(found))}" if found else "")
-            with open(self.tree / "build" / "tests.txt", "w+") as log:
-                if not self.program_status(suite, f"--gtest_filter={left}", output=log):
-                    break
-                log.seek(0)
-                lines = log.read().splitlines()
-            running, failed = None, set()
-            for line in lines:
-                begin = re.match(r"\[ RUN      \] (\S+)", line)
-                end = re.match(r"\[  (     OK|FAILED ) \] ([^\s,]+)", line)
-                if begin:
-                    running = begin.group(1)
-                elif end and end.group(2) == running:
-                    failed |= {running} if end.group(1) == "FAILED " else set()
-                    running = None
-            found |= failed
-            if running is None:
-                break
-            found.add(running)
-        return {f"{suite} {test}" for test in found}
-
-    def verdict(self, relative, number, changed, every=False):
+    def verdict(self, relative, number, changed):
         path = self.tree / relative
         original = path.read_text()
         lines = original.splitlines()
         lines[number] = changed
         path.write_text("\n".join(lines) + "\n")
         try:
-            if every:
-                suites = [suite for suite in SUITES[piece_of(relative)] if not suite.endswith(":first")]
-                if any(self.build(suite) != 0 for suite in suites):
-                    return "does not compile"
-                found = sorted(test for suite in suites for test in self.killers(suite))
-                return "killed by " + "|".join(found) if found else "SURVIVED"
             for suite in SUITES[piece_of(relative)]:
                 if self.build(suite) != 0:
                     return "does not compile"
@@ -277,7 +239,7 @@ class Worker:
 
 
 def drawn(mutants, seed):
-    """In an order that follows from each mutant and the seed alone: a change elsewhere leaves the draw as it is."""
+    """Sorts mutants by a hash of each one and the seed, so that changes elsewhere do not change the draw."""
     return sorted(mutants, key=lambda m: hashlib.sha256(f"{seed} {m[0]} {m[2].strip()} {m[3]}".encode()).digest())
 
 
@@ -294,7 +256,6 @@ def main():
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--only", default="")
     parser.add_argument("--guards", type=pathlib.Path)
-    parser.add_argument("--every", action="store_true")
     parser.add_argument("--suites", default="")
     arguments = parser.parse_args()
 
@@ -312,7 +273,7 @@ def main():
     for job in range(arguments.jobs):
         idle.put(Worker(arguments.folder.resolve() / f"worker-{job}", suites))
     verdicts = {}
-    judged = arguments.folder / ("kills.txt" if arguments.every else "mutants.txt")
+    judged = arguments.folder / "mutants.txt"
     if judged.exists():
         for line in judged.read_text().splitlines():
             verdict, mutant = line.split("\t", 1)
@@ -323,7 +284,7 @@ def main():
         worker = idle.get()
         relative, number, changed, _ = mutant
         try:
-            verdict = worker.verdict(relative, number, changed, arguments.every)
+            verdict = worker.verdict(relative, number, changed)
         finally:
             idle.put(worker)
         return verdict, described(mutant)
