@@ -60,7 +60,7 @@ inline Distance Measure(const Transform& transform, const Bytes& source, const B
     const judge::Truth truth = TruthOf(source, target, options);
     const Bytes bytes = HighBytes(colours);
     return {truth.Compare(judge::Pixels(colours), judge::Pixels(Converted(transform, colours))),
-            truth.CompareBytes(bytes, Converted(transform, bytes))};
+            truth.CompareRounded(judge::Pixels(bytes), judge::Pixels(Converted(transform, bytes)), 255)};
 }
 
 }  // namespace hueweave::test

@@ -29,11 +29,10 @@ Bytes Saved(const Handle& profile) {
     return bytes;
 }
 
-Handle Blank(double version, cmsColorSpaceSignature colours, cmsColorSpaceSignature connection,
-             cmsProfileClassSignature kind) {
+Handle BlankRgb(double version, cmsColorSpaceSignature connection, cmsProfileClassSignature kind) {
     Handle profile(cmsCreateProfilePlaceholder(nullptr));
     cmsSetProfileVersion(profile.get(), version);
-    cmsSetColorSpace(profile.get(), colours);
+    cmsSetColorSpace(profile.get(), cmsSigRgbData);
     cmsSetPCS(profile.get(), connection);
     cmsSetDeviceClass(profile.get(), kind);
     return profile;
@@ -247,7 +246,7 @@ Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, cmsProf
 
 Bytes TableProfile(const TableDevice& device) {
     const auto kind = device.screen ? cmsSigDisplayClass : device.target ? cmsSigOutputClass : cmsSigInputClass;
-    const Handle profile = Blank(device.version, cmsSigRgbData, device.xyz ? cmsSigXYZData : cmsSigLabData, kind);
+    const Handle profile = BlankRgb(device.version, device.xyz ? cmsSigXYZData : cmsSigLabData, kind);
     const cmsCIEXYZ paper{0.87, 0.90, 0.70};
     cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &paper);
     for (std::size_t intent = 0; intent < 3; ++intent) {
@@ -263,7 +262,7 @@ Bytes TableProfile(const TableDevice& device) {
 }
 
 Bytes FloatProfile(bool rough) {
-    const Handle profile = Blank(4.3, cmsSigRgbData, cmsSigXYZData, cmsSigInputClass);
+    const Handle profile = BlankRgb(4.3, cmsSigXYZData, cmsSigInputClass);
     cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
     std::vector<float> light;
     for (int i = 0; i < 1024; ++i) {
@@ -280,25 +279,6 @@ Bytes FloatProfile(bool rough) {
 }
 
 Bytes LcmsSrgb() { return Saved(Handle(cmsCreate_sRGBProfile())); }
-
-Bytes GreyProfile() {
-    cmsToneCurve* curve = cmsBuildGamma(nullptr, 2.2);
-    const Handle profile(cmsCreateGrayProfile(cmsD50_xyY(), curve));
-    cmsFreeToneCurve(curve);
-    return Saved(profile);
-}
-
-Bytes CmykProfile() { return Saved(Blank(2.4, cmsSigCmykData, cmsSigLabData, cmsSigOutputClass)); }
-
-Bytes LinkProfile() {
-    cmsToneCurve* curve = cmsBuildGamma(nullptr, 1.2);
-    cmsToneCurve* all[] = {curve, curve, curve};
-    const Handle profile(cmsCreateLinearizationDeviceLink(cmsSigRgbData, all));
-    cmsFreeToneCurve(curve);
-    return Saved(profile);
-}
-
-Bytes LabProfile() { return Saved(Handle(cmsCreateLab4Profile(nullptr))); }
 
 Bytes ArgyllProfile(const std::string& name) { return ReadFile(std::string(HUEWEAVE_COMMAND_INPUTS) + "/" + name); }
 

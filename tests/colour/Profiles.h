@@ -69,10 +69,6 @@ Bytes FloatProfile(bool rough);
 
 /// Built by Little CMS.
 Bytes LcmsSrgb();
-Bytes GreyProfile();
-Bytes CmykProfile();
-Bytes LinkProfile();
-Bytes LabProfile();
 
 /// Made by ArgyllCMS: "scanner.icc" and others.
 Bytes ArgyllProfile(const std::string& name);

@@ -35,10 +35,16 @@ TEST(DamagedTest, OtherThanRgbProfilesAreRefused) {
     for (const bool target : {false, true}) {
         EXPECT_THAT(Refusal({}, target), testing::HasSubstr("not a readable ICC profile"));
         EXPECT_THAT(Refusal(Bytes(5000, 'x'), target), testing::HasSubstr("not a readable ICC profile"));
-        // The last is a header for RGB, without any colour tags.
-        for (const Bytes& profile :
-             {CmykProfile(), GreyProfile(), LinkProfile(), LabProfile(), ProfileBuilder().Build()}) {
-            EXPECT_NE(Refusal(profile, target), "");
+        EXPECT_NE(Refusal(ProfileBuilder().Build(), target), "") << "no colour tags";
+        // Offsets and words of a header: another class, and other colours of the device.
+        for (const auto& [at, word] : std::vector<std::pair<std::size_t, std::uint32_t>>{{12, cmsSigLinkClass},
+                                                                                         {12, cmsSigAbstractClass},
+                                                                                         {16, cmsSigCmykData},
+                                                                                         {16, cmsSigGrayData},
+                                                                                         {16, cmsSigLabData}}) {
+            ByteWriter profile;
+            profile.Append(MatrixProfile(kGamutP3, SrgbFormula())).PatchBig32(at, word);
+            EXPECT_NE(Refusal(profile.Done(), target), "") << at;
         }
         // A scanner without tables from PCS to device.
         EXPECT_EQ(Refusal(TableProfile({}), target).empty(), !target);

@@ -2,10 +2,9 @@
 // Copyright (c) The Hueweave authors
 #include "command/support/DeviceProfiles.h"
 
-#include <algorithm>
 #include <stdexcept>
 
-#include "command/support/Picture.h"
+#include "support/ByteWriter.h"
 
 namespace hueweave::test {
 namespace {
@@ -155,30 +154,21 @@ std::string PaddedProfile(std::size_t more, int mark) {
     return profile;
 }
 
+std::vector<judge::Rgb> PixelsOf(const Picture& picture, std::size_t step) {
+    std::vector<judge::Rgb> pixels;
+    const double top = picture.bits == 8 ? 255.0 : 65535.0;
+    for (std::size_t i = 0; i + 2 < picture.values.size(); i += 3 * step) {
+        const std::uint16_t* const rgb = &picture.values[i];
+        pixels.push_back({rgb[0] / top, rgb[1] / top, rgb[2] / top});
+    }
+    return pixels;
+}
+
 double MeanDifference(const std::string& source, const std::string& profile, int intent, const std::string& converted) {
     const Picture before = ReadPictures(source)[0], after = ReadPictures(converted)[0];
-    const Profile device = OpenProfile(profile), output = ProfileOf(after.icc), lab(cmsCreateLab2Profile(nullptr));
-    constexpr cmsUInt32Number kFlags = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
-    const Transform toLab(cmsCreateTransform(device.get(), TYPE_RGB_DBL, lab.get(), TYPE_Lab_DBL,
-                                             static_cast<cmsUInt32Number>(intent), kFlags));
-    const Transform toSpace(cmsCreateTransform(lab.get(), TYPE_Lab_DBL, output.get(), TYPE_RGB_DBL, 1, kFlags));
-    const Transform spaceLab(cmsCreateTransform(output.get(), TYPE_RGB_DBL, lab.get(), TYPE_Lab_DBL, 1, kFlags));
-    if (!toLab || !toSpace || !spaceLab) throw std::runtime_error("no transform");
-    double sum = 0;
-    std::size_t count = 0;
-    const double top = before.bits == 8 ? 255.0 : 65535.0;
-    for (std::size_t i = 0; i + 2 < before.values.size(); i += 3 * 7, ++count) {
-        double rgb[3], mine[3];
-        for (std::size_t c = 0; c < 3; ++c) rgb[c] = before.values[i + c] / top, mine[c] = after.values[i + c] / top;
-        cmsCIELab wanted, reached;
-        cmsDoTransform(toLab.get(), rgb, &wanted, 1);
-        cmsDoTransform(toSpace.get(), &wanted, rgb, 1);
-        for (double& value : rgb) value = std::clamp(value, 0.0, 1.0);
-        cmsDoTransform(spaceLab.get(), rgb, &wanted, 1);
-        cmsDoTransform(spaceLab.get(), mine, &reached, 1);
-        sum += cmsCIE2000DeltaE(&wanted, &reached, 1, 1, 1);
-    }
-    return sum / static_cast<double>(count);
+    const auto truth =
+        judge::Truth::WithoutCompensation(ReadFile(profile), Bytes(after.icc.begin(), after.icc.end()), intent);
+    return truth.Compare(PixelsOf(before, 7), PixelsOf(after, 7)).mean;
 }
 
 }  // namespace hueweave::test

@@ -38,10 +38,10 @@ struct Differences {
     std::size_t undefined = 0;  ///< colours for which Little CMS gives NaN
 };
 
-/// Converted 8-bit samples compared with the rounded reference.
+/// Converted samples compared with the rounded reference.
 struct Rounding {
     double equal = 0;  ///< fraction of samples
-    double most = 0;   ///< largest difference
+    double most = 0;   ///< largest difference of a sample
 };
 
 class Truth {
@@ -94,20 +94,18 @@ public:
         result.undefined = pixels.size() - all.size();
         return result;
     }
-    /// The same for 8-bit samples.
-    Rounding CompareBytes(const Bytes& samples, const Bytes& converted) const {
+    /// The same by samples, whose largest value is `top`.
+    Rounding CompareRounded(const std::vector<Rgb>& pixels, const std::vector<Rgb>& converted, double top) const {
         Rounding result;
-        const std::vector<Rgb> pixels = Pixels(samples);
-        std::size_t equal = 0;
         for (std::size_t n = 0; n < pixels.size(); ++n) {
             const Rgb wanted = Of(pixels[n]);
             for (std::size_t c = 0; c < 3; ++c) {
-                const double off = std::abs(std::round(wanted[c] * 255) - converted.at(3 * n + c));
-                equal += off == 0 ? 1 : 0;
+                const double off = std::abs(std::round(wanted[c] * top) - std::round(converted.at(n)[c] * top));
+                result.equal += off == 0 ? 1 : 0;
                 result.most = std::fmax(result.most, off);
             }
         }
-        result.equal = static_cast<double>(equal) / static_cast<double>(samples.size());
+        result.equal /= 3.0 * static_cast<double>(pixels.size());
         return result;
     }
 

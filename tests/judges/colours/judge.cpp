@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// judge_colours [--precision exact|library] [--intent 0..3] [--compensate] TARGET SOURCE...: the differences between
-// each source profile's colours in the target and those of Little CMS in doubles. TARGET is an output space or a
+// judge_colours exact|library INTENT auto|compensated TARGET SOURCE...: the differences between each source profile's
+// colours in the target and those of Little CMS in doubles. INTENT is the ICC number, TARGET an output space or a
 // profile. Prints one line per source with tab-separated fields; `run` builds tables from them.
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <random>
@@ -35,25 +34,14 @@ struct Options {
     std::vector<std::string> sources;
 };
 
-Options Parse(int count, char** words) {
+Options Parse(const std::vector<std::string>& words) {
+    if (words.size() < 5) throw std::runtime_error("usage: judge_colours PRECISION INTENT BLACK TARGET SOURCE...");
     Options options;
-    int n = 1;
-    const auto is = [&](const char* name) { return n < count && std::strcmp(words[n], name) == 0; };
-    const auto value = [&] { return n + 1 < count ? words[++n] : throw std::runtime_error("a value is missing"); };
-    for (; n < count && words[n][0] == '-'; ++n) {
-        if (is("--precision")) {
-            options.library = value() == std::string("library");
-        } else if (is("--intent")) {
-            options.transform.intent = static_cast<colour::RenderingIntent>(std::stoi(value()));
-        } else if (is("--compensate")) {
-            options.transform.blackPoint = colour::BlackPoint::Compensated;
-        } else {
-            throw std::runtime_error("unknown option " + std::string(words[n]));
-        }
-    }
-    if (count - n < 2) throw std::runtime_error("usage: judge_colours [options] TARGET SOURCE...");
-    options.target = words[n++];
-    options.sources.assign(words + n, words + count);
+    options.library = words[0] == "library";
+    options.transform.intent = static_cast<colour::RenderingIntent>(std::stoi(words[1]));
+    if (words[2] == "compensated") options.transform.blackPoint = colour::BlackPoint::Compensated;
+    options.target = words[3];
+    options.sources.assign(words.begin() + 4, words.end());
     return options;
 }
 
@@ -65,12 +53,6 @@ struct Judged {
     colour::Bytes target;
     std::function<void(unsigned char* data, unsigned bits, std::size_t pixels)> convert;
 };
-
-const colour::Space& FindSpace(const std::string& name) {
-    const colour::Space* const space = colour::FindSpace(name);
-    if (space == nullptr) throw std::runtime_error("no such space");
-    return *space;
-}
 
 Judged Exact(const colour::Bytes& source, const Options& options) {
     const colour::Space* const space = colour::FindSpace(options.target);
@@ -84,7 +66,8 @@ Judged Exact(const colour::Bytes& source, const Options& options) {
 Judged Library(const colour::Bytes& source, const Options& options) {
     colour::Rendering rendering;
     rendering.intent = static_cast<ICC40::ICCFILE::Intent>(options.transform.intent);
-    rendering.space = &FindSpace(options.target);
+    rendering.space = colour::FindSpace(options.target);
+    if (rendering.space == nullptr) throw std::runtime_error("no such space");
     const colour::EngineProfile engine = colour::PrepareProfile(source, rendering.intent, [] {});
     const auto bytes = std::make_shared<const colour::LibraryConverter>(engine.data, rendering, 8);
     const auto words = std::make_shared<const colour::LibraryConverter>(engine.data, rendering, 16);
@@ -146,7 +129,7 @@ void Judge(const std::string& path, const Options& options) {
     const Differences all = compare(colours), neutral = compare(greys);
     std::vector<std::uint8_t> bytes;
     for (const std::uint16_t word : colours) bytes.push_back(static_cast<std::uint8_t>(word >> 8));
-    const Rounding rounding = truth.CompareBytes(bytes, Converted(judged, bytes));
+    const Rounding rounding = truth.CompareRounded(Pixels(bytes), Pixels(Converted(judged, bytes)), 255);
     std::printf("%s\t%s\t%.5f\t%.4f\t%.4f\t%.4f\t%.0f\t%.4f\t%.2f\t%zu\n", path.c_str(), judged.way.c_str(), all.mean,
                 all.p999, all.largest, 100 * rounding.equal, rounding.most, neutral.largest, Tint(judged, truth, greys),
                 all.undefined);
@@ -156,7 +139,7 @@ void Judge(const std::string& path, const Options& options) {
 
 int main(int count, char** words) {
     try {
-        const Options options = Parse(count, words);
+        const Options options = Parse({words + 1, words + count});
         for (const std::string& source : options.sources) {
             try {
                 Judge(source, options);
