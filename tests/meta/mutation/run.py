@@ -4,13 +4,13 @@
 
     run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE] [--suites NAME,...]
 
-Copies the tree to FOLDER, draws N mutants of Source, colour and apps/hueweave, or of the files there whose path contains
-SUBSTRING, and for each builds the suites of its folder and runs them until one fails. Prints one line per mutant and the
-percentage of killed mutants. The lines are also written to FOLDER/mutants.txt; the next run with the same FOLDER does
-not judge these mutants again. Mutants that do not compile are not counted. A suite that takes a minute longer than
-without the mutant kills it, and the line says "too slow", because a busy machine has the same effect. With --guards, the
-mutants are those of a list, see tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of broken files judges
-the library as well. --suites runs the suites NAME,... for all mutants.
+Copies the tree to FOLDER, draws N mutants of Source, colour and apps/hueweave, or of the files there whose path
+contains SUBSTRING, and for each builds the suites of its folder and runs them until one fails. Prints one line per
+mutant and the percentage of killed mutants. The lines are also written to FOLDER/mutants.txt; the next run with the same
+FOLDER does not judge these mutants again. Mutants that do not compile are not counted. A suite that takes a minute
+longer than without the mutant kills it; the line then says "too slow", because a busy machine has the same effect. With
+--guards, the mutants are those of a list, see tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of
+broken files judges the library as well. --suites runs the suites NAME,... for all mutants.
 """
 import argparse
 import concurrent.futures
