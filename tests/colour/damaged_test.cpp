@@ -36,15 +36,14 @@ TEST(DamagedTest, OtherThanRgbProfilesAreRefused) {
         EXPECT_THAT(Refusal({}, target), testing::HasSubstr("not a readable ICC profile"));
         EXPECT_THAT(Refusal(Bytes(5000, 'x'), target), testing::HasSubstr("not a readable ICC profile"));
         EXPECT_NE(Refusal(ProfileBuilder().Build(), target), "") << "no colour tags";
-        // Offsets and words of a header: another class, and other colours of the device.
-        for (const auto& [at, word] : std::vector<std::pair<std::size_t, std::uint32_t>>{{12, cmsSigLinkClass},
-                                                                                         {12, cmsSigAbstractClass},
-                                                                                         {16, cmsSigCmykData},
-                                                                                         {16, cmsSigGrayData},
-                                                                                         {16, cmsSigLabData}}) {
+        const auto refused = [&](std::size_t at, std::uint32_t word) {
             ByteWriter profile;
             profile.Append(MatrixProfile(kGamutP3, SrgbFormula())).PatchBig32(at, word);
-            EXPECT_NE(Refusal(profile.Done(), target), "") << at;
+            return Refusal(profile.Done(), target);
+        };
+        for (const auto kind : {cmsSigLinkClass, cmsSigAbstractClass}) EXPECT_NE(refused(12, kind), "");
+        for (const auto colours : {cmsSigCmykData, cmsSigGrayData, cmsSigLabData}) {
+            EXPECT_EQ(refused(16, colours), "does not describe RGB colours");
         }
         // A scanner without tables from PCS to device.
         EXPECT_EQ(Refusal(TableProfile({}), target).empty(), !target);

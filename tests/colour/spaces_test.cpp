@@ -92,6 +92,18 @@ TEST(TargetTest, OwnCurvesReplaceThatOfTheSpace) {
     }
 }
 
+TEST(TargetTest, BlackAndWhiteOfCurvesThatClipAreExact) {
+    ToneCurves clips;
+    for (auto& curve : clips) {
+        for (int i = 0; i < 256; ++i)
+            curve[static_cast<std::size_t>(i)] = static_cast<unsigned char>(std::clamp(2 * i - 100, 0, 255));
+    }
+    const Transform transform(*MakeTargetProfile(*FindSpace("srgb"), clips, 4),
+                              MatrixProfile(kGamutSrgb, GammaBlock(1)), {});
+    EXPECT_THAT(Converted(transform, Words{0, 0, 0, 65535, 65535, 65535}),
+                testing::ElementsAre(0, 0, 0, 65535, 65535, 65535));
+}
+
 TEST(TargetTest, CurvesThatFallHaveNoProfile) {
     ToneCurves curves;
     for (auto& curve : curves) std::iota(curve.begin(), curve.end(), static_cast<unsigned char>(0));
