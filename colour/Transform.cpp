@@ -18,10 +18,10 @@
 namespace hueweave::colour {
 namespace {
 
-/// CIEDE2000 up to which a way is taken: a third of the 0.3 and 1.0 that all colours must keep to, for a check sees
-/// few of them.
+/// The largest CIEDE2000 of a way that is used: a third of the limits for all colours, 0.3 and 1.0, because only a few
+/// colours are checked.
 constexpr double kMostP999 = 0.1, kMostLargest = 0.33;
-constexpr std::size_t kRun = 256;  ///< pixels that Little CMS converts at a time
+constexpr std::size_t kRun = 256;  ///< pixels per call of Little CMS
 
 template <typename Sample>
 Sample Rounded(float value) {
@@ -29,7 +29,7 @@ Sample Rounded(float value) {
     return static_cast<Sample>((value > 0.0F ? std::min(value, 1.0F) : 0.0F) * kTop + 0.5F);
 }
 
-/// A way from pixel to pixel.
+/// Converts pixels in one way.
 class Conversion {
 public:
     virtual ~Conversion() = default;
@@ -39,7 +39,7 @@ public:
 
 class ByTables : public Conversion {
 public:
-    /// Black and white become exactly what the truth makes of them.
+    /// Black and white are converted exactly as by `truth`.
     ByTables(Link&& link, const Truth& truth) : tables_(link.source, std::move(link.stages), link.target) {
         tables_.SetEnds(EndsOf<std::uint8_t>(truth), EndsOf<std::uint16_t>(truth));
     }
@@ -106,10 +106,10 @@ private:
     }
 
     Truth truth_;
-    std::shared_ptr<LcmsWork> work_;  ///< to which the transforms of the truth belong
+    std::shared_ptr<LcmsWork> work_;  ///< owns the transforms of `truth_`
 };
 
-/// A way at 16 bits, to be compared with the truth.
+/// A conversion at 16 bits, for comparison with the truth.
 class Tried : public RgbConverter {
 public:
     explicit Tried(const Conversion& conversion) : conversion_(conversion) {}

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Colours of any RGB device profile in the space of any other RGB profile, as exact as Little CMS in floating point and
+// Converts colours from any RGB profile to any other RGB profile, as exactly as Little CMS in floating point and
 // several times as fast.
 #pragma once
 
@@ -17,47 +17,47 @@
 
 namespace hueweave::colour {
 
-/// How a transform gets from pixel to pixel.
+/// How a transform converts pixels.
 enum class Way {
     Copy,         ///< the profiles describe the same colours: samples are not changed
     Matrix,       ///< curves, a matrix, curves
     Direct,       ///< the profiles' own curves and CLUTs, in single precision
-    PixelByPixel  ///< Little CMS itself, slowly, where no other way is exact enough
+    PixelByPixel  ///< Little CMS itself, slow, where no other way is exact enough
 };
 /// "copy", "matrix", "direct" or "pixel by pixel".
 std::string_view WayName(Way way);
 
-/// The error of a transform, measured when it is made: CIEDE2000 between its 16-bit samples and Little CMS in floating
-/// point, seen through the target's own profile. All zero for `Way::Copy`.
+/// The error of a transform, measured when it is created: CIEDE2000 between its 16-bit samples and those of Little CMS
+/// in floating point, computed through the target profile. All zero for `Way::Copy`.
 struct TransformError {
-    std::size_t colours = 0;  ///< that were compared
+    std::size_t colours = 0;  ///< number of colours compared
     double mean = 0;
     double p999 = 0;  ///< not exceeded by 99.9 % of the colours
     double largest = 0;
 };
 
-/// A transform from one RGB profile to another. It does not change once it is made: threads may share it. It keeps no
-/// reference to what it was made from.
+/// A transform from one RGB profile to another. It is immutable, so threads may share it, and keeps no reference to the
+/// profiles.
 class Transform {
 public:
-    /// `source` and `target` are ICC profiles as files. Throws `ProfileError` if one of them cannot be used, and
-    /// `std::bad_alloc`. `poll` is called now and then while the transform is made, and may throw.
+    /// `source` and `target` are the contents of ICC profiles. Throws `ProfileError` if one of them cannot be used, and
+    /// `std::bad_alloc`. `poll` is called repeatedly while the transform is created, and may throw.
     Transform(
         const Bytes& source, const Bytes& target, const TransformOptions& options, const Poll& poll = [] {});
     ~Transform();
     Transform(Transform&&) noexcept;
     Transform& operator=(Transform&&) noexcept;
 
-    /// Converts `pixels` interleaved pixels of `samples` samples, at least three, in the processor's byte order. The
-    /// first three are RGB; all others are copied. `dest` is `source` or does not overlap it. The result is rounded to
-    /// the nearest sample.
+    /// Converts `pixels` interleaved pixels of `samples` samples, at least three, in native byte order. The first three
+    /// are RGB; the others are copied. `dest` must be `source` or not overlap it. Results are rounded to the nearest
+    /// sample.
     void Convert(const std::uint8_t* source, std::uint8_t* dest, std::size_t pixels, unsigned samples = 3) const;
     void Convert(const std::uint16_t* source, std::uint16_t* dest, std::size_t pixels, unsigned samples = 3) const;
-    /// The same in place, for samples of 8 or 16 bits at any address.
+    /// Converts in place samples of 8 or 16 bits at any address.
     void Convert(unsigned char* data, unsigned bits, std::size_t pixels, unsigned samples = 3) const;
 
     Way way() const;
-    /// Why no faster way than pixel by pixel is taken; empty for other ways.
+    /// Why no way faster than `Way::PixelByPixel` is used; empty for the other ways.
     const std::string& reason() const;
     const TransformError& error() const;
 

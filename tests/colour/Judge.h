@@ -2,14 +2,14 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
 #include "colour/Transform.h"
-#include "support/ByteWriter.h"
+#include "judges/colours/Truth.h"
+#include "support/ProfileBuilder.h"
 
-// Reference conversions by Little CMS in doubles, and the errors of a transform against them.
+// The errors of a transform, compared with Little CMS in doubles.
 namespace hueweave::test {
 
 using colour::Transform;
@@ -18,19 +18,26 @@ using colour::Way;
 using Words = std::vector<std::uint16_t>;
 
 /// A grid, neutral colours and dark ones: interleaved 16-bit RGB.
-Words SampleColours();
+inline Words SampleColours() {
+    Words colours;
+    for (unsigned n = 0; n < 12 * 12 * 12; ++n) {
+        for (const unsigned i : {n / 144, n / 12 % 12, n % 12}) {
+            colours.push_back(static_cast<std::uint16_t>(i * 65535 / 11));
+        }
+    }
+    for (unsigned n = 0; n < 512; ++n) colours.insert(colours.end(), 3, static_cast<std::uint16_t>(n * n / 4));
+    Lcg random(7);
+    for (unsigned n = 0; n < 3 * 600; ++n)
+        colours.push_back(static_cast<std::uint16_t>(random.Sample() >> n / 3 % 3 * 2));
+    return colours;
+}
 
-/// The target's RGB, unclipped, for the source's RGB, both 0 to 1.
-std::vector<double> Truth(const Bytes& source, const Bytes& target, const TransformOptions& options,
-                          const std::vector<double>& rgb);
-
-struct Distance {
-    double mean, p999, largest;  ///< CIEDE2000, computed through the target's profile
-    double equal8;               ///< fraction of 8-bit samples equal to the rounded reference
-    int largest8;                ///< largest difference of an 8-bit sample from the reference
-};
-Distance Measure(const Transform& transform, const Bytes& source, const Bytes& target, const TransformOptions& options,
-                 const Words& colours = SampleColours());
+/// The high bytes of 16-bit samples.
+inline Bytes HighBytes(const Words& words) {
+    Bytes bytes;
+    for (const std::uint16_t word : words) bytes.push_back(static_cast<unsigned char>(word >> 8));
+    return bytes;
+}
 
 /// The converted samples, of 8 or 16 bits.
 template <typename Sample>
@@ -38,6 +45,22 @@ std::vector<Sample> Converted(const Transform& transform, const std::vector<Samp
     std::vector<Sample> converted(pixels.size());
     transform.Convert(pixels.data(), converted.data(), pixels.size() / samples, samples);
     return converted;
+}
+
+inline judge::Truth TruthOf(const Bytes& source, const Bytes& target, const TransformOptions& options) {
+    return {source, target, static_cast<int>(options.intent), options.blackPoint == colour::BlackPoint::Compensated};
+}
+
+struct Distance {
+    judge::Differences words;
+    judge::Rounding bytes;
+};
+inline Distance Measure(const Transform& transform, const Bytes& source, const Bytes& target,
+                        const TransformOptions& options, const Words& colours = SampleColours()) {
+    const judge::Truth truth = TruthOf(source, target, options);
+    const Bytes bytes = HighBytes(colours);
+    return {truth.Compare(judge::Pixels(colours), judge::Pixels(Converted(transform, colours))),
+            truth.CompareRounded(judge::Pixels(bytes), judge::Pixels(Converted(transform, bytes)), 255)};
 }
 
 }  // namespace hueweave::test

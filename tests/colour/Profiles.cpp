@@ -29,15 +29,16 @@ Bytes Saved(const Handle& profile) {
     return bytes;
 }
 
-Handle Blank(double version, cmsColorSpaceSignature colours, cmsColorSpaceSignature connection,
-             cmsProfileClassSignature kind) {
+Handle BlankRgb(double version, cmsColorSpaceSignature connection, cmsProfileClassSignature kind) {
     Handle profile(cmsCreateProfilePlaceholder(nullptr));
     cmsSetProfileVersion(profile.get(), version);
-    cmsSetColorSpace(profile.get(), colours);
+    cmsSetColorSpace(profile.get(), cmsSigRgbData);
     cmsSetPCS(profile.get(), connection);
     cmsSetDeviceClass(profile.get(), kind);
     return profile;
 }
+
+cmsUInt16Number Word(double fraction) { return static_cast<cmsUInt16Number>(std::lround(65535 * fraction)); }
 
 /// The contents of a device table for one intent.
 struct Model {
@@ -61,10 +62,8 @@ struct Model {
         cmsXYZ2Lab(nullptr, &lab, &xyz_);
         if (model.xyz) {
             cmsFloat2XYZEncoded(connection, &xyz_);
-        } else if (model.oldLab) {
-            cmsFloat2LabEncodedV2(connection, &lab);
         } else {
-            cmsFloat2LabEncoded(connection, &lab);
+            (model.oldLab ? cmsFloat2LabEncodedV2 : cmsFloat2LabEncoded)(connection, &lab);
         }
         return 1;
     }
@@ -76,32 +75,30 @@ struct Model {
         if (model.xyz) {
             cmsXYZEncoded2Float(&xyz_, connection);
         } else {
-            model.oldLab ? cmsLabEncoded2FloatV2(&lab, connection) : cmsLabEncoded2Float(&lab, connection);
+            (model.oldLab ? cmsLabEncoded2FloatV2 : cmsLabEncoded2Float)(&lab, connection);
             cmsLab2XYZ(nullptr, &xyz_, &lab);
         }
         Vector v{xyz_.X, xyz_.Y, xyz_.Z};
         for (std::size_t c = 0; c < 3; ++c) v[c] = (v[c] - kBlack * kD50[c]) / (1 - kBlack);
         const Vector light = Times(kInverse, v);
-        for (std::size_t c = 0; c < 3; ++c) {
-            const double sample = std::pow(std::clamp(light[c], 0.0, 1.0), 1 / model.exponent);
-            rgb[c] = static_cast<cmsUInt16Number>(std::lround(65535 * sample));
-        }
+        for (std::size_t c = 0; c < 3; ++c) rgb[c] = Word(std::pow(std::clamp(light[c], 0.0, 1.0), 1 / model.exponent));
         return 1;
     }
 };
 
-/// A power: as a table of 256 entries, the size in 8-bit tables, or as a formula.
-cmsStage* PowerStage(double exponent, bool formula) {
-    cmsUInt16Number table[256];
-    for (int i = 0; i < 256; ++i) {
-        table[i] = static_cast<cmsUInt16Number>(std::lround(65535 * std::pow(i / 255.0, exponent)));
-    }
-    cmsToneCurve* curve =
-        formula ? cmsBuildGamma(nullptr, exponent) : cmsBuildTabulatedToneCurve16(nullptr, 256, table);
+/// Frees the curve.
+cmsStage* CurveStage(cmsToneCurve* curve) {
     cmsToneCurve* all[] = {curve, curve, curve};
     cmsStage* stage = cmsStageAllocToneCurves(nullptr, 3, all);
     cmsFreeToneCurve(curve);
     return stage;
+}
+
+/// A power: as a table of 256 entries, the size in 8-bit tables, or as a formula.
+cmsStage* PowerStage(double exponent, bool formula) {
+    cmsUInt16Number table[256];
+    for (int i = 0; i < 256; ++i) table[i] = Word(std::pow(i / 255.0, exponent));
+    return CurveStage(formula ? cmsBuildGamma(nullptr, exponent) : cmsBuildTabulatedToneCurve16(nullptr, 256, table));
 }
 
 cmsStage* MatrixStage(const Matrix& matrix, double scale, const Vector& offset = {}) {
@@ -116,7 +113,6 @@ public:
         : device_(device), model_{1.8 + 0.2 * static_cast<double>(intent), device.xyz, device.version < 4} {}
 
     cmsPipeline* Forth() {
-        Start();
         if (device_.noGrid) {
             Add(PowerStage(model_.exponent, true));
             Vector offset;
@@ -132,7 +128,6 @@ public:
         return lut_;
     }
     cmsPipeline* Back() {
-        Start();
         Add(PowerStage(1, formula_));
         if (device_.matrix) AddMatrix(false);
         Add(Grid(Model::Back));
@@ -143,7 +138,6 @@ public:
 private:
     static constexpr double kXyz = 32768.0 / 65535.0;  ///< 1.0 in the XYZ encoding
 
-    void Start() { lut_ = cmsPipelineAlloc(nullptr, 3, 3); }
     void Add(cmsStage* stage) { cmsPipelineInsertStage(lut_, cmsAT_END, stage); }
     /// M curves and a matrix that mixes the channels slightly, in the order that the direction needs.
     void AddMatrix(bool forth) {
@@ -161,7 +155,7 @@ private:
     const TableDevice& device_;
     Model model_;
     const bool formula_ = device_.version >= 4;
-    cmsPipeline* lut_ = nullptr;
+    cmsPipeline* lut_ = cmsPipelineAlloc(nullptr, 3, 3);  ///< handed over by Forth or Back
 };
 
 }  // namespace
@@ -223,7 +217,7 @@ Bytes GammaBlock(double exponent) {
 Bytes TableBlock(const std::vector<double>& values) {
     ByteWriter out;
     out.Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(values.size()));
-    for (const double v : values) out.Big16(static_cast<unsigned>(std::lround(v * 65535)));
+    for (const double v : values) out.Big16(Word(v));
     return out.Done();
 }
 
@@ -231,15 +225,13 @@ Bytes SrgbFormula() { return ParaBlock(3, {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12
 
 double SrgbLight(double sample) { return sample <= 0.04045 ? sample / 12.92 : std::pow((sample + 0.055) / 1.055, 2.4); }
 
-Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, const char* kind) {
+double SrgbSample(double light) {
+    return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
+}
+
+Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, cmsProfileClassSignature kind) {
     ProfileBuilder profile;
-    const auto word = [](const char* text) {
-        std::uint32_t bits = 0;
-        for (int i = 0; i < 4; ++i) bits = bits << 8 | static_cast<unsigned char>(text[i]);
-        return bits;
-    };
-    profile.HeaderWord(8, version == 4 ? 0x04300000 : 0x02400000).HeaderWord(12, word(kind));
-    profile.HeaderWord(20, word("XYZ "));
+    profile.HeaderWord(8, version == 4 ? 0x04300000 : 0x02400000).HeaderWord(12, kind).HeaderWord(20, cmsSigXYZData);
     const Matrix matrix = ToXyz(gamut);
     const char* const colorants[] = {"rXYZ", "gXYZ", "bXYZ"};
     const char* const curves[] = {"rTRC", "gTRC", "bTRC"};
@@ -254,61 +246,39 @@ Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, const c
 
 Bytes TableProfile(const TableDevice& device) {
     const auto kind = device.screen ? cmsSigDisplayClass : device.target ? cmsSigOutputClass : cmsSigInputClass;
-    const Handle profile = Blank(device.version, cmsSigRgbData, device.xyz ? cmsSigXYZData : cmsSigLabData, kind);
+    const Handle profile = BlankRgb(device.version, device.xyz ? cmsSigXYZData : cmsSigLabData, kind);
     const cmsCIEXYZ paper{0.87, 0.90, 0.70};
     cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &paper);
     for (std::size_t intent = 0; intent < 3; ++intent) {
-        TableMaker maker(device, intent);
         const auto write = [&](cmsTagSignature tag, cmsPipeline* lut) {
             cmsPipelineSetSaveAs8bitsFlag(lut, device.bytes);
             if (!cmsWriteTag(profile.get(), tag, lut)) throw std::runtime_error("no table");
             cmsPipelineFree(lut);
         };
-        write(kForth[intent], maker.Forth());
-        if (device.target) write(kBack[intent], maker.Back());
+        write(kForth[intent], TableMaker(device, intent).Forth());
+        if (device.target) write(kBack[intent], TableMaker(device, intent).Back());
     }
     return Saved(profile);
 }
 
 Bytes FloatProfile(bool rough) {
-    const Handle profile = Blank(4.3, cmsSigRgbData, cmsSigXYZData, cmsSigInputClass);
+    const Handle profile = BlankRgb(4.3, cmsSigXYZData, cmsSigInputClass);
     cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
-    std::vector<float> light(1024);
-    for (std::size_t i = 0; i < light.size(); ++i) {
-        const double x = static_cast<double>(i) / 1023;
-        light[i] = static_cast<float>(rough ? 0.5 + 0.5 * std::sin(300 * x) : std::pow(x, 1.8));
+    std::vector<float> light;
+    for (int i = 0; i < 1024; ++i) {
+        light.push_back(static_cast<float>(rough ? 0.5 + 0.5 * std::sin(i * 300 / 1023.0) : std::pow(i / 1023.0, 1.8)));
     }
-    cmsToneCurve* curve = cmsBuildTabulatedToneCurveFloat(nullptr, 1024, light.data());
-    cmsToneCurve* all[] = {curve, curve, curve};
     cmsPipeline* lut = cmsPipelineAlloc(nullptr, 3, 3);
-    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 3, all));
-    cmsPipelineInsertStage(lut, cmsAT_END, MatrixStage(ToXyz(kGamutAdobe), 1));
+    for (cmsStage* stage : {CurveStage(cmsBuildTabulatedToneCurveFloat(nullptr, 1024, light.data())),
+                            MatrixStage(ToXyz(kGamutAdobe), 1)}) {
+        cmsPipelineInsertStage(lut, cmsAT_END, stage);
+    }
     if (!cmsWriteTag(profile.get(), cmsSigDToB0Tag, lut)) throw std::runtime_error("no elements");
     cmsPipelineFree(lut);
-    cmsFreeToneCurve(curve);
     return Saved(profile);
 }
 
 Bytes LcmsSrgb() { return Saved(Handle(cmsCreate_sRGBProfile())); }
-
-Bytes GreyProfile() {
-    cmsToneCurve* curve = cmsBuildGamma(nullptr, 2.2);
-    const Handle profile(cmsCreateGrayProfile(cmsD50_xyY(), curve));
-    cmsFreeToneCurve(curve);
-    return Saved(profile);
-}
-
-Bytes CmykProfile() { return Saved(Blank(2.4, cmsSigCmykData, cmsSigLabData, cmsSigOutputClass)); }
-
-Bytes LinkProfile() {
-    cmsToneCurve* curve = cmsBuildGamma(nullptr, 1.2);
-    cmsToneCurve* all[] = {curve, curve, curve};
-    const Handle profile(cmsCreateLinearizationDeviceLink(cmsSigRgbData, all));
-    cmsFreeToneCurve(curve);
-    return Saved(profile);
-}
-
-Bytes LabProfile() { return Saved(Handle(cmsCreateLab4Profile(nullptr))); }
 
 Bytes ArgyllProfile(const std::string& name) { return ReadFile(std::string(HUEWEAVE_COMMAND_INPUTS) + "/" + name); }
 

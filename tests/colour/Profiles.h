@@ -16,7 +16,6 @@ namespace hueweave::test {
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>;  ///< rows first
 
-/// The product with a matrix, and the inverse of a matrix.
 Vector Times(const Matrix& matrix, const Vector& vector);
 Matrix Times(const Matrix& one, const Matrix& other);
 Matrix Inverse(const Matrix& matrix);
@@ -43,11 +42,13 @@ Bytes GammaBlock(double exponent);
 Bytes TableBlock(const std::vector<double>& values);
 /// The sRGB curve as a formula, in a "para" block.
 Bytes SrgbFormula();
-/// The linear light of an sRGB sample of 0 to 1, by IEC 61966-2-1.
+/// The linear light of an sRGB sample by IEC 61966-2-1, and the inverse; both 0 to 1.
 double SrgbLight(double sample);
+double SrgbSample(double light);
 
-/// A profile of a matrix and curves, of class scanner unless `kind` says otherwise, with a D50 white point.
-Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version = 2, const char* kind = "scnr");
+/// A profile of a matrix and curves with a D50 white point.
+Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version = 2,
+                    cmsProfileClassSignature kind = cmsSigInputClass);
 
 /// A printer or scanner with tables: light is a power of the samples, above a black of 1 % of the white.
 struct TableDevice {
@@ -68,10 +69,6 @@ Bytes FloatProfile(bool rough);
 
 /// Built by Little CMS.
 Bytes LcmsSrgb();
-Bytes GreyProfile();
-Bytes CmykProfile();
-Bytes LinkProfile();
-Bytes LabProfile();
 
 /// Made by ArgyllCMS: "scanner.icc" and others.
 Bytes ArgyllProfile(const std::string& name);

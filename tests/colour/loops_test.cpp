@@ -22,6 +22,8 @@ using Floats = std::vector<float>;
 using Samples16 = std::vector<std::uint16_t>;
 
 constexpr std::int32_t kPoints[] = {5, 4, 3};
+constexpr Kind kKinds[] = {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear,
+                           Kind::Cube,   Kind::Root,   Kind::Adjust,     Kind::Round};
 
 double Uniform(Lcg& random, double low, double high) { return low + (high - low) * random.Next() / 0xffffff; }
 
@@ -111,6 +113,21 @@ Vector LoopsTest::Interpolated(const Vector& x, bool tetrahedra) const {
     return result;
 }
 
+/// The affine step that scales each channel.
+Step Scaled(float factor, float offset) {
+    Step step{};
+    step.kind = Kind::Affine;
+    for (int r = 0; r < 3; ++r) step.rows[r][r] = factor, step.rows[r][3] = offset;
+    return step;
+}
+
+/// Converts 16-bit RGB in place.
+Samples16 ConvertedBy(const colour::Loops& loops, const colour::Program& program, Samples16 colours) {
+    auto* const data = reinterpret_cast<unsigned char*>(colours.data());
+    loops.words(program, data, data, colours.size() / 3, 3);
+    return colours;
+}
+
 Vector LoopsTest::Reference(const Step& step, const Vector& x) const {
     constexpr double kBent = 216.0 / 24389, kSlope = 24389.0 / 27 / 116, kZero = 16.0 / 116;
     Vector y = x;
@@ -168,19 +185,14 @@ TEST_F(LoopsTest, StepsAreTheirFormulas) {
     const Samples16 colours = ColoursOf(3000);
     // Includes values slightly outside 0 to 1. A curve of random entries has slopes of up to 32, which turns float
     // rounding into errors of up to 0.15 of a sample.
-    for (const Kind kind : {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear, Kind::Cube, Kind::Root,
-                            Kind::Adjust, Kind::Round}) {
+    const Step widen = Scaled(1.1F, -0.05F);
+    for (const Kind kind : kKinds) {
         for (const bool wide : {false, true}) {
-            Step widen = Make(Kind::Affine), step = Make(kind);
-            for (int r = 0; r < 3; ++r) {
-                for (int c = 0; c < 4; ++c) widen.rows[r][c] = c == 3 ? -0.05F : c == r ? 1.1F : 0;
-            }
+            const Step step = Make(kind);
             const std::vector<Step> steps = wide ? std::vector{widen, step} : std::vector{step};
             const colour::Program program = ProgramOf(steps);
             for (const colour::Loops* loops : colour::AllLoops()) {
-                Samples16 reached(colours.size());
-                loops->words(program, reinterpret_cast<const unsigned char*>(colours.data()),
-                             reinterpret_cast<unsigned char*>(reached.data()), colours.size() / 3, 3);
+                const Samples16 reached = ConvertedBy(*loops, program, colours);
                 for (std::size_t i = 0; i < colours.size(); i += 3) {
                     Vector x{colours[i] / 65535.0, colours[i + 1] / 65535.0, colours[i + 2] / 65535.0};
                     if (wide) x = Reference(widen, x);
@@ -200,16 +212,10 @@ TEST_F(LoopsTest, StepsAreTheirFormulas) {
 TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
     // Values up to 1/64, multiplied by fifty after the rounding.
     for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535 / 64;
-    Step larger = Make(Kind::Affine);
-    for (int r = 0; r < 3; ++r) {
-        for (int c = 0; c < 4; ++c) larger.rows[r][c] = c == r ? 50 : 0;
-    }
-    const std::vector<Step> steps{Make(Kind::Round), larger};
+    const std::vector<Step> steps{Make(Kind::Round), Scaled(50, 0)};
     const Samples16 colours = ColoursOf(1000);
     for (const colour::Loops* loops : colour::AllLoops()) {
-        Samples16 reached = colours;
-        auto* data = reinterpret_cast<unsigned char*>(reached.data());
-        loops->words(ProgramOf(steps), data, data, colours.size() / 3, 3);
+        const Samples16 reached = ConvertedBy(*loops, ProgramOf(steps), colours);
         for (std::size_t i = 0; i < colours.size(); ++i) {
             const double place = colours[i] / 64.0;
             if (std::abs(place - std::floor(place) - 0.5) < 0.001) continue;  // a tie in float
@@ -222,9 +228,7 @@ TEST_F(LoopsTest, CurvesOfTheTargetAreExactNearBlackToo) {
     Samples16 colours(3 * 65536 / 2);
     for (std::size_t i = 0; i < colours.size(); ++i) colours[i] = static_cast<std::uint16_t>(i * 2 / 3);
     for (const colour::Loops* loops : colour::AllLoops()) {
-        Samples16 reached = colours;
-        auto* data = reinterpret_cast<unsigned char*>(reached.data());
-        loops->words(ProgramOf({}, true), data, data, colours.size() / 3, 3);
+        const Samples16 reached = ConvertedBy(*loops, ProgramOf({}, true), colours);
         for (std::size_t i = 0; i < colours.size(); ++i) {
             ASSERT_NEAR(reached[i], 65535 * std::pow(colours[i] / 65535.0, 1 / 2.4), 0.75) << loops->name << " " << i;
         }
@@ -244,16 +248,14 @@ TEST_F(LoopsTest, AllGiveTheSameBytesForAnyNumbers) {
             if (random.Below(every) == 0) value = odd[random.Below(std::size(odd))];
         }
     };
-    const Kind kinds[] = {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear,
-                          Kind::Cube,   Kind::Root,   Kind::Adjust,     Kind::Round};
     for (const bool disturbed : {false, true}) {
         if (disturbed) {
             for (Floats* values : {&bytes_, &words_, &curve_, &nodes_, &encoding_}) disturb(*values, 6);
         }
         for (unsigned n = 0; n < 120; ++n) {
             std::vector<Step> steps;
-            if (n < 8) steps.push_back(Make(kinds[n]));
-            for (unsigned i = 0; n >= 8 && i < n % 5; ++i) steps.push_back(Make(kinds[random.Below(8)]));
+            if (n < 8) steps.push_back(Make(kKinds[n]));
+            for (unsigned i = 0; n >= 8 && i < n % 5; ++i) steps.push_back(Make(kKinds[random.Below(8)]));
             const colour::Program program = ProgramOf(steps, random.Below(2) == 0);
             const unsigned samples = 3 + random.Below(3), pixels = random.Below(70);
             Bytes source(2 * samples * pixels + 1);

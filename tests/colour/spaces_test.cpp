@@ -20,64 +20,56 @@ namespace {
 
 using namespace colour;
 
+using Names = std::pair<std::string, const char*>;
+
 TEST(SpacesTest, AreFoundByNamesInAnyCase) {
     for (const Space& space : Spaces()) {
         EXPECT_EQ(FindSpace(space.name), &space) << space.name;
         EXPECT_EQ(NearestSpace(std::string(space.name) + "x"), space.name);
     }
-    struct Row {
-        const char *word, *name;
-    };
-    for (const Row& row : {Row{"sRGB", "srgb"}, Row{"sRGB IEC61966-2.1", "srgb"}, Row{"AdobeRGB1998", "adobe-rgb"},
-                           Row{"Adobe RGB (1998)", "adobe-rgb"}, Row{"P3", "display-p3"},
-                           Row{"DISPLAY P3", "display-p3"}, Row{"BT.2020", "rec2020"}, Row{"Rec. 2020", "rec2020"},
-                           Row{"ProPhotoRGB", "prophoto"}, Row{"ROMM RGB", "prophoto"}, Row{"eciRGB", "eci-rgb-v2"}}) {
-        ASSERT_NE(FindSpace(row.word), nullptr) << row.word;
-        EXPECT_EQ(FindSpace(row.word)->name, row.name) << row.word;
+    for (const auto& [word, name] :
+         {Names{"sRGB", "srgb"}, Names{"sRGB IEC61966-2.1", "srgb"}, Names{"AdobeRGB1998", "adobe-rgb"},
+          Names{"Adobe RGB (1998)", "adobe-rgb"}, Names{"P3", "display-p3"}, Names{"DISPLAY P3", "display-p3"},
+          Names{"Display-P3", "display-p3"}, Names{"BT.2020", "rec2020"}, Names{"Rec. 2020", "rec2020"},
+          Names{"ProPhotoRGB", "prophoto"}, Names{"ROMM RGB", "prophoto"}, Names{"eciRGB", "eci-rgb-v2"}}) {
+        ASSERT_NE(FindSpace(word), nullptr) << word;
+        EXPECT_EQ(FindSpace(word)->name, name) << word;
     }
     for (const char* word : {"", "rgb", "srgb2", "p4", "-"}) EXPECT_EQ(FindSpace(word), nullptr) << word;
 }
 
 TEST(SpacesTest, NearestSpaceIsThreeLettersAwayAtMost) {
-    EXPECT_EQ(NearestSpace("srbg"), "srgb");
-    EXPECT_EQ(NearestSpace("adobergb-g81"), "adobe-rgb-g18");
-    EXPECT_EQ(NearestSpace("prophot0"), "prophoto");
-    EXPECT_EQ(NearestSpace("prophxxx"), "prophoto");
-    EXPECT_EQ(NearestSpace("propxxxx"), "");
-    EXPECT_EQ(NearestSpace("xy"), "");
-    EXPECT_EQ(NearestSpace(""), "");
-    EXPECT_EQ(NearestSpace(std::string(5000, 's')), "");
+    for (const auto& [word, name] :
+         {Names{"srbg", "srgb"}, Names{"adobergb-g81", "adobe-rgb-g18"}, Names{"prophot0", "prophoto"},
+          Names{"prophxxx", "prophoto"}, Names{"propxxxx", ""}, Names{"xy", ""}, Names{"", ""},
+          Names{std::string(5000, 's'), ""}}) {
+        EXPECT_EQ(NearestSpace(word), name) << word.substr(0, 20);
+    }
 }
 
-/// Tags with the types of their data, such as "rTRCpara", in any order.
+/// The header's version, class and spaces, and the tags with the types of their data, such as "rTRCpara", in any order.
 std::vector<std::string> TagsOf(const colour::Bytes& profile) {
-    const auto word = [&](std::size_t at) {
-        return static_cast<std::size_t>(profile.at(at) << 24 | profile.at(at + 1) << 16 | profile.at(at + 2) << 8 |
-                                        profile.at(at + 3));
-    };
-    const auto text = [&](std::size_t at) {
-        return std::string(profile.begin() + static_cast<std::ptrdiff_t>(at),
-                           profile.begin() + static_cast<std::ptrdiff_t>(at) + 4);
-    };
-    std::vector<std::string> tags{text(12) + text(16) + text(20) + std::to_string(profile.at(8))};
-    for (std::size_t n = 0; n < word(128); ++n) tags.push_back(text(132 + 12 * n) + text(word(136 + 12 * n)));
+    const std::string text(profile.begin(), profile.end());
+    const auto word = [&](std::size_t at) { return std::size_t{profile.at(at + 2)} << 8 | profile.at(at + 3); };
+    std::vector<std::string> tags{std::to_string(profile.at(8)) + text.substr(12, 12)};
+    for (std::size_t at = 132; at < 132 + 12 * word(128); at += 12) {
+        tags.push_back(text.substr(at, 4) + text.substr(word(at + 4), 4));
+    }
     return tags;
 }
 
 TEST(TargetTest, ProfilesHaveTheTagsOfTheirVersion) {
     const Space& srgb = *FindSpace("srgb");
     EXPECT_THAT(TagsOf(*MakeTargetProfile(srgb, {}, 2)),
-                testing::UnorderedElementsAre("mntrRGB XYZ 2", "descdesc", "cprttext", "wtptXYZ ", "rXYZXYZ ",
+                testing::UnorderedElementsAre("2mntrRGB XYZ ", "descdesc", "cprttext", "wtptXYZ ", "rXYZXYZ ",
                                               "gXYZXYZ ", "bXYZXYZ ", "rTRCcurv", "gTRCcurv", "bTRCcurv"));
     EXPECT_THAT(TagsOf(*MakeTargetProfile(srgb, {}, 4)),
-                testing::UnorderedElementsAre("mntrRGB XYZ 4", "descmluc", "cprtmluc", "wtptXYZ ", "chadsf32",
+                testing::UnorderedElementsAre("4mntrRGB XYZ ", "descmluc", "cprtmluc", "wtptXYZ ", "chadsf32",
                                               "rXYZXYZ ", "gXYZXYZ ", "bXYZXYZ ", "rTRCpara", "gTRCpara", "bTRCpara"));
+    // They have no date.
     for (const Space& space : Spaces()) {
-        for (const int version : {2, 4}) {
-            const auto profile = MakeTargetProfile(space, {}, version);
-            ASSERT_TRUE(profile) << space.name;
-            EXPECT_EQ(profile, MakeTargetProfile(space, {}, version)) << "no date: " << space.name;
-        }
+        ASSERT_TRUE(MakeTargetProfile(space, {}, 2)) << space.name;
+        EXPECT_EQ(MakeTargetProfile(space, {}, 4), MakeTargetProfile(space, {}, 4)) << space.name;
     }
 }
 
@@ -100,6 +92,18 @@ TEST(TargetTest, OwnCurvesReplaceThatOfTheSpace) {
     }
 }
 
+TEST(TargetTest, BlackAndWhiteOfCurvesThatClipAreExact) {
+    ToneCurves clips;
+    for (auto& curve : clips) {
+        for (int i = 0; i < 256; ++i)
+            curve[static_cast<std::size_t>(i)] = static_cast<unsigned char>(std::clamp(2 * i - 100, 0, 255));
+    }
+    const Transform transform(*MakeTargetProfile(*FindSpace("srgb"), clips, 4),
+                              MatrixProfile(kGamutSrgb, GammaBlock(1)), {});
+    EXPECT_THAT(Converted(transform, Words{0, 0, 0, 65535, 65535, 65535}),
+                testing::ElementsAre(0, 0, 0, 65535, 65535, 65535));
+}
+
 TEST(TargetTest, CurvesThatFallHaveNoProfile) {
     ToneCurves curves;
     for (auto& curve : curves) std::iota(curve.begin(), curve.end(), static_cast<unsigned char>(0));
@@ -117,7 +121,6 @@ TEST(StagesTest, AffineStagesFollowEachOtherAsOne) {
     const AffineStage first{{{{1, 2, 0}, {0, 1, 0}, {0, 0, 3}}}, {0.5, 0, -1}};
     const AffineStage second = AffineStage::Diagonal({2, 3, 4}, {1, 0, 0});
     EXPECT_THAT(first.Apply({1, 1, 1}), testing::ElementsAre(3.5, 1, 2));
-    EXPECT_THAT(second.Apply({3.5, 1, 2}), testing::ElementsAre(8, 3, 8));
     EXPECT_THAT(second.After(first).Apply({1, 1, 1}), testing::ElementsAre(8, 3, 8));
     EXPECT_TRUE(AffineStage{}.IsIdentity());
     EXPECT_FALSE(second.IsIdentity());
@@ -147,8 +150,7 @@ TEST(StagesTest, AffineStagesAreMergedIntoAGridBeforeThem) {
     const auto& nodes = std::get<GridStage>(list.stages()[1]).nodes;
     for (std::size_t n = 0; n < 32; n += 4) {
         const auto x = static_cast<float>(n);
-        EXPECT_THAT(std::vector(nodes.begin() + static_cast<std::ptrdiff_t>(n),
-                                nodes.begin() + static_cast<std::ptrdiff_t>(n) + 3),
+        EXPECT_THAT(std::vector({nodes[n], nodes[n + 1], nodes[n + 2]}),
                     testing::ElementsAre(x + 1, x + 0.5F, 3 * x + 3));
     }
     EXPECT_TRUE(std::holds_alternative<RootStage>(list.stages()[2]));

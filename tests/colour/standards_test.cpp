@@ -22,10 +22,8 @@ struct Standard {
 };
 
 const Standard kStandards[] = {
-    {"srgb", kGamutSrgb, SrgbLight,
-     [](double x) { return x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055; }},
-    {"display-p3", kGamutP3, SrgbLight,
-     [](double x) { return x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055; }},
+    {"srgb", kGamutSrgb, SrgbLight, SrgbSample},
+    {"display-p3", kGamutP3, SrgbLight, SrgbSample},
     // ITU-R BT.2020 with the 12-bit constants: alpha 1.0993, beta 0.0181.
     {"rec2020", kGamut2020,
      [](double x) { return x < 4.5 * 0.0181 ? x / 4.5 : std::pow((x + 0.0993) / 1.0993, 1 / 0.45); },
@@ -43,7 +41,7 @@ Bytes ProfileOf(const char* name, int version = 4) {
     return *colour::MakeTargetProfile(*colour::FindSpace(name), {}, version);
 }
 
-/// Samples of 0 to 1 in `to`, clipped to its gamut.
+/// Samples of 0 to 1 in `to`, cut to its gamut.
 Vector Expected(const Standard& from, const Standard& to, const Vector& rgb) {
     Vector light;
     for (std::size_t c = 0; c < 3; ++c) light[c] = from.light(rgb[c]);
@@ -52,40 +50,42 @@ Vector Expected(const Standard& from, const Standard& to, const Vector& rgb) {
     return result;
 }
 
-class StandardPairs : public testing::TestWithParam<std::tuple<int, int>> {
+struct Pair {
+    std::size_t from, to;  ///< indices of standards
+};
+
+class StandardPairs : public testing::TestWithParam<Pair> {
 protected:
-    const Standard& from_ = kStandards[static_cast<std::size_t>(std::get<0>(GetParam()))];
-    const Standard& to_ = kStandards[static_cast<std::size_t>(std::get<1>(GetParam()))];
+    const Standard &from_ = kStandards[GetParam().from], &to_ = kStandards[GetParam().to];
+    template <typename Sample>
+    void ExpectTheSamplesOfTheStandards(const std::vector<Sample>& colours) const {
+        constexpr double kTop = static_cast<Sample>(-1);
+        const auto pixels = judge::Pixels(colours);
+        const auto converted = Converted(transform_, colours);
+        std::size_t other = 0;
+        for (std::size_t n = 0; n < pixels.size(); ++n) {
+            const Vector wanted = Expected(from_, to_, pixels[n]);
+            for (std::size_t c = 0; c < 3; ++c) {
+                // A matrix in a profile is rounded to multiples of 1/65536, and three channels add their errors; the
+                // target's curve, steepest near black, amplifies the sum.
+                const double light = to_.light(wanted[c]), error = 3.0 / 65536;
+                const double allowed =
+                    to_.sample(std::min(light + error, 1.0)) - to_.sample(std::max(light - error, 0.0));
+                ASSERT_NEAR(converted[3 * n + c], kTop * wanted[c], 0.5 + kTop * allowed) << "colour " << n;
+                other += std::lround(kTop * wanted[c]) != converted[3 * n + c] ? 1U : 0U;
+            }
+        }
+        EXPECT_TRUE(sizeof(Sample) == 2 || 100 * other <= colours.size()) << other;
+    }
+
     // Version 2 has tables instead of formulas.
     const Transform transform_{ProfileOf(from_.name), ProfileOf(to_.name, 2), {}};
 };
 
 TEST_P(StandardPairs, GiveTheSamplesOfTheStandards) {
     EXPECT_EQ(transform_.way(), Way::Matrix);
-    const Words colours = SampleColours();
-    const Words words = Converted(transform_, colours);
-    Bytes bytes;
-    for (const std::uint16_t word : colours) bytes.push_back(static_cast<unsigned char>(word >> 8));
-    const Bytes converted = Converted(transform_, bytes);
-    std::size_t equal = 0;
-    for (std::size_t i = 0; i < colours.size(); i += 3) {
-        const Vector wanted16 =
-            Expected(from_, to_, {colours[i] / 65535.0, colours[i + 1] / 65535.0, colours[i + 2] / 65535.0});
-        const Vector wanted8 = Expected(from_, to_, {bytes[i] / 255.0, bytes[i + 1] / 255.0, bytes[i + 2] / 255.0});
-        for (std::size_t c = 0; c < 3; ++c) {
-            // A matrix in a profile is rounded to multiples of 1/65536, and three channels add their errors; the
-            // target's curve, steepest near black, amplifies the sum.
-            const auto allowed = [&](double sample) {
-                const double light = to_.light(sample), error = 3.0 / 65536;
-                return to_.sample(std::min(light + error, 1.0)) - to_.sample(std::max(light - error, 0.0));
-            };
-            ASSERT_NEAR(words[i + c], 65535 * wanted16[c], 0.5 + 65535 * allowed(wanted16[c])) << "colour " << i / 3;
-            ASSERT_NEAR(converted[i + c], 255 * wanted8[c], 0.5 + 255 * allowed(wanted8[c])) << "colour " << i / 3;
-            const bool off = std::lround(255 * wanted8[c]) != converted[i + c];
-            equal += off ? 0 : 1;
-        }
-    }
-    EXPECT_GE(static_cast<double>(equal), 0.99 * static_cast<double>(colours.size()));
+    ExpectTheSamplesOfTheStandards(SampleColours());
+    ExpectTheSamplesOfTheStandards(HighBytes(SampleColours()));
 }
 
 TEST_P(StandardPairs, KeepWhiteAndBlackAndNeutralColours) {
@@ -103,43 +103,35 @@ TEST_P(StandardPairs, KeepWhiteAndBlackAndNeutralColours) {
     }
 }
 
-std::string NameOfPair(const testing::TestParamInfo<std::tuple<int, int>>& info) {
-    std::string name = std::string(kStandards[static_cast<std::size_t>(std::get<0>(info.param))].name) + "_to_" +
-                       kStandards[static_cast<std::size_t>(std::get<1>(info.param))].name;
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
-}
-// Every space is a source once and a target once.
+// Every space is a source and a target.
 INSTANTIATE_TEST_SUITE_P(Spaces, StandardPairs,
-                         testing::Values(std::tuple(0, 1), std::tuple(1, 0), std::tuple(2, 5), std::tuple(3, 2),
-                                         std::tuple(4, 3), std::tuple(5, 4), std::tuple(0, 5), std::tuple(3, 0)),
-                         NameOfPair);
+                         testing::Values(Pair{0, 1}, Pair{1, 0}, Pair{2, 5}, Pair{3, 2}, Pair{4, 3}, Pair{5, 4},
+                                         Pair{0, 5}, Pair{3, 0}),
+                         [](const auto& pair) {
+                             std::string name = std::string(kStandards[pair.param.from].name) + "_to_" +
+                                                kStandards[pair.param.to].name;
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name;
+                         });
 
-TEST(StandardsTest, RedOfSrgbInDisplayP3) {
-    // (234, 51, 35) of 255: the CSS Color 4 conversion of color(srgb 1 0 0) to display-p3, 0.9175 0.2003 0.1386.
-    const Transform transform(ProfileOf("srgb"), ProfileOf("display-p3"), {});
-    EXPECT_THAT(Converted(transform, Bytes{255, 0, 0}), testing::ElementsAre(234, 51, 35));
-    const Words red = Converted(transform, Words{65535, 0, 0});
-    EXPECT_NEAR(red[0] / 65535.0, 0.9175, 0.0001);
-    EXPECT_NEAR(red[1] / 65535.0, 0.2003, 0.0002);
-    EXPECT_NEAR(red[2] / 65535.0, 0.1386, 0.0002);
-}
-
-TEST(StandardsTest, RedOfDisplayP3IsCutToThatOfSrgb) {
-    const Transform transform(ProfileOf("display-p3"), ProfileOf("srgb"), {});
-    EXPECT_THAT(Converted(transform, Words{65535, 0, 0}), testing::ElementsAre(65535, 0, 0));
+TEST(StandardsTest, RedsOfSrgbAndDisplayP3) {
+    const Transform wider(ProfileOf("srgb"), ProfileOf("display-p3"), {});
+    // The CSS Color 4 conversion of color(srgb 1 0 0) to display-p3: 0.9175 0.2003 0.1386.
+    EXPECT_THAT(Converted(wider, Bytes{255, 0, 0}), testing::ElementsAre(234, 51, 35));
+    const auto red = judge::Pixels(Converted(wider, Words{65535, 0, 0}))[0];
+    EXPECT_THAT(red, testing::Pointwise(testing::DoubleNear(0.0001), {0.9175, 0.2003, 0.1386}));
+    const Transform narrower(ProfileOf("display-p3"), ProfileOf("srgb"), {});
+    EXPECT_THAT(Converted(narrower, Words{65535, 0, 0}), testing::ElementsAre(65535, 0, 0));
 }
 
 TEST(StandardsTest, DarkNeutralColoursOfLinearScansStayNeutral) {
     const Bytes scan = MatrixProfile(kGamutSrgb, GammaBlock(1));
     for (const char* name : {"srgb", "adobe-rgb", "prophoto", "eci-rgb-v2"}) {
-        const Transform transform(scan, ProfileOf(name), {});
-        const Words converted = Converted(transform, Words{150, 150, 150});
+        const Words converted = Converted(Transform(scan, ProfileOf(name), {}), Words{150, 150, 150});
         EXPECT_THAT(converted, testing::Each(converted[0])) << name;
+        // The linear part of the curve: 12.92 times the sample.
+        EXPECT_TRUE(name != std::string("srgb") || converted[0] == 1938) << converted[0];
     }
-    // The linear part of the curve: 12.92 times the sample.
-    const Transform transform(scan, ProfileOf("srgb"), {});
-    EXPECT_THAT(Converted(transform, Words{150, 150, 150}), testing::Each(1938));
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "command/support/Picture.h"
-#include "judges/colours/Truth.h"
+#include "support/ByteWriter.h"
 
 namespace hueweave::test {
 namespace {
@@ -155,19 +155,21 @@ std::string PaddedProfile(std::size_t more, int mark) {
     return profile;
 }
 
+std::vector<judge::Rgb> PixelsOf(const Picture& picture, std::size_t step) {
+    std::vector<judge::Rgb> pixels;
+    const double top = picture.bits == 8 ? 255.0 : 65535.0;
+    for (std::size_t i = 0; i + 2 < picture.values.size(); i += 3 * step) {
+        const std::uint16_t* const rgb = &picture.values[i];
+        pixels.push_back({rgb[0] / top, rgb[1] / top, rgb[2] / top});
+    }
+    return pixels;
+}
+
 double MeanDifference(const std::string& source, const std::string& profile, int intent, const std::string& converted) {
     const Picture before = ReadPictures(source)[0], after = ReadPictures(converted)[0];
-    const auto truth = judge::Truth::WithoutCompensation(judge::ReadFile(profile),
-                                                         judge::Bytes(after.icc.begin(), after.icc.end()), intent);
-    double sum = 0;
-    std::size_t count = 0;
-    const double top = before.bits == 8 ? 255.0 : 65535.0;
-    for (std::size_t i = 0; i + 2 < before.values.size(); i += 3 * 7, ++count) {
-        judge::Rgb device, mine;
-        for (std::size_t c = 0; c < 3; ++c) device[c] = before.values[i + c] / top, mine[c] = after.values[i + c] / top;
-        sum += truth.Difference(truth.Of(device), mine);
-    }
-    return sum / static_cast<double>(count);
+    const auto truth =
+        judge::Truth::WithoutCompensation(ReadFile(profile), Bytes(after.icc.begin(), after.icc.end()), intent);
+    return truth.Compare(PixelsOf(before, 7), PixelsOf(after, 7)).mean;
 }
 
 }  // namespace hueweave::test

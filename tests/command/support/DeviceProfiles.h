@@ -8,6 +8,10 @@
 #include <cmath>
 #include <memory>
 #include <string>
+#include <vector>
+
+#include "command/support/Picture.h"
+#include "judges/colours/Truth.h"
 
 namespace hueweave::test {
 
@@ -63,6 +67,9 @@ void WriteEmptyProfile(const std::string& path);
 
 /// The scanner's profile with this many zeros appended, and a mark of 0 to 59 in its date.
 std::string PaddedProfile(std::size_t more, int mark = 0);
+
+/// Every `step`-th pixel of an RGB image.
+std::vector<judge::Rgb> PixelsOf(const Picture& picture, std::size_t step = 1);
 
 /// The mean CIEDE2000 between two 16-bit files: `converted`, with its embedded profile, and `source` under `profile`,
 /// both by Little CMS in floating point. The source is first clipped to the gamut of the other.

@@ -7,25 +7,42 @@
 
 #include <lcms2.h>
 
+#include <algorithm>
 #include <array>
-#include <fstream>
-#include <iterator>
+#include <cmath>
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
-#include <string>
 #include <utility>
 #include <vector>
 
+#include "support/ByteWriter.h"
+
 namespace hueweave::judge {
 
-using Bytes = std::vector<unsigned char>;
+using test::Bytes;
 using Rgb = std::array<double, 3>;  ///< 0 to 1
 
-inline Bytes ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw std::runtime_error("cannot open " + path);
-    return {std::istreambuf_iterator<char>(file), {}};
+/// The pixels of interleaved samples of 8 or 16 bits.
+template <typename Sample>
+std::vector<Rgb> Pixels(const std::vector<Sample>& samples) {
+    constexpr double kTop = static_cast<Sample>(-1);
+    std::vector<Rgb> pixels(samples.size() / 3);
+    for (std::size_t i = 0; i < 3 * pixels.size(); ++i) pixels[i / 3][i % 3] = samples[i] / kTop;
+    return pixels;
 }
+
+/// CIEDE2000 between converted pixels and the reference.
+struct Differences {
+    double mean = 0, p999 = 0, largest = 0;
+    std::size_t undefined = 0;  ///< colours for which Little CMS gives NaN
+};
+
+/// Converted samples compared with the rounded reference.
+struct Rounding {
+    double equal = 0;  ///< fraction of samples
+    double most = 0;   ///< largest difference of a sample
+};
 
 class Truth {
 public:
@@ -57,12 +74,39 @@ public:
         for (double& value : result) value = value < 0 ? 0 : value > 1 ? 1 : value;
         return result;
     }
-    /// CIEDE2000 between two colours of the target, computed through its own profile.
-    double Difference(const Rgb& one, const Rgb& other) const {
-        cmsCIELab labs[2];
-        cmsDoTransform(seen_.get(), one.data(), &labs[0], 1);
-        cmsDoTransform(seen_.get(), other.data(), &labs[1], 1);
-        return cmsCIE2000DeltaE(&labs[0], &labs[1], 1, 1, 1);
+    /// Compares `converted` with the reference for `pixels`. CIEDE2000 is computed through the target's own profile.
+    Differences Compare(const std::vector<Rgb>& pixels, const std::vector<Rgb>& converted) const {
+        Differences result;
+        std::vector<double> all;
+        for (std::size_t n = 0; n < pixels.size(); ++n) {
+            const Rgb wanted = Of(pixels[n]);
+            cmsCIELab labs[2];
+            cmsDoTransform(seen_.get(), wanted.data(), &labs[0], 1);
+            cmsDoTransform(seen_.get(), converted.at(n).data(), &labs[1], 1);
+            const double difference = cmsCIE2000DeltaE(&labs[0], &labs[1], 1, 1, 1);
+            if (std::isfinite(difference)) all.push_back(difference);
+        }
+        if (all.empty()) throw std::runtime_error("has no colours");
+        std::sort(all.begin(), all.end());
+        for (const double difference : all) result.mean += difference / static_cast<double>(all.size());
+        result.p999 = all[all.size() - 1 - all.size() / 1000];
+        result.largest = all.back();
+        result.undefined = pixels.size() - all.size();
+        return result;
+    }
+    /// The same by samples, whose largest value is `top`.
+    Rounding CompareRounded(const std::vector<Rgb>& pixels, const std::vector<Rgb>& converted, double top) const {
+        Rounding result;
+        for (std::size_t n = 0; n < pixels.size(); ++n) {
+            const Rgb wanted = Of(pixels[n]);
+            for (std::size_t c = 0; c < 3; ++c) {
+                const double off = std::abs(std::round(wanted[c] * top) - std::round(converted.at(n)[c] * top));
+                result.equal += off == 0 ? 1 : 0;
+                result.most = std::fmax(result.most, off);
+            }
+        }
+        result.equal /= 3.0 * static_cast<double>(pixels.size());
+        return result;
     }
 
 private:

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// judge_colours [--precision exact|library] [--intent 0..3] [--compensate] TARGET SOURCE...: the differences between
-// each source profile's colours in the target and those of Little CMS in doubles. TARGET is an output space or a
+// judge_colours exact|library INTENT auto|compensated TARGET SOURCE...: the differences between each source profile's
+// colours in the target and those of Little CMS in doubles. INTENT is the ICC number, TARGET an output space or a
 // profile. Prints one line per source with tab-separated fields; `run` builds tables from them.
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <random>
@@ -27,6 +25,7 @@ namespace colour = hueweave::colour;
 namespace {
 
 using namespace hueweave::judge;
+using hueweave::test::ReadFile;
 
 struct Options {
     bool library = false;
@@ -35,25 +34,14 @@ struct Options {
     std::vector<std::string> sources;
 };
 
-Options Parse(int count, char** words) {
+Options Parse(const std::vector<std::string>& words) {
+    if (words.size() < 5) throw std::runtime_error("usage: judge_colours PRECISION INTENT BLACK TARGET SOURCE...");
     Options options;
-    int n = 1;
-    const auto is = [&](const char* name) { return n < count && std::strcmp(words[n], name) == 0; };
-    const auto value = [&] { return n + 1 < count ? words[++n] : throw std::runtime_error("a value is missing"); };
-    for (; n < count && words[n][0] == '-'; ++n) {
-        if (is("--precision")) {
-            options.library = value() == std::string("library");
-        } else if (is("--intent")) {
-            options.transform.intent = static_cast<colour::RenderingIntent>(std::stoi(value()));
-        } else if (is("--compensate")) {
-            options.transform.blackPoint = colour::BlackPoint::Compensated;
-        } else {
-            throw std::runtime_error("unknown option " + std::string(words[n]));
-        }
-    }
-    if (count - n < 2) throw std::runtime_error("usage: judge_colours [options] TARGET SOURCE...");
-    options.target = words[n++];
-    options.sources.assign(words + n, words + count);
+    options.library = words[0] == "library";
+    options.transform.intent = static_cast<colour::RenderingIntent>(std::stoi(words[1]));
+    if (words[2] == "compensated") options.transform.blackPoint = colour::BlackPoint::Compensated;
+    options.target = words[3];
+    options.sources.assign(words.begin() + 4, words.end());
     return options;
 }
 
@@ -65,12 +53,6 @@ struct Judged {
     colour::Bytes target;
     std::function<void(unsigned char* data, unsigned bits, std::size_t pixels)> convert;
 };
-
-const colour::Space& FindSpace(const std::string& name) {
-    const colour::Space* const space = colour::FindSpace(name);
-    if (space == nullptr) throw std::runtime_error("no such space");
-    return *space;
-}
 
 Judged Exact(const colour::Bytes& source, const Options& options) {
     const colour::Space* const space = colour::FindSpace(options.target);
@@ -84,7 +66,8 @@ Judged Exact(const colour::Bytes& source, const Options& options) {
 Judged Library(const colour::Bytes& source, const Options& options) {
     colour::Rendering rendering;
     rendering.intent = static_cast<ICC40::ICCFILE::Intent>(options.transform.intent);
-    rendering.space = &FindSpace(options.target);
+    rendering.space = colour::FindSpace(options.target);
+    if (rendering.space == nullptr) throw std::runtime_error("no such space");
     const colour::EngineProfile engine = colour::PrepareProfile(source, rendering.intent, [] {});
     const auto bytes = std::make_shared<const colour::LibraryConverter>(engine.data, rendering, 8);
     const auto words = std::make_shared<const colour::LibraryConverter>(engine.data, rendering, 16);
@@ -113,77 +96,17 @@ std::vector<std::uint16_t> Greys() {
 }
 
 template <typename Sample>
-constexpr double kTop = static_cast<Sample>(-1);
-
-template <typename Sample>
 std::vector<Sample> Converted(const Judged& judged, std::vector<Sample> samples) {
     judged.convert(reinterpret_cast<unsigned char*>(samples.data()), 8 * sizeof(Sample), samples.size() / 3);
     return samples;
 }
 
-template <typename Sample>
-Rgb Pixel(const std::vector<Sample>& samples, std::size_t n) {
-    return {samples[3 * n] / kTop<Sample>, samples[3 * n + 1] / kTop<Sample>, samples[3 * n + 2] / kTop<Sample>};
-}
-
-// The figures
-
-/// CIEDE2000 between the 16-bit samples and the reference.
-struct Differences {
-    double mean = 0, p999 = 0, largest = 0;
-    std::size_t undefined = 0;  ///< colours for which Little CMS gives NaN
-};
-
-Differences Compare(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& samples) {
-    const auto reached = Converted(judged, samples);
-    std::vector<double> all;
-    Differences result;
-    for (std::size_t n = 0; n < samples.size() / 3; ++n) {
-        const double difference = truth.Difference(truth.Of(Pixel(samples, n)), Pixel(reached, n));
-        if (std::isfinite(difference)) {
-            all.push_back(difference);
-        } else {
-            ++result.undefined;
-        }
-    }
-    if (all.empty()) throw std::runtime_error("has no colours");
-    std::sort(all.begin(), all.end());
-    for (const double difference : all) result.mean += difference / static_cast<double>(all.size());
-    result.p999 = all[all.size() - 1 - all.size() / 1000];
-    result.largest = all.back();
-    return result;
-}
-
-/// 8-bit samples compared with the rounded reference.
-struct Rounding {
-    double equal = 0;  ///< percentage of samples
-    double most = 0;   ///< largest difference
-};
-
-Rounding CompareBytes(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& words) {
-    std::vector<std::uint8_t> samples;
-    for (const std::uint16_t word : words) samples.push_back(static_cast<std::uint8_t>(word >> 8));
-    const auto reached = Converted(judged, samples);
-    Rounding result;
-    std::size_t equal = 0;
-    for (std::size_t n = 0; n < samples.size() / 3; ++n) {
-        const Rgb wanted = truth.Of(Pixel(samples, n));
-        for (std::size_t c = 0; c < 3; ++c) {
-            const double off = std::abs(std::round(wanted[c] * 255) - reached[3 * n + c]);
-            equal += off == 0;
-            result.most = std::fmax(result.most, off);
-        }
-    }
-    result.equal = 100.0 * static_cast<double>(equal) / static_cast<double>(samples.size());
-    return result;
-}
-
 /// By how many 16-bit steps more or less two channels of a neutral colour differ than in the reference.
 double Tint(const Judged& judged, const Truth& truth, const std::vector<std::uint16_t>& greys) {
-    const auto reached = Converted(judged, greys);
+    const auto pixels = Pixels(greys), reached = Pixels(Converted(judged, greys));
     double most = 0;
-    for (std::size_t n = 0; n < greys.size() / 3; ++n) {
-        const Rgb wanted = truth.Of(Pixel(greys, n)), pixel = Pixel(reached, n);
+    for (std::size_t n = 0; n < pixels.size(); ++n) {
+        const Rgb wanted = truth.Of(pixels[n]), pixel = reached[n];
         for (std::size_t c = 0; c < 3; ++c) {
             const std::size_t next = (c + 1) % 3;
             most = std::fmax(most, std::abs((pixel[c] - pixel[next]) - (wanted[c] - wanted[next])) * 65535);
@@ -200,10 +123,15 @@ void Judge(const std::string& path, const Options& options) {
     const Truth truth = options.library ? Truth::WithoutCompensation(source, judged.target, intent)
                                         : Truth(source, judged.target, intent, compensated);
     const auto colours = Colours(), greys = Greys();
-    const Differences all = Compare(judged, truth, colours), neutral = Compare(judged, truth, greys);
-    const Rounding bytes = CompareBytes(judged, truth, colours);
+    const auto compare = [&](const auto& samples) {
+        return truth.Compare(Pixels(samples), Pixels(Converted(judged, samples)));
+    };
+    const Differences all = compare(colours), neutral = compare(greys);
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint16_t word : colours) bytes.push_back(static_cast<std::uint8_t>(word >> 8));
+    const Rounding rounding = truth.CompareRounded(Pixels(bytes), Pixels(Converted(judged, bytes)), 255);
     std::printf("%s\t%s\t%.5f\t%.4f\t%.4f\t%.4f\t%.0f\t%.4f\t%.2f\t%zu\n", path.c_str(), judged.way.c_str(), all.mean,
-                all.p999, all.largest, bytes.equal, bytes.most, neutral.largest, Tint(judged, truth, greys),
+                all.p999, all.largest, 100 * rounding.equal, rounding.most, neutral.largest, Tint(judged, truth, greys),
                 all.undefined);
 }
 
@@ -211,7 +139,7 @@ void Judge(const std::string& path, const Options& options) {
 
 int main(int count, char** words) {
     try {
-        const Options options = Parse(count, words);
+        const Options options = Parse({words + 1, words + count});
         for (const std::string& source : options.sources) {
             try {
                 Judge(source, options);

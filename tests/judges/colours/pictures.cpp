@@ -6,8 +6,6 @@
 // doubles.
 #include <tiffio.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -20,6 +18,7 @@
 namespace {
 
 using namespace hueweave::judge;
+using hueweave::test::ReadFile;
 
 struct Picture {
     std::uint32_t width = 0, height = 0;
@@ -61,14 +60,9 @@ void Judge(char** paths) {
         throw std::runtime_error("the pictures differ in size or depth");
     }
     const Truth truth(ReadFile(paths[0]), ReadFile(paths[1]), INTENT_PERCEPTUAL, false);
-    double sum = 0, largest = 0;
-    for (std::size_t n = 0; n < source.pixels.size(); ++n) {
-        const double difference = truth.Difference(truth.Of(source.pixels[n]), result.pixels[n]);
-        if (!std::isfinite(difference)) throw std::runtime_error("Little CMS gives no number");
-        sum += difference;
-        largest = std::max(largest, difference);
-    }
-    std::printf("%.5f %.5f\n", sum / static_cast<double>(source.pixels.size()), largest);
+    const Differences differences = truth.Compare(source.pixels, result.pixels);
+    if (differences.undefined != 0) throw std::runtime_error("Little CMS gives no number");
+    std::printf("%.5f %.5f\n", differences.mean, differences.largest);
 }
 
 }  // namespace

@@ -1,19 +1,19 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Changes the library or the command one small piece at a time and sees whether a test fails.
+"""Mutation testing: changes one small piece of the library or the command at a time and checks that a test fails.
 
-run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE] [--every] [--suites NAME,...]
+    run.py FOLDER [--count N] [--seed S] [--jobs J] [--only SUBSTRING] [--guards FILE] [--every] [--suites NAME,...]
 
-Copies the tree to FOLDER, picks N places evenly over Source/{engine,units,color,iccfile,tiff,support}, colour and
-apps/hueweave, or over those of them whose path contains SUBSTRING, and for each builds the suites that look at it and
-runs them until one fails. Prints a line a mutant, then the share of killed mutants. The lines stand in
-FOLDER/mutants.txt as well, where the next run with the same FOLDER looks up what was judged already. A mutant that does
-not compile is not counted; one that makes a suite take a minute longer than it takes without is killed by it, and its
-line says "too slow", since a busy machine does the same. With --guards the mutants are those of a list, see
-tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of broken files looks at the library as well.
+Copies the tree to FOLDER, draws N mutants of Source, colour and apps/hueweave, or of the files there whose path
+contains SUBSTRING, and for each builds the suites of its folder and runs them until one fails. Prints one line per
+mutant and the percentage of killed mutants. The lines are also written to FOLDER/mutants.txt; the next run with the same
+FOLDER does not judge these mutants again. Mutants that do not compile are not counted. A suite that takes a minute
+longer than without the mutant kills it; the line then says "too slow", because a busy machine has the same effect. With
+--guards, the mutants are those of a list, see tests/meta/mutation/guards.txt and tool_guards.txt, and the suite of
+broken files judges the library as well. --suites runs the suites NAME,... for all mutants.
 
-With --every all suites run to their end, and FOLDER/kills.txt names every test that notices a mutant, from which cover.py
-chooses the tests that are enough. --suites takes the suites NAME,... for all places.
+With --every, all suites run to their end, and FOLDER/kills.txt names every test that notices a mutant, from which
+cover.py chooses the tests that are enough.
 """
 import argparse
 import concurrent.futures
@@ -58,7 +58,7 @@ SUITES = {
     "iccfile": ["unit_iccfile", "unit_engine", "pipeline", "hostile_alloc", "hostile"],
     "tiff": ["unit_tiff", "pipeline", "unit_engine", "hostile_io", "hostile_alloc", "hostile"],
     "support": ["unit_support"],
-    "colour": COMMAND,
+    "colour": ["colour", *COMMAND],
     "hueweave": COMMAND,
 }
 PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hostile/", "command": "command/"}
@@ -73,7 +73,7 @@ GUARD_SUITES = {
     "color": ["unit_color", "hostile"],
     "support": ["hostile", "unit_support"],
     "base": ["unit_base", "unit_units", "unit_iccfile", "unit_tiff", "unit_engine", "hostile"],
-    "colour": COMMAND,
+    "colour": ["colour", *COMMAND],
     "hueweave": COMMAND,
 }
 # Access past the end of an array is detected, as by the sanitizers of `make test-all`, and ends the process; this needs
@@ -104,7 +104,7 @@ SWAPS = [
 
 
 def piece_of(path):
-    """The key of a source in the lists of suites."""
+    """The key of a source file in SUITES and GUARD_SUITES."""
     return path.parts[0] if path.parts[0] == "colour" else path.parts[1]
 
 
@@ -114,7 +114,7 @@ def last_digit(match):
 
 
 def sites(path):
-    """Every mutant of a file: (line number, changed line, what was done)."""
+    """All mutants of a file: (line number, changed line, description)."""
     found = []
     for number, line in enumerate(path.read_text().splitlines()):
         code = line.split("//")[0]
@@ -145,7 +145,7 @@ def all_mutants():
 
 
 def listed_guards(path):
-    """The mutants of a list: a guard and what takes its place."""
+    """The mutants of a list of guards. Each guard must be in the source exactly once, or once in its N-th line."""
     mutants = []
     for line in path.read_text().splitlines():
         if not line or line.startswith("#"):
@@ -163,14 +163,14 @@ def listed_guards(path):
 
 
 def copy_changed(source, target):
-    """As a new file, so that what an earlier run built from a mutant of it is built again."""
+    """Copies a changed file as a new one, so that ninja rebuilds what an earlier run built from a mutant."""
     if not os.path.exists(target) or not filecmp.cmp(source, target, shallow=False):
         shutil.copyfile(source, target)
         shutil.copymode(source, target)
 
 
 class Worker:
-    """One copy of the tree, built once and then a piece at a time."""
+    """A copy of the tree, built once and then again for each mutant."""
 
     def __init__(self, folder, suites):
         self.tree = folder
@@ -189,11 +189,11 @@ class Worker:
                 raise SystemExit(f"{folder}: {suite} cannot be built")
             start = time.monotonic()
             if self.suite_status(suite):
-                raise SystemExit(f"{folder}: {suite} fails as it is and can judge nothing")
+                raise SystemExit(f"{folder}: {suite} fails without a mutant")
             self.limits[suite] = time.monotonic() - start + MORE_SECONDS
 
     def run(self, *command, seconds=BUILD_SECONDS, output=subprocess.DEVNULL):
-        """The exit status; what is still running then, or after the time, is ended."""
+        """Returns the exit status. Kills what is still running then, or after this time."""
         process = subprocess.Popen(command, cwd=self.tree, env=self.environment, stdin=subprocess.DEVNULL,
                                    stdout=output, stderr=subprocess.DEVNULL, start_new_session=True)
         try:
@@ -228,7 +228,7 @@ class Worker:
         return self.run(*command, seconds=self.limits.get(suite, BUILD_SECONDS), output=output)
 
     def killers(self, suite):
-        """Every test of a suite that fails. One during which the program ends is left out of the next try."""
+        """All tests of a suite that fail. A test during which the program ends is left out of the next try."""
         found = set()
         for _ in range(MOST_ENDS):
             left = "*" + (f"-{':'.join(sorted(found))}" if found else "")
@@ -277,7 +277,7 @@ class Worker:
 
 
 def drawn(mutants, seed):
-    """In an order that follows from each mutant and the seed alone: a change elsewhere leaves the draw as it is."""
+    """Sorts mutants by a hash of each one and the seed, so that changes elsewhere do not change the draw."""
     return sorted(mutants, key=lambda m: hashlib.sha256(f"{seed} {m[0]} {m[2].strip()} {m[3]}".encode()).digest())
 
 

@@ -3,7 +3,7 @@
 //
 // Prints a digest of every table that an engine builds and of every file that it writes, one per line. Two builds of
 // the library agree bit for bit if this program prints the same for both. It links only the core, so that it runs under
-// an emulator; the profiles that it builds are computed in integers only.
+// an emulator; its profiles are computed in integers only.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -16,15 +16,14 @@
 #include "color/CLCH.h"
 #include "engine/CIccEngineS.h"
 #include "engine/kernels/Kernels.h"
-#include "support/ByteWriter.h"
+#include "support/MiniProfile.h"
+#include "support/ProfileBuilder.h"
 #include "support/TempDir.h"
 #include "tiff/CTiff.h"
 
 namespace {
 
-using hueweave::test::Bytes;
-using hueweave::test::ByteWriter;
-using hueweave::test::TempDir;
+using namespace hueweave::test;
 using ICC40::ICC_ENG_S4::CIccEngineS;
 using ICC40::ICCFILE::ColorSpaceSignature;
 using ICC40::ICCFILE::Intent;
@@ -53,73 +52,29 @@ private:
 
 struct Shape {
     const char* name;
-    int points, inputEntries, outputEntries;
+    unsigned points, inputEntries, outputEntries;
     bool smooth;
 };
 constexpr Shape kShapes[] = {{"smooth-33", 33, 1024, 256, true}, {"smooth-17", 17, 256, 4096, true},
                              {"smooth-9", 9, 4096, 3, true},     {"random-5", 5, 17, 2, false},
                              {"random-25", 25, 3, 256, false},   {"random-2", 2, 2, 17, false}};
 
-/// The linear congruential generator of Numerical Recipes.
-class Random {
-public:
-    unsigned Word16() {
-        state_ = state_ * 1664525U + 1013904223U;
-        return state_ >> 16;
-    }
-
-private:
-    std::uint32_t state_ = 2026;
-};
-
-Bytes Table(const Shape& shape) {
-    Random random;
-    ByteWriter block;
-    block.Text("mft2").Big32(0).U8(3).U8(3).U8(static_cast<unsigned>(shape.points)).U8(0).Fill(36);
-    block.Big16(static_cast<unsigned>(shape.inputEntries)).Big16(static_cast<unsigned>(shape.outputEntries));
-    const auto curve = [&](int entries, unsigned bend) {
-        for (int i = 0; i < entries; ++i) {
-            const auto x = static_cast<std::uint64_t>(i) * 65535U / static_cast<unsigned>(entries - 1);
-            block.Big16(static_cast<unsigned>((x * (65535U - bend) + bend * (x * x / 65535U)) / 65535U));
-        }
-    };
-    for (unsigned c = 0; c < 3; ++c) curve(shape.inputEntries, 20000 + 9000 * c);
-    const auto level = [&](int node, unsigned top) {
-        return static_cast<unsigned>(node) * top / static_cast<unsigned>(shape.points - 1);
-    };
-    for (int r = 0; r < shape.points; ++r) {
-        for (int g = 0; g < shape.points; ++g) {
-            for (int b = 0; b < shape.points; ++b) {
-                if (!shape.smooth) {
-                    for (int c = 0; c < 3; ++c) block.Big16(random.Word16());
-                    continue;
-                }
-                block.Big16(level(r, 16320) + level(g, 42000) + level(b, 6900));
-                block.Big16(32768 + level(r, 17000) - level(g, 19000) + level(b, 2000));
-                block.Big16(32768 + level(r, 9000) + level(g, 13000) - level(b, 22000));
-            }
-        }
-    }
-    for (unsigned c = 0; c < 3; ++c) curve(shape.outputEntries, 5000 + 2000 * c);
-    return block.Align(4).Done();
-}
-
 Bytes Profile(const Shape& shape) {
-    const Bytes table = Table(shape);
-    const auto size = static_cast<std::uint32_t>(table.size());
-    ByteWriter file;
-    file.Big32(132 + 48 + size + 20)
-        .Text("none")
-        .Big32(0x02400000)
-        .Text("scnrRGB Lab ")
-        .Fill(12, 7)
-        .Text("acsp")
-        .Fill(88, 9);
-    file.Big32(4);
-    for (const char* name : {"A2B0", "A2B1", "A2B2"}) file.Text(name).Big32(180).Big32(size);
-    file.Text("wtpt").Big32(180 + size).Big32(20);
-    file.Append(table).Text("XYZ ").Big32(0).Big32(62000).Big32(65536).Big32(50000);
-    return file.Done();
+    const auto curve = [](unsigned entries, std::uint64_t bend) {
+        Curve values = RampCurve(entries);
+        for (std::uint16_t& x : values) {
+            x = static_cast<std::uint16_t>((x * (65535U - bend) + bend * (std::uint64_t{x} * x / 65535U)) / 65535U);
+        }
+        return values;
+    };
+    MiniLut lut{{}, shape.points, shape.smooth ? LabGrid(shape.points) : ScatteredGrid(shape.points, 2026), {}};
+    for (unsigned c = 0; c < 3; ++c) {
+        lut.input[c] = curve(shape.inputEntries, 20000 + 9000 * c);
+        lut.output[c] = curve(shape.outputEntries, 5000 + 2000 * c);
+    }
+    ProfileBuilder profile;
+    for (const char* name : {"A2B0", "A2B1", "A2B2"}) profile.Raw(name, Mft2(lut));
+    return profile.Xyz("wtpt", 62000, 65536, 50000).Build();
 }
 
 void DigestTables(const CIccEngineS& engine, const std::string& name) {
@@ -137,7 +92,7 @@ void DigestTables(const CIccEngineS& engine, const std::string& name) {
 /// Colour conversions that no engine uses, as the bits of their doubles.
 void DigestColours() {
     using ColorLch::CLCH;
-    Random random;
+    Lcg random(2026);
     Digest digest;
     CLCH color(63195.0, 65535.0, 54073.0);
     const auto add = [&digest](double value) {
@@ -151,9 +106,9 @@ void DigestColours() {
     for (int i = 0; i < 20000; ++i) {
         color.SetColorSpace(static_cast<ColorLch::ColorSpace>(i % 4));
         // One call per statement: compilers differ in the order in which they evaluate arguments.
-        const double r = random.Word16() / 257.0;
-        const double g = random.Word16() / 257.0;
-        const double b = random.Word16() / 257.0;
+        const double r = random.Sample() / 257.0;
+        const double g = random.Sample() / 257.0;
+        const double b = random.Sample() / 257.0;
         color.PutData_RGB(r, g, b);
         for (double value : {color.X, color.Y, color.Z}) add(value);
     }
@@ -166,10 +121,10 @@ void DigestKernels(const CIccEngineS& engine, bool wide, const std::string& name
                                               &engine.Lut3D[0][0],
                                               {engine.Lut1DOutR, engine.Lut1DOutG, engine.Lut1DOutB}};
     constexpr int kPixels = 20011;  // not a multiple of the block size
-    Random random;
+    Lcg random(2026);
     Bytes pixels(6 * kPixels);
     for (std::size_t at = 0; at < pixels.size(); at += 2) {
-        const auto sample = static_cast<std::uint16_t>(random.Word16());
+        const auto sample = static_cast<std::uint16_t>(random.Sample());
         if (wide) {
             std::memcpy(pixels.data() + at, &sample, 2);  // in native byte order
         } else {
@@ -198,18 +153,18 @@ void DigestKernels(const CIccEngineS& engine, bool wide, const std::string& name
 
 /// A file in the library's own layout whose image has every sample value.
 void SavePicture(const std::string& path, int bits, const std::string& profile) {
-    Random random;
+    Lcg random(2026);
     Orvix_Tiff_STL2::CTiff image;
     image.CreateNew(256, 64, 300, 3, bits, 1);
     unsigned char* to = image.GetImageBuf();
-    for (std::size_t i = 0; i < image.ImageBytes(); ++i) to[i] = static_cast<unsigned char>(random.Word16() >> 8);
+    for (std::size_t i = 0; i < image.ImageBytes(); ++i) to[i] = static_cast<unsigned char>(random.Sample() >> 8);
     image.SetIccProfile(profile.c_str());
     image.SaveFile(path.c_str());
 }
 
 void Digests(const Shape& shape, const TempDir& dir) {
     const std::string profile = dir.File("profile.icc");
-    hueweave::test::WriteFile(profile, Profile(shape));
+    WriteFile(profile, Profile(shape));
     const auto engine = std::make_unique<CIccEngineS>();
     for (int space = 8; space < 40; ++space) {
         const int input = space % 2;
@@ -230,14 +185,14 @@ void Digests(const Shape& shape, const TempDir& dir) {
         SavePicture(source, 8 + 8 * width, profile);
         engine->Conversion(source.c_str(), dest.c_str());
         Digest files;
-        files.Block(hueweave::test::ReadFile(source));
-        files.Block(hueweave::test::ReadFile(dest));
+        files.Block(ReadFile(source));
+        files.Block(ReadFile(dest));
         engine->File.SaveFile(profile.c_str());
-        files.Block(hueweave::test::ReadFile(profile));
+        files.Block(ReadFile(profile));
         files.Print(std::string(shape.name) + " files of width " + std::to_string(width));
         engine->Adjust_Lch(-3.7, 12.2, 33.0);
         DigestTables(*engine, std::string(shape.name) + " adjusted, width " + std::to_string(width));
-        hueweave::test::WriteFile(profile, Profile(shape));
+        WriteFile(profile, Profile(shape));
         engine->Unit.ProfileName.reset();
     }
 }
