@@ -16,7 +16,7 @@ help:
 	@echo "make accuracy       compare colours with Little CMS in doubles for 134 profiles and write docs/accuracy.md (some minutes)"
 	@echo "make fuzz           run each fuzz target for SECONDS=60"
 	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and run them"
-	@echo "make many-inputs    run nearly seven million broken inputs, always the same ones"
+	@echo "make many-inputs    run nearly four million broken inputs, always the same ones"
 	@echo "make faults         make every system call and allocation of the command fail; kill it; close its streams"
 	@echo "make memcheck       run the suites that decode files under valgrind"
 	@echo "make lint           run clang-tidy, cppcheck, shellcheck and other static checks"

@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
-#include <limits>
 #include <stdexcept>
 
 /// Messages of the library about broken files would hide those of the fuzzer.
@@ -50,15 +49,6 @@ int FuzzInput::Int() {
     if (how < 224) return static_cast<int>(U32());
     const std::int64_t edge = kEdges[Below(std::size(kEdges))] + Between(-1, 1);
     return static_cast<int>(static_cast<std::uint32_t>(edge));
-}
-
-std::uint64_t FuzzInput::Length() {
-    static constexpr std::uint64_t kEdges[] = {0xffffffffU, 0x100000000U, std::uint64_t{1} << 63,
-                                               std::numeric_limits<std::uint64_t>::max()};
-    const unsigned how = U8();
-    if (how < 200) return Below(17);
-    if (how < 240) return Below(300);
-    return kEdges[Below(std::size(kEdges))] - Below(3);
 }
 
 double FuzzInput::Double() {

@@ -47,8 +47,6 @@ public:
     }
     /// Any int: half of the time a small one, else one at or next to the limits of the usual widths.
     int Int();
-    /// A size argument: mostly small, sometimes at the limits of 32 or 64 bits.
-    std::uint64_t Length();
     /// Any double: colours, limits, infinities and NaN.
     double Double();
     /// The next bytes, at most `count`, as a separate input.

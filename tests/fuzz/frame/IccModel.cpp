@@ -139,23 +139,6 @@ void CheckCurved(const CLut& lut, const std::string& name, const Bytes& block) {
     CheckCurves(lut.aCurves, block, lut.aCurveOffset, a2b ? in : out, left);
 }
 
-void CheckHeader(const ProfileHeader& header, const Bytes& file) {
-    const std::uint32_t words[] = {
-        header.profileSize,   header.cmmType,       header.profileVersion, header.deviceClass,
-        header.colorSpace,    header.pcs,           header.magic,          header.platform,
-        header.profileFlags,  header.manufacturer,  header.model,          header.renderingIntent,
-        header.illuminant[0], header.illuminant[1], header.illuminant[2],  header.creator};
-    const std::uint64_t places[] = {0, 4, 8, 12, 16, 20, 36, 40, 44, 48, 52, 64, 68, 72, 76, 80};
-    for (std::size_t i = 0; i < 16; ++i) Require(words[i] == Big32At(file, places[i]), "word of the header");
-    for (std::size_t i = 0; i < 6; ++i) Require(header.dateTime[i] == Big16At(file, 24 + 2 * i), "date");
-    const auto bytes = [&](const auto& field, std::size_t at) {
-        for (const unsigned byte : field) Require(byte == ByteAt(file, at++), "bytes of the header");
-    };
-    bytes(header.attributes, 56);
-    bytes(header.profileId, 84);
-    bytes(header.headerReserved, 100);
-}
-
 }  // namespace
 
 void CheckTag(const iccTagBase& tag, const std::string& name, const Bytes& block) {
@@ -185,8 +168,7 @@ void CheckTag(const iccTagBase& tag, const std::string& name, const Bytes& block
     if (const auto* lut = dynamic_cast<const CLut*>(&tag)) CheckCurved(*lut, name, block);
 }
 
-void CheckProfile(const IccFile4& profile, const Bytes& file, const test::TagList& tags) {
-    CheckHeader(profile.header, file);
+void CheckTagsOf(const IccFile4& profile, const test::TagList& tags) {
     Require(profile.tagList.size() == tags.size(), "number of tags");
     for (std::size_t i = 0; i < tags.size() && i <= 200; ++i) {  // enough of a thousand identical ones
         const std::string& name = tags[i].first;

@@ -46,11 +46,9 @@ using Mutator = void (*)(Block& block);
 void MutateIcc(Block& file);
 /// A TIFF file: changes one field of an entry, or moves, grows or removes an entry or its data.
 void MutateTiff(Block& file);
-/// A tag's block of any type: sets a count, an entry, a channel number or a grid size to the limits of the units or to
-/// what just fits in the block; or makes the block slightly too short.
+/// A tag's block of any type: sets a count, an offset, a channel number or a grid size to the limits of the units; or
+/// makes the block just long enough, or slightly too short.
 void MutateTag(Block& block);
-/// A block of curves and a grid: the same, and its offsets.
-void MutateCurvedTag(Block& block);
 
 /// An input whose first `prefix` bytes steer the target, followed by a file: half of the mutations are those of the
 /// format, the others the fuzzing engine's own; one in four changes the steering bytes. Returns the new size.

@@ -23,8 +23,6 @@
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
-/// Defined if a sanitizer is linked: sets a function that it calls before it ends the process.
-extern "C" __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
 extern "C" __attribute__((weak)) std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                                      std::size_t maxSize, unsigned seed);
 
@@ -52,28 +50,13 @@ const char* keepAs = nullptr;    ///< where an input that ends the process is sa
 const Bytes* current = nullptr;  ///< the current input
 
 /// Makes only calls that are allowed in a signal handler.
-void KeepInput() {
-    if (keepAs == nullptr || current == nullptr) return;
-    const int handle = open(keepAs, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (handle < 0) return;
-    [[maybe_unused]] const ssize_t done = write(handle, current->data(), current->size());
-    close(handle);
-}
-
 extern "C" void KeepAndEnd(int number) {
-    KeepInput();
+    const int handle = keepAs == nullptr ? -1 : open(keepAs, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (handle >= 0 && current != nullptr) {
+        [[maybe_unused]] const ssize_t done = write(handle, current->data(), current->size());
+    }
     std::signal(number, SIG_DFL);
     std::raise(number);
-}
-
-/// A sanitizer has its own handlers for faults, and calls back when it ends the process.
-void WatchForTheEnd() {
-    for (const int number : {SIGABRT, SIGALRM}) std::signal(number, KeepAndEnd);
-    if (__sanitizer_set_death_callback != nullptr) {
-        __sanitizer_set_death_callback(KeepInput);
-    } else {
-        for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL}) std::signal(number, KeepAndEnd);
-    }
 }
 
 /// In a separate block, so that a sanitizer detects access to the first byte past the end.
@@ -134,7 +117,9 @@ int main(int count, char** arguments) {
         std::fprintf(stderr, "no input\n");
         return EXIT_FAILURE;
     }
-    WatchForTheEnd();
+    for (const int number : {SIGABRT, SIGALRM, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
+        if (keepAs != nullptr) std::signal(number, KeepAndEnd);  // else a sanitizer's own handler stays
+    }
     const std::size_t changes = inputs > files.size() ? (inputs - 1) / files.size() : 0;
     for (const fs::path& file : files) {
         std::fprintf(stderr, "%s\n", file.c_str());

@@ -25,8 +25,6 @@ using Sow = std::function<void(const std::string& name, const Bytes& file)>;
 
 /// Profiles: every tag type at every length, tables of 0 to 8 channels, 0 to 34 points, 0 to 4097 entries.
 void SowProfiles(const Sow& sow);
-/// Blocks of tables of curves and a grid, valid and with each of their offsets and counts wrong.
-void SowCurvedBlocks(const Sow& sow);
 /// TIFF files for every image layout and every type of entry, truncated and out of order.
 void SowTiffs(const Sow& sow);
 /// TIFF files written by libtiff, in every layout that the command converts, in both byte orders and as BigTIFF.

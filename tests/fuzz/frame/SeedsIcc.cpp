@@ -12,13 +12,11 @@ using namespace test;
 Bytes OneTag(std::string_view name, const Bytes& block) { return MiniProfile({{name, block}}); }
 
 /// A table in an A2B0 tag, `spare` bytes longer or shorter than its contents.
-Bytes Table(const char* type, const LutShape& shape, int spare = 0) {
-    ByteWriter out = TableHead(type, shape, 0x10000);
-    Lcg values(static_cast<std::uint32_t>(shape.inputs * 7 + shape.outputs * 31 + shape.points));
-    const int count = shape.inputs * shape.inputEntries + shape.points * shape.points * shape.points * shape.outputs +
-                      shape.outputs * shape.outputEntries;
-    for (int i = 0; i < count; ++i) out.Big16(values.Sample());
-    Bytes block = out.Done();
+Bytes Table(const char* type, LutShape shape, int spare = 0) {
+    shape.inputKind = shape.outputKind = CurveKind::Random;
+    shape.grid = GridKind::Random;
+    const LutContents lut = MakeLut(shape);
+    Bytes block = TableHead(type, shape, 0x10000).Big16s(lut.input).Big16s(lut.grid).Big16s(lut.output).Done();
     block.resize(static_cast<std::size_t>(static_cast<int>(block.size()) + spare));
     return OneTag("A2B0", block);
 }
@@ -84,15 +82,10 @@ Bytes Patched(const Bytes& sound, std::initializer_list<std::pair<std::size_t, s
 /// Tag tables: shared, empty, overlapping, pointing outside, without end.
 void SowTagTables(const Sow& sow) {
     const Bytes sound = MiniProfile({{"A2B0", Mft2(SmoothLut(2))}, {"wtpt", XyzBlock(63190, 65536, 54061)}});
-    for (std::size_t size = 0; size <= 160; size += 4) {
+    for (std::size_t size = 0; size < sound.size(); size += size < 160 ? 4 : 50) {
         Bytes cut = sound;
         cut.resize(size);
         sow(Name("cut", size), cut);
-    }
-    for (const std::size_t part : {2U, 3U, 10U}) {
-        Bytes cut = sound;
-        cut.resize(cut.size() - cut.size() / part);
-        sow(Name("cut-by-a-part-of", part), cut);
     }
     const auto size = static_cast<std::uint32_t>(sound.size());
     for (const std::uint32_t word : {0U, 1U, 3U, 28U, 1000000U, 0x7fffffffU, 0x80000000U, 0xfffffffdU, 0xffffffffU}) {
@@ -117,8 +110,7 @@ CurvedLutSpec SoundCurved(int inputs, int outputs, int points, int entries) {
     return Curved(MakeLut({inputs, outputs, points, entries, entries}, inputs), CurveLayout::Stepped);
 }
 
-}  // namespace
-
+/// Blocks of tables of curves and a grid, valid and with each of their offsets and counts wrong.
 void SowCurvedBlocks(const Sow& sow) {
     for (int inputs = 1; inputs <= 4; ++inputs) {
         for (int outputs = 1; outputs <= 3; ++outputs) {
@@ -155,6 +147,8 @@ void SowCurvedBlocks(const Sow& sow) {
     contents.type = "mBA ";
     sow("curved-back", EncodeCurved(contents));
 }
+
+}  // namespace
 
 void SowProfiles(const Sow& sow) {
     SowSimpleTags(sow);

@@ -76,8 +76,7 @@ private:
 
     /// The result of converting some pixels; a run that is refused leaves them unchanged.
     Bytes Probe(std::size_t e) const {
-        Bytes pixels;
-        for (unsigned i = 0; i < 48; ++i) pixels.push_back(static_cast<unsigned char>(i * 53 + i / 3));
+        Bytes pixels = ScatteredBytes(48, 1);
         const std::int32_t answer = kEngines[e].convert(pixels.data(), pixels.data(), 8);
         Require(answer == (status_[e] == kNone ? -1 : 0), "answer to a probe");
         return pixels;
@@ -105,9 +104,7 @@ private:
     }
     void Adjust(std::size_t e) {
         const double lightness = input_.Double(), chroma = input_.Double(), hue = input_.Double();
-        Bytes curve(256);
-        const unsigned step = input_.U8();
-        for (unsigned i = 0; i < 256; ++i) curve[i] = static_cast<unsigned char>(i * step + i);
+        Bytes curve = ScatteredBytes(256, input_.U8());
         const Bytes before = curve;
         const unsigned missing = input_.U8();
         const int count = input_.Int();

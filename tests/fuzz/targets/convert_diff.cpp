@@ -7,8 +7,6 @@
 #include <array>
 #include <cstring>
 #include <memory>
-#include <utility>
-#include <vector>
 
 #include "FuzzInput.h"
 #include "engine/CIccEngineS.h"
@@ -23,17 +21,26 @@ using namespace ICC40::ICC_ENG_S4;
 
 constexpr std::size_t kValues = 65536;
 
-/// An engine and the reference with the same tables, kept between runs because they are large.
+std::int32_t DrawNode(Scatter& scatter) {
+    const std::size_t how = scatter.Below(6);
+    return how == 0 ? 0 : how == 1 ? 65535 : how == 2 ? 65280 : scatter.Sample();
+}
+
+/// An engine and the reference with the same tables. The six tetrahedra of a cell have nodes of their own, so that the
+/// result shows which of them is used where fractions are equal.
 struct Pair {
     std::unique_ptr<CIccEngineS> engine = std::make_unique<CIccEngineS>();
     test::ReferenceEngine reference{{}};
-    std::vector<std::size_t> cells;                              ///< indices of non-blank cells
-    std::vector<std::pair<std::size_t, std::size_t>> samples{};  ///< channel and sample of each non-blank entry
 
     Pair() {
-        std::memset(engine->Lut3D, 0, sizeof engine->Lut3D);
-        reference.cells.resize(4096);
         Scatter scatter(99);
+        reference.cells.resize(4096);
+        for (test::ReferenceCell& cell : reference.cells) {
+            for (std::size_t record = 0; record < 6; ++record) {
+                for (auto& entry : cell[record]) SetEdges(entry, test::kTetrahedra[record], scatter);
+            }
+        }
+        std::memcpy(engine->Lut3D, reference.cells.data(), sizeof engine->Lut3D);
         std::uint32_t* const tables[3] = {engine->Lut1DOutR, engine->Lut1DOutG, engine->Lut1DOutB};
         for (std::size_t c = 0; c < 3; ++c) {
             reference.in[c].resize(kValues);
@@ -41,41 +48,19 @@ struct Pair {
             for (std::size_t i = 0; i < kValues; ++i) reference.out[c].push_back(tables[c][i] = scatter.Sample());
         }
     }
+    static void SetEdges(std::array<std::int32_t, 4>& entry, const std::size_t (&axes)[3], Scatter& scatter) {
+        std::array<std::int32_t, 4> corner{};
+        for (auto& value : corner) value = DrawNode(scatter);
+        if (scatter.Below(8) == 0) corner.fill(corner[0]);
+        entry[0] = corner[0] * 4096;
+        for (std::size_t i = 0; i < 3; ++i) entry[1 + axes[i]] = corner[i + 1] - corner[i];
+    }
     std::unique_ptr<std::uint32_t[]>& Input(std::size_t channel) const {
         return channel == 0 ? engine->Lut1DInR : channel == 1 ? engine->Lut1DInG : engine->Lut1DInB;
     }
+    /// The cell and the fraction of a sample on the axis of its channel.
     void SetInput(std::size_t channel, std::size_t sample, std::uint32_t packed) {
         Input(channel)[sample] = reference.in[channel][sample] = packed;
-    }
-    void SetCell(std::size_t cell, Scatter& scatter) {
-        cells.push_back(cell);
-        const bool flat = scatter.Below(8) == 0;
-        for (std::size_t record = 0; record < 6; ++record) {
-            for (std::size_t c = 0; c < 3; ++c) {
-                std::array<std::int32_t, 4> corner{};
-                for (auto& value : corner) value = Node(scatter);
-                if (flat) corner.fill(corner[0]);
-                std::array<std::int32_t, 4>& entry = reference.cells[cell][record][c];
-                entry[0] = corner[0] * 4096;
-                for (std::size_t i = 0; i < 3; ++i) {
-                    entry[1 + test::kTetrahedra[record][i]] = corner[i + 1] - corner[i];
-                }
-                std::copy(entry.begin(), entry.end(), engine->Lut3D[cell][record][c]);
-            }
-        }
-    }
-    void Clear() {
-        for (const auto& [channel, sample] : samples) SetInput(channel, sample, 0);
-        for (const std::size_t cell : cells) {
-            reference.cells[cell] = {};
-            std::memset(engine->Lut3D[cell], 0, sizeof engine->Lut3D[cell]);
-        }
-        samples.clear();
-        cells.clear();
-    }
-    static std::int32_t Node(Scatter& scatter) {
-        const std::size_t how = scatter.Below(6);
-        return how == 0 ? 0 : how == 1 ? 65535 : how == 2 ? 65280 : scatter.Sample();
     }
 };
 
@@ -84,14 +69,11 @@ struct Palette {
     std::array<std::array<std::uint32_t, 2>, 3> cells{};
     std::array<std::uint32_t, 6> fractions{0, 4095, 1};
 
-    Palette(FuzzInput& input, Pair& pair, Scatter& scatter) {
+    explicit Palette(FuzzInput& input) {
         for (auto& axis : cells) {
             for (auto& cell : axis) cell = static_cast<std::uint32_t>(input.Below(16));
         }
         for (std::size_t i = 3; i < fractions.size(); ++i) fractions[i] = static_cast<std::uint32_t>(input.Below(4096));
-        for (unsigned n = 0; n < 8; ++n) {
-            pair.SetCell((cells[0][n / 4] * 16 + cells[1][n / 2 % 2]) * 16 + cells[2][n % 2], scatter);
-        }
     }
     std::uint32_t Packed(std::size_t channel, Scatter& scatter) const {
         const std::uint32_t cell = cells[channel][scatter.Below(2)];
@@ -142,7 +124,7 @@ void RunTarget(FuzzInput& input) {
     const bool wide = input.Bool();
     const std::size_t at = input.Below(8), ahead = 1 + input.Below(40);
     const int count = static_cast<int>(input.Below(100));
-    const Palette palette(input, pair, scatter);
+    const Palette palette(input);
     pair.engine->Unit.InputSpace = wide ? ICC40::ICCFILE::CsRGB_16 : ICC40::ICCFILE::CsRGB_8;
     pair.engine->InEntries = wide ? 65536 : 256;
     pair.reference.inputSpace = wide ? 1 : 0;
@@ -152,7 +134,6 @@ void RunTarget(FuzzInput& input) {
         // Values from the input first, then random ones.
         const std::size_t sample = (input.Empty() ? scatter.Sample() : input.U16()) & (wide ? 0xffffU : 0xffU);
         const auto channel = static_cast<std::size_t>(i % 3);
-        pair.samples.emplace_back(channel, sample);
         pair.SetInput(channel, sample, palette.Packed(channel, scatter));
         pixels.push_back(static_cast<unsigned char>(sample & 0xff));
         if (wide) pixels.push_back(static_cast<unsigned char>(sample >> 8));
@@ -164,7 +145,6 @@ void RunTarget(FuzzInput& input) {
     Require(!wide || run == pixels, "the source stays");
     CheckKernels(pair, pixels, expected, count, wide, at);
     if (wide && count > 0) CheckAhead(pair, pixels, count, ahead);
-    pair.Clear();
 }
 
 }  // namespace hueweave::fuzz

@@ -72,8 +72,8 @@ void CheckError(const Transform& transform) {
 }
 
 template <typename Sample>
-void CheckPixels(const Transform& transform, unsigned samples, std::size_t split, std::uint32_t seed) {
-    Scatter scatter(seed);
+void CheckPixels(const Transform& transform, unsigned samples, std::size_t split) {
+    Scatter scatter(samples);
     std::vector<Sample> source(kPixels * samples), dest(source.size());
     for (Sample& sample : source) sample = static_cast<Sample>(scatter.Sample());
     // The ends of the range, and neutral colours.
@@ -96,13 +96,6 @@ void CheckPixels(const Transform& transform, unsigned samples, std::size_t split
     }
 }
 
-void CheckAllPixels(const Transform& transform, FuzzInput& steering) {
-    const unsigned samples = 3 + static_cast<unsigned>(steering.Below(4));
-    const std::size_t split = steering.Below(256);
-    CheckPixels<std::uint8_t>(transform, samples, split, samples);
-    CheckPixels<std::uint16_t>(transform, samples, split, samples);
-}
-
 }  // namespace
 
 void RunTarget(FuzzInput& input) {
@@ -112,7 +105,10 @@ void RunTarget(FuzzInput& input) {
     const auto transform = Made(profiles, options);
     if (!transform) return;
     CheckError(*transform);
-    CheckAllPixels(*transform, steering);
+    const unsigned samples = 3 + static_cast<unsigned>(steering.Below(4));
+    const std::size_t split = steering.Below(256);
+    CheckPixels<std::uint8_t>(*transform, samples, split);
+    CheckPixels<std::uint16_t>(*transform, samples, split);
 }
 
 HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 //
-// Common parts of the command's targets: a folder for outputs, a fixed profile, and the form of a refusal.
+// Common parts of the command's targets: a folder for outputs, and the form of a refusal.
 #pragma once
 
 #include <filesystem>
@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "batch/session/ProfileFile.h"
 #include "support/TempDir.h"
 #include "system/Refusal.h"
 
@@ -30,10 +29,6 @@ private:
     test::TempDir folder_{std::filesystem::is_directory("/dev/shm") ? "/dev/shm"
                                                                     : std::filesystem::temp_directory_path()};
 };
-
-/// A profile that the engine accepts unchanged for every intent: 9 grid points, without a description.
-Bytes PlainDeviceProfile();
-tool::DeviceProfile AsLoaded(const Bytes& profile);
 
 /// Runs `work` and returns its refusal, or nothing if it succeeds. Requires that nothing else is thrown, that a refusal
 /// is one line with a message, and that time and heap stay within the limits for one file.

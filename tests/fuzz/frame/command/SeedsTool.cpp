@@ -2,7 +2,6 @@
 // Copyright (c) The Hueweave authors
 //
 // TIFF files written by libtiff, in every layout that the command accepts, and profiles written by Little CMS.
-#include <lcms2.h>
 #include <tiffio.h>
 #include <zlib.h>
 
@@ -11,6 +10,7 @@
 #include <stdexcept>
 
 #include "Seeds.h"
+#include "colour/Profiles.h"
 #include "support/TempDir.h"
 
 namespace hueweave::fuzz {
@@ -18,10 +18,11 @@ namespace {
 
 struct Layout {
     std::string name;
-    std::string mode = "wl";  ///< for TIFFFdOpen: byte order, "8" for BigTIFF
-    unsigned bits = 8, samples = 3, compression = COMPRESSION_NONE, predictor = 1;
+    std::string mode = "wl";  ///< for TIFFOpen: byte order, "8" for BigTIFF
+    unsigned bits = 8, samples = 3, compression = COMPRESSION_NONE;
     bool planar = false, tiled = false;
-    unsigned fillOrder = FILLORDER_MSB2LSB, extra = EXTRASAMPLE_UNASSALPHA, orientation = 1;
+    unsigned predictor = 0, fillOrder = 0, orientation = 0;  ///< without the tag if 0
+    unsigned extra = EXTRASAMPLE_UNASSALPHA;
     unsigned pages = 1, below = 0;  ///< further images: in the chain, in SubIFDs of the first
     bool mask = false;              ///< as the last page
     bool metadata = false;
@@ -34,31 +35,41 @@ Bytes Pattern(std::size_t size, unsigned seed) {
     return bytes;
 }
 
-void SetColours(TIFF* file, const Layout& layout) {
-    TIFFSetField(file, TIFFTAG_BITSPERSAMPLE, layout.bits);
-    TIFFSetField(file, TIFFTAG_SAMPLESPERPIXEL, layout.samples);
-    TIFFSetField(file, TIFFTAG_COMPRESSION, layout.compression);
-    const bool jpeg = layout.compression == COMPRESSION_JPEG;
-    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, jpeg && !layout.planar ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_RGB);
-    if (jpeg) TIFFSetField(file, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
-    if (layout.predictor != 1) TIFFSetField(file, TIFFTAG_PREDICTOR, layout.predictor);
-    if (layout.fillOrder != FILLORDER_MSB2LSB) TIFFSetField(file, TIFFTAG_FILLORDER, layout.fillOrder);
-    TIFFSetField(file, TIFFTAG_PLANARCONFIG, layout.planar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
-    if (layout.samples > 3) {
-        const std::vector<std::uint16_t> extra(layout.samples - 3, static_cast<std::uint16_t>(layout.extra));
-        TIFFSetField(file, TIFFTAG_EXTRASAMPLES, static_cast<int>(extra.size()), extra.data());
+using Fields = std::initializer_list<std::pair<int, unsigned>>;
+void SetFields(TIFF* file, Fields fields) {
+    for (const auto& [tag, value] : fields) {
+        if (value != 0) TIFFSetField(file, static_cast<std::uint32_t>(tag), value);
     }
-    if (layout.orientation != 1) TIFFSetField(file, TIFFTAG_ORIENTATION, layout.orientation);
+}
+
+void SetShape(TIFF* file, const Layout& layout) {
+    const bool jpeg = layout.compression == COMPRESSION_JPEG, tiled = layout.tiled;
+    const unsigned colours = jpeg && !layout.planar ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_RGB;
+    SetFields(file, {{TIFFTAG_IMAGEWIDTH, layout.width},
+                     {TIFFTAG_IMAGELENGTH, layout.height},
+                     {TIFFTAG_BITSPERSAMPLE, layout.bits},
+                     {TIFFTAG_SAMPLESPERPIXEL, layout.samples},
+                     {TIFFTAG_COMPRESSION, layout.compression},
+                     {TIFFTAG_PHOTOMETRIC, colours},
+                     {jpeg ? TIFFTAG_JPEGCOLORMODE : TIFFTAG_PREDICTOR, jpeg ? JPEGCOLORMODE_RGB : layout.predictor},
+                     {TIFFTAG_FILLORDER, layout.fillOrder},
+                     {TIFFTAG_PLANARCONFIG, layout.planar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG},
+                     {TIFFTAG_ORIENTATION, layout.orientation},
+                     {tiled ? TIFFTAG_TILEWIDTH : TIFFTAG_ROWSPERSTRIP, tiled ? 16 : layout.rows},
+                     {TIFFTAG_TILELENGTH, tiled ? 16 : 0}});
+    if (layout.samples == 3) return;
+    const std::vector<std::uint16_t> extra(layout.samples - 3, static_cast<std::uint16_t>(layout.extra));
+    TIFFSetField(file, TIFFTAG_EXTRASAMPLES, static_cast<int>(extra.size()), extra.data());
 }
 
 void SetMetadata(TIFF* file) {
     const Bytes icc = Pattern(50, 3);
-    TIFFSetField(file, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(icc.size()), icc.data());
     // Photoshop resources with a profile and a thumbnail.
     const std::string resources =
         std::string("8BIM\4\17\0\0\0\0\0\5abcde\0", 18) + std::string("8BIM\4\14\0\0\0\0\0\4WXYZ", 16);
-    TIFFSetField(file, TIFFTAG_PHOTOSHOP, static_cast<std::uint32_t>(resources.size()), resources.data());
     const std::string xmp = "<x photoshop:ICCProfile=\"sRGB\"/>";
+    TIFFSetField(file, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(icc.size()), icc.data());
+    TIFFSetField(file, TIFFTAG_PHOTOSHOP, static_cast<std::uint32_t>(resources.size()), resources.data());
     TIFFSetField(file, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(xmp.size()), xmp.data());
     TIFFSetField(file, TIFFTAG_SOFTWARE, "a seed");
     TIFFSetField(file, TIFFTAG_XRESOLUTION, 300.0);
@@ -67,15 +78,7 @@ void SetMetadata(TIFF* file) {
 }
 
 void WriteImage(TIFF* file, const Layout& layout, unsigned seed) {
-    TIFFSetField(file, TIFFTAG_IMAGEWIDTH, layout.width);
-    TIFFSetField(file, TIFFTAG_IMAGELENGTH, layout.height);
-    SetColours(file, layout);
-    if (layout.tiled) {
-        TIFFSetField(file, TIFFTAG_TILEWIDTH, 16);
-        TIFFSetField(file, TIFFTAG_TILELENGTH, 16);
-    } else {
-        TIFFSetField(file, TIFFTAG_ROWSPERSTRIP, layout.rows);
-    }
+    SetShape(file, layout);
     if (layout.metadata) SetMetadata(file);
     const std::uint32_t count = layout.tiled ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file);
     const std::uint32_t inPlane = layout.planar ? count / layout.samples : count;
@@ -90,14 +93,13 @@ void WriteImage(TIFF* file, const Layout& layout, unsigned seed) {
 }
 
 void WriteMask(TIFF* file) {
-    constexpr std::pair<int, int> kFields[] = {{TIFFTAG_SUBFILETYPE, FILETYPE_MASK},
-                                               {TIFFTAG_IMAGEWIDTH, 8},
-                                               {TIFFTAG_IMAGELENGTH, 4},
-                                               {TIFFTAG_BITSPERSAMPLE, 1},
-                                               {TIFFTAG_SAMPLESPERPIXEL, 1},
-                                               {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MASK},
-                                               {TIFFTAG_ROWSPERSTRIP, 4}};
-    for (const auto& [tag, value] : kFields) TIFFSetField(file, static_cast<std::uint32_t>(tag), value);
+    SetFields(file, {{TIFFTAG_SUBFILETYPE, FILETYPE_MASK},
+                     {TIFFTAG_IMAGEWIDTH, 8},
+                     {TIFFTAG_IMAGELENGTH, 4},
+                     {TIFFTAG_BITSPERSAMPLE, 1},
+                     {TIFFTAG_SAMPLESPERPIXEL, 1},
+                     {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MASK},
+                     {TIFFTAG_ROWSPERSTRIP, 4}});
     Bytes bits = Pattern(4, 1);
     TIFFWriteEncodedStrip(file, 0, bits.data(), 4);
 }
@@ -105,23 +107,18 @@ void WriteMask(TIFF* file) {
 Bytes Written(const Layout& layout) {
     static const test::TempDir folder;
     const std::string path = folder.File("seed.tif");
-    {
-        const std::unique_ptr<TIFF, decltype(&TIFFClose)> file(TIFFOpen(path.c_str(), layout.mode.c_str()), TIFFClose);
-        if (file == nullptr) throw std::runtime_error("libtiff cannot open a file");
-        if (layout.below != 0) {
-            const std::vector<std::uint64_t> none(layout.below, 0);
-            TIFFSetField(file.get(), TIFFTAG_SUBIFD, static_cast<int>(layout.below), none.data());
-        }
-        const unsigned images = layout.pages + layout.below;
-        for (unsigned n = 0; n < images; ++n) {
-            WriteImage(file.get(), layout, n);
-            if (TIFFWriteDirectory(file.get()) == 0) throw std::runtime_error("libtiff cannot end a page");
-        }
-        if (layout.mask) {
-            WriteMask(file.get());
-            TIFFWriteDirectory(file.get());
-        }
+    std::unique_ptr<TIFF, decltype(&TIFFClose)> file(TIFFOpen(path.c_str(), layout.mode.c_str()), TIFFClose);
+    if (file == nullptr) throw std::runtime_error("libtiff cannot open a file");
+    if (layout.below != 0) {
+        const std::vector<std::uint64_t> none(layout.below, 0);
+        TIFFSetField(file.get(), TIFFTAG_SUBIFD, static_cast<int>(layout.below), none.data());
     }
+    const unsigned images = layout.pages + layout.below, masks = layout.mask ? 1 : 0;
+    for (unsigned n = 0; n < images + masks; ++n) {
+        n < images ? WriteImage(file.get(), layout, n) : WriteMask(file.get());
+        if (TIFFWriteDirectory(file.get()) == 0) throw std::runtime_error("libtiff cannot end a page");
+    }
+    file.reset();
     return test::ReadFile(path);
 }
 
@@ -131,24 +128,23 @@ void SowSchemes(const Sow& sow) {
         const char* name;
         unsigned compression, predictor;
     };
-    constexpr Scheme kSchemes[] = {{"none", COMPRESSION_NONE, 1},
-                                   {"lzw", COMPRESSION_LZW, 1},
+    constexpr Scheme kSchemes[] = {{"none", COMPRESSION_NONE, 0},
+                                   {"lzw", COMPRESSION_LZW, 0},
                                    {"lzw2", COMPRESSION_LZW, 2},
-                                   {"packbits", COMPRESSION_PACKBITS, 1},
-                                   {"deflate", COMPRESSION_ADOBE_DEFLATE, 1},
+                                   {"packbits", COMPRESSION_PACKBITS, 0},
+                                   {"deflate", COMPRESSION_ADOBE_DEFLATE, 0},
                                    {"deflate2", COMPRESSION_ADOBE_DEFLATE, 2},
-                                   {"old-deflate", COMPRESSION_DEFLATE, 1},
+                                   {"old-deflate", COMPRESSION_DEFLATE, 0},
                                    {"zstd2", COMPRESSION_ZSTD, 2},
-                                   {"lzma", COMPRESSION_LZMA, 1},
-                                   {"jpeg", COMPRESSION_JPEG, 1},
-                                   {"webp", COMPRESSION_WEBP, 1}};
+                                   {"lzma", COMPRESSION_LZMA, 0},
+                                   {"jpeg", COMPRESSION_JPEG, 0},
+                                   {"webp", COMPRESSION_WEBP, 0}};
     for (const Scheme& scheme : kSchemes) {
         if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(scheme.compression)) == 0) continue;
         const bool picture = scheme.compression == COMPRESSION_JPEG || scheme.compression == COMPRESSION_WEBP;
         for (unsigned n = 0; n < 8; ++n) {
-            Layout layout{scheme.name, "wl", n % 2 == 0 ? 8U : 16U, 3, scheme.compression, scheme.predictor};
-            layout.tiled = (n & 2U) != 0;
-            layout.planar = (n & 4U) != 0;
+            Layout layout{scheme.name,        "wl",          n % 2 == 0 ? 8U : 16U, 3,
+                          scheme.compression, (n & 4U) != 0, (n & 2U) != 0,         scheme.predictor};
             if (picture && (layout.bits == 16 || layout.planar)) continue;
             if (picture) layout.width = 16, layout.height = 32, layout.rows = 16;
             layout.name = std::string(scheme.name) + (layout.tiled ? "-tiles" : "-strips") +
@@ -188,59 +184,6 @@ void SowOthers(const Sow& sow) {
     }
 }
 
-using Profile = std::unique_ptr<void, decltype([](void* profile) { cmsCloseProfile(profile); })>;
-
-Bytes Saved(cmsHPROFILE profile) {
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    Bytes bytes(size);
-    if (size == 0 || !cmsSaveProfileToMem(profile, bytes.data(), &size)) throw std::runtime_error("no profile");
-    return bytes;
-}
-
-/// Light that rises with each sample, in any connection space.
-int Sample(const cmsUInt16Number* in, cmsUInt16Number* out, void*) {
-    for (int c = 0; c < 3; ++c) out[c] = static_cast<cmsUInt16Number>(in[c] / 2 + 8192);
-    return 1;
-}
-
-Bytes TableProfile(double version, cmsColorSpaceSignature connection, unsigned points, bool bytes, bool back = false) {
-    const Profile profile(cmsCreateProfilePlaceholder(nullptr));
-    cmsSetProfileVersion(profile.get(), version);
-    cmsSetColorSpace(profile.get(), cmsSigRgbData);
-    cmsSetPCS(profile.get(), connection);
-    cmsSetDeviceClass(profile.get(), cmsSigInputClass);
-    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
-    cmsPipeline* lut = cmsPipelineAlloc(nullptr, 3, 3);
-    cmsUInt16Number table[256];  // the size of an 8-bit table
-    for (unsigned i = 0; i < 256; ++i) table[i] = static_cast<cmsUInt16Number>(i * i * 65535 / (255 * 255));
-    cmsToneCurve* gamma = cmsBuildTabulatedToneCurve16(nullptr, 256, table);
-    cmsToneCurve* curves[] = {gamma, gamma, gamma};
-    cmsStage* grid = cmsStageAllocCLut16bit(nullptr, points, 3, 3, nullptr);
-    cmsStageSampleCLut16bit(grid, Sample, nullptr, 0);
-    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 3, curves));
-    cmsPipelineInsertStage(lut, cmsAT_END, grid);
-    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 3, curves));
-    cmsFreeToneCurve(gamma);
-    cmsPipelineSetSaveAs8bitsFlag(lut, bytes);
-    cmsWriteTag(profile.get(), cmsSigAToB0Tag, lut);
-    if (back) cmsWriteTag(profile.get(), cmsSigBToA0Tag, lut);
-    cmsPipelineFree(lut);
-    return Saved(profile.get());
-}
-
-Bytes MatrixProfile(double version, bool parametric) {
-    const double power[] = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045};
-    cmsToneCurve* curve = parametric ? cmsBuildParametricToneCurve(nullptr, 4, power) : cmsBuildGamma(nullptr, 2.2);
-    cmsToneCurve* curves[] = {curve, curve, curve};
-    const cmsCIExyY white{0.3127, 0.329, 1};
-    const cmsCIExyYTRIPLE primaries{{0.64, 0.33, 1}, {0.3, 0.6, 1}, {0.15, 0.06, 1}};
-    const Profile profile(cmsCreateRGBProfile(&white, &primaries, curves));
-    cmsSetProfileVersion(profile.get(), version);
-    cmsFreeToneCurve(curve);
-    return Saved(profile.get());
-}
-
 }  // namespace
 
 void SowCommandTiffs(const Sow& sow) {
@@ -250,24 +193,26 @@ void SowCommandTiffs(const Sow& sow) {
 }
 
 void SowCommandProfiles(const Sow& sow) {
-    for (const unsigned points : {2U, 5U, 9U}) {
-        const std::string name = std::to_string(points);
-        sow("lab-" + name, TableProfile(2.4, cmsSigLabData, points, false));
-        sow("lab-bytes-" + name, TableProfile(2.4, cmsSigLabData, points, true));
-        sow("xyz-" + name, TableProfile(2.4, cmsSigXYZData, points, false));
-        sow("lab-4-" + name, TableProfile(4.3, cmsSigLabData, points, false));
-        sow("xyz-4-" + name, TableProfile(4.3, cmsSigXYZData, points, true));
-        sow("lab-back-" + name, TableProfile(2.4, cmsSigLabData, points, false, true));
-        sow("xyz-back-" + name, TableProfile(4.3, cmsSigXYZData, points, false, true));
-    }
-    sow("matrix-2", MatrixProfile(2.4, false));
-    sow("matrix-4", MatrixProfile(4.3, true));
-    cmsToneCurve* gamma = cmsBuildGamma(nullptr, 2.2);
-    const Profile grey(cmsCreateGrayProfile(cmsD50_xyY(), gamma));
-    cmsFreeToneCurve(gamma);
-    sow("grey", Saved(grey.get()));
-    const Profile lab(cmsCreateLab4Profile(nullptr));
-    sow("connection", Saved(lab.get()));
+    const auto sowTables = [&](const std::string& name, test::TableDevice device) {
+        for (const unsigned points : {2U, 5U, 9U}) {
+            device.points = points;
+            sow(Name(name, points), test::TableProfile(device));
+        }
+    };
+    sowTables("lab", {});
+    sowTables("lab-bytes", {.bytes = true});
+    sowTables("xyz", {.xyz = true});
+    sowTables("lab-4", {.version = 4.3});
+    sowTables("xyz-4", {.version = 4.3, .xyz = true, .bytes = true});
+    sowTables("lab-back", {.target = true});
+    sowTables("xyz-back", {.version = 4.3, .xyz = true, .target = true});
+    sow("stages", test::TableProfile({.version = 4.3, .matrix = true, .target = true}));
+    sow("no-grid", test::TableProfile({.version = 4.3, .xyz = true, .noGrid = true}));
+    sow("elements", test::FloatProfile(false));
+    sow("matrix-2", test::MatrixProfile(test::kGamutSrgb, test::GammaBlock(2.2)));
+    sow("matrix-4", test::MatrixProfile(test::kGamutSrgb, test::SrgbFormula(), 4));
+    sow("grey", test::GreyProfile());
+    sow("connection", test::LabProfile());
 }
 
 void SowDeflated(const Sow& sow) {

@@ -34,14 +34,7 @@ Rendering DrawRendering(FuzzInput& input) {
     return rendering;
 }
 
-/// A ramp and scattered colours.
-Bytes Picture(unsigned bits) {
-    Bytes pixels = ScatteredBytes(3 * kPixels * bits / 8, bits);
-    for (std::size_t i = 0; i < pixels.size() / 2; ++i) pixels[i] = static_cast<unsigned char>(i * 255 / pixels.size());
-    return pixels;
-}
-
-/// The same with an engine bound here.
+/// The pixels as an engine converts them that is bound here.
 Bytes ByEngine(const Bytes& profile, const Rendering& rendering, unsigned bits, Bytes pixels) {
     const Space& space = *rendering.space;
     const auto engine = BindEngine(profile, rendering, bits == 16, bits == 8 ? space.code8 : space.code16);
@@ -100,7 +93,7 @@ void RunTarget(FuzzInput& input) {
     } else {
         CheckBaked(bytes, engine, rendering.intent);
     }
-    Bytes pixels = Picture(bits);
+    Bytes pixels = ScatteredBytes(3 * kPixels * bits / 8, bits);
     const Bytes wanted = ByEngine(engine.data, rendering, bits, pixels);
     converter->Convert(pixels.data(), kPixels);
     Require(pixels == wanted, "the pixels of the engine");
