@@ -162,6 +162,10 @@ int main(int count, char** arguments) {
     Garden garden{arguments[1]};
     PlantProfiles(garden);
     PlantTiffs(garden);
+    garden.PlantTexts("config", {"", "S\nkey = value\nSend\n", "S\nkey = value\n", "//S\nkey=1\nSend\n",
+                                 "S\nn=-2147483649\nm=99999999999999999999\nk=0x10\nj= +5 \nSend\n",
+                                 "end\nx=1\nendend\nend\ny=2\nendend\n", "S\na=1\nSend\nS\nb=2\nSend\n"});
+    garden.Plant("config", "of-128-bytes", ByteWriter().Text("S\nk=" + std::string(128, 'x') + "\nSend\n").Done());
     for (const char* target : {"units", "convert_diff"}) {
         for (unsigned n = 0; n < 80; ++n) garden.Plant(target, Name("any", n), Steering(20 * (n % 10), n));
     }

@@ -211,8 +211,9 @@ void SowCommandProfiles(const Sow& sow) {
     sow("elements", test::FloatProfile(false));
     sow("matrix-2", test::MatrixProfile(test::kGamutSrgb, test::GammaBlock(2.2)));
     sow("matrix-4", test::MatrixProfile(test::kGamutSrgb, test::SrgbFormula(), 4));
-    sow("grey", test::GreyProfile());
-    sow("connection", test::LabProfile());
+    Bytes grey = test::MatrixProfile(test::kGamutSrgb, test::GammaBlock(2.2));
+    std::copy_n("GRAY", 4, &grey[16]);
+    sow("grey", grey);
 }
 
 void SowDeflated(const Sow& sow) {
