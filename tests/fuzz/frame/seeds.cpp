@@ -166,9 +166,7 @@ int main(int count, char** arguments) {
                                  "S\nn=-2147483649\nm=99999999999999999999\nk=0x10\nj= +5 \nSend\n",
                                  "end\nx=1\nendend\nend\ny=2\nendend\n", "S\na=1\nSend\nS\nb=2\nSend\n"});
     garden.Plant("config", "of-128-bytes", ByteWriter().Text("S\nk=" + std::string(128, 'x') + "\nSend\n").Done());
-    for (const char* target : {"units", "convert_diff"}) {
-        for (unsigned n = 0; n < 80; ++n) garden.Plant(target, Name("any", n), Steering(20 * (n % 10), n));
-    }
+    for (unsigned n = 0; n < 80; ++n) garden.Plant("convert_diff", Name("any", n), Steering(20 * (n % 10), n));
 #ifdef HUEWEAVE_FUZZ_COMMAND
     PlantFilesOfTheCommand(garden);
     PlantTextsOfTheCommand(garden);
