@@ -18,8 +18,6 @@ public:
     const ConvertOptions& options() const { return options_; }
 
 private:
-    void SettleTarget() const;
-
     ConvertOptions options_;
     std::string shard_;  ///< before parsing
 };

@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <climits>
 #include <filesystem>
 
+#include "batch/session/FolderEntry.h"
 #include "batch/session/LineReader.h"
 #include "system/FolderNames.h"
 #include "system/Refusal.h"
@@ -23,13 +23,6 @@ struct Found {
     std::string source, relative;
     std::string problem;  ///< why it is refused; empty if it is not
 };
-
-bool IsTiffName(const fs::path& path) {
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension == ".tif" || extension == ".tiff" || extension == ".tf8" || extension == ".btf";
-}
 
 /// Finds the TIFF files below a folder, sorted by path, except hidden files and folders. Symbolic links are counted but
 /// not followed, unless --follow is given. Each folder is searched once. A folder that cannot be read is listed with
@@ -65,18 +58,22 @@ private:
         const std::optional<FileIdentity> identity = IdentityOf(folder.native());
         if (identity && !entered_.insert(*identity).second) return;
         if (identity && folder != top_ && identity == leftOut_) return;
-        std::error_code error;
         int problem = 0;
         for (const std::string& name : NamesInFolder(folder.string(), problem)) {
             const fs::path path = folder / name;
-            if (name.starts_with('.')) continue;
-            const bool isFolder = fs::is_directory(path, error);
-            if (!options_.follow && fs::is_symlink(path, error)) {
-                if (isFolder || IsTiffName(path)) ++links_;
-            } else if (isFolder) {
-                Enter(path);
-            } else if (IsTiffName(path)) {
-                Add(path, LeavesTop(path) ? "is outside of " + top_ + ", reached through a link; name it itself" : "");
+            switch (EntryAt(path, options_.follow)) {
+                case FolderEntry::None:
+                    break;
+                case FolderEntry::Link:
+                    ++links_;
+                    break;
+                case FolderEntry::Folder:
+                    Enter(path);
+                    break;
+                case FolderEntry::File:
+                    Add(path,
+                        LeavesTop(path) ? "is outside of " + top_ + ", reached through a link; name it itself" : "");
+                    break;
             }
         }
         if (problem != 0) Add(folder, "cannot be read (" + ErrorText(problem) + "); check its permissions");
@@ -141,6 +138,8 @@ void NoteCollisions(std::vector<Item>& items, bool inPlace) {
     }
 }
 
+}  // namespace
+
 std::map<FileIdentity, std::string> FilesOfOptions(const ConvertOptions& options) {
     std::map<FileIdentity, std::string> files;
     for (const auto& [option, path] :
@@ -151,8 +150,6 @@ std::map<FileIdentity, std::string> FilesOfOptions(const ConvertOptions& options
     }
     return files;
 }
-
-}  // namespace
 
 std::uint64_t StableHash(const std::string& path) {
     std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a, with the high bits folded in

@@ -33,6 +33,9 @@ struct InputList {
 /// The files named by the options, each with its output, without those of other shards.
 InputList ListInputs(const ConvertOptions& options);
 
+/// The files that are named by options, with the option.
+std::map<FileIdentity, std::string> FilesOfOptions(const ConvertOptions& options);
+
 /// A hash of a path that is the same on every machine.
 std::uint64_t StableHash(const std::string& path);
 
