@@ -17,7 +17,8 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr int kMostTries = 1000;  ///< attempts to find a name
+constexpr int kMostTries = 1000;            ///< attempts to find a name
+constexpr std::size_t kMostFolders = 4096;  ///< that are remembered; a run without end may see any number
 constexpr std::string_view kPrefix = ".hueweave-", kSuffix = ".tmp";
 std::atomic<unsigned> temporaries{0};
 
@@ -61,6 +62,7 @@ bool LockTemporary(int descriptor) {
 std::size_t SweptFolders::Sweep(const std::string& folder) {
     {
         const std::lock_guard lock(mutex_);
+        if (done_.size() >= kMostFolders) done_.clear();
         if (!done_.insert(folder).second) return 0;
     }
     std::size_t removed = 0;

@@ -38,7 +38,7 @@ int MadeFolders::MakeOne(const std::string& folder) {
         if (const int error = MakeOne(above)) return error;
     }
     const int error = ErrorOf(::mkdir(folder.c_str(), 0777));
-    if (error == 0) made_.push_back(folder);
+    if (error == 0 && !stay_) made_.push_back(folder);
     if (error != EEXIST) return error;
     return IsFolder(folder) ? 0 : ENOTDIR;  // another run may have created it in the meantime
 }

@@ -20,6 +20,7 @@ namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(100);  ///< between two updates of the progress line
 constexpr double kFirstGuess = 0.5;                         ///< seconds before the remaining time is shown
+constexpr std::size_t kMostNotes = 4096;  ///< that are remembered; a run without end may write any number
 constexpr const char* kRed = "\033[31m";
 constexpr const char* kYellow = "\033[33m";
 constexpr const char* kPlain = "\033[0m";
@@ -146,6 +147,7 @@ void Report::Line(const std::string& text) {
 
 void Report::Note(const std::string& text) {
     const std::lock_guard lock(mutex_);
+    if (noted_.size() >= kMostNotes) noted_.clear();
     if (!quiet_ && noted_.insert(text).second) Print(kYellow, "hueweave: note: " + text);
 }
 

@@ -32,12 +32,14 @@ long long WholeNumber(const nlohmann::json& json, const char* key) {
 
 }  // namespace
 
-void RecordEntries::Take(const std::string& line) {
+void RecordEntries::Take(const std::string& line, const Wanted& wanted) {
     const auto json = nlohmann::json::parse(line, nullptr, false);
     if (!json.is_object()) return;
     try {
         const FileVersion version{WholeNumber(json, "size"), WholeNumber(json, "modified")};
-        entries_[TakeName(json, "output")].emplace(json.at("fingerprint").get<std::string>(), version);
+        const std::string output = TakeName(json, "output");
+        if (wanted && !wanted(output)) return;
+        entries_[output].emplace(json.at("fingerprint").get<std::string>(), version);
     } catch (const nlohmann::json::exception&) {
         return;
     }
@@ -48,7 +50,8 @@ bool RecordEntries::Has(const std::string& output, const std::string& fingerprin
     return lines != entries_.end() && lines->second.contains({fingerprint, version});
 }
 
-void ResumeRecord::Load() {
+void ResumeRecord::Load(const RecordEntries::Wanted& wanted) {
+    const std::lock_guard lock(mutex_);
     const std::string path = RecordPath(folder_);
     auto [file, problem, error] = FileAccess::OpenOwn(path, O_RDONLY);
     if (error == ENOENT) return;
@@ -56,7 +59,7 @@ void ResumeRecord::Load() {
     std::string line;
     for (LineReader lines(file.descriptor(), '\n', kLongestLine); problem.empty();) {
         if (lines.Next(line)) {
-            if (line.size() <= kLongestLine) entries_.Take(line);
+            if (line.size() <= kLongestLine) entries_.Take(line, wanted);
             continue;
         }
         if (lines.error() == 0) return;
@@ -78,7 +81,18 @@ ResumeRecord::~ResumeRecord() {
 bool ResumeRecord::IsDone(const std::string& relative, const std::string& fingerprint) const {
     struct stat now {};
     if (::stat((folder_ + "/" + relative).c_str(), &now) != 0) return false;
+    const std::lock_guard lock(mutex_);
     return entries_.Has(relative, fingerprint, VersionOf(now));
+}
+
+bool ResumeRecord::Knows(const std::string& relative) const {
+    const std::lock_guard lock(mutex_);
+    return entries_.Has(relative);
+}
+
+void ResumeRecord::Forget(const std::string& relative) {
+    const std::lock_guard lock(mutex_);
+    entries_.Forget(relative);
 }
 
 void ResumeRecord::Begin() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -16,12 +17,15 @@ namespace hueweave::tool {
 /// The outputs listed in a record, each with its fingerprint and its version when it was written.
 class RecordEntries {
 public:
-    /// Adds a line of the record. Ignores invalid lines, such as one that was cut off by a crash.
-    void Take(const std::string& line);
+    /// Whether lines for an output are of interest.
+    using Wanted = std::function<bool(const std::string& output)>;
+    /// Adds a line of the record, if it is wanted. Ignores invalid lines, such as one that was cut off by a crash.
+    void Take(const std::string& line, const Wanted& wanted = {});
     /// Whether a line lists this output with this fingerprint and version.
     bool Has(const std::string& output, const std::string& fingerprint, const FileVersion& version) const;
     /// Whether any line lists this output.
     bool Has(const std::string& output) const { return entries_.contains(output); }
+    void Forget(const std::string& output) { entries_.erase(output); }
 
 private:
     /// By output. Includes lines of runs that were killed before the output got its name.
@@ -40,10 +44,13 @@ public:
     ResumeRecord(const ResumeRecord&) = delete;
     ResumeRecord& operator=(const ResumeRecord&) = delete;
 
-    /// Reads the lines of earlier runs. Refuses an existing record that cannot be used.
-    void Load();
+    /// Reads the lines of earlier runs: all, or those for the wanted outputs. Refuses an existing record that cannot be
+    /// used.
+    void Load(const RecordEntries::Wanted& wanted = {});
+    /// Forgets the lines for this output that were read.
+    void Forget(const std::string& relative);
     /// Whether an earlier run may have written this output. If not, `IsDone` need not be called.
-    bool Knows(const std::string& relative) const { return entries_.Has(relative); }
+    bool Knows(const std::string& relative) const;
     /// Whether this output was written with this fingerprint and has not changed since.
     bool IsDone(const std::string& relative, const std::string& fingerprint) const;
     /// Opens the record before the output is created, so that the file can still be refused if too many files are open.
@@ -65,7 +72,7 @@ private:
     long long written_ = 0;  ///< bytes written by this run
     RecordEntries entries_;
     OwnFile record_;  ///< opened by `Begin` or the first `Add`
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
 };
 
 }  // namespace hueweave::tool
