@@ -49,7 +49,8 @@ constexpr int kRefused[] = {
     SCMP_SYS(chmod), SCMP_SYS(fchmodat), SCMP_SYS(chown), SCMP_SYS(lchown), SCMP_SYS(fchownat), SCMP_SYS(truncate),
     SCMP_SYS(setxattr), SCMP_SYS(lsetxattr), SCMP_SYS(removexattr), SCMP_SYS(lremovexattr), SCMP_SYS(utime),
     SCMP_SYS(utimes), SCMP_SYS(futimesat), SCMP_SYS(utimensat), SCMP_SYS(name_to_handle_at),
-    SCMP_SYS(open_by_handle_at), SCMP_SYS(fanotify_init), SCMP_SYS(quotactl), SCMP_SYS(quotactl_fd),
+    SCMP_SYS(open_by_handle_at), SCMP_SYS(fanotify_init), SCMP_SYS(inotify_init), SCMP_SYS(inotify_init1),
+    SCMP_SYS(quotactl), SCMP_SYS(quotactl_fd),
     // Namespaces and mounts.
     SCMP_SYS(unshare), SCMP_SYS(setns), SCMP_SYS(chroot), SCMP_SYS(pivot_root), SCMP_SYS(mount), SCMP_SYS(umount),
     SCMP_SYS(umount2), SCMP_SYS(mount_setattr), SCMP_SYS(move_mount), SCMP_SYS(open_tree), SCMP_SYS(fsopen),
@@ -63,6 +64,9 @@ constexpr int kRefused[] = {
     SCMP_SYS(iopl), SCMP_SYS(ioperm), SCMP_SYS(vhangup), SCMP_SYS(sethostname), SCMP_SYS(setdomainname),
     SCMP_SYS(settimeofday), SCMP_SYS(stime), SCMP_SYS(clock_settime), SCMP_SYS(clock_adjtime), SCMP_SYS(adjtimex),
     SCMP_SYS(nfsservctl), SCMP_SYS(vm86), SCMP_SYS(vm86old)};
+
+// They show what other programs do in folders that can be read.
+constexpr int kWatching[] = {SCMP_SYS(inotify_add_watch), SCMP_SYS(inotify_rm_watch)};
 
 // From 424 on, call numbers are the same on all processors. libseccomp has no name for this one.
 constexpr int kFchmodat2 = 452;
@@ -168,12 +172,13 @@ void RefuseByArgument(Filter& filter) {
     filter.RefuseIf(SCMP_SYS(ioctl), 1, TIOCLINUX);
 }
 
-}  // namespace
-
-void RestrictCalls() {
+void Restrict(bool watching) {
     if (kProcessor == 0) return;
     Filter filter;
     for (const int call : kRefused) filter.Refuse(call);
+    for (const int call : kWatching) {
+        if (!watching) filter.Refuse(call);
+    }
     if (!kSanitized) {
         filter.Refuse(SCMP_SYS(ptrace));
         RefuseProcesses(filter);
@@ -182,5 +187,10 @@ void RestrictCalls() {
     filter.Refuse(kFchmodat2, ENOSYS);
     filter.Install();
 }
+
+}  // namespace
+
+void RestrictCalls() { Restrict(false); }
+void RestrictCallsExceptWatching() { Restrict(true); }
 
 }  // namespace hueweave::tool

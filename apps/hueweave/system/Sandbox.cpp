@@ -10,6 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 
 #include "system/FileAccess.h"
@@ -31,6 +32,7 @@ constexpr std::uint64_t kOfFiles = kReadFile | LANDLOCK_ACCESS_FS_WRITE_FILE | k
 std::uint64_t RightsFor(Use use) {
     switch (use) {
         case Use::Read:
+        case Use::Watch:
             return kRead;
         case Use::Write:
             return kWrite;
@@ -93,7 +95,9 @@ void EnterSandbox(const AllowedPaths& allowed) {
     // Both mechanisms require this for an unprivileged process; started programs cannot gain privileges.
     ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     RestrictFiles(allowed);
-    RestrictCalls();
+    const bool watches =
+        std::any_of(allowed.begin(), allowed.end(), [](const AllowedPath& path) { return path.use == Use::Watch; });
+    watches ? RestrictCallsExceptWatching() : RestrictCalls();
 }
 
 }  // namespace hueweave::tool

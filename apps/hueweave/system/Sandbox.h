@@ -11,6 +11,7 @@ namespace hueweave::tool {
 /// How a path is used after the sandbox is entered.
 enum class Use {
     Read,          ///< the file, or a folder with everything below it
+    Watch,         ///< the same as `Read`; besides, changes in folders can be watched
     Write,         ///< below the folder: read, write, create, rename and remove files and folders
     Scratch,       ///< the same for files only
     MakeFolders,   ///< below the folder
@@ -30,6 +31,8 @@ void EnterSandbox(const AllowedPaths& allowed);
 /// The two parts: file access with Landlock, and system calls with seccomp.
 void RestrictFiles(const AllowedPaths& allowed);
 void RestrictCalls();
+/// The same for a process that watches folders.
+void RestrictCallsExceptWatching();
 
 /// Whether a sanitizer runtime has to inspect this process from outside; such a build allows this.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

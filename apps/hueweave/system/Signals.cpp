@@ -2,17 +2,27 @@
 // Copyright (c) The Hueweave authors
 #include "system/Signals.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 
 #include "system/Refusal.h"
+#include "system/WakeUp.h"
 
 namespace hueweave::tool {
 namespace {
 
 volatile std::sig_atomic_t noted = 0;
 
-void Note(int signal) { noted = signal; }
+volatile std::sig_atomic_t toWake = -1;  // a descriptor
+
+void Note(int signal) {
+    noted = signal;
+    if (toWake < 0) return;
+    const int before = errno;
+    WakeUp::Set(toWake);
+    errno = before;
+}
 
 }  // namespace
 
@@ -27,6 +37,7 @@ void WatchSignals() {
     }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGIO, SIG_IGN);  // sent if another program opens a file for writing while `WritersOf` looks at it
 }
 
 int NotedSignal() { return noted; }
@@ -34,6 +45,8 @@ int NotedSignal() { return noted; }
 void ThrowIfInterrupted() {
     if (noted != 0) throw Interrupted();
 }
+
+void WakeOnSignal(int descriptor) { toWake = descriptor; }
 
 void EndBySignal() {
     const int signal = noted;

@@ -83,7 +83,7 @@ constexpr std::pair<const char*, long> kForbidden[] = {
     NAMED(removexattr), NAMED(lremovexattr), NAMED(utimensat), NAMED(name_to_handle_at), NAMED(unshare), NAMED(setns),
     NAMED(mount), NAMED(umount2), NAMED(userfaultfd), NAMED(keyctl), NAMED(add_key), NAMED(personality),
     NAMED(vmsplice), NAMED(move_pages), NAMED(chroot), NAMED(bpf), NAMED(fsopen), NAMED(sethostname),
-    NAMED(settimeofday),
+    NAMED(settimeofday), NAMED(inotify_init1), NAMED(inotify_add_watch), NAMED(inotify_rm_watch),
 #ifdef __x86_64__
     NAMED(chmod), NAMED(chown), NAMED(lchown), NAMED(utimes)
 #endif
@@ -97,6 +97,15 @@ TEST(RestrictCallsTest, WaysOutOfTheProcessAreRefused) {
         attempts.push_back({[=] { return syscall(number, -1L, -1L, -1L, -1L, -1L, -1L); }, EPERM, name});
     }
     ExpectErrorsOfCalls(attempts);
+}
+
+TEST(RestrictCallsTest, AWatchMayChooseItsFoldersButOpensNoOtherQueue) {
+    const std::vector<Attempt> attempts{
+        {[] { return syscall(__NR_inotify_add_watch, -1L, 0L, 0x100L); }, EBADF, "a folder is added"},
+        {[] { return syscall(__NR_inotify_rm_watch, -1L, 0L); }, EBADF, "a folder is removed"},
+        {[] { return syscall(__NR_inotify_init1, -1L); }, EPERM, "another queue"},
+        {[] { return syscall(__NR_socket, -1L, -1L, -1L); }, EPERM, "a socket"}};
+    ExpectErrors(tool::RestrictCallsExceptWatching, attempts, HasSeccomp() ? attempts.size() : 0);
 }
 
 TEST(RestrictCallsTest, ArgumentsDecideWhereACallHasOtherUses) {
