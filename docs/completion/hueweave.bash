@@ -3,7 +3,7 @@
 
 _hueweave() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="convert inspect bake verify spaces"
+    local commands="convert watch inspect bake verify spaces"
     local options="-h --help --version" values="" kind=none i
 
     local command=
@@ -17,6 +17,12 @@ _hueweave() {
         options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --others --no-tag
             --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json
             --follow --precision --accept-error --bpc --icc-version -v --verbose --no-sandbox"
+        ;;
+    watch)
+        kind=files
+        options="-h --help -o --output --settle --profile --to --intent --lightness --chroma --hue --curve --source
+            --others --no-tag --force -j --jobs --max-memory -q --quiet --json --follow --precision --accept-error --bpc
+            --icc-version -v --verbose --no-sandbox"
         ;;
     inspect) kind=files options="-h --help --json --no-sandbox" ;;
     bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;
@@ -39,7 +45,7 @@ _hueweave() {
         --precision) kind=none options="" values="exact library" ;;
         --icc-version) kind=none options="" values="4 2" ;;
         -o | --output | --profile | --curve | --files-from | --image) kind=files options="" ;;
-        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --limit | --accept-error) return ;;
+        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --limit | --accept-error | --settle) return ;;
         esac
     fi
 

@@ -12,6 +12,7 @@
 #include "cli/InspectCommand.h"
 #include "cli/SpacesCommand.h"
 #include "cli/VerifyCommand.h"
+#include "cli/WatchCommand.h"
 
 namespace hueweave::tool {
 
@@ -27,6 +28,7 @@ constexpr const char* kFooter = R"(Examples:
   hueweave convert scans/ -o converted/ --resume        continue an interrupted run
   find scans -name '*.tif' -print0 | hueweave convert --files-from - -0 -o converted/
                                                         a list; no subfolders are made
+  hueweave watch scans/ -o converted/                   the same for files that are still to come
   hueweave inspect scan.tif scanner.icc
   hueweave verify scanner.icc --limit 2.0
 
@@ -55,6 +57,7 @@ std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words) {
         commands.emplace_back(std::move(command), declared);
     };
     declare(std::make_unique<ConvertCommand>());
+    declare(std::make_unique<WatchCommand>());
     declare(std::make_unique<InspectCommand>());
     declare(std::make_unique<BakeCommand>());
     declare(std::make_unique<VerifyCommand>());

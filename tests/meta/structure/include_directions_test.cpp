@@ -41,7 +41,7 @@ const Tree kLibrary{"Source",
 
 const Folders kSystem{"system"};
 const Folders kPicture{"picture"}, kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"},
-    kSession{"batch/session"}, kFile{"batch/file"}, kBatch{"batch"}, kCli{"cli"};
+    kSession{"batch/session"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"}, kCli{"cli"};
 
 Folders operator+(Folders a, const Folders& b) {
     a.insert(b.begin(), b.end());
@@ -75,8 +75,9 @@ const Tree kCommand{"apps/hueweave",
                      {"tiff/rewrite", kWork},
                      {"batch/session", kWork + kSession},
                      {"batch/file", kWork + kSession + kFile},
+                     {"batch/watch", kWork + kSession + kFile + kWatch},
                      {"batch", kWork + kSession + kFile + kBatch},
-                     {"cli", kWork + kSession + kFile + kBatch + kCli}}};
+                     {"cli", kWork + kSession + kFile + kWatch + kBatch + kCli}}};
 
 /// The folders in a source's quoted includes; "" for an include without a folder.
 std::set<std::string> IncludedFolders(const fs::path& file) {

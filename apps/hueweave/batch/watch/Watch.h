@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include "batch/session/Session.h"
+#include "batch/watch/Inbox.h"
+
+namespace hueweave::tool {
+
+/// Converts the files that arrive in the inbox, on `threads` threads. Ends by an exception only: `Interrupted` after a
+/// signal, or a `Refusal` if one of the folders does not exist any more.
+[[noreturn]] void RunWatch(Session& session, Inbox& inbox, unsigned threads);
+
+}  // namespace hueweave::tool

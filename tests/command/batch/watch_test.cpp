@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// "hueweave watch" as a process, observed through its output folder and its messages; and when a file is complete.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include "batch/watch/WaitingFiles.h"
+#include "command/support/Command.h"
+#include "command/support/Picture.h"
+
+namespace hueweave::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+int Count(const std::string& text, const std::string& part) {
+    int count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
+    return count;
+}
+
+class WatchTest : public testing::Test {
+protected:
+    WatchTest() { fs::create_directory(in_), WriteBytes(in_ + "/a.tif", scan_); }
+    /// Runs the command until `meanwhile` has returned and SIGTERM has ended it. `Said` returns its messages so far.
+    Outcome Watch(const Words& more, const std::function<void(pid_t)>& meanwhile) const {
+        WriteBytes(said_, "");
+        const Words words{"watch",    "--precision", "library", "--profile", Input("scanner.icc"),
+                          "--settle", "0.1",         in_,       "-o",        out_};
+        const test::Run how{.inChild = [this] { dup2(open(said_.c_str(), O_WRONLY | O_APPEND), 2); },
+                            .meanwhile = [&](pid_t child) { meanwhile(child), Terminate(child); }};
+        Outcome run = Hueweave(words + more, how);
+        run.err = Said();
+        return run;
+    }
+    std::string Said() const { return FileBytes(said_); }
+    static void Until(const std::string& what, const std::function<bool()>& holds) {
+        for (int tries = 0; tries < 3000 && !holds(); ++tries) usleep(10000);
+        EXPECT_TRUE(holds()) << "never happened: " << what;
+    }
+    void UntilSaid(const std::string& part, int times = 1) const {
+        Until(part, [&] { return Count(Said(), part) >= times; });
+    }
+    void UntilConverted(const std::string& name) const {
+        Until(name, [&] { return Exists(out_ + "/" + name); });
+    }
+    Folder folder_;
+    std::string in_ = folder_ / "in", said_ = folder_ / "said", out_ = in_ + "/out",
+                scan_ = FileBytes(Input("photo-8.tif"));
+};
+
+TEST_F(WatchTest, FilesAreConvertedAsTheyAreFinished) {
+    const std::string aside = folder_ / "aside.tif", later = in_ + "/new/deep";
+    WriteBytes(aside, scan_);
+    fs::create_directory(in_ + "/old");
+    const Outcome run = Watch({}, [&](pid_t) {
+        UntilConverted("a.tif");
+        // A file that is still being written is left alone.
+        std::ofstream slow(in_ + "/slow.tif", std::ios::binary);
+        slow << scan_.substr(0, scan_.size() / 2) << std::flush;
+        fs::create_hard_link(aside, in_ + "/linked.tif");
+        UntilConverted("linked.tif");
+        fs::rename(aside, in_ + "/old/renamed.tif");
+        UntilConverted("old/renamed.tif");
+        EXPECT_THAT(Said(), testing::Not(testing::HasSubstr("slow.tif")));
+        slow << scan_.substr(scan_.size() / 2);
+        slow.close();
+        fs::create_directories(later);
+        WriteBytes(later + "/b.tif", scan_);
+        WriteBytes(later + "/c.tif", scan_);
+        WriteBytes(in_ + "/new\nline.tif", scan_);
+        for (const char* name : {"slow.tif", "new/deep/b.tif", "new/deep/c.tif", "new\nline.tif"}) UntilConverted(name);
+        fs::rename(in_ + "/new", in_ + "/renamed");
+        UntilConverted("renamed/deep/b.tif");
+        WriteBytes(in_ + "/renamed/deep/d.tif", scan_);
+        WriteBytes(in_ + "/.hidden.tif", scan_);
+        WriteBytes(in_ + "/notes.txt", scan_);
+        UntilConverted("renamed/deep/d.tif");
+    });
+    EXPECT_EQ(run.status, 0) << run.err;
+    ExpectSrgb(out_ + "/a.tif", in_ + "/a.tif");
+    std::set<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(out_)) {
+        if (entry.path().extension() != ".tif") continue;
+        names.insert(entry.path().lexically_relative(out_));
+        EXPECT_EQ(FileBytes(entry.path()), FileBytes(out_ + "/a.tif")) << entry.path();
+    }
+    EXPECT_THAT(names, testing::ElementsAre("a.tif", "linked.tif", "new\nline.tif", "new/deep/b.tif", "new/deep/c.tif",
+                                            "old/renamed.tif", "renamed/deep/b.tif", "renamed/deep/c.tif",
+                                            "renamed/deep/d.tif", "slow.tif"));
+    EXPECT_THAT(run.err, testing::HasSubstr("/in/new?line.tif -> "));
+    EXPECT_THAT(run.err, testing::EndsWith("10 converted, 0 refused\n"));
+}
+
+TEST_F(WatchTest, WhatWasConvertedIsNotConvertedAgain) {
+    EXPECT_THAT(Watch({}, [&](pid_t) { UntilConverted("a.tif"); }), Succeeds());
+    const auto written = fs::last_write_time(out_ + "/a.tif");
+    const Outcome run = Watch({"--force", "--json"}, [&](pid_t) {
+        WriteBytes(in_ + "/b.tif", scan_);
+        UntilConverted("b.tif");
+        UntilSaid("/a.tif is done already");
+        WriteBytes(in_ + "/b.tif", scan_);
+        UntilSaid("/b.tif is done already");
+        WriteBytes(in_ + "/b.tif", FileBytes(Input("photo-16.tif")));
+        UntilSaid("b.tif -> ", 2);
+    });
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(fs::last_write_time(out_ + "/a.tif"), written);
+    EXPECT_EQ(Count(run.out, "{\"status\":\"skipped\""), 2) << run.out;
+    EXPECT_EQ(Count(run.out, "{\"status\":\"converted\""), 2) << run.out;
+    ExpectSrgb(out_ + "/b.tif", Input("photo-16.tif"));
+}
+
+TEST_F(WatchTest, ADamagedFileIsToldOnceAndTriedAgainWhenItChanges) {
+    const std::string part = in_ + "/0.tif";
+    const Outcome run = Watch({"-j", "1"}, [&](pid_t) {
+        WriteBytes(part, scan_.substr(0, scan_.size() / 3));
+        UntilSaid("/0.tif: is truncated");
+        WriteBytes(part, scan_.substr(0, scan_.size() / 2));
+        WriteBytes(in_ + "/1.tif", scan_);  // taken after the other one
+        UntilConverted("1.tif");
+        EXPECT_FALSE(Exists(out_ + "/0.tif"));
+        WriteBytes(part, scan_);
+        UntilConverted("0.tif");
+        // Another file with the name of one that was refused is told.
+        WriteBytes(in_ + "/2.tif", "bad");
+        UntilSaid("/2.tif: is not a TIFF file");
+        WriteBytes(folder_ / "2.tif", "worse");
+        fs::rename(folder_ / "2.tif", in_ + "/2.tif");
+        UntilSaid("/2.tif: is not a TIFF file", 2);
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(Count(run.err, "hueweave: "), 3 + 1) << "three refusals and a note at the end: " << run.err;
+    EXPECT_EQ(FileBytes(out_ + "/0.tif"), FileBytes(out_ + "/1.tif"));
+}
+
+TEST_F(WatchTest, AfterTooManyChangesTheFolderIsListedAgain) {
+    std::size_t most = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> most;
+    const Outcome run = Watch({}, [&](pid_t child) {
+        UntilConverted("a.tif");
+        kill(child, SIGSTOP);
+        for (std::size_t i = 0; i < most + 10; ++i) {  // equal changes in a row would count as one
+            close(open((in_ + (i % 2 == 0 ? "/x" : "/y")).c_str(), O_WRONLY | O_CREAT, 0600));
+        }
+        fs::create_directory(in_ + "/lost");
+        WriteBytes(in_ + "/lost/b.tif", scan_);
+        kill(child, SIGCONT);
+        UntilConverted("lost/b.tif");
+        WriteBytes(in_ + "/lost/c.tif", scan_);
+        UntilConverted("lost/c.tif");
+    });
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.err, testing::HasSubstr("too many changes at once"));
+    EXPECT_EQ(Count(run.err, "/a.tif"), 2) << "its conversion only: " << run.err;
+}
+
+TEST_F(WatchTest, EndsWhenOneOfTheFoldersIsGone) {
+    const std::string elsewhere = folder_ / "elsewhere";
+    out_ = folder_ / "out";
+    for (const auto& [gone, status] : {std::pair{in_, 4}, {out_, 5}}) {
+        const std::string said = "hueweave: " + gone + ": was removed or renamed, and cannot be ";
+        EXPECT_EQ(Watch({},
+                        [&, folder = gone](pid_t) {
+                            UntilSaid("watching ");
+                            fs::rename(folder, elsewhere);
+                            UntilSaid(said);
+                        })
+                      .status,
+                  status);
+        fs::rename(elsewhere, gone);
+    }
+}
+
+TEST_F(WatchTest, OtherSignalsEndItAsTheyEndAConversion) {
+    WriteBytes(in_ + "/large.tif", FileBytes(Input("large-16.tif")));
+    for (const int signal : {SIGINT, SIGHUP}) {
+        fs::remove_all(out_);
+        const auto stop = [&](pid_t child) {
+            UntilConverted("a.tif");  // the large file is being converted or is waiting
+            kill(child, signal);
+        };
+        EXPECT_EQ(Watch({}, stop).signal, signal);
+        for (const std::string& name : NamesIn(out_)) EXPECT_THAT(name, testing::Not(testing::EndsWith(".tmp")));
+    }
+}
+
+TEST_F(WatchTest, LinksAreFollowedOnRequestAndNeverOutOfTheOutputFolder) {
+    for (const std::string& name : {folder_ / "elsewhere", in_ + "/deep", out_}) fs::create_directories(name);
+    WriteBytes(folder_ / "elsewhere/b.tif", scan_);
+    WriteBytes(in_ + "/deep/c.tif", scan_);
+    fs::create_directory_symlink(folder_ / "elsewhere", in_ + "/link");
+    fs::create_directory_symlink("../deep", out_ + "/deep");  // the output would be the source
+    for (const bool follow : {false, true}) {
+        const Outcome run = Watch(follow ? Words{"--force", "--follow"} : Words{"--force"}, [&](pid_t) {
+            UntilSaid("deep/c.tif: would be written outside of " + out_ + ", through a link");
+            UntilConverted(follow ? "link/b.tif" : "a.tif");
+        });
+        EXPECT_EQ(Exists(out_ + "/link"), follow);
+        EXPECT_EQ(Count(run.err, "1 symbolic link was not followed"), follow ? 0 : 1) << run.err;
+    }
+    EXPECT_EQ(FileBytes(in_ + "/deep/c.tif"), scan_);
+}
+
+TEST_F(WatchTest, FoldersThatCannotBeUsedAreRefused) {
+    const std::pair<Words, const char*> rows[] = {{{"-o", out_}, "no folder was given"},
+                                                  {{in_, "-o", "-"}, "no output folder was given"},
+                                                  {{in_, "-o", folder_.path()}, "contains the folder to watch"},
+                                                  {{in_, "-o", in_ + "/a.tif"}, "is no folder"},
+                                                  {{in_, "-o", out_, "--settle", "0"}, "--settle"}};
+    for (const auto& [words, reason] : rows) EXPECT_THAT(Hueweave(Words{"watch"} + words), Says(2, reason));
+    EXPECT_THAT(Hueweave({"watch", in_ + "/a.tif", "-o", out_}), Refuses(4, "is no folder; name a folder to watch"));
+}
+
+TEST(WaitingFilesTest, AFileIsTakenOnceItStaysTheSameAndHasNoWriter) {
+    const Folder folder;
+    const std::string path = folder / "a.tif";
+    const auto at = [](int seconds) { return tool::WaitingFiles::Time() + std::chrono::seconds(seconds); };
+    tool::WaitingFiles files(std::chrono::seconds(2));
+    std::ofstream writer(path);
+    files.Notice(path, false, at(0));
+    EXPECT_EQ(files.Next(), at(2));
+    writer << "more" << std::flush;
+    EXPECT_TRUE(files.Take(at(2)).empty()) << "it has changed";
+    EXPECT_TRUE(files.Take(at(4)).empty()) << "it is open for writing";
+    writer.close();
+    const tool::Arrival first = files.Take(at(6)).at(0);
+    EXPECT_FALSE(files.Next().has_value());
+    files.Finish({first, tool::Exit::Input});
+    files.Notice(path, true, at(10));
+    EXPECT_TRUE(files.Take(at(12)).empty()) << "it is the same as before";
+    WriteBytes(path, "changed");
+    files.Notice(path, true, at(20));
+    const tool::Arrival second = files.Take(at(22)).at(0);
+    EXPECT_EQ(second.told, tool::Exit::Input) << "its refusal was told";
+    files.Notice(path, true, at(22));
+    EXPECT_TRUE(files.Take(at(30)).empty()) << "it is in conversion";
+    files.Lose(folder.path());
+    files.Finish({second, std::nullopt});
+    EXPECT_EQ(files.size(), 0U) << "nothing is remembered of files that are gone";
+}
+
+}  // namespace
+}  // namespace hueweave::test
