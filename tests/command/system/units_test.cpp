@@ -12,6 +12,7 @@
 #include "batch/session/ProfileFile.h"
 #include "colour/library/Bake.h"
 #include "colour/library/CompareLibrary.h"
+#include "command/support/Command.h"
 #include "command/support/OpenedTiff.h"
 #include "command/support/TiffMaker.h"
 #include "system/JsonNames.h"
