@@ -12,13 +12,6 @@ using Xyz = std::array<double, 3>;
 constexpr Xyz kWhite{cmsD50X, cmsD50Y, cmsD50Z};
 constexpr cmsUInt32Number kVersion4 = 0x4000000;
 
-/// The media white point; D50 for a display profile before version 4, because the eye adapts to the display's white.
-Xyz MediaWhite(LcmsWork& work, cmsHPROFILE profile) {
-    const auto* white = static_cast<const cmsCIEXYZ*>(work.Read(profile, cmsSigMediaWhitePointTag));
-    if (white == nullptr || IsOldScreen(profile)) return kWhite;
-    return {white->X, white->Y, white->Z};
-}
-
 bool CompensatesBlack(cmsHPROFILE target, const TransformOptions& options) {
     if (options.blackPoint != BlackPoint::Auto) return options.blackPoint == BlackPoint::Compensated;
     return options.intent != RenderingIntent::RelativeColorimetric && cmsGetEncodedICCversion(target) >= kVersion4;
@@ -38,6 +31,12 @@ Connection IfNoticed(const Connection& connection) {
 }
 
 }  // namespace
+
+std::array<double, 3> MediaWhite(LcmsWork& work, cmsHPROFILE profile) {
+    const auto* white = static_cast<const cmsCIEXYZ*>(work.Read(profile, cmsSigMediaWhitePointTag));
+    if (white == nullptr || IsOldScreen(profile)) return kWhite;
+    return {white->X, white->Y, white->Z};
+}
 
 Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options) {
     Connection connection;

@@ -16,6 +16,10 @@ struct Connection {
     bool operator==(const Connection&) const = default;
 };
 
+/// The media white point in XYZ; D50 for a display profile before version 4, because the eye adapts to the display's
+/// white.
+std::array<double, 3> MediaWhite(LcmsWork& work, cmsHPROFILE profile);
+
 /// The change of the white point for the absolute intent, and of the black point if it is compensated, by the rules of
 /// Little CMS.
 Connection Connect(LcmsWork& work, cmsHPROFILE source, cmsHPROFILE target, const TransformOptions& options);

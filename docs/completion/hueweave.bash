@@ -3,7 +3,7 @@
 
 _hueweave() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="convert watch inspect bake verify spaces"
+    local commands="convert watch inspect bake verify check spaces"
     local options="-h --help --version" values="" kind=none i
 
     local command=
@@ -27,6 +27,10 @@ _hueweave() {
     inspect) kind=files options="-h --help --json --no-sandbox" ;;
     bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;
     verify) kind=files options="-h --help --image --to --intent --precision --bits --points --limit --json --no-sandbox" ;;
+    check)
+        kind=files
+        options="-h --help --profile --to --precision --intent --bpc --absolute --worst --limit --guideline --json --no-sandbox"
+        ;;
     spaces) options="-h --help --json" ;;
     *) return ;;
     esac
@@ -41,11 +45,14 @@ _hueweave() {
         --intent) kind=none options="" values="perceptual relative saturation absolute" ;;
         --source) kind=none options="" values="require-match given embedded" ;;
         --others) kind=none options="" values="refuse copy skip" ;;
+        --guideline)
+            kind=none options="" values="fadgi-4 fadgi-3 fadgi-2 fadgi-1 metamorfoze-full metamorfoze-light"
+            ;;
         --bits) kind=none options="" values="8 16" ;;
         --precision) kind=none options="" values="exact library" ;;
         --icc-version) kind=none options="" values="4 2" ;;
         -o | --output | --profile | --curve | --files-from | --image) kind=files options="" ;;
-        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --limit | --accept-error | --settle) return ;;
+        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --worst | --limit | --accept-error | --settle) return ;;
         esac
     fi
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/BakeCommand.h"
+#include "cli/CheckCommand.h"
 #include "cli/ConvertCommand.h"
 #include "cli/InspectCommand.h"
 #include "cli/SpacesCommand.h"
@@ -31,12 +32,13 @@ constexpr const char* kFooter = R"(Examples:
   hueweave watch scans/ -o converted/                   the same for files that are still to come
   hueweave inspect scan.tif scanner.icc
   hueweave verify scanner.icc --limit 2.0
+  hueweave check --profile scanner.icc chart.ti3        how far a chart's colours are from their reference
 
 Exit status: 0 all done, 1 some of several files failed or a limit was exceeded, 2 usage, 3 profile refused,
 4 input refused, 5 output refused; by SIGINT or SIGTERM, that signal itself.)";
 
 /// Names a mistyped command; CLI11 would only report that one is missing.
-void CheckCommand(const CLI::App& app, const std::string& word) {
+void RequireCommand(const CLI::App& app, const std::string& word) {
     if (word.starts_with('-')) return;
     for (const CLI::App* command : app.get_subcommands({})) {
         if (command->get_name() == word) return;
@@ -61,9 +63,10 @@ std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words) {
     declare(std::make_unique<InspectCommand>());
     declare(std::make_unique<BakeCommand>());
     declare(std::make_unique<VerifyCommand>());
+    declare(std::make_unique<CheckCommand>());
     declare(std::make_unique<SpacesCommand>());
 
-    if (count > 1) CheckCommand(app, words[1]);
+    if (count > 1) RequireCommand(app, words[1]);
     try {
         app.parse(count, words);
     } catch (const CLI::ParseError& error) {

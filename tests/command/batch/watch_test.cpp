@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 // "hueweave watch" as a process, observed through its output folder and its messages; and when a file is complete.
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -184,6 +185,8 @@ TEST_F(WatchTest, OtherSignalsEndItAsTheyEndAConversion) {
         const auto stop = [&](pid_t child) {
             UntilConverted("a.tif");  // the large file is being converted or is waiting
             kill(child, signal);
+            siginfo_t ended{};
+            waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);  // before SIGTERM
         };
         EXPECT_EQ(Watch({}, stop).signal, signal);
         for (const std::string& name : NamesIn(out_)) EXPECT_THAT(name, testing::Not(testing::EndsWith(".tmp")));

@@ -42,6 +42,7 @@ std::string Drain(std::FILE* file) {
     dup2(out, 1);
     dup2(err, 2);
     for (const auto& [name, value] : run.setenv) setenv(name.c_str(), value.c_str(), 1);
+    std::signal(SIGHUP, SIG_DFL);  // the tests themselves may run under nohup
     if (run.inChild) run.inChild();
     std::vector<char*> words;
     for (const std::string& word : run.words) words.push_back(const_cast<char*>(word.c_str()));

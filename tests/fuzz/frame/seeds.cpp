@@ -135,6 +135,20 @@ void PlantTextsOfTheCommand(Garden& garden) {
          "verify\np.icc\n--image\na.tif\n--intent=absolute", "spaces\n--json", "convert\n--help",
          "convert\n--precision=library\n--accept-error\n3.5\n-o\nout\na\n-v", "convert\n--to\nb.icc\n--bpc\n-o\nout\na",
          "convert\n--icc-version=2\n--to=rec2020\n-o\nout\na", "verify\np.icc\n--to=q.icc\n--precision\nexact"});
+    garden.Plant("arguments", "check",
+                 ByteWriter().Text("check\nr.cie\ns.val\n--profile\np\n--guideline=fadgi-4\n--limit\n2,6.5").Done());
+    // The size of the reference, 0 for all of the text, in front of it and of a scan.
+    const std::string chart =
+        "SAMPLE_ID RGB_R RGB_G RGB_B XYZ_X XYZ_Y XYZ_Z\nEND_DATA_FORMAT\nBEGIN_DATA\n"
+        "A01 10 20 30 9.6 10 8.2\n\"A2\" 0 0 0 +0.1 1e-1 .1\nEND_DATA\n";
+    const std::string table = "CTI3\nCOLOR_REP \"XYZ_RGB\" # measured\nNUMBER_OF_SETS 2\nBEGIN_DATA_FORMAT\n" + chart;
+    const std::string scan =
+        "VALS\nBEGIN_DATA_FORMAT\nSAMPLE_LOC RGB_R RGB_G RGB_B\nEND_DATA_FORMAT\nBEGIN_DATA\n"
+        "A1 255 0 0\nA02 0 0 255\nEND_DATA\n";
+    const std::string none("\0\0", 2), size{static_cast<char>(table.size()), '\0'};
+    garden.PlantTexts("check_chart", {"", none + table, none + table.substr(0, table.size() - 12), size + table + scan,
+                                      size + table + table, none + "\xEF\xBB\xBF" + table + "\x1a" + table,
+                                      none + "NUMBER_OF_FIELDS 9\n" + table});
     const auto profile = "8BIM\4\17\0\0\0\0\0\5abcde\0"sv, thumbnail = "8BIM\4\14\2xy\0\0\0\0\4WXYZ"sv;
     const auto join = [](std::initializer_list<std::string_view> parts) {
         std::string all("\3\7");

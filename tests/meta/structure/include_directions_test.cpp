@@ -2,8 +2,8 @@
 // Copyright (c) The Hueweave authors
 //
 // Includes have one direction. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them
-// -> base; the remaining folders include only base. In colour: {library, exact} -> profile -> base, levels may be
-// skipped, and nothing of the command. In the command: cli -> batch -> tiff -> system, levels may be skipped; cli,
+// -> base; the remaining folders include only base. In colour: {library, exact, chart} -> profile -> base, levels may
+// be skipped, and nothing of the command. In the command: cli -> batch -> tiff -> system, levels may be skipped; cli,
 // batch and tiff/rewrite also include colour, and all folders colour/base. Only colour includes the library's own
 // headers.
 #include <gtest/gtest.h>
@@ -49,7 +49,7 @@ Folders operator+(Folders a, const Folders& b) {
 }
 
 const Folders kColourTop{"colour"}, kColourBase{"colour/base"}, kProfile{"colour/profile"}, kJudge{"colour/judge"},
-    kThroughEngine{"colour/library"}, kExact{"colour/exact"}, kKernels{"colour/exact/kernels"};
+    kChart{"colour/chart"}, kThroughEngine{"colour/library"}, kExact{"colour/exact"}, kKernels{"colour/exact/kernels"};
 const Folders kOfProfiles{"base", "color", "iccfile", "units"};  // in the library
 const Folders kOfEngine = kOfProfiles + Folders{"engine"};
 const Tree kColour{"colour",
@@ -57,6 +57,7 @@ const Tree kColour{"colour",
                    {{"", kColourTop + kColourBase + kProfile + kJudge + kExact},
                     {"base", kColourBase},
                     {"profile", kColourBase + kProfile + kOfProfiles},
+                    {"chart", kColourBase + kProfile + kChart},
                     {"judge", kColourBase + kProfile + kJudge},
                     {"library", kColourBase + kProfile + kJudge + kThroughEngine + kOfEngine},
                     {"exact", kColourBase + kProfile + kExact + kKernels},
@@ -77,7 +78,7 @@ const Tree kCommand{"apps/hueweave",
                      {"batch/file", kWork + kSession + kFile},
                      {"batch/watch", kWork + kSession + kFile + kWatch},
                      {"batch", kWork + kSession + kFile + kBatch},
-                     {"cli", kWork + kSession + kFile + kWatch + kBatch + kCli}}};
+                     {"cli", kWork + kChart + kSession + kFile + kWatch + kBatch + kCli}}};
 
 /// The folders in a source's quoted includes; "" for an include without a folder.
 std::set<std::string> IncludedFolders(const fs::path& file) {

@@ -10,6 +10,7 @@
 #include "FuzzInput.h"
 #include "Scene.h"
 #include "cli/BakeCommand.h"
+#include "cli/CheckCommand.h"
 #include "cli/CommandLine.h"
 #include "cli/ConvertCommand.h"
 #include "cli/InspectCommand.h"
@@ -188,6 +189,12 @@ void RunTarget(FuzzInput& input) {
         CheckRendering(v.rendering, v.targetFile, v.precision);
         Require((v.bits == 8 || v.bits == 16) && v.points >= 2 && v.points <= 65, "a grid that there is");
         Require(!v.limit || (*v.limit >= 0 && *v.limit <= 100), "a limit within its range");
+    }
+    if (const auto* check = dynamic_cast<const CheckCommand*>(command.get())) {
+        const CheckOptions& c = check->options();
+        CheckRendering(c.convert.rendering, c.convert.targetFile, c.convert.precision);
+        Require(c.convert.profile && (c.measured || c.guideline == nullptr), "a guideline is for measured colours");
+        Require(!c.limit || (c.limit->mean >= 0 && c.limit->largest.value_or(0) <= 100), "limits within their range");
     }
     if (const auto* convert = dynamic_cast<const ConvertCommand*>(command.get())) {
         CheckConvert(convert->options());
