@@ -6,7 +6,6 @@
 #include <linux/capability.h>
 #include <malloc.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,6 +42,10 @@ std::string Drain(std::FILE* file) {
     dup2(err, 2);
     for (const auto& [name, value] : run.setenv) setenv(name.c_str(), value.c_str(), 1);
     std::signal(SIGHUP, SIG_DFL);  // the tests themselves may run under nohup
+    for (const auto& [resource, value] : run.limits) {
+        const struct rlimit both { value, value };
+        setrlimit(resource, &both);
+    }
     if (run.inChild) run.inChild();
     std::vector<char*> words;
     for (const std::string& word : run.words) words.push_back(const_cast<char*>(word.c_str()));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -49,8 +50,9 @@ struct Run {
     Words words{};
     std::string input{};  ///< path of standard input; empty for none
     std::map<std::string, std::string> setenv{};
-    std::function<void()> inChild{};         ///< runs before the program starts, for limits
-    std::function<void(pid_t)> meanwhile{};  ///< runs in the parent while the program runs
+    std::map<__rlimit_resource, rlim_t> limits{};  ///< by RLIMIT_..., soft and hard
+    std::function<void()> inChild{};               ///< runs before the program starts
+    std::function<void(pid_t)> meanwhile{};        ///< runs in the parent while the program runs
 };
 Outcome RunProgram(const Run& run);
 

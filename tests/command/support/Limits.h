@@ -2,8 +2,6 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
-#include <sys/resource.h>
-
 #include "command/support/Command.h"
 
 namespace hueweave::test {
@@ -36,11 +34,7 @@ inline constexpr unsigned kFileSeconds = 10 * kSlower;
 /// Runs the command with these arguments; SIGXCPU ends it when it exceeds the time for one file. Fails the test if it
 /// exceeds the memory.
 inline Outcome HueweaveWithinLimits(const Words& words) {
-    const auto limit = [] {
-        const struct rlimit seconds { kFileSeconds, kFileSeconds };
-        setrlimit(RLIMIT_CPU, &seconds);
-    };
-    Outcome outcome = Hueweave(words, {.inChild = limit});
+    Outcome outcome = Hueweave(words, {.limits = {{RLIMIT_CPU, kFileSeconds}}});
     EXPECT_EQ(outcome.signal, 0) << words[0] << " takes more than " << kFileSeconds << " s, or crashes";
     EXPECT_LT(outcome.peakKb, kFileKb) << words[0];
     return outcome;

@@ -3,7 +3,6 @@
 // Every system call fails in turn. Whichever it is, the old file stays or the new one is complete.
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -155,12 +154,9 @@ class ScarceTest : public BatchTest {
 protected:
     ScarceTest() { Copy("n", 24); }
     /// Many threads with a scarce resource: at worst a file is not converted, and a later run can convert it.
-    void ExpectNothingWorseThanRefusals(int resource, rlim_t limit) {
+    void ExpectNothingWorseThanRefusals(__rlimit_resource resource, rlim_t limit) {
         const Words words{scans_, "-o", out_, "-q"};
-        const Outcome run = ConvertScan(words + Words{"-j", "64"}, {.inChild = [&] {
-                                            const rlimit value{limit, limit};
-                                            setrlimit(static_cast<__rlimit_resource_t>(resource), &value);
-                                        }});
+        const Outcome run = ConvertScan(words + Words{"-j", "64"}, {.limits = {{resource, limit}}});
         EXPECT_EQ(run.signal, 0) << limit;
         for (const std::string& line : Lines(run.err)) {
             EXPECT_THAT(line, testing::AnyOf(HasSubstr("lower -j"), HasSubstr("--resume will not")));

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) The Hueweave authors
 // The old file or the new one, complete: inputs that are outputs too, full disks, signals, and unusual files.
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -105,20 +104,14 @@ TEST_F(SafetyTest, InPlaceAnotherNameKeepsTheOldContents) {
 // In a build that measures coverage, the limit would truncate the coverage files as well.
 #ifndef HUEWEAVE_COUNTS_LINES
 TEST_F(SafetyTest, ALimitOnTheSizeOfFilesIsAnErrorAndNoDeath) {
-    const auto limit = [](rlim_t bytes) {
-        return [bytes] {
-            const struct rlimit most { bytes, bytes };
-            setrlimit(RLIMIT_FSIZE, &most);
-        };
-    };
     for (const rlim_t bytes : {100000U, 200000U, 300000U}) {
-        const Outcome run = Convert({}, {.inChild = limit(bytes)});
+        const Outcome run = Convert({}, {.limits = {{RLIMIT_FSIZE, bytes}}});
         EXPECT_THAT(run, Says(5, "out.tif: cannot be written (File too large); free some space"));
         EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
         EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }
     WriteBytes(out_, "precious");
-    const Outcome run = Convert({"--force"}, {.inChild = limit(100000)});
+    const Outcome run = Convert({"--force"}, {.limits = {{RLIMIT_FSIZE, 100000}}});
     EXPECT_EQ(run.status, 5);
     EXPECT_EQ(FileBytes(out_), "precious");
 }
