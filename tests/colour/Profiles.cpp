@@ -12,31 +12,9 @@
 namespace hueweave::test {
 namespace {
 
-struct ProfileCloser {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-using Handle = std::unique_ptr<void, ProfileCloser>;
-
 constexpr Vector kD50{0.9642, 1.0, 0.8249};
 constexpr cmsTagSignature kForth[] = {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag};
 constexpr cmsTagSignature kBack[] = {cmsSigBToA0Tag, cmsSigBToA1Tag, cmsSigBToA2Tag};
-
-Bytes Saved(const Handle& profile) {
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile.get(), nullptr, &size);
-    Bytes bytes(size);
-    if (size == 0 || !cmsSaveProfileToMem(profile.get(), bytes.data(), &size)) throw std::runtime_error("no profile");
-    return bytes;
-}
-
-Handle BlankRgb(double version, cmsColorSpaceSignature connection, cmsProfileClassSignature kind) {
-    Handle profile(cmsCreateProfilePlaceholder(nullptr));
-    cmsSetProfileVersion(profile.get(), version);
-    cmsSetColorSpace(profile.get(), cmsSigRgbData);
-    cmsSetPCS(profile.get(), connection);
-    cmsSetDeviceClass(profile.get(), kind);
-    return profile;
-}
 
 cmsUInt16Number Word(double fraction) { return static_cast<cmsUInt16Number>(std::lround(65535 * fraction)); }
 
@@ -44,14 +22,14 @@ cmsUInt16Number Word(double fraction) { return static_cast<cmsUInt16Number>(std:
 struct Model {
     double exponent;
     bool xyz, oldLab;
-    static constexpr double kBlack = 0.01;
+    double black;
+    Matrix matrix, inverse = Inverse(matrix);
 
     Vector Xyz(const cmsUInt16Number* rgb) const {
         Vector light;
         for (std::size_t c = 0; c < 3; ++c) light[c] = std::pow(rgb[c] / 65535.0, exponent);
-        static const Matrix kMatrix = ToXyz(kGamutAdobe);
-        Vector xyz_ = Times(kMatrix, light);
-        for (std::size_t c = 0; c < 3; ++c) xyz_[c] = kBlack * kD50[c] + (1 - kBlack) * xyz_[c];
+        Vector xyz_ = Times(matrix, light);
+        for (std::size_t c = 0; c < 3; ++c) xyz_[c] = black * kD50[c] + (1 - black) * xyz_[c];
         return xyz_;
     }
     static int Forth(const cmsUInt16Number* rgb, cmsUInt16Number* connection, void* cargo) {
@@ -69,7 +47,6 @@ struct Model {
     }
     static int Back(const cmsUInt16Number* connection, cmsUInt16Number* rgb, void* cargo) {
         const Model& model = *static_cast<Model*>(cargo);
-        static const Matrix kInverse = Inverse(ToXyz(kGamutAdobe));
         cmsCIEXYZ xyz_;
         cmsCIELab lab;
         if (model.xyz) {
@@ -79,8 +56,8 @@ struct Model {
             cmsLab2XYZ(nullptr, &xyz_, &lab);
         }
         Vector v{xyz_.X, xyz_.Y, xyz_.Z};
-        for (std::size_t c = 0; c < 3; ++c) v[c] = (v[c] - kBlack * kD50[c]) / (1 - kBlack);
-        const Vector light = Times(kInverse, v);
+        for (std::size_t c = 0; c < 3; ++c) v[c] = (v[c] - model.black * kD50[c]) / (1 - model.black);
+        const Vector light = Times(model.inverse, v);
         for (std::size_t c = 0; c < 3; ++c) rgb[c] = Word(std::pow(std::clamp(light[c], 0.0, 1.0), 1 / model.exponent));
         return 1;
     }
@@ -110,14 +87,16 @@ cmsStage* MatrixStage(const Matrix& matrix, double scale, const Vector& offset =
 class TableMaker {
 public:
     TableMaker(const TableDevice& device, std::size_t intent)
-        : device_(device), model_{1.8 + 0.2 * static_cast<double>(intent), device.xyz, device.version < 4} {}
+        : device_(device),
+          model_{1.8 + 0.2 * static_cast<double>(intent), device.xyz, device.version < 4, device.plain ? 0 : 0.01,
+                 device.plain ? kSwappedSrgb : ToXyz(kGamutAdobe)} {}
 
     cmsPipeline* Forth() {
         if (device_.noGrid) {
             Add(PowerStage(model_.exponent, true));
             Vector offset;
-            for (std::size_t c = 0; c < 3; ++c) offset[c] = Model::kBlack * kD50[c] * kXyz;
-            Add(MatrixStage(ToXyz(kGamutAdobe), (1 - Model::kBlack) * kXyz, offset));
+            for (std::size_t c = 0; c < 3; ++c) offset[c] = model_.black * kD50[c] * kXyz;
+            Add(MatrixStage(model_.matrix, (1 - model_.black) * kXyz, offset));
             Add(PowerStage(1, true));
             return lut_;
         }
@@ -203,6 +182,14 @@ Matrix ToXyz(const Gamut& gamut) {
     return Times(Times(Inverse(bradford), adapted), columns);
 }
 
+cmsCIELab LabOf(const Matrix& toXyz, const Vector& light) {
+    const Vector v = Times(toXyz, light);
+    const cmsCIEXYZ xyz{v[0], v[1], v[2]};
+    cmsCIELab lab;
+    cmsXYZ2Lab(nullptr, &lab, &xyz);
+    return lab;
+}
+
 Bytes ParaBlock(unsigned function, const std::vector<double>& parameters) {
     ByteWriter out;
     out.Text("para").Big32(0).Big16(function).Big16(0);
@@ -229,27 +216,47 @@ double SrgbSample(double light) {
     return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
 }
 
-Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version, cmsProfileClassSignature kind) {
+Bytes MatrixProfile(const Matrix& toXyz, const std::array<Bytes, 3>& curves, int version,
+                    cmsProfileClassSignature kind) {
     ProfileBuilder profile;
     profile.HeaderWord(8, version == 4 ? 0x04300000 : 0x02400000).HeaderWord(12, kind).HeaderWord(20, cmsSigXYZData);
-    const Matrix matrix = ToXyz(gamut);
     const char* const colorants[] = {"rXYZ", "gXYZ", "bXYZ"};
-    const char* const curves[] = {"rTRC", "gTRC", "bTRC"};
+    const char* const tones[] = {"rTRC", "gTRC", "bTRC"};
     for (std::size_t c = 0; c < 3; ++c) {
         const auto fixed = [&](std::size_t row) {
-            return static_cast<std::uint32_t>(std::lround(matrix[row][c] * 65536));
+            return static_cast<std::uint32_t>(std::lround(toXyz[row][c] * 65536));
         };
-        profile.Xyz(colorants[c], fixed(0), fixed(1), fixed(2)).Raw(curves[c], curve);
+        profile.Xyz(colorants[c], fixed(0), fixed(1), fixed(2)).Raw(tones[c], curves[c]);
     }
     return profile.Xyz("wtpt", 0xf6d6, 0x10000, 0xd32d).Build();
 }
 
+Profile BlankProfile(double version, cmsColorSpaceSignature colours, cmsColorSpaceSignature connection,
+                     cmsProfileClassSignature kind) {
+    Profile profile(cmsCreateProfilePlaceholder(nullptr));
+    cmsSetProfileVersion(profile.get(), version);
+    cmsSetColorSpace(profile.get(), colours);
+    cmsSetPCS(profile.get(), connection);
+    cmsSetDeviceClass(profile.get(), kind);
+    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    return profile;
+}
+
+Bytes Saved(const Profile& profile) {
+    cmsUInt32Number size = 0;
+    cmsSaveProfileToMem(profile.get(), nullptr, &size);
+    Bytes bytes(size);
+    if (size == 0 || !cmsSaveProfileToMem(profile.get(), bytes.data(), &size)) throw std::runtime_error("no profile");
+    return bytes;
+}
+
 Bytes TableProfile(const TableDevice& device) {
     const auto kind = device.screen ? cmsSigDisplayClass : device.target ? cmsSigOutputClass : cmsSigInputClass;
-    const Handle profile = BlankRgb(device.version, device.xyz ? cmsSigXYZData : cmsSigLabData, kind);
+    const auto connection = device.xyz ? cmsSigXYZData : cmsSigLabData;
+    const Profile profile = BlankProfile(device.version, cmsSigRgbData, connection, kind);
     const cmsCIEXYZ paper{0.87, 0.90, 0.70};
-    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &paper);
-    for (std::size_t intent = 0; intent < 3; ++intent) {
+    if (!device.plain) cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &paper);
+    for (std::size_t intent = 0; intent < (device.plain ? 1 : 3); ++intent) {
         const auto write = [&](cmsTagSignature tag, cmsPipeline* lut) {
             cmsPipelineSetSaveAs8bitsFlag(lut, device.bytes);
             if (!cmsWriteTag(profile.get(), tag, lut)) throw std::runtime_error("no table");
@@ -262,8 +269,7 @@ Bytes TableProfile(const TableDevice& device) {
 }
 
 Bytes FloatProfile(bool rough) {
-    const Handle profile = BlankRgb(4.3, cmsSigXYZData, cmsSigInputClass);
-    cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    const Profile profile = BlankProfile(4.3, cmsSigRgbData, cmsSigXYZData, cmsSigInputClass);
     std::vector<float> light;
     for (int i = 0; i < 1024; ++i) {
         light.push_back(static_cast<float>(rough ? 0.5 + 0.5 * std::sin(i * 300 / 1023.0) : std::pow(i / 1023.0, 1.8)));
@@ -278,7 +284,7 @@ Bytes FloatProfile(bool rough) {
     return Saved(profile);
 }
 
-Bytes LcmsSrgb() { return Saved(Handle(cmsCreate_sRGBProfile())); }
+Bytes LcmsSrgb() { return Saved(Profile(cmsCreate_sRGBProfile())); }
 
 Bytes ArgyllProfile(const std::string& name) { return ReadFile(std::string(HUEWEAVE_COMMAND_INPUTS) + "/" + name); }
 

@@ -8,11 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "judges/colours/Truth.h"
 #include "support/ByteWriter.h"
 
 // Profiles of devices whose colours are defined by formulas.
 namespace hueweave::test {
 
+using judge::Profile;
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>;  ///< rows first
 
@@ -34,6 +36,10 @@ inline constexpr Gamut kGamutEci{kDaylight50, {0.67, 0.33}, {0.21, 0.71}, {0.14,
 
 /// Linear RGB to XYZ under D50, with Bradford adaptation.
 Matrix ToXyz(const Gamut& gamut);
+/// The same for sRGB with other channels, so that no other profile is mistaken for one with these colours.
+inline constexpr Matrix kSwappedSrgb{{{0.1431, 0.4361, 0.3851}, {0.0606, 0.2225, 0.7169}, {0.7141, 0.0139, 0.0971}}};
+/// The colour under D50 of the linear light of each channel, 0 to 1.
+cmsCIELab LabOf(const Matrix& toXyz, const Vector& light);
 
 /// Blocks of parametric type ("para") with one of the five ICC functions, and of type "curv" with an exponent or a
 /// table.
@@ -47,8 +53,17 @@ double SrgbLight(double sample);
 double SrgbSample(double light);
 
 /// A profile of a matrix and curves with a D50 white point.
-Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version = 2,
+Bytes MatrixProfile(const Matrix& toXyz, const std::array<Bytes, 3>& curves, int version = 2,
                     cmsProfileClassSignature kind = cmsSigInputClass);
+inline Bytes MatrixProfile(const Gamut& gamut, const Bytes& curve, int version = 2,
+                           cmsProfileClassSignature kind = cmsSigInputClass) {
+    return MatrixProfile(ToXyz(gamut), {curve, curve, curve}, version, kind);
+}
+
+/// A profile without colours, with a D50 white point; and the file of a profile.
+Profile BlankProfile(double version, cmsColorSpaceSignature colours, cmsColorSpaceSignature connection,
+                     cmsProfileClassSignature kind);
+Bytes Saved(const Profile& profile);
 
 /// A printer or scanner with tables: light is a power of the samples, above a black of 1 % of the white.
 struct TableDevice {
@@ -59,9 +74,10 @@ struct TableDevice {
     bool noGrid = false;  ///< version 4 with XYZ only: "curves, matrix, curves"
     bool target = false;  ///< also has tables from PCS to device
     bool screen = false;  ///< of class "mntr"
+    bool plain = false;   ///< of `kSwappedSrgb`: one table for all intents, no black, and a D50 white
     unsigned points = 9;  ///< grid points per axis
 };
-/// Has a different table for each of three intents, and a paper white other than D50.
+/// Has a different table for each of three intents, and a paper white other than D50, unless it is plain.
 Bytes TableProfile(const TableDevice& device);
 
 /// Version 4 with a table of floating-point elements and no other tag to fall back on. Its curve has a step if `rough`.

@@ -204,11 +204,8 @@ TEST(WaysTest, OffsetsAddNothingElseToATransform) {
 Vector LchOf(const Words& rgb) {
     Vector light;
     for (std::size_t c = 0; c < 3; ++c) light[c] = SrgbLight(rgb[c] / 65535.0);
-    const Vector v = Times(ToXyz(kGamutSrgb), light);
-    const cmsCIEXYZ xyz{v[0], v[1], v[2]};
-    cmsCIELab lab;
+    const cmsCIELab lab = LabOf(ToXyz(kGamutSrgb), light);
     cmsCIELCh lch;
-    cmsXYZ2Lab(nullptr, &lab, &xyz);
     cmsLab2LCh(&lch, &lab);
     return {lch.L, lch.C, lch.h};
 }

@@ -23,6 +23,22 @@ namespace hueweave::judge {
 using test::Bytes;
 using Rgb = std::array<double, 3>;  ///< 0 to 1
 
+struct Closes {
+    void operator()(void* profile) const { cmsCloseProfile(profile); }
+};
+struct Deletes {
+    void operator()(void* transform) const { cmsDeleteTransform(transform); }
+};
+using Profile = std::unique_ptr<void, Closes>;
+using Transform = std::unique_ptr<void, Deletes>;
+
+/// A profile opened by Little CMS.
+inline Profile Open(const Bytes& data) {
+    Profile profile(cmsOpenProfileFromMem(data.data(), static_cast<cmsUInt32Number>(data.size())));
+    if (profile == nullptr) throw std::runtime_error("is not a profile for Little CMS");
+    return profile;
+}
+
 /// The pixels of interleaved samples of 8 or 16 bits.
 template <typename Sample>
 std::vector<Rgb> Pixels(const std::vector<Sample>& samples) {
@@ -110,15 +126,6 @@ public:
     }
 
 private:
-    struct Closes {
-        void operator()(void* profile) const { cmsCloseProfile(profile); }
-    };
-    struct Deletes {
-        void operator()(void* transform) const { cmsDeleteTransform(transform); }
-    };
-    using Profile = std::unique_ptr<void, Closes>;
-    using Transform = std::unique_ptr<void, Deletes>;
-
     static constexpr int kRelative = INTENT_RELATIVE_COLORIMETRIC;
 
     Truth(const Bytes& source, const Bytes& target)
@@ -126,11 +133,6 @@ private:
         seen_ = Link(target_.get(), TYPE_RGB_DBL, lab_.get(), TYPE_Lab_DBL, kRelative, 0);
     }
 
-    static Profile Open(const Bytes& data) {
-        Profile profile(cmsOpenProfileFromMem(data.data(), static_cast<cmsUInt32Number>(data.size())));
-        if (profile == nullptr) throw std::runtime_error("is not a profile for Little CMS");
-        return profile;
-    }
     static Transform Link(void* from, cmsUInt32Number fromType, void* to, cmsUInt32Number toType, int intent,
                           cmsUInt32Number flags) {
         flags |= cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
