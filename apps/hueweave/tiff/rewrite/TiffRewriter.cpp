@@ -63,20 +63,17 @@ private:
 
 void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page,
                const std::vector<Extent>& places) {
-    const std::uint16_t sizeTag = page.tiled ? tag::TileByteCounts : tag::StripByteCounts;
     std::vector<std::uint64_t> offsets, sizes;
     bool moved = false;
-    bool resized = structure.directories()[page.directory].Find(sizeTag) == nullptr;  // readers require this tag
+    bool resized = structure.directories()[page.directory].Find(page.sizesTag) == nullptr;  // readers require this tag
     for (std::size_t i = 0; i < places.size(); ++i) {
         offsets.push_back(places[i].offset);
         sizes.push_back(places[i].size);
         moved = moved || places[i].offset != page.segments[i].offset;
         resized = resized || places[i].size != page.segments[i].size;
     }
-    if (moved) {
-        directories.SetNumbers(page.directory, page.tiled ? tag::TileOffsets : tag::StripOffsets, offsets, type::Long);
-    }
-    if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, type::Long);
+    if (moved) directories.SetNumbers(page.directory, page.offsetsTag, offsets, type::Long);
+    if (resized) directories.SetNumbers(page.directory, page.sizesTag, sizes, type::Long);
 }
 
 /// If an uncompressed strip or tile moves, extra bytes after its pixels are not copied.
