@@ -84,7 +84,7 @@ std::shared_ptr<const ReadyConverter> ProfileChoice::ConverterFor(const DevicePr
 }
 
 void ProfileChoice::NoteConversion(const DeviceProfile& profile, const ReadyConverter& ready) {
-    if (!ready.bakedBecause.empty()) {
+    if (!ready.bakedBecause.empty() && options_.verbose) {
         const std::string text = ready.bakedBecause + "; the library uses a profile baked from it";
         notes_.own.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
     }
