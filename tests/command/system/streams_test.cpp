@@ -68,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(Every, ClosedStreamsTest, testing::Values("0", "1", "2"
 TEST_F(StreamsTest, AClosedStreamIsAnErrorWhereItIsAskedFor) {
     const auto closed = SaysOnly(5, "standard output: is closed; write to a file");
     EXPECT_THAT(Line(ConvertLine(Quoted(scans_ + "/a.tif") + " -o - >&-")), closed);
-    EXPECT_THAT(Line(ConvertLine("- -o " + Quoted(out_) + " <&-")),
+    EXPECT_THAT(Line(ConvertLine("- -o " + Quoted(out_ + ".tif") + " <&-")),
                 SaysOnly(4, "standard input: is closed; name a file instead of -"));
     EXPECT_FALSE(Exists(out_));
     const std::string command = HUEWEAVE_COMMAND " ";
