@@ -3,8 +3,8 @@
 
 _hueweave() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="convert watch inspect bake verify spaces"
-    local options="-h --help --version" values="" kind=none i
+    local commands="convert watch inspect bake verify spaces help"
+    local options="-h --help -V --version" values="" kind=none i
 
     local command=
     for ((i = 1; i < COMP_CWORD; ++i)); do
@@ -28,6 +28,7 @@ _hueweave() {
     bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;
     verify) kind=files options="-h --help --image --to --intent --precision --bits --points --limit --json --no-sandbox" ;;
     spaces) options="-h --help --json" ;;
+    help) options="" values=$commands ;;
     *) return ;;
     esac
 
