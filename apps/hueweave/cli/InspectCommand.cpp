@@ -150,8 +150,9 @@ private:
     std::vector<Json> first_;  ///< by number, referenced by further pages
 };
 
-/// The value of a resolution tag; nothing if it is absent or not a number.
-std::optional<double> Resolution(const TiffStructure& structure, const TiffDirectory& directory, std::uint16_t which) {
+/// The value of a tag with one number; nothing if it is absent or of another type.
+std::optional<double> SingleNumber(const TiffStructure& structure, const TiffDirectory& directory,
+                                   std::uint16_t which) {
     const TiffEntry* entry = directory.Find(which);
     if (entry == nullptr || entry->count != 1) return {};
     if (IsWhole(entry->type)) return static_cast<double>(structure.Number(directory, which, 0));
@@ -179,10 +180,10 @@ Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory
         page["rows a strip"] = std::min(number(tag::RowsPerStrip, height), height);
     }
     page["orientation"] = number(tag::Orientation, 1);
-    const auto x = Resolution(structure, directory, tag::XResolution);
-    const auto y = Resolution(structure, directory, tag::YResolution);
+    const auto x = SingleNumber(structure, directory, tag::XResolution);
+    const auto y = SingleNumber(structure, directory, tag::YResolution);
     if (x && y) {
-        const std::uint64_t unit = number(tag::ResolutionUnit, 2);
+        const double unit = SingleNumber(structure, directory, tag::ResolutionUnit).value_or(2);
         page["resolution"] = {*x, *y};
         page["resolution unit"] = unit == 2 ? "inch" : unit == 3 ? "cm" : "none";
     }

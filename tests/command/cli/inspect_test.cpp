@@ -49,6 +49,7 @@ TEST_F(InspectTest, TellsTheResolutionWithItsUnit) {
         EXPECT_EQ(page["resolution unit"], name);
     }
     EXPECT_EQ(PageOf(both)["resolution unit"], "inch");
+    EXPECT_EQ(PageOf(And(both, {296, 2, 4, 0, "cm"}))["resolution unit"], "inch") << "not a number";
     EXPECT_EQ(PageOf(And(And(size, TiffMaker::Short(282, 300)), down))["resolution"][0], 300);
     EXPECT_FALSE(PageOf(And(size, across)).contains("resolution"));
     EXPECT_FALSE(PageOf(With(both, {283, 5, 1, 0, Little({1, 0}, 4)})).contains("resolution"));
