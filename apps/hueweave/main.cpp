@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #include <malloc.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -45,6 +46,10 @@ int OutputError() {
 }
 
 int Run(int count, const char* const* words) {
+    if (count < 2) {
+        WriteText(STDERR_FILENO, UsageText());
+        return static_cast<int>(Exit::Usage);
+    }
     try {
         const std::unique_ptr<Command> command = ParseCommandLine(count, words);
         const Exit status = command ? command->Run() : Exit::Done;

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
-#include <utility>
-#include <vector>
+
+#include "colour/base/EditDistance.h"
 
 namespace hueweave::colour {
 namespace {
@@ -75,20 +75,6 @@ std::string Plain(std::string_view word) {
     return plain;
 }
 
-/// The Levenshtein distance: how many letters must be inserted, deleted or replaced to turn one word into the other.
-std::size_t Distance(const std::string& from, const std::string& to) {
-    std::vector<std::size_t> row(to.size() + 1);
-    for (std::size_t j = 0; j < row.size(); ++j) row[j] = j;
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < to.size(); ++j) {
-            const std::size_t change = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = std::exchange(row[j + 1], std::min({change, row[j] + 1, row[j + 1] + 1}));
-        }
-    }
-    return row.back();
-}
-
 constexpr NamedIntent kIntents[] = {{"perceptual", IntentPerceptual},
                                     {"relative", IntentRelativeColorimetric},
                                     {"saturation", IntentSaturation},
@@ -116,7 +102,7 @@ std::string_view NearestSpace(std::string_view word) {
     constexpr std::size_t kLongest = 40, kFurthest = 3;
     if (word.size() > kLongest) return {};
     const std::string plain = Plain(word);
-    const auto distance = [&](const Space& space) { return Distance(plain, Plain(space.name)); };
+    const auto distance = [&](const Space& space) { return EditDistance(plain, Plain(space.name)); };
     const auto* nearest = std::min_element(std::begin(kSpaces), std::end(kSpaces),
                                            [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
     return distance(*nearest) <= kFurthest && distance(*nearest) < plain.size() ? nearest->name : std::string_view();

@@ -3,8 +3,8 @@
 
 _hueweave() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="convert watch inspect bake verify check spaces"
-    local options="-h --help --version" values="" kind=none i
+    local commands="convert watch inspect bake verify check spaces help"
+    local options="-h --help -V --version" values="" kind=none i
 
     local command=
     for ((i = 1; i < COMP_CWORD; ++i)); do
@@ -32,6 +32,7 @@ _hueweave() {
         options="-h --help --profile --to --precision --intent --bpc --absolute --worst --limit --guideline --json --no-sandbox"
         ;;
     spaces) options="-h --help --json" ;;
+    help) options="" values=$commands ;;
     *) return ;;
     esac
 

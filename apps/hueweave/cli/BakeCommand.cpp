@@ -23,6 +23,7 @@ CLI::App* BakeCommand::Declare(CLI::App& app) {
     c->add_flag("--force", options_.force, "Replace a file that exists already");
     c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
     AddSandbox(*c, options_.sandbox);
+    c->footer("Examples:\n  hueweave bake scanner.icc -o scanner-baked.icc");
     return c;
 }
 

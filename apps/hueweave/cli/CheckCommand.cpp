@@ -255,6 +255,11 @@ CLI::App* CheckCommand::Declare(CLI::App& app) {
         ->check(CLI::IsMember(guidelines).description(""));
     c->add_flag("--json", options_.json, "Write one line of JSON");
     AddSandbox(*c, options_.sandbox);
+    c->footer(
+        "Examples:\n"
+        "  hueweave check --profile scanner.icc chart.ti3\n"
+        "  hueweave check --profile scanner.icc reference.cie chart.val --limit 2,6\n"
+        "  hueweave check --profile scanner.icc --guideline metamorfoze-light chart.ti3");
     return c;
 }
 

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "cli/ConvertCommand.h"
 #include "cli/InspectCommand.h"
 #include "cli/SpacesCommand.h"
+#include "cli/UsageErrors.h"
 #include "cli/VerifyCommand.h"
 #include "cli/WatchCommand.h"
 
@@ -33,27 +35,21 @@ constexpr const char* kFooter = R"(Examples:
   hueweave inspect scan.tif scanner.icc
   hueweave verify scanner.icc --limit 2.0
   hueweave check --profile scanner.icc chart.ti3        how far a chart's colours are from their reference
+  hueweave help convert                                 the options of a command, and more examples
 
 Exit status: 0 all done, 1 some of several files failed or a limit was exceeded, 2 usage, 3 profile refused,
 4 input refused, 5 output refused; by SIGINT or SIGTERM, that signal itself.)";
 
-/// Names a mistyped command; CLI11 would only report that one is missing.
-void RequireCommand(const CLI::App& app, const std::string& word) {
-    if (word.starts_with('-')) return;
-    for (const CLI::App* command : app.get_subcommands({})) {
-        if (command->get_name() == word) return;
-    }
-    RefuseUsage("'" + word + "' is no command");
-}
-
-}  // namespace
-
-std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words) {
-    CLI::App app(kAbout, "hueweave");
-    app.footer(kFooter);
-    app.set_version_flag("--version", std::string("hueweave ") + kVersion);
-    app.require_subcommand(1);
+/// The parser with all commands.
+struct Parser {
+    Parser();
+    CLI::App app{kAbout, "hueweave"};
     std::vector<std::pair<std::unique_ptr<Command>, CLI::App*>> commands;
+};
+
+Parser::Parser() {
+    app.set_version_flag("-V,--version", std::string("hueweave ") + kVersion);
+    app.require_subcommand(1);
     const auto declare = [&](std::unique_ptr<Command> command) {
         CLI::App* declared = command->Declare(app);
         commands.emplace_back(std::move(command), declared);
@@ -65,17 +61,35 @@ std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words) {
     declare(std::make_unique<VerifyCommand>());
     declare(std::make_unique<CheckCommand>());
     declare(std::make_unique<SpacesCommand>());
+    app.footer(kFooter);  // set last, because commands without a footer would inherit it
+}
 
-    if (count > 1) RequireCommand(app, words[1]);
+/// `help` and `help COMMAND` as `--help` and `COMMAND --help`.
+std::vector<const char*> WithoutHelpCommand(int count, const char* const* words) {
+    const std::vector<const char*> all(words, words + count);
+    const auto isHelp = [&](std::size_t at) { return at < all.size() && std::string_view(all[at]) == "help"; };
+    if (!isHelp(1)) return all;
+    if (count < 3 || isHelp(2)) return {all[0], "--help"};
+    return {all[0], all[2], "--help"};
+}
+
+}  // namespace
+
+std::string UsageText() { return Parser().app.help(); }
+
+std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words) {
+    Parser parser;
+    const std::vector<const char*> plain = WithoutHelpCommand(count, words);
+    if (plain.size() > 1) RequireCommand(parser.app, plain[1]);
     try {
-        app.parse(count, words);
+        parser.app.parse(static_cast<int>(plain.size()), plain.data());
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() != 0) RefuseUsage(error.what());
-        app.exit(error);
+        if (error.get_exit_code() != 0) RefuseArguments(parser.app, error);
+        parser.app.exit(error);
         return nullptr;
     }
     std::unique_ptr<Command> parsed;
-    for (auto& [command, declared] : commands) {
+    for (auto& [command, declared] : parser.commands) {
         if (declared->parsed()) parsed = std::move(command);
     }
     if (parsed) parsed->Settle();

@@ -3,10 +3,14 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "cli/Command.h"
 
 namespace hueweave::tool {
+
+/// The help of the whole command.
+std::string UsageText();
 
 /// The subcommand selected by the arguments, ready to run; null after printing help or the version. Refuses invalid
 /// arguments with `Exit::Usage`.

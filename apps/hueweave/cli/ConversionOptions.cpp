@@ -37,15 +37,16 @@ void AddConversionOptions(CLI::App& c, ConvertOptions& options) {
     const Choices<SourceRule> rules{
         {"require-match", SourceRule::RequireMatch}, {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}};
     AddChoice(c, "--source", options.source, rules,
-              "The profile to use if a file embeds another than --profile: given, embedded, or require-match to refuse "
-              "the file, unless it is in the colours of the output already");
+              "What if a file embeds another profile than --profile, and is not in the colours of the output already: "
+              "require-match (refuse it), given or embedded");
     AddChoice(c, "--others", options.others,
               Choices<Others>{{"refuse", Others::Refuse}, {"copy", Others::Copy}, {"skip", Others::Skip}},
               "What to do with files that are not RGB: refuse them, copy them to the output, or leave them out");
     c.add_flag("--no-tag", options.noTag, "Do not embed a profile in the output");
     c.add_flag("--force", options.force, "Replace existing files");
-    c.add_option("-j,--jobs", options.jobs, "Threads (default: one per processor)")->check(CLI::Range(1, 1024));
-    c.add_option("--max-memory", options.maxMemory, "Memory limit per file, whatever its size")
+    c.add_option("-j,--jobs", options.jobs, "Threads (default: one per processor)")
+        ->check(Within(1, 1024).description("INT in [1 - 1024]"));
+    c.add_option("--max-memory", options.maxMemory, "Memory limit per file, whatever its size: 32M or more")
         ->transform(Memory())
         ->type_name("TEXT")
         ->default_str("64M");

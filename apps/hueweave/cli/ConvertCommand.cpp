@@ -56,12 +56,21 @@ void Confine(const ConvertOptions& options, const InputList& list, MadeFolders& 
     EnterSandbox(allowed);
 }
 
+constexpr const char* kExamples = R"(Examples:
+  hueweave convert --profile scanner.icc scan.tif -o scan-srgb.tif
+  hueweave convert scans/ -o converted/                 a folder, with the embedded profiles
+  hueweave convert --profile scanner.icc --to adobe-rgb --intent relative *.tif -o converted/
+  hueweave convert scans/ -o converted/ --resume        continue an interrupted run
+  find scans -name '*.tif' -print0 | hueweave convert --files-from - -0 -o converted/
+                                                        a list; no subfolders are made)";
+
 }  // namespace
 
 CLI::App* ConvertCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("convert", "Convert TIFF files to a colour space");
     c->add_option("INPUT", options_.inputs, "TIFF files, folders of them, or - for standard input");
-    c->add_option("-o,--output", options_.output, "File or folder to write, or - for standard output");
+    c->add_option("-o,--output", options_.output,
+                  "File to write, folder to write to (end it in / to make one), or - for standard output");
     AddConversionOptions(*c, options_);
     c->add_flag("--in-place", options_.inPlace, "Replace each input with its conversion");
     c->add_option(
@@ -71,6 +80,7 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
     c->add_option("--shard", shard_, "Take the K-th of N parts of the inputs, as K/N");
     c->add_flag("--resume", options_.resume, "Skip files that an earlier run converted the same way");
     c->add_flag("--dry-run", options_.dryRun, "Report what would be done, write nothing");
+    c->footer(kExamples);
     return c;
 }
 

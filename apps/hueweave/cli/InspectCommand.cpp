@@ -5,13 +5,17 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include <optional>
+#include <string_view>
 #include <system_error>
 
 #include "batch/file/PageProfiles.h"
+#include "batch/file/ProfileChoice.h"
 #include "colour/library/EngineProfile.h"
 #include "colour/profile/Lcms.h"
 #include "colour/profile/Spaces.h"
 #include "colour/profile/TagTable.h"
+#include "system/FileKind.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
 #include "system/Sandbox.h"
@@ -23,6 +27,8 @@ namespace hueweave::tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
+
+constexpr std::uint64_t kLargestProfile = std::uint64_t{64} << 20;  ///< bytes
 
 double Fixed(std::uint32_t word) { return static_cast<std::int32_t>(word) / 65536.0; }
 
@@ -58,7 +64,7 @@ Json TableShape(const colour::TagReader& block) {
     return shape;
 }
 
-Json DescribeProfile(const std::string& name, const Bytes& bytes) {
+Json DescribeProfile(const std::string& name, const Bytes& bytes, bool embedded) {
     colour::LcmsWork work;
     const cmsHPROFILE opened = work.Open(bytes);
     if (opened == nullptr) {
@@ -86,7 +92,7 @@ Json DescribeProfile(const std::string& name, const Bytes& bytes) {
     }
     std::string refused;
     try {
-        TakeEmbedded(name, bytes);
+        embedded ? TakeEmbedded(name, bytes) : TakeProfile(name, bytes);
     } catch (const Refusal& refusal) {
         refused = std::string(refusal.what());
     }
@@ -133,7 +139,7 @@ public:
 private:
     Json Full(const Bytes& data) const {
         try {
-            return DescribeProfile(structure_.file().name(), data);
+            return DescribeProfile(structure_.file().name(), data, true);
         } catch (const Refusal& refusal) {
             return {{"unreadable", refusal.what()}};
         }
@@ -143,6 +149,19 @@ private:
     DistinctProfiles distinct_;
     std::vector<Json> first_;  ///< by number, referenced by further pages
 };
+
+/// The value of a tag with one number; nothing if it is absent or of another type.
+std::optional<double> SingleNumber(const TiffStructure& structure, const TiffDirectory& directory,
+                                   std::uint16_t which) {
+    const TiffEntry* entry = directory.Find(which);
+    if (entry == nullptr || entry->count != 1) return {};
+    if (IsWhole(entry->type)) return static_cast<double>(structure.Number(directory, which, 0));
+    if (entry->type != type::Rational) return {};
+    const Bytes data = structure.Data(*entry);
+    const std::uint64_t divisor = structure.form().Get(data.data() + 4, 4);
+    if (divisor == 0) return {};
+    return static_cast<double>(structure.form().Get(data.data(), 4)) / static_cast<double>(divisor);
+}
 
 Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory) {
     const auto number = [&](std::uint16_t tag, std::uint64_t fallback) {
@@ -161,7 +180,24 @@ Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory
         page["rows a strip"] = std::min(number(tag::RowsPerStrip, height), height);
     }
     page["orientation"] = number(tag::Orientation, 1);
+    const auto x = SingleNumber(structure, directory, tag::XResolution);
+    const auto y = SingleNumber(structure, directory, tag::YResolution);
+    if (x && y) {
+        const double unit = SingleNumber(structure, directory, tag::ResolutionUnit).value_or(2);
+        page["resolution"] = {*x, *y};
+        page["resolution unit"] = unit == 2 ? "inch" : unit == 3 ? "cm" : "none";
+    }
     return page;
+}
+
+/// Refuses a file that `convert` refuses if it is given neither a profile nor another way out.
+void CheckConvertible(const TiffStructure& structure) {
+    const std::vector<TiffPage> pages = ReadPages(structure);
+    PageProfiles profiles(structure, pages);
+    for (std::size_t p = 0; p < pages.size(); ++p) {
+        ThrowIfInterrupted();
+        if (pages[p].IsRgb() && profiles.Of(p) == nullptr) throw NoProfile(structure.file().name());
+    }
 }
 
 Json DescribeTiff(const FileAccess& file) {
@@ -179,7 +215,7 @@ Json DescribeTiff(const FileAccess& file) {
         json["pages"].push_back(std::move(page));
     }
     try {
-        ReadPages(structure);
+        CheckConvertible(structure);
         json["convertible"] = true;
     } catch (const ReadFailure&) {
         throw;  // the data could not be read, so nothing is known
@@ -223,11 +259,28 @@ Json Describe(const std::string& path) {
     if (file.Size() >= 4) file.Read(0, head, 4);
     const bool tiff = head[0] == head[1] && (head[0] == 'I' || head[0] == 'M');
     if (tiff) return DescribeTiff(file);
-    if (file.Size() > (std::uint64_t{64} << 20)) {
-        throw Refusal(Exit::Input, path, "is neither a profile nor a TIFF file", "give one of them");
+    const std::string_view kind = FileKind(file);
+    const bool mayBeProfile = kind.empty() || kind == kProfileKind;
+    if (!mayBeProfile || file.Size() > kLargestProfile) {
+        const std::string reason = mayBeProfile ? "is too large for a profile, and is not a TIFF file"
+                                                : NotA("a profile or a TIFF file", file);
+        throw Refusal(Exit::Input, path, reason, "give one of them");
     }
-    return DescribeProfile(path, file.Read({0, file.Size()}));
+    return DescribeProfile(path, file.Read({0, file.Size()}), false);
 }
+
+/// The line of JSON for a file that cannot be described.
+void PrintRefused(const std::string& path, const std::string& reason) {
+    Json json;
+    PutName(json, "file", path);
+    json["reason"] = reason;
+    fmt::print("{}\n", JsonLine(json));
+}
+
+constexpr const char* kExamples = R"(Examples:
+  hueweave inspect scan.tif
+  hueweave inspect scanner.icc
+  hueweave inspect --json scans/*.tif                   one line for each file)";
 
 }  // namespace
 
@@ -236,6 +289,7 @@ CLI::App* InspectCommand::Declare(CLI::App& app) {
     c->add_option("FILE", options_.files, "Profiles or TIFF files")->required();
     c->add_flag("--json", options_.json, "Write one line of JSON per file");
     AddSandbox(*c, options_.sandbox);
+    c->footer(kExamples);
     return c;
 }
 
@@ -248,7 +302,8 @@ Exit InspectCommand::Run() {
     Exit result = Exit::Done;
     for (const std::string& path : options_.files) {
         try {
-            Json json{{"file", path}};
+            Json json;
+            PutName(json, "file", path);
             json.update(Describe(path));
             if (options_.json) {
                 fmt::print("{}\n", JsonLine(json));
@@ -263,6 +318,7 @@ Exit InspectCommand::Run() {
         } catch (...) {
             const Explanation why = Explain(path, std::current_exception());
             PrintError("hueweave: " + OneLine(why.line));
+            if (options_.json) PrintRefused(path, why.line);
             result = options_.files.size() == 1 ? why.status : Exit::SomeFailed;
         }
     }

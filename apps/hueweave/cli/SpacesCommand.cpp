@@ -14,6 +14,7 @@ namespace hueweave::tool {
 CLI::App* SpacesCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("spaces", "List the output colour spaces");
     c->add_flag("--json", json_, "Write one line of JSON per space");
+    c->footer("Examples:\n  hueweave spaces\n  hueweave spaces --json");
     return c;
 }
 

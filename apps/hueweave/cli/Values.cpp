@@ -2,8 +2,10 @@
 // Copyright (c) The Hueweave authors
 #include "cli/Values.h"
 
-#include <fmt/format.h>
+#include <fmt/ranges.h>
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cstdint>
 #include <map>
@@ -11,15 +13,22 @@
 namespace hueweave::tool {
 namespace {
 
+std::string Lower(std::string word) {
+    std::transform(word.begin(), word.end(), word.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return word;
+}
+
 /// Converts the argument to a number of bytes; returns the reason if it is invalid.
 std::string TakeMemory(std::string& word) {
-    static const std::map<std::string, int> kShifts{{"", 0}, {"K", 10}, {"M", 20}, {"G", 30}};
+    static const std::map<std::string, int> kShifts{{"", 0},     {"k", 10}, {"kib", 10}, {"m", 20},
+                                                    {"mib", 20}, {"g", 30}, {"gib", 30}};
     std::uint64_t value = 0;
     const char* const last = word.data() + word.size();
     const auto [end, error] = std::from_chars(word.data(), last, value);
-    const auto shift = kShifts.find(std::string(end, last));
+    const auto shift = kShifts.find(Lower({end, last}));
     if (error != std::errc() || shift == kShifts.end() || value > (std::uint64_t{1} << 33)) {
-        return word + " is not a size, use for example 64M or 1G";
+        return word + " is not a size, use a number of bytes or of K, M or G (KiB, MiB, GiB), 32M or more";
     }
     const std::uint64_t bytes = value << shift->second;
     if (bytes < (std::uint64_t{32} << 20)) return word + " is too little, use 32M or more";
@@ -63,6 +72,14 @@ CLI::Validator Within(double least, double most) {
         double value = 0;
         if (CLI::detail::lexical_cast(word, value) && value >= least && value <= most) return "";
         return fmt::format("{} is out of range, use {} to {}", word, least, most);
+    };
+    return {check, ""};
+}
+
+CLI::Validator OneOf(std::vector<std::string> words) {
+    const auto check = [words = std::move(words)](std::string& word) -> std::string {
+        if (std::find(words.begin(), words.end(), word) != words.end()) return "";
+        return fmt::format("{} is not known, use {}", word, fmt::join(words, ", "));
     };
     return {check, ""};
 }

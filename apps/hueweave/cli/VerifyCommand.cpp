@@ -124,6 +124,11 @@ Verdict CompareBoth(const VerifyOptions& options, const DeviceProfile& profile,
     return verdict;
 }
 
+constexpr const char* kExamples = R"(Examples:
+  hueweave verify scanner.icc
+  hueweave verify scanner.icc --image scan.tif --to adobe-rgb
+  hueweave verify scanner.icc --limit 2.0               exit status 1 if the limit is exceeded)";
+
 }  // namespace
 
 CLI::App* VerifyCommand::Declare(CLI::App& app) {
@@ -136,15 +141,18 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
               "The precision that --limit and the worst colours are for");
     AddChoice(*c, "--intent", options_.rendering.intent, IntentChoices(), "Rendering intent");
     // Strings, because CLI11 accepts an empty argument as one of several numbers.
-    c->add_option("--bits", options_.bits, "Bits a sample")->check(CLI::IsMember({"8", "16"}))->capture_default_str();
+    c->add_option("--bits", options_.bits, "Bits a sample")
+        ->check(OneOf({"8", "16"}).description("{8,16}"))
+        ->capture_default_str();
     c->add_option("--points", options_.points, "Points of the grid on each axis")
-        ->check(CLI::Range(2, 65))
+        ->check(Within(2, 65).description("INT in [2 - 65]"))
         ->capture_default_str();
     c->add_option("--limit", options_.limit,
                   "Fail (exit status 1) if more than 5 % of the colours differ by more than this CIEDE2000")
         ->check(Within(0, 100).description("FLOAT in [0 - 100]"));
     c->add_flag("--json", options_.json, "Write one line of JSON");
     AddSandbox(*c, options_.sandbox);
+    c->footer(kExamples);
     return c;
 }
 

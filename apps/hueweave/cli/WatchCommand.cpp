@@ -27,6 +27,9 @@ CLI::App* WatchCommand::Declare(CLI::App& app) {
                   "Seconds for which a file must stay the same before it is converted (default: 2)")
         ->check(Within(0.1, 3600).description("FLOAT in [0.1 - 3600]"));
     AddConversionOptions(*c, options_);
+    c->footer(
+        "Examples:\n  hueweave watch scans/ -o converted/\n  hueweave watch --profile scanner.icc scans/ -o "
+        "converted/");
     return c;
 }
 

@@ -118,6 +118,12 @@ bool HasAny(const TiffDirectory& directory, std::initializer_list<std::uint16_t>
     return std::any_of(tags.begin(), tags.end(), [&](auto which) { return directory.Find(which) != nullptr; });
 }
 
+/// Some programs store the places of tiles in the tags of strips. Readers accept that.
+bool HasTilesInStripTags(const TiffDirectory& directory) {
+    return directory.Find(tag::TileWidth) != nullptr && directory.Find(tag::TileHeight) != nullptr &&
+           directory.Find(tag::StripOffsets) != nullptr && !HasAny(directory, {tag::TileOffsets, tag::TileByteCounts});
+}
+
 }  // namespace
 
 std::string FaultOfTags(const TiffStructure& structure, const TiffDirectory& directory) {
@@ -136,7 +142,8 @@ std::string FaultOfTags(const TiffStructure& structure, const TiffDirectory& dir
         if (!fault.empty()) return fault;
     }
     if (HasAny(directory, {tag::StripOffsets, tag::StripByteCounts}) &&
-        HasAny(directory, {tag::TileWidth, tag::TileHeight, tag::TileOffsets, tag::TileByteCounts})) {
+        HasAny(directory, {tag::TileWidth, tag::TileHeight, tag::TileOffsets, tag::TileByteCounts}) &&
+        !HasTilesInStripTags(directory)) {
         return "has both strips and tiles";
     }
     return {};

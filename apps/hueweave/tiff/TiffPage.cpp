@@ -195,8 +195,12 @@ private:
     }
 
     void ReadSegments() {
-        const TiffEntry* offsets = directory_.Find(page_.tiled ? tag::TileOffsets : tag::StripOffsets);
-        const TiffEntry* counts = directory_.Find(page_.tiled ? tag::TileByteCounts : tag::StripByteCounts);
+        if (page_.tiled && directory_.Find(tag::StripOffsets) == nullptr) {
+            page_.offsetsTag = tag::TileOffsets;
+            page_.sizesTag = tag::TileByteCounts;
+        }
+        const TiffEntry* offsets = directory_.Find(page_.offsetsTag);
+        const TiffEntry* counts = directory_.Find(page_.sizesTag);
         if (offsets == nullptr) RefuseDamaged("has no image data");
         const std::uint64_t count = page_.Segments();
         const std::vector<std::uint64_t> at = structure_.Numbers(*offsets, count);

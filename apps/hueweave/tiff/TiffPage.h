@@ -32,6 +32,8 @@ struct TiffPage {
     std::uint32_t segmentWidth = 0, segmentHeight = 0;  ///< of a strip or tile, in pixels
     std::uint64_t across = 1, down = 1;                 ///< strips or tiles in each plane
     std::vector<Extent> segments;                       ///< plane after plane
+    /// The tags with their places. Those of strips may hold the places of tiles.
+    std::uint16_t offsetsTag = tag::StripOffsets, sizesTag = tag::StripByteCounts;
 
     std::uint64_t slack = 0;  ///< bytes per strip or tile in addition to the decoded size of the page
 

@@ -6,20 +6,11 @@
 
 #include <algorithm>
 
+#include "system/FileKind.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 
 namespace hueweave::tool {
-namespace {
-
-/// Unsigned integer types: BYTE, SHORT, LONG, IFD, LONG8, IFD8.
-bool IsWhole(unsigned which) {
-    return which == type::Byte || which == type::Short || which == type::Long || which == type::Ifd ||
-           which == type::Long8 || which == type::Ifd8;
-}
-
-}  // namespace
-
 std::uint64_t TiffForm::Get(const unsigned char* at, std::size_t size) const {
     std::uint64_t value = 0;
     for (std::size_t i = 0; i < size; ++i) value |= std::uint64_t{at[i]} << 8 * (bigEndian ? size - 1 - i : i);
@@ -38,6 +29,11 @@ std::size_t TypeSize(unsigned type) {
     return known ? static_cast<std::size_t>(TIFFDataWidth(static_cast<TIFFDataType>(type))) : 0;
 }
 
+bool IsWhole(unsigned which) {
+    return which == type::Byte || which == type::Short || which == type::Long || which == type::Ifd ||
+           which == type::Long8 || which == type::Ifd8;
+}
+
 const TiffEntry* TiffDirectory::Find(std::uint16_t wanted) const {
     const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& e) { return e.tag == wanted; });
     return found == entries.end() ? nullptr : &*found;
@@ -50,12 +46,11 @@ void TiffStructure::Refuse(const std::string& reason) const {
 TiffStructure::TiffStructure(const FileAccess& file)
     : file_(&file), fileSize_(file.Size()), budget_(file.name(), fileSize_) {
     unsigned char head[16] = {};
-    if (fileSize_ < 8) throw Refusal(Exit::Input, file.name(), "is not a TIFF file", "give a TIFF file");
-    file.Read(0, head, fileSize_ < 16 ? 8 : 16);
+    if (fileSize_ >= 8) file.Read(0, head, fileSize_ < 16 ? 8 : 16);
     form_.bigEndian = head[0] == 'M';
     const auto version = form_.Get(head + 2, 2);
     if (head[0] != head[1] || (head[0] != 'I' && head[0] != 'M') || (version != 42 && version != 43)) {
-        throw Refusal(Exit::Input, file.name(), "is not a TIFF file", "give a TIFF file");
+        throw Refusal(Exit::Input, file.name(), NotA("a TIFF file", file), "give a TIFF file");
     }
     form_.bigTiff = version == 43;
     if (form_.bigTiff && (fileSize_ < 16 || form_.Get(head + 4, 2) != 8 || form_.Get(head + 6, 2) != 0))

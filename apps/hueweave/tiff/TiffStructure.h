@@ -30,6 +30,9 @@ struct TiffForm {
 /// Bytes per item of a field type, 0 for an unknown type.
 std::size_t TypeSize(unsigned type);
 
+/// Whether a field type holds unsigned integers: BYTE, SHORT, LONG, IFD, LONG8, IFD8.
+bool IsWhole(unsigned type);
+
 /// One entry of a directory. `value` is the field as in the file, 4 or 8 bytes.
 struct TiffEntry {
     std::uint16_t tag = 0;

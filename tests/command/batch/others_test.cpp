@@ -132,11 +132,11 @@ TEST_F(OthersTest, StayAsTheyAreInPlace) {
 }
 
 TEST_F(OthersTest, OneFileIsTold) {
-    const std::string grey = scans_ + "/grey.tif";
-    EXPECT_THAT(ConvertScan({grey, "-o", out_}), Refuses(4, "grey.tif: holds grey pixels, not RGB; "));
-    EXPECT_THAT(ConvertScan({grey, "-o", out_, "--others", "skip"}), Says(0, "grey.tif is left out (grey)"));
-    EXPECT_THAT(ConvertScan({grey, "-o", out_, "--others", "copy"}), Says(0, " -> " + out_ + " (copied, grey)"));
-    EXPECT_EQ(FileBytes(out_), FileBytes(grey));
+    const std::string grey = scans_ + "/grey.tif", out = folder_ / "out.tif";
+    EXPECT_THAT(ConvertScan({grey, "-o", out}), Refuses(4, "grey.tif: holds grey pixels, not RGB; "));
+    EXPECT_THAT(ConvertScan({grey, "-o", out, "--others", "skip"}), Says(0, "grey.tif is left out (grey)"));
+    EXPECT_THAT(ConvertScan({grey, "-o", out, "--others", "copy"}), Says(0, " -> " + out + " (copied, grey)"));
+    EXPECT_EQ(FileBytes(out), FileBytes(grey));
 }
 
 TEST_F(OthersTest, WhereAllAreRefusedTheStatusIsTheirs) {

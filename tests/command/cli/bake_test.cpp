@@ -26,7 +26,7 @@ TEST_P(BakedTest, IsConvertedByABakedProfileAndSaid) {
     WriteDeviceProfile(profile_, GetParam().form);
     int number = 0;
     for (const char* intent : {"perceptual", "relative", "saturation", "absolute"}) {
-        const Outcome run = ConvertBy(profile_, {"--intent", intent});
+        const Outcome run = ConvertBy(profile_, {"--intent", intent, "--verbose"});
         ASSERT_EQ(run.status, 0) << run.err;
         EXPECT_THAT(run.err, HasSubstr("the library uses a profile baked from it"));
         if (number == 0) {

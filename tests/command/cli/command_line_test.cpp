@@ -28,6 +28,8 @@ TEST(CommandLineTest, SizesAreDecimalBytesOrPowersOf1024) {
     EXPECT_EQ(memory("32M"), 33554432U);
     EXPECT_EQ(memory("064M"), 67108864U);
     EXPECT_EQ(memory("1G"), 1073741824U);
+    for (const char* size : {"64m", "64MiB", "64mib", "65536k", "65536KiB"}) EXPECT_EQ(memory(size), 67108864U) << size;
+    EXPECT_EQ(memory("2g"), memory("2GiB"));
     EXPECT_EQ(memory("8589934592G"), 9223372036854775808U);
 }
 
@@ -62,13 +64,36 @@ TEST(CommandLineTest, HelpAndVersion) {
     EXPECT_EQ(help.status, 0);
     EXPECT_THAT(help.out, testing::HasSubstr("Examples:"));
     EXPECT_THAT(help.out, testing::HasSubstr("Exit status: 0 all done"));
-    for (const char* command : {"convert", "inspect", "bake", "verify", "spaces"}) {
+    for (const char* command : {"convert", "inspect", "bake", "verify", "check", "spaces"}) {
         EXPECT_THAT(help.out, testing::HasSubstr(command));
         EXPECT_EQ(test::Hueweave({command, "--help"}).status, 0);
     }
     const test::Outcome version = test::Hueweave({"--version"});
     EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(test::Hueweave({"-V"}).out, version.out);
     EXPECT_THAT(version.out, testing::MatchesRegex("hueweave [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(CommandLineTest, EachCommandHasExamplesOfItsOwn) {
+    for (const std::string command : {"convert", "watch", "inspect", "bake", "verify", "check", "spaces"}) {
+        const std::string help = test::Hueweave({command, "--help"}).out;
+        const std::string examples = help.substr(std::min(help.size(), help.find("Examples:\n")));
+        for (const std::string other : {"convert", "watch", "inspect", "bake", "verify", "check", "spaces"}) {
+            EXPECT_EQ(examples.find("hueweave " + other) != std::string::npos, other == command);
+        }
+        EXPECT_EQ(test::Hueweave({"help", command}).out, help);
+    }
+}
+
+TEST(CommandLineTest, TheUsageIsAnErrorUnlessAskedFor) {
+    const std::string help = test::Hueweave({"--help"}).out;
+    for (const test::Words& words : {test::Words{"help"}, {"help", "help"}, {"-h"}}) {
+        EXPECT_EQ(test::Hueweave(words).out, help);
+    }
+    const test::Outcome alone = test::Hueweave({});
+    EXPECT_EQ(alone.status, 2);
+    EXPECT_EQ(alone.err, help);
+    EXPECT_EQ(alone.out, "");
 }
 
 }  // namespace

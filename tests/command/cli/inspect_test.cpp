@@ -39,6 +39,64 @@ TEST_F(InspectTest, TellsTheSizeOfStripsAndTiles) {
     EXPECT_THAT(Hueweave({"inspect", file_}).out, HasSubstr(" tiles: [32,16]\n"));
 }
 
+TEST_F(InspectTest, TellsTheResolutionWithItsUnit) {
+    const Entries size{TiffMaker::Long(256, 9), TiffMaker::Long(257, 7)};
+    const TiffMaker::Entry across{282, 5, 1, 0, Little({1200, 4}, 4)}, down{283, 5, 1, 0, Little({145, 2}, 4)};
+    const Entries both = And(And(size, across), down);
+    for (const auto& [unit, name] : {std::pair{1U, "none"}, {2U, "inch"}, {3U, "cm"}}) {
+        const json page = PageOf(And(both, TiffMaker::Short(296, unit)));
+        EXPECT_EQ(page["resolution"], (json{300, 72.5}));
+        EXPECT_EQ(page["resolution unit"], name);
+    }
+    EXPECT_EQ(PageOf(both)["resolution unit"], "inch");
+    EXPECT_EQ(PageOf(And(both, {296, 2, 4, 0, "cm"}))["resolution unit"], "inch") << "not a number";
+    EXPECT_EQ(PageOf(And(And(size, TiffMaker::Short(282, 300)), down))["resolution"][0], 300);
+    EXPECT_FALSE(PageOf(And(size, across)).contains("resolution"));
+    EXPECT_FALSE(PageOf(With(both, {283, 5, 1, 0, Little({1, 0}, 4)})).contains("resolution"));
+    EXPECT_FALSE(PageOf(With(both, {283, 2, 4, 0, "300"})).contains("resolution"));
+}
+
+TEST_F(InspectTest, WhatCannotBeDescribedHasALineOfJsonToo) {
+    WriteBytes(file_, FileBytes(Input("photo-8.tif")).substr(0, 1000));
+    const Outcome run = Hueweave({"inspect", "--json", file_, Input("scanner.icc")});
+    EXPECT_EQ(run.status, 1);
+    const auto lines = Lines(run.out);
+    ASSERT_EQ(lines.size(), 2U);
+    const json told = json::parse(lines[0]);
+    EXPECT_EQ(told["file"], file_);
+    EXPECT_EQ("hueweave: " + told["reason"].get<std::string>() + "\n", run.err);
+    EXPECT_EQ(json::parse(lines[1])["kind"], "profile");
+}
+
+TEST_F(InspectTest, AFileIsConvertibleIfConvertTakesItAsItIs) {
+    const auto reasonOf = [&] {
+        const json told = ToldOf();
+        const Outcome run = Hueweave({"convert", file_, "-o", out_, "--dry-run"});
+        EXPECT_EQ(told["convertible"], run.status == 0);
+        const std::string reason = told.value("why", "");
+        EXPECT_TRUE(run.status == 0 || run.err == "hueweave: " + reason + "\n") << run.err << reason;
+        return reason;
+    };
+    Embed(Input("scanner.icc"), file_);
+    EXPECT_EQ(reasonOf(), "");
+    WriteBytes(file_, FileBytes(in_));
+    EXPECT_THAT(reasonOf(), HasSubstr("embeds no profile; give the device's profile with --profile"));
+    Shell("convert-im6 " + Quoted(in_) + " -profile " + Quoted(Input("scanner.icc")) + " -compress none tiff:- > " +
+          Quoted(file_));
+    std::string bytes = FileBytes(file_);
+    bytes.replace(bytes.find("scnrRGB "), 8, "scnrGRAY");
+    WriteBytes(file_, bytes);
+    EXPECT_THAT(reasonOf(), HasSubstr("file: embeds a profile that "));
+}
+
+TEST_F(InspectTest, APlainProfileIsNotCalledEmbedded) {
+    WriteGreyProfile(file_);
+    const json told = ToldOf();
+    EXPECT_THAT(told["intents"][0]["why"].get<std::string>(), testing::Not(HasSubstr("embeds")));
+    EXPECT_EQ("hueweave: " + told["intents"][0]["why"].get<std::string>() + "\n",
+              Hueweave({"convert", "--profile", file_, in_, "-o", out_}).err);
+}
+
 TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
     WriteLinkProfile(file_);
     EXPECT_EQ(ToldOf()["class"], "link");

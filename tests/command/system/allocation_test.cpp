@@ -59,14 +59,14 @@ protected:
         EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
         EXPECT_TRUE(TellsOfMemory(run.err) || !one) << run.err;
         EXPECT_TRUE(Exists(out_) || !replaces_);
-        EXPECT_EQ(NamesIn(folder_.path()), Exists(out_) ? Words{"out"} : Words{});
+        EXPECT_EQ(NamesIn(folder_.path()), Exists(out_) ? Words{"out.tif"} : Words{});
         if (Exists(out_) && FileBytes(out_) != "old") {
             EXPECT_EQ(Result(run), wanted);
             EXPECT_TRUE(run.status == 5 || !one) << run.err;
         }
     }
     Folder folder_, other_;
-    const std::string in_ = other_ / "in", out_ = folder_ / "out", seen_ = other_ / "seen";
+    const std::string in_ = other_ / "in", out_ = folder_ / "out.tif", seen_ = other_ / "seen";
     Words words_ = GetParam().words;
     const bool replaces_ = std::count(words_.begin(), words_.end(), "--force") != 0;
     int all_ = 0;

@@ -65,11 +65,11 @@ TEST_F(SafetyTest, TheInputIsNeverTheOutput) {
 }
 
 TEST_F(SafetyTest, AFileGivenAsAnOptionIsNeverTheOutput) {
-    const std::string profile = folder_ / "mine.icc", curve = folder_ / "curve.csv", list = folder_ / "list";
-    const std::string hard = folder_ / "hard.icc", source = folder_ / "in/list";
+    const std::string profile = folder_ / "mine.tif", curve = folder_ / "curve.tif", list = folder_ / "list";
+    const std::string hard = folder_ / "hard.tif", source = folder_ / "in/list";
     fs::copy_file(Input("scanner.icc"), profile);
     fs::create_hard_link(profile, hard);
-    const std::string target = folder_ / "to.icc";
+    const std::string target = folder_ / "to.tif";
     fs::copy_file(Input("wide.icc"), target);
     Shell("for i in $(seq 0 255); do echo $i,$i,$i; done > " + Quoted(curve));
     fs::create_directory(folder_ / "in");
@@ -167,11 +167,13 @@ TEST_F(SafetyTest, NoImageIsWrittenToATerminal) {
 
 TEST_F(SafetyTest, DevicesAndPipesAreNoInputsAndNoOutputs) {
     EXPECT_EQ(ConvertScan({"/dev/zero", "-o", out_}).status, 4);
-    const std::string pipe = folder_ / "pipe";
+    const std::string pipe = folder_ / "pipe.tif";
     mkfifo(pipe.c_str(), 0600);
     EXPECT_EQ(ConvertScan({pipe, "-o", out_}).status, 4);
     EXPECT_EQ(ConvertScan({in_, "-o", pipe, "--force"}).status, 5);
-    EXPECT_EQ(ConvertScan({in_, "-o", "/dev/null", "--force"}).status, 5);
+    const std::string null = folder_ / "null.tif";
+    fs::create_symlink("/dev/null", null);
+    EXPECT_EQ(ConvertScan({in_, "-o", null, "--force"}).status, 5);
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(Every, ClosedStreamsTest, testing::Values("0", "1", "2"
 TEST_F(StreamsTest, AClosedStreamIsAnErrorWhereItIsAskedFor) {
     const auto closed = SaysOnly(5, "standard output: is closed; write to a file");
     EXPECT_THAT(Line(ConvertLine(Quoted(scans_ + "/a.tif") + " -o - >&-")), closed);
-    EXPECT_THAT(Line(ConvertLine("- -o " + Quoted(out_) + " <&-")),
+    EXPECT_THAT(Line(ConvertLine("- -o " + Quoted(out_ + ".tif") + " <&-")),
                 SaysOnly(4, "standard input: is closed; name a file instead of -"));
     EXPECT_FALSE(Exists(out_));
     const std::string command = HUEWEAVE_COMMAND " ";
@@ -101,6 +101,35 @@ TEST_F(StreamsTest, MessagesThatCannotBeWrittenStopNothing) {
     const Outcome run = Line(HUEWEAVE_COMMAND " inspect " + two + " 2>/dev/full");
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.out, testing::HasSubstr("file: " + scans_ + "/b.TIFF\n"));
+}
+
+TEST_F(StreamsTest, MessagesThatCannotBeWrittenChangeNoStatus) {
+    const std::string scan = Quoted(scans_ + "/a.tif"), profile = Quoted(Input("scanner.icc"));
+    const std::pair<std::string, int> rows[] = {{"--help", 0},
+                                                {"--version", 0},
+                                                {"help convert", 0},
+                                                {"convert --help", 0},
+                                                {"", 2},
+                                                {"convert", 2},
+                                                {"spaces", 0},
+                                                {"inspect " + scan + " " + profile, 0},
+                                                {"inspect --json " + scan + " " + Quoted(scans_ + "/notes.txt"), 1},
+                                                {"verify --points 2 " + profile, 0},
+                                                {"verify --points 2 --limit 0 " + profile, 1},
+                                                {"bake " + profile + " -o " + Quoted(out_) + " --force", 0},
+                                                {"bake " + scan + " -o " + Quoted(out_), 3},
+                                                {"convert --profile " + profile + " " + scan + " -o -", 0},
+                                                {"convert " + scan + " -o -", 3},
+                                                {"convert " + scan + " -o " + Quoted(out_) + " --dry-run", 2}};
+    for (const auto& [words, status] : rows) {
+        const std::string line = HUEWEAVE_COMMAND " " + words;
+        const std::string wanted = Line(line + " 2>/dev/null").out;
+        for (const std::string streams : {" 2>/dev/full", " 2>&-", " 2>&- <&-"}) {
+            const Outcome run = Line(line + streams);
+            EXPECT_EQ(run.status, status) << words << streams;
+            EXPECT_EQ(run.out, wanted) << words << streams;
+        }
+    }
 }
 
 TEST_F(StreamsTest, JsonLinesThatCannotBeWrittenDecideOverTheStatusAlone) {

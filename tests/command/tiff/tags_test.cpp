@@ -97,6 +97,27 @@ TEST_F(TagsTest, NumbersOfValuesThatTheyCannotHaveAreRefused) {
     for (const unsigned tag : {273U, 279U}) ExpectRefusal(With(Small(), {tag, 4, 0, 0}), "lacks some of its strips");
 }
 
+TEST_F(TagsTest, PlacesOfTilesInTheTagsOfStripsAreAccepted) {
+    // As libtiff reads them: TileWidth and TileLength say that there are tiles.
+    for (const std::string scheme : {"none", "lzw", "jpeg"}) {
+        Make("tiffcp -t -w 64 -l 64 -c " + scheme + " $in $out");
+        ASSERT_THAT(Convert({"--force"}), Succeeds());
+        const auto wanted = ReadPictures(out_);
+        std::string bytes = FileBytes(in_);
+        for (const char* type : {"\x03", "\x04"}) {
+            for (const auto& [from, to] : {std::pair{"\x44\x01", "\x11\x01"}, {"\x45\x01", "\x17\x01"}}) {
+                const std::size_t at = bytes.rfind(std::string(from) + type + '\0');  // tags 324 and 325
+                if (at != std::string::npos) bytes.replace(at, 2, to);
+            }
+        }
+        WriteBytes(in_, bytes);
+        ASSERT_THAT(Convert({"--force"}), Succeeds()) << scheme;
+        EXPECT_EQ(ReadPictures(out_)[0].values, wanted[0].values) << scheme;
+        const std::string tags = ExifTool({"-s", "-StripOffsets", "-TileOffsets", "-TileWidth", out_});
+        EXPECT_THAT(tags, testing::AllOf(HasSubstr("StripOffsets"), testing::Not(HasSubstr("TileOffsets"))));
+    }
+}
+
 TEST_F(TagsTest, ValuesThatContradictAreRefused) {
     ExpectRefusal(With(Small(), {281, 3, 3, 0, Little({255, 254, 255}, 2)}),
                   "has tag 281 with different values for the samples");

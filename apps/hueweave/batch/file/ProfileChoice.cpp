@@ -4,14 +4,12 @@
 
 #include <utility>
 
-#include "system/Refusal.h"
-
 namespace hueweave::tool {
-namespace {
 
-const RefusalKind kNoProfile{"without a profile", "no embedded profile"};
-
-}  // namespace
+Refusal NoProfile(const std::string& name) {
+    return Refusal(Exit::Profile, name, "embeds no profile", "give the device's profile with --profile")
+        .OfKind({"without a profile", "no embedded profile"});
+}
 
 ChosenConverter ProfileChoice::For(const Embedded& read, unsigned bits) {
     const std::shared_ptr<const DeviceProfile> embedded = Read(read);
@@ -54,10 +52,7 @@ std::shared_ptr<const DeviceProfile> ProfileChoice::Read(const Embedded& embedde
 /// it was converted before.
 const DeviceProfile& ProfileChoice::Choose(const DeviceProfile* embedded, unsigned bits) {
     const std::optional<DeviceProfile>& given = session_.profile;
-    if (!given && embedded == nullptr) {
-        throw Refusal(Exit::Profile, name_, "embeds no profile", "give the device's profile with --profile")
-            .OfKind(kNoProfile);
-    }
+    if (!given && embedded == nullptr) throw NoProfile(name_);
     if (!given || embedded == nullptr || given->hash == embedded->hash) return given ? *given : *embedded;
     const std::string other = embedded->description.empty() ? "" : " (" + embedded->description + ")";
     switch (options_.source) {
@@ -89,7 +84,7 @@ std::shared_ptr<const ReadyConverter> ProfileChoice::ConverterFor(const DevicePr
 }
 
 void ProfileChoice::NoteConversion(const DeviceProfile& profile, const ReadyConverter& ready) {
-    if (!ready.bakedBecause.empty()) {
+    if (!ready.bakedBecause.empty() && options_.verbose) {
         const std::string text = ready.bakedBecause + "; the library uses a profile baked from it";
         notes_.own.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
     }

@@ -9,6 +9,7 @@
 
 #include "batch/file/FilePlan.h"
 #include "batch/session/Session.h"
+#include "system/Refusal.h"
 
 namespace hueweave::tool {
 
@@ -23,6 +24,9 @@ struct ChosenConverter {
     /// Whether neither the samples nor the embedded profile change.
     bool Keeps() const { return isDone && isEmbedded && icc != nullptr; }
 };
+
+/// The refusal of a file that is to be converted by its embedded profile, and has none.
+Refusal NoProfile(const std::string& name);
 
 /// Chooses between the given and the embedded profile for the images of one file, and collects the notes about it.
 class ProfileChoice {

@@ -10,6 +10,7 @@
 
 #include "batch/session/FolderEntry.h"
 #include "batch/session/LineReader.h"
+#include "batch/session/OutputFolder.h"
 #include "system/FolderNames.h"
 #include "system/Refusal.h"
 #include "system/StandardStreams.h"
@@ -166,11 +167,11 @@ InputList ListInputs(const ConvertOptions& options) {
     std::error_code ignored;
     InputList list;
     std::vector<Found> found;
-    bool folders = false;
-    const bool outputFolder = fs::is_directory(options.output, ignored);
+    const auto isFolder = [&](const std::string& name) { return name != "-" && fs::is_directory(name, ignored); };
+    list.single = names.size() == 1 && !isFolder(names.front()) && !options.filesFrom;
+    list.folder = OutputFolder(options, list.single);
     for (const std::string& name : names) {
-        if (name != "-" && fs::is_directory(name, ignored)) {
-            folders = true;
+        if (isFolder(name)) {
             FolderWalk walk(name, options);
             const std::vector<Found> below = walk.Run();
             list.links += walk.links();
@@ -181,17 +182,6 @@ InputList ListInputs(const ConvertOptions& options) {
         } else {
             const std::string base = name == "-" ? "stdin.tif" : fs::path(name).filename().string();
             found.push_back({name, base, ""});
-        }
-    }
-    list.single = names.size() == 1 && !folders && !options.filesFrom;
-    const bool manyOutputs = !list.single || outputFolder || options.output.ends_with('/');
-    if (options.output == "-" && (!list.single || found.size() != 1)) {
-        throw Refusal(Exit::Usage, "", "-o - takes one input", "name an output folder");
-    }
-    if (options.output != "-" && !options.inPlace && manyOutputs) {
-        list.folder = options.output;
-        if (fs::exists(list.folder, ignored) && !outputFolder) {
-            throw Refusal(Exit::Usage, list.folder, "is no folder", "name a folder for several outputs");
         }
     }
     if (options.resume && list.folder.empty()) {

@@ -42,8 +42,10 @@ DeviceProfile LoadProfile(const std::string& path) {
         if (refusal.status() == Exit::Profile) throw;
         throw Refusal(Exit::Profile, "", refusal.what(), "");
     }
-    return Check({path, false, std::move(data), {}, {}});
+    return TakeProfile(path, std::move(data));
 }
+
+DeviceProfile TakeProfile(const std::string& name, Bytes data) { return Check({name, false, std::move(data), {}, {}}); }
 
 DeviceProfile TakeEmbedded(const std::string& name, Bytes data) { return Check({name, true, std::move(data), {}, {}}); }
 

@@ -21,6 +21,8 @@ struct DeviceProfile {
 
 /// Reads a profile file. Refuses files that are not profiles, and profiles of another class or colour space.
 DeviceProfile LoadProfile(const std::string& path);
+/// The same for the contents of the profile file `name`.
+DeviceProfile TakeProfile(const std::string& name, Bytes data);
 /// The same for a profile embedded in the file `name`.
 DeviceProfile TakeEmbedded(const std::string& name, Bytes data);
 

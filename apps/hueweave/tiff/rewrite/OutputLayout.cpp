@@ -37,10 +37,11 @@ bool IsConverted(const TiffPage& page, std::size_t segment) {
 /// Adds the image data of an unchanged page, as far as its directory gives their position.
 void AddUntouched(const TiffStructure& structure, const TiffDirectory& directory, std::vector<Extent>& untouched) {
     for (const auto& [offsets, counts] :
-         {std::pair{tag::StripOffsets, tag::StripByteCounts}, std::pair{tag::TileOffsets, tag::TileByteCounts}}) {
+         {std::pair{tag::StripOffsets, tag::StripByteCounts}, std::pair{tag::TileOffsets, tag::TileByteCounts},
+          std::pair{tag::JpegData, tag::JpegDataSize}}) {
         const TiffEntry* at = directory.Find(offsets);
         const TiffEntry* size = directory.Find(counts);
-        if (at == nullptr || size == nullptr) continue;
+        if (at == nullptr || size == nullptr || !IsWhole(at->type) || !IsWhole(size->type)) continue;
         const auto places = structure.Numbers(*at), sizes = structure.Numbers(*size);
         for (std::size_t i = 0; i < std::min(places.size(), sizes.size()); ++i) {
             const bool inside = places[i] < structure.fileSize() && sizes[i] <= structure.fileSize() - places[i];

@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "tiff/rewrite/TiffRewriter.h"
 
+#include <algorithm>
+
 #include "tiff/PhotoshopResources.h"
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/DirectoryWriter.h"
@@ -23,6 +25,31 @@ void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffP
          {tag::YCbCrCoefficients, tag::YCbCrSubSampling, tag::YCbCrPositioning, tag::ReferenceBlackWhite}) {
         directories.Remove(directory, which);
     }
+}
+
+/// Whether the JPEG data that tag 513 of a page refers to are not those of its image, but for example a preview, which
+/// stays where it is.
+bool HasOtherJpeg(const TiffStructure& structure, const TiffDirectory& directory, const TiffPage& page) {
+    const auto number = [&](std::uint16_t wanted) {
+        const TiffEntry* entry = directory.Find(wanted);
+        return entry != nullptr && IsWhole(entry->type) ? structure.Number(directory, wanted, 0) : 0;
+    };
+    const std::uint64_t offset = number(tag::JpegData), size = std::max<std::uint64_t>(1, number(tag::JpegDataSize));
+    return offset != 0 && std::none_of(page.segments.begin(), page.segments.end(), [&](const Extent& segment) {
+               return offset < segment.End() && segment.offset - std::min(segment.offset, offset) < size;
+           });
+}
+
+/// Removes the tags of old-style JPEG, which some programs add to a page of JPEG data: they refer to data that are
+/// gone.
+void ForgetOldJpeg(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page) {
+    for (const auto which : {tag::JpegProcess, tag::JpegRestart, tag::JpegPredictors, tag::JpegPointTransforms,
+                             tag::JpegQuantisation, tag::JpegDc, tag::JpegAc}) {
+        directories.Remove(page.directory, which);
+    }
+    if (HasOtherJpeg(structure, structure.directories()[page.directory], page)) return;
+    directories.Remove(page.directory, tag::JpegData);
+    directories.Remove(page.directory, tag::JpegDataSize);
 }
 
 /// Photoshop stores a second copy of the profile in its own resources.
@@ -63,20 +90,17 @@ private:
 
 void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page,
                const std::vector<Extent>& places) {
-    const std::uint16_t sizeTag = page.tiled ? tag::TileByteCounts : tag::StripByteCounts;
     std::vector<std::uint64_t> offsets, sizes;
     bool moved = false;
-    bool resized = structure.directories()[page.directory].Find(sizeTag) == nullptr;  // readers require this tag
+    bool resized = structure.directories()[page.directory].Find(page.sizesTag) == nullptr;  // readers require this tag
     for (std::size_t i = 0; i < places.size(); ++i) {
         offsets.push_back(places[i].offset);
         sizes.push_back(places[i].size);
         moved = moved || places[i].offset != page.segments[i].offset;
         resized = resized || places[i].size != page.segments[i].size;
     }
-    if (moved) {
-        directories.SetNumbers(page.directory, page.tiled ? tag::TileOffsets : tag::StripOffsets, offsets, type::Long);
-    }
-    if (resized) directories.SetNumbers(page.directory, sizeTag, sizes, type::Long);
+    if (moved) directories.SetNumbers(page.directory, page.offsetsTag, offsets, type::Long);
+    if (resized) directories.SetNumbers(page.directory, page.sizesTag, sizes, type::Long);
 }
 
 /// If an uncompressed strip or tile moves, extra bytes after its pixels are not copied.
@@ -112,6 +136,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
             SetPlaces(structure, directories, page, written[p].places);
             MendOrientation(structure, directories, page.directory);
             if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
+            if (page.Lossy()) ForgetOldJpeg(structure, directories, page);
         }
         photoshop.Set(page.directory, jobs[p].icc);
         if (jobs[p].icc == nullptr) {

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#include "batch/session/OutputFolder.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <iterator>
+
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool IsPictureName(const fs::path& path) {
+    constexpr std::string_view kExtensions[] = {".tif", ".tiff", ".tf8", ".btf", ".png", ".jpg", ".jpeg"};
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return std::find(std::begin(kExtensions), std::end(kExtensions), extension) != std::end(kExtensions);
+}
+
+}  // namespace
+
+std::string OutputFolder(const ConvertOptions& options, bool single) {
+    const std::string& target = options.output;
+    if (options.inPlace) return "";
+    if (target == "-") {
+        if (!single) throw Refusal(Exit::Usage, "", "-o - takes one input", "name an output folder");
+        return "";
+    }
+    std::error_code ignored;
+    const bool isFolder = fs::is_directory(target, ignored);
+    if (isFolder) return target;
+    if (single && !target.ends_with('/')) {
+        if (IsPictureName(target)) return "";
+        throw Refusal(Exit::Usage, target, "is neither a folder nor the name of a picture",
+                      "name a file such as " + fs::path(target).replace_extension(".tif").string() +
+                          ", or end it in / for a folder");
+    }
+    if (fs::exists(target, ignored)) {
+        throw Refusal(Exit::Usage, target, "is no folder", "name a folder for several outputs");
+    }
+    if (!target.ends_with('/') && IsPictureName(target)) {
+        throw Refusal(Exit::Usage, target, "is the name of a picture, but several outputs need a folder",
+                      "end it in / if it is to be a folder");
+    }
+    return target;
+}
+
+}  // namespace hueweave::tool

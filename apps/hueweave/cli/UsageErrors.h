@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <string>
+
+namespace CLI {
+class App;
+class ParseError;
+}  // namespace CLI
+
+namespace hueweave::tool {
+
+/// Refuses arguments that cannot be parsed, in plain words: "unknown option --forse; did you mean --force?".
+[[noreturn]] void RefuseArguments(const CLI::App& app, const CLI::ParseError& error);
+/// Refuses a word that is not a command.
+void RequireCommand(const CLI::App& app, const std::string& word);
+
+}  // namespace hueweave::tool
