@@ -41,7 +41,8 @@ std::string Drain(std::FILE* file) {
     dup2(out, 1);
     dup2(err, 2);
     for (const auto& [name, value] : run.setenv) setenv(name.c_str(), value.c_str(), 1);
-    std::signal(SIGHUP, SIG_DFL);  // the tests themselves may run under nohup
+    // The tests themselves may run under nohup or in the background of a shell, which ignore signals.
+    for (const int signal : {SIGHUP, SIGINT}) std::signal(signal, SIG_DFL);
     for (const auto& [resource, value] : run.limits) {
         const struct rlimit both { value, value };
         setrlimit(resource, &both);
