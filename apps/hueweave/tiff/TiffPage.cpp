@@ -45,6 +45,7 @@ public:
         CheckCoding();
         ReadGeometry();
         ReadSegments();
+        page_.written = FormWritten(page_);
         return page_;
     }
 
@@ -248,13 +249,15 @@ private:
 
 }  // namespace
 
-std::uint32_t TiffPage::RowsOf(std::uint64_t segment) const {
-    if (tiled) return segmentHeight;
-    const std::uint64_t row = segment % InPlane() * segmentHeight;
-    return static_cast<std::uint32_t>(std::min<std::uint64_t>(segmentHeight, height - row));
+PageForm FormWritten(const TiffPage& page) {
+    PageForm written = page;
+    written.photometric = PHOTOMETRIC_RGB;
+    if (page.Lossy()) {
+        written.compression = COMPRESSION_ADOBE_DEFLATE;
+        written.predictor = PREDICTOR_HORIZONTAL;
+    }
+    return written;
 }
-
-bool TiffPage::Lossy() const { return compression == COMPRESSION_JPEG || compression == COMPRESSION_WEBP; }
 
 TiffPage ReadPage(const TiffStructure& structure, std::size_t directory) {
     const bool one = structure.directories().size() == 1;

@@ -12,7 +12,7 @@ namespace {
 /// Counts the clipped pixels of a rectangle and hashes its colours, row by row.
 void MeasureColours(const PageContext& context, PlaneSet& planes, std::uint64_t columns, std::uint32_t rows) {
     const TiffPage& page = context.page;
-    const unsigned width = page.bits / 8;
+    const unsigned width = page.written.bits / 8;
     const std::uint64_t pixelBytes = std::uint64_t{planes.samples()} * width;
     const std::uint64_t rowBytes = page.segmentWidth * pixelBytes;
     Bytes line(static_cast<std::size_t>(columns * 3 * width));
@@ -47,7 +47,7 @@ void ConvertBlock(const PageContext& context, const PixelBlock& block, PlaneSet&
     const TiffPage& page = context.page;
     planes.Gather(source);
     const std::uint64_t pixels = std::uint64_t{block.rows} * page.segmentWidth;
-    context.converter.Convert(planes.data(), static_cast<std::size_t>(pixels), planes.samples(), page.premultiplied);
+    planes.Convert(context.converter, static_cast<std::size_t>(pixels));
     inTurn([&] { Measure(context, block, planes); });
     planes.Scatter(sink);  // may overwrite the pixels
 }

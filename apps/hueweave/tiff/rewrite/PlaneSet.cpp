@@ -8,9 +8,10 @@ namespace hueweave::tool {
 
 PlaneCounts::PlaneCounts(const TiffPage& page) : gathered(1), read(1), written(1) {
     if (!page.planar) return;
-    gathered = page.Lossy() ? page.samples : page.premultiplied ? 4 : 3;
+    const bool isNew = !HaveSameLayout(page, page.written);
+    gathered = isNew ? page.samples : page.premultiplied ? 4 : 3;
     read = page.Plain() ? gathered : page.samples;
-    written = page.Lossy() ? page.samples : 3;
+    written = !page.written.planar ? 1 : isNew ? page.samples : 3;
 }
 
 PlaneSet::PlaneSet(const TiffPage& page)
@@ -27,9 +28,13 @@ void PlaneSet::Gather(PlaneSource& source) {
     }
 }
 
+void PlaneSet::Convert(const colour::PixelConverter& converter, std::size_t pixels) {
+    converter.Convert(pixels_.data(), pixels, samples_, page_.premultiplied);
+}
+
 void PlaneSet::Scatter(PlaneSink& sink) {
-    if (!page_.planar) return sink.Give(0, pixels_);
-    const unsigned width = page_.bits / 8;
+    if (!page_.written.planar) return sink.Give(0, pixels_);
+    const unsigned width = page_.written.bits / 8;
     plane_.resize(pixels_.size() / samples_);
     for (unsigned plane = 0; plane < counts_.written; ++plane) {
         PlaneFromPixels(plane_.data(), pixels_.data(), plane_.size() / width, plane, samples_, width);

@@ -2,6 +2,7 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include "colour/PixelConverter.h"
 #include "tiff/TiffPage.h"
 
 namespace hueweave::tool {
@@ -12,7 +13,7 @@ struct PlaneCounts {
 
     unsigned gathered;  ///< become pixels: the colours, and what else the converter needs
     unsigned read;      ///< these, and unchanged compressed planes, to detect damage
-    unsigned written;   ///< the colours; all planes if the compression changes
+    unsigned written;   ///< the colours; all planes if the layout changes
 };
 
 /// Supplies the planes of a block of pixels.
@@ -39,9 +40,12 @@ public:
     explicit PlaneSet(const TiffPage& page);
 
     void Gather(PlaneSource& source);
+    /// Converts the first `pixels` pixels that were gathered.
+    void Convert(const colour::PixelConverter& converter, std::size_t pixels);
     void Scatter(PlaneSink& sink);
 
-    unsigned char* data() { return pixels_.data(); }
+    /// The pixels. Their samples have the depth of the output when they are converted.
+    const unsigned char* data() const { return pixels_.data(); }
     unsigned samples() const { return samples_; }  ///< per pixel
 
 private:
