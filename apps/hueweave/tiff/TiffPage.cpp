@@ -40,13 +40,9 @@ public:
             CheckMask();
             return Other(std::string(TiffPage::kMask));
         }
-        if (!IsRgb()) return Other(KindOfColours());
-        CheckSamples();
-        CheckCoding();
-        ReadGeometry();
-        ReadSegments();
-        page_.written = FormWritten(page_);
-        return page_;
+        if (!IsRgb()) return ReadOther(KindOfColours());
+        ReadPixels();
+        return std::move(page_);
     }
 
 private:
@@ -86,21 +82,56 @@ private:
     TiffPage Other(std::string kind) {
         page_.other = std::move(kind);
         page_.stays = true;
+        page_.segments.clear();
         for (const auto which : {tag::StripOffsets, tag::TileOffsets}) {
-            if (const TiffEntry* offsets = directory_.Find(which)) structure_.budget().AddSegments(offsets->count, 0);
+            const TiffEntry* offsets = isCounted_ ? nullptr : directory_.Find(which);
+            if (offsets != nullptr) structure_.budget().AddSegments(offsets->count, 0);
         }
         return std::move(page_);
     }
 
-    void CheckSamples() {
-        page_.samples = Small(tag::SamplesPerPixel, 1);
-        if (page_.samples < 3 || page_.samples > 64) {
-            Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
+    /// A page that is not RGB need not be converted, so it is not refused here.
+    TiffPage ReadOther(std::string kind) {
+        if (page_.photometric != PHOTOMETRIC_PALETTE) return Other(std::move(kind));
+        try {
+            ReadPalette();
+            ReadPixels();
+        } catch (const ReadFailure&) {
+            throw;
+        } catch (const Refusal& refusal) {
+            page_.whyNot = Refusal(refusal).OfKind({kind, kind + " pixels, not RGB", true});
+            return Other(std::move(kind));
         }
+        page_.kind = std::move(kind);
+        return std::move(page_);
+    }
+
+    void ReadPalette() {
+        const unsigned bits = Small(tag::BitsPerSample, 1);
+        const TiffEntry* map = directory_.Find(tag::ColourMap);
+        if (map == nullptr || map->type != type::Short) RefuseDamaged("has palette pixels and no colour map");
+        if (bits > 16 || map->count != std::uint64_t{3} << bits) {
+            RefuseDamaged("has a colour map of " + std::to_string(map->count) + " values");
+        }
+        page_.palette = MakePalette(structure_.Numbers(*map));
+    }
+
+    void ReadPixels() {
+        CheckSamples();
+        CheckCoding();
+        ReadGeometry();
+        ReadSegments();
+    }
+
+    unsigned BitsOfSamples() const {
         std::vector<std::uint64_t> bits{1};
         if (const TiffEntry* entry = directory_.Find(tag::BitsPerSample)) bits = structure_.Numbers(*entry);
         const bool alike = !bits.empty() && std::all_of(bits.begin(), bits.end(), [&](auto b) { return b == bits[0]; });
         if (!alike) Refuse("has samples of different depths", "give a file of 8 or 16 bits a sample");
+        return static_cast<unsigned>(std::min<std::uint64_t>(bits[0], 0x7fffffff));
+    }
+
+    void CheckFormats() const {
         std::vector<std::uint64_t> formats{SAMPLEFORMAT_UINT};
         if (const TiffEntry* entry = directory_.Find(tag::SampleFormat)) formats = structure_.Numbers(*entry);
         for (const std::uint64_t format : formats) {
@@ -112,18 +143,35 @@ private:
         // An older tag with the same purpose; 0 means undefined and 2 means integers.
         const std::uint64_t kind = Number(tag::DataType, 0);
         if (kind != 0 && kind != 2) Refuse("contains samples that are not unsigned integers", kWholeNumbers);
-        if (bits[0] != 8 && bits[0] != 16) {
-            Refuse("has " + std::to_string(bits[0]) + " bits a sample", "give a file of 8 or 16 bits a sample");
+    }
+
+    bool TakesBits(unsigned bits) const {
+        const bool isSmallIndex = page_.palette.bits != 0 && (bits == 1 || bits == 2 || bits == 4);
+        return bits == 8 || bits == 16 || isSmallIndex;
+    }
+
+    void CheckSamples() {
+        const unsigned colours = page_.ColourSamples();
+        page_.samples = Small(tag::SamplesPerPixel, 1);
+        if (page_.samples < colours || page_.samples > 64) {
+            Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
         }
-        page_.bits = static_cast<unsigned>(bits[0]);
-        if (const TiffEntry* entry = directory_.Find(tag::ExtraSamples); entry != nullptr) {
-            const auto extra = structure_.Numbers(*entry);
-            for (const std::uint64_t sample : extra) {
-                if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
-                    RefuseDamaged("has an extra sample of an unknown kind (" + std::to_string(sample) + ")");
-                }
+        page_.bits = BitsOfSamples();
+        CheckFormats();
+        if (!TakesBits(page_.bits)) {
+            Refuse("has " + std::to_string(page_.bits) + " bits a sample", "give a file of 8 or 16 bits a sample");
+        }
+        const TiffEntry* entry = directory_.Find(tag::ExtraSamples);
+        if (entry == nullptr) return;
+        const auto extra = structure_.Numbers(*entry);
+        for (const std::uint64_t sample : extra) {
+            if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
+                RefuseDamaged("has an extra sample of an unknown kind (" + std::to_string(sample) + ")");
             }
-            page_.premultiplied = page_.samples > 3 && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+        }
+        page_.premultiplied = page_.samples > colours && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+        if (page_.premultiplied && page_.palette.bits != 0) {
+            Refuse("has palette pixels with an associated alpha", "write it anew as RGB, for example with convert");
         }
     }
 
@@ -133,7 +181,11 @@ private:
                               page_.compression == COMPRESSION_DEFLATE || page_.compression == COMPRESSION_LZMA ||
                               page_.compression == COMPRESSION_ZSTD;
         if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag has no meaning here and does not change
-        if (page_.predictor == PREDICTOR_NONE || page_.predictor == PREDICTOR_HORIZONTAL) return;
+        const bool isWhole = page_.bits == 8 || page_.bits == 16;
+        if (page_.predictor == PREDICTOR_NONE || (page_.predictor == PREDICTOR_HORIZONTAL && isWhole)) return;
+        if (page_.predictor == PREDICTOR_HORIZONTAL) {
+            RefuseDamaged("has predictor 2, which samples of " + std::to_string(page_.bits) + " bits do not have");
+        }
         Refuse("has predictor " + std::to_string(page_.predictor) + ", which whole numbers do not have",
                "write it anew with LZW or Deflate, for example with tiffcp -c zip");
     }
@@ -187,9 +239,12 @@ private:
         page_.segmentHeight = static_cast<std::uint32_t>(down);
         page_.across = (width + across - 1) / across;
         page_.down = (height + down - 1) / down;
-        // A row has less than 2^39 bytes.
-        if (page_.RowBytes() > limit::kSegmentBytes / down) RefuseDamaged("has strips or tiles of an impossible size");
-        structure_.budget().AddSegments(page_.Segments(), page_.RowBytes() * down);
+        page_.written = FormWritten(page_);
+        // A row has less than 2^39 bytes. What is read and what is written both count.
+        const std::uint64_t rowBytes = std::max(page_.RowBytes(), page_.written.RowBytes());
+        if (rowBytes > limit::kSegmentBytes / down) RefuseDamaged("has strips or tiles of an impossible size");
+        structure_.budget().AddSegments(page_.Segments(), rowBytes * down);
+        isCounted_ = true;
         if (Number(tag::Depth, 1) != 1 || Number(tag::TileDepth, 1) != 1) {
             Refuse("contains an image with several depth layers", "give a file of flat pictures");
         }
@@ -225,9 +280,10 @@ private:
     const TiffStructure& structure_;
     const TiffDirectory& directory_;
     TiffPage page_;
+    bool isCounted_ = false;  ///< the budget includes the strips or tiles
 };
 
-/// Refuses a file that has no RGB page.
+/// Refuses a file that has no page that can be converted.
 [[noreturn]] void RefuseOthers(const std::string& name, const std::vector<TiffPage>& pages) {
     const auto first =
         std::find_if(pages.begin(), pages.end(), [](const TiffPage& page) { return page.other != TiffPage::kMask; });
@@ -235,23 +291,30 @@ private:
         throw Refusal(Exit::Input, name, "contains only transparency masks", "give an RGB file")
             .OfKind({"masks", "transparency masks only", true});
     }
+    if (first->whyNot) throw *first->whyNot;
     const std::string where = first->label.empty() ? "" : first->label + " ";
     if (first->other == kUnstated) {
         throw Refusal(Exit::Input, name, where + "does not state its photometric interpretation",
                       "get a whole copy of the file");
     }
     const std::string pixels = first->other + " pixels, not RGB";
-    throw Refusal(Exit::Input, name, where + "holds " + pixels,
-                  first->photometric == PHOTOMETRIC_PALETTE ? "turn it into RGB first, for example with pal2rgb"
-                                                            : "give an RGB file")
+    throw Refusal(Exit::Input, name, where + "holds " + pixels, "give an RGB file")
         .OfKind({first->other, pixels, true});
 }
 
 }  // namespace
 
+void TiffPage::Carry() {
+    other = kind;
+    stays = true;
+}
+
 PageForm FormWritten(const TiffPage& page) {
     PageForm written = page;
     written.photometric = PHOTOMETRIC_RGB;
+    written.samples = 3 + page.samples - page.ColourSamples();
+    written.bits = page.palette.bits != 0 ? page.palette.bits : page.bits <= 8 ? 8 : 16;
+    if (written.samples != page.samples || written.bits != page.bits) written.planar = false;
     if (page.Lossy()) {
         written.compression = COMPRESSION_ADOBE_DEFLATE;
         written.predictor = PREDICTOR_HORIZONTAL;
@@ -269,7 +332,7 @@ std::vector<TiffPage> ReadPages(const TiffStructure& structure) {
     for (std::size_t i = 0; i < structure.directories().size(); ++i) pages.push_back(ReadPage(structure, i));
     for (TiffPage& page : pages)
         page.slack = limit::kImageMore / std::max<std::uint64_t>(1, structure.budget().segments());
-    if (std::none_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsRgb(); })) {
+    if (std::none_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsConvertible(); })) {
         RefuseOthers(structure.file().name(), pages);
     }
     return pages;

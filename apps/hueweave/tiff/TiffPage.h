@@ -3,11 +3,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "system/Refusal.h"
 #include "tiff/PageForm.h"
+#include "tiff/Palette.h"
 #include "tiff/TiffStructure.h"
 
 namespace hueweave::tool {
@@ -16,28 +19,35 @@ namespace hueweave::tool {
 struct TiffPage : PageForm {
     std::size_t directory = 0;  ///< index in the structure
     std::string label;          ///< "page 2", for messages; empty if the file has one image
-    /// The kind of a page that is not RGB, such as "grey" or "mask": it is not converted, and its geometry is not read.
-    /// Empty for an RGB page.
+    std::string kind;           ///< of pixels that are not RGB, such as "palette"; empty for RGB
+    /// The kind of a page that is not converted, such as "bilevel" or "mask"; empty for other pages. The geometry of
+    /// such a page may be unknown.
     std::string other;
+    std::optional<Refusal> whyNot;  ///< why a page of a kind that can be converted is not
+    Palette palette;
     bool stays = false;            ///< its image data are not changed: not RGB, or in the colours of the output already
     std::vector<Extent> segments;  ///< plane after plane
 
     std::uint64_t slack = 0;  ///< bytes per strip or tile in addition to the decoded size of the page
     PageForm written;         ///< the same page in the output, if its image data change
 
-    bool IsRgb() const { return other.empty(); }
+    /// Whether the page can be converted, if there is a profile for it.
+    bool IsConvertible() const { return other.empty(); }
+    /// Leaves the page as it is: its kind is not converted here.
+    void Carry();
+    unsigned ColourSamples() const { return palette.bits != 0 ? 1 : 3; }  ///< per pixel, without extra samples
     /// `other` of a transparency mask, which belongs to another page.
     static constexpr std::string_view kMask = "mask";
 };
 
-/// The images of a file. Refuses a file without an RGB image, and one with an RGB image that cannot be converted
-/// completely, and gives the reason.
+/// The images of a file. Refuses a file without an image that can be converted, and one with an RGB image that cannot
+/// be converted completely, and gives the reason.
 std::vector<TiffPage> ReadPages(const TiffStructure& structure);
 
 /// The image of one directory.
 TiffPage ReadPage(const TiffStructure& structure, std::size_t directory);
 
-/// The form of a converted page: lossy image data become Deflate, and colours RGB.
+/// The form of a converted page: lossy image data become Deflate, and colours RGB of 8 or 16 bits.
 PageForm FormWritten(const TiffPage& page);
 
 /// Names for messages.

@@ -48,10 +48,11 @@ public:
         FilePlan plan;
         std::vector<PageJob>& jobs = images_->jobs;
         for (std::size_t p = 0; p < images_->pages.size(); ++p) {
-            jobs.push_back(images_->pages[p].IsRgb() ? PlanPage(p) : PageJob());
+            jobs.push_back(IsConverted(p) ? PlanPage(p) : PageJob());
         }
+        RefuseUnlessAny();
         NoteCarried();
-        plan.isConverted = IsConverted();
+        plan.isConverted = IsConvertedAlready();
         plan.isCopy = std::all_of(jobs.begin(), jobs.end(), [](const PageJob& job) { return job.keeps; });
         plan.images = std::move(images_);
         std::move(choice_).Finish(plan);
@@ -59,15 +60,34 @@ public:
     }
 
 private:
+    /// Whether a page is converted. Pages that are not RGB are carried over with the library's precision.
+    bool IsConverted(std::size_t p) {
+        TiffPage& page = images_->pages[p];
+        if (!page.kind.empty() && options_.precision == Precision::Library) page.Carry();
+        return page.IsConvertible();
+    }
+
     PageJob PlanPage(std::size_t p) {
         TiffPage& page = images_->pages[p];
-        const ChosenConverter chosen = choice_.For([&] { return profiles_.Of(p); }, page.bits);
+        const ChosenConverter chosen = choice_.For([&] { return profiles_.Of(p); }, page.written.bits);
         if (chosen.isDone) {
             page.stays = true;
             return {chosen.Keeps(), nullptr, chosen.icc};
         }
         losses_.Look(page, choice_.notes());
         return {false, &chosen.ready->converter, chosen.icc};
+    }
+
+    /// Refuses a file of which no page is converted.
+    void RefuseUnlessAny() const {
+        const std::vector<TiffPage>& pages = images_->pages;
+        if (std::any_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsConvertible(); })) return;
+        const auto page = std::find_if(pages.begin(), pages.end(), [](const TiffPage& p) { return !p.kind.empty(); });
+        const std::string where = page->label.empty() ? "" : page->label + " ";
+        const std::string pixels = page->kind + " pixels, not RGB";
+        throw Refusal(Exit::Input, images_->structure.file().name(), where + "holds " + pixels,
+                      "leave --precision library out")
+            .OfKind({page->kind, pixels, true});
     }
 
     /// Names the pages that stay as they are because they are not RGB. Masks have no colours.
@@ -87,14 +107,14 @@ private:
         }
     }
 
-    bool IsConverted() const {
+    bool IsConvertedAlready() const {
         const colour::Rendering& r = options_.rendering;
         const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
         const bool exact = options_.precision == Precision::Exact;
         const bool again = options_.force || (options_.profile && options_.source == SourceRule::Given);
         if (exact || !options_.inPlace || again || options_.noTag || adjusts) return false;
         for (std::size_t p = 0; p < images_->pages.size(); ++p) {
-            if (!images_->pages[p].IsRgb()) continue;
+            if (!images_->pages[p].IsConvertible()) continue;
             const DeviceProfile* embedded = profiles_.Known(p);
             if (embedded == nullptr || embedded->data != *images_->jobs[p].icc) return false;
         }

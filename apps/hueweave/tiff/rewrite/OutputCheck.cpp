@@ -24,8 +24,9 @@ bool SameShape(const TiffPage& planned, const TiffPage& read) {
                           form.planar, form.tiled, form.premultiplied, form.segmentWidth, form.segmentHeight);
     };
     const PageForm& form = planned.stays ? planned : planned.written;
-    if (planned.other != read.other || shape(form) != shape(read)) return false;
-    return planned.stays || (read.compression == form.compression && read.predictor == form.predictor);
+    if (shape(form) != shape(read)) return false;
+    return planned.stays ||
+           (read.IsConvertible() && read.compression == form.compression && read.predictor == form.predictor);
 }
 
 bool SamePlaces(const WrittenPage& written, const TiffPage& read) {

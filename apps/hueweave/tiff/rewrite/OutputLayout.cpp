@@ -66,7 +66,7 @@ void OutputLayout::FindExclusive(const TiffStructure& structure, const std::vect
     for (const Extent& extent : structure.structure()) spans.push_back({extent, SIZE_MAX, 0});
     for (std::size_t p = 0; p < pages.size(); ++p) {
         ThrowIfInterrupted();
-        if (!pages[p].IsRgb()) AddUntouched(structure, structure.directories()[pages[p].directory], untouched_);
+        if (pages[p].segments.empty()) AddUntouched(structure, structure.directories()[pages[p].directory], untouched_);
         exclusive_.emplace_back(pages[p].segments.size(), true);
         for (std::size_t s = 0; s < pages[p].segments.size(); ++s) {
             const bool converted = IsConverted(pages[p], s);

@@ -15,16 +15,30 @@ PlaneCounts::PlaneCounts(const TiffPage& page) : gathered(1), read(1), written(1
 }
 
 PlaneSet::PlaneSet(const TiffPage& page)
-    : page_(page), counts_(page), samples_(page.planar ? counts_.gathered : page.samples) {}
+    : page_(page),
+      counts_(page),
+      expansion_(page),
+      samples_(page.planar && page.written.planar ? counts_.gathered : page.written.samples) {}
 
 void PlaneSet::Gather(PlaneSource& source) {
-    if (!page_.planar) return source.Take(0, pixels_);
-    const unsigned width = page_.bits / 8;
+    GatherSamples(source);
+    if (Expansion::IsNeeded(page_)) expansion_.Expand(pixels_);
+}
+
+void PlaneSet::GatherSamples(PlaneSource& source) {
+    const bool isPacked = Expansion::IsPacked(page_);
+    if (!page_.planar) {
+        source.Take(0, pixels_);
+        if (isPacked) expansion_.Unpack(pixels_);
+        return;
+    }
+    const unsigned width = page_.bits <= 8 ? 1 : 2;
     for (unsigned plane = 0; plane < counts_.read; ++plane) {
         source.Take(plane, plane_);
         if (plane >= counts_.gathered) continue;
-        pixels_.resize(plane_.size() * samples_);
-        PlaneIntoPixels(plane_.data(), pixels_.data(), plane_.size() / width, plane, samples_, width);
+        if (isPacked) expansion_.Unpack(plane_);
+        pixels_.resize(plane_.size() * counts_.gathered);
+        PlaneIntoPixels(plane_.data(), pixels_.data(), plane_.size() / width, plane, counts_.gathered, width);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include "colour/PixelConverter.h"
 #include "tiff/TiffPage.h"
+#include "tiff/rewrite/Expansion.h"
 
 namespace hueweave::tool {
 
@@ -34,7 +35,7 @@ public:
 };
 
 /// A block of pixels with interleaved samples, as the converter requires them, for pages with interleaved samples or
-/// with separate planes. Reused for successive blocks, keeping its buffers.
+/// with separate planes, of any depth and with a palette. Reused for successive blocks, keeping its buffers.
 class PlaneSet {
 public:
     explicit PlaneSet(const TiffPage& page);
@@ -49,8 +50,11 @@ public:
     unsigned samples() const { return samples_; }  ///< per pixel
 
 private:
+    void GatherSamples(PlaneSource& source);
+
     const TiffPage& page_;
     const PlaneCounts counts_;
+    Expansion expansion_;
     const unsigned samples_;
     Bytes pixels_, plane_;  ///< one plane; not used for interleaved samples
 };

@@ -10,6 +10,25 @@
 namespace hueweave::tool {
 namespace {
 
+/// Sets the tags that describe the samples of a page, and removes those that describe the old ones. Tags with one value
+/// per sample get a single one, or lose it.
+void SetSamples(DirectoryWriter& directories, const TiffPage& page) {
+    const PageForm& form = page.written;
+    const auto set = [&](std::uint16_t which, const std::vector<std::uint64_t>& values) {
+        directories.SetNumbers(page.directory, which, values, type::Short);
+    };
+    set(tag::SamplesPerPixel, {form.samples});
+    set(tag::BitsPerSample, std::vector<std::uint64_t>(form.samples, form.bits));
+    set(tag::Compression, {form.compression});
+    set(tag::Planar, {form.planar ? 2U : 1U});
+    for (const auto which :
+         {tag::ColourMap, tag::GreyUnit, tag::GreyCurve, tag::HalftoneHints, tag::TransferFunction, tag::InkSet,
+          tag::InkNames, tag::NumberOfInks, tag::DotRange, tag::MinSampleValue, tag::MaxSampleValue, tag::LeastSample,
+          tag::LargestSample, tag::SampleFormat, tag::DataType, tag::ReferenceBlackWhite}) {
+        directories.Remove(page.directory, which);
+    }
+}
+
 /// Sets the tags that describe the form of a page, and removes those that no longer apply.
 void SetForm(DirectoryWriter& directories, const TiffPage& page) {
     const PageForm& form = page.written;
@@ -18,6 +37,7 @@ void SetForm(DirectoryWriter& directories, const TiffPage& page) {
         directories.SetNumbers(page.directory, tag::Predictor, {form.predictor}, type::Short);
         directories.Remove(page.directory, tag::JpegTables);
     }
+    if (form.samples != page.samples || form.bits != page.bits) SetSamples(directories, page);
     if (form.photometric == page.photometric) return;
     directories.SetNumbers(page.directory, tag::Photometric, {form.photometric}, type::Short);
     for (const auto which :

@@ -70,8 +70,9 @@ Parsed Parse(const std::string& path) {
     parsed.file = std::make_unique<FileAccess>(FileAccess::OpenInput(path));
     parsed.structure = std::make_unique<TiffStructure>(*parsed.file);
     parsed.pages = ReadPages(*parsed.structure);
-    for (const TiffPage& page : parsed.pages) {
-        if (page.IsRgb()) parsed.decoded += page.Segments() * page.RowBytes() * page.segmentHeight;
+    for (TiffPage& page : parsed.pages) {
+        if (!page.kind.empty()) page.Carry();  // as with the library's precision
+        if (page.IsConvertible()) parsed.decoded += page.Segments() * page.RowBytes() * page.segmentHeight;
     }
     return parsed;
 }
@@ -124,7 +125,7 @@ std::map<std::size_t, Image> Wanted(const Stage& stage, const Parsed& source) {
     std::map<std::size_t, Image> wanted;
     for (std::size_t p = 0; p < source.pages.size(); ++p) {
         const TiffPage& page = source.pages[p];
-        if (!page.IsRgb()) continue;
+        if (!page.IsConvertible()) continue;
         std::string complaint;
         const std::uint64_t place = source.structure->directories()[page.directory].offset;
         const auto judged = ByLibtiff(stage.source, place, true, complaint);
