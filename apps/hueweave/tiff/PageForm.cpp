@@ -17,11 +17,13 @@ std::uint32_t PageForm::RowsOf(std::uint64_t segment) const {
 
 bool PageForm::Lossy() const { return compression == COMPRESSION_JPEG || compression == COMPRESSION_WEBP; }
 
+bool HaveSameSamples(const PageForm& read, const PageForm& written) {
+    return std::tuple(read.samples, read.bits, read.planar) ==
+           std::tuple(written.samples, written.bits, written.planar);
+}
+
 bool HaveSameLayout(const PageForm& read, const PageForm& written) {
-    const auto layout = [](const PageForm& form) {
-        return std::tuple(form.samples, form.bits, form.planar, form.compression);
-    };
-    return layout(read) == layout(written);
+    return HaveSameSamples(read, written) && read.compression == written.compression;
 }
 
 }  // namespace hueweave::tool

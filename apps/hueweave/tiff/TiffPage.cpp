@@ -19,7 +19,21 @@ constexpr std::uint64_t kTileStep = 16;  ///< pixels
 
 /// The kind of a page without a photometric interpretation.
 constexpr std::string_view kUnstated = "of no stated kind";
+constexpr std::string_view kBilevel = "bilevel";
 constexpr const char* kWholeNumbers = "give a file of whole numbers of 8 or 16 bits";
+
+/// The colours of pixels that are not RGB but can be converted.
+std::optional<colour::ColourModel> ModelOf(unsigned photometric) {
+    switch (photometric) {
+        case PHOTOMETRIC_PALETTE:
+            return colour::ColourModel::Rgb;
+        case PHOTOMETRIC_MINISWHITE:
+        case PHOTOMETRIC_MINISBLACK:
+            return colour::ColourModel::Grey;
+        default:
+            return std::nullopt;
+    }
+}
 
 /// Reads one directory, or refuses it.
 class PageReader {
@@ -76,7 +90,7 @@ private:
     std::string KindOfColours() const {
         if (directory_.Find(tag::Photometric) == nullptr) return std::string(kUnstated);
         const bool grey = page_.photometric == PHOTOMETRIC_MINISWHITE || page_.photometric == PHOTOMETRIC_MINISBLACK;
-        return grey && Number(tag::BitsPerSample, 1) == 1 ? "bilevel" : PhotometricName(page_.photometric);
+        return grey && Number(tag::BitsPerSample, 1) == 1 ? std::string(kBilevel) : PhotometricName(page_.photometric);
     }
 
     TiffPage Other(std::string kind) {
@@ -92,9 +106,12 @@ private:
 
     /// A page that is not RGB need not be converted, so it is not refused here.
     TiffPage ReadOther(std::string kind) {
-        if (page_.photometric != PHOTOMETRIC_PALETTE) return Other(std::move(kind));
+        const std::optional<colour::ColourModel> model = ModelOf(page_.photometric);
+        if (!model || kind == kBilevel) return Other(std::move(kind));
         try {
-            ReadPalette();
+            page_.model = *model;
+            page_.inverted = page_.photometric == PHOTOMETRIC_MINISWHITE;
+            if (page_.photometric == PHOTOMETRIC_PALETTE) ReadPalette();
             ReadPixels();
         } catch (const ReadFailure&) {
             throw;
@@ -309,12 +326,13 @@ void TiffPage::Carry() {
     stays = true;
 }
 
-PageForm FormWritten(const TiffPage& page) {
+PageForm FormWritten(const TiffPage& page, unsigned channels) {
     PageForm written = page;
-    written.photometric = PHOTOMETRIC_RGB;
-    written.samples = 3 + page.samples - page.ColourSamples();
+    written.photometric = channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
+    written.samples = channels + page.samples - page.ColourSamples();
     written.bits = page.palette.bits != 0 ? page.palette.bits : page.bits <= 8 ? 8 : 16;
-    if (written.samples != page.samples || written.bits != page.bits) written.planar = false;
+    const bool isNew = written.samples != page.samples || written.bits != page.bits;
+    if (isNew || page.model != colour::ColourModel::Rgb) written.planar = false;
     if (page.Lossy()) {
         written.compression = COMPRESSION_ADOBE_DEFLATE;
         written.predictor = PREDICTOR_HORIZONTAL;

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "colour/base/ColourModel.h"
 #include "system/Refusal.h"
 #include "tiff/PageForm.h"
 #include "tiff/Palette.h"
@@ -23,7 +24,9 @@ struct TiffPage : PageForm {
     /// The kind of a page that is not converted, such as "bilevel" or "mask"; empty for other pages. The geometry of
     /// such a page may be unknown.
     std::string other;
-    std::optional<Refusal> whyNot;  ///< why a page of a kind that can be converted is not
+    std::optional<Refusal> whyNot;                         ///< why a page of a kind that can be converted is not
+    colour::ColourModel model = colour::ColourModel::Rgb;  ///< of its colours, or of those in the palette
+    bool inverted = false;                                 ///< a grey sample of 0 is white
     Palette palette;
     bool stays = false;            ///< its image data are not changed: not RGB, or in the colours of the output already
     std::vector<Extent> segments;  ///< plane after plane
@@ -35,7 +38,8 @@ struct TiffPage : PageForm {
     bool IsConvertible() const { return other.empty(); }
     /// Leaves the page as it is: its kind is not converted here.
     void Carry();
-    unsigned ColourSamples() const { return palette.bits != 0 ? 1 : 3; }  ///< per pixel, without extra samples
+    /// Per pixel, without extra samples.
+    unsigned ColourSamples() const { return palette.bits != 0 ? 1 : colour::ChannelsOf(model); }
     /// `other` of a transparency mask, which belongs to another page.
     static constexpr std::string_view kMask = "mask";
 };
@@ -47,8 +51,9 @@ std::vector<TiffPage> ReadPages(const TiffStructure& structure);
 /// The image of one directory.
 TiffPage ReadPage(const TiffStructure& structure, std::size_t directory);
 
-/// The form of a converted page: lossy image data become Deflate, and colours RGB of 8 or 16 bits.
-PageForm FormWritten(const TiffPage& page);
+/// The form of a converted page: lossy image data become Deflate, and colours RGB, or grey with 1 as `channels`, of 8
+/// or 16 bits.
+PageForm FormWritten(const TiffPage& page, unsigned channels = 3);
 
 /// Names for messages.
 std::string CompressionName(unsigned compression);

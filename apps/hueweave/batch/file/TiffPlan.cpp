@@ -60,16 +60,21 @@ public:
     }
 
 private:
-    /// Whether a page is converted. Pages that are not RGB are carried over with the library's precision.
+    /// Whether a page is converted. Pages that are not RGB are carried over if there is no profile for them, and with
+    /// the library's precision.
     bool IsConverted(std::size_t p) {
         TiffPage& page = images_->pages[p];
-        if (!page.kind.empty() && options_.precision == Precision::Library) page.Carry();
+        if (!page.IsConvertible() || page.kind.empty()) return page.IsConvertible();
+        const bool exact = options_.precision == Precision::Exact;
+        const bool isRgb = page.model == colour::ColourModel::Rgb;
+        if (!exact || !(isRgb || choice_.HasProfile([&] { return profiles_.Of(p); }, page.model))) page.Carry();
         return page.IsConvertible();
     }
 
     PageJob PlanPage(std::size_t p) {
         TiffPage& page = images_->pages[p];
-        const ChosenConverter chosen = choice_.For([&] { return profiles_.Of(p); }, page.written.bits);
+        const ChosenConverter chosen = choice_.For([&] { return profiles_.Of(p); }, page.written.bits, page.model);
+        page.written = FormWritten(page, chosen.ready->converter.targetChannels());
         if (chosen.isDone) {
             page.stays = true;
             return {chosen.Keeps(), nullptr, chosen.icc};
@@ -84,9 +89,11 @@ private:
         if (std::any_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsConvertible(); })) return;
         const auto page = std::find_if(pages.begin(), pages.end(), [](const TiffPage& p) { return !p.kind.empty(); });
         const std::string where = page->label.empty() ? "" : page->label + " ";
-        const std::string pixels = page->kind + " pixels, not RGB";
-        throw Refusal(Exit::Input, images_->structure.file().name(), where + "holds " + pixels,
-                      "leave --precision library out")
+        const bool exact = options_.precision == Precision::Exact;
+        const std::string pixels = page->kind + (exact ? " pixels without a profile for them" : " pixels, not RGB");
+        const std::string remedy =
+            exact ? "give a profile for " + page->kind + " with --profile" : "leave --precision library out";
+        throw Refusal(Exit::Input, images_->structure.file().name(), where + "holds " + pixels, remedy)
             .OfKind({page->kind, pixels, true});
     }
 

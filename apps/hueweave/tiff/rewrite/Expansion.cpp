@@ -33,7 +33,9 @@ Expansion::Expansion(const TiffPage& page) : page_(page) {
     }
 }
 
-bool Expansion::IsNeeded(const TiffPage& page) { return page.palette.bits != 0 || page.bits != page.written.bits; }
+bool Expansion::IsNeeded(const TiffPage& page) {
+    return page.palette.bits != 0 || page.inverted || page.bits != page.written.bits;
+}
 
 std::uint64_t Expansion::RowMemory(const TiffPage& page) {
     if (!IsNeeded(page)) return 0;
@@ -87,7 +89,7 @@ void Expansion::Expand(const Bytes& codes, Bytes& pixels) const {
         if (colours != 0 && i % samples == 0) {
             for (std::size_t c = 0; c < 3; ++c) put(page_.palette.samples[c * colours + code]);
         } else {
-            put(scaled_[code]);
+            put(scaled_[page_.inverted && i % samples == 0 ? scaled_.size() - 1 - code : code]);
         }
     }
 }

@@ -24,7 +24,7 @@ std::uint64_t LargestSegment(const TiffPage& page) {
 /// four times, because of the coder's buffers.
 bool RowFits(const TiffPage& page, std::uint64_t memory) {
     const std::uint64_t row =
-        page.RowBytes() * (page.planar ? PlaneCounts(page).gathered + 1 : 1) + Expansion::RowMemory(page);
+        page.RowBytes() * (page.planar ? PlaneCounts(page).gathered + 1 : 1) + PlaneSet::RowMemory(page);
     return row <= memory / (page.Plain() ? 2 : 4);
 }
 
@@ -32,7 +32,7 @@ bool RowFits(const TiffPage& page, std::uint64_t memory) {
 bool SegmentsFit(const TiffPage& page, std::uint64_t memory, unsigned threads) {
     const std::uint64_t largest = LargestSegment(page);
     // Checked separately, because the sum below might exceed 64 bits.
-    const std::uint64_t expanded = Expansion::RowMemory(page);
+    const std::uint64_t expanded = PlaneSet::RowMemory(page);
     if (largest > memory || page.RowsOf(0) > memory / (page.RowBytes() + expanded)) return false;
     // Raw, decoded and encoded bytes, the buffer of libtiff, and the pixels of planes.
     const std::uint64_t decoded = page.DecodedBytes(0);

@@ -124,7 +124,7 @@ std::vector<Extent> WritePlain(const PageContext& context) {
     std::vector<Extent> places = PlaceAll(context);
     const std::vector<PixelBlock> blocks = ListBlocks(page, places);
     WorkUnits units(blocks.size());
-    const bool isExpanded = Expansion::IsNeeded(page);
+    const bool isExpanded = PlaneSet::RowMemory(page) != 0;
     const std::uint64_t buffers = (page.planar ? PlaneCounts(page).gathered + 1 : 1) + (isExpanded ? 3 : 0);
     const std::uint64_t need = std::max({kBlock, page.RowBytes(), page.written.RowBytes()}) * buffers;
     const auto threads = static_cast<unsigned>(std::clamp<std::uint64_t>(settings.memory / need, 1, settings.threads));

@@ -2,6 +2,8 @@
 // Copyright (c) The Hueweave authors
 #include "tiff/rewrite/PlaneSet.h"
 
+#include <utility>
+
 #include "tiff/Samples.h"
 
 namespace hueweave::tool {
@@ -43,7 +45,15 @@ void PlaneSet::GatherSamples(PlaneSource& source) {
 }
 
 void PlaneSet::Convert(const colour::PixelConverter& converter, std::size_t pixels) {
-    converter.Convert(pixels_.data(), pixels, samples_, page_.premultiplied);
+    if (converter.IsInPlace()) return converter.Convert(pixels_.data(), pixels, samples_, page_.premultiplied);
+    plane_.resize(pixels * samples_ * (page_.written.bits / 8));
+    converter.Convert(pixels_.data(), plane_.data(), pixels, page_.samples, page_.premultiplied);
+    std::swap(pixels_, plane_);
+}
+
+std::uint64_t PlaneSet::RowMemory(const TiffPage& page) {
+    const bool isRgb = page.model == colour::ColourModel::Rgb;
+    return Expansion::RowMemory(page) + (isRgb ? 0 : page.written.RowBytes());
 }
 
 void PlaneSet::Scatter(PlaneSink& sink) {

@@ -47,7 +47,9 @@ public:
 
     /// The pixels. Their samples have the depth of the output when they are converted.
     const unsigned char* data() const { return pixels_.data(); }
-    unsigned samples() const { return samples_; }  ///< per pixel
+    unsigned samples() const { return samples_; }  ///< per pixel, as they are written
+    /// Bytes of a row in the buffers that only pages of other kinds than RGB of 8 or 16 bits need.
+    static std::uint64_t RowMemory(const TiffPage& page);
 
 private:
     void GatherSamples(PlaneSource& source);
@@ -56,7 +58,7 @@ private:
     const PlaneCounts counts_;
     Expansion expansion_;
     const unsigned samples_;
-    Bytes pixels_, plane_;  ///< one plane; not used for interleaved samples
+    Bytes pixels_, plane_;  ///< one plane; not used for interleaved samples, except by a converter
 };
 
 }  // namespace hueweave::tool

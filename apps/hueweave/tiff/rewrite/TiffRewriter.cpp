@@ -37,7 +37,7 @@ void SetForm(DirectoryWriter& directories, const TiffPage& page) {
         directories.SetNumbers(page.directory, tag::Predictor, {form.predictor}, type::Short);
         directories.Remove(page.directory, tag::JpegTables);
     }
-    if (form.samples != page.samples || form.bits != page.bits) SetSamples(directories, page);
+    if (!HaveSameSamples(page, form)) SetSamples(directories, page);
     if (form.photometric == page.photometric) return;
     directories.SetNumbers(page.directory, tag::Photometric, {form.photometric}, type::Short);
     for (const auto which :

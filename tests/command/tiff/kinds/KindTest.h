@@ -2,6 +2,9 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include <algorithm>
+
+#include "command/support/DeviceProfiles.h"
 #include "command/support/FileTest.h"
 #include "command/support/Picture.h"
 #include "command/support/TiffMaker.h"
@@ -71,6 +74,24 @@ inline void WriteSamples(const std::string& path, const Samples& samples) {
     entries.insert(entries.end(), samples.more.begin(), samples.more.end());
     tiff.Page(entries);
     tiff.Save(path);
+}
+
+/// Colours by Little CMS in floating point, with the perceptual intent, as samples of `bits` bits: from the colours of
+/// one profile to those of another, as floats in its formats.
+inline std::vector<std::uint16_t> Judged(const Profile& source, cmsUInt32Number from, const std::string& target,
+                                         cmsUInt32Number to, const std::vector<float>& colours, unsigned bits) {
+    const Profile output = ProfileOf(target);
+    const Transform transform(cmsCreateTransform(source.get(), from, output.get(), to, INTENT_PERCEPTUAL,
+                                                 cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE));
+    const std::size_t pixels = colours.size() / T_CHANNELS(from);
+    std::vector<float> reached(pixels * T_CHANNELS(to));
+    cmsDoTransform(transform.get(), colours.data(), reached.data(), static_cast<cmsUInt32Number>(pixels));
+    const float top = bits == 8 ? 255.0F : 65535.0F;
+    std::vector<std::uint16_t> samples;
+    for (const float value : reached) {
+        samples.push_back(static_cast<std::uint16_t>(std::clamp(value, 0.0F, 1.0F) * top + 0.5F));
+    }
+    return samples;
 }
 
 /// Converts files of other kinds than RGB of 8 or 16 bits with the exact precision.
