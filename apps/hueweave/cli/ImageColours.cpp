@@ -18,7 +18,7 @@ constexpr std::uint64_t kMostPixels = 200000;                    ///< total
 constexpr std::uint64_t kWhole = std::uint64_t{16} << 20;        ///< bytes; a larger strip is read by rows
 constexpr std::uint64_t kMostMemory = std::uint64_t{128} << 20;  ///< for a tile, or a row, of all planes
 
-bool IsRgb(const TiffPage& page) { return page.IsConvertible() && page.kind.empty(); }
+bool IsRgb(const TiffPage& page) { return page.IsConvertible() && page.kind.empty() && page.bits == page.written.bits; }
 
 /// Samples the pixels of a file's pages at a fixed interval.
 class Collector {

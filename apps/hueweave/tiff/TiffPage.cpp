@@ -163,8 +163,9 @@ private:
     }
 
     bool TakesBits(unsigned bits) const {
-        const bool isSmallIndex = page_.palette.bits != 0 && (bits == 1 || bits == 2 || bits == 4);
-        return bits == 8 || bits == 16 || isSmallIndex;
+        if (bits == 8 || bits == 16) return true;
+        if (page_.palette.bits != 0) return bits == 1 || bits == 2 || bits == 4;
+        return page_.kind.empty() && page_.photometric == PHOTOMETRIC_RGB && (bits == 10 || bits == 12 || bits == 14);
     }
 
     void CheckSamples() {

@@ -33,9 +33,10 @@ void LossNotes::Look(const TiffPage& page, FileNotes& notes) {
         notes.own.push_back(name + ": " + CompressionName(page.compression) +
                             " image data are written as Deflate, without further loss");
     }
-    if (page.written.samples != page.samples || page.written.bits != page.bits) {
-        notes.common.insert(fmt::format("{} pixels are written as RGB of {} bits",
-                                        page.kind.empty() ? "RGB" : page.kind, page.written.bits));
+    if (page.kind.empty() && page.written.bits != page.bits) {
+        notes.common.insert(fmt::format("samples of {} bits are written with {} bits", page.bits, page.written.bits));
+    } else if (page.written.photometric == 2 && !page.kind.empty()) {
+        notes.common.insert(fmt::format("{} pixels are written as RGB of {} bits", page.kind, page.written.bits));
     }
     if (directory.Find(tag::PhotoshopLayers) != nullptr) {
         notes.own.push_back(name + ": its layers (tag 37724) stay as they were; only the flat image is converted");

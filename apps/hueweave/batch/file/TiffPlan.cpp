@@ -64,11 +64,18 @@ private:
     /// the library's precision.
     bool IsConverted(std::size_t p) {
         TiffPage& page = images_->pages[p];
-        if (!page.IsConvertible() || page.kind.empty()) return page.IsConvertible();
         const bool exact = options_.precision == Precision::Exact;
+        if (!exact && page.IsConvertible() && page.kind.empty() && page.bits != page.written.bits) RefuseDepth(page);
+        if (!page.IsConvertible() || page.kind.empty()) return page.IsConvertible();
         const bool isRgb = page.model == colour::ColourModel::Rgb;
         if (!exact || !(isRgb || choice_.HasProfile([&] { return profiles_.Of(p); }, page.model))) page.Carry();
         return page.IsConvertible();
+    }
+
+    [[noreturn]] void RefuseDepth(const TiffPage& page) const {
+        const std::string where = page.label.empty() ? "" : page.label + " ";
+        throw Refusal(Exit::Input, images_->structure.file().name(),
+                      fmt::format("{}has {} bits a sample", where, page.bits), "leave --precision library out");
     }
 
     PageJob PlanPage(std::size_t p) {

@@ -17,6 +17,7 @@ struct Samples {
     std::vector<std::uint64_t> values{};
     Entries more{};
     unsigned compression = 1;  ///< 8 for Deflate
+    bool planar = false;
 };
 inline constexpr unsigned kWidth = 7, kHeight = 5, kPixels = kWidth * kHeight;
 
@@ -49,16 +50,33 @@ inline std::string Packed(const Samples& samples) {
     return packed;
 }
 
+/// The packed samples of each plane, or of all together.
+inline std::vector<std::string> Planes(const Samples& samples) {
+    if (!samples.planar) return {Packed(samples)};
+    std::vector<std::string> planes;
+    for (std::size_t c = 0; c < samples.perPixel; ++c) {
+        Samples plane = samples;
+        plane.perPixel = 1;
+        plane.values.clear();
+        for (std::size_t i = c; i < samples.values.size(); i += samples.perPixel) {
+            plane.values.push_back(samples.values[i]);
+        }
+        planes.push_back(Packed(plane));
+    }
+    return planes;
+}
+
 /// A file of these samples in two strips, the second shorter than the first.
 inline void WriteSamples(const std::string& path, const Samples& samples) {
     TiffMaker tiff;
-    const std::string all = Packed(samples);
-    const std::size_t first = all.size() / kHeight * 3;
     std::vector<std::uint64_t> offsets, counts;
-    for (const std::string& strip : {all.substr(0, first), all.substr(first)}) {
-        const std::string coded = samples.compression == 8 ? Deflated(strip) : strip;
-        offsets.push_back(tiff.Put(coded));
-        counts.push_back(coded.size());
+    for (const std::string& all : Planes(samples)) {
+        const std::size_t first = all.size() / kHeight * 3;
+        for (const std::string& strip : {all.substr(0, first), all.substr(first)}) {
+            const std::string coded = samples.compression == 8 ? Deflated(strip) : strip;
+            offsets.push_back(tiff.Put(coded));
+            counts.push_back(coded.size());
+        }
     }
     Entries entries{
         TiffMaker::Long(256, kWidth),
@@ -70,7 +88,7 @@ inline void WriteSamples(const std::string& path, const Samples& samples) {
         TiffMaker::Short(277, samples.perPixel),
         TiffMaker::Long(278, 3),
         TiffMaker::Longs(279, counts),
-        TiffMaker::Short(284, 1)};
+        TiffMaker::Short(284, samples.planar ? 2 : 1)};
     entries.insert(entries.end(), samples.more.begin(), samples.more.end());
     tiff.Page(entries);
     tiff.Save(path);

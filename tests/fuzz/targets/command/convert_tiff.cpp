@@ -72,6 +72,9 @@ Parsed Parse(const std::string& path) {
     parsed.pages = ReadPages(*parsed.structure);
     for (TiffPage& page : parsed.pages) {
         if (!page.kind.empty()) page.Carry();  // as with the library's precision
+        if (page.kind.empty() && page.bits != page.written.bits) {
+            throw Refusal(Exit::Input, path, "has another depth", "leave --precision library out");
+        }
         if (page.IsConvertible()) parsed.decoded += page.Segments() * page.RowBytes() * page.segmentHeight;
     }
     return parsed;
