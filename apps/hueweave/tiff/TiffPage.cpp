@@ -30,6 +30,12 @@ std::optional<colour::ColourModel> ModelOf(unsigned photometric) {
         case PHOTOMETRIC_MINISWHITE:
         case PHOTOMETRIC_MINISBLACK:
             return colour::ColourModel::Grey;
+        case PHOTOMETRIC_SEPARATED:
+            return colour::ColourModel::Cmyk;
+        case PHOTOMETRIC_CIELAB:
+            return colour::ColourModel::CieLab;
+        case PHOTOMETRIC_ICCLAB:
+            return colour::ColourModel::IccLab;
         default:
             return std::nullopt;
     }
@@ -173,6 +179,14 @@ private:
         page_.samples = Small(tag::SamplesPerPixel, 1);
         if (page_.samples < colours || page_.samples > 64) {
             Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
+        }
+        const bool takesExtra = page_.model == colour::ColourModel::Rgb || page_.model == colour::ColourModel::Grey;
+        if (!takesExtra && page_.samples != colours) {
+            Refuse("has " + std::to_string(page_.samples) + " samples a pixel, not " + std::to_string(colours),
+                   "write it anew without its extra samples");
+        }
+        if (page_.model == colour::ColourModel::Cmyk && Number(tag::InkSet, INKSET_CMYK) != INKSET_CMYK) {
+            Refuse("has other inks than CMYK", "write it anew as RGB");
         }
         page_.bits = BitsOfSamples();
         CheckFormats();
