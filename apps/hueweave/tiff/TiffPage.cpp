@@ -20,7 +20,9 @@ constexpr std::uint64_t kTileStep = 16;  ///< pixels
 /// The kind of a page without a photometric interpretation.
 constexpr std::string_view kUnstated = "of no stated kind";
 constexpr std::string_view kBilevel = "bilevel";
-constexpr const char* kWholeNumbers = "give a file of whole numbers of 8 or 16 bits";
+constexpr const char* kWholeNumbers =
+    "write it with whole numbers of 16 bits, for example with convert in.tif -depth 16 out.tif";
+constexpr const char* kDepth = "write it with 16 bits, for example with convert in.tif -depth 16 out.tif";
 
 /// The colours of pixels that are not RGB but can be converted.
 std::optional<colour::ColourModel> ModelOf(unsigned photometric) {
@@ -150,7 +152,7 @@ private:
         std::vector<std::uint64_t> bits{1};
         if (const TiffEntry* entry = directory_.Find(tag::BitsPerSample)) bits = structure_.Numbers(*entry);
         const bool alike = !bits.empty() && std::all_of(bits.begin(), bits.end(), [&](auto b) { return b == bits[0]; });
-        if (!alike) Refuse("has samples of different depths", "give a file of 8 or 16 bits a sample");
+        if (!alike) Refuse("has samples of different depths", kDepth);
         return static_cast<unsigned>(std::min<std::uint64_t>(bits[0], 0x7fffffff));
     }
 
@@ -183,7 +185,7 @@ private:
         const bool takesExtra = page_.model == colour::ColourModel::Rgb || page_.model == colour::ColourModel::Grey;
         if (!takesExtra && page_.samples != colours) {
             Refuse("has " + std::to_string(page_.samples) + " samples a pixel, not " + std::to_string(colours),
-                   "write it anew without its extra samples");
+                   "leave its extra samples out, for example with convert in.tif -alpha off out.tif");
         }
         if (page_.model == colour::ColourModel::Cmyk && Number(tag::InkSet, INKSET_CMYK) != INKSET_CMYK) {
             Refuse("has other inks than CMYK", "write it anew as RGB");
@@ -191,7 +193,7 @@ private:
         page_.bits = BitsOfSamples();
         CheckFormats();
         if (!TakesBits(page_.bits)) {
-            Refuse("has " + std::to_string(page_.bits) + " bits a sample", "give a file of 8 or 16 bits a sample");
+            Refuse("has " + std::to_string(page_.bits) + " bits a sample", kDepth);
         }
         const TiffEntry* entry = directory_.Find(tag::ExtraSamples);
         if (entry == nullptr) return;
@@ -222,6 +224,12 @@ private:
                "write it anew with LZW or Deflate, for example with tiffcp -c zip");
     }
 
+    std::string RemedyForCoding() const {
+        const bool isKnown = TIFFIsCODECConfigured(static_cast<std::uint16_t>(page_.compression)) != 0;
+        return isKnown ? "write it anew with LZW or Deflate, for example with tiffcp -c zip"
+                       : "write it anew with LZW or Deflate, with the program that made it";
+    }
+
     void CheckCoding() {
         page_.fillOrder = Small(tag::FillOrder, FILLORDER_MSB2LSB);
         if (page_.fillOrder != FILLORDER_MSB2LSB && page_.fillOrder != FILLORDER_LSB2MSB) {
@@ -246,7 +254,7 @@ private:
                 [[fallthrough]];
             default:
                 Refuse("is compressed with " + CompressionName(page_.compression) + ", which is not supported",
-                       "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+                       RemedyForCoding());
         }
     }
 
@@ -315,6 +323,22 @@ private:
     bool isCounted_ = false;  ///< the budget includes the strips or tiles
 };
 
+/// How a page of a kind that cannot be converted becomes RGB. libtiff decodes some of these kinds.
+const char* RemedyFor(const TiffPage& page) {
+    switch (page.photometric) {
+        case PHOTOMETRIC_MINISWHITE:
+        case PHOTOMETRIC_MINISBLACK:
+        case PHOTOMETRIC_YCBCR:
+        case PHOTOMETRIC_LOGL:
+        case PHOTOMETRIC_LOGLUV:
+            return "write it as RGB first, for example with tiff2rgba -n in.tif out.tif";
+        case PHOTOMETRIC_CFA:
+            return "develop it with a raw converter first";
+        default:
+            return "give an RGB file";
+    }
+}
+
 /// Refuses a file that has no page that can be converted.
 [[noreturn]] void RefuseOthers(const std::string& name, const std::vector<TiffPage>& pages) {
     const auto first =
@@ -330,8 +354,7 @@ private:
                       "get a whole copy of the file");
     }
     const std::string pixels = first->other + " pixels, not RGB";
-    throw Refusal(Exit::Input, name, where + "holds " + pixels, "give an RGB file")
-        .OfKind({first->other, pixels, true});
+    throw Refusal(Exit::Input, name, where + "holds " + pixels, RemedyFor(*first)).OfKind({first->other, pixels, true});
 }
 
 }  // namespace
@@ -418,6 +441,9 @@ std::string PhotometricName(unsigned photometric) {
             return "Lab";
         case PHOTOMETRIC_CFA:
             return "camera sensor";
+        case PHOTOMETRIC_LOGL:
+        case PHOTOMETRIC_LOGLUV:
+            return "LogLuv";
         default:
             return "of kind " + std::to_string(photometric);
     }
