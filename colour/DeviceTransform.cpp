@@ -133,6 +133,15 @@ private:
     std::size_t count_ = 0;
 };
 
+bool AreEqual(const cmsToneCurve* one, const cmsToneCurve* other) {
+    constexpr unsigned kSteps = 4095;
+    for (unsigned i = 0; i <= kSteps; ++i) {
+        const float at = static_cast<float>(i) / kSteps;
+        if (cmsEvalToneCurveFloat(one, at) != cmsEvalToneCurveFloat(other, at)) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 struct DeviceTransform::Parts {
@@ -202,11 +211,8 @@ std::optional<Bytes> MakeGreyProfile(const Bytes& profile, int version) {
         if (curves[c] == nullptr) return std::nullopt;
     }
     if (!cmsIsMatrixShaper(rgb.handle)) return std::nullopt;
-    for (unsigned i = 0; i < 65536; ++i) {
-        const float at = static_cast<float>(i) / 65535.0F, value = cmsEvalToneCurveFloat(curves[0], at);
-        if (cmsEvalToneCurveFloat(curves[1], at) != value || cmsEvalToneCurveFloat(curves[2], at) != value) {
-            return std::nullopt;
-        }
+    for (const cmsToneCurve* const other : {curves[1], curves[2]}) {
+        if (other != curves[0] && !AreEqual(curves[0], other)) return std::nullopt;
     }
     const bool isOld = version == 2 || (version == 0 && cmsGetEncodedICCversion(rgb.handle) < 0x4000000);
     const cmsHPROFILE grey = work.NewProfile(isOld ? 2.4 : 4.3, cmsSigDisplayClass, cmsSigXYZData);

@@ -42,7 +42,7 @@ void LossNotes::Look(const TiffPage& page, FileNotes& notes) {
         notes.own.push_back(name + ": its layers (tag 37724) stay as they were; only the flat image is converted");
     }
     LookAtMetadata(directory, notes);
-    LookAtOldTags(directory, notes);
+    LookAtOldTags(page, notes);
 }
 
 void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes) {
@@ -66,10 +66,12 @@ void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes)
     }
 }
 
-void LossNotes::LookAtOldTags(const TiffDirectory& directory, FileNotes& notes) const {
+void LossNotes::LookAtOldTags(const TiffPage& page, FileNotes& notes) const {
+    const TiffDirectory& directory = structure_.directories()[page.directory];
     std::vector<std::uint16_t> old;
     for (const auto which : {tag::TransferFunction, tag::WhitePoint, tag::Primaries}) {
-        if (directory.Find(which) != nullptr) old.push_back(which);
+        const bool stays = which != tag::TransferFunction || HaveSameSamples(page, page.written);
+        if (stays && directory.Find(which) != nullptr) old.push_back(which);
     }
     if (old.empty()) return;
     const bool one = old.size() == 1;
