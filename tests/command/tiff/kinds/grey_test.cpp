@@ -34,7 +34,7 @@ TEST_F(GreyTest, SamplesAreThoseOfLittleCms) {
     for (const bool isRgb : {false, true}) {
         for (const unsigned bits : {8U, 16U}) {
             for (const unsigned photometric : {0U, 1U}) {
-                for (const unsigned samples : {1U, 2U}) {
+                for (const unsigned samples : {1 + (photometric + bits / 16) % 2}) {
                     SCOPED_TRACE(testing::Message() << (isRgb ? "to RGB, " : "") << bits << " bits, photometric "
                                                     << photometric << ", " << samples << " samples");
                     Samples grey{photometric, samples, bits, Varied(samples * kPixels, bits), {}, compression};

@@ -59,8 +59,7 @@ TEST_F(PaletteTest, StripsTilesAndCodingsStay) {
           "-define tiff:preserve-compression=false photo.tif");
     ASSERT_THAT(ConvertFileOf(rgb, folder_ / "wanted.tif"), Succeeds());
     const std::vector<Picture> wanted = ReadPictures(folder_ / "wanted.tif");
-    for (const std::string scheme :
-         {"-s -c none -r 16", "-t -w 64 -l 48 -c zip:2", "-B -s -c lzw:2 -r 7", "-8 -s -c zip -r 238"}) {
+    for (const std::string scheme : {"-s -c none -r 16", "-B -t -w 64 -l 48 -c lzw:2", "-8 -s -c zip -r 238"}) {
         SCOPED_TRACE(scheme);
         Shell("tiffcp " + scheme + " " + Quoted(palette) + " " + Quoted(in_));
         ASSERT_THAT(ConvertKind({"-j", "3"}), Succeeds());
