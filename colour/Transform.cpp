@@ -126,7 +126,7 @@ private:
 }  // namespace
 
 std::string_view WayName(Way way) {
-    constexpr std::array<std::string_view, 4> kNames{"copy", "matrix", "direct", "pixel by pixel"};
+    constexpr std::array<std::string_view, 5> kNames{"copy", "matrix", "table", "direct", "pixel by pixel"};
     return kNames[static_cast<std::size_t>(way)];
 }
 

@@ -21,10 +21,11 @@ namespace hueweave::colour {
 enum class Way {
     Copy,         ///< the profiles describe the same colours: samples are not changed
     Matrix,       ///< curves, a matrix, curves
+    Table,        ///< every grey sample is looked up
     Direct,       ///< the profiles' own curves and CLUTs, in single precision
     PixelByPixel  ///< Little CMS itself, slow, where no other way is exact enough
 };
-/// "copy", "matrix", "direct" or "pixel by pixel".
+/// "copy", "matrix", "table", "direct" or "pixel by pixel".
 std::string_view WayName(Way way);
 
 /// The error of a transform, measured when it is created: CIEDE2000 between its 16-bit samples and those of Little CMS

@@ -36,7 +36,10 @@ cmsCIELab Connected(const cmsCIELab& lab, const Connection& connection) {
 }  // namespace
 
 Truth::Truth(LcmsWork& work, const OpenProfile& source, const OpenProfile& target, const TransformOptions& options)
-    : options_(options), targetLab_(work.DeviceToLab(target.handle, INTENT_RELATIVE_COLORIMETRIC)) {
+    : options_(options),
+      sourceChannels_(cmsChannelsOf(cmsGetColorSpace(source.handle))),
+      targetChannels_(cmsChannelsOf(cmsGetColorSpace(target.handle))),
+      targetLab_(work.DeviceToLab(target.handle, INTENT_RELATIVE_COLORIMETRIC)) {
     const int intent = static_cast<int>(options.intent);
     if (!options.Adjusts() && options.blackPoint != BlackPoint::Kept) {
         const bool compensated = options.blackPoint == BlackPoint::Compensated;
@@ -61,12 +64,15 @@ void Truth::Convert(const float* source, float* dest, std::size_t pixels) const 
 
 void Truth::ConvertByLab(const float* source, float* dest, std::size_t pixels) const {
     for (std::size_t p = 0; p < pixels; ++p) {
-        double rgb[3] = {source[3 * p], source[3 * p + 1], source[3 * p + 2]};
+        double colour[4];
+        std::copy_n(source + sourceChannels_ * p, sourceChannels_, colour);
         cmsCIELab lab;
-        cmsDoTransform(toLab_, rgb, &lab, 1);
+        cmsDoTransform(toLab_, colour, &lab, 1);
         lab = Connected(Adjusted(lab, options_), connection_);
-        cmsDoTransform(fromLab_, &lab, rgb, 1);
-        for (std::size_t c = 0; c < 3; ++c) dest[3 * p + c] = static_cast<float>(rgb[c]);
+        cmsDoTransform(fromLab_, &lab, colour, 1);
+        for (std::size_t c = 0; c < targetChannels_; ++c) {
+            dest[targetChannels_ * p + c] = static_cast<float>(colour[c]);
+        }
     }
 }
 

@@ -45,6 +45,12 @@ void Require(bool done) {
     if (!done) throw ProfileError("no profile can be made of this one");
 }
 
+/// The format of a profile's colours: floats, or doubles if `size` is 0.
+cmsUInt32Number FormatOf(cmsHPROFILE profile, cmsUInt32Number size) {
+    return cmsFormatterForColorspaceOfProfile(profile, size, TRUE);
+}
+constexpr cmsUInt32Number kFloat = sizeof(float), kDouble = 0;
+
 constexpr cmsUInt32Number kPlain = cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE;
 
 }  // namespace
@@ -224,28 +230,39 @@ cmsHPROFILE LcmsWork::Lab() {
     return lab;
 }
 
+cmsHPROFILE LcmsWork::Lab4() {
+    const cmsContext context = Context();
+    const cmsHPROFILE lab = Guarded([=] { return cmsCreateLab4ProfileTHR(context, nullptr); });
+    Require(lab != nullptr);
+    return lab;
+}
+
 cmsHTRANSFORM LcmsWork::DeviceToLab(cmsHPROFILE profile, int intent) {
     const cmsContext context = Context();
     const cmsHPROFILE lab = Lab();
     const auto which = static_cast<cmsUInt32Number>(intent);
-    return Guarded(
-        [=] { return cmsCreateTransformTHR(context, profile, TYPE_RGB_DBL, lab, TYPE_Lab_DBL, which, kPlain); });
+    return Guarded([=] {
+        return cmsCreateTransformTHR(context, profile, FormatOf(profile, kDouble), lab, TYPE_Lab_DBL, which, kPlain);
+    });
 }
 
 cmsHTRANSFORM LcmsWork::LabToDevice(cmsHPROFILE profile, int intent) {
     const cmsContext context = Context();
     const cmsHPROFILE lab = Lab();
     const auto which = static_cast<cmsUInt32Number>(intent);
-    return Guarded(
-        [=] { return cmsCreateTransformTHR(context, lab, TYPE_Lab_DBL, profile, TYPE_RGB_DBL, which, kPlain); });
+    return Guarded([=] {
+        return cmsCreateTransformTHR(context, lab, TYPE_Lab_DBL, profile, FormatOf(profile, kDouble), which, kPlain);
+    });
 }
 
 cmsHTRANSFORM LcmsWork::DeviceToDevice(cmsHPROFILE source, cmsHPROFILE target, int intent, bool compensateBlack) {
     const cmsContext context = Context();
     const auto which = static_cast<cmsUInt32Number>(intent);
     const cmsUInt32Number flags = compensateBlack ? kPlain | cmsFLAGS_BLACKPOINTCOMPENSATION : kPlain;
-    return Guarded(
-        [=] { return cmsCreateTransformTHR(context, source, TYPE_RGB_FLT, target, TYPE_RGB_FLT, which, flags); });
+    return Guarded([=] {
+        return cmsCreateTransformTHR(context, source, FormatOf(source, kFloat), target, FormatOf(target, kFloat), which,
+                                     flags);
+    });
 }
 
 std::array<double, 3> LcmsWork::BlackPoint(cmsHPROFILE profile, int intent) {

@@ -57,13 +57,16 @@ public:
     /// The inverse of a curve.
     cmsToneCurve* Reverse(const cmsToneCurve* curve);
 
-    /// From device RGB as doubles of 0 to 1 to CIE Lab for D50, in floating point and without black point compensation;
-    /// and the inverse. Null if the profile does not define the colours of its device.
+    /// From a device as doubles of 0 to 1, or ink of 0 to 100, to CIE Lab for D50, in floating point and without black
+    /// point compensation; and the inverse. Null if the profile does not define the colours of its device.
     cmsHTRANSFORM DeviceToLab(cmsHPROFILE profile, int intent);
     cmsHTRANSFORM LabToDevice(cmsHPROFILE profile, int intent);
-    /// From RGB of one profile to RGB of another, as floats of 0 to 1; the result is not clamped. Null if the profiles
-    /// cannot be linked.
+    /// From the colours of one profile to those of another, as floats of 0 to 1, ink of 0 to 100 or CIE Lab; the result
+    /// is not clamped. Null if the profiles cannot be linked.
     cmsHTRANSFORM DeviceToDevice(cmsHPROFILE source, cmsHPROFILE target, int intent, bool compensateBlack);
+
+    /// The profile of CIE Lab for D50, as the source of a transform.
+    cmsHPROFILE Lab4();
 
     /// The darkest colour of a profile as a source and as a target, in XYZ.
     std::array<double, 3> BlackPoint(cmsHPROFILE profile, int intent);

@@ -16,13 +16,13 @@ _hueweave() {
         kind=files
         options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --others --no-tag
             --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json
-            --follow --precision --accept-error --bpc --icc-version -v --verbose --no-sandbox"
+            --follow --precision --accept-error --bpc --icc-version --grey-to-rgb -v --verbose --no-sandbox"
         ;;
     watch)
         kind=files
         options="-h --help -o --output --settle --profile --to --intent --lightness --chroma --hue --curve --source
             --others --no-tag --force -j --jobs --max-memory -q --quiet --json --follow --precision --accept-error --bpc
-            --icc-version -v --verbose --no-sandbox"
+            --icc-version --grey-to-rgb -v --verbose --no-sandbox"
         ;;
     inspect) kind=files options="-h --help --json --no-sandbox" ;;
     bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;

@@ -42,6 +42,7 @@ void AddConversionOptions(CLI::App& c, ConvertOptions& options) {
     AddChoice(c, "--others", options.others,
               Choices<Others>{{"refuse", Others::Refuse}, {"copy", Others::Copy}, {"skip", Others::Skip}},
               "What to do with files that are not RGB: refuse them, copy them to the output, or leave them out");
+    c.add_flag("--grey-to-rgb", options.greyToRgb, "Write grey images with a grey profile as RGB (default: grey)");
     c.add_flag("--no-tag", options.noTag, "Do not embed a profile in the output");
     c.add_flag("--force", options.force, "Replace existing files");
     c.add_option("-j,--jobs", options.jobs, "Threads (default: one per processor)")
@@ -69,6 +70,7 @@ void CheckConversionOptions(const ConvertOptions& a) {
             RefuseUsage("--curve does not go with --to adobe-rgb, which is made by a curve itself",
                         "use --to adobe-rgb-g18");
         }
+        if (a.greyToRgb) RefuseUsage("--grey-to-rgb does not go with --precision library", "leave one of them out");
         if (a.compensateBlack) RefuseUsage("--bpc does not go with --precision library", "leave one of them out");
         if (a.profileVersion != 4) {
             RefuseUsage("--icc-version does not go with --precision library", "leave one of them out");

@@ -18,6 +18,8 @@ constexpr std::uint64_t kMostPixels = 200000;                    ///< total
 constexpr std::uint64_t kWhole = std::uint64_t{16} << 20;        ///< bytes; a larger strip is read by rows
 constexpr std::uint64_t kMostMemory = std::uint64_t{128} << 20;  ///< for a tile, or a row, of all planes
 
+bool IsRgb(const TiffPage& page) { return page.IsConvertible() && page.kind.empty() && page.bits == page.written.bits; }
+
 /// Samples the pixels of a file's pages at a fixed interval.
 class Collector {
 public:
@@ -110,10 +112,13 @@ std::vector<colour::DeviceColour> ImageColours(const std::string& path) {
     const TiffStructure structure(file);
     const std::vector<TiffPage> pages = ReadPages(structure);
     std::uint64_t all = 0;
-    for (const TiffPage& page : pages) all += page.IsRgb() ? page.Pixels() : 0;  // below `limit::kImageBytes`
+    for (const TiffPage& page : pages) all += IsRgb(page) ? page.Pixels() : 0;  // below `limit::kImageBytes`
+    if (all == 0) {
+        throw Refusal(Exit::Input, path, "holds no RGB pixels of 8 or 16 bits", "give an RGB file of 8 or 16 bits");
+    }
     Collector collector(file, structure, std::max<std::uint64_t>(1, all / kMostPixels));
     for (const TiffPage& page : pages) {
-        if (page.IsRgb()) collector.Add(page);
+        if (IsRgb(page)) collector.Add(page);
     }
     std::vector<colour::DeviceColour> colours = collector.Take();
     std::sort(colours.begin(), colours.end());

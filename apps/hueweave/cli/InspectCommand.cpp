@@ -194,10 +194,17 @@ Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory
 void CheckConvertible(const TiffStructure& structure) {
     const std::vector<TiffPage> pages = ReadPages(structure);
     PageProfiles profiles(structure, pages);
+    bool any = false;
     for (std::size_t p = 0; p < pages.size(); ++p) {
         ThrowIfInterrupted();
-        if (pages[p].IsRgb() && profiles.Of(p) == nullptr) throw NoProfile(structure.file().name());
+        if (!pages[p].IsConvertible()) continue;
+        const bool isRgb = pages[p].model == colour::ColourModel::Rgb;
+        const auto profile = colour::IsLab(pages[p].model) ? nullptr : profiles.Of(p);
+        if (isRgb && profile == nullptr) throw NoProfile(structure.file().name());
+        // Other pages without a profile for them stay as they are.
+        any = any || colour::IsLab(pages[p].model) || (profile != nullptr && profile->model == pages[p].model);
     }
+    if (!any) throw NoProfile(structure.file().name());
 }
 
 Json DescribeTiff(const FileAccess& file) {

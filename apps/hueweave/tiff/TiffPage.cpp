@@ -19,7 +19,29 @@ constexpr std::uint64_t kTileStep = 16;  ///< pixels
 
 /// The kind of a page without a photometric interpretation.
 constexpr std::string_view kUnstated = "of no stated kind";
-constexpr const char* kWholeNumbers = "give a file of whole numbers of 8 or 16 bits";
+constexpr std::string_view kBilevel = "bilevel";
+constexpr const char* kWholeNumbers =
+    "write it with whole numbers of 16 bits, for example with convert in.tif -depth 16 out.tif";
+constexpr const char* kDepth = "write it with 16 bits, for example with convert in.tif -depth 16 out.tif";
+
+/// The colours of pixels that are not RGB but can be converted.
+std::optional<colour::ColourModel> ModelOf(unsigned photometric) {
+    switch (photometric) {
+        case PHOTOMETRIC_PALETTE:
+            return colour::ColourModel::Rgb;
+        case PHOTOMETRIC_MINISWHITE:
+        case PHOTOMETRIC_MINISBLACK:
+            return colour::ColourModel::Grey;
+        case PHOTOMETRIC_SEPARATED:
+            return colour::ColourModel::Cmyk;
+        case PHOTOMETRIC_CIELAB:
+            return colour::ColourModel::CieLab;
+        case PHOTOMETRIC_ICCLAB:
+            return colour::ColourModel::IccLab;
+        default:
+            return std::nullopt;
+    }
+}
 
 /// Reads one directory, or refuses it.
 class PageReader {
@@ -40,12 +62,9 @@ public:
             CheckMask();
             return Other(std::string(TiffPage::kMask));
         }
-        if (!IsRgb()) return Other(KindOfColours());
-        CheckSamples();
-        CheckCoding();
-        ReadGeometry();
-        ReadSegments();
-        return page_;
+        if (!IsRgb()) return ReadOther(KindOfColours());
+        ReadPixels();
+        return std::move(page_);
     }
 
 private:
@@ -79,27 +98,65 @@ private:
     std::string KindOfColours() const {
         if (directory_.Find(tag::Photometric) == nullptr) return std::string(kUnstated);
         const bool grey = page_.photometric == PHOTOMETRIC_MINISWHITE || page_.photometric == PHOTOMETRIC_MINISBLACK;
-        return grey && Number(tag::BitsPerSample, 1) == 1 ? "bilevel" : PhotometricName(page_.photometric);
+        return grey && Number(tag::BitsPerSample, 1) == 1 ? std::string(kBilevel) : PhotometricName(page_.photometric);
     }
 
     TiffPage Other(std::string kind) {
         page_.other = std::move(kind);
         page_.stays = true;
+        page_.segments.clear();
         for (const auto which : {tag::StripOffsets, tag::TileOffsets}) {
-            if (const TiffEntry* offsets = directory_.Find(which)) structure_.budget().AddSegments(offsets->count, 0);
+            const TiffEntry* offsets = isCounted_ ? nullptr : directory_.Find(which);
+            if (offsets != nullptr) structure_.budget().AddSegments(offsets->count, 0);
         }
         return std::move(page_);
     }
 
-    void CheckSamples() {
-        page_.samples = Small(tag::SamplesPerPixel, 1);
-        if (page_.samples < 3 || page_.samples > 64) {
-            Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
+    /// A page that is not RGB need not be converted, so it is not refused here.
+    TiffPage ReadOther(std::string kind) {
+        const std::optional<colour::ColourModel> model = ModelOf(page_.photometric);
+        if (!model || kind == kBilevel) return Other(std::move(kind));
+        try {
+            page_.model = *model;
+            page_.inverted = page_.photometric == PHOTOMETRIC_MINISWHITE;
+            if (page_.photometric == PHOTOMETRIC_PALETTE) ReadPalette();
+            ReadPixels();
+        } catch (const ReadFailure&) {
+            throw;
+        } catch (const Refusal& refusal) {
+            page_.whyNot = Refusal(refusal).OfKind({kind, kind + " pixels, not RGB", true});
+            return Other(std::move(kind));
         }
+        page_.kind = std::move(kind);
+        return std::move(page_);
+    }
+
+    void ReadPalette() {
+        const unsigned bits = Small(tag::BitsPerSample, 1);
+        const TiffEntry* map = directory_.Find(tag::ColourMap);
+        if (map == nullptr || map->type != type::Short) RefuseDamaged("has palette pixels and no colour map");
+        if (bits > 16 || map->count != std::uint64_t{3} << bits) {
+            RefuseDamaged("has a colour map of " + std::to_string(map->count) + " values");
+        }
+        page_.palette = MakePalette(structure_.Numbers(*map));
+    }
+
+    void ReadPixels() {
+        CheckSamples();
+        CheckCoding();
+        ReadGeometry();
+        ReadSegments();
+    }
+
+    unsigned BitsOfSamples() const {
         std::vector<std::uint64_t> bits{1};
         if (const TiffEntry* entry = directory_.Find(tag::BitsPerSample)) bits = structure_.Numbers(*entry);
         const bool alike = !bits.empty() && std::all_of(bits.begin(), bits.end(), [&](auto b) { return b == bits[0]; });
-        if (!alike) Refuse("has samples of different depths", "give a file of 8 or 16 bits a sample");
+        if (!alike) Refuse("has samples of different depths", kDepth);
+        return static_cast<unsigned>(std::min<std::uint64_t>(bits[0], 0x7fffffff));
+    }
+
+    void CheckFormats() const {
         std::vector<std::uint64_t> formats{SAMPLEFORMAT_UINT};
         if (const TiffEntry* entry = directory_.Find(tag::SampleFormat)) formats = structure_.Numbers(*entry);
         for (const std::uint64_t format : formats) {
@@ -111,18 +168,44 @@ private:
         // An older tag with the same purpose; 0 means undefined and 2 means integers.
         const std::uint64_t kind = Number(tag::DataType, 0);
         if (kind != 0 && kind != 2) Refuse("contains samples that are not unsigned integers", kWholeNumbers);
-        if (bits[0] != 8 && bits[0] != 16) {
-            Refuse("has " + std::to_string(bits[0]) + " bits a sample", "give a file of 8 or 16 bits a sample");
+    }
+
+    bool TakesBits(unsigned bits) const {
+        if (bits == 8 || bits == 16) return true;
+        if (page_.palette.bits != 0) return bits == 1 || bits == 2 || bits == 4;
+        return page_.kind.empty() && page_.photometric == PHOTOMETRIC_RGB && (bits == 10 || bits == 12 || bits == 14);
+    }
+
+    void CheckSamples() {
+        const unsigned colours = page_.ColourSamples();
+        page_.samples = Small(tag::SamplesPerPixel, 1);
+        if (page_.samples < colours || page_.samples > 64) {
+            Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
         }
-        page_.bits = static_cast<unsigned>(bits[0]);
-        if (const TiffEntry* entry = directory_.Find(tag::ExtraSamples); entry != nullptr) {
-            const auto extra = structure_.Numbers(*entry);
-            for (const std::uint64_t sample : extra) {
-                if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
-                    RefuseDamaged("has an extra sample of an unknown kind (" + std::to_string(sample) + ")");
-                }
+        const bool takesExtra = page_.model == colour::ColourModel::Rgb || page_.model == colour::ColourModel::Grey;
+        if (!takesExtra && page_.samples != colours) {
+            Refuse("has " + std::to_string(page_.samples) + " samples a pixel, not " + std::to_string(colours),
+                   "leave its extra samples out, for example with convert in.tif -alpha off out.tif");
+        }
+        if (page_.model == colour::ColourModel::Cmyk && Number(tag::InkSet, INKSET_CMYK) != INKSET_CMYK) {
+            Refuse("has other inks than CMYK", "write it anew as RGB");
+        }
+        page_.bits = BitsOfSamples();
+        CheckFormats();
+        if (!TakesBits(page_.bits)) {
+            Refuse("has " + std::to_string(page_.bits) + " bits a sample", kDepth);
+        }
+        const TiffEntry* entry = directory_.Find(tag::ExtraSamples);
+        if (entry == nullptr) return;
+        const auto extra = structure_.Numbers(*entry);
+        for (const std::uint64_t sample : extra) {
+            if (sample > EXTRASAMPLE_UNASSALPHA && sample != kOtherExtra) {
+                RefuseDamaged("has an extra sample of an unknown kind (" + std::to_string(sample) + ")");
             }
-            page_.premultiplied = page_.samples > 3 && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+        }
+        page_.premultiplied = page_.samples > colours && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
+        if (page_.premultiplied && page_.palette.bits != 0) {
+            Refuse("has palette pixels with an associated alpha", "write it anew as RGB, for example with convert");
         }
     }
 
@@ -132,9 +215,19 @@ private:
                               page_.compression == COMPRESSION_DEFLATE || page_.compression == COMPRESSION_LZMA ||
                               page_.compression == COMPRESSION_ZSTD;
         if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag has no meaning here and does not change
-        if (page_.predictor == PREDICTOR_NONE || page_.predictor == PREDICTOR_HORIZONTAL) return;
+        const bool isWhole = page_.bits == 8 || page_.bits == 16;
+        if (page_.predictor == PREDICTOR_NONE || (page_.predictor == PREDICTOR_HORIZONTAL && isWhole)) return;
+        if (page_.predictor == PREDICTOR_HORIZONTAL) {
+            RefuseDamaged("has predictor 2, which samples of " + std::to_string(page_.bits) + " bits do not have");
+        }
         Refuse("has predictor " + std::to_string(page_.predictor) + ", which whole numbers do not have",
                "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+    }
+
+    std::string RemedyForCoding() const {
+        const bool isKnown = TIFFIsCODECConfigured(static_cast<std::uint16_t>(page_.compression)) != 0;
+        return isKnown ? "write it anew with LZW or Deflate, for example with tiffcp -c zip"
+                       : "write it anew with LZW or Deflate, with the program that made it";
     }
 
     void CheckCoding() {
@@ -145,7 +238,7 @@ private:
         const unsigned planar = Small(tag::Planar, PLANARCONFIG_CONTIG);
         if (planar != PLANARCONFIG_CONTIG && planar != PLANARCONFIG_SEPARATE)
             RefuseDamaged("has an unknown planar configuration");
-        page_.planar = planar == PLANARCONFIG_SEPARATE;
+        page_.planar = planar == PLANARCONFIG_SEPARATE && page_.samples > 1;
         ReadPredictor();
         switch (page_.compression) {
             case COMPRESSION_NONE:
@@ -161,7 +254,7 @@ private:
                 [[fallthrough]];
             default:
                 Refuse("is compressed with " + CompressionName(page_.compression) + ", which is not supported",
-                       "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+                       RemedyForCoding());
         }
     }
 
@@ -186,9 +279,12 @@ private:
         page_.segmentHeight = static_cast<std::uint32_t>(down);
         page_.across = (width + across - 1) / across;
         page_.down = (height + down - 1) / down;
-        // A row has less than 2^39 bytes.
-        if (page_.RowBytes() > limit::kSegmentBytes / down) RefuseDamaged("has strips or tiles of an impossible size");
-        structure_.budget().AddSegments(page_.Segments(), page_.RowBytes() * down);
+        page_.written = FormWritten(page_);
+        // A row has less than 2^39 bytes. What is read and what is written both count.
+        const std::uint64_t rowBytes = std::max(page_.RowBytes(), page_.written.RowBytes());
+        if (rowBytes > limit::kSegmentBytes / down) RefuseDamaged("has strips or tiles of an impossible size");
+        structure_.budget().AddSegments(page_.Segments(), rowBytes * down);
+        isCounted_ = true;
         if (Number(tag::Depth, 1) != 1 || Number(tag::TileDepth, 1) != 1) {
             Refuse("contains an image with several depth layers", "give a file of flat pictures");
         }
@@ -228,9 +324,26 @@ private:
     const TiffStructure& structure_;
     const TiffDirectory& directory_;
     TiffPage page_;
+    bool isCounted_ = false;  ///< the budget includes the strips or tiles
 };
 
-/// Refuses a file that has no RGB page.
+/// How a page of a kind that cannot be converted becomes RGB. libtiff decodes some of these kinds.
+const char* RemedyFor(const TiffPage& page) {
+    switch (page.photometric) {
+        case PHOTOMETRIC_MINISWHITE:
+        case PHOTOMETRIC_MINISBLACK:
+        case PHOTOMETRIC_YCBCR:
+        case PHOTOMETRIC_LOGL:
+        case PHOTOMETRIC_LOGLUV:
+            return "write it as RGB first, for example with tiff2rgba -n in.tif out.tif";
+        case PHOTOMETRIC_CFA:
+            return "develop it with a raw converter first";
+        default:
+            return "give an RGB file";
+    }
+}
+
+/// Refuses a file that has no page that can be converted.
 [[noreturn]] void RefuseOthers(const std::string& name, const std::vector<TiffPage>& pages) {
     const auto first =
         std::find_if(pages.begin(), pages.end(), [](const TiffPage& page) { return page.other != TiffPage::kMask; });
@@ -238,27 +351,36 @@ private:
         throw Refusal(Exit::Input, name, "contains only transparency masks", "give an RGB file")
             .OfKind({"masks", "transparency masks only", true});
     }
+    if (first->whyNot) throw *first->whyNot;
     const std::string where = first->label.empty() ? "" : first->label + " ";
     if (first->other == kUnstated) {
         throw Refusal(Exit::Input, name, where + "does not state its photometric interpretation",
                       "get a whole copy of the file");
     }
     const std::string pixels = first->other + " pixels, not RGB";
-    throw Refusal(Exit::Input, name, where + "holds " + pixels,
-                  first->photometric == PHOTOMETRIC_PALETTE ? "turn it into RGB first, for example with pal2rgb"
-                                                            : "give an RGB file")
-        .OfKind({first->other, pixels, true});
+    throw Refusal(Exit::Input, name, where + "holds " + pixels, RemedyFor(*first)).OfKind({first->other, pixels, true});
 }
 
 }  // namespace
 
-std::uint32_t TiffPage::RowsOf(std::uint64_t segment) const {
-    if (tiled) return segmentHeight;
-    const std::uint64_t row = segment % InPlane() * segmentHeight;
-    return static_cast<std::uint32_t>(std::min<std::uint64_t>(segmentHeight, height - row));
+void TiffPage::Carry() {
+    other = kind;
+    stays = true;
 }
 
-bool TiffPage::Lossy() const { return compression == COMPRESSION_JPEG || compression == COMPRESSION_WEBP; }
+PageForm FormWritten(const TiffPage& page, unsigned channels) {
+    PageForm written = page;
+    written.photometric = channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
+    written.samples = channels + page.samples - page.ColourSamples();
+    written.bits = page.palette.bits != 0 ? page.palette.bits : page.bits <= 8 ? 8 : 16;
+    const bool isNew = written.samples != page.samples || written.bits != page.bits;
+    if (isNew || page.model != colour::ColourModel::Rgb) written.planar = false;
+    if (page.Lossy()) {
+        written.compression = COMPRESSION_ADOBE_DEFLATE;
+        written.predictor = PREDICTOR_HORIZONTAL;
+    }
+    return written;
+}
 
 TiffPage ReadPage(const TiffStructure& structure, std::size_t directory) {
     const bool one = structure.directories().size() == 1;
@@ -270,62 +392,10 @@ std::vector<TiffPage> ReadPages(const TiffStructure& structure) {
     for (std::size_t i = 0; i < structure.directories().size(); ++i) pages.push_back(ReadPage(structure, i));
     for (TiffPage& page : pages)
         page.slack = limit::kImageMore / std::max<std::uint64_t>(1, structure.budget().segments());
-    if (std::none_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsRgb(); })) {
+    if (std::none_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsConvertible(); })) {
         RefuseOthers(structure.file().name(), pages);
     }
     return pages;
-}
-
-std::string CompressionName(unsigned compression) {
-    switch (compression) {
-        case COMPRESSION_NONE:
-            return "none";
-        case COMPRESSION_LZW:
-            return "LZW";
-        case COMPRESSION_PACKBITS:
-            return "PackBits";
-        case COMPRESSION_ADOBE_DEFLATE:
-        case COMPRESSION_DEFLATE:
-            return "Deflate";
-        case COMPRESSION_LZMA:
-            return "LZMA";
-        case COMPRESSION_ZSTD:
-            return "Zstandard";
-        case COMPRESSION_JPEG:
-            return "JPEG";
-        case COMPRESSION_OJPEG:
-            return "old-style JPEG";
-        case COMPRESSION_WEBP:
-            return "WebP";
-        default:
-            return "scheme " + std::to_string(compression);
-    }
-}
-
-std::string PhotometricName(unsigned photometric) {
-    switch (photometric) {
-        case PHOTOMETRIC_MINISWHITE:
-        case PHOTOMETRIC_MINISBLACK:
-            return "grey";
-        case PHOTOMETRIC_RGB:
-            return "RGB";
-        case PHOTOMETRIC_PALETTE:
-            return "palette";
-        case PHOTOMETRIC_MASK:
-            return "mask";
-        case PHOTOMETRIC_SEPARATED:
-            return "CMYK";
-        case PHOTOMETRIC_YCBCR:
-            return "YCbCr";
-        case PHOTOMETRIC_CIELAB:
-        case PHOTOMETRIC_ICCLAB:
-        case PHOTOMETRIC_ITULAB:
-            return "Lab";
-        case PHOTOMETRIC_CFA:
-            return "camera sensor";
-        default:
-            return "of kind " + std::to_string(photometric);
-    }
 }
 
 }  // namespace hueweave::tool

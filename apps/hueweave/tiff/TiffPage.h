@@ -3,63 +3,59 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "colour/base/ColourModel.h"
+#include "system/Refusal.h"
+#include "tiff/PageForm.h"
+#include "tiff/Palette.h"
 #include "tiff/TiffStructure.h"
 
 namespace hueweave::tool {
 
-/// One image of a file: its geometry, and the position of its strips or tiles.
-struct TiffPage {
+/// One image of a file as it is read, the position of its strips or tiles, and its form in the output.
+struct TiffPage : PageForm {
     std::size_t directory = 0;  ///< index in the structure
     std::string label;          ///< "page 2", for messages; empty if the file has one image
-    /// The kind of a page that is not RGB, such as "grey" or "mask": it is not converted, and its geometry is not read.
-    /// Empty for an RGB page.
+    std::string kind;           ///< of pixels that are not RGB, such as "palette"; empty for RGB
+    /// The kind of a page that is not converted, such as "bilevel" or "mask"; empty for other pages. The geometry of
+    /// such a page may be unknown.
     std::string other;
-    bool stays = false;  ///< its image data are not changed: not RGB, or in the colours of the output already
-    std::uint32_t width = 0, height = 0;
-    unsigned samples = 0;  ///< per pixel
-    unsigned bits = 0;     ///< per sample: 8 or 16
-    unsigned compression = 1;
-    unsigned photometric = 2;
-    unsigned predictor = 1;
-    unsigned fillOrder = 1;
-    bool planar = false;  ///< each sample has its own strips or tiles
-    bool tiled = false;
-    bool premultiplied = false;                         ///< the fourth sample is an associated alpha
-    std::uint32_t segmentWidth = 0, segmentHeight = 0;  ///< of a strip or tile, in pixels
-    std::uint64_t across = 1, down = 1;                 ///< strips or tiles in each plane
-    std::vector<Extent> segments;                       ///< plane after plane
+    std::optional<Refusal> whyNot;                         ///< why a page of a kind that can be converted is not
+    colour::ColourModel model = colour::ColourModel::Rgb;  ///< of its colours, or of those in the palette
+    bool inverted = false;                                 ///< a grey sample of 0 is white
+    Palette palette;
+    bool stays = false;            ///< its image data are not changed: not RGB, or in the colours of the output already
+    std::vector<Extent> segments;  ///< plane after plane
     /// The tags with their places. Those of strips may hold the places of tiles.
     std::uint16_t offsetsTag = tag::StripOffsets, sizesTag = tag::StripByteCounts;
 
     std::uint64_t slack = 0;  ///< bytes per strip or tile in addition to the decoded size of the page
+    PageForm written;         ///< the same page in the output, if its image data change
 
-    std::uint64_t InPlane() const { return across * down; }
-    std::uint64_t Segments() const { return InPlane() * (planar ? samples : 1); }  ///< strips or tiles in total
-    unsigned SegmentSamples() const { return planar ? 1 : samples; }               ///< per pixel of a strip or tile
-    std::uint64_t RowBytes() const { return std::uint64_t{segmentWidth} * SegmentSamples() * (bits / 8); }
-    /// Rows in the strip or tile; the last strip may be shorter.
-    std::uint32_t RowsOf(std::uint64_t segment) const;
-    std::uint64_t DecodedBytes(std::uint64_t segment) const { return RowBytes() * RowsOf(segment); }
-    /// Whether the data are uncompressed and need no decoder.
-    bool Plain() const { return compression == 1 && fillOrder == 1; }
-    /// Whether recompression would lose quality, as for JPEG; such a page is written as Deflate.
-    bool Lossy() const;
-    std::uint64_t Pixels() const { return std::uint64_t{width} * height; }
-    bool IsRgb() const { return other.empty(); }
+    /// Whether the page can be converted, if there is a profile for it.
+    bool IsConvertible() const { return other.empty(); }
+    /// Leaves the page as it is: its kind is not converted here.
+    void Carry();
+    /// Per pixel, without extra samples.
+    unsigned ColourSamples() const { return palette.bits != 0 ? 1 : colour::ChannelsOf(model); }
     /// `other` of a transparency mask, which belongs to another page.
     static constexpr std::string_view kMask = "mask";
 };
 
-/// The images of a file. Refuses a file without an RGB image, and one with an RGB image that cannot be converted
-/// completely, and gives the reason.
+/// The images of a file. Refuses a file without an image that can be converted, and one with an RGB image that cannot
+/// be converted completely, and gives the reason.
 std::vector<TiffPage> ReadPages(const TiffStructure& structure);
 
 /// The image of one directory.
 TiffPage ReadPage(const TiffStructure& structure, std::size_t directory);
+
+/// The form of a converted page: lossy image data become Deflate, and colours RGB, or grey with 1 as `channels`, of 8
+/// or 16 bits.
+PageForm FormWritten(const TiffPage& page, unsigned channels = 3);
 
 /// Names for messages.
 std::string CompressionName(unsigned compression);

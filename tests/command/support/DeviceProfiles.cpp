@@ -5,6 +5,21 @@
 #include "support/ProfileBuilder.h"
 
 namespace hueweave::test {
+namespace {
+
+/// Light that falls with every ink, so that no two inks are alike.
+int InkToLab(const cmsUInt16Number* in, cmsUInt16Number* out, void*) {
+    const auto light = [&](double c, double m, double y) {
+        return (1 - c * in[0] / 65535) * (1 - m * in[1] / 65535) * (1 - y * in[2] / 65535) * (1 - in[3] / 72000.0);
+    };
+    const cmsCIEXYZ xyz{0.9642 * light(0.7, 0.5, 0.1), light(0.6, 0.7, 0.1), 0.8249 * light(0.3, 0.5, 0.9)};
+    cmsCIELab lab;
+    cmsXYZ2Lab(nullptr, &lab, &xyz);
+    cmsFloat2LabEncodedV2(out, &lab);
+    return 1;
+}
+
+}  // namespace
 
 Profile OpenProfile(const std::string& path) { return ProfileOf(FileBytes(path)); }
 
@@ -39,7 +54,16 @@ void WriteLinkProfile(const std::string& path) {
 }
 
 void WriteCmykProfile(const std::string& path) {
-    WriteFile(path, Saved(BlankProfile(2.4, cmsSigCmykData, cmsSigLabData, cmsSigOutputClass)));
+    const Profile profile = BlankProfile(2.4, cmsSigCmykData, cmsSigLabData, cmsSigOutputClass);
+    cmsPipeline* lut = cmsPipelineAlloc(nullptr, 4, 3);
+    cmsStage* grid = cmsStageAllocCLut16bit(nullptr, 9, 4, 3, nullptr);
+    cmsStageSampleCLut16bit(grid, InkToLab, nullptr, 0);
+    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 4, nullptr));
+    cmsPipelineInsertStage(lut, cmsAT_END, grid);
+    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 3, nullptr));
+    cmsWriteTag(profile.get(), cmsSigAToB0Tag, lut);
+    cmsPipelineFree(lut);
+    WriteFile(path, Saved(profile));
 }
 
 void WriteEmptyProfile(const std::string& path) {

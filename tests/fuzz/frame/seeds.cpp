@@ -96,7 +96,11 @@ void PlantFilesOfTheCommand(Garden& garden) {
     const auto tiff = [&](const std::string& name, const Bytes& file) {
         ++number;
         const auto tags = static_cast<unsigned char>(number % 4), place = static_cast<unsigned char>(number / 4 % 4);
-        garden.Plant("convert_tiff", name, Joined({tags, place, 0, 0}, file));
+        // Kinds that only the exact precision converts, with a profile for RGB and with one for grey.
+        const bool isKind = name.starts_with("kind-");
+        for (const unsigned char how : isKind ? Bytes{2, 3} : Bytes{0}) {
+            garden.Plant("convert_tiff", name + (how == 3 ? "-grey" : ""), Joined({tags, place, 0, how}, file));
+        }
         garden.Plant("tiff_structure", name, Joined(Steering(16, number), file));
     };
     SowCommandTiffs(tiff);

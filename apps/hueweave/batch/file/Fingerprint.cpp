@@ -22,6 +22,7 @@ Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : fil
                           session.target.hash, colour::IntentName(r.intent), options.compensateBlack, r.lightness,
                           r.chroma, r.hue, static_cast<int>(options.source), options.noTag,
                           session.profile ? session.profile->hash : "embedded"));
+    if (options.greyToRgb) hash_.Add("grey to RGB\n");
     if (!r.curves) return;
     for (const auto& curve : *r.curves) hash_.Add(curve.data(), curve.size());
 }

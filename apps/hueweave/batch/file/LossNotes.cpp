@@ -33,11 +33,16 @@ void LossNotes::Look(const TiffPage& page, FileNotes& notes) {
         notes.own.push_back(name + ": " + CompressionName(page.compression) +
                             " image data are written as Deflate, without further loss");
     }
+    if (page.kind.empty() && page.written.bits != page.bits) {
+        notes.common.insert(fmt::format("samples of {} bits are written with {} bits", page.bits, page.written.bits));
+    } else if (page.written.photometric == 2 && !page.kind.empty()) {
+        notes.common.insert(fmt::format("{} pixels are written as RGB of {} bits", page.kind, page.written.bits));
+    }
     if (directory.Find(tag::PhotoshopLayers) != nullptr) {
         notes.own.push_back(name + ": its layers (tag 37724) stay as they were; only the flat image is converted");
     }
     LookAtMetadata(directory, notes);
-    LookAtOldTags(directory, notes);
+    LookAtOldTags(page, notes);
 }
 
 void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes) {
@@ -61,10 +66,12 @@ void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes)
     }
 }
 
-void LossNotes::LookAtOldTags(const TiffDirectory& directory, FileNotes& notes) const {
+void LossNotes::LookAtOldTags(const TiffPage& page, FileNotes& notes) const {
+    const TiffDirectory& directory = structure_.directories()[page.directory];
     std::vector<std::uint16_t> old;
     for (const auto which : {tag::TransferFunction, tag::WhitePoint, tag::Primaries}) {
-        if (directory.Find(which) != nullptr) old.push_back(which);
+        const bool stays = which != tag::TransferFunction || HaveSameSamples(page, page.written);
+        if (stays && directory.Find(which) != nullptr) old.push_back(which);
     }
     if (old.empty()) return;
     const bool one = old.size() == 1;

@@ -22,7 +22,7 @@ public:
 
 private:
     void LookAtMetadata(const TiffDirectory& directory, FileNotes& notes);
-    void LookAtOldTags(const TiffDirectory& directory, FileNotes& notes) const;
+    void LookAtOldTags(const TiffPage& page, FileNotes& notes) const;
     bool IsNew(const TiffDirectory& directory, std::uint16_t tag);
 
     const ConvertOptions& options_;

@@ -40,7 +40,7 @@ const PageProfiles::Looked& PageProfiles::Look(const TiffEntry& entry) {
     Looked looked;
     try {
         const std::string& name = structure_.file().name();
-        looked.profile = std::make_shared<const DeviceProfile>(TakeEmbedded(name, std::move(*data)));
+        looked.profile = std::make_shared<const DeviceProfile>(TakeEmbedded(name, std::move(*data), true));
     } catch (const Refusal& refusal) {
         looked.refusal = refusal;
     }

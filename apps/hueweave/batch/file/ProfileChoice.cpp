@@ -11,11 +11,28 @@ Refusal NoProfile(const std::string& name) {
         .OfKind({"without a profile", "no embedded profile"});
 }
 
-ChosenConverter ProfileChoice::For(const Embedded& read, unsigned bits) {
-    const std::shared_ptr<const DeviceProfile> embedded = Read(read);
+bool ProfileChoice::HasProfile(const Embedded& embedded, colour::ColourModel model) const {
+    if (colour::IsLab(model) || GivenFor(model) != nullptr) return true;
+    try {
+        const auto profile = embedded();
+        return profile != nullptr && profile->model == model;
+    } catch (const ReadFailure&) {
+        throw;
+    } catch (const Refusal&) {
+        return false;
+    }
+}
+
+const DeviceProfile* ProfileChoice::GivenFor(colour::ColourModel model) const {
+    return session_.profile && session_.profile->model == model ? &*session_.profile : nullptr;
+}
+
+ChosenConverter ProfileChoice::For(const Embedded& read, unsigned bits, colour::ColourModel model) {
+    const DeviceProfile lab = LabProfile(model);
+    const std::shared_ptr<const DeviceProfile> embedded = colour::IsLab(model) ? nullptr : Read(read, model);
     ChosenConverter chosen;
-    const DeviceProfile& profile = Choose(embedded.get(), bits);
-    const bool isOther = session_.profile && !profile.embedded && embedded != nullptr;
+    const DeviceProfile& profile = colour::IsLab(model) ? lab : Choose(embedded.get(), bits, model);
+    const bool isOther = GivenFor(model) != nullptr && !profile.embedded && embedded != nullptr;
     const bool isInTarget = isOther && options_.source == SourceRule::RequireMatch && profile.hash != embedded->hash;
     const DeviceProfile& used = isInTarget ? *embedded : profile;
     chosen.ready = ConverterFor(profile, bits);
@@ -37,12 +54,15 @@ void ProfileChoice::Finish(FilePlan& plan) && {
     plan.notes = std::move(notes_);
 }
 
-std::shared_ptr<const DeviceProfile> ProfileChoice::Read(const Embedded& embedded) {
+std::shared_ptr<const DeviceProfile> ProfileChoice::Read(const Embedded& embedded, colour::ColourModel model) {
     try {
-        return embedded();
+        auto profile = embedded();
+        if (profile == nullptr || profile->model == model) return profile;
+        if (model == colour::ColourModel::Rgb) throw NotForRgb(*profile);
+        return nullptr;
     } catch (const Refusal&) {
         // An invalid profile does no harm if another one is used. Without --source given it does not count as absent.
-        if (!session_.profile || options_.source != SourceRule::Given) throw;
+        if (GivenFor(model) == nullptr || options_.source != SourceRule::Given) throw;
         Note("embeds a profile that cannot be used; " + session_.profile->name + " is used");
         return nullptr;
     }
@@ -50,10 +70,13 @@ std::shared_ptr<const DeviceProfile> ProfileChoice::Read(const Embedded& embedde
 
 /// The profile to convert with. The given one is returned as well for an image that is in the output's colours already:
 /// it was converted before.
-const DeviceProfile& ProfileChoice::Choose(const DeviceProfile* embedded, unsigned bits) {
-    const std::optional<DeviceProfile>& given = session_.profile;
-    if (!given && embedded == nullptr) throw NoProfile(name_);
-    if (!given || embedded == nullptr || given->hash == embedded->hash) return given ? *given : *embedded;
+const DeviceProfile& ProfileChoice::Choose(const DeviceProfile* embedded, unsigned bits, colour::ColourModel model) {
+    const DeviceProfile* const given = GivenFor(model);
+    if (given == nullptr && embedded == nullptr) {
+        if (session_.profile) throw NotForRgb(*session_.profile);
+        throw NoProfile(name_);
+    }
+    if (given == nullptr || embedded == nullptr || given->hash == embedded->hash) return given ? *given : *embedded;
     const std::string other = embedded->description.empty() ? "" : " (" + embedded->description + ")";
     switch (options_.source) {
         case SourceRule::Embedded:
@@ -88,7 +111,7 @@ void ProfileChoice::NoteConversion(const DeviceProfile& profile, const ReadyConv
         const std::string text = ready.bakedBecause + "; the library uses a profile baked from it";
         notes_.own.push_back(profile.name + (profile.embedded ? ": of its profile, " : ": ") + text);
     }
-    if (ready.transform != nullptr && ready.transform->way() == colour::Way::PixelByPixel) {
+    if (ready.transform != nullptr && ready.exactWay == colour::Way::PixelByPixel) {
         notes_.own.push_back(profile.name + ": is converted pixel by pixel by Little CMS, which is slow, because " +
                              ready.transform->reason());
     }
@@ -97,7 +120,7 @@ void ProfileChoice::NoteConversion(const DeviceProfile& profile, const ReadyConv
                       "leave the profile out with --no-tag");
     }
     const colour::Rendering& rendering = options_.rendering;
-    const bool mixed = ready.transform == nullptr && rendering.space->name == "kodak-mix" && !rendering.curves;
+    const bool mixed = !ready.exactWay && rendering.space->name == "kodak-mix" && !rendering.curves;
     if (ready.bits == 16 && mixed) Note("kodak-mix has 256 steps, also in files of 16 bits");
 }
 

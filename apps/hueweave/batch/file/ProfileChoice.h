@@ -38,8 +38,10 @@ public:
     ProfileChoice(const Session& session, std::string name)
         : session_(session), options_(session.options), name_(std::move(name)) {}
 
+    /// Whether the image embeds a profile for its colours, or one is given.
+    bool HasProfile(const Embedded& embedded, colour::ColourModel model) const;
     /// The converter for an image of 8 or 16 bits a sample. Refuses the file if none can be chosen.
-    ChosenConverter For(const Embedded& embedded, unsigned bits);
+    ChosenConverter For(const Embedded& embedded, unsigned bits, colour::ColourModel model = colour::ColourModel::Rgb);
 
     /// Sets the parts of a plan that do not depend on the format.
     void Finish(FilePlan& plan) &&;
@@ -47,8 +49,10 @@ public:
     FileNotes& notes() { return notes_; }
 
 private:
-    std::shared_ptr<const DeviceProfile> Read(const Embedded& embedded);
-    const DeviceProfile& Choose(const DeviceProfile* embedded, unsigned bits);
+    std::shared_ptr<const DeviceProfile> Read(const Embedded& embedded, colour::ColourModel model);
+    /// The given profile if it is for these colours, or null.
+    const DeviceProfile* GivenFor(colour::ColourModel model) const;
+    const DeviceProfile& Choose(const DeviceProfile* embedded, unsigned bits, colour::ColourModel model);
     bool IsInTarget(const DeviceProfile& embedded, unsigned bits);
     std::shared_ptr<const ReadyConverter> ConverterFor(const DeviceProfile& profile, unsigned bits);
     void NoteConversion(const DeviceProfile& profile, const ReadyConverter& ready);

@@ -48,10 +48,11 @@ public:
         FilePlan plan;
         std::vector<PageJob>& jobs = images_->jobs;
         for (std::size_t p = 0; p < images_->pages.size(); ++p) {
-            jobs.push_back(images_->pages[p].IsRgb() ? PlanPage(p) : PageJob());
+            jobs.push_back(IsConverted(p) ? PlanPage(p) : PageJob());
         }
+        RefuseUnlessAny();
         NoteCarried();
-        plan.isConverted = IsConverted();
+        plan.isConverted = IsConvertedAlready();
         plan.isCopy = std::all_of(jobs.begin(), jobs.end(), [](const PageJob& job) { return job.keeps; });
         plan.images = std::move(images_);
         std::move(choice_).Finish(plan);
@@ -59,15 +60,48 @@ public:
     }
 
 private:
+    /// Whether a page is converted. Pages that are not RGB are carried over if there is no profile for them, and with
+    /// the library's precision.
+    bool IsConverted(std::size_t p) {
+        TiffPage& page = images_->pages[p];
+        const bool exact = options_.precision == Precision::Exact;
+        if (!exact && page.IsConvertible() && page.kind.empty() && page.bits != page.written.bits) RefuseDepth(page);
+        if (!page.IsConvertible() || page.kind.empty()) return page.IsConvertible();
+        const bool isRgb = page.model == colour::ColourModel::Rgb;
+        if (!exact || !(isRgb || choice_.HasProfile([&] { return profiles_.Of(p); }, page.model))) page.Carry();
+        return page.IsConvertible();
+    }
+
+    [[noreturn]] void RefuseDepth(const TiffPage& page) const {
+        const std::string where = page.label.empty() ? "" : page.label + " ";
+        throw Refusal(Exit::Input, images_->structure.file().name(),
+                      fmt::format("{}has {} bits a sample", where, page.bits), "leave --precision library out");
+    }
+
     PageJob PlanPage(std::size_t p) {
         TiffPage& page = images_->pages[p];
-        const ChosenConverter chosen = choice_.For([&] { return profiles_.Of(p); }, page.bits);
+        const ChosenConverter chosen = choice_.For([&] { return profiles_.Of(p); }, page.written.bits, page.model);
+        page.written = FormWritten(page, chosen.ready->converter.targetChannels());
         if (chosen.isDone) {
             page.stays = true;
             return {chosen.Keeps(), nullptr, chosen.icc};
         }
         losses_.Look(page, choice_.notes());
         return {false, &chosen.ready->converter, chosen.icc};
+    }
+
+    /// Refuses a file of which no page is converted.
+    void RefuseUnlessAny() const {
+        const std::vector<TiffPage>& pages = images_->pages;
+        if (std::any_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsConvertible(); })) return;
+        const auto page = std::find_if(pages.begin(), pages.end(), [](const TiffPage& p) { return !p.kind.empty(); });
+        const std::string where = page->label.empty() ? "" : page->label + " ";
+        const bool exact = options_.precision == Precision::Exact;
+        const std::string pixels = page->kind + (exact ? " pixels without a profile for them" : " pixels, not RGB");
+        const std::string remedy =
+            exact ? "give a profile for " + page->kind + " with --profile" : "leave --precision library out";
+        throw Refusal(Exit::Input, images_->structure.file().name(), where + "holds " + pixels, remedy)
+            .OfKind({page->kind, pixels, true});
     }
 
     /// Names the pages that stay as they are because they are not RGB. Masks have no colours.
@@ -87,14 +121,14 @@ private:
         }
     }
 
-    bool IsConverted() const {
+    bool IsConvertedAlready() const {
         const colour::Rendering& r = options_.rendering;
         const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
         const bool exact = options_.precision == Precision::Exact;
         const bool again = options_.force || (options_.profile && options_.source == SourceRule::Given);
         if (exact || !options_.inPlace || again || options_.noTag || adjusts) return false;
         for (std::size_t p = 0; p < images_->pages.size(); ++p) {
-            if (!images_->pages[p].IsRgb()) continue;
+            if (!images_->pages[p].IsConvertible()) continue;
             const DeviceProfile* embedded = profiles_.Known(p);
             if (embedded == nullptr || embedded->data != *images_->jobs[p].icc) return false;
         }

@@ -43,6 +43,7 @@ struct ConvertOptions {
     std::string curveFile;  ///< read into `rendering` inside the sandbox
     unsigned jobs = 0;      ///< threads; 0 for one per processor
     std::uint64_t maxMemory = std::uint64_t{64} << 20;
+    bool greyToRgb = false;  ///< grey pages become RGB
     bool noTag = false, force = false, inPlace = false, nul = false, resume = false;
     bool follow = false;  ///< symbolic links in folders
     bool quiet = false, verbose = false, json = false, dryRun = false;

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <utility>
 
+#include "colour/DeviceTransform.h"
 #include "colour/ExactConverter.h"
 #include "colour/library/CompareLibrary.h"
 #include "colour/library/EngineProfile.h"
@@ -25,11 +26,20 @@ colour::Rendering ForCheck(colour::Rendering rendering) {
     return rendering;
 }
 
+colour::TransformOptions OptionsOf(const ConvertOptions& options) {
+    const colour::Rendering& r = options.rendering;
+    colour::TransformOptions transform;
+    transform.intent = static_cast<colour::RenderingIntent>(r.intent);
+    if (options.compensateBlack) transform.blackPoint = colour::BlackPoint::Compensated;
+    transform.lightness = r.lightness;
+    transform.chroma = r.chroma;
+    transform.hue = r.hue;
+    return transform;
+}
+
 }  // namespace
 
-std::string ReadyConverter::way() const {
-    return transform != nullptr ? std::string(colour::WayName(transform->way())) : "library";
-}
+std::string ReadyConverter::way() const { return exactWay ? std::string(colour::WayName(*exactWay)) : "library"; }
 
 std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& profile, unsigned bits) {
     const std::lock_guard lock(mutex_);
@@ -38,7 +48,10 @@ std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& pro
     }
     ready_.push_back(Named(profile.name, [&] {
         const bool exact = options_.precision == Precision::Exact;
-        return std::make_shared<const ReadyConverter>(exact ? MakeExact(profile, bits) : MakeLibrary(profile, bits));
+        return std::make_shared<const ReadyConverter>(!exact ? MakeLibrary(profile, bits)
+                                                      : profile.model == colour::ColourModel::Rgb
+                                                          ? MakeExact(profile, bits)
+                                                          : MakeDevice(profile, bits));
     }));
     if (ready_.size() > kMost) ready_.pop_front();
     return ready_.back();
@@ -47,6 +60,8 @@ std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& pro
 bool ProfileCache::IsTarget(const DeviceProfile& profile) const {
     if (options_.precision == Precision::Library) return false;
     const Bytes& data = profile.data;
+    if (profile.model == colour::ColourModel::Grey) return !options_.greyToRgb && data == target_.greyEmbedded;
+    if (profile.model != colour::ColourModel::Rgb) return false;
     if (data == target_.profile || data == target_.embedded || data == target_.library) return true;
     const auto intent = static_cast<colour::RenderingIntent>(options_.rendering.intent);
     return Named(profile.name, [&] { return colour::DescribeSameColours(data, target_.profile, intent); });
@@ -58,19 +73,35 @@ ReadyConverter ProfileCache::MakeExact(const DeviceProfile& profile, unsigned bi
         if (ready->hash == profile.hash) transform = ready->transform;  // created for the other bit depth
     }
     if (transform == nullptr) {
-        const colour::Rendering& r = options_.rendering;
-        colour::TransformOptions options;
-        options.intent = static_cast<colour::RenderingIntent>(r.intent);
-        if (options_.compensateBlack) options.blackPoint = colour::BlackPoint::Compensated;
-        options.lightness = r.lightness;
-        options.chroma = r.chroma;
-        options.hue = r.hue;
         const bool isOurs = profile.data == target_.library || profile.data == target_.embedded;
         const Bytes& source = isOurs ? target_.profile : profile.data;
-        transform = std::make_shared<const colour::Transform>(source, target_.profile, options, ThrowIfInterrupted);
+        transform =
+            std::make_shared<const colour::Transform>(source, target_.profile, OptionsOf(options_), ThrowIfInterrupted);
     }
     colour::PixelConverter converter(std::make_unique<const colour::ExactConverter>(transform, bits));
-    return {profile.hash, bits, transform, {}, transform->error(), std::move(converter), target_.embedded};
+    return {profile.hash,    bits, transform, transform->way(), {}, transform->error(), std::move(converter),
+            target_.embedded};
+}
+
+ReadyConverter ProfileCache::MakeDevice(const DeviceProfile& profile, unsigned bits) const {
+    const bool staysGrey = profile.model == colour::ColourModel::Grey && !options_.greyToRgb;
+    if (staysGrey && target_.grey.empty()) {
+        throw Refusal(Exit::Profile, target_.name, "has no single tone curve, which grey images need",
+                      "convert them to RGB with --grey-to-rgb");
+    }
+    const bool isOurs = staysGrey && profile.data == target_.greyEmbedded;
+    auto device = std::make_unique<const colour::DeviceTransform>(profile.model, isOurs ? target_.grey : profile.data,
+                                                                  staysGrey ? target_.grey : target_.profile,
+                                                                  OptionsOf(options_), bits, ThrowIfInterrupted);
+    const colour::Way way = device->way();
+    return {profile.hash,
+            bits,
+            nullptr,
+            way,
+            {},
+            {},
+            colour::PixelConverter(std::move(device)),
+            staysGrey ? target_.greyEmbedded : target_.embedded};
 }
 
 ReadyConverter ProfileCache::MakeLibrary(const DeviceProfile& profile, unsigned bits) const {
@@ -85,6 +116,7 @@ ReadyConverter ProfileCache::MakeLibrary(const DeviceProfile& profile, unsigned 
     return {profile.hash,
             bits,
             nullptr,
+            std::nullopt,
             std::move(engine.bakedBecause),
             error,
             colour::PixelConverter(std::move(converter)),

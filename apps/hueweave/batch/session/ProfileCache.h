@@ -5,6 +5,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "batch/session/ProfileFile.h"
@@ -19,14 +20,15 @@ namespace hueweave::tool {
 struct ReadyConverter {
     std::string hash;  ///< of the profile
     unsigned bits = 0;
-    std::shared_ptr<const colour::Transform> transform;  ///< null with the library's precision
+    std::shared_ptr<const colour::Transform> transform;  ///< null with the library's precision, and for a device
+    std::optional<colour::Way> exactWay;                 ///< nothing with the library's precision
     std::string bakedBecause;  ///< why the library uses a profile baked from this one; may be empty
     colour::TransformError error;
     colour::PixelConverter converter;
     Bytes outputProfile;  ///< empty if no profile describes the output
 
     /// Whether the source is in the output's colours already, so that no sample changes.
-    bool IsCopy() const { return transform != nullptr && transform->way() == colour::Way::Copy; }
+    bool IsCopy() const { return exactWay == colour::Way::Copy; }
     /// "direct", "copy" and so on, or "library".
     std::string way() const;
 };
@@ -43,6 +45,8 @@ public:
 private:
     static constexpr std::size_t kMost = 4;  ///< each contains tables of 1 to 3 MB
     ReadyConverter MakeExact(const DeviceProfile& profile, unsigned bits) const;
+    /// For grey, CMYK and CIE Lab.
+    ReadyConverter MakeDevice(const DeviceProfile& profile, unsigned bits) const;
     ReadyConverter MakeLibrary(const DeviceProfile& profile, unsigned bits) const;
     void RefuseWrongColours(const DeviceProfile& profile, const colour::Comparison& comparison) const;
 

@@ -13,14 +13,20 @@ namespace {
 
 constexpr std::uint64_t kLargestProfile = std::uint64_t{64} << 20;
 
-DeviceProfile Check(DeviceProfile profile) {
+Refusal Refused(const DeviceProfile& profile, const std::string& reason) {
+    const std::string what = profile.embedded ? "embeds a profile that " : "";
+    const std::string remedy = profile.embedded ? "give one with --profile and --source given"
+                                                : "give the profile of an RGB scanner, camera, screen or printer";
+    return {Exit::Profile, profile.name, what + reason, remedy};
+}
+
+DeviceProfile Check(DeviceProfile profile, bool anyModel) {
     try {
-        profile.description = colour::CheckDeviceProfile(profile.data);
+        colour::DeviceDescription description = colour::CheckDeviceProfile(profile.data, anyModel);
+        profile.description = std::move(description.text);
+        profile.model = description.model;
     } catch (const colour::ProfileError& error) {
-        const std::string what = profile.embedded ? "embeds a profile that " : "";
-        const std::string remedy = profile.embedded ? "give one with --profile and --source given"
-                                                    : "give the profile of an RGB scanner, camera, screen or printer";
-        throw Refusal(Exit::Profile, profile.name, what + error.what(), remedy);
+        throw Refused(profile, error.what());
     }
     Sha256 hash;
     hash.Add(profile.data.data(), profile.data.size());
@@ -30,7 +36,7 @@ DeviceProfile Check(DeviceProfile profile) {
 
 }  // namespace
 
-DeviceProfile LoadProfile(const std::string& path) {
+DeviceProfile LoadProfile(const std::string& path, bool anyModel) {
     Bytes data;
     try {
         const FileAccess file = FileAccess::OpenInput(path);
@@ -42,11 +48,25 @@ DeviceProfile LoadProfile(const std::string& path) {
         if (refusal.status() == Exit::Profile) throw;
         throw Refusal(Exit::Profile, "", refusal.what(), "");
     }
-    return TakeProfile(path, std::move(data));
+    return TakeProfile(path, std::move(data), anyModel);
 }
 
-DeviceProfile TakeProfile(const std::string& name, Bytes data) { return Check({name, false, std::move(data), {}, {}}); }
+DeviceProfile TakeProfile(const std::string& name, Bytes data, bool anyModel) {
+    return Check({name, false, std::move(data), {}, {}}, anyModel);
+}
 
-DeviceProfile TakeEmbedded(const std::string& name, Bytes data) { return Check({name, true, std::move(data), {}, {}}); }
+DeviceProfile TakeEmbedded(const std::string& name, Bytes data, bool anyModel) {
+    return Check({name, true, std::move(data), {}, {}}, anyModel);
+}
+
+DeviceProfile LabProfile(colour::ColourModel model) {
+    const char* const name = model == colour::ColourModel::IccLab ? "ICC Lab" : "CIE Lab";
+    return {name, false, {}, name, {}, model};
+}
+
+Refusal NotForRgb(const DeviceProfile& profile) {
+    const char* const colours = profile.model == colour::ColourModel::Grey ? "GRAY" : "CMYK";
+    return Refused(profile, std::string("describes ") + colours + " colours, not RGB");
+}
 
 }  // namespace hueweave::tool

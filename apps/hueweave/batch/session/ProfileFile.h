@@ -4,27 +4,34 @@
 
 #include <string>
 
+#include "colour/base/ColourModel.h"
 #include "colour/base/ProfileError.h"
 #include "system/FileAccess.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
 
-/// A validated RGB device profile.
+/// A validated device profile.
 struct DeviceProfile {
     std::string name;  ///< for messages: its path, or the file that embeds it
     bool embedded = false;
     Bytes data;
     std::string hash;         ///< SHA-256 of `data`
     std::string description;  ///< may be empty
+    colour::ColourModel model = colour::ColourModel::Rgb;
 };
 
-/// Reads a profile file. Refuses files that are not profiles, and profiles of another class or colour space.
-DeviceProfile LoadProfile(const std::string& path);
+/// Reads a profile file. Refuses files that are not profiles, and profiles of another class or of other colours than
+/// RGB; with `anyModel`, profiles for grey and CMYK are accepted.
+DeviceProfile LoadProfile(const std::string& path, bool anyModel = false);
 /// The same for the contents of the profile file `name`.
-DeviceProfile TakeProfile(const std::string& name, Bytes data);
+DeviceProfile TakeProfile(const std::string& name, Bytes data, bool anyModel = false);
 /// The same for a profile embedded in the file `name`.
-DeviceProfile TakeEmbedded(const std::string& name, Bytes data);
+DeviceProfile TakeEmbedded(const std::string& name, Bytes data, bool anyModel = false);
+/// What stands for a profile of CIE Lab.
+DeviceProfile LabProfile(colour::ColourModel model);
+/// The refusal of a profile because it is not for RGB.
+Refusal NotForRgb(const DeviceProfile& profile);
 
 /// What `call` returns. Refuses the profile `name` if `call` cannot use it.
 template <typename Call>

@@ -3,6 +3,7 @@
 #include "batch/session/Target.h"
 
 #include "batch/session/ProfileFile.h"
+#include "colour/DeviceTransform.h"
 #include "colour/profile/DeviceProfile.h"
 #include "colour/profile/OutputProfile.h"
 #include "system/Sha256.h"
@@ -30,7 +31,8 @@ Bytes LoadTarget(const std::string& path) {
 }  // namespace
 
 Target MakeTarget(const ConvertOptions& options) {
-    Target target{TargetName(options), {}, {}, {}, {}};
+    Target target;
+    target.name = TargetName(options);
     if (!options.targetFile.empty()) {
         target.profile = target.embedded = LoadTarget(options.targetFile);
     } else if (options.precision == Precision::Exact) {
@@ -41,6 +43,10 @@ Target MakeTarget(const ConvertOptions& options) {
         }
         target.embedded =
             options.profileVersion == 4 ? target.profile : ProfileOfSpace(options, options.profileVersion);
+    }
+    if (options.precision == Precision::Exact) {
+        target.grey = colour::MakeGreyProfile(target.profile, 0).value_or(Bytes());
+        target.greyEmbedded = colour::MakeGreyProfile(target.embedded, 0).value_or(Bytes());
     }
     Sha256 hash;
     hash.Add(target.embedded.data(), target.embedded.size());

@@ -120,7 +120,8 @@ Bytes PageSource::Directory(std::uint64_t rows, const std::vector<Extent>& place
         writer.Add(tag::TileOffsets, type::Long8, offsets);
         writer.Add(tag::TileByteCounts, type::Long8, sizes);
     }
-    if (samples > 3) writer.Add(tag::ExtraSamples, type::Short, std::vector<std::uint64_t>(samples - 3));
+    const unsigned extra = samples - (samples < 3 ? 1 : 3);
+    if (extra > 0) writer.Add(tag::ExtraSamples, type::Short, std::vector<std::uint64_t>(extra));
     if (!jpegTables_.empty()) {
         writer.Add(tag::JpegTables, type::Undefined,
                    std::vector<std::uint64_t>(jpegTables_.begin(), jpegTables_.end()));

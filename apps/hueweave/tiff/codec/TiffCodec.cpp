@@ -51,8 +51,8 @@ struct TiffEncoder::Target {
     static int Warning(TIFF*, void*, const char*, const char*, std::va_list) { return 1; }
 };
 
-TiffEncoder::TiffEncoder(const FileAccess& target, const TiffPage& page, bool bigEndian)
-    : file_(target), page_(page), bigEndian_(bigEndian), target_(new Target) {
+TiffEncoder::TiffEncoder(const FileAccess& target, const PageForm& form, bool bigEndian)
+    : file_(target), form_(form), bigEndian_(bigEndian), target_(new Target) {
     Open();
 }
 
@@ -64,24 +64,23 @@ void TiffEncoder::Open() {
                           Target::Size,  nullptr,      nullptr,       Target::Warning};
     handle_ = OpenTiff(file_.name(), bigEndian_ ? "w8b" : "w8l", calls, target_->messages, 0);
     if (handle_ == nullptr || !target_->messages.first.empty()) Refuse();
-    const Coding coding = OutputCoding(page_);
-    const unsigned samples = page_.SegmentSamples();
-    Set(TIFFTAG_IMAGEWIDTH, page_.segmentWidth);
-    Set(TIFFTAG_IMAGELENGTH, page_.segmentHeight);
-    Set(TIFFTAG_BITSPERSAMPLE, page_.bits);
+    const unsigned samples = form_.SegmentSamples();
+    Set(TIFFTAG_IMAGEWIDTH, form_.segmentWidth);
+    Set(TIFFTAG_IMAGELENGTH, form_.segmentHeight);
+    Set(TIFFTAG_BITSPERSAMPLE, form_.bits);
     Set(TIFFTAG_SAMPLESPERPIXEL, samples);
     Set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     Set(TIFFTAG_PHOTOMETRIC, samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
-    Set(TIFFTAG_FILLORDER, page_.fillOrder);
-    Set(TIFFTAG_COMPRESSION, coding.compression);
-    if (coding.predictor != 1) Set(TIFFTAG_PREDICTOR, coding.predictor);
+    Set(TIFFTAG_FILLORDER, form_.fillOrder);
+    Set(TIFFTAG_COMPRESSION, form_.compression);
+    if (form_.predictor != 1) Set(TIFFTAG_PREDICTOR, form_.predictor);
     // The default preset 6 takes 94 MiB per thread.
-    if (coding.compression == COMPRESSION_LZMA) Set(TIFFTAG_LZMAPRESET, 1);
-    if (page_.tiled) {
-        Set(TIFFTAG_TILEWIDTH, page_.segmentWidth);
-        Set(TIFFTAG_TILELENGTH, page_.segmentHeight);
+    if (form_.compression == COMPRESSION_LZMA) Set(TIFFTAG_LZMAPRESET, 1);
+    if (form_.tiled) {
+        Set(TIFFTAG_TILEWIDTH, form_.segmentWidth);
+        Set(TIFFTAG_TILELENGTH, form_.segmentHeight);
     } else {
-        Set(TIFFTAG_ROWSPERSTRIP, page_.segmentHeight);
+        Set(TIFFTAG_ROWSPERSTRIP, form_.segmentHeight);
     }
 }
 
@@ -105,7 +104,7 @@ Bytes TiffEncoder::Encode(unsigned char* pixels, std::size_t size) {
         encoded.insert(encoded.end(), data, data + count);
     };
     const auto count = static_cast<tmsize_t>(size);
-    const tmsize_t done = page_.tiled ? TIFFWriteEncodedTile(handle_.get(), 0, pixels, count)
+    const tmsize_t done = form_.tiled ? TIFFWriteEncodedTile(handle_.get(), 0, pixels, count)
                                       : TIFFWriteEncodedStrip(handle_.get(), 0, pixels, count);
     target_->sink = nullptr;
     if (done != count || encoded.empty() || target_->failure) Refuse();
@@ -130,15 +129,10 @@ void TiffEncoder::EndRows() {
     target_->sink = nullptr;
 }
 
-std::uint64_t CoderMemory(const TiffPage& page) {
-    if (page.compression == COMPRESSION_LZMA) return std::uint64_t{24} << 20;
-    if (page.compression == COMPRESSION_ZSTD) return std::uint64_t{16} << 20;
+std::uint64_t CoderMemory(const PageForm& form) {
+    if (form.compression == COMPRESSION_LZMA) return std::uint64_t{24} << 20;
+    if (form.compression == COMPRESSION_ZSTD) return std::uint64_t{16} << 20;
     return 0;
-}
-
-Coding OutputCoding(const TiffPage& page) {
-    if (page.Lossy()) return {COMPRESSION_ADOBE_DEFLATE, PREDICTOR_HORIZONTAL};
-    return {page.compression, page.predictor};
 }
 
 }  // namespace hueweave::tool

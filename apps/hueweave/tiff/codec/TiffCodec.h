@@ -7,19 +7,19 @@
 #include <memory>
 
 #include "system/FileAccess.h"
-#include "tiff/TiffPage.h"
+#include "tiff/PageForm.h"
 #include "tiff/codec/TiffHandle.h"
 
 namespace hueweave::tool {
 
-/// Encodes strips and tiles with the geometry of a page as bytes for the file, with libtiff. For use by one thread at a
+/// Encodes strips and tiles in the form of a page as bytes for the file, with libtiff. For use by one thread at a
 /// time.
 class TiffEncoder {
 public:
     using Sink = std::function<void(const unsigned char* data, std::size_t size)>;
 
-    /// The compression scheme of the page, or Deflate instead of a lossy one.
-    TiffEncoder(const FileAccess& target, const TiffPage& page, bool bigEndian);
+    /// Borrows the target, for its name, and the form in which the page is written.
+    TiffEncoder(const FileAccess& target, const PageForm& form, bool bigEndian);
     ~TiffEncoder();
 
     /// Encodes a strip or tile of `size` bytes, which are overwritten.
@@ -36,18 +36,13 @@ private:
     void Set(std::uint32_t tag, std::uint32_t value);
     [[noreturn]] void Refuse() const;
     const FileAccess& file_;
-    const TiffPage& page_;
+    const PageForm& form_;
     bool bigEndian_;
     std::unique_ptr<Target> target_;
     TiffHandle handle_;
 };
 
-/// The compression and predictor with which the image data of a page are written.
-struct Coding {
-    unsigned compression, predictor;
-};
-Coding OutputCoding(const TiffPage& page);
 /// Measured memory of a decoder and an encoder in bytes; negligible amounts count as 0.
-std::uint64_t CoderMemory(const TiffPage& page);
+std::uint64_t CoderMemory(const PageForm& form);
 
 }  // namespace hueweave::tool

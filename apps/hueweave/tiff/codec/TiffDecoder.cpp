@@ -170,7 +170,7 @@ void OpenView(DecoderView& view, TiffHandle& handle, const PageSource& source, s
     const std::string& name = source.file().name();
     handle = view.Open(name, mostMemory);
     if (handle == nullptr || view.failure) view.Refuse(name);
-    if (source.page().photometric == PHOTOMETRIC_YCBCR) {
+    if (source.page().photometric == PHOTOMETRIC_YCBCR && source.page().compression == COMPRESSION_JPEG) {
         if (TIFFSetField(handle.get(), TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB) == 0) view.Refuse(name);
     }
     if (!HasTables(handle.get(), source.jpegTables())) throw std::bad_alloc();
@@ -210,7 +210,7 @@ void TiffDecoder::ReadSegment(std::uint64_t segment, Bytes& pixels) {
     source_.file().Read(extent.offset, raw_.data(), raw_.size());
     pixels.resize(static_cast<std::size_t>(page.DecodedBytes(segment)));
     if (deflate_) {
-        const unsigned width = page.bits / 8;
+        const unsigned width = page.OrderedBytes();
         CheckDeflate(*deflate_, deflate_->Decode(raw_, pixels), name);
         ToNative(pixels.data(), pixels.size() / width, width, source_.bigEndian());
         if (page.predictor == PREDICTOR_HORIZONTAL) {
@@ -301,7 +301,7 @@ void RowDecoder::ReadRow(unsigned char* pixels) {
     const std::uint32_t inStrip = row_ % page.segmentHeight;
     if (inStrip == 0) BeginStrip();
     if (deflate_) {
-        const unsigned width = page.bits / 8;
+        const unsigned width = page.OrderedBytes();
         const auto size = static_cast<std::size_t>(page.RowBytes());
         CheckDeflate(*deflate_, deflate_->Row(pixels, size), source_.file().name());
         ToNative(pixels, size / width, width, source_.bigEndian());

@@ -38,7 +38,7 @@ private:
 /// The decoder, encoder and buffers of one thread, reused for all its strips and tiles.
 struct Coder {
     Coder(const PageContext& context, const PageSource& source)
-        : decoder(source), encoder(context.target, context.page, source.bigEndian()), planes(context.page) {}
+        : decoder(source), encoder(context.target, context.page.written, source.bigEndian()), planes(context.page) {}
     TiffDecoder decoder;
     TiffEncoder encoder;
     PlaneSet planes;
@@ -47,7 +47,9 @@ struct Coder {
 class CodedWriter {
 public:
     explicit CodedWriter(const PageContext& context)
-        : context_(context), page_(context.page), places_(page_.segments), units_(page_.InPlane()) {}
+        : context_(context), page_(context.page), places_(page_.segments), units_(page_.InPlane()) {
+        places_.resize(page_.written.Segments());
+    }
 
     std::vector<Extent> Write(unsigned threads) {
         const PageSource source(context_.structure, page_);

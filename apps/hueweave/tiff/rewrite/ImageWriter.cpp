@@ -23,7 +23,8 @@ std::uint64_t LargestSegment(const TiffPage& page) {
 /// Whether a row fits in memory, since rows are never divided. Uncompressed rows are counted twice, compressed ones
 /// four times, because of the coder's buffers.
 bool RowFits(const TiffPage& page, std::uint64_t memory) {
-    const std::uint64_t row = page.RowBytes() * (page.planar ? PlaneCounts(page).gathered + 1 : 1);
+    const std::uint64_t row =
+        page.RowBytes() * (page.planar ? PlaneCounts(page).gathered + 1 : 1) + PlaneSet::RowMemory(page);
     return row <= memory / (page.Plain() ? 2 : 4);
 }
 
@@ -31,11 +32,14 @@ bool RowFits(const TiffPage& page, std::uint64_t memory) {
 bool SegmentsFit(const TiffPage& page, std::uint64_t memory, unsigned threads) {
     const std::uint64_t largest = LargestSegment(page);
     // Checked separately, because the sum below might exceed 64 bits.
-    if (largest > memory || page.RowsOf(0) > memory / page.RowBytes()) return false;
+    const std::uint64_t expanded = PlaneSet::RowMemory(page);
+    if (largest > memory || page.RowsOf(0) > memory / (page.RowBytes() + expanded)) return false;
     // Raw, decoded and encoded bytes, the buffer of libtiff, and the pixels of planes.
     const std::uint64_t decoded = page.DecodedBytes(0);
     const std::uint64_t pixels = 4 * decoded + (page.planar ? 2 * PlaneCounts(page).gathered * decoded : 0);
-    return largest + pixels + CoderMemory(page) <= memory / threads;
+    // Expanded pixels, and the encoder's bytes and buffer of them.
+    const std::uint64_t more = expanded != 0 ? page.RowsOf(0) * (expanded + 2 * page.written.RowBytes()) : 0;
+    return largest + pixels + more + CoderMemory(page) <= memory / threads;
 }
 
 /// When decoding by rows, a strip is read from a file piece by piece, but libtiff reads all of it if it has to reverse

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "system/Refusal.h"
-#include "tiff/codec/TiffCodec.h"
 
 namespace hueweave::tool {
 namespace {
@@ -20,16 +19,14 @@ namespace {
 }
 
 bool SameShape(const TiffPage& planned, const TiffPage& read) {
-    const auto shape = [](const TiffPage& page) {
-        return std::tuple(page.other, page.width, page.height, page.samples, page.bits, page.fillOrder, page.planar,
-                          page.tiled, page.premultiplied, page.segmentWidth, page.segmentHeight);
+    const auto shape = [](const PageForm& form) {
+        return std::tuple(form.width, form.height, form.samples, form.bits, form.photometric, form.fillOrder,
+                          form.planar, form.tiled, form.premultiplied, form.segmentWidth, form.segmentHeight);
     };
-    if (shape(planned) != shape(read)) return false;
-    if (planned.stays) return true;
-    const Coding coding = OutputCoding(planned);
-    const unsigned photometric = planned.Lossy() ? 2 : planned.photometric;
-    return read.compression == coding.compression && read.predictor == coding.predictor &&
-           read.photometric == photometric;
+    const PageForm& form = planned.stays ? planned : planned.written;
+    if (shape(form) != shape(read)) return false;
+    return planned.stays ||
+           (read.IsConvertible() && read.compression == form.compression && read.predictor == form.predictor);
 }
 
 bool SamePlaces(const WrittenPage& written, const TiffPage& read) {

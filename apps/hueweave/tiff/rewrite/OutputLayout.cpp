@@ -29,9 +29,13 @@ Extent Replaced(const TiffPage& page, std::size_t segment) {
     return extent;
 }
 
-/// Planes of extra samples are not changed, unless the compression of the whole page changes.
+/// Whether the new data have the size of the old data, whose place they take.
+bool KeepsPlaces(const TiffPage& page) { return page.Plain() && HaveSameLayout(page, page.written); }
+
+/// Planes of extra samples are not changed, unless the layout of the whole page changes.
 bool IsConverted(const TiffPage& page, std::size_t segment) {
-    return !page.stays && (!page.planar || page.Lossy() || segment < 3 * page.InPlane());
+    if (page.stays) return false;
+    return !page.planar || !HaveSameLayout(page, page.written) || segment < 3 * page.InPlane();
 }
 
 /// Adds the image data of an unchanged page, as far as its directory gives their position.
@@ -63,7 +67,7 @@ void OutputLayout::FindExclusive(const TiffStructure& structure, const std::vect
     for (const Extent& extent : structure.structure()) spans.push_back({extent, SIZE_MAX, 0});
     for (std::size_t p = 0; p < pages.size(); ++p) {
         ThrowIfInterrupted();
-        if (!pages[p].IsRgb()) AddUntouched(structure, structure.directories()[pages[p].directory], untouched_);
+        if (pages[p].segments.empty()) AddUntouched(structure, structure.directories()[pages[p].directory], untouched_);
         exclusive_.emplace_back(pages[p].segments.size(), true);
         for (std::size_t s = 0; s < pages[p].segments.size(); ++s) {
             const bool converted = IsConverted(pages[p], s);
@@ -111,7 +115,7 @@ void OutputLayout::Divide(const TiffStructure& structure, const std::vector<Tiff
     std::vector<Stretch> replaced;
     for (std::size_t p = 0; p < pages.size(); ++p) {
         for (std::size_t s = 0; s < pages[p].segments.size(); ++s) {
-            if (exclusive_[p][s]) replaced.push_back({Replaced(pages[p], s), !pages[p].Plain()});
+            if (exclusive_[p][s]) replaced.push_back({Replaced(pages[p], s), !KeepsPlaces(pages[p])});
         }
     }
     std::sort(replaced.begin(), replaced.end(),

@@ -12,14 +12,15 @@ namespace {
 /// Counts the clipped pixels of a rectangle and hashes its colours, row by row.
 void MeasureColours(const PageContext& context, PlaneSet& planes, std::uint64_t columns, std::uint32_t rows) {
     const TiffPage& page = context.page;
-    const unsigned width = page.bits / 8;
+    const unsigned width = page.written.bits / 8;
     const std::uint64_t pixelBytes = std::uint64_t{planes.samples()} * width;
     const std::uint64_t rowBytes = page.segmentWidth * pixelBytes;
-    Bytes line(static_cast<std::size_t>(columns * 3 * width));
+    const std::size_t colours = std::size_t{context.converter.targetChannels()} * width;
+    Bytes line(static_cast<std::size_t>(columns * colours));
     for (std::uint32_t r = 0; r < rows; ++r) {
         const unsigned char* from = &planes.data()[r * rowBytes];
         for (std::uint64_t x = 0; x < columns; ++x) {
-            std::copy_n(from + x * pixelBytes, 3 * width, line.data() + x * 3 * width);
+            std::copy_n(from + x * pixelBytes, colours, line.data() + x * colours);
         }
         context.measured.clipped += context.converter.CountClipped(line.data(), static_cast<std::size_t>(columns));
         ToNative(line.data(), line.size() / width, width, false);
@@ -47,7 +48,7 @@ void ConvertBlock(const PageContext& context, const PixelBlock& block, PlaneSet&
     const TiffPage& page = context.page;
     planes.Gather(source);
     const std::uint64_t pixels = std::uint64_t{block.rows} * page.segmentWidth;
-    context.converter.Convert(planes.data(), static_cast<std::size_t>(pixels), planes.samples(), page.premultiplied);
+    planes.Convert(context.converter, static_cast<std::size_t>(pixels));
     inTurn([&] { Measure(context, block, planes); });
     planes.Scatter(sink);  // may overwrite the pixels
 }

@@ -14,24 +14,24 @@ namespace {
 
 constexpr std::uint64_t kBlock = std::uint64_t{512} << 10;  ///< bytes of a block in one plane
 
-/// The position and byte order of a block of pixels in a file.
+/// The position and byte order of a block of pixels in the source, or in the output.
 class PlainBlock {
 public:
-    PlainBlock(const PageContext& context, const PixelBlock& block)
-        : page_(context.page), block_(block), bigEndian_(context.structure.form().bigEndian) {}
+    PlainBlock(const PageContext& context, const PageForm& form, const PixelBlock& block)
+        : form_(form), block_(block), bigEndian_(context.structure.form().bigEndian) {}
 
     std::uint64_t OffsetIn(const std::vector<Extent>& places, unsigned plane) const {
-        return places[plane * page_.InPlane() + block_.segment].offset + block_.row * page_.RowBytes();
+        return places[plane * form_.InPlane() + block_.segment].offset + block_.row * form_.RowBytes();
     }
-    std::size_t PlaneBytes() const { return static_cast<std::size_t>(block_.rows * page_.RowBytes()); }
+    std::size_t PlaneBytes() const { return static_cast<std::size_t>(block_.rows * form_.RowBytes()); }
     /// Converts from the file's byte order to the processor's, or back.
     void SwapOrder(Bytes& data) const {
-        const unsigned width = page_.bits / 8;
+        const unsigned width = form_.OrderedBytes();
         ToNative(data.data(), data.size() / width, width, bigEndian_);
     }
 
 private:
-    const TiffPage& page_;
+    const PageForm& form_;
     const PixelBlock& block_;
     const bool bigEndian_;
 };
@@ -69,26 +69,34 @@ private:
     const std::vector<Extent>& places_;
 };
 
-std::vector<Extent> PlaceAgain(const PageContext& context) {
+/// The extents of all strips and tiles of the output.
+std::vector<Extent> PlaceAll(const PageContext& context) {
     const TiffPage& page = context.page;
     std::vector<Extent> places = page.segments;
+    places.resize(page.written.Segments());
+    const bool isNew = !HaveSameLayout(page, page.written);
     for (std::uint64_t segment = 0; segment < PlaneCounts(page).written * page.InPlane(); ++segment) {
-        places[segment].offset = context.layout.PlaceAgain(context.index, segment);
+        if (isNew) {
+            const std::uint64_t size = page.written.DecodedBytes(segment);
+            places[segment] = {context.layout.Place(size), size};
+        } else {
+            places[segment].offset = context.layout.PlaceAgain(context.index, segment);
+        }
     }
     return places;
 }
 
 /// Whether a strip directly follows the previous one, both in the source and in the output.
 bool Follows(const TiffPage& page, const std::vector<Extent>& places, std::uint64_t strip) {
-    const auto follows = [&](const std::vector<Extent>& all) {
-        return all[strip - 1].offset + page.DecodedBytes(strip - 1) == all[strip].offset;
+    const auto follows = [strip](const std::vector<Extent>& all, const PageForm& form) {
+        return all[strip - 1].offset + form.DecodedBytes(strip - 1) == all[strip].offset;
     };
-    return follows(page.segments) && follows(places);
+    return follows(page.segments, page) && follows(places, page.written);
 }
 
 /// The blocks of each plane: parts of large strips and tiles, and groups of small adjacent strips.
 std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Extent>& places) {
-    const std::uint64_t rowBytes = page.RowBytes();
+    const std::uint64_t rowBytes = std::max(page.RowBytes(), page.written.RowBytes());
     std::vector<PixelBlock> blocks;
     for (std::uint64_t segment = 0; segment < page.InPlane(); ++segment) {
         const std::uint32_t rows = page.RowsOf(segment);
@@ -113,21 +121,22 @@ std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Exten
 std::vector<Extent> WritePlain(const PageContext& context) {
     const TiffPage& page = context.page;
     const WriteSettings& settings = context.settings;
-    std::vector<Extent> places = PlaceAgain(context);
+    std::vector<Extent> places = PlaceAll(context);
     const std::vector<PixelBlock> blocks = ListBlocks(page, places);
     WorkUnits units(blocks.size());
-    const std::uint64_t buffers = page.planar ? PlaneCounts(page).gathered + 1 : 1;
-    const std::uint64_t need = std::max(kBlock, page.RowBytes()) * buffers;
+    const bool isExpanded = PlaneSet::RowMemory(page) != 0;
+    const std::uint64_t buffers = (page.planar ? PlaneCounts(page).gathered + 1 : 1) + (isExpanded ? 3 : 0);
+    const std::uint64_t need = std::max({kBlock, page.RowBytes(), page.written.RowBytes()}) * buffers;
     const auto threads = static_cast<unsigned>(std::clamp<std::uint64_t>(settings.memory / need, 1, settings.threads));
     units.Run(threads, [&]() -> WorkUnits::Work {
         return [&, planes = PlaneSet(page)](std::uint64_t number) mutable {
             const auto inTurn = [&](WorkUnits::Part part) -> InTurn {
                 return [&units, part, number](const auto& what) { units.InOrder(part, number, what); };
             };
-            const PlainBlock block(context, blocks[number]);
+            const PlainBlock read(context, page, blocks[number]), written(context, page.written, blocks[number]);
             // The positions of uncompressed data are known in advance, so `Placing` is free to order what was read.
-            PlainSource source(context, block, inTurn(WorkUnits::Placing));
-            PlainSink sink(context, block, places);
+            PlainSource source(context, read, inTurn(WorkUnits::Placing));
+            PlainSink sink(context, written, places);
             ConvertBlock(context, blocks[number], planes, source, sink, inTurn(WorkUnits::Measuring));
         };
     });

@@ -2,7 +2,9 @@
 // Copyright (c) The Hueweave authors
 #pragma once
 
+#include "colour/PixelConverter.h"
 #include "tiff/TiffPage.h"
+#include "tiff/rewrite/Expansion.h"
 
 namespace hueweave::tool {
 
@@ -12,7 +14,7 @@ struct PlaneCounts {
 
     unsigned gathered;  ///< become pixels: the colours, and what else the converter needs
     unsigned read;      ///< these, and unchanged compressed planes, to detect damage
-    unsigned written;   ///< the colours; all planes if the compression changes
+    unsigned written;   ///< the colours; all planes if the layout changes
 };
 
 /// Supplies the planes of a block of pixels.
@@ -33,22 +35,30 @@ public:
 };
 
 /// A block of pixels with interleaved samples, as the converter requires them, for pages with interleaved samples or
-/// with separate planes. Reused for successive blocks, keeping its buffers.
+/// with separate planes, of any depth and with a palette. Reused for successive blocks, keeping its buffers.
 class PlaneSet {
 public:
     explicit PlaneSet(const TiffPage& page);
 
     void Gather(PlaneSource& source);
+    /// Converts the first `pixels` pixels that were gathered.
+    void Convert(const colour::PixelConverter& converter, std::size_t pixels);
     void Scatter(PlaneSink& sink);
 
-    unsigned char* data() { return pixels_.data(); }
-    unsigned samples() const { return samples_; }  ///< per pixel
+    /// The pixels. Their samples have the depth of the output when they are converted.
+    const unsigned char* data() const { return pixels_.data(); }
+    unsigned samples() const { return samples_; }  ///< per pixel, as they are written
+    /// Bytes of a row in the buffers that only pages of other kinds than RGB of 8 or 16 bits need.
+    static std::uint64_t RowMemory(const TiffPage& page);
 
 private:
+    void GatherSamples(PlaneSource& source);
+
     const TiffPage& page_;
     const PlaneCounts counts_;
+    Expansion expansion_;
     const unsigned samples_;
-    Bytes pixels_, plane_;  ///< one plane; not used for interleaved samples
+    Bytes pixels_, plane_;  ///< one plane; not used for interleaved samples, except by a converter
 };
 
 }  // namespace hueweave::tool

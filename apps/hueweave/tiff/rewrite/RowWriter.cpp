@@ -64,12 +64,13 @@ public:
           places_(page_.segments),
           planes_(page_),
           all_(PlaneCounts(page_).read) {
+        places_.resize(page_.written.Segments());
         const WriteSettings& settings = context.settings;
         const std::string folder = settings.scratch.empty() ? FolderOf(context.target.name()) : settings.scratch;
         for (unsigned p = 0; p < all_.size(); ++p) {
             all_[p].decoder = std::make_unique<RowDecoder>(source_, p, folder, context.target.name());
             if (p >= PlaneCounts(page_).written) continue;
-            all_[p].encoder = std::make_unique<TiffEncoder>(context.target, page_, source_.bigEndian());
+            all_[p].encoder = std::make_unique<TiffEncoder>(context.target, page_.written, source_.bigEndian());
             all_[p].scratch = FileAccess::Scratch(folder, context.target.name());
         }
     }
@@ -83,14 +84,15 @@ private:
     void WriteStrip(std::uint64_t strip) {
         Begin();
         const std::uint32_t rows = page_.RowsOf(strip);
-        const std::uint64_t pixelRow = std::uint64_t{page_.segmentWidth} * planes_.samples() * (page_.bits / 8);
+        const std::uint64_t pixelRow = std::max(page_.RowBytes() * (page_.planar ? planes_.samples() : 1),
+                                                page_.written.RowBytes() * PlaneCounts(page_).written);
         // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no page is without width
         const auto step = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(kRowBlock / pixelRow, 1, rows));
         for (std::uint32_t row = 0; row < rows; row += std::min(step, rows - row)) {
             ThrowIfInterrupted();
             const PixelBlock block{strip, row, std::min(step, rows - row)};
             RowSource source(all_, block, page_.RowBytes());
-            RowSink sink(all_, block, page_.RowBytes());
+            RowSink sink(all_, block, page_.written.RowBytes());
             ConvertBlock(context_, block, planes_, source, sink, [](const auto& what) { what(); });
         }
         End(strip);

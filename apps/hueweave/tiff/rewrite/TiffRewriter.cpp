@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "tiff/PhotoshopResources.h"
-#include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/DirectoryWriter.h"
 #include "tiff/rewrite/ImageWriter.h"
 #include "tiff/rewrite/OutputCheck.h"
@@ -13,17 +12,39 @@
 namespace hueweave::tool {
 namespace {
 
-/// Sets the tags for the new compression and removes those that apply only to JPEG data.
-void ForgetJpeg(DirectoryWriter& directories, std::size_t directory, const TiffPage& page) {
-    const Coding coding = OutputCoding(page);
-    directories.SetNumbers(directory, tag::Compression, {coding.compression}, type::Short);
-    directories.SetNumbers(directory, tag::Predictor, {coding.predictor}, type::Short);
-    directories.SetNumbers(directory, tag::Photometric, {2}, type::Short);
-    directories.Remove(directory, tag::JpegTables);
-    if (page.photometric == 2) return;
+/// Sets the tags that describe the samples of a page, and removes those that describe the old ones. Tags with one value
+/// per sample get a single one, or lose it.
+void SetSamples(DirectoryWriter& directories, const TiffPage& page) {
+    const PageForm& form = page.written;
+    const auto set = [&](std::uint16_t which, const std::vector<std::uint64_t>& values) {
+        directories.SetNumbers(page.directory, which, values, type::Short);
+    };
+    set(tag::SamplesPerPixel, {form.samples});
+    set(tag::BitsPerSample, std::vector<std::uint64_t>(form.samples, form.bits));
+    set(tag::Compression, {form.compression});
+    set(tag::Planar, {form.planar ? 2U : 1U});
+    for (const auto which :
+         {tag::ColourMap, tag::GreyUnit, tag::GreyCurve, tag::HalftoneHints, tag::TransferFunction, tag::InkSet,
+          tag::InkNames, tag::NumberOfInks, tag::DotRange, tag::MinSampleValue, tag::MaxSampleValue, tag::LeastSample,
+          tag::LargestSample, tag::SampleFormat, tag::DataType, tag::ReferenceBlackWhite}) {
+        directories.Remove(page.directory, which);
+    }
+}
+
+/// Sets the tags that describe the form of a page, and removes those that no longer apply.
+void SetForm(DirectoryWriter& directories, const TiffPage& page) {
+    const PageForm& form = page.written;
+    if (form.compression != page.compression) {
+        directories.SetNumbers(page.directory, tag::Compression, {form.compression}, type::Short);
+        directories.SetNumbers(page.directory, tag::Predictor, {form.predictor}, type::Short);
+        directories.Remove(page.directory, tag::JpegTables);
+    }
+    if (!HaveSameSamples(page, form)) SetSamples(directories, page);
+    if (form.photometric == page.photometric) return;
+    directories.SetNumbers(page.directory, tag::Photometric, {form.photometric}, type::Short);
     for (const auto which :
          {tag::YCbCrCoefficients, tag::YCbCrSubSampling, tag::YCbCrPositioning, tag::ReferenceBlackWhite}) {
-        directories.Remove(directory, which);
+        directories.Remove(page.directory, which);
     }
 }
 
@@ -91,8 +112,8 @@ private:
 void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page,
                const std::vector<Extent>& places) {
     std::vector<std::uint64_t> offsets, sizes;
-    bool moved = false;
-    bool resized = structure.directories()[page.directory].Find(page.sizesTag) == nullptr;  // readers require this tag
+    bool moved = places.size() != page.segments.size();
+    bool resized = moved || structure.directories()[page.directory].Find(page.sizesTag) == nullptr;  // readers require it
     for (std::size_t i = 0; i < places.size(); ++i) {
         offsets.push_back(places[i].offset);
         sizes.push_back(places[i].size);
@@ -105,7 +126,8 @@ void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, con
 
 /// If an uncompressed strip or tile moves, extra bytes after its pixels are not copied.
 void CutPlain(const TiffPage& page, std::vector<Extent>& places) {
-    for (std::size_t i = 0; page.Plain() && i < places.size(); ++i) {
+    if (!page.Plain() || !HaveSameLayout(page, page.written)) return;
+    for (std::size_t i = 0; i < places.size(); ++i) {
         if (places[i].offset != page.segments[i].offset) places[i].size = page.DecodedBytes(i);
     }
 }
@@ -135,7 +157,7 @@ void RewriteTiff(const TiffStructure& structure, const std::vector<TiffPage>& pa
             CutPlain(page, written[p].places);
             SetPlaces(structure, directories, page, written[p].places);
             MendOrientation(structure, directories, page.directory);
-            if (page.Lossy()) ForgetJpeg(directories, page.directory, page);
+            SetForm(directories, page);
             if (page.Lossy()) ForgetOldJpeg(structure, directories, page);
         }
         photoshop.Set(page.directory, jobs[p].icc);

@@ -181,10 +181,10 @@ TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldOrSeesInAnotherWayIsRefused) {
         OpenedPage opened(in_);
         TiffPage& page = opened.page;
         EXPECT_NO_THROW(TiffDecoder{PageSource(opened.structure, page)});
-        page.bits = 12;  // libtiff packs two such samples into three bytes
+        page.photometric = PHOTOMETRIC_YCBCR;  // libtiff takes such pixels for subsampled ones
         EXPECT_THROW(TiffDecoder{PageSource(opened.structure, page)}, Refusal) << recipe;
         if (recipe == kLzwStrips) continue;
-        page.bits = 16;
+        page.photometric = PHOTOMETRIC_RGB;
         page.across = page.down = 1;
         page.segments.resize(1);
         // 6 bytes times 2^31 - 1 columns times 2^31 - 1 rows exceed 64 bits.

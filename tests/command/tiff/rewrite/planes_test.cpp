@@ -86,6 +86,7 @@ TEST(PlaneSetTest, TheColoursOfPlanesBecomePixelsAndPlanesAgain) {
         page.planar = row.planar;
         page.premultiplied = row.premultiplied;
         page.compression = row.compression;
+        page.written = FormWritten(page);
         PlaneSet planes(page);
         for (int block = 0; block < 2; ++block) {
             CountingSource source(page);

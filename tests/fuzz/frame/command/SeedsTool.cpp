@@ -27,6 +27,7 @@ struct Layout {
     bool mask = false;              ///< as the last page
     bool metadata = false;
     std::uint32_t width = 7, height = 5, rows = 2;
+    unsigned photometric = PHOTOMETRIC_RGB;
 };
 
 Bytes Pattern(std::size_t size, unsigned seed) {
@@ -44,20 +45,26 @@ void SetFields(TIFF* file, Fields fields) {
 
 void SetShape(TIFF* file, const Layout& layout) {
     const bool jpeg = layout.compression == COMPRESSION_JPEG, tiled = layout.tiled;
-    const unsigned colours = jpeg && !layout.planar ? PHOTOMETRIC_YCBCR : PHOTOMETRIC_RGB;
+    const unsigned colours = jpeg && !layout.planar ? unsigned{PHOTOMETRIC_YCBCR} : layout.photometric;
+    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, colours);
     SetFields(file, {{TIFFTAG_IMAGEWIDTH, layout.width},
                      {TIFFTAG_IMAGELENGTH, layout.height},
                      {TIFFTAG_BITSPERSAMPLE, layout.bits},
                      {TIFFTAG_SAMPLESPERPIXEL, layout.samples},
                      {TIFFTAG_COMPRESSION, layout.compression},
-                     {TIFFTAG_PHOTOMETRIC, colours},
                      {jpeg ? TIFFTAG_JPEGCOLORMODE : TIFFTAG_PREDICTOR, jpeg ? JPEGCOLORMODE_RGB : layout.predictor},
                      {TIFFTAG_FILLORDER, layout.fillOrder},
                      {TIFFTAG_PLANARCONFIG, layout.planar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG},
                      {TIFFTAG_ORIENTATION, layout.orientation},
                      {tiled ? TIFFTAG_TILEWIDTH : TIFFTAG_ROWSPERSTRIP, tiled ? 16 : layout.rows},
                      {TIFFTAG_TILELENGTH, tiled ? 16 : 0}});
-    if (layout.samples == 3) return;
+    if (layout.photometric == PHOTOMETRIC_PALETTE) {
+        std::vector<std::uint16_t> map(std::size_t{3} << layout.bits);
+        for (std::size_t i = 0; i < map.size(); ++i) map[i] = static_cast<std::uint16_t>(i * 257);
+        const std::size_t count = map.size() / 3;
+        TIFFSetField(file, TIFFTAG_COLORMAP, &map[0], &map[count], &map[2 * count]);
+    }
+    if (layout.photometric != PHOTOMETRIC_RGB || layout.samples == 3) return;
     const std::vector<std::uint16_t> extra(layout.samples - 3, static_cast<std::uint16_t>(layout.extra));
     TIFFSetField(file, TIFFTAG_EXTRASAMPLES, static_cast<int>(extra.size()), extra.data());
 }
@@ -184,12 +191,41 @@ void SowOthers(const Sow& sow) {
     }
 }
 
+/// Kinds of pixels that become RGB or stay grey.
+void SowKinds(const Sow& sow) {
+    struct Kind {
+        const char* name;
+        unsigned photometric, samples, bits;
+    };
+    constexpr Kind kKinds[] = {{"palette-1", PHOTOMETRIC_PALETTE, 1, 1},   {"palette-4", PHOTOMETRIC_PALETTE, 1, 4},
+                               {"palette-8", PHOTOMETRIC_PALETTE, 1, 8},   {"grey-8", PHOTOMETRIC_MINISBLACK, 1, 8},
+                               {"grey-16", PHOTOMETRIC_MINISWHITE, 1, 16}, {"rgb-12", PHOTOMETRIC_RGB, 3, 12},
+                               {"cmyk-8", PHOTOMETRIC_SEPARATED, 4, 8},    {"lab-8", PHOTOMETRIC_CIELAB, 3, 8},
+                               {"icc-lab-16", PHOTOMETRIC_ICCLAB, 3, 16}};
+    for (const Kind& kind : kKinds) {
+        for (const unsigned compression :
+             std::initializer_list<unsigned>{COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE}) {
+            Layout layout;
+            layout.bits = kind.bits;
+            layout.samples = kind.samples;
+            layout.compression = compression;
+            layout.photometric = kind.photometric;
+            layout.tiled = compression == COMPRESSION_LZW;
+            layout.mode = compression == COMPRESSION_NONE ? "wb" : "wl";
+            layout.pages = 2;
+            layout.name = std::string("kind-") + kind.name + "-" + std::to_string(compression);
+            sow(layout.name, Written(layout));
+        }
+    }
+}
+
 }  // namespace
 
 void SowCommandTiffs(const Sow& sow) {
     TIFFSetWarningHandler(nullptr);
     SowSchemes(sow);
     SowOthers(sow);
+    SowKinds(sow);
 }
 
 void SowCommandProfiles(const Sow& sow) {

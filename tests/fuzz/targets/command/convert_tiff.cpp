@@ -4,6 +4,7 @@
 // Any bytes as a TIFF file, converted with a fixed profile: libtiff decodes the output to the engine's conversion of
 // the source's pixels, whichever code path the strips take; a refusal leaves no file; time and heap stay within their
 // limits.
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -14,6 +15,8 @@
 #include "Mutation.h"
 #include "Scene.h"
 #include "batch/file/FileJob.h"
+#include "colour/DeviceTransform.h"
+#include "colour/profile/Target.h"
 #include "system/OutputFile.h"
 #include "system/Sha256.h"
 #include "tiff/codec/TiffCodec.h"
@@ -45,6 +48,11 @@ struct Stage {
     ConvertOptions options;
     Target target;
     std::unique_ptr<ProfileCache> cache;
+    /// For the exact precision, which converts more kinds of pages.
+    ConvertOptions exact;
+    Target exactTarget;
+    std::unique_ptr<ProfileCache> exactCache;
+    DeviceProfile grey;
     std::string source = folder / "in.tif", output = folder / "out.tif", rows = folder / "rows.tif";
     Stage() {
         options.rendering.space = colour::FindSpace("srgb");
@@ -55,6 +63,14 @@ struct Stage {
         target = MakeTarget(options);
         cache = std::make_unique<ProfileCache>(options, target);
         for (const unsigned bits : {8U, 16U}) cache->Get(profile, bits);
+        exact = options;
+        exact.precision = Precision::Exact;
+        exact.acceptError.reset();
+        exactTarget = MakeTarget(exact);
+        exactCache = std::make_unique<ProfileCache>(exact, exactTarget);
+        const auto gamma = colour::MakeTargetProfile(*colour::FindSpace("adobe-rgb"), {}, 4);
+        grey = TakeEmbedded("grey.icc", colour::MakeGreyProfile(*gamma, 4).value(), true);
+        grey.embedded = false;
     }
 };
 
@@ -65,27 +81,46 @@ struct Parsed {
     std::uint64_t decoded = 0;  ///< bytes of all strips and tiles
 };
 
-Parsed Parse(const std::string& path) {
+Parsed Parse(const std::string& path, bool exact = false) {
     Parsed parsed;
     parsed.file = std::make_unique<FileAccess>(FileAccess::OpenInput(path));
     parsed.structure = std::make_unique<TiffStructure>(*parsed.file);
     parsed.pages = ReadPages(*parsed.structure);
-    for (const TiffPage& page : parsed.pages) {
-        if (page.IsRgb()) parsed.decoded += page.Segments() * page.RowBytes() * page.segmentHeight;
+    for (TiffPage& page : parsed.pages) {
+        if (!exact && !page.kind.empty()) page.Carry();  // as with the library's precision
+        if (!exact && page.kind.empty() && page.bits != page.written.bits) {
+            throw Refusal(Exit::Input, path, "has another depth", "leave --precision library out");
+        }
+        if (page.IsConvertible())
+            parsed.decoded += page.Segments() * std::max(page.RowBytes(), page.written.RowBytes()) * page.segmentHeight;
+    }
+    const auto isConvertible = [](const TiffPage& page) { return page.IsConvertible(); };
+    if (std::none_of(parsed.pages.begin(), parsed.pages.end(), isConvertible)) {
+        throw Refusal(Exit::Input, path, "holds other pixels than RGB", "leave --precision library out");
     }
     return parsed;
 }
 
 /// Converts to `output` as the command does.
-std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& arguments, unsigned threads) {
+std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& arguments, const DeviceProfile& given,
+                               unsigned threads) {
     InputList list;
     list.items.push_back({stage.source, arguments.inPlace ? stage.source : stage.output, "out.tif", {}});
     list.single = true;
+    const bool exact = arguments.precision == Precision::Exact;
     return RefusalOf([&] {
         Report report(true, false);
         MadeFolders folders(false);
         SweptFolders swept;
-        Session session{arguments, list, report, stage.target, *stage.cache, folders, swept, nullptr, stage.profile};
+        Session session{arguments,
+                        list,
+                        report,
+                        exact ? stage.exactTarget : stage.target,
+                        exact ? *stage.exactCache : *stage.cache,
+                        folders,
+                        swept,
+                        nullptr,
+                        given};
         ConvertFile({session, list.items[0], threads});
     });
 }
@@ -124,7 +159,7 @@ std::map<std::size_t, Image> Wanted(const Stage& stage, const Parsed& source) {
     std::map<std::size_t, Image> wanted;
     for (std::size_t p = 0; p < source.pages.size(); ++p) {
         const TiffPage& page = source.pages[p];
-        if (!page.IsRgb()) continue;
+        if (!page.IsConvertible()) continue;
         std::string complaint;
         const std::uint64_t place = source.structure->directories()[page.directory].offset;
         const auto judged = ByLibtiff(stage.source, place, true, complaint);
@@ -149,6 +184,33 @@ void CheckWritten(const std::string& path, const std::map<std::size_t, Image>& w
     }
 }
 
+/// The exact precision: the bytes of the output do not depend on the threads, and libtiff decodes all pages that were
+/// converted.
+void RunExact(const Stage& stage, const Bytes& file, bool isGrey) {
+    stage.folder.Clear();
+    test::WriteFile(stage.source, file);
+    ConvertOptions arguments = stage.exact;
+    arguments.force = true;
+    const DeviceProfile& given = isGrey ? stage.grey : stage.profile;
+    Parsed source;
+    const auto unreadable = RefusalOf([&] { source = Parse(stage.source, true); });
+    arguments.dryRun = unreadable || source.decoded > kMostPixels;
+    const auto refusal = Convert(stage, arguments, given, 1);
+    Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
+    if (refusal || arguments.dryRun) return;
+    const Bytes once = test::ReadFile(stage.output);
+    Require(!Convert(stage, arguments, given, 2) && test::ReadFile(stage.output) == once, "the same bytes");
+    const Parsed written = Parse(stage.output, true);
+    for (std::size_t p = 0; p < written.pages.size(); ++p) {
+        const TiffPage& page = written.pages[p];
+        const bool isConverted = page.kind.empty() || (isGrey && page.kind == "grey");
+        if (!page.IsConvertible() || !isConverted) continue;
+        std::string complaint;
+        const std::uint64_t place = written.structure->directories()[page.directory].offset;
+        Require(ByLibtiff(stage.output, place, false, complaint).has_value(), "libtiff decodes what was written");
+    }
+}
+
 }  // namespace
 
 void RunTarget(FuzzInput& input) {
@@ -157,8 +219,9 @@ void RunTarget(FuzzInput& input) {
     arguments.noTag = input.Below(4) == 3;
     arguments.inPlace = input.Below(4) == 3;
     const unsigned threads = input.Below(8) == 7 ? 2 : 1;
-    input.U8();
+    const unsigned how = input.U8() % 4;
     const Bytes file = input.Rest();
+    if (how >= 2) return RunExact(stage, file, how == 3);
     stage.folder.Clear();
     test::WriteFile(stage.source, file);
     const std::ptrdiff_t descriptors = OpenFiles();
@@ -166,7 +229,7 @@ void RunTarget(FuzzInput& input) {
     Parsed source;
     const auto unreadable = RefusalOf([&] { source = Parse(stage.source); });
     arguments.dryRun = unreadable || source.decoded > kMostPixels;
-    const auto refusal = Convert(stage, arguments, threads);
+    const auto refusal = Convert(stage, arguments, stage.profile, threads);
     Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
     if (refusal) {
         if (refusal->status() != Exit::Input) std::fprintf(stderr, "%s\n", refusal->what());
