@@ -8,10 +8,12 @@
 #include <system_error>
 
 #include "batch/file/PageProfiles.h"
+#include "cli/InspectImage.h"
 #include "colour/library/EngineProfile.h"
 #include "colour/profile/Lcms.h"
 #include "colour/profile/Spaces.h"
 #include "colour/profile/TagTable.h"
+#include "picture/Format.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
 #include "system/Sandbox.h"
@@ -62,7 +64,8 @@ Json DescribeProfile(const std::string& name, const Bytes& bytes) {
     colour::LcmsWork work;
     const cmsHPROFILE opened = work.Open(bytes);
     if (opened == nullptr) {
-        throw Refusal(Exit::Profile, name, "is not a readable ICC profile", "give an ICC profile or a TIFF file");
+        throw Refusal(Exit::Profile, name, "is not a readable ICC profile",
+                      "give an ICC profile, or a TIFF, PNG or JPEG file");
     }
     const colour::TagTable table(bytes);
     Json json{{"kind", "profile"}, {"description", work.Text(opened, cmsInfoDescription)}};
@@ -219,12 +222,19 @@ void Print(const Json& json, int depth) {
 
 Json Describe(const std::string& path) {
     const FileAccess file = FileAccess::OpenInput(path);
-    unsigned char head[4] = {};
-    if (file.Size() >= 4) file.Read(0, head, 4);
-    const bool tiff = head[0] == head[1] && (head[0] == 'I' || head[0] == 'M');
-    if (tiff) return DescribeTiff(file);
+    const auto describe = [&](const Bytes& profile) { return DescribeProfile(path, profile); };
+    switch (FormatOf(file)) {
+        case Format::Tiff:
+            return DescribeTiff(file);
+        case Format::Png:
+            return DescribePng(file, describe);
+        case Format::Jpeg:
+            return DescribeJpeg(file, describe);
+        default:
+            break;
+    }
     if (file.Size() > (std::uint64_t{64} << 20)) {
-        throw Refusal(Exit::Input, path, "is neither a profile nor a TIFF file", "give one of them");
+        throw Refusal(Exit::Input, path, "is neither a profile nor a TIFF, PNG or JPEG file", "give one of them");
     }
     return DescribeProfile(path, file.Read({0, file.Size()}));
 }
@@ -232,8 +242,8 @@ Json Describe(const std::string& path) {
 }  // namespace
 
 CLI::App* InspectCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("inspect", "Describe a profile or a TIFF file");
-    c->add_option("FILE", options_.files, "Profiles or TIFF files")->required();
+    CLI::App* c = app.add_subcommand("inspect", "Describe a profile or a picture");
+    c->add_option("FILE", options_.files, "Profiles, or TIFF, PNG and JPEG files")->required();
     c->add_flag("--json", options_.json, "Write one line of JSON per file");
     AddSandbox(*c, options_.sandbox);
     return c;
