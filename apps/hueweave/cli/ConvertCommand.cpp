@@ -67,8 +67,8 @@ constexpr const char* kExamples = R"(Examples:
 }  // namespace
 
 CLI::App* ConvertCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("convert", "Convert TIFF files to a colour space");
-    c->add_option("INPUT", options_.inputs, "TIFF files, folders of them, or - for standard input");
+    CLI::App* c = app.add_subcommand("convert", "Convert TIFF, PNG and JPEG files to a colour space");
+    c->add_option("INPUT", options_.inputs, "TIFF, PNG and JPEG files, folders of them, or - for standard input");
     c->add_option("-o,--output", options_.output,
                   "File to write, folder to write to (end it in / to make one), or - for standard output");
     AddConversionOptions(*c, options_);
@@ -88,9 +88,9 @@ void ConvertCommand::Settle() {
     ConvertOptions& a = options_;
     CheckConversionOptions(a);
     if (!shard_.empty()) a.shard = ParseShard(shard_);
-    if (a.inputs.empty() && !a.filesFrom) RefuseUsage("no input was given", "name TIFF files or folders");
+    if (a.inputs.empty() && !a.filesFrom) RefuseUsage("no input was given", "name files or folders");
     for (const std::string& input : a.inputs) {
-        if (input.empty()) RefuseUsage("the name of an input is empty", "name TIFF files or folders");
+        if (input.empty()) RefuseUsage("the name of an input is empty", "name files or folders");
     }
     if (a.inPlace && !a.output.empty()) RefuseUsage("--in-place and -o exclude each other", "leave one of them out");
     if (!a.inPlace && a.output.empty())

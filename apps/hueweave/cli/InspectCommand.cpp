@@ -11,10 +11,12 @@
 
 #include "batch/file/PageProfiles.h"
 #include "batch/file/ProfileChoice.h"
+#include "cli/InspectImage.h"
 #include "colour/library/EngineProfile.h"
 #include "colour/profile/Lcms.h"
 #include "colour/profile/Spaces.h"
 #include "colour/profile/TagTable.h"
+#include "picture/Format.h"
 #include "system/FileKind.h"
 #include "system/Json.h"
 #include "system/JsonNames.h"
@@ -68,7 +70,8 @@ Json DescribeProfile(const std::string& name, const Bytes& bytes, bool embedded)
     colour::LcmsWork work;
     const cmsHPROFILE opened = work.Open(bytes);
     if (opened == nullptr) {
-        throw Refusal(Exit::Profile, name, "is not a readable ICC profile", "give an ICC profile or a TIFF file");
+        throw Refusal(Exit::Profile, name, "is not a readable ICC profile",
+                      "give an ICC profile, or a TIFF, PNG or JPEG file");
     }
     const colour::TagTable table(bytes);
     Json json{{"kind", "profile"}, {"description", work.Text(opened, cmsInfoDescription)}};
@@ -262,15 +265,22 @@ void Print(const Json& json, int depth) {
 
 Json Describe(const std::string& path) {
     const FileAccess file = FileAccess::OpenInput(path);
-    unsigned char head[4] = {};
-    if (file.Size() >= 4) file.Read(0, head, 4);
-    const bool tiff = head[0] == head[1] && (head[0] == 'I' || head[0] == 'M');
-    if (tiff) return DescribeTiff(file);
+    const auto describe = [&](const Bytes& profile) { return DescribeProfile(path, profile, true); };
+    switch (FormatOf(file)) {
+        case Format::Tiff:
+            return DescribeTiff(file);
+        case Format::Png:
+            return DescribePng(file, describe);
+        case Format::Jpeg:
+            return DescribeJpeg(file, describe);
+        default:
+            break;
+    }
     const std::string_view kind = FileKind(file);
     const bool mayBeProfile = kind.empty() || kind == kProfileKind;
     if (!mayBeProfile || file.Size() > kLargestProfile) {
-        const std::string reason = mayBeProfile ? "is too large for a profile, and is not a TIFF file"
-                                                : NotA("a profile or a TIFF file", file);
+        const std::string reason = mayBeProfile ? "is too large for a profile, and is not a TIFF, PNG or JPEG file"
+                                                : NotA("a profile or a TIFF, PNG or JPEG file", file);
         throw Refusal(Exit::Input, path, reason, "give one of them");
     }
     return DescribeProfile(path, file.Read({0, file.Size()}), false);
@@ -292,8 +302,8 @@ constexpr const char* kExamples = R"(Examples:
 }  // namespace
 
 CLI::App* InspectCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("inspect", "Describe a profile or a TIFF file");
-    c->add_option("FILE", options_.files, "Profiles or TIFF files")->required();
+    CLI::App* c = app.add_subcommand("inspect", "Describe a profile or a picture");
+    c->add_option("FILE", options_.files, "Profiles, or TIFF, PNG and JPEG files")->required();
     c->add_flag("--json", options_.json, "Write one line of JSON per file");
     AddSandbox(*c, options_.sandbox);
     c->footer(kExamples);

@@ -20,7 +20,7 @@ namespace hueweave::tool {
 namespace fs = std::filesystem;
 
 CLI::App* WatchCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("watch", "Convert the TIFF files that arrive in a folder");
+    CLI::App* c = app.add_subcommand("watch", "Convert the pictures that arrive in a folder");
     c->add_option("FOLDER", folder_, "Folder to watch, with its subfolders");
     c->add_option("-o,--output", options_.output, "Folder to write; it may be inside the other one");
     c->add_option("--settle", settle_,

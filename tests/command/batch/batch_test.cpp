@@ -218,7 +218,7 @@ TEST_F(BatchTest, JsonTellsOfEveryFile) {
     }
     ASSERT_EQ(by.size(), 4U);
     EXPECT_EQ(by[scans_ + "/bad.tif"]["status"], "refused");
-    EXPECT_THAT(by[scans_ + "/bad.tif"]["reason"].get<std::string>(), HasSubstr("is not a TIFF file"));
+    EXPECT_THAT(by[scans_ + "/bad.tif"]["reason"].get<std::string>(), HasSubstr("is not a TIFF, PNG or JPEG file"));
     for (const std::string name : {"/a.tif", "/b.TIFF"}) {
         const json& told = by[scans_ + name];
         EXPECT_GT(told["seconds"], 0.0);
@@ -246,7 +246,7 @@ TEST_F(BatchTest, DryRunWritesNothingAndTellsWhatWouldHappen) {
     EXPECT_FALSE(Exists(out_));
     EXPECT_THAT(run.err,
                 HasSubstr("would convert " + scans_ + "/a.tif -> " + out_ + "/a.tif (srgb, perceptual, 16 bits, "));
-    EXPECT_THAT(run.err, HasSubstr("bad.tif: is not a TIFF file"));
+    EXPECT_THAT(run.err, HasSubstr("bad.tif: is not a TIFF, PNG or JPEG file"));
     EXPECT_THAT(run.err, HasSubstr("3 would be converted, 1 refused"));
 }
 
@@ -302,7 +302,7 @@ TEST_F(BatchTest, QuietSaysNothingButRefusals) {
     WriteBytes(scans_ + "/bad.tif", "bad");
     const Outcome run = ConvertAll({"--quiet"});
     EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
-    EXPECT_THAT(run.err, HasSubstr("bad.tif: is not a TIFF file"));
+    EXPECT_THAT(run.err, HasSubstr("bad.tif: is not a TIFF, PNG or JPEG file"));
     EXPECT_EQ(run.out, "");
 }
 

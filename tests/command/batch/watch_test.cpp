@@ -130,10 +130,10 @@ TEST_F(WatchTest, ADamagedFileIsToldOnceAndTriedAgainWhenItChanges) {
         UntilConverted("0.tif");
         // Another file with the name of one that was refused is told.
         WriteBytes(in_ + "/2.tif", "bad");
-        UntilSaid("/2.tif: is not a TIFF file");
+        UntilSaid("/2.tif: is not a TIFF, PNG or JPEG file");
         WriteBytes(folder_ / "2.tif", "worse");
         fs::rename(folder_ / "2.tif", in_ + "/2.tif");
-        UntilSaid("/2.tif: is not a TIFF file", 2);
+        UntilSaid("/2.tif: is not a TIFF, PNG or JPEG file", 2);
     });
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(Count(run.err, "hueweave: "), 3 + 1) << "three refusals and a note at the end: " << run.err;

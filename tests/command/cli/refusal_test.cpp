@@ -30,13 +30,13 @@ TEST_P(ImageRefusalTest, SaysWhy) {
     ExpectRefusal(GetParam().reason);
 }
 
-constexpr const char* kNoTiff = "in.tif: is not a TIFF file";
+constexpr const char* kNoPicture = "in.tif: is not a TIFF, PNG or JPEG file";
 constexpr const char* kPredictor3 = "has predictor 3, which whole numbers do not have";
 constexpr const char* kPredictor42 = "has predictor 42, which whole numbers do not have";
 const BadImage kBadImages[] = {
     {"Missing", ":", "cannot be read (No such file or directory)"},
-    {"Empty", ": > $out", "in.tif: is empty, not a TIFF file"},
-    {"Text", "echo 'a text, which is no image at all' > $out", kNoTiff},
+    {"Empty", ": > $out", "in.tif: is empty, not a TIFF, PNG or JPEG file"},
+    {"Text", "echo 'a text, which is no image at all' > $out", kNoPicture},
     {"Grey", "convert-im6 $in -colorspace Gray $out", "holds grey pixels, not RGB"},
     {"Cmyk", "convert-im6 $in -colorspace CMYK $out", "holds CMYK pixels, not RGB"},
     {"Palette", "convert-im6 $in -colors 64 -type Palette $out", "holds palette pixels, not RGB"},

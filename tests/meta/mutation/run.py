@@ -35,7 +35,7 @@ FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "S
 # The suite of the command takes a minute on one processor. So the tests most specific to a file run first, then the
 # seeds and findings of the fuzz targets, and then all tests.
 COMMAND = ["command:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
-           "fuzz_convert_profile", "fuzz_convert_tiff", "command"]
+           "fuzz_convert_profile", "fuzz_convert_tiff", "fuzz_convert_png", "fuzz_convert_jpeg", "command"]
 FIRST = {
     "Budget": "Structure*:Budget*:Limits*", "TagRules": "Tags*", "TiffPage": "Structure*:Tags*:*Refusal*:Limits*",
     "TiffStructure": "Structure*:OutputCheck*:Limits*:*Costly*", "PageProfiles": "Structure*:Limits*:Shared*:Profiles*",

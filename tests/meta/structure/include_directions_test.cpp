@@ -3,9 +3,9 @@
 //
 // Includes have one direction. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them
 // -> base; the remaining folders include only base. In colour: {library, exact, chart} -> profile -> base, levels may
-// be skipped, and nothing of the command. In the command: cli -> batch -> tiff -> system, levels may be skipped; cli,
-// batch and tiff/rewrite also include colour, and all folders colour/base. Only colour includes the library's own
-// headers.
+// be skipped, and nothing of the command. In the command: cli -> batch -> {tiff, png, jpeg} -> picture -> system,
+// levels may be skipped; cli, batch, picture and the folders that write images also include colour, and all folders
+// colour/base. Only colour includes the library's own headers.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -40,8 +40,9 @@ const Tree kLibrary{"Source",
                      {"engine", {"base", "engine", "engine/kernels", "units", "iccfile", "tiff", "hueweave"}}}};
 
 const Folders kSystem{"system"};
-const Folders kPicture{"picture"}, kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"},
-    kSession{"batch/session"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"}, kCli{"cli"};
+const Folders kPicture{"picture"}, kPng{"png"}, kJpeg{"jpeg"}, kTiff{"tiff"}, kCodec{"tiff/codec"},
+    kRewrite{"tiff/rewrite"}, kSession{"batch/session"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"},
+    kCli{"cli"};
 
 Folders operator+(Folders a, const Folders& b) {
     a.insert(b.begin(), b.end());
@@ -66,19 +67,23 @@ const Tree kColour{"colour",
 const Folders kSystemAndBase = kSystem + kColourBase;
 const Folders kWork =
     kSystemAndBase + kPicture + kColourTop + kProfile + kJudge + kThroughEngine + kTiff + kCodec + kRewrite;
+const Folders kOneImage = kSystemAndBase + kPicture + kColourTop;
+const Folders kFormats = kWork + kPng + kJpeg;
 const Tree kCommand{"apps/hueweave",
                     80,
                     {{"", kSystem + kCli},
                      {"system", kSystemAndBase},
-                     {"picture", kSystem},
+                     {"picture", kOneImage},
+                     {"png", kOneImage + kPng},
+                     {"jpeg", kOneImage + kJpeg},
                      {"tiff", kSystemAndBase + kTiff},
                      {"tiff/codec", kSystemAndBase + kTiff + kCodec},
                      {"tiff/rewrite", kWork},
                      {"batch/session", kWork + kSession},
-                     {"batch/file", kWork + kSession + kFile},
-                     {"batch/watch", kWork + kSession + kFile + kWatch},
-                     {"batch", kWork + kSession + kFile + kBatch},
-                     {"cli", kWork + kChart + kSession + kFile + kWatch + kBatch + kCli}}};
+                     {"batch/file", kFormats + kSession + kFile},
+                     {"batch/watch", kFormats + kSession + kFile + kWatch},
+                     {"batch", kFormats + kSession + kFile + kBatch},
+                     {"cli", kFormats + kChart + kSession + kFile + kWatch + kBatch + kCli}}};
 
 /// The folders in a source's quoted includes; "" for an include without a folder.
 std::set<std::string> IncludedFolders(const fs::path& file) {

@@ -63,6 +63,7 @@ Result ConvertFile(const FileTask& task) {
         return {Outcome::LeftOut, 0, kind};
     }
     const FilePlan& plan = *planned;
+    CheckOutputFormat(task, source.file);
     if (plan.isConverted || (plan.isCopy && options.inPlace)) {
         report.TellConvertedBefore(plan);
         return {Outcome::Skipped};

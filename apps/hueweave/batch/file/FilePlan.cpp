@@ -2,7 +2,12 @@
 // Copyright (c) The Hueweave authors
 #include "batch/file/FilePlan.h"
 
+#include "batch/file/JpegPlan.h"
+#include "batch/file/PngPlan.h"
 #include "batch/file/TiffPlan.h"
+#include "picture/Format.h"
+#include "system/FileKind.h"
+#include "system/Refusal.h"
 
 namespace hueweave::tool {
 namespace {
@@ -22,7 +27,18 @@ private:
 
 }  // namespace
 
-FilePlan PlanFile(const Session& session, const SourceFile& source) { return PlanTiff(session, source); }
+FilePlan PlanFile(const Session& session, const SourceFile& source) {
+    switch (FormatOf(source.file)) {
+        case Format::Tiff:
+            return PlanTiff(session, source);
+        case Format::Png:
+            return PlanPng(session, source);
+        case Format::Jpeg:
+            return PlanJpeg(session, source);
+        default:
+            throw Refusal(Exit::Input, source.name, NotA("a TIFF, PNG or JPEG file", source.file), "give one of these");
+    }
+}
 
 FilePlan PlanCopy(const SourceFile& source) {
     FilePlan plan;

@@ -4,25 +4,15 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <string_view>
 #include <vector>
 
+#include "batch/file/MetadataNotes.h"
 #include "tiff/PhotoshopResources.h"
 
 namespace hueweave::tool {
 namespace {
 
 constexpr std::uint64_t kMostXmp = std::uint64_t{4} << 20;  ///< bytes; larger metadata are not searched
-
-/// Whether the XMP metadata contain the name of a profile, as written by Photoshop.
-bool XmpNamesProfile(const TiffStructure& structure, const TiffDirectory& directory) {
-    const TiffEntry* entry = directory.Find(tag::Xmp);
-    if (entry == nullptr || entry->dataSize > kMostXmp) return false;
-    const Bytes xmp = structure.Data(*entry);
-    constexpr std::string_view kField = "photoshop:ICCProfile";
-    return std::search(xmp.begin(), xmp.end(), kField.begin(), kField.end()) != xmp.end();
-}
 
 }  // namespace
 
@@ -46,15 +36,10 @@ void LossNotes::Look(const TiffPage& page, FileNotes& notes) {
 }
 
 void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes) {
-    const std::uint64_t exif = structure_.exifColorSpace();
-    const std::string_view space = options_.rendering.space != nullptr ? options_.rendering.space->name : "";
-    if ((exif == 1 && space != "srgb") || (exif == 2 && space != "adobe-rgb")) {
-        notes.common.insert(
-            fmt::format("EXIF field ColorSpace stays at {}, which no longer applies", exif == 1 ? "sRGB" : "AdobeRGB"));
-    }
-    if (IsNew(directory, tag::Xmp) && XmpNamesProfile(structure_, directory)) {
-        notes.common.insert("XMP field photoshop:ICCProfile stays, and names the old profile");
-    }
+    NoteColorSpace(options_, structure_.exifColorSpace(), notes);
+    const TiffEntry* xmp = directory.Find(tag::Xmp);
+    if (xmp != nullptr && IsNew(directory, tag::Xmp) && xmp->dataSize <= kMostXmp)
+        NoteXmp(structure_.Data(*xmp), notes);
     if (IsNew(directory, tag::PhotoshopResources)) {
         const PhotoshopResources photoshop(structure_, directory);
         if (photoshop.HasThumbnail()) {

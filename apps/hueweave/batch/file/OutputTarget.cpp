@@ -2,12 +2,14 @@
 // Copyright (c) The Hueweave authors
 #include "batch/file/OutputTarget.h"
 
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 
+#include "picture/Format.h"
 #include "system/Refusal.h"
 #include "system/StandardStreams.h"
 
@@ -43,6 +45,18 @@ void CheckOutputPath(const FileTask& task) {
         }
     }
     CheckTarget(path, ExistingRule(options));
+}
+
+void CheckOutputFormat(const FileTask& task, const FileAccess& source) {
+    const std::string& path = task.item.output;
+    const bool isNamed = task.session.list.folder.empty() || task.item.source == "-";
+    if (!isNamed || task.session.options.inPlace) return;
+    const Format format = FormatOf(source), named = FormatOfName(path);
+    if (named == Format::Unknown || named == format) return;
+    throw Refusal(Exit::Usage, path,
+                  fmt::format("is the name of a {} file, but the output is a {} file, as its input", FormatName(named),
+                              FormatName(format)),
+                  fmt::format("give it a name with {}", FormatExtension(format)));
 }
 
 void CheckOutputFolder(const FileTask& task) {

@@ -48,6 +48,14 @@ ChosenConverter ProfileChoice::For(const Embedded& read, unsigned bits, colour::
     return chosen;
 }
 
+bool ProfileChoice::SkipsConverted() const {
+    const colour::Rendering& r = options_.rendering;
+    const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
+    const bool exact = options_.precision == Precision::Exact;
+    const bool again = options_.force || (options_.profile && options_.source == SourceRule::Given);
+    return !exact && options_.inPlace && !again && !options_.noTag && !adjusts;
+}
+
 void ProfileChoice::Finish(FilePlan& plan) && {
     plan.converters = std::move(converters_);
     plan.profileName = std::move(profileName_);

@@ -43,6 +43,14 @@ public:
     /// The converter for an image of 8 or 16 bits a sample. Refuses the file if none can be chosen.
     ChosenConverter For(const Embedded& embedded, unsigned bits, colour::ColourModel model = colour::ColourModel::Rgb);
 
+    /// Whether files that embed exactly the profile that they would get are taken as converted by an earlier run: with
+    /// the library's precision and --in-place, unless an option asks for more.
+    bool SkipsConverted() const;
+    /// The same, for the only image of a file.
+    bool IsConverted(const DeviceProfile* embedded, const ChosenConverter& chosen) const {
+        return SkipsConverted() && embedded != nullptr && embedded->data == *chosen.icc;
+    }
+
     /// Sets the parts of a plan that do not depend on the format.
     void Finish(FilePlan& plan) &&;
     void Note(const std::string& text) { notes_.own.push_back(name_ + ": " + text); }

@@ -122,11 +122,7 @@ private:
     }
 
     bool IsConvertedAlready() const {
-        const colour::Rendering& r = options_.rendering;
-        const bool adjusts = r.lightness != 0 || r.chroma != 0 || r.hue != 0;
-        const bool exact = options_.precision == Precision::Exact;
-        const bool again = options_.force || (options_.profile && options_.source == SourceRule::Given);
-        if (exact || !options_.inPlace || again || options_.noTag || adjusts) return false;
+        if (!choice_.SkipsConverted()) return false;
         for (std::size_t p = 0; p < images_->pages.size(); ++p) {
             if (!images_->pages[p].IsConvertible()) continue;
             const DeviceProfile* embedded = profiles_.Known(p);

@@ -8,8 +8,8 @@ namespace hueweave::tool {
 
 /// What an entry of a folder is for a run that converts the folder.
 enum class FolderEntry {
-    None,    ///< hidden, or no TIFF file by its name
-    File,    ///< a TIFF file by its name
+    None,    ///< hidden, or no TIFF, PNG or JPEG file by its name
+    File,    ///< a picture by its name
     Folder,  ///< a subfolder
     Link     ///< a symbolic link to one of them, which is not followed
 };

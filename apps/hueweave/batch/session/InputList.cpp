@@ -25,7 +25,7 @@ struct Found {
     std::string problem;  ///< why it is refused; empty if it is not
 };
 
-/// Finds the TIFF files below a folder, sorted by path, except hidden files and folders. Symbolic links are counted but
+/// Finds the pictures below a folder, sorted by path, except hidden files and folders. Symbolic links are counted but
 /// not followed, unless --follow is given. Each folder is searched once. A folder that cannot be read is listed with
 /// the reason, so that it is reported.
 class FolderWalk {
@@ -42,7 +42,7 @@ public:
         std::sort(found_.begin(), found_.end(), [](const Found& a, const Found& b) { return a.source < b.source; });
         if (found_.empty()) {
             throw Refusal(
-                Exit::Input, top_, "contains no TIFF files",
+                Exit::Input, top_, "contains no TIFF, PNG or JPEG files",
                 links_ > 0 ? "follow its symbolic links with --follow, or name another folder" : "name another folder");
         }
         return std::move(found_);

@@ -2,11 +2,9 @@
 // Copyright (c) The Hueweave authors
 #include "batch/session/OutputFolder.h"
 
-#include <algorithm>
-#include <cctype>
 #include <filesystem>
-#include <iterator>
 
+#include "picture/Format.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
@@ -14,13 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool IsPictureName(const fs::path& path) {
-    constexpr std::string_view kExtensions[] = {".tif", ".tiff", ".tf8", ".btf", ".png", ".jpg", ".jpeg"};
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::find(std::begin(kExtensions), std::end(kExtensions), extension) != std::end(kExtensions);
-}
+bool IsPictureName(const std::string& path) { return FormatOfName(path) != Format::Unknown; }
 
 }  // namespace
 

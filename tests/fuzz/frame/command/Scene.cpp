@@ -6,6 +6,10 @@
 #include <cstdio>
 #include <ctime>
 
+#include "Files.h"
+#include "support/ProfileBuilder.h"
+#include "system/Sha256.h"
+
 namespace hueweave::fuzz {
 
 namespace fs = std::filesystem;
@@ -19,6 +23,14 @@ std::vector<std::string> ScratchFolder::Names() const {
 
 void ScratchFolder::Clear() const {
     for (const auto& entry : fs::directory_iterator(path())) fs::remove_all(entry.path());
+}
+
+tool::DeviceProfile PlainProfile() {
+    const Bytes profile =
+        test::ProfileBuilder().Raw("A2B0", Mft2(ShortLut(9, 0))).Xyz("wtpt", 0xf6d6, 0x10000, 0xd32d).Build();
+    tool::Sha256 hash;
+    hash.Add(profile.data(), profile.size());
+    return {"profile.icc", false, profile, hash.Hex(), {}};
 }
 
 std::optional<tool::Refusal> RefusalOf(const std::function<void()>& work) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "FuzzInput.h"
+#include "batch/session/ProfileFile.h"
 #include "support/TempDir.h"
 #include "system/Refusal.h"
 
@@ -29,6 +30,9 @@ private:
     test::TempDir folder_{std::filesystem::is_directory("/dev/shm") ? "/dev/shm"
                                                                     : std::filesystem::temp_directory_path()};
 };
+
+/// A profile that the engine accepts unchanged for every intent: 9 grid points, without a description.
+tool::DeviceProfile PlainProfile();
 
 /// Runs `work` and returns its refusal, or nothing if it succeeds. Requires that nothing else is thrown, that a refusal
 /// is one line with a message, and that time and heap stay within the limits for one file.

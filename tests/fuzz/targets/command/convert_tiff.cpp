@@ -9,7 +9,6 @@
 #include <map>
 #include <memory>
 
-#include "Files.h"
 #include "FuzzInput.h"
 #include "Judge.h"
 #include "Mutation.h"
@@ -18,7 +17,6 @@
 #include "colour/DeviceTransform.h"
 #include "colour/profile/Target.h"
 #include "system/OutputFile.h"
-#include "system/Sha256.h"
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/TiffRewriter.h"
 
@@ -31,15 +29,6 @@ constexpr std::size_t kSteering = 4;
 /// Limit on the decoded bytes of a file that is converted; a larger one is only planned, since its pixels would take
 /// too long.
 constexpr std::uint64_t kMostPixels = std::uint64_t{4} << 20;
-
-/// A profile that the engine accepts unchanged for every intent: 9 grid points, without a description.
-DeviceProfile PlainProfile() {
-    const Bytes profile =
-        test::ProfileBuilder().Raw("A2B0", Mft2(ShortLut(9, 0))).Xyz("wtpt", 0xf6d6, 0x10000, 0xd32d).Build();
-    Sha256 hash;
-    hash.Add(profile.data(), profile.size());
-    return {"profile.icc", false, profile, hash.Hex(), {}};
-}
 
 /// State shared by all inputs.
 struct Stage {

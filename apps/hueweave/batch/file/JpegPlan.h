@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include "batch/file/FilePlan.h"
+
+namespace hueweave::tool {
+
+/// `PlanFile` for a JPEG file.
+FilePlan PlanJpeg(const Session& session, const SourceFile& source);
+
+}  // namespace hueweave::tool

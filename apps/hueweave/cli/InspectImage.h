@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <functional>
+
+#include "system/FileAccess.h"
+#include "system/Json.h"
+
+namespace hueweave::tool {
+
+/// Describes a profile.
+using DescribeBytes = std::function<nlohmann::ordered_json(const Bytes& profile)>;
+
+/// What `hueweave inspect` tells of a PNG or JPEG file.
+nlohmann::ordered_json DescribePng(const FileAccess& file, const DescribeBytes& describe);
+nlohmann::ordered_json DescribeJpeg(const FileAccess& file, const DescribeBytes& describe);
+
+}  // namespace hueweave::tool

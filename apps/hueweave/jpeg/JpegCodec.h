@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// libjpeg decodes the image to RGB, and encodes it as it was encoded: with its quantisation tables, sampling factors,
+// colours, restart interval and coding.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "jpeg/JpegStructure.h"
+#include "picture/PixelBands.h"
+
+namespace hueweave::tool {
+
+/// Bytes that libjpeg needs to decode an image and to encode it again, without optimised Huffman codes.
+std::uint64_t JpegCoderMemory(const JpegStructure& structure);
+
+/// Decodes an image to RGB. Refuses damaged data.
+class JpegDecoder : public RowSource {
+public:
+    /// Borrows the structure.
+    explicit JpegDecoder(const JpegStructure& structure);
+    ~JpegDecoder() override;
+    struct Parts;
+    void Read(unsigned char* rows, std::uint32_t count) override;
+    /// Verifies what follows the last row.
+    void Finish();
+
+private:
+    friend class JpegEncoder;
+    std::unique_ptr<Parts> parts_;
+};
+
+/// Encodes RGB as the image of a decoder was encoded, and writes it to a file from its beginning.
+class JpegEncoder : public RowSink {
+public:
+    /// Writes the first marker. `memory` is what is left for optimised Huffman codes, which are used if the image had
+    /// them. Borrows the file and the decoder.
+    JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, std::uint64_t memory);
+    ~JpegEncoder() override;
+    /// Writes a segment. All of them come before the rows.
+    void WriteSegment(unsigned marker, const Bytes& data);
+    void Write(unsigned char* rows, std::uint32_t count) override;
+    /// Ends the image and returns the size of the file.
+    std::uint64_t Finish();
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace hueweave::tool

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <memory>
+
+#include "colour/PixelConverter.h"
+#include "jpeg/JpegStructure.h"
+#include "picture/Writing.h"
+
+namespace hueweave::tool {
+
+/// What is done with a JPEG file that is not copied as it is.
+struct JpegJob {
+    const colour::PixelConverter* converter = nullptr;  ///< null if the image data stay
+    std::shared_ptr<const Bytes> icc;                   ///< the profile to embed; null for none
+};
+
+/// Refuses a file for which there is no conversion: grey and CMYK images, and those that libjpeg does not decode.
+void CheckConvertible(const JpegStructure& structure);
+
+/// Whether the file has a list of further images after the first one. They go, because they would keep the old colours,
+/// and the list contains their offsets.
+bool HasFurtherImages(const JpegStructure& structure);
+
+/// Writes the whole output to an empty file. Refuses damaged image data, a profile that is too large for the format,
+/// and images that do not fit in the memory allowed.
+void RewriteJpeg(const JpegStructure& structure, const JpegJob& job, const FileAccess& target,
+                 const WriteSettings& settings, Measured& measured);
+
+}  // namespace hueweave::tool

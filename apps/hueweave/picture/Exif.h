@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace hueweave::tool {
+
+/// What EXIF metadata say about colours.
+struct ExifColours {
+    std::uint64_t space = 0;    ///< the field ColorSpace: 1 for sRGB, 2 for AdobeRGB, 0 for none
+    bool hasThumbnail = false;  ///< a small copy of the image
+};
+
+/// Looks into EXIF metadata outside of a TIFF file: a block that begins like one. Unreadable metadata say nothing.
+ExifColours ReadExif(std::span<const unsigned char> block);
+
+}  // namespace hueweave::tool

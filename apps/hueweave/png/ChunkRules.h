@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+#pragma once
+
+#include "png/PngStructure.h"
+
+namespace hueweave::tool {
+
+/// What becomes of a chunk in the output.
+enum class ChunkFate {
+    Keep,      ///< copied byte for byte
+    Image,     ///< IDAT
+    Convert,   ///< contains colours of the image
+    Describe,  ///< describes the colours of the image, as the embedded profile does, and goes
+    Drop       ///< would no longer be true, or may depend on the image, and goes with a note
+};
+
+/// `samplesChange` is false if only the profile does.
+ChunkFate FateOf(const PngChunk& chunk, const PngHeader& header, bool samplesChange);
+
+/// Refuses a file for which there is no conversion: grey and animated images, and critical chunks that are not known.
+void CheckConvertible(const PngStructure& structure);
+
+}  // namespace hueweave::tool

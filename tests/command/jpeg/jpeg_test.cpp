@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// JPEG files made by ImageMagick and libjpeg: the image is that which libjpeg makes of the converted pixels with the
+// same settings, and everything else is as it was.
+#include <cstdio>
+
+#include <jpeglib.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "command/support/DeviceProfiles.h"
+#include "command/support/ExifTool.h"
+#include "command/support/FileTest.h"
+#include "command/support/JpegMaker.h"
+#include "jpeg/JpegRewriter.h"
+#include "support/Matchers.h"
+#include "system/Refusal.h"
+
+namespace hueweave::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+using Set = void (*)(jpeg_compress_struct*);
+struct Encoding {
+    const char* name;
+    Set set;
+};
+
+void Sample(jpeg_compress_struct* info, int across, int down) {
+    info->comp_info[0].h_samp_factor = across;
+    info->comp_info[0].v_samp_factor = down;
+}
+
+const Encoding kEncodings[] = {
+    {"Usual", [](jpeg_compress_struct* info) { jpeg_set_quality(info, 90, TRUE); }},
+    {"OptimisedCodes444",
+     [](jpeg_compress_struct* info) {
+         Sample(info, 1, 1);
+         info->optimize_coding = TRUE;
+     }},
+    {"Progressive422WithRestarts",
+     [](jpeg_compress_struct* info) {
+         Sample(info, 2, 1);
+         jpeg_simple_progression(info);
+         info->restart_interval = 5;
+     }},
+    {"ArithmeticCodes", [](jpeg_compress_struct* info) { info->arith_code = TRUE; }},
+    {"Rgb", [](jpeg_compress_struct* info) { jpeg_set_colorspace(info, JCS_RGB); }},
+    {"TablesOf16Bits", [](jpeg_compress_struct* info) { jpeg_set_quality(info, 2, FALSE); }},
+    {"AScanForEachColour",
+     [](jpeg_compress_struct* info) {
+         static const jpeg_scan_info kScans[] = {{1, {0}, 0, 63, 0, 0}, {1, {1}, 0, 63, 0, 0}, {1, {2}, 0, 63, 0, 0}};
+         info->scan_info = kScans;
+         info->num_scans = 3;
+     }},
+};
+
+class JpegTest : public FileTest {
+protected:
+    JpegTest() {
+        in_ = folder_ / "in.jpg";
+        out_ = folder_ / "out.jpg";
+    }
+    void MakeJpeg(const Set& set = kEncodings[0].set) const {
+        WriteBytes(in_, JpegOf(ReadPictures(Input("photo-8.tif"))[0], set));
+    }
+};
+
+TEST_F(JpegTest, IsEncodedAsItWas) {
+    for (const Encoding& encoding : kEncodings) {
+        SCOPED_TRACE(encoding.name);
+        MakeJpeg(encoding.set);
+        ASSERT_THAT(Convert({"--force"}), Says(0, "its JPEG data are compressed once more, with the same settings\n"));
+        EXPECT_EQ(JpegSettings(out_), JpegSettings(in_));
+        WriteBytes(folder_ / "wanted.jpg", JpegOf(ToSrgb(ReadJpeg(in_)), encoding.set));
+        EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(folder_ / "wanted.jpg"), true);
+        EXPECT_EQ(AttachedSegments(out_), AttachedSegments(in_));
+        EXPECT_LE(std::filesystem::file_size(out_),
+                  std::filesystem::file_size(folder_ / "wanted.jpg") + FileBytes(Input("scanner.icc")).size());
+    }
+    const std::string bytes = FileBytes(out_);
+    EXPECT_THAT(Convert({"--force", "-j", "4"}), Succeeds());
+    EXPECT_EQ(FileBytes(out_), bytes);
+}
+
+TEST_F(JpegTest, SegmentsStayByteForByteAndInOrder) {
+    Make("convert-im6 $in -profile " + Quoted(Input("scanner.icc")) + " -comment 'A scan' $out");
+    ExifTool({"-overwrite_original", "-ExifIFD:ISO=200", "-ExifIFD:ColorSpace#=2", "-XMP-dc:Title=A harbour",
+              "-IPTC:City=Bergen", "-Comment=twice", in_});
+    WriteBytes(in_, FileBytes(in_) + "bytes behind the image");
+    const Outcome run = Hueweave({"convert", in_, "-o", out_, "--precision", "library"});
+    EXPECT_THAT(run, Says(0, "its EXIF field ColorSpace stays at AdobeRGB, which no longer applies\n"));
+    EXPECT_GE(AttachedSegments(in_).size(), 5U);
+    EXPECT_EQ(AttachedSegments(out_), AttachedSegments(in_));
+    EXPECT_TRUE(
+        FileBytes(out_).ends_with("\xff\xd9"
+                                  "bytes behind the image"));
+    const Words tags{"-a", "-u", "-g1", "--icc_profile:all", "--System:all", "--ExifToolVersion"};
+    EXPECT_EQ(ExifTool(tags + Words{out_}), ExifTool(tags + Words{in_}));
+    EXPECT_THAT(ExifTool({"-ProfileDescription", out_}), HasSubstr("sRGB"));
+    // A second conversion finds the colours done.
+    EXPECT_THAT(Hueweave({"convert", out_, "-o", folder_ / "again.jpg"}), Says(0, "(is in srgb already)"));
+    EXPECT_EQ(FileBytes(folder_ / "again.jpg"), FileBytes(out_));
+}
+
+TEST_F(JpegTest, ProfilesHaveAsManySegmentsAsTheyNeed) {
+    const std::string large = folder_ / "large.icc", found = folder_ / "found.icc";
+    WriteBytes(large, PaddedProfile(150000));
+    MakeJpeg();
+    ExifTool({"-overwrite_original", "-ICC_Profile<=" + large, in_});
+    const Outcome run = Hueweave({"convert", in_, "-o", out_, "--precision", "library"});
+    ASSERT_THAT(run, Succeeds());
+    WriteBytes(folder_ / "wanted.jpg", JpegOf(ToSrgb(ReadJpeg(in_), large), kEncodings[0].set));
+    EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(folder_ / "wanted.jpg"), true);
+    // A part is missing: the second of three.
+    std::string bytes = FileBytes(in_);
+    const std::size_t part = bytes.find(std::string("ICC_PROFILE\0\2", 13));
+    ASSERT_NE(part, bytes.npos);
+    bytes[part + 12] = 3;
+    WriteBytes(in_, bytes);
+    EXPECT_THAT(Hueweave({"convert", in_, "-o", out_, "--force"}), Refuses(3, "parts are missing or doubled"));
+    // The same for a profile that is written.
+    MakeJpeg();
+    WriteBytes(large, FileBytes(Input("screen.icc")) + std::string(150000, '\0'));
+    std::string profile = FileBytes(large);
+    for (std::size_t i = 0; i < 4; ++i) profile[i] = static_cast<char>(profile.size() >> (24 - 8 * i));
+    WriteBytes(large, profile);
+    ASSERT_THAT(Hueweave({"convert", "--profile", Input("scanner.icc"), "--to", large, in_, "-o", out_, "--force"}),
+                Succeeds());
+    ExifTool({"-b", "-ICC_Profile", "-w!", "%0f" + found, out_});
+    EXPECT_EQ(FileBytes(found) == profile, true);
+}
+
+TEST_F(JpegTest, OnlyTheProfileChangesWhereTheColoursAreDone) {
+    MakeJpeg(kEncodings[2].set);
+    const Words to{"convert",          in_, "-o", out_, "--force", "--profile", Input("screen.icc"), "--to",
+                   Input("screen.icc")};
+    ASSERT_THAT(Hueweave(to), Succeeds());
+    EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(in_), true);
+    const std::string before = FileBytes(in_), after = FileBytes(out_);
+    EXPECT_TRUE(after.ends_with(before.substr(20))) << "after the marker SOI and the segment of JFIF";
+    EXPECT_EQ(after.size(), before.size() + 18 + FileBytes(Input("screen.icc")).size());
+    std::filesystem::copy_file(out_, in_, std::filesystem::copy_options::overwrite_existing);
+    ASSERT_THAT(Hueweave(to + Words{"--no-tag"}), Succeeds());
+    EXPECT_EQ(FileBytes(out_), before);
+}
+
+TEST_F(JpegTest, FurtherImagesAreLeftOutAndThumbnailsNoted) {
+    MakeJpeg();
+    ExifTool({"-overwrite_original", "-ThumbnailImage<=" + in_, "-ExifIFD:ISO=200", in_});
+    const std::string list = SegmentBytes({0xe2, std::string("MPF\0II*\0 offsets", 17)});
+    WriteBytes(in_, WithAtStart(FileBytes(in_), list) + JpegOf(ReadJpeg(in_), kEncodings[1].set));
+    const Outcome run = Convert();
+    EXPECT_THAT(run, Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
+    EXPECT_THAT(run, Says(0, "in.jpg: its EXIF thumbnail stays in the old colours\n"));
+    EXPECT_EQ(FileBytes(out_).find("MPF"), std::string::npos);
+    EXPECT_THAT(FileBytes(out_), testing::EndsWith("\xff\xd9"));
+    EXPECT_THAT(ExifTool({"-a", "-G", "-MPF:all", "-Warning", out_}), testing::IsEmpty());
+}
+
+TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
+    MakeJpeg();
+    const std::string bytes = FileBytes(in_);
+    const std::size_t frame = bytes.find("\xff\xc0"), scan = bytes.find("\xff\xda");
+    ASSERT_NE(frame, bytes.npos);
+    const auto with = [&](std::size_t at, const std::string& other) {
+        std::string copy = bytes;
+        return copy.replace(at, other.size(), other);
+    };
+    struct Row {
+        std::string bytes;
+        const char* reason;
+    };
+    MakeJpeg(kEncodings[2].set);
+    const std::string progressive = FileBytes(in_);
+    std::string scans = progressive.substr(0, progressive.size() - 2);
+    const std::string last = scans.substr(scans.rfind("\xff\xda"));
+    for (int n = 0; n < 256; ++n) scans += last;
+    std::string fraction = with(frame + 11, "\x31");
+    fraction[frame + 14] = 0x21;
+    const Row rows[] = {
+        {bytes.substr(0, bytes.size() - 2), "is truncated: it ends at byte"},
+        {bytes.substr(0, scan + 5), "is truncated: it ends at byte"},
+        {bytes.substr(0, scan) + "\xff\xd9", "it contains no image data"},
+        {bytes.substr(0, scan + 200) + "\xff\xd9", "contains damaged image data"},
+        {with(frame + 1, "\xc3"), "is a lossless JPEG, which the decoder does not support"},
+        {with(frame + 1, "\xc5"), "is a hierarchical JPEG, which the decoder does not support"},
+        {with(frame + 4, "\x0c"), "has 12 bits a sample; the JPEG decoder supports 8"},
+        {with(frame + 5, std::string(2, '\0')), "does not give its size in its frame header"},
+        {with(frame + 11, std::string(1, '\0')), "its sampling factors are 0"},
+        {fraction, "is a kind of JPEG that libjpeg does not support"},
+        {with(20, "xx"), "no marker begins at byte 20"},
+        {with(bytes.find("\xff\xdb") + 5, std::string(1, '\0')), "its quantisation tables contain 0"},
+        {scans + "\xff\xd9", "contains more than 256 scans"},
+    };
+    const std::string folder = folder_ / "scans", to = folder_ / "converted";
+    std::filesystem::create_directory(folder);
+    for (std::size_t n = 0; n < std::size(rows); ++n) {
+        WriteBytes(folder + "/" + std::to_string(n) + ".jpg", rows[n].bytes);
+    }
+    Shell("convert-im6 " + Quoted(in_) + " -colorspace Gray " + Quoted(folder + "/grey.jpeg"));
+    Shell("convert-im6 " + Quoted(in_) + " -colorspace CMYK " + Quoted(folder + "/cmyk.jpe"));
+    const Outcome run = ConvertScan({folder, "-o", to, "--verbose"});
+    EXPECT_EQ(run.status, 4);
+    for (std::size_t n = 0; n < std::size(rows); ++n) {
+        const std::string start = "hueweave: " + folder + "/" + std::to_string(n) + ".jpg: ";
+        EXPECT_THAT(Lines(run.err), testing::Contains(testing::AllOf(testing::StartsWith(start),
+                                                                     HasSubstr(rows[n].reason), HasSubstr("; "))));
+    }
+    EXPECT_THAT(run.err, HasSubstr("grey.jpeg: holds grey pixels, not RGB"));
+    EXPECT_THAT(run.err, HasSubstr("cmyk.jpe: holds CMYK pixels, not RGB"));
+    EXPECT_FALSE(Exists(to));
+    EXPECT_THAT(ConvertScan({folder, "-o", to, "--others", "copy"}), Says(1, "2 copied (1 CMYK, 1 grey)"));
+    EXPECT_EQ(FileBytes(to + "/grey.jpeg"), FileBytes(folder + "/grey.jpeg"));
+}
+
+/// Leaves samples as they are.
+struct SameJpegColours : colour::RgbConverter {
+    void Convert(unsigned char*, std::size_t) const override {}
+    unsigned bits() const override { return 8; }
+    Range range() const override { return {}; }
+};
+
+TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
+    const auto write = [&](std::uint64_t memory) -> std::string {
+        const tool::FileAccess file = tool::FileAccess::OpenInput(in_);
+        const tool::FileAccess target = tool::FileAccess::Scratch(folder_.path(), "out");
+        const tool::JpegStructure structure(file);
+        const colour::PixelConverter converter(std::make_unique<SameJpegColours>());
+        tool::WriteSettings settings;
+        settings.memory = memory;
+        tool::Measured measured;
+        try {
+            tool::RewriteJpeg(structure, {&converter, nullptr}, target, settings, measured);
+        } catch (const tool::Refusal& refusal) {
+            return refusal.reason();
+        }
+        return "";
+    };
+    // 210 x 238 pixels with halved colours are 27 x 30 blocks and twice 14 x 15, padded to whole units of 2 x 2.
+    const std::uint64_t rows = std::uint64_t{1300} << 10, coefficients = (28 * 30 + 2 * 14 * 15) * 128;
+    MakeJpeg();
+    EXPECT_EQ(write(rows), "");
+    EXPECT_EQ(write(rows / 4), "has rows that do not fit in the memory allowed");
+    MakeJpeg([](jpeg_compress_struct* info) { jpeg_simple_progression(info); });
+    EXPECT_EQ(write(rows + 2 * coefficients), "");
+    EXPECT_EQ(write(coefficients * 2), "is progressive and does not fit in the memory allowed as a whole");
+    MakeJpeg(kEncodings[6].set);
+    EXPECT_EQ(write(coefficients), "has several scans and does not fit in the memory allowed as a whole");
+    const auto told = nlohmann::json::parse(Hueweave({"inspect", "--json", in_}).out);
+    EXPECT_EQ(told["kind"], "JPEG");
+    EXPECT_EQ(told["height"], 238);
+    EXPECT_EQ(told["sampling"], (Words{"2x2", "1x1", "1x1"}));
+    EXPECT_EQ(told["convertible"], true);
+}
+
+/// Damaged files are refused, or converted to a file that another reader decodes to the right size.
+TEST(DamagedPictures, EndWithARefusalOrASoundFile) {
+    const Folder folder;
+    const std::string scans = folder / "scans", to = folder / "converted";
+    std::filesystem::create_directory(scans);
+    const std::string photo = "convert-im6 " + Quoted(Input("photo-8.tif")) + " -resize 37x40! ";
+    Shell(photo + Quoted(folder / "a.png") + "; " + photo + "-interlace PNG " + Quoted(folder / "b.png") + "; " +
+          photo + "-colors 16 PNG8:" + Quoted(folder / "c.png") + "; " + photo + Quoted(folder / "d.jpg") + "; " +
+          photo + "-interlace JPEG " + Quoted(folder / "e.jpg"));
+    for (const std::string name : {"a.png", "b.png", "c.png", "d.jpg", "e.jpg"}) {
+        const std::string bytes = FileBytes(folder / name);
+        for (std::size_t n = 1; n < 16; ++n) {
+            std::string flipped = bytes;
+            flipped[n < 8 ? n * 9 : bytes.size() * n / 16] ^= static_cast<char>(1 << n % 8);
+            WriteBytes(scans + "/" + std::to_string(n) + "-" + name, flipped);
+            WriteBytes(scans + "/cut-" + std::to_string(n) + "-" + name, bytes.substr(0, bytes.size() * n / 16));
+        }
+    }
+    const Outcome run = ConvertScan({scans, "-o", to});
+    EXPECT_EQ(run.signal, 0);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, Not(HasSubstr("unexpected reason")));
+    EXPECT_THAT(Shell("ls " + Quoted(to)), Not(HasSubstr("cut-")));
+    EXPECT_THAT(Lines(Shell("identify -regard-warnings -format '%w x %h\\n' " + Quoted(to) + "/*.*")),
+                testing::AllOf(testing::Not(testing::IsEmpty()), testing::Each("37 x 40")));
+}
+
+}  // namespace
+}  // namespace hueweave::test

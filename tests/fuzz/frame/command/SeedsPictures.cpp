@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Small PNG and JPEG files written by libpng and libjpeg.
+#include <png.h>
+
+#include <cstdio>
+
+#include <jpeglib.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include "Seeds.h"
+
+namespace hueweave::fuzz {
+namespace {
+
+constexpr unsigned kWidth = 19, kHeight = 21;
+
+unsigned char Texture(std::size_t at) { return static_cast<unsigned char>(at * 37 + at / 7 * 5); }
+
+struct PngKind {
+    const char* name;
+    int colours, depth, interlace;
+    bool extras;
+};
+
+constexpr PngKind kPngKinds[] = {{"rgb-8", PNG_COLOR_TYPE_RGB, 8, 0, true},
+                                 {"rgb-16", PNG_COLOR_TYPE_RGB, 16, 0, false},
+                                 {"rgb-16-interlaced", PNG_COLOR_TYPE_RGB, 16, 1, true},
+                                 {"rgba-8-interlaced", PNG_COLOR_TYPE_RGB_ALPHA, 8, 1, false},
+                                 {"rgba-16", PNG_COLOR_TYPE_RGB_ALPHA, 16, 0, false},
+                                 {"palette-1", PNG_COLOR_TYPE_PALETTE, 1, 0, false},
+                                 {"palette-4-interlaced", PNG_COLOR_TYPE_PALETTE, 4, 1, true},
+                                 {"palette-8", PNG_COLOR_TYPE_PALETTE, 8, 0, true},
+                                 {"grey-8", PNG_COLOR_TYPE_GRAY, 8, 0, false}};
+
+void SetExtras(png_structp png, png_infop info) {
+    png_text text[2] = {};
+    text[0] = {
+        PNG_TEXT_COMPRESSION_NONE, const_cast<char*>("Title"), const_cast<char*>("a seed"), 6, 0, nullptr, nullptr};
+    text[1] = {
+        PNG_TEXT_COMPRESSION_zTXt, const_cast<char*>("Note"), const_cast<char*>("a seed"), 6, 0, nullptr, nullptr};
+    png_set_text(png, info, text, 2);
+    png_set_pHYs(png, info, 3000, 3000, PNG_RESOLUTION_METER);
+    png_set_gAMA_fixed(png, info, 45455);
+    png_color_16 colour{1, 7, 8, 9, 0};
+    png_set_bKGD(png, info, &colour);
+    const bool isRgb = png_get_color_type(png, info) == PNG_COLOR_TYPE_RGB;
+    png_byte alpha[3] = {0, 128, 255};
+    png_set_tRNS(png, info, alpha, 3, isRgb ? &colour : nullptr);
+}
+
+Bytes WrittenPng(const PngKind& kind) {
+    Bytes file;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    png_set_write_fn(
+        png, &file,
+        [](png_structp p, png_bytep data, std::size_t size) {
+            auto& to = *static_cast<Bytes*>(png_get_io_ptr(p));
+            to.insert(to.end(), data, data + size);
+        },
+        [](png_structp) {});
+    png_set_IHDR(png, info, kWidth, kHeight, kind.depth, kind.colours, kind.interlace, 0, 0);
+    png_color palette[256];
+    for (std::size_t n = 0; n < 256; ++n) palette[n] = {Texture(n), Texture(n + 100), Texture(n + 200)};
+    if (kind.colours == PNG_COLOR_TYPE_PALETTE) png_set_PLTE(png, info, palette, 1 << kind.depth);
+    if (kind.extras) SetExtras(png, info);
+    png_write_info(png, info);
+    const std::size_t rowBytes = png_get_rowbytes(png, info);
+    for (int pass = png_set_interlace_handling(png); pass > 0; --pass) {
+        for (std::size_t y = 0; y < kHeight; ++y) {
+            Bytes row(rowBytes);
+            for (std::size_t x = 0; x < rowBytes; ++x) row[x] = Texture(y * rowBytes + x);
+            png_write_row(png, row.data());
+        }
+    }
+    png_write_end(png, info);
+    png_destroy_write_struct(&png, &info);
+    return file;
+}
+
+struct JpegKind {
+    const char* name;
+    int across, down;
+    bool progressive, arithmetic, optimised, rgb;
+    unsigned restart;
+};
+
+constexpr JpegKind kJpegKinds[] = {{"usual", 2, 2, false, false, false, false, 0},
+                                   {"optimised-444", 1, 1, false, false, true, false, 0},
+                                   {"restarts-422", 2, 1, false, false, false, false, 2},
+                                   {"progressive", 2, 2, true, false, false, false, 0},
+                                   {"arithmetic", 2, 2, false, true, false, false, 1},
+                                   {"arithmetic-progressive", 1, 1, true, true, false, false, 0},
+                                   {"rgb", 1, 1, false, false, false, true, 0}};
+
+Bytes WrittenJpeg(const JpegKind& kind) {
+    jpeg_compress_struct info{};
+    jpeg_error_mgr errors{};
+    info.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&info);
+    unsigned char* data = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&info, &data, &size);
+    info.image_width = kWidth;
+    info.image_height = kHeight;
+    info.input_components = 3;
+    info.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&info);
+    if (kind.rgb) jpeg_set_colorspace(&info, JCS_RGB);
+    info.comp_info[0].h_samp_factor = kind.across;
+    info.comp_info[0].v_samp_factor = kind.down;
+    info.arith_code = kind.arithmetic ? TRUE : FALSE;
+    info.optimize_coding = kind.optimised ? TRUE : FALSE;
+    info.restart_interval = kind.restart;
+    if (kind.progressive) jpeg_simple_progression(&info);
+    jpeg_start_compress(&info, TRUE);
+    const std::string profile("ICC_PROFILE\0\1\1 a profile", 24), exif("Exif\0\0II*\0\x08\0\0\0\0\0\0\0\0\0", 20);
+    for (const auto& [marker, text] : {std::pair{0xe1, exif}, std::pair{0xe2, profile}, std::pair{0xfe, exif}}) {
+        jpeg_write_marker(&info, marker, reinterpret_cast<const unsigned char*>(text.data()),
+                          static_cast<unsigned>(text.size()));
+    }
+    for (std::size_t y = 0; y < kHeight; ++y) {
+        unsigned char row[3 * kWidth];
+        for (std::size_t x = 0; x < sizeof row; ++x) row[x] = Texture(y * sizeof row + x);
+        JSAMPROW at = row;
+        jpeg_write_scanlines(&info, &at, 1);
+    }
+    jpeg_finish_compress(&info);
+    jpeg_destroy_compress(&info);
+    const Bytes file(data, data + size);
+    std::free(data);
+    return file;
+}
+
+}  // namespace
+
+void SowPngs(const Sow& sow) {
+    for (const PngKind& kind : kPngKinds) sow(kind.name, WrittenPng(kind));
+}
+
+void SowJpegs(const Sow& sow) {
+    for (const JpegKind& kind : kJpegKinds) sow(kind.name, WrittenJpeg(kind));
+}
+
+}  // namespace hueweave::fuzz

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Any bytes as a JPEG file, converted with a fixed profile: libjpeg, which reads the whole files here, decodes the
+// output without a warning, and finds the size, tables and sampling factors of the source.
+#include <cstdio>
+
+#include <jpeglib.h>
+
+#include <algorithm>
+#include <csetjmp>
+#include <cstring>
+#include <vector>
+
+#include "Conversion.h"
+#include "jpeg/JpegStructure.h"
+
+namespace hueweave::fuzz {
+namespace {
+
+/// Larger images are only planned, since their pixels would take too long.
+constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 18;
+
+/// What libjpeg reads of a file.
+struct JpegReader {
+    explicit JpegReader(const Bytes& file) : bytes(file) {
+        info.err = jpeg_std_error(&errors);
+        info.client_data = this;
+        errors.error_exit = [](j_common_ptr common) {
+            std::longjmp(static_cast<JpegReader*>(common->client_data)->out, 1);
+        };
+        errors.emit_message = [](j_common_ptr common, int level) {
+            if (level < 0) ++common->err->num_warnings;
+        };
+    }
+    ~JpegReader() { jpeg_destroy_decompress(&info); }
+    JpegReader(const JpegReader&) = delete;
+    JpegReader& operator=(const JpegReader&) = delete;
+
+    bool Read() {
+        row.resize(std::size_t{3} * 65536);
+        if (setjmp(out) != 0) return false;
+        jpeg_create_decompress(&info);
+        jpeg_mem_src(&info, bytes.data(), bytes.size());
+        jpeg_read_header(&info, TRUE);
+        info.out_color_space = JCS_RGB;
+        jpeg_start_decompress(&info);
+        JSAMPROW at = row.data();
+        while (info.output_scanline < info.output_height) jpeg_read_scanlines(&info, &at, 1);
+        Collect();  // before the tables are freed
+        jpeg_finish_decompress(&info);
+        return errors.num_warnings == 0;
+    }
+    /// Everything that the encoder has to keep.
+    void Collect() {
+        settings = {info.image_width,
+                    info.image_height,
+                    static_cast<unsigned>(info.jpeg_color_space),
+                    static_cast<unsigned>(info.progressive_mode),
+                    info.restart_interval,
+                    static_cast<unsigned>(info.arith_code)};
+        for (int c = 0; c < info.num_components; ++c) {
+            const jpeg_component_info& component = info.comp_info[c];
+            settings.push_back(static_cast<unsigned>(component.component_id));
+            settings.push_back(static_cast<unsigned>(component.h_samp_factor * 16 + component.v_samp_factor));
+            settings.insert(settings.end(), component.quant_table->quantval,
+                            component.quant_table->quantval + DCTSIZE2);
+        }
+    }
+
+    const Bytes& bytes;
+    Bytes row;
+    std::vector<unsigned> settings;
+    std::jmp_buf out;
+    jpeg_decompress_struct info{};
+    jpeg_error_mgr errors{};
+};
+
+}  // namespace
+
+void RunTarget(FuzzInput& input) {
+    static Conversion conversion(".jpg");
+    const unsigned steering = input.U8();
+    const Bytes file = input.Rest();
+    bool isLarge = true;
+    (void)RefusalOf([&] {
+        const tool::FileAccess source = tool::FileAccess::OpenInput(conversion.PutSource(file));
+        const tool::JpegStructure structure(source);
+        isLarge = std::uint64_t{structure.frame().width} * structure.frame().height > kMostPixels;
+    });
+    if (!conversion.Run(steering, file, isLarge)) return;
+    const Bytes written = conversion.Output();
+    JpegReader source(file), output(written);
+    Require(source.Read(), "libjpeg reads the source without a warning");
+    Require(output.Read(), "libjpeg reads the output without a warning");
+    Require(output.settings == source.settings, "the output is encoded as the source");
+}
+
+}  // namespace hueweave::fuzz

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+//
+// Any bytes as a PNG file, converted with a fixed profile: libpng, which reads the whole files here, decodes the output
+// to the engine's conversion of the source's pixels.
+#include <png.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <csetjmp>
+#include <cstring>
+
+#include "Conversion.h"
+#include "Judge.h"
+#include "png/PngStructure.h"
+
+namespace hueweave::fuzz {
+namespace {
+
+/// Larger images are only planned, since their pixels would take too long.
+constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 18;
+
+std::uint32_t Word(const Bytes& bytes, std::size_t at) {
+    return std::uint32_t{bytes[at]} << 24 | std::uint32_t{bytes[at + 1]} << 16 | std::uint32_t{bytes[at + 2]} << 8 |
+           bytes[at + 3];
+}
+
+/// Corrects the checksums, which no mutation gets right.
+void Seal(Bytes& file) {
+    for (std::size_t at = 8; at + 12 <= file.size();) {
+        const std::uint64_t size = Word(file, at);
+        if (size > file.size() - at - 12) return;
+        const auto sum = crc32(0, &file[at + 4], static_cast<uInt>(size + 4));
+        for (unsigned n = 0; n < 4; ++n) file[at + 8 + size + n] = static_cast<unsigned char>(sum >> (24 - 8 * n));
+        at += size + 12;
+    }
+}
+
+/// What libpng reads of a file.
+struct PngReader {
+    explicit PngReader(const Bytes& file) : bytes(file) {}
+    ~PngReader() { png_destroy_read_struct(&png, &info, nullptr); }
+    PngReader(const PngReader&) = delete;
+    PngReader& operator=(const PngReader&) = delete;
+
+    bool Read() {
+        png = png_create_read_struct(
+            PNG_LIBPNG_VER_STRING, nullptr, [](png_structp p, png_const_charp) { png_longjmp(p, 1); },
+            [](png_structp, png_const_charp) {});
+        info = png_create_info_struct(png);
+        if (setjmp(png_jmpbuf(png)) != 0) return false;
+        png_set_read_fn(png, this, [](png_structp p, png_bytep to, std::size_t size) {
+            auto& self = *static_cast<PngReader*>(png_get_io_ptr(p));
+            if (size > self.bytes.size() - self.used) png_error(p, "end");
+            std::memcpy(to, self.bytes.data() + self.used, size);
+            self.used += size;
+        });
+        png_read_png(png, info, PNG_TRANSFORM_EXPAND | PNG_TRANSFORM_SWAP_ENDIAN, nullptr);
+        return true;
+    }
+    Image Pixels() {
+        Image image{png_get_image_width(png, info),
+                    png_get_image_height(png, info),
+                    png_get_channels(png, info),
+                    png_get_bit_depth(png, info),
+                    {}};
+        png_bytepp const rows = png_get_rows(png, info);
+        for (std::size_t y = 0; y < image.height; ++y) {
+            for (std::size_t i = 0; i < std::size_t{image.width} * image.samples; ++i) {
+                std::uint16_t value = rows[y][i];
+                if (image.bits == 16) std::memcpy(&value, rows[y] + 2 * i, 2);
+                image.values.push_back(value);
+            }
+        }
+        return image;
+    }
+
+    const Bytes& bytes;
+    std::size_t used = 0;
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+};
+
+/// With a transparent colour, another colour may be moved by one step, and only the alpha is the same.
+void RequireSame(const Image& got, const Image& wanted, bool hasKey) {
+    Require(got.width == wanted.width && got.height == wanted.height && got.samples == wanted.samples, "the same size");
+    if (!hasKey) return Require(got == wanted, "the pixels of the engine");
+    for (std::size_t at = 3; at < got.values.size(); at += got.samples) {
+        Require(got.values[at] == wanted.values[at], "the same pixels are transparent");
+    }
+}
+
+}  // namespace
+
+void RunTarget(FuzzInput& input) {
+    static Conversion conversion(".png");
+    const unsigned steering = input.U8();
+    Bytes file = input.Rest();
+    if ((steering & 8U) == 0) Seal(file);
+    bool isLarge = true, hasKey = false;
+    (void)RefusalOf([&] {
+        const tool::FileAccess source = tool::FileAccess::OpenInput(conversion.PutSource(file));
+        const tool::PngStructure structure(source);
+        const tool::PngHeader& header = structure.header();
+        isLarge = std::uint64_t{header.width} * header.height > kMostPixels;
+        hasKey = header.colours == tool::PngHeader::Rgb && structure.Find("tRNS") != nullptr;
+    });
+    if (!conversion.Run(steering, file, isLarge)) return;
+    PngReader source(file);
+    if (!source.Read()) return;  // for a chunk that is copied unread
+    const Bytes written = conversion.Output();
+    PngReader output(written);
+    Require(output.Read(), "libpng reads the output");
+    Image wanted = source.Pixels();
+    ConvertImage(wanted, conversion.profile(), false);
+    RequireSame(output.Pixels(), wanted, hasKey);
+}
+
+}  // namespace hueweave::fuzz
