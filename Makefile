@@ -22,7 +22,7 @@ help:
 	@echo "make lint           run clang-tidy, cppcheck, shellcheck and other static checks"
 	@echo "make docs           build the references of the interface and of the internals"
 	@echo "make packages       build .deb packages and an archive, check them with lintian and test them"
-	@echo "make abi            update tests/abi/libHueweave.abi after an intended change of the interface"
+	@echo "make abi            update the baselines in tests/abi after an intended change of an interface"
 	@echo "make format         format the sources with clang-format"
 	@echo "make clean          remove build/"
 
@@ -75,7 +75,7 @@ accuracy:
 
 format:
 	@scripts/install-packages check
-	@files=$$(scripts/list-files '*.h' '*.c' '*.cpp') && program=$$(scripts/program clang-format) && \
+	@files=$$(scripts/list-files '*.h' '*.hpp' '*.c' '*.cpp') && program=$$(scripts/program clang-format) && \
 		echo "$$files" | xargs "$$program" -i
 
 clean:
@@ -101,8 +101,9 @@ packages:
 # Accepts the current binary interface after an intended change.
 abi:
 	@scripts/install-packages test
-	@$(call build,release) --target Hueweave
+	@$(call build,release) --target Hueweave hueweave_transform
 	@scripts/check-abi --renew build/release/Source/libHueweave.so build/release/Source/libhueweave_core.a
+	@scripts/check-abi --renew build/release/colour/api/libhueweave_transform.so
 
 .PHONY: fuzz many-inputs faults memcheck oss-fuzz
 SECONDS := 60

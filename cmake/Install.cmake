@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
-# Files installed by `cmake --install`. Components: runtime (the library), dev (what is needed to build programs), tools
-# (the command). All paths are relative, so an installed tree can be moved as a whole.
+# Files installed by `cmake --install`. Components: runtime (libHueweave), transform (libhueweave_transform), dev (what is
+# needed to build programs with both), tools (the command). All paths are relative, so an installed tree can be moved as
+# a whole.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -8,8 +9,18 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Hueweave)
 install(TARGETS Hueweave EXPORT HueweaveTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/hueweave.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave
-        COMPONENT dev)
+install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/hueweave.h ${PROJECT_SOURCE_DIR}/include/hueweave/version.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave COMPONENT dev)
+if(TARGET hueweave_transform)
+  install(TARGETS hueweave_transform EXPORT HueweaveTargets
+          LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT transform NAMELINK_COMPONENT dev
+          INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(TARGETS hueweave_transform_static EXPORT HueweaveTargets
+          ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
+          INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/transform.h ${PROJECT_SOURCE_DIR}/include/hueweave/transform.hpp
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave COMPONENT dev)
+endif()
 
 # One manual page, linked under the name of each function.
 file(STRINGS ${PROJECT_SOURCE_DIR}/Source/libHueweave.map exports REGEX "^ +[A-Za-z0-9_]+;")
@@ -48,6 +59,10 @@ foreach(folder LIBDIR INCLUDEDIR)
 endforeach()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/hueweave.pc.in ${PROJECT_BINARY_DIR}/hueweave.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/hueweave.pc DESTINATION ${pkgconfig_dir} COMPONENT dev)
+if(TARGET hueweave_transform)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/hueweave-transform.pc.in ${PROJECT_BINARY_DIR}/hueweave-transform.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/hueweave-transform.pc DESTINATION ${pkgconfig_dir} COMPONENT dev)
+endif()
 
 if(TARGET hueweave)
   install(TARGETS hueweave RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)

@@ -15,6 +15,11 @@ set(CPACK_COMPONENTS_ALL runtime dev)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libhueweave${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libhueweave-dev)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME hueweave)
+set(CPACK_DEBIAN_TRANSFORM_PACKAGE_NAME libhueweave-transform${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_TRANSFORM_PACKAGE_SECTION libs)
+if(TARGET hueweave_transform)
+  list(APPEND CPACK_COMPONENTS_ALL transform)
+endif()
 if(TARGET hueweave)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
@@ -41,15 +46,30 @@ sample, or whole TIFF files.
 .
 ")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}This package holds the shared library.")
-set(CPACK_DEBIAN_DEV_DESCRIPTION "${about}This package holds the header, the manual page, and what pkg-config and
-CMake need to build programs with the library.")
+set(CPACK_DEBIAN_TRANSFORM_DESCRIPTION "Turns RGB pixels of any ICC profile into those of any other one, as exactly as
+Little CMS in floating point: 8 or 16 bits a sample, or floats.
+.
+This package holds the shared library of transforms.")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "${about}This package holds the headers, the manual page, and what pkg-config and
+CMake need to build programs with the library, and the same for the library of
+transforms.")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "${about}This package holds the command-line program.")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libhueweave${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1)")
+if(TARGET hueweave_transform)
+  string(APPEND CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
+         ", ${CPACK_DEBIAN_TRANSFORM_PACKAGE_NAME} (= ${PROJECT_VERSION}-1)")
+  set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS liblcms2-dev) # for the static library
+endif()
 
 # Programs linked to the library need at least this version, and an updated loader cache.
 file(WRITE ${PROJECT_BINARY_DIR}/debian/shlibs
      "libHueweave ${PROJECT_VERSION_MAJOR} libhueweave${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})\n")
 file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
+set(transform_control ${PROJECT_BINARY_DIR}/debian/transform)
+file(WRITE ${transform_control}/shlibs "libhueweave_transform ${PROJECT_VERSION_MAJOR} "
+                                       "${CPACK_DEBIAN_TRANSFORM_PACKAGE_NAME} (>= ${PROJECT_VERSION})\n")
+file(WRITE ${transform_control}/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_TRANSFORM_PACKAGE_CONTROL_EXTRA ${transform_control}/shlibs ${transform_control}/triggers)
 
 # Each package contains the licence and the changelog under its own name.
 foreach(component ${CPACK_COMPONENTS_ALL})

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "colour/base/ProfileError.h"
@@ -23,10 +24,19 @@ namespace {
 constexpr double kMostP999 = 0.1, kMostLargest = 0.33;
 constexpr std::size_t kRun = 256;  ///< pixels per call of Little CMS
 
+float Clamped(float value) { return value > 0.0F ? std::min(value, 1.0F) : 0.0F; }
+
+/// From and to a sample; one in floating point is only clamped.
+template <typename Sample>
+float ValueOf(Sample sample) {
+    if constexpr (std::is_same_v<Sample, float>) return Clamped(sample);
+    return static_cast<float>(sample) / static_cast<float>(static_cast<Sample>(-1));
+}
 template <typename Sample>
 Sample Rounded(float value) {
+    if constexpr (std::is_same_v<Sample, float>) return Clamped(value);
     constexpr auto kTop = static_cast<float>(static_cast<Sample>(-1));
-    return static_cast<Sample>((value > 0.0F ? std::min(value, 1.0F) : 0.0F) * kTop + 0.5F);
+    return static_cast<Sample>(Clamped(value) * kTop + 0.5F);
 }
 
 /// Converts pixels in one way.
@@ -41,7 +51,7 @@ class ByTables : public Conversion {
 public:
     /// Black and white are converted exactly as by `truth`.
     ByTables(Link&& link, const Truth& truth) : tables_(link.source, std::move(link.stages), link.target) {
-        tables_.SetEnds(EndsOf<std::uint8_t>(truth), EndsOf<std::uint16_t>(truth));
+        tables_.SetEnds(EndsOf<std::uint8_t>(truth), EndsOf<std::uint16_t>(truth), FloatEndsOf(truth));
     }
     void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
                  unsigned samples) const override {
@@ -49,7 +59,22 @@ public:
     }
 
 private:
-    static Loop LoopFor(unsigned bits) { return bits == 8 ? AllLoops().back()->bytes : AllLoops().back()->words; }
+    static Loop LoopFor(unsigned bits) {
+        const Loops& loops = *AllLoops().back();
+        return bits == 8 ? loops.bytes : bits == 16 ? loops.words : loops.floats;
+    }
+
+    static FloatEnds FloatEndsOf(const Truth& truth) {
+        const float from[6] = {0, 0, 0, 1, 1, 1};
+        float wanted[6];
+        truth.Convert(from, wanted, 2);
+        FloatEnds ends;
+        for (std::size_t c = 0; c < 3; ++c) {
+            ends.black[c] = Clamped(wanted[c]);
+            ends.white[c] = Clamped(wanted[c + 3]);
+        }
+        return ends;
+    }
 
     template <typename Sample>
     Ends EndsOf(const Truth& truth) const {
@@ -79,15 +104,16 @@ public:
                  unsigned samples) const override {
         if (bits == 8) {
             Convert<std::uint8_t>(source, dest, pixels, samples);
-        } else {
+        } else if (bits == 16) {
             Convert<std::uint16_t>(source, dest, pixels, samples);
+        } else {
+            Convert<float>(source, dest, pixels, samples);
         }
     }
 
 private:
     template <typename Sample>
     void Convert(const unsigned char* source, unsigned char* dest, std::size_t pixels, unsigned samples) const {
-        constexpr auto kTop = static_cast<float>(static_cast<Sample>(-1));
         float from[3 * kRun], to[3 * kRun];
         for (std::size_t done = 0; done < pixels; done += kRun) {
             const std::size_t count = std::min(kRun, pixels - done);
@@ -95,7 +121,7 @@ private:
             for (std::size_t i = 0; i < 3 * count; ++i) {
                 Sample sample;
                 std::memcpy(&sample, source + place(i), sizeof sample);
-                from[i] = static_cast<float>(sample) / kTop;
+                from[i] = ValueOf(sample);
             }
             truth_.Convert(from, to, count);
             for (std::size_t i = 0; i < 3 * count; ++i) {
@@ -108,6 +134,17 @@ private:
     Truth truth_;
     std::shared_ptr<LcmsWork> work_;  ///< owns the transforms of `truth_`
 };
+
+/// A copy clamps samples in floating point, as every other way does.
+void ClampFloats(unsigned char* data, std::size_t pixels, unsigned samples) {
+    for (std::size_t i = 0; i < 3 * pixels; ++i) {
+        unsigned char* const at = data + (i / 3 * samples + i % 3) * sizeof(float);
+        float value;
+        std::memcpy(&value, at, sizeof value);
+        value = Clamped(value);
+        std::memcpy(at, &value, sizeof value);
+    }
+}
 
 /// A conversion at 16 bits, for comparison with the truth.
 class Tried : public RgbConverter {
@@ -142,7 +179,11 @@ struct Transform::Parts {
         if (source != dest && (samples > 3 || conversion == nullptr)) {
             std::memcpy(dest, source, pixels * samples * (bits / 8));
         }
-        if (conversion != nullptr) conversion->Convert(source, dest, bits, pixels, samples);
+        if (conversion != nullptr) {
+            conversion->Convert(source, dest, bits, pixels, samples);
+        } else if (bits == 32) {
+            ClampFloats(dest, pixels, samples);
+        }
     }
 
     void Take(Way taken, std::unique_ptr<const Conversion> made, const Truth& truth, const Poll& poll) {
@@ -197,6 +238,11 @@ void Transform::Convert(const std::uint16_t* source, std::uint16_t* dest, std::s
 
 void Transform::Convert(unsigned char* data, unsigned bits, std::size_t pixels, unsigned samples) const {
     parts_->Convert(data, data, bits, pixels, samples);
+}
+
+void Transform::Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
+                        unsigned samples) const {
+    parts_->Convert(source, dest, bits, pixels, samples);
 }
 
 Way Transform::way() const { return parts_->way; }

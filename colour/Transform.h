@@ -56,6 +56,10 @@ public:
     void Convert(const std::uint16_t* source, std::uint16_t* dest, std::size_t pixels, unsigned samples = 3) const;
     /// Converts in place samples of 8 or 16 bits at any address.
     void Convert(unsigned char* data, unsigned bits, std::size_t pixels, unsigned samples = 3) const;
+    /// The same from one place to another, and for samples of 32 bits: these are in floating point, and nothing is
+    /// rounded. They are clamped to 0 to 1 before and after the conversion, also where it is a copy; NaN is 0.
+    void Convert(const unsigned char* source, unsigned char* dest, unsigned bits, std::size_t pixels,
+                 unsigned samples) const;
 
     Way way() const;
     /// Why no way faster than `Way::PixelByPixel` is used; empty for the other ways.

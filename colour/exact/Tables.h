@@ -20,10 +20,11 @@ public:
     Tables& operator=(const Tables&) = delete;
 
     const Program& program() const { return program_; }
-    /// Sets the samples for black and white at both depths.
-    void SetEnds(const Ends& bytes, const Ends& words) {
+    /// Sets the samples for black and white at each depth.
+    void SetEnds(const Ends& bytes, const Ends& words, const FloatEnds& floats) {
         program_.byteEnds = bytes;
         program_.wordEnds = words;
+        program_.floatEnds = floats;
     }
 
 private:

@@ -32,6 +32,7 @@
 #ifndef HUEWEAVE_HUEWEAVE_H
 #define HUEWEAVE_HUEWEAVE_H
 
+#include <hueweave/version.h>
 #include <stdint.h>
 
 #if defined(__GNUC__)

@@ -32,6 +32,32 @@ int use(void) {
 }
 )";
 
+const char* const kTransforms = R"(#include "hueweave/transform.h"
+int use(void);
+int use(void) {
+    const hw_options options = HW_OPTIONS_INIT;
+    hw_profile source = {0, 0, "a", 0}, target = {0, 0, 0, "srgb"};
+    hw_layout layout = {1, 1, 3, 0, 0};
+    hw_info info = {sizeof(hw_info), 0, 0, "", "", 0, 0, 0, 0};
+    hw_transform* transform;
+    hw_error error;
+    float pixel[3] = {0, 0, 0};
+    size_t size;
+    int32_t status = hw_transform_create(&source, &target, &options, &transform, &error);
+    status += hw_convert(transform, pixel, pixel, 1) + hw_convert_image(transform, pixel, pixel, &layout);
+    status += hw_transform_info(transform, &info) + (hw_transform_profile(transform, &size) == NULL ? 1 : 0);
+    hw_transform_free(transform);
+    status += hw_status_name(status)[0] + hw_status_message(HW_OK)[0] + hw_version()[0] + hw_version_number();
+    status += hw_space_name(hw_space_count())[0] + hw_space_title(0)[0];
+    status += HW_SAMPLES_FLOAT;
+    status += HW_INTENT_ABSOLUTE;
+    return (int)status;
+}
+#if HUEWEAVE_VERSION_NUMBER < 10000
+#error "the version is too low"
+#endif
+)";
+
 class Header : public testing::Test {
 protected:
     /// Compiles `text` with the given compiler and flags; true if it is accepted without a warning.
@@ -48,12 +74,15 @@ protected:
 };
 
 TEST_F(Header, IsValidAloneOrTwiceInEveryStandard) {
-    const std::string twice = "#include \"hueweave/hueweave.h\"\n" + std::string(kProgram);
-    for (const char* standard : {"c99", "c11", "gnu17"}) {
-        EXPECT_TRUE(Compiles(HUEWEAVE_C_COMPILER, std::string("-x c -std=") + standard, twice)) << standard;
-    }
-    for (const char* standard : {"c++11", "c++17", "c++20"}) {
-        EXPECT_TRUE(Compiles(HUEWEAVE_CXX_COMPILER, std::string("-x c++ -std=") + standard, twice)) << standard;
+    const std::string headers = "#include \"hueweave/hueweave.h\"\n#include \"hueweave/transform.h\"\n";
+    for (const std::string program : {kProgram, kTransforms}) {
+        for (const std::string standard : {"c99", "c11", "gnu17"}) {
+            EXPECT_TRUE(Compiles(HUEWEAVE_C_COMPILER, "-x c -std=" + standard, program)) << standard;
+            EXPECT_TRUE(Compiles(HUEWEAVE_C_COMPILER, "-x c -std=" + standard, headers + program)) << standard;
+        }
+        for (const std::string standard : {"c++11", "c++17", "c++20"}) {
+            EXPECT_TRUE(Compiles(HUEWEAVE_CXX_COMPILER, "-x c++ -std=" + standard, headers + program)) << standard;
+        }
     }
 }
 

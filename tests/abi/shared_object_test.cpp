@@ -13,10 +13,10 @@ namespace {
 /// Size of the tables stored inside one engine: the cells' records and three output tables, in 32-bit words.
 constexpr std::uint64_t kTableBytes = 4 * (4096ULL * 6 * 3 * 4 + 3 * 65536ULL);
 
-/// The words of each line that a tool prints about the library.
-std::vector<std::vector<std::string>> LinesOf(const std::string& tool) {
+/// The words of each line that a tool prints about a library.
+std::vector<std::vector<std::string>> LinesOf(const std::string& tool, const std::string& file = HUEWEAVE_LIBRARY) {
     std::vector<std::vector<std::string>> lines;
-    std::istringstream text(OutputOfTool(tool + " '" HUEWEAVE_LIBRARY "'"));
+    std::istringstream text(OutputOfTool(tool + " '" + file + "'"));
     for (std::string line; std::getline(text, line);) {
         std::istringstream words(line);
         lines.emplace_back(std::istream_iterator<std::string>(words), std::istream_iterator<std::string>());
@@ -92,6 +92,25 @@ TEST(SharedObject, HoldsTheThreeEnginesInItsOwnMemory) {
     }
     EXPECT_GE(bss, 3 * kTableBytes);
     EXPECT_LT(bss, 4 * kTableBytes);
+}
+
+TEST(SharedObject, OfTransformsDefinesItsFunctionsInOneVersionAndNothingElse) {
+    std::multiset<std::string> expected{"A HUEWEAVE_TRANSFORM_1.0"};
+    for (const char* function :
+         {"convert", "convert_image", "space_count", "space_name", "space_title", "status_message", "status_name",
+          "transform_create", "transform_free", "transform_info", "transform_profile", "version", "version_number"}) {
+        expected.insert(std::string("T hw_") + function + "@@HUEWEAVE_TRANSFORM_1.0");
+    }
+    std::multiset<std::string> found;
+    for (const auto& line : LinesOf("nm -D --defined-only", HUEWEAVE_TRANSFORM_LIBRARY)) {
+        found.insert(line.at(1) + " " + line.at(2));
+    }
+    EXPECT_EQ(found, expected);
+    bool named = false;
+    for (const auto& line : LinesOf("readelf -d -W", HUEWEAVE_TRANSFORM_LIBRARY)) {
+        named = named || (!line.empty() && line.back() == "[libhueweave_transform.so.1]");
+    }
+    EXPECT_TRUE(named);
 }
 
 }  // namespace

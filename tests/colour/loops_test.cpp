@@ -258,13 +258,13 @@ TEST_F(LoopsTest, AllGiveTheSameBytesForAnyNumbers) {
             for (unsigned i = 0; n >= 8 && i < n % 5; ++i) steps.push_back(Make(kKinds[random.Below(8)]));
             const colour::Program program = ProgramOf(steps, random.Below(2) == 0);
             const unsigned samples = 3 + random.Below(3), pixels = random.Below(70);
-            Bytes source(2 * samples * pixels + 1);
+            Bytes source(4 * samples * pixels + 1);
             for (unsigned char& byte : source) byte = static_cast<unsigned char>(random.Next());
-            const bool wide = random.Below(2) == 0;
+            const std::uint32_t type = random.Below(3);
             const auto by = [&](const colour::Loops& loops, bool inPlace) {
                 Bytes dest = source;
-                (wide ? loops.words : loops.bytes)(program, inPlace ? dest.data() + 1 : source.data() + 1,
-                                                   dest.data() + 1, pixels, samples);
+                const colour::Loop loop = type == 0 ? loops.bytes : type == 1 ? loops.words : loops.floats;
+                loop(program, inPlace ? dest.data() + 1 : source.data() + 1, dest.data() + 1, pixels, samples);
                 return dest;
             };
             const Bytes wanted = by(colour::kBaselineLoops, false);

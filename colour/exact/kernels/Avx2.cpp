@@ -5,6 +5,7 @@
 namespace hueweave::colour {
 
 extern const Loops kAvx2Loops;
-const Loops kAvx2Loops{"avx2", BlockLoop<EightLanes>::Run<std::uint8_t>, BlockLoop<EightLanes>::Run<std::uint16_t>};
+const Loops kAvx2Loops{"avx2", BlockLoop<EightLanes>::Run<std::uint8_t>, BlockLoop<EightLanes>::Run<std::uint16_t>,
+                       BlockLoop<EightLanes>::Run<float>};
 
 }  // namespace hueweave::colour

@@ -8,6 +8,8 @@
 // NaN becomes 0 where it would be an index or a sample.
 #pragma once
 
+#include <type_traits>
+
 #include "colour/exact/kernels/Lanes.h"
 #include "colour/exact/kernels/Program.h"
 
@@ -284,6 +286,19 @@ struct BlockLoop {
         LookUp(table, channel, block);
     }
 
+    /// Interpolates between the values of 16-bit samples.
+    static void LookUpFloats(const float* const* tables, const unsigned char* from, unsigned samples, int count,
+                             Block& block) {
+        for (int i = 0; i < count; ++i, from += samples * sizeof(float)) {
+            for (int c = 0; c < 3; ++c)
+                block.value[c][i] = Read<float>(from + sizeof(float) * static_cast<unsigned>(c));
+        }
+        for (int c = 0; c < 3; ++c) {
+            FindCells(65535.0F, c, block);
+            LookUp(tables[c], c, block);
+        }
+    }
+
     template <typename Sample>
     static void LookUpInputs(const float* const* tables, const unsigned char* from, unsigned samples, int count,
                              Block& block) {
@@ -317,6 +332,26 @@ struct BlockLoop {
         }
     }
 
+    static void SetFloatEnds(const FloatEnds& ends, const unsigned char* from, unsigned samples, int count,
+                             Block& block) {
+        const auto end = [](float sample) { return !(sample > 0.0F) ? -1 : sample >= 1.0F ? 1 : 0; };
+        for (int i = 0; i < count; ++i, from += samples * sizeof(float)) {
+            const int which = end(Read<float>(from));
+            if (which == 0 || end(Read<float>(from + sizeof(float))) != which) continue;
+            if (end(Read<float>(from + 2 * sizeof(float))) != which) continue;
+            for (int c = 0; c < 3; ++c) block.value[c][i] = which < 0 ? ends.black[c] : ends.white[c];
+        }
+    }
+
+    static void WriteFloats(Block& block, unsigned char* to, unsigned samples, int count) {
+        for (float(&values)[kBlock] : block.value) {
+            for (int i = 0; i < kBlock; i += kLanes) Write(&values[i], Clamp(Read<Floats>(&values[i]), 1.0F));
+        }
+        for (int i = 0; i < count; ++i, to += samples * sizeof(float)) {
+            for (int c = 0; c < 3; ++c) Write(to + sizeof(float) * static_cast<unsigned>(c), block.value[c][i]);
+        }
+    }
+
     template <typename Sample>
     static void WriteOutputs(const Block& block, unsigned char* to, unsigned samples, int count) {
         for (int i = 0; i < count; ++i, to += samples * sizeof(Sample)) {
@@ -326,24 +361,37 @@ struct BlockLoop {
         }
     }
 
+    static void Encode(const Program& program, Block& block) {
+        if (program.encoding[0] == nullptr) return;
+        for (int c = 0; c < 3; ++c) Encode(program.encoding[c], c, block);
+    }
+
     template <typename Sample>
     static void Run(const Program& program, const unsigned char* source, unsigned char* dest, std::size_t pixels,
                     unsigned samples) {
+        constexpr bool kFloat = std::is_same_v<Sample, float>, kBytes = sizeof(Sample) == 1;
         const std::size_t pixelBytes = samples * sizeof(Sample);
-        const float* const* tables = program.words;
-        if constexpr (sizeof(Sample) == 1) tables = program.bytes;
-        const Ends& ends = sizeof(Sample) == 1 ? program.byteEnds : program.wordEnds;
+        const Ends& ends = kBytes ? program.byteEnds : program.wordEnds;
         Block block{};
         for (std::size_t done = 0; done < pixels; done += kBlock) {
             const int count = pixels - done < kBlock ? static_cast<int>(pixels - done) : kBlock;
-            LookUpInputs<Sample>(tables, source + done * pixelBytes, samples, count, block);
-            for (const Step& step : program.steps) Take(step, block);
-            if (program.encoding[0] != nullptr) {
-                for (int c = 0; c < 3; ++c) Encode(program.encoding[c], c, block);
+            const unsigned char* const from = source + done * pixelBytes;
+            unsigned char* const to = dest + done * pixelBytes;
+            if constexpr (kFloat) {
+                LookUpFloats(program.words, from, samples, count, block);
+            } else {
+                LookUpInputs<Sample>(kBytes ? program.bytes : program.words, from, samples, count, block);
             }
-            RoundOutputs<Sample>(block);
-            if (ends.used) SetEnds<Sample>(ends, source + done * pixelBytes, samples, count, block);
-            WriteOutputs<Sample>(block, dest + done * pixelBytes, samples, count);
+            for (const Step& step : program.steps) Take(step, block);
+            Encode(program, block);
+            if constexpr (kFloat) {
+                SetFloatEnds(program.floatEnds, from, samples, count, block);
+                WriteFloats(block, to, samples, count);
+            } else {
+                RoundOutputs<Sample>(block);
+                if (ends.used) SetEnds<Sample>(ends, from, samples, count, block);
+                WriteOutputs<Sample>(block, to, samples, count);
+            }
         }
     }
 };

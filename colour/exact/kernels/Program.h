@@ -32,25 +32,34 @@ struct Ends {
     std::int32_t black[3]{}, white[3]{};
 };
 
+/// The same for samples in floating point, 0 to 1, where they are always used.
+struct FloatEnds {
+    float black[3]{0, 0, 0}, white[3]{1, 1, 1};
+};
+
 /// A transform of pixels, as the loops use it.
 struct Program {
     const float* bytes[3];  ///< 256 values for 8-bit samples
-    const float* words[3];  ///< 65536 values for 16-bit samples
+    const float* words[3];  ///< 65536 values for 16-bit samples; between them for samples in floating point
     std::span<const Step> steps;
     const float* encoding[3];  ///< `kEncodingEntries` values from 0 to 1, and one more after them; null for no curve
     Ends byteEnds, wordEnds;   ///< for 8-bit and 16-bit samples
+    FloatEnds floatEnds;
 };
 
 /// Converts interleaved pixels of `samples` samples each, of which the first three are RGB; others are not touched.
-/// Samples are in the processor's byte order, at any address. `dest` is `source` or does not overlap it.
+/// Samples in floating point are 0 to 1: others are clamped first, and NaN is 0. Results are clamped to 0 to 1, too,
+/// and rounded to the nearest sample where samples are integers. Samples are in the processor's byte order, at any
+/// address. `dest` is `source` or does not overlap it.
 using Loop = void (*)(const Program& program, const unsigned char* source, unsigned char* dest, std::size_t pixels,
                       unsigned samples);
 
 /// The loops of one instruction set. All give the same samples.
 struct Loops {
     const char* name;
-    Loop bytes;  ///< 8-bit samples
-    Loop words;  ///< 16-bit samples
+    Loop bytes;   ///< 8-bit samples
+    Loop words;   ///< 16-bit samples
+    Loop floats;  ///< samples in single precision
 };
 
 extern const Loops kBaselineLoops;

@@ -102,6 +102,31 @@ class Engines(unittest.TestCase):
         self.assertGreater(sum(printed["lighter"][:3]), sum(printed["plain"][:3]))
 
 
+TRANSFORMS = ([PROGRAMS / "transform_pixels"], [PROGRAMS / "transform_spans"], [PROGRAMS / "transform_ffi"],
+              ["/usr/bin/python3", str(EXAMPLES / "transform_ctypes.py")])
+
+
+class Transforms(unittest.TestCase):
+    def test_every_language_prints_the_same_and_nothing_else(self):
+        expected = lines(*TRANSFORMS[0], PROFILE)
+        self.assertEqual(len(expected), 4)
+        for line in expected:
+            before, after8, after = ([float(n) for n in part.split()] for part in line.split(" -> "))
+            self.assertNotEqual(before, after8)
+            for narrow, exact in zip(after8, after):
+                self.assertLess(abs(255 * exact - narrow), 0.51)
+        for command in TRANSFORMS:
+            done = run(*command, PROFILE)
+            self.assertEqual((done.stdout.splitlines(), done.stderr, done.returncode), (expected, "", 0), command)
+
+    def test_a_failure_is_one_sentence(self):
+        missing = str(WORK / "missing.icc")
+        sentence = f"{missing}: cannot be read (No such file or directory); check the file and its permissions\n"
+        for command in TRANSFORMS:
+            done = run(*command, missing)
+            self.assertEqual((done.stdout, done.stderr, done.returncode), ("", sentence, 1), command)
+
+
 class Refusals(unittest.TestCase):
     def test_a_profile_that_is_not_there_is_named(self):
         missing, chart = str(WORK / "missing.icc"), FILES / "chart-8.tif"

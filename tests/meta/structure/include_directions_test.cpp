@@ -2,7 +2,7 @@
 // Copyright (c) The Hueweave authors
 //
 // Includes have one direction. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them
-// -> base; the remaining folders include only base. In colour: {library, exact, chart} -> profile -> base, levels may
+// -> base; the remaining folders include only base. In colour: api -> {library, exact, chart} -> profile -> base, levels may
 // be skipped, and nothing of the command. In the command: cli -> batch -> {tiff, png, jpeg} -> picture -> system,
 // levels may be skipped; cli, batch, picture and the folders that write images also include colour, and all folders
 // colour/base. Only colour includes the library's own headers.
@@ -50,7 +50,8 @@ Folders operator+(Folders a, const Folders& b) {
 }
 
 const Folders kColourTop{"colour"}, kColourBase{"colour/base"}, kProfile{"colour/profile"}, kJudge{"colour/judge"},
-    kChart{"colour/chart"}, kThroughEngine{"colour/library"}, kExact{"colour/exact"}, kKernels{"colour/exact/kernels"};
+    kChart{"colour/chart"}, kThroughEngine{"colour/library"}, kExact{"colour/exact"}, kKernels{"colour/exact/kernels"},
+    kApi{"colour/api"}, kHeaders{"hueweave"};
 const Folders kOfProfiles{"base", "color", "iccfile", "units"};  // in the library
 const Folders kOfEngine = kOfProfiles + Folders{"engine"};
 const Tree kColour{"colour",
@@ -62,6 +63,7 @@ const Tree kColour{"colour",
                     {"judge", kColourBase + kProfile + kJudge},
                     {"library", kColourBase + kProfile + kJudge + kThroughEngine + kOfEngine},
                     {"exact", kColourBase + kProfile + kExact + kKernels},
+                    {"api", kColourTop + kColourBase + kProfile + kJudge + kThroughEngine + kApi + kHeaders},
                     {"exact/kernels", kKernels}}};
 
 const Folders kSystemAndBase = kSystem + kColourBase;

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) The Hueweave authors
+// Every failure of the library of transforms, and both sides of each limit.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "colour/Api.h"
+#include "colour/Profiles.h"
+#include "support/TempDir.h"
+
+namespace hueweave::test {
+namespace {
+
+using testing::HasSubstr;
+
+std::string FailureOf(const hw_profile* source, const hw_profile* target, const hw_options* options) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    hw_error error{};
+    int place = 0;
+    auto* transform = reinterpret_cast<hw_transform*>(&place);
+    const std::int32_t status = hw_transform_create(source, target, options, &transform, &error);
+    EXPECT_EQ(hw_transform_create(source, target, options, &transform, nullptr), status);
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(transform, nullptr);
+    EXPECT_EQ(error.status, status);
+    EXPECT_STREQ(error.name, hw_status_name(status));
+    return std::string(error.name) + ": " + error.message;
+}
+
+TEST(TransformApiFailure, OfAProfileIsNamedWithItsReasonAndARemedy) {
+    const TempDir dir;
+    const Bytes text{'t', 'e', 'x', 't'}, scanner = TableProfile({});
+    Bytes grey = scanner;
+    std::copy_n("GRAY", 4, grey.begin() + 16);  // the colour space in the header
+    const std::string missing = dir.File("missing.icc"), folder = dir.Path(), large = dir.File("large.icc");
+    WriteFile(large, text);
+    std::filesystem::resize_file(large, (64U << 20) + 1);
+    const hw_profile good = DataOf(scanner), srgb = SpaceOf("srgb"), none{}, two{text.data(), 4, "path", nullptr};
+    const hw_profile tooLarge{text.data(), (std::size_t{64} << 20) + 1, nullptr, nullptr};
+    const hw_profile files[] = {PathOf(missing), PathOf(folder), PathOf(large)};
+    const hw_profile texts = DataOf(text), greys = DataOf(grey), name = SpaceOf("sgrb"), other = SpaceOf("quite else");
+    const struct {
+        const hw_profile *source, *target;
+        std::string expected;
+    } cases[] = {
+        {nullptr, &srgb, "argument: source: is not given; set one of data, path and space"},
+        {&good, nullptr, "argument: target: is not given; set one of data, path and space"},
+        {&none, &srgb, "argument: source: is not given; set one of data, path and space"},
+        {&good, &two, "argument: target: is given in more than one way; set one of data, path and space"},
+        {&files[0], &srgb,
+         "file: " + missing + ": cannot be read (No such file or directory); check the file and its permissions"},
+        {&good, &files[1],
+         "file: " + folder + ": cannot be read (not a regular file); check the file and its permissions"},
+        {&files[2], &srgb, "profile: " + large + ": is too large for a profile; give an ICC profile"},
+        {&tooLarge, &srgb, "profile: source: is too large for a profile; give an ICC profile"},
+        {&texts, &srgb,
+         "profile: source: is not a readable ICC profile; give the profile of an RGB scanner, camera, screen or "
+         "printer"},
+        {&greys, &srgb,
+         "profile: source: describes GRAY colours, not RGB; give the profile of an RGB scanner, camera, screen or "
+         "printer"},
+        {&good, &texts,
+         "profile: target: is not a readable ICC profile; give the profile of an RGB space, screen or printer"},
+        {&good, &good,
+         "profile: target: has no table from colours to its device; give the profile of an RGB space, screen or "
+         "printer"},
+        {&good, &name, "space: sgrb: is not a colour space (did you mean srgb?); hw_space_name() gives the names"},
+        {&other, &srgb, "space: quite else: is not a colour space; hw_space_name() gives the names"}};
+    for (const auto& c : cases) EXPECT_EQ(FailureOf(c.source, c.target, nullptr), c.expected);
+    hw_error error{};
+    EXPECT_EQ(hw_transform_create(&good, &srgb, nullptr, nullptr, &error), HW_ERROR_ARGUMENT);
+    EXPECT_STREQ(error.message, "transform: is null; give the place for the transform");
+    // A path is cut at its beginning; here in the middle of a character of two bytes.
+    std::string path(1, 'x');
+    for (int i = 0; i < 500; ++i) path += "\xc3\xa4";
+    path += 'b';
+    const hw_profile lost = PathOf(path);
+    EXPECT_EQ(FailureOf(&lost, &srgb, nullptr).find("file: ...\xc3\xa4"), 0U);
+}
+
+TEST(TransformApiFailure, OfAnOptionHasALimitOnBothSides) {
+    const Bytes scanner = TableProfile({}), printer = TableProfile({.target = true});
+    const hw_profile source = DataOf(scanner), space = SpaceOf("srgb"), device = DataOf(printer);
+    const hw_profile p3 = SpaceOf("display-p3"), adobe = SpaceOf("adobe-rgb");
+    static Bytes falling(768);
+    for (std::size_t i = 0; i < falling.size(); ++i) falling[i] = static_cast<unsigned char>(255 - i);
+    constexpr auto kLibrary = HW_PRECISION_LIBRARY;
+    const struct {
+        const hw_profile& target;
+        void (*set)(hw_options&);
+        std::string expected;  ///< empty for none
+    } cases[] = {
+        {space, [](hw_options& o) { o.size -= 1; }, "options: hw_options.size: is too small"},
+        {space, [](hw_options& o) { o.samples = 3; }, "options: hw_options.samples: 3 is out of range"},
+        {space, [](hw_options& o) { o.samples = -1; }, "options: hw_options.samples: -1 is out of range"},
+        {space, [](hw_options& o) { o.intent = 4; }, "options: hw_options.intent: 4 is out of range"},
+        {space, [](hw_options& o) { o.intent = 3; }, ""},
+        {space, [](hw_options& o) { o.black_point = 2; }, "options: hw_options.black_point: 2 is out of range"},
+        {space, [](hw_options& o) { o.precision = 2; }, "options: hw_options.precision: 2 is out of range"},
+        {space, [](hw_options& o) { o.icc_version = 3; }, "options: hw_options.icc_version: 3 is not a version"},
+        {space, [](hw_options& o) { o.icc_version = 4; }, ""},
+        {space, [](hw_options& o) { o.reserved = 1; }, "options: hw_options.reserved: is not 0"},
+        {space, [](hw_options& o) { o.lightness = -100.01; }, "options: hw_options.lightness: is out of range"},
+        {space, [](hw_options& o) { o.lightness = -100; }, ""},
+        {space, [](hw_options& o) { o.chroma = 100.01; }, "options: hw_options.chroma: is out of range"},
+        {space, [](hw_options& o) { o.chroma = 100; }, ""},
+        {space, [](hw_options& o) { o.hue = std::nan(""); },
+         "options: hw_options.hue: is out of range; use -360 to 360"},
+        {space, [](hw_options& o) { o.hue = 360; }, ""},
+        {space, [](hw_options& o) { o.accept_error = 1; }, "options: hw_options.accept_error: is for the library's"},
+        {space, [](hw_options& o) { o.precision = kLibrary, o.accept_error = 100.01; },
+         "options: hw_options.accept_error: is out of range; use 0 to 100"},
+        {space, [](hw_options& o) { o.precision = kLibrary, o.accept_error = 100; }, ""},
+        {space, [](hw_options& o) { o.precision = kLibrary, o.accept_error = 0.001; },
+         "precision: source: is converted wrongly by the library: CIEDE2000 is above"},
+        {space, [](hw_options& o) { o.precision = kLibrary, o.black_point = 1; },
+         "options: hw_options.black_point: does"},
+        {space, [](hw_options& o) { o.precision = kLibrary, o.icc_version = 2; },
+         "options: hw_options.icc_version: does"},
+        {space, [](hw_options& o) { o.precision = kLibrary, o.samples = HW_SAMPLES_FLOAT; },
+         "precision: hw_options.samples: the library's precision has samples of 8 and 16 bits, not in floating "
+         "point; "},
+        {p3, [](hw_options& o) { o.precision = kLibrary; }, "precision: display-p3: is a target that the library's"},
+        {device, [](hw_options& o) { o.precision = kLibrary; }, "precision: target: is a target that the library's"},
+        {adobe, [](hw_options& o) { o.precision = kLibrary, o.curves = falling.data(); },
+         "precision: hw_options.curves: do not go with the target adobe-rgb"},
+        {space, [](hw_options& o) { o.curves = falling.data(); }, "curves: hw_options.curves: no profile can describe"},
+        {device, [](hw_options& o) { o.curves = falling.data(); },
+         "options: hw_options.curves: do not go with a profile"},
+        {device, [](hw_options& o) { o.icc_version = 2; },
+         "options: hw_options.icc_version: does not go with a profile"}};
+    for (const auto& c : cases) {
+        hw_options options = HW_OPTIONS_INIT;
+        c.set(options);
+        if (c.expected.empty()) {
+            EXPECT_NE(MakeHandle(source, c.target, options), nullptr);
+        } else {
+            EXPECT_THAT(FailureOf(&source, &c.target, &options), testing::StartsWith(c.expected));
+        }
+    }
+    // With the library's precision, falling curves are possible; there is no profile of them.
+    hw_options options = HW_OPTIONS_INIT;
+    options.precision = kLibrary, options.accept_error = 100, options.curves = falling.data();
+    std::size_t size = 1;
+    EXPECT_EQ(hw_transform_profile(MakeHandle(source, space, options).get(), &size), nullptr);
+    EXPECT_EQ(size, 0U);
+}
+
+TEST(TransformApiTest, OptionsAndInfoOfALaterVersionAreUnderstoodIfTheirNewFieldsAreZero) {
+    struct {
+        hw_options now = HW_OPTIONS_INIT;
+        double later = 0;
+    } options;
+    struct {
+        hw_info now{};
+        double later = 5;
+    } info;
+    options.now.size = sizeof options, info.now.size = sizeof info;
+    const hw_profile srgb = SpaceOf("sRGB IEC61966-2.1");
+    const TransformHandle transform = MakeHandle(srgb, srgb, options.now);
+    EXPECT_EQ(hw_transform_info(transform.get(), &info.now), HW_OK);
+    EXPECT_EQ(info.later, 0);
+    EXPECT_EQ(info.now.size, sizeof info);
+    info.now.size = sizeof(hw_info) - 1;
+    EXPECT_EQ(hw_transform_info(transform.get(), &info.now), HW_ERROR_OPTIONS);
+    EXPECT_EQ(hw_transform_info(nullptr, &info.now), HW_ERROR_ARGUMENT);
+    EXPECT_EQ(hw_transform_info(transform.get(), nullptr), HW_ERROR_ARGUMENT);
+    options.later = 1;
+    EXPECT_THAT(FailureOf(&srgb, &srgb, &options.now), HasSubstr("hw_options.size: has fields that this version"));
+    EXPECT_EQ(hw_transform_profile(nullptr, nullptr), nullptr);
+    hw_transform_free(nullptr);
+}
+
+TEST(TransformApiFailure, OfALayoutTouchesNothing) {
+    const TransformHandle transform = MakeHandle(SpaceOf("srgb"), SpaceOf("srgb-linear"));
+    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max(), kHalf = kMost / 2;
+    constexpr auto kLeast = std::numeric_limits<std::ptrdiff_t>::min();
+    Bytes memory(200, 100);
+    const Bytes before = memory;
+    const struct {
+        std::size_t source, dest;
+        hw_layout layout;
+        std::int32_t expected;
+    } cases[] = {{0, 100, {2, 3, 2, 0, 0}, HW_ERROR_LAYOUT},
+                 {0, 100, {0, 3, 65536, 0, 0}, HW_ERROR_LAYOUT},
+                 {0, 100, {0, 3, 65535, 0, 0}, HW_OK},
+                 {0, 100, {2, 3, 3, 5, 0}, HW_ERROR_LAYOUT},
+                 {0, 100, {2, 3, 3, 0, -5}, HW_ERROR_LAYOUT},
+                 {0, 100, {kHalf / 3 + 1, 1, 3, 0, 0}, HW_ERROR_LAYOUT},
+                 {0, 100, {1, kHalf / 3 + 1, 3, 0, 0}, HW_ERROR_LAYOUT},
+                 {0, 100, {1, kMost, 3, 0, 0}, HW_ERROR_LAYOUT},
+                 {0, 100, {1, 2, 3, kLeast, 0}, HW_ERROR_LAYOUT},
+                 {0, 1, {2, 3, 3, 0, 0}, HW_ERROR_OVERLAP},
+                 {17, 0, {2, 3, 3, 0, 0}, HW_ERROR_OVERLAP},
+                 {0, 0, {2, 3, 3, 6, 7}, HW_ERROR_OVERLAP},
+                 {0, 5, {2, 3, 3, 12, 12}, HW_ERROR_OVERLAP},
+                 {0, 7, {2, 3, 3, 12, 12}, HW_ERROR_OVERLAP},
+                 {0, 37, {2, 3, 3, 12, -12}, HW_ERROR_OVERLAP}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(hw_convert_image(transform.get(), &memory[c.source], &memory[c.dest], &c.layout), c.expected)
+            << (&c - cases);
+    }
+    const hw_layout layout{2, 3, 3, 0, 0};
+    EXPECT_EQ(hw_convert_image(nullptr, memory.data(), memory.data(), &layout), HW_ERROR_ARGUMENT);
+    EXPECT_EQ(hw_convert_image(transform.get(), nullptr, memory.data(), &layout), HW_ERROR_ARGUMENT);
+    EXPECT_EQ(hw_convert_image(transform.get(), memory.data(), nullptr, &layout), HW_ERROR_ARGUMENT);
+    EXPECT_EQ(hw_convert_image(transform.get(), memory.data(), memory.data(), nullptr), HW_ERROR_ARGUMENT);
+    EXPECT_EQ(hw_convert(transform.get(), memory.data(), memory.data(), kHalf / 3 + 1), HW_ERROR_LAYOUT);
+    EXPECT_EQ(hw_convert(transform.get(), nullptr, nullptr, 0), HW_OK);
+    EXPECT_EQ(memory, before);
+    EXPECT_EQ(hw_convert(transform.get(), &memory[18], &memory[0], 6), HW_OK) << "side by side";
+}
+
+}  // namespace
+}  // namespace hueweave::test
