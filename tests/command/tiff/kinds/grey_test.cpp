@@ -100,7 +100,7 @@ TEST_F(GreyTest, EachPageUsesTheProfileForItsColours) {
     EXPECT_EQ(ReadPictures(out_)[1], ReadPictures(in_)[1]);
     ASSERT_THAT(ConvertGrey(), Succeeds());
     EXPECT_NE(ReadPictures(out_)[1], ReadPictures(in_)[1]);
-    ASSERT_THAT(ConvertFileOf(folder_ / "rgb", folder_ / "wanted"), Succeeds());
+    ASSERT_THAT(ConvertFileOf(folder_ / "rgb", folder_ / "wanted.tif"), Succeeds());
     EXPECT_EQ(ReadPictures(out_)[0], ReadPictures(folder_ / "wanted")[0]);
 }
 
