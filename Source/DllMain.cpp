@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The two lines that the library prints when it is loaded and unloaded.
 #include <cstdio>
 

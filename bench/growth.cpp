@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // bench_growth [LARGEST]: measures time and memory as functions of the number of pixels per call (1 to LARGEST, by
 // default 10^9) and of the grid points of the profile. Prints JSON, one row per measurement; times are the shortest of
 // several.

@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """Measures time and memory as functions of the pixels per call and per file and of the grid points of a profile.
 
 growth.py BINARIES OUT.json: runs bench_growth, then converts files of 1 to 10^8 pixels in memory-backed storage.

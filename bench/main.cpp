@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // All benchmarks in one program, so that one run can interleave them: only their ratios are meaningful.
 #include <benchmark/benchmark.h>
 #include <lcms2.h>

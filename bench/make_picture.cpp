@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // make_picture FOLDER WIDTH HEIGHT: creates the input of the program comparison: scanner.icc, and photo-8.tif and
 // photo-16.tif with one strip each.
 #include <cstdio>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The pixel loop: every kernel supported by this machine, Little CMS and memcpy on the same pixels. From one buffer to
 // another, one thread; items are pixels.
 #include <benchmark/benchmark.h>

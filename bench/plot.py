@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """plot.py growth.json docs/growth.svg: draws the results of growth.py, without other packages."""
 
 import json

@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """Runs whole programs on the same TIFF files in memory-backed storage, on one processor each.
 
 programs.py BINARIES OUT.json: converts a 100-megapixel photo from a scanner's profile to sRGB with this library, the

@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """Writes the ratios from one run of the benchmarks as a table and as JSON.
 
 report.py --benches bench.json --programs programs.json [--json OUT.json] [--into docs/benchmarks.md]

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Building the tables: each operation of an engine, and cmsCreateTransform for the same profile. Builds alternate
 // between two output spaces, so that no result can be reused.
 #include <benchmark/benchmark.h>

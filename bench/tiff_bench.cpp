@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Reading and writing a twelve-megapixel TIFF file in memory-backed storage, and the whole conversion. For comparison,
 // the C library transfers the same bytes, which is the minimum cost.
 #include <benchmark/benchmark.h>

@@ -1,5 +1,4 @@
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """Runs a program on one processor and measures its time."""
 
 import os

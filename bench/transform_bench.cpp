@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The exact transform, as the command uses it by default, and Little CMS with its default optimisation, for the same
 // profiles at the same depth: perceptual, one thread, from one buffer to another. Items are pixels, or transforms made.
 #include <benchmark/benchmark.h>

@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """Writes the ratios of the exact transform, from one run of the benchmarks, as tables.
 
 transform_report.py --benches bench.json [--programs programs.json] [--into docs/benchmarks.md]

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Colours of a grey or CMYK device, or of CIELAB, in the space of an RGB or grey profile, by Little CMS in floating
 // point.
 #pragma once

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Converts colours from any RGB profile to any other RGB profile, as exactly as Little CMS in floating point and
 // several times as fast.
 #pragma once

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // convert_chart FOLDER: converts the chart in that folder to sRGB with the exported functions of the library, and
 // prints the colour change of each patch.
 #include <hueweave/hueweave.h>

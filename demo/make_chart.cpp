@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // make_chart FOLDER: writes the input of the demo: a scanner profile, and a chart as scanned by that scanner, with 8
 // and 16 bits per sample and the embedded profile.
 #include <cmath>

@@ -1,4 +1,2 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Empty: its target compiles the headers that all suites share.

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #pragma once
 
 #include <cstdint>

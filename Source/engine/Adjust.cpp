@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The caller's adjustments: offsets for lightness, chroma and hue, and curves for the output stage.
 #include <array>
 

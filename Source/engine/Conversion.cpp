@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "engine/CIccEngineS.h"
 #include "engine/kernels/Kernels.h"
 

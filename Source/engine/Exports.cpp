@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The exports of the library: sixteen functions for three engines. No exception leaves them, and callers see only the
 // engine's output space.
 #include <cstdint>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Converts a TIFF file with an engine: the only place that combines colour and image files.
 #include <algorithm>
 #include <bit>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Binds a profile: reads it, selects its table and builds the stages.
 #include <utility>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The three stages of an engine, built from the units.
 #include <algorithm>
 #include <iterator>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "iccfile/IccFile4.h"
 
 #include <algorithm>

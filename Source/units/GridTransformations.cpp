@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Transforms the grid of a profile into the grid of an engine: LCh offsets, and the conversion from Lab to RGB.
 #include "base/Numeric.h"
 #include "color/CLCH.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // In all units, a curve is a list of points given by a profile or a caller and interpolated linearly. The tone is what
 // an output space applies to linear light. A table contains the values of a curve or a tone at all 65,536 positions.
 //

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The final forms of the output tables: tones, and the width of the samples.
 #include "units/OutputSpaces.h"
 #include "units/OutputTable33.h"

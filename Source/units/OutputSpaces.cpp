@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The output spaces: their tones, and a row for each space.
 #include "units/OutputSpaces.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>

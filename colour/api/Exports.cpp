@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The exported functions. No exception leaves them.
 #include <algorithm>
 #include <cstring>

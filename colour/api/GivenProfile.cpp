@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "colour/api/GivenProfile.h"
 
 #include <fcntl.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The stages from which a transform is composed, as data. Values of all stages are nominally 0 to 1.
 #pragma once
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "colour/library/EngineProfile.h"
 
 #include "colour/library/Bake.h"

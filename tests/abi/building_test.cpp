@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The calls that build tables: each returns the output space of its engine, not the result of the build.
 #include "abi/CheckedEngines.h"
 

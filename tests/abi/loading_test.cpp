@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The output of loading and unloading, and the destruction of the engines when the library is unloaded. The operators
 // new and delete of this program replace those of the C++ library and record the sizes of the freed blocks.
 #include <malloc.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The files that a call opens: those passed to it and no others. The functions fopen and open of this program replace
 // those of the C library and record what they are asked to open.
 #include <fcntl.h>

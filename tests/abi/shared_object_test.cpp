@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // What the library exports, what it needs from its environment, and what it keeps internal.
 #include <set>
 #include <sstream>

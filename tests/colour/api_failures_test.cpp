@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Every failure of the library of transforms, and both sides of each limit.
 #include <gmock/gmock.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The shared library of transforms: equality with the command and with colour::Transform, and every failure.
 #include <gmock/gmock.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Transforms of the shared library with several threads; ThreadSanitizer runs it, too.
 #include <thread>
 

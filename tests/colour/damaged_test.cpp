@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Data that are not an RGB profile, and damaged profiles.
 #include <gmock/gmock.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The loops over pixels: each kind of step compared with the same step in doubles, and all loops with each other.
 #include <gmock/gmock.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Pixel layouts: extra samples, in place or not, runs of every length, any alignment, several threads.
 #include <gmock/gmock.h>
 

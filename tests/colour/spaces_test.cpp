@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Spaces by name, their profiles, and lists of stages.
 #include "colour/profile/Spaces.h"
 

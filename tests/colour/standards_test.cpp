@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Spaces compared with their standards: chromaticities and curves, computed here in doubles.
 #include <gmock/gmock.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Every kind of profile compared with Little CMS in doubles: the kind of conversion, its error, and what is reported
 // about it.
 #include <gmock/gmock.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Files made by other programs, converted through the shared library: TIFF files by ImageMagick and libtiff, and a
 // profile by ArgyllCMS. ImageMagick and tiffinfo read the results, Little CMS provides the reference colours.
 #include <gmock/gmock.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Profiles written by other programs: those in Debian packages, and those that Little CMS saves. Little CMS reads the
 // expected contents.
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 
 // Whole files through the engine's own reader and writer, compared byte for byte with the plain reference: the written
 // file and the printed output. The reference takes its pixels from a second engine, which converts them in memory.

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Every output space and intent, and random sequences of calls, from the profile to the pixels.
 #include <algorithm>
 #include <functional>

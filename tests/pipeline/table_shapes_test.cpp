@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Tables of every shape, as "mft2" and as "mAB " blocks, from the profile to the pixels.
 #include "pipeline/EnginePair.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The output side of the reference units: expansion of curves, and the tone curves.
 #include <algorithm>
 #include <cmath>

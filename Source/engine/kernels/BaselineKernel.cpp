@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Kernel for the vector instructions that every processor of the architecture has: SSE2 or NEON.
 #include "engine/kernels/BlockKernel.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The pixel loop in blocks. For a single pixel, the stages are a chain of dependent look-ups with an unpredictable
 // branch in the middle. Here each stage processes a whole block before the next one starts: the latencies of many
 // pixels overlap, and comparisons become arithmetic. Prefetching the records of the grid, gather instructions and other

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "engine/kernels/Kernels.h"
 
 namespace ICC40::ICC_ENG_S4 {

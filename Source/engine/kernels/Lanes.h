@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Vectors of 32-bit integers in the compilers' portable notation, for all instruction sets.
 #pragma once
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The pixel loop that defines the results: only look-ups, integer multiplications and shifts.
 #include "engine/kernels/Kernels.h"
 #include "engine/kernels/Samples.h"

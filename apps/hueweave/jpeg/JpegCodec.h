@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // libjpeg decodes the image to RGB, and encodes it as it was encoded: with its quantisation tables, sampling factors,
 // colours, restart interval and coding.
 #pragma once

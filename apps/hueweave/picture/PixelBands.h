@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Images that are decoded and encoded from top to bottom.
 #pragma once
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // libpng decodes and encodes the image data only. It gets the chunks IHDR, IDAT and IEND, and sees no other.
 #pragma once
 

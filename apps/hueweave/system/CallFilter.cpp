@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Restricts system calls with seccomp, by a list of calls that are refused.
 //
 // A list of allowed calls would be stricter, but would end a run whenever another version of the C library, an

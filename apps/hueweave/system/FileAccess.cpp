@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "system/FileAccess.h"
 
 #include <fcntl.h>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Always include the JSON library through this header. If memory runs out while it creates a value, an assertion in the
 // value's destructor fails; the command then ends as it does without memory, and not by a signal.
 #pragma once

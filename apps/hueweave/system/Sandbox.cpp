@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Restricts file access with Landlock.
 #include "system/Sandbox.h"
 

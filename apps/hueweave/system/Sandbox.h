@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Limits what a decoder compromised by a hostile file can do to what the command line requests.
 #pragma once
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "system/Sha256.h"
 
 #include <nettle/base16.h>

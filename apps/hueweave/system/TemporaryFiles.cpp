@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "system/TemporaryFiles.h"
 
 #include <fcntl.h>

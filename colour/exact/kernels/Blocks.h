@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The pixel loops: a block of pixels goes through one step after the other. For a single pixel, the steps are a chain
 // of dependent look-ups; in a block, the latencies of many pixels overlap. Compiled once for each instruction set. Only
 // operations that IEEE 754 defines to the last bit are used, and no fused ones, so that all give the same samples.

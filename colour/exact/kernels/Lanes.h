@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Vectors in the compilers' portable notation. A comparison gives -1 or 0 in each lane, and `?:` chooses by lane.
 #pragma once
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Batches of files: folders, lists, shards, damaged files among valid ones, and the messages about them.
 #include <algorithm>
 #include <filesystem>

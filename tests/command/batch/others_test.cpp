@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Pages and files that are not RGB, and files that embed another profile than the one given.
 #include <gtest/gtest.h>
 

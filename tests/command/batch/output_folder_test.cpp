@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Whether a target is a file or a folder: by what is there, by "/", and by the name of a picture.
 #include "command/support/Batch.h"
 

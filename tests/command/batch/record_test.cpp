@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Runs that resume earlier ones; the record that they use, also one prepared by somebody else; the fingerprint of a
 // conversion in it; and endless lists of names and curves.
 #include <sys/stat.h>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // "hueweave watch" as a process, observed through its output folder and its messages; and when a file is complete.
 #include <fcntl.h>
 #include <sys/wait.h>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The profile that replaces one that the engine does not accept.
 #include <algorithm>
 

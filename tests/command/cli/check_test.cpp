@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The differences between a chart's converted colours and their reference.
 #include <lcms2.h>
 

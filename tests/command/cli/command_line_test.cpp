@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Arguments of the command line and the options that they set.
 #include "cli/CommandLine.h"
 #include "cli/ConvertCommand.h"

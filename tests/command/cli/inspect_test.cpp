@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The output of inspect for incomplete files and for the parts of a table.
 #include "command/support/DeviceProfiles.h"
 #include "command/support/ProfileTest.h"

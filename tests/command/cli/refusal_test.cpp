@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Files that cannot be converted are refused in one line with a remedy, and nothing is written.
 #include "command/support/FileTest.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The colour differences between a profile and the engine's conversion by it.
 #include <algorithm>
 #include <numeric>

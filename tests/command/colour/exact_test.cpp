@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The exact precision, compared with Little CMS in floating point.
 #include "command/support/DeviceProfiles.h"
 #include "command/support/ExifTool.h"

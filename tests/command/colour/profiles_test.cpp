@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Which profiles are accepted, which of several converts a page, and what is passed to the engine with it.
 #include "command/support/DeviceProfiles.h"
 #include "command/support/Picture.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Output encodings: their pixels, the profiles that describe them, and the memory for building these.
 #include <lcms2.h>
 #include <malloc.h>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // JPEG files made by ImageMagick and libjpeg: the image is that which libjpeg makes of the converted pixels with the
 // same settings, and everything else is as it was.
 #include <cstdio>

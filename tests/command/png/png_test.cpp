@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // PNG files made by ImageMagick: the pixels are those of the engine, and everything else is as it was.
 #include <zlib.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "command/support/DeviceProfiles.h"
 
 #include "support/ProfileBuilder.h"

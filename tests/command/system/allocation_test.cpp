@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Allocations fail in turn, either one of them or all from one on. The output is complete or absent, and nothing
 // crashes.
 #include <algorithm>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Every system call fails in turn. Whichever it is, the old file stays or the new one is complete.
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // A file of another format is named by its first bytes, whatever its name is.
 #include "system/FileKind.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Memory stays within its limit whatever the image layout, the compression ratio and the number of threads.
 #include <filesystem>
 

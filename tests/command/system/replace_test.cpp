@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Replaced files: files that appear under the same name during a run, owners and modes, kills, and failing folders.
 #include <sys/stat.h>
 #include <unistd.h>

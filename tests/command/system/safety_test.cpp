@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The old file or the new one, complete: inputs that are outputs too, full disks, signals, and unusual files.
 #include <sys/stat.h>
 

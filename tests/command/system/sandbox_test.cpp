@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The sandbox: each of its two parts alone, in a child process, and in the command, where attempts to leave it are
 // stopped and everything that the command line asks for works. escape.c makes the attempts.
 #include <asm/unistd.h>

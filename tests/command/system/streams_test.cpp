@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Standard streams that are closed, full or not read: the files are the same, and the exit status reports the error.
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Hashes, text for a terminal, signals and threads.
 #include <unistd.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Files that announce far more than they hold cost little: every command that reads images refuses them in one line, or
 // converts them, within seconds and 256 MiB.
 #include <functional>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Every kind of TIFF file keeps its kind: its pixels are converted by the engine, everything else is unchanged.
 #include "command/support/FileTest.h"
 #include "command/support/Picture.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // The limits on the cost of a file, each tested from both sides. The largest accepted file stays within time and
 // memory.
 #include <unistd.h>

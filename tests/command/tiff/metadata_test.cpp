@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Data besides the pixels: metadata, further pages, masks, SubIFDs, private tags.
 #include <tiffio.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Directories that point to invalid places, into each other or out of the file, pages without a size, and profiles
 // beyond a limit: refused when the structure is read, before any other code uses it.
 #include <functional>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Rewritten tags, and tags that determine where the pixels are, must have a valid type and count, or the file is
 // refused; an unusual but unambiguous file is converted into one that libtiff reads as well.
 #include <filesystem>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Mutations of tag blocks without a file around them.
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Common parts of all fuzz targets: numbers from the bytes of the input, files in memory, and a measurement of the
 // heap.
 #pragma once

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Measures the heap: with AddressSanitizer through its hooks, so that its own checks of new and delete remain;
 // otherwise through replaced operators.
 #include <malloc.h>

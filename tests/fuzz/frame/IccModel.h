@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A profile as read by the reference implementation, and its comparison with the library's.
 #pragma once
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Mutations that know the formats: a mutator changes a block in place.
 #pragma once
 

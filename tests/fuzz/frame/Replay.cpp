@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Runs a fuzz target without a fuzzing engine: on every file of the given folders and files, sorted by name, and with
 // --inputs=N also on mutated forms of them, N inputs in all or a few more. Fails if there was no file. The mutations
 // are the same every time. An input that ends the process, or takes longer than 20 seconds, is saved in the file given

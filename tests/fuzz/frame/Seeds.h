@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Seeds of a search, generated at every build: each reaches different code.
 #pragma once
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "Seeds.h"
 #include "support/MiniProfile.h"
 #include "support/ProfileBuilder.h"

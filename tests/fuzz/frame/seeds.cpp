@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Writes the seeds of every target into a folder, in one subfolder per target. Fails if there are fewer than expected.
 #include <cstdio>
 #include <cstdlib>

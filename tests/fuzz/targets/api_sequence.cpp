@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The sixteen exports in any order on three engines. Every result must follow from the previous ones, no engine may
 // affect another's conversions, and nothing outside the pixels of a run is changed.
 #include <algorithm>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as a chart's text, or as the texts of a reference and a scan: each is refused with a reason, or gives
 // patches within their range; a table that is written again is read as the same one.
 #include <algorithm>

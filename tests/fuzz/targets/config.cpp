@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any text as a settings file: every row that is read can be looked up, with at most 128 bytes of its value, and
 // looking up changes nothing. The unit tests compare the rows with the text.
 #include <algorithm>

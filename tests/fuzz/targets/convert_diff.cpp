@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The pixel loops of every instruction set compared with the reference pipeline, with tables that no profile may ever
 // give: any fractions, including ties, any nodes, any alignment, any distance between source and destination.
 #include <algorithm>

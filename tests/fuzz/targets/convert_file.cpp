@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A whole file through a valid engine: the bytes written, the lines printed and the source compared with the reference
 // implementation; also with one file as source and destination.
 #include "Files.h"

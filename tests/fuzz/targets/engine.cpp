@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // An engine bound to any profile, from a file and from memory: results and state follow from its tables, every sequence
 // of calls gives the same tables, pixels equal those of the reference pipeline, and the heap stays within a limit that
 // depends on the size of the file.

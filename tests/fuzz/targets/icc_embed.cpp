@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A profile embedded in a TIFF file, saved, found again, extracted and removed.
 #include <algorithm>
 

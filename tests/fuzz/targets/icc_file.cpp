@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A profile read from a file and from memory, compared with the reference reader, and saved: byte for byte the file
 // expected by the reference, and unchanged by a second round.
 #include "IccModel.h"

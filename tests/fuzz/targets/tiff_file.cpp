@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A TIFF file read through each of the three entry points, compared with the reference reader, and saved three times
 // over: each generation is byte for byte the reference's output for the one before.
 #include "Mutation.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Bytes of an image by their coordinates: every read and write compared with a flat copy of the image and plain
 // arithmetic. The buffers of rows and blocks have exactly the size that may be copied.
 #include <algorithm>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as one or both profiles of a transform: they are refused as a profile, or the transform is as exact as it
 // promises and converts every run of pixels like its single pixels.
 #include <algorithm>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "hostile/alloc/Heap.h"
 
 #include <malloc.h>

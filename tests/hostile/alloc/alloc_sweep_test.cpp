@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Allocation number k fails, for k = 1, 2, ... until the call succeeds: every call must leave a defined state, and a
 // valid call afterwards must give its usual result.
 #include <functional>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Limits on the heap use of every call, whatever the file.
 #include <functional>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A new image of more than 4 GiB, on a machine with enough memory and on one without.
 #include <filesystem>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Pixel buffers that end or begin at an inaccessible page: an access of one byte too far is a fault.
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The library's use of process resources: descriptors, memory, stack, and loading and unloading.
 #include <dlfcn.h>
 #include <malloc.h>

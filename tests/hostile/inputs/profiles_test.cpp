@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Broken containers, each with the engine's result, and paths that lead to no file. The suites unit_iccfile,
 // unit_engine and pipeline cover broken tables.
 #include <sys/socket.h>

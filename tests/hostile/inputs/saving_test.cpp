@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Destinations that cannot be written, and sources that must not be lost.
 #include <fcntl.h>
 #include <poll.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Sample profiles truncated at every byte, and with every bit of the tag table and of table headers flipped; and field
 // values that would cause a bad division.
 #include <algorithm>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Sample files truncated at every byte, and with every bit of the header and directory flipped; and images whose size
 // does not match their bytes. The suite unit_tiff covers the effect of each broken field.
 #include "hostile/TiffRun.h"

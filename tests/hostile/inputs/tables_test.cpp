@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Tables of extreme and random values: whatever they hold, no pixel causes a lookup outside them.
 #include <algorithm>
 #include <array>

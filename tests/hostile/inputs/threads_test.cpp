@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Three engines at once, and two threads that convert with one engine. A build with ThreadSanitizer detects shared
 // data; every build checks the results.
 #include <functional>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "hostile/io/Faults.h"
 
 #include <sys/stat.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The k-th call of each file function fails, for k = 1, 2, ... until all calls have failed once.
 #include <algorithm>
 #include <filesystem>

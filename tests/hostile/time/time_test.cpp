@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // No file of 1 MiB takes much longer than a valid one: a profile at most eight times as long as one of that size, an
 // image at most three times as long as one of 10 MiB, the most that a file of 1 MiB can announce. Both are measured
 // together, in processor time.

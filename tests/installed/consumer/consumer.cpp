@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // consumer PROFILE: an independent C++ program, in the oldest C++ standard that the header supports. Converts the same
 // pixels as consumer.c and prints them in the same form.
 #include <hueweave/hueweave.h>

@@ -1,5 +1,4 @@
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """check.py PROGRAMS FILES WORK: runs the examples and looks at what they say.
 
 What one example prints is held against what another reaches on another way: C against Python, a file against a buffer,

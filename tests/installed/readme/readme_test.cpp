@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Compiles the example in the README unchanged and runs it.
 #include <gtest/gtest.h>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Reference colours of a device in another space by Little CMS alone: in doubles, without its optimisations and its
 // cache. Shares no code with colour/, which it is used to judge.
 #pragma once

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // judge_colours exact|library INTENT auto|compensated TARGET SOURCE...: the differences between each source profile's
 // colours in the target and those of Little CMS in doubles. INTENT is the ICC number, TARGET an output space or a
 // profile. Prints one line per source with tab-separated fields; `run` builds tables from them.

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif OUT.tif: the mean and the largest CIEDE2000 between the pixels of
 // OUT.tif, which some program converted from IN.tif with the perceptual intent, and the results of Little CMS in
 // doubles.

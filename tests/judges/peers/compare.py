@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """Runs hueweave and four other converters on the same files and writes tables of the results.
 
     compare.py HUEWEAVE JUDGE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large]

@@ -1,6 +1,5 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-# Copyright (c) The Hueweave authors
 """cover.py KILLS...: from the lists that `run.py --every` wrote, says which tests are enough to notice every mutant.
 
 Prints a line a test: how many mutants it notices, how many of them no other test notices, and whether it belongs to a

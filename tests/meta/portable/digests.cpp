@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Prints a digest of every table that an engine builds and of every file that it writes, one per line. Two builds of
 // the library agree bit for bit if this program prints the same for both. It links only the core, so that it runs under
 // an emulator; its profiles are computed in integers only.

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Includes have one direction. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them
 // -> base; the remaining folders include only base. In colour: api -> {library, exact, chart} -> profile -> base, levels
 // may be skipped, and nothing of the command. In the command: cli -> batch -> {tiff, png, jpeg} -> picture -> system,

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Every row of docs/kept-behaviour.md names a test, and every test named there exists.
 #include <gtest/gtest.h>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Bytes of a file in memory and of a stream, read in order and at any offset.
 #include "base/ByteSource.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The conversions between linear RGB and Lab: sweeps in every RGB space, the segments of the Lab curves on both sides
 // of each threshold, and the fields that each conversion changes.
 #include <gtest/gtest.h>

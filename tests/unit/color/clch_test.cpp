@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A colour in its three forms: how it is set, shifted, copied and assigned, and when its white and its matrices take
 // effect.
 #include <gtest/gtest.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The colour's memory layout, as the compiler sees it; the stored matrices digit by digit, and the choice between them.
 #include <gtest/gtest.h>
 

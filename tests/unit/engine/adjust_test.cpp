@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The caller's adjustments: offsets in lightness, chroma and hue, and curves for the output stage.
 #include <climits>
 #include <cmath>

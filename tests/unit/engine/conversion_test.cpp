@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Runs of pixels in memory: how a pixel is converted, and which buffers are read and written.
 #include <climits>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // An engine's state: its initial state, what a reset keeps, what SetIntent and the operations that build all stages
 // make of a bound profile, and the fields of the job that the engine never uses.
 #include <climits>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Whole TIFF files through an engine: what is converted and saved, what is printed, and when.
 #include <climits>
 #include <filesystem>

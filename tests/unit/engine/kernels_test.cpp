@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Every pixel loop that this processor can run, compared with the one that converts pixel by pixel, and the indices
 // that they use in the output tables.
 #include "engine/kernels/Kernels.h"

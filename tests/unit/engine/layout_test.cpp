@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The engine's shape: its operations, of which the destructor alone is virtual, the types and order of its fields, and
 // what a constructor leaves uninitialised.
 #include <cstddef>

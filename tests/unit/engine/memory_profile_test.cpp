@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A profile in memory is bound like a file of the same bytes: the same result, state, tags and tables.
 #include "unit/engine/EngineFixture.h"
 

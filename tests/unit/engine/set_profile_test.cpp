@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Binding a profile by its path: when the file is read, what is refused, and the state after a call.
 #include <sys/inotify.h>
 #include <unistd.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The three building stages: what each makes of a table and an output space, and what it leaves unchanged.
 #include <climits>
 

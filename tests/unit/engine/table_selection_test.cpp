@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // What an engine uses of a profile: the table that the intent selects, if it is usable, and the white point.
 #include <climits>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Profiles that declare more than their file holds, on both sides of every limit.
 #include "unit/iccfile/Blocks.h"
 

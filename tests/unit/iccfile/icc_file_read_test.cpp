@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Reading a profile: the tag table, the blocks, the list of tags and the class of each, and look-ups by name.
 #include <typeindex>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Writing a profile: what is kept, what is recomputed and what is lost.
 #include "unit/iccfile/Blocks.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The layout of container and tags: the order and width of fields, virtual operations in their slots, and the class
 // hierarchy.
 #include <type_traits>

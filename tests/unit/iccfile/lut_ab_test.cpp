@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Tags of the types "mAB " and "mBA ": offsets, curves and grid, and the step from curve to curve.
 #include "unit/iccfile/Blocks.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The table to which an "mAB " or "mBA " tag is converted: its channels, its sizes, and what cannot be converted.
 #include "unit/iccfile/Blocks.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Tables of 16-bit entries, and those of bytes, which are read in the same layout: the position of each part in the
 // block, and which tables are usable.
 #include "unit/iccfile/Blocks.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The 128 bytes at the start of a profile, read and written.
 #include "unit/iccfile/Blocks.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The tags that hold one text, fixed-point values, or one curve.
 #include "unit/iccfile/Blocks.h"
 

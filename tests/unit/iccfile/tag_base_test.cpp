@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The common part of all tags, and the reader that keeps every decoder within its block.
 #include "unit/iccfile/Blocks.h"
 

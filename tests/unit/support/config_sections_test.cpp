@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The text of a settings file: sections, rows, comments, and the output for a row that is lost.
 #include "unit/support/ConfigHelpers.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // A settings file as an object: which files are read, the effect of a second read, the look-ups and the setters.
 #include <sys/stat.h>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The layout of streams and settings: the order of fields, and virtual operations in their slots.
 #include <type_traits>
 

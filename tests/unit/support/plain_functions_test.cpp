@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The ten functions beside the settings reader.
 #include <functional>
 #include <iostream>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Data that a caller gives an image: its buffer, which is the data of tag 273, and its profile, the data of tag 34675.
 #include "unit/tiff/TiffFixture.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // An image and its geometry: read from a file, newly made, and with a caller's buffer.
 #include <iostream>
 #include <stdexcept>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The classes' shape: the class hierarchy, the order of virtual operations and fields, and the forms of construction.
 #include <cstring>
 #include <type_traits>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Addresses of pixels, and copies of rows and blocks.
 #include "unit/tiff/TiffFixture.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The four ways to read the image of a file: one chunky strip, several strips, bit planes, and planes that are packed
 // into pixels.
 #include "unit/tiff/TiffFixture.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Several strips that are joined in one buffer, and planes that are packed into pixels.
 #include "unit/tiff/TiffFixture.h"
 

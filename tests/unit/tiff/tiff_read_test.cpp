@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Header and directory of a file: what is refused, which IFD entries are taken, how much data they may request, and
 // what happens to those that request more.
 #include "unit/tiff/TiffFixture.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // One IFD entry: its size, what it reads, returns and saves, and the three special kinds.
 #include "unit/tiff/TiffFixture.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The list of tags, the factory that creates them, and the calls that a derived class can override.
 #include <stdexcept>
 #include <typeinfo>

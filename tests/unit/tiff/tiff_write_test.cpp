@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // What a save determines and writes, and how a file changes when it is read and saved.
 #include "unit/tiff/TiffFixture.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // How a grid is loaded, from a profile or from packed nodes, and resampled to another number of points.
 #include <gtest/gtest.h>
 

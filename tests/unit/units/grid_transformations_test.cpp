@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The steps from the grid of a profile to the grid of an engine: the shift in LCh, and the conversion from Lab to
 // linear RGB of 8 bits, compared with the plain colour arithmetic; and the fast conversion that replaces it where its
 // result is certain.

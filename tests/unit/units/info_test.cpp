@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The job record: its initial state, its stored names, its working buffer, and how every unit runs a job that is
 // incomplete.
 #include "units/Info.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Input tables: how the curves are loaded, expanded, evaluated and reduced to the size that an encoding needs, and how
 // runs of pixels pass through them.
 #include <gtest/gtest.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Tetrahedral interpolation between nodes: in integers in the grids of 3, 4, 6 and 7 channels, for one colour and for
 // runs of pixels, and in floating point in grids of any size.
 #include <gtest/gtest.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The units' shape: the class hierarchy, the order of virtual operations and fields, their types and names, and what a
 // constructor clears; and that no unit changes a table during a run of pixels.
 #include <gtest/gtest.h>

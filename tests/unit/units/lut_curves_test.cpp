@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The curves of a profile evaluated at single values, in place of the tables that the units would expand: every value
 // of every shape, compared with the plain expansion.
 #include "units/LutCurves.h"

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The only conversion from a double to an int, at and near its limits.
 #include "base/Numeric.h"
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The library's facts about each output space, and the final forms of the output tables, each applied to fresh and to
 // other tables, on all seven channels.
 #include "units/OutputSpaces.h"

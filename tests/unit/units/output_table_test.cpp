@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Output tables: how curves of a profile and of a caller are expanded, and how samples and runs are converted.
 #include <gtest/gtest.h>
 

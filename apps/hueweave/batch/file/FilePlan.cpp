@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "batch/file/FilePlan.h"
 
 #include "batch/file/JpegPlan.h"

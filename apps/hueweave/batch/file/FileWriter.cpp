@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "batch/file/FileWriter.h"
 
 #include <fmt/format.h>

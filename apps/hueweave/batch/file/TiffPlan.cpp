@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "batch/file/TiffPlan.h"
 
 #include <fmt/ranges.h>

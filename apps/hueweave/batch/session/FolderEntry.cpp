@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "batch/session/FolderEntry.h"
 
 #include <system_error>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 #include "batch/watch/Inbox.h"
 
 #include <fmt/format.h>

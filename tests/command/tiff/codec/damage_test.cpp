@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Damaged image data are refused as far as the damage can be detected; unusual but complete data are not.
 #include <tiffio.h>
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Decoders read only what decoding needs: other tags cost no memory, and a source that another program changes during
 // the run is refused at worst.
 #include <dlfcn.h>

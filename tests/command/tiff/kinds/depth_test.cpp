@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // RGB of 10, 12 and 14 bits is written with 16 bits: the pixels are those of the same picture scaled by hand.
 #include <cmath>
 

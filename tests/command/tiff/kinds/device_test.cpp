@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // CMYK and Lab pixels become RGB: the samples are those of Little CMS in floating point.
 #include "command/tiff/kinds/KindTest.h"
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Grey pixels with a grey profile stay grey, with the tone curve of the output, or become RGB: the samples are those of
 // Little CMS in floating point.
 #include "command/tiff/kinds/KindTest.h"
@@ -101,7 +100,7 @@ TEST_F(GreyTest, EachPageUsesTheProfileForItsColours) {
     ASSERT_THAT(ConvertGrey(), Succeeds());
     EXPECT_NE(ReadPictures(out_)[1], ReadPictures(in_)[1]);
     ASSERT_THAT(ConvertFileOf(folder_ / "rgb", folder_ / "wanted.tif"), Succeeds());
-    EXPECT_EQ(ReadPictures(out_)[0], ReadPictures(folder_ / "wanted")[0]);
+    EXPECT_EQ(ReadPictures(out_)[0], ReadPictures(folder_ / "wanted.tif")[0]);
 }
 
 TEST_F(GreyTest, RefusalsTellTheRemedy) {

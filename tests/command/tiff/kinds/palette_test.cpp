@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Palette pixels become RGB: the pixels are those of the same picture with its colours written out.
 #include "command/tiff/kinds/KindTest.h"
 

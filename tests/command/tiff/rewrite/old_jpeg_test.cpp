@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Tags of old-style JPEG on a page of JPEG data, which is written as Deflate.
 #include "command/support/ExifTool.h"
 #include "command/support/FileTest.h"

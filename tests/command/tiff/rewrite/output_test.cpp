@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Where encoded image data are written: over the old data as one range, or to the end of the file if they do not fit.
 // The offsets and byte counts keep the type of their entry, or get the next larger one that holds them.
 #include <fcntl.h>

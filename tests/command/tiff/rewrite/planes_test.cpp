@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
 // Which planes of a page contribute to pixels, and which are read and written.
 #include <gtest/gtest.h>
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // The expected contents of a converted file: libtiff decodes, and an engine of the library converts pixel by pixel.
 #pragma once
 

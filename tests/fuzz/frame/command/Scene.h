@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Common parts of the command's targets: a folder for outputs, and the form of a refusal.
 #pragma once
 

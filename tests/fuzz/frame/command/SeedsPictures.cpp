@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Small PNG and JPEG files written by libpng and libjpeg.
 #include <png.h>
 

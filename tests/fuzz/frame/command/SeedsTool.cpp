@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // TIFF files written by libtiff, in every layout that the command accepts, and profiles written by Little CMS.
 #include <tiffio.h>
 #include <zlib.h>

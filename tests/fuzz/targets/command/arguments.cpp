@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any text as a command line: it gives arguments within their ranges for one command, help, or a usage error. Nothing
 // is written. The arguments of a conversion, converted back to text, are parsed to the same arguments.
 #include <algorithm>

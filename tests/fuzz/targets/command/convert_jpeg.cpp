@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as a JPEG file, converted with a fixed profile: libjpeg, which reads the whole files here, decodes the
 // output without a warning, and finds the size, tables and sampling factors of the source.
 #include <cstdio>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as a PNG file, converted with a fixed profile: libpng, which reads the whole files here, decodes the output
 // to the engine's conversion of the source's pixels.
 #include <png.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as a profile: it is refused as a profile, or a small image is converted by it to the result of an engine
 // bound to the same bytes. Where the engine would not accept it, a profile is baked from it, which the engine accepts
 // for every intent; the same bytes always bake to the same profile.

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as a TIFF file, converted with a fixed profile: libtiff decodes the output to the engine's conversion of
 // the source's pixels, whichever code path the strips take; a refusal leaves no file; time and heap stay within their
 // limits.

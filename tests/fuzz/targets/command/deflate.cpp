@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as Deflate data of a strip: at once and row by row, they decode to the output of a single call of zlib, and
 // are refused if zlib does not reach their end, if they are too short, or if they continue too far.
 #include <tiffio.h>

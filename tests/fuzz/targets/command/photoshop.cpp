@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as Photoshop resources: setting another profile gives the same list with that profile instead of the first
 // one, and without further ones; what follows the last complete resource is unchanged.
 #include <algorithm>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as the record of earlier runs: it is read, only complete lines about an output in its current state count,
 // and a line that is appended is found again after whatever the record held before.
 #include <fcntl.h>

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Copyright (c) The Hueweave authors
-//
 // Any bytes as a TIFF file, its directories rewritten with a few changes: when read again, every directory has the same
 // entries apart from the changed ones, with the same values.
 #include <fcntl.h>
