@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Includes have one direction. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them
-// -> base; the remaining folders include only base. In colour: api -> {library, exact, chart} -> profile -> base, levels
-// may be skipped, and nothing of the command. In the command: cli -> batch -> {tiff, png, jpeg} -> picture -> system,
-// levels may be skipped; cli, batch, picture and the folders that write images also include colour, and all folders
-// colour/base. Only colour includes the library's own headers.
+// -> base; the remaining folders include only base. In colour: api -> {library, exact, chart} -> profile -> base,
+// levels may be skipped, and nothing of the command. In the command: cli -> batch -> {tiff, png, jpeg} -> picture ->
+// system, levels may be skipped; cli, batch, picture and the folders that write images also include colour, and all
+// folders colour/base. Only colour includes the library's own headers.
 #include <gtest/gtest.h>
 
 #include <filesystem>

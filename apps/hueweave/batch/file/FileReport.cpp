@@ -16,8 +16,8 @@ void FileReport::TellDone() const {
 
 void FileReport::TellConvertedBefore(const FilePlan& plan) const {
     const char* const remedy = task_.session.profile ? "; --source given converts it again"
-                               : plan.isCopy        ? ""
-                                                    : ", by its profile; --force converts it again";
+                               : plan.isCopy         ? ""
+                                                     : ", by its profile; --force converts it again";
     task_.session.report.Line(fmt::format("{} is in {} already{}", source_.name, task_.session.target.name, remedy));
     TellJson("skipped", &plan);
 }

@@ -14,7 +14,7 @@ struct Target {
     Bytes profile;     ///< for converting pixels
     Bytes embedded;    ///< in the outputs: the same, or one of another ICC version
     std::string hash;  ///< SHA-256 of `embedded`
-    Bytes library;  ///< the profile embedded by the library's precision, for the same colours
+    Bytes library;     ///< the profile embedded by the library's precision, for the same colours
     /// For grey: profiles with the same tone curve as `profile` and `embedded`; empty if there is no single curve.
     Bytes grey{}, greyEmbedded{};
 };

@@ -112,7 +112,8 @@ void SetPlaces(const TiffStructure& structure, DirectoryWriter& directories, con
                const std::vector<Extent>& places) {
     std::vector<std::uint64_t> offsets, sizes;
     bool moved = places.size() != page.segments.size();
-    bool resized = moved || structure.directories()[page.directory].Find(page.sizesTag) == nullptr;  // readers require it
+    bool resized =
+        moved || structure.directories()[page.directory].Find(page.sizesTag) == nullptr;  // readers require it
     for (std::size_t i = 0; i < places.size(); ++i) {
         offsets.push_back(places[i].offset);
         sizes.push_back(places[i].size);
