@@ -177,6 +177,9 @@ TEST(TiffTag, HasAsManyOfACallersBytesAsItCountsWhenItIsSaved) {
     small->count = 3;
     EXPECT_EQ(small->GetValue(), 0x0201U);
     EXPECT_EQ(SavedTag(*small), CountingBytes(6));
+    small->data.reset();
+    EXPECT_EQ(small->GetValue(), 0U) << "of data that the caller has taken away";
+    EXPECT_EQ(SavedTag(*small), Bytes(6));
 }
 
 TEST(TiffTag, ReplacesWhatItHeldByWhatItAdoptsOrMakes) {
