@@ -178,13 +178,13 @@ void CheckConvertible(const JpegStructure& structure) {
     if (samples != 3) {
         throw Refusal(Exit::Input, name, fmt::format("has {} samples a pixel", samples), "give an RGB file");
     }
-    constexpr const char* kRemedy = "write it anew as baseline JPEG";
     if (!frame.IsUsual()) {
         const bool lossless = frame.marker == 0xc3 || frame.marker == 0xcb;
-        throw Refusal(Exit::Input, name,
-                      lossless ? "is a lossless JPEG, which the decoder does not support"
-                               : "is a hierarchical JPEG, which the decoder does not support",
-                      lossless ? "write it as TIFF or PNG, which lose nothing either" : kRemedy);
+        throw Refusal(
+            Exit::Input, name,
+            lossless ? "is a lossless JPEG, which the decoder does not support"
+                     : "is a hierarchical JPEG, which the decoder does not support",
+            lossless ? "write it as TIFF or PNG, which lose nothing either" : "write it anew as baseline JPEG");
     }
     if (frame.precision != 8) {
         throw Refusal(Exit::Input, name,

@@ -121,7 +121,8 @@ void JpegStructure::ReadSegments(Cursor& cursor) {
         unsigned code = 0;
         do {
             cursor.SkipToMarker();
-            while ((code = cursor.Next()) == 0xff) continue;
+            do code = cursor.Next();
+            while (code == 0xff);
         } while (code == 0 || (code >= kRst0 && code <= kRst7));
         cursor.MoveTo(cursor.Position() - 2);
     }

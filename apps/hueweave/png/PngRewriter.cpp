@@ -134,9 +134,10 @@ private:
         Bytes row(static_cast<std::size_t>(raster_.RowBytes())), all, colours(3 * row.size());
         if (header_.interlaced) decoder.ReadAll(all);
         RowsInMemory stored(raster_, all);
-        RowSource& source = header_.interlaced ? static_cast<RowSource&>(stored) : decoder;
+        RowSource* source = &decoder;
+        if (header_.interlaced) source = &stored;
         for (std::uint32_t y = 0; y < header_.height; ++y) {
-            source.Read(row.data(), 1);
+            source->Read(row.data(), 1);
             for (std::size_t x = 0; x < row.size(); ++x)
                 std::memcpy(&colours[3 * x], &palette[3 * std::size_t{row[x]}], 3);
             MeasurePixels(*job_.converter, 3, colours.data(), row.size(), settings_, measured_);
