@@ -9,13 +9,13 @@ namespace {
 constexpr Guideline kGuidelines[] = {
     // FADGI, Technical Guidelines for Digitizing Cultural Heritage Materials, third edition, 2023: general collections,
     // bound. One to four stars.
-    {"fadgi-4", false, 2.0, 90, 4.0, false},
-    {"fadgi-3", false, 3.5, 90, 7.0, false},
-    {"fadgi-2", false, 5.0, 90, 10.0, false},
-    {"fadgi-1", false, 6.5, 90, 13.0, false},
+    {"fadgi-4", 2.0, 4.0, 90, false, false},
+    {"fadgi-3", 3.5, 7.0, 90, false, false},
+    {"fadgi-2", 5.0, 10.0, 90, false, false},
+    {"fadgi-1", 6.5, 13.0, 90, false, false},
     // Metamorfoze Preservation Imaging Guidelines, version 2.0, draft of June 2023.
-    {"metamorfoze-full", true, 3.0, 100, 7.0, true},
-    {"metamorfoze-light", true, 4.0, 100, 14.0, true},
+    {"metamorfoze-full", 3.0, 7.0, 100, true, true},
+    {"metamorfoze-light", 4.0, 14.0, 100, true, true},
 };
 
 /// CIEDE2000 with S_L = 1. Little CMS divides by S_L and by a factor of the caller's, here its reciprocal.

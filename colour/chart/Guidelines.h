@@ -11,11 +11,11 @@ namespace hueweave::colour {
 /// The tolerance for the colours of a chart in a guideline for digitisation. docs/scanner.md gives the sources.
 struct Guideline {
     std::string_view name;
+    double mean;       ///< the limit for the mean
+    double within;     ///< the limit for `percent` of the patches
+    unsigned percent;  ///< 90, or 100 for all
     /// Whether lightness counts fully at every L*: CIEDE2000 with S_L = 1. Otherwise CIEDE2000 as it is.
     bool fullLightness;
-    double mean;          ///< the limit for the mean
-    unsigned percent;     ///< of the patches that `within` is for: 90, or 100 for all
-    double within;        ///< the limit for them
     bool limitsIncluded;  ///< whether a figure that equals its limit is accepted
 };
 

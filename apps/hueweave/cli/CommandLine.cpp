@@ -65,7 +65,7 @@ Parser::Parser() {
 
 /// `help` and `help COMMAND` as `--help` and `COMMAND --help`.
 std::vector<const char*> WithoutHelpCommand(int count, const char* const* words) {
-    const std::vector<const char*> all(words, words + count);
+    std::vector<const char*> all(words, words + count);
     const auto isHelp = [&](std::size_t at) { return at < all.size() && std::string_view(all[at]) == "help"; };
     if (!isHelp(1)) return all;
     if (count < 3 || isHelp(2)) return {all[0], "--help"};

@@ -45,7 +45,7 @@ std::string Nearest(const std::string& word, const std::vector<std::string>& kno
 /// The parser's message in plain words. It begins or ends with the name of an option or argument.
 std::string Plain(const CLI::App& command, const CLI::ParseError& error) {
     constexpr std::string_view kRequired = " is required", kConvert = "Could not convert: ", kIs = " = ";
-    const std::string text = error.what();
+    std::string text = error.what();
     if (text == "A subcommand is required") return "no command was given";
     if (text.ends_with(kRequired)) return "no " + text.substr(0, text.size() - kRequired.size()) + " was given";
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch)) {

@@ -4,7 +4,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr unsigned kExifDirectory = 34665, kColourSpace = 40961, kThumbnail = 513;
+constexpr unsigned kExifPointer = 34665, kColourSpace = 40961, kThumbnail = 513;
 constexpr unsigned kShort = 3;
 
 /// Numbers of a block in its own byte order; past the end every number is 0.
@@ -49,7 +49,7 @@ ExifColours ReadExif(std::span<const unsigned char> block) {
     const ExifReader reader(block);
     ExifColours colours;
     const std::size_t first = reader.U32(4);
-    if (const auto exif = reader.Find(first, kExifDirectory)) {
+    if (const auto exif = reader.Find(first, kExifPointer)) {
         const auto space = reader.Find(reader.U32(exif.at + 8), kColourSpace);
         if (space && reader.U16(space.at + 2) == kShort) colours.space = reader.U16(space.at + 8);
     }

@@ -73,6 +73,7 @@ private:
     /// ones.
     Bytes Converted(const PngChunk& chunk) const {
         Bytes data = structure_.Data(chunk);
+        if (job_.converter == nullptr) return data;
         if (chunk.type != "PLTE") return ConvertColour(*job_.converter, data);
         if (job_.converter->bits() == 8) {
             job_.converter->Convert(data.data(), data.size() / 3, 3, false);

@@ -7,7 +7,7 @@
 namespace hueweave::tool {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 struct Mark {
     std::size_t offset = 0;

@@ -368,7 +368,7 @@ void TiffPage::Carry() {
 }
 
 PageForm FormWritten(const TiffPage& page, unsigned channels) {
-    PageForm written = page;
+    PageForm written = static_cast<const PageForm&>(page);
     written.photometric = channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
     written.samples = channels + page.samples - page.ColourSamples();
     written.bits = page.palette.bits != 0 ? page.palette.bits : page.bits <= 8 ? 8 : 16;

@@ -46,11 +46,11 @@ std::shared_ptr<const ReadyConverter> ProfileCache::Get(const DeviceProfile& pro
         if (ready->hash == profile.hash && ready->bits == bits) return ready;
     }
     ready_.push_back(Named(profile.name, [&] {
-        const bool exact = options_.precision == Precision::Exact;
-        return std::make_shared<const ReadyConverter>(!exact ? MakeLibrary(profile, bits)
-                                                      : profile.model == colour::ColourModel::Rgb
-                                                          ? MakeExact(profile, bits)
-                                                          : MakeDevice(profile, bits));
+        if (options_.precision == Precision::Library) {
+            return std::make_shared<const ReadyConverter>(MakeLibrary(profile, bits));
+        }
+        const bool isRgb = profile.model == colour::ColourModel::Rgb;
+        return std::make_shared<const ReadyConverter>(isRgb ? MakeExact(profile, bits) : MakeDevice(profile, bits));
     }));
     if (ready_.size() > kMost) ready_.pop_front();
     return ready_.back();
@@ -93,14 +93,9 @@ ReadyConverter ProfileCache::MakeDevice(const DeviceProfile& profile, unsigned b
                                                                   staysGrey ? target_.grey : target_.profile,
                                                                   OptionsOf(options_), bits, ThrowIfInterrupted);
     const colour::Way way = device->way();
-    return {profile.hash,
-            bits,
-            nullptr,
-            way,
-            {},
-            {},
-            colour::PixelConverter(std::move(device)),
-            staysGrey ? target_.greyEmbedded : target_.embedded};
+    colour::PixelConverter converter(std::move(device));
+    const Bytes& embedded = staysGrey ? target_.greyEmbedded : target_.embedded;
+    return {profile.hash, bits, nullptr, way, {}, {}, std::move(converter), embedded};
 }
 
 ReadyConverter ProfileCache::MakeLibrary(const DeviceProfile& profile, unsigned bits) const {

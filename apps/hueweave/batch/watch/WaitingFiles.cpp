@@ -80,7 +80,7 @@ std::vector<Arrival> WaitingFiles::Take(Time now) {
         const bool inWork = isKnown && !known->second.ended;
         if (file.due > now) {
             ++at;
-        } else if (!StateAt(path)) {
+        } else if (!StateAt(path)) {  // NOLINT(bugprone-branch-clone): the last case must come last
             at = waiting_.erase(at);
         } else if (inWork || !IsComplete(path, file, now)) {
             file.due = now + settle_;
