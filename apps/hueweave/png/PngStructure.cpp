@@ -43,13 +43,12 @@ bool Inflate(const unsigned char* from, std::size_t size, std::uint64_t most, By
     if (inflateInit(&stream) != Z_OK) throw std::bad_alloc();
     const std::unique_ptr<z_stream, decltype(&inflateEnd)> owner(&stream, inflateEnd);
     int result = Z_OK;
+    Bytes block(static_cast<std::size_t>(kBlock));
     while (result == Z_OK && to.size() <= most) {
-        const std::size_t old = to.size();
-        to.resize(old + static_cast<std::size_t>(kBlock));
-        stream.next_out = to.data() + old;
-        stream.avail_out = static_cast<uInt>(kBlock);
+        stream.next_out = block.data();
+        stream.avail_out = static_cast<uInt>(block.size());
         result = inflate(&stream, Z_NO_FLUSH);
-        to.resize(to.size() - stream.avail_out);
+        to.insert(to.end(), block.data(), stream.next_out);
     }
     if (result == Z_MEM_ERROR) throw std::bad_alloc();
     return result == Z_STREAM_END && to.size() <= most;
