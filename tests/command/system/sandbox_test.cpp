@@ -93,7 +93,7 @@ constexpr std::pair<const char*, long> kForbidden[] = {
 TEST(RestrictCallsTest, WaysOutOfTheProcessAreRefused) {
     std::vector<Attempt> attempts;
     for (const auto& [name, number] : kForbidden) {
-        attempts.push_back({[=] { return syscall(number, -1L, -1L, -1L, -1L, -1L, -1L); }, EPERM, name});
+        attempts.push_back({[call = number] { return syscall(call, -1L, -1L, -1L, -1L, -1L, -1L); }, EPERM, name});
     }
     ExpectErrorsOfCalls(attempts);
 }
