@@ -7,14 +7,14 @@
 #include <utility>
 #include <vector>
 
-#include "cli/BakeCommand.h"
-#include "cli/CheckCommand.h"
-#include "cli/ConvertCommand.h"
-#include "cli/InspectCommand.h"
-#include "cli/SpacesCommand.h"
 #include "cli/UsageErrors.h"
-#include "cli/VerifyCommand.h"
-#include "cli/WatchCommand.h"
+#include "cli/commands/BakeCommand.h"
+#include "cli/commands/CheckCommand.h"
+#include "cli/commands/ConvertCommand.h"
+#include "cli/commands/InspectCommand.h"
+#include "cli/commands/SpacesCommand.h"
+#include "cli/commands/VerifyCommand.h"
+#include "cli/commands/WatchCommand.h"
 
 namespace hueweave::tool {
 

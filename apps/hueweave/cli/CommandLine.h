@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "cli/Command.h"
+#include "cli/options/Command.h"
 
 namespace hueweave::tool {
 

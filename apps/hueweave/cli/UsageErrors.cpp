@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "cli/Command.h"
+#include "cli/options/Command.h"
 #include "colour/base/EditDistance.h"
 
 namespace hueweave::tool {

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
-#include "system/FileKind.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
+#include "system/files/FileKind.h"
 
 namespace hueweave::tool {
 std::uint64_t TiffForm::Get(const unsigned char* at, std::size_t size) const {

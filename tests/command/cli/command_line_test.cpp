@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Arguments of the command line and the options that they set.
 #include "cli/CommandLine.h"
-#include "cli/ConvertCommand.h"
-#include "cli/VerifyCommand.h"
+#include "cli/commands/ConvertCommand.h"
+#include "cli/commands/VerifyCommand.h"
 #include "command/support/Command.h"
 
 namespace hueweave::tool {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A file of another format is named by its first bytes, whatever its name is.
-#include "system/FileKind.h"
+#include "system/files/FileKind.h"
 
 #include "command/support/Command.h"
 

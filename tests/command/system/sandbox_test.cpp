@@ -18,7 +18,7 @@
 
 #include "command/support/Command.h"
 #include "command/support/Picture.h"
-#include "system/Sandbox.h"
+#include "system/sandbox/Sandbox.h"
 
 namespace hueweave::test {
 namespace {

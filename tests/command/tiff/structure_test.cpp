@@ -4,7 +4,7 @@
 #include <functional>
 #include <tuple>
 
-#include "batch/file/PageProfiles.h"
+#include "batch/file/plan/PageProfiles.h"
 #include "command/support/Command.h"
 #include "command/support/OpenedTiff.h"
 #include "command/support/TiffMaker.h"

@@ -38,9 +38,10 @@ const Tree kLibrary{"Source",
                      {"engine", {"base", "engine", "engine/kernels", "units", "iccfile", "tiff", "hueweave"}}}};
 
 const Folders kSystem{"system"};
-const Folders kPicture{"picture"}, kPng{"png"}, kJpeg{"jpeg"}, kTiff{"tiff"}, kCodec{"tiff/codec"},
-    kRewrite{"tiff/rewrite"}, kSession{"batch/session"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"},
-    kCli{"cli"};
+const Folders kFiles{"system/files"}, kSandbox{"system/sandbox"}, kPicture{"picture"}, kPng{"png"}, kJpeg{"jpeg"},
+    kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kSession{"batch/session"},
+    kNotes{"batch/file/notes"}, kPlan{"batch/file/plan"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"},
+    kOptions{"cli/options"}, kCommands{"cli/commands"}, kCli{"cli"};
 
 Folders operator+(Folders a, const Folders& b) {
     a.insert(b.begin(), b.end());
@@ -64,15 +65,18 @@ const Tree kColour{"colour",
                     {"api", kColourTop + kColourBase + kProfile + kJudge + kThroughEngine + kApi + kHeaders},
                     {"exact/kernels", kKernels}}};
 
-const Folders kSystemAndBase = kSystem + kColourBase;
+const Folders kSystemAndBase = kSystem + kFiles + kColourBase;
 const Folders kWork =
     kSystemAndBase + kPicture + kColourTop + kProfile + kJudge + kThroughEngine + kTiff + kCodec + kRewrite;
 const Folders kOneImage = kSystemAndBase + kPicture + kColourTop;
-const Folders kFormats = kWork + kPng + kJpeg;
+const Folders kOneFile = kWork + kPng + kJpeg + kSession + kNotes + kPlan;
+const Folders kAllFiles = kOneFile + kFile + kWatch + kBatch;
 const Tree kCommand{"apps/hueweave",
                     80,
                     {{"", kSystem + kCli},
-                     {"system", kSystemAndBase},
+                     {"system", kSystem + kColourBase},
+                     {"system/files", kSystemAndBase},
+                     {"system/sandbox", kSystem + kSandbox},
                      {"picture", kOneImage},
                      {"png", kOneImage + kPng},
                      {"jpeg", kOneImage + kJpeg},
@@ -80,10 +84,14 @@ const Tree kCommand{"apps/hueweave",
                      {"tiff/codec", kSystemAndBase + kTiff + kCodec},
                      {"tiff/rewrite", kWork},
                      {"batch/session", kWork + kSession},
-                     {"batch/file", kFormats + kSession + kFile},
-                     {"batch/watch", kFormats + kSession + kFile + kWatch},
-                     {"batch", kFormats + kSession + kFile + kBatch},
-                     {"cli", kFormats + kChart + kSession + kFile + kWatch + kBatch + kCli}}};
+                     {"batch/file/notes", kWork + kSession + kNotes},
+                     {"batch/file/plan", kOneFile},
+                     {"batch/file", kOneFile + kFile},
+                     {"batch/watch", kOneFile + kFile + kWatch},
+                     {"batch", kOneFile + kFile + kBatch},
+                     {"cli/options", kWork + kSession + kOptions},
+                     {"cli/commands", kAllFiles + kChart + kSandbox + kOptions + kCommands},
+                     {"cli", kSystemAndBase + kSandbox + kOptions + kCommands + kCli}}};
 
 /// The folders in a source's quoted includes; "" for an include without a folder.
 std::set<std::string> IncludedFolders(const fs::path& file) {

@@ -5,12 +5,12 @@
 #include <optional>
 #include <string>
 
-#include "batch/file/FilePlan.h"
 #include "batch/file/FileReport.h"
 #include "batch/file/FileWriter.h"
 #include "batch/file/Fingerprint.h"
 #include "batch/file/OutputTarget.h"
-#include "batch/file/SourceFile.h"
+#include "batch/file/plan/FilePlan.h"
+#include "batch/file/plan/SourceFile.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "batch/file/FilePlan.h"
-#include "system/OutputFile.h"
+#include "batch/file/plan/FilePlan.h"
+#include "system/files/OutputFile.h"
 
 namespace hueweave::tool {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "batch/file/SourceFile.h"
+#include "batch/file/plan/SourceFile.h"
 #include "batch/session/Session.h"
 #include "system/Sha256.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "batch/session/Session.h"
-#include "system/OutputFile.h"
+#include "system/files/OutputFile.h"
 
 namespace hueweave::tool {
 

@@ -10,9 +10,9 @@
 #include "batch/session/FolderEntry.h"
 #include "batch/session/LineReader.h"
 #include "batch/session/OutputFolder.h"
-#include "system/FolderNames.h"
 #include "system/Refusal.h"
 #include "system/StandardStreams.h"
+#include "system/files/FolderNames.h"
 
 namespace hueweave::tool {
 namespace {

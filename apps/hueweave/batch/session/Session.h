@@ -10,7 +10,7 @@
 #include "batch/session/ProfileFile.h"
 #include "batch/session/Report.h"
 #include "batch/session/Resume.h"
-#include "system/TemporaryFiles.h"
+#include "system/files/TemporaryFiles.h"
 
 namespace hueweave::tool {
 

@@ -9,8 +9,8 @@
 #include <limits>
 
 #include "batch/session/FolderEntry.h"
-#include "system/FolderNames.h"
 #include "system/Signals.h"
+#include "system/files/FolderNames.h"
 
 namespace hueweave::tool {
 namespace {

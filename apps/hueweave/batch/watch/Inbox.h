@@ -10,8 +10,8 @@
 #include "batch/session/ConvertOptions.h"
 #include "batch/session/Report.h"
 #include "batch/watch/WaitingFiles.h"
-#include "system/FolderWatch.h"
 #include "system/WakeUp.h"
+#include "system/files/FolderWatch.h"
 
 namespace hueweave::tool {
 

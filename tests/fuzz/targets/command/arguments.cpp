@@ -7,12 +7,12 @@
 
 #include "FuzzInput.h"
 #include "Scene.h"
-#include "cli/BakeCommand.h"
-#include "cli/CheckCommand.h"
 #include "cli/CommandLine.h"
-#include "cli/ConvertCommand.h"
-#include "cli/InspectCommand.h"
-#include "cli/VerifyCommand.h"
+#include "cli/commands/BakeCommand.h"
+#include "cli/commands/CheckCommand.h"
+#include "cli/commands/ConvertCommand.h"
+#include "cli/commands/InspectCommand.h"
+#include "cli/commands/VerifyCommand.h"
 
 namespace hueweave::fuzz {
 namespace {

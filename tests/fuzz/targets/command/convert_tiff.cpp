@@ -14,7 +14,7 @@
 #include "batch/file/FileJob.h"
 #include "colour/DeviceTransform.h"
 #include "colour/profile/Target.h"
-#include "system/OutputFile.h"
+#include "system/files/OutputFile.h"
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/TiffRewriter.h"
 

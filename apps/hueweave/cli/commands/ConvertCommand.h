@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "batch/session/ConvertOptions.h"
+#include "cli/options/Command.h"
+
+namespace hueweave::tool {
+
+/// The subcommand "convert": converts many files on several threads.
+class ConvertCommand : public Command {
+public:
+    CLI::App* Declare(CLI::App& app) override;
+    void Settle() override;
+    Exit Run() override;
+    const ConvertOptions& options() const { return options_; }
+
+private:
+    ConvertOptions options_;
+    std::string shard_;  ///< before parsing
+};
+
+}  // namespace hueweave::tool

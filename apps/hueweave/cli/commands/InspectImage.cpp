@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "cli/commands/InspectImage.h"
+
+#include <fmt/format.h>
+
+#include "jpeg/JpegRewriter.h"
+#include "png/ChunkRules.h"
+#include "system/Refusal.h"
+
+namespace hueweave::tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// The profile that `read` returns; nothing if that is empty.
+template <typename Read>
+void AddProfile(Json& json, const Read& read, const DescribeBytes& describe) {
+    try {
+        const Bytes profile = read();
+        if (!profile.empty()) json["profile"] = describe(profile);
+    } catch (const ReadFailure&) {
+        throw;
+    } catch (const Refusal& refusal) {
+        json["profile"] = {{"unreadable", refusal.what()}};
+    }
+}
+
+template <typename Structure>
+void AddConvertible(Json& json, const Structure& structure) {
+    try {
+        CheckConvertible(structure);
+        json["convertible"] = true;
+    } catch (const Refusal& refusal) {
+        json["convertible"] = false;
+        json["why"] = refusal.what();
+    }
+}
+
+}  // namespace
+
+Json DescribePng(const FileAccess& file, const DescribeBytes& describe) {
+    const PngStructure structure(file);
+    const PngHeader& header = structure.header();
+    Json json{{"kind", "PNG"}, {"width", header.width}, {"height", header.height}};
+    json["colours"] = header.IsGrey() ? "grey" : header.colours == PngHeader::Palette ? "palette" : "RGB";
+    json["alpha"] = header.colours == PngHeader::GreyAlpha || header.colours == PngHeader::RgbAlpha;
+    json["bits"] = header.depth;
+    json["interlaced"] = header.interlaced;
+    for (const PngChunk& chunk : structure.chunks()) json["chunks"].push_back(chunk.type);
+    AddProfile(
+        json, [&] { return structure.Find("iCCP") != nullptr ? structure.Profile() : Bytes(); }, describe);
+    AddConvertible(json, structure);
+    return json;
+}
+
+Json DescribeJpeg(const FileAccess& file, const DescribeBytes& describe) {
+    const JpegStructure structure(file);
+    const JpegFrame& frame = structure.frame();
+    Json json{{"kind", "JPEG"}, {"width", frame.width}, {"height", frame.height}};
+    json["samples"] = frame.components.size();
+    json["bits"] = frame.precision;
+    json["progressive"] = frame.IsProgressive();
+    json["arithmetic"] = frame.IsArithmetic();
+    for (const JpegFrame::Component& component : frame.components) {
+        json["sampling"].push_back(fmt::format("{}x{}", component.across, component.down));
+    }
+    AddProfile(
+        json, [&] { return structure.Profile(); }, describe);
+    AddConvertible(json, structure);
+    return json;
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+#include "cli/commands/VerifyCommand.h"
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <vector>
+
+#include "batch/session/ProfileFile.h"
+#include "batch/session/Target.h"
+#include "cli/commands/ImageColours.h"
+#include "cli/options/Values.h"
+#include "colour/ExactConverter.h"
+#include "colour/library/Bake.h"
+#include "colour/library/CompareLibrary.h"
+#include "colour/library/EngineProfile.h"
+#include "system/Json.h"
+#include "system/JsonNames.h"
+#include "system/Signals.h"
+#include "system/StandardStreams.h"
+#include "system/sandbox/Sandbox.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// What was compared.
+struct Verdict {
+    Target target;
+    colour::EngineProfile engine;  ///< for the library
+    std::string way;               ///< of the exact precision
+    colour::Comparison exact;
+    std::optional<colour::Comparison> library;  ///< empty if the library does not support the target
+};
+
+/// The precision that is judged.
+const colour::Comparison& Judged(const VerifyOptions& options, const Verdict& verdict) {
+    return options.precision == Precision::Exact ? verdict.exact : *verdict.library;
+}
+
+void PrintRow(const char* precision, const colour::Comparison& c, const std::string& way) {
+    fmt::print("  {:<8}{:>8.3f}{:>8.3f}{:>8.3f}{:>8.3f}{:>8.3f}{:>8.3f}  {}\n", precision, c.mean, c.median, c.p95,
+               c.p99, c.p999, c.maximum, way);
+}
+
+void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const Verdict& verdict) {
+    const colour::Comparison& judged = Judged(options, verdict);
+    fmt::print("{}: to {}, {}, {} bits, {} colours of {}\n", OneLine(profile.name), OneLine(verdict.target.name),
+               colour::IntentName(options.rendering.intent), options.bits, judged.colours,
+               options.image ? OneLine(*options.image) : "a grid");
+    if (colour::IsBaked(profile.data)) {
+        fmt::print(
+            "hueweave bake made this profile: the figures are those of the bake alone, not of the profile that "
+            "it was made from.\n");
+    }
+    if (verdict.library && !verdict.engine.bakedBecause.empty()) {
+        fmt::print("The library uses a profile baked from it: {}.\n", verdict.engine.bakedBecause);
+    }
+    fmt::print("CIEDE2000 from Little CMS in floating point:\n");
+    fmt::print("  {:<8}{:>8}{:>8}{:>8}{:>8}{:>8}{:>8}  {}\n", "", "mean", "median", "95 %", "99 %", "99.9 %", "maximum",
+               "way");
+    PrintRow("exact", verdict.exact, verdict.way);
+    if (verdict.library) PrintRow("library", *verdict.library, "library");
+    fmt::print("The worst with --precision {}, of 255:\n", options.precision == Precision::Exact ? "exact" : "library");
+    for (const auto& w : judged.worst) {
+        fmt::print("  RGB {:6.2f} {:6.2f} {:6.2f}  Lab {:6.2f} {:7.2f} {:7.2f}  {:.3f}\n", w.device[0] / 257.0,
+                   w.device[1] / 257.0, w.device[2] / 257.0, w.lab[0], w.lab[1], w.lab[2], w.difference);
+    }
+    fmt::print("Outside the space and cut to it: {} of {} ({:.1f} %)\n", judged.clipped, judged.colours,
+               100.0 * static_cast<double>(judged.clipped) / static_cast<double>(judged.colours));
+}
+
+nlohmann::ordered_json Describe(const colour::Comparison& c, const std::string& way) {
+    nlohmann::ordered_json json{{"way", way},   {"mean", c.mean}, {"median", c.median},  {"p95", c.p95},
+                                {"p99", c.p99}, {"p999", c.p999}, {"maximum", c.maximum}};
+    for (const auto& w : c.worst) {
+        json["worst"].push_back({{"device", w.device}, {"lab", w.lab}, {"difference", w.difference}});
+    }
+    return json;
+}
+
+void PrintJson(const VerifyOptions& options, const DeviceProfile& profile, const Verdict& verdict) {
+    nlohmann::ordered_json json{{"profile", profile.name},
+                                {"space", verdict.target.name},
+                                {"intent", colour::IntentName(options.rendering.intent)},
+                                {"bits", options.bits},
+                                {"is_bake", colour::IsBaked(profile.data)},
+                                {"baked", !verdict.engine.bakedBecause.empty()},
+                                {"colours", verdict.exact.colours},
+                                {"clipped", verdict.exact.clipped},
+                                {"exact", Describe(verdict.exact, verdict.way)}};
+    json["library"] = verdict.library ? Describe(*verdict.library, "library") : nlohmann::ordered_json();
+    fmt::print("{}\n", JsonLine(json));
+}
+
+/// Compares the exact precision with its own truth.
+void CompareExact(const VerifyOptions& options, const DeviceProfile& profile,
+                  const std::vector<colour::DeviceColour>& colours, Verdict& verdict) {
+    colour::TransformOptions how;
+    how.intent = static_cast<colour::RenderingIntent>(options.rendering.intent);
+    const auto transform =
+        std::make_shared<const colour::Transform>(profile.data, verdict.target.profile, how, ThrowIfInterrupted);
+    verdict.way = colour::WayName(transform->way());
+    colour::LcmsWork work;
+    const colour::Truth truth(work, colour::OpenRgb(work, profile.data), colour::OpenRgb(work, verdict.target.profile),
+                              how);
+    verdict.exact =
+        colour::Compare(colour::ExactConverter(transform, options.bits), truth, colours, ThrowIfInterrupted);
+}
+
+Verdict CompareBoth(const VerifyOptions& options, const DeviceProfile& profile,
+                    const std::vector<colour::DeviceColour>& colours) {
+    ConvertOptions asked;
+    asked.rendering = options.rendering;
+    asked.targetFile = options.targetFile;
+    Verdict verdict{MakeTarget(asked), {}, {}, {}, {}};
+    CompareExact(options, profile, colours, verdict);
+    const colour::Space* const space = options.rendering.space;
+    if (space == nullptr || !space->IsEngines()) return verdict;
+    verdict.engine = colour::PrepareProfile(profile.data, options.rendering.intent, ThrowIfInterrupted);
+    verdict.library = colour::CompareLibrary(verdict.engine.data, profile.data, options.rendering, options.bits,
+                                             colours, ThrowIfInterrupted);
+    return verdict;
+}
+
+constexpr const char* kExamples = R"(Examples:
+  hueweave verify scanner.icc
+  hueweave verify scanner.icc --image scan.tif --to adobe-rgb
+  hueweave verify scanner.icc --limit 2.0               exit status 1 if the limit is exceeded)";
+
+}  // namespace
+
+CLI::App* VerifyCommand::Declare(CLI::App& app) {
+    CLI::App* c = app.add_subcommand("verify", "Compare conversions with Little CMS in floating point");
+    c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
+    c->add_option("--image", options_.image, "Compare the colours of a TIFF file, not a grid");
+    AddTarget(*c, options_.rendering.space, options_.targetFile);
+    AddChoice(*c, "--precision", options_.precision,
+              Choices<Precision>{{"exact", Precision::Exact}, {"library", Precision::Library}},
+              "The precision that --limit and the worst colours are for");
+    AddChoice(*c, "--intent", options_.rendering.intent, IntentChoices(), "Rendering intent");
+    // Strings, because CLI11 accepts an empty argument as one of several numbers.
+    c->add_option("--bits", options_.bits, "Bits a sample")
+        ->check(OneOf({"8", "16"}).description("{8,16}"))
+        ->capture_default_str();
+    c->add_option("--points", options_.points, "Points of the grid on each axis")
+        ->check(Within(2, 65).description("INT in [2 - 65]"))
+        ->capture_default_str();
+    c->add_option("--limit", options_.limit,
+                  "Fail (exit status 1) if more than 5 % of the colours differ by more than this CIEDE2000")
+        ->check(Within(0, 100).description("FLOAT in [0 - 100]"));
+    c->add_flag("--json", options_.json, "Write one line of JSON");
+    AddSandbox(*c, options_.sandbox);
+    c->footer(kExamples);
+    return c;
+}
+
+void VerifyCommand::Settle() {
+    const colour::Space* const space = options_.rendering.space;
+    if (options_.precision == Precision::Library && (space == nullptr || !space->IsEngines())) {
+        RefuseUsage("--precision library does not go with this --to, which the library does not have",
+                    "leave --precision library out");
+    }
+}
+
+Exit VerifyCommand::Run() {
+    if (options_.sandbox) {
+        AllowedPaths allowed{{options_.profile, Use::Read}};
+        if (!options_.targetFile.empty()) allowed.push_back({options_.targetFile, Use::Read});
+        if (options_.image) {
+            allowed.push_back({*options_.image, Use::Read});
+            allowed.push_back({TemporaryFolder(), Use::Scratch});
+        }
+        EnterSandbox(allowed);
+    }
+    const DeviceProfile profile = LoadProfile(options_.profile);
+    const std::vector<colour::DeviceColour> colours =
+        options_.image ? ImageColours(*options_.image) : colour::GridColours(options_.points);
+    const Verdict verdict = Named(profile.name, [&] { return CompareBoth(options_, profile, colours); });
+    if (options_.json) {
+        PrintJson(options_, profile, verdict);
+    } else {
+        PrintText(options_, profile, verdict);
+    }
+    return options_.limit && Judged(options_, verdict).p95 > *options_.limit ? Exit::SomeFailed : Exit::Done;
+}
+
+}  // namespace hueweave::tool
