@@ -31,7 +31,7 @@ demo:
 	@$(call build,demo)
 	@build/demo/demo/make_chart build/demo/files
 	@build/demo/demo/convert_chart build/demo/files
-	@demo/use_command build/demo/apps/hueweave/hueweave build/demo/files
+	@examples/demo/use_command build/demo/apps/hueweave/hueweave build/demo/files
 
 test: test-release
 
