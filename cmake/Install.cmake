@@ -72,6 +72,8 @@ if(TARGET hueweave)
           DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions COMPONENT tools)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/completion/_hueweave
           DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/completion/hueweave.fish
+          DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d COMPONENT tools)
 endif()
 
 include(${CMAKE_CURRENT_LIST_DIR}/Packages.cmake)

@@ -4,7 +4,16 @@
 _hueweave() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     local commands="convert watch inspect bake verify check spaces help"
-    local options="-h --help -V --version" values="" kind=none i
+    local options="-h --help -V --version" values="" kind=none assigned="" prefix="" i
+
+    # --to=srgb: three words for Bash, which are one only where COMP_WORDBREAKS has no "=".
+    if [[ $word == --*=* ]]; then
+        assigned=yes before=${word%%=*} prefix=${word%%=*}= word=${word#*=}
+    elif [[ $word == "=" ]]; then
+        assigned=yes word=""
+    elif [[ $before == "=" ]]; then
+        assigned=yes before=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
 
     local command=
     for ((i = 1; i < COMP_CWORD; ++i)); do
@@ -56,12 +65,14 @@ _hueweave() {
         --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --worst | --limit | --accept-error | --settle) return ;;
         esac
     fi
+    # Only options that want a value have none of the others after them.
+    [[ $assigned && $options ]] && return
 
     [[ $word == -* ]] && values=$options
-    mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
+    mapfile -t COMPREPLY < <(compgen -P "$prefix" -W "$values" -- "$word")
     if [[ $kind == files && $word != -* ]]; then
         compopt -o filenames 2>/dev/null
-        mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$word")
+        mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -P "$prefix" -f -- "$word")
     fi
 }
 complete -F _hueweave hueweave
