@@ -3,10 +3,14 @@
 add_library(hueweave_rules INTERFACE)
 
 # A fused multiply-add rounds once, but the tables are defined with two roundings, so contraction would change them.
-target_compile_options(hueweave_rules INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-                                                -Wsign-conversion)
-target_compile_options(
-  hueweave_rules INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual>)
+target_compile_options(hueweave_rules INTERFACE -ffp-contract=off)
+if(PROJECT_IS_TOP_LEVEL)
+  target_compile_options(hueweave_rules INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion)
+  target_compile_options(hueweave_rules INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Woverloaded-virtual>)
+else()
+  # A parent project may relax floating-point arithmetic for all of its targets. It sees no warnings of these ones.
+  target_compile_options(hueweave_rules INTERFACE -fno-fast-math)
+endif()
 if(HUEWEAVE_WERROR)
   target_compile_options(hueweave_rules INTERFACE -Werror)
 endif()

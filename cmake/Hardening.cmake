@@ -26,5 +26,7 @@ if(NOT "${CMAKE_C_FLAGS} ${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
 endif()
 target_link_options(hueweave_hardening INTERFACE "$<${release}:LINKER:-z,relro,-z,now>")
 
-# Links programs as position-independent executables (POSITION_INDEPENDENT_CODE).
-check_pie_supported(LANGUAGES CXX)
+# Links the command as a position-independent executable (POSITION_INDEPENDENT_CODE).
+if(HUEWEAVE_BUILD_TOOL)
+  check_pie_supported(LANGUAGES CXX)
+endif()

@@ -8,16 +8,20 @@ include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Hueweave)
 install(TARGETS Hueweave EXPORT HueweaveTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
         INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/hueweave.h ${PROJECT_SOURCE_DIR}/include/hueweave/version.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave COMPONENT dev)
 if(TARGET hueweave_transform)
   install(TARGETS hueweave_transform EXPORT HueweaveTargets
           LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT transform NAMELINK_COMPONENT dev
-          INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-  install(TARGETS hueweave_transform_static EXPORT HueweaveTargets
           ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
           INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  if(TARGET hueweave_transform_static)
+    install(TARGETS hueweave_transform_static EXPORT HueweaveTargets
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
+            INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  endif()
   install(FILES ${PROJECT_SOURCE_DIR}/include/hueweave/transform.h ${PROJECT_SOURCE_DIR}/include/hueweave/transform.hpp
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hueweave COMPONENT dev)
 endif()
@@ -41,15 +45,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/HueweaveConfig.cmake ${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cmake
         DESTINATION ${package_dir} COMPONENT dev)
 
-# pkg-config. Absolute folders remain absolute.
-set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
-  set(pc_prefix ${CMAKE_INSTALL_PREFIX})
-else()
-  file(RELATIVE_PATH up /${pkgconfig_dir} /)
-  string(REGEX REPLACE "/$" "" up ${up})
-  set(pc_prefix "\${pcfiledir}/${up}")
-endif()
+# pkg-config. The files name the prefix that is known when they are installed; a folder that was given as an absolute
+# path remains one.
 foreach(folder LIBDIR INCLUDEDIR)
   if(IS_ABSOLUTE ${CMAKE_INSTALL_${folder}})
     set(pc_${folder} ${CMAKE_INSTALL_${folder}})
@@ -57,12 +54,27 @@ foreach(folder LIBDIR INCLUDEDIR)
     set(pc_${folder} "\${prefix}/${CMAKE_INSTALL_${folder}}")
   endif()
 endforeach()
-configure_file(${PROJECT_SOURCE_DIR}/cmake/hueweave.pc.in ${PROJECT_BINARY_DIR}/hueweave.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/hueweave.pc DESTINATION ${pkgconfig_dir} COMPONENT dev)
+# Programs in C that link a static library need what the compiler of C++ adds.
+set(pc_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+list(REMOVE_ITEM pc_runtime ${CMAKE_C_IMPLICIT_LINK_LIBRARIES})
+list(REMOVE_DUPLICATES pc_runtime)
+list(TRANSFORM pc_runtime PREPEND -l)
+list(JOIN pc_runtime " " pc_runtime)
+set(pc_modules hueweave)
 if(TARGET hueweave_transform)
-  configure_file(${PROJECT_SOURCE_DIR}/cmake/hueweave-transform.pc.in ${PROJECT_BINARY_DIR}/hueweave-transform.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/hueweave-transform.pc DESTINATION ${pkgconfig_dir} COMPONENT dev)
+  list(APPEND pc_modules hueweave-transform)
 endif()
+foreach(module ${pc_modules})
+  set(pc_prefix "@CMAKE_INSTALL_PREFIX@") # filled in at installation
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc.in @ONLY)
+  install(
+    CODE "set(pc \"${CMAKE_INSTALL_LIBDIR}/pkgconfig/${module}.pc\")
+          cmake_path(ABSOLUTE_PATH pc BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
+          message(STATUS \"Installing: \$ENV{DESTDIR}\${pc}\")
+          configure_file(\"${PROJECT_BINARY_DIR}/${module}.pc.in\" \"\$ENV{DESTDIR}\${pc}\" @ONLY)
+          list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${pc}\")"
+    COMPONENT dev)
+endforeach()
 
 if(TARGET hueweave)
   install(TARGETS hueweave RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
@@ -75,5 +87,3 @@ if(TARGET hueweave)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/completion/hueweave.fish
           DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/fish/vendor_completions.d COMPONENT tools)
 endif()
-
-include(${CMAKE_CURRENT_LIST_DIR}/Packages.cmake)

@@ -27,7 +27,7 @@
  * during a build, the engine's output space is 65535.
  *
  * When loaded, the library prints "[Source/DllMain] initializer()" to the standard output, and when unloaded
- * "[Source/DllMain] finalizer()".
+ * "[Source/DllMain] finalizer()". A static library is not loaded and prints neither.
  */
 #ifndef HUEWEAVE_HUEWEAVE_H
 #define HUEWEAVE_HUEWEAVE_H

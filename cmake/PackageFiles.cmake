@@ -1,6 +1,16 @@
 # SPDX-License-Identifier: MIT
-# CPack runs this on the staged trees before packaging, for the .deb packages only: compresses manual pages and
-# changelogs, and adds the packaging changelog to each package.
+# CPack runs this on the staged trees before packaging. The files for pkg-config get the prefix that the package is for.
+# For .deb packages, it also compresses manual pages and changelogs, and adds the packaging changelog to each package.
+set(prefix /usr/local) # an archive can be unpacked anywhere
+if(CPACK_GENERATOR STREQUAL "DEB")
+  set(prefix ${CPACK_PACKAGING_INSTALL_PREFIX})
+endif()
+file(GLOB_RECURSE modules ${CPACK_TEMPORARY_DIRECTORY}/*.pc)
+foreach(module ${modules})
+  file(READ ${module} text)
+  string(REGEX REPLACE "^prefix=[^\n]*" "prefix=${prefix}" text "${text}")
+  file(WRITE ${module} "${text}")
+endforeach()
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
   return()
 endif()
