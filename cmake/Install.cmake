@@ -45,6 +45,13 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/HueweaveConfig.cmake ${PROJECT_BINARY_DIR}/HueweaveConfigVersion.cmake
         DESTINATION ${package_dir} COMPONENT dev)
 
+# What a program with the libraries can begin with.
+file(GLOB examples CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/*.*)
+install(FILES ${examples} DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libhueweave-dev/examples COMPONENT dev)
+if(HUEWEAVE_API_PAGES)
+  include(${CMAKE_CURRENT_LIST_DIR}/ApiPages.cmake)
+endif()
+
 # pkg-config. The files name the prefix that is known when they are installed; a folder that was given as an absolute
 # path remains one.
 foreach(folder LIBDIR INCLUDEDIR)

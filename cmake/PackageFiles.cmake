@@ -16,6 +16,12 @@ if(NOT CPACK_GENERATOR STREQUAL "DEB")
 endif()
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # honours SOURCE_DATE_EPOCH
 file(GLOB_RECURSE files ${CPACK_TEMPORARY_DIRECTORY}/*)
+# Static libraries need no debugging information.
+set(archives ${files})
+list(FILTER archives INCLUDE REGEX "\\.a$")
+if(archives)
+  execute_process(COMMAND strip --strip-debug --enable-deterministic-archives ${archives} COMMAND_ERROR_IS_FATAL ANY)
+endif()
 # Debian's zsh searches a separate folder for completions from packages.
 set(completions ${files})
 list(FILTER completions INCLUDE REGEX "/zsh/site-functions/_[a-z]+$")

@@ -33,7 +33,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS $<TARGET_FILE_DIR:Hueweave>)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/debian/shlibs ${PROJECT_BINARY_DIR}/debian/triggers)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
@@ -50,9 +49,9 @@ set(CPACK_DEBIAN_TRANSFORM_DESCRIPTION "Turns RGB pixels of any ICC profile into
 Little CMS in floating point: 8 or 16 bits a sample, or floats.
 .
 This package holds the shared library of transforms.")
-set(CPACK_DEBIAN_DEV_DESCRIPTION "${about}This package holds the headers, the manual page, and what pkg-config and
-CMake need to build programs with the library, and the same for the library of
-transforms.")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "${about}This package holds the headers, the reference of the interface, examples, and
+what pkg-config and CMake need to build programs with the library, and the same
+for the library of transforms.")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "${about}This package holds the command-line program.")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libhueweave${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1)")
 if(TARGET hueweave_transform)
@@ -61,21 +60,24 @@ if(TARGET hueweave_transform)
   set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS liblcms2-dev) # for the static library
 endif()
 
-# Programs linked to the library need at least this version, and an updated loader cache.
-file(WRITE ${PROJECT_BINARY_DIR}/debian/shlibs
-     "libHueweave ${PROJECT_VERSION_MAJOR} libhueweave${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})\n")
-file(WRITE ${PROJECT_BINARY_DIR}/debian/triggers "activate-noawait ldconfig\n")
-set(transform_control ${PROJECT_BINARY_DIR}/debian/transform)
-file(WRITE ${transform_control}/shlibs "libhueweave_transform ${PROJECT_VERSION_MAJOR} "
-                                       "${CPACK_DEBIAN_TRANSFORM_PACKAGE_NAME} (>= ${PROJECT_VERSION})\n")
-file(WRITE ${transform_control}/triggers "activate-noawait ldconfig\n")
-set(CPACK_DEBIAN_TRANSFORM_PACKAGE_CONTROL_EXTRA ${transform_control}/shlibs ${transform_control}/triggers)
+# What dpkg-shlibdeps reads when programs with a library are packaged: the version that each function needs, or, from
+# older tools, one for all. The loader's cache is updated.
+foreach(component RUNTIME TRANSFORM)
+  set(package ${CPACK_DEBIAN_${component}_PACKAGE_NAME})
+  set(control ${PROJECT_BINARY_DIR}/debian/${package})
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/${package}.symbols ${control}/symbols COPYONLY)
+  file(STRINGS ${control}/symbols soname REGEX "^lib")
+  string(REGEX REPLACE "^([A-Za-z_]+)\\.so\\.([0-9]+) .*" "\\1 \\2" soname "${soname}")
+  file(WRITE ${control}/shlibs "${soname} ${package} (>= ${PROJECT_VERSION})\n")
+  file(WRITE ${control}/triggers "activate-noawait ldconfig\n")
+  set(CPACK_DEBIAN_${component}_PACKAGE_CONTROL_EXTRA ${control}/symbols ${control}/shlibs ${control}/triggers)
+endforeach()
 
-# Each package contains the licence and the changelog under its own name.
+# Each package contains the licences and the changelog under its own name.
 foreach(component ${CPACK_COMPONENTS_ALL})
   string(TOUPPER ${component} upper)
   set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
-  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${doc_dir} RENAME copyright COMPONENT ${component})
+  install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright DESTINATION ${doc_dir} COMPONENT ${component})
   install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${doc_dir} RENAME changelog COMPONENT ${component})
 endforeach()
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PackageFiles.cmake)
