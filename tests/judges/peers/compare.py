@@ -2,12 +2,13 @@
 # SPDX-License-Identifier: MIT
 """Runs hueweave and four other converters on the same files and writes tables of the results.
 
-    compare.py HUEWEAVE JUDGE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large]
+    compare.py HUEWEAVE JUDGE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large] [--abilities]
 
 HUEWEAVE is the command, JUDGE the program judge_pictures, and INPUTS a folder filled by tests/command/make-inputs. With
--o, the tables replace those between the marker lines of that file. --large adds an image of more than 4 GiB. Exits with
-1 if a result of hueweave is not the desired one. Requires the packages liblcms2-utils, argyll, libvips-tools,
-imagemagick, libtiff-tools and libimage-exiftool-perl.
+-o, the tables replace those between the marker lines of that file. --large adds an image of more than 4 GiB.
+--abilities makes the table of what others do alone. Exits with 1 if a result of hueweave is not the desired one.
+Requires the packages liblcms2-utils, argyll, libvips-tools, imagemagick, libtiff-tools, libimage-exiftool-perl and
+libgs-common.
 """
 import argparse
 import hashlib
@@ -23,6 +24,8 @@ import subprocess
 import sys
 import tempfile
 import time
+
+from abilities import Abilities
 
 HUEWEAVE, LIBRARY = "hueweave", "hueweave --precision library"
 TOOLS = [HUEWEAVE, "tificc", "cctiff", "vips", "ImageMagick"]
@@ -113,7 +116,7 @@ class Trials:
     def __init__(self, arguments, folder):
         self.inputs, self.hueweave, self.judge = arguments.inputs, arguments.hueweave, arguments.judge
         self.folder, self.out = folder, folder / "out.tif"
-        self.behaviour, self.colours = Table(TOOLS), Table(COLOUR_TOOLS)
+        self.behaviour, self.colours, self.abilities = Table(TOOLS), Table(COLOUR_TOOLS), Table(TOOLS)
         self.profile, self.screen = self.inputs / "scanner.icc", self.inputs / "screen.icc"
         self.photo, self.alpha = self.copied("photo-16.tif"), self.copied("alpha-16.tif")
 
@@ -326,7 +329,10 @@ def write(path, trials):
         found = re.search(pattern, shell(command.format(hueweave=trials.hueweave) + " 2>&1"))
         versions[tool] = maker + (found.group(1) if found else "?")
     text = path.read_text()
-    for name, table in (("behaviour", trials.behaviour), ("colours", trials.colours)):
+    for name in ("behaviour", "colours", "abilities"):
+        table = getattr(trials, name)
+        if not table.rows:
+            continue
         begin, end = f"<!-- compare.py writes the table of {name} from here -->\n", "\n<!-- to here -->"
         if begin not in text:
             sys.exit(f"{path} has no marker line for {name}")
@@ -342,10 +348,16 @@ def main():
     parser.add_argument("-o", "--output", type=pathlib.Path)
     parser.add_argument("--megapixels", type=int, default=48)
     parser.add_argument("--large", action="store_true")
+    parser.add_argument("--abilities", action="store_true")
     arguments = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="hueweave-peers-") as name:
         folder = pathlib.Path(name)
         trials = Trials(arguments, folder)
+        Abilities(trials.abilities, Run, trials).measure()
+        if arguments.abilities:
+            if arguments.output:
+                write(arguments.output, trials)
+            return 0
         trials.colour_differences()
         trials.damaged()
         trials.overwriting()
