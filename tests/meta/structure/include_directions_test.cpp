@@ -89,7 +89,7 @@ const Tree kCommand{"apps/hueweave",
                      {"batch/file", kOneFile + kFile},
                      {"batch/watch", kOneFile + kFile + kWatch},
                      {"batch", kOneFile + kFile + kBatch},
-                     {"cli/options", kWork + kSession + kOptions},
+                     {"cli/options", kWork + kSandbox + kSession + kOptions},
                      {"cli/commands", kAllFiles + kChart + kSandbox + kOptions + kCommands},
                      {"cli", kSystemAndBase + kSandbox + kOptions + kCommands + kCli}}};
 
