@@ -14,6 +14,7 @@ help:
 	@echo "make bench          measure the speed against other programs and update docs/benchmarks.md (ten minutes)"
 	@echo "make peers          compare the command with other converters and write docs/comparison.md (some minutes)"
 	@echo "make accuracy       compare colours with Little CMS in doubles for 134 profiles and write docs/accuracy.md (some minutes)"
+	@echo "make python         build, install, test and document the Python package (some minutes)"
 	@echo "make fuzz           run each fuzz target for SECONDS=60"
 	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and run them"
 	@echo "make many-inputs    run nearly four million broken inputs, always the same ones"
@@ -104,6 +105,13 @@ abi:
 	@$(call build,release) --target Hueweave hueweave_transform
 	@scripts/check-abi --renew build/release/Source/libHueweave.so build/release/Source/libhueweave_core.a
 	@scripts/check-abi --renew build/release/colour/api/libhueweave_transform.so
+
+# The command and the libraries are what the package is compared with.
+.PHONY: python
+python:
+	@scripts/install-packages python
+	@$(call build,release) --target hueweave Hueweave hueweave_transform hueweave_transform_static make_chart
+	@python/check
 
 .PHONY: fuzz many-inputs faults memcheck oss-fuzz
 SECONDS := 60

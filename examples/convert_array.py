@@ -6,12 +6,16 @@
 The library prints one line when it is loaded and one when it is unloaded. This program suppresses both, so that the
 standard output contains only its own result. HUEWEAVE_LIBRARY is the path of the shared object if the loader cannot
 find it.
+
+All matchers use the first engine of the library, one after the other. The package in python/ has any number of engines,
+and transforms that threads share without a lock.
 """
 import atexit
 import contextlib
 import ctypes
 import os
 import sys
+import threading
 import _ctypes
 
 import numpy
@@ -38,20 +42,24 @@ def silent_stdout():
 
 
 class Matcher:
-    """The first engine of the library, bound to a profile, converting to sRGB."""
+    """Converts to sRGB with the first engine of the library. Threads may use any number of matchers."""
+
+    _lock = threading.Lock()  # there is only one first engine
 
     def __init__(self, profile, library=None):
-        with silent_stdout():
-            self._library = ctypes.CDLL(library or os.environ.get("HUEWEAVE_LIBRARY", "libHueweave.so.1"))
-        atexit.register(self._unload)
         self._profile = os.fsencode(profile)
-        self._bind(RGB_8, SRGB_8)
+        with self._lock:
+            with silent_stdout():
+                self._library = ctypes.CDLL(library or os.environ.get("HUEWEAVE_LIBRARY", "libHueweave.so.1"))
+            atexit.register(self._unload)
+            self._bind(RGB_8, SRGB_8)
 
     def _unload(self):
         with silent_stdout():
             _ctypes.dlclose(self._library._handle)
 
     def _bind(self, encoding, space):
+        """Has no effect if the profile and the sample width are those of the previous call."""
         function = self._library.Orvix_Icc_SetProfile
         function.argtypes = [ctypes.c_char_p, ctypes.c_char_p] + 3 * [ctypes.c_int32]
         if function(self._profile, None, PERCEPTUAL, encoding, space) != space:
@@ -60,15 +68,18 @@ class Matcher:
     def convert(self, pixels):
         """Returns a new array of the same shape. The last axis is R, G, B; uint8 or uint16."""
         encodings = {numpy.dtype("uint8"): (RGB_8, SRGB_8), numpy.dtype("uint16"): (RGB_16, SRGB_16)}
-        if pixels.dtype not in encodings or pixels.shape[-1] != 3:
-            raise TypeError("an array of uint8 or uint16 with R, G, B as its last axis is wanted")
-        self._bind(*encodings[pixels.dtype])  # has no effect if the sample width is the same as in the previous call
+        if not isinstance(pixels, numpy.ndarray) or pixels.dtype not in encodings:
+            raise TypeError(f"a numpy.ndarray of uint8 or uint16 is wanted, not {getattr(pixels, 'dtype', type(pixels))}")
+        if pixels.ndim == 0 or pixels.shape[-1] != 3:
+            raise ValueError(f"R, G, B are wanted as the last axis; the shape is {pixels.shape}")
         matched = numpy.array(pixels, order="C")  # a copy, because 8-bit pixels are converted in place
         buffer = matched.ctypes.data_as(ctypes.c_void_p)
         function = self._library.Orvix_Icc_Convert2
         function.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_int32]
-        if function(buffer, buffer, matched.size // 3) != 0:
-            raise RuntimeError("the engine has no output space")
+        with self._lock:
+            self._bind(*encodings[pixels.dtype])
+            if function(buffer, buffer, matched.size // 3) != 0:
+                raise RuntimeError("the engine has no output space")
         return matched
 
 

@@ -18,7 +18,7 @@ namespace {
 constexpr std::ptrdiff_t kCreator = 80;  ///< in the header: the signature of the program that created it
 constexpr unsigned char kBakedBy[4] = {'h', 'w', 'v', 'b'};
 
-constexpr unsigned kPoints = 33;
+constexpr unsigned kPoints = kBakedPoints;
 constexpr std::size_t kEntries = 4096;  ///< of an input curve; the engine's maximum
 using Curve = std::vector<double>;      ///< rising from 0 to 1
 using Curves = std::array<Curve, 3>;

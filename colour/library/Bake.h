@@ -8,6 +8,8 @@
 
 namespace hueweave::colour {
 
+inline constexpr unsigned kBakedPoints = 33;  ///< on each axis
+
 /// A profile that the engine supports for all intents: Lab, tables of type "mft2" with 33 points for the perceptual,
 /// relative and saturation intents, and a white point.
 struct BakedProfile {

@@ -34,7 +34,7 @@ _hueweave() {
             --icc-version --grey-to-rgb -v --verbose --no-sandbox"
         ;;
     inspect) kind=files options="-h --help --json --no-sandbox" ;;
-    bake) kind=files options="-h --help -o --output --force -q --quiet --no-sandbox" ;;
+    bake) kind=files options="-h --help -o --output --force -q --quiet --json --no-sandbox" ;;
     verify) kind=files options="-h --help --image --to --intent --precision --bits --points --limit --json --no-sandbox" ;;
     check)
         kind=files

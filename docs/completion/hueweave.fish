@@ -22,7 +22,7 @@ complete -c hueweave -n '__fish_seen_subcommand_from spaces' -f
 complete -c hueweave -n 'not __fish_seen_subcommand_from help' -s h -l help -d 'print the options and exit'
 complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake' -s q -l quiet -d 'say nothing but refusals'
 complete -c hueweave -n $reading -l no-sandbox -d 'read the files without being confined'
-complete -c hueweave -n '__fish_seen_subcommand_from convert watch inspect verify check spaces' -l json \
+complete -c hueweave -n '__fish_seen_subcommand_from convert watch inspect bake verify check spaces' -l json \
     -d 'write one line of JSON for each result'
 
 complete -c hueweave -n $rendering -l to -x -d 'colour space or profile of the output' \

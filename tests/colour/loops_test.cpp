@@ -208,6 +208,25 @@ TEST_F(LoopsTest, StepsAreTheirFormulas) {
     }
 }
 
+TEST_F(LoopsTest, ARunOfAnyLengthGivesTheSame) {
+    const Samples16 colours = ColoursOf(1000);
+    for (const Kind kind : kKinds) {
+        const std::vector<Step> steps{Make(kind)};
+        const colour::Program program = ProgramOf(steps, true);
+        for (const colour::Loops* loops : colour::AllLoops()) {
+            const Samples16 whole = ConvertedBy(*loops, program, colours);
+            for (std::size_t pixels = 0; pixels < 530; ++pixels) {
+                Samples16 reached = colours;
+                auto* const at = reinterpret_cast<unsigned char*>(reached.data());
+                loops->words(program, at, at, pixels, 3);
+                const auto end = static_cast<std::ptrdiff_t>(3 * pixels);
+                ASSERT_TRUE(std::equal(whole.begin(), whole.begin() + end, reached.begin())) << pixels;
+                ASSERT_TRUE(std::equal(colours.begin() + end, colours.end(), reached.begin() + end)) << pixels;
+            }
+        }
+    }
+}
+
 TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
     // Values up to 1/64, multiplied by fifty after the rounding.
     for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535 / 64;

@@ -19,6 +19,7 @@ constexpr int kBlock = 256;  ///< pixels
 
 /// The values passed from step to step for the pixels of a block, by channel.
 struct Block {
+    int used;  ///< pixels, rounded up to whole vectors
     alignas(32) float value[3][kBlock];
     alignas(32) std::int32_t index[3][kBlock];
     alignas(32) float part[3][kBlock];
@@ -43,7 +44,7 @@ struct BlockLoop {
 
     static void Affine(const Step& step, Block& block) {
         const float(&m)[3][4] = step.rows;
-        for (int i = 0; i < kBlock; i += kLanes) {
+        for (int i = 0; i < block.used; i += kLanes) {
             const Floats x = Read<Floats>(&block.value[0][i]);
             const Floats y = Read<Floats>(&block.value[1][i]);
             const Floats z = Read<Floats>(&block.value[2][i]);
@@ -54,7 +55,7 @@ struct BlockLoop {
     /// Splits values of 0 to 1 into cells of an axis and positions in them.
     static void FindCells(float last, int axis, Block& block) {
         const Ints lastCell = Ints{} + (static_cast<std::int32_t>(last) - 1);
-        for (int i = 0; i < kBlock; i += kLanes) {
+        for (int i = 0; i < block.used; i += kLanes) {
             const Floats place = Clamp(Read<Floats>(&block.value[axis][i]) * last, last);
             const Ints whole = Whole(place);
             const Ints cell = whole < lastCell ? whole : lastCell;
@@ -66,7 +67,7 @@ struct BlockLoop {
     /// Interpolates between neighbouring entries; `channel` selects the indices and positions, and where the result is
     /// stored.
     static void LookUp(const float* table, int channel, Block& block) {
-        for (int i = 0; i < kBlock; i += kLanes) {
+        for (int i = 0; i < block.used; i += kLanes) {
             Floats low, high;
             Neighbours(table, &block.index[channel][i], low, high);
             Write(&block.value[channel][i], low + Read<Floats>(&block.part[channel][i]) * (high - low));
@@ -107,7 +108,7 @@ struct BlockLoop {
 
     /// Splits nodes with all channels into the channels.
     static void TakeNodes(Block& block) {
-        for (int i = 0; i < kBlock; i += 4) {
+        for (int i = 0; i < block.used; i += 4) {
             const Floats4 a = block.node[i], b = block.node[i + 1], c = block.node[i + 2], d = block.node[i + 3];
             const Floats4 acLow = __builtin_shufflevector(a, c, 0, 4, 1, 5);
             const Floats4 bdLow = __builtin_shufflevector(b, d, 0, 4, 1, 5);
@@ -124,7 +125,7 @@ struct BlockLoop {
     /// those of the first three corners; the positions are sorted.
     static void SortAxes(const Step& step, Block& block) {
         const Ints sr = Ints{} + step.stride[0], sg = Ints{} + step.stride[1], sb = Ints{} + step.stride[2];
-        for (int i = 0; i < kBlock; i += kLanes) {
+        for (int i = 0; i < block.used; i += kLanes) {
             const Floats r = Read<Floats>(&block.part[0][i]);
             const Floats g = Read<Floats>(&block.part[1][i]);
             const Floats b = Read<Floats>(&block.part[2][i]);
@@ -148,7 +149,7 @@ struct BlockLoop {
         for (int axis = 0; axis < 3; ++axis) FindCells(step.last[axis], axis, block);
         SortAxes(step, block);
         const std::int32_t all = step.stride[0] + step.stride[1] + step.stride[2];
-        for (int i = 0; i < kBlock; ++i) {
+        for (int i = 0; i < block.used; ++i) {
             const Floats4 a = NodeAt(step.nodes, block.index[0][i]), b = NodeAt(step.nodes, block.index[1][i]);
             const Floats4 c = NodeAt(step.nodes, block.index[2][i]), d = NodeAt(step.nodes, block.index[0][i] + all);
             block.node[i] = a + (b - a) * block.part[0][i] + (c - b) * block.part[1][i] + (d - c) * block.part[2][i];
@@ -160,7 +161,7 @@ struct BlockLoop {
     static void Trilinear(const Step& step, Block& block) {
         for (int axis = 0; axis < 3; ++axis) FindCells(step.last[axis], axis, block);
         const std::int32_t sr = step.stride[0], sg = step.stride[1];
-        for (int i = 0; i < kBlock; ++i) {
+        for (int i = 0; i < block.used; ++i) {
             const float r = block.part[0][i], g = block.part[1][i], b = block.part[2][i];
             const std::int32_t cell = block.index[0][i] * sr + block.index[1][i] * sg + block.index[2][i];
             const float* const at = step.nodes + std::ptrdiff_t{4} * cell;
@@ -187,7 +188,7 @@ struct BlockLoop {
 
     static void Cube(Block& block) {
         for (float(&values)[kBlock] : block.value) {
-            for (int i = 0; i < kBlock; i += kLanes) {
+            for (int i = 0; i < block.used; i += kLanes) {
                 const Floats u = Read<Floats>(&values[i]), f = u + kShift;
                 const Floats cube = f * f * f, line = u * kSlope;
                 Write(&values[i], u > All(kLimit) ? cube : line);
@@ -210,7 +211,7 @@ struct BlockLoop {
 
     static void Root(Block& block) {
         for (float(&values)[kBlock] : block.value) {
-            for (int i = 0; i < kBlock; i += kLanes) {
+            for (int i = 0; i < block.used; i += kLanes) {
                 const Floats x = Read<Floats>(&values[i]), limit = All(kLinearLimit);
                 const Floats root = CubeRoot(x > limit ? x : limit) - kShift, line = x / kSlope;
                 Write(&values[i], x > limit ? root : line);
@@ -225,7 +226,7 @@ struct BlockLoop {
 
     /// Shifts L* and C*, clamps both to 0 to 100, and rotates the hue.
     static void Adjust(const Step& step, Block& block) {
-        for (int i = 0; i < kBlock; i += kLanes) {
+        for (int i = 0; i < block.used; i += kLanes) {
             const Floats x = Read<Floats>(&block.value[0][i]);
             const Floats y = Read<Floats>(&block.value[1][i]);
             const Floats z = Read<Floats>(&block.value[2][i]);
@@ -243,7 +244,7 @@ struct BlockLoop {
 
     static void Round(Block& block) {
         for (float(&values)[kBlock] : block.value) {
-            for (int i = 0; i < kBlock; i += kLanes) {
+            for (int i = 0; i < block.used; i += kLanes) {
                 Write(&values[i], Real(Whole(Clamp(Read<Floats>(&values[i]), 1.0F) * 65535.0F + 0.5F)) / 65535.0F);
             }
         }
@@ -275,7 +276,7 @@ struct BlockLoop {
         constexpr std::int32_t kFirst = (127 - static_cast<std::int32_t>(kOctaves)) << 23, kPartBits = 23 - kStepBits;
         constexpr float kPart = 1.0F / static_cast<float>(1 << kPartBits);
         constexpr float kOffset = 1.0F / static_cast<float>(1 << kOctaves);
-        for (int i = 0; i < kBlock; i += kLanes) {
+        for (int i = 0; i < block.used; i += kLanes) {
             const Floats x = Clamp(Read<Floats>(&block.value[channel][i]), 1.0F) + kOffset;
             const Ints bits = Read<Ints>(&x) - kFirst;
             Write(&block.index[channel][i], bits >> kPartBits);
@@ -313,7 +314,7 @@ struct BlockLoop {
     static void RoundOutputs(Block& block) {
         constexpr auto kTop = static_cast<float>(static_cast<Sample>(-1));
         for (int c = 0; c < 3; ++c) {
-            for (int i = 0; i < kBlock; i += kLanes) {
+            for (int i = 0; i < block.used; i += kLanes) {
                 Write(&block.index[c][i], Whole(Clamp(Read<Floats>(&block.value[c][i]), 1.0F) * kTop + 0.5F));
             }
         }
@@ -343,7 +344,7 @@ struct BlockLoop {
 
     static void WriteFloats(Block& block, unsigned char* to, unsigned samples, int count) {
         for (float(&values)[kBlock] : block.value) {
-            for (int i = 0; i < kBlock; i += kLanes) Write(&values[i], Clamp(Read<Floats>(&values[i]), 1.0F));
+            for (int i = 0; i < block.used; i += kLanes) Write(&values[i], Clamp(Read<Floats>(&values[i]), 1.0F));
         }
         for (int i = 0; i < count; ++i, to += samples * sizeof(float)) {
             for (int c = 0; c < 3; ++c) Write(to + sizeof(float) * static_cast<unsigned>(c), block.value[c][i]);
@@ -364,15 +365,23 @@ struct BlockLoop {
         for (int c = 0; c < 3; ++c) Encode(program.encoding[c], c, block);
     }
 
+    /// Values without a pixel are computed, too, so they are numbers.
+    static void Clear(Block& block, std::size_t pixels) {
+        const std::size_t most = pixels < kBlock ? (pixels + kLanes - 1) / kLanes * kLanes : kBlock;
+        for (float(&values)[kBlock] : block.value) __builtin_memset(values, 0, most * sizeof(float));
+    }
+
     template <typename Sample>
     static void Run(const Program& program, const unsigned char* source, unsigned char* dest, std::size_t pixels,
                     unsigned samples) {
         constexpr bool kFloat = std::is_same_v<Sample, float>, kBytes = sizeof(Sample) == 1;
         const std::size_t pixelBytes = samples * sizeof(Sample);
         const Ends& ends = kBytes ? program.byteEnds : program.wordEnds;
-        Block block{};
+        Block block;
+        Clear(block, pixels);
         for (std::size_t done = 0; done < pixels; done += kBlock) {
             const int count = pixels - done < kBlock ? static_cast<int>(pixels - done) : kBlock;
+            block.used = (count + kLanes - 1) / kLanes * kLanes;
             const unsigned char* const from = source + done * pixelBytes;
             unsigned char* const to = dest + done * pixelBytes;
             if constexpr (kFloat) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The profile that replaces one that the engine does not accept.
 #include <algorithm>
+#include <cstdio>
 
 #include "command/support/DeviceProfiles.h"
 #include "command/support/ExifTool.h"
@@ -77,8 +78,17 @@ TEST_F(BakeTest, NodesOfATableStandAtStepsOfLight) {
     Matrix toXyz = ToXyz(kGamutAdobe);
     for (std::size_t i = 0; i < 9; ++i) toXyz[i / 3][i % 3] = std::round(toXyz[i / 3][i % 3] * 65536) / 65536;
     WriteFile(profile_, MatrixProfile(toXyz, {GammaBlock(kGamma[0]), GammaBlock(kGamma[1]), GammaBlock(kGamma[2])}));
-    const Outcome run = Hueweave({"bake", profile_, "-o", baked_});
+    const Outcome run = Hueweave({"bake", profile_, "-o", baked_, "--json"});
     ASSERT_EQ(run.status, 0);
+    const json told = json::parse(run.out);
+    EXPECT_EQ(told["profile"], profile_);
+    EXPECT_EQ(told["output"], baked_);
+    EXPECT_EQ(told["points"], 33);
+    EXPECT_EQ(told["spacing"], "light to the power 2/3");
+    char figures[80];
+    std::snprintf(figures, sizeof figures, "CIEDE2000 %.2f on average, 95 %% within %.2f)", told["mean"].get<double>(),
+                  told["p95"].get<double>());
+    EXPECT_THAT(run.err, HasSubstr(figures));
     ASSERT_NE(run.err.find("in steps of light to the power 2/3;"), std::string::npos) << run.err;
     const Profile baked = OpenProfile(baked_);
     std::vector<unsigned char> table(cmsReadRawTag(baked.get(), cmsSigAToB0Tag, nullptr, 0));

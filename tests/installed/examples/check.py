@@ -4,11 +4,14 @@
 What one example prints is held against what another reaches on another way: C against Python, a file against a buffer,
 three engines at once against one engine three times. Pictures are read by ImageMagick.
 """
+import concurrent.futures
 import ctypes
 import os
 import pathlib
+import shutil
 import subprocess
 import sys
+import threading
 import unittest
 
 import numpy
@@ -16,6 +19,9 @@ import numpy
 PROGRAMS, FILES, WORK = (pathlib.Path(folder) for folder in sys.argv[1:4])
 PROFILE = str(FILES / "scanner.icc")
 EXAMPLES = pathlib.Path(__file__).resolve().parents[3] / "examples"
+sys.path.insert(0, str(EXAMPLES))
+sys.dont_write_bytecode = True
+import convert_array  # noqa: E402
 ARRAY = ["/usr/bin/python3", str(EXAMPLES / "convert_array.py")]
 
 
@@ -67,6 +73,33 @@ class Buffers(unittest.TestCase):
         done = run(*ARRAY, PROFILE)
         self.assertEqual(done.stderr, "")
         self.assertEqual([line for line in done.stdout.splitlines() if " -> " not in line], [])
+
+
+class Threads(unittest.TestCase):
+    """Matchers of several threads share one engine: each thread gets what it gets alone."""
+
+    def test_two_threads_with_a_matcher_each(self):
+        other = shutil.copy(PROFILE, WORK / "another name.icc")  # so that the engine is bound again
+        jobs = [(convert_array.Matcher(path), numpy.arange(3 * 20000, dtype="uint16").astype(kind).reshape(-1, 3))
+                for path, kind in ((PROFILE, "uint8"), (other, "uint16"))]
+        alone = [matcher.convert(pixels) for matcher, pixels in jobs]
+        start = threading.Barrier(2)
+
+        def work(job):
+            start.wait()
+            return [job[0].convert(job[1]) for _ in range(150)]
+
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            for results, expected in zip(pool.map(work, jobs), alone):
+                for result in results:
+                    self.assertTrue(numpy.array_equal(result, expected))
+
+    def test_refuses_other_types_and_shapes(self):
+        matcher = convert_array.Matcher(PROFILE)
+        for pixels in ([[1, 2, 3]], numpy.zeros(3), numpy.zeros((2, 3), ">u2"), None):
+            self.assertRaises(TypeError, matcher.convert, pixels)
+        for shape in ((), (4,), (3, 4)):
+            self.assertRaises(ValueError, matcher.convert, numpy.zeros(shape, "uint8"))
 
 
 class Files(unittest.TestCase):

@@ -3,7 +3,8 @@
 // -> base; the remaining folders include only base. In colour: api -> {library, exact, chart} -> profile -> base,
 // levels may be skipped, and nothing of the command. In the command: cli -> batch -> {tiff, png, jpeg} -> picture ->
 // system, levels may be skipped; cli, batch, picture and the folders that write images also include colour, and all
-// folders colour/base. Only colour includes the library's own headers.
+// folders colour/base. Only colour includes the library's own headers, and the module for Python that of the engine; it
+// includes colour/api besides.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -93,6 +94,8 @@ const Tree kCommand{"apps/hueweave",
                      {"cli/commands", kAllFiles + kChart + kSandbox + kOptions + kCommands},
                      {"cli", kSystemAndBase + kSandbox + kOptions + kCommands + kCli}}};
 
+const Tree kPython{"python/native", 7, {{"", kHeaders + kApi + Folders{"", "engine"}}}};
+
 /// The folders in a source's quoted includes; "" for an include without a folder.
 std::set<std::string> IncludedFolders(const fs::path& file) {
     static const std::regex include(R"re(^\s*#include\s+"(?:([^"]+)/)?[^"/]+")re");
@@ -124,6 +127,8 @@ void ExpectOneWay(const Tree& tree) {
 TEST(IncludeDirections, NoFolderOfTheLibraryReachesUpOrSideways) { ExpectOneWay(kLibrary); }
 TEST(IncludeDirections, NoFolderOfTheColoursReachesUpOrSideways) { ExpectOneWay(kColour); }
 TEST(IncludeDirections, NoFolderOfTheCommandReachesUpOrSideways) { ExpectOneWay(kCommand); }
+
+TEST(IncludeDirections, TheModuleForPythonIncludesTheInterfaceAndTheEngine) { ExpectOneWay(kPython); }
 
 TEST(IncludeDirections, SeesAFolderThatIsNamed) {
     const fs::path root = HUEWEAVE_SOURCE_DIR;

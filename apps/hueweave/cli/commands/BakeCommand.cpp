@@ -8,12 +8,28 @@
 #include "batch/session/ProfileFile.h"
 #include "cli/options/AllowedPaths.h"
 #include "colour/library/Bake.h"
+#include "system/Json.h"
+#include "system/JsonNames.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
 #include "system/files/OutputFile.h"
 #include "system/files/TemporaryFiles.h"
 
 namespace hueweave::tool {
+namespace {
+
+std::string Describe(const BakeOptions& options, const colour::BakedProfile& baked) {
+    nlohmann::ordered_json json;
+    PutName(json, "profile", options.profile);
+    PutName(json, "output", options.output);
+    json["points"] = colour::kBakedPoints;
+    json["spacing"] = baked.spacing;
+    json["mean"] = baked.mean;
+    json["p95"] = baked.p95;
+    return JsonLine(json);
+}
+
+}  // namespace
 
 CLI::App* BakeCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("bake", "Make a profile that the engine supports for every intent");
@@ -21,6 +37,7 @@ CLI::App* BakeCommand::Declare(CLI::App& app) {
     c->add_option("-o,--output", options_.output, "Profile to write")->required();
     c->add_flag("--force", options_.force, "Replace a file that exists already");
     c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
+    c->add_flag("--json", options_.json, "Write one line of JSON");
     AddSandbox(*c, options_.sandbox);
     c->footer("Examples:\n  hueweave bake scanner.icc -o scanner-baked.icc");
     return c;
@@ -49,10 +66,13 @@ Exit BakeCommand::Run() {
     output.Finish();
     // Created before the file gets its name, so that no file is published if memory runs out.
     const std::string line =
-        fmt::format("{} -> {} (33 points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})",
-                    OneLine(options_.profile), OneLine(options_.output), baked.spacing, baked.mean, baked.p95);
+        fmt::format("{} -> {} ({} points in steps of {}; CIEDE2000 {:.2f} on average, 95 % within {:.2f})",
+                    OneLine(options_.profile), OneLine(options_.output), colour::kBakedPoints, baked.spacing,
+                    baked.mean, baked.p95);
+    const std::string json = options_.json ? Describe(options_, baked) + "\n" : "";
     output.Commit();
     if (!options_.quiet) PrintError(line);
+    fmt::print("{}", json);
     return Exit::Done;
 }
 

@@ -9,7 +9,7 @@ namespace hueweave::tool {
 
 struct BakeOptions {
     std::string profile, output;
-    bool force = false, quiet = false, sandbox = false;
+    bool force = false, quiet = false, json = false, sandbox = false;
 };
 
 /// The subcommand "bake": makes a profile that the engine supports for all intents.
