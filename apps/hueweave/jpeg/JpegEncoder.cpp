@@ -58,22 +58,26 @@ bool HasZero(const jpeg_decompress_struct& from) {
     return false;
 }
 
-/// Makes the encoder do what was done for the image of the decoder.
-void Imitate(j_compress_ptr to, j_decompress_ptr from) {
+/// Makes the encoder do what was done for the image of the decoder, for pixels of so many samples.
+void Imitate(j_compress_ptr to, j_decompress_ptr from, int samples) {
+    const bool isSame = samples == from->num_components;
+    // The first three components of YCCK are those of YCbCr.
+    const bool keepsFactors = isSame || from->jpeg_color_space == JCS_YCCK;
     to->image_width = from->output_width;
     to->image_height = from->output_height;
-    to->input_components = 3;
-    to->in_color_space = JCS_RGB;
+    to->input_components = samples;
+    to->in_color_space = samples == 1 ? JCS_GRAYSCALE : JCS_RGB;
     jpeg_set_defaults(to);
-    jpeg_set_colorspace(to, from->jpeg_color_space);
+    jpeg_set_colorspace(to, isSame ? from->jpeg_color_space : JCS_YCbCr);
     std::fill(std::begin(to->quant_tbl_ptrs), std::end(to->quant_tbl_ptrs), nullptr);
-    for (int c = 0; c < 3; ++c) {
-        const jpeg_component_info& old = from->comp_info[c];
+    for (int c = 0; c < samples; ++c) {
+        const int number = std::min(c, from->num_components - 1);
+        const jpeg_component_info& old = from->comp_info[number];
         jpeg_component_info& component = to->comp_info[c];
-        component.component_id = old.component_id;
-        component.h_samp_factor = old.h_samp_factor;
-        component.v_samp_factor = old.v_samp_factor;
-        component.quant_tbl_no = PutTable(to, *TableOf(*from, c), old.quant_tbl_no);
+        if (isSame) component.component_id = old.component_id;
+        component.h_samp_factor = keepsFactors ? old.h_samp_factor : 1;
+        component.v_samp_factor = keepsFactors ? old.v_samp_factor : 1;
+        component.quant_tbl_no = PutTable(to, *TableOf(*from, number), old.quant_tbl_no);
     }
     // These markers are among the segments that are copied.
     to->write_JFIF_header = FALSE;
@@ -105,6 +109,7 @@ struct JpegEncoder::Parts {
     Parts(const Parts&) = delete;
     Parts& operator=(const Parts&) = delete;
 
+    std::size_t Samples() const { return static_cast<std::size_t>(info.input_components); }
     static Parts& Of(j_compress_ptr compress) { return *static_cast<Parts*>(compress->client_data); }
     void Restart() {
         destination.next_output_byte = block.data();
@@ -131,7 +136,7 @@ struct JpegEncoder::Parts {
     std::uint64_t at = 0;
 };
 
-JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, std::uint64_t memory)
+JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, unsigned samples, std::uint64_t memory)
     : parts_(std::make_unique<Parts>(target, decoder.parts_->structure.file().name())) {
     Parts& parts = *parts_;
     JpegDecoder::Parts& from = *decoder.parts_;
@@ -139,11 +144,11 @@ JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, s
         throw Refusal(Exit::Input, parts.name, "is damaged: its quantisation tables contain 0",
                       "get a whole copy of the file");
     }
-    const bool mayOptimise = from.structure.frame().CoefficientBytes() <= memory;
-    const bool done = Guarded(parts.errors, [&parts, &from, mayOptimise] {
+    const bool mayOptimise = from.structure.frame().CoefficientBytes(samples) <= memory;
+    const bool done = Guarded(parts.errors, [&parts, &from, samples, mayOptimise] {
         jpeg_create_compress(&parts.info);
         parts.info.dest = &parts.destination;
-        Imitate(&parts.info, &from.info);
+        Imitate(&parts.info, &from.info, static_cast<int>(samples));
         if (mayOptimise && parts.info.arith_code == 0 && HasOwnCodes(from.info, parts.info)) {
             parts.info.optimize_coding = TRUE;
         }
@@ -164,9 +169,10 @@ void JpegEncoder::WriteSegment(unsigned marker, const Bytes& data) {
 
 void JpegEncoder::Write(unsigned char* rows, std::uint32_t count) {
     Parts& parts = *parts_;
-    const bool done = Guarded(parts.errors, [&parts, rows, count] {
+    const std::size_t rowBytes = std::size_t{parts.info.image_width} * parts.Samples();
+    const bool done = Guarded(parts.errors, [&parts, rows, count, rowBytes] {
         for (std::uint32_t r = 0; r < count; ++r) {
-            JSAMPROW row = rows + std::size_t{r} * parts.info.image_width * 3;
+            JSAMPROW row = rows + r * rowBytes;
             jpeg_write_scanlines(&parts.info, &row, 1);
         }
     });

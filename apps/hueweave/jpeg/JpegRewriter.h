@@ -15,7 +15,8 @@ struct JpegJob {
     std::shared_ptr<const Bytes> icc;                   ///< the profile to embed; null for none
 };
 
-/// Refuses a file for which there is no conversion: grey and CMYK images, and those that libjpeg does not decode.
+/// Refuses a file for which there is no conversion: CMYK without the marker of Adobe, and images that libjpeg does not
+/// decode.
 void CheckConvertible(const JpegStructure& structure);
 
 /// Whether the file has a list of further images after the first one. They go, because they would keep the old colours,

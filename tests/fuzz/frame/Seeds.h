@@ -27,7 +27,8 @@ void SowProfiles(const Sow& sow);
 void SowTiffs(const Sow& sow);
 /// TIFF files written by libtiff, in every layout that the command converts, in both byte orders and as BigTIFF.
 void SowCommandTiffs(const Sow& sow);
-/// PNG files written by libpng, and JPEG files written by libjpeg, of each kind that the command converts.
+/// PNG files written by libpng, and JPEG files written by libjpeg, of each kind that the command converts, behind
+/// the byte that steers the conversion.
 void SowPngs(const Sow& sow);
 void SowJpegs(const Sow& sow);
 /// Small profiles written by Little CMS: tables, matrices, and kinds that the command refuses.

@@ -105,9 +105,8 @@ void PlantFilesOfTheCommand(Garden& garden) {
     SowTiffs([&](const std::string& name, const Bytes& file) {
         if (++number % 5 == 0) tiff("library-" + name, file);
     });
-    SowPngs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_png", name, Joined({0}, file)); });
-    SowJpegs(
-        [&](const std::string& name, const Bytes& file) { garden.Plant("convert_jpeg", name, Joined({0}, file)); });
+    SowPngs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_png", name, file); });
+    SowJpegs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_jpeg", name, file); });
     Bytes before;
     SowCommandProfiles([&](const std::string& name, const Bytes& file) {
         garden.Plant("convert_profile", name, Joined(Steering(4, ++number), file));

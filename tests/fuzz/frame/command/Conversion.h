@@ -10,7 +10,8 @@
 
 namespace hueweave::fuzz {
 
-/// Converts any bytes as a file with a fixed profile by the library's precision, as the command does. Requires what
+/// Converts any bytes as a file with a fixed profile, as the command does: by the library's precision or, for grey and
+/// CMYK, by the exact one. Requires what
 /// holds for every format: a refusal is one of the input and leaves no file; files are closed; time and heap stay
 /// within their limits.
 class Conversion {
@@ -19,6 +20,9 @@ public:
     explicit Conversion(const std::string& extension);
     /// Returns whether there is an output. With `dryRun`, there never is. The steering is one byte.
     bool Run(unsigned steering, const Bytes& file, bool dryRun);
+    /// Whether the pixels are grey or CMYK, for which no engine exists: two bits of the steering choose between RGB,
+    /// grey, grey that becomes RGB, and CMYK.
+    static bool IsOfDevice(unsigned steering) { return (steering & 48U) != 0; }
 
     Bytes Output() const;
     const Bytes& profile() const { return profile_.data; }
@@ -26,11 +30,17 @@ public:
     const std::string& PutSource(const Bytes& file) const;
 
 private:
+    /// The options of a run, and what is made of them.
+    struct Setting {
+        Setting(tool::DeviceProfile given, const tool::ConvertOptions& asked);
+        tool::DeviceProfile profile;
+        tool::ConvertOptions options;
+        tool::Target target;
+        tool::ProfileCache cache;  ///< borrows the options and the target
+    };
     ScratchFolder folder_;
     tool::DeviceProfile profile_;
-    tool::ConvertOptions options_;
-    tool::Target target_;
-    std::unique_ptr<tool::ProfileCache> cache_;
+    std::unique_ptr<Setting> settings_[4];  ///< by the steering
     std::string source_, output_;
 };
 

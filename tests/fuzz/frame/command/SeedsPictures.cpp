@@ -19,10 +19,16 @@ constexpr unsigned kWidth = 19, kHeight = 21;
 
 unsigned char Texture(std::size_t at) { return static_cast<unsigned char>(at * 37 + at / 7 * 5); }
 
+Bytes Steered(unsigned char steering, Bytes file) {
+    file.insert(file.begin(), steering);
+    return file;
+}
+
 struct PngKind {
     const char* name;
     int colours, depth, interlace;
     bool extras;
+    unsigned char steering = 0;  ///< 16 for grey, 32 for grey that becomes RGB
 };
 
 constexpr PngKind kPngKinds[] = {{"rgb-8", PNG_COLOR_TYPE_RGB, 8, 0, true},
@@ -33,7 +39,12 @@ constexpr PngKind kPngKinds[] = {{"rgb-8", PNG_COLOR_TYPE_RGB, 8, 0, true},
                                  {"palette-1", PNG_COLOR_TYPE_PALETTE, 1, 0, false},
                                  {"palette-4-interlaced", PNG_COLOR_TYPE_PALETTE, 4, 1, true},
                                  {"palette-8", PNG_COLOR_TYPE_PALETTE, 8, 0, true},
-                                 {"grey-8", PNG_COLOR_TYPE_GRAY, 8, 0, false}};
+                                 {"grey-1", PNG_COLOR_TYPE_GRAY, 1, 0, true, 16},
+                                 {"grey-4-interlaced", PNG_COLOR_TYPE_GRAY, 4, 1, true, 32},
+                                 {"grey-8", PNG_COLOR_TYPE_GRAY, 8, 0, false, 16},
+                                 {"grey-16", PNG_COLOR_TYPE_GRAY, 16, 0, true, 16},
+                                 {"grey-alpha-8", PNG_COLOR_TYPE_GRAY_ALPHA, 8, 0, false, 32},
+                                 {"grey-alpha-16-interlaced", PNG_COLOR_TYPE_GRAY_ALPHA, 16, 1, false, 16}};
 
 void SetExtras(png_structp png, png_infop info) {
     png_text text[2] = {};
@@ -44,11 +55,11 @@ void SetExtras(png_structp png, png_infop info) {
     png_set_text(png, info, text, 2);
     png_set_pHYs(png, info, 3000, 3000, PNG_RESOLUTION_METER);
     png_set_gAMA_fixed(png, info, 45455);
-    png_color_16 colour{1, 7, 8, 9, 0};
+    png_color_16 colour{1, 7, 8, 9, 1};
     png_set_bKGD(png, info, &colour);
-    const bool isRgb = png_get_color_type(png, info) == PNG_COLOR_TYPE_RGB;
+    const bool hasPalette = png_get_color_type(png, info) == PNG_COLOR_TYPE_PALETTE;
     png_byte alpha[3] = {0, 128, 255};
-    png_set_tRNS(png, info, alpha, 3, isRgb ? &colour : nullptr);
+    png_set_tRNS(png, info, alpha, 3, hasPalette ? nullptr : &colour);
 }
 
 Bytes WrittenPng(const PngKind& kind) {
@@ -86,6 +97,8 @@ struct JpegKind {
     int across, down;
     bool progressive, arithmetic, optimised, rgb;
     unsigned restart;
+    J_COLOR_SPACE colours = JCS_YCbCr;  ///< others than grey and CMYK are made of RGB
+    unsigned char steering = 0;         ///< 16 for grey, 32 for grey that becomes RGB, 48 for CMYK
 };
 
 constexpr JpegKind kJpegKinds[] = {{"usual", 2, 2, false, false, false, false, 0},
@@ -94,7 +107,11 @@ constexpr JpegKind kJpegKinds[] = {{"usual", 2, 2, false, false, false, false, 0
                                    {"progressive", 2, 2, true, false, false, false, 0},
                                    {"arithmetic", 2, 2, false, true, false, false, 1},
                                    {"arithmetic-progressive", 1, 1, true, true, false, false, 0},
-                                   {"rgb", 1, 1, false, false, false, true, 0}};
+                                   {"rgb", 1, 1, false, false, false, true, 0},
+                                   {"grey", 1, 1, false, false, false, false, 3, JCS_GRAYSCALE, 16},
+                                   {"grey-progressive", 1, 1, true, false, false, false, 0, JCS_GRAYSCALE, 32},
+                                   {"cmyk", 1, 1, false, false, false, false, 0, JCS_CMYK, 48},
+                                   {"ycck-420", 2, 2, false, false, true, false, 0, JCS_YCCK, 48}};
 
 Bytes WrittenJpeg(const JpegKind& kind) {
     jpeg_compress_struct info{};
@@ -106,9 +123,11 @@ Bytes WrittenJpeg(const JpegKind& kind) {
     jpeg_mem_dest(&info, &data, &size);
     info.image_width = kWidth;
     info.image_height = kHeight;
-    info.input_components = 3;
-    info.in_color_space = JCS_RGB;
+    const bool isInk = kind.colours == JCS_CMYK || kind.colours == JCS_YCCK;
+    info.input_components = kind.colours == JCS_GRAYSCALE ? 1 : isInk ? 4 : 3;
+    info.in_color_space = kind.colours == JCS_GRAYSCALE ? JCS_GRAYSCALE : isInk ? JCS_CMYK : JCS_RGB;
     jpeg_set_defaults(&info);
+    if (isInk) jpeg_set_colorspace(&info, kind.colours);
     if (kind.rgb) jpeg_set_colorspace(&info, JCS_RGB);
     info.comp_info[0].h_samp_factor = kind.across;
     info.comp_info[0].v_samp_factor = kind.down;
@@ -123,9 +142,9 @@ Bytes WrittenJpeg(const JpegKind& kind) {
                           static_cast<unsigned>(text.size()));
     }
     for (std::size_t y = 0; y < kHeight; ++y) {
-        unsigned char row[3 * kWidth];
-        for (std::size_t x = 0; x < sizeof row; ++x) row[x] = Texture(y * sizeof row + x);
-        JSAMPROW at = row;
+        Bytes row(static_cast<std::size_t>(info.input_components) * kWidth);
+        for (std::size_t x = 0; x < row.size(); ++x) row[x] = Texture(y * row.size() + x);
+        JSAMPROW at = row.data();
         jpeg_write_scanlines(&info, &at, 1);
     }
     jpeg_finish_compress(&info);
@@ -138,11 +157,11 @@ Bytes WrittenJpeg(const JpegKind& kind) {
 }  // namespace
 
 void SowPngs(const Sow& sow) {
-    for (const PngKind& kind : kPngKinds) sow(kind.name, WrittenPng(kind));
+    for (const PngKind& kind : kPngKinds) sow(kind.name, Steered(kind.steering, WrittenPng(kind)));
 }
 
 void SowJpegs(const Sow& sow) {
-    for (const JpegKind& kind : kJpegKinds) sow(kind.name, WrittenJpeg(kind));
+    for (const JpegKind& kind : kJpegKinds) sow(kind.name, Steered(kind.steering, WrittenJpeg(kind)));
 }
 
 }  // namespace hueweave::fuzz

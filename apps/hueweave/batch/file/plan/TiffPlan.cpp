@@ -95,12 +95,7 @@ private:
         if (std::any_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsConvertible(); })) return;
         const auto page = std::find_if(pages.begin(), pages.end(), [](const TiffPage& p) { return !p.kind.empty(); });
         const std::string where = page->label.empty() ? "" : page->label + " ";
-        const bool exact = options_.precision == Precision::Exact;
-        const std::string pixels = page->kind + (exact ? " pixels without a profile for them" : " pixels, not RGB");
-        const std::string remedy =
-            exact ? "give a profile for " + page->kind + " with --profile" : "leave --precision library out";
-        throw Refusal(Exit::Input, images_->structure.file().name(), where + "holds " + pixels, remedy)
-            .OfKind({page->kind, pixels, true});
+        throw NotRgb(images_->structure.file().name(), where, page->kind, options_.precision);
     }
 
     /// Names the pages that stay as they are because they are not RGB. Masks have no colours.
