@@ -97,7 +97,8 @@ std::uint64_t PageSource::DirectorySize(std::uint64_t places) const {
 Bytes PageSource::Directory(std::uint64_t rows, const std::vector<Extent>& places) const {
     Writer writer(bigEndian_, DirectorySize(places.size()));
     const unsigned samples = page_.SegmentSamples();
-    const bool ycbcr = page_.photometric == PHOTOMETRIC_YCBCR;
+    // Data units of YCbCr are to be left as they are: to libtiff they are pixels with further samples.
+    const bool ycbcr = page_.photometric == PHOTOMETRIC_YCBCR && !page_.chroma;
     const unsigned colours = ycbcr ? page_.photometric : samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
     std::vector<std::uint64_t> offsets, sizes;
     for (const Extent& place : places) offsets.push_back(place.offset), sizes.push_back(place.size);

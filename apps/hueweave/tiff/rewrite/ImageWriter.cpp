@@ -37,7 +37,7 @@ bool SegmentsFit(const TiffPage& page, std::uint64_t memory, unsigned threads) {
     const std::uint64_t decoded = page.DecodedBytes(0);
     const std::uint64_t pixels = 4 * decoded + (page.planar ? 2 * PlaneCounts(page).gathered * decoded : 0);
     // Expanded pixels, and the encoder's bytes and buffer of them.
-    const std::uint64_t more = expanded != 0 ? page.RowsOf(0) * (expanded + 2 * page.written.RowBytes()) : 0;
+    const std::uint64_t more = expanded != 0 ? page.RowsOf(0) * (expanded + 2 * page.WrittenRowBytes()) : 0;
     return largest + pixels + more + CoderMemory(page) <= memory / threads;
 }
 

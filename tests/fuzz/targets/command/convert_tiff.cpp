@@ -79,7 +79,7 @@ Parsed Parse(const std::string& path, bool exact = false) {
             throw Refusal(Exit::Input, path, "has another depth", "leave --precision library out");
         }
         if (page.IsConvertible())
-            parsed.decoded += page.Segments() * std::max(page.RowBytes(), page.written.RowBytes()) * page.segmentHeight;
+            parsed.decoded += page.Segments() * std::max(page.RowBytes(), page.WrittenRowBytes()) * page.segmentHeight;
     }
     const auto isConvertible = [](const TiffPage& page) { return page.IsConvertible(); };
     if (std::none_of(parsed.pages.begin(), parsed.pages.end(), isConvertible)) {

@@ -22,7 +22,7 @@ struct PlannedPages : PlannedImages {
 
     std::uint64_t Pixels() const override {
         std::uint64_t pixels = 0;
-        for (const TiffPage& page : pages) pixels += page.stays ? 0 : page.Pixels();
+        for (const TiffPage& page : pages) pixels += page.stays ? 0 : page.written.Pixels();
         return pixels;
     }
     void Write(const FileAccess& target, const WriteSettings& settings, Measured& measured) const override {
