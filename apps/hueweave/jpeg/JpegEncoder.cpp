@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -88,6 +89,24 @@ void Imitate(j_compress_ptr to, j_decompress_ptr from, int samples) {
     if (from->progressive_mode != 0) jpeg_simple_progression(to);
 }
 
+void SetNew(j_compress_ptr to, const NewJpegSettings& settings) {
+    to->image_width = settings.width;
+    to->image_height = settings.height;
+    to->input_components = static_cast<int>(settings.samples);
+    to->in_color_space = settings.samples == 1 ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(to);
+    jpeg_set_quality(to, static_cast<int>(settings.quality), TRUE);
+    for (int c = 0; c < to->num_components; ++c) {
+        to->comp_info[c].h_samp_factor = to->comp_info[c].v_samp_factor = 1;
+    }
+    to->dct_method = JDCT_ISLOW;
+    constexpr double kMost = 65535;
+    if (settings.xPerInch < 1 || settings.yPerInch < 1) return;
+    to->density_unit = 1;
+    to->X_density = static_cast<UINT16>(std::lround(std::min(kMost, settings.xPerInch)));
+    to->Y_density = static_cast<UINT16>(std::lround(std::min(kMost, settings.yPerInch)));
+}
+
 }  // namespace
 
 struct JpegEncoder::Parts {
@@ -153,6 +172,23 @@ JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, u
             parts.info.optimize_coding = TRUE;
         }
         jpeg_start_compress(&parts.info, TRUE);
+    });
+    if (!done) parts.errors.Throw(parts.name);
+}
+
+JpegEncoder::JpegEncoder(const FileAccess& target, const NewJpegSettings& settings, std::string name,
+                         std::uint64_t memory)
+    : parts_(std::make_unique<Parts>(target, std::move(name))) {
+    Parts& parts = *parts_;
+    const std::uint64_t coefficients =
+        (std::uint64_t{settings.width} + 7) * (std::uint64_t{settings.height} + 7) * settings.samples * 2;
+    const bool done = Guarded(parts.errors, [&parts, &settings, mayOptimise = coefficients <= memory] {
+        jpeg_compress_struct& info = parts.info;
+        jpeg_create_compress(&info);
+        info.dest = &parts.destination;
+        SetNew(&info, settings);
+        info.optimize_coding = mayOptimise ? TRUE : FALSE;
+        jpeg_start_compress(&info, TRUE);
     });
     if (!done) parts.errors.Throw(parts.name);
 }

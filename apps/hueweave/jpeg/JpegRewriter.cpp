@@ -22,25 +22,6 @@ bool IsListOfImages(const JpegStructure& structure, const JpegSegment& segment) 
     return segment.marker == jpeg_marker::kApp2 && structure.Begins(segment, kFurtherImagesStart);
 }
 
-/// The contents of the segments APP2 for a profile.
-std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name) {
-    const std::size_t count = (profile.size() + kMostInSegment - 1) / kMostInSegment;
-    if (count > kMostParts) {
-        throw Refusal(Exit::Profile, name, "cannot embed the profile of the output, which is too large for a JPEG file",
-                      "leave it out with --no-tag");
-    }
-    std::vector<Bytes> segments;
-    for (std::size_t part = 0; part < count; ++part) {
-        const std::size_t begin = part * kMostInSegment, size = std::min(kMostInSegment, profile.size() - begin);
-        Bytes& data = segments.emplace_back(kProfileStart.begin(), kProfileStart.end());
-        data.push_back(static_cast<unsigned char>(part + 1));
-        data.push_back(static_cast<unsigned char>(count));
-        data.insert(data.end(), profile.begin() + static_cast<std::ptrdiff_t>(begin),
-                    profile.begin() + static_cast<std::ptrdiff_t>(begin + size));
-    }
-    return segments;
-}
-
 class Rewriter {
 public:
     Rewriter(const JpegStructure& structure, const JpegJob& job, const FileAccess& target,
@@ -157,6 +138,24 @@ private:
 };
 
 }  // namespace
+
+std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name) {
+    const std::size_t count = (profile.size() + kMostInSegment - 1) / kMostInSegment;
+    if (count > kMostParts) {
+        throw Refusal(Exit::Profile, name, "cannot embed the profile of the output, which is too large for a JPEG file",
+                      "leave it out with --no-tag");
+    }
+    std::vector<Bytes> segments;
+    for (std::size_t part = 0; part < count; ++part) {
+        const std::size_t begin = part * kMostInSegment, size = std::min(kMostInSegment, profile.size() - begin);
+        Bytes& data = segments.emplace_back(kProfileStart.begin(), kProfileStart.end());
+        data.push_back(static_cast<unsigned char>(part + 1));
+        data.push_back(static_cast<unsigned char>(count));
+        data.insert(data.end(), profile.begin() + static_cast<std::ptrdiff_t>(begin),
+                    profile.begin() + static_cast<std::ptrdiff_t>(begin + size));
+    }
+    return segments;
+}
 
 bool HasFurtherImages(const JpegStructure& structure) {
     const auto& segments = structure.segments();

@@ -15,6 +15,7 @@ namespace hueweave::tool {
 struct Raster {
     std::uint32_t width = 0, height = 0;
     unsigned samples = 3, bits = 8;
+    bool operator==(const Raster&) const = default;
     std::uint64_t PixelBytes() const { return std::uint64_t{samples} * (bits / 8); }
     std::uint64_t RowBytes() const { return width * PixelBytes(); }
     std::uint64_t Pixels() const { return std::uint64_t{width} * height; }

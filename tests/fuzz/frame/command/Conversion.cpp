@@ -10,6 +10,9 @@
 #include "batch/file/FileJob.h"
 #include "colour/DeviceTransform.h"
 #include "colour/profile/Target.h"
+#include "jpeg/JpegStructure.h"
+#include "png/PngStructure.h"
+#include "tiff/TiffPage.h"
 
 namespace hueweave::fuzz {
 
@@ -55,7 +58,28 @@ DeviceProfile CmykProfile() {
     return Given(std::move(data));
 }
 
+/// Requires that the command can read what it wrote.
+void RequireSound(const std::string& path, Format format) {
+    const FileAccess file = FileAccess::OpenInput(path);
+    Require(FormatOf(file) == format, "the output has the format that was asked for");
+    const auto refusal = RefusalOf([&] {
+        if (format == Format::Png) (void)PngStructure(file);
+        if (format == Format::Jpeg) (void)JpegStructure(file);
+        if (format != Format::Tiff) return;
+        const TiffStructure structure(file);
+        (void)ReadPages(structure);
+    });
+    if (refusal) std::fprintf(stderr, "%s\n", refusal->what());
+    Require(!refusal, "the output has a sound structure");
+}
+
 }  // namespace
+
+std::optional<Format> Conversion::FormatOf(unsigned steering) {
+    constexpr Format kFormats[] = {Format::Unknown, Format::Tiff, Format::Png, Format::Jpeg};
+    const Format format = kFormats[steering >> 6U & 3U];
+    return format == Format::Unknown ? std::nullopt : std::optional(format);
+}
 
 Conversion::Setting::Setting(DeviceProfile given, const ConvertOptions& asked)
     : profile(std::move(given)), options(asked), target(MakeTarget(options)), cache(options, target) {
@@ -63,7 +87,7 @@ Conversion::Setting::Setting(DeviceProfile given, const ConvertOptions& asked)
 }
 
 Conversion::Conversion(const std::string& extension)
-    : profile_(PlainProfile()), source_(folder_ / ("in" + extension)), output_(folder_ / ("out" + extension)) {
+    : profile_(PlainProfile()), source_(folder_ / ("in" + extension)), output_(folder_ / "out") {
     ConvertOptions options;
     options.rendering.space = colour::FindSpace("srgb");
     options.source = SourceRule::Given;
@@ -91,6 +115,7 @@ bool Conversion::Run(unsigned steering, const Bytes& file, bool dryRun) {
     Setting& setting = *settings_[steering >> 4U & 3U];
     setting.options.noTag = (steering & 3U) == 3;
     setting.options.dryRun = dryRun;
+    setting.options.format = FormatOf(steering);
     InputList list;
     list.items.push_back({source_, output_, "out", {}});
     list.single = true;
@@ -110,7 +135,9 @@ bool Conversion::Run(unsigned steering, const Bytes& file, bool dryRun) {
     Require(folder_.Names().size() == (refusal || dryRun ? 1U : 2U), "nothing but the output is left");
     Require(test::ReadFile(source_) == file, "the source is as it was");
     Require(OpenFiles() == descriptors, "every file is closed");
-    return !refusal && !dryRun;
+    const bool isWritten = !refusal && !dryRun;
+    if (isWritten && setting.options.format) RequireSound(output_, *setting.options.format);
+    return isWritten;
 }
 
 Bytes Conversion::Output() const { return test::ReadFile(output_); }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "FuzzInput.h"
@@ -23,6 +24,9 @@ public:
     /// Whether the pixels are grey or CMYK, for which no engine exists: two bits of the steering choose between RGB,
     /// grey, grey that becomes RGB, and CMYK.
     static bool IsOfDevice(unsigned steering) { return (steering & 48U) != 0; }
+    /// Whether the output has another format than these files, as two bits of the steering say. Then `Run` requires
+    /// that its structure is sound.
+    static bool ChangesFormat(unsigned steering, tool::Format own) { return FormatOf(steering).value_or(own) != own; }
 
     Bytes Output() const;
     const Bytes& profile() const { return profile_.data; }
@@ -30,6 +34,7 @@ public:
     const std::string& PutSource(const Bytes& file) const;
 
 private:
+    static std::optional<tool::Format> FormatOf(unsigned steering);
     /// The options of a run, and what is made of them.
     struct Setting {
         Setting(tool::DeviceProfile given, const tool::ConvertOptions& asked);

@@ -19,8 +19,8 @@ constexpr unsigned kWidth = 19, kHeight = 21;
 
 unsigned char Texture(std::size_t at) { return static_cast<unsigned char>(at * 37 + at / 7 * 5); }
 
-Bytes Steered(unsigned char steering, Bytes file) {
-    file.insert(file.begin(), steering);
+Bytes Steered(int steering, Bytes file) {
+    file.insert(file.begin(), static_cast<unsigned char>(steering));
     return file;
 }
 
@@ -136,7 +136,13 @@ Bytes WrittenJpeg(const JpegKind& kind) {
     info.restart_interval = kind.restart;
     if (kind.progressive) jpeg_simple_progression(&info);
     jpeg_start_compress(&info, TRUE);
-    const std::string profile("ICC_PROFILE\0\1\1 a profile", 24), exif("Exif\0\0II*\0\x08\0\0\0\0\0\0\0\0\0", 20);
+    const std::string profile("ICC_PROFILE\0\1\1 a profile", 24);
+    // A directory with the place of another one, which has the sensitivity.
+    const std::string exif(
+        "Exif\0\0II*\0\x08\0\0\0"
+        "\1\0\x69\x87\4\0\1\0\0\0\x1a\0\0\0\0\0\0\0"
+        "\1\0\x27\x88\3\0\1\0\0\0\xc8\0\0\0\0\0\0\0",
+        50);
     for (const auto& [marker, text] : {std::pair{0xe1, exif}, std::pair{0xe2, profile}, std::pair{0xfe, exif}}) {
         jpeg_write_marker(&info, marker, reinterpret_cast<const unsigned char*>(text.data()),
                           static_cast<unsigned>(text.size()));
@@ -157,11 +163,19 @@ Bytes WrittenJpeg(const JpegKind& kind) {
 }  // namespace
 
 void SowPngs(const Sow& sow) {
-    for (const PngKind& kind : kPngKinds) sow(kind.name, Steered(kind.steering, WrittenPng(kind)));
+    for (const PngKind& kind : kPngKinds) {
+        sow(kind.name, Steered(kind.steering, WrittenPng(kind)));
+        const bool hasAlpha = kind.extras || (kind.colours & PNG_COLOR_MASK_ALPHA) != 0;
+        sow(std::string(kind.name) + "-format", Steered(kind.steering | (hasAlpha ? 64 : 192), WrittenPng(kind)));
+    }
 }
 
 void SowJpegs(const Sow& sow) {
-    for (const JpegKind& kind : kJpegKinds) sow(kind.name, Steered(kind.steering, WrittenJpeg(kind)));
+    for (const JpegKind& kind : kJpegKinds) {
+        sow(kind.name, Steered(kind.steering, WrittenJpeg(kind)));
+        sow(std::string(kind.name) + "-format",
+            Steered(kind.steering | (kind.progressive ? 64 : 128), WrittenJpeg(kind)));
+    }
 }
 
 }  // namespace hueweave::fuzz

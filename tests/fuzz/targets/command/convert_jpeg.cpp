@@ -86,7 +86,7 @@ void RunTarget(FuzzInput& input) {
         const tool::JpegStructure structure(source);
         isLarge = std::uint64_t{structure.frame().width} * structure.frame().height > kMostPixels;
     });
-    if (!conversion.Run(steering, file, isLarge)) return;
+    if (!conversion.Run(steering, file, isLarge) || Conversion::ChangesFormat(steering, tool::Format::Jpeg)) return;
     const Bytes written = conversion.Output();
     JpegReader source(file), output(written);
     Require(source.Read(), "libjpeg reads the source without a warning");

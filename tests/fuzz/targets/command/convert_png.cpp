@@ -103,7 +103,7 @@ void RunTarget(FuzzInput& input) {
         isLarge = std::uint64_t{header.width} * header.height > kMostPixels;
         hasKey = header.colours == tool::PngHeader::Rgb && structure.Find("tRNS") != nullptr;
     });
-    if (!conversion.Run(steering, file, isLarge)) return;
+    if (!conversion.Run(steering, file, isLarge) || Conversion::ChangesFormat(steering, tool::Format::Png)) return;
     PngReader source(file);
     if (!source.Read()) return;  // for a chunk that is copied unread
     const Bytes written = conversion.Output();
