@@ -240,6 +240,9 @@ private:
     }
 
     std::string RemedyForCoding() const {
+        if (page_.compression == COMPRESSION_OJPEG) {
+            return "write it as RGB first, for example with tiff2rgba -n in.tif out.tif";
+        }
         const bool isKnown = TIFFIsCODECConfigured(static_cast<std::uint16_t>(page_.compression)) != 0;
         return isKnown ? "write it anew with LZW or Deflate, for example with tiffcp -c zip"
                        : "write it anew with LZW or Deflate, with the program that made it";
@@ -256,6 +259,9 @@ private:
         page_.planar = planar == PLANARCONFIG_SEPARATE && page_.samples > 1;
         ReadPredictor();
         switch (page_.compression) {
+            case COMPRESSION_OJPEG:
+                if (page_.chroma && !page_.planar && TIFFIsCODECConfigured(COMPRESSION_OJPEG) != 0) return;
+                break;
             case COMPRESSION_NONE:
             case COMPRESSION_LZW:
             case COMPRESSION_PACKBITS:
@@ -292,6 +298,8 @@ private:
             Refuse("has encoded tiles whose sides are not multiples of 16",
                    "write it anew with others, for example with tiffcp -t -w 512 -l 512");
         }
+        if (page_.tiled && page_.compression == COMPRESSION_OJPEG)
+            Refuse("has tiles of old-style JPEG", RemedyForCoding());
         page_.segmentWidth = static_cast<std::uint32_t>(across);
         page_.segmentHeight = static_cast<std::uint32_t>(down);
         page_.across = (width + across - 1) / across;

@@ -31,6 +31,8 @@ void SowCommandTiffs(const Sow& sow);
 /// the byte that steers the conversion.
 void SowPngs(const Sow& sow);
 void SowJpegs(const Sow& sow);
+/// TIFF files of old-style JPEG: with the place of a whole JPEG file, and with the places of its tables.
+void SowOldJpegs(const Sow& sow);
 /// Small profiles written by Little CMS: tables, matrices, and kinds that the command refuses.
 void SowCommandProfiles(const Sow& sow);
 /// Deflate data after three bytes that give the size of the strip: of that size, shorter, longer, truncated and

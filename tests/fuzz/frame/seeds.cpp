@@ -107,6 +107,7 @@ void PlantFilesOfTheCommand(Garden& garden) {
         garden.Plant("tiff_structure", name, Joined(Steering(16, number), file));
     };
     SowCommandTiffs(tiff);
+    SowOldJpegs(tiff);
     SowTiffs([&](const std::string& name, const Bytes& file) {
         if (++number % 5 == 0) tiff("library-" + name, file);
     });

@@ -2,8 +2,12 @@
 // YCbCr pixels that are not JPEG become RGB: the pixels are those of the formula of TIFF, worked out here, from which
 // libtiff differs by two steps at the most.
 #include <cmath>
+#include <cstdio>
+
+#include <jpeglib.h>
 
 #include "colour/PixelConverter.h"
+#include "command/support/JpegMaker.h"
 #include "command/tiff/kinds/KindTest.h"
 #include "system/Refusal.h"
 #include "tiff/rewrite/TiffRewriter.h"
@@ -194,6 +198,62 @@ TEST_F(YCbCrTest, LargeStripsAreDecodedByRows) {
         EXPECT_EQ(measured.pixels, kPixels);
         const Picture picture = ReadPictures(out_)[0];
         EXPECT_EQ(std::vector<std::uint64_t>(picture.values.begin(), picture.values.end()), rgb.values);
+    }
+}
+
+/// Writes the pixels of a page as RGB of the same samples.
+void WriteAsRgb(const std::string& path, const std::string& folder, const std::string& out) {
+    const tool::FileAccess file = tool::FileAccess::OpenInput(path);
+    const tool::TiffStructure structure(file);
+    const std::vector<tool::TiffPage> pages = ReadPages(structure);
+    const colour::PixelConverter converter(std::make_unique<SameYCbCrColours>());
+    tool::Measured measured;
+    const tool::FileAccess target = tool::FileAccess::Scratch(folder, "out");
+    RewriteTiff(structure, pages, {{false, &converter, nullptr}}, target, {}, measured);
+    const tool::Bytes bytes = target.Read({0, target.Size()});
+    WriteBytes(out, std::string(bytes.begin(), bytes.end()));
+}
+
+TEST_F(YCbCrTest, OldStyleJpegIsDecodedAsByLibtiff) {
+    const Picture photo = ReadPictures(Input("photo-8.tif"))[0];
+    for (const std::uint64_t factor : {1U, 2U}) {
+        SCOPED_TRACE(factor);
+        const std::string jpeg = JpegOf(photo, [&](jpeg_compress_struct* info) {
+            info->comp_info[0].h_samp_factor = info->comp_info[0].v_samp_factor = static_cast<int>(factor);
+        });
+        const auto write = [&](const std::string& data, std::uint64_t sampling) {
+            TiffMaker tiff;
+            const std::uint64_t at = tiff.Put(data);
+            tiff.Page({TiffMaker::Long(256, photo.width),
+                       TiffMaker::Long(257, photo.height),
+                       {258, 3, 3, 0, Little({8, 8, 8}, 2)},
+                       TiffMaker::Short(259, 6),
+                       TiffMaker::Short(262, 6),
+                       TiffMaker::Long(273, at),
+                       TiffMaker::Short(277, 3),
+                       TiffMaker::Long(278, photo.height),
+                       TiffMaker::Long(279, data.size()),
+                       TiffMaker::Short(512, 1),
+                       TiffMaker::Long(513, at),
+                       TiffMaker::Long(514, data.size()),
+                       {530, 3, 2, 0, Little({sampling, sampling}, 2)}});
+            tiff.Save(in_);
+        };
+        write(jpeg, factor);
+        WriteAsRgb(in_, folder_.path(), out_);
+        const Picture got = ReadPictures(out_)[0];
+        EXPECT_EQ(Layout(out_).find("Old-style"), std::string::npos);
+        Shell("tiff2rgba -n " + Quoted(in_) + " " + Quoted(folder_ / "peer.tif") + " 2>/dev/null");
+        const Picture peer = ReadPictures(folder_ / "peer.tif")[0];
+        ASSERT_EQ(peer.values.size(), got.values.size());
+        for (std::size_t i = 0; i < peer.values.size(); ++i) ASSERT_NEAR(peer.values[i], got.values[i], 2) << i;
+        const Outcome run = ConvertKind();
+        EXPECT_THAT(run, Says(0, "in.tif: old-style JPEG image data are written as Deflate, without further loss\n"));
+        EXPECT_THAT(Shell("tiffinfo " + Quoted(out_)), Not(HasSubstr("JpegInter")));
+        write(jpeg, 3 - factor);
+        EXPECT_THAT(ConvertKind(), Refuses(4, "its old-style JPEG data have another size or subsampling"));
+        write(jpeg.substr(0, jpeg.size() / 2), factor);
+        EXPECT_THAT(ConvertKind(), Refuses(4, "contains damaged image data"));
     }
 }
 

@@ -9,8 +9,11 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Seeds.h"
+#include "support/ByteWriter.h"
 
 namespace hueweave::fuzz {
 namespace {
@@ -160,7 +163,71 @@ Bytes WrittenJpeg(const JpegKind& kind) {
     return file;
 }
 
+/// A little-endian TIFF file, whose entries have numbers of four bytes.
+Bytes OldTiff(const Bytes& data, const std::vector<std::pair<unsigned, std::vector<std::size_t>>>& entries) {
+    test::ByteWriter values, directory, file;
+    const std::size_t start = 8 + data.size(), more = start + 2 + entries.size() * 12 + 4;
+    directory.Little16(static_cast<unsigned>(entries.size()));
+    std::size_t used = 0;
+    for (const auto& [tag, numbers] : entries) {
+        directory.Little16(tag).Little16(4).Little32(static_cast<std::uint32_t>(numbers.size()));
+        const bool isInside = numbers.size() == 1;
+        directory.Little32(static_cast<std::uint32_t>(isInside ? numbers[0] : more + used));
+        for (const std::size_t number : isInside ? std::vector<std::size_t>() : numbers) {
+            values.Little32(static_cast<std::uint32_t>(number));
+            used += 4;
+        }
+    }
+    file.U8('I').U8('I').Little16(42).Little32(static_cast<std::uint32_t>(start)).Append(data);
+    return file.Append(directory.Little32(0).Done()).Append(values.Done()).Done();
+}
+
+/// The places of the tables in a baseline file of libjpeg, by kind and number, and of its entropy-coded data.
+struct TablesOfJpeg {
+    std::size_t quantisation[2]{}, dc[2]{}, ac[2]{}, coded = 0;
+};
+TablesOfJpeg FindTables(const Bytes& jpeg) {
+    TablesOfJpeg found;
+    for (std::size_t at = 2; jpeg[at + 1] != 0xda; at += 2 + (std::size_t{jpeg[at + 2]} * 256 + jpeg[at + 3])) {
+        const unsigned number = jpeg[at + 4] & 1U;
+        if (jpeg[at + 1] == 0xdb) found.quantisation[number] = at + 5;
+        if (jpeg[at + 1] == 0xc4) ((jpeg[at + 4] & 0x10) != 0 ? found.ac : found.dc)[number] = at + 5;
+        found.coded = at + 2 + (std::size_t{jpeg[at + 2]} * 256 + jpeg[at + 3]);
+    }
+    found.coded += std::size_t{2} + jpeg[found.coded + 3];
+    return found;
+}
+
 }  // namespace
+
+void SowOldJpegs(const Sow& sow) {
+    for (const JpegKind& kind : {kJpegKinds[0], kJpegKinds[2]}) {
+        const Bytes jpeg = WrittenJpeg(kind);
+        const TablesOfJpeg tables = FindTables(jpeg);
+        const auto tiff = [&](std::size_t at, bool isWhole) {
+            std::vector<std::pair<unsigned, std::vector<std::size_t>>> entries{
+                {256, {kWidth}}, {257, {kHeight}}, {258, {8, 8, 8}},          {259, {6}}, {262, {6}}, {273, {8 + at}},
+                {277, {3}},      {278, {kHeight}}, {279, {jpeg.size() - at}}, {512, {1}}};
+            if (isWhole) {
+                entries.push_back({513, {8}});
+                entries.push_back({514, {jpeg.size()}});
+            } else {
+                const auto places = [&](const std::size_t(&of)[2]) {
+                    return std::vector<std::size_t>{8 + of[0], 8 + of[1], 8 + of[1]};
+                };
+                entries.push_back({515, {kind.restart}});
+                entries.push_back({519, places(tables.quantisation)});
+                entries.push_back({520, places(tables.dc)});
+                entries.push_back({521, places(tables.ac)});
+            }
+            entries.push_back({530, {static_cast<std::size_t>(kind.across), static_cast<std::size_t>(kind.down)}});
+            return OldTiff(jpeg, entries);
+        };
+        sow(std::string("kind-old-jpeg-whole-") + kind.name, tiff(0, true));
+        sow(std::string("kind-old-jpeg-scan-") + kind.name, tiff(tables.coded, true));
+        sow(std::string("kind-old-jpeg-tables-") + kind.name, tiff(tables.coded, false));
+    }
+}
 
 void SowPngs(const Sow& sow) {
     for (const PngKind& kind : kPngKinds) {
