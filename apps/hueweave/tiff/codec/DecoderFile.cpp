@@ -91,11 +91,11 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
 }
 
 void PageSource::ReadOldJpeg(const TiffStructure& structure) {
-    constexpr std::uint64_t kMostTables = 3;
+    constexpr std::uint64_t kMostNumbers = 3;  // a table for each component
     for (const auto which : {tag::JpegProcess, tag::JpegData, tag::JpegDataSize, tag::JpegRestart,
                              tag::JpegQuantisation, tag::JpegDc, tag::JpegAc}) {
         const TiffEntry* entry = structure.directories()[page_.directory].Find(which);
-        if (entry != nullptr && entry->count > 0) oldJpeg_[which] = structure.Numbers(*entry, kMostTables);
+        if (entry != nullptr && entry->count > 0) oldJpeg_[which] = structure.Numbers(*entry, kMostNumbers);
     }
 }
 
