@@ -31,6 +31,7 @@ public:
     /// converter's range.
     std::uint64_t CountClipped(const unsigned char* colours, std::size_t pixels) const;
     unsigned bits() const { return rgb_ != nullptr ? rgb_->bits() : device_->bits(); }
+    unsigned sourceChannels() const { return rgb_ != nullptr ? 3 : device_->sourceChannels(); }
     unsigned targetChannels() const { return rgb_ != nullptr ? 3 : device_->targetChannels(); }
 
 private:

@@ -24,8 +24,8 @@ _hueweave() {
     convert)
         kind=files
         options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --others --no-tag
-            --force --in-place -j --jobs --max-memory --files-from -0 --shard --resume --dry-run -q --quiet --json
-            --follow --precision --accept-error --bpc --icc-version --grey-to-rgb -v --verbose --no-sandbox"
+            --force --in-place -j --jobs --max-memory --files-from -0 --format --quality --shard --resume --dry-run -q --quiet
+            --json --follow --precision --accept-error --bpc --icc-version --grey-to-rgb -v --verbose --no-sandbox"
         ;;
     watch)
         kind=files
@@ -55,6 +55,7 @@ _hueweave() {
         --intent) kind=none options="" values="perceptual relative saturation absolute" ;;
         --source) kind=none options="" values="require-match given embedded" ;;
         --others) kind=none options="" values="refuse copy skip" ;;
+        --format) kind=none options="" values="tiff png jpeg" ;;
         --guideline)
             kind=none options="" values="fadgi-4 fadgi-3 fadgi-2 fadgi-1 metamorfoze-full metamorfoze-light"
             ;;
@@ -62,7 +63,7 @@ _hueweave() {
         --precision) kind=none options="" values="exact library" ;;
         --icc-version) kind=none options="" values="4 2" ;;
         -o | --output | --profile | --curve | --files-from | --image) kind=files options="" ;;
-        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --shard | --points | --worst | --limit | --accept-error | --settle) return ;;
+        --lightness | --chroma | --hue | -j | --jobs | --max-memory | --quality | --shard | --points | --worst | --limit | --accept-error | --settle) return ;;
         esac
     fi
     # Only options that want a value have none of the others after them.

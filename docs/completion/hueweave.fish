@@ -54,6 +54,8 @@ complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake' -l forc
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -l in-place -d 'replace each input by its conversion'
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -l files-from -r -d 'read the names of inputs from a file'
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -s 0 -d 'these names end in a zero byte'
+complete -c hueweave -n '__fish_seen_subcommand_from convert' -l format -x -d 'format of the outputs' -a 'tiff png jpeg'
+complete -c hueweave -n '__fish_seen_subcommand_from convert' -l quality -x -d 'of new JPEG files, 1 to 100'
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -l shard -x -d 'a part of the inputs, as 1/4'
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -l resume -d 'skip files that an earlier run converted'
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -l dry-run -d 'write nothing'

@@ -80,6 +80,7 @@ std::unique_ptr<Command> ParseCommandLine(int count, const char* const* words) {
     Parser parser;
     const std::vector<const char*> plain = WithoutHelpCommand(count, words);
     if (plain.size() > 1) RequireCommand(parser.app, plain[1]);
+    RefuseValuesOfFlags(parser.app, plain);
     try {
         parser.app.parse(static_cast<int>(plain.size()), plain.data());
     } catch (const CLI::ParseError& error) {

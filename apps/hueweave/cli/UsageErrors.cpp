@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <string_view>
 #include <vector>
 
 #include "cli/options/Command.h"
@@ -43,7 +44,7 @@ std::string Nearest(const std::string& word, const std::vector<std::string>& kno
 }
 
 /// The parser's message in plain words. It begins or ends with the name of an option or argument.
-std::string Plain(const CLI::App& command, const CLI::ParseError& error) {
+std::string Plain(const CLI::ParseError& error) {
     constexpr std::string_view kRequired = " is required", kConvert = "Could not convert: ", kIs = " = ";
     std::string text = error.what();
     if (text == "A subcommand is required") return "no command was given";
@@ -55,8 +56,6 @@ std::string Plain(const CLI::App& command, const CLI::ParseError& error) {
     const std::size_t is = text.find(kIs);
     if (!text.starts_with(kConvert) || is == std::string::npos) return text;
     const std::string name = text.substr(kConvert.size(), is - kConvert.size());
-    const CLI::Option* option = command.get_option_no_throw(name);
-    if (option != nullptr && option->get_expected_max() == 0) return name + " takes no value";
     return name + ": " + text.substr(is + kIs.size()) + " is not a whole number";
 }
 
@@ -70,7 +69,20 @@ void RefuseArguments(const CLI::App& app, const CLI::ParseError& error) {
     std::vector<std::string> unexpected = app.remaining(true);
     std::erase(unexpected, "--");
     if (!unexpected.empty()) RefuseUnexpected(command, unexpected.front(), help);
-    RefuseUsage(Plain(command, error), help);
+    RefuseUsage(Plain(error), help);
+}
+
+void RefuseValuesOfFlags(const CLI::App& app, const std::vector<const char*>& words) {
+    const CLI::App* command = words.size() > 1 && words[1][0] != '-' ? app.get_subcommand(words[1]) : nullptr;
+    for (std::size_t n = 1; n < words.size() && std::string_view(words[n]) != "--"; ++n) {
+        const std::string word = words[n], name = word.substr(0, word.find('='));
+        if (!name.starts_with('-') || name.size() == word.size()) continue;
+        const CLI::App& of = command != nullptr ? *command : app;
+        const CLI::Option* option = of.get_option_no_throw(name);
+        if (option == nullptr || option->get_expected_max() != 0) continue;
+        RefuseUsage(name + " takes no value",
+                    "see hueweave " + (command != nullptr ? of.get_name() + " " : "") + "--help");
+    }
 }
 
 void RequireCommand(const CLI::App& app, const std::string& word) {

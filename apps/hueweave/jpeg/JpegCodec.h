@@ -1,20 +1,22 @@
 // SPDX-License-Identifier: MIT
-// libjpeg decodes the image to RGB, and encodes it as it was encoded: with its quantisation tables, sampling factors,
-// colours, restart interval and coding.
+// libjpeg decodes the image to RGB, grey or CMYK, and encodes it as it was encoded: with its quantisation tables,
+// sampling factors, colours, restart interval and coding.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "jpeg/JpegStructure.h"
 #include "picture/PixelBands.h"
 
 namespace hueweave::tool {
 
-/// Bytes that libjpeg needs to decode an image and to encode it again, without optimised Huffman codes.
-std::uint64_t JpegCoderMemory(const JpegStructure& structure);
+/// Bytes that libjpeg needs to decode an image and to encode it again with so many samples a pixel, without optimised
+/// Huffman codes.
+std::uint64_t JpegCoderMemory(const JpegStructure& structure, unsigned samples);
 
-/// Decodes an image to RGB. Refuses damaged data.
+/// Decodes an image to RGB, grey, or CMYK where 0 is no ink. Refuses damaged data.
 class JpegDecoder : public RowSource {
 public:
     /// Borrows the structure.
@@ -30,12 +32,24 @@ private:
     std::unique_ptr<Parts> parts_;
 };
 
-/// Encodes RGB as the image of a decoder was encoded, and writes it to a file from its beginning.
+/// How a new image is encoded: as grey, or as YCbCr without subsampling.
+struct NewJpegSettings {
+    std::uint32_t width = 0, height = 0;
+    unsigned samples = 3;  ///< 1 for grey, 3 for RGB
+    unsigned quality = 95;
+    double xPerInch = 0, yPerInch = 0;  ///< resolution; 0 if it is not known
+};
+
+/// Encodes RGB or grey as the image of a decoder was encoded, and writes it to a file from its beginning. An image
+/// whose number of samples changes becomes YCbCr, with the tables of the first three old components, or of the only
+/// one.
 class JpegEncoder : public RowSink {
 public:
-    /// Writes the first marker. `memory` is what is left for optimised Huffman codes, which are used if the image had
-    /// them. Borrows the file and the decoder.
-    JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, std::uint64_t memory);
+    /// Writes the first marker. `samples` per pixel: 1 or 3. `memory` is what is left for optimised Huffman codes,
+    /// which are used if the image had them. Borrows the file and the decoder.
+    JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, unsigned samples, std::uint64_t memory);
+    /// The same for a new image, with the segment of JFIF. `name` is the source, for messages.
+    JpegEncoder(const FileAccess& target, const NewJpegSettings& settings, std::string name, std::uint64_t memory);
     ~JpegEncoder() override;
     /// Writes a segment. All of them come before the rows.
     void WriteSegment(unsigned marker, const Bytes& data);

@@ -30,12 +30,14 @@ void Skip(j_decompress_ptr info, long bytes) {
 
 }  // namespace
 
-std::uint64_t JpegCoderMemory(const JpegStructure& structure) {
+std::uint64_t JpegCoderMemory(const JpegStructure& structure, unsigned samples) {
     const JpegFrame& frame = structure.frame();
     // Rows of blocks before and after the colours are converted, in both directions.
-    const std::uint64_t rows = std::uint64_t{frame.width} * 3 * 16 * 8 + (std::uint64_t{512} << 10);
+    const std::uint64_t rows = std::uint64_t{frame.width} * std::max<std::size_t>(3, frame.components.size()) * 16 * 8 +
+                               (std::uint64_t{512} << 10);
     const bool readsWhole = frame.IsProgressive() || structure.scans() > 1;
-    return rows + frame.CoefficientBytes() * ((readsWhole ? 1U : 0U) + (frame.IsProgressive() ? 1U : 0U));
+    return rows + (readsWhole ? frame.CoefficientBytes() : 0) +
+           (frame.IsProgressive() ? frame.CoefficientBytes(samples) : 0);
 }
 
 JpegDecoder::Parts::Parts(const JpegStructure& from) : structure(from) {
@@ -72,14 +74,15 @@ JpegDecoder::JpegDecoder(const JpegStructure& structure) : parts_(std::make_uniq
         jpeg_create_decompress(&parts.info);
         parts.info.src = &parts.source;
         jpeg_read_header(&parts.info, TRUE);
-        parts.info.out_color_space = JCS_RGB;
+        const int samples = parts.info.num_components;
+        parts.info.out_color_space = samples == 1 ? JCS_GRAYSCALE : samples == 4 ? JCS_CMYK : JCS_RGB;
         parts.info.dct_method = JDCT_ISLOW;
         jpeg_start_decompress(&parts.info);
     });
     if (!done) parts.errors.Throw(structure.file().name());
     const JpegFrame& frame = structure.frame();
     if (parts.info.output_width != frame.width || parts.info.output_height != frame.height ||
-        parts.info.output_components != 3) {
+        static_cast<std::size_t>(parts.info.output_components) != frame.components.size()) {
         throw Refusal(Exit::Input, structure.file().name(), "contains image data of another size than its header",
                       "get a whole copy of the file");
     }
@@ -89,13 +92,18 @@ JpegDecoder::~JpegDecoder() = default;
 
 void JpegDecoder::Read(unsigned char* rows, std::uint32_t count) {
     Parts& parts = *parts_;
-    const bool done = Guarded(parts.errors, [&parts, rows, count] {
+    const std::size_t rowBytes = std::size_t{parts.info.output_width} * parts.structure.frame().components.size();
+    const bool done = Guarded(parts.errors, [&parts, rows, count, rowBytes] {
         for (std::uint32_t r = 0; r < count; ++r) {
-            JSAMPROW row = rows + std::size_t{r} * parts.info.output_width * 3;
+            JSAMPROW row = rows + r * rowBytes;
             jpeg_read_scanlines(&parts.info, &row, 1);
         }
     });
     if (!done) parts.errors.Throw(parts.structure.file().name());
+    if (parts.info.out_color_space != JCS_CMYK) return;
+    // With Adobe's marker, which every file of four components has that gets here, 255 is no ink.
+    std::transform(rows, rows + count * rowBytes, rows,
+                   [](unsigned char ink) { return static_cast<unsigned char>(255 - ink); });
 }
 
 void JpegDecoder::Finish() {

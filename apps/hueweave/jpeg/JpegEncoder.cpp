@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -58,22 +59,26 @@ bool HasZero(const jpeg_decompress_struct& from) {
     return false;
 }
 
-/// Makes the encoder do what was done for the image of the decoder.
-void Imitate(j_compress_ptr to, j_decompress_ptr from) {
+/// Makes the encoder do what was done for the image of the decoder, for pixels of so many samples.
+void Imitate(j_compress_ptr to, j_decompress_ptr from, int samples) {
+    const bool isSame = samples == from->num_components;
+    // The first three components of YCCK are those of YCbCr.
+    const bool keepsFactors = isSame || from->jpeg_color_space == JCS_YCCK;
     to->image_width = from->output_width;
     to->image_height = from->output_height;
-    to->input_components = 3;
-    to->in_color_space = JCS_RGB;
+    to->input_components = samples;
+    to->in_color_space = samples == 1 ? JCS_GRAYSCALE : JCS_RGB;
     jpeg_set_defaults(to);
-    jpeg_set_colorspace(to, from->jpeg_color_space);
+    jpeg_set_colorspace(to, isSame ? from->jpeg_color_space : JCS_YCbCr);
     std::fill(std::begin(to->quant_tbl_ptrs), std::end(to->quant_tbl_ptrs), nullptr);
-    for (int c = 0; c < 3; ++c) {
-        const jpeg_component_info& old = from->comp_info[c];
+    for (int c = 0; c < samples; ++c) {
+        const int number = std::min(c, from->num_components - 1);
+        const jpeg_component_info& old = from->comp_info[number];
         jpeg_component_info& component = to->comp_info[c];
-        component.component_id = old.component_id;
-        component.h_samp_factor = old.h_samp_factor;
-        component.v_samp_factor = old.v_samp_factor;
-        component.quant_tbl_no = PutTable(to, *TableOf(*from, c), old.quant_tbl_no);
+        if (isSame) component.component_id = old.component_id;
+        component.h_samp_factor = keepsFactors ? old.h_samp_factor : 1;
+        component.v_samp_factor = keepsFactors ? old.v_samp_factor : 1;
+        component.quant_tbl_no = PutTable(to, *TableOf(*from, number), old.quant_tbl_no);
     }
     // These markers are among the segments that are copied.
     to->write_JFIF_header = FALSE;
@@ -82,6 +87,24 @@ void Imitate(j_compress_ptr to, j_decompress_ptr from) {
     to->arith_code = from->arith_code;
     to->dct_method = JDCT_ISLOW;
     if (from->progressive_mode != 0) jpeg_simple_progression(to);
+}
+
+void SetNew(j_compress_ptr to, const NewJpegSettings& settings) {
+    to->image_width = settings.width;
+    to->image_height = settings.height;
+    to->input_components = static_cast<int>(settings.samples);
+    to->in_color_space = settings.samples == 1 ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(to);
+    jpeg_set_quality(to, static_cast<int>(settings.quality), TRUE);
+    for (int c = 0; c < to->num_components; ++c) {
+        to->comp_info[c].h_samp_factor = to->comp_info[c].v_samp_factor = 1;
+    }
+    to->dct_method = JDCT_ISLOW;
+    constexpr double kMost = 65535;
+    if (settings.xPerInch < 1 || settings.yPerInch < 1) return;
+    to->density_unit = 1;
+    to->X_density = static_cast<UINT16>(std::lround(std::min(kMost, settings.xPerInch)));
+    to->Y_density = static_cast<UINT16>(std::lround(std::min(kMost, settings.yPerInch)));
 }
 
 }  // namespace
@@ -105,6 +128,7 @@ struct JpegEncoder::Parts {
     Parts(const Parts&) = delete;
     Parts& operator=(const Parts&) = delete;
 
+    std::size_t Samples() const { return static_cast<std::size_t>(info.input_components); }
     static Parts& Of(j_compress_ptr compress) { return *static_cast<Parts*>(compress->client_data); }
     void Restart() {
         destination.next_output_byte = block.data();
@@ -131,7 +155,7 @@ struct JpegEncoder::Parts {
     std::uint64_t at = 0;
 };
 
-JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, std::uint64_t memory)
+JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, unsigned samples, std::uint64_t memory)
     : parts_(std::make_unique<Parts>(target, decoder.parts_->structure.file().name())) {
     Parts& parts = *parts_;
     JpegDecoder::Parts& from = *decoder.parts_;
@@ -139,15 +163,32 @@ JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, s
         throw Refusal(Exit::Input, parts.name, "is damaged: its quantisation tables contain 0",
                       "get a whole copy of the file");
     }
-    const bool mayOptimise = from.structure.frame().CoefficientBytes() <= memory;
-    const bool done = Guarded(parts.errors, [&parts, &from, mayOptimise] {
+    const bool mayOptimise = from.structure.frame().CoefficientBytes(samples) <= memory;
+    const bool done = Guarded(parts.errors, [&parts, &from, samples, mayOptimise] {
         jpeg_create_compress(&parts.info);
         parts.info.dest = &parts.destination;
-        Imitate(&parts.info, &from.info);
+        Imitate(&parts.info, &from.info, static_cast<int>(samples));
         if (mayOptimise && parts.info.arith_code == 0 && HasOwnCodes(from.info, parts.info)) {
             parts.info.optimize_coding = TRUE;
         }
         jpeg_start_compress(&parts.info, TRUE);
+    });
+    if (!done) parts.errors.Throw(parts.name);
+}
+
+JpegEncoder::JpegEncoder(const FileAccess& target, const NewJpegSettings& settings, std::string name,
+                         std::uint64_t memory)
+    : parts_(std::make_unique<Parts>(target, std::move(name))) {
+    Parts& parts = *parts_;
+    const std::uint64_t coefficients =
+        (std::uint64_t{settings.width} + 7) * (std::uint64_t{settings.height} + 7) * settings.samples * 2;
+    const bool done = Guarded(parts.errors, [&parts, &settings, mayOptimise = coefficients <= memory] {
+        jpeg_compress_struct& info = parts.info;
+        jpeg_create_compress(&info);
+        info.dest = &parts.destination;
+        SetNew(&info, settings);
+        info.optimize_coding = mayOptimise ? TRUE : FALSE;
+        jpeg_start_compress(&info, TRUE);
     });
     if (!done) parts.errors.Throw(parts.name);
 }
@@ -164,9 +205,10 @@ void JpegEncoder::WriteSegment(unsigned marker, const Bytes& data) {
 
 void JpegEncoder::Write(unsigned char* rows, std::uint32_t count) {
     Parts& parts = *parts_;
-    const bool done = Guarded(parts.errors, [&parts, rows, count] {
+    const std::size_t rowBytes = std::size_t{parts.info.image_width} * parts.Samples();
+    const bool done = Guarded(parts.errors, [&parts, rows, count, rowBytes] {
         for (std::uint32_t r = 0; r < count; ++r) {
-            JSAMPROW row = rows + std::size_t{r} * parts.info.image_width * 3;
+            JSAMPROW row = rows + r * rowBytes;
             jpeg_write_scanlines(&parts.info, &row, 1);
         }
     });

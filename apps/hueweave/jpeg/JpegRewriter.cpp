@@ -16,28 +16,10 @@ namespace {
 
 constexpr std::size_t kMostInSegment = 65533 - 14;  ///< bytes of a profile; 14 are its name and the number of the part
 constexpr std::size_t kMostParts = 255;
+constexpr unsigned char kYCbCr = 1;  ///< in the marker of Adobe
 
 bool IsListOfImages(const JpegStructure& structure, const JpegSegment& segment) {
     return segment.marker == jpeg_marker::kApp2 && structure.Begins(segment, kFurtherImagesStart);
-}
-
-/// The contents of the segments APP2 for a profile.
-std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name) {
-    const std::size_t count = (profile.size() + kMostInSegment - 1) / kMostInSegment;
-    if (count > kMostParts) {
-        throw Refusal(Exit::Profile, name, "cannot embed the profile of the output, which is too large for a JPEG file",
-                      "leave it out with --no-tag");
-    }
-    std::vector<Bytes> segments;
-    for (std::size_t part = 0; part < count; ++part) {
-        const std::size_t begin = part * kMostInSegment, size = std::min(kMostInSegment, profile.size() - begin);
-        Bytes& data = segments.emplace_back(kProfileStart.begin(), kProfileStart.end());
-        data.push_back(static_cast<unsigned char>(part + 1));
-        data.push_back(static_cast<unsigned char>(count));
-        data.insert(data.end(), profile.begin() + static_cast<std::ptrdiff_t>(begin),
-                    profile.begin() + static_cast<std::ptrdiff_t>(begin + size));
-    }
-    return segments;
 }
 
 class Rewriter {
@@ -82,24 +64,24 @@ private:
     }
 
     void Convert() {
-        CheckMemory();
         const JpegFrame& frame = structure_.frame();
-        const Raster raster{frame.width, frame.height, 3, 8};
+        const auto samples = static_cast<unsigned>(frame.components.size());
+        const Conversion conversion({frame.width, frame.height, samples, 8}, *job_.converter);
+        const std::uint64_t needed = JpegCoderMemory(structure_, conversion.to.samples) + 2 * BandMemory(conversion);
+        CheckMemory(needed);
         JpegDecoder decoder(structure_);
-        JpegEncoder encoder(target_, decoder, settings_.memory - Needed());
+        JpegEncoder encoder(target_, decoder, conversion.to.samples, settings_.memory - needed);
         const auto& segments = structure_.segments();
         for (std::size_t n = 0; n <= segments.size(); ++n) {
             if (n == profilePlace_) {
                 for (const Bytes& data : profile_) encoder.WriteSegment(jpeg_marker::kApp2, data);
             }
             if (n == segments.size() || !segments[n].IsAttached() || !Stays(segments[n])) continue;
-            encoder.WriteSegment(segments[n].marker, structure_.Data(segments[n]));
+            Bytes data = structure_.Data(segments[n]);
+            if (structure_.IsAdobe(segments[n]) && conversion.to.samples != samples) data[kAdobeTransform] = kYCbCr;
+            encoder.WriteSegment(segments[n].marker, data);
         }
-        const colour::PixelConverter& converter = *job_.converter;
-        const auto convert = [&](unsigned char* data, std::size_t pixels) {
-            converter.Convert(data, pixels, 3, false);
-        };
-        ConvertBands(raster, converter, convert, decoder, encoder, settings_, measured_);
+        ConvertBands(conversion, decoder, encoder, settings_, measured_);
         decoder.Finish();
         at_ = encoder.Finish();
     }
@@ -135,12 +117,8 @@ private:
         at_ += place.size;
     }
 
-    std::uint64_t Needed() const {
-        const JpegFrame& frame = structure_.frame();
-        return JpegCoderMemory(structure_) + 2 * BandMemory({frame.width, frame.height, 3, 8});
-    }
-    void CheckMemory() const {
-        if (Needed() <= settings_.memory) return;
+    void CheckMemory(std::uint64_t needed) const {
+        if (needed <= settings_.memory) return;
         const bool progressive = structure_.frame().IsProgressive();
         const char* const why = progressive ? "is progressive and does not fit in the memory allowed as a whole"
                                 : structure_.scans() > 1
@@ -161,6 +139,24 @@ private:
 
 }  // namespace
 
+std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name) {
+    const std::size_t count = (profile.size() + kMostInSegment - 1) / kMostInSegment;
+    if (count > kMostParts) {
+        throw Refusal(Exit::Profile, name, "cannot embed the profile of the output, which is too large for a JPEG file",
+                      "leave it out with --no-tag");
+    }
+    std::vector<Bytes> segments;
+    for (std::size_t part = 0; part < count; ++part) {
+        const std::size_t begin = part * kMostInSegment, size = std::min(kMostInSegment, profile.size() - begin);
+        Bytes& data = segments.emplace_back(kProfileStart.begin(), kProfileStart.end());
+        data.push_back(static_cast<unsigned char>(part + 1));
+        data.push_back(static_cast<unsigned char>(count));
+        data.insert(data.end(), profile.begin() + static_cast<std::ptrdiff_t>(begin),
+                    profile.begin() + static_cast<std::ptrdiff_t>(begin + size));
+    }
+    return segments;
+}
+
 bool HasFurtherImages(const JpegStructure& structure) {
     const auto& segments = structure.segments();
     return std::any_of(segments.begin(), segments.end(),
@@ -171,11 +167,7 @@ void CheckConvertible(const JpegStructure& structure) {
     const std::string& name = structure.file().name();
     const JpegFrame& frame = structure.frame();
     const std::size_t samples = frame.components.size();
-    if (samples == 1 || samples == 4) {
-        const std::string kind = samples == 1 ? "grey" : "CMYK", pixels = kind + " pixels, not RGB";
-        throw Refusal(Exit::Input, name, "holds " + pixels, "give an RGB file").OfKind({kind, pixels, true});
-    }
-    if (samples != 3) {
+    if (samples != 1 && samples != 3 && samples != 4) {
         throw Refusal(Exit::Input, name, fmt::format("has {} samples a pixel", samples), "give an RGB file");
     }
     if (!frame.IsUsual()) {
@@ -190,6 +182,12 @@ void CheckConvertible(const JpegStructure& structure) {
         throw Refusal(Exit::Input, name,
                       fmt::format("has {} bits a sample; the JPEG decoder supports 8", frame.precision),
                       "write it as TIFF or PNG of 16 bits");
+    }
+    // Programs disagree whether 0 is all ink or none without it.
+    if (samples == 4 && !structure.HasAdobe()) {
+        const std::string pixels = "CMYK pixels without the marker of Adobe, which tells how they are encoded";
+        throw Refusal(Exit::Input, name, "holds " + pixels, "write it as a CMYK TIFF, with the program that made it")
+            .OfKind({"CMYK", pixels, true});
     }
 }
 

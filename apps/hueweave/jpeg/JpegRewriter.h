@@ -2,6 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "colour/PixelConverter.h"
 #include "jpeg/JpegStructure.h"
@@ -15,8 +17,12 @@ struct JpegJob {
     std::shared_ptr<const Bytes> icc;                   ///< the profile to embed; null for none
 };
 
-/// Refuses a file for which there is no conversion: grey and CMYK images, and those that libjpeg does not decode.
+/// Refuses a file for which there is no conversion: CMYK without the marker of Adobe, and images that libjpeg does not
+/// decode.
 void CheckConvertible(const JpegStructure& structure);
+
+/// The contents of the segments APP2 for a profile. Refuses one that is too large; `name` is the source, for messages.
+std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name);
 
 /// Whether the file has a list of further images after the first one. They go, because they would keep the old colours,
 /// and the list contains their offsets.

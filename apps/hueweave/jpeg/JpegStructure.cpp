@@ -167,6 +167,14 @@ bool JpegStructure::IsProfile(const JpegSegment& segment) const {
     return segment.marker == kApp2 && Begins(segment, kProfileStart);
 }
 
+bool JpegStructure::IsAdobe(const JpegSegment& segment) const {
+    return segment.marker == kApp14 && segment.data.size > kAdobeTransform && Begins(segment, kAdobeStart);
+}
+
+bool JpegStructure::HasAdobe() const {
+    return std::any_of(segments_.begin(), segments_.end(), [this](const JpegSegment& s) { return IsAdobe(s); });
+}
+
 Bytes JpegStructure::Profile() const {
     std::vector<Extent> parts;
     bool isWhole = true;

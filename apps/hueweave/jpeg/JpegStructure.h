@@ -50,6 +50,10 @@ struct JpegFrame {
     bool IsUsual() const { return (marker >= 0xc0 && marker <= 0xc2) || IsArithmetic(); }
     /// Bytes of all coefficients of the image.
     std::uint64_t CoefficientBytes() const;
+    /// The same for the image that it becomes with so many samples a pixel, at most.
+    std::uint64_t CoefficientBytes(unsigned samples) const {
+        return CoefficientBytes() * (samples > components.size() ? samples : 1);
+    }
 };
 
 /// The segments of a JPEG file in their order, up to the end of its first image. Refuses damaged and truncated files;
@@ -73,6 +77,9 @@ public:
     /// Whether the data of a segment begin with these bytes.
     bool Begins(const JpegSegment& segment, std::string_view start) const;
     bool IsProfile(const JpegSegment& segment) const;
+    /// The marker of Adobe, which tells how colours are encoded.
+    bool IsAdobe(const JpegSegment& segment) const;
+    bool HasAdobe() const;
     /// The profile, put together from its segments; empty if there is none.
     Bytes Profile() const;
 
@@ -94,6 +101,8 @@ private:
 inline constexpr std::string_view kProfileStart{"ICC_PROFILE\0", 12};
 inline constexpr std::string_view kExifStart{"Exif\0\0", 6};
 inline constexpr std::string_view kXmpStart{"http://ns.adobe.com/xap/1.0/\0", 29};
+inline constexpr std::string_view kAdobeStart{"Adobe", 5};
+inline constexpr std::size_t kAdobeTransform = 11;  ///< index of the byte that tells the colours, the last one
 inline constexpr std::string_view kFurtherImagesStart{"MPF\0", 4};
 
 }  // namespace hueweave::tool

@@ -43,6 +43,10 @@ std::string_view FormatName(Format format) {
     return format == Format::Tiff ? "TIFF" : format == Format::Png ? "PNG" : "JPEG";
 }
 
+std::string_view FormatWord(Format format) {
+    return format == Format::Tiff ? "tiff" : format == Format::Png ? "png" : "jpeg";
+}
+
 std::string_view FormatExtension(Format format) {
     return format == Format::Tiff ? ".tif" : format == Format::Png ? ".png" : ".jpg";
 }

@@ -16,6 +16,8 @@ Format FormatOf(const FileAccess& file);
 Format FormatOfName(std::string_view path);
 /// "TIFF", "PNG" or "JPEG".
 std::string_view FormatName(Format format);
+/// "tiff", "png" or "jpeg", as in options and JSON.
+std::string_view FormatWord(Format format);
 /// The usual end of a name: ".tif", ".png" or ".jpg".
 std::string_view FormatExtension(Format format);
 

@@ -12,8 +12,9 @@ namespace {
 
 constexpr std::uint64_t kBand = std::uint64_t{256} << 10;  ///< bytes of a band of rows
 
-std::uint32_t RowsOfBand(const Raster& raster) {
-    return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(kBand / raster.RowBytes(), 1, raster.height));
+std::uint32_t RowsOfBand(const Conversion& conversion) {
+    const std::uint64_t row = std::max(conversion.from.RowBytes(), conversion.to.RowBytes());
+    return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(kBand / row, 1, conversion.from.height));
 }
 
 /// Hashes contain 16-bit samples with the low byte first.
@@ -23,6 +24,19 @@ void LowByteFirst(Bytes& line, unsigned bits) {
 }
 
 }  // namespace
+
+Conversion::Conversion(const Raster& before, const colour::PixelConverter& by)
+    : from(before), to(before), converter(by) {
+    to.samples = before.samples - by.sourceChannels() + by.targetChannels();
+}
+
+void Conversion::Convert(unsigned char* source, unsigned char* dest, std::size_t pixels) const {
+    if (IsInPlace()) {
+        converter.Convert(dest, pixels, to.samples, false);
+    } else {
+        converter.Convert(source, dest, pixels, from.samples, false);
+    }
+}
 
 void RowsInMemory::Read(unsigned char* rows, std::uint32_t count) {
     const auto size = static_cast<std::size_t>(count * raster_.RowBytes());
@@ -42,40 +56,54 @@ void MeasurePixels(const colour::PixelConverter& converter, unsigned samples, co
     if (settings.progress) settings.progress(pixels);
     if (!settings.measure) return;
     const std::size_t width = converter.bits() / 8;
-    Bytes line(pixels * 3 * width);
+    const std::size_t colours = converter.targetChannels() * width;
+    Bytes line(pixels * colours);
     for (std::size_t p = 0; p < pixels; ++p) {
-        std::copy_n(data + p * samples * width, 3 * width, line.data() + p * 3 * width);
+        std::copy_n(data + p * samples * width, colours, line.data() + p * colours);
     }
     measured.clipped += converter.CountClipped(line.data(), pixels);
     LowByteFirst(line, converter.bits());
     measured.hash.Add(line.data(), line.size());
 }
 
-std::uint64_t BandMemory(const Raster& raster) {
-    return 2 * RowsOfBand(raster) * raster.RowBytes();  // the pixels, and their colours when they are measured
+std::uint64_t BandMemory(const Conversion& conversion) {
+    // The pixels, before and after unless in place, and their colours when they are measured.
+    const std::uint64_t written = conversion.to.RowBytes() * (conversion.IsInPlace() ? 1 : 2);
+    return RowsOfBand(conversion) * (conversion.from.RowBytes() + written);
 }
 
-void ConvertBands(const Raster& raster, const colour::PixelConverter& converter, const ConvertPixels& convert,
-                  RowSource& source, RowSink& sink, const WriteSettings& settings, Measured& measured) {
-    const std::uint32_t rows = RowsOfBand(raster);
-    WorkUnits bands((raster.height - 1) / rows + 1);
-    const std::uint64_t most = std::max<std::uint64_t>(1, settings.memory / BandMemory(raster));
+void ConvertBands(const Conversion& conversion, const ConvertPixels& convert, RowSource& source, RowSink& sink,
+                  const WriteSettings& settings, Measured& measured) {
+    const Raster &from = conversion.from, &to = conversion.to;
+    const std::uint32_t rows = RowsOfBand(conversion);
+    WorkUnits bands((from.height - 1) / rows + 1);
+    const std::uint64_t most = std::max<std::uint64_t>(1, settings.memory / BandMemory(conversion));
     const auto threads = static_cast<unsigned>(std::min<std::uint64_t>(settings.threads, most));
     bands.Run(threads, [&]() -> WorkUnits::Work {
-        Bytes band(static_cast<std::size_t>(rows * raster.RowBytes()));
-        return [&, band = std::move(band)](std::uint64_t number) mutable {
+        Bytes band(static_cast<std::size_t>(rows * from.RowBytes()));
+        Bytes written(conversion.IsInPlace() ? 0 : static_cast<std::size_t>(rows * to.RowBytes()));
+        return [&, band = std::move(band), written = std::move(written)](std::uint64_t number) mutable {
             const auto first = static_cast<std::uint32_t>(number * rows);
-            const std::uint32_t count = std::min(rows, raster.height - first);
-            const std::size_t pixels = std::size_t{count} * raster.width;
+            const std::uint32_t count = std::min(rows, from.height - first);
+            const std::size_t pixels = std::size_t{count} * from.width;
+            unsigned char* const result = written.empty() ? band.data() : written.data();
             // The two parts of a unit are independent of each other: one orders the reading, the other the writing.
             bands.InOrder(WorkUnits::Placing, number, [&] { source.Read(band.data(), count); });
-            convert(band.data(), pixels);
+            convert(band.data(), result, pixels);
             bands.InOrder(WorkUnits::Measuring, number, [&] {
-                MeasurePixels(converter, raster.samples, band.data(), pixels, settings, measured);
-                sink.Write(band.data(), count);
+                MeasurePixels(conversion.converter, to.samples, result, pixels, settings, measured);
+                sink.Write(result, count);
             });
         };
     });
+}
+
+void ConvertBands(const Conversion& conversion, RowSource& source, RowSink& sink, const WriteSettings& settings,
+                  Measured& measured) {
+    const auto convert = [&](unsigned char* from, unsigned char* to, std::size_t pixels) {
+        conversion.Convert(from, to, pixels);
+    };
+    ConvertBands(conversion, convert, source, sink, settings, measured);
 }
 
 }  // namespace hueweave::tool

@@ -15,9 +15,23 @@ namespace hueweave::tool {
 struct Raster {
     std::uint32_t width = 0, height = 0;
     unsigned samples = 3, bits = 8;
+    bool operator==(const Raster&) const = default;
     std::uint64_t PixelBytes() const { return std::uint64_t{samples} * (bits / 8); }
     std::uint64_t RowBytes() const { return width * PixelBytes(); }
     std::uint64_t Pixels() const { return std::uint64_t{width} * height; }
+};
+
+/// An image before and after its pixels are converted, which may change the number of samples.
+struct Conversion {
+    /// `from` becomes an image with the colours of the converter's target.
+    Conversion(const Raster& before, const colour::PixelConverter& by);
+    /// Whether converted pixels take the place of those that were read.
+    bool IsInPlace() const { return converter.IsInPlace(); }
+    /// Converts pixels; `dest` is `source` in place.
+    void Convert(unsigned char* source, unsigned char* dest, std::size_t pixels) const;
+
+    Raster from, to;
+    const colour::PixelConverter& converter;
 };
 
 /// Gives the rows of an image, from the first to the last.
@@ -47,19 +61,23 @@ private:
     std::size_t read_ = 0, written_ = 0;  ///< bytes
 };
 
-/// Converts pixels in place.
-using ConvertPixels = std::function<void(unsigned char* data, std::size_t pixels)>;
+/// Converts pixels; `dest` is `source` in place.
+using ConvertPixels = std::function<void(unsigned char* source, unsigned char* dest, std::size_t pixels)>;
 
-/// Adds converted pixels to the measurements. `samples` per pixel, of which the first three are the colour.
+/// Adds converted pixels to the measurements. `samples` per pixel, of which the first ones are the colour.
 void MeasurePixels(const colour::PixelConverter& converter, unsigned samples, const unsigned char* data,
                    std::size_t pixels, const WriteSettings& settings, Measured& measured);
 
 /// Bytes of the buffers that `ConvertBands` needs for one thread.
-std::uint64_t BandMemory(const Raster& raster);
+std::uint64_t BandMemory(const Conversion& conversion);
 
 /// Converts an image, a few rows at a time. With several threads, rows are decoded, converted and encoded at the same
-/// time. Reading and writing are in order, each by one thread at a time. `converter` is that behind `convert`.
-void ConvertBands(const Raster& raster, const colour::PixelConverter& converter, const ConvertPixels& convert,
-                  RowSource& source, RowSink& sink, const WriteSettings& settings, Measured& measured);
+/// time. Reading and writing are in order, each by one thread at a time. The converter of `conversion` is that behind
+/// `convert`.
+void ConvertBands(const Conversion& conversion, const ConvertPixels& convert, RowSource& source, RowSink& sink,
+                  const WriteSettings& settings, Measured& measured);
+/// The same without anything but the converter.
+void ConvertBands(const Conversion& conversion, RowSource& source, RowSink& sink, const WriteSettings& settings,
+                  Measured& measured);
 
 }  // namespace hueweave::tool

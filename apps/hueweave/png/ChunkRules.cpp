@@ -29,15 +29,17 @@ ChunkFate FateOf(const PngChunk& chunk, const PngHeader& header, bool samplesCha
     const auto isIn = [type](const auto& list) {
         return std::find(std::begin(list), std::end(list), type) != std::end(list);
     };
-    const bool isRgb = header.colours != PngHeader::Palette;
+    const bool hasPalette = header.colours == PngHeader::Palette;
     if (type == "IDAT") return ChunkFate::Image;
     if (isIn(kDescribe)) return ChunkFate::Describe;
     // cICP takes precedence over the profile; dSIG signs the file as it was.
     if (type == "cICP" || type == "dSIG") return ChunkFate::Drop;
     if (!samplesChange) return ChunkFate::Keep;
-    if (type == "PLTE") return ChunkFate::Convert;
+    if (type == "IHDR") return ChunkFate::Convert;
+    // A grey image has no palette; readers ignore it, but it would be one of an image that became RGB.
+    if (type == "PLTE") return header.IsGrey() ? ChunkFate::Drop : ChunkFate::Convert;
     // With a palette, tRNS contains its alpha and bKGD an index.
-    if (type == "tRNS" || type == "bKGD") return isRgb ? ChunkFate::Convert : ChunkFate::Keep;
+    if (type == "tRNS" || type == "bKGD") return hasPalette ? ChunkFate::Keep : ChunkFate::Convert;
     if (isIn(kUntrue)) return ChunkFate::Drop;
     // Among those that go: sBIT counts the bits of the old samples, and sPLT contains colours.
     const bool keeps = isIn(kCritical) || isIn(kIndependent) || chunk.IsSafeToCopy();
@@ -51,10 +53,6 @@ void CheckConvertible(const PngStructure& structure) {
         if (!chunk.IsCritical() || std::any_of(std::begin(kCritical), std::end(kCritical), is)) continue;
         throw Refusal(Exit::Input, name, "contains a critical chunk " + chunk.type + " that is not known",
                       "write it anew with a program that knows it");
-    }
-    if (structure.header().IsGrey()) {
-        throw Refusal(Exit::Input, name, "holds grey pixels, not RGB", "give an RGB file")
-            .OfKind({"grey", "grey pixels, not RGB", true});
     }
     if (structure.Find("acTL") != nullptr) {
         throw Refusal(Exit::Input, name, "is an animated PNG, of which only the first image could be converted",

@@ -9,7 +9,7 @@ namespace hueweave::tool {
 enum class ChunkFate {
     Keep,      ///< copied byte for byte
     Image,     ///< IDAT
-    Convert,   ///< contains colours of the image
+    Convert,   ///< contains colours of the image, or their number of samples and bits
     Describe,  ///< describes the colours of the image, as the embedded profile does, and goes
     Drop       ///< would no longer be true, or may depend on the image, and goes with a note
 };
@@ -17,7 +17,7 @@ enum class ChunkFate {
 /// `samplesChange` is false if only the profile does.
 ChunkFate FateOf(const PngChunk& chunk, const PngHeader& header, bool samplesChange);
 
-/// Refuses a file for which there is no conversion: grey and animated images, and critical chunks that are not known.
+/// Refuses a file for which there is no conversion: animated images, and critical chunks that are not known.
 void CheckConvertible(const PngStructure& structure);
 
 }  // namespace hueweave::tool

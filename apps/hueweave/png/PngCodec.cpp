@@ -11,6 +11,7 @@
 #include <exception>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "system/Refusal.h"
 
@@ -62,7 +63,8 @@ bool Guarded(PngState& state, const Call& call) {
 
 void SetSamples(png_structp png, const PngHeader& header) {
     if (header.depth == 16 && std::endian::native == std::endian::little) png_set_swap(png);
-    if (header.depth < 8) png_set_packing(png);
+    if (header.depth < 8 && header.IsGrey()) png_set_expand_gray_1_2_4_to_8(png);
+    if (header.depth < 8 && !header.IsGrey()) png_set_packing(png);
 }
 
 /// A palette is not passed to libpng: its indices look like grey of the same depth.
@@ -73,14 +75,15 @@ int ColoursForLibpng(const PngHeader& header) {
 }  // namespace
 
 Raster RasterOf(const PngHeader& header) {
-    const unsigned samples = header.colours == PngHeader::Palette ? 1 : header.colours == PngHeader::Rgb ? 3 : 4;
-    return {header.width, header.height, samples, header.depth == 16 ? 16U : 8U};
+    const bool hasAlpha = header.colours == PngHeader::GreyAlpha || header.colours == PngHeader::RgbAlpha;
+    const unsigned colours = header.IsGrey() || header.colours == PngHeader::Palette ? 1 : 3;
+    return {header.width, header.height, colours + (hasAlpha ? 1 : 0), header.depth == 16 ? 16U : 8U};
 }
 
-std::uint64_t PngCoderMemory(const Raster& raster) {
+std::uint64_t PngCoderMemory(std::uint64_t rowBytes) {
     // Decoder: a row, the one before it, and one with room for all transformations. Encoder: a row, the one before it
     // and two filtered ones. Both of them: zlib.
-    return 8 * raster.RowBytes() + (std::uint64_t{512} << 10);
+    return 8 * rowBytes + (std::uint64_t{512} << 10);
 }
 
 struct PngDecoder::Parts {
@@ -198,8 +201,8 @@ void PngDecoder::Finish() {
 }
 
 struct PngEncoder::Parts {
-    Parts(const FileAccess& file, std::uint64_t offset, const PngStructure& from)
-        : target(file), at(offset), header(from.header()), name(from.file().name()) {}
+    Parts(const FileAccess& file, std::uint64_t offset, const PngHeader& of, std::string source)
+        : target(file), at(offset), header(of), name(std::move(source)) {}
     ~Parts() { png_destroy_write_struct(&png, &info); }
     Parts(const Parts&) = delete;
     Parts& operator=(const Parts&) = delete;
@@ -226,8 +229,9 @@ struct PngEncoder::Parts {
     png_infop info = nullptr;
 };
 
-PngEncoder::PngEncoder(const FileAccess& target, std::uint64_t offset, const PngStructure& source, int level)
-    : parts_(std::make_unique<Parts>(target, offset, source)) {
+PngEncoder::PngEncoder(const FileAccess& target, std::uint64_t offset, const PngHeader& header, std::string name,
+                       int level)
+    : parts_(std::make_unique<Parts>(target, offset, header, std::move(name))) {
     Parts& parts = *parts_;
     const bool done = Guarded(parts.state, [&parts, level] {
         parts.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &parts.state, OnError, OnWarning);

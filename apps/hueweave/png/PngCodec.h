@@ -4,16 +4,18 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "picture/PixelBands.h"
 #include "png/PngStructure.h"
 
 namespace hueweave::tool {
 
-/// The image as libpng decodes it: 16-bit samples in the processor's byte order; one byte a pixel for a palette.
+/// The image as libpng decodes it: 16-bit samples in the processor's byte order; grey of less than 8 bits expanded to
+/// 8; one byte a pixel for a palette.
 Raster RasterOf(const PngHeader& header);
-/// Bytes that libpng needs for an image, besides the rows of the caller.
-std::uint64_t PngCoderMemory(const Raster& raster);
+/// Bytes that libpng needs for an image with rows of so many bytes, besides the rows of the caller.
+std::uint64_t PngCoderMemory(std::uint64_t rowBytes);
 
 /// Decodes an image. Refuses damaged data.
 class PngDecoder : public RowSource {
@@ -36,8 +38,9 @@ private:
 /// Encodes an image as chunks IDAT, which it writes to a file one after the other.
 class PngEncoder : public RowSink {
 public:
-    /// For an image of the same shape as the source's. `level` is that of zlib, 1 to 9. Borrows the files.
-    PngEncoder(const FileAccess& target, std::uint64_t offset, const PngStructure& source, int level);
+    /// For an image of 8 or 16 bits, without a palette. `level` is that of zlib, 1 to 9. Borrows the file. `name` is
+    /// the source, for messages.
+    PngEncoder(const FileAccess& target, std::uint64_t offset, const PngHeader& header, std::string name, int level);
     ~PngEncoder() override;
     /// The next rows of an image that is not interlaced. They may be changed.
     void Write(unsigned char* rows, std::uint32_t count) override;

@@ -69,12 +69,17 @@ private:
         at_ += place.size;
     }
 
-    /// A chunk of colours. Those outside of a palette have 16 bits a sample, of which an image of 8 bits uses the low
-    /// ones.
+    /// A chunk of colours, or the header. Colours outside of a palette have 16 bits a sample, of which an image of 8
+    /// bits uses the low ones.
     Bytes Converted(const PngChunk& chunk) const {
         Bytes data = structure_.Data(chunk);
         if (job_.converter == nullptr) return data;
-        if (chunk.type != "PLTE") return ConvertColour(*job_.converter, data);
+        if (chunk.type == "IHDR") {
+            data[8] = static_cast<unsigned char>(written_.depth);
+            data[9] = static_cast<unsigned char>(written_.colours);
+            return data;
+        }
+        if (chunk.type != "PLTE") return ConvertColour(ConversionOfPixels(), header_, data);
         if (job_.converter->bits() == 8) {
             job_.converter->Convert(data.data(), data.size() / 3, 3, false);
             return data;
@@ -89,41 +94,48 @@ private:
         return data;
     }
 
+    Conversion ConversionOfPixels() const { return {raster_, *job_.converter}; }
+
     void WriteImage() {
         if (job_.converter == nullptr) return Copy(structure_.image());
-        CheckMemory();
         if (header_.colours == PngHeader::Palette) {
+            // The indices, and twice their colours: to look them up, and to measure them.
+            CheckMemory(PngCoderMemory(raster_.RowBytes()) + 7 * raster_.RowBytes(), raster_.RowBytes());
             ReadIndices();
             return Copy(structure_.image());
         }
+        const Conversion conversion = ConversionOfPixels();
+        const std::uint64_t kept = conversion.IsInPlace() ? 0 : conversion.to.RowBytes();
+        CheckMemory(
+            PngCoderMemory(std::max(conversion.from.RowBytes(), conversion.to.RowBytes())) + 2 * BandMemory(conversion),
+            raster_.RowBytes() + kept);
         PngDecoder decoder(structure_);
-        PngEncoder encoder(target_, at_, structure_, LevelOf(structure_));
+        PngEncoder encoder(target_, at_, written_, structure_.file().name(), LevelOf(structure_));
         if (header_.interlaced) {
-            Bytes pixels;
+            Bytes pixels, converted;
             decoder.ReadAll(pixels);
             decoder.Finish();
-            RowsInMemory source(raster_, pixels), sink(raster_, pixels);
-            ConvertPixelsOf(source, sink);
-            encoder.WriteAll(pixels);
+            Bytes& written = conversion.IsInPlace() ? pixels : converted;
+            written.resize(static_cast<std::size_t>(conversion.to.RowBytes() * conversion.to.height));
+            RowsInMemory source(conversion.from, pixels), sink(conversion.to, written);
+            ConvertPixelsOf(conversion, source, sink);
+            encoder.WriteAll(written);
         } else {
-            ConvertPixelsOf(decoder, encoder);
+            ConvertPixelsOf(conversion, decoder, encoder);
             decoder.Finish();
         }
         at_ = encoder.End();
     }
 
-    void ConvertPixelsOf(RowSource& source, RowSink& sink) {
-        const colour::PixelConverter& converter = *job_.converter;
+    void ConvertPixelsOf(const Conversion& conversion, RowSource& source, RowSink& sink) {
         const PngChunk* const transparent = structure_.Find("tRNS");
-        if (header_.colours == PngHeader::Rgb && transparent != nullptr) {
-            const ColourKey key(converter, structure_.Data(*transparent));
-            const auto convert = [&](unsigned char* data, std::size_t pixels) { key.Convert(data, pixels); };
-            return ConvertBands(raster_, converter, convert, source, sink, settings_, measured_);
-        }
-        const auto convert = [&](unsigned char* data, std::size_t pixels) {
-            converter.Convert(data, pixels, raster_.samples, false);
+        const bool hasKey = header_.colours == PngHeader::Rgb || header_.colours == PngHeader::Grey;
+        if (transparent == nullptr || !hasKey) return ConvertBands(conversion, source, sink, settings_, measured_);
+        const ColourKey key(conversion, header_, structure_.Data(*transparent));
+        const auto convert = [&](unsigned char* from, unsigned char* to, std::size_t pixels) {
+            key.Convert(from, to, pixels);
         };
-        ConvertBands(raster_, converter, convert, source, sink, settings_, measured_);
+        ConvertBands(conversion, convert, source, sink, settings_, measured_);
     }
 
     /// Decodes the indices of a palette, which do not change, to find damage and to measure their colours.
@@ -146,13 +158,13 @@ private:
         decoder.Finish();
     }
 
-    void CheckMemory() const {
-        const std::uint64_t rows = PngCoderMemory(raster_) + 2 * BandMemory(raster_);
+    /// `rows` are the bytes of all buffers but those of a whole image, which has `rowBytes` bytes a row.
+    void CheckMemory(std::uint64_t rows, std::uint64_t rowBytes) const {
         const std::string& name = structure_.file().name();
         if (rows > settings_.memory) {
             throw Refusal(Exit::Input, name, "has rows that do not fit in the memory allowed", "raise --max-memory");
         }
-        if (!header_.interlaced || raster_.RowBytes() <= (settings_.memory - rows) / header_.height) return;
+        if (!header_.interlaced || rowBytes <= (settings_.memory - rows) / header_.height) return;
         throw Refusal(Exit::Input, name, "is interlaced and does not fit in the memory allowed as a whole",
                       "raise --max-memory");
     }
@@ -164,6 +176,8 @@ private:
     const WriteSettings& settings_;
     Measured& measured_;
     const Raster raster_ = RasterOf(header_);
+    const PngHeader written_ =
+        job_.converter != nullptr ? HeaderWritten(header_, job_.converter->targetChannels()) : header_;
     std::uint64_t at_ = 0;
 };
 

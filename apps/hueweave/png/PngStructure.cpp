@@ -56,6 +56,14 @@ bool Inflate(const unsigned char* from, std::size_t size, std::uint64_t most, By
 
 }  // namespace
 
+PngHeader HeaderWritten(const PngHeader& source, unsigned channels) {
+    PngHeader header = source;
+    if (!source.IsGrey()) return header;
+    header.depth = std::max(8U, source.depth);
+    if (channels == 3) header.colours = source.colours == PngHeader::Grey ? PngHeader::Rgb : PngHeader::RgbAlpha;
+    return header;
+}
+
 PngStructure::PngStructure(const FileAccess& file) : file_(file), fileSize_(file.Size()) {
     unsigned char signature[sizeof kPngSignature] = {};
     if (fileSize_ < sizeof signature) Refuse("is truncated: it ends within its first bytes");

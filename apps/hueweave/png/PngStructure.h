@@ -40,6 +40,10 @@ struct PngHeader {
     bool IsGrey() const { return colours == Grey || colours == GreyAlpha; }
 };
 
+/// The header of a converted image with this many channels of colours: grey of less than 8 bits gets 8, and may become
+/// RGB. Palettes and RGB images keep theirs.
+PngHeader HeaderWritten(const PngHeader& source, unsigned channels);
+
 /// The chunks of a PNG file in their order. Their checksums are verified, except those of the image, which its decoder
 /// verifies. Refuses a file that readers could understand differently.
 class PngStructure {

@@ -14,7 +14,9 @@ std::uint32_t PageForm::RowsOf(std::uint64_t segment) const {
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(segmentHeight, height - row));
 }
 
-bool PageForm::Lossy() const { return compression == COMPRESSION_JPEG || compression == COMPRESSION_WEBP; }
+bool PageForm::Lossy() const {
+    return compression == COMPRESSION_JPEG || compression == COMPRESSION_WEBP || compression == COMPRESSION_OJPEG;
+}
 
 bool HaveSameSamples(const PageForm& read, const PageForm& written) {
     return std::tuple(read.samples, read.bits, read.planar) ==

@@ -7,6 +7,7 @@
 
 #include "system/Refusal.h"
 #include "system/Signals.h"
+#include "tiff/OtherPages.h"
 #include "tiff/TagRules.h"
 
 namespace hueweave::tool {
@@ -16,8 +17,6 @@ namespace {
 constexpr std::uint64_t kOtherExtra = 999;
 constexpr std::uint64_t kTileStep = 16;  ///< pixels
 
-/// The kind of a page without a photometric interpretation.
-constexpr std::string_view kUnstated = "of no stated kind";
 constexpr std::string_view kBilevel = "bilevel";
 constexpr const char* kWholeNumbers =
     "write it with whole numbers of 16 bits, for example with convert in.tif -depth 16 out.tif";
@@ -27,6 +26,7 @@ constexpr const char* kDepth = "write it with 16 bits, for example with convert 
 std::optional<colour::ColourModel> ModelOf(unsigned photometric) {
     switch (photometric) {
         case PHOTOMETRIC_PALETTE:
+        case PHOTOMETRIC_YCBCR:
             return colour::ColourModel::Rgb;
         case PHOTOMETRIC_MINISWHITE:
         case PHOTOMETRIC_MINISBLACK:
@@ -95,7 +95,7 @@ private:
     }
 
     std::string KindOfColours() const {
-        if (directory_.Find(tag::Photometric) == nullptr) return std::string(kUnstated);
+        if (directory_.Find(tag::Photometric) == nullptr) return std::string(TiffPage::kUnstated);
         const bool grey = page_.photometric == PHOTOMETRIC_MINISWHITE || page_.photometric == PHOTOMETRIC_MINISBLACK;
         return grey && Number(tag::BitsPerSample, 1) == 1 ? std::string(kBilevel) : PhotometricName(page_.photometric);
     }
@@ -119,6 +119,7 @@ private:
             page_.model = *model;
             page_.inverted = page_.photometric == PHOTOMETRIC_MINISWHITE;
             if (page_.photometric == PHOTOMETRIC_PALETTE) ReadPalette();
+            if (page_.photometric == PHOTOMETRIC_YCBCR) ReadUnits();
             ReadPixels();
         } catch (const ReadFailure&) {
             throw;
@@ -138,6 +139,16 @@ private:
             RefuseDamaged("has a colour map of " + std::to_string(map->count) + " values");
         }
         page_.palette = MakePalette(structure_.Numbers(*map));
+    }
+
+    /// Chroma that pixels share is not kept in planes: their sizes would differ.
+    void ReadUnits() {
+        const std::string fault = ReadChroma(structure_, directory_, page_.chroma);
+        if (!fault.empty()) RefuseDamaged(fault);
+        const bool isPlanar = Small(tag::Planar, PLANARCONFIG_CONTIG) != PLANARCONFIG_CONTIG;
+        if (isPlanar && page_.chroma.UnitSamples() != 3) {
+            Refuse("has planes of YCbCr of different sizes", "write it as RGB first, for example with convert");
+        }
     }
 
     void ReadPixels() {
@@ -170,18 +181,19 @@ private:
     }
 
     bool TakesBits(unsigned bits) const {
-        if (bits == 8 || bits == 16) return true;
+        if (bits == 8 || (bits == 16 && !page_.chroma)) return true;
         if (page_.palette.bits != 0) return bits == 1 || bits == 2 || bits == 4;
         return page_.kind.empty() && page_.photometric == PHOTOMETRIC_RGB && (bits == 10 || bits == 12 || bits == 14);
     }
 
     void CheckSamples() {
-        const unsigned colours = page_.ColourSamples();
+        const unsigned colours = page_.chroma ? 3 : page_.ColourSamples();
         page_.samples = Small(tag::SamplesPerPixel, 1);
         if (page_.samples < colours || page_.samples > 64) {
             Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
         }
-        const bool takesExtra = page_.model == colour::ColourModel::Rgb || page_.model == colour::ColourModel::Grey;
+        const bool isPlainModel = page_.model == colour::ColourModel::Rgb || page_.model == colour::ColourModel::Grey;
+        const bool takesExtra = isPlainModel && !page_.chroma;
         if (!takesExtra && page_.samples != colours) {
             Refuse("has " + std::to_string(page_.samples) + " samples a pixel, not " + std::to_string(colours),
                    "leave its extra samples out, for example with convert in.tif -alpha off out.tif");
@@ -189,6 +201,7 @@ private:
         if (page_.model == colour::ColourModel::Cmyk && Number(tag::InkSet, INKSET_CMYK) != INKSET_CMYK) {
             Refuse("has other inks than CMYK", "write it anew as RGB");
         }
+        if (page_.chroma) page_.samples = page_.chroma.UnitSamples();
         page_.bits = BitsOfSamples();
         CheckFormats();
         if (!TakesBits(page_.bits)) {
@@ -215,6 +228,9 @@ private:
                               page_.compression == COMPRESSION_ZSTD;
         if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag has no meaning here and does not change
         const bool isWhole = page_.bits == 8 || page_.bits == 16;
+        if (page_.chroma && page_.chroma.UnitSamples() != 3 && page_.predictor != PREDICTOR_NONE) {
+            Refuse("has a predictor, which data units of YCbCr do not have", "write it anew without one");
+        }
         if (page_.predictor == PREDICTOR_NONE || (page_.predictor == PREDICTOR_HORIZONTAL && isWhole)) return;
         if (page_.predictor == PREDICTOR_HORIZONTAL) {
             RefuseDamaged("has predictor 2, which samples of " + std::to_string(page_.bits) + " bits do not have");
@@ -224,6 +240,9 @@ private:
     }
 
     std::string RemedyForCoding() const {
+        if (page_.compression == COMPRESSION_OJPEG) {
+            return "write it as RGB first, for example with tiff2rgba -n in.tif out.tif";
+        }
         const bool isKnown = TIFFIsCODECConfigured(static_cast<std::uint16_t>(page_.compression)) != 0;
         return isKnown ? "write it anew with LZW or Deflate, for example with tiffcp -c zip"
                        : "write it anew with LZW or Deflate, with the program that made it";
@@ -240,6 +259,9 @@ private:
         page_.planar = planar == PLANARCONFIG_SEPARATE && page_.samples > 1;
         ReadPredictor();
         switch (page_.compression) {
+            case COMPRESSION_OJPEG:
+                if (page_.chroma && !page_.planar && TIFFIsCODECConfigured(COMPRESSION_OJPEG) != 0) return;
+                break;
             case COMPRESSION_NONE:
             case COMPRESSION_LZW:
             case COMPRESSION_PACKBITS:
@@ -249,12 +271,14 @@ private:
             case COMPRESSION_ZSTD:
             case COMPRESSION_JPEG:
             case COMPRESSION_WEBP:
+                if (page_.chroma && page_.compression == COMPRESSION_WEBP) break;
                 if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(page_.compression)) != 0) return;
-                [[fallthrough]];
+                break;
             default:
-                Refuse("is compressed with " + CompressionName(page_.compression) + ", which is not supported",
-                       RemedyForCoding());
+                break;
         }
+        Refuse("is compressed with " + CompressionName(page_.compression) + ", which is not supported",
+               RemedyForCoding());
     }
 
     void ReadGeometry() {
@@ -274,10 +298,13 @@ private:
             Refuse("has encoded tiles whose sides are not multiples of 16",
                    "write it anew with others, for example with tiffcp -t -w 512 -l 512");
         }
+        if (page_.tiled && page_.compression == COMPRESSION_OJPEG)
+            Refuse("has tiles of old-style JPEG", RemedyForCoding());
         page_.segmentWidth = static_cast<std::uint32_t>(across);
         page_.segmentHeight = static_cast<std::uint32_t>(down);
         page_.across = (width + across - 1) / across;
         page_.down = (height + down - 1) / down;
+        if (page_.chroma) CountUnits();
         page_.written = FormWritten(page_);
         // A row has less than 2^39 bytes. What is read and what is written both count.
         const std::uint64_t rowBytes = std::max(page_.RowBytes(), page_.written.RowBytes());
@@ -287,6 +314,19 @@ private:
         if (Number(tag::Depth, 1) != 1 || Number(tag::TileDepth, 1) != 1) {
             Refuse("contains an image with several depth layers", "give a file of flat pictures");
         }
+    }
+
+    /// From here on, the page is one of data units. Each strip or tile begins with a new one.
+    void CountUnits() {
+        Chroma& chroma = page_.chroma;
+        chroma.width = page_.width, chroma.height = page_.height;
+        chroma.segmentWidth = page_.segmentWidth, chroma.segmentHeight = page_.segmentHeight;
+        const auto units = [](std::uint32_t pixels, unsigned factor) { return (pixels + factor - 1) / factor; };
+        page_.width = units(page_.width, chroma.across);
+        page_.segmentWidth = units(page_.segmentWidth, chroma.across);
+        page_.segmentHeight = units(page_.segmentHeight, chroma.down);
+        const auto above = static_cast<std::uint32_t>(page_.down - 1);
+        page_.height = above * page_.segmentHeight + units(chroma.height - above * chroma.segmentHeight, chroma.down);
     }
 
     void ReadSegments() {
@@ -326,60 +366,7 @@ private:
     bool isCounted_ = false;  ///< the budget includes the strips or tiles
 };
 
-/// How a page of a kind that cannot be converted becomes RGB. libtiff decodes some of these kinds.
-const char* RemedyFor(const TiffPage& page) {
-    switch (page.photometric) {
-        case PHOTOMETRIC_MINISWHITE:
-        case PHOTOMETRIC_MINISBLACK:
-        case PHOTOMETRIC_YCBCR:
-        case PHOTOMETRIC_LOGL:
-        case PHOTOMETRIC_LOGLUV:
-            return "write it as RGB first, for example with tiff2rgba -n in.tif out.tif";
-        case PHOTOMETRIC_CFA:
-            return "develop it with a raw converter first";
-        default:
-            return "give an RGB file";
-    }
-}
-
-/// Refuses a file that has no page that can be converted.
-[[noreturn]] void RefuseOthers(const std::string& name, const std::vector<TiffPage>& pages) {
-    const auto first =
-        std::find_if(pages.begin(), pages.end(), [](const TiffPage& page) { return page.other != TiffPage::kMask; });
-    if (first == pages.end()) {
-        throw Refusal(Exit::Input, name, "contains only transparency masks", "give an RGB file")
-            .OfKind({"masks", "transparency masks only", true});
-    }
-    if (first->whyNot) throw *first->whyNot;
-    const std::string where = first->label.empty() ? "" : first->label + " ";
-    if (first->other == kUnstated) {
-        throw Refusal(Exit::Input, name, where + "does not state its photometric interpretation",
-                      "get a whole copy of the file");
-    }
-    const std::string pixels = first->other + " pixels, not RGB";
-    throw Refusal(Exit::Input, name, where + "holds " + pixels, RemedyFor(*first)).OfKind({first->other, pixels, true});
-}
-
 }  // namespace
-
-void TiffPage::Carry() {
-    other = kind;
-    stays = true;
-}
-
-PageForm FormWritten(const TiffPage& page, unsigned channels) {
-    PageForm written = static_cast<const PageForm&>(page);
-    written.photometric = channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
-    written.samples = channels + page.samples - page.ColourSamples();
-    written.bits = page.palette.bits != 0 ? page.palette.bits : page.bits <= 8 ? 8 : 16;
-    const bool isNew = written.samples != page.samples || written.bits != page.bits;
-    if (isNew || page.model != colour::ColourModel::Rgb) written.planar = false;
-    if (page.Lossy()) {
-        written.compression = COMPRESSION_ADOBE_DEFLATE;
-        written.predictor = PREDICTOR_HORIZONTAL;
-    }
-    return written;
-}
 
 TiffPage ReadPage(const TiffStructure& structure, std::size_t directory) {
     const bool one = structure.directories().size() == 1;

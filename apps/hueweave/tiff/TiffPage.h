@@ -9,13 +9,16 @@
 
 #include "colour/base/ColourModel.h"
 #include "system/Refusal.h"
+#include "tiff/Chroma.h"
 #include "tiff/PageForm.h"
 #include "tiff/Palette.h"
 #include "tiff/TiffStructure.h"
 
 namespace hueweave::tool {
 
-/// One image of a file as it is read, the position of its strips or tiles, and its form in the output.
+/// One image of a file as it is read, the position of its strips or tiles, and its form in the output. If it has
+/// `chroma`, it is read as an image of data units: its own form counts units and their samples, `written` counts
+/// pixels.
 struct TiffPage : PageForm {
     std::size_t directory = 0;  ///< index in the structure
     std::string label;          ///< "page 2", for messages; empty if the file has one image
@@ -27,6 +30,7 @@ struct TiffPage : PageForm {
     colour::ColourModel model = colour::ColourModel::Rgb;  ///< of its colours, or of those in the palette
     bool inverted = false;                                 ///< a grey sample of 0 is white
     Palette palette;
+    Chroma chroma;
     bool stays = false;            ///< its image data are not changed: not RGB, or in the colours of the output already
     std::vector<Extent> segments;  ///< plane after plane
     /// The tags with their places. Those of strips may hold the places of tiles.
@@ -40,9 +44,17 @@ struct TiffPage : PageForm {
     /// Leaves the page as it is: its kind is not converted here.
     void Carry();
     /// Per pixel, without extra samples.
-    unsigned ColourSamples() const { return palette.bits != 0 ? 1 : colour::ChannelsOf(model); }
+    unsigned ColourSamples() const {
+        return palette.bits != 0 ? 1 : chroma ? chroma.UnitSamples() : colour::ChannelsOf(model);
+    }
+    /// Rows of pixels in a row that is read: those of a data unit.
+    unsigned RowsInRow() const { return chroma ? chroma.down : 1; }
+    /// Bytes that are written for a row that is read.
+    std::uint64_t WrittenRowBytes() const { return RowsInRow() * written.RowBytes(); }
     /// `other` of a transparency mask, which belongs to another page.
     static constexpr std::string_view kMask = "mask";
+    /// `other` of a page without a photometric interpretation.
+    static constexpr std::string_view kUnstated = "of no stated kind";
 };
 
 /// The images of a file. Refuses a file without an image that can be converted, and one with an RGB image that cannot

@@ -353,6 +353,28 @@ TEST(StableHashTest, IsTheSameOnEveryMachine) {
     EXPECT_EQ(tool::StableHash("a"), 0xaf63dc4c8601ec8cU ^ 0xaf63dc4cU);
 }
 
+/// The messages of a report with these notes.
+std::string Noted(const std::vector<std::string>& notes) {
+    testing::internal::CaptureStderr();
+    {
+        tool::Report report(false, false);
+        for (const std::string& note : notes) report.Note(note);
+    }
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST(ReportTest, RemembersABoundedNumberOfNotes) {
+    std::vector<std::string> notes{"first"};
+    for (int n = 1; n < 4095; ++n) notes.push_back(std::to_string(n));
+    notes.emplace_back("first");
+    EXPECT_EQ(Lines(Noted(notes)).size(), 4095U) << "a note is not repeated";
+    notes.emplace_back("the last one that is remembered");
+    notes.emplace_back("first");
+    const std::vector<std::string> lines = Lines(Noted(notes));
+    EXPECT_EQ(lines.size(), 4097U);
+    EXPECT_EQ(lines.back(), "hueweave: note: first");
+}
+
 TEST(ProgressLineTest, FitsTheTerminal) {
     EXPECT_EQ(tool::ProgressLine("scan.tif", 3, 40, 0.456, 0.12, 130, 80),
               "[3/40] scan.tif  46%  total  12%  2:10 left");

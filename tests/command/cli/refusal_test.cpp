@@ -87,7 +87,12 @@ TEST_F(RefusalTest, AProfileThatIsMissingOrNone) {
     ExpectProfileRefusal("file.icc: cannot be read (No such file or directory); check the file and its permissions",
                          {"--profile", file});
     ExpectProfileRefusal("not a regular file", {"--profile", folder_.path()});
-    ExpectProfileRefusal(kNone, {"--profile", in_});
+    ExpectProfileRefusal(
+        "in.tif: is a TIFF file, not an ICC profile; give an ICC profile, or leave --profile out to use the profile "
+        "that each picture embeds",
+        {"--profile", in_});
+    ExpectProfileRefusal("in.tif: is a TIFF file, not an ICC profile; give an ICC profile\n",
+                         {"--profile", Input("scanner.icc"), "--to", in_});
     Shell("head -c 5000 /dev/urandom > " + Quoted(file));
     ExpectProfileRefusal(kNone, {"--profile", file});
     WriteBytes(file, "");
@@ -148,6 +153,15 @@ const BadLine kBadLines[] = {
     {"NoValue", "convert x -o", "--output needs a value; see hueweave convert --help"},
     {"TwoValues", "convert x --to srgb --to rec2020", "--to is given more than once; see hueweave convert --help"},
     {"ValueOfAFlag", "convert x --json=lines", "--json takes no value; see hueweave convert --help"},
+    {"NumberOfAFlag", "convert x -o y --force=3", "--force takes no value; see hueweave convert --help"},
+    {"TruthOfAFlag", "watch x -o y --no-tag=true", "--no-tag takes no value; see hueweave watch --help"},
+    {"ValueOfAFlagOfAll", "--version=3", "--version takes no value; see hueweave --help"},
+    {"FormatInPlace", "convert x --in-place --format png", "--in-place and --format exclude each other"},
+    {"FormatOfCopies", "convert x -o y --format png --others copy", "--others copy does not go with --format"},
+    {"UnknownFormat", "convert x -o y --format gif", "--format: gif is not known, use tiff, png, jpeg"},
+    {"QualityOfNoJpeg", "convert x -o y --quality 90 --format png", "--quality is for --format jpeg; leave it out"},
+    {"QualityOutOfRange", "convert x -o y --format jpeg --quality 101", "101 is out of range, use 1 to 100"},
+    {"ValueOfAShortFlag", "convert x -o y -q=1", "-q takes no value; see hueweave convert --help"},
     {"FractionOfAThread", "convert x -o y.tif -j 1.5",
      "--jobs: 1.5 is not a whole number; see hueweave convert --help"},
     {"EmptyInput", "convert '' -o y", "the name of an input is empty"},

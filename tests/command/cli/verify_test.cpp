@@ -16,6 +16,29 @@ using testing::HasSubstr;
 
 class VerifyTest : public ProfileTest {};
 
+TEST_F(VerifyTest, PicturesOfEveryFormatGiveTheirColours) {
+    const struct {
+        const char *recipe, *name;
+    } kRows[] = {{"-depth 8", "a.png"},
+                 {"-depth 16 -resize 300x200! -interlace PNG", "b.png"},
+                 {"-colors 30 -type Palette", "c.png"},
+                 {"-sampling-factor 2x2 -quality 80", "d.jpg"},
+                 {"-interlace JPEG", "e.jpg"}};
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.name);
+        const std::string image = folder_ / row.name, tiff = folder_ / "same.tif";
+        Shell("convert-im6 " + Quoted(Input("photo-16.tif")) + " -strip " + row.recipe + " " + Quoted(image) +
+              "; convert-im6 " + Quoted(image) + " -type TrueColor -compress none " + Quoted(tiff));
+        const json told = Told({"verify", Input("scanner.icc"), "--image", image});
+        EXPECT_GT(told["colours"], row.name[0] == 'c' ? 10 : 1000);
+        EXPECT_EQ(told, Told({"verify", Input("scanner.icc"), "--image", tiff}));
+    }
+    const std::string grey = folder_ / "grey.png", profile = Input("scanner.icc");
+    Shell("convert-im6 -size 4x4 gradient: -colorspace Gray " + Quoted(grey));
+    EXPECT_THAT(Hueweave({"verify", profile, "--image", grey}), Refuses(4, "holds no RGB pixels of 8 or 16 bits"));
+    EXPECT_THAT(Hueweave({"verify", profile, "--image", profile}), Refuses(4, "not a TIFF, PNG or JPEG file"));
+}
+
 TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
     WriteDeviceProfile(profile_, Form::Matrix4);
     Bake(profile_);

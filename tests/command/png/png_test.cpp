@@ -257,7 +257,7 @@ TEST_F(PngTest, TheContentsGiveTheFormatAndTheNameHasToFit) {
     const std::string other = folder_ / "out.tif", scans = folder_ / "scans", odd = scans + "/odd.tif";
     EXPECT_THAT(ConvertScan({in_, "-o", other}),
                 SaysOnly(2, other + ": is the name of a TIFF file, but the output is a PNG file, as its input; give it "
-                                    "a name with .png"));
+                                    "a name with .png, or add --format tiff"));
     EXPECT_THAT(ConvertScan({"-", "-o", folder_ / "to/"}, {.input = in_}), Says(2, "give it a name with .png"));
     EXPECT_THAT(ConvertScan({"-", "-o", out_}, {.input = in_}), Succeeds());
     std::filesystem::create_directory(scans);

@@ -42,12 +42,12 @@ std::string JpegOf(const Picture& picture, const std::function<void(jpeg_compres
     jpeg_mem_dest(&info, &data, &size);
     info.image_width = picture.width;
     info.image_height = picture.height;
-    info.input_components = 3;
-    info.in_color_space = JCS_RGB;
+    info.input_components = static_cast<int>(picture.samples);
+    info.in_color_space = picture.samples == 1 ? JCS_GRAYSCALE : picture.samples == 4 ? JCS_CMYK : JCS_RGB;
     jpeg_set_defaults(&info);
     set(&info);
     jpeg_start_compress(&info, TRUE);
-    std::vector<unsigned char> row(picture.width * 3);
+    std::vector<unsigned char> row(std::size_t{picture.width} * picture.samples);
     for (std::size_t y = 0; y < picture.height; ++y) {
         for (std::size_t i = 0; i < row.size(); ++i) {
             row[i] = static_cast<unsigned char>(picture.values[y * row.size() + i]);
@@ -78,10 +78,11 @@ std::string JpegSettings(const std::string& path) {
 
 Picture ReadJpeg(const std::string& path) {
     Decoder decoder(path);
-    decoder.info.out_color_space = JCS_RGB;
+    const int samples = decoder.info.num_components;
+    decoder.info.out_color_space = samples == 1 ? JCS_GRAYSCALE : samples == 4 ? JCS_CMYK : JCS_RGB;
     jpeg_start_decompress(&decoder.info);
-    Picture picture{decoder.info.output_width, decoder.info.output_height, 3, 8, {}, ""};
-    std::vector<unsigned char> row(std::size_t{picture.width} * 3);
+    Picture picture{decoder.info.output_width, decoder.info.output_height, static_cast<unsigned>(samples), 8, {}, ""};
+    std::vector<unsigned char> row(std::size_t{picture.width} * picture.samples);
     while (decoder.info.output_scanline < picture.height) {
         JSAMPROW at = row.data();
         jpeg_read_scanlines(&decoder.info, &at, 1);

@@ -11,12 +11,13 @@ struct jpeg_compress_struct;
 
 namespace hueweave::test {
 
-/// A JPEG file of the colours of an image with 8 bits, written by libjpeg with other settings than its defaults.
+/// A JPEG file of an image of grey, RGB or CMYK with 8 bits, written by libjpeg with other settings than its defaults.
+/// Samples of CMYK are stored as they are.
 std::string JpegOf(const Picture& picture, const std::function<void(jpeg_compress_struct*)>& set);
 
 /// How libjpeg finds an image encoded: sampling factors, quantisation tables, colours, coding, restart interval.
 std::string JpegSettings(const std::string& path);
-/// The image decoded by libjpeg to RGB.
+/// The image decoded by libjpeg to RGB, grey, or CMYK as it is stored.
 Picture ReadJpeg(const std::string& path);
 
 /// A marker segment: the second byte of the marker, and the data.

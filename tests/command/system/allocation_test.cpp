@@ -108,6 +108,8 @@ const AllocationRow kRows[] = {
     // The coders are opened late: all calls before concern the profile.
     {"Lzw", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -s -c lzw:2 -r 64 photo-16.tif"},
     {"Jpeg", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -t -w 128 -l 128 -c jpeg:90 photo-8.tif"},
+    {"PngToTiff", kConvert + Words{"IN", "--format", "tiff"}, true, -320, 11, 0,
+     "sh -c 'convert-im6 photo-8.tif png:$0'"},
     {"Zstd", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -s -c zstd -r 64 photo-16.tif"},
 };
 INSTANTIATE_TEST_SUITE_P(Every, AllocationTest, testing::ValuesIn(kRows), NameOfRow);

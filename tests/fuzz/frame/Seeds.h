@@ -27,9 +27,12 @@ void SowProfiles(const Sow& sow);
 void SowTiffs(const Sow& sow);
 /// TIFF files written by libtiff, in every layout that the command converts, in both byte orders and as BigTIFF.
 void SowCommandTiffs(const Sow& sow);
-/// PNG files written by libpng, and JPEG files written by libjpeg, of each kind that the command converts.
+/// PNG files written by libpng, and JPEG files written by libjpeg, of each kind that the command converts, behind
+/// the byte that steers the conversion.
 void SowPngs(const Sow& sow);
 void SowJpegs(const Sow& sow);
+/// TIFF files of old-style JPEG: with the place of a whole JPEG file, and with the places of its tables.
+void SowOldJpegs(const Sow& sow);
 /// Small profiles written by Little CMS: tables, matrices, and kinds that the command refuses.
 void SowCommandProfiles(const Sow& sow);
 /// Deflate data after three bytes that give the size of the strip: of that size, shorter, longer, truncated and

@@ -96,18 +96,23 @@ void PlantFilesOfTheCommand(Garden& garden) {
         const auto tags = static_cast<unsigned char>(number % 4), place = static_cast<unsigned char>(number / 4 % 4);
         // Kinds that only the exact precision converts, with a profile for RGB and with one for grey.
         const bool isKind = name.starts_with("kind-");
-        for (const unsigned char how : isKind ? Bytes{2, 3} : Bytes{0}) {
-            garden.Plant("convert_tiff", name + (how == 3 ? "-grey" : ""), Joined({tags, place, 0, how}, file));
+        const auto format = static_cast<unsigned char>(4 + number % 2);
+        for (const unsigned char how : isKind ? Bytes{2, 3, format} : Bytes{0, format}) {
+            garden.Plant("convert_tiff",
+                         name + (how == 3  ? "-grey"
+                                 : how > 3 ? "-format"
+                                           : ""),
+                         Joined({tags, place, 0, how}, file));
         }
         garden.Plant("tiff_structure", name, Joined(Steering(16, number), file));
     };
     SowCommandTiffs(tiff);
+    SowOldJpegs(tiff);
     SowTiffs([&](const std::string& name, const Bytes& file) {
         if (++number % 5 == 0) tiff("library-" + name, file);
     });
-    SowPngs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_png", name, Joined({0}, file)); });
-    SowJpegs(
-        [&](const std::string& name, const Bytes& file) { garden.Plant("convert_jpeg", name, Joined({0}, file)); });
+    SowPngs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_png", name, file); });
+    SowJpegs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_jpeg", name, file); });
     Bytes before;
     SowCommandProfiles([&](const std::string& name, const Bytes& file) {
         garden.Plant("convert_profile", name, Joined(Steering(4, ++number), file));

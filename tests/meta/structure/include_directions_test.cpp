@@ -40,7 +40,7 @@ const Tree kLibrary{"Source",
 
 const Folders kSystem{"system"};
 const Folders kFiles{"system/files"}, kSandbox{"system/sandbox"}, kPicture{"picture"}, kPng{"png"}, kJpeg{"jpeg"},
-    kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kSession{"batch/session"},
+    kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kCreate{"create"}, kSession{"batch/session"},
     kNotes{"batch/file/notes"}, kPlan{"batch/file/plan"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"},
     kOptions{"cli/options"}, kCommands{"cli/commands"}, kCli{"cli"};
 
@@ -70,7 +70,7 @@ const Folders kSystemAndBase = kSystem + kFiles + kColourBase;
 const Folders kWork =
     kSystemAndBase + kPicture + kColourTop + kProfile + kJudge + kThroughEngine + kTiff + kCodec + kRewrite;
 const Folders kOneImage = kSystemAndBase + kPicture + kColourTop;
-const Folders kOneFile = kWork + kPng + kJpeg + kSession + kNotes + kPlan;
+const Folders kOneFile = kWork + kPng + kJpeg + kCreate + kSession + kNotes + kPlan;
 const Folders kAllFiles = kOneFile + kFile + kWatch + kBatch;
 const Tree kCommand{"apps/hueweave",
                     80,
@@ -84,6 +84,7 @@ const Tree kCommand{"apps/hueweave",
                      {"tiff", kSystemAndBase + kTiff},
                      {"tiff/codec", kSystemAndBase + kTiff + kCodec},
                      {"tiff/rewrite", kWork},
+                     {"create", kWork + kPng + kJpeg + kCreate},
                      {"batch/session", kWork + kSession},
                      {"batch/file/notes", kWork + kSession + kNotes},
                      {"batch/file/plan", kOneFile},

@@ -78,6 +78,7 @@ void FileReport::TellConverted(const FilePlan& plan, const std::string& kind, co
 
 std::string FileReport::WayOf(const FilePlan& plan) const {
     if (!task_.session.options.verbose || plan.isCopy) return "";
+    if (plan.keepsColours) return "copy";
     const ReadyConverter& ready = *plan.converters.front();
     return fmt::format("{}, CIEDE2000 mean {:.3f}, 99.9 % within {:.3f}, largest {:.3f}", ready.way(), ready.error.mean,
                        ready.error.p999, ready.error.largest);
@@ -115,10 +116,12 @@ nlohmann::ordered_json FileReport::Begin(const char* status, const FilePlan* pla
     json["intent"] = colour::IntentName(rendering.intent);
     json["space"] = task_.session.target.name;
     json["precision"] = task_.session.options.precision == Precision::Exact ? "exact" : "library";
+    if (const auto& format = task_.session.options.format) json["format"] = FormatWord(*format);
     if (plan == nullptr || plan->converters.empty()) return json;
     const ReadyConverter& ready = *plan->converters.front();
-    const colour::TransformError error = plan->isCopy ? colour::TransformError() : ready.error;
-    json["way"] = plan->isCopy ? "copy" : ready.way();
+    const bool isKept = plan->isCopy || plan->keepsColours;
+    const colour::TransformError error = isKept ? colour::TransformError() : ready.error;
+    json["way"] = isKept ? "copy" : ready.way();
     json["delta_e"] = {{"mean", error.mean}, {"p999", error.p999}, {"largest", error.largest}};
     json["baked"] = !ready.bakedBecause.empty();
     return json;

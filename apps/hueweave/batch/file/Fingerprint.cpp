@@ -22,6 +22,9 @@ Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : fil
                           r.chroma, r.hue, static_cast<int>(options.source), options.noTag,
                           session.profile ? session.profile->hash : "embedded"));
     if (options.greyToRgb) hash_.Add("grey to RGB\n");
+    if (options.format) {
+        hash_.Add(fmt::format("as {} {}\n", FormatName(*options.format), options.quality.value_or(0)));
+    }
     if (!r.curves) return;
     for (const auto& curve : *r.curves) hash_.Add(curve.data(), curve.size());
 }

@@ -50,12 +50,14 @@ void CheckOutputFormat(const FileTask& task, const FileAccess& source) {
     const std::string& path = task.item.output;
     const bool isNamed = task.session.list.folder.empty() || task.item.source == "-";
     if (!isNamed || task.session.options.inPlace) return;
-    const Format format = FormatOf(source), named = FormatOfName(path);
+    const auto& asked = task.session.options.format;
+    const Format format = asked.value_or(FormatOf(source)), named = FormatOfName(path);
     if (named == Format::Unknown || named == format) return;
+    const std::string otherwise = fmt::format("give it a name with {}, or ", FormatExtension(format));
     throw Refusal(Exit::Usage, path,
-                  fmt::format("is the name of a {} file, but the output is a {} file, as its input", FormatName(named),
-                              FormatName(format)),
-                  fmt::format("give it a name with {}", FormatExtension(format)));
+                  fmt::format("is the name of a {} file, but the output is a {} file{}", FormatName(named),
+                              FormatName(format), asked ? "" : ", as its input"),
+                  otherwise + (asked ? "" : "add ") + fmt::format("--format {}", FormatWord(named)));
 }
 
 void CheckOutputFolder(const FileTask& task) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "colour/library/Rendering.h"
+#include "picture/Format.h"
 
 namespace hueweave::tool {
 
@@ -42,7 +43,9 @@ struct ConvertOptions {
     std::string curveFile;  ///< read into `rendering` inside the sandbox
     unsigned jobs = 0;      ///< threads; 0 for one per processor
     std::uint64_t maxMemory = std::uint64_t{64} << 20;
-    bool greyToRgb = false;  ///< grey pages become RGB
+    std::optional<Format> format;     ///< of the outputs; nothing for that of each input
+    std::optional<unsigned> quality;  ///< of JPEG files that are not JPEG yet
+    bool greyToRgb = false;           ///< grey pages become RGB
     bool noTag = false, force = false, inPlace = false, nul = false, resume = false;
     bool follow = false;  ///< symbolic links in folders
     bool quiet = false, verbose = false, json = false, dryRun = false;

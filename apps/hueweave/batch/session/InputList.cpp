@@ -119,6 +119,14 @@ std::vector<std::string> ReadNames(const std::string& path, bool nul) {
     return names;
 }
 
+/// The name of an output: with --format, the end of a picture's name follows the format.
+std::string NameInFormat(const std::string& relative, const ConvertOptions& options) {
+    if (!options.format || FormatOfName(relative) == *options.format) return relative;
+    const bool isPicture = FormatOfName(relative) != Format::Unknown;
+    return (isPicture ? relative.substr(0, relative.rfind('.')) : relative) +
+           std::string(FormatExtension(*options.format));
+}
+
 /// The canonical path of a file, which is equal for all paths that lead to it.
 std::string OnePath(const std::string& path) {
     std::error_code error;
@@ -194,10 +202,11 @@ InputList ListInputs(const ConvertOptions& options) {
         const auto identity = file.source == "-" ? std::nullopt : IdentityOf(file.source);
         if (identity) list.identities.insert(*identity);
         if (options.shard && StableHash(file.relative) % options.shard->parts != options.shard->part - 1) continue;
+        const std::string relative = NameInFormat(file.relative, options);
         const std::string output = options.inPlace        ? file.source
-                                   : !list.folder.empty() ? (fs::path(list.folder) / file.relative).string()
+                                   : !list.folder.empty() ? (fs::path(list.folder) / relative).string()
                                                           : options.output;
-        list.items.push_back({file.source, output, file.relative, file.problem});
+        list.items.push_back({file.source, output, relative, file.problem});
     }
     NoteCollisions(list.items, options.inPlace);
     return list;

@@ -15,7 +15,7 @@ namespace hueweave::tool {
 struct Item {
     std::string source;    ///< path, or "-"
     std::string output;    ///< path, or "-"
-    std::string relative;  ///< path of the output below the output folder; also determines the shard
+    std::string relative;  ///< path of the output below the output folder
     std::string refusal;   ///< why it is refused without being opened; empty if it is not
 };
 

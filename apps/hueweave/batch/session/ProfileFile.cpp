@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "batch/session/ProfileFile.h"
 
+#include <fmt/format.h>
+
 #include <cstdint>
 #include <utility>
 
 #include "colour/profile/DeviceProfile.h"
+#include "picture/Format.h"
 #include "system/Sha256.h"
 
 namespace hueweave::tool {
@@ -35,12 +38,17 @@ DeviceProfile Check(DeviceProfile profile, bool anyModel) {
 
 }  // namespace
 
-DeviceProfile LoadProfile(const std::string& path, bool anyModel) {
+DeviceProfile LoadProfile(const std::string& path, bool anyModel, const std::string& remedy) {
     Bytes data;
     try {
         const FileAccess file = FileAccess::OpenInput(path);
         if (file.Size() > kLargestProfile) {
             throw Refusal(Exit::Profile, path, "is too large for a profile", "give an ICC profile");
+        }
+        // A picture may embed the profile that was meant.
+        if (const Format format = FormatOf(file); format != Format::Unknown) {
+            throw Refusal(Exit::Profile, path, fmt::format("is a {} file, not an ICC profile", FormatName(format)),
+                          remedy);
         }
         data = file.Read({0, file.Size()});
     } catch (const Refusal& refusal) {
@@ -48,6 +56,11 @@ DeviceProfile LoadProfile(const std::string& path, bool anyModel) {
         throw Refusal(Exit::Profile, "", refusal.what(), "");
     }
     return TakeProfile(path, std::move(data), anyModel);
+}
+
+DeviceProfile LoadGivenProfile(const std::string& path, bool anyModel) {
+    return LoadProfile(path, anyModel,
+                       "give an ICC profile, or leave --profile out to use the profile that each picture embeds");
 }
 
 DeviceProfile TakeProfile(const std::string& name, Bytes data, bool anyModel) {

@@ -21,8 +21,11 @@ struct DeviceProfile {
 };
 
 /// Reads a profile file. Refuses files that are not profiles, and profiles of another class or of other colours than
-/// RGB; with `anyModel`, profiles for grey and CMYK are accepted.
-DeviceProfile LoadProfile(const std::string& path, bool anyModel = false);
+/// RGB; with `anyModel`, profiles for grey and CMYK are accepted. `remedy` is for a picture in place of a profile.
+DeviceProfile LoadProfile(const std::string& path, bool anyModel = false,
+                          const std::string& remedy = "give an ICC profile");
+/// The same for the option --profile of a conversion, which pictures that embed a profile do not need.
+DeviceProfile LoadGivenProfile(const std::string& path, bool anyModel);
 /// The same for the contents of the profile file `name`.
 DeviceProfile TakeProfile(const std::string& name, Bytes data, bool anyModel = false);
 /// The same for a profile embedded in the file `name`.

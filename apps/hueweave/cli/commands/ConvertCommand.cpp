@@ -12,6 +12,7 @@
 #include "batch/session/CurveFile.h"
 #include "cli/options/AllowedPaths.h"
 #include "cli/options/ConversionOptions.h"
+#include "cli/options/Values.h"
 #include "system/StandardStreams.h"
 
 namespace hueweave::tool {
@@ -72,6 +73,10 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
                   "File to write, folder to write to (end it in / to make one), or - for standard output");
     AddConversionOptions(*c, options_);
     c->add_flag("--in-place", options_.inPlace, "Replace each input with its conversion");
+    c->add_option("--format", format_, "Format of the outputs: tiff, png or jpeg (default: that of each input)")
+        ->check(OneOf({"tiff", "png", "jpeg"}).description("{tiff,png,jpeg}"));
+    c->add_option("--quality", options_.quality, "With --format jpeg, the quality of new JPEG files (default: 95)")
+        ->check(Within(1, 100).description("INT in [1 - 100]"));
     c->add_option(
         "--files-from", options_.filesFrom,
         "Read the names of more inputs from a file or -, one per line; outputs go directly into the output folder");
@@ -91,6 +96,7 @@ void ConvertCommand::Settle() {
     for (const std::string& input : a.inputs) {
         if (input.empty()) RefuseUsage("the name of an input is empty", "name files or folders");
     }
+    SettleFormat();
     if (a.inPlace && !a.output.empty()) RefuseUsage("--in-place and -o exclude each other", "leave one of them out");
     if (!a.inPlace && a.output.empty())
         RefuseUsage("no output was given", "name a file or folder with -o, or use --in-place");
@@ -101,6 +107,20 @@ void ConvertCommand::Settle() {
     if (a.resume && (a.inPlace || a.output == "-")) RefuseUsage("--resume wants an output folder", "give one with -o");
 }
 
+void ConvertCommand::SettleFormat() {
+    ConvertOptions& a = options_;
+    for (const Format format : {Format::Tiff, Format::Png, Format::Jpeg}) {
+        if (format_ == FormatWord(format)) a.format = format;
+    }
+    if (a.quality && a.format != Format::Jpeg) RefuseUsage("--quality is for --format jpeg", "leave it out");
+    if (!a.format) return;
+    if (a.inPlace) RefuseUsage("--in-place and --format exclude each other", "name an output folder with -o");
+    if (a.others == Others::Copy) {
+        RefuseUsage("--others copy does not go with --format, because copies keep their format",
+                    "leave these files out with --others skip");
+    }
+}
+
 Exit ConvertCommand::Run() {
     Report report(options_.quiet, options_.json);
     const InputList list = ListInputs(options_);
@@ -109,7 +129,7 @@ Exit ConvertCommand::Run() {
     Confine(options_, list, folders);
     if (!options_.curveFile.empty()) options_.rendering.curves = ReadCurves(options_.curveFile);
     std::optional<DeviceProfile> profile;
-    if (options_.profile) profile = LoadProfile(*options_.profile, options_.precision == Precision::Exact);
+    if (options_.profile) profile = LoadGivenProfile(*options_.profile, options_.precision == Precision::Exact);
     const Target target = MakeTarget(options_);
     ProfileCache cache(options_, target);
     SweptFolders swept;

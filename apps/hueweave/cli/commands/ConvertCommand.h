@@ -17,8 +17,11 @@ public:
     const ConvertOptions& options() const { return options_; }
 
 private:
+    void SettleFormat();
+
     ConvertOptions options_;
-    std::string shard_;  ///< before parsing
+    std::string shard_;   ///< before parsing
+    std::string format_;  ///< empty for that of each input
 };
 
 }  // namespace hueweave::tool

@@ -5,9 +5,15 @@
 #include <cstring>
 #include <memory>
 
+#include "jpeg/JpegCodec.h"
+#include "jpeg/JpegRewriter.h"
+#include "picture/Format.h"
+#include "png/ChunkRules.h"
+#include "png/PngCodec.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
+#include "system/files/FileKind.h"
 #include "tiff/codec/TiffDecoder.h"
 
 namespace hueweave::tool {
@@ -19,11 +25,107 @@ constexpr std::uint64_t kMostMemory = std::uint64_t{128} << 20;  ///< for a tile
 
 bool IsRgb(const TiffPage& page) { return page.IsConvertible() && page.kind.empty() && page.bits == page.written.bits; }
 
+/// Takes every `step`-th pixel.
+class Sampler {
+public:
+    explicit Sampler(std::uint64_t pixels) : step_(std::max<std::uint64_t>(1, pixels / kMostPixels)) {}
+
+    /// Whether the next pixel is taken.
+    bool Next() { return counter_++ % step_ == 0; }
+    /// Takes three samples of 8 or 16 bits, in the processor's byte order, the first of them at `at`.
+    void Add(const unsigned char* at, unsigned bits) {
+        colour::DeviceColour& colour = colours_.emplace_back();
+        for (std::size_t c = 0; c < 3; ++c) {
+            if (bits == 8) {
+                colour[c] = static_cast<std::uint16_t>(at[c] * 257);
+            } else {
+                std::memcpy(&colour[c], at + 2 * c, 2);
+            }
+        }
+    }
+    /// Each colour once.
+    std::vector<colour::DeviceColour> Take() && {
+        std::sort(colours_.begin(), colours_.end());
+        colours_.erase(std::unique(colours_.begin(), colours_.end()), colours_.end());
+        return std::move(colours_);
+    }
+
+private:
+    std::uint64_t step_, counter_ = 0;
+    std::vector<colour::DeviceColour> colours_;
+};
+
+[[noreturn]] void RefuseColours(const std::string& name) {
+    throw Refusal(Exit::Input, name, "holds no RGB pixels of 8 or 16 bits", "give an RGB file of 8 or 16 bits");
+}
+
+/// Refuses an image whose decoder would take so many bytes.
+void CheckMemory(std::uint64_t bytes, const std::string& name) {
+    if (bytes <= kMostMemory) return;
+    throw Refusal(Exit::Input, name, "takes more than 128 MiB to decode",
+                  "write it anew as a TIFF file, for example with convert in.png out.tif");
+}
+
+/// Samples the rows of an image, whose indices refer to `palette` unless that is empty.
+void AddRows(const Raster& raster, RowSource& source, const Bytes& palette, Sampler& sampler) {
+    Bytes row(static_cast<std::size_t>(raster.RowBytes()));
+    for (std::uint32_t y = 0; y < raster.height; ++y) {
+        ThrowIfInterrupted();
+        source.Read(row.data(), 1);
+        for (std::size_t x = 0; x < raster.width; ++x) {
+            if (!sampler.Next()) continue;
+            const bool isIndex = !palette.empty();
+            sampler.Add(isIndex ? &palette[std::size_t{3} * row[x]] : &row[x * raster.PixelBytes()], raster.bits);
+        }
+    }
+}
+
+std::vector<colour::DeviceColour> ColoursOfPng(const FileAccess& file) {
+    const PngStructure structure(file);
+    CheckConvertible(structure);
+    const PngHeader& header = structure.header();
+    if (header.IsGrey()) RefuseColours(file.name());
+    Bytes palette;
+    if (header.colours == PngHeader::Palette) {
+        palette = structure.Data(*structure.Find("PLTE"));
+        palette.resize(768);  // an index without an entry is black
+    }
+    const Raster raster = RasterOf(header);
+    // A row has less than 2^34 bytes.
+    const std::uint64_t rows = header.interlaced ? header.height : 1;
+    CheckMemory(raster.RowBytes() > kMostMemory / rows ? UINT64_MAX : rows * raster.RowBytes(), file.name());
+    CheckMemory(PngCoderMemory(raster.RowBytes()), file.name());
+    PngDecoder decoder(structure);
+    Bytes all;
+    if (header.interlaced) decoder.ReadAll(all);
+    RowsInMemory stored(raster, all);
+    RowSource* source = &decoder;
+    if (header.interlaced) source = &stored;
+    Sampler sampler(raster.Pixels());
+    AddRows(raster, *source, palette, sampler);
+    decoder.Finish();
+    return std::move(sampler).Take();
+}
+
+std::vector<colour::DeviceColour> ColoursOfJpeg(const FileAccess& file) {
+    const JpegStructure structure(file);
+    CheckConvertible(structure);
+    const JpegFrame& frame = structure.frame();
+    if (frame.components.size() != 3) RefuseColours(file.name());
+    CheckMemory(JpegCoderMemory(structure, 3), file.name());
+    const Raster raster{frame.width, frame.height, 3, 8};
+    JpegDecoder decoder(structure);
+    Sampler sampler(raster.Pixels());
+    AddRows(raster, decoder, {}, sampler);
+    decoder.Finish();
+    return std::move(sampler).Take();
+}
+
 /// Samples the pixels of a file's pages at a fixed interval.
 class Collector {
 public:
-    Collector(const FileAccess& file, const TiffStructure& structure, std::uint64_t step)
-        : file_(file), structure_(structure), step_(step) {}
+    Collector(const FileAccess& file, const TiffStructure& structure, Sampler& sampler)
+        : file_(file), structure_(structure), sampler_(sampler) {}
 
     void Add(const TiffPage& page) {
         std::uint64_t largest = 0;
@@ -43,7 +145,6 @@ public:
             AddSegments(page);
         }
     }
-    std::vector<colour::DeviceColour> Take() { return std::move(colours_); }
 
 private:
     using Planes = Bytes[3];
@@ -84,45 +185,49 @@ private:
     }
 
     void AddPixel(const TiffPage& page, const Planes& planes, std::uint64_t p) {
-        if (counter_++ % step_ != 0) return;
+        if (!sampler_.Next()) return;
         const std::size_t width = page.bits / 8;
-        colour::DeviceColour colour{};
+        unsigned char rgb[6];
         for (std::size_t c = 0; c < 3; ++c) {
             const unsigned char* at = page.planar ? &planes[c][p * width] : &planes[0][(p * page.samples + c) * width];
-            if (width == 1) {
-                colour[c] = static_cast<std::uint16_t>(*at * 257);
-            } else {
-                std::memcpy(&colour[c], at, 2);
-            }
+            std::memcpy(rgb + c * width, at, width);
         }
-        colours_.push_back(colour);
+        sampler_.Add(rgb, page.bits);
     }
 
     const FileAccess& file_;
     const TiffStructure& structure_;
-    std::uint64_t step_, counter_ = 0;
-    std::vector<colour::DeviceColour> colours_;
+    Sampler& sampler_;
 };
+
+std::vector<colour::DeviceColour> ColoursOfTiff(const FileAccess& file) {
+    const TiffStructure structure(file);
+    const std::vector<TiffPage> pages = ReadPages(structure);
+    std::uint64_t all = 0;
+    for (const TiffPage& page : pages) all += IsRgb(page) ? page.Pixels() : 0;  // below `limit::kImageBytes`
+    if (all == 0) RefuseColours(file.name());
+    Sampler sampler(all);
+    Collector collector(file, structure, sampler);
+    for (const TiffPage& page : pages) {
+        if (IsRgb(page)) collector.Add(page);
+    }
+    return std::move(sampler).Take();
+}
 
 }  // namespace
 
 std::vector<colour::DeviceColour> ImageColours(const std::string& path) {
     const FileAccess file = FileAccess::OpenInput(path);
-    const TiffStructure structure(file);
-    const std::vector<TiffPage> pages = ReadPages(structure);
-    std::uint64_t all = 0;
-    for (const TiffPage& page : pages) all += IsRgb(page) ? page.Pixels() : 0;  // below `limit::kImageBytes`
-    if (all == 0) {
-        throw Refusal(Exit::Input, path, "holds no RGB pixels of 8 or 16 bits", "give an RGB file of 8 or 16 bits");
+    switch (FormatOf(file)) {
+        case Format::Tiff:
+            return ColoursOfTiff(file);
+        case Format::Png:
+            return ColoursOfPng(file);
+        case Format::Jpeg:
+            return ColoursOfJpeg(file);
+        default:
+            throw Refusal(Exit::Input, path, NotA("a TIFF, PNG or JPEG file", file), "give one of these");
     }
-    Collector collector(file, structure, std::max<std::uint64_t>(1, all / kMostPixels));
-    for (const TiffPage& page : pages) {
-        if (IsRgb(page)) collector.Add(page);
-    }
-    std::vector<colour::DeviceColour> colours = collector.Take();
-    std::sort(colours.begin(), colours.end());
-    colours.erase(std::unique(colours.begin(), colours.end()), colours.end());
-    return colours;
 }
 
 }  // namespace hueweave::tool

@@ -3,6 +3,9 @@
 
 #include <fmt/format.h>
 
+#include "batch/file/plan/JpegPlan.h"
+#include "batch/file/plan/PngPlan.h"
+#include "batch/file/plan/ProfileChoice.h"
 #include "jpeg/JpegRewriter.h"
 #include "png/ChunkRules.h"
 #include "system/Refusal.h"
@@ -25,10 +28,16 @@ void AddProfile(Json& json, const Read& read, const DescribeBytes& describe) {
     }
 }
 
+/// `kind` of pixels that need a profile of their own; empty for RGB.
 template <typename Structure>
-void AddConvertible(Json& json, const Structure& structure) {
+void AddConvertible(Json& json, const Structure& structure, colour::ColourModel model, const std::string& kind) {
     try {
         CheckConvertible(structure);
+        if (model != colour::ColourModel::Rgb) {
+            const auto profile = EmbeddedIn(structure);
+            const std::string& name = structure.file().name();
+            if (profile == nullptr || profile->model != model) throw NotRgb(name, "", kind, Precision::Exact);
+        }
         json["convertible"] = true;
     } catch (const Refusal& refusal) {
         json["convertible"] = false;
@@ -49,7 +58,8 @@ Json DescribePng(const FileAccess& file, const DescribeBytes& describe) {
     for (const PngChunk& chunk : structure.chunks()) json["chunks"].push_back(chunk.type);
     AddProfile(
         json, [&] { return structure.Find("iCCP") != nullptr ? structure.Profile() : Bytes(); }, describe);
-    AddConvertible(json, structure);
+    const bool isGrey = header.IsGrey();
+    AddConvertible(json, structure, isGrey ? colour::ColourModel::Grey : colour::ColourModel::Rgb, "grey");
     return json;
 }
 
@@ -66,7 +76,7 @@ Json DescribeJpeg(const FileAccess& file, const DescribeBytes& describe) {
     }
     AddProfile(
         json, [&] { return structure.Profile(); }, describe);
-    AddConvertible(json, structure);
+    AddConvertible(json, structure, ModelOf(frame), KindOf(frame));
     return json;
 }
 

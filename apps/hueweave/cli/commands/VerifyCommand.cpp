@@ -133,7 +133,7 @@ constexpr const char* kExamples = R"(Examples:
 CLI::App* VerifyCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("verify", "Compare conversions with Little CMS in floating point");
     c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
-    c->add_option("--image", options_.image, "Compare the colours of a TIFF file, not a grid");
+    c->add_option("--image", options_.image, "Compare the colours of a TIFF, PNG or JPEG file, not a grid");
     AddTarget(*c, options_.rendering.space, options_.targetFile);
     AddChoice(*c, "--precision", options_.precision,
               Choices<Precision>{{"exact", Precision::Exact}, {"library", Precision::Library}},

@@ -68,7 +68,7 @@ void WatchCommand::RunIn(Report& report) {
     Confine(inbox);
     if (!options_.curveFile.empty()) options_.rendering.curves = ReadCurves(options_.curveFile);
     std::optional<DeviceProfile> profile;
-    if (options_.profile) profile = LoadProfile(*options_.profile, options_.precision == Precision::Exact);
+    if (options_.profile) profile = LoadGivenProfile(*options_.profile, options_.precision == Precision::Exact);
     const Target target = MakeTarget(options_);
     ProfileCache cache(options_, target);
     SweptFolders swept;

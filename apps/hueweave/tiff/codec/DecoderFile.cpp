@@ -3,6 +3,7 @@
 
 #include <tiffio.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "system/Refusal.h"
@@ -11,7 +12,7 @@ namespace hueweave::tool {
 namespace {
 
 constexpr std::uint64_t kHeader = 16, kEntry = 20;  ///< bytes, of BigTIFF
-constexpr std::uint64_t kMostEntries = 16;          ///< written below
+constexpr std::uint64_t kMostEntries = 20;          ///< written below
 constexpr std::uint64_t kMostTables = 64 << 10;     ///< bytes; valid JPEG tables have a few hundred
 
 /// Writes entries to a directory with a fixed number of them, and their values after it.
@@ -70,6 +71,7 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
     constexpr auto kMost = std::uint64_t{std::numeric_limits<std::int64_t>::max()} / 2;
     // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no page is without width
     surplus_ = static_cast<std::int64_t>((rows > kMost / row ? kMost : rows * row) + page.slack * page.segments.size());
+    if (page.compression == COMPRESSION_OJPEG) ReadOldJpeg(structure);
     if (page.compression != COMPRESSION_JPEG) return;
     const auto refuse = [&](const char* reason) {
         throw Refusal(Exit::Input, file_.name(), (page.label.empty() ? "" : page.label + " ") + reason,
@@ -88,6 +90,43 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
     subsampling_ = structure.Numbers(*subsampling);
 }
 
+void PageSource::ReadOldJpeg(const TiffStructure& structure) {
+    constexpr std::uint64_t kMostNumbers = 3;  // a table for each component
+    for (const auto which : {tag::JpegProcess, tag::JpegData, tag::JpegDataSize, tag::JpegRestart,
+                             tag::JpegQuantisation, tag::JpegDc, tag::JpegAc}) {
+        const TiffEntry* entry = structure.directories()[page_.directory].Find(which);
+        if (entry != nullptr && entry->count > 0) oldJpeg_[which] = structure.Numbers(*entry, kMostNumbers);
+    }
+}
+
+Bytes PageSource::OldJpegDirectory() const {
+    const Chroma& chroma = page_.chroma;
+    constexpr std::uint64_t kOfTables = 256;  ///< bytes, of all values but those of strips
+    const std::uint64_t size = kHeader + 8 + kMostEntries * kEntry + 8 + 2 * 8 * page_.segments.size() + kOfTables;
+    Writer writer(bigEndian_, size);
+    std::vector<std::uint64_t> offsets, sizes;
+    for (const Extent& place : page_.segments) offsets.push_back(size + place.offset), sizes.push_back(place.size);
+    writer.Add(tag::Width, type::Long, {chroma.width});
+    writer.Add(tag::Height, type::Long, {chroma.height});
+    writer.Add(tag::BitsPerSample, type::Short, {8, 8, 8});
+    writer.Add(tag::Compression, type::Short, {page_.compression});
+    writer.Add(tag::Photometric, type::Short, {page_.photometric});
+    writer.Add(tag::StripOffsets, type::Long8, offsets);
+    writer.Add(tag::SamplesPerPixel, type::Short, {3});
+    writer.Add(tag::RowsPerStrip, type::Long, {chroma.segmentHeight});
+    writer.Add(tag::StripByteCounts, type::Long8, sizes);
+    writer.Add(tag::Planar, type::Short, {PLANARCONFIG_CONTIG});
+    for (auto [which, numbers] : oldJpeg_) {
+        const bool isPlace =
+            which == tag::JpegData || which == tag::JpegQuantisation || which == tag::JpegDc || which == tag::JpegAc;
+        for (std::uint64_t& number : numbers) number = std::min(number, file_.Size()) + (isPlace ? size : 0);
+        const bool isShort = which == tag::JpegProcess || which == tag::JpegRestart;
+        writer.Add(which, isShort ? type::Short : type::Long8, numbers);
+    }
+    writer.Add(tag::YCbCrSubSampling, type::Short, {chroma.across, chroma.down});
+    return writer.Finish();
+}
+
 std::uint64_t PageSource::DirectorySize(std::uint64_t places) const {
     const std::uint64_t samples = page_.SegmentSamples();
     return kHeader + 8 + kMostEntries * kEntry + 8 + 2 * 8 * places + 2 * Padded(2 * samples) +
@@ -97,7 +136,8 @@ std::uint64_t PageSource::DirectorySize(std::uint64_t places) const {
 Bytes PageSource::Directory(std::uint64_t rows, const std::vector<Extent>& places) const {
     Writer writer(bigEndian_, DirectorySize(places.size()));
     const unsigned samples = page_.SegmentSamples();
-    const bool ycbcr = page_.photometric == PHOTOMETRIC_YCBCR;
+    // Data units of YCbCr are to be left as they are: to libtiff they are pixels with further samples.
+    const bool ycbcr = page_.photometric == PHOTOMETRIC_YCBCR && !page_.chroma;
     const unsigned colours = ycbcr ? page_.photometric : samples < 3 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
     std::vector<std::uint64_t> offsets, sizes;
     for (const Extent& place : places) offsets.push_back(place.offset), sizes.push_back(place.size);

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 #include "tiff/TiffPage.h"
@@ -28,15 +29,21 @@ public:
     /// `rows` rows, whose strips or tiles are at `places`. libtiff gets this instead of the source, whose own directory
     /// may contain anything else. It is BigTIFF, so that no value overflows.
     Bytes Directory(std::uint64_t rows, const std::vector<Extent>& places) const;
+    /// The same for a page of old-style JPEG: libtiff sees the whole file behind the directory, because the tags refer
+    /// to tables and data anywhere in it. Their places are moved by the size of the directory.
+    Bytes OldJpegDirectory() const;
     /// Size of such a file in bytes.
     std::uint64_t DirectorySize(std::uint64_t places) const;
 
 private:
+    void ReadOldJpeg(const TiffStructure& structure);
+
     const TiffPage& page_;
     const FileAccess& file_;
     bool bigEndian_;
     Bytes jpegTables_;
-    std::vector<std::uint64_t> subsampling_;  ///< empty if the file does not state it
+    std::map<std::uint16_t, std::vector<std::uint64_t>> oldJpeg_;  ///< numbers of its tags
+    std::vector<std::uint64_t> subsampling_;                       ///< empty if the file does not state it
     mutable std::atomic<std::int64_t> surplus_;
 };
 

@@ -186,6 +186,10 @@ TiffDecoder::TiffDecoder(const PageSource& source) : source_(source) {
         deflate_ = std::make_unique<DeflateReader>(source);
         return;
     }
+    if (page.compression == COMPRESSION_OJPEG) {
+        OpenOldJpeg();
+        return;
+    }
     const bool two = !page.tiled && page.InPlane() > 1;
     const std::uint64_t rows = page.segmentHeight + (two ? page.RowsOf(page.InPlane() - 1) : 0);
     view_ = std::make_unique<DecoderView>();
@@ -197,6 +201,28 @@ TiffDecoder::TiffDecoder(const PageSource& source) : source_(source) {
     view_->place = page.segments[0].offset;
     OpenView(*view_, handle_, source, page.DecodedBytes(0) + kTables);
     CheckGeometry(handle_.get(), page, rows, two ? 2 : 1, source.file().name().c_str());
+}
+
+/// libtiff takes the sampling factors from the JPEG data, so strips have another size if the tags are wrong.
+void TiffDecoder::OpenOldJpeg() {
+    const TiffPage& page = source_.page();
+    view_ = std::make_unique<DecoderView>();
+    view_->directory = source_.OldJpegDirectory();
+    view_->start = view_->directory.size();
+    view_->size = view_->start + source_.file().Size();
+    view_->data = &source_.file();
+    OpenView(*view_, handle_, source_, page.DecodedBytes(0) + kTables);
+    const std::uint64_t last = page.Segments() - 1;
+    const auto rows = static_cast<std::uint32_t>(page.chroma.height - last * page.chroma.segmentHeight);
+    const auto isSize = [](tmsize_t theirs, std::uint64_t ours) {
+        return theirs > 0 && static_cast<std::uint64_t>(theirs) == ours;
+    };
+    const bool isSame = TIFFIsTiled(handle_.get()) == 0 && TIFFNumberOfStrips(handle_.get()) == page.Segments() &&
+                        isSize(TIFFStripSize(handle_.get()), page.DecodedBytes(0)) &&
+                        isSize(TIFFVStripSize(handle_.get(), rows), page.DecodedBytes(last));
+    if (!isSame) {
+        DecoderView::RefuseDamaged(source_.file().name(), "its old-style JPEG data have another size or subsampling");
+    }
 }
 
 TiffDecoder::~TiffDecoder() = default;
@@ -215,6 +241,13 @@ void TiffDecoder::ReadSegment(std::uint64_t segment, Bytes& pixels) {
         if (page.predictor == PREDICTOR_HORIZONTAL) {
             UndoDifferences(pixels.data(), page.RowsOf(segment), page.segmentWidth, page.SegmentSamples(), width);
         }
+        return;
+    }
+    if (page.compression == COMPRESSION_OJPEG) {
+        const auto size = static_cast<tmsize_t>(pixels.size());
+        const auto strip = static_cast<std::uint32_t>(segment);
+        const tmsize_t done = TIFFReadEncodedStrip(handle_.get(), strip, pixels.data(), size);
+        if (done != size || view_->Failed()) view_->Refuse(name);
         return;
     }
     CheckWebp(source_, segment, Bytes(raw_.begin(), raw_.begin() + static_cast<std::ptrdiff_t>(WebpHead(raw_.size()))));

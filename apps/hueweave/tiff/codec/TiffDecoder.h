@@ -27,6 +27,8 @@ public:
     const Bytes& raw() const { return raw_; }
 
 private:
+    void OpenOldJpeg();
+
     const PageSource& source_;
     std::unique_ptr<DecoderView> view_;
     TiffHandle handle_;                       ///< null for Deflate, which does not use libtiff

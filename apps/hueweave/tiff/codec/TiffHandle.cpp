@@ -20,7 +20,8 @@ struct OptionsCloser {
 bool IsDamage(std::string_view module, std::string_view format) {
     // Some programs fill the last strip up to the height of the others.
     if (format.starts_with("JPEG strip size exceeds expected dimensions")) return false;
-    return module.starts_with("JPEG") || module.starts_with("PackBits");
+    // "LibJpeg" is the decoder of old-style JPEG.
+    return module.starts_with("JPEG") || module.starts_with("PackBits") || module.starts_with("LibJpeg");
 }
 
 int Note(std::string& first, const char* format, std::va_list arguments) {

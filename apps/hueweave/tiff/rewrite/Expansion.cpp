@@ -25,6 +25,10 @@ void UnpackRow(const unsigned char* packed, unsigned char* samples, std::size_t 
 }  // namespace
 
 Expansion::Expansion(const TiffPage& page) : page_(page) {
+    if (page.chroma) {
+        chroma_.emplace(page.chroma);
+        return;
+    }
     if (!IsNeeded(page)) return;
     const std::uint64_t most = (1U << page.bits) - 1, top = (1U << page.written.bits) - 1;
     for (std::uint64_t code = 0; code <= most; ++code) {
@@ -33,13 +37,13 @@ Expansion::Expansion(const TiffPage& page) : page_(page) {
 }
 
 bool Expansion::IsNeeded(const TiffPage& page) {
-    return page.palette.bits != 0 || page.inverted || page.bits != page.written.bits;
+    return page.chroma || page.palette.bits != 0 || page.inverted || page.bits != page.written.bits;
 }
 
 std::uint64_t Expansion::RowMemory(const TiffPage& page) {
     if (!IsNeeded(page)) return 0;
     const std::uint64_t codes = std::uint64_t{page.segmentWidth} * page.samples * CodeBytes(page);
-    return 2 * codes + page.written.RowBytes();
+    return 2 * codes + page.WrittenRowBytes();
 }
 
 void Expansion::Unpack(Bytes& plane) {
@@ -59,8 +63,9 @@ void Expansion::Unpack(Bytes& plane) {
     std::swap(plane, buffer_);
 }
 
-void Expansion::Expand(Bytes& pixels) {
+void Expansion::Expand(Bytes& pixels, std::uint32_t rows) {
     std::swap(pixels, buffer_);
+    if (chroma_) return chroma_->Expand(buffer_, rows, pixels);
     const bool wide = page_.written.bits == 16;
     if (CodeBytes(page_) == 1) {
         wide ? Expand<std::uint8_t, std::uint16_t>(buffer_, pixels)

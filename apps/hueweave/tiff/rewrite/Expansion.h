@@ -2,14 +2,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "tiff/TiffPage.h"
+#include "tiff/rewrite/ChromaToRgb.h"
 
 namespace hueweave::tool {
 
 /// Turns samples as they are read into samples of 8 or 16 bits that a converter takes: unpacks bits, looks up colours
-/// in a palette, and scales to the depth of the output.
+/// in a palette, makes RGB of YCbCr, and scales to the depth of the output.
 class Expansion {
 public:
     /// Borrows the page.
@@ -22,8 +24,8 @@ public:
 
     /// Whether the samples that are read, unpacked, differ from those that a converter takes.
     static bool IsNeeded(const TiffPage& page);
-    /// Replaces interleaved samples by those that a converter takes.
-    void Expand(Bytes& pixels);
+    /// Replaces interleaved samples by those that a converter takes: `rows` rows of pixels, of strips or tiles.
+    void Expand(Bytes& pixels, std::uint32_t rows);
 
     /// Bytes of a row of a block in the buffers of this object and of what it makes.
     static std::uint64_t RowMemory(const TiffPage& page);
@@ -34,6 +36,7 @@ private:
 
     const TiffPage& page_;
     std::vector<std::uint16_t> scaled_;  ///< by code: the sample at the depth of the output
+    std::optional<ChromaToRgb> chroma_;
     Bytes buffer_;
 };
 

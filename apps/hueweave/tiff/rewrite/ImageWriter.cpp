@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tiff/rewrite/ImageWriter.h"
 
+#include <tiff.h>
+
 #include <algorithm>
 
 #include "system/Refusal.h"
@@ -37,14 +39,15 @@ bool SegmentsFit(const TiffPage& page, std::uint64_t memory, unsigned threads) {
     const std::uint64_t decoded = page.DecodedBytes(0);
     const std::uint64_t pixels = 4 * decoded + (page.planar ? 2 * PlaneCounts(page).gathered * decoded : 0);
     // Expanded pixels, and the encoder's bytes and buffer of them.
-    const std::uint64_t more = expanded != 0 ? page.RowsOf(0) * (expanded + 2 * page.written.RowBytes()) : 0;
+    const std::uint64_t more = expanded != 0 ? page.RowsOf(0) * (expanded + 2 * page.WrittenRowBytes()) : 0;
     return largest + pixels + more + CoderMemory(page) <= memory / threads;
 }
 
 /// When decoding by rows, a strip is read from a file piece by piece, but libtiff reads all of it if it has to reverse
 /// the bits.
 bool RowCodersFit(const TiffPage& page, std::uint64_t memory) {
-    if (page.tiled) return false;
+    // The decoder of old-style JPEG has no rows.
+    if (page.tiled || page.compression == COMPRESSION_OJPEG) return false;
     // All planes are decoded at the same time, each by its own coder. Memory for one coder is always available.
     if (page.planar && CoderMemory(page) > memory / (page.samples - 1)) return false;
     return page.fillOrder == 1 || LargestSegment(page) * (page.planar ? page.samples : 1) <= memory / 2;
@@ -59,7 +62,9 @@ std::vector<Extent> WriteImage(const PageContext& context) {
     if (page.Plain()) {
         if (rowFits) return WritePlain(context);
     } else {
-        for (unsigned threads = context.settings.threads; threads > 0; --threads) {
+        // Each decoder of old-style JPEG would decode all strips before its own.
+        const bool isSerial = page.compression == COMPRESSION_OJPEG;
+        for (unsigned threads = isSerial ? 1 : context.settings.threads; threads > 0; --threads) {
             if (SegmentsFit(page, memory, threads)) return WriteCoded(context, threads);
         }
         if (rowFits && RowCodersFit(page, memory)) return WriteRows(context);

@@ -16,6 +16,9 @@ struct PixelBlock {
     std::uint32_t rows = 0;
 };
 
+/// The same block in the output. It has other rows if those that are read are rows of data units.
+PixelBlock WrittenBlock(const TiffPage& page, const PixelBlock& block);
+
 /// Calls a function when it is the block's turn: blocks are measured in order.
 using InTurn = std::function<void(const std::function<void()>& what)>;
 

@@ -95,11 +95,13 @@ bool Follows(const TiffPage& page, const std::vector<Extent>& places, std::uint6
 
 /// The blocks of each plane: parts of large strips and tiles, and groups of small adjacent strips.
 std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Extent>& places) {
-    const std::uint64_t rowBytes = std::max(page.RowBytes(), page.written.RowBytes());
+    const std::uint64_t rowBytes = std::max(page.RowBytes(), page.WrittenRowBytes());
+    // The last row of data units of a strip may be incomplete.
+    const bool mayJoin = !page.planar && !page.tiled && !page.chroma;
     std::vector<PixelBlock> blocks;
     for (std::uint64_t segment = 0; segment < page.InPlane(); ++segment) {
         const std::uint32_t rows = page.RowsOf(segment);
-        if (!page.planar && !page.tiled && !blocks.empty() && blocks.back().row == 0) {
+        if (mayJoin && !blocks.empty() && blocks.back().row == 0) {
             PixelBlock& last = blocks.back();
             const std::uint64_t bytes = (std::uint64_t{last.rows} + rows) * rowBytes;
             if (bytes <= kBlock && Follows(page, places, segment)) {
@@ -125,14 +127,15 @@ std::vector<Extent> WritePlain(const PageContext& context) {
     WorkUnits units(blocks.size());
     const bool isExpanded = PlaneSet::RowMemory(page) != 0;
     const std::uint64_t buffers = (page.planar ? PlaneCounts(page).gathered + 1 : 1) + (isExpanded ? 3 : 0);
-    const std::uint64_t need = std::max({kBlock, page.RowBytes(), page.written.RowBytes()}) * buffers;
+    const std::uint64_t need = std::max({kBlock, page.RowBytes(), page.WrittenRowBytes()}) * buffers;
     const auto threads = static_cast<unsigned>(std::clamp<std::uint64_t>(settings.memory / need, 1, settings.threads));
     units.Run(threads, [&]() -> WorkUnits::Work {
         return [&, planes = PlaneSet(page)](std::uint64_t number) mutable {
             const auto inTurn = [&](WorkUnits::Part part) -> InTurn {
                 return [&units, part, number](const auto& what) { units.InOrder(part, number, what); };
             };
-            const PlainBlock read(context, page, blocks[number]), written(context, page.written, blocks[number]);
+            const PixelBlock block = WrittenBlock(page, blocks[number]);
+            const PlainBlock read(context, page, blocks[number]), written(context, page.written, block);
             // The positions of uncompressed data are known in advance, so `Placing` is free to order what was read.
             PlainSource source(context, read, inTurn(WorkUnits::Placing));
             PlainSink sink(context, written, places);

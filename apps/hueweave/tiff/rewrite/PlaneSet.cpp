@@ -21,9 +21,9 @@ PlaneSet::PlaneSet(const TiffPage& page)
       expansion_(page),
       samples_(page.planar && page.written.planar ? counts_.gathered : page.written.samples) {}
 
-void PlaneSet::Gather(PlaneSource& source) {
+void PlaneSet::Gather(PlaneSource& source, std::uint32_t rows) {
     GatherSamples(source);
-    if (Expansion::IsNeeded(page_)) expansion_.Expand(pixels_);
+    if (Expansion::IsNeeded(page_)) expansion_.Expand(pixels_, rows);
 }
 
 void PlaneSet::GatherSamples(PlaneSource& source) {
@@ -52,7 +52,7 @@ void PlaneSet::Convert(const colour::PixelConverter& converter, std::size_t pixe
 
 std::uint64_t PlaneSet::RowMemory(const TiffPage& page) {
     const bool isRgb = page.model == colour::ColourModel::Rgb;
-    return Expansion::RowMemory(page) + (isRgb ? 0 : page.written.RowBytes());
+    return Expansion::RowMemory(page) + (isRgb ? 0 : page.WrittenRowBytes());
 }
 
 void PlaneSet::Scatter(PlaneSink& sink) {

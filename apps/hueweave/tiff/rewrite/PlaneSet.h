@@ -39,7 +39,8 @@ class PlaneSet {
 public:
     explicit PlaneSet(const TiffPage& page);
 
-    void Gather(PlaneSource& source);
+    /// Makes `rows` rows of pixels.
+    void Gather(PlaneSource& source, std::uint32_t rows);
     /// Converts the first `pixels` pixels that were gathered.
     void Convert(const colour::PixelConverter& converter, std::size_t pixels);
     void Scatter(PlaneSink& sink);

@@ -84,14 +84,15 @@ private:
         Begin();
         const std::uint32_t rows = page_.RowsOf(strip);
         const std::uint64_t pixelRow = std::max(page_.RowBytes() * (page_.planar ? planes_.samples() : 1),
-                                                page_.written.RowBytes() * PlaneCounts(page_).written);
+                                                page_.WrittenRowBytes() * PlaneCounts(page_).written);
         // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no page is without width
         const auto step = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(kRowBlock / pixelRow, 1, rows));
         for (std::uint32_t row = 0; row < rows; row += std::min(step, rows - row)) {
             ThrowIfInterrupted();
             const PixelBlock block{strip, row, std::min(step, rows - row)};
             RowSource source(all_, block, page_.RowBytes());
-            RowSink sink(all_, block, page_.written.RowBytes());
+            const PixelBlock written = WrittenBlock(page_, block);
+            RowSink sink(all_, written, page_.written.RowBytes());
             ConvertBlock(context_, block, planes_, source, sink, [](const auto& what) { what(); });
         }
         End(strip);

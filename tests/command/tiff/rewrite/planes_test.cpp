@@ -90,7 +90,7 @@ TEST(PlaneSetTest, TheColoursOfPlanesBecomePixelsAndPlanesAgain) {
         for (int block = 0; block < 2; ++block) {
             CountingSource source(page);
             SpoilingSink sink;
-            planes.Gather(source);
+            planes.Gather(source, 1);
             EXPECT_EQ(Hex(Bytes(planes.data(), planes.data() + std::string(row.pixels).size() / 3)), row.pixels);
             planes.Scatter(sink);
             EXPECT_EQ(Hex(source.taken), row.taken);

@@ -26,6 +26,7 @@ struct Layout {
     bool metadata = false;
     std::uint32_t width = 7, height = 5, rows = 2;
     unsigned photometric = PHOTOMETRIC_RGB;
+    unsigned across = 2, down = 2;  ///< pixels that share the chroma of YCbCr
 };
 
 Bytes Pattern(std::size_t size, unsigned seed) {
@@ -56,6 +57,9 @@ void SetShape(TIFF* file, const Layout& layout) {
                      {TIFFTAG_ORIENTATION, layout.orientation},
                      {tiled ? TIFFTAG_TILEWIDTH : TIFFTAG_ROWSPERSTRIP, tiled ? 16 : layout.rows},
                      {TIFFTAG_TILELENGTH, tiled ? 16 : 0}});
+    if (layout.photometric == PHOTOMETRIC_YCBCR) {
+        TIFFSetField(file, TIFFTAG_YCBCRSUBSAMPLING, layout.across, layout.down);
+    }
     if (layout.photometric == PHOTOMETRIC_PALETTE) {
         std::vector<std::uint16_t> map(std::size_t{3} << layout.bits);
         for (std::size_t i = 0; i < map.size(); ++i) map[i] = static_cast<std::uint16_t>(i * 257);
@@ -193,13 +197,15 @@ void SowOthers(const Sow& sow) {
 void SowKinds(const Sow& sow) {
     struct Kind {
         const char* name;
-        unsigned photometric, samples, bits;
+        unsigned photometric, samples, bits, across = 2, down = 2;
     };
-    constexpr Kind kKinds[] = {{"palette-1", PHOTOMETRIC_PALETTE, 1, 1},   {"palette-4", PHOTOMETRIC_PALETTE, 1, 4},
-                               {"palette-8", PHOTOMETRIC_PALETTE, 1, 8},   {"grey-8", PHOTOMETRIC_MINISBLACK, 1, 8},
-                               {"grey-16", PHOTOMETRIC_MINISWHITE, 1, 16}, {"rgb-12", PHOTOMETRIC_RGB, 3, 12},
-                               {"cmyk-8", PHOTOMETRIC_SEPARATED, 4, 8},    {"lab-8", PHOTOMETRIC_CIELAB, 3, 8},
-                               {"icc-lab-16", PHOTOMETRIC_ICCLAB, 3, 16}};
+    constexpr Kind kKinds[] = {
+        {"palette-1", PHOTOMETRIC_PALETTE, 1, 1},    {"palette-4", PHOTOMETRIC_PALETTE, 1, 4},
+        {"palette-8", PHOTOMETRIC_PALETTE, 1, 8},    {"grey-8", PHOTOMETRIC_MINISBLACK, 1, 8},
+        {"grey-16", PHOTOMETRIC_MINISWHITE, 1, 16},  {"rgb-12", PHOTOMETRIC_RGB, 3, 12},
+        {"cmyk-8", PHOTOMETRIC_SEPARATED, 4, 8},     {"lab-8", PHOTOMETRIC_CIELAB, 3, 8},
+        {"icc-lab-16", PHOTOMETRIC_ICCLAB, 3, 16},   {"ycbcr-8", PHOTOMETRIC_YCBCR, 3, 8},
+        {"ycbcr-41", PHOTOMETRIC_YCBCR, 3, 8, 4, 1}, {"ycbcr-11", PHOTOMETRIC_YCBCR, 3, 8, 1, 1}};
     for (const Kind& kind : kKinds) {
         for (const unsigned compression :
              std::initializer_list<unsigned>{COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE}) {
@@ -208,6 +214,8 @@ void SowKinds(const Sow& sow) {
             layout.samples = kind.samples;
             layout.compression = compression;
             layout.photometric = kind.photometric;
+            layout.across = kind.across;
+            layout.down = kind.down;
             layout.tiled = compression == COMPRESSION_LZW;
             layout.mode = compression == COMPRESSION_NONE ? "wb" : "wl";
             layout.pages = 2;

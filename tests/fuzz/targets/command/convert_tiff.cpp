@@ -14,6 +14,8 @@
 #include "batch/file/FileJob.h"
 #include "colour/DeviceTransform.h"
 #include "colour/profile/Target.h"
+#include "jpeg/JpegStructure.h"
+#include "png/PngStructure.h"
 #include "system/files/OutputFile.h"
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/TiffRewriter.h"
@@ -40,7 +42,8 @@ struct Stage {
     Target exactTarget;
     std::unique_ptr<ProfileCache> exactCache;
     DeviceProfile grey;
-    std::string source = folder / "in.tif", output = folder / "out.tif", rows = folder / "rows.tif";
+    std::string source = folder / "in.tif", output = folder / "out.tif", rows = folder / "rows.tif",
+                other = folder / "other";
     Stage() {
         options.rendering.space = colour::FindSpace("srgb");
         options.precision = Precision::Library;
@@ -79,7 +82,7 @@ Parsed Parse(const std::string& path, bool exact = false) {
             throw Refusal(Exit::Input, path, "has another depth", "leave --precision library out");
         }
         if (page.IsConvertible())
-            parsed.decoded += page.Segments() * std::max(page.RowBytes(), page.written.RowBytes()) * page.segmentHeight;
+            parsed.decoded += page.Segments() * std::max(page.RowBytes(), page.WrittenRowBytes()) * page.segmentHeight;
     }
     const auto isConvertible = [](const TiffPage& page) { return page.IsConvertible(); };
     if (std::none_of(parsed.pages.begin(), parsed.pages.end(), isConvertible)) {
@@ -92,7 +95,8 @@ Parsed Parse(const std::string& path, bool exact = false) {
 std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& arguments, const DeviceProfile& given,
                                unsigned threads) {
     InputList list;
-    list.items.push_back({stage.source, arguments.inPlace ? stage.source : stage.output, "out.tif", {}});
+    const std::string& output = arguments.format ? stage.other : arguments.inPlace ? stage.source : stage.output;
+    list.items.push_back({stage.source, output, "out.tif", {}});
     list.single = true;
     const bool exact = arguments.precision == Precision::Exact;
     return RefusalOf([&] {
@@ -198,6 +202,27 @@ void RunExact(const Stage& stage, const Bytes& file, bool isGrey) {
     }
 }
 
+/// The same in another format: one that cannot be read is refused, and the structure of an output is sound.
+void RunOtherFormat(const Stage& stage, const Bytes& file, Format format) {
+    stage.folder.Clear();
+    test::WriteFile(stage.source, file);
+    ConvertOptions arguments = stage.exact;
+    arguments.format = format;
+    Parsed source;
+    const auto unreadable = RefusalOf([&] { source = Parse(stage.source, true); });
+    arguments.dryRun = unreadable || source.decoded > kMostPixels;
+    const auto refusal = Convert(stage, arguments, stage.profile, 1);
+    Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
+    Require(std::filesystem::exists(stage.other) == (!refusal && !arguments.dryRun), "an output unless it is refused");
+    if (refusal || arguments.dryRun) return;
+    const FileAccess written = FileAccess::OpenInput(stage.other);
+    const auto unsound = RefusalOf([&] {
+        if (format == Format::Png) (void)PngStructure(written);
+        if (format == Format::Jpeg) (void)JpegStructure(written);
+    });
+    Require(!unsound, "the output has a sound structure");
+}
+
 }  // namespace
 
 void RunTarget(FuzzInput& input) {
@@ -206,8 +231,9 @@ void RunTarget(FuzzInput& input) {
     arguments.noTag = input.Below(4) == 3;
     arguments.inPlace = input.Below(4) == 3;
     const unsigned threads = input.Below(8) == 7 ? 2 : 1;
-    const unsigned how = input.U8() % 4;
+    const unsigned how = input.U8() % 6;
     const Bytes file = input.Rest();
+    if (how >= 4) return RunOtherFormat(stage, file, how == 4 ? Format::Png : Format::Jpeg);
     if (how >= 2) return RunExact(stage, file, how == 3);
     stage.folder.Clear();
     test::WriteFile(stage.source, file);

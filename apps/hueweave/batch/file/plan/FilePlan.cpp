@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "batch/file/plan/FilePlan.h"
 
+#include "batch/file/plan/FormatPlan.h"
 #include "batch/file/plan/JpegPlan.h"
 #include "batch/file/plan/PngPlan.h"
 #include "batch/file/plan/TiffPlan.h"
@@ -27,7 +28,10 @@ private:
 }  // namespace
 
 FilePlan PlanFile(const Session& session, const SourceFile& source) {
-    switch (FormatOf(source.file)) {
+    const Format format = FormatOf(source.file);
+    const Format wanted = session.options.format.value_or(format);
+    if (format != Format::Unknown && format != wanted) return PlanOtherFormat(session, source);
+    switch (format) {
         case Format::Tiff:
             return PlanTiff(session, source);
         case Format::Png:

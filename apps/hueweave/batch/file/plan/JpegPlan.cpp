@@ -48,7 +48,33 @@ void NoteMetadata(const ConvertOptions& options, const JpegStructure& structure,
     }
 }
 
+/// What the conversion changes beside the colours.
+void NoteCoding(const JpegStructure& structure, unsigned samples, FileNotes& notes) {
+    const bool isSame = samples == structure.frame().components.size();
+    if (!isSame) notes.common.insert(KindOf(structure.frame()) + " pixels are written as RGB of 8 bits");
+    notes.common.insert(isSame ? "JPEG data are compressed once more, with the same settings"
+                               : "JPEG data are compressed once more, with the settings that apply to RGB as well");
+}
+
 }  // namespace
+
+std::shared_ptr<const DeviceProfile> EmbeddedIn(const JpegStructure& structure) {
+    Bytes profile = structure.Profile();
+    if (profile.empty()) return nullptr;
+    return std::make_shared<const DeviceProfile>(TakeEmbedded(structure.file().name(), std::move(profile), true));
+}
+
+colour::ColourModel ModelOf(const JpegFrame& frame) {
+    const std::size_t samples = frame.components.size();
+    return samples == 1   ? colour::ColourModel::Grey
+           : samples == 4 ? colour::ColourModel::Cmyk
+                          : colour::ColourModel::Rgb;
+}
+
+std::string KindOf(const JpegFrame& frame) {
+    const std::size_t samples = frame.components.size();
+    return samples == 1 ? "grey" : samples == 4 ? "CMYK" : "RGB";
+}
 
 FilePlan PlanJpeg(const Session& session, const SourceFile& source) {
     auto images = std::make_unique<PlannedJpeg>(source.file);
@@ -56,19 +82,15 @@ FilePlan PlanJpeg(const Session& session, const SourceFile& source) {
     CheckConvertible(structure);
     ProfileChoice choice(session, source.name);
     std::shared_ptr<const DeviceProfile> embedded;
-    const auto read = [&]() -> std::shared_ptr<const DeviceProfile> {
-        Bytes profile = structure.Profile();
-        if (!profile.empty()) {
-            embedded = std::make_shared<const DeviceProfile>(TakeEmbedded(source.name, std::move(profile)));
-        }
-        return embedded;
-    };
-    const ChosenConverter chosen = choice.For(read, 8);
+    const auto read = [&] { return embedded = EmbeddedIn(structure); };
+    const colour::ColourModel model = ModelOf(structure.frame());
+    if (model != colour::ColourModel::Rgb) choice.RequireProfile(read, model, KindOf(structure.frame()));
+    const ChosenConverter chosen = choice.For(read, 8, model);
     images->job.icc = chosen.icc;
     if (!chosen.isDone) {
         images->job.converter = &chosen.ready->converter;
         NoteMetadata(session.options, structure, choice.notes());
-        choice.notes().common.insert("JPEG data are compressed once more, with the same settings");
+        NoteCoding(structure, chosen.ready->converter.targetChannels(), choice.notes());
     }
     FilePlan plan;
     plan.isConverted = choice.IsConverted(embedded.get(), chosen);

@@ -7,6 +7,7 @@
 
 #include "batch/file/notes/MetadataNotes.h"
 #include "batch/file/plan/ProfileChoice.h"
+#include "colour/DeviceTransform.h"
 #include "colour/profile/Target.h"
 #include "png/ChunkRules.h"
 #include "png/PngRewriter.h"
@@ -31,18 +32,14 @@ struct PlannedPng : PlannedImages {
     PngJob job;
 };
 
-/// The profile that the file embeds. The chunk sRGB stands for that of sRGB; gAMA and cHRM stand for none.
-std::shared_ptr<const DeviceProfile> EmbeddedIn(const PngStructure& structure) {
-    const std::string& name = structure.file().name();
-    if (structure.Find("iCCP") != nullptr) {
-        return std::make_shared<const DeviceProfile>(TakeEmbedded(name, structure.Profile()));
+void NoteLosses(const ConvertOptions& options, const PngStructure& structure, const PngHeader& written,
+                FileNotes& notes) {
+    const PngHeader& header = structure.header();
+    if (header.colours != written.colours) {
+        notes.common.insert(fmt::format("grey pixels are written as RGB of {} bits", written.depth));
+    } else if (header.depth != written.depth) {
+        notes.common.insert(fmt::format("samples of {} bits are written with {} bits", header.depth, written.depth));
     }
-    if (structure.Find("sRGB") == nullptr) return nullptr;
-    const auto srgb = colour::MakeTargetProfile(*colour::FindSpace("srgb"), std::nullopt, 4);
-    return std::make_shared<const DeviceProfile>(TakeEmbedded(name, srgb.value()));
-}
-
-void NoteLosses(const ConvertOptions& options, const PngStructure& structure, FileNotes& notes) {
     std::set<std::string> dropped;
     for (const PngChunk& chunk : structure.chunks()) {
         if (FateOf(chunk, structure.header(), true) == ChunkFate::Drop) dropped.insert(chunk.type);
@@ -59,6 +56,17 @@ void NoteLosses(const ConvertOptions& options, const PngStructure& structure, Fi
 
 }  // namespace
 
+std::shared_ptr<const DeviceProfile> EmbeddedIn(const PngStructure& structure) {
+    const std::string& name = structure.file().name();
+    if (structure.Find("iCCP") != nullptr) {
+        return std::make_shared<const DeviceProfile>(TakeEmbedded(name, structure.Profile(), true));
+    }
+    if (structure.Find("sRGB") == nullptr) return nullptr;
+    auto srgb = colour::MakeTargetProfile(*colour::FindSpace("srgb"), std::nullopt, 4);
+    if (structure.header().IsGrey()) srgb = colour::MakeGreyProfile(srgb.value(), 0);
+    return std::make_shared<const DeviceProfile>(TakeEmbedded(name, srgb.value(), true));
+}
+
 FilePlan PlanPng(const Session& session, const SourceFile& source) {
     auto images = std::make_unique<PlannedPng>(source.file);
     const PngStructure& structure = images->structure;
@@ -66,10 +74,14 @@ FilePlan PlanPng(const Session& session, const SourceFile& source) {
     ProfileChoice choice(session, source.name);
     std::shared_ptr<const DeviceProfile> embedded;
     const auto read = [&] { return embedded = EmbeddedIn(structure); };
-    const ChosenConverter chosen = choice.For(read, structure.header().depth == 16 ? 16 : 8);
+    const PngHeader& header = structure.header();
+    const auto model = header.IsGrey() ? colour::ColourModel::Grey : colour::ColourModel::Rgb;
+    if (header.IsGrey()) choice.RequireProfile(read, model, "grey");
+    const ChosenConverter chosen = choice.For(read, header.depth == 16 ? 16 : 8, model);
     if (!chosen.isDone) {
         images->job.converter = &chosen.ready->converter;
-        NoteLosses(session.options, structure, choice.notes());
+        const PngHeader written = HeaderWritten(header, chosen.ready->converter.targetChannels());
+        NoteLosses(session.options, structure, written, choice.notes());
     }
     images->job.icc = chosen.icc;
     FilePlan plan;

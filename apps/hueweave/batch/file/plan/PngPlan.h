@@ -2,10 +2,15 @@
 #pragma once
 
 #include "batch/file/plan/FilePlan.h"
+#include "png/PngStructure.h"
 
 namespace hueweave::tool {
 
 /// `PlanFile` for a PNG file.
 FilePlan PlanPng(const Session& session, const SourceFile& source);
+
+/// The profile that a file embeds, or null. The chunk sRGB stands for that of sRGB, or for grey with its tone curve;
+/// gAMA and cHRM stand for none.
+std::shared_ptr<const DeviceProfile> EmbeddedIn(const PngStructure& structure);
 
 }  // namespace hueweave::tool

@@ -10,6 +10,21 @@ Refusal NoProfile(const std::string& name) {
         .OfKind({"without a profile", "no embedded profile"});
 }
 
+Refusal NotRgb(const std::string& name, const std::string& where, const std::string& kind, Precision precision) {
+    const bool exact = precision == Precision::Exact;
+    const std::string pixels = kind + (exact ? " pixels without a profile for them" : " pixels, not RGB");
+    const std::string remedy =
+        exact ? "give a profile for " + kind + " with --profile" : "leave --precision library out";
+    return Refusal(Exit::Input, name, where + "holds " + pixels, remedy).OfKind({kind, pixels, true});
+}
+
+void ProfileChoice::RequireProfile(const Embedded& embedded, colour::ColourModel model, const std::string& kind) const {
+    if (options_.precision == Precision::Library) throw NotRgb(name_, "", kind, options_.precision);
+    if (GivenFor(model) != nullptr) return;
+    const auto profile = embedded();
+    if (profile == nullptr || profile->model != model) throw NotRgb(name_, "", kind, options_.precision);
+}
+
 bool ProfileChoice::HasProfile(const Embedded& embedded, colour::ColourModel model) const {
     if (colour::IsLab(model) || GivenFor(model) != nullptr) return true;
     try {

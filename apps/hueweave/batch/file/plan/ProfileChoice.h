@@ -27,6 +27,10 @@ struct ChosenConverter {
 /// The refusal of a file that is to be converted by its embedded profile, and has none.
 Refusal NoProfile(const std::string& name);
 
+/// The refusal of a file whose pixels, such as "grey", are not RGB, and have no profile or cannot be converted by the
+/// library. `where` is the page, or empty.
+Refusal NotRgb(const std::string& name, const std::string& where, const std::string& kind, Precision precision);
+
 /// Chooses between the given and the embedded profile for the images of one file, and collects the notes about it.
 class ProfileChoice {
 public:
@@ -39,6 +43,8 @@ public:
 
     /// Whether the image embeds a profile for its colours, or one is given.
     bool HasProfile(const Embedded& embedded, colour::ColourModel model) const;
+    /// Refuses a file of one image whose pixels, of this kind, are not RGB, unless there is a profile for them.
+    void RequireProfile(const Embedded& embedded, colour::ColourModel model, const std::string& kind) const;
     /// The converter for an image of 8 or 16 bits a sample. Refuses the file if none can be chosen.
     ChosenConverter For(const Embedded& embedded, unsigned bits, colour::ColourModel model = colour::ColourModel::Rgb);
 

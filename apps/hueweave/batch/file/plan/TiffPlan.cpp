@@ -22,7 +22,7 @@ struct PlannedPages : PlannedImages {
 
     std::uint64_t Pixels() const override {
         std::uint64_t pixels = 0;
-        for (const TiffPage& page : pages) pixels += page.stays ? 0 : page.Pixels();
+        for (const TiffPage& page : pages) pixels += page.stays ? 0 : page.written.Pixels();
         return pixels;
     }
     void Write(const FileAccess& target, const WriteSettings& settings, Measured& measured) const override {
@@ -95,12 +95,7 @@ private:
         if (std::any_of(pages.begin(), pages.end(), [](const TiffPage& page) { return page.IsConvertible(); })) return;
         const auto page = std::find_if(pages.begin(), pages.end(), [](const TiffPage& p) { return !p.kind.empty(); });
         const std::string where = page->label.empty() ? "" : page->label + " ";
-        const bool exact = options_.precision == Precision::Exact;
-        const std::string pixels = page->kind + (exact ? " pixels without a profile for them" : " pixels, not RGB");
-        const std::string remedy =
-            exact ? "give a profile for " + page->kind + " with --profile" : "leave --precision library out";
-        throw Refusal(Exit::Input, images_->structure.file().name(), where + "holds " + pixels, remedy)
-            .OfKind({page->kind, pixels, true});
+        throw NotRgb(images_->structure.file().name(), where, page->kind, options_.precision);
     }
 
     /// Names the pages that stay as they are because they are not RGB. Masks have no colours.
