@@ -7,6 +7,7 @@
 #include <functional>
 #include <vector>
 
+#include "jpeg/FurtherImages.h"
 #include "jpeg/JpegCodec.h"
 #include "picture/PixelBands.h"
 #include "system/Refusal.h"
@@ -16,10 +17,6 @@ namespace {
 
 constexpr std::size_t kMostInSegment = 65533 - 14;  ///< bytes of a profile; 14 are its name and the number of the part
 constexpr std::size_t kMostParts = 255;
-
-bool IsListOfImages(const JpegStructure& structure, const JpegSegment& segment) {
-    return segment.marker == jpeg_marker::kApp2 && structure.Begins(segment, kFurtherImagesStart);
-}
 
 /// The contents of the segments APP2 for a profile.
 std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name) {
@@ -59,7 +56,7 @@ public:
         } else {
             Retag();
         }
-        if (!HasFurtherImages(structure_)) Copy(structure_.trailer());
+        for (const Extent place : BytesAfterImage(structure_)) Copy(place);
         target_.Resize(at_);
     }
 
@@ -160,12 +157,6 @@ private:
 };
 
 }  // namespace
-
-bool HasFurtherImages(const JpegStructure& structure) {
-    const auto& segments = structure.segments();
-    return std::any_of(segments.begin(), segments.end(),
-                       [&](const JpegSegment& segment) { return IsListOfImages(structure, segment); });
-}
 
 void CheckConvertible(const JpegStructure& structure) {
     const std::string& name = structure.file().name();

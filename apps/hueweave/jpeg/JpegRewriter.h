@@ -18,10 +18,6 @@ struct JpegJob {
 /// Refuses a file for which there is no conversion: grey and CMYK images, and those that libjpeg does not decode.
 void CheckConvertible(const JpegStructure& structure);
 
-/// Whether the file has a list of further images after the first one. They go, because they would keep the old colours,
-/// and the list contains their offsets.
-bool HasFurtherImages(const JpegStructure& structure);
-
 /// Writes the whole output to an empty file. Refuses damaged image data, a profile that is too large for the format,
 /// and images that do not fit in the memory allowed.
 void RewriteJpeg(const JpegStructure& structure, const JpegJob& job, const FileAccess& target,
