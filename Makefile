@@ -15,6 +15,7 @@ help:
 	@echo "make peers          compare the command with other converters and write docs/comparison.md (some minutes)"
 	@echo "make accuracy       compare colours with Little CMS in doubles for 134 profiles and write docs/accuracy.md (some minutes)"
 	@echo "make python         build, install, test and document the Python package (some minutes)"
+	@echo "make corpus         convert the samples of Debian's source packages (220 MB) and judge them by other readers (ten minutes)"
 	@echo "make fuzz           run each fuzz target for SECONDS=60"
 	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and run them"
 	@echo "make many-inputs    run nearly four million broken inputs, always the same ones"
@@ -60,7 +61,7 @@ bench:
 	$(call build,bench)
 	@bench/run build/bench/bench build/bench/results
 
-.PHONY: peers accuracy
+.PHONY: peers accuracy corpus
 peers:
 	@scripts/install-packages bench
 	@$(call build,release) --target hueweave judge_pictures
@@ -73,6 +74,12 @@ accuracy:
 	@$(call build,release) --target hueweave judge_colours
 	@tests/judges/colours/run build/release/tests/judge_colours build/release/apps/hueweave/hueweave build/accuracy \
 		--jobs $(JOBS) --into docs/accuracy.md
+
+corpus:
+	@scripts/install-packages bench
+	@$(call build,release) --target hueweave
+	@mkdir -p build/corpus
+	@tests/judges/corpus/run build/release/apps/hueweave/hueweave build/corpus --jobs $(JOBS) --into docs/reliability.md
 
 format:
 	@scripts/install-packages check

@@ -62,7 +62,7 @@ complete -c hueweave -n '__fish_seen_subcommand_from convert' -l dry-run -d 'wri
 
 complete -c hueweave -n '__fish_seen_subcommand_from watch' -l settle -x -d 'seconds for which a file must stay the same'
 
-complete -c hueweave -n '__fish_seen_subcommand_from verify' -l image -r -d 'colours of a TIFF file'
+complete -c hueweave -n '__fish_seen_subcommand_from verify' -l image -r -d 'colours of a picture'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l bits -x -d 'bits a sample' -a '8 16'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l points -x -d 'points of the grid on each axis'
 complete -c hueweave -n '__fish_seen_subcommand_from verify check' -l limit -x -d 'largest difference'

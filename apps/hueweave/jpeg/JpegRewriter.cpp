@@ -7,6 +7,7 @@
 #include <functional>
 #include <vector>
 
+#include "jpeg/FurtherImages.h"
 #include "jpeg/JpegCodec.h"
 #include "picture/PixelBands.h"
 #include "system/Refusal.h"
@@ -17,10 +18,6 @@ namespace {
 constexpr std::size_t kMostInSegment = 65533 - 14;  ///< bytes of a profile; 14 are its name and the number of the part
 constexpr std::size_t kMostParts = 255;
 constexpr unsigned char kYCbCr = 1;  ///< in the marker of Adobe
-
-bool IsListOfImages(const JpegStructure& structure, const JpegSegment& segment) {
-    return segment.marker == jpeg_marker::kApp2 && structure.Begins(segment, kFurtherImagesStart);
-}
 
 class Rewriter {
 public:
@@ -41,7 +38,7 @@ public:
         } else {
             Retag();
         }
-        if (!HasFurtherImages(structure_)) Copy(structure_.trailer());
+        for (const Extent place : BytesAfterImage(structure_)) Copy(place);
         target_.Resize(at_);
     }
 
@@ -155,12 +152,6 @@ std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name
                     profile.begin() + static_cast<std::ptrdiff_t>(begin + size));
     }
     return segments;
-}
-
-bool HasFurtherImages(const JpegStructure& structure) {
-    const auto& segments = structure.segments();
-    return std::any_of(segments.begin(), segments.end(),
-                       [&](const JpegSegment& segment) { return IsListOfImages(structure, segment); });
 }
 
 void CheckConvertible(const JpegStructure& structure) {

@@ -24,10 +24,6 @@ void CheckConvertible(const JpegStructure& structure);
 /// The contents of the segments APP2 for a profile. Refuses one that is too large; `name` is the source, for messages.
 std::vector<Bytes> ProfileSegments(const Bytes& profile, const std::string& name);
 
-/// Whether the file has a list of further images after the first one. They go, because they would keep the old colours,
-/// and the list contains their offsets.
-bool HasFurtherImages(const JpegStructure& structure);
-
 /// Writes the whole output to an empty file. Refuses damaged image data, a profile that is too large for the format,
 /// and images that do not fit in the memory allowed.
 void RewriteJpeg(const JpegStructure& structure, const JpegJob& job, const FileAccess& target,

@@ -160,6 +160,38 @@ TEST_F(JpegTest, FurtherImagesAreLeftOutAndThumbnailsNoted) {
     EXPECT_THAT(ExifTool({"-a", "-G", "-MPF:all", "-Warning", out_}), testing::IsEmpty());
 }
 
+/// A list (MPF) in either byte order that names the first image and one of `size` bytes at `offset`.
+std::string ListOfImages(bool isBig, std::size_t size, std::size_t offset) {
+    std::string list("MPF\0", 4);
+    const auto add = [&](std::size_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i) list.push_back(static_cast<char>(value >> 8 * (isBig ? bytes - 1 - i : i)));
+    };
+    list += isBig ? "MM" : "II";
+    add(42, 2), add(8, 4), add(1, 2);                   // the directory follows, with one entry
+    add(0xb002, 2), add(7, 2), add(32, 4), add(26, 4);  // 32 bytes, behind the directory
+    add(0, 4);                                          // there is no other directory
+    for (const auto& [bytes, at] : {std::pair<std::size_t, std::size_t>{999, 0}, {size, offset}}) {
+        add(0x20000000, 4), add(bytes, 4), add(at, 4), add(0, 4);
+    }
+    return SegmentBytes({0xe2, list});
+}
+
+TEST_F(JpegTest, BytesAroundFurtherImagesStay) {
+    MakeJpeg();
+    const std::string first = FileBytes(in_), second = JpegOf(ReadJpeg(in_), kEncodings[1].set);
+    for (const bool isBig : {false, true}) {
+        // Offsets count from the byte order, after the markers SOI and APP2, the length and "MPF\0".
+        const std::size_t until = first.size() + ListOfImages(isBig, 0, 0).size() + 6 - 10;
+        const std::string list = ListOfImages(isBig, second.size(), until);
+        WriteBytes(in_, WithAtStart(first, list) + "before" + second + "behind");
+        std::filesystem::remove(out_);
+        ASSERT_THAT(Convert(), Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
+        EXPECT_THAT(FileBytes(out_), testing::EndsWith("\xff\xd9"
+                                                       "beforebehind"));
+        EXPECT_EQ(FileBytes(out_).find("MPF"), std::string::npos);
+    }
+}
+
 TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
     MakeJpeg();
     const std::string bytes = FileBytes(in_);

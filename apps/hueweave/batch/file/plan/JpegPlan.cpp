@@ -6,6 +6,7 @@
 
 #include "batch/file/notes/MetadataNotes.h"
 #include "batch/file/plan/ProfileChoice.h"
+#include "jpeg/FurtherImages.h"
 #include "jpeg/JpegRewriter.h"
 
 namespace hueweave::tool {
