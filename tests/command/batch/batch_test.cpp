@@ -260,6 +260,8 @@ TEST_F(BatchTest, DryRunRefusesAFolderThatARunWouldRefuse) {
         {shut + "/out.tif", "shut/out.tif: cannot be written (Permission denied)"},
         {shut + "/", "shut/a.tif: cannot be written (Permission denied)"},
         {shut + "/deep/below/", "shut/deep/below: cannot be made (Permission denied); choose another folder with -o"},
+        {folder_ / (std::string(300, 'x') + "/"),
+         "x/a.tif: cannot be written (File name too long); choose another folder with -o"},
         {folder_ / "file/below/",
          "file/below/a.tif: cannot be written (Not a directory); choose another folder with -o"}};
     for (const auto& [output, reason] : rows) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // "hueweave watch" as a process, observed through its output folder and its messages; and when a file is complete.
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "batch/watch/FileQueue.h"
 #include "batch/watch/WaitingFiles.h"
 #include "command/support/Command.h"
 #include "command/support/Picture.h"
@@ -32,7 +34,7 @@ protected:
         WriteBytes(said_, "");
         const Words words{"watch",    "--precision", "library", "--profile", Input("scanner.icc"),
                           "--settle", "0.1",         in_,       "-o",        out_};
-        const test::Run how{.inChild = [this] { dup2(open(said_.c_str(), O_WRONLY | O_APPEND), 2); },
+        const test::Run how{.inChild = [this] { HeedModes(), dup2(open(said_.c_str(), O_WRONLY | O_APPEND), 2); },
                             .meanwhile = [&](pid_t child) { meanwhile(child), Terminate(child); }};
         Outcome run = Hueweave(words + more, how);
         run.err = Said();
@@ -217,6 +219,32 @@ TEST_F(WatchTest, FoldersThatCannotBeUsedAreRefused) {
                                                   {{in_, "-o", out_, "--settle", "0"}, "--settle"}};
     for (const auto& [words, reason] : rows) EXPECT_THAT(Hueweave(Words{"watch"} + words), Says(2, reason));
     EXPECT_THAT(Hueweave({"watch", in_ + "/a.tif", "-o", out_}), Refuses(4, "is no folder; name a folder to watch"));
+}
+
+TEST_F(WatchTest, AFolderThatCannotBeReadIsToldAndTheOthersAreWatched) {
+    fs::create_directory(in_ + "/shut");
+    fs::permissions(in_ + "/shut", fs::perms::none);
+    EXPECT_THAT(Watch({}, [&](pid_t) { UntilConverted("a.tif"); }),
+                Says(0, "/shut: cannot be watched (Permission denied), so its files are not converted"));
+    fs::permissions(in_, fs::perms::owner_write | fs::perms::owner_exec);
+    EXPECT_EQ(Watch({}, [&](pid_t) { UntilSaid("/in: cannot be watched (Permission denied)"); }).status, 4);
+}
+
+TEST(FileQueueTest, AFileAloneIsConvertedOnAllThreads) {
+    const tool::WakeUp wakeUp;
+    std::vector<unsigned> given;
+    tool::FileQueue queue(4, wakeUp, [&](const tool::Arrival&, unsigned threads) {
+        given.push_back(threads);
+        return std::nullopt;
+    });
+    for (int file = 0; file < 3; ++file) {
+        queue.Add({{}});
+        pollfd ended{wakeUp.descriptor(), POLLIN, 0};
+        ASSERT_EQ(poll(&ended, 1, 10000), 1);
+        wakeUp.Clear();
+    }
+    queue.Stop();
+    EXPECT_THAT(given, testing::ElementsAre(4, 4, 4));
 }
 
 TEST(WaitingFilesTest, AFileIsTakenOnceItStaysTheSameAndHasNoWriter) {

@@ -63,6 +63,7 @@ TEST_F(CheckTest, TellsTheDifferencesAndTheWorstPatches) {
     const Outcome text = Hueweave(Check("chart.ti3"));
     EXPECT_THAT(text.out, HasSubstr("4 patches to srgb, perceptual, compared relative to the white of the medium"));
     EXPECT_THAT(text.out, ContainsRegex("\n  all +1\\.78[45]   0\\.57[78]   5\\.982   5\\.982   5\\.982        4\n"));
+    EXPECT_THAT(text.out, HasSubstr("\n  K1      0.00   0.00   0.00   10.00    0.00    0.00    0.00 "));
     EXPECT_THAT(text.out, HasSubstr("Neutral, 4 patches: L* off by 3.00 on average, 10.00 at most; a* by "));
 }
 
@@ -98,6 +99,10 @@ TEST_F(CheckTest, SetsTheStatusByALimitOrAGuideline) {
     for (const auto& [option, value, status] : cases) {
         EXPECT_EQ(Hueweave(Check("chart.ti3", {option, value})).status, status) << option << " " << value;
     }
+    // The limits themselves are met; of one patch, both figures are the same.
+    Write("one.ti3", Table("CTI3", kBoth, {"W1 100 100 100 98 0 0"}));
+    const std::string exact = Told(Check("one.ti3"))["all"]["mean"].dump();
+    EXPECT_EQ(Hueweave(Check("one.ti3", {"--limit", exact + "," + exact})).status, 0);
     // With S_L = 1 the differences are those of L*: 2, 10 and twice 0.
     const json told = Told(Check("chart.ti3", {"--guideline", "metamorfoze-full"}));
     EXPECT_EQ(told["compared"], "measured");

@@ -118,6 +118,8 @@ TEST_F(RefusalTest, CurvesThatAreNone) {
                                                         {"1,2,256\n", "row 1 does not have three values"},
                                                         {"1,2\n", "row 1 does not have three values"},
                                                         {"1,2,3,4\n", "row 1 has more than three values"},
+                                                        {"1,2,3" + std::string(4091, ' ') + "\n", "has 1 rows"},
+                                                        {"1,2,3" + std::string(4092, ' ') + "\n", "row 1 does not"},
                                                         {many, "has more than 256 rows"}};
     for (const auto& [text, reason] : rows) {
         WriteBytes(curve, text);

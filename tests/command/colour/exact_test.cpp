@@ -139,6 +139,19 @@ TEST_F(ExactTest, LibraryRefusesProfilesThatItConvertsWrongly) {
     EXPECT_THAT(Hueweave(words), Refuses(3, "is converted wrongly by the library: CIEDE2000 is above"));
     EXPECT_THAT(Hueweave(words + Words{"--accept-error", "100"}), Succeeds());
     EXPECT_THAT(Hueweave({"convert", "--profile", profile_, in_, "-o", out_, "--force"}), Succeeds());
+    // The limit is 2 for 95 % of the colours of a grid. Gamuts between that of sRGB and that one are just within it and
+    // just beyond it.
+    for (const auto& [part, p95, status] : {std::tuple{0.545, 1.95, 0}, {0.55, 2.05, 3}}) {
+        const auto between = [&, part = part](const Vector& from, const Vector& to) {
+            return Vector{from[0] + part * (to[0] - from[0]), from[1] + part * (to[1] - from[1])};
+        };
+        const Gamut gamut{kDaylight50, between(kGamutSrgb.red, wide.red), between(kGamutSrgb.green, wide.green),
+                          between(kGamutSrgb.blue, wide.blue)};
+        WriteFile(profile_, MatrixProfile(gamut, GammaBlock(1), 4, cmsSigDisplayClass));
+        const auto told = Told({"verify", "--bits", "16", "--points", "10", profile_});
+        EXPECT_NEAR(told["library"]["p95"], p95, 0.05);
+        EXPECT_EQ(Hueweave(words).status, status);
+    }
 }
 
 TEST_F(ExactTest, OptionsOfOnePrecisionAreRefusedWithTheOther) {

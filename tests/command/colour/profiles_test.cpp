@@ -94,6 +94,8 @@ TEST_F(ProfilesTest, EachPageIsConvertedByItsOwnProfile) {
         EXPECT_THAT(after[i].values, EqualTo(ToSrgb(before[i], i == 1 ? baked_ : scanner).values)) << i;
         EXPECT_NE(after[i].icc, before[i].icc);
     }
+    Shell("cd " + Quoted(folder_.path()) + "; tiffcp 0.tif " + Quoted(Input("photo-8.tif")) + " pages.tif");
+    EXPECT_THAT(Hueweave({"convert", pages, "-o", out_, "--force"}), Refuses(3, "pages.tif: embeds no profile"));
 }
 
 TEST_F(ProfilesTest, OwnCurvesGoToTheEngineAndIntoTheProfile) {

@@ -147,14 +147,24 @@ TEST_F(JpegTest, OnlyTheProfileChangesWhereTheColoursAreDone) {
     EXPECT_EQ(FileBytes(out_), before);
 }
 
-TEST_F(JpegTest, FurtherImagesAreLeftOutAndThumbnailsNoted) {
+TEST_F(JpegTest, FurtherImagesAreLeftOutAndOldColoursNoted) {
     MakeJpeg();
-    ExifTool({"-overwrite_original", "-ThumbnailImage<=" + in_, "-ExifIFD:ISO=200", in_});
+    ExifTool({"-overwrite_original", "-ThumbnailImage<=" + in_, "-ExifIFD:ISO=200",
+              "-XMP-photoshop:ICCProfileName=Adobe RGB (1998)", in_});
     const std::string list = SegmentBytes({0xe2, std::string("MPF\0II*\0 offsets", 17)});
-    WriteBytes(in_, WithAtStart(FileBytes(in_), list) + JpegOf(ReadJpeg(in_), kEncodings[1].set));
+    const std::string pixel = SegmentBytes({0xe0, std::string("JFXX\0\x13\1\1\0\0\0", 11)});
+    const std::string resource = SegmentBytes({0xed, std::string("Photoshop 3.0\0"
+                                                                 "8BIM\4\x0c\0\0\0\0\0\x1c",
+                                                                 26) +
+                                                         std::string(28, '\0')});
+    WriteBytes(in_, WithAtStart(FileBytes(in_), list + pixel + resource) + JpegOf(ReadJpeg(in_), kEncodings[1].set));
     const Outcome run = Convert();
     EXPECT_THAT(run, Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
-    EXPECT_THAT(run, Says(0, "in.jpg: its EXIF thumbnail stays in the old colours\n"));
+    for (const char* note : {"EXIF thumbnail stays in the old colours\n", "JFIF thumbnail stays in the old colours\n",
+                             "thumbnail of Photoshop (resource 1036) stays in the old colours\n",
+                             "XMP field photoshop:ICCProfile stays, and names the old profile\n"}) {
+        EXPECT_THAT(run, Says(0, std::string("in.jpg: its ") + note));
+    }
     EXPECT_EQ(FileBytes(out_).find("MPF"), std::string::npos);
     EXPECT_THAT(FileBytes(out_), testing::EndsWith("\xff\xd9"));
     EXPECT_THAT(ExifTool({"-a", "-G", "-MPF:all", "-Warning", out_}), testing::IsEmpty());
@@ -256,6 +266,7 @@ struct SameJpegColours : colour::RgbConverter {
 };
 
 TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
+    std::uint64_t bytes = 0;  // of the written file
     const auto write = [&](std::uint64_t memory) -> std::string {
         const tool::FileAccess file = tool::FileAccess::OpenInput(in_);
         const tool::FileAccess target = tool::FileAccess::Scratch(folder_.path(), "out");
@@ -269,6 +280,7 @@ TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
         } catch (const tool::Refusal& refusal) {
             return refusal.reason();
         }
+        bytes = target.Size();
         return "";
     };
     // 210 x 238 pixels with halved colours are 27 x 30 blocks and twice 14 x 15, padded to whole units of 2 x 2.
@@ -278,9 +290,17 @@ TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
     EXPECT_EQ(write(rows / 4), "has rows that do not fit in the memory allowed");
     MakeJpeg([](jpeg_compress_struct* info) { jpeg_simple_progression(info); });
     EXPECT_EQ(write(rows + 2 * coefficients), "");
-    EXPECT_EQ(write(coefficients * 2), "is progressive and does not fit in the memory allowed as a whole");
+    EXPECT_EQ(write(rows), "is progressive and does not fit in the memory allowed as a whole");
     MakeJpeg(kEncodings[6].set);
-    EXPECT_EQ(write(coefficients), "has several scans and does not fit in the memory allowed as a whole");
+    EXPECT_EQ(write(rows + coefficients), "");
+    EXPECT_EQ(write(rows), "has several scans and does not fit in the memory allowed as a whole");
+    // Codes of its own need all coefficients of the image; without room for them, it gets the usual codes.
+    MakeJpeg(kEncodings[1].set);
+    EXPECT_EQ(write(rows), "");
+    const std::uint64_t usual = bytes;
+    EXPECT_EQ(write(rows + 3 * 27 * 30 * 128), "");
+    EXPECT_LT(bytes, usual);
+    MakeJpeg(kEncodings[6].set);
     const auto told = nlohmann::json::parse(Hueweave({"inspect", "--json", in_}).out);
     EXPECT_EQ(told["kind"], "JPEG");
     EXPECT_EQ(told["height"], 238);

@@ -83,11 +83,14 @@ TEST_F(PngTest, PixelsAreTheEnginesWhateverTheThreads) {
                                          std::pair{"alpha-8.tif", "-interlace PNG"}, std::pair{"alpha-16.tif", ""}}) {
         SCOPED_TRACE(photo);
         Make(std::string("convert-im6 $in ") + options + " $out", Input(photo));
-        ASSERT_THAT(Convert({"--force", "-j", "1"}), Succeeds());
+        const Outcome run = Convert({"--force", "-j", "1", "--json"});
+        ASSERT_THAT(run, Succeeds());
         const Picture wanted = ToSrgb(ReadPictures(Input(photo))[0]), got = Read(out_);
         EXPECT_EQ(got.samples, wanted.samples);
         EXPECT_EQ(got.bits, wanted.bits);
         EXPECT_EQ(got.values == wanted.values, true);
+        const std::string sum = Shell("convert-im6 " + Quoted(out_) + " -endian LSB rgb:- | sha256sum");
+        EXPECT_EQ(nlohmann::json::parse(run.out)["sha256"], sum.substr(0, 64));
         EXPECT_EQ(DataOf(ChunksOf(out_), "IHDR"), DataOf(ChunksOf(in_), "IHDR"));
         const std::string bytes = FileBytes(out_);
         EXPECT_THAT(Convert({"--force", "-j", "4"}), Succeeds());

@@ -2,9 +2,11 @@
 // Memory stays within its limit whatever the image layout, the compression ratio and the number of threads.
 #include <filesystem>
 
+#include "command/support/DeviceProfiles.h"
 #include "command/support/FileTest.h"
 #include "command/support/Limits.h"
 #include "command/support/Picture.h"
+#include "command/support/TiffMaker.h"
 
 namespace hueweave::test {
 namespace {
@@ -48,6 +50,23 @@ TEST_F(MemoryTest, WhateverTheLayoutAndTheNumberOfThreads) {
     for (const char* scheme : {"zstd", "lzma"}) {  // their coders take much memory themselves
         ExpectWithinTheLimit("tiffcp -s -r 16 -c " + std::string(scheme), "16");
     }
+}
+
+TEST_F(MemoryTest, PixelsThatBecomeRgbCountToo) {
+    // 20 MB of CMYK in one strip, which with the RGB pixels and the buffers of both coders do not fit: only a few rows
+    // at a time are in memory.
+    const std::string ink = folder_ / "ink.icc";
+    WriteCmykProfile(ink);
+    Entries page = TiffMaker::Rgb({.width = 2500, .height = 2000, .compression = 8, .samples = 4, .rows = 2000});
+    TiffMaker tiff;
+    const std::string strip = Deflated(std::string(std::size_t{4} * 2500 * 2000, '\x40'));
+    page = And(And(With(page, TiffMaker::Short(262, 5)), TiffMaker::Longs(273, {tiff.Put(strip)})),
+               TiffMaker::Longs(279, {strip.size()}));
+    tiff.Page(page);
+    tiff.Save(in_);
+    const Outcome run = Hueweave({"convert", "-j", "1", "--profile", ink, in_, "-o", out_});
+    ASSERT_THAT(run, Succeeds());
+    EXPECT_LT(run.peakKb, MemoryKb(32L * 1024 + kCountsKb));
 }
 
 TEST_F(MemoryTest, WhatDoesNotFitIsRefused) {

@@ -10,6 +10,7 @@ constexpr Kind kKinds[] = {
     {"Strips", "tiffcp -s -c none -r 16 $in $out"},
     {"OneRowAStrip", "tiffcp -s -c none -r 1 $in $out"},
     {"OneStrip", "tiffcp -s -c none -r 238 $in $out"},
+    {"OneStripOfSeveralBlocks", "convert-im6 $in -scale 200% -compress none -define tiff:rows-per-strip=476 $out"},
     {"BigEndian", "tiffcp -B -s -c none -r 7 $in $out"},
     {"Tiles", "tiffcp -t -w 64 -l 48 -c none $in $out"},
     {"BigEndianTiles", "tiffcp -B -t -w 64 -l 48 -c lzw:2 $in $out"},

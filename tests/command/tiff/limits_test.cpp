@@ -187,14 +187,15 @@ TEST_F(LimitsTest, BytesOfProfiles) {
 
 TEST_F(LimitsTest, TilesOfAPictureThatIsVerified) {
     // Limit: 128 MiB for a tile and its data.
-    const auto verify = [&](std::uint64_t side) {
-        OneStrip(Deflated(std::string(side * side * 3, '\0')),
-                 {.width = 1, .height = 1, .compression = 8, .rows = 1, .tileWidth = side, .tileHeight = side})
+    const auto verify = [&](std::uint64_t side, const std::string& data) {
+        OneStrip(data, {.width = 1, .height = 1, .compression = 8, .rows = 1, .tileWidth = side, .tileHeight = side})
             .Save(in_);
         return HueweaveWithinLimits({"verify", Input("scanner.icc"), "--image", in_});
     };
-    EXPECT_EQ(verify(6672).status, 0);
-    EXPECT_THAT(verify(6704), Refuses(4, "has tiles that take more than 128 MiB"));
+    EXPECT_EQ(verify(6672, Deflated(std::string(6672UL * 6672 * 3, '\0'))).status, 0);
+    for (const auto& [side, bytes] : {std::pair{6704U, 1U}, {6672U, 700000U}}) {
+        EXPECT_THAT(verify(side, std::string(bytes, '\0')), Refuses(4, "has tiles that take more than 128 MiB"));
+    }
 }
 
 TEST_F(LimitsTest, AStripOfAnySizeIsVerifiedByRows) {

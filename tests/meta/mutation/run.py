@@ -32,24 +32,11 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "Source/tiff", "Source/support",
            "colour", "apps/hueweave")
-# The suite of the command takes a minute on one processor. So the tests most specific to a file run first, then the
-# seeds and findings of the fuzz targets, and then all tests.
+# The suite of the command takes a minute on one processor. So the tests most specific to a file (FIRST) run first, then
+# the seeds and findings of the fuzz targets, and then all tests.
 COMMAND = ["command:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
            "fuzz_convert_profile", "fuzz_convert_tiff", "fuzz_convert_png", "fuzz_convert_jpeg", "command"]
-FIRST = {
-    "Budget": "Structure*:Budget*:Limits*", "TagRules": "Tags*", "TiffPage": "Structure*:Tags*:*Refusal*:Limits*",
-    "TiffStructure": "Structure*:OutputCheck*:Limits*:*Costly*", "PageProfiles": "Structure*:Limits*:Shared*:Profiles*",
-    "OutputCheck": "OutputCheck*", "DecoderFile": "Decoder*", "TiffDecoder": "Decoder*:Damage*",
-    "WebpSize": "Webp*:Decoder*", "DeflateReader": "Damage*:Decoder*:*DeflateTest*:Limits*",
-    "PhotoshopResources": "Structure*:Photoshop*", "Resume": "Record*:Resume*", "LineReader": "LineReader*:Record*",
-    "FileAccess": "Signals*:Record*:Replace*:Safety*:Exceptions*", "StandardStreams": "Streams*:*ClosedStreams*",
-    "OutputFile": "Replace*:Safety*", "TemporaryFiles": "Replace*:TemporaryFiles*", "Signals": "Signals*:Safety*:Streams*",
-    "Refusal": "OneLine*:JsonLine*", "JsonNames": "JsonLine*:Batch*", "Lcms": "*AllocationTest*:Profiles*",
-    "Bake": "Bake*:*Baked*:Profiles*", "Compare": "Verify*", "OutputProfile": "OutputProfile*:*Space*:Profiles*",
-    "OutputLayout": "OutputLayout*:Metadata*",
-    "Sandbox": "Restrict*:*Escape*:Sandbox*", "CallFilter": "Restrict*:*Escape*", "TiffHandle": "Damage*:*Refusal*:*AllocationTest*",
-}
-OTHERS_FIRST = "Batch*:Profiles*:*Refusal*:*Usage*:Bake*:Verify*:Inspect*:Photoshop*:Metadata*:Tags*:Resume*"
+FIRST = "tests/meta/mutation/first_tests.txt"
 # By folder, or by file for files outside these folders.
 SUITES = {
     "engine": ["unit_engine", "pipeline", "abi", "hostile"],
@@ -106,6 +93,13 @@ SWAPS = [
 def piece_of(path):
     """The key of a source file in SUITES and GUARD_SUITES."""
     return path.parts[0] if path.parts[0] == "colour" else path.parts[1]
+
+
+def listed_first_tests():
+    """The tests of the command that run first, as filters in their order, by file without its ending or by folder."""
+    lines = (ROOT / FIRST).read_text().splitlines()
+    pairs = (line.split(": ") for line in lines if line and not line.startswith("#"))
+    return {pathlib.Path(place): tests.split() for place, tests in pairs}
 
 
 def last_digit(match):
@@ -174,10 +168,12 @@ class Worker:
 
     def __init__(self, folder, suites):
         self.tree = folder
+        self.first_tests = listed_first_tests()
         shutil.copytree(ROOT, folder, ignore=shutil.ignore_patterns("build", ".git"), dirs_exist_ok=True,
                         copy_function=copy_changed)
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
-        self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder), CCACHE_NOHASHDIR="1")
+        self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder), CCACHE_NOHASHDIR="1",
+                                CCACHE_SLOPPINESS="pch_defines,time_macros")
         self.run("cmake", "--preset", "release", "-DHUEWEAVE_WERROR=OFF", f"-DCMAKE_CXX_FLAGS_RELEASE={FLAGS}",
                  *launcher)
         if any(suite.startswith("fuzz_") for suite in suites):
@@ -210,10 +206,13 @@ class Worker:
     def build(self, suite):
         return self.run("ninja", "-C", "build/release", "-j1", suite.removesuffix(":first"))
 
-    def suite_status(self, suite, file=""):
-        name = suite.removesuffix(":first")
-        tests = FIRST.get(file, OTHERS_FIRST) if suite != name else "*"
-        return self.program_status(suite, "--gtest_fail_fast", "--gtest_brief=1", f"--gtest_filter={tests}")
+    def suite_status(self, suite, path=pathlib.Path("apps/hueweave/main.cpp")):
+        filters = ["*"]
+        if suite.endswith(":first"):
+            filters = next(self.first_tests[p] for p in (path.with_suffix(""), *path.parents) if p in self.first_tests)
+        options = ["--gtest_fail_fast", "--gtest_brief=1"]
+        tried = (self.program_status(suite, *options, f"--gtest_filter={tests}") for tests in filters)
+        return next((status for status in tried if status != 0), 0)
 
     def program_status(self, suite, *options, output=subprocess.DEVNULL):
         name = suite.removesuffix(":first")
@@ -268,7 +267,7 @@ class Worker:
             for suite in SUITES[piece_of(relative)]:
                 if self.build(suite) != 0:
                     return "does not compile"
-                status = self.suite_status(suite, relative.stem)
+                status = self.suite_status(suite, relative)
                 if status != 0:
                     return f"killed by {suite}" + (" (too slow)" if status == TOO_LONG else "")
             return "SURVIVED"

@@ -32,7 +32,8 @@ void AllowOutputs(AllowedPaths& allowed, const ConvertOptions& options, const In
     for (const Item& item : list.items) {
         if (item.output != "-") folders.insert(PlaceOf(item.output, options.force || options.inPlace));
     }
-    const bool made = !list.folder.empty() && fs::is_directory(list.folder);
+    std::error_code ignored;  // the error reported is that of making the folder
+    const bool made = !list.folder.empty() && fs::is_directory(list.folder, ignored);
     if (made) folders.insert(list.folder);
     for (const std::string& folder : folders) {
         if (made || list.folder.empty()) allowed.push_back({made ? ExistingFolder(folder) : folder, Use::Write});
