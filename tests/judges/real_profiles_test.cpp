@@ -64,8 +64,8 @@ Bytes Converted(const std::string& profile, int bits) {
     return pixels;
 }
 
-/// Those of argyll-ref and icc-profiles-free (folders below belong to other packages), and a display profile of version 4
-/// by Little CMS, whose curves are formulas: their parameters are where a list has its number of entries.
+/// Those of argyll-ref and icc-profiles-free (folders below belong to other packages), and a display profile of version
+/// 4 by Little CMS, whose curves are formulas: their parameters are where a list has its number of entries.
 std::vector<std::string> Paths(const TempDir& dir) {
     std::vector<std::string> paths{dir.File("display.icc")};
     EXPECT_TRUE(cmsSaveProfileToFile(Profile(cmsCreate_sRGBProfile()).get(), paths[0].c_str()));
