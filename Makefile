@@ -20,6 +20,7 @@ help:
 	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and run them"
 	@echo "make many-inputs    run nearly four million broken inputs, always the same ones"
 	@echo "make faults         make every system call and allocation of the command fail; kill it; close its streams"
+	@echo "make check-cluster  convert with Slurm and GNU parallel on machines that die, as root (five minutes)"
 	@echo "make memcheck       run the suites that decode files under valgrind"
 	@echo "make lint           run clang-tidy, cppcheck, shellcheck and other static checks"
 	@echo "make docs           build the references of the interface and of the internals"
@@ -140,6 +141,19 @@ faults:
 	@scripts/install-packages test
 	@$(call build,release) --target hueweave command_faults command_allocation_faults command_inputs
 	@tests/command/faults/sweep build/release $(JOBS)
+
+# Daemons of their own on the loopback interface, in build/cluster; all of them end with the check.
+.PHONY: check-cluster
+CLUSTER_FILES := 2000
+cluster_folder := build/cluster
+check-cluster:
+	@scripts/install-packages cluster
+	@$(call build,release) --target hueweave command_faults
+	@tests/cluster/check build/release/apps/hueweave/hueweave $(cluster_folder)/engines --files $(CLUSTER_FILES)
+	@tests/cluster/kills build/release/apps/hueweave/hueweave $(cluster_folder)/kills
+	@tests/cluster/storage build/release/apps/hueweave/hueweave build/release/tests/command/libcommand_faults.so \
+		$(cluster_folder)/storage
+	@tests/cluster/listing build/release/apps/hueweave/hueweave $(cluster_folder)/listing
 
 memcheck:
 	@scripts/install-packages test

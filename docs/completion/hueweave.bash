@@ -3,7 +3,7 @@
 
 _hueweave() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="convert watch inspect bake verify check spaces help"
+    local commands="convert watch status inspect bake verify check spaces help"
     local options="-h --help -V --version" values="" kind=none assigned="" prefix="" i
 
     # --to=srgb: three words for Bash, which are one only where COMP_WORDBREAKS has no "=".
@@ -24,14 +24,19 @@ _hueweave() {
     convert)
         kind=files
         options="-h --help -o --output --profile --to --intent --lightness --chroma --hue --curve --source --others --no-tag
-            --force --in-place -j --jobs --max-memory --files-from -0 --format --quality --shard --resume --dry-run -q --quiet
-            --json --follow --precision --accept-error --bpc --icc-version --grey-to-rgb -v --verbose --no-sandbox"
+            --force --in-place -j --jobs --max-memory --files-from -0 --base --format --quality --shard --resume --dry-run
+            -q --quiet --json --follow --precision --accept-error --bpc --icc-version --grey-to-rgb -v --verbose
+            --no-sandbox"
         ;;
     watch)
         kind=files
         options="-h --help -o --output --settle --profile --to --intent --lightness --chroma --hue --curve --source
             --others --no-tag --force -j --jobs --max-memory -q --quiet --json --follow --precision --accept-error --bpc
             --icc-version --grey-to-rgb -v --verbose --no-sandbox"
+        ;;
+    status)
+        kind=files
+        options="-h --help --files-from --base --format --follow --list -0 --json --no-sandbox"
         ;;
     inspect) kind=files options="-h --help --json --no-sandbox" ;;
     bake) kind=files options="-h --help -o --output --force -q --quiet --json --no-sandbox" ;;
@@ -56,13 +61,14 @@ _hueweave() {
         --source) kind=none options="" values="require-match given embedded" ;;
         --others) kind=none options="" values="refuse copy skip" ;;
         --format) kind=none options="" values="tiff png jpeg" ;;
+        --list) kind=none options="" values="none failed left" ;;
         --guideline)
             kind=none options="" values="fadgi-4 fadgi-3 fadgi-2 fadgi-1 metamorfoze-full metamorfoze-light"
             ;;
         --bits) kind=none options="" values="8 16" ;;
         --precision) kind=none options="" values="exact library" ;;
         --icc-version) kind=none options="" values="4 2" ;;
-        -o | --output | --profile | --curve | --files-from | --image) kind=files options="" ;;
+        -o | --output | --profile | --curve | --files-from | --base | --image) kind=files options="" ;;
         --lightness | --chroma | --hue | -j | --jobs | --max-memory | --quality | --shard | --points | --worst | --limit | --accept-error | --settle) return ;;
         esac
     fi

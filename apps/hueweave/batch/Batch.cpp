@@ -27,17 +27,17 @@ public:
         Convert();
         if (!session_.list.single) Summarise();
         if (refused_.count() == 0) return Exit::Done;
-        return refused_.count() == session_.list.items.size() ? refused_.CommonStatus() : Exit::SomeFailed;
+        return refused_.count() == session_.list.size() ? refused_.CommonStatus() : Exit::SomeFailed;
     }
 
 private:
     /// An error that does not belong to one file ends the run; a signal takes precedence over it.
     void Convert() {
-        WorkUnits files(session_.list.items.size());
+        WorkUnits files(session_.list.size());
         try {
             files.Run(threads_, [this]() -> WorkUnits::Work {
                 return [this](WorkUnits::Unit file) {
-                    RunFile(session_.list.items[static_cast<std::size_t>(file.number)], file.threads);
+                    RunFile(session_.list.At(static_cast<std::size_t>(file.number)), file.threads);
                 };
             });
         } catch (...) {
@@ -101,19 +101,24 @@ private:
     std::uint64_t pixels_ = 0;                   ///< converted
 };
 
+constexpr std::size_t kSizesAsked = 4096;  ///< files; more would delay the start on a network file system
+
+/// The size of all sources, in bytes. Of very many files, only some are asked for their size.
 std::uint64_t TotalSize(const InputList& list) {
-    std::uint64_t total = 0;
-    for (const Item& item : list.items) {
+    const std::size_t step = list.size() / kSizesAsked + 1;
+    std::uint64_t total = 0, asked = 0;
+    for (std::size_t number = 0; number < list.size(); number += step, ++asked) {
         struct stat status {};
-        if (::stat(item.source.c_str(), &status) == 0) total += static_cast<std::uint64_t>(status.st_size);
+        const std::string path(list.names.Source(number));
+        if (::stat(path.c_str(), &status) == 0) total += static_cast<std::uint64_t>(status.st_size);
     }
-    return total;
+    return asked == 0 ? 0 : total * list.size() / asked;
 }
 
 }  // namespace
 
 Exit RunBatch(Session& session, unsigned threads) {
-    session.report.Begin(session.list.items.size(), TotalSize(session.list));
+    session.report.Begin(session.list.size(), TotalSize(session.list));
     return Batch(session, threads).Run();
 }
 

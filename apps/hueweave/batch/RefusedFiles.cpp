@@ -10,6 +10,20 @@
 #include "system/StandardStreams.h"
 
 namespace hueweave::tool {
+namespace {
+
+/// The reason without the name of the file, so that it is the same for all files with the same cause.
+std::string ReasonOf(const std::exception_ptr& cause, const Explanation& why) {
+    try {
+        std::rethrow_exception(cause);
+    } catch (const Refusal& refusal) {
+        return refusal.kind() ? refusal.kind()->what : refusal.reason();
+    } catch (...) {
+        return why.line.substr(why.line.find(": ") + 2);
+    }
+}
+
+}  // namespace
 
 void RefusedFiles::Add(const Item& item, const std::string& name, const std::exception_ptr& cause) {
     const auto count = [this](Exit status, bool more) {
@@ -29,6 +43,7 @@ void RefusedFiles::Add(const Item& item, const std::string& name, const std::exc
         told = true;
         count(Exit::Input, false);
         count(why.status, true);
+        Record(item, ReasonOf(cause, why));
         nlohmann::ordered_json json{{"status", "refused"}};
         PutName(json, "source", item.source);
         PutName(json, "output", item.output);
@@ -39,6 +54,12 @@ void RefusedFiles::Add(const Item& item, const std::string& name, const std::exc
         if (!told) PrintNoMemory();
         session_.report.LoseJson();
     }
+}
+
+/// Tells `hueweave status` about a file.
+void RefusedFiles::Record(const Item& item, const std::string& reason) {
+    if (session_.record == nullptr || session_.options.dryRun) return;
+    session_.record->Add(FailedLine{item.relative, item.source, reason, false, Now()});
 }
 
 /// Counts a file of a kind. Returns false if its own line is to be printed: with --verbose, and for a single file.

@@ -34,6 +34,7 @@ private:
         std::size_t files = 0;
         std::string first, what, remedy;
     };
+    void Record(const Item& item, const std::string& reason);
     bool Take(const std::string& name, const Explanation& why);
 
     const Session& session_;

@@ -13,6 +13,7 @@
 #include "cli/commands/ConvertCommand.h"
 #include "cli/commands/InspectCommand.h"
 #include "cli/commands/SpacesCommand.h"
+#include "cli/commands/StatusCommand.h"
 #include "cli/commands/VerifyCommand.h"
 #include "cli/commands/WatchCommand.h"
 
@@ -31,6 +32,7 @@ constexpr const char* kFooter = R"(Examples:
   find scans -name '*.tif' -print0 | hueweave convert --files-from - -0 -o converted/
                                                         a list; no subfolders are made
   hueweave watch scans/ -o converted/                   the same for files that are still to come
+  hueweave status converted/                            how far runs on several machines are
   hueweave inspect scan.tif scanner.icc
   hueweave verify scanner.icc --limit 2.0
   hueweave check --profile scanner.icc chart.ti3        how far a chart's colours are from their reference
@@ -55,6 +57,7 @@ Parser::Parser() {
     };
     declare(std::make_unique<ConvertCommand>());
     declare(std::make_unique<WatchCommand>());
+    declare(std::make_unique<StatusCommand>());
     declare(std::make_unique<InspectCommand>());
     declare(std::make_unique<BakeCommand>());
     declare(std::make_unique<VerifyCommand>());

@@ -8,12 +8,13 @@
 #include <set>
 #include <sstream>
 
-#include "batch/session/InputList.h"
+#include "batch/inputs/InputList.h"
 #include "batch/session/Report.h"
 #include "command/support/Batch.h"
 #include "command/support/Command.h"
 #include "command/support/Picture.h"
 #include "support/Matchers.h"
+#include "system/StableHash.h"
 
 namespace hueweave::test {
 namespace {

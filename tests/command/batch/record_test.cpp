@@ -7,13 +7,14 @@
 #include <fstream>
 
 #include "batch/file/Fingerprint.h"
-#include "batch/session/LineReader.h"
-#include "batch/session/Resume.h"
+#include "batch/record/RecordFiles.h"
+#include "batch/record/Resume.h"
 #include "colour/profile/Spaces.h"
 #include "command/support/Batch.h"
 #include "command/support/Limits.h"
 #include "command/support/Picture.h"
 #include "system/Json.h"
+#include "system/files/LineReader.h"
 
 namespace hueweave::test {
 namespace {
@@ -145,7 +146,7 @@ TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother
     const auto after = [&](const std::function<void()>& meanwhile) {
         {
             tool::ResumeRecord record(out_, false);
-            record.Add("a.tif", "fingerprint", tool::FileAccess::OpenInput(scans_ + "/a.tif"));
+            record.Add({"a.tif", "fingerprint", "settings", {}, {}}, tool::FileAccess::OpenInput(scans_ + "/a.tif"));
             meanwhile();
         }
         return Exists(record_);
@@ -189,22 +190,24 @@ TEST_F(RecordTest, ASignalEndsTheWaitingForAListThatNobodyWrites) {
 
 TEST(RecordEntriesTest, LinesThatAreNoneOfOursCountForNothing) {
     RecordEntries entries;
-    for (const std::string line :
-         {"", "{", "[]", "null", "{\"output\":1}", R"({"output":"a","fingerprint":"f","size":1e300,"modified":2})",
-          R"({"output":"a","fingerprint":"f","size":1.0,"modified":2})",
-          R"({"output":"a","fingerprint":["f"],"size":1,"modified":2})",
-          R"({"fingerprint":"f","size":1,"modified":2})"}) {
+    const std::string f(64, 'f'), g(64, 'e');
+    for (const std::string& line : Words{"", "{", "[]", "null", "{\"output\":1}",
+                                         R"({"output":"a","fingerprint":")" + f + R"(","size":1e300,"modified":2})",
+                                         R"({"output":"a","fingerprint":")" + f + R"(","size":1.0,"modified":2})",
+                                         R"({"output":"a","fingerprint":[")" + f + R"("],"size":1,"modified":2})",
+                                         R"({"output":"a","fingerprint":"f","size":1,"modified":2})",
+                                         R"({"fingerprint":")" + f + R"(","size":1,"modified":2})"}) {
         entries.Take(line);
     }
     entries.Take(std::string(30000, '[') + std::string(30000, ']'));
-    EXPECT_FALSE(entries.Has("a", "f", {1, 2}));
-    entries.Take(R"({"output":"a","fingerprint":"f","size":1,"modified":2})");
-    entries.Take(R"({"output":"a","fingerprint":"f","size":3,"modified":4})");
-    EXPECT_TRUE(entries.Has("a", "f", {1, 2}));
-    EXPECT_TRUE(entries.Has("a", "f", {3, 4}));
-    EXPECT_FALSE(entries.Has("a", "f", {1, 4}));
-    EXPECT_FALSE(entries.Has("a", "g", {1, 2}));
-    EXPECT_FALSE(entries.Has("b", "f", {1, 2}));
+    EXPECT_FALSE(entries.Has("a"));
+    entries.Take(R"({"output":"a","fingerprint":")" + f + R"(","size":1,"modified":2})");
+    entries.Take(R"({"output":"a","fingerprint":")" + f + R"(","size":3,"modified":4})");
+    EXPECT_TRUE(entries.Has("a", f, {1, 2}));
+    EXPECT_TRUE(entries.Has("a", f, {3, 4}));
+    EXPECT_FALSE(entries.Has("a", f, {1, 4}));
+    EXPECT_FALSE(entries.Has("a", g, {1, 2}));
+    EXPECT_FALSE(entries.Has("b", f, {1, 2}));
 }
 
 TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
@@ -302,9 +305,12 @@ protected:
     /// The fingerprints, by the name of the output.
     std::map<std::string, std::string> Recorded() const {
         std::map<std::string, std::string> all;
-        for (const std::string& line : Lines(FileBytes(out_ + "/.hueweave.jsonl"))) {
+        std::string lines;
+        for (const std::string& record : tool::RecordsIn(out_)) lines += FileBytes(record);
+        for (const std::string& line : Lines(lines)) {
             if (line.empty()) continue;
             const auto entry = nlohmann::json::parse(line);
+            if (!entry.contains("fingerprint")) continue;
             all[entry.at("output").get<std::string>()] = entry.at("fingerprint").get<std::string>();
         }
         return all;

@@ -4,8 +4,8 @@
  * Preloaded into the command under test: makes system calls fail. HUEWEAVE_FAULT holds one or more faults, separated by
  * commas, each as "call:n:how": the n-th call from 1 on, or every call for n = 0. A call is named by its function, or
  * by its group for all functions that open, read, write, sync, name or mmap. Further names are tmpfile, an open with
- * O_TMPFILE; proc, an access below /proc; and owner and user, for which lstat reports `how` as the owner and geteuid as
- * the user. lseek counts only where it searches for holes.
+ * O_TMPFILE; noreplace, a renameat2 with flags; proc, an access below /proc; and owner and user, for which lstat
+ * reports `how` as the owner and geteuid as the user. lseek counts only where it searches for holes.
  *
  * A positive `how` is the errno. For 0 a read or write transfers half of the bytes. For -1 the call succeeds after the
  * file named by HUEWEAVE_FAULT_FROM has been renamed to HUEWEAVE_FAULT_TO, for -2 after 50 milliseconds. For -3, -4 and
@@ -121,8 +121,11 @@ CALL("rename", "name", int, -1, rename, (const char* from, const char* to), from
 CALL("link", "name", int, -1, link, (const char* from, const char* to), from, to)
 CALL("linkat", "name", int, -1, linkat, (int a, const char* from, int b, const char* to, int flags), a, from, b, to,
      flags)
-CALL("renameat2", "name", int, -1, renameat2, (int a, const char* from, int b, const char* to, unsigned flags), a, from,
-     b, to, flags)
+CALL(flags != 0 ? "noreplace" : "renameat2", "name", int, -1, renameat2,
+     (int a, const char* from, int b, const char* to, unsigned flags), a, from, b, to, flags)
+
+int flock(int file, int how_); /* its header does not go with the one above */
+CALL("flock", "", int, -1, flock, (int file, int how_), file, how_)
 
 CALL("mmap", "mmap", Memory, (void*)-1, mmap, (void* at, size_t size, int how_, int flags, int file, off_t from), at,
      size, how_, flags, file, from)

@@ -36,7 +36,7 @@ protected:
         Names names;
         if (!Exists(out_)) return names;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(out_)) {
-            if (entry.is_regular_file() && entry.path().filename() != ".hueweave.jsonl") {
+            if (entry.is_regular_file() && entry.path().extension() != ".jsonl") {
                 names.insert(entry.path().lexically_relative(out_));
             }
         }

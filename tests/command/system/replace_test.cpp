@@ -9,6 +9,7 @@
 
 #include "command/support/FileTest.h"
 #include "command/support/Picture.h"
+#include "system/Machine.h"
 
 namespace hueweave::test {
 namespace {
@@ -134,19 +135,22 @@ TEST_F(ReplaceTest, ADryRunTellsOfAnOwnerThatCannotBeKept) {
 }
 
 TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
+    const auto own = [](const std::string& number) {
+        return ".hueweave-" + tool::MachineName() + "-1-" + number + ".tmp";
+    };
     WriteBytes(folder_ / ".hueweave-notes.tmp", "mine");  // not the name of a temporary file
     WriteBytes(folder_ / ".hueweave-1-2.tmp.tif", "mine");
-    WriteBytes(folder_ / ".hueweave-1-2-3.tmp", "mine");
+    WriteBytes(folder_ / ".hueweave-m-1-2-3.tmp", "mine");
     WriteBytes(folder_ / ".hueweave-a-b.tmp", "mine");
     WriteBytes(other_ / "victim", "mine");
-    fs::create_symlink(other_ / "victim", folder_ / ".hueweave-1-3.tmp");
-    Words stay{".hueweave-1-2-3.tmp", ".hueweave-1-2.tmp.tif", ".hueweave-1-3.tmp"};
+    fs::create_symlink(other_ / "victim", folder_ / own("3"));
+    Words stay{".hueweave-1-2.tmp.tif", ".hueweave-a-b.tmp", ".hueweave-m-1-2-3.tmp", ".hueweave-notes.tmp", own("3")};
     if (geteuid() == 0) {  // a file of another user, which only the superuser can make
-        WriteBytes(folder_ / ".hueweave-1-4.tmp", "theirs");
-        ASSERT_EQ(chown((folder_ / ".hueweave-1-4.tmp").c_str(), 12345, 12345), 0);
-        stay.push_back(".hueweave-1-4.tmp");
+        WriteBytes(folder_ / own("4"), "theirs");
+        ASSERT_EQ(chown((folder_ / own("4")).c_str(), 12345, 12345), 0);
+        stay.push_back(own("4"));
     }
-    stay.insert(stay.end(), {".hueweave-a-b.tmp", ".hueweave-notes.tmp"});
+    std::sort(stay.begin(), stay.end());
     for (const std::string moment : {"linkat:1:-7", "tmpfile:0:95,fsync:1:-7"}) {
         WriteBytes(out_, "old");
         EXPECT_EQ(Convert({"-o", out_, "--force"}, moment).signal, SIGKILL);
@@ -160,6 +164,48 @@ TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
         EXPECT_EQ(NamesIn(folder_.path()), wanted);
     }
     EXPECT_EQ(FileBytes(other_ / "victim"), "mine");
+}
+
+TEST_F(ReplaceTest, WhatARunOnAnotherMachineLeftIsRemovedAfterAnHour) {
+    // That machine may be writing it, with a lock that is not seen here.
+    const std::string theirs = folder_ / ".hueweave-other_machine-1-2.tmp";
+    WriteBytes(theirs, "theirs");
+    EXPECT_EQ(Convert({"-o", out_}).status, 0);
+    EXPECT_TRUE(Exists(theirs));
+    const auto age = [](const std::string& path) {
+        fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::minutes(61));
+    };
+    age(theirs);
+    EXPECT_EQ(Convert({"-o", out_, "--force"}).status, 0);
+    EXPECT_FALSE(Exists(theirs));
+    // So is any file on a file system without locks.
+    const std::string ours = folder_ / (".hueweave-" + tool::MachineName() + "-1-2.tmp");
+    WriteBytes(ours, "ours");
+    for (const bool old : {false, true}) {
+        if (old) age(ours);
+        EXPECT_EQ(Convert({"-o", out_, "--force"}, "flock:0:37").status, 0);
+        EXPECT_EQ(Exists(ours), !old);
+    }
+}
+
+TEST_F(ReplaceTest, SharedStorageNeedsNoneOfTheCallsThatSomeLack) {
+    const std::string unnamed = "tmpfile:0:95,", checked = "noreplace:0:22,";
+    for (const std::string& missing :
+         {unnamed + "flock:0:37", unnamed + checked + "flock:0:37", unnamed + checked + "link:0:1",
+          unnamed + checked + "link:0:95", unnamed + checked + "link:0:38"}) {
+        SCOPED_TRACE(missing);
+        EXPECT_THAT(Convert({"-o", out_}, missing), Succeeds());
+        ExpectConverted(out_);
+        EXPECT_THAT(Convert({"-o", out_}, missing), Says(5, "exists already"));
+        // A file that appears during the conversion stays as well.
+        fs::remove(out_);
+        WriteBytes(newcomer_, "newer");
+        newcomersPlace_ = out_;
+        EXPECT_THAT(Convert({"-o", out_}, missing + ",fsync:1:-1"), Says(5, "exists already"));
+        EXPECT_EQ(FileBytes(out_), "newer");
+        fs::remove(out_);
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
+    }
 }
 
 TEST_F(ReplaceTest, WithoutProcEverythingIsConverted) {

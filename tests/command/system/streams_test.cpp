@@ -56,7 +56,7 @@ TEST_P(ClosedStreamsTest, NoFileTakesThePlaceOfAStream) {
         fill();
         EXPECT_EQ(Line(ConvertLine("-j 8 --json " + Quoted(many) + " -o " + Quoted(out_) + streams)).status, unwritten);
         expect(out_);
-        EXPECT_EQ(Lines(FileBytes(out_ + "/.hueweave.jsonl")).size(), 16U) << "a line and an empty one a file";
+        EXPECT_EQ(Lines(FileBytes(out_ + "/.hueweave.jsonl")).size(), 18U) << "a line and an empty one a file and run";
         fs::remove_all(out_);
     }
 }

@@ -40,9 +40,10 @@ const Tree kLibrary{"Source",
 
 const Folders kSystem{"system"};
 const Folders kFiles{"system/files"}, kSandbox{"system/sandbox"}, kPicture{"picture"}, kPng{"png"}, kJpeg{"jpeg"},
-    kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kCreate{"create"}, kSession{"batch/session"},
-    kNotes{"batch/file/notes"}, kPlan{"batch/file/plan"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"},
-    kOptions{"cli/options"}, kCommands{"cli/commands"}, kCli{"cli"};
+    kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kCreate{"create"}, kInputs{"batch/inputs"},
+    kRecord{"batch/record"}, kSession{"batch/session"}, kStatus{"batch/status"}, kNotes{"batch/file/notes"},
+    kPlan{"batch/file/plan"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"}, kOptions{"cli/options"},
+    kCommands{"cli/commands"}, kCli{"cli"};
 
 Folders operator+(Folders a, const Folders& b) {
     a.insert(b.begin(), b.end());
@@ -70,8 +71,8 @@ const Folders kSystemAndBase = kSystem + kFiles + kColourBase;
 const Folders kWork =
     kSystemAndBase + kPicture + kColourTop + kProfile + kJudge + kThroughEngine + kTiff + kCodec + kRewrite;
 const Folders kOneImage = kSystemAndBase + kPicture + kColourTop;
-const Folders kOneFile = kWork + kPng + kJpeg + kCreate + kSession + kNotes + kPlan;
-const Folders kAllFiles = kOneFile + kFile + kWatch + kBatch;
+const Folders kOneFile = kWork + kPng + kJpeg + kCreate + kInputs + kRecord + kSession + kNotes + kPlan;
+const Folders kAllFiles = kOneFile + kFile + kWatch + kStatus + kBatch;
 const Tree kCommand{"apps/hueweave",
                     80,
                     {{"", kSystem + kCli},
@@ -85,13 +86,16 @@ const Tree kCommand{"apps/hueweave",
                      {"tiff/codec", kSystemAndBase + kTiff + kCodec},
                      {"tiff/rewrite", kWork},
                      {"create", kWork + kPng + kJpeg + kCreate},
-                     {"batch/session", kWork + kSession},
-                     {"batch/file/notes", kWork + kSession + kNotes},
+                     {"batch/record", kSystemAndBase + kRecord},
+                     {"batch/inputs", kSystemAndBase + kPicture + kThroughEngine + kInputs},
+                     {"batch/status", kSystemAndBase + kInputs + kRecord + kStatus},
+                     {"batch/session", kWork + kInputs + kRecord + kSession},
+                     {"batch/file/notes", kWork + kInputs + kSession + kNotes},
                      {"batch/file/plan", kOneFile},
                      {"batch/file", kOneFile + kFile},
                      {"batch/watch", kOneFile + kFile + kWatch},
                      {"batch", kOneFile + kFile + kBatch},
-                     {"cli/options", kWork + kSandbox + kSession + kOptions},
+                     {"cli/options", kWork + kSandbox + kInputs + kSession + kOptions},
                      {"cli/commands", kAllFiles + kChart + kSandbox + kOptions + kCommands},
                      {"cli", kSystemAndBase + kSandbox + kOptions + kCommands + kCli}}};
 

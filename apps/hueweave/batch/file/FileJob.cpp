@@ -16,12 +16,35 @@
 namespace hueweave::tool {
 namespace {
 
+bool MayBeDone(const FileTask& task) {
+    const Session& session = task.session;
+    return session.options.resume != Resume::No && session.record != nullptr &&
+           session.record->Knows(task.item.relative);
+}
+
+/// Whether --resume=fast recognises the file.
+bool IsDoneBySizeAndTime(const FileTask& task, const SourceFile& source) {
+    const Session& session = task.session;
+    return session.options.resume == Resume::Fast && MayBeDone(task) &&
+           session.record->IsDone(task.item.relative, SettingsHash(session), source.opened.version);
+}
+
 /// The fingerprint of a file that an earlier run may have converted. Nothing for other files: theirs is computed during
 /// the conversion.
 std::optional<std::string> EarlyFingerprint(const FileTask& task, const SourceFile& source) {
-    const Session& session = task.session;
-    if (!session.options.resume || session.record == nullptr || !session.record->Knows(task.item.relative)) return {};
-    return Fingerprint(session, source).Finish();
+    if (!MayBeDone(task)) return {};
+    return Fingerprint(task.session, source).Finish();
+}
+
+/// A file that is done may have been written to its folder beside one of a killed run.
+Result Skip(const FileTask& task, const FileReport& report) {
+    if (!task.session.options.dryRun) {
+        if (const std::string note = SweepFolder(task.session, FolderOf(task.item.output)); !note.empty()) {
+            task.session.report.Note(note);
+        }
+    }
+    report.TellDone();
+    return {Outcome::Skipped};
 }
 
 /// The plan for a file. With --others copy, one that is not RGB is planned to be copied, and with --others skip or in
@@ -49,16 +72,15 @@ Result ConvertFile(const FileTask& task) {
     const SourceFile source = OpenSource(item);
     const FileReport report(task, source);
     session.report.StartFile(source.name, source.file.Size());
+    if (IsDoneBySizeAndTime(task, source)) return Skip(task, report);
     const std::optional<std::string> fingerprint = EarlyFingerprint(task, source);
-    if (fingerprint && session.record->IsDone(item.relative, *fingerprint)) {
-        report.TellDone();
-        return {Outcome::Skipped};
-    }
+    if (fingerprint && session.record->IsDone(item.relative, *fingerprint)) return Skip(task, report);
     CheckOutputPath(task);
     std::string kind;
     const std::optional<FilePlan> planned = PlanOf(session, source, kind);
     if (!planned) {
         report.TellLeftOut(kind);
+        if (session.record != nullptr) session.record->Add(FailedLine{item.relative, item.source, kind, true, Now()});
         return {Outcome::LeftOut, 0, kind};
     }
     const FilePlan& plan = *planned;

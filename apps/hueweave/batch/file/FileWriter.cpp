@@ -34,16 +34,17 @@ void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& wri
     }
     const auto wanted = session.options.inPlace ? std::optional(source.opened) : std::nullopt;
     written.output = std::make_unique<OutputFile>(path, existing, wanted);
-    if (const std::size_t stale = session.swept.Sweep(written.output->folder())) {
-        written.notes.push_back(fmt::format("{}: {} temporary {} of a killed run removed", written.output->folder(),
-                                            stale, stale == 1 ? "file" : "files"));
+    if (std::string note = SweepFolder(session, written.output->folder()); !note.empty()) {
+        written.notes.push_back(std::move(note));
     }
 }
 
 /// If the record cannot be written, the output is published with a note.
 void Record(const FileTask& task, const WrittenFile& written) {
     try {
-        task.session.record->Add(task.item.relative, written.fingerprint.value(), written.output->file());
+        const DoneLine line{task.item.relative, written.fingerprint.value(), SettingsHash(task.session), {},
+                            written.source,     written.measured.pixels};
+        task.session.record->Add(line, written.output->file());
     } catch (const Refusal& refusal) {
         task.session.report.Note(refusal.what());
     }
@@ -51,9 +52,16 @@ void Record(const FileTask& task, const WrittenFile& written) {
 
 }  // namespace
 
+std::string SweepFolder(Session& session, const std::string& folder) {
+    const std::size_t stale = session.swept.Sweep(folder);
+    if (stale == 0) return "";
+    return fmt::format("{}: {} temporary {} of a killed run removed", folder, stale, stale == 1 ? "file" : "files");
+}
+
 WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const FilePlan& plan,
                       const std::optional<std::string>& fingerprint) {
     WrittenFile written;
+    written.source = source.opened.version;
     WriteSettings settings;
     settings.threads = task.threads;
     settings.memory = BufferMemory(task.session.options.maxMemory);

@@ -16,6 +16,7 @@ namespace hueweave::tool {
 struct WrittenFile {
     std::unique_ptr<OutputFile> output;  ///< null for standard output
     FileAccess spool;                    ///< the output if it goes to standard output
+    FileVersion source;                  ///< of the source when it was opened
     Measured measured;
     std::vector<std::string> notes;          ///< whole lines
     std::optional<std::string> fingerprint;  ///< if a record is kept
@@ -25,6 +26,9 @@ struct WrittenFile {
 /// fingerprint is computed from the data that the conversion reads, as far as they are read in order.
 WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const FilePlan& plan,
                       const std::optional<std::string>& fingerprint);
+
+/// The first time for a folder of outputs, removes what killed runs left there. Returns a note about it, or "".
+std::string SweepFolder(Session& session, const std::string& folder);
 
 /// Adds an output to the record, if one is kept, and gives it its name; or copies it to standard output.
 void Publish(const FileTask& task, const WrittenFile& written);

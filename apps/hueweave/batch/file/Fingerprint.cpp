@@ -11,22 +11,33 @@ namespace {
 constexpr std::uint64_t kBlock = std::uint64_t{256} << 10;  ///< bytes read at once
 constexpr std::uint64_t kGap = std::uint64_t{1} << 20;      ///< bytes; the largest gap before data that are taken
 
-}  // namespace
-
-Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : file_(source.file) {
+void AddSettings(Sha256& hash, const Session& session) {
     const colour::Rendering& r = session.options.rendering;
     const ConvertOptions& options = session.options;
     const char* const precision = options.precision == Precision::Exact ? "exact" : "library";
-    hash_.Add(fmt::format("{} {} {} {} {} {} {} {} {} {} {} {}\n", kVersion, precision, session.target.name,
-                          session.target.hash, colour::IntentName(r.intent), options.compensateBlack, r.lightness,
-                          r.chroma, r.hue, static_cast<int>(options.source), options.noTag,
-                          session.profile ? session.profile->hash : "embedded"));
-    if (options.greyToRgb) hash_.Add("grey to RGB\n");
+    hash.Add(fmt::format("{} {} {} {} {} {} {} {} {} {} {} {}\n", kVersion, precision, session.target.name,
+                         session.target.hash, colour::IntentName(r.intent), options.compensateBlack, r.lightness,
+                         r.chroma, r.hue, static_cast<int>(options.source), options.noTag,
+                         session.profile ? session.profile->hash : "embedded"));
+    if (options.greyToRgb) hash.Add("grey to RGB\n");
     if (options.format) {
-        hash_.Add(fmt::format("as {} {}\n", FormatName(*options.format), options.quality.value_or(0)));
+        hash.Add(fmt::format("as {} {}\n", FormatName(*options.format), options.quality.value_or(0)));
     }
     if (!r.curves) return;
-    for (const auto& curve : *r.curves) hash_.Add(curve.data(), curve.size());
+    for (const auto& curve : *r.curves) hash.Add(curve.data(), curve.size());
+}
+
+}  // namespace
+
+std::string SettingsHash(const Session& session) {
+    constexpr std::size_t kDigits = 32;
+    Sha256 hash;
+    AddSettings(hash, session);
+    return hash.Hex().substr(0, kDigits);
+}
+
+Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : file_(source.file) {
+    AddSettings(hash_, session);
 }
 
 void Fingerprint::Take(std::uint64_t offset, const Bytes& data) {

@@ -33,4 +33,7 @@ private:
     std::uint64_t hashed_ = 0;  ///< bytes of the source, from its beginning
 };
 
+/// 32 hexadecimal digits of SHA-256 of what all outputs of a run depend on: that of a fingerprint without the source.
+std::string SettingsHash(const Session& session);
+
 }  // namespace hueweave::tool

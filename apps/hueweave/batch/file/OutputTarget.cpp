@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -30,13 +31,15 @@ OutputFile::Existing ExistingRule(const ConvertOptions& options) {
 void CheckOutputPath(const FileTask& task) {
     const ConvertOptions& options = task.session.options;
     const InputList& list = task.session.list;
-    const std::string& path = task.item.output;
+    const Item& item = task.item;
+    const std::string& path = item.output;
     if (path == "-") return CheckStandardOutput();
     struct stat target {};
     if (!options.inPlace && ::stat(path.c_str(), &target) == 0) {
         const FileIdentity identity = IdentityOf(target);
         const auto option = list.options.find(identity);
-        if (list.identities.contains(identity)) {
+        const bool isOwnSource = item.source != "-" && IdentityOf(item.source) == identity;
+        if (isOwnSource || std::binary_search(list.identities.begin(), list.identities.end(), identity)) {
             throw Refusal(Exit::Output, path, "is an input itself", "choose another name, or convert it --in-place");
         }
         if (option != list.options.end()) {

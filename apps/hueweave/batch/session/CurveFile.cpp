@@ -5,8 +5,8 @@
 
 #include <sstream>
 
-#include "batch/session/LineReader.h"
 #include "system/Refusal.h"
+#include "system/files/LineReader.h"
 
 namespace hueweave::tool {
 

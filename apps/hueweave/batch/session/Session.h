@@ -3,13 +3,13 @@
 
 #include <optional>
 
-#include "batch/session/ConvertOptions.h"
-#include "batch/session/InputList.h"
+#include "batch/inputs/ConvertOptions.h"
+#include "batch/inputs/InputList.h"
+#include "batch/record/Resume.h"
 #include "batch/session/MadeFolders.h"
 #include "batch/session/ProfileCache.h"
 #include "batch/session/ProfileFile.h"
 #include "batch/session/Report.h"
-#include "batch/session/Resume.h"
 #include "system/files/TemporaryFiles.h"
 
 namespace hueweave::tool {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "batch/session/ConvertOptions.h"
+#include "batch/inputs/ConvertOptions.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {

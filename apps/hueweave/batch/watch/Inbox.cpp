@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <limits>
 
-#include "batch/session/FolderEntry.h"
+#include "batch/inputs/FolderEntry.h"
 #include "system/Signals.h"
 #include "system/files/FolderNames.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "batch/session/ConvertOptions.h"
+#include "batch/inputs/ConvertOptions.h"
 #include "batch/session/Report.h"
 #include "batch/watch/WaitingFiles.h"
 #include "system/WakeUp.h"

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <utility>
 
 #include "batch/Batch.h"
@@ -13,11 +14,14 @@
 #include "cli/options/AllowedPaths.h"
 #include "cli/options/ConversionOptions.h"
 #include "cli/options/Values.h"
+#include "system/StableHash.h"
 #include "system/StandardStreams.h"
 
 namespace hueweave::tool {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 Shard ParseShard(const std::string& text) {
     Shard shard;
@@ -32,11 +36,34 @@ Shard ParseShard(const std::string& text) {
     return shard;
 }
 
+Resume ParseResume(const std::string& text) {
+    if (text == "fast") return Resume::Fast;
+    if (text != "true") RefuseUsage("--resume=" + text + " is unknown", "use --resume or --resume=fast");
+    return Resume::ByHash;
+}
+
+/// What a run tells about itself. Runs over the same part of the same inputs have the same list.
+RunLine RunOf(const ConvertOptions& options, const InputList& list) {
+    std::string inputs;
+    std::error_code ignored;
+    const auto add = [&](const std::string& path) { inputs += fs::absolute(path, ignored).string() + '\0'; };
+    for (const std::string& input : options.inputs) add(input);
+    std::uint64_t names = 0;  // those of standard input have no other name
+    if (options.filesFrom && *options.filesFrom != "-") {
+        add(*options.filesFrom);
+    } else if (options.filesFrom) {
+        for (std::size_t number = 0; number < list.size(); ++number) names += StableHash(list.names.Source(number));
+    }
+    const Shard shard = options.shard.value_or(Shard{});
+    return {fmt::format("{:016x}", StableHash(fmt::format("{}{} {}/{}", inputs, names, shard.part, shard.parts))),
+            list.size(), shard.part, shard.parts, Now()};
+}
+
 /// Creates the output folder before entering the sandbox, which then allows writing below it but not above. If it
 /// cannot be created, each file is refused for that reason.
 void MakeOutputFolder(const ConvertOptions& options, const InputList& list, MadeFolders& folders,
                       AllowedPaths& allowed) {
-    if (options.dryRun || list.folder.empty() || list.items.empty()) return;
+    if (options.dryRun || list.folder.empty() || list.size() == 0) return;
     const std::string above = ExistingFolder(list.folder);
     try {
         folders.Make(list.folder);
@@ -81,8 +108,12 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
         "--files-from", options_.filesFrom,
         "Read the names of more inputs from a file or -, one per line; outputs go directly into the output folder");
     c->add_flag("-0", options_.nul, "These names end in a zero byte");
+    c->add_option("--base", options_.base,
+                  "With --files-from: put each output below the output folder as its input is below this folder");
     c->add_option("--shard", shard_, "Take the K-th of N parts of the inputs, as K/N");
-    c->add_flag("--resume", options_.resume, "Skip files that an earlier run converted the same way");
+    c->add_flag("--resume", resume_,
+                "Skip files that an earlier run converted the same way; --resume=fast compares their sizes and times, "
+                "not their contents");
     c->add_flag("--dry-run", options_.dryRun, "Report what would be done, write nothing");
     c->footer(kExamples);
     return c;
@@ -92,6 +123,9 @@ void ConvertCommand::Settle() {
     ConvertOptions& a = options_;
     CheckConversionOptions(a);
     if (!shard_.empty()) a.shard = ParseShard(shard_);
+    if (!resume_.empty()) a.resume = ParseResume(resume_);
+    if (!a.base.empty() && !a.filesFrom) RefuseUsage("--base is for --files-from", "name the folder itself");
+    if (!a.base.empty() && a.inPlace) RefuseUsage("--base and --in-place exclude each other", "leave --base out");
     if (a.inputs.empty() && !a.filesFrom) RefuseUsage("no input was given", "name files or folders");
     for (const std::string& input : a.inputs) {
         if (input.empty()) RefuseUsage("the name of an input is empty", "name files or folders");
@@ -104,7 +138,8 @@ void ConvertCommand::Settle() {
         RefuseUsage("- and --files-from - both read standard input", "give the list in a file");
     if (a.nul && !a.filesFrom) RefuseUsage("-0 is for --files-from", "give --files-from, or leave -0 out");
     if (a.json && a.output == "-") RefuseUsage("--json and -o - both write to standard output", "write to a file");
-    if (a.resume && (a.inPlace || a.output == "-")) RefuseUsage("--resume wants an output folder", "give one with -o");
+    if (a.resume != Resume::No && (a.inPlace || a.output == "-"))
+        RefuseUsage("--resume wants an output folder", "give one with -o");
 }
 
 void ConvertCommand::SettleFormat() {
@@ -124,7 +159,8 @@ void ConvertCommand::SettleFormat() {
 Exit ConvertCommand::Run() {
     Report report(options_.quiet, options_.json);
     const InputList list = ListInputs(options_);
-    const bool shared = options_.shard.has_value();
+    // Other runs may work on the same folder.
+    const bool shared = options_.shard.has_value() || options_.filesFrom.has_value();
     MadeFolders folders(shared);
     Confine(options_, list, folders);
     if (!options_.curveFile.empty()) options_.rendering.curves = ReadCurves(options_.curveFile);
@@ -134,8 +170,11 @@ Exit ConvertCommand::Run() {
     ProfileCache cache(options_, target);
     SweptFolders swept;
     std::optional<ResumeRecord> record;  // destroyed before the folders are checked
-    if (!list.folder.empty() && (!options_.dryRun || options_.resume)) record.emplace(list.folder, shared);
-    if (options_.resume) record->Load();
+    if (!list.folder.empty() && (!options_.dryRun || options_.resume != Resume::No)) {
+        record.emplace(list.folder, shared);
+        record->Announce(RunOf(options_, list));
+    }
+    if (options_.resume != Resume::No) record->Load();
     Session session{options_,          list, report, target, cache, folders, swept, record ? &*record : nullptr,
                     std::move(profile)};
     if (list.links > 0) {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "batch/session/ConvertOptions.h"
+#include "batch/inputs/ConvertOptions.h"
 #include "cli/options/Command.h"
 
 namespace hueweave::tool {
@@ -20,8 +20,8 @@ private:
     void SettleFormat();
 
     ConvertOptions options_;
-    std::string shard_;   ///< before parsing
-    std::string format_;  ///< empty for that of each input
+    std::string shard_, resume_;  ///< before parsing
+    std::string format_;          ///< empty for that of each input
 };
 
 }  // namespace hueweave::tool

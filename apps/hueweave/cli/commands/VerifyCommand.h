@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "batch/session/ConvertOptions.h"
+#include "batch/inputs/ConvertOptions.h"
 #include "cli/options/Command.h"
 
 namespace hueweave::tool {

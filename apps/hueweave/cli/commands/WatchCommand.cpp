@@ -39,7 +39,7 @@ void WatchCommand::Settle() {
         RefuseUsage("no output folder was given", "name a folder with -o");
     }
     options_.inputs = {folder_};
-    options_.resume = true;  // what an earlier run has converted is left out
+    options_.resume = Resume::ByHash;  // what an earlier run has converted is left out
 }
 
 void WatchCommand::Confine(const Inbox& inbox) const {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "batch/session/ConvertOptions.h"
+#include "batch/inputs/ConvertOptions.h"
 #include "cli/options/Command.h"
 
 namespace hueweave::tool {

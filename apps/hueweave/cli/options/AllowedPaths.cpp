@@ -15,22 +15,40 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kMostFiles = 1000;  ///< that are allowed one by one
+
 /// Allows the folders that were searched, the files that were named individually, and links in these folders, which
-/// lead elsewhere.
-void AllowInputs(AllowedPaths& allowed, const InputList& list) {
-    for (const std::string& folder : list.searched) allowed.push_back({folder, Use::Read});
+/// lead elsewhere. Of a long list, the folders of its names are allowed.
+void AllowInputs(AllowedPaths& allowed, const ConvertOptions& options, const InputList& list) {
+    std::set<std::string> folders = list.searched;
+    std::vector<std::string> files;
     std::error_code ignored;
-    for (const Item& item : list.items) {
-        if (item.source == "-") continue;
-        const bool covered = list.searched.contains(FolderOf(item.source)) && !fs::is_symlink(item.source, ignored);
-        if (!covered) allowed.push_back({item.source, Use::Read});
+    std::string last;  // the folder of the last name; most names come one folder after the other
+    bool searched = false;
+    for (std::size_t number = 0; number < list.size(); ++number) {
+        const std::string source(list.names.Source(number));
+        if (source == "-") continue;
+        if (std::string folder = FolderOf(source); folder != last) {
+            last = std::move(folder);
+            searched = list.searched.contains(last);
+        }
+        if (searched && !(options.follow && fs::is_symlink(source, ignored))) continue;
+        // Each allowed file takes time and memory of the kernel.
+        files.size() < kMostFiles ? files.push_back(source) : static_cast<void>(folders.insert(last));
     }
+    for (const std::string& folder : folders) allowed.push_back({folder, Use::Read});
+    for (std::string& file : files) allowed.push_back({std::move(file), Use::Read});
 }
 
 void AllowOutputs(AllowedPaths& allowed, const ConvertOptions& options, const InputList& list) {
     std::set<std::string> folders;
-    for (const Item& item : list.items) {
-        if (item.output != "-") folders.insert(PlaceOf(item.output, options.force || options.inPlace));
+    const bool replaces = options.force || options.inPlace;
+    std::string last;
+    for (std::size_t number = 0; number < list.size(); ++number) {
+        const std::string output = list.OutputAt(number);
+        if (output == "-") continue;
+        std::string place = PlaceOf(output, replaces);
+        if (place != last) folders.insert(last = std::move(place));
     }
     std::error_code ignored;  // the error reported is that of making the folder
     const bool made = !list.folder.empty() && fs::is_directory(list.folder, ignored);
@@ -59,12 +77,13 @@ AllowedPaths PathsOf(const ConvertOptions& options, const InputList& list) {
     if (!options.targetFile.empty()) allowed.push_back({options.targetFile, Use::Read});
     if (options.profile) allowed.push_back({*options.profile, Use::Read});
     if (!options.curveFile.empty()) allowed.push_back({options.curveFile, Use::Read});
-    AllowInputs(allowed, list);
+    AllowInputs(allowed, options, list);
     bool streams = options.output == "-";
-    for (const Item& item : list.items) streams = streams || item.source == "-";
+    for (std::size_t number = 0; number < list.size(); ++number) streams = streams || list.names.Source(number) == "-";
     if (streams) allowed.push_back({TemporaryFolder(), Use::Scratch});
     if (!options.dryRun) AllowOutputs(allowed, options, list);
-    if (!list.folder.empty() && options.resume) allowed.push_back({list.folder, Use::Read});  // the record
+    if (!list.folder.empty() && options.resume != Resume::No)
+        allowed.push_back({list.folder, Use::Read});  // the record
     return allowed;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "batch/session/InputList.h"
+#include "batch/inputs/InputList.h"
 #include "system/sandbox/Sandbox.h"
 
 namespace hueweave::tool {

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <memory>
-#include <string_view>
 
 namespace hueweave::tool {
 namespace {
@@ -16,20 +15,21 @@ struct Closer {
 
 }  // namespace
 
-std::vector<std::string> NamesInFolder(const std::string& folder, int& error) {
-    std::vector<std::string> names;
+int EachNameInFolder(const std::string& folder, const std::function<void(std::string_view name, unsigned type)>& take) {
     const std::unique_ptr<DIR, Closer> open(::opendir(folder.c_str()));
-    error = open == nullptr ? errno : 0;
-    while (open != nullptr) {
+    if (open == nullptr) return errno;
+    for (;;) {
         errno = 0;
         const struct dirent* entry = ::readdir(open.get());
-        if (entry == nullptr) {
-            error = errno;
-            break;
-        }
+        if (entry == nullptr) return errno;
         const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") names.emplace_back(name);
+        if (name != "." && name != "..") take(name, entry->d_type);
     }
+}
+
+std::vector<std::string> NamesInFolder(const std::string& folder, int& error) {
+    std::vector<std::string> names;
+    error = EachNameInFolder(folder, [&](std::string_view name, unsigned) { names.emplace_back(name); });
     return names;
 }
 

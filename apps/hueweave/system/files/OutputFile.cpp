@@ -156,11 +156,20 @@ int OutputFile::Link(const std::string& name) const {
 
 int OutputFile::RenameToNew() const {
     int error = ErrorOf(::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE));
-    if (error == EINVAL) {  // the file system cannot check whether the name exists
-        error = ErrorOf(::link(temporary_.c_str(), path_.c_str()));
-        if (error == 0) ::unlink(temporary_.c_str());
-    }
-    return error;
+    if (error != EINVAL) return error;
+    // The file system cannot check whether the name exists.
+    error = ErrorOf(::link(temporary_.c_str(), path_.c_str()));
+    if (error == 0) ::unlink(temporary_.c_str());
+    const bool hasNoLinks = error == EPERM || error == EOPNOTSUPP || error == ENOSYS;
+    return hasNoLinks ? RenameIfFree() : error;
+}
+
+/// For file systems that can do neither, such as some in user space. Two runs with the same output leave that of the
+/// later one, which is whole.
+int OutputFile::RenameIfFree() const {
+    struct stat status {};
+    if (::lstat(path_.c_str(), &status) == 0) return EEXIST;
+    return errno == ENOENT ? ErrorOf(::renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), 0)) : errno;
 }
 
 void OutputFile::NameNew() {

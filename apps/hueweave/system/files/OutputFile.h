@@ -39,6 +39,7 @@ private:
     /// Both return the error number, or 0.
     int Link(const std::string& name) const;
     int RenameToNew() const;
+    int RenameIfFree() const;
     void NameNew();
     void Replace();
     void SyncFolder(const FileAccess& folder);

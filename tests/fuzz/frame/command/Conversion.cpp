@@ -117,7 +117,7 @@ bool Conversion::Run(unsigned steering, const Bytes& file, bool dryRun) {
     setting.options.dryRun = dryRun;
     setting.options.format = FormatOf(steering);
     InputList list;
-    list.items.push_back({source_, output_, "out", {}});
+    const Item item{source_, output_, "out", {}};
     list.single = true;
     const auto refusal = RefusalOf([&] {
         Report report(true, false);
@@ -125,7 +125,7 @@ bool Conversion::Run(unsigned steering, const Bytes& file, bool dryRun) {
         SweptFolders swept;
         Session session{setting.options, list,  report,  setting.target, setting.cache,
                         folders,         swept, nullptr, setting.profile};
-        ConvertFile({session, list.items[0], (steering & 4U) != 0 ? 2U : 1U});
+        ConvertFile({session, item, (steering & 4U) != 0 ? 2U : 1U});
     });
     // Of a grey or CMYK run, an RGB file embeds no profile, or another one than for its colours.
     const bool maybeProfile = IsOfDevice(steering) && refusal && refusal->status() == Exit::Profile;

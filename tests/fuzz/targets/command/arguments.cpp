@@ -70,7 +70,7 @@ void CheckConvert(const ConvertOptions& a) {
     Require(a.maxMemory >= (std::uint64_t{32} << 20), "enough memory");
     Require(!a.shard || (a.shard->part >= 1 && a.shard->part <= a.shard->parts), "a part of the whole");
     Require(!(a.json && a.output == "-"), "one writer for standard output");
-    Require(!a.resume || (!a.inPlace && a.output != "-"), "a folder for the record");
+    Require(a.resume == Resume::No || (!a.inPlace && a.output != "-"), "a folder for the record");
     Require(!a.nul || a.filesFrom, "a list that ends in zero bytes");
 }
 
@@ -110,7 +110,7 @@ Words AsWords(const ConvertOptions& a) {
                                      {a.inPlace, "--in-place"},
                                      {a.nul, "-0"},
                                      {a.follow, "--follow"},
-                                     {a.resume, "--resume"},
+                                     {a.resume != Resume::No, "--resume"},
                                      {a.quiet, "--quiet"},
                                      {a.verbose, "--verbose"},
                                      {a.compensateBlack, "--bpc"},

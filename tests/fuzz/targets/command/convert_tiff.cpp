@@ -96,7 +96,7 @@ std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& argumen
                                unsigned threads) {
     InputList list;
     const std::string& output = arguments.format ? stage.other : arguments.inPlace ? stage.source : stage.output;
-    list.items.push_back({stage.source, output, "out.tif", {}});
+    const Item item{stage.source, output, "out.tif", {}};
     list.single = true;
     const bool exact = arguments.precision == Precision::Exact;
     return RefusalOf([&] {
@@ -112,7 +112,7 @@ std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& argumen
                         swept,
                         nullptr,
                         given};
-        ConvertFile({session, list.items[0], threads});
+        ConvertFile({session, item, threads});
     });
 }
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as the record of earlier runs: it is read, only complete lines about an output in its current state count,
-// and a line that is appended is found again after whatever the record held before.
+// it stays as it is, and a line in the record of another run is found beside it. `hueweave status` counts the same.
 #include <fcntl.h>
-
-#include <algorithm>
 
 #include "FuzzInput.h"
 #include "Scene.h"
-#include "batch/session/Resume.h"
+#include "batch/record/Resume.h"
+#include "batch/status/Status.h"
 
 namespace hueweave::fuzz {
 namespace {
@@ -16,6 +15,7 @@ using namespace tool;
 
 constexpr const char* kRecord = "/.hueweave.jsonl";
 constexpr std::size_t kLongestName = 60;
+constexpr const char* kSettings = "0123456789abcdef0123456789abcdef";
 
 /// A valid file name of any bytes.
 std::string NameOf(FuzzInput& input) {
@@ -30,7 +30,7 @@ std::string NameOf(FuzzInput& input) {
 void RunTarget(FuzzInput& input) {
     static const ScratchFolder folder;
     const std::string name = NameOf(input);
-    const std::string fingerprint = "fingerprint-" + std::to_string(input.U8());
+    const std::string fingerprint(64, "0123456789abcdef"[input.Below(16)]);
     const Bytes before = input.Rest();
     folder.Clear();
     const std::string record = folder.path() + kRecord;
@@ -45,16 +45,19 @@ void RunTarget(FuzzInput& input) {
             Require(!earlier.IsDone(name, fingerprint), "nothing is done that no line tells of");
             const FileAccess output = FileAccess::OpenInput(folder / name);
             earlier.Begin();
-            earlier.Add(name, fingerprint, output);
+            earlier.Add({name, fingerprint, kSettings, {}, {5, 6}}, output);
             earlier.NoteNamed();
         }
         const Bytes after = test::ReadFile(record);
-        Require(after.size() > before.size() && std::equal(before.begin(), before.end(), after.begin()),
-                "what stood there stays");
+        Require(after == before, "what stood there stays");
         ResumeRecord later(folder.path(), true);
         later.Load();
         Require(later.IsDone(name, fingerprint), "the line that was added is found");
-        Require(!later.IsDone(name, fingerprint + "2"), "another fingerprint is another conversion");
+        Require(!later.IsDone(name, std::string(64, 'x')), "another fingerprint is another conversion");
+        Require(later.IsDone(name, kSettings, FileVersion{5, 6}), "the same size and time of the source");
+        Require(!later.IsDone(name, kSettings, FileVersion{5, 7}), "another time of the source");
+        const Progress progress = Status(folder.path()).Count(nullptr);
+        Require(progress.done == 1, "one output is done, whatever the other record tells");
         Require(!later.IsDone(name + "2", fingerprint), "another output is not done");
         test::WriteFile(folder / name, Bytes(18, 0x42));
         Require(!later.IsDone(name, fingerprint), "an output that changed is not done");

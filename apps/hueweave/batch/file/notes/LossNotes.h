@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "batch/file/notes/FileNotes.h"
-#include "batch/session/ConvertOptions.h"
+#include "batch/inputs/ConvertOptions.h"
 #include "tiff/TiffPage.h"
 
 namespace hueweave::tool {

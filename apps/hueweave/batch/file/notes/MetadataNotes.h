@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "batch/file/notes/FileNotes.h"
-#include "batch/session/ConvertOptions.h"
+#include "batch/inputs/ConvertOptions.h"
 #include "picture/Exif.h"
 #include "system/FileAccess.h"
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "batch/session/InputList.h"
+#include "batch/inputs/InputList.h"
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {

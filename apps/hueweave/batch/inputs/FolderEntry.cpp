@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "batch/session/FolderEntry.h"
+#include "batch/inputs/FolderEntry.h"
+
+#include <dirent.h>
 
 #include <system_error>
 
@@ -15,6 +17,13 @@ FolderEntry EntryAt(const fs::path& path, bool follow) {
     if (!isFolder && FormatOfName(path.native()) == Format::Unknown) return FolderEntry::None;
     if (!follow && fs::is_symlink(path, error)) return FolderEntry::Link;
     return isFolder ? FolderEntry::Folder : FolderEntry::File;
+}
+
+FolderEntry EntryOfType(const std::string& path, unsigned type, bool follow) {
+    if (type != DT_REG && type != DT_DIR) return EntryAt(path, follow);
+    if (path[path.rfind('/') + 1] == '.') return FolderEntry::None;
+    if (type == DT_DIR) return FolderEntry::Folder;
+    return FormatOfName(path) == Format::Unknown ? FolderEntry::None : FolderEntry::File;
 }
 
 }  // namespace hueweave::tool

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "batch/session/LineReader.h"
+#include "system/files/LineReader.h"
 
 #include <fcntl.h>
 #include <poll.h>

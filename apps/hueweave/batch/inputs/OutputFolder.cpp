@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "batch/session/OutputFolder.h"
+#include "batch/inputs/OutputFolder.h"
 
 #include <filesystem>
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace hueweave::tool {
 
@@ -15,5 +16,7 @@ enum class FolderEntry {
 
 /// `follow` is the option --follow.
 FolderEntry EntryAt(const std::filesystem::path& path, bool follow);
+/// The same for a listed entry. Its type (DT_REG and so on) answers most questions without a system call.
+FolderEntry EntryOfType(const std::string& path, unsigned type, bool follow);
 
 }  // namespace hueweave::tool

@@ -17,6 +17,10 @@ enum class SourceRule { Given, Embedded, RequireMatch };
 /// What happens to files that are not RGB.
 enum class Others { Refuse, Copy, Skip };
 
+/// How files that an earlier run has converted are recognised: not at all, by a hash of their contents, or by their
+/// size and time.
+enum class Resume { No, ByHash, Fast };
+
 /// Which colours a conversion produces: those that the profiles describe, or the library's own pixels.
 enum class Precision { Exact, Library };
 
@@ -39,14 +43,16 @@ struct ConvertOptions {
     SourceRule source = SourceRule::RequireMatch;
     Others others = Others::Refuse;
     std::optional<std::string> filesFrom;
+    std::string base;  ///< the folder whose subfolders are kept for names in the list; empty for none
     std::optional<Shard> shard;
+    Resume resume = Resume::No;
     std::string curveFile;  ///< read into `rendering` inside the sandbox
     unsigned jobs = 0;      ///< threads; 0 for one per processor
     std::uint64_t maxMemory = std::uint64_t{64} << 20;
     std::optional<Format> format;     ///< of the outputs; nothing for that of each input
     std::optional<unsigned> quality;  ///< of JPEG files that are not JPEG yet
     bool greyToRgb = false;           ///< grey pages become RGB
-    bool noTag = false, force = false, inPlace = false, nul = false, resume = false;
+    bool noTag = false, force = false, inPlace = false, nul = false;
     bool follow = false;  ///< symbolic links in folders
     bool quiet = false, verbose = false, json = false, dryRun = false;
     bool sandbox = false;  ///< confine the whole process, permanently

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "batch/inputs/Collisions.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+#include "system/StableHash.h"
+
+namespace hueweave::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The canonical path of a file, which is equal for all paths that lead to it.
+std::string OnePath(const std::string& path) {
+    std::error_code error;
+    const fs::path one = fs::weakly_canonical(path, error);
+    return error ? fs::path(path).lexically_normal().string() : one.string();
+}
+
+/// The same for many paths in few folders: each folder is looked up once in a row.
+class OnePaths {
+public:
+    explicit OnePaths(bool links) : links_(links) {}
+
+    std::string Of(const std::string& path) {
+        const std::size_t name = path.rfind('/') + 1;
+        if (name == path.size() || path.compare(name, std::string::npos, "..") == 0 || IsLink(path)) {
+            return OnePath(path);
+        }
+        const std::string folder = name == 0 ? "." : path.substr(0, name);
+        if (folder != folder_) {
+            folder_ = folder;
+            one_ = OnePath(folder);
+            if (!one_.ends_with('/')) one_ += '/';
+        }
+        return one_ + path.substr(name);
+    }
+
+private:
+    bool IsLink(const std::string& path) const {
+        struct stat status {};
+        return links_ && ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+    }
+
+    bool links_;
+    std::string folder_, one_;
+};
+
+}  // namespace
+
+void RefuseCollisions(InputList& list, bool replaces) {
+    OnePaths paths(replaces);
+    std::vector<std::pair<std::uint64_t, std::size_t>> hashes;  // of each output, and its number
+    hashes.reserve(list.size());
+    for (std::size_t number = 0; number < list.size(); ++number) {
+        const std::string output = list.OutputAt(number);
+        if (output != "-" && list.names.Refusal(number).empty()) {
+            hashes.emplace_back(StableHash(paths.Of(output)), number);
+        }
+    }
+    std::sort(hashes.begin(), hashes.end());
+    for (auto first = hashes.begin(); first != hashes.end();) {
+        const auto end =
+            std::find_if(first, hashes.end(), [&](const auto& other) { return other.first != first->first; });
+        for (auto each = std::next(first); each != end; ++each) {
+            const std::string output = list.OutputAt(each->second), one = paths.Of(output);
+            const auto same = std::find_if(
+                first, each, [&](const auto& other) { return paths.Of(list.OutputAt(other.second)) == one; });
+            if (same == each) continue;
+            const std::string other(list.names.Source(same->second));
+            list.names.Refuse(each->second,
+                              list.folder.empty() && list.file.empty()
+                                  ? "is the same file as " + other + "; convert it once"
+                                  : "would be written to " + output + ", as " + other + "; rename one of them");
+        }
+        first = end;
+    }
+}
+
+}  // namespace hueweave::tool

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+#include "batch/record/RecordLine.h"
+
+#include <charconv>
+#include <chrono>
+
+#include "system/Json.h"
+#include "system/JsonNames.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// An integer. A number with a fraction is rejected, because it may be out of range.
+template <class Number = long long>
+Number WholeNumber(const nlohmann::json& json, const char* key) {
+    const auto& value = json.at(key);
+    if (!value.is_number_integer()) throw nlohmann::json::type_error::create(302, "no whole number", &value);
+    return value.get<Number>();
+}
+
+/// The value of a key that lines of earlier versions lack.
+long long WholeNumberOr0(const nlohmann::json& json, const char* key) {
+    return json.contains(key) ? WholeNumber(json, key) : 0;
+}
+
+DoneLine ReadDone(const nlohmann::json& json) {
+    DoneLine line;
+    line.output = TakeName(json, "output");
+    line.fingerprint = json.at("fingerprint").get<std::string>();
+    line.settings = json.value("settings", "");
+    line.version = {WholeNumber(json, "size"), WholeNumber(json, "modified")};
+    line.source = {WholeNumberOr0(json, "source_size"), WholeNumberOr0(json, "source_modified")};
+    line.pixels = static_cast<std::uint64_t>(WholeNumberOr0(json, "pixels"));
+    return line;
+}
+
+FailedLine ReadFailed(const nlohmann::json& json) {
+    const bool leftOut = json.contains("left_out");
+    return {TakeName(json, "output"), TakeName(json, "source"),
+            json.at(leftOut ? "left_out" : "refused").get<std::string>(), leftOut, WholeNumber(json, "at")};
+}
+
+RunLine ReadRun(const nlohmann::json& json) {
+    const RunLine line{json.at("list").get<std::string>(), WholeNumber<std::uint64_t>(json, "files"),
+                       WholeNumber<unsigned>(json, "part"), WholeNumber<unsigned>(json, "parts"),
+                       WholeNumber(json, "at")};
+    return line;
+}
+
+}  // namespace
+
+std::optional<Digest> DigestOf(const std::string& hex) {
+    constexpr std::size_t kDigits = 16;
+    Digest digest{};
+    if (hex.size() < kDigits * digest.size()) return std::nullopt;
+    for (std::size_t i = 0; i < digest.size(); ++i) {
+        const char* const from = hex.data() + i * kDigits;
+        if (std::from_chars(from, from + kDigits, digest[i], 16).ptr != from + kDigits) return std::nullopt;
+    }
+    return digest;
+}
+
+RecordLine ParseRecordLine(const std::string& line) {
+    const auto json = nlohmann::json::parse(line, nullptr, false);
+    if (!json.is_object()) return {};
+    try {
+        if (json.contains("fingerprint")) return ReadDone(json);
+        if (json.contains("list")) return ReadRun(json);
+        return ReadFailed(json);
+    } catch (const nlohmann::json::exception&) {
+        return {};
+    }
+}
+
+std::string FormatLine(const DoneLine& line) {
+    nlohmann::ordered_json json;
+    PutName(json, "output", line.output);
+    json["fingerprint"] = line.fingerprint;
+    json["size"] = line.version.size;
+    json["modified"] = line.version.modified;
+    json["source_size"] = line.source.size;
+    json["source_modified"] = line.source.modified;
+    json["settings"] = line.settings;
+    json["pixels"] = line.pixels;
+    return JsonLine(json);
+}
+
+std::string FormatLine(const FailedLine& line) {
+    nlohmann::ordered_json json;
+    PutName(json, "output", line.output);
+    PutName(json, "source", line.source);
+    json[line.leftOut ? "left_out" : "refused"] = line.reason;
+    json["at"] = line.at;
+    return JsonLine(json);
+}
+
+std::string FormatLine(const RunLine& line) {
+    return JsonLine(
+        {{"list", line.list}, {"files", line.files}, {"part", line.part}, {"parts", line.parts}, {"at", line.at}});
+}
+
+long long Now() { return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count(); }
+
+}  // namespace hueweave::tool

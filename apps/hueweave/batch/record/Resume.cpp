@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+#include "batch/record/Resume.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "batch/record/RecordFiles.h"
+#include "system/Refusal.h"
+#include "system/StableHash.h"
+
+namespace hueweave::tool {
+namespace {
+
+/// Settings as they are kept in memory; 0, which no hash has, for lines of earlier versions.
+std::uint64_t SettingsOf(const std::string& hex) {
+    const auto digest = DigestOf(hex);
+    return digest ? (*digest)[0] : 0;
+}
+
+}  // namespace
+
+std::uint64_t RecordEntries::Key(const std::string& output) { return StableHash(output); }
+
+void RecordEntries::Take(const std::string& line, const Wanted& wanted) {
+    const RecordLine read = ParseRecordLine(line);
+    const auto* const done = std::get_if<DoneLine>(&read);
+    if (done == nullptr || (wanted && !wanted(done->output))) return;
+    const auto fingerprint = DigestOf(done->fingerprint);
+    if (!fingerprint) return;
+    entries_.emplace(Key(done->output), Entry{*fingerprint, SettingsOf(done->settings), done->version, done->source});
+}
+
+bool RecordEntries::Has(const std::string& output, const std::string& fingerprint, const FileVersion& version) const {
+    const auto digest = DigestOf(fingerprint);
+    const auto [begin, end] = entries_.equal_range(Key(output));
+    return std::any_of(begin, end, [&](const auto& entry) {
+        return digest == entry.second.fingerprint && entry.second.version == version;
+    });
+}
+
+bool RecordEntries::Has(const std::string& output, const std::string& settings, const FileVersion& source,
+                        const FileVersion& version) const {
+    const std::uint64_t wanted = SettingsOf(settings);
+    const auto [begin, end] = entries_.equal_range(Key(output));
+    return wanted != 0 && std::any_of(begin, end, [&](const auto& entry) {
+               return entry.second.settings == wanted && entry.second.source == source &&
+                      entry.second.version == version;
+           });
+}
+
+void ResumeRecord::Load(const RecordEntries::Wanted& wanted) {
+    const std::lock_guard lock(mutex_);
+    for (const std::string& path : RecordsIn(folder_)) {
+        ReadRecord(
+            path, [&](const std::string& line) { entries_.Take(line, wanted); }, ", and records no earlier run",
+            "remove it, or leave out --resume");
+    }
+}
+
+ResumeRecord::~ResumeRecord() {
+    if (!opened_ || named_ || stay_) return;
+    const std::string& path = record_.file.name();
+    struct stat now {
+    }, ours{};
+    if (::lstat(path.c_str(), &now) != 0 || ::fstat(record_.file.descriptor(), &ours) != 0) return;
+    const bool same = IdentityOf(now) == IdentityOf(ours);
+    if (same && now.st_size == written_) ::unlink(path.c_str());  // otherwise another program has written to it too
+}
+
+std::optional<FileVersion> ResumeRecord::VersionOfOutput(const std::string& relative) const {
+    struct stat now {};
+    if (::stat((folder_ + "/" + relative).c_str(), &now) != 0) return std::nullopt;
+    return VersionOf(now);
+}
+
+bool ResumeRecord::IsDone(const std::string& relative, const std::string& fingerprint) const {
+    const auto version = VersionOfOutput(relative);
+    const std::lock_guard lock(mutex_);
+    return version && entries_.Has(relative, fingerprint, *version);
+}
+
+bool ResumeRecord::IsDone(const std::string& relative, const std::string& settings, const FileVersion& source) const {
+    const auto version = VersionOfOutput(relative);
+    const std::lock_guard lock(mutex_);
+    return version && entries_.Has(relative, settings, source, *version);
+}
+
+bool ResumeRecord::Knows(const std::string& relative) const {
+    const std::lock_guard lock(mutex_);
+    return entries_.Has(relative);
+}
+
+void ResumeRecord::Forget(const std::string& relative) {
+    const std::lock_guard lock(mutex_);
+    entries_.Forget(relative);
+}
+
+void ResumeRecord::Begin() {
+    const std::lock_guard lock(mutex_);
+    Open();
+    if (record_.error == EMFILE || record_.error == ENFILE) RefuseWrite(folder_ + "/.hueweave.jsonl", record_.error);
+}
+
+void ResumeRecord::Open() {
+    if (record_.file.descriptor() >= 0) return;
+    record_ = MakeRecord(folder_);
+    if (record_.error != 0) return;
+    opened_ = true;
+    if (run_) (void)Write(FormatLine(*run_));  // without it, only the total is missing
+}
+
+/// Appends a line with one call, and returns the error number, or 0.
+int ResumeRecord::Write(const std::string& text) {
+    // Starts a new line, in case the last one was cut off.
+    const std::string line = "\n" + text + "\n";
+    const ssize_t put = ::write(record_.file.descriptor(), line.data(), line.size());
+    const int error = put < 0 ? errno : put < static_cast<ssize_t>(line.size()) ? ENOSPC : 0;
+    written_ += std::max<ssize_t>(put, 0);
+    return error;
+}
+
+void ResumeRecord::Add(DoneLine done, const FileAccess& output) {
+    done.version = VersionOf(output.Status());
+    const std::string line = FormatLine(done);
+    std::unique_lock lock(mutex_);
+    Open();
+    const FileAccess& file = record_.file;
+    if (record_.error != 0) {
+        throw Refusal(Exit::Output, folder_ + "/.hueweave.jsonl", record_.problem + " and is not written to",
+                      "--resume will not recognise this run; remove it for the next one");
+    }
+    int error = Write(line);
+    lock.unlock();
+    // Flushed before the output gets its name, so that the output is recorded even after a power failure.
+    if (error == 0 && ::fdatasync(file.descriptor()) != 0) error = errno;
+    if (error != 0) {
+        throw Refusal(Exit::Output, file.name(), "cannot be written (" + ErrorText(error) + ")",
+                      "--resume will not recognise " + done.output);
+    }
+}
+
+void ResumeRecord::Add(const FailedLine& failed) {
+    const std::string line = FormatLine(failed);
+    const std::lock_guard lock(mutex_);
+    if (stay_) Open();
+    if (record_.error == 0 && record_.file.descriptor() >= 0) (void)Write(line);
+}
+
+}  // namespace hueweave::tool

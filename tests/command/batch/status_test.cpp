@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+// Runs over parts of the same files: `hueweave status` over their records, names with subfolders in a list, and what
+// is recognised by its size and time.
+#include <filesystem>
+#include <fstream>
+
+#include "batch/record/RecordFiles.h"
+#include "command/support/Batch.h"
+#include "system/Json.h"
+
+namespace hueweave::test {
+namespace {
+
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+class StatusTest : public BatchTest {
+protected:
+    nlohmann::json StatusOf(const Words& more = {}) const {
+        const Outcome run = Hueweave(Words{"status", out_, "--json"} + more);
+        EXPECT_EQ(run.status, 0) << run.err;
+        return nlohmann::json::parse(run.out);
+    }
+    /// Six files, of which one is cut off.
+    void MakeSix() const {
+        Copy("n", 2);
+        const std::string bytes = FileBytes(scans_ + "/a.tif");
+        WriteBytes(scans_ + "/cut.tif", bytes.substr(0, bytes.size() / 2));
+    }
+    Words List(const std::string& which) const {
+        const std::string names = Hueweave({"status", out_, scans_, "--list", which, "-0"}).out;
+        Words list;
+        for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) list.emplace_back(&names[at]);
+        return list;
+    }
+};
+
+TEST_F(StatusTest, CountsTheFilesOfAllPartsWithTheirReasons) {
+    MakeSix();
+    EXPECT_THAT(Hueweave({"status", out_}), SaysOnly(5, out_ + ": is no folder; name the output folder of the runs"));
+    EXPECT_NE(ConvertAll({"--shard", "1/2", "-q"}).status, 2);
+    nlohmann::json status = StatusOf({scans_});
+    EXPECT_EQ(status["total"], 6);
+    EXPECT_GT(status["left"], 0);
+    EXPECT_EQ(status["done"].get<int>() + status["failed"].get<int>() + status["left"].get<int>(), 6);
+    EXPECT_EQ(List("left").size(), status["left"].get<std::size_t>());
+    // Without the inputs, the total is that of the part, twice.
+    EXPECT_TRUE(StatusOf()["estimated"]);
+    EXPECT_NE(ConvertAll({"--shard", "2/2", "-q"}).status, 2);
+    std::uintmax_t bytes = 0;
+    for (const std::string& name : Outputs()) bytes += fs::file_size(out_ + "/" + name);
+    status = StatusOf();
+    EXPECT_EQ(status["done"], 5);
+    EXPECT_EQ(status["failed"], 1);
+    EXPECT_EQ(status["left"], 0);
+    EXPECT_FALSE(status["estimated"]);
+    EXPECT_EQ(status["bytes"], bytes);
+    EXPECT_EQ(status["pixels"], 5 * 210 * 238);
+    ASSERT_EQ(status["reasons"].size(), 1U);
+    EXPECT_EQ(status["reasons"][0]["files"], 1);
+    EXPECT_EQ(status["reasons"][0]["first"], scans_ + "/cut.tif");
+    EXPECT_EQ(List("failed"), Words{scans_ + "/cut.tif"});
+    EXPECT_EQ(List("left"), Words{});
+    EXPECT_THAT(Hueweave({"status", out_}).out, testing::StartsWith("5 done, 1 failed, 0 left of 6\n"));
+    // With another format, the outputs have other names.
+    fs::create_directory(folder_ / "png");
+    ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "--format", "png", "-o", folder_ / "png"}).status, 0);
+    EXPECT_THAT(Hueweave({"status", folder_ / "png", scans_ + "/a.tif", "--format", "png"}).out,
+                testing::StartsWith("1 done, 0 failed, 0 left of 1\n"));
+    // When the file is whole, it is done by the next run, and an output that was removed is left.
+    fs::copy_file(scans_ + "/a.tif", scans_ + "/cut.tif", fs::copy_options::overwrite_existing);
+    EXPECT_THAT(ConvertAll({"--resume=fast"}), Says(0, "1 converted, 5 done already"));
+    fs::remove(out_ + "/n1.tif");
+    status = StatusOf({scans_});
+    EXPECT_EQ(status["done"], 5);
+    EXPECT_EQ(status["failed"], 0);
+    EXPECT_EQ(List("left"), Words{scans_ + "/n1.tif"});
+}
+
+TEST_F(StatusTest, FilesThatAreLeftOutAreNeitherFailedNorLeft) {
+    Shell("convert-im6 -size 8x8 xc:gray50 -colorspace Gray -depth 1 -monochrome " + Quoted(scans_ + "/page.tif"));
+    ASSERT_EQ(ConvertAll({"--others", "skip"}).status, 0);
+    const nlohmann::json status = StatusOf({scans_});
+    EXPECT_EQ(status["left_out"], 1);
+    EXPECT_EQ(status["failed"], 0);
+    EXPECT_EQ(status["left"], 0);
+}
+
+TEST_F(StatusTest, EachRunWritesARecordOfItsOwn) {
+    ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "-o", out_ + "/"}).status, 0);
+    const std::string first = FileBytes(out_ + "/.hueweave.jsonl");
+    ASSERT_EQ(ConvertAll({"--resume"}).status, 0);
+    EXPECT_EQ(FileBytes(out_ + "/.hueweave.jsonl"), first);
+    const std::vector<std::string> records = tool::RecordsIn(out_);
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_THAT(ConvertAll({"--resume"}), Says(0, "0 converted, 3 done already"));
+    EXPECT_EQ(tool::RecordsIn(out_), records) << "a run that writes nothing leaves no record";
+    // A line that is being written counts when it is complete; so do the records of others.
+    std::ofstream(records[0], std::ios::app) << R"({"output":"b.TIFF","fing)";
+    EXPECT_EQ(StatusOf()["done"], 3);
+    WriteBytes(out_ + "/.hueweave-other-1-0.jsonl", "\n{\"list\":\"x\",\"files\":7,\"part\":1,\"parts\":1,\"at\":1}\n");
+    EXPECT_EQ(StatusOf()["total"], 3 + 1 + 7);
+}
+
+TEST_F(StatusTest, AListOfNamesKeepsTheirSubfoldersBelowTheBase) {
+    const std::string list = folder_ / "list";
+    WriteBytes(list, scans_ + "/a.tif\n" + scans_ + "/deep/a.tif\n" + scans_ + "/deep/../c.tif\n" + list + ".tif\n");
+    const Outcome run = ConvertScan({"--files-from", list, "--base", scans_, "-o", out_});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.err, HasSubstr("/deep/../c.tif: is not below " + scans_ + ", which --base names"));
+    EXPECT_THAT(run.err, HasSubstr(list + ".tif: is not below " + scans_));
+    EXPECT_EQ(Outputs(), (Names{"a.tif", "deep/a.tif"}));
+    EXPECT_EQ(List("left"), Words{scans_ + "/b.TIFF"});
+    // Without it, two of the outputs have the same name.
+    fs::remove_all(out_);
+    EXPECT_THAT(ConvertScan({"--files-from", list, "-o", out_}).err,
+                HasSubstr("deep/a.tif: would be written to " + out_ + "/a.tif, as " + scans_ + "/a.tif"));
+}
+
+TEST_F(StatusTest, FastResumeComparesSizesAndTimesOfSourceAndOutput) {
+    ASSERT_EQ(ConvertAll().status, 0);
+    const auto again = [&](const std::string& option) { return ConvertAll({option, "-j", "1"}).err; };
+    const std::string source = scans_ + "/deep/a.tif";
+    const auto time = fs::last_write_time(source);
+    std::string bytes = FileBytes(source);
+    bytes[1000] = static_cast<char>(bytes[1000] + 1);
+    WriteBytes(source, bytes);
+    // Another time, another content: not done. The same time: fast takes it for the same.
+    EXPECT_THAT(again("--resume=fast"), HasSubstr("0 converted, 2 done already, 1 refused"));
+    fs::last_write_time(source, time);
+    EXPECT_THAT(again("--resume=fast"), HasSubstr("0 converted, 3 done already"));
+    EXPECT_THAT(again("--resume"), HasSubstr("0 converted, 2 done already, 1 refused"));
+    // Another time, the same content: the hash tells.
+    fs::last_write_time(scans_ + "/a.tif", time);
+    EXPECT_THAT(again("--resume=fast"), HasSubstr("0 converted, 3 done already"));
+    // Other options, and an output that changed.
+    EXPECT_THAT(ConvertAll({"--resume=fast", "--intent", "relative"}).err, HasSubstr("3 refused"));
+    WriteBytes(out_ + "/b.TIFF", "spoilt");
+    EXPECT_THAT(again("--resume=fast"), HasSubstr("2 done already, 1 refused"));
+}
+
+}  // namespace
+}  // namespace hueweave::test
