@@ -176,7 +176,22 @@ void Print(const Json& json, int depth) {
     }
 }
 
-Json Describe(const std::string& path) {
+/// The line of JSON for a file that cannot be described.
+void PrintRefused(const std::string& path, const std::string& reason) {
+    Json json;
+    PutName(json, "file", path);
+    json["reason"] = reason;
+    fmt::print("{}\n", JsonLine(json));
+}
+
+constexpr const char* kExamples = R"(Examples:
+  hueweave inspect scan.tif
+  hueweave inspect scanner.icc
+  hueweave inspect --json scans/*.tif                   one line for each file)";
+
+}  // namespace
+
+Json DescribeFile(const std::string& path) {
     const FileAccess file = FileAccess::OpenInput(path);
     const auto describe = [&](const Bytes& profile) { return DescribeProfile(path, profile, true); };
     switch (FormatOf(file)) {
@@ -199,21 +214,6 @@ Json Describe(const std::string& path) {
     return DescribeProfile(path, file.Read({0, file.Size()}), false);
 }
 
-/// The line of JSON for a file that cannot be described.
-void PrintRefused(const std::string& path, const std::string& reason) {
-    Json json;
-    PutName(json, "file", path);
-    json["reason"] = reason;
-    fmt::print("{}\n", JsonLine(json));
-}
-
-constexpr const char* kExamples = R"(Examples:
-  hueweave inspect scan.tif
-  hueweave inspect scanner.icc
-  hueweave inspect --json scans/*.tif                   one line for each file)";
-
-}  // namespace
-
 CLI::App* InspectCommand::Declare(CLI::App& app) {
     CLI::App* c = app.add_subcommand("inspect", "Describe a profile or a picture");
     c->add_option("FILE", options_.files, "Profiles, or TIFF, PNG and JPEG files")->required();
@@ -234,7 +234,7 @@ Exit InspectCommand::Run() {
         try {
             Json json;
             PutName(json, "file", path);
-            json.update(Describe(path));
+            json.update(DescribeFile(path));
             if (options_.json) {
                 fmt::print("{}\n", JsonLine(json));
             } else {

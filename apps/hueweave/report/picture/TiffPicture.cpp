@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <vector>
+
+#include "report/picture/PictureReader.h"
+#include "system/Refusal.h"
+#include "system/Signals.h"
+#include "system/StandardStreams.h"
+#include "tiff/codec/TiffDecoder.h"
+#include "tiff/rewrite/PlaneSet.h"
+
+namespace hueweave::tool {
+namespace {
+
+constexpr std::uint64_t kWhole = std::uint64_t{16} << 20;  ///< bytes; a larger strip is read by rows
+
+/// The strips or tiles of all planes, decoded as a whole.
+class WholeSegments : public PlaneSource {
+public:
+    WholeSegments(const PageSource& source, const TiffPage& page) : decoder_(source), page_(page) {}
+    void Choose(std::uint64_t segment) { segment_ = segment; }
+    void Take(unsigned plane, Bytes& data) override { decoder_.ReadSegment(plane * page_.InPlane() + segment_, data); }
+
+private:
+    TiffDecoder decoder_;
+    const TiffPage& page_;
+    std::uint64_t segment_ = 0;
+};
+
+/// The next row of all planes.
+class SingleRows : public PlaneSource {
+public:
+    SingleRows(const PageSource& source, const TiffPage& page, const std::string& name)
+        : rowBytes_(static_cast<std::size_t>(page.RowBytes())) {
+        for (unsigned plane = 0; plane < (page.planar ? page.samples : 1); ++plane) {
+            decoders_.push_back(std::make_unique<RowDecoder>(source, plane, TemporaryFolder(), name));
+        }
+    }
+    void Take(unsigned plane, Bytes& data) override {
+        data.resize(rowBytes_);
+        decoders_[plane]->ReadRow(data.data());
+    }
+
+private:
+    std::size_t rowBytes_;
+    std::vector<std::unique_ptr<RowDecoder>> decoders_;
+};
+
+class TiffPicture : public PictureReader {
+public:
+    explicit TiffPicture(const FileAccess& file) : structure_(file) {
+        const std::vector<TiffPage> pages = ReadPages(structure_);
+        const auto isRgb = [](const TiffPage& page) {
+            return page.IsConvertible() && page.model == colour::ColourModel::Rgb;
+        };
+        const auto found = std::find_if(pages.begin(), pages.end(), isRgb);
+        if (found == pages.end()) {
+            throw Refusal(Exit::Input, file.name(), "holds no RGB pixels", "give an RGB picture");
+        }
+        page_ = *found;
+        isPremultiplied_ = page_.premultiplied;
+        raster_ = {page_.width, page_.height, PlaneSet(page_).samples(), page_.written.bits};
+        CheckMemory();
+    }
+
+    void Read(const TakePixels& take) override {
+        const PageSource source(structure_, page_);
+        PlaneSet planes(page_);
+        byRows_ ? ReadRows(source, planes, take) : ReadSegments(source, planes, take);
+    }
+
+private:
+    void CheckMemory() {
+        std::uint64_t largest = 0;
+        for (const Extent& segment : page_.segments) largest = std::max(largest, segment.size);
+        const std::uint64_t planes = page_.planar ? page_.samples : 1;
+        const std::uint64_t whole = largest + planes * page_.DecodedBytes(0);
+        byRows_ = !page_.tiled && whole > kWhole;
+        const std::uint64_t turned = page_.fillOrder == 1 ? 0 : largest;  // which libtiff keeps in memory completely
+        const std::uint64_t row = planes * (page_.RowBytes() + turned) + PlaneSet::RowMemory(page_);
+        if ((byRows_ ? row : whole + PlaneSet::RowMemory(page_) * page_.RowsOf(0)) > kMostBuffer) {
+            throw Refusal(Exit::Input, structure_.file().name(),
+                          std::string("has ") + (page_.tiled ? "tiles" : "rows") + " that take more than 256 MiB",
+                          "write it anew with smaller tiles, for example with tiffcp -t -w 512 -l 512");
+        }
+    }
+
+    void ReadSegments(const PageSource& source, PlaneSet& planes, const TakePixels& take) {
+        WholeSegments segments(source, page_);
+        for (std::uint64_t s = 0; s < page_.InPlane(); ++s) {
+            ThrowIfInterrupted();
+            segments.Choose(s);
+            planes.Gather(segments);
+            const auto left = static_cast<std::uint32_t>(s % page_.across * page_.segmentWidth);
+            const auto top = static_cast<std::uint32_t>(s / page_.across * page_.segmentHeight);
+            const std::uint32_t rows = std::min(page_.RowsOf(s), page_.height - top);
+            for (std::uint32_t r = 0; r < rows; ++r) Pass(planes, left, top + r, r, take);
+        }
+    }
+
+    void ReadRows(const PageSource& source, PlaneSet& planes, const TakePixels& take) {
+        SingleRows rows(source, page_, structure_.file().name());
+        for (std::uint32_t y = 0; y < page_.height; ++y) {
+            ThrowIfInterrupted();
+            planes.Gather(rows);
+            Pass(planes, 0, y, 0, take);
+        }
+    }
+
+    /// Passes on a row of the gathered pixels without the padding of tiles.
+    void Pass(const PlaneSet& planes, std::uint32_t x, std::uint32_t y, std::uint32_t row, const TakePixels& take) {
+        const std::uint32_t columns = std::min(page_.segmentWidth, page_.width - x);
+        const auto* const from = planes.data() + raster_.PixelBytes() * page_.segmentWidth * row;
+        row_.assign(from, from + raster_.PixelBytes() * columns);
+        take(x, y, columns, row_.data());
+    }
+
+    const TiffStructure structure_;
+    TiffPage page_;
+    bool byRows_ = false;
+    Bytes row_;
+};
+
+}  // namespace
+
+std::unique_ptr<PictureReader> OpenTiffPicture(const FileAccess& file) { return std::make_unique<TiffPicture>(file); }
+
+}  // namespace hueweave::tool
