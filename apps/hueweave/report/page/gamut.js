@@ -54,6 +54,18 @@ function makeSolid(solid, triangles) {
 }
 
 /**
+ * The distance of the farthest point from the middle of the scene.
+ * @param {Solid} solid
+ */
+function reachOf(solid) {
+    let reach = 0;
+    for (let n = 0; n < solid.lab.length; n += 3) {
+        reach = Math.max(reach, Math.hypot(solid.lab[n] - 50, solid.lab[n + 1], solid.lab[n + 2]));
+    }
+    return reach;
+}
+
+/**
  * A label that always faces the reader.
  * @param {string} text
  * @param {number[]} place
@@ -183,6 +195,7 @@ function startSolid(host, report) {
         maxDistance: 900,
     });
     const render = () => renderer.render(parts.scene, camera);
+    const reach = Math.max(reachOf(report.gamut.device), reachOf(report.gamut.target));
     const turn = (/** @type {number} */ around, /** @type {number} */ up, /** @type {number} */ factor) => {
         const { x, y, z } = camera.position;
         const distance = Math.min(900, Math.max(120, Math.hypot(x, y, z) * factor));
@@ -194,7 +207,7 @@ function startSolid(host, report) {
         render();
     };
     const reset = () => {
-        camera.position.set(150, 105, 290);
+        camera.position.set(150, 105, 290).setLength(2.4 * reach);
         turn(0, 0, 1);
     };
     // The wheel scrolls the page until the reader chooses the solid.
