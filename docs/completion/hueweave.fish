@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: MIT
 # Completion of the command hueweave for fish; installed as fish/vendor_completions.d/hueweave.fish.
 
-set -l commands convert watch inspect bake verify check spaces
+set -l commands convert watch inspect bake verify check report spaces
 set -l first "not __fish_seen_subcommand_from $commands help"
 set -l conversion '__fish_seen_subcommand_from convert watch'
-set -l rendering '__fish_seen_subcommand_from convert watch verify check'
-set -l reading '__fish_seen_subcommand_from convert watch inspect bake verify check'
+set -l rendering '__fish_seen_subcommand_from convert watch verify check report'
+set -l reading '__fish_seen_subcommand_from convert watch inspect bake verify check report'
 
 complete -c hueweave -n $first -f -a convert -d 'convert TIFF, PNG and JPEG files to a colour space'
 complete -c hueweave -n $first -f -a watch -d 'convert the pictures that arrive in a folder'
@@ -13,6 +13,7 @@ complete -c hueweave -n $first -f -a inspect -d 'describe a profile or a picture
 complete -c hueweave -n $first -f -a bake -d 'make a profile that the engine supports for every intent'
 complete -c hueweave -n $first -f -a verify -d 'compare conversions with Little CMS in floating point'
 complete -c hueweave -n $first -f -a check -d 'compare the converted colours of a chart with their reference'
+complete -c hueweave -n $first -f -a report -d 'write a page that shows what a profile does to colours and pictures'
 complete -c hueweave -n $first -f -a spaces -d 'list the output colour spaces'
 complete -c hueweave -n $first -f -a help -d 'print the options of a command'
 complete -c hueweave -n $first -s V -l version -d 'print the version and exit'
@@ -20,7 +21,7 @@ complete -c hueweave -n '__fish_seen_subcommand_from help' -f -a "$commands help
 complete -c hueweave -n '__fish_seen_subcommand_from spaces' -f
 
 complete -c hueweave -n 'not __fish_seen_subcommand_from help' -s h -l help -d 'print the options and exit'
-complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake' -s q -l quiet -d 'say nothing but refusals'
+complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake report' -s q -l quiet -d 'say nothing but refusals'
 complete -c hueweave -n $reading -l no-sandbox -d 'read the files without being confined'
 complete -c hueweave -n '__fish_seen_subcommand_from convert watch inspect bake verify check spaces' -l json \
     -d 'write one line of JSON for each result'
@@ -29,7 +30,7 @@ complete -c hueweave -n $rendering -l to -x -d 'colour space or profile of the o
     -a 'srgb srgb-linear display-p3 rec2020 prophoto eci-rgb-v2 adobe-rgb adobe-rgb-g18 adobe-rgb-linear
         apple-rgb-g18 apple-rgb-linear colormatch-g18 colormatch-linear kodak-photo kodak-mix kodak-text'
 complete -c hueweave -n $rendering -l intent -x -d 'rendering intent' -a 'perceptual relative saturation absolute'
-complete -c hueweave -n $rendering -l precision -x -d 'which colours' -a 'exact library'
+complete -c hueweave -n '__fish_seen_subcommand_from convert watch verify check' -l precision -x -d 'which colours' -a 'exact library'
 
 complete -c hueweave -n '__fish_seen_subcommand_from convert watch check' -l profile -r -d 'profile of the input'
 complete -c hueweave -n '__fish_seen_subcommand_from convert watch check' -l bpc -d 'compensate the black point'
@@ -48,8 +49,8 @@ complete -c hueweave -n $conversion -s j -l jobs -x -d 'threads'
 complete -c hueweave -n $conversion -l max-memory -x -d 'memory for a file, as 64M'
 complete -c hueweave -n $conversion -l follow -d 'follow symbolic links in folders'
 
-complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake' -s o -l output -r -d 'file or folder to write'
-complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake' -l force -d 'replace files that are there already'
+complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake report' -s o -l output -r -d 'file or folder to write'
+complete -c hueweave -n '__fish_seen_subcommand_from convert watch bake report' -l force -d 'replace files that are there already'
 
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -l in-place -d 'replace each input by its conversion'
 complete -c hueweave -n '__fish_seen_subcommand_from convert' -l files-from -r -d 'read the names of inputs from a file'
@@ -62,6 +63,7 @@ complete -c hueweave -n '__fish_seen_subcommand_from convert' -l dry-run -d 'wri
 
 complete -c hueweave -n '__fish_seen_subcommand_from watch' -l settle -x -d 'seconds for which a file must stay the same'
 
+complete -c hueweave -n '__fish_seen_subcommand_from report' -l chart -r -d 'chart with its reference'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l image -r -d 'colours of a picture'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l bits -x -d 'bits a sample' -a '8 16'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l points -x -d 'points of the grid on each axis'

@@ -12,7 +12,7 @@ namespace {
 
 using nlohmann::json;
 
-class ReportTest : public ProfileTest {
+class ReportPageTest : public ProfileTest {
 protected:
     /// Makes a page and returns it.
     std::string PageOf(const Words& words) const {
@@ -40,7 +40,7 @@ std::size_t CountOf(const std::string& text, const std::string& part) {
     return count;
 }
 
-TEST_F(ReportTest, HasTheNumbersOfInspectAndVerify) {
+TEST_F(ReportPageTest, HasTheNumbersOfInspectAndVerify) {
     const Words profile{Input("wide.icc")};
     const json numbers = NumbersOf(PageOf(profile));
     json inspected = Told(Words{"inspect"} + profile);
@@ -50,7 +50,7 @@ TEST_F(ReportTest, HasTheNumbersOfInspectAndVerify) {
     EXPECT_EQ(numbers["profile"]["file"], Input("wide.icc"));
 }
 
-TEST_F(ReportTest, FindsTheCornersOfALargerSpaceOutside) {
+TEST_F(ReportPageTest, FindsTheCornersOfALargerSpaceOutside) {
     // Of the corners of AdobeRGB, only black and white are inside sRGB. Each corner belongs to three faces.
     const json solid = NumbersOf(PageOf({Input("wide.icc")}))["gamut"]["device"];
     const std::string outside = solid["outside"];
@@ -66,7 +66,7 @@ TEST_F(ReportTest, FindsTheCornersOfALargerSpaceOutside) {
     EXPECT_EQ(corners, 18U);
 }
 
-TEST_F(ReportTest, HasTheToneOfAGamma) {
+TEST_F(ReportPageTest, HasTheToneOfAGamma) {
     WriteDeviceProfile(profile_, Form::Matrix4);  // gamma 1.8
     const json tone = NumbersOf(PageOf({profile_, "--intent", "relative"}))["tone"];
     ASSERT_EQ(tone["L"].size(), 257U);
@@ -79,7 +79,7 @@ TEST_F(ReportTest, HasTheToneOfAGamma) {
     }
 }
 
-TEST_F(ReportTest, CountsEachPixelOfAPicture) {
+TEST_F(ReportPageTest, CountsEachPixelOfAPicture) {
     const std::string image = folder_ / "image.tif";
     // Two black pixels, one of the largest red, and one within the range.
     OneStrip(std::string("\0\0\0\0\0\0\xff\0\0\x80\x80\x80", 12), {.width = 4, .height = 1}).Save(image);
@@ -96,7 +96,7 @@ TEST_F(ReportTest, CountsEachPixelOfAPicture) {
     EXPECT_EQ(CountOf(MarkupOf(page), "src=\"data:image/png;base64,"), 1U);
 }
 
-TEST_F(ReportTest, CountsWhatConvertCountsInEachFormat) {
+TEST_F(ReportPageTest, CountsWhatConvertCountsInEachFormat) {
     const std::string jpeg = folder_ / "photo.jpg", palette = folder_ / "palette.png", tiles = folder_ / "tiles.tif",
                       planes = folder_ / "planes.tif";
     Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " " + Quoted(jpeg));
@@ -118,7 +118,7 @@ TEST_F(ReportTest, CountsWhatConvertCountsInEachFormat) {
     }
 }
 
-TEST_F(ReportTest, ReducesALargePicture) {
+TEST_F(ReportPageTest, ReducesALargePicture) {
     const std::string large = folder_ / "large.tif";
     Shell("convert-im6 -size 2400x30 gradient:red-blue -depth 8 -type truecolor -compress none " + Quoted(large));
     const json picture = NumbersOf(PageOf({Input("matrix.icc"), large}))["pictures"][0];
@@ -126,7 +126,7 @@ TEST_F(ReportTest, ReducesALargePicture) {
     EXPECT_EQ(picture["pixels"], 72000);
 }
 
-TEST_F(ReportTest, ShowsNamesAsText) {
+TEST_F(ReportPageTest, ShowsNamesAsText) {
     const std::vector<std::string> names{"<script>alert(1)<:script>",
                                          "\"><img src=x onerror=alert(1)>",
                                          "<!--",
@@ -168,7 +168,7 @@ TEST_F(ReportTest, ShowsNamesAsText) {
     }
 }
 
-TEST_F(ReportTest, RefusesWithoutWriting) {
+TEST_F(ReportPageTest, RefusesWithoutWriting) {
     const std::string grey = folder_ / "grey.tif", text = folder_ / "text.txt";
     Shell("convert-im6 -size 8x8 gradient: -type grayscale " + Quoted(grey));
     WriteBytes(text, "no chart and no picture");
@@ -189,7 +189,7 @@ TEST_F(ReportTest, RefusesWithoutWriting) {
     EXPECT_EQ(FileBytes(page_), "mine");
 }
 
-TEST_F(ReportTest, JudgesAChartByAllGuidelines) {
+TEST_F(ReportPageTest, JudgesAChartByAllGuidelines) {
     const Words check{"check", "--profile", Input("scanner.icc"), Input("scanner.ti3")};
     const json chart = NumbersOf(PageOf({Input("scanner.icc"), "--chart", Input("scanner.ti3")}))["chart"];
     const json wanted = Told(check);

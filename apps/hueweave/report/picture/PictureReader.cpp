@@ -15,6 +15,10 @@
 namespace hueweave::tool {
 namespace {
 
+[[noreturn]] void RefuseColours(const FileAccess& file) {
+    throw Refusal(Exit::Input, file.name(), "holds no RGB pixels", "give an RGB picture");
+}
+
 /// Passes on decoded rows, a band at a time.
 void ReadBands(const Raster& raster, RowSource& source, const std::function<void(std::uint32_t y, Bytes& row)>& take) {
     Bytes row(static_cast<std::size_t>(raster.RowBytes()));
@@ -30,7 +34,8 @@ public:
     explicit JpegPicture(const FileAccess& file) : structure_(file) {
         CheckConvertible(structure_);
         const JpegFrame& frame = structure_.frame();
-        if (JpegCoderMemory(structure_) > kMostBuffer) {
+        if (frame.components.size() != 3) RefuseColours(file);
+        if (JpegCoderMemory(structure_, 3) > kMostBuffer) {
             throw Refusal(Exit::Input, file.name(), "is progressive and takes more than 256 MiB to decode",
                           "write it anew as a baseline JPEG");
         }
@@ -50,8 +55,9 @@ class PngPicture : public PictureReader {
 public:
     explicit PngPicture(const FileAccess& file) : structure_(file) {
         CheckConvertible(structure_);
+        if (structure_.header().IsGrey()) RefuseColours(file);
         coded_ = RasterOf(structure_.header());
-        if (structure_.header().interlaced && coded_.RowBytes() * coded_.height > kMostBuffer) {
+        if (structure_.header().interlaced && coded_.RowBytes() > kMostBuffer / coded_.height) {
             throw Refusal(Exit::Input, file.name(), "is interlaced and takes more than 256 MiB to decode",
                           "write it anew without interlacing");
         }

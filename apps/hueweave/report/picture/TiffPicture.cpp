@@ -7,6 +7,7 @@
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
 #include "tiff/codec/TiffDecoder.h"
+#include "tiff/rewrite/PixelBlock.h"
 #include "tiff/rewrite/PlaneSet.h"
 
 namespace hueweave::tool {
@@ -59,7 +60,7 @@ public:
         }
         page_ = *found;
         isPremultiplied_ = page_.premultiplied;
-        raster_ = {page_.width, page_.height, PlaneSet(page_).samples(), page_.written.bits};
+        raster_ = {page_.written.width, page_.written.height, PlaneSet(page_).samples(), page_.written.bits};
         CheckMemory();
     }
 
@@ -90,29 +91,33 @@ private:
         for (std::uint64_t s = 0; s < page_.InPlane(); ++s) {
             ThrowIfInterrupted();
             segments.Choose(s);
-            planes.Gather(segments);
-            const auto left = static_cast<std::uint32_t>(s % page_.across * page_.segmentWidth);
-            const auto top = static_cast<std::uint32_t>(s / page_.across * page_.segmentHeight);
-            const std::uint32_t rows = std::min(page_.RowsOf(s), page_.height - top);
-            for (std::uint32_t r = 0; r < rows; ++r) Pass(planes, left, top + r, r, take);
+            Pass(planes, segments, {s, 0, page_.RowsOf(s)}, take);
         }
     }
 
     void ReadRows(const PageSource& source, PlaneSet& planes, const TakePixels& take) {
         SingleRows rows(source, page_, structure_.file().name());
-        for (std::uint32_t y = 0; y < page_.height; ++y) {
-            ThrowIfInterrupted();
-            planes.Gather(rows);
-            Pass(planes, 0, y, 0, take);
+        for (std::uint64_t s = 0; s < page_.InPlane(); ++s) {
+            for (std::uint32_t row = 0; row < page_.RowsOf(s); ++row) {
+                ThrowIfInterrupted();
+                Pass(planes, rows, {s, row, 1}, take);
+            }
         }
     }
 
-    /// Passes on a row of the gathered pixels without the padding of tiles.
-    void Pass(const PlaneSet& planes, std::uint32_t x, std::uint32_t y, std::uint32_t row, const TakePixels& take) {
-        const std::uint32_t columns = std::min(page_.segmentWidth, page_.width - x);
-        const auto* const from = planes.data() + raster_.PixelBytes() * page_.segmentWidth * row;
-        row_.assign(from, from + raster_.PixelBytes() * columns);
-        take(x, y, columns, row_.data());
+    /// Passes on the pixels of a block, without the padding of tiles.
+    void Pass(PlaneSet& planes, PlaneSource& source, const PixelBlock& read, const TakePixels& take) {
+        const PageForm& form = page_.written;
+        const PixelBlock block = WrittenBlock(page_, read);
+        planes.Gather(source, block.rows);
+        const auto left = static_cast<std::uint32_t>(block.segment % form.across * form.segmentWidth);
+        const auto top = static_cast<std::uint32_t>(block.segment / form.across * form.segmentHeight + block.row);
+        const std::uint32_t columns = std::min(form.segmentWidth, form.width - left);
+        for (std::uint32_t r = 0; r < block.rows && top + r < form.height; ++r) {
+            const auto* const from = planes.data() + raster_.PixelBytes() * form.segmentWidth * r;
+            row_.assign(from, from + raster_.PixelBytes() * columns);
+            take(left, top + r, columns, row_.data());
+        }
     }
 
     const TiffStructure structure_;
