@@ -22,6 +22,8 @@ help:
 	@echo "make faults         make every system call and allocation of the command fail; kill it; close its streams"
 	@echo "make check-cluster  convert with Slurm and GNU parallel on machines that die, as root (five minutes)"
 	@echo "make memcheck       run the suites that decode files under valgrind"
+	@echo "make check-report   open reports of profiles and pictures in headless Chromium and use them"
+	@echo "make report-picture renew docs/report.png, which shows a report of the demo's profile"
 	@echo "make lint           run clang-tidy, cppcheck, shellcheck and other static checks"
 	@echo "make docs           build the references of the interface and of the internals"
 	@echo "make packages       build .deb packages and an archive, check them with lintian and test them"
@@ -89,6 +91,17 @@ format:
 
 clean:
 	rm -rf build
+
+.PHONY: check-report report-picture
+check-report:
+	@scripts/install-packages page
+	@$(call build,release) --target hueweave command_inputs
+	@tests/report/check build/release/apps/hueweave/hueweave build/test-inputs/command build/report
+
+# The picture of a report in the README.
+report-picture: demo
+	@scripts/install-packages page
+	@tests/report/picture build/demo/files/report.html docs/report.png
 
 .PHONY: lint docs packages abi
 lint:

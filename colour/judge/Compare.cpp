@@ -38,7 +38,8 @@ double Quantile(const std::vector<double>& sorted, double share) {
 
 class Comparer {
 public:
-    Comparer(const RgbConverter& converter, const Truth& truth) : converter_(converter), truth_(truth) {}
+    Comparer(const RgbConverter& converter, const Truth& truth, const EachColour& each)
+        : converter_(converter), truth_(truth), each_(each) {}
 
     void Add(const DeviceColour* colours, std::size_t count) {
         float source[3 * kRun], wanted[3 * kRun];
@@ -56,7 +57,11 @@ public:
         for (std::size_t n = 0; n < count; ++n) {
             const double difference = cmsCIE2000DeltaE(&wantedLab[n], &reachedLab[n], 1, 1, 1);
             const double known = std::isfinite(difference) ? difference : kUndefined;
-            all_.push_back({colours[n], {wantedLab[n].L, wantedLab[n].a, wantedLab[n].b}, known});
+            all_.push_back({colours[n],
+                            {wantedLab[n].L, wantedLab[n].a, wantedLab[n].b},
+                            known,
+                            {reachedLab[n].L, reachedLab[n].a, reachedLab[n].b}});
+            if (each_) each_(all_.back());
             const auto isOutside = [](float sample) { return !(sample >= -kOutside && sample <= 1 + kOutside); };
             clipped_ += std::any_of(wanted + 3 * n, wanted + 3 * n + 3, isOutside);
         }
@@ -88,6 +93,7 @@ public:
 private:
     const RgbConverter& converter_;
     const Truth& truth_;
+    const EachColour& each_;
     std::vector<Comparison::Worst> all_;
     std::size_t clipped_ = 0;
 };
@@ -124,8 +130,8 @@ std::vector<DeviceColour> CheckColours() {
 }
 
 Comparison Compare(const RgbConverter& converter, const Truth& truth, const std::vector<DeviceColour>& colours,
-                   const Poll& poll) {
-    Comparer comparer(converter, truth);
+                   const Poll& poll, const EachColour& each) {
+    Comparer comparer(converter, truth, each);
     for (std::size_t done = 0; done < colours.size(); done += kRun) {
         poll();
         comparer.Add(&colours[done], std::min(kRun, colours.size() - done));

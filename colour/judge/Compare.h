@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <vector>
 
 #include "colour/base/RgbConverter.h"
@@ -18,6 +19,7 @@ struct Comparison {
         DeviceColour device;
         std::array<double, 3> lab;  ///< expected, within the space
         double difference;
+        std::array<double, 3> reached;  ///< CIELAB of the converter's result
     };
     std::vector<Worst> worst;  ///< the worst first
     std::size_t clipped = 0;   ///< colours outside the space
@@ -29,9 +31,12 @@ std::vector<DeviceColour> GridColours(unsigned points);
 /// over the whole space. Always the same ones.
 std::vector<DeviceColour> CheckColours();
 
+/// Gets each colour that is compared, in order.
+using EachColour = std::function<void(const Comparison::Worst&)>;
+
 /// Compares a converter's results for `colours`, rounded to its bit depth, with the truth clipped to the target's
-/// range. `poll` is called now and then.
+/// range. `poll` is called now and then, `each` with every colour if it is not empty.
 Comparison Compare(const RgbConverter& converter, const Truth& truth, const std::vector<DeviceColour>& colours,
-                   const Poll& poll);
+                   const Poll& poll, const EachColour& each = {});
 
 }  // namespace hueweave::colour

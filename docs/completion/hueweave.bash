@@ -3,7 +3,7 @@
 
 _hueweave() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands="convert watch status inspect bake verify check spaces help"
+    local commands="convert watch status inspect bake verify check report spaces help"
     local options="-h --help -V --version" values="" kind=none assigned="" prefix="" i
 
     # --to=srgb: three words for Bash, which are one only where COMP_WORDBREAKS has no "=".
@@ -45,6 +45,7 @@ _hueweave() {
         kind=files
         options="-h --help --profile --to --precision --intent --bpc --absolute --worst --limit --guideline --json --no-sandbox"
         ;;
+    report) kind=files options="-h --help -o --output --to --intent --chart --force -q --quiet --no-sandbox" ;;
     spaces) options="-h --help --json" ;;
     help) options="" values=$commands ;;
     *) return ;;
@@ -68,7 +69,7 @@ _hueweave() {
         --bits) kind=none options="" values="8 16" ;;
         --precision) kind=none options="" values="exact library" ;;
         --icc-version) kind=none options="" values="4 2" ;;
-        -o | --output | --profile | --curve | --files-from | --base | --image) kind=files options="" ;;
+        -o | --output | --profile | --curve | --files-from | --base | --image | --chart) kind=files options="" ;;
         --lightness | --chroma | --hue | -j | --jobs | --max-memory | --quality | --shard | --points | --worst | --limit | --accept-error | --settle) return ;;
         esac
     fi

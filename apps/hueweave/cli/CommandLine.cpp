@@ -12,6 +12,7 @@
 #include "cli/commands/CheckCommand.h"
 #include "cli/commands/ConvertCommand.h"
 #include "cli/commands/InspectCommand.h"
+#include "cli/commands/ReportCommand.h"
 #include "cli/commands/SpacesCommand.h"
 #include "cli/commands/StatusCommand.h"
 #include "cli/commands/VerifyCommand.h"
@@ -62,6 +63,9 @@ Parser::Parser() {
     declare(std::make_unique<BakeCommand>());
     declare(std::make_unique<VerifyCommand>());
     declare(std::make_unique<CheckCommand>());
+#ifdef HUEWEAVE_HAS_REPORT
+    declare(std::make_unique<ReportCommand>());
+#endif
     declare(std::make_unique<SpacesCommand>());
     app.footer(kFooter);  // set last, because commands without a footer would inherit it
 }

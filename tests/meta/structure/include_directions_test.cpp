@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Includes have one direction. In the library: engine -> {units, iccfile, tiff}, units -> {iccfile, color}, all of them
 // -> base; the remaining folders include only base. In colour: api -> {library, exact, chart} -> profile -> base,
-// levels may be skipped, and nothing of the command. In the command: cli -> batch -> {tiff, png, jpeg} -> picture ->
-// system, levels may be skipped; cli, batch, picture and the folders that write images also include colour, and all
-// folders colour/base. Only colour includes the library's own headers, and the module for Python that of the engine; it
-// includes colour/api besides.
+// levels may be skipped, and nothing of the command. In the command: cli -> {batch, report} -> batch/session -> {tiff,
+// png, jpeg} -> picture -> system, levels may be skipped; cli, batch, picture and the folders that write images also
+// include colour, and all folders colour/base. Only colour includes the library's own headers, and the module for
+// Python that of the engine; it includes colour/api besides.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -43,7 +43,8 @@ const Folders kFiles{"system/files"}, kSandbox{"system/sandbox"}, kPicture{"pict
     kTiff{"tiff"}, kCodec{"tiff/codec"}, kRewrite{"tiff/rewrite"}, kCreate{"create"}, kInputs{"batch/inputs"},
     kRecord{"batch/record"}, kSession{"batch/session"}, kStatus{"batch/status"}, kNotes{"batch/file/notes"},
     kPlan{"batch/file/plan"}, kFile{"batch/file"}, kWatch{"batch/watch"}, kBatch{"batch"}, kOptions{"cli/options"},
-    kCommands{"cli/commands"}, kCli{"cli"};
+    kCommands{"cli/commands"}, kCli{"cli"}, kMeasure{"report/measure"}, kReportPictures{"report/picture"},
+    kReport{"report"};
 
 Folders operator+(Folders a, const Folders& b) {
     a.insert(b.begin(), b.end());
@@ -95,8 +96,11 @@ const Tree kCommand{"apps/hueweave",
                      {"batch/file", kOneFile + kFile},
                      {"batch/watch", kOneFile + kFile + kWatch},
                      {"batch", kOneFile + kFile + kBatch},
+                     {"report/measure", kWork + kInputs + kChart + kSession + kMeasure},
+                     {"report/picture", kWork + kInputs + kPng + kJpeg + kSession + kReportPictures},
+                     {"report", kWork + kInputs + kChart + kSession + kMeasure + kReportPictures + kReport},
                      {"cli/options", kWork + kSandbox + kInputs + kSession + kOptions},
-                     {"cli/commands", kAllFiles + kChart + kSandbox + kOptions + kCommands},
+                     {"cli/commands", kAllFiles + kChart + kSandbox + kMeasure + kReport + kOptions + kCommands},
                      {"cli", kSystemAndBase + kSandbox + kOptions + kCommands + kCli}}};
 
 const Tree kPython{"python/native", 7, {{"", kHeaders + kApi + Folders{"", "engine"}}}};

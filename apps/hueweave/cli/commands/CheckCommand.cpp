@@ -4,90 +4,17 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
-#include <cmath>
 
-#include "batch/session/ProfileCache.h"
 #include "cli/options/Values.h"
-#include "system/Json.h"
 #include "system/JsonNames.h"
 #include "system/sandbox/Sandbox.h"
 
 namespace hueweave::tool {
 namespace {
 
-using colour::DeviceColour;
-
-/// What was found.
-struct Verdict {
-    std::string space;
-    std::size_t left;  ///< patches of the reference or the scan that the other does not have
-    colour::JudgedChart chart;
-    std::optional<colour::GuidelineVerdict> guideline;
-};
-
-Bytes LoadChart(const std::string& path) {
-    const FileAccess file = FileAccess::OpenInput(path);
-    if (file.Size() > colour::kMostCgats) {
-        throw Refusal(Exit::Input, path, "is too large for a chart", "give a CGATS text, such as a .ti3 file");
-    }
-    return file.Read({0, file.Size()});
-}
-
-/// What `call` returns. Refuses the file `name` if `call` cannot use its chart.
-template <typename Call>
-auto NamedChart(const std::string& name, const Call& call) {
-    try {
-        return call();
-    } catch (const colour::ChartError& error) {
-        throw Refusal(Exit::Input, name, error.what(),
-                      "give a .ti3 file of scanin, or a reference and the .ti3 or .val file of its scan");
-    }
-}
-
-colour::Chart ReadChart(const CheckOptions& options) {
-    const auto parse = [](const Bytes& text) {
-        return colour::ReadCgats({reinterpret_cast<const char*>(text.data()), text.size()});
-    };
-    const Bytes text = LoadChart(options.reference);
-    const colour::CgatsTable table = NamedChart(options.reference, [&] { return parse(text); });
-    if (!options.scan) return NamedChart(options.reference, [&] { return colour::MakeChart(table); });
-    const auto colours = NamedChart(options.reference, [&] { return colour::ReadReferenceColours(table); });
-    const Bytes scan = LoadChart(*options.scan);
-    return NamedChart(*options.scan, [&] { return colour::JoinCharts(table, colours, parse(scan)); });
-}
-
-/// The patches as `convert` converts 16-bit pixels of these colours.
-std::vector<DeviceColour> Convert(const colour::Chart& chart, const colour::PixelConverter& converter) {
-    std::vector<DeviceColour> samples;
-    for (const colour::Patch& patch : chart.patches) {
-        DeviceColour& sample = samples.emplace_back();
-        for (std::size_t i = 0; i < 3; ++i) {
-            sample[i] = static_cast<std::uint16_t>(std::lround(patch.device[i] * 65535.0));
-        }
-    }
-    static_assert(sizeof(DeviceColour) == 6);
-    converter.Convert(reinterpret_cast<unsigned char*>(samples.data()), samples.size(), 3, false);
-    return samples;
-}
-
-Verdict Judge(const CheckOptions& options, const colour::Chart& chart) {
-    const DeviceProfile profile = LoadProfile(*options.convert.profile);
-    const Target target = MakeTarget(options.convert);
-    ProfileCache cache(options.convert, target);
-    const auto ready = cache.Get(profile, 16);
-    const auto view = options.measured ? colour::ChartView::Measured : colour::ChartView::Relative;
-    Verdict verdict{target.name, chart.left, {}, {}};
-    verdict.chart = Named(profile.name, [&] {
-        return colour::JudgeChart(chart, Convert(chart, ready->converter), profile.data, ready->outputProfile, view);
-    });
-    if (options.guideline != nullptr) {
-        verdict.guideline = colour::JudgeBy(*options.guideline, verdict.chart.patches);
-    }
-    return verdict;
-}
-
-bool IsWithin(const CheckOptions& options, const Verdict& verdict) {
+bool IsWithin(const CheckOptions& options, const ChartVerdict& verdict) {
     const colour::ChartFigures& all = verdict.chart.all;
     if (verdict.guideline && !verdict.guideline->met) return false;
     if (!options.limit) return true;
@@ -119,7 +46,7 @@ void PrintGuideline(const colour::Guideline& guideline, const colour::GuidelineV
                verdict.mean, limit, guideline.mean, share, verdict.within, limit, guideline.within);
 }
 
-void PrintText(const CheckOptions& options, const Verdict& verdict) {
+void PrintText(const CheckOptions& options, const ChartVerdict& verdict) {
     const colour::JudgedChart& chart = verdict.chart;
     const std::string space = OneLine(verdict.space);
     fmt::print("{}: {} patches to {}, {}, compared {}\n", OneLine(options.reference), chart.all.patches, space,
@@ -147,60 +74,6 @@ void PrintText(const CheckOptions& options, const Verdict& verdict) {
                    outside, chart.all.patches, space);
     }
     if (verdict.guideline) PrintGuideline(*options.guideline, *verdict.guideline);
-}
-
-nlohmann::ordered_json Describe(const colour::ChartFigures& f) {
-    if (f.patches == 0) return {};
-    return {{"patches", f.patches}, {"mean", f.mean}, {"median", f.median},
-            {"p90", f.p90},         {"p95", f.p95},   {"maximum", f.largest}};
-}
-
-nlohmann::ordered_json Describe(const CheckOptions& options, const colour::JudgedChart& chart) {
-    auto worst = nlohmann::ordered_json::array();
-    for (std::size_t i = 0; i < std::min<std::size_t>(options.worst, chart.patches.size()); ++i) {
-        const colour::JudgedPatch& p = chart.patches[i];
-        worst.push_back({{"patch", p.name},
-                         {"device", p.device},
-                         {"reference", {p.reference.L, p.reference.a, p.reference.b}},
-                         {"converted", {p.converted.L, p.converted.a, p.converted.b}},
-                         {"difference", p.difference},
-                         {"outside", p.outside}});
-    }
-    return worst;
-}
-
-nlohmann::ordered_json Describe(const colour::NeutralFigures& n) {
-    if (n.patches == 0) return {};
-    return {{"patches", n.patches},
-            {"lightness", n.lightness},
-            {"maximum_lightness", n.largestLightness},
-            {"a", n.a},
-            {"b", n.b},
-            {"maximum_tint", n.largestTint}};
-}
-
-void PrintJson(const CheckOptions& options, const Verdict& verdict) {
-    nlohmann::ordered_json json;
-    PutName(json, "reference", options.reference);
-    if (options.scan) PutName(json, "scan", *options.scan);
-    PutName(json, "profile", *options.convert.profile);
-    json["space"] = verdict.space;
-    json["intent"] = colour::IntentName(options.convert.rendering.intent);
-    json["precision"] = options.convert.precision == Precision::Exact ? "exact" : "library";
-    json["compared"] = options.measured ? "measured" : "relative";
-    json["left_out"] = verdict.left;
-    json["all"] = Describe(verdict.chart.all);
-    json["inside"] = Describe(verdict.chart.inside);
-    json["neutral"] = Describe(verdict.chart.neutral);
-    json["worst"] = Describe(options, verdict.chart);
-    if (verdict.guideline) {
-        json["guideline"] = {{"name", options.guideline->name},
-                             {"met", verdict.guideline->met},
-                             {"mean", verdict.guideline->mean},
-                             {"percent", options.guideline->percent},
-                             {"within", verdict.guideline->within}};
-    }
-    fmt::print("{}\n", JsonLine(json));
 }
 
 ChartLimit ParseLimit(const std::string& text) {
@@ -285,9 +158,9 @@ Exit CheckCommand::Run() {
         if (!options_.convert.targetFile.empty()) allowed.push_back({options_.convert.targetFile, Use::Read});
         EnterSandbox(allowed);
     }
-    const Verdict verdict = Judge(options_, ReadChart(options_));
+    const ChartVerdict verdict = JudgeConverted(options_, ReadChart(options_));
     if (options_.json) {
-        PrintJson(options_, verdict);
+        fmt::print("{}\n", JsonLine(DescribeVerdict(options_, verdict)));
     } else {
         PrintText(options_, verdict);
     }

@@ -6,7 +6,7 @@
 
 #include "batch/inputs/ConvertOptions.h"
 #include "cli/options/Command.h"
-#include "colour/chart/Guidelines.h"
+#include "report/measure/ChartVerdict.h"
 
 namespace hueweave::tool {
 
@@ -16,14 +16,8 @@ struct ChartLimit {
     std::optional<double> largest;
 };
 
-struct CheckOptions {
-    std::string reference;            ///< with the device colours as well, unless `scan` has them
-    std::optional<std::string> scan;  ///< the device colours
-    ConvertOptions convert;           ///< profile, target, intent, precision and black point
-    bool measured = false;            ///< compare with the reference as it was measured
-    unsigned worst = 5;
+struct CheckOptions : ChartQuestion {
     std::optional<ChartLimit> limit;
-    const colour::Guideline* guideline = nullptr;
     bool json = false, sandbox = false;
 };
 

@@ -8,8 +8,8 @@
 
 namespace hueweave::tool {
 
-/// The RGB colours of a TIFF file's pages, or of a PNG or JPEG file, each once; for a large image, an evenly distributed
-/// sample of its pixels.
+/// The RGB colours of a TIFF file's pages, or of a PNG or JPEG file, each once; for a large image, an evenly
+/// distributed sample of its pixels.
 std::vector<colour::DeviceColour> ImageColours(const std::string& path);
 
 }  // namespace hueweave::tool

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/options/Command.h"
+#include "system/Json.h"
 
 namespace hueweave::tool {
 
@@ -13,7 +14,10 @@ struct InspectOptions {
     bool json = false, sandbox = false;
 };
 
-/// The subcommand "inspect": describes a profile or a TIFF file.
+/// What the command tells of a profile or picture. Refuses other files.
+nlohmann::ordered_json DescribeFile(const std::string& path);
+
+/// The subcommand "inspect": describes a profile or a picture.
 class InspectCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;

@@ -4,37 +4,22 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
-#include <memory>
 #include <vector>
 
 #include "batch/session/ProfileFile.h"
-#include "batch/session/Target.h"
 #include "cli/commands/ImageColours.h"
 #include "cli/options/Values.h"
-#include "colour/ExactConverter.h"
 #include "colour/library/Bake.h"
-#include "colour/library/CompareLibrary.h"
-#include "colour/library/EngineProfile.h"
-#include "system/Json.h"
+#include "report/measure/PrecisionVerdict.h"
 #include "system/JsonNames.h"
-#include "system/Signals.h"
 #include "system/StandardStreams.h"
 #include "system/sandbox/Sandbox.h"
 
 namespace hueweave::tool {
 namespace {
 
-/// What was compared.
-struct Verdict {
-    Target target;
-    colour::EngineProfile engine;  ///< for the library
-    std::string way;               ///< of the exact precision
-    colour::Comparison exact;
-    std::optional<colour::Comparison> library;  ///< empty if the library does not support the target
-};
-
 /// The precision that is judged.
-const colour::Comparison& Judged(const VerifyOptions& options, const Verdict& verdict) {
+const colour::Comparison& Judged(const VerifyOptions& options, const PrecisionVerdict& verdict) {
     return options.precision == Precision::Exact ? verdict.exact : *verdict.library;
 }
 
@@ -43,7 +28,7 @@ void PrintRow(const char* precision, const colour::Comparison& c, const std::str
                c.p99, c.p999, c.maximum, way);
 }
 
-void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const Verdict& verdict) {
+void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const PrecisionVerdict& verdict) {
     const colour::Comparison& judged = Judged(options, verdict);
     fmt::print("{}: to {}, {}, {} bits, {} colours of {}\n", OneLine(profile.name), OneLine(verdict.target.name),
                colour::IntentName(options.rendering.intent), options.bits, judged.colours,
@@ -68,59 +53,6 @@ void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const
     }
     fmt::print("Outside the space and cut to it: {} of {} ({:.1f} %)\n", judged.clipped, judged.colours,
                100.0 * static_cast<double>(judged.clipped) / static_cast<double>(judged.colours));
-}
-
-nlohmann::ordered_json Describe(const colour::Comparison& c, const std::string& way) {
-    nlohmann::ordered_json json{{"way", way},   {"mean", c.mean}, {"median", c.median},  {"p95", c.p95},
-                                {"p99", c.p99}, {"p999", c.p999}, {"maximum", c.maximum}};
-    for (const auto& w : c.worst) {
-        json["worst"].push_back({{"device", w.device}, {"lab", w.lab}, {"difference", w.difference}});
-    }
-    return json;
-}
-
-void PrintJson(const VerifyOptions& options, const DeviceProfile& profile, const Verdict& verdict) {
-    nlohmann::ordered_json json{{"profile", profile.name},
-                                {"space", verdict.target.name},
-                                {"intent", colour::IntentName(options.rendering.intent)},
-                                {"bits", options.bits},
-                                {"is_bake", colour::IsBaked(profile.data)},
-                                {"baked", !verdict.engine.bakedBecause.empty()},
-                                {"colours", verdict.exact.colours},
-                                {"clipped", verdict.exact.clipped},
-                                {"exact", Describe(verdict.exact, verdict.way)}};
-    json["library"] = verdict.library ? Describe(*verdict.library, "library") : nlohmann::ordered_json();
-    fmt::print("{}\n", JsonLine(json));
-}
-
-/// Compares the exact precision with its own truth.
-void CompareExact(const VerifyOptions& options, const DeviceProfile& profile,
-                  const std::vector<colour::DeviceColour>& colours, Verdict& verdict) {
-    colour::TransformOptions how;
-    how.intent = static_cast<colour::RenderingIntent>(options.rendering.intent);
-    const auto transform =
-        std::make_shared<const colour::Transform>(profile.data, verdict.target.profile, how, ThrowIfInterrupted);
-    verdict.way = colour::WayName(transform->way());
-    colour::LcmsWork work;
-    const colour::Truth truth(work, colour::OpenRgb(work, profile.data), colour::OpenRgb(work, verdict.target.profile),
-                              how);
-    verdict.exact =
-        colour::Compare(colour::ExactConverter(transform, options.bits), truth, colours, ThrowIfInterrupted);
-}
-
-Verdict CompareBoth(const VerifyOptions& options, const DeviceProfile& profile,
-                    const std::vector<colour::DeviceColour>& colours) {
-    ConvertOptions asked;
-    asked.rendering = options.rendering;
-    asked.targetFile = options.targetFile;
-    Verdict verdict{MakeTarget(asked), {}, {}, {}, {}};
-    CompareExact(options, profile, colours, verdict);
-    const colour::Space* const space = options.rendering.space;
-    if (space == nullptr || !space->IsEngines()) return verdict;
-    verdict.engine = colour::PrepareProfile(profile.data, options.rendering.intent, ThrowIfInterrupted);
-    verdict.library = colour::CompareLibrary(verdict.engine.data, profile.data, options.rendering, options.bits,
-                                             colours, ThrowIfInterrupted);
-    return verdict;
 }
 
 constexpr const char* kExamples = R"(Examples:
@@ -176,9 +108,10 @@ Exit VerifyCommand::Run() {
     const DeviceProfile profile = LoadProfile(options_.profile);
     const std::vector<colour::DeviceColour> colours =
         options_.image ? ImageColours(*options_.image) : colour::GridColours(options_.points);
-    const Verdict verdict = Named(profile.name, [&] { return CompareBoth(options_, profile, colours); });
+    const PrecisionQuestion question{options_.rendering, options_.targetFile, options_.bits};
+    const PrecisionVerdict verdict = ComparePrecisions(question, profile, colours);
     if (options_.json) {
-        PrintJson(options_, profile, verdict);
+        fmt::print("{}\n", JsonLine(DescribeVerdict(question, profile, verdict)));
     } else {
         PrintText(options_, profile, verdict);
     }

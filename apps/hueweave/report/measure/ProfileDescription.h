@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "system/FileAccess.h"
+#include "system/Json.h"
+
+namespace hueweave::tool {
+
+/// What `inspect` tells of a profile: its header, its tags with the shape of tables, and which intents the library
+/// serves. `name` is that of the profile, or of the picture that embeds it. Refuses data that are not a profile.
+nlohmann::ordered_json DescribeProfile(const std::string& name, const Bytes& bytes, bool embedded);
+
+}  // namespace hueweave::tool

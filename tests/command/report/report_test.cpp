@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+// The page of report: its numbers, and text of strangers in it. tests/report uses it in a browser.
+#include <map>
+
+#include "command/support/DeviceProfiles.h"
+#include "command/support/Picture.h"
+#include "command/support/ProfileTest.h"
+#include "command/support/TiffMaker.h"
+
+namespace hueweave::test {
+namespace {
+
+using nlohmann::json;
+
+class ReportPageTest : public ProfileTest {
+protected:
+    /// Makes a page and returns it.
+    std::string PageOf(const Words& words) const {
+        const Outcome run = Hueweave(Words{"report", "-o", page_, "--force"} + words);
+        EXPECT_THAT(run, Succeeds());
+        return Exists(page_) ? FileBytes(page_) : "";
+    }
+    /// The numbers in a page.
+    static json NumbersOf(const std::string& page) {
+        const std::string begin = "<script type=\"application/json\" id=\"report-data\">";
+        const std::size_t from = page.find(begin);
+        EXPECT_NE(from, page.npos);
+        if (from == page.npos) return {};
+        return json::parse(page.substr(from + begin.size(), page.find("</script>", from) - from - begin.size()));
+    }
+    const std::string page_ = folder_ / "page.html";
+};
+
+/// The page without its numbers and its script, which end it.
+std::string MarkupOf(const std::string& page) { return page.substr(0, page.rfind("<script type=")); }
+
+std::size_t CountOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; at += part.size()) ++count;
+    return count;
+}
+
+TEST_F(ReportPageTest, HasTheNumbersOfInspectAndVerify) {
+    const Words profile{Input("wide.icc")};
+    const json numbers = NumbersOf(PageOf(profile));
+    json inspected = Told(Words{"inspect"} + profile);
+    inspected.erase("file");
+    EXPECT_EQ(numbers["inspect"], inspected);
+    EXPECT_EQ(numbers["verify"], Told(Words{"verify"} + profile));
+    EXPECT_EQ(numbers["profile"]["file"], Input("wide.icc"));
+}
+
+TEST_F(ReportPageTest, FindsTheCornersOfALargerSpaceOutside) {
+    // Of the corners of AdobeRGB, only black and white are inside sRGB. Each corner belongs to three faces.
+    const json solid = NumbersOf(PageOf({Input("wide.icc")}))["gamut"]["device"];
+    const std::string outside = solid["outside"];
+    const std::size_t side = solid["face_points"];
+    ASSERT_EQ(outside.size(), 6 * side * side);
+    std::size_t corners = 0;
+    for (std::size_t face = 0; face < 6; ++face) {
+        for (const std::size_t row : {std::size_t{0}, side - 1}) {
+            for (const std::size_t n : {std::size_t{0}, side - 1})
+                corners += outside[(face * side + row) * side + n] == '1';
+        }
+    }
+    EXPECT_EQ(corners, 18U);
+}
+
+TEST_F(ReportPageTest, HasTheToneOfAGamma) {
+    WriteDeviceProfile(profile_, Form::Matrix4);  // gamma 1.8
+    const json tone = NumbersOf(PageOf({profile_, "--intent", "relative"}))["tone"];
+    ASSERT_EQ(tone["L"].size(), 257U);
+    for (const std::size_t n : {0U, 32U, 128U, 200U, 256U}) {
+        const double light = std::pow(static_cast<double>(n) / 256, 1.8);
+        const double lightness = light > 216.0 / 24389 ? 116 * std::cbrt(light) - 16 : light * 24389 / 27;
+        EXPECT_NEAR(tone["L"][n], lightness, 0.02) << n;
+        EXPECT_NEAR(tone["a"][n], 0, 0.05) << n;
+        EXPECT_NEAR(tone["b"][n], 0, 0.05) << n;
+    }
+}
+
+TEST_F(ReportPageTest, CountsEachPixelOfAPicture) {
+    const std::string image = folder_ / "image.tif";
+    // Two black pixels, one of the largest red, and one within the range.
+    OneStrip(std::string("\0\0\0\0\0\0\xff\0\0\x80\x80\x80", 12), {.width = 4, .height = 1}).Save(image);
+    const std::string page = PageOf({Input("matrix.icc"), image, "--to", Input("matrix.icc")});
+    const json picture = NumbersOf(page)["pictures"][0];
+    EXPECT_EQ(picture["way"], "copy");
+    EXPECT_EQ(picture["clipped"], 3);
+    EXPECT_EQ(picture["low"], (json{2, 3, 3}));
+    EXPECT_EQ(picture["high"], (json{1, 0, 0}));
+    EXPECT_EQ(picture["before"], picture["after"]);
+    EXPECT_EQ(picture["before"][0][255], 1);
+    EXPECT_EQ(picture["before"][1][128], 1);
+    EXPECT_EQ(CountOf(MarkupOf(page), "src=\"data:image/jpeg;base64,"), 2U);
+    EXPECT_EQ(CountOf(MarkupOf(page), "src=\"data:image/png;base64,"), 1U);
+}
+
+TEST_F(ReportPageTest, CountsWhatConvertCountsInEachFormat) {
+    const std::string jpeg = folder_ / "photo.jpg", palette = folder_ / "palette.png", tiles = folder_ / "tiles.tif",
+                      planes = folder_ / "planes.tif";
+    Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " " + Quoted(jpeg));
+    Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " -colors 40 PNG8:" + Quoted(palette));
+    Shell("tiffcp -t -w 64 -l 48 -c lzw " + Quoted(in_) + " " + Quoted(tiles));
+    Shell("tiffcp -p separate -c zip " + Quoted(Input("photo-8.tif")) + " " + Quoted(planes));
+    const Words files{in_, jpeg, palette, tiles, planes};
+    const json pictures = NumbersOf(PageOf(Words{Input("scanner.icc")} + files))["pictures"];
+    for (std::size_t n = 0; n < files.size(); ++n) {
+        std::uint64_t pixels = 0;
+        for (const json& count : pictures[n]["after"][2]) pixels += count.get<std::uint64_t>();
+        EXPECT_EQ(pixels, pictures[n]["pixels"]) << files[n];
+        if (files[n] == palette) continue;  // convert changes the palette, and no pixels that it could count
+        const std::string out = folder_ / ("out" + files[n].substr(files[n].rfind('.')));
+        const json line = Told({"convert", "--profile", Input("scanner.icc"), files[n], "-o", out, "--force"});
+        EXPECT_EQ(pictures[n]["pixels"], line["pixels"]) << files[n];
+        EXPECT_DOUBLE_EQ(pictures[n]["clipped"].get<double>() / static_cast<double>(pixels), line["clipped"])
+            << files[n];
+    }
+}
+
+TEST_F(ReportPageTest, ReducesALargePicture) {
+    const std::string large = folder_ / "large.tif";
+    Shell("convert-im6 -size 2400x30 gradient:red-blue -depth 8 -type truecolor -compress none " + Quoted(large));
+    const json picture = NumbersOf(PageOf({Input("matrix.icc"), large}))["pictures"][0];
+    EXPECT_EQ(picture["shown"], (json{1600, 20}));
+    EXPECT_EQ(picture["pixels"], 72000);
+}
+
+TEST_F(ReportPageTest, ShowsNamesAsText) {
+    const std::vector<std::string> names{"<script>alert(1)<:script>",
+                                         "\"><img src=x onerror=alert(1)>",
+                                         "<!--",
+                                         "{{json}}",
+                                         "a & b",
+                                         "' onload='x",
+                                         "\\u003cb>",
+                                         "\xff\xfe",
+                                         "\xe2\x80\xa8line\xe2\x80\xaemirror"};
+    Words words{Input("matrix.icc")};
+    for (const std::string& name : names) {
+        words.push_back(folder_ / name);
+        OneStrip("abc", {.width = 1, .height = 1}).Save(words.back());
+    }
+    const std::string page = PageOf(words);
+    // A name stands in the list of parts, in the heading, twice with the facts of the file, and in the command line.
+    for (const auto& [part, count] : std::map<std::string, std::size_t>{{"<script", 0},
+                                                                        {"</script", 0},
+                                                                        {"<!--", 0},
+                                                                        {"<img ", 27},
+                                                                        {"<img src", 0},
+                                                                        {"onload='", 0},
+                                                                        {"a & b", 0},
+                                                                        {"{{json}}", 5},
+                                                                        {"\xe2\x80\xa8", 0},
+                                                                        {"\xe2\x80\xae", 0},
+                                                                        {"\xff", 0}}) {
+        EXPECT_EQ(CountOf(MarkupOf(page), part), count) << part;
+    }
+    // The numbers end where they should, and hold the names.
+    const json pictures = NumbersOf(page)["pictures"];
+    ASSERT_EQ(pictures.size(), names.size());
+    for (std::size_t n = 0; n < names.size(); ++n) {
+        if (names[n] == "\xff\xfe") {
+            EXPECT_TRUE(pictures[n].contains("file_hex"));
+        } else {
+            EXPECT_EQ(pictures[n]["file"], folder_ / names[n]);
+        }
+    }
+}
+
+TEST_F(ReportPageTest, RefusesWithoutWriting) {
+    const std::string grey = folder_ / "grey.tif", text = folder_ / "text.txt";
+    Shell("convert-im6 -size 8x8 gradient: -type grayscale " + Quoted(grey));
+    WriteBytes(text, "no chart and no picture");
+    const Words profile{"report", Input("matrix.icc")};
+    for (const auto& [words, status, reason] :
+         std::vector<std::tuple<Words, int, std::string>>{{{grey, "-o", page_}, 4, "grey"},
+                                                          {{text, "-o", page_}, 4, "not a TIFF, PNG or JPEG file"},
+                                                          {{"--chart", text, "-o", page_}, 4, "text.txt"},
+                                                          {{"-o", "-"}, 2, "standard output"},
+                                                          {{"-", "-o", page_}, 2, "standard input"},
+                                                          {{in_, "-o", in_, "--force"}, 5, "is an input itself"},
+                                                          {{"-o", folder_ / "none/page.html"}, 5, "none"}}) {
+        EXPECT_THAT(Hueweave(profile + words), Refuses(status, reason));
+        EXPECT_FALSE(Exists(page_)) << reason;
+    }
+    WriteBytes(page_, "mine");
+    EXPECT_THAT(Hueweave(profile + Words{"-o", page_}), Refuses(5, "exists already"));
+    EXPECT_EQ(FileBytes(page_), "mine");
+}
+
+TEST_F(ReportPageTest, JudgesAChartByAllGuidelines) {
+    const Words check{"check", "--profile", Input("scanner.icc"), Input("scanner.ti3")};
+    const json chart = NumbersOf(PageOf({Input("scanner.icc"), "--chart", Input("scanner.ti3")}))["chart"];
+    const json wanted = Told(check);
+    EXPECT_EQ(chart["all"], wanted["all"]);
+    EXPECT_EQ(chart["neutral"], wanted["neutral"]);
+    EXPECT_EQ(chart["worst"].size(), wanted["all"]["patches"]);
+    EXPECT_EQ(chart["guidelines"].size(), 6U);
+    for (const json& guideline : chart["guidelines"]) {
+        const json judged = Told(check + Words{"--guideline", guideline["name"]})["guideline"];
+        for (const char* const key : {"met", "mean", "within"}) EXPECT_EQ(guideline[key], judged[key]);
+    }
+}
+
+}  // namespace
+}  // namespace hueweave::test
