@@ -12,7 +12,7 @@ import truth
 SPACES = {"rgb": b"RGB ", "palette": b"RGB ", "ycbcr": b"RGB ", "grey": b"GRAY", "cmyk": b"CMYK"}
 # A sample may differ from Little CMS by this many steps besides its rounding; 16-bit colours by this much CIELAB.
 MOST_STEPS, MOST_MEAN, MOST_LAB = 0.05, 0.01, 0.3
-# A rounded palette, a colour divided by alpha: these are rounded once more on their way.
+# Colours that are divided by alpha, or made of YCbCr, are rounded once more on their way: in steps.
 ROUNDED_AGAIN = 1.0
 # JPEG: the loss of our coding compared with that of the reference with the same tables.
 MORE_LOSS, MORE_LEVELS = 1.05, 0.5
@@ -97,7 +97,8 @@ def page_faults(kind, page, after, profile):
         used = numpy.unique(page.samples)
         return found + colour_faults(page.palette[used], after.palette[used], profile, target, 8)
     depth = 16 if page.bits in (10, 12, 14) else after.bits if page.model == "palette" else max(8, page.bits)
-    if after.bits != depth:
+    copied = page.bits == after.bits and numpy.array_equal(page.samples, after.samples)
+    if after.bits != depth and not copied:
         return [f"{after.bits} bits, not {depth}"]
     extra = page.extra
     if page.bits != after.bits:
@@ -131,7 +132,8 @@ def pixel_faults(page, after, profile, target):
     if after.transparent is not None:
         reached = unmoved(reached, numpy.array(after.transparent),
                           reference(colours(page, before), profile, target) * top)
-    return colour_faults(colours(page, before), reached / top, profile, target, after.bits)
+    again = ROUNDED_AGAIN if page.model == "ycbcr" else 0.0
+    return colour_faults(colours(page, before), reached / top, profile, target, after.bits, again)
 
 
 def unmoved(reached, transparent, wanted):
@@ -159,8 +161,8 @@ def reference(source, profile, target):
     return numpy.clip(truth.between(None if profile == "Lab" else profile, target).of(source), 0, 1)
 
 
-def colour_faults(source, reached, profile, target, bits):
-    """Colours of 0 to 1 compared with Little CMS."""
+def colour_faults(source, reached, profile, target, bits, again=0.0):
+    """Colours of 0 to 1 compared with Little CMS; `again` are the steps by which they may differ besides."""
     wanted = reference(source, profile, target)
     if numpy.array_equal(source, reached) and is_same(profile, target):
         return []
@@ -171,7 +173,7 @@ def colour_faults(source, reached, profile, target, bits):
         return [f"colours differ by {off.mean():.4f} on average, {off.max():.3f} at most (CIELAB)"]
     top = (1 << bits) - 1
     off = numpy.abs(reached - wanted) * top
-    if off.max() <= 0.5 + MOST_STEPS:
+    if off.max() <= 0.5 + MOST_STEPS + again:
         return []
     at = numpy.unravel_index(off.argmax(), off.shape)[0]
     return [f"{(off > 0.5 + MOST_STEPS).mean():.2%} of the samples differ by up to {off.max():.2f} steps: "
@@ -247,7 +249,7 @@ def recoded(samples, coding):
             tempfile.NamedTemporaryFile(suffix=".jpg") as coded:
         file.write(tables)
         file.flush()
-        PIL.Image.fromarray(samples.squeeze()).save(plain.name)
+        PIL.Image.fromarray(samples[..., 0] if samples.shape[-1] == 1 else samples).save(plain.name)
         subprocess.run(["cjpeg", "-qtables", file.name, *words, "-outfile", coded.name, plain.name], check=True,
                        capture_output=True)
         with PIL.Image.open(coded.name) as image:

@@ -16,7 +16,8 @@ LEFT_OUT = re.compile(
 # A strip of JPEG data counts as a preview or another image.
 LAYOUT = re.compile(r"\w*:(Copy\d+:)?(PhotometricInterpretation|Bits?(PerSample|Depth)|SamplesPerPixel|"
                     r"Compression|Predictor|PlanarConfiguration|YCbCr\w*|ReferenceBlackWhite|JPEG\w*|InkSet|"
-                    r"InkNames|NumberofInks|DotRange|FillOrder|SampleFormat|M(ax|in)SampleValue|T[46]Options|GrayResponse\w*|TransferFunction|"
+                    r"InkNames|NumberofInks|DotRange|FillOrder|SampleFormat|M(ax|in)SampleValue|T[46]Options|"
+                    r"GrayResponse\w*|TransferFunction|"
                     r"Color(Transform|Components)|(Preview|Other)Image)")
 MPF = re.compile(r"MP[FI]\w*:")
 

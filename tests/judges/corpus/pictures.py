@@ -24,7 +24,7 @@ warnings.filterwarnings("ignore")
 
 MOST_PIXELS = 30_000_000
 MODELS = {0: "grey", 1: "grey", 2: "rgb", 3: "palette", 4: "mask", 5: "cmyk", 6: "ycbcr", 8: "lab", 9: "icc lab"}
-YCBCR = 6
+YCBCR = OLD_JPEG = 6  # a photometric interpretation, and a compression
 HARMLESS = "Unknown field with tag"  # of libtiff's warnings
 LOSSY = (6, 7, 34887, 50001, 50002)  # JPEG of both styles, LERC, WebP, JPEG XL
 
@@ -144,6 +144,8 @@ def tiff_page(path, page):
             palette = table / 65280
         else:
             palette = table / 65535
+    if int(page.compression) == OLD_JPEG and page.is_tiled:
+        subtype = "tiles of old-style JPEG"
     return Page(model, bits, tiff_samples(path, page), colours, profile and bytes(profile),
                 model == "grey" and int(page.photometric) == 0, kinds[:1] == (1,), palette,
                 lossy=int(page.compression) in LOSSY, subtype=subtype,
@@ -238,10 +240,12 @@ def read_png(path):
         if samples.max() >= len(entries):
             raise Unsound("has an index beyond its palette")
         page = Page("palette", bits, samples, 1, profile, palette=entries, transparent=(found.get(b"tRNS"),))
-    elif info["greyscale"]:
-        page = Page("grey", bits, samples, 1, profile, transparent=info.get("transparent"))
     else:
-        page = Page("rgb", bits, samples, 3, profile, transparent=info.get("transparent"))
+        transparent = info.get("transparent")
+        if transparent is not None:  # only the bits of a sample count
+            transparent = tuple(value & (1 << bits) - 1 for value in transparent)
+        grey = info["greyscale"]
+        page = Page("grey" if grey else "rgb", bits, samples, 1 if grey else 3, profile, transparent=transparent)
     page.subtype = "animated" if b"acTL" in found else ""
     if profile is None and b"sRGB" in found:
         page.profile = b"sRGB"
@@ -271,16 +275,17 @@ def read_jpeg(path):
 def jpeg_coding(path):
     """Words for cjpeg that encode as a file was encoded, and its quantisation tables as a text for it."""
     with PIL.Image.open(path, formats=["JPEG"]) as image:
-        tables, components = image.quantization, image.layer[:3]
-        order = sorted(tables)
-        words = ["-quality", "50", "-qslots", ",".join(str(order.index(table)) for *_, table in components)]
+        components = image.layer[:3]
+        of_components = [tuple(image.quantization[table]) for *_, table in components]
+        tables = list(dict.fromkeys(of_components))
+        words = ["-quality", "50", "-qslots", ",".join(str(tables.index(table)) for table in of_components)]
         if image.mode == "L":
             words.append("-grayscale")
         else:
             words += ["-sample", ",".join(f"{across}x{down}" for _, across, down, _ in components)]
         if image.mode == "RGB" and is_stored_as_rgb(image):
             words.append("-rgb")
-        text = "\n".join(" ".join(map(str, tables[number])) for number in order)
+        text = "\n".join(" ".join(map(str, table)) for table in tables)
         return words, text + "\n"
 
 
