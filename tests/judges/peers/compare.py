@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 # SPDX-License-Identifier: MIT
 """Runs hueweave and four other converters on the same files and writes tables of the results.
 
@@ -8,7 +8,7 @@ HUEWEAVE is the command, JUDGE the program judge_pictures, and INPUTS a folder f
 -o, the tables replace those between the marker lines of that file. --large adds an image of more than 4 GiB.
 --abilities makes the table of what others do alone. Exits with 1 if a result of hueweave is not the desired one.
 Requires the packages liblcms2-utils, argyll, libvips-tools, imagemagick, libtiff-tools, libimage-exiftool-perl and
-libgs-common.
+libgs-common, and those of tests/judges/corpus; the interpreter is Debian's.
 """
 import argparse
 import hashlib
@@ -117,6 +117,7 @@ class Trials:
         self.inputs, self.hueweave, self.judge = arguments.inputs, arguments.hueweave, arguments.judge
         self.folder, self.out = folder, folder / "out.tif"
         self.behaviour, self.colours, self.abilities = Table(TOOLS), Table(COLOUR_TOOLS), Table(TOOLS)
+        self.fields, self.field_names = FIELDS, FIELD_NAMES
         self.profile, self.screen = self.inputs / "scanner.icc", self.inputs / "screen.icc"
         self.photo, self.alpha = self.copied("photo-16.tif"), self.copied("alpha-16.tif")
 
@@ -138,10 +139,12 @@ class Trials:
 
     def words(self, tool, source, target, profile):
         """The command line of a tool: device profile to sRGB, perceptual intent, otherwise default options."""
-        screen = self.screen
+        screen, lcms = self.screen, "jpgicc" if source.suffix == ".jpg" else "tificc"
+        if profile is None:
+            return self.words_for_lab(tool, source, target)
         return {
             HUEWEAVE: [self.hueweave, "convert", "-q", "--profile", profile, source, "-o", target],
-            "tificc": ["tificc", "-e", "-t0", f"-i{profile}", f"-o{screen}", source, target],
+            "tificc": [lcms, "-e", "-t0", f"-i{profile}", f"-o{screen}", source, target],
             "cctiff": ["cctiff", "-ip", profile, screen, source, target],
             "vips": ["vips", "icc_transform", source, target, screen, "--input-profile", profile, "--intent",
                      "perceptual"],
@@ -149,8 +152,19 @@ class Trials:
                             target],
         }[tool]
 
-    def converted(self, tool, source, profile=None, target=None, **limits):
-        return Run(self.words(tool, source, target or self.out, profile or self.profile), **limits)
+    def words_for_lab(self, tool, source, target):
+        """CIELAB needs no profile."""
+        screen = self.screen
+        return {
+            HUEWEAVE: [self.hueweave, "convert", "-q", source, "-o", target],
+            "tificc": ["tificc", "-e", "-t0", "-i*Lab", f"-o{screen}", source, target],
+            "cctiff": ["cctiff", "-ip", screen, source, target],
+            "vips": ["vips", "icc_export", source, target, "--output-profile", screen, "--intent", "perceptual"],
+            "ImageMagick": ["convert-im6", source, "-colorspace", "sRGB", "-profile", screen, target],
+        }[tool]
+
+    def converted(self, tool, source, profile="", target=None, **limits):
+        return Run(self.words(tool, source, target or self.out, self.profile if profile == "" else profile), **limits)
 
     def each(self, name, trial):
         cells = []
@@ -164,7 +178,7 @@ class Trials:
             return "crashes" if run.status else "status 0", False
         return ("leaves a file", False) if self.out.exists() else ("refuses", True)
 
-    def refuses(self, name, source, profile=None, **limits):
+    def refuses(self, name, source, profile="", **limits):
         self.each(name, lambda tool: self.refused(self.converted(tool, source, profile, **limits)))
 
     def kept(self, name, source, found, words=("kept", "changed"), wanted=None):
@@ -369,6 +383,9 @@ def main():
         scaled.unlink()
         trials.speed(big, arguments.megapixels)
         trials.kill(big)
+        # Not imported before: the peak memory of a program counts what this one holds when it starts it.
+        from kinds import Kinds
+        Kinds(trials).add()
         if arguments.large:
             trials.large()
         if arguments.output:
