@@ -76,8 +76,8 @@ public:
         Bytes whole;
         if (structure_.header().interlaced) decoder.ReadAll(whole);
         RowsInMemory memory(coded_, whole);
-        RowSource& source = whole.empty() ? static_cast<RowSource&>(decoder) : memory;
-        ReadBands(coded_, source, [&](std::uint32_t y, Bytes& row) {
+        RowSource* const source = whole.empty() ? static_cast<RowSource*>(&decoder) : &memory;
+        ReadBands(coded_, *source, [&](std::uint32_t y, Bytes& row) {
             if (IsPalette()) LookUp(row);
             take(0, y, raster_.width, IsPalette() ? colours_.data() : row.data());
         });
