@@ -77,6 +77,7 @@ void RefuseValuesOfFlags(const CLI::App& app, const std::vector<const char*>& wo
     for (std::size_t n = 1; n < words.size() && std::string_view(words[n]) != "--"; ++n) {
         const std::string word = words[n], name = word.substr(0, word.find('='));
         if (!name.starts_with('-') || name.size() == word.size()) continue;
+        if (name == "--resume") continue;  // may be --resume=fast; its subcommand refuses other values
         const CLI::App& of = command != nullptr ? *command : app;
         const CLI::Option* option = of.get_option_no_throw(name);
         if (option == nullptr || option->get_expected_max() != 0) continue;
