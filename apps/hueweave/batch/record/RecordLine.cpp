@@ -41,10 +41,8 @@ FailedLine ReadFailed(const nlohmann::json& json) {
 }
 
 RunLine ReadRun(const nlohmann::json& json) {
-    const RunLine line{json.at("list").get<std::string>(), WholeNumber<std::uint64_t>(json, "files"),
-                       WholeNumber<unsigned>(json, "part"), WholeNumber<unsigned>(json, "parts"),
-                       WholeNumber(json, "at")};
-    return line;
+    return {json.at("list").get<std::string>(), WholeNumber<std::uint64_t>(json, "files"),
+            WholeNumber<unsigned>(json, "part"), WholeNumber<unsigned>(json, "parts"), WholeNumber(json, "at")};
 }
 
 }  // namespace
