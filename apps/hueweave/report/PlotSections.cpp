@@ -169,6 +169,7 @@ std::string DifferencesSection(const ReportData& data) {
     std::vector<Bars> bars{{"exact", "first", Shares(data.exact, colours)}};
     if (data.precision.library) bars.push_back({"library", "second", Shares(data.library, colours)});
     std::vector<Series> legend;
+    legend.reserve(bars.size());
     for (const Bars& one : bars) legend.push_back({one.label + " precision", one.kind, {}});
     std::string html =
         "<section id=\"differences\" aria-labelledby=\"differences-title\"><h2 "

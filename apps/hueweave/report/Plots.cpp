@@ -28,6 +28,15 @@ double TickStep(double range) {
 /// A number without superfluous digits, and without a minus before a zero.
 std::string Tick(double value) { return fmt::format("{:.6g}", std::abs(value) < 1e-9 ? 0.0 : value); }
 
+/// The values on an axis that have a tick.
+std::vector<double> Ticks(const Axis& axis) {
+    const double step = TickStep(axis.to - axis.from);
+    const double first = std::ceil(axis.from / step), last = std::floor(axis.to / step + 1e-6);
+    std::vector<double> values(last < first ? 0 : static_cast<std::size_t>(last - first) + 1);
+    for (std::size_t n = 0; n < values.size(); ++n) values[n] = (first + static_cast<double>(n)) * step;
+    return values;
+}
+
 /// The frame of a plot: from values to places in the picture.
 class Frame {
 public:
@@ -43,8 +52,7 @@ public:
     }
     std::string YTicks() const {
         std::string svg;
-        const double step = TickStep(y_.to - y_.from);
-        for (double v = std::ceil(y_.from / step) * step; v <= y_.to + step * 1e-6; v += step) {
+        for (const double v : Ticks(y_)) {
             svg += fmt::format(
                 "<line class=\"grid\" x1=\"{0}\" y1=\"{1:.1f}\" x2=\"{2}\" y2=\"{1:.1f}\"/>"
                 "<text x=\"{3}\" y=\"{4:.1f}\" text-anchor=\"end\">{5}</text>",
@@ -60,10 +68,7 @@ public:
     }
     std::string XTicks() const {
         std::string svg;
-        const double step = TickStep(x_.to - x_.from);
-        for (double v = std::ceil(x_.from / step) * step; v <= x_.to + step * 1e-6; v += step) {
-            svg += XTick(X(v), Tick(v));
-        }
+        for (const double v : Ticks(x_)) svg += XTick(X(v), Tick(v));
         return svg;
     }
     std::string Labels() const {
@@ -122,7 +127,8 @@ std::string BarPlot(const std::string& title, const std::string& label, const st
     const Axis x{label, std::log10(edges.front()), std::log10(edges.back())}, y{"share of the colours, %", 0, most};
     const Frame frame(x, y);
     std::string svg = frame.Begin(title) + frame.YTicks() + frame.Labels();
-    for (double power = std::ceil(x.from - 1e-9); power <= x.to + 1e-9; ++power) {
+    const int lastPower = static_cast<int>(std::floor(x.to + 1e-9));
+    for (int power = static_cast<int>(std::ceil(x.from - 1e-9)); power <= lastPower; ++power) {
         svg += frame.XTick(frame.X(power), Tick(std::pow(10.0, power)));
     }
     const double width = (frame.X(x.to) - frame.X(x.from)) / static_cast<double>(edges.size() - 1);
@@ -147,7 +153,7 @@ std::string SlicePlot(const Gamuts& gamuts, double lightness) {
         "<svg class=\"static slice\" viewBox=\"0 0 {0} {0}\" role=\"img\" aria-label=\"Both gamuts at L* {1}, in the "
         "plane of a* and b*\">",
         kSide, lightness);
-    for (double v = -100; v <= 100; v += 50) {
+    for (const int v : {-100, -50, 0, 50, 100}) {
         const double place = kSide / 2 * (1 + v / kMostAb);
         svg += fmt::format(
             "<line class=\"grid\" x1=\"{0:.1f}\" y1=\"0\" x2=\"{0:.1f}\" y2=\"{1}\"/>"

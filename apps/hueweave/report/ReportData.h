@@ -46,7 +46,7 @@ struct Judgement {
 };
 
 /// Everything that a report shows.
-struct ReportData {
+struct ReportData {  // NOLINT(bugprone-exception-escape): moving JSON throws nothing
     ReportRequest request;
     DeviceProfile profile;
     nlohmann::ordered_json described;  ///< the profile, as by `inspect`

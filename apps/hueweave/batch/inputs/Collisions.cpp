@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "batch/inputs/Collisions.h"
 
+#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 #include "system/StableHash.h"
@@ -28,7 +30,7 @@ public:
 
     std::string Of(const std::string& path) {
         const std::size_t name = path.rfind('/') + 1;
-        if (name == path.size() || path.compare(name, std::string::npos, "..") == 0 || IsLink(path)) {
+        if (name == path.size() || std::string_view(path).substr(name) == ".." || IsLink(path)) {
             return OnePath(path);
         }
         const std::string folder = name == 0 ? "." : path.substr(0, name);
@@ -72,10 +74,11 @@ void RefuseCollisions(InputList& list, bool replaces) {
                 first, each, [&](const auto& other) { return paths.Of(list.OutputAt(other.second)) == one; });
             if (same == each) continue;
             const std::string other(list.names.Source(same->second));
-            list.names.Refuse(each->second,
-                              list.folder.empty() && list.file.empty()
-                                  ? "is the same file as " + other + "; convert it once"
-                                  : "would be written to " + output + ", as " + other + "; rename one of them");
+            const std::string reason =
+                list.folder.empty() && list.file.empty()
+                    ? fmt::format("is the same file as {}; convert it once", other)
+                    : fmt::format("would be written to {}, as {}; rename one of them", output, other);
+            list.names.Refuse(each->second, reason);
         }
         first = end;
     }
