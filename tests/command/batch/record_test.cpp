@@ -146,7 +146,7 @@ TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother
     const auto after = [&](const std::function<void()>& meanwhile) {
         {
             tool::ResumeRecord record(out_, false);
-            record.Add({"a.tif", "fingerprint", "settings", {}, {}}, tool::FileAccess::OpenInput(scans_ + "/a.tif"));
+            record.Add(tool::DoneLine{"a.tif", "fingerprint", "settings", {}, {}});
             meanwhile();
         }
         return Exists(record_);

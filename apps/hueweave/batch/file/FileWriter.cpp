@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <functional>
 #include <optional>
 
 #include "batch/file/Fingerprint.h"
@@ -39,15 +40,37 @@ void MakeOutput(const FileTask& task, const SourceFile& source, WrittenFile& wri
     }
 }
 
-/// If the record cannot be written, the output is published with a note.
-void Record(const FileTask& task, const WrittenFile& written) {
-    try {
-        const DoneLine line{task.item.relative, written.fingerprint.value(), SettingsHash(task.session), {},
-                            written.source,     written.measured.pixels};
-        task.session.record->Add(line, written.output->file());
-    } catch (const Refusal& refusal) {
-        task.session.report.Note(refusal.what());
-    }
+/// Adds an output that is complete to the record and flushes both. The line comes first: a file system with a journal
+/// then flushes both at once, and it has no effect before the output has its name. Some network file systems set the
+/// time of a file when it is flushed; then there is another line. If the record cannot be written, the output is
+/// published with a note.
+void FlushWithRecord(const FileTask& task, const WrittenFile& written) {
+    ResumeRecord* const record = task.session.record;
+    if (record == nullptr) return written.output->Finish();
+    const FileAccess& file = written.output->file();
+    bool isRecorded = false;
+    const auto write = [&](const std::function<void()>& step) {
+        try {
+            step();
+            isRecorded = true;
+        } catch (const Refusal& refusal) {
+            isRecorded = false;
+            task.session.report.Note(refusal.what());
+        }
+    };
+    DoneLine line{task.item.relative, written.fingerprint.value(), SettingsHash(task.session), file.State().version,
+                  written.source,     written.measured.pixels};
+    write([&] { record->Add(line); });
+    written.output->Finish();
+    if (!isRecorded) return;
+    const FileVersion flushed = file.State().version;
+    write([&] {
+        if (line.version != flushed) {
+            line.version = flushed;
+            record->Add(line);
+        }
+        record->Flush(line.output);
+    });
 }
 
 }  // namespace
@@ -85,7 +108,7 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
     const FileAccess& target = written.output ? written.output->file() : written.spool;
     plan.images->Write(target, settings, written.measured);
     written.fingerprint = made ? made->Finish() : fingerprint;
-    if (written.output) written.output->Finish();
+    if (written.output) FlushWithRecord(task, written);
     CheckUnchanged(source);
     ThrowIfInterrupted();
     return written;
@@ -94,7 +117,6 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
 void Publish(const FileTask& task, const WrittenFile& written) {
     if (!written.output) return WriteStandardOutput(written.spool);
     ResumeRecord* record = task.session.record;
-    if (record != nullptr) Record(task, written);
     written.output->Commit();
     if (record != nullptr) record->NoteNamed();
 }

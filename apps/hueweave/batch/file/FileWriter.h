@@ -11,8 +11,8 @@
 
 namespace hueweave::tool {
 
-/// An output that is complete, checked and flushed to disk, but has no name yet. It disappears unless `Publish` is
-/// called.
+/// An output that is complete, checked, recorded and flushed to disk, but has no name yet. It disappears unless
+/// `Publish` is called.
 struct WrittenFile {
     std::unique_ptr<OutputFile> output;  ///< null for standard output
     FileAccess spool;                    ///< the output if it goes to standard output
@@ -30,7 +30,7 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
 /// The first time for a folder of outputs, removes what killed runs left there. Returns a note about it, or "".
 std::string SweepFolder(Session& session, const std::string& folder);
 
-/// Adds an output to the record, if one is kept, and gives it its name; or copies it to standard output.
+/// Gives an output its name, or copies it to standard output.
 void Publish(const FileTask& task, const WrittenFile& written);
 
 }  // namespace hueweave::tool

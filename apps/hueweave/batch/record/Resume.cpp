@@ -122,24 +122,25 @@ int ResumeRecord::Write(const std::string& text) {
     return error;
 }
 
-void ResumeRecord::Add(DoneLine done, const FileAccess& output) {
-    done.version = VersionOf(output.Status());
+void ResumeRecord::Refuse(const std::string& relative, int error) const {
+    throw Refusal(Exit::Output, record_.file.name(), "cannot be written (" + ErrorText(error) + ")",
+                  "--resume will not recognise " + relative);
+}
+
+void ResumeRecord::Add(const DoneLine& done) {
     const std::string line = FormatLine(done);
-    std::unique_lock lock(mutex_);
+    const std::lock_guard lock(mutex_);
     Open();
-    const FileAccess& file = record_.file;
     if (record_.error != 0) {
         throw Refusal(Exit::Output, folder_ + "/.hueweave.jsonl", record_.problem + " and is not written to",
                       "--resume will not recognise this run; remove it for the next one");
     }
-    int error = Write(line);
-    lock.unlock();
-    // Flushed before the output gets its name, so that the output is recorded even after a power failure.
-    if (error == 0 && ::fdatasync(file.descriptor()) != 0) error = errno;
-    if (error != 0) {
-        throw Refusal(Exit::Output, file.name(), "cannot be written (" + ErrorText(error) + ")",
-                      "--resume will not recognise " + done.output);
-    }
+    if (const int error = Write(line)) Refuse(done.output, error);
+}
+
+void ResumeRecord::Flush(const std::string& relative) {
+    // The output is then recorded even after a power failure.
+    if (::fdatasync(record_.file.descriptor()) != 0) Refuse(relative, errno);
 }
 
 void ResumeRecord::Add(const FailedLine& failed) {

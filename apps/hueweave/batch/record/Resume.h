@@ -70,10 +70,12 @@ public:
     void Announce(const RunLine& run) { run_ = run; }
     /// Opens the record before the output is created, so that the file can still be refused if too many files are open.
     void Begin();
-    /// Records an output that is complete but has no name yet; its version is that of the file. The
+    /// Records an output that is complete but has no name yet. The
     /// line is written before the output gets its name, so that an output is always recorded, even if the run is
     /// killed; a line without its output has no effect. Refuses if the record cannot be written.
-    void Add(DoneLine done, const FileAccess& output);
+    void Add(const DoneLine& done);
+    /// Flushes the record to disk before this output gets its name. Refuses if that is impossible.
+    void Flush(const std::string& relative);
     /// Records a file without an output. If that is impossible, nothing is written.
     void Add(const FailedLine& failed);
     /// Notes that a recorded output has got its name.
@@ -82,6 +84,7 @@ public:
 private:
     void Open();
     int Write(const std::string& text);
+    [[noreturn]] void Refuse(const std::string& relative, int error) const;
     std::optional<FileVersion> VersionOfOutput(const std::string& relative) const;
 
     std::string folder_;

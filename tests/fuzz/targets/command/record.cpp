@@ -45,7 +45,7 @@ void RunTarget(FuzzInput& input) {
             Require(!earlier.IsDone(name, fingerprint), "nothing is done that no line tells of");
             const FileAccess output = FileAccess::OpenInput(folder / name);
             earlier.Begin();
-            earlier.Add({name, fingerprint, kSettings, {}, {5, 6}}, output);
+            earlier.Add(DoneLine{name, fingerprint, kSettings, output.State().version, {5, 6}});
             earlier.NoteNamed();
         }
         const Bytes after = test::ReadFile(record);
