@@ -167,6 +167,7 @@ check-cluster:
 	@tests/cluster/storage build/release/apps/hueweave/hueweave build/release/tests/command/libcommand_faults.so \
 		$(cluster_folder)/storage
 	@tests/cluster/listing build/release/apps/hueweave/hueweave $(cluster_folder)/listing
+	@tests/cluster/overhead build/release/apps/hueweave/hueweave $(cluster_folder)/overhead
 
 memcheck:
 	@scripts/install-packages test
