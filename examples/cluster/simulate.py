@@ -11,11 +11,12 @@ import dataclasses
 class Figures:
     """What a file, a run and the storage take. Sizes in MB (10^6 bytes), times in seconds, money in any currency."""
     size: float = 50.0  # of a file; the output is as large
-    fixed: float = 0.006  # of a core for each file, whatever its size
-    throughput: float = 110.0  # MB/s of source that a core converts
-    start: float = 0.25  # of a run: the profile, its tables and their check
-    listing: float = 0.8e-6  # of a core for each name, in each run
-    job: float = 0.5  # of a core for each job of the engine
+    fixed: float = 0.006  # of a run for each file, whatever its size; mostly waiting for the disk
+    throughput: float = 500.0  # MB/s of source that a core converts
+    start: float = 0.1  # of a run: the profile, its tables and their check
+    listing: float = 1e-6  # of a core for each name, in each run
+    job: float = 0.8  # of a core for each job of the engine
+    network: float = 1250.0  # MB/s of a node, in each direction
     bandwidth: float = 5000.0  # MB/s of the storage, reading and writing together
     calls: float = 50000.0  # calls a second that the storage's server of names takes
     calls_per_file: float = 10.0  # open, create, two renames or links, four flushes, two sizes
@@ -35,7 +36,8 @@ def predict(figures, files, nodes, parts=None, listed_once=False):
     per_part = figures.job + figures.start + names / parts * figures.listing
     resources = {
         "cores": rounds * (per_part + files / parts * (figures.fixed + figures.size / figures.throughput)),
-        "bandwidth": 2 * files * figures.size / figures.bandwidth,
+        "network of the nodes": files * figures.size / (figures.network * nodes),
+        "bandwidth of the storage": 2 * files * figures.size / figures.bandwidth,
         "server of names": (files * figures.calls_per_file + names / figures.names_per_call) / figures.calls,
     }
     if rounds * per_part > resources["cores"] / 2:

@@ -9,6 +9,7 @@ import time
 from scene import kill_all
 from slurm import free_ports
 
+# With SHLVL, bash reads no ~/.bashrc: what that starts would be killed with a machine, and might leave a lock behind.
 CONFIG = """ListenAddress 127.0.0.1
 Port {port}
 HostKey {folder}/host
@@ -19,6 +20,7 @@ UsePAM no
 PermitRootLogin yes
 PasswordAuthentication no
 MaxStartups 100
+SetEnv SHLVL=2
 """
 
 
