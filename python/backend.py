@@ -16,7 +16,7 @@ from setuptools.build_meta import build_wheel, get_requires_for_build_sdist  # n
 from setuptools.build_meta import get_requires_for_build_wheel, prepare_metadata_for_build_wheel  # noqa: F401
 
 HERE = pathlib.Path(__file__).resolve().parent
-LIBRARY = ("CMakeLists.txt", "LICENSE", "Source", "cmake", "colour", "demo", "include")
+LIBRARY = ("CMakeLists.txt", "LICENSE", "Source", "cmake", "colour", "include")
 
 
 def build_sdist(folder: str, settings: dict[str, Any] | None = None) -> str:

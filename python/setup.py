@@ -44,7 +44,7 @@ class BuildWithLibrary(build_ext):  # type: ignore[misc]
 
     def build_archive(self) -> str:
         folder = pathlib.Path(self.build_temp).resolve() / "library"
-        options = [f"-DHUEWEAVE_BUILD_{part}=OFF" for part in ("TESTS", "TOOL", "BENCH")]
+        options = [f"-DHUEWEAVE_BUILD_{part}=OFF" for part in ("TESTS", "TOOL", "DEMO", "BENCH")]
         subprocess.run(["cmake", "-S", LIBRARY, "-B", folder, "-DCMAKE_BUILD_TYPE=Release",
                         "-DCMAKE_CXX_FLAGS_RELEASE=-O2", *options], check=True)
         subprocess.run(["cmake", "--build", folder, "--target", "hueweave_transform_static",
