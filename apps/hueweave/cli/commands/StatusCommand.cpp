@@ -35,6 +35,7 @@ std::vector<Reason> ReasonsOf(const Status& status) {
         if (reason.files++ == 0) reason = {line.reason, line.source, 1};
     }
     std::vector<Reason> reasons;
+    reasons.reserve(byText.size());
     for (auto& [text, reason] : byText) reasons.push_back(std::move(reason));
     std::stable_sort(reasons.begin(), reasons.end(),
                      [](const Reason& a, const Reason& b) { return a.files > b.files; });
