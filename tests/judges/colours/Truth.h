@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -52,6 +53,21 @@ struct Differences {
     std::size_t undefined = 0;  ///< colours for which Little CMS gives NaN
 };
 
+/// Of differences of which some may be NaN.
+inline Differences Summary(const std::vector<double>& differences) {
+    Differences result;
+    std::vector<double> all;
+    std::copy_if(differences.begin(), differences.end(), std::back_inserter(all),
+                 [](double difference) { return std::isfinite(difference); });
+    if (all.empty()) throw std::runtime_error("has no colours");
+    std::sort(all.begin(), all.end());
+    for (const double difference : all) result.mean += difference / static_cast<double>(all.size());
+    result.p999 = all[all.size() - 1 - all.size() / 1000];
+    result.largest = all.back();
+    result.undefined = differences.size() - all.size();
+    return result;
+}
+
 /// Converted samples compared with the rounded reference.
 struct Rounding {
     double equal = 0;  ///< fraction of samples
@@ -90,23 +106,15 @@ public:
     }
     /// Compares `converted` with the reference for `pixels`. CIEDE2000 is computed through the target's own profile.
     Differences Compare(const std::vector<Rgb>& pixels, const std::vector<Rgb>& converted) const {
-        Differences result;
         std::vector<double> all;
         for (std::size_t n = 0; n < pixels.size(); ++n) {
             const Rgb wanted = Of(pixels[n]);
             cmsCIELab labs[2];
             cmsDoTransform(seen_.get(), wanted.data(), &labs[0], 1);
             cmsDoTransform(seen_.get(), converted.at(n).data(), &labs[1], 1);
-            const double difference = cmsCIE2000DeltaE(&labs[0], &labs[1], 1, 1, 1);
-            if (std::isfinite(difference)) all.push_back(difference);
+            all.push_back(cmsCIE2000DeltaE(&labs[0], &labs[1], 1, 1, 1));
         }
-        if (all.empty()) throw std::runtime_error("has no colours");
-        std::sort(all.begin(), all.end());
-        for (const double difference : all) result.mean += difference / static_cast<double>(all.size());
-        result.p999 = all[all.size() - 1 - all.size() / 1000];
-        result.largest = all.back();
-        result.undefined = pixels.size() - all.size();
-        return result;
+        return Summary(all);
     }
     /// The same by samples, whose largest value is `top`.
     Rounding CompareRounded(const std::vector<Rgb>& pixels, const std::vector<Rgb>& converted, double top) const {
