@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
-// judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif OUT.tif: the mean and the largest CIEDE2000 between the pixels of
-// OUT.tif, which some program converted from IN.tif with the perceptual intent, and the results of Little CMS in
-// doubles.
+// judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif [OUT.tif]: the mean and the largest CIEDE2000 between the pixels
+// of OUT.tif, which some program converted from IN.tif with the perceptual intent, and two references: the results of
+// Little CMS in doubles, and the colours that the profiles describe, without roundings. Without OUT.tif, what is
+// compared with the latter is Little CMS in doubles, these colours rounded to the depth of IN.tif, and those of a
+// trilinear interpolation.
 #include <tiffio.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -12,6 +15,7 @@
 #include <vector>
 
 #include "judges/colours/Truth.h"
+#include "judges/colours/Unrounded.h"
 
 namespace {
 
@@ -52,27 +56,48 @@ Picture ReadPicture(const char* path) {
     return picture;
 }
 
-void Judge(char** paths) {
-    const Picture source = ReadPicture(paths[2]), result = ReadPicture(paths[3]);
-    if (result.width != source.width || result.height != source.height || result.bits != source.bits) {
-        throw std::runtime_error("the pictures differ in size or depth");
-    }
-    const Truth truth(ReadFile(paths[0]), ReadFile(paths[1]), INTENT_PERCEPTUAL, false);
-    const Differences differences = truth.Compare(source.pixels, result.pixels);
-    if (differences.undefined != 0) throw std::runtime_error("Little CMS gives no number");
+void Print(const Differences& differences) {
+    if (differences.undefined != 0) throw std::runtime_error("a colour is not a number");
     std::printf("%.5f %.5f\n", differences.mean, differences.largest);
+}
+
+/// `paths` are the profiles and the source.
+void Judge(char** paths, const char* result) {
+    const Picture source = ReadPicture(paths[2]);
+    const Bytes device = ReadFile(paths[0]), screen = ReadFile(paths[1]);
+    const Truth truth(device, screen, INTENT_PERCEPTUAL, false);
+    const Unrounded unrounded(device, screen);
+    if (result != nullptr) {
+        const Picture converted = ReadPicture(result);
+        if (converted.width != source.width || converted.height != source.height || converted.bits != source.bits) {
+            throw std::runtime_error("the pictures differ in size or depth");
+        }
+        Print(truth.Compare(source.pixels, converted.pixels));
+        Print(unrounded.Compare(source.pixels, converted.pixels));
+        return;
+    }
+    const Unrounded trilinear(device, screen, Interpolation::Trilinear);
+    const double top = source.bits == 8 ? 255 : 65535;
+    std::vector<Rgb> judged, rounded, other;
+    for (const Rgb& pixel : source.pixels) {
+        judged.push_back(truth.Of(pixel));
+        Rgb& samples = rounded.emplace_back(unrounded.Of(pixel));
+        for (double& sample : samples) sample = std::round(sample * top) / top;
+        other.push_back(trilinear.Of(pixel));
+    }
+    for (const auto* const pixels : {&judged, &rounded, &other}) Print(unrounded.Compare(source.pixels, *pixels));
 }
 
 }  // namespace
 
 int main(int count, char** words) {
-    if (count != 5) {
-        std::fprintf(stderr, "usage: judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif OUT.tif\n");
+    if (count != 4 && count != 5) {
+        std::fprintf(stderr, "usage: judge_pictures SOURCE-PROFILE TARGET-PROFILE IN.tif [OUT.tif]\n");
         return 2;
     }
     TIFFSetWarningHandler(nullptr);
     try {
-        Judge(words + 1);
+        Judge(words + 1, words[4]);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "judge_pictures: %s\n", error.what());
         return 1;

@@ -2,13 +2,13 @@
 # SPDX-License-Identifier: MIT
 """Runs hueweave and four other converters on the same files and writes tables of the results.
 
-    compare.py HUEWEAVE JUDGE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large] [--abilities]
+    compare.py HUEWEAVE JUDGE INPUTS [-o docs/comparison.md] [--megapixels 48] [--large] [--abilities] [--colours]
 
 HUEWEAVE is the command, JUDGE the program judge_pictures, and INPUTS a folder filled by tests/command/make-inputs. With
 -o, the tables replace those between the marker lines of that file. --large adds an image of more than 4 GiB.
---abilities makes the table of what others do alone. Exits with 1 if a result of hueweave is not the desired one.
-Requires the packages liblcms2-utils, argyll, libvips-tools, imagemagick, libtiff-tools, libimage-exiftool-perl and
-libgs-common, and those of tests/judges/corpus; the interpreter is Debian's.
+--abilities makes the table of what others do alone, --colours those of the colours. Exits with 1 if a result of
+hueweave is not the desired one. Requires the packages liblcms2-utils, argyll, libvips-tools, imagemagick,
+libtiff-tools, libimage-exiftool-perl and libgs-common, and those of tests/judges/corpus; the interpreter is Debian's.
 """
 import argparse
 import hashlib
@@ -30,6 +30,7 @@ from abilities import Abilities
 HUEWEAVE, LIBRARY = "hueweave", "hueweave --precision library"
 TOOLS = [HUEWEAVE, "tificc", "cctiff", "vips", "ImageMagick"]
 COLOUR_TOOLS = [HUEWEAVE, LIBRARY, *TOOLS[1:]]
+REFERENCES = ["Little CMS in doubles", "only rounded to this depth", "trilinear grid"]
 VERSIONS = {HUEWEAVE: ("{hueweave} --version", "", r"([\d.]+)"),
             "tificc": ("tificc", "Little CMS ", r"LittleCMS ([\d.]+)"),
             "cctiff": ("cctiff", "ArgyllCMS ", r"\bV(\d[\d.]*)"), "vips": ("vips --version", "", r"([\d.]+)"),
@@ -117,6 +118,7 @@ class Trials:
         self.inputs, self.hueweave, self.judge = arguments.inputs, arguments.hueweave, arguments.judge
         self.folder, self.out = folder, folder / "out.tif"
         self.behaviour, self.colours, self.abilities = Table(TOOLS), Table(COLOUR_TOOLS), Table(TOOLS)
+        self.unrounded = Table(COLOUR_TOOLS + REFERENCES)
         self.fields, self.field_names = FIELDS, FIELD_NAMES
         self.profile, self.screen = self.inputs / "scanner.icc", self.inputs / "screen.icc"
         self.photo, self.alpha = self.copied("photo-16.tif"), self.copied("alpha-16.tif")
@@ -267,28 +269,39 @@ class Trials:
                   wanted=True)
 
     def colour_differences(self):
-        """The mean and the largest CIEDE2000 from Little CMS in doubles, for 262,144 colours of the device's space."""
+        """The mean and the largest CIEDE2000 for 262,144 colours of the device's space, from Little CMS in doubles and
+        from the colours that the profiles describe, without roundings."""
         for bits in (8, 16):
             cube = self.folder / f"cube-{bits}.tif"
             shell(f"convert-im6 hald:8 -alpha off -type TrueColor -depth {bits} -compress none '{cube}'")
             self.plain(cube)
             for title, name in (("Lab table", "scanner.icc"), ("XYZ table", "xyz.icc"), ("matrix", "matrix.icc")):
-                texts = [self.difference(tool, cube, self.inputs / name, bits) for tool in COLOUR_TOOLS]
-                best = min(texts)  # all have four decimals and means below 10
-                self.colours.add(f"{title}, {bits} bits", [(text, text == best) for text in texts])
+                profile = self.inputs / name
+                pairs = [self.differences(tool, cube, profile, bits) for tool in COLOUR_TOOLS]
+                for table, texts in ((self.colours, [pair[0] for pair in pairs]),
+                                     (self.unrounded, [pair[1] for pair in pairs])):
+                    best = min(texts)  # all have four decimals and means below 10
+                    cells = [(text, text == best) for text in texts]
+                    if table is self.unrounded:
+                        cells += [(text, False) for text in self.judged(profile, cube)]
+                    table.add(f"{title}, {bits} bits", cells)
 
-    def difference(self, tool, source, profile, bits):
+    def differences(self, tool, source, profile, bits):
         """In the depth of the source and, except for the library, to the same sRGB profile."""
         self.out.unlink(missing_ok=True)
         words = self.words(HUEWEAVE if tool == LIBRARY else tool, source, self.out, profile)
         more = {HUEWEAVE: ["--to", self.screen], LIBRARY: ["--precision", "library"], "vips": ["--depth", str(bits)]}
         Run([words[0], *([f"-w{bits}"] if tool == "tificc" else []), *words[1:], *more.get(tool, [])])
-        done = subprocess.run([self.judge, profile, self.screen, source, self.out], capture_output=True, text=True,
+        return self.judged(profile, source, self.out)
+
+    def judged(self, profile, *pictures):
+        """The judge's lines, as cells."""
+        done = subprocess.run([self.judge, profile, self.screen, *pictures], capture_output=True, text=True,
                               check=False)
         if done.returncode != 0:
-            print(f"{tool}: {done.stderr.strip()}", flush=True)
-            return "fails"
-        return "{:.4f} / {:.2f}".format(*map(float, done.stdout.split()))
+            print(done.stderr.strip(), flush=True)
+            return ["fails"] * 3
+        return ["{:.4f} / {:.2f}".format(*map(float, line.split())) for line in done.stdout.splitlines()]
 
     def speed(self, big, megapixels):
         runs = {tool: [] for tool in TOOLS}
@@ -343,7 +356,7 @@ def write(path, trials):
         found = re.search(pattern, shell(command.format(hueweave=trials.hueweave) + " 2>&1"))
         versions[tool] = maker + (found.group(1) if found else "?")
     text = path.read_text()
-    for name in ("behaviour", "colours", "abilities"):
+    for name in ("behaviour", "colours", "unrounded", "abilities"):
         table = getattr(trials, name)
         if not table.rows:
             continue
@@ -363,16 +376,19 @@ def main():
     parser.add_argument("--megapixels", type=int, default=48)
     parser.add_argument("--large", action="store_true")
     parser.add_argument("--abilities", action="store_true")
+    parser.add_argument("--colours", action="store_true")
     arguments = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="hueweave-peers-") as name:
         folder = pathlib.Path(name)
         trials = Trials(arguments, folder)
-        Abilities(trials.abilities, Run, trials).measure()
-        if arguments.abilities:
+        if not arguments.colours:
+            Abilities(trials.abilities, Run, trials).measure()
+        if not arguments.abilities:
+            trials.colour_differences()
+        if arguments.abilities or arguments.colours:
             if arguments.output:
                 write(arguments.output, trials)
             return 0
-        trials.colour_differences()
         trials.damaged()
         trials.overwriting()
         trials.keeping()
