@@ -115,6 +115,29 @@ TEST_F(StatusTest, AListOfNamesKeepsTheirSubfoldersBelowTheBase) {
     fs::remove_all(out_);
     EXPECT_THAT(ConvertScan({"--files-from", list, "-o", out_}).err,
                 HasSubstr("deep/a.tif: would be written to " + out_ + "/a.tif, as " + scans_ + "/a.tif"));
+    WriteBytes(list, scans_ + "/b.TIFF\n" + scans_ + "/b.TIFF\n");
+    EXPECT_THAT(ConvertScan({"--files-from", list, "-o", out_}), Says(1, "/b.TIFF: is named twice; name it once\n"));
+}
+
+TEST_F(StatusTest, ABaseMayBeWrittenInAnyWay) {
+    const std::string list = folder_ / "list";
+    // The base, a name, and the output below the output folder; none if the name is not below the base.
+    const Words rows[] = {{"scans", "./scans//deep/./a.tif", "deep/a.tif"},
+                          {"./scans//", "scans/deep/a.tif", "deep/a.tif"},
+                          {".", "scans/deep/a.tif", "scans/deep/a.tif"},
+                          {"./", "./scans/deep/a.tif", "scans/deep/a.tif"},
+                          {".", scans_ + "/deep/a.tif", ""},
+                          {".", "../converted/a.tif", ""},
+                          {"scan", "scans/a.tif", ""}};
+    for (const Words& row : rows) {
+        SCOPED_TRACE(row[0] + " and " + row[1]);
+        WriteBytes(list, row[1] + "\n");
+        const Outcome run = ConvertScan({"--files-from", list, "--base", row[0], "-o", out_, "--json"},
+                                        {.inChild = [&] { fs::current_path(folder_.path()); }});
+        EXPECT_EQ(run.status, row[2].empty() ? 5 : 0) << run.err;
+        EXPECT_EQ(Outputs(), row[2].empty() ? Names{} : Names{row[2]});
+        fs::remove_all(out_);
+    }
 }
 
 TEST_F(StatusTest, FastResumeComparesSizesAndTimesOfSourceAndOutput) {

@@ -52,6 +52,14 @@ private:
     std::string folder_, one_;
 };
 
+/// Why a file is refused whose output is that of another one.
+std::string ReasonOf(const InputList& list, const std::string& name, const std::string& other,
+                     const std::string& output) {
+    if (list.folder.empty() && list.file.empty()) return fmt::format("is the same file as {}; convert it once", other);
+    if (name == other) return "is named twice; name it once";
+    return fmt::format("would be written to {}, as {}; rename one of them", output, other);
+}
+
 }  // namespace
 
 void RefuseCollisions(InputList& list, bool replaces) {
@@ -74,11 +82,8 @@ void RefuseCollisions(InputList& list, bool replaces) {
                 first, each, [&](const auto& other) { return paths.Of(list.OutputAt(other.second)) == one; });
             if (same == each) continue;
             const std::string other(list.names.Source(same->second));
-            const std::string reason =
-                list.folder.empty() && list.file.empty()
-                    ? fmt::format("is the same file as {}; convert it once", other)
-                    : fmt::format("would be written to {}, as {}; rename one of them", output, other);
-            list.names.Refuse(each->second, reason);
+            list.names.Refuse(each->second,
+                              ReasonOf(list, std::string(list.names.Source(each->second)), other, output));
         }
         first = end;
     }

@@ -62,10 +62,28 @@ std::string NameInFormat(std::string_view relative, const std::optional<Format>&
     return std::string(relative).append(FormatExtension(*format));
 }
 
+/// Where a path goes on after "./" and further slashes at a position, which lead nowhere.
+std::size_t PastDots(std::string_view path, std::size_t at) {
+    for (;; ++at) {
+        const std::string_view rest = path.substr(at);
+        if (!rest.starts_with("./") && (at == 0 || !rest.starts_with('/'))) return at;
+    }
+}
+
+/// What paths below a folder begin with: "" for the current one.
+std::string PrefixOf(std::string_view folder) {
+    const bool isAbsolute = folder.starts_with('/');
+    folder.remove_prefix(PastDots(folder, 0));
+    while (folder.ends_with('/')) folder.remove_suffix(1);
+    if (folder == "." || (folder.empty() && !isAbsolute)) return "";
+    return std::string(folder) + "/";
+}
+
 /// Adds the inputs of a run to its list.
 class Lister {
 public:
-    Lister(const ConvertOptions& options, InputList& list) : options_(options), list_(list) {}
+    Lister(const ConvertOptions& options, InputList& list)
+        : options_(options), list_(list), prefix_(PrefixOf(options.base)) {}
 
     /// A file or folder of the command line.
     void AddInput(const std::string& name) { IsFolder(name) ? AddFolder(name) : AddFile(name); }
@@ -91,9 +109,11 @@ private:
     void AddFile(const std::string& name) { Add(name, name.rfind('/') + 1, ""); }
     void AddBelowBase(const std::string& name) {
         if (options_.base.empty()) return AddFile(name);
-        const std::string prefix = options_.base.ends_with('/') ? options_.base : options_.base + "/";
-        const bool leaves = ("/" + name + "/").find("/../", prefix.size()) != std::string::npos;
-        if (name.starts_with(prefix) && !leaves) return Add(name, prefix.size(), "");
+        const std::size_t begin = PastDots(name, 0), end = begin + prefix_.size();
+        const bool isBelow =
+            std::string_view(name).substr(begin).starts_with(prefix_) && (!prefix_.empty() || !name.starts_with('/'));
+        const bool leaves = ("/" + name + "/").find("/../", end) != std::string::npos;
+        if (isBelow && !leaves) return Add(name, PastDots(name, end), "");
         Add(name, name.rfind('/') + 1, "is not below " + options_.base + ", which --base names");
     }
     void Add(const std::string& path, std::size_t relativeAt, const std::string& problem) {
@@ -111,6 +131,7 @@ private:
 
     const ConvertOptions& options_;
     InputList& list_;
+    std::string prefix_;  ///< of the names below the base
 };
 
 }  // namespace
