@@ -141,6 +141,24 @@ TEST_F(RecordTest, TakesBoundedMemoryWhateverItsSize) {
     EXPECT_THAT(run, Says(5, ".hueweave.jsonl: is too large to be a record, and records no earlier run; remove"));
 }
 
+TEST_F(RecordTest, AFullOneIsFollowedByAnother) {
+    const Words names{"a.tif", "b.tif", "c.tif"};
+    constexpr std::uint64_t kMost = 400;  // bytes; a line takes more than half of it
+    {
+        tool::ResumeRecord record(out_, false, kMost);
+        for (const std::string& name : names) {
+            record.Add(tool::DoneLine{name, std::string(64, 'f'), std::string(64, 'e'), {}, {}});
+            record.Flush(name);
+            record.NoteNamed();
+        }
+    }
+    EXPECT_EQ(tool::RecordsIn(out_).size(), names.size());
+    for (const std::string& path : tool::RecordsIn(out_)) EXPECT_LE(fs::file_size(path), kMost);
+    tool::ResumeRecord later(out_, false);
+    later.Load();
+    for (const std::string& name : names) EXPECT_TRUE(later.Knows(name)) << name;
+}
+
 TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother) {
     const std::string copy = out_ + "/copy";
     const auto after = [&](const std::function<void()>& meanwhile) {

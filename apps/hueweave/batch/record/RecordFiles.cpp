@@ -15,9 +15,8 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kLongestLine = std::size_t{64} << 10;         ///< bytes; the longest path takes half of it
-constexpr std::uint64_t kLargestRecord = std::uint64_t{256} << 20;  ///< bytes; nearly a million files
-constexpr std::size_t kMostRecords = 100000;                        ///< in a folder
+constexpr std::size_t kLongestLine = std::size_t{64} << 10;  ///< bytes; the longest path takes half of it
+constexpr std::size_t kMostRecords = 100000;                 ///< in a folder
 constexpr std::string_view kFirst = ".hueweave.jsonl", kPrefix = ".hueweave-", kSuffix = ".jsonl";
 
 bool IsRecordName(std::string_view name) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -8,6 +9,9 @@
 #include "system/FileAccess.h"
 
 namespace hueweave::tool {
+
+/// The size of the largest record that is read, in bytes: nearly a million files. A run goes on with another one then.
+inline constexpr std::uint64_t kLargestRecord = std::uint64_t{256} << 20;
 
 /// The paths of the records in a folder, sorted. Refuses a folder that cannot be listed, or has far too many.
 std::vector<std::string> RecordsIn(const std::string& folder);

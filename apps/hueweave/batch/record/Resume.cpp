@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "batch/record/RecordFiles.h"
 #include "system/Refusal.h"
 #include "system/StableHash.h"
 
@@ -112,10 +111,25 @@ void ResumeRecord::Open() {
     if (run_) (void)Write(FormatLine(*run_));  // without it, only the total is missing
 }
 
+/// Begins another record. The full one is flushed, because `Flush` will no longer do it. Returns the error number, or
+/// 0.
+int ResumeRecord::GoOn() {
+    if (::fdatasync(record_.file.descriptor()) != 0) return errno;
+    OwnFile next = MakeRecord(folder_);
+    if (next.error != 0) return next.error;
+    full_.push_back(std::move(record_.file));
+    record_ = std::move(next);
+    written_ = 0;
+    return 0;
+}
+
 /// Appends a line with one call, and returns the error number, or 0.
 int ResumeRecord::Write(const std::string& text) {
     // Starts a new line, in case the last one was cut off.
     const std::string line = "\n" + text + "\n";
+    if (written_ > 0 && static_cast<std::uint64_t>(written_) + line.size() > most_) {
+        if (const int error = GoOn()) return error;
+    }
     const ssize_t put = ::write(record_.file.descriptor(), line.data(), line.size());
     const int error = put < 0 ? errno : put < static_cast<ssize_t>(line.size()) ? ENOSPC : 0;
     written_ += std::max<ssize_t>(put, 0);
@@ -139,8 +153,15 @@ void ResumeRecord::Add(const DoneLine& done) {
 }
 
 void ResumeRecord::Flush(const std::string& relative) {
-    // The output is then recorded even after a power failure.
-    if (::fdatasync(record_.file.descriptor()) != 0) Refuse(relative, errno);
+    const int descriptor = [this] {
+        const std::lock_guard lock(mutex_);
+        return record_.file.descriptor();
+    }();
+    // The output is then recorded even after a power failure. Threads flush at the same time.
+    const int error = ErrorOf(::fdatasync(descriptor));
+    if (error == 0) return;
+    const std::lock_guard lock(mutex_);
+    Refuse(relative, error);
 }
 
 void ResumeRecord::Add(const FailedLine& failed) {

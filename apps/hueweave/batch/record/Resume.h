@@ -7,8 +7,11 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
+#include <vector>
 
+#include "batch/record/RecordFiles.h"
 #include "batch/record/RecordLine.h"
 #include "system/FileAccess.h"
 
@@ -48,8 +51,10 @@ private:
 /// record is only used if it is a regular file, and its size is limited.
 class ResumeRecord {
 public:
-    /// With `stay`, the record is not removed, because it tells `hueweave status` about refused files.
-    ResumeRecord(std::string folder, bool stay) : folder_(std::move(folder)), stay_(stay) {}
+    /// With `stay`, the record is not removed, because it tells `hueweave status` about this part of the files. `most`
+    /// is the size in bytes at which the run goes on with another record, because a larger one would not be read.
+    ResumeRecord(std::string folder, bool stay, std::uint64_t most = kLargestRecord)
+        : folder_(std::move(folder)), stay_(stay), most_(most) {}
     /// Removes the record of this run if no output got its name.
     ~ResumeRecord();
     ResumeRecord(const ResumeRecord&) = delete;
@@ -83,18 +88,22 @@ public:
 
 private:
     void Open();
+    int GoOn();
     int Write(const std::string& text);
     [[noreturn]] void Refuse(const std::string& relative, int error) const;
     std::optional<FileVersion> VersionOfOutput(const std::string& relative) const;
 
     std::string folder_;
     bool stay_;
+    std::uint64_t most_;
     std::optional<RunLine> run_;
     std::atomic<bool> named_{false};
     bool opened_ = false;
-    long long written_ = 0;  ///< bytes written by this run
+    long long written_ = 0;                        ///< bytes of the record, all by this run
+    std::unordered_set<std::uint64_t> announced_;  ///< hashes of what earlier runs told, without the time
     RecordEntries entries_;
-    OwnFile record_;  ///< opened by `Begin` or the first `Add`
+    OwnFile record_;                ///< opened by `Begin` or the first `Add`
+    std::vector<FileAccess> full_;  ///< earlier records of this run, open because a thread may be flushing one
     mutable std::mutex mutex_;
 };
 
