@@ -215,12 +215,12 @@ TEST(RecordEntriesTest, LinesThatAreNoneOfOursCountForNothing) {
                                          R"({"output":"a","fingerprint":[")" + f + R"("],"size":1,"modified":2})",
                                          R"({"output":"a","fingerprint":"f","size":1,"modified":2})",
                                          R"({"fingerprint":")" + f + R"(","size":1,"modified":2})"}) {
-        entries.Take(line);
+        entries.Take(tool::ParseRecordLine(line));
     }
-    entries.Take(std::string(30000, '[') + std::string(30000, ']'));
+    entries.Take(tool::ParseRecordLine(std::string(30000, '[') + std::string(30000, ']')));
     EXPECT_FALSE(entries.Has("a"));
-    entries.Take(R"({"output":"a","fingerprint":")" + f + R"(","size":1,"modified":2})");
-    entries.Take(R"({"output":"a","fingerprint":")" + f + R"(","size":3,"modified":4})");
+    entries.Take(tool::ParseRecordLine(R"({"output":"a","fingerprint":")" + f + R"(","size":1,"modified":2})"));
+    entries.Take(tool::ParseRecordLine(R"({"output":"a","fingerprint":")" + f + R"(","size":3,"modified":4})"));
     EXPECT_TRUE(entries.Has("a", f, {1, 2}));
     EXPECT_TRUE(entries.Has("a", f, {3, 4}));
     EXPECT_FALSE(entries.Has("a", f, {1, 4}));

@@ -77,8 +77,33 @@ TEST_F(StatusTest, CountsTheFilesOfAllPartsWithTheirReasons) {
     EXPECT_EQ(List("left"), Words{scans_ + "/n1.tif"});
 }
 
+TEST_F(StatusTest, AFailureBeforeTheFirstOutputCounts) {
+    WriteBytes(scans_ + "/0.tif", "no picture");
+    for (const char* option : {"--verbose", "--no-sandbox"}) {
+        EXPECT_EQ(ConvertAll({"-j", "1", option}).status, 1);
+        EXPECT_EQ(StatusOf({scans_})["failed"], 1);
+        EXPECT_EQ(List("failed"), Words{scans_ + "/0.tif"});
+        fs::remove_all(out_);
+    }
+}
+
+TEST_F(StatusTest, APartWithoutFilesIsKnownToHaveBeenRun) {
+    const auto runAll = [&] {
+        for (const char* part : {"1/3", "2/3", "3/3"}) {
+            EXPECT_EQ(ConvertScan({scans_ + "/deep", "-o", out_, "--shard", part, "--resume=fast"}).status, 0);
+        }
+        return tool::RecordsIn(out_).size();
+    };
+    EXPECT_EQ(runAll(), 3U);
+    EXPECT_THAT(Hueweave({"status", out_}).out, testing::StartsWith("1 done, 0 failed, 0 left of 1\n"));
+    EXPECT_EQ(runAll(), 3U) << "what is known is not recorded again";
+}
+
 TEST_F(StatusTest, FilesThatAreLeftOutAreNeitherFailedNorLeft) {
+    fs::create_directory(out_);
     Shell("convert-im6 -size 8x8 xc:gray50 -colorspace Gray -depth 1 -monochrome " + Quoted(scans_ + "/page.tif"));
+    ASSERT_EQ(ConvertAll({"--others", "skip", "--dry-run", "--resume", "--shard", "1/1", "--no-sandbox"}).status, 0);
+    EXPECT_EQ(NamesIn(out_), Words{}) << "a dry run has written something";
     ASSERT_EQ(ConvertAll({"--others", "skip"}).status, 0);
     const nlohmann::json status = StatusOf({scans_});
     EXPECT_EQ(status["left_out"], 1);

@@ -80,7 +80,9 @@ Result ConvertFile(const FileTask& task) {
     const std::optional<FilePlan> planned = PlanOf(session, source, kind);
     if (!planned) {
         report.TellLeftOut(kind);
-        if (session.record != nullptr) session.record->Add(FailedLine{item.relative, item.source, kind, true, Now()});
+        if (session.record != nullptr && !options.dryRun) {
+            session.record->Add(FailedLine{item.relative, item.source, kind, true, Now()});
+        }
         return {Outcome::LeftOut, 0, kind};
     }
     const FilePlan& plan = *planned;

@@ -19,13 +19,18 @@ std::uint64_t SettingsOf(const std::string& hex) {
     return digest ? (*digest)[0] : 0;
 }
 
+/// A hash of what a run tells about itself, except the time.
+std::uint64_t KeyOf(RunLine run) {
+    run.at = 0;
+    return StableHash(FormatLine(run));
+}
+
 }  // namespace
 
 std::uint64_t RecordEntries::Key(const std::string& output) { return StableHash(output); }
 
-void RecordEntries::Take(const std::string& line, const Wanted& wanted) {
-    const RecordLine read = ParseRecordLine(line);
-    const auto* const done = std::get_if<DoneLine>(&read);
+void RecordEntries::Take(const RecordLine& line, const Wanted& wanted) {
+    const auto* const done = std::get_if<DoneLine>(&line);
     if (done == nullptr || (wanted && !wanted(done->output))) return;
     const auto fingerprint = DigestOf(done->fingerprint);
     if (!fingerprint) return;
@@ -54,9 +59,20 @@ void ResumeRecord::Load(const RecordEntries::Wanted& wanted) {
     const std::lock_guard lock(mutex_);
     for (const std::string& path : RecordsIn(folder_)) {
         ReadRecord(
-            path, [&](const std::string& line) { entries_.Take(line, wanted); }, ", and records no earlier run",
-            "remove it, or leave out --resume");
+            path,
+            [&](const std::string& text) {
+                const RecordLine line = ParseRecordLine(text);
+                entries_.Take(line, wanted);
+                if (const auto* run = std::get_if<RunLine>(&line)) announced_.insert(KeyOf(*run));
+            },
+            ", and records no earlier run", "remove it, or leave out --resume");
     }
+}
+
+void ResumeRecord::Announce(const RunLine& run) {
+    const std::lock_guard lock(mutex_);
+    run_ = run;
+    if (stay_ && !announced_.contains(KeyOf(run))) Open();
 }
 
 ResumeRecord::~ResumeRecord() {
@@ -167,7 +183,7 @@ void ResumeRecord::Flush(const std::string& relative) {
 void ResumeRecord::Add(const FailedLine& failed) {
     const std::string line = FormatLine(failed);
     const std::lock_guard lock(mutex_);
-    if (stay_) Open();
+    Open();
     if (record_.error == 0 && record_.file.descriptor() >= 0) (void)Write(line);
 }
 

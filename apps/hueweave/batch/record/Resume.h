@@ -24,7 +24,7 @@ public:
     /// Whether lines for an output are of interest.
     using Wanted = std::function<bool(const std::string& output)>;
     /// Adds a line of a record, if it is wanted. Ignores lines that are not about an output.
-    void Take(const std::string& line, const Wanted& wanted = {});
+    void Take(const RecordLine& line, const Wanted& wanted = {});
     /// Whether a line lists this output with this fingerprint and version.
     bool Has(const std::string& output, const std::string& fingerprint, const FileVersion& version) const;
     /// Whether a line lists this output with this version, made from this version of its source with these settings.
@@ -71,8 +71,9 @@ public:
     bool IsDone(const std::string& relative, const std::string& fingerprint) const;
     /// Whether this output was made with these settings from a source of this size and time, and has not changed since.
     bool IsDone(const std::string& relative, const std::string& settings, const FileVersion& source) const;
-    /// The first line of the record, which is written when the record is created.
-    void Announce(const RunLine& run) { run_ = run; }
+    /// The first line of the record, which is written when the record is created: at once, if other runs convert other
+    /// parts and no record that was read tells it, so that a part without files is known to have been run.
+    void Announce(const RunLine& run);
     /// Opens the record before the output is created, so that the file can still be refused if too many files are open.
     void Begin();
     /// Records an output that is complete but has no name yet. The

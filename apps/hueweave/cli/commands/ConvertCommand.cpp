@@ -63,7 +63,7 @@ RunLine RunOf(const ConvertOptions& options, const InputList& list) {
 /// cannot be created, each file is refused for that reason.
 void MakeOutputFolder(const ConvertOptions& options, const InputList& list, MadeFolders& folders,
                       AllowedPaths& allowed) {
-    if (options.dryRun || list.folder.empty() || list.size() == 0) return;
+    if (options.dryRun || list.folder.empty() || (list.size() == 0 && !options.shard)) return;
     const std::string above = ExistingFolder(list.folder);
     try {
         folders.Make(list.folder);
@@ -75,9 +75,9 @@ void MakeOutputFolder(const ConvertOptions& options, const InputList& list, Made
 
 /// Enters the sandbox, when all inputs are known: names have been read, but no image or profile.
 void Confine(const ConvertOptions& options, const InputList& list, MadeFolders& folders) {
-    if (!options.sandbox) return;
     AllowedPaths allowed;
     MakeOutputFolder(options, list, folders, allowed);
+    if (!options.sandbox) return;
     const AllowedPaths named = PathsOf(options, list);
     allowed.insert(allowed.end(), named.begin(), named.end());
     EnterSandbox(allowed);
@@ -172,9 +172,9 @@ Exit ConvertCommand::Run() {
     std::optional<ResumeRecord> record;  // destroyed before the folders are checked
     if (!list.folder.empty() && (!options_.dryRun || options_.resume != Resume::No)) {
         record.emplace(list.folder, shared);
-        record->Announce(RunOf(options_, list));
+        if (options_.resume != Resume::No) record->Load();
+        if (!options_.dryRun) record->Announce(RunOf(options_, list));
     }
-    if (options_.resume != Resume::No) record->Load();
     Session session{options_,          list, report, target, cache, folders, swept, record ? &*record : nullptr,
                     std::move(profile)};
     if (list.links > 0) {
