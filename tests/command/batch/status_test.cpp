@@ -39,6 +39,8 @@ TEST_F(StatusTest, CountsTheFilesOfAllPartsWithTheirReasons) {
     MakeSix();
     EXPECT_THAT(Hueweave({"status", out_}), SaysOnly(5, out_ + ": is no folder; name the output folder of the runs"));
     EXPECT_NE(ConvertAll({"--shard", "1/2", "-q"}).status, 2);
+    EXPECT_THAT(Hueweave({"status", out_, scans_ + "s"}),
+                SaysOnly(4, scans_ + "s: does not exist; name the inputs of the runs"));
     nlohmann::json status = StatusOf({scans_});
     EXPECT_EQ(status["total"], 6);
     EXPECT_GT(status["left"], 0);
@@ -99,6 +101,98 @@ TEST_F(StatusTest, APartWithoutFilesIsKnownToHaveBeenRun) {
     EXPECT_EQ(runAll(), 3U) << "what is known is not recorded again";
 }
 
+struct TotalRow {
+    const char* name;
+    std::string record;
+    nlohmann::json total;  ///< null for none
+    bool estimated;
+    int damaged;
+};
+
+std::string RunOf(const std::string& inputs, const std::string& files, const std::string& part,
+                  const std::string& parts, int at) {
+    return R"({"inputs":)" + inputs + R"(,"files":)" + files + R"(,"part":)" + part + R"(,"parts":)" + parts +
+           R"(,"at":)" + std::to_string(at) + "}\n";
+}
+
+TEST_F(StatusTest, TheTotalIsWhatTheRunsAnnounced) {
+    const std::string a = R"("a")", list = R"("list","base":"a")", other = R"("other","base":"a")";
+    const TotalRow rows[] = {
+        {"both parts", RunOf(a, "3", "1", "2", 1) + RunOf(a, "4", "2", "2", 2), 7, false, 0},
+        {"the last run of a part", RunOf(a, "4", "1", "1", 2) + RunOf(a, "3", "1", "1", 1), 4, false, 0},
+        {"one part of two", RunOf(a, "3", "1", "2", 1), 6, true, 0},
+        {"divided again", RunOf(a, "3", "1", "2", 1) + RunOf(a, "4", "2", "2", 2) + RunOf(a, "2", "4", "4", 3), 8, true,
+         0},
+        {"other inputs", RunOf(a, "3", "1", "1", 1) + RunOf(R"("b")", "4", "1", "1", 2), 7, false, 0},
+        {"a list of what was left", RunOf(a, "9", "1", "1", 1) + RunOf(list, "4", "1", "1", 2), 9, false, 0},
+        {"lists alone", RunOf(list, "4", "1", "1", 1) + RunOf(other, "5", "1", "1", 2), 9, false, 0},
+        {"far too many", RunOf(a, "1000000000000", "1", "4294967295", 1), 1000000000000000, true, 0},
+        {"no numbers of files", RunOf(a, "-1", "1", "1", 1) + RunOf(a, "1000000000001", "1", "1", 1), nullptr, false,
+         2},
+        {"no parts", RunOf(a, "1", "0", "0", 1) + RunOf(a, "1", "3", "2", 1) + RunOf(a, "1", "-1", "2", 1), nullptr,
+         false, 3},
+        {"no path", R"({"output":"\u0000","source":"s","refused":"r","at":1})", nullptr, false, 1},
+        {"nothing readable", "torn\n\n" + std::string(100000, '[') + "\n" + std::string(9, '\0'), nullptr, false, 3},
+    };
+    fs::create_directory(out_);
+    for (const TotalRow& row : rows) {
+        SCOPED_TRACE(row.name);
+        WriteBytes(out_ + "/.hueweave.jsonl", row.record);
+        const nlohmann::json status = StatusOf();
+        EXPECT_EQ(status.value("total", nlohmann::json()), row.total);
+        EXPECT_EQ(status.value("estimated", false), row.estimated);
+        EXPECT_EQ(status["damaged_lines"], row.damaged);
+    }
+    EXPECT_THAT(Hueweave({"status", out_}).out,
+                HasSubstr("\n3 lines of the records cannot be read and count for nothing\n"));
+}
+
+TEST_F(StatusTest, AListBelowAFolderAddsNothingToItsTotal) {
+    ASSERT_EQ(ConvertAll().status, 0);
+    fs::remove(out_ + "/a.tif");
+    WriteBytes(folder_ / "left", scans_ + "/a.tif\n");
+    const std::string base = folder_ / "./scans//";  // another spelling of the folder
+    ASSERT_EQ(ConvertScan({"--files-from", folder_ / "left", "--base", scans_, "-o", out_}).status, 0);
+    ASSERT_EQ(ConvertScan({base, "-o", out_, "--force"}).status, 0);
+    EXPECT_EQ(StatusOf()["total"], 3);
+}
+
+TEST_F(StatusTest, TheTimeBetweenTwoRunsIsNoTimeOfWork) {
+    fs::create_directory(out_);
+    // One output an hour before the others; then one a second from the start of the second run on.
+    constexpr long long kFirst = 1'700'000'000, kSecond = kFirst + 3600, kSecondInNs = 1'000'000'000;
+    std::string record = RunOf(R"("a")", "6", "1", "1", 1);
+    record.replace(record.find("\"at\":1"), 6, "\"at\":" + std::to_string(kFirst * kSecondInNs));
+    std::string again = record;
+    again.replace(again.find(std::to_string(kFirst)), 10, std::to_string(kSecond));
+    record += again;
+    for (const long long time : {kFirst + 1, kSecond + 1, kSecond + 2, kSecond + 3, kSecond + 4}) {
+        const std::string name = std::to_string(time), path = out_ + "/" + name;
+        WriteBytes(path, "output");
+        Shell("touch -d @" + name + " " + Quoted(path));
+        const std::string ns = std::to_string(time * kSecondInNs);
+        record += R"({"output":")" + name + R"(","fingerprint":"f","size":6,"modified":)" + ns + "}\n";
+    }
+    WriteBytes(out_ + "/.hueweave.jsonl", record);
+    EXPECT_EQ(StatusOf()["files_per_second"], 1.0);
+    EXPECT_EQ(StatusOf()["seconds_left"], 1.0);
+}
+
+TEST_F(StatusTest, NamesOnATerminalAreHarmless) {
+    fs::create_directory(out_);
+    WriteBytes(out_ + "/.hueweave.jsonl",
+               R"({"output":"a","source":"/x/\u001b[31m\n","refused":"\u001b]0;it\u0007","at":5})"
+               "\n");
+    const std::string status = HUEWEAVE_COMMAND " status " + Quoted(out_);
+    EXPECT_EQ(Hueweave({"status", out_, "--list", "failed"}).out, "/x/\x1b[31m\n\n");
+    for (const std::string option : {"", " --json", " --list failed"}) {
+        const std::string shown = Shell("script -qec " + Quoted(status + option) + " /dev/null");
+        EXPECT_THAT(shown, HasSubstr("[31m"));
+        EXPECT_EQ(shown.find('\x1b'), std::string::npos) << option;
+        EXPECT_EQ(shown.find('\a'), std::string::npos) << option;
+    }
+}
+
 TEST_F(StatusTest, FilesThatAreLeftOutAreNeitherFailedNorLeft) {
     fs::create_directory(out_);
     Shell("convert-im6 -size 8x8 xc:gray50 -colorspace Gray -depth 1 -monochrome " + Quoted(scans_ + "/page.tif"));
@@ -123,8 +217,7 @@ TEST_F(StatusTest, EachRunWritesARecordOfItsOwn) {
     // A line that is being written counts when it is complete; so do the records of others.
     std::ofstream(records[0], std::ios::app) << R"({"output":"b.TIFF","fing)";
     EXPECT_EQ(StatusOf()["done"], 3);
-    WriteBytes(out_ + "/.hueweave-other-1-0.jsonl", "\n{\"list\":\"x\",\"files\":7,\"part\":1,\"parts\":1,\"at\":1}\n");
-    EXPECT_EQ(StatusOf()["total"], 3 + 1 + 7);
+    EXPECT_EQ(StatusOf()["damaged_lines"], 1);
 }
 
 TEST_F(StatusTest, AListOfNamesKeepsTheirSubfoldersBelowTheBase) {

@@ -171,7 +171,12 @@ InputList ListInputs(const ConvertOptions& options) {
     list.options = FilesOfOptions(options);
     Lister lister(options, list);
     for (const std::string& name : options.inputs) lister.AddInput(name);
-    if (options.filesFrom) ReadNames(options, [&](const std::string& name) { lister.AddListed(name); });
+    if (options.filesFrom) {
+        ReadNames(options, [&](const std::string& name) {
+            if (options.filesFrom == "-") list.listed += StableHash(name);
+            lister.AddListed(name);
+        });
+    }
     lister.Finish();
     if (options.resume != Resume::No && list.folder.empty()) {
         throw Refusal(Exit::Usage, "", "--resume wants an output folder", "give one with -o");

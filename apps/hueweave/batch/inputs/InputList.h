@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
@@ -26,6 +27,7 @@ struct InputList {
     NameList names;
     bool single = false;                   ///< one file was named, not a list or a folder
     std::size_t links = 0;                 ///< symbolic links in folders that were not followed
+    std::uint64_t listed = 0;              ///< a hash of the names from standard input, those of other shards too
     std::string folder;                    ///< for outputs; empty if the output is a single file, or the input itself
     std::string file;                      ///< the output of a single file; empty for the input itself
     std::set<std::string> searched;        ///< folders in which files were found by searching

@@ -52,7 +52,7 @@ void ReadRecord(const std::string& path, const std::function<void(const std::str
     std::string line;
     for (LineReader lines(file.descriptor(), '\n', kLongestLine); problem.empty();) {
         if (lines.Next(line)) {
-            if (line.size() <= kLongestLine) take(line);
+            take(line);
             continue;
         }
         if (lines.error() == 0) return;

@@ -3,6 +3,7 @@
 
 #include <charconv>
 #include <chrono>
+#include <limits>
 
 #include "system/Json.h"
 #include "system/JsonNames.h"
@@ -10,12 +11,22 @@
 namespace hueweave::tool {
 namespace {
 
+constexpr std::uint64_t kMostCounted = 1'000'000'000'000;  ///< pixels of a file, or files of a run
+
 /// An integer. A number with a fraction is rejected, because it may be out of range.
-template <class Number = long long>
-Number WholeNumber(const nlohmann::json& json, const char* key) {
+long long WholeNumber(const nlohmann::json& json, const char* key) {
     const auto& value = json.at(key);
     if (!value.is_number_integer()) throw nlohmann::json::type_error::create(302, "no whole number", &value);
-    return value.get<Number>();
+    return value.get<long long>();
+}
+
+/// A number of something. Larger ones are rejected, so that sums and estimates stay far from overflow.
+std::uint64_t Count(const nlohmann::json& json, const char* key, std::uint64_t most = kMostCounted) {
+    const long long value = WholeNumber(json, key);
+    if (value < 0 || static_cast<std::uint64_t>(value) > most) {
+        throw nlohmann::json::out_of_range::create(401, "no such number", &json);
+    }
+    return static_cast<std::uint64_t>(value);
 }
 
 /// The value of a key that lines of earlier versions lack.
@@ -23,26 +34,36 @@ long long WholeNumberOr0(const nlohmann::json& json, const char* key) {
     return json.contains(key) ? WholeNumber(json, key) : 0;
 }
 
+/// A path. No path contains a zero byte.
+std::string Path(const nlohmann::json& json, const char* key) {
+    std::string path = TakeName(json, key);
+    if (path.find('\0') != std::string::npos) throw nlohmann::json::type_error::create(302, "no path", &json);
+    return path;
+}
+
 DoneLine ReadDone(const nlohmann::json& json) {
     DoneLine line;
-    line.output = TakeName(json, "output");
+    line.output = Path(json, "output");
     line.fingerprint = json.at("fingerprint").get<std::string>();
     line.settings = json.value("settings", "");
     line.version = {WholeNumber(json, "size"), WholeNumber(json, "modified")};
     line.source = {WholeNumberOr0(json, "source_size"), WholeNumberOr0(json, "source_modified")};
-    line.pixels = static_cast<std::uint64_t>(WholeNumberOr0(json, "pixels"));
+    if (json.contains("pixels")) line.pixels = Count(json, "pixels");
     return line;
 }
 
 FailedLine ReadFailed(const nlohmann::json& json) {
     const bool leftOut = json.contains("left_out");
-    return {TakeName(json, "output"), TakeName(json, "source"),
-            json.at(leftOut ? "left_out" : "refused").get<std::string>(), leftOut, WholeNumber(json, "at")};
+    return {Path(json, "output"), Path(json, "source"), json.at(leftOut ? "left_out" : "refused").get<std::string>(),
+            leftOut, WholeNumber(json, "at")};
 }
 
 RunLine ReadRun(const nlohmann::json& json) {
-    return {json.at("list").get<std::string>(), WholeNumber<std::uint64_t>(json, "files"),
-            WholeNumber<unsigned>(json, "part"), WholeNumber<unsigned>(json, "parts"), WholeNumber(json, "at")};
+    const auto parts = Count(json, "parts", std::numeric_limits<unsigned>::max());
+    const auto part = Count(json, "part", parts);
+    if (part == 0) throw nlohmann::json::out_of_range::create(401, "no part", &json);
+    return {json.value("inputs", ""),    json.value("base", ""),       Count(json, "files"),
+            static_cast<unsigned>(part), static_cast<unsigned>(parts), WholeNumber(json, "at")};
 }
 
 }  // namespace
@@ -63,7 +84,7 @@ RecordLine ParseRecordLine(const std::string& line) {
     if (!json.is_object()) return {};
     try {
         if (json.contains("fingerprint")) return ReadDone(json);
-        if (json.contains("list")) return ReadRun(json);
+        if (json.contains("parts")) return ReadRun(json);
         return ReadFailed(json);
     } catch (const nlohmann::json::exception&) {
         return {};
@@ -93,8 +114,13 @@ std::string FormatLine(const FailedLine& line) {
 }
 
 std::string FormatLine(const RunLine& line) {
-    return JsonLine(
-        {{"list", line.list}, {"files", line.files}, {"part", line.part}, {"parts", line.parts}, {"at", line.at}});
+    nlohmann::ordered_json json{{"inputs", line.inputs}};
+    if (!line.base.empty()) json["base"] = line.base;
+    json["files"] = line.files;
+    json["part"] = line.part;
+    json["parts"] = line.parts;
+    json["at"] = line.at;
+    return JsonLine(json);
 }
 
 long long Now() { return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count(); }

@@ -35,8 +35,9 @@ struct FailedLine {
 
 /// The first line of a run.
 struct RunLine {
-    std::string list;  ///< the same for runs over the same part of the same inputs
-    std::uint64_t files = 0;
+    std::string inputs;       ///< the same for runs over the same inputs; empty in lines of earlier versions
+    std::string base;         ///< that of runs over the folder which contains the files of a list; or empty
+    std::uint64_t files = 0;  ///< of the part
     unsigned part = 1, parts = 1;
     long long at = 0;
 };

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -19,6 +18,7 @@ namespace hueweave::tool {
 struct Progress {
     std::uint64_t done = 0, failed = 0, leftOut = 0;
     std::uint64_t bytes = 0, pixels = 0;  ///< of the outputs
+    std::uint64_t damaged = 0;            ///< lines of the records that cannot be read
     std::optional<std::uint64_t> total;   ///< null if no run tells
     bool estimated = false;               ///< the total, from some of the parts
     double rate = 0;                      ///< files a second
@@ -42,6 +42,9 @@ public:
     bool IsLeft(std::string_view relative) const;
 
 private:
+    /// The runs over the same inputs: the last one of each part, by the number of parts.
+    using Runs = std::map<unsigned, std::map<unsigned, RunLine>>;
+    void Take(const std::monostate&) { ++damaged_; }
     void Take(const DoneLine& line);
     void Take(const FailedLine& line);
     void Take(const RunLine& line);
@@ -51,9 +54,10 @@ private:
     std::string folder_;
     std::unordered_set<std::uint64_t> done_;  ///< by a hash of the output
     std::map<std::string, FailedLine> failed_;
-    std::map<std::string, RunLine> runs_;  ///< the last one by list
-    long long begun_ = 0;                  ///< by the first run; nanoseconds since 1970
-    std::vector<long long> times_;         ///< of the outputs
+    std::map<std::string, Runs> runs_;  ///< by their inputs
+    std::vector<long long> begun_;      ///< when the runs began; nanoseconds since 1970
+    std::vector<long long> times_;      ///< of the outputs
+    std::uint64_t damaged_ = 0;         ///< lines
     std::uint64_t bytes_ = 0, pixels_ = 0;
 };
 

@@ -42,21 +42,30 @@ Resume ParseResume(const std::string& text) {
     return Resume::ByHash;
 }
 
-/// What a run tells about itself. Runs over the same part of the same inputs have the same list.
-RunLine RunOf(const ConvertOptions& options, const InputList& list) {
-    std::string inputs;
+/// A name for inputs in records: the same for the same paths, however they are written. `listed` is a hash of the names
+/// that came from standard input.
+std::string NameOfInputs(const std::vector<std::string>& paths, std::uint64_t listed = 0) {
+    std::string all;
     std::error_code ignored;
-    const auto add = [&](const std::string& path) { inputs += fs::absolute(path, ignored).string() + '\0'; };
-    for (const std::string& input : options.inputs) add(input);
-    std::uint64_t names = 0;  // those of standard input have no other name
-    if (options.filesFrom && *options.filesFrom != "-") {
-        add(*options.filesFrom);
-    } else if (options.filesFrom) {
-        for (std::size_t number = 0; number < list.size(); ++number) names += StableHash(list.names.Source(number));
+    for (const std::string& path : paths) {
+        const fs::path whole = fs::absolute(path, ignored).lexically_normal();
+        all += (whole.has_filename() ? whole : whole.parent_path()).string() + '\0';
     }
+    return fmt::format("{:016x}", StableHash(fmt::format("{}{}", all, listed)));
+}
+
+/// What a run tells about itself.
+RunLine RunOf(const ConvertOptions& options, const InputList& list) {
+    std::vector<std::string> paths = options.inputs;
+    if (options.filesFrom && options.filesFrom != "-") paths.push_back(*options.filesFrom);
+    const bool isBelow = options.inputs.empty() && !options.base.empty();
     const Shard shard = options.shard.value_or(Shard{});
-    return {fmt::format("{:016x}", StableHash(fmt::format("{}{} {}/{}", inputs, names, shard.part, shard.parts))),
-            list.size(), shard.part, shard.parts, Now()};
+    return {NameOfInputs(paths, list.listed),
+            isBelow ? NameOfInputs({options.base}) : "",
+            list.size(),
+            shard.part,
+            shard.parts,
+            Now()};
 }
 
 /// Creates the output folder before entering the sandbox, which then allows writing below it but not above. If it

@@ -12,7 +12,9 @@
 
 #include "batch/session/Report.h"
 #include "cli/options/Values.h"
+#include "picture/Format.h"
 #include "system/JsonNames.h"
+#include "system/Refusal.h"
 #include "system/StandardStreams.h"
 #include "system/sandbox/Sandbox.h"
 
@@ -60,6 +62,11 @@ std::string TextOf(const Progress& p, const std::vector<Reason>& reasons) {
                 "\n";
     }
     if (reasons.size() > kMostReasons) text += fmt::format("and {} more reasons\n", reasons.size() - kMostReasons);
+    if (p.damaged > 0) {
+        text += fmt::format("{} of the records cannot be read and {} for nothing\n",
+                            p.damaged == 1 ? "1 line" : fmt::format("{} lines", p.damaged),
+                            p.damaged == 1 ? "counts" : "count");
+    }
     return text;
 }
 
@@ -72,6 +79,7 @@ std::string JsonOf(const Progress& p, const std::vector<Reason>& reasons) {
     }
     json["bytes"] = p.bytes;
     json["pixels"] = p.pixels;
+    json["damaged_lines"] = p.damaged;
     json["files_per_second"] = p.rate;
     if (p.sinceLast) json["seconds_since_last"] = *p.sinceLast;
     if (p.total && p.rate > 0) json["seconds_left"] = static_cast<double>(p.Left()) / p.rate;
@@ -119,19 +127,33 @@ void StatusCommand::Settle() {
     if (!options_.base.empty() && !options_.filesFrom) RefuseUsage("--base is for --files-from", "leave it out");
 }
 
+/// The names as they are, but on a terminal, which would obey control characters in them.
 std::string StatusCommand::ListOf(const Status& status, const InputList& inputs) const {
-    const char end = options_.nul ? '\0' : '\n';
+    const bool isTerminal = ::isatty(STDOUT_FILENO) != 0;
     std::string names;
+    const auto add = [&](std::string_view name) {
+        isTerminal ? names += OneLine(name) : names += name;
+        names += options_.nul ? '\0' : '\n';
+    };
     if (names_ == Names::Failed) {
         for (const auto& [output, line] : status.failed()) {
-            if (!line.leftOut) (names += line.source) += end;
+            if (!line.leftOut) add(line.source);
         }
         return names;
     }
     for (std::size_t number = 0; number < inputs.size(); ++number) {
-        if (status.IsLeft(inputs.RelativeAt(number))) (names += inputs.names.Source(number)) += end;
+        if (status.IsLeft(inputs.RelativeAt(number))) add(inputs.names.Source(number));
     }
     return names;
+}
+
+/// A file may have vanished since it was converted, but a folder that is missing was mistyped.
+void StatusCommand::CheckInputs() const {
+    std::error_code ignored;
+    for (const std::string& input : options_.inputs) {
+        if (FormatOfName(input) != Format::Unknown || std::filesystem::exists(input, ignored)) continue;
+        throw Refusal(Exit::Input, input, "does not exist", "name the inputs of the runs");
+    }
 }
 
 Exit StatusCommand::Run() {
@@ -140,6 +162,7 @@ Exit StatusCommand::Run() {
         throw Refusal(Exit::Output, options_.output, "is no folder", "name the output folder of the runs");
     }
     InputList inputs;
+    CheckInputs();
     if (HasInputs()) inputs = ListInputs(options_);
     if (options_.sandbox) EnterSandbox({{options_.output, Use::Read}});
     const Status status(options_.output);

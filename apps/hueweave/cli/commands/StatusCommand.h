@@ -19,6 +19,7 @@ public:
 private:
     enum class Names { None, Failed, Left };
     bool HasInputs() const { return !options_.inputs.empty() || options_.filesFrom; }
+    void CheckInputs() const;
     std::string ListOf(const Status& status, const InputList& inputs) const;
 
     ConvertOptions options_;  ///< the inputs and the output folder
