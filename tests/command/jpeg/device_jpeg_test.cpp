@@ -29,8 +29,8 @@ protected:
         Picture picture{41, 37, samples, 8, {}, ""};
         for (std::size_t i = 0; i < std::size_t{41} * 37 * samples; ++i) {
             const std::size_t pixel = i / samples % 41 + i / samples / 41 * photo.width;
-            picture.values.push_back(i % samples == 3 ? 255 - photo.values[3 * pixel] / 3
-                                                      : photo.values[3 * pixel + i % samples]);
+            const int value = i % samples == 3 ? 255 - photo.values[3 * pixel] / 3 : photo.values[3 * pixel + i % samples];
+            picture.values.push_back(static_cast<std::uint16_t>(value));
         }
         return picture;
     }
