@@ -56,7 +56,7 @@ std::string Percent(std::uint64_t part, std::uint64_t all) {
 std::string ClipTable(const PictureSummary& s) {
     std::string rows =
         "<thead><tr><th scope=\"col\">Channel</th><th scope=\"col\" class=\"number\">at 0</th><th scope=\"col\" "
-        "class=\"number\">at the maximum</th></tr></thead><tbody>";
+        "class=\"number\">at maximum</th></tr></thead><tbody>";
     for (std::size_t c = 0; c < 3; ++c) {
         rows += fmt::format(
             "<tr><th scope=\"row\">{}</th><td class=\"number\">{} ({})</td><td class=\"number\">{} ({})</td></tr>",
