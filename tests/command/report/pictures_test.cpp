@@ -200,7 +200,6 @@ TEST_F(ReportPicturesTest, OfOtherKindsAreRefused) {
              {"grey.tif", "convert-im6 $p8 -colorspace gray $out", "grey"},
              {"grey.png", "convert-im6 $p8 -colorspace gray $out", "grey"},
              {"grey.jpg", "convert-im6 $p8 -colorspace gray $out", "grey"},
-             {"cmyk.tif", "convert-im6 $p8 -colorspace CMYK $out", "CMYK"},
              {"cmyk.jpg", "convert-im6 $p8 -colorspace CMYK $out", "CMYK"},
              {"bilevel.tif", "convert-im6 $p8 -monochrome -compress group4 $out", "bilevel"}}) {
         const Outcome run = Hueweave({"report", profileOfAll_, Make(name, line), "-o", page_});

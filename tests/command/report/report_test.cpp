@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The page of report: its numbers, and text of strangers in it. tests/report uses it in a browser.
+#include <unistd.h>
+
+#include <filesystem>
 #include <map>
 
 #include "command/report/ReportPageFixture.h"
@@ -139,6 +142,44 @@ TEST_F(ReportPageTest, RefusesWithoutWriting) {
     WriteBytes(page_, "mine");
     EXPECT_THAT(Hueweave(profile + Words{"-o", page_}), Refuses(5, "exists already"));
     EXPECT_EQ(FileBytes(page_), "mine");
+}
+
+TEST_F(ReportPageTest, IsWholeOrNotThereWhateverFails) {
+    const std::string image = folder_ / "image.tif", seen = folder_ / "seen";
+    OneStrip(std::string(12, 'x'), {.width = 2, .height = 2}).Save(image);
+    const std::string whole = PageOf({Input("matrix.icc"), image});
+    struct Row {
+        const char* fault;
+        bool isReplaced;  ///< there is an old page, and --force
+        int status;       ///< -1 where the command is killed
+    };
+    for (const auto& [fault, isReplaced, status] : {Row{"pwrite:1:28", false, 5},
+                                                    {"pwrite:1:28", true, 5},
+                                                    {"pwrite:1:-6", true, -1},
+                                                    {"pwrite:1:0", true, 0},
+                                                    {"sync:1:5", false, 5},
+                                                    {"pread:6:5", true, 4}}) {
+        SCOPED_TRACE(fault);
+        std::filesystem::remove(page_);
+        if (isReplaced) WriteBytes(page_, "mine");
+        WriteBytes(seen, "");
+        Words words{"report", Input("matrix.icc"), image, "-o", page_};
+        if (isReplaced) words.emplace_back("--force");
+        const Outcome run = Hueweave(words, {.setenv = Faults(fault, seen)});
+        EXPECT_EQ(FileBytes(seen), "x");
+        EXPECT_EQ(run.status, status) << run.err;
+        const std::string kept = isReplaced ? "mine" : "";
+        EXPECT_EQ(Exists(page_) ? FileBytes(page_) : "", status == 0 ? whole : kept);
+        EXPECT_EQ(NamesIn(folder_.path()).size(), isReplaced || status == 0 ? 3U : 2U);
+    }
+}
+
+TEST_F(ReportPageTest, NeedsNoStandardStreams) {
+    const auto closeAll = [] {
+        for (const int stream : {0, 1, 2}) close(stream);
+    };
+    EXPECT_THAT(Hueweave({"report", Input("matrix.icc"), "-o", page_}, {.inChild = closeAll}), Succeeds());
+    EXPECT_EQ(NumbersOf(FileBytes(page_))["profile"]["file"], Input("matrix.icc"));
 }
 
 TEST_F(ReportPageTest, JudgesAChartByAllGuidelines) {
