@@ -58,4 +58,5 @@ function(hueweave_report_page tool)
                OBJECT_DEPENDS "${assets}/report.js;${assets}/report.css;${assets}/page.html;${assets}/licences.txt"
                SKIP_PRECOMPILE_HEADERS ON)
   set_source_files_properties(cli/CommandLine.cpp PROPERTIES COMPILE_DEFINITIONS HUEWEAVE_HAS_REPORT)
+  set_target_properties(${tool} PROPERTIES HUEWEAVE_HAS_REPORT ON)
 endfunction()

@@ -45,7 +45,7 @@ _hueweave() {
         kind=files
         options="-h --help --profile --to --precision --intent --bpc --absolute --worst --limit --guideline --json --no-sandbox"
         ;;
-    report) kind=files options="-h --help -o --output --to --intent --chart --force -q --quiet --no-sandbox" ;;
+    report) kind=files options="-h --help -o --output --to --intent --chart --max-memory --force -q --quiet --no-sandbox" ;;
     spaces) options="-h --help --json" ;;
     help) options="" values=$commands ;;
     *) return ;;

@@ -68,6 +68,7 @@ complete -c hueweave -n '__fish_seen_subcommand_from status' -l list -x -d 'name
 complete -c hueweave -n '__fish_seen_subcommand_from watch' -l settle -x -d 'seconds for which a file must stay the same'
 
 complete -c hueweave -n '__fish_seen_subcommand_from report' -l chart -r -d 'chart with its reference'
+complete -c hueweave -n '__fish_seen_subcommand_from report' -l max-memory -x -d 'memory for a picture, as 256M'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l image -r -d 'colours of a picture'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l bits -x -d 'bits a sample' -a '8 16'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l points -x -d 'points of the grid on each axis'

@@ -23,6 +23,14 @@ for (const pixel of data) hash = (Math.imul(hash, 31) + pixel) | 0;
 return {hash, colours: new Set(data).size};
 """
 
+# The place of an element in the window.
+BOX = """
+const element = document.querySelector(arguments[0]);
+element.scrollIntoView({block: "center", behavior: "instant"});
+const box = element.getBoundingClientRect();
+return [box.left, box.top, box.width, box.height];
+"""
+
 PLOTTED = """
 const plotted = {};
 for (const figure of document.querySelectorAll("figure[data-live]")) plotted[figure.dataset.plot] = figure.graph.rawData_;
@@ -48,12 +56,13 @@ class Browser:
     def cdp(self, command, **parameters):
         return self.driver.execute_cdp_cmd(command, parameters)
 
-    def open(self, page, width=1280, theme="light", scripts=True):
+    def open(self, page, width=1280, theme="light", scripts=True, touch=False):
         self.driver.get("about:blank")
         self.driver.get_log("browser")
         self.driver.get_log("performance")
         self.cdp("Emulation.setScriptExecutionDisabled", value=not scripts)
-        self.cdp("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1, mobile=False)
+        self.cdp("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1, mobile=touch)
+        self.cdp("Emulation.setTouchEmulationEnabled", enabled=touch, maxTouchPoints=2)
         self.theme(theme)
         self.driver.get(page.as_uri())
         if not scripts:
@@ -111,6 +120,17 @@ class Browser:
             if (label.textContent.startsWith(arguments[0])) return label.querySelector('input').click();
         }
         throw new Error('no box ' + arguments[0]);""", text, within)
+
+    def touch(self, selector, *fingers):
+        """Moves fingers over an element, each from one place to another, as shares of its width and height."""
+        left, top, width, height = self.js(BOX, selector)
+        def points(share):
+            return [{"x": left + width * (x + share * (to_x - x)), "y": top + height * (y + share * (to_y - y)), "id": number}
+                    for number, ((x, y), (to_x, to_y)) in enumerate(fingers)]
+        self.cdp("Input.dispatchTouchEvent", type="touchStart", touchPoints=points(0))
+        for step in range(1, 11):
+            self.cdp("Input.dispatchTouchEvent", type="touchMove", touchPoints=points(step / 10))
+        self.cdp("Input.dispatchTouchEvent", type="touchEnd", touchPoints=[])
 
     def column(self, table, number):
         return self.js("return [...document.querySelectorAll(arguments[0])].map(cell => cell.textContent)",

@@ -4,7 +4,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr unsigned kExifPointer = 34665, kColourSpace = 40961, kThumbnail = 513;
+constexpr unsigned kExifPointer = 34665, kColourSpace = 40961, kThumbnail = 513, kOrientation = 274;
 constexpr unsigned kShort = 3;
 
 /// Numbers of a block in its own byte order; past the end every number is 0.
@@ -53,6 +53,8 @@ ExifColours ReadExif(std::span<const unsigned char> block) {
         const auto space = reader.Find(reader.U32(exif.at + 8), kColourSpace);
         if (space && reader.U16(space.at + 2) == kShort) colours.space = reader.U16(space.at + 8);
     }
+    const auto orientation = reader.Find(first, kOrientation);
+    if (orientation && reader.U16(orientation.at + 2) == kShort) colours.orientation = reader.U16(orientation.at + 8);
     colours.hasThumbnail = static_cast<bool>(reader.Find(reader.Next(first), kThumbnail));
     return colours;
 }

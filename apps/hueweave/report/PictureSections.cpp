@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 
 #include "report/Html.h"
 #include "report/Plots.h"
@@ -25,18 +26,24 @@ std::string Plain(const Json& value) {
     return text;
 }
 
-/// What `inspect` tells of a picture, at a glance: its own values and those of its first page.
-void AddFacts(const Json& described, FactList& facts) {
+std::string Capitalised(std::string text) {
+    text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    return text;
+}
+
+/// What `inspect` tells of a picture, at a glance: its own values and those of the page that is shown. Whether it can
+/// be converted without a profile does not matter here.
+void AddFacts(const Json& described, std::size_t page, FactList& facts) {
     for (const auto& [key, value] : described.items()) {
         if (key == "pages") {
-            facts.emplace_back("pages", std::to_string(value.size()));
-            if (!value.empty()) AddFacts(value[0], facts);
+            facts.emplace_back("Pages", std::to_string(value.size()));
+            if (page < value.size()) AddFacts(value[page], page, facts);
         } else if (key == "profile") {
             const char* const text = value.contains("description") ? "description" : "unreadable";
-            facts.emplace_back("embedded profile", value.contains(text) ? Plain(value[text]) : "yes");
-        } else if (key != "file" && !value.is_object() &&
+            facts.emplace_back("Embedded profile", value.contains(text) ? Plain(value[text]) : "yes");
+        } else if (key != "convertible" && key != "why" && !value.is_object() &&
                    !(value.is_array() && !value.empty() && value[0].is_object())) {
-            facts.emplace_back(key, Plain(value));
+            facts.emplace_back(Capitalised(key), Plain(value));
         }
     }
 }
@@ -49,7 +56,7 @@ std::string Percent(std::uint64_t part, std::uint64_t all) {
 std::string ClipTable(const PictureSummary& s) {
     std::string rows =
         "<thead><tr><th scope=\"col\">Channel</th><th scope=\"col\" class=\"number\">at 0</th><th scope=\"col\" "
-        "class=\"number\">at the maximum</th></tr></thead><tbody>";
+        "class=\"number\">at maximum</th></tr></thead><tbody>";
     for (std::size_t c = 0; c < 3; ++c) {
         rows += fmt::format(
             "<tr><th scope=\"row\">{}</th><td class=\"number\">{} ({})</td><td class=\"number\">{} ({})</td></tr>",
@@ -95,17 +102,23 @@ std::string Image(const char* kind, const std::string& caption, const std::strin
         kind, caption, alt, s.shownWidth, s.shownHeight, uri);
 }
 
+std::string Notes(const PictureSummary& s) {
+    std::string text;
+    for (const std::string& note : s.notes) text += (text.empty() ? "" : " ") + Escaped(note);
+    return text.empty() ? "" : "<p class=\"note\">" + text + "</p>";
+}
+
 std::string PictureSection(const ReportedPicture& picture, std::size_t number, const std::string& space) {
     const PictureSummary& s = picture.summary;
-    FactList facts{{"file", "<code>" + Escaped(picture.name) + "</code>"}};
-    AddFacts(picture.described, facts);
+    FactList facts{{"File", "<code>" + Escaped(picture.name) + "</code>"}};
+    AddFacts(picture.described, s.page, facts);
     const double most = MostShare(s);
     std::string html = fmt::format(
         "<section class=\"picture\" aria-labelledby=\"picture-{0}-title\"><h2 id=\"picture-{0}-title\">{1}</h2><p>"
         "<strong>{2}</strong> of {3} pixels ({4}) have a sample at an end of its range after the conversion. “Before” "
-        "is "
-        "what a program without colour management shows.</p><div class=\"compare\" data-picture=\"{0}\">",
-        number, Escaped(FileName(picture.name)), Grouped(s.clipped), Grouped(s.pixels), Percent(s.clipped, s.pixels));
+        "is what a program without colour management shows.</p>{5}<div class=\"compare\" data-picture=\"{0}\">",
+        number, Escaped(FileName(picture.name)), Grouped(s.clipped), Grouped(s.pixels), Percent(s.clipped, s.pixels),
+        Notes(s));
     const std::string size = s.shownWidth == s.width && s.shownHeight == s.height
                                  ? std::string()
                                  : fmt::format(", reduced to {} × {}", s.shownWidth, s.shownHeight);

@@ -87,12 +87,30 @@ std::string WorstTable(const std::string& caption, const Distribution& distribut
     return html + "</tbody></table></div>";
 }
 
-std::string FigureRow(const std::string& name, const std::string& way, const colour::Comparison& c) {
-    std::string html = fmt::format("<tr><th scope=\"row\">{}</th><td>{}</td>", Escaped(name), Escaped(way));
-    for (const double value : {c.mean, c.median, c.p95, c.p99, c.p999, c.maximum}) {
-        html += fmt::format("<td class=\"number\">{:.3f}</td>", value);
+/// The figures of both precisions, or of one, as a column each.
+std::string FigureTable(const PrecisionVerdict& verdict) {
+    std::string head = "<thead><tr><td></td>", ways = "<tr><th scope=\"row\">way</th>";
+    std::vector<const colour::Comparison*> columns;
+    const auto add = [&](const char* name, const std::string& way, const colour::Comparison& figures) {
+        head += fmt::format("<th scope=\"col\" class=\"number\">{}</th>", name);
+        ways += fmt::format("<td class=\"number\">{}</td>", Escaped(way));
+        columns.push_back(&figures);
+    };
+    add("exact", verdict.way, verdict.exact);
+    if (verdict.library) add("library", "library", *verdict.library);
+    std::string rows = head + "</tr></thead><tbody>" + ways + "</tr>";
+    using Figure = std::pair<const char*, double colour::Comparison::*>;
+    for (const auto& [name, figure] : {Figure{"mean", &colour::Comparison::mean},
+                                       {"median", &colour::Comparison::median},
+                                       {"95 %", &colour::Comparison::p95},
+                                       {"99 %", &colour::Comparison::p99},
+                                       {"99.9 %", &colour::Comparison::p999},
+                                       {"maximum", &colour::Comparison::maximum}}) {
+        rows += fmt::format("<tr><th scope=\"row\">{}</th>", name);
+        for (const auto* column : columns) rows += fmt::format("<td class=\"number\">{:.3f}</td>", column->*figure);
+        rows += "</tr>";
     }
-    return html + "</tr>";
+    return SmallTable(columns.size() == 2 ? "CIEDE2000 of both precisions" : "CIEDE2000", rows + "</tbody>");
 }
 
 std::vector<Series> NeutralSeries(const ToneResponse& tone, bool tint) {
@@ -166,30 +184,23 @@ std::string DifferencesSection(const ReportData& data) {
     const std::size_t colours = data.precision.exact.colours;
     std::vector<double> edges;
     for (std::size_t n = 0; n <= Distribution::kBins; ++n) edges.push_back(Distribution::Edge(n));
-    std::vector<Bars> bars{{"exact", "first", Shares(data.exact, colours)}};
-    if (data.precision.library) bars.push_back({"library", "second", Shares(data.library, colours)});
-    std::vector<Series> legend;
-    legend.reserve(bars.size());
-    for (const Bars& one : bars) legend.push_back({one.label + " precision", one.kind, {}});
+    std::vector<Bars> bars{{"exact precision", "first", Shares(data.exact, colours)}};
+    if (data.precision.library) bars.push_back({"library precision", "second", Shares(data.library, colours)});
     std::string html =
         "<section id=\"differences\" aria-labelledby=\"differences-title\"><h2 "
         "id=\"differences-title\">Differences</h2>"
         "<p>CIEDE2000 between the converted colours and Little CMS in floating point. A difference of 1 is just "
         "visible "
         "side by side.</p>";
-    std::string rows = "<thead><tr><th scope=\"col\">Precision</th><th scope=\"col\">Way</th>";
-    for (const char* name : {"mean", "median", "95 %", "99 %", "99.9 %", "maximum"}) rows += Column(name, true);
-    rows += "</tr></thead><tbody>" + FigureRow("exact", data.precision.way, data.precision.exact);
-    if (data.precision.library) rows += FigureRow("library", "library", *data.precision.library);
-    html += SmallTable("CIEDE2000 of both precisions", rows + "</tbody>") + "<div class=\"figures-grid\">";
+    html += "<div class=\"figures-grid\"><div class=\"plot\">" + FigureTable(data.precision) + "</div>";
     const std::string title = "How often differences occur";
-    html += Figure("histogram", title, BarPlot(title, "CIEDE2000, logarithmic", edges, bars) + Legend(legend));
+    html += Figure("histogram", title, BarPlot(title, "CIEDE2000, logarithmic", edges, bars) + BarLegend(bars));
     html += CourseFigure("course-exact", "Over lightness, exact precision", data.exact);
     if (data.precision.library)
         html += CourseFigure("course-library", "Over lightness, library’s precision", data.library);
-    html += "</div>" + WorstTable("The worst colours of the exact precision", data.exact, display);
+    html += "</div>" + WorstTable("The worst colours, exact precision", data.exact, display);
     if (data.precision.library) {
-        html += WorstTable("The worst colours of the library’s precision", data.library, display);
+        html += WorstTable("The worst colours, library’s precision", data.library, display);
     }
     return html + "</section>";
 }

@@ -60,11 +60,14 @@ public:
         }
         return svg;
     }
+    /// The last number ends with the picture, where a large font would not leave room for all of it.
     std::string XTick(double place, const std::string& text) const {
+        const bool isLast = place > kWidth - 2 * kRight;
         return fmt::format(
             "<line class=\"grid\" x1=\"{0:.1f}\" y1=\"{1}\" x2=\"{0:.1f}\" y2=\"{2}\"/>"
-            "<text x=\"{0:.1f}\" y=\"{3}\" text-anchor=\"middle\">{4}</text>",
-            place, kTop, kHeight - kBottom, kHeight - kBottom + 18, text);
+            "<text x=\"{3:.1f}\" y=\"{4}\" text-anchor=\"{5}\">{6}</text>",
+            place, kTop, kHeight - kBottom, isLast ? kWidth : place, kHeight - kBottom + 18, isLast ? "end" : "middle",
+            text);
     }
     std::string XTicks() const {
         std::string svg;
@@ -82,6 +85,13 @@ public:
 private:
     const Axis &x_, &y_;
 };
+
+/// An entry of a legend: a sample of 28 by 10 pixels with its label.
+std::string Entry(const std::string& sample, const std::string& label) {
+    return fmt::format(
+        "<li><svg class=\"key\" viewBox=\"0 0 28 10\" aria-hidden=\"true\">{}</svg> <span>{}</span></li>", sample,
+        Escaped(label));
+}
 
 std::string Path(const std::vector<Piece>& pieces, const std::string& kind) {
     const auto place = [](double value, bool turned) { return kSide / 2 * (1 + (turned ? -value : value) / kMostAb); };
@@ -111,11 +121,17 @@ std::string LinePlot(const std::string& title, const Axis& x, const Axis& y, con
 std::string Legend(const std::vector<Series>& series) {
     std::string html = "<ul class=\"legend\">";
     for (const Series& one : series) {
-        html += fmt::format(
-            "<li><svg class=\"key\" viewBox=\"0 0 28 10\" aria-hidden=\"true\"><line class=\"line {}\" x1=\"0\" "
-            "y1=\"5\" "
-            "x2=\"28\" y2=\"5\"/></svg> <span>{}</span></li>",
-            one.kind, Escaped(one.label));
+        const std::string line = "\" x1=\"0\" y1=\"5\" x2=\"28\" y2=\"5\"/>";
+        html += Entry("<line class=\"line " + one.kind + line, one.label);
+    }
+    return html + "</ul>";
+}
+
+std::string BarLegend(const std::vector<Bars>& bars) {
+    std::string html = "<ul class=\"legend\">";
+    for (const Bars& one : bars) {
+        const std::string box = "\" x=\"8\" y=\"1\" width=\"12\" height=\"8\"/>";
+        html += Entry("<rect class=\"bar " + one.kind + box, one.label);
     }
     return html + "</ul>";
 }

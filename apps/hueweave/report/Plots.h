@@ -35,6 +35,7 @@ struct Bars {
 };
 std::string BarPlot(const std::string& title, const std::string& label, const std::vector<double>& edges,
                     const std::vector<Bars>& bars);
+std::string BarLegend(const std::vector<Bars>& bars);
 
 /// Where both solids have this L*, in the plane of a* and b*.
 std::string SlicePlot(const Gamuts& gamuts, double lightness);

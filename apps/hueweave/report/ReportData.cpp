@@ -52,7 +52,8 @@ ReportData MeasureReport(const ReportRequest& request, const DescribePicture& de
     ProfileCache cache(request.convert, data.precision.target);
     for (const std::string& name : request.pictures) {
         const FileAccess file = FileAccess::OpenInput(name);
-        PictureSummary summary = SummarisePicture(file, data.profile, cache, data.precision.target.profile);
+        const auto reader = PictureReader::Open(file, request.convert.maxMemory);
+        PictureSummary summary = SummarisePicture(*reader, data.profile, cache, data.precision.target.profile);
         data.pictures.push_back({name, describe(name), std::move(summary)});
     }
     if (request.chart) data.chart = JudgeReportedChart(request);

@@ -80,6 +80,8 @@ Json PictureJson(const ReportedPicture& picture) {
     Json json;
     PutName(json, "file", picture.name);
     json.update(Json{{"inspect", picture.described},
+                     {"page", s.page + 1},
+                     {"notes", s.notes},
                      {"width", s.width},
                      {"height", s.height},
                      {"bits", s.bits},

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The page of report: its numbers, and text of strangers in it. tests/report uses it in a browser.
+#include <unistd.h>
+
+#include <filesystem>
 #include <map>
 
+#include "command/report/ReportPageFixture.h"
 #include "command/support/DeviceProfiles.h"
 #include "command/support/Picture.h"
-#include "command/support/ProfileTest.h"
 #include "command/support/TiffMaker.h"
 
 namespace hueweave::test {
@@ -12,33 +15,7 @@ namespace {
 
 using nlohmann::json;
 
-class ReportPageTest : public ProfileTest {
-protected:
-    /// Makes a page and returns it.
-    std::string PageOf(const Words& words) const {
-        const Outcome run = Hueweave(Words{"report", "-o", page_, "--force"} + words);
-        EXPECT_THAT(run, Succeeds());
-        return Exists(page_) ? FileBytes(page_) : "";
-    }
-    /// The numbers in a page.
-    static json NumbersOf(const std::string& page) {
-        const std::string begin = "<script type=\"application/json\" id=\"report-data\">";
-        const std::size_t from = page.find(begin);
-        EXPECT_NE(from, page.npos);
-        if (from == page.npos) return {};
-        return json::parse(page.substr(from + begin.size(), page.find("</script>", from) - from - begin.size()));
-    }
-    const std::string page_ = folder_ / "page.html";
-};
-
-/// The page without its numbers and its script, which end it.
-std::string MarkupOf(const std::string& page) { return page.substr(0, page.rfind("<script type=")); }
-
-std::size_t CountOf(const std::string& text, const std::string& part) {
-    std::size_t count = 0;
-    for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; at += part.size()) ++count;
-    return count;
-}
+class ReportPageTest : public ReportPageFixture {};
 
 TEST_F(ReportPageTest, HasTheNumbersOfInspectAndVerify) {
     const Words profile{Input("wide.icc")};
@@ -96,28 +73,6 @@ TEST_F(ReportPageTest, CountsEachPixelOfAPicture) {
     EXPECT_EQ(CountOf(MarkupOf(page), "src=\"data:image/png;base64,"), 1U);
 }
 
-TEST_F(ReportPageTest, CountsWhatConvertCountsInEachFormat) {
-    const std::string jpeg = folder_ / "photo.jpg", palette = folder_ / "palette.png", tiles = folder_ / "tiles.tif",
-                      planes = folder_ / "planes.tif";
-    Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " " + Quoted(jpeg));
-    Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " -colors 40 PNG8:" + Quoted(palette));
-    Shell("tiffcp -t -w 64 -l 48 -c lzw " + Quoted(in_) + " " + Quoted(tiles));
-    Shell("tiffcp -p separate -c zip " + Quoted(Input("photo-8.tif")) + " " + Quoted(planes));
-    const Words files{in_, jpeg, palette, tiles, planes};
-    const json pictures = NumbersOf(PageOf(Words{Input("scanner.icc")} + files))["pictures"];
-    for (std::size_t n = 0; n < files.size(); ++n) {
-        std::uint64_t pixels = 0;
-        for (const json& count : pictures[n]["after"][2]) pixels += count.get<std::uint64_t>();
-        EXPECT_EQ(pixels, pictures[n]["pixels"]) << files[n];
-        if (files[n] == palette) continue;  // convert changes the palette, and no pixels that it could count
-        const std::string out = folder_ / ("out" + files[n].substr(files[n].rfind('.')));
-        const json line = Told({"convert", "--profile", Input("scanner.icc"), files[n], "-o", out, "--force"});
-        EXPECT_EQ(pictures[n]["pixels"], line["pixels"]) << files[n];
-        EXPECT_DOUBLE_EQ(pictures[n]["clipped"].get<double>() / static_cast<double>(pixels), line["clipped"])
-            << files[n];
-    }
-}
-
 TEST_F(ReportPageTest, ReducesALargePicture) {
     const std::string large = folder_ / "large.tif";
     Shell("convert-im6 -size 2400x30 gradient:red-blue -depth 8 -type truecolor -compress none " + Quoted(large));
@@ -142,7 +97,7 @@ TEST_F(ReportPageTest, ShowsNamesAsText) {
         OneStrip("abc", {.width = 1, .height = 1}).Save(words.back());
     }
     const std::string page = PageOf(words);
-    // A name stands in the list of parts, in the heading, twice with the facts of the file, and in the command line.
+    // A name stands in the list of parts, in the heading, with the facts of the file, and in the command line.
     for (const auto& [part, count] : std::map<std::string, std::size_t>{{"<script", 0},
                                                                         {"</script", 0},
                                                                         {"<!--", 0},
@@ -150,7 +105,7 @@ TEST_F(ReportPageTest, ShowsNamesAsText) {
                                                                         {"<img src", 0},
                                                                         {"onload='", 0},
                                                                         {"a & b", 0},
-                                                                        {"{{json}}", 5},
+                                                                        {"{{json}}", 4},
                                                                         {"\xe2\x80\xa8", 0},
                                                                         {"\xe2\x80\xae", 0},
                                                                         {"\xff", 0}}) {
@@ -174,7 +129,7 @@ TEST_F(ReportPageTest, RefusesWithoutWriting) {
     WriteBytes(text, "no chart and no picture");
     const Words profile{"report", Input("matrix.icc")};
     for (const auto& [words, status, reason] :
-         std::vector<std::tuple<Words, int, std::string>>{{{grey, "-o", page_}, 4, "grey"},
+         std::vector<std::tuple<Words, int, std::string>>{{{grey, "-o", page_}, 4, "holds grey pixels, not RGB"},
                                                           {{text, "-o", page_}, 4, "not a TIFF, PNG or JPEG file"},
                                                           {{"--chart", text, "-o", page_}, 4, "text.txt"},
                                                           {{"-o", "-"}, 2, "standard output"},
@@ -187,6 +142,44 @@ TEST_F(ReportPageTest, RefusesWithoutWriting) {
     WriteBytes(page_, "mine");
     EXPECT_THAT(Hueweave(profile + Words{"-o", page_}), Refuses(5, "exists already"));
     EXPECT_EQ(FileBytes(page_), "mine");
+}
+
+TEST_F(ReportPageTest, IsWholeOrNotThereWhateverFails) {
+    const std::string image = folder_ / "image.tif", seen = folder_ / "seen";
+    OneStrip(std::string(12, 'x'), {.width = 2, .height = 2}).Save(image);
+    const std::string whole = PageOf({Input("matrix.icc"), image});
+    struct Row {
+        const char* fault;
+        bool isReplaced;  ///< there is an old page, and --force
+        int status;       ///< -1 where the command is killed
+    };
+    for (const auto& [fault, isReplaced, status] : {Row{"pwrite:1:28", false, 5},
+                                                    {"pwrite:1:28", true, 5},
+                                                    {"pwrite:1:-6", true, -1},
+                                                    {"pwrite:1:0", true, 0},
+                                                    {"sync:1:5", false, 5},
+                                                    {"pread:6:5", true, 4}}) {
+        SCOPED_TRACE(fault);
+        std::filesystem::remove(page_);
+        if (isReplaced) WriteBytes(page_, "mine");
+        WriteBytes(seen, "");
+        Words words{"report", Input("matrix.icc"), image, "-o", page_};
+        if (isReplaced) words.emplace_back("--force");
+        const Outcome run = Hueweave(words, {.setenv = Faults(fault, seen)});
+        EXPECT_EQ(FileBytes(seen), "x");
+        EXPECT_EQ(run.status, status) << run.err;
+        const std::string kept = isReplaced ? "mine" : "";
+        EXPECT_EQ(Exists(page_) ? FileBytes(page_) : "", status == 0 ? whole : kept);
+        EXPECT_EQ(NamesIn(folder_.path()).size(), isReplaced || status == 0 ? 3U : 2U);
+    }
+}
+
+TEST_F(ReportPageTest, NeedsNoStandardStreams) {
+    const auto closeAll = [] {
+        for (const int stream : {0, 1, 2}) close(stream);
+    };
+    EXPECT_THAT(Hueweave({"report", Input("matrix.icc"), "-o", page_}, {.inChild = closeAll}), Succeeds());
+    EXPECT_EQ(NumbersOf(FileBytes(page_))["profile"]["file"], Input("matrix.icc"));
 }
 
 TEST_F(ReportPageTest, JudgesAChartByAllGuidelines) {

@@ -101,6 +101,7 @@ const AllocationRow kRows[] = {
     {"ConvertBaked", {"convert", "-j1", "--profile", Input("screen.icc"), Input("photo-16.tif")}, true, 1, 0, 12},
     {"ConvertByATable", {"convert", "-j2", "--profile", Input("scanner.icc"), Input("photo-8.tif")}, true, 1, 0, 12},
     {"Bake", {"bake", Input("matrix.icc")}, true, 1, 0, 12},
+    {"Report", {"report", Input("matrix.icc"), Input("photo-8.tif")}, true, 1, 6871, 2},
     {"Verify", {"verify", Input("xyz.icc"), "--points", "3"}, false, 1, 0, 12},
     {"Json", kConvert + Words{"--json", Input("alpha-8.tif")}, true, -330, 2, 20},
     {"Replace", kConvert + Words{"--force", Input("photo-8.tif")}, true, -60, 1, 20},

@@ -88,6 +88,24 @@ void PlantTransforms(Garden& garden, const std::string& name, const Bytes& other
     }
 }
 
+/// A picture behind 48 bytes of text, which is markup in most of the seeds.
+void PlantReport(Garden& garden, const std::string& name, const Bytes& file, unsigned number) {
+    constexpr std::string_view kTexts[] = {"<script>alert(1)</script>",
+                                           "\"><img src=x onerror=y>",
+                                           "a & b",
+                                           "<!--",
+                                           "]]>",
+                                           "{{json}}",
+                                           "' onload='x",
+                                           "</title>",
+                                           "\xff\xfe",
+                                           "\xe2\x80\xae",
+                                           ""};
+    Bytes text = ByteWriter().Text(kTexts[number % std::size(kTexts)]).Done();
+    text.resize(48);
+    garden.Plant("report", name, Joined(text, file));
+}
+
 /// Files for the command; also those that the library accepts, most of which it refuses.
 void PlantFilesOfTheCommand(Garden& garden) {
     unsigned number = 0;
@@ -105,14 +123,25 @@ void PlantFilesOfTheCommand(Garden& garden) {
                          Joined({tags, place, 0, how}, file));
         }
         garden.Plant("tiff_structure", name, Joined(Steering(16, number), file));
+        if (isKind || number % 5 == 0) PlantReport(garden, name, file, number);
     };
     SowCommandTiffs(tiff);
     SowOldJpegs(tiff);
     SowTiffs([&](const std::string& name, const Bytes& file) {
         if (++number % 5 == 0) tiff("library-" + name, file);
     });
-    SowPngs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_png", name, file); });
-    SowJpegs([&](const std::string& name, const Bytes& file) { garden.Plant("convert_jpeg", name, file); });
+    // Without the byte that steers the conversion.
+    const auto picture = [&](const std::string& name, const Bytes& file) {
+        if (!name.ends_with("-format")) PlantReport(garden, name, Bytes(file.begin() + 1, file.end()), ++number);
+    };
+    SowPngs([&](const std::string& name, const Bytes& file) {
+        garden.Plant("convert_png", name, file);
+        picture(name, file);
+    });
+    SowJpegs([&](const std::string& name, const Bytes& file) {
+        garden.Plant("convert_jpeg", name, file);
+        picture(name, file);
+    });
     Bytes before;
     SowCommandProfiles([&](const std::string& name, const Bytes& file) {
         garden.Plant("convert_profile", name, Joined(Steering(4, ++number), file));

@@ -35,7 +35,8 @@ FOLDERS = ("Source/engine", "Source/units", "Source/color", "Source/iccfile", "S
 # The suite of the command takes a minute on one processor. So the tests most specific to a file (FIRST) run first, then
 # the seeds and findings of the fuzz targets, and then all tests.
 COMMAND = ["command:first", "fuzz_tiff_structure", "fuzz_photoshop", "fuzz_deflate", "fuzz_record", "fuzz_arguments",
-           "fuzz_convert_profile", "fuzz_convert_tiff", "fuzz_convert_png", "fuzz_convert_jpeg", "command"]
+           "fuzz_convert_profile", "fuzz_convert_tiff", "fuzz_convert_png", "fuzz_convert_jpeg", "fuzz_report",
+           "command"]
 FIRST = "tests/meta/mutation/first_tests.txt"
 # By folder, or by file for files outside these folders.
 SUITES = {

@@ -18,6 +18,8 @@
 namespace hueweave::tool {
 namespace {
 
+constexpr std::uint64_t kPictureMemory = std::uint64_t{256} << 20;  ///< bytes; progressive JPEG and tiles need many
+
 /// Refuses an output that is one of the inputs, even with --force.
 void RefuseInputs(const std::vector<std::string>& inputs, const std::string& output) {
     const auto written = IdentityOf(output);
@@ -43,6 +45,12 @@ CLI::App* ReportCommand::Declare(CLI::App& app) {
     AddTarget(*c, options_.convert.rendering.space, options_.convert.targetFile);
     AddChoice(*c, "--intent", options_.convert.rendering.intent, IntentChoices(), "Rendering intent");
     c->add_option("--chart", options_.chart, "A chart's device colours with their reference: a .ti3 file of scanin");
+    options_.convert.maxMemory = kPictureMemory;
+    c->add_option("--max-memory", options_.convert.maxMemory,
+                  "Memory limit for the pixels of a picture, whatever its size: 32M or more")
+        ->transform(Memory())
+        ->type_name("TEXT")
+        ->default_str("256M");
     c->add_flag("--force", options_.force, "Replace a file that exists already");
     c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
     AddSandbox(*c, options_.sandbox);

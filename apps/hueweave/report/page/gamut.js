@@ -251,18 +251,23 @@ function makeTools(view, count) {
         part.visible = isOn;
         view.render();
     };
-    return element(
+    const boxes = element(
         "div",
         { class: "tools" },
         checkBox("Device", true, show(view.solid)),
         checkBox("Output", true, show(view.wire)),
         checkBox(`Dots on what lies outside (${count} of the points)`, false, show(view.outside)),
+    );
+    const buttons = element(
+        "div",
+        { class: "tools" },
         button("Turn left", () => view.turn(-0.3, 0, 1)),
         button("Turn right", () => view.turn(0.3, 0, 1)),
         button("Zoom in", () => view.turn(0, 0, 0.85)),
         button("Zoom out", () => view.turn(0, 0, 1.18)),
         button("Reset", view.reset),
     );
+    return [boxes, buttons];
 }
 
 /**
@@ -287,7 +292,7 @@ export function startGamut(report) {
     let view = null;
     try {
         view = startSolid(host, report);
-        solidCard.append(makeTools(view, [...report.gamut.device.outside].filter((mark) => mark === "1").length));
+        solidCard.append(...makeTools(view, [...report.gamut.device.outside].filter((mark) => mark === "1").length));
     } catch {
         host.replaceWith(
             element("p", {}, "This browser shows no three-dimensional pictures (WebGL). The slices show both gamuts."),

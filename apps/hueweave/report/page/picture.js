@@ -163,6 +163,7 @@ function start(compare, picture) {
     channels.hidden = true;
     const loupeBox = checkBox("Loupe", false, (isOn) => {
         loupe.canvas.hidden = !isOn;
+        stage.classList.toggle("magnified", isOn); // a finger then moves the loupe in both directions
         loupe.draw();
     });
     const tools = element(

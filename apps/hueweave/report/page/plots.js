@@ -11,6 +11,9 @@ import { button, checkBox, element, onTheme, styleColour } from "./dom.js";
  *             range?: [number, number], digits: number }} Plot
  */
 
+// A finger scrolls the page, and moves the read-out sideways, which `followFinger` does.
+const { touchstart: _1, touchmove: _2, touchend: _3, ...forMouse } = Dygraph.defaultInteractionModel;
+
 /**
  * Dashes as in the style.
  * @type {Record<string, number[] | null>}
@@ -131,10 +134,11 @@ function optionsOf(plot) {
         strokeWidth: 2,
         highlightCircleSize: 4,
         animatedZooms: false,
+        interactionModel: forMouse,
         axes: {
             x: { pixelsPerLabel: 60, drawGrid: true },
             y: {
-                axisLabelWidth: 46,
+                axisLabelWidth: 62, // of which the label of the axis takes 18
                 pixelsPerLabel: 40,
                 axisLabelFormatter: (/** @type {number} */ value) => String(Number(value.toPrecision(6))),
             },
@@ -198,6 +202,7 @@ function start(figure, plot) {
         graph.resetZoom();
         graph.updateOptions({ dateWindow: null });
     };
+    followFinger(host, graph, tell);
     host.addEventListener("keydown", (event) => {
         const move = { ArrowRight: 1, ArrowLeft: -1, PageUp: 16, PageDown: -16 }[event.key];
         if (move !== undefined) {
@@ -212,6 +217,23 @@ function start(figure, plot) {
     makeTools(figure, plot, graph, zoom, whole);
     onTheme(() => graph.updateOptions(coloursOf(plot)));
     Object.assign(figure, { graph }); // for whoever looks into the page
+}
+
+/**
+ * Moves the read-out to where a finger is.
+ * @param {HTMLElement} host
+ * @param {Dygraph} graph
+ * @param {(row: number) => void} tell
+ */
+function followFinger(host, graph, tell) {
+    const follow = (/** @type {PointerEvent} */ event) => {
+        if (event.pointerType === "mouse") return;
+        const row = graph.findClosestRow(event.clientX - host.getBoundingClientRect().left);
+        graph.setSelection(row);
+        tell(row);
+    };
+    host.addEventListener("pointerdown", follow);
+    host.addEventListener("pointermove", follow);
 }
 
 /**

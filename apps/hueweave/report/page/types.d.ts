@@ -39,10 +39,12 @@ declare interface Report {
 
 declare module "dygraphs" {
     export default class Dygraph {
+        static defaultInteractionModel: Record<string, unknown>;
         constructor(host: HTMLElement, rows: (number | null)[][], options: object);
         updateOptions(options: object): void;
         setVisibility(series: number, isOn: boolean): void;
         setSelection(row: number | false): void;
+        findClosestRow(x: number): number;
         resetZoom(): void;
         resize(): void;
         xAxisRange(): [number, number];

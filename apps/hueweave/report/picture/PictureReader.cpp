@@ -5,6 +5,7 @@
 
 #include "jpeg/JpegCodec.h"
 #include "jpeg/JpegRewriter.h"
+#include "picture/Exif.h"
 #include "picture/Format.h"
 #include "png/ChunkRules.h"
 #include "png/PngCodec.h"
@@ -14,10 +15,6 @@
 
 namespace hueweave::tool {
 namespace {
-
-[[noreturn]] void RefuseColours(const FileAccess& file) {
-    throw Refusal(Exit::Input, file.name(), "holds no RGB pixels", "give an RGB picture");
-}
 
 /// Passes on decoded rows, a band at a time.
 void ReadBands(const Raster& raster, RowSource& source, const std::function<void(std::uint32_t y, Bytes& row)>& take) {
@@ -31,15 +28,21 @@ void ReadBands(const Raster& raster, RowSource& source, const std::function<void
 
 class JpegPicture : public PictureReader {
 public:
-    explicit JpegPicture(const FileAccess& file) : structure_(file) {
+    JpegPicture(const FileAccess& file, std::uint64_t memory) : structure_(file) {
         CheckConvertible(structure_);
         const JpegFrame& frame = structure_.frame();
-        if (frame.components.size() != 3) RefuseColours(file);
-        if (JpegCoderMemory(structure_, 3) > kMostBuffer) {
-            throw Refusal(Exit::Input, file.name(), "is progressive and takes more than 256 MiB to decode",
-                          "write it anew as a baseline JPEG");
-        }
+        const std::size_t components = frame.components.size();
+        if (components != 3) RefuseKind(file, components == 1 ? "grey" : "CMYK");
         raster_ = {frame.width, frame.height, 3, 8};
+        if (JpegCoderMemory(structure_, 3) + raster_.RowBytes() > memory) {
+            const bool isWhole = frame.IsProgressive() || structure_.scans() > 1;
+            RefuseMemory(file, isWhole ? "several scans" : "rows");
+        }
+        for (const JpegSegment& segment : structure_.segments()) {
+            if (segment.marker != jpeg_marker::kApp1 || !structure_.Begins(segment, kExifStart)) continue;
+            const Bytes data = structure_.Data(segment);
+            NoteOrientation(ReadExif(std::span(data).subspan(kExifStart.size())).orientation);
+        }
     }
     void Read(const TakePixels& take) override {
         JpegDecoder decoder(structure_);
@@ -53,13 +56,20 @@ private:
 
 class PngPicture : public PictureReader {
 public:
-    explicit PngPicture(const FileAccess& file) : structure_(file) {
+    PngPicture(const FileAccess& file, std::uint64_t memory) : structure_(file) {
         CheckConvertible(structure_);
-        if (structure_.header().IsGrey()) RefuseColours(file);
-        coded_ = RasterOf(structure_.header());
-        if (structure_.header().interlaced && coded_.RowBytes() > kMostBuffer / coded_.height) {
-            throw Refusal(Exit::Input, file.name(), "is interlaced and takes more than 256 MiB to decode",
-                          "write it anew without interlacing");
+        const PngHeader& header = structure_.header();
+        if (header.IsGrey()) RefuseKind(file, "grey");
+        coded_ = RasterOf(header);
+        // Of rows, there are the one that is decoded and, for a palette, its colours.
+        const std::uint64_t row = coded_.RowBytes(), rows = PngCoderMemory(row) + (IsPalette() ? 4 : 1) * row;
+        if (rows > memory) RefuseMemory(file, "rows");
+        if (header.interlaced && row > (memory - rows) / header.height) RefuseMemory(file, "interlaced rows");
+        if (header.colours == PngHeader::RgbAlpha || structure_.Find("tRNS") != nullptr) {
+            notes_.emplace_back("Transparency is not shown: every pixel has its stored colour.");
+        }
+        if (const PngChunk* const exif = structure_.Find("eXIf")) {
+            NoteOrientation(ReadExif(structure_.Data(*exif)).orientation);
         }
         raster_ = coded_;
         if (!IsPalette()) return;
@@ -103,17 +113,36 @@ private:
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenPngPicture(const FileAccess& file) { return std::make_unique<PngPicture>(file); }
-std::unique_ptr<PictureReader> OpenJpegPicture(const FileAccess& file) { return std::make_unique<JpegPicture>(file); }
+void RefuseKind(const FileAccess& file, std::string_view kind) {
+    const std::string pixels = std::string(kind) + " pixels, not RGB";
+    throw Refusal(Exit::Input, file.name(), "holds " + pixels, "give an RGB picture")
+        .OfKind({std::string(kind), pixels, true});
+}
 
-std::unique_ptr<PictureReader> PictureReader::Open(const FileAccess& file) {
+void RefuseMemory(const FileAccess& file, std::string_view what) {
+    throw Refusal(Exit::Input, file.name(), "has " + std::string(what) + " that do not fit in the memory allowed",
+                  "raise --max-memory");
+}
+
+void PictureReader::NoteOrientation(std::uint64_t orientation) {
+    if (orientation > 1) notes_.emplace_back("The picture is shown as it is stored, not turned upright.");
+}
+
+std::unique_ptr<PictureReader> OpenPngPicture(const FileAccess& file, std::uint64_t memory) {
+    return std::make_unique<PngPicture>(file, memory);
+}
+std::unique_ptr<PictureReader> OpenJpegPicture(const FileAccess& file, std::uint64_t memory) {
+    return std::make_unique<JpegPicture>(file, memory);
+}
+
+std::unique_ptr<PictureReader> PictureReader::Open(const FileAccess& file, std::uint64_t memory) {
     switch (FormatOf(file)) {
         case Format::Tiff:
-            return OpenTiffPicture(file);
+            return OpenTiffPicture(file, memory);
         case Format::Png:
-            return OpenPngPicture(file);
+            return OpenPngPicture(file, memory);
         case Format::Jpeg:
-            return OpenJpegPicture(file);
+            return OpenJpegPicture(file, memory);
         default:
             throw Refusal(Exit::Input, file.name(), NotA("a TIFF, PNG or JPEG file", file), "give one of these");
     }

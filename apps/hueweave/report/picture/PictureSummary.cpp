@@ -12,6 +12,8 @@ namespace {
 
 using Rgb = std::array<unsigned, 3>;  ///< samples of 8 bits
 
+constexpr std::uint32_t kPart = 4096;  ///< pixels of a row that are converted at once
+
 /// A copy of a picture that is reduced to its average colours. Of areas of more than 16 by 16 pixels, it counts pixels
 /// at equal distances only, so that a sum needs no more than 16 bits.
 class ReducedCopy {
@@ -72,21 +74,15 @@ public:
         summary_.bits = raster_.bits;
         summary_.shownWidth = shown_[0];
         summary_.shownHeight = shown_[1];
+        summary_.page = reader.page();
+        summary_.notes = reader.notes();
+        if (raster_.bits == 16) summary_.notes.emplace_back("Samples of 16 bits are shown and plotted with 8 bits.");
     }
 
     void Add(std::uint32_t x, std::uint32_t y, std::uint32_t pixels, unsigned char* samples) {
-        for (std::uint32_t n = 0; n < pixels; ++n) Count(At(samples, n), x + n, y, summary_.before, before_);
-        converter_.Convert(samples, pixels, raster_.samples, isPremultiplied_);
-        colours_.resize(std::size_t{3} * pixels * (raster_.bits / 8));
-        const std::size_t size = 3 * (raster_.bits / 8);
-        for (std::uint32_t n = 0; n < pixels; ++n) {
-            const unsigned char* const pixel = samples + n * raster_.PixelBytes();
-            std::copy_n(pixel, size, colours_.data() + n * size);
-            Count(At(samples, n), x + n, y, summary_.after, after_);
-            NoteClipped(pixel, x + n, y);
+        for (std::uint32_t done = 0; done < pixels; done += kPart) {
+            AddPart(x + done, y, std::min(kPart, pixels - done), samples + done * raster_.PixelBytes());
         }
-        summary_.clipped += converter_.CountClipped(colours_.data(), pixels);
-        summary_.pixels += pixels;
     }
 
     /// `toScreen` is from the colours of the output to sRGB.
@@ -100,6 +96,20 @@ public:
     }
 
 private:
+    void AddPart(std::uint32_t x, std::uint32_t y, std::uint32_t pixels, unsigned char* samples) {
+        for (std::uint32_t n = 0; n < pixels; ++n) Count(At(samples, n), x + n, y, summary_.before, before_);
+        converter_.Convert(samples, pixels, raster_.samples, isPremultiplied_);
+        colours_.resize(std::size_t{3} * pixels * (raster_.bits / 8));
+        const std::size_t size = 3 * (raster_.bits / 8);
+        for (std::uint32_t n = 0; n < pixels; ++n) {
+            const unsigned char* const pixel = samples + n * raster_.PixelBytes();
+            std::copy_n(pixel, size, colours_.data() + n * size);
+            Count(At(samples, n), x + n, y, summary_.after, after_);
+            NoteClipped(pixel, x + n, y);
+        }
+        summary_.clipped += converter_.CountClipped(colours_.data(), pixels);
+        summary_.pixels += pixels;
+    }
     unsigned Sample(const unsigned char* pixel, std::size_t channel) const {
         if (raster_.bits == 8) return pixel[channel];
         std::uint16_t sample;
@@ -144,12 +154,11 @@ private:
 
 }  // namespace
 
-PictureSummary SummarisePicture(const FileAccess& file, const DeviceProfile& profile, ProfileCache& cache,
+PictureSummary SummarisePicture(PictureReader& reader, const DeviceProfile& profile, ProfileCache& cache,
                                 const Bytes& target) {
-    const auto reader = PictureReader::Open(file);
-    const auto ready = cache.Get(profile, reader->raster().bits);
-    Summariser summariser(*reader, ready->converter);
-    reader->Read([&](std::uint32_t x, std::uint32_t y, std::uint32_t pixels, unsigned char* samples) {
+    const auto ready = cache.Get(profile, reader.raster().bits);
+    Summariser summariser(reader, ready->converter);
+    reader.Read([&](std::uint32_t x, std::uint32_t y, std::uint32_t pixels, unsigned char* samples) {
         summariser.Add(x, y, pixels, samples);
     });
     colour::TransformOptions how;

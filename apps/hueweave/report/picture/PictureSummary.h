@@ -25,14 +25,17 @@ struct PictureSummary {
     std::array<std::uint64_t, 3> low{}, high{};  ///< by channel: samples at the ends
     Histograms before{}, after{};
     std::uint32_t shownWidth = 0, shownHeight = 0;
-    std::string beforeUri;  ///< the device's samples as if they were sRGB
-    std::string afterUri;   ///< the converted picture
-    std::string clipUri;    ///< where at least one pixel is clipped
-    std::string way;        ///< "direct" and so on
+    std::string beforeUri;           ///< the device's samples as if they were sRGB
+    std::string afterUri;            ///< the converted picture
+    std::string clipUri;             ///< where at least one pixel is clipped
+    std::string way;                 ///< "direct" and so on
+    std::size_t page = 0;            ///< which image of the file it is, counted from 0
+    std::vector<std::string> notes;  ///< what is not shown, in sentences
 };
 
-/// Converts a picture and summarises it. `cache` is for the conversion, `target` the profile of its colours.
-PictureSummary SummarisePicture(const FileAccess& file, const DeviceProfile& profile, ProfileCache& cache,
+/// Converts the pixels of a reader and summarises them. `cache` is for the conversion, `target` the profile of its
+/// colours.
+PictureSummary SummarisePicture(PictureReader& reader, const DeviceProfile& profile, ProfileCache& cache,
                                 const Bytes& target);
 
 }  // namespace hueweave::tool

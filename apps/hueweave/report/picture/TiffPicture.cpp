@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include <fmt/format.h>
+#include <tiff.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -6,6 +9,7 @@
 #include "system/Refusal.h"
 #include "system/Signals.h"
 #include "system/StandardStreams.h"
+#include "tiff/codec/TiffCodec.h"
 #include "tiff/codec/TiffDecoder.h"
 #include "tiff/rewrite/PixelBlock.h"
 #include "tiff/rewrite/PlaneSet.h"
@@ -13,7 +17,8 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::uint64_t kWhole = std::uint64_t{16} << 20;  ///< bytes; a larger strip is read by rows
+/// The part of the memory that a strip may take as a whole; a larger one is read by rows.
+constexpr std::uint64_t kWholePart = 16;
 
 /// The strips or tiles of all planes, decoded as a whole.
 class WholeSegments : public PlaneSource {
@@ -49,56 +54,81 @@ private:
 
 class TiffPicture : public PictureReader {
 public:
-    explicit TiffPicture(const FileAccess& file) : structure_(file) {
+    TiffPicture(const FileAccess& file, std::uint64_t memory) : structure_(file) {
         const std::vector<TiffPage> pages = ReadPages(structure_);
         const auto isRgb = [](const TiffPage& page) {
             return page.IsConvertible() && page.model == colour::ColourModel::Rgb;
         };
         const auto found = std::find_if(pages.begin(), pages.end(), isRgb);
-        if (found == pages.end()) {
-            throw Refusal(Exit::Input, file.name(), "holds no RGB pixels", "give an RGB picture");
-        }
-        page_ = *found;
-        isPremultiplied_ = page_.premultiplied;
-        raster_ = {page_.written.width, page_.written.height, PlaneSet(page_).samples(), page_.written.bits};
-        CheckMemory();
+        if (found == pages.end()) RefuseKind(file, KindOf(pages));
+        source_ = *found;
+        page_ = source_.directory;
+        isPremultiplied_ = source_.premultiplied;
+        raster_ = {source_.written.width, source_.written.height, PlaneSet(source_).samples(), source_.written.bits};
+        CheckMemory(memory);
+        Note(pages.size());
     }
 
     void Read(const TakePixels& take) override {
-        const PageSource source(structure_, page_);
-        PlaneSet planes(page_);
+        const PageSource source(structure_, source_);
+        PlaneSet planes(source_);
         byRows_ ? ReadRows(source, planes, take) : ReadSegments(source, planes, take);
     }
 
 private:
-    void CheckMemory() {
-        std::uint64_t largest = 0;
-        for (const Extent& segment : page_.segments) largest = std::max(largest, segment.size);
-        const std::uint64_t planes = page_.planar ? page_.samples : 1;
-        const std::uint64_t whole = largest + planes * page_.DecodedBytes(0);
-        byRows_ = !page_.tiled && whole > kWhole;
-        const std::uint64_t turned = page_.fillOrder == 1 ? 0 : largest;  // which libtiff keeps in memory completely
-        const std::uint64_t row = planes * (page_.RowBytes() + turned) + PlaneSet::RowMemory(page_);
-        if ((byRows_ ? row : whole + PlaneSet::RowMemory(page_) * page_.RowsOf(0)) > kMostBuffer) {
-            throw Refusal(Exit::Input, structure_.file().name(),
-                          std::string("has ") + (page_.tiled ? "tiles" : "rows") + " that take more than 256 MiB",
-                          "write it anew with smaller tiles, for example with tiffcp -t -w 512 -l 512");
+    /// The kind of a file without an RGB page: that of its first page which has colours.
+    static std::string KindOf(const std::vector<TiffPage>& pages) {
+        const auto found =
+            std::find_if(pages.begin(), pages.end(), [](const auto& page) { return !page.kind.empty(); });
+        return found == pages.end() ? "other" : found->kind;
+    }
+
+    void Note(std::size_t pages) {
+        if (pages > 1) {
+            notes_.push_back(
+                fmt::format("Of the {} images in the file, only that of page {} is shown and counted, the first one "
+                            "with RGB pixels.",
+                            pages, page_ + 1));
         }
+        if (isPremultiplied_) {
+            notes_.emplace_back("Transparent pixels are shown over black.");
+        } else if (raster_.samples > 3) {
+            notes_.emplace_back("Samples besides the colours, such as transparency, are not shown.");
+        }
+        NoteOrientation(structure_.Number(structure_.directories()[page_], tag::Orientation, 1));
+    }
+
+    void CheckMemory(std::uint64_t memory) {
+        const TiffPage& page = source_;
+        std::uint64_t largest = 0;
+        for (const Extent& segment : page.segments) largest = std::max(largest, segment.size);
+        const std::uint64_t planes = page.planar ? page.samples : 1;
+        // Planes stand in memory once more as pixels; a row of pixels is passed on.
+        const std::uint64_t row = (page.planar ? 2 : 1) * planes * page.RowBytes() + PlaneSet::RowMemory(page);
+        const std::uint64_t whole = largest + page.RowsOf(0) * row + CoderMemory(page) + raster_.RowBytes();
+        // Old-style JPEG has no rows, and runs of PackBits may cross them.
+        const bool hasRows =
+            !page.tiled && page.compression != COMPRESSION_OJPEG && page.compression != COMPRESSION_PACKBITS;
+        byRows_ = hasRows && whole > memory / kWholePart;
+        const std::uint64_t turned = page.fillOrder == 1 ? 0 : largest;  // which libtiff keeps in memory completely
+        const std::uint64_t byRows = row + planes * (turned + CoderMemory(page)) + raster_.RowBytes();
+        if ((byRows_ ? byRows : whole) <= memory) return;
+        RefuseMemory(structure_.file(), page.tiled ? "tiles" : row > memory ? "rows" : "strips");
     }
 
     void ReadSegments(const PageSource& source, PlaneSet& planes, const TakePixels& take) {
-        WholeSegments segments(source, page_);
-        for (std::uint64_t s = 0; s < page_.InPlane(); ++s) {
+        WholeSegments segments(source, source_);
+        for (std::uint64_t s = 0; s < source_.InPlane(); ++s) {
             ThrowIfInterrupted();
             segments.Choose(s);
-            Pass(planes, segments, {s, 0, page_.RowsOf(s)}, take);
+            Pass(planes, segments, {s, 0, source_.RowsOf(s)}, take);
         }
     }
 
     void ReadRows(const PageSource& source, PlaneSet& planes, const TakePixels& take) {
-        SingleRows rows(source, page_, structure_.file().name());
-        for (std::uint64_t s = 0; s < page_.InPlane(); ++s) {
-            for (std::uint32_t row = 0; row < page_.RowsOf(s); ++row) {
+        SingleRows rows(source, source_, structure_.file().name());
+        for (std::uint64_t s = 0; s < source_.InPlane(); ++s) {
+            for (std::uint32_t row = 0; row < source_.RowsOf(s); ++row) {
                 ThrowIfInterrupted();
                 Pass(planes, rows, {s, row, 1}, take);
             }
@@ -107,8 +137,8 @@ private:
 
     /// Passes on the pixels of a block, without the padding of tiles.
     void Pass(PlaneSet& planes, PlaneSource& source, const PixelBlock& read, const TakePixels& take) {
-        const PageForm& form = page_.written;
-        const PixelBlock block = WrittenBlock(page_, read);
+        const PageForm& form = source_.written;
+        const PixelBlock block = WrittenBlock(source_, read);
         planes.Gather(source, block.rows);
         const auto left = static_cast<std::uint32_t>(block.segment % form.across * form.segmentWidth);
         const auto top = static_cast<std::uint32_t>(block.segment / form.across * form.segmentHeight + block.row);
@@ -121,13 +151,15 @@ private:
     }
 
     const TiffStructure structure_;
-    TiffPage page_;
+    TiffPage source_;
     bool byRows_ = false;
     Bytes row_;
 };
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenTiffPicture(const FileAccess& file) { return std::make_unique<TiffPicture>(file); }
+std::unique_ptr<PictureReader> OpenTiffPicture(const FileAccess& file, std::uint64_t memory) {
+    return std::make_unique<TiffPicture>(file, memory);
+}
 
 }  // namespace hueweave::tool

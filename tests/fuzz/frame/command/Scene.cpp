@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Scene.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
@@ -12,6 +14,15 @@
 namespace hueweave::fuzz {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::uint32_t BigEndian(const Bytes& bytes, std::size_t at) {
+    return std::uint32_t{bytes[at]} << 24 | std::uint32_t{bytes[at + 1]} << 16 | std::uint32_t{bytes[at + 2]} << 8 |
+           bytes[at + 3];
+}
+
+}  // namespace
 
 std::vector<std::string> ScratchFolder::Names() const {
     std::vector<std::string> names;
@@ -30,6 +41,18 @@ tool::DeviceProfile PlainProfile() {
     tool::Sha256 hash;
     hash.Add(profile.data(), profile.size());
     return {"profile.icc", false, profile, hash.Hex(), {}};
+}
+
+void SealPng(Bytes& file) {
+    constexpr unsigned char kSignature[] = {0x89, 'P', 'N', 'G'};
+    if (file.size() < 8 || !std::equal(std::begin(kSignature), std::end(kSignature), file.begin())) return;
+    for (std::size_t at = 8; at + 12 <= file.size();) {
+        const std::uint64_t size = BigEndian(file, at);
+        if (size > file.size() - at - 12) return;
+        const auto sum = crc32(0, &file[at + 4], static_cast<uInt>(size + 4));
+        for (unsigned n = 0; n < 4; ++n) file[at + 8 + size + n] = static_cast<unsigned char>(sum >> (24 - 8 * n));
+        at += size + 12;
+    }
 }
 
 std::optional<tool::Refusal> RefusalOf(const std::function<void()>& work) {

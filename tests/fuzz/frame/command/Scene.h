@@ -36,4 +36,7 @@ tool::DeviceProfile PlainProfile();
 /// is one line with a message, and that time and heap stay within the limits for one file.
 std::optional<tool::Refusal> RefusalOf(const std::function<void()>& work);
 
+/// Corrects the checksums of a PNG file, which no mutation gets right.
+void SealPng(Bytes& file);
+
 }  // namespace hueweave::fuzz

@@ -2,7 +2,6 @@
 // Any bytes as a PNG file, converted with a fixed profile: libpng, which reads the whole files here, decodes the output
 // to the engine's conversion of the source's pixels, or to an image of the same size if they are grey.
 #include <png.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <csetjmp>
@@ -17,22 +16,6 @@ namespace {
 
 /// Larger images are only planned, since their pixels would take too long.
 constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 18;
-
-std::uint32_t Word(const Bytes& bytes, std::size_t at) {
-    return std::uint32_t{bytes[at]} << 24 | std::uint32_t{bytes[at + 1]} << 16 | std::uint32_t{bytes[at + 2]} << 8 |
-           bytes[at + 3];
-}
-
-/// Corrects the checksums, which no mutation gets right.
-void Seal(Bytes& file) {
-    for (std::size_t at = 8; at + 12 <= file.size();) {
-        const std::uint64_t size = Word(file, at);
-        if (size > file.size() - at - 12) return;
-        const auto sum = crc32(0, &file[at + 4], static_cast<uInt>(size + 4));
-        for (unsigned n = 0; n < 4; ++n) file[at + 8 + size + n] = static_cast<unsigned char>(sum >> (24 - 8 * n));
-        at += size + 12;
-    }
-}
 
 /// What libpng reads of a file.
 struct PngReader {
@@ -94,7 +77,7 @@ void RunTarget(FuzzInput& input) {
     static Conversion conversion(".png");
     const unsigned steering = input.U8();
     Bytes file = input.Rest();
-    if ((steering & 8U) == 0) Seal(file);
+    if ((steering & 8U) == 0) SealPng(file);
     bool isLarge = true, hasKey = false;
     (void)RefusalOf([&] {
         const tool::FileAccess source = tool::FileAccess::OpenInput(conversion.PutSource(file));
