@@ -347,7 +347,7 @@ TEST_F(LoopsTest, AllGiveTheSameBytesForAnyNumbers) {
             if (n < 8) steps.push_back(Make(kKinds[n]));
             for (unsigned i = 0; n >= 8 && i < n % 5; ++i) steps.push_back(Make(kKinds[random.Below(8)]));
             const colour::Program program = ProgramOf(steps, random.Below(2) == 0);
-            const unsigned samples = 3 + random.Below(3), pixels = random.Below(70);
+            const unsigned samples = 3 + random.Below(3), pixels = random.Below(150);
             Bytes source(4 * samples * pixels + 1);
             for (unsigned char& byte : source) byte = static_cast<unsigned char>(random.Next());
             const std::uint32_t type = random.Below(3);

@@ -11,6 +11,7 @@ struct EightLanes {
     typedef std::int32_t Ints __attribute__((vector_size(32)));
     typedef double Doubles __attribute__((vector_size(32)));
     static constexpr int kCount = 8;
+    static constexpr bool kHasTables = false;
     static constexpr bool kShufflesBytes = true;
 
     // For these, g++ 12 makes comparisons and moves of the compilers' notation.

@@ -2,6 +2,7 @@
 #include <immintrin.h>
 
 #include "colour/exact/kernels/Blocks.h"
+#include "colour/exact/kernels/Table256.h"
 
 namespace hueweave::colour {
 namespace {
@@ -12,6 +13,8 @@ struct SixteenLanes {
     typedef double Doubles __attribute__((vector_size(64)));
     static constexpr int kCount = 16;
     static constexpr bool kShufflesBytes = true;
+    static constexpr bool kHasTables = true;
+    using Table = Table256;
 
     // As in Avx2.cpp. Of the functions without a mask, g++ 12 says that a variable is not initialized.
     static Floats Least(Floats x, Floats y) { return _mm512_maskz_min_ps(0xffff, x, y); }

@@ -8,6 +8,7 @@ struct FourLanes {
     using Floats = Floats4;
     typedef std::int32_t Ints __attribute__((vector_size(16)));
     static constexpr int kCount = 4;
+    static constexpr bool kHasTables = false;  // in registers
 #ifdef __x86_64__
     static constexpr bool kShufflesBytes = false;  // an instruction of later processors
 #else

@@ -21,7 +21,7 @@ struct Grids : Numbers<Lanes> {
     /// The nodes of pixel `N` in each group. `index` counts numbers, four per node.
     template <int N>
     static Floats Nodes(const float* nodes, const std::int32_t* index) {
-        return Lanes::Join([&](int group) { return Read<Floats4>(nodes + Base::IndexAt(index, 4 * group + N)); });
+        return Lanes::Join([&](int group) { return Read<Floats4>(nodes + index[4 * group + N]); });
     }
     /// Pixel `N` of each group in all lanes of the group.
     template <int N>

@@ -10,7 +10,7 @@ extern const Loops kAvx2Loops, kAvx512Loops;
 
 namespace {
 
-/// The first processors with AVX-512 lower their clock rate for such vectors; those with VBMI do not.
+/// Processors without VBMI, the first ones with AVX-512, also lower their clock rate for such vectors.
 bool HasAvx512() {
     return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
            __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&

@@ -15,7 +15,8 @@ struct IntegerSamples : Numbers<Lanes> {
     using Base = Numbers<Lanes>;
     using typename Base::Ints;
 
-    static void LookUp(const float* const* tables, const unsigned char* from, unsigned samples, int count,
+    /// From pixel `i` on.
+    static void LookUp(const float* const* tables, const unsigned char* from, unsigned samples, int i, int count,
                        Block& block) {
         const float *const red = tables[0], *const green = tables[1], *const blue = tables[2];
         const std::size_t pixel = samples * sizeof(Sample);
@@ -26,7 +27,7 @@ struct IntegerSamples : Numbers<Lanes> {
             return Floats4{value(table, sample), value(table, sample + samples), value(table, sample + 2 * samples),
                            value(table, sample + 3 * samples)};
         };
-        int i = 0;
+        from += static_cast<unsigned>(i) * pixel;
         for (; i + 4 <= count; i += 4, from += 4 * pixel) {
             Write(&block.value[0][i], four(red, 0));
             Write(&block.value[1][i], four(green, 1));
@@ -56,7 +57,11 @@ struct ByteSamples : IntegerSamples<Lanes, std::uint8_t> {
     static constexpr int kBytes = 1;  ///< of a sample
 
     static void Load(const Program& program, const unsigned char* from, unsigned samples, int count, Block& block) {
-        Base::LookUp(program.bytes, from, samples, count, block);
+        int done = 0;
+        if constexpr (Lanes::kHasTables) {
+            if (samples == 3) done = LookUpTogether(program.bytes, from, count, block);
+        }
+        Base::LookUp(program.bytes, from, samples, done, count, block);
     }
     static void Store(const Program& program, const unsigned char* from, unsigned char* to, unsigned samples, int count,
                       Block& block) {
@@ -66,6 +71,19 @@ struct ByteSamples : IntegerSamples<Lanes, std::uint8_t> {
     }
 
 private:
+    /// Looks up whole groups of pixels, and returns how many pixels these are.
+    static int LookUpTogether(const float* const* tables, const unsigned char* from, int count, Block& block) {
+        using Table = typename Lanes::Table;
+        const int end = count / Table::kTogether * Table::kTogether;
+        for (int c = 0; c < 3 && end > 0; ++c) {
+            const Table table(tables[c]);
+            for (int i = 0; i < end; i += Table::kTogether) {
+                table.LookUp(Table::Channel(from + 3 * i, c), &block.value[c][i]);
+            }
+        }
+        return end;
+    }
+
     /// `red`, `green` and `blue` are numbers or vectors.
     template <typename Number>
     static Number Pixel(Number red, Number green, Number blue) {
@@ -119,7 +137,7 @@ struct WordSamples : IntegerSamples<Lanes, std::uint16_t> {
     static constexpr int kBytes = 2;
 
     static void Load(const Program& program, const unsigned char* from, unsigned samples, int count, Block& block) {
-        Base::LookUp(program.words, from, samples, count, block);
+        Base::LookUp(program.words, from, samples, 0, count, block);
     }
     static void Store(const Program& program, const unsigned char* from, unsigned char* to, unsigned samples, int count,
                       Block& block) {
