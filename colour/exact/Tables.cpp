@@ -82,7 +82,9 @@ Tables::Tables(const DeviceCurves& source, StageList stages, const DeviceCurves&
     }
     for (std::size_t c = 0; c < 3 && target[0] != nullptr; ++c) {
         encoding_[c] = EncodingTable(target[c]);
-        program_.encoding[c] = encoding_[c].data();
+        // Nearly all profiles have one curve for all channels, whose table then stays in the first cache.
+        if (c > 0 && encoding_[c] == encoding_[0]) encoding_[c].clear();
+        program_.encoding[c] = (encoding_[c].empty() ? encoding_[0] : encoding_[c]).data();
     }
     for (const Stage& stage : stages_.stages()) AddStep(stage);
     program_.steps = steps_;

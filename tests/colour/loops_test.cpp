@@ -227,6 +227,78 @@ TEST_F(LoopsTest, ARunOfAnyLengthGivesTheSame) {
     }
 }
 
+/// Half of the pixels are black or white; in the others, one of the samples is random.
+template <typename Sample>
+std::vector<Sample> PixelsWithEnds(std::size_t pixels, unsigned samples) {
+    Lcg random(23);
+    std::vector<Sample> result;
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const auto end = static_cast<Sample>(random.Below(2) == 0 ? 0 : -1);
+        const std::uint32_t other = random.Below(6);
+        for (unsigned c = 0; c < samples; ++c) result.push_back(c != other ? end : static_cast<Sample>(random.Next()));
+    }
+    return result;
+}
+
+template <typename Sample>
+void ExpectEnds(colour::Program program, colour::Ends colour::Program::*ends, colour::Loop loop) {
+    constexpr std::int32_t kTop = static_cast<Sample>(-1);
+    const auto bytesOf = [](std::vector<Sample>& pixels) { return reinterpret_cast<unsigned char*>(pixels.data()); };
+    for (unsigned samples = 3; samples <= 5; ++samples) {
+        for (const std::size_t pixels : {1U, 5U, 6U, 7U, 16U, 17U, 63U, 300U}) {
+            std::vector<Sample> source = PixelsWithEnds<Sample>(pixels, samples), wanted = source, reached = source;
+            program.*ends = {false, {1, 2, 3}, {101, 102, 103}};
+            loop(program, bytesOf(wanted), bytesOf(wanted), pixels, samples);
+            for (std::size_t i = 0; i < source.size(); i += samples) {
+                if (source[i] != source[i + 1] || source[i] != source[i + 2]) continue;
+                EXPECT_EQ(wanted[i], std::lround(kTop * (source[i] == 0 ? 0.02 : 0.92)));
+                if (source[i] == 0) wanted[i] = 1, wanted[i + 1] = 2, wanted[i + 2] = 3;
+                if (source[i] == kTop) wanted[i] = 101, wanted[i + 1] = 102, wanted[i + 2] = 103;
+            }
+            (program.*ends).used = true;
+            loop(program, bytesOf(source), bytesOf(reached), pixels, samples);
+            EXPECT_EQ(reached, wanted) << pixels << " pixels, " << samples << " samples";
+        }
+    }
+}
+
+/// Only if there are such samples, since others are exact.
+TEST_F(LoopsTest, BlackAndWhiteHaveTheGivenSamples) {
+    const std::vector<Step> steps{Scaled(0.9F, 0.02F)};
+    for (const colour::Loops* loops : colour::AllLoops()) {
+        SCOPED_TRACE(loops->name);
+        ExpectEnds<std::uint8_t>(ProgramOf(steps), &colour::Program::byteEnds, loops->bytes);
+        ExpectEnds<std::uint16_t>(ProgramOf(steps), &colour::Program::wordEnds, loops->words);
+    }
+}
+
+TEST_F(LoopsTest, OnlyTheColoursOfARunAreWritten) {
+    const std::vector<Step> steps{Scaled(0.9F, 0.02F)};
+    const colour::Program program = ProgramOf(steps);
+    Lcg random(29);
+    Bytes source(4 * 5 * 300);
+    for (unsigned char& byte : source) byte = static_cast<unsigned char>(random.Next());
+    for (const colour::Loops* loops : colour::AllLoops()) {
+        const colour::Loop all[] = {loops->bytes, loops->words, loops->floats};
+        for (unsigned type = 0; type < 3; ++type) {
+            for (unsigned samples = 3; samples <= 5; ++samples) {
+                const std::size_t colours = std::size_t{3} << type, pixel = std::size_t{samples} << type;
+                Bytes whole = source;
+                all[type](program, source.data(), whole.data(), 300, samples);
+                for (const std::size_t pixels :
+                     {0U, 1U, 4U, 5U, 6U, 7U, 8U, 15U, 16U, 17U, 31U, 255U, 256U, 257U, 261U, 299U}) {
+                    Bytes wanted = source, reached = source;
+                    for (std::size_t at = 0; at < pixels * pixel; at += pixel) {
+                        std::copy_n(&whole[at], colours, &wanted[at]);
+                    }
+                    all[type](program, source.data(), reached.data(), pixels, samples);
+                    EXPECT_THAT(reached, EqualsBytes(wanted)) << loops->name << " " << type << " " << samples;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
     // Values up to 1/64, multiplied by fifty after the rounding.
     for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535 / 64;
@@ -275,7 +347,7 @@ TEST_F(LoopsTest, AllGiveTheSameBytesForAnyNumbers) {
             if (n < 8) steps.push_back(Make(kKinds[n]));
             for (unsigned i = 0; n >= 8 && i < n % 5; ++i) steps.push_back(Make(kKinds[random.Below(8)]));
             const colour::Program program = ProgramOf(steps, random.Below(2) == 0);
-            const unsigned samples = 3 + random.Below(3), pixels = random.Below(70);
+            const unsigned samples = 3 + random.Below(3), pixels = random.Below(150);
             Bytes source(4 * samples * pixels + 1);
             for (unsigned char& byte : source) byte = static_cast<unsigned char>(random.Next());
             const std::uint32_t type = random.Below(3);

@@ -39,6 +39,7 @@ const Bytes& Device(const std::string& name) {
         all["printer-4"] = TableProfile({.version = 4.3, .matrix = true, .target = true});
         all["screen-2"] = TableProfile({.target = true, .screen = true});
         all["gamma"] = MatrixProfile(kGamut2020, GammaBlock(1.8));
+        all["three-curves"] = MatrixProfile(ToXyz(kGamutP3), {GammaBlock(1.8), GammaBlock(2.2), GammaBlock(2.4)});
         all["old-screen"] = MatrixProfile(kGamutAdobe, GammaBlock(2.2), 2, cmsSigDisplayClass);
         all["formula"] = MatrixProfile(kGamutP3, SrgbFormula(), 4);
         for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc", "wide.icc"}) all[file] = ArgyllProfile(file);
@@ -95,6 +96,7 @@ INSTANTIATE_TEST_SUITE_P(Profiles, WaysTest, testing::Values(
     Case{"mAB-no-grid", "srgb", kMatrix}, Case{"scanner.icc", "prophoto", kDirect},
     Case{"xyz.icc", "srgb", kDirect}, Case{"matrix.icc", "srgb", kMatrix}, Case{"wide.icc", "srgb", kMatrix},
     Case{"gamma", "adobe-rgb", kMatrix}, Case{"formula", "srgb-2", kMatrix},
+    Case{"gamma", "three-curves", kMatrix},
     Case{"gamma", "printer-2", kDirect}, Case{"gamma", "printer-4", kDirect},
     Case{"mft2", "printer-2", kDirect}, Case{"mAB-matrix", "printer-4", kDirect},
     Case{"scanner.icc", "printer-4", kDirect}, Case{"mft2-xyz", "printer-2", kDirect},

@@ -36,7 +36,20 @@ struct BlockLoop {
         const std::uint32_t* const red = stages.in[0];
         const std::uint32_t* const green = stages.in[1];
         const std::uint32_t* const blue = stages.in[2];
+        const auto entry = [&](const std::uint32_t* table, int sample) {
+            return static_cast<std::int32_t>(table[Load<Sample>(source + sample * kStep)]);
+        };
+        // Four entries are stored together, because a processor completes few stores at a time.
+        const auto four = [&](const std::uint32_t* table, int sample) {
+            return Ints4{entry(table, sample), entry(table, sample + 3), entry(table, sample + 6),
+                         entry(table, sample + 9)};
+        };
         int i = 0;
+        for (; i + 4 <= pixels; i += 4, source += 4 * 3 * kStep) {
+            Lanes<Ints4>::Write(&block.input[0][i], four(red, 0));
+            Lanes<Ints4>::Write(&block.input[1][i], four(green, 1));
+            Lanes<Ints4>::Write(&block.input[2][i], four(blue, 2));
+        }
         for (; i < pixels; ++i, source += 3 * kStep) {
             block.input[0][i] = red[Load<Sample>(source)];
             block.input[1][i] = green[Load<Sample>(source + kStep)];
