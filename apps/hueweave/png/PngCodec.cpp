@@ -16,11 +16,6 @@
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
-namespace {
-
-constexpr std::size_t kReadBlock = std::size_t{64} << 10;
-constexpr std::size_t kImageChunk = std::size_t{64} << 10;  ///< bytes of a chunk IDAT that is written
-constexpr std::uint32_t kMostSize = 0x7fffffff;             ///< width and height, as in IHDR
 
 /// What a call of libpng left behind. libpng reports errors with a jump, which must not pass an object with a
 /// destructor: each call is made through `Guarded`, and callbacks keep their exceptions here.
@@ -29,6 +24,12 @@ struct PngState {
     char message[200] = "";  ///< the first error, or the first warning that means damage
     std::exception_ptr failure{};
 };
+
+namespace {
+
+constexpr std::size_t kReadBlock = std::size_t{64} << 10;
+constexpr std::size_t kImageChunk = std::size_t{64} << 10;  ///< bytes of a chunk IDAT that is written
+constexpr std::uint32_t kMostSize = 0x7fffffff;             ///< width and height, as in IHDR
 
 [[noreturn]] void OnError(png_structp png, png_const_charp message) {
     auto& state = *static_cast<PngState*>(png_get_error_ptr(png));

@@ -15,7 +15,7 @@ using Json = nlohmann::ordered_json;
 using FactList = std::vector<std::pair<std::string, std::string>>;
 
 constexpr const char* kChannels[] = {"Red", "Green", "Blue"};
-constexpr const char* kKinds[] = {"red", "green", "blue"};
+constexpr const char* kChannelKinds[] = {"red", "green", "blue"};
 
 std::string Plain(const Json& value) {
     if (value.is_string()) return Escaped(value.get<std::string>());
@@ -81,7 +81,7 @@ std::string HistogramFigure(std::size_t number, const char* when, const Histogra
                             std::uint64_t pixels) {
     std::vector<Series> series;
     for (std::size_t c = 0; c < 3; ++c) {
-        Series one{kChannels[c], kKinds[c], {}};
+        Series one{kChannels[c], kChannelKinds[c], {}};
         for (std::size_t n = 0; n < 256; ++n) {
             one.points.push_back(
                 {static_cast<double>(n), 100.0 * static_cast<double>(histograms[c][n]) / static_cast<double>(pixels)});

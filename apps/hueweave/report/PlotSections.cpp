@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kRgb[] = {"Red", "Green", "Blue"};
 constexpr const char* kRgbKinds[] = {"red", "green", "blue"};
-constexpr const char* kKinds[] = {"first", "second", "third"};
+constexpr const char* kCurveKinds[] = {"first", "second", "third"};
 
 std::vector<Series> CurveSeries(const colour::SampledCurves& curves, const std::vector<std::string>& names,
                                 const char* const* kinds) {
@@ -154,7 +154,7 @@ std::string CurvesSection(const ReportData& data) {
         const std::vector<std::string> names =
             isXyz ? std::vector<std::string>{"X", "Y", "Z"} : std::vector<std::string>{"L*", "a*", "b*"};
         html += CurveFigure("connection", "The profile’s output curves, to the connection space",
-                            CurveSeries(data.curves.connection, names, kKinds));
+                            CurveSeries(data.curves.connection, names, kCurveKinds));
     }
     return html + "</div></section>";
 }

@@ -92,7 +92,7 @@ void Confine(const ConvertOptions& options, const InputList& list, MadeFolders& 
     EnterSandbox(allowed);
 }
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kConvertExamples = R"(Examples:
   hueweave convert --profile scanner.icc scan.tif -o scan-srgb.tif
   hueweave convert scans/ -o converted/                 a folder, with the embedded profiles
   hueweave convert --profile scanner.icc --to adobe-rgb --intent relative *.tif -o converted/
@@ -124,7 +124,7 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
                 "Skip files that an earlier run converted the same way; --resume=fast compares their sizes and times, "
                 "not their contents");
     c->add_flag("--dry-run", options_.dryRun, "Report what would be done, write nothing");
-    c->footer(kExamples);
+    c->footer(kConvertExamples);
     return c;
 }
 

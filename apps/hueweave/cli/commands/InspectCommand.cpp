@@ -184,7 +184,7 @@ void PrintRefused(const std::string& path, const std::string& reason) {
     fmt::print("{}\n", JsonLine(json));
 }
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kInspectExamples = R"(Examples:
   hueweave inspect scan.tif
   hueweave inspect scanner.icc
   hueweave inspect --json scans/*.tif                   one line for each file)";
@@ -219,7 +219,7 @@ CLI::App* InspectCommand::Declare(CLI::App& app) {
     c->add_option("FILE", options_.files, "Profiles, or TIFF, PNG and JPEG files")->required();
     c->add_flag("--json", options_.json, "Write one line of JSON per file");
     AddSandbox(*c, options_.sandbox);
-    c->footer(kExamples);
+    c->footer(kInspectExamples);
     return c;
 }
 

@@ -30,7 +30,7 @@ void RefuseInputs(const std::vector<std::string>& inputs, const std::string& out
     }
 }
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kReportExamples = R"(Examples:
   hueweave report scanner.icc -o report.html
   hueweave report scanner.icc scan.tif photo.jpg --to adobe-rgb -o report.html
   hueweave report scanner.icc --chart chart.ti3 -o report.html)";
@@ -54,7 +54,7 @@ CLI::App* ReportCommand::Declare(CLI::App& app) {
     c->add_flag("--force", options_.force, "Replace a file that exists already");
     c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
     AddSandbox(*c, options_.sandbox);
-    c->footer(kExamples);
+    c->footer(kReportExamples);
     return c;
 }
 

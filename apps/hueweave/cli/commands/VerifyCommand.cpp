@@ -55,7 +55,7 @@ void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const
                100.0 * static_cast<double>(judged.clipped) / static_cast<double>(judged.colours));
 }
 
-constexpr const char* kExamples = R"(Examples:
+constexpr const char* kVerifyExamples = R"(Examples:
   hueweave verify scanner.icc
   hueweave verify scanner.icc --image scan.tif --to adobe-rgb
   hueweave verify scanner.icc --limit 2.0               exit status 1 if the limit is exceeded)";
@@ -83,7 +83,7 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
         ->check(Within(0, 100).description("FLOAT in [0 - 100]"));
     c->add_flag("--json", options_.json, "Write one line of JSON");
     AddSandbox(*c, options_.sandbox);
-    c->footer(kExamples);
+    c->footer(kVerifyExamples);
     return c;
 }
 
