@@ -68,7 +68,7 @@ struct BlockLoop : Numbers<Lanes> {
     /// Values without a pixel are computed, too, so they are numbers.
     static void Clear(Block& block, std::size_t pixels) {
         const std::size_t most = pixels < kBlock ? (pixels + kLanes - 1) / kLanes * kLanes : kBlock;
-        for (int c = 0; c < 3; ++c) __builtin_memset(block.value[c], 0, most * sizeof(float));
+        for (float(&values)[kBlock] : block.value) __builtin_memset(values, 0, most * sizeof(float));
         __builtin_memset(block.pixel, 0, most * sizeof(std::int32_t));
     }
 
