@@ -16,8 +16,8 @@ inline constexpr std::uint64_t kLargestRecord = std::uint64_t{256} << 20;
 /// The paths of the records in a folder, sorted. Refuses a folder that cannot be listed, or has far too many.
 std::vector<std::string> RecordsIn(const std::string& folder);
 
-/// Calls `take` with each line of a record; of a line that is too long to be one, with its beginning. A record that was removed in the meantime
-/// has no lines. Refuses one that cannot be used: `effect` and `remedy` are for the message.
+/// Calls `take` with each line of a record; of a line that is too long to be one, with its beginning. A record that was
+/// removed in the meantime has no lines. Refuses one that cannot be used: `effect` and `remedy` are for the message.
 void ReadRecord(const std::string& path, const std::function<void(const std::string& line)>& take,
                 const std::string& effect, const std::string& remedy);
 
