@@ -28,6 +28,7 @@ import time
 from abilities import Abilities
 
 HUEWEAVE, LIBRARY = "hueweave", "hueweave --precision library"
+SAME = "0.0000 / 0.00"
 TOOLS = [HUEWEAVE, "tificc", "cctiff", "vips", "ImageMagick"]
 COLOUR_TOOLS = [HUEWEAVE, LIBRARY, *TOOLS[1:]]
 REFERENCES = ["Little CMS in doubles", "only rounded to this depth", "trilinear grid"]
@@ -109,6 +110,13 @@ class Table:
         rows = [[name] + [f"**{text}**" if good else text for text, good in cells] for name, cells in self.rows]
         return "\n".join(["| | " + " | ".join(heads) + " |", "|---" * (len(heads) + 1) + "|"]
                          + ["| " + " | ".join(row) + " |" for row in rows])
+
+
+def least(differences):
+    """The cells of a row of `MEAN / LARGEST`; the desired ones are those with the least mean, as it is printed."""
+    texts = list(differences)
+    best = min(text.split()[0] for text in texts)  # all means have four decimals and are below 10
+    return [(text, text.split()[0] == best) for text in texts]
 
 
 class Trials:
@@ -278,13 +286,10 @@ class Trials:
             for title, name in (("Lab table", "scanner.icc"), ("XYZ table", "xyz.icc"), ("matrix", "matrix.icc")):
                 profile = self.inputs / name
                 pairs = [self.differences(tool, cube, profile, bits) for tool in COLOUR_TOOLS]
-                for table, texts in ((self.colours, [pair[0] for pair in pairs]),
-                                     (self.unrounded, [pair[1] for pair in pairs])):
-                    best = min(texts)  # all have four decimals and means below 10
-                    cells = [(text, text == best) for text in texts]
-                    if table is self.unrounded:
-                        cells += [(text, False) for text in self.judged(profile, cube)]
-                    table.add(f"{title}, {bits} bits", cells)
+                row = f"{title}, {bits} bits"
+                self.colours.add(row, least("is the reference" if pair[0] == SAME else pair[0] for pair in pairs))
+                self.unrounded.add(row, least(pair[1] for pair in pairs)
+                                   + [(text, False) for text in self.judged(profile, cube)])
 
     def differences(self, tool, source, profile, bits):
         """In the depth of the source and, except for the library, to the same sRGB profile."""
