@@ -8,9 +8,7 @@ namespace {
 /// The fastest loop for a number of pixels: the overhead of a block pays off from a few pixels on.
 const Kernel& KernelFor(int pixels) {
     constexpr int kShortRun = 8;
-    if (pixels < kShortRun) return kPlainKernel;
-    static const Kernel& fastest = *Kernels().back();
-    return fastest;
+    return pixels < kShortRun ? kPlainKernel : *Kernels().back();
 }
 
 Stages StagesOf(const CIccEngineS& engine) {

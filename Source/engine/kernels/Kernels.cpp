@@ -9,8 +9,7 @@ extern const Kernel kAvx2Kernel;
 std::span<const Kernel* const> Kernels() {
 #if defined(__x86_64__)
     static constexpr const Kernel* kAll[] = {&kPlainKernel, &kBaselineKernel, &kAvx2Kernel};
-    static const std::span<const Kernel* const> here{kAll, __builtin_cpu_supports("avx2") ? 3U : 2U};
-    return here;
+    return {kAll, __builtin_cpu_supports("avx2") ? 3U : 2U};
 #elif defined(__aarch64__)
     static constexpr const Kernel* kAll[] = {&kPlainKernel, &kBaselineKernel};
     return kAll;
