@@ -12,8 +12,8 @@
 namespace hueweave::colour {
 namespace {
 
-constexpr std::size_t kRun = 256;    ///< pixels that Little CMS converts at a time
-constexpr std::size_t kKept = 4096;  ///< converted pixels that are remembered in a call, a power of two
+constexpr std::size_t kTogether = 256;  ///< pixels that Little CMS converts at a time
+constexpr std::size_t kKept = 4096;     ///< converted pixels that are remembered in a call, a power of two
 
 /// CIELAB of a pixel, as Little CMS takes it: L* of 0 to 100, a* and b*.
 template <typename Sample>
@@ -72,7 +72,7 @@ public:
                 Put(dest, p, place);
             } else {
                 waiting_[count_++] = pixel;
-                if (count_ == kRun) Flush(dest);
+                if (count_ == kTogether) Flush(dest);
             }
         }
         Flush(dest);
@@ -101,7 +101,7 @@ private:
 
     void Flush(unsigned char* dest) {
         const std::size_t channels = ChannelsOf(model_);
-        float from[4 * kRun], to[3 * kRun];
+        float from[4 * kTogether], to[3 * kTogether];
         for (std::size_t i = 0; i < count_; ++i) {
             const auto& samples = waiting_[i].samples;
             if (IsLab(model_)) {
@@ -128,7 +128,7 @@ private:
     const ColourModel model_;
     const Truth& truth_;
     std::vector<Kept> kept_;
-    std::array<Waiting, kRun> waiting_{};
+    std::array<Waiting, kTogether> waiting_{};
     std::size_t count_ = 0;
 };
 
@@ -164,12 +164,12 @@ DeviceTransform::~DeviceTransform() = default;
 void DeviceTransform::FillTable(const Poll& poll) {
     const std::size_t top = (std::size_t{1} << bits_) - 1;
     const auto scale = static_cast<float>(top);
-    float from[kRun], to[3 * kRun];
-    for (std::size_t done = 0; done <= top; done += kRun) {
+    float from[kTogether], to[3 * kTogether];
+    for (std::size_t done = 0; done <= top; done += kTogether) {
         poll();
-        for (std::size_t i = 0; i < kRun; ++i) from[i] = static_cast<float>(done + i) / scale;
-        parts_->truth.Convert(from, to, kRun);
-        for (std::size_t i = 0; i < kRun * targetChannels_; ++i) {
+        for (std::size_t i = 0; i < kTogether; ++i) from[i] = static_cast<float>(done + i) / scale;
+        parts_->truth.Convert(from, to, kTogether);
+        for (std::size_t i = 0; i < kTogether * targetChannels_; ++i) {
             table_.push_back(static_cast<std::uint16_t>(Clipped(to[i]) * scale + 0.5F));
         }
     }

@@ -7,7 +7,7 @@
 namespace hueweave::colour {
 namespace {
 
-constexpr std::size_t kRun = 2048;  ///< pixels gathered at a time; they stay in the L1 cache
+constexpr std::size_t kGathered = 2048;  ///< pixels gathered at a time; they stay in the L1 cache
 
 unsigned Sample(const unsigned char* at, unsigned bits) {
     if (bits == 8) return *at;
@@ -31,9 +31,9 @@ void PixelConverter::Convert(unsigned char* data, std::size_t pixels, unsigned s
     const unsigned depth = bits(), top = depth == 8 ? 255 : 65535;
     const std::size_t width = depth / 8;
     const std::size_t pixelBytes = samples * width;
-    unsigned char run[6 * kRun];
-    for (std::size_t done = 0; done < pixels; done += kRun) {
-        const std::size_t count = std::min(kRun, pixels - done);
+    unsigned char run[6 * kGathered];
+    for (std::size_t done = 0; done < pixels; done += kGathered) {
+        const std::size_t count = std::min(kGathered, pixels - done);
         unsigned char* at = data + done * pixelBytes;
         const auto alpha = [&](std::size_t p) { return Sample(at + p * pixelBytes + 3 * width, depth); };
         for (std::size_t p = 0; p < count; ++p) {
@@ -62,9 +62,9 @@ void PixelConverter::Convert(const unsigned char* source, unsigned char* dest, s
     const std::size_t width = depth / 8, from = device_->sourceChannels(), to = device_->targetChannels();
     const std::size_t extra = samples - from;
     if (extra == 0) return device_->Convert(source, dest, pixels);
-    unsigned char run[8 * kRun], reached[6 * kRun];
-    for (std::size_t done = 0; done < pixels; done += kRun) {
-        const std::size_t count = std::min(kRun, pixels - done);
+    unsigned char run[8 * kGathered], reached[6 * kGathered];
+    for (std::size_t done = 0; done < pixels; done += kGathered) {
+        const std::size_t count = std::min(kGathered, pixels - done);
         const unsigned char* read = source + done * samples * width;
         unsigned char* written = dest + done * (to + extra) * width;
         const auto alpha = [&](std::size_t p) {

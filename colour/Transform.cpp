@@ -21,7 +21,7 @@ namespace {
 /// The largest CIEDE2000 of a way that is used: a third of the limits for all colours, 0.3 and 1.0, because only a few
 /// colours are checked.
 constexpr double kMostP999 = 0.1, kMostLargest = 0.33;
-constexpr std::size_t kRun = 256;  ///< pixels per call of Little CMS
+constexpr std::size_t kPixelsPerCall = 256;  ///< pixels per call of Little CMS
 
 float Clamped(float value) { return value > 0.0F ? std::min(value, 1.0F) : 0.0F; }
 
@@ -113,9 +113,9 @@ public:
 private:
     template <typename Sample>
     void Convert(const unsigned char* source, unsigned char* dest, std::size_t pixels, unsigned samples) const {
-        float from[3 * kRun], to[3 * kRun];
-        for (std::size_t done = 0; done < pixels; done += kRun) {
-            const std::size_t count = std::min(kRun, pixels - done);
+        float from[3 * kPixelsPerCall], to[3 * kPixelsPerCall];
+        for (std::size_t done = 0; done < pixels; done += kPixelsPerCall) {
+            const std::size_t count = std::min(kPixelsPerCall, pixels - done);
             const auto place = [&](std::size_t i) { return ((done + i / 3) * samples + i % 3) * sizeof(Sample); };
             for (std::size_t i = 0; i < 3 * count; ++i) {
                 Sample sample;

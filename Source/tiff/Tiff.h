@@ -11,6 +11,8 @@
 
 namespace Orvix_Tiff_STL2 {
 
+constexpr std::size_t kEntryBytes = 12;  ///< of a tag in a directory
+
 /// A baseline little-endian TIFF container with one image. Reads the first directory into a list of tags and the image
 /// into the data of tag 273, and writes both with one strip. Does not decompress.
 ///

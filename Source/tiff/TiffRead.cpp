@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::array<unsigned char, 4> kMagic = {'I', 'I', 42, 0};
 constexpr std::size_t kMostEntries = 29;
-constexpr std::size_t kEntryBytes = 12;
 constexpr std::size_t kFewStrips = 64;  ///< for more strips, a small file is read into memory
 constexpr FieldType kShort{3}, kLong{4};
 

@@ -11,7 +11,6 @@ namespace Orvix_Tiff_STL2 {
 namespace {
 
 constexpr std::uint32_t kIfdStart = 8;
-constexpr std::size_t kEntryBytes = 12;
 
 /// Kept: entries of these four types always have an offset, even if their data would fit in the entry.
 bool AlwaysOffset(FieldType type) { return type >= 6 && type <= 9; }
