@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 
 #include "system/FileAccess.h"
@@ -19,7 +20,7 @@ struct WriteSettings {
     std::function<void(std::uint64_t pixels)> progress;  ///< called from all threads
     /// Called with image data as they were read, encoded or not, in the order of their blocks and by one thread at a
     /// time. Of separate planes, at most the first is passed, because the others are at other positions.
-    std::function<void(std::uint64_t offset, const Bytes& data)> taken;
+    std::function<void(std::uint64_t offset, std::span<const unsigned char> data)> taken;
 };
 
 /// The measurements of a file's converted pixels.

@@ -97,7 +97,7 @@ WrittenFile WriteFile(const FileTask& task, const SourceFile& source, const File
     std::optional<Fingerprint> made;
     if (task.session.record != nullptr && !fingerprint) {
         made.emplace(task.session, source);
-        settings.taken = [&](std::uint64_t offset, const Bytes& data) { made->Take(offset, data); };
+        settings.taken = [&](std::uint64_t offset, std::span<const unsigned char> data) { made->Take(offset, data); };
     }
     if (task.item.output == "-") {
         settings.scratch = TemporaryFolder();

@@ -40,7 +40,7 @@ Fingerprint::Fingerprint(const Session& session, const SourceFile& source) : fil
     AddSettings(hash_, session);
 }
 
-void Fingerprint::Take(std::uint64_t offset, const Bytes& data) {
+void Fingerprint::Take(std::uint64_t offset, std::span<const unsigned char> data) {
     const std::uint64_t end = offset + data.size();
     if (end <= hashed_ || offset > hashed_ + kGap) return;
     ReadTo(offset);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "batch/file/plan/SourceFile.h"
@@ -21,7 +22,7 @@ public:
     Fingerprint(const Session& session, const SourceFile& source);
     /// Hashes bytes of the source that follow those already hashed. A small gap before them, such as a directory
     /// between two images, is read here. Bytes out of order are ignored; `Finish` reads them again.
-    void Take(std::uint64_t offset, const Bytes& data);
+    void Take(std::uint64_t offset, std::span<const unsigned char> data);
     /// Reads the missing bytes and returns 64 hexadecimal digits. Called once, at the end.
     std::string Finish();
 

@@ -9,7 +9,7 @@
 
 namespace hueweave::tool {
 
-/// Rows of a strip or tile, or of several adjacent strips.
+/// Rows of a strip or tile, or several strips.
 struct PixelBlock {
     std::uint64_t segment = 0;  ///< the first strip or tile, counted within a plane
     std::uint32_t row = 0;      ///< the first one, counted from the top of the strip or tile

@@ -2,6 +2,7 @@
 #include "tiff/rewrite/PlainWriter.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "system/WorkUnits.h"
@@ -13,16 +14,33 @@ namespace {
 
 constexpr std::uint64_t kBlock = std::uint64_t{512} << 10;  ///< bytes of a block in one plane
 
-/// The position and byte order of a block of pixels in the source, or in the output.
+/// The positions and byte order of a block of pixels in the source, or in the output.
 class PlainBlock {
 public:
     PlainBlock(const PageContext& context, const PageForm& form, const PixelBlock& block)
         : form_(form), block_(block), bigEndian_(context.structure.form().bigEndian) {}
 
-    std::uint64_t OffsetIn(const std::vector<Extent>& places, unsigned plane) const {
-        return places[plane * form_.InPlane() + block_.segment].offset + block_.row * form_.RowBytes();
-    }
     std::size_t PlaneBytes() const { return static_cast<std::size_t>(block_.rows * form_.RowBytes()); }
+    /// Calls `what` with the position and the bytes of each part of a plane that is in one piece in the file.
+    template <typename What>
+    void ForEachPiece(const std::vector<Extent>& places, unsigned plane, std::span<unsigned char> data,
+                      const What& what) const {
+        std::uint64_t segment = block_.segment, start = 0;
+        std::size_t size = 0;
+        for (std::uint32_t row = block_.row, left = block_.rows; left > 0; row = 0, ++segment) {
+            const std::uint32_t rows = std::min(left, form_.RowsOf(segment) - row);
+            const std::uint64_t offset = places[plane * form_.InPlane() + segment].offset + row * form_.RowBytes();
+            if (size > 0 && offset != start + size) {
+                what(start, data.first(size));
+                data = data.subspan(size);
+                size = 0;
+            }
+            if (size == 0) start = offset;
+            size += static_cast<std::size_t>(rows * form_.RowBytes());
+            left -= rows;
+        }
+        what(start, data);
+    }
     /// Converts from the file's byte order to the processor's, or back.
     void SwapOrder(Bytes& data) const {
         const unsigned width = form_.OrderedBytes();
@@ -40,10 +58,14 @@ public:
     PlainSource(const PageContext& context, const PlainBlock& block, InTurn inTurn)
         : context_(context), block_(block), inTurn_(std::move(inTurn)) {}
     void Take(unsigned plane, Bytes& data) override {
-        const std::uint64_t offset = block_.OffsetIn(context_.page.segments, plane);
         data.resize(block_.PlaneBytes());
-        context_.structure.file().Read(offset, data.data(), data.size());
-        if (plane == 0 && context_.settings.taken) inTurn_([&] { context_.settings.taken(offset, data); });
+        const auto forEachPiece = [&](const auto& what) {
+            block_.ForEachPiece(context_.page.segments, plane, data, what);
+        };
+        forEachPiece([&](std::uint64_t offset, std::span<unsigned char> piece) {
+            context_.structure.file().Read(offset, piece.data(), piece.size());
+        });
+        if (plane == 0 && context_.settings.taken) inTurn_([&] { forEachPiece(context_.settings.taken); });
         block_.SwapOrder(data);
     }
 
@@ -59,7 +81,9 @@ public:
         : context_(context), block_(block), places_(places) {}
     void Give(unsigned plane, Bytes& data) override {
         block_.SwapOrder(data);
-        context_.target.Write(block_.OffsetIn(places_, plane), data);
+        block_.ForEachPiece(places_, plane, data, [&](std::uint64_t offset, std::span<unsigned char> piece) {
+            context_.target.Write(offset, piece.data(), piece.size());
+        });
     }
 
 private:
@@ -85,16 +109,8 @@ std::vector<Extent> PlaceAll(const PageContext& context) {
     return places;
 }
 
-/// Whether a strip directly follows the previous one, both in the source and in the output.
-bool Follows(const TiffPage& page, const std::vector<Extent>& places, std::uint64_t strip) {
-    const auto follows = [strip](const std::vector<Extent>& all, const PageForm& form) {
-        return all[strip - 1].offset + form.DecodedBytes(strip - 1) == all[strip].offset;
-    };
-    return follows(page.segments, page) && follows(places, page.written);
-}
-
-/// The blocks of each plane: parts of large strips and tiles, and groups of small adjacent strips.
-std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Extent>& places) {
+/// The blocks of each plane: parts of large strips and tiles, and groups of small strips.
+std::vector<PixelBlock> ListBlocks(const TiffPage& page) {
     const std::uint64_t rowBytes = std::max(page.RowBytes(), page.WrittenRowBytes());
     // The last row of data units of a strip may be incomplete.
     const bool mayJoin = !page.planar && !page.tiled && !page.chroma;
@@ -104,7 +120,7 @@ std::vector<PixelBlock> ListBlocks(const TiffPage& page, const std::vector<Exten
         if (mayJoin && !blocks.empty() && blocks.back().row == 0) {
             PixelBlock& last = blocks.back();
             const std::uint64_t bytes = (std::uint64_t{last.rows} + rows) * rowBytes;
-            if (bytes <= kBlock && Follows(page, places, segment)) {
+            if (bytes <= kBlock) {
                 last.rows += rows;
                 continue;
             }
@@ -123,7 +139,7 @@ std::vector<Extent> WritePlain(const PageContext& context) {
     const TiffPage& page = context.page;
     const WriteSettings& settings = context.settings;
     std::vector<Extent> places = PlaceAll(context);
-    const std::vector<PixelBlock> blocks = ListBlocks(page, places);
+    const std::vector<PixelBlock> blocks = ListBlocks(page);
     WorkUnits units(blocks.size());
     const bool isExpanded = PlaneSet::RowMemory(page) != 0;
     const std::uint64_t buffers = (page.planar ? PlaneCounts(page).gathered + 1 : 1) + (isExpanded ? 3 : 0);
