@@ -15,7 +15,7 @@ function(hueweave_suite name)
     ${name} PRIVATE HUEWEAVE_LIBRARY="$<TARGET_FILE:Hueweave>" HUEWEAVE_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
                     HUEWEAVE_CXX_COMPILER="${CMAKE_CXX_COMPILER}" HUEWEAVE_C_COMPILER="${CMAKE_C_COMPILER}")
   target_precompile_headers(${name} REUSE_FROM test_headers)
-  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
   add_dependencies(${name} Hueweave)
 
   if(NOT suite_SHARDS)

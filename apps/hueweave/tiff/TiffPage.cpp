@@ -373,6 +373,12 @@ TiffPage ReadPage(const TiffStructure& structure, std::size_t directory) {
     return PageReader(structure, directory, one ? "" : "page " + std::to_string(directory + 1)).Read();
 }
 
+std::uint64_t TiffPage::LargestSegment() const {
+    std::uint64_t largest = 0;
+    for (const Extent& segment : segments) largest = std::max(largest, segment.size);
+    return largest;
+}
+
 std::vector<TiffPage> ReadPages(const TiffStructure& structure) {
     std::vector<TiffPage> pages;
     for (std::size_t i = 0; i < structure.directories().size(); ++i) pages.push_back(ReadPage(structure, i));

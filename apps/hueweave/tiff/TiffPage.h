@@ -51,6 +51,7 @@ struct TiffPage : PageForm {
     unsigned RowsInRow() const { return chroma ? chroma.down : 1; }
     /// Bytes that are written for a row that is read.
     std::uint64_t WrittenRowBytes() const { return RowsInRow() * written.RowBytes(); }
+    std::uint64_t LargestSegment() const;  ///< bytes of the largest strip or tile in the file
     /// `other` of a transparency mask, which belongs to another page.
     static constexpr std::string_view kMask = "mask";
     /// `other` of a page without a photometric interpretation.

@@ -7,18 +7,18 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{256} << 10;
-static_assert(PATH_MAX < UINT16_MAX && PATH_MAX < kBlock);
+constexpr std::size_t kChunk = std::size_t{256} << 10;
+static_assert(PATH_MAX < UINT16_MAX && PATH_MAX < kChunk);
 
 }  // namespace
 
 void NameList::Add(std::string_view source, std::size_t relativeAt, const std::string& refusal) {
     source = source.substr(0, UINT16_MAX);  // no system call accepts such a path, and the file is refused for it
     if (left_ < source.size()) {
-        blocks_.push_back(std::make_unique_for_overwrite<char[]>(kBlock));
-        left_ = kBlock;
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(kChunk));
+        left_ = kChunk;
     }
-    char* const text = blocks_.back().get() + (kBlock - left_);
+    char* const text = blocks_.back().get() + (kChunk - left_);
     std::copy(source.begin(), source.end(), text);
     left_ -= source.size();
     names_.push_back({text, static_cast<std::uint16_t>(source.size()),

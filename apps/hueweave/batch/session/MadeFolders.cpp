@@ -14,7 +14,7 @@
 namespace hueweave::tool {
 namespace {
 
-bool IsFolder(const std::string& path) {
+bool IsThere(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
@@ -31,7 +31,7 @@ MadeFolders::~MadeFolders() {
 }
 
 int MadeFolders::MakeOne(const std::string& folder) {
-    if (IsFolder(folder)) return 0;
+    if (IsThere(folder)) return 0;
     const std::string above = FolderOf(folder);
     if (above != "." && above != folder) {
         if (const int error = MakeOne(above)) return error;
@@ -39,7 +39,7 @@ int MadeFolders::MakeOne(const std::string& folder) {
     const int error = ErrorOf(::mkdir(folder.c_str(), 0777));
     if (error == 0 && !stay_) made_.push_back(folder);
     if (error != EEXIST) return error;
-    return IsFolder(folder) ? 0 : ENOTDIR;  // another run may have created it in the meantime
+    return IsThere(folder) ? 0 : ENOTDIR;  // another run may have created it in the meantime
 }
 
 void MadeFolders::Make(const std::string& folder) {

@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = WaitingFiles::Clock;
 
-fs::path Canonical(const fs::path& path) {
+fs::path Normal(const fs::path& path) {
     std::error_code ignored;
     return fs::weakly_canonical(path, ignored).lexically_normal();
 }
@@ -47,13 +47,13 @@ Inbox::Inbox(const ConvertOptions& options, Clock::duration settle, Report& repo
     : options_(options),
       report_(report),
       top_(options.inputs.front()),
-      output_(Canonical(options.output)),
+      output_(Normal(options.output)),
       topIdentity_(IdentityOf(top_)),
       outputIdentity_(IdentityOf(options.output)),
       files_(settle) {
     std::error_code ignored;
     if (!fs::is_directory(top_, ignored)) throw Refusal(Exit::Input, top_, "is no folder", "name a folder to watch");
-    if (IsBelow(Canonical(top_), output_)) {
+    if (IsBelow(Normal(top_), output_)) {
         throw Refusal(Exit::Usage, options.output, "contains the folder to watch, or is that folder",
                       "choose another output folder");
     }
@@ -67,7 +67,7 @@ Inbox::Inbox(const ConvertOptions& options, Clock::duration settle, Report& repo
 }
 
 bool Inbox::IsOutput(const std::string& folder) const {
-    return IdentityOf(folder) == outputIdentity_ || (options_.follow && IsBelow(Canonical(folder), output_));
+    return IdentityOf(folder) == outputIdentity_ || (options_.follow && IsBelow(Normal(folder), output_));
 }
 
 void Inbox::Enter(const std::string& folder) {

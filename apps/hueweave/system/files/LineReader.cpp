@@ -14,7 +14,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kBlock = std::size_t{64} << 10;
+constexpr std::size_t kChunk = std::size_t{64} << 10;
 
 }  // namespace
 
@@ -23,7 +23,7 @@ FileAccess LineReader::Open(const std::string& path) {
 }
 
 bool LineReader::Fill() {
-    block_.resize(kBlock);
+    block_.resize(kChunk);
     ssize_t got = -1;
     do {
         WaitFor(descriptor_, POLLIN);

@@ -14,7 +14,7 @@ namespace hueweave::tool {
 namespace {
 
 constexpr std::size_t kScratch = std::size_t{64} << 10;  ///< bytes; fits in the processor's cache
-constexpr std::uint64_t kBlock = std::uint64_t{256} << 10;
+constexpr std::uint64_t kPiece = std::uint64_t{256} << 10;
 
 template <typename Sample>
 void Accumulate(unsigned char* row, std::uint64_t samples, unsigned stride) {
@@ -107,8 +107,8 @@ std::string DeflateReader::Explain(DeflateEnd end) const {
 DeflateEnd DeflateReader::Decode(Bytes& raw, Bytes& pixels) {
     Begin();
     std::size_t decoded = 0;
-    for (std::size_t at = 0; at < raw.size() && state_ == Z_OK && !beyond_; at += kBlock) {
-        Feed(raw.data() + at, std::min<std::size_t>(kBlock, raw.size() - at));
+    for (std::size_t at = 0; at < raw.size() && state_ == Z_OK && !beyond_; at += kPiece) {
+        Feed(raw.data() + at, std::min<std::size_t>(kPiece, raw.size() - at));
         decoded += Inflate(pixels.data() + decoded, pixels.size() - decoded);
         if (decoded == pixels.size()) Skip();
     }
@@ -125,7 +125,7 @@ bool DeflateReader::Refill() {
     if (stream_->avail_in > 0) return true;
     if (left_.size == 0) return false;
     ThrowIfInterrupted();
-    block_.resize(static_cast<std::size_t>(std::min(kBlock, left_.size)));
+    block_.resize(static_cast<std::size_t>(std::min(kPiece, left_.size)));
     source_.file().Read(left_.offset, block_.data(), block_.size());
     left_ = {left_.offset + block_.size(), left_.size - block_.size()};
     Feed(block_.data(), block_.size());

@@ -24,12 +24,6 @@ constexpr std::uint64_t kCopyBlock = std::uint64_t{256} << 10;
 /// Maximum single allocation of libtiff in addition to rows and strips: the tables of its decoders.
 constexpr std::uint64_t kTables = std::uint64_t{1} << 20;
 
-std::uint64_t LargestSegment(const TiffPage& page) {
-    std::uint64_t largest = 0;
-    for (const Extent& segment : page.segments) largest = std::max(largest, segment.size);
-    return largest;
-}
-
 }  // namespace
 
 /// A small virtual file for libtiff: a directory in memory, followed by image data that are at the same offsets in
@@ -283,12 +277,12 @@ void RowDecoder::Open() {
     view_->directory = source_.Directory(page.height, places);
     copy_.Write(0, view_->directory);
     view_->start = view_->place = start_;
-    view_->size = start_ + LargestSegment(page);
+    view_->size = start_ + page.LargestSegment();
     copy_.Resize(view_->size);
     view_->data = &copy_;
     view_->map = true;
     // Reversed bits are reordered in memory.
-    const std::uint64_t whole = page.fillOrder == 1 ? 0 : LargestSegment(page);
+    const std::uint64_t whole = page.fillOrder == 1 ? 0 : page.LargestSegment();
     OpenView(*view_, handle_, source_, std::max({page.RowBytes(), whole, 8 * page.InPlane()}) + kTables);
     CheckGeometry(handle_.get(), page, page.height, page.InPlane(), source_.file().name().c_str());
 }

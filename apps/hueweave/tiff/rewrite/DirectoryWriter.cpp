@@ -10,7 +10,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr std::size_t kMostEntries = 65535;           ///< in a directory, whose entry count has two bytes
+constexpr std::size_t kMostCounted = 65535;           ///< in a directory, whose entry count has two bytes
 constexpr std::size_t kLarge = std::size_t{1} << 20;  ///< bytes; larger values are not kept in memory
 
 }  // namespace
@@ -126,7 +126,7 @@ DirectoryWriter::Plan DirectoryWriter::PlanDirectory(std::size_t index) {
             plan.entries.insert(after, change.entry ? *change.entry : PlanEntry(wanted, change, before));
         }
     }
-    if (plan.entries.size() > kMostEntries) {
+    if (plan.entries.size() > kMostCounted) {
         throw Refusal(Exit::Input, structure_.file().name(), "has no room for one more entry in a directory",
                       "leave the profile out with --no-tag");
     }

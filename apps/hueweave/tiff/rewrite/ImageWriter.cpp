@@ -15,12 +15,6 @@
 namespace hueweave::tool {
 namespace {
 
-std::uint64_t LargestSegment(const TiffPage& page) {
-    std::uint64_t largest = 0;
-    for (const Extent& segment : page.segments) largest = std::max(largest, segment.size);
-    return largest;
-}
-
 /// Whether a row fits in memory, since rows are never divided. Uncompressed rows are counted twice, compressed ones
 /// four times, because of the coder's buffers.
 bool RowFits(const TiffPage& page, std::uint64_t memory) {
@@ -31,7 +25,7 @@ bool RowFits(const TiffPage& page, std::uint64_t memory) {
 
 /// Whether each thread can hold a whole strip or tile.
 bool SegmentsFit(const TiffPage& page, std::uint64_t memory, unsigned threads) {
-    const std::uint64_t largest = LargestSegment(page);
+    const std::uint64_t largest = page.LargestSegment();
     // Checked separately, because the sum below might exceed 64 bits.
     const std::uint64_t expanded = PlaneSet::RowMemory(page);
     if (largest > memory || page.RowsOf(0) > memory / (page.RowBytes() + expanded)) return false;
@@ -50,7 +44,7 @@ bool RowCodersFit(const TiffPage& page, std::uint64_t memory) {
     if (page.tiled || page.compression == COMPRESSION_OJPEG) return false;
     // All planes are decoded at the same time, each by its own coder. Memory for one coder is always available.
     if (page.planar && CoderMemory(page) > memory / (page.samples - 1)) return false;
-    return page.fillOrder == 1 || LargestSegment(page) * (page.planar ? page.samples : 1) <= memory / 2;
+    return page.fillOrder == 1 || page.LargestSegment() * (page.planar ? page.samples : 1) <= memory / 2;
 }
 
 }  // namespace
