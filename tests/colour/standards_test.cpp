@@ -49,11 +49,11 @@ Vector Expected(const Standard& from, const Standard& to, const Vector& rgb) {
     return result;
 }
 
-struct Pair {
+struct FromAndTo {
     std::size_t from, to;  ///< indices of standards
 };
 
-class StandardPairs : public testing::TestWithParam<Pair> {
+class StandardPairs : public testing::TestWithParam<FromAndTo> {
 protected:
     const Standard &from_ = kStandards[GetParam().from], &to_ = kStandards[GetParam().to];
     template <typename Sample>
@@ -104,8 +104,8 @@ TEST_P(StandardPairs, KeepWhiteAndBlackAndNeutralColours) {
 
 // Every space is a source and a target.
 INSTANTIATE_TEST_SUITE_P(Spaces, StandardPairs,
-                         testing::Values(Pair{0, 1}, Pair{1, 0}, Pair{2, 5}, Pair{3, 2}, Pair{4, 3}, Pair{5, 4},
-                                         Pair{0, 5}, Pair{3, 0}),
+                         testing::Values(FromAndTo{0, 1}, FromAndTo{1, 0}, FromAndTo{2, 5}, FromAndTo{3, 2},
+                                         FromAndTo{4, 3}, FromAndTo{5, 4}, FromAndTo{0, 5}, FromAndTo{3, 0}),
                          [](const auto& pair) {
                              std::string name = std::string(kStandards[pair.param.from].name) + "_to_" +
                                                 kStandards[pair.param.to].name;

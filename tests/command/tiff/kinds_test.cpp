@@ -2,6 +2,7 @@
 // Every kind of TIFF file keeps its kind: its pixels are converted by the engine, everything else is unchanged.
 #include "command/support/FileTest.h"
 #include "command/support/Picture.h"
+#include "command/support/TiffMaker.h"
 
 namespace hueweave::test {
 namespace {
@@ -49,6 +50,25 @@ TEST_P(KindsTest, PixelsAreTheEnginesAndAllElseIsAsItStoodWhateverTheThreads) {
         EXPECT_EQ(Convert({"-j", "7", "--force"}).status, 0);
         EXPECT_EQ(FileBytes(out_) == bytes, true) << "the bytes depend on the number of threads";
     }
+}
+
+class StripsTest : public FileTest {};
+
+TEST_F(StripsTest, LieInAnyOrderWithGapsAndInOnePlace) {
+    TiffMaker tiff;
+    const auto put = [&](int row) {
+        std::string pixels;
+        for (int i = 0; i < 12; ++i) pixels += static_cast<char>(20 * i + 3 * row);
+        return tiff.Put(pixels);
+    };
+    const std::uint64_t fourth = put(3), first = put(0), second = put(1);
+    tiff.Put("a gap");
+    const std::uint64_t third = put(2);
+    tiff.Page(
+        TiffMaker::Rgb({4, 6, {first, second, third, fourth, third, third}, {12, 12, 12, 12, 12, 12}, 1, 3, 1, 1}));
+    tiff.Save(in_);
+    ASSERT_THAT(Convert(), Succeeds());
+    ExpectSrgb(out_, in_);
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, KindsTest, testing::Combine(testing::ValuesIn(kKinds), testing::Values(8, 16)),
