@@ -98,6 +98,7 @@ int CTiff::CreateNew(int newWidth, int newHeight, int newResolution, int newSamp
     SetTag(kStripByteCounts, 4, 1, static_cast<std::uint32_t>(bytes), nullptr);
     imageBuf = image->GetData();
     Tiff::SetTag(image.release());
+    // The list owns the image. NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
     SetTag(kXResolution, 5, 1, unsignedOf(newResolution), nullptr);
     SetTag(kYResolution, 5, 1, unsignedOf(newResolution), nullptr);
     SetTag(TiffTagSignature{296}, 3, 1, 2, nullptr);

@@ -67,6 +67,7 @@ int TiffTag::SaveFile(std::FILE* f) const {
     if (size < 5) return 0;
     const auto bytes = static_cast<std::size_t>(size);
     const std::size_t written = WritePadded(f, data.get(), HeldItems(bytes), bytes);
+    // A type without a width has a size of 0. NOLINTNEXTLINE(clang-analyzer-core.DivideZero)
     return static_cast<int>(written / static_cast<std::size_t>(ItemWidth(type)));
 }
 
