@@ -68,9 +68,10 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
     : page_(page), file_(structure.file()), bigEndian_(structure.form().bigEndian) {
     const std::uint64_t rows = page.tiled ? page.down * page.segmentHeight : page.height;
     const std::uint64_t row = page.RowBytes() * page.across * (page.planar ? page.samples : 1);
-    constexpr auto kMost = std::uint64_t{std::numeric_limits<std::int64_t>::max()} / 2;
+    constexpr auto kMostBytes = std::uint64_t{std::numeric_limits<std::int64_t>::max()} / 2;
     // NOLINTNEXTLINE(clang-analyzer-core.DivideZero): no page is without width
-    surplus_ = static_cast<std::int64_t>((rows > kMost / row ? kMost : rows * row) + page.slack * page.segments.size());
+    surplus_ = static_cast<std::int64_t>((rows > kMostBytes / row ? kMostBytes : rows * row) +
+                                         page.slack * page.segments.size());
     if (page.compression == COMPRESSION_OJPEG) ReadOldJpeg(structure);
     if (page.compression != COMPRESSION_JPEG) return;
     const auto refuse = [&](const char* reason) {

@@ -76,8 +76,8 @@ TiffHandle OpenTiff(const std::string& name, const char* mode, const TiffCalls& 
                     std::uint64_t mostMemory) {
     const std::unique_ptr<TIFFOpenOptions, OptionsCloser> options(TIFFOpenOptionsAlloc());
     if (options == nullptr) throw std::bad_alloc();
-    constexpr std::uint64_t kMost = std::numeric_limits<tmsize_t>::max();
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(std::min(mostMemory, kMost)));
+    constexpr std::uint64_t kMostBytes = std::numeric_limits<tmsize_t>::max();
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(std::min(mostMemory, kMostBytes)));
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), TiffMessages::Error, &messages);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), calls.warn, &messages);
     tiff* const handle = OpenOrLeave(name.c_str(), mode, calls, messages, options.get());
