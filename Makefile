@@ -7,7 +7,7 @@ build = cmake --preset $(1) && cmake --build --preset $(1) -j $(JOBS)
 
 help:
 	@echo "make demo           build everything, convert a chart with the library and the command, report the result"
-	@echo "make test           build with g++ and run all tests (five minutes)"
+	@echo "make test           build with g++ and run all tests (four to eight minutes)"
 	@echo "make test-all       the same with clang++ and with sanitizers, and compare digests across builds"
 	@echo "make test-clang     one of these (also: test-release, test-asan, test-tsan, test-portable)"
 	@echo "make coverage       line and branch coverage of the library and the command, as text and HTML"
