@@ -113,10 +113,10 @@ class Table:
 
 
 def least(differences):
-    """The cells of a row of `MEAN / LARGEST`; the desired ones are those with the least mean, as it is printed."""
+    """The cells of a row of `MEAN / LARGEST`; the desired ones are those with the least mean, then the least largest."""
     texts = list(differences)
-    best = min(text.split()[0] for text in texts)  # all means have four decimals and are below 10
-    return [(text, text.split()[0] == best) for text in texts]
+    best = min(texts)  # all have four decimals and means below 10
+    return [(text, text == best) for text in texts]
 
 
 class Trials:
