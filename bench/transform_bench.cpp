@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The exact transform, as the command uses it by default, and Little CMS with its default optimisation, for the same
 // profiles at the same depth: perceptual, one thread, from one buffer to another. Items are pixels, or transforms made.
+// For one of the profiles also the library's precision, and the engine itself that defines it.
 #include <benchmark/benchmark.h>
 #include <lcms2.h>
 
+#include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -14,10 +17,15 @@
 #include "Profile.h"
 #include "TableProfile.h"
 #include "colour/Transform.h"
+#include "colour/library/EngineBinding.h"
+#include "colour/library/LibraryConverter.h"
+#include "engine/CIccEngineS.h"
 
 namespace bench {
 namespace {
 
+using hueweave::colour::LibraryConverter;
+using hueweave::colour::Rendering;
 using hueweave::colour::Transform;
 using hueweave::colour::TransformOptions;
 using Bytes = std::vector<std::uint8_t>;
@@ -111,6 +119,41 @@ void ConvertTheirs(benchmark::State& state, const Job& job) {
         state, [&](const Sample* source, Sample* dest, std::size_t pixels) { peer.Convert(source, dest, pixels); });
 }
 
+/// Converts in place, as the library does, so the photo is copied: in runs, which then are in the first cache.
+template <typename Sample, typename Convert>
+void WholePhotoInRuns(benchmark::State& state, const Convert& convert) {
+    constexpr std::size_t kRun = 2048;
+    WholePhoto<Sample>(state, [&](const Sample* source, Sample* dest, std::size_t pixels) {
+        for (std::size_t done = 0; done < pixels; done += kRun) {
+            const std::size_t count = std::min(kRun, pixels - done);
+            std::memcpy(dest + 3 * done, source + 3 * done, 3 * count * sizeof(Sample));
+            convert(reinterpret_cast<unsigned char*>(dest + 3 * done), count);
+        }
+    });
+}
+
+Rendering ToSrgb() {
+    Rendering rendering;
+    rendering.space = hueweave::colour::FindSpace("srgb");
+    return rendering;
+}
+
+template <typename Sample>
+void ConvertByLibrary(benchmark::State& state, const Job& job) {
+    const LibraryConverter converter(job.source, ToSrgb(), 8 * sizeof(Sample));
+    WholePhotoInRuns<Sample>(state, [&](unsigned char* rgb, std::size_t pixels) { converter.Convert(rgb, pixels); });
+}
+
+template <typename Sample>
+void ConvertByEngine(benchmark::State& state, const Job& job) {
+    constexpr bool kWide = sizeof(Sample) == 2;
+    const Rendering rendering = ToSrgb();
+    const auto engine = hueweave::colour::BindEngine(job.source, rendering, kWide,
+                                                     kWide ? rendering.space->code16 : rendering.space->code8);
+    WholePhotoInRuns<Sample>(
+        state, [&](unsigned char* rgb, std::size_t pixels) { engine->Conversion(rgb, rgb, static_cast<int>(pixels)); });
+}
+
 /// One transform is for both depths, and its error is measured.
 void MakeOurs(benchmark::State& state, const Job& job) {
     for (auto _ : state) benchmark::DoNotOptimize(Transform(job.source, job.target, TransformOptions()).way());
@@ -141,11 +184,22 @@ void AddDepth(std::int64_t index) {
         [=](benchmark::State& state) { MakeTheirs(state, JobOf(index), kBits); });
 }
 
+template <typename Sample>
+void AddLibrary() {
+    const std::string rest = "lab/bits:" + std::to_string(8 * sizeof(Sample));
+    Add("BM_LibraryConverter_Convert/" + rest, benchmark::kMillisecond,
+        [](benchmark::State& state) { ConvertByLibrary<Sample>(state, JobOf(0)); });
+    Add("BM_CIccEngineS_Convert/" + rest, benchmark::kMillisecond,
+        [](benchmark::State& state) { ConvertByEngine<Sample>(state, JobOf(0)); });
+}
+
 [[maybe_unused]] const bool kAdded = [] {
     for (std::int64_t index = 0; index < static_cast<std::int64_t>(std::size(kNames)); ++index) {
         AddDepth<std::uint8_t>(index);
         AddDepth<std::uint16_t>(index);
     }
+    AddLibrary<std::uint8_t>();
+    AddLibrary<std::uint16_t>();
     return true;
 }();
 

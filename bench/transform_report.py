@@ -35,10 +35,10 @@ def table(rows):
     return "\n".join(lines)
 
 
-def ratios(benches, above, below):
+def ratios(benches, above, below, jobs=JOBS):
     """For each job, one name of a benchmark divided by another at both depths."""
     return {job: [benches.of(f"BM_{above}/{job}/bits:{bits}") / benches.of(f"BM_{below}/{job}/bits:{bits}")
-                  for bits in (8, 16)] for job in JOBS}
+                  for bits in (8, 16)] for job in jobs}
 
 
 def transform_rows(benches):
@@ -48,6 +48,12 @@ def transform_rows(benches):
             for job, title in JOBS.items()]
     return rows + [(f"{title}: set-up with its check / opening and cmsCreateTransform", (AT_MOST, SET_UP, SET_UP),
                     set_up[job]) for job, title in JOBS.items()]
+
+
+def library_rows(benches):
+    names = {"LittleCms_Convert": "cmsDoTransform", "CIccEngineS_Convert": "the engine"}
+    return [(f"{JOBS['lab']}, library's precision: {peer} / ours", None,
+             ratios(benches, name, "LibraryConverter_Convert", ["lab"])["lab"]) for name, peer in names.items()]
 
 
 def program_rows(programs):
@@ -78,7 +84,7 @@ def main():
     options = parser.parse_args()
 
     benches = Benches(options.benches)
-    text = f"{machine(benches)}\n\n{table(transform_rows(benches))}"
+    text = f"{machine(benches)}\n\n{table(transform_rows(benches) + library_rows(benches))}"
     if options.programs:
         programs = json.loads(options.programs.read_text())
         title = f"Processor time of `hueweave convert` for a file of {programs['pixels'] / 1e6:.0f} megapixels"
