@@ -40,6 +40,8 @@ LibraryConverter::LibraryConverter(const Bytes& profile, const Rendering& render
         // This curve has 8-bit samples at both depths; used directly, it would make a 16-bit file black.
         for (unsigned v = 0; v < 65536; ++v) map_.push_back(static_cast<std::uint16_t>(std::min(v, 255U) * 257));
     }
+    if (bits == 8 && !space.ByTable() && FindPackedLoop() != nullptr)
+        packed_ = std::make_unique<const PackedTables>(*engine_);
     const std::uint32_t* tables[] = {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB};
     for (std::size_t c = 0; c < 3; ++c) {
         range_.low[c] = static_cast<std::uint16_t>(tables[c][0]);
@@ -55,6 +57,7 @@ void LibraryConverter::MapWide(unsigned char* rgb, std::size_t pixels) const {
 }
 
 void LibraryConverter::Convert(unsigned char* rgb, std::size_t pixels) const {
+    if (packed_ != nullptr) return FindPackedLoop()(*packed_, rgb, pixels);
     for (std::size_t done = 0; done < pixels; done += kRun) {
         ConvertRun(rgb + done * 3 * (bits_ / 8), std::min(kRun, pixels - done));
     }

@@ -7,6 +7,7 @@
 
 #include "colour/base/Bytes.h"
 #include "colour/base/RgbConverter.h"
+#include "colour/library/PackedTables.h"
 #include "colour/library/Rendering.h"
 
 namespace ICC40::ICC_ENG_S4 {
@@ -37,7 +38,8 @@ private:
     Rendering rendering_;
     unsigned bits_;
     std::unique_ptr<ICC40::ICC_ENG_S4::CIccEngineS> engine_;
-    std::vector<std::uint16_t> map_;  ///< maps the engine's samples to those of the space, if they differ
+    std::unique_ptr<const PackedTables> packed_;  ///< null where the engine converts the pixels
+    std::vector<std::uint16_t> map_;              ///< maps the engine's samples to those of the space, if they differ
     Range range_{};
 };
 
