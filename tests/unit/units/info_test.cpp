@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The job record: its initial state, its stored names, its working buffer, and how every unit runs a job that is
-// incomplete.
+// The job record: its initial state, its stored names and its working buffer.
 #include "units/Info.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
 
 #include <climits>
-#include <functional>
 #include <string>
 
 #include "unit/units/UnitTables.h"
@@ -215,105 +213,6 @@ TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
         EXPECT_EQ(info.Source, bytes + 1);
     }
 }
-
-/// A unit with its working buffer's samples per pixel, and a code of that many channels: 16 bits on both sides.
-struct RunRow {
-    const char* name;
-    std::function<std::unique_ptr<Base>()> make;
-    int channels;
-    int code;
-};
-void PrintTo(const RunRow& row, std::ostream* out) { *out << row.name; }
-
-template <typename Unit>
-std::unique_ptr<Base> MakeLoaded() {
-    auto unit = std::make_unique<Unit>();
-    const TestLut lut = RandomLut({.outputs = 7, .points = 9, .inputEntries = 2, .outputEntries = 17});
-    if constexpr (std::is_base_of_v<InputTable33, Unit>) {
-        unit->Initial(&lut.tag, Space(1));
-    } else {
-        unit->Initial(&lut.tag);
-    }
-    return unit;
-}
-
-constexpr int kRunPixels = 5;
-constexpr unsigned short kSource = 0x1234, kWork = 0x4321, kDest = 0x1111;
-
-class UnitRun : public testing::TestWithParam<RunRow> {
-protected:
-    UnitRun() {
-        info_.FormatCode = GetParam().code;
-        auto* const source = reinterpret_cast<unsigned char*>(source_.data());
-        auto* const dest = reinterpret_cast<unsigned char*>(dest_.data());
-        EXPECT_EQ(info_.CheckWorkingBuf(source, dest, kRunPixels), 0);
-        EXPECT_EQ(info_.WorkCount, Samples());
-    }
-    int Samples() const { return kRunPixels * GetParam().channels; }
-    /// The number of pixels that the unit changes, in working or destination samples; they must be the first ones.
-    int Changed() {
-        if (info_.WorkBuf != nullptr) std::fill_n(info_.WorkBuf.get(), Samples(), kWork);
-        std::ranges::fill(dest_, kDest);
-        EXPECT_EQ(unit_->Conversion(&info_), 0);
-        int changed = 0;
-        for (int p = 0; p < kRunPixels; ++p) {
-            bool touched = false;
-            for (int c = 0; c < GetParam().channels; ++c) {
-                const std::size_t at = AsIndex(p * GetParam().channels + c);
-                touched |= dest_[at] != kDest || (info_.WorkBuf != nullptr && info_.WorkBuf[at] != kWork);
-            }
-            if (!touched) continue;
-            EXPECT_EQ(changed, p) << "pixels in between were left out";
-            ++changed;
-        }
-        return changed;
-    }
-
-    Info info_;
-    Words source_ = Words(kRunPixels * 7, kSource);
-    Words dest_ = Words(kRunPixels * 7, kDest);
-    const std::unique_ptr<Base> unit_ = GetParam().make();
-};
-
-TEST_P(UnitRun, ChangesEveryPixelOrNoneWithoutAWorkingBuffer) {
-    EXPECT_EQ(Changed(), kRunPixels);
-    info_.DeleteWorkingBuf();
-    EXPECT_EQ(info_.WorkCount, Samples());
-    EXPECT_EQ(Changed(), 0);
-}
-
-TEST_P(UnitRun, IsEmptyWithoutTheSourceOrDestinationThatTheUnitUses) {
-    const std::string name = GetParam().name;
-    info_.Source = nullptr;
-    EXPECT_EQ(Changed(), name.starts_with("Input") ? 0 : kRunPixels);
-    info_.Source = reinterpret_cast<unsigned char*>(source_.data());
-    info_.Dest = nullptr;
-    EXPECT_EQ(Changed(), name.starts_with("Output") ? 0 : kRunPixels);
-}
-
-TEST_P(UnitRun, EndsWithTheLastPixelThatIsWholeInTheBuffer) {
-    for (const int pixels : {kRunPixels - 1, 1 << 30}) {
-        info_.PixelCount = pixels;
-        info_.WorkCount = 3 * GetParam().channels - 1;
-        EXPECT_EQ(Changed(), 2) << pixels;
-    }
-    for (const auto& [pixels, samples] :
-         {std::pair{INT_MIN, 100}, {-1, 100}, {0, 100}, {kRunPixels, 0}, {kRunPixels, -1}}) {
-        info_.PixelCount = pixels;
-        info_.WorkCount = samples;
-        EXPECT_EQ(Changed(), 0) << pixels << " pixels, " << samples << " samples";
-    }
-}
-
-const RunRow kRunRows[] = {
-    {"Input33", MakeLoaded<InputTable33>, 3, 514},  {"Input34", MakeLoaded<InputTable34>, 4, 516},
-    {"Input36", MakeLoaded<InputTable36>, 6, 518},  {"Input37", MakeLoaded<InputTable37>, 7, 520},
-    {"Color33", MakeLoaded<ColorTable33>, 3, 514},  {"Color34", MakeLoaded<ColorTable34>, 4, 516},
-    {"Color36", MakeLoaded<ColorTable36>, 6, 518},  {"Color37", MakeLoaded<ColorTable37>, 7, 520},
-    {"Output3", MakeLoaded<OutputTable33>, 3, 514}, {"Output4", MakeLoaded<OutputTable33>, 4, 516},
-    {"Output6", MakeLoaded<OutputTable33>, 6, 518}};
-INSTANTIATE_TEST_SUITE_P(Every, UnitRun, testing::ValuesIn(kRunRows),
-                         [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
 }  // namespace hueweave::test

@@ -11,24 +11,6 @@
 namespace hueweave::test {
 namespace {
 
-/// For each of the six orders of fractions, only the four corners of one tetrahedron count.
-struct TetrahedronRow {
-    std::array<int, 3> at;        ///< fractions of 0.25, 0.5 and 0.75 in a cell of 8192
-    std::array<int, 8> quarters;  ///< weight of each corner, the first axis the highest bit
-};
-constexpr TetrahedronRow kTetrahedronRows[] = {
-    {{2048, 4096, 6144}, {1, 1, 0, 1, 0, 0, 0, 1}}, {{2048, 6144, 4096}, {1, 0, 1, 1, 0, 0, 0, 1}},
-    {{4096, 6144, 2048}, {1, 0, 1, 0, 0, 0, 1, 1}}, {{4096, 2048, 6144}, {1, 1, 0, 0, 0, 1, 0, 1}},
-    {{6144, 2048, 4096}, {1, 0, 0, 0, 1, 1, 0, 1}}, {{6144, 4096, 2048}, {1, 0, 0, 0, 1, 0, 1, 1}},
-};
-
-/// A grid of 9 points in which all nodes but one are 0; cells are 8192 wide, so that all fractions are exact.
-std::unique_ptr<ColorTable33> OneNode(int i, int j, int k, const ReferenceNode& value, int channels = 3) {
-    ReferenceGrid plain = RandomGrid(9, 1, 0, 0);
-    plain.nodes[NodeAt(9, i, j, k)] = value;
-    return MakeGrid(plain, channels);
-}
-
 std::string ChannelsOf(const testing::TestParamInfo<int>& row) { return std::to_string(row.param) + "Channels"; }
 
 class IntegerInterpolation : public testing::TestWithParam<int> {
@@ -42,12 +24,6 @@ protected:
         const Seven whole = plain_.InterpolateFixed(was[0], was[1], was[2]);
         Seven result = was;
         std::copy_n(whole.begin(), channels_, result.begin());
-        return result;
-    }
-    /// The same for a node.
-    Seven Expected(const Seven& was, const ReferenceNode& node) const {
-        Seven result = was;
-        for (std::size_t c = 0; c < channels_; ++c) result[c] = static_cast<unsigned short>(node[c]);
         return result;
     }
     std::size_t channels_ = AsIndex(GetParam());
@@ -69,8 +45,7 @@ TEST_P(IntegerInterpolation, FollowsEveryOrderOfFractionsAndTheirTies) {
             if (round < 4) level = {0, round, width - 1 - round};
             for (std::size_t pattern = 0; pattern < 27; ++pattern) {
                 const std::size_t order[] = {pattern % 3, pattern / 3 % 3, pattern / 9};
-                Seven was{};
-                for (auto& sample : was) sample = random_.Sample();
+                Seven was = RandomSeven(random_);
                 for (std::size_t axis = 0; axis < 3; ++axis) {
                     was[axis] = static_cast<unsigned short>(below(points - 1) * width + level[order[axis]]);
                 }
@@ -89,34 +64,12 @@ TEST_P(IntegerInterpolation, AgreesAllOverTheCubeWithAnyShiftAndMask) {
         plain_.shift = table_->LUT_Shift = shift;
         plain_.mask = table_->LUT_Mask = mask;
         for (int n = 0; n < 3000; ++n) {
-            Seven was{};
-            for (auto& sample : was) sample = random_.Sample();
+            const Seven was = RandomSeven(random_);
             ASSERT_EQ(Through(*table_, was), Expected(was)) << shift << " " << mask;
         }
         EXPECT_EQ(table_->LUT_Shift, shift);
         EXPECT_EQ(table_->LUT_Mask, mask);
     }
-}
-
-TEST_P(IntegerInterpolation, TakesTheCornersOfEachTetrahedron) {
-    for (const TetrahedronRow& row : kTetrahedronRows) {
-        for (int corner = 0; corner < 8; ++corner) {
-            const ReferenceNode value = {4000, 8000, 12000, 16000, 20000, 24000, 28000};
-            const auto table = OneNode(corner >> 2, corner >> 1 & 1, corner & 1, value, GetParam());
-            Seven s{};
-            std::ranges::copy(row.at, s.begin());
-            ReferenceNode expected{};
-            for (std::size_t c = 0; c < 7; ++c) expected[c] = value[c] / 4 * row.quarters[AsIndex(corner)];
-            EXPECT_EQ(Through(*table, s), Expected(s, expected)) << testing::PrintToString(row.at) << ", " << corner;
-        }
-    }
-}
-
-TEST_P(IntegerInterpolation, CutsTheFractionTowardMinusInfinityAndClampsNothing) {
-    // At half a cell on the first axis: 5.5, -5.5, 0.5, -0.5, -1.5, 32768, 65535.5.
-    const auto table = OneNode(1, 0, 0, {11, -11, 1, -1, -3, 65536, 131071}, GetParam());
-    EXPECT_EQ(Through(*table, {4096, 0, 0, 1, 2, 3, 4}),
-              Expected({4096, 0, 0, 1, 2, 3, 4}, {5, -6, 0, -1, -2, 32768, 65535}));
 }
 
 TEST_P(IntegerInterpolation, RunsOverEverySampleOfTheWorkingBuffer) {
@@ -270,24 +223,6 @@ TEST_P(FloatingInterpolation, TakesTheOwnCellOfEveryPositionBesideANode) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, FloatingInterpolation, testing::Range(2, 34));
-
-TEST(FloatingInterpolationByHand, CutsTheRiseTowardZeroAndAddsTheBaseNode) {
-    auto table = OneNode(1, 0, 0, {10, -10, 1, -1, 3, -3, 0});
-    // A fraction of 0.5625: 5.6, -5.6, 0.6, -0.6, 1.7, -1.7.
-    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (ReferenceNode{5, -5, 0, 0, 1, -1, 0}));
-    table = OneNode(1, 0, 0, {110, 90, 0, 0, 0, 0, 0});
-    std::ranges::fill(table->Color[0][0][0], 100);
-    // 5.6, -5.6 and -56.25; truncation of the whole sum would give 94.
-    EXPECT_EQ(Floating(*table, {4608, 0, 0}), (ReferenceNode{105, 95, 44, 44, 44, 44, 44}));
-}
-
-TEST(FloatingInterpolationByHand, TakesTheCellByTheStepAndTheFractionByThePosition) {
-    const auto table = OneNode(2, 0, 0, {8192, 0, 0, 0, 0, 0, 0});
-    table->LUT_Shift = table->LUT_Mask = 0;  // not used here
-    EXPECT_EQ(Floating(*table, {8292, 0, 0})[0], 100);
-    table->LUT_Pos[1] = 8202;
-    EXPECT_EQ(Floating(*table, {8292, 0, 0})[0], 90);
-}
 
 }  // namespace
 }  // namespace hueweave::test

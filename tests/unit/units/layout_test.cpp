@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The units' shape: the class hierarchy, the order of virtual operations and fields, their types and names, and what a
-// constructor clears; and that no unit changes a table during a run of pixels.
+// constructor clears; and that every unit runs the whole pixels of a job and changes no table.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -134,23 +134,35 @@ protected:
         const auto* const bytes = reinterpret_cast<const unsigned char*>(&unit);
         return Bytes(bytes, bytes + sizeof(Unit));
     }
-    static constexpr const char* Name() {
-        if (std::is_same_v<Unit, InputTable33>) return "InputTable33";
-        if (std::is_same_v<Unit, InputTable34>) return "InputTable34";
-        if (std::is_same_v<Unit, InputTable36>) return "InputTable36";
-        if (std::is_same_v<Unit, InputTable37>) return "InputTable37";
-        if (std::is_same_v<Unit, InputTable43>) return "InputTable43";
-        if (std::is_same_v<Unit, ColorTable33>) return "ColorTable33";
-        if (std::is_same_v<Unit, ColorTable34>) return "ColorTable34";
-        if (std::is_same_v<Unit, ColorTable36>) return "ColorTable36";
-        if (std::is_same_v<Unit, ColorTable37>) return "ColorTable37";
-        return "OutputTable33";
+    /// The name of the class without its namespaces.
+    static std::string Name() {
+        const std::string full = testing::internal::GetTypeName<Unit>();
+        return full.substr(full.rfind(':') + 1);
     }
-    /// A code with the unit's channels and 16 bits on both sides.
-    static int Code() {
-        const int digit = Name()[std::strlen(Name()) - 1] - '0';
-        return digit == 3 ? 514 : digit == 4 ? 516 : digit == 6 ? 518 : 520;
+    /// Codes with the unit's channels and 16 bits on both sides.
+    static std::vector<int> Codes() {
+        if (std::is_same_v<Unit, OutputTable33>) return {514, 516, 518};
+        const char digit = Name().back();
+        return {digit == '3' ? 514 : digit == '4' ? 516 : digit == '6' ? 518 : 520};
     }
+    /// Checks that the unit changes this number of pixels, in the working buffer or the destination, and the first
+    /// ones.
+    static void ExpectChanged(Base& unit, Job& job, int expected) {
+        if (job.info.WorkBuf != nullptr) job.SetWork(Words(Job::Room(kPixels), Job::kMark16));
+        std::ranges::fill(job.dest, Job::kMark);
+        EXPECT_EQ(unit.Conversion(&job.info), 0);
+        const auto* const dest = reinterpret_cast<const unsigned short*>(job.dest.data());
+        const int channels = LayoutOf(job.info.FormatCode).channels;
+        int changed = 0;
+        for (int n = 0; n < kPixels * channels; ++n) {
+            const bool inWork = job.info.WorkBuf != nullptr && job.info.WorkBuf[AsIndex(n)] != Job::kMark16;
+            if (!inWork && dest[n] == Job::kMark16) continue;
+            EXPECT_LE(n / channels, changed) << "pixels in between were left out";
+            changed = n / channels + 1;
+        }
+        EXPECT_EQ(changed, expected);
+    }
+    static constexpr int kPixels = 5;
 };
 
 using Units = testing::Types<InputTable33, InputTable34, InputTable36, InputTable37, InputTable43, ColorTable33,
@@ -170,7 +182,7 @@ TYPED_TEST(EveryUnit, StartsClearedInUsedMemory) {
     volatile unsigned char* const bytes = memory.get();  // prevents the compiler from removing these stores
     for (std::size_t i = 0; i < sizeof(TypeParam); ++i) bytes[i] = Job::kMark;
     auto* const unit = ::new (memory.get()) TypeParam();
-    EXPECT_STREQ(unit->UnitName, this->Name());
+    EXPECT_EQ(unit->UnitName, this->Name());
     EXPECT_EQ(unit->UnitName, std::make_unique<TypeParam>()->UnitName) << "static";
     if constexpr (std::is_base_of_v<ColorTable33, TypeParam>) {
         EXPECT_EQ(unit->LUT_Pos, nullptr);
@@ -203,18 +215,56 @@ TYPED_TEST(EveryUnit, ReadsItsTablesAndKeepsTheJob) {
     }
     EXPECT_THAT(data, EqualsBytes(Bytes{1, 2, 3, 4, 5, 6, 7}));
 
-    Job job(this->Code(), 4);
+    Job job(this->Codes()[0], 4);
     const unsigned short* const work = job.info.WorkBuf.get();
     EXPECT_EQ(base.Conversion(&job.info), 0);
     Seven s = {1, 20000, 65534, 4, 5, 6, 7};
     EXPECT_EQ(base.Conversion(s[0], s[1], s[2], s[3], s[4], s[5], s[6]), 0);
     EXPECT_THAT(this->ImageOf(*unit), EqualsBytes(before));
-    EXPECT_EQ(job.info.FormatCode, this->Code());
+    EXPECT_EQ(job.info.FormatCode, this->Codes()[0]);
     EXPECT_EQ(job.info.PixelCount, 4);
     EXPECT_EQ(job.info.WorkCount, static_cast<int>(Job::Room(4)));
     EXPECT_EQ(job.info.WorkBuf.get(), work);
     EXPECT_EQ(job.info.Source, job.source.data());
     EXPECT_EQ(job.info.Dest, job.dest.data());
+}
+
+/// Input tables need a source, output tables a destination, and all a working buffer.
+TYPED_TEST(EveryUnit, RunsTheWholePixelsThatTheJobHolds) {
+    constexpr bool kIsInput = std::is_base_of_v<InputTable33, TypeParam>;
+    constexpr bool kIsOutput = std::is_same_v<OutputTable33, TypeParam>;
+    if (std::is_same_v<InputTable43, TypeParam>) return;  // it has no pixel path
+    const auto unit = this->Loaded(this->SomeLut(1).tag);
+    constexpr int kAll = TestFixture::kPixels;
+    for (const int code : this->Codes()) {
+        SCOPED_TRACE(code);
+        const int channels = LayoutOf(code).channels;
+        Job job(code, kAll);
+        this->ExpectChanged(*unit, job, kAll);
+        job.info.Source = nullptr;
+        this->ExpectChanged(*unit, job, kIsInput ? 0 : kAll);
+        job.info.Source = job.source.data();
+        job.info.Dest = nullptr;
+        this->ExpectChanged(*unit, job, kIsOutput ? 0 : kAll);
+        job.info.Dest = job.dest.data();
+        const std::array<int, 3> rows[] = {{kAll - 1, 3 * channels - 1, 2},
+                                           {1 << 30, 3 * channels - 1, 2},
+                                           {INT_MIN, 100, 0},
+                                           {-1, 100, 0},
+                                           {0, 100, 0},
+                                           {kAll, 0, 0},
+                                           {kAll, -1, 0}};
+        for (const auto& [pixels, samples, changed] : rows) {
+            SCOPED_TRACE(testing::Message() << pixels << " pixels, " << samples << " samples");
+            job.info.PixelCount = pixels;
+            job.info.WorkCount = samples;
+            this->ExpectChanged(*unit, job, changed);
+        }
+        job.info.PixelCount = kAll;
+        job.info.WorkCount = kAll * channels;
+        job.info.DeleteWorkingBuf();
+        this->ExpectChanged(*unit, job, 0);
+    }
 }
 
 }  // namespace
