@@ -10,14 +10,14 @@ namespace hueweave::test {
 namespace {
 
 /// Three unrelated tables, and a white point other than the default.
-ProfileBuilder ThreeTables() {
+Bytes ThreeTables() {
     LutShape perceptual;
     perceptual.inputEntries = 2;  // the identity: the fractions of a pixel are those in its cell
     LutShape colorimetric{3, 3, 9, 256, 2, CurveKind::Power, CurveKind::Ramp, GridKind::Falling, 2};
     LutShape saturation{3, 3, 17, 1024, 256, CurveKind::Random, CurveKind::Power, GridKind::Random, 3};
     ProfileBuilder profile;
     profile.Mft2("A2B0", MakeLut(perceptual)).Mft2("A2B1", MakeLut(colorimetric)).Mft2("A2B2", MakeLut(saturation));
-    return profile.Xyz("wtpt", 0xc000, 0xd000, 0xb123);
+    return profile.Xyz("wtpt", 0xc000, 0xd000, 0xb123).Build();
 }
 
 class IntentAndWidthTest : public testing::TestWithParam<std::tuple<int, int>> {};
@@ -68,13 +68,13 @@ int WeightedPath(const std::vector<ReferenceNode>& nodes, const int (&sample)[3]
 
 TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
     const LutContents lut = MakeLut({3, 3, 17, 2, 2, CurveKind::Ramp, CurveKind::Ramp, GridKind::Random, 5});
-    EnginePair pair({{"random.icc", ProfileBuilder().Mft2("A2B0", lut)}});
+    EnginePair pair({{"random.icc", ProfileBuilder().Mft2("A2B0", lut).Build()}});
     pair.SetProfile("random.icc", 0, 1, 21);  // linear, 16 bit: the output tables are the identity
     const auto nodes = GridStage(*DecodeLutTag(EncodeMft2(lut)), 0, 0, 0, 21, std::nullopt);
     const Bytes pixels = PixelRun(1);
     Bytes source = pixels;
     Bytes dest(pixels.size());
-    pair.Engine().Conversion(source.data(), dest.data(), static_cast<int>(pixels.size() / 6));
+    pair.Real().Conversion(source.data(), dest.data(), static_cast<int>(pixels.size() / 6));
     const auto word = [](const Bytes& bytes, std::size_t at) { return bytes[at] + 256 * bytes[at + 1]; };
     for (std::size_t at = 0; at < pixels.size(); at += 6) {
         const int sample[3] = {word(pixels, at), word(pixels, at + 2), word(pixels, at + 4)};
@@ -85,25 +85,17 @@ TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
     }
 }
 
-ProfileBuilder FirstProfile() {
-    return ProfileBuilder()
-        .Mft2("A2B0", MakeLut({3, 3, 5, 17, 17}))
-        .MftAB("A2B1", Curved(MakeLut({3, 3, 9, 17, 5, CurveKind::Power, CurveKind::Ramp, GridKind::Falling}),
-                              CurveLayout::Aligned))
-        .Xyz("wtpt", 0xe000, 0xf000, 0xc000);
-}
-
-ProfileBuilder SecondProfile() {
-    return ProfileBuilder().Mft2("A2B2",
-                                 MakeLut({3, 3, 9, 2, 256, CurveKind::Ramp, CurveKind::Power, GridKind::Random}));
-}
-
-std::map<std::string, ProfileBuilder> Profiles() {
-    Bytes unusable(400, 1);
-    return {{"first.icc", FirstProfile()},
-            {"second.icc", SecondProfile()},
-            {"empty.icc", ProfileBuilder()},
-            {"unusable.icc", ProfileBuilder().Raw("A2B0", unusable)}};
+std::map<std::string, Bytes> Profiles() {
+    const LutContents even = MakeLut({3, 3, 9, 17, 5, CurveKind::Power, CurveKind::Ramp, GridKind::Falling});
+    const LutContents other = MakeLut({3, 3, 9, 2, 256, CurveKind::Ramp, CurveKind::Power, GridKind::Random});
+    const ProfileBuilder first = ProfileBuilder()
+                                     .Mft2("A2B0", MakeLut({3, 3, 5, 17, 17}))
+                                     .MftAB("A2B1", Curved(even, CurveLayout::Aligned))
+                                     .Xyz("wtpt", 0xe000, 0xf000, 0xc000);
+    return {{"first.icc", first.Build()},
+            {"second.icc", ProfileBuilder().Mft2("A2B2", other).Build()},
+            {"empty.icc", ProfileBuilder().Build()},
+            {"unusable.icc", ProfileBuilder().Raw("A2B0", Bytes(400, 1)).Build()}};
 }
 
 class RandomSequenceTest : public testing::TestWithParam<std::uint32_t> {};
@@ -132,7 +124,7 @@ TEST_P(RandomSequenceTest, LeavesTheReferenceStateAfterEveryStep) {
                 pair.AdjustLch(dL, dC, dh);
                 break;
             case 3:
-                pair.ConstructEngine(dL, dC, dh);
+                pair.Construct(&EnginePair::Engine::ConstructEngine, dL, dC, dh);
                 break;
             default:
                 pair.AdjustOutput(Bytes(256, 40), Bytes(256, 140), Bytes(256, 240),

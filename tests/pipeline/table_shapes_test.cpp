@@ -53,7 +53,7 @@ TEST(TableShape, GivesTheReferencePixels) {
     for (const LutShape& shape : kShapes) {
         SCOPED_TRACE(testing::Message() << shape.inputs << " to " << shape.outputs << " by " << shape.points << ", "
                                         << shape.inputEntries << " and " << shape.outputEntries << " entries");
-        EnginePair pair({{"table.icc", ProfileBuilder().Mft2("A2B0", MakeLut(shape))}});
+        EnginePair pair({{"table.icc", ProfileBuilder().Mft2("A2B0", MakeLut(shape)).Build()}});
         pair.SetProfile("table.icc", 0, 1, 25);
         pair.Convert();
         pair.SetIntent(0, 0, 8);
@@ -84,16 +84,17 @@ CurvedLutSpec Table(const CurvedCase& row) {
 }
 
 TEST_P(CurvedTableTest, GivesTheReferencePixels) {
-    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB("A2B2", Table(GetParam()))}});
+    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB("A2B2", Table(GetParam())).Build()}});
     pair.SetProfile("curved.icc", 2, 1, 9);
-    EXPECT_EQ(pair.Engine().Unit.OutputSpace, GetParam().usable ? 9 : 65535);
+    EXPECT_EQ(pair.Real().Unit.OutputSpace, GetParam().usable ? 9 : 65535);
     pair.Convert();
     pair.SetIntent(2, 0, 22);
     pair.Convert();
     pair.AdjustLch(-3.0, 5.0, 40.5);
     pair.Convert();
-    // The tag stays in the profile, whatever was built from it.
-    EXPECT_NE(dynamic_cast<ICC40::ICCFILE::CLut*>(pair.Engine().GetMft2()), nullptr);
+    // The tag stays in the profile, alone, whatever was built from it.
+    EXPECT_EQ(pair.Real().File.tagList.size(), 1U);
+    EXPECT_NE(dynamic_cast<ICC40::ICCFILE::CLut*>(pair.Real().GetMft2()), nullptr);
 }
 
 LutShape ShapeOf(int inputs, int outputs, int points, int inputEntries, int outputEntries) {

@@ -14,13 +14,8 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/CIccEngineS.h"
-#include "support/ByteWriter.h"
-#include "support/Matchers.h"
+#include "pipeline/EnginePair.h"
 #include "support/MiniProfile.h"
-#include "support/ProfileBuilder.h"
-#include "support/ReferencePipeline.h"
-#include "support/TempDir.h"
 
 namespace hueweave::test {
 
@@ -175,6 +170,24 @@ protected:
 
     TempDir dir_;
     std::unique_ptr<CIccEngineS> engine_ = MakeEngine();
+};
+
+/// An engine beside its reference, with the profiles that most tests bind.
+class PairTest : public testing::Test {
+public:
+    static std::map<std::string, Bytes> Profiles() {
+        return {{"smooth.icc", MiniProfile({{"A2B0", kA2B0}, {"A2B1", kA2B1}})},
+                {"zero.icc", MiniProfile({{"A2B0", kA2B0}})},
+                {"mark.icc", MiniProfile({{"A2B0", Mft2(MarkedLut(0x4000))}})},
+                {"curved.icc", MiniProfile({{"A2B0", MftAB(MarkedLut(0x4000))}})},
+                {"none.icc", MiniProfile({{"wtpt", WhiteBlock()}, {"B2A0", kA2B0}})},
+                {"bytes.icc", MiniProfile({{"A2B0", Mft1()}})},
+                {"empty.icc", {}}};
+    }
+
+protected:
+    CIccEngineS& engine() { return pair_.Real(); }
+    EnginePair pair_{Profiles()};
 };
 
 inline unsigned char* const kNoBytes = nullptr;

@@ -61,22 +61,6 @@ TEST_P(Conversion, FollowsTheFormula) {
     ExpectReference(before);
 }
 
-TEST_P(Conversion, CutsSumsDownAndNeverRounds) {
-    IdentityOutput();
-    ClearGrid();
-    for (auto& cell : engine_->Lut3D) {
-        for (auto& record : cell) {
-            record[0][0] = record[1][0] = 100 * 4096;
-            record[0][1] = -1;
-            record[1][2] = 1;
-        }
-    }
-    for (const std::uint32_t fraction : {0U, 1U, 2047U, 2048U, 2049U, 4095U}) {
-        SetEntries(1, fraction, fraction, fraction);
-        EXPECT_EQ(Run(Pixel{1, 1, 1}), (Pixel{fraction == 0 ? 100U : 99U, 100, 0})) << fraction;
-    }
-}
-
 TEST_P(Conversion, ShiftsByTwelveWhateverShiftHolds) {
     for (const int shift : {4, 0, 11, 13}) {
         engine_->Shift = shift;
@@ -216,14 +200,7 @@ TEST(WideConversion, LooksAtItsTablesAndNotAtTheJobWhereItIsGivenWords) {
 
 // Engines that are bound to profiles.
 
-class BoundConversion : public EngineTest {
-protected:
-    Bytes Convert(Bytes pixels) {
-        const auto count = static_cast<int>(pixels.size() / PixelBytes(engine().Unit.InputSpace == 1));
-        EXPECT_EQ(engine().Conversion(pixels.data(), pixels.data(), count), 0);
-        return pixels;
-    }
-};
+class BoundConversion : public PairTest {};
 
 TEST_F(BoundConversion, TouchesNothingWithoutTables) {
     Bytes source(60, 0x11), dest(60, 0x22);
@@ -238,34 +215,28 @@ TEST_F(BoundConversion, TouchesNothingWithoutTables) {
     EXPECT_EQ(words, Samples(60, 0x3333));
 }
 
+// The identity table at the interpolated value: only its low byte is stored.
 TEST_F(BoundConversion, KeepsTheLowByteForNarrowInputAndAWideSpace) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 11), 0);
-    // The identity table at the interpolated value: only its low byte is stored.
-    const Bytes pixels = SomePixels(500, false);
-    EXPECT_THAT(Convert(pixels), EqualsBytes(ReferenceRun(engine(), pixels)));
+    pair_.SetProfile("smooth.icc", 0, 0, 11);
     EXPECT_EQ(engine().Lut1DOutG[40000], 40000U);
+    pair_.Convert();
 }
 
+// Without a table for the new intent the tables before stay.
 TEST_F(BoundConversion, RefusesWidePixelsForTablesOfBytes) {
-    ASSERT_EQ(Bind(Put("zero.icc", {{"A2B0", kA2B0}}), 0, 0, 8), 0);
-    ASSERT_EQ(Rebind(1, 1, 9), 65535) << "no table for the new intent, so the tables before stay";
-    ASSERT_EQ(engine().InEntries, 256);
-    const Bytes before = SomePixels(20, true);
-    EXPECT_THAT(Convert(before), EqualsBytes(before));
-    Bytes source = before, dest(before.size(), 0x22);
-    EXPECT_EQ(engine().Conversion(source.data(), dest.data(), 20), 0);
-    EXPECT_EQ(dest, Bytes(before.size(), 0x22));
+    pair_.SetProfile("zero.icc", 0, 0, 8);
+    ASSERT_EQ(pair_.SetIntent(1, 1, 9), 65535);
+    pair_.Convert();
     Samples words(60, 4);
     EXPECT_EQ(engine().Conversion(words.data(), words.data(), 20), 0);
     EXPECT_EQ(words, Samples(60, 4));
 }
 
 TEST_F(BoundConversion, TakesTheFirstEntriesOfWiderTablesForBytes) {
-    ASSERT_EQ(Bind(Put("zero.icc", {{"A2B0", kA2B0}}), 0, 1, 11), 0);
-    ASSERT_EQ(Rebind(1, 0, 10), 65535);
+    pair_.SetProfile("zero.icc", 0, 1, 11);
+    ASSERT_EQ(pair_.SetIntent(1, 0, 10), 65535);
     ASSERT_EQ(engine().InEntries, 65536);
-    const Bytes pixels = SomePixels(20, false);
-    EXPECT_THAT(Convert(pixels), EqualsBytes(ReferenceRun(engine(), pixels)));
+    pair_.Convert();
 }
 
 }  // namespace

@@ -156,176 +156,109 @@ TEST_F(Engine, PrintsNothing) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-// ConstructEngine and InputColorSpace2RGB.
+class BuildOperation : public PairTest {};
 
-TEST_F(Engine, ConstructsAllStagesOrNothing) {
-    for (const bool construct : {true, false}) {
-        SCOPED_TRACE(construct ? "ConstructEngine" : "InputColorSpace2RGB");
-        engine_ = MakeEngine();
-        const auto build = [&](const Offsets& by) {
-            return construct ? engine().ConstructEngine(by[0], by[1], by[2])
-                             : engine().InputColorSpace2RGB(by[0], by[1], by[2]);
-        };
-        Fill(5);
-        EXPECT_EQ(build({1.0, 2.0, 3.0}), 65535);
-        ExpectFilled(5);
+TEST_F(BuildOperation, BuildsAllStagesOrNothing) {
+    for (const auto build : {&CIccEngineS::ConstructEngine, &CIccEngineS::InputColorSpace2RGB}) {
+        SCOPED_TRACE(build == &CIccEngineS::ConstructEngine ? "ConstructEngine" : "InputColorSpace2RGB");
+        EnginePair pair(Profiles());
+        CIccEngineS& engine = pair.Real();
+        EXPECT_EQ(pair.Construct(build, 1.0, 2.0, 3.0), 65535);
         for (const auto& [input, space] : {std::pair{0, 8}, {0, 37}, {1, 9}, {1, 20}}) {
-            ASSERT_EQ(Bind(PutSmooth(), 0, input, space), 0);
-            const Stages built = StagesOf(engine());
-            Fill(5);
-            engine().Lut1DInR.reset();
-            engine().Lut1DInB.reset();
-            EXPECT_EQ(build({}), space);
-            ExpectStages(StagesOf(engine()), built);
+            pair.SetProfile("smooth.icc", 0, input, space);
+            FillTables(engine, 5);
+            engine.Lut1DInR.reset();
+            engine.Lut1DInB.reset();
+            EXPECT_EQ(pair.Construct(build, 0.0, 0.0, 0.0), space);
         }
-        EXPECT_EQ(build({7.5, -3.0, 20.0}), 20);
-        ExpectGrid(ExpectedGrid(kA2B0, 20, {7.5, -3.0, 20.0}));
-        EXPECT_EQ(Lch(), (std::array{0, 0, 0})) << "nothing is stored";
-        // The stage itself reports the encoding that it built, of which 12 is only an alias.
-        engine().Unit.OutputSpace = Space(12);
-        EXPECT_EQ(build({}), 12);
-        EXPECT_EQ(Status(), "12/8");
-        engine().Unit.OutputSpace = Space(14);
-        EXPECT_EQ(build({}), 65535);
-        EXPECT_EQ(Status(), "65535/65535");
-        // After a failed read there is no table.
-        ASSERT_EQ(Bind(dir_.File("absent.icc"), 0, 0, 8), 65531);
-        EXPECT_EQ(engine().Unit.ProfileState, 0);
-        EXPECT_EQ(build({}), 65535);
-        EXPECT_EQ(engine().Lut1DInR, nullptr);
+        EXPECT_EQ(pair.Construct(build, 7.5, -3.0, 20.0), 20) << "nothing is stored";
+        pair.SetIntent(0, 1, 12);
+        EXPECT_EQ(pair.Construct(build, 0.0, 0.0, 0.0), 12);
+        EXPECT_EQ(engine.Unit.BuildResult, 8) << "the encoding that it built, of which 12 is only an alias";
+        for (const int space : {14, 65535}) {
+            pair.SetIntent(0, 1, space);
+            EXPECT_EQ(pair.Construct(build, 0.0, 0.0, 0.0), 65535);
+        }
+        pair.SetProfile("absent.icc", 0, 0, 8);
+        EXPECT_EQ(pair.Construct(build, 0.0, 0.0, 0.0), 65535) << "no table after a failed read";
     }
 }
 
-class SetIntent : public EngineTest {};
+class SetIntent : public PairTest {};
 
 TEST_F(SetIntent, StoresTheJobOnAnEmptyEngineAndFindsNoTable) {
-    Fill(9);
-    EXPECT_EQ(Rebind(0, 65535, 65535), 65535) << "the job of an empty engine already";
-    EXPECT_EQ(Status(), "65535/65535");
-    EXPECT_EQ(Rebind(2, 1, 21), 65535);
-    EXPECT_EQ(Status(), "21/65535");
-    EXPECT_EQ(engine().Unit.InputSpace, 1);
-    EXPECT_EQ(engine().Unit.Intent, 2);
-    EXPECT_EQ(engine().Unit.ProfileState, 65535);
-    EXPECT_EQ(engine().Lut1DInR, nullptr);
-    ExpectFilled(9);
-    EXPECT_EQ(Rebind(2, 1, 21), 21) << "unchanged";
-    for (const int output : {0, 14, 32, 40, -5, 65534}) {
-        EXPECT_EQ(Rebind(0, 0, output), 65535);
-        EXPECT_EQ(engine().Unit.OutputSpace, output);
-    }
+    pair_.SetIntent(0, 65535, 65535);  // the job of an empty engine already
+    EXPECT_EQ(pair_.SetIntent(2, 1, 21), 65535);
+    EXPECT_EQ(engine().Unit.OutputSpace, 21);
+    EXPECT_EQ(pair_.SetIntent(2, 1, 21), 21) << "unchanged";
+    for (const int output : {0, 14, 32, 40, -5, 65534}) EXPECT_EQ(pair_.SetIntent(0, 0, output), 65535);
 }
 
 TEST_F(SetIntent, FindsNoTableOnAFailedEngineOrOneBoundWithoutTables) {
-    const struct {
-        std::string path;
-        int input, result;
-    } rows[] = {{dir_.File("absent.icc"), 0, 65531},
-                {PutSmooth(), 7, 65530},
-                {Put("none.icc", {{"wtpt", WhiteBlock()}}), 0, 0}};
-    for (const auto& row : rows) {
-        ASSERT_EQ(Bind(PutSmooth("before.icc"), 0, 0, 8), 0);
-        ASSERT_EQ(Bind(row.path, 0, row.input, 8), row.result);
-        EXPECT_EQ(Rebind(1, 0, 10), 65535) << "the profile before is gone";
-        EXPECT_EQ(Status(), "10/65535");
-        EXPECT_EQ(engine().Lut1DInR, nullptr);
+    for (const auto& [name, input] : {std::pair{"absent.icc", 0}, {"smooth.icc", 7}, {"none.icc", 0}}) {
+        pair_.SetProfile("zero.icc", 0, 0, 8);
+        pair_.SetProfile(name, 0, input, 8);
+        EXPECT_EQ(pair_.SetIntent(1, 0, 10), 65535) << "the profile before is gone";
     }
 }
 
 TEST_F(SetIntent, RebuildsAllStagesFromMemoryForEachArgumentAlone) {
-    const std::string path = PutSmooth();
-    const int jobs[][3] = {{1, 0, 10}, {0, 1, 10}, {0, 0, 11}, {1, 1, 21}, {2, 1, 22}, {3, 1, 20}, {3, 0, 20}};
-    std::vector<Stages> direct;
-    for (const auto& job : jobs) direct.push_back(Bound(path, job[0], job[1], job[2]));
-    ASSERT_EQ(Bind(path, 0, 0, 10), 0);
-    std::filesystem::remove(path);
-    for (std::size_t i = 0; i < direct.size(); ++i) {
-        const auto& [intent, input, output] = jobs[i];
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
+    std::filesystem::remove(pair_.Path("smooth.icc"));
+    const Bytes curve(256, 40);
+    for (const auto& [intent, input, output] :
+         {std::array{1, 0, 10}, {0, 1, 10}, {0, 0, 11}, {1, 1, 21}, {2, 1, 22}, {3, 1, 20}, {3, 0, 20}}) {
         SCOPED_TRACE(testing::Message() << intent << " " << input << " " << output);
-        Rebind(0, 0, 10);
-        Fill(8);
+        pair_.SetIntent(0, 0, 10);
+        FillTables(engine(), 8);
         engine().Lut1DInG.reset();
-        EXPECT_EQ(Rebind(intent, input, output), output);
-        EXPECT_EQ(Status(), std::to_string(output) + "/" + std::to_string(output));
-        ExpectStages(StagesOf(engine()), direct[i]);
-        EXPECT_EQ(engine().Unit.ProfileState, 0);
+        EXPECT_EQ(pair_.SetIntent(intent, input, output), output);
         // The same job rebuilds nothing.
-        Fill(8);
-        engine().Unit.BuildResult = 4711;
-        EXPECT_EQ(Rebind(intent, input, output), output);
-        EXPECT_EQ(engine().Unit.BuildResult, 4711);
-        ExpectFilled(8);
+        pair_.AdjustOutput(curve, curve, curve, 256);
+        pair_.AdjustLch(1.5, 0.0, 0.0);
+        pair_.SetIntent(intent, input, output);
+        pair_.AdjustLch(0.0, 0.0, 0.0);
     }
 }
 
-TEST_F(SetIntent, NamesTheEncodingThatWasMadeAsTheResult) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
-    for (const auto& [space, status] : {std::pair{12, "12/8"}, {13, "13/9"}}) {
-        EXPECT_EQ(Rebind(0, 0, space), space);
-        EXPECT_EQ(Status(), status);
-    }
-}
-
-TEST_F(SetIntent, IgnoresTheGivenAdjustment) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
-    EXPECT_EQ(engine().SetIntent(IntentOf(1), Space(0), Space(10), 20.0, 30.0, 40.0), 10);
-    ExpectGrid(ExpectedGrid(kA2B1, 10));
-    EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
-}
-
-TEST_F(SetIntent, LosesTheFractionOfTheStoredAdjustment) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
-    ASSERT_EQ(engine().Adjust_Lch(3.9, -4.9, 5.9), 10);
-    const Grid whole = ExpectedGrid(kA2B1, 10, {3.0, -4.0, 5.0});
-    ASSERT_NE(whole, ExpectedGrid(kA2B1, 10, {3.9, -4.9, 5.9}));
-    ASSERT_EQ(Rebind(1, 0, 10), 10);
-    ExpectGrid(whole);
-    EXPECT_EQ(Lch(), (std::array{3, -4, 5}));
+TEST_F(SetIntent, IgnoresTheGivenAdjustmentAndLosesTheFractionOfTheStored) {
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
+    pair_.SetIntent(1, 0, 10);
+    pair_.AdjustLch(3.9, -4.9, 5.9);
+    const Grid before = GridOf(engine());
+    pair_.SetIntent(0, 0, 10);
+    pair_.SetIntent(1, 0, 10);
+    EXPECT_NE(GridOf(engine()), before);
 }
 
 TEST_F(SetIntent, TakesAnyInputEncodingButOneForBytes) {
-    const std::string path = PutSmooth();
-    const Tables bytes = Bound(path, 0, 0, 8).input;
-    ASSERT_EQ(Bind(path, 0, 1, 8), 0);
+    pair_.SetProfile("smooth.icc", 0, 1, 8);
     for (const int encoding : {5, 4, 7, 8, 9, 65534, 65535, -1, INT_MIN, INT_MAX}) {
         SCOPED_TRACE(encoding);
-        EXPECT_EQ(Rebind(0, encoding, 8), 8);
-        EXPECT_EQ(engine().Unit.InputSpace, encoding);
+        EXPECT_EQ(pair_.SetIntent(0, encoding, 8), 8);
         EXPECT_EQ(engine().InEntries, 256);
-        ExpectTables(InputOf(engine()), bytes);
-        Bytes pixels = SomePixels(2, false), untouched(6, 7);
-        const Bytes expected = ReferenceRun(engine(), pixels);
-        EXPECT_EQ(engine().Conversion(pixels.data(), untouched.data(), 2), 0);
-        EXPECT_THAT(pixels, EqualsBytes(expected));
-        EXPECT_EQ(untouched, Bytes(6, 7));
+        pair_.Convert();
     }
 }
 
 TEST_F(SetIntent, TriesARefusedSpaceAgainAndCanLeaveIt) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 8), 0);
-    EXPECT_EQ(Rebind(0, 0, 14), 65535);
-    EXPECT_EQ(Status(), "65535/65535");
-    Fill(2);
-    EXPECT_EQ(Rebind(0, 0, 14), 65535);
-    EXPECT_NE(OutputOf(engine()), PatternOutput(2));
+    const Bytes curve(256, 40);
+    pair_.SetProfile("smooth.icc", 0, 0, 8);
+    for (int call = 0; call < 2; ++call) {
+        EXPECT_EQ(pair_.SetIntent(0, 0, 14), 65535);
+        FillTables(engine(), 2);
+    }
+    EXPECT_EQ(pair_.SetIntent(0, 0, 14), 65535);
     // Unlike `SetProfile`, it treats the space of an engine that cannot convert as unchanged.
-    Fill(2);
-    engine().Unit.BuildResult = 4711;
-    EXPECT_EQ(Rebind(0, 0, 65535), 65535);
-    EXPECT_EQ(Status(), "65535/4711");
-    ExpectFilled(2);
-    EXPECT_EQ(Rebind(0, 0, 8), 8);
-    EXPECT_EQ(Status(), "8/8");
+    pair_.AdjustOutput(curve, curve, curve, 256);
+    EXPECT_EQ(pair_.SetIntent(0, 0, 65535), 65535);
+    EXPECT_EQ(pair_.SetIntent(0, 0, 8), 8);
 }
 
 TEST_F(SetIntent, LeavesTheTablesBeforeWithoutATable) {
-    ASSERT_EQ(Bind(Put("zero.icc", {{"A2B0", kA2B0}}), 0, 0, 10), 0);
-    const Stages before = StagesOf(engine());
-    EXPECT_EQ(Rebind(2, 1, 9), 65535);
-    EXPECT_EQ(Status(), "9/10");
-    EXPECT_EQ(engine().Unit.InputSpace, 1);
+    pair_.SetProfile("zero.icc", 0, 0, 10);
+    EXPECT_EQ(pair_.SetIntent(2, 1, 9), 65535);
     EXPECT_EQ(engine().InEntries, 256);
-    ExpectStages(StagesOf(engine()), before);
 }
 
 }  // namespace

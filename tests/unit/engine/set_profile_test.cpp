@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <filesystem>
+#include <tuple>
 
 #include "unit/engine/EngineFixture.h"
 
@@ -35,28 +36,16 @@ private:
 };
 
 class SetProfile : public EngineTest {};
+class SetProfilePair : public PairTest {};
 
-TEST_F(SetProfile, HoldsWhatItWasGiven) {
-    const std::string path = PutSmooth();
-    EXPECT_EQ(Bind(path, 2, 1, 23), 0);
-    EXPECT_EQ(engine().Unit.ProfileState, 0);
-    EXPECT_EQ(engine().Unit.InputSpace, 1);
-    EXPECT_EQ(engine().Unit.Intent, 2);
-    EXPECT_STREQ(engine().Unit.ProfileName.get(), path.c_str());
-    EXPECT_EQ(engine().Unit.SecondName, nullptr);
-    EXPECT_EQ(engine().InEntries, 65536);
-    EXPECT_EQ(engine().File.tagList.size(), 2U);
-    engine().Reset();
-    // The same path, but the output space is unset.
-    EXPECT_EQ(Bind(path, 2, 1, 23), 0);
-    EXPECT_EQ(Status(), "23/23");
-    EXPECT_EQ(engine().InEntries, 65536);
-}
-
-TEST_F(SetProfile, NamesTheOutputSpaceAsTheResultAlsoForAliases) {
-    for (const auto& [space, status] : {std::pair{23, "23/23"}, {12, "12/12"}, {13, "13/13"}}) {
-        ASSERT_EQ(Bind(PutSmooth(), 0, space % 2, space), 0);
-        EXPECT_EQ(Status(), status);
+TEST_F(SetProfilePair, HoldsWhatItWasGivenAlsoAfterAReset) {
+    // After the reset the path is the same, but the output space is unset.
+    for (int call = 0; call < 2; ++call) {
+        pair_.SetProfile("smooth.icc", 2, 1, 23);
+        EXPECT_STREQ(engine().Unit.ProfileName.get(), pair_.Path("smooth.icc").c_str());
+        EXPECT_EQ(engine().Unit.SecondName, nullptr);
+        EXPECT_EQ(engine().File.tagList.size(), 2U);
+        engine().Reset();
     }
 }
 
@@ -158,20 +147,14 @@ TEST_F(SetProfile, DropsTheSecondName) {
     EXPECT_EQ(opens.Take(), 0);
 }
 
-TEST_F(SetProfile, RemembersThePathEvenWhenTheRestFails) {
+TEST_F(SetProfilePair, RemembersThePathEvenWhenTheRestFails) {
     // An absent file, and a refused encoding.
-    const struct {
-        std::string path;
-        int input, result;
-    } rows[] = {{dir_.File("absent.icc"), 0, 65531}, {PutSmooth(), 2, 65530}};
-    for (const auto& row : rows) {
-        ASSERT_EQ(Bind(row.path, 1, row.input, 8), row.result);
-        EXPECT_STREQ(engine().Unit.ProfileName.get(), row.path.c_str());
+    for (const auto& [name, input, result] : {std::tuple{"absent.icc", 0, 65531}, {"smooth.icc", 2, 65530}}) {
+        ASSERT_EQ(pair_.SetProfile(name, 1, input, 8), result);
+        EXPECT_STREQ(engine().Unit.ProfileName.get(), pair_.Path(name).c_str());
         // Once another call has stored the output space, nothing differs, and the call that failed succeeds.
-        EXPECT_EQ(Rebind(1, row.input, 8), 65535);
-        EXPECT_EQ(Bind(row.path, 1, row.input, 8), 0);
-        EXPECT_EQ(Status(), "8/65535");
-        EXPECT_EQ(engine().Lut1DInR, nullptr);
+        pair_.SetIntent(1, input, 8);
+        EXPECT_EQ(pair_.SetProfile(name, 1, input, 8), 0);
     }
 }
 
@@ -192,90 +175,50 @@ TEST_F(SetProfile, TakesANullPathForAFileThatCannotBeOpened) {
 
 // Calls that fail, and the binding afterwards.
 
-TEST_F(SetProfile, RefusesAnInputEncodingWithoutOpeningTheFile) {
-    const std::string path = PutSmooth();
-    OpenCounter opens(path);
+TEST_F(SetProfilePair, RefusesAnInputEncodingWithoutOpeningTheFile) {
+    OpenCounter opens(pair_.Path("smooth.icc"));
     for (const int input : {2, 3, 5, 8, 65535, -1, INT_MAX, INT_MIN}) {
         SCOPED_TRACE(input);
-        ASSERT_EQ(Bind(path, 1, 0, 8), 0);
+        pair_.SetProfile("smooth.icc", 1, 0, 8);
         EXPECT_EQ(opens.Take(), 1);
-        engine().Adjust_Lch(5.0, 6.0, 7.0);
-        Fill(8);
-
-        EXPECT_EQ(Bind(path, 2, input, 9), 65530);
-
+        pair_.AdjustLch(5.0, 6.0, 7.0);
+        EXPECT_EQ(pair_.SetProfile("smooth.icc", 2, input, 9), 65530);
         EXPECT_EQ(opens.Take(), 0);
-        EXPECT_EQ(Status(), "65535/65535");
-        EXPECT_EQ(engine().Unit.InputSpace, input);
-        EXPECT_EQ(engine().Unit.Intent, 2);
-        EXPECT_EQ(engine().Unit.ProfileState, 0);
-        EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
-        EXPECT_EQ(InputOf(engine()), Tables());
-        ExpectFilled(8);
         EXPECT_TRUE(engine().File.tagList.empty()) << "the profile before is gone";
     }
 }
 
-TEST_F(SetProfile, DestroysWhatWasThereWhenTheFileCannotBeOpened) {
-    const std::string late = dir_.File("late.icc");
+TEST_F(SetProfilePair, DestroysWhatWasThereWhenTheFileCannotBeOpened) {
     for (const int input : {0, 1}) {
-        ASSERT_EQ(Bind(PutSmooth(), 1, input, 9), 0);
-        Fill(9);
-        for (int call = 0; call < 2; ++call) EXPECT_EQ(Bind(late, 3, 0, 20), 65531);
-        EXPECT_EQ(Status(), "65535/65535");
-        EXPECT_EQ(engine().Unit.InputSpace, 0);
-        EXPECT_EQ(engine().Unit.Intent, 3);
-        EXPECT_EQ(engine().Unit.ProfileState, 0);
-        EXPECT_EQ(InputOf(engine()), Tables());
-        ExpectFilled(9);
-        EXPECT_TRUE(engine().File.tagList.empty());
+        pair_.SetProfile("smooth.icc", 1, input, 9);
+        for (int call = 0; call < 2; ++call) {
+            EXPECT_EQ(pair_.SetProfile("absent.icc", 3, 0, 20), 65531) << "tried again";
+            EXPECT_TRUE(engine().File.tagList.empty());
+        }
     }
-    PutSmooth("late.icc");
-    EXPECT_EQ(Bind(late, 3, 0, 20), 0) << "tried again";
-    EXPECT_EQ(Status(), "20/20");
 }
 
-TEST_F(SetProfile, BindsAProfileWithoutATable) {
-    const std::string path = Put("other.icc", {{"wtpt", WhiteBlock()}, {"B2A0", kA2B0}});
-    Fill(3);
-    EXPECT_EQ(Bind(path, 0, 1, 9), 0);
-    EXPECT_EQ(Status(), "9/65535");
-    EXPECT_EQ(engine().Unit.ProfileState, 0);
-    EXPECT_EQ(engine().Lut1DInR, nullptr);
-    ExpectFilled(3);
-    OpenCounter opens(path);
-    EXPECT_EQ(Bind(path, 0, 1, 9), 0);
-    EXPECT_EQ(opens.Take(), 0) << "the requested output space counts as bound";
-
-    WriteFile(dir_.File("empty.icc"), {});
-    EXPECT_EQ(Bind(dir_.File("empty.icc"), 0, 0, 8), 0);
-    EXPECT_EQ(Status(), "8/65535");
-    EXPECT_EQ(engine().File.GetTag(TagName("wtpt")), nullptr) << "the profile before is gone";
+TEST_F(SetProfilePair, BindsAProfileWithoutATable) {
+    OpenCounter opens(pair_.Path("none.icc"));
+    for (const int opened : {1, 0}) {
+        EXPECT_EQ(pair_.SetProfile("none.icc", 0, 1, 9), 0);
+        EXPECT_EQ(engine().Unit.BuildResult, 65535);
+        EXPECT_EQ(opens.Take(), opened) << "the requested output space counts as bound";
+        pair_.Convert();
+    }
+    EXPECT_EQ(pair_.SetProfile("empty.icc", 0, 0, 8), 0);
+    EXPECT_TRUE(engine().File.tagList.empty()) << "the profile before is gone";
 }
 
-TEST_F(SetProfile, ClearsTheStoredAdjustmentWhenItRebuilds) {
-    const std::string path = PutSmooth();
-    ASSERT_EQ(Bind(path, 0, 0, 10), 0);
-    ASSERT_EQ(engine().Adjust_Lch(9.0, -8.0, 7.0), 10);
-    const Grid adjusted = GridOf(engine());
-    EXPECT_EQ(Bind(path, 0, 0, 10), 0);
-    ExpectGrid(adjusted);
-    EXPECT_EQ(Lch(), (std::array{9, -8, 7}));
-    EXPECT_EQ(Bind(path, 1, 0, 10), 0);
-    EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
-    ExpectGrid(ExpectedGrid(kA2B1, 10));
-}
-
-TEST_F(SetProfile, BuildsItsOwnAdjustmentButStoresNone) {
-    const std::string path = PutSmooth();
-    ASSERT_EQ(Bind(path, 0, 0, 10, 6.5, -2.25, 14.0), 0);
-    const Grid adjusted = ExpectedGrid(kA2B0, 10, {6.5, -2.25, 14.0});
-    ExpectGrid(adjusted);
-    EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
+TEST_F(SetProfilePair, BuildsItsOwnAdjustmentButStoresNoneAndClearsTheStoredOne) {
+    pair_.SetProfile("smooth.icc", 0, 0, 10, 6.5, -2.25, 14.0);
     // So an adjustment of 0 is no change, nor is another adjustment in the same call.
-    EXPECT_EQ(engine().Adjust_Lch(0.0, 0.0, 0.0), 10);
-    EXPECT_EQ(Bind(path, 0, 0, 10, 30.0, 30.0, 30.0), 0);
-    ExpectGrid(adjusted);
+    pair_.AdjustLch(0.0, 0.0, 0.0);
+    pair_.SetProfile("smooth.icc", 0, 0, 10, 30.0, 30.0, 30.0);
+    pair_.AdjustLch(9.0, -8.0, 7.0);
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
+    pair_.SetProfile("smooth.icc", 1, 0, 10);
+    EXPECT_EQ(engine().Unit.Lightness, 0);
 }
 
 }  // namespace
