@@ -91,7 +91,7 @@ TEST_F(ExportedConvertFile, OfAMissingSourceLooksLikeASuccess) {
                   "*** " + absent + " Open Error. ***\n" + kConversionLog +
                       "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n");
         EXPECT_EQ(ReadFile(dest_), Bytes());
-        std::filesystem::remove(dest_);
+        WriteFile(dest_, Bytes(100, 1));  // emptied by the next engine
     }
 }
 

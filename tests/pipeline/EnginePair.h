@@ -40,6 +40,13 @@ public:
         const int result = engine_->SetIntent(Intent(intent), Space(input), Space(output), 11.0, 22.0, 33.0);
         return Same(result, reference_.SetIntent(intent, input, output));
     }
+    void Reset() {
+        engine_->Reset();
+        reference_.profileState = reference_.inputSpace = reference_.outputSpace = 65535;
+        reference_.lightness = reference_.chroma = reference_.hue = 0;
+        reference_.in = {};
+        Same(0, 0);
+    }
     /// ConstructEngine or InputColorSpace2RGB.
     int Construct(int (Engine::*operation)(double, double, double), double lightness, double chroma, double hue) {
         const int result = ((*engine_).*operation)(lightness, chroma, hue);

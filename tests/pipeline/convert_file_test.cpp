@@ -192,6 +192,7 @@ std::vector<FileRow> BrokenFiles() {
         {"CutInPixels", Bytes(cutInPixels.begin(), cutInPixels.end() - 50)},
         {"CutInData", Bytes(cutInData.begin(), cutInData.begin() + 200)},
         {"CutBeforeLargeData", CutBeforeLargeData()},
+        {"ForeignHead", ByteWriter().Text("MM").Fill(200).Done()},
         {"CutInDirectory", Bytes(cutInData.begin(), cutInData.begin() + 100)},
         {"NoByteCounts", TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).StripOffsets().Strip(Pixels(105)).Build()},
         {"NoByteCountsOfStrips",

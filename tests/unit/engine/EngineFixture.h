@@ -95,6 +95,12 @@ inline Grid WordsOf(const std::vector<ReferenceCell>& cells) {
     return words;
 }
 
+/// All numbers of a job.
+inline std::array<int, 12> NumbersOf(const ICC40::ICC_UNIT::Info& unit) {
+    return {unit.ProfileState, unit.Spare,     unit.InputSpace, unit.OutputSpace, unit.BuildResult, unit.Intent,
+            unit.PixelCount,   unit.WorkCount, unit.Lightness,  unit.Chroma,      unit.Hue,         unit.FormatCode};
+}
+
 /// Offsets in L*, C* and degrees.
 using Offsets = std::array<double, 3>;
 /// The grid expected from a table's block.
@@ -113,67 +119,8 @@ inline const Bytes kA2B1 = Mft2(SmoothLut(9));
 inline constexpr ReferenceWhite kWhite = {0xe000, 0x10000, 0x9000};
 inline Bytes WhiteBlock() { return XyzBlock(kWhite[0], kWhite[1], kWhite[2]); }
 
-/// One engine and a folder for its profiles.
+/// An engine beside its reference, with the profiles that most tests bind; and calls to the engine alone.
 class EngineTest : public testing::Test {
-protected:
-    std::string Put(const std::string& name, const MiniTags& tags) {
-        WriteFile(dir_.File(name), MiniProfile(tags));
-        return dir_.File(name);
-    }
-    std::string PutSmooth(const std::string& name = "smooth.icc") {
-        return Put(name, {{"A2B0", kA2B0}, {"A2B1", kA2B1}});
-    }
-    /// A profile of one table whose input curves give `mark`.
-    std::string PutMarked(const std::string& name, unsigned mark) {
-        return Put(name, {{"A2B0", Mft2(MarkedLut(mark))}});
-    }
-    bool SeesMark(unsigned mark) { return InputOf(engine())[0].at(0) == Packed(mark); }
-
-    int Bind(const std::string& path, int intent, int input, int output, double lightness = 0, double chroma = 0,
-             double hue = 0) {
-        return engine().SetProfile(path.c_str(), IntentOf(intent), Space(input), Space(output), lightness, chroma, hue);
-    }
-    int BindNull(int intent, int input, int output) {
-        return engine().SetProfile(nullptr, IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
-    }
-    int Rebind(int intent, int input, int output) {
-        return engine().SetIntent(IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
-    }
-    /// The stages of another engine bound to the same job.
-    Stages Bound(const std::string& path, int intent, int input, int output) const {
-        const auto other = MakeEngine();
-        EXPECT_EQ(other->SetProfile(path.c_str(), IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0), 0);
-        return StagesOf(*other);
-    }
-
-    /// The two status fields, as `output`/`result`.
-    std::string Status() const {
-        return std::to_string(engine_->Unit.OutputSpace) + "/" + std::to_string(engine_->Unit.BuildResult);
-    }
-    /// The stored adjustment.
-    std::array<int, 3> Lch() const { return {engine_->Unit.Lightness, engine_->Unit.Chroma, engine_->Unit.Hue}; }
-
-    void Fill(std::uint32_t pattern) { FillTables(engine(), pattern); }
-    void ExpectGrid(const Grid& expected) const { EXPECT_THAT(GridOf(*engine_), EqualTo(expected)); }
-    /// Checks that grid and output tables are as `Fill` left them.
-    void ExpectFilled(std::uint32_t pattern) const {
-        ExpectGrid(PatternGrid(pattern));
-        ExpectTables(OutputOf(*engine_), PatternOutput(pattern));
-    }
-
-    static std::unique_ptr<CIccEngineS> MakeEngine() {
-        auto engine = std::make_unique<CIccEngineS>();
-        FillTables(*engine, 0);
-        return engine;
-    }
-    CIccEngineS& engine() { return *engine_; }
-
-    TempDir dir_;
-    std::unique_ptr<CIccEngineS> engine_ = MakeEngine();
-};
-
-/// An engine beside its reference, with the profiles that most tests bind.
-class PairTest : public testing::Test {
 public:
     static std::map<std::string, Bytes> Profiles() {
         return {{"smooth.icc", MiniProfile({{"A2B0", kA2B0}, {"A2B1", kA2B1}})},
@@ -187,6 +134,29 @@ public:
 
 protected:
     CIccEngineS& engine() { return pair_.Real(); }
+
+    /// A profile of one table whose input curves give `mark`.
+    static Bytes Marked(unsigned mark) { return MiniProfile({{"A2B0", Mft2(MarkedLut(mark))}}); }
+    bool SeesMark(unsigned mark) { return InputOf(engine())[0].at(0) == Packed(mark); }
+    std::string Put(const std::string& name, const Bytes& profile) const {
+        WriteFile(pair_.Path(name), profile);
+        return pair_.Path(name);
+    }
+    int Bind(const std::string& path, int intent, int input, int output) {
+        return engine().SetProfile(path.c_str(), IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
+    }
+    int BindNull(int intent, int input, int output) {
+        return engine().SetProfile(nullptr, IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
+    }
+    int Rebind(int intent, int input, int output) {
+        return engine().SetIntent(IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
+    }
+    /// The two status fields, as `output`/`result`.
+    std::string Status() {
+        return std::to_string(engine().Unit.OutputSpace) + "/" + std::to_string(engine().Unit.BuildResult);
+    }
+    void ExpectGrid(const Grid& expected) { EXPECT_THAT(GridOf(engine()), EqualTo(expected)); }
+
     EnginePair pair_{Profiles()};
 };
 

@@ -9,7 +9,7 @@
 namespace hueweave::test {
 namespace {
 
-class AdjustLch : public PairTest {};
+class AdjustLch : public EngineTest {};
 
 TEST_F(AdjustLch, ComparesTheWholePartOfEachOffset) {
     const double below1 = std::nextafter(1.0, 0.0), below2 = std::nextafter(2.0, 0.0);
@@ -67,7 +67,7 @@ TEST_F(AdjustLch, RebuildsTheGridOfARefusedEngine) {
 }
 
 /// The input encoding: 1 gives 16-bit entries, 0 the same entries shifted right by 8.
-class AdjustOutput : public PairTest, public testing::WithParamInterface<int> {
+class AdjustOutput : public EngineTest, public testing::WithParamInterface<int> {
 protected:
     AdjustOutput() {
         for (std::size_t i = 0; i < 4097; ++i) {
@@ -164,7 +164,7 @@ TEST_P(AdjustOutput, TakesTheCurvesOnARefusedEngineAndLeavesThemBehind) {
 INSTANTIATE_TEST_SUITE_P(Widths, AdjustOutput, testing::Values(0, 1),
                          [](const auto& param) { return std::string(param.param == 1 ? "Words" : "Bytes"); });
 
-class AdjustOutputScale : public PairTest {};
+class AdjustOutputScale : public EngineTest {};
 
 TEST_F(AdjustOutputScale, FollowsTheInputEncodingAndNotTheOutputSpace) {
     for (const auto& [input, output] :

@@ -200,7 +200,7 @@ TEST(WideConversion, LooksAtItsTablesAndNotAtTheJobWhereItIsGivenWords) {
 
 // Engines that are bound to profiles.
 
-class BoundConversion : public PairTest {};
+class BoundConversion : public EngineTest {};
 
 TEST_F(BoundConversion, TouchesNothingWithoutTables) {
     Bytes source(60, 0x11), dest(60, 0x22);

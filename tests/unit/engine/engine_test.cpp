@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// An engine's state: its initial state, what a reset keeps, what SetIntent and the operations that build all stages
+// An engine's state: what a reset keeps, what SetIntent and the operations that build all stages
 // make of a bound profile, and the fields of the job that the engine never uses.
 #include <climits>
 #include <filesystem>
@@ -11,123 +11,87 @@ namespace {
 
 class Engine : public EngineTest {
 protected:
-    void ExpectEmptyJob() {
-        const auto& unit = engine().Unit;
-        EXPECT_EQ(unit.ProfileState, 65535);
-        EXPECT_EQ(unit.InputSpace, 65535);
-        EXPECT_EQ(unit.OutputSpace, 65535);
-        ExpectRun(kNoRun);
-        EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
-        EXPECT_EQ(InputOf(engine()), Tables());
-        EXPECT_EQ(engine().Shift, 12);
-    }
-
-    /// The parts of the job that no operation of the engine needs: format code, whether there is a working buffer, its
-    /// counts, and the spare field.
-    using Run = std::array<int, 5>;
-    static constexpr Run kNoRun{65534, 0, 0, 0, 65535}, kRun{262, 1, 2, 12, 7};
-    /// Puts a run of two pixels of six channels into the job.
+    /// Puts a run of two pixels of six channels into the job, which no operation of the engine needs.
     void Occupy() {
         engine().Unit.FormatCode = 262;
         ASSERT_EQ(engine().Unit.CheckWorkingBuf(nullptr, nullptr, 2), 0);
         engine().Unit.Spare = 7;
-        ExpectRun(kRun);
+        ExpectRun({262, 1, 2, 12, 7});
     }
-    void ExpectRun(const Run& expected) {
+    /// Format code, whether there is a working buffer, its counts, and the spare field.
+    void ExpectRun(const std::array<int, 5>& expected) {
         const auto& unit = engine().Unit;
-        EXPECT_EQ((Run{unit.FormatCode, unit.WorkBuf != nullptr, unit.PixelCount, unit.WorkCount, unit.Spare}),
-                  expected);
+        EXPECT_EQ(
+            (std::array{unit.FormatCode, int{unit.WorkBuf != nullptr}, unit.PixelCount, unit.WorkCount, unit.Spare}),
+            expected);
     }
+    static constexpr std::array<int, 5> kNoRun{65534, 0, 0, 0, 65535};
 };
 
-TEST_F(Engine, StartsEmpty) {
-    ExpectEmptyJob();
-    EXPECT_EQ(engine().Unit.BuildResult, 65535);
-    EXPECT_EQ(engine().Unit.Intent, 0);
-    EXPECT_EQ(engine().Unit.ProfileName, nullptr);
-    EXPECT_EQ(engine().Unit.SecondName, nullptr);
-    EXPECT_TRUE(engine().File.tagList.empty());
-}
-
 TEST_F(Engine, KeepsAllButInputTablesAndJobInAReset) {
-    const std::string path = PutSmooth();
-    ASSERT_EQ(Bind(path, 1, 0, 10), 0);
-    engine().Adjust_Lch(3.0, 4.0, 5.0);
+    pair_.SetProfile("smooth.icc", 1, 0, 10);
+    pair_.AdjustLch(3.0, 4.0, 5.0);
     Occupy();
-    const Stages before = StagesOf(engine());
     for (int call = 0; call < 2; ++call) {
-        engine().Reset();
-        ExpectEmptyJob();
-        EXPECT_EQ(engine().Unit.BuildResult, 10);
-        EXPECT_EQ(engine().Unit.Intent, 1);
-        EXPECT_STREQ(engine().Unit.ProfileName.get(), path.c_str());
+        pair_.Reset();
+        ExpectRun(kNoRun);
+        EXPECT_STREQ(engine().Unit.ProfileName.get(), pair_.Path("smooth.icc").c_str());
         EXPECT_EQ(engine().File.tagList.size(), 2U);
-        ExpectStages(StagesOf(engine()), {{}, before.grid, before.output});
     }
 }
 
+// SetIntent does not check whether a profile was bound: `ProfileState` stays unset.
 TEST_F(Engine, ServesSetIntentFromTheProfileInMemoryAfterAReset) {
-    // SetIntent does not check whether a profile was bound: `ProfileState` stays unset.
-    ASSERT_EQ(Bind(PutSmooth(), 1, 0, 10), 0);
-    const Stages built = StagesOf(engine());
-    engine().Reset();
-    Fill(5);
-    EXPECT_NE(engine().GetMft2(), nullptr);
-    EXPECT_EQ(Rebind(1, 0, 10), 10);
-    EXPECT_EQ(Status(), "10/10");
-    EXPECT_EQ(engine().Unit.ProfileState, 65535);
-    ExpectStages(StagesOf(engine()), built);
-    EXPECT_EQ(engine().ConstructEngine(0.0, 0.0, 0.0), 65535) << "here it is asked";
+    pair_.SetProfile("smooth.icc", 1, 0, 10);
+    pair_.Reset();
+    FillTables(engine(), 5);
+    EXPECT_EQ(pair_.SetIntent(1, 0, 10), 10);
+    EXPECT_EQ(pair_.Construct(&CIccEngineS::ConstructEngine, 0.0, 0.0, 0.0), 65535) << "here it is asked";
 }
 
 TEST_F(Engine, AnswersAdjustmentsWithNoSpaceAfterAReset) {
-    ASSERT_EQ(Bind(PutSmooth(), 1, 0, 10), 0);
-    engine().Reset();
-    Fill(5);
-    EXPECT_EQ(engine().Adjust_Lch(0.0, 0.0, 0.0), 65535);
-    ExpectFilled(5);  // zero offsets change nothing after a reset
-    EXPECT_EQ(engine().Adjust_Lch(4.0, 0.0, 0.0), 65535);
-    ExpectGrid(ExpectedGrid(kA2B1, 10, {4.0, 0, 0}));  // an unset space has the primaries of sRGB
-    unsigned char curve[1] = {9};
-    EXPECT_EQ(engine().Adjust_Output(curve, curve, curve, 1), 65535);
+    pair_.SetProfile("smooth.icc", 1, 0, 10);
+    pair_.Reset();
+    EXPECT_EQ(pair_.AdjustLch(0.5, 0.0, 0.0), 65535) << "no change";
+    EXPECT_EQ(pair_.AdjustLch(4.0, 0.0, 0.0), 65535) << "an unset space has the primaries of sRGB";
+    EXPECT_EQ(pair_.AdjustOutput(Bytes{9}, Bytes{9}, Bytes{9}, 1), 65535);
     EXPECT_EQ(engine().Lut1DOutR[0], 9U * 256) << "an input encoding that is not chosen is not that of bytes";
-    EXPECT_EQ(engine().Lut1DInR, nullptr);
 }
 
 TEST_F(Engine, ClearsTheRunWhenAProfileIsReadAndWhenThatFails) {
-    const std::string path = PutSmooth(), absent = dir_.File("absent.icc");
     const struct {
-        const std::string& path;
+        const char* name;
         int intent, input, output, result;
-    } rows[] = {{path, 1, 0, 8, 0}, {path, 0, 0, 14, 0}, {path, 0, 2, 8, 65530}, {absent, 0, 0, 8, 65531}};
-    for (const auto& row : rows) {
-        ASSERT_EQ(Bind(path, 0, 0, 8), 0);
+    } rows[] = {{"smooth.icc", 1, 0, 8, 0},
+                {"smooth.icc", 0, 0, 14, 0},
+                {"smooth.icc", 0, 2, 8, 65530},
+                {"absent.icc", 0, 0, 8, 65531}};
+    for (const auto& [name, intent, input, output, result] : rows) {
+        pair_.SetProfile("smooth.icc", 0, 0, 8);
         Occupy();
-        ASSERT_EQ(Bind(path, 0, 0, 8), 0) << "no change";
-        Rebind(1, 1, 9);
-        engine().Adjust_Lch(4.0, 5.0, 6.0);
-        unsigned char bytes[6] = {3, 200};
-        engine().Adjust_Output(bytes, bytes, bytes, 2);
-        engine().ConstructEngine(0.0, 0.0, 0.0);
-        engine().Conversion(bytes, bytes, 1);
+        pair_.SetProfile("smooth.icc", 0, 0, 8);  // no change
+        pair_.SetIntent(1, 1, 9);
+        pair_.AdjustLch(4.0, 5.0, 6.0);
+        pair_.AdjustOutput({3, 200}, {3, 200}, {3, 200}, 2);
+        pair_.Construct(&CIccEngineS::ConstructEngine, 0.0, 0.0, 0.0);
+        pair_.Convert();
         engine().DeleteWorkingBuf();
-        Rebind(0, 0, 8);
-        ExpectRun(kRun);
-        ASSERT_EQ(Bind(row.path, row.intent, row.input, row.output), row.result);
+        pair_.SetIntent(0, 0, 8);
+        ExpectRun({262, 1, 2, 12, 7});
+        EXPECT_EQ(pair_.SetProfile(name, intent, input, output), result);
         ExpectRun(kNoRun);
     }
 }
 
 TEST_F(Engine, RefusesOperationsThatAreNotImplemented) {
     for (const bool bound : {false, true}) {
-        if (bound) {
-            ASSERT_EQ(Bind(PutSmooth(), 0, 1, 9), 0);
-        }
+        if (bound) pair_.SetProfile("smooth.icc", 0, 1, 9);
+        FillTables(engine(), 3);
         const Stages before = StagesOf(engine());
-        const std::string status = Status();
+        const auto numbers = NumbersOf(engine().Unit);
         for (const int argument : {0, 1, 258, -1, 65535}) EXPECT_EQ(engine().Initial(argument), 65533);
         EXPECT_EQ(engine().DeleteWorkingBuf(), 65533);
-        EXPECT_EQ(Status(), status);
+        EXPECT_EQ(NumbersOf(engine().Unit), numbers);
         ExpectStages(StagesOf(engine()), before);
     }
 }
@@ -136,27 +100,27 @@ TEST_F(Engine, RefusesOperationsThatAreNotImplemented) {
 TEST_F(Engine, PrintsNothing) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    unsigned char pixels[6] = {};
-    for (const std::string& path : {PutSmooth(), Put("bytes.icc", {{"A2B0", Mft1()}}), dir_.File("absent.icc")}) {
-        Bind(path, 0, 0, 8);
-        engine().ConstructEngine(1.0, 2.0, 3.0);
-        engine().InputColorSpace2RGB(1.0, 2.0, 3.0);
-        engine().GetMft2();
+    auto engine = std::make_unique<CIccEngineS>();
+    for (const char* name : {"smooth.icc", "bytes.icc", "absent.icc"}) {
+        engine->SetProfile(pair_.Path(name).c_str(), IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0);
+        engine->ConstructEngine(1.0, 2.0, 3.0);
+        engine->InputColorSpace2RGB(1.0, 2.0, 3.0);
+        engine->GetMft2();
     }
-    engine().Initial(0);
-    engine().DeleteWorkingBuf();
+    engine->Initial(0);
+    engine->DeleteWorkingBuf();
     for (const int code : {265, 257}) {
-        engine().Unit.FormatCode = code;
-        for (const int count : {-1, 2}) engine().Unit.CheckWorkingBuf(pixels, pixels, count);
+        engine->Unit.FormatCode = code;
+        for (const int count : {-1, 2}) engine->Unit.CheckWorkingBuf(nullptr, nullptr, count);
     }
-    engine().Unit.DeleteWorkingBuf();
-    engine().Reset();
-    engine_.reset();
+    engine->Unit.DeleteWorkingBuf();
+    engine->Reset();
+    engine.reset();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-class BuildOperation : public PairTest {};
+class BuildOperation : public EngineTest {};
 
 TEST_F(BuildOperation, BuildsAllStagesOrNothing) {
     for (const auto build : {&CIccEngineS::ConstructEngine, &CIccEngineS::InputColorSpace2RGB}) {
@@ -184,7 +148,7 @@ TEST_F(BuildOperation, BuildsAllStagesOrNothing) {
     }
 }
 
-class SetIntent : public PairTest {};
+class SetIntent : public EngineTest {};
 
 TEST_F(SetIntent, StoresTheJobOnAnEmptyEngineAndFindsNoTable) {
     pair_.SetIntent(0, 65535, 65535);  // the job of an empty engine already

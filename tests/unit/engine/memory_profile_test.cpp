@@ -20,7 +20,7 @@ int BindTo(CIccEngineS& engine, const Profile& profile, const MemoryJob& job) {
 struct Binding {
     int result;
     bool ready;
-    std::vector<int> unit;
+    std::array<int, 12> unit;
     Bytes header;
     std::vector<std::pair<std::uint32_t, Bytes>> tags;
     Stages stages;
@@ -34,10 +34,7 @@ Binding BindingOf(const Profile& profile, const MemoryJob& job) {
     Binding binding;
     binding.result = BindTo(*engine, profile, job);
     binding.ready = engine->Ready();
-    const ICC40::ICC_UNIT::Info& unit = engine->Unit;
-    binding.unit = {unit.ProfileState, unit.Spare,  unit.InputSpace, unit.OutputSpace,
-                    unit.BuildResult,  unit.Intent, unit.PixelCount, unit.WorkCount,
-                    unit.Lightness,    unit.Chroma, unit.Hue,        unit.FormatCode};
+    binding.unit = NumbersOf(engine->Unit);
     binding.header.resize(sizeof engine->File.header);
     std::memcpy(binding.header.data(), &engine->File.header, binding.header.size());
     for (const auto& tag : engine->File.tagList) {
@@ -51,8 +48,7 @@ class MemoryProfile : public EngineTest {
 protected:
     /// Binds both forms of a profile, whose results must not differ, and returns whether they are ready.
     bool ExpectTheSame(const Bytes& profile, const MemoryJob& job) {
-        const std::string path = dir_.File("same.icc");
-        WriteFile(path, profile);
+        const std::string path = Put("same.icc", profile);
         const Binding file = BindingOf(path.c_str(), job), memory = BindingOf(profile, job);
         EXPECT_EQ(memory.result, file.result);
         EXPECT_EQ(memory.ready, file.ready);
@@ -97,9 +93,9 @@ TEST_F(MemoryProfile, GivesTheStateOfTheFileForBrokenProfiles) {
 }
 
 TEST_F(MemoryProfile, IsReadByEveryCallAndHasNoName) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 1, 8), 0);
+    ASSERT_EQ(Bind(pair_.Path("smooth.icc"), 0, 1, 8), 0);
     for (const unsigned mark : {0x1111U, 0x3333U}) {
-        ASSERT_EQ(BindTo(engine(), MiniProfile({{"A2B0", Mft2(MarkedLut(mark))}}), {0, 1, 8}), 0);
+        ASSERT_EQ(BindTo(engine(), Marked(mark), {0, 1, 8}), 0);
         EXPECT_TRUE(SeesMark(mark));
         EXPECT_EQ(engine().Unit.ProfileName, nullptr);
         EXPECT_EQ(engine().Unit.SecondName, nullptr);
@@ -107,8 +103,8 @@ TEST_F(MemoryProfile, IsReadByEveryCallAndHasNoName) {
 }
 
 TEST_F(MemoryProfile, IsNeverTakenForTheProfileOfAPath) {
-    const std::string path = Put("file.icc", {{"A2B0", Mft2(MarkedLut(0x1111))}});
-    const Bytes other = MiniProfile({{"A2B0", Mft2(MarkedLut(0x3333))}});
+    const std::string path = Put("file.icc", Marked(0x1111));
+    const Bytes other = Marked(0x3333);
     ASSERT_EQ(Bind(path, 0, 1, 8), 0);
     ASSERT_EQ(BindTo(engine(), other, {0, 1, 8}), 0);
     ASSERT_EQ(Bind(path, 0, 1, 8), 0);

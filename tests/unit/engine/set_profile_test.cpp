@@ -35,43 +35,42 @@ private:
     int descriptor_;
 };
 
-class SetProfile : public EngineTest {};
-class SetProfilePair : public PairTest {};
+class SetProfile : public EngineTest {
+protected:
+    const std::string smooth_ = pair_.Path("smooth.icc");
+};
 
-TEST_F(SetProfilePair, HoldsWhatItWasGivenAlsoAfterAReset) {
+TEST_F(SetProfile, HoldsWhatItWasGivenAlsoAfterAReset) {
     // After the reset the path is the same, but the output space is unset.
     for (int call = 0; call < 2; ++call) {
         pair_.SetProfile("smooth.icc", 2, 1, 23);
-        EXPECT_STREQ(engine().Unit.ProfileName.get(), pair_.Path("smooth.icc").c_str());
+        EXPECT_STREQ(engine().Unit.ProfileName.get(), smooth_.c_str());
         EXPECT_EQ(engine().Unit.SecondName, nullptr);
         EXPECT_EQ(engine().File.tagList.size(), 2U);
-        engine().Reset();
+        pair_.Reset();
     }
 }
 
 // Changes that cause the file to be read.
 
 TEST_F(SetProfile, ReadsTheFileForEachChangeOfTheJobAlone) {
-    const std::string path = PutSmooth();
-    OpenCounter opens(path);
-    ASSERT_EQ(Bind(path, 0, 0, 8), 0);
-    EXPECT_EQ(opens.Take(), 1);
+    OpenCounter opens(smooth_);
     for (const auto& [intent, input, output] : {std::array{1, 0, 8}, {0, 1, 8}, {0, 0, 9}, {0, 0, 12}}) {
         SCOPED_TRACE(testing::Message() << intent << " " << input << " " << output);
-        ASSERT_EQ(Bind(path, intent, input, output), 0);
+        pair_.SetProfile("smooth.icc", 0, 0, 8);
         EXPECT_EQ(opens.Take(), 1);
-        ASSERT_EQ(Bind(path, intent, input, output), 0);
-        EXPECT_EQ(opens.Take(), 0);
-        ASSERT_EQ(Bind(path, 0, 0, 8), 0);
-        EXPECT_EQ(opens.Take(), 1);
+        for (const int opened : {1, 0}) {
+            pair_.SetProfile("smooth.icc", intent, input, output);
+            EXPECT_EQ(opens.Take(), opened);
+        }
     }
 }
 
 TEST_F(SetProfile, OverlooksAChangedOrVanishedFileUntilAnArgumentChanges) {
-    const std::string path = PutMarked("one.icc", 0x1111);
+    const std::string path = Put("one.icc", Marked(0x1111));
     ASSERT_EQ(Bind(path, 0, 0, 8), 0);
     const Stages before = StagesOf(engine());
-    PutMarked("one.icc", 0x3333);
+    Put("one.icc", Marked(0x3333));
     EXPECT_EQ(Bind(path, 0, 0, 8), 0);
     ExpectStages(StagesOf(engine()), before);
     EXPECT_EQ(Bind(path, 0, 0, 20), 0);
@@ -84,70 +83,57 @@ TEST_F(SetProfile, OverlooksAChangedOrVanishedFileUntilAnArgumentChanges) {
 }
 
 TEST_F(SetProfile, ReadsTheFileEachTimeForARefusedSpace) {
-    const std::string path = PutSmooth();
-    OpenCounter opens(path);
-    for (const int space : {14, 65535}) {
-        for (int call = 0; call < 2; ++call) {
-            ASSERT_EQ(Bind(path, 0, 0, space), 0);
-            EXPECT_EQ(Status(), "65535/65535");
-            EXPECT_EQ(opens.Take(), 1) << space;
-        }
+    OpenCounter opens(smooth_);
+    for (const int space : {14, 14, 65535, 65535}) {
+        EXPECT_EQ(pair_.SetProfile("smooth.icc", 0, 0, space), 0);
+        EXPECT_EQ(opens.Take(), 1) << space;
     }
 }
 
 TEST_F(SetProfile, ComparesWithTheJobOfSetIntentAndChangesNothingForTheSame) {
-    const std::string path = PutSmooth();
-    ASSERT_EQ(Bind(path, 0, 0, 10), 0);
-    ASSERT_EQ(Rebind(1, 1, 13), 13);
-    ASSERT_EQ(engine().Adjust_Lch(4.0, 0.0, 0.0), 13);
-    OpenCounter opens(path);
-    engine().Unit.ProfileState = 4711;
-    EXPECT_EQ(Bind(path, 1, 1, 13), 0);
-    EXPECT_EQ(opens.Take(), 0);
-    EXPECT_EQ(Lch()[0], 4);
-    EXPECT_EQ(Status(), "13/9");
-    EXPECT_EQ(engine().Unit.ProfileState, 4711) << "nothing is stored at all";
-    EXPECT_EQ(Bind(path, 0, 0, 10), 0);
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
+    OpenCounter opens(smooth_);
+    for (const bool reset : {false, true}) {
+        if (reset) pair_.Reset();  // the state of the profile is then unset, and stays so
+        pair_.SetIntent(1, 1, 13);
+        pair_.AdjustLch(4.0, 0.0, 0.0);
+        pair_.SetProfile("smooth.icc", 1, 1, 13);
+        EXPECT_EQ(opens.Take(), 0);
+    }
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
     EXPECT_EQ(opens.Take(), 1);
-    EXPECT_EQ(Lch()[0], 0);
 }
 
 TEST_F(SetProfile, TakesAStoredEncodingThatItWouldRefuseAsUnchanged) {
-    const std::string path = PutMarked("a.icc", 0x1111);
-    ASSERT_EQ(Bind(path, 0, 0, 8), 0);
-    ASSERT_EQ(Rebind(0, 5, 8), 8);
-    PutMarked("a.icc", 0x2222);
+    pair_.SetProfile("smooth.icc", 0, 0, 8);
+    pair_.SetIntent(0, 5, 8);
     // The test for a change precedes the test of the encoding.
-    EXPECT_EQ(Bind(path, 0, 5, 8), 0);
-    EXPECT_EQ(Status(), "8/8");
-    EXPECT_TRUE(SeesMark(0x1111));
+    EXPECT_EQ(pair_.SetProfile("smooth.icc", 0, 5, 8), 0);
     // With any difference the encoding is tested.
-    EXPECT_EQ(Bind(path, 1, 5, 8), 65530);
-    EXPECT_EQ(Status(), "65535/65535");
+    EXPECT_EQ(pair_.SetProfile("smooth.icc", 1, 5, 8), 65530);
 }
 
 // Names.
 
 TEST_F(SetProfile, DropsTheSecondName) {
-    const std::string path = PutSmooth();
-    EXPECT_EQ(engine().SetProfile(path.c_str(), "anything", IntentOf(0), Space(0), Space(8), 1.0, 2.0, 3.0), 0);
+    EXPECT_EQ(engine().SetProfile(smooth_.c_str(), "anything", IntentOf(0), Space(0), Space(8), 1.0, 2.0, 3.0), 0);
     EXPECT_EQ(engine().Unit.SecondName, nullptr);
     ExpectGrid(ExpectedGrid(kA2B0, 8, {1.0, 2.0, 3.0}));
-    OpenCounter opens(path);
+    OpenCounter opens(smooth_);
     for (const char* second : {static_cast<const char*>(nullptr), "other"}) {
-        EXPECT_EQ(engine().SetProfile(path.c_str(), second, IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
+        EXPECT_EQ(engine().SetProfile(smooth_.c_str(), second, IntentOf(0), Space(0), Space(8), 0.0, 0.0, 0.0), 0);
         EXPECT_EQ(opens.Take(), 0) << "it counts for nothing in the test for a change";
     }
     // A stored second name is dropped, which is a change.
-    ASSERT_EQ(engine().Unit.CheckCurrentProfile(path.c_str(), "second"), 1);
-    EXPECT_EQ(Bind(path, 0, 0, 8), 0);
-    EXPECT_EQ(engine().Unit.SecondName, nullptr);
-    EXPECT_EQ(opens.Take(), 1);
-    EXPECT_EQ(Bind(path, 0, 0, 8), 0);
-    EXPECT_EQ(opens.Take(), 0);
+    ASSERT_EQ(engine().Unit.CheckCurrentProfile(smooth_.c_str(), "second"), 1);
+    for (const int opened : {1, 0}) {
+        EXPECT_EQ(Bind(smooth_, 0, 0, 8), 0);
+        EXPECT_EQ(engine().Unit.SecondName, nullptr);
+        EXPECT_EQ(opens.Take(), opened);
+    }
 }
 
-TEST_F(SetProfilePair, RemembersThePathEvenWhenTheRestFails) {
+TEST_F(SetProfile, RemembersThePathEvenWhenTheRestFails) {
     // An absent file, and a refused encoding.
     for (const auto& [name, input, result] : {std::tuple{"absent.icc", 0, 65531}, {"smooth.icc", 2, 65530}}) {
         ASSERT_EQ(pair_.SetProfile(name, 1, input, 8), result);
@@ -160,7 +146,7 @@ TEST_F(SetProfilePair, RemembersThePathEvenWhenTheRestFails) {
 
 TEST_F(SetProfile, TakesANullPathForAFileThatCannotBeOpened) {
     for (int call = 0; call < 2; ++call) EXPECT_EQ(BindNull(0, 0, 8), 65531);
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 8), 0);
+    ASSERT_EQ(Bind(smooth_, 0, 0, 8), 0);
     EXPECT_EQ(BindNull(0, 0, 8), 65531);
     EXPECT_EQ(Status(), "65535/65535");
     EXPECT_EQ(engine().Unit.ProfileName, nullptr);
@@ -175,8 +161,8 @@ TEST_F(SetProfile, TakesANullPathForAFileThatCannotBeOpened) {
 
 // Calls that fail, and the binding afterwards.
 
-TEST_F(SetProfilePair, RefusesAnInputEncodingWithoutOpeningTheFile) {
-    OpenCounter opens(pair_.Path("smooth.icc"));
+TEST_F(SetProfile, RefusesAnInputEncodingWithoutOpeningTheFile) {
+    OpenCounter opens(smooth_);
     for (const int input : {2, 3, 5, 8, 65535, -1, INT_MAX, INT_MIN}) {
         SCOPED_TRACE(input);
         pair_.SetProfile("smooth.icc", 1, 0, 8);
@@ -188,7 +174,7 @@ TEST_F(SetProfilePair, RefusesAnInputEncodingWithoutOpeningTheFile) {
     }
 }
 
-TEST_F(SetProfilePair, DestroysWhatWasThereWhenTheFileCannotBeOpened) {
+TEST_F(SetProfile, DestroysWhatWasThereWhenTheFileCannotBeOpened) {
     for (const int input : {0, 1}) {
         pair_.SetProfile("smooth.icc", 1, input, 9);
         for (int call = 0; call < 2; ++call) {
@@ -198,7 +184,7 @@ TEST_F(SetProfilePair, DestroysWhatWasThereWhenTheFileCannotBeOpened) {
     }
 }
 
-TEST_F(SetProfilePair, BindsAProfileWithoutATable) {
+TEST_F(SetProfile, BindsAProfileWithoutATable) {
     OpenCounter opens(pair_.Path("none.icc"));
     for (const int opened : {1, 0}) {
         EXPECT_EQ(pair_.SetProfile("none.icc", 0, 1, 9), 0);
@@ -210,7 +196,7 @@ TEST_F(SetProfilePair, BindsAProfileWithoutATable) {
     EXPECT_TRUE(engine().File.tagList.empty()) << "the profile before is gone";
 }
 
-TEST_F(SetProfilePair, BuildsItsOwnAdjustmentButStoresNoneAndClearsTheStoredOne) {
+TEST_F(SetProfile, BuildsItsOwnAdjustmentButStoresNoneAndClearsTheStoredOne) {
     pair_.SetProfile("smooth.icc", 0, 0, 10, 6.5, -2.25, 14.0);
     // So an adjustment of 0 is no change, nor is another adjustment in the same call.
     pair_.AdjustLch(0.0, 0.0, 0.0);

@@ -13,7 +13,7 @@ protected:
 };
 
 TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
-    for (const std::size_t entries : {std::size_t{2}, std::size_t{3}, std::size_t{256}, std::size_t{4096}}) {
+    for (const std::size_t entries : {2U, 3U, 256U, 4096U}) {
         MiniLut lut = SmoothLut();
         for (std::size_t c = 0; c < 3; ++c) {
             lut.input[c].clear();
@@ -21,29 +21,31 @@ TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
                 lut.input[c].push_back(static_cast<std::uint16_t>((i * 2654435761U >> (3 * c)) & 0xffffU));
             }
         }
-        const Bytes block = Mft2(lut);
-        ASSERT_EQ(Bind(Put(std::to_string(entries), {{"A2B0", block}}), 0, 0, 8), 0);
-        Fill(4);
-        engine().Unit.BuildResult = 4711;
+        EnginePair pair({{"curves.icc", MiniProfile({{"A2B0", Mft2(lut)}})}});
+        pair.SetProfile("curves.icc", 0, 0, 8);
         // Lab encodings, and others that count as bytes; each build replaces the previous tables.
         for (const int input : {1, 0, 1, 2, 3, 5, 65535, 0}) {
             SCOPED_TRACE(testing::Message() << entries << " entries, input " << input);
-            engine().Unit.InputSpace = Space(input);
-            engine().Set1DLutIn(&Table());
-            EXPECT_EQ(engine().InEntries, input == 1 ? 65536 : 256);
-            ExpectTables(InputOf(engine()), InputStage(DecodeLutTag(block).value(), input));
-            EXPECT_EQ(engine().Unit.InputSpace, input);
-            EXPECT_EQ(Status(), "8/4711");
+            pair.SetIntent(0, input, 8);
         }
-        ExpectFilled(4);
     }
+}
+
+TEST_F(Set1DLutIn, TouchesNoOtherStage) {
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
+    FillTables(engine(), 4);
+    engine().Unit.InputSpace = Space(1);
+    engine().Unit.BuildResult = 4711;
+    engine().Set1DLutIn(&Table());
+    ExpectStages(StagesOf(engine()), {InputStage(DecodeLutTag(kA2B0).value(), 1), PatternGrid(4), PatternOutput(4)});
+    EXPECT_EQ(Status(), "10/4711");
 }
 
 TEST_F(Set1DLutIn, PacksByShiftUnderAFixedMask) {
     for (const int shift : {12, 11, 8, 4, 0}) {
         for (const int input : {0, 1}) {
             SCOPED_TRACE(testing::Message() << "shift " << shift << ", input " << input);
-            ASSERT_EQ(Bind(PutSmooth(), 0, input, 8 + input), 0);
+            pair_.SetProfile("smooth.icc", 0, input, 8 + input);
             // Packed with 12 bits, an entry gives back its original value.
             Tables expected = InputOf(engine());
             for (auto& table : expected) {
@@ -63,12 +65,12 @@ TEST_F(Set1DLutIn, PacksByShiftUnderAFixedMask) {
 class Set3DLut : public Set1DLutIn {};
 
 TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
     const Tables input = InputOf(engine());
-    Fill(4);
+    FillTables(engine(), 4);
     engine().Set3DLut(&Table(), 3.5, 4.5, 5.5);
     ExpectStages(StagesOf(engine()), {input, ExpectedGrid(kA2B0, 10, {3.5, 4.5, 5.5}), PatternOutput(4)});
-    EXPECT_EQ(Lch(), (std::array{0, 0, 0}));
+    EXPECT_EQ(engine().Unit.Lightness + engine().Unit.Chroma + engine().Unit.Hue, 0);
     EXPECT_EQ(Status(), "10/10");
 }
 
@@ -77,11 +79,11 @@ TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
     MiniLut lut = SmoothLut(3);
     lut.grid = ScatteredGrid(3, 99);
     const Bytes block = Mft2(lut);
-    ASSERT_EQ(Bind(Put("wide.icc", {{"A2B0", block}}), 0, 0, 10), 0);
+    ASSERT_EQ(Bind(Put("wide.icc", MiniProfile({{"A2B0", block}})), 0, 0, 10), 0);
     const Grid plain = ExpectedGrid(block, 10);
     ExpectGrid(plain);
     for (const Offsets& by : {Offsets{-0.0, 0.0, -0.0}, {kNaN, kNaN, kNaN}, {kInfinity, -kInfinity, kInfinity}}) {
-        Fill(4);
+        FillTables(engine(), 4);
         engine().Set3DLut(&Table(), by[0], by[1], by[2]);
         ExpectGrid(plain);
     }
@@ -94,7 +96,7 @@ TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
 }
 
 TEST_F(Set3DLut, ShiftsConstantsByShiftAndDifferencesByNothing) {
-    ASSERT_EQ(Bind(PutSmooth(), 0, 0, 10), 0);
+    pair_.SetProfile("smooth.icc", 0, 0, 10);
     const Grid usual = GridOf(engine());
     for (const int shift : {12, 11, 8, 4, 0}) {
         SCOPED_TRACE(shift);
@@ -122,7 +124,7 @@ TEST_P(Set1DLutOut, FillsTheTablesAndSettlesTheStatus) {
     // The input encoding has no effect on it.
     for (const int input : {0, 1, 5, 65535}) {
         SCOPED_TRACE(input);
-        Fill(0xdeadbeef);
+        FillTables(engine(), 0xdeadbeef);
         engine().Unit.InputSpace = Space(input);
         engine().Unit.OutputSpace = Space(space_);
         engine().Set1DLutOut(nullptr);
@@ -136,7 +138,7 @@ TEST_P(Set1DLutOut, FillsTheTablesAndSettlesTheStatus) {
 // The input tables and the grid are built in either case. Kept: SetProfile names the space as the result, also for the
 // aliases 12 and 13, SetIntent the encoding that was made.
 TEST_P(Set1DLutOut, SettlesWhatSetProfileAndSetIntentAnswer) {
-    EnginePair pair(PairTest::Profiles());
+    EnginePair pair(EngineTest::Profiles());
     EXPECT_EQ(pair.SetProfile("smooth.icc", 0, 0, space_), 0);
     EXPECT_EQ(pair.Real().InEntries, 256);
     EXPECT_EQ(pair.Real().Unit.BuildResult, status_);
