@@ -2,7 +2,7 @@
 #pragma once
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,6 +61,8 @@ inline const std::string kConversionLog =
     "Start Conversion(Pause) : End Conversion(count : 0)\n"
     "Start Conversion(Stop) :  End Conversion(count : 0)\n";
 
+inline constexpr const char* kFailed = "<child failed>";
+
 /// Runs `body` in a child process that ends with `exit`, and returns the child's standard output.
 inline std::string OutputOfChild(const std::function<void()>& body) {
     int ends[2];
@@ -84,18 +86,14 @@ inline std::string OutputOfChild(const std::function<void()>& body) {
     close(ends[0]);
     int status = 0;
     waitpid(child, &status, 0);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) output += "<child failed>";
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) output += kFailed;
     return output;
 }
 
 /// The output of a tool; its exit status must be 0.
 inline std::string OutputOfTool(const std::string& command) {
-    std::FILE* const stream = popen(command.c_str(), "r");
-    if (stream == nullptr) throw std::runtime_error("cannot run " + command);
-    std::string output;
-    char buffer[4096];
-    for (std::size_t got = 0; (got = std::fread(buffer, 1, sizeof buffer, stream)) > 0;) output.append(buffer, got);
-    EXPECT_EQ(pclose(stream), 0) << command;
+    const std::string output = OutputOfChild([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); });
+    EXPECT_THAT(output, testing::Not(testing::HasSubstr(kFailed))) << command;
     return output;
 }
 

@@ -154,15 +154,6 @@ TEST_F(ExportedAdjust, ShiftsColoursAndLaysCurvesInOneCall) {
     }
 }
 
-TEST_F(ExportedAdjust, GivesEveryPixelTheValueOfLevelCurves) {
-    engines_.SetProfile("black.icc", 0, 0, 10);
-    engines_.Adjust(0, 0, 0, {Bytes(256, 9), Bytes(256, 8), Bytes(256, 7)});
-    const Bytes pixels = engines_.Convert();
-    Bytes expected;
-    while (expected.size() < pixels.size()) expected.insert(expected.end(), {9, 8, 7});
-    EXPECT_THAT(pixels, EqualsBytes(expected));
-}
-
 TEST_F(ExportedAdjust, AnswersTheOutputSpaceAndNotTheResult) {
     const ToneCurves curves = SomeCurves(256);
     EXPECT_EQ(engines_.Adjust(1, 2, 3, curves), 65535) << "no profile";

@@ -71,16 +71,6 @@ TEST_F(ExportedConvertFile, WritesTheReferencePixelsAndAnswersTheOutputSpace) {
     }
 }
 
-TEST_F(ExportedConvertFile, WithoutAProfileMakesNoFileAndPrintsNothing) {
-    engines_.ConvertFile();
-    testing::internal::CaptureStdout();
-    for (const EngineApi& api : engines_.Apis()) {
-        EXPECT_EQ(api.ConvertFile(engines_.Path("absent.tif").c_str(), dest_.c_str()), 65535);
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_FALSE(std::filesystem::exists(dest_));
-}
-
 TEST_F(ExportedConvertFile, OfAMissingSourceLooksLikeASuccess) {
     engines_.SetProfile("black.icc", 0, 0, 8);
     const std::string absent = engines_.Path("absent.tif");
@@ -92,24 +82,6 @@ TEST_F(ExportedConvertFile, OfAMissingSourceLooksLikeASuccess) {
                       "*** Tiff::SaveFile() --> TiffTag EntryCounts is 0. ***\n");
         EXPECT_EQ(ReadFile(dest_), Bytes());
         WriteFile(dest_, Bytes(100, 1));  // emptied by the next engine
-    }
-}
-
-TEST_F(ExportedConvertFile, FlushesItsLinesAndPrintsTheSameTwice) {
-    const std::string source = engines_.Path("in.tif");
-    WriteFile(source, MiniTiff{10, 10, 3, 8, SomePixels(), Bytes(64, 1)}.Build());
-    for (const int input : {0, 1}) {
-        engines_.SetProfile("black.icc", 0, input, 8);
-        for (const EngineApi& api : engines_.Apis()) {
-            // A process that ends without flushing anything itself.
-            const std::string printed = OutputOfChild([&] {
-                api.ConvertFile(source.c_str(), dest_.c_str());
-                std::puts("between");
-                api.ConvertFile(source.c_str(), dest_.c_str());
-                _exit(0);
-            });
-            EXPECT_EQ(printed, kConversionLog + "between\n" + kConversionLog);
-        }
     }
 }
 

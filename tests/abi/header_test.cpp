@@ -91,8 +91,6 @@ TEST_F(Header, TheCheckItselfFindsFaults) {
 }
 
 TEST_F(Header, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
-    EXPECT_EQ(sizeof(HueweaveIntent), 4U);
-    EXPECT_EQ(sizeof(HueweaveColorSpace), 4U);
     EXPECT_TRUE((std::is_same_v<std::underlying_type_t<HueweaveIntent>, std::int32_t>));
     EXPECT_TRUE((std::is_same_v<std::underlying_type_t<HueweaveColorSpace>, std::int32_t>));
     // C chooses the width of an enum from its values; the functions take 32 bits.

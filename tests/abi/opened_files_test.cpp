@@ -33,14 +33,10 @@ std::FILE* OpenStream(const char* name, const char* path, const char* mode) {
     return Next<std::FILE* (*)(const char*, const char*)>(name)(path, mode);
 }
 
-int OpenDescriptor(const char* name, const char* path, int flags, mode_t mode) {
+int OpenDescriptor(const char* name, const char* path, int flags, std::va_list arguments) {
     Note((flags & O_ACCMODE) == O_RDONLY, path);
-    return Next<int (*)(const char*, int, ...)>(name)(path, flags, mode);
-}
-
-mode_t ModeAmong(int flags, std::va_list arguments) {
-    const bool given = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
-    return given ? va_arg(arguments, mode_t) : 0;
+    const bool makes = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+    return Next<int (*)(const char*, int, ...)>(name)(path, flags, makes ? va_arg(arguments, mode_t) : 0);
 }
 
 }  // namespace
@@ -51,16 +47,16 @@ std::FILE* fopen64(const char* path, const char* mode) { return OpenStream("fope
 int open(const char* path, int flags, ...) {
     std::va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = ModeAmong(flags, arguments);
+    const int descriptor = OpenDescriptor("open", path, flags, arguments);
     va_end(arguments);
-    return OpenDescriptor("open", path, flags, mode);
+    return descriptor;
 }
 int open64(const char* path, int flags, ...) {
     std::va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = ModeAmong(flags, arguments);
+    const int descriptor = OpenDescriptor("open64", path, flags, arguments);
     va_end(arguments);
-    return OpenDescriptor("open64", path, flags, mode);
+    return descriptor;
 }
 }
 

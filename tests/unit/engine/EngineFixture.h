@@ -109,10 +109,6 @@ inline Grid ExpectedGrid(const Bytes& block, int space, const Offsets& by = {},
     return WordsOf(CellStage(GridStage(DecodeLutTag(block).value(), by[0], by[1], by[2], space, white)));
 }
 
-/// The table tags of a profile; the first input entry of each table differs and so identifies it in a build.
-inline constexpr std::string_view kTableNames[] = {"A2B0", "A2B1", "A2B2"};
-constexpr unsigned TableMark(int table) { return 0x2123U + 0x3000U * static_cast<unsigned>(table); }
-
 // The tables of the profile that most tests bind, and a white point other than the usual one.
 inline const Bytes kA2B0 = Mft2(SmoothLut(5));
 inline const Bytes kA2B1 = Mft2(SmoothLut(9));

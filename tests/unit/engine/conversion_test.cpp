@@ -50,16 +50,7 @@ protected:
     std::unique_ptr<CIccEngineS> engine_ = MakeHandEngine(wide_);
 };
 
-TEST_P(Conversion, FollowsTheFormula) {
-    constexpr int kPixels = 20000;
-    const Bytes before = SomePixels(kPixels, wide_), expected = ReferenceRun(*engine_, before);
-    Bytes source = before, dest(source.size(), 0xa5);
-    EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), kPixels), 0);
-    // 8-bit pixels overwrite the source.
-    EXPECT_THAT(source, EqualsBytes(wide_ ? before : expected));
-    EXPECT_THAT(dest, EqualsBytes(wide_ ? expected : Bytes(dest.size(), 0xa5)));
-    ExpectReference(before);
-}
+TEST_P(Conversion, FollowsTheFormula) { ExpectReference(SomePixels(20000, wide_)); }
 
 TEST_P(Conversion, ShiftsByTwelveWhateverShiftHolds) {
     for (const int shift : {4, 0, 11, 13}) {
@@ -110,15 +101,15 @@ TEST_P(Conversion, StoresTheLowBitsOfAnEntry) {
 
 TEST_P(Conversion, TouchesTheCountedPixelsAlone) {
     const std::size_t pixel = PixelBytes(wide_);
-    for (const int count : {2, 1, 0, -1, -1000, INT_MIN}) {
+    for (const int count : {100, 2, 1, 0, -1, -1000, INT_MIN}) {
         SCOPED_TRACE(count);
-        const Bytes before = SomePixels(4, wide_);
+        const Bytes before = SomePixels(102, wide_);
         Bytes source = before, dest(before.size(), 0x55);
         ASSERT_EQ(engine_->Conversion(source.data() + pixel, dest.data() + pixel, count), 0);
         const auto length = static_cast<std::ptrdiff_t>(std::max(count, 0) * static_cast<int>(pixel));
         const auto at = static_cast<std::ptrdiff_t>(pixel);
         const Bytes run = ReferenceRun(*engine_, Bytes(before.begin() + at, before.begin() + at + length));
-        Bytes expected = wide_ ? Bytes(before.size(), 0x55) : before;
+        Bytes expected = wide_ ? Bytes(before.size(), 0x55) : before;  // 8-bit pixels overwrite the source
         std::copy(run.begin(), run.end(), expected.begin() + at);
         EXPECT_THAT(wide_ ? dest : source, EqualsBytes(expected));
         EXPECT_THAT(wide_ ? source : dest, EqualsBytes(wide_ ? before : Bytes(before.size(), 0x55)));
@@ -203,15 +194,12 @@ TEST(WideConversion, LooksAtItsTablesAndNotAtTheJobWhereItIsGivenWords) {
 class BoundConversion : public EngineTest {};
 
 TEST_F(BoundConversion, TouchesNothingWithoutTables) {
-    Bytes source(60, 0x11), dest(60, 0x22);
     Samples words(60, 0x3333);
     for (const int input : {0, 1, 65535}) {
-        engine().Unit.InputSpace = Space(input);
-        EXPECT_EQ(engine().Conversion(source.data(), dest.data(), 10), 0);
+        pair_.SetIntent(0, input, 8);
+        pair_.Convert();
         EXPECT_EQ(engine().Conversion(words.data(), words.data(), 10), 0);
     }
-    EXPECT_EQ(source, Bytes(60, 0x11));
-    EXPECT_EQ(dest, Bytes(60, 0x22));
     EXPECT_EQ(words, Samples(60, 0x3333));
 }
 

@@ -55,26 +55,23 @@ TEST(EngineLayout, HasPlainOperationsOfTheseForms) {
     EXPECT_TRUE((IsPlain<int (Owner::*)(const char*, const char*) const>(&Owner::Conversion)));
 }
 
-template <class Field>
-constexpr bool kSigned32 = std::is_same_v<Field, std::int32_t>;
-static_assert(kSigned32<decltype(Info::ProfileState)> && kSigned32<decltype(Info::Spare)>);
-static_assert(kSigned32<decltype(Info::BuildResult)> && kSigned32<decltype(Info::PixelCount)>);
-static_assert(kSigned32<decltype(Info::WorkCount)> && kSigned32<decltype(Info::FormatCode)>);
-static_assert(kSigned32<decltype(Info::Lightness)> && kSigned32<decltype(Info::Chroma)>);
-static_assert(kSigned32<decltype(Info::Hue)> && kSigned32<decltype(CIccEngineS::Shift)>);
-static_assert(std::is_same_v<decltype(Info::InputSpace), ColorSpaceSignature> && sizeof(ColorSpaceSignature) == 4);
-static_assert(std::is_same_v<decltype(Info::OutputSpace), ColorSpaceSignature>);
-static_assert(std::is_same_v<decltype(Info::Intent), Intent> && sizeof(Intent) == 4);
-static_assert(std::is_same_v<decltype(Info::WorkBuf), std::unique_ptr<unsigned short[]>>);
+template <class Type, class... Fields>
+constexpr bool kAllAre = (std::is_same_v<Type, Fields> && ...);
+static_assert(
+    kAllAre<std::int32_t, decltype(Info::ProfileState), decltype(Info::Spare), decltype(Info::BuildResult),
+            decltype(Info::PixelCount), decltype(Info::WorkCount), decltype(Info::FormatCode),
+            decltype(Info::Lightness), decltype(Info::Chroma), decltype(Info::Hue), decltype(CIccEngineS::Shift)>);
+static_assert(kAllAre<ColorSpaceSignature, decltype(Info::InputSpace), decltype(Info::OutputSpace)>);
+static_assert(kAllAre<Intent, decltype(Info::Intent)> && sizeof(Intent) == 4 && sizeof(ColorSpaceSignature) == 4);
+static_assert(kAllAre<std::unique_ptr<unsigned short[]>, decltype(Info::WorkBuf)>);
 
 // The names of the tables and of the white point: four characters, the first one in the highest byte.
 static_assert(TagName("A2B0") == 0x41324230U && TagName("A2B1") == 0x41324231U);
 static_assert(TagName("A2B2") == 0x41324232U && TagName("wtpt") == 0x77747074U);
 
 static_assert(std::is_same_v<decltype(CIccEngineS::Lut3D), std::int32_t[4096][6][3][4]>);
-static_assert(std::is_same_v<decltype(CIccEngineS::Lut1DOutR), std::uint32_t[65536]>);
-static_assert(std::is_same_v<decltype(CIccEngineS::Lut1DOutG), std::uint32_t[65536]>);
-static_assert(std::is_same_v<decltype(CIccEngineS::Lut1DOutB), std::uint32_t[65536]>);
+static_assert(kAllAre<std::uint32_t[65536], decltype(CIccEngineS::Lut1DOutR), decltype(CIccEngineS::Lut1DOutG),
+                      decltype(CIccEngineS::Lut1DOutB)>);
 static_assert(std::is_same_v<decltype(CIccEngineS::Lut1DInR), std::unique_ptr<std::uint32_t[]>>);
 static_assert(sizeof(CIccEngineS) >= (1152 + 3 * 256) * 1024 && sizeof(CIccEngineS) < (1152 + 3 * 256 + 1) * 1024,
               "close to 2 MB: only the tables are large");

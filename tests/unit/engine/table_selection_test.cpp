@@ -12,9 +12,10 @@ class TableSelection : public testing::TestWithParam<std::tuple<int, int>> {};
 
 TEST_P(TableSelection, ServesEveryCall) {
     const auto [subset, intent] = GetParam();
+    constexpr std::string_view kNames[] = {"A2B0", "A2B1", "A2B2"};
     MiniTags tags;
-    for (int table = 2; table >= 0; --table) {
-        if ((subset >> table & 1) != 0) tags.emplace_back(kTableNames[table], Mft2(MarkedLut(TableMark(table))));
+    for (unsigned table = 3; table-- > 0;) {
+        if ((subset >> table & 1) != 0) tags.emplace_back(kNames[table], Mft2(MarkedLut(0x2123 + 0x3000 * table)));
     }
     EnginePair pair({{"subset.icc", MiniProfile(tags)}});
     pair.SetProfile("subset.icc", intent, 0, 10);
@@ -34,36 +35,24 @@ struct BadTable {
     Bytes block;
 };
 
-/// A block of type "mft2" with one byte changed and `more` zeros appended.
-Bytes Patched(std::size_t at, unsigned value, std::size_t more = 0) {
-    Bytes block = Mft2(SmoothLut());
-    block.at(at) = static_cast<unsigned char>(value);
+/// A block with some bytes set and `more` zeros appended.
+Bytes Patched(Bytes block, std::size_t at, const Bytes& values, std::size_t more = 0) {
+    std::ranges::copy(values, block.begin() + static_cast<std::ptrdiff_t>(at));
     block.resize(block.size() + more);
-    return block;
-}
-/// A block of type "mAB " with two bytes set.
-Bytes PatchedCurved(std::size_t at, unsigned first, unsigned second) {
-    Bytes block = MftAB(SmoothLut());
-    block.at(at) = static_cast<unsigned char>(first);
-    block.at(at + 1) = static_cast<unsigned char>(second);
-    return block;
-}
-Bytes CutTable() {
-    Bytes block = Mft2(SmoothLut());
-    block.resize(block.size() - 8);
     return block;
 }
 
 std::vector<BadTable> BadTables() {
+    const Bytes plain = Mft2(SmoothLut()), curved = MftAB(SmoothLut());
     return {{"TableOfBytes", Mft1()},
-            {"ForeignType", Patched(3, '3')},
-            {"TypeOfTheOtherDirection", PatchedCurved(1, 'B', 'A')},
+            {"ForeignType", Patched(plain, 3, {'3'})},
+            {"TypeOfTheOtherDirection", Patched(curved, 1, {'B', 'A'})},
             {"EmptyBlock", {}},
-            {"TablesPastTheBlock", CutTable()},
-            {"FourInputs", Patched(8, 4, 4096)},
-            {"ThirtyFourGridPoints", Patched(10, 34, 240000)},
+            {"TablesPastTheBlock", Bytes(plain.begin(), plain.end() - 8)},
+            {"FourInputs", Patched(plain, 8, {4}, 4096)},
+            {"ThirtyFourGridPoints", Patched(plain, 10, {34}, 240000)},
             {"CurvedWithoutGrid", MftAB(SmoothLut(), false)},
-            {"CurvedWithoutOutputCurves", PatchedCurved(14, 0, 0)}};
+            {"CurvedWithoutOutputCurves", Patched(curved, 14, {0, 0})}};
 }
 
 class UnusableTable : public testing::TestWithParam<BadTable> {

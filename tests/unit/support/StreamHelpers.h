@@ -11,6 +11,7 @@
 #include "support/ByteWriter.h"
 #include "support/Matchers.h"
 #include "support/TempDir.h"
+#include "support/TiffBuilder.h"
 
 namespace hueweave::test {
 
@@ -19,12 +20,6 @@ inline constexpr unsigned char kUntouched = 0xcc;
 
 inline std::uint64_t Address(const void* place) { return reinterpret_cast<std::uintptr_t>(place); }
 
-/// `count` bytes that differ from their neighbours, starting with `first`.
-inline Bytes Rising(std::size_t count, unsigned first) {
-    Bytes bytes(count);
-    for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<unsigned char>(first + i);
-    return bytes;
-}
 /// These bytes first, then untouched bytes up to `count`.
 inline Bytes ReadInto(std::size_t count, const Bytes& first) {
     Bytes bytes = first;
@@ -45,10 +40,9 @@ public:
         return {first, first + static_cast<std::ptrdiff_t>(size_)};
     }
     bool FencesStand() const {
-        for (std::size_t i = 0; i < kFence; ++i) {
-            if (all_[i] != 0xee || all_[kFence + size_ + i] != 0xee) return false;
-        }
-        return true;
+        const Bytes fence(kFence, 0xee);
+        return std::equal(fence.begin(), fence.end(), all_.begin()) &&
+               std::equal(fence.begin(), fence.end(), all_.end() - kFence);
     }
 
 private:

@@ -28,7 +28,7 @@ protected:
         for (unsigned i = 0; i < kLength; ++i) block_.Data()[i] = static_cast<unsigned char>(kFirst + i);
         stream_.position = stream_.begin + static_cast<std::uint64_t>(place);
     }
-    FencedBlock block_{Rising(kLength, kFirst)};
+    FencedBlock block_{CountingBytes(kLength, kFirst)};
     IO_Buf stream_{block_.Data(), kLength};
     std::uint64_t begin_ = Address(block_.Data()), end_ = begin_ + kLength;
 };
@@ -52,9 +52,9 @@ TEST_F(IoBuf, AReadStopsAtTheEndAndTellsItsPosition) {
         Bytes bytes(100, kUntouched);
         EXPECT_EQ(stream_.Read(bytes.data(), size, count), stream_.begin + static_cast<std::uint64_t>(from + moved));
         EXPECT_EQ(Place(stream_), from + moved);
-        EXPECT_THAT(bytes, EqualTo(ReadInto(
-                               100, Rising(static_cast<std::size_t>(moved), kFirst + static_cast<unsigned>(from)))));
-        EXPECT_EQ(block_.Content(), Rising(kLength, kFirst)) << "reading changes nothing";
+        EXPECT_THAT(bytes, EqualTo(ReadInto(100, CountingBytes(static_cast<std::size_t>(moved),
+                                                               kFirst + static_cast<unsigned>(from)))));
+        EXPECT_EQ(block_.Content(), CountingBytes(kLength, kFirst)) << "reading changes nothing";
     }
 }
 
@@ -62,16 +62,16 @@ TEST_F(IoBuf, AWriteStopsAtTheEndAndMovesOnByAllOfIt) {
     for (const auto& [from, size, count, moved] : kTransfers) {
         SCOPED_TRACE(std::to_string(size) + " x " + std::to_string(count) + " from " + std::to_string(from));
         StartAt(from);
-        Bytes bytes = Rising(100, kWritten);
+        Bytes bytes = CountingBytes(100, kWritten);
         const auto asked = static_cast<std::int64_t>(size * count);
         EXPECT_EQ(stream_.Write(bytes.data(), size, count), stream_.begin + static_cast<std::uint64_t>(from + asked));
         EXPECT_EQ(Place(stream_), from + asked);
-        Bytes expected = Rising(kLength, kFirst);
+        Bytes expected = CountingBytes(kLength, kFirst);
         for (std::int64_t i = 0; i < moved; ++i) {
             expected[static_cast<std::size_t>(from + i)] = static_cast<unsigned char>(kWritten + i);
         }
         EXPECT_EQ(block_.Content(), expected);
-        EXPECT_EQ(bytes, Rising(100, kWritten)) << "the source is only read";
+        EXPECT_EQ(bytes, CountingBytes(100, kWritten)) << "the source is only read";
     }
 }
 
@@ -87,16 +87,16 @@ TEST_F(IoBuf, AVastTransferStopsAtTheEnd) {
         Bytes target(20, kUntouched);
         EXPECT_EQ(stream_.Read(target.data(), size, count), stream_.end);
         EXPECT_EQ(stream_.position, stream_.end);
-        EXPECT_EQ(target, ReadInto(20, Rising(4, 0x46)));
+        EXPECT_EQ(target, ReadInto(20, CountingBytes(4, 0x46)));
         StartAt(6);
-        Bytes bytes = Rising(4, kWritten);
+        Bytes bytes = CountingBytes(4, kWritten);
         stream_.Write(bytes.data(), size, count);
         EXPECT_EQ(block_.Content(), (Bytes{0x40, 0x41, 0x42, 0x43, 0x44, 0x45, 0x90, 0x91, 0x92, 0x93}));
         target.assign(4, kUntouched);
         stream_.Read(target.data(), 1, 4);
         EXPECT_EQ(target, Bytes(4, kUntouched)) << "it stands beyond the end and not before the start";
     }
-    Bytes bytes = Rising(10, kWritten);
+    Bytes bytes = CountingBytes(10, kWritten);
     StartAt(0);
     EXPECT_EQ(stream_.Write(bytes.data(), 1, 1UL << 62), stream_.begin + (1UL << 62)) << "as far as numbers reach";
     stream_.position = ULONG_MAX;
@@ -120,7 +120,7 @@ TEST_F(IoBuf, AnEmptyBlockHoldsNothing) {
         EXPECT_EQ(empty.position, Address(block));
         EXPECT_EQ(empty.Write(bytes.data(), 1, 3), Address(block) + 3);
     }
-    EXPECT_EQ(block_.Content(), Rising(kLength, kFirst));
+    EXPECT_EQ(block_.Content(), CountingBytes(kLength, kFirst));
 }
 
 // --- seeks
@@ -159,25 +159,20 @@ constexpr Step kFromFar[] = {{-k32 - 5, 0, 1, 0, -5},      {-k31 - 1, 0, 1, 0, I
                              {-1, INT_MIN, 1, 0, INT_MAX}, {k32 + 16, 1, 1, 10, 7},      {k32 + 8, 1, 1, 10, -1},
                              {k31 + 9, 1, 1, 10, INT_MIN}};
 
-void ExpectSteps(std::span<const Step> steps) {
-    for (const Step& step : steps) {
-        SCOPED_TRACE(std::to_string(step.offset) + " of origin " + std::to_string(step.origin) + " at " +
-                     std::to_string(step.from));
-        FencedBlock block(Rising(10, 0));
-        IO_Buf stream(block.Data(), 10);
-        stream.position = stream.begin + static_cast<std::uint64_t>(step.from);
-        EXPECT_EQ(stream.Seek(step.offset, step.origin), step.result);
-        EXPECT_EQ(Place(stream), step.to);
-        EXPECT_EQ(stream.begin, Address(block.Data()));
-        EXPECT_EQ(stream.end, Address(block.Data()) + 10);
-        EXPECT_EQ(block.Content(), Rising(10, 0));
-    }
-}
+using IoBufSeek = IoBuf;
 
-TEST(IoBufSeek, StopsAtOneLimitAndAnswersTheLow32BitsOfTheExcess) {
+TEST_F(IoBufSeek, StopsAtOneLimitAndAnswersTheLow32BitsOfTheExcess) {
     for (const auto& steps :
          {std::span<const Step>(kFromInside), {kByTheLimitsOfAnInt}, {kFromBeyond}, {kFromBefore}, {kFromFar}}) {
-        ExpectSteps(steps);
+        for (const auto& [from, offset, origin, to, result] : steps) {
+            SCOPED_TRACE(testing::Message() << offset << " of origin " << origin << " at " << from);
+            StartAt(from);
+            EXPECT_EQ(stream_.Seek(offset, origin), result);
+            EXPECT_EQ(Place(stream_), to);
+            EXPECT_EQ(stream_.begin, begin_);
+            EXPECT_EQ(stream_.end, end_);
+            EXPECT_EQ(block_.Content(), CountingBytes(kLength, kFirst));
+        }
     }
 }
 
@@ -200,12 +195,12 @@ TEST_F(IoBuf, ClosingClearsAllThreeAndLeavesTheBlock) {
         EXPECT_EQ(stream_.position, 0U);
         EXPECT_EQ(stream_.GetHandle(), nullptr);
     }
-    EXPECT_EQ(block_.Content(), Rising(kLength, kFirst));
+    EXPECT_EQ(block_.Content(), CountingBytes(kLength, kFirst));
 }
 
 TEST_F(IoBuf, AClosedStreamIsAnEmptyBlockWhereverItIsSought) {
     Close();
-    Bytes bytes = Rising(5, kWritten);
+    Bytes bytes = CountingBytes(5, kWritten);
     EXPECT_EQ(stream_.Write(bytes.data(), 1, 5), 5U);
     EXPECT_EQ(stream_.position, 5U);
     bytes.assign(5, kUntouched);

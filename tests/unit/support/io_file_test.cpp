@@ -81,20 +81,20 @@ TEST_F(IoFile, ThatCannotBeOpenedHasANullStreamAndMovesNothing) {
 // --- reading and writing
 
 TEST_F(IoFile, CountsWholeItems) {
-    IO_File file(Made(Rising(10, 0x40)).c_str(), "r+b");
+    IO_File file(Made(CountingBytes(10, 0x40)).c_str(), "r+b");
     Bytes bytes(12, kUntouched);
     EXPECT_EQ(file.Read(bytes.data(), 0, 5), 0U);
     EXPECT_EQ(file.Read(bytes.data(), 1, 4), 4U);
-    EXPECT_EQ(bytes, ReadInto(12, Rising(4, 0x40)));
+    EXPECT_EQ(bytes, ReadInto(12, CountingBytes(4, 0x40)));
     EXPECT_EQ(file.Read(bytes.data(), 2, 2), 2U);
     EXPECT_EQ(file.Read(bytes.data(), 4, 3), 0U) << "half an item is left";
     EXPECT_EQ(std::ftell(file.stream), 10);
-    bytes = Rising(10, 1);
+    bytes = CountingBytes(10, 1);
     EXPECT_EQ(file.Seek(0, 0), 0);
     EXPECT_EQ(file.Write(bytes.data(), 3, 0), 0U);
     EXPECT_EQ(file.Write(bytes.data(), 5, 2), 2U);
     file.Close();
-    EXPECT_EQ(ReadFile(Path()), Rising(10, 1));
+    EXPECT_EQ(ReadFile(Path()), CountingBytes(10, 1));
 }
 
 // --- seeking
@@ -107,7 +107,7 @@ constexpr SeekRow kSeeks[] = {{7, 0, 0, 7},  {INT_MAX, 0, 0, INT_MAX}, {-1, 0, -
                               {5, 2, 0, 15}, {-10, 2, 0, 0},           {0, 3, -1, 3}};
 
 TEST_F(IoFile, ASeekAnswersAsTheStreamDoes) {
-    IO_File file(Made(Rising(10, 0x40)).c_str(), "rb");
+    IO_File file(Made(CountingBytes(10, 0x40)).c_str(), "rb");
     for (const SeekRow& row : kSeeks) {
         SCOPED_TRACE(std::to_string(row.offset) + " of origin " + std::to_string(row.origin));
         ASSERT_EQ(file.Seek(3, 0), 0);
@@ -122,7 +122,7 @@ TEST_F(IoFile, CloseAndTheDestructorWriteOutAndClose) {
     for (const bool closes : {true, false}) {
         auto file = std::make_unique<IO_File>(Path().c_str(), "wb");
         const int descriptor = fileno(file->stream);
-        Bytes bytes = Rising(5, 7);
+        Bytes bytes = CountingBytes(5, 7);
         EXPECT_EQ(file->Write(bytes.data(), 5, 1), 1U);
         for (int time = 0; closes && time < 2; ++time) {
             file->Close();
@@ -133,7 +133,7 @@ TEST_F(IoFile, CloseAndTheDestructorWriteOutAndClose) {
         }
         std::unique_ptr<IO_Interface>(std::move(file)).reset();
         EXPECT_FALSE(IsOpen(descriptor));
-        EXPECT_EQ(ReadFile(Path()), Rising(5, 7));
+        EXPECT_EQ(ReadFile(Path()), CountingBytes(5, 7));
     }
 }
 
@@ -142,9 +142,9 @@ TEST_F(IoFile, CloseAndTheDestructorWriteOutAndClose) {
 TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
     const TempDir folder;
     const std::string path = folder.File("bytes");
-    WriteFile(path, Rising(9, 'a'));
+    WriteFile(path, CountingBytes(9, 'a'));
     const std::unique_ptr<IO_Interface> file = std::make_unique<IO_File>(path.c_str(), "r+b");
-    Bytes memory = Rising(9, 'a');
+    Bytes memory = CountingBytes(9, 'a');
     const std::unique_ptr<IO_Interface> block = std::make_unique<IO_Buf>(memory.data(), 9);
     // Both are used in the same way; only their results differ.
     Bytes bytes(4);
@@ -156,7 +156,7 @@ TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
         EXPECT_EQ(stream.Write(bytes.data(), 1, 4), inMemory ? Address(memory.data() + 9) : 4U);
         EXPECT_EQ(stream.Seek(0, 0), 0);
         stream.Read(bytes.data(), 4, 1);
-        EXPECT_EQ(bytes, Rising(4, 'a'));
+        EXPECT_EQ(bytes, CountingBytes(4, 'a'));
         stream.Close();
     }
     const Bytes expected = {'a', 'b', 'c', 'd', 'e', 'c', 'd', 'e', 'f'};

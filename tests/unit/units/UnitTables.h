@@ -107,6 +107,17 @@ inline Seven RandomSeven(Lcg& random) {
     return samples;
 }
 
+/// Three byte curves of exactly `count` points: an address checker detects a read past their end.
+inline std::array<Bytes, 3> RandomPoints(std::size_t count) {
+    std::array<Bytes, 3> points{Bytes(count), Bytes(count), Bytes(count)};
+    Lcg random(11);
+    for (Bytes& curve : points) {
+        curve.reserve(1);  // never null
+        for (unsigned char& point : curve) point = static_cast<unsigned char>(random.Below(256));
+    }
+    return points;
+}
+
 /// Converts one colour through a unit.
 template <typename Unit>
 Seven Through(Unit& unit, Seven s) {

@@ -18,14 +18,10 @@ using ICC40::ICC_UNIT::PixelFormat;
 
 /// Checks all fields except build result, intent and names.
 void ExpectUnset(const Info& info) {
-    EXPECT_EQ(info.ProfileState, 65535);
-    EXPECT_EQ(info.Spare, 65535);
-    EXPECT_EQ(info.InputSpace, 65535);
-    EXPECT_EQ(info.OutputSpace, 65535);
-    EXPECT_EQ(info.FormatCode, 65534);
+    EXPECT_EQ((std::array<int, 10>{info.ProfileState, info.Spare, info.InputSpace, info.OutputSpace, info.FormatCode,
+                                   info.PixelCount, info.WorkCount, info.Lightness, info.Chroma, info.Hue}),
+              (std::array{65535, 65535, 65535, 65535, 65534, 0, 0, 0, 0, 0}));
     EXPECT_TRUE(info.WorkBuf == nullptr && info.Source == nullptr && info.Dest == nullptr);
-    EXPECT_EQ((std::array{info.PixelCount, info.WorkCount, info.Lightness, info.Chroma, info.Hue}),
-              (std::array{0, 0, 0, 0, 0}));
 }
 
 TEST(Info, StartsUnsetAndResetsAllButBuildResultIntentAndNames) {
@@ -65,9 +61,7 @@ TEST(Info, TellsWhetherAnAdjustmentDiffers) {
     for (const auto& [lightness, chroma, hue, result] : steps) {
         SCOPED_TRACE(testing::Message() << lightness << " " << chroma << " " << hue);
         EXPECT_EQ(info.CheckLch(lightness, chroma, hue), result);
-        EXPECT_EQ(info.Lightness, lightness);
-        EXPECT_EQ(info.Chroma, chroma);
-        EXPECT_EQ(info.Hue, hue);
+        EXPECT_EQ((std::array{info.Lightness, info.Chroma, info.Hue}), (std::array{lightness, chroma, hue}));
     }
 }
 

@@ -33,36 +33,27 @@ static_assert(sizeof(ColorTable34) == sizeof(ColorTable33) && sizeof(ColorTable3
               "the wider grids have no field of their own");
 static_assert(sizeof(InputTable36) == sizeof(InputTable34) && sizeof(InputTable37) == sizeof(InputTable34));
 
-template <auto member, typename Type>
-constexpr bool kIs = std::is_same_v<decltype(member), Type>;
-static_assert(kIs<&InputTable33::LUT_Step, double InputTable33::*> &&
-              kIs<&InputTable33::Curve, int (InputTable33::*)[3][4096]> &&
-              kIs<&InputTable33::Lut16, int (InputTable33::*)[3][65536]> &&
-              kIs<&InputTable33::Bits, int InputTable33::*>);
-static_assert(kIs<&InputTable43::LUT_Step, double InputTable43::*> &&
-              kIs<&InputTable43::Curve, int (InputTable43::*)[4][4096]> &&
-              kIs<&InputTable43::Bits, int InputTable43::*>);
-// Owned as an array, so that the destructor releases it with delete[].
-using OwnedBytes = std::unique_ptr<unsigned char[]>;
-static_assert(kIs<&InputTable34::Buf, OwnedBytes InputTable34::*> &&
-              kIs<&InputTable36::Buf, OwnedBytes InputTable36::*> &&
-              kIs<&InputTable37::Buf, OwnedBytes InputTable37::*>);
-static_assert(std::is_same_v<decltype(ColorTable33::LUT_Size33), const int> && ColorTable33::LUT_Size33 == 33);
-static_assert(std::is_same_v<decltype(ColorTable33::LUT_Cell), const int> && ColorTable33::LUT_Cell == 2048);
-static_assert(kIs<&ColorTable33::LUT_Pos, std::unique_ptr<int[]> ColorTable33::*> &&
-              kIs<&ColorTable33::LUT_Step, double ColorTable33::*> &&
-              kIs<&ColorTable33::LUT_Shift, int ColorTable33::*> && kIs<&ColorTable33::LUT_Mask, int ColorTable33::*> &&
-              kIs<&ColorTable33::LUT_Size, int ColorTable33::*> &&
-              kIs<&ColorTable33::InChannels, int ColorTable33::*> &&
-              kIs<&ColorTable33::OutChannels, int ColorTable33::*> &&
-              kIs<&ColorTable33::Color, int (ColorTable33::*)[33][33][33][7]>);
-static_assert(kIs<&OutputTable33::Step, double OutputTable33::*> &&
-              kIs<&OutputTable33::Span, double OutputTable33::*> &&
-              kIs<&OutputTable33::Channels, int OutputTable33::*> &&
-              kIs<&OutputTable33::Entries, int OutputTable33::*> &&
-              kIs<&OutputTable33::OutputMode, int OutputTable33::*> &&
-              kIs<&OutputTable33::Curve, int (OutputTable33::*)[7][4096]> &&
-              kIs<&OutputTable33::Lut16, int (OutputTable33::*)[7][65536]>);
+template <typename Type, typename... Fields>
+constexpr bool kAllAre = (std::is_same_v<Type, Fields> && ...);
+static_assert(kAllAre<double, decltype(InputTable33::LUT_Step), decltype(InputTable43::LUT_Step),
+                      decltype(ColorTable33::LUT_Step), decltype(OutputTable33::Step), decltype(OutputTable33::Span)>);
+static_assert(
+    kAllAre<int, decltype(InputTable33::Bits), decltype(InputTable43::Bits), decltype(ColorTable33::LUT_Shift),
+            decltype(ColorTable33::LUT_Mask), decltype(ColorTable33::LUT_Size), decltype(ColorTable33::InChannels),
+            decltype(ColorTable33::OutChannels), decltype(OutputTable33::Channels), decltype(OutputTable33::Entries),
+            decltype(OutputTable33::OutputMode)>);
+static_assert(kAllAre<int[3][4096], decltype(InputTable33::Curve)> &&
+              kAllAre<int[3][65536], decltype(InputTable33::Lut16)> &&
+              kAllAre<int[4][4096], decltype(InputTable43::Curve)> &&
+              kAllAre<int[33][33][33][7], decltype(ColorTable33::Color)> &&
+              kAllAre<int[7][4096], decltype(OutputTable33::Curve)> &&
+              kAllAre<int[7][65536], decltype(OutputTable33::Lut16)>);
+// Owned as arrays, so that the destructor releases them with delete[].
+static_assert(kAllAre<std::unique_ptr<unsigned char[]>, decltype(InputTable34::Buf), decltype(InputTable36::Buf),
+                      decltype(InputTable37::Buf)> &&
+              kAllAre<std::unique_ptr<int[]>, decltype(ColorTable33::LUT_Pos)>);
+static_assert(kAllAre<const int, decltype(ColorTable33::LUT_Size33), decltype(ColorTable33::LUT_Cell)> &&
+              ColorTable33::LUT_Size33 == 33 && ColorTable33::LUT_Cell == 2048);
 
 template <typename Wide>
 void ExpectInputInOrder() {

@@ -139,13 +139,7 @@ TEST(OutputTable, LaysCurvesOfACallerOverItsOwn) {
     const TestLut lut = RandomLut({.points = 2, .outputEntries = 40});
     for (const int count : {-5, 0, 1, 2, 128, 255, 256, 257, 4096, 5000}) {
         SCOPED_TRACE(count);
-        Bytes points[3];
-        Lcg random(11);
-        for (Bytes& curve : points) {
-            curve.reserve(1);
-            while (static_cast<int>(curve.size()) < count)
-                curve.push_back(static_cast<unsigned char>(random.Below(256)));
-        }
+        auto points = RandomPoints(AsIndex(std::max(count, 0)));
         const auto unit = std::make_unique<OutputTable33>();
         ReferenceOutputs plain;
         unit->Initial(&lut.tag);
