@@ -20,6 +20,11 @@
 
 namespace hueweave::test {
 
+inline ICC40::ICCFILE::ColorSpaceSignature Space(int value) {
+    return static_cast<ICC40::ICCFILE::ColorSpaceSignature>(value);
+}
+inline ICC40::ICCFILE::Intent IntentOf(int value) { return static_cast<ICC40::ICCFILE::Intent>(value); }
+
 /// An engine and its reference, driven side by side; after every step both must have the same result, state and tables.
 class EnginePair {
 public:
@@ -31,13 +36,13 @@ public:
     /// Like all of these, returns the result.
     int SetProfile(const std::string& name, int intent, int input, int output, double lightness = 0, double chroma = 0,
                    double hue = 0) {
-        const int result = engine_->SetProfile(Path(name).c_str(), Intent(intent), Space(input), Space(output),
+        const int result = engine_->SetProfile(Path(name).c_str(), IntentOf(intent), Space(input), Space(output),
                                                lightness, chroma, hue);
         return Same(result, reference_.SetProfile(Path(name), intent, input, output, lightness, chroma, hue));
     }
     int SetIntent(int intent, int input, int output) {
         // The adjustments passed here are ignored; any values would do.
-        const int result = engine_->SetIntent(Intent(intent), Space(input), Space(output), 11.0, 22.0, 33.0);
+        const int result = engine_->SetIntent(IntentOf(intent), Space(input), Space(output), 11.0, 22.0, 33.0);
         return Same(result, reference_.SetIntent(intent, input, output));
     }
     void Reset() {
@@ -81,10 +86,6 @@ public:
     ReferenceEngine& Reference() { return reference_; }
 
 private:
-    static ICC40::ICCFILE::Intent Intent(int value) { return static_cast<ICC40::ICCFILE::Intent>(value); }
-    static ICC40::ICCFILE::ColorSpaceSignature Space(int value) {
-        return static_cast<ICC40::ICCFILE::ColorSpaceSignature>(value);
-    }
     static ReferenceEngine::Disk WriteAll(const TempDir& dir, const std::map<std::string, Bytes>& profiles) {
         ReferenceEngine::Disk disk;
         for (const auto& [name, profile] : profiles) {

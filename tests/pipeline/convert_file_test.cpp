@@ -4,8 +4,6 @@
 // file and the printed output. The reference takes its pixels from a second engine, which converts them in memory.
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <filesystem>
 #include <memory>
 
 #include "engine/CIccEngineS.h"

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -11,7 +9,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "pipeline/EnginePair.h"
@@ -22,11 +19,6 @@ namespace hueweave::test {
 using ICC40::ICC4_HEADER::TagName;
 using ICC40::ICC_ENG_S4::CIccEngineS;
 using ICC40::ICCFILE::CLut16Type;
-
-inline ICC40::ICCFILE::ColorSpaceSignature Space(int value) {
-    return static_cast<ICC40::ICCFILE::ColorSpaceSignature>(value);
-}
-inline ICC40::ICCFILE::Intent IntentOf(int value) { return static_cast<ICC40::ICCFILE::Intent>(value); }
 
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();

@@ -78,20 +78,18 @@ TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
 TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
     MiniLut lut = SmoothLut(3);
     lut.grid = ScatteredGrid(3, 99);
-    const Bytes block = Mft2(lut);
-    ASSERT_EQ(Bind(Put("wide.icc", MiniProfile({{"A2B0", block}})), 0, 0, 10), 0);
-    const Grid plain = ExpectedGrid(block, 10);
-    ExpectGrid(plain);
-    for (const Offsets& by : {Offsets{-0.0, 0.0, -0.0}, {kNaN, kNaN, kNaN}, {kInfinity, -kInfinity, kInfinity}}) {
-        FillTables(engine(), 4);
-        engine().Set3DLut(&Table(), by[0], by[1], by[2]);
-        ExpectGrid(plain);
-    }
+    EnginePair pair({{"wide.icc", MiniProfile({{"A2B0", Mft2(lut)}})}});
+    pair.SetProfile("wide.icc", 0, 0, 10);
     const double tiny = std::numeric_limits<double>::denorm_min();
-    for (const Offsets& by : {Offsets{tiny, 0.0, 0.0}, {0.0, -tiny, 0.0}, {0.0, 0.0, tiny}}) {
-        engine().Set3DLut(&Table(), by[0], by[1], by[2]);
-        EXPECT_NE(GridOf(engine()), plain);
-        ExpectGrid(ExpectedGrid(block, 10, by));
+    for (const Offsets& by : {Offsets{-0.0, 0.0, -0.0},
+                              {kNaN, kNaN, kNaN},
+                              {kInfinity, -kInfinity, kInfinity},
+                              {tiny, 0.0, 0.0},
+                              {0.0, -tiny, 0.0},
+                              {0.0, 0.0, tiny}}) {
+        SCOPED_TRACE(testing::PrintToString(by));
+        FillTables(pair.Real(), 4);
+        pair.Construct(&CIccEngineS::ConstructEngine, by[0], by[1], by[2]);
     }
 }
 

@@ -111,15 +111,10 @@ TEST_F(ConfigLookup, GivesTheValueOfAKeyThatIsThere) {
 }
 
 TEST_F(ConfigLookup, GivesTheDefaultForWhatIsNotThere) {
-    for (const auto& [section, key] : {std::pair{"S", "b"},
-                                       {"T", "a"},
-                                       {"U", "a"},
-                                       {"", ""},
-                                       {"s", "a"},
-                                       {"S", "A"},
-                                       {"S", " a"},
-                                       {static_cast<const char*>(nullptr), "a"},
-                                       {"S", static_cast<const char*>(nullptr)}}) {
+    constexpr const char* kNone = nullptr;
+    const char* const absent[][2] = {{"S", "b"}, {"T", "a"},  {"U", "a"},   {"", ""},    {"s", "a"},
+                                     {"S", "A"}, {"S", " a"}, {kNone, "a"}, {"S", kNone}};
+    for (const auto& [section, key] : absent) {
         EXPECT_EQ(Get(section, key, "default"), "default");
         EXPECT_EQ(Get(section, key, ""), "");
         for (const int byDefault : {0, 1, -1, INT_MAX, INT_MIN}) {

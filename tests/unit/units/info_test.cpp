@@ -65,35 +65,18 @@ TEST(Info, TellsWhetherAnAdjustmentDiffers) {
     }
 }
 
+/// From every pair of names to every other. The comparison is byte by byte.
 TEST(Info, TellsWhetherANameDiffers) {
-    Info info;
-    const struct {
-        const char *first, *second;
-        int result;
-    } steps[] = {{nullptr, nullptr, 0},
-                 {"a/b.icc", nullptr, 1},
-                 {"a/b.icc", nullptr, 0},
-                 {"b.icc", nullptr, 1},
-                 {"b.icc", "x", 1},
-                 {"b.icc", "x", 0},
-                 {"b.icc", nullptr, 1},
-                 {nullptr, nullptr, 1},
-                 {nullptr, "s.icc", 1},
-                 {nullptr, "t.icc", 1},
-                 {"c", "d", 1},
-                 {"f", "e", 1},
-                 {nullptr, "e", 1},
-                 // The comparison is byte by byte.
-                 {"profile.icc", "e", 1},
-                 {"Profile.icc2", "e", 1},
-                 {"Profile", "e", 1},
-                 {"", "e", 1},
-                 {"./Profile", "e", 1}};
-    for (const auto& [first, second, result] : steps) {
-        SCOPED_TRACE(testing::Message() << "\"" << first << "\", \"" << second << "\"");
-        EXPECT_EQ(info.CheckCurrentProfile(first, second), result);
-        EXPECT_STREQ(info.ProfileName.get(), first);
-        EXPECT_STREQ(info.SecondName.get(), second);
+    const char* const names[] = {nullptr, "", "b.icc", "profile.icc", "Profile.icc2", "Profile", "./Profile"};
+    for (int from = 0; from < 49; ++from) {
+        for (int to = 0; to < 49; ++to) {
+            SCOPED_TRACE(testing::Message() << from << " to " << to);
+            Info info;
+            info.CheckCurrentProfile(names[from / 7], names[from % 7]);
+            EXPECT_EQ(info.CheckCurrentProfile(names[to / 7], names[to % 7]), from == to ? 0 : 1);
+            EXPECT_STREQ(info.ProfileName.get(), names[to / 7]);
+            EXPECT_STREQ(info.SecondName.get(), names[to % 7]);
+        }
     }
 }
 
@@ -179,20 +162,13 @@ TEST(WorkingBuffer, KeepsItsCountsWhenItIsDeletedAndIsNotMadeAgain) {
     }
 }
 
+/// Below zero, the first products above the range of an int, and products of 2 and of 0 in 32 bits.
 TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
     unsigned char bytes[2];
     const struct {
         int code, pixels;
-    } rows[] = {{257, -1},
-                {520, INT_MIN},
-                // The first products above the range of an int.
-                {257, 715827883},
-                {259, 536870912},
-                {263, 306783379},
-                {518, INT_MAX},
-                // Products of 2 and of 0 in 32 bits.
-                {257, 1431655766},
-                {259, 1073741824}};
+    } rows[] = {{257, -1},        {520, INT_MIN}, {257, 715827883},  {259, 536870912},
+                {263, 306783379}, {518, INT_MAX}, {257, 1431655766}, {259, 1073741824}};
     for (const auto& [code, pixels] : rows) {
         SCOPED_TRACE(testing::Message() << code << ", " << pixels << " pixels");
         Info info;

@@ -3,7 +3,6 @@
 // runs of pixels pass through them.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <limits>
 
 #include "support/Matchers.h"

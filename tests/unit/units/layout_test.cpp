@@ -109,16 +109,13 @@ protected:
     static TestLut SomeLut(std::uint32_t seed) {
         return RandomLut({.outputs = 7, .points = 9, .inputEntries = 17, .outputEntries = 33, .seed = seed});
     }
-    static void Load(Unit& unit, const CLut16Type& lut) {
-        if constexpr (std::is_base_of_v<InputTable33, Unit>) {
-            EXPECT_EQ(unit.Initial(&lut, Space(1)), 0);
-        } else {
-            EXPECT_EQ(unit.Initial(&lut), 0);
-        }
-    }
     static std::unique_ptr<Unit> Loaded(const CLut16Type& lut) {
         auto unit = std::make_unique<Unit>();
-        Load(*unit, lut);
+        if constexpr (std::is_base_of_v<InputTable33, Unit>) {
+            EXPECT_EQ(unit->Initial(&lut, Space(1)), 0);
+        } else {
+            EXPECT_EQ(unit->Initial(&lut), 0);
+        }
         return unit;
     }
     static Bytes ImageOf(const Unit& unit) {
