@@ -80,11 +80,11 @@ TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
 }
 
 std::map<std::string, Bytes> Profiles() {
-    const LutContents even = MakeLut({3, 3, 9, 17, 5, CurveKind::Power, CurveKind::Ramp, GridKind::Falling});
+    const LutContents curved = MakeLut({3, 3, 9, 17, 5, CurveKind::Power, CurveKind::Ramp, GridKind::Falling});
     const LutContents other = MakeLut({3, 3, 9, 2, 256, CurveKind::Ramp, CurveKind::Power, GridKind::Random});
     const ProfileBuilder first = ProfileBuilder()
                                      .Mft2("A2B0", MakeLut({3, 3, 5, 17, 17}))
-                                     .MftAB("A2B1", Curved(even, CurveLayout::Aligned))
+                                     .MftAB("A2B1", Curved(curved, CurveLayout::Aligned))
                                      .Xyz("wtpt", 0xe000, 0xf000, 0xc000);
     return {{"first.icc", first.Build()},
             {"second.icc", ProfileBuilder().Mft2("A2B2", other).Build()},
@@ -102,6 +102,7 @@ TEST_P(RandomSequenceTest, LeavesTheReferenceStateAfterEveryStep) {
     const int spaces[] = {8, 9, 13, 22, 31, 37, 14, 65535};
     const int intents[] = {0, 1, 2, 3, 9};
     const double shifts[] = {0, 0.75, -1.5, 2.2, 30, -300, 123456};
+    const Bytes red(256, 40), green(256, 140), blue(256, 240);
     for (int step = 0; step < 16; ++step) {
         SCOPED_TRACE("step " + std::to_string(step));
         const int intent = intents[random.Below(5)], space = spaces[random.Below(8)];
@@ -111,10 +112,7 @@ TEST_P(RandomSequenceTest, LeavesTheReferenceStateAfterEveryStep) {
             [&] { pair.SetProfile(names[random.Below(7)], intent, input, space, dL, dC, dh); },
             [&] { pair.SetIntent(intent, input, space); }, [&] { pair.AdjustLch(dL, dC, dh); },
             [&] { pair.Construct(&EnginePair::Engine::ConstructEngine, dL, dC, dh); },
-            [&] {
-                pair.AdjustOutput(Bytes(256, 40), Bytes(256, 140), Bytes(256, 240),
-                                  static_cast<int>(random.Below(257)));
-            }};
+            [&] { pair.AdjustOutput(red, green, blue, static_cast<int>(random.Below(257))); }};
         calls[random.Below(5)]();
         if (HasFailure()) return;
     }

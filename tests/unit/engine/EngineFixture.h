@@ -55,7 +55,6 @@ struct Stages {
     Tables input;
     Grid grid;
     Tables output;
-    bool operator==(const Stages&) const = default;
 };
 inline Stages StagesOf(const CIccEngineS& engine) { return {InputOf(engine), GridOf(engine), OutputOf(engine)}; }
 
@@ -96,16 +95,14 @@ inline std::array<int, 12> NumbersOf(const ICC40::ICC_UNIT::Info& unit) {
 /// Offsets in L*, C* and degrees.
 using Offsets = std::array<double, 3>;
 /// The grid expected from a table's block.
-inline Grid ExpectedGrid(const Bytes& block, int space, const Offsets& by = {},
-                         const std::optional<ReferenceWhite>& white = {}) {
-    return WordsOf(CellStage(GridStage(DecodeLutTag(block).value(), by[0], by[1], by[2], space, white)));
+inline Grid ExpectedGrid(const Bytes& block, int space, const Offsets& by) {
+    return WordsOf(CellStage(GridStage(DecodeLutTag(block).value(), by[0], by[1], by[2], space, std::nullopt)));
 }
 
 // The tables of the profile that most tests bind, and a white point other than the usual one.
 inline const Bytes kA2B0 = Mft2(SmoothLut(5));
 inline const Bytes kA2B1 = Mft2(SmoothLut(9));
-inline constexpr ReferenceWhite kWhite = {0xe000, 0x10000, 0x9000};
-inline Bytes WhiteBlock() { return XyzBlock(kWhite[0], kWhite[1], kWhite[2]); }
+inline Bytes WhiteBlock() { return XyzBlock(0xe000, 0x10000, 0x9000); }
 
 /// An engine beside its reference, with the profiles that most tests bind; and calls to the engine alone.
 class EngineTest : public testing::Test {
