@@ -228,6 +228,7 @@ TYPED_TEST(EveryUnit, RunsTheWholePixelsThatTheJobHolds) {
         SCOPED_TRACE(code);
         const int channels = LayoutOf(code).channels;
         Job job(code, kAll);
+        job.info.WorkCount = kAll * channels;  // no more than the pixels need
         this->ExpectChanged(*unit, job, kAll);
         job.info.Source = nullptr;
         this->ExpectChanged(*unit, job, kIsInput ? 0 : kAll);
