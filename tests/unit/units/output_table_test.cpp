@@ -58,7 +58,7 @@ TEST(OutputTable, ExpandsTheCurvesOfAProfileOnAllSevenChannels) {
 }
 
 ReferenceNode Interpolated(OutputTable33& unit, ReferenceNode s) {
-    unit.Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]);
+    EXPECT_EQ(unit.Interpolation(s[0], s[1], s[2], s[3], s[4], s[5], s[6]), 0);
     return s;
 }
 
