@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "command/support/ExifTool.h"
 #include "command/support/JpegMaker.h"
 #include "command/tiff/kinds/KindTest.h"
 
@@ -18,25 +17,16 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-class FormatTest : public FileTest {
+class FormatTest : public KindTest {
 protected:
-    /// The image as ImageMagick reads it, as TIFF with the depth of the file.
-    Picture Read(const std::string& path, const std::string& options = "") const {
-        const std::string tiff = folder_ / "read.tif";
-        Shell("convert-im6 " + Quoted(path) + " " + options + " -compress none " + Quoted(tiff));
-        Picture picture = ReadPictures(tiff)[0];
-        picture.icc.clear();
-        return picture;
-    }
     /// Converts the source in its own format, and in another one, and expects the same pixels of both.
     void ExpectSamePixels(const std::string& end, const Words& more, const std::string& options = "") {
         const std::string own = folder_ / "own" + std::filesystem::path(in_).extension().string();
         out_ = folder_ / "other." + end;
-        ASSERT_THAT(Hueweave(Words{"convert", "--force", in_, "-o", own} + more), Succeeds());
-        ASSERT_THAT(
-            Hueweave(Words{"convert", "--force", in_, "-o", out_, "--format", end == "tif" ? "tiff" : end} + more),
-            Succeeds());
-        const Picture wanted = Read(own, options), got = Read(out_, options);
+        const Words words = Words{"convert", "--force", in_} + more;
+        ASSERT_THAT(Hueweave(words + Words{"-o", own}), Succeeds());
+        ASSERT_THAT(Hueweave(words + Words{"-o", out_, "--format", end == "tif" ? "tiff" : end}), Succeeds());
+        const Picture wanted = ReadByPeer(own, options), got = ReadByPeer(out_, options);
         EXPECT_EQ(got.samples, wanted.samples);
         EXPECT_EQ(got.bits, wanted.bits);
         EXPECT_EQ(got.values == wanted.values, true);
@@ -75,8 +65,7 @@ TEST_F(FormatTest, PngAndJpegBecomeTiff) {
     in_ = folder_ / "in.jpg";
     out_ = folder_ / "out.tif";
     WriteBytes(in_, JpegOf(ReadPictures(Input("photo-8.tif"))[0], [](jpeg_compress_struct*) {}));
-    ASSERT_THAT(Hueweave(Words{"convert", "--precision", "library", in_, "-o", out_, "--format", "tiff"} + scanner_),
-                Succeeds());
+    ASSERT_THAT(Convert({"--format", "tiff"}), Succeeds());
     EXPECT_EQ(ReadPictures(out_)[0].values == ToSrgb(ReadJpeg(in_)).values, true);
     EXPECT_NE(ReadPictures(out_)[0].icc, "");
 }
@@ -86,9 +75,8 @@ TEST_F(FormatTest, JpegHasTheQualityAndNoSubsampling) {
         SCOPED_TRACE(photo);
         Make("cp $in $out", Input(photo));
         out_ = folder_ / "out.jpg";
-        Words words{"convert", "--precision", "library", "--force", in_, "-o", out_, "--format", "jpeg"};
-        if (quality != 95) words = words + Words{"--quality", std::to_string(quality)};
-        const Outcome run = Hueweave(words + scanner_);
+        const Words other = quality == 95 ? Words{} : Words{"--quality", std::to_string(quality)};
+        const Outcome run = Convert(Words{"--force", "--format", "jpeg"} + other);
         ASSERT_THAT(run, Succeeds());
         EXPECT_EQ(run.err.find("samples of 16 bits are written with 8 bits") != run.err.npos, quality == 60);
         Picture pixels = ToSrgb(ReadPictures(in_)[0]);
@@ -105,35 +93,18 @@ TEST_F(FormatTest, JpegHasTheQualityAndNoSubsampling) {
 }
 
 TEST_F(FormatTest, GreyStaysGreyAndInkBecomesRgb) {
-    const std::string grey = folder_ / "grey.icc", ink = folder_ / "ink.icc";
-    WriteGreyProfile(grey);
-    WriteCmykProfile(ink);
     WriteSamples(in_, {0, 2, 16, Varied(2 * kPixels, 16), {TiffMaker::Short(338, 2)}, 8});
-    ExpectSamePixels("png", {"--profile", grey}, "-alpha set -type TrueColorMatte");
+    ExpectSamePixels("png", {"--profile", grey_}, "-alpha set -type TrueColorMatte");
     EXPECT_THAT(Shell("identify -format '%[png:IHDR.color_type]' " + Quoted(out_)), HasSubstr("4"));
     WriteSamples(in_, {5, 4, 8, Varied(4 * kPixels, 8), {}, 1});
-    ExpectSamePixels("png", {"--profile", ink});
+    ExpectSamePixels("png", {"--profile", ink_});
     in_ = folder_ / "in.jpg";
     WriteBytes(in_, JpegOf(Picture{7, 5, 1, 8, std::vector<std::uint16_t>(35, 77), ""}, [](jpeg_compress_struct*) {}));
-    ASSERT_THAT(Hueweave({"convert", "--profile", grey, in_, "-o", folder_ / "out.png", "--format", "png"}),
-                Succeeds());
+    ASSERT_THAT(ConvertBy(grey_, {"--format", "png"}), Succeeds());
     // A light of (77/255)^2.2 is 75.7 of 255 in sRGB.
-    const Picture read = Read(folder_ / "out.png", "-depth 8");
+    const Picture read = ReadByPeer(out_, "-depth 8");
     EXPECT_EQ(read.samples, 1U);
     EXPECT_EQ(read.values[0], 76);
-}
-
-TEST_F(FormatTest, AssociatedAlphaIsDividedOut) {
-    // 64 of an alpha of 128 is 128 by itself, in the space of the output already.
-    Samples rgb{2, 4, 8, {}, {TiffMaker::Short(338, 1)}, 1};
-    for (unsigned p = 0; p < kPixels; ++p) rgb.values.insert(rgb.values.end(), {64, 32, 0, p == 1 ? 0U : 128U});
-    WriteSamples(in_, rgb);
-    const Words to{"--profile", Input("screen.icc"), "--to", Input("screen.icc")};
-    ASSERT_THAT(Hueweave(Words{"convert", in_, "-o", folder_ / "out.png", "--format", "png", "--json"} + to),
-                Succeeds());
-    const Picture read = Read(folder_ / "out.png");
-    EXPECT_EQ((std::vector<std::uint16_t>(read.values.begin(), read.values.begin() + 4)),
-              (std::vector<std::uint16_t>{128, 64, 0, 128}));
 }
 
 TEST_F(FormatTest, MetadataGoWithThePicture) {
@@ -144,7 +115,6 @@ TEST_F(FormatTest, MetadataGoWithThePicture) {
     const Words fields{"-s", "-ISO", "-Artist", "-GPSLatitude", "-Orientation", "-Title", "-InteropIndex"};
     const std::string wanted = ExifTool(fields + Words{in_});
     ASSERT_EQ(Lines(wanted).size(), 6U);
-    const std::string folder = folder_ / "out";
     const Words formats[] = {{"png", "png"}, {"jpeg", "jpg"}};
     for (const Words& format : formats) {
         SCOPED_TRACE(format[0]);
@@ -231,13 +201,23 @@ TEST_F(FormatTest, NamesFollowTheFormatAndRunsResume) {
 }
 
 TEST_F(FormatTest, ColoursThatAreDoneStayWhileTheFormatChanges) {
-    Make("cp $in $out", Input("photo-8.tif"));
-    const Words to{"--profile", Input("screen.icc"), "--to", Input("screen.icc")};
-    const Outcome run = Hueweave(Words{"convert", in_, "-o", folder_ / "out.png", "--format", "png", "--json"} + to);
-    ASSERT_THAT(run, Succeeds());
-    EXPECT_EQ(nlohmann::json::parse(run.out)["way"], "copy");
-    EXPECT_EQ(nlohmann::json::parse(run.out)["status"], "converted");
-    EXPECT_EQ(Read(folder_ / "out.png").values, ReadPictures(in_)[0].values);
+    out_ = folder_ / "out.png";
+    const auto converted = [&] {
+        const Outcome run = ConvertBy(Input("screen.icc"), {"--format", "png", "--json", "--to", Input("screen.icc")});
+        EXPECT_THAT(run, Succeeds());
+        EXPECT_EQ(nlohmann::json::parse(run.out)["way"], "copy");
+        EXPECT_EQ(nlohmann::json::parse(run.out)["status"], "converted");
+        return ReadByPeer(out_).values;
+    };
+    Make("cp $in $out");
+    EXPECT_EQ(converted(), ReadPictures(in_)[0].values);
+    // An associated alpha is divided out: 64 of an alpha of 128 is 128 by itself.
+    Samples rgb{2, 4, 8, {}, {TiffMaker::Short(338, 1)}};
+    for (unsigned p = 0; p < kPixels; ++p) rgb.values.insert(rgb.values.end(), {64, 32, 0, p == 1 ? 0U : 128U});
+    WriteSamples(in_, rgb);
+    std::vector<std::uint16_t> first = converted();
+    first.resize(4);
+    EXPECT_EQ(first, (std::vector<std::uint16_t>{128, 64, 0, 128}));
 }
 
 TEST_F(FormatTest, WhatAFormatCannotHoldIsRefused) {

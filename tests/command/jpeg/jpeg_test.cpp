@@ -8,13 +8,11 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "command/support/DeviceProfiles.h"
-#include "command/support/ExifTool.h"
-#include "command/support/FileTest.h"
 #include "command/support/JpegMaker.h"
+#include "command/support/PngChunks.h"
+#include "command/tiff/kinds/KindTest.h"
+#include "command/tiff/kinds/Rewritten.h"
 #include "jpeg/JpegRewriter.h"
-#include "support/Matchers.h"
-#include "system/Refusal.h"
 
 namespace hueweave::test {
 namespace {
@@ -57,14 +55,16 @@ const Encoding kEncodings[] = {
      }},
 };
 
-class JpegTest : public FileTest {
+class JpegTest : public KindTest {
 protected:
-    JpegTest() {
-        in_ = folder_ / "in.jpg";
-        out_ = folder_ / "out.jpg";
-    }
+    JpegTest() : KindTest("jpg") {}
     void MakeJpeg(const Set& set = kEncodings[0].set) const {
         WriteBytes(in_, JpegOf(ReadPictures(Input("photo-8.tif"))[0], set));
+    }
+    /// Expects the output to decode to what libjpeg makes, with these settings, of the pixels of the engine.
+    void ExpectEncoded(const Set& set, const std::string& profile = Input("scanner.icc")) const {
+        WriteBytes(folder_ / "wanted.jpg", JpegOf(ToSrgb(ReadJpeg(in_), profile), set));
+        EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(folder_ / "wanted.jpg"), true);
     }
 };
 
@@ -74,8 +74,7 @@ TEST_F(JpegTest, IsEncodedAsItWas) {
         MakeJpeg(encoding.set);
         ASSERT_THAT(Convert({"--force"}), Says(0, "its JPEG data are compressed once more, with the same settings\n"));
         EXPECT_EQ(JpegSettings(out_), JpegSettings(in_));
-        WriteBytes(folder_ / "wanted.jpg", JpegOf(ToSrgb(ReadJpeg(in_)), encoding.set));
-        EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(folder_ / "wanted.jpg"), true);
+        ExpectEncoded(encoding.set);
         EXPECT_EQ(AttachedSegments(out_), AttachedSegments(in_));
         EXPECT_LE(std::filesystem::file_size(out_),
                   std::filesystem::file_size(folder_ / "wanted.jpg") + FileBytes(Input("scanner.icc")).size());
@@ -90,8 +89,8 @@ TEST_F(JpegTest, SegmentsStayByteForByteAndInOrder) {
     ExifTool({"-overwrite_original", "-ExifIFD:ISO=200", "-ExifIFD:ColorSpace#=2", "-XMP-dc:Title=A harbour",
               "-IPTC:City=Bergen", "-Comment=twice", in_});
     WriteBytes(in_, FileBytes(in_) + "bytes behind the image");
-    const Outcome run = Hueweave({"convert", in_, "-o", out_, "--precision", "library"});
-    EXPECT_THAT(run, Says(0, "its EXIF field ColorSpace stays at AdobeRGB, which no longer applies\n"));
+    EXPECT_THAT(Hueweave({"convert", in_, "-o", out_, "--precision", "library"}),
+                Says(0, "its EXIF field ColorSpace stays at AdobeRGB, which no longer applies\n"));
     EXPECT_GE(AttachedSegments(in_).size(), 5U);
     EXPECT_EQ(AttachedSegments(out_), AttachedSegments(in_));
     EXPECT_TRUE(
@@ -106,14 +105,12 @@ TEST_F(JpegTest, SegmentsStayByteForByteAndInOrder) {
 }
 
 TEST_F(JpegTest, ProfilesHaveAsManySegmentsAsTheyNeed) {
-    const std::string large = folder_ / "large.icc", found = folder_ / "found.icc";
+    const std::string large = folder_ / "large.icc";
     WriteBytes(large, PaddedProfile(150000));
     MakeJpeg();
     ExifTool({"-overwrite_original", "-ICC_Profile<=" + large, in_});
-    const Outcome run = Hueweave({"convert", in_, "-o", out_, "--precision", "library"});
-    ASSERT_THAT(run, Succeeds());
-    WriteBytes(folder_ / "wanted.jpg", JpegOf(ToSrgb(ReadJpeg(in_), large), kEncodings[0].set));
-    EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(folder_ / "wanted.jpg"), true);
+    ASSERT_THAT(Hueweave({"convert", in_, "-o", out_, "--precision", "library"}), Succeeds());
+    ExpectEncoded(kEncodings[0].set, large);
     // A part is missing: the second of three.
     std::string bytes = FileBytes(in_);
     const std::size_t part = bytes.find(std::string("ICC_PROFILE\0\2", 13));
@@ -123,27 +120,22 @@ TEST_F(JpegTest, ProfilesHaveAsManySegmentsAsTheyNeed) {
     EXPECT_THAT(Hueweave({"convert", in_, "-o", out_, "--force"}), Refuses(3, "parts are missing or doubled"));
     // The same for a profile that is written.
     MakeJpeg();
-    WriteBytes(large, FileBytes(Input("screen.icc")) + std::string(150000, '\0'));
-    std::string profile = FileBytes(large);
-    for (std::size_t i = 0; i < 4; ++i) profile[i] = static_cast<char>(profile.size() >> (24 - 8 * i));
-    WriteBytes(large, profile);
-    ASSERT_THAT(Hueweave({"convert", "--profile", Input("scanner.icc"), "--to", large, in_, "-o", out_, "--force"}),
-                Succeeds());
-    ExifTool({"-b", "-ICC_Profile", "-w!", "%0f" + found, out_});
-    EXPECT_EQ(FileBytes(found) == profile, true);
+    const std::string profile = FileBytes(Input("screen.icc")) + std::string(150000, '\0');
+    WriteBytes(large, BigEndian(profile.size()) + profile.substr(4));
+    ASSERT_THAT(ConvertKind({"--to", large}), Succeeds());
+    EXPECT_EQ(Embedded(out_) == FileBytes(large), true);
 }
 
 TEST_F(JpegTest, OnlyTheProfileChangesWhereTheColoursAreDone) {
     MakeJpeg(kEncodings[2].set);
-    const Words to{"convert",          in_, "-o", out_, "--force", "--profile", Input("screen.icc"), "--to",
-                   Input("screen.icc")};
-    ASSERT_THAT(Hueweave(to), Succeeds());
+    const Words to{"--to", Input("screen.icc")};
+    ASSERT_THAT(ConvertBy(Input("screen.icc"), to), Succeeds());
     EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(in_), true);
     const std::string before = FileBytes(in_), after = FileBytes(out_);
     EXPECT_TRUE(after.ends_with(before.substr(20))) << "after the marker SOI and the segment of JFIF";
     EXPECT_EQ(after.size(), before.size() + 18 + FileBytes(Input("screen.icc")).size());
     std::filesystem::copy_file(out_, in_, std::filesystem::copy_options::overwrite_existing);
-    ASSERT_THAT(Hueweave(to + Words{"--no-tag"}), Succeeds());
+    ASSERT_THAT(ConvertBy(Input("screen.icc"), to + Words{"--no-tag"}), Succeeds());
     EXPECT_EQ(FileBytes(out_), before);
 }
 
@@ -153,10 +145,8 @@ TEST_F(JpegTest, FurtherImagesAreLeftOutAndOldColoursNoted) {
               "-XMP-photoshop:ICCProfileName=Adobe RGB (1998)", in_});
     const std::string list = SegmentBytes({0xe2, std::string("MPF\0II*\0 offsets", 17)});
     const std::string pixel = SegmentBytes({0xe0, std::string("JFXX\0\x13\1\1\0\0\0", 11)});
-    const std::string resource = SegmentBytes({0xed, std::string("Photoshop 3.0\0"
-                                                                 "8BIM\4\x0c\0\0\0\0\0\x1c",
-                                                                 26) +
-                                                         std::string(28, '\0')});
+    const std::string thumbnail = Resource(1036, "", std::string(28, '\0'));
+    const std::string resource = SegmentBytes({0xed, std::string("Photoshop 3.0\0", 14) + thumbnail});
     WriteBytes(in_, WithAtStart(FileBytes(in_), list + pixel + resource) + JpegOf(ReadJpeg(in_), kEncodings[1].set));
     const Outcome run = Convert();
     EXPECT_THAT(run, Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
@@ -173,16 +163,17 @@ TEST_F(JpegTest, FurtherImagesAreLeftOutAndOldColoursNoted) {
 /// A list (MPF) in either byte order that names the first image and one of `size` bytes at `offset`.
 std::string ListOfImages(bool isBig, std::size_t size, std::size_t offset) {
     std::string list("MPF\0", 4);
-    const auto add = [&](std::size_t value, int bytes) {
-        for (int i = 0; i < bytes; ++i) list.push_back(static_cast<char>(value >> 8 * (isBig ? bytes - 1 - i : i)));
+    const auto add = [&](const std::vector<std::size_t>& values, std::size_t bytes) {
+        for (const std::size_t value : values) {
+            list += isBig ? BigEndian(value, static_cast<int>(bytes)) : Little({value}, bytes);
+        }
     };
     list += isBig ? "MM" : "II";
-    add(42, 2), add(8, 4), add(1, 2);                   // the directory follows, with one entry
-    add(0xb002, 2), add(7, 2), add(32, 4), add(26, 4);  // 32 bytes, behind the directory
-    add(0, 4);                                          // there is no other directory
-    for (const auto& [bytes, at] : {std::pair<std::size_t, std::size_t>{999, 0}, {size, offset}}) {
-        add(0x20000000, 4), add(bytes, 4), add(at, 4), add(0, 4);
-    }
+    add({42}, 2);
+    add({8}, 4);             // the directory follows
+    add({1, 0xb002, 7}, 2);  // with one entry
+    add({32, 26, 0}, 4);     // of 32 bytes behind the directory, which is the only one
+    add({0x20000000, 999, 0, 0, 0x20000000, size, offset, 0}, 4);
     return SegmentBytes({0xe2, list});
 }
 
@@ -211,10 +202,6 @@ TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
         std::string copy = bytes;
         return copy.replace(at, other.size(), other);
     };
-    struct Row {
-        std::string bytes;
-        const char* reason;
-    };
     MakeJpeg(kEncodings[2].set);
     const std::string progressive = FileBytes(in_);
     std::string scans = progressive.substr(0, progressive.size() - 2);
@@ -222,7 +209,7 @@ TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
     for (int n = 0; n < 256; ++n) scans += last;
     std::string fraction = with(frame + 11, "\x31");
     fraction[frame + 14] = 0x21;
-    const Row rows[] = {
+    ExpectEachRefused({
         {bytes.substr(0, bytes.size() - 2), "is truncated: it ends at byte"},
         {bytes.substr(0, scan + 5), "is truncated: it ends at byte"},
         {bytes.substr(0, scan) + "\xff\xd9", "it contains no image data"},
@@ -236,52 +223,21 @@ TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
         {with(20, "xx"), "no marker begins at byte 20"},
         {with(bytes.find("\xff\xdb") + 5, std::string(1, '\0')), "its quantisation tables contain 0"},
         {scans + "\xff\xd9", "contains more than 256 scans"},
-    };
-    const std::string folder = folder_ / "scans", to = folder_ / "converted";
-    std::filesystem::create_directory(folder);
-    for (std::size_t n = 0; n < std::size(rows); ++n) {
-        WriteBytes(folder + "/" + std::to_string(n) + ".jpg", rows[n].bytes);
-    }
-    Shell("convert-im6 " + Quoted(in_) + " -colorspace Gray " + Quoted(folder + "/grey.jpeg"));
-    Shell("convert-im6 " + Quoted(in_) + " -colorspace CMYK " + Quoted(folder + "/cmyk.jpe"));
-    const Outcome run = ConvertScan({folder, "-o", to, "--verbose"});
-    EXPECT_EQ(run.status, 4);
-    for (std::size_t n = 0; n < std::size(rows); ++n) {
-        const std::string start = "hueweave: " + folder + "/" + std::to_string(n) + ".jpg: ";
-        EXPECT_THAT(Lines(run.err), testing::Contains(testing::AllOf(testing::StartsWith(start),
-                                                                     HasSubstr(rows[n].reason), HasSubstr("; "))));
-    }
-    EXPECT_THAT(run.err, HasSubstr("grey.jpeg: holds grey pixels, not RGB"));
-    EXPECT_THAT(run.err, HasSubstr("cmyk.jpe: holds CMYK pixels, not RGB"));
-    EXPECT_FALSE(Exists(to));
+    });
+    const std::string folder = folder_ / "scans", to = folder_ / "converted", photo = "convert-im6 " + Quoted(in_);
+    Shell(photo + " -colorspace Gray " + Quoted(folder + "/grey.jpeg") + "; " + photo + " -colorspace CMYK " +
+          Quoted(folder + "/cmyk.jpe"));
     EXPECT_THAT(ConvertScan({folder, "-o", to, "--others", "copy"}), Says(1, "2 copied (1 CMYK, 1 grey)"));
     EXPECT_EQ(FileBytes(to + "/grey.jpeg"), FileBytes(folder + "/grey.jpeg"));
 }
 
-/// Leaves samples as they are.
-struct SameJpegColours : colour::RgbConverter {
-    void Convert(unsigned char*, std::size_t) const override {}
-    unsigned bits() const override { return 8; }
-    Range range() const override { return {}; }
-};
-
 TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
     std::uint64_t bytes = 0;  // of the written file
-    const auto write = [&](std::uint64_t memory) -> std::string {
-        const tool::FileAccess file = tool::FileAccess::OpenInput(in_);
-        const tool::FileAccess target = tool::FileAccess::Scratch(folder_.path(), "out");
-        const tool::JpegStructure structure(file);
-        const colour::PixelConverter converter(std::make_unique<SameJpegColours>());
-        tool::WriteSettings settings;
-        settings.memory = memory;
-        tool::Measured measured;
-        try {
-            tool::RewriteJpeg(structure, {&converter, nullptr}, target, settings, measured);
-        } catch (const tool::Refusal& refusal) {
-            return refusal.reason();
-        }
-        bytes = target.Size();
-        return "";
+    const auto write = [&](std::uint64_t memory) {
+        const auto rewrite = [](const auto& structure, auto* converter, auto&&... more) {
+            RewriteJpeg(structure, {converter, nullptr}, more...);
+        };
+        return ReasonOf([&] { bytes = Rewritten<tool::JpegStructure>(in_, memory, 8, rewrite).size(); });
     };
     // 210 x 238 pixels with halved colours are 27 x 30 blocks and twice 14 x 15, padded to whole units of 2 x 2.
     const std::uint64_t rows = std::uint64_t{1300} << 10, coefficients = (28 * 30 + 2 * 14 * 15) * 128;

@@ -1,81 +1,33 @@
 // SPDX-License-Identifier: MIT
 // PNG files made by ImageMagick: the pixels are those of the engine, and everything else is as it was.
-#include <zlib.h>
-
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "command/support/DeviceProfiles.h"
-#include "command/support/ExifTool.h"
-#include "command/support/FileTest.h"
-#include "command/support/Picture.h"
-#include "command/support/PngChunks.h"
+#include "command/png/PngImage.h"
+#include "command/tiff/kinds/KindTest.h"
+#include "command/tiff/kinds/Rewritten.h"
 #include "png/PngRewriter.h"
-#include "support/Matchers.h"
-#include "system/Refusal.h"
 
 namespace hueweave::test {
 namespace {
 
 using testing::HasSubstr;
 
-class PngTest : public FileTest {
+class PngTest : public KindTest {
 protected:
-    PngTest() {
-        in_ = folder_ / "in.png";
-        out_ = folder_ / "out.png";
-    }
-    /// A PNG file as ImageMagick reads it, with its samples unchanged.
-    Picture Read(const std::string& path, const std::string& options = "") const {
-        Shell("convert-im6 " + Quoted(path) + " " + options + " -compress none " + Quoted(folder_ / "read.tif"));
-        return ReadPictures(folder_ / "read.tif")[0];
-    }
-    void Write(const Chunks& chunks) const { WriteBytes(in_, PngOf(chunks)); }
+    PngTest() : KindTest("png") {}
     /// An image of 8 bits with one row of these RGB pixels, and `more` chunks before its data.
     void WriteRow(const std::string& pixels, const Chunks& more = {}) const {
-        const std::string row = std::string(1, '\0') + pixels;
-        std::string packed(compressBound(row.size()), '\0');
-        uLongf size = packed.size();
-        compress(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(row.data()),
-                 row.size());
-        packed.resize(size);
-        const std::string header = BigEndian(pixels.size() / 3) + BigEndian(1) + std::string("\x08\x02\0\0\0", 5);
-        Write(WithBefore({{"IHDR", header}, {"IDAT", packed}, {"IEND", ""}}, "IDAT", more));
+        WriteBytes(in_, PngOf(PngImage(pixels.size() / 3, 1, 8, 2, pixels, more)));
     }
 };
-
-/// Leaves samples as they are.
-struct SameColours : colour::RgbConverter {
-    void Convert(unsigned char*, std::size_t) const override {}
-    unsigned bits() const override { return 16; }
-    Range range() const override { return {}; }
-};
-
-/// Rewrites a file with this many bytes of memory. Returns why it is refused.
-std::string PngIn(const std::string& path, std::uint64_t memory) {
-    const Folder folder;
-    const tool::FileAccess file = tool::FileAccess::OpenInput(path);
-    const tool::FileAccess target = tool::FileAccess::Scratch(folder.path(), "out");
-    const tool::PngStructure structure(file);
-    const colour::PixelConverter converter(std::make_unique<SameColours>());
-    tool::WriteSettings settings;
-    settings.memory = memory;
-    tool::Measured measured;
-    try {
-        tool::RewritePng(structure, {&converter, nullptr}, target, settings, measured);
-    } catch (const tool::Refusal& refusal) {
-        return refusal.reason();
-    }
-    return "";
-}
 
 /// RGB pixels of 8 bits converted by the engine.
 std::string ByTheEngine(const std::string& pixels) {
-    Picture picture{static_cast<std::uint32_t>(pixels.size() / 3), 1, 3, 8, {}, ""};
-    for (const char c : pixels) picture.values.push_back(static_cast<unsigned char>(c));
-    std::string converted;
-    for (const std::uint16_t value : ToSrgb(picture).values) converted += static_cast<char>(value);
-    return converted;
+    const std::vector<unsigned char> bytes(pixels.begin(), pixels.end());
+    const Picture converted =
+        ToSrgb({static_cast<std::uint32_t>(pixels.size() / 3), 1, 3, 8, {bytes.begin(), bytes.end()}, ""});
+    return {converted.values.begin(), converted.values.end()};
 }
 
 TEST_F(PngTest, PixelsAreTheEnginesWhateverTheThreads) {
@@ -85,7 +37,7 @@ TEST_F(PngTest, PixelsAreTheEnginesWhateverTheThreads) {
         Make(std::string("convert-im6 $in ") + options + " $out", Input(photo));
         const Outcome run = Convert({"--force", "-j", "1", "--json"});
         ASSERT_THAT(run, Succeeds());
-        const Picture wanted = ToSrgb(ReadPictures(Input(photo))[0]), got = Read(out_);
+        const Picture wanted = ToSrgb(ReadPictures(Input(photo))[0]), got = ReadByPeer(out_);
         EXPECT_EQ(got.samples, wanted.samples);
         EXPECT_EQ(got.bits, wanted.bits);
         EXPECT_EQ(got.values == wanted.values, true);
@@ -149,10 +101,8 @@ TEST_F(PngTest, ATransparentColourStaysAndNoOtherBecomesTransparent) {
     EXPECT_EQ(DataOf(ChunksOf(out_), "bKGD"), words(ByTheEngine(grey)));
     std::string moved = wanted;
     moved[2] = static_cast<char>(moved[2] == 0 ? 1 : moved[2] - 1);
-    const std::string read = Shell("convert-im6 " + Quoted(out_) + " -depth 8 rgba:- | od -An -v -tx1");
-    const std::string row = wanted + '\0' + moved + '\xff' + ByTheEngine(grey) + '\xff';
-    WriteBytes(folder_ / "row", row);
-    EXPECT_EQ(read, Shell("od -An -v -tx1 " + Quoted(folder_ / "row")));
+    EXPECT_EQ(Shell("convert-im6 " + Quoted(out_) + " -depth 8 rgba:-"),
+              wanted + '\0' + moved + '\xff' + ByTheEngine(grey) + '\xff');
 }
 
 TEST_F(PngTest, TheChunkSrgbIsAProfileAndGammaIsNone) {
@@ -176,21 +126,16 @@ TEST_F(PngTest, TheChunkSrgbIsAProfileAndGammaIsNone) {
 TEST_F(PngTest, EmbeddedProfilesAreRead) {
     Make("convert-im6 $in -profile " + Quoted(Input("scanner.icc")) + " $out");
     ASSERT_THAT(Hueweave({"convert", in_, "-o", out_, "--precision", "library"}), Succeeds());
-    EXPECT_EQ(Read(out_).values, ToSrgb(ReadPictures(Input("photo-8.tif"))[0]).values);
+    EXPECT_EQ(ReadByPeer(out_).values, ToSrgb(ReadPictures(Input("photo-8.tif"))[0]).values);
     Chunks chunks = ChunksOf(in_);
     for (Chunk& chunk : chunks) {
         if (chunk.type == "iCCP") chunk.data[40] ^= 1;
     }
-    Write(chunks);
+    WriteBytes(in_, PngOf(chunks));
     EXPECT_THAT(Hueweave({"convert", in_, "-o", out_, "--force"}), Refuses(3, "embeds a profile that is damaged"));
     EXPECT_THAT(Convert({"--source", "given", "--force"}), Says(0, "embeds a profile that cannot be used"));
     // A profile of 33 MiB in 33 KiB.
-    std::string packed(compressBound(33 << 20), '\0');
-    uLongf size = packed.size();
-    const std::string zeros(33 << 20, '\0');
-    compress(reinterpret_cast<Bytef*>(packed.data()), &size, reinterpret_cast<const Bytef*>(zeros.data()),
-             zeros.size());
-    WriteRow("abcdef", {{"iCCP", std::string("icc\0\0", 5) + packed.substr(0, size)}});
+    WriteRow("abcdef", {{"iCCP", std::string("icc\0\0", 5) + Deflated(std::string(33 << 20, '\0'))}});
     EXPECT_THAT(Hueweave({"convert", in_, "-o", out_, "--force"}), Refuses(3, "a profile of more than 32 MiB"));
 }
 
@@ -198,10 +143,6 @@ TEST_F(PngTest, WhatCannotBeConvertedIsRefused) {
     WriteRow("abcdef");
     const Chunks sound = ChunksOf(in_);
     const std::string bytes = FileBytes(in_);
-    struct Row {
-        std::string bytes;
-        const char* reason;
-    };
     std::string grey = sound[0].data, damaged = bytes, size = sound[0].data;
     grey[9] = 0;
     size[3] = 100;
@@ -210,7 +151,7 @@ TEST_F(PngTest, WhatCannotBeConvertedIsRefused) {
     std::string badSum = PngOf(WithBefore(sound, "IDAT", {text}));
     badSum[43] ^= 1;
     const std::string profile("icc\0\0x", 6);
-    const Row rows[] = {
+    ExpectEachRefused({
         {PngOf({{"IHDR", grey}, sound[1], sound[2]}), "holds grey pixels, not RGB"},
         {PngOf(WithBefore(sound, "IDAT", {{"acTL", std::string(8, 1)}})), "is an animated PNG"},
         {PngOf(WithBefore(sound, "IDAT", {{"NEWs", "?"}})), "contains a critical chunk NEWs that is not known"},
@@ -225,27 +166,19 @@ TEST_F(PngTest, WhatCannotBeConvertedIsRefused) {
         {damaged, "contains damaged image data"},
         {bytes.substr(0, bytes.size() - 1), "is truncated: it ends at byte"},
         {bytes.substr(0, 8), "is truncated: it ends at byte 8"},
-    };
-    const std::string scans = folder_ / "scans";
-    std::filesystem::create_directory(scans);
-    for (std::size_t n = 0; n < std::size(rows); ++n) {
-        WriteBytes(scans + "/" + std::to_string(n) + ".png", rows[n].bytes);
-    }
-    const Outcome run = ConvertScan({scans, "-o", folder_ / "converted", "--verbose"});
-    EXPECT_EQ(run.status, 4);
-    for (std::size_t n = 0; n < std::size(rows); ++n) {
-        const std::string start = "hueweave: " + scans + "/" + std::to_string(n) + ".png: ";
-        EXPECT_THAT(Lines(run.err), testing::Contains(testing::AllOf(testing::StartsWith(start),
-                                                                     HasSubstr(rows[n].reason), HasSubstr("; "))));
-    }
-    EXPECT_FALSE(Exists(folder_ / "converted"));
+    });
     // Data that follow the pixels within a few bytes do no harm.
     WriteBytes(in_, PngOf({sound[0], {"IDAT", sound[1].data + "xxx"}, sound[2]}));
     EXPECT_THAT(Convert(), Succeeds());
 }
 
 TEST_F(PngTest, OnlyInterlacedImagesAreHeldAsAWhole) {
-    const auto write = [&](std::uint64_t memory) { return PngIn(in_, memory); };
+    const auto write = [&](std::uint64_t memory) {
+        const auto rewrite = [](const auto& structure, auto* converter, auto&&... more) {
+            RewritePng(structure, {converter, nullptr}, more...);
+        };
+        return ReasonOf([&] { Rewritten<tool::PngStructure>(in_, memory, 16, rewrite); });
+    };
     Make("convert-im6 $in $out", Input("photo-16.tif"));
     const std::uint64_t rows = 1600000, pixels = 210 * 238 * 6;
     EXPECT_EQ(write(rows), "");

@@ -6,10 +6,9 @@
 
 #include <jpeglib.h>
 
-#include "colour/PixelConverter.h"
 #include "command/support/JpegMaker.h"
 #include "command/tiff/kinds/KindTest.h"
-#include "system/Refusal.h"
+#include "command/tiff/kinds/Rewritten.h"
 #include "tiff/rewrite/TiffRewriter.h"
 
 namespace hueweave::test {
@@ -23,9 +22,8 @@ using testing::Not;
 struct YCbCrPage {
     const char* name;
     std::uint64_t across, down;
-    unsigned compression = 1;  ///< or 8 for Deflate, 32773 for PackBits
-    std::uint64_t rows = kHeight;
-    bool tiled = false;  ///< of 16 x 16 pixels
+    unsigned compression = 1;      ///< or 8 for Deflate, 32773 for PackBits
+    std::uint64_t rows = kHeight;  ///< of a strip; or 0 for tiles of 16 x 16 pixels
     std::vector<double> weights{0.299, 0.587, 0.114};
     std::vector<double> range{0, 255, 128, 255, 128, 255};
     bool statesAll = false;  ///< also what is the default
@@ -35,11 +33,11 @@ const YCbCrPage kYCbCrPages[] = {
     {"Whole", 1, 1},
     {"HalvedAcross", 2, 1, 8},
     {"HalvedDownInStrips", 1, 2, 1, 2},
-    {"Quartered", 2, 2, 32773, 4, false, {0.2126, 0.7152, 0.0722}},
-    {"StripsThatDivideUnits", 2, 2, 8, 3, false, {0.299, 0.587, 0.114}, {15, 235, 128, 240, 128, 240}},
+    {"Quartered", 2, 2, 32773, 4, {0.2126, 0.7152, 0.0722}},
+    {"StripsThatDivideUnits", 2, 2, 8, 3, {0.299, 0.587, 0.114}, {15, 235, 128, 240, 128, 240}},
     {"UnitsOf16Pixels", 4, 4, 8, 4},
-    {"Tiles", 4, 2, 1, 0, true, {0.299, 0.587, 0.114}, {0, 255, 128, 255, 128, 255}, true},
-    {"EncodedTiles", 2, 2, 8, 0, true},
+    {"Tiles", 4, 2, 1, 0, {0.299, 0.587, 0.114}, {0, 255, 128, 255, 128, 255}, true},
+    {"EncodedTiles", 2, 2, 8, 0},
 };
 
 /// Rows of at most 128 bytes, each packed by itself.
@@ -64,61 +62,64 @@ TiffMaker::Entry Rationals(unsigned tag, const std::vector<double>& values) {
 
 class YCbCrTest : public KindTest {
 protected:
-    static unsigned Byte(double value) { return static_cast<unsigned>(std::lround(std::clamp(value, 0.0, 255.0))); }
     /// The formula of YCbCr in TIFF for one pixel.
     static std::vector<std::uint64_t> RgbOf(const YCbCrPage& page, double luma, double blue, double red) {
         const auto scaled = [&](double value, std::size_t c, double size) {
             return (value - page.range[2 * c]) * size / (page.range[2 * c + 1] - page.range[2 * c]);
         };
+        const auto byte = [](double value) {
+            return static_cast<unsigned>(std::lround(std::clamp(value, 0.0, 255.0)));
+        };
         const double y = scaled(luma, 0, 255), cb = scaled(blue, 1, 127), cr = scaled(red, 2, 127);
         const double r = cr * (2 - 2 * page.weights[0]) + y, b = cb * (2 - 2 * page.weights[2]) + y;
         const double g = (y - page.weights[2] * b - page.weights[0] * r) / page.weights[1];
-        return {Byte(r), Byte(g), Byte(b)};
+        return {byte(r), byte(g), byte(b)};
+    }
+    /// Samples of a pixel, and of a data unit that begins there.
+    static unsigned char Luma(std::uint64_t x, std::uint64_t y) { return static_cast<unsigned char>(x * 37 + y * 59); }
+    static unsigned char Blue(std::uint64_t x, std::uint64_t y) { return static_cast<unsigned char>(x * 83 + y * 101); }
+    static unsigned char Red(std::uint64_t x, std::uint64_t y) {
+        return static_cast<unsigned char>(x * 151 + y * 29 + 40);
     }
     /// Writes a page, with further entries in place of its own, and returns it as RGB.
     Samples Write(const YCbCrPage& page, const Entries& changed = {}) const {
+        const std::uint64_t side = page.rows == 0 ? 16 : 0;  // of a tile
+        const std::uint64_t rows = page.rows + side, width = side > 0 ? side : kWidth;
         TiffMaker tiff;
-        std::vector<std::uint64_t> offsets, counts;
-        Samples rgb{2, 3, 8, std::vector<std::uint64_t>(3 * kPixels)};
-        const std::uint64_t width = page.tiled ? 16 : kWidth, rows = page.tiled ? 16 : page.rows;
-        std::uint64_t unit = 0;
+        TiffMaker::Shape shape{kWidth, kHeight, {}, {}, page.compression, 3, 1, page.rows, side, side};
         for (std::uint64_t top = 0; top < kHeight; top += rows) {
             std::string strip;
-            const std::uint64_t height = page.tiled ? 16 : std::min(rows, kHeight - top);
-            for (std::uint64_t y = 0; y < height; y += page.down) {
+            const std::uint64_t bottom = side > 0 ? side : std::min<std::uint64_t>(top + rows, kHeight);
+            for (std::uint64_t y = top; y < bottom; y += page.down) {
                 for (std::uint64_t x = 0; x < width; x += page.across) {
-                    AddUnit(page, {unit++, x, top + y, top + height}, strip, rgb);
+                    for (std::uint64_t i = 0; i < page.across * page.down; ++i) {
+                        strip += static_cast<char>(Luma(x + i % page.across, y + i / page.across));
+                    }
+                    strip += {static_cast<char>(Blue(x, y)), static_cast<char>(Red(x, y))};
                 }
             }
             if (page.compression == 8) strip = Deflated(strip);
             if (page.compression == 32773)
                 strip = PackedBits(strip, (width + page.across - 1) / page.across * (page.across * page.down + 2));
-            offsets.push_back(tiff.Put(strip));
-            counts.push_back(strip.size());
+            shape.offsets.push_back(tiff.Put(strip));
+            shape.counts.push_back(strip.size());
         }
-        Entries entries{TiffMaker::Long(256, kWidth),
-                        TiffMaker::Long(257, kHeight),
-                        {258, 3, 3, 0, Little({8, 8, 8}, 2)},
-                        TiffMaker::Short(259, page.compression),
-                        TiffMaker::Short(262, 6),
-                        TiffMaker::Longs(page.tiled ? 324 : 273, offsets),
-                        TiffMaker::Short(277, 3),
-                        TiffMaker::Longs(page.tiled ? 325 : 279, counts)};
-        if (page.tiled) {
-            entries.push_back(TiffMaker::Long(322, 16));
-            entries.push_back(TiffMaker::Long(323, 16));
-        } else {
-            entries.push_back(TiffMaker::Long(278, page.rows));
-        }
+        Entries entries = With(Without(TiffMaker::Rgb(shape), 284), TiffMaker::Short(262, 6));
         const YCbCrPage usual{"", 2, 2};
         if (page.statesAll || page.weights != usual.weights) entries.push_back(Rationals(529, page.weights));
         if (page.statesAll || page.range != usual.range) entries.push_back(Rationals(532, page.range));
         if (page.statesAll || page.across != 2 || page.down != 2) {
             entries.push_back({530, 3, 2, 0, Little({page.across, page.down}, 2)});
         }
-        for (const TiffMaker::Entry& entry : changed) entries = And(Without(entries, entry.tag), entry);
-        tiff.Page(entries);
+        tiff.Page(WithAll(entries, changed));
         tiff.Save(in_);
+        Samples rgb;
+        for (std::uint64_t i = 0; i < kPixels; ++i) {
+            const std::uint64_t x = i % kWidth, y = i / kWidth;
+            const std::uint64_t left = x / page.across * page.across, top = y - y % rows % page.down;
+            const auto pixel = RgbOf(page, Luma(x, y), Blue(left, top), Red(left, top));
+            rgb.values.insert(rgb.values.end(), pixel.begin(), pixel.end());
+        }
         return rgb;
     }
 
@@ -126,26 +127,24 @@ protected:
         return Shell("tiffinfo " + Quoted(path) + " | grep -E 'Compression|Width|Rows|Planar'");
     }
 
-private:
-    struct Unit {
-        std::uint64_t number, x, y, bottom;
-    };
-    /// Appends the samples of a data unit, and sets the pixels of the image that it covers.
-    static void AddUnit(const YCbCrPage& page, const Unit& unit, std::string& strip, Samples& rgb) {
-        const std::uint64_t cb = unit.number * 83 % 256, cr = (unit.number * 151 + 40) % 256;
-        for (std::uint64_t dy = 0; dy < page.down; ++dy) {
-            for (std::uint64_t dx = 0; dx < page.across; ++dx) {
-                const std::uint64_t x = unit.x + dx, y = unit.y + dy, luma = (x * 37 + y * 59) % 256;
-                strip += static_cast<char>(luma);
-                if (x >= kWidth || y >= std::min<std::uint64_t>(unit.bottom, kHeight)) continue;
-                const auto pixel =
-                    RgbOf(page, static_cast<double>(luma), static_cast<double>(cb), static_cast<double>(cr));
-                std::copy(pixel.begin(), pixel.end(),
-                          rgb.values.begin() + static_cast<std::ptrdiff_t>(3 * (y * kWidth + x)));
-            }
-        }
-        strip += static_cast<char>(cb);
-        strip += static_cast<char>(cr);
+    /// Writes the page as RGB with this many bytes of memory, and returns its samples.
+    std::vector<std::uint16_t> WriteAsRgb(std::uint64_t memory) const {
+        std::uint64_t pixels = 0;
+        const auto rewrite = [&](const auto& structure, auto* converter, const auto& target, const auto& settings,
+                                 tool::Measured& measured) {
+            RewriteTiff(structure, ReadPages(structure), {{false, converter, nullptr}}, target, settings, measured);
+            pixels = measured.pixels;
+        };
+        WriteBytes(out_, Rewritten<tool::TiffStructure>(in_, memory, 8, rewrite));
+        const Picture picture = ReadPictures(out_)[0];
+        EXPECT_EQ(pixels, picture.values.size() / 3);
+        return picture.values;
+    }
+    /// Expects these samples to be those that libtiff finds in the source.
+    void ExpectNearPeer(const std::vector<std::uint16_t>& samples) const {
+        const std::string peer = folder_ / "peer.tif";
+        Shell("tiff2rgba -n " + Quoted(in_) + " " + Quoted(peer) + " 2>/dev/null");
+        EXPECT_THAT(ReadPictures(peer)[0].values, testing::Pointwise(testing::FloatNear(2), samples));
     }
 };
 
@@ -153,65 +152,22 @@ TEST_F(YCbCrTest, PixelsAreThoseOfTheFormula) {
     for (const YCbCrPage& page : kYCbCrPages) {
         SCOPED_TRACE(page.name);
         const Samples rgb = Write(page);
-        WriteSamples(folder_ / "rgb.tif", rgb);
-        ASSERT_THAT(ConvertFileOf(folder_ / "rgb.tif", folder_ / "wanted.tif"), Succeeds());
-        ASSERT_THAT(ConvertKind(), Succeeds());
-        EXPECT_EQ(ReadPictures(out_), ReadPictures(folder_ / "wanted.tif"));
+        ExpectLikeRgb(rgb);
         EXPECT_EQ(Layout(out_), Layout(in_));
         EXPECT_THAT(Shell("tiffinfo " + Quoted(out_)),
-                    AllOf(HasSubstr("Photometric Interpretation: RGB color"), Not(HasSubstr("YCbCr")),
-                          Not(HasSubstr("Reference Black/White"))));
-        Shell("tiff2rgba -n " + Quoted(in_) + " " + Quoted(folder_ / "peer.tif"));
-        const Picture peer = ReadPictures(folder_ / "peer.tif")[0];
-        ASSERT_EQ(peer.values.size(), rgb.values.size());
-        for (std::size_t i = 0; i < peer.values.size(); ++i) {
-            ASSERT_NEAR(static_cast<double>(peer.values[i]), static_cast<double>(rgb.values[i]), 2) << i;
-        }
+                    AllOf(Not(HasSubstr("YCbCr")), Not(HasSubstr("Reference Black/White"))));
+        ExpectNearPeer({rgb.values.begin(), rgb.values.end()});
     }
 }
-
-/// Leaves samples as they are.
-struct SameYCbCrColours : colour::RgbConverter {
-    void Convert(unsigned char*, std::size_t) const override {}
-    unsigned bits() const override { return 8; }
-    Range range() const override { return {}; }
-};
 
 TEST_F(YCbCrTest, LargeStripsAreDecodedByRows) {
     for (const unsigned compression : {8U, 32773U}) {
         YCbCrPage page = kYCbCrPages[3];
         page.compression = compression;
         const Samples rgb = Write(page);
-        const tool::FileAccess file = tool::FileAccess::OpenInput(in_);
-        const tool::TiffStructure structure(file);
-        const std::vector<tool::TiffPage> pages = ReadPages(structure);
-        const colour::PixelConverter converter(std::make_unique<SameYCbCrColours>());
-        tool::WriteSettings settings;
-        settings.memory = 512;  // bytes: rows fit, strips with their buffers do not
-        tool::Measured measured;
-        {
-            const tool::FileAccess target = tool::FileAccess::Scratch(folder_.path(), "out");
-            RewriteTiff(structure, pages, {{false, &converter, nullptr}}, target, settings, measured);
-            const tool::Bytes bytes = target.Read({0, target.Size()});
-            WriteBytes(out_, std::string(bytes.begin(), bytes.end()));
-        }
-        EXPECT_EQ(measured.pixels, kPixels);
-        const Picture picture = ReadPictures(out_)[0];
-        EXPECT_EQ(std::vector<std::uint64_t>(picture.values.begin(), picture.values.end()), rgb.values);
+        // Rows fit into 512 bytes, strips with their buffers do not.
+        EXPECT_EQ(WriteAsRgb(512), std::vector<std::uint16_t>(rgb.values.begin(), rgb.values.end()));
     }
-}
-
-/// Writes the pixels of a page as RGB of the same samples.
-void WriteAsRgb(const std::string& path, const std::string& folder, const std::string& out) {
-    const tool::FileAccess file = tool::FileAccess::OpenInput(path);
-    const tool::TiffStructure structure(file);
-    const std::vector<tool::TiffPage> pages = ReadPages(structure);
-    const colour::PixelConverter converter(std::make_unique<SameYCbCrColours>());
-    tool::Measured measured;
-    const tool::FileAccess target = tool::FileAccess::Scratch(folder, "out");
-    RewriteTiff(structure, pages, {{false, &converter, nullptr}}, target, {}, measured);
-    const tool::Bytes bytes = target.Read({0, target.Size()});
-    WriteBytes(out, std::string(bytes.begin(), bytes.end()));
 }
 
 TEST_F(YCbCrTest, OldStyleJpegIsDecodedAsByLibtiff) {
@@ -223,32 +179,20 @@ TEST_F(YCbCrTest, OldStyleJpegIsDecodedAsByLibtiff) {
         });
         const auto write = [&](const std::string& data, std::uint64_t sampling) {
             TiffMaker tiff;
-            const std::uint64_t at = tiff.Put(data);
-            tiff.Page({TiffMaker::Long(256, photo.width),
-                       TiffMaker::Long(257, photo.height),
-                       {258, 3, 3, 0, Little({8, 8, 8}, 2)},
-                       TiffMaker::Short(259, 6),
-                       TiffMaker::Short(262, 6),
-                       TiffMaker::Long(273, at),
-                       TiffMaker::Short(277, 3),
-                       TiffMaker::Long(278, photo.height),
-                       TiffMaker::Long(279, data.size()),
-                       TiffMaker::Short(512, 1),
-                       TiffMaker::Long(513, at),
-                       TiffMaker::Long(514, data.size()),
-                       {530, 3, 2, 0, Little({sampling, sampling}, 2)}});
+            const std::uint64_t at = tiff.Put(data), height = photo.height;
+            const Entries form = TiffMaker::Rgb({photo.width, height, {at}, {data.size()}, 6, 3, 1, height});
+            tiff.Page(WithAll(form, {TiffMaker::Short(262, 6),
+                                     TiffMaker::Short(512, 1),
+                                     TiffMaker::Long(513, at),
+                                     TiffMaker::Long(514, data.size()),
+                                     {530, 3, 2, 0, Little({sampling, sampling}, 2)}}));
             tiff.Save(in_);
         };
         write(jpeg, factor);
-        WriteAsRgb(in_, folder_.path(), out_);
-        const Picture got = ReadPictures(out_)[0];
+        ExpectNearPeer(WriteAsRgb(std::uint64_t{40} << 20));
         EXPECT_EQ(Layout(out_).find("Old-style"), std::string::npos);
-        Shell("tiff2rgba -n " + Quoted(in_) + " " + Quoted(folder_ / "peer.tif") + " 2>/dev/null");
-        const Picture peer = ReadPictures(folder_ / "peer.tif")[0];
-        ASSERT_EQ(peer.values.size(), got.values.size());
-        for (std::size_t i = 0; i < peer.values.size(); ++i) ASSERT_NEAR(peer.values[i], got.values[i], 2) << i;
-        const Outcome run = ConvertKind();
-        EXPECT_THAT(run, Says(0, "in.tif: old-style JPEG image data are written as Deflate, without further loss\n"));
+        EXPECT_THAT(ConvertKind(),
+                    Says(0, "in.tif: old-style JPEG image data are written as Deflate, without further loss\n"));
         EXPECT_THAT(Shell("tiffinfo " + Quoted(out_)), Not(HasSubstr("JpegInter")));
         write(jpeg, 3 - factor);
         EXPECT_THAT(ConvertKind(), Refuses(4, "its old-style JPEG data have another size or subsampling"));
@@ -260,9 +204,7 @@ TEST_F(YCbCrTest, OldStyleJpegIsDecodedAsByLibtiff) {
 TEST_F(YCbCrTest, TheChangeIsNamedAndOnceConvertedNothingChanges) {
     Write(kYCbCrPages[1]);
     EXPECT_THAT(ConvertKind(), Says(0, "its YCbCr pixels are written as RGB of 8 bits\n"));
-    const std::string before = FileBytes(out_);
-    EXPECT_THAT(Hueweave({"convert", "--in-place", out_}), Says(0, "is in srgb already"));
-    EXPECT_EQ(FileBytes(out_), before);
+    ExpectDone();
     EXPECT_THAT(ConvertKind({"--precision", "library"}),
                 Refuses(4, "holds YCbCr pixels, not RGB; leave --precision library out"));
 }

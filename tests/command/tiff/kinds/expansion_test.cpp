@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Palette pixels become RGB: the pixels are those of the same picture with its colours written out.
+// Palette pixels, and RGB of 10, 12 and 14 bits, become RGB of 8 or 16 bits: the pixels are those of the same picture
+// with its colours written out.
+#include <cmath>
+
 #include "command/tiff/kinds/KindTest.h"
 
 namespace hueweave::test {
@@ -38,7 +41,9 @@ protected:
 TEST_F(PaletteTest, EveryIndexAndFormOfTheColourMap) {
     unsigned compression = 1;
     for (const Palette& palette :
-         {Palette{1, 8, 257}, Palette{2, 8, 1}, Palette{4, 8, 256}, Palette{4, 16, 1}, Palette{8, 16, 1}}) {
+         {Palette{1, 8, 257}, Palette{2, 8, 1}, Palette{4, 8, 256}, Palette{4, 16, 1}, Palette{8, 16, 1},
+          // An alpha is scaled to the depth of the colours.
+          Palette{8, 8, 1, true}, Palette{8, 16, 1, true}}) {
         SCOPED_TRACE(testing::Message() << palette.indexBits << " bits, map of " << palette.bits << " times "
                                         << palette.factor);
         ExpectLikeRgb(Write(palette, compression));
@@ -46,23 +51,14 @@ TEST_F(PaletteTest, EveryIndexAndFormOfTheColourMap) {
     }
 }
 
-TEST_F(PaletteTest, AnAlphaIsScaledToTheDepthOfTheColours) {
-    for (const unsigned bits : {8U, 16U}) ExpectLikeRgb(Write({8, bits, 1, true}));
-}
-
 TEST_F(PaletteTest, StripsTilesAndCodingsStay) {
     Make("convert-im6 $in -colors 200 -type Palette -compress none $out");
-    const std::string palette = folder_ / "palette.tif", rgb = folder_ / "photo.tif";
-    Shell("cd " + Quoted(folder_.path()) +
-          "; mv in.tif palette.tif; convert-im6 palette.tif -type TrueColor -depth 16 " +
-          "-define tiff:preserve-compression=false photo.tif");
-    ASSERT_THAT(ConvertFileOf(rgb, folder_ / "wanted.tif"), Succeeds());
-    const std::vector<Picture> wanted = ReadPictures(folder_ / "wanted.tif");
+    Shell("cd " + Quoted(folder_.path()) + "; mv in.tif palette; convert-im6 palette -type TrueColor -depth 16 " +
+          "-define tiff:preserve-compression=false tiff:rgb");
     for (const std::string scheme : {"-s -c none -r 16", "-B -t -w 64 -l 48 -c lzw:2", "-8 -s -c zip -r 238"}) {
         SCOPED_TRACE(scheme);
-        Shell("tiffcp " + scheme + " " + Quoted(palette) + " " + Quoted(in_));
-        ASSERT_THAT(ConvertKind({"-j", "3"}), Succeeds());
-        EXPECT_EQ(ReadPictures(out_), wanted);
+        Shell("tiffcp " + scheme + " " + Quoted(folder_ / "palette") + " " + Quoted(in_));
+        ExpectLikeRgb(folder_ / "rgb", {"-j", "3"});
         for (const char* tag : {"Compression", "RowsPerStrip", "TileWidth", "TileLength", "Predictor"}) {
             EXPECT_EQ(Tag(out_, tag), Tag(in_, tag)) << tag;
         }
@@ -73,9 +69,7 @@ TEST_F(PaletteTest, StripsTilesAndCodingsStay) {
 TEST_F(PaletteTest, TheLayoutIsNamedAndOnceConvertedNothingChanges) {
     Write({8, 8, 257});
     EXPECT_THAT(ConvertKind(), Says(0, "its palette pixels are written as RGB of 8 bits\n"));
-    const std::string before = FileBytes(out_);
-    EXPECT_THAT(Hueweave({"convert", "--in-place", out_}), Says(0, "is in srgb already"));
-    EXPECT_EQ(FileBytes(out_), before);
+    ExpectDone();
 }
 
 TEST_F(PaletteTest, WhatCannotBeConvertedIsRefused) {
@@ -88,6 +82,47 @@ TEST_F(PaletteTest, WhatCannotBeConvertedIsRefused) {
     indices.more = {{320, 3, 48, 0, std::string(96, 'a')}};
     WriteSamples(in_, indices);
     EXPECT_THAT(ConvertKind(), Refuses(4, "has a colour map of 48 values"));
+}
+
+class DepthTest : public KindTest {
+protected:
+    /// Writes a file, and returns the same picture with 16 bits, interleaved.
+    Samples Write(const Samples& packed) const {
+        WriteSamples(in_, packed);
+        Samples wide{2, packed.perPixel, 16, packed.values, packed.more};
+        const double top = (1U << packed.bits) - 1;
+        for (std::uint64_t& value : wide.values) {
+            value = static_cast<std::uint64_t>(std::lround(static_cast<double>(value) * 65535.0 / top));
+        }
+        const std::vector<std::uint64_t> planes = wide.values;
+        for (std::size_t i = 0; packed.planar == 2 && i < planes.size(); ++i) {
+            wide.values[i % kPixels * 3 + i / kPixels] = planes[i];
+        }
+        return wide;
+    }
+};
+
+TEST_F(DepthTest, SamplesAreScaledTo16Bits) {
+    for (const Samples& packed : {Samples{2, 3, 10, Varied(3 * kPixels, 10), {}, 8},
+                                  Samples{2, 4, 12, Varied(4 * kPixels, 12), {TiffMaker::Short(338, 2)}},
+                                  Samples{2, 3, 14, Varied(3 * kPixels, 14)}}) {
+        SCOPED_TRACE(packed.bits);
+        ExpectLikeRgb(Write(packed));
+    }
+}
+
+TEST_F(DepthTest, PlanesBecomeInterleaved) {
+    for (const unsigned compression : {1U, 8U}) {
+        ExpectLikeRgb(Write({2, 3, 12, Varied(3 * kPixels, 12), {}, compression, 2}));
+        EXPECT_EQ(Tag(out_, "PlanarConfiguration"), "Chunky\n");
+    }
+}
+
+TEST_F(DepthTest, TheDepthIsNamed) {
+    Write({2, 3, 12, Varied(3 * kPixels, 12)});
+    EXPECT_THAT(ConvertKind(), Says(0, "its samples of 12 bits are written with 16 bits\n"));
+    EXPECT_THAT(ConvertKind({"--precision", "library"}),
+                Refuses(4, "has 12 bits a sample; leave --precision library out"));
 }
 
 }  // namespace
