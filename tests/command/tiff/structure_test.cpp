@@ -18,23 +18,20 @@ using tool::TiffStructure;
 
 class StructureTest : public testing::Test {
 protected:
+    using Look = std::function<void(const TiffStructure&)>;
     /// The reason for which a file is refused while `look` runs on its structure; empty if it is not.
-    std::string Reason(const TiffMaker& tiff, const std::function<void(const TiffStructure&)>& look = {}) {
+    std::string Reason(const TiffMaker& tiff, const Look& look = {}) {
         tiff.Save(path_);
         return ReasonOf([&] {
             const OpenedTiff opened(path_);
             if (look) look(opened.structure);
         });
     }
-    /// The same for a page of these entries, after the contents of `tiff_`.
-    std::string ReasonOfPage(const Entries& entries, const std::function<void(const TiffStructure&)>& look) {
+    /// The same for a page of these entries, after the contents of `tiff_`; unless told otherwise, its pages are read.
+    std::string ReasonOfPage(const Entries& entries, const Look& look = tool::ReadPages) {
         TiffMaker tiff = tiff_;
         tiff.Page(entries);
         return Reason(tiff, look);
-    }
-    /// The same, when the pages are read.
-    std::string ReasonOfPage(const Entries& entries) {
-        return ReasonOfPage(entries, [](const TiffStructure& structure) { ReadPages(structure); });
     }
     Folder folder_;
     const std::string path_ = folder_ / "in.tif";
@@ -173,10 +170,8 @@ TEST_F(StructureTest, MetadataBelowMetadataAreReadEightDeep) {
 TEST_F(StructureTest, AMaskMayHaveNoStripsAndCountsThoseThatItHas) {
     tiff_.Page(small_);
     const auto reason = [&](std::uint64_t strips) {
-        return ReasonOfPage({TiffMaker::Long(256, 4),
-                             TiffMaker::Long(257, 4),
-                             TiffMaker::Short(262, 4),
-                             {273, 1, strips, 0, std::string(strips, '\1')}});
+        const Entries mask{TiffMaker::Long(256, 4), TiffMaker::Long(257, 4), TiffMaker::Short(262, 4)};
+        return ReasonOfPage(And(mask, {273, 1, strips, 0, std::string(strips, '\1')}));
     };
     EXPECT_EQ(reason(0), "");
     EXPECT_EQ(reason((std::uint64_t{2} << 20) - 1), "");
@@ -211,8 +206,7 @@ TEST_F(StructureTest, PagesAndTheirPartsHaveASize) {
 TEST_F(StructureTest, AsManySamplesAsABitOfAWordEach) {
     const std::uint64_t at = tiff_.Put(std::string(65, 'x'));
     const auto reason = [&](unsigned samples) {
-        return ReasonOfPage(TiffMaker::Rgb(
-            {.width = 1, .height = 1, .offsets = {at}, .counts = {samples}, .samples = samples, .rows = 1}));
+        return ReasonOfPage(TiffMaker::Rgb({1, 1, {at}, {samples}, 1, samples, 1, 1}));
     };
     EXPECT_EQ(reason(64), "");
     EXPECT_EQ(reason(65), "has 65 samples a pixel");

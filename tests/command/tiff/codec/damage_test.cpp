@@ -1,36 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Damaged image data are refused as far as the damage can be detected; unusual but complete data are not.
-#include <tiffio.h>
-
 #include <algorithm>
-#include <memory>
 #include <vector>
 
 #include "command/support/FileTest.h"
+#include "command/support/OpenedTiff.h"
 #include "command/support/Picture.h"
 #include "support/Matchers.h"
 
 namespace hueweave::test {
 namespace {
-
-struct Place {
-    std::size_t offset, size;
-};
-
-/// The locations of the strips or tiles of the first page.
-std::vector<Place> PlacesIn(const std::string& path) {
-    TIFFSetWarningHandler(nullptr);
-    const std::unique_ptr<TIFF, TiffCloser> file(TIFFOpen(path.c_str(), "r"));
-    if (file == nullptr) throw std::runtime_error("libtiff cannot open " + path);
-    std::vector<Place> places;
-    const std::uint32_t count = TIFFIsTiled(file.get()) != 0 ? TIFFNumberOfTiles(file.get())  //
-                                                             : TIFFNumberOfStrips(file.get());
-    for (std::uint32_t i = 0; i < count; ++i) {
-        places.push_back({static_cast<std::size_t>(TIFFGetStrileOffset(file.get(), i)),
-                          static_cast<std::size_t>(TIFFGetStrileByteCount(file.get(), i))});
-    }
-    return places;
-}
 
 class DamageTest : public FileTest {
 protected:
@@ -44,7 +23,7 @@ protected:
         EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }
     /// Damages a strip or tile of Deflate data in many ways.
-    void ExpectEveryDamageIsRefused(const std::string& whole, const Place& place) {
+    void ExpectEveryDamageIsRefused(const std::string& whole, const tool::Extent& place) {
         const auto spoil = [&](std::size_t at, int mask, const std::string& what) {
             std::string bytes = whole;
             bytes[place.offset + at] = static_cast<char>(bytes[place.offset + at] ^ mask);
@@ -81,13 +60,17 @@ TEST_P(DeflateTest, EveryDamageIsRefused) {
     ExpectSrgb(out_, in_);
     Shell("rm " + Quoted(out_));
     const std::string whole = FileBytes(in_);
-    const std::vector<Place> places = PlacesIn(in_);
+    const std::vector<tool::Extent> places = ReadPages(OpenedTiff(in_).structure)[0].segments;
     ASSERT_EQ(places.size(), GetParam().count);
     for (const std::size_t which : GetParam().damaged) ExpectEveryDamageIsRefused(whole, places[which]);
 }
 
-// The alpha is the photograph in grey.
+const std::string kCopied = "-compress none $out.tif; tiffcp -s ", kRemoved = " $out.tif $out; rm $out.tif";
+// More than 4 MB of pixels in a strip, which is more than is held at once with the least memory allowed.
+const std::string kLarge = "convert-im6 $in -scale 1000x750! " + kCopied;
+// The last of four planes is an alpha, the photograph in grey, which no conversion changes.
 const std::string kAlpha = "convert-im6 $in \\( $in -colorspace Gray \\) -alpha off -compose CopyOpacity -composite ";
+const std::string kPlanes = "-p separate -c zip -r ";
 const DeflateFile kDeflateFiles[] = {
     {"Strips", "tiffcp -s -c zip -r 16 $in $out", 15, {0, 7, 14}},
     {"StripsWithPredictor", "tiffcp -s -c zip:2 -r 16 $in $out", 15, {0, 7, 14}},
@@ -96,26 +79,11 @@ const DeflateFile kDeflateFiles[] = {
     {"Planes", "convert-im6 $in -interlace plane -define tiff:rows-per-strip=100 -compress zip $out", 9, {0, 4, 8}},
     {"TurnedBits", "tiffcp -f lsb2msb -s -c zip -r 16 $in $out", 15, {0, 7, 14}},
     {"BigEndianBigTiff", "tiffcp -8 -B -s -c zip:2 -r 16 $in $out", 15, {0, 7, 14}},
-    // More than 4 MB of pixels in a strip, which is more than is held at once with the least memory allowed.
-    {"StripThatIsReadByRows",
-     "convert-im6 $in -scale 1000x750! -compress none $out.tif; "
-     "tiffcp -s -c zip:2 -r 750 $out.tif $out; rm $out.tif",
-     1,
-     {0}},
-    {"TurnedStripThatIsReadByRows",
-     "convert-im6 $in -scale 1000x750! -compress none $out.tif; "
-     "tiffcp -f lsb2msb -s -c zip -r 740 $out.tif $out; rm $out.tif",
-     2,
-     {0}},
-    // The last of four planes is an alpha, which no conversion changes.
-    {"PlaneThatIsCopied",
-     kAlpha + "-compress none $out.tif; tiffcp -p separate -s -c zip -r 100 $out.tif $out; rm $out.tif",
-     12,
-     {11},
-     "photo-8.tif"},
+    {"StripThatIsReadByRows", kLarge + "-c zip:2 -r 750" + kRemoved, 1, {0}},
+    {"TurnedStripThatIsReadByRows", kLarge + "-f lsb2msb -c zip -r 740" + kRemoved, 2, {0}},
+    {"PlaneThatIsCopied", kAlpha + kCopied + kPlanes + "100" + kRemoved, 12, {11}, "photo-8.tif"},
     {"PlaneThatIsCopiedByRows",
-     kAlpha +
-         "-scale 1200x900! -compress none $out.tif; tiffcp -p separate -s -c zip -r 900 $out.tif $out; rm $out.tif",
+     kAlpha + "-scale 1200x900! " + kCopied + kPlanes + "900" + kRemoved,
      4,
      {3},
      "photo-8.tif"},

@@ -16,33 +16,29 @@ namespace {
 
 using testing::HasSubstr;
 
+using Numbers = std::vector<std::uint64_t>;
+
 /// A page of two strips with the bytes `between` them, followed by a plain page; then the result of Place() for each
-/// size.
-std::vector<std::uint64_t> Places(const std::string& between, const std::vector<std::uint64_t>& sizes) {
+/// size, relative to the first strip, from 1 on; 0 for the end of the file.
+Numbers Places(const std::string& between, const Numbers& sizes) {
     const Folder folder;
     TiffMaker tiff;
     const std::uint64_t first = tiff.Put(std::string(100, 'a') + between + std::string(100, 'b'));
     const std::uint64_t plain = tiff.Put(SmallPixels());
-    tiff.Page(TiffMaker::Rgb({.offsets = {first, first + 100 + between.size()},
-                              .counts = {100, 100},
-                              .compression = COMPRESSION_LZW,
-                              .rows = 2}));
+    tiff.Page(TiffMaker::Rgb({4, 4, {first, first + 100 + between.size()}, {100, 100}, COMPRESSION_LZW, 3, 1, 2}));
     tiff.Page(TiffMaker::Small(plain));
     tiff.Save(folder / "in.tif");
     const OpenedTiff opened(folder / "in.tif");
     const std::vector<tool::TiffPage> pages = ReadPages(opened.structure);
     tool::OutputLayout layout(opened.structure, pages);
     EXPECT_EQ(layout.PlaceAgain(1, 0), plain);
-    std::vector<std::uint64_t> places;
+    Numbers places;
     for (const std::uint64_t size : sizes) {
-        // Relative to the first strip, from 1 on; 0 for the end of the file.
         const std::uint64_t place = layout.Place(size);
         places.push_back(place >= opened.file.Size() ? 0 : place - first + 1);
     }
     return places;
 }
-
-using Numbers = std::vector<std::uint64_t>;
 
 TEST(OutputLayoutTest, StripsThatTouchAreOneStretch) {
     EXPECT_EQ(Places("", {200}), (Numbers{1}));
@@ -58,20 +54,20 @@ TEST(OutputLayoutTest, StripsThatTouchAreOneStretch) {
 constexpr unsigned kByte = 1, kShort = 3, kLong = 4, kLong8 = 16;
 
 TEST(DirectoryWriterTest, NumbersKeepTheTypeOrGetTheNextThatHoldsThem) {
-    struct Row {
-        unsigned before;
-        std::uint64_t number;
-        unsigned after;
-    };
     const Folder folder;
-    for (const Row& row :
-         {Row{kByte, 0xff, kByte}, Row{kByte, 0x100, kShort}, Row{kByte, 0xffff, kShort}, Row{kByte, 0x10000, kLong},
-          Row{kByte, 0xffffffff, kLong}, Row{kByte, 0x100000000, kLong8}, Row{kShort, 1, kShort},
-          Row{kShort, 0xffff, kShort}, Row{kShort, 0x10000, kLong}, Row{kLong, 1, kLong}, Row{kLong, 0xffffffff, kLong},
-          Row{kLong, 0x100000000, kLong8}, Row{kLong8, 1, kLong8}, Row{0, 1, kLong}, Row{0, 0x100000000, kLong8}}) {
+    const std::tuple<unsigned, std::uint64_t, unsigned> rows[] = {
+        {kByte, 0xff, kByte},       {kByte, 0x100, kShort},
+        {kByte, 0xffff, kShort},    {kByte, 0x10000, kLong},
+        {kByte, 0xffffffff, kLong}, {kByte, 0x100000000, kLong8},
+        {kShort, 1, kShort},        {kShort, 0xffff, kShort},
+        {kShort, 0x10000, kLong},   {kLong, 1, kLong},
+        {kLong, 0xffffffff, kLong}, {kLong, 0x100000000, kLong8},
+        {kLong8, 1, kLong8},        {0, 1, kLong},
+        {0, 0x100000000, kLong8}};
+    for (const auto& [before, number, after] : rows) {
         TiffMaker tiff(true);
         Entries entries{TiffMaker::Long(256, 4), TiffMaker::Long(257, 4)};
-        if (row.before != 0) entries.push_back({279, row.before, 1, 7});
+        if (before != 0) entries.push_back({279, before, 1, 7});
         tiff.Page(entries);
         tiff.Save(folder / "in");
         const OpenedTiff source(folder / "in");
@@ -81,14 +77,14 @@ TEST(DirectoryWriterTest, NumbersKeepTheTypeOrGetTheNextThatHoldsThem) {
         WriteBytes(folder / "out", FileBytes(folder / "in"));
         const tool::FileAccess target(::open((folder / "out").c_str(), O_RDWR), "out");
         tool::DirectoryWriter writer(source.structure, layout, target);
-        writer.SetNumbers(0, 279, {0, row.number}, kLong);
+        writer.SetNumbers(0, 279, {0, number}, kLong);
         writer.Write();
 
         const tool::TiffStructure written(target);
         const tool::TiffEntry* entry = written.directories()[0].Find(279);
         ASSERT_NE(entry, nullptr);
-        EXPECT_EQ(entry->type, row.after) << row.before << " " << row.number;
-        EXPECT_EQ(written.Numbers(*entry), (Numbers{0, row.number}));
+        EXPECT_EQ(entry->type, after) << before << " " << number;
+        EXPECT_EQ(written.Numbers(*entry), (Numbers{0, number}));
     }
 }
 
@@ -97,13 +93,14 @@ class OutputCheckTest : public testing::Test {
 protected:
     OutputCheckTest() {
         const std::uint64_t pixels = tiff_.Put(SmallPixels());
-        const std::uint64_t profile = tiff_.Put("a profile");
-        const Entries entries = And(TiffMaker::Small(pixels), {34675, 7, 9, profile});
+        const Entries entries = And(TiffMaker::Small(pixels), {34675, 7, 9, tiff_.Put("a profile")});
         tiff_.Page(entries);
         directory_ = tiff_.Page(entries);
         tiff_.Save(path_);
-        icc_ = std::make_shared<const tool::Bytes>(tool::Bytes{'a', ' ', 'p', 'r', 'o', 'f', 'i', 'l', 'e'});
-        written_.assign(2, {false, {tool::Extent{pixels, 48}}, icc_});
+        written_.assign(2, {false, {tool::Extent{pixels, 48}}, Bytes("a profile")});
+    }
+    static std::shared_ptr<const tool::Bytes> Bytes(const std::string& text) {
+        return std::make_shared<const tool::Bytes>(text.begin(), text.end());
     }
     /// The message about an output with these bytes; empty if it is correct.
     std::string Check(const std::string& output) {
@@ -131,7 +128,6 @@ protected:
     TiffMaker tiff_;
     std::uint64_t directory_ = 0;  ///< offset of the directory of the second page
     std::string path_ = folder_ / "in.tif";
-    std::shared_ptr<const tool::Bytes> icc_;
     std::vector<tool::WrittenPage> written_;
     std::map<std::uint64_t, std::uint64_t> moved_;
 };
@@ -139,28 +135,24 @@ protected:
 TEST_F(OutputCheckTest, WhatIsAsPlannedIsTaken) { EXPECT_EQ(Check(tiff_.bytes()), ""); }
 
 TEST_F(OutputCheckTest, AnotherShapeOrPlace) {
-    struct Row {
-        std::size_t entry;  ///< index in tag order
-        std::uint64_t value;
-        const char* reason;
+    constexpr const char *kShape = "a page has another shape", *kPlace = "image data are at another place";
+    const std::tuple<std::size_t, std::uint64_t, const char*> rows[] = {
+        {0, 3, kShape},                           // width
+        {1, 3, kShape},                           // height
+        {3, 8, kShape},                           // compression
+        {4, 1, kShape},                           // colours
+        {5, 10, kPlace},                          // offset of the strip
+        {8, 47, "is truncated: image data lie"},  // byte count of the strip
+        {8, 49, kPlace},
+        {9, 2, "lacks some of its strips"},  // planes
     };
-    for (const Row& row :
-         {Row{0, 3, "a page has another shape"},          // width
-          Row{1, 3, "a page has another shape"},          // height
-          Row{3, 8, "a page has another shape"},          // compression
-          Row{4, 1, "a page has another shape"},          // colours
-          Row{5, 10, "image data are at another place"},  // offset of the strip
-          Row{8, 47, "is truncated: image data lie"},     // byte count of the strip
-          Row{8, 49, "image data are at another place"}, Row{9, 2, "lacks some of its strips"}}) {  // planes
-        EXPECT_THAT(Check(Changed(row.entry, row.value)), HasSubstr(row.reason));
-    }
+    for (const auto& [entry, value, reason] : rows) EXPECT_THAT(Check(Changed(entry, value)), HasSubstr(reason));
 }
 
 TEST_F(OutputCheckTest, AnotherPredictor) {
     tiff_ = TiffMaker();
     const std::uint64_t pixels = tiff_.Put(SmallPixels());
-    directory_ = tiff_.Page(
-        And(TiffMaker::Rgb({.offsets = {pixels}, .counts = {48}, .compression = 8}), TiffMaker::Short(317, 1)));
+    directory_ = tiff_.Page(And(TiffMaker::Rgb({4, 4, {pixels}, {48}, 8}), TiffMaker::Short(317, 1)));
     tiff_.Save(path_);
     written_.assign(1, {false, {tool::Extent{pixels, 48}}, nullptr});
     EXPECT_EQ(Check(tiff_.bytes()), "");
@@ -171,10 +163,10 @@ TEST_F(OutputCheckTest, AnotherProfile) {
     std::string output = tiff_.bytes();
     output[output.find("a profile")] = 'A';
     EXPECT_THAT(Check(output), HasSubstr("a profile differs"));
-    written_[1].icc = nullptr;
-    EXPECT_THAT(Check(tiff_.bytes()), HasSubstr("a profile differs"));
-    written_[1].icc = std::make_shared<const tool::Bytes>(8, 'a');
-    EXPECT_THAT(Check(tiff_.bytes()), HasSubstr("a profile differs"));
+    for (const auto& other : {std::shared_ptr<const tool::Bytes>(), Bytes("aaaaaaaa")}) {
+        written_[1].icc = other;
+        EXPECT_THAT(Check(tiff_.bytes()), HasSubstr("a profile differs"));
+    }
 }
 
 TEST_F(OutputCheckTest, OtherDirectories) {

@@ -9,42 +9,33 @@
 namespace hueweave::tool {
 namespace {
 
-using Numbers = std::vector<unsigned>;
-
 constexpr unsigned kPlain = 1, kJpeg = 7, kDeflate = 8;
 
 /// Two pixels a plane: sample p of pixel x is 16 * (p + 1) + x, and in 16 bits the low byte is 1 more than the high
-/// one.
-class CountingSource : public PlaneSource {
+/// one. Overwrites what it is given, as an encoder does.
+class CountingPlanes : public PlaneSource, public PlaneSink {
 public:
-    explicit CountingSource(const TiffPage& page) : page_(page) {}
+    explicit CountingPlanes(const TiffPage& page) : page_(page) {}
     void Take(unsigned plane, Bytes& data) override {
         taken.push_back(plane);
         data.clear();
-        for (unsigned i = 0; i < 2 * page_.SegmentSamples(); ++i) {
-            const unsigned value =
-                page_.planar ? 16 * (plane + 1) + i : 16 * (i % page_.samples + 1) + i / page_.samples;
+        const unsigned samples = page_.SegmentSamples();
+        for (unsigned i = 0; i < 2 * samples; ++i) {
             for (unsigned byte = 0; byte < page_.bits / 8; ++byte) {
-                data.push_back(static_cast<unsigned char>(value + byte));
+                data.push_back(static_cast<unsigned char>(16 * (plane + i % samples + 1) + i / samples + byte));
             }
         }
     }
-    Numbers taken;
-
-private:
-    const TiffPage& page_;
-};
-
-/// Overwrites its input, as an encoder does.
-class SpoilingSink : public PlaneSink {
-public:
     void Give(unsigned plane, Bytes& data) override {
-        planes.push_back(plane);
+        written.push_back(plane);
         given.insert(given.end(), data.begin(), data.end());
         data.assign(data.size(), 0xee);
     }
-    Numbers planes;
+    std::vector<unsigned> taken, written;
     Bytes given;
+
+private:
+    const TiffPage& page_;
 };
 
 /// Numbers in the form of the rows below.
@@ -88,14 +79,13 @@ TEST(PlaneSetTest, TheColoursOfPlanesBecomePixelsAndPlanesAgain) {
         page.written = FormWritten(page);
         PlaneSet planes(page);
         for (int block = 0; block < 2; ++block) {
-            CountingSource source(page);
-            SpoilingSink sink;
-            planes.Gather(source, 1);
+            CountingPlanes file(page);
+            planes.Gather(file, 1);
             EXPECT_EQ(Hex(Bytes(planes.data(), planes.data() + std::string(row.pixels).size() / 3)), row.pixels);
-            planes.Scatter(sink);
-            EXPECT_EQ(Hex(source.taken), row.taken);
-            EXPECT_EQ(Hex(sink.planes), row.written);
-            EXPECT_EQ(Hex(sink.given), row.given);
+            planes.Scatter(file);
+            EXPECT_EQ(Hex(file.taken), row.taken);
+            EXPECT_EQ(Hex(file.written), row.written);
+            EXPECT_EQ(Hex(file.given), row.given);
         }
     }
 }
