@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Grey PNG files with a grey profile stay grey, with the tone curve of the output, or become RGB: the samples are those
 // of Little CMS in floating point, as ImageMagick reads them.
-#include <nlohmann/json.hpp>
-
 #include "command/png/PngImage.h"
 #include "command/tiff/kinds/KindTest.h"
 
@@ -23,6 +21,7 @@ protected:
     void ExpectColours(const Samples& grey) const {
         const std::vector<std::uint16_t> judged = Judged(grey, OpenProfile(grey_), Embedded(out_));
         const std::size_t samples = judged.size() / kPixels, colours = samples > 2 ? 3 : 1;
+        EXPECT_EQ(colours == 3, (Data(out_, "IHDR")[9] & 2) != 0) << "a profile for the colours of the image";
         const unsigned scale = grey.bits == 16 ? 1 : 257;
         std::vector<std::uint16_t> wanted;
         for (std::size_t at = 0; at < judged.size(); at += samples) {
@@ -104,22 +103,18 @@ TEST_F(GreyPngTest, InterlacedImagesAreConvertedAsOthers) {
 
 TEST_F(GreyPngTest, ProfilesForGreyAreFoundOrMissed) {
     const Samples grey{1, 1, 8, Varied(kPixels, 8)};
-    const auto isConvertible = [&] {
-        return nlohmann::json::parse(Hueweave({"inspect", "--json", in_}).out)["convertible"];
-    };
     Write(grey);
-    const Words plain{"convert", "--force", in_, "-o", out_};
-    EXPECT_THAT(Hueweave(plain), Refuses(4,
-                                         "in.png: holds grey pixels without a profile for them; give a profile for "
-                                         "grey with --profile"));
-    EXPECT_THAT(Hueweave(plain + Words{"--others", "copy"}), Says(0, "(copied, grey)"));
+    EXPECT_THAT(ConvertByEmbedded(), Refuses(4,
+                                             "in.png: holds grey pixels without a profile for them; give a profile for "
+                                             "grey with --profile"));
+    EXPECT_THAT(ConvertByEmbedded({"--others", "copy"}), Says(0, "(copied, grey)"));
     EXPECT_THAT(Convert({"--force"}), Refuses(4, "holds grey pixels, not RGB; leave --precision library out"));
-    EXPECT_EQ(isConvertible(), false);
+    EXPECT_EQ(Told({"inspect", in_})["convertible"], false);
     // The chunk sRGB of a grey image stands for the curve of sRGB.
     Write(grey, {{"sRGB", std::string(1, '\0')}});
-    EXPECT_THAT(Hueweave(plain), Says(0, "(is in srgb already)"));
+    EXPECT_THAT(ConvertByEmbedded(), Says(0, "(is in srgb already)"));
     EXPECT_EQ(FileBytes(out_), FileBytes(in_));
-    EXPECT_EQ(isConvertible(), true);
+    EXPECT_EQ(Told({"inspect", in_})["convertible"], true);
     ASSERT_THAT(ConvertGrey({"--source", "given"}), Succeeds());
     ExpectColours(grey);
     ExpectDone();
@@ -127,7 +122,7 @@ TEST_F(GreyPngTest, ProfilesForGreyAreFoundOrMissed) {
     Shell("convert-im6 " + Quoted(Input("photo-8.tif")) + " -profile " + Quoted(Input("scanner.icc")) + " " +
           Quoted(folder_ / "rgb.png"));
     Write(grey, {{"iCCP", Data(folder_ / "rgb.png", "iCCP")}});
-    EXPECT_THAT(Hueweave(plain), Refuses(4, "holds grey pixels without a profile for them"));
+    EXPECT_THAT(ConvertByEmbedded(), Refuses(4, "holds grey pixels without a profile for them"));
 }
 
 }  // namespace

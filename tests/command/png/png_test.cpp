@@ -106,37 +106,34 @@ TEST_F(PngTest, ATransparentColourStaysAndNoOtherBecomesTransparent) {
 }
 
 TEST_F(PngTest, TheChunkSrgbIsAProfileAndGammaIsNone) {
-    const auto convert = [&](const Words& more) {
-        return Hueweave(Words{"convert", in_, "-o", out_, "--force"} + more);
-    };
     WriteRow("abcdef", {{"sRGB", std::string(1, '\0')}, {"gAMA", BigEndian(45455)}});
-    EXPECT_THAT(convert({}), Says(0, "(is in srgb already)"));
+    EXPECT_THAT(ConvertByEmbedded(), Says(0, "(is in srgb already)"));
     EXPECT_EQ(FileBytes(out_), FileBytes(in_));
-    EXPECT_THAT(convert({"--to", "display-p3"}), Succeeds());
+    EXPECT_THAT(ConvertByEmbedded({"--to", "display-p3"}), Succeeds());
     EXPECT_EQ(Without(ChunksOf(out_), {"IDAT", "iCCP"}), Without(ChunksOf(in_), {"IDAT", "sRGB", "gAMA"}));
     EXPECT_NE(DataOf(ChunksOf(out_), "IDAT"), DataOf(ChunksOf(in_), "IDAT"));
-    EXPECT_THAT(convert({"--no-tag"}), Succeeds());
+    EXPECT_THAT(ConvertByEmbedded({"--no-tag"}), Succeeds());
     EXPECT_EQ(ChunksOf(out_), Without(ChunksOf(in_), {"sRGB", "gAMA"}));
     WriteRow("abcdef", {{"gAMA", BigEndian(45455)}, {"cHRM", std::string(32, 1)}});
-    EXPECT_THAT(convert({}), Refuses(3, "embeds no profile"));
-    EXPECT_THAT(convert({"--profile", Input("scanner.icc")}), Succeeds());
+    EXPECT_THAT(ConvertByEmbedded(), Refuses(3, "embeds no profile"));
+    EXPECT_THAT(ConvertKind(), Succeeds());
     EXPECT_EQ(DataOf(ChunksOf(out_), "gAMA") + DataOf(ChunksOf(out_), "cHRM"), "");
 }
 
 TEST_F(PngTest, EmbeddedProfilesAreRead) {
     Make("convert-im6 $in -profile " + Quoted(Input("scanner.icc")) + " $out");
-    ASSERT_THAT(Hueweave({"convert", in_, "-o", out_, "--precision", "library"}), Succeeds());
+    ASSERT_THAT(ConvertByEmbedded({"--precision", "library"}), Succeeds());
     EXPECT_EQ(ReadByPeer(out_).values, ToSrgb(ReadPictures(Input("photo-8.tif"))[0]).values);
     Chunks chunks = ChunksOf(in_);
     for (Chunk& chunk : chunks) {
         if (chunk.type == "iCCP") chunk.data[40] ^= 1;
     }
     WriteBytes(in_, PngOf(chunks));
-    EXPECT_THAT(Hueweave({"convert", in_, "-o", out_, "--force"}), Refuses(3, "embeds a profile that is damaged"));
+    EXPECT_THAT(ConvertByEmbedded(), Refuses(3, "embeds a profile that is damaged"));
     EXPECT_THAT(Convert({"--source", "given", "--force"}), Says(0, "embeds a profile that cannot be used"));
     // A profile of 33 MiB in 33 KiB.
     WriteRow("abcdef", {{"iCCP", std::string("icc\0\0", 5) + Deflated(std::string(33 << 20, '\0'))}});
-    EXPECT_THAT(Hueweave({"convert", in_, "-o", out_, "--force"}), Refuses(3, "a profile of more than 32 MiB"));
+    EXPECT_THAT(ConvertByEmbedded(), Refuses(3, "a profile of more than 32 MiB"));
 }
 
 TEST_F(PngTest, WhatCannotBeConvertedIsRefused) {
@@ -204,7 +201,7 @@ TEST_F(PngTest, TheContentsGiveTheFormatAndTheNameHasToFit) {
     EXPECT_THAT(ConvertScan({odd, "--in-place"}), Succeeds());
     EXPECT_EQ(FileBytes(odd), FileBytes(out_));
     EXPECT_THAT(ConvertScan({odd, "--in-place"}), Says(0, "odd.tif is in srgb already"));
-    const auto told = nlohmann::json::parse(Hueweave({"inspect", "--json", odd}).out);
+    const auto told = Told({"inspect", odd});
     EXPECT_EQ(told["kind"], "PNG");
     EXPECT_EQ(told["width"], 2);
     EXPECT_EQ(told["chunks"], (Words{"IHDR", "iCCP", "IDAT", "IEND"}));

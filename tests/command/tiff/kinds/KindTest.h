@@ -8,7 +8,9 @@
 #include "command/support/DeviceProfiles.h"
 #include "command/support/ExifTool.h"
 #include "command/support/FileTest.h"
+#include "command/support/JpegMaker.h"
 #include "command/support/Picture.h"
+#include "command/support/ProfileTest.h"
 #include "command/support/TiffMaker.h"
 
 namespace hueweave::test {
@@ -132,8 +134,11 @@ protected:
         WriteGreyProfile(grey_);
         WriteCmykProfile(ink_);
     }
+    Outcome ConvertByEmbedded(const Words& more = {}) const {
+        return Hueweave(Words{"convert", "--force", in_, "-o", out_} + more);
+    }
     Outcome ConvertBy(const std::string& profile, const Words& more = {}) const {
-        return Hueweave(Words{"convert", "--force", "--profile", profile, in_, "-o", out_} + more);
+        return ConvertByEmbedded(Words{"--profile", profile} + more);
     }
     Outcome ConvertKind(const Words& more = {}) const { return ConvertBy(Input("scanner.icc"), more); }
     /// Expects the conversion of `in_` to be that of the same picture as RGB.
@@ -154,6 +159,15 @@ protected:
         EXPECT_THAT(Hueweave(Words{"convert", "--in-place", "--to", space, out_} + more),
                     Says(0, "is in " + space + " already"));
         EXPECT_EQ(FileBytes(out_), before);
+    }
+    /// Expects the output to be as libjpeg makes it of this picture with these settings. Returns the file that it
+    /// makes.
+    std::string ExpectJpeg(const Picture& picture, const std::function<void(jpeg_compress_struct*)>& set) const {
+        const std::string wanted = profiles_ / "wanted.jpg", bytes = JpegOf(picture, set);
+        WriteBytes(wanted, bytes);
+        EXPECT_EQ(JpegSettings(out_), JpegSettings(wanted));
+        EXPECT_EQ(ReadJpeg(out_) == ReadJpeg(wanted), true);
+        return bytes;
     }
     /// Expects one run to refuse each of these files of the ending of `in_` for its reason, and to write nothing.
     void ExpectEachRefused(const std::vector<std::pair<std::string, std::string>>& files) const {

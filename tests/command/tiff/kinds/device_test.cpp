@@ -43,7 +43,7 @@ TEST_F(DeviceTest, LabPixelsAreThoseOfLittleCms) {
                 for (std::size_t i = 0; i < pixels.values.size(); i += 3) pixels.values[i] %= 0xff01;
             }
             WriteSamples(in_, pixels);
-            ASSERT_THAT(Hueweave({"convert", "--force", in_, "-o", out_}), Succeeds());
+            ASSERT_THAT(ConvertByEmbedded(), Succeeds());
             ExpectJudged(pixels, lab);
         }
     }
@@ -106,7 +106,7 @@ TEST_F(GreyTest, EachPageUsesTheProfileForItsColours) {
           Quoted(Input("scanner.icc")) + " -compress none tiff:rgb; cp in.tif grey; tiffcp rgb grey in.tif");
     const std::string wanted = folder_ / "wanted.tif";
     ASSERT_THAT(Hueweave({"convert", folder_ / "rgb", "-o", wanted}), Succeeds());
-    ASSERT_THAT(Hueweave({"convert", in_, "-o", out_}), Says(0, "page 2 is grey and stays unchanged"));
+    ASSERT_THAT(ConvertByEmbedded(), Says(0, "page 2 is grey and stays unchanged"));
     EXPECT_EQ(ReadPictures(out_)[1], ReadPictures(in_)[1]);
     ASSERT_THAT(ConvertGrey(), Succeeds());
     EXPECT_NE(ReadPictures(out_)[1], ReadPictures(in_)[1]);

@@ -6,7 +6,6 @@
 
 #include <jpeglib.h>
 
-#include "command/support/JpegMaker.h"
 #include "command/tiff/kinds/KindTest.h"
 #include "command/tiff/kinds/Rewritten.h"
 #include "tiff/rewrite/TiffRewriter.h"
