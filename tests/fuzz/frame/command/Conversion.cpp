@@ -75,10 +75,12 @@ void RequireSound(const std::string& path, Format format) {
 
 }  // namespace
 
-std::optional<Format> Conversion::FormatOf(unsigned steering) {
-    constexpr Format kFormats[] = {Format::Unknown, Format::Tiff, Format::Png, Format::Jpeg};
-    const Format format = kFormats[steering >> 6U & 3U];
-    return format == Format::Unknown ? std::nullopt : std::optional(format);
+Choice Choice::Of(unsigned steering) {
+    constexpr std::optional<Format> kFormats[] = {std::nullopt, Format::Tiff, Format::Png, Format::Jpeg};
+    return {.way = static_cast<Way>(steering >> 4U & 3U),
+            .format = kFormats[steering >> 6U & 3U],
+            .noTag = (steering & 3U) == 3,
+            .threads = (steering & 4U) != 0 ? 2U : 1U};
 }
 
 Conversion::Setting::Setting(DeviceProfile given, const ConvertOptions& asked)
@@ -90,17 +92,20 @@ Conversion::Conversion(const std::string& extension)
     : profile_(PlainProfile()), source_(folder_ / ("in" + extension)), output_(folder_ / "out") {
     ConvertOptions options;
     options.rendering.space = colour::FindSpace("srgb");
-    options.source = SourceRule::Given;
+    options.source = SourceRule::Given;  // an embedded profile that cannot be used refuses the file otherwise
     options.quiet = true;
-    options.json = true;  // measures the pixels; the line itself is printed nowhere
-    settings_[1] = std::make_unique<Setting>(GreyProfile(), options);
-    settings_[3] = std::make_unique<Setting>(CmykProfile(), options);
+    const auto set = [&](Way way, DeviceProfile given) {
+        settings_[static_cast<std::size_t>(way)] = std::make_unique<Setting>(std::move(given), options);
+    };
+    set(Way::Exact, profile_);
+    set(Way::Grey, GreyProfile());
+    set(Way::Cmyk, CmykProfile());
     options.greyToRgb = true;
-    settings_[2] = std::make_unique<Setting>(GreyProfile(), options);
+    set(Way::GreyToRgb, GreyProfile());
     options.greyToRgb = false;
     options.precision = Precision::Library;
     options.acceptError = 100;  // the result is compared with an engine, whatever its colours are
-    settings_[0] = std::make_unique<Setting>(profile_, options);
+    set(Way::Library, profile_);
 }
 
 const std::string& Conversion::PutSource(const Bytes& file) const {
@@ -109,15 +114,17 @@ const std::string& Conversion::PutSource(const Bytes& file) const {
     return source_;
 }
 
-bool Conversion::Run(unsigned steering, const Bytes& file, bool dryRun) {
+std::optional<Refusal> Conversion::Run(const Choice& choice, const Bytes& file) {
     PutSource(file);
     const std::ptrdiff_t descriptors = OpenFiles();
-    Setting& setting = *settings_[steering >> 4U & 3U];
-    setting.options.noTag = (steering & 3U) == 3;
-    setting.options.dryRun = dryRun;
-    setting.options.format = FormatOf(steering);
+    Setting& setting = *settings_[static_cast<std::size_t>(choice.way)];
+    setting.options.noTag = choice.noTag;
+    setting.options.inPlace = choice.inPlace;
+    setting.options.dryRun = choice.dryRun;
+    setting.options.format = choice.format;
+    setting.options.json = choice.measures;  // the line itself is printed nowhere
     InputList list;
-    const Item item{source_, output_, "out", {}};
+    const Item item{source_, choice.inPlace ? source_ : output_, "out", {}};
     list.single = true;
     const auto refusal = RefusalOf([&] {
         Report report(true, false);
@@ -125,21 +132,23 @@ bool Conversion::Run(unsigned steering, const Bytes& file, bool dryRun) {
         SweptFolders swept;
         Session session{setting.options, list,  report,  setting.target, setting.cache,
                         folders,         swept, nullptr, setting.profile};
-        ConvertFile({session, item, (steering & 4U) != 0 ? 2U : 1U});
+        ConvertFile({session, item, choice.threads});
     });
-    // Of a grey or CMYK run, an RGB file embeds no profile, or another one than for its colours.
-    const bool maybeProfile = IsOfDevice(steering) && refusal && refusal->status() == Exit::Profile;
+    // An image can be of other colours than the profile, or embed another one than for its colours.
+    const bool maybeProfile = choice.way != Way::Library && refusal && refusal->status() == Exit::Profile;
     if (refusal && !maybeProfile && refusal->status() != Exit::Input) std::fprintf(stderr, "%s\n", refusal->what());
     Require(!refusal || maybeProfile || refusal->status() == Exit::Input, "it is the file that is refused");
-    Require(std::filesystem::exists(output_) == (!refusal && !dryRun), "there is an output unless it is refused");
-    Require(folder_.Names().size() == (refusal || dryRun ? 1U : 2U), "nothing but the output is left");
+    const bool isWritten = !refusal && !choice.dryRun, isApart = isWritten && !choice.inPlace;
+    Require(std::filesystem::exists(output_) == isApart, "there is an output unless it is refused");
+    Require(folder_.Names().size() == (isApart ? 2U : 1U), "nothing but the output is left");
+    if (isWritten && choice.inPlace) {
+        std::filesystem::rename(source_, output_);
+        test::WriteFile(source_, file);
+    }
     Require(test::ReadFile(source_) == file, "the source is as it was");
     Require(OpenFiles() == descriptors, "every file is closed");
-    const bool isWritten = !refusal && !dryRun;
-    if (isWritten && setting.options.format) RequireSound(output_, *setting.options.format);
-    return isWritten;
+    if (isWritten && choice.format) RequireSound(output_, *choice.format);
+    return refusal;
 }
-
-Bytes Conversion::Output() const { return test::ReadFile(output_); }
 
 }  // namespace hueweave::fuzz

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,30 +12,43 @@
 
 namespace hueweave::fuzz {
 
-/// Converts any bytes as a file with a fixed profile, as the command does: by the library's precision or, for grey and
-/// CMYK, by the exact one. Requires what
-/// holds for every format: a refusal is one of the input and leaves no file; files are closed; time and heap stay
-/// within their limits.
+/// How a file is converted: with the library's precision, or exactly with a profile for RGB, grey or CMYK.
+enum class Way { Library, Grey, GreyToRgb, Cmyk, Exact };
+
+/// The options of one conversion.
+struct Choice {
+    Way way = Way::Library;
+    std::optional<tool::Format> format{};  ///< of the output; else that of the source
+    bool noTag = false, inPlace = false, dryRun = false;
+    bool measures = true;
+    unsigned threads = 1;
+
+    /// From one byte: `noTag` by its first two bits, then one for the threads; two for the way and two for the format.
+    static Choice Of(unsigned steering);
+};
+
+/// Converts any bytes as a file with a fixed profile, as the command does. Requires what holds for every format: a
+/// refusal is one of the input and leaves no file; files are closed; time and heap stay within their limits; an output
+/// of another format has a sound structure.
 class Conversion {
 public:
     /// `extension` is that of the format, with a dot.
     explicit Conversion(const std::string& extension);
-    /// Returns whether there is an output. With `dryRun`, there never is. The steering is one byte.
-    bool Run(unsigned steering, const Bytes& file, bool dryRun);
-    /// Whether the pixels are grey or CMYK, for which no engine exists: two bits of the steering choose between RGB,
-    /// grey, grey that becomes RGB, and CMYK.
-    static bool IsOfDevice(unsigned steering) { return (steering & 48U) != 0; }
-    /// Whether the output has another format than these files, as two bits of the steering say. Then `Run` requires
-    /// that its structure is sound.
-    static bool ChangesFormat(unsigned steering, tool::Format own) { return FormatOf(steering).value_or(own) != own; }
+    /// Returns the refusal, or nothing. Then there is an output, unless it was a dry run.
+    std::optional<tool::Refusal> Run(const Choice& choice, const Bytes& file);
 
-    Bytes Output() const;
-    const Bytes& profile() const { return profile_.data; }
-    /// The source before `Run`, for looking into it.
+    /// Writes the source before `Run`, for looking into it, and returns its path.
     const std::string& PutSource(const Bytes& file) const;
+    const std::string& source() const { return source_; }
+    /// Also of a conversion in place, after which the source is as it was.
+    const std::string& output() const { return output_; }
+    Bytes Output() const { return test::ReadFile(output_); }
+    std::string operator/(const std::string& name) const { return folder_ / name; }
+    const tool::DeviceProfile& profile() const { return profile_; }
+    /// A converter with the library's precision.
+    auto Ready(unsigned bits) { return settings_[0]->cache.Get(profile_, bits); }
 
 private:
-    static std::optional<tool::Format> FormatOf(unsigned steering);
     /// The options of a run, and what is made of them.
     struct Setting {
         Setting(tool::DeviceProfile given, const tool::ConvertOptions& asked);
@@ -45,7 +59,7 @@ private:
     };
     ScratchFolder folder_;
     tool::DeviceProfile profile_;
-    std::unique_ptr<Setting> settings_[4];  ///< by the steering
+    std::array<std::unique_ptr<Setting>, 5> settings_;  ///< by `Way`
     std::string source_, output_;
 };
 

@@ -78,21 +78,22 @@ struct JpegReader {
 
 void RunTarget(FuzzInput& input) {
     static Conversion conversion(".jpg");
-    const unsigned steering = input.U8();
+    Choice choice = Choice::Of(input.U8());
     const Bytes file = input.Rest();
-    bool isLarge = true;
+    choice.dryRun = true;
     (void)RefusalOf([&] {
         const tool::FileAccess source = tool::FileAccess::OpenInput(conversion.PutSource(file));
         const tool::JpegStructure structure(source);
-        isLarge = std::uint64_t{structure.frame().width} * structure.frame().height > kMostPixels;
+        choice.dryRun = std::uint64_t{structure.frame().width} * structure.frame().height > kMostPixels;
     });
-    if (!conversion.Run(steering, file, isLarge) || Conversion::ChangesFormat(steering, tool::Format::Jpeg)) return;
+    const auto refusal = conversion.Run(choice, file);
+    if (refusal || choice.dryRun || choice.format.value_or(tool::Format::Jpeg) != tool::Format::Jpeg) return;
     const Bytes written = conversion.Output();
     JpegReader source(file), output(written);
     Require(source.Read(), "libjpeg reads the source without a warning");
     Require(output.Read(), "libjpeg reads the output without a warning");
     const bool isSame = output.info.num_components == source.info.num_components;
-    Require(isSame || Conversion::IsOfDevice(steering), "the output has the samples of the source");
+    Require(isSame || choice.way != Way::Library, "the output has the samples of the source");
     if (isSame) return Require(output.settings == source.settings, "the output is encoded as the source");
     Require(output.info.image_width == source.info.image_width && output.info.image_height == source.info.image_height,
             "the output has the size of the source");

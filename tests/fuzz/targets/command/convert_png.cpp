@@ -3,13 +3,12 @@
 // to the engine's conversion of the source's pixels, or to an image of the same size if they are grey.
 #include <png.h>
 
-#include <algorithm>
 #include <csetjmp>
 #include <cstring>
 
 #include "Conversion.h"
 #include "Judge.h"
-#include "png/PngStructure.h"
+#include "support/ReferenceProfile.h"
 
 namespace hueweave::fuzz {
 namespace {
@@ -64,7 +63,7 @@ struct PngReader {
 
 /// With a transparent colour, another colour may be moved by one step, and only the alpha is the same.
 void RequireSame(const Image& got, const Image& wanted, bool hasKey) {
-    Require(got.width == wanted.width && got.height == wanted.height && got.samples == wanted.samples, "the same size");
+    Require(got.samples == wanted.samples, "the same samples");
     if (!hasKey) return Require(got == wanted, "the pixels of the engine");
     for (std::size_t at = 3; at < got.values.size(); at += got.samples) {
         Require(got.values[at] == wanted.values[at], "the same pixels are transparent");
@@ -76,29 +75,24 @@ void RequireSame(const Image& got, const Image& wanted, bool hasKey) {
 void RunTarget(FuzzInput& input) {
     static Conversion conversion(".png");
     const unsigned steering = input.U8();
+    Choice choice = Choice::Of(steering);
     Bytes file = input.Rest();
     if ((steering & 8U) == 0) SealPng(file);
-    bool isLarge = true, hasKey = false;
-    (void)RefusalOf([&] {
-        const tool::FileAccess source = tool::FileAccess::OpenInput(conversion.PutSource(file));
-        const tool::PngStructure structure(source);
-        const tool::PngHeader& header = structure.header();
-        isLarge = std::uint64_t{header.width} * header.height > kMostPixels;
-        hasKey = header.colours == tool::PngHeader::Rgb && structure.Find("tRNS") != nullptr;
-    });
-    if (!conversion.Run(steering, file, isLarge) || Conversion::ChangesFormat(steering, tool::Format::Png)) return;
+    choice.dryRun = std::uint64_t{test::Big32At(file, 16)} * test::Big32At(file, 20) > kMostPixels;
+    const auto refusal = conversion.Run(choice, file);
+    if (refusal || choice.dryRun || choice.format.value_or(tool::Format::Png) != tool::Format::Png) return;
     PngReader source(file);
     if (!source.Read()) return;  // for a chunk that is copied unread
     const Bytes written = conversion.Output();
     PngReader output(written);
     Require(output.Read(), "libpng reads the output");
     Image wanted = source.Pixels();
-    if (Conversion::IsOfDevice(steering)) {
-        const Image got = output.Pixels();
-        return Require(got.width == wanted.width && got.height == wanted.height, "the same size");
-    }
-    ConvertImage(wanted, conversion.profile(), false);
-    RequireSame(output.Pixels(), wanted, hasKey);
+    const Image got = output.Pixels();
+    Require(got.width == wanted.width && got.height == wanted.height, "the same size");
+    if (choice.way != Way::Library) return;
+    const bool hasKey = file[25] == PNG_COLOR_TYPE_RGB && wanted.samples == 4;
+    ConvertImage(wanted, conversion.profile().data, false);
+    RequireSame(got, wanted, hasKey);
 }
 
 }  // namespace hueweave::fuzz

@@ -3,19 +3,12 @@
 // the source's pixels, whichever code path the strips take; a refusal leaves no file; time and heap stay within their
 // limits.
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <memory>
 
-#include "FuzzInput.h"
+#include "Conversion.h"
 #include "Judge.h"
 #include "Mutation.h"
-#include "Scene.h"
-#include "batch/file/FileJob.h"
-#include "colour/DeviceTransform.h"
-#include "colour/profile/Target.h"
-#include "jpeg/JpegStructure.h"
-#include "png/PngStructure.h"
 #include "system/files/OutputFile.h"
 #include "tiff/codec/TiffCodec.h"
 #include "tiff/rewrite/TiffRewriter.h"
@@ -30,40 +23,6 @@ constexpr std::size_t kSteering = 4;
 /// too long.
 constexpr std::uint64_t kMostPixels = std::uint64_t{4} << 20;
 
-/// State shared by all inputs.
-struct Stage {
-    ScratchFolder folder;
-    DeviceProfile profile = PlainProfile();
-    ConvertOptions options;
-    Target target;
-    std::unique_ptr<ProfileCache> cache;
-    /// For the exact precision, which converts more kinds of pages.
-    ConvertOptions exact;
-    Target exactTarget;
-    std::unique_ptr<ProfileCache> exactCache;
-    DeviceProfile grey;
-    std::string source = folder / "in.tif", output = folder / "out.tif", rows = folder / "rows.tif",
-                other = folder / "other";
-    Stage() {
-        options.rendering.space = colour::FindSpace("srgb");
-        options.precision = Precision::Library;
-        options.acceptError = 100;           // the result is compared with an engine, whatever its colours are
-        options.source = SourceRule::Given;  // an embedded profile that cannot be used refuses the file otherwise
-        options.quiet = true;
-        target = MakeTarget(options);
-        cache = std::make_unique<ProfileCache>(options, target);
-        for (const unsigned bits : {8U, 16U}) cache->Get(profile, bits);
-        exact = options;
-        exact.precision = Precision::Exact;
-        exact.acceptError.reset();
-        exactTarget = MakeTarget(exact);
-        exactCache = std::make_unique<ProfileCache>(exact, exactTarget);
-        const auto gamma = colour::MakeTargetProfile(*colour::FindSpace("adobe-rgb"), {}, 4);
-        grey = TakeEmbedded("grey.icc", colour::MakeGreyProfile(*gamma, 4).value(), true);
-        grey.embedded = false;
-    }
-};
-
 struct Parsed {
     std::unique_ptr<FileAccess> file;  ///< the structure refers to it
     std::unique_ptr<TiffStructure> structure;
@@ -71,7 +30,7 @@ struct Parsed {
     std::uint64_t decoded = 0;  ///< bytes of all strips and tiles
 };
 
-Parsed Parse(const std::string& path, bool exact = false) {
+Parsed Parse(const std::string& path, bool exact) {
     Parsed parsed;
     parsed.file = std::make_unique<FileAccess>(FileAccess::OpenInput(path));
     parsed.structure = std::make_unique<TiffStructure>(*parsed.file);
@@ -91,33 +50,8 @@ Parsed Parse(const std::string& path, bool exact = false) {
     return parsed;
 }
 
-/// Converts to `output` as the command does.
-std::optional<Refusal> Convert(const Stage& stage, const ConvertOptions& arguments, const DeviceProfile& given,
-                               unsigned threads) {
-    InputList list;
-    const std::string& output = arguments.format ? stage.other : arguments.inPlace ? stage.source : stage.output;
-    const Item item{stage.source, output, "out.tif", {}};
-    list.single = true;
-    const bool exact = arguments.precision == Precision::Exact;
-    return RefusalOf([&] {
-        Report report(true, false);
-        MadeFolders folders(false);
-        SweptFolders swept;
-        Session session{arguments,
-                        list,
-                        report,
-                        exact ? stage.exactTarget : stage.target,
-                        exact ? *stage.exactCache : *stage.cache,
-                        folders,
-                        swept,
-                        nullptr,
-                        given};
-        ConvertFile({session, item, threads});
-    });
-}
-
-/// The same with so little memory that strips are decoded row by row, unless they are uncompressed.
-std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, bool noTag) {
+/// Converts with so little memory that strips are decoded row by row, unless they are uncompressed.
+std::optional<Refusal> ConvertByRows(Conversion& conversion, const Parsed& source, bool noTag) {
     return RefusalOf([&] {
         std::vector<PageJob> jobs(source.pages.size());
         WriteSettings settings;
@@ -127,7 +61,7 @@ std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, b
         for (std::size_t p = 0; p < jobs.size(); ++p) {
             const TiffPage& page = source.pages[p];
             if (page.stays) continue;
-            const auto ready = stage.cache->Get(stage.profile, page.bits);
+            const auto ready = conversion.Ready(page.bits);
             const std::shared_ptr<const Bytes> icc(ready, &ready->outputProfile);
             jobs[p] = {false, &ready->converter, noTag ? nullptr : icc};
             // Room for four rows and for the coders, and so for no strip of more rows.
@@ -137,7 +71,7 @@ std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, b
             pixels += page.Pixels();
         }
         Measured measured;
-        OutputFile output(stage.rows, OutputFile::Existing::Keep);
+        OutputFile output(conversion / "rows", OutputFile::Existing::Keep);
         RewriteTiff(*source.structure, source.pages, jobs, output.file(), settings, measured);
         output.Finish();
         output.Commit();
@@ -146,24 +80,24 @@ std::optional<Refusal> ConvertByRows(const Stage& stage, const Parsed& source, b
 }
 
 /// The expected pixels of each page; from libtiff where it reads the source without an error.
-std::map<std::size_t, Image> Wanted(const Stage& stage, const Parsed& source) {
+std::map<std::size_t, Image> Wanted(const Conversion& conversion, const Parsed& source) {
     std::map<std::size_t, Image> wanted;
     for (std::size_t p = 0; p < source.pages.size(); ++p) {
         const TiffPage& page = source.pages[p];
         if (!page.IsConvertible()) continue;
         std::string complaint;
         const std::uint64_t place = source.structure->directories()[page.directory].offset;
-        const auto judged = ByLibtiff(stage.source, place, true, complaint);
+        const auto judged = ByLibtiff(conversion.source(), place, true, complaint);
         Image image = ByOwnDecoder(*source.structure, page);
         Require(!judged || *judged == image, "libtiff decodes the source to the same pixels");
-        ConvertImage(image, stage.profile.data, page.premultiplied);
+        ConvertImage(image, conversion.profile().data, page.premultiplied);
         wanted[p] = std::move(image);
     }
     return wanted;
 }
 
 void CheckWritten(const std::string& path, const std::map<std::size_t, Image>& wanted, bool noTag) {
-    const Parsed written = Parse(path);
+    const Parsed written = Parse(path, false);
     for (const auto& [p, image] : wanted) {
         const TiffDirectory& directory = written.structure->directories()[written.pages[p].directory];
         std::string complaint;
@@ -175,98 +109,59 @@ void CheckWritten(const std::string& path, const std::map<std::size_t, Image>& w
     }
 }
 
+/// The library's precision.
+void CheckLibrary(Conversion& conversion, const Choice& choice, const Parsed& source, bool isRefused) {
+    const auto byRows = ConvertByRows(conversion, source, choice.noTag);
+    const bool tooLittle = byRows && byRows->reason().find("memory") != std::string::npos;
+    Require(tooLittle || byRows.has_value() == isRefused, "rows and strips are refused alike");
+    if (isRefused) return;
+    const auto wanted = Wanted(conversion, source);
+    CheckWritten(conversion.output(), wanted, choice.noTag);
+    if (!byRows) CheckWritten(conversion / "rows", wanted, choice.noTag);
+}
+
 /// The exact precision: the bytes of the output do not depend on the threads, and libtiff decodes all pages that were
 /// converted.
-void RunExact(const Stage& stage, const Bytes& file, bool isGrey) {
-    stage.folder.Clear();
-    test::WriteFile(stage.source, file);
-    ConvertOptions arguments = stage.exact;
-    arguments.force = true;
-    const DeviceProfile& given = isGrey ? stage.grey : stage.profile;
-    Parsed source;
-    const auto unreadable = RefusalOf([&] { source = Parse(stage.source, true); });
-    arguments.dryRun = unreadable || source.decoded > kMostPixels;
-    const auto refusal = Convert(stage, arguments, given, 1);
-    Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
-    if (refusal || arguments.dryRun) return;
-    const Bytes once = test::ReadFile(stage.output);
-    Require(!Convert(stage, arguments, given, 2) && test::ReadFile(stage.output) == once, "the same bytes");
-    const Parsed written = Parse(stage.output, true);
-    for (std::size_t p = 0; p < written.pages.size(); ++p) {
-        const TiffPage& page = written.pages[p];
-        const bool isConverted = page.kind.empty() || (isGrey && page.kind == "grey");
+void CheckExact(Conversion& conversion, Choice choice, const Bytes& file) {
+    const Bytes once = conversion.Output();
+    choice.threads = 2;
+    Require(!conversion.Run(choice, file) && conversion.Output() == once, "the same bytes");
+    const Parsed written = Parse(conversion.output(), true);
+    for (const TiffPage& page : written.pages) {
+        const bool isConverted = page.kind.empty() || (choice.way == Way::Grey && page.kind == "grey");
         if (!page.IsConvertible() || !isConverted) continue;
         std::string complaint;
         const std::uint64_t place = written.structure->directories()[page.directory].offset;
-        Require(ByLibtiff(stage.output, place, false, complaint).has_value(), "libtiff decodes what was written");
+        Require(ByLibtiff(conversion.output(), place, false, complaint).has_value(),
+                "libtiff decodes what was written");
     }
 }
 
-/// The same in another format: one that cannot be read is refused, and the structure of an output is sound.
-void RunOtherFormat(const Stage& stage, const Bytes& file, Format format) {
-    stage.folder.Clear();
-    test::WriteFile(stage.source, file);
-    ConvertOptions arguments = stage.exact;
-    arguments.format = format;
+void Check(Conversion& conversion, Choice choice, const Bytes& file) {
+    const bool isExact = choice.way != Way::Library;
     Parsed source;
-    const auto unreadable = RefusalOf([&] { source = Parse(stage.source, true); });
-    arguments.dryRun = unreadable || source.decoded > kMostPixels;
-    const auto refusal = Convert(stage, arguments, stage.profile, 1);
+    const auto unreadable = RefusalOf([&] { source = Parse(conversion.PutSource(file), isExact); });
+    choice.dryRun = unreadable || source.decoded > kMostPixels;
+    const auto refusal = conversion.Run(choice, file);
     Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
-    Require(std::filesystem::exists(stage.other) == (!refusal && !arguments.dryRun), "an output unless it is refused");
-    if (refusal || arguments.dryRun) return;
-    const FileAccess written = FileAccess::OpenInput(stage.other);
-    const auto unsound = RefusalOf([&] {
-        if (format == Format::Png) (void)PngStructure(written);
-        if (format == Format::Jpeg) (void)JpegStructure(written);
-    });
-    Require(!unsound, "the output has a sound structure");
+    if (choice.dryRun) return;
+    if (!isExact) return CheckLibrary(conversion, choice, source, refusal.has_value());
+    if (!refusal && !choice.format) CheckExact(conversion, choice, file);
 }
 
 }  // namespace
 
 void RunTarget(FuzzInput& input) {
-    static const Stage stage;
-    ConvertOptions arguments = stage.options;
-    arguments.noTag = input.Below(4) == 3;
-    arguments.inPlace = input.Below(4) == 3;
-    const unsigned threads = input.Below(8) == 7 ? 2 : 1;
+    static Conversion conversion(".tif");
+    Choice choice{.measures = false};
+    choice.noTag = input.Below(4) == 3;
+    choice.inPlace = input.Below(4) == 3;
+    choice.threads = input.Below(8) == 7 ? 2 : 1;
     const unsigned how = input.U8() % 6;
-    const Bytes file = input.Rest();
-    if (how >= 4) return RunOtherFormat(stage, file, how == 4 ? Format::Png : Format::Jpeg);
-    if (how >= 2) return RunExact(stage, file, how == 3);
-    stage.folder.Clear();
-    test::WriteFile(stage.source, file);
+    if (how >= 2) choice = {.way = how == 3 ? Way::Grey : Way::Exact, .measures = false};
+    if (how >= 4) choice.format = how == 4 ? Format::Png : Format::Jpeg;
     const std::ptrdiff_t descriptors = OpenFiles();
-
-    Parsed source;
-    const auto unreadable = RefusalOf([&] { source = Parse(stage.source); });
-    arguments.dryRun = unreadable || source.decoded > kMostPixels;
-    const auto refusal = Convert(stage, arguments, stage.profile, threads);
-    Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
-    if (refusal) {
-        if (refusal->status() != Exit::Input) std::fprintf(stderr, "%s\n", refusal->what());
-        Require(refusal->status() == Exit::Input, "it is the file that is refused");
-        Require(test::ReadFile(stage.source) == file, "the source is as it was");
-    }
-    const bool converted = !refusal && !arguments.dryRun;
-    const auto left = converted && !arguments.inPlace ? std::vector<std::string>{"in.tif", "out.tif"}
-                                                      : std::vector<std::string>{"in.tif"};
-    Require(stage.folder.Names() == left, "nothing but the output is left");
-    if (!arguments.dryRun) {
-        const auto byRows = ConvertByRows(stage, source, arguments.noTag);
-        const bool tooLittle = byRows && byRows->reason().find("memory") != std::string::npos;
-        Require(tooLittle || byRows.has_value() == refusal.has_value(), "rows and strips are refused alike");
-        if (converted) {
-            // Read through the open file, which a conversion in place leaves unchanged.
-            if (arguments.inPlace) std::filesystem::copy_file(stage.source, stage.output);
-            if (arguments.inPlace) test::WriteFile(stage.source, file);
-            const auto wanted = Wanted(stage, source);
-            CheckWritten(stage.output, wanted, arguments.noTag);
-            if (!byRows) CheckWritten(stage.rows, wanted, arguments.noTag);
-        }
-    }
-    source = Parsed();
+    Check(conversion, choice, input.Rest());
     Require(OpenFiles() == descriptors, "every file is closed");
 }
 
