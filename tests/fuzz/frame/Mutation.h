@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Mutations that know the formats: a mutator changes a block in place.
+// Mutations that know the formats. A format tells where its numbers, offsets and entries are; the changes are the same
+// for all formats.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <optional>
+#include <vector>
 
 #include "FuzzInput.h"
 
@@ -21,8 +24,6 @@ struct Block {
     std::uint64_t Get(std::size_t at, std::size_t width) const;
     void Put(std::size_t at, std::size_t width, std::uint64_t value) const;
     void Copy(std::size_t to, std::size_t from, std::size_t count) const;
-    /// 0, 1, the limit and its neighbours, and the limits of 32-bit numbers.
-    std::uint32_t Edge(std::uint64_t limit) const;
     bool OneIn(std::size_t count) const { return scatter.Below(count) == 0; }
     template <typename Values>
     auto AnyOf(const Values& values) const {
@@ -32,26 +33,43 @@ struct Block {
     /// the one before them.
     void Stretch(std::size_t at, std::size_t count);
     void Shorten(std::size_t at, std::size_t count);
-    /// Inserts or removes 1 to `most` bytes. Returns the growth, which wraps around for a shorter block.
-    std::size_t Move(std::size_t at, std::size_t most);
-    /// Sometimes truncates the block.
-    void Cut();
 };
 
-using Mutator = void (*)(Block& block);
+/// A number that can be changed: to 0, 1, its limit and the neighbours of that, and the limits of 32-bit numbers; or to
+/// a given value.
+struct Field {
+    std::size_t at, width;
+    std::uint64_t limit;  ///< the greatest ordinary value
+    std::optional<std::uint64_t> value{};
+};
 
-/// A profile: changes one field of the tag table or of a block, or truncates, moves, stretches or renames a block.
-void MutateIcc(Block& file);
-/// A TIFF file: changes one field of an entry, or moves, grows or removes an entry or its data.
-void MutateTiff(Block& file);
-/// A tag's block of any type: sets a count, an offset, a channel number or a grid size to the limits of the units; or
-/// makes the block just long enough, or slightly too short.
-void MutateTag(Block& block);
+/// What a format tells for one change of a file. Much of it is drawn, so that every change has a layout of its own.
+struct Layout {
+    std::vector<Field> fields{};  ///< at least one
+    /// Where bytes may be inserted and removed, and the number that counts them, if there is one.
+    std::size_t begin = 0, end = 0, counter = 0;
+    std::vector<std::size_t> offsets{};  ///< places of offsets, which are updated then
+    std::size_t width = 4;               ///< bytes of an offset
+    /// An entry of a table that may be removed, or inserted again with another name; `each` is 0 for none.
+    std::size_t entry = 0, each = 0;
+    Field entries{};  ///< how many entries the table has
+    /// Bytes that may be copied to a place where they could stand.
+    std::size_t to = 0, from = 0, copied = 0;
+    std::uint64_t needed = 0;  ///< a size that is just long enough, if it is known
+};
+using FindLayout = Layout (*)(Block& file);
+
+/// A profile: a field of the tag table or of one block.
+Layout IccLayout(Block& file);
+/// A TIFF file of either byte order, classic or BigTIFF: a directory of the chain, or one that an entry points to.
+Layout TiffLayout(Block& file);
+/// A tag's block of any type: counts, offsets, channels and grid sizes with the limits of the units.
+Layout TagLayout(Block& block);
 
 /// An input whose first `prefix` bytes steer the target, followed by a file: half of the mutations are those of the
 /// format, the others the fuzzing engine's own; one in four changes the steering bytes. Returns the new size.
-std::size_t MutateBehind(std::size_t prefix, Mutator format, std::uint8_t* data, std::size_t size, std::size_t maxSize,
-                         unsigned seed);
+std::size_t MutateBehind(std::size_t prefix, FindLayout format, std::uint8_t* data, std::size_t size,
+                         std::size_t maxSize, unsigned seed);
 
 }  // namespace hueweave::fuzz
 

@@ -170,6 +170,6 @@ void RunTarget(FuzzInput& input) {
     Require(OpenFiles() == descriptors, "every file is closed");
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+HUEWEAVE_FUZZ_MUTATOR(kSteering, IccLayout);
 
 }  // namespace hueweave::fuzz

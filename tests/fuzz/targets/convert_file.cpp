@@ -62,6 +62,6 @@ void RunTarget(FuzzInput& input) {
     }
 }
 
-HUEWEAVE_FUZZ_MUTATOR(4, MutateTiff);
+HUEWEAVE_FUZZ_MUTATOR(4, TiffLayout);
 
 }  // namespace hueweave::fuzz

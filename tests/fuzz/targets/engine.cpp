@@ -160,6 +160,6 @@ void RunTarget(FuzzInput& input) {
     Convert(*engine, job);
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+HUEWEAVE_FUZZ_MUTATOR(kSteering, IccLayout);
 
 }  // namespace hueweave::fuzz

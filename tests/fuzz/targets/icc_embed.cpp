@@ -90,6 +90,6 @@ void RunTarget(FuzzInput& input) {
     Require(source.Get() == file && profile.Get() == icc, "the files are as they were");
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
+HUEWEAVE_FUZZ_MUTATOR(kSteering, TiffLayout);
 
 }  // namespace hueweave::fuzz

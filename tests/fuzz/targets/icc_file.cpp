@@ -4,7 +4,7 @@
 #include "IccModel.h"
 #include "Mutation.h"
 
-HUEWEAVE_FUZZ_MUTATOR(0, MutateIcc);
+HUEWEAVE_FUZZ_MUTATOR(0, IccLayout);
 
 void hueweave::fuzz::RunTarget(FuzzInput& input) {
     static const ScratchFile source, saved, again;

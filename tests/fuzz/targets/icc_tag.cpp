@@ -71,6 +71,6 @@ void RunTarget(FuzzInput& input) {
     if (const auto* table = dynamic_cast<const CLut*>(tag.get())) CheckConverted(*table, block);
 }
 
-HUEWEAVE_FUZZ_MUTATOR(1, MutateTag);
+HUEWEAVE_FUZZ_MUTATOR(1, TagLayout);
 
 }  // namespace hueweave::fuzz

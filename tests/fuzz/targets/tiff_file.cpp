@@ -70,6 +70,6 @@ void RunTarget(FuzzInput& input) {
     Require(OpenFiles() == descriptors, "every stream is closed");
 }
 
-HUEWEAVE_FUZZ_MUTATOR(0, MutateTiff);
+HUEWEAVE_FUZZ_MUTATOR(0, TiffLayout);
 
 }  // namespace hueweave::fuzz

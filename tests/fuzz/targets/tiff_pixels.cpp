@@ -159,6 +159,6 @@ void RunTarget(FuzzInput& input) {
     while (!steering.Empty()) session.Step();
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kOperations, MutateTiff);
+HUEWEAVE_FUZZ_MUTATOR(kOperations, TiffLayout);
 
 }  // namespace hueweave::fuzz

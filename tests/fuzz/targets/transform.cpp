@@ -109,6 +109,6 @@ void RunTarget(FuzzInput& input) {
     CheckPixels<std::uint16_t>(*transform, samples, split);
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+HUEWEAVE_FUZZ_MUTATOR(kSteering, IccLayout);
 
 }  // namespace hueweave::fuzz

@@ -98,6 +98,6 @@ void RunTarget(FuzzInput& input) {
     Require(!output.empty() && TakeEmbedded("out.tif", output).data == output, "the profile of the output is sound");
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateIcc);
+HUEWEAVE_FUZZ_MUTATOR(kSteering, IccLayout);
 
 }  // namespace hueweave::fuzz

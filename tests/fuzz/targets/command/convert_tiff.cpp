@@ -165,6 +165,6 @@ void RunTarget(FuzzInput& input) {
     Require(OpenFiles() == descriptors, "every file is closed");
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
+HUEWEAVE_FUZZ_MUTATOR(kSteering, TiffLayout);
 
 }  // namespace hueweave::fuzz

@@ -188,6 +188,6 @@ void RunTarget(FuzzInput& input) {
     Require(!refusal, "a page is made");
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kText, MutateTiff);
+HUEWEAVE_FUZZ_MUTATOR(kText, TiffLayout);
 
 }  // namespace hueweave::fuzz

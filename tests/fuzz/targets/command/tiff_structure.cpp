@@ -189,6 +189,6 @@ void RunTarget(FuzzInput& input) {
     }
 }
 
-HUEWEAVE_FUZZ_MUTATOR(kSteering, MutateTiff);
+HUEWEAVE_FUZZ_MUTATOR(kSteering, TiffLayout);
 
 }  // namespace hueweave::fuzz
