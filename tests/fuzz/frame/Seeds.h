@@ -18,6 +18,13 @@ std::string Name(std::string what, Numbers... numbers) {
     return what;
 }
 
+/// Bytes for pixels, the same on every machine.
+inline Bytes Pattern(std::size_t size, unsigned seed = 0) {
+    Bytes bytes(size);
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i * 37 + i / 7 * 5 + seed * 41);
+    return bytes;
+}
+
 /// Receives one file and a name for it.
 using Sow = std::function<void(const std::string& name, const Bytes& file)>;
 

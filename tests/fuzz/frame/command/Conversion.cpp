@@ -12,6 +12,7 @@
 #include "colour/profile/Target.h"
 #include "jpeg/JpegStructure.h"
 #include "png/PngStructure.h"
+#include "support/ProfileBuilder.h"
 #include "tiff/TiffPage.h"
 
 namespace hueweave::fuzz {
@@ -27,35 +28,13 @@ DeviceProfile GreyProfile() {
     return Given(colour::MakeGreyProfile(*gamma, 4).value());
 }
 
-/// Ink that absorbs its share of red, green or blue, and black that absorbs all.
-cmsInt32Number InkToLab(const cmsUInt16Number ink[], cmsUInt16Number lab[], void*) {
-    const double light = 1 - ink[3] / 65535.0;
-    lab[0] = static_cast<cmsUInt16Number>(65280 * light * (1 - (ink[0] + ink[1] + ink[2]) / 3.0 / 65535));
-    lab[1] = static_cast<cmsUInt16Number>(32768 + (ink[1] - ink[0]) / 4 * light);
-    lab[2] = static_cast<cmsUInt16Number>(32768 + (ink[2] - ink[0]) / 4 * light);
-    return 1;
-}
-
 DeviceProfile CmykProfile() {
-    const cmsHPROFILE profile = cmsCreateProfilePlaceholder(nullptr);
-    cmsSetProfileVersion(profile, 2.4);
-    cmsSetDeviceClass(profile, cmsSigOutputClass);
-    cmsSetColorSpace(profile, cmsSigCmykData);
-    cmsSetPCS(profile, cmsSigLabData);
-    cmsPipeline* lut = cmsPipelineAlloc(nullptr, 4, 3);
-    cmsStage* grid = cmsStageAllocCLut16bit(nullptr, 5, 4, 3, nullptr);
-    cmsStageSampleCLut16bit(grid, InkToLab, nullptr, 0);
-    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 4, nullptr));
-    cmsPipelineInsertStage(lut, cmsAT_END, grid);
-    cmsPipelineInsertStage(lut, cmsAT_END, cmsStageAllocToneCurves(nullptr, 3, nullptr));
-    cmsWriteTag(profile, cmsSigAToB0Tag, lut);
-    cmsPipelineFree(lut);
-    cmsUInt32Number size = 0;
-    cmsSaveProfileToMem(profile, nullptr, &size);
-    Bytes data(size);
-    cmsSaveProfileToMem(profile, data.data(), &size);
-    cmsCloseProfile(profile);
-    return Given(std::move(data));
+    return Given(test::ProfileBuilder()
+                     .HeaderWord(12, cmsSigOutputClass)
+                     .HeaderWord(16, cmsSigCmykData)
+                     .HeaderWord(20, cmsSigLabData)
+                     .Mft2("A2B0", test::MakeLut({.inputs = 4, .points = 5}, 4))
+                     .Build());
 }
 
 /// Requires that the command can read what it wrote.

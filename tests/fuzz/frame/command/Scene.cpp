@@ -8,21 +8,12 @@
 #include <ctime>
 
 #include "Files.h"
-#include "support/ProfileBuilder.h"
+#include "support/ReferenceProfile.h"
 #include "system/Sha256.h"
 
 namespace hueweave::fuzz {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-std::uint32_t BigEndian(const Bytes& bytes, std::size_t at) {
-    return std::uint32_t{bytes[at]} << 24 | std::uint32_t{bytes[at + 1]} << 16 | std::uint32_t{bytes[at + 2]} << 8 |
-           bytes[at + 3];
-}
-
-}  // namespace
 
 std::vector<std::string> ScratchFolder::Names() const {
     std::vector<std::string> names;
@@ -44,10 +35,9 @@ tool::DeviceProfile PlainProfile() {
 }
 
 void SealPng(Bytes& file) {
-    constexpr unsigned char kSignature[] = {0x89, 'P', 'N', 'G'};
-    if (file.size() < 8 || !std::equal(std::begin(kSignature), std::end(kSignature), file.begin())) return;
+    if (test::Big32At(file, 0) != 0x89504e47) return;
     for (std::size_t at = 8; at + 12 <= file.size();) {
-        const std::uint64_t size = BigEndian(file, at);
+        const std::uint64_t size = test::Big32At(file, at);
         if (size > file.size() - at - 12) return;
         const auto sum = crc32(0, &file[at + 4], static_cast<uInt>(size + 4));
         for (unsigned n = 0; n < 4; ++n) file[at + 8 + size + n] = static_cast<unsigned char>(sum >> (24 - 8 * n));

@@ -6,6 +6,7 @@
 
 #include <jpeglib.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -13,14 +14,19 @@
 #include <vector>
 
 #include "Seeds.h"
-#include "support/ByteWriter.h"
+#include "support/TiffBuilder.h"
 
 namespace hueweave::fuzz {
 namespace {
 
 constexpr unsigned kWidth = 19, kHeight = 21;
 
-unsigned char Texture(std::size_t at) { return static_cast<unsigned char>(at * 37 + at / 7 * 5); }
+/// The rows of a picture.
+std::vector<unsigned char*> Rows(Bytes& pixels) {
+    std::vector<unsigned char*> rows;
+    for (std::size_t y = 0; y < kHeight; ++y) rows.push_back(&pixels[y * (pixels.size() / kHeight)]);
+    return rows;
+}
 
 Bytes Steered(int steering, Bytes file) {
     file.insert(file.begin(), static_cast<unsigned char>(steering));
@@ -50,12 +56,10 @@ constexpr PngKind kPngKinds[] = {{"rgb-8", PNG_COLOR_TYPE_RGB, 8, 0, true},
                                  {"grey-alpha-16-interlaced", PNG_COLOR_TYPE_GRAY_ALPHA, 16, 1, false, 16}};
 
 void SetExtras(png_structp png, png_infop info) {
-    png_text text[2] = {};
-    text[0] = {
-        PNG_TEXT_COMPRESSION_NONE, const_cast<char*>("Title"), const_cast<char*>("a seed"), 6, 0, nullptr, nullptr};
-    text[1] = {
-        PNG_TEXT_COMPRESSION_zTXt, const_cast<char*>("Note"), const_cast<char*>("a seed"), 6, 0, nullptr, nullptr};
-    png_set_text(png, info, text, 2);
+    char title[] = "Title", note[] = "Note", seed[] = "a seed";
+    const png_text texts[] = {{PNG_TEXT_COMPRESSION_NONE, title, seed, 6, 0, nullptr, nullptr},
+                              {PNG_TEXT_COMPRESSION_zTXt, note, seed, 6, 0, nullptr, nullptr}};
+    png_set_text(png, info, texts, 2);
     png_set_pHYs(png, info, 3000, 3000, PNG_RESOLUTION_METER);
     png_set_gAMA_fixed(png, info, 45455);
     png_color_16 colour{1, 7, 8, 9, 1};
@@ -78,18 +82,13 @@ Bytes WrittenPng(const PngKind& kind) {
         [](png_structp) {});
     png_set_IHDR(png, info, kWidth, kHeight, kind.depth, kind.colours, kind.interlace, 0, 0);
     png_color palette[256];
-    for (std::size_t n = 0; n < 256; ++n) palette[n] = {Texture(n), Texture(n + 100), Texture(n + 200)};
+    const Bytes texture = Pattern(456);
+    for (std::size_t n = 0; n < 256; ++n) palette[n] = {texture[n], texture[n + 100], texture[n + 200]};
     if (kind.colours == PNG_COLOR_TYPE_PALETTE) png_set_PLTE(png, info, palette, 1 << kind.depth);
     if (kind.extras) SetExtras(png, info);
     png_write_info(png, info);
-    const std::size_t rowBytes = png_get_rowbytes(png, info);
-    for (int pass = png_set_interlace_handling(png); pass > 0; --pass) {
-        for (std::size_t y = 0; y < kHeight; ++y) {
-            Bytes row(rowBytes);
-            for (std::size_t x = 0; x < rowBytes; ++x) row[x] = Texture(y * rowBytes + x);
-            png_write_row(png, row.data());
-        }
-    }
+    Bytes pixels = Pattern(png_get_rowbytes(png, info) * kHeight);
+    png_write_image(png, Rows(pixels).data());
     png_write_end(png, info);
     png_destroy_write_struct(&png, &info);
     return file;
@@ -98,23 +97,23 @@ Bytes WrittenPng(const PngKind& kind) {
 struct JpegKind {
     const char* name;
     int across, down;
-    bool progressive, arithmetic, optimised, rgb;
+    bool progressive, arithmetic, optimised;
     unsigned restart;
-    J_COLOR_SPACE colours = JCS_YCbCr;  ///< others than grey and CMYK are made of RGB
+    J_COLOR_SPACE colours = JCS_YCbCr;  ///< in the file
     unsigned char steering = 0;         ///< 16 for grey, 32 for grey that becomes RGB, 48 for CMYK
 };
 
-constexpr JpegKind kJpegKinds[] = {{"usual", 2, 2, false, false, false, false, 0},
-                                   {"optimised-444", 1, 1, false, false, true, false, 0},
-                                   {"restarts-422", 2, 1, false, false, false, false, 2},
-                                   {"progressive", 2, 2, true, false, false, false, 0},
-                                   {"arithmetic", 2, 2, false, true, false, false, 1},
-                                   {"arithmetic-progressive", 1, 1, true, true, false, false, 0},
-                                   {"rgb", 1, 1, false, false, false, true, 0},
-                                   {"grey", 1, 1, false, false, false, false, 3, JCS_GRAYSCALE, 16},
-                                   {"grey-progressive", 1, 1, true, false, false, false, 0, JCS_GRAYSCALE, 32},
-                                   {"cmyk", 1, 1, false, false, false, false, 0, JCS_CMYK, 48},
-                                   {"ycck-420", 2, 2, false, false, true, false, 0, JCS_YCCK, 48}};
+constexpr JpegKind kJpegKinds[] = {{"usual", 2, 2, false, false, false, 0},
+                                   {"optimised-444", 1, 1, false, false, true, 0},
+                                   {"restarts-422", 2, 1, false, false, false, 2},
+                                   {"progressive", 2, 2, true, false, false, 0},
+                                   {"arithmetic", 2, 2, false, true, false, 1},
+                                   {"arithmetic-progressive", 1, 1, true, true, false, 0},
+                                   {"rgb", 1, 1, false, false, false, 0, JCS_RGB},
+                                   {"grey", 1, 1, false, false, false, 3, JCS_GRAYSCALE, 16},
+                                   {"grey-progressive", 1, 1, true, false, false, 0, JCS_GRAYSCALE, 32},
+                                   {"cmyk", 1, 1, false, false, false, 0, JCS_CMYK, 48},
+                                   {"ycck-420", 2, 2, false, false, true, 0, JCS_YCCK, 48}};
 
 Bytes WrittenJpeg(const JpegKind& kind) {
     jpeg_compress_struct info{};
@@ -126,12 +125,11 @@ Bytes WrittenJpeg(const JpegKind& kind) {
     jpeg_mem_dest(&info, &data, &size);
     info.image_width = kWidth;
     info.image_height = kHeight;
-    const bool isInk = kind.colours == JCS_CMYK || kind.colours == JCS_YCCK;
-    info.input_components = kind.colours == JCS_GRAYSCALE ? 1 : isInk ? 4 : 3;
-    info.in_color_space = kind.colours == JCS_GRAYSCALE ? JCS_GRAYSCALE : isInk ? JCS_CMYK : JCS_RGB;
+    const bool isGrey = kind.colours == JCS_GRAYSCALE, isInk = kind.colours == JCS_CMYK || kind.colours == JCS_YCCK;
+    info.input_components = isGrey ? 1 : isInk ? 4 : 3;
+    info.in_color_space = isGrey ? JCS_GRAYSCALE : isInk ? JCS_CMYK : JCS_RGB;
     jpeg_set_defaults(&info);
-    if (isInk) jpeg_set_colorspace(&info, kind.colours);
-    if (kind.rgb) jpeg_set_colorspace(&info, JCS_RGB);
+    jpeg_set_colorspace(&info, kind.colours);
     info.comp_info[0].h_samp_factor = kind.across;
     info.comp_info[0].v_samp_factor = kind.down;
     info.arith_code = kind.arithmetic ? TRUE : FALSE;
@@ -150,12 +148,8 @@ Bytes WrittenJpeg(const JpegKind& kind) {
         jpeg_write_marker(&info, marker, reinterpret_cast<const unsigned char*>(text.data()),
                           static_cast<unsigned>(text.size()));
     }
-    for (std::size_t y = 0; y < kHeight; ++y) {
-        Bytes row(static_cast<std::size_t>(info.input_components) * kWidth);
-        for (std::size_t x = 0; x < row.size(); ++x) row[x] = Texture(y * row.size() + x);
-        JSAMPROW at = row.data();
-        jpeg_write_scanlines(&info, &at, 1);
-    }
+    Bytes pixels = Pattern(static_cast<std::size_t>(info.input_components) * kWidth * kHeight);
+    jpeg_write_scanlines(&info, Rows(pixels).data(), kHeight);
     jpeg_finish_compress(&info);
     jpeg_destroy_compress(&info);
     const Bytes file(data, data + size);
@@ -163,39 +157,43 @@ Bytes WrittenJpeg(const JpegKind& kind) {
     return file;
 }
 
-/// A little-endian TIFF file, whose entries have numbers of four bytes.
-Bytes OldTiff(const Bytes& data, const std::vector<std::pair<unsigned, std::vector<std::size_t>>>& entries) {
-    test::ByteWriter values, directory, file;
-    const std::size_t start = 8 + data.size(), more = start + 2 + entries.size() * 12 + 4;
-    directory.Little16(static_cast<unsigned>(entries.size()));
-    std::size_t used = 0;
-    for (const auto& [tag, numbers] : entries) {
-        directory.Little16(tag).Little16(4).Little32(static_cast<std::uint32_t>(numbers.size()));
-        const bool isInside = numbers.size() == 1;
-        directory.Little32(static_cast<std::uint32_t>(isInside ? numbers[0] : more + used));
-        for (const std::size_t number : isInside ? std::vector<std::size_t>() : numbers) {
-            values.Little32(static_cast<std::uint32_t>(number));
-            used += 4;
-        }
-    }
-    file.U8('I').U8('I').Little16(42).Little32(static_cast<std::uint32_t>(start)).Append(data);
-    return file.Append(directory.Little32(0).Done()).Append(values.Done()).Done();
-}
-
 /// The places of the tables in a baseline file of libjpeg, by kind and number, and of its entropy-coded data.
 struct TablesOfJpeg {
-    std::size_t quantisation[2]{}, dc[2]{}, ac[2]{}, coded = 0;
+    std::uint32_t quantisation[2]{}, dc[2]{}, ac[2]{}, coded = 0;
 };
 TablesOfJpeg FindTables(const Bytes& jpeg) {
     TablesOfJpeg found;
-    for (std::size_t at = 2; jpeg[at + 1] != 0xda; at += 2 + (std::size_t{jpeg[at + 2]} * 256 + jpeg[at + 3])) {
+    const auto behind = [&](std::uint32_t at) { return at + 2 + jpeg[at + 2] * 256U + jpeg[at + 3]; };
+    std::uint32_t at = 2;
+    for (; jpeg[at + 1] != 0xda; at = behind(at)) {
         const unsigned number = jpeg[at + 4] & 1U;
         if (jpeg[at + 1] == 0xdb) found.quantisation[number] = at + 5;
         if (jpeg[at + 1] == 0xc4) ((jpeg[at + 4] & 0x10) != 0 ? found.ac : found.dc)[number] = at + 5;
-        found.coded = at + 2 + (std::size_t{jpeg[at + 2]} * 256 + jpeg[at + 3]);
     }
-    found.coded += std::size_t{2} + jpeg[found.coded + 3];
+    found.coded = behind(at);
     return found;
+}
+
+/// A TIFF file with a JPEG file behind its header, whose data begin at `at`: with its place, or those of its tables.
+Bytes OldTiff(const JpegKind& kind, const Bytes& jpeg, std::uint32_t at, const TablesOfJpeg* tables) {
+    const auto size = static_cast<std::uint32_t>(jpeg.size());
+    test::TiffBuilder file;
+    file.GapBeforeDirectory(size).Long(256, kWidth).Long(257, kHeight).Longs(258, {8, 8, 8}).Long(259, 6).Long(262, 6);
+    file.Long(273, 8 + at).Long(277, 3).Long(278, kHeight).Long(279, size - at).Long(512, 1);
+    if (tables == nullptr) {
+        file.Long(513, 8).Long(514, size);
+    } else {
+        const auto places = [&](unsigned tag, const std::uint32_t(&of)[2]) {
+            file.Longs(tag, {8 + of[0], 8 + of[1], 8 + of[1]});
+        };
+        file.Long(515, kind.restart);
+        places(519, tables->quantisation);
+        places(520, tables->dc);
+        places(521, tables->ac);
+    }
+    Bytes bytes = file.Longs(530, {std::uint32_t(kind.across), std::uint32_t(kind.down)}).Build();
+    std::copy(jpeg.begin(), jpeg.end(), bytes.begin() + 8);
+    return bytes;
 }
 
 }  // namespace
@@ -204,28 +202,9 @@ void SowOldJpegs(const Sow& sow) {
     for (const JpegKind& kind : {kJpegKinds[0], kJpegKinds[2]}) {
         const Bytes jpeg = WrittenJpeg(kind);
         const TablesOfJpeg tables = FindTables(jpeg);
-        const auto tiff = [&](std::size_t at, bool isWhole) {
-            std::vector<std::pair<unsigned, std::vector<std::size_t>>> entries{
-                {256, {kWidth}}, {257, {kHeight}}, {258, {8, 8, 8}},          {259, {6}}, {262, {6}}, {273, {8 + at}},
-                {277, {3}},      {278, {kHeight}}, {279, {jpeg.size() - at}}, {512, {1}}};
-            if (isWhole) {
-                entries.push_back({513, {8}});
-                entries.push_back({514, {jpeg.size()}});
-            } else {
-                const auto places = [&](const std::size_t(&of)[2]) {
-                    return std::vector<std::size_t>{8 + of[0], 8 + of[1], 8 + of[1]};
-                };
-                entries.push_back({515, {kind.restart}});
-                entries.push_back({519, places(tables.quantisation)});
-                entries.push_back({520, places(tables.dc)});
-                entries.push_back({521, places(tables.ac)});
-            }
-            entries.push_back({530, {static_cast<std::size_t>(kind.across), static_cast<std::size_t>(kind.down)}});
-            return OldTiff(jpeg, entries);
-        };
-        sow(std::string("kind-old-jpeg-whole-") + kind.name, tiff(0, true));
-        sow(std::string("kind-old-jpeg-scan-") + kind.name, tiff(tables.coded, true));
-        sow(std::string("kind-old-jpeg-tables-") + kind.name, tiff(tables.coded, false));
+        sow(std::string("kind-old-jpeg-whole-") + kind.name, OldTiff(kind, jpeg, 0, nullptr));
+        sow(std::string("kind-old-jpeg-scan-") + kind.name, OldTiff(kind, jpeg, tables.coded, nullptr));
+        sow(std::string("kind-old-jpeg-tables-") + kind.name, OldTiff(kind, jpeg, tables.coded, &tables));
     }
 }
 

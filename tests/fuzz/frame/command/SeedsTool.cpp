@@ -15,9 +15,11 @@ namespace hueweave::fuzz {
 namespace {
 
 struct Layout {
-    std::string name;
-    std::string mode = "wl";  ///< for TIFFOpen: byte order, "8" for BigTIFF
-    unsigned bits = 8, samples = 3, compression = COMPRESSION_NONE;
+    std::string name{};
+    unsigned bits = 8, samples = 3, photometric = PHOTOMETRIC_RGB;
+    unsigned across = 2, down = 2;  ///< pixels that share the chroma of YCbCr
+    std::string mode = "wl";        ///< for TIFFOpen: byte order, "8" for BigTIFF
+    unsigned compression = COMPRESSION_NONE;
     bool planar = false, tiled = false;
     unsigned predictor = 0, fillOrder = 0, orientation = 0;  ///< without the tag if 0
     unsigned extra = EXTRASAMPLE_UNASSALPHA;
@@ -25,15 +27,7 @@ struct Layout {
     bool mask = false;              ///< as the last page
     bool metadata = false;
     std::uint32_t width = 7, height = 5, rows = 2;
-    unsigned photometric = PHOTOMETRIC_RGB;
-    unsigned across = 2, down = 2;  ///< pixels that share the chroma of YCbCr
 };
-
-Bytes Pattern(std::size_t size, unsigned seed) {
-    Bytes bytes(size);
-    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i * 37 + i / 7 * 5 + seed * 41);
-    return bytes;
-}
 
 using Fields = std::initializer_list<std::pair<int, unsigned>>;
 void SetFields(TIFF* file, Fields fields) {
@@ -152,8 +146,11 @@ void SowSchemes(const Sow& sow) {
         if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(scheme.compression)) == 0) continue;
         const bool picture = scheme.compression == COMPRESSION_JPEG || scheme.compression == COMPRESSION_WEBP;
         for (unsigned n = 0; n < 8; ++n) {
-            Layout layout{scheme.name,        "wl",          n % 2 == 0 ? 8U : 16U, 3,
-                          scheme.compression, (n & 4U) != 0, (n & 2U) != 0,         scheme.predictor};
+            Layout layout{.bits = n % 2 == 0 ? 8U : 16U,
+                          .compression = scheme.compression,
+                          .planar = (n & 4U) != 0,
+                          .tiled = (n & 2U) != 0,
+                          .predictor = scheme.predictor};
             if (picture && (layout.bits == 16 || layout.planar)) continue;
             if (picture) layout.width = 16, layout.height = 32, layout.rows = 16;
             layout.name = std::string(scheme.name) + (layout.tiled ? "-tiles" : "-strips") +
@@ -195,31 +192,21 @@ void SowOthers(const Sow& sow) {
 
 /// Kinds of pixels that become RGB or stay grey.
 void SowKinds(const Sow& sow) {
-    struct Kind {
-        const char* name;
-        unsigned photometric, samples, bits, across = 2, down = 2;
-    };
-    constexpr Kind kKinds[] = {
-        {"palette-1", PHOTOMETRIC_PALETTE, 1, 1},    {"palette-4", PHOTOMETRIC_PALETTE, 1, 4},
-        {"palette-8", PHOTOMETRIC_PALETTE, 1, 8},    {"grey-8", PHOTOMETRIC_MINISBLACK, 1, 8},
-        {"grey-16", PHOTOMETRIC_MINISWHITE, 1, 16},  {"rgb-12", PHOTOMETRIC_RGB, 3, 12},
-        {"cmyk-8", PHOTOMETRIC_SEPARATED, 4, 8},     {"lab-8", PHOTOMETRIC_CIELAB, 3, 8},
-        {"icc-lab-16", PHOTOMETRIC_ICCLAB, 3, 16},   {"ycbcr-8", PHOTOMETRIC_YCBCR, 3, 8},
-        {"ycbcr-41", PHOTOMETRIC_YCBCR, 3, 8, 4, 1}, {"ycbcr-11", PHOTOMETRIC_YCBCR, 3, 8, 1, 1}};
-    for (const Kind& kind : kKinds) {
+    const Layout kinds[] = {{"palette-1", 1, 1, PHOTOMETRIC_PALETTE},    {"palette-4", 4, 1, PHOTOMETRIC_PALETTE},
+                            {"palette-8", 8, 1, PHOTOMETRIC_PALETTE},    {"grey-8", 8, 1, PHOTOMETRIC_MINISBLACK},
+                            {"grey-16", 16, 1, PHOTOMETRIC_MINISWHITE},  {"rgb-12", 12, 3, PHOTOMETRIC_RGB},
+                            {"cmyk-8", 8, 4, PHOTOMETRIC_SEPARATED},     {"lab-8", 8, 3, PHOTOMETRIC_CIELAB},
+                            {"icc-lab-16", 16, 3, PHOTOMETRIC_ICCLAB},   {"ycbcr-8", 8, 3, PHOTOMETRIC_YCBCR},
+                            {"ycbcr-41", 8, 3, PHOTOMETRIC_YCBCR, 4, 1}, {"ycbcr-11", 8, 3, PHOTOMETRIC_YCBCR, 1, 1}};
+    for (const Layout& kind : kinds) {
         for (const unsigned compression :
              std::initializer_list<unsigned>{COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE}) {
-            Layout layout;
-            layout.bits = kind.bits;
-            layout.samples = kind.samples;
+            Layout layout = kind;
+            layout.name = "kind-" + kind.name + "-" + std::to_string(compression);
             layout.compression = compression;
-            layout.photometric = kind.photometric;
-            layout.across = kind.across;
-            layout.down = kind.down;
             layout.tiled = compression == COMPRESSION_LZW;
             layout.mode = compression == COMPRESSION_NONE ? "wb" : "wl";
             layout.pages = 2;
-            layout.name = std::string("kind-") + kind.name + "-" + std::to_string(compression);
             sow(layout.name, Written(layout));
         }
     }
@@ -266,20 +253,17 @@ void SowDeflated(const Sow& sow) {
             if (level == 0 && size > 2 * kPixels) continue;
             const Bytes plain = Pattern(size, 1);
             uLongf length = compressBound(plain.size());
-            Bytes packed(length);
-            if (compress2(packed.data(), &length, plain.data(), plain.size(), level) != Z_OK) {
+            Bytes strip(3 + length);
+            strip[0] = strip[1] = 7;
+            if (compress2(&strip[3], &length, plain.data(), plain.size(), level) != Z_OK) {
                 throw std::runtime_error("zlib");
             }
-            packed.resize(length);
+            strip.resize(3 + length);
             const std::string name = std::to_string(size) + "-" + std::to_string(level);
-            const auto strip = [](Bytes data) {
-                data.insert(data.begin(), {7, 7, 0});
-                return data;
-            };
-            sow(name, strip(packed));
-            sow(name + "-cut", strip(Bytes(packed.begin(), packed.end() - 2)));
-            packed.back() ^= 1;
-            sow(name + "-checksum", strip(packed));
+            sow(name, strip);
+            sow(name + "-cut", Bytes(strip.begin(), strip.end() - 2));
+            strip.back() ^= 1;
+            sow(name + "-checksum", strip);
         }
     }
 }
