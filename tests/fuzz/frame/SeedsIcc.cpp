@@ -46,7 +46,7 @@ void SowSimpleTags(const Sow& sow) {
     }
     for (const char* type : {"mft2", "mft1", "mAB ", "mBA ", "curv", "para", "XYZ ", "text", "desc", "sf32", "none"}) {
         for (const char* name : {"A2B0", "A2B1", "A2B2", "A2B3", "B2A0", "B2A1", "B2A2", "B2A3", "bXYZ"}) {
-            sow(std::string(name) + "-as-" + std::string(type, 3), OneTag(name, Text(type, 60)));
+            sow(std::string(name) + "-as-" + type, OneTag(name, Text(type, 60)));
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -23,7 +24,9 @@ struct Garden {
 
     void Plant(const std::string& target, const std::string& name, const Bytes& input) {
         fs::create_directories(root / target);
-        test::WriteFile((root / target / name).string(), input);
+        const fs::path path = root / target / name;
+        if (fs::exists(path)) throw std::runtime_error("two seeds are called " + path.string());
+        test::WriteFile(path.string(), input);
         ++count;
     }
     void PlantTexts(const std::string& target, std::initializer_list<std::string_view> texts) {
