@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A profile embedded in a TIFF file, saved, found again, extracted and removed.
+// A profile embedded in a TIFF file, saved, extracted and removed.
 #include <algorithm>
 
 #include "FuzzInput.h"
@@ -74,14 +74,7 @@ void RunTarget(FuzzInput& input) {
 
     if (!reference.tags.empty()) {
         Require(tiff.SaveFile(saved.Path()) == 0, "saved");
-        const Bytes expected = reference.Save();
-        Require(saved.Get() == expected, "the file of the plain statement");
-        CTiff back;
-        test::ReferenceTiff again;
-        again.Read(expected);
-        Require(back.ReadFile(saved.Path()) == 0, "read back");
-        CheckTags(back, again);
-        CheckWritten(back, again, out);
+        Require(saved.Get() == reference.Save(), "the file of the plain statement");
     }
     tiff.RemoveIcc();
     reference.RemoveIcc();
