@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -25,6 +26,17 @@ inline constexpr const char* kNoFile = "/proc/self/fd/none";
 [[noreturn]] void Fail(const char* what, const char* file, int line);
 inline void Require(bool holds, const char* what, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
     if (!holds) Fail(what, file, line);
+}
+
+/// What `call` returns, or nothing if it refuses its input with an `Error`.
+template <typename Error, typename Call>
+auto Accepted(const Call& call) -> std::optional<decltype(call())> {
+    try {
+        return call();
+    } catch (const Error& error) {
+        Require(error.what()[0] != '\0', "a refusal has a reason");
+        return std::nullopt;
+    }
 }
 
 /// Reads numbers from the input, front to back; after its end everything is 0.
@@ -80,7 +92,10 @@ public:
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
     ~ScratchFile();
-    void Put(const Bytes& bytes) const { test::WriteFile(path_, bytes); }
+    Bytes Put(Bytes bytes) const {
+        test::WriteFile(path_, bytes);
+        return bytes;
+    }
     Bytes Get() const { return test::ReadFile(path_); }
     const char* Path() const { return path_.c_str(); }
 

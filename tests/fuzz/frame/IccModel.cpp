@@ -11,14 +11,6 @@ namespace hueweave::fuzz {
 
 using namespace ICC40::ICCFILE;
 
-Bytes SavedModel(const Bytes& file, const test::TagList& tags) {
-    Bytes header = file;
-    header.resize(128);
-    std::fill(header.begin() + 56, header.begin() + 64, std::uint8_t{0});  // attributes
-    std::fill(header.begin() + 100, header.end(), std::uint8_t{0});        // reserved
-    return test::SizedContainer(header, tags);
-}
-
 void CheckEntries(const CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t count) {
     Require(curve.curveCount == count, "entries of a curve");
     for (std::uint64_t i = 0; i < count; ++i) {
@@ -165,17 +157,6 @@ void CheckTag(const iccTagBase& tag, const std::string& name, const Bytes& block
     if (const auto* lut = dynamic_cast<const CLut16Type*>(&tag)) CheckTable<2>(*lut, block);
     if (const auto* lut = dynamic_cast<const CLut8Type*>(&tag)) CheckTable<1>(*lut, block);
     if (const auto* lut = dynamic_cast<const CLut*>(&tag)) CheckCurved(*lut, name, block);
-}
-
-void CheckTagsOf(const IccFile4& profile, const test::TagList& tags) {
-    Require(profile.tagList.size() == tags.size(), "number of tags");
-    for (std::size_t i = 0; i < tags.size() && i <= 200; ++i) {  // enough of a thousand identical ones
-        const std::string& name = tags[i].first;
-        CheckTag(*profile.tagList[i], name, tags[i].second);
-        const auto first = std::find_if(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == name; });
-        const auto place = static_cast<std::size_t>(first - tags.begin());
-        Require(profile.GetTag(profile.tagList[i]->tagSig) == profile.tagList[place].get(), "the first tag of a name");
-    }
 }
 
 }  // namespace hueweave::fuzz

@@ -18,13 +18,8 @@ using test::ByteAt;
 /// A limit on the heap for reading: each block is copied once unchanged and at most four times decoded.
 constexpr std::size_t IccHeap(std::size_t size) { return 6 * (8 * size + (std::size_t{4} << 20)) + 65536; }
 
-/// The file that saving should give.
-Bytes SavedModel(const Bytes& file, const test::TagList& tags);
-
 /// The tag must be of the class for its name and type, hold the block, and have the values in the block.
 void CheckTag(const ICC40::ICCFILE::iccTagBase& tag, const std::string& name, const Bytes& block);
-/// The tags must equal those that the reference reads from the file. The header shows when the profile is saved.
-void CheckTagsOf(const ICC40::ICCFILE::IccFile4& profile, const test::TagList& tags);
 /// The `count` entries of a curve at an offset in a block.
 void CheckEntries(const ICC40::ICCFILE::CCurveType& curve, const Bytes& block, std::uint64_t at, std::uint64_t count);
 

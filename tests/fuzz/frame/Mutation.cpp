@@ -4,9 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-/// The fuzzing engine's own mutation, in a replay that of Replay.cpp: changes a block in place, returns its size.
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
-
 namespace hueweave::fuzz {
 
 std::uint64_t Block::Get(std::size_t at, std::size_t width) const {

@@ -11,6 +11,9 @@
 
 #include "FuzzInput.h"
 
+/// The fuzzing engine's own mutation, in a replay that of Replay.cpp: changes a block in place, returns its size.
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+
 namespace hueweave::fuzz {
 
 /// A file or a part of one in the fuzzer's memory, which may grow to `maxSize` bytes. Bytes past its end read as 0 and

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <string>
 
 #include "support/ByteWriter.h"
@@ -23,6 +24,13 @@ inline Bytes Pattern(std::size_t size, unsigned seed = 0) {
     Bytes bytes(size);
     for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i * 37 + i / 7 * 5 + seed * 41);
     return bytes;
+}
+
+/// A file behind bytes that steer the target.
+inline Bytes Steered(std::initializer_list<unsigned> steering, const Bytes& file) {
+    test::ByteWriter out;
+    for (const unsigned byte : steering) out.U8(byte);
+    return out.Append(file).Done();
 }
 
 /// Receives one file and a name for it.

@@ -55,8 +55,7 @@ void PlantProfiles(Garden& garden) {
         if (++number % 3 == 0) garden.Plant("engine", name, Joined(Steering(40, number), file));
         if (number % 9 == 0) garden.Plant("api_sequence", name, Joined(Steering(256, number), file));
         for (unsigned tag = 0; file.size() > 144 && file.size() < 4096 && tag < 14; tag += 5) {
-            const Bytes block(file.begin() + 144, file.end());
-            garden.Plant("icc_tag", Name(name, tag), Joined({static_cast<unsigned char>(tag)}, block));
+            garden.Plant("icc_tag", Name(name, tag), Steered({tag}, Bytes(file.begin() + 144, file.end())));
         }
     });
     for (unsigned n = 0; n < 12; ++n) {
@@ -73,8 +72,7 @@ void PlantTiffs(Garden& garden) {
         garden.Plant("tiff_file", name, file);
         garden.Plant("tiff_pixels", name, Joined(Steering(160, number), file));
         garden.Plant("icc_embed", name, Joined(Steering(66, number), file));
-        const auto where = static_cast<unsigned char>(number % 4), wide = static_cast<unsigned char>(number / 4 % 2);
-        garden.Plant("convert_file", name, Joined({wide, where, 0, 0}, file));
+        garden.Plant("convert_file", name, Steered({number / 4 % 2, number % 4, 0, 0}, file));
     });
 }
 
@@ -113,18 +111,12 @@ void PlantReport(Garden& garden, const std::string& name, const Bytes& file, uns
 void PlantFilesOfTheCommand(Garden& garden) {
     unsigned number = 0;
     const auto tiff = [&](const std::string& name, const Bytes& file) {
-        ++number;
-        const auto tags = static_cast<unsigned char>(number % 4), place = static_cast<unsigned char>(number / 4 % 4);
+        const unsigned tags = ++number % 4, place = number / 4 % 4;
         // Kinds that only the exact precision converts, with a profile for RGB and with one for grey.
         const bool isKind = name.starts_with("kind-");
-        const auto format = static_cast<unsigned char>(4 + number % 2);
-        for (const unsigned char how : isKind ? Bytes{2, 3, format} : Bytes{0, format}) {
-            garden.Plant("convert_tiff",
-                         name + (how == 3  ? "-grey"
-                                 : how > 3 ? "-format"
-                                           : ""),
-                         Joined({tags, place, 0, how}, file));
-        }
+        garden.Plant("convert_tiff", name, Steered({tags, place, 0, isKind ? 2U : 0U}, file));
+        if (isKind) garden.Plant("convert_tiff", name + "-grey", Steered({tags, place, 0, 3}, file));
+        garden.Plant("convert_tiff", name + "-format", Steered({tags, place, 0, 4 + number % 2}, file));
         garden.Plant("tiff_structure", name, Joined(Steering(16, number), file));
         if (isKind || number % 5 == 0) PlantReport(garden, name, file, number);
     };
@@ -133,18 +125,15 @@ void PlantFilesOfTheCommand(Garden& garden) {
     SowTiffs([&](const std::string& name, const Bytes& file) {
         if (++number % 5 == 0) tiff("library-" + name, file);
     });
-    // Without the byte that steers the conversion.
-    const auto picture = [&](const std::string& name, const Bytes& file) {
-        if (!name.ends_with("-format")) PlantReport(garden, name, Bytes(file.begin() + 1, file.end()), ++number);
+    const auto pictures = [&](const std::string& target) -> Sow {
+        return [&garden, &number, target](const std::string& name, const Bytes& file) {
+            garden.Plant(target, name, file);
+            // Without the byte that steers the conversion.
+            if (!name.ends_with("-format")) PlantReport(garden, name, Bytes(file.begin() + 1, file.end()), ++number);
+        };
     };
-    SowPngs([&](const std::string& name, const Bytes& file) {
-        garden.Plant("convert_png", name, file);
-        picture(name, file);
-    });
-    SowJpegs([&](const std::string& name, const Bytes& file) {
-        garden.Plant("convert_jpeg", name, file);
-        picture(name, file);
-    });
+    SowPngs(pictures("convert_png"));
+    SowJpegs(pictures("convert_jpeg"));
     Bytes before;
     SowCommandProfiles([&](const std::string& name, const Bytes& file) {
         garden.Plant("convert_profile", name, Joined(Steering(4, ++number), file));

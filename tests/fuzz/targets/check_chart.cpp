@@ -15,17 +15,6 @@ namespace {
 using namespace colour;
 using fuzz::Bytes;
 
-/// What `call` returns, or nothing if it refuses a chart.
-template <typename Call>
-auto Read(const Call& call) -> std::optional<decltype(call())> {
-    try {
-        return call();
-    } catch (const ChartError& error) {
-        Require(error.what()[0] != '\0', "a refusal has a reason");
-        return std::nullopt;
-    }
-}
-
 std::string_view TextOf(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
 /// Values in quotes; nothing if one has a quote inside, which no text can hold.
@@ -45,7 +34,7 @@ void CheckWrittenAgain(const CgatsTable& table) {
                              std::to_string(table.Rows()) + "\nBEGIN_DATA_FORMAT\n" + *fields +
                              "END_DATA_FORMAT\n# a comment\nBEGIN_DATA\n" + *values + "END_DATA\n";
     if (text.size() > kMostCgats) return;
-    const auto again = Read([&] { return ReadCgats(text); });
+    const auto again = Accepted<ChartError>([&] { return ReadCgats(text); });
     Require(again && again->fields == table.fields && again->values == table.values, "the same table");
 }
 
@@ -59,14 +48,14 @@ void CheckPatches(const Chart& chart, std::size_t most) {
 
 std::optional<CgatsTable> CheckTable(const Bytes& bytes) {
     const std::string_view text = TextOf(bytes);
-    auto table = Read([&] { return ReadCgats(text); });
+    auto table = Accepted<ChartError>([&] { return ReadCgats(text); });
     if (!table) return table;
     Require(!table->fields.empty() && table->values.size() == table->Rows() * table->fields.size(), "whole rows");
     for (const std::string_view value : table->values) {
         Require(value.data() >= text.data() && value.data() + value.size() <= text.data() + text.size(), "of the text");
     }
     CheckWrittenAgain(*table);
-    if (const auto chart = Read([&] { return MakeChart(*table); })) CheckPatches(*chart, table->Rows());
+    if (const auto chart = Accepted<ChartError>([&] { return MakeChart(*table); })) CheckPatches(*chart, table->Rows());
     return table;
 }
 
@@ -91,9 +80,9 @@ void RunTarget(FuzzInput& input) {
     FuzzInput numbers(second.data(), second.size());
     CheckFigures(numbers);
     if (!reference || !scan) return;
-    const auto colours = Read([&] { return ReadReferenceColours(*reference); });
+    const auto colours = Accepted<ChartError>([&] { return ReadReferenceColours(*reference); });
     if (!colours) return;
-    const auto chart = Read([&] { return JoinCharts(*reference, *colours, *scan); });
+    const auto chart = Accepted<ChartError>([&] { return JoinCharts(*reference, *colours, *scan); });
     if (!chart) return;
     CheckPatches(*chart, std::min(reference->Rows(), scan->Rows()));
     Require(chart->left + 2 * chart->patches.size() == reference->Rows() + scan->Rows(), "none is lost");

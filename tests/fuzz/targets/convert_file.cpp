@@ -33,8 +33,7 @@ void RunTarget(FuzzInput& input) {
     const bool wide = input.Bool();
     const std::size_t where = input.Below(4);  // 0 and 1: another file; 2: the same; 3: the same by another path
     input.U16();
-    const Bytes file = input.Rest();
-    source.Put(file);
+    const Bytes file = source.Put(input.Rest());
     dest.Put(Bytes(300, 0xee));
     const std::string target = where < 2 ? dest.Path() : where == 2 ? source.Path() : OtherPath(source);
 

@@ -2,7 +2,6 @@
 // An engine bound to any profile, from a file and from memory: results and state follow from its tables, every sequence
 // of calls gives the same tables, pixels equal those of the reference pipeline, and the heap stays within a limit that
 // depends on the size of the file.
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <span>
@@ -127,8 +126,7 @@ void RunTarget(FuzzInput& input) {
     Job job = DrawJob(steering);
     const bool plain = steering.Bool(), deep = steering.Below(32) == 1;
     if (plain) job.lightness = job.chroma = job.hue = 0;
-    const Bytes bytes = input.Rest();
-    file.Put(bytes);
+    const Bytes bytes = file.Put(input.Rest());
     const test::TagList tags = test::ReadTags(bytes);
     const Bytes* block = test::SelectTable(tags, job.intent);
     const bool usable = block != nullptr && test::DecodeLutTag(*block).has_value();

@@ -48,8 +48,7 @@ void RunTarget(FuzzInput& input) {
     Bytes icc = input.Take(kSteering - 1);
     icc.resize(icc.back() * 5U, 0x5a);
     if ((options & 1U) != 0 && icc.size() >= 4) StoreBig32(icc.data(), static_cast<std::uint32_t>(icc.size()));
-    const Bytes file = input.Rest();
-    source.Put(file);
+    const Bytes file = source.Put(input.Rest());
     profile.Put(icc);
     const std::ptrdiff_t descriptors = OpenFiles();
 

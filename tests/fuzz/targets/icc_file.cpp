@@ -1,18 +1,45 @@
 // SPDX-License-Identifier: MIT
 // A profile read from a file and from memory, compared with the reference reader, and saved: byte for byte the file
 // expected by the reference, and unchanged by a second round.
+#include <algorithm>
+
 #include "IccModel.h"
 #include "Mutation.h"
 
-HUEWEAVE_FUZZ_MUTATOR(0, IccLayout);
+namespace hueweave::fuzz {
+namespace {
 
-void hueweave::fuzz::RunTarget(FuzzInput& input) {
+using ICC40::ICCFILE::IccFile4;
+
+/// The file that saving should give.
+Bytes SavedModel(const Bytes& file, const test::TagList& tags) {
+    Bytes header = file;
+    header.resize(128);
+    std::fill(header.begin() + 56, header.begin() + 64, std::uint8_t{0});  // attributes
+    std::fill(header.begin() + 100, header.end(), std::uint8_t{0});        // reserved
+    return test::SizedContainer(header, tags);
+}
+
+/// The tags must equal those that the reference reads from the file. The header shows when the profile is saved.
+void CheckTagsOf(const IccFile4& profile, const test::TagList& tags) {
+    Require(profile.tagList.size() == tags.size(), "number of tags");
+    for (std::size_t i = 0; i < tags.size() && i <= 200; ++i) {  // enough of a thousand identical ones
+        const std::string& name = tags[i].first;
+        CheckTag(*profile.tagList[i], name, tags[i].second);
+        const auto first = std::find_if(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == name; });
+        const auto place = static_cast<std::size_t>(first - tags.begin());
+        Require(profile.GetTag(profile.tagList[i]->tagSig) == profile.tagList[place].get(), "the first tag of a name");
+    }
+}
+
+}  // namespace
+
+void RunTarget(FuzzInput& input) {
     static const ScratchFile source, saved, again;
-    const Bytes file = input.Rest();
-    source.Put(file);
+    const Bytes file = source.Put(input.Rest());
     saved.Put(file);  // so that saving must replace earlier contents
     const test::TagList tags = test::ReadTags(file);
-    ICC40::ICCFILE::IccFile4 profile, memory, reread;
+    IccFile4 profile, memory, reread;
     for (auto* read : {&profile, &memory}) {
         const HeapWatch heap;
         Require((read == &memory ? read->ReadFile(file) : read->ReadFile(source.Path())) == 0, "what opens is read");
@@ -37,3 +64,7 @@ void hueweave::fuzz::RunTarget(FuzzInput& input) {
     Require(profile.SaveFile(nullptr) == 0 && profile.SaveFile(kNoFile) == 0, "nowhere to save");
     Require(source.Get() == file, "the file is as it was");
 }
+
+HUEWEAVE_FUZZ_MUTATOR(0, IccLayout);
+
+}  // namespace hueweave::fuzz

@@ -58,8 +58,7 @@ Bytes CheckSaved(const ScratchFile& source, const Bytes& file, const ScratchFile
 
 void RunTarget(FuzzInput& input) {
     static const ScratchFile source, dest;
-    Bytes file = input.Rest();
-    source.Put(file);
+    Bytes file = source.Put(input.Rest());
     const std::ptrdiff_t descriptors = OpenFiles();
     CheckRead(source, file);
     const std::size_t most = 4 * file.size() + 65536;  // images of zeros would only take time

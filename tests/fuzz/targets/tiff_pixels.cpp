@@ -24,13 +24,9 @@ unsigned short* Words(Bytes& bytes) { return reinterpret_cast<unsigned short*>(b
 
 /// The image as one block of bytes, with the geometry of the object under test.
 struct Model {
-    explicit Model(const CTiff& tiff)
-        : width(tiff.width),
-          height(tiff.height),
-          samples(tiff.samples),
-          bits(tiff.bits),
-          rowBytes(tiff.rowBytes),
-          image(ImageOf(tiff)) {}
+    int width, height, samples, bits, rowBytes;
+    Bytes image;
+
     /// Bytes before pixel x of a row, in 32-bit arithmetic that wraps around.
     int Column(std::int64_t x) const {
         const std::uint32_t product =
@@ -54,14 +50,11 @@ struct Model {
         if (!place || wanted < 1) return 0;
         return std::min(static_cast<std::size_t>(wanted), image.size() - *place);
     }
-
-    int width, height, samples, bits, rowBytes;
-    Bytes image;
 };
 
 class Session {
 public:
-    Session(CTiff& tiff, FuzzInput& input) : tiff_(tiff), input_(input), model_(tiff) {}
+    Session(CTiff& tiff, FuzzInput& input) : tiff_(tiff), input_(input) {}
 
     void Step() {
         const std::size_t how = input_.Below(7);
@@ -143,7 +136,7 @@ private:
 
     CTiff& tiff_;
     FuzzInput& input_;
-    Model model_;
+    Model model_{tiff_.width, tiff_.height, tiff_.samples, tiff_.bits, tiff_.rowBytes, ImageOf(tiff_)};
 };
 
 }  // namespace

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as one or both profiles of a transform: they are refused as a profile, or the transform is as exact as it
 // promises and converts every run of pixels like its single pixels.
-#include <algorithm>
 #include <cstring>
-#include <optional>
 
 #include "FuzzInput.h"
 #include "Mutation.h"
@@ -50,15 +48,6 @@ Profiles DrawProfiles(FuzzInput& input) {
     return form == 0 ? Profiles{input.Rest(), std::move(ours)} : Profiles{std::move(ours), input.Rest()};
 }
 
-std::optional<Transform> Made(const Profiles& profiles, const TransformOptions& options) {
-    try {
-        return Transform(profiles.source, profiles.target, options);
-    } catch (const ProfileError& error) {
-        Require(error.what()[0] != '\0', "a refusal has a reason");
-        return std::nullopt;
-    }
-}
-
 void CheckError(const Transform& transform) {
     const TransformError& error = transform.error();
     const Way way = transform.way();
@@ -100,7 +89,7 @@ void RunTarget(FuzzInput& input) {
     FuzzInput steering = input.Split(5);
     const TransformOptions options = DrawOptions(steering);
     const Profiles profiles = DrawProfiles(input);
-    const auto transform = Made(profiles, options);
+    const auto transform = Accepted<ProfileError>([&] { return Transform(profiles.source, profiles.target, options); });
     if (!transform) return;
     CheckError(*transform);
     const unsigned samples = 3 + static_cast<unsigned>(steering.Below(4));

@@ -133,7 +133,8 @@ void ConvertPixel(const Engine& engine, std::uint16_t* samples, unsigned bits) {
 
 }  // namespace
 
-std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool silent, std::string& complaint) {
+std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool sound) {
+    std::string complaint;
     const Handle file = Open(path, complaint);
     complaint.clear();  // an error about the first directory, which may be another one than requested
     Image image, again;
@@ -142,12 +143,10 @@ std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bo
         done = done && file != nullptr && TIFFSetSubDirectory(file.get(), offset) != 0 &&
                Decode(file.get(), *to, static_cast<unsigned char>(blank));
     }
-    if (!done && complaint.empty()) complaint = "cannot be opened or decoded";
-    if (!done || (silent && !complaint.empty())) return std::nullopt;
+    if (!done && !sound) std::fprintf(stderr, "libtiff: %s\n", complaint.c_str());
+    if (!done || (sound && !complaint.empty())) return std::nullopt;
     // For Deflate data that continue after the pixels, libtiff may decode nothing without reporting an error.
-    if (image == again) return image;
-    complaint = "leaves pixels as they were";
-    return std::nullopt;
+    return image == again ? std::optional(image) : std::nullopt;
 }
 
 Image ByOwnDecoder(const tool::TiffStructure& structure, const tool::TiffPage& page) {
@@ -171,12 +170,8 @@ void ConvertImage(Image& image, const Bytes& profile, bool premultiplied) {
     const unsigned top = image.bits == 8 ? 255 : 65535;
     for (std::size_t at = 0; at < image.values.size(); at += image.samples) {
         std::uint16_t* pixel = &image.values[at];
-        if (!premultiplied || image.samples < 4) {
-            ConvertPixel(engine, pixel, image.bits);
-            continue;
-        }
         // Divides by the associated alpha and multiplies by it again.
-        const unsigned alpha = pixel[3];
+        const unsigned alpha = premultiplied && image.samples > 3 ? pixel[3] : top;
         if (alpha == 0) continue;  // fully transparent
         for (std::size_t c = 0; c < 3; ++c) {
             pixel[c] = static_cast<std::uint16_t>(std::min(top, (pixel[c] * top + alpha / 2) / alpha));

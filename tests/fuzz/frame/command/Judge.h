@@ -20,9 +20,9 @@ struct Image {
     bool operator==(const Image&) const = default;
 };
 
-/// The image of the directory at `offset`, decoded by libtiff; nothing, and the reason, if libtiff cannot, or with
-/// `silent` if it reports any error. Warnings do not count.
-std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool silent, std::string& complaint);
+/// The image of the directory at `offset`, decoded by libtiff; nothing if libtiff cannot, which is told, or with
+/// `sound` if it reports any error. Warnings do not count.
+std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool sound);
 /// The same with the command's own decoders, strip by strip or tile by tile. Throws a refusal.
 Image ByOwnDecoder(const tool::TiffStructure& structure, const tool::TiffPage& page);
 /// Converts the first three samples of every pixel to sRGB with `profile` and the perceptual intent.

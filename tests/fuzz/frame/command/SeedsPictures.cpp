@@ -28,16 +28,11 @@ std::vector<unsigned char*> Rows(Bytes& pixels) {
     return rows;
 }
 
-Bytes Steered(int steering, Bytes file) {
-    file.insert(file.begin(), static_cast<unsigned char>(steering));
-    return file;
-}
-
 struct PngKind {
     const char* name;
     int colours, depth, interlace;
     bool extras;
-    unsigned char steering = 0;  ///< 16 for grey, 32 for grey that becomes RGB
+    unsigned steering = 0;  ///< 16 for grey, 32 for grey that becomes RGB
 };
 
 constexpr PngKind kPngKinds[] = {{"rgb-8", PNG_COLOR_TYPE_RGB, 8, 0, true},
@@ -100,7 +95,7 @@ struct JpegKind {
     bool progressive, arithmetic, optimised;
     unsigned restart;
     J_COLOR_SPACE colours = JCS_YCbCr;  ///< in the file
-    unsigned char steering = 0;         ///< 16 for grey, 32 for grey that becomes RGB, 48 for CMYK
+    unsigned steering = 0;              ///< 16 for grey, 32 for grey that becomes RGB, 48 for CMYK
 };
 
 constexpr JpegKind kJpegKinds[] = {{"usual", 2, 2, false, false, false, 0},
@@ -210,17 +205,17 @@ void SowOldJpegs(const Sow& sow) {
 
 void SowPngs(const Sow& sow) {
     for (const PngKind& kind : kPngKinds) {
-        sow(kind.name, Steered(kind.steering, WrittenPng(kind)));
+        sow(kind.name, Steered({kind.steering}, WrittenPng(kind)));
         const bool hasAlpha = kind.extras || (kind.colours & PNG_COLOR_MASK_ALPHA) != 0;
-        sow(std::string(kind.name) + "-format", Steered(kind.steering | (hasAlpha ? 64 : 192), WrittenPng(kind)));
+        sow(std::string(kind.name) + "-format", Steered({kind.steering | (hasAlpha ? 64U : 192U)}, WrittenPng(kind)));
     }
 }
 
 void SowJpegs(const Sow& sow) {
     for (const JpegKind& kind : kJpegKinds) {
-        sow(kind.name, Steered(kind.steering, WrittenJpeg(kind)));
-        sow(std::string(kind.name) + "-format",
-            Steered(kind.steering | (kind.progressive ? 64 : 128), WrittenJpeg(kind)));
+        sow(kind.name, Steered({kind.steering}, WrittenJpeg(kind)));
+        const unsigned format = kind.progressive ? 64 : 128;
+        sow(std::string(kind.name) + "-format", Steered({kind.steering | format}, WrittenJpeg(kind)));
     }
 }
 

@@ -29,28 +29,26 @@ struct Layout {
     std::uint32_t width = 7, height = 5, rows = 2;
 };
 
-using Fields = std::initializer_list<std::pair<int, unsigned>>;
-void SetFields(TIFF* file, Fields fields) {
-    for (const auto& [tag, value] : fields) {
-        if (value != 0) TIFFSetField(file, static_cast<std::uint32_t>(tag), value);
-    }
-}
-
 void SetShape(TIFF* file, const Layout& layout) {
     const bool jpeg = layout.compression == COMPRESSION_JPEG, tiled = layout.tiled;
     const unsigned colours = jpeg && !layout.planar ? unsigned{PHOTOMETRIC_YCBCR} : layout.photometric;
     TIFFSetField(file, TIFFTAG_PHOTOMETRIC, colours);
-    SetFields(file, {{TIFFTAG_IMAGEWIDTH, layout.width},
-                     {TIFFTAG_IMAGELENGTH, layout.height},
-                     {TIFFTAG_BITSPERSAMPLE, layout.bits},
-                     {TIFFTAG_SAMPLESPERPIXEL, layout.samples},
-                     {TIFFTAG_COMPRESSION, layout.compression},
-                     {jpeg ? TIFFTAG_JPEGCOLORMODE : TIFFTAG_PREDICTOR, jpeg ? JPEGCOLORMODE_RGB : layout.predictor},
-                     {TIFFTAG_FILLORDER, layout.fillOrder},
-                     {TIFFTAG_PLANARCONFIG, layout.planar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG},
-                     {TIFFTAG_ORIENTATION, layout.orientation},
-                     {tiled ? TIFFTAG_TILEWIDTH : TIFFTAG_ROWSPERSTRIP, tiled ? 16 : layout.rows},
-                     {TIFFTAG_TILELENGTH, tiled ? 16 : 0}});
+    const std::pair<std::uint32_t, unsigned> fields[] = {
+        {TIFFTAG_SUBFILETYPE, layout.photometric == PHOTOMETRIC_MASK ? FILETYPE_MASK : 0},
+        {TIFFTAG_IMAGEWIDTH, layout.width},
+        {TIFFTAG_IMAGELENGTH, layout.height},
+        {TIFFTAG_BITSPERSAMPLE, layout.bits},
+        {TIFFTAG_SAMPLESPERPIXEL, layout.samples},
+        {TIFFTAG_COMPRESSION, layout.compression},
+        {jpeg ? TIFFTAG_JPEGCOLORMODE : TIFFTAG_PREDICTOR, jpeg ? JPEGCOLORMODE_RGB : layout.predictor},
+        {TIFFTAG_FILLORDER, layout.fillOrder},
+        {TIFFTAG_PLANARCONFIG, layout.planar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG},
+        {TIFFTAG_ORIENTATION, layout.orientation},
+        {tiled ? TIFFTAG_TILEWIDTH : TIFFTAG_ROWSPERSTRIP, tiled ? 16 : layout.rows},
+        {TIFFTAG_TILELENGTH, tiled ? 16 : 0}};
+    for (const auto& [tag, value] : fields) {
+        if (value != 0) TIFFSetField(file, tag, value);
+    }
     if (layout.photometric == PHOTOMETRIC_YCBCR) {
         TIFFSetField(file, TIFFTAG_YCBCRSUBSAMPLING, layout.across, layout.down);
     }
@@ -95,18 +93,6 @@ void WriteImage(TIFF* file, const Layout& layout, unsigned seed) {
     }
 }
 
-void WriteMask(TIFF* file) {
-    SetFields(file, {{TIFFTAG_SUBFILETYPE, FILETYPE_MASK},
-                     {TIFFTAG_IMAGEWIDTH, 8},
-                     {TIFFTAG_IMAGELENGTH, 4},
-                     {TIFFTAG_BITSPERSAMPLE, 1},
-                     {TIFFTAG_SAMPLESPERPIXEL, 1},
-                     {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MASK},
-                     {TIFFTAG_ROWSPERSTRIP, 4}});
-    Bytes bits = Pattern(4, 1);
-    TIFFWriteEncodedStrip(file, 0, bits.data(), 4);
-}
-
 Bytes Written(const Layout& layout) {
     static const test::TempDir folder;
     const std::string path = folder.File("seed.tif");
@@ -116,9 +102,10 @@ Bytes Written(const Layout& layout) {
         const std::vector<std::uint64_t> none(layout.below, 0);
         TIFFSetField(file.get(), TIFFTAG_SUBIFD, static_cast<int>(layout.below), none.data());
     }
+    const Layout mask{.bits = 1, .samples = 1, .photometric = PHOTOMETRIC_MASK, .width = 8, .height = 4, .rows = 4};
     const unsigned images = layout.pages + layout.below, masks = layout.mask ? 1 : 0;
     for (unsigned n = 0; n < images + masks; ++n) {
-        n < images ? WriteImage(file.get(), layout, n) : WriteMask(file.get());
+        n < images ? WriteImage(file.get(), layout, n) : WriteImage(file.get(), mask, 1);
         if (TIFFWriteDirectory(file.get()) == 0) throw std::runtime_error("libtiff cannot end a page");
     }
     file.reset();

@@ -3,7 +3,6 @@
 // is written. The arguments of a conversion, converted back to text, are parsed to the same arguments.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "FuzzInput.h"
 #include "Scene.h"
@@ -13,6 +12,7 @@
 #include "cli/commands/ConvertCommand.h"
 #include "cli/commands/InspectCommand.h"
 #include "cli/commands/VerifyCommand.h"
+#include "system/Json.h"
 
 namespace hueweave::fuzz {
 namespace {
@@ -75,11 +75,7 @@ void CheckConvert(const ConvertOptions& a) {
 }
 
 /// A number that is parsed back to the same value.
-std::string Number(double value) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%.17g", value);
-    return text;
-}
+std::string Number(double value) { return nlohmann::json(value).dump(); }
 
 /// All options except the contents of the curves.
 Words AsWords(const ConvertOptions& a) {
@@ -133,9 +129,7 @@ bool CanBeRepeated(const ConvertOptions& a) {
     for (const std::string& value : {a.output, a.curveFile, a.targetFile}) {
         if (!value.empty()) values.push_back(value);
     }
-    for (const auto& value : {a.profile, a.filesFrom}) {
-        if (value) values.push_back(*value);
-    }
+    values.insert(values.end(), {a.profile.value_or("none"), a.filesFrom.value_or("none")});
     return std::all_of(values.begin(), values.end(), IsPlain) && a.maxMemory % 1024 == 0 &&
            std::find(a.inputs.begin(), a.inputs.end(), "--") == a.inputs.end() && a.maxMemory <= std::uint64_t{1} << 43;
 }

@@ -5,9 +5,7 @@
 
 #include <jpeglib.h>
 
-#include <algorithm>
 #include <csetjmp>
-#include <cstring>
 #include <vector>
 
 #include "Conversion.h"

@@ -59,8 +59,7 @@ void RunTarget(FuzzInput& input) {
     const Rendering rendering = DrawRendering(input);
     const unsigned bits = input.Bool() ? 16 : 8;
     const bool embedded = input.Bool();
-    const Bytes bytes = input.Rest();
-    file.Put(bytes);
+    const Bytes bytes = file.Put(input.Rest());
     const std::ptrdiff_t descriptors = OpenFiles();
     DeviceProfile profile;
     const auto unreadable =

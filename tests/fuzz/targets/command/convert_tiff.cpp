@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "Conversion.h"
 #include "Judge.h"
@@ -24,31 +25,27 @@ constexpr std::size_t kSteering = 4;
 constexpr std::uint64_t kMostPixels = std::uint64_t{4} << 20;
 
 struct Parsed {
-    std::unique_ptr<FileAccess> file;  ///< the structure refers to it
-    std::unique_ptr<TiffStructure> structure;
+    Parsed(const std::string& path, bool exact)
+        : file(FileAccess::OpenInput(path)), structure(file), pages(ReadPages(structure)) {
+        for (TiffPage& page : pages) {
+            if (!exact && !page.kind.empty()) page.Carry();  // as with the library's precision
+            if (!exact && page.kind.empty() && page.bits != page.written.bits) {
+                throw Refusal(Exit::Input, path, "has another depth", "leave --precision library out");
+            }
+            if (!page.IsConvertible()) continue;
+            decoded += page.Segments() * std::max(page.RowBytes(), page.WrittenRowBytes()) * page.segmentHeight;
+        }
+        if (decoded == 0) {
+            throw Refusal(Exit::Input, path, "holds other pixels than RGB", "leave --precision library out");
+        }
+    }
+    std::uint64_t Place(const TiffPage& page) const { return structure.directories()[page.directory].offset; }
+
+    FileAccess file;
+    TiffStructure structure;
     std::vector<TiffPage> pages;
     std::uint64_t decoded = 0;  ///< bytes of all strips and tiles
 };
-
-Parsed Parse(const std::string& path, bool exact) {
-    Parsed parsed;
-    parsed.file = std::make_unique<FileAccess>(FileAccess::OpenInput(path));
-    parsed.structure = std::make_unique<TiffStructure>(*parsed.file);
-    parsed.pages = ReadPages(*parsed.structure);
-    for (TiffPage& page : parsed.pages) {
-        if (!exact && !page.kind.empty()) page.Carry();  // as with the library's precision
-        if (!exact && page.kind.empty() && page.bits != page.written.bits) {
-            throw Refusal(Exit::Input, path, "has another depth", "leave --precision library out");
-        }
-        if (page.IsConvertible())
-            parsed.decoded += page.Segments() * std::max(page.RowBytes(), page.WrittenRowBytes()) * page.segmentHeight;
-    }
-    const auto isConvertible = [](const TiffPage& page) { return page.IsConvertible(); };
-    if (std::none_of(parsed.pages.begin(), parsed.pages.end(), isConvertible)) {
-        throw Refusal(Exit::Input, path, "holds other pixels than RGB", "leave --precision library out");
-    }
-    return parsed;
-}
 
 /// Converts with so little memory that strips are decoded row by row, unless they are uncompressed.
 std::optional<Refusal> ConvertByRows(Conversion& conversion, const Parsed& source, bool noTag) {
@@ -72,7 +69,7 @@ std::optional<Refusal> ConvertByRows(Conversion& conversion, const Parsed& sourc
         }
         Measured measured;
         OutputFile output(conversion / "rows", OutputFile::Existing::Keep);
-        RewriteTiff(*source.structure, source.pages, jobs, output.file(), settings, measured);
+        RewriteTiff(source.structure, source.pages, jobs, output.file(), settings, measured);
         output.Finish();
         output.Commit();
         Require(measured.pixels == pixels, "every pixel is measured");
@@ -85,10 +82,8 @@ std::map<std::size_t, Image> Wanted(const Conversion& conversion, const Parsed& 
     for (std::size_t p = 0; p < source.pages.size(); ++p) {
         const TiffPage& page = source.pages[p];
         if (!page.IsConvertible()) continue;
-        std::string complaint;
-        const std::uint64_t place = source.structure->directories()[page.directory].offset;
-        const auto judged = ByLibtiff(conversion.source(), place, true, complaint);
-        Image image = ByOwnDecoder(*source.structure, page);
+        const auto judged = ByLibtiff(conversion.source(), source.Place(page), true);
+        Image image = ByOwnDecoder(source.structure, page);
         Require(!judged || *judged == image, "libtiff decodes the source to the same pixels");
         ConvertImage(image, conversion.profile().data, page.premultiplied);
         wanted[p] = std::move(image);
@@ -97,12 +92,10 @@ std::map<std::size_t, Image> Wanted(const Conversion& conversion, const Parsed& 
 }
 
 void CheckWritten(const std::string& path, const std::map<std::size_t, Image>& wanted, bool noTag) {
-    const Parsed written = Parse(path, false);
+    const Parsed written(path, false);
     for (const auto& [p, image] : wanted) {
-        const TiffDirectory& directory = written.structure->directories()[written.pages[p].directory];
-        std::string complaint;
-        const auto read = ByLibtiff(path, directory.offset, false, complaint);
-        if (!read) std::fprintf(stderr, "libtiff: %s\n", complaint.c_str());
+        const TiffDirectory& directory = written.structure.directories()[written.pages[p].directory];
+        const auto read = ByLibtiff(path, directory.offset, false);
         Require(read.has_value(), "libtiff decodes what was written");
         Require(*read == image, "the pixels of the engine");
         Require((directory.Find(tag::IccProfile) == nullptr) == noTag, "a profile unless it is to be left out");
@@ -122,31 +115,31 @@ void CheckLibrary(Conversion& conversion, const Choice& choice, const Parsed& so
 
 /// The exact precision: the bytes of the output do not depend on the threads, and libtiff decodes all pages that were
 /// converted.
-void CheckExact(Conversion& conversion, Choice choice, const Bytes& file) {
+void CheckExact(Conversion& conversion, Choice choice, const Parsed& source, const Bytes& file) {
     const Bytes once = conversion.Output();
     choice.threads = 2;
     Require(!conversion.Run(choice, file) && conversion.Output() == once, "the same bytes");
-    const Parsed written = Parse(conversion.output(), true);
-    for (const TiffPage& page : written.pages) {
-        const bool isConverted = page.kind.empty() || (choice.way == Way::Grey && page.kind == "grey");
-        if (!page.IsConvertible() || !isConverted) continue;
-        std::string complaint;
-        const std::uint64_t place = written.structure->directories()[page.directory].offset;
-        Require(ByLibtiff(conversion.output(), place, false, complaint).has_value(),
-                "libtiff decodes what was written");
+    const Parsed written(conversion.output(), true);
+    for (std::size_t p = 0; p < written.pages.size(); ++p) {
+        const TiffPage& page = written.pages[p];
+        const bool isTaken = page.kind.empty() || (choice.way == Way::Grey && page.kind == "grey");
+        // A page whose data end behind the source stays as it is, though the output may be longer.
+        if (!isTaken || !page.IsConvertible() || !source.pages[p].IsConvertible()) continue;
+        const auto read = ByLibtiff(conversion.output(), written.Place(page), false);
+        Require(read.has_value(), "libtiff decodes what was written");
     }
 }
 
 void Check(Conversion& conversion, Choice choice, const Bytes& file) {
     const bool isExact = choice.way != Way::Library;
-    Parsed source;
-    const auto unreadable = RefusalOf([&] { source = Parse(conversion.PutSource(file), isExact); });
-    choice.dryRun = unreadable || source.decoded > kMostPixels;
+    std::optional<Parsed> source;
+    const auto unreadable = RefusalOf([&] { source.emplace(conversion.PutSource(file), isExact); });
+    choice.dryRun = unreadable || source->decoded > kMostPixels;
     const auto refusal = conversion.Run(choice, file);
     Require(!unreadable || refusal.has_value(), "what cannot be read is refused");
     if (choice.dryRun) return;
-    if (!isExact) return CheckLibrary(conversion, choice, source, refusal.has_value());
-    if (!refusal && !choice.format) CheckExact(conversion, choice, file);
+    if (!isExact) return CheckLibrary(conversion, choice, *source, refusal.has_value());
+    if (!refusal && !choice.format) CheckExact(conversion, choice, *source, file);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "FuzzInput.h"
@@ -148,28 +149,26 @@ std::map<std::uint64_t, std::uint64_t> Rewrite(const TiffStructure& structure, c
 }  // namespace
 
 void RunTarget(FuzzInput& input) {
-    static const ScratchFolder folder;
+    static const ScratchFile source, output;
     FuzzInput choices = input.Split(kSteering);
-    const std::string path = folder / "in.tif", output = folder / "out.tif";
-    folder.Clear();
-    test::WriteFile(path, input.Rest());
-    test::WriteFile(output, {});
-    const FileAccess file = FileAccess::OpenInput(path);
-    std::unique_ptr<TiffStructure> before, after;
+    source.Put(input.Rest());
+    output.Put({});
+    const FileAccess file = FileAccess::OpenInput(source.Path());
+    std::optional<TiffStructure> before, after;
     bool sound = false;
     const auto unreadable = RefusalOf([&] {
-        before = std::make_unique<TiffStructure>(file);
+        before.emplace(file);
         sound = IsSound(*before);
     });
     if (unreadable || !sound) return;
 
     const Changes changes = DrawChanges(choices, before->directories().size());
-    const FileAccess target(::open(output.c_str(), O_RDWR | O_CLOEXEC), output);
+    const FileAccess target(::open(output.Path(), O_RDWR | O_CLOEXEC), output.Path());
     std::map<std::uint64_t, std::uint64_t> moved;
     const auto refusal = RefusalOf([&] { moved = Rewrite(*before, changes, target); });
     // Reasons: no room for one more entry, or values too large to be copied with a directory that moves.
     if (refusal) return;
-    const auto broken = RefusalOf([&] { after = std::make_unique<TiffStructure>(target); });
+    const auto broken = RefusalOf([&] { after.emplace(target); });
     Require(!broken, "what was written can be read");
     Require(after->directories().size() == before->directories().size(), "as many directories");
     Require(after->form().bigEndian == before->form().bigEndian, "the same order of bytes");
