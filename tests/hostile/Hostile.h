@@ -3,16 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "hueweave/hueweave.h"
-#include "support/ByteWriter.h"
 #include "support/MiniProfile.h"
 #include "support/MiniTiff.h"
 #include "support/TempDir.h"
@@ -59,26 +55,15 @@ inline Bytes SamplePixels(std::size_t bytes = 300) {
     return pixels;
 }
 
-/// The effect of a conversion on its pixels.
-enum class Effect {
-    Untouched,  ///< returned 0
-    Changed,    ///< returned 0
-    Refused,    ///< returned -1
-};
-inline void PrintTo(Effect effect, std::ostream* out) {
-    *out << (effect == Effect::Untouched ? "untouched" : effect == Effect::Changed ? "changed" : "refused");
-}
-
-/// The first engine's conversion of some 8-bit pixels.
-inline Effect EffectOfConversion() {
+/// What the first engine's conversion does to some 8-bit pixels: "untouched", "changed" or "refused".
+inline std::string EffectOfConversion() {
     Bytes pixels = SamplePixels();
     const std::int32_t status = Orvix_Icc_Convert2(pixels.data(), nullptr, static_cast<int>(pixels.size() / 3));
-    if (status != 0) {
-        EXPECT_EQ(status, -1);
-        EXPECT_EQ(pixels, SamplePixels());
-        return Effect::Refused;
-    }
-    return pixels == SamplePixels() ? Effect::Untouched : Effect::Changed;
+    const bool touched = pixels != SamplePixels();
+    if (status == 0) return touched ? "changed" : "untouched";
+    EXPECT_EQ(status, -1);
+    EXPECT_FALSE(touched);
+    return "refused";
 }
 
 /// The first engine's output for some pixels; empty if it refuses.
@@ -94,18 +79,44 @@ inline MiniTiff Converted(MiniTiff image) {
     return image;
 }
 
-/// A profile of `bytes` bytes with as many entries as fit, which share one curved table of eleven curves without
-/// entries and a grid.
-inline Bytes ManySmallTables(std::size_t bytes, std::string_view name) {
+/// Calls `check` with a file without its last bytes, for every number of these, until a test fails.
+template <typename Check>
+void CutAtEveryByte(const Bytes& file, const Check& check) {
+    for (std::size_t size = 0; size <= file.size() && !testing::Test::HasFailure(); ++size) {
+        check(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), std::to_string(size) + " bytes");
+    }
+}
+
+/// The same with every bit of the bytes at `from` up to `to` flipped.
+template <typename Check>
+void FlipEveryBit(const Bytes& file, std::size_t from, std::size_t to, const Check& check) {
+    for (std::size_t bit = from * 8; bit < to * 8 && !testing::Test::HasFailure(); ++bit) {
+        Bytes bad = file;
+        bad[bit / 8] = static_cast<unsigned char>(bad[bit / 8] ^ 1U << bit % 8);
+        check(bad, "bit " + std::to_string(bit % 8) + " of byte " + std::to_string(bit / 8));
+    }
+}
+
+/// A profile of `bytes` bytes with one block that all of `names` share, which starts with `head`. Their entries
+/// announce all of it, or `size` bytes.
+inline Bytes SharedBlock(std::size_t bytes, const std::vector<std::string>& names, const Bytes& head,
+                         std::size_t size = 0) {
+    ByteWriter out;
+    const std::size_t start = 132 + 12 * names.size();
+    out.Fill(128).Big32(static_cast<std::uint32_t>(names.size()));
+    for (const std::string& name : names) {
+        out.Text(name).Big32(static_cast<std::uint32_t>(start));
+        out.Big32(static_cast<std::uint32_t>(size == 0 ? bytes - start : size));
+    }
+    return out.Append(head).Fill(bytes - out.Size()).Done();
+}
+
+/// The same with as many entries as fit, for a curved table of eleven curves without entries and a grid.
+inline Bytes ManySmallTables(std::size_t bytes, const std::string& name) {
     ByteWriter block;
     block.Text("mAB ").Big32(0).U8(16).U8(16).Big16(0);
     for (int part = 0; part < 5; ++part) block.Big32(32);
-    const std::size_t entries = (bytes - 132 - block.Size()) / 12;
-    const auto start = static_cast<std::uint32_t>(132 + 12 * entries);
-    ByteWriter out;
-    out.Fill(128).Big32(static_cast<std::uint32_t>(entries));
-    for (std::size_t i = 0; i < entries; ++i) out.Text(name).Big32(start).Big32(32);
-    return out.Append(block.Done()).Fill(bytes - out.Size()).Done();
+    return SharedBlock(bytes, std::vector((bytes - 132 - block.Size()) / 12, name), block.Done(), block.Size());
 }
 
 /// A test with a folder for its files, and the first engine reset before and after it.
@@ -135,6 +146,26 @@ protected:
         call();
         std::cout.rdbuf(before);
         return text.str();
+    }
+    /// Calls `prepare`, then `call` while `fault(k)` lives, then `check`, for k = 1, 2, ... until there was no fault to
+    /// make; no call may leave a descriptor open. Returns the number of faults.
+    template <typename Fault>
+    static std::uint64_t Sweep(const Fault& fault, const std::function<void()>& prepare,
+                               const std::function<void()>& call, const std::function<void()>& check) {
+        for (std::uint64_t k = 1; k < 5000; ++k) {
+            SCOPED_TRACE("fault " + std::to_string(k));
+            prepare();
+            const std::ptrdiff_t descriptors = OpenFiles();
+            auto made = fault(k);
+            call();
+            made.Stop();
+            const bool failed = made.Failed();
+            EXPECT_EQ(OpenFiles(), descriptors);
+            check();
+            if (HasFailure() || !failed) return k - 1;
+        }
+        ADD_FAILURE() << "the call never goes through";
+        return 0;
     }
 
     TempDir dir_;

@@ -49,8 +49,9 @@ public:
         while (bytes_.size() % step != 0) U8(0);
         return *this;
     }
-    void PatchBig32(std::size_t at, std::uint32_t value) {
+    ByteWriter& PatchBig32(std::size_t at, std::uint32_t value) {
         for (std::size_t i = 0; i < 4; ++i) bytes_.at(at + i) = static_cast<unsigned char>(value >> (24 - 8 * i));
+        return *this;
     }
     std::size_t Size() const { return bytes_.size(); }
     const Bytes& Done() const { return bytes_; }

@@ -19,20 +19,7 @@ void* __libc_memalign(std::size_t alignment, std::size_t bytes);
 
 namespace {
 
-using Fail = hueweave::test::HeapWatch::Fail;
-
-struct State {
-    bool watching = false;
-    Fail fail = Fail::Never;
-    std::uint64_t at = 0;
-    std::uint64_t count = 0;
-    bool failed = false;
-    std::int64_t used = 0;
-    std::int64_t peak = 0;
-    std::size_t largest = 0;
-    bool fold = false;
-};
-thread_local State state;
+using namespace hueweave::test;
 
 /// A block that maps the same few pages repeatedly.
 struct Folded {
@@ -43,14 +30,14 @@ thread_local Folded folded;
 
 /// Whether the next allocation may succeed.
 bool Admit(std::size_t bytes) {
-    if (!state.watching) return true;
-    ++state.count;
-    state.largest = std::max(state.largest, bytes);
-    const bool refuse = (state.fail == Fail::Once && state.count == state.at) ||
-                        (state.fail == Fail::OnAndOn && state.count >= state.at) ||
-                        (state.fail == Fail::Large && bytes >= hueweave::test::HeapWatch::kLarge);
+    if (!heapState.watching) return true;
+    ++heapState.count;
+    heapState.largest = std::max(heapState.largest, bytes);
+    const bool refuse = (heapState.fail == Fail::Once && heapState.count == heapState.at) ||
+                        (heapState.fail == Fail::OnAndOn && heapState.count >= heapState.at) ||
+                        (heapState.fail == Fail::Large && bytes >= kHuge);
     if (refuse) {
-        state.failed = true;
+        heapState.failed = true;
         errno = ENOMEM;
     }
     return !refuse;
@@ -61,9 +48,9 @@ std::int64_t BytesIn(void* block) {
 }
 
 void Account(std::int64_t bytes) {
-    if (!state.watching) return;
-    state.used += bytes;
-    state.peak = std::max(state.peak, state.used);
+    if (!heapState.watching) return;
+    heapState.used += bytes;
+    heapState.peak = std::max(heapState.peak, heapState.used);
 }
 
 void* Taken(void* block) {
@@ -93,7 +80,7 @@ extern "C" {
 
 void* malloc(std::size_t bytes) {
     if (!Admit(bytes)) return nullptr;
-    if (state.fold && bytes >= hueweave::test::HeapWatch::kLarge) return TakeFolded(bytes);
+    if (heapState.fold && bytes >= kHuge) return TakeFolded(bytes);
     return Taken(__libc_malloc(bytes));
 }
 
@@ -133,25 +120,3 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t bytes) {
 }
 
 }  // extern "C"
-
-namespace hueweave::test {
-
-HeapWatch::HeapWatch(Fail fail, std::uint64_t at) {
-    state = State();
-    state.fail = fail;
-    state.at = at;
-    state.watching = true;
-}
-
-HeapWatch::~HeapWatch() { Stop(); }
-
-void HeapWatch::Fold() { state.fold = true; }
-void HeapWatch::Mend() { state.fail = Fail::Never; }
-void HeapWatch::Stop() { state.watching = false; }
-std::uint64_t HeapWatch::Count() const { return state.count; }
-std::size_t HeapWatch::Largest() const { return state.largest; }
-bool HeapWatch::Failed() const { return state.failed; }
-std::int64_t HeapWatch::Peak() const { return state.peak; }
-std::int64_t HeapWatch::Left() const { return state.used; }
-
-}  // namespace hueweave::test

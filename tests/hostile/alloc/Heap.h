@@ -9,36 +9,44 @@
 // the process goes through it, including those of `operator new`, standard streams and other libraries.
 namespace hueweave::test {
 
+enum class Fail {
+    Never,
+    Once,     ///< only allocation number `at`
+    OnAndOn,  ///< that one and all later ones
+    Large     ///< all of `kHuge` bytes or more, whatever `at`
+};
+constexpr std::size_t kHuge = std::size_t{1} << 30;
+
+inline void PrintTo(Fail fail, std::ostream* out) {
+    *out << (fail == Fail::Once ? "Once" : fail == Fail::OnAndOn ? "OnAndOn" : "Another");
+}
+
+/// What the latest watch of a thread has seen, and what it does.
+struct HeapState {
+    bool watching = false;
+    Fail fail = Fail::Never;
+    std::uint64_t at = 0;
+    std::uint64_t count = 0;  ///< allocations requested
+    bool failed = false;      ///< whether one was refused
+    std::int64_t used = 0;    ///< bytes, above those at the start
+    std::int64_t peak = 0;
+    std::size_t largest = 0;  ///< bytes of the largest request
+    /// Every allocation of `kHuge` bytes or more gets the same 64 MiB of memory, mapped repeatedly, all readable and
+    /// writable. One block at a time.
+    bool fold = false;
+};
+inline constinit thread_local HeapState heapState;
+
 /// Measures the calling thread's heap use during the object's life. Only one may exist at a time.
 class HeapWatch {
 public:
-    enum class Fail {
-        Never,
-        Once,     ///< only allocation number `at`
-        OnAndOn,  ///< that one and all later ones
-        Large     ///< all of `kLarge` bytes or more, whatever `at`
-    };
-    static constexpr std::size_t kLarge = std::size_t{1} << 30;
-    explicit HeapWatch(Fail fail = Fail::Never, std::uint64_t at = 0);
+    explicit HeapWatch(Fail fail = Fail::Never, std::uint64_t at = 0) { heapState = {true, fail, at}; }
     HeapWatch(const HeapWatch&) = delete;
     HeapWatch& operator=(const HeapWatch&) = delete;
-    ~HeapWatch();
+    ~HeapWatch() { Stop(); }
 
-    /// From now on every allocation of `kLarge` bytes or more gets the same 64 MiB of memory, mapped repeatedly, all
-    /// readable and writable. One block at a time.
-    void Fold();
-    void Mend();                  ///< from now on nothing fails
-    void Stop();                  ///< from now on nothing is counted and nothing fails
-    std::uint64_t Count() const;  ///< allocations requested
-    std::size_t Largest() const;  ///< bytes of the largest request
-    bool Failed() const;          ///< whether an allocation was refused
-    std::int64_t Peak() const;    ///< peak bytes in use, above those at the start
-    std::int64_t Left() const;    ///< bytes still in use
+    void Stop() { heapState.watching = false; }
+    bool Failed() const { return heapState.failed; }
 };
-
-inline void PrintTo(HeapWatch::Fail fail, std::ostream* out) {
-    constexpr const char* kNames[] = {"Never", "Once", "OnAndOn", "Large"};
-    *out << kNames[static_cast<int>(fail)];
-}
 
 }  // namespace hueweave::test

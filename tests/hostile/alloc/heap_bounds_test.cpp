@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Limits on the heap use of every call, whatever the file.
-#include <functional>
-
 #include "hostile/Hostile.h"
 #include "hostile/alloc/Heap.h"
 #include "support/ProfileBuilder.h"
@@ -11,24 +9,6 @@ namespace hueweave::test {
 namespace {
 
 constexpr std::int64_t kMiB = std::int64_t{1} << 20;
-
-Bytes WithBig32(const Bytes& bytes, std::size_t at, std::uint32_t value) {
-    ByteWriter out;
-    out.Append(bytes).PatchBig32(at, value);
-    return out.Done();
-}
-
-/// A profile of `bytes` bytes with one block that all of `names` share. The block starts with `head`.
-Bytes SharedBlock(std::size_t bytes, const std::vector<std::string>& names, const Bytes& head) {
-    ByteWriter out;
-    const auto start = static_cast<std::uint32_t>(132 + 12 * names.size());
-    out.Fill(128).Big32(static_cast<std::uint32_t>(names.size()));
-    for (const std::string& name : names) {
-        out.Text(name).Big32(start).Big32(static_cast<std::uint32_t>(bytes) - start);
-    }
-    out.Append(head).Fill(bytes - out.Size());
-    return out.Done();
-}
 
 /// The header of a curved table whose five parts all overlap in a block of `bytes` bytes.
 Bytes OverlaidParts(std::size_t bytes, unsigned points, unsigned precision) {
@@ -71,10 +51,10 @@ std::vector<Bytes> Profiles() {
         files.push_back(ManySmallTables(size, "A2B0"));
         files.push_back(SharedBlock(size, luts, OverlaidParts(size, 80, 2)));
         files.push_back(SharedBlock(size, luts, OverlaidParts(size, 40, 6)));
-        files.push_back(SharedBlock(
-            size, luts, ByteWriter().Text("mft2").Big32(0).U8(3).U8(3).U8(33).U8(0).Fill(36).Big32(0x10001000).Done()));
-        files.push_back(SharedBlock(
-            size, luts, ByteWriter().Text("mft1").Big32(0).U8(3).U8(3).U8(70).U8(0).Fill(36).Big32(0x01000100).Done()));
+        for (const auto& [type, points, entries] : {std::tuple{"mft2", 33, 0x1000}, {"mft1", 70, 0x100}}) {
+            const LutShape shape{.points = points, .inputEntries = entries, .outputEntries = entries};
+            files.push_back(SharedBlock(size, luts, TableHead(type, shape, 0).Done()));
+        }
     }
     // A table that is decoded to three times its block and converted to another table; in a file of 4 MiB, and in one
     // that is not held whole while it is read.
@@ -89,7 +69,7 @@ std::vector<Bytes> Profiles() {
         file.resize(size, 0xff);
         files.push_back(file);
         // The tag table fills the whole file, and the other entries point outside.
-        files.push_back(WithBig32(file, 128, 0xffffffff));
+        files.push_back(ByteWriter().Append(file).PatchBig32(128, 0xffffffff).Done());
     }
     // A very large number of tags announced, and none present.
     files.push_back(ByteWriter().Fill(128).Big32(0xffffffff).Fill(kLarge, 0xff).Done());
@@ -102,29 +82,32 @@ std::vector<Bytes> Profiles() {
     const Bytes sound = MiniProfile(EveryKindOfTag());
     for (std::size_t at = 128; at + 4 <= 132 + 12 * EveryKindOfTag().size() + 100; at += 4) {
         for (const std::uint32_t value : {0U, 0x7fffffffU, 0x80000000U, 0xfffffffcU, 0xffffffffU}) {
-            files.push_back(WithBig32(sound, at, value));
+            files.push_back(ByteWriter().Append(sound).PatchBig32(at, value).Done());
         }
     }
     return files;
 }
 
-TEST(HeapBoundsTest, SetProfileTakes20MiBAnd34TimesItsFile) {
-    const TempDir dir;
+using HeapBoundsTest = HostileTest;
+
+TEST_F(HeapBoundsTest, SetProfileTakes20MiBAnd34TimesItsFile) {
     std::int64_t most = 0, closest = INT64_MIN;
     for (const Bytes& file : Profiles()) {
-        WriteFile(dir.File("bad.icc"), file);
+        const std::string path = Put("bad.icc", file);
         for (const std::int32_t input : {0, 1}) {
-            Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8);
-            const HeapWatch heap;
-            Orvix_Icc_SetProfile(dir.File("bad.icc").c_str(), nullptr, 0, input, 8 + input);
-            most = std::max(most, heap.Peak());
-            closest = std::max(closest, heap.Peak() - 34 * static_cast<std::int64_t>(file.size()));
-            EXPECT_LE(heap.Peak(), 20 * kMiB + 34 * static_cast<std::int64_t>(file.size())) << file.size() << " bytes";
+            Empty();
+            {
+                const HeapWatch heap;
+                Orvix_Icc_SetProfile(path.c_str(), nullptr, 0, input, 8 + input);
+            }
+            const std::int64_t peak = heapState.peak, own = 34 * static_cast<std::int64_t>(file.size());
+            most = std::max(most, peak);
+            closest = std::max(closest, peak - own);
+            EXPECT_LE(peak, 20 * kMiB + own) << file.size() << " bytes";
         }
     }
     RecordProperty("MiB_beside_34_times_the_file", std::to_string(static_cast<double>(closest) / kMiB));
     EXPECT_GT(most, 8 * kMiB) << "the collection asks for something";
-    Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8);
 }
 
 std::vector<Bytes> Images() {
@@ -165,45 +148,39 @@ std::vector<Bytes> Images() {
     return files;
 }
 
-TEST(HeapBoundsTest, ConvertFileTakes24MiBAnd6TimesItsFile) {
-    const TempDir dir;
-    WriteFile(dir.File("good.icc"), MiniProfile({{"A2B0", Mft2(SmoothLut(3))}}));
-    ASSERT_EQ(Orvix_Icc_SetProfile(dir.File("good.icc").c_str(), nullptr, 0, 0, 8), 8);
+TEST_F(HeapBoundsTest, ConvertFileTakes24MiBAnd6TimesItsFile) {
+    ASSERT_EQ(Bind(Good()), 8);
     std::int64_t most = 0;
     std::size_t row = 0;
     for (const Bytes& file : Images()) {
-        WriteFile(dir.File("bad.tif"), file);
+        SCOPED_TRACE(testing::Message() << "file " << row++ << " of " << file.size() << " bytes");
+        const std::string path = Put("bad.tif", file);
         testing::internal::CaptureStdout();
-        HeapWatch heap;
-        Orvix_Icc_ConvertFile(dir.File("bad.tif").c_str(), "/dev/null");
-        heap.Stop();
+        {
+            const HeapWatch heap;
+            Orvix_Icc_ConvertFile(path.c_str(), "/dev/null");
+        }
         testing::internal::GetCapturedStdout();
-        most = std::max(most, heap.Peak());
-        EXPECT_LE(heap.Peak(), 24 * kMiB + 6 * static_cast<std::int64_t>(file.size()))
-            << "file " << row << " of " << file.size() << " bytes";
-        EXPECT_LE(heap.Left(), 4096) << "file " << row;
-        ++row;
+        most = std::max(most, heapState.peak);
+        EXPECT_LE(heapState.peak, 24 * kMiB + 6 * static_cast<std::int64_t>(file.size()));
+        EXPECT_LE(heapState.used, 4096);
     }
     EXPECT_GT(most, 8 * kMiB) << "the collection asks for something";
 }
 
-TEST(HeapBoundsTest, Convert2TakesNothing) {
-    const TempDir dir;
-    WriteFile(dir.File("good.icc"), MiniProfile({{"A2B0", Mft2(SmoothLut(3))}}));
-    WriteFile(dir.File("none.icc"), MiniProfile({}));
-    WriteFile(dir.File("bytes.icc"), MiniProfile({{"A2B0", Mft1()}}));
-    for (const char* name : {"good.icc", "none.icc", "bytes.icc", "absent.icc"}) {
+TEST_F(HeapBoundsTest, Convert2TakesNothing) {
+    for (const std::string& path : {Good(), Put("none.icc", MiniProfile({})),
+                                    Put("bytes.icc", MiniProfile({{"A2B0", Mft1()}})), dir_.File("absent.icc")}) {
         for (const std::int32_t input : {0, 1}) {
-            Orvix_Icc_SetProfile(dir.File(name).c_str(), nullptr, 0, input, 8 + input);
-            Bytes pixels = SamplePixels(60000);
-            Bytes other(60000);
+            Bind(path, 0, input, 8 + input);
+            Bytes pixels = SamplePixels(60000), other(60000);
             const HeapWatch heap;
             for (const std::int32_t count : {-1, 0, 1, 5, 63, 64, 65, 1000, 10000}) {
                 Orvix_Icc_Convert2(pixels.data(), other.data(), count);
                 Orvix_Icc_Convert2(pixels.data(), pixels.data(), count);
                 Orvix_Icc_Convert2(nullptr, nullptr, count);
             }
-            EXPECT_EQ(heap.Count(), 0U) << name;
+            EXPECT_EQ(heapState.count, 0U) << path;
         }
     }
 }

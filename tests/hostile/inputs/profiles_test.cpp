@@ -15,21 +15,19 @@ struct BadProfile {
     const char* name;
     Bytes bytes;
     std::int32_t space;  ///< result of SetProfile for sRGB
-    Effect effect;
+    const char* effect;
 };
 void PrintTo(const BadProfile& bad, std::ostream* out) { *out << bad.name; }
 
 /// A valid profile with one table (entry at 132, block at 144), of which one word is changed.
 Bytes WithWord(std::size_t at, std::uint32_t value) {
-    ByteWriter profile;
-    profile.Append(MiniProfile({{"A2B0", Mft2(ShortLut())}})).PatchBig32(at, value);
-    return profile.Done();
+    return ByteWriter().Append(MiniProfile({{"A2B0", Mft2(ShortLut())}})).PatchBig32(at, value).Done();
 }
 std::uint32_t BlockSize() { return static_cast<std::uint32_t>(Mft2(ShortLut()).size()); }
 
 std::vector<BadProfile> Containers() {
     const Bytes sound = MiniProfile({{"A2B0", Mft2(ShortLut())}});
-    constexpr Effect untouched = Effect::Untouched, changed = Effect::Changed;
+    constexpr const char *untouched = "untouched", *changed = "changed";
     return {
         {"Sound", sound, 8, changed},
         {"NoBytes", {}, 8, untouched},
@@ -53,9 +51,9 @@ std::vector<BadProfile> Containers() {
         {"SizeIsNegative", WithWord(140, 0x80000000), 8, untouched},
         {"GreatestSize", WithWord(140, 0xffffffff), 8, untouched},
         {"SizeOneTooLarge", WithWord(140, BlockSize() + 1), 8, untouched},
-        {"SizeOfNothing", WithWord(140, 0), kNone, Effect::Refused},
-        {"SizeOfAWord", WithWord(140, 4), kNone, Effect::Refused},
-        {"BlockIsTheHeader", WithWord(136, 0), kNone, Effect::Refused},
+        {"SizeOfNothing", WithWord(140, 0), kNone, "refused"},
+        {"SizeOfAWord", WithWord(140, 4), kNone, "refused"},
+        {"BlockIsTheHeader", WithWord(136, 0), kNone, "refused"},
         {"LastByteMissing", Bytes(sound.begin(), sound.end() - 1), 8, untouched},
         {"TrailingRubbish", ByteWriter().Append(sound).Fill(999, 0xee).Done(), 8, changed},
     };
@@ -70,7 +68,7 @@ TEST_P(BadProfileTest, LeavesTheEngineInADefinedState) {
     EXPECT_EQ(EffectOfConversion(), bad.effect);
     // A valid profile afterwards works as on a fresh engine.
     EXPECT_EQ(Bind(Good()), 8);
-    EXPECT_EQ(EffectOfConversion(), Effect::Changed);
+    EXPECT_EQ(EffectOfConversion(), "changed");
 }
 
 INSTANTIATE_TEST_SUITE_P(Containers, BadProfileTest, testing::ValuesIn(Containers()),
@@ -78,53 +76,30 @@ INSTANTIATE_TEST_SUITE_P(Containers, BadProfileTest, testing::ValuesIn(Container
 
 using BadPathTest = HostileTest;
 
-TEST_F(BadPathTest, FoldersAndDevicesAreProfilesWithoutATable) {
-    for (const std::string& path : {dir_.Path(), std::string("/dev/null"), std::string("/dev/zero")}) {
+TEST_F(BadPathTest, FoldersDevicesAndPipesWithoutAWriterAreProfilesWithoutATable) {
+    const std::string pipe = dir_.File("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& path : {dir_.Path(), std::string("/dev/null"), std::string("/dev/zero"), pipe}) {
         EXPECT_EQ(Bind(path), 8) << path;
-        EXPECT_EQ(EffectOfConversion(), Effect::Untouched) << path;
+        EXPECT_EQ(EffectOfConversion(), "untouched") << path;
     }
 }
 
-TEST_F(BadPathTest, APipeWithoutAWriterIsAProfileWithoutATable) {
-    const std::string path = dir_.File("pipe");
-    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    EXPECT_EQ(Bind(path), 8);
-    EXPECT_EQ(EffectOfConversion(), Effect::Untouched);
-}
-
-TEST_F(BadPathTest, ASocketCannotBeOpened) {
-    const std::string path = dir_.File("socket");
-    const int handle = socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_GE(handle, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(handle, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(Bind(path), kNone);
-    close(handle);
-}
-
-TEST_F(BadPathTest, NamesThatLeadNowhereCannotBeOpened) {
-    const std::string loop = dir_.File("loop");
-    const std::string dangling = dir_.File("dangling");
+TEST_F(BadPathTest, SocketsAndNamesThatLeadNowhereCannotBeOpened) {
+    const std::string loop = dir_.File("loop"), dangling = dir_.File("dangling"), named = dir_.File("socket");
     ASSERT_EQ(symlink(loop.c_str(), loop.c_str()), 0);
     ASSERT_EQ(symlink("absent", dangling.c_str()), 0);
+    const int handle = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    named.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(handle, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     for (const std::string& path :
-         {loop, dangling, std::string(), Good() + "/inside", std::string(100000, 'a'), dir_.File("absent")}) {
+         {loop, dangling, named, std::string(), Good() + "/inside", std::string(100000, 'a'), dir_.File("absent")}) {
         EXPECT_EQ(Bind(path), kNone) << path.substr(0, 100);
-        EXPECT_EQ(EffectOfConversion(), Effect::Refused) << path.substr(0, 100);
+        EXPECT_EQ(EffectOfConversion(), "refused") << path.substr(0, 100);
     }
-}
-
-TEST_F(BadPathTest, LongNamesAreReadAndRememberedWhole) {
-    for (const std::size_t length : {126U, 127U, 128U, 129U, 255U}) {
-        const std::string path = dir_.File(std::string(length - dir_.Path().size() - 1, 'p'));
-        WriteFile(path, MiniProfile({{"A2B0", Mft2(SmoothLut(3))}}));
-        EXPECT_EQ(Bind(path), 8) << length;
-        EXPECT_EQ(EffectOfConversion(), Effect::Changed) << length;
-        // A path that differs only in its last letter is another path.
-        EXPECT_EQ(Bind(path.substr(0, length - 1) + "q"), kNone) << length;
-    }
+    close(handle);
 }
 
 }  // namespace

@@ -36,22 +36,13 @@ std::vector<Sample> Samples() {
 class TiffSweep : public TiffRun, public testing::WithParamInterface<Sample> {};
 
 TEST_P(TiffSweep, CutAtEveryByte) {
-    const Bytes& file = GetParam().file;
-    for (std::size_t size = 0; size <= file.size(); ++size) {
-        Check(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), std::to_string(size) + " bytes");
-        if (HasFailure()) return;
-    }
+    CutAtEveryByte(GetParam().file, [&](const Bytes& cut, const std::string& what) { Check(cut, what); });
 }
 
 TEST_P(TiffSweep, EveryBitOfHeadAndDirectory) {
     const Bytes& file = GetParam().file;
     const std::size_t entries = file[8];
-    for (std::size_t bit = 0; bit < 8 * (14 + 12 * entries); ++bit) {
-        Bytes bad = file;
-        bad[bit / 8] = static_cast<unsigned char>(bad[bit / 8] ^ 1U << bit % 8);
-        Check(bad, "bit " + std::to_string(bit % 8) + " of byte " + std::to_string(bit / 8));
-        if (HasFailure()) return;
-    }
+    FlipEveryBit(file, 0, 14 + 12 * entries, [&](const Bytes& bad, const std::string& what) { Check(bad, what); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Every, TiffSweep, testing::ValuesIn(Samples()),

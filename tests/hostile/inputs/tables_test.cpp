@@ -42,18 +42,18 @@ TEST_P(ExtremeTableTest, NoRecordLeavesTheOutputTables) {
             ASSERT_LT((*table)[static_cast<std::size_t>(entry)] & 0xffffU, 4096U);
         }
     }
-    std::array<int, 3> order = {0, 1, 2};  // axes from the smallest to the largest fraction
+    std::array<std::size_t, 3> order = {0, 1, 2};  // axes from the largest to the smallest fraction
     do {
         std::array<int, 3> sample{};
-        for (int place = 0; place < 3; ++place)
-            sample[static_cast<std::size_t>(order[static_cast<std::size_t>(place)])] = 100 * place;
+        sample[order[0]] = 200;
+        sample[order[1]] = 100;
         const int record = ICC40::ICC_UNIT::FindTetrahedron(sample[0], sample[1], sample[2]);
         for (const auto& cell : engine->Lut3D) {
             for (const auto& c : cell[record]) {
                 std::int64_t value = c[0];
                 ASSERT_TRUE(value >= 0 && value >> 12 <= 65535);
-                for (int place = 2; place >= 0; --place) {
-                    value += std::int64_t{4095} * c[1 + order[static_cast<std::size_t>(place)]];
+                for (const std::size_t axis : order) {
+                    value += std::int64_t{4095} * c[1 + axis];
                     ASSERT_TRUE(value >= 0 && value >> 12 <= 65535) << "record " << record;
                 }
             }

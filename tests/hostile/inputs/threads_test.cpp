@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Three engines at once, and two threads that convert with one engine. A build with ThreadSanitizer detects shared
 // data; every build checks the results.
-#include <functional>
 #include <thread>
 
 #include "engine/CIccEngineS.h"
 #include "hostile/EngineCalls.h"
-#include "hostile/Hostile.h"
 
 namespace hueweave::test {
 namespace {

@@ -1,9 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The k-th call of each file function fails, for k = 1, 2, ... until all calls have failed once.
-#include <algorithm>
-#include <filesystem>
-#include <functional>
-
 #include "hostile/Hostile.h"
 #include "hostile/io/Faults.h"
 #include "iccfile/IccFile4.h"
@@ -33,23 +29,11 @@ std::vector<Fault> EveryFault() {
 
 class IoSweep : public HostileTest, public testing::WithParamInterface<Fault> {
 protected:
-    /// Calls `prepare`, then `call` with the k-th of the row's calls failing, then `check`, until none fails; no call
-    /// may leave a descriptor open. Returns the number of such calls.
-    template <typename Call>
-    std::uint64_t Sweep(const std::function<void()>& prepare, const Call& call, const std::function<void()>& check) {
-        for (std::uint64_t k = 1; k < 1000; ++k) {
-            SCOPED_TRACE("call " + std::to_string(k));
-            prepare();
-            const std::ptrdiff_t descriptors = OpenFiles();
-            Faults faults(GetParam().kind, GetParam().mode, k);
-            call();
-            faults.Stop();
-            EXPECT_EQ(OpenFiles(), descriptors);
-            check();
-            if (HasFailure() || !faults.Failed()) return k - 1;
-        }
-        ADD_FAILURE() << "the call never goes through";
-        return 0;
+    /// Call k of the row's kind fails.
+    template <typename... Steps>
+    static std::uint64_t Sweep(const Steps&... steps) {
+        return HostileTest::Sweep([](std::uint64_t k) { return Faults(GetParam().kind, GetParam().mode, k); },
+                                  steps...);
     }
 
     const MiniTiff image_{10, 10, 3, 8, SamplePixels(), Bytes(100, 1)};
@@ -61,82 +45,72 @@ bool Among(std::initializer_list<Io> kinds, const Fault& fault) {
 }
 
 TEST_P(IoSweep, SetProfile) {
-    const std::string path = Put("sound.icc", MiniProfile({{"desc", Bytes(64, 1)}, {"A2B0", Mft2(ShortLut())}}));
+    const Bytes block = Mft2(ShortLut());
+    const std::string path = Put("sound.icc", MiniProfile({{"desc", Bytes(64, 1)}, {"A2B0", block}}));
     ASSERT_EQ(Bind(path), 8);
     const Bytes golden = ConvertedPixels();
     // In a table whose second half could not be read, that half is zeros.
-    Bytes block = Mft2(ShortLut());
-    std::fill(block.begin() + static_cast<std::ptrdiff_t>((block.size() + 3) / 4 * 4 / 2), block.end(),
-              std::uint8_t{0});
-    ASSERT_EQ(Bind(Put("half.icc", MiniProfile({{"A2B0", block}}))), 8);
+    Bytes halfBlock(block.begin(), block.begin() + static_cast<std::ptrdiff_t>((block.size() + 3) / 4 * 4 / 2));
+    halfBlock.resize(block.size());
+    ASSERT_EQ(Bind(Put("half.icc", MiniProfile({{"A2B0", halfBlock}}))), 8);
     const Bytes half = ConvertedPixels();
     ASSERT_NE(half, golden);
     std::int32_t space = 0;
-    const std::uint64_t calls = Sweep([] { Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8); },
-                                      [&] { space = Orvix_Icc_SetProfile(path.c_str(), nullptr, 0, 0, 8); },
-                                      [&] {
-                                          const Bytes pixels = ConvertedPixels();
-                                          if (space == 65535) {
-                                              EXPECT_EQ(pixels, Bytes());
-                                          } else {
-                                              EXPECT_EQ(space, 8);
-                                              EXPECT_TRUE(pixels == golden || pixels == SamplePixels() ||
-                                                          (GetParam().mode == Mode::Half && pixels == half));
-                                          }
-                                          Orvix_Icc_SetProfile(nullptr, nullptr, 0, 0, 8);
-                                          EXPECT_EQ(Bind(path), 8);
-                                          EXPECT_EQ(ConvertedPixels(), golden);
-                                      });
+    const auto check = [&] {
+        const Bytes pixels = ConvertedPixels();
+        if (space == kNone) {
+            EXPECT_EQ(pixels, Bytes());
+        } else {
+            EXPECT_EQ(space, 8);
+            EXPECT_TRUE(pixels == golden || pixels == SamplePixels() ||
+                        (GetParam().mode == Mode::Half && pixels == half));
+        }
+        Empty();
+        EXPECT_EQ(Bind(path), 8);
+        EXPECT_EQ(ConvertedPixels(), golden);
+    };
+    const std::uint64_t calls = Sweep(
+        Empty, [&] { space = Bind(path); }, check);
     EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Seek, Io::Close, Io::Status}, GetParam()));
 }
 
 /// To another file and onto the source itself: a source that could not be read stays unchanged; otherwise it gets the
 /// same contents as any other destination.
 TEST_P(IoSweep, ConvertFile) {
-    const std::string source = Put("source.tif", image_.Build());
-    const std::string other = dir_.File("other.tif");
+    const std::string source = dir_.File("source.tif"), other = dir_.File("other.tif");
     ASSERT_EQ(Bind(Good()), 8);
-    const Bytes golden = Converted(image_).Build();
-    const std::ptrdiff_t descriptors = OpenFiles();
+    const Bytes before = image_.Build(), golden = Converted(image_).Build();
     const std::string head = GetParam().kind == Io::Open ? "*** " + source + " Open Error. ***\n" : "";
-    std::uint64_t untouched = 0;
-    for (std::uint64_t k = 1, failed = 1; failed != 0; ++k) {
-        SCOPED_TRACE("call " + std::to_string(k));
-        ASSERT_LT(k, 1000U);
-        std::string log[2];
-        Bytes result[2];
-        failed = 0;
-        for (const std::size_t own : {0U, 1U}) {
-            const std::string& dest = own == 1 ? source : other;
-            Put("source.tif", image_.Build());
-            Put("other.tif", image_.Build());
+    std::vector<std::pair<std::string, Bytes>> elsewhere, own;  // what is printed and written
+    const auto convert = [&](const std::string& dest, auto& outcomes) {
+        const auto prepare = [&] {
+            Put("source.tif", before);
+            Put("other.tif", before);
             testing::internal::CaptureStdout();
-            Faults faults(GetParam().kind, GetParam().mode, k);
-            EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8);
-            faults.Stop();
-            failed += faults.Failed() ? 1U : 0U;
-            log[own] = testing::internal::GetCapturedStdout();
-            result[own] = ReadFile(dest);
-            if (own == 0) {
-                EXPECT_EQ(ReadFile(source), image_.Build());
-            }
-        }
-        EXPECT_TRUE(log[0] == kProgress || log[0] == head + kProgress + kNoEntries) << log[0];
-        EXPECT_EQ(log[1], log[0]);
-        EXPECT_EQ(OpenFiles(), descriptors);
-        const bool nothingRead = log[0].ends_with(kNoEntries);
-        EXPECT_EQ(result[1], nothingRead ? image_.Build() : result[0]);
-        if (failed == 0) {
-            EXPECT_EQ(result[1], golden);
-            EXPECT_GT(k, 1U) << "a conversion makes every kind of call";
-        }
-        if (GetParam().kind == Io::Open || GetParam().kind == Io::Close) {
-            EXPECT_TRUE(result[1] == image_.Build() || result[1] == golden);
-        }
-        untouched += nothingRead ? 1U : 0U;
-        if (HasFailure()) return;
+        };
+        return Sweep(
+            prepare, [&] { EXPECT_EQ(Orvix_Icc_ConvertFile(source.c_str(), dest.c_str()), 8); },
+            [&] {
+                outcomes.emplace_back(testing::internal::GetCapturedStdout(), ReadFile(dest));
+                EXPECT_TRUE(dest == source || ReadFile(source) == before);
+            });
+    };
+    EXPECT_GT(convert(other, elsewhere), 0U) << "a conversion makes every kind of call";
+    convert(source, own);
+    ASSERT_EQ(own.size(), elsewhere.size());
+    bool untouched = false;
+    for (std::size_t n = 0; n < own.size(); ++n) {
+        SCOPED_TRACE("call " + std::to_string(n + 1));
+        const auto& [log, result] = own[n];
+        EXPECT_EQ(log, elsewhere[n].first);
+        EXPECT_TRUE(log == kProgress || log == head + kProgress + kNoEntries) << log;
+        const bool nothingRead = log.ends_with(kNoEntries);
+        EXPECT_EQ(result, nothingRead ? before : elsewhere[n].second);
+        EXPECT_TRUE(!Among({Io::Open, Io::Close}, GetParam()) || result == before || result == golden);
+        untouched |= nothingRead;
     }
-    EXPECT_EQ(untouched > 0, Among({Io::Open, Io::Read}, GetParam()));
+    EXPECT_EQ(own.back().second, golden);
+    EXPECT_EQ(untouched, Among({Io::Open, Io::Read}, GetParam()));
 }
 
 TEST_P(IoSweep, ProfileSaving) {
@@ -156,32 +130,29 @@ TEST_P(IoSweep, ProfileSaving) {
 }
 
 TEST_P(IoSweep, EmbeddedProfiles) {
-    Bytes profile = MiniProfile(EveryKindOfTag());
-    profile[2] = static_cast<unsigned char>(profile.size() >> 8);
-    profile[3] = static_cast<unsigned char>(profile.size());
+    const Bytes profile = SizedContainer(Bytes(128), EveryKindOfTag());
     const std::string icc = Put("in.icc", profile);
     const std::string raw = Put("raw", SamplePixels());
     const std::string out = dir_.File("out.icc");
-    const std::uint64_t calls =
-        Sweep([&] { testing::internal::CaptureStdout(); },
-              [&] {
-                  Orvix_Tiff_STL2::CTiff tiff;
-                  tiff.CreateNew(10, 10, 300, 3, 8, raw.c_str());
-                  try {
-                      tiff.SetIccProfile(icc.c_str());
-                  } catch (const char* text) {
-                      EXPECT_STREQ(text, " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
-                  }
-                  tiff.SaveIccProfile(out.c_str());
-              },
-              [&] {
-                  testing::internal::GetCapturedStdout();
-                  Orvix_Tiff_STL2::CTiff tiff;
-                  EXPECT_EQ(tiff.CreateNew(10, 10, 300, 3, 8, raw.c_str()), 0);
-                  EXPECT_EQ(tiff.SetIccProfile(icc.c_str()), 0);
-                  EXPECT_EQ(tiff.SaveIccProfile(out.c_str()), 0);
-                  EXPECT_EQ(ReadFile(out), profile);
-              });
+    const auto call = [&] {
+        Orvix_Tiff_STL2::CTiff tiff;
+        tiff.CreateNew(10, 10, 300, 3, 8, raw.c_str());
+        try {
+            tiff.SetIccProfile(icc.c_str());
+        } catch (const char* text) {
+            EXPECT_STREQ(text, " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
+        }
+        tiff.SaveIccProfile(out.c_str());
+    };
+    const auto check = [&] {
+        testing::internal::GetCapturedStdout();
+        Orvix_Tiff_STL2::CTiff tiff;
+        EXPECT_EQ(tiff.CreateNew(10, 10, 300, 3, 8, raw.c_str()), 0);
+        EXPECT_EQ(tiff.SetIccProfile(icc.c_str()), 0);
+        EXPECT_EQ(tiff.SaveIccProfile(out.c_str()), 0);
+        EXPECT_EQ(ReadFile(out), profile);
+    };
+    const std::uint64_t calls = Sweep([] { testing::internal::CaptureStdout(); }, call, check);
     EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Write, Io::Seek, Io::Close, Io::Status}, GetParam()));
 }
 
