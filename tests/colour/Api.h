@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <string>
 
 #include "hueweave/transform.h"
 #include "support/ByteWriter.h"
@@ -28,6 +27,22 @@ inline TransformHandle MakeHandle(const hw_profile& source, const hw_profile& ta
     hw_error error{};
     EXPECT_EQ(hw_transform_create(&source, &target, &options, &transform, &error), HW_OK) << error.message;
     return TransformHandle(transform);
+}
+
+inline Bytes AsBytes(const void* data, std::size_t size) {
+    const auto* const bytes = static_cast<const unsigned char*>(data);
+    return {bytes, bytes + size};
+}
+inline Bytes OutputProfileOf(const TransformHandle& transform) {
+    std::size_t size = 1;
+    const void* const data = hw_transform_profile(transform.get(), &size);
+    return AsBytes(data, size);
+}
+inline hw_info InfoOf(const TransformHandle& transform) {
+    hw_info info{};
+    info.size = sizeof info;
+    EXPECT_EQ(hw_transform_info(transform.get(), &info), HW_OK);
+    return info;
 }
 
 }  // namespace hueweave::test

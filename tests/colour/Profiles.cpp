@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
-#include <stdexcept>
 
 #include "support/ProfileBuilder.h"
 
@@ -27,9 +25,9 @@ struct Model {
     Vector Xyz(const cmsUInt16Number* rgb) const {
         Vector light;
         for (std::size_t c = 0; c < 3; ++c) light[c] = std::pow(rgb[c] / 65535.0, exponent);
-        Vector xyz_ = Times(matrix, light);
-        for (std::size_t c = 0; c < 3; ++c) xyz_[c] = black * kD50[c] + (1 - black) * xyz_[c];
-        return xyz_;
+        Vector v = Times(matrix, light);
+        for (std::size_t c = 0; c < 3; ++c) v[c] = black * kD50[c] + (1 - black) * v[c];
+        return v;
     }
     static int Forth(const cmsUInt16Number* rgb, cmsUInt16Number* connection, void* cargo) {
         const Model& model = *static_cast<Model*>(cargo);
@@ -83,6 +81,22 @@ cmsStage* MatrixStage(const Matrix& matrix, double scale, const Vector& offset =
     return cmsStageAllocMatrix(nullptr, 3, 3, rows, offset.data());
 }
 
+/// Has these stages; null stands for none.
+cmsPipeline* PipelineOf(std::initializer_list<cmsStage*> stages) {
+    cmsPipeline* lut = cmsPipelineAlloc(nullptr, 3, 3);
+    for (cmsStage* stage : stages) {
+        if (stage != nullptr) cmsPipelineInsertStage(lut, cmsAT_END, stage);
+    }
+    return lut;
+}
+
+/// Writes a tag and frees the pipeline.
+void Write(const Profile& profile, cmsTagSignature tag, cmsPipeline* lut) {
+    if (!cmsWriteTag(profile.get(), tag, lut)) throw std::runtime_error("no table");
+    cmsPipelineFree(lut);
+}
+
+/// The tables of a device for one intent.
 class TableMaker {
 public:
     TableMaker(const TableDevice& device, std::size_t intent)
@@ -92,37 +106,27 @@ public:
 
     cmsPipeline* Forth() {
         if (device_.noGrid) {
-            Add(PowerStage(model_.exponent, true));
             Vector offset;
             for (std::size_t c = 0; c < 3; ++c) offset[c] = model_.black * kD50[c] * kXyz;
-            Add(MatrixStage(model_.matrix, (1 - model_.black) * kXyz, offset));
-            Add(PowerStage(1, true));
-            return lut_;
+            return PipelineOf({PowerStage(model_.exponent, true),
+                               MatrixStage(model_.matrix, (1 - model_.black) * kXyz, offset), PowerStage(1, true)});
         }
-        Add(PowerStage(1, formula_));
-        Add(Grid(Model::Forth));
-        if (device_.matrix) AddMatrix(true);
-        Add(PowerStage(device_.xyz ? 1.05 : 1, formula_));  // a curve before Lab would tint neutral colours
-        return lut_;
+        return PipelineOf({PowerStage(1, formula_), Grid(Model::Forth), MCurves(), Mixing(),
+                           // A curve before Lab would tint neutral colours.
+                           PowerStage(device_.xyz ? 1.05 : 1, formula_)});
     }
     cmsPipeline* Back() {
-        Add(PowerStage(1, formula_));
-        if (device_.matrix) AddMatrix(false);
-        Add(Grid(Model::Back));
-        Add(PowerStage(1, formula_));
-        return lut_;
+        return PipelineOf({PowerStage(1, formula_), Mixing(), MCurves(), Grid(Model::Back), PowerStage(1, formula_)});
     }
 
 private:
     static constexpr double kXyz = 32768.0 / 65535.0;  ///< 1.0 in the XYZ encoding
 
-    void Add(cmsStage* stage) { cmsPipelineInsertStage(lut_, cmsAT_END, stage); }
-    /// M curves and a matrix that mixes the channels slightly, in the order that the direction needs.
-    void AddMatrix(bool forth) {
+    cmsStage* MCurves() const { return device_.matrix ? PowerStage(1.02, true) : nullptr; }
+    /// Mixes the channels slightly.
+    cmsStage* Mixing() const {
         const Matrix some{{{0.97, 0.02, 0}, {0, 0.98, 0.01}, {0.02, 0, 0.97}}};
-        if (forth) Add(PowerStage(1.02, true));
-        Add(MatrixStage(some, 1, {0.004, 0.003, 0.002}));
-        if (!forth) Add(PowerStage(1.02, true));
+        return device_.matrix ? MatrixStage(some, 1, {0.004, 0.003, 0.002}) : nullptr;
     }
     cmsStage* Grid(cmsSAMPLER16 sampler) {
         cmsStage* grid = cmsStageAllocCLut16bit(nullptr, device_.points, 3, 3, nullptr);
@@ -133,7 +137,6 @@ private:
     const TableDevice& device_;
     Model model_;
     const bool formula_ = device_.version >= 4;
-    cmsPipeline* lut_ = cmsPipelineAlloc(nullptr, 3, 3);  ///< handed over by Forth or Back
 };
 
 }  // namespace
@@ -219,13 +222,10 @@ Bytes MatrixProfile(const Matrix& toXyz, const std::array<Bytes, 3>& curves, int
                     cmsProfileClassSignature kind) {
     ProfileBuilder profile;
     profile.HeaderWord(8, version == 4 ? 0x04300000 : 0x02400000).HeaderWord(12, kind).HeaderWord(20, cmsSigXYZData);
-    const char* const colorants[] = {"rXYZ", "gXYZ", "bXYZ"};
-    const char* const tones[] = {"rTRC", "gTRC", "bTRC"};
     for (std::size_t c = 0; c < 3; ++c) {
-        const auto fixed = [&](std::size_t row) {
-            return static_cast<std::uint32_t>(std::lround(toXyz[row][c] * 65536));
-        };
-        profile.Xyz(colorants[c], fixed(0), fixed(1), fixed(2)).Raw(tones[c], curves[c]);
+        const auto fixed = [&](const Vector& row) { return static_cast<std::uint32_t>(std::lround(row[c] * 65536)); };
+        const std::string name(1, "rgb"[c]);
+        profile.Xyz(name + "XYZ", fixed(toXyz[0]), fixed(toXyz[1]), fixed(toXyz[2])).Raw(name + "TRC", curves[c]);
     }
     return profile.Xyz("wtpt", 0xf6d6, 0x10000, 0xd32d).Build();
 }
@@ -258,8 +258,7 @@ Bytes TableProfile(const TableDevice& device) {
     for (std::size_t intent = 0; intent < (device.plain ? 1 : 3); ++intent) {
         const auto write = [&](cmsTagSignature tag, cmsPipeline* lut) {
             cmsPipelineSetSaveAs8bitsFlag(lut, device.bytes);
-            if (!cmsWriteTag(profile.get(), tag, lut)) throw std::runtime_error("no table");
-            cmsPipelineFree(lut);
+            Write(profile, tag, lut);
         };
         write(kForth[intent], TableMaker(device, intent).Forth());
         if (device.target) write(kBack[intent], TableMaker(device, intent).Back());
@@ -273,13 +272,9 @@ Bytes FloatProfile(bool rough) {
     for (int i = 0; i < 1024; ++i) {
         light.push_back(static_cast<float>(rough ? 0.5 + 0.5 * std::sin(i * 300 / 1023.0) : std::pow(i / 1023.0, 1.8)));
     }
-    cmsPipeline* lut = cmsPipelineAlloc(nullptr, 3, 3);
-    for (cmsStage* stage : {CurveStage(cmsBuildTabulatedToneCurveFloat(nullptr, 1024, light.data())),
-                            MatrixStage(ToXyz(kGamutAdobe), 1)}) {
-        cmsPipelineInsertStage(lut, cmsAT_END, stage);
-    }
-    if (!cmsWriteTag(profile.get(), cmsSigDToB0Tag, lut)) throw std::runtime_error("no elements");
-    cmsPipelineFree(lut);
+    Write(profile, cmsSigDToB0Tag,
+          PipelineOf({CurveStage(cmsBuildTabulatedToneCurveFloat(nullptr, 1024, light.data())),
+                      MatrixStage(ToXyz(kGamutAdobe), 1)}));
     return Saved(profile);
 }
 

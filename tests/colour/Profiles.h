@@ -3,12 +3,9 @@
 
 #include <lcms2.h>
 
-#include <array>
 #include <string>
-#include <vector>
 
 #include "judges/colours/Truth.h"
-#include "support/ByteWriter.h"
 
 // Profiles of devices whose colours are defined by formulas.
 namespace hueweave::test {

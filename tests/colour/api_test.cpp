@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The shared library of transforms: equality with the command and with colour::Transform, and every failure.
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -16,6 +13,7 @@
 #include "hueweave/transform.hpp"
 #include "support/Matchers.h"
 #include "support/MiniTiff.h"
+#include "support/ReferenceTiff.h"
 #include "support/TempDir.h"
 
 namespace hueweave::test {
@@ -23,27 +21,6 @@ namespace {
 
 using testing::Each;
 using testing::HasSubstr;
-
-Bytes AsBytes(const void* data, std::size_t size) {
-    const auto* const bytes = static_cast<const unsigned char*>(data);
-    return {bytes, bytes + size};
-}
-
-/// The value, or the data, of a tag in a little-endian TIFF file of one page.
-Bytes DataOfTag(const Bytes& tiff, unsigned tag) {
-    const auto at = [&](std::size_t place) { return static_cast<std::size_t>(tiff.at(place)); };
-    const auto word = [&](std::size_t place) { return at(place) | at(place + 1) << 8; };
-    const auto number = [&](std::size_t place) { return word(place) | word(place + 2) << 16; };
-    const std::size_t directory = number(4);
-    std::map<std::size_t, std::size_t> entries;
-    for (std::size_t i = 0; i < word(directory); ++i) {
-        const std::size_t entry = directory + 2 + 12 * i;
-        entries[word(entry)] = entry;
-    }
-    const std::size_t from = number(entries.at(tag) + 8);
-    const std::size_t size = tag == 273 ? number(entries.at(279) + 8) : number(entries.at(tag) + 4);
-    return AsBytes(&tiff.at(from), size);
-}
 
 /// Options of the command and of the library that mean the same.
 struct Pair {
@@ -90,17 +67,16 @@ TEST(TransformApiTest, GivesTheSamplesAndTheProfileOfTheCommand) {
             WriteFile(dir.File("in.tif"), MiniTiff{count, 1, 3, bits, pixels, {}}.Build());
             OutputOfTool("cd '" + dir.Path() + "' && '" HUEWEAVE_COMMAND "' convert -q --force in.tif -o out.tif " +
                          "--profile scanner.icc " + pair.words);
-            const Bytes output = ReadFile(dir.File("out.tif"));
+            ReferenceTiff output;
+            ASSERT_EQ(output.Read(ReadFile(dir.File("out.tif"))), 0);
             hw_options options = HW_OPTIONS_INIT;
             options.samples = bits == 8 ? HW_SAMPLES_UINT8 : HW_SAMPLES_UINT16;
             pair.set(options);
             const TransformHandle transform = MakeHandle(PathOf(dir.File("scanner.icc")), SpaceOf(pair.space), options);
             Bytes converted(pixels.size());
             ASSERT_EQ(hw_convert(transform.get(), pixels.data(), converted.data(), count), HW_OK);
-            EXPECT_THAT(converted, EqualsBytes(DataOfTag(output, 273)));
-            std::size_t size = 0;
-            const void* const profile = hw_transform_profile(transform.get(), &size);
-            EXPECT_THAT(AsBytes(profile, size), EqualsBytes(DataOfTag(output, 34675)));
+            EXPECT_THAT(converted, EqualsBytes(output.Find(273)->data.value()));
+            EXPECT_THAT(OutputProfileOf(transform), EqualsBytes(output.Find(34675)->data.value()));
         }
     }
 }
@@ -124,9 +100,7 @@ TEST(TransformApiTest, EveryWayIsThatOfTheTransformAtAnyAddressWithExtraSamples)
         hw_options options = HW_OPTIONS_INIT;
         options.samples = HW_SAMPLES_UINT16;
         const TransformHandle transform = MakeHandle(DataOf(source), DataOf(target), options);
-        hw_info info{};
-        info.size = sizeof info;
-        ASSERT_EQ(hw_transform_info(transform.get(), &info), HW_OK);
+        const hw_info info = InfoOf(transform);
         EXPECT_EQ(info.way, way);
         EXPECT_EQ(info.reason, expected.reason());
         EXPECT_EQ(info.samples, HW_SAMPLES_UINT16);
@@ -193,41 +167,26 @@ TEST(TransformApiTest, FloatsAreConvertedWithoutRoundingAndClamped) {
     }
 }
 
-/// What a call that must fail says, "name: message". Nothing may be written to a stream, and no handle be given.
 TEST(TransformApiTest, AnyProfileOfTheTargetSpaceIsCopied) {
     const auto profile = [](std::int32_t precision, std::int32_t version) {
         hw_options options = HW_OPTIONS_INIT;
         options.precision = precision, options.icc_version = version, options.accept_error = precision == 1 ? 100 : 0;
-        std::size_t size = 0;
-        const TransformHandle transform = MakeHandle(SpaceOf("srgb"), SpaceOf("apple-rgb-g18"), options);
-        const void* const data = hw_transform_profile(transform.get(), &size);
-        return AsBytes(data, size);
+        return OutputProfileOf(MakeHandle(SpaceOf("srgb"), SpaceOf("apple-rgb-g18"), options));
     };
     for (const std::int32_t version : {2, 4}) {
         hw_options options = HW_OPTIONS_INIT;
         options.icc_version = version;
         for (const Bytes& source : {profile(HW_PRECISION_LIBRARY, 0), profile(HW_PRECISION_EXACT, version)}) {
-            const TransformHandle transform = MakeHandle(DataOf(source), SpaceOf("apple-rgb-g18"), options);
-            hw_info info{};
-            info.size = sizeof info;
-            EXPECT_EQ(hw_transform_info(transform.get(), &info), HW_OK);
-            EXPECT_STREQ(info.way, "copy");
+            EXPECT_STREQ(InfoOf(MakeHandle(DataOf(source), SpaceOf("apple-rgb-g18"), options)).way, "copy");
         }
     }
 }
 
-/// An image of 2 x 3 pixels within `memory`, and its conversion by one row at a time. The bytes beside it stay.
+/// Images of 2 x 3 pixels of four channels, compared with their single pixels. The bytes beside them stay.
 TEST(TransformApiTest, RowsMayHaveStridesAndLieBetweenThoseOfTheDestination) {
     const TransformHandle transform = MakeHandle(SpaceOf("srgb"), SpaceOf("srgb-linear"));
     Bytes memory(96);
     for (std::size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<unsigned char>(i * 37);
-    const auto row = [&](std::size_t at) {
-        Bytes one(8);
-        EXPECT_EQ(hw_convert(transform.get(), &memory[at], one.data(), 1), HW_OK);
-        EXPECT_EQ(hw_convert(transform.get(), &memory[at + 4], &one[4], 1), HW_OK);
-        one[3] = memory[at + 3], one[7] = memory[at + 7];
-        return one;
-    };
     const struct {
         std::size_t source, dest;
         std::ptrdiff_t sourceStride, destStride;
@@ -235,13 +194,14 @@ TEST(TransformApiTest, RowsMayHaveStridesAndLieBetweenThoseOfTheDestination) {
                  {32, 8, -16, 16}, {0, 48, 0, 0},  {0, 48, 0, 16}, {0, 48, 13, 0},  {40, 32, -16, -16}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.source << " " << c.dest);
-        const Bytes before = memory;
         Bytes wanted = memory, now = memory;
         for (std::ptrdiff_t y = 0; y < 3; ++y) {
-            const std::ptrdiff_t from = y * (c.sourceStride == 0 ? 8 : c.sourceStride);
-            const std::ptrdiff_t to = y * (c.destStride == 0 ? 8 : c.destStride);
-            const Bytes one = row(static_cast<std::size_t>(static_cast<std::ptrdiff_t>(c.source) + from));
-            std::copy(one.begin(), one.end(), wanted.begin() + static_cast<std::ptrdiff_t>(c.dest) + to);
+            const unsigned char* from = &memory[c.source] + y * (c.sourceStride == 0 ? 8 : c.sourceStride);
+            unsigned char* to = &wanted[c.dest] + y * (c.destStride == 0 ? 8 : c.destStride);
+            for (const std::ptrdiff_t pixel : {0, 4}) {
+                EXPECT_EQ(hw_convert(transform.get(), from + pixel, to + pixel, 1), HW_OK);
+                to[pixel + 3] = from[pixel + 3];
+            }
         }
         const hw_layout layout{2, 3, 4, c.sourceStride, c.destStride};
         EXPECT_EQ(hw_convert_image(transform.get(), &now[c.source], &now[c.dest], &layout), HW_OK);

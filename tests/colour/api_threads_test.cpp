@@ -9,24 +9,26 @@ namespace hueweave::test {
 namespace {
 
 TEST(TransformApiThreads, ShareTransformsAndMakeTheirOwn) {
-    const Bytes devices[] = {TableProfile({}), FloatProfile(false), MatrixProfile(kGamut2020, GammaBlock(1.8))};
-    Bytes pixels(3000);
+    const Bytes devices[] = {TableProfile({}), FloatProfile(false), MatrixProfile(kGamut2020, GammaBlock(1.8)),
+                             LcmsSrgb()};
+    Bytes pixels(6000);
     for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = static_cast<unsigned char>(i * i / 7);
-    hw_options library = HW_OPTIONS_INIT;
-    library.precision = HW_PRECISION_LIBRARY;
-    library.accept_error = 100;
+    constexpr std::size_t kAll = 9;  // for each device one of bytes and one of words, and one by the library
     const auto make = [&](std::size_t n) {
-        return n < 3 ? MakeHandle(DataOf(devices[n]), SpaceOf("srgb"))
-                     : MakeHandle(DataOf(devices[0]), SpaceOf("adobe-rgb"), library);
+        hw_options options = HW_OPTIONS_INIT;
+        options.samples = n % 2 == 0 ? HW_SAMPLES_UINT8 : HW_SAMPLES_UINT16;
+        options.precision = n == 8 ? HW_PRECISION_LIBRARY : HW_PRECISION_EXACT;
+        options.accept_error = n == 8 ? 100 : 0;
+        return MakeHandle(DataOf(devices[n / 2 % 4]), SpaceOf(n == 8 ? "adobe-rgb" : "srgb"), options);
     };
     const auto convert = [&](const TransformHandle& transform) {
-        Bytes converted(pixels.size());
-        EXPECT_EQ(hw_convert(transform.get(), pixels.data(), converted.data(), pixels.size() / 3), HW_OK);
+        Bytes converted = pixels;
+        EXPECT_EQ(hw_convert(transform.get(), pixels.data(), converted.data(), pixels.size() / 6), HW_OK);
         return converted;
     };
     std::vector<TransformHandle> shared;
     std::vector<Bytes> alone;
-    for (std::size_t n = 0; n < 4; ++n) {
+    for (std::size_t n = 0; n < kAll; ++n) {
         shared.push_back(make(n));
         alone.push_back(convert(shared.back()));
     }
@@ -34,12 +36,12 @@ TEST(TransformApiThreads, ShareTransformsAndMakeTheirOwn) {
     std::vector<int> equal(4);
     for (std::size_t t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
-            for (std::size_t n = 0; n < 4; ++n) equal[t] += convert(shared[(t + n) % 4]) == alone[(t + n) % 4];
-            equal[t] += convert(make(t)) == alone[t];
+            for (std::size_t n = 0; n < kAll; ++n) equal[t] += convert(shared[(t + n) % kAll]) == alone[(t + n) % kAll];
+            for (std::size_t n = t; n < kAll; n += 4) equal[t] += convert(make(n)) == alone[n];
         });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(equal, std::vector<int>(4, 5));
+    EXPECT_EQ(equal, (std::vector{12, 11, 11, 11}));
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Data that are not an RGB profile, and damaged profiles.
-#include <gmock/gmock.h>
-
-#include <optional>
-#include <string>
+#include <variant>
 
 #include "colour/Judge.h"
 #include "colour/Profiles.h"
@@ -13,21 +10,18 @@
 namespace hueweave::test {
 namespace {
 
-struct Made {
-    std::optional<Transform> transform;
-    std::string refusal;
-};
-Made Make(const Bytes& source, const Bytes& target) {
+/// A profile as the source or as the target, and sRGB as the other; or why it is refused.
+std::variant<Transform, std::string> Make(const Bytes& profile, bool target) {
     try {
-        return {Transform(source, target, {}), ""};
+        return target ? Transform(LcmsSrgb(), profile, {}) : Transform(profile, LcmsSrgb(), {});
     } catch (const colour::ProfileError& error) {
         EXPECT_STRNE(error.what(), "");
-        return {std::nullopt, error.what()};
+        return error.what();
     }
 }
-/// Why a profile is refused as the source or as the target; empty where it is accepted.
 std::string Refusal(const Bytes& profile, bool target) {
-    return (target ? Make(LcmsSrgb(), profile) : Make(profile, LcmsSrgb())).refusal;
+    const auto made = Make(profile, target);
+    return made.index() == 1 ? std::get<std::string>(made) : "";
 }
 
 TEST(DamagedTest, OtherThanRgbProfilesAreRefused) {
@@ -36,9 +30,8 @@ TEST(DamagedTest, OtherThanRgbProfilesAreRefused) {
         EXPECT_THAT(Refusal(Bytes(5000, 'x'), target), testing::HasSubstr("not a readable ICC profile"));
         EXPECT_NE(Refusal(ProfileBuilder().Build(), target), "") << "no colour tags";
         const auto refused = [&](std::size_t at, std::uint32_t word) {
-            ByteWriter profile;
-            profile.Append(MatrixProfile(kGamutP3, SrgbFormula())).PatchBig32(at, word);
-            return Refusal(profile.Done(), target);
+            const Bytes sound = MatrixProfile(kGamutP3, SrgbFormula());
+            return Refusal(ByteWriter().Append(sound).PatchBig32(at, word).Done(), target);
         };
         for (const auto kind : {cmsSigLinkClass, cmsSigAbstractClass}) EXPECT_NE(refused(12, kind), "");
         for (const auto colours : {cmsSigCmykData, cmsSigGrayData, cmsSigLabData}) {
@@ -53,9 +46,9 @@ TEST(DamagedTest, OtherThanRgbProfilesAreRefused) {
 bool Holds(const Bytes& profile, bool target) {
     const Bytes srgb = LcmsSrgb();
     const Bytes &from = target ? srgb : profile, &to = target ? profile : srgb;
-    const Made made = Make(from, to);
-    if (!made.transform) return false;
-    const Transform& transform = *made.transform;
+    const auto made = Make(profile, target);
+    if (made.index() == 1) return false;
+    const auto& transform = std::get<Transform>(made);
     EXPECT_EQ(transform.reason().empty(), transform.way() != Way::PixelByPixel);
     if (transform.way() == Way::Copy) return true;
     // A few colours that reveal damage anywhere in a curve or grid.

@@ -2,9 +2,6 @@
 // Spaces by name, their profiles, and lists of stages.
 #include "colour/profile/Spaces.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <cmath>
 #include <numeric>
 

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Spaces compared with their standards: chromaticities and curves, computed here in doubles.
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <cmath>
-#include <string>
 
 #include "colour/Judge.h"
 #include "colour/Profiles.h"
