@@ -1,19 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Files made by other programs, converted through the shared library: TIFF files by ImageMagick and libtiff, and a
 // profile by ArgyllCMS. ImageMagick and tiffinfo read the results, Little CMS provides the reference colours.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <lcms2.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "abi/Library.h"
 #include "judges/colours/Truth.h"
-#include "support/ByteWriter.h"
 #include "support/Matchers.h"
 #include "support/TempDir.h"
 
@@ -108,7 +97,7 @@ void ExpectClose(const Width& width) {
     EXPECT_EQ(engine.Convert2(pixels, pixels, 33 * 33 * 33), 0);
 
     const TempDir dir;
-    const std::unique_ptr<void, decltype(&cmsCloseProfile)> srgb(cmsCreate_sRGBProfile(), cmsCloseProfile);
+    const judge::Profile srgb(cmsCreate_sRGBProfile());
     ASSERT_TRUE(cmsSaveProfileToFile(srgb.get(), dir.File("srgb.icc").c_str()));
     const judge::Truth truth(ReadFile(Input("scanner.icc")), ReadFile(dir.File("srgb.icc")),
                              INTENT_RELATIVE_COLORIMETRIC, false);

@@ -1,16 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The judge without roundings, which `make peers` compares converters with: cases worked out by hand, and Little CMS.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
-#include "judges/colours/Truth.h"
 #include "judges/colours/Unrounded.h"
 #include "support/ProfileBuilder.h"
 
@@ -40,10 +29,11 @@ Bytes GridProfile(const std::string& connection, const Entries& nodes) {
     ProfileBuilder builder;
     return builder.HeaderWord(20, connection == "XYZ " ? 0x58595a20 : 0x4c616220).Raw("A2B0", table.Done()).Build();
 }
-Entries SameNodes(std::uint16_t x, std::uint16_t y, std::uint16_t z) {
+/// The same colour everywhere.
+Bytes EvenProfile(const std::string& connection, std::uint16_t x, std::uint16_t y, std::uint16_t z) {
     Entries nodes;
     for (int n = 0; n < 8; ++n) nodes.insert(nodes.end(), {x, y, z});
-    return nodes;
+    return GridProfile(connection, nodes);
 }
 
 /// Scattered colours.
@@ -75,7 +65,7 @@ TEST(UnroundedTest, TablesAreFollowedBetweenTheir16BitSteps) {
 }
 
 TEST(UnroundedTest, ResultsAreClipped) {
-    const Bytes bright = GridProfile("XYZ ", SameNodes(65535, 0, 16384));  // XYZ of almost 2, 0 and 0.5
+    const Bytes bright = EvenProfile("XYZ ", 65535, 0, 16384);  // XYZ of almost 2, 0 and 0.5
     EXPECT_EQ(Unrounded(bright, AxesProfile({})).Of({0, 0, 0}), (Triple{1, 0, 1}));
 }
 
@@ -84,7 +74,7 @@ TEST(UnroundedTest, GridsAreInterpolatedByTetrahedraOrTrilinearly) {
     const Bytes screen = AxesProfile({});
     const Triple device{0.5, 0.25, 0.75};
     // Only the farthest node is not 0: the least part by tetrahedra, the product of all three trilinearly.
-    Entries nodes = SameNodes(0, 0, 0);
+    Entries nodes(24);
     nodes[21] = nodes[22] = nodes[23] = 65535;
     const Bytes corner = GridProfile("XYZ ", nodes);
     const double least = 0.25 * kXyz, product = 0.09375 * kXyz;
@@ -101,7 +91,7 @@ TEST(UnroundedTest, GridsAreInterpolatedByTetrahedraOrTrilinearly) {
 
 TEST(UnroundedTest, LabTablesHaveTheEncodingOfVersion2) {
     const auto xyz = [](std::uint16_t l, std::uint16_t a, std::uint16_t b) {
-        return Unrounded(GridProfile("Lab ", SameNodes(l, a, b)), AxesProfile({})).XyzOf({0, 0, 0});
+        return Unrounded(EvenProfile("Lab ", l, a, b), AxesProfile({})).XyzOf({0, 0, 0});
     };
     const auto near = [](const Triple& found, const Triple& wanted) {
         for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(found[i], wanted[i], 1e-12);
@@ -156,7 +146,7 @@ TEST(UnroundedTest, ProfilesOfOtherKindsAreRefused) {
     const Bytes straight = AxesProfile({});
     EXPECT_THROW(Unrounded(straight, AxesProfile({}, 0x04200000)), std::runtime_error);  // would compensate the black
     EXPECT_THROW(Unrounded(straight, AxesProfile({0, 40, 40, 90})).Of({0, 0, 0}), std::runtime_error);
-    EXPECT_THROW(Unrounded(straight, GridProfile("XYZ ", SameNodes(0, 0, 0))), std::runtime_error);
+    EXPECT_THROW(Unrounded(straight, EvenProfile("XYZ ", 0, 0, 0)), std::runtime_error);
     EXPECT_THROW(Unrounded(ProfileBuilder().Mft2("A2B0", MakeLut({})).Build(), straight),
                  std::runtime_error);  // matrix
 }

@@ -8,12 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
-#include <iterator>
 #include <memory>
-#include <stdexcept>
-#include <utility>
-#include <vector>
 
 #include "support/ByteWriter.h"
 
@@ -22,14 +17,13 @@ namespace hueweave::judge {
 using test::Bytes;
 using Rgb = std::array<double, 3>;  ///< 0 to 1
 
-struct Closes {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
+/// Ends with the function that Little CMS has for it.
+template <auto kEnd>
+struct Ends {
+    void operator()(void* held) const { kEnd(held); }
 };
-struct Deletes {
-    void operator()(void* transform) const { cmsDeleteTransform(transform); }
-};
-using Profile = std::unique_ptr<void, Closes>;
-using Transform = std::unique_ptr<void, Deletes>;
+using Profile = std::unique_ptr<void, Ends<cmsCloseProfile>>;
+using Transform = std::unique_ptr<void, Ends<cmsDeleteTransform>>;
 
 /// A profile opened by Little CMS.
 inline Profile Open(const Bytes& data) {
@@ -56,9 +50,8 @@ struct Differences {
 /// Of differences of which some may be NaN.
 inline Differences Summary(const std::vector<double>& differences) {
     Differences result;
-    std::vector<double> all;
-    std::copy_if(differences.begin(), differences.end(), std::back_inserter(all),
-                 [](double difference) { return std::isfinite(difference); });
+    std::vector<double> all = differences;
+    std::erase_if(all, [](double difference) { return !std::isfinite(difference); });
     if (all.empty()) throw std::runtime_error("has no colours");
     std::sort(all.begin(), all.end());
     for (const double difference : all) result.mean += difference / static_cast<double>(all.size());
@@ -101,7 +94,7 @@ public:
             cmsDoTransform(first_.get(), device.data(), &lab, 1);
             cmsDoTransform(second_.get(), &lab, result.data(), 1);
         }
-        for (double& value : result) value = value < 0 ? 0 : value > 1 ? 1 : value;
+        for (double& value : result) value = std::clamp(value, 0.0, 1.0);  // keeps NaN
         return result;
     }
     /// Compares `converted` with the reference for `pixels`. CIEDE2000 is computed through the target's own profile.

@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: MIT
 // The colours that the numbers of two profiles describe: in doubles from the device to the result, with no rounding
 // between the stages. Little CMS rounds to 16 bits after each table even when it is asked for doubles. Reads the bytes
-// of the profiles itself and shares no code with colour/ and, but for the formula of CIEDE2000, with Little CMS.
+// of the profiles itself and shares no code with colour/ and, but for the formulas of CIELAB and CIEDE2000, with Little
+// CMS.
 #pragma once
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "judges/colours/Truth.h"
+#include "support/ReferenceLut.h"
 #include "support/ReferenceProfile.h"
 
 namespace hueweave::judge {
@@ -33,14 +28,16 @@ inline const Bytes& TagOf(const test::TagList& tags, const std::string& name, co
 /// Equidistant values over 0 to 1, linear in between, or an exponent. Inputs beyond are clamped.
 class PlainCurve {
 public:
-    /// `count` words at a place of a block.
-    PlainCurve(const Bytes& block, std::size_t at, std::size_t count) {
-        for (std::size_t i = 0; i < count; ++i) values_.push_back(test::Big16At(block, at + 2 * i) / 65535.0);
+    /// `count` of the words from `first` on.
+    PlainCurve(const int* first, int count) {
+        std::transform(first, first + count, std::back_inserter(values_), [](int word) { return word / 65535.0; });
     }
     /// A block of type "curv": no entries for a straight line, one for an exponent.
-    explicit PlainCurve(const Bytes& block) : PlainCurve(block, 12, test::Big32At(block, 8)) {
-        if (values_.empty()) values_ = {0, 1};
-        if (values_.size() == 1) exponent_ = test::Big16At(block, 12) / 256.0;
+    explicit PlainCurve(const Bytes& block) {
+        const std::size_t count = test::Big32At(block, 8);
+        if (count == 0) values_ = {0, 1};
+        if (count == 1) exponent_ = test::Big16At(block, 12) / 256.0;
+        for (std::size_t i = 0; i < count; ++i) values_.push_back(test::Big16At(block, 12 + 2 * i) / 65535.0);
     }
 
     double Of(double x) const {
@@ -73,21 +70,18 @@ enum class Interpolation { Tetrahedral, Trilinear };
 /// A table of type "mft2" from RGB: curves, a grid, and curves. Its results are 0 to 1.
 class PlainTable {
 public:
-    PlainTable(const Bytes& block, Interpolation interpolation)
-        : block_(block), interpolation_(interpolation), points_(test::ByteAt(block, 10)) {
+    PlainTable(const Bytes& block, Interpolation interpolation) : interpolation_(interpolation) {
         for (unsigned i = 0; i < 9; ++i) {
             if (test::Big32At(block, 12 + 4 * i) != (i % 4 == 0 ? 65536 : 0)) throw std::runtime_error("has a matrix");
         }
-        if (test::ByteAt(block, 8) != 3 || test::ByteAt(block, 9) != 3 || points_ < 2) {
-            throw std::runtime_error("has a table of another shape");
+        const auto lut = test::DecodeLutTag(block);
+        if (!lut || lut->inputs != 3 || lut->outputs != 3 || lut->inputEntries < 2 || lut->outputEntries < 2) {
+            throw std::runtime_error("has a truncated table, or one of another shape");
         }
-        const std::size_t first = test::Big16At(block, 48), last = test::Big16At(block, 50);
-        nodes_ = kCurves + 6 * first;
-        const std::size_t ends = nodes_ + 6 * points_ * points_ * points_;
-        if (first < 2 || last < 2 || ends + 6 * last > block.size()) throw std::runtime_error("has a truncated table");
-        for (std::size_t c = 0; c < 3; ++c) {
-            first_.emplace_back(block, kCurves + 2 * first * c, first);
-            last_.emplace_back(block, ends + 2 * last * c, last);
+        lut_ = *lut;
+        for (int c = 0; c < 3; ++c) {
+            first_.emplace_back(lut_.input.data() + c * lut_.inputEntries, lut_.inputEntries);
+            last_.emplace_back(lut_.output.data() + c * lut_.outputEntries, lut_.outputEntries);
         }
     }
 
@@ -95,9 +89,9 @@ public:
         Cell cell;
         Triple parts, result;
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            const double place = first_[axis].Of(device[axis]) * static_cast<double>(points_ - 1);
-            cell[axis] = std::min(static_cast<std::size_t>(place), points_ - 2);
-            parts[axis] = place - static_cast<double>(cell[axis]);
+            const double place = first_[axis].Of(device[axis]) * (lut_.points - 1);
+            cell[axis] = std::min(static_cast<int>(place), lut_.points - 2);
+            parts[axis] = place - cell[axis];
         }
         const bool trilinear = interpolation_ == Interpolation::Trilinear;
         for (std::size_t c = 0; c < 3; ++c) {
@@ -107,12 +101,11 @@ public:
     }
 
 private:
-    using Cell = std::array<std::size_t, 3>;
-    static constexpr std::size_t kCurves = 52;  ///< where the curves begin
+    using Cell = std::array<int, 3>;
 
     double Node(const Cell& at, std::size_t channel) const {
-        const std::size_t n = (at[0] * points_ + at[1]) * points_ + at[2];
-        return test::Big16At(block_, nodes_ + 6 * n + 2 * channel) / 65535.0;
+        const int n = (at[0] * lut_.points + at[1]) * lut_.points + at[2];
+        return lut_.grid.at(static_cast<std::size_t>(3 * n) + channel) / 65535.0;
     }
     /// By tetrahedra: from the nearest corner of a cell to the farthest, along the axes with the largest parts first.
     double AlongEdges(Cell corner, const Triple& parts, std::size_t channel) const {
@@ -142,9 +135,8 @@ private:
         return value;
     }
 
-    Bytes block_;
     Interpolation interpolation_;
-    std::size_t points_, nodes_ = 0;
+    test::ReferenceLut lut_;
     std::vector<PlainCurve> first_, last_;
 };
 
@@ -186,28 +178,6 @@ private:
     std::array<Triple, 3> columns_{};
 };
 
-/// Between CIELAB and XYZ, both relative to D50 as profiles write it.
-inline constexpr Triple kPcsWhite{0.9642, 1.0, 0.8249};
-inline constexpr double kKnee = 6.0 / 29.0;
-
-inline Triple XyzOfLab(const Triple& lab) {
-    const double y = (lab[0] + 16) / 116;
-    Triple xyz{y + lab[1] / 500, y, y - lab[2] / 200};
-    for (std::size_t i = 0; i < 3; ++i) {
-        const double root = xyz[i];
-        xyz[i] = kPcsWhite[i] * (root > kKnee ? root * root * root : (root - 16.0 / 116.0) * 3 * kKnee * kKnee);
-    }
-    return xyz;
-}
-inline Triple LabOfXyz(const Triple& xyz) {
-    Triple root;
-    for (std::size_t i = 0; i < 3; ++i) {
-        const double x = xyz[i] / kPcsWhite[i];
-        root[i] = x > kKnee * kKnee * kKnee ? std::cbrt(x) : x / (3 * kKnee * kKnee) + 16.0 / 116.0;
-    }
-    return {116 * root[1] - 16, 500 * (root[0] - root[1]), 200 * (root[1] - root[2])};
-}
-
 /// The perceptual intent, from a profile with a table or a matrix to one of curves and a matrix.
 class Unrounded {
 public:
@@ -232,13 +202,22 @@ public:
         const Triple x = table_->Of(device);
         constexpr double kXyz = 65535.0 / 32768.0, kLight = 65535.0 / 652.8, kChroma = 65535.0 / 256.0;
         if (!isLab_) return {x[0] * kXyz, x[1] * kXyz, x[2] * kXyz};
-        return XyzOfLab({x[0] * kLight, x[1] * kChroma - 128, x[2] * kChroma - 128});
+        const cmsCIELab lab{x[0] * kLight, x[1] * kChroma - 128, x[2] * kChroma - 128};
+        cmsCIEXYZ xyz;
+        cmsLab2XYZ(nullptr, &xyz, &lab);
+        return {xyz.X, xyz.Y, xyz.Z};
     }
     /// CIEDE2000 between two colours of the target.
     double Difference(const Rgb& one, const Rgb& other) const {
-        const Triple a = LabOfXyz(target_.ToXyz(one)), b = LabOfXyz(target_.ToXyz(other));
-        const cmsCIELab labs[] = {{a[0], a[1], a[2]}, {b[0], b[1], b[2]}};
-        return cmsCIE2000DeltaE(&labs[0], &labs[1], 1, 1, 1);
+        const auto lab = [&](const Rgb& colour) {
+            const Triple x = target_.ToXyz(colour);
+            const cmsCIEXYZ xyz{x[0], x[1], x[2]};
+            cmsCIELab seen;
+            cmsXYZ2Lab(nullptr, &seen, &xyz);
+            return seen;
+        };
+        const cmsCIELab a = lab(one), b = lab(other);
+        return cmsCIE2000DeltaE(&a, &b, 1, 1, 1);
     }
     /// Compares `converted` with the unrounded colours for `pixels`.
     Differences Compare(const std::vector<Rgb>& pixels, const std::vector<Rgb>& converted) const {

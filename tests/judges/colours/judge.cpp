@@ -2,14 +2,10 @@
 // judge_colours exact|library INTENT auto|compensated TARGET SOURCE...: the differences between each source profile's
 // colours in the target and those of Little CMS in doubles. INTENT is the ICC number, TARGET an output space or a
 // profile. Prints one line per source with tab-separated fields; `run` builds tables from them.
-#include <cmath>
 #include <cstdio>
 #include <functional>
-#include <memory>
 #include <random>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "colour/Transform.h"
 #include "colour/base/ProfileError.h"

@@ -6,15 +6,8 @@
 // trilinear interpolation.
 #include <tiffio.h>
 
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "judges/colours/Truth.h"
 #include "judges/colours/Unrounded.h"
 
 namespace {
@@ -46,12 +39,9 @@ Picture ReadPicture(const char* path) {
     for (std::uint32_t y = 0; y < picture.height; ++y) {
         if (TIFFReadScanline(file.get(), bytes.data(), y, 0) < 0) throw std::runtime_error("cannot be read");
         const auto* const words = reinterpret_cast<const std::uint16_t*>(bytes.data());
-        for (std::size_t x = 0; x < picture.width; ++x) {
-            Rgb& pixel = picture.pixels.emplace_back();
-            for (std::size_t c = 0; c < 3; ++c) {
-                pixel[c] = picture.bits == 8 ? bytes[3 * x + c] / 255.0 : words[3 * x + c] / 65535.0;
-            }
-        }
+        const std::vector<Rgb> row =
+            picture.bits == 8 ? Pixels(bytes) : Pixels(std::vector(words, words + bytes.size() / 2));
+        picture.pixels.insert(picture.pixels.end(), row.begin(), row.end());
     }
     return picture;
 }
