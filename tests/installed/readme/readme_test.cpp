@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Compiles the example in the README unchanged and runs it.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <string>
-
 #include "Profile.h"
+#include "abi/Library.h"
 #include "support/ByteWriter.h"
 #include "support/TempDir.h"
 
 namespace hueweave::test {
 namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
 
 /// The code block after the marker.
 std::string Example() {
@@ -24,49 +23,40 @@ std::string Example() {
     return text.substr(start + fence.size(), text.find("```", start + fence.size()) - start - fence.size());
 }
 
-struct Outcome {
-    int status;
-    std::string printed;
-};
-
-Outcome Shell(const std::string& command) {
-    std::FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return {-1, "cannot run " + command};
-    std::string printed;
-    for (int c; (c = std::fgetc(pipe)) != EOF;) printed.push_back(static_cast<char>(c));
-    return {pclose(pipe), printed};
-}
-
 class ReadmeExample : public testing::Test {
 protected:
     void SetUp() override {
-        const std::string code = Example();
-        WriteFile(dir.File("example.c"), Bytes(code.begin(), code.end()));
-        const Outcome build = Shell(std::string(HUEWEAVE_C_COMPILER) + " -std=c99 -pedantic -Wall -Wextra -Werror " +
-                                    HUEWEAVE_SANITIZER_FLAGS + " -I'" + HUEWEAVE_SOURCE_DIR + "/include' '" +
-                                    dir.File("example.c") + "' '" + HUEWEAVE_LIBRARY + "' -Wl,-rpath,$(dirname '" +
-                                    HUEWEAVE_LIBRARY + "') -o '" + dir.File("example") + "'");
-        ASSERT_EQ(build.status, 0) << build.printed;
+        const std::string code = Example(), library = HUEWEAVE_LIBRARY;
+        WriteFile(dir_.File("example.c"), Bytes(code.begin(), code.end()));
+        ASSERT_EQ(
+            OutputOfTool(std::string(HUEWEAVE_C_COMPILER) + " -std=c99 -pedantic -Wall -Wextra -Werror " +
+                         HUEWEAVE_SANITIZER_FLAGS + " -I'" + HUEWEAVE_SOURCE_DIR + "/include' '" + program_ + ".c' '" +
+                         library + "' -Wl,-rpath,$(dirname '" + library + "') -o '" + program_ + "' 2>&1"),
+            "");
     }
-    const TempDir dir;
+    /// What the example prints for a profile, and its exit status.
+    std::string Run(const std::string& profile) const {
+        return OutputOfTool("'" + program_ + "' '" + dir_.File(profile) + "' 2>&1; echo \"status $?\"");
+    }
+
+    const TempDir dir_;
+    const std::string program_ = dir_.File("example");
 };
 
 TEST_F(ReadmeExample, ConvertsThreePixels) {
-    WriteFile(dir.File("scanner.icc"), demo::ScannerProfile());
-    const Outcome run = Shell("'" + dir.File("example") + "' '" + dir.File("scanner.icc") + "'");
-    EXPECT_EQ(run.status, 0);
+    WriteFile(dir_.File("scanner.icc"), demo::ScannerProfile());
+    const std::string printed = Run("scanner.icc");
+    EXPECT_THAT(printed, EndsWith("status 0\n"));
     std::size_t lines = 0;
-    for (std::size_t at = run.printed.find("sRGB "); at != std::string::npos; at = run.printed.find("sRGB ", at + 1)) {
-        ++lines;
-    }
-    EXPECT_EQ(lines, 3U) << run.printed;
-    EXPECT_EQ(run.printed.find("sRGB 128 128 128"), std::string::npos) << "nothing was converted: " << run.printed;
+    for (std::size_t at = 0; (at = printed.find("sRGB ", at)) != std::string::npos; ++at) ++lines;
+    EXPECT_EQ(lines, 3U) << printed;
+    EXPECT_THAT(printed, Not(HasSubstr("sRGB 128 128 128"))) << "nothing was converted";
 }
 
 TEST_F(ReadmeExample, NamesAProfileThatIsNotThere) {
-    const Outcome run = Shell("'" + dir.File("example") + "' '" + dir.File("missing.icc") + "'");
-    EXPECT_NE(run.status, 0);
-    EXPECT_NE(run.printed.find("missing.icc: no profile that can be used"), std::string::npos) << run.printed;
+    const std::string printed = Run("missing.icc");
+    EXPECT_THAT(printed, HasSubstr("missing.icc: no profile that can be used"));
+    EXPECT_THAT(printed, Not(EndsWith("status 0\n")));
 }
 
 TEST(Readme, ShowsAnExampleOfFifteenLines) {

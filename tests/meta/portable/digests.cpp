@@ -2,14 +2,10 @@
 // Prints a digest of every table that an engine builds and of every file that it writes, one per line. Two builds of
 // the library agree bit for bit if this program prints the same for both. It links only the core, so that it runs under
 // an emulator; its profiles are computed in integers only.
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "color/CLCH.h"
 #include "engine/CIccEngineS.h"

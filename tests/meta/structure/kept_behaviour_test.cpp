@@ -1,14 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Every row of docs/kept-behaviour.md names a test, and every test named there exists.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
-#include <string>
-#include <vector>
 
 namespace {
 
