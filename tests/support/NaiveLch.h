@@ -59,28 +59,26 @@ inline Triple NaiveXYZ(const Triple& lab, const Triple& white) {
     return {x * (white[0] / 65535.0), y * (white[1] / 65535.0), z * (white[2] / 65535.0)};
 }
 
-/// Linear R, G, B of 0 to 255 from absolute X, Y, Z.
-inline Triple NaiveRGB(const Triple& xyz, int space) {
-    const auto& m = kNaiveMatrices[space].toRGB;
-    Triple rgb{};
+inline Triple NaiveProduct(const std::array<double, 9>& m, const Triple& v) {
+    Triple product{};
     for (std::size_t row = 0; row < 3; ++row) {
-        const double sum = m[row * 3] * xyz[0] + m[row * 3 + 1] * xyz[1] + m[row * 3 + 2] * xyz[2];
-        rgb[row] = std::clamp(sum * 255.0, 0.0, 255.0);
+        product[row] = m[row * 3] * v[0] + m[row * 3 + 1] * v[1] + m[row * 3 + 2] * v[2];
     }
-    return rgb;
+    return product;
 }
 
+/// Linear R, G, B of 0 to 255.
 inline Triple NaiveLabToRGB(const Triple& lab, const Triple& white, int space) {
-    return NaiveRGB(NaiveXYZ(lab, white), space);
+    Triple rgb = NaiveProduct(kNaiveMatrices[space].toRGB, NaiveXYZ(lab, white));
+    for (double& channel : rgb) channel = std::clamp(channel * 255.0, 0.0, 255.0);
+    return rgb;
 }
 
 /// X, Y, Z as ratios to the white, from linear R, G, B.
 inline Triple NaiveRatios(const Triple& rgb, const Triple& white, int space) {
-    const auto& m = kNaiveMatrices[space].toXYZ;
-    Triple ratios{};
-    for (std::size_t row = 0; row < 3; ++row) {
-        const double sum = m[row * 3] * rgb[0] + m[row * 3 + 1] * rgb[1] + m[row * 3 + 2] * rgb[2];
-        ratios[row] = static_cast<double>(static_cast<float>(sum)) / (white[row] / 65535.0 * 255.0);
+    Triple ratios = NaiveProduct(kNaiveMatrices[space].toXYZ, rgb);
+    for (std::size_t i = 0; i < 3; ++i) {
+        ratios[i] = static_cast<double>(static_cast<float>(ratios[i])) / (white[i] / 65535.0 * 255.0);
     }
     return ratios;
 }

@@ -15,17 +15,19 @@ double Finite(double value) { return std::isfinite(value) ? value : 0.0; }
 
 /// One pixel through the stages, one after the other.
 std::array<std::uint32_t, 3> ConvertPixel(const ReferenceEngine& engine, const std::array<std::size_t, 3>& sample) {
-    const std::uint32_t packed[3] = {engine.in[0].at(sample[0]), engine.in[1].at(sample[1]),
-                                     engine.in[2].at(sample[2])};
-    const auto fraction = [&](std::size_t c) { return static_cast<int>(packed[c] % 65536); };
-    const int fR = fraction(0), fG = fraction(1), fB = fraction(2);
-    const std::size_t cell = (packed[0] / 65536 * 16 + packed[1] / 65536) * 16 + packed[2] / 65536;
-    const std::size_t record = TetrahedronOf(fR, fG, fB);
+    std::size_t cell = 0;
+    std::array<std::int64_t, 3> fraction{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::uint32_t packed = engine.in[axis].at(sample[axis]);
+        cell = cell * 16 + packed / 65536;
+        fraction[axis] = packed % 65536;
+    }
+    const auto [r, g, b] = fraction;
+    const std::size_t record = TetrahedronOf(static_cast<double>(r), static_cast<double>(g), static_cast<double>(b));
     std::array<std::uint32_t, 3> result{};
     for (std::size_t c = 0; c < 3; ++c) {
         const auto& k = engine.cells.at(cell)[record][c];
-        const std::int64_t sum =
-            std::int64_t{k[0]} + std::int64_t{fR} * k[1] + std::int64_t{fG} * k[2] + std::int64_t{fB} * k[3];
+        const std::int64_t sum = k[0] + r * k[1] + g * k[2] + b * k[3];
         result[c] = engine.out[c].at(static_cast<std::size_t>(sum / 4096));
     }
     return result;

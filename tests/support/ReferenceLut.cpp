@@ -96,19 +96,13 @@ std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
 }  // namespace
 
 ReferenceLut AsReference(const LutContents& lut) {
-    return {lut.inputs,
-            lut.outputs,
-            lut.points,
-            lut.inputEntries,
-            lut.outputEntries,
-            {lut.input.begin(), lut.input.end()},
-            {lut.grid.begin(), lut.grid.end()},
-            {lut.output.begin(), lut.output.end()}};
+    const auto ints = [](const auto& words) { return std::vector<int>(words.begin(), words.end()); };
+    return {lut.inputs,        lut.outputs,     lut.points,     lut.inputEntries,
+            lut.outputEntries, ints(lut.input), ints(lut.grid), ints(lut.output)};
 }
 
 std::optional<ReferenceLut> DecodeLutTag(const Bytes& block) {
-    const std::string type(block.begin(),
-                           block.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(4, block.size())));
+    const std::string type = SignatureText(Big32At(block, 0));
     if (type == "mft2") return DecodeMft2(block);
     if (type == "mAB ") return DecodeMftAb(block);
     return std::nullopt;

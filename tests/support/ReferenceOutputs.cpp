@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <numeric>
 
 #include "support/ReferenceUnits.h"
 
@@ -21,18 +22,11 @@ double Srgb(double x) { return (std::pow(x, 0.4167) * 1.055 - 0.055) * 65535.0; 
 
 int ToneOf(Form form, int i) {
     const double x = i / 65535.0;
-    switch (form) {
-        case Form::Gamma180:
-            return ByteOf(std::pow(x, 0.5556) * 65535.0);
-        case Form::Gamma180_16:
-            return static_cast<int>(std::pow(x, 0.5556) * 65535.0 + 0.5);
-        case Form::Srgb:
-            return ByteOf(0.00304 > x ? x * 65535.0 * 12.92 : Srgb(x));
-        default:
-            break;  // Srgb_16
-    }
-    if (0.00304 > x) return static_cast<int>(x * 65535.0 * 12.92);
-    return static_cast<int>(Srgb(x) + 0.5);
+    const bool gamma = form == Form::Gamma180 || form == Form::Gamma180_16;
+    const bool straight = !gamma && 0.00304 > x;
+    const double tone = (straight ? x * 65535.0 * 12.92 : gamma ? std::pow(x, 0.5556) * 65535.0 : Srgb(x));
+    if (form == Form::Gamma180 || form == Form::Srgb) return ByteOf(tone);
+    return static_cast<int>(straight ? tone : tone + 0.5);
 }
 
 /// The effect of a form: the mode, the number of tables that it shifts to 8 bits, the bit that it inverts in those of a
@@ -75,7 +69,8 @@ constexpr KodakLaw kKodak[] = {kPhoto, kPhoto, kMix, kMix16, kText, kText};
 
 ReferenceCurves::ReferenceCurves() {
     for (auto& row : curve) {
-        for (int i = 0; i < 4096; ++i) row.push_back(i);
+        row.resize(4096);
+        std::iota(row.begin(), row.end(), 0);
     }
 }
 
@@ -119,7 +114,7 @@ void ReferenceOutputs::Reset() {
     curve = ReferenceCurves().curve;
     for (auto& row : table) {
         row.resize(65536);
-        for (int i = 0; i < 65536; ++i) row[AsIndex(i)] = i;
+        std::iota(row.begin(), row.end(), 0);
     }
 }
 

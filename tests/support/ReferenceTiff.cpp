@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 
 namespace hueweave::test {
 namespace {
@@ -25,10 +26,9 @@ std::uint32_t Number(const Bytes& bytes, std::size_t at, std::size_t width) {
 /// The items of a strip array: bytes and shorts keep their width, all other types are read as 32-bit words.
 std::vector<std::uint32_t> StripItems(const ReferenceTag& tag) {
     Bytes bytes;
-    if (tag.Size() > 4) {
-        if (tag.data) bytes = *tag.data;
-    } else {
-        for (int i = 0; i < tag.Size(); ++i) bytes.push_back(static_cast<unsigned char>(tag.value >> 8 * i));
+    if (tag.Size() > 4) bytes = tag.data.value_or(bytes);
+    for (int i = 0; tag.Size() <= 4 && i < tag.Size(); ++i) {
+        bytes.push_back(static_cast<unsigned char>(tag.value >> 8 * i));
     }
     const int announced = WidthOf(tag.type);
     const std::size_t width = announced == 1 ? 1 : announced == 2 ? 2 : 4;
@@ -47,10 +47,10 @@ public:
         if (place >= 0) at_ = static_cast<std::size_t>(place);
     }
     Bytes Read(std::size_t n) {
-        Bytes bytes(n, 0);
-        const std::size_t there = std::min(n, Left());
-        for (std::size_t i = 0; i < there; ++i) bytes[i] = file_[at_ + i];
-        at_ += there;
+        const auto from = file_.begin() + static_cast<std::ptrdiff_t>(file_.size() - Left());
+        Bytes bytes(from, from + static_cast<std::ptrdiff_t>(std::min(n, Left())));
+        at_ += bytes.size();
+        bytes.resize(n);
         return bytes;
     }
     std::size_t Left() const { return at_ < file_.size() ? file_.size() - at_ : 0; }
@@ -127,9 +127,9 @@ void ReferenceTiff::ReadTag(Stream& stream, ReferenceTag tag, std::size_t& used)
 }
 
 void ReferenceTiff::ReadImage(Stream& stream) {
+    if (!Find(273)) return;
     const std::uint32_t width = ValueOf(256), height = ValueOf(257), rows = ValueOf(278), bits = ValueOf(258);
     const auto planar = static_cast<std::int32_t>(ValueOf(284));
-    if (!Find(273)) return;
     if (rows != height) {
         ReadStrips(stream);
     } else if (planar <= 1) {
@@ -146,11 +146,7 @@ void ReferenceTiff::ReadImage(Stream& stream) {
 /// The `n` bytes at `offset` become the image.
 void ReferenceTiff::Attach(Stream& stream, std::int64_t offset, std::uint32_t n) {
     ReferenceTag& strip = *Find(273);
-    if (strip.lost) {
-        strip.count = 1;
-        strip.type = 4;
-        strip.lost = false;
-    }
+    if (strip.lost) strip = {273, 4, 1, strip.value, {}, false};
     strip.data.reset();
     if (n > 2 * stream.Size() + kRoom) return;
     stream.Seek(offset);
@@ -163,10 +159,9 @@ void ReferenceTiff::ReadStrips(Stream& stream) {
     const std::vector<std::uint32_t> places = StripItems(offsets);
     const std::vector<std::uint32_t> sizes = counts ? StripItems(*counts) : std::vector<std::uint32_t>();
     const std::size_t n = std::min({std::size_t{offsets.count}, places.size(), sizes.size()});
-    std::uint64_t total = 0;
-    for (std::size_t i = 0; i < n; ++i) total += sizes[i];
+    std::uint64_t total = std::accumulate(sizes.begin(), sizes.begin() + static_cast<std::ptrdiff_t>(n), 0ULL);
+    offsets = {273, 4, 1, offsets.value, {}, false};
     if (total > 2 * stream.Size() + kRoom) {
-        offsets.data.reset();
         total = 0;
     } else {
         ByteWriter image;
@@ -176,9 +171,6 @@ void ReferenceTiff::ReadStrips(Stream& stream) {
         }
         offsets.data = image.Done();
     }
-    offsets.count = 1;
-    offsets.type = 4;
-    offsets.lost = false;
     if (counts) *counts = {279, 3, 1, static_cast<std::uint32_t>(total), {}, false};
     if (ReferenceTag* rows = Find(278)) rows->value = ValueOf(257);
 }
@@ -198,12 +190,10 @@ void ReferenceTiff::Pack(std::int64_t width, std::int64_t height, std::size_t sa
         return;
     }
     Bytes packed;
-    for (std::uint64_t i = 0; i < pixels; ++i) {
-        for (std::size_t plane = 0; plane < count; ++plane) {
-            for (std::size_t b = 0; b < sampleBytes; ++b) {
-                const std::uint64_t at = (plane * pixels + i) * sampleBytes + b;
-                packed.push_back(at < planes.size() ? planes[at] : 0);
-            }
+    for (std::uint64_t sample = 0; sample < pixels * count; ++sample) {
+        for (std::size_t b = 0; b < sampleBytes; ++b) {
+            const std::uint64_t at = (sample % count * pixels + sample / count) * sampleBytes + b;
+            packed.push_back(at < planes.size() ? planes[at] : 0);
         }
     }
     strip.data = packed;

@@ -5,15 +5,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <utility>
+#include <numeric>
 
 namespace hueweave::test {
 
 namespace {
 
 unsigned short LowWord(long long value) { return static_cast<unsigned short>(value & 0xffff); }
-
-int ShiftFor(int size) { return size == 17 ? 12 : size == 9 ? 13 : 11; }
 
 /// Truncated toward zero; NaN is 0, and values outside the range of int become its limits.
 int ToInt(double value) {
@@ -59,10 +57,10 @@ void ReferenceInput::Load(const ReferenceLut& lut, int space) {
     if (lut.inputEntries > 2) {
         step = 65535.0 / (lut.inputEntries - 1);
         std::size_t next = 0;
-        for (std::size_t c = 0; c < AsIndex(lut.inputs); ++c) {
-            for (std::size_t n = 0; n < AsIndex(lut.inputEntries); ++n) curve[c][n] = lut.input[next++];
-        }
         for (std::size_t c = 0; c < 3; ++c) {
+            for (int n = 0; c < AsIndex(lut.inputs) && n < lut.inputEntries; ++n) {
+                curve[c][AsIndex(n)] = lut.input[next++];
+            }
             for (int v = 0; v < 65535; ++v) table[c][AsIndex(v)] = ReferenceCurvePoint(curve[c], step, v);
             table[c][65535] = curve[c][AsIndex(lut.inputEntries - 1)];
         }
@@ -70,7 +68,7 @@ void ReferenceInput::Load(const ReferenceLut& lut, int space) {
         step = 16.003663003663004;
         for (std::size_t c = 0; c < AsIndex(lut.inputs); ++c) {
             for (int n = 0; n < 4096; ++n) curve[c][AsIndex(n)] = 16 * n;
-            for (int n = 0; n < 65536; ++n) table[c][AsIndex(n)] = n;
+            std::iota(table[c].begin(), table[c].end(), 0);
         }
     }
     if (space == 1) return;
@@ -118,7 +116,7 @@ int ReferenceInput::Run(int code, const Bytes& source, int pixels, Words& work) 
 
 void ReferenceGrid::SetSize(int size) {
     points = size;
-    shift = ShiftFor(size);
+    shift = size == 17 ? 12 : size == 9 ? 13 : 11;
     mask = (1 << shift) - 1;
 }
 
@@ -185,7 +183,7 @@ std::array<unsigned short, 7> ReferenceGrid::InterpolateFixed(int x, int y, int 
 ReferenceNode ReferenceGrid::InterpolateFloat(int x, int y, int z) const {
     const int values[3] = {x, y, z};
     std::array<int, 3> cell{};
-    double f[3];
+    Triple f{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         cell[axis] = static_cast<int>(values[axis] / step);
         f[axis] = (values[axis] - positions[AsIndex(cell[axis])]) / step;
@@ -194,8 +192,8 @@ ReferenceNode ReferenceGrid::InterpolateFloat(int x, int y, int z) const {
     ReferenceNode result{};
     for (std::size_t c = 0; c < 7; ++c) {
         const auto e = Edges(cell, tetrahedron, c);
-        const double sum =
-            static_cast<double>(e[1]) * f[0] + static_cast<double>(e[2]) * f[1] + static_cast<double>(e[3]) * f[2];
+        double sum = 0;
+        for (std::size_t axis = 0; axis < 3; ++axis) sum += static_cast<double>(e[1 + axis]) * f[axis];
         result[c] = static_cast<int>(sum) + static_cast<int>(e[0]);
     }
     return result;

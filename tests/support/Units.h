@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <algorithm>
 #include <memory>
-#include <vector>
 
 #include "iccfile/LutTags.h"
 #include "support/ReferenceLut.h"
@@ -41,7 +39,7 @@ inline void Fill(ICC40::ICCFILE::CLut16Type& tag, const ReferenceLut& lut) {
     tag.outputEnt = static_cast<std::uint16_t>(lut.outputEntries);
     const auto copy = [](const std::vector<int>& values) {
         auto table = std::make_unique<std::uint16_t[]>(values.size());
-        for (std::size_t n = 0; n < values.size(); ++n) table[n] = static_cast<std::uint16_t>(values[n]);
+        std::copy(values.begin(), values.end(), table.get());
         return table;
     };
     tag.inputTable = copy(lut.input);
