@@ -43,41 +43,41 @@ constexpr Layout kLayouts[] = {
     {"pair", "Rows/Strip: 16", 36, 32},
 };
 
-class RealTiffTest : public testing::TestWithParam<Layout> {
-protected:
-    void Check(const Width& width) {
-        const Layout layout = GetParam();
-        const std::string bits = std::to_string(width.bits);
-        const std::string source = Input(std::string(layout.name) + "-" + bits + ".tif");
-        ASSERT_THAT(OutputOfTool("tiffinfo '" + source + "' 2>&1"), HasSubstr(layout.mark));
-        const Library library;
-        const EngineApi engine(library, "");
-        ASSERT_EQ(engine.SetProfile(Input("scanner.icc").c_str(), nullptr, IntentPerceptual, width.input, width.output),
-                  width.output);
-        const TempDir dir;
-        const std::string dest = dir.File("converted.tif");
-        EXPECT_EQ(engine.ConvertFile(source.c_str(), dest.c_str()), width.output);
+void Check(const Layout& layout, const Width& width) {
+    const std::string bits = std::to_string(width.bits);
+    const std::string source = Input(std::string(layout.name) + "-" + bits + ".tif");
+    ASSERT_THAT(OutputOfTool("tiffinfo '" + source + "' 2>&1"), HasSubstr(layout.mark));
+    const Library library;
+    const EngineApi engine(library, "");
+    ASSERT_EQ(engine.SetProfile(Input("scanner.icc").c_str(), nullptr, IntentPerceptual, width.input, width.output),
+              width.output);
+    const TempDir dir;
+    const std::string dest = dir.File("converted.tif");
+    EXPECT_EQ(engine.ConvertFile(source.c_str(), dest.c_str()), width.output);
 
-        const std::string info = OutputOfTool("tiffinfo '" + dest + "' 2>&1");
-        EXPECT_THAT(info, HasSubstr("Image Width: " + std::to_string(layout.width) +
-                                    " Image Length: " + std::to_string(layout.height)));
-        EXPECT_THAT(info, HasSubstr("Bits/Sample: " + bits));
-        EXPECT_THAT(info, HasSubstr("Rows/Strip: " + std::to_string(layout.height)));
-        EXPECT_THAT(info, HasSubstr("Planar Configuration: single image plane"));
-        EXPECT_EQ(OutputOfTool("exiftool -s3 -ProfileDescription -ICC_Profile:all '" + dest + "' 2>&1"), "");
-        const Bytes before = PixelsByImageMagick(source, width.bits);
-        ASSERT_EQ(before.size(), static_cast<std::size_t>(layout.width * layout.height * 3 * width.bits / 8));
-        Bytes converted = before;  // by the buffer functions
-        EXPECT_EQ(engine.Convert2(converted.data(), converted.data(), layout.width * layout.height), 0);
-        EXPECT_THAT(PixelsByImageMagick(dest, width.bits), EqualsBytes(converted));
-        EXPECT_NE(before, converted);
+    const std::string info = OutputOfTool("tiffinfo '" + dest + "' 2>&1");
+    EXPECT_THAT(info, HasSubstr("Image Width: " + std::to_string(layout.width) +
+                                " Image Length: " + std::to_string(layout.height)));
+    EXPECT_THAT(info, HasSubstr("Bits/Sample: " + bits));
+    EXPECT_THAT(info, HasSubstr("Rows/Strip: " + std::to_string(layout.height)));
+    EXPECT_THAT(info, HasSubstr("Planar Configuration: single image plane"));
+    EXPECT_EQ(OutputOfTool("exiftool -s3 -ProfileDescription -ICC_Profile:all '" + dest + "' 2>&1"), "");
+    const Bytes before = PixelsByImageMagick(source, width.bits);
+    ASSERT_EQ(before.size(), static_cast<std::size_t>(layout.width * layout.height * 3 * width.bits / 8));
+    Bytes converted = before;  // by the buffer functions
+    EXPECT_EQ(engine.Convert2(converted.data(), converted.data(), layout.width * layout.height), 0);
+    EXPECT_THAT(PixelsByImageMagick(dest, width.bits), EqualsBytes(converted));
+    EXPECT_NE(before, converted);
+}
+
+TEST(TiffsByOthers, ComeOutAsConvertedInMemory) {
+    for (const Layout& layout : kLayouts) {
+        for (const Width& width : {k8, k16}) {
+            SCOPED_TRACE(testing::Message() << layout.name << ", " << width.bits << " bits");
+            Check(layout, width);
+        }
     }
-};
-
-TEST_P(RealTiffTest, EightBitsComeOutAsConvertedInMemory) { Check(k8); }
-TEST_P(RealTiffTest, SixteenBitsComeOutAsConvertedInMemory) { Check(k16); }
-INSTANTIATE_TEST_SUITE_P(MadeByOthers, RealTiffTest, testing::ValuesIn(kLayouts),
-                         [](const auto& row) { return std::string(row.param.name); });
+}
 
 /// A dense grid of device colours that exist at both widths: every 8th value of 8 bits.
 template <typename Sample>

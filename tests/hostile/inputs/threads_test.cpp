@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "engine/CIccEngineS.h"
-#include "hostile/EngineCalls.h"
+#include "hostile/EveryCall.h"
 
 namespace hueweave::test {
 namespace {
@@ -13,7 +13,7 @@ using ThreadsTest = EveryCall;
 
 TEST_F(ThreadsTest, ThreeEnginesAtOnceGiveWhatEachGivesAlone) {
     testing::internal::CaptureStdout();
-    const Bytes alone = Everything(kEngines[0], dir_.File("alone.tif"));
+    const Bytes alone = Everything("", dir_.File("alone.tif"));
     constexpr int kRounds = 4;
     std::vector<Bytes> results(3 * kRounds);
     std::vector<std::thread> threads;
@@ -21,7 +21,7 @@ TEST_F(ThreadsTest, ThreeEnginesAtOnceGiveWhatEachGivesAlone) {
         threads.emplace_back([&, e] {
             const std::string own = dir_.File("dest" + std::to_string(e) + ".tif");
             for (std::size_t round = 0; round < kRounds; ++round) {
-                results[e * kRounds + round] = Everything(kEngines[e], own);
+                results[e * kRounds + round] = Everything(kSuffixes[e], own);
             }
         });
     }

@@ -18,32 +18,22 @@ int __real_fstat(int descriptor, struct stat* status);
 
 namespace {
 
-using hueweave::test::Faults;
-using hueweave::test::Io;
-
-struct State {
-    bool armed = false;
-    Io kind = Io::Open;
-    Faults::Mode mode = Faults::Mode::Once;
-    std::uint64_t at = 0;
-    std::uint64_t count = 0;
-    bool failed = false;
-};
-State state;
+using namespace hueweave::test;
 
 bool Fails(Io kind, int error) {
-    if (!state.armed || kind != state.kind) return false;
-    ++state.count;
-    const bool fails = state.mode == Faults::Mode::OnAndOn ? state.count >= state.at : state.count == state.at;
+    if (!faultState.armed || kind != faultState.kind) return false;
+    ++faultState.count;
+    const bool fails =
+        faultState.mode == Mode::OnAndOn ? faultState.count >= faultState.at : faultState.count == faultState.at;
     if (fails) {
-        state.failed = true;
+        faultState.failed = true;
         errno = error;
     }
     return fails;
 }
 
 /// Items that a failing call still transfers.
-std::size_t Rest(std::size_t count) { return state.mode == Faults::Mode::Half ? count / 2 : 0; }
+std::size_t Rest(std::size_t count) { return faultState.mode == Mode::Half ? count / 2 : 0; }
 
 }  // namespace
 
@@ -80,12 +70,3 @@ int __wrap_fstat(int descriptor, struct stat* status) {
 }
 
 }  // extern "C"
-
-namespace hueweave::test {
-
-Faults::Faults(Io kind, Mode mode, std::uint64_t at) { state = {true, kind, mode, at, 0, false}; }
-Faults::~Faults() { Stop(); }
-void Faults::Stop() { state.armed = false; }
-bool Faults::Failed() const { return state.failed; }
-
-}  // namespace hueweave::test

@@ -9,21 +9,32 @@ namespace hueweave::test {
 
 enum class Io { Open, Read, Write, Seek, Close, Status };
 
+enum class Mode {
+    Once,     ///< only that call does nothing
+    OnAndOn,  ///< that call and all later ones do nothing
+    Half      ///< only that call transfers half of its items (Read and Write)
+};
+
+struct FaultState {
+    bool armed = false;
+    Io kind = Io::Open;
+    Mode mode = Mode::Once;
+    std::uint64_t at = 0;
+    std::uint64_t count = 0;
+    bool failed = false;
+};
+inline FaultState faultState;
+
 /// From its construction until its destruction or `Stop`, call number `at` of one kind fails.
 class Faults {
 public:
-    enum class Mode {
-        Once,     ///< only that call does nothing
-        OnAndOn,  ///< that call and all later ones do nothing
-        Half      ///< only that call transfers half of its items (Read and Write)
-    };
-    Faults(Io kind, Mode mode, std::uint64_t at);
+    Faults(Io kind, Mode mode, std::uint64_t at) { faultState = {true, kind, mode, at}; }
     Faults(const Faults&) = delete;
     Faults& operator=(const Faults&) = delete;
-    ~Faults();
+    ~Faults() { Stop(); }
 
-    void Stop();
-    bool Failed() const;
+    void Stop() { faultState.armed = false; }
+    bool Failed() const { return faultState.failed; }
 };
 
 }  // namespace hueweave::test

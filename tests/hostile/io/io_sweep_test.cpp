@@ -8,8 +8,6 @@
 namespace hueweave::test {
 namespace {
 
-using Mode = Faults::Mode;
-
 struct Fault {
     const char* name;
     Io kind;

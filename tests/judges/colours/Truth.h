@@ -94,7 +94,7 @@ public:
             cmsDoTransform(first_.get(), device.data(), &lab, 1);
             cmsDoTransform(second_.get(), &lab, result.data(), 1);
         }
-        for (double& value : result) value = std::clamp(value, 0.0, 1.0);  // keeps NaN
+        for (double& value : result) value = value < 0 ? 0 : value > 1 ? 1 : value;
         return result;
     }
     /// Compares `converted` with the reference for `pixels`. CIEDE2000 is computed through the target's own profile.

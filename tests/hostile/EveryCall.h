@@ -1,30 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "abi/Library.h"
 #include "hostile/Hostile.h"
 
 namespace hueweave::test {
 
-/// The five functions of one engine.
-struct EngineCalls {
-    decltype(&Orvix_Icc_SetProfile) SetProfile;
-    decltype(&Orvix_Icc_SetIntent) SetIntent;
-    decltype(&Orvix_Icc_Adjust) Adjust;
-    decltype(&Orvix_Icc_Convert2) Convert2;
-    decltype(&Orvix_Icc_ConvertFile) ConvertFile;
-};
-inline constexpr EngineCalls kEngines[] = {
-    {Orvix_Icc_SetProfile, Orvix_Icc_SetIntent, Orvix_Icc_Adjust, Orvix_Icc_Convert2, Orvix_Icc_ConvertFile},
-    {Orvix_Icc_SetProfile_2nd, Orvix_Icc_SetIntent_2nd, Orvix_Icc_Adjust_2nd, Orvix_Icc_Convert2_2nd,
-     Orvix_Icc_ConvertFile_2nd},
-    {Orvix_Icc_SetProfile_3rd, Orvix_Icc_SetIntent_3rd, Orvix_Icc_Adjust_3rd, Orvix_Icc_Convert2_3rd,
-     Orvix_Icc_ConvertFile_3rd}};
-
-/// Exercises all functions of one engine.
+/// Exercises all functions of one engine of the shared library.
 class EveryCall : public HostileTest {
 protected:
-    /// All results concatenated; `own` is a file for this engine alone.
-    Bytes Everything(const EngineCalls& engine, const std::string& own) const {
+    /// All results of the engine with this suffix concatenated; `own` is a file for this engine alone.
+    Bytes Everything(const char* suffix, const std::string& own) const {
+        const EngineApi engine(library_, suffix);
         Bytes results;
         const auto note = [&](std::int32_t status, const Bytes& pixels) {
             results.push_back(static_cast<unsigned char>(status));
@@ -41,10 +28,11 @@ protected:
         note(engine.ConvertFile(source_.c_str(), own.c_str()), {});
         note(0, ReadFile(own));
         note(engine.SetProfile(dir_.File("absent").c_str(), nullptr, 0, 0, 8), {});
-        note(func1(), {});
+        note(library_.Get<decltype(&func1)>("func1")(), {});
         return results;
     }
 
+    const Library library_;
     const MiniLut lut_ = SmoothLut(9);  // gets resampled
     const std::string path_ =
         Put("both.icc", MiniProfile({{"A2B0", Mft2(lut_)}, {"A2B1", MftAB(lut_)}, {"wtpt", XyzBlock(1, 2, 3)}}));
