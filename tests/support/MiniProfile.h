@@ -107,8 +107,7 @@ inline Bytes MftAB(const MiniLut& lut, bool withGrid = true) {
 
 /// A block that is parsed as an 8-bit table, which no engine accepts.
 inline Bytes Mft1() {
-    ByteWriter out;
-    out.Text("mft1").Big32(0).U8(3).U8(3).U8(2).U8(0).Fill(36).Big16(4).Big16(4);
+    ByteWriter out = TableHead("mft1", {.points = 2, .inputEntries = 4, .outputEntries = 4}, 0);
     return out.Fill(4 * 3 + 8 * 3 + 4 * 3, 0x40).Done();
 }
 

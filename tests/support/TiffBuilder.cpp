@@ -42,53 +42,37 @@ TiffBuilder& TiffBuilder::Strip(const Bytes& bytes) {
     return *this;
 }
 
-std::uint32_t TiffBuilder::DataStart() const {
-    return static_cast<std::uint32_t>(8 + firstGap_ + 2 + 12 * items_.size() + 4);
-}
-
-/// Bytes after the directory.
-std::size_t TiffBuilder::ItemBytes(const Item& item) const {
-    if (item.source == Source::AsIs) return 0;
-    if (item.source == Source::Data) return item.data.size();
-    const std::size_t bytes = strips_.size() * ArrayItemBytes(item.type);
-    return bytes > 4 ? bytes : 0;
-}
-
-std::uint32_t TiffBuilder::StripPlace(std::size_t strip) const {
-    std::size_t place = DataStart() + secondGap_;
-    for (const Item& item : items_) place += ItemBytes(item);
+std::vector<TiffBuilder::Item> TiffBuilder::ItemsFor(std::size_t firstStrip) const {
+    std::vector<std::uint32_t> places(strips_.size()), sizes(strips_.size());
     for (std::size_t i = 0; i < strips_.size(); ++i) {
-        if (backwards_ ? i > strip : i < strip) place += strips_[i].size();
+        const std::size_t next = backwards_ ? strips_.size() - 1 - i : i;
+        places[next] = static_cast<std::uint32_t>(firstStrip);
+        sizes[next] = static_cast<std::uint32_t>(strips_[next].size());
+        firstStrip += strips_[next].size();
     }
-    return static_cast<std::uint32_t>(place);
-}
-
-Bytes TiffBuilder::ItemData(const Item& item) const {
-    if (item.source == Source::Data || item.source == Source::AsIs) return item.data;
-    std::vector<std::uint32_t> values;
-    for (std::size_t i = 0; i < strips_.size(); ++i) {
-        values.push_back(item.source == Source::OffsetArray ? StripPlace(i)
-                                                            : static_cast<std::uint32_t>(strips_[i].size()));
+    TiffBuilder filled;
+    for (const Item& item : items_) {
+        if (item.strips == Strips::None) filled.Add(item);
+        if (item.strips == Strips::AtOffsets) filled.Array(item.tag, item.type, places);
+        if (item.strips == Strips::OfCounts) filled.Array(item.tag, item.type, sizes);
     }
-    return ArrayBytes(item.type, values);
+    return filled.items_;
 }
 
 Bytes TiffBuilder::Build() const {
-    ByteWriter out;
+    const std::size_t dataStart = 8 + firstGap_ + 2 + 12 * items_.size() + 4;
+    // The data of the entries are as long wherever the strips are.
+    std::size_t firstStrip = dataStart + secondGap_;
+    for (const Item& item : ItemsFor(0)) firstStrip += item.data.value_or(Bytes()).size();
+
+    ByteWriter out, blocks;
     out.Append(head_).Little32(place_.value_or(static_cast<std::uint32_t>(8 + firstGap_)));
     out.Fill(firstGap_, kGapByte);
     out.Little16(count_.value_or(static_cast<unsigned>(items_.size())));
-    ByteWriter blocks;
-    for (const Item& item : items_) {
-        const Bytes data = ItemData(item);
-        const bool strips = item.source == Source::OffsetArray || item.source == Source::CountArray;
-        const bool behind = item.source == Source::Data || (strips && data.size() > 4);
-        out.Little16(item.tag).Little16(item.type);
-        out.Little32(strips ? static_cast<std::uint32_t>(strips_.size()) : item.count);
-        out.Little32(behind   ? DataStart() + static_cast<std::uint32_t>(blocks.Size())
-                     : strips ? EntryWord(data)
-                              : item.value);
-        if (behind) blocks.Append(data);
+    for (const Item& item : ItemsFor(firstStrip)) {
+        out.Little16(item.tag).Little16(item.type).Little32(item.count);
+        out.Little32(item.data ? static_cast<std::uint32_t>(dataStart + blocks.Size()) : item.value);
+        blocks.Append(item.data.value_or(Bytes()));
     }
     out.Little32(next_).Append(blocks.Done()).Fill(secondGap_, kGapByte);
     for (std::size_t i = 0; i < strips_.size(); ++i) out.Append(strips_[backwards_ ? strips_.size() - 1 - i : i]);

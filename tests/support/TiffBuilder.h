@@ -19,11 +19,11 @@ class TiffBuilder {
 public:
     /// Twelve bytes as stored in the file.
     TiffBuilder& Entry(unsigned tag, unsigned type, std::uint32_t count, std::uint32_t value) {
-        return Add({Source::AsIs, tag, type, count, value, {}});
+        return Add({tag, type, count, value, std::nullopt});
     }
     /// An entry that points to `data`, however short they are and whatever the count says.
     TiffBuilder& Data(unsigned tag, unsigned type, std::uint32_t count, const Bytes& data) {
-        return Add({Source::Data, tag, type, count, 0, data});
+        return Add({tag, type, count, 0, data});
     }
 
     TiffBuilder& Short(unsigned tag, unsigned value) { return Entry(tag, 3, 1, value); }
@@ -49,8 +49,8 @@ public:
     TiffBuilder& Shape(std::uint32_t width, std::uint32_t height, unsigned samples, unsigned bits);
     TiffBuilder& Strip(const Bytes& bytes);
     /// Tags 273 and 279 for all strips, including those added later. Types: 1, 3 or 4.
-    TiffBuilder& StripOffsets(unsigned type = 4) { return Add({Source::OffsetArray, 273, type, 0, 0, {}}); }
-    TiffBuilder& StripByteCounts(unsigned type = 4) { return Add({Source::CountArray, 279, type, 0, 0, {}}); }
+    TiffBuilder& StripOffsets(unsigned type = 4) { return Add({273, type, 0, 0, {}, Strips::AtOffsets}); }
+    TiffBuilder& StripByteCounts(unsigned type = 4) { return Add({279, type, 0, 0, {}, Strips::OfCounts}); }
     /// Strips are stored last to first; the arrays keep their order.
     TiffBuilder& StripsBackwards() { return Set(backwards_, true); }
 
@@ -64,18 +64,14 @@ public:
     TiffBuilder& Trailer(const Bytes& bytes) { return Set(trailer_, bytes); }
 
     Bytes Build() const;
-    /// The offset of a strip in the file.
-    std::uint32_t StripPlace(std::size_t strip) const;
 
 private:
-    enum class Source { AsIs, Data, OffsetArray, CountArray };
+    enum class Strips { None, AtOffsets, OfCounts };
     struct Item {
-        Source source;
-        unsigned tag;
-        unsigned type;
-        std::uint32_t count;
-        std::uint32_t value;
-        Bytes data;
+        unsigned tag, type;
+        std::uint32_t count, value;
+        std::optional<Bytes> data;     ///< none: the entry holds `value`
+        Strips strips = Strips::None;  ///< an array that is known when the file is built
     };
     TiffBuilder& Add(Item item) {
         items_.push_back(std::move(item));
@@ -87,9 +83,8 @@ private:
         return *this;
     }
     TiffBuilder& Array(unsigned tag, unsigned type, const std::vector<std::uint32_t>& values);
-    std::size_t ItemBytes(const Item& item) const;
-    Bytes ItemData(const Item& item) const;
-    std::uint32_t DataStart() const;
+    /// With the arrays of strips, of which the first in the file is at `firstStrip`.
+    std::vector<Item> ItemsFor(std::size_t firstStrip) const;
 
     Bytes head_{0x49, 0x49, 0x2a, 0x00};
     std::vector<Item> items_;

@@ -2,6 +2,7 @@
 // Prints a digest of every table that an engine builds and of every file that it writes, one per line. Two builds of
 // the library agree bit for bit if this program prints the same for both. It links only the core, so that it runs under
 // an emulator; its profiles are computed in integers only.
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -90,8 +91,7 @@ void DigestColours() {
     Digest digest;
     CLCH color(63195.0, 65535.0, 54073.0);
     const auto add = [&digest](double value) {
-        std::uint64_t bits = 0;
-        std::memcpy(&bits, &value, sizeof bits);
+        const auto bits = std::bit_cast<std::uint64_t>(value);
         digest.Word(static_cast<std::uint32_t>(bits));
         digest.Word(static_cast<std::uint32_t>(bits >> 32));
     };
