@@ -10,7 +10,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <span>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/FileHandle.h"
@@ -51,9 +54,10 @@ inline FileHandle StreamOf(const Bytes& bytes) {
     return stream;
 }
 
-/// The bytes that `write` writes to an empty file.
-inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write) {
-    const FileHandle stream(std::tmpfile());
+/// A file of these bytes, after `write` has written from its end on.
+inline Bytes WrittenBy(const std::function<void(std::FILE*)>& write, const Bytes& before = {}) {
+    const FileHandle stream = StreamOf(before);
+    std::fseek(stream.get(), 0, SEEK_END);
     write(stream.get());
     std::fseek(stream.get(), 0, SEEK_END);
     Bytes bytes(static_cast<std::size_t>(std::ftell(stream.get())));
@@ -100,15 +104,26 @@ public:
     explicit TiffOf(const TiffBuilder& file) : TiffOf(file.Build()) {}
 };
 
+/// An image whose tags are made by the test, where it says how.
+class TiffWithFactory : public CTiff {
+public:
+    std::function<std::unique_ptr<TiffTag>(unsigned word, unsigned count, unsigned value, std::FILE* f)> make;
+    std::unique_ptr<TiffTag> CreateTag(unsigned word, unsigned count, unsigned value, std::FILE* f) override {
+        return make ? make(word, count, value, f) : CTiff::CreateTag(word, count, value, f);
+    }
+};
+
 /// A tag's data; empty if it has none.
 inline Bytes DataOf(const TiffTag& tag) {
     return tag.data ? Bytes(tag.data.get(), tag.data.get() + tag.dataSize) : Bytes();
 }
-inline Bytes DataOf(const Tiff& tiff, unsigned tag) {
+/// The first tag of a signature, which must exist.
+inline const TiffTag& Found(const Tiff& tiff, unsigned tag) {
     const TiffTag* found = tiff.GetTag(Sig(tag));
-    EXPECT_NE(found, nullptr) << "tag " << tag;
-    return found ? DataOf(*found) : Bytes();
+    if (found == nullptr) throw std::runtime_error("no tag " + std::to_string(tag));
+    return *found;
 }
+inline Bytes DataOf(const Tiff& tiff, unsigned tag) { return DataOf(Found(tiff, tag)); }
 inline Bytes Image(const Tiff& tiff) { return DataOf(tiff, 273); }
 
 /// The standard output of `action`.
@@ -136,12 +151,7 @@ inline std::ostream& operator<<(std::ostream& out, const Fields& f) {
     return out << f.tag << ": type " << f.type << ", count " << f.count << ", value " << f.value;
 }
 inline Fields FieldsOf(const TiffTag& tag) { return {tag.tag, tag.type, tag.count, tag.value}; }
-inline Fields FieldsOf(const Tiff& tiff, unsigned tag) {
-    const TiffTag* found = tiff.GetTag(Sig(tag));
-    EXPECT_NE(found, nullptr) << "tag " << tag;
-    return found ? FieldsOf(*found) : Fields{};
-}
-
+inline Fields FieldsOf(const Tiff& tiff, unsigned tag) { return FieldsOf(Found(tiff, tag)); }
 inline std::vector<Fields> AllFields(const Tiff& tiff) {
     std::vector<Fields> all;
     for (const auto& tag : tiff.tags) all.push_back(FieldsOf(*tag));
@@ -162,49 +172,58 @@ inline std::vector<Fields> EntriesOf(const Bytes& file) {
     }
     return entries;
 }
-/// Checks that a file is read as by the plain reference: entries, data and image, and the file that a save writes.
-inline void ExpectAsReference(const Bytes& file) {
-    Tiff tiff;
-    ReferenceTiff reference;
-    ASSERT_EQ(ReadFrom(tiff, file), reference.Read(file));
-    ASSERT_EQ(tiff.tags.size(), reference.tags.size());
-    for (std::size_t i = 0; i < tiff.tags.size(); ++i) {
-        const ReferenceTag& expected = reference.tags[i];
-        EXPECT_EQ(FieldsOf(*tiff.tags[i]),
-                  (Fields{expected.tag, static_cast<int>(expected.type), expected.count, expected.value}));
-        EXPECT_EQ(tiff.tags[i]->data != nullptr, expected.data.has_value()) << "tag " << expected.tag;
-        EXPECT_THAT(DataOf(*tiff.tags[i]), EqualsBytes(expected.data.value_or(Bytes()))) << "tag " << expected.tag;
-    }
-    EXPECT_THAT(Saved(tiff), EqualsBytes(reference.Save()));
-}
-struct NamedFile {
-    std::string name;
-    TiffBuilder file;
-};
-inline void ExpectAsReference(const std::vector<NamedFile>& files) {
-    for (const NamedFile& row : files) {
-        SCOPED_TRACE(row.name);
-        ExpectAsReference(row.file.Build());
-    }
-}
-/// Adds the IFD entries of a written file like a read does, without the image.
-inline void AddEntries(Tiff& tiff, const Bytes& file, std::FILE* stream) {
-    for (const Fields& entry : EntriesOf(file)) {
-        tiff.AddTags(Word(static_cast<unsigned>(entry.type), entry.tag), entry.count, entry.value, stream);
-    }
-}
 inline Fields EntryOf(const Bytes& file, unsigned tag) {
     for (const Fields& fields : EntriesOf(file)) {
         if (fields.tag == tag) return fields;
     }
-    ADD_FAILURE() << "no entry " << tag;
-    return {};
+    throw std::runtime_error("no entry " + std::to_string(tag));
 }
 
+/// A file, and what a failure calls it.
+struct NamedFile {
+    NamedFile(std::string called, Bytes bytes) : name(std::move(called)), file(std::move(bytes)) {}
+    NamedFile(std::string called, const TiffBuilder& built) : NamedFile(std::move(called), built.Build()) {}
+    std::string name;
+    Bytes file;
+};
+/// Compares many bytes quickly, and one by one to report a difference.
+inline void ExpectBytes(const Bytes& bytes, const Bytes& expected) {
+    if (bytes == expected) return;
+    EXPECT_THAT(bytes, EqualsBytes(expected));
+}
+/// Checks that files are read as by the plain reference: status, entries, their values and data and the image, before a
+/// save and after it, and the file that a save writes.
+inline void ExpectAsReference(const std::vector<NamedFile>& files) {
+    for (const auto& [name, file] : files) {
+        SCOPED_TRACE(name);
+        Tiff tiff;
+        ReferenceTiff reference;
+        EXPECT_EQ(ReadFrom(tiff, file), reference.Read(file));
+        for (const bool saved : {false, true}) {
+            ASSERT_EQ(tiff.tags.size(), reference.tags.size());
+            for (std::size_t i = 0; i < tiff.tags.size(); ++i) {
+                const TiffTag& tag = *tiff.tags[i];
+                const ReferenceTag& expected = reference.tags[i];
+                SCOPED_TRACE(testing::Message() << "entry " << i << ", tag " << tag.tag << (saved ? ", saved" : ""));
+                EXPECT_EQ(FieldsOf(tag),
+                          (Fields{expected.tag, static_cast<int>(expected.type), expected.count, expected.value}));
+                EXPECT_EQ(tag.data != nullptr, expected.data.has_value());
+                ExpectBytes(DataOf(tag), expected.data.value_or(Bytes()));
+                EXPECT_EQ(tag.GetValue(), expected.Value());
+                EXPECT_EQ(tag.Size(), expected.Size());
+                EXPECT_EQ(tag.ValueIsOffset(), expected.Size() > 4);
+            }
+            ExpectBytes(Saved(tiff), reference.Save());
+        }
+        if (testing::Test::HasFailure()) return;  // one file is enough to read
+    }
+}
+
+/// Up to `count` bytes.
 inline Bytes Part(const Bytes& bytes, std::size_t from, std::size_t count) {
-    const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(from, bytes.size()));
-    return Bytes(begin,
-                 begin + static_cast<std::ptrdiff_t>(std::min(count, static_cast<std::size_t>(bytes.end() - begin))));
+    const auto rest = std::span(bytes).subspan(std::min(from, bytes.size()));
+    const auto part = rest.first(std::min(count, rest.size()));
+    return Bytes(part.begin(), part.end());
 }
 /// The part of a written file from the image to the end.
 inline Bytes FromImage(const Bytes& file) { return Part(file, EntryOf(file, 273).value, file.size()); }
@@ -218,15 +237,5 @@ inline Bytes Joined(const std::vector<Bytes>& parts) {
     for (const Bytes& part : parts) out.Append(part);
     return out.Done();
 }
-
-/// A tag that counts the destroyed tags of its class.
-class MortalTag : public TiffTag {
-public:
-    MortalTag(unsigned signature, int& deaths) : TiffTag(Sig(signature)), deaths_(deaths) {}
-    ~MortalTag() override { ++deaths_; }
-
-private:
-    int& deaths_;
-};
 
 }  // namespace hueweave::test

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // An image and its geometry: read from a file, newly made, and with a caller's buffer.
-#include <iostream>
 #include <stdexcept>
 
 #include "unit/tiff/TiffFixture.h"
@@ -9,7 +8,6 @@ namespace hueweave::test {
 namespace {
 
 const std::string kNoRawFile = "*** CTiff::CreateNew() --> Create File Fail *** \n";
-const std::string kUnknownError = "*** CTiff::ReadFile() --> unknown Error. ***\n";
 
 using Numbers = std::vector<int>;
 /// Width, height, samples, bits, bytes per row, resolution.
@@ -23,23 +21,15 @@ std::string ReadIn(CTiff& tiff, const Bytes& file) {
     WriteFile(dir.File("in.tif"), file);
     return Printed([&] { EXPECT_EQ(tiff.ReadFile(dir.File("in.tif").c_str()), 0); });
 }
-std::string ReadMissing(CTiff& tiff) {
-    return Printed([&] { EXPECT_EQ(tiff.ReadFile("/no such.tif"), 0); });
-}
 
 /// 7 x 5 pixels with a different number in every tag; one tag may be left out.
 Bytes Without(unsigned absent) {
     TiffBuilder tiff;
-    const auto put = [&](unsigned tag, unsigned value) {
+    for (const auto& [tag, value] : {std::pair{256U, 7U}, {257U, 5U}, {258U, 16U}, {277U, 3U}, {296U, 4U}}) {
         if (tag != absent) tiff.Long(tag, value);
-    };
-    put(256, 7);
-    put(257, 5);
-    put(258, 16);
-    put(277, 3);
+    }
     if (absent != 282) tiff.Rational(282, 600, 2);
     if (absent != 283) tiff.Rational(283, 144, 2);
-    put(296, 4);
     tiff.Long(278, 5).StripOffsets().StripByteCounts();
     return tiff.Strip(CountingBytes(210)).Build();
 }
@@ -72,8 +62,7 @@ TEST(CTiff, ReadsEachNumberFromItsTag) {
 TEST(CTiff, RoundsTheBytesOfARowUpOnceAndCutsThemToThirtyTwoBits) {
     struct Row {
         std::uint32_t width;
-        unsigned samples;
-        unsigned bits;
+        unsigned samples, bits;
         int rowBytes;
     };
     for (const auto& [width, samples, bits, rowBytes] :
@@ -115,54 +104,43 @@ TEST(CTiff, IsAllNewAfterASecondRead) {
     EXPECT_EQ(NumbersOf(tiff), (Numbers{0, 9, 0, 0, 0, 0}));
 }
 
-/// An image whose tags can be made to fail.
-class Fragile : public CTiff {
-public:
-    std::function<void()> fail;
-    std::unique_ptr<TiffTag> CreateTag(unsigned word, unsigned count, unsigned value, std::FILE* f) override {
-        if (fail) fail();
-        return CTiff::CreateTag(word, count, value, f);
-    }
-};
-
 TEST(CTiff, PrintsALineForAFailedReadAndKeepsTheNumbersButNoImage) {
-    const std::string missing = "*** /no such.tif Open Error. ***\n";
-    const auto reading = [](std::function<void()> fail) {
-        return [fail](Fragile& tiff) {
-            tiff.fail = fail;
-            return ReadIn(tiff, Without(0));
-        };
-    };
-    const auto named = [](const char* name) {
-        return [name](Fragile& tiff) { return Printed([&] { EXPECT_EQ(tiff.ReadFile(name), 0); }); };
-    };
-    const std::vector<std::pair<std::function<std::string(Fragile&)>, std::string>> rows{
-        {[](Fragile& tiff) { return ReadMissing(tiff); }, missing},
-        {named(""), "***  Open Error. ***\n"},
-        {named(nullptr), "***  *** Tiff::ReadFile() --> FileName is NULL. ***  Open Error. ***\n"},
-        {reading([] { throw "words of its own"; }), "*** words of its own Open Error. ***\n"},
-        {reading([] { throw std::runtime_error("hidden"); }), kUnknownError},
-        {reading([] { throw 7; }), kUnknownError}};
-    for (const auto& [failingRead, line] : rows) {
-        Fragile tiff;
+    const auto expectFailure = [](const std::function<std::string(TiffWithFactory&)>& failingRead,
+                                  const std::string& line) {
+        TiffWithFactory tiff;
         EXPECT_EQ(ReadIn(tiff, Without(0)), "");
         ASSERT_NE(tiff.imageBuf, nullptr);
         EXPECT_EQ(failingRead(tiff), line);
         EXPECT_EQ(NumbersOf(tiff), kWhole) << line;
         EXPECT_TRUE(tiff.tags.empty());
         EXPECT_EQ(tiff.imageBuf, nullptr) << "the image went with its tag";
-    }
+    };
+    const auto named = [&](const char* name, const std::string& line) {
+        expectFailure([&](CTiff& tiff) { return Printed([&] { EXPECT_EQ(tiff.ReadFile(name), 0); }); }, line);
+    };
+    const auto throwing = [&](auto thrown, const std::string& line) {
+        expectFailure(
+            [&](TiffWithFactory& tiff) {
+                tiff.make = [&](auto...) -> std::unique_ptr<TiffTag> { throw thrown; };
+                return ReadIn(tiff, Without(0));
+            },
+            line);
+    };
+    const std::string missing = "*** /no such.tif Open Error. ***\n";
+    const std::string unknown = "*** CTiff::ReadFile() --> unknown Error. ***\n";
+    named("/no such.tif", missing);
+    named("", "***  Open Error. ***\n");
+    named(nullptr, "***  *** Tiff::ReadFile() --> FileName is NULL. ***  Open Error. ***\n");
+    throwing("words of its own", "*** words of its own Open Error. ***\n");
+    throwing(std::runtime_error("hidden"), unknown);
+    throwing(7, unknown);
     EXPECT_EQ(Printed([&] { const CTiff made("/no such.tif"); }), missing);
 }
 
 // A new image
 
 struct NewRow {
-    int width;
-    int height;
-    int resolution;
-    int samples;
-    int bits;
+    int width, height, resolution, samples, bits;
     unsigned photometric;
     std::uint32_t imageBytes;  ///< height x ceil(width x bits / 8) x samples
     int rowBytes;              ///< ceil(samples x width x bits / 8)
@@ -262,10 +240,14 @@ TEST(CreateNew, ThrowsForASizeBeyondAnyMemoryAndLeavesNothing) {
     }
 }
 
-TEST(CreateNew, FillsTheImageFromARawFileOfAnyLength) {
+class CreateNewFromFile : public testing::Test {
+protected:
     const TempDir dir;
-    const std::string raw = dir.File("pixels.raw");
-    CTiff tiff;
+    const std::string raw = dir.File("pixels.raw"), out = dir.File("out.tif");
+    TiffWithFactory tiff;
+};
+
+TEST_F(CreateNewFromFile, FillsTheImageWhateverTheLengthOfTheFile) {
     for (const std::size_t size : {60U, 25U, 100U, 0U}) {
         WriteFile(raw, CountingBytes(size));
         EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str()), 0); }), "");
@@ -274,55 +256,42 @@ TEST(CreateNew, FillsTheImageFromARawFileOfAnyLength) {
     }
 }
 
-TEST(CreateNew, TakesHeightTimesRowBytesFromARawFile) {
-    const TempDir dir;
-    const std::string raw = dir.File("pixels.raw");
+TEST_F(CreateNewFromFile, TakesHeightTimesRowBytes) {
     WriteFile(raw, CountingBytes(100));
     // Three bit planes of 9 pixels: a row is 4 bytes, though the image has room for 2 bytes per sample.
-    CTiff bitmap;
-    bitmap.CreateNew(9, 3, 72, 3, 1, raw.c_str());
-    EXPECT_EQ(Image(bitmap), Padded(CountingBytes(12), 18));
+    tiff.CreateNew(9, 3, 72, 3, 1, raw.c_str());
+    EXPECT_EQ(Image(tiff), Padded(CountingBytes(12), 18));
     // 8 x 357913942 wraps to a negative number, and three times as much to 16: rows of two bytes, and no image.
-    CTiff none;
-    EXPECT_EQ(none.CreateNew(357913942, 4, 72, 3, 8, raw.c_str()), 0);
-    EXPECT_EQ(none.rowBytes, 2);
-    EXPECT_EQ(none.GetImageBuf(), nullptr);
-    EXPECT_EQ(none.ImageBytes(), 0U);
+    EXPECT_EQ(tiff.CreateNew(357913942, 4, 72, 3, 8, raw.c_str()), 0);
+    EXPECT_EQ(tiff.rowBytes, 2);
+    EXPECT_EQ(tiff.GetImageBuf(), nullptr);
+    EXPECT_EQ(tiff.ImageBytes(), 0U);
 }
 
-TEST(CreateNew, PrintsALineForAMissingRawFileAndChangesNothing) {
-    const TempDir dir;
-    const std::string missing = dir.File("pixels.raw");
-    for (const char* name : {missing.c_str(), static_cast<const char*>(nullptr)}) {
-        CTiff tiff;
-        ReadIn(tiff, Without(0));
-        const unsigned char* image = tiff.imageBuf;
+TEST_F(CreateNewFromFile, PrintsALineForAMissingFileAndChangesNothing) {
+    ReadIn(tiff, Without(0));
+    const unsigned char* image = tiff.imageBuf;
+    for (const char* name : {raw.c_str(), static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(2, 2, 72, 1, 8, name), 0); }), kNoRawFile);
         EXPECT_EQ(NumbersOf(tiff), kWhole);
         EXPECT_EQ(tiff.imageBuf, image);
         EXPECT_EQ(Image(tiff), CountingBytes(210)) << "not even reset";
     }
-    EXPECT_FALSE(std::filesystem::exists(missing));
+    EXPECT_FALSE(std::filesystem::exists(raw));
 }
 
-TEST(CreateNew, PrintsEveryStringThatIsThrownAndClosesTheRawFile) {
-    const TempDir dir;
-    WriteFile(dir.File("raw"), CountingBytes(12));
+TEST_F(CreateNewFromFile, PrintsEveryStringThatIsThrownAndClosesTheFile) {
+    WriteFile(raw, CountingBytes(12));
     const std::ptrdiff_t before = OpenFiles();
-    Fragile tiff;
-    tiff.fail = [] { throw "words"; };
-    EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(2, 2, 72, 3, 8, dir.File("raw").c_str()), 0); }), "words\n");
-    tiff.fail = nullptr;
-    tiff.CreateNew(2, 2, 72, 3, 8, dir.File("raw").c_str());
+    tiff.make = [](auto...) -> std::unique_ptr<TiffTag> { throw "words"; };
+    EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(2, 2, 72, 3, 8, raw.c_str()), 0); }), "words\n");
+    tiff.make = nullptr;
+    tiff.CreateNew(2, 2, 72, 3, 8, raw.c_str());
     EXPECT_EQ(Image(tiff), CountingBytes(12));
     EXPECT_EQ(OpenFiles(), before);
 }
 
-TEST(CreateNew, SavesAtOnceWhatTheListHoldsByThen) {
-    const TempDir dir;
-    const std::string raw = dir.File("pixels.raw");
-    const std::string out = dir.File("out.tif");
-    CTiff tiff;
+TEST_F(CreateNewFromFile, SavesAtOnceWhatTheListHoldsByThen) {
     EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str(), out.c_str()), 0); }),
               kNoRawFile + kEmptyList);
     EXPECT_EQ(ReadFile(out), Bytes());
