@@ -106,7 +106,7 @@ TEST(TagLayout, OfTheCurvedTableIsItsOffsetsAndThenItsParts) {
 
 template <typename Tag>
 class TagSlots : public testing::Test {};
-TYPED_TEST_SUITE(TagSlots, AllTags, NameOfTag);
+TYPED_TEST_SUITE(TagSlots, AllTags);
 
 TYPED_TEST(TagSlots, HasItsOperationsInTheSameSlots) {
     const auto fromBlock =

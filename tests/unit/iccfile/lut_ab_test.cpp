@@ -5,23 +5,22 @@
 namespace hueweave::test::icc {
 namespace {
 
+/// The entries of the curves that exist.
 template <typename Curves>
-std::size_t CountOf(const Curves& curves) {
-    std::size_t count = 0;
-    for (const auto& curve : curves) count += curve != nullptr;
-    return count;
+std::vector<Values> AllEntries(const Curves& curves) {
+    std::vector<Values> all;
+    for (const auto& curve : curves) {
+        if (curve != nullptr) all.push_back(EntriesOf(curve.get()));
+    }
+    return all;
 }
 Bytes GridBytes(const CLut& lut) {
     return Bytes(lut.clut->gridData.get(), lut.clut->gridData.get() + lut.clut->gridBytes);
 }
 Values GridOf(const CLut& lut) {
-    Values values;
-    for (std::uint64_t i = 0; i + 1 < lut.clut->gridBytes; i += 2) {
-        std::uint16_t value = 0;
-        std::memcpy(&value, lut.clut->gridData.get() + i, 2);
-        values.push_back(value);
-    }
-    return values;
+    std::vector<std::uint16_t> values(lut.clut->gridBytes / 2);
+    std::memcpy(values.data(), lut.clut->gridData.get(), 2 * values.size());
+    return Values(values.begin(), values.end());
 }
 
 const std::vector<Values> kThree = {{11, 12, 13}, {21, 22, 23, 24, 25}, {31}};
@@ -31,27 +30,18 @@ TEST(CLut, TakesEveryFieldFromItsPlaceAndZeroBeyondItsBlock) {
     block.Append(AbBlock(3, 4).Done());
     for (std::uint32_t i = 0; i < 5; ++i) block.PatchBig32(12 + 4 * i, 0x81828384U + 0x04040404U * i);
     for (std::size_t size = 0; size <= 40; ++size) {
-        const Bytes cut = Cut(block.Done(), size), padded = Cut(cut, 40);
-        CLut lut;
-        EXPECT_EQ(Load(lut, "A2B0", cut), size);
-        EXPECT_EQ(lut.inputChan, padded[8]) << size;
-        EXPECT_EQ(lut.outputChan, padded[9]) << size;
-        EXPECT_EQ(lut.lutPad, (std::array<std::uint8_t, 2>{padded[10], padded[11]})) << size;
-        EXPECT_EQ(lut.bCurveOffset, Big32(padded, 12)) << size;
-        EXPECT_EQ(lut.matrixOffset, Big32(padded, 16)) << size;
-        EXPECT_EQ(lut.mCurveOffset, Big32(padded, 20)) << size;
-        EXPECT_EQ(lut.clutOffset, Big32(padded, 24)) << size;
-        EXPECT_EQ(lut.aCurveOffset, Big32(padded, 28)) << size;
+        const Bytes cut = Cut(block.Done(), size);
+        const Loaded<CLut> lut("A2B0", cut);
+        EXPECT_EQ(lut.taken, size);
+        EXPECT_EQ(lut.inputChan, ByteAt(cut, 8)) << size;
+        EXPECT_EQ(lut.outputChan, ByteAt(cut, 9)) << size;
+        EXPECT_EQ(lut.lutPad[0] * 256U + lut.lutPad[1], Big16At(cut, 10)) << size;
+        EXPECT_EQ(lut.bCurveOffset, Big32At(cut, 12)) << size;
+        EXPECT_EQ(lut.matrixOffset, Big32At(cut, 16)) << size;
+        EXPECT_EQ(lut.mCurveOffset, Big32At(cut, 20)) << size;
+        EXPECT_EQ(lut.clutOffset, Big32At(cut, 24)) << size;
+        EXPECT_EQ(lut.aCurveOffset, Big32At(cut, 28)) << size;
     }
-}
-
-TEST(CLut, WithoutOffsetsHasNoParts) {
-    CLut lut;
-    Load(lut, "A2B0", ByteWriter().Append(AbBlock(3, 3).Done()).Fill(200, 0xff).Done());
-    EXPECT_EQ(CountOf(lut.bCurves), 0U);
-    EXPECT_EQ(CountOf(lut.aCurves), 0U);
-    EXPECT_EQ(lut.mCurve, nullptr);
-    EXPECT_EQ(lut.clut, nullptr);
 }
 
 // --- curves
@@ -59,7 +49,7 @@ TEST(CLut, WithoutOffsetsHasNoParts) {
 struct Side {
     const char* name;  ///< of the tag
     unsigned in, out;
-    std::size_t aCurves, bCurves;  ///< how many are read
+    std::ptrdiff_t aCurves, bCurves;  ///< how many are read
 };
 constexpr Side kSides[] = {
     {"A2B0", 3, 2, 3, 2}, {"A2B1", 3, 3, 3, 3}, {"A2B2", 2, 3, 2, 3}, {"A2B0", 4, 3, 4, 3},     {"A2B0", 7, 3, 7, 3},
@@ -78,41 +68,31 @@ TEST(CLut, HasACurvesOnTheDeviceSideAndBCurvesOnTheOther) {
     for (const Side& side : kSides) {
         for (const char* type : {"mAB ", "mBA "}) {  // the name decides, not the type
             SCOPED_TRACE(side.name + std::to_string(side.in) + " to " + std::to_string(side.out) + type);
-            CLut lut;
-            Load(lut, side.name, AbBlock(side.in, side.out, type).Curves(AbBlock::kB, b).Curves(AbBlock::kA, a).Done());
-            EXPECT_EQ(CountOf(lut.aCurves), side.aCurves);
-            EXPECT_EQ(CountOf(lut.bCurves), side.bCurves);
-            for (std::size_t c = 0; c < side.aCurves; ++c) EXPECT_EQ(EntriesOf(lut.aCurves[c].get()), a[c]);
-            for (std::size_t c = 0; c < side.bCurves; ++c) EXPECT_EQ(EntriesOf(lut.bCurves[c].get()), b[c]);
+            const Loaded<CLut> lut(
+                side.name, AbBlock(side.in, side.out, type).Curves(AbBlock::kB, b).Curves(AbBlock::kA, a).Done());
+            EXPECT_EQ(AllEntries(lut.aCurves), std::vector<Values>(a.begin(), a.begin() + side.aCurves));
+            EXPECT_EQ(AllEntries(lut.bCurves), std::vector<Values>(b.begin(), b.begin() + side.bCurves));
+            EXPECT_EQ(lut.mCurve, nullptr) << "at the offset 0";
+            EXPECT_EQ(lut.clut, nullptr);
         }
     }
 }
 
 TEST(CLut, GivesItsCurvesTypeSteppedSizeAndNoData) {
-    CLut lut;
-    Load(lut, "A2B0",
-         AbBlock(3, 3)
-             .Curves(AbBlock::kB, kThree)
-             .Curves(AbBlock::kM, {{1, 2, 3, 4}})
-             .Curves(AbBlock::kA, {{}, {1, 2}, {7}})
-             .Done());
-    struct Row {
-        const CCurveType* curve;
-        std::uint32_t size;
-        Values entries;
-    };
-    for (const Row& row : {Row{lut.bCurves[0].get(), 14 + 6, kThree[0]},
-                           {lut.bCurves[1].get(), 14 + 10, kThree[1]},
-                           {lut.bCurves[2].get(), 14 + 2, kThree[2]},
-                           {lut.mCurve.get(), 14 + 8, {1, 2, 3, 4}},
-                           {lut.aCurves[0].get(), 14, {}},
-                           {lut.aCurves[1].get(), 14 + 4, {1, 2}},
-                           {lut.aCurves[2].get(), 14 + 2, {7}}}) {
-        EXPECT_EQ(EntriesOf(row.curve), row.entries);
-        EXPECT_EQ(row.curve->tagSize, row.size);
-        EXPECT_EQ(TypeOf(*row.curve), Word("curv"));
-        EXPECT_NE(row.curve->tagData, nullptr) << "an array of no bytes";
-        EXPECT_NE(row.curve->curve, nullptr);
+    const Loaded<CLut> lut("A2B0", AbBlock(3, 3)
+                                       .Curves(AbBlock::kB, kThree)
+                                       .Curves(AbBlock::kM, {{1, 2, 3, 4}})
+                                       .Curves(AbBlock::kA, {{}, {1, 2}, {7}})
+                                       .Done());
+    EXPECT_EQ(AllEntries(lut.bCurves), kThree);
+    EXPECT_EQ(EntriesOf(lut.mCurve.get()), (Values{1, 2, 3, 4}));
+    EXPECT_EQ(AllEntries(lut.aCurves), (std::vector<Values>{{}, {1, 2}, {7}}));
+    for (const auto* curve : {&lut.bCurves[0], &lut.bCurves[1], &lut.bCurves[2], &lut.mCurve, &lut.aCurves[0],
+                              &lut.aCurves[1], &lut.aCurves[2]}) {
+        EXPECT_EQ((*curve)->tagSize, 14 + 2 * (*curve)->curveCount);
+        EXPECT_EQ(TypeOf(**curve), Word("curv"));
+        EXPECT_NE((*curve)->tagData, nullptr) << "an array of no bytes";
+        EXPECT_NE((*curve)->curve, nullptr);
     }
 }
 
@@ -126,13 +106,11 @@ Bytes AlignedCurves(const std::vector<Values>& curves) {
 TEST(CLut, StepsAsTheFormatAlignsOddNumbersOfEntries) {
     for (const std::vector<Values>& curves :
          {std::vector<Values>{{1}, {2}, {3}}, {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}, {{1, 2, 3, 4, 5}, {6}, {7, 8, 9}}}) {
-        CLut lut;
-        Load(lut, "A2B0",
-             AbBlock(3, 3).Raw(AbBlock::kB, AlignedCurves(curves)).Raw(AbBlock::kA, AlignedCurves(curves)).Done());
-        for (std::size_t c = 0; c < 3; ++c) {
-            EXPECT_EQ(EntriesOf(lut.bCurves[c].get()), curves[c]);
-            EXPECT_EQ(EntriesOf(lut.aCurves[c].get()), curves[c]);
-        }
+        const Loaded<CLut> lut(
+            "A2B0",
+            AbBlock(3, 3).Raw(AbBlock::kB, AlignedCurves(curves)).Raw(AbBlock::kA, AlignedCurves(curves)).Done());
+        EXPECT_EQ(AllEntries(lut.bCurves), curves);
+        EXPECT_EQ(AllEntries(lut.aCurves), curves);
     }
 }
 
@@ -142,46 +120,24 @@ TEST(CLut, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
     // are taken.
     const Bytes aligned = AlignedCurves({{0x1111, 0x2222}, {0x3333, 0x4444}, {0x5555, 0x6666}});
     for (const std::size_t place : {AbBlock::kA, AbBlock::kB}) {
-        CLut lut;
         const Bytes block = AbBlock(3, 3).Raw(place, aligned).Done();
         ASSERT_EQ(block.size(), 80U);
-        Load(lut, "A2B0", block);
-        const auto curve = [&](std::size_t c) {
-            return place == AbBlock::kA ? lut.aCurves[c].get() : lut.bCurves[c].get();
-        };
-        EXPECT_EQ(EntriesOf(curve(0)), (Values{0x1111, 0x2222}));
-        EXPECT_EQ(EntriesOf(curve(1)), (Values{0x4444, 0x6375, 0x7276, 0, 0, 0, 2, 0x5555, 0x6666}));
-        EXPECT_EQ(TypeOf(*curve(1)), 0x72760000U);
-        EXPECT_EQ(curve(1)->tagSize, 14U + 18);
-        EXPECT_EQ(EntriesOf(curve(2)), Values{}) << "past the end";
-        EXPECT_EQ(curve(2)->tagSize, 14U);
+        const Loaded<CLut> lut("A2B0", block);
+        EXPECT_EQ(place == AbBlock::kA ? AllEntries(lut.aCurves) : AllEntries(lut.bCurves),
+                  (std::vector<Values>{{0x1111, 0x2222}, {0x4444, 0x6375, 0x7276, 0, 0, 0, 2, 0x5555, 0x6666}, {}}));
+        EXPECT_EQ(TypeOf(place == AbBlock::kA ? *lut.aCurves[1] : *lut.bCurves[1]), 0x72760000U);
     }
 }
 
 TEST(CLut, ReadsOneMCurveWhateverItsChannels) {
     for (const unsigned channels : {0U, 1U, 3U, 7U}) {
         for (const char* name : {"A2B0", "B2A0"}) {
-            CLut lut;
-            Load(lut, name, AbBlock(channels, channels).Curves(AbBlock::kM, {{5, 6}, {7, 8}, {9, 10}}).Done());
+            const Loaded<CLut> lut(name,
+                                   AbBlock(channels, channels).Curves(AbBlock::kM, {{5, 6}, {7, 8}, {9, 10}}).Done());
             EXPECT_EQ(EntriesOf(lut.mCurve.get()), (Values{5, 6}));
-            EXPECT_EQ(lut.mCurve->tagSize, 18U);
-            EXPECT_EQ(CountOf(lut.aCurves) + CountOf(lut.bCurves), 0U);
+            EXPECT_EQ(AllEntries(lut.aCurves), std::vector<Values>());
+            EXPECT_EQ(AllEntries(lut.bCurves), std::vector<Values>());
             EXPECT_EQ(lut.clut, nullptr);
-        }
-    }
-}
-
-TEST(CLut, HasEmptyCurvesWhereTheyLieOutsideItsBlock) {
-    for (const std::uint32_t offset : {33U, 100U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
-        CLut lut;
-        AbBlock block(2, 2);
-        for (const std::size_t place : {AbBlock::kA, AbBlock::kB, AbBlock::kM}) block.Offset(place, offset);
-        EXPECT_EQ(Load(lut, "A2B0", ByteWriter().Append(block.Done()).U8(0xff).Done()), 33U);
-        for (const CCurveType* curve : {lut.mCurve.get(), lut.aCurves[0].get(), lut.aCurves[1].get(),
-                                        lut.bCurves[0].get(), lut.bCurves[1].get()}) {
-            ASSERT_NE(curve, nullptr) << offset;
-            EXPECT_EQ(curve->curveCount, 0U) << offset;
-            EXPECT_EQ(curve->tagSize, 14U) << offset;
         }
     }
 }
@@ -191,8 +147,7 @@ TEST(CLut, HasEmptyCurvesWhereTheyLieOutsideItsBlock) {
 TEST(CLut, ReadsAGridOfAnyOtherPrecisionByteForByte) {
     for (const unsigned precision : {1U, 3U, 4U, 8U}) {
         const Bytes data = Block("", 24 * 2 * precision);
-        CLut lut;
-        Load(lut, "A2B0", AbBlock(3, 2).Grid({2, 3, 4}, precision, data).Done());
+        const Loaded<CLut> lut("A2B0", AbBlock(3, 2).Grid({2, 3, 4}, precision, data).Done());
         EXPECT_EQ(lut.clut->precision, precision);
         EXPECT_THAT(GridBytes(lut), EqualTo(data));
     }
@@ -206,9 +161,9 @@ TEST(CLut, CountsTheNodesOverItsInputAxesOnly) {
     for (const char* name : {"A2B0", "B2A0"}) {
         for (const Row& row : {Row{0, 3, 6}, Row{1, 3, 30}, Row{2, 3, 60}, Row{3, 3, 180}, Row{4, 3, 180},
                                Row{5, 3, 720}, Row{3, 1, 60}, Row{3, 7, 420}}) {
-            CLut lut;
-            Load(lut, name,
-                 AbBlock(row.in, row.out).Grid({5, 2, 3, 1, 4, 200, 200, 200, 200, 200}, TableValues(0, 500)).Done());
+            const Loaded<CLut> lut(
+                name,
+                AbBlock(row.in, row.out).Grid({5, 2, 3, 1, 4, 200, 200, 200, 200, 200}, TableValues(0, 500)).Done());
             ASSERT_EQ(lut.clut->gridBytes, row.bytes) << row.in << " to " << row.out;
             EXPECT_THAT(GridOf(lut), EqualTo(TableValues(0, row.bytes / 2)));
         }
@@ -217,9 +172,10 @@ TEST(CLut, CountsTheNodesOverItsInputAxesOnly) {
 
 TEST(CLut, CountsAtMostSixteenAxes) {
     for (const unsigned in : {15U, 16U, 17U, 255U}) {
-        CLut lut;
-        const Values points = {2, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 3};
-        Load(lut, "A2B0", AbBlock(in, 1).Grid(points, TableValues(0, 20)).Done());
+        Values points(16, 1);
+        points.front() = 2;
+        points.back() = 3;
+        const Loaded<CLut> lut("A2B0", AbBlock(in, 1).Grid(points, TableValues(0, 20)).Done());
         EXPECT_THAT(GridOf(lut), EqualTo(TableValues(0, in == 15 ? 2 : 6))) << in;
     }
 }
@@ -227,8 +183,7 @@ TEST(CLut, CountsAtMostSixteenAxes) {
 TEST(CLut, ReadsNoGridThatItsBlockDoesNotHold) {
     const Bytes whole = AbBlock(3, 3).Grid({3, 3, 3}, TableValues(0, 81)).Done();
     for (const std::size_t missing : {0U, 1U, 2U}) {
-        CLut lut;
-        Load(lut, "A2B0", Cut(whole, whole.size() - missing));
+        const Loaded<CLut> lut("A2B0", Cut(whole, whole.size() - missing));
         EXPECT_EQ(lut.clut->gridData == nullptr, missing != 0) << missing;
         EXPECT_EQ(lut.clut->gridBytes, missing == 0 ? 162U : 0U) << missing;
         EXPECT_EQ(lut.clut->gridPoints[2], 3);
@@ -239,26 +194,37 @@ TEST(CLut, TakesFieldsOfAGridBeyondItsBlockForZero) {
     const Bytes whole = AbBlock(3, 3).Grid({2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17}, 2, {}).Done();
     ASSERT_EQ(whole.size(), 52U);
     for (std::size_t size = 32; size <= 52; ++size) {
-        const Bytes padded = Cut(Cut(whole, size), 52);
-        CLut lut;
-        Load(lut, "A2B0", Cut(whole, size));
+        const Bytes cut = Cut(whole, size);
+        const Loaded<CLut> lut("A2B0", cut);
         ASSERT_NE(lut.clut, nullptr);
-        for (std::size_t i = 0; i < 16; ++i) EXPECT_EQ(lut.clut->gridPoints[i], padded[32 + i]) << size;
-        EXPECT_EQ(lut.clut->precision, padded[48]) << size;
-        for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(lut.clut->padding[i], padded[49 + i]) << size;
+        for (std::size_t i = 0; i < 16; ++i) EXPECT_EQ(lut.clut->gridPoints[i], ByteAt(cut, 32 + i)) << size;
+        EXPECT_EQ(lut.clut->precision, ByteAt(cut, 48)) << size;
+        for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(lut.clut->padding[i], ByteAt(cut, 49 + i)) << size;
         EXPECT_EQ(lut.clut->gridBytes, 0U) << size;
     }
 }
 
-TEST(CLut, HasAGridOfZerosWhereItLiesOutsideItsBlock) {
-    for (const std::uint32_t offset : {33U, 100U, 0x7fffffffU, 0xffffffffU}) {
-        CLut lut;
-        Load(lut, "A2B0", ByteWriter().Append(AbBlock(3, 3).Offset(AbBlock::kGrid, offset).Done()).U8(0xff).Done());
+// --- offsets
+
+TEST(CLut, HasEmptyPartsWhereTheyLieOutsideItsBlock) {
+    for (const std::uint32_t offset : {33U, 100U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
+        SCOPED_TRACE(offset);
+        AbBlock block(2, 2);
+        for (const std::size_t place : {AbBlock::kA, AbBlock::kB, AbBlock::kM, AbBlock::kGrid})
+            block.Offset(place, offset);
+        const Loaded<CLut> lut("A2B0", ByteWriter().Append(block.Done()).U8(0xff).Done());
+        EXPECT_EQ(lut.taken, 33U);
+        for (const CCurveType* curve : {lut.mCurve.get(), lut.aCurves[0].get(), lut.aCurves[1].get(),
+                                        lut.bCurves[0].get(), lut.bCurves[1].get()}) {
+            ASSERT_NE(curve, nullptr);
+            EXPECT_EQ(curve->curveCount, 0U);
+            EXPECT_EQ(curve->tagSize, 14U);
+        }
         ASSERT_NE(lut.clut, nullptr);
-        EXPECT_EQ(lut.clut->gridPoints, (std::array<std::uint8_t, 16>{})) << offset;
+        EXPECT_EQ(lut.clut->gridPoints, (std::array<std::uint8_t, 16>{}));
         EXPECT_EQ(lut.clut->precision, 0);
         EXPECT_EQ(lut.clut->gridBytes, 0U);
-        EXPECT_TRUE(HasNone(CLut16Type(&lut)));
+        EXPECT_EQ(TablesIn(CLut16Type(&lut)), 0);
     }
 }
 

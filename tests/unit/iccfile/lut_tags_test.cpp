@@ -15,21 +15,16 @@ protected:
         const char* const type = kWidth == 2 ? "mft2" : "mft1";
         return {type, in, out, points, inEntries, outEntries, kWidth, values};
     }
-    static void ExpectTables(const Lut& lut, std::size_t input, std::size_t grid, std::size_t output) {
-        ASSERT_TRUE(HasAll(lut));
-        EXPECT_THAT(ValuesOf(lut.inputTable, 0, input), EqualTo(TableValues(0, input, kWidth)));
-        EXPECT_THAT(ValuesOf(lut.clutTable, 0, grid), EqualTo(TableValues(input, grid, kWidth)));
-        EXPECT_THAT(ValuesOf(lut.outputTable, 0, output), EqualTo(TableValues(input + grid, output, kWidth)));
-    }
-};
-struct NameOfLut {
-    template <typename Lut>
-    static std::string GetName(int) {
-        return std::is_same_v<Lut, CLut16Type> ? "CLut16Type" : "CLut8Type";
+    /// Checks a table with these values of the block and eight spare zeros behind them.
+    template <typename Table>
+    static void ExpectTable(const Table& table, std::size_t place, std::size_t count) {
+        Values expected = TableValues(place, count, kWidth);
+        expected.resize(count + 8);
+        EXPECT_THAT(ValuesOf(table, 0, count + 8), EqualTo(expected));
     }
 };
 using LutTypes = testing::Types<CLut16Type, CLut8Type>;
-TYPED_TEST_SUITE(LutTag, LutTypes, NameOfLut);
+TYPED_TEST_SUITE(LutTag, LutTypes);
 
 struct LutShape {
     const char* name;
@@ -47,37 +42,27 @@ constexpr LutShape kShapes[] = {
     {"no points", 3, 3, 0, 2, 2, 6, 0, 6},
 };
 
-TYPED_TEST(LutTag, HasInputGridAndOutputBehindOneAnotherAndEightSpareZerosBehindEach) {
-    for (const LutShape& shape : kShapes) {
-        SCOPED_TRACE(shape.name);
-        const Bytes block = this->Spec(shape.in, shape.out, shape.points, shape.inEntries, shape.outEntries).Done();
-        TypeParam lut;
-        EXPECT_EQ(Load(lut, "A2B0", ByteWriter().Append(block).Fill(40, 0xff).Done()),
-                  52 + this->kWidth * (shape.input + shape.grid + shape.output) + 40);
-        this->ExpectTables(lut, shape.input, shape.grid, shape.output);
-        EXPECT_THAT(ValuesOf(lut.inputTable, shape.input, 8), EqualTo(Values(8)));
-        EXPECT_THAT(ValuesOf(lut.clutTable, shape.grid, 8), EqualTo(Values(8)));
-        EXPECT_THAT(ValuesOf(lut.outputTable, shape.output, 8), EqualTo(Values(8)));
-    }
-}
-
-TYPED_TEST(LutTag, NeedsABlockThatHoldsAllThreeTables) {
-    for (const LutShape& shape : kShapes) {
-        const Bytes whole = this->Spec(shape.in, shape.out, shape.points, shape.inEntries, shape.outEntries).Done();
-        const std::size_t need = 52 + this->kWidth * (shape.input + shape.grid + shape.output);
+TYPED_TEST(LutTag, HasThreeTablesBehindOneAnotherWhereItsBlockHoldsAll) {
+    for (const auto& [name, in, out, points, inEntries, outEntries, input, grid, output] : kShapes) {
+        const std::size_t need = 52 + this->kWidth * (input + grid + output);
+        ByteWriter whole;
+        whole.Append(this->Spec(in, out, points, inEntries, outEntries).Done()).Fill(100, 0xff);
+        ASSERT_EQ(whole.Size(), need + 100) << name;
         for (const std::size_t size :
              {std::size_t{52}, std::size_t{53}, need - 2, need - 1, need, need + 1, need + 2, need + 100}) {
-            SCOPED_TRACE(std::string(shape.name) + " in " + std::to_string(size));
-            TypeParam lut;
-            EXPECT_EQ(Load(lut, "A2B0", Cut(whole, size)), size);
-            EXPECT_EQ(HasNone(lut), size < need);
-            if (size >= need) this->ExpectTables(lut, shape.input, shape.grid, shape.output);
-            EXPECT_EQ(lut.inputChan, shape.in);
-            EXPECT_EQ(lut.outputChan, shape.out);
-            EXPECT_EQ(lut.clutPoints, shape.points);
-            EXPECT_EQ(lut.inputEnt, shape.inEntries);
-            EXPECT_EQ(lut.outputEnt, shape.outEntries);
-            EXPECT_EQ(lut.matrix[8], MftSpec::Matrix(8));
+            SCOPED_TRACE(std::string(name) + " in " + std::to_string(size));
+            const Loaded<TypeParam> lut("A2B0", Cut(whole.Done(), size));
+            EXPECT_EQ(lut.taken, size);
+            EXPECT_EQ(lut.inputChan, in);
+            EXPECT_EQ(lut.outputChan, out);
+            EXPECT_EQ(lut.clutPoints, points);
+            EXPECT_EQ(lut.inputEnt, inEntries);
+            EXPECT_EQ(lut.outputEnt, outEntries);
+            ASSERT_EQ(TablesIn(lut), size < need ? 0 : 3);
+            if (size < need) continue;
+            this->ExpectTable(lut.inputTable, 0, input);
+            this->ExpectTable(lut.clutTable, input, grid);
+            this->ExpectTable(lut.outputTable, input + grid, output);
         }
     }
 }
@@ -85,17 +70,17 @@ TYPED_TEST(LutTag, NeedsABlockThatHoldsAllThreeTables) {
 TYPED_TEST(LutTag, TakesEveryFieldFromItsPlaceAndZeroBeyondItsBlock) {
     const Bytes whole = this->Spec(3, 3, 2, 0x0102, 0x0304).Done();
     for (std::size_t size = 0; size <= 52; ++size) {
-        const Bytes padded = Cut(Cut(whole, size), 52);
-        TypeParam lut;
-        EXPECT_EQ(Load(lut, "A2B0", Cut(whole, size)), size);
-        EXPECT_EQ(lut.inputChan, padded[8]) << size;
-        EXPECT_EQ(lut.outputChan, padded[9]) << size;
-        EXPECT_EQ(lut.clutPoints, padded[10]) << size;
-        EXPECT_EQ(lut.pad, padded[11]) << size;
-        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(lut.matrix[i], Big32(padded, 12 + 4 * i)) << size;
-        EXPECT_EQ(lut.inputEnt, Big16(padded, 48)) << size;
-        EXPECT_EQ(lut.outputEnt, Big16(padded, 50)) << size;
-        EXPECT_TRUE(HasNone(lut)) << size;
+        const Bytes cut = Cut(whole, size);
+        const Loaded<TypeParam> lut("A2B0", cut);
+        EXPECT_EQ(lut.taken, size);
+        EXPECT_EQ(lut.inputChan, ByteAt(cut, 8)) << size;
+        EXPECT_EQ(lut.outputChan, ByteAt(cut, 9)) << size;
+        EXPECT_EQ(lut.clutPoints, ByteAt(cut, 10)) << size;
+        EXPECT_EQ(lut.pad, ByteAt(cut, 11)) << size;
+        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(lut.matrix[i], Big32At(cut, 12 + 4 * i)) << size;
+        EXPECT_EQ(lut.inputEnt, Big16At(cut, 48)) << size;
+        EXPECT_EQ(lut.outputEnt, Big16At(cut, 50)) << size;
+        EXPECT_EQ(TablesIn(lut), 0) << size;
     }
 }
 
@@ -105,9 +90,9 @@ TYPED_TEST(LutTag, CountsWideEnoughForTheLargestTables) {
                                 this->Spec(1, 255, 203, 128, 56077, 0),
                                 // 2^28 entries
                                 this->Spec(1, 128, 128, 0, 0, 0)}) {
-        TypeParam lut;
-        EXPECT_EQ(Load(lut, "A2B0", Cut(spec.Done(), 200)), 200U);
-        EXPECT_TRUE(HasNone(lut)) << spec.points;
+        const Loaded<TypeParam> lut("A2B0", Cut(spec.Done(), 200));
+        EXPECT_EQ(lut.taken, 200U);
+        EXPECT_EQ(TablesIn(lut), 0) << spec.points;
         EXPECT_EQ(lut.inputEnt, spec.inEntries);
         EXPECT_EQ(lut.outputEnt, spec.outEntries);
     }
@@ -126,21 +111,12 @@ TEST(LutTags, OfFourChannelsTakeOneCubeAndTheOutputFromBehindIt) {
     expect(CLut8Type(), 1);
 }
 
-// --- bytes in their published layout: no counts, curves of 256 entries from offset 48
-
-Bytes PublishedLayout(unsigned first, unsigned second, unsigned third, unsigned fourth) {
-    ByteWriter block;
-    block.Text("mft1").Big32(0).U8(3).U8(3).U8(2).U8(0);
-    for (int i = 0; i < 9; ++i) block.Big32(i % 4 == 0 ? 0x10000 : 0);
-    block.U8(first).U8(second).U8(third).U8(fourth);
-    for (unsigned i = 4; i < 256 * 3 + 24 + 256 * 3; ++i) block.U8((i * 7 + 3) & 0xffU);
-    return block.Done();
-}
-
 TEST(CLut8Type, TakesTheFirstBytesOfThePublishedLayoutForItsCounts) {
-    CLut8Type lut;
-    const Bytes block = PublishedLayout(0, 1, 0, 2);
-    Load(lut, "A2B0", block);
+    // That layout has no counts, but curves of 256 entries from offset 48 on.
+    ByteWriter writer;
+    writer.Text("mft1").Big32(0).U8(3).U8(3).U8(2).Fill(37).U8(0).U8(1).U8(0).U8(2);
+    const Bytes block = writer.Append(CountingBytes(256 * 3 + 24 + 256 * 3 - 4)).Done();
+    const Loaded<CLut8Type> lut("A2B0", block);
     EXPECT_EQ(lut.inputEnt, 1);
     EXPECT_EQ(lut.outputEnt, 2);
     EXPECT_THAT(Bytes(lut.inputTable.get(), lut.inputTable.get() + 3), EqualTo(Part(block, 52, 3)));

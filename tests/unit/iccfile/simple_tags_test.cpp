@@ -12,11 +12,10 @@ TEST(TextTags, HoldEveryByteBehindTheEighth) {
     for (std::size_t size = 0; size <= 40; ++size) {
         const Bytes block = Block("desc", size);
         const Bytes expected = size < 8 ? Bytes() : Part(block, 8, size - 8);
-        CTextType text;
-        CTextDescriptionType description;
-        description.textLength = 99;
-        EXPECT_EQ(Load(text, "cprt", block), size);
-        EXPECT_EQ(Load(description, "desc", block), size);
+        const Loaded<CTextType> text("cprt", block);
+        const Loaded<CTextDescriptionType> description("desc", block);
+        EXPECT_EQ(text.taken, size);
+        EXPECT_EQ(description.taken, size);
         ASSERT_EQ(description.textLength, expected.size());
         for (const unsigned char* bytes : {text.text.get(), description.text.get()}) {
             ASSERT_NE(bytes, nullptr) << "an array of no bytes for a block of up to eight";
@@ -27,49 +26,35 @@ TEST(TextTags, HoldEveryByteBehindTheEighth) {
 
 // --- fixed-point values
 
-struct FixedRow {
-    std::uint32_t word;
-    double value;
-};
-const FixedRow kFixed[] = {{0, 0.0},
-                           {1, 0.0000152587890625},
-                           {0x8000, 0.5},
-                           {0xf6d6, 0.9642028808593750},
-                           {65536, 1.0},
-                           {65537, 1.0000152587890625},
-                           {0x7fffffffU, 32767.9999847412109375},
-                           {0x80000000U, 32768.0},
-                           {0xffff0000U, 65535.0},  // stands for -1
-                           {0xffff8000U, 65535.5},
-                           {0xffffffffU, 65535.9999847412109375}};
-
 TEST(FixedPoint, IsReadWithoutASign) {
-    for (const FixedRow& row : kFixed) EXPECT_EQ(FromFixed(row.word), row.value) << row.word;
+    EXPECT_EQ(FromFixed(0xffff0000U), 65535.0) << "not -1";
+    for (const std::uint32_t word : {0U, 1U, 0x8000U, 0xf6d6U, 65536U, 65537U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
+        EXPECT_EQ(FromFixed(word), word / 65536.0) << word;
+    }
 }
 
 TEST(FixedPoint, FillsItsTagAndIsZeroWhereTheBlockHasEnded) {
     for (std::size_t size = 0; size <= 48; ++size) {
-        const Bytes block = Block("sf32", size), padded = Cut(block, 48);
-        CXYZType xyz;
-        CChad chad;
-        Load(xyz, "wtpt", block);
-        Load(chad, "chad", block);
+        SCOPED_TRACE(size);
+        const Bytes block = Block("sf32", size);
+        const Loaded<CXYZType> xyz("wtpt", block);
+        const Loaded<CChad> chad("chad", block);
         for (std::size_t i = 0; i < 3; ++i) {
-            EXPECT_EQ(xyz.rawXYZ[i], Big32(padded, 8 + 4 * i)) << size;
-            EXPECT_EQ(xyz.XYZ[i], Big32(padded, 8 + 4 * i) / 65536.0) << size;
+            EXPECT_EQ(xyz.rawXYZ[i], Big32At(block, 8 + 4 * i));
+            EXPECT_EQ(xyz.XYZ[i], Big32At(block, 8 + 4 * i) / 65536.0);
         }
-        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(chad.chad[i], Big32(padded, 8 + 4 * i) / 65536.0) << size;
+        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(chad.chad[i], Big32At(block, 8 + 4 * i) / 65536.0);
     }
 }
 
 // --- curves
 
 TEST(CCurveType, HoldsItsEntriesInHostOrder) {
-    CCurveType curve;
     ByteWriter block;  // type and reserved word are ignored
     block.Append(CurveBlock({0, 1, 0x00ff, 0x0100, 0x1234, 0x8000, 65535})).PatchBig32(0, Word("para"));
     block.PatchBig32(4, 0xffffffffU);
-    EXPECT_EQ(Load(curve, "rTRC", block.Done()), 26U);
+    const Loaded<CCurveType> curve("rTRC", block.Done());
+    EXPECT_EQ(curve.taken, 26U);
     EXPECT_THAT(EntriesOf(&curve), EqualTo(Values{0, 1, 0x00ff, 0x0100, 0x1234, 0x8000, 65535}));
     EXPECT_EQ(curve.tagSize, 26U);
 }
@@ -89,12 +74,12 @@ TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
         const Bytes block = Cut(ByteWriter().Text("curv").Big32(0).Big32(row.announced).Append(four).Done(), row.size);
         const Values all = {11, 22, 33, 44};
         const Values taken(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.taken));
-        CCurveType alone, within;
-        EXPECT_EQ(Load(alone, "bTRC", block), row.size);
+        const Loaded<CCurveType> alone("bTRC", block);
+        EXPECT_EQ(alone.taken, row.size);
         EXPECT_EQ(alone.tagSize, row.size);
         EXPECT_THAT(EntriesOf(&alone), EqualTo(taken));
         EXPECT_NE(alone.curve, nullptr) << "an array of no entries, too";
-        // The same inside a larger block.
+        CCurveType within;  // the same inside a larger block
         EXPECT_EQ(within.InitialWithin(Name("A2B0"), TagReader(block.data(), static_cast<int>(block.size()))),
                   2 * row.taken + 14);
         EXPECT_EQ(within.tagSize, 2 * row.taken + 14);
