@@ -17,22 +17,16 @@ protected:
         return Exists(page_) ? FileBytes(page_) : "";
     }
     /// The numbers in a page.
-    static nlohmann::json NumbersOf(const std::string& page) {
+    static json NumbersOf(const std::string& page) {
         const std::string begin = "<script type=\"application/json\" id=\"report-data\">";
         const std::size_t from = page.find(begin);
         EXPECT_NE(from, page.npos);
         if (from == page.npos) return {};
-        return nlohmann::json::parse(
-            page.substr(from + begin.size(), page.find("</script>", from) - from - begin.size()));
+        return json::parse(page.substr(from + begin.size(), page.find("</script>", from) - from - begin.size()));
     }
     /// The page without its numbers and its script, which end it.
     static std::string MarkupOf(const std::string& page) { return page.substr(0, page.rfind("<script type=")); }
 
-    static std::size_t CountOf(const std::string& text, const std::string& part) {
-        std::size_t count = 0;
-        for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; at += part.size()) ++count;
-        return count;
-    }
     const std::string page_ = folder_ / "page.html";
 };
 

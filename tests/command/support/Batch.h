@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,7 +15,7 @@ using Names = std::set<std::string>;
 class BatchTest : public testing::Test {
 protected:
     BatchTest() {
-        std::filesystem::create_directories(scans_ + "/deep");
+        fs::create_directories(scans_ + "/deep");
         Shell("tiffcp -B -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/a.tif"));
         Shell("tiffcp -c lzw " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/b.TIFF"));
         Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
@@ -29,18 +28,21 @@ protected:
     /// Copies the first file `count` times, as `name` with a number.
     void Copy(const std::string& name, int count) const {
         for (int i = 0; i < count; ++i) {
-            std::filesystem::copy_file(scans_ + "/a.tif", scans_ + "/" + name + std::to_string(i) + ".tif");
+            fs::copy_file(scans_ + "/a.tif", scans_ + "/" + name + std::to_string(i) + ".tif");
         }
     }
     Names Outputs() const {
         Names names;
         if (!Exists(out_)) return names;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(out_)) {
+        for (const auto& entry : fs::recursive_directory_iterator(out_)) {
             if (entry.is_regular_file() && entry.path().extension() != ".jsonl") {
                 names.insert(entry.path().lexically_relative(out_));
             }
         }
         return names;
+    }
+    void RemoveOutputs() const {
+        for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
     }
     Folder folder_;
     std::string scans_ = folder_ / "scans", out_ = folder_ / "converted";

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +18,6 @@
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 
 namespace hueweave::test {
 namespace {
@@ -77,13 +75,6 @@ Outcome RunProgram(const Run& run) {
     return outcome;
 }
 
-std::function<void(pid_t)> SignalAfter(int milliseconds, int signal) {
-    return [=](pid_t child) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-        kill(child, signal);
-    };
-}
-
 void Terminate(pid_t child) {
     kill(child, SIGTERM);
     for (int tries = 0; tries < 200; ++tries) {
@@ -98,7 +89,7 @@ void Terminate(pid_t child) {
 void TerminateIdle(pid_t child) {
     const auto waits = [&] {
         std::error_code gone;
-        for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(child) + "/task", gone)) {
+        for (const auto& task : fs::directory_iterator("/proc/" + std::to_string(child) + "/task", gone)) {
             std::string status;
             std::ifstream stat(task.path() / "stat");
             std::getline(stat, status);
@@ -165,6 +156,12 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
+std::size_t CountOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; at += part.size()) ++count;
+    return count;
+}
+
 std::string FileBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in.good()) << path;
@@ -172,14 +169,15 @@ std::string FileBytes(const std::string& path) {
 }
 
 void WriteBytes(const std::string& path, const std::string& bytes) {
+    fs::create_directories(fs::path(path).parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-bool Exists(const std::string& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
+bool Exists(const std::string& path) { return fs::exists(fs::symlink_status(path)); }
 
 std::vector<std::string> NamesIn(const std::string& folder) {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) names.push_back(entry.path().filename());
+    for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename());
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <string>
@@ -13,6 +14,11 @@
 #include "support/TempDir.h"
 
 namespace hueweave::test {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
 
 /// The result of a program.
 struct Outcome {
@@ -27,8 +33,18 @@ inline void PrintTo(const Outcome& run, std::ostream* out) {
          << ", and printed: " << run.out;
 }
 MATCHER(Succeeds, "") { return arg.status == 0; }
-/// The run ended with this status, and its messages include this one; or its only message is this line.
-MATCHER_P2(Says, status, part, "") { return arg.status == status && arg.err.find(part) != std::string::npos; }
+/// The run ended with this status, and its messages include these; or it printed these; or its only message is this
+/// line.
+template <typename... Parts>
+auto Says(int status, const Parts&... parts) {
+    return AllOf(testing::Field("status", &Outcome::status, status),
+                 testing::Field("err", &Outcome::err, HasSubstr(parts))...);
+}
+template <typename... Parts>
+auto Prints(int status, const Parts&... parts) {
+    return AllOf(testing::Field("status", &Outcome::status, status),
+                 testing::Field("out", &Outcome::out, HasSubstr(parts))...);
+}
 MATCHER_P2(SaysOnly, status, line, "") {
     return arg.status == status && arg.err == "hueweave: " + std::string(line) + "\n";
 }
@@ -55,8 +71,6 @@ struct Run {
 };
 Outcome RunProgram(const Run& run);
 
-/// For `Run::meanwhile`: sends a signal after this many milliseconds.
-std::function<void(pid_t)> SignalAfter(int milliseconds, int signal);
 /// For `Run::meanwhile`: SIGTERM, then SIGKILL ten seconds later for a program that ignores it. The second function
 /// first waits until all threads of the program are waiting for input, for a reader or for each other.
 void Terminate(pid_t child);
@@ -83,7 +97,9 @@ std::string Quoted(const std::string& path);
 /// The path of a file made by make-inputs.
 std::string Input(const std::string& name);
 std::vector<std::string> Lines(const std::string& text);
+std::size_t CountOf(const std::string& text, const std::string& part);
 std::string FileBytes(const std::string& path);
+/// Makes the folders above the file, too.
 void WriteBytes(const std::string& path, const std::string& bytes);
 bool Exists(const std::string& path);
 /// Names of all files in a folder, including hidden ones, sorted.

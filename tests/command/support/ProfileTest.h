@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 
-#include "command/support/Command.h"
+#include "command/support/Json.h"
 
 namespace hueweave::test {
-
-/// The JSON output of a command.
-inline nlohmann::json Told(const Words& words) { return nlohmann::json::parse(Hueweave(words + Words{"--json"}).out); }
 
 /// A test with a generated profile and the 16-bit photograph.
 class ProfileTest : public testing::Test {
