@@ -7,9 +7,6 @@
 namespace hueweave::test {
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-
 class InspectTest : public ProfileTest {
 protected:
     json ToldOf() const { return Told({"inspect", file_}); }
@@ -23,10 +20,9 @@ protected:
 };
 
 TEST_F(InspectTest, TellsWhatHoldsWhereATagIsAbsent) {
-    const json page = PageOf({TiffMaker::Long(256, 9)});
     const json wanted{{"width", 9},      {"height", 0},           {"samples", 1},      {"bits", 1},
                       {"planar", false}, {"compression", "none"}, {"rows a strip", 0}, {"orientation", 1}};
-    for (const auto& [key, value] : wanted.items()) EXPECT_EQ(page[key], value) << key;
+    EXPECT_THAT(PageOf({TiffMaker::Long(256, 9)}), Has(wanted));
 }
 
 TEST_F(InspectTest, TellsTheSizeOfStripsAndTiles) {
@@ -43,9 +39,8 @@ TEST_F(InspectTest, TellsTheResolutionWithItsUnit) {
     const TiffMaker::Entry across{282, 5, 1, 0, Little({1200, 4}, 4)}, down{283, 5, 1, 0, Little({145, 2}, 4)};
     const Entries both = And(And(size, across), down);
     for (const auto& [unit, name] : {std::pair{1U, "none"}, {2U, "inch"}, {3U, "cm"}}) {
-        const json page = PageOf(And(both, TiffMaker::Short(296, unit)));
-        EXPECT_EQ(page["resolution"], (json{300, 72.5}));
-        EXPECT_EQ(page["resolution unit"], name);
+        EXPECT_THAT(PageOf(And(both, TiffMaker::Short(296, unit))),
+                    Has({{"resolution", {300, 72.5}}, {"resolution unit", name}}));
     }
     EXPECT_EQ(PageOf(both)["resolution unit"], "inch");
     EXPECT_EQ(PageOf(And(both, {296, 2, 4, 0, "cm"}))["resolution unit"], "inch") << "not a number";
@@ -56,15 +51,16 @@ TEST_F(InspectTest, TellsTheResolutionWithItsUnit) {
 }
 
 TEST_F(InspectTest, WhatCannotBeDescribedHasALineOfJsonToo) {
+    Shell("convert-im6 " + Quoted(in_) + " gif:" + Quoted(file_));
+    EXPECT_THAT(Hueweave({"inspect", file_}),
+                SaysOnly(4, file_ + ": is a GIF file, not a profile or a TIFF, PNG or JPEG file; give one of them"));
     WriteBytes(file_, FileBytes(Input("photo-8.tif")).substr(0, 1000));
     const Outcome run = Hueweave({"inspect", "--json", file_, Input("scanner.icc")});
-    EXPECT_EQ(run.status, 1);
-    const auto lines = Lines(run.out);
-    ASSERT_EQ(lines.size(), 2U);
-    const json told = json::parse(lines[0]);
-    EXPECT_EQ(told["file"], file_);
-    EXPECT_EQ("hueweave: " + told["reason"].get<std::string>() + "\n", run.err);
-    EXPECT_EQ(json::parse(lines[1])["kind"], "profile");
+    const auto told = JsonLines(run.out);
+    ASSERT_EQ(told.size(), 2U);
+    EXPECT_EQ(told[0]["file"], file_);
+    EXPECT_THAT(run, SaysOnly(1, told[0]["reason"].get<std::string>()));
+    EXPECT_EQ(told[1]["kind"], "profile");
 }
 
 TEST_F(InspectTest, AFileIsConvertibleIfConvertTakesItAsItIs) {
@@ -90,10 +86,10 @@ TEST_F(InspectTest, AFileIsConvertibleIfConvertTakesItAsItIs) {
 
 TEST_F(InspectTest, APlainProfileIsNotCalledEmbedded) {
     WriteGreyProfile(file_);
-    const json told = ToldOf();
-    EXPECT_THAT(told["intents"][0]["why"].get<std::string>(), testing::Not(HasSubstr("embeds")));
-    EXPECT_EQ("hueweave: " + told["intents"][0]["why"].get<std::string>() + "\n",
-              Hueweave({"convert", "--profile", file_, in_, "-o", out_}).err);
+    const json intent = ToldOf()["intents"][0];
+    EXPECT_EQ(intent["served"], "no");
+    EXPECT_THAT(Hueweave({"convert", "--profile", file_, in_, "-o", out_}),
+                AllOf(SaysOnly(3, intent["why"].get<std::string>()), Not(Says(3, "embeds"))));
 }
 
 TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
@@ -106,25 +102,21 @@ TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
 }
 
 TEST_F(InspectTest, TheShapeOfATableIsTold) {
-    const auto table = [&] {
+    const auto tableOf = [&](Form form) {
+        WriteDeviceProfile(file_, form);
         const json told = ToldOf();
         for (const json& tag : told["tags"]) {
             if (tag["name"] == "A2B0") return tag["table"];
         }
         return json();
     };
-    WriteDeviceProfile(file_, Form::MabCurves);
-    EXPECT_EQ(table()["parts"], (json{"B", "grid", "A"}));
-    EXPECT_EQ(table()["grid"], (json{33, 33, 33}));
-    EXPECT_EQ(table()["bytes a value"], 2);
-    WriteDeviceProfile(file_, Form::Mab8Bit);
-    EXPECT_EQ(table()["bytes a value"], 1);
-    WriteDeviceProfile(file_, Form::MabMatrix);
-    EXPECT_EQ(table()["parts"], (json{"B", "matrix", "M"}));
-    EXPECT_FALSE(table().contains("grid"));
-    WriteDeviceProfile(file_, Form::Mft2OddGrid);
+    EXPECT_THAT(tableOf(Form::MabCurves),
+                Has({{"parts", {"B", "grid", "A"}}, {"grid", {33, 33, 33}}, {"bytes a value", 2}}));
+    EXPECT_EQ(tableOf(Form::Mab8Bit)["bytes a value"], 1);
+    EXPECT_EQ(tableOf(Form::MabMatrix)["parts"], (json{"B", "matrix", "M"}));
+    EXPECT_FALSE(tableOf(Form::MabMatrix).contains("grid"));
     const json wanted{{"inputs", 3}, {"outputs", 3}, {"grid", 21}, {"input entries", 256}, {"output entries", 256}};
-    EXPECT_EQ(table(), wanted);
+    EXPECT_EQ(tableOf(Form::Mft2OddGrid), wanted);
 }
 
 TEST_F(InspectTest, TakesTheTypeOfATagFromItsOwnBytes) {
@@ -141,27 +133,19 @@ TEST_F(InspectTest, TakesTheTypeOfATagFromItsOwnBytes) {
 
 TEST_F(InspectTest, TellsOfProfilesAndFiles) {
     const json scanner = Told({"inspect", Input("scanner.icc")});
-    EXPECT_EQ(scanner["description"], "scanner");
-    EXPECT_EQ(scanner["class"], "scnr");
+    EXPECT_THAT(scanner, Has({{"description", "scanner"}, {"class", "scnr"}}));
     EXPECT_EQ(scanner["intents"][0]["served"], "yes");
-    EXPECT_EQ(scanner["intents"][1]["served"], "baked");
-    EXPECT_EQ(scanner["intents"][1]["why"], "it has no table A2B1");
+    EXPECT_THAT(scanner["intents"][1], Has({{"served", "baked"}, {"why", "it has no table A2B1"}}));
     const std::string tagged = folder_ / "tagged.tif";
     Embed(Input("scanner.icc"), file_);
     Shell("tiffcp -c lzw " + Quoted(file_) + " " + Quoted(tagged));
-    const json told = Told({"inspect", tagged});
+    const json told = Told({"inspect", tagged}), page{{"width", 210}, {"bits", 16}, {"compression", "LZW"}};
     EXPECT_EQ(told["convertible"], true);
-    EXPECT_EQ(told["pages"][0]["width"], 210);
-    EXPECT_EQ(told["pages"][0]["bits"], 16);
-    EXPECT_EQ(told["pages"][0]["compression"], "LZW");
+    EXPECT_THAT(told["pages"][0], Has(page));
     EXPECT_EQ(told["pages"][0]["profile"]["description"], "scanner");
-    const Outcome text = Hueweave({"inspect", tagged, Input("scanner.icc"), folder_ / "missing"});
-    EXPECT_EQ(text.status, 1);
-    EXPECT_THAT(text.out, HasSubstr("A2B0, mft2, bytes"));
-    EXPECT_THAT(text.out, HasSubstr("relative, baked, it has no table A2B1"));
-    EXPECT_THAT(text.err, HasSubstr("missing: cannot be read"));
-    WriteGreyProfile(file_);
-    EXPECT_EQ(ToldOf()["intents"][0]["served"], "no");
+    EXPECT_THAT(Hueweave({"inspect", tagged, Input("scanner.icc"), folder_ / "missing"}),
+                AllOf(Prints(1, "A2B0, mft2, bytes", "relative, baked, it has no table A2B1"),
+                      Says(1, "missing: cannot be read")));
 }
 
 }  // namespace

@@ -11,9 +11,6 @@
 namespace hueweave::test {
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-
 class VerifyTest : public ProfileTest {};
 
 TEST_F(VerifyTest, PicturesOfEveryFormatGiveTheirColours) {
@@ -64,25 +61,19 @@ TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
             }
             const cmsCIELab wanted = LabOf(kSwappedSrgb, device), reached = LabOf(kSrgb, output);
             differences.push_back(cmsCIE2000DeltaE(&wanted, &reached, 1, 1, 1));
-            bool found = false;
-            for (const json& worst : told["worst"]) {
-                const std::array<unsigned, 3> colour = worst["device"];
-                if (colour != std::array{bytes[3 * p] * 257U, bytes[3 * p + 1] * 257U, bytes[3 * p + 2] * 257U})
-                    continue;
-                found = true;
-                EXPECT_NEAR(worst["lab"][0], wanted.L, 0.01) << p << " of " << bits;
-                EXPECT_NEAR(worst["lab"][1], wanted.a, 0.01) << p << " of " << bits;
-                EXPECT_NEAR(worst["lab"][2], wanted.b, 0.01) << p << " of " << bits;
-                EXPECT_NEAR(worst["difference"], differences.back(), 0.01) << p << " of " << bits;
-            }
-            EXPECT_TRUE(found);
+            const json colour{bytes[3 * p] * 257, bytes[3 * p + 1] * 257, bytes[3 * p + 2] * 257};
+            const auto worst = std::find_if(told["worst"].begin(), told["worst"].end(),
+                                            [&](const json& one) { return one["device"] == colour; });
+            ASSERT_NE(worst, told["worst"].end());
+            EXPECT_NEAR((*worst)["lab"][0], wanted.L, 0.01) << p << " of " << bits;
+            EXPECT_NEAR((*worst)["lab"][1], wanted.a, 0.01) << p << " of " << bits;
+            EXPECT_NEAR((*worst)["lab"][2], wanted.b, 0.01) << p << " of " << bits;
+            EXPECT_NEAR((*worst)["difference"], differences.back(), 0.01) << p << " of " << bits;
         }
         std::sort(differences.begin(), differences.end());
         EXPECT_NEAR(told["mean"], std::accumulate(differences.begin(), differences.end(), 0.0) / 5, 0.01);
         EXPECT_NEAR(told["median"], differences[2], 0.01);
-        EXPECT_NEAR(told["p95"], differences[4], 0.01);
-        EXPECT_NEAR(told["p99"], differences[4], 0.01);
-        EXPECT_NEAR(told["maximum"], differences[4], 0.01);
+        for (const char* key : {"p95", "p99", "maximum"}) EXPECT_NEAR(told[key], differences[4], 0.01) << key;
         EXPECT_EQ(both["clipped"], 0);
     }
 }
@@ -94,14 +85,10 @@ TEST_F(VerifyTest, CountsWhatLiesOutsideTheSpace) {
 }
 
 TEST_F(VerifyTest, SetsTheStatusByItsLimit) {
-    const Outcome run = Hueweave({"verify", Input("scanner.icc"), "--limit", "2.0"});
-    EXPECT_EQ(run.status, 0) << run.out;
-    for (const char* word : {"mean", "median", "95 %", "99 %", "maximum", "The worst", "Outside the space"}) {
-        EXPECT_THAT(run.out, HasSubstr(word));
-    }
     for (const auto& [limit, exact, library] : {std::tuple{"0.01", 0, 1}, {"0.001", 1, 1}, {"2.0", 0, 0}}) {
         const Words words{"verify", Input("scanner.icc"), "--limit", limit};
-        EXPECT_EQ(Hueweave(words).status, exact) << limit;
+        EXPECT_THAT(Hueweave(words),
+                    Prints(exact, "mean", "median", "95 %", "99 %", "maximum", "The worst", "Outside the space"));
         EXPECT_EQ(Hueweave(words + Words{"--precision", "library"}).status, library) << limit;
     }
     const json both = Told({"verify", Input("scanner.icc"), "--points", "9"});
@@ -111,15 +98,7 @@ TEST_F(VerifyTest, SetsTheStatusByItsLimit) {
     EXPECT_LE(told["p95"], told["p99"]);
     EXPECT_LE(told["p99"], told["maximum"]);
     EXPECT_EQ(told["worst"][0]["difference"], told["maximum"]);
-    const json image = Told({"verify", Input("scanner.icc"), "--image", in_, "--bits", "8"});
-    EXPECT_GT(image["colours"], 1000);
-}
-
-TEST_F(VerifyTest, FindsTheSameFiguresAsAnIndependentMeasurement) {
-    ASSERT_EQ(ConvertBy(Input("matrix.icc")).status, 0);
-    const json image = Told({"verify", Input("matrix.icc"), "--image", in_});
-    // One counts each colour once, the other takes every seventh pixel.
-    EXPECT_NEAR(image["library"]["mean"], MeanDifference(in_, Input("matrix.icc"), 0, out_), 0.2);
+    EXPECT_GT(Told({"verify", Input("scanner.icc"), "--image", in_, "--bits", "8"})["colours"], 1000);
 }
 
 }  // namespace

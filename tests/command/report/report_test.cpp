@@ -2,18 +2,12 @@
 // The page of report: its numbers, and text of strangers in it. tests/report uses it in a browser.
 #include <unistd.h>
 
-#include <filesystem>
-#include <map>
-
 #include "command/report/ReportPageFixture.h"
 #include "command/support/DeviceProfiles.h"
-#include "command/support/Picture.h"
 #include "command/support/TiffMaker.h"
 
 namespace hueweave::test {
 namespace {
-
-using nlohmann::json;
 
 class ReportPageTest : public ReportPageFixture {};
 
@@ -62,10 +56,7 @@ TEST_F(ReportPageTest, CountsEachPixelOfAPicture) {
     OneStrip(std::string("\0\0\0\0\0\0\xff\0\0\x80\x80\x80", 12), {.width = 4, .height = 1}).Save(image);
     const std::string page = PageOf({Input("matrix.icc"), image, "--to", Input("matrix.icc")});
     const json picture = NumbersOf(page)["pictures"][0];
-    EXPECT_EQ(picture["way"], "copy");
-    EXPECT_EQ(picture["clipped"], 3);
-    EXPECT_EQ(picture["low"], (json{2, 3, 3}));
-    EXPECT_EQ(picture["high"], (json{1, 0, 0}));
+    EXPECT_THAT(picture, Has({{"way", "copy"}, {"clipped", 3}, {"low", {2, 3, 3}}, {"high", {1, 0, 0}}}));
     EXPECT_EQ(picture["before"], picture["after"]);
     EXPECT_EQ(picture["before"][0][255], 1);
     EXPECT_EQ(picture["before"][1][128], 1);
@@ -76,9 +67,8 @@ TEST_F(ReportPageTest, CountsEachPixelOfAPicture) {
 TEST_F(ReportPageTest, ReducesALargePicture) {
     const std::string large = folder_ / "large.tif";
     Shell("convert-im6 -size 2400x30 gradient:red-blue -depth 8 -type truecolor -compress none " + Quoted(large));
-    const json picture = NumbersOf(PageOf({Input("matrix.icc"), large}))["pictures"][0];
-    EXPECT_EQ(picture["shown"], (json{1600, 20}));
-    EXPECT_EQ(picture["pixels"], 72000);
+    EXPECT_THAT(NumbersOf(PageOf({Input("matrix.icc"), large}))["pictures"][0],
+                Has({{"shown", {1600, 20}}, {"pixels", 72000}}));
 }
 
 TEST_F(ReportPageTest, ShowsNamesAsText) {
@@ -97,20 +87,14 @@ TEST_F(ReportPageTest, ShowsNamesAsText) {
         OneStrip("abc", {.width = 1, .height = 1}).Save(words.back());
     }
     const std::string page = PageOf(words);
-    // A name stands in the list of parts, in the heading, with the facts of the file, and in the command line.
-    for (const auto& [part, count] : std::map<std::string, std::size_t>{{"<script", 0},
-                                                                        {"</script", 0},
-                                                                        {"<!--", 0},
-                                                                        {"<img ", 27},
-                                                                        {"<img src", 0},
-                                                                        {"onload='", 0},
-                                                                        {"a & b", 0},
-                                                                        {"{{json}}", 4},
-                                                                        {"\xe2\x80\xa8", 0},
-                                                                        {"\xe2\x80\xae", 0},
-                                                                        {"\xff", 0}}) {
-        EXPECT_EQ(CountOf(MarkupOf(page), part), count) << part;
+    const std::string markup = MarkupOf(page);
+    for (const char* part :
+         {"<script", "</script", "<!--", "<img src", "onload='", "a & b", "\xe2\x80\xa8", "\xe2\x80\xae", "\xff"}) {
+        EXPECT_EQ(CountOf(markup, part), 0U) << part;
     }
+    EXPECT_EQ(CountOf(markup, "<img "), 3 * names.size());
+    // A name stands in the list of parts, in the heading, with the facts of the file, and in the command line.
+    EXPECT_EQ(CountOf(markup, "{{json}}"), 4U);
     // The numbers end where they should, and hold the names.
     const json pictures = NumbersOf(page)["pictures"];
     ASSERT_EQ(pictures.size(), names.size());
@@ -132,8 +116,6 @@ TEST_F(ReportPageTest, RefusesWithoutWriting) {
          std::vector<std::tuple<Words, int, std::string>>{{{grey, "-o", page_}, 4, "holds grey pixels, not RGB"},
                                                           {{text, "-o", page_}, 4, "not a TIFF, PNG or JPEG file"},
                                                           {{"--chart", text, "-o", page_}, 4, "text.txt"},
-                                                          {{"-o", "-"}, 2, "standard output"},
-                                                          {{"-", "-o", page_}, 2, "standard input"},
                                                           {{in_, "-o", in_, "--force"}, 5, "is an input itself"},
                                                           {{"-o", folder_ / "none/page.html"}, 5, "none"}}) {
         EXPECT_THAT(Hueweave(profile + words), Refuses(status, reason));
@@ -148,19 +130,15 @@ TEST_F(ReportPageTest, IsWholeOrNotThereWhateverFails) {
     const std::string image = folder_ / "image.tif", seen = folder_ / "seen";
     OneStrip(std::string(12, 'x'), {.width = 2, .height = 2}).Save(image);
     const std::string whole = PageOf({Input("matrix.icc"), image});
-    struct Row {
-        const char* fault;
-        bool isReplaced;  ///< there is an old page, and --force
-        int status;       ///< -1 where the command is killed
-    };
-    for (const auto& [fault, isReplaced, status] : {Row{"pwrite:1:28", false, 5},
+    // A fault, whether there is an old page and --force, and the status, which is -1 where the command is killed.
+    for (const auto& [fault, isReplaced, status] : {std::tuple{"pwrite:1:28", false, 5},
                                                     {"pwrite:1:28", true, 5},
                                                     {"pwrite:1:-6", true, -1},
                                                     {"pwrite:1:0", true, 0},
                                                     {"sync:1:5", false, 5},
                                                     {"pread:6:5", true, 4}}) {
         SCOPED_TRACE(fault);
-        std::filesystem::remove(page_);
+        fs::remove(page_);
         if (isReplaced) WriteBytes(page_, "mine");
         WriteBytes(seen, "");
         Words words{"report", Input("matrix.icc"), image, "-o", page_};

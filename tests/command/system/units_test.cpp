@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Hashes, text for a terminal, signals and threads.
+// Hashes, text for a terminal, kinds of files, signals and threads.
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
-#include <functional>
 #include <latch>
 #include <numeric>
 
 #include "batch/session/ProfileFile.h"
+#include "batch/session/Report.h"
 #include "colour/library/Bake.h"
 #include "colour/library/CompareLibrary.h"
 #include "command/support/Command.h"
@@ -18,12 +18,15 @@
 #include "system/Refusal.h"
 #include "system/Sha256.h"
 #include "system/Signals.h"
+#include "system/StableHash.h"
 #include "system/WorkUnits.h"
+#include "system/files/FileKind.h"
 
 namespace hueweave::tool {
 namespace {
 
 using test::Folder;
+using std::string_view_literals::operator""sv;
 
 TEST(Sha256Test, AgreesWithSha256sumAtEveryLengthAndInPieces) {
     const Folder folder;
@@ -42,20 +45,60 @@ TEST(Sha256Test, AgreesWithSha256sumAtEveryLengthAndInPieces) {
     }
 }
 
+TEST(StableHashTest, IsTheSameOnEveryMachine) {
+    // FNV-1a of "" and of "a" are published: cbf29ce484222325 and af63dc4c8601ec8c.
+    EXPECT_EQ(StableHash(""), 0xcbf29ce484222325U ^ 0xcbf29ce4U);
+    EXPECT_EQ(StableHash("a"), 0xaf63dc4c8601ec8cU ^ 0xaf63dc4cU);
+}
+
+/// The messages of a report with these notes.
+std::string Noted(const std::vector<std::string>& notes) {
+    testing::internal::CaptureStderr();
+    {
+        Report report(false, false);
+        for (const std::string& note : notes) report.Note(note);
+    }
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST(ReportTest, RemembersABoundedNumberOfNotes) {
+    std::vector<std::string> notes{"first"};
+    for (int n = 1; n < 4095; ++n) notes.push_back(std::to_string(n));
+    notes.emplace_back("first");
+    EXPECT_EQ(test::Lines(Noted(notes)).size(), 4095U) << "a note is not repeated";
+    notes.emplace_back("the last one that is remembered");
+    notes.emplace_back("first");
+    const std::vector<std::string> lines = test::Lines(Noted(notes));
+    EXPECT_EQ(lines.size(), 4097U);
+    EXPECT_EQ(lines.back(), "hueweave: note: first");
+}
+
+TEST(ProgressLineTest, FitsTheTerminal) {
+    EXPECT_EQ(ProgressLine("scan.tif", 3, 40, 0.456, 0.12, 130, 80), "[3/40] scan.tif  46%  total  12%  2:10 left");
+    EXPECT_EQ(ProgressLine("scan.tif", 1, 1, 0.5, 0.5, -1, 80), "scan.tif  50%");
+    for (std::size_t columns = 0; columns < 60; ++columns) {
+        EXPECT_LE(ProgressLine("a/very/long/path/to/scan.tif", 1, 9, 0.5, 0.5, 9, columns).size(), columns);
+    }
+    EXPECT_EQ(ProgressLine("a/very/long/path/to/scan.tif", 1, 1, 0.5, 0.5, -1, 20), "...to/scan.tif  50%");
+    // A name is never cut inside a character.
+    EXPECT_EQ(ProgressLine("\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9\u00e9", 1, 1, 0.5, 0.5, -1, 15),
+              "...\u00e9\u00e9\u00e9  50%");
+    EXPECT_EQ(Duration(59.4), "0:59");
+    EXPECT_EQ(Duration(3725), "1:02:05");
+}
+
 TEST(OneLineTest, ControlCharactersAndMarksOfDirectionDoNotReachTheTerminal) {
-    EXPECT_EQ(OneLine("a\nb\033[31mc\x7f"), "a?b?[31mc?");
-    EXPECT_EQ(OneLine("\x1e\x1f !~"), "?? !~");
-    EXPECT_EQ(OneLine("ökonomisch"), "ökonomisch");
-    // The control characters from 0x80 on, in UTF-8, as single bytes and in invalid UTF-8.
-    EXPECT_EQ(OneLine("a\xc2\x9b"
-                      "31m\xc2\x80\xc2\x85\xc2\x9f"),
-              "a?31m???");
-    EXPECT_EQ(OneLine("\x9b"
-                      "31m \x80\x9f \xe9\x9b \xc0\x9b \xe0\x82\x9b \xf0\x80\x82\x9b"),
-              "?31m ?? \xe9? \xc0? \xe0?? \xf0???");
-    EXPECT_EQ(OneLine("\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7"), "\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7");
-    EXPECT_EQ(OneLine("caf\xe9"), "caf\xe9");
-    EXPECT_EQ(OneLine("\xe2\x80"), "\xe2?");
+    const std::pair<std::string, std::string> rows[] = {
+        {"a\nb\033[31mc\x7f", "a?b?[31mc?"},
+        {"\x1e\x1f !~", "?? !~"},
+        {"ökonomisch", "ökonomisch"},
+        // The control characters from 0x80 on, in UTF-8, as single bytes and in invalid UTF-8.
+        {"a\302\23331m\302\200\302\205\302\237", "a?31m???"},
+        {"\23331m \x80\x9f \xe9\x9b \xc0\x9b \xe0\x82\x9b \xf0\x80\x82\x9b", "?31m ?? \xe9? \xc0? \xe0?? \xf0???"},
+        {"\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7", "\xed\x9b\x9b \xc3\x9b \xf0\x9f\x93\xb7"},
+        {"caf\xe9", "caf\xe9"},
+        {"\xe2\x80", "\xe2?"}};
+    for (const auto& [text, shown] : rows) EXPECT_EQ(OneLine(text), shown);
     // Marks of direction and separators of lines, and their neighbours.
     for (const char* mark : {"\u061c", "\u200e", "\u200f", "\u2028", "\u2029", "\u202a", "\u202b", "\u202c", "\u202d",
                              "\u202e", "\u2066", "\u2067", "\u2068", "\u2069"}) {
@@ -64,6 +107,40 @@ TEST(OneLineTest, ControlCharactersAndMarksOfDirectionDoNotReachTheTerminal) {
     for (const char* letter :
          {"\u061b", "\u061d", "\u200d", "\u2010", "\u2027", "\u202f", "\u2065", "\u206a", "\u00a0"}) {
         EXPECT_EQ(OneLine(letter), letter);
+    }
+}
+
+/// A file of other formats is named by its first bytes, whatever its name is.
+TEST(FileKindTest, IsToldByTheFirstBytes) {
+    const std::string dicom = std::string(128, '\0') + "DICM", icc = std::string(36, '\1') + "acsp";
+    const std::pair<std::string_view, const char*> rows[] = {{"\xff\xd8\xff\xe0"sv, "a JPEG file"},
+                                                             {"GIF89a\1\0"sv, "a GIF file"},
+                                                             {"%PDF-1.7\n"sv, "a PDF file"},
+                                                             {"8BPS\0\1"sv, "a Photoshop file"},
+                                                             {"\0\0\0\30ftypheic\0\0\0\0"sv, "a HEIF file"},
+                                                             {"\0\0\0\30ftypmif1\0\0\0\0"sv, "a HEIF file"},
+                                                             {"\0\0\0\30ftypavif\0\0\0\0"sv, "an AVIF file"},
+                                                             {"\0\0\0\30ftypisom\0\0\0\0"sv, ""},
+                                                             {"\0\0\0\30ftypcrx \0\0\0\0"sv, "a raw camera file"},
+                                                             {"FUJIFILMCCD-RAW 0201"sv, "a raw camera file"},
+                                                             {"IIRO\x08\0\0\0"sv, "a raw camera file"},
+                                                             {"IIU\0\x18\0\0\0"sv, "a raw camera file"},
+                                                             {"II\x1a\0\0\0HEAPCCDR"sv, "a raw camera file"},
+                                                             {"RIFF\0\1\0\0WEBPVP8 "sv, "a WebP file"},
+                                                             {"RIFF\0\1\0\0WAVEfmt "sv, ""},
+                                                             {"BM\x36\0\1\0\0\0\0\0"sv, "a BMP file"},
+                                                             {"BMI of a patient"sv, ""},
+                                                             {dicom, "a DICOM file"},
+                                                             {icc, "an ICC profile"},
+                                                             {"PK\x03\x04"sv, "a ZIP archive"},
+                                                             {""sv, "empty"},
+                                                             {"\xff"sv, ""},
+                                                             {"II*\0\x08\0\0\0"sv, ""},
+                                                             {"a text"sv, ""}};
+    const Folder folder;
+    for (const auto& [bytes, kind] : rows) {
+        test::WriteBytes(folder / "x.tif", std::string(bytes));
+        EXPECT_EQ(FileKind(FileAccess::OpenInput(folder / "x.tif")), kind) << bytes;
     }
 }
 
@@ -100,29 +177,26 @@ TEST(SignalsTest, EndReadingAndComputing) {
     const auto colours = colour::GridColours(2);
     colour::Rendering rendering;
     rendering.space = colour::FindSpace("srgb");
-    const std::pair<const char*, std::function<void()>> works[] = {
-        {"read",
-         [&] {
-             opened.file.Read({0, 1});
-         }},
-        {"structure", [&] { const TiffStructure read(opened.file); }},
-        {"pages", [&] { ReadPages(opened.structure); }},
-        {"comparison",
-         [&] { colour::CompareLibrary(profile.data, profile.data, rendering, 16, colours, ThrowIfInterrupted); }},
-        {"baking", [&] { colour::BakeProfile(profile.data, ThrowIfInterrupted); }}};
-    for (const auto& [name, work] : works) {
-        const auto interrupted = [&run = work] {
+    const auto expectInterrupted = [](const char* name, const auto& work) {
+        const auto interrupted = [&] {
             WatchSignals();
             std::raise(SIGTERM);
             try {
-                run();
+                work();
             } catch (const Interrupted&) {
                 _exit(7);
             }
             _exit(9);
         };
         EXPECT_EXIT(interrupted(), testing::ExitedWithCode(7), "") << name;
-    }
+    };
+    expectInterrupted("read", [&] { opened.file.Read({0, 1}); });
+    expectInterrupted("structure", [&] { const TiffStructure read(opened.file); });
+    expectInterrupted("pages", [&] { ReadPages(opened.structure); });
+    expectInterrupted("comparison", [&] {
+        colour::CompareLibrary(profile.data, profile.data, rendering, 16, colours, ThrowIfInterrupted);
+    });
+    expectInterrupted("baking", [&] { colour::BakeProfile(profile.data, ThrowIfInterrupted); });
 }
 
 TEST(WorkUnitsTest, PartsComeInOrderWhateverTheThreads) {
