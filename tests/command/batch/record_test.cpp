@@ -11,30 +11,26 @@
 #include "batch/record/Resume.h"
 #include "colour/profile/Spaces.h"
 #include "command/support/Batch.h"
+#include "command/support/Json.h"
 #include "command/support/Limits.h"
 #include "command/support/Picture.h"
-#include "system/Json.h"
 #include "system/files/LineReader.h"
 
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
 using tool::LineReader;
 using tool::RecordEntries;
-namespace fs = std::filesystem;
 
 class ResumeTest : public BatchTest {};
 
 TEST_F(ResumeTest, SkipsWhatIsDoneTheSameWayAndNothingElse) {
     ASSERT_EQ(ConvertScan({scans_, "-o", out_}).status, 0);
     const auto again = [&](const Words& more) { return ConvertAll(Words{"--resume"} + more); };
-    Outcome run = again({});
-    EXPECT_THAT(run, Says(0, "0 converted, 3 done already"));
+    EXPECT_THAT(again({}), Says(0, "0 converted, 3 done already"));
     // Another option, while the outputs exist.
     EXPECT_THAT(again({"--intent", "relative"}), Says(5, "0 converted, 3 refused"));
-    run = again({"--intent", "relative", "--force"});
-    EXPECT_THAT(run.err, HasSubstr("3 converted"));
+    EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("3 converted"));
     EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("3 done already"));
     // A source of the same size and time with other contents.
     std::string bytes = FileBytes(scans_ + "/deep/a.tif");
@@ -87,23 +83,6 @@ TEST_F(ResumeTest, ARecordOfNothingIsRemovedButNotThatOfOthers) {
 class RecordTest : public BatchTest {
 protected:
     RecordTest() { fs::create_directory(out_); }
-    /// A run that must not use the record: it converts all files and gives the reason once; with --resume it is
-    /// refused.
-    void ExpectUnused(const std::string& reason) const {
-        const std::string about = record_ + ": " + reason;
-        const Outcome run = Timed({scans_, "-o", out_});
-        EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
-        const std::string note = "note: " + about + " and is not written to; --resume will not recognise this run";
-        const std::size_t at = run.err.find(note);
-        EXPECT_TRUE(at != std::string::npos && run.err.find(note, at + 1) == std::string::npos) << run.err;
-        for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
-        for (const char* dry : {"-q", "--dry-run"}) {
-            EXPECT_THAT(Timed({scans_, "-o", out_, "--resume", dry}),
-                        SaysOnly(5, about + ", and records no earlier run; remove it, or leave out --resume"));
-            EXPECT_EQ(Outputs(), Names{});
-        }
-    }
     static Outcome Timed(const Words& more) {
         return RunProgram(
             {.words = Words{"timeout", "60", HUEWEAVE_COMMAND, "convert", "--profile", Input("scanner.icc")} + more});
@@ -120,25 +99,36 @@ TEST_F(RecordTest, AnythingButAPlainFileIsNotUsed) {
     for (const auto& [make, reason] : rows) {
         SCOPED_TRACE(make);
         Shell("cd " + out_ + "; " + make + " .hueweave.jsonl");
-        ExpectUnused(reason);
+        // All files are converted, and the reason is given once; with --resume the run is refused.
+        const std::string about = record_ + ": " + reason;
+        const Outcome run = Timed({scans_, "-o", out_});
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_EQ(CountOf(run.err, "note: " + about + " and is not written to; --resume will not recognise this run"),
+                  1U);
+        EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF", "deep/a.tif"}));
+        RemoveOutputs();
+        for (const char* dry : {"-q", "--dry-run"}) {
+            EXPECT_THAT(Timed({scans_, "-o", out_, "--resume", dry}),
+                        SaysOnly(5, about + ", and records no earlier run; remove it, or leave out --resume"));
+            EXPECT_EQ(Outputs(), Names{});
+        }
         fs::remove(record_);
     }
     EXPECT_FALSE(Exists(folder_ / "nothing"));
     EXPECT_EQ(FileBytes(victim_), "# mine\n");
 }
 
-constexpr long kRecordKb = MemoryKb(160000);
-
 TEST_F(RecordTest, TakesBoundedMemoryWhateverItsSize) {
     WriteBytes(record_, "");
     fs::resize_file(record_, std::uintmax_t{256} << 20);  // one line of zeros, as a file with a hole
-    Outcome run = Timed({scans_, "-o", out_, "--resume"});
+    const Words words{scans_, "-o", out_, "--resume"};
+    const Outcome run = Timed(words);
     EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_LT(run.peakKb, kRecordKb);
-    for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
+    EXPECT_LT(run.peakKb, MemoryKb(160000));
+    RemoveOutputs();
     fs::resize_file(record_, (std::uintmax_t{256} << 20) + 1);
-    run = Timed({scans_, "-o", out_, "--resume"});
-    EXPECT_THAT(run, Says(5, ".hueweave.jsonl: is too large to be a record, and records no earlier run; remove"));
+    EXPECT_THAT(Timed(words),
+                Says(5, ".hueweave.jsonl: is too large to be a record, and records no earlier run; remove"));
 }
 
 TEST_F(RecordTest, AFullOneIsFollowedByAnother) {
@@ -214,13 +204,14 @@ TEST(RecordEntriesTest, LinesThatAreNoneOfOursCountForNothing) {
                                          R"({"output":"a","fingerprint":")" + f + R"(","size":1.0,"modified":2})",
                                          R"({"output":"a","fingerprint":[")" + f + R"("],"size":1,"modified":2})",
                                          R"({"output":"a","fingerprint":"f","size":1,"modified":2})",
-                                         R"({"fingerprint":")" + f + R"(","size":1,"modified":2})"}) {
+                                         R"({"fingerprint":")" + f + R"(","size":1,"modified":2})",
+                                         std::string(30000, '[') + std::string(30000, ']')}) {
         entries.Take(tool::ParseRecordLine(line));
     }
-    entries.Take(tool::ParseRecordLine(std::string(30000, '[') + std::string(30000, ']')));
     EXPECT_FALSE(entries.Has("a"));
-    entries.Take(tool::ParseRecordLine(R"({"output":"a","fingerprint":")" + f + R"(","size":1,"modified":2})"));
-    entries.Take(tool::ParseRecordLine(R"({"output":"a","fingerprint":")" + f + R"(","size":3,"modified":4})"));
+    for (const std::string numbers : {R"("size":1,"modified":2})", R"("size":3,"modified":4})"}) {
+        entries.Take(tool::ParseRecordLine(R"({"output":"a","fingerprint":")" + f + R"(",)" + numbers));
+    }
     EXPECT_TRUE(entries.Has("a", f, {1, 2}));
     EXPECT_TRUE(entries.Has("a", f, {3, 4}));
     EXPECT_FALSE(entries.Has("a", f, {1, 4}));
@@ -231,7 +222,7 @@ TEST(RecordEntriesTest, LinesThatAreNoneOfOursCountForNothing) {
 TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
     const Folder folder;
     const std::string path = folder / "lines", large(200000, 'x');
-    const auto read = [&](const std::string& bytes, std::size_t longest) {
+    const auto read = [&](const std::string& bytes, std::size_t longest = 5) {
         WriteBytes(path, bytes);
         const tool::FileAccess file = LineReader::Open(path);
         LineReader lines(file.descriptor(), '\n', longest);
@@ -240,14 +231,14 @@ TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
         EXPECT_EQ(lines.error(), 0);
         return all;
     };
-    EXPECT_EQ(read("", 5), Words{});
-    EXPECT_EQ(read("a\n\nbc", 5), (Words{"a", "", "bc"}));
-    EXPECT_EQ(read("12345\n123456\n1234567\na\n", 5), (Words{"12345", "123456", "123456", "a"}));
-    EXPECT_EQ(read(large + "\nb\n", 5), (Words{"xxxxxx", "b"}));
-    EXPECT_EQ(read("a\n" + large, 5), (Words{"a", "xxxxxx"}));
+    EXPECT_EQ(read(""), Words{});
+    EXPECT_EQ(read("a\n\nbc"), (Words{"a", "", "bc"}));
+    EXPECT_EQ(read("12345\n123456\n1234567\na\n"), (Words{"12345", "123456", "123456", "a"}));
+    EXPECT_EQ(read(large + "\nb\n"), (Words{"xxxxxx", "b"}));
+    EXPECT_EQ(read("a\n" + large), (Words{"a", "xxxxxx"}));
     EXPECT_EQ(read(large + "\n" + large, 200000), (Words{large, large}));
     // The first block of 64 KiB ends inside a line of the greatest length.
-    EXPECT_EQ(read(std::string((std::size_t{64} << 10) - 5, '\n') + "123456\n", 5).back(), "123456");
+    EXPECT_EQ(read(std::string((std::size_t{64} << 10) - 5, '\n') + "123456\n").back(), "123456");
     LineReader none(-1, '\n', 5);
     std::string line;
     EXPECT_FALSE(none.Next(line));
@@ -259,63 +250,50 @@ std::string SumOf(const std::string& options, const std::string& path) {
     return Shell("{ echo " + Quoted(options) + "; cat " + Quoted(path) + "; } | sha256sum").substr(0, 64);
 }
 
-class FingerprintTest : public testing::Test {
-protected:
-    FingerprintTest() {
-        options_.rendering.space = colour::FindSpace("srgb");
-        WriteBytes(path_, Text('f', kSize));
-    }
-    static std::string Text(char first, std::size_t size) {
-        std::string text(size, first);
-        for (std::size_t i = 0; i < size; i += 7) text[i] = static_cast<char>(i / 7);
-        return text;
-    }
-    static tool::Bytes BytesOf(const std::string& text) { return {text.begin(), text.end()}; }
-    /// Records the given ranges of the file as read, with the bytes of `taken_`, which differ from those in the file.
-    std::string After(const std::vector<tool::Extent>& ranges) {
-        tool::Report report(true, false);
-        const tool::Target target{"srgb", {}, {}, "of-the-target", {}};
-        tool::ProfileCache cache(options_, target);
-        tool::MadeFolders folders(false);
-        tool::SweptFolders swept;
-        const tool::InputList list;
-        const tool::Session session{options_, list, report, target, cache, folders, swept, nullptr, {}};
-        const tool::SourceFile source = tool::OpenSource({path_, "", "", ""});
+TEST(FingerprintTest, IsTheSumOfTheOptionsAndTheSource) {
+    constexpr std::size_t kMega = std::size_t{1} << 20, kSize = 3 * kMega + 5;
+    const auto text = [](char first) {
+        std::string all(kSize, first);
+        for (std::size_t i = 0; i < kSize; i += 7) all[i] = static_cast<char>(i / 7);
+        return all;
+    };
+    const Folder folder;
+    const std::string path = folder / "source", inFile = text('f'), taken = text('t');
+    WriteBytes(path, inFile);
+    tool::ConvertOptions options;
+    options.rendering.space = colour::FindSpace("srgb");
+    tool::Report report(true, false);
+    const tool::Target target{"srgb", {}, {}, "of-the-target", {}};
+    tool::ProfileCache cache(options, target);
+    tool::MadeFolders folders(false);
+    tool::SweptFolders swept;
+    const tool::InputList list;
+    const tool::Session session{options, list, report, target, cache, folders, swept, nullptr, {}};
+    // Records ranges as read, with other bytes than those in the file, and expects those of `counted` to be in the sum.
+    const auto expectSum = [&](const std::vector<tool::Extent>& ranges, const std::vector<tool::Extent>& counted) {
+        const tool::SourceFile source = tool::OpenSource({path, "", "", ""});
         tool::Fingerprint fingerprint(session, source);
-        for (const tool::Extent& range : ranges) {
-            fingerprint.Take(range.offset, BytesOf(taken_.substr(range.offset, range.size)));
+        for (const auto& [offset, size] : ranges) {
+            const std::string part = taken.substr(offset, size);
+            fingerprint.Take(offset, tool::Bytes(part.begin(), part.end()));
         }
-        return fingerprint.Finish();
-    }
-    /// The expected sum: that of the file with the given ranges replaced.
-    std::string Wanted(const std::vector<tool::Extent>& ranges) {
-        std::string bytes = Text('f', kSize);
-        for (const tool::Extent& range : ranges) {
-            bytes.replace(range.offset, range.size, taken_, range.offset, range.size);
-        }
-        WriteBytes(folder_ / "wanted", bytes);
-        return SumOf(HUEWEAVE_VERSION " exact srgb of-the-target perceptual false 0 0 0 2 false embedded",
-                     folder_ / "wanted");
-    }
-
-    static constexpr std::size_t kMega = std::size_t{1} << 20, kSize = 3 * kMega + 5;
-    Folder folder_;
-    std::string path_ = folder_ / "source", taken_ = Text('t', kSize);
-    tool::ConvertOptions options_;
-};
-
-TEST_F(FingerprintTest, IsTheSumOfTheOptionsAndTheSource) {
-    EXPECT_EQ(After({}), Wanted({}));
+        std::string wanted = inFile;
+        for (const auto& [offset, size] : counted) wanted.replace(offset, size, taken, offset, size);
+        WriteBytes(folder / "wanted", wanted);
+        const std::string words = HUEWEAVE_VERSION " exact srgb of-the-target perceptual false 0 0 0 2 false embedded";
+        EXPECT_EQ(fingerprint.Finish(), SumOf(words, folder / "wanted"));
+    };
+    expectSum({}, {});
     // What was taken in order is not read again.
-    EXPECT_EQ(After({{0, kSize}}), Wanted({{0, kSize}}));
-    EXPECT_EQ(After({{0, 10}, {10, 1}, {11, 500}}), Wanted({{0, 511}}));
+    expectSum({{0, kSize}}, {{0, kSize}});
+    expectSum({{0, 10}, {10, 1}, {11, 500}}, {{0, 511}});
     // Ranges after the header and a directory, and after a gap of the greatest size.
     const std::vector<tool::Extent> apart{{8, 100}, {200, 100}, {300 + kMega, 7}};
-    EXPECT_EQ(After(apart), Wanted(apart));
+    expectSum(apart, apart);
     // What came out of order is read.
-    EXPECT_EQ(After({{8, 100}, {109 + kMega, 7}, {108, 2}}), Wanted({{8, 102}}));
+    expectSum({{8, 100}, {109 + kMega, 7}, {108, 2}}, {{8, 102}});
     // Bytes of overlapping ranges count once, as they were first read.
-    EXPECT_EQ(After({{50, 50}, {0, 60}, {40, 60}, {90, 20}}), Wanted({{50, 60}}));
+    expectSum({{50, 50}, {0, 60}, {40, 60}, {90, 20}}, {{50, 60}});
 }
 
 class RecordedFingerprintTest : public BatchTest {
@@ -325,11 +303,8 @@ protected:
         std::map<std::string, std::string> all;
         std::string lines;
         for (const std::string& record : tool::RecordsIn(out_)) lines += FileBytes(record);
-        for (const std::string& line : Lines(lines)) {
-            if (line.empty()) continue;
-            const auto entry = nlohmann::json::parse(line);
-            if (!entry.contains("fingerprint")) continue;
-            all[entry.at("output").get<std::string>()] = entry.at("fingerprint").get<std::string>();
+        for (const json& entry : JsonLines(lines)) {
+            if (entry.contains("fingerprint")) all[entry["output"]] = entry["fingerprint"];
         }
         return all;
     }
@@ -343,8 +318,7 @@ TEST_F(RecordedFingerprintTest, IsTheSameInWhateverOrderASourceIsRead) {
     fs::copy_file(Input("large-16.tif"), scans_ + "/large.tif");
     // One file with four threads, then several files in parallel.
     ASSERT_EQ(ConvertScan({scans_ + "/large.tif", "-o", out_ + "/", "-j", "4"}).status, 0);
-    const Outcome run = ConvertAll({"-j", "4", "--resume"});
-    EXPECT_THAT(run.err, HasSubstr("6 converted, 1 done already"));
+    EXPECT_THAT(ConvertAll({"-j", "4", "--resume"}).err, HasSubstr("6 converted, 1 done already"));
     const std::string profile = Shell("sha256sum " + Quoted(Input("scanner.icc"))).substr(0, 64);
     const std::string none = Shell("sha256sum /dev/null").substr(0, 64);  // the library builds its profile later
     const auto recorded = Recorded();
@@ -356,7 +330,7 @@ TEST_F(RecordedFingerprintTest, IsTheSameInWhateverOrderASourceIsRead) {
     }
     // To be compared with an earlier run, the source is hashed before it is converted.
     fs::remove(scans_ + "/large.tif");
-    for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
+    RemoveOutputs();
     ASSERT_EQ(ConvertAll({"--resume"}).status, 0);
     EXPECT_EQ(Recorded(), recorded);
 }

@@ -1,31 +1,23 @@
 // SPDX-License-Identifier: MIT
 // Runs over parts of the same files: `hueweave status` over their records, names with subfolders in a list, and what
 // is recognised by its size and time.
-#include <filesystem>
 #include <fstream>
 
 #include "batch/record/RecordFiles.h"
 #include "command/support/Batch.h"
-#include "system/Json.h"
+#include "command/support/Json.h"
 
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-namespace fs = std::filesystem;
+using testing::StartsWith;
 
 class StatusTest : public BatchTest {
 protected:
-    nlohmann::json StatusOf(const Words& more = {}) const {
+    json StatusOf(const Words& more = {}) const {
         const Outcome run = Hueweave(Words{"status", out_, "--json"} + more);
         EXPECT_EQ(run.status, 0) << run.err;
-        return nlohmann::json::parse(run.out);
-    }
-    /// Six files, of which one is cut off.
-    void MakeSix() const {
-        Copy("n", 2);
-        const std::string bytes = FileBytes(scans_ + "/a.tif");
-        WriteBytes(scans_ + "/cut.tif", bytes.substr(0, bytes.size() / 2));
+        return json::parse(run.out);
     }
     Words List(const std::string& which) const {
         const std::string names = Hueweave({"status", out_, scans_, "--list", which, "-0"}).out;
@@ -36,12 +28,15 @@ protected:
 };
 
 TEST_F(StatusTest, CountsTheFilesOfAllPartsWithTheirReasons) {
-    MakeSix();
+    // Six files, of which one is cut off.
+    Copy("n", 2);
+    const std::string whole = FileBytes(scans_ + "/a.tif");
+    WriteBytes(scans_ + "/cut.tif", whole.substr(0, whole.size() / 2));
     EXPECT_THAT(Hueweave({"status", out_}), SaysOnly(5, out_ + ": is no folder; name the output folder of the runs"));
     EXPECT_NE(ConvertAll({"--shard", "1/2", "-q"}).status, 2);
     EXPECT_THAT(Hueweave({"status", out_, scans_ + "s"}),
                 SaysOnly(4, scans_ + "s: does not exist; name the inputs of the runs"));
-    nlohmann::json status = StatusOf({scans_});
+    const json status = StatusOf({scans_});
     EXPECT_EQ(status["total"], 6);
     EXPECT_GT(status["left"], 0);
     EXPECT_EQ(status["done"].get<int>() + status["failed"].get<int>() + status["left"].get<int>(), 6);
@@ -51,31 +46,24 @@ TEST_F(StatusTest, CountsTheFilesOfAllPartsWithTheirReasons) {
     EXPECT_NE(ConvertAll({"--shard", "2/2", "-q"}).status, 2);
     std::uintmax_t bytes = 0;
     for (const std::string& name : Outputs()) bytes += fs::file_size(out_ + "/" + name);
-    status = StatusOf();
-    EXPECT_EQ(status["done"], 5);
-    EXPECT_EQ(status["failed"], 1);
-    EXPECT_EQ(status["left"], 0);
-    EXPECT_FALSE(status["estimated"]);
-    EXPECT_EQ(status["bytes"], bytes);
-    EXPECT_EQ(status["pixels"], 5 * 210 * 238);
-    ASSERT_EQ(status["reasons"].size(), 1U);
-    EXPECT_EQ(status["reasons"][0]["files"], 1);
-    EXPECT_EQ(status["reasons"][0]["first"], scans_ + "/cut.tif");
+    const json all = StatusOf();
+    const json counts{{"done", 5}, {"failed", 1}, {"left", 0}, {"estimated", false}, {"pixels", 5 * 210 * 238}};
+    EXPECT_THAT(all, AllOf(Has(counts), Has({{"bytes", bytes}})));
+    ASSERT_EQ(all["reasons"].size(), 1U);
+    EXPECT_THAT(all["reasons"][0], Has({{"files", 1}, {"first", scans_ + "/cut.tif"}}));
     EXPECT_EQ(List("failed"), Words{scans_ + "/cut.tif"});
     EXPECT_EQ(List("left"), Words{});
-    EXPECT_THAT(Hueweave({"status", out_}).out, testing::StartsWith("5 done, 1 failed, 0 left of 6\n"));
+    EXPECT_THAT(Hueweave({"status", out_}).out, StartsWith("5 done, 1 failed, 0 left of 6\n"));
     // With another format, the outputs have other names.
     fs::create_directory(folder_ / "png");
     ASSERT_EQ(ConvertScan({scans_ + "/a.tif", "--format", "png", "-o", folder_ / "png"}).status, 0);
     EXPECT_THAT(Hueweave({"status", folder_ / "png", scans_ + "/a.tif", "--format", "png"}).out,
-                testing::StartsWith("1 done, 0 failed, 0 left of 1\n"));
+                StartsWith("1 done, 0 failed, 0 left of 1\n"));
     // When the file is whole, it is done by the next run, and an output that was removed is left.
     fs::copy_file(scans_ + "/a.tif", scans_ + "/cut.tif", fs::copy_options::overwrite_existing);
     EXPECT_THAT(ConvertAll({"--resume=fast"}), Says(0, "1 converted, 5 done already"));
     fs::remove(out_ + "/n1.tif");
-    status = StatusOf({scans_});
-    EXPECT_EQ(status["done"], 5);
-    EXPECT_EQ(status["failed"], 0);
+    EXPECT_THAT(StatusOf({scans_}), Has({{"done", 5}, {"failed", 0}}));
     EXPECT_EQ(List("left"), Words{scans_ + "/n1.tif"});
 }
 
@@ -97,27 +85,20 @@ TEST_F(StatusTest, APartWithoutFilesIsKnownToHaveBeenRun) {
         return tool::RecordsIn(out_).size();
     };
     EXPECT_EQ(runAll(), 3U);
-    EXPECT_THAT(Hueweave({"status", out_}).out, testing::StartsWith("1 done, 0 failed, 0 left of 1\n"));
+    EXPECT_THAT(Hueweave({"status", out_}).out, StartsWith("1 done, 0 failed, 0 left of 1\n"));
     EXPECT_EQ(runAll(), 3U) << "what is known is not recorded again";
 }
 
-struct TotalRow {
-    const char* name;
-    std::string record;
-    nlohmann::json total;  ///< null for none
-    bool estimated;
-    int damaged;
-};
-
 std::string RunOf(const std::string& inputs, const std::string& files, const std::string& part,
-                  const std::string& parts, int at) {
+                  const std::string& parts, long long at) {
     return R"({"inputs":)" + inputs + R"(,"files":)" + files + R"(,"part":)" + part + R"(,"parts":)" + parts +
            R"(,"at":)" + std::to_string(at) + "}\n";
 }
 
 TEST_F(StatusTest, TheTotalIsWhatTheRunsAnnounced) {
     const std::string a = R"("a")", list = R"("list","base":"a")", other = R"("other","base":"a")";
-    const TotalRow rows[] = {
+    // What is announced, the record, the total (null for none), whether it is estimated, and the damaged lines.
+    const std::tuple<const char*, std::string, json, bool, int> rows[] = {
         {"both parts", RunOf(a, "3", "1", "2", 1) + RunOf(a, "4", "2", "2", 2), 7, false, 0},
         {"the last run of a part", RunOf(a, "4", "1", "1", 2) + RunOf(a, "3", "1", "1", 1), 4, false, 0},
         {"one part of two", RunOf(a, "3", "1", "2", 1), 6, true, 0},
@@ -134,14 +115,13 @@ TEST_F(StatusTest, TheTotalIsWhatTheRunsAnnounced) {
         {"no path", R"({"output":"\u0000","source":"s","refused":"r","at":1})", nullptr, false, 1},
         {"nothing readable", "torn\n\n" + std::string(100000, '[') + "\n" + std::string(9, '\0'), nullptr, false, 3},
     };
-    fs::create_directory(out_);
-    for (const TotalRow& row : rows) {
-        SCOPED_TRACE(row.name);
-        WriteBytes(out_ + "/.hueweave.jsonl", row.record);
-        const nlohmann::json status = StatusOf();
-        EXPECT_EQ(status.value("total", nlohmann::json()), row.total);
-        EXPECT_EQ(status.value("estimated", false), row.estimated);
-        EXPECT_EQ(status["damaged_lines"], row.damaged);
+    for (const auto& [name, record, total, estimated, damaged] : rows) {
+        SCOPED_TRACE(name);
+        WriteBytes(out_ + "/.hueweave.jsonl", record);
+        const json status = StatusOf();
+        EXPECT_EQ(status.value("total", json()), total);
+        EXPECT_EQ(status.value("estimated", false), estimated);
+        EXPECT_EQ(status["damaged_lines"], damaged);
     }
     EXPECT_THAT(Hueweave({"status", out_}).out,
                 HasSubstr("\n3 lines of the records cannot be read and count for nothing\n"));
@@ -158,14 +138,10 @@ TEST_F(StatusTest, AListBelowAFolderAddsNothingToItsTotal) {
 }
 
 TEST_F(StatusTest, TheTimeBetweenTwoRunsIsNoTimeOfWork) {
-    fs::create_directory(out_);
     // One output an hour before the others; then one a second from the start of the second run on.
     constexpr long long kFirst = 1'700'000'000, kSecond = kFirst + 3600, kSecondInNs = 1'000'000'000;
-    std::string record = RunOf(R"("a")", "6", "1", "1", 1);
-    record.replace(record.find("\"at\":1"), 6, "\"at\":" + std::to_string(kFirst * kSecondInNs));
-    std::string again = record;
-    again.replace(again.find(std::to_string(kFirst)), 10, std::to_string(kSecond));
-    record += again;
+    std::string record;
+    for (const long long run : {kFirst, kSecond}) record += RunOf(R"("a")", "6", "1", "1", run * kSecondInNs);
     for (const long long time : {kFirst + 1, kSecond + 1, kSecond + 2, kSecond + 3, kSecond + 4}) {
         const std::string name = std::to_string(time), path = out_ + "/" + name;
         WriteBytes(path, "output");
@@ -174,12 +150,10 @@ TEST_F(StatusTest, TheTimeBetweenTwoRunsIsNoTimeOfWork) {
         record += R"({"output":")" + name + R"(","fingerprint":"f","size":6,"modified":)" + ns + "}\n";
     }
     WriteBytes(out_ + "/.hueweave.jsonl", record);
-    EXPECT_EQ(StatusOf()["files_per_second"], 1.0);
-    EXPECT_EQ(StatusOf()["seconds_left"], 1.0);
+    EXPECT_THAT(StatusOf(), Has({{"files_per_second", 1.0}, {"seconds_left", 1.0}}));
 }
 
 TEST_F(StatusTest, NamesOnATerminalAreHarmless) {
-    fs::create_directory(out_);
     WriteBytes(out_ + "/.hueweave.jsonl",
                R"({"output":"a","source":"/x/\u001b[31m\n","refused":"\u001b]0;it\u0007","at":5})"
                "\n");
@@ -199,10 +173,7 @@ TEST_F(StatusTest, FilesThatAreLeftOutAreNeitherFailedNorLeft) {
     ASSERT_EQ(ConvertAll({"--others", "skip", "--dry-run", "--resume", "--shard", "1/1", "--no-sandbox"}).status, 0);
     EXPECT_EQ(NamesIn(out_), Words{}) << "a dry run has written something";
     ASSERT_EQ(ConvertAll({"--others", "skip"}).status, 0);
-    const nlohmann::json status = StatusOf({scans_});
-    EXPECT_EQ(status["left_out"], 1);
-    EXPECT_EQ(status["failed"], 0);
-    EXPECT_EQ(status["left"], 0);
+    EXPECT_THAT(StatusOf({scans_}), Has({{"left_out", 1}, {"failed", 0}, {"left", 0}}));
 }
 
 TEST_F(StatusTest, EachRunWritesARecordOfItsOwn) {
@@ -216,23 +187,23 @@ TEST_F(StatusTest, EachRunWritesARecordOfItsOwn) {
     EXPECT_EQ(tool::RecordsIn(out_), records) << "a run that writes nothing leaves no record";
     // A line that is being written counts when it is complete; so do the records of others.
     std::ofstream(records[0], std::ios::app) << R"({"output":"b.TIFF","fing)";
-    EXPECT_EQ(StatusOf()["done"], 3);
-    EXPECT_EQ(StatusOf()["damaged_lines"], 1);
+    EXPECT_THAT(StatusOf(), Has({{"done", 3}, {"damaged_lines", 1}}));
 }
 
 TEST_F(StatusTest, AListOfNamesKeepsTheirSubfoldersBelowTheBase) {
     const std::string list = folder_ / "list";
     WriteBytes(list, scans_ + "/a.tif\n" + scans_ + "/deep/a.tif\n" + scans_ + "/deep/../c.tif\n" + list + ".tif\n");
-    const Outcome run = ConvertScan({"--files-from", list, "--base", scans_, "-o", out_});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.err, HasSubstr("/deep/../c.tif: is not below " + scans_ + ", which --base names"));
-    EXPECT_THAT(run.err, HasSubstr(list + ".tif: is not below " + scans_));
+    EXPECT_THAT(ConvertScan({"--files-from", list, "--base", scans_, "-o", out_}),
+                Says(1, "/deep/../c.tif: is not below " + scans_ + ", which --base names",
+                     list + ".tif: is not below " + scans_));
     EXPECT_EQ(Outputs(), (Names{"a.tif", "deep/a.tif"}));
     EXPECT_EQ(List("left"), Words{scans_ + "/b.TIFF"});
     // Without it, two of the outputs have the same name.
     fs::remove_all(out_);
-    EXPECT_THAT(ConvertScan({"--files-from", list, "-o", out_}).err,
-                HasSubstr("deep/a.tif: would be written to " + out_ + "/a.tif, as " + scans_ + "/a.tif"));
+    EXPECT_THAT(
+        ConvertScan({"--files-from", list, "-o", out_}),
+        Says(1, "deep/a.tif: would be written to " + out_ + "/a.tif, as " + scans_ + "/a.tif; rename one of them"));
+    EXPECT_EQ(Outputs(), Names{"a.tif"});
     WriteBytes(list, scans_ + "/b.TIFF\n" + scans_ + "/b.TIFF\n");
     EXPECT_THAT(ConvertScan({"--files-from", list, "-o", out_}), Says(1, "/b.TIFF: is named twice; name it once\n"));
 }
