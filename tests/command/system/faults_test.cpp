@@ -7,18 +7,15 @@
 
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "command/support/Batch.h"
 #include "command/support/FileTest.h"
+#include "command/support/Json.h"
 #include "command/support/Picture.h"
 #include "support/Matchers.h"
 
 namespace hueweave::test {
 namespace {
-
-using testing::HasSubstr;
 
 struct FaultRow {
     const char* name;
@@ -58,7 +55,7 @@ protected:
     Outcome Fail(int n, const Words& more) {
         const std::string fault = std::string(GetParam().also) + GetParam().call + ":" + std::to_string(n) + ":" +
                                   std::to_string(GetParam().error);
-        std::filesystem::remove(seen_);
+        fs::remove(seen_);
         return ConvertScan(Words{in_, "-j", "2"} + more, {.setenv = Faults(fault, seen_)});
     }
     bool Struck() const { return !FileBytes(seen_).empty(); }
@@ -74,7 +71,7 @@ TEST_P(FaultTest, TheOldFileOrTheNewOneWhateverFails) {
         for (int n = 1; n == 1 || Struck(); ++n) {
             SCOPED_TRACE(n);
             ASSERT_LT(n, 500);
-            std::filesystem::remove(out_);
+            fs::remove(out_);
             if (!more.empty()) WriteBytes(out_, "precious");
             const auto before = NamesIn(folder_.path());
             const Outcome run = Fail(n, Words{"-o", out_} + more);
@@ -97,10 +94,8 @@ TEST_P(FaultTest, TheOldFileOrTheNewOneWhateverFails) {
     }
     EXPECT_GT(struck, 0);
     EXPECT_EQ(failed > 0, GetParam().status != 0);
-}
-
-TEST_P(FaultTest, InPlaceTooTheOldFileStays) {
-    const std::string source = FileBytes(in_);
+    // In place too.
+    fs::remove(out_);
     const Outcome run = Fail(1, {"--in-place"});
     ASSERT_TRUE(Struck());
     EXPECT_EQ(FileBytes(in_) == source, run.status != 0) << run.err;
@@ -127,7 +122,7 @@ TEST_F(TemporaryFilesTest, AWriteOfRowsThatACoderPassesOverIsRefused) {
         ++struck;
         EXPECT_THAT(run, Says(5, "cannot be written (No space left on device); free some space"));
         EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"})) << n;
-        std::filesystem::remove(out_);
+        fs::remove(out_);
     }
     EXPECT_GT(struck, 20);
 }
@@ -163,7 +158,7 @@ protected:
         EXPECT_THAT(ConvertScan(words + Words{"-j", "2", "--resume"}), Succeeds());
         EXPECT_EQ(Outputs().size(), 27U);
         for (const std::string& name : Outputs()) ExpectSrgb(out_ + "/" + name, scans_ + "/" + name);
-        std::filesystem::remove_all(out_);
+        fs::remove_all(out_);
     }
 };
 
@@ -180,12 +175,7 @@ TEST_F(ScarceTest, Memory) {
 #endif
 
 /// A failure of one file of many does not affect the others; and signals end a run however slow a file is.
-class ExceptionsTest : public BatchTest {
-protected:
-    static Outcome Run(const Words& more, const std::string& faults, const std::function<void(pid_t)>& meanwhile = {}) {
-        return ConvertScan(Words{"-j", "1"} + more, {.setenv = Faults(faults), .meanwhile = meanwhile});
-    }
-};
+class ExceptionsTest : public BatchTest {};
 
 TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
     const std::pair<std::string, std::string> rows[] = {
@@ -194,30 +184,19 @@ TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
         {"-5", ": cannot be processed, for an unexpected reason (odd); please report it, with the file"}};
     for (const auto& [what, reason] : rows) {
         // The profile is read in one call, so the fourth read is of the first file.
-        Outcome run = Run({scans_, "-o", out_, "--json"}, "pread:4:" + what);
-        EXPECT_EQ(run.status, 1) << run.err << run.signal;
+        const test::Run fourth{.setenv = Faults("pread:4:" + what)}, third{.setenv = Faults("pread:3:" + what)};
+        const Outcome run = ConvertAll({"-j", "1", "--json"}, fourth);
+        EXPECT_THAT(run, Says(1, "hueweave: " + scans_ + "/a.tif" + reason + "\n", "2 converted, 1 refused"));
         EXPECT_EQ(Outputs(), (Names{"b.TIFF", "deep/a.tif"}));
-        EXPECT_THAT(run.err, HasSubstr("hueweave: " + scans_ + "/a.tif" + reason + "\n"));
-        EXPECT_THAT(run.err, HasSubstr("2 converted, 1 refused"));
-        const auto told = nlohmann::json::parse(Lines(run.out).at(0));
-        EXPECT_EQ(told["status"], "refused");
-        EXPECT_EQ(told["reason"], scans_ + "/a.tif" + reason);
-        std::filesystem::remove_all(out_);
-        EXPECT_THAT(Run({scans_ + "/a.tif", "-o", out_ + ".tif"}, "pread:4:" + what),
+        const json refused{{"status", "refused"}, {"reason", scans_ + "/a.tif" + reason}};
+        EXPECT_THAT(JsonLines(run.out).at(0), Has(refused));
+        fs::remove_all(out_);
+        EXPECT_THAT(ConvertScan({scans_ + "/a.tif", "-j", "1", "-o", out_ + ".tif"}, fourth),
                     SaysOnly(4, scans_ + "/a.tif" + reason));
         EXPECT_FALSE(Exists(out_ + ".tif"));
-    }
-}
-
-TEST_F(ExceptionsTest, InspectGoesOnWithTheNextFile) {
-    // The third read is of the structure of the first file.
-    for (const std::string what : {"-3", "-4", "-5"}) {
-        const Outcome run =
-            Hueweave({"inspect", scans_ + "/a.tif", scans_ + "/b.TIFF"}, {.setenv = Faults("pread:3:" + what)});
-        EXPECT_EQ(run.status, 1) << run.err;
-        EXPECT_THAT(run.err, testing::StartsWith("hueweave: " + scans_ + "/a.tif: "));
-        EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
-        EXPECT_THAT(run.out, HasSubstr("file: " + scans_ + "/b.TIFF\n"));
+        // The third read of inspect is of the structure of the first file; it goes on with the next one.
+        EXPECT_THAT(Hueweave({"inspect", scans_ + "/a.tif", scans_ + "/b.TIFF"}, third),
+                    AllOf(SaysOnly(1, scans_ + "/a.tif" + reason), Prints(1, "file: " + scans_ + "/b.TIFF\n")));
     }
 }
 
@@ -244,11 +223,9 @@ TEST_F(ExceptionsTest, ASignalEndsTheReadingOfASlowFile) {
     std::string all;
     for (int i = 0; i < 150; ++i) all += " " + one;
     Shell("tiffcp" + all + " " + Quoted(pages));
-    const Outcome run = Run({pages, "-o", out_ + ".tif"}, "pread:0:-2", [](pid_t child) {
-        usleep(500000);
-        Terminate(child);
-    });
-    EXPECT_EQ(run.signal, SIGTERM);
+    const auto stop = [](pid_t child) { usleep(500000), Terminate(child); };
+    const test::Run slow{.setenv = Faults("pread:0:-2"), .meanwhile = stop};
+    EXPECT_EQ(ConvertScan({pages, "-j", "1", "-o", out_ + ".tif"}, slow).signal, SIGTERM);
     EXPECT_FALSE(Exists(out_ + ".tif"));
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Memory stays within its limit whatever the image layout, the compression ratio and the number of threads.
-#include <filesystem>
+// Memory stays within its limit whatever the image layout, the compression ratio and the number of threads; and where
+// allocations fail, the output is complete or absent, and nothing crashes.
+#include <algorithm>
 
 #include "command/support/DeviceProfiles.h"
 #include "command/support/FileTest.h"
@@ -41,7 +42,7 @@ TEST_F(MemoryTest, WhateverTheLayoutAndTheNumberOfThreads) {
         ExpectWithinTheLimit(recipe, "2");
     }
     ExpectWithinTheLimit("cp", "500");
-    std::filesystem::remove(plain_);
+    fs::remove(plain_);
     MakeNoise("4000x3000");
     for (const char* scheme : {"lzw", "packbits"}) {
         ExpectWithinTheLimit("tiffcp -s -r 3000 -c " + std::string(scheme), "1");
@@ -57,12 +58,12 @@ TEST_F(MemoryTest, PixelsThatBecomeRgbCountToo) {
     // at a time are in memory.
     const std::string ink = folder_ / "ink.icc";
     WriteCmykProfile(ink);
-    Entries page = TiffMaker::Rgb({.width = 2500, .height = 2000, .compression = 8, .samples = 4, .rows = 2000});
+    TiffMaker::Shape shape{.width = 2500, .height = 2000, .compression = 8, .samples = 4, .rows = 2000};
     TiffMaker tiff;
     const std::string strip = Deflated(std::string(std::size_t{4} * 2500 * 2000, '\x40'));
-    page = And(And(With(page, TiffMaker::Short(262, 5)), TiffMaker::Longs(273, {tiff.Put(strip)})),
-               TiffMaker::Longs(279, {strip.size()}));
-    tiff.Page(page);
+    shape.offsets = {tiff.Put(strip)};
+    shape.counts = {strip.size()};
+    tiff.Page(With(TiffMaker::Rgb(shape), TiffMaker::Short(262, 5)));
     tiff.Save(in_);
     const Outcome run = Hueweave({"convert", "-j", "1", "--profile", ink, in_, "-o", out_});
     ASSERT_THAT(run, Succeeds());
@@ -81,7 +82,7 @@ TEST_F(MemoryTest, WhatDoesNotFitIsRefused) {
     refused("tiffcp -t -w 4096 -l 3072 -c zip", "tiles");
     // A row is never divided.
     const std::string raw = folder_ / "raw";
-    std::filesystem::remove(plain_);
+    fs::remove(plain_);
     Shell("truncate -s 72000000 " + Quoted(raw) + "; raw2tiff -w 12000000 -l 1 -b 3 -d short -p rgb -c none -r 1 " +
           Quoted(raw) + " " + Quoted(plain_));
     for (const char* scheme : {"none", "zip"}) {
@@ -92,6 +93,107 @@ TEST_F(MemoryTest, WhatDoesNotFitIsRefused) {
     // Strips with reversed bit order are held whole.
     refused("tiffcp -f lsb2msb -s -r 3000 -c none", "strips");
 }
+
+// Sanitizers replace the allocator.
+#ifndef __SANITIZE_ADDRESS__
+
+/// Allocations fail in turn, either one of them or all from one on.
+struct AllocationRow {
+    const char* name;
+    Words words;      ///< "IN" is the file that `recipe` makes
+    bool writes;      ///< writes a file; else standard output is the result
+    int first, step;  ///< first counts from the end of the run if negative; `make faults` tries every call
+    int refusals;     ///< the number of refusals must be greater
+    std::string recipe{};
+};
+void PrintTo(const AllocationRow& row, std::ostream* out) { *out << row.name; }
+
+class AllocationTest : public testing::TestWithParam<AllocationRow> {
+protected:
+    AllocationTest() {
+        std::replace(words_.begin(), words_.end(), std::string("IN"), in_);
+        if (GetParam().writes) words_.insert(words_.end(), {"-q", "-o", out_});
+        if (!GetParam().recipe.empty()) Shell("cd " + Quoted(Input("")) + "; " + GetParam().recipe + " " + in_);
+    }
+    /// Runs the command with these allocations failing. Without any, stores the number of allocations in `all_`.
+    Outcome RunFailing(const std::string& fails) {
+        fs::remove(out_);
+        if (replaces_) WriteBytes(out_, "old");
+        const Outcome run = Hueweave(words_, {.setenv = {{"LD_PRELOAD", HUEWEAVE_ALLOCATION_FAULTS},
+                                                         {"HUEWEAVE_ALLOCATION", fails},
+                                                         {"HUEWEAVE_ALLOCATIONS_SEEN", fails.empty() ? seen_ : ""}}});
+        if (fails.empty()) all_ = std::stoi(FileBytes(seen_));
+        return run;
+    }
+    /// The bytes of the output; its pixels where a coder can fall back to another method without memory.
+    std::string Result(const Outcome& run) const {
+        if (!GetParam().writes) return run.out;
+        return GetParam().recipe.empty() ? FileBytes(out_) : testing::PrintToString(ReadPictures(out_)[0].values);
+    }
+    Folder folder_, other_;
+    const std::string in_ = other_ / "in", out_ = folder_ / "out.tif", seen_ = other_ / "seen";
+    Words words_ = GetParam().words;
+    const bool replaces_ = std::count(words_.begin(), words_.end(), "--force") != 0;
+    int all_ = 0;
+};
+
+TEST_P(AllocationTest, TheResultIsWholeOrNotThere) {
+    const Outcome sound = RunFailing("");
+    ASSERT_EQ(sound.status, 0) << sound.err;
+    const std::string wanted = Result(sound);
+    // Single failures over all calls, with an odd step so as not to coincide with the period of a loop; then all calls
+    // from one on.
+    const auto& [name, words, writes, first, step, refusals, recipe] = GetParam();
+    int refused = 0;
+    for (const std::string onwards : {"", "+"}) {
+        if (onwards == "+" && step != 0) break;
+        for (int call = first < 0 ? all_ + first : first; call <= all_; call += step != 0 ? step : all_ / 12 | 1) {
+            SCOPED_TRACE(std::to_string(call) + onwards);
+            const Outcome run = RunFailing(std::to_string(call) + onwards);
+            EXPECT_EQ(run.signal, 0);
+            if (run.status == 0) {
+                EXPECT_EQ(Result(run), wanted);
+                continue;
+            }
+            ++refused;
+            EXPECT_EQ(Lines(run.err).size(), 1U) << run.err;
+            if (onwards.empty()) {
+                EXPECT_THAT(run.err, testing::AnyOf(HasSubstr(": needs more memory than is available; lower -j\n"),
+                                                    "hueweave: not enough memory; lower -j\n",
+                                                    HasSubstr("(Cannot allocate memory)")));
+            }
+            EXPECT_TRUE(Exists(out_) || !replaces_);
+            EXPECT_EQ(NamesIn(folder_.path()), Exists(out_) ? Words{"out.tif"} : Words{});
+            // With status 5 the file is there, and the line about it is lost.
+            if (Exists(out_) && FileBytes(out_) != "old") {
+                EXPECT_EQ(Result(run), wanted);
+                EXPECT_TRUE(run.status == 5 || onwards == "+") << run.err;
+            }
+        }
+    }
+    EXPECT_GT(refused, refusals);
+}
+
+const Words kConvert{"convert", "-j1", "--profile", Input("scanner.icc")};
+const AllocationRow kRows[] = {
+    {"ConvertBaked", {"convert", "-j1", "--profile", Input("screen.icc"), Input("photo-16.tif")}, true, 1, 0, 12},
+    {"ConvertByATable", {"convert", "-j2", "--profile", Input("scanner.icc"), Input("photo-8.tif")}, true, 1, 0, 12},
+    {"Bake", {"bake", Input("matrix.icc")}, true, 1, 0, 12},
+    {"Report", {"report", Input("matrix.icc"), Input("photo-8.tif")}, true, 1, 6871, 2},
+    {"Verify", {"verify", Input("xyz.icc"), "--points", "3"}, false, 1, 0, 12},
+    {"Json", kConvert + Words{"--json", Input("alpha-8.tif")}, true, -330, 2, 20},
+    {"Replace", kConvert + Words{"--force", Input("photo-8.tif")}, true, -60, 1, 20},
+    {"Inspect", {"inspect", "--json", Input("scanner.icc")}, false, 1, 17, 20},
+    // The coders are opened late: all calls before concern the profile.
+    {"Lzw", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -s -c lzw:2 -r 64 photo-16.tif"},
+    {"Jpeg", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -t -w 128 -l 128 -c jpeg:90 photo-8.tif"},
+    {"PngToTiff", kConvert + Words{"IN", "--format", "tiff"}, true, -320, 11, 0,
+     "sh -c 'convert-im6 photo-8.tif png:$0'"},
+    {"Zstd", kConvert + Words{"IN"}, true, -320, 11, 0, "tiffcp -s -c zstd -r 64 photo-16.tif"},
+};
+INSTANTIATE_TEST_SUITE_P(Every, AllocationTest, testing::ValuesIn(kRows), NameOfRow);
+
+#endif
 
 }  // namespace
 }  // namespace hueweave::test
