@@ -8,18 +8,15 @@
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
-
 class ProfilesTest : public ProfileTest {};
 
 TEST_F(ProfilesTest, ATableThatTheEngineTakesIsPassedOn) {
-    const Outcome run = ConvertScan({in_, "-o", out_});
-    EXPECT_THAT(run.err, Not(HasSubstr("baked")));
+    EXPECT_THAT(ConvertScan({in_, "-o", out_}).err, Not(HasSubstr("baked")));
     // "A2B0" alone does not serve other intents.
-    EXPECT_THAT(ConvertScan({"--intent", "relative", in_, "-o", out_, "--force"}).err, Not(HasSubstr("baked")));
-    const Outcome other = ConvertScan({"--intent", "relative", in_, "-o", out_, "--force", "--verbose"});
-    EXPECT_THAT(other.err, HasSubstr("it has no table A2B1; the library uses a profile baked from it"));
+    const Words relative{"--intent", "relative", in_, "-o", out_, "--force"};
+    EXPECT_THAT(ConvertScan(relative).err, Not(HasSubstr("baked")));
+    EXPECT_THAT(ConvertScan(relative + Words{"--verbose"}),
+                Says(0, "it has no table A2B1; the library uses a profile baked from it"));
     EXPECT_LT(MeanDifference(in_, Input("scanner.icc"), 1, out_), 0.6);
 }
 
@@ -63,18 +60,10 @@ TEST_F(ProfilesTest, TheEmbeddedProfileIsTheDefaultAndTheGivenOneWins) {
     const auto convert = [&](const char* rule, const std::string& source, const std::string& profile) {
         return Hueweave(kLibrary + Words{"--profile", profile, "--source", rule, source, "-o", out_, "--force"});
     };
-    struct Row {
-        const char* rule;
-        std::string by;
-        const char* said;
-    };
-    for (const Row& row : {Row{"given", baked_, "embeds another profile (scanner); "},
-                           Row{"embedded", scanner, "its embedded profile (scanner) is used, not "}}) {
-        const Outcome run = convert(row.rule, tagged, baked_);
-        ASSERT_EQ(run.status, 0) << run.err;
-        EXPECT_THAT(run.err, HasSubstr(row.said));
-        ExpectSrgb(out_, tagged, row.by);
-    }
+    EXPECT_THAT(convert("given", tagged, baked_), Says(0, "embeds another profile (scanner); "));
+    ExpectSrgb(out_, tagged, baked_);
+    EXPECT_THAT(convert("embedded", tagged, baked_), Says(0, "its embedded profile (scanner) is used, not "));
+    ExpectSrgb(out_, tagged, scanner);
     EXPECT_EQ(convert("require-match", tagged, scanner).status, 0);
     EXPECT_EQ(convert("require-match", tagged, baked_).status, 3);
     EXPECT_EQ(convert("require-match", in_, baked_).status, 0);
@@ -118,20 +107,17 @@ TEST_F(ProfilesTest, OwnCurvesGoToTheEngineAndIntoTheProfile) {
 }
 
 TEST_F(ProfilesTest, ShiftsGoToTheEngineWithTheirFractions) {
-    const auto lightness = [&](const Words& more) {
-        EXPECT_EQ(ConvertBy(Input("scanner.icc"), more).status, 0);
-        return std::stod(Shell("convert-im6 " + Quoted(out_) + " -colorspace Gray -format '%[fx:mean]' info:"));
-    };
-    const double plain = lightness({});
-    EXPECT_GT(lightness({"--lightness", "5"}), plain + 0.01);
-    EXPECT_GT(lightness({"--lightness", "0.9"}), plain + 0.001);
-    EXPECT_LT(lightness({"--lightness", "-5"}), plain - 0.01);
-    const auto saturation = [&](const char* chroma) {
-        lightness({"--chroma", chroma});
+    const auto mean = [&](const std::string& channel, const char* option, const char* shift) {
+        EXPECT_EQ(ConvertBy(Input("scanner.icc"), {option, shift}).status, 0);
         return std::stod(
-            Shell("convert-im6 " + Quoted(out_) + " -colorspace HSL -channel G -separate -format '%[fx:mean]' info:"));
+            Shell("convert-im6 " + Quoted(out_) + " -colorspace " + channel + " -format '%[fx:mean]' info:"));
     };
-    EXPECT_LT(saturation("-20"), saturation("5") - 0.05);
+    const double plain = mean("Gray", "--lightness", "0");
+    EXPECT_GT(mean("Gray", "--lightness", "5"), plain + 0.01);
+    EXPECT_GT(mean("Gray", "--lightness", "0.9"), plain + 0.001);
+    EXPECT_LT(mean("Gray", "--lightness", "-5"), plain - 0.01);
+    const std::string saturation = "HSL -channel G -separate";
+    EXPECT_LT(mean(saturation, "--chroma", "-20"), mean(saturation, "--chroma", "5") - 0.05);
 }
 
 }  // namespace

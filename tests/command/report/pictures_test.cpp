@@ -14,9 +14,6 @@
 namespace hueweave::test {
 namespace {
 
-using nlohmann::json;
-using testing::HasSubstr;
-
 /// The colours of the map of clipped channels: by 1 for red, 2 for green and 4 for blue, as red, green, blue and alpha.
 constexpr std::array<std::array<int, 4>, 8> kMap{{{0, 0, 0, 0},
                                                   {230, 50, 40, 255},
@@ -42,14 +39,12 @@ protected:
         for (std::size_t i = 0; i < (width + 1) / 2 * ((height + 1) / 2) * 6; ++i) {
             units += static_cast<char>(i % 6 < 4 ? i * 31 + i / 911 : 128 + i / 701 % 60);
         }
-        const TiffMaker::Shape shape{.width = width, .height = height, .compression = 8, .rows = height};
-        const Entries more{{530, 3, 2, 0, Little({2, 2}, 2)}};
         TiffMaker tiff;
-        TiffMaker::Shape placed = shape;
         const std::string coded = Deflated(units);
-        placed.offsets = {tiff.Put(coded)};
-        placed.counts = {coded.size()};
-        tiff.Page(And(With(TiffMaker::Rgb(placed), TiffMaker::Short(262, 6)), more[0]));
+        TiffMaker::Shape shape{.width = width, .height = height, .compression = 8, .rows = height};
+        shape.offsets = {tiff.Put(coded)};
+        shape.counts = {coded.size()};
+        tiff.Page(And(With(TiffMaker::Rgb(shape), TiffMaker::Short(262, 6)), {530, 3, 2, 0, Little({2, 2}, 2)}));
         tiff.Save(folder_ / name);
         return folder_ / name;
     }
@@ -60,16 +55,9 @@ protected:
         EXPECT_THAT(Hueweave({"convert", "-q", "--profile", profileOfAll_, "--to", target, "--format", format, file,
                               "-o", out, "--force"}),
                     Succeeds());
-        Shell("convert-im6 " + Quoted(out) + " -depth " + std::to_string(bits) +
-              " -endian LSB rgb:" + Quoted(folder_ / "pixels"));
-        const std::string raw = FileBytes(folder_ / "pixels");
-        Picture picture{0, 0, 3, bits, {}, ""};
-        for (std::size_t i = 0; i < raw.size(); i += bits / 8) {
-            const unsigned low = static_cast<unsigned char>(raw[i]);
-            const unsigned high = bits == 16 ? static_cast<unsigned char>(raw[i + 1]) : 0;
-            picture.values.push_back(static_cast<std::uint16_t>(high << 8 | low));
-        }
-        return picture;
+        Shell("convert-im6 " + Quoted(out) + " -alpha off -type TrueColor -compress none -depth " +
+              std::to_string(bits) + " " + Quoted(folder_ / "pixels.tif"));
+        return ReadPictures(folder_ / "pixels.tif")[0];
     }
     /// The image number `n` in a page, as a file.
     std::string ImageOf(const std::string& page, std::size_t n) const {
@@ -90,32 +78,26 @@ unsigned EightBits(const Picture& picture, std::size_t i) {
 /// By channel: how often each sample of 8 bits occurs.
 std::vector<std::vector<int>> HistogramOf(const Picture& picture) {
     std::vector<std::vector<int>> counts(3, std::vector<int>(256));
-    for (std::size_t i = 0; i < picture.values.size(); ++i) {
-        if (i % picture.samples < 3) ++counts[i % picture.samples][EightBits(picture, i)];
-    }
+    for (std::size_t i = 0; i < picture.values.size(); ++i) ++counts[i % 3][EightBits(picture, i)];
     return counts;
 }
 
 /// Which channels of each pixel are at an end of their range.
 std::vector<unsigned> ClippedOf(const Picture& picture) {
-    std::vector<unsigned> channels;
-    for (std::size_t i = 0; i < picture.values.size(); i += picture.samples) {
-        channels.push_back(0);
-        for (unsigned c = 0; c < 3; ++c) {
-            const unsigned sample = picture.values[i + c];
-            if (sample == 0 || sample == (1U << picture.bits) - 1) channels.back() |= 1U << c;
-        }
+    std::vector<unsigned> channels(picture.values.size() / 3);
+    for (std::size_t i = 0; i < picture.values.size(); ++i) {
+        const unsigned sample = picture.values[i];
+        if (sample == 0 || sample == (1U << picture.bits) - 1) channels[i / 3] |= 1U << i % 3;
     }
     return channels;
 }
 
 /// The root mean square of the differences in 8 bits.
 double Difference(const Picture& shown, const Picture& wanted) {
-    EXPECT_EQ(shown.values.size() / 3, wanted.values.size() / wanted.samples);
+    EXPECT_EQ(shown.values.size(), wanted.values.size());
     double sum = 0;
     for (std::size_t i = 0; i < shown.values.size(); ++i) {
-        const std::size_t at = i / 3 * wanted.samples + i % 3;
-        sum += std::pow(static_cast<double>(shown.values[i]) - EightBits(wanted, at), 2);
+        sum += std::pow(static_cast<double>(shown.values[i]) - EightBits(wanted, i), 2);
     }
     return std::sqrt(sum / static_cast<double>(shown.values.size()));
 }
@@ -123,7 +105,7 @@ double Difference(const Picture& shown, const Picture& wanted) {
 TEST_F(ReportPicturesTest, HaveThePixelsOfConvert) {
     const std::string large = "convert-im6 $p16 -scale 700x510! ";
     // Strips of more than 2 MiB are decoded by rows with the least memory allowed.
-    std::vector<std::string> files{
+    const Words files{
         Make("tiles.tif", "tiffcp -t -w 64 -l 48 -c jpeg:90 $p8 $out"),
         MakeYCbCr("ycbcr.tif", 30, 21),
         Make("alpha.tif", "cp " + Quoted(Input("alpha-8.tif")) + " $out"),
@@ -163,7 +145,7 @@ TEST_F(ReportPicturesTest, SayWhatTheyLeaveOut) {
     const std::string stored = "The picture is shown as it is stored, not turned upright.";
     const std::string deep = "Samples of 16 bits are shown and plotted with 8 bits.";
     const std::string turned = " && exiftool -q -overwrite_original -n -Orientation=6 $out";
-    const std::vector<std::pair<std::string, std::vector<std::string>>> rows{
+    const std::vector<std::pair<std::string, Words>> rows{
         {Input("photo-8.tif"), {}},
         {Input("photo-16.tif"), {deep}},
         {Input("alpha-16.tif"), {alpha, deep}},
@@ -196,14 +178,15 @@ TEST_F(ReportPicturesTest, SayWhatTheyLeaveOut) {
 }
 
 TEST_F(ReportPicturesTest, OfOtherKindsAreRefused) {
-    for (const auto& [name, line, kind] : std::vector<std::tuple<std::string, std::string, std::string>>{
-             {"grey.tif", "convert-im6 $p8 -colorspace gray $out", "grey"},
-             {"grey.png", "convert-im6 $p8 -colorspace gray $out", "grey"},
-             {"grey.jpg", "convert-im6 $p8 -colorspace gray $out", "grey"},
-             {"cmyk.jpg", "convert-im6 $p8 -colorspace CMYK $out", "CMYK"},
-             {"bilevel.tif", "convert-im6 $p8 -monochrome -compress group4 $out", "bilevel"}}) {
-        const Outcome run = Hueweave({"report", profileOfAll_, Make(name, line), "-o", page_});
-        EXPECT_THAT(run, Refuses(4, name + ": holds " + kind + " pixels, not RGB; "));
+    for (const auto& [name, how, kind] :
+         std::vector<std::array<std::string, 3>>{{"grey.tif", "-colorspace gray", "grey"},
+                                                 {"grey.png", "-colorspace gray", "grey"},
+                                                 {"grey.jpg", "-colorspace gray", "grey"},
+                                                 {"cmyk.jpg", "-colorspace CMYK", "CMYK"},
+                                                 {"bilevel.tif", "-monochrome -compress group4", "bilevel"}}) {
+        const std::string picture = Make(name, "convert-im6 $p8 " + how + " $out");
+        EXPECT_THAT(Hueweave({"report", profileOfAll_, picture, "-o", page_}),
+                    Refuses(4, name + ": holds " + kind + " pixels, not RGB; "));
         EXPECT_FALSE(Exists(page_)) << name;
     }
 }
