@@ -21,7 +21,8 @@ protected:
         Picture picture{41, 37, samples, 8, {}, ""};
         for (std::size_t i = 0; i < std::size_t{41} * 37 * samples; ++i) {
             const std::size_t pixel = 3 * (i / samples % 41 + i / samples / 41 * photo.width), c = i % samples;
-            picture.values.push_back(c == 3 ? 255 - photo.values[pixel] / 3 : photo.values[pixel + c]);
+            const unsigned sample = c == 3 ? 255U - photo.values[pixel] / 3U : photo.values[pixel + c];
+            picture.values.push_back(static_cast<std::uint16_t>(sample));
         }
         return picture;
     }
