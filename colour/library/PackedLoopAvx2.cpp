@@ -5,8 +5,6 @@
 // the corner between them has the weight 0.
 #include <immintrin.h>
 
-#include <cstring>
-
 #include "colour/library/PackedTables.h"
 
 namespace hueweave::colour {
