@@ -197,6 +197,7 @@ std::vector<FileRow> BrokenFiles() {
         {"ZeroDenominator", Rgb8().Rational(283, 300, 0).Build()},
         {"ZeroDenominatorFirst", TiffBuilder().Rational(282, 5, 0).Shape(1, 1, 3, 8).Build()},
         {"WiderThanItsImage", ChunkyTiff(1000, 1000, 3, 8, Pixels(105)).Build()},
+        {"MorePixelsThan32BitsCount", ChunkyTiff(70000, 70000, 3, 8, Pixels(12)).Build()},
         {"HugePlanes", PlanarTiff(60000, 60000, 3, 8, 60000, Strips(3, 35)).Build()},
         {"MissingPlane", PlanarTiff(7, 5, 3, 8, 5, Strips(2, 35)).Build()},
     };
