@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The calls that build tables: each returns the output space of its engine, not the result of the build.
+// The calls that build tables: each returns the output space of its engine, not the result of the build, and changes no
+// other engine.
 #include "abi/CheckedEngines.h"
 
 namespace hueweave::test {
@@ -175,6 +176,40 @@ TEST_F(ExportedAdjust, AnswersTheOutputSpaceAndNotTheResult) {
     engines_.Convert();
     engines_.SetProfile("bytes.icc", 0, 0, 8);
     EXPECT_EQ(engines_.Adjust(5, 0, 0), 65535);
+}
+
+/// Each engine runs jobs of its own in turn; after every step all three must still match their own references.
+TEST(IndependentEngines, StayAsTheyAreWhileAnotherIsLed) {
+    const Library library;
+    CheckedEngines first(library, {""}), second(library, {"_2nd"}), third(library, {"_3rd"});
+    const std::function<void()> steps[] = {
+        [] {},
+        [&] { first.SetProfile("plain.icc", 0, 0, 22); },
+        [&] { second.SetIntent(1, 1, 9); },
+        [&] { third.SetProfile("curved.icc", 0, 1, 11); },
+        [&] { first.Adjust(5, 0, 0, SomeCurves(256)); },
+        [&] { second.SetProfile("plain.icc", 3, 1, 29); },
+        [&] { third.Adjust(0, -20, 90, SomeCurves(256, 9), 128); },
+        [&] { first.SetProfile("absent.icc", 0, 0, 22); },
+        [&] { second.Adjust(-9, 0, 0); },
+        [&] { third.SetIntent(0, 0, 14); },
+    };
+    for (const auto& step : steps) {
+        step();
+        for (const CheckedEngines* engine : {&first, &second, &third}) engine->Convert();
+    }
+    first.ConvertFile();
+    second.ConvertFile();
+}
+
+TEST_F(ExportedSetProfile, RemembersThePathOfEachEngineApart) {
+    const std::string path = engines_.Path("black.icc");
+    const auto bind = [&](std::size_t n) { return engines_.Apis()[n].SetProfile(path.c_str(), nullptr, 0, 0, 8); };
+    ASSERT_EQ(bind(0), 8);
+    ASSERT_EQ(std::remove(path.c_str()), 0);
+    EXPECT_EQ(bind(1), 65535);
+    EXPECT_EQ(bind(2), 65535);
+    EXPECT_EQ(bind(0), 8) << "bound already";
 }
 
 }  // namespace

@@ -101,26 +101,20 @@ TEST_F(Header, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
 }
 
 /// Whether the three functions of one name have the type of `Function`.
-template <class Function, class First, class Second, class Third>
-constexpr bool kAllOf =
-    std::is_same_v<Function, First>&& std::is_same_v<Function, Second>&& std::is_same_v<Function, Third>;
+template <class Function, class... Three>
+constexpr bool kAllAre = (std::is_same_v<Function, Three> && ...);
 
 TEST_F(Header, FunctionsTakeAndGiveThirtyTwoBits) {
     using Path = const char*;
     using Curve = unsigned char*;
     using Word = std::int32_t;
-    using SetProfile = Word(Path, Path, Word, Word, Word) noexcept;
-    using SetIntent = Word(Word, Word, Word) noexcept;
-    using Adjust = Word(double, double, double, Curve, Curve, Curve, Word) noexcept;
-    using Convert2 = Word(Curve, Curve, Word) noexcept;
-    using ConvertFile = Word(Path, Path) noexcept;
 #define HUEWEAVE_TYPES(name) \
     decltype(Orvix_Icc_##name), decltype(Orvix_Icc_##name##_2nd), decltype(Orvix_Icc_##name##_3rd)
-    EXPECT_TRUE((kAllOf<SetProfile, HUEWEAVE_TYPES(SetProfile)>));
-    EXPECT_TRUE((kAllOf<SetIntent, HUEWEAVE_TYPES(SetIntent)>));
-    EXPECT_TRUE((kAllOf<Adjust, HUEWEAVE_TYPES(Adjust)>));
-    EXPECT_TRUE((kAllOf<Convert2, HUEWEAVE_TYPES(Convert2)>));
-    EXPECT_TRUE((kAllOf<ConvertFile, HUEWEAVE_TYPES(ConvertFile)>));
+    EXPECT_TRUE((kAllAre<Word(Path, Path, Word, Word, Word) noexcept, HUEWEAVE_TYPES(SetProfile)>));
+    EXPECT_TRUE((kAllAre<Word(Word, Word, Word) noexcept, HUEWEAVE_TYPES(SetIntent)>));
+    EXPECT_TRUE((kAllAre<Word(double, double, double, Curve, Curve, Curve, Word) noexcept, HUEWEAVE_TYPES(Adjust)>));
+    EXPECT_TRUE((kAllAre<Word(Curve, Curve, Word) noexcept, HUEWEAVE_TYPES(Convert2)>));
+    EXPECT_TRUE((kAllAre<Word(Path, Path) noexcept, HUEWEAVE_TYPES(ConvertFile)>));
 #undef HUEWEAVE_TYPES
     EXPECT_TRUE((std::is_same_v<decltype(func1), Word() noexcept>));
 }

@@ -12,13 +12,13 @@
 
 namespace {
 
-struct FreeWatch {
-    bool on = false;
-    std::size_t count = 0;
-    std::array<std::size_t, 4096> sizes{};
-    std::array<off_t, 4096> printed{};  ///< length of the standard output at that time
+/// A block, and the length of the standard output when it was freed.
+struct Freed {
+    std::size_t size;
+    off_t printed;
 };
-FreeWatch freeWatch;
+bool watching = false;
+std::vector<Freed> freed;  ///< does not grow while it is filled
 
 /// Bytes in the file to which standard output is redirected.
 off_t PrintedBytes() {
@@ -35,9 +35,8 @@ void* TakeOrThrow(std::size_t bytes) {
     return block;
 }
 void Give(void* block) noexcept {
-    if (freeWatch.on && block != nullptr && freeWatch.count < freeWatch.sizes.size()) {
-        freeWatch.printed[freeWatch.count] = PrintedBytes();
-        freeWatch.sizes[freeWatch.count++] = malloc_usable_size(block);
+    if (watching && block != nullptr && freed.size() < freed.capacity()) {
+        freed.push_back({malloc_usable_size(block), PrintedBytes()});
     }
     std::free(block);
 }
@@ -130,11 +129,9 @@ TEST(Func1, PrintsItsNameAndReturnsZero) {
     EXPECT_EQ(output, kLoad + "func1\nfunc1\n0 0\n" + kUnload);
 }
 
-/// Sizes of the blocks that are freed while the library is unloaded. Engine n gets a profile with a tag of `marks[n]`
-/// bytes, or no profile for 0.
-std::vector<std::size_t> GivenBack(const std::array<std::size_t, 3>& marks) {
+/// Watches the library being unloaded. Engine n has a profile with a tag of `marks[n]` bytes, or no profile for 0.
+void Unload(const std::array<std::size_t, 3>& marks) {
     const TempDir dir;
-    std::vector<std::size_t> sizes;
     testing::internal::CaptureStdout();
     {
         const Library library;
@@ -143,13 +140,12 @@ std::vector<std::size_t> GivenBack(const std::array<std::size_t, 3>& marks) {
             EXPECT_EQ(EngineApi(library, kSuffixes[n]).SetProfile(PutSized(dir, marks[n]).c_str(), nullptr, 0, 1, 9),
                       9);
         }
-        freeWatch.count = 0;
-        freeWatch.on = true;
+        freed.clear();
+        freed.reserve(4096);
+        watching = true;
     }
-    freeWatch.on = false;
+    watching = false;
     testing::internal::GetCapturedStdout();
-    sizes.assign(freeWatch.sizes.begin(), freeWatch.sizes.begin() + static_cast<std::ptrdiff_t>(freeWatch.count));
-    return sizes;
 }
 
 TEST(Unloading, DestroysTheEnginesInReverseBeforeTheLastLine) {
@@ -162,17 +158,16 @@ TEST(Unloading, DestroysTheEnginesInReverseBeforeTheLastLine) {
         SCOPED_TRACE(testing::PrintToString(marks));
         std::vector<std::size_t> expected(marks.rbegin(), marks.rend());
         std::erase(expected, 0U);
-        const std::vector<std::size_t> sizes = GivenBack(marks);
+        Unload(marks);
         std::vector<std::size_t> found;
         std::size_t tables = 0;
-        for (std::size_t n = 0; n < sizes.size(); ++n) {
-            if (sizes[n] < 40000) continue;
-            if (sizes[n] >= kWideTable) ++tables;
+        for (const auto& [size, printed] : freed) {
+            if (size < 40000) continue;
+            if (size >= kWideTable) ++tables;
             // The heap may round a block up slightly.
-            std::ranges::copy_if(marks, std::back_inserter(found), [&](std::size_t mark) {
-                return mark != 0 && sizes[n] >= mark && sizes[n] < mark + 64;
-            });
-            EXPECT_EQ(freeWatch.printed[n], static_cast<off_t>(kLoad.size())) << "block " << n;
+            std::ranges::copy_if(marks, std::back_inserter(found),
+                                 [size](std::size_t mark) { return mark != 0 && size >= mark && size < mark + 64; });
+            EXPECT_EQ(printed, static_cast<off_t>(kLoad.size())) << "block of " << size;
         }
         EXPECT_EQ(found, expected);
         EXPECT_GE(tables, 3 * expected.size()) << "three tables of each engine";
