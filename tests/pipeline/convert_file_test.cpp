@@ -65,10 +65,6 @@ std::ostream& operator<<(std::ostream& out, const FileRow& row) { return out << 
 
 TiffBuilder Rgb8() { return ChunkyTiff(7, 5, 3, 8, Pixels(105)); }
 TiffBuilder Rgb16() { return ChunkyTiff(7, 5, 3, 16, Pixels(210)); }
-Bytes Profile(std::size_t size) {
-    return ByteWriter().Big32(static_cast<std::uint32_t>(size)).Fill(size - 4, 9).Done();
-}
-
 TiffBuilder Counted(std::uint32_t byteCount) { return Untold().StripOffsets().Long(279, byteCount); }
 
 TiffBuilder ManyEntries(unsigned count) {
@@ -87,7 +83,17 @@ TiffBuilder Without(unsigned tag) {
     return OneStrip(tiff);
 }
 
-std::vector<FileRow> SoundFiles() {
+/// A file that is cut where its profile begins, before the data of tag 40000 and the pixels.
+Bytes CutBeforeLargeData() {
+    Bytes file = Rgb8().Undefined(34675, Pixels(4000)).Undefined(40000, Pixels(3000)).Build();
+    file.resize(14 + 13 * 12 + 23);  // the data of tags 258, 282 and 305 are 23 bytes
+    return file;
+}
+
+/// The suite unit_tiff covers each broken field separately.
+std::vector<FileRow> Files() {
+    const Bytes cutInPixels = Rgb8().Build();
+    const Bytes cutInData = Rgb8().Undefined(34675, Pixels(400)).Exif(Pixels(60)).Build();
     return {
         {"Rgb8", Rgb8().Build()},
         {"Rgb16", Rgb16().Build()},
@@ -102,12 +108,12 @@ std::vector<FileRow> SoundFiles() {
         {"TwoSamples8", ChunkyTiff(7, 5, 2, 8, Pixels(70)).Build()},
         {"Bitmap", ChunkyTiff(20, 5, 1, 1, Pixels(15)).Build()},
         {"Compressed", Rgb8().Short(259, 5).Build()},
-        {"Icc", Rgb8().Undefined(34675, Profile(300)).Build()},
-        {"IccFirst", OneStrip(TiffBuilder().Undefined(34675, Profile(301)).Shape(7, 5, 3, 8)).Build()},
-        {"TwoIcc", Rgb8().Undefined(34675, Profile(30)).Undefined(34675, Profile(41)).Build()},
+        {"Icc", Rgb8().Undefined(34675, Pixels(300)).Build()},
+        {"IccFirst", OneStrip(TiffBuilder().Undefined(34675, Pixels(301)).Shape(7, 5, 3, 8)).Build()},
+        {"TwoIcc", Rgb8().Undefined(34675, Pixels(30)).Undefined(34675, Pixels(41)).Build()},
         {"IccInTheEntry", Rgb8().Entry(34675, 7, 4, 99).Build()},
-        {"IccAlone", TiffBuilder().Undefined(34675, Profile(30)).Build()},
-        {"Exif", Rgb8().Exif(Pixels(100)).Undefined(34675, Profile(60)).Build()},
+        {"IccAlone", TiffBuilder().Undefined(34675, Pixels(30)).Build()},
+        {"Exif", Rgb8().Exif(Pixels(100)).Undefined(34675, Pixels(60)).Build()},
         {"ShortExif", Rgb8().Exif(Pixels(10)).Build()},
         {"ExifOfTwoItems", Rgb8().Data(34665, 4, 2, Pixels(60)).Build()},
         {"SmallSignedByte", Rgb8().Entry(40000, 6, 1, 5).Exif(Pixels(50)).Build()},
@@ -132,15 +138,11 @@ std::vector<FileRow> SoundFiles() {
                           .Data(40002, 12, 3, Pixels(24))
                           .Data(40003, 13, 2, Pixels(8))
                           .Build()},
-        {"FileOrder", InStrips(7, 5, 3, 8, 2).StripsBackwards().Undefined(34675, Profile(44)).Build()},
-    };
-}
-
-std::vector<FileRow> StripFiles() {
-    return {
+        {"FileOrder", InStrips(7, 5, 3, 8, 2).StripsBackwards().Undefined(34675, Pixels(44)).Build()},
+        // Several strips, and planes.
         {"OneRowStrips8", InStrips(7, 5, 3, 8, 1).Build()},
         {"OneRowStrips16", InStrips(7, 5, 3, 16, 1).Exif(Pixels(70)).Build()},
-        {"ThreeStrips8", InStrips(7, 5, 3, 8, 2).Undefined(34675, Profile(40)).Build()},
+        {"ThreeStrips8", InStrips(7, 5, 3, 8, 2).Undefined(34675, Pixels(40)).Build()},
         {"ShortArrays", InStrips(7, 5, 3, 8, 2, 3, 3).Build()},
         {"TwoShortStrips", InStrips(7, 5, 3, 8, 3, 3, 3).Build()},
         {"TwoLongStripsShortCounts", InStrips(7, 5, 3, 8, 3, 4, 3).Build()},
@@ -151,7 +153,7 @@ std::vector<FileRow> StripFiles() {
         {"NoRowsPerStrip",
          TiffBuilder().Shape(7, 5, 3, 8).StripOffsets().StripByteCounts().Strip(Pixels(105)).Exif(Pixels(44)).Build()},
         {"StripsButOneAnnounced", Untold().Strip(Pixels(45)).StripOffsets().StripByteCounts().Exif(Pixels(44)).Build()},
-        {"Planes8", PlanarTiff(7, 5, 3, 8, 5, Strips(3, 35)).Undefined(34675, Profile(40)).Build()},
+        {"Planes8", PlanarTiff(7, 5, 3, 8, 5, Strips(3, 35)).Undefined(34675, Pixels(40)).Build()},
         {"Planes16", PlanarTiff(7, 5, 3, 16, 5, Strips(3, 70)).Build()},
         {"FourPlanes8", PlanarTiff(7, 5, 4, 8, 5, Strips(4, 35)).Build()},
         {"FourPlanes16", PlanarTiff(7, 5, 4, 16, 5, Strips(4, 70)).Exif(Pixels(44)).Build()},
@@ -162,21 +164,7 @@ std::vector<FileRow> StripFiles() {
         {"BitmapPlanes", PlanarTiff(32, 5, 3, 1, 5, Strips(3, 20)).Exif(Pixels(44)).Build()},
         {"UnevenBitmapPlanes", PlanarTiff(21, 3, 4, 1, 3, Strips(4, 9)).Build()},
         {"FarBitmapPlanes", PlanarTiff(32, 2, 3, 1, 2, Strips(3, 8)).GapBeforeStrips(65536).Build()},
-    };
-}
-
-/// A file that is cut where its profile begins, before the data of tag 40000 and the pixels.
-Bytes CutBeforeLargeData() {
-    Bytes file = Rgb8().Undefined(34675, Profile(4000)).Undefined(40000, Pixels(3000)).Build();
-    file.resize(14 + 13 * 12 + 23);  // the data of tags 258, 282 and 305 are 23 bytes
-    return file;
-}
-
-/// The suite unit_tiff covers each broken field separately.
-std::vector<FileRow> BrokenFiles() {
-    const Bytes cutInPixels = Rgb8().Build();
-    const Bytes cutInData = Rgb8().Undefined(34675, Profile(400)).Exif(Pixels(60)).Build();
-    return {
+        // Broken files.
         {"CutInPixels", Bytes(cutInPixels.begin(), cutInPixels.end() - 50)},
         {"CutInData", Bytes(cutInData.begin(), cutInData.begin() + 200)},
         {"CutBeforeLargeData", CutBeforeLargeData()},
@@ -235,10 +223,8 @@ TEST_P(ConvertFileBytesTest, ThroughTheEngineOfBytes) { Compare(GetParam().file,
 TEST_P(ConvertFileBytesTest, ThroughTheEngineOfWords) { Compare(GetParam().file, true); }
 TEST_P(ConvertFileBytesTest, OntoItself) { Compare(GetParam().file, false, true); }
 
-std::string NameOfFile(const testing::TestParamInfo<FileRow>& row) { return row.param.name; }
-INSTANTIATE_TEST_SUITE_P(Sound, ConvertFileBytesTest, testing::ValuesIn(SoundFiles()), NameOfFile);
-INSTANTIATE_TEST_SUITE_P(Strips, ConvertFileBytesTest, testing::ValuesIn(StripFiles()), NameOfFile);
-INSTANTIATE_TEST_SUITE_P(Broken, ConvertFileBytesTest, testing::ValuesIn(BrokenFiles()), NameOfFile);
+INSTANTIATE_TEST_SUITE_P(Every, ConvertFileBytesTest, testing::ValuesIn(Files()),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST(ConvertFileEngineTest, ChangesPixels) {
     // Otherwise all comparisons above would be of files that stay unchanged.

@@ -41,44 +41,6 @@ TEST_P(IntentAndWidthTest, EveryOutputSpaceGivesTheReferencePixels) {
 INSTANTIATE_TEST_SUITE_P(Every, IntentAndWidthTest,
                          testing::Combine(testing::Values(0, 1, 2, 3, 77), testing::Values(0, 1)));
 
-/// The mean of the four nodes on the path through the cell, weighted by the steps between the sorted fractions.
-int WeightedPath(const std::vector<ReferenceNode>& nodes, const int (&sample)[3], std::size_t channel) {
-    std::array<std::pair<int, std::size_t>, 3> steps;  // fraction on each axis, and the index step to the next node
-    std::size_t node = 0;
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        const std::size_t way = axis == 0 ? 17 * 17 : axis == 1 ? 17 : 1;
-        steps[axis] = {sample[axis] % 4096, way};
-        node += static_cast<std::size_t>(sample[axis] / 4096) * way;
-    }
-    std::ranges::sort(steps, std::greater<>());
-    int sum = 0, before = 4096;
-    for (const auto& [fraction, way] : steps) {
-        sum += (before - fraction) * nodes.at(node)[channel];
-        before = fraction;
-        node += way;
-    }
-    return (sum + before * nodes.at(node)[channel]) / 4096;
-}
-
-TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
-    const LutContents lut = MakeLut({3, 3, 17, 2, 2, CurveKind::Ramp, CurveKind::Ramp, GridKind::Random, 5});
-    EnginePair pair({{"random.icc", ProfileBuilder().Mft2("A2B0", lut).Build()}});
-    pair.SetProfile("random.icc", 0, 1, 21);  // linear, 16 bit: the output tables are the identity
-    const auto nodes = GridStage(*DecodeLutTag(EncodeMft2(lut)), 0, 0, 0, 21, std::nullopt);
-    const Bytes pixels = PixelRun(1);
-    Bytes source = pixels;
-    Bytes dest(pixels.size());
-    pair.Real().Conversion(source.data(), dest.data(), static_cast<int>(pixels.size() / 6));
-    const auto word = [](const Bytes& bytes, std::size_t at) { return bytes[at] + 256 * bytes[at + 1]; };
-    for (std::size_t at = 0; at < pixels.size(); at += 6) {
-        const int sample[3] = {word(pixels, at), word(pixels, at + 2), word(pixels, at + 4)};
-        for (std::size_t c = 0; c < 3; ++c) {
-            ASSERT_EQ(word(dest, at + 2 * c), WeightedPath(nodes, sample, c))
-                << "channel " << c << " of " << sample[0] << " " << sample[1] << " " << sample[2];
-        }
-    }
-}
-
 std::map<std::string, Bytes> Profiles() {
     const LutContents curved = MakeLut({3, 3, 9, 17, 5, CurveKind::Power, CurveKind::Ramp, GridKind::Falling});
     const LutContents other = MakeLut({3, 3, 9, 2, 256, CurveKind::Ramp, CurveKind::Power, GridKind::Random});

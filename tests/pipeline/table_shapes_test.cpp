@@ -77,16 +77,13 @@ void PrintTo(const CurvedCase& row, std::ostream* out) { *out << row.name; }
 
 class CurvedTableTest : public testing::TestWithParam<CurvedCase> {};
 
-CurvedLutSpec Table(const CurvedCase& row) {
-    CurvedLutSpec lut = Curved(MakeLut(row.shape, row.shape.inputs), row.layout);
-    lut.aFirst = row.aFirst;
-    return lut;
-}
-
 TEST_P(CurvedTableTest, GivesTheReferencePixels) {
-    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB("A2B2", Table(GetParam())).Build()}});
+    const auto& [name, shape, layout, usable, aFirst] = GetParam();
+    CurvedLutSpec lut = Curved(MakeLut(shape, shape.inputs), layout);
+    lut.aFirst = aFirst;
+    EnginePair pair({{"curved.icc", ProfileBuilder().MftAB("A2B2", lut).Build()}});
     pair.SetProfile("curved.icc", 2, 1, 9);
-    EXPECT_EQ(pair.Real().Unit.OutputSpace, GetParam().usable ? 9 : 65535);
+    EXPECT_EQ(pair.Real().Unit.OutputSpace, usable ? 9 : 65535);
     pair.Convert();
     pair.SetIntent(2, 0, 22);
     pair.Convert();
