@@ -35,17 +35,6 @@ TEST(CLCHLayout, IsThirtyTwoDoublesInAFixedOrder) {
     EXPECT_EQ(places[15], 23 * sizeof(double));
 }
 
-TEST(RgbPrimaries, HoldTheirFourDecimals) {
-    const std::pair<const Matrix&, const Matrix&> stored[] = {{sRGB_D50, inv_sRGB_D50},
-                                                              {AdobeRGB_D50, inv_AdobeRGB_D50},
-                                                              {AppleRGB_D50, inv_AppleRGB_D50},
-                                                              {ColorMatchRGB_D50, inv_ColorMatchRGB_D50}};
-    for (std::size_t space = 0; space < 4; ++space) {
-        EXPECT_THAT(stored[space].first, EqualTo(kNaiveMatrices[space].toXYZ)) << space;
-        EXPECT_THAT(stored[space].second, EqualTo(kNaiveMatrices[space].toRGB)) << space;
-    }
-}
-
 TEST(RgbPrimaries, AreChosenByTheNumberOfTheSpaceAndStayUnderANumberThatIsNone) {
     const auto chosen = [](int number, int before) {
         return number == 65535 ? 0 : number >= 0 && number < 4 ? number : before;
