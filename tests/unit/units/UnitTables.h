@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <tuple>
 #include <vector>
 
 #include "iccfile/LutTags.h"
@@ -22,20 +23,8 @@
 // Short names for the units, tables for them to load, jobs for them to run, and grids of any size and content.
 namespace hueweave::test {
 
-using ICC40::ICC_UNIT::Base;
-using ICC40::ICC_UNIT::ColorTable33;
-using ICC40::ICC_UNIT::ColorTable34;
-using ICC40::ICC_UNIT::ColorTable36;
-using ICC40::ICC_UNIT::ColorTable37;
-using ICC40::ICC_UNIT::Info;
-using ICC40::ICC_UNIT::InputTable33;
-using ICC40::ICC_UNIT::InputTable34;
-using ICC40::ICC_UNIT::InputTable36;
-using ICC40::ICC_UNIT::InputTable37;
-using ICC40::ICC_UNIT::InputTable43;
-using ICC40::ICC_UNIT::OutputTable33;
-using ICC40::ICCFILE::CLut16Type;
-using ICC40::ICCFILE::ColorSpaceSignature;
+using namespace ICC40::ICC_UNIT;
+using namespace ICC40::ICCFILE;
 
 constexpr ColorSpaceSignature Space(int value) { return static_cast<ColorSpaceSignature>(value); }
 
@@ -88,6 +77,13 @@ inline void ExpectTables(const OutputTable33& unit, const ReferenceOutputs& plai
     ExpectRows(unit.Curve, plain.curve);
     ExpectRows(unit.Lut16, plain.table);
 }
+
+/// The fields besides curves and tables, in the order step, span, channels, entries and mode, to be read or set.
+inline auto FieldsOf(OutputTable33& unit) {
+    return std::tie(unit.Step, unit.Span, unit.Channels, unit.Entries, unit.OutputMode);
+}
+/// Values that no operation produces.
+inline constexpr std::tuple kOddFields{1.5, 2.5, 9, 10, 11};
 
 /// Primaries by the range of the space: 0 sRGB, 1 AdobeRGB, 2 AppleRGB, 3 ColorMatchRGB.
 constexpr int PrimariesOf(int space) { return space >= 20 && space <= 31 ? (space - 16) / 4 : 0; }
@@ -168,14 +164,6 @@ inline ReferenceGrid RandomGrid(int points, std::uint32_t seed, int low = 0, int
     return grid;
 }
 
-inline void PutNodes(ColorTable33& table, int points, const Nodes& nodes) {
-    for (int i = 0; i < points; ++i) {
-        for (int j = 0; j < points; ++j) {
-            for (int k = 0; k < points; ++k) std::ranges::copy(nodes[NodeAt(points, i, j, k)], table.Color[i][j][k]);
-        }
-    }
-}
-
 inline Nodes NodesOf(const ColorTable33& table, int points) {
     Nodes nodes(AsIndex(points * points * points));
     for (int i = 0; i < points; ++i) {
@@ -188,24 +176,17 @@ inline Nodes NodesOf(const ColorTable33& table, int points) {
     return nodes;
 }
 
-/// The same grid in a unit of 3, 4, 6 or 7 channels.
-inline std::unique_ptr<ColorTable33> MakeGrid(const ReferenceGrid& plain, int channels = 3) {
-    auto table = MakeColorTable(channels);
-    table->LUT_Size = plain.points;
-    table->LUT_Shift = plain.shift;
-    table->LUT_Mask = plain.mask;
+/// The packed form of nodes, with seven values each.
+inline const int* Packed(const Nodes& nodes) { return reinterpret_cast<const int*>(nodes.data()); }
+
+/// The same grid in a unit.
+inline std::unique_ptr<ColorTable33> MakeGrid(const ReferenceGrid& plain) {
+    auto table = std::make_unique<ColorTable33>();
+    table->SetColorTable(Packed(plain.nodes), plain.points);
     table->LUT_Step = plain.step;
     table->LUT_Pos = std::make_unique<int[]>(plain.positions.size());
     std::ranges::copy(plain.positions, table->LUT_Pos.get());
-    PutNodes(*table, plain.points, plain.nodes);
     return table;
-}
-
-/// The packed form of nodes, with seven values each.
-inline std::vector<int> Packed(const Nodes& nodes) {
-    std::vector<int> packed;
-    for (const ReferenceNode& node : nodes) packed.insert(packed.end(), node.begin(), node.end());
-    return packed;
 }
 
 /// Checks size, positions and nodes.

@@ -75,7 +75,7 @@ TEST(ColorTable, TakesSizeAndNodesAloneFromAPackedCube) {
         table->LUT_Step = 12.5;
         table->InChannels = 41;
         table->OutChannels = 42;
-        EXPECT_EQ(table->SetColorTable(Packed(plain.nodes).data(), points), 0);
+        EXPECT_EQ(table->SetColorTable(Packed(plain.nodes), points), 0);
         EXPECT_THAT(NodesOf(*table, points), EqualTo(plain.nodes));
         ExpectMarkedBehind(*table, points);
         EXPECT_EQ(table->LUT_Size, points);
@@ -101,7 +101,7 @@ TEST(ColorTable, LoadsNoPackedCubeOfASizeThatItHasNot) {
 TEST(ColorTable, NeitherResamplesNorInterpolatesAPackedCubeBetweenPositions) {
     const ReferenceGrid plain = RandomGrid(5, 4);
     const auto table = Marked();
-    table->SetColorTable(Packed(plain.nodes).data(), 5);
+    table->SetColorTable(Packed(plain.nodes), 5);
     for (const int size : {2, 9, 17, 33}) {
         EXPECT_EQ(table->TableResize(size), 0);
         EXPECT_EQ(table->LUT_Size, 5);

@@ -16,8 +16,6 @@ namespace hueweave::test {
 namespace {
 
 using ColorLch::CLCH;
-using ICC40::ICC_UNIT::NearRgb;
-using ICC40::ICCFILE::CXYZType;
 
 /// Curves that give every value itself.
 ReferenceCurves Identity() {

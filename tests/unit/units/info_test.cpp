@@ -13,9 +13,6 @@
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICC_UNIT::FindFormat;
-using ICC40::ICC_UNIT::PixelFormat;
-
 /// Checks all fields except build result, intent and names.
 void ExpectUnset(const Info& info) {
     EXPECT_EQ((std::array<int, 10>{info.ProfileState, info.Spare, info.InputSpace, info.OutputSpace, info.FormatCode,
@@ -38,7 +35,7 @@ TEST(Info, StartsUnsetAndResetsAllButBuildResultIntentAndNames) {
     info.ProfileState = info.Spare = 0;
     info.InputSpace = info.OutputSpace = Space(9);
     info.BuildResult = 9;
-    info.Intent = ICC40::ICCFILE::IntentSaturation;
+    info.Intent = IntentSaturation;
     info.FormatCode = 257;
     info.CheckWorkingBuf(bytes, bytes + 1, 4);
     info.CheckLch(1, 2, 3);
@@ -47,7 +44,7 @@ TEST(Info, StartsUnsetAndResetsAllButBuildResultIntentAndNames) {
     EXPECT_EQ(info.Reset(), 0);
     ExpectUnset(info);
     EXPECT_EQ(info.BuildResult, 9);
-    EXPECT_EQ(info.Intent, ICC40::ICCFILE::IntentSaturation);
+    EXPECT_EQ(info.Intent, IntentSaturation);
     EXPECT_EQ(info.CheckCurrentProfile("first.icc", "second.icc"), 0) << "no change";
 }
 

@@ -14,8 +14,6 @@
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICCFILE::CLut8Type;
-using ICC40::ICCFILE::CXYZType;
 using Sample = unsigned short;
 
 static_assert(std::has_virtual_destructor_v<Base> && std::is_same_v<decltype(Base::UnitName), const char*>);

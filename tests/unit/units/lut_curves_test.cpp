@@ -10,9 +10,6 @@
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICC_UNIT::LutInputCurves;
-using ICC40::ICC_UNIT::LutOutputCurves;
-
 class LutCurves : public testing::TestWithParam<int> {
 protected:
     int entries_ = GetParam();

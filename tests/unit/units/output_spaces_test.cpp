@@ -13,11 +13,6 @@
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICC_UNIT::FillByKodakLaw;
-using ICC40::ICC_UNIT::FindOutputSpace;
-using ICC40::ICC_UNIT::OutputSpace;
-using ICC40::ICC_UNIT::ToneTable;
-
 struct FormRow {
     Form form;
     const char* name;
@@ -80,15 +75,11 @@ TEST_P(OutputForm, AgreesOnFreshTablesAndTheSecondTime) {
 
 TEST_P(OutputForm, AgreesOnAnyTablesAndLeavesTheFieldsOfTheCurves) {
     Scatter(unit_->Lut16, plain_.table);
-    unit_->Step = 1.5;
-    unit_->Span = 2.5;
-    unit_->Channels = 8;
-    unit_->Entries = 9;
+    FieldsOf(*unit_) = kOddFields;
     RunBoth(65535);
-    EXPECT_EQ(unit_->Step, 1.5);
-    EXPECT_EQ(unit_->Span, 2.5);
-    EXPECT_EQ(unit_->Channels, 8);
-    EXPECT_EQ(unit_->Entries, 9);
+    auto expected = kOddFields;
+    std::get<4>(expected) = plain_.mode;
+    EXPECT_EQ(FieldsOf(*unit_), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, OutputForm, testing::ValuesIn(kFormRows),

@@ -11,24 +11,6 @@
 namespace hueweave::test {
 namespace {
 
-using ICC40::ICCFILE::CLut8Type;
-
-/// Sets the fields other than curves and tables to values that no operation produces.
-void SetFields(OutputTable33& unit) {
-    unit.Step = 1.5;
-    unit.Span = 2.5;
-    unit.Channels = 9;
-    unit.Entries = 10;
-    unit.OutputMode = 11;
-}
-void ExpectFieldsAsSet(const OutputTable33& unit) {
-    EXPECT_EQ(unit.Step, 1.5);
-    EXPECT_EQ(unit.Span, 2.5);
-    EXPECT_EQ(unit.Channels, 9);
-    EXPECT_EQ(unit.Entries, 10);
-    EXPECT_EQ(unit.OutputMode, 11);
-}
-
 /// Kept: two entries are the identity with a span of 15, where 16 is expected; the span of longer curves is not the
 /// step either, so that values overshoot both ends; channels that the profile lacks use the plain identity curve and
 /// end in its point of the last entry. Each table is loaded over the previous ones.
@@ -49,11 +31,7 @@ TEST(OutputTable, ExpandsTheCurvesOfAProfileOnAllSevenChannels) {
         EXPECT_EQ(unit->Initial(&lut.tag), 0);
         plain.Load(lut.plain);
         ExpectTables(*unit, plain);
-        EXPECT_EQ(unit->Channels, outputs);
-        EXPECT_EQ(unit->Entries, entries < 3 ? 4096 : entries);
-        EXPECT_EQ(unit->Step, plain.step);
-        EXPECT_EQ(unit->Span, plain.span);
-        EXPECT_EQ(unit->OutputMode, 5);
+        EXPECT_EQ(FieldsOf(*unit), std::tuple(plain.step, plain.span, outputs, entries < 3 ? 4096 : entries, 5));
     }
 }
 
@@ -78,8 +56,6 @@ TEST(OutputTable, InterpolatesWithAnyStepAndSpan) {
             for (int& value : s) value = n < 2 ? 65535 * n : random.Sample();
             ASSERT_EQ(Interpolated(*unit, s), plain.Points(s)) << step << " " << span;
         }
-        EXPECT_EQ(unit->Step, step);
-        EXPECT_EQ(unit->Span, span);
     }
 }
 
@@ -149,11 +125,7 @@ TEST(OutputTable, LaysCurvesOfACallerOverItsOwn) {
         for (Bytes& curve : points) curve.resize(std::min<std::size_t>(curve.size(), 4096));
         plain.Load(points[0], points[1], points[2]);
         ExpectTables(*unit, plain);
-        EXPECT_EQ(unit->Step, 257.0);
-        EXPECT_EQ(unit->Span, 256.0);
-        EXPECT_EQ(unit->Channels, 3);
-        EXPECT_EQ(unit->Entries, 40);
-        EXPECT_EQ(unit->OutputMode, 3);
+        EXPECT_EQ(FieldsOf(*unit), std::tuple(257.0, 256.0, 3, 40, 3));
         for (int c = 0; c < 7; ++c) EXPECT_EQ(unit->Lut16[c][65535], c < 3 ? 65535 : 0) << c;
     }
 }
@@ -181,10 +153,10 @@ TEST(OutputTable, CopiesByteTablesOfAnyShape) {
         constexpr std::size_t kBehind = 4096;
         Bytes memory(sizeof(OutputTable33) + kBehind, 0x5a);
         auto* const unit = ::new (memory.data()) OutputTable33();
-        SetFields(*unit);
+        FieldsOf(*unit) = kOddFields;
         EXPECT_EQ(unit->Initial(&lut), 0);
         ExpectTables(*unit, plain);
-        ExpectFieldsAsSet(*unit);
+        EXPECT_EQ(FieldsOf(*unit), kOddFields);
         unit->~OutputTable33();
         EXPECT_THAT(Bytes(memory.end() - kBehind, memory.end()), EqualsBytes(Bytes(kBehind, 0x5a)));
     }
@@ -195,14 +167,14 @@ TEST(OutputTable, ResetsToTheIdentityAndTakesNothingFromAByteTableWithoutCurves)
     const auto unit = std::make_unique<OutputTable33>();
     unit->Initial(&lut.tag);
     unit->OutputCLR7_8();
-    SetFields(*unit);
+    FieldsOf(*unit) = kOddFields;
     unit->ResetTable();
     CLut8Type empty;
     empty.outputChan = 3;
     empty.outputEnt = 256;
     EXPECT_EQ(unit->Initial(&empty), 0);
     ExpectTables(*unit, ReferenceOutputs());
-    ExpectFieldsAsSet(*unit);
+    EXPECT_EQ(FieldsOf(*unit), kOddFields);
 }
 
 /// Tables that differ between channels, with entries below 0 and above 65535.
