@@ -50,7 +50,7 @@ public:
         reference_.profileState = reference_.inputSpace = reference_.outputSpace = 65535;
         reference_.lightness = reference_.chroma = reference_.hue = 0;
         reference_.in = {};
-        Same(0, 0);
+        ExpectSame();
     }
     /// ConstructEngine or InputColorSpace2RGB.
     int Construct(int (Engine::*operation)(double, double, double), double lightness, double chroma, double hue) {
@@ -81,6 +81,26 @@ public:
         EXPECT_THAT(wide ? source : dest, EqualsBytes(wide ? pixels : untouched));
     }
 
+    /// The state and the tables; a stage that was never built is not compared.
+    void ExpectSame() const {
+        const auto& unit = engine_->Unit;
+        EXPECT_EQ((std::array<int, 8>{unit.ProfileState, unit.Intent, unit.InputSpace, unit.OutputSpace,
+                                      unit.BuildResult, unit.Lightness, unit.Chroma, unit.Hue}),
+                  (std::array{reference_.profileState, reference_.intent, reference_.inputSpace, reference_.outputSpace,
+                              reference_.buildResult, reference_.lightness, reference_.chroma, reference_.hue}));
+        ASSERT_EQ(engine_->InEntries, static_cast<int>(reference_.in[0].size()));
+        const std::uint32_t* const in[] = {engine_->Lut1DInR.get(), engine_->Lut1DInG.get(), engine_->Lut1DInB.get()};
+        const std::uint32_t* const out[] = {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB};
+        for (std::size_t c = 0; c < 3; ++c) {
+            ASSERT_EQ(in[c] == nullptr, reference_.in[c].empty());
+            ExpectWords("an input table", in[c], std::span<const std::uint32_t>(reference_.in[c]));
+            ExpectWords("an output table", out[c], std::span<const std::uint32_t>(reference_.out[c]));
+        }
+        static_assert(sizeof(ReferenceCell) == 6 * 3 * 4 * sizeof(std::int32_t));
+        const auto* const cells = reinterpret_cast<const std::int32_t*>(reference_.cells.data());
+        ExpectWords("the grid", &engine_->Lut3D[0][0][0][0], std::span(cells, reference_.cells.size() * 72));
+    }
+
     std::string Path(const std::string& name) const { return dir_.File(name); }
     Engine& Real() { return *engine_; }
     ReferenceEngine& Reference() { return reference_; }
@@ -96,27 +116,8 @@ private:
     }
     int Same(int result, int expected) const {
         EXPECT_EQ(result, expected);
-        const auto& unit = engine_->Unit;
-        EXPECT_EQ((std::array<int, 8>{unit.ProfileState, unit.Intent, unit.InputSpace, unit.OutputSpace,
-                                      unit.BuildResult, unit.Lightness, unit.Chroma, unit.Hue}),
-                  (std::array{reference_.profileState, reference_.intent, reference_.inputSpace, reference_.outputSpace,
-                              reference_.buildResult, reference_.lightness, reference_.chroma, reference_.hue}));
-        ExpectSameTables();
+        ExpectSame();
         return result;
-    }
-    /// Compares entry by entry. A stage that was never built is not compared.
-    void ExpectSameTables() const {
-        ASSERT_EQ(engine_->InEntries, static_cast<int>(reference_.in[0].size()));
-        const std::uint32_t* const in[] = {engine_->Lut1DInR.get(), engine_->Lut1DInG.get(), engine_->Lut1DInB.get()};
-        const std::uint32_t* const out[] = {engine_->Lut1DOutR, engine_->Lut1DOutG, engine_->Lut1DOutB};
-        for (std::size_t c = 0; c < 3; ++c) {
-            ASSERT_EQ(in[c] == nullptr, reference_.in[c].empty());
-            ExpectWords("an input table", in[c], std::span<const std::uint32_t>(reference_.in[c]));
-            ExpectWords("an output table", out[c], std::span<const std::uint32_t>(reference_.out[c]));
-        }
-        static_assert(sizeof(ReferenceCell) == 6 * 3 * 4 * sizeof(std::int32_t));
-        const auto* const cells = reinterpret_cast<const std::int32_t*>(reference_.cells.data());
-        ExpectWords("the grid", &engine_->Lut3D[0][0][0][0], std::span(cells, reference_.cells.size() * 72));
     }
     template <typename Word>
     static void ExpectWords(const char* name, const Word* words, std::span<const Word> expected) {

@@ -50,10 +50,6 @@ TEST_F(FileConversion, TakesTheWidthOfTheSamplesFromTheEngine) {
     }
 }
 
-TEST_F(FileConversion, CopiesThePixelsWithoutTables) {
-    ExpectConverted(*std::make_unique<CIccEngineS>(), {2, 2, 3, 8, Bytes(12, 0x31), {}}, 0);
-}
-
 TEST_F(FileConversion, PrintsNothingOfADestinationThatCannotBeOpened) {
     WriteFile(source_, MiniTiff{1, 1, 3, 8, {1, 2, 3}, {}}.Build());
     ExpectLines(*MakeHandEngine(false), dir_.File("absent/dest.tif"));

@@ -98,7 +98,10 @@ TEST(EngineLayout, StartsWithoutTouchingGridAndOutputTables) {
     const auto memory = std::make_unique<Memory>();
     std::memset(memory->bytes, 0x5a, sizeof memory->bytes);
     auto* const engine = ::new (memory->bytes) CIccEngineS;
-    ExpectStages(StagesOf(*engine), {{}, PatternGrid(0x5a5a5a5a), PatternOutput(0x5a5a5a5a)});
+    EXPECT_TRUE(engine->Lut1DInR == nullptr && engine->Lut1DInG == nullptr && engine->Lut1DInB == nullptr);
+    const auto* const grid = reinterpret_cast<const unsigned char*>(engine->Lut3D);
+    const std::size_t size = sizeof engine->Lut3D + 3 * sizeof engine->Lut1DOutR;
+    EXPECT_THAT(std::span(grid, size), EqualsBytes(Bytes(size, 0x5a)));
     EXPECT_EQ(engine->Shift, 12);
     EXPECT_EQ(engine->Unit.Intent, 0);
     engine->~CIccEngineS();

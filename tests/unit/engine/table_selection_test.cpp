@@ -90,11 +90,6 @@ TEST_P(UnusableTable, IsRefusedByAdjustments) {
 INSTANTIATE_TEST_SUITE_P(Every, UnusableTable, testing::ValuesIn(BadTables()),
                          [](const auto& param) { return std::string(param.param.name); });
 
-TEST(FirstOfTwoTables, OfOneNameIsUsed) {
-    EnginePair pair({{"two.icc", MiniProfile({{"A2B0", Mft2(MarkedLut(0x1111))}, {"A2B0", Mft2(MarkedLut(0x3333))}})}});
-    pair.SetProfile("two.icc", 0, 0, 8);
-}
-
 TEST(WhitePoint, CountsForTheAbsoluteIntentAlone) {
     // The tag before it holds other values of the same type. The name of a tag determines its class, not its type.
     const Bytes junk = ByteWriter().Text("xxxxxxxx").Big32(0xe000).Big32(0x10000).Big32(0x9000).Done();
@@ -106,7 +101,7 @@ TEST(WhitePoint, CountsForTheAbsoluteIntentAlone) {
             pair.SetProfile("white.icc", intent, 0, 10);
             pair.SetIntent(intent, 1, 10);
             pair.Construct(&CIccEngineS::ConstructEngine, 2.0, 0.0, 0.0);
-            FillTables(pair.Real(), 4);
+            FillTables(pair, 4);
             pair.Construct(&CIccEngineS::InputColorSpace2RGB, 0.0, 0.0, 0.0);
             pair.AdjustLch(2.0, 0.0, 0.0);
         }
