@@ -18,16 +18,12 @@ TEST_F(ExportedSetProfile, AnswersTheOutputSpaceOrThatThereIsNone) {
 }
 
 TEST_F(ExportedSetProfile, OnceRefusedEndsConversionsUntilTheNextGoodCall) {
-    struct Refusal {
-        std::string name;
-        int input, output;
-    };
-    std::vector<Refusal> refusals = {{"absent.icc", 0, 22},
-                                     {"plain.icc", 0, 14},
-                                     {"plain.icc", 0, 65535},
-                                     {"curved.icc", 0, 40},
-                                     {"bytes.icc", 0, 22}};
-    for (const int input : {2, 5, 8, 65534, 65536, -1, kLeast, kMost}) refusals.push_back({"plain.icc", input, 22});
+    std::vector<std::tuple<std::string, int, int>> refusals = {{"absent.icc", 0, 22},
+                                                               {"plain.icc", 0, 14},
+                                                               {"plain.icc", 0, 65535},
+                                                               {"curved.icc", 0, 40},
+                                                               {"bytes.icc", 0, 22}};
+    for (const int input : {2, 5, 8, 65534, 65536, -1, kLeast, kMost}) refusals.emplace_back("plain.icc", input, 22);
     for (const auto& [name, input, output] : refusals) {
         SCOPED_TRACE(testing::Message() << name << " from " << input << " to " << output);
         EXPECT_EQ(engines_.SetProfile("plain.icc", 0, 0, 22), 22);
