@@ -85,6 +85,9 @@ inline auto FieldsOf(OutputTable33& unit) {
 /// Values that no operation produces.
 inline constexpr std::tuple kOddFields{1.5, 2.5, 9, 10, 11};
 
+/// Source, destination, pixels, and samples in the working buffer.
+inline auto RunOf(const Info& info) { return std::tuple(info.Source, info.Dest, info.PixelCount, info.WorkCount); }
+
 /// Primaries by the range of the space: 0 sRGB, 1 AdobeRGB, 2 AppleRGB, 3 ColorMatchRGB.
 constexpr int PrimariesOf(int space) { return space >= 20 && space <= 31 ? (space - 16) / 4 : 0; }
 

@@ -80,29 +80,6 @@ TEST(LabToRgb, TakesEveryNodeThroughTheTables) {
     }
 }
 
-TEST(LabToRgb, TakesTheOutputCurvesOfTheProfileFirst) {
-    const int ends[] = {0, 1, 65279, 65280, 65533, 65534, 65535, 65536, -1};
-    for (const int entries : {0, 2, 3, 17, 34, 256, 4096}) {
-        for (const int outputs : {0, 1, 2, 3, 7}) {
-            SCOPED_TRACE(testing::Message() << entries << " entries, " << outputs << " channels");
-            const TestLut lut = RandomLut({.outputs = outputs, .points = 2, .outputEntries = entries});
-            ReferenceCurves curves;
-            curves.Load(lut.plain);
-            ReferenceGrid plain = RandomGrid(5, 56, -8000000, 8000000);
-            for (std::size_t n = 0; n < std::size(ends); ++n) {
-                plain.nodes[n] = {ends[n], 32768, 32768};
-                plain.nodes[n + 10] = {40000, ends[n], 32768};
-                plain.nodes[n + 20] = {40000, 32768, ends[n]};
-                plain.nodes[n + 30] = {ends[n], ends[n], ends[n]};
-            }
-            const auto grid = MakeGrid(plain);
-            EXPECT_EQ(grid->Lab2RGB100_16(&lut.tag, Space(28), nullptr), 31);
-            plain.ToRgb(curves, kUsualWhite, 3);
-            ExpectGrid(*grid, plain);
-        }
-    }
-}
-
 /// Kept: the ColorMatchRGB family gives 31 and not 29.
 TEST(LabToRgb, FollowsTheFamilyOfTheSpace) {
     const auto table = std::make_unique<OutputTable33>();

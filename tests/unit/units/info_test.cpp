@@ -111,10 +111,8 @@ TEST(WorkingBuffer, HasTheChannelsOfTheCode) {
         // A buffer of no samples does not prevent the next run.
         for (const int pixels : {0, 10}) {
             EXPECT_EQ(info.CheckWorkingBuf(bytes + 2, bytes + 3, pixels), channels == 0 ? 65534 : 0);
-            EXPECT_EQ(info.Source, bytes + 2);
-            EXPECT_EQ(info.Dest, bytes + 3);
-            EXPECT_EQ(info.WorkCount, pixels * channels);
-            EXPECT_EQ(info.PixelCount, channels == 0 ? 0 : pixels);
+            const int counted = channels == 0 ? 0 : pixels;
+            EXPECT_EQ(RunOf(info), std::tuple(bytes + 2, bytes + 3, counted, pixels * channels));
             EXPECT_EQ(info.WorkBuf != nullptr, channels != 0);
         }
         // 16 bits per sample for the 8-bit codes too: an address checker detects a smaller array.
@@ -127,22 +125,17 @@ TEST(WorkingBuffer, IsMadeOnceUntilAReset) {
     Info info;
     info.FormatCode = 262;
     EXPECT_EQ(info.CheckWorkingBuf(bytes, bytes + 1, 100), 0);
-    EXPECT_EQ(info.WorkCount, 600);
     const unsigned short* const buffer = info.WorkBuf.get();
     for (const int code : {262, 514, 0}) {
         info.FormatCode = code;
         EXPECT_EQ(info.CheckWorkingBuf(bytes + 2, bytes + 3, 50), 0) << code;
-        EXPECT_EQ(info.Source, bytes);
-        EXPECT_EQ(info.Dest, bytes + 1);
-        EXPECT_EQ(info.PixelCount, 100);
-        EXPECT_EQ(info.WorkCount, 600);
+        EXPECT_EQ(RunOf(info), std::tuple(bytes, bytes + 1, 100, 600));
         EXPECT_EQ(info.WorkBuf.get(), buffer);
     }
     info.Reset();
     info.FormatCode = 520;
     EXPECT_EQ(info.CheckWorkingBuf(bytes, bytes, 2), 0);
-    EXPECT_EQ(info.WorkCount, 14);
-    EXPECT_EQ(info.PixelCount, 2);
+    EXPECT_EQ(RunOf(info), std::tuple(bytes, bytes, 2, 14));
 }
 
 TEST(WorkingBuffer, KeepsItsCountsWhenItIsDeletedAndIsNotMadeAgain) {
@@ -171,13 +164,10 @@ TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
         Info info;
         info.FormatCode = code;
         EXPECT_EQ(info.CheckWorkingBuf(bytes, bytes + 1, pixels), 0);
-        EXPECT_EQ(info.PixelCount, 0);
-        EXPECT_EQ(info.WorkCount, 0);
+        EXPECT_EQ(RunOf(info), std::tuple(bytes, bytes + 1, 0, 0));
         EXPECT_EQ(info.WorkBuf, nullptr);
-        EXPECT_EQ(info.Source, bytes);
         EXPECT_EQ(info.CheckWorkingBuf(bytes + 1, bytes, 1), 0) << "the next run is not shut out";
-        EXPECT_EQ(info.PixelCount, 1);
-        EXPECT_EQ(info.Source, bytes + 1);
+        EXPECT_EQ(RunOf(info), std::tuple(bytes + 1, bytes, 1, LayoutOf(code).channels));
     }
 }
 

@@ -84,9 +84,6 @@ TEST(InputTable, KeepsItsWidthWhenItIsLoadedForWords) {
         EXPECT_EQ(table->Initial(&lut.tag, Space(space)), 0);
         EXPECT_EQ(table->Bits, bits) << space;
     }
-    ReferenceInput plain(3);
-    plain.Load(lut.plain, 1);
-    EXPECT_THAT(table->Lut16[0], EqualTo(plain.table[0]));
 }
 
 /// Replaces the evaluation and records its arguments. It increments the four samples that belong to no curve.
