@@ -70,9 +70,6 @@ protected:
     int Bind(const char* path, int intent, int input, int output) {
         return engine().SetProfile(path, IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
     }
-    int Rebind(int intent, int input, int output) {
-        return engine().SetIntent(IntentOf(intent), Space(input), Space(output), 0.0, 0.0, 0.0);
-    }
     /// The two status fields, as `output`/`result`.
     std::string Status() {
         return std::to_string(engine().Unit.OutputSpace) + "/" + std::to_string(engine().Unit.BuildResult);

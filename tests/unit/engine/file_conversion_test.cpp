@@ -86,7 +86,7 @@ private:
 };
 
 /// Each test acts while one of the three lines is written. True means 16-bit samples, in the file and in the engine.
-class FileConversionOrder : public testing::TestWithParam<bool> {
+class FileConversionOrder : public FileConversion, public testing::WithParamInterface<bool> {
 protected:
     FileConversionOrder() { WriteFile(source_, image_.Build()); }
     /// The file expected from the current tables.
@@ -118,9 +118,6 @@ protected:
     const bool wide_ = GetParam();
     const MiniTiff image_{7, 5, 3, wide_ ? 16U : 8U, SomePixels(35, wide_), Bytes(30, 0x49)};
     std::unique_ptr<CIccEngineS> engine_ = MakeHandEngine(wide_);
-    TempDir dir_;
-    std::string source_ = dir_.File("source.tif");
-    std::string dest_ = dir_.File("dest.tif");
 };
 
 TEST_P(FileConversionOrder, ReadsTheSourceBeforeTheFirstLine) {

@@ -13,15 +13,9 @@ protected:
 };
 
 TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
-    for (const std::size_t entries : {2U, 3U, 256U, 4096U}) {
-        MiniLut lut = SmoothLut();
-        for (std::size_t c = 0; c < 3; ++c) {
-            lut.input[c].clear();
-            for (std::size_t i = 0; i < entries; ++i) {
-                lut.input[c].push_back(static_cast<std::uint16_t>((i * 2654435761U >> (3 * c)) & 0xffffU));
-            }
-        }
-        EnginePair pair({{"curves.icc", MiniProfile({{"A2B0", Mft2(lut)}})}});
+    for (const int entries : {2, 3, 256, 4096}) {
+        const LutShape shape{.points = 5, .inputEntries = entries, .inputKind = CurveKind::Random};
+        EnginePair pair({{"curves.icc", MiniProfile({{"A2B0", EncodeMft2(MakeLut(shape))}})}});
         pair.SetProfile("curves.icc", 0, 0, 8);
         // Lab encodings, and others that count as bytes; each build replaces the previous tables.
         for (const int input : {1, 0, 1, 2, 3, 5, 65535, 0}) {
