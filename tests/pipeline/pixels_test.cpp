@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Every output space and intent, and random sequences of calls, from the profile to the pixels.
-#include <algorithm>
 #include <functional>
 #include <tuple>
 

@@ -3,11 +3,9 @@
 // sides of each threshold.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <functional>
 
-#include "support/Matchers.h"
 #include "unit/color/ColorValues.h"
 
 namespace hueweave::test {

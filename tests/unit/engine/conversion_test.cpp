@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Runs of pixels in memory: how a pixel is converted, and which buffers are read and written.
-#include <climits>
-
 #include "unit/engine/EngineFixture.h"
 
 namespace hueweave::test {

@@ -196,10 +196,7 @@ struct LabColor {
 };
 
 /// The roots of X, Y and Z divided by the white.
-struct Roots {
-    double x, y, z;
-};
-Roots RootsOf(const LabColor& c) {
+Triple RootsOf(const LabColor& c) {
     const double y = c.L <= 7.9996 ? c.L / 903.3 * 7.787 + 0.137931 : (c.L + 16.0) / 116.0;
     return {y + c.a / 500.0, y, y - c.b / 200.0};
 }
@@ -208,15 +205,15 @@ constexpr double kWhite[3] = {0.96, 1.0, 0.82};
 
 /// The distance to a step within which it is not certain.
 double MarginOf(const LabColor& c) {
-    const Roots root = RootsOf(c);
+    const auto [x, y, z] = RootsOf(c);
     const double white = kWhite[0] + kWhite[1] + kWhite[2];
-    return 1e-8 * (1.0 + white * (1.0 + root.x * root.x + root.y * root.y + root.z * root.z));
+    return 1e-8 * (1.0 + white * (1.0 + x * x + y * y + z * z));
 }
 
 /// A matrix by which Y alone gives `value` on one channel; the two others are far from any step.
 CLCH WithValue(const LabColor& c, double value, std::size_t channel) {
     CLCH color(65535.0 * kWhite[0], 65535.0 * kWhite[1], 65535.0 * kWhite[2]);
-    const double root = RootsOf(c).y;
+    const double root = RootsOf(c)[1];
     const double y = c.L <= 7.9996 ? c.L / 903.3 : root * root * root;
     color.toRGB = {};
     for (std::size_t i = 0; i < 3; ++i)
