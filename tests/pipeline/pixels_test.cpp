@@ -64,7 +64,7 @@ TEST(TetrahedraTest, PixelsAreTheWeightedMeanOfFourNodes) {
     const LutContents lut = MakeLut({3, 3, 17, 2, 2, CurveKind::Ramp, CurveKind::Ramp, GridKind::Random, 5});
     EnginePair pair({{"random.icc", ProfileBuilder().Mft2("A2B0", lut).Build()}});
     pair.SetProfile("random.icc", 0, 1, 21);  // linear, 16 bit: the output tables are the identity
-    const auto nodes = GridStage(*DecodeLutTag(EncodeMft2(lut)), 0, 0, 0, 21, std::nullopt);
+    const auto nodes = GridStage(*DecodeLutTag(Mft2(lut)), 0, 0, 0, 21, std::nullopt);
     const Bytes pixels = PixelRun(1);
     Bytes source = pixels;
     Bytes dest(pixels.size());

@@ -14,12 +14,9 @@ protected:
 
 TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
     for (const std::size_t entries : {2U, 3U, 256U, 4096U}) {
-        MiniLut lut = SmoothLut();
-        for (std::size_t c = 0; c < 3; ++c) {
-            lut.input[c].clear();
-            for (std::size_t i = 0; i < entries; ++i) {
-                lut.input[c].push_back(static_cast<std::uint16_t>((i * 2654435761U >> (3 * c)) & 0xffffU));
-            }
+        LutContents lut = StraightLut(5, LabGrid(5), static_cast<int>(entries), 257);
+        for (std::size_t i = 0; i < 3 * entries; ++i) {
+            lut.input[i] = static_cast<std::uint16_t>((i % entries * 2654435761U >> (i / entries * 3)) & 0xffffU);
         }
         EnginePair pair({{"curves.icc", MiniProfile({{"A2B0", Mft2(lut)}})}});
         pair.SetProfile("curves.icc", 0, 0, 8);
@@ -76,7 +73,7 @@ TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
 
 // The nodes stay unchanged, and their chroma is not cut; a shift of any size other than zero would cut it.
 TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
-    MiniLut lut = SmoothLut(3);
+    LutContents lut = SmoothLut(3);
     lut.grid = ScatteredGrid(3, 99);
     EnginePair pair({{"wide.icc", MiniProfile({{"A2B0", Mft2(lut)}})}});
     pair.SetProfile("wide.icc", 0, 0, 10);
