@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Prints a digest of every table that an engine builds and of every file that it writes, one per line. Two builds of
 // the library agree bit for bit if this program prints the same for both. It links only the core, so that it runs under
-// an emulator; its profiles are computed in integers only.
+// an emulator; its profiles depend on no function of the mathematics library.
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
