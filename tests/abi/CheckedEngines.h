@@ -50,8 +50,8 @@ inline std::map<std::string, ProfileBuilder> ExportProfiles() {
     LutShape relative{3, 3, 5, 2, 17, CurveKind::Ramp, CurveKind::Falling, GridKind::Scanner, 2};
     LutShape saturation{3, 3, 17, 256, 4096, CurveKind::Power, CurveKind::Ramp, GridKind::Falling, 3};
     LutShape curved{3, 3, 9, 33, 65, CurveKind::Power, CurveKind::Power, GridKind::Scanner, 4};
-    MiniLut black = SmoothLut(2);
-    black.grid = BlackGrid();
+    LutContents black = SmoothLut(2);
+    for (std::size_t i = 0; i < black.grid.size(); ++i) black.grid[i] = i % 3 == 0 ? 0 : 32768;
     return {{"plain.icc", ProfileBuilder()
                               .Mft2("A2B0", MakeLut(perceptual))
                               .Mft2("A2B1", MakeLut(relative))

@@ -33,7 +33,7 @@ protected:
     }
 
     const Library library_;
-    const MiniLut lut_ = SmoothLut(9);  // gets resampled
+    const LutContents lut_ = SmoothLut(9);  // gets resampled
     const std::string path_ =
         Put("both.icc", MiniProfile({{"A2B0", Mft2(lut_)}, {"A2B1", MftAB(lut_)}, {"wtpt", XyzBlock(1, 2, 3)}}));
     const std::string source_ = Put("source.tif", MiniTiff{10, 10, 3, 8, SamplePixels(), Bytes(50, 1)}.Build());

@@ -25,18 +25,14 @@ inline const std::string kNoEntries = "*** Tiff::SaveFile() --> TiffTag EntryCou
 inline constexpr std::int32_t kNone = 65535;
 
 /// A small table that every sample profile has; it has few output entries, so that files stay short.
-inline MiniLut ShortLut() {
-    const Curve in = RampCurve(3);
-    const Curve out = RampCurve(5);
-    return {{in, in, in}, 2, LabGrid(2), {out, out, out}};
-}
+inline LutContents ShortLut() { return StraightLut(2, LabGrid(2), 3, 5); }
 
 inline Bytes TextBlock(const char* type, std::string_view text) {
     return ByteWriter().Text(type).Big32(0).Text(text).Done();
 }
 
 /// One tag of every kind that the reader distinguishes; the table is last.
-inline MiniTags EveryKindOfTag() {
+inline TagList EveryKindOfTag() {
     const Bytes curve = ByteWriter().Text("curv").Big32(0).Big32(3).Big16(1).Big16(2).Big16(3).Done();
     const Bytes para = ByteWriter().Text("para").Big32(0).Big16(3).Big16(0).Fill(20, 7).Done();
     return {{"desc", TextBlock("desc", "hostile")},

@@ -142,8 +142,7 @@ cmsStage* CurveStage(int entries, bool formulas) {
 
 /// A profile of this version at `path`, with curves on each side of a grid in a table of this type.
 void SaveTable(const std::string& path, double version, const char* type, bool formulas) {
-    const auto values = LabGrid(17);
-    const std::vector<cmsUInt16Number> grid(values.begin(), values.end());
+    const std::vector<cmsUInt16Number> grid = LabGrid(17);
     cmsPipeline* const table = cmsPipelineAlloc(nullptr, 3, 3);
     for (cmsStage* stage : {CurveStage(1025, formulas), cmsStageAllocCLut16bit(nullptr, 17, 3, 3, grid.data()),
                             CurveStage(257, formulas)}) {

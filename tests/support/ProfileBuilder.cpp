@@ -57,7 +57,7 @@ std::uint16_t Entry(CurveKind kind, double x, int i, int channel, Lcg& random) {
     return Sample((1.0 - x) * 65535.0);
 }
 
-std::uint32_t PlaceCurves(ByteWriter& out, const std::vector<std::vector<std::uint16_t>>& curves, CurveLayout layout) {
+std::uint32_t PlaceCurves(ByteWriter& out, const std::vector<Curve>& curves, CurveLayout layout) {
     if (curves.empty()) return 0;
     out.Align(4);
     const auto offset = static_cast<std::uint32_t>(out.Size());
@@ -79,9 +79,9 @@ std::uint32_t PlaceGrid(ByteWriter& out, const CurvedLutSpec& lut) {
 
 }  // namespace
 
-std::vector<std::uint16_t> MakeCurve(CurveKind kind, int entries, int channel, std::uint32_t seed) {
+Curve MakeCurve(CurveKind kind, int entries, int channel, std::uint32_t seed) {
     Lcg random(seed * 97U + static_cast<std::uint32_t>(channel));
-    std::vector<std::uint16_t> curve;
+    Curve curve;
     for (int i = 0; i < entries; ++i) {
         const double x = entries < 2 ? 0.0 : static_cast<double>(i) / (entries - 1);
         curve.push_back(Entry(kind, x, i, channel, random));
@@ -138,7 +138,7 @@ ByteWriter TableHead(std::string_view type, const LutShape& shape, std::uint32_t
     return out.Big16(static_cast<unsigned>(shape.inputEntries)).Big16(static_cast<unsigned>(shape.outputEntries));
 }
 
-Bytes EncodeMft2(const LutContents& lut) {
+Bytes Mft2(const LutContents& lut) {
     // A matrix whose use would be obvious: 2 on the diagonal.
     ByteWriter out =
         TableHead("mft2", {lut.inputs, lut.outputs, lut.points, lut.inputEntries, lut.outputEntries}, 0x20000);

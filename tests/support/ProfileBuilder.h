@@ -64,6 +64,11 @@ struct LutShape {
     std::uint32_t seed = 1;
 };
 
+/// A count or position, which is never negative.
+inline std::size_t AsIndex(int value) { return static_cast<std::size_t>(value); }
+
+using Curve = std::vector<std::uint16_t>;
+
 /// A device-to-PCS table in 16-bit values: curves channel after channel, the grid with its last axis fastest.
 struct LutContents {
     int inputs = 0;
@@ -71,12 +76,12 @@ struct LutContents {
     int points = 0;
     int inputEntries = 0;
     int outputEntries = 0;
-    std::vector<std::uint16_t> input;   ///< inputs x inputEntries
-    std::vector<std::uint16_t> grid;    ///< points^gridAxes x outputs
-    std::vector<std::uint16_t> output;  ///< outputs x outputEntries
+    Curve input;                      ///< inputs x inputEntries
+    std::vector<std::uint16_t> grid;  ///< points^gridAxes x outputs
+    Curve output;                     ///< outputs x outputEntries
 };
 
-std::vector<std::uint16_t> MakeCurve(CurveKind kind, int entries, int channel, std::uint32_t seed);
+Curve MakeCurve(CurveKind kind, int entries, int channel, std::uint32_t seed);
 /// A table whose grid has `axes` axes: 3, as every "mft2" block has, or as many as the "mAB " table has inputs.
 LutContents MakeLut(const LutShape& shape, int axes = 3);
 
@@ -92,9 +97,9 @@ struct CurvedLutSpec {
     std::array<std::uint8_t, 16> gridPoints{};
     unsigned precision = 2;  ///< announced bytes a value; the values are always written with 2
     std::vector<std::uint16_t> grid;
-    std::vector<std::vector<std::uint16_t>> aCurves;  ///< if empty, its offset is 0
-    std::vector<std::vector<std::uint16_t>> bCurves;
-    std::vector<std::vector<std::uint16_t>> mCurves;
+    std::vector<Curve> aCurves;  ///< if empty, its offset is 0
+    std::vector<Curve> bCurves;
+    std::vector<Curve> mCurves;
     bool hasGrid = true;  ///< else its offset is 0
     CurveLayout layout = CurveLayout::Aligned;
     bool aFirst = false;  ///< A curves, grid, B curves; else B curves, grid, A curves
@@ -107,7 +112,7 @@ CurvedLutSpec Curved(const LutContents& lut, CurveLayout layout);
 
 /// The start of a table in the "mft2" layout, up to its input curves, with the same word on the diagonal of its matrix.
 ByteWriter TableHead(std::string_view type, const LutShape& shape, std::uint32_t diagonal);
-Bytes EncodeMft2(const LutContents& lut);
+Bytes Mft2(const LutContents& lut);
 Bytes EncodeCurved(const CurvedLutSpec& lut);
 
 inline Bytes XyzBlock(std::uint32_t x, std::uint32_t y, std::uint32_t z) {
@@ -147,7 +152,7 @@ public:
         for (std::size_t i = 0; i < 4; ++i) header_.at(offset + i) = static_cast<unsigned char>(word >> (24 - 8 * i));
         return *this;
     }
-    ProfileBuilder& Mft2(std::string_view name, const LutContents& lut) { return Raw(name, EncodeMft2(lut)); }
+    ProfileBuilder& Mft2(std::string_view name, const LutContents& lut) { return Raw(name, test::Mft2(lut)); }
     ProfileBuilder& MftAB(std::string_view name, const CurvedLutSpec& lut) { return Raw(name, EncodeCurved(lut)); }
     /// The three words as stored in the file: fixed point with 16 fractional bits.
     ProfileBuilder& Xyz(std::string_view name, std::uint32_t x, std::uint32_t y, std::uint32_t z) {

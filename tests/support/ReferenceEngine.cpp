@@ -4,7 +4,6 @@
 
 #include "support/ReferencePipeline.h"
 #include "support/ReferenceProfile.h"
-#include "support/ReferenceUnits.h"
 
 namespace hueweave::test {
 namespace {
@@ -49,7 +48,7 @@ int ReferenceEngine::Refuse() {
     return kNone;
 }
 
-int ReferenceEngine::Rebuild(const std::function<void(const ReferenceLut& lut)>& build) {
+int ReferenceEngine::Rebuild(const std::function<void(const LutContents& lut)>& build) {
     const Bytes* block = SelectTable(tags_, intent);
     if (block == nullptr) return kNone;
     const auto lut = DecodeLutTag(*block);
@@ -58,12 +57,12 @@ int ReferenceEngine::Rebuild(const std::function<void(const ReferenceLut& lut)>&
     return outputSpace;
 }
 
-void ReferenceEngine::BuildGrid(const ReferenceLut& lut, double dL, double dC, double dh) {
+void ReferenceEngine::BuildGrid(const LutContents& lut, double dL, double dC, double dh) {
     cells = CellStage(GridStage(lut, dL, dC, dh, outputSpace, White()));
 }
 
 int ReferenceEngine::BuildAll(double dL, double dC, double dh) {
-    return Rebuild([&](const ReferenceLut& lut) {
+    return Rebuild([&](const LutContents& lut) {
         in = InputStage(lut, inputSpace);
         BuildGrid(lut, dL, dC, dh);
         const ReferenceOutput output = OutputStage(outputSpace);
@@ -123,12 +122,12 @@ int ReferenceEngine::AdjustLch(double dL, double dC, double dh) {
     lightness = whole[0];
     chroma = whole[1];
     hue = whole[2];
-    return Rebuild([&](const ReferenceLut& lut) { BuildGrid(lut, dL, dC, dh); });
+    return Rebuild([&](const LutContents& lut) { BuildGrid(lut, dL, dC, dh); });
 }
 
 int ReferenceEngine::AdjustOutput(const Bytes& red, const Bytes& green, const Bytes& blue, int count) {
     if (count == 0 || red.empty() || green.empty() || blue.empty()) return outputSpace;
-    return Rebuild([&](const ReferenceLut& lut) {
+    return Rebuild([&](const LutContents& lut) {
         out = AdjustedOutputStage(lut, red, green, blue, count, inputSpace == 0);
         if (inputSpace == 0) buildResult = outputSpace;
     });

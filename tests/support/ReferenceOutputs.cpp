@@ -80,7 +80,7 @@ ReferenceNode ReferenceCurves::Points(const ReferenceNode& at) const {
     return result;
 }
 
-void ReferenceCurves::Load(const ReferenceLut& lut) {
+void ReferenceCurves::Load(const LutContents& lut) {
     channels = lut.outputs;
     entries = lut.outputEntries;
     const bool useless = entries < 3;
@@ -126,7 +126,7 @@ void ReferenceOutputs::Expand(std::size_t moving) {
     }
 }
 
-void ReferenceOutputs::Load(const ReferenceLut& lut) {
+void ReferenceOutputs::Load(const LutContents& lut) {
     ReferenceCurves::Load(lut);
     Expand(7);
 }

@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "support/ReferenceUnits.h"
-
 namespace hueweave::test {
 namespace {
 
@@ -27,7 +25,7 @@ Bytes FirstOf(const Bytes& bytes, int count) { return Bytes(bytes.begin(), bytes
 
 }  // namespace
 
-ReferenceTables InputStage(const ReferenceLut& lut, int inputSpace) {
+ReferenceTables InputStage(const LutContents& lut, int inputSpace) {
     ReferenceInput curves(3);
     curves.Load(lut, inputSpace);
     if (inputSpace != 1) curves.ToLut8();  // also the tables of Lab
@@ -42,7 +40,7 @@ ReferenceTables InputStage(const ReferenceLut& lut, int inputSpace) {
     return packed;
 }
 
-std::vector<ReferenceNode> GridStage(const ReferenceLut& lut, double lightness, double chroma, double hue,
+std::vector<ReferenceNode> GridStage(const LutContents& lut, double lightness, double chroma, double hue,
                                      int outputSpace, const std::optional<ReferenceWhite>& white) {
     ReferenceGrid grid;
     grid.Load(lut);
@@ -89,7 +87,7 @@ ReferenceOutput OutputStage(int outputSpace) {
     return output;
 }
 
-ReferenceTables AdjustedOutputStage(const ReferenceLut& lut, const Bytes& red, const Bytes& green, const Bytes& blue,
+ReferenceTables AdjustedOutputStage(const LutContents& lut, const Bytes& red, const Bytes& green, const Bytes& blue,
                                     int count, bool to8) {
     ReferenceCurves curves;
     curves.Load(lut);

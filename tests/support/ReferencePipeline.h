@@ -11,7 +11,7 @@
 
 #include "support/ByteWriter.h"
 #include "support/ProfileBuilder.h"
-#include "support/ReferenceLut.h"
+#include "support/ReferenceUnits.h"
 
 // An independent implementation of the whole conversion from a profile to pixels, composed of the reference units. It
 // shares no code with the library and is written to be compared with the rules, not for speed.
@@ -25,9 +25,9 @@ using ReferenceWhite = std::array<std::uint32_t, 3>;
 using ReferenceCell = std::array<std::array<std::array<std::int32_t, 4>, 3>, 6>;
 
 /// Packed input tables: 65536 entries for input encoding 1, else 256.
-ReferenceTables InputStage(const ReferenceLut& lut, int inputSpace);
+ReferenceTables InputStage(const LutContents& lut, int inputSpace);
 /// 17 x 17 x 17 nodes, red slowest; channels 0 to 2 are linear RGB of the output space.
-std::vector<ReferenceNode> GridStage(const ReferenceLut& lut, double lightness, double chroma, double hue,
+std::vector<ReferenceNode> GridStage(const LutContents& lut, double lightness, double chroma, double hue,
                                      int outputSpace, const std::optional<ReferenceWhite>& white);
 /// 16 x 16 x 16 cells.
 std::vector<ReferenceCell> CellStage(const std::vector<ReferenceNode>& nodes);
@@ -39,7 +39,7 @@ struct ReferenceOutput {
 };
 ReferenceOutput OutputStage(int outputSpace);
 /// The tables for three 8-bit curves, loaded over the table's own output curves; `to8` shifts them to 8 bits.
-ReferenceTables AdjustedOutputStage(const ReferenceLut& lut, const Bytes& red, const Bytes& green, const Bytes& blue,
+ReferenceTables AdjustedOutputStage(const LutContents& lut, const Bytes& red, const Bytes& green, const Bytes& blue,
                                     int count, bool to8);
 
 /// The engine's state and results for profiles in memory, found by their paths.
@@ -76,9 +76,9 @@ private:
     std::optional<ReferenceWhite> White() const;
     int Refuse();
     /// Passes the table of the intent to `build`. Returns the output space, or 65535 without a usable table.
-    int Rebuild(const std::function<void(const ReferenceLut& lut)>& build);
+    int Rebuild(const std::function<void(const LutContents& lut)>& build);
     int BuildAll(double dL, double dC, double dh);
-    void BuildGrid(const ReferenceLut& lut, double dL, double dC, double dh);
+    void BuildGrid(const LutContents& lut, double dL, double dC, double dh);
 
     Disk disk_;
     TagList tags_;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "support/ByteWriter.h"
@@ -58,6 +59,9 @@ inline const Bytes* FindTag(const TagList& tags, const std::string& name) {
     const auto found = std::find_if(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first == name; });
     return found == tags.end() ? nullptr : &found->second;
 }
+
+/// The table in an A2B tag's block; nothing if no engine accepts it.
+std::optional<LutContents> DecodeLutTag(const Bytes& block);
 
 /// The block for an intent, or null.
 inline const Bytes* SelectTable(const TagList& tags, int intent) {

@@ -53,7 +53,7 @@ int PointBetween(const std::vector<int>& curve, double step, double span, int v)
     return static_cast<int>(curve[AsIndex(n + 1)] * f + (1.0 - f) * curve[AsIndex(n)] + 0.5);
 }
 
-void ReferenceInput::Load(const ReferenceLut& lut, int space) {
+void ReferenceInput::Load(const LutContents& lut, int space) {
     if (lut.inputEntries > 2) {
         step = 65535.0 / (lut.inputEntries - 1);
         std::size_t next = 0;
@@ -124,7 +124,7 @@ const ReferenceNode& ReferenceGrid::Node(int i, int j, int k) const {
     return nodes[AsIndex((i * points + j) * points + k)];
 }
 
-void ReferenceGrid::Load(const ReferenceLut& lut) {
+void ReferenceGrid::Load(const LutContents& lut) {
     SetSize(lut.points);
     nodes.assign(AsIndex(points * points * points), ReferenceNode{});
     std::size_t next = 0;

@@ -7,7 +7,7 @@
 
 #include "support/ByteWriter.h"
 #include "support/NaiveLch.h"
-#include "support/ReferenceLut.h"
+#include "support/ProfileBuilder.h"
 
 // Reference implementations of the pipeline's units: plain structs with plain loops for input curves, grid and output
 // curves. They share no code with the library. Working buffers hold 16-bit samples, pixel after pixel.
@@ -15,8 +15,8 @@ namespace hueweave::test {
 
 using Words = std::vector<unsigned short>;
 
-/// A count or position, which is never negative.
-inline std::size_t AsIndex(int value) { return static_cast<std::size_t>(value); }
+/// Channels 0 to 6 of one node.
+using ReferenceNode = std::array<int, 7>;
 
 /// Indexed by tetrahedron number: the order of the axes from the first to the last corner of a cell.
 inline constexpr std::size_t kTetrahedra[6][3] = {{0, 1, 2}, {0, 2, 1}, {2, 0, 1}, {1, 0, 2}, {1, 2, 0}, {2, 1, 0}};
@@ -34,7 +34,7 @@ CodeLayout LayoutOf(int code);
 struct ReferenceInput {
     explicit ReferenceInput(int outputs) : stride(outputs) {}
     /// Curves of `lut` expanded for 16-bit samples, then rearranged for the encoding `space`.
-    void Load(const ReferenceLut& lut, int space);
+    void Load(const LutContents& lut, int space);
     void ToLut8();
     void ToLab8();
     void ToLab16();
@@ -61,7 +61,7 @@ struct ReferenceCurves;
 /// A grid of any size with seven values per node, third axis fastest.
 struct ReferenceGrid {
     /// Nodes of `lut`; sizes other than 9, 17 and 33 are resampled to 17.
-    void Load(const ReferenceLut& lut);
+    void Load(const LutContents& lut);
     void Resize(int size);
     /// The size with its shift and mask, without step and positions.
     void SetSize(int size);
@@ -118,7 +118,7 @@ inline constexpr int kForms = 20;
 struct ReferenceCurves {
     ReferenceCurves();
     /// The output curves of `lut`; missing ones keep their values.
-    void Load(const ReferenceLut& lut);
+    void Load(const LutContents& lut);
     /// Curves of three channels supplied by a caller, the same number of bytes for each.
     void Load(const Bytes& red, const Bytes& green, const Bytes& blue);
     /// A value between the entries, rounded to nearest.
@@ -140,7 +140,7 @@ struct ReferenceCurves {
 struct ReferenceOutputs : ReferenceCurves {
     ReferenceOutputs() { Reset(); }
     void Reset();
-    void Load(const ReferenceLut& lut);
+    void Load(const LutContents& lut);
     void Load(const Bytes& red, const Bytes& green, const Bytes& blue);
     /// The result of the form; `space` is the argument of forms that take one.
     int Apply(Form form, int space);

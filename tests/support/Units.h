@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "iccfile/LutTags.h"
-#include "support/ReferenceLut.h"
+#include "support/ProfileBuilder.h"
 #include "units/WiderColorTables.h"
 #include "units/WiderInputTables.h"
 
@@ -31,13 +31,13 @@ inline std::unique_ptr<ICC40::ICC_UNIT::ColorTable33> MakeColorTable(int channel
 }
 
 /// Stores the table in a tag. Its arrays have no spare elements, so that a sanitizer detects reads past the end.
-inline void Fill(ICC40::ICCFILE::CLut16Type& tag, const ReferenceLut& lut) {
+inline void Fill(ICC40::ICCFILE::CLut16Type& tag, const LutContents& lut) {
     tag.inputChan = static_cast<std::uint8_t>(lut.inputs);
     tag.outputChan = static_cast<std::uint8_t>(lut.outputs);
     tag.clutPoints = static_cast<std::uint8_t>(lut.points);
     tag.inputEnt = static_cast<std::uint16_t>(lut.inputEntries);
     tag.outputEnt = static_cast<std::uint16_t>(lut.outputEntries);
-    const auto copy = [](const std::vector<int>& values) {
+    const auto copy = [](const Curve& values) {
         auto table = std::make_unique<std::uint16_t[]>(values.size());
         std::copy(values.begin(), values.end(), table.get());
         return table;
@@ -46,7 +46,7 @@ inline void Fill(ICC40::ICCFILE::CLut16Type& tag, const ReferenceLut& lut) {
     tag.clutTable = copy(lut.grid);
     tag.outputTable = copy(lut.output);
 }
-inline std::unique_ptr<ICC40::ICCFILE::CLut16Type> TagOf(const ReferenceLut& lut) {
+inline std::unique_ptr<ICC40::ICCFILE::CLut16Type> TagOf(const LutContents& lut) {
     auto tag = std::make_unique<ICC40::ICCFILE::CLut16Type>();
     Fill(*tag, lut);
     return tag;

@@ -8,10 +8,8 @@
 namespace hueweave::fuzz {
 
 /// A table with few entries. The grid is smooth for a `seed` of 0, otherwise random.
-inline test::MiniLut ShortLut(unsigned points, std::uint32_t seed) {
-    const test::Curve in = test::RampCurve(5), out = test::RampCurve(9);
-    return {
-        {in, in, in}, points, seed == 0 ? test::LabGrid(points) : test::ScatteredGrid(points, seed), {out, out, out}};
+inline test::LutContents ShortLut(int points, std::uint32_t seed) {
+    return test::StraightLut(points, seed == 0 ? test::LabGrid(points) : test::ScatteredGrid(points, seed), 5, 9);
 }
 
 /// A small profile with tables for all intents and a white point; a different `mark` gives different colours.

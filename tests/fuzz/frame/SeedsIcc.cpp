@@ -8,7 +8,7 @@ namespace {
 
 using namespace test;
 
-Bytes OneTag(std::string_view name, const Bytes& block) { return MiniProfile({{name, block}}); }
+Bytes OneTag(const std::string& name, const Bytes& block) { return MiniProfile({{name, block}}); }
 
 /// A table in an A2B0 tag, `spare` bytes longer or shorter than its contents.
 Bytes Table(const char* type, LutShape shape, int spare = 0) {

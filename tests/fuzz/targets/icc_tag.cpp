@@ -7,7 +7,7 @@
 #include "IccModel.h"
 #include "Mutation.h"
 #include "iccfile/LutTags.h"
-#include "support/ReferenceLut.h"
+#include "support/ReferenceProfile.h"
 
 namespace hueweave::fuzz {
 namespace {
@@ -44,7 +44,7 @@ void CheckConverted(const CLut& source, const Bytes& block) {
     Require(lut.inputChan == expected->inputs && lut.outputChan == expected->outputs, "channels");
     Require(lut.clutPoints == expected->points, "points");
     Require(lut.inputEnt == expected->inputEntries && lut.outputEnt == expected->outputEntries, "entries");
-    const auto same = [](const std::vector<int>& values, const auto& table) {
+    const auto same = [](const test::Curve& values, const auto& table) {
         return std::equal(values.begin(), values.end(), table.get());
     };
     Require(same(expected->input, lut.inputTable) && same(expected->output, lut.outputTable), "curves");

@@ -78,7 +78,7 @@ TEST_F(ProfileSweep, BlockDeclaredShorterByEveryByte) {
 }
 
 TEST_F(ProfileSweep, EveryBitOfTheTagTable) {
-    const MiniTags tags = EveryKindOfTag();
+    const TagList tags = EveryKindOfTag();
     FlipBits(MiniProfile(tags), 128, 132 + 12 * tags.size());
 }
 

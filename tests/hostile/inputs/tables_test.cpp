@@ -28,7 +28,7 @@ TEST_F(ExtremeTableTest, NoRecordLeavesTheOutputTables) {
     for (const auto& [curve, grid, points, lightness] : rows) {
         SCOPED_TRACE(testing::Message() << NameOf(curve) << ' ' << NameOf(grid) << ' ' << points << ' ' << lightness);
         const LutShape shape{.points = points, .inputKind = curve, .outputKind = curve, .grid = grid};
-        const std::string path = Put("extreme.icc", MiniProfile({{"A2B0", EncodeMft2(MakeLut(shape))}}));
+        const std::string path = Put("extreme.icc", MiniProfile({{"A2B0", Mft2(MakeLut(shape))}}));
         const auto engine = std::make_unique<ICC40::ICC_ENG_S4::CIccEngineS>();
         ASSERT_EQ(engine->SetProfile(path.c_str(), IntentPerceptual, CsRGB_16, CssRGB_16, lightness, 0, 0), 0);
         ASSERT_EQ(engine->Unit.BuildResult, 9);

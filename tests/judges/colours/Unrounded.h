@@ -10,7 +10,6 @@
 #include <string>
 
 #include "judges/colours/Truth.h"
-#include "support/ReferenceLut.h"
 #include "support/ReferenceProfile.h"
 
 namespace hueweave::judge {
@@ -29,8 +28,9 @@ inline const Bytes& TagOf(const test::TagList& tags, const std::string& name, co
 class PlainCurve {
 public:
     /// `count` of the words from `first` on.
-    PlainCurve(const int* first, int count) {
-        std::transform(first, first + count, std::back_inserter(values_), [](int word) { return word / 65535.0; });
+    PlainCurve(const std::uint16_t* first, int count) {
+        std::transform(first, first + count, std::back_inserter(values_),
+                       [](std::uint16_t word) { return word / 65535.0; });
     }
     /// A block of type "curv": no entries for a straight line, one for an exponent.
     explicit PlainCurve(const Bytes& block) {
@@ -136,7 +136,7 @@ private:
     }
 
     Interpolation interpolation_;
-    test::ReferenceLut lut_;
+    test::LutContents lut_;
     std::vector<PlainCurve> first_, last_;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Prints a digest of every table that an engine builds and of every file that it writes, one per line. Two builds of
 // the library agree bit for bit if this program prints the same for both. It links only the core, so that it runs under
-// an emulator; its profiles are computed in integers only.
+// an emulator; its profiles depend on no function of the mathematics library.
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
@@ -47,7 +47,7 @@ private:
 
 struct Shape {
     const char* name;
-    unsigned points, inputEntries, outputEntries;
+    int points, inputEntries, outputEntries;
     bool smooth;
 };
 constexpr Shape kShapes[] = {{"smooth-33", 33, 1024, 256, true}, {"smooth-17", 17, 256, 4096, true},
@@ -55,18 +55,17 @@ constexpr Shape kShapes[] = {{"smooth-33", 33, 1024, 256, true}, {"smooth-17", 1
                              {"random-25", 25, 3, 256, false},   {"random-2", 2, 2, 17, false}};
 
 Bytes Profile(const Shape& shape) {
-    const auto curve = [](unsigned entries, std::uint64_t bend) {
-        Curve values = RampCurve(entries);
-        for (std::uint16_t& x : values) {
-            x = static_cast<std::uint16_t>((x * (65535U - bend) + bend * (std::uint64_t{x} * x / 65535U)) / 65535U);
+    LutContents lut =
+        StraightLut(shape.points, shape.smooth ? LabGrid(shape.points) : ScatteredGrid(shape.points, 2026),
+                    shape.inputEntries, shape.outputEntries);
+    const auto bend = [](Curve& curves, int entries, std::uint64_t least, std::uint64_t more) {
+        for (std::size_t i = 0; i < curves.size(); ++i) {
+            const std::uint64_t x = curves[i], by = least + more * (i / AsIndex(entries));
+            curves[i] = static_cast<std::uint16_t>((x * (65535U - by) + by * (x * x / 65535U)) / 65535U);
         }
-        return values;
     };
-    MiniLut lut{{}, shape.points, shape.smooth ? LabGrid(shape.points) : ScatteredGrid(shape.points, 2026), {}};
-    for (unsigned c = 0; c < 3; ++c) {
-        lut.input[c] = curve(shape.inputEntries, 20000 + 9000 * c);
-        lut.output[c] = curve(shape.outputEntries, 5000 + 2000 * c);
-    }
+    bend(lut.input, shape.inputEntries, 20000, 9000);
+    bend(lut.output, shape.outputEntries, 5000, 2000);
     ProfileBuilder profile;
     for (const char* name : {"A2B0", "A2B1", "A2B2"}) profile.Raw(name, Mft2(lut));
     return profile.Xyz("wtpt", 62000, 65536, 50000).Build();

@@ -187,10 +187,24 @@ TEST(CLCH, TakesAnotherWhiteAndOtherMatricesFromTheNextConversionOn) {
     EXPECT_EQ(XyzOf(color), NaiveRatios({100, 150, 200}, kSecond, ColorSpace_ColorMatchRGB));
 }
 
-TEST(CLCH, MakesZeroOfWhatIsNoNumber) {
+TEST(CLCH, MakesZeroOfWhatIsNoNumberAndPrintsNothing) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
     CLCH color = Under(kUsualWhite);
     color.PutData_Lab(std::nan(""), 0, 0);
     EXPECT_EQ(RgbOf(color), (Triple{0, 0, 0}));
+    for (const double value : {0.0, -1e300, 1e300, std::nan(""), HUGE_VAL}) {
+        color.SetWhite(value, value, value);
+        color.SetColorSpace(static_cast<ColorSpace>(9));
+        color.PutData_RGB(value, value, value);
+        color.PutData_Lab(value, value, value);
+        color.PutData_Lch(value, value, value);
+        color.Adjust(value, value, value);
+        CLCH copy(color);
+        copy = color;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 }  // namespace

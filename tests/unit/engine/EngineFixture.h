@@ -126,9 +126,9 @@ inline std::unique_ptr<CIccEngineS> MakeHandEngine(bool wide) {
             (*input[c])[s] = cell << 16 | fraction;
         }
     }
-    const std::vector<unsigned> values = ScatteredGrid(17, 4711);
+    const auto values = ScatteredGrid(17, 4711);
     std::vector<ReferenceNode> nodes(values.size() / 3);
-    for (std::size_t i = 0; i < values.size(); ++i) nodes[i / 3][i % 3] = static_cast<int>(values[i]);
+    for (std::size_t i = 0; i < values.size(); ++i) nodes[i / 3][i % 3] = values[i];
     std::memcpy(engine->Lut3D, CellStage(nodes).data(), sizeof engine->Lut3D);
     for (std::uint32_t v = 0; v < 65536; ++v) {
         engine->Lut1DOutR[v] = v * 40503 + 17;

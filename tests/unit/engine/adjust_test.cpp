@@ -125,7 +125,7 @@ TEST_P(AdjustOutput, TakesThePlaceItselfForThePointsThatTheProfileLacks) {
          {std::pair{0, 3}, {1, 3}, {2, 7}, {3, 1}, {17, 7}, {255, 3}, {256, 1}, {4096, 3}}) {
         const LutShape shape{
             .outputs = outputs, .points = 2, .outputEntries = entries, .outputKind = CurveKind::Random};
-        EnginePair pair({{"own.icc", MiniProfile({{"A2B0", EncodeMft2(MakeLut(shape))}})}});
+        EnginePair pair({{"own.icc", MiniProfile({{"A2B0", Mft2(MakeLut(shape))}})}});
         pair.SetProfile("own.icc", 0, input_, space_);
         for (const int count : {1, 17, 254, 256, -1}) {
             SCOPED_TRACE(testing::Message() << entries << " entries, " << outputs << " channels, " << count);

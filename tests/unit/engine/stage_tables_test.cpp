@@ -15,7 +15,7 @@ protected:
 TEST_F(Set1DLutIn, EvaluatesTheInputCurvesAtEverySample) {
     for (const int entries : {2, 3, 256, 4096}) {
         const LutShape shape{.points = 5, .inputEntries = entries, .inputKind = CurveKind::Random};
-        EnginePair pair({{"curves.icc", MiniProfile({{"A2B0", EncodeMft2(MakeLut(shape))}})}});
+        EnginePair pair({{"curves.icc", MiniProfile({{"A2B0", Mft2(MakeLut(shape))}})}});
         pair.SetProfile("curves.icc", 0, 0, 8);
         // Lab encodings, and others that count as bytes; each build replaces the previous tables.
         for (const int input : {1, 0, 1, 2, 3, 5, 65535, 0}) {
@@ -68,7 +68,7 @@ TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
 
 // The nodes stay unchanged, and their chroma is not cut; a shift of any size other than zero would cut it.
 TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
-    MiniLut lut = SmoothLut(3);
+    LutContents lut = SmoothLut(3);
     lut.grid = ScatteredGrid(3, 99);
     EnginePair pair({{"wide.icc", MiniProfile({{"A2B0", Mft2(lut)}})}});
     pair.SetProfile("wide.icc", 0, 0, 10);

@@ -13,7 +13,7 @@ class TableSelection : public testing::TestWithParam<std::tuple<int, int>> {};
 TEST_P(TableSelection, ServesEveryCall) {
     const auto [subset, intent] = GetParam();
     constexpr std::string_view kNames[] = {"A2B0", "A2B1", "A2B2"};
-    MiniTags tags;
+    TagList tags;
     for (unsigned table = 3; table-- > 0;) {
         if ((subset >> table & 1) != 0) tags.emplace_back(kNames[table], Mft2(MarkedLut(0x2123 + 0x3000 * table)));
     }
@@ -94,7 +94,7 @@ TEST(WhitePoint, CountsForTheAbsoluteIntentAlone) {
     // The tag before it holds other values of the same type. The name of a tag determines its class, not its type.
     const Bytes junk = ByteWriter().Text("xxxxxxxx").Big32(0xe000).Big32(0x10000).Big32(0x9000).Done();
     for (const Bytes& white : {WhiteBlock(), junk}) {
-        const MiniTags tags = {{"bkpt", XyzBlock(0xc000, 0xc000, 0xc000)}, {"wtpt", white}, {"A2B1", kA2B1}};
+        const TagList tags = {{"bkpt", XyzBlock(0xc000, 0xc000, 0xc000)}, {"wtpt", white}, {"A2B1", kA2B1}};
         EnginePair pair({{"white.icc", MiniProfile(tags)}});
         for (const int intent : {0, 3, 1, 3, 2, 4, -3}) {
             SCOPED_TRACE(intent);

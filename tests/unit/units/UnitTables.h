@@ -33,14 +33,14 @@ using Seven = std::array<unsigned short, 7>;
 
 /// One table in two forms: the tag that a unit loads, and what a reference loads.
 struct TestLut {
-    explicit TestLut(const LutContents& lut) : plain(AsReference(lut)) {
+    explicit TestLut(const LutContents& lut) : plain(lut) {
         Fill(tag, plain);
         // No unit applies the matrix, and no reference has one.
         for (std::uint32_t n = 0; n < 9; ++n) tag.matrix[n] = 0x12345 * (n + 1);
     }
 
     CLut16Type tag;
-    ReferenceLut plain;
+    LutContents plain;
 };
 
 /// A table of random entries in the given shape.

@@ -1,30 +1,28 @@
 // SPDX-License-Identifier: MIT
-#include "support/ReferenceLut.h"
+#include "support/ReferenceProfile.h"
 
 #include <algorithm>
 #include <string>
 
-#include "support/ReferenceProfile.h"
-
 namespace hueweave::test {
 namespace {
 
-std::vector<int> EntriesAt(const Bytes& block, std::size_t at, std::size_t count) {
-    std::vector<int> words;
-    for (std::size_t i = 0; i < count; ++i) words.push_back(static_cast<int>(Big16At(block, at + 2 * i)));
+Curve EntriesAt(const Bytes& block, std::size_t at, std::size_t count) {
+    Curve words;
+    for (std::size_t i = 0; i < count; ++i) words.push_back(static_cast<std::uint16_t>(Big16At(block, at + 2 * i)));
     return words;
 }
 
 int Int(std::size_t value) { return static_cast<int>(value); }
 
 /// The table, if the units accept it.
-std::optional<ReferenceLut> Usable(const ReferenceLut& lut) {
+std::optional<LutContents> Usable(const LutContents& lut) {
     const bool usable = lut.inputs <= 3 && lut.outputs <= 7 && lut.points >= 2 && lut.points <= 33 &&
                         lut.inputEntries <= 4096 && lut.outputEntries <= 4096;
     return usable ? std::optional(lut) : std::nullopt;
 }
 
-std::optional<ReferenceLut> DecodeMft2(const Bytes& block) {
+std::optional<LutContents> DecodeMft2(const Bytes& block) {
     const std::size_t inputs = ByteAt(block, 8);
     const std::size_t outputs = ByteAt(block, 9);
     const std::size_t points = ByteAt(block, 10);
@@ -42,8 +40,8 @@ std::optional<ReferenceLut> DecodeMft2(const Bytes& block) {
 
 /// `count` curves from `at` on, each 2n + 14 bytes after the one before; n is limited to the entries that fit in the
 /// block.
-std::vector<std::vector<int>> ReadCurves(const Bytes& block, std::size_t at, std::size_t count) {
-    std::vector<std::vector<int>> curves;
+std::vector<Curve> ReadCurves(const Bytes& block, std::size_t at, std::size_t count) {
+    std::vector<Curve> curves;
     if (at == 0) return curves;
     for (std::size_t c = 0; c < count; ++c) {
         const std::size_t room = at < block.size() ? block.size() - at : 0;
@@ -55,8 +53,8 @@ std::vector<std::vector<int>> ReadCurves(const Bytes& block, std::size_t at, std
 }
 
 /// From each curve the number of entries of the first one; nothing if a curve has fewer.
-std::optional<std::vector<int>> Join(const std::vector<std::vector<int>>& curves) {
-    std::vector<int> joined;
+std::optional<Curve> Join(const std::vector<Curve>& curves) {
+    Curve joined;
     for (const auto& curve : curves) {
         if (curve.size() < curves[0].size()) return std::nullopt;
         joined.insert(joined.end(), curve.begin(), curve.begin() + static_cast<std::ptrdiff_t>(curves[0].size()));
@@ -64,7 +62,7 @@ std::optional<std::vector<int>> Join(const std::vector<std::vector<int>>& curves
     return joined;
 }
 
-std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
+std::optional<LutContents> DecodeMftAb(const Bytes& block) {
     const std::size_t inputs = ByteAt(block, 8);
     const std::size_t outputs = ByteAt(block, 9);
     const std::size_t gridAt = Big32At(block, 24);
@@ -87,7 +85,7 @@ std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
     const auto input = Join(a);
     const auto output = Join(b);
     if (!input || !output) return std::nullopt;
-    std::vector<int> grid = EntriesAt(block, gridAt + 20, wanted);
+    Curve grid = EntriesAt(block, gridAt + 20, wanted);
     // The grid unit expects a cube; nodes that a grid of fewer axes does not have are 0.
     grid.resize(std::max(wanted, points * points * points * outputs), 0);
     return Usable({Int(inputs), Int(outputs), Int(points), Int(a[0].size()), Int(b[0].size()), *input, grid, *output});
@@ -95,13 +93,7 @@ std::optional<ReferenceLut> DecodeMftAb(const Bytes& block) {
 
 }  // namespace
 
-ReferenceLut AsReference(const LutContents& lut) {
-    const auto ints = [](const auto& words) { return std::vector<int>(words.begin(), words.end()); };
-    return {lut.inputs,        lut.outputs,     lut.points,     lut.inputEntries,
-            lut.outputEntries, ints(lut.input), ints(lut.grid), ints(lut.output)};
-}
-
-std::optional<ReferenceLut> DecodeLutTag(const Bytes& block) {
+std::optional<LutContents> DecodeLutTag(const Bytes& block) {
     const std::string type = SignatureText(Big32At(block, 0));
     if (type == "mft2") return DecodeMft2(block);
     if (type == "mAB ") return DecodeMftAb(block);
