@@ -3,14 +3,21 @@
 #include <cmath>
 #include <limits>
 
-#include "colour/Api.h"
 #include "colour/Profiles.h"
+#include "hueweave/transform.hpp"
 #include "support/TempDir.h"
 
 namespace hueweave::test {
 namespace {
 
 using testing::HasSubstr;
+using ApiProfile = hueweave::Profile;
+using ApiTransform = hueweave::Transform;
+
+/// Profiles for the interface. They borrow what they are made from.
+hw_profile PathOf(const std::string& path) { return {nullptr, 0, path.c_str(), nullptr}; }
+hw_profile SpaceOf(const char* name) { return {nullptr, 0, nullptr, name}; }
+hw_profile DataOf(const Bytes& data) { return {data.data(), data.size(), nullptr, nullptr}; }
 
 std::string FailureOf(const hw_profile* source, const hw_profile* target, const hw_options* options) {
     testing::internal::CaptureStdout();
@@ -37,30 +44,29 @@ TEST(TransformApiFailure, OfAProfileIsNamedWithItsReasonAndARemedy) {
     std::filesystem::resize_file(large, (64U << 20) + 1);
     const hw_profile good = DataOf(scanner), srgb = SpaceOf("srgb"), none{}, two{text.data(), 4, "path", nullptr};
     const hw_profile tooLarge{text.data(), (std::size_t{64} << 20) + 1, nullptr, nullptr};
-    const hw_profile files[] = {PathOf(missing), PathOf(folder), PathOf(large)};
-    const hw_profile texts = DataOf(text), greys = DataOf(grey), name = SpaceOf("sgrb"), other = SpaceOf("quite else");
     const std::string ways = "; set one of data, path and space", check = "; check the file and its permissions";
     const std::string device = "; give the profile of an RGB scanner, camera, screen or printer";
     const std::string output = "; give the profile of an RGB space, screen or printer";
     const struct {
-        const hw_profile *source, *target;
+        hw_profile source, target;
         std::string expected;
     } cases[] = {
-        {nullptr, &srgb, "argument: source: is not given" + ways},
-        {&good, nullptr, "argument: target: is not given" + ways},
-        {&none, &srgb, "argument: source: is not given" + ways},
-        {&good, &two, "argument: target: is given in more than one way" + ways},
-        {&files[0], &srgb, "file: " + missing + ": cannot be read (No such file or directory)" + check},
-        {&good, &files[1], "file: " + folder + ": cannot be read (not a regular file)" + check},
-        {&files[2], &srgb, "profile: " + large + ": is too large for a profile; give an ICC profile"},
-        {&tooLarge, &srgb, "profile: source: is too large for a profile; give an ICC profile"},
-        {&texts, &srgb, "profile: source: is not a readable ICC profile" + device},
-        {&greys, &srgb, "profile: source: describes GRAY colours, not RGB" + device},
-        {&good, &texts, "profile: target: is not a readable ICC profile" + output},
-        {&good, &good, "profile: target: has no table from colours to its device" + output},
-        {&good, &name, "space: sgrb: is not a colour space (did you mean srgb?); hw_space_name() gives the names"},
-        {&other, &srgb, "space: quite else: is not a colour space; hw_space_name() gives the names"}};
-    for (const auto& c : cases) EXPECT_EQ(FailureOf(c.source, c.target, nullptr), c.expected);
+        {none, srgb, "argument: source: is not given" + ways},
+        {good, two, "argument: target: is given in more than one way" + ways},
+        {PathOf(missing), srgb, "file: " + missing + ": cannot be read (No such file or directory)" + check},
+        {good, PathOf(folder), "file: " + folder + ": cannot be read (not a regular file)" + check},
+        {PathOf(large), srgb, "profile: " + large + ": is too large for a profile; give an ICC profile"},
+        {tooLarge, srgb, "profile: source: is too large for a profile; give an ICC profile"},
+        {DataOf(text), srgb, "profile: source: is not a readable ICC profile" + device},
+        {DataOf(grey), srgb, "profile: source: describes GRAY colours, not RGB" + device},
+        {good, DataOf(text), "profile: target: is not a readable ICC profile" + output},
+        {good, good, "profile: target: has no table from colours to its device" + output},
+        {good, SpaceOf("sgrb"),
+         "space: sgrb: is not a colour space (did you mean srgb?); hw_space_name() gives the names"},
+        {SpaceOf("quite else"), srgb, "space: quite else: is not a colour space; hw_space_name() gives the names"}};
+    for (const auto& c : cases) EXPECT_EQ(FailureOf(&c.source, &c.target, nullptr), c.expected);
+    EXPECT_EQ(FailureOf(nullptr, &srgb, nullptr), "argument: source: is not given" + ways);
+    EXPECT_EQ(FailureOf(&good, nullptr, nullptr), "argument: target: is not given" + ways);
     hw_error error{};
     EXPECT_EQ(hw_transform_create(&good, &srgb, nullptr, nullptr, &error), HW_ERROR_ARGUMENT);
     EXPECT_STREQ(error.message, "transform: is null; give the place for the transform");
@@ -74,14 +80,15 @@ TEST(TransformApiFailure, OfAProfileIsNamedWithItsReasonAndARemedy) {
 
 TEST(TransformApiFailure, OfAnOptionHasALimitOnBothSides) {
     const Bytes scanner = TableProfile({}), printer = TableProfile({.target = true});
-    const hw_profile source = DataOf(scanner), space = SpaceOf("srgb"), device = DataOf(printer);
-    const hw_profile p3 = SpaceOf("display-p3"), adobe = SpaceOf("adobe-rgb");
+    const ApiProfile source = ApiProfile::FromMemory(scanner), device = ApiProfile::FromMemory(printer),
+                     space = ApiProfile::OfSpace("srgb"), p3 = ApiProfile::OfSpace("display-p3"),
+                     adobe = ApiProfile::OfSpace("adobe-rgb");
     static Bytes falling(768);
     for (std::size_t i = 0; i < falling.size(); ++i) falling[i] = static_cast<unsigned char>(255 - i);
     constexpr auto kExact = HW_PRECISION_EXACT, kLibrary = HW_PRECISION_LIBRARY;
     using O = hw_options;
     const struct {
-        const hw_profile& target;
+        const ApiProfile& target;
         std::int32_t precision;
         void (*set)(hw_options&);
         std::string expected;  ///< empty for none
@@ -127,16 +134,17 @@ TEST(TransformApiFailure, OfAnOptionHasALimitOnBothSides) {
         options.precision = c.precision;
         c.set(options);
         if (c.expected.empty()) {
-            EXPECT_NE(MakeHandle(source, c.target, options), nullptr);
+            EXPECT_NO_THROW(ApiTransform(source, c.target, options));
         } else {
-            EXPECT_THAT(FailureOf(&source, &c.target, &options), testing::StartsWith(c.expected));
+            const hw_profile from = source.get(), to = c.target.get();
+            EXPECT_THAT(FailureOf(&from, &to, &options), testing::StartsWith(c.expected));
         }
     }
     // With the library's precision, falling curves are possible; there is no profile of them.
     hw_options options = HW_OPTIONS_INIT;
     options.precision = kLibrary, options.accept_error = 100, options.curves = falling.data();
     std::size_t size = 1;
-    EXPECT_EQ(hw_transform_profile(MakeHandle(source, space, options).get(), &size), nullptr);
+    EXPECT_EQ(hw_transform_profile(ApiTransform(source, space, options).get(), &size), nullptr);
     EXPECT_EQ(size, 0U);
 }
 
@@ -151,7 +159,7 @@ TEST(TransformApiTest, OptionsAndInfoOfALaterVersionAreUnderstoodIfTheirNewField
     } info;
     options.now.size = sizeof options, info.now.size = sizeof info;
     const hw_profile srgb = SpaceOf("sRGB IEC61966-2.1");
-    const TransformHandle transform = MakeHandle(srgb, srgb, options.now);
+    const ApiTransform transform(ApiProfile::OfSpace(srgb.space), ApiProfile::OfSpace(srgb.space), options.now);
     EXPECT_EQ(hw_transform_info(transform.get(), &info.now), HW_OK);
     EXPECT_EQ(info.later, 0);
     EXPECT_EQ(info.now.size, sizeof info);
@@ -166,7 +174,7 @@ TEST(TransformApiTest, OptionsAndInfoOfALaterVersionAreUnderstoodIfTheirNewField
 }
 
 TEST(TransformApiFailure, OfALayoutTouchesNothing) {
-    const TransformHandle transform = MakeHandle(SpaceOf("srgb"), SpaceOf("srgb-linear"));
+    const ApiTransform transform(ApiProfile::OfSpace("srgb"), ApiProfile::OfSpace("srgb-linear"));
     constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max(), kHalf = kMost / 2;
     constexpr auto kLeast = std::numeric_limits<std::ptrdiff_t>::min();
     Bytes memory(200, 100);

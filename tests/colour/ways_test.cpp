@@ -10,12 +10,11 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "colour/ExactConverter.h"
 #include "colour/Judge.h"
 #include "colour/Profiles.h"
-#include "colour/base/ProfileError.h"
 #include "colour/judge/Compare.h"
 #include "colour/profile/OutputProfile.h"
-#include "colour/profile/Target.h"
 #include "support/Matchers.h"
 #include "support/ProfileBuilder.h"
 
@@ -43,10 +42,8 @@ const Bytes& Device(const std::string& name) {
         all["old-screen"] = MatrixProfile(kGamutAdobe, GammaBlock(2.2), 2, cmsSigDisplayClass);
         all["formula"] = MatrixProfile(kGamutP3, SrgbFormula(), 4);
         for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc", "wide.icc"}) all[file] = ArgyllProfile(file);
-        for (const char* space : {"srgb", "adobe-rgb", "prophoto"}) {
-            all[space] = *colour::MakeTargetProfile(*colour::FindSpace(space), {}, 4);
-        }
-        all["srgb-2"] = *colour::MakeTargetProfile(*colour::FindSpace("srgb"), {}, 2);
+        for (const char* space : {"srgb", "adobe-rgb", "prophoto"}) all[space] = SpaceProfile(space);
+        all["srgb-2"] = SpaceProfile("srgb", 2);
         return all;
     }();
     return made.at(name);
@@ -175,6 +172,32 @@ TEST(WaysTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
     }
 }
 
+TEST(WaysTest, ATransformOutlivesItsProfilesAndMoves) {
+    Bytes profile = Device("mft2");
+    Transform first(profile, LcmsSrgb(), {});
+    const Words wanted = Converted(first, SampleColours());
+    std::fill(profile.begin(), profile.end(), static_cast<unsigned char>(0));
+    Transform second = std::move(first);
+    EXPECT_THAT(Converted(second, SampleColours()), EqualTo(wanted));
+    first = std::move(second);
+    EXPECT_THAT(Converted(first, SampleColours()), EqualTo(wanted));
+}
+
+TEST(WaysTest, AConverterOfADepthConvertsLikeItsTransform) {
+    const auto shared = std::make_shared<const Transform>(Device("mft2"), LcmsSrgb(), TransformOptions{});
+    const auto check = [&](unsigned bits, auto samples) {
+        const colour::ExactConverter converter(shared, bits);
+        EXPECT_EQ(converter.bits(), bits);
+        EXPECT_EQ(converter.range().low[1], 0);
+        EXPECT_EQ(converter.range().high[2], (1 << bits) - 1);
+        const auto wanted = Converted(*shared, samples);
+        converter.Convert(reinterpret_cast<unsigned char*>(samples.data()), samples.size() / 3);
+        EXPECT_THAT(samples, EqualTo(wanted));
+    };
+    check(8, HighBytes(SampleColours()));
+    check(16, SampleColours());
+}
+
 TEST(WaysTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
     int calls = 0;
     const Transform transform(Device("mft2"), Device("srgb"), {}, [&] { ++calls; });
@@ -244,9 +267,6 @@ Way WayBetween(const Bytes& source, const Bytes& target, const TransformOptions&
     return Transform(source, target, options).way();
 }
 
-Bytes TargetOf(const colour::Space& space, int version = 4) { return *colour::MakeTargetProfile(space, {}, version); }
-Bytes SrgbTarget(int version = 4) { return TargetOf(*colour::FindSpace("srgb"), version); }
-
 /// The sRGB curve as a table.
 Bytes SrgbTable(std::size_t entries) {
     std::vector<double> light;
@@ -258,10 +278,9 @@ Bytes SrgbTable(std::size_t entries) {
 
 TEST(WaysTest, BlackAndWhiteAreTheTruthToTheLastBit) {
     for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc"}) {
-        for (const Bytes& target : {TargetOf(*colour::FindSpace("srgb")), TargetOf(*colour::FindSpace("adobe-rgb")),
-                                    TableProfile({.target = true})}) {
-            const TransformOptions options{RenderingIntent::AbsoluteColorimetric};
-            const Bytes source = ArgyllProfile(file);
+        for (const Bytes& target : {Device("srgb"), Device("adobe-rgb"), Device("printer-2")}) {
+            const TransformOptions options{kAbsolute};
+            const Bytes& source = Device(file);
             const Transform transform(source, target, options);
             const judge::Truth truth = TruthOf(source, target, options);
             const auto check = [&](const auto& ends, double top) {
@@ -277,7 +296,7 @@ TEST(WaysTest, BlackAndWhiteAreTheTruthToTheLastBit) {
 }
 
 TEST(CopyTest, AProfileAndItselfAreCopied) {
-    for (const Bytes& profile : {TableProfile({.target = true}), ArgyllProfile("wide.icc"), LcmsSrgb()}) {
+    for (const Bytes& profile : {Device("printer-2"), Device("wide.icc"), LcmsSrgb()}) {
         for (const int intent : {0, 1, 2, 3}) {
             const Transform transform(profile, profile, {static_cast<RenderingIntent>(intent)});
             EXPECT_EQ(WayName(transform.way()), "copy");
@@ -293,48 +312,49 @@ TEST(CopyTest, OtherProgramsSrgbIsCopied) {
     const Bytes kSources[] = {LcmsSrgb(), ArgyllProfile("screen.icc"), MatrixProfile(kGamutSrgb, SrgbFormula(), 4),
                               MatrixProfile(kGamutSrgb, SrgbTable(1024)), MatrixProfile(kGamutSrgb, SrgbTable(4096))};
     for (const Bytes& source : kSources) {
-        EXPECT_EQ(WayBetween(source, SrgbTarget()), Way::Copy) << "source " << &source - kSources;
-        EXPECT_EQ(WayBetween(source, SrgbTarget(2)), Way::Copy) << "source " << &source - kSources;
-        EXPECT_EQ(WayBetween(SrgbTarget(), source, {RenderingIntent::RelativeColorimetric}), Way::Copy);
+        EXPECT_EQ(WayBetween(source, Device("srgb")), Way::Copy) << "source " << &source - kSources;
+        EXPECT_EQ(WayBetween(source, Device("srgb-2")), Way::Copy) << "source " << &source - kSources;
+        EXPECT_EQ(WayBetween(Device("srgb"), source, {kRelative}), Way::Copy);
     }
 }
 
 TEST(CopyTest, ASecondPassOverAnyOutputChangesNothing) {
     for (const colour::Space& space : colour::Spaces()) {
-        for (const auto intent : {RenderingIntent::Perceptual, RenderingIntent::AbsoluteColorimetric}) {
+        for (const auto intent : {kPerceptual, kAbsolute}) {
             // Version 2 rounds the exponent 1 / 0.5556 to a multiple of 1 / 256, which is a different curve.
             if (space.tone == colour::Tone::Gamma18) continue;
-            EXPECT_EQ(WayBetween(TargetOf(space, 2), TargetOf(space, 4), {intent}), Way::Copy) << space.name;
-            EXPECT_EQ(WayBetween(TargetOf(space, 4), TargetOf(space, 2), {intent}), Way::Copy) << space.name;
+            EXPECT_EQ(WayBetween(SpaceProfile(space.name, 2), SpaceProfile(space.name, 4), {intent}), Way::Copy)
+                << space.name;
+            EXPECT_EQ(WayBetween(SpaceProfile(space.name, 4), SpaceProfile(space.name, 2), {intent}), Way::Copy)
+                << space.name;
         }
     }
 }
 
 TEST(CopyTest, OtherColoursAreConverted) {
     const auto srgb = [](const Bytes& curve) { return MatrixProfile(kGamutSrgb, curve); };
-    EXPECT_EQ(WayBetween(MatrixProfile(kGamutP3, SrgbFormula(), 4), SrgbTarget()), Way::Matrix);
-    EXPECT_EQ(WayBetween(srgb(GammaBlock(2.2)), SrgbTarget()), Way::Matrix);
+    EXPECT_EQ(WayBetween(MatrixProfile(kGamutP3, SrgbFormula(), 4), Device("srgb")), Way::Matrix);
+    EXPECT_EQ(WayBetween(srgb(GammaBlock(2.2)), Device("srgb")), Way::Matrix);
     EXPECT_EQ(WayBetween(srgb(GammaBlock(2.19921875)), srgb(GammaBlock(2.203125))), Way::Matrix);
     // Colorants rounded to four decimals, and red and green whose x differs by 0.001 from the standard.
     EXPECT_EQ(WayBetween(colour::MakeOutputProfile(*colour::FindSpace("srgb"), colour::Colorants::Engine, {}, ""),
-                         SrgbTarget()),
+                         Device("srgb")),
               Way::Matrix);
     Gamut other = kGamutSrgb;
     other.red[0] += 0.001;
     other.green[0] += 0.001;
-    EXPECT_EQ(WayBetween(MatrixProfile(other, SrgbFormula(), 4), SrgbTarget()), Way::Matrix);
-    EXPECT_EQ(WayBetween(TargetOf(*colour::FindSpace("srgb-linear")), SrgbTarget()), Way::Matrix);
+    EXPECT_EQ(WayBetween(MatrixProfile(other, SrgbFormula(), 4), Device("srgb")), Way::Matrix);
+    EXPECT_EQ(WayBetween(SpaceProfile("srgb-linear"), Device("srgb")), Way::Matrix);
     // A step of the curve near black, which many tables omit.
     std::vector<double> step;
     for (int i = 0; i < 1024; ++i) step.push_back(i < 8 ? 0 : SrgbLight(i / 1023.0));
-    EXPECT_EQ(WayBetween(srgb(TableBlock(step)), SrgbTarget()), Way::Matrix);
-    EXPECT_EQ(WayBetween(TableProfile({}), TableProfile({.target = true})), Way::Direct);
+    EXPECT_EQ(WayBetween(srgb(TableBlock(step)), Device("srgb")), Way::Matrix);
+    EXPECT_EQ(WayBetween(Device("mft2"), Device("printer-2")), Way::Direct);
 }
 
 TEST(CopyTest, OffsetsAreNotCopied) {
     for (const Vector& v : {Vector{1, 0, 0}, Vector{0, 1, 0}, Vector{0, 0, 1}}) {
-        EXPECT_EQ(WayBetween(SrgbTarget(), SrgbTarget(), {RenderingIntent::Perceptual, {}, v[0], v[1], v[2]}),
-                  Way::Matrix);
+        EXPECT_EQ(WayBetween(Device("srgb"), Device("srgb"), {kPerceptual, {}, v[0], v[1], v[2]}), Way::Matrix);
     }
 }
 
@@ -346,8 +366,8 @@ TEST(CopyTest, AnotherWhiteCountsForTheAbsoluteIntentAlone) {
     const auto at = std::search(dim.begin(), dim.end(), white.begin(), white.end());
     ASSERT_NE(at, dim.end());
     std::copy(less.begin(), less.end(), at);
-    EXPECT_EQ(WayBetween(dim, bright, {RenderingIntent::RelativeColorimetric}), Way::Copy);
-    const Transform absolute(dim, bright, {RenderingIntent::AbsoluteColorimetric});
+    EXPECT_EQ(WayBetween(dim, bright, {kRelative}), Way::Copy);
+    const Transform absolute(dim, bright, {kAbsolute});
     EXPECT_EQ(absolute.way(), Way::Matrix);
     // 1.055 * 0.8^(1/2.4) - 0.055
     EXPECT_THAT(Converted(absolute, Bytes{255, 255, 255}), testing::Each(231));
