@@ -5,11 +5,8 @@
 
 #include <jpeglib.h>
 
-#include <filesystem>
-
 #include "command/support/PngChunks.h"
 #include "command/tiff/kinds/KindTest.h"
-#include "command/tiff/kinds/Rewritten.h"
 #include "jpeg/JpegRewriter.h"
 
 namespace hueweave::test {
@@ -125,7 +122,7 @@ TEST_F(JpegTest, OnlyTheProfileChangesWhereTheColoursAreDone) {
     const std::string before = FileBytes(in_), after = FileBytes(out_);
     EXPECT_TRUE(after.ends_with(before.substr(20))) << "after the marker SOI and the segment of JFIF";
     EXPECT_EQ(after.size(), before.size() + 18 + FileBytes(Input("screen.icc")).size());
-    std::filesystem::copy_file(out_, in_, std::filesystem::copy_options::overwrite_existing);
+    WriteBytes(in_, after);
     ASSERT_THAT(ConvertBy(Input("screen.icc"), to + Words{"--no-tag"}), Succeeds());
     EXPECT_EQ(FileBytes(out_), before);
 }
@@ -176,8 +173,7 @@ TEST_F(JpegTest, BytesAroundFurtherImagesStay) {
         const std::size_t until = first.size() + ListOfImages(isBig, 0, 0).size() + 6 - 10;
         const std::string list = ListOfImages(isBig, second.size(), until);
         WriteBytes(in_, WithAtStart(first, list) + "before" + second + "behind");
-        std::filesystem::remove(out_);
-        ASSERT_THAT(Convert(), Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
+        ASSERT_THAT(Convert({"--force"}), Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
         EXPECT_THAT(FileBytes(out_), testing::EndsWith("\xff\xd9"
                                                        "beforebehind"));
         EXPECT_EQ(FileBytes(out_).find("MPF"), std::string::npos);
@@ -248,18 +244,14 @@ TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
     EXPECT_EQ(write(rows + 3 * 27 * 30 * 128), "");
     EXPECT_LT(bytes, usual);
     MakeJpeg(kEncodings[6].set);
-    const auto told = Told({"inspect", in_});
-    EXPECT_EQ(told["kind"], "JPEG");
-    EXPECT_EQ(told["height"], 238);
-    EXPECT_EQ(told["sampling"], (Words{"2x2", "1x1", "1x1"}));
-    EXPECT_EQ(told["convertible"], true);
+    EXPECT_THAT(Told({"inspect", in_}),
+                Has({{"kind", "JPEG"}, {"height", 238}, {"sampling", {"2x2", "1x1", "1x1"}}, {"convertible", true}}));
 }
 
 /// Damaged files are refused, or converted to a file that another reader decodes to the right size.
 TEST(DamagedPictures, EndWithARefusalOrASoundFile) {
     const Folder folder;
     const std::string scans = folder / "scans", to = folder / "converted";
-    std::filesystem::create_directory(scans);
     const std::string photo = "convert-im6 " + Quoted(Input("photo-8.tif")) + " -resize 37x40! ";
     Shell(photo + Quoted(folder / "a.png") + "; " + photo + "-interlace PNG " + Quoted(folder / "b.png") + "; " +
           photo + "-colors 16 PNG8:" + Quoted(folder / "c.png") + "; " + photo + Quoted(folder / "d.jpg") + "; " +

@@ -7,15 +7,10 @@
 #include <jpeglib.h>
 
 #include "command/tiff/kinds/KindTest.h"
-#include "command/tiff/kinds/Rewritten.h"
 #include "tiff/rewrite/TiffRewriter.h"
 
 namespace hueweave::test {
 namespace {
-
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
 
 /// A page of YCbCr, whose data units hold `across` x `down` pixels.
 struct YCbCrPage {
@@ -125,7 +120,6 @@ protected:
     static std::string Layout(const std::string& path) {
         return Shell("tiffinfo " + Quoted(path) + " | grep -E 'Compression|Width|Rows|Planar'");
     }
-
     /// Writes the page as RGB with this many bytes of memory, and returns its samples.
     std::vector<std::uint16_t> WriteAsRgb(std::uint64_t memory) const {
         std::uint64_t pixels = 0;
@@ -209,12 +203,7 @@ TEST_F(YCbCrTest, TheChangeIsNamedAndOnceConvertedNothingChanges) {
 }
 
 TEST_F(YCbCrTest, WhatCannotBeConvertedIsRefused) {
-    struct Row {
-        Entries changed;
-        const char* reason;
-    };
-    const YCbCrPage page = kYCbCrPages[1];
-    const Row rows[] = {
+    const std::pair<Entries, const char*> rows[] = {
         {{{530, 3, 2, 0, Little({3, 1}, 2)}}, "has an unknown chroma subsampling"},
         {{{530, 3, 1, 2}}, "has an unknown chroma subsampling"},
         {{Rationals(529, {0.5, 0, 0.5})}, "has unusable coefficients of YCbCr"},
@@ -229,10 +218,9 @@ TEST_F(YCbCrTest, WhatCannotBeConvertedIsRefused) {
         {{TiffMaker::Short(259, 50001)}, "is compressed with WebP, which is not supported"},
         {{TiffMaker::Long(256, 9)}, "contains damaged image data"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.reason);
-        Write(page, row.changed);
-        EXPECT_THAT(ConvertKind(), Refuses(4, row.reason));
+    for (const auto& [changed, reason] : rows) {
+        Write(kYCbCrPages[1], changed);
+        EXPECT_THAT(ConvertKind(), Refuses(4, reason));
     }
     Write(kYCbCrPages[0], {TiffMaker::Long(257, 6), TiffMaker::Long(278, 6)});
     EXPECT_THAT(ConvertKind(), Refuses(4, "lie past the end of the file"));
