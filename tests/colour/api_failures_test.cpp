@@ -88,55 +88,52 @@ TEST(TransformApiFailure, OfAnOptionHasALimitOnBothSides) {
     constexpr auto kExact = HW_PRECISION_EXACT, kLibrary = HW_PRECISION_LIBRARY;
     using O = hw_options;
     const struct {
-        const ApiProfile& target;
-        std::int32_t precision;
         void (*set)(hw_options&);
         std::string expected;  ///< empty for none
+        std::int32_t precision = kExact;
+        const ApiProfile* target = nullptr;  ///< null for the space
     } cases[] = {
-        {space, kExact, [](O& o) { o.size -= 1; }, "options: hw_options.size: is too small"},
-        {space, kExact, [](O& o) { o.samples = 3; }, "options: hw_options.samples: 3 is out of range"},
-        {space, kExact, [](O& o) { o.samples = -1; }, "options: hw_options.samples: -1 is out of range"},
-        {space, kExact, [](O& o) { o.intent = 4; }, "options: hw_options.intent: 4 is out of range"},
-        {space, kExact, [](O& o) { o.intent = 3; }, ""},
-        {space, kExact, [](O& o) { o.black_point = 2; }, "options: hw_options.black_point: 2 is out of range"},
-        {space, kExact, [](O& o) { o.precision = 2; }, "options: hw_options.precision: 2 is out of range"},
-        {space, kExact, [](O& o) { o.icc_version = 3; }, "options: hw_options.icc_version: 3 is not a version"},
-        {space, kExact, [](O& o) { o.icc_version = 4; }, ""},
-        {space, kExact, [](O& o) { o.reserved = 1; }, "options: hw_options.reserved: is not 0"},
-        {space, kExact, [](O& o) { o.lightness = -100.01; }, "options: hw_options.lightness: is out of range"},
-        {space, kExact, [](O& o) { o.lightness = -100; }, ""},
-        {space, kExact, [](O& o) { o.chroma = 100.01; }, "options: hw_options.chroma: is out of range"},
-        {space, kExact, [](O& o) { o.chroma = 100; }, ""},
-        {space, kExact, [](O& o) { o.hue = NAN; }, "options: hw_options.hue: is out of range; use -360 to 360"},
-        {space, kExact, [](O& o) { o.hue = 360; }, ""},
-        {space, kExact, [](O& o) { o.accept_error = 1; }, "options: hw_options.accept_error: is for the library's"},
-        {space, kLibrary, [](O& o) { o.accept_error = 100.01; },
-         "options: hw_options.accept_error: is out of range; use 0 to 100"},
-        {space, kLibrary, [](O& o) { o.accept_error = 100; }, ""},
-        {space, kLibrary, [](O& o) { o.accept_error = 0.001; },
-         "precision: source: is converted wrongly by the library: CIEDE2000 is above"},
-        {space, kLibrary, [](O& o) { o.black_point = 1; }, "options: hw_options.black_point: does"},
-        {space, kLibrary, [](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: does"},
-        {space, kLibrary, [](O& o) { o.samples = HW_SAMPLES_FLOAT; },
-         "precision: hw_options.samples: the library's precision has samples of 8 and 16 bits, not in floating "
-         "point; "},
-        {p3, kLibrary, [](O&) {}, "precision: display-p3: is a target that the library's"},
-        {device, kLibrary, [](O&) {}, "precision: target: is a target that the library's"},
-        {adobe, kLibrary, [](O& o) { o.curves = falling.data(); },
-         "precision: hw_options.curves: do not go with the target adobe-rgb"},
-        {space, kExact, [](O& o) { o.curves = falling.data(); }, "curves: hw_options.curves: no profile can describe"},
-        {device, kExact, [](O& o) { o.curves = falling.data(); },
-         "options: hw_options.curves: do not go with a profile"},
-        {device, kExact, [](O& o) { o.icc_version = 2; },
-         "options: hw_options.icc_version: does not go with a profile"}};
+        {[](O& o) { o.size -= 1; }, "options: hw_options.size: is too small"},
+        {[](O& o) { o.samples = 3; }, "options: hw_options.samples: 3 is out of range"},
+        {[](O& o) { o.samples = -1; }, "options: hw_options.samples: -1 is out of range"},
+        {[](O& o) { o.intent = 4; }, "options: hw_options.intent: 4 is out of range"},
+        {[](O& o) { o.intent = 3, o.icc_version = 4, o.lightness = -100, o.chroma = 100, o.hue = 360; }, ""},
+        {[](O& o) { o.black_point = 2; }, "options: hw_options.black_point: 2 is out of range"},
+        {[](O& o) { o.precision = 2; }, "options: hw_options.precision: 2 is out of range"},
+        {[](O& o) { o.icc_version = 3; }, "options: hw_options.icc_version: 3 is not a version"},
+        {[](O& o) { o.reserved = 1; }, "options: hw_options.reserved: is not 0"},
+        {[](O& o) { o.lightness = -100.01; }, "options: hw_options.lightness: is out of range"},
+        {[](O& o) { o.chroma = 100.01; }, "options: hw_options.chroma: is out of range"},
+        {[](O& o) { o.hue = NAN; }, "options: hw_options.hue: is out of range; use -360 to 360"},
+        {[](O& o) { o.accept_error = 1; }, "options: hw_options.accept_error: is for the library's"},
+        {[](O& o) { o.accept_error = 100.01; }, "options: hw_options.accept_error: is out of range; use 0 to 100",
+         kLibrary},
+        {[](O& o) { o.accept_error = 100; }, "", kLibrary},
+        {[](O& o) { o.accept_error = 0.001; },
+         "precision: source: is converted wrongly by the library: CIEDE2000 is above", kLibrary},
+        {[](O& o) { o.black_point = 1; }, "options: hw_options.black_point: does", kLibrary},
+        {[](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: does", kLibrary},
+        {[](O& o) { o.samples = HW_SAMPLES_FLOAT; },
+         "precision: hw_options.samples: the library's precision has samples of 8 and 16 bits, not in floating point; ",
+         kLibrary},
+        {[](O&) {}, "precision: display-p3: is a target that the library's", kLibrary, &p3},
+        {[](O&) {}, "precision: target: is a target that the library's", kLibrary, &device},
+        {[](O& o) { o.curves = falling.data(); }, "precision: hw_options.curves: do not go with the target adobe-rgb",
+         kLibrary, &adobe},
+        {[](O& o) { o.curves = falling.data(); }, "curves: hw_options.curves: no profile can describe"},
+        {[](O& o) { o.curves = falling.data(); }, "options: hw_options.curves: do not go with a profile", kExact,
+         &device},
+        {[](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: does not go with a profile", kExact,
+         &device}};
     for (const auto& c : cases) {
         hw_options options = HW_OPTIONS_INIT;
         options.precision = c.precision;
         c.set(options);
+        const ApiProfile& target = c.target == nullptr ? space : *c.target;
         if (c.expected.empty()) {
-            EXPECT_NO_THROW(ApiTransform(source, c.target, options));
+            EXPECT_NO_THROW(ApiTransform(source, target, options));
         } else {
-            const hw_profile from = source.get(), to = c.target.get();
+            const hw_profile from = source.get(), to = target.get();
             EXPECT_THAT(FailureOf(&from, &to, &options), testing::StartsWith(c.expected));
         }
     }

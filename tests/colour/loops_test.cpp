@@ -7,10 +7,10 @@
 #include <cstring>
 #include <limits>
 
+#include "colour/Judge.h"
 #include "colour/Profiles.h"
 #include "colour/exact/kernels/Program.h"
 #include "support/Matchers.h"
-#include "support/ProfileBuilder.h"
 
 namespace hueweave::test {
 namespace {
@@ -18,7 +18,6 @@ namespace {
 using colour::Step;
 using Kind = Step::Kind;
 using Floats = std::vector<float>;
-using Samples16 = std::vector<std::uint16_t>;
 
 constexpr std::int32_t kPoints[] = {5, 4, 3};
 constexpr Kind kKinds[] = {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::Trilinear,
@@ -121,7 +120,7 @@ Step Scaled(float factor, float offset) {
 }
 
 /// Converts 16-bit RGB in place.
-Samples16 ConvertedBy(const colour::Loops& loops, const colour::Program& program, Samples16 colours) {
+Words ConvertedBy(const colour::Loops& loops, const colour::Program& program, Words colours) {
     auto* const data = reinterpret_cast<unsigned char*>(colours.data());
     loops.words(program, data, data, colours.size() / 3, 3);
     return colours;
@@ -169,19 +168,8 @@ Vector LoopsTest::Reference(const Step& step, const Vector& x) const {
     return y;
 }
 
-Samples16 ColoursOf(std::size_t pixels) {
-    Lcg random(17);
-    Samples16 colours;
-    for (std::size_t i = 0; i < 3 * pixels; ++i) colours.push_back(random.Sample());
-    for (unsigned corner = 0; corner < 8; ++corner) {
-        for (unsigned c = 0; c < 3; ++c) colours.push_back((corner >> c & 1U) != 0 ? 65535 : 0);
-    }
-    for (unsigned n = 0; n < 64; ++n) colours.insert(colours.end(), 3, static_cast<std::uint16_t>(n * n * 16));
-    return colours;
-}
-
 TEST_F(LoopsTest, StepsAreTheirFormulas) {
-    const Samples16 colours = ColoursOf(3000);
+    const Words colours = SampleColours();
     // Includes values slightly outside 0 to 1. A curve of random entries has slopes of up to 32, which turns float
     // rounding into errors of up to 0.15 of a sample.
     const Step widen = Scaled(1.1F, -0.05F);
@@ -191,7 +179,7 @@ TEST_F(LoopsTest, StepsAreTheirFormulas) {
             const std::vector<Step> steps = wide ? std::vector{widen, step} : std::vector{step};
             const colour::Program program = ProgramOf(steps);
             for (const colour::Loops* loops : colour::AllLoops()) {
-                const Samples16 reached = ConvertedBy(*loops, program, colours);
+                const Words reached = ConvertedBy(*loops, program, colours);
                 for (std::size_t i = 0; i < colours.size(); i += 3) {
                     Vector x{colours[i] / 65535.0, colours[i + 1] / 65535.0, colours[i + 2] / 65535.0};
                     if (wide) x = Reference(widen, x);
@@ -283,9 +271,9 @@ TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
     // Values up to 1/64, multiplied by fifty after the rounding.
     for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535 / 64;
     const std::vector<Step> steps{Make(Kind::Round), Scaled(50, 0)};
-    const Samples16 colours = ColoursOf(1000);
+    const Words colours = SampleColours();
     for (const colour::Loops* loops : colour::AllLoops()) {
-        const Samples16 reached = ConvertedBy(*loops, ProgramOf(steps), colours);
+        const Words reached = ConvertedBy(*loops, ProgramOf(steps), colours);
         for (std::size_t i = 0; i < colours.size(); ++i) {
             const double place = colours[i] / 64.0;
             if (std::abs(place - std::floor(place) - 0.5) < 0.001) continue;  // a tie in float
@@ -295,10 +283,10 @@ TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
 }
 
 TEST_F(LoopsTest, CurvesOfTheTargetAreExactNearBlackToo) {
-    Samples16 colours(3 * 65536 / 2);
+    Words colours(3 * 65536 / 2);
     for (std::size_t i = 0; i < colours.size(); ++i) colours[i] = static_cast<std::uint16_t>(i * 2 / 3);
     for (const colour::Loops* loops : colour::AllLoops()) {
-        const Samples16 reached = ConvertedBy(*loops, ProgramOf({}, true), colours);
+        const Words reached = ConvertedBy(*loops, ProgramOf({}, true), colours);
         for (std::size_t i = 0; i < colours.size(); ++i) {
             ASSERT_NEAR(reached[i], 65535 * std::pow(colours[i] / 65535.0, 1 / 2.4), 0.75) << loops->name << " " << i;
         }
