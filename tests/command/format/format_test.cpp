@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Outputs in another format than their inputs: other programs read the same pixels from them as from outputs in the
 // format of the input, and the metadata that both formats have.
-#include <cstdio>
-
-#include <jpeglib.h>
-
 #include "command/tiff/kinds/KindTest.h"
 
 namespace hueweave::test {
 namespace {
-
-using testing::HasSubstr;
-using testing::Not;
 
 class FormatTest : public KindTest {
 protected:
@@ -122,7 +115,7 @@ TEST_F(FormatTest, MetadataGoWithThePicture) {
                     Says(0, "out." + format[1] + " -> "));
         EXPECT_EQ(ExifTool(fields + Words{tiff}), wanted);
         EXPECT_THAT(ExifTool({"-XResolution", "-ResolutionUnit", tiff}),
-                    testing::AllOf(HasSubstr(": 300\n"), HasSubstr("inches")));
+                    AllOf(HasSubstr(": 300\n"), HasSubstr("inches")));
         // libtiff does not know the directory for interoperability.
         EXPECT_EQ(Shell("tiffinfo " + Quoted(tiff) + " 2>&1 >/dev/null | grep -vc 40965 || true"), "0\n");
     }

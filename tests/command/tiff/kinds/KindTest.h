@@ -2,8 +2,12 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdio>
 #include <numeric>
 
+#include <jpeglib.h>
+
+#include "colour/ExactConverter.h"
 #include "colour/PixelConverter.h"
 #include "command/support/DeviceProfiles.h"
 #include "command/support/ExifTool.h"
@@ -127,24 +131,14 @@ inline std::vector<std::uint16_t> Judged(const Samples& samples, const Profile& 
     return judged;
 }
 
-/// Leaves samples as they are.
-struct SameColours : colour::RgbConverter {
-    explicit SameColours(unsigned bits) : bits_(bits) {}
-    void Convert(unsigned char*, std::size_t) const override {}
-    unsigned bits() const override { return bits_; }
-    Range range() const override { return {}; }
-
-private:
-    unsigned bits_;
-};
-
 /// A file as the rewriter of its format writes it with the same colours and this many bytes of memory.
 template <typename Structure>
 std::string Rewritten(const std::string& path, std::uint64_t memory, unsigned bits, const auto& rewrite) {
     const Folder folder;
     const tool::FileAccess file = tool::FileAccess::OpenInput(path);
     const tool::FileAccess target = tool::FileAccess::Scratch(folder.path(), "out");
-    const colour::PixelConverter converter(std::make_unique<SameColours>(bits));
+    const auto copy = std::make_shared<const colour::Transform>(LcmsSrgb(), LcmsSrgb(), colour::TransformOptions{});
+    const colour::PixelConverter converter(std::make_unique<colour::ExactConverter>(copy, bits));
     tool::WriteSettings settings;
     settings.memory = memory;
     tool::Measured measured;
@@ -207,9 +201,8 @@ protected:
         const Outcome run = ConvertScan({scans, "-o", to, "--verbose"});
         EXPECT_EQ(run.status, 4);
         for (std::size_t n = 0; n < files.size(); ++n) {
-            EXPECT_THAT(Lines(run.err), testing::Contains(testing::AllOf(
-                                            testing::StartsWith("hueweave: " + name(n) + ": "),
-                                            testing::HasSubstr(files[n].second), testing::HasSubstr("; "))));
+            EXPECT_THAT(Lines(run.err), testing::Contains(AllOf(testing::StartsWith("hueweave: " + name(n) + ": "),
+                                                                HasSubstr(files[n].second), HasSubstr("; "))));
         }
         EXPECT_FALSE(Exists(to));
     }

@@ -77,9 +77,9 @@ TEST_F(GreyTest, AnAssociatedAlphaIsDividedOutAndMultipliedIn) {
     while (grey.values.size() < 2 * kPixels) grey.values.insert(grey.values.end(), {64, 128});
     WriteSamples(in_, grey);
     ASSERT_THAT(ConvertBy(grey_), Succeeds());
-    const Picture page = ReadPictures(out_)[0];
-    EXPECT_EQ((std::vector<std::uint16_t>(page.values.begin(), page.values.begin() + 4)),
-              (std::vector<std::uint16_t>{0, 0, 65, 128}));
+    Picture page = ReadPictures(out_)[0];
+    page.values.resize(4);
+    EXPECT_THAT(page.values, testing::ElementsAre(0, 0, 65, 128));
 }
 
 TEST_F(GreyTest, TheEmbeddedProfileHasTheToneOfTheOutputAndNothingChangesTheSecondTime) {

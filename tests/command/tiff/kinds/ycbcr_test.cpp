@@ -2,9 +2,6 @@
 // YCbCr pixels that are not JPEG become RGB: the pixels are those of the formula of TIFF, worked out here, from which
 // libtiff differs by two steps at the most.
 #include <cmath>
-#include <cstdio>
-
-#include <jpeglib.h>
 
 #include "command/tiff/kinds/KindTest.h"
 #include "tiff/rewrite/TiffRewriter.h"
@@ -151,6 +148,10 @@ TEST_F(YCbCrTest, PixelsAreThoseOfTheFormula) {
                     AllOf(Not(HasSubstr("YCbCr")), Not(HasSubstr("Reference Black/White"))));
         ExpectNearPeer({rgb.values.begin(), rgb.values.end()});
     }
+    EXPECT_THAT(ConvertKind(), Says(0, "its YCbCr pixels are written as RGB of 8 bits\n"));
+    ExpectDone();
+    EXPECT_THAT(ConvertKind({"--precision", "library"}),
+                Refuses(4, "holds YCbCr pixels, not RGB; leave --precision library out"));
 }
 
 TEST_F(YCbCrTest, LargeStripsAreDecodedByRows) {
@@ -192,14 +193,6 @@ TEST_F(YCbCrTest, OldStyleJpegIsDecodedAsByLibtiff) {
         write(jpeg.substr(0, jpeg.size() / 2), factor);
         EXPECT_THAT(ConvertKind(), Refuses(4, "contains damaged image data"));
     }
-}
-
-TEST_F(YCbCrTest, TheChangeIsNamedAndOnceConvertedNothingChanges) {
-    Write(kYCbCrPages[1]);
-    EXPECT_THAT(ConvertKind(), Says(0, "its YCbCr pixels are written as RGB of 8 bits\n"));
-    ExpectDone();
-    EXPECT_THAT(ConvertKind({"--precision", "library"}),
-                Refuses(4, "holds YCbCr pixels, not RGB; leave --precision library out"));
 }
 
 TEST_F(YCbCrTest, WhatCannotBeConvertedIsRefused) {
