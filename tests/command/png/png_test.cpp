@@ -8,8 +8,6 @@
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-
 /// An image whose rows are packed as PNG packs them, and `more` chunks before its data.
 Chunks PngImage(std::size_t width, std::size_t height, unsigned bits, unsigned colours, const std::string& packed,
                 const Chunks& more = {}) {
@@ -75,7 +73,7 @@ TEST_F(PngTest, ChunksStayByteForByteUnlessTheyDescribeColours) {
     EXPECT_EQ(after[1].type, "iCCP");
     for (const char* type : {"bKGD", "eXIf", "pHYs", "tIME"}) EXPECT_NE(DataOf(after, type), "") << type;
     EXPECT_THAT(ExifTool({"-ISO", "-Title", "-Author", "-ProfileDescription", out_}),
-                testing::AllOf(HasSubstr(": 200"), HasSubstr("A harbour"), HasSubstr("A. Person"), HasSubstr("sRGB")));
+                AllOf(HasSubstr(": 200"), HasSubstr("A harbour"), HasSubstr("A. Person"), HasSubstr("sRGB")));
 }
 
 TEST_F(PngTest, APaletteIsConvertedAndItsIndicesStay) {

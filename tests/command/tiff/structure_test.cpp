@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Directories that point to invalid places, into each other or out of the file, pages without a size, and profiles
 // beyond a limit: refused when the structure is read, before any other code uses it.
-#include <functional>
 #include <tuple>
 
 #include "batch/file/plan/PageProfiles.h"
@@ -130,7 +129,7 @@ TEST_F(StructureTest, WhatIsReadOfAFileIsBounded) {
     const std::string reason = Reason(tiff_, [&](const TiffStructure& structure) {
         const auto& directory = structure.directories()[0];
         EXPECT_THAT(ReasonOf([&] { structure.Data(*directory.Find(40001)); }),
-                    testing::HasSubstr("too large a value in tag 40001"));
+                    HasSubstr("too large a value in tag 40001"));
         for (; reads < 12; ++reads) EXPECT_EQ(structure.Data(*directory.Find(40000)).size(), kMost);
     });
     EXPECT_EQ(reason, "has too many entries that share their values");
