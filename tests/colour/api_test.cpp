@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The shared library of transforms: equality with the command and with colour::Transform, and every failure.
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <map>
 

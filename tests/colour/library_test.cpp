@@ -2,8 +2,6 @@
 // Pixels of the library's precision are those of an engine, however they are computed.
 #include "colour/library/LibraryConverter.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <memory>
 

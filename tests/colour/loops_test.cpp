@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The loops over pixels: each kind of step compared with the same step in doubles, and all loops with each other.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -77,8 +75,8 @@ protected:
     Floats bytes_, words_, curve_, nodes_, encoding_;
 };
 
-/// Trilinear: eight corners weighted by volume. Tetrahedral: from corner to corner, along the axis with the largest
-/// fraction first.
+/// Eight corners, weighted by volume if trilinear. In a tetrahedron, a corner weighs what the least of the fractions on
+/// the axes towards it exceeds the greatest of the others by.
 Vector LoopsTest::Interpolated(const Vector& x, bool tetrahedra) const {
     std::array<int, 3> cell{};
     Vector part, result{};
@@ -87,27 +85,18 @@ Vector LoopsTest::Interpolated(const Vector& x, bool tetrahedra) const {
         cell[c] = std::min(static_cast<int>(place), kPoints[c] - 2);
         part[c] = place - cell[c];
     }
-    const auto add = [&](const std::array<int, 3>& at, double weight) {
-        for (std::size_t c = 0; c < 3; ++c) result[c] += weight * Node(at)[c];
-    };
-    if (!tetrahedra) {
-        for (int corner = 0; corner < 8; ++corner) {
-            const std::array<int, 3> up{corner >> 2 & 1, corner >> 1 & 1, corner & 1};
-            double weight = 1;
-            for (std::size_t c = 0; c < 3; ++c) weight *= up[c] == 1 ? part[c] : 1 - part[c];
-            add({cell[0] + up[0], cell[1] + up[1], cell[2] + up[2]}, weight);
+    for (unsigned corner = 0; corner < 8; ++corner) {
+        std::array<int, 3> at = cell;
+        double volume = 1, least = 1, greatest = 0;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const bool isUp = (corner >> c & 1U) != 0;
+            at[c] += isUp ? 1 : 0;
+            volume *= isUp ? part[c] : 1 - part[c];
+            (isUp ? least : greatest) = isUp ? std::min(least, part[c]) : std::max(greatest, part[c]);
         }
-        return result;
+        const double weight = tetrahedra ? std::max(least - greatest, 0.0) : volume;
+        for (std::size_t c = 0; c < 3; ++c) result[c] += weight * Node(at)[c];
     }
-    std::array<std::size_t, 3> order{0, 1, 2};
-    std::sort(order.begin(), order.end(), [&](auto a, auto b) { return part[a] > part[b]; });
-    double before = 1;
-    for (const std::size_t axis : order) {
-        add(cell, before - part[axis]);
-        before = part[axis];
-        ++cell[axis];
-    }
-    add(cell, before);
     return result;
 }
 

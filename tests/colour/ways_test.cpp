@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Every kind of profile compared with Little CMS in doubles: the kind of conversion, its error, and what is reported
 // about it.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <cmath>
 #include <map>
