@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "colour/Transform.h"
+#include "colour/profile/Target.h"
 #include "judges/colours/Truth.h"
 #include "support/ProfileBuilder.h"
 
@@ -15,6 +16,11 @@ using colour::Transform;
 using colour::TransformOptions;
 using colour::Way;
 using Words = std::vector<std::uint16_t>;
+
+/// The profile of a space.
+inline Bytes SpaceProfile(std::string_view name, int version = 4) {
+    return *colour::MakeTargetProfile(*colour::FindSpace(name), {}, version);
+}
 
 /// A grid, neutral colours and dark ones: interleaved 16-bit RGB.
 inline Words SampleColours() {
@@ -40,9 +46,9 @@ inline Bytes HighBytes(const Words& words) {
 
 /// The converted samples, of 8 or 16 bits.
 template <typename Sample>
-std::vector<Sample> Converted(const Transform& transform, const std::vector<Sample>& pixels, unsigned samples = 3) {
+std::vector<Sample> Converted(const Transform& transform, const std::vector<Sample>& pixels) {
     std::vector<Sample> converted(pixels.size());
-    transform.Convert(pixels.data(), converted.data(), pixels.size() / samples, samples);
+    transform.Convert(pixels.data(), converted.data(), pixels.size() / 3);
     return converted;
 }
 

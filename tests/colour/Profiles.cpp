@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "colour/Profiles.h"
 
+#include <lcms2_plugin.h>
+
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "support/ProfileBuilder.h"
@@ -22,21 +25,17 @@ struct Model {
     double black;
     Matrix matrix, inverse = Inverse(matrix);
 
-    Vector Xyz(const cmsUInt16Number* rgb) const {
-        Vector light;
-        for (std::size_t c = 0; c < 3; ++c) light[c] = std::pow(rgb[c] / 65535.0, exponent);
-        Vector v = Times(matrix, light);
-        for (std::size_t c = 0; c < 3; ++c) v[c] = black * kD50[c] + (1 - black) * v[c];
-        return v;
-    }
     static int Forth(const cmsUInt16Number* rgb, cmsUInt16Number* connection, void* cargo) {
         const Model& model = *static_cast<Model*>(cargo);
-        const Vector v = model.Xyz(rgb);
-        const cmsCIEXYZ xyz_{v[0], v[1], v[2]};
+        Vector light;
+        for (std::size_t c = 0; c < 3; ++c) light[c] = std::pow(rgb[c] / 65535.0, model.exponent);
+        Vector v = Times(model.matrix, light);
+        for (std::size_t c = 0; c < 3; ++c) v[c] = model.black * kD50[c] + (1 - model.black) * v[c];
+        const auto colour = std::bit_cast<cmsCIEXYZ>(v);
         cmsCIELab lab;
-        cmsXYZ2Lab(nullptr, &lab, &xyz_);
+        cmsXYZ2Lab(nullptr, &lab, &colour);
         if (model.xyz) {
-            cmsFloat2XYZEncoded(connection, &xyz_);
+            cmsFloat2XYZEncoded(connection, &colour);
         } else {
             (model.oldLab ? cmsFloat2LabEncodedV2 : cmsFloat2LabEncoded)(connection, &lab);
         }
@@ -44,15 +43,15 @@ struct Model {
     }
     static int Back(const cmsUInt16Number* connection, cmsUInt16Number* rgb, void* cargo) {
         const Model& model = *static_cast<Model*>(cargo);
-        cmsCIEXYZ xyz_;
+        cmsCIEXYZ colour;
         cmsCIELab lab;
         if (model.xyz) {
-            cmsXYZEncoded2Float(&xyz_, connection);
+            cmsXYZEncoded2Float(&colour, connection);
         } else {
             (model.oldLab ? cmsLabEncoded2FloatV2 : cmsLabEncoded2Float)(&lab, connection);
-            cmsLab2XYZ(nullptr, &xyz_, &lab);
+            cmsLab2XYZ(nullptr, &colour, &lab);
         }
-        Vector v{xyz_.X, xyz_.Y, xyz_.Z};
+        auto v = std::bit_cast<Vector>(colour);
         for (std::size_t c = 0; c < 3; ++c) v[c] = (v[c] - model.black * kD50[c]) / (1 - model.black);
         const Vector light = Times(model.inverse, v);
         for (std::size_t c = 0; c < 3; ++c) rgb[c] = Word(std::pow(std::clamp(light[c], 0.0, 1.0), 1 / model.exponent));
@@ -81,92 +80,41 @@ cmsStage* MatrixStage(const Matrix& matrix, double scale, const Vector& offset =
     return cmsStageAllocMatrix(nullptr, 3, 3, rows, offset.data());
 }
 
-/// Has these stages; null stands for none.
-cmsPipeline* PipelineOf(std::initializer_list<cmsStage*> stages) {
+using Stages = std::initializer_list<cmsStage*>;
+
+/// Writes a tag with these stages; null stands for none.
+void Write(const Profile& profile, cmsTagSignature tag, Stages stages, bool bytes = false) {
     cmsPipeline* lut = cmsPipelineAlloc(nullptr, 3, 3);
     for (cmsStage* stage : stages) {
         if (stage != nullptr) cmsPipelineInsertStage(lut, cmsAT_END, stage);
     }
-    return lut;
-}
-
-/// Writes a tag and frees the pipeline.
-void Write(const Profile& profile, cmsTagSignature tag, cmsPipeline* lut) {
+    cmsPipelineSetSaveAs8bitsFlag(lut, bytes);
     if (!cmsWriteTag(profile.get(), tag, lut)) throw std::runtime_error("no table");
     cmsPipelineFree(lut);
 }
 
-/// The tables of a device for one intent.
-class TableMaker {
-public:
-    TableMaker(const TableDevice& device, std::size_t intent)
-        : device_(device),
-          model_{1.8 + 0.2 * static_cast<double>(intent), device.xyz, device.version < 4, device.plain ? 0 : 0.01,
-                 device.plain ? kSwappedSrgb : ToXyz(kGamutAdobe)} {}
-
-    cmsPipeline* Forth() {
-        if (device_.noGrid) {
-            Vector offset;
-            for (std::size_t c = 0; c < 3; ++c) offset[c] = model_.black * kD50[c] * kXyz;
-            return PipelineOf({PowerStage(model_.exponent, true),
-                               MatrixStage(model_.matrix, (1 - model_.black) * kXyz, offset), PowerStage(1, true)});
-        }
-        return PipelineOf({PowerStage(1, formula_), Grid(Model::Forth), MCurves(), Mixing(),
-                           // A curve before Lab would tint neutral colours.
-                           PowerStage(device_.xyz ? 1.05 : 1, formula_)});
-    }
-    cmsPipeline* Back() {
-        return PipelineOf({PowerStage(1, formula_), Mixing(), MCurves(), Grid(Model::Back), PowerStage(1, formula_)});
-    }
-
-private:
-    static constexpr double kXyz = 32768.0 / 65535.0;  ///< 1.0 in the XYZ encoding
-
-    cmsStage* MCurves() const { return device_.matrix ? PowerStage(1.02, true) : nullptr; }
-    /// Mixes the channels slightly.
-    cmsStage* Mixing() const {
-        const Matrix some{{{0.97, 0.02, 0}, {0, 0.98, 0.01}, {0.02, 0, 0.97}}};
-        return device_.matrix ? MatrixStage(some, 1, {0.004, 0.003, 0.002}) : nullptr;
-    }
-    cmsStage* Grid(cmsSAMPLER16 sampler) {
-        cmsStage* grid = cmsStageAllocCLut16bit(nullptr, device_.points, 3, 3, nullptr);
-        cmsStageSampleCLut16bit(grid, sampler, &model_, 0);
-        return grid;
-    }
-
-    const TableDevice& device_;
-    Model model_;
-    const bool formula_ = device_.version >= 4;
-};
-
 }  // namespace
 
-Vector Times(const Matrix& matrix, const Vector& v) {
-    Vector product;
-    for (std::size_t r = 0; r < 3; ++r) product[r] = matrix[r][0] * v[0] + matrix[r][1] * v[1] + matrix[r][2] * v[2];
-    return product;
+Vector Times(const Matrix& matrix, const Vector& vector) {
+    const auto m = std::bit_cast<cmsMAT3>(matrix);
+    const auto v = std::bit_cast<cmsVEC3>(vector);
+    cmsVEC3 product;
+    _cmsMAT3eval(&product, &m, &v);
+    return std::bit_cast<Vector>(product);
 }
 
 Matrix Times(const Matrix& one, const Matrix& other) {
-    Matrix product{};
-    for (std::size_t i = 0; i < 27; ++i) product[i / 9][i % 3] += one[i / 9][i / 3 % 3] * other[i / 3 % 3][i % 3];
-    return product;
+    const auto a = std::bit_cast<cmsMAT3>(one), b = std::bit_cast<cmsMAT3>(other);
+    cmsMAT3 product;
+    _cmsMAT3per(&product, &a, &b);
+    return std::bit_cast<Matrix>(product);
 }
 
-/// Inverts by cofactors.
-Matrix Inverse(const Matrix& m) {
-    Matrix inverse;
-    for (std::size_t r = 0; r < 3; ++r) {
-        for (std::size_t c = 0; c < 3; ++c) {
-            const std::size_t a = (c + 1) % 3, b = (c + 2) % 3, d = (r + 1) % 3, e = (r + 2) % 3;
-            inverse[r][c] = m[a][d] * m[b][e] - m[a][e] * m[b][d];
-        }
-    }
-    const double determinant = m[0][0] * inverse[0][0] + m[0][1] * inverse[1][0] + m[0][2] * inverse[2][0];
-    for (Vector& row : inverse) {
-        for (double& value : row) value /= determinant;
-    }
-    return inverse;
+Matrix Inverse(const Matrix& matrix) {
+    const auto m = std::bit_cast<cmsMAT3>(matrix);
+    cmsMAT3 inverse;
+    if (!_cmsMAT3inverse(&m, &inverse)) throw std::runtime_error("no inverse");
+    return std::bit_cast<Matrix>(inverse);
 }
 
 Matrix ToXyz(const Gamut& gamut) {
@@ -185,8 +133,7 @@ Matrix ToXyz(const Gamut& gamut) {
 }
 
 cmsCIELab LabOf(const Matrix& toXyz, const Vector& light) {
-    const Vector v = Times(toXyz, light);
-    const cmsCIEXYZ xyz{v[0], v[1], v[2]};
+    const auto xyz = std::bit_cast<cmsCIEXYZ>(Times(toXyz, light));
     cmsCIELab lab;
     cmsXYZ2Lab(nullptr, &lab, &xyz);
     return lab;
@@ -255,13 +202,37 @@ Bytes TableProfile(const TableDevice& device) {
     const Profile profile = BlankProfile(device.version, cmsSigRgbData, connection, kind);
     const cmsCIEXYZ paper{0.87, 0.90, 0.70};
     if (!device.plain) cmsWriteTag(profile.get(), cmsSigMediaWhitePointTag, &paper);
+    const bool formula = device.version >= 4;
     for (std::size_t intent = 0; intent < (device.plain ? 1 : 3); ++intent) {
-        const auto write = [&](cmsTagSignature tag, cmsPipeline* lut) {
-            cmsPipelineSetSaveAs8bitsFlag(lut, device.bytes);
-            Write(profile, tag, lut);
+        Model model{1.8 + 0.2 * static_cast<double>(intent), device.xyz, !formula, device.plain ? 0 : 0.01,
+                    device.plain ? kSwappedSrgb : ToXyz(kGamutAdobe)};
+        if (device.noGrid) {
+            constexpr double kXyz = 32768.0 / 65535.0;  // 1.0 in the XYZ encoding
+            Vector offset;
+            for (std::size_t c = 0; c < 3; ++c) offset[c] = model.black * kD50[c] * kXyz;
+            Write(profile, kForth[intent],
+                  {PowerStage(model.exponent, true), MatrixStage(model.matrix, (1 - model.black) * kXyz, offset),
+                   PowerStage(1, true)});
+            continue;
+        }
+        const auto grid = [&](cmsSAMPLER16 sampler) {
+            cmsStage* stage = cmsStageAllocCLut16bit(nullptr, device.points, 3, 3, nullptr);
+            cmsStageSampleCLut16bit(stage, sampler, &model, 0);
+            return stage;
         };
-        write(kForth[intent], TableMaker(device, intent).Forth());
-        if (device.target) write(kBack[intent], TableMaker(device, intent).Back());
+        const auto curves = [&] { return device.matrix ? PowerStage(1.02, true) : nullptr; };
+        const auto mixing = [&] {  // mixes the channels slightly
+            const Matrix some{{{0.97, 0.02, 0}, {0, 0.98, 0.01}, {0.02, 0, 0.97}}};
+            return device.matrix ? MatrixStage(some, 1, {0.004, 0.003, 0.002}) : nullptr;
+        };
+        Write(profile, kForth[intent],
+              {PowerStage(1, formula), grid(Model::Forth), curves(), mixing(),
+               // A curve before Lab would tint neutral colours.
+               PowerStage(device.xyz ? 1.05 : 1, formula)},
+              device.bytes);
+        if (!device.target) continue;
+        Write(profile, kBack[intent],
+              {PowerStage(1, formula), mixing(), curves(), grid(Model::Back), PowerStage(1, formula)}, device.bytes);
     }
     return Saved(profile);
 }
@@ -272,9 +243,9 @@ Bytes FloatProfile(bool rough) {
     for (int i = 0; i < 1024; ++i) {
         light.push_back(static_cast<float>(rough ? 0.5 + 0.5 * std::sin(i * 300 / 1023.0) : std::pow(i / 1023.0, 1.8)));
     }
-    Write(profile, cmsSigDToB0Tag,
-          PipelineOf({CurveStage(cmsBuildTabulatedToneCurveFloat(nullptr, 1024, light.data())),
-                      MatrixStage(ToXyz(kGamutAdobe), 1)}));
+    Write(
+        profile, cmsSigDToB0Tag,
+        {CurveStage(cmsBuildTabulatedToneCurveFloat(nullptr, 1024, light.data())), MatrixStage(ToXyz(kGamutAdobe), 1)});
     return Saved(profile);
 }
 

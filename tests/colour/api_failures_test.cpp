@@ -3,14 +3,21 @@
 #include <cmath>
 #include <limits>
 
-#include "colour/Api.h"
 #include "colour/Profiles.h"
+#include "hueweave/transform.hpp"
 #include "support/TempDir.h"
 
 namespace hueweave::test {
 namespace {
 
 using testing::HasSubstr;
+using ApiProfile = hueweave::Profile;
+using ApiTransform = hueweave::Transform;
+
+/// Profiles for the interface. They borrow what they are made from.
+hw_profile PathOf(const std::string& path) { return {nullptr, 0, path.c_str(), nullptr}; }
+hw_profile SpaceOf(const char* name) { return {nullptr, 0, nullptr, name}; }
+hw_profile DataOf(const Bytes& data) { return {data.data(), data.size(), nullptr, nullptr}; }
 
 std::string FailureOf(const hw_profile* source, const hw_profile* target, const hw_options* options) {
     testing::internal::CaptureStdout();
@@ -37,30 +44,29 @@ TEST(TransformApiFailure, OfAProfileIsNamedWithItsReasonAndARemedy) {
     std::filesystem::resize_file(large, (64U << 20) + 1);
     const hw_profile good = DataOf(scanner), srgb = SpaceOf("srgb"), none{}, two{text.data(), 4, "path", nullptr};
     const hw_profile tooLarge{text.data(), (std::size_t{64} << 20) + 1, nullptr, nullptr};
-    const hw_profile files[] = {PathOf(missing), PathOf(folder), PathOf(large)};
-    const hw_profile texts = DataOf(text), greys = DataOf(grey), name = SpaceOf("sgrb"), other = SpaceOf("quite else");
     const std::string ways = "; set one of data, path and space", check = "; check the file and its permissions";
     const std::string device = "; give the profile of an RGB scanner, camera, screen or printer";
     const std::string output = "; give the profile of an RGB space, screen or printer";
     const struct {
-        const hw_profile *source, *target;
+        hw_profile source, target;
         std::string expected;
     } cases[] = {
-        {nullptr, &srgb, "argument: source: is not given" + ways},
-        {&good, nullptr, "argument: target: is not given" + ways},
-        {&none, &srgb, "argument: source: is not given" + ways},
-        {&good, &two, "argument: target: is given in more than one way" + ways},
-        {&files[0], &srgb, "file: " + missing + ": cannot be read (No such file or directory)" + check},
-        {&good, &files[1], "file: " + folder + ": cannot be read (not a regular file)" + check},
-        {&files[2], &srgb, "profile: " + large + ": is too large for a profile; give an ICC profile"},
-        {&tooLarge, &srgb, "profile: source: is too large for a profile; give an ICC profile"},
-        {&texts, &srgb, "profile: source: is not a readable ICC profile" + device},
-        {&greys, &srgb, "profile: source: describes GRAY colours, not RGB" + device},
-        {&good, &texts, "profile: target: is not a readable ICC profile" + output},
-        {&good, &good, "profile: target: has no table from colours to its device" + output},
-        {&good, &name, "space: sgrb: is not a colour space (did you mean srgb?); hw_space_name() gives the names"},
-        {&other, &srgb, "space: quite else: is not a colour space; hw_space_name() gives the names"}};
-    for (const auto& c : cases) EXPECT_EQ(FailureOf(c.source, c.target, nullptr), c.expected);
+        {none, srgb, "argument: source: is not given" + ways},
+        {good, two, "argument: target: is given in more than one way" + ways},
+        {PathOf(missing), srgb, "file: " + missing + ": cannot be read (No such file or directory)" + check},
+        {good, PathOf(folder), "file: " + folder + ": cannot be read (not a regular file)" + check},
+        {PathOf(large), srgb, "profile: " + large + ": is too large for a profile; give an ICC profile"},
+        {tooLarge, srgb, "profile: source: is too large for a profile; give an ICC profile"},
+        {DataOf(text), srgb, "profile: source: is not a readable ICC profile" + device},
+        {DataOf(grey), srgb, "profile: source: describes GRAY colours, not RGB" + device},
+        {good, DataOf(text), "profile: target: is not a readable ICC profile" + output},
+        {good, good, "profile: target: has no table from colours to its device" + output},
+        {good, SpaceOf("sgrb"),
+         "space: sgrb: is not a colour space (did you mean srgb?); hw_space_name() gives the names"},
+        {SpaceOf("quite else"), srgb, "space: quite else: is not a colour space; hw_space_name() gives the names"}};
+    for (const auto& c : cases) EXPECT_EQ(FailureOf(&c.source, &c.target, nullptr), c.expected);
+    EXPECT_EQ(FailureOf(nullptr, &srgb, nullptr), "argument: source: is not given" + ways);
+    EXPECT_EQ(FailureOf(&good, nullptr, nullptr), "argument: target: is not given" + ways);
     hw_error error{};
     EXPECT_EQ(hw_transform_create(&good, &srgb, nullptr, nullptr, &error), HW_ERROR_ARGUMENT);
     EXPECT_STREQ(error.message, "transform: is null; give the place for the transform");
@@ -74,69 +80,68 @@ TEST(TransformApiFailure, OfAProfileIsNamedWithItsReasonAndARemedy) {
 
 TEST(TransformApiFailure, OfAnOptionHasALimitOnBothSides) {
     const Bytes scanner = TableProfile({}), printer = TableProfile({.target = true});
-    const hw_profile source = DataOf(scanner), space = SpaceOf("srgb"), device = DataOf(printer);
-    const hw_profile p3 = SpaceOf("display-p3"), adobe = SpaceOf("adobe-rgb");
+    const ApiProfile source = ApiProfile::FromMemory(scanner), device = ApiProfile::FromMemory(printer),
+                     space = ApiProfile::OfSpace("srgb"), p3 = ApiProfile::OfSpace("display-p3"),
+                     adobe = ApiProfile::OfSpace("adobe-rgb");
     static Bytes falling(768);
     for (std::size_t i = 0; i < falling.size(); ++i) falling[i] = static_cast<unsigned char>(255 - i);
     constexpr auto kExact = HW_PRECISION_EXACT, kLibrary = HW_PRECISION_LIBRARY;
     using O = hw_options;
     const struct {
-        const hw_profile& target;
-        std::int32_t precision;
         void (*set)(hw_options&);
         std::string expected;  ///< empty for none
+        std::int32_t precision = kExact;
+        const ApiProfile* target = nullptr;  ///< null for the space
     } cases[] = {
-        {space, kExact, [](O& o) { o.size -= 1; }, "options: hw_options.size: is too small"},
-        {space, kExact, [](O& o) { o.samples = 3; }, "options: hw_options.samples: 3 is out of range"},
-        {space, kExact, [](O& o) { o.samples = -1; }, "options: hw_options.samples: -1 is out of range"},
-        {space, kExact, [](O& o) { o.intent = 4; }, "options: hw_options.intent: 4 is out of range"},
-        {space, kExact, [](O& o) { o.intent = 3; }, ""},
-        {space, kExact, [](O& o) { o.black_point = 2; }, "options: hw_options.black_point: 2 is out of range"},
-        {space, kExact, [](O& o) { o.precision = 2; }, "options: hw_options.precision: 2 is out of range"},
-        {space, kExact, [](O& o) { o.icc_version = 3; }, "options: hw_options.icc_version: 3 is not a version"},
-        {space, kExact, [](O& o) { o.icc_version = 4; }, ""},
-        {space, kExact, [](O& o) { o.reserved = 1; }, "options: hw_options.reserved: is not 0"},
-        {space, kExact, [](O& o) { o.lightness = -100.01; }, "options: hw_options.lightness: is out of range"},
-        {space, kExact, [](O& o) { o.lightness = -100; }, ""},
-        {space, kExact, [](O& o) { o.chroma = 100.01; }, "options: hw_options.chroma: is out of range"},
-        {space, kExact, [](O& o) { o.chroma = 100; }, ""},
-        {space, kExact, [](O& o) { o.hue = NAN; }, "options: hw_options.hue: is out of range; use -360 to 360"},
-        {space, kExact, [](O& o) { o.hue = 360; }, ""},
-        {space, kExact, [](O& o) { o.accept_error = 1; }, "options: hw_options.accept_error: is for the library's"},
-        {space, kLibrary, [](O& o) { o.accept_error = 100.01; },
-         "options: hw_options.accept_error: is out of range; use 0 to 100"},
-        {space, kLibrary, [](O& o) { o.accept_error = 100; }, ""},
-        {space, kLibrary, [](O& o) { o.accept_error = 0.001; },
-         "precision: source: is converted wrongly by the library: CIEDE2000 is above"},
-        {space, kLibrary, [](O& o) { o.black_point = 1; }, "options: hw_options.black_point: does"},
-        {space, kLibrary, [](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: does"},
-        {space, kLibrary, [](O& o) { o.samples = HW_SAMPLES_FLOAT; },
-         "precision: hw_options.samples: the library's precision has samples of 8 and 16 bits, not in floating "
-         "point; "},
-        {p3, kLibrary, [](O&) {}, "precision: display-p3: is a target that the library's"},
-        {device, kLibrary, [](O&) {}, "precision: target: is a target that the library's"},
-        {adobe, kLibrary, [](O& o) { o.curves = falling.data(); },
-         "precision: hw_options.curves: do not go with the target adobe-rgb"},
-        {space, kExact, [](O& o) { o.curves = falling.data(); }, "curves: hw_options.curves: no profile can describe"},
-        {device, kExact, [](O& o) { o.curves = falling.data(); },
-         "options: hw_options.curves: do not go with a profile"},
-        {device, kExact, [](O& o) { o.icc_version = 2; },
-         "options: hw_options.icc_version: does not go with a profile"}};
+        {[](O& o) { o.size -= 1; }, "options: hw_options.size: is too small"},
+        {[](O& o) { o.samples = 3; }, "options: hw_options.samples: 3 is out of range"},
+        {[](O& o) { o.samples = -1; }, "options: hw_options.samples: -1 is out of range"},
+        {[](O& o) { o.intent = 4; }, "options: hw_options.intent: 4 is out of range"},
+        {[](O& o) { o.intent = 3, o.icc_version = 4, o.lightness = -100, o.chroma = 100, o.hue = 360; }, ""},
+        {[](O& o) { o.black_point = 2; }, "options: hw_options.black_point: 2 is out of range"},
+        {[](O& o) { o.precision = 2; }, "options: hw_options.precision: 2 is out of range"},
+        {[](O& o) { o.icc_version = 3; }, "options: hw_options.icc_version: 3 is not a version"},
+        {[](O& o) { o.reserved = 1; }, "options: hw_options.reserved: is not 0"},
+        {[](O& o) { o.lightness = -100.01; }, "options: hw_options.lightness: is out of range"},
+        {[](O& o) { o.chroma = 100.01; }, "options: hw_options.chroma: is out of range"},
+        {[](O& o) { o.hue = NAN; }, "options: hw_options.hue: is out of range; use -360 to 360"},
+        {[](O& o) { o.accept_error = 1; }, "options: hw_options.accept_error: is for the library's"},
+        {[](O& o) { o.accept_error = 100.01; }, "options: hw_options.accept_error: is out of range; use 0 to 100",
+         kLibrary},
+        {[](O& o) { o.accept_error = 100; }, "", kLibrary},
+        {[](O& o) { o.accept_error = 0.001; },
+         "precision: source: is converted wrongly by the library: CIEDE2000 is above", kLibrary},
+        {[](O& o) { o.black_point = 1; }, "options: hw_options.black_point: does", kLibrary},
+        {[](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: does", kLibrary},
+        {[](O& o) { o.samples = HW_SAMPLES_FLOAT; },
+         "precision: hw_options.samples: the library's precision has samples of 8 and 16 bits, not in floating point; ",
+         kLibrary},
+        {[](O&) {}, "precision: display-p3: is a target that the library's", kLibrary, &p3},
+        {[](O&) {}, "precision: target: is a target that the library's", kLibrary, &device},
+        {[](O& o) { o.curves = falling.data(); }, "precision: hw_options.curves: do not go with the target adobe-rgb",
+         kLibrary, &adobe},
+        {[](O& o) { o.curves = falling.data(); }, "curves: hw_options.curves: no profile can describe"},
+        {[](O& o) { o.curves = falling.data(); }, "options: hw_options.curves: do not go with a profile", kExact,
+         &device},
+        {[](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: does not go with a profile", kExact,
+         &device}};
     for (const auto& c : cases) {
         hw_options options = HW_OPTIONS_INIT;
         options.precision = c.precision;
         c.set(options);
+        const ApiProfile& target = c.target == nullptr ? space : *c.target;
         if (c.expected.empty()) {
-            EXPECT_NE(MakeHandle(source, c.target, options), nullptr);
+            EXPECT_NO_THROW(ApiTransform(source, target, options));
         } else {
-            EXPECT_THAT(FailureOf(&source, &c.target, &options), testing::StartsWith(c.expected));
+            const hw_profile from = source.get(), to = target.get();
+            EXPECT_THAT(FailureOf(&from, &to, &options), testing::StartsWith(c.expected));
         }
     }
     // With the library's precision, falling curves are possible; there is no profile of them.
     hw_options options = HW_OPTIONS_INIT;
     options.precision = kLibrary, options.accept_error = 100, options.curves = falling.data();
     std::size_t size = 1;
-    EXPECT_EQ(hw_transform_profile(MakeHandle(source, space, options).get(), &size), nullptr);
+    EXPECT_EQ(hw_transform_profile(ApiTransform(source, space, options).get(), &size), nullptr);
     EXPECT_EQ(size, 0U);
 }
 
@@ -151,7 +156,7 @@ TEST(TransformApiTest, OptionsAndInfoOfALaterVersionAreUnderstoodIfTheirNewField
     } info;
     options.now.size = sizeof options, info.now.size = sizeof info;
     const hw_profile srgb = SpaceOf("sRGB IEC61966-2.1");
-    const TransformHandle transform = MakeHandle(srgb, srgb, options.now);
+    const ApiTransform transform(ApiProfile::OfSpace(srgb.space), ApiProfile::OfSpace(srgb.space), options.now);
     EXPECT_EQ(hw_transform_info(transform.get(), &info.now), HW_OK);
     EXPECT_EQ(info.later, 0);
     EXPECT_EQ(info.now.size, sizeof info);
@@ -166,7 +171,7 @@ TEST(TransformApiTest, OptionsAndInfoOfALaterVersionAreUnderstoodIfTheirNewField
 }
 
 TEST(TransformApiFailure, OfALayoutTouchesNothing) {
-    const TransformHandle transform = MakeHandle(SpaceOf("srgb"), SpaceOf("srgb-linear"));
+    const ApiTransform transform(ApiProfile::OfSpace("srgb"), ApiProfile::OfSpace("srgb-linear"));
     constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max(), kHalf = kMost / 2;
     constexpr auto kLeast = std::numeric_limits<std::ptrdiff_t>::min();
     Bytes memory(200, 100);

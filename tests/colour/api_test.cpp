@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The shared library of transforms: equality with the command and with colour::Transform, and every failure.
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <map>
 
 #include "abi/Library.h"
-#include "colour/Api.h"
 #include "colour/Judge.h"
 #include "colour/Profiles.h"
-#include "colour/profile/Target.h"
 #include "hueweave/transform.hpp"
 #include "support/Matchers.h"
 #include "support/MiniTiff.h"
@@ -21,6 +18,8 @@ namespace {
 
 using testing::Each;
 using testing::HasSubstr;
+using ApiProfile = hueweave::Profile;
+using ApiTransform = hueweave::Transform;
 
 /// Options of the command and of the library that mean the same.
 struct Pair {
@@ -58,12 +57,12 @@ TEST(TransformApiTest, GivesTheSamplesAndTheProfileOfTheCommand) {
              o.precision = HW_PRECISION_LIBRARY, o.lightness = 2.5, o.accept_error = 7, o.curves = curves.data();
          }}};
     const Words colours = SampleColours();
+    const auto* const samples = reinterpret_cast<const unsigned char*>(colours.data());
+    const auto count = static_cast<std::uint32_t>(colours.size() / 3);
     for (const Pair& pair : pairs) {
         for (const unsigned bits : {8U, 16U}) {
             SCOPED_TRACE(testing::Message() << pair.words << ", " << bits);
-            Bytes pixels = AsBytes(colours.data(), colours.size() * 2);
-            pixels.resize(pixels.size() / 6 * bits / 8 * 3);
-            const auto count = static_cast<std::uint32_t>(pixels.size() / (bits / 8) / 3);
+            const Bytes pixels(samples, samples + colours.size() * bits / 8);
             WriteFile(dir.File("in.tif"), MiniTiff{count, 1, 3, bits, pixels, {}}.Build());
             OutputOfTool("cd '" + dir.Path() + "' && '" HUEWEAVE_COMMAND "' convert -q --force in.tif -o out.tif " +
                          "--profile scanner.icc " + pair.words);
@@ -72,52 +71,67 @@ TEST(TransformApiTest, GivesTheSamplesAndTheProfileOfTheCommand) {
             hw_options options = HW_OPTIONS_INIT;
             options.samples = bits == 8 ? HW_SAMPLES_UINT8 : HW_SAMPLES_UINT16;
             pair.set(options);
-            const TransformHandle transform = MakeHandle(PathOf(dir.File("scanner.icc")), SpaceOf(pair.space), options);
+            const ApiTransform transform(ApiProfile::FromFile(dir.File("scanner.icc")), ApiProfile::OfSpace(pair.space),
+                                         options);
             Bytes converted(pixels.size());
             ASSERT_EQ(hw_convert(transform.get(), pixels.data(), converted.data(), count), HW_OK);
             EXPECT_THAT(converted, EqualsBytes(output.Find(273)->data.value()));
-            EXPECT_THAT(OutputProfileOf(transform), EqualsBytes(output.Find(34675)->data.value()));
+            EXPECT_THAT(transform.OutputProfile(), EqualsBytes(output.Find(34675)->data.value()));
         }
     }
 }
 
 /// A profile for each way to sRGB.
 const std::map<std::string, Bytes>& ProfilesByWay() {
-    static const std::map<std::string, Bytes> all{
-        {"copy", *colour::MakeTargetProfile(*colour::FindSpace("srgb"), {}, 4)},
-        {"matrix", MatrixProfile(kGamut2020, GammaBlock(1.8))},
-        {"direct", TableProfile({})},
-        {"pixel by pixel", FloatProfile(false)}};
+    static const std::map<std::string, Bytes> all{{"copy", SpaceProfile("srgb")},
+                                                  {"matrix", MatrixProfile(kGamut2020, GammaBlock(1.8))},
+                                                  {"direct", TableProfile({})},
+                                                  {"pixel by pixel", FloatProfile(false)}};
     return all;
 }
 
-TEST(TransformApiTest, EveryWayIsThatOfTheTransformAtAnyAddressWithExtraSamples) {
+/// Compared with the transform that converts pixel by pixel. The bytes beside the image stay.
+TEST(TransformApiTest, EveryWayConvertsRunsOfAnyLengthAtAnyAddressWithExtraSamples) {
     const Bytes& target = ProfilesByWay().at("copy");
-    const Words words = SampleColours();
+    Lcg random(5);
+    Bytes bytes(4 * 6 * 1000);
+    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random.Next());
     for (const auto& [way, source] : ProfilesByWay()) {
-        SCOPED_TRACE(way);
         const Transform expected(source, target, {});
-        hw_options options = HW_OPTIONS_INIT;
-        options.samples = HW_SAMPLES_UINT16;
-        const TransformHandle transform = MakeHandle(DataOf(source), DataOf(target), options);
-        const hw_info info = InfoOf(transform);
-        EXPECT_EQ(info.way, way);
-        EXPECT_EQ(info.reason, expected.reason());
-        EXPECT_EQ(info.samples, HW_SAMPLES_UINT16);
-        EXPECT_EQ(info.error_colours, expected.error().colours);
-        EXPECT_EQ(info.error_mean, expected.error().mean);
-        EXPECT_EQ(info.error_p999, expected.error().p999);
-        EXPECT_EQ(info.error_largest, expected.error().largest);
-        // Read as pixels of five channels, at odd addresses, in place and elsewhere.
-        const hw_layout layout{words.size() / 5, 1, 5, 0, 0};
-        Words wanted(layout.width * 5);
-        expected.Convert(words.data(), wanted.data(), layout.width, 5);
-        Bytes from(wanted.size() * 2 + 1), to(from.size());
-        std::memcpy(&from[1], words.data(), wanted.size() * 2);
-        ASSERT_EQ(hw_convert_image(transform.get(), &from[1], &to[1], &layout), HW_OK);
-        EXPECT_THAT(AsBytes(&to[1], to.size() - 1), EqualsBytes(AsBytes(wanted.data(), wanted.size() * 2)));
-        ASSERT_EQ(hw_convert_image(transform.get(), &from[1], &from[1], &layout), HW_OK);
-        EXPECT_TRUE(from == to);
+        for (const std::int32_t type : {HW_SAMPLES_UINT8, HW_SAMPLES_UINT16, HW_SAMPLES_FLOAT}) {
+            hw_options options = HW_OPTIONS_INIT;
+            options.samples = type;
+            const ApiTransform transform(ApiProfile::FromMemory(source), ApiProfile::FromMemory(target), options);
+            const hw_info info = transform.Info();
+            EXPECT_EQ(info.way, way);
+            EXPECT_EQ(info.reason, expected.reason());
+            EXPECT_EQ(info.samples, type);
+            EXPECT_EQ(info.error_colours, expected.error().colours);
+            EXPECT_EQ(info.error_mean, expected.error().mean);
+            EXPECT_EQ(info.error_p999, expected.error().p999);
+            EXPECT_EQ(info.error_largest, expected.error().largest);
+            const unsigned bits = 8U << type;
+            for (const std::size_t samples : {3U, 4U, 5U, 6U}) {
+                const std::size_t pixel = samples * bits / 8;
+                Bytes single = bytes;
+                for (std::size_t at = 0; at < 1000 * pixel; at += pixel) expected.Convert(&single[at], bits, 1);
+                for (const std::size_t pixels : {1U, 2U, 7U, 8U, 9U, 33U, 255U, 256U, 257U, 1000U}) {
+                    if (pixels > 33 && samples > 4) continue;
+                    for (const std::size_t shift : {0U, 1U, 2U, 3U}) {
+                        SCOPED_TRACE(testing::Message() << way << ", " << bits << " bits, " << samples << " samples, "
+                                                        << pixels << " pixels, shift " << shift);
+                        Bytes from(pixels * pixel + 8, 0xa5), wanted = from, to = from;
+                        std::copy_n(bytes.begin(), pixels * pixel, &from[shift]);
+                        std::copy_n(single.begin(), pixels * pixel, &wanted[shift]);
+                        const hw_layout layout{pixels, 1, samples, 0, 0};
+                        ASSERT_EQ(hw_convert_image(transform.get(), &from[shift], &to[shift], &layout), HW_OK);
+                        EXPECT_THAT(to, EqualsBytes(wanted));
+                        ASSERT_EQ(hw_convert_image(transform.get(), &from[shift], &from[shift], &layout), HW_OK);
+                        EXPECT_THAT(from, EqualsBytes(wanted));
+                    }
+                }
+            }
+        }
     }
 }
 
@@ -126,7 +140,8 @@ std::vector<double> TruthFor(const Bytes& source, const Bytes& target, const std
     const judge::Truth truth = TruthOf(source, target, {});
     std::vector<double> all;
     for (std::size_t i = 0; i < colours.size(); i += 3) {
-        for (const double value : truth.Of({colours[i], colours[i + 1], colours[i + 2]})) all.push_back(value);
+        const judge::Rgb rgb = truth.Of({colours[i], colours[i + 1], colours[i + 2]});
+        all.insert(all.end(), rgb.begin(), rgb.end());
     }
     return all;
 }
@@ -142,8 +157,7 @@ TEST(TransformApiTest, FloatsAreConvertedWithoutRoundingAndClamped) {
         SCOPED_TRACE(way);
         hw_options options = HW_OPTIONS_INIT;
         options.samples = HW_SAMPLES_FLOAT;
-        const hueweave::Transform transform(hueweave::Profile::FromMemory(source),
-                                            hueweave::Profile::FromMemory(target), options);
+        const ApiTransform transform(ApiProfile::FromMemory(source), ApiProfile::FromMemory(target), options);
         const std::vector<double> truth = TruthFor(source, target, colours);
         std::vector<float> samples(colours.begin(), colours.end());
         transform.Convert(samples, samples);
@@ -151,40 +165,40 @@ TEST(TransformApiTest, FloatsAreConvertedWithoutRoundingAndClamped) {
         for (std::size_t i = 0; i < samples.size(); ++i) sum += std::abs(samples[i] - truth[i]);
         EXPECT_LT(sum / static_cast<double>(samples.size()), 1.0 / 65535);
         // Black and white are exactly those of Little CMS.
-        std::vector<float> ends{0, 0, 0, 1, 1, 1}, wanted;
-        for (const double end : TruthFor(source, target, {0, 0, 0, 1, 1, 1})) wanted.push_back(static_cast<float>(end));
+        std::vector<float> ends{0, 0, 0, 1, 1, 1};
+        const std::vector<double> wanted = TruthFor(source, target, {ends.begin(), ends.end()});
         transform.Convert(ends, ends);
-        EXPECT_EQ(ends, wanted);
+        EXPECT_EQ(ends, std::vector<float>(wanted.begin(), wanted.end()));
         // Two values within a step of 16 bits are not the same.
-        std::vector<float> pair{0.5F, 0.5F, 0.5F, 0.500003F, 0.500003F, 0.500003F}, outside = beyond, inside = within;
+        std::vector<float> pair{0.5F, 0.5F, 0.5F, 0.500003F, 0.500003F, 0.500003F}, outside(12), inside(12);
         transform.Convert(pair, pair);
         EXPECT_LT(pair[0], pair[3]);
         EXPECT_LT(pair[3] - pair[0], 1.0F / 65535);
-        transform.Convert(outside, outside);
-        transform.Convert(inside, inside);
+        transform.Convert(beyond, outside);
+        transform.Convert(within, inside);
         EXPECT_EQ(outside, inside);
         EXPECT_THAT(outside, Each(testing::AllOf(testing::Ge(0.0F), testing::Le(1.0F))));
     }
 }
 
 TEST(TransformApiTest, AnyProfileOfTheTargetSpaceIsCopied) {
-    const auto profile = [](std::int32_t precision, std::int32_t version) {
-        hw_options options = HW_OPTIONS_INIT;
-        options.precision = precision, options.icc_version = version, options.accept_error = precision == 1 ? 100 : 0;
-        return OutputProfileOf(MakeHandle(SpaceOf("srgb"), SpaceOf("apple-rgb-g18"), options));
-    };
+    const ApiProfile srgb = ApiProfile::OfSpace("srgb"), target = ApiProfile::OfSpace("apple-rgb-g18");
+    hw_options byLibrary = HW_OPTIONS_INIT;
+    byLibrary.precision = HW_PRECISION_LIBRARY, byLibrary.accept_error = 100;
     for (const std::int32_t version : {2, 4}) {
         hw_options options = HW_OPTIONS_INIT;
         options.icc_version = version;
-        for (const Bytes& source : {profile(HW_PRECISION_LIBRARY, 0), profile(HW_PRECISION_EXACT, version)}) {
-            EXPECT_STREQ(InfoOf(MakeHandle(DataOf(source), SpaceOf("apple-rgb-g18"), options)).way, "copy");
+        for (const hw_options& first : {byLibrary, options}) {
+            const ApiTransform made(srgb, target, first);
+            const ApiTransform second(ApiProfile::FromMemory(made.OutputProfile()), target, options);
+            EXPECT_STREQ(second.Info().way, "copy");
         }
     }
 }
 
 /// Images of 2 x 3 pixels of four channels, compared with their single pixels. The bytes beside them stay.
 TEST(TransformApiTest, RowsMayHaveStridesAndLieBetweenThoseOfTheDestination) {
-    const TransformHandle transform = MakeHandle(SpaceOf("srgb"), SpaceOf("srgb-linear"));
+    const ApiTransform transform(ApiProfile::OfSpace("srgb"), ApiProfile::OfSpace("srgb-linear"));
     Bytes memory(96);
     for (std::size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<unsigned char>(i * 37);
     const struct {
@@ -218,15 +232,13 @@ TEST(TransformApiTest, WrapperThrowsWhatTheLibraryReturns) {
         }
         return std::string();
     };
-    const auto make = [](const char* name) {
-        hueweave::Transform(hueweave::Profile::OfSpace(name), hueweave::Profile::OfSpace("srgb"));
-    };
-    EXPECT_THAT(failure([&] { make("none"); }), testing::StartsWith("space: none: is not a colour space"));
-    EXPECT_THAT(
-        failure([] { hueweave::Transform(hueweave::Profile::FromMemory({}), hueweave::Profile::OfSpace("srgb")); }),
-        testing::StartsWith("profile: source: is not a readable ICC profile"));
-    hueweave::Transform first(hueweave::Profile::OfSpace("srgb"), hueweave::Profile::OfSpace("srgb-linear"));
-    const hueweave::Transform transform = std::move(first);
+    const ApiProfile srgb = ApiProfile::OfSpace("srgb");
+    EXPECT_THAT(failure([&] { ApiTransform(ApiProfile::OfSpace("none"), srgb); }),
+                testing::StartsWith("space: none: is not a colour space"));
+    EXPECT_THAT(failure([&] { ApiTransform(ApiProfile::FromMemory({}), srgb); }),
+                testing::StartsWith("profile: source: is not a readable ICC profile"));
+    ApiTransform first(srgb, ApiProfile::OfSpace("srgb-linear"));
+    const ApiTransform transform = std::move(first);
     Bytes bytes{0, 128, 255}, pixel(3), half(2);
     Words words(3);
     EXPECT_THAT(failure([&] { transform.Convert(words, words); }), HasSubstr("another type of samples"));

@@ -2,8 +2,8 @@
 // Transforms of the shared library with several threads; ThreadSanitizer runs it, too.
 #include <thread>
 
-#include "colour/Api.h"
 #include "colour/Profiles.h"
+#include "hueweave/transform.hpp"
 
 namespace hueweave::test {
 namespace {
@@ -19,14 +19,15 @@ TEST(TransformApiThreads, ShareTransformsAndMakeTheirOwn) {
         options.samples = n % 2 == 0 ? HW_SAMPLES_UINT8 : HW_SAMPLES_UINT16;
         options.precision = n == 8 ? HW_PRECISION_LIBRARY : HW_PRECISION_EXACT;
         options.accept_error = n == 8 ? 100 : 0;
-        return MakeHandle(DataOf(devices[n / 2 % 4]), SpaceOf(n == 8 ? "adobe-rgb" : "srgb"), options);
+        return hueweave::Transform(hueweave::Profile::FromMemory(devices[n / 2 % 4]),
+                                   hueweave::Profile::OfSpace(n == 8 ? "adobe-rgb" : "srgb"), options);
     };
-    const auto convert = [&](const TransformHandle& transform) {
+    const auto convert = [&](const hueweave::Transform& transform) {
         Bytes converted = pixels;
         EXPECT_EQ(hw_convert(transform.get(), pixels.data(), converted.data(), pixels.size() / 6), HW_OK);
         return converted;
     };
-    std::vector<TransformHandle> shared;
+    std::vector<hueweave::Transform> shared;
     std::vector<Bytes> alone;
     for (std::size_t n = 0; n < kAll; ++n) {
         shared.push_back(make(n));

@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Every kind of profile compared with Little CMS in doubles: the kind of conversion, its error, and what is reported
 // about it.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <numeric>
 #include <ostream>
 #include <stdexcept>
 
+#include "colour/ExactConverter.h"
 #include "colour/Judge.h"
 #include "colour/Profiles.h"
-#include "colour/base/ProfileError.h"
 #include "colour/judge/Compare.h"
 #include "colour/profile/OutputProfile.h"
-#include "colour/profile/Target.h"
 #include "support/Matchers.h"
 #include "support/ProfileBuilder.h"
 
@@ -43,10 +39,8 @@ const Bytes& Device(const std::string& name) {
         all["old-screen"] = MatrixProfile(kGamutAdobe, GammaBlock(2.2), 2, cmsSigDisplayClass);
         all["formula"] = MatrixProfile(kGamutP3, SrgbFormula(), 4);
         for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc", "wide.icc"}) all[file] = ArgyllProfile(file);
-        for (const char* space : {"srgb", "adobe-rgb", "prophoto"}) {
-            all[space] = *colour::MakeTargetProfile(*colour::FindSpace(space), {}, 4);
-        }
-        all["srgb-2"] = *colour::MakeTargetProfile(*colour::FindSpace("srgb"), {}, 2);
+        for (const char* space : {"srgb", "adobe-rgb", "prophoto"}) all[space] = SpaceProfile(space);
+        all["srgb-2"] = SpaceProfile("srgb", 2);
         return all;
     }();
     return made.at(name);
@@ -151,11 +145,9 @@ TEST(WaysTest, GridsOfMoreThan129PointsAreLeftToLittleCms) {
         ByteWriter block;
         block.Text("mft1").Big32(0).Append(Bytes{3, 3, points, 0});
         for (unsigned i = 0; i < 9; ++i) block.Big32(i % 4 == 0 ? 0x10000 : 0);
-        Bytes ramp(256);
-        std::iota(ramp.begin(), ramp.end(), static_cast<unsigned char>(0));
-        for (int c = 0; c < 3; ++c) block.Append(ramp);
-        block.Append(Bytes(std::size_t{3} * points * points * points, 128));
-        for (int c = 0; c < 3; ++c) block.Append(ramp);
+        for (unsigned i = 0; i < 3 * 256; ++i) block.U8(i);
+        block.Fill(std::size_t{3} * points * points * points, 128);
+        for (unsigned i = 0; i < 3 * 256; ++i) block.U8(i);
         return ProfileBuilder().Raw("A2B0", block.Done()).Build();
     };
     EXPECT_EQ(Transform(make(129), LcmsSrgb(), {}).way(), Way::Direct);
@@ -173,6 +165,32 @@ TEST(WaysTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
         EXPECT_LE(bytes.most, 1);
         EXPECT_GE(bytes.equal, 0.99);
     }
+}
+
+TEST(WaysTest, ATransformOutlivesItsProfilesAndMoves) {
+    Bytes profile = Device("mft2");
+    Transform first(profile, LcmsSrgb(), {});
+    const Words wanted = Converted(first, SampleColours());
+    std::fill(profile.begin(), profile.end(), static_cast<unsigned char>(0));
+    Transform second = std::move(first);
+    EXPECT_THAT(Converted(second, SampleColours()), EqualTo(wanted));
+    first = std::move(second);
+    EXPECT_THAT(Converted(first, SampleColours()), EqualTo(wanted));
+}
+
+TEST(WaysTest, AConverterOfADepthConvertsLikeItsTransform) {
+    const auto shared = std::make_shared<const Transform>(Device("mft2"), LcmsSrgb(), TransformOptions{});
+    const auto check = [&](unsigned bits, auto samples) {
+        const colour::ExactConverter converter(shared, bits);
+        EXPECT_EQ(converter.bits(), bits);
+        EXPECT_EQ(converter.range().low[1], 0);
+        EXPECT_EQ(converter.range().high[2], (1 << bits) - 1);
+        const auto wanted = Converted(*shared, samples);
+        converter.Convert(reinterpret_cast<unsigned char*>(samples.data()), samples.size() / 3);
+        EXPECT_THAT(samples, EqualTo(wanted));
+    };
+    check(8, HighBytes(SampleColours()));
+    check(16, SampleColours());
 }
 
 TEST(WaysTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
@@ -215,12 +233,13 @@ TEST(WaysTest, OffsetsChangeLightnessChromaAndHueAndNothingElse) {
     // The second is nearly neutral: the offset of C* applies to it with a weight of a twentieth of its chroma.
     const Words colours[] = {
         {40000, 30000, 20000}, {31000, 30000, 29500}, {20000, 30000, 34000}, {30000, 30000, 30000}};
-    const Bytes linear = MatrixProfile(kGamutSrgb, SrgbFormula());
+    const Bytes source = MatrixProfile(kGamutSrgb, SrgbFormula());
+    EXPECT_EQ(Transform(source, Device("srgb"), {kRelative}).way(), Way::Copy);
     for (const Vector& offset : {Vector{5, 0, 0}, Vector{-7, 0, 0}, Vector{0, 6, 0}, Vector{0, -4, 0}, Vector{0, 0, 30},
                                  Vector{0, 0, -340}, Vector{3, 4, 20}}) {
-        const Transform transform(linear, Device("srgb"),
+        const Transform transform(source, Device("srgb"),
                                   {kRelative, BlackPoint::Auto, offset[0], offset[1], offset[2]});
-        EXPECT_NE(transform.way(), Way::Copy);
+        EXPECT_EQ(transform.way(), Way::Matrix);
         for (const Words& colour : colours) {
             const Vector before = LchOf(colour), after = LchOf(Converted(transform, colour));
             const double chroma = before[1] + offset[1] * std::min(before[1] / 20, 1.0);
@@ -231,7 +250,7 @@ TEST(WaysTest, OffsetsChangeLightnessChromaAndHueAndNothingElse) {
         }
     }
     const auto only = [&](double lightness, double chroma) {
-        return Transform(linear, Device("srgb"), {kRelative, BlackPoint::Auto, lightness, chroma, 0});
+        return Transform(source, Device("srgb"), {kRelative, BlackPoint::Auto, lightness, chroma, 0});
     };
     EXPECT_THAT(Converted(only(100, 0), Words{20000, 20000, 20000}), testing::Each(65535));
     EXPECT_THAT(Converted(only(-100, 0), Words{60000, 60000, 60000}), testing::Each(0));
@@ -244,24 +263,18 @@ Way WayBetween(const Bytes& source, const Bytes& target, const TransformOptions&
     return Transform(source, target, options).way();
 }
 
-Bytes TargetOf(const colour::Space& space, int version = 4) { return *colour::MakeTargetProfile(space, {}, version); }
-Bytes SrgbTarget(int version = 4) { return TargetOf(*colour::FindSpace("srgb"), version); }
-
-/// The sRGB curve as a table.
-Bytes SrgbTable(std::size_t entries) {
+/// The sRGB curve as a table, of which some entries near black are 0.
+Bytes SrgbTable(int entries, int zeros = 0) {
     std::vector<double> light;
-    for (std::size_t i = 0; i < entries; ++i) {
-        light.push_back(SrgbLight(static_cast<double>(i) / static_cast<double>(entries - 1)));
-    }
+    for (int i = 0; i < entries; ++i) light.push_back(i < zeros ? 0 : SrgbLight(i / (entries - 1.0)));
     return TableBlock(light);
 }
 
 TEST(WaysTest, BlackAndWhiteAreTheTruthToTheLastBit) {
     for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc"}) {
-        for (const Bytes& target : {TargetOf(*colour::FindSpace("srgb")), TargetOf(*colour::FindSpace("adobe-rgb")),
-                                    TableProfile({.target = true})}) {
-            const TransformOptions options{RenderingIntent::AbsoluteColorimetric};
-            const Bytes source = ArgyllProfile(file);
+        for (const Bytes& target : {Device("srgb"), Device("adobe-rgb"), Device("printer-2")}) {
+            const TransformOptions options{kAbsolute};
+            const Bytes& source = Device(file);
             const Transform transform(source, target, options);
             const judge::Truth truth = TruthOf(source, target, options);
             const auto check = [&](const auto& ends, double top) {
@@ -277,7 +290,7 @@ TEST(WaysTest, BlackAndWhiteAreTheTruthToTheLastBit) {
 }
 
 TEST(CopyTest, AProfileAndItselfAreCopied) {
-    for (const Bytes& profile : {TableProfile({.target = true}), ArgyllProfile("wide.icc"), LcmsSrgb()}) {
+    for (const Bytes& profile : {Device("printer-2"), Device("wide.icc"), LcmsSrgb()}) {
         for (const int intent : {0, 1, 2, 3}) {
             const Transform transform(profile, profile, {static_cast<RenderingIntent>(intent)});
             EXPECT_EQ(WayName(transform.way()), "copy");
@@ -293,49 +306,42 @@ TEST(CopyTest, OtherProgramsSrgbIsCopied) {
     const Bytes kSources[] = {LcmsSrgb(), ArgyllProfile("screen.icc"), MatrixProfile(kGamutSrgb, SrgbFormula(), 4),
                               MatrixProfile(kGamutSrgb, SrgbTable(1024)), MatrixProfile(kGamutSrgb, SrgbTable(4096))};
     for (const Bytes& source : kSources) {
-        EXPECT_EQ(WayBetween(source, SrgbTarget()), Way::Copy) << "source " << &source - kSources;
-        EXPECT_EQ(WayBetween(source, SrgbTarget(2)), Way::Copy) << "source " << &source - kSources;
-        EXPECT_EQ(WayBetween(SrgbTarget(), source, {RenderingIntent::RelativeColorimetric}), Way::Copy);
+        EXPECT_EQ(WayBetween(source, Device("srgb")), Way::Copy) << "source " << &source - kSources;
+        EXPECT_EQ(WayBetween(source, Device("srgb-2")), Way::Copy) << "source " << &source - kSources;
+        EXPECT_EQ(WayBetween(Device("srgb"), source, {kRelative}), Way::Copy);
     }
 }
 
 TEST(CopyTest, ASecondPassOverAnyOutputChangesNothing) {
     for (const colour::Space& space : colour::Spaces()) {
-        for (const auto intent : {RenderingIntent::Perceptual, RenderingIntent::AbsoluteColorimetric}) {
-            // Version 2 rounds the exponent 1 / 0.5556 to a multiple of 1 / 256, which is a different curve.
-            if (space.tone == colour::Tone::Gamma18) continue;
-            EXPECT_EQ(WayBetween(TargetOf(space, 2), TargetOf(space, 4), {intent}), Way::Copy) << space.name;
-            EXPECT_EQ(WayBetween(TargetOf(space, 4), TargetOf(space, 2), {intent}), Way::Copy) << space.name;
+        // Version 2 rounds the exponent 1 / 0.5556 to a multiple of 1 / 256, which is a different curve.
+        if (space.tone == colour::Tone::Gamma18) continue;
+        const Bytes second = SpaceProfile(space.name, 2), fourth = SpaceProfile(space.name, 4);
+        for (const auto intent : {kPerceptual, kAbsolute}) {
+            EXPECT_EQ(WayBetween(second, fourth, {intent}), Way::Copy) << space.name;
+            EXPECT_EQ(WayBetween(fourth, second, {intent}), Way::Copy) << space.name;
         }
     }
 }
 
 TEST(CopyTest, OtherColoursAreConverted) {
     const auto srgb = [](const Bytes& curve) { return MatrixProfile(kGamutSrgb, curve); };
-    EXPECT_EQ(WayBetween(MatrixProfile(kGamutP3, SrgbFormula(), 4), SrgbTarget()), Way::Matrix);
-    EXPECT_EQ(WayBetween(srgb(GammaBlock(2.2)), SrgbTarget()), Way::Matrix);
     EXPECT_EQ(WayBetween(srgb(GammaBlock(2.19921875)), srgb(GammaBlock(2.203125))), Way::Matrix);
-    // Colorants rounded to four decimals, and red and green whose x differs by 0.001 from the standard.
-    EXPECT_EQ(WayBetween(colour::MakeOutputProfile(*colour::FindSpace("srgb"), colour::Colorants::Engine, {}, ""),
-                         SrgbTarget()),
-              Way::Matrix);
+    // Red and green whose x differs by 0.001 from the standard.
     Gamut other = kGamutSrgb;
     other.red[0] += 0.001;
     other.green[0] += 0.001;
-    EXPECT_EQ(WayBetween(MatrixProfile(other, SrgbFormula(), 4), SrgbTarget()), Way::Matrix);
-    EXPECT_EQ(WayBetween(TargetOf(*colour::FindSpace("srgb-linear")), SrgbTarget()), Way::Matrix);
-    // A step of the curve near black, which many tables omit.
-    std::vector<double> step;
-    for (int i = 0; i < 1024; ++i) step.push_back(i < 8 ? 0 : SrgbLight(i / 1023.0));
-    EXPECT_EQ(WayBetween(srgb(TableBlock(step)), SrgbTarget()), Way::Matrix);
-    EXPECT_EQ(WayBetween(TableProfile({}), TableProfile({.target = true})), Way::Direct);
-}
-
-TEST(CopyTest, OffsetsAreNotCopied) {
-    for (const Vector& v : {Vector{1, 0, 0}, Vector{0, 1, 0}, Vector{0, 0, 1}}) {
-        EXPECT_EQ(WayBetween(SrgbTarget(), SrgbTarget(), {RenderingIntent::Perceptual, {}, v[0], v[1], v[2]}),
-                  Way::Matrix);
+    const Bytes sources[] = {MatrixProfile(kGamutP3, SrgbFormula(), 4), srgb(GammaBlock(2.2)),
+                             MatrixProfile(other, SrgbFormula(), 4),
+                             // Colorants rounded to four decimals.
+                             colour::MakeOutputProfile(*colour::FindSpace("srgb"), colour::Colorants::Engine, {}, ""),
+                             SpaceProfile("srgb-linear"),
+                             // A step of the curve near black, which many tables omit.
+                             srgb(SrgbTable(1024, 8))};
+    for (const Bytes& source : sources) {
+        EXPECT_EQ(WayBetween(source, Device("srgb")), Way::Matrix) << "source " << &source - sources;
     }
+    EXPECT_EQ(WayBetween(Device("mft2"), Device("printer-2")), Way::Direct);
 }
 
 TEST(CopyTest, AnotherWhiteCountsForTheAbsoluteIntentAlone) {
@@ -346,8 +352,8 @@ TEST(CopyTest, AnotherWhiteCountsForTheAbsoluteIntentAlone) {
     const auto at = std::search(dim.begin(), dim.end(), white.begin(), white.end());
     ASSERT_NE(at, dim.end());
     std::copy(less.begin(), less.end(), at);
-    EXPECT_EQ(WayBetween(dim, bright, {RenderingIntent::RelativeColorimetric}), Way::Copy);
-    const Transform absolute(dim, bright, {RenderingIntent::AbsoluteColorimetric});
+    EXPECT_EQ(WayBetween(dim, bright, {kRelative}), Way::Copy);
+    const Transform absolute(dim, bright, {kAbsolute});
     EXPECT_EQ(absolute.way(), Way::Matrix);
     // 1.055 * 0.8^(1/2.4) - 0.055
     EXPECT_THAT(Converted(absolute, Bytes{255, 255, 255}), testing::Each(231));

@@ -1,22 +1,12 @@
 // SPDX-License-Identifier: MIT
 // JPEG files made by ImageMagick and libjpeg: the image is that which libjpeg makes of the converted pixels with the
-// same settings, and everything else is as it was.
-#include <cstdio>
-
-#include <jpeglib.h>
-
-#include <filesystem>
-
+// same settings, and everything else is as it was. Grey and CMYK pixels are those of Little CMS in floating point.
 #include "command/support/PngChunks.h"
 #include "command/tiff/kinds/KindTest.h"
-#include "command/tiff/kinds/Rewritten.h"
 #include "jpeg/JpegRewriter.h"
 
 namespace hueweave::test {
 namespace {
-
-using testing::HasSubstr;
-using testing::Not;
 
 using Set = void (*)(jpeg_compress_struct*);
 struct Encoding {
@@ -24,21 +14,23 @@ struct Encoding {
     Set set;
 };
 
-void Sample(jpeg_compress_struct* info, int across, int down) {
-    info->comp_info[0].h_samp_factor = across;
-    info->comp_info[0].v_samp_factor = down;
+/// All colours have as many samples.
+void WithoutSubsampling(jpeg_compress_struct* info) {
+    for (int c = 0; c < info->num_components; ++c) {
+        info->comp_info[c].h_samp_factor = info->comp_info[c].v_samp_factor = 1;
+    }
 }
 
 const Encoding kEncodings[] = {
     {"Usual", [](jpeg_compress_struct* info) { jpeg_set_quality(info, 90, TRUE); }},
     {"OptimisedCodes444",
      [](jpeg_compress_struct* info) {
-         Sample(info, 1, 1);
+         WithoutSubsampling(info);
          info->optimize_coding = TRUE;
      }},
     {"Progressive422WithRestarts",
      [](jpeg_compress_struct* info) {
-         Sample(info, 2, 1);
+         info->comp_info[0].v_samp_factor = 1;
          jpeg_simple_progression(info);
          info->restart_interval = 5;
      }},
@@ -52,6 +44,8 @@ const Encoding kEncodings[] = {
          info->num_scans = 3;
      }},
 };
+
+const std::string kEnd = "\xff\xd9";  ///< the last marker
 
 class JpegTest : public KindTest {
 protected:
@@ -84,9 +78,7 @@ TEST_F(JpegTest, SegmentsStayByteForByteAndInOrder) {
                 Says(0, "its EXIF field ColorSpace stays at AdobeRGB, which no longer applies\n"));
     EXPECT_GE(AttachedSegments(in_).size(), 5U);
     EXPECT_EQ(AttachedSegments(out_), AttachedSegments(in_));
-    EXPECT_TRUE(
-        FileBytes(out_).ends_with("\xff\xd9"
-                                  "bytes behind the image"));
+    EXPECT_TRUE(FileBytes(out_).ends_with(kEnd + "bytes behind the image"));
     const Words tags{"-a", "-u", "-g1", "--icc_profile:all", "--System:all", "--ExifToolVersion"};
     EXPECT_EQ(ExifTool(tags + Words{out_}), ExifTool(tags + Words{in_}));
     EXPECT_THAT(ExifTool({"-ProfileDescription", out_}), HasSubstr("sRGB"));
@@ -125,7 +117,7 @@ TEST_F(JpegTest, OnlyTheProfileChangesWhereTheColoursAreDone) {
     const std::string before = FileBytes(in_), after = FileBytes(out_);
     EXPECT_TRUE(after.ends_with(before.substr(20))) << "after the marker SOI and the segment of JFIF";
     EXPECT_EQ(after.size(), before.size() + 18 + FileBytes(Input("screen.icc")).size());
-    std::filesystem::copy_file(out_, in_, std::filesystem::copy_options::overwrite_existing);
+    WriteBytes(in_, after);
     ASSERT_THAT(ConvertBy(Input("screen.icc"), to + Words{"--no-tag"}), Succeeds());
     EXPECT_EQ(FileBytes(out_), before);
 }
@@ -147,7 +139,7 @@ TEST_F(JpegTest, FurtherImagesAreLeftOutAndOldColoursNoted) {
         EXPECT_THAT(run, Says(0, std::string("in.jpg: its ") + note));
     }
     EXPECT_EQ(FileBytes(out_).find("MPF"), std::string::npos);
-    EXPECT_THAT(FileBytes(out_), testing::EndsWith("\xff\xd9"));
+    EXPECT_THAT(FileBytes(out_), testing::EndsWith(kEnd));
     EXPECT_THAT(ExifTool({"-a", "-G", "-MPF:all", "-Warning", out_}), testing::IsEmpty());
 }
 
@@ -176,10 +168,8 @@ TEST_F(JpegTest, BytesAroundFurtherImagesStay) {
         const std::size_t until = first.size() + ListOfImages(isBig, 0, 0).size() + 6 - 10;
         const std::string list = ListOfImages(isBig, second.size(), until);
         WriteBytes(in_, WithAtStart(first, list) + "before" + second + "behind");
-        std::filesystem::remove(out_);
-        ASSERT_THAT(Convert(), Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
-        EXPECT_THAT(FileBytes(out_), testing::EndsWith("\xff\xd9"
-                                                       "beforebehind"));
+        ASSERT_THAT(Convert({"--force"}), Says(0, "in.jpg: the images after its first one (MPF) are left out\n"));
+        EXPECT_THAT(FileBytes(out_), testing::EndsWith(kEnd + "beforebehind"));
         EXPECT_EQ(FileBytes(out_).find("MPF"), std::string::npos);
     }
 }
@@ -203,8 +193,8 @@ TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
     ExpectEachRefused({
         {bytes.substr(0, bytes.size() - 2), "is truncated: it ends at byte"},
         {bytes.substr(0, scan + 5), "is truncated: it ends at byte"},
-        {bytes.substr(0, scan) + "\xff\xd9", "it contains no image data"},
-        {bytes.substr(0, scan + 200) + "\xff\xd9", "contains damaged image data"},
+        {bytes.substr(0, scan) + kEnd, "it contains no image data"},
+        {bytes.substr(0, scan + 200) + kEnd, "contains damaged image data"},
         {with(frame + 1, "\xc3"), "is a lossless JPEG, which the decoder does not support"},
         {with(frame + 1, "\xc5"), "is a hierarchical JPEG, which the decoder does not support"},
         {with(frame + 4, "\x0c"), "has 12 bits a sample; the JPEG decoder supports 8"},
@@ -213,7 +203,7 @@ TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
         {fraction, "is a kind of JPEG that libjpeg does not support"},
         {with(20, "xx"), "no marker begins at byte 20"},
         {with(bytes.find("\xff\xdb") + 5, std::string(1, '\0')), "its quantisation tables contain 0"},
-        {scans + "\xff\xd9", "contains more than 256 scans"},
+        {scans + kEnd, "contains more than 256 scans"},
     });
     const std::string folder = folder_ / "scans", to = folder_ / "converted", photo = "convert-im6 " + Quoted(in_);
     Shell(photo + " -colorspace Gray " + Quoted(folder + "/grey.jpeg") + "; " + photo + " -colorspace CMYK " +
@@ -248,18 +238,126 @@ TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
     EXPECT_EQ(write(rows + 3 * 27 * 30 * 128), "");
     EXPECT_LT(bytes, usual);
     MakeJpeg(kEncodings[6].set);
-    const auto told = Told({"inspect", in_});
-    EXPECT_EQ(told["kind"], "JPEG");
-    EXPECT_EQ(told["height"], 238);
-    EXPECT_EQ(told["sampling"], (Words{"2x2", "1x1", "1x1"}));
-    EXPECT_EQ(told["convertible"], true);
+    EXPECT_THAT(Told({"inspect", in_}),
+                Has({{"kind", "JPEG"}, {"height", 238}, {"sampling", {"2x2", "1x1", "1x1"}}, {"convertible", true}}));
+}
+
+class DeviceJpegTest : public KindTest {
+protected:
+    DeviceJpegTest() : KindTest("jpg") {}
+    /// A picture with so many samples a pixel.
+    static Picture Varying(unsigned samples) {
+        Picture picture{41, 37, samples, 8, {}, ""};
+        const unsigned row = 41 * samples;
+        for (unsigned i = 0; i < 37 * row; ++i) {
+            picture.values.push_back(static_cast<std::uint16_t>((i % row * (i % samples + 3) + i / row * 5) % 256));
+        }
+        return picture;
+    }
+    /// Expects the output to be what libjpeg makes, with these settings, of the source's pixels after Little CMS has
+    /// converted them. Ink of 255 is none.
+    void ExpectConverted(const std::string& profile, unsigned channels,
+                         const std::function<void(jpeg_compress_struct*)>& set) const {
+        Picture picture = ReadJpeg(in_);
+        Samples samples{picture.samples == 4 ? 5U : 1U, picture.samples};
+        for (const std::uint16_t value : picture.values) {
+            samples.values.push_back(picture.samples == 4 ? 255U - value : value);
+        }
+        picture.samples = channels;
+        picture.values = Judged(samples, OpenProfile(profile), Embedded(out_));
+        ASSERT_EQ(picture.values.size(), samples.values.size() / samples.perPixel * channels);
+        ExpectJpeg(picture, set);
+    }
+};
+
+/// The only table and factors of grey, also for all colours of RGB or CMYK.
+void AsGrey(jpeg_compress_struct* info) {
+    WithoutSubsampling(info);
+    for (int c = 0; c < info->num_components; ++c) info->comp_info[c].quant_tbl_no = 0;
+}
+
+/// CMYK as YCCK, whose settings apply to YCbCr as well.
+void AsYcck(jpeg_compress_struct* info) {
+    if (info->num_components == 4) jpeg_set_colorspace(info, JCS_YCCK);
+}
+
+TEST_F(DeviceJpegTest, GreyStaysGreyOrBecomesRgb) {
+    for (const std::size_t kind : {0U, 2U, 3U}) {
+        SCOPED_TRACE(kEncodings[kind].name);
+        const auto set = [&](jpeg_compress_struct* info) {
+            kEncodings[kind].set(info);
+            AsGrey(info);
+        };
+        WriteBytes(in_, JpegOf(Varying(1), set));
+        ASSERT_THAT(ConvertBy(grey_), Says(0, "its JPEG data are compressed once more, with the same settings\n"));
+        ExpectConverted(grey_, 1, set);
+        ASSERT_THAT(ConvertBy(grey_, {"--grey-to-rgb"}), Says(0, "its grey pixels are written as RGB of 8 bits\n"));
+        ExpectConverted(grey_, 3, set);
+    }
+    ASSERT_THAT(ConvertBy(grey_, {"-j", "1"}), Succeeds());
+    ExpectDone();
+}
+
+TEST_F(DeviceJpegTest, InkBecomesRgb) {
+    constexpr const char* kRgb = "its CMYK pixels are written as RGB of 8 bits\n";
+    const std::tuple<const char*, Set, const char*> kinds[] = {
+        {"CMYK",
+         [](jpeg_compress_struct* info) {
+             jpeg_set_quality(info, 85, TRUE);
+             AsGrey(info);
+         },
+         kRgb},
+        {"YCCK with halved colours", AsYcck,
+         "its JPEG data are compressed once more, with the settings that apply to RGB as well\n"},
+        {"progressive YCCK",
+         [](jpeg_compress_struct* info) {
+             AsYcck(info);
+             WithoutSubsampling(info);
+             jpeg_simple_progression(info);
+         },
+         kRgb}};
+    for (const auto& [name, set, note] : kinds) {
+        SCOPED_TRACE(name);
+        WriteBytes(in_, JpegOf(Varying(4), set));
+        ASSERT_THAT(ConvertBy(ink_), Says(0, note));
+        ExpectConverted(ink_, 3, set);
+        // The marker of Adobe tells YCbCr now.
+        const std::vector<Segment> before = AttachedSegments(in_), after = AttachedSegments(out_);
+        ASSERT_EQ(after.size(), 1U);
+        EXPECT_EQ(after[0].data, before[0].data.substr(0, 11) + '\1');
+    }
+    ExpectDone();
+}
+
+TEST_F(DeviceJpegTest, EmbeddedProfilesAreUsedAndMissingOnesNamed) {
+    for (const auto& [samples, kind, profile] :
+         {std::tuple{1U, std::string("grey"), grey_}, std::tuple{4U, std::string("CMYK"), ink_}}) {
+        SCOPED_TRACE(kind);
+        const std::string bytes = JpegOf(Varying(samples), [](jpeg_compress_struct*) {});
+        WriteBytes(in_, bytes);
+        EXPECT_THAT(ConvertByEmbedded(),
+                    Refuses(4, "in.jpg: holds " + kind + " pixels without a profile for them; give a " +
+                                   "profile for " + kind + " with --profile"));
+        EXPECT_THAT(ConvertByEmbedded({"--others", "skip"}), Says(0, "is left out (" + kind + ")"));
+        EXPECT_THAT(Convert({"--force"}), Refuses(4, "holds " + kind + " pixels, not RGB"));
+        EXPECT_EQ(Told({"inspect", in_})["convertible"], false);
+        ASSERT_THAT(ConvertBy(profile), Succeeds());
+        const Picture given = ReadJpeg(out_);
+        const std::string data = std::string("ICC_PROFILE\0\1\1", 14) + FileBytes(profile);
+        WriteBytes(in_, WithAtStart(bytes, SegmentBytes({0xe2, data})));
+        ASSERT_THAT(ConvertByEmbedded(), Succeeds());
+        EXPECT_EQ(ReadJpeg(out_) == given, true);
+        EXPECT_EQ(Told({"inspect", in_})["convertible"], true);
+    }
+    WriteBytes(in_, JpegOf(Varying(4), [](jpeg_compress_struct* info) { info->write_Adobe_marker = FALSE; }));
+    EXPECT_THAT(ConvertBy(ink_),
+                Refuses(4, "holds CMYK pixels without the marker of Adobe, which tells how they are encoded"));
 }
 
 /// Damaged files are refused, or converted to a file that another reader decodes to the right size.
 TEST(DamagedPictures, EndWithARefusalOrASoundFile) {
     const Folder folder;
     const std::string scans = folder / "scans", to = folder / "converted";
-    std::filesystem::create_directory(scans);
     const std::string photo = "convert-im6 " + Quoted(Input("photo-8.tif")) + " -resize 37x40! ";
     Shell(photo + Quoted(folder / "a.png") + "; " + photo + "-interlace PNG " + Quoted(folder / "b.png") + "; " +
           photo + "-colors 16 PNG8:" + Quoted(folder / "c.png") + "; " + photo + Quoted(folder / "d.jpg") + "; " +
@@ -279,7 +377,7 @@ TEST(DamagedPictures, EndWithARefusalOrASoundFile) {
     EXPECT_THAT(run.err, Not(HasSubstr("unexpected reason")));
     EXPECT_THAT(Shell("ls " + Quoted(to)), Not(HasSubstr("cut-")));
     EXPECT_THAT(Lines(Shell("identify -regard-warnings -format '%w x %h\\n' " + Quoted(to) + "/*.*")),
-                testing::AllOf(testing::Not(testing::IsEmpty()), testing::Each("37 x 40")));
+                AllOf(Not(testing::IsEmpty()), testing::Each("37 x 40")));
 }
 
 }  // namespace

@@ -56,11 +56,7 @@ class StripsTest : public FileTest {};
 
 TEST_F(StripsTest, LieInAnyOrderWithGapsAndInOnePlace) {
     TiffMaker tiff;
-    const auto put = [&](int row) {
-        std::string pixels;
-        for (int i = 0; i < 12; ++i) pixels += static_cast<char>(20 * i + 3 * row);
-        return tiff.Put(pixels);
-    };
+    const auto put = [&](std::size_t row) { return tiff.Put(SmallPixels().substr(12 * row, 12)); };
     const std::uint64_t fourth = put(3), first = put(0), second = put(1);
     tiff.Put("a gap");
     const std::uint64_t third = put(2);

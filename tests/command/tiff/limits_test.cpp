@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The limits on the cost of a file, each tested from both sides. The largest accepted file stays within time and
-// memory.
-#include <unistd.h>
-
+// The limits on the cost of a file, each tested from both sides: the largest accepted file stays within time and
+// memory. Files that announce far more than they hold cost little: every command that reads images refuses them in one
+// line, or converts them, within seconds and 256 MiB.
+#include "command/support/Limits.h"
 #include "command/support/DeviceProfiles.h"
 #include "command/support/FileTest.h"
-#include "command/support/Limits.h"
 #include "command/support/OpenedTiff.h"
 #include "command/support/Picture.h"
 #include "command/support/TiffMaker.h"
@@ -14,17 +13,14 @@
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-using tool::Budget;
-
 TEST(BudgetTest, EachSumReachesItsLimitAndNoMore) {
-    Budget budget("x.tif", 1000);
+    tool::Budget budget("x.tif", 1000);
     const auto read = [&](std::uint64_t bytes) { return ReasonOf([&] { budget.AddRead(bytes); }); };
     // Eight times the file size and 64 MiB.
     EXPECT_EQ(read(std::uint64_t{64} << 20), "");
     EXPECT_EQ(read(8000), "");
     EXPECT_EQ(read(1), "has too many entries that share their values");
-    Budget sparse("x.tif", std::uint64_t{1} << 62);
+    tool::Budget sparse("x.tif", std::uint64_t{1} << 62);
     EXPECT_EQ(ReasonOf([&] { sparse.AddRead(std::uint64_t{1} << 62); }), "");
 
     const auto segments = [&](std::uint64_t count, std::uint64_t decoded) {
@@ -40,7 +36,7 @@ TEST(BudgetTest, EachSumReachesItsLimitAndNoMore) {
     }
     // The file size, twice the image size and 1 MiB.
     for (const std::uint64_t more : {std::uint64_t{1}, UINT64_MAX}) {
-        Budget shared("x.tif", 1000);
+        tool::Budget shared("x.tif", 1000);
         shared.AddSegments(3, 100);
         shared.AddEncoded(1000 + 2 * 300 + (1 << 20));
         EXPECT_EQ(ReasonOf([&] { shared.AddEncoded(more); }),
@@ -102,16 +98,6 @@ TEST_F(LimitsTest, DirectoriesBelowDirectories) {
     for (int depth = 2; depth < 9; ++depth) next();
     EXPECT_THAT(ConvertWithin(next(), scanner_), Succeeds());
     EXPECT_NE(Read(next()), "");
-}
-
-TEST_F(LimitsTest, BytesOfAValue) {
-    OneStrip(SmallPixels(), {}, {{40000, 7, 32 << 20, 8}, {40001, 7, (32 << 20) + 1, 8}}).Save(in_);
-    ASSERT_EQ(truncate(in_.c_str(), 40 << 20), 0);
-    const OpenedTiff opened(in_);
-    const auto& directory = opened.structure.directories()[0];
-    EXPECT_EQ(opened.structure.Data(*directory.Find(40000)).size(), std::size_t{32} << 20);
-    EXPECT_THAT(ReasonOf([&] { opened.structure.Data(*directory.Find(40001)); }),
-                HasSubstr("too large a value in tag 40001"));
 }
 
 TEST_F(LimitsTest, StripsOfAFile) {
@@ -210,6 +196,128 @@ TEST_F(LimitsTest, AStripOfAnySizeIsVerifiedByRows) {
         const std::string wanted = told("-s -c none -r 16");
         for (const std::string& recipe : all) EXPECT_EQ(told(recipe), wanted) << recipe;
     }
+}
+
+constexpr std::size_t kMiB = std::size_t{1} << 20;
+
+/// Pages of 4 x 4 pixels, all with an entry of this tag and type that points to the same bytes.
+TiffMaker PagesThatShare(int pages, unsigned tag, unsigned type, const std::string& shared) {
+    TiffMaker tiff;
+    const std::uint64_t pixels = tiff.Put(SmallPixels());
+    const std::uint64_t count = type == 4 ? shared.size() / 4 : shared.size();
+    const Entries entries = And(TiffMaker::Small(pixels), {tag, type, count, tiff.Put(shared)});
+    for (int i = 0; i < pages; ++i) tiff.Page(entries);
+    return tiff;
+}
+
+TiffMaker PagesThatShareNumbers(unsigned tag) { return PagesThatShare(4000, tag, 4, std::string(8 * kMiB, '\1')); }
+
+TiffMaker StripsThatShare(std::uint64_t strips, const std::string& data) {
+    TiffMaker tiff;
+    const std::vector<std::uint64_t> offsets(strips, tiff.Put(data)), counts(strips, data.size());
+    tiff.Page(TiffMaker::Rgb({1, strips, offsets, counts, 8, 3, 1, 1}));
+    return tiff;
+}
+
+/// Directories of 65,535 entries each, every one four bytes after the one before.
+TiffMaker OverlappingPages() {
+    constexpr std::size_t kCount = 2000, kReach = 2 + 12 * 65535;
+    TiffMaker tiff;
+    std::string& bytes = tiff.bytes();
+    bytes.resize(8 + 4 * kCount + kReach + 4);
+    for (std::size_t i = 0; i < kCount; ++i) {
+        bytes.replace(8 + 4 * i, 4, std::string("\xff\xff\0\0", 4));
+        tiff.Patch(8 + 4 * i + kReach, i + 1 < kCount ? 12 + 4 * i : 0);
+    }
+    tiff.First(8);
+    return tiff;
+}
+
+TiffMaker OverlappingMetadata(unsigned tag, unsigned count) {
+    TiffMaker tiff;
+    const std::uint64_t pixels = tiff.Put(SmallPixels());
+    std::string block;
+    for (unsigned i = 0; i < (2 + 12 * 65535 + 4 + 4 * count) / 4 + 2; ++i) block.append("\xff\xff\0\0", 4);
+    tiff.bytes().resize((tiff.bytes().size() + 3) / 4 * 4);
+    const std::uint64_t base = tiff.Put(block);
+    std::vector<std::uint64_t> places;
+    for (unsigned i = 0; i < count; ++i) places.push_back(base + 4 * i);
+    tiff.Page(And(TiffMaker::Small(pixels), TiffMaker::Longs(tag, places)));
+    return tiff;
+}
+
+struct CostlyFile {
+    const char* name;
+    std::function<TiffMaker()> make;
+    const char* reason;  ///< the reason of the refusal
+};
+void PrintTo(const CostlyFile& row, std::ostream* out) { *out << row.name; }
+
+const CostlyFile kRefused[] = {
+    {"PagesOverEachOther", OverlappingPages, "has overlapping directories"},
+    {"ExifOverEachOther", [] { return OverlappingMetadata(34665, 2000); }, "has overlapping directories"},
+    {"GpsOverEachOther", [] { return OverlappingMetadata(34853, 2000); }, "has overlapping directories"},
+    {"TooManyExif", [] { return OverlappingMetadata(34665, 200000); }, "has too many directories in tag 34665"},
+    {"SharedFillOrder", [] { return PagesThatShareNumbers(266); }, "page 1 has tag 266 with 2097152 values"},
+    {"SharedSampleFormat", [] { return PagesThatShareNumbers(339); }, "page 1 has tag 339 with 2097152 values"},
+    {"SharedSubIfds", [] { return PagesThatShareNumbers(330); }, "has too many directories in tag 330"},
+    {"StripsShareABomb", [] { return StripsThatShare(1000, Deflated(std::string(256 * kMiB, '\0'))); },
+     "has strips or tiles that share far more data than their pixels need"},
+    {"StripsShareASmallBomb", [] { return StripsThatShare(300, Deflated(std::string(2 * kMiB, '\0'))); },
+     "its Deflate data continue far beyond the image"},
+    {"GiantTile", [] { return OneStrip(Deflated("x"), {.compression = 8, .tileWidth = 40000, .tileHeight = 40000}); },
+     "has tiles that "},
+};
+
+class CostlyTest : public FileTest, public testing::WithParamInterface<CostlyFile> {};
+
+TEST_P(CostlyTest, IsRefusedByEveryCommandWithinLimits) {
+    GetParam().make().Save(in_);
+    const std::string before = FileBytes(in_);
+    for (const Words& words : {Words{"convert", "--profile", Input("scanner.icc"), in_, "-o", out_, "-j", "4"},
+                               Words{"convert", "--profile", Input("scanner.icc"), in_, "--in-place"},
+                               Words{"verify", Input("scanner.icc"), "--image", in_}}) {
+        EXPECT_THAT(HueweaveWithinLimits(words), AllOf(Refuses(4, GetParam().reason), Says(4, "in.tif: ")));
+        EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
+    }
+    EXPECT_EQ(FileBytes(in_), before);
+    EXPECT_THAT(HueweaveWithinLimits({"inspect", in_}), testing::AnyOf(Says(0), Says(4)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, CostlyTest, testing::ValuesIn(kRefused), NameOfRow);
+
+class SharedTest : public LimitsTest {
+protected:
+    void ExpectConverted(const TiffMaker& tiff, const Words& more = {}) {
+        ASSERT_THAT(ConvertWithin(tiff, more), Succeeds());
+        EXPECT_THAT(HueweaveWithinLimits({"inspect", in_}),
+                    testing::AnyOf(Prints(0, "convertible: true"), Prints(0, "in.tif: embeds no profile; give")));
+    }
+};
+
+TEST_F(SharedTest, AProfileOfManyPagesIsHeldAndWrittenOnce) {
+    ExpectConverted(PagesThatShare(2000, 34675, 7, PaddedProfile(8 * kMiB)));
+    const auto after = ReadPictures(out_);
+    ASSERT_EQ(after.size(), 2000U);
+    const Picture wanted = ToSrgb(SmallPicture());
+    for (const Picture& page : after) {
+        ASSERT_EQ(page.values, wanted.values);
+        ASSERT_FALSE(page.icc.empty());
+        ASSERT_EQ(page.icc, after[0].icc);
+    }
+    // Each page of the output has its own pixels.
+    EXPECT_LT(FileBytes(out_).size(), FileBytes(in_).size() + 2000 * 48 + 2 * after[0].icc.size());
+}
+
+TEST_F(SharedTest, XmpAndResourcesOfManyPagesAreReadAndWrittenOnce) {
+    const Words scanner{"--profile", Input("scanner.icc")};
+    ExpectConverted(PagesThatShare(4000, 700, 1, std::string(4 * kMiB, ' ')), scanner);
+    // A profile as resource 1039, twice, and 8 MiB of another resource.
+    const std::string icc = Resource(1039, "", FileBytes(Input("scanner.icc")));
+    const std::string other = Resource(1040, "", std::string(8 * kMiB, 'x'));
+    ExpectConverted(PagesThatShare(2000, 34377, 7, icc + icc + other), scanner);
+    EXPECT_LT(FileBytes(out_).size(), FileBytes(in_).size() + 10 * kMiB);
+    EXPECT_EQ(ReadPictures(out_).size(), 2000U);
 }
 
 }  // namespace

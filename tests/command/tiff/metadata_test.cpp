@@ -15,36 +15,25 @@
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
-
 class MetadataTest : public FileTest {
 protected:
-    void SetFields(const Words& fields) const {
+    /// Returns the fields.
+    Words SetFields(const Words& fields) const {
         EXPECT_EQ(ExifTool(fields + Words{"-overwrite_original", in_}), "    1 image files updated\n");
+        return fields;
     }
     std::string Told(const Words& more = {}) const { return Convert(Words{"--force"} + more).err; }
 };
 
 TEST_F(MetadataTest, TenFieldsAreKept) {
-    const Words fields{"-IFD0:Artist=A. Person",
-                       "-IFD0:Copyright=(c) A. Person",
-                       "-IFD0:ModifyDate=2024:05:06 07:08:09",
-                       "-ExifIFD:ISO=200",
-                       "-ExifIFD:UserComment=scanned twice",
-                       "-GPS:GPSLatitude=52.5",
-                       "-GPS:GPSLatitudeRef=N",
-                       "-IPTC:Keywords=harbour",
-                       "-XMP-dc:Title=A harbour",
-                       "-XMP-photoshop:City=Bergen",
-                       "-IFD0:XResolution=4000",
-                       "-IFD0:YResolution=4000",
-                       "-IFD0:Orientation#=6"};
-
     for (const char* recipe :
          {"tiffcp -s -c none -r 16", "tiffcp -s -c lzw:2 -r 16", "tiffcp -B -t -w 64 -l 64 -c zip"}) {
         Make(std::string(recipe) + " $in $out", Input("photo-16.tif"));
-        SetFields(fields);
+        const Words fields = SetFields(
+            {"-IFD0:Artist=A. Person", "-IFD0:Copyright=(c) A. Person", "-IFD0:ModifyDate=2024:05:06 07:08:09",
+             "-ExifIFD:ISO=200", "-ExifIFD:UserComment=scanned twice", "-GPS:GPSLatitude=52.5", "-GPS:GPSLatitudeRef=N",
+             "-IPTC:Keywords=harbour", "-XMP-dc:Title=A harbour", "-XMP-photoshop:City=Bergen",
+             "-IFD0:XResolution=4000", "-IFD0:YResolution=4000", "-IFD0:Orientation#=6"});
         ASSERT_THAT(Convert({"--force"}), Succeeds());
         const std::string tags = TagsOf(out_);
         for (const std::string& field : fields) {
@@ -92,9 +81,8 @@ TEST_F(MetadataTest, JpegBecomesDeflateAndIsSaid) {
         Make(std::string(recipe) + " $in $out");
         ASSERT_THAT(Convert({"--force"}), Says(0, "JPEG image data are written as Deflate"));
         ExpectSrgb(out_, in_);
-        EXPECT_THAT(Shell("tiffinfo " + Quoted(out_)),
-                    testing::AllOf(HasSubstr("Compression Scheme: AdobeDeflate"),
-                                   HasSubstr("Photometric Interpretation: RGB color")));
+        EXPECT_THAT(Shell("tiffinfo " + Quoted(out_)), AllOf(HasSubstr("Compression Scheme: AdobeDeflate"),
+                                                             HasSubstr("Photometric Interpretation: RGB color")));
         // ImageMagick, which has its own reader, sees the same image as in a file written by libtiff.
         const std::string plain = folder_ / "plain.tif";
         Shell("tiffcp -c none " + Quoted(out_) + " " + Quoted(plain));

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rewritten tags, and tags that determine where the pixels are, must have a valid type and count, or the file is
 // refused; an unusual but unambiguous file is converted into one that libtiff reads as well.
-#include <filesystem>
 
 #include "command/support/ExifTool.h"
 #include "command/support/FileTest.h"
@@ -12,7 +11,6 @@ namespace hueweave::test {
 namespace {
 
 using Entry = TiffMaker::Entry;
-using testing::HasSubstr;
 
 class TagsTest : public FileTest {
 protected:
@@ -36,7 +34,7 @@ protected:
         ASSERT_EQ(after.size(), 1U);
         EXPECT_EQ(after[0].values, ToSrgb(SmallPicture()).values);
         EXPECT_FALSE(after[0].icc.empty());
-        std::filesystem::copy_file(out_, done_ / (std::to_string(count_++) + ".tif"));
+        fs::copy_file(out_, done_ / (std::to_string(count_++) + ".tif"));
     }
     void TearDown() override {
         if (count_ == 0) return;
@@ -113,7 +111,7 @@ TEST_F(TagsTest, PlacesOfTilesInTheTagsOfStripsAreAccepted) {
         ASSERT_THAT(Convert({"--force"}), Succeeds()) << scheme;
         EXPECT_EQ(ReadPictures(out_)[0].values, wanted[0].values) << scheme;
         const std::string tags = ExifTool({"-s", "-StripOffsets", "-TileOffsets", "-TileWidth", out_});
-        EXPECT_THAT(tags, testing::AllOf(HasSubstr("StripOffsets"), testing::Not(HasSubstr("TileOffsets"))));
+        EXPECT_THAT(tags, AllOf(HasSubstr("StripOffsets"), Not(HasSubstr("TileOffsets"))));
     }
 }
 
@@ -152,7 +150,7 @@ TEST_F(TagsTest, ABigTiffHeaderWhoseConstantIsNot0IsRefused) {
     made.Page(TiffMaker::Small(made.Put(SmallPixels())));
     made.Save(in_);
     ASSERT_EQ(Convert().status, 0);
-    std::filesystem::remove(out_);
+    fs::remove(out_);
     made.bytes()[6] = '\1';  // libtiff then does not open the file
     made.Save(in_);
     FileTest::ExpectRefusal("in.tif: has a damaged header");
@@ -214,7 +212,7 @@ TEST_F(TagsTest, AnOrientationThatThereIsNotBecomesTheUsualOne) {
 
 TEST_F(TagsTest, FilesThatASearchFoundAreRefused) {
     int found = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(HUEWEAVE_FOUND)) {
+    for (const auto& entry : fs::directory_iterator(HUEWEAVE_FOUND)) {
         if (entry.path().extension() != ".tif") continue;
         SCOPED_TRACE(entry.path());
         WriteBytes(in_, FileBytes(entry.path()));

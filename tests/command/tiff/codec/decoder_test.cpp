@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <thread>
 
 #include "command/support/FileTest.h"
@@ -38,8 +37,6 @@ using tool::Refusal;
 using tool::TiffDecoder;
 using tool::TiffPage;
 
-constexpr long kDecoderKb = MemoryKb(96L * 1024);
-
 /// The first page of a file, for decoders.
 struct OpenedPage : OpenedTiff {
     explicit OpenedPage(const std::string& path) : OpenedTiff(path) {}
@@ -70,10 +67,10 @@ protected:
     }
     /// Makes the value of an entry `bytes` zeros, a hole at the end of the file.
     void MoveToAHole(std::size_t entry, std::uint64_t bytes) const {
-        const std::uint64_t size = std::filesystem::file_size(in_);
+        const std::uint64_t size = fs::file_size(in_);
         Patch(entry + 4, bytes, 4);
         Patch(entry + 8, size, 4);
-        std::filesystem::resize_file(in_, size + bytes);
+        fs::resize_file(in_, size + bytes);
     }
     tool::RowDecoder Rows(const PageSource& source) const { return {source, 0, folder_.path(), "out"}; }
 };
@@ -81,7 +78,7 @@ protected:
 TEST_F(DecoderTest, DataUnlikeTheirDirectoryAreRefused) {
     const auto refused = [&](const std::string& reason, const std::function<void()>& spoil) {
         ASSERT_THAT(Convert({"--force"}), Succeeds()) << reason;
-        std::filesystem::remove(out_);
+        fs::remove(out_);
         spoil();
         ExpectRefusal(reason);
     };
@@ -109,7 +106,7 @@ TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
     for (int i = 0; i < 281250; ++i) runs.append("\x81\x00", 2);
     OneStrip(runs, {.width = 4000, .height = 3000, .compression = COMPRESSION_PACKBITS, .rows = 3000}).Save(in_);
     EXPECT_THAT(Convert({"--max-memory", "1G"}), Succeeds());
-    std::filesystem::remove(out_);
+    fs::remove(out_);
     ExpectRefusal("do not fit in the memory allowed; raise --max-memory", {"--max-memory", "32M"});
 }
 
@@ -134,7 +131,7 @@ TEST_F(DecoderTest, LayersOf300MebibytesTakeNoMemory) {
     for (const char* threads : {"1", "4"}) {
         const Outcome run = Convert({"-j", threads, "--force"});
         ASSERT_THAT(run, Succeeds());
-        EXPECT_LT(run.peakKb, kDecoderKb) << threads << " threads";
+        EXPECT_LT(run.peakKb, MemoryKb(96L * 1024)) << threads << " threads";
         ExpectSrgb(out_, Input("photo-16.tif"));
     }
 }
@@ -205,16 +202,16 @@ TEST_F(DecoderTest, ASourceThatIsCutMeanwhileIsRefused) {
           Quoted(in_) + " && tiffcp -s -c lzw -r 1000 " + Quoted(in_) + " " + Quoted(whole));
     int refused = 0;
     for (int delay = 0; delay < 400 && refused < 12; delay += 4) {
-        std::filesystem::copy_file(whole, in_, std::filesystem::copy_options::overwrite_existing);
+        fs::copy_file(whole, in_, fs::copy_options::overwrite_existing);
         const auto cut = [&](pid_t) {
             std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-            std::filesystem::resize_file(in_, 100000);
+            fs::resize_file(in_, 100000);
         };
         const Outcome run = Convert({"--max-memory", "32M", "-q"}, {.meanwhile = cut});
         EXPECT_EQ(run.signal, 0) << "cut after " << delay << " ms";
         refused += run.status == 4;
         EXPECT_EQ(Exists(out_), run.status == 0) << run.err;
-        std::filesystem::remove(out_);
+        fs::remove(out_);
         if (run.status == 0) break;  // it finished before the signal
     }
     EXPECT_GT(refused, 2);

@@ -2,16 +2,22 @@
 #pragma once
 
 #include <algorithm>
-#include <filesystem>
+#include <cstdio>
 #include <numeric>
 
+#include <jpeglib.h>
+
+#include "colour/ExactConverter.h"
+#include "colour/PixelConverter.h"
 #include "command/support/DeviceProfiles.h"
 #include "command/support/ExifTool.h"
 #include "command/support/FileTest.h"
 #include "command/support/JpegMaker.h"
+#include "command/support/OpenedTiff.h"
 #include "command/support/Picture.h"
 #include "command/support/ProfileTest.h"
 #include "command/support/TiffMaker.h"
+#include "picture/Writing.h"
 
 namespace hueweave::test {
 
@@ -125,6 +131,22 @@ inline std::vector<std::uint16_t> Judged(const Samples& samples, const Profile& 
     return judged;
 }
 
+/// A file as the rewriter of its format writes it with the same colours and this many bytes of memory.
+template <typename Structure>
+std::string Rewritten(const std::string& path, std::uint64_t memory, unsigned bits, const auto& rewrite) {
+    const Folder folder;
+    const tool::FileAccess file = tool::FileAccess::OpenInput(path);
+    const tool::FileAccess target = tool::FileAccess::Scratch(folder.path(), "out");
+    const auto copy = std::make_shared<const colour::Transform>(LcmsSrgb(), LcmsSrgb(), colour::TransformOptions{});
+    const colour::PixelConverter converter(std::make_unique<colour::ExactConverter>(copy, bits));
+    tool::WriteSettings settings;
+    settings.memory = memory;
+    tool::Measured measured;
+    rewrite(Structure(file), &converter, target, settings, measured);
+    const tool::Bytes bytes = target.Read({0, target.Size()});
+    return {bytes.begin(), bytes.end()};
+}
+
 /// Converts files of other kinds than RGB of 8 or 16 bits with the exact precision.
 class KindTest : public FileTest {
 protected:
@@ -173,16 +195,14 @@ protected:
     void ExpectEachRefused(const std::vector<std::pair<std::string, std::string>>& files) const {
         const std::string scans = folder_ / "scans", to = folder_ / "converted";
         const auto name = [&](std::size_t n) {
-            return scans + "/" + std::to_string(n) + std::filesystem::path(in_).extension().string();
+            return scans + "/" + std::to_string(n) + fs::path(in_).extension().string();
         };
-        std::filesystem::create_directory(scans);
         for (std::size_t n = 0; n < files.size(); ++n) WriteBytes(name(n), files[n].first);
         const Outcome run = ConvertScan({scans, "-o", to, "--verbose"});
         EXPECT_EQ(run.status, 4);
         for (std::size_t n = 0; n < files.size(); ++n) {
-            EXPECT_THAT(Lines(run.err), testing::Contains(testing::AllOf(
-                                            testing::StartsWith("hueweave: " + name(n) + ": "),
-                                            testing::HasSubstr(files[n].second), testing::HasSubstr("; "))));
+            EXPECT_THAT(Lines(run.err), testing::Contains(AllOf(testing::StartsWith("hueweave: " + name(n) + ": "),
+                                                                HasSubstr(files[n].second), HasSubstr("; "))));
         }
         EXPECT_FALSE(Exists(to));
     }

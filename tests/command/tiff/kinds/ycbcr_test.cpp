@@ -2,20 +2,12 @@
 // YCbCr pixels that are not JPEG become RGB: the pixels are those of the formula of TIFF, worked out here, from which
 // libtiff differs by two steps at the most.
 #include <cmath>
-#include <cstdio>
-
-#include <jpeglib.h>
 
 #include "command/tiff/kinds/KindTest.h"
-#include "command/tiff/kinds/Rewritten.h"
 #include "tiff/rewrite/TiffRewriter.h"
 
 namespace hueweave::test {
 namespace {
-
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
 
 /// A page of YCbCr, whose data units hold `across` x `down` pixels.
 struct YCbCrPage {
@@ -125,7 +117,6 @@ protected:
     static std::string Layout(const std::string& path) {
         return Shell("tiffinfo " + Quoted(path) + " | grep -E 'Compression|Width|Rows|Planar'");
     }
-
     /// Writes the page as RGB with this many bytes of memory, and returns its samples.
     std::vector<std::uint16_t> WriteAsRgb(std::uint64_t memory) const {
         std::uint64_t pixels = 0;
@@ -157,6 +148,10 @@ TEST_F(YCbCrTest, PixelsAreThoseOfTheFormula) {
                     AllOf(Not(HasSubstr("YCbCr")), Not(HasSubstr("Reference Black/White"))));
         ExpectNearPeer({rgb.values.begin(), rgb.values.end()});
     }
+    EXPECT_THAT(ConvertKind(), Says(0, "its YCbCr pixels are written as RGB of 8 bits\n"));
+    ExpectDone();
+    EXPECT_THAT(ConvertKind({"--precision", "library"}),
+                Refuses(4, "holds YCbCr pixels, not RGB; leave --precision library out"));
 }
 
 TEST_F(YCbCrTest, LargeStripsAreDecodedByRows) {
@@ -200,21 +195,8 @@ TEST_F(YCbCrTest, OldStyleJpegIsDecodedAsByLibtiff) {
     }
 }
 
-TEST_F(YCbCrTest, TheChangeIsNamedAndOnceConvertedNothingChanges) {
-    Write(kYCbCrPages[1]);
-    EXPECT_THAT(ConvertKind(), Says(0, "its YCbCr pixels are written as RGB of 8 bits\n"));
-    ExpectDone();
-    EXPECT_THAT(ConvertKind({"--precision", "library"}),
-                Refuses(4, "holds YCbCr pixels, not RGB; leave --precision library out"));
-}
-
 TEST_F(YCbCrTest, WhatCannotBeConvertedIsRefused) {
-    struct Row {
-        Entries changed;
-        const char* reason;
-    };
-    const YCbCrPage page = kYCbCrPages[1];
-    const Row rows[] = {
+    const std::pair<Entries, const char*> rows[] = {
         {{{530, 3, 2, 0, Little({3, 1}, 2)}}, "has an unknown chroma subsampling"},
         {{{530, 3, 1, 2}}, "has an unknown chroma subsampling"},
         {{Rationals(529, {0.5, 0, 0.5})}, "has unusable coefficients of YCbCr"},
@@ -229,10 +211,9 @@ TEST_F(YCbCrTest, WhatCannotBeConvertedIsRefused) {
         {{TiffMaker::Short(259, 50001)}, "is compressed with WebP, which is not supported"},
         {{TiffMaker::Long(256, 9)}, "contains damaged image data"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.reason);
-        Write(page, row.changed);
-        EXPECT_THAT(ConvertKind(), Refuses(4, row.reason));
+    for (const auto& [changed, reason] : rows) {
+        Write(kYCbCrPages[1], changed);
+        EXPECT_THAT(ConvertKind(), Refuses(4, reason));
     }
     Write(kYCbCrPages[0], {TiffMaker::Long(257, 6), TiffMaker::Long(278, 6)});
     EXPECT_THAT(ConvertKind(), Refuses(4, "lie past the end of the file"));

@@ -14,8 +14,6 @@
 namespace hueweave::test {
 namespace {
 
-using testing::HasSubstr;
-
 using Numbers = std::vector<std::uint64_t>;
 
 /// A page of two strips with the bytes `between` them, followed by a plain page; then the result of Place() for each
