@@ -270,9 +270,11 @@ protected:
     }
 };
 
-/// The only table and factors of grey, also for all colours of RGB or CMYK.
+/// The only table of grey, also for all colours of RGB or CMYK, and no factors. Those of grey mean nothing, and RGB does
+/// not get them.
 void AsGrey(jpeg_compress_struct* info) {
     WithoutSubsampling(info);
+    if (info->num_components == 1) info->comp_info[0].h_samp_factor = info->comp_info[0].v_samp_factor = 2;
     for (int c = 0; c < info->num_components; ++c) info->comp_info[c].quant_tbl_no = 0;
 }
 
