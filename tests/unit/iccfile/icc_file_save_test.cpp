@@ -37,11 +37,8 @@ Bytes TableOf(const TagList& tags) {
     }
     return table.Append(data.Done()).Done();
 }
-/// A whole saved profile.
-Bytes SavedProfile(const TagList& tags) {
-    const Bytes table = TableOf(tags);
-    return ByteWriter().Append(SavedHeader(static_cast<std::uint32_t>(128 + table.size()))).Append(table).Done();
-}
+/// A whole saved profile of blocks that need no padding.
+Bytes SavedProfile(const TagList& tags) { return SizedContainer(SavedHeader(0), tags); }
 const TagList kSomeTags = {
     {"zzzz", Block("data", 12, 1)}, {"wtpt", Block("XYZ ", 20, 2)}, {"aaaa", Block("text", 16, 3)}};
 const TagList kUneven = {{"aaaa", Block("data", 5)}, {"bbbb", Block("data", 1)}, {"cccc", Block("data", 10)}};
