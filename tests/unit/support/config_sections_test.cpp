@@ -142,11 +142,6 @@ TEST_F(ConfigRowLimit, After1000RowsTheMarkerIsASectionOfItsOwn) {
     ExpectRead("S\n" + NumberedLines(1000) + "Send\n", {{"S", NumberedRows(1000)}, {"Send", {}}}, LostFrom(0));
 }
 
-TEST_F(ConfigRowLimit, Row1001IsASectionsName) {
-    ExpectRead("S\n" + NumberedLines(1001) + "Send\na=1\nk1000end\n",
-               {{"S", NumberedRows(1000)}, {"k1000", {{"a", "1"}}}}, Lost("Send"));
-}
-
 TEST_F(ConfigRowLimit, AllKindsOfRowsCountAlike) {
     const Sections full = {{"S", {{"b", "2"}}}, {"Send", {}}};
     const std::string end = "b=2\nSend\nSendend\n";  // the last row, and the marker as a name
