@@ -48,16 +48,12 @@ using Values = std::vector<unsigned>;  ///< 8-bit or 16-bit
 using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
                                CLut16Type, CLut8Type, CLut>;
 
-// --- words
-
 inline std::uint32_t Word(std::string_view four) {
     const char name[5] = {four.at(0), four.at(1), four.at(2), four.at(3), '\0'};
     return Signature(name);
 }
 inline icTagSignature Name(std::string_view four) { return static_cast<icTagSignature>(Word(four)); }
 inline std::uint32_t TypeOf(const iccTagBase& tag) { return static_cast<std::uint32_t>(tag.sig); }
-
-// --- blocks
 
 /// The first bytes of a block, or the block padded with zeros; allocated to the exact size.
 inline Bytes Cut(const Bytes& block, std::size_t size) {
@@ -151,8 +147,6 @@ private:
     ByteWriter block_;
 };
 
-// --- tags
-
 /// Loads a block into a tag.
 template <typename Tag>
 unsigned Load(Tag& tag, std::string_view name, Bytes block) {
@@ -184,8 +178,6 @@ template <typename Lut>
 int TablesIn(const Lut& lut) {
     return (lut.inputTable != nullptr) + (lut.clutTable != nullptr) + (lut.outputTable != nullptr);
 }
-
-// --- profiles
 
 /// 128 bytes, each its offset plus 128.
 inline Bytes NumberedHeader() { return CountingBytes(128, 128); }

@@ -12,8 +12,6 @@ namespace {
 
 class IccFile4Read : public ProfileOnDisk {};
 
-// --- the header
-
 /// Checks every field against its place in the first bytes of a file.
 void ExpectHeader(const ProfileHeader& header, const Bytes& bytes) {
     const Bytes whole = Cut(bytes, 128);
@@ -58,8 +56,6 @@ TEST_F(IccFile4Read, TakesTheHeaderAloneFromWhereTheStreamStands) {
     EXPECT_EQ(file.ReadHeader(stream.get()), 0);
     ExpectHeader(file.header, Bytes(128));
 }
-
-// --- the tags
 
 TEST_F(IccFile4Read, KeepsTheOrderOfTheTableWhateverTheOffsetsAndCopiesWhatEntriesShare) {
     const Bytes table = ProfileOf(
@@ -162,8 +158,6 @@ TEST_F(IccFile4Read, FindsTheFirstTagOfANameAndNoneByItsType) {
     EXPECT_EQ(file.GetTag(Name("wtpt")), file.tagList[0].get());
 }
 
-// --- Reset
-
 TEST_F(IccFile4Read, AfterAResetFindsOnlyTheNewTags) {
     file.Reset();  // an empty container stays empty
     EXPECT_TRUE(file.tagList.empty());
@@ -177,8 +171,6 @@ TEST_F(IccFile4Read, AfterAResetFindsOnlyTheNewTags) {
     Read(ProfileOf({{"bbbb", Block("data", 12)}}));
     EXPECT_EQ(file.GetTag(Name("aaaa")), nullptr);
 }
-
-// --- one entry of the tag table
 
 TEST_F(IccFile4Read, AddsATagFromWordsAsTheyStandInTheFile) {
     const Bytes content = ByteWriter().Text("0123456789abcdefghij").Done();
@@ -199,8 +191,7 @@ TEST_F(IccFile4Read, AddsATagFromWordsAsTheyStandInTheFile) {
     EXPECT_EQ(Get<CXYZType>("wtpt").rawXYZ[0], Word("89ab"));
 }
 
-// --- the class of a tag: its name decides; the type counts only if the name leaves it open
-
+/// A tag's name decides; its type counts only if the name leaves it open.
 TEST_F(IccFile4Read, ChoosesTheClassOfATagByNameAndType) {
     const std::type_index lut = typeid(CLut), words = typeid(CLut16Type), bytes = typeid(CLut8Type),
                           data = typeid(CDataType), description = typeid(CTextDescriptionType);

@@ -61,8 +61,6 @@ TEST_F(IccFile4Save, WritesTheRoundedSize) {
     EXPECT_THAT(Saved(), EqualTo(SavedProfile({{"abcd", Block("data", 12)}, {"efgh", Block("data", 4)}})));
 }
 
-// --- a save writes the list of tags and their verbatim copies
-
 TEST_F(IccFile4Save, WritesNamesAndBytesOfTheList) {
     Read(Container(NumberedHeader(), kSomeTags));
     file.tagList.erase(file.tagList.begin());
@@ -103,8 +101,6 @@ TEST_F(IccFile4Save, WritesChangesOfTheCopy) {
     EXPECT_THAT(Saved(), EqualTo(SavedProfile({{"wtpt", Cut(block, 12)}})));
 }
 
-// --- tags that do not come from a file, whose sizes are not multiples of four
-
 TEST_F(IccFile4Save, WritesUnevenTagsBackToBackWithTheirOwnSizes) {
     Add(kUneven);
     const Bytes saved = Saved();
@@ -137,8 +133,6 @@ TEST_F(IccFile4Save, WritesTheTableAloneAndAnswersTheFilesSizeAndTheBlocksAlone)
                     EqualTo(Part(all, entries, all.size() - entries)));
     }
 }
-
-// --- destinations
 
 TEST_F(IccFile4Save, ReplacesALongerFileAndTheFileThatWasRead) {
     Read(Container(NumberedHeader(), kSomeTags));

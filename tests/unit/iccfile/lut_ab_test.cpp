@@ -44,8 +44,6 @@ TEST(CLut, TakesEveryFieldFromItsPlaceAndZeroBeyondItsBlock) {
     }
 }
 
-// --- curves
-
 struct Side {
     const char* name;  ///< of the tag
     unsigned in, out;
@@ -109,8 +107,6 @@ TEST(CLut, ReadsOneMCurveWhateverItsChannels) {
     }
 }
 
-// --- grids
-
 TEST(CLut, ReadsAGridOfAnyOtherPrecisionByteForByte) {
     for (const unsigned precision : {1U, 3U, 4U, 8U}) {
         const Bytes data = Block("", 24 * 2 * precision);
@@ -170,8 +166,6 @@ TEST(CLut, TakesFieldsOfAGridBeyondItsBlockForZero) {
         EXPECT_EQ(lut.clut->gridBytes, 0U) << size;
     }
 }
-
-// --- offsets
 
 TEST(CLut, HasEmptyPartsWhereTheyLieOutsideItsBlock) {
     for (const std::uint32_t offset : {33U, 100U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {

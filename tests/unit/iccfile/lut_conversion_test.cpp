@@ -109,8 +109,6 @@ TEST(LutConversion, TakesNoNoticeOfMatrixAndMCurves) {
 
 TEST(LutConversion, OfNoSourceHasNoTables) { EXPECT_EQ(TablesIn(CLut16Type(static_cast<CLut*>(nullptr))), 0); }
 
-// --- curves
-
 constexpr Shape kTooManyOrNone[] = {{"A2B0", 8, 3, 1}, {"A2B0", 255, 255, 1}, {"A2B0", 3, 4, 2},
                                     {"B2A0", 3, 8, 2}, {"B2A0", 4, 3, 2},     {"A2B0", 0, 3, 2},
                                     {"A2B0", 3, 0, 2}, {"B2A0", 0, 3, 2},     {"B2A0", 3, 0, 2}};
@@ -171,8 +169,6 @@ TEST(LutConversion, CountsTheEntriesOfACurveInSixteenBits) {
         }
     }
 }
-
-// --- grids
 
 TEST(LutConversion, TakesTheFirstAxisOfTheGridForAll) {
     struct Row {

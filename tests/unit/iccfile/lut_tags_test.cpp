@@ -109,8 +109,6 @@ TEST(LutTags, CountWideEnoughForTheLargestTables) {
     });
 }
 
-// --- tables that the units can use
-
 struct Limit {
     int in, out, points, inEntries, outEntries;
     bool usable;

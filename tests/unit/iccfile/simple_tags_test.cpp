@@ -24,8 +24,6 @@ TEST(TextTags, HoldEveryByteBehindTheEighth) {
     }
 }
 
-// --- fixed-point values
-
 TEST(FixedPoint, IsReadWithoutASign) {
     EXPECT_EQ(FromFixed(0xffff0000U), 65535.0) << "not -1";
     for (const std::uint32_t word : {0U, 1U, 0x8000U, 0xf6d6U, 65536U, 65537U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
@@ -46,8 +44,6 @@ TEST(FixedPoint, FillsItsTagAndIsZeroWhereTheBlockHasEnded) {
         for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(chad.chad[i], Big32At(block, 8 + 4 * i) / 65536.0);
     }
 }
-
-// --- curves
 
 TEST(CCurveType, HoldsItsEntriesInHostOrder) {
     ByteWriter block;  // type and reserved word are ignored

@@ -32,8 +32,6 @@ protected:
     std::uint64_t begin_ = Address(block_.Data()), end_ = begin_ + kLength;
 };
 
-// --- reads and writes
-
 struct Transfer {
     std::int64_t from;
     unsigned long size, count;
@@ -122,8 +120,6 @@ TEST_F(IoBuf, AnEmptyBlockHoldsNothing) {
     EXPECT_EQ(block_.Content(), CountingBytes(kLength, kFirst));
 }
 
-// --- seeks
-
 /// Where a seek leads in a block of 10 bytes, and its answer. Origins 0 to 2 are the start, the position and the end;
 /// any other leaves the position unchanged. Forward, the end alone is a limit, and backward the start. The answer is
 /// the offset, or the low 32 bits of the distance beyond the limit.
@@ -157,8 +153,6 @@ TEST_F(IoBufSeek, StopsAtOneLimitAndAnswersTheLow32BitsOfTheExcess) {
         }
     }
 }
-
-// --- the block
 
 TEST_F(IoBuf, TheHandleIsTheStartWhereverItStands) {
     EXPECT_EQ(Place(stream_), 0) << "at first";

@@ -35,8 +35,6 @@ Bytes Without(unsigned absent) {
 }
 const Numbers kWhole{7, 5, 3, 16, 42, 300};
 
-// Reading
-
 TEST(CTiff, ReadsEachNumberFromItsTag) {
     const std::vector<std::pair<unsigned, Numbers>> rows{{0, kWhole},
                                                          {256, {0, 5, 3, 16, 0, 300}},
@@ -131,8 +129,6 @@ TEST(CTiff, PrintsALineForAFailedReadAndKeepsTheNumbersButNoImage) {
     }
     EXPECT_EQ(Printed([&] { const CTiff made("/no such.tif"); }), missing);
 }
-
-// A new image
 
 struct NewRow {
     int width, height, resolution, samples, bits;
@@ -297,8 +293,6 @@ TEST_F(CreateNewFromFile, SavesAtOnceWhatTheListHoldsByThen) {
     EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str(), out.c_str()), 0); }), "");
     EXPECT_EQ(ReadFile(out), NewFile(kSmall, CountingBytes(60)));
 }
-
-// Tags and buffers set by a caller
 
 TEST(CTiff, SetsATagThatTheFactoryMakesWithoutTheGivenBytes) {
     CTiff tiff;

@@ -45,8 +45,6 @@ public:
     }
 };
 
-// Addresses
-
 constexpr int kColumns = 9;
 constexpr int kRows = 4;
 constexpr int kSomeX[] = {kLeast, -20, -1, 0, 1, 5, 7, 8, 9, 20, kMost};
@@ -133,8 +131,6 @@ TEST(PixelAccess, MultipliesColumnsInThirtyTwoBitsAndRowsByTheField) {
     EXPECT_EQ(tiff.GetRow(row.data(), 2, 0), 0);
     EXPECT_EQ(row, (Bytes{6, 7, 8, 0})) << "as many bytes as from one row to the next";
 }
-
-// Rows and blocks
 
 /// Bytes that are copied between an image and a buffer: where they begin in both, and how many.
 struct Piece {
@@ -227,8 +223,6 @@ TEST(PixelAccess, CopiesBlocksRowByRowOfEightAndSixteenBitsOnly) {
         }
     }
 }
-
-// Images that are none
 
 TEST(PixelAccess, PointsNowhereWithoutAnImage) {
     for (const auto& [width, height, samples, allocate] :

@@ -133,8 +133,6 @@ TEST(ReadStrips, ReadsOnFromWhereTheStreamStandsAtANegativeOffset) {
     }
 }
 
-// Planes
-
 TEST(Pack, LeavesPlanesOfSeveralStripsAsTheyAre) {
     for (const auto& [samples, bits] :
          {std::pair{3U, 8U}, {3U, 16U}, {4U, 8U}, {5U, 16U}, {2U, 16U}, {1U, 8U}, {3U, 1U}}) {

@@ -120,8 +120,6 @@ TEST(TiffTag, ReplacesWhatItHeldByWhatItAdoptsOrMakes) {
     EXPECT_EQ(tag.GetData(), nullptr);
 }
 
-// BitsPerSample
-
 TEST(BitsPerSampleTag, IsMadeWithAnItemForEachOfSeveralSamples) {
     struct Row {
         unsigned type, count;
@@ -148,8 +146,6 @@ TEST(BitsPerSampleTag, IsMadeWithAnItemForEachOfSeveralSamples) {
         EXPECT_EQ(SavedTag(tag), row.saved);
     }
 }
-
-// XResolution and YResolution
 
 TEST(ResolutionTag, IsMadeAsHundredthsInThirtyTwoBitsAndSavedByItsTypeAndCount) {
     struct Row {
