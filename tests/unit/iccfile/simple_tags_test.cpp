@@ -83,28 +83,21 @@ TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
     }
 }
 
-TEST(CCurveType, WithoutASizeAnswersTwoBytesMoreThanItTakes) {
+TEST(CCurveType, WithoutASizeIsReadAsFarAsItsCountSaysAndAnswersTwoBytesMore) {
     Values entries;
     for (unsigned n = 0; n <= 9; entries.push_back(0x1200 + n * 0x0301), ++n) {
         Bytes block = CurveBlock(entries);
-        CCurveType curve;
-        EXPECT_EQ(curve.Initial(Name("A2B0"), block.data()), 2 * n + 14);
-        EXPECT_EQ(curve.tagSize, 2 * n + 14);
-        EXPECT_THAT(EntriesOf(&curve), EqualTo(entries));
-        EXPECT_EQ(curve.tagSig, Name("A2B0"));
-        EXPECT_EQ(TypeOf(curve), Word("curv"));
-        EXPECT_EQ(curve.reserved, 0U);
-    }
-}
-
-TEST(CCurveType, OfSizeZeroIsReadAsFarAsItsCountSays) {
-    for (const Values& entries : {Values{}, Values{5}, Values{0x1234, 0, 0xfffe}}) {
-        Bytes block = CurveBlock(entries);
-        CCurveType curve;
-        EXPECT_EQ(curve.Initial(Name("gTRC"), block.data(), 0), 0U);
-        EXPECT_EQ(curve.tagSize, 0U);
-        EXPECT_THAT(EntriesOf(&curve), EqualTo(entries));
-        EXPECT_EQ(TypeOf(curve), Word("curv"));
+        CCurveType ofSizeZero, stepped;
+        EXPECT_EQ(ofSizeZero.Initial(Name("A2B0"), block.data(), 0), 0U);
+        EXPECT_EQ(ofSizeZero.tagSize, 0U);
+        EXPECT_EQ(stepped.Initial(Name("A2B0"), block.data()), 2 * n + 14);
+        EXPECT_EQ(stepped.tagSize, 2 * n + 14);
+        for (const CCurveType* curve : {&ofSizeZero, &stepped}) {
+            EXPECT_THAT(EntriesOf(curve), EqualTo(entries));
+            EXPECT_EQ(curve->tagSig, Name("A2B0"));
+            EXPECT_EQ(TypeOf(*curve), Word("curv"));
+            EXPECT_EQ(curve->reserved, 0U);
+        }
     }
 }
 

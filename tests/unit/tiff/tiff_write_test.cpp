@@ -5,9 +5,6 @@
 namespace hueweave::test {
 namespace {
 
-/// A directory with one LONG, as written from byte 8 on.
-const Bytes kDirectory = ByteWriter().Little16(1).Little16(256).Little16(4).Little32(1).Little32(3).Little32(0).Done();
-
 /// Appends to a list an image of five bytes and tag 279 with the given length.
 void AddImage(Tiff& tiff, std::uint32_t length = 5) {
     tiff.tags.push_back(Made(273, 4, 1, 3, CountingBytes(5)));
@@ -19,16 +16,16 @@ TEST(TiffWrite, WritesTheHeaderWhereTheStreamStandsAndTheDirectoryAtEight) {
     tiff.ifdOffset = 1234;
     tiff.writeIfdOffset = 99;
     tiff.AddTags(Word(4, 256), 1, 3, nullptr);
-    const Bytes header{0x49, 0x49, 0x2a, 0, 8, 0, 0, 0};
+    const Bytes file = TiffBuilder().Long(256, 3).Build(), header = Part(file, 0, 8), directory = Part(file, 8, 18);
     const auto writeDirectory = [&](std::FILE* f) {
         EXPECT_EQ(tiff.WriteIFD(f), 0);
         EXPECT_EQ(std::ftell(f), 8 + 18);
     };
     EXPECT_EQ(WrittenBy([&](std::FILE* f) { EXPECT_EQ(tiff.WriteHeader(f), 0); }, {7}), Joined({{7}, header}));
-    EXPECT_EQ(WrittenBy(writeDirectory), Joined({Bytes(8, 0), kDirectory}));
-    EXPECT_EQ(WrittenBy(writeDirectory, Bytes(30, 7)), Joined({Bytes(8, 7), kDirectory, Bytes(4, 7)}));
+    EXPECT_EQ(WrittenBy(writeDirectory), Joined({Bytes(8, 0), directory}));
+    EXPECT_EQ(WrittenBy(writeDirectory, Bytes(30, 7)), Joined({Bytes(8, 7), directory, Bytes(4, 7)}));
     EXPECT_EQ(WrittenBy([&](std::FILE* f) { EXPECT_EQ(tiff.SaveTiff(f), 0); }, Bytes(4, 7)),
-              Joined({Bytes(4, 7), Part(header, 0, 4), kDirectory}));
+              Joined({Bytes(4, 7), Part(header, 0, 4), directory}));
     Tiff empty;
     EXPECT_EQ(Saved(empty), Joined({header, Bytes(6, 0)}));
 }
