@@ -13,7 +13,6 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/FileHandle.h"
@@ -131,6 +130,16 @@ inline std::string Printed(const std::function<void()>& action) {
     testing::internal::CaptureStdout();
     action();
     return testing::internal::GetCapturedStdout();
+}
+
+/// The text of the exception that `action` throws; null if it throws none.
+inline const char* Thrown(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const char* text) {
+        return text;
+    }
+    return nullptr;
 }
 
 inline std::vector<unsigned> Signatures(const Tiff& tiff) {

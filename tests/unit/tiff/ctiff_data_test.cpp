@@ -138,16 +138,11 @@ TEST(SetIccProfile, NeverAddsAProfile) {
 
 TEST(SetIccProfile, ThrowsForAFileThatCannotBeOpened) {
     IccImage tiff;
-    std::string thrown;
-    try {
-        tiff.SetIccProfile(tiff.in.c_str());
-    } catch (const char* text) {
-        thrown = text;
-    }
-    EXPECT_EQ(thrown, " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
+    const auto set = [&] { tiff.SetIccProfile(tiff.in.c_str()); };
+    EXPECT_STREQ(Thrown(set), " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
     EXPECT_EQ(FieldsOf(tiff, 34675), (Fields{34675, 7, 0, 0})) << "untouched";
     tiff.RemoveIcc();
-    EXPECT_THROW(tiff.SetIccProfile(tiff.in.c_str()), const char*) << "also without a tag";
+    EXPECT_NE(Thrown(set), nullptr) << "also without a tag";
 }
 
 TEST(SaveIccProfile, WritesAsManyBytesAsTheTagCountsAndHolds) {

@@ -8,16 +8,6 @@ namespace {
 
 TiffBuilder SmallTiff() { return ChunkyTiff(2, 2, 3, 8, CountingBytes(12)); }
 
-/// The text of the exception that `action` throws; null if it throws none.
-const char* Thrown(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const char* text) {
-        return text;
-    }
-    return nullptr;
-}
-
 TiffBuilder ManyEntries(unsigned count) {
     TiffBuilder tiff;
     for (unsigned i = 0; i < count; ++i) tiff.Long(1000 + i, i);

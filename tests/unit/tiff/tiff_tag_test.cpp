@@ -46,15 +46,6 @@ TEST(TiffTag, OfAFileIsThatOfTheReference) {
     }
 }
 
-TEST(TiffTag, HasNoDataWithoutAStream) {
-    const TiffTag tag(Word(2, 1000), 9, 20, nullptr);
-    EXPECT_EQ(tag.GetData(), nullptr);
-    EXPECT_TRUE(tag.ValueIsOffset());
-    EXPECT_EQ(tag.GetValue(), 0U);
-    EXPECT_EQ(tag.value, 20U);
-    EXPECT_EQ(WrittenBy([&](std::FILE* f) { EXPECT_EQ(tag.SaveFile(f), 0); }), Bytes());
-}
-
 TEST(TiffTag, FillsUpToTwiceItsDataAndEightMiB) {
     constexpr unsigned kLimit = 2 * 6 + (8U << 20);
     for (const auto& [count, written] : {std::pair{6U, 6U}, {7U, 7U}, {kLimit, kLimit}, {kLimit + 1, 0U}}) {
