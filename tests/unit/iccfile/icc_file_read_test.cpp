@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reading a profile: the header, the tag table, the blocks, the list of tags and the class of each, and look-ups by
-// name.
+// Reading a profile: the header, the tag table, the blocks, the class of each tag, and look-ups by name.
 #include <arpa/inet.h>
 
 #include <typeindex>

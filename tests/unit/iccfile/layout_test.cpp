@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The layout of container and tags: the order and width of fields, virtual operations in their slots, and the class
-// hierarchy.
+// The layout of container and tags: the places of fields, virtual operations in their slots, and the class hierarchy.
 #include <type_traits>
 
 #include "support/Layout.h"
@@ -13,16 +12,11 @@ using ICC40::ICC4_HEADER::icTagBase;
 using ICC40::ICCFILE::CLutGrid;
 using ICC40::ICCFILE::icTagTypeSignature;
 
-/// Bytes from an object's start to one of its fields.
-template <typename Object, typename Field>
-std::size_t At(const Object& object, const Field& field) {
-    return static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(&field) -
-                                    reinterpret_cast<std::uintptr_t>(&object));
-}
 using Places = std::vector<std::size_t>;
+/// Bytes from an object's start to each of its fields.
 template <typename Object, typename... Fields>
 Places PlacesIn(const Object& object, const Fields&... fields) {
-    return {At(object, fields)...};
+    return {reinterpret_cast<std::uintptr_t>(&fields) - reinterpret_cast<std::uintptr_t>(&object)...};
 }
 
 constexpr std::size_t kBase = 32;  // vtable pointer, the two words of the plain struct, two more words, a pointer

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Tables of 16-bit entries, and those of bytes, which are read in the same layout: the position of each part in the
-// block, and which tables are usable.
+// Tables of words, and those of bytes in the same layout: where each part is, and which tables are usable.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {

@@ -68,8 +68,8 @@ TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
           Row{0xffffffffU, 20, 4}, Row{0x80000000U, 20, 4}, Row{0x80000004U, 20, 4}, Row{0x7fffffffU, 18, 3}}) {
         SCOPED_TRACE(std::to_string(row.announced) + " in " + std::to_string(row.size));
         const Bytes block = Cut(ByteWriter().Text("curv").Big32(0).Big32(row.announced).Append(four).Done(), row.size);
-        const Values all = {11, 22, 33, 44};
-        const Values taken(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.taken));
+        Values taken = {11, 22, 33, 44};
+        taken.resize(row.taken);
         const Loaded<CCurveType> alone("bTRC", block);
         EXPECT_EQ(alone.taken, row.size);
         EXPECT_EQ(alone.tagSize, row.size);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The four ways to read the image of a file: one chunky strip, several strips, bit planes, and planes that are packed
-// into pixels.
+// The four ways to read an image: one chunky strip, several strips, bit planes, and planes packed into pixels.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Header and directory of a file: what is refused, which IFD entries are taken, how much data they may request, and
-// what happens to those that request more.
+// Header and directory of a file: what is refused, and which IFD entries are taken with how much data.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
