@@ -51,21 +51,20 @@ inline Bytes SamplePixels(std::size_t bytes = 300) {
     return pixels;
 }
 
-/// What the first engine's conversion does to some 8-bit pixels: "untouched", "changed" or "refused".
-inline std::string EffectOfConversion() {
-    Bytes pixels = SamplePixels();
-    const std::int32_t status = Orvix_Icc_Convert2(pixels.data(), nullptr, static_cast<int>(pixels.size() / 3));
-    const bool touched = pixels != SamplePixels();
-    if (status == 0) return touched ? "changed" : "untouched";
+/// The first engine's output for some 8-bit pixels; empty if it refuses, and then they stay.
+inline Bytes ConvertedPixels(const Bytes& pixels = SamplePixels()) {
+    Bytes converted = pixels;
+    const std::int32_t status =
+        Orvix_Icc_Convert2(converted.data(), converted.data(), static_cast<int>(pixels.size() / 3));
+    if (status == 0) return converted;
     EXPECT_EQ(status, -1);
-    EXPECT_FALSE(touched);
-    return "refused";
+    EXPECT_EQ(converted, pixels);
+    return {};
 }
-
-/// The first engine's output for some pixels; empty if it refuses.
-inline Bytes ConvertedPixels(Bytes pixels = SamplePixels()) {
-    const std::int32_t status = Orvix_Icc_Convert2(pixels.data(), pixels.data(), static_cast<int>(pixels.size() / 3));
-    return status == 0 ? pixels : Bytes();
+/// What that conversion does: "untouched", "changed" or "refused".
+inline std::string EffectOfConversion() {
+    const Bytes pixels = ConvertedPixels();
+    return pixels.empty() ? "refused" : pixels == SamplePixels() ? "untouched" : "changed";
 }
 
 /// The image that the first engine writes: converted pixels, and no profile.
@@ -144,19 +143,21 @@ protected:
         return text.str();
     }
     /// Calls `prepare`, then `call` while `fault(k)` lives, then `check`, for k = 1, 2, ... until there was no fault to
-    /// make; no call may leave a descriptor open. Returns the number of faults.
+    /// make; no call may leave a descriptor open. `printed_` is what the call printed. Returns the number of faults.
     template <typename Fault>
-    static std::uint64_t Sweep(const Fault& fault, const std::function<void()>& prepare,
-                               const std::function<void()>& call, const std::function<void()>& check) {
+    std::uint64_t Sweep(const Fault& fault, const std::function<void()>& prepare, const std::function<void()>& call,
+                        const std::function<void()>& check) {
         for (std::uint64_t k = 1; k < 5000; ++k) {
             SCOPED_TRACE("fault " + std::to_string(k));
             prepare();
+            testing::internal::CaptureStdout();
             const std::ptrdiff_t descriptors = OpenFiles();
             auto made = fault(k);
             call();
             made.Stop();
             const bool failed = made.Failed();
             EXPECT_EQ(OpenFiles(), descriptors);
+            printed_ = testing::internal::GetCapturedStdout();
             check();
             if (HasFailure() || !failed) return k - 1;
         }
@@ -164,6 +165,7 @@ protected:
         return 0;
     }
 
+    std::string printed_;
     TempDir dir_;
 };
 

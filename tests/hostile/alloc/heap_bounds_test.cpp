@@ -155,12 +155,10 @@ TEST_F(HeapBoundsTest, ConvertFileTakes24MiBAnd6TimesItsFile) {
     for (const Bytes& file : Images()) {
         SCOPED_TRACE(testing::Message() << "file " << row++ << " of " << file.size() << " bytes");
         const std::string path = Put("bad.tif", file);
-        testing::internal::CaptureStdout();
-        {
+        Printed([&] {
             const HeapWatch heap;
             Orvix_Icc_ConvertFile(path.c_str(), "/dev/null");
-        }
-        testing::internal::GetCapturedStdout();
+        });
         most = std::max(most, heapState.peak);
         EXPECT_LE(heapState.peak, 24 * kMiB + 6 * static_cast<std::int64_t>(file.size()));
         EXPECT_LE(heapState.used, 4096);

@@ -8,23 +8,19 @@ namespace {
 
 /// Four rows of four pixels in each layout that an image can have, with a profile and Exif data.
 std::map<std::string, Bytes> Samples() {
-    const Bytes pixels = CountingBytes(48);
-    const auto rows = [&](std::size_t from, std::size_t bytes) {
-        return Bytes(pixels.begin() + static_cast<std::ptrdiff_t>(from),
-                     pixels.begin() + static_cast<std::ptrdiff_t>(from + bytes));
-    };
-    TiffBuilder rich = ChunkyTiff(4, 4, 3, 8, pixels);
+    TiffBuilder rich = ChunkyTiff(4, 4, 3, 8, CountingBytes(48));
     rich.Undefined(34675, CountingBytes(20, 9)).Exif(CountingBytes(44, 60));
     TiffBuilder strips;
-    strips.Shape(4, 4, 3, 8).Strip(rows(0, 24)).Strip(rows(24, 24)).StripOffsets().Long(278, 2).StripByteCounts(3);
-    const TiffBuilder planar = PlanarTiff(4, 4, 3, 8, 4, {rows(0, 16), rows(16, 16), rows(32, 16)});
-    const TiffBuilder bitmap = PlanarTiff(16, 4, 3, 1, 4, {rows(0, 24)});
+    strips.Shape(4, 4, 3, 8).Strip(CountingBytes(24)).Strip(CountingBytes(24, 25));
+    strips.StripOffsets().Long(278, 2).StripByteCounts(3);
+    const TiffBuilder planar =
+        PlanarTiff(4, 4, 3, 8, 4, {CountingBytes(16), CountingBytes(16, 17), CountingBytes(16, 33)});
     return {{"Chunky", rich.Build()},
             {"Strips", strips.Build()},
             {"Planes", planar.Build()},
-            {"Bitmap", bitmap.Build()},
-            {"Grey", ChunkyTiff(4, 4, 1, 8, rows(0, 16)).Build()},
-            {"Wide", ChunkyTiff(4, 2, 3, 16, pixels).Build()}};
+            {"Bitmap", PlanarTiff(16, 4, 3, 1, 4, {CountingBytes(24)}).Build()},
+            {"Grey", ChunkyTiff(4, 4, 1, 8, CountingBytes(16)).Build()},
+            {"Wide", ChunkyTiff(4, 2, 3, 16, CountingBytes(48)).Build()}};
 }
 
 using TiffSweep = TiffRun;

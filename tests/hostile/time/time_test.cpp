@@ -34,8 +34,6 @@ protected:
     }
 };
 
-// Profiles
-
 /// A typical profile: a table of 33 grid points for every intent, and texts up to 1 MiB.
 Bytes SoundProfile() {
     const Bytes table = Mft2(SmoothLut(33));
@@ -79,8 +77,6 @@ TEST_F(TimeTest, OfAProfileIsNoMoreThanEightTimesThatOfASoundOne) {
     const std::string sound = Put("sound.icc", SoundProfile());
     for (const auto& [name, file] : SlowProfiles()) ExpectAtMost(8, 15, name, bind(Put("slow.icc", file)), bind(sound));
 }
-
-// Images
 
 constexpr std::uint32_t kMostStrips = 130000;  ///< offsets and byte counts, 8 bytes a strip, fit in 1 MiB
 

@@ -48,16 +48,12 @@ using Values = std::vector<unsigned>;  ///< 8-bit or 16-bit
 using AllTags = testing::Types<iccTagBase, CTextType, CTextDescriptionType, CXYZType, CDataType, CCurveType, CChad,
                                CLut16Type, CLut8Type, CLut>;
 
-// --- words
-
 inline std::uint32_t Word(std::string_view four) {
     const char name[5] = {four.at(0), four.at(1), four.at(2), four.at(3), '\0'};
     return Signature(name);
 }
 inline icTagSignature Name(std::string_view four) { return static_cast<icTagSignature>(Word(four)); }
 inline std::uint32_t TypeOf(const iccTagBase& tag) { return static_cast<std::uint32_t>(tag.sig); }
-
-// --- blocks
 
 /// The first bytes of a block, or the block padded with zeros; allocated to the exact size.
 inline Bytes Cut(const Bytes& block, std::size_t size) {
@@ -78,10 +74,7 @@ inline Bytes Block(std::string_view type, std::size_t size, unsigned seed = 1) {
     return Cut(block.Done(), size);
 }
 inline Bytes CurveBlock(const Values& entries) {
-    ByteWriter block;
-    block.Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(entries.size()));
-    for (const unsigned entry : entries) block.Big16(entry);
-    return block.Done();
+    return ByteWriter().Text("curv").Big32(0).Big32(static_cast<std::uint32_t>(entries.size())).Big16s(entries).Done();
 }
 
 /// `count` values for tables of `width` bytes per entry; a value depends on its place only, and its two bytes differ.
@@ -142,21 +135,17 @@ public:
     }
     AbBlock& Grid(const Values& points, unsigned precision, const Bytes& data) {
         ByteWriter bytes;
-        for (std::size_t i = 0; i < 16; ++i) bytes.U8(i < points.size() ? points[i] : 0);
-        return Raw(kGrid, bytes.U8(precision).U8(0x71).U8(0x72).U8(0x73).Append(data).Done());
+        for (const unsigned point : points) bytes.U8(point);
+        return Raw(kGrid, bytes.Align(16).U8(precision).U8(0x71).U8(0x72).U8(0x73).Append(data).Done());
     }
     AbBlock& Grid(const Values& points, const Values& values) {
-        ByteWriter bytes;
-        for (const unsigned value : values) bytes.Big16(value);
-        return Grid(points, 2, bytes.Done());
+        return Grid(points, 2, ByteWriter().Big16s(values).Done());
     }
     const Bytes& Done() const { return block_.Done(); }
 
 private:
     ByteWriter block_;
 };
-
-// --- tags
 
 /// Loads a block into a tag.
 template <typename Tag>
@@ -190,8 +179,6 @@ int TablesIn(const Lut& lut) {
     return (lut.inputTable != nullptr) + (lut.clutTable != nullptr) + (lut.outputTable != nullptr);
 }
 
-// --- profiles
-
 /// 128 bytes, each its offset plus 128.
 inline Bytes NumberedHeader() { return CountingBytes(128, 128); }
 /// The same header as it is written: with the actual size, and zero in two places.
@@ -212,20 +199,16 @@ struct TagEntry {
 
 /// Header, count, tag table, and the blocks, each padded with zeros to a multiple of 4.
 inline Bytes ProfileOf(const std::vector<TagEntry>& entries) {
-    ByteWriter table, data;
-    const std::size_t start = 132 + 12 * entries.size();
-    for (const TagEntry& entry : entries) {
-        table.Text(entry.name)
-            .Big32(entry.offset.value_or(static_cast<std::uint32_t>(start + data.Size())))
-            .Big32(entry.size.value_or(static_cast<std::uint32_t>(entry.block.size())));
-        data.Append(entry.block).Align(4);
+    TagList tags;
+    for (const TagEntry& entry : entries) tags.emplace_back(entry.name, entry.block);
+    ByteWriter file;
+    file.Append(Container(NumberedHeader(), tags));
+    for (std::size_t at = 132; const TagEntry& entry : entries) {
+        if (entry.offset) file.PatchBig32(at + 4, *entry.offset);
+        if (entry.size) file.PatchBig32(at + 8, *entry.size);
+        at += 12;
     }
-    return ByteWriter()
-        .Append(NumberedHeader())
-        .Big32(static_cast<std::uint32_t>(entries.size()))
-        .Append(table.Done())
-        .Append(data.Done())
-        .Done();
+    return file.Done();
 }
 
 /// A tag of every class.

@@ -36,15 +36,6 @@ TEST_F(IccFile4Limits, LeavesOutAnEntryThatDoesNotLieInTheFile) {
     }
 }
 
-TEST_F(IccFile4Limits, LetsTheRoundingReachPastTheFilesEnd) {
-    for (std::uint32_t declared = 9; declared <= 12; ++declared) {
-        SCOPED_TRACE(declared);
-        const Bytes bytes = ProfileOf({{"abcd", Block("data", 12), {}, declared}});
-        file.Reset();
-        Read(Cut(bytes, bytes.size() - (12 - declared)));
-    }
-}
-
 TEST_F(IccFile4Limits, KeepsATagOfNoBytesWithTypeZero) {
     Read(ProfileOf({{"chad"}, {"A2B0"}, {"B2A2"}, {"wtpt"}, {"rTRC"}, {"desc"}, {"cprt"}, {"abcd"}}));
 }

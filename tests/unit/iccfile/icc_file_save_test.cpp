@@ -37,11 +37,8 @@ Bytes TableOf(const TagList& tags) {
     }
     return table.Append(data.Done()).Done();
 }
-/// A whole saved profile.
-Bytes SavedProfile(const TagList& tags) {
-    const Bytes table = TableOf(tags);
-    return ByteWriter().Append(SavedHeader(static_cast<std::uint32_t>(128 + table.size()))).Append(table).Done();
-}
+/// A whole saved profile of blocks that need no padding.
+Bytes SavedProfile(const TagList& tags) { return SizedContainer(SavedHeader(0), tags); }
 const TagList kSomeTags = {
     {"zzzz", Block("data", 12, 1)}, {"wtpt", Block("XYZ ", 20, 2)}, {"aaaa", Block("text", 16, 3)}};
 const TagList kUneven = {{"aaaa", Block("data", 5)}, {"bbbb", Block("data", 1)}, {"cccc", Block("data", 10)}};
@@ -63,8 +60,6 @@ TEST_F(IccFile4Save, WritesTheRoundedSize) {
     Read(ProfileOf({{"abcd", Block("data", 12), {}, 10}, {"efgh", Block("data", 4)}}));
     EXPECT_THAT(Saved(), EqualTo(SavedProfile({{"abcd", Block("data", 12)}, {"efgh", Block("data", 4)}})));
 }
-
-// --- a save writes the list of tags and their verbatim copies
 
 TEST_F(IccFile4Save, WritesNamesAndBytesOfTheList) {
     Read(Container(NumberedHeader(), kSomeTags));
@@ -106,8 +101,6 @@ TEST_F(IccFile4Save, WritesChangesOfTheCopy) {
     EXPECT_THAT(Saved(), EqualTo(SavedProfile({{"wtpt", Cut(block, 12)}})));
 }
 
-// --- tags that do not come from a file, whose sizes are not multiples of four
-
 TEST_F(IccFile4Save, WritesUnevenTagsBackToBackWithTheirOwnSizes) {
     Add(kUneven);
     const Bytes saved = Saved();
@@ -140,8 +133,6 @@ TEST_F(IccFile4Save, WritesTheTableAloneAndAnswersTheFilesSizeAndTheBlocksAlone)
                     EqualTo(Part(all, entries, all.size() - entries)));
     }
 }
-
-// --- destinations
 
 TEST_F(IccFile4Save, ReplacesALongerFileAndTheFileThatWasRead) {
     Read(Container(NumberedHeader(), kSomeTags));

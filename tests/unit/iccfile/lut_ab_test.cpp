@@ -44,8 +44,6 @@ TEST(CLut, TakesEveryFieldFromItsPlaceAndZeroBeyondItsBlock) {
     }
 }
 
-// --- curves
-
 struct Side {
     const char* name;  ///< of the tag
     unsigned in, out;
@@ -96,39 +94,6 @@ TEST(CLut, GivesItsCurvesTypeSteppedSizeAndNoData) {
     }
 }
 
-/// Curves placed as in the format: each at a multiple of 4 bytes.
-Bytes AlignedCurves(const std::vector<Values>& curves) {
-    ByteWriter bytes;
-    for (const Values& curve : curves) bytes.Append(CurveBlock(curve)).Align(4);
-    return bytes.Done();
-}
-
-TEST(CLut, StepsAsTheFormatAlignsOddNumbersOfEntries) {
-    for (const std::vector<Values>& curves :
-         {std::vector<Values>{{1}, {2}, {3}}, {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}, {{1, 2, 3, 4, 5}, {6}, {7, 8, 9}}}) {
-        const Loaded<CLut> lut(
-            "A2B0",
-            AbBlock(3, 3).Raw(AbBlock::kB, AlignedCurves(curves)).Raw(AbBlock::kA, AlignedCurves(curves)).Done());
-        EXPECT_EQ(AllEntries(lut.bCurves), curves);
-        EXPECT_EQ(AllEntries(lut.aCurves), curves);
-    }
-}
-
-TEST(CLut, StepsTwoBytesTooFarOverAnEvenNumberOfEntries) {
-    // Aligned curves are at 32, 48 and 64, and the block ends at 80. The reader expects the second at 50: its count
-    // consists of the low two bytes of the true count and the first entry, 0x00023333, and the nine words up to the end
-    // are taken.
-    const Bytes aligned = AlignedCurves({{0x1111, 0x2222}, {0x3333, 0x4444}, {0x5555, 0x6666}});
-    for (const std::size_t place : {AbBlock::kA, AbBlock::kB}) {
-        const Bytes block = AbBlock(3, 3).Raw(place, aligned).Done();
-        ASSERT_EQ(block.size(), 80U);
-        const Loaded<CLut> lut("A2B0", block);
-        EXPECT_EQ(place == AbBlock::kA ? AllEntries(lut.aCurves) : AllEntries(lut.bCurves),
-                  (std::vector<Values>{{0x1111, 0x2222}, {0x4444, 0x6375, 0x7276, 0, 0, 0, 2, 0x5555, 0x6666}, {}}));
-        EXPECT_EQ(TypeOf(place == AbBlock::kA ? *lut.aCurves[1] : *lut.bCurves[1]), 0x72760000U);
-    }
-}
-
 TEST(CLut, ReadsOneMCurveWhateverItsChannels) {
     for (const unsigned channels : {0U, 1U, 3U, 7U}) {
         for (const char* name : {"A2B0", "B2A0"}) {
@@ -141,8 +106,6 @@ TEST(CLut, ReadsOneMCurveWhateverItsChannels) {
         }
     }
 }
-
-// --- grids
 
 TEST(CLut, ReadsAGridOfAnyOtherPrecisionByteForByte) {
     for (const unsigned precision : {1U, 3U, 4U, 8U}) {
@@ -203,8 +166,6 @@ TEST(CLut, TakesFieldsOfAGridBeyondItsBlockForZero) {
         EXPECT_EQ(lut.clut->gridBytes, 0U) << size;
     }
 }
-
-// --- offsets
 
 TEST(CLut, HasEmptyPartsWhereTheyLieOutsideItsBlock) {
     for (const std::uint32_t offset : {33U, 100U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {

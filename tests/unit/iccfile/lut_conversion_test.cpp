@@ -109,14 +109,10 @@ TEST(LutConversion, TakesNoNoticeOfMatrixAndMCurves) {
 
 TEST(LutConversion, OfNoSourceHasNoTables) { EXPECT_EQ(TablesIn(CLut16Type(static_cast<CLut*>(nullptr))), 0); }
 
-// --- curves
-
-constexpr Shape kTooManyOrNone[] = {{"A2B0", 8, 3, 1}, {"A2B0", 255, 255, 1}, {"A2B0", 3, 4, 2},
-                                    {"B2A0", 3, 8, 2}, {"B2A0", 4, 3, 2},     {"A2B0", 0, 3, 2},
-                                    {"A2B0", 3, 0, 2}, {"B2A0", 0, 3, 2},     {"B2A0", 3, 0, 2}};
-
 TEST(LutConversion, HasRoomForSevenACurvesAndThreeBCurves) {
-    for (const Shape& shape : kTooManyOrNone) {
+    for (const Shape& shape : {Shape{"A2B0", 8, 3, 1}, Shape{"A2B0", 255, 255, 1}, Shape{"A2B0", 3, 4, 2},
+                               Shape{"B2A0", 3, 8, 2}, Shape{"B2A0", 4, 3, 2}, Shape{"A2B0", 0, 3, 2},
+                               Shape{"A2B0", 3, 0, 2}, Shape{"B2A0", 0, 3, 2}, Shape{"B2A0", 3, 0, 2}}) {
         SCOPED_TRACE(std::string(shape.name) + " " + std::to_string(shape.in) + " to " + std::to_string(shape.out));
         const Source source(shape);
         const CLut16Type lut(&source);
@@ -171,8 +167,6 @@ TEST(LutConversion, CountsTheEntriesOfACurveInSixteenBits) {
         }
     }
 }
-
-// --- grids
 
 TEST(LutConversion, TakesTheFirstAxisOfTheGridForAll) {
     struct Row {

@@ -1,30 +1,33 @@
 // SPDX-License-Identifier: MIT
-// Tables of 16-bit entries, and those of bytes, which are read in the same layout: the position of each part in the
-// block, and which tables are usable.
+// Tables of words, and those of bytes in the same layout: where each part is, and which tables are usable.
 #include "unit/iccfile/Blocks.h"
 
 namespace hueweave::test::icc {
 namespace {
 
 template <typename Lut>
-class LutTag : public testing::Test {
-protected:
-    static constexpr unsigned kWidth = std::is_same_v<Lut, CLut16Type> ? 2 : 1;  ///< bytes per entry
-    static MftSpec Spec(unsigned in, unsigned out, unsigned points, unsigned inEntries, unsigned outEntries,
-                        std::optional<std::size_t> values = {}) {
-        const char* const type = kWidth == 2 ? "mft2" : "mft1";
-        return {type, in, out, points, inEntries, outEntries, kWidth, values};
-    }
-    /// Checks a table with these values of the block and eight spare zeros behind them.
-    template <typename Table>
-    static void ExpectTable(const Table& table, std::size_t place, std::size_t count) {
-        Values expected = TableValues(place, count, kWidth);
-        expected.resize(count + 8);
-        EXPECT_THAT(ValuesOf(table, 0, count + 8), EqualTo(expected));
-    }
-};
-using LutTypes = testing::Types<CLut16Type, CLut8Type>;
-TYPED_TEST_SUITE(LutTag, LutTypes);
+constexpr unsigned kWidth = std::is_same_v<Lut, CLut16Type> ? 2 : 1;  ///< bytes per entry
+
+template <typename Lut>
+MftSpec Spec(unsigned in, unsigned out, unsigned points, unsigned inEntries, unsigned outEntries,
+             std::optional<std::size_t> values = {}) {
+    return {kWidth<Lut> == 2 ? "mft2" : "mft1", in, out, points, inEntries, outEntries, kWidth<Lut>, values};
+}
+
+/// Makes a check for both types.
+template <typename Check>
+void ForBoth(Check check) {
+    check.template operator()<CLut16Type>();
+    check.template operator()<CLut8Type>();
+}
+
+/// Checks a table with these values of the block and eight spare zeros behind them.
+template <typename Lut, typename Table>
+void ExpectTable(const Table& table, std::size_t place, std::size_t count) {
+    Values expected = TableValues(place, count, kWidth<Lut>);
+    expected.resize(count + 8);
+    EXPECT_THAT(ValuesOf(table, 0, count + 8), EqualTo(expected));
+}
 
 struct LutShape {
     const char* name;
@@ -42,89 +45,68 @@ constexpr LutShape kShapes[] = {
     {"no points", 3, 3, 0, 2, 2, 6, 0, 6},
 };
 
-TYPED_TEST(LutTag, HasThreeTablesBehindOneAnotherWhereItsBlockHoldsAll) {
-    for (const auto& [name, in, out, points, inEntries, outEntries, input, grid, output] : kShapes) {
-        const std::size_t need = 52 + this->kWidth * (input + grid + output);
-        ByteWriter whole;
-        whole.Append(this->Spec(in, out, points, inEntries, outEntries).Done()).Fill(100, 0xff);
-        ASSERT_EQ(whole.Size(), need + 100) << name;
-        for (const std::size_t size :
-             {std::size_t{52}, std::size_t{53}, need - 2, need - 1, need, need + 1, need + 2, need + 100}) {
-            SCOPED_TRACE(std::string(name) + " in " + std::to_string(size));
-            const Loaded<TypeParam> lut("A2B0", Cut(whole.Done(), size));
-            EXPECT_EQ(lut.taken, size);
-            EXPECT_EQ(lut.inputChan, in);
-            EXPECT_EQ(lut.outputChan, out);
-            EXPECT_EQ(lut.clutPoints, points);
-            EXPECT_EQ(lut.inputEnt, inEntries);
-            EXPECT_EQ(lut.outputEnt, outEntries);
-            ASSERT_EQ(TablesIn(lut), size < need ? 0 : 3);
-            if (size < need) continue;
-            this->ExpectTable(lut.inputTable, 0, input);
-            this->ExpectTable(lut.clutTable, input, grid);
-            this->ExpectTable(lut.outputTable, input + grid, output);
+/// The grid is a cube even with four channels, and bytes have the layout of words.
+TEST(LutTags, HaveThreeTablesBehindOneAnotherWhereTheirBlockHoldsAll) {
+    ForBoth([]<typename Lut>() {
+        for (const auto& [name, in, out, points, inEntries, outEntries, input, grid, output] : kShapes) {
+            const std::size_t need = 52 + kWidth<Lut> * (input + grid + output);
+            ByteWriter whole;
+            whole.Append(Spec<Lut>(in, out, points, inEntries, outEntries).Done()).Fill(100, 0xff);
+            ASSERT_EQ(whole.Size(), need + 100) << name;
+            for (const std::size_t size :
+                 {std::size_t{52}, std::size_t{53}, need - 2, need - 1, need, need + 1, need + 2, need + 100}) {
+                SCOPED_TRACE(std::string(name) + " in " + std::to_string(size));
+                const Loaded<Lut> lut("A2B0", Cut(whole.Done(), size));
+                EXPECT_EQ(lut.taken, size);
+                EXPECT_EQ(lut.inputChan, in);
+                EXPECT_EQ(lut.outputChan, out);
+                EXPECT_EQ(lut.clutPoints, points);
+                EXPECT_EQ(lut.inputEnt, inEntries);
+                EXPECT_EQ(lut.outputEnt, outEntries);
+                ASSERT_EQ(TablesIn(lut), size < need ? 0 : 3);
+                if (size < need) continue;
+                ExpectTable<Lut>(lut.inputTable, 0, input);
+                ExpectTable<Lut>(lut.clutTable, input, grid);
+                ExpectTable<Lut>(lut.outputTable, input + grid, output);
+            }
         }
-    }
+    });
 }
 
-TYPED_TEST(LutTag, TakesEveryFieldFromItsPlaceAndZeroBeyondItsBlock) {
-    const Bytes whole = this->Spec(3, 3, 2, 0x0102, 0x0304).Done();
-    for (std::size_t size = 0; size <= 52; ++size) {
-        const Bytes cut = Cut(whole, size);
-        const Loaded<TypeParam> lut("A2B0", cut);
-        EXPECT_EQ(lut.taken, size);
-        EXPECT_EQ(lut.inputChan, ByteAt(cut, 8)) << size;
-        EXPECT_EQ(lut.outputChan, ByteAt(cut, 9)) << size;
-        EXPECT_EQ(lut.clutPoints, ByteAt(cut, 10)) << size;
-        EXPECT_EQ(lut.pad, ByteAt(cut, 11)) << size;
-        for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(lut.matrix[i], Big32At(cut, 12 + 4 * i)) << size;
-        EXPECT_EQ(lut.inputEnt, Big16At(cut, 48)) << size;
-        EXPECT_EQ(lut.outputEnt, Big16At(cut, 50)) << size;
-        EXPECT_EQ(TablesIn(lut), 0) << size;
-    }
+TEST(LutTags, TakeEveryFieldFromItsPlaceAndZeroBeyondTheirBlock) {
+    ForBoth([]<typename Lut>() {
+        const Bytes whole = Spec<Lut>(3, 3, 2, 0x0102, 0x0304).Done();
+        for (std::size_t size = 0; size <= 52; ++size) {
+            const Bytes cut = Cut(whole, size);
+            const Loaded<Lut> lut("A2B0", cut);
+            EXPECT_EQ(lut.taken, size);
+            EXPECT_EQ(lut.inputChan, ByteAt(cut, 8)) << size;
+            EXPECT_EQ(lut.outputChan, ByteAt(cut, 9)) << size;
+            EXPECT_EQ(lut.clutPoints, ByteAt(cut, 10)) << size;
+            EXPECT_EQ(lut.pad, ByteAt(cut, 11)) << size;
+            for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(lut.matrix[i], Big32At(cut, 12 + 4 * i)) << size;
+            EXPECT_EQ(lut.inputEnt, Big16At(cut, 48)) << size;
+            EXPECT_EQ(lut.outputEnt, Big16At(cut, 50)) << size;
+            EXPECT_EQ(TablesIn(lut), 0) << size;
+        }
+    });
 }
 
-TYPED_TEST(LutTag, CountsWideEnoughForTheLargestTables) {
-    for (const MftSpec& spec : {this->Spec(255, 255, 255, 65535, 65535, 0), this->Spec(255, 0, 255, 65535, 65535, 0),
-                                // 2^31 entries: 2^31 bytes, negative as an int, or 2^32, 0 in 32 bits
-                                this->Spec(1, 255, 203, 128, 56077, 0),
-                                // 2^28 entries
-                                this->Spec(1, 128, 128, 0, 0, 0)}) {
-        const Loaded<TypeParam> lut("A2B0", Cut(spec.Done(), 200));
-        EXPECT_EQ(lut.taken, 200U);
-        EXPECT_EQ(TablesIn(lut), 0) << spec.points;
-        EXPECT_EQ(lut.inputEnt, spec.inEntries);
-        EXPECT_EQ(lut.outputEnt, spec.outEntries);
-    }
+TEST(LutTags, CountWideEnoughForTheLargestTables) {
+    ForBoth([]<typename Lut>() {
+        for (const MftSpec& spec : {Spec<Lut>(255, 255, 255, 65535, 65535, 0), Spec<Lut>(255, 0, 255, 65535, 65535, 0),
+                                    // 2^31 entries: 2^31 bytes, negative as an int, or 2^32, 0 in 32 bits
+                                    Spec<Lut>(1, 255, 203, 128, 56077, 0),
+                                    // 2^28 entries
+                                    Spec<Lut>(1, 128, 128, 0, 0, 0)}) {
+            const Loaded<Lut> lut("A2B0", Cut(spec.Done(), 200));
+            EXPECT_EQ(lut.taken, 200U);
+            EXPECT_EQ(TablesIn(lut), 0) << spec.points;
+            EXPECT_EQ(lut.inputEnt, spec.inEntries);
+            EXPECT_EQ(lut.outputEnt, spec.outEntries);
+        }
+    });
 }
-
-/// A valid block of a four-channel table: its grid has 3 to the power of 4 nodes.
-TEST(LutTags, OfFourChannelsTakeOneCubeAndTheOutputFromBehindIt) {
-    const auto expect = [](auto&& lut, unsigned width) {
-        constexpr std::size_t kInput = 4 * 2, kPower = 81 * 3, kOutput = 3 * 5, kCube = 27 * 3;
-        Load(lut, "A2B0", MftSpec{"mft2", 4, 3, 3, 2, 5, width, kInput + kPower + kOutput}.Done());
-        EXPECT_THAT(ValuesOf(lut.clutTable, 0, kCube), EqualTo(TableValues(kInput, kCube, width)));
-        EXPECT_THAT(ValuesOf(lut.clutTable, kCube, 8), EqualTo(Values(8)));
-        EXPECT_THAT(ValuesOf(lut.outputTable, 0, kOutput), EqualTo(TableValues(kInput + kCube, kOutput, width)));
-    };
-    expect(CLut16Type(), 2);
-    expect(CLut8Type(), 1);
-}
-
-TEST(CLut8Type, TakesTheFirstBytesOfThePublishedLayoutForItsCounts) {
-    // That layout has no counts, but curves of 256 entries from offset 48 on.
-    ByteWriter writer;
-    writer.Text("mft1").Big32(0).U8(3).U8(3).U8(2).Fill(37).U8(0).U8(1).U8(0).U8(2);
-    const Bytes block = writer.Append(CountingBytes(256 * 3 + 24 + 256 * 3 - 4)).Done();
-    const Loaded<CLut8Type> lut("A2B0", block);
-    EXPECT_EQ(lut.inputEnt, 1);
-    EXPECT_EQ(lut.outputEnt, 2);
-    EXPECT_THAT(Bytes(lut.inputTable.get(), lut.inputTable.get() + 3), EqualTo(Part(block, 52, 3)));
-    EXPECT_THAT(Bytes(lut.clutTable.get(), lut.clutTable.get() + 24), EqualTo(Part(block, 55, 24)));
-    EXPECT_THAT(Bytes(lut.outputTable.get(), lut.outputTable.get() + 6), EqualTo(Part(block, 79, 6)));
-}
-
-// --- tables that the units can use
 
 struct Limit {
     int in, out, points, inEntries, outEntries;

@@ -24,8 +24,6 @@ TEST(TextTags, HoldEveryByteBehindTheEighth) {
     }
 }
 
-// --- fixed-point values
-
 TEST(FixedPoint, IsReadWithoutASign) {
     EXPECT_EQ(FromFixed(0xffff0000U), 65535.0) << "not -1";
     for (const std::uint32_t word : {0U, 1U, 0x8000U, 0xf6d6U, 65536U, 65537U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
@@ -46,8 +44,6 @@ TEST(FixedPoint, FillsItsTagAndIsZeroWhereTheBlockHasEnded) {
         for (std::size_t i = 0; i < 9; ++i) EXPECT_EQ(chad.chad[i], Big32At(block, 8 + 4 * i) / 65536.0);
     }
 }
-
-// --- curves
 
 TEST(CCurveType, HoldsItsEntriesInHostOrder) {
     ByteWriter block;  // type and reserved word are ignored
@@ -72,8 +68,8 @@ TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
           Row{0xffffffffU, 20, 4}, Row{0x80000000U, 20, 4}, Row{0x80000004U, 20, 4}, Row{0x7fffffffU, 18, 3}}) {
         SCOPED_TRACE(std::to_string(row.announced) + " in " + std::to_string(row.size));
         const Bytes block = Cut(ByteWriter().Text("curv").Big32(0).Big32(row.announced).Append(four).Done(), row.size);
-        const Values all = {11, 22, 33, 44};
-        const Values taken(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.taken));
+        Values taken = {11, 22, 33, 44};
+        taken.resize(row.taken);
         const Loaded<CCurveType> alone("bTRC", block);
         EXPECT_EQ(alone.taken, row.size);
         EXPECT_EQ(alone.tagSize, row.size);
@@ -87,28 +83,21 @@ TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
     }
 }
 
-TEST(CCurveType, WithoutASizeAnswersTwoBytesMoreThanItTakes) {
+TEST(CCurveType, WithoutASizeIsReadAsFarAsItsCountSaysAndAnswersTwoBytesMore) {
     Values entries;
     for (unsigned n = 0; n <= 9; entries.push_back(0x1200 + n * 0x0301), ++n) {
         Bytes block = CurveBlock(entries);
-        CCurveType curve;
-        EXPECT_EQ(curve.Initial(Name("A2B0"), block.data()), 2 * n + 14);
-        EXPECT_EQ(curve.tagSize, 2 * n + 14);
-        EXPECT_THAT(EntriesOf(&curve), EqualTo(entries));
-        EXPECT_EQ(curve.tagSig, Name("A2B0"));
-        EXPECT_EQ(TypeOf(curve), Word("curv"));
-        EXPECT_EQ(curve.reserved, 0U);
-    }
-}
-
-TEST(CCurveType, OfSizeZeroIsReadAsFarAsItsCountSays) {
-    for (const Values& entries : {Values{}, Values{5}, Values{0x1234, 0, 0xfffe}}) {
-        Bytes block = CurveBlock(entries);
-        CCurveType curve;
-        EXPECT_EQ(curve.Initial(Name("gTRC"), block.data(), 0), 0U);
-        EXPECT_EQ(curve.tagSize, 0U);
-        EXPECT_THAT(EntriesOf(&curve), EqualTo(entries));
-        EXPECT_EQ(TypeOf(curve), Word("curv"));
+        CCurveType ofSizeZero, stepped;
+        EXPECT_EQ(ofSizeZero.Initial(Name("A2B0"), block.data(), 0), 0U);
+        EXPECT_EQ(ofSizeZero.tagSize, 0U);
+        EXPECT_EQ(stepped.Initial(Name("A2B0"), block.data()), 2 * n + 14);
+        EXPECT_EQ(stepped.tagSize, 2 * n + 14);
+        for (const CCurveType* curve : {&ofSizeZero, &stepped}) {
+            EXPECT_THAT(EntriesOf(curve), EqualTo(entries));
+            EXPECT_EQ(curve->tagSig, Name("A2B0"));
+            EXPECT_EQ(TypeOf(*curve), Word("curv"));
+            EXPECT_EQ(curve->reserved, 0U);
+        }
     }
 }
 

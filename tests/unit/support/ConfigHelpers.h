@@ -35,11 +35,11 @@ inline void PutText(const std::string& path, const std::string& text) { std::ofs
 class ConfigTest : public testing::Test {
 protected:
     std::string Path(const std::string& name = "settings.txt") const { return folder_.File(name); }
-    /// Reads `path` into `config_` and returns the result; nothing may be printed.
-    int Initial(const std::string& path) {
+    /// Reads `path` into `config_` and returns the result; checks what is printed.
+    int Initial(const std::string& path, const std::string& printed = "") {
         testing::internal::CaptureStdout();
         const int result = config_.Initial(path.c_str());
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << path;
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), printed) << path;
         return result;
     }
     /// Creates a file of this text and reads it into `config_`; nothing may be printed.
@@ -52,10 +52,7 @@ protected:
         SCOPED_TRACE(testing::PrintToString(text.substr(0, 200)));
         PutText(Path(), text);
         config_.sections.clear();
-        testing::internal::CaptureStdout();
-        const int result = config_.Initial(Path().c_str());
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), printed);
-        EXPECT_EQ(result, 0);
+        EXPECT_EQ(Initial(Path(), printed), 0);
         EXPECT_EQ(config_.sections, sections);
     }
     /// Checks the rows that these lines of a section S give, and the output of reading them.

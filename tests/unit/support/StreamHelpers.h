@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -31,24 +30,14 @@ inline Bytes ReadInto(std::size_t count, const Bytes& first) {
 /// A caller's block between two fences of bytes that must stay unchanged.
 class FencedBlock {
 public:
-    explicit FencedBlock(const Bytes& content) : size_(content.size()), all_(kFence, 0xee) {
-        all_.insert(all_.end(), content.begin(), content.end());
-        all_.insert(all_.end(), kFence, 0xee);
-    }
+    explicit FencedBlock(const Bytes& content)
+        : all_(ByteWriter().Fill(kFence, 0xee).Append(content).Fill(kFence, 0xee).Done()) {}
     unsigned char* Data() { return all_.data() + kFence; }
-    Bytes Content() const {
-        const auto first = all_.begin() + kFence;
-        return {first, first + static_cast<std::ptrdiff_t>(size_)};
-    }
-    bool FencesStand() const {
-        const Bytes fence(kFence, 0xee);
-        return std::equal(fence.begin(), fence.end(), all_.begin()) &&
-               std::equal(fence.begin(), fence.end(), all_.end() - kFence);
-    }
+    Bytes Content() const { return {all_.begin() + kFence, all_.end() - kFence}; }
+    bool FencesStand() const { return all_ == FencedBlock(Content()).all_; }
 
 private:
     static constexpr std::ptrdiff_t kFence = 64;
-    std::size_t size_;
     Bytes all_;
 };
 

@@ -26,8 +26,6 @@ private:
 
 bool IsOpen(int descriptor) { return fcntl(descriptor, F_GETFD) != -1; }
 
-// --- opening
-
 struct ModeRow {
     const char* mode;
     bool exists;  ///< whether the file exists before
@@ -78,8 +76,6 @@ TEST_F(IoFile, ThatCannotBeOpenedHasANullStreamAndMovesNothing) {
     EXPECT_FALSE(std::filesystem::exists(Path()));
 }
 
-// --- reading and writing
-
 TEST_F(IoFile, CountsWholeItems) {
     IO_File file(Made(CountingBytes(10, 0x40)).c_str(), "r+b");
     Bytes bytes(12, kUntouched);
@@ -97,8 +93,6 @@ TEST_F(IoFile, CountsWholeItems) {
     EXPECT_EQ(ReadFile(Path()), CountingBytes(10, 1));
 }
 
-// --- seeking
-
 struct SeekRow {
     int offset, origin, result;
     long place;  ///< position afterwards, in a file of 10 bytes, starting from position 3
@@ -115,8 +109,6 @@ TEST_F(IoFile, ASeekAnswersAsTheStreamDoes) {
         EXPECT_EQ(std::ftell(file.stream), row.place);
     }
 }
-
-// --- closing
 
 TEST_F(IoFile, CloseAndTheDestructorWriteOutAndClose) {
     for (const bool closes : {true, false}) {
@@ -136,8 +128,6 @@ TEST_F(IoFile, CloseAndTheDestructorWriteOutAndClose) {
         EXPECT_EQ(ReadFile(Path()), CountingBytes(5, 7));
     }
 }
-
-// --- both streams
 
 TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
     const TempDir folder;

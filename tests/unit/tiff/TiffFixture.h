@@ -13,7 +13,6 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "base/FileHandle.h"
@@ -133,6 +132,16 @@ inline std::string Printed(const std::function<void()>& action) {
     return testing::internal::GetCapturedStdout();
 }
 
+/// The text of the exception that `action` throws; null if it throws none.
+inline const char* Thrown(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const char* text) {
+        return text;
+    }
+    return nullptr;
+}
+
 inline std::vector<unsigned> Signatures(const Tiff& tiff) {
     std::vector<unsigned> all;
     for (const auto& tag : tiff.tags) all.push_back(tag->tag);
@@ -158,66 +167,37 @@ inline std::vector<Fields> AllFields(const Tiff& tiff) {
     return all;
 }
 
-/// The IFD entries of a written file, whose directory is at offset 8.
-inline std::vector<Fields> EntriesOf(const Bytes& file) {
-    const auto number = [&](std::size_t at, int width) {
-        std::uint32_t n = 0;
-        for (int i = 0; i < width; ++i) n |= std::uint32_t{file.at(at + static_cast<std::size_t>(i))} << 8 * i;
-        return n;
-    };
-    std::vector<Fields> entries;
-    for (std::size_t i = 0; i < number(8, 2); ++i) {
-        const std::size_t at = 10 + 12 * i;
-        entries.push_back({number(at, 2), static_cast<int>(number(at + 2, 2)), number(at + 4, 4), number(at + 8, 4)});
-    }
-    return entries;
-}
-inline Fields EntryOf(const Bytes& file, unsigned tag) {
-    for (const Fields& fields : EntriesOf(file)) {
-        if (fields.tag == tag) return fields;
-    }
-    throw std::runtime_error("no entry " + std::to_string(tag));
-}
-
-/// A file, and what a failure calls it.
-struct NamedFile {
-    NamedFile(std::string called, Bytes bytes) : name(std::move(called)), file(std::move(bytes)) {}
-    NamedFile(std::string called, const TiffBuilder& built) : NamedFile(std::move(called), built.Build()) {}
-    std::string name;
-    Bytes file;
-};
 /// Compares many bytes quickly, and one by one to report a difference.
 inline void ExpectBytes(const Bytes& bytes, const Bytes& expected) {
     if (bytes == expected) return;
     EXPECT_THAT(bytes, EqualsBytes(expected));
 }
-/// Checks that files are read as by the plain reference: status, entries, their values and data and the image, before a
+/// Checks that a file is read as by the plain reference: status, entries, their values and data and the image, before a
 /// save and after it, and the file that a save writes.
-inline void ExpectAsReference(const std::vector<NamedFile>& files) {
-    for (const auto& [name, file] : files) {
-        SCOPED_TRACE(name);
-        Tiff tiff;
-        ReferenceTiff reference;
-        EXPECT_EQ(ReadFrom(tiff, file), reference.Read(file));
-        for (const bool saved : {false, true}) {
-            ASSERT_EQ(tiff.tags.size(), reference.tags.size());
-            for (std::size_t i = 0; i < tiff.tags.size(); ++i) {
-                const TiffTag& tag = *tiff.tags[i];
-                const ReferenceTag& expected = reference.tags[i];
-                SCOPED_TRACE(testing::Message() << "entry " << i << ", tag " << tag.tag << (saved ? ", saved" : ""));
-                EXPECT_EQ(FieldsOf(tag),
-                          (Fields{expected.tag, static_cast<int>(expected.type), expected.count, expected.value}));
-                EXPECT_EQ(tag.data != nullptr, expected.data.has_value());
-                ExpectBytes(DataOf(tag), expected.data.value_or(Bytes()));
-                EXPECT_EQ(tag.GetValue(), expected.Value());
-                EXPECT_EQ(tag.Size(), expected.Size());
-                EXPECT_EQ(tag.ValueIsOffset(), expected.Size() > 4);
-            }
-            ExpectBytes(Saved(tiff), reference.Save());
+inline void ExpectRead(const std::string& name, const Bytes& file) {
+    if (testing::Test::HasFailure()) return;  // one file is enough to read
+    SCOPED_TRACE(name);
+    Tiff tiff;
+    ReferenceTiff reference;
+    EXPECT_EQ(ReadFrom(tiff, file), reference.Read(file));
+    for (const bool saved : {false, true}) {
+        ASSERT_EQ(tiff.tags.size(), reference.tags.size());
+        for (std::size_t i = 0; i < tiff.tags.size(); ++i) {
+            const TiffTag& tag = *tiff.tags[i];
+            const ReferenceTag& expected = reference.tags[i];
+            SCOPED_TRACE(testing::Message() << "entry " << i << ", tag " << tag.tag << (saved ? ", saved" : ""));
+            EXPECT_EQ(FieldsOf(tag),
+                      (Fields{expected.tag, static_cast<int>(expected.type), expected.count, expected.value}));
+            EXPECT_EQ(tag.data != nullptr, expected.data.has_value());
+            ExpectBytes(DataOf(tag), expected.data.value_or(Bytes()));
+            EXPECT_EQ(tag.GetValue(), expected.Value());
+            EXPECT_EQ(tag.Size(), expected.Size());
+            EXPECT_EQ(tag.ValueIsOffset(), expected.Size() > 4);
         }
-        if (testing::Test::HasFailure()) return;  // one file is enough to read
+        ExpectBytes(Saved(tiff), reference.Save());
     }
 }
+inline void ExpectRead(const std::string& name, const TiffBuilder& file) { ExpectRead(name, file.Build()); }
 
 /// Up to `count` bytes.
 inline Bytes Part(const Bytes& bytes, std::size_t from, std::size_t count) {
@@ -225,8 +205,11 @@ inline Bytes Part(const Bytes& bytes, std::size_t from, std::size_t count) {
     const auto part = rest.first(std::min(count, rest.size()));
     return Bytes(part.begin(), part.end());
 }
-/// The part of a written file from the image to the end.
-inline Bytes FromImage(const Bytes& file) { return Part(file, EntryOf(file, 273).value, file.size()); }
+/// The part of the saved file from the image to the end.
+inline Bytes FromImage(Tiff& tiff) {
+    const Bytes file = Saved(tiff);
+    return Part(file, Found(tiff, 273).value, file.size());
+}
 /// Padded with zeros.
 inline Bytes Padded(Bytes bytes, std::size_t size) {
     bytes.resize(size, 0);

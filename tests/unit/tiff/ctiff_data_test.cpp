@@ -30,15 +30,17 @@ TEST(SetImageBuf, GivesTheRowsOfTheGeometryOrWhatTag279SaysIfThatIsMore) {
     tiff.CreateNew(5, 4, 72, 3, 8, 0);
     tiff.SetTagValue(Sig(279), 0);
     tiff.SetImageBuf(Given(CountingBytes(60)));
-    EXPECT_EQ(FromImage(Saved(tiff)), Bytes());
+    EXPECT_EQ(FromImage(tiff), Bytes());
     EXPECT_EQ(tiff.ImageBytes(), 60U);
     EXPECT_EQ(tiff.GetXY(4, 3), tiff.GetImageBuf() + 57);
     EXPECT_EQ(tiff.GetXY_M(0, 0), tiff.GetImageBuf() + 45);
     Bytes row(15);
     EXPECT_EQ(tiff.GetRow(row.data(), 2, 0), 0);
     EXPECT_EQ(row, CountingBytes(15, 31));
-    tiff.SetTagValue(Sig(279), 60);
-    EXPECT_EQ(FromImage(Saved(tiff)), CountingBytes(60)) << "the tag may be set later";
+    for (const std::uint32_t bytes : {60U, 12U}) {
+        tiff.SetTagValue(Sig(279), bytes);
+        EXPECT_EQ(FromImage(tiff), CountingBytes(bytes)) << "the tag may be set later";
+    }
     tiff.SetTagValue(Sig(279), 70);
     EXPECT_EQ(tiff.ImageBytes(), 70U) << "with bytes behind the last row";
     tiff.SetTagValue(Sig(279), 0);
@@ -56,7 +58,7 @@ TEST(SetImageBuf, LeavesAnImageThatWasReadAsLongAsItWas) {
         EXPECT_EQ(tiff.ImageBytes(), 20U);
         tiff.SetTagValue(Sig(279), 3000);
         EXPECT_EQ(tiff.ImageBytes(), 20U);
-        EXPECT_EQ(FromImage(Saved(tiff)), Padded(CountingBytes(20), 3000));
+        EXPECT_EQ(FromImage(tiff), Padded(CountingBytes(20), 3000));
     }
 }
 
@@ -67,10 +69,8 @@ TEST(SetImageBuf, TakesNoLengthFromTheCountOfAFile) {
     tiff.SetTag(new TiffTag(Sig(279), Type(4), 1, 5, nullptr));
     tiff.SetImageBuf(Given(CountingBytes(5, 60)));
     EXPECT_EQ(SavedTag(*tiff.GetTag(Sig(273))), Padded(CountingBytes(5, 60), 12));
-    EXPECT_EQ(FromImage(Saved(tiff)), CountingBytes(5, 60));
+    EXPECT_EQ(FromImage(tiff), CountingBytes(5, 60));
 }
-
-// The profile
 
 /// A file that declares its length in its first word, big-endian.
 Bytes ProfileOf(std::uint32_t announced, std::size_t size) {
@@ -138,16 +138,11 @@ TEST(SetIccProfile, NeverAddsAProfile) {
 
 TEST(SetIccProfile, ThrowsForAFileThatCannotBeOpened) {
     IccImage tiff;
-    std::string thrown;
-    try {
-        tiff.SetIccProfile(tiff.in.c_str());
-    } catch (const char* text) {
-        thrown = text;
-    }
-    EXPECT_EQ(thrown, " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
+    const auto set = [&] { tiff.SetIccProfile(tiff.in.c_str()); };
+    EXPECT_STREQ(Thrown(set), " *** CTiff::SetIccProfile() --> Icc Profile open Fail. *** ");
     EXPECT_EQ(FieldsOf(tiff, 34675), (Fields{34675, 7, 0, 0})) << "untouched";
     tiff.RemoveIcc();
-    EXPECT_THROW(tiff.SetIccProfile(tiff.in.c_str()), const char*) << "also without a tag";
+    EXPECT_NE(Thrown(set), nullptr) << "also without a tag";
 }
 
 TEST(SaveIccProfile, WritesAsManyBytesAsTheTagCountsAndHolds) {

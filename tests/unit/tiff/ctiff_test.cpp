@@ -35,8 +35,6 @@ Bytes Without(unsigned absent) {
 }
 const Numbers kWhole{7, 5, 3, 16, 42, 300};
 
-// Reading
-
 TEST(CTiff, ReadsEachNumberFromItsTag) {
     const std::vector<std::pair<unsigned, Numbers>> rows{{0, kWhole},
                                                          {256, {0, 5, 3, 16, 0, 300}},
@@ -105,39 +103,32 @@ TEST(CTiff, IsAllNewAfterASecondRead) {
 }
 
 TEST(CTiff, PrintsALineForAFailedReadAndKeepsTheNumbersButNoImage) {
-    const auto expectFailure = [](const std::function<std::string(TiffWithFactory&)>& failingRead,
-                                  const std::string& line) {
+    const TempDir dir;
+    const std::string sound = dir.File("in.tif"), missing = "*** /no such.tif Open Error. ***\n",
+                      unknown = "*** CTiff::ReadFile() --> unknown Error. ***\n";
+    WriteFile(sound, Without(0));
+    struct Row {
+        const char* name;
+        std::string line;
+        std::function<void()> thrown{};  ///< by the factory
+    };
+    for (const Row& row :
+         {Row{"/no such.tif", missing}, Row{"", "***  Open Error. ***\n"},
+          Row{nullptr, "***  *** Tiff::ReadFile() --> FileName is NULL. ***  Open Error. ***\n"},
+          Row{sound.c_str(), "*** words of its own Open Error. ***\n", [] { throw "words of its own"; }},
+          Row{sound.c_str(), unknown, [] { throw std::runtime_error("hidden"); }},
+          Row{sound.c_str(), unknown, [] { throw 7; }}}) {
         TiffWithFactory tiff;
-        EXPECT_EQ(ReadIn(tiff, Without(0)), "");
+        EXPECT_EQ(tiff.ReadFile(sound.c_str()), 0);
         ASSERT_NE(tiff.imageBuf, nullptr);
-        EXPECT_EQ(failingRead(tiff), line);
-        EXPECT_EQ(NumbersOf(tiff), kWhole) << line;
+        tiff.make = [&](auto...) { return row.thrown(), nullptr; };
+        EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.ReadFile(row.name), 0); }), row.line);
+        EXPECT_EQ(NumbersOf(tiff), kWhole) << row.line;
         EXPECT_TRUE(tiff.tags.empty());
         EXPECT_EQ(tiff.imageBuf, nullptr) << "the image went with its tag";
-    };
-    const auto named = [&](const char* name, const std::string& line) {
-        expectFailure([&](CTiff& tiff) { return Printed([&] { EXPECT_EQ(tiff.ReadFile(name), 0); }); }, line);
-    };
-    const auto throwing = [&](auto thrown, const std::string& line) {
-        expectFailure(
-            [&](TiffWithFactory& tiff) {
-                tiff.make = [&](auto...) -> std::unique_ptr<TiffTag> { throw thrown; };
-                return ReadIn(tiff, Without(0));
-            },
-            line);
-    };
-    const std::string missing = "*** /no such.tif Open Error. ***\n";
-    const std::string unknown = "*** CTiff::ReadFile() --> unknown Error. ***\n";
-    named("/no such.tif", missing);
-    named("", "***  Open Error. ***\n");
-    named(nullptr, "***  *** Tiff::ReadFile() --> FileName is NULL. ***  Open Error. ***\n");
-    throwing("words of its own", "*** words of its own Open Error. ***\n");
-    throwing(std::runtime_error("hidden"), unknown);
-    throwing(7, unknown);
+    }
     EXPECT_EQ(Printed([&] { const CTiff made("/no such.tif"); }), missing);
 }
-
-// A new image
 
 struct NewRow {
     int width, height, resolution, samples, bits;
@@ -302,8 +293,6 @@ TEST_F(CreateNewFromFile, SavesAtOnceWhatTheListHoldsByThen) {
     EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str(), out.c_str()), 0); }), "");
     EXPECT_EQ(ReadFile(out), NewFile(kSmall, CountingBytes(60)));
 }
-
-// Tags and buffers set by a caller
 
 TEST(CTiff, SetsATagThatTheFactoryMakesWithoutTheGivenBytes) {
     CTiff tiff;

@@ -46,48 +46,35 @@ static_assert(std::is_base_of_v<Tiff, CTiff> && std::has_virtual_destructor_v<Ti
 static_assert(is_same_v<decltype(&CTiff::ReadFile), int (CTiff::*)(const char*)>, "the image's own");
 static_assert(is_same_v<decltype(&CTiff::SetTagValue), int (CTiff::*)(TiffTagSignature, unsigned)>, "its own, too");
 
-/// Checks that operations are virtual and have slots one after the other.
-void ExpectSlots(std::uintptr_t first, const std::vector<Member>& operations) {
-    for (const Member& operation : operations) EXPECT_EQ(operation.Slot(), first++);
+/// Checks that operations are virtual and have slots one after the other, the first at 2.
+template <typename... Operations>
+void ExpectSlots(Operations... operations) {
+    std::uintptr_t slot = 2;
+    for (const Member& operation : {Member(operations)...}) EXPECT_EQ(operation.Slot(), slot++);
 }
 
 TEST(TiffSlots, FollowTheDestructors) {
-    ExpectSlots(2, {Member(&TiffTag::GetValue), Member(&TiffTag::SaveFile), Member(&TiffTag::GetData)});
-    ExpectSlots(2, {Member(&BitsPerSampleTag::GetValue)});
-    ExpectSlots(2, {Member(&ResolutionTag::GetValue)});
-    ExpectSlots(
-        2, {Member(&Tiff::Reset), Member(&Tiff::CheckFile), Member(&Tiff::ReadTiff), Member(&Tiff::SaveTiff),
-            Member(&Tiff::ReadFile), Member(&Tiff::SaveFile), Member(&Tiff::CreateTag), Member(&Tiff::WriteHeader)});
-    ExpectSlots(6, {Member(&CTiff::ReadFile)});
+    ExpectSlots(&TiffTag::GetValue, &TiffTag::SaveFile, &TiffTag::GetData);
+    ExpectSlots(&BitsPerSampleTag::GetValue);
+    ExpectSlots(&ResolutionTag::GetValue);
+    ExpectSlots(&Tiff::Reset, &Tiff::CheckFile, &Tiff::ReadTiff, &Tiff::SaveTiff, &Tiff::ReadFile, &Tiff::SaveFile,
+                &Tiff::CreateTag, &Tiff::WriteHeader);
+    EXPECT_EQ(Member(&CTiff::ReadFile).Slot(), 6U);
+}
+
+template <typename... Operations>
+void ExpectPlain(Operations... operations) {
+    for (const Member& operation : {Member(operations)...}) EXPECT_FALSE(operation.IsVirtual());
 }
 
 TEST(TiffSlots, AreNotTakenByTheOtherOperations) {
     using Set = int (CTiff::*)(TiffTagSignature, unsigned short, unsigned, unsigned, unsigned char*);
-    for (const Member& plain : {Member(&TiffTag::ValueIsOffset),
-                                Member(&Tiff::ReadImage),
-                                Member(&Tiff::ReadMultiStripOffset),
-                                Member(&Tiff::Pack<unsigned char>),
-                                Member(&Tiff::Pack<unsigned short>),
-                                Member(&Tiff::AddTags),
-                                Member(&Tiff::SetTag),
-                                Member(&Tiff::GetTag),
-                                Member(&Tiff::SetTagValue),
-                                Member(&Tiff::GetTagValue),
-                                Member(&Tiff::WriteIFD),
-                                Member(&Tiff::WriteTagData),
-                                Member(&Tiff::WriteImageData),
-                                Member(&Tiff::WriteData_Exif_IFD_Tag),
-                                Member(static_cast<Set>(&CTiff::SetTag)),
-                                Member(&CTiff::SetTagValue),
-                                Member(&CTiff::GetXY),
-                                Member(&CTiff::SetXY),
-                                Member(&CTiff::GetImageBuf),
-                                Member(&CTiff::SetImageBuf),
-                                Member(&CTiff::RemoveIcc),
-                                Member(&CTiff::SetIccProfile),
-                                Member(&CTiff::SaveIccProfile)}) {
-        EXPECT_FALSE(plain.IsVirtual());
-    }
+    ExpectPlain(&TiffTag::ValueIsOffset, &Tiff::ReadImage, &Tiff::ReadMultiStripOffset, &Tiff::Pack<unsigned char>,
+                &Tiff::Pack<unsigned short>, &Tiff::AddTags, &Tiff::SetTag, &Tiff::GetTag, &Tiff::SetTagValue,
+                &Tiff::GetTagValue, &Tiff::WriteIFD, &Tiff::WriteTagData, &Tiff::WriteImageData,
+                &Tiff::WriteData_Exif_IFD_Tag, static_cast<Set>(&CTiff::SetTag), &CTiff::SetTagValue, &CTiff::GetXY,
+                &CTiff::SetXY, &CTiff::GetImageBuf, &CTiff::SetImageBuf, &CTiff::RemoveIcc, &CTiff::SetIccProfile,
+                &CTiff::SaveIccProfile);
 }
 
 TEST(TiffFields, StandInTheirOrder) {

@@ -1,22 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Header and directory of a file: what is refused, which IFD entries are taken, how much data they may request, and
-// what happens to those that request more.
+// Header and directory of a file: what is refused, and which IFD entries are taken with how much data.
 #include "unit/tiff/TiffFixture.h"
 
 namespace hueweave::test {
 namespace {
 
 TiffBuilder SmallTiff() { return ChunkyTiff(2, 2, 3, 8, CountingBytes(12)); }
-
-/// The text of the exception that `action` throws; null if it throws none.
-const char* Thrown(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const char* text) {
-        return text;
-    }
-    return nullptr;
-}
 
 TiffBuilder ManyEntries(unsigned count) {
     TiffBuilder tiff;
@@ -82,7 +71,6 @@ TEST(TiffRead, KeepsTheDirectorysPlaceOfTheLastSoundHeader) {
 // Every other file is read as the reference reads it.
 
 TEST(TiffRead, TakesTheHeaderOfALittleEndianTiffAlone) {
-    std::vector<NamedFile> files;
     for (const Bytes& head : {Bytes{0x49, 0x49, 0x2a, 0x00},
                               {0x4d, 0x4d, 0x00, 0x2a},     // big-endian
                               {0x4d, 0x4d, 0x2a, 0x00},     // only the letters big-endian
@@ -90,37 +78,34 @@ TEST(TiffRead, TakesTheHeaderOfALittleEndianTiffAlone) {
                               {0x49, 0x49, 0x2b, 0x00},     // version 43
                               {0x49, 0x49, 0x00, 0x2a},     // swapped
                               {0x49, 0x49, 0x2a, 0x01}}) {  // high byte
-        files.emplace_back(testing::PrintToString(head), SmallTiff().Head(head));
+        ExpectRead(testing::PrintToString(head), SmallTiff().Head(head));
     }
     for (std::size_t size = 0; size < 10; ++size) {
-        files.emplace_back(std::to_string(size) + " bytes", Part(SmallTiff().Build(), 0, size));
+        ExpectRead(std::to_string(size) + " bytes", Part(SmallTiff().Build(), 0, size));
     }
-    ExpectAsReference(files);
 }
 
 TEST(TiffRead, TakesTheDirectorysPlaceFromTheHeader) {
-    std::vector<NamedFile> files{{"a gap", SmallTiff().GapBeforeDirectory(1001)}};
+    ExpectRead("a gap", SmallTiff().GapBeforeDirectory(1001));
     for (const std::uint32_t place : {0U, 1000U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {  // 0: 0x4949 entries
-        files.emplace_back("at " + std::to_string(place), ManyEntries(5).DirectoryAt(place));
+        ExpectRead("at " + std::to_string(place), ManyEntries(5).DirectoryAt(place));
     }
-    ExpectAsReference(files);
 }
 
 TEST(TiffRead, RefusesThirtyEntries) {
-    std::vector<NamedFile> files{{"65535", ManyEntries(1).EntryCount(65535)},
-                                 {"more than the file has", ManyEntries(2).EntryCount(20)}};
-    for (const unsigned count : {0U, 1U, 28U, 29U, 30U}) files.emplace_back(std::to_string(count), ManyEntries(count));
+    ExpectRead("65535", ManyEntries(1).EntryCount(65535));
+    ExpectRead("more than the file has", ManyEntries(2).EntryCount(20));
+    for (const unsigned count : {0U, 1U, 28U, 29U, 30U}) ExpectRead(std::to_string(count), ManyEntries(count));
     for (std::size_t size = 10; size <= 10 + 60; ++size) {
-        files.emplace_back("five in " + std::to_string(size), Part(ManyEntries(5).Build(), 0, size));
+        ExpectRead("five in " + std::to_string(size), Part(ManyEntries(5).Build(), 0, size));
     }
-    ExpectAsReference(files);
 }
 
 TEST(TiffRead, TakesTheFirstDirectoryAloneAndRepeatedTags) {
     const auto second = static_cast<std::uint32_t>(SmallTiff().Build().size());
-    ExpectAsReference(
-        {{"a second directory", SmallTiff().NextDirectory(second).Trailer(ManyEntries(1).Build())},
-         {"repeated tags", SmallTiff().Text(40000, "first").Text(40000, "second").Long(256, 77).Exif({1}).Exif({2})}});
+    ExpectRead("a second directory", SmallTiff().NextDirectory(second).Trailer(ManyEntries(1).Build()));
+    ExpectRead("repeated tags",
+               SmallTiff().Text(40000, "first").Text(40000, "second").Long(256, 77).Exif({1}).Exif({2}));
 }
 
 TEST(TiffRead, TakesTwiceTheFileAnd64KiBOfDataAtTheMost) {
@@ -129,16 +114,14 @@ TEST(TiffRead, TakesTwiceTheFileAnd64KiBOfDataAtTheMost) {
         std::uint32_t entry;   ///< bytes that each of six entries requests, all from the same offset
         std::uint32_t before;  ///< bytes of an entry that precedes them
     };
-    std::vector<NamedFile> files;
     // Four of the six, three to the last byte, and two.
     for (const auto& [size, entry, before] : {Row{50000, 40000, 0}, Row{65536, 65536, 0}, Row{65536, 65536, 5}}) {
         TiffBuilder file;
         if (before > 0) file.Entry(999, 1, before, 8);
         for (unsigned i = 0; i < 6; ++i) file.Entry(1000 + i, 1, entry, 8);
-        file.Trailer(Bytes(size - file.Build().size(), 7));
-        files.emplace_back(std::to_string(before) + " and six times " + std::to_string(entry), file);
+        ExpectRead(std::to_string(before) + " and six times " + std::to_string(entry),
+                   file.Trailer(Bytes(size - file.Build().size(), 7)));
     }
-    ExpectAsReference(files);
 }
 
 // Entries that declare more than their file can hold, as in a truncated file: they stay in the directory, with no items
@@ -151,33 +134,30 @@ TiffBuilder WithText(TiffBuilder lost) {
 }
 
 TEST(LostEntry, IsSavedWithoutItemsAndMovesNothing) {
-    std::vector<NamedFile> files;
     for (unsigned type = 0; type < 14; ++type) {
-        files.emplace_back("type " + std::to_string(type), WithText(TiffBuilder().Entry(40000, type, 1000, 8)));
+        ExpectRead("type " + std::to_string(type), WithText(TiffBuilder().Entry(40000, type, 1000, 8)));
     }
-    ExpectAsReference(files);
 }
 
 TEST(LostEntry, IsNoneThatTheFileHeldInPartOrCouldHold) {
     // Ten bytes of which the file holds three, and ten of which it holds none: they are padded with zeros.
     TiffBuilder file;
-    file.Entry(1000, 1, 10, 50).Entry(1001, 1, 10, 5000).Entry(1002, 1, 4, 0x04030201).Trailer({7, 8, 9});
-    ExpectAsReference({{"ten bytes", file}});
+    file.Entry(1000, 1, 10, 50).Entry(1001, 1, 10, 5000).Entry(1002, 1, 4, 0x04030201);
+    ExpectRead("ten bytes", file.Trailer({7, 8, 9}));
 }
 
 TEST(LostEntry, OfAnImageLeavesTheImageAlone) {
     const auto shape = [](std::uint32_t rows) { return TiffBuilder().Shape(2, 2, 1, 8).Long(278, rows); };
-    ExpectAsReference({{"offsets, from the place 0", shape(2).Entry(273, 3, 1000, 8).Long(279, 4)},
-                       {"offsets of more than any image", shape(2).Entry(273, 3, 1000, 8).Long(279, 0xf0000000U)},
-                       {"the count of one strip",
-                        shape(2).StripOffsets().Entry(279, 4, 1000, 8).Exif(CountingBytes(44)).Strip(CountingBytes(4))},
-                       {"the counts of two strips",
-                        shape(1).StripOffsets().Entry(279, 4, 1000, 8).Strip(CountingBytes(2)).Strip({3, 4})},
-                       {"a resolution", WithText(TiffBuilder().Entry(283, 5, 100, 8))}});
+    const auto lostCount = [&](std::uint32_t rows) { return shape(rows).StripOffsets().Entry(279, 4, 1000, 8); };
+    ExpectRead("offsets, from the place 0", shape(2).Entry(273, 3, 1000, 8).Long(279, 4));
+    ExpectRead("offsets of more than any image", shape(2).Entry(273, 3, 1000, 8).Long(279, 0xf0000000U));
+    ExpectRead("the count of one strip", lostCount(2).Exif(CountingBytes(44)).Strip(CountingBytes(4)));
+    ExpectRead("the counts of two strips", lostCount(1).Strip(CountingBytes(2)).Strip({3, 4}));
+    ExpectRead("a resolution", WithText(TiffBuilder().Entry(283, 5, 100, 8)));
 }
 
 TEST(LostEntry, IsNoneAfterACallerGaveItData) {
-    TiffOf tiff(WithText(TiffBuilder().Entry(34675, 7, 1000, 8).Entry(40000, 2, 1000, 8)));
+    TiffOf tiff(TiffBuilder().Entry(34675, 7, 1000, 8).Entry(40000, 2, 1000, 8));
     const TempDir dir;
     const Bytes profile = ByteWriter().Big32(20).Append(CountingBytes(16)).Done();
     WriteFile(dir.File("a.icc"), profile);
@@ -185,11 +165,7 @@ TEST(LostEntry, IsNoneAfterACallerGaveItData) {
     TiffTag& text = *tiff.GetTag(Sig(40000));
     text.count = 4;  // fits in the entry
     text.value = 0x00636261;
-    const Bytes saved = Saved(tiff);
-    constexpr std::uint32_t kData = 14 + 12 * 12;
-    EXPECT_EQ(EntryOf(saved, 34675), (Fields{34675, 7, 20, kData}));
-    EXPECT_EQ(Part(saved, kData, 20), profile);
-    EXPECT_EQ(EntryOf(saved, 40000), (Fields{40000, 2, 4, 0x00636261}));
+    EXPECT_EQ(Saved(tiff), TiffBuilder().Undefined(34675, profile).Entry(40000, 2, 4, 0x00636261).Build());
 }
 
 }  // namespace

@@ -65,8 +65,6 @@ TEST(Tiff, SetsTheValueOfTheEntryAlone) {
     EXPECT_EQ(tiff.GetTagValue(Sig(258)), 8) << "the data answer";
 }
 
-// The factory
-
 TEST(TagFactory, MakesAPlainTagForEverySignatureButFour) {
     Tiff tiff;
     for (unsigned tag = 0; tag <= 0xffff; ++tag) {
@@ -92,8 +90,6 @@ TEST(TagFactory, MayMakeNothing) {
     EXPECT_EQ(ReadFrom(tiff, TiffBuilder().Long(256, 1).Long(257, 2).Build()), 0);
     EXPECT_TRUE(tiff.tags.empty());
 }
-
-// Overrides in a derived class
 
 TEST(TiffOverrides, OfTheCheckRefuseAFileByItsPath) {
     class Distrustful : public CTiff {
