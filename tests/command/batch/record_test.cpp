@@ -3,9 +3,6 @@
 // conversion in it; and endless lists of names and curves.
 #include <sys/stat.h>
 
-#include <csignal>
-#include <fstream>
-
 #include "batch/file/Fingerprint.h"
 #include "batch/record/RecordFiles.h"
 #include "batch/record/Resume.h"
@@ -13,7 +10,6 @@
 #include "command/support/Batch.h"
 #include "command/support/Json.h"
 #include "command/support/Limits.h"
-#include "command/support/Picture.h"
 #include "system/files/LineReader.h"
 
 namespace hueweave::test {
@@ -44,9 +40,6 @@ TEST_F(ResumeTest, SkipsWhatIsDoneTheSameWayAndNothingElse) {
     EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("1 converted, 2 done already"));
     WriteBytes(out_ + "/a.tif", "spoilt");
     EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
-    // Of a truncated record, the complete lines count.
-    std::ofstream(out_ + "/.hueweave.jsonl", std::ios::app) << "{\"output\": \"a.t";
-    EXPECT_THAT(again({"--intent", "relative"}).err, HasSubstr("0 converted, 3 done already"));
 }
 
 TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
@@ -57,7 +50,8 @@ TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
     EXPECT_THAT(ConvertScan(words), Says(0, "1 converted, 2 done already"));
     // A file that was recorded but never named is converted.
     fs::remove_all(out_);
-    EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:0:28")}).status, 5);
+    EXPECT_THAT(ConvertScan(words, {.setenv = Faults("linkat:0:28")}),
+                Says(5, "cannot be written (No space left on device); free some space"));
     EXPECT_FALSE(Exists(out_)) << "nothing was written, and something is left";
     EXPECT_THAT(ConvertScan(words).err, HasSubstr("3 converted"));
     // An output that stays because its replacement failed is still in the record.
@@ -67,7 +61,7 @@ TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
 
 TEST_F(ResumeTest, ARecordOfNothingIsRemovedButNotThatOfOthers) {
     const auto fail = [&](const Words& more) {
-        const Words words{"-j", "1", scans_ + "/a.tif", "-o", out_ + "/"};
+        const Words words{"-j", "1", a_, "-o", out_ + "/"};
         EXPECT_EQ(ConvertScan(words + more, {.setenv = Faults("linkat:0:28")}).status, 5);
         return NamesIn(out_);
     };
@@ -169,7 +163,7 @@ TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother
 }
 
 TEST_F(RecordTest, ALineThatDoesNotReachTheDiskIsSaid) {
-    EXPECT_THAT(ConvertScan({scans_ + "/a.tif", "-o", out_ + "/"}, {.setenv = Faults("fdatasync:0:5")}),
+    EXPECT_THAT(ConvertScan({a_, "-o", out_ + "/"}, {.setenv = Faults("fdatasync:0:5")}),
                 Says(0, ".hueweave.jsonl: cannot be written (Input/output error); --resume will not recognise a.tif"));
 }
 
@@ -189,8 +183,7 @@ TEST_F(RecordTest, ASignalEndsTheWaitingForAListThatNobodyWrites) {
     }
     // A list that is written late, or by a process, is read.
     const std::string to = " -o " + Quoted(out_);
-    Shell("(sleep 0.3; echo " + Quoted(scans_ + "/a.tif") + ") > " + pipe + " & " +
-          ConvertLine("--files-from " + pipe + to));
+    Shell("(sleep 0.3; echo " + Quoted(a_) + ") > " + pipe + " & " + ConvertLine("--files-from " + pipe + to));
     WriteBytes(folder_ / "line", ConvertLine("--files-from <(echo " + Quoted(scans_ + "/b.TIFF") + ")" + to));
     Shell("bash " + (folder_ / "line"));
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF"}));
@@ -352,8 +345,7 @@ TEST_F(RecordedFingerprintTest, ASourceIsReadOnce) {
         const auto small = readBytes(convert + Quoted(page) + " -o " + Quoted(out + "/small/"));
         const auto large = readBytes(convert + Quoted(pages) + " -o " + Quoted(out + "/large/"));
         EXPECT_EQ(NamesIn(out + "/large"), (Words{".hueweave.jsonl", "pages.tif"}));
-        // The difference is three pages and some bytes for their directories; then all four pages, without what any
-        // run reads.
+        // Three pages more, and some bytes for their directories; then all four pages, without what any run reads.
         EXPECT_LT(large - small, size * 8 / 10);
         EXPECT_LT(large - nothing, size * 5 / 4);
     }

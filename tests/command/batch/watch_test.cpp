@@ -2,16 +2,13 @@
 // "hueweave watch" as a process, observed through its output folder and its messages; and when a file is complete.
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <fstream>
 
 #include "batch/watch/FileQueue.h"
 #include "batch/watch/WaitingFiles.h"
-#include "command/support/Command.h"
 #include "command/support/Picture.h"
 
 namespace hueweave::test {
@@ -74,7 +71,7 @@ TEST_F(WatchTest, FilesAreConvertedAsTheyAreFinished) {
         WriteBytes(in_ + "/notes.txt", scan_);
         UntilConverted("renamed/deep/d.tif");
     });
-    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run, Says(0, "/in/new?line.tif -> "));
     ExpectSrgb(out_ + "/a.tif", in_ + "/a.tif");
     std::set<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(out_)) {
@@ -85,7 +82,6 @@ TEST_F(WatchTest, FilesAreConvertedAsTheyAreFinished) {
     EXPECT_THAT(names, testing::ElementsAre("a.tif", "linked.tif", "new\nline.tif", "new/deep/b.tif", "new/deep/c.tif",
                                             "old/renamed.tif", "renamed/deep/b.tif", "renamed/deep/c.tif",
                                             "renamed/deep/d.tif", "slow.tif"));
-    EXPECT_THAT(run.err, HasSubstr("/in/new?line.tif -> "));
     EXPECT_THAT(run.err, testing::EndsWith("10 converted, 0 refused\n"));
 }
 
@@ -146,8 +142,7 @@ TEST_F(WatchTest, AfterTooManyChangesTheFolderIsListedAgain) {
         WriteBytes(in_ + "/lost/c.tif", scan_);
         UntilConverted("lost/c.tif");
     });
-    EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.err, HasSubstr("too many changes at once"));
+    EXPECT_THAT(run, Says(0, "too many changes at once"));
     EXPECT_EQ(CountOf(run.err, "/a.tif"), 2U) << "its conversion only: " << run.err;
 }
 
@@ -171,9 +166,7 @@ TEST_F(WatchTest, OtherSignalsEndItAsTheyEndAConversion) {
         fs::remove_all(out_);
         const auto stop = [&](pid_t child) {
             UntilConverted("a.tif");  // the large file is being converted or is waiting
-            kill(child, signal);
-            siginfo_t ended{};
-            waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);  // before SIGTERM
+            Terminate(child, signal);
         };
         EXPECT_EQ(Watch({}, stop).signal, signal);
         for (const std::string& name : NamesIn(out_)) EXPECT_THAT(name, Not(testing::EndsWith(".tmp")));

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The differences between a chart's converted colours and their reference.
-#include <lcms2.h>
-
-#include <map>
 #include <regex>
 
 #include "command/support/DeviceProfiles.h"

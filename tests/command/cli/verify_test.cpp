@@ -4,7 +4,6 @@
 #include <numeric>
 
 #include "command/support/DeviceProfiles.h"
-#include "command/support/Picture.h"
 #include "command/support/ProfileTest.h"
 #include "command/support/TiffMaker.h"
 
@@ -14,20 +13,17 @@ namespace {
 class VerifyTest : public ProfileTest {};
 
 TEST_F(VerifyTest, PicturesOfEveryFormatGiveTheirColours) {
-    const struct {
-        const char *recipe, *name;
-    } kRows[] = {{"-depth 8", "a.png"},
-                 {"-depth 16 -resize 300x200! -interlace PNG", "b.png"},
-                 {"-colors 30 -type Palette", "c.png"},
-                 {"-sampling-factor 2x2 -quality 80", "d.jpg"},
-                 {"-interlace JPEG", "e.jpg"}};
-    for (const auto& row : kRows) {
-        SCOPED_TRACE(row.name);
-        const std::string image = folder_ / row.name, tiff = folder_ / "same.tif";
-        Shell("convert-im6 " + Quoted(Input("photo-16.tif")) + " -strip " + row.recipe + " " + Quoted(image) +
+    for (const auto& [name, recipe] : {std::pair{"a.png", "-depth 8"},
+                                       {"b.png", "-depth 16 -resize 300x200! -interlace PNG"},
+                                       {"c.png", "-colors 30 -type Palette"},
+                                       {"d.jpg", "-sampling-factor 2x2 -quality 80"},
+                                       {"e.jpg", "-interlace JPEG"}}) {
+        SCOPED_TRACE(name);
+        const std::string image = folder_ / name, tiff = folder_ / "same.tif";
+        Shell("convert-im6 " + Quoted(Input("photo-16.tif")) + " -strip " + recipe + " " + Quoted(image) +
               "; convert-im6 " + Quoted(image) + " -type TrueColor -compress none " + Quoted(tiff));
         const json told = Told({"verify", Input("scanner.icc"), "--image", image});
-        EXPECT_GT(told["colours"], row.name[0] == 'c' ? 10 : 1000);
+        EXPECT_GT(told["colours"], name[0] == 'c' ? 10 : 1000);
         EXPECT_EQ(told, Told({"verify", Input("scanner.icc"), "--image", tiff}));
     }
     const std::string grey = folder_ / "grey.png", profile = Input("scanner.icc");
@@ -78,27 +74,29 @@ TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
     }
 }
 
-TEST_F(VerifyTest, CountsWhatLiesOutsideTheSpace) {
-    // Of the corners of AdobeRGB, only black and white are inside sRGB.
-    const Outcome run = Hueweave({"verify", Input("wide.icc"), "--points", "2"});
-    EXPECT_THAT(run.out, HasSubstr("Outside the space and cut to it: 6 of 8 (75.0 %)"));
-}
-
-TEST_F(VerifyTest, SetsTheStatusByItsLimit) {
+TEST_F(VerifyTest, TellsBothPrecisionsAndSetsTheStatusByItsLimit) {
+    const Words words{"verify", Input("scanner.icc")};
     for (const auto& [limit, exact, library] : {std::tuple{"0.01", 0, 1}, {"0.001", 1, 1}, {"2.0", 0, 0}}) {
-        const Words words{"verify", Input("scanner.icc"), "--limit", limit};
-        EXPECT_THAT(Hueweave(words),
-                    Prints(exact, "mean", "median", "95 %", "99 %", "maximum", "The worst", "Outside the space"));
-        EXPECT_EQ(Hueweave(words + Words{"--precision", "library"}).status, library) << limit;
+        const Words limited = words + Words{"--limit", limit};
+        EXPECT_THAT(Hueweave(limited), AllOf(Prints(exact, "mean", "median", "95 %", "99 %", "maximum", "\n  exact ",
+                                                    "\n  library ", "The worst", "Outside the space"),
+                                             Not(Prints(exact, "bake alone"))));
+        EXPECT_EQ(Hueweave(limited + Words{"--precision", "library"}).status, library) << limit;
     }
-    const json both = Told({"verify", Input("scanner.icc"), "--points", "9"});
+    // Of the corners of AdobeRGB, only black and white are inside sRGB.
+    EXPECT_THAT(Hueweave({"verify", Input("wide.icc"), "--points", "2"}),
+                Prints(0, "Outside the space and cut to it: 6 of 8 (75.0 %)"));
+    const json both = Told(words + Words{"--points", "9"});
     EXPECT_EQ(both["colours"], 729);
+    EXPECT_LE(both["exact"]["maximum"], 0.1);
+    EXPECT_EQ(both["exact"]["way"], "direct");
     const json& told = both["library"];
     EXPECT_LE(told["median"], told["p95"]);
     EXPECT_LE(told["p95"], told["p99"]);
     EXPECT_LE(told["p99"], told["maximum"]);
     EXPECT_EQ(told["worst"][0]["difference"], told["maximum"]);
-    EXPECT_GT(Told({"verify", Input("scanner.icc"), "--image", in_, "--bits", "8"})["colours"], 1000);
+    EXPECT_TRUE(Told(words + Words{"--points", "9", "--to", "rec2020"})["library"].is_null());
+    EXPECT_GT(Told(words + Words{"--image", in_, "--bits", "8"})["colours"], 1000);
 }
 
 }  // namespace

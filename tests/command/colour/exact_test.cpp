@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The exact precision, compared with Little CMS in floating point.
 #include "command/support/DeviceProfiles.h"
-#include "command/support/ExifTool.h"
-#include "command/support/Picture.h"
 #include "command/support/ProfileTest.h"
-#include "judges/colours/Truth.h"
-#include "support/ByteWriter.h"
 
 namespace hueweave::test {
 namespace {
@@ -15,13 +11,14 @@ protected:
     Outcome Convert(const Words& more) const {
         return Hueweave(Words{"convert", "--profile", Input("scanner.icc"), "-o", out_, "--force"} + more);
     }
-    /// Expects out_ to be the image converted from the profile of this path to its embedded one by Little CMS and
-    /// rounded. `most` is the largest difference of any sample; at least 99 % of 8-bit samples are equal.
-    void ExpectTruth(const std::string& image, const std::string& profile, int most, int intent = 0,
-                     bool compensates = false) const {
-        const Picture before = ReadPictures(image)[0], after = ReadPictures(out_)[0];
+    /// Expects a photograph to be converted to the embedded profile as by Little CMS and rounded. `most` is the largest
+    /// difference of any sample; at least 99 % of 8-bit samples are equal.
+    void ExpectTruth(const std::string& photo, const Words& more, int most, int intent, bool compensates = false) {
+        ASSERT_THAT(Convert(more + Words{Input(photo)}), Succeeds());
+        const Picture before = ReadPictures(Input(photo))[0], after = ReadPictures(out_)[0];
         ASSERT_EQ(after.values.size(), before.values.size());
-        const judge::Truth truth(ReadFile(profile), Bytes(after.icc.begin(), after.icc.end()), intent, compensates);
+        const Bytes target(after.icc.begin(), after.icc.end());
+        const judge::Truth truth(ReadFile(Input("scanner.icc")), target, intent, compensates);
         const judge::Rounding rounding =
             truth.CompareRounded(PixelsOf(before), PixelsOf(after), before.bits == 8 ? 255 : 65535);
         EXPECT_LE(rounding.most, most);
@@ -30,28 +27,12 @@ protected:
 };
 
 TEST_F(ExactTest, IsTheDefaultAndGivesWhatTheProfilesDescribe) {
-    for (const char* profile : {"scanner.icc", "matrix.icc", "xyz.icc", "screen.icc", "wide.icc"}) {
-        for (const auto& [name, intent] : {std::pair{"perceptual", 0}, std::pair{"relative", 1}}) {
-            for (const auto& [photo, most] : {std::pair{"photo-8.tif", 1}, std::pair{"photo-16.tif", 48}}) {
-                SCOPED_TRACE(std::string(photo) + " " + profile + " " + name);
-                ASSERT_THAT(Hueweave({"convert", "--profile", Input(profile), "--intent", name, Input(photo), "-o",
-                                      out_, "--force"}),
-                            Succeeds());
-                ExpectTruth(Input(photo), Input(profile), most, intent);
-            }
-        }
-    }
-    ASSERT_THAT(Convert({"--intent", "relative", "--bpc", in_}), Succeeds());
-    ExpectTruth(in_, Input("scanner.icc"), 24, 1, true);
-}
-
-TEST_F(ExactTest, ConvertsToAnyRgbProfile) {
-    for (const char* target : {"wide.icc", "matrix.icc", "screen.icc"}) {
-        SCOPED_TRACE(target);
-        ASSERT_THAT(Convert({"--to", Input(target), "--intent", "relative", in_}), Succeeds());
-        EXPECT_EQ(ReadPictures(out_)[0].icc, FileBytes(Input(target)));
-        ExpectTruth(in_, Input("scanner.icc"), 100, 1);
-    }
+    const Words relative{"--intent", "relative"};
+    ExpectTruth("photo-8.tif", {}, 1, 0);
+    ExpectTruth("photo-16.tif", {}, 48, 0);
+    ExpectTruth("photo-16.tif", relative + Words{"--bpc"}, 24, 1, true);
+    ExpectTruth("photo-16.tif", relative + Words{"--to", Input("wide.icc")}, 100, 1);
+    EXPECT_EQ(ReadPictures(out_)[0].icc, FileBytes(Input("wide.icc")));
     WriteDeviceProfile(profile_, Form::Mft1);  // has no table from PCS to device
     EXPECT_THAT(Convert({"--to", profile_, in_}), Refuses(3, "has no table from colours to its device"));
     EXPECT_THAT(Convert({"--to", "./missing.icc", in_}), Refuses(3, "cannot be read"));
@@ -82,9 +63,6 @@ TEST_F(ExactTest, LeavesColoursThatAreInTheSpaceAlready) {
     // The library's output is in sRGB as well.
     ASSERT_EQ(Convert({"--precision", "library", in_}).status, 0);
     EXPECT_THAT(Hueweave({"convert", out_, "-o", again, "--force"}).err, HasSubstr("is in srgb already"));
-    // Another target space is a conversion.
-    EXPECT_THAT(Hueweave({"convert", out_, "-o", again, "--force", "--to", "adobe-rgb"}).err,
-                Not(HasSubstr("already")));
 }
 
 TEST_F(ExactTest, TagsACopyThatHadNoProfile) {
@@ -109,12 +87,11 @@ TEST_F(ExactTest, ShiftsColours) {
 }
 
 TEST_F(ExactTest, EmbedsAProfileOfTheVersionAskedFor) {
-    for (const auto& [version, text] : {std::pair{"2", "2.4.0"}, std::pair{"4", "4.3.0"}}) {
+    for (const auto& [version, text] : {std::pair{"2", "\2\x40"}, {"4", "\4\x30"}}) {
         ASSERT_THAT(Convert({"--icc-version", version, in_}), Succeeds());
-        EXPECT_EQ(ExifTool({"-s3", "-ICC-header:ProfileVersion", out_}), std::string(text) + "\n");
-        const std::string again = folder_ / "again.tif";
-        EXPECT_THAT(Hueweave({"convert", "--icc-version", version, out_, "-o", again, "--force"}).err,
-                    HasSubstr("is in srgb already"));
+        EXPECT_EQ(ReadPictures(out_)[0].icc.substr(8, 2), text);
+        const Words again{"convert", "--icc-version", version, out_, "-o", folder_ / "again.tif", "--force"};
+        EXPECT_THAT(Hueweave(again), Says(0, "is in srgb already"));
     }
 }
 
@@ -126,8 +103,7 @@ TEST_F(ExactTest, LibraryRefusesProfilesThatItConvertsWrongly) {
     EXPECT_THAT(Hueweave(words), Refuses(3, "is converted wrongly by the library: CIEDE2000 is above"));
     EXPECT_THAT(Hueweave(words + Words{"--accept-error", "100"}), Succeeds());
     EXPECT_THAT(Hueweave({"convert", "--profile", profile_, in_, "-o", out_, "--force"}), Succeeds());
-    // The limit is 2 for 95 % of the colours of a grid. Gamuts between that of sRGB and that one are just within it and
-    // just beyond it.
+    // Gamuts between that of sRGB and this one: 95 % of the colours are just within the limit of 2, or just beyond it.
     for (const auto& [part, p95, status] : {std::tuple{0.545, 1.95, 0}, {0.55, 2.05, 3}}) {
         const auto between = [&, part = part](const Vector& from, const Vector& to) {
             return Vector{from[0] + part * (to[0] - from[0]), from[1] + part * (to[1] - from[1])};
@@ -139,16 +115,6 @@ TEST_F(ExactTest, LibraryRefusesProfilesThatItConvertsWrongly) {
         EXPECT_NEAR(told["library"]["p95"], p95, 0.05);
         EXPECT_EQ(Hueweave(words).status, status);
     }
-}
-
-TEST_F(ExactTest, VerifyTellsBothPrecisions) {
-    const Words words{"verify", Input("scanner.icc"), "--points", "9"};
-    EXPECT_THAT(Hueweave(words).out,
-                AllOf(HasSubstr("\n  exact "), HasSubstr("\n  library "), Not(HasSubstr("bake alone"))));
-    const json told = Told(words + Words{"--to", "rec2020"});
-    EXPECT_LE(told["exact"]["maximum"], 0.1);
-    EXPECT_EQ(told["exact"]["way"], "direct");
-    EXPECT_TRUE(told["library"].is_null());
 }
 
 }  // namespace

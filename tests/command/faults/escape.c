@@ -81,11 +81,8 @@ static ssize_t Read(const char* name, int file, void* data, size_t size, off_t a
 ssize_t pread(int file, void* data, size_t size, off_t at) { return Read("pread", file, data, size, at); }
 ssize_t pread64(int file, void* data, size_t size, off_t at) { return Read("pread64", file, data, size, at); }
 
-/* The version that an older kernel would report, or LONG_MAX. */
-static long OldKernel(void) {
-    const char* version = getenv("HUEWEAVE_KERNEL");
-    return version == NULL ? __LONG_MAX__ : atol(version);
-}
+/* The version that an older kernel would report. */
+static long OldKernel(void) { return atol(getenv("HUEWEAVE_KERNEL")); }
 
 long syscall(long number, ...) {
     long a[6];

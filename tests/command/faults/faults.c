@@ -8,10 +8,10 @@
  * reports `how` as the owner and geteuid as the user. lseek counts only where it searches for holes.
  *
  * A positive `how` is the errno. For 0 a read or write transfers half of the bytes. For -1 the call succeeds after the
- * file named by HUEWEAVE_FAULT_FROM has been renamed to HUEWEAVE_FAULT_TO, for -2 after 50 milliseconds. For -3, -4 and
- * -5 it throws std::length_error, std::bad_alloc and std::runtime_error. For -6 the command is killed instead of the
- * call, for -7 right after it. The file named by HUEWEAVE_FAULT_SEEN, which the command itself may not write to, is no
- * longer empty once a fault with a number has occurred.
+ * file named by HUEWEAVE_FAULT_FROM has been renamed to HUEWEAVE_FAULT_TO. For -3, -4 and -5 it throws
+ * std::length_error, std::bad_alloc and std::runtime_error. For -6 the command is killed instead of the call, for -7
+ * right after it. The file named by HUEWEAVE_FAULT_SEEN, which the command itself may not write to, is no longer empty
+ * once a fault with a number has occurred.
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -66,7 +66,6 @@ static int Strike(const char* name, const char* group) {
         if (strcmp(faults[i].call, name) != 0 && strcmp(faults[i].call, group) != 0) continue;
         if (atomic_fetch_add(&faults[i].count, 1) + 1 != n && n != 0) continue;
         if (n != 0 && seen >= 0 && syscall(SYS_write, seen, "x", 1) != 1) abort();
-        if (how == -2) usleep(50000);
         if (how <= -3 && how >= -5) Throw(how);
         if (how == -6) raise(SIGKILL);
         if (how != -1) return how;
@@ -90,27 +89,26 @@ static int Strike(const char* name, const char* group) {
         return value;                                                \
     }
 
+/* The same for the variant of a function whose offsets have 64 bits on any machine. */
+#define CALLS(name, group, result, failed, function, parameters, ...)    \
+    CALL(name, group, result, failed, function, parameters, __VA_ARGS__) \
+    CALL(name, group, result, failed, function##64, parameters, __VA_ARGS__)
+
 typedef void* Memory;
 typedef FILE* Stream;
 #define OPENED ((flags & O_TMPFILE) == O_TMPFILE ? "tmpfile" : "open")
 #define HOLES (from == SEEK_DATA || from == SEEK_HOLE ? "lseek" : "")
 #define HALF (how == 0 ? (size + 1) / 2 : size)
 
-CALL(OPENED, "open", int, -1, open, (const char* path, int flags, mode_t mode), path, flags, mode)
-CALL(OPENED, "open", int, -1, open64, (const char* path, int flags, mode_t mode), path, flags, mode)
-CALL("openat", "open", int, -1, openat, (int at, const char* path, int flags, mode_t mode), at, path, flags, mode)
-CALL("openat", "open", int, -1, openat64, (int at, const char* path, int flags, mode_t mode), at, path, flags, mode)
-CALL("fopen", "open", Stream, NULL, fopen, (const char* path, const char* mode), path, mode)
-CALL("fopen", "open", Stream, NULL, fopen64, (const char* path, const char* mode), path, mode)
+CALLS(OPENED, "open", int, -1, open, (const char* path, int flags, mode_t mode), path, flags, mode)
+CALLS("openat", "open", int, -1, openat, (int at, const char* path, int flags, mode_t mode), at, path, flags, mode)
+CALLS("fopen", "open", Stream, NULL, fopen, (const char* path, const char* mode), path, mode)
 
-CALL("pread", "read", ssize_t, -1, pread, (int file, void* data, size_t size, off_t at), file, data, HALF, at)
-CALL("pread", "read", ssize_t, -1, pread64, (int file, void* data, size_t size, off_t at), file, data, HALF, at)
+CALLS("pread", "read", ssize_t, -1, pread, (int file, void* data, size_t size, off_t at), file, data, HALF, at)
 CALL("read", "read", ssize_t, -1, read, (int file, void* data, size_t size), file, data, HALF)
 CALL("fread", "read", size_t, 0, fread, (void* data, size_t size, size_t count, FILE* file), data, size, count, file)
 
-CALL("pwrite", "write", ssize_t, -1, pwrite, (int file, const void* data, size_t size, off_t at), file, data, HALF, at)
-CALL("pwrite", "write", ssize_t, -1, pwrite64, (int file, const void* data, size_t size, off_t at), file, data, HALF,
-     at)
+CALLS("pwrite", "write", ssize_t, -1, pwrite, (int file, const void* data, size_t size, off_t at), file, data, HALF, at)
 CALL("write", "write", ssize_t, -1, write, (int file, const void* data, size_t size), file, data, HALF)
 
 CALL("fsync", "sync", int, -1, fsync, (int file), file)
@@ -127,17 +125,13 @@ CALL(flags != 0 ? "noreplace" : "renameat2", "name", int, -1, renameat2,
 int flock(int file, int how_); /* its header does not go with the one above */
 CALL("flock", "", int, -1, flock, (int file, int how_), file, how_)
 
-CALL("mmap", "mmap", Memory, (void*)-1, mmap, (void* at, size_t size, int how_, int flags, int file, off_t from), at,
-     size, how_, flags, file, from)
-CALL("mmap", "mmap", Memory, (void*)-1, mmap64, (void* at, size_t size, int how_, int flags, int file, off_t from), at,
-     size, how_, flags, file, from)
+CALLS("mmap", "mmap", Memory, (void*)-1, mmap, (void* at, size_t size, int how_, int flags, int file, off_t from), at,
+      size, how_, flags, file, from)
 
 CALL("fchown", "", int, -1, fchown, (int file, uid_t owner, gid_t group), file, owner, group)
-CALL("ftruncate", "", int, -1, ftruncate, (int file, off_t size), file, size)
-CALL("ftruncate", "", int, -1, ftruncate64, (int file, off_t size), file, size)
+CALLS("ftruncate", "", int, -1, ftruncate, (int file, off_t size), file, size)
 CALL(strncmp(path, "/proc/", 6) == 0 ? "proc" : "", "", int, -1, access, (const char* path, int how_), path, how_)
-CALL(HOLES, "", off_t, -1, lseek, (int file, off_t at, int from), file, at, from)
-CALL(HOLES, "", off_t, -1, lseek64, (int file, off_t at, int from), file, at, from)
+CALLS(HOLES, "", off_t, -1, lseek, (int file, off_t at, int from), file, at, from)
 
 static int Owned(int result, struct stat* status) {
     const int owner = Strike("owner", "");

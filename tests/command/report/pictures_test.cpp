@@ -7,7 +7,6 @@
 
 #include "command/report/ReportPageFixture.h"
 #include "command/support/JpegMaker.h"
-#include "command/support/Picture.h"
 #include "command/support/PngChunks.h"
 #include "command/support/TiffMaker.h"
 
@@ -39,17 +38,13 @@ protected:
         for (std::size_t i = 0; i < (width + 1) / 2 * ((height + 1) / 2) * 6; ++i) {
             units += static_cast<char>(i % 6 < 4 ? i * 31 + i / 911 : 128 + i / 701 % 60);
         }
-        TiffMaker tiff;
-        const std::string coded = Deflated(units);
-        TiffMaker::Shape shape{.width = width, .height = height, .compression = 8, .rows = height};
-        shape.offsets = {tiff.Put(coded)};
-        shape.counts = {coded.size()};
-        tiff.Page(And(With(TiffMaker::Rgb(shape), TiffMaker::Short(262, 6)), {530, 3, 2, 0, Little({2, 2}, 2)}));
-        tiff.Save(folder_ / name);
+        OneStrip(Deflated(units),
+                 {.width = width, .height = height, .compression = 8, .rows = height, .photometric = 6},
+                 {{530, 3, 2, 0, Little({2, 2}, 2)}})
+            .Save(folder_ / name);
         return folder_ / name;
     }
-    /// The pixels of a file as convert writes them for this target, to a file of another format, for which it decodes
-    /// them in any case.
+    /// The pixels of a file as convert decodes them and writes them for this target, to a file of another format.
     Picture ByConvert(const std::string& file, const std::string& target, unsigned bits) const {
         const std::string format = file.ends_with(".png") ? "tiff" : "png", out = folder_ / ("out." + format);
         EXPECT_THAT(Hueweave({"convert", "-q", "--profile", profileOfAll_, "--to", target, "--format", format, file,

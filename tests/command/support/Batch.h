@@ -2,8 +2,6 @@
 #pragma once
 
 #include <set>
-#include <string>
-#include <vector>
 
 #include "command/support/Command.h"
 
@@ -16,7 +14,7 @@ class BatchTest : public testing::Test {
 protected:
     BatchTest() {
         fs::create_directories(scans_ + "/deep");
-        Shell("tiffcp -B -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(scans_ + "/a.tif"));
+        Shell("tiffcp -B -c zip " + Quoted(Input("photo-16.tif")) + " " + Quoted(a_));
         Shell("tiffcp -c lzw " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/b.TIFF"));
         Shell("tiffcp -c none " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/deep/a.tif"));
         WriteBytes(scans_ + "/notes.txt", "no image");
@@ -28,7 +26,7 @@ protected:
     /// Copies the first file `count` times, as `name` with a number.
     void Copy(const std::string& name, int count) const {
         for (int i = 0; i < count; ++i) {
-            fs::copy_file(scans_ + "/a.tif", scans_ + "/" + name + std::to_string(i) + ".tif");
+            fs::copy_file(a_, scans_ + "/" + name + std::to_string(i) + ".tif");
         }
     }
     Names Outputs() const {
@@ -45,7 +43,7 @@ protected:
         for (const std::string& name : Outputs()) fs::remove(out_ + "/" + name);
     }
     Folder folder_;
-    std::string scans_ = folder_ / "scans", out_ = folder_ / "converted";
+    std::string scans_ = folder_ / "scans", out_ = folder_ / "converted", a_ = scans_ + "/a.tif";
 };
 
 }  // namespace hueweave::test

@@ -4,16 +4,14 @@
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <malloc.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -21,16 +19,6 @@
 
 namespace hueweave::test {
 namespace {
-
-/// The output of a program.
-std::string Drain(std::FILE* file) {
-    std::rewind(file);
-    std::string text;
-    char block[65536];
-    while (const std::size_t got = std::fread(block, 1, sizeof block, file)) text.append(block, got);
-    std::fclose(file);
-    return text;
-}
 
 [[noreturn]] void Become(const Run& run, int out, int err) {
     const int in = open(run.input.empty() ? "/dev/null" : run.input.c_str(), O_RDONLY);
@@ -55,13 +43,12 @@ std::string Drain(std::FILE* file) {
 }  // namespace
 
 Outcome RunProgram(const Run& run) {
-    std::FILE *const out = std::tmpfile(), *const err = std::tmpfile();
-    if (out == nullptr || err == nullptr) throw std::runtime_error("no temporary file");
+    const int out = memfd_create("out", MFD_CLOEXEC), err = memfd_create("err", MFD_CLOEXEC);
     // A child's peak includes its parent's memory at the time of the fork, even after exec.
     malloc_trim(0);
     const pid_t child = fork();
     if (child < 0) throw std::runtime_error("no process");
-    if (child == 0) Become(run, fileno(out), fileno(err));
+    if (child == 0) Become(run, out, err);
     if (run.meanwhile) run.meanwhile(child);
     int status = 0;
     struct rusage usage {};
@@ -70,13 +57,14 @@ Outcome RunProgram(const Run& run) {
     if (WIFEXITED(status)) outcome.status = WEXITSTATUS(status);
     if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
     outcome.peakKb = usage.ru_maxrss;
-    outcome.out = Drain(out);
-    outcome.err = Drain(err);
+    outcome.out = FileBytes("/proc/self/fd/" + std::to_string(out));
+    outcome.err = FileBytes("/proc/self/fd/" + std::to_string(err));
+    close(out), close(err);
     return outcome;
 }
 
-void Terminate(pid_t child) {
-    kill(child, SIGTERM);
+void Terminate(pid_t child, int signal) {
+    kill(child, signal);
     for (int tries = 0; tries < 200; ++tries) {
         siginfo_t ended{};
         waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT | WNOHANG);
@@ -87,17 +75,9 @@ void Terminate(pid_t child) {
 }
 
 void TerminateIdle(pid_t child) {
-    const auto waits = [&] {
-        std::error_code gone;
-        for (const auto& task : fs::directory_iterator("/proc/" + std::to_string(child) + "/task", gone)) {
-            std::string status;
-            std::ifstream stat(task.path() / "stat");
-            std::getline(stat, status);
-            const std::size_t name = status.rfind(") ");
-            if (name == std::string::npos || status[name + 2] != 'S') return false;
-        }
-        return true;
-    };
+    // Whether no thread has another state than that of sleep.
+    const std::string find = "! grep -qsv ') S ' /proc/" + std::to_string(child) + "/task/*/stat";
+    const auto waits = [&] { return RunProgram({.words = {"sh", "-c", find}}).status == 0; };
     // Repeated for a while, because a thread may also wait for a lock or for the disk.
     for (int idle = 0, tries = 0; idle < 12 && tries < 4000; ++tries) {
         usleep(5000);

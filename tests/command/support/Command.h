@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -71,9 +72,9 @@ struct Run {
 };
 Outcome RunProgram(const Run& run);
 
-/// For `Run::meanwhile`: SIGTERM, then SIGKILL ten seconds later for a program that ignores it. The second function
+/// For `Run::meanwhile`: a signal, then SIGKILL ten seconds later for a program that ignores it. The second function
 /// first waits until all threads of the program are waiting for input, for a reader or for each other.
-void Terminate(pid_t child);
+void Terminate(pid_t child, int signal = SIGTERM);
 void TerminateIdle(pid_t child);
 /// For `Run::inChild`: makes file modes apply to the superuser too.
 void HeedModes();

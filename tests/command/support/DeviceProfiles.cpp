@@ -43,10 +43,6 @@ void WriteGreyProfile(const std::string& path) {
     WriteFile(path, Saved(profile));
 }
 
-void WriteAbstractProfile(const std::string& path) {
-    WriteFile(path, Saved(Profile(cmsCreateBCHSWabstractProfile(9, 1, 1, 0, 0, 5000, 5000))));
-}
-
 void WriteLinkProfile(const std::string& path) {
     ProfileBuilder link;
     link.HeaderWord(12, cmsSigLinkClass).HeaderWord(20, cmsSigRgbData).Mft2("A2B0", MakeLut({})).Write(path);
@@ -65,10 +61,6 @@ void WriteCmykProfile(const std::string& path) {
     WriteFile(path, Saved(profile));
 }
 
-void WriteEmptyProfile(const std::string& path) {
-    WriteFile(path, Saved(BlankProfile(2.4, cmsSigRgbData, cmsSigLabData, cmsSigInputClass)));
-}
-
 std::string PaddedProfile(std::size_t more, int mark) {
     std::string profile = FileBytes(Input("scanner.icc")) + std::string(more, '\0');
     profile[35] = static_cast<char>(mark);
@@ -80,8 +72,7 @@ std::vector<judge::Rgb> PixelsOf(const Picture& picture, std::size_t step) {
     std::vector<judge::Rgb> pixels;
     const double top = picture.bits == 8 ? 255.0 : 65535.0;
     for (std::size_t i = 0; i + 2 < picture.values.size(); i += 3 * step) {
-        const std::uint16_t* const rgb = &picture.values[i];
-        pixels.push_back({rgb[0] / top, rgb[1] / top, rgb[2] / top});
+        pixels.push_back({picture.values[i] / top, picture.values[i + 1] / top, picture.values[i + 2] / top});
     }
     return pixels;
 }

@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <lcms2.h>
-
-#include <string>
-#include <vector>
-
 #include "colour/Profiles.h"
 #include "command/support/Picture.h"
-#include "judges/colours/Truth.h"
 
 namespace hueweave::test {
 
@@ -32,11 +26,8 @@ void WriteDeviceProfile(const std::string& path, Form form);
 
 /// Profiles of other classes and colours.
 void WriteGreyProfile(const std::string& path);
-void WriteAbstractProfile(const std::string& path);
 void WriteLinkProfile(const std::string& path);
 void WriteCmykProfile(const std::string& path);
-/// A profile with a class and a connection space, but no colours.
-void WriteEmptyProfile(const std::string& path);
 
 /// The scanner's profile with this many zeros appended, and a mark of 0 to 59 in its date.
 std::string PaddedProfile(std::size_t more, int mark = 0);

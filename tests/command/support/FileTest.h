@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <ostream>
-#include <string>
-
 #include "command/support/Command.h"
 
 namespace hueweave::test {

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "command/support/PngChunks.h"
+
 namespace hueweave::test {
 namespace {
 
@@ -47,12 +49,9 @@ std::string JpegOf(const Picture& picture, const std::function<void(jpeg_compres
     jpeg_set_defaults(&info);
     set(&info);
     jpeg_start_compress(&info, TRUE);
-    std::vector<unsigned char> row(std::size_t{picture.width} * picture.samples);
-    for (std::size_t y = 0; y < picture.height; ++y) {
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            row[i] = static_cast<unsigned char>(picture.values[y * row.size() + i]);
-        }
-        JSAMPROW at = row.data();
+    std::vector<unsigned char> pixels(picture.values.begin(), picture.values.end());
+    while (info.next_scanline < info.image_height) {
+        JSAMPROW at = &pixels[std::size_t{info.next_scanline} * picture.width * picture.samples];
         jpeg_write_scanlines(&info, &at, 1);
     }
     jpeg_finish_compress(&info);
@@ -105,10 +104,7 @@ std::vector<Segment> AttachedSegments(const std::string& path) {
 }
 
 std::string SegmentBytes(const Segment& segment) {
-    const std::size_t length = segment.data.size() + 2;
-    return std::string{'\xff', static_cast<char>(segment.marker), static_cast<char>(length >> 8),
-                       static_cast<char>(length)} +
-           segment.data;
+    return BigEndian(0xff00 | segment.marker, 2) + BigEndian(segment.data.size() + 2, 2) + segment.data;
 }
 
 std::string WithAtStart(const std::string& jpeg, const std::string& bytes) {

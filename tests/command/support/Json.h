@@ -2,8 +2,6 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
 
 #include "command/support/Command.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "command/support/Picture.h"
 
-#include <gtest/gtest.h>
 #include <tiffio.h>
 
 #include <cstring>
@@ -119,10 +118,10 @@ Picture ByEngine(Picture picture, const std::string& profile, int intent, int sp
             engine->Conversion(sample, sample, 1);
             continue;
         }
-        unsigned char bytes[3] = {static_cast<unsigned char>(sample[0]), static_cast<unsigned char>(sample[1]),
-                                  static_cast<unsigned char>(sample[2])};
+        unsigned char bytes[3];
+        std::copy_n(sample, 3, bytes);
         engine->Conversion(bytes, bytes, 1);
-        for (int c = 0; c < 3; ++c) sample[c] = bytes[c];
+        std::copy_n(bytes, 3, sample);
     }
     return picture;
 }

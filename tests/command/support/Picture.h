@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "command/support/Command.h"
 
 struct tiff;

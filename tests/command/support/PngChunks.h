@@ -3,9 +3,6 @@
 
 #include <zlib.h>
 
-#include <string>
-#include <vector>
-
 #include "command/support/Command.h"
 
 namespace hueweave::test {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <string>
-
 #include "command/support/Json.h"
 
 namespace hueweave::test {

@@ -73,7 +73,7 @@ std::vector<TiffMaker::Entry> TiffMaker::Rgb(const Shape& shape) {
         Long(257, shape.height),
         {258, 3, shape.samples, 0, Little(std::vector<std::uint64_t>(shape.samples, 8), 2)},
         Short(259, shape.compression),
-        Short(262, 2),
+        Short(262, shape.photometric),
         Short(277, shape.samples),
         Short(284, shape.planar),
     };

@@ -27,7 +27,7 @@ public:
         std::uint64_t width = 4, height = 4;
         std::vector<std::uint64_t> offsets{}, counts{};
         unsigned compression = 1, samples = 3, planar = 1;
-        std::uint64_t rows = 4, tileWidth = 0, tileHeight = 0;
+        std::uint64_t rows = 4, tileWidth = 0, tileHeight = 0, photometric = 2;
     };
 
     explicit TiffMaker(bool bigTiff = false);

@@ -54,17 +54,13 @@ TEST_F(MemoryTest, WhateverTheLayoutAndTheNumberOfThreads) {
 }
 
 TEST_F(MemoryTest, PixelsThatBecomeRgbCountToo) {
-    // 20 MB of CMYK in one strip, which with the RGB pixels and the buffers of both coders do not fit: only a few rows
-    // at a time are in memory.
+    // 20 MB of CMYK in one strip, the RGB pixels and the buffers of both coders do not fit: a few rows are held at a
+    // time.
     const std::string ink = folder_ / "ink.icc";
     WriteCmykProfile(ink);
-    TiffMaker::Shape shape{.width = 2500, .height = 2000, .compression = 8, .samples = 4, .rows = 2000};
-    TiffMaker tiff;
-    const std::string strip = Deflated(std::string(std::size_t{4} * 2500 * 2000, '\x40'));
-    shape.offsets = {tiff.Put(strip)};
-    shape.counts = {strip.size()};
-    tiff.Page(With(TiffMaker::Rgb(shape), TiffMaker::Short(262, 5)));
-    tiff.Save(in_);
+    const TiffMaker::Shape shape{
+        .width = 2500, .height = 2000, .compression = 8, .samples = 4, .rows = 2000, .photometric = 5};
+    OneStrip(Deflated(std::string(std::size_t{4} * 2500 * 2000, '\x40')), shape).Save(in_);
     const Outcome run = Hueweave({"convert", "-j", "1", "--profile", ink, in_, "-o", out_});
     ASSERT_THAT(run, Succeeds());
     EXPECT_LT(run.peakKb, MemoryKb(32L * 1024 + kCountsKb));
@@ -141,8 +137,7 @@ TEST_P(AllocationTest, TheResultIsWholeOrNotThere) {
     const Outcome sound = RunFailing("");
     ASSERT_EQ(sound.status, 0) << sound.err;
     const std::string wanted = Result(sound);
-    // Single failures over all calls, with an odd step so as not to coincide with the period of a loop; then all calls
-    // from one on.
+    // Single failures, with an odd step so as not to coincide with the period of a loop; then all calls from one on.
     const auto& [name, words, writes, first, step, refusals, recipe] = GetParam();
     int refused = 0;
     for (const std::string onwards : {"", "+"}) {

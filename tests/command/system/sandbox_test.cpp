@@ -10,12 +10,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
-#include <functional>
 #include <sstream>
 
-#include "command/support/Command.h"
 #include "command/support/Picture.h"
 #include "system/sandbox/Sandbox.h"
 
@@ -55,8 +52,8 @@ void ExpectErrors(const std::function<void()>& restrict, const std::vector<Attem
     EXPECT_EXIT(attemptAll(), testing::ExitedWithCode(0), "");
 }
 
-void ExpectErrorsOfCalls(const std::vector<Attempt>& attempts) {
-    ExpectErrors(tool::RestrictCalls, attempts, HasSeccomp() ? attempts.size() : 0);
+void ExpectErrorsOfCalls(const std::vector<Attempt>& attempts, void (*restrict)() = tool::RestrictCalls) {
+    ExpectErrors(restrict, attempts, HasSeccomp() ? attempts.size() : 0);
 }
 
 // Called with -1 for every argument, which has no effect where the calls are allowed.
@@ -89,12 +86,11 @@ TEST(RestrictCallsTest, WaysOutOfTheProcessAreRefused) {
 }
 
 TEST(RestrictCallsTest, AWatchMayChooseItsFoldersButOpensNoOtherQueue) {
-    const std::vector<Attempt> attempts{
-        {[] { return syscall(__NR_inotify_add_watch, -1L, 0L, 0x100L); }, EBADF, "a folder is added"},
-        {[] { return syscall(__NR_inotify_rm_watch, -1L, 0L); }, EBADF, "a folder is removed"},
-        {[] { return syscall(__NR_inotify_init1, -1L); }, EPERM, "another queue"},
-        {[] { return syscall(__NR_socket, -1L, -1L, -1L); }, EPERM, "a socket"}};
-    ExpectErrors(tool::RestrictCallsExceptWatching, attempts, HasSeccomp() ? attempts.size() : 0);
+    ExpectErrorsOfCalls({{[] { return syscall(__NR_inotify_add_watch, -1L, 0L, 0x100L); }, EBADF, "a folder is added"},
+                         {[] { return syscall(__NR_inotify_rm_watch, -1L, 0L); }, EBADF, "a folder is removed"},
+                         {[] { return syscall(__NR_inotify_init1, -1L); }, EPERM, "another queue"},
+                         {[] { return syscall(__NR_socket, -1L, -1L, -1L); }, EPERM, "a socket"}},
+                        tool::RestrictCallsExceptWatching);
 }
 
 TEST(RestrictCallsTest, ArgumentsDecideWhereACallHasOtherUses) {
@@ -190,36 +186,30 @@ struct Kernel {
 };
 constexpr Kernel kNothing{false, false};
 
-struct Task {
-    const char* name;
-    int at;  ///< the number of the pread call that makes the attempt
-    Words words;
-};
-void PrintTo(const Task& task, std::ostream* out) { *out << task.name; }
-
 class SandboxTest : public testing::Test {
 protected:
-    SandboxTest() {
+    SandboxTest() { Begin(); }
+    void Begin() {
+        fs::remove_all(folder_.path());
         fs::create_directories(scans_);
         fs::create_directories(out_);
         Shell("tiffcp -s -c zip -r 16 " + Quoted(Input("photo-8.tif")) + " " + Quoted(scans_ + "/a.tif"));
         for (const char* name : {"secret", "victim"}) WriteBytes(folder_ / name, "precious");
     }
-    Outcome Run(const Words& words, int at, const std::string& kernel = "") {
-        std::map<std::string, std::string> environment{
-            {"LD_PRELOAD", HUEWEAVE_ESCAPE},
-            {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},  // not possible while traced
-            {"HUEWEAVE_ESCAPE_AT", std::to_string(at)},
-            {"HUEWEAVE_ESCAPE_TO", "2"},
-            {"HUEWEAVE_OUTSIDE", folder_.path()},
-            {"TMPDIR", out_}};
-        if (!kernel.empty()) environment["HUEWEAVE_KERNEL"] = kernel;
-        return Hueweave(words, {.setenv = environment, .inChild = [this] {
-                                    if (chdir(folder_.path().c_str()) != 0) _exit(126);
-                                }});
+    Outcome Run(const Words& words, int at, const std::string& kernel = "99") {
+        return Hueweave(words, {.setenv = {{"LD_PRELOAD", HUEWEAVE_ESCAPE},
+                                           // Leaks cannot be detected while traced.
+                                           {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},
+                                           {"HUEWEAVE_ESCAPE_AT", std::to_string(at)},
+                                           {"HUEWEAVE_ESCAPE_TO", "2"},
+                                           {"HUEWEAVE_KERNEL", kernel},
+                                           {"HUEWEAVE_OUTSIDE", folder_.path()},
+                                           {"TMPDIR", out_}},
+                                .inChild = [this] { fs::current_path(folder_.path()); }});
     }
-    /// Checks that each way out ended as expected.
+    /// Checks that the command has succeeded, and that each way out has ended as expected.
     void Expect(const Outcome& run, const Kernel& kernel, bool privileges) {
+        EXPECT_THAT(run, Succeeds());
         std::map<std::string, int> told;
         std::istringstream lines(run.err);
         std::string name;
@@ -235,45 +225,39 @@ protected:
     std::string scans_ = folder_ / "scans", out_ = folder_ / "out";
 };
 
-class EscapeTest : public SandboxTest, public testing::WithParamInterface<Task> {};
+const Words kConvertScan{"convert", "-q", "--profile", Input("scanner.icc")};
 
-TEST_P(EscapeTest, IsStopped) {
-    const Outcome run = Run(GetParam().words, GetParam().at);
-    EXPECT_EQ(run.status, 0) << run.err;
-    Expect(run, {}, false);
-    if (Kernel().landlock && Kernel().seccomp) {
-        EXPECT_EQ(NamesIn(folder_.path()), (Words{"out", "scans", "secret", "victim"}));
-        EXPECT_EQ(FileBytes(folder_ / "secret"), "precious");
+TEST_F(SandboxTest, EscapesAreStoppedAndGetThroughWithoutIt) {
+    // The number of the pread call that makes the attempts, and the command.
+    const std::pair<int, Words> tasks[] = {
+        {6, kConvertScan + Words{"scans/a.tif", "-o", "out/a.tif"}},
+        {6, kConvertScan + Words{"scans", "-o", "out", "-j2", "--resume"}},
+        {6, kConvertScan + Words{"scans/a.tif", "--in-place"}},
+        {6, kConvertScan + Words{"scans/a.tif", "-o", "out/a.tif", "--dry-run"}},
+        {2, {"inspect", "scans/a.tif"}},
+        {1, {"bake", Input("matrix.icc"), "-o", "out/baked", "-q"}},
+        {1, {"verify", Input("xyz.icc"), "--points", "3"}},
+        {6, {"verify", Input("scanner.icc"), "--image", "scans/a.tif"}},
+    };
+    for (const auto& [at, words] : tasks) {
+        SCOPED_TRACE(testing::PrintToString(words));
+        Begin();
+        Expect(Run(words, at), {}, false);
+        if (Kernel().landlock && Kernel().seccomp) {
+            EXPECT_EQ(NamesIn(folder_.path()), (Words{"out", "scans", "secret", "victim"}));
+            EXPECT_EQ(FileBytes(folder_ / "secret"), "precious");
+        }
+        Begin();
+        Expect(Run(words + Words{"--no-sandbox"}, at), kNothing, true);
+        EXPECT_EQ(FileBytes(folder_ / "secret"), "pre");
     }
 }
-
-TEST_P(EscapeTest, GetsThroughWithoutTheSandbox) {
-    const Outcome run = Run(GetParam().words + Words{"--no-sandbox"}, GetParam().at);
-    EXPECT_EQ(run.status, 0) << run.err;
-    Expect(run, kNothing, true);
-    EXPECT_EQ(FileBytes(folder_ / "secret"), "pre");
-}
-
-const Words kConvertScan{"convert", "-q", "--profile", Input("scanner.icc")};
-const Task kTasks[] = {
-    {"Convert", 6, kConvertScan + Words{"scans/a.tif", "-o", "out/a.tif"}},
-    {"Folders", 6, kConvertScan + Words{"scans", "-o", "out", "-j2", "--resume"}},
-    {"InPlace", 6, kConvertScan + Words{"scans/a.tif", "--in-place"}},
-    {"DryRun", 6, kConvertScan + Words{"scans/a.tif", "-o", "out/a.tif", "--dry-run"}},
-    {"Inspect", 2, {"inspect", "scans/a.tif"}},
-    {"Bake", 1, {"bake", Input("matrix.icc"), "-o", "out/baked", "-q"}},
-    {"Verify", 1, {"verify", Input("xyz.icc"), "--points", "3"}},
-    {"VerifyImage", 6, {"verify", Input("scanner.icc"), "--image", "scans/a.tif"}},
-};
-INSTANTIATE_TEST_SUITE_P(Every, EscapeTest, testing::ValuesIn(kTasks), NameOfRow);
 
 TEST_F(SandboxTest, OlderKernelsConvertTheSame) {
     const Words words = kConvertScan + Words{"--precision", "library", scans_, "-o", out_, "--force"};
     // Each version of Landlock added access rights; 0 is a kernel without it, where the attempts succeed.
     for (long version = LandlockVersion(); version >= 0; --version) {
-        const Outcome run = Run(words, 6, std::to_string(version));
-        EXPECT_EQ(run.status, 0) << run.err;
-        Expect(run, version > 0 ? Kernel{} : kNothing, false);
+        Expect(Run(words, 6, std::to_string(version)), version > 0 ? Kernel{} : kNothing, false);
         ExpectConverted(out_ + "/a.tif");
     }
 }
