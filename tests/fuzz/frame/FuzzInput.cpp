@@ -5,12 +5,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <stdexcept>
 
 /// Messages of the library about broken files would hide those of the fuzzer.

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Common parts of all fuzz targets: numbers from the bytes of the input, files in memory, and a measurement of the
-// heap.
+// What all fuzz targets include: numbers from the bytes of the input, files in memory, a measurement of the heap.
 #pragma once
 
-#include <cstddef>
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstdio>
+#include <cstring>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -75,14 +78,13 @@ private:
 /// Runs the target on one input.
 void RunTarget(FuzzInput& input);
 
-/// A random number generator for contents that are not taken from the input byte by byte.
+/// For contents that are not taken from the input byte by byte.
 class Scatter : public test::Lcg {
 public:
     using Lcg::Lcg;
     std::size_t Below(std::size_t limit) { return Next() % limit; }
 };
 
-/// Random bytes.
 Bytes ScatteredBytes(std::size_t count, std::uint32_t seed);
 
 /// A regular file in memory that has a path.
@@ -115,12 +117,13 @@ private:
     std::size_t liveBefore_, countBefore_;
 };
 
+/// A limit on the heap for reading a TIFF file: tag data, strips, and the same image as planes and pixels.
+constexpr std::size_t TiffHeap(std::size_t size) { return 24 * (std::size_t{1} << 20) + 6 * size; }
+
 /// Captures the standard output of the library during its lifetime.
 class PrintWatch {
 public:
     PrintWatch() : before_(std::cout.rdbuf(text_.rdbuf())) {}
-    PrintWatch(const PrintWatch&) = delete;
-    PrintWatch& operator=(const PrintWatch&) = delete;
     ~PrintWatch() { std::cout.rdbuf(before_); }
     std::string Text() const { return text_.str(); }
 

@@ -9,12 +9,8 @@
 
 #include "FuzzInput.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define HUEWEAVE_FUZZ_HOOKS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define HUEWEAVE_FUZZ_HOOKS 1
-#endif
+#ifndef __has_feature
+#define __has_feature(feature) 0
 #endif
 
 namespace {
@@ -30,7 +26,7 @@ void Given(std::size_t bytes) { liveBytes.fetch_sub(bytes, std::memory_order_rel
 
 }  // namespace
 
-#ifdef HUEWEAVE_FUZZ_HOOKS
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
 
 extern "C" {
 int __sanitizer_install_malloc_and_free_hooks(void (*taken)(const volatile void*, std::size_t),
@@ -61,7 +57,6 @@ void operator delete(void* block) noexcept {
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
 #endif
-#undef HUEWEAVE_FUZZ_HOOKS
 
 namespace hueweave::fuzz {
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
-
 #include "Mutation.h"
 
 namespace hueweave::fuzz {
@@ -103,12 +101,8 @@ Layout IccLayout(Block& file) {
     const std::size_t held = std::min<std::size_t>(behind, file.Get(entry + 8, 4));
     Layout layout{
         .fields = {{entry, 4, 0, Word(file.AnyOf(kNames))}, {entry + 4, 4, file.size}, {entry + 8, 4, behind}},
-        .entry = entry,
-        .each = kEntry,
-        .entries = {kCount, 4, 0},
-        .to = entry,
-        .from = anyEntry(),
-        .copied = kEntry};
+        .table = {entry, kEntry, {kCount, 4, 0}},
+        .copy = {entry, anyEntry(), kEntry}};
     for (std::size_t n = 0; n < count; ++n) layout.offsets.push_back(kTable + kEntry * n + 4);
     if (held < 4 || offset < kTable) return layout;
     layout.begin = offset, layout.end = offset + held, layout.counter = entry + 8;

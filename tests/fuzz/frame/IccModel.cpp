@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "IccModel.h"
 
-#include <algorithm>
-#include <cstring>
 #include <typeinfo>
 
 #include "iccfile/LutTags.h"
@@ -36,10 +34,6 @@ const std::type_info& ClassOf(const std::string& name, const std::string& type) 
     if (name == "desc") return typeid(CTextDescriptionType);
     if (name == "cprt") return typeid(CTextType);
     return type == "text" ? typeid(CTextDescriptionType) : typeid(CDataType);
-}
-
-void CheckText(const unsigned char* text, const Bytes& block) {
-    for (std::size_t i = 8; i < block.size(); ++i) Require(text[i - 8] == block[i], "text");
 }
 
 /// A curve must have as many of its announced entries as fit in the block and in `left`, a number of bytes that is
@@ -138,10 +132,14 @@ void CheckTag(const iccTagBase& tag, const std::string& name, const Bytes& block
     Require(tag.sig == Big32At(block, 0), "type");
     for (std::size_t i = 0; i < block.size(); ++i) Require(tag.tagData[i] == block[i], "block");
     Require(typeid(tag) == ClassOf(name, test::SignatureText(Big32At(block, 0))), "class");
-    if (const auto* text = dynamic_cast<const CTextType*>(&tag)) CheckText(text->text.get(), block);
+    const std::size_t length = std::max<std::size_t>(block.size(), 8) - 8;
+    const unsigned char* characters = block.data() + block.size() - length;
+    if (const auto* text = dynamic_cast<const CTextType*>(&tag)) {
+        Require(std::equal(characters, characters + length, text->text.get()), "text");
+    }
     if (const auto* text = dynamic_cast<const CTextDescriptionType*>(&tag)) {
-        Require(text->textLength == (block.size() > 8 ? block.size() - 8 : 0), "length of a text");
-        CheckText(text->text.get(), block);
+        Require(text->textLength == length, "length of a text");
+        Require(std::equal(characters, characters + length, text->text.get()), "text");
     }
     if (const auto* xyz = dynamic_cast<const CXYZType*>(&tag)) {
         for (std::size_t i = 0; i < 3; ++i) {

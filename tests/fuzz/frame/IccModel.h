@@ -2,8 +2,6 @@
 // A profile as read by the reference implementation, and its comparison with the library's.
 #pragma once
 
-#include <string>
-
 #include "FuzzInput.h"
 #include "iccfile/IccFile4.h"
 #include "iccfile/SimpleTags.h"

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Mutation.h"
 
-#include <algorithm>
-#include <cstring>
-
 namespace hueweave::fuzz {
 
 std::uint64_t Block::Get(std::size_t at, std::size_t width) const {
@@ -74,11 +71,11 @@ void MoveData(Block& file, const Layout& layout) {
 
 void AddOrDropEntry(Block& file, const Layout& layout) {
     const bool adds = file.OneIn(2);
-    if (Resize(file, layout, layout.entry, layout.each, adds) == 0) return;
-    const Field& entries = layout.entries;
+    const auto& [entry, each, entries] = layout.table;
+    if (Resize(file, layout, entry, each, adds) == 0) return;
     file.Put(entries.at, entries.width, file.Get(entries.at, entries.width) + (adds ? 1 : std::uint64_t(-1)));
     if (!adds) return;
-    file.Copy(layout.entry, layout.entry + layout.each, layout.each);
+    file.Copy(entry, entry + each, each);
     if (file.OneIn(2)) Change(file, layout.fields[0]);
 }
 
@@ -96,10 +93,10 @@ void Mutate(Block& file, FindLayout find) {
             file.size -= file.scatter.Below(file.size);
         } else if (how < 4 && layout.begin < layout.end) {
             MoveData(file, layout);
-        } else if (how < 7 && layout.each != 0) {
+        } else if (how < 7 && layout.table.each != 0) {
             AddOrDropEntry(file, layout);
-        } else if (how < 10 && layout.copied != 0) {
-            file.Copy(layout.to, layout.from, layout.copied);
+        } else if (how < 10 && layout.copy.size != 0) {
+            file.Copy(layout.copy.to, layout.copy.from, layout.copy.size);
         } else if (how < 10 && layout.needed != 0) {
             ResizeToFit(file, layout.needed);
         } else {

@@ -1,13 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Mutations that know the formats. A format tells where its numbers, offsets and entries are; the changes are the same
-// for all formats.
+// Mutations that know where a format has its numbers, offsets and entries.
 #pragma once
-
-#include <cstddef>
-#include <cstdint>
-#include <iterator>
-#include <optional>
-#include <vector>
 
 #include "FuzzInput.h"
 
@@ -16,8 +9,7 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, st
 
 namespace hueweave::fuzz {
 
-/// A file or a part of one in the fuzzer's memory, which may grow to `maxSize` bytes. Bytes past its end read as 0 and
-/// are not written.
+/// A part of the fuzzer's memory, which may grow to `maxSize` bytes. Bytes past its end read as 0 and are not written.
 struct Block {
     std::uint8_t* data;
     std::size_t size, maxSize;
@@ -32,32 +24,34 @@ struct Block {
     auto AnyOf(const Values& values) const {
         return values[scatter.Below(std::size(values))];
     }
-    /// Inserts or removes bytes at `at`; an insertion that does not fit is skipped. Inserted bytes have the value of
-    /// the one before them.
+    /// Inserts bytes with the value of the one before them, unless they do not fit; and removes bytes.
     void Stretch(std::size_t at, std::size_t count);
     void Shorten(std::size_t at, std::size_t count);
 };
 
-/// A number that can be changed: to 0, 1, its limit and the neighbours of that, and the limits of 32-bit numbers; or to
-/// a given value.
+/// A number that becomes 0, 1, its limit or a neighbour, or a limit of 32-bit numbers; or a given value.
 struct Field {
     std::size_t at, width;
     std::uint64_t limit;  ///< the greatest ordinary value
     std::optional<std::uint64_t> value{};
 };
 
-/// What a format tells for one change of a file. Much of it is drawn, so that every change has a layout of its own.
+/// What a format tells for one change of a file, for the most part by chance.
 struct Layout {
     std::vector<Field> fields{};  ///< at least one
     /// Where bytes may be inserted and removed, and the number that counts them, if there is one.
     std::size_t begin = 0, end = 0, counter = 0;
     std::vector<std::size_t> offsets{};  ///< places of offsets, which are updated then
     std::size_t width = 4;               ///< bytes of an offset
-    /// An entry of a table that may be removed, or inserted again with another name; `each` is 0 for none.
-    std::size_t entry = 0, each = 0;
-    Field entries{};  ///< how many entries the table has
-    /// Bytes that may be copied to a place where they could stand.
-    std::size_t to = 0, from = 0, copied = 0;
+    struct Table {
+        std::size_t entry = 0, each = 0;
+        Field entries{};  ///< how many there are
+    };
+    Table table{};  ///< an entry that may be removed, or inserted again with another name; `each` is 0 for none
+    struct Copy {
+        std::size_t to = 0, from = 0, size = 0;
+    };
+    Copy copy{};               ///< bytes that may be copied to a place where they could stand
     std::uint64_t needed = 0;  ///< a size that is just long enough, if it is known
 };
 using FindLayout = Layout (*)(Block& file);
@@ -69,8 +63,8 @@ Layout TiffLayout(Block& file);
 /// A tag's block of any type: counts, offsets, channels and grid sizes with the limits of the units.
 Layout TagLayout(Block& block);
 
-/// An input whose first `prefix` bytes steer the target, followed by a file: half of the mutations are those of the
-/// format, the others the fuzzing engine's own; one in four changes the steering bytes. Returns the new size.
+/// Changes an input whose first `prefix` bytes steer the target, followed by a file: one time in four the steering
+/// bytes, else the file, by its format or by the fuzzing engine's own mutation. Returns the new size.
 std::size_t MutateBehind(std::size_t prefix, FindLayout format, std::uint8_t* data, std::size_t size,
                          std::size_t maxSize, unsigned seed);
 

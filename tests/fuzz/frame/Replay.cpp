@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Runs a fuzz target without a fuzzing engine: on every file of the given folders and files, sorted by name, and with
-// --inputs=N also on mutated forms of them, N inputs in all or a few more. Fails if there was no file. The mutations
-// are the same every time. An input that ends the process, or takes longer than 20 seconds, is saved in the file given
-// by --keep=FILE.
+// --inputs=N also on mutated forms of them, the same ones every time, N inputs in all or a few more. An input that ends
+// the process, or takes longer than 20 seconds, is saved in the file given by --keep=FILE.
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <string_view>
-#include <vector>
+#include <set>
+#include <span>
 
-#include "FuzzInput.h"
 #include "Mutation.h"
 
 extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments);
@@ -30,25 +25,14 @@ using hueweave::fuzz::Bytes;
 
 hueweave::fuzz::Scatter scatter(1);
 
-/// The files of a folder sorted by name, or one file.
-void AddFiles(const fs::path& place, std::vector<fs::path>& files) {
-    if (!fs::is_directory(place)) {
-        if (fs::exists(place)) files.push_back(place);
-        return;
-    }
-    const auto before = static_cast<std::ptrdiff_t>(files.size());
-    for (const auto& entry : fs::directory_iterator(place)) files.push_back(entry.path());
-    std::sort(files.begin() + before, files.end());
-}
-
 constexpr unsigned kMostSeconds = 20;  ///< for one input
 
-const char* keepAs = nullptr;    ///< where an input that ends the process is saved
+std::string keepAs;              ///< where an input that ends the process is saved
 const Bytes* current = nullptr;  ///< the current input
 
 /// Makes only calls that are allowed in a signal handler.
 extern "C" void KeepAndEnd(int number) {
-    const int handle = keepAs == nullptr ? -1 : open(keepAs, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int handle = open(keepAs.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     if (handle >= 0 && current != nullptr) {
         [[maybe_unused]] const ssize_t done = write(handle, current->data(), current->size());
     }
@@ -100,14 +84,16 @@ int main(int count, char** arguments) {
     LLVMFuzzerInitialize(&count, &arguments);
     std::size_t inputs = 0;
     std::vector<fs::path> files;
-    for (int i = 1; i < count; ++i) {
-        const std::string_view argument = arguments[i];
+    for (const std::string argument : std::span(arguments, static_cast<std::size_t>(count)).subspan(1)) {
         if (argument.starts_with("--inputs=")) {
-            inputs = std::strtoul(arguments[i] + std::strlen("--inputs="), nullptr, 10);
+            inputs = std::stoul(argument.substr(std::strlen("--inputs=")));
         } else if (argument.starts_with("--keep=")) {
-            keepAs = arguments[i] + std::strlen("--keep=");
-        } else {
-            AddFiles(argument, files);
+            keepAs = argument.substr(std::strlen("--keep="));
+        } else if (fs::is_directory(argument)) {
+            const std::set<fs::path> sorted(fs::directory_iterator(argument), fs::directory_iterator{});
+            files.insert(files.end(), sorted.begin(), sorted.end());
+        } else if (fs::exists(argument)) {
+            files.emplace_back(argument);
         }
     }
     if (files.empty()) {
@@ -115,7 +101,7 @@ int main(int count, char** arguments) {
         return EXIT_FAILURE;
     }
     for (const int number : {SIGABRT, SIGALRM, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
-        if (keepAs != nullptr) std::signal(number, KeepAndEnd);  // else a sanitizer's own handler stays
+        if (!keepAs.empty()) std::signal(number, KeepAndEnd);  // else a sanitizer's own handler stays
     }
     const std::size_t changes = inputs > files.size() ? (inputs - 1) / files.size() : 0;
     for (const fs::path& file : files) {

@@ -2,8 +2,10 @@
 // Seeds of a search, generated at every build: each reaches different code.
 #pragma once
 
+#include <algorithm>
 #include <functional>
-#include <initializer_list>
+#include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "support/ByteWriter.h"
@@ -12,7 +14,7 @@ namespace hueweave::fuzz {
 
 using test::Bytes;
 
-/// "what-1-2", for the names of seeds.
+/// "what-1-2".
 template <typename... Numbers>
 std::string Name(std::string what, Numbers... numbers) {
     ((what += "-" + std::to_string(numbers)), ...);
@@ -40,18 +42,15 @@ using Sow = std::function<void(const std::string& name, const Bytes& file)>;
 void SowProfiles(const Sow& sow);
 /// TIFF files for every image layout and every type of entry, truncated and out of order.
 void SowTiffs(const Sow& sow);
-/// TIFF files written by libtiff, in every layout that the command converts, in both byte orders and as BigTIFF.
+/// Files for the command, written by libtiff, libpng, libjpeg and Little CMS: of each kind that it converts, and some
+/// that it refuses. A byte that steers the conversion precedes PNG and JPEG files.
 void SowCommandTiffs(const Sow& sow);
-/// PNG files written by libpng, and JPEG files written by libjpeg, of each kind that the command converts, behind
-/// the byte that steers the conversion.
 void SowPngs(const Sow& sow);
 void SowJpegs(const Sow& sow);
+void SowCommandProfiles(const Sow& sow);
 /// TIFF files of old-style JPEG: with the place of a whole JPEG file, and with the places of its tables.
 void SowOldJpegs(const Sow& sow);
-/// Small profiles written by Little CMS: tables, matrices, and kinds that the command refuses.
-void SowCommandProfiles(const Sow& sow);
-/// Deflate data after three bytes that give the size of the strip: of that size, shorter, longer, truncated and
-/// damaged.
+/// Deflate data behind three bytes for the size of the strip: of that size, shorter, longer, truncated and damaged.
 void SowDeflated(const Sow& sow);
 
 }  // namespace hueweave::fuzz

@@ -20,16 +20,18 @@ Bytes Table(const char* type, LutShape shape, int spare = 0) {
     return OneTag("A2B0", block);
 }
 
+Bytes Cut(Bytes bytes, std::size_t size) {
+    bytes.resize(size);
+    return bytes;
+}
+
 Bytes Text(const char* type, std::size_t size) {
-    Bytes block = ByteWriter().Text(type).Big32(0).Fill(120, 'x').Done();
-    block.resize(size);
-    return block;
+    return Cut(ByteWriter().Text(type).Big32(0).Fill(120, 'x').Done(), size);
 }
 
 Bytes CurveBlock(std::uint32_t announced, std::size_t held) {
-    ByteWriter out;
-    out.Text("curv").Big32(0).Big32(announced);
-    for (std::size_t i = 0; i < held; ++i) out.Big16(static_cast<unsigned>(i * 257 & 0xffffU));
+    ByteWriter out = ByteWriter().Text("curv").Big32(0).Big32(announced);
+    for (unsigned i = 0; i < held; ++i) out.Big16(i * 257);
     return out.Done();
 }
 
@@ -72,8 +74,7 @@ void SowTables(const Sow& sow) {
 
 /// A valid file with some words changed.
 Bytes Patched(const Bytes& sound, std::initializer_list<std::pair<std::size_t, std::uint32_t>> words) {
-    ByteWriter out;
-    out.Append(sound);
+    ByteWriter out = ByteWriter().Append(sound);
     for (const auto& [place, word] : words) out.PatchBig32(place, word);
     return out.Done();
 }
@@ -82,9 +83,7 @@ Bytes Patched(const Bytes& sound, std::initializer_list<std::pair<std::size_t, s
 void SowTagTables(const Sow& sow) {
     const Bytes sound = MiniProfile({{"A2B0", Mft2(SmoothLut(2))}, {"wtpt", XyzBlock(63190, 65536, 54061)}});
     for (std::size_t size = 0; size < sound.size(); size += size < 160 ? 4 : 50) {
-        Bytes cut = sound;
-        cut.resize(size);
-        sow(Name("cut", size), cut);
+        sow(Name("cut", size), Cut(sound, size));
     }
     const auto size = static_cast<std::uint32_t>(sound.size());
     for (const std::uint32_t word : {0U, 1U, 3U, 28U, 1000000U, 0x7fffffffU, 0x80000000U, 0xfffffffdU, 0xffffffffU}) {
@@ -95,12 +94,10 @@ void SowTagTables(const Sow& sow) {
     for (const std::uint32_t near : {size - 4, size - 3, size - 1, size, size + 1}) {
         sow(Name("block-at", near), Patched(sound, {{136, near}, {140, 3}}));
     }
-    ByteWriter shared;
-    shared.Fill(128).Big32(200);
+    ByteWriter shared = ByteWriter().Fill(128).Big32(200);
     for (int i = 0; i < 200; ++i) shared.Text(i % 2 == 0 ? "cprt" : "A2B0").Big32(2532).Big32(600);
     sow("shared-block", shared.Append(Mft2(SmoothLut(2))).Fill(600).Done());
-    ByteWriter empty;
-    empty.Fill(128).Big32(300);
+    ByteWriter empty = ByteWriter().Fill(128).Big32(300);
     for (int i = 0; i < 300; ++i) empty.Text("wtpt").Big32(0).Big32(0);
     sow("empty-blocks", empty.Done());
 }

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
-
 #include "Mutation.h"
 
 namespace hueweave::fuzz {
@@ -54,13 +52,10 @@ Layout TiffLayout(Block& file) {
                              {link, width, file.size},
                              // The library reads at most 29 entries.
                              {directory, before, file.OneIn(2) ? 29 : entries}},
-                  .begin = 8,
-                  .end = file.size,
                   .offsets = {first, link},
                   .width = width,
-                  .entry = entry,
-                  .each = each,
-                  .entries = {directory, before, 0}};
+                  .table = {entry, each, {directory, before, 0}}};
+    layout.begin = 8, layout.end = file.size;
     // A number in the data of an entry: strip offsets and byte counts, resolutions, samples, depths.
     const std::size_t item = file.OneIn(2) ? 2 : width, data = value(anyEntry());
     if (data >= 8 && data < file.size) layout.fields.push_back({data + item * file.scatter.Below(4), item, file.size});
@@ -70,9 +65,9 @@ Layout TiffLayout(Block& file) {
     }
     // The whole entry, its value, or the offset of the first directory to make a loop.
     const std::size_t what = file.scatter.Below(3);
-    layout.to = what == 0 ? entry : what == 1 ? valueAt(entry) : link;
-    layout.from = what == 0 ? other : what == 1 ? valueAt(other) : first;
-    layout.copied = what == 0 ? each : width;
+    layout.copy = what == 0   ? Layout::Copy{entry, other, each}
+                  : what == 1 ? Layout::Copy{valueAt(entry), valueAt(other), width}
+                              : Layout::Copy{link, first, width};
     return layout;
 }
 

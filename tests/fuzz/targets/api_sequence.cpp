@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The sixteen exports in any order on three engines. Every result must follow from the previous ones, no engine may
 // affect another's conversions, and nothing outside the pixels of a run is changed.
-#include <algorithm>
-#include <array>
-
 #include "Files.h"
-#include "FuzzInput.h"
 #include "Mutation.h"
 #include "hueweave/hueweave.h"
 
@@ -45,8 +41,6 @@ public:
             engine.setProfile(kNoFile, nullptr, 0, CsRGB_8, CssRGB_8);
             Require(engine.setProfile(nullptr, nullptr, 0, CsRGB_8, CssRGB_8) == kNone, "no profile");
         }
-        path_.fill(4);
-        status_.fill(kNone);
         for (std::size_t e = 0; e < 3; ++e) probe_[e] = Probe(e);
     }
 
@@ -152,8 +146,8 @@ private:
 
     const Disk& disk_;
     FuzzInput& input_;
-    std::array<std::int32_t, 3> status_{};
-    std::array<std::size_t, 3> path_{};
+    std::array<std::int32_t, 3> status_{kNone, kNone, kNone};
+    std::array<std::size_t, 3> path_{4, 4, 4};
     std::array<Bytes, 3> probe_;
     int builds_ = 0;
 };

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as a chart's text, or as the texts of a reference and a scan: each is refused with a reason, or gives
 // patches within their range; a table that is written again is read as the same one.
-#include <algorithm>
 #include <cmath>
-#include <optional>
 
 #include "FuzzInput.h"
 #include "colour/chart/Chart.h"
@@ -14,8 +12,6 @@ namespace {
 
 using namespace colour;
 using fuzz::Bytes;
-
-std::string_view TextOf(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
 /// Values in quotes; nothing if one has a quote inside, which no text can hold.
 std::optional<std::string> Quoted(const std::vector<std::string_view>& words, std::size_t columns) {
@@ -47,7 +43,7 @@ void CheckPatches(const Chart& chart, std::size_t most) {
 }
 
 std::optional<CgatsTable> CheckTable(const Bytes& bytes) {
-    const std::string_view text = TextOf(bytes);
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     auto table = Accepted<ChartError>([&] { return ReadCgats(text); });
     if (!table) return table;
     Require(!table->fields.empty() && table->values.size() == table->Rows() * table->fields.size(), "whole rows");
@@ -60,8 +56,8 @@ std::optional<CgatsTable> CheckTable(const Bytes& bytes) {
 }
 
 void CheckFigures(FuzzInput& input) {
-    std::vector<double> differences;
-    for (unsigned n = input.U8(); n > 0; --n) differences.push_back(input.U16() / 655.0);
+    std::vector<double> differences(input.U8());
+    for (double& difference : differences) difference = input.U16() / 655.0;
     const ChartFigures figures = Summarise(differences);
     Require(figures.patches == differences.size(), "all are counted");
     Require(figures.median <= figures.p90 && figures.p90 <= figures.p95 && figures.p95 <= figures.largest, "an order");

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any text as a settings file: every row that is read can be looked up, with at most 128 bytes of its value, and
 // looking up changes nothing. The unit tests compare the rows with the text.
-#include <algorithm>
-#include <cstring>
-#include <string>
-
 #include "FuzzInput.h"
 #include "support/ConfigTXT.h"
 
@@ -14,11 +10,11 @@ namespace {
 /// The copied text: up to 127 characters and the terminator, or 128 without one.
 void CheckText(CONFIG::ConfigTXT& config, const std::string& section, const std::string& key, const char* value) {
     char out[130];
-    std::memset(out, 'x', sizeof out);
+    std::memset(out, '#', sizeof out);
     Require(config.GetString(section.c_str(), key.c_str(), "other", out + 1) == 0, "result of a text");
     const std::size_t copied = std::min<std::size_t>(std::strlen(value) + 1, 128);
-    Require(out[0] == 'x' && std::memcmp(out + 1, value, copied) == 0, "a text");
-    for (std::size_t i = copied + 1; i < sizeof out; ++i) Require(out[i] == 'x', "nothing behind a text");
+    Require(out[0] == '#' && std::memcmp(out + 1, value, copied) == 0, "a text");
+    for (std::size_t i = copied + 1; i < sizeof out; ++i) Require(out[i] == '#', "nothing behind a text");
 }
 
 }  // namespace

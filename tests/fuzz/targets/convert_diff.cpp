@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The pixel loops of every instruction set compared with the reference pipeline, with tables that no profile may ever
 // give: any fractions, including ties, any nodes, any alignment, any distance between source and destination.
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <memory>
-
 #include "FuzzInput.h"
 #include "engine/CIccEngineS.h"
 #include "engine/kernels/Kernels.h"
@@ -19,9 +14,17 @@ using namespace ICC40::ICC_ENG_S4;
 
 constexpr std::size_t kValues = 65536;
 
-std::int32_t DrawNode(Scatter& scatter) {
-    const std::size_t how = scatter.Below(6);
-    return how == 0 ? 0 : how == 1 ? 65535 : how == 2 ? 65280 : scatter.Sample();
+/// The edges of a tetrahedron between drawn nodes.
+void SetEdges(std::array<std::int32_t, 4>& entry, const std::size_t (&axes)[3], Scatter& scatter) {
+    constexpr std::int32_t kEnds[] = {0, 65535, 65280};
+    std::array<std::int32_t, 4> corner{};
+    for (auto& value : corner) {
+        const std::size_t how = scatter.Below(6);
+        value = how < 3 ? kEnds[how] : scatter.Sample();
+    }
+    if (scatter.Below(8) == 0) corner.fill(corner[0]);
+    entry[0] = corner[0] * 4096;
+    for (std::size_t i = 0; i < 3; ++i) entry[1 + axes[i]] = corner[i + 1] - corner[i];
 }
 
 /// An engine and the reference with the same tables. The six tetrahedra of a cell have nodes of their own, so that the
@@ -46,38 +49,8 @@ struct Pair {
             for (std::size_t i = 0; i < kValues; ++i) reference.out[c].push_back(tables[c][i] = scatter.Sample());
         }
     }
-    static void SetEdges(std::array<std::int32_t, 4>& entry, const std::size_t (&axes)[3], Scatter& scatter) {
-        std::array<std::int32_t, 4> corner{};
-        for (auto& value : corner) value = DrawNode(scatter);
-        if (scatter.Below(8) == 0) corner.fill(corner[0]);
-        entry[0] = corner[0] * 4096;
-        for (std::size_t i = 0; i < 3; ++i) entry[1 + axes[i]] = corner[i + 1] - corner[i];
-    }
     std::unique_ptr<std::uint32_t[]>& Input(std::size_t channel) const {
         return channel == 0 ? engine->Lut1DInR : channel == 1 ? engine->Lut1DInG : engine->Lut1DInB;
-    }
-    /// The cell and the fraction of a sample on the axis of its channel.
-    void SetInput(std::size_t channel, std::size_t sample, std::uint32_t packed) {
-        Input(channel)[sample] = reference.in[channel][sample] = packed;
-    }
-};
-
-/// Two cells per axis, in any order, and a few fractions, so that ties are frequent.
-struct Palette {
-    std::array<std::array<std::uint32_t, 2>, 3> cells{};
-    std::array<std::uint32_t, 6> fractions{0, 4095, 1};
-
-    explicit Palette(FuzzInput& input) {
-        for (auto& axis : cells) {
-            for (auto& cell : axis) cell = static_cast<std::uint32_t>(input.Below(16));
-        }
-        for (std::size_t i = 3; i < fractions.size(); ++i) fractions[i] = static_cast<std::uint32_t>(input.Below(4096));
-    }
-    std::uint32_t Packed(std::size_t channel, Scatter& scatter) const {
-        const std::uint32_t cell = cells[channel][scatter.Below(2)];
-        const std::size_t how = scatter.Below(8);
-        const auto any = static_cast<std::uint32_t>(scatter.Below(4096));
-        return cell << 16 | (how < fractions.size() ? fractions[how] : any);
     }
 };
 
@@ -122,7 +95,10 @@ void RunTarget(FuzzInput& input) {
     const bool wide = input.Bool();
     const std::size_t at = input.Below(8), ahead = 1 + input.Below(40);
     const int count = static_cast<int>(input.Below(100));
-    const Palette palette(input);
+    // Two cells per axis, in any order, and a few fractions, so that ties are frequent.
+    std::size_t cells[6], fractions[6] = {0, 4095, 1};
+    for (std::size_t& cell : cells) cell = input.Below(16);
+    for (std::size_t i = 3; i < 6; ++i) fractions[i] = input.Below(4096);
     pair.engine->Unit.InputSpace = wide ? ICC40::ICCFILE::CsRGB_16 : ICC40::ICCFILE::CsRGB_8;
     pair.engine->InEntries = wide ? 65536 : 256;
     pair.reference.inputSpace = wide ? 1 : 0;
@@ -132,7 +108,9 @@ void RunTarget(FuzzInput& input) {
         // Values from the input first, then random ones.
         const std::size_t sample = (input.Empty() ? scatter.Sample() : input.U16()) & (wide ? 0xffffU : 0xffU);
         const auto channel = static_cast<std::size_t>(i % 3);
-        pair.SetInput(channel, sample, palette.Packed(channel, scatter));
+        const std::size_t cell = cells[2 * channel + scatter.Below(2)], how = scatter.Below(8);
+        const std::size_t any = scatter.Below(4096), packed = cell << 16 | (how < 6 ? fractions[how] : any);
+        pair.Input(channel)[sample] = pair.reference.in[channel][sample] = static_cast<std::uint32_t>(packed);
         pixels.push_back(static_cast<unsigned char>(sample & 0xff));
         if (wide) pixels.push_back(static_cast<unsigned char>(sample >> 8));
     }

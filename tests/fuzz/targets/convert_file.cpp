@@ -2,10 +2,9 @@
 // A whole file through a valid engine: the bytes written, the lines printed and the source compared with the reference
 // implementation; also with one file as source and destination.
 #include "Files.h"
-#include "FuzzInput.h"
 #include "Mutation.h"
-#include "TiffCompare.h"
 #include "hueweave/hueweave.h"
+#include "support/ReferenceTiff.h"
 
 namespace hueweave::fuzz {
 namespace {

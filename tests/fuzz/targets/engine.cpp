@@ -2,10 +2,6 @@
 // An engine bound to any profile, from a file and from memory: results and state follow from its tables, every sequence
 // of calls gives the same tables, pixels equal those of the reference pipeline, and the heap stays within a limit that
 // depends on the size of the file.
-#include <cstring>
-#include <memory>
-#include <span>
-
 #include "Files.h"
 #include "IccModel.h"
 #include "Mutation.h"
@@ -52,16 +48,14 @@ Bytes Convert(const CIccEngineS& engine, const Job& job) {
 }
 
 bool SameTables(const CIccEngineS& one, const CIccEngineS& other) {
-    const auto same = [](const auto* a, const auto* b, std::size_t bytes) {
-        return bytes == 0 || std::memcmp(a, b, bytes) == 0;
+    const auto same = [&](const auto& a, const auto& b) {
+        return std::equal(a.get(), a.get() + one.InEntries, b.get());
     };
-    const std::size_t bytes = static_cast<std::size_t>(one.InEntries) * sizeof(std::uint32_t);
-    return one.InEntries == other.InEntries && same(one.Lut1DInR.get(), other.Lut1DInR.get(), bytes) &&
-           same(one.Lut1DInG.get(), other.Lut1DInG.get(), bytes) &&
-           same(one.Lut1DInB.get(), other.Lut1DInB.get(), bytes) && same(one.Lut3D, other.Lut3D, sizeof one.Lut3D) &&
-           same(one.Lut1DOutR, other.Lut1DOutR, sizeof one.Lut1DOutR) &&
-           same(one.Lut1DOutG, other.Lut1DOutG, sizeof one.Lut1DOutG) &&
-           same(one.Lut1DOutB, other.Lut1DOutB, sizeof one.Lut1DOutB);
+    return one.InEntries == other.InEntries && same(one.Lut1DInR, other.Lut1DInR) &&
+           same(one.Lut1DInG, other.Lut1DInG) && same(one.Lut1DInB, other.Lut1DInB) &&
+           std::memcmp(one.Lut3D, other.Lut3D, sizeof one.Lut3D) == 0 &&
+           std::ranges::equal(one.Lut1DOutR, other.Lut1DOutR) && std::ranges::equal(one.Lut1DOutG, other.Lut1DOutG) &&
+           std::ranges::equal(one.Lut1DOutB, other.Lut1DOutB);
 }
 
 /// `profile` is a path, or bytes.
@@ -80,20 +74,6 @@ void CheckStatus(const CIccEngineS& engine, int result, const Job& job, const By
     Require(engine.Unit.OutputSpace == (kept ? job.output : kNone), "output space");
     Require((engine.Unit.BuildResult != kNone) == built, "result of the build");
     Require((engine.InEntries != 0) == (encoding && usable), "input tables");
-}
-
-/// The same from memory.
-void CheckMemory(const CIccEngineS& engine, int result, std::span<const std::uint8_t> bytes, const Job& job) {
-    static const auto memory = std::make_unique<CIccEngineS>();
-    const HeapWatch heap;
-    Require(Bind(*memory, bytes, job) == result, "result from memory");
-    Require(heap.Peak() <= BindHeap(bytes.size()), "heap of a binding from memory");
-    Require(memory->Ready() == engine.Ready(), "readiness from memory");
-    Require(memory->Unit.OutputSpace == engine.Unit.OutputSpace, "space from memory");
-    Require(memory->Unit.BuildResult == engine.Unit.BuildResult, "build from memory");
-    Require(memory->File.tagList.size() == engine.File.tagList.size(), "tags from memory");
-    Require(memory->InEntries == engine.InEntries, "input tables from memory");
-    Require(engine.InEntries == 0 || SameTables(engine, *memory), "the same tables from memory");
 }
 
 /// The same tables again, after a detour through another profile, intent and space.
@@ -121,7 +101,7 @@ void CheckPixels(const CIccEngineS& engine, const char* path, const Job& job, co
 
 void RunTarget(FuzzInput& input) {
     static const ScratchFile file;
-    static const auto engine = std::make_unique<CIccEngineS>();
+    static const auto engine = std::make_unique<CIccEngineS>(), memory = std::make_unique<CIccEngineS>();
     FuzzInput steering = input.Split(kSteering);
     Job job = DrawJob(steering);
     const bool plain = steering.Bool(), deep = steering.Below(32) == 1;
@@ -133,11 +113,16 @@ void RunTarget(FuzzInput& input) {
 
     Require(Bind(*engine, nullptr, {0, 0, 8, 0, 0, 0}) == 65531, "no file");
     Require(engine->Unit.OutputSpace == kNone, "no profile");
-    const HeapWatch heap;
-    const int result = Bind(*engine, file.Path(), job);
-    Require(heap.Peak() <= BindHeap(bytes.size()), "heap of a binding");
-    CheckStatus(*engine, result, job, block, usable);
-    CheckMemory(*engine, result, bytes, job);
+    for (CIccEngineS* bound : {engine.get(), memory.get()}) {
+        const HeapWatch heap;
+        const int result = bound == memory.get() ? Bind(*bound, std::span(bytes), job) : Bind(*bound, file.Path(), job);
+        Require(heap.Peak() <= BindHeap(bytes.size()), "heap of a binding");
+        CheckStatus(*bound, result, job, block, usable);
+    }
+    Require(memory->Ready() == engine->Ready(), "readiness from memory");
+    Require(memory->Unit.BuildResult == engine->Unit.BuildResult, "build from memory");
+    Require(memory->File.tagList.size() == engine->File.tagList.size(), "tags from memory");
+    Require(engine->InEntries == 0 || SameTables(*engine, *memory), "the same tables from memory");
     const Bytes converted = Convert(*engine, job);
     Require(engine->InEntries != 0 || converted == SomePixels(job), "without tables pixels stay");
     if (plain && usable && (job.input == 0 || job.input == 1)) CheckOtherWay(*engine, file.Path(), job);

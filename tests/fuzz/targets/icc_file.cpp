@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A profile read from a file and from memory, compared with the reference reader, and saved: byte for byte the file
 // expected by the reference, and unchanged by a second round.
-#include <algorithm>
-
 #include "IccModel.h"
 #include "Mutation.h"
 

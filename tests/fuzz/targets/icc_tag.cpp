@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 // One block of any length under every kind of name: no byte after it is read, the decoded values are those of the
 // block, and a table of curves and a grid has the form for the units that the reference reads from it.
-#include <algorithm>
-#include <iterator>
-
 #include "IccModel.h"
 #include "Mutation.h"
 #include "iccfile/LutTags.h"

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Bytes of an image by their coordinates: every read and write compared with a flat copy of the image and plain
 // arithmetic. The buffers of rows and blocks have exactly the size that may be copied.
-#include <algorithm>
-#include <optional>
+#include <span>
 
-#include "FuzzInput.h"
 #include "Mutation.h"
 #include "tiff/CTiff.h"
 
@@ -33,22 +31,20 @@ struct Model {
             static_cast<std::uint32_t>(bits) * static_cast<std::uint32_t>(samples) * static_cast<std::uint32_t>(x);
         return static_cast<int>(product) >> 3;
     }
-    /// The byte of a pixel, clamped to the image; nothing outside its bytes.
-    std::optional<std::size_t> Place(std::int64_t x, std::int64_t y) const {
-        if (width < 1 || height < 1) return std::nullopt;
+    /// The bytes from a pixel on, which is clamped to the image; none if it lies outside of them.
+    std::span<unsigned char> From(std::int64_t x, std::int64_t y) {
+        if (width < 1 || height < 1) return {};
         const std::int64_t row = std::clamp<std::int64_t>(y, 0, height - 1);
         const std::int64_t offset = row * rowBytes + Column(std::clamp<std::int64_t>(x, 0, width - 1));
-        if (offset < 0 || offset >= static_cast<std::int64_t>(image.size())) return std::nullopt;
-        return static_cast<std::size_t>(offset);
+        if (offset < 0 || offset >= static_cast<std::int64_t>(image.size())) return {};
+        return std::span(image).subspan(static_cast<std::size_t>(offset));
     }
     /// Rows counted from the bottom; out of range, the row at the opposite end.
     std::int64_t Mirror(int y) const { return y < 0 ? 0 : y >= height ? std::int64_t{height} - 1 : height - 1 - y; }
     /// Number of bytes that a row copy transfers.
-    std::size_t RowLength(int row, int count) const {
-        const auto place = Place(0, row);
-        const std::int64_t wanted = count != 0 ? Column(count) : rowBytes;
-        if (!place || wanted < 1) return 0;
-        return std::min(static_cast<std::size_t>(wanted), image.size() - *place);
+    std::size_t RowLength(int row, int count) {
+        const int wanted = count != 0 ? Column(count) : rowBytes;
+        return wanted < 1 ? 0 : std::min(static_cast<std::size_t>(wanted), From(0, row).size());
     }
 };
 
@@ -68,33 +64,32 @@ public:
     }
 
 private:
-    unsigned char* Pointer(std::optional<std::size_t> place) { return place ? tiff_.imageBuf + *place : nullptr; }
-
+    unsigned char* Pointer(std::span<unsigned char> bytes) const {
+        return bytes.empty() ? nullptr : tiff_.imageBuf + (bytes.data() - model_.image.data());
+    }
     void Address(int x, int y) {
-        Require(tiff_.GetXY(x, y) == Pointer(model_.Place(x, y)), "address of a pixel");
-        Require(tiff_.GetXY_M(x, y) == Pointer(model_.Place(x, model_.Mirror(y))), "mirrored address of a pixel");
+        Require(tiff_.GetXY(x, y) == Pointer(model_.From(x, y)), "address of a pixel");
+        Require(tiff_.GetXY_M(x, y) == Pointer(model_.From(x, model_.Mirror(y))), "mirrored address of a pixel");
     }
     void Store(int x, int y) {
         const auto value = static_cast<unsigned char>(input_.U8());
         const bool mirrored = input_.Bool();
         mirrored ? tiff_.SetXY_M(x, y, value) : tiff_.SetXY(x, y, value);
-        const auto place = model_.Place(x, mirrored ? model_.Mirror(y) : y);
-        if (place) model_.image[*place] = value;
+        const auto bytes = model_.From(x, mirrored ? model_.Mirror(y) : y);
+        if (!bytes.empty()) bytes[0] = value;
     }
     void ReadRow(int row, int count) {
         Bytes got(model_.RowLength(row, count), 0xa5);
         const int result = input_.Bool() ? tiff_.GetRow(got.data(), row, count) : tiff_.GetRow(Words(got), row, count);
         Require(result == count, "result of a row");
-        const std::size_t from = got.empty() ? 0 : *model_.Place(0, row);
-        Require(std::equal(got.begin(), got.end(), model_.image.begin() + static_cast<std::ptrdiff_t>(from)),
-                "bytes of a row");
+        Require(std::equal(got.begin(), got.end(), model_.From(0, row).begin()), "bytes of a row");
     }
     void WriteRow(int row, int count) {
         Bytes given(model_.RowLength(row, count), static_cast<unsigned char>(input_.U8()));
         const int result =
             input_.Bool() ? tiff_.PutRow(given.data(), row, count) : tiff_.PutRow(Words(given), row, count);
         Require(result == count, "result of a row");
-        if (!given.empty()) std::copy(given.begin(), given.end(), &model_.image[*model_.Place(0, row)]);
+        std::ranges::copy(given, model_.From(0, row).begin());
     }
     /// A block of a size for which a caller can have a buffer, as bytes or as words.
     void MoveBlock(int x, int y, bool reads) {
@@ -110,28 +105,23 @@ private:
         const bool possible = model_.bits == 8 || model_.bits == 16;
         Require(result == (possible ? 0 : -1), "result of a block");
         for (std::int64_t row = 0; row < h && possible; ++row) {
-            unsigned char* part = expected.data() + row * length;
-            reads ? ReadBlockRow(x, y + row, wide, {part, static_cast<std::size_t>(length)})
-                  : WriteBlockRow(x, y + row, {part, static_cast<std::size_t>(length)});
+            const std::span part(expected.data() + row * length, static_cast<std::size_t>(length));
+            reads ? ReadBlockRow(x, y + row, wide, part) : WriteBlockRow(x, y + row, part);
         }
         Require(buffer == expected, "bytes of a block");
     }
     /// The contents of the caller's buffer for one row of a block.
-    void ReadBlockRow(int x, std::int64_t y, bool wide, std::span<unsigned char> part) const {
+    void ReadBlockRow(int x, std::int64_t y, bool wide, std::span<unsigned char> part) {
         const std::uint32_t items = static_cast<std::uint32_t>(x) * static_cast<std::uint32_t>(model_.samples);
         const std::int64_t start = std::int64_t{static_cast<int>(items)} * (wide ? 2 : 1);
-        const auto place = model_.Place(0, y);
-        const std::int64_t left = place ? static_cast<std::int64_t>(model_.image.size() - *place) : 0;
-        const std::int64_t held = std::min<std::int64_t>(model_.rowBytes, left) - start;
-        for (std::size_t i = 0; start >= 0 && i < part.size() && static_cast<std::int64_t>(i) < held; ++i) {
-            part[i] = model_.image[*place + static_cast<std::size_t>(start) + i];
-        }
+        const auto row = model_.From(0, y);
+        const std::int64_t held = std::min(model_.rowBytes, static_cast<int>(row.size())) - start;
+        if (start < 0 || held <= 0) return;
+        std::copy_n(&row[static_cast<std::size_t>(start)], std::min(held, std::ssize(part)), part.begin());
     }
     void WriteBlockRow(int x, std::int64_t y, std::span<const unsigned char> part) {
-        const auto place = model_.Place(x, y);
-        for (std::size_t i = 0; place && i < part.size() && *place + i < model_.image.size(); ++i) {
-            model_.image[*place + i] = part[i];
-        }
+        const auto bytes = model_.From(x, y);
+        std::copy_n(part.begin(), std::min(part.size(), bytes.size()), bytes.begin());
     }
 
     CTiff& tiff_;

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as one or both profiles of a transform: they are refused as a profile, or the transform is as exact as it
 // promises and converts every run of pixels like its single pixels.
-#include <cstring>
-
-#include "FuzzInput.h"
-#include "Mutation.h"
 #include "colour/Transform.h"
+#include "Mutation.h"
 #include "colour/base/ProfileError.h"
 #include "colour/profile/Target.h"
 
@@ -31,21 +28,13 @@ TransformOptions DrawOptions(FuzzInput& input) {
     return options;
 }
 
-struct Profiles {
-    Bytes source, target;
-};
-
 /// The rest of the input is the source, the target, or both; the other one is a built-in space.
-Profiles DrawProfiles(FuzzInput& input) {
-    const auto spaces = Spaces();
-    const std::size_t form = input.Below(3), number = input.Below(spaces.size()), split = input.U16();
+std::pair<Bytes, Bytes> DrawProfiles(FuzzInput& input) {
+    const std::size_t form = input.Below(3), number = input.Below(Spaces().size()), split = input.U16();
     const int version = input.Bool() ? 4 : 2;
-    if (form == 2) {
-        Bytes source = input.Split(split).Rest();
-        return {std::move(source), input.Rest()};
-    }
-    Bytes ours = *MakeTargetProfile(spaces[number], {}, version);
-    return form == 0 ? Profiles{input.Rest(), std::move(ours)} : Profiles{std::move(ours), input.Rest()};
+    const Bytes first = form == 2 ? input.Split(split).Rest() : *MakeTargetProfile(Spaces()[number], {}, version);
+    const Bytes second = input.Rest();
+    return form == 0 ? std::pair{second, first} : std::pair{first, second};
 }
 
 void CheckError(const Transform& transform) {
@@ -88,8 +77,8 @@ void CheckPixels(const Transform& transform, unsigned samples, std::size_t split
 void RunTarget(FuzzInput& input) {
     FuzzInput steering = input.Split(5);
     const TransformOptions options = DrawOptions(steering);
-    const Profiles profiles = DrawProfiles(input);
-    const auto transform = Accepted<ProfileError>([&] { return Transform(profiles.source, profiles.target, options); });
+    const auto profiles = DrawProfiles(input);
+    const auto transform = Accepted<ProfileError>([&] { return Transform(profiles.first, profiles.second, options); });
     if (!transform) return;
     CheckError(*transform);
     const unsigned samples = 3 + static_cast<unsigned>(steering.Below(4));

@@ -3,7 +3,6 @@
 
 #include <lcms2.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <utility>
 
@@ -37,21 +36,6 @@ DeviceProfile CmykProfile() {
                      .Build());
 }
 
-/// Requires that the command can read what it wrote.
-void RequireSound(const std::string& path, Format format) {
-    const FileAccess file = FileAccess::OpenInput(path);
-    Require(FormatOf(file) == format, "the output has the format that was asked for");
-    const auto refusal = RefusalOf([&] {
-        if (format == Format::Png) (void)PngStructure(file);
-        if (format == Format::Jpeg) (void)JpegStructure(file);
-        if (format != Format::Tiff) return;
-        const TiffStructure structure(file);
-        (void)ReadPages(structure);
-    });
-    if (refusal) std::fprintf(stderr, "%s\n", refusal->what());
-    Require(!refusal, "the output has a sound structure");
-}
-
 }  // namespace
 
 Choice Choice::Of(unsigned steering) {
@@ -67,8 +51,7 @@ Conversion::Setting::Setting(DeviceProfile given, const ConvertOptions& asked)
     for (const unsigned bits : {8U, 16U}) cache.Get(profile, bits);
 }
 
-Conversion::Conversion(const std::string& extension)
-    : profile_(PlainProfile()), source_(folder_ / ("in" + extension)), output_(folder_ / "out") {
+Conversion::Conversion(const std::string& extension) : source_(folder_ / ("in" + extension)), output_(folder_ / "out") {
     ConvertOptions options;
     options.rendering.space = colour::FindSpace("srgb");
     options.source = SourceRule::Given;  // an embedded profile that cannot be used refuses the file otherwise
@@ -76,7 +59,7 @@ Conversion::Conversion(const std::string& extension)
     const auto set = [&](Way way, DeviceProfile given) {
         settings_[static_cast<std::size_t>(way)] = std::make_unique<Setting>(std::move(given), options);
     };
-    set(Way::Exact, profile_);
+    set(Way::Exact, PlainProfile());
     set(Way::Grey, GreyProfile());
     set(Way::Cmyk, CmykProfile());
     options.greyToRgb = true;
@@ -84,7 +67,7 @@ Conversion::Conversion(const std::string& extension)
     options.greyToRgb = false;
     options.precision = Precision::Library;
     options.acceptError = 100;  // the result is compared with an engine, whatever its colours are
-    set(Way::Library, profile_);
+    set(Way::Library, PlainProfile());
 }
 
 const std::string& Conversion::PutSource(const Bytes& file) const {
@@ -115,8 +98,9 @@ std::optional<Refusal> Conversion::Run(const Choice& choice, const Bytes& file) 
     });
     // An image can be of other colours than the profile, or embed another one than for its colours.
     const bool maybeProfile = choice.way != Way::Library && refusal && refusal->status() == Exit::Profile;
-    if (refusal && !maybeProfile && refusal->status() != Exit::Input) std::fprintf(stderr, "%s\n", refusal->what());
-    Require(!refusal || maybeProfile || refusal->status() == Exit::Input, "it is the file that is refused");
+    const bool isOfFile = !refusal || maybeProfile || refusal->status() == Exit::Input;
+    if (!isOfFile) std::fprintf(stderr, "%s\n", refusal->what());
+    Require(isOfFile, "it is the file that is refused");
     const bool isWritten = !refusal && !choice.dryRun, isApart = isWritten && !choice.inPlace;
     Require(std::filesystem::exists(output_) == isApart, "there is an output unless it is refused");
     Require(folder_.Names().size() == (isApart ? 2U : 1U), "nothing but the output is left");
@@ -126,7 +110,16 @@ std::optional<Refusal> Conversion::Run(const Choice& choice, const Bytes& file) 
     }
     Require(test::ReadFile(source_) == file, "the source is as it was");
     Require(OpenFiles() == descriptors, "every file is closed");
-    if (isWritten && choice.format) RequireSound(output_, *choice.format);
+    if (!isWritten || !choice.format) return refusal;
+    MustSucceed(
+        [&] {
+            const FileAccess output = FileAccess::OpenInput(output_);
+            Require(FormatOf(output) == choice.format, "the output has the format that was asked for");
+            if (choice.format == Format::Png) (void)PngStructure(output);
+            if (choice.format == Format::Jpeg) (void)JpegStructure(output);
+            if (choice.format == Format::Tiff) (void)ReadPages(TiffStructure(output));
+        },
+        "the output has a sound structure");
     return refusal;
 }
 

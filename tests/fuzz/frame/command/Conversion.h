@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <array>
-#include <memory>
-#include <optional>
-#include <string>
-
-#include "FuzzInput.h"
 #include "Scene.h"
 #include "batch/session/ProfileCache.h"
 
 namespace hueweave::fuzz {
+
+/// Images of more pixels are only planned, since they would take too long.
+inline constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 18;
 
 /// How a file is converted: with the library's precision, or exactly with a profile for RGB, grey or CMYK.
 enum class Way { Library, Grey, GreyToRgb, Cmyk, Exact };
@@ -23,13 +20,10 @@ struct Choice {
     bool measures = true;
     unsigned threads = 1;
 
-    /// From one byte: `noTag` by its first two bits, then one for the threads; two for the way and two for the format.
     static Choice Of(unsigned steering);
 };
 
-/// Converts any bytes as a file with a fixed profile, as the command does. Requires what holds for every format: a
-/// refusal is one of the input and leaves no file; files are closed; time and heap stay within their limits; an output
-/// of another format has a sound structure.
+/// Converts any bytes as a file with a fixed profile, as the command does, and requires what holds for every format.
 class Conversion {
 public:
     /// `extension` is that of the format, with a dot.
@@ -44,9 +38,8 @@ public:
     const std::string& output() const { return output_; }
     Bytes Output() const { return test::ReadFile(output_); }
     std::string operator/(const std::string& name) const { return folder_ / name; }
-    const tool::DeviceProfile& profile() const { return profile_; }
     /// A converter with the library's precision.
-    auto Ready(unsigned bits) { return settings_[0]->cache.Get(profile_, bits); }
+    auto Ready(unsigned bits) { return settings_[0]->cache.Get(settings_[0]->profile, bits); }
 
 private:
     /// The options of a run, and what is made of them.
@@ -58,7 +51,6 @@ private:
         tool::ProfileCache cache;  ///< borrows the options and the target
     };
     ScratchFolder folder_;
-    tool::DeviceProfile profile_;
     std::array<std::unique_ptr<Setting>, 5> settings_;  ///< by `Way`
     std::string source_, output_;
 };

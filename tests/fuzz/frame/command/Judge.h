@@ -2,11 +2,6 @@
 // The expected contents of a converted file: libtiff decodes, and an engine of the library converts pixel by pixel.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "FuzzInput.h"
 #include "tiff/TiffPage.h"
 
@@ -16,7 +11,7 @@ namespace hueweave::fuzz {
 struct Image {
     std::uint32_t width = 0, height = 0;
     unsigned samples = 0, bits = 0;
-    std::vector<std::uint16_t> values;
+    std::vector<std::uint16_t> values{};
     bool operator==(const Image&) const = default;
 };
 
@@ -25,7 +20,7 @@ struct Image {
 std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool sound);
 /// The same with the command's own decoders, strip by strip or tile by tile. Throws a refusal.
 Image ByOwnDecoder(const tool::TiffStructure& structure, const tool::TiffPage& page);
-/// Converts the first three samples of every pixel to sRGB with `profile` and the perceptual intent.
-void ConvertImage(Image& image, const Bytes& profile, bool premultiplied);
+/// Converts the first three samples of every pixel to sRGB with the plain profile and the perceptual intent.
+void ConvertImage(Image& image, bool premultiplied);
 
 }  // namespace hueweave::fuzz

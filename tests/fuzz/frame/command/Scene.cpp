@@ -3,13 +3,10 @@
 
 #include <zlib.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <ctime>
 
 #include "Files.h"
 #include "support/ReferenceProfile.h"
-#include "system/Sha256.h"
 
 namespace hueweave::fuzz {
 
@@ -27,11 +24,9 @@ void ScratchFolder::Clear() const {
 }
 
 tool::DeviceProfile PlainProfile() {
-    const Bytes profile =
-        test::ProfileBuilder().Raw("A2B0", Mft2(ShortLut(9, 0))).Xyz("wtpt", 0xf6d6, 0x10000, 0xd32d).Build();
-    tool::Sha256 hash;
-    hash.Add(profile.data(), profile.size());
-    return {"profile.icc", false, profile, hash.Hex(), {}};
+    test::ProfileBuilder profile;
+    profile.Raw("A2B0", Mft2(ShortLut(9, 0))).Xyz("wtpt", 0xf6d6, 0x10000, 0xd32d);
+    return tool::TakeProfile("profile.icc", profile.Build());
 }
 
 void SealPng(Bytes& file) {
@@ -62,11 +57,16 @@ std::optional<tool::Refusal> RefusalOf(const std::function<void()>& work) {
     }
     Require(heap.Peak() <= kMostHeap, "the heap of one file");
     Require(std::clock() - begin <= kMostTime, "the time of one file");
-    if (refusal) {
-        const std::string line = refusal->what();
-        Require(!refusal->reason().empty() && line.find('\n') == std::string::npos, "a refusal is one line");
-    }
+    const std::string_view line = refusal ? refusal->what() : "";
+    Require(line.find('\n') == line.npos, "a refusal is one line");
+    Require(!refusal || !refusal->reason().empty(), "a refusal has a reason");
     return refusal;
+}
+
+void MustSucceed(const std::function<void()>& work, const char* what) {
+    const auto refusal = RefusalOf(work);
+    if (refusal) std::fprintf(stderr, "%s\n", refusal->what());
+    Require(!refusal, what);
 }
 
 }  // namespace hueweave::fuzz

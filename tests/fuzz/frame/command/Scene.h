@@ -2,15 +2,10 @@
 // Common parts of the command's targets: a folder for outputs, and the form of a refusal.
 #pragma once
 
-#include <filesystem>
 #include <functional>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "FuzzInput.h"
 #include "batch/session/ProfileFile.h"
-#include "support/TempDir.h"
 #include "system/Refusal.h"
 
 namespace hueweave::fuzz {
@@ -35,6 +30,8 @@ tool::DeviceProfile PlainProfile();
 /// Runs `work` and returns its refusal, or nothing if it succeeds. Requires that nothing else is thrown, that a refusal
 /// is one line with a message, and that time and heap stay within the limits for one file.
 std::optional<tool::Refusal> RefusalOf(const std::function<void()>& work);
+/// The same for work that is never refused.
+void MustSucceed(const std::function<void()>& work, const char* what);
 
 /// Corrects the checksums of a PNG file, which no mutation gets right.
 void SealPng(Bytes& file);

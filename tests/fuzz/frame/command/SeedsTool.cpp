@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: MIT
-// TIFF files written by libtiff, in every layout that the command accepts, and profiles written by Little CMS.
+// TIFF files written by libtiff, Deflate data, and profiles written by Little CMS.
 #include <tiffio.h>
 #include <zlib.h>
-
-#include <algorithm>
-#include <memory>
-#include <stdexcept>
 
 #include "Seeds.h"
 #include "colour/Profiles.h"
@@ -31,8 +27,7 @@ struct Layout {
 
 void SetShape(TIFF* file, const Layout& layout) {
     const bool jpeg = layout.compression == COMPRESSION_JPEG, tiled = layout.tiled;
-    const unsigned colours = jpeg && !layout.planar ? unsigned{PHOTOMETRIC_YCBCR} : layout.photometric;
-    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, colours);
+    TIFFSetField(file, TIFFTAG_PHOTOMETRIC, jpeg ? PHOTOMETRIC_YCBCR : static_cast<int>(layout.photometric));
     const std::pair<std::uint32_t, unsigned> fields[] = {
         {TIFFTAG_SUBFILETYPE, layout.photometric == PHOTOMETRIC_MASK ? FILETYPE_MASK : 0},
         {TIFFTAG_IMAGEWIDTH, layout.width},
@@ -59,18 +54,19 @@ void SetShape(TIFF* file, const Layout& layout) {
         TIFFSetField(file, TIFFTAG_COLORMAP, &map[0], &map[count], &map[2 * count]);
     }
     if (layout.photometric != PHOTOMETRIC_RGB || layout.samples == 3) return;
-    const std::vector<std::uint16_t> extra(layout.samples - 3, static_cast<std::uint16_t>(layout.extra));
-    TIFFSetField(file, TIFFTAG_EXTRASAMPLES, static_cast<int>(extra.size()), extra.data());
+    const std::uint16_t more = static_cast<std::uint16_t>(layout.extra), extra[] = {more, more, more};
+    TIFFSetField(file, TIFFTAG_EXTRASAMPLES, layout.samples - 3, extra);
 }
 
 void SetMetadata(TIFF* file) {
-    const Bytes icc = Pattern(50, 3);
     // Photoshop resources with a profile and a thumbnail.
-    const std::string resources =
-        std::string("8BIM\4\17\0\0\0\0\0\5abcde\0", 18) + std::string("8BIM\4\14\0\0\0\0\0\4WXYZ", 16);
-    const std::string xmp = "<x photoshop:ICCProfile=\"sRGB\"/>";
-    TIFFSetField(file, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(icc.size()), icc.data());
-    TIFFSetField(file, TIFFTAG_PHOTOSHOP, static_cast<std::uint32_t>(resources.size()), resources.data());
+    static const std::string_view kResources(
+        "8BIM\4\17\0\0\0\0\0\5abcde\0"
+        "8BIM\4\14\0\0\0\0\0\4WXYZ",
+        34);
+    const std::string_view xmp = "<x photoshop:ICCProfile=\"sRGB\"/>";
+    TIFFSetField(file, TIFFTAG_ICCPROFILE, 50, Pattern(50, 3).data());
+    TIFFSetField(file, TIFFTAG_PHOTOSHOP, 34, kResources.data());
     TIFFSetField(file, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(xmp.size()), xmp.data());
     TIFFSetField(file, TIFFTAG_SOFTWARE, "a seed");
     TIFFSetField(file, TIFFTAG_XRESOLUTION, 300.0);
@@ -114,34 +110,29 @@ Bytes Written(const Layout& layout) {
 
 /// Every compression scheme at both depths, in strips and tiles, with and without planes and predictor.
 void SowSchemes(const Sow& sow) {
-    struct Scheme {
-        const char* name;
-        unsigned compression, predictor;
-    };
-    constexpr Scheme kSchemes[] = {{"none", COMPRESSION_NONE, 0},
-                                   {"lzw", COMPRESSION_LZW, 0},
-                                   {"lzw2", COMPRESSION_LZW, 2},
-                                   {"packbits", COMPRESSION_PACKBITS, 0},
-                                   {"deflate", COMPRESSION_ADOBE_DEFLATE, 0},
-                                   {"deflate2", COMPRESSION_ADOBE_DEFLATE, 2},
-                                   {"old-deflate", COMPRESSION_DEFLATE, 0},
-                                   {"zstd2", COMPRESSION_ZSTD, 2},
-                                   {"lzma", COMPRESSION_LZMA, 0},
-                                   {"jpeg", COMPRESSION_JPEG, 0},
-                                   {"webp", COMPRESSION_WEBP, 0}};
-    for (const Scheme& scheme : kSchemes) {
-        if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(scheme.compression)) == 0) continue;
-        const bool picture = scheme.compression == COMPRESSION_JPEG || scheme.compression == COMPRESSION_WEBP;
+    const Layout schemes[] = {{.name = "none"},
+                              {.name = "lzw", .compression = COMPRESSION_LZW},
+                              {.name = "lzw2", .compression = COMPRESSION_LZW, .predictor = 2},
+                              {.name = "packbits", .compression = COMPRESSION_PACKBITS},
+                              {.name = "deflate", .compression = COMPRESSION_ADOBE_DEFLATE},
+                              {.name = "deflate2", .compression = COMPRESSION_ADOBE_DEFLATE, .predictor = 2},
+                              {.name = "old-deflate", .compression = COMPRESSION_DEFLATE},
+                              {.name = "zstd2", .compression = COMPRESSION_ZSTD, .predictor = 2},
+                              {.name = "lzma", .compression = COMPRESSION_LZMA},
+                              {.name = "jpeg", .compression = COMPRESSION_JPEG, .width = 16, .height = 32, .rows = 16},
+                              {.name = "webp", .compression = COMPRESSION_WEBP, .width = 16, .height = 32, .rows = 16}};
+    for (Layout layout : schemes) {
+        if (TIFFIsCODECConfigured(static_cast<std::uint16_t>(layout.compression)) == 0) continue;
+        const std::string scheme = layout.name;
         for (unsigned n = 0; n < 8; ++n) {
-            Layout layout{.bits = n % 2 == 0 ? 8U : 16U,
-                          .compression = scheme.compression,
-                          .planar = (n & 4U) != 0,
-                          .tiled = (n & 2U) != 0,
-                          .predictor = scheme.predictor};
-            if (picture && (layout.bits == 16 || layout.planar)) continue;
-            if (picture) layout.width = 16, layout.height = 32, layout.rows = 16;
-            layout.name = std::string(scheme.name) + (layout.tiled ? "-tiles" : "-strips") +
-                          (layout.planar ? "-planes-" : "-") + std::to_string(layout.bits);
+            layout.bits = n % 2 == 0 ? 8 : 16;
+            layout.tiled = (n & 2U) != 0;
+            layout.planar = (n & 4U) != 0;
+            const bool isPicture = layout.width == 16;
+            if (isPicture && (layout.bits == 16 || layout.planar)) continue;
+            layout.name = scheme + (layout.tiled ? "-tiles" : "-strips") + (layout.planar ? "-planes-" : "-") +
+                          std::to_string(layout.bits);
+            layout.mode = "wl";
             sow(layout.name, Written(layout));
             layout.mode = n % 3 == 0 ? "wb" : n % 3 == 1 ? "wb8" : "wl8";
             sow(layout.name + "-" + layout.mode, Written(layout));
@@ -149,31 +140,30 @@ void SowSchemes(const Sow& sow) {
     }
 }
 
+/// Strips, pages, metadata, bit order and extra samples, in both byte orders and as BigTIFF.
 void SowOthers(const Sow& sow) {
+    constexpr unsigned kPremultiplied = EXTRASAMPLE_ASSOCALPHA, kTurned = FILLORDER_LSB2MSB;
+    const Layout others[] = {
+        {.name = "one-row-a-strip", .height = 9, .rows = 1},
+        {.name = "one-strip", .bits = 16, .rows = 5},
+        {.name = "three-pages", .compression = COMPRESSION_ADOBE_DEFLATE, .pages = 3},
+        {.name = "below", .below = 2, .metadata = true},
+        {.name = "mask", .pages = 2, .mask = true},
+        {.name = "metadata", .metadata = true},
+        {.name = "metadata-pages", .compression = COMPRESSION_LZW, .pages = 3, .metadata = true},
+        {.name = "rotated", .orientation = 6},
+        {.name = "turned-bits", .fillOrder = kTurned},
+        {.name = "turned-bits-deflate", .compression = COMPRESSION_ADOBE_DEFLATE, .fillOrder = kTurned},
+        {.name = "alpha", .samples = 4},
+        {.name = "alpha-planes", .samples = 4, .compression = COMPRESSION_LZW, .planar = true},
+        {.name = "premultiplied", .samples = 4, .extra = kPremultiplied},
+        {.name = "premultiplied-16", .bits = 16, .samples = 4, .extra = kPremultiplied},
+        {.name = "six-samples", .samples = 6, .compression = COMPRESSION_ADOBE_DEFLATE, .extra = 0}};
     for (const char* mode : {"wl", "wb", "wl8", "wb8"}) {
-        const auto with = [&](const char* name, auto change) {
-            Layout layout;
-            layout.name = std::string(name) + "-" + mode;
+        for (Layout layout : others) {
             layout.mode = mode;
-            change(layout);
-            sow(layout.name, Written(layout));
-        };
-        with("one-row-a-strip", [](Layout& l) { l.rows = 1, l.height = 9; });
-        with("one-strip", [](Layout& l) { l.rows = 5, l.bits = 16; });
-        with("three-pages", [](Layout& l) { l.pages = 3, l.compression = COMPRESSION_ADOBE_DEFLATE; });
-        with("below", [](Layout& l) { l.below = 2, l.metadata = true; });
-        with("mask", [](Layout& l) { l.mask = true, l.pages = 2; });
-        with("metadata", [](Layout& l) { l.metadata = true; });
-        with("metadata-pages", [](Layout& l) { l.metadata = true, l.pages = 3, l.compression = COMPRESSION_LZW; });
-        with("rotated", [](Layout& l) { l.orientation = 6; });
-        with("turned-bits", [](Layout& l) { l.fillOrder = FILLORDER_LSB2MSB; });
-        with("turned-bits-deflate",
-             [](Layout& l) { l.fillOrder = FILLORDER_LSB2MSB, l.compression = COMPRESSION_ADOBE_DEFLATE; });
-        with("alpha", [](Layout& l) { l.samples = 4; });
-        with("alpha-planes", [](Layout& l) { l.samples = 4, l.planar = true, l.compression = COMPRESSION_LZW; });
-        with("premultiplied", [](Layout& l) { l.samples = 4, l.extra = EXTRASAMPLE_ASSOCALPHA; });
-        with("premultiplied-16", [](Layout& l) { l.samples = 4, l.extra = EXTRASAMPLE_ASSOCALPHA, l.bits = 16; });
-        with("six-samples", [](Layout& l) { l.samples = 6, l.extra = 0, l.compression = COMPRESSION_ADOBE_DEFLATE; });
+            sow(layout.name + "-" + mode, Written(layout));
+        }
     }
 }
 
@@ -185,16 +175,13 @@ void SowKinds(const Sow& sow) {
                             {"cmyk-8", 8, 4, PHOTOMETRIC_SEPARATED},     {"lab-8", 8, 3, PHOTOMETRIC_CIELAB},
                             {"icc-lab-16", 16, 3, PHOTOMETRIC_ICCLAB},   {"ycbcr-8", 8, 3, PHOTOMETRIC_YCBCR},
                             {"ycbcr-41", 8, 3, PHOTOMETRIC_YCBCR, 4, 1}, {"ycbcr-11", 8, 3, PHOTOMETRIC_YCBCR, 1, 1}};
-    for (const Layout& kind : kinds) {
-        for (const unsigned compression :
-             std::initializer_list<unsigned>{COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE}) {
-            Layout layout = kind;
-            layout.name = "kind-" + kind.name + "-" + std::to_string(compression);
-            layout.compression = compression;
-            layout.tiled = compression == COMPRESSION_LZW;
-            layout.mode = compression == COMPRESSION_NONE ? "wb" : "wl";
-            layout.pages = 2;
-            sow(layout.name, Written(layout));
+    for (Layout kind : kinds) {
+        kind.pages = 2;
+        for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_ADOBE_DEFLATE}) {
+            kind.compression = static_cast<unsigned>(compression);
+            kind.tiled = compression == COMPRESSION_LZW;
+            kind.mode = compression == COMPRESSION_NONE ? "wb" : "wl";
+            sow(Name("kind-" + kind.name, compression), Written(kind));
         }
     }
 }

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Any text as a command line: it gives arguments within their ranges for one command, help, or a usage error. Nothing
 // is written. The arguments of a conversion, converted back to text, are parsed to the same arguments.
-#include <algorithm>
 #include <cmath>
 
-#include "FuzzInput.h"
 #include "Scene.h"
 #include "cli/CommandLine.h"
 #include "cli/commands/BakeCommand.h"
@@ -25,16 +23,16 @@ using Words = std::vector<std::string>;
 /// One argument per line. "@/" stands for a folder of this process; no other path gives a file that --curve would read.
 Words WordsOf(const std::string& text, const ScratchFolder& folder) {
     Words words{"hueweave", ""};
-    const auto isDigit = [&](std::size_t at) { return at < text.size() && text[at] >= '0' && text[at] <= '9'; };
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     for (std::size_t i = 0; i < text.size(); ++i) {
         std::string& word = words.back();
+        const char before = i > 0 ? text[i - 1] : '\0';
         if (text[i] == '\n' || text[i] == '\0') {
             words.emplace_back();
-        } else if (text[i] == '/' && i > 0 && text[i - 1] == '@') {
+        } else if (text[i] == '/' && before == '@') {
             word.replace(word.size() - 1, 1, folder.path() + "/");
         } else {
-            const bool part = i > 0 && isDigit(i - 1) && isDigit(i + 1);
-            word += text[i] == '/' && !part ? '_' : text[i];
+            word += text[i] == '/' && !(isDigit(before) && isDigit(text[i + 1])) ? '_' : text[i];
         }
     }
     return words;
@@ -47,17 +45,19 @@ std::unique_ptr<Command> Parse(const Words& words) {
 }
 
 /// The target is a space, or a profile in a file; the library's precision is for its own spaces only.
-void CheckRendering(const Rendering& r, const std::string& targetFile, Precision precision) {
-    Require((r.space == nullptr) == !targetFile.empty(), "a space or a profile");
+template <typename Options>
+void CheckRendering(const Options& a) {
+    const Rendering& r = a.rendering;
+    Require((r.space == nullptr) == !a.targetFile.empty(), "a space or a profile");
     Require(r.space == nullptr || FindSpace(r.space->name) == r.space, "a space that there is");
-    Require(precision == Precision::Exact || (r.space != nullptr && r.space->IsEngines()), "a space of the library");
+    Require(a.precision == Precision::Exact || (r.space != nullptr && r.space->IsEngines()), "a space of the library");
     Require(!IntentName(r.intent).empty(), "an intent that there is");
     Require(std::fabs(r.lightness) <= 100 && std::fabs(r.chroma) <= 100, "offsets within their range");
     Require(std::fabs(r.hue) <= 360, "a hue within its range");
 }
 
 void CheckConvert(const ConvertOptions& a) {
-    CheckRendering(a.rendering, a.targetFile, a.precision);
+    CheckRendering(a);
     const bool library = a.precision == Precision::Library, named = a.targetFile.empty();
     Require(a.curveFile.empty() || (named && !(library && a.rendering.space->ByTable())), "curves that are used");
     Require(a.profileVersion == 4 || (a.profileVersion == 2 && named && !library), "a version that can be had");
@@ -101,17 +101,12 @@ Words AsWords(const ConvertOptions& a) {
     if (a.filesFrom) with("--files-from", *a.filesFrom);
     if (a.shard) with("--shard", std::to_string(a.shard->part) + "/" + std::to_string(a.shard->parts));
     if (!a.output.empty()) with("--output", a.output);
-    for (const auto& [flag, name] : {std::pair{a.noTag, "--no-tag"},
-                                     {a.force, "--force"},
-                                     {a.inPlace, "--in-place"},
-                                     {a.nul, "-0"},
-                                     {a.follow, "--follow"},
-                                     {a.resume != Resume::No, "--resume"},
-                                     {a.quiet, "--quiet"},
-                                     {a.verbose, "--verbose"},
-                                     {a.compensateBlack, "--bpc"},
-                                     {a.json, "--json"},
-                                     {a.dryRun, "--dry-run"}}) {
+    const std::pair<bool, const char*> flags[] = {
+        {a.noTag, "--no-tag"}, {a.force, "--force"},     {a.inPlace, "--in-place"},
+        {a.nul, "-0"},         {a.follow, "--follow"},   {a.resume != Resume::No, "--resume"},
+        {a.quiet, "--quiet"},  {a.verbose, "--verbose"}, {a.compensateBlack, "--bpc"},
+        {a.json, "--json"},    {a.dryRun, "--dry-run"}};
+    for (const auto& [flag, name] : flags) {
         if (flag) words.emplace_back(name);
     }
     words.emplace_back("--");
@@ -119,72 +114,58 @@ Words AsWords(const ConvertOptions& a) {
     return words;
 }
 
-/// Whether a value after "=" is accepted as one: not empty, and without brackets and quotes.
-bool IsPlain(const std::string& value) {
-    return !value.empty() && value.find_first_of("[]\"'`{}") == std::string::npos;
-}
-
+/// Whether all values are accepted after "=": none is empty, and none has brackets or quotes.
 bool CanBeRepeated(const ConvertOptions& a) {
-    Words values = a.inputs;
-    for (const std::string& value : {a.output, a.curveFile, a.targetFile}) {
-        if (!value.empty()) values.push_back(value);
-    }
-    values.insert(values.end(), {a.profile.value_or("none"), a.filesFrom.value_or("none")});
-    return std::all_of(values.begin(), values.end(), IsPlain) && a.maxMemory % 1024 == 0 &&
-           std::find(a.inputs.begin(), a.inputs.end(), "--") == a.inputs.end() && a.maxMemory <= std::uint64_t{1} << 43;
+    std::string values = a.output + a.curveFile + a.targetFile + a.profile.value_or("") + a.filesFrom.value_or("");
+    for (const std::string& input : a.inputs) values += input;
+    return values.find_first_of("[]\"'`{}") == std::string::npos && a.profile != "" && a.filesFrom != "" &&
+           std::ranges::find(a.inputs, "--") == a.inputs.end() && a.maxMemory % 1024 == 0 &&
+           a.maxMemory <= std::uint64_t{1} << 43;
 }
 
 void CheckRepeated(const ConvertOptions& options) {
     if (!CanBeRepeated(options)) return;
     std::unique_ptr<Command> again;
-    const auto refused = RefusalOf([&] { again = Parse(AsWords(options)); });
-    if (refused) std::fprintf(stderr, "%s\n", refused->what());
+    MustSucceed([&] { again = Parse(AsWords(options)); }, "the words of a conversion");
     const auto* convert = dynamic_cast<const ConvertCommand*>(again.get());
-    Require(!refused && convert != nullptr, "the words of a conversion");
+    Require(convert != nullptr, "a conversion again");
     Require(AsWords(convert->options()) == AsWords(options), "the same in words again");
     Require(convert->options().rendering.curves.has_value() == options.rendering.curves.has_value(), "as many curves");
 }
 
-/// Writes a valid curve file, once.
-void WriteCurve(const ScratchFolder& folder) {
-    if (!folder.Names().empty()) return;
+/// A valid file of curves.
+Bytes Curves() {
     std::string rows;
     for (int i = 0; i < 256; ++i) rows += std::to_string(i) + "," + std::to_string(i) + "," + std::to_string(i) + "\n";
-    test::WriteFile(folder / "curve.csv", Bytes(rows.begin(), rows.end()));
+    return {rows.begin(), rows.end()};
 }
 
 }  // namespace
 
 void RunTarget(FuzzInput& input) {
     static const ScratchFolder folder;
-    WriteCurve(folder);
+    if (folder.Names().empty()) test::WriteFile(folder / "curve.csv", Curves());
     const Bytes bytes = input.Rest();
     const Words words = WordsOf(std::string(bytes.begin(), bytes.end()), folder);
     const PrintWatch printed;
     std::unique_ptr<Command> command;
     const auto refusal = RefusalOf([&] { command = Parse(words); });
     Require(folder.Names() == Words{"curve.csv"}, "nothing is written");
-    if (refusal) {
-        Require(refusal->status() == Exit::Usage, "it is the usage that is refused");
-        Require(printed.Text().empty(), "a refusal prints nothing by itself");
-        return;
-    }
-    Require((command == nullptr) != printed.Text().empty(), "help is printed where it was asked for");
-    if (const auto* inspect = dynamic_cast<const InspectCommand*>(command.get())) {
-        Require(!inspect->options().files.empty(), "something to inspect");
-    }
-    if (const auto* bake = dynamic_cast<const BakeCommand*>(command.get())) {
-        Require(bake->options().output != "-", "a profile is written to a file");
-    }
+    Require(!refusal || refusal->status() == Exit::Usage, "it is the usage that is refused");
+    Require(printed.Text().empty() == (refusal || command != nullptr), "help is printed where it was asked for");
+    const auto* inspect = dynamic_cast<const InspectCommand*>(command.get());
+    Require(inspect == nullptr || !inspect->options().files.empty(), "something to inspect");
+    const auto* bake = dynamic_cast<const BakeCommand*>(command.get());
+    Require(bake == nullptr || bake->options().output != "-", "a profile is written to a file");
     if (const auto* verify = dynamic_cast<const VerifyCommand*>(command.get())) {
         const VerifyOptions& v = verify->options();
-        CheckRendering(v.rendering, v.targetFile, v.precision);
+        CheckRendering(v);
         Require((v.bits == 8 || v.bits == 16) && v.points >= 2 && v.points <= 65, "a grid that there is");
         Require(!v.limit || (*v.limit >= 0 && *v.limit <= 100), "a limit within its range");
     }
     if (const auto* check = dynamic_cast<const CheckCommand*>(command.get())) {
         const CheckOptions& c = check->options();
-        CheckRendering(c.convert.rendering, c.convert.targetFile, c.convert.precision);
+        CheckRendering(c.convert);
         Require(c.convert.profile && (c.measured || c.guideline == nullptr), "a guideline is for measured colours");
         Require(!c.limit || (c.limit->mean >= 0 && c.limit->largest.value_or(0) <= 100), "limits within their range");
     }

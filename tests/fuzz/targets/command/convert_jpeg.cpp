@@ -6,16 +6,12 @@
 #include <jpeglib.h>
 
 #include <csetjmp>
-#include <vector>
 
 #include "Conversion.h"
 #include "jpeg/JpegStructure.h"
 
 namespace hueweave::fuzz {
 namespace {
-
-/// Larger images are only planned, since their pixels would take too long.
-constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 18;
 
 /// What libjpeg reads of a file.
 struct JpegReader {
@@ -31,7 +27,6 @@ struct JpegReader {
     }
     ~JpegReader() { jpeg_destroy_decompress(&info); }
     JpegReader(const JpegReader&) = delete;
-    JpegReader& operator=(const JpegReader&) = delete;
 
     bool Read() {
         row.resize(std::size_t{4} * 65536);
@@ -43,30 +38,22 @@ struct JpegReader {
         jpeg_start_decompress(&info);
         JSAMPROW at = row.data();
         while (info.output_scanline < info.output_height) jpeg_read_scanlines(&info, &at, 1);
-        Collect();  // before the tables are freed
+        // Everything that the encoder has to keep, before the tables are freed.
+        settings = {info.image_width,      info.image_height,     info.jpeg_color_space,
+                    info.progressive_mode, info.restart_interval, info.arith_code};
+        for (int c = 0; c < info.num_components; ++c) {
+            const jpeg_component_info& part = info.comp_info[c];
+            settings.push_back(part.component_id);
+            settings.push_back(part.h_samp_factor * 16 + part.v_samp_factor);
+            settings.insert(settings.end(), part.quant_table->quantval, part.quant_table->quantval + DCTSIZE2);
+        }
         jpeg_finish_decompress(&info);
         return errors.num_warnings == 0;
-    }
-    /// Everything that the encoder has to keep.
-    void Collect() {
-        settings = {info.image_width,
-                    info.image_height,
-                    static_cast<unsigned>(info.jpeg_color_space),
-                    static_cast<unsigned>(info.progressive_mode),
-                    info.restart_interval,
-                    static_cast<unsigned>(info.arith_code)};
-        for (int c = 0; c < info.num_components; ++c) {
-            const jpeg_component_info& component = info.comp_info[c];
-            settings.push_back(static_cast<unsigned>(component.component_id));
-            settings.push_back(static_cast<unsigned>(component.h_samp_factor * 16 + component.v_samp_factor));
-            settings.insert(settings.end(), component.quant_table->quantval,
-                            component.quant_table->quantval + DCTSIZE2);
-        }
     }
 
     const Bytes& bytes;
     Bytes row;
-    std::vector<unsigned> settings;
+    std::vector<std::int64_t> settings;
     std::jmp_buf out;
     jpeg_decompress_struct info{};
     jpeg_error_mgr errors{};
@@ -81,8 +68,8 @@ void RunTarget(FuzzInput& input) {
     choice.dryRun = true;
     (void)RefusalOf([&] {
         const tool::FileAccess source = tool::FileAccess::OpenInput(conversion.PutSource(file));
-        const tool::JpegStructure structure(source);
-        choice.dryRun = std::uint64_t{structure.frame().width} * structure.frame().height > kMostPixels;
+        const auto frame = tool::JpegStructure(source).frame();
+        choice.dryRun = std::uint64_t{frame.width} * frame.height > kMostPixels;
     });
     const auto refusal = conversion.Run(choice, file);
     if (refusal || choice.dryRun || choice.format.value_or(tool::Format::Jpeg) != tool::Format::Jpeg) return;

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a profile: it is refused as a profile, or a small image is converted by it to the result of an engine
-// bound to the same bytes. Where the engine would not accept it, a profile is baked from it, which the engine accepts
-// for every intent; the same bytes always bake to the same profile.
-#include <memory>
-
-#include "FuzzInput.h"
+// Any bytes as a profile: it is refused as a profile, or pixels are converted by it to the result of an engine bound to
+// the same bytes. Where no engine accepts it, a profile is baked from it, which every intent accepts.
 #include "Mutation.h"
 #include "Scene.h"
 #include "batch/session/ProfileFile.h"
@@ -24,11 +20,9 @@ constexpr std::size_t kPixels = 3 * 64;
 
 Rendering DrawRendering(FuzzInput& input) {
     Rendering rendering;
-    const auto intents = Intents();
-    rendering.intent = intents[input.Below(intents.size())].intent;
+    rendering.intent = Intents()[input.Below(Intents().size())].intent;
     // Only spaces that need nothing beyond the engine, so that an engine can check the result.
-    constexpr const char* kSpaces[] = {"srgb", "adobe-rgb-g18"};
-    rendering.space = FindSpace(kSpaces[input.Below(2)]);
+    rendering.space = FindSpace(input.Below(2) == 0 ? "srgb" : "adobe-rgb-g18");
     return rendering;
 }
 
@@ -37,8 +31,7 @@ Bytes ByEngine(const Bytes& profile, const Rendering& rendering, unsigned bits, 
     const Space& space = *rendering.space;
     const auto engine = BindEngine(profile, rendering, bits == 16, bits == 8 ? space.code8 : space.code16);
     Require(engine != nullptr, "an engine takes what the converter took");
-    const std::size_t step = 3 * bits / 8;
-    for (std::size_t at = 0; at < pixels.size(); at += step) engine->Conversion(&pixels[at], &pixels[at], 1);
+    for (std::size_t at = 0; at < pixels.size(); at += 3 * bits / 8) engine->Conversion(&pixels[at], &pixels[at], 1);
     return pixels;
 }
 
@@ -48,8 +41,8 @@ void CheckBaked(const Bytes& profile, const EngineProfile& engine, ICC40::ICCFIL
     }
     Require(PrepareProfile(profile, intent, ThrowIfInterrupted).data == engine.data,
             "the same profile bakes to the same");
-    const DeviceProfile again = TakeEmbedded("baked.icc", engine.data);
-    Require(again.data == engine.data, "a baked profile is one that the command takes");
+    Require(TakeEmbedded("baked.icc", engine.data).data == engine.data,
+            "a baked profile is one that the command takes");
 }
 
 }  // namespace
@@ -65,10 +58,8 @@ void RunTarget(FuzzInput& input) {
     const auto unreadable =
         RefusalOf([&] { profile = embedded ? TakeEmbedded("scan.tif", bytes) : LoadProfile(file.Path()); });
     Require(OpenFiles() == descriptors, "every file is closed");
-    if (unreadable) {
-        Require(unreadable->status() == Exit::Profile, "it is the profile that is refused");
-        return;
-    }
+    Require(!unreadable || unreadable->status() == Exit::Profile, "it is the profile that is refused");
+    if (unreadable) return;
     Require(profile.data == bytes && profile.embedded == embedded, "the bytes of the file");
 
     EngineProfile engine;
@@ -81,15 +72,10 @@ void RunTarget(FuzzInput& input) {
     };
     const auto refusal = RefusalOf([&] { Named(profile.name, convert); });
     Require(OpenFiles() == descriptors, "every file is closed again");
-    if (refusal) {
-        Require(refusal->status() == Exit::Profile, "it is still the profile that is refused");
-        return;
-    }
-    if (engine.bakedBecause.empty()) {
-        Require(engine.data == bytes, "a profile that the engine takes is used as it is");
-    } else {
-        CheckBaked(bytes, engine, rendering.intent);
-    }
+    Require(!refusal || refusal->status() == Exit::Profile, "it is still the profile that is refused");
+    if (refusal) return;
+    Require(!engine.bakedBecause.empty() || engine.data == bytes, "a profile that the engine takes is used as it is");
+    if (!engine.bakedBecause.empty()) CheckBaked(bytes, engine, rendering.intent);
     Bytes pixels = ScatteredBytes(3 * kPixels * bits / 8, bits);
     const Bytes wanted = ByEngine(engine.data, rendering, bits, pixels);
     converter->Convert(pixels.data(), kPixels);

@@ -4,9 +4,6 @@
 #include <tiffio.h>
 #include <zlib.h>
 
-#include <algorithm>
-
-#include "FuzzInput.h"
 #include "Scene.h"
 #include "support/TiffBuilder.h"
 #include "tiff/codec/DeflateReader.h"
@@ -15,11 +12,10 @@ namespace hueweave::fuzz {
 namespace {
 
 using namespace tool;
-using test::TiffBuilder;
 
 /// A page of one strip.
 Bytes FileWith(const Bytes& raw, unsigned width, unsigned height, unsigned fillOrder) {
-    TiffBuilder file;
+    test::TiffBuilder file;
     file.Long(tag::Width, width).Long(tag::Height, height).Long(tag::BitsPerSample, 8);
     file.Long(tag::Compression, COMPRESSION_ADOBE_DEFLATE).Long(tag::Photometric, PHOTOMETRIC_RGB);
     file.Long(tag::FillOrder, fillOrder).StripOffsets().Long(tag::SamplesPerPixel, 3).StripByteCounts();
@@ -45,19 +41,19 @@ void RunTarget(FuzzInput& input) {
     uLongf size = plain.size();
     const bool ends = uncompress(plain.data(), &size, raw.data(), raw.size()) == Z_OK;
     const bool sound = ends && size >= pixels && size <= most;
-    const auto refusal = RefusalOf([&] {
+    const auto decode = [&] {
         const FileAccess file = FileAccess::OpenInput(memory.Path());
         const TiffStructure structure(file);
-        const std::vector<TiffPage> pages = ReadPages(structure);
-        const PageSource atOnce(structure, pages[0]), byRows(structure, pages[0]);
+        const TiffPage page = ReadPages(structure)[0];
+        const PageSource atOnce(structure, page), byRows(structure, page);
         DeflateReader reader(atOnce), rows(byRows);
         Bytes whole(pixels), rowed(pixels), bytes = stored;
         const DeflateEnd end = reader.Decode(bytes, whole);
         Require((end == DeflateEnd::Sound) == sound, "zlib and the reader take the same data");
-        rows.BeginRows(pages[0].segments[0]);
+        rows.BeginRows(page.segments[0]);
         DeflateEnd last = DeflateEnd::Sound;
-        for (std::size_t row = 0; row < height && last == DeflateEnd::Sound; ++row) {
-            last = rows.Row(&rowed[row * 3 * width], std::size_t{3} * width);
+        for (std::size_t at = 0; at < pixels && last == DeflateEnd::Sound; at += std::size_t{3} * width) {
+            last = rows.Row(&rowed[at], std::size_t{3} * width);
         }
         if (last == DeflateEnd::Sound) last = rows.EndRows();
         Require((last == DeflateEnd::Sound) == sound, "rows are taken where the whole is");
@@ -65,8 +61,8 @@ void RunTarget(FuzzInput& input) {
         if (!sound) return;
         Require(std::equal(whole.begin(), whole.end(), plain.begin()), "the pixels of zlib");
         Require(rowed == whole, "the same row by row");
-    });
-    Require(!refusal, "the file around the data is sound");
+    };
+    MustSucceed(decode, "the file around the data is sound");
 }
 
 }  // namespace hueweave::fuzz

@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as Photoshop resources: setting another profile gives the same list with that profile instead of the first
 // one, and without further ones; what follows the last complete resource is unchanged.
-#include <algorithm>
-#include <cstring>
-#include <optional>
-#include <vector>
-
-#include "FuzzInput.h"
 #include "Scene.h"
 #include "support/ReferenceProfile.h"
 #include "support/TiffBuilder.h"
@@ -25,14 +19,10 @@ struct Item {
     unsigned number;
     Bytes head, whole;
 };
-struct Items {
-    std::vector<Item> list;
-    Bytes rest;
-};
 
-/// A minimal parser of the list.
-Items ReadItems(const Bytes& bytes) {
-    Items items;
+/// A minimal parser of the list. What follows the last complete resource is an item without a number.
+std::vector<Item> ReadItems(const Bytes& bytes) {
+    std::vector<Item> items;
     std::size_t at = 0;
     const auto slice = [&](std::size_t from, std::size_t to) { return Bytes(bytes.data() + from, bytes.data() + to); };
     while (bytes.size() - at >= 12 && std::memcmp(&bytes[at], "8BIM", 4) == 0) {
@@ -40,17 +30,17 @@ Items ReadItems(const Bytes& bytes) {
         const std::size_t size = test::Big32At(bytes, length);
         if (data > bytes.size() || size > bytes.size() - data) break;
         const std::size_t next = std::min(data + size + size % 2, bytes.size());
-        items.list.push_back({test::Big16At(bytes, at + 4), slice(at, length), slice(at, next)});
+        items.push_back({test::Big16At(bytes, at + 4), slice(at, length), slice(at, next)});
         at = next;
     }
-    items.rest = slice(at, bytes.size());
+    items.push_back({0, {}, slice(at, bytes.size())});
     return items;
 }
 
-Bytes Expected(const Items& items, const Bytes& icc) {
+Bytes Expected(const std::vector<Item>& items, const Bytes& icc) {
     test::ByteWriter out;
     bool placed = icc.empty();
-    for (const Item& item : items.list) {
+    for (const Item& item : items) {
         if (item.number != kProfile) {
             out.Append(item.whole);
         } else if (!placed) {
@@ -58,7 +48,7 @@ Bytes Expected(const Items& items, const Bytes& icc) {
             placed = true;
         }
     }
-    return out.Append(items.rest).Done();
+    return out.Done();
 }
 
 struct Read {
@@ -69,14 +59,14 @@ struct Read {
 Read ReadBack(const ScratchFile& memory, const Bytes& resources, const Bytes& icc) {
     memory.Put(test::TiffBuilder().Undefined(tag::PhotoshopResources, resources).Build());
     Read read;
-    const auto refusal = RefusalOf([&] {
+    const auto work = [&] {
         const FileAccess file = FileAccess::OpenInput(memory.Path());
         const TiffStructure structure(file);
         const PhotoshopResources photoshop(structure, structure.directories()[0]);
         Require(!photoshop.tooLarge(), "small enough to be looked into");
         read = {photoshop.WithProfile(icc), photoshop.HasThumbnail()};
-    });
-    Require(!refusal, "the file is sound");
+    };
+    MustSucceed(work, "the file is sound");
     return read;
 }
 
@@ -87,15 +77,13 @@ void RunTarget(FuzzInput& input) {
     const Bytes icc(input.Below(8) * input.Below(40), 0x5a);
     const Bytes resources = input.Rest();
     if (resources.size() < kFewest) return;
-    const Items items = ReadItems(resources);
-    bool profile = false, thumbnail = false;
-    for (const Item& item : items.list) {
-        profile = profile || item.number == kProfile;
-        thumbnail = thumbnail || item.number == kThumbnail || item.number == kOldThumbnail;
-    }
+    const std::vector<Item> items = ReadItems(resources);
+    const auto has = [&](unsigned number) {
+        return std::ranges::any_of(items, [&](const Item& item) { return item.number == number; });
+    };
     const Read read = ReadBack(memory, resources, icc);
-    Require(read.changed.has_value() == profile, "there is something to change where there is a profile");
-    Require(read.thumbnail == thumbnail, "a thumbnail is seen");
+    Require(read.changed.has_value() == has(kProfile), "there is something to change where there is a profile");
+    Require(read.thumbnail == (has(kThumbnail) || has(kOldThumbnail)), "a thumbnail is seen");
     if (!read.changed) return;
     Require(*read.changed == Expected(items, icc), "the same list with another profile");
     if (read.changed->size() < kFewest) return;

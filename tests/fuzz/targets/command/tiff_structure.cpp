@@ -3,13 +3,8 @@
 // entries apart from the changed ones, with the same values.
 #include <fcntl.h>
 
-#include <algorithm>
 #include <map>
-#include <memory>
-#include <optional>
-#include <set>
 
-#include "FuzzInput.h"
 #include "Mutation.h"
 #include "Scene.h"
 #include "tiff/TagRules.h"
@@ -38,11 +33,9 @@ using Changes = std::map<std::pair<std::size_t, std::uint16_t>, Wanted>;
 
 Changes DrawChanges(FuzzInput& input, std::size_t directories) {
     Changes changes;
-    const std::size_t count = input.Below(4);
-    for (std::size_t n = 0; n < count; ++n) {
+    for (std::size_t left = input.Below(4); left > 0; --left) {
         const std::size_t where = input.Below(std::min<std::size_t>(directories, 4));
-        const std::size_t how = input.Below(4);
-        const std::size_t size = 1 + input.Below(how == 2 ? 40 : 3);
+        const std::size_t how = input.Below(4), size = 1 + input.Below(how == 2 ? 40 : 3);
         if (how == 3) {
             changes[{where, kRemoved[input.Below(std::size(kRemoved))]}].gone = true;
         } else if (how == 2) {
@@ -55,22 +48,17 @@ Changes DrawChanges(FuzzInput& input, std::size_t directories) {
     return changes;
 }
 
-/// Whether all of it lies in the file, so that it can be compared.
-bool IsReadable(const TiffStructure& structure, const TiffEntry& entry) {
-    return entry.dataSize <= structure.form().OffsetSize() ||
-           (entry.dataOffset < structure.fileSize() && entry.dataSize <= structure.fileSize() - entry.dataOffset);
-}
-
-Bytes Value(const TiffStructure& structure, const TiffEntry& entry) {
+/// Nothing if not all of it lies in the file.
+std::optional<Bytes> Value(const TiffStructure& structure, const TiffEntry& entry) {
     if (entry.dataSize <= structure.form().OffsetSize()) {
         return Bytes(entry.value.begin(), entry.value.begin() + static_cast<std::ptrdiff_t>(entry.dataSize));
     }
+    const std::uint64_t end = structure.fileSize();
+    if (entry.dataOffset >= end || entry.dataSize > end - entry.dataOffset) return std::nullopt;
     return structure.file().Read({entry.dataOffset, entry.dataSize});
 }
 
-void CheckChanged(const TiffStructure& after, const TiffDirectory& directory, std::uint16_t which,
-                  const Wanted& wanted) {
-    const TiffEntry* entry = directory.Find(which);
+void CheckChanged(const TiffStructure& after, const TiffEntry* entry, const Wanted& wanted) {
     Require((entry == nullptr) == wanted.gone, "an entry is there unless it was removed");
     if (entry == nullptr) return;
     if (!wanted.data.empty()) {
@@ -80,45 +68,28 @@ void CheckChanged(const TiffStructure& after, const TiffDirectory& directory, st
     }
 }
 
-/// Unchanged entries, in order. Entries that point to directories point to their new offsets.
-void CheckKept(const TiffStructure& before, const TiffDirectory& old, const TiffStructure& after,
-               const TiffDirectory& now, const std::set<std::uint16_t>& changed,
+/// An unchanged entry. Those that point to directories point to their new offsets.
+void CheckKept(const TiffStructure& before, const TiffEntry& a, const TiffStructure& after, const TiffEntry& b,
                const std::map<std::uint64_t, std::uint64_t>& moved) {
-    const auto kept = [&](const TiffDirectory& directory) {
-        std::vector<TiffEntry> entries = directory.entries;
-        std::erase_if(entries, [&](const TiffEntry& entry) { return changed.contains(entry.tag); });
-        return entries;
-    };
-    const std::vector<TiffEntry> left = kept(old), right = kept(now);
-    Require(left.size() == right.size(), "as many entries");
-    for (std::size_t i = 0; i < left.size(); ++i) {
-        const TiffEntry& a = left[i];
-        const TiffEntry& b = right[i];
-        Require(a.tag == b.tag && a.count == b.count, "the same entry");
-        if (a.tag == tag::SubIfds) {
-            std::vector<std::uint64_t> places = before.Numbers(a);
-            for (std::uint64_t& place : places) {
-                if (const auto found = moved.find(place); found != moved.end()) place = found->second;
-            }
-            Require(after.Numbers(b) == places, "the directories below");
-            continue;
+    Require(a.tag == b.tag && a.count == b.count, "the same entry");
+    if (a.tag == tag::SubIfds) {
+        std::vector<std::uint64_t> places = before.Numbers(a);
+        for (std::uint64_t& place : places) {
+            if (const auto found = moved.find(place); found != moved.end()) place = found->second;
         }
-        Require(a.type == b.type && a.dataSize == b.dataSize, "the same type");
-        if (TypeSize(a.type) == 0) Require(a.value == b.value, "the field of an unknown type");
-        if (!IsReadable(before, a)) continue;
-        Require(Value(before, a) == Value(after, b), "the same value");
+        return Require(after.Numbers(b) == places, "the directories below");
     }
+    Require(a.type == b.type && a.dataSize == b.dataSize, "the same type");
+    if (TypeSize(a.type) == 0) Require(a.value == b.value, "the field of an unknown type");
+    if (const auto value = Value(before, a)) Require(value == Value(after, b), "the same value");
 }
 
 /// Values that overlap a directory would be overwritten when that is written.
 bool IsSound(const TiffStructure& structure) {
-    for (const TiffDirectory& directory : structure.directories()) {
-        if (!FaultOfTags(structure, directory).empty()) return false;
-        for (const TiffEntry& entry : directory.entries) {
-            if (structure.LiesOverDirectory(entry)) return false;
-        }
-    }
-    return true;
+    const auto overlaps = [&](const TiffEntry& entry) { return structure.LiesOverDirectory(entry); };
+    return std::ranges::all_of(structure.directories(), [&](const TiffDirectory& directory) {
+        return FaultOfTags(structure, directory).empty() && std::ranges::none_of(directory.entries, overlaps);
+    });
 }
 
 std::map<std::uint64_t, std::uint64_t> Rewrite(const TiffStructure& structure, const Changes& changes,
@@ -168,23 +139,23 @@ void RunTarget(FuzzInput& input) {
     const auto refusal = RefusalOf([&] { moved = Rewrite(*before, changes, target); });
     // Reasons: no room for one more entry, or values too large to be copied with a directory that moves.
     if (refusal) return;
-    const auto broken = RefusalOf([&] { after.emplace(target); });
-    Require(!broken, "what was written can be read");
+    MustSucceed([&] { after.emplace(target); }, "what was written can be read");
     Require(after->directories().size() == before->directories().size(), "as many directories");
     Require(after->form().bigEndian == before->form().bigEndian, "the same order of bytes");
     Require(after->exifColorSpace() == before->exifColorSpace(), "the same EXIF data");
+    for (const auto& [place, wanted] : changes) {
+        CheckChanged(*after, after->directories()[place.first].Find(place.second), wanted);
+    }
     for (std::size_t i = 0; i < after->directories().size(); ++i) {
-        const TiffDirectory& old = before->directories()[i];
-        const TiffDirectory& now = after->directories()[i];
-        std::set<std::uint16_t> changed;
-        for (const auto& [place, wanted] : changes) {
-            if (place.first != i) continue;
-            if (wanted.gone && old.Find(place.second) == nullptr) continue;
-            changed.insert(place.second);
-            CheckChanged(*after, now, place.second, wanted);
+        TiffDirectory old = before->directories()[i], now = after->directories()[i];
+        for (TiffDirectory* directory : {&old, &now}) {
+            std::erase_if(directory->entries, [&](const TiffEntry& e) { return changes.contains({i, e.tag}); });
         }
         Require(old.parent == now.parent, "below the same directory");
-        CheckKept(*before, old, *after, now, changed, moved);
+        Require(old.entries.size() == now.entries.size(), "as many entries");
+        for (std::size_t n = 0; n < old.entries.size(); ++n) {
+            CheckKept(*before, old.entries[n], *after, now.entries[n], moved);
+        }
     }
 }
 
