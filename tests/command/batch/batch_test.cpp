@@ -116,6 +116,7 @@ TEST_F(BatchTest, NamesThatAreNoUtf8AreNamesLikeOthers) {
     fs::copy_file(a_, two);
     WriteBytes(scans_ + "/bad\xff.tif", "bad");
     const Outcome run = ConvertAll({"--json"});
+    EXPECT_EQ(run.status, 1);
     EXPECT_THAT(Outputs(), testing::Contains("caf\xe9.tif"));
     const auto hex = [](const std::string& text) {
         return Shell("printf %s " + Quoted(text) + " | od -An -v -tx1 | tr -d ' \\n'");
