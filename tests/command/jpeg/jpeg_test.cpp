@@ -270,8 +270,7 @@ protected:
     }
 };
 
-/// The only table of grey, also for all colours of RGB or CMYK, and no factors. Those of grey mean nothing, and RGB does
-/// not get them.
+/// The only table of grey, also for all colours of RGB or CMYK. Grey alone has factors, which mean nothing there.
 void AsGrey(jpeg_compress_struct* info) {
     WithoutSubsampling(info);
     if (info->num_components == 1) info->comp_info[0].h_samp_factor = info->comp_info[0].v_samp_factor = 2;
