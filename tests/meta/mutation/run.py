@@ -54,7 +54,7 @@ PLACES = {"hostile": "hostile/", "hostile_io": "hostile/", "hostile_alloc": "hos
 ARRAY = re.compile(r"^\s*(?:alignas\(\d+\) )?(?:(?:const|static|constexpr|inline|mutable|unsigned) )*[\w:]+\*?(?: const)? \w+((?:\[\w+\])+)(?= ?[;={])")
 # By folder.
 GUARD_SUITES = {
-    "engine": ["hostile", "unit_engine", "hostile_alloc"],
+    "engine": ["hostile", "unit_engine", "pipeline", "hostile_alloc"],
     "iccfile": ["unit_iccfile", "hostile"],
     "tiff": ["unit_tiff", "hostile", "hostile_io"],
     "units": ["unit_units", "unit_engine", "hostile"],
