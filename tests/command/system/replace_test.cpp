@@ -121,7 +121,7 @@ TEST_F(ReplaceTest, WhatAKilledRunLeftIsRemovedByTheNext) {
         return ".hueweave-" + tool::MachineName() + "-1-" + number + ".tmp";
     };
     // Not the names of temporary files.
-    Words stay{".hueweave-1-2.tmp.tif", ".hueweave-a-b.tmp", ".hueweave-m-1-2-3.tmp", ".hueweave-notes.tmp"};
+    Words stay{".hueweave-1-2.tmp.tif", ".hueweave-a-b.tmp", own("2-3"), ".hueweave-notes.tmp"};
     for (const std::string& name : stay) WriteBytes(folder_ / name, "mine");
     WriteBytes(other_ / "victim", "mine");
     fs::create_symlink(other_ / "victim", folder_ / own("3"));
