@@ -31,6 +31,7 @@ TEST_F(ExactTest, IsTheDefaultAndGivesWhatTheProfilesDescribe) {
     const Words relative{"--intent", "relative"};
     ExpectTruth("photo-8.tif", {}, 1, 0);
     ExpectTruth("photo-16.tif", {}, 48, 0);
+    ExpectTruth("photo-16.tif", relative + Words{"--bpc"}, 24, 1, true);
     ExpectTruth("photo-16.tif", relative + Words{"--to", Input("wide.icc")}, 100, 1);
     EXPECT_EQ(ReadPictures(out_)[0].icc, FileBytes(Input("wide.icc")));
     // The black of this device is 1 % of its white.
