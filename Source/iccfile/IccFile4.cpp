@@ -171,8 +171,8 @@ int IccFile4::AddIccTagData(unsigned sig, unsigned offset, unsigned size, std::F
 }
 
 void IccFile4::Append(std::uint32_t name, std::span<const unsigned char> block) {
-    // A tag copies its block and does not write to it. An empty block has no bytes for a tag to read, wherever it
-    // begins.
+    // A tag copies its block and does not write to it. An empty block has no address, because a curve of size 0 reads
+    // what its address holds.
     unsigned char* data = block.empty() ? nullptr : const_cast<unsigned char*>(block.data());
     tagList.push_back(CreateNewTag(static_cast<icTagSignature>(name), data, static_cast<int>(block.size())));
 }

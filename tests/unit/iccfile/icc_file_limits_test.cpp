@@ -40,6 +40,14 @@ TEST_F(IccFile4Limits, KeepsATagOfNoBytesWithTypeZero) {
     Read(ProfileOf({{"chad"}, {"A2B0"}, {"B2A2"}, {"wtpt"}, {"rTRC"}, {"desc"}, {"cprt"}, {"abcd"}}));
 }
 
+/// A curve of size 0 reads as many entries as the bytes at its address declare, so it must not get the address of bytes
+/// that are another tag's.
+TEST_F(IccFile4Limits, ReadsNoCurveFromAnEmptyBlock) {
+    Read(ProfileOf({{"gTRC", CurveBlock({1, 2, 3})}, {"rTRC", {}, 132 + 2 * 12, 0}}));
+    EXPECT_THAT(EntriesOf(&Get<CCurveType>("gTRC")), EqualTo(Values{1, 2, 3}));
+    EXPECT_EQ(Get<CCurveType>("rTRC").curveCount, 0U);
+}
+
 /// Entries that all share one block, by which a small file could request any amount of memory. The sum of rounded
 /// sizes, plus 256 bytes for each entry, may reach eight times the file size plus 4 MiB.
 TEST_F(IccFile4Limits, TakesSharedBlocksUpToALimit) {
