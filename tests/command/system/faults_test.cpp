@@ -9,6 +9,7 @@
 #include "command/support/Batch.h"
 #include "command/support/FileTest.h"
 #include "command/support/Json.h"
+#include "command/support/Limits.h"
 #include "command/support/Picture.h"
 #include "support/Matchers.h"
 
@@ -148,7 +149,9 @@ protected:
 #ifndef __SANITIZE_ADDRESS__
 TEST_F(ScarceTest, OpenFilesOrMemory) {
     for (const rlim_t limit : {12U, 16U, 24U, 40U}) ExpectNothingWorseThanRefusals(RLIMIT_NOFILE, limit);
-    for (const rlim_t megabytes : {60U, 70U, 80U, 120U}) ExpectNothingWorseThanRefusals(RLIMIT_AS, megabytes << 20);
+    for (const rlim_t megabytes : {60U, 70U, 80U, 120U}) {
+        ExpectNothingWorseThanRefusals(RLIMIT_AS, (megabytes << 20) + (rlim_t{kCountsKb} << 10));
+    }
 }
 #endif
 
