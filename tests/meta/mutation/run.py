@@ -77,6 +77,11 @@ BUILD_SECONDS = 3600
 MOST_ENDS = 12  # ends of a program; after these the remaining tests are skipped
 MORE_SECONDS = 60  # in addition to the time of the suite without a mutant; a longer run hangs
 TOO_LONG = -1000  # instead of an exit status
+# The pieces of a guard's text: literals, names, white space, and every other character by itself.
+TOKEN = re.compile(r'"(?:[^"\\]|\\.)*"|\'(?:[^\'\\]|\\.)*\'|\d[\w.\']*|[A-Za-z_]\w*|\s+|.')
+NAME = re.compile(r"[A-Za-z_]\w*")
+KEYWORDS = set("auto bool break case char const constexpr continue else false for if int nullptr return sizeof "
+               "static_cast std true unsigned void while".split())
 # Patterns and their replacements.
 SWAPS = [
     (r"(?<=[\w\)\]] )<(?= [\w\(\-])", "<="), (r"(?<= )<=(?= )", "<"),
@@ -139,9 +144,44 @@ def all_mutants():
     return mutants
 
 
+def pattern_of(text):
+    """A pattern for a piece of C++ whatever its names are, and the names. One name matches one name throughout."""
+    names, pattern = [], ""
+    for token in TOKEN.findall(text):
+        if token.isspace():
+            pattern += r"\s+"
+        elif not NAME.fullmatch(token) or token in KEYWORDS:
+            pattern += re.escape(token)
+        elif token in names:
+            pattern += rf"\b(?P=n{names.index(token)})\b"
+        else:
+            pattern += rf"\b(?P<n{len(names)}>[A-Za-z_]\w*)\b"
+            names.append(token)
+    return re.compile(pattern), names
+
+
+def guard_place(lines, old, nth):
+    """Where a guard is: (line number, match, its names as they are now by their listed form), or None.
+
+    Of the matching places those with the fewest renamed names count, at most half of the names. One must be left, or
+    with `nth` that many.
+    """
+    pattern, names = pattern_of(old)
+    places = []
+    for number, line in enumerate(lines):
+        for match in pattern.finditer(line):
+            now = {name: match[f"n{index}"] for index, name in enumerate(names)}
+            places.append((sum(name != other for name, other in now.items()), number, match, now))
+    fewest = min((place[0] for place in places), default=len(names))
+    best = [place[1:] for place in places if place[0] == fewest and 2 * fewest <= len(names)]
+    if len(best) < (nth or 1) or (not nth and len(best) != 1):
+        return None
+    return best[(nth or 1) - 1]
+
+
 def listed_guards(path):
-    """The mutants of a list of guards. Each guard must be in the source exactly once, or once in its N-th line."""
-    mutants = []
+    """The mutants of a list of guards. A guard keeps its place when names in the source change."""
+    mutants, missing = [], []
     for line in path.read_text().splitlines():
         if not line or line.startswith("#"):
             continue
@@ -149,11 +189,17 @@ def listed_guards(path):
         old, new = change.split(" ==>", 1)
         name, _, nth = place.partition(":")
         lines = (ROOT / name).read_text().splitlines()
-        places = [number for number, text in enumerate(lines) if old in text]
-        if len(places) < int(nth or 1) or (not nth and len(places) != 1) or lines[places[int(nth or 1) - 1]].count(old) != 1:
-            raise SystemExit(f"{place}: not there, or not once: {old}")
-        number = places[int(nth or 1) - 1]
-        mutants.append((pathlib.Path(name), number, lines[number].replace(old, new.strip()), f"{old} ==>{new}"))
+        found = guard_place(lines, old, int(nth or 0))
+        if found is None:
+            missing.append(f"{path.name}: {place}: not there, or not once: {old}")
+            continue
+        number, match, now = found
+        renamed = "".join(now.get(token, token) for token in TOKEN.findall(new.strip()))
+        text = match.string
+        mutants.append((pathlib.Path(name), number, text[: match.start()] + renamed + text[match.end():],
+                        f"{old} ==>{new}"))
+    if missing:
+        raise SystemExit("\n".join(missing))
     return mutants
 
 
