@@ -6,6 +6,7 @@
 
 #include "create/ExifBlock.h"
 #include "create/SourcePicture.h"
+#include "system/BigEndian.h"
 
 namespace hueweave::tool {
 namespace {
@@ -23,11 +24,6 @@ bool StartsWith(const Bytes& data, std::string_view start) {
 
 Bytes After(const Bytes& data, std::size_t start) {
     return {data.begin() + static_cast<std::ptrdiff_t>(start), data.end()};
-}
-
-std::uint32_t Word(const Bytes& data, std::size_t at) {
-    return std::uint32_t{data[at]} << 24 | std::uint32_t{data[at + 1]} << 16 | std::uint32_t{data[at + 2]} << 8 |
-           data[at + 3];
 }
 
 void SetResolution(Metadata& metadata, double x, double y) {
@@ -99,7 +95,7 @@ Metadata MetadataOf(const PngStructure& structure) {
     for (const PngChunk& chunk : structure.chunks()) {
         if (chunk.type == "pHYs" && chunk.Data().size == 9) {
             const Bytes data = structure.Data(chunk);
-            if (data[8] == 1) SetResolution(metadata, PerInch(Word(data, 0)), PerInch(Word(data, 4)));
+            if (data[8] == 1) SetResolution(metadata, PerInch(Big32(&data[0])), PerInch(Big32(&data[4])));
         }
         const bool isText =
             chunk.type == "tEXt" || chunk.type == "zTXt" || chunk.type == "iTXt" || chunk.type == "tIME";
@@ -128,7 +124,7 @@ Metadata MetadataOf(const JpegStructure& structure) {
         const Bytes data = structure.Data(segment);
         if (segment.marker == kApp0 && StartsWith(data, kJfifStart) && data.size() >= 12) {
             const double factor = data[7] == 1 ? 1 : data[7] == 2 ? kInchPerCentimetre : 0;
-            SetResolution(metadata, (data[8] << 8 | data[9]) * factor, (data[10] << 8 | data[11]) * factor);
+            SetResolution(metadata, Big16(&data[8]) * factor, Big16(&data[10]) * factor);
         } else if (segment.marker == kApp1 && StartsWith(data, kExifStart)) {
             SetExif(metadata, After(data, kExifStart.size()));
         } else if (segment.marker == kApp1 && StartsWith(data, kXmpStart)) {

@@ -6,15 +6,12 @@
 
 #include "create/NewImage.h"
 #include "png/PngCodec.h"
+#include "system/BigEndian.h"
 
 namespace hueweave::tool {
 namespace {
 
 constexpr int kLevel = 6;  ///< of zlib
-
-void PutWord(Bytes& bytes, std::uint32_t word) {
-    for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes.push_back(static_cast<unsigned char>(word >> shift));
-}
 
 PngHeader HeaderOf(const NewImage& image) {
     PngHeader header;
@@ -28,8 +25,8 @@ PngHeader HeaderOf(const NewImage& image) {
 
 Bytes HeaderData(const PngHeader& header) {
     Bytes data;
-    PutWord(data, header.width);
-    PutWord(data, header.height);
+    PutBig32(data, header.width);
+    PutBig32(data, header.height);
     data.insert(data.end(),
                 {static_cast<unsigned char>(header.depth), static_cast<unsigned char>(header.colours), 0, 0, 0});
     return data;
@@ -39,7 +36,7 @@ Bytes HeaderData(const PngHeader& header) {
 Bytes ResolutionData(const Resolution& resolution) {
     Bytes data;
     for (const double perInch : {resolution.x, resolution.y}) {
-        PutWord(data, static_cast<std::uint32_t>(std::lround(perInch / 0.0254)));
+        PutBig32(data, static_cast<std::uint32_t>(std::lround(perInch / 0.0254)));
     }
     data.push_back(1);
     return data;

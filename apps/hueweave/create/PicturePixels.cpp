@@ -6,6 +6,7 @@
 #include "create/SourcePicture.h"
 #include "jpeg/JpegCodec.h"
 #include "png/PngCodec.h"
+#include "system/BigEndian.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
@@ -59,7 +60,7 @@ private:
         const std::size_t width = from_.bits / 8, size = from_.samples * width;
         Bytes key;
         for (std::size_t c = 0; c < from_.samples && transparent_.size() == std::size_t{2} * from_.samples; ++c) {
-            const auto sample = static_cast<std::uint16_t>(transparent_[2 * c] << 8 | transparent_[2 * c + 1]);
+            const std::uint16_t sample = Big16(&transparent_[2 * c]);
             std::uint16_t native = sample;
             if (header_.depth < 8) {
                 const unsigned top = (1U << header_.depth) - 1;

@@ -10,6 +10,7 @@
 #include "jpeg/FurtherImages.h"
 #include "jpeg/JpegCodec.h"
 #include "picture/PixelBands.h"
+#include "system/BigEndian.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
@@ -98,9 +99,9 @@ private:
 
     void PutProfile() {
         for (const Bytes& data : profile_) {
-            const std::size_t length = data.size() + 2;
-            Put({0xff, static_cast<unsigned char>(jpeg_marker::kApp2), static_cast<unsigned char>(length >> 8),
-                 static_cast<unsigned char>(length)});
+            Bytes start{0xff, static_cast<unsigned char>(jpeg_marker::kApp2)};
+            PutBig16(start, static_cast<std::uint16_t>(data.size() + 2));
+            Put(start);
             Put(data);
         }
     }

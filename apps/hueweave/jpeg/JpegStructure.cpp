@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "system/BigEndian.h"
 #include "system/Refusal.h"
 
 namespace hueweave::tool {
@@ -14,8 +15,6 @@ using namespace jpeg_marker;
 constexpr const char* kWholeCopy = "get a whole copy of the file";
 constexpr std::uint64_t kBlock = std::uint64_t{64} << 10;
 constexpr std::size_t kProfileHead = kProfileStart.size() + 2;  ///< with the number of the part, and of all
-
-unsigned U16(const Bytes& data, std::size_t at) { return static_cast<unsigned>(data[at] << 8 | data[at + 1]); }
 
 }  // namespace
 
@@ -146,8 +145,8 @@ void JpegStructure::ReadFrame(const JpegSegment& segment) {
     if (count == 0 || data.size() != 6 + 3 * count) Refuse("is damaged: its frame header has a wrong size");
     frame_.marker = segment.marker;
     frame_.precision = data[0];
-    frame_.height = U16(data, 1);
-    frame_.width = U16(data, 3);
+    frame_.height = Big16(&data[1]);
+    frame_.width = Big16(&data[3]);
     if (frame_.width == 0 || frame_.height == 0) Refuse("does not give its size in its frame header");
     for (std::size_t c = 0; c < count; ++c) {
         const unsigned factors = data[6 + 3 * c + 1];

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "system/BigEndian.h"
+
 namespace hueweave::tool {
 namespace {
 
@@ -12,7 +14,7 @@ Bytes PixelOf(const Bytes& chunk, unsigned depth) {
     const std::size_t channels = chunk.size() / 2;
     Bytes pixel(channels * (depth == 16 ? 2 : 1));
     for (std::size_t c = 0; c < channels; ++c) {
-        const auto sample = static_cast<std::uint16_t>(chunk[2 * c] << 8 | chunk[2 * c + 1]);
+        const std::uint16_t sample = Big16(&chunk[2 * c]);
         if (depth == 16) {
             std::memcpy(&pixel[2 * c], &sample, 2);
         } else {
@@ -60,8 +62,7 @@ Bytes ConvertColour(const Conversion& conversion, const PngHeader& header, const
     for (std::size_t at = 0; at < pixel.size(); at += width) {
         std::uint16_t sample = pixel[at];
         if (width == 2) std::memcpy(&sample, &pixel[at], 2);
-        converted.push_back(static_cast<unsigned char>(sample >> 8));
-        converted.push_back(static_cast<unsigned char>(sample));
+        PutBig16(converted, sample);
     }
     return converted;
 }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 
+#include "system/BigEndian.h"
 #include "system/Refusal.h"
 #include "system/Signals.h"
 
@@ -18,14 +19,6 @@ namespace {
 constexpr const char* kWholeCopy = "get a whole copy of the file";
 constexpr std::uint64_t kMostLength = 0x7fffffff;
 constexpr std::uint64_t kBlock = std::uint64_t{64} << 10;
-
-std::uint32_t Word(const unsigned char* at) {
-    return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8 | at[3];
-}
-
-void PutWord(Bytes& bytes, std::uint32_t word) {
-    for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes.push_back(static_cast<unsigned char>(word >> shift));
-}
 
 bool IsLetter(unsigned char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
@@ -90,7 +83,7 @@ PngChunk PngStructure::ReadChunk(std::uint64_t offset) {
     if (fileSize_ - offset < 12) Refuse("is truncated: it ends at byte " + std::to_string(fileSize_));
     std::array<unsigned char, 8> head{};
     file_.Read(offset, head.data(), head.size());
-    const std::uint64_t length = Word(head.data());
+    const std::uint64_t length = Big32(head.data());
     if (length > kMostLength || !std::all_of(head.begin() + 4, head.end(), IsLetter)) {
         Refuse("is damaged: no chunk begins at byte " + std::to_string(offset));
     }
@@ -121,7 +114,7 @@ void PngStructure::CheckSum(const PngChunk& chunk) const {
         sum = crc32(sum, block.data(), static_cast<uInt>(block.size()));
         at += block.size();
     }
-    if (sum != Word(file_.Read({end, 4}).data())) {
+    if (sum != Big32(file_.Read({end, 4}).data())) {
         Refuse("is damaged: the checksum of its chunk " + chunk.type + " is wrong");
     }
 }
@@ -130,8 +123,8 @@ void PngStructure::ReadHeader() {
     if (chunks_[0].type != "IHDR") Refuse("is damaged: it does not begin with the chunk IHDR");
     const Extent place = chunks_[0].Data();
     const Bytes data = place.size == 13 ? file_.Read(place) : Bytes(13);
-    header_.width = Word(data.data());
-    header_.height = Word(data.data() + 4);
+    header_.width = Big32(data.data());
+    header_.height = Big32(data.data() + 4);
     header_.depth = data[8];
     header_.colours = static_cast<PngHeader::Colours>(data[9]);
     header_.interlaced = data[12] == 1;
@@ -202,10 +195,10 @@ Bytes PngStructure::Profile() const {
 
 Bytes MakeChunk(std::string_view type, const Bytes& data) {
     Bytes chunk;
-    PutWord(chunk, static_cast<std::uint32_t>(data.size()));
+    PutBig32(chunk, static_cast<std::uint32_t>(data.size()));
     chunk.insert(chunk.end(), type.begin(), type.end());
     chunk.insert(chunk.end(), data.begin(), data.end());
-    PutWord(chunk, static_cast<std::uint32_t>(crc32(0, chunk.data() + 4, static_cast<uInt>(chunk.size() - 4))));
+    PutBig32(chunk, static_cast<std::uint32_t>(crc32(0, chunk.data() + 4, static_cast<uInt>(chunk.size() - 4))));
     return chunk;
 }
 
