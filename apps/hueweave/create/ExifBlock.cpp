@@ -14,11 +14,11 @@ namespace {
 constexpr std::size_t kHeader = 8, kEntry = 12;
 constexpr std::size_t kMostEntries = 1000, kMostDirectories = 8;
 constexpr std::uint64_t kMostValues = std::uint64_t{1} << 20;  ///< bytes of all values of a page's metadata
-constexpr std::uint16_t kMakerNote = 37500;
 
-/// Description, maker, model, orientation, software, date, artist, computer, copyright; the directories EXIF and GPS.
-constexpr std::uint16_t kDescribing[] = {270, 271, 272,   tag::Orientation, 305,        306,
-                                         315, 316, 33432, tag::ExifIfd,     tag::GpsIfd};
+/// What describes a picture, with the directories EXIF and GPS.
+constexpr std::uint16_t kDescribing[] = {tag::Description, tag::Maker,   tag::Model,  tag::Orientation,
+                                         tag::Software,    tag::Date,    tag::Artist, tag::Computer,
+                                         tag::Copyright,   tag::ExifIfd, tag::GpsIfd};
 constexpr std::uint16_t kPointers[] = {tag::ExifIfd, tag::GpsIfd, tag::InteroperabilityIfd};
 
 template <std::size_t kCount>
@@ -222,7 +222,7 @@ ExifOfPage MakeExifBlock(const TiffStructure& structure, const TiffDirectory& di
         if (page.empty() || (page.size() == 1 && page[0].tag == tag::Orientation && isUsual)) return {};
         Items exif = reader.Below(page, tag::ExifIfd), gps = reader.Below(page, tag::GpsIfd);
         const Items shared = reader.Below(exif, tag::InteroperabilityIfd);
-        made.hasMakerNote = std::erase_if(exif, [](const Item& item) { return item.tag == kMakerNote; }) > 0;
+        made.hasMakerNote = std::erase_if(exif, [](const Item& item) { return item.tag == tag::MakerNote; }) > 0;
         BlockWriter writer(structure.form().bigEndian);
         for (const auto which : {tag::ExifIfd, tag::GpsIfd}) {
             if (!(which == tag::ExifIfd ? exif : gps).empty()) page.push_back(writer.Pointer(which, 0));

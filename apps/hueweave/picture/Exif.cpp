@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "picture/Exif.h"
 
+#include <tiff.h>
+
 namespace hueweave::tool {
 namespace {
-
-constexpr unsigned kExifPointer = 34665, kColourSpace = 40961, kThumbnail = 513, kOrientation = 274;
-constexpr unsigned kShort = 3;
 
 /// Numbers of a block in its own byte order; past the end every number is 0.
 class ExifReader {
@@ -49,13 +48,14 @@ ExifColours ReadExif(std::span<const unsigned char> block) {
     const ExifReader reader(block);
     ExifColours colours;
     const std::size_t first = reader.U32(4);
-    if (const auto exif = reader.Find(first, kExifPointer)) {
-        const auto space = reader.Find(reader.U32(exif.at + 8), kColourSpace);
-        if (space && reader.U16(space.at + 2) == kShort) colours.space = reader.U16(space.at + 8);
+    if (const auto exif = reader.Find(first, TIFFTAG_EXIFIFD)) {
+        const auto space = reader.Find(reader.U32(exif.at + 8), EXIFTAG_COLORSPACE);
+        if (space && reader.U16(space.at + 2) == TIFF_SHORT) colours.space = reader.U16(space.at + 8);
     }
-    const auto orientation = reader.Find(first, kOrientation);
-    if (orientation && reader.U16(orientation.at + 2) == kShort) colours.orientation = reader.U16(orientation.at + 8);
-    colours.hasThumbnail = static_cast<bool>(reader.Find(reader.Next(first), kThumbnail));
+    const auto orientation = reader.Find(first, TIFFTAG_ORIENTATION);
+    if (orientation && reader.U16(orientation.at + 2) == TIFF_SHORT)
+        colours.orientation = reader.U16(orientation.at + 8);
+    colours.hasThumbnail = static_cast<bool>(reader.Find(reader.Next(first), TIFFTAG_JPEGIFOFFSET));
     return colours;
 }
 
