@@ -129,10 +129,14 @@ TEST_F(FormatTest, DamagedExifIsLeftOut) {
     const auto entry = [](std::uint64_t tag, std::uint64_t type, std::uint64_t count, std::uint64_t value) {
         return Little({tag, type}, 2) + Little({count, value, 0}, 4);
     };
+    const std::string artist = entry(315, 2, 3, 0x004241);
+    std::string mixed = head, unknown = head;
+    mixed[7] = 'M';
+    unknown[6] = unknown[7] = 'X';
     const struct {
         std::string exif;
         bool stays;
-    } kRows[] = {{head + entry(315, 2, 3, 0x004241), true},      // an artist AB in the entry itself
+    } kRows[] = {{head + artist, true},                          // an artist AB in the entry itself
                  {head + entry(315, 2, 9, 17), true},            // the last nine bytes
                  {head + entry(315, 2, 9, 18), false},           // one more than there are
                  {head + entry(315, 12, 0x20000000, 8), false},  // 4 GiB
@@ -140,7 +144,9 @@ TEST_F(FormatTest, DamagedExifIsLeftOut) {
                  {head + entry(34665, 4, 1, 21), false},         // one without an end
                  {head + entry(34665, 2, 1, 8), false},          // a place that is text
                  {std::string("Exif\0\0II*\0\x19\0\0\0", 14), false},
-                 {std::string("Exif\0\0IM*\0", 10), false}};
+                 {std::string("Exif\0\0II*\0", 10), false},
+                 {mixed + artist, false},  // no byte order
+                 {unknown + artist, false}};
     for (const auto& row : kRows) {
         SCOPED_TRACE(testing::PrintToString(row.exif));
         WriteBytes(in_, WithAtStart(photo, SegmentBytes({0xe1, row.exif})));

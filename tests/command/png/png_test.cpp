@@ -276,6 +276,15 @@ TEST_F(GreyPngTest, ATransparentGreyStaysAndNoOtherBecomesTransparent) {
     ASSERT_THAT(ConvertBy(grey_, {"--grey-to-rgb"}), Succeeds());
     EXPECT_EQ(Data(out_, "tRNS"), std::string(6, '\0'));
     EXPECT_EQ(Data(out_, "bKGD"), std::string("\0\xff\0\xff\0\xff", 6));
+    // With 16 bits 0 and 50 are 0: a light of (50/65535)^2.2 is a sample of 0.1.
+    Samples wide{1, 1, 16, std::vector<std::uint64_t>(kPixels, 40000)};
+    wide.values[1] = 0;
+    wide.values[2] = 50;
+    Write(wide, {{"tRNS", std::string(2, '\0')}});
+    ASSERT_THAT(ConvertBy(grey_), Succeeds());
+    const Picture deep = ReadWide();
+    EXPECT_EQ(deep.values[4 * 2], 1) << "moved by one step";
+    for (std::size_t p = 0; p < kPixels; ++p) EXPECT_EQ(deep.values[4 * p + 3], p == 1 ? 0 : 65535) << p;
     // The transparent grey 5 of 15 is 85 of 255; by Little CMS, the pixels of 5 and only they have its colour.
     const Samples few{1, 1, 4, Varied(kPixels, 4)};
     Write(few, {{"tRNS", std::string("\0\5", 2)}});

@@ -46,6 +46,16 @@ TEST_F(ReportPageTest, HasTheToneOfAGamma) {
     }
 }
 
+TEST_F(ReportPageTest, HasTheCommandLineWithoutDefaults) {
+    const std::string profile = Input("matrix.icc");
+    const Words others{"--to", "adobe-rgb", "--intent", "saturation"};
+    for (const auto& [given, shown] :
+         {std::pair{Words{}, Words{}}, {{"--to", "srgb", "--intent", "perceptual"}, {}}, {others, others}}) {
+        EXPECT_EQ(NumbersOf(PageOf(Words{profile} + given))["program"]["command"],
+                  json(Words{"hueweave", "report", profile} + shown + Words{"-o", page_}));
+    }
+}
+
 TEST_F(ReportPageTest, CountsEachPixelOfAPicture) {
     const std::string image = folder_ / "image.tif";
     // Two black pixels, one of the largest red, and one within the range.
