@@ -17,7 +17,8 @@ int CIccEngineS::Rebuild(const Build& build) {
     };
     try {
         const auto* lut = dynamic_cast<const CLut16Type*>(tag);
-        // Any other tag is converted to a temporary table; a tag that is no LUT gives an unusable table.
+        // Any other tag is converted to a temporary table; a tag that is no LUT gives an unusable table. The casts ask
+        // for the class because callers depend on the virtual functions of the tags, which therefore stay as they are.
         return lut != nullptr ? use(*lut) : use(CLut16Type(dynamic_cast<const ICCFILE::CLut*>(tag)));
     } catch (...) {
         Refuse();

@@ -15,7 +15,7 @@
 namespace hueweave::tool {
 
 /// Converts files on several threads, in the order in which they are added. If fewer files wait than threads are free,
-/// the surplus threads are divided among the files.
+/// the surplus threads are divided among the files. `WorkUnits` does the same for a number of units that is known.
 class FileQueue {
 public:
     /// Converts a file on this number of threads. Returns the status if it was refused; throws `Interrupted` after a
