@@ -18,7 +18,7 @@ help:
 	@echo "make corpus         convert the samples of Debian's source packages (220 MB) and judge them by other readers (ten minutes)"
 	@echo "make fuzz           run each fuzz target for SECONDS=60"
 	@echo "make oss-fuzz       build the fuzz targets as OSS-Fuzz does, and run them"
-	@echo "make many-inputs    run nearly four million broken inputs, always the same ones"
+	@echo "make many-inputs    run four million broken inputs, always the same ones"
 	@echo "make faults         make every system call and allocation of the command fail; kill it; close its streams"
 	@echo "make check-cluster  convert with Slurm and GNU parallel on machines that die, as root (five minutes)"
 	@echo "make memcheck       run the suites that decode files under valgrind"

@@ -46,7 +46,7 @@ sample, or whole TIFF files.
 ")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about}This package holds the shared library.")
 set(CPACK_DEBIAN_TRANSFORM_DESCRIPTION "Turns RGB pixels of any ICC profile into those of any other one, as exactly as
-Little CMS in floating point: 8 or 16 bits a sample, or floats.
+Little CMS in floating point: 8 or 16 bits per sample, or floats.
 .
 This package holds the shared library of transforms.")
 set(CPACK_DEBIAN_DEV_DESCRIPTION "${about}This package holds the headers, the reference of the interface, examples, and

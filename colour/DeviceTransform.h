@@ -15,7 +15,7 @@
 namespace hueweave::colour {
 
 /// A transform at one bit depth. Grey samples are looked up in a table of all their values; other pixels are converted
-/// one by one, except those that were converted a moment ago.
+/// one by one, except those that were converted recently.
 class DeviceTransform : public DeviceConverter {
 public:
     /// `source` is a profile for `model`, or is empty for CIELAB. `target` is an RGB or grey profile. Throws as the

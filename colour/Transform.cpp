@@ -194,7 +194,7 @@ struct Transform::Parts {
     bool IsExact() const { return error.p999 <= kMostP999 && error.largest <= kMostLargest; }
     std::string WhyNot() const {
         if (conversion == nullptr)
-            return "a profile has stages that no other way has, or a grid of more than 129 points";
+            return "a profile has stages that no faster method supports, or a grid of more than 129 points";
         char text[120];
         std::snprintf(text, sizeof text,
                       "the direct way is off by CIEDE2000 %.2f for 0.1 %% of the colours, %.2f at most", error.p999,

@@ -17,7 +17,7 @@ struct Entry {
 constexpr Entry kEntries[] = {
     {HW_OK, "ok", "There is no failure."},
     {HW_ERROR_ARGUMENT, "argument", "A pointer is null, or a profile is not given in exactly one way."},
-    {HW_ERROR_OPTIONS, "options", "An option is unknown, is out of range or does not go with another one."},
+    {HW_ERROR_OPTIONS, "options", "An option is unknown, is out of range or cannot be combined with another one."},
     {HW_ERROR_FILE, "file", "A profile cannot be read; check the file and its permissions."},
     {HW_ERROR_PROFILE, "profile", "A profile cannot be used; give the profile of an RGB device or space."},
     {HW_ERROR_SPACE, "space", "There is no colour space of this name; hw_space_name() gives the names."},

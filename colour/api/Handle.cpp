@@ -22,10 +22,11 @@ constexpr const char* kExact = "use the exact precision";
 
 void CheckLibraryTarget(const GivenProfile& target, const Settings& settings) {
     if (target.space == nullptr || !target.space->IsEngines()) {
-        Fail(HW_ERROR_PRECISION, target.name, "is a target that the library's precision does not have", kExact);
+        Fail(HW_ERROR_PRECISION, target.name, "is a target that the library's precision does not support", kExact);
     }
     if (settings.curves && target.space->ByTable()) {
-        Fail(HW_ERROR_PRECISION, "hw_options.curves", "do not go with the target adobe-rgb, which is made by a curve",
+        Fail(HW_ERROR_PRECISION, "hw_options.curves",
+             "cannot be combined with the target adobe-rgb, which already uses a curve",
              "use the target adobe-rgb-g18");
     }
 }
@@ -33,10 +34,12 @@ void CheckLibraryTarget(const GivenProfile& target, const Settings& settings) {
 void CheckExactTarget(const GivenProfile& target, const Settings& settings) {
     if (target.space != nullptr) return;
     if (settings.curves) {
-        Fail(HW_ERROR_OPTIONS, "hw_options.curves", "do not go with a profile as the target", "name a colour space");
+        Fail(HW_ERROR_OPTIONS, "hw_options.curves", "cannot be combined with a profile as the target",
+             "name a colour space");
     }
     if (settings.iccVersion != 4) {
-        Fail(HW_ERROR_OPTIONS, "hw_options.icc_version", "does not go with a profile as the target", "leave it out");
+        Fail(HW_ERROR_OPTIONS, "hw_options.icc_version", "cannot be combined with a profile as the target",
+             "leave it out");
     }
 }
 

@@ -58,10 +58,10 @@ void Check(const hw_options& options) {
         return;
     }
     if (options.black_point != HW_BLACK_POINT_AUTO) {
-        Refuse("black_point", "does not go with the library's precision", "leave one of them out");
+        Refuse("black_point", "cannot be combined with the library's precision", "leave one of them out");
     }
     if (options.icc_version == 2) {
-        Refuse("icc_version", "does not go with the library's precision", "leave one of them out");
+        Refuse("icc_version", "cannot be combined with the library's precision", "leave one of them out");
     }
     if (options.samples == HW_SAMPLES_FLOAT) {
         Fail(HW_ERROR_PRECISION, "hw_options.samples",

@@ -5,7 +5,7 @@
 
 namespace hueweave::colour {
 
-/// Called now and then in long work; may throw to end it. Never empty.
+/// Called regularly during long operations; may throw to end it. Never empty.
 using Poll = std::function<void()>;
 
 }  // namespace hueweave::colour

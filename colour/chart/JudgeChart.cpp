@@ -41,7 +41,7 @@ Triple WhiteOf(LcmsWork& work, cmsHPROFILE profile) {
     return sound ? white : kD50;
 }
 
-/// The two profiles, as far as they are needed to see colours through them.
+/// The parts of the two profiles that are needed to evaluate their colours.
 class Viewer {
 public:
     Viewer(const Bytes& source, const Bytes& target, ChartView view) {
@@ -74,7 +74,7 @@ private:
         cmsDoTransform(toLab_, rgb.data(), &lab, 1);
         return Moved(lab, kD50, targetWhite_);
     }
-    /// The target's colour for a colour as it is seen, cut to the gamut.
+    /// The target's colour for a colour as it is seen, clipped to the gamut.
     Triple Nearest(const cmsCIELab& seen) const {
         const cmsCIELab lab = Moved(seen, targetWhite_, kD50);
         Triple rgb;

@@ -24,11 +24,11 @@ struct JudgedPatch {
     Triple device;
     cmsCIELab reference, converted;
     double difference;  ///< CIEDE2000
-    bool outside;       ///< of the target's gamut: the reference changes by more than `kReachable` when it is cut to it
+    bool outside;       ///< of the target's gamut: the reference changes by more than `kReachable` when clipped to it
 };
 inline constexpr double kReachable = 0.5;
 
-/// Differences in CIEDE2000. A share of the patches is within the smallest difference that so many do not exceed.
+/// Differences in CIEDE2000. A percentile is the smallest difference that this share of the patches does not exceed.
 struct ChartFigures {
     std::size_t patches = 0;
     double mean = 0, median = 0, p90 = 0, p95 = 0, largest = 0;

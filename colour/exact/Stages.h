@@ -40,7 +40,7 @@ struct CubeStage {};
 /// From XYZ relative to the white to the cube roots of CIELAB less 16/116.
 struct RootStage {};
 
-/// Between the cube roots of CIELAB: offsets of L* and C*, after which both are cut to 0 to 100, and a hue angle in
+/// Between the cube roots of CIELAB: offsets of L* and C*, after which both are clamped to 0 to 100, and a hue angle in
 /// degrees; see `TransformOptions`.
 struct AdjustStage {
     double lightness, chroma, hue;

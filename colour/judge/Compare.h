@@ -35,7 +35,7 @@ std::vector<DeviceColour> CheckColours();
 using EachColour = std::function<void(const Comparison::Worst&)>;
 
 /// Compares a converter's results for `colours`, rounded to its bit depth, with the truth clipped to the target's
-/// range. `poll` is called now and then, `each` with every colour if it is not empty.
+/// range. `poll` is called regularly, `each` with every colour if it is not empty.
 Comparison Compare(const RgbConverter& converter, const Truth& truth, const std::vector<DeviceColour>& colours,
                    const Poll& poll, const EachColour& each = {});
 

@@ -52,7 +52,7 @@ Truth::Truth(LcmsWork& work, const OpenProfile& source, const OpenProfile& targe
         connection_ = ConnectBeforeLab(work, source.handle, target.handle, options);
     }
     if (targetLab_ == nullptr || (link_ == nullptr && (toLab_ == nullptr || fromLab_ == nullptr))) {
-        throw ProfileError("describes no way from the colours of its device to those of the output");
+        throw ProfileError("contains no conversion from the colours of its device to those of the output");
     }
 }
 

@@ -93,7 +93,7 @@ std::array<cmsCIEXYZ, 3> ColorantsOf(LcmsWork& work, const Space& space, Coloran
     return {{{m[0], m[3], m[6]}, {m[1], m[4], m[7]}, {m[2], m[5], m[8]}}};
 }
 
-/// The colorants are adapted to D50; version 4 demands the matrix that did it. Its columns are the adapted unit
+/// The colorants are adapted to D50; version 4 requires the matrix that did it. Its columns are the adapted unit
 /// vectors.
 void WriteAdaptation(LcmsWork& work, cmsHPROFILE profile, const cmsCIExyY& white) {
     cmsCIEXYZ source;

@@ -9,7 +9,7 @@ set -l reading '__fish_seen_subcommand_from convert watch status inspect bake ve
 
 complete -c hueweave -n $first -f -a convert -d 'convert TIFF, PNG and JPEG files to a colour space'
 complete -c hueweave -n $first -f -a watch -d 'convert the pictures that arrive in a folder'
-complete -c hueweave -n $first -f -a status -d 'tell how far the runs into a folder are'
+complete -c hueweave -n $first -f -a status -d 'show the progress of conversions into a folder'
 complete -c hueweave -n $first -f -a inspect -d 'describe a profile or a picture'
 complete -c hueweave -n $first -f -a bake -d 'make a profile that the engine supports for every intent'
 complete -c hueweave -n $first -f -a verify -d 'compare conversions with Little CMS in floating point'
@@ -70,7 +70,7 @@ complete -c hueweave -n '__fish_seen_subcommand_from watch' -l settle -x -d 'sec
 complete -c hueweave -n '__fish_seen_subcommand_from report' -l chart -r -d 'chart with its reference'
 complete -c hueweave -n '__fish_seen_subcommand_from report' -l max-memory -x -d 'memory for a picture, as 256M'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l image -r -d 'colours of a picture'
-complete -c hueweave -n '__fish_seen_subcommand_from verify' -l bits -x -d 'bits a sample' -a '8 16'
+complete -c hueweave -n '__fish_seen_subcommand_from verify' -l bits -x -d 'bits per sample' -a '8 16'
 complete -c hueweave -n '__fish_seen_subcommand_from verify' -l points -x -d 'points of the grid on each axis'
 complete -c hueweave -n '__fish_seen_subcommand_from verify check' -l limit -x -d 'largest difference'
 

@@ -34,7 +34,7 @@ void Convert(const std::string& folder) {
             width.output) {
             throw std::runtime_error("the profile " + profile + " cannot be used: run make_chart first");
         }
-        std::printf("\nConverting %d bits a sample with Orvix_Icc_ConvertFile:\n", width.bits);
+        std::printf("\nConverting %d bits per sample with Orvix_Icc_ConvertFile:\n", width.bits);
         std::fflush(stdout);
         const std::string source = Name(folder, "chart", width.bits), dest = Name(folder, "converted", width.bits);
         Orvix_Icc_ConvertFile(source.c_str(), dest.c_str());

@@ -55,11 +55,11 @@ extern "C" {
 enum hw_status HW_ENUM32 {
     HW_OK = 0,              /**< done */
     HW_ERROR_ARGUMENT = 1,  /**< a pointer is null, or a profile is given in no way or in several */
-    HW_ERROR_OPTIONS = 2,   /**< an option is unknown, is out of range or does not go with another one */
+    HW_ERROR_OPTIONS = 2,   /**< an option is unknown, is out of range or cannot be combined with another one */
     HW_ERROR_FILE = 3,      /**< a profile cannot be read from its path */
     HW_ERROR_PROFILE = 4,   /**< a profile cannot be used */
     HW_ERROR_SPACE = 5,     /**< there is no colour space of this name */
-    HW_ERROR_PRECISION = 6, /**< the library's precision does not have what is wanted, or is wrong for the profile */
+    HW_ERROR_PRECISION = 6, /**< the library's precision does not support this, or is wrong for the profile */
     HW_ERROR_CURVES = 7,    /**< no profile can describe the tone curves, because one falls */
     HW_ERROR_LAYOUT = 8,    /**< a size, a stride or the number of channels is out of range */
     HW_ERROR_OVERLAP = 9,   /**< the source and the destination overlap without being the same */

@@ -109,7 +109,7 @@ public:
         Check(hw_convert_image(handle_.get(), source, dest, &layout));
     }
 
-    /** @return what hw_transform_info() tells; its texts belong to this object */
+    /** @return the result of hw_transform_info(); its texts belong to this object */
     hw_info Info() const {
         hw_info info{};
         info.size = sizeof info;

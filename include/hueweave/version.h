@@ -2,7 +2,7 @@
  * Copyright (c) The Hueweave authors
  */
 /** @file
- * The version of Hueweave that a program is compiled with. hw_version() tells the version that it runs with.
+ * The version of Hueweave that a program is compiled with. hw_version() returns the version that it runs with.
  */
 #ifndef HUEWEAVE_VERSION_H
 #define HUEWEAVE_VERSION_H

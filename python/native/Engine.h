@@ -18,7 +18,8 @@ class Engine {
 public:
     Engine() : engine_(std::make_unique<Core>()) {}
 
-    /// All of them return the engine's output space, or 65535. `isPath` tells a path from the bytes of a profile.
+    /// All of them return the engine's output space, or 65535. `isPath` distinguishes a path from the bytes of a
+    /// profile.
     std::int32_t SetProfile(const std::string& profile, bool isPath, std::int32_t intent, std::int32_t input,
                             std::int32_t output);
     std::int32_t SetIntent(std::int32_t intent, std::int32_t input, std::int32_t output);

@@ -91,7 +91,7 @@ const hw_transform* Transform::Handle(hw_samples samples) const {
     if (ready != nullptr) return ready;
     if (samples == HW_SAMPLES_FLOAT && !settings_.IsExact()) {
         throw py::type_error(
-            "array: its samples are float32, which precision='library' does not have; give uint8 or uint16, or use "
+            "array: its samples are float32, which precision='library' does not support; give uint8 or uint16, or use "
             "precision='exact'");
     }
     const py::gil_scoped_release release;

@@ -129,7 +129,7 @@ FALLING = CURVES + numpy.arange(255, -1, -1, "uint8")[:, None]
         ({"icc_version": 3}, ValueError, "icc_version: is 3; give 2 or 4"),
         ({"accept_error": 0}, ValueError, "accept_error: is 0; give more than 0, up to 100"),
         ({"accept_error": 1}, ValueError, "accept_error: is for the library's precision"),
-        ({"precision": "library", "bpc": True}, ValueError, "black_point: does not go with the library's precision"),
+        ({"precision": "library", "bpc": True}, ValueError, "black_point: cannot be combined with the library's"),
         ({"precision": "library", "to": "rec2020"}, hueweave.ProfileError, "rec2020: is a target that the library's"),
         ({"curves": [1, 2]}, TypeError, "curves: is of the type list; give a numpy.ndarray of uint8"),
         ({"curves": CURVES.T}, ValueError, "curves: its shape is (3, 256); give (256, 3)"),
@@ -145,7 +145,7 @@ def test_transform(arguments: dict[str, Any], kind: type[Exception], message: st
 
 
 def test_floats_of_the_library(scanner: pathlib.Path) -> None:
-    with pytest.raises(TypeError, match="float32, which precision='library' does not have; give uint8 or uint16"):
+    with pytest.raises(TypeError, match="float32, which precision='library' does not support; give uint8 or uint16"):
         hueweave.Transform(scanner, precision="library")(numpy.zeros(3, "float32"))
 
 

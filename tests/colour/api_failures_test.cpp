@@ -118,12 +118,12 @@ TEST(TransformApiFailure, OfAnOptionHasALimitOnBothSides) {
          kLibrary},
         {[](O&) {}, "precision: display-p3: is a target that the library's", kLibrary, &p3},
         {[](O&) {}, "precision: target: is a target that the library's", kLibrary, &device},
-        {[](O& o) { o.curves = falling.data(); }, "precision: hw_options.curves: do not go with the target adobe-rgb",
-         kLibrary, &adobe},
+        {[](O& o) { o.curves = falling.data(); },
+         "precision: hw_options.curves: cannot be combined with the target adobe-rgb", kLibrary, &adobe},
         {[](O& o) { o.curves = falling.data(); }, "curves: hw_options.curves: no profile can describe"},
-        {[](O& o) { o.curves = falling.data(); }, "options: hw_options.curves: do not go with a profile", kExact,
-         &device},
-        {[](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: does not go with a profile", kExact,
+        {[](O& o) { o.curves = falling.data(); }, "options: hw_options.curves: cannot be combined with a profile",
+         kExact, &device},
+        {[](O& o) { o.icc_version = 2; }, "options: hw_options.icc_version: cannot be combined with a profile", kExact,
          &device}};
     for (const auto& c : cases) {
         hw_options options = HW_OPTIONS_INIT;

@@ -159,7 +159,8 @@ TEST(WaysTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
         const Bytes profile = FloatProfile(rough);
         const Transform transform(profile, Device("srgb"), {});
         EXPECT_EQ(WayName(transform.way()), "pixel by pixel");
-        EXPECT_EQ(transform.reason(), "a profile has stages that no other way has, or a grid of more than 129 points");
+        EXPECT_EQ(transform.reason(),
+                  "a profile has stages that no faster method supports, or a grid of more than 129 points");
         const auto [words, bytes] = Measure(transform, profile, Device("srgb"), {});
         EXPECT_LE(words.largest, 0.02);
         EXPECT_LE(bytes.most, 1);

@@ -54,7 +54,7 @@ TiffBuilder InStrips(std::uint32_t width, std::uint32_t height, unsigned samples
 /// Adds the tags and the data of a single strip.
 TiffBuilder OneStrip(TiffBuilder tiff) { return tiff.Long(278, 5).StripOffsets().StripByteCounts().Strip(Pixels(105)); }
 
-/// An image of 7 by 5 pixels in one strip whose place and length are not told yet.
+/// An image of 7 by 5 pixels in one strip whose place and length are not given yet.
 TiffBuilder Untold() { return TiffBuilder().Shape(7, 5, 3, 8).Long(278, 5).Strip(Pixels(105)); }
 
 struct FileRow {

@@ -56,7 +56,7 @@ void RefusedFiles::Add(const Item& item, const std::string& name, const std::exc
     }
 }
 
-/// Tells `hueweave status` about a file.
+/// Records a file for `hueweave status`.
 void RefusedFiles::Record(const Item& item, const std::string& reason) {
     if (session_.record == nullptr || session_.options.dryRun) return;
     session_.record->Add(FailedLine{item.relative, item.source, reason, false, Now()});

@@ -12,8 +12,8 @@
 namespace hueweave::tool {
 namespace {
 
-/// The known word that a mistyped one stands for: the only one that begins with it, or one that differs in a letter, or
-/// in one of three. Empty if there is none.
+/// The known word that is probably meant by a mistyped one: the only one that begins with it, or one that differs in a
+/// letter, or in one of three. Empty if there is none.
 std::string Nearest(const std::string& word, const std::vector<std::string>& known) {
     constexpr std::size_t kLeast = 2, kLongest = 40;
     if (word.size() < kLeast || word.size() > kLongest) return "";
@@ -91,7 +91,7 @@ void RequireCommand(const CLI::App& app, const std::string& word) {
     std::vector<std::string> known;
     for (const CLI::App* command : app.get_subcommands({})) known.push_back(command->get_name());
     if (std::find(known.begin(), known.end(), word) != known.end()) return;
-    RefuseUnknown("'" + word + "' is no command", Nearest(word, known), "see hueweave --help");
+    RefuseUnknown("'" + word + "' is not a command", Nearest(word, known), "see hueweave --help");
 }
 
 }  // namespace hueweave::tool

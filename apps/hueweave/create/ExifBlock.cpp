@@ -28,7 +28,7 @@ bool IsOneOf(std::uint16_t which, const std::uint16_t (&list)[kCount]) {
 
 TiffForm FormOf(std::span<const unsigned char> block) { return {block[0] == 'M', false}; }
 
-/// Reads the directories of a block; past its end they are unsound.
+/// Reads the directories of a block; those that extend past its end are damaged.
 class BlockReader {
 public:
     explicit BlockReader(std::span<const unsigned char> block) : block_(block), form_(FormOf(block)) {}
@@ -217,7 +217,7 @@ ExifOfPage MakeExifBlock(const TiffStructure& structure, const TiffDirectory& di
         for (const TiffEntry& entry : directory.entries) {
             if (DescribesPicture(entry.tag)) reader.Add(page, entry);
         }
-        // The usual orientation says nothing.
+        // The usual orientation carries no information.
         const bool isUsual = structure.Number(directory, tag::Orientation, 1) == 1;
         if (page.empty() || (page.size() == 1 && page[0].tag == tag::Orientation && isUsual)) return {};
         Items exif = reader.Below(page, tag::ExifIfd), gps = reader.Below(page, tag::GpsIfd);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The file is a header, or the EXIF metadata, which are a TIFF file themselves: so their offsets stay true. The strips
+// The file is a header, or the EXIF metadata, which are a TIFF file themselves: so their offsets stay valid. The strips
 // and the directory follow.
 #include <tiff.h>
 

@@ -15,7 +15,7 @@ namespace hueweave::tool {
 class SourcePicture {
 public:
     virtual ~SourcePicture() = default;
-    /// The pixels as a converter takes them: those of a palette are RGB, a transparent colour is an alpha channel.
+    /// The pixels as a converter accepts them: those of a palette are RGB, a transparent colour is an alpha channel.
     virtual Raster raster() const = 0;
     virtual Metadata metadata() const = 0;
     /// Converts all pixels and gives them to a file. `target` is where that is written; temporary files are made beside

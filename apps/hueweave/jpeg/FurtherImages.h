@@ -7,8 +7,8 @@
 
 namespace hueweave::tool {
 
-/// Whether the file has a list of further images after the first one. They go, because they would keep the old colours,
-/// and the list contains their offsets.
+/// Whether the file has a list of further images after the first one. They are removed, because they would keep the old
+/// colours, and the list contains their offsets.
 bool HasFurtherImages(const JpegStructure& structure);
 
 /// Whether a segment is such a list.

@@ -12,8 +12,8 @@
 
 namespace hueweave::tool {
 
-/// Bytes that libjpeg needs to decode an image and to encode it again with so many samples a pixel, without optimised
-/// Huffman codes.
+/// Bytes that libjpeg needs to decode an image and to encode it again with this number of samples per pixel, without
+/// optimised Huffman codes.
 std::uint64_t JpegCoderMemory(const JpegStructure& structure, unsigned samples);
 
 /// Decodes an image to RGB, grey, or CMYK where 0 is no ink. Refuses damaged data.

@@ -55,7 +55,7 @@ bool JpegDecoder::Parts::Refill() noexcept {
         const std::uint64_t end = structure.coded().End();
         if (next >= end) {
             throw Refusal(Exit::Input, structure.file().name(), "contains damaged image data (they end too early)",
-                          "get a whole copy of the file");
+                          "get a complete copy of the file");
         }
         block = structure.file().Read({next, std::min(kReadBlock, end - next)});
         next += block.size();
@@ -84,7 +84,7 @@ JpegDecoder::JpegDecoder(const JpegStructure& structure) : parts_(std::make_uniq
     if (parts.info.output_width != frame.width || parts.info.output_height != frame.height ||
         static_cast<std::size_t>(parts.info.output_components) != frame.components.size()) {
         throw Refusal(Exit::Input, structure.file().name(), "contains image data of another size than its header",
-                      "get a whole copy of the file");
+                      "get a complete copy of the file");
     }
 }
 
@@ -101,7 +101,7 @@ void JpegDecoder::Read(unsigned char* rows, std::uint32_t count) {
     });
     if (!done) parts.errors.Throw(parts.structure.file().name());
     if (parts.info.out_color_space != JCS_CMYK) return;
-    // With Adobe's marker, which every file of four components has that gets here, 255 is no ink.
+    // With Adobe's marker, which every file of four components has here, 255 is no ink.
     std::transform(rows, rows + count * rowBytes, rows,
                    [](unsigned char ink) { return static_cast<unsigned char>(255 - ink); });
 }

@@ -59,7 +59,7 @@ bool HasZero(const jpeg_decompress_struct& from) {
     return false;
 }
 
-/// Makes the encoder do what was done for the image of the decoder, for pixels of so many samples.
+/// Gives the encoder the settings with which the decoder's image was encoded, for pixels with this number of samples.
 void Imitate(j_compress_ptr to, j_decompress_ptr from, int samples) {
     const bool isSame = samples == from->num_components;
     // The first three components of YCCK are those of YCbCr.
@@ -161,7 +161,7 @@ JpegEncoder::JpegEncoder(const FileAccess& target, const JpegDecoder& decoder, u
     JpegDecoder::Parts& from = *decoder.parts_;
     if (HasZero(from.info)) {
         throw Refusal(Exit::Input, parts.name, "is damaged: its quantisation tables contain 0",
-                      "get a whole copy of the file");
+                      "get a complete copy of the file");
     }
     const bool mayOptimise = from.structure.frame().CoefficientBytes(samples) <= memory;
     const bool done = Guarded(parts.errors, [&parts, &from, samples, mayOptimise] {

@@ -55,7 +55,7 @@ void JpegErrors::Throw(const std::string& name) const {
                       "write it as TIFF or PNG");
     }
     throw Refusal(Exit::Input, name, "contains damaged image data (" + std::string(message) + ")",
-                  "get a whole copy of the file");
+                  "get a complete copy of the file");
 }
 
 void LeaveCallback(j_common_ptr common) { std::longjmp(Of(common).out, 1); }

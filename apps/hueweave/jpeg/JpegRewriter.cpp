@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kMostInSegment = 65533 - 14;  ///< bytes of a profile; 14 are its name and the number of the part
 constexpr std::size_t kMostParts = 255;
-constexpr unsigned char kYCbCr = 1;  ///< in the marker of Adobe
+constexpr unsigned char kYCbCr = 1;  ///< in the Adobe marker
 
 class Rewriter {
 public:
@@ -160,24 +160,23 @@ void CheckConvertible(const JpegStructure& structure) {
     const JpegFrame& frame = structure.frame();
     const std::size_t samples = frame.components.size();
     if (samples != 1 && samples != 3 && samples != 4) {
-        throw Refusal(Exit::Input, name, fmt::format("has {} samples a pixel", samples), "give an RGB file");
+        throw Refusal(Exit::Input, name, fmt::format("has {} samples per pixel", samples), "give an RGB file");
     }
     if (!frame.IsUsual()) {
         const bool lossless = frame.marker == 0xc3 || frame.marker == 0xcb;
-        throw Refusal(
-            Exit::Input, name,
-            lossless ? "is a lossless JPEG, which the decoder does not support"
-                     : "is a hierarchical JPEG, which the decoder does not support",
-            lossless ? "write it as TIFF or PNG, which lose nothing either" : "write it anew as baseline JPEG");
+        throw Refusal(Exit::Input, name,
+                      lossless ? "is a lossless JPEG, which the decoder does not support"
+                               : "is a hierarchical JPEG, which the decoder does not support",
+                      lossless ? "write it as TIFF or PNG, which lose nothing either" : "rewrite it as baseline JPEG");
     }
     if (frame.precision != 8) {
         throw Refusal(Exit::Input, name,
-                      fmt::format("has {} bits a sample; the JPEG decoder supports 8", frame.precision),
+                      fmt::format("has {} bits per sample; the JPEG decoder supports 8", frame.precision),
                       "write it as TIFF or PNG of 16 bits");
     }
     // Programs disagree whether 0 is all ink or none without it.
     if (samples == 4 && !structure.HasAdobe()) {
-        const std::string pixels = "CMYK pixels without the marker of Adobe, which tells how they are encoded";
+        const std::string pixels = "CMYK pixels without the Adobe marker, which says how they are encoded";
         throw Refusal(Exit::Input, name, "holds " + pixels, "write it as a CMYK TIFF, with the program that made it")
             .OfKind({"CMYK", pixels, true});
     }

@@ -17,7 +17,7 @@ struct JpegJob {
     std::shared_ptr<const Bytes> icc;                   ///< the profile to embed; null for none
 };
 
-/// Refuses a file for which there is no conversion: CMYK without the marker of Adobe, and images that libjpeg does not
+/// Refuses a file for which there is no conversion: CMYK without the Adobe marker, and images that libjpeg does not
 /// decode.
 void CheckConvertible(const JpegStructure& structure);
 

@@ -12,7 +12,7 @@ namespace {
 
 using namespace jpeg_marker;
 
-constexpr const char* kWholeCopy = "get a whole copy of the file";
+constexpr const char* kWholeCopy = "get a complete copy of the file";
 constexpr std::uint64_t kBlock = std::uint64_t{64} << 10;
 constexpr std::size_t kProfileHead = kProfileStart.size() + 2;  ///< with the number of the part, and of all
 
@@ -188,7 +188,7 @@ Bytes JpegStructure::Profile() const {
         if (isWhole) parts[number - 1] = {segment.data.offset + kProfileHead, segment.data.size - kProfileHead};
     }
     if (found != parts.size() || !isWhole) {
-        throw Refusal(Exit::Profile, file_.name(), "embeds a profile of which parts are missing or doubled",
+        throw Refusal(Exit::Profile, file_.name(), "embeds a profile with missing or duplicate parts",
                       "give one with --profile and --source given");
     }
     Bytes profile;

@@ -50,7 +50,7 @@ struct JpegFrame {
     bool IsUsual() const { return (marker >= 0xc0 && marker <= 0xc2) || IsArithmetic(); }
     /// Bytes of all coefficients of the image.
     std::uint64_t CoefficientBytes() const;
-    /// The same for the image that it becomes with so many samples a pixel, at most.
+    /// The same, at most, for the output image with this number of samples per pixel.
     std::uint64_t CoefficientBytes(unsigned samples) const {
         return CoefficientBytes() * (samples > components.size() ? samples : 1);
     }
@@ -66,7 +66,7 @@ public:
     const FileAccess& file() const { return file_; }
     const JpegFrame& frame() const { return frame_; }
     /// Those before the first scan; behind them, comments and data of applications between later scans,
-    /// except those that tell how to read an image.
+    /// except those that describe how to read an image.
     const std::vector<JpegSegment>& segments() const { return segments_; }
     std::uint64_t scans() const { return scans_; }
     /// From the first scan to the end of the image.
@@ -77,7 +77,7 @@ public:
     /// Whether the data of a segment begin with these bytes.
     bool Begins(const JpegSegment& segment, std::string_view start) const;
     bool IsProfile(const JpegSegment& segment) const;
-    /// The marker of Adobe, which tells how colours are encoded.
+    /// The Adobe marker, which says how colours are encoded.
     bool IsAdobe(const JpegSegment& segment) const;
     bool HasAdobe() const;
     /// The profile, put together from its segments; empty if there is none.
@@ -102,7 +102,7 @@ inline constexpr std::string_view kProfileStart{"ICC_PROFILE\0", 12};
 inline constexpr std::string_view kExifStart{"Exif\0\0", 6};
 inline constexpr std::string_view kXmpStart{"http://ns.adobe.com/xap/1.0/\0", 29};
 inline constexpr std::string_view kAdobeStart{"Adobe", 5};
-inline constexpr std::size_t kAdobeTransform = 11;  ///< index of the byte that tells the colours, the last one
+inline constexpr std::size_t kAdobeTransform = 11;  ///< index of the last byte, which gives the encoding of the colours
 inline constexpr std::string_view kFurtherImagesStart{"MPF\0", 4};
 
 }  // namespace hueweave::tool

@@ -12,7 +12,7 @@ enum class Format { Unknown, Tiff, Png, Jpeg };
 
 /// The format of a file, by its first bytes, whatever its name is.
 Format FormatOf(const FileAccess& file);
-/// The format that the end of a name stands for, in upper or lower case; `Unknown` for any other name.
+/// The format that the end of a name denotes, in upper or lower case; `Unknown` for any other name.
 Format FormatOfName(std::string_view path);
 /// "TIFF", "PNG" or "JPEG".
 std::string_view FormatName(Format format);

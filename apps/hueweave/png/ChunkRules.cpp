@@ -19,7 +19,7 @@ constexpr std::string_view kDescribe[] = {"iCCP", "sRGB", "gAMA", "cHRM"};
 /// images side by side, and the time of the last change.
 constexpr std::string_view kIndependent[] = {"hIST", "sCAL", "sTER", "tIME"};
 
-/// Marked as safe to copy, but true for the old colours only: drafts of mDCV and cLLI.
+/// Marked as safe to copy, but valid for the old colours only: drafts of mDCV and cLLI.
 constexpr std::string_view kUntrue[] = {"mDCv", "cLLi"};
 
 }  // namespace
@@ -41,7 +41,7 @@ ChunkFate FateOf(const PngChunk& chunk, const PngHeader& header, bool samplesCha
     // With a palette, tRNS contains its alpha and bKGD an index.
     if (type == "tRNS" || type == "bKGD") return hasPalette ? ChunkFate::Keep : ChunkFate::Convert;
     if (isIn(kUntrue)) return ChunkFate::Drop;
-    // Among those that go: sBIT counts the bits of the old samples, and sPLT contains colours.
+    // Among those that are removed: sBIT counts the bits of the old samples, and sPLT contains colours.
     const bool keeps = isIn(kCritical) || isIn(kIndependent) || chunk.IsSafeToCopy();
     return keeps ? ChunkFate::Keep : ChunkFate::Drop;
 }
@@ -52,7 +52,7 @@ void CheckConvertible(const PngStructure& structure) {
         const auto is = [&](std::string_view type) { return type == chunk.type; };
         if (!chunk.IsCritical() || std::any_of(std::begin(kCritical), std::end(kCritical), is)) continue;
         throw Refusal(Exit::Input, name, "contains a critical chunk " + chunk.type + " that is not known",
-                      "write it anew with a program that knows it");
+                      "rewrite it with a program that supports it");
     }
     if (structure.Find("acTL") != nullptr) {
         throw Refusal(Exit::Input, name, "is an animated PNG, of which only the first image could be converted",

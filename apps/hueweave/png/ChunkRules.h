@@ -5,13 +5,13 @@
 
 namespace hueweave::tool {
 
-/// What becomes of a chunk in the output.
+/// What happens to a chunk in the output.
 enum class ChunkFate {
     Keep,      ///< copied byte for byte
     Image,     ///< IDAT
     Convert,   ///< contains colours of the image, or their number of samples and bits
-    Describe,  ///< describes the colours of the image, as the embedded profile does, and goes
-    Drop       ///< would no longer be true, or may depend on the image, and goes with a note
+    Describe,  ///< describes the colours of the image, as the embedded profile does, and is removed
+    Drop       ///< would no longer apply, or may depend on the image, and is removed with a note
 };
 
 /// `samplesChange` is false if only the profile does.

@@ -40,7 +40,7 @@ bool IsColour(const Conversion& conversion, const Bytes& chunk) {
     return chunk.size() == std::size_t{2} * conversion.converter.sourceChannels();
 }
 
-/// Moves the last sample, which is at this address.
+/// Changes the last sample, which is at this address.
 void MoveSample(unsigned char* at, unsigned bits) {
     if (bits == 8) {
         *at = static_cast<unsigned char>(*at > 0 ? *at - 1 : 1);

@@ -14,7 +14,7 @@ namespace hueweave::tool {
 Bytes ConvertColour(const Conversion& conversion, const PngHeader& header, const Bytes& chunk);
 
 /// Converts pixels of an image with a transparent colour. Transparent pixels stay transparent, and no other pixel
-/// becomes so: if its colour would be that of the transparent ones, its last sample is moved by one step.
+/// becomes so: if its colour would be that of the transparent ones, its last sample is changed by one.
 class ColourKey {
 public:
     /// Borrows the conversion. `chunk` is the contents of tRNS.

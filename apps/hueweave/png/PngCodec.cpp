@@ -59,7 +59,8 @@ bool Guarded(PngState& state, const Call& call) {
     if (state.failure) std::rethrow_exception(state.failure);
     const std::string message = state.message;
     if (message.find("emory") != message.npos) throw std::bad_alloc();
-    throw Refusal(Exit::Input, name, "contains damaged image data (" + message + ")", "get a whole copy of the file");
+    throw Refusal(Exit::Input, name, "contains damaged image data (" + message + ")",
+                  "get a complete copy of the file");
 }
 
 void SetSamples(png_structp png, const PngHeader& header) {
@@ -98,7 +99,8 @@ struct PngDecoder::Parts {
         try {
             if (size > allowed) {
                 throw Refusal(Exit::Input, structure.file().name(),
-                              "contains image data that go on after the last pixel", "get a whole copy of the file");
+                              "contains image data that continue after the last pixel",
+                              "get a complete copy of the file");
             }
             allowed -= size;
             while (size > 0) {
@@ -167,7 +169,7 @@ PngDecoder::PngDecoder(const PngStructure& structure) : parts_(std::make_unique<
     const std::string& name = structure.file().name();
     if (!done) Throw(parts.state, name);
     if (png_get_rowbytes(parts.png, parts.info) != RasterOf(header).RowBytes()) {
-        throw Refusal(Exit::Input, name, "contains rows that cannot be decoded", "get a whole copy of the file");
+        throw Refusal(Exit::Input, name, "contains rows that cannot be decoded", "get a complete copy of the file");
     }
 }
 

@@ -12,9 +12,9 @@
 namespace hueweave::tool {
 
 /// The image as libpng decodes it: 16-bit samples in the processor's byte order; grey of less than 8 bits expanded to
-/// 8; one byte a pixel for a palette.
+/// 8; one byte per pixel for a palette.
 Raster RasterOf(const PngHeader& header);
-/// Bytes that libpng needs for an image with rows of so many bytes, besides the rows of the caller.
+/// Bytes that libpng needs for an image with rows of this many bytes, besides the rows of the caller.
 std::uint64_t PngCoderMemory(std::uint64_t rowBytes);
 
 /// Decodes an image. Refuses damaged data.

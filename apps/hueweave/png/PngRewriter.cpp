@@ -13,7 +13,7 @@
 namespace hueweave::tool {
 namespace {
 
-/// The level of zlib that wrote the image, as far as its data tell.
+/// The level of zlib that wrote the image, as far as its data show it.
 int LevelOf(const PngStructure& structure) {
     constexpr int kDefault = 6;
     constexpr int kLevels[] = {1, 4, kDefault, 9};  // by the two highest bits of the second byte
@@ -69,7 +69,7 @@ private:
         at_ += place.size;
     }
 
-    /// A chunk of colours, or the header. Colours outside of a palette have 16 bits a sample, of which an image of 8
+    /// A chunk of colours, or the header. Colours outside of a palette have 16 bits per sample, of which an image of 8
     /// bits uses the low ones.
     Bytes Converted(const PngChunk& chunk) const {
         Bytes data = structure_.Data(chunk);

@@ -16,7 +16,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr const char* kWholeCopy = "get a whole copy of the file";
+constexpr const char* kWholeCopy = "get a complete copy of the file";
 constexpr std::uint64_t kMostLength = 0x7fffffff;
 constexpr std::uint64_t kBlock = std::uint64_t{64} << 10;
 
@@ -203,7 +203,7 @@ Bytes MakeChunk(std::string_view type, const Bytes& data) {
 }
 
 Bytes MakeProfileChunk(const Bytes& profile) {
-    constexpr std::string_view kName{"ICC profile\0\0", 13};  // the second zero stands for Deflate
+    constexpr std::string_view kName{"ICC profile\0\0", 13};  // the second zero means Deflate
     Bytes data(kName.begin(), kName.end());
     uLongf size = compressBound(static_cast<uLong>(profile.size()));
     data.resize(kName.size() + size);

@@ -14,7 +14,7 @@ namespace hueweave::tool {
 namespace png_limit {
 inline constexpr std::uint64_t kChunks = 65536;                          ///< besides those of the image
 inline constexpr std::uint64_t kImageChunks = std::uint64_t{1} << 21;    ///< chunks IDAT
-inline constexpr std::uint64_t kValue = std::uint64_t{32} << 20;         ///< bytes of a chunk that is looked into
+inline constexpr std::uint64_t kValue = std::uint64_t{32} << 20;         ///< bytes of a chunk that is read
 inline constexpr std::uint64_t kProfile = std::uint64_t{32} << 20;       ///< bytes of a decoded profile
 inline constexpr std::uint64_t kBehindPixels = std::uint64_t{64} << 10;  ///< encoded bytes after the last pixel, about
 }  // namespace png_limit
@@ -34,7 +34,7 @@ struct PngChunk {
 struct PngHeader {
     enum Colours : unsigned { Grey = 0, Rgb = 2, Palette = 3, GreyAlpha = 4, RgbAlpha = 6 };
     std::uint32_t width = 0, height = 0;
-    unsigned depth = 0;  ///< bits a sample, or an index of a palette
+    unsigned depth = 0;  ///< bits per sample, or an index of a palette
     Colours colours = Grey;
     bool interlaced = false;
     bool IsGrey() const { return colours == Grey || colours == GreyAlpha; }
@@ -59,7 +59,7 @@ public:
     Extent image() const { return Find("IDAT")->place; }
     /// Bytes after IEND, which belong to no chunk.
     Extent trailer() const { return trailer_; }
-    /// The bytes of a chunk. Refuses a chunk that is too large to be looked into.
+    /// The bytes of a chunk. Refuses a chunk that is too large to be read.
     Bytes Data(const PngChunk& chunk) const;
     /// The decoded profile of the chunk iCCP.
     Bytes Profile() const;

@@ -12,7 +12,7 @@ namespace hueweave::tool {
 /// Text as HTML, for content and for values of attributes in double quotes. Control characters and text direction marks
 /// become '?', and bytes that are not UTF-8 U+FFFD.
 std::string Escaped(std::string_view text);
-/// JSON as the content of an element script: "<", ">", "&", controls and text direction marks, which can stand in
+/// JSON as the content of an element script: "<", ">", "&", controls and text direction marks, which can occur in
 /// strings only, become escape sequences, so that no value ends the element or begins a comment.
 std::string EscapedJson(const nlohmann::ordered_json& json);
 

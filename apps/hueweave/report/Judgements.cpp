@@ -6,7 +6,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr double kInvisible = 0.5;     ///< CIEDE2000 that nobody sees, not even side by side
+constexpr double kInvisible = 0.5;     ///< CIEDE2000 that is not visible, even side by side
 constexpr double kFewClipped = 1;      ///< percent
 constexpr double kVisibleFall = 0.05;  ///< of L*; less comes from rounding
 
@@ -31,10 +31,11 @@ Judgement JudgeClipping(const ReportData& data) {
     const bool isGood = percent <= kFewClipped;
     const std::string space = OneLine(data.precision.target.name);
     return {"Clipped colours", isGood,
-            isGood ? fmt::format("Nearly all colours of the device fit into {}.", space)
-                   : fmt::format("Some colours of the device do not fit into {} and are cut to it. A picture need not "
-                                 "contain them; a larger space may hold them.",
-                                 space),
+            isGood
+                ? fmt::format("Nearly all colours of the device fit into {}.", space)
+                : fmt::format("Some colours of the device do not fit into {} and are clipped to it. A picture need not "
+                              "contain them; a larger space may hold them.",
+                              space),
             fmt::format("{} of {} colours of a regular grid ({:.1f} %).", Grouped(exact.clipped),
                         Grouped(exact.colours), percent)};
 }

@@ -31,8 +31,8 @@ std::string Capitalised(std::string text) {
     return text;
 }
 
-/// What `inspect` tells of a picture, at a glance: its own values and those of the page that is shown. Whether it can
-/// be converted without a profile does not matter here.
+/// The output of `inspect` for a picture, in short: its own values and those of the page that is shown, without whether
+/// it can be converted without a profile.
 void AddFacts(const Json& described, std::size_t page, FactList& facts) {
     for (const auto& [key, value] : described.items()) {
         if (key == "pages") {

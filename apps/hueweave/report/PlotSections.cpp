@@ -70,9 +70,9 @@ std::string LabText(const LabColour& lab) { return fmt::format("{:.1f} {:.1f} {:
 std::string WorstTable(const std::string& caption, const Distribution& distribution, const DisplayColours& display) {
     std::string html = fmt::format(
         "<div class=\"scroll\" tabindex=\"0\" role=\"group\" aria-label=\"{0}\"><table class=\"sortable\"><caption>{0}"
-        "</caption><thead><tr>{1}{2}{3}<th scope=\"col\">Expected, reached</th>{4}{5}{6}</tr></thead><tbody>",
+        "</caption><thead><tr>{1}{2}{3}<th scope=\"col\">Expected, actual</th>{4}{5}{6}</tr></thead><tbody>",
         Escaped(caption), Column("R", true), Column("G", true), Column("B", true), Column("Expected L* a* b*", true),
-        Column("Reached L* a* b*", true), Column("CIEDE2000", true));
+        Column("Actual L* a* b*", true), Column("CIEDE2000", true));
     for (const auto& worst : distribution.Worst()) {
         html += "<tr>";
         for (const unsigned sample : worst.device)
@@ -81,7 +81,7 @@ std::string WorstTable(const std::string& caption, const Distribution& distribut
             "<td class=\"pair\">{}{}</td><td class=\"number\">{}</td><td class=\"number\">{}</td>"
             "<td class=\"number\">{:.4f}</td></tr>",
             Swatch(Hex(display.Of(worst.lab)), "expected colour"),
-            Swatch(Hex(display.Of(worst.reached)), "reached colour"), LabText(worst.lab), LabText(worst.reached),
+            Swatch(Hex(display.Of(worst.reached)), "actual colour"), LabText(worst.lab), LabText(worst.reached),
             worst.difference);
     }
     return html + "</tbody></table></div>";
@@ -132,7 +132,7 @@ std::vector<Series> NeutralSeries(const ToneResponse& tone, bool tint) {
 
 std::string CurvesSection(const ReportData& data) {
     std::string html =
-        "<section id=\"curves\" aria-labelledby=\"curves-title\"><h2 id=\"curves-title\">Curves</h2><p>What becomes of "
+        "<section id=\"curves\" aria-labelledby=\"curves-title\"><h2 id=\"curves-title\">Curves</h2><p>The output for "
         "equal red, green and blue, and the curves in the profile itself. With scripts, drag in a plot to zoom, "
         "double-click for the whole, or use its buttons and the arrow keys.</p><div class=\"figures-grid\">";
     const auto tone = NeutralSeries(data.tone, false), tint = NeutralSeries(data.tone, true);
@@ -166,7 +166,7 @@ std::string GamutSection(const ReportData& data) {
         "<section id=\"gamut\" aria-labelledby=\"gamut-title\"><h2 id=\"gamut-title\">Gamut</h2><p>The colours of the "
         "device in CIELAB, and those of {}. Of a regular grid of {} device colours, <strong>{}</strong> "
         "({:.1f}&nbsp;%) "
-        "lie outside and are cut to it. The device’s solid has a volume of {} cubic units, the output’s {}.</p>"
+        "lie outside and are clipped to it. The device’s solid has a volume of {} cubic units, the output’s {}.</p>"
         "<div id=\"gamut-view\" hidden></div><div class=\"slices\">",
         Escaped(data.precision.target.name), Grouped(exact.colours), Grouped(exact.clipped),
         100.0 * static_cast<double>(exact.clipped) / static_cast<double>(exact.colours),

@@ -60,7 +60,7 @@ public:
         }
         return svg;
     }
-    /// The last number ends with the picture, where a large font would not leave room for all of it.
+    /// The last label is right-aligned to the edge of the picture, so that it fits with a large font.
     std::string XTick(double place, const std::string& text) const {
         const bool isLast = place > kWidth - 2 * kRight;
         return fmt::format(

@@ -24,7 +24,7 @@ struct ReportRequest {
     std::vector<std::string> words;  ///< the command line
 };
 
-/// A picture, and what `inspect` tells of it.
+/// A picture, and the output of `inspect` for it.
 struct ReportedPicture {
     std::string name;
     nlohmann::ordered_json described;
@@ -69,7 +69,7 @@ ReportData MeasureReport(const ReportRequest& request, const DescribePicture& de
 /// The verdict in words.
 std::vector<Judgement> JudgeProfile(const ReportData& data);
 
-/// All numbers, as they stand in the page.
+/// All numbers, as the page contains them.
 nlohmann::ordered_json ReportJson(const ReportData& data);
 
 }  // namespace hueweave::tool

@@ -21,7 +21,7 @@ std::string Text(const nlohmann::ordered_json& json, const char* key) {
     return json.contains(key) ? Escaped(json[key].get<std::string>()) : "–";
 }
 
-/// Which intents the profile has tables for. A matrix profile has one way for all.
+/// Which intents the profile has tables for. A matrix profile has one conversion for all.
 std::string IntentsOf(const nlohmann::ordered_json& described) {
     constexpr std::pair<const char*, const char*> kTables[] = {
         {"A2B0", "perceptual"}, {"A2B1", "relative"}, {"A2B2", "saturation"}};
@@ -155,7 +155,7 @@ std::string NumbersSection(const ReportData& data) {
         command += (command.empty() ? "" : " ") + (isPlain ? word : "'" + quoted + "'");
     }
     return "<section id=\"numbers\" aria-labelledby=\"numbers-title\"><h2 id=\"numbers-title\">Numbers and origin</h2>"
-           "<p>All numbers of this page stand in it as JSON, in the element <code>report-data</code>.</p>"
+           "<p>The page contains all its numbers as JSON, in the element <code>report-data</code>.</p>"
            "<div id=\"json-tools\"></div>" +
            Facts({{"Command", Code(command)},
                   {"Program", "hueweave " + Escaped(kVersion)},

@@ -124,7 +124,7 @@ void FileAccess::Read(std::uint64_t offset, void* data, std::size_t size) const 
         if (got < 0) RefuseRead(name_, ErrorText(errno));
         if (got == 0) {
             throw Refusal(Exit::Input, name_, "is truncated: it ends at byte " + std::to_string(offset),
-                          "get a whole copy of the file");
+                          "get a complete copy of the file");
         }
         to += got;
         offset += static_cast<std::uint64_t>(got);

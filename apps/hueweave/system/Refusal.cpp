@@ -70,7 +70,7 @@ Explanation Explain(const std::string& name, const std::exception_ptr& cause) {
     } catch (const std::bad_alloc&) {
         return {Exit::Input, name + ": needs more memory than is available; lower -j"};
     } catch (const std::length_error&) {
-        return {Exit::Input, name + ": declares sizes that do not fit in memory; get a whole copy of the file"};
+        return {Exit::Input, name + ": declares sizes that do not fit in memory; get a complete copy of the file"};
     } catch (const std::exception& error) {
         return {Exit::Input, name + ": cannot be processed, for an unexpected reason (" + error.what() +
                                  "); please report it, with the file"};

@@ -19,7 +19,7 @@ std::string ReplaceControls(std::string_view text, const std::function<std::stri
 /// `text` on one line: such characters become '?'.
 std::string OneLine(std::string_view text);
 
-/// What refused files may have in common; a run tells of all of them in one line.
+/// What refused files may have in common; a run reports them in one line.
 struct RefusalKind {
     std::string name;     ///< after a number: "bilevel", "without a profile"
     std::string what;     ///< after "refused: ": "bilevel pixels, not RGB"

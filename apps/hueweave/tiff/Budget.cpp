@@ -8,8 +8,8 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr const char* kWholeCopy = "get a whole copy of the file";
-constexpr const char* kFewerPages = "divide it into files of fewer pages, for example with tiffsplit";
+constexpr const char* kWholeCopy = "get a complete copy of the file";
+constexpr const char* kFewerPages = "split it into files of fewer pages, for example with tiffsplit";
 
 }  // namespace
 
@@ -38,7 +38,7 @@ void Budget::AddRead(std::uint64_t bytes) {
 void Budget::AddSegments(std::uint64_t count, std::uint64_t decoded) {
     if (count > limit::kSegments - segments_) {
         Refuse("has more than " + std::to_string(limit::kSegments) + " strips or tiles",
-               "write it anew with larger ones, for example with tiffcp -t -w 512 -l 512");
+               "rewrite it with larger ones, for example with tiffcp -t -w 512 -l 512");
     }
     segments_ += count;
     if (count != 0 && decoded > (limit::kImageBytes - decoded_) / count) {

@@ -38,7 +38,7 @@ void RefuseOthers(const std::string& name, const std::vector<TiffPage>& pages) {
     const std::string where = first->label.empty() ? "" : first->label + " ";
     if (first->other == TiffPage::kUnstated) {
         throw Refusal(Exit::Input, name, where + "does not state its photometric interpretation",
-                      "get a whole copy of the file");
+                      "get a complete copy of the file");
     }
     const std::string pixels = first->other + " pixels, not RGB";
     throw Refusal(Exit::Input, name, where + "holds " + pixels, RemedyFor(*first)).OfKind({first->other, pixels, true});

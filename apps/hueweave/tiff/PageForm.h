@@ -41,7 +41,7 @@ struct PageForm {
 /// Whether the pixels of the two forms have the same samples, in the same planes.
 bool HaveSameSamples(const PageForm& read, const PageForm& written);
 /// Whether the bytes of the two forms are laid out alike, so that converted samples can replace those that were read.
-/// Otherwise all strips or tiles of all planes are written anew.
+/// Otherwise all strips or tiles of all planes are rewritten.
 bool HaveSameLayout(const PageForm& read, const PageForm& written);
 
 }  // namespace hueweave::tool

@@ -71,7 +71,9 @@ private:
         const std::string where = page_.label.empty() ? "" : page_.label + " ";
         throw Refusal(Exit::Input, structure_.file().name(), where + reason, remedy);
     }
-    [[noreturn]] void RefuseDamaged(const std::string& reason) const { Refuse(reason, "get a whole copy of the file"); }
+    [[noreturn]] void RefuseDamaged(const std::string& reason) const {
+        Refuse(reason, "get a complete copy of the file");
+    }
     std::uint64_t Number(std::uint16_t wanted, std::uint64_t fallback) const {
         return structure_.Number(directory_, wanted, fallback);
     }
@@ -190,22 +192,22 @@ private:
         const unsigned colours = page_.chroma ? 3 : page_.ColourSamples();
         page_.samples = Small(tag::SamplesPerPixel, 1);
         if (page_.samples < colours || page_.samples > 64) {
-            Refuse("has " + std::to_string(page_.samples) + " samples a pixel", "give an RGB file");
+            Refuse("has " + std::to_string(page_.samples) + " samples per pixel", "give an RGB file");
         }
         const bool isPlainModel = page_.model == colour::ColourModel::Rgb || page_.model == colour::ColourModel::Grey;
         const bool takesExtra = isPlainModel && !page_.chroma;
         if (!takesExtra && page_.samples != colours) {
-            Refuse("has " + std::to_string(page_.samples) + " samples a pixel, not " + std::to_string(colours),
+            Refuse("has " + std::to_string(page_.samples) + " samples per pixel, not " + std::to_string(colours),
                    "leave its extra samples out, for example with convert in.tif -alpha off out.tif");
         }
         if (page_.model == colour::ColourModel::Cmyk && Number(tag::InkSet, INKSET_CMYK) != INKSET_CMYK) {
-            Refuse("has other inks than CMYK", "write it anew as RGB");
+            Refuse("has other inks than CMYK", "rewrite it as RGB");
         }
         if (page_.chroma) page_.samples = page_.chroma.UnitSamples();
         page_.bits = BitsOfSamples();
         CheckFormats();
         if (!TakesBits(page_.bits)) {
-            Refuse("has " + std::to_string(page_.bits) + " bits a sample", kDepth);
+            Refuse("has " + std::to_string(page_.bits) + " bits per sample", kDepth);
         }
         const TiffEntry* entry = directory_.Find(tag::ExtraSamples);
         if (entry == nullptr) return;
@@ -217,7 +219,7 @@ private:
         }
         page_.premultiplied = page_.samples > colours && !extra.empty() && extra[0] == EXTRASAMPLE_ASSOCALPHA;
         if (page_.premultiplied && page_.palette.bits != 0) {
-            Refuse("has palette pixels with an associated alpha", "write it anew as RGB, for example with convert");
+            Refuse("has palette pixels with an associated alpha", "rewrite it as RGB, for example with convert");
         }
     }
 
@@ -229,14 +231,14 @@ private:
         if (!takesOne) page_.predictor = PREDICTOR_NONE;  // the tag has no meaning here and does not change
         const bool isWhole = page_.bits == 8 || page_.bits == 16;
         if (page_.chroma && page_.chroma.UnitSamples() != 3 && page_.predictor != PREDICTOR_NONE) {
-            Refuse("has a predictor, which data units of YCbCr do not have", "write it anew without one");
+            Refuse("has a predictor, which data units of YCbCr do not have", "rewrite it without one");
         }
         if (page_.predictor == PREDICTOR_NONE || (page_.predictor == PREDICTOR_HORIZONTAL && isWhole)) return;
         if (page_.predictor == PREDICTOR_HORIZONTAL) {
             RefuseDamaged("has predictor 2, which samples of " + std::to_string(page_.bits) + " bits do not have");
         }
         Refuse("has predictor " + std::to_string(page_.predictor) + ", which whole numbers do not have",
-               "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+               "rewrite it with LZW or Deflate, for example with tiffcp -c zip");
     }
 
     std::string RemedyForCoding() const {
@@ -244,8 +246,8 @@ private:
             return "write it as RGB first, for example with tiff2rgba -n in.tif out.tif";
         }
         const bool isKnown = TIFFIsCODECConfigured(static_cast<std::uint16_t>(page_.compression)) != 0;
-        return isKnown ? "write it anew with LZW or Deflate, for example with tiffcp -c zip"
-                       : "write it anew with LZW or Deflate, with the program that made it";
+        return isKnown ? "rewrite it with LZW or Deflate, for example with tiffcp -c zip"
+                       : "rewrite it with LZW or Deflate, with the program that made it";
     }
 
     void CheckCoding() {
@@ -296,7 +298,7 @@ private:
         // The encoders of libtiff support no others.
         if (page_.tiled && !page_.Plain() && (across % kTileStep != 0 || down % kTileStep != 0)) {
             Refuse("has encoded tiles whose sides are not multiples of 16",
-                   "write it anew with others, for example with tiffcp -t -w 512 -l 512");
+                   "rewrite it with others, for example with tiffcp -t -w 512 -l 512");
         }
         if (page_.tiled && page_.compression == COMPRESSION_OJPEG)
             Refuse("has tiles of old-style JPEG", RemedyForCoding());

@@ -39,7 +39,7 @@ const TiffEntry* TiffDirectory::Find(std::uint16_t wanted) const {
 }
 
 void TiffStructure::Refuse(const std::string& reason) const {
-    throw Refusal(Exit::Input, file_->name(), reason, "get a whole copy of the file");
+    throw Refusal(Exit::Input, file_->name(), reason, "get a complete copy of the file");
 }
 
 TiffStructure::TiffStructure(const FileAccess& file)

@@ -75,7 +75,7 @@ class Engine:
     """An engine of libHueweave, with a state of its own and the behaviour of the exported functions without a suffix.
 
     Call :meth:`set_profile` once, then :meth:`set_intent` and :meth:`adjust` any number of times, then :meth:`convert`.
-    As with the exported functions, results are numbers, and no exception tells why a profile cannot be used: that is
+    As with the exported functions, results are numbers, and no exception says why a profile cannot be used: that is
     the result 65535. Use :class:`Transform` for everything that need not behave in exactly this way.
 
     Any number of threads may use any number of engines. While one thread changes an engine, others wait for it. An

@@ -108,7 +108,7 @@ class TiffPage:
 
 @dataclass(frozen=True, slots=True, kw_only=True)
 class TiffDescription:
-    """A TIFF file; ``why`` tells why it cannot be converted without a profile."""
+    """A TIFF file; ``why`` says why it cannot be converted without a profile."""
 
     file: str
     kind: str

@@ -100,7 +100,7 @@ class Transform(_native.Transform):
     :param icc_version: of the profile to embed for a colour space, 2 or 4.
     :param accept_error: for ``precision="library"``, the CIEDE2000 that 5 % of the colours may exceed, up to 100.
     :raises ProfileError: a profile cannot be read or used.
-    :raises ValueError: an argument is out of range or unknown, or does not go with another one.
+    :raises ValueError: an argument is out of range or unknown, or cannot be combined with another one.
     :raises TypeError: an argument is of a wrong type.
     """
 

@@ -307,7 +307,7 @@ const TargetRow kTargets[] = {
     {"TwoToANewFolder", "scans/a.tif scans/b.TIFF -o new", {"new/a.tif", "new/b.TIFF"}},
     {"TwoToAFolderCalledLikeAPicture", "scans/a.tif scans/b.TIFF -o there.tif", {"there.tif/b.TIFF"}},
     {"TwoToAPicture", "scans/a.tif scans/b.TIFF -o c.tif", {}, kPicture},
-    {"TwoToAFile", "scans/a.tif scans/b.TIFF -o file", {}, "file: is no folder; name a folder for several outputs"},
+    {"TwoToAFile", "scans/a.tif scans/b.TIFF -o file", {}, "file: is not a folder; name a folder for several outputs"},
     {"FolderToANewFolder", "scans -o new.d", {"new.d/deep/a.tif"}},
     {"FolderToAPicture", "scans -o c.tif", {}, kPicture},
     {"ListToANewFolder", "--files-from list -o new", {"new/b.TIFF"}},

@@ -30,7 +30,8 @@ TEST_F(StatusTest, CountsTheFilesOfAllPartsWithTheirReasons) {
     Copy("n", 2);
     const std::string whole = FileBytes(a_);
     WriteBytes(scans_ + "/cut.tif", whole.substr(0, whole.size() / 2));
-    EXPECT_THAT(Hueweave({"status", out_}), SaysOnly(5, out_ + ": is no folder; name the output folder of the runs"));
+    EXPECT_THAT(Hueweave({"status", out_}),
+                SaysOnly(5, out_ + ": is not a folder; name the output folder of the runs"));
     EXPECT_NE(ConvertAll({"--shard", "1/2", "-q"}).status, 2);
     EXPECT_THAT(Hueweave({"status", out_, scans_ + "s"}),
                 SaysOnly(4, scans_ + "s: does not exist; name the inputs of the runs"));
@@ -121,8 +122,7 @@ TEST_F(StatusTest, TheTotalIsWhatTheRunsAnnounced) {
         EXPECT_EQ(status.value("estimated", false), estimated);
         EXPECT_EQ(status["damaged_lines"], damaged);
     }
-    EXPECT_THAT(Hueweave({"status", out_}).out,
-                HasSubstr("\n3 lines of the records cannot be read and count for nothing\n"));
+    EXPECT_THAT(Hueweave({"status", out_}).out, HasSubstr("\n3 lines of the records cannot be read and are ignored\n"));
 }
 
 TEST_F(StatusTest, AListBelowAFolderAddsNothingToItsTotal) {
@@ -240,7 +240,7 @@ TEST_F(StatusTest, FastResumeComparesSizesAndTimesOfSourceAndOutput) {
     fs::last_write_time(source, time);
     EXPECT_THAT(again("--resume=fast"), HasSubstr("0 converted, 3 done already"));
     EXPECT_THAT(again("--resume"), HasSubstr("0 converted, 2 done already, 1 refused"));
-    // Another time, the same content: the hash tells.
+    // Another time, the same content: the hash decides.
     fs::last_write_time(a_, time);
     EXPECT_THAT(again("--resume=fast"), HasSubstr("0 converted, 3 done already"));
     // Other options, and an output that changed.

@@ -115,7 +115,7 @@ TEST_F(WatchTest, ADamagedFileIsToldOnceAndTriedAgainWhenItChanges) {
         EXPECT_FALSE(Exists(out_ + "/0.tif"));
         WriteBytes(part, scan_);
         UntilConverted("0.tif");
-        // Another file with the name of one that was refused is told.
+        // Another file with the name of one that was refused is reported.
         WriteBytes(in_ + "/2.tif", "bad");
         UntilSaid("/2.tif: is not a TIFF, PNG or JPEG file");
         WriteBytes(folder_ / "2.tif", "worse");
@@ -198,7 +198,7 @@ TEST_F(WatchTest, AFolderThatCannotBeReadIsToldAndTheOthersAreWatched) {
     fs::permissions(in_, fs::perms::owner_write | fs::perms::owner_exec);
     EXPECT_EQ(Watch({}, [&](pid_t) { UntilSaid("/in: cannot be watched (Permission denied)"); }).status, 4);
     fs::permissions(in_, fs::perms::owner_all);
-    EXPECT_THAT(Hueweave({"watch", in_ + "/a.tif", "-o", out_}), Refuses(4, "is no folder; name a folder to watch"));
+    EXPECT_THAT(Hueweave({"watch", in_ + "/a.tif", "-o", out_}), Refuses(4, "is not a folder; name a folder to watch"));
 }
 
 TEST(FileQueueTest, AFileAloneIsConvertedOnAllThreads) {
@@ -238,7 +238,7 @@ TEST(WaitingFilesTest, AFileIsTakenOnceItStaysTheSameAndHasNoWriter) {
     WriteBytes(path, "changed");
     files.Notice(path, true, at(20));
     const tool::Arrival second = files.Take(at(22)).at(0);
-    EXPECT_EQ(second.told, tool::Exit::Input) << "its refusal was told";
+    EXPECT_EQ(second.told, tool::Exit::Input) << "its refusal was reported";
     files.Notice(path, true, at(22));
     EXPECT_TRUE(files.Take(at(30)).empty()) << "it is in conversion";
     files.Lose(folder.path());

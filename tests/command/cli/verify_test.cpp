@@ -85,7 +85,7 @@ TEST_F(VerifyTest, TellsBothPrecisionsAndSetsTheStatusByItsLimit) {
     }
     // Of the corners of AdobeRGB, only black and white are inside sRGB.
     EXPECT_THAT(Hueweave({"verify", Input("wide.icc"), "--points", "2"}),
-                Prints(0, "Outside the space and cut to it: 6 of 8 (75.0 %)"));
+                Prints(0, "Outside the space and clipped to it: 6 of 8 (75.0 %)"));
     const json both = Told(words + Words{"--points", "9"});
     EXPECT_EQ(both["colours"], 729);
     const json& told = both["library"];

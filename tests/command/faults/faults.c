@@ -122,7 +122,7 @@ CALL("linkat", "name", int, -1, linkat, (int a, const char* from, int b, const c
 CALL(flags != 0 ? "noreplace" : "renameat2", "name", int, -1, renameat2,
      (int a, const char* from, int b, const char* to, unsigned flags), a, from, b, to, flags)
 
-int flock(int file, int how_); /* its header does not go with the one above */
+int flock(int file, int how_); /* its header conflicts with the one above */
 CALL("flock", "", int, -1, flock, (int file, int how_), file, how_)
 
 CALLS("mmap", "mmap", Memory, (void*)-1, mmap, (void* at, size_t size, int how_, int flags, int file, off_t from), at,

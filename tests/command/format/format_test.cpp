@@ -213,9 +213,9 @@ TEST_F(FormatTest, WhatAFormatCannotHoldIsRefused) {
     };
     Make("cp $in $out", Input("alpha-8.tif"));
     refuse("jpg",
-           "in.tif: has an alpha channel, which a JPEG file cannot hold; write it as PNG or TIFF, or take the alpha");
+           "in.tif: has an alpha channel, which a JPEG file cannot hold; write it as PNG or TIFF, or remove the alpha");
     Make("tiffcp $in $in $out");
-    refuse("png", "in.tif: contains 2 pages, of which a PNG file holds one; divide it into files of one page");
+    refuse("png", "in.tif: contains 2 pages, of which a PNG file holds one; split it into files of one page");
     WriteSamples(in_, {2, 5, 8, Varied(5 * kPixels, 8), {{338, 3, 2, 0, Little({0, 0}, 2)}}, 1});
     refuse("png", "has 2 extra samples that a PNG file cannot hold; leave --format out");
     WriteSamples(in_, {2, 4, 8, Varied(4 * kPixels, 8), {TiffMaker::Short(338, 0)}, 1});

@@ -100,7 +100,7 @@ TEST_F(JpegTest, ProfilesHaveAsManySegmentsAsTheyNeed) {
     ASSERT_NE(part, bytes.npos);
     bytes[part + 12] = 3;
     WriteBytes(in_, bytes);
-    EXPECT_THAT(ConvertByEmbedded(), Refuses(3, "parts are missing or doubled"));
+    EXPECT_THAT(ConvertByEmbedded(), Refuses(3, "embeds a profile with missing or duplicate parts"));
     // The same for a profile that is written.
     MakeJpeg();
     const std::string profile = FileBytes(Input("screen.icc")) + std::string(150000, '\0');
@@ -197,7 +197,7 @@ TEST_F(JpegTest, WhatCannotBeConvertedIsRefused) {
         {bytes.substr(0, scan + 200) + kEnd, "contains damaged image data"},
         {with(frame + 1, "\xc3"), "is a lossless JPEG, which the decoder does not support"},
         {with(frame + 1, "\xc5"), "is a hierarchical JPEG, which the decoder does not support"},
-        {with(frame + 4, "\x0c"), "has 12 bits a sample; the JPEG decoder supports 8"},
+        {with(frame + 4, "\x0c"), "has 12 bits per sample; the JPEG decoder supports 8"},
         {with(frame + 5, std::string(2, '\0')), "does not give its size in its frame header"},
         {with(frame + 11, std::string(1, '\0')), "its sampling factors are 0"},
         {fraction, "is a kind of JPEG that libjpeg does not support"},
@@ -245,7 +245,7 @@ TEST_F(JpegTest, OnlyProgressiveImagesAreHeldAsAWhole) {
 class DeviceJpegTest : public KindTest {
 protected:
     DeviceJpegTest() : KindTest("jpg") {}
-    /// A picture with so many samples a pixel.
+    /// A picture with this number of samples per pixel.
     static Picture Varying(unsigned samples) {
         Picture picture{41, 37, samples, 8, {}, ""};
         const unsigned row = 41 * samples;
@@ -322,7 +322,7 @@ TEST_F(DeviceJpegTest, InkBecomesRgb) {
         WriteBytes(in_, JpegOf(Varying(4), set));
         ASSERT_THAT(ConvertBy(ink_), Says(0, note));
         ExpectConverted(ink_, 3, set);
-        // The marker of Adobe tells YCbCr now.
+        // The Adobe marker now says YCbCr.
         const std::vector<Segment> before = AttachedSegments(in_), after = AttachedSegments(out_);
         ASSERT_EQ(after.size(), 1U);
         EXPECT_EQ(after[0].data, before[0].data.substr(0, 11) + '\1');
@@ -352,7 +352,7 @@ TEST_F(DeviceJpegTest, EmbeddedProfilesAreUsedAndMissingOnesNamed) {
     }
     WriteBytes(in_, JpegOf(Varying(4), [](jpeg_compress_struct* info) { info->write_Adobe_marker = FALSE; }));
     EXPECT_THAT(ConvertBy(ink_),
-                Refuses(4, "holds CMYK pixels without the marker of Adobe, which tells how they are encoded"));
+                Refuses(4, "holds CMYK pixels without the Adobe marker, which says how they are encoded"));
 }
 
 /// Damaged files are refused, or converted to a file that another reader decodes to the right size.

@@ -160,7 +160,7 @@ class ExceptionsTest : public BatchTest {};
 
 TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
     const std::pair<std::string, std::string> rows[] = {
-        {"-3", ": declares sizes that do not fit in memory; get a whole copy of the file"},
+        {"-3", ": declares sizes that do not fit in memory; get a complete copy of the file"},
         {"-4", ": needs more memory than is available; lower -j"},
         {"-5", ": cannot be processed, for an unexpected reason (odd); please report it, with the file"}};
     for (const auto& [what, reason] : rows) {

@@ -107,7 +107,7 @@ TEST_F(ReplaceTest, TheOwnerIsKeptOrTheFileStays) {
         EXPECT_EQ(FileBytes(in_), source);
         EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }
-    // A trial tells of it: a user other than the superuser keeps only a file of their own.
+    // Determined by a trial: a user other than the superuser keeps only a file of their own.
     const uid_t owner = geteuid() == 0 ? 54321 : geteuid();
     ASSERT_EQ(chown(in_.c_str(), owner, getegid()), 0);
     EXPECT_EQ(Convert(again + Words{"--dry-run"}, "user:0:" + std::to_string(owner)).status, 0);

@@ -66,11 +66,10 @@ TEST_F(LimitsTest, DirectoriesOfAFile) {
     EXPECT_EQ(Read(tiff), "");
     EXPECT_THAT(HueweaveWithinLimits({"inspect", in_}).out, HasSubstr("embeds no profile; give"));
     tiff.Page(entries);
-    EXPECT_THAT(
-        ConvertWithin(tiff, scanner_),
-        Refuses(4,
-                "in.tif: has more than 65536 directories; divide it into files of fewer pages, for example with "
-                "tiffsplit"));
+    EXPECT_THAT(ConvertWithin(tiff, scanner_),
+                Refuses(4,
+                        "in.tif: has more than 65536 directories; split it into files of fewer pages, for example with "
+                        "tiffsplit"));
 }
 
 TEST_F(LimitsTest, EntriesOfADirectory) {

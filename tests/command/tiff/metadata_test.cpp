@@ -128,7 +128,7 @@ TEST_F(MetadataTest, AMaskWithoutPixelsIsRefused) {
         tiff.Page(With(With(grey, TiffMaker::Short(262, 4)), TiffMaker::Short(broken, 0)));
         tiff.Page(TiffMaker::Small(pixels));
         tiff.Save(in_);
-        ExpectRefusal("page 1 is a mask without pixels; get a whole copy of the file");
+        ExpectRefusal("page 1 is a mask without pixels; get a complete copy of the file");
     }
 }
 

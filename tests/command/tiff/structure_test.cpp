@@ -26,7 +26,7 @@ protected:
             if (look) look(opened.structure);
         });
     }
-    /// The same for a page of these entries, after the contents of `tiff_`; unless told otherwise, its pages are read.
+    /// The same for a page of these entries, after the contents of `tiff_`; by default, its pages are read.
     std::string ReasonOfPage(const Entries& entries, const Look& look = tool::ReadPages) {
         TiffMaker tiff = tiff_;
         tiff.Page(entries);
@@ -209,7 +209,7 @@ TEST_F(StructureTest, AsManySamplesAsABitOfAWordEach) {
         return ReasonOfPage(TiffMaker::Rgb({1, 1, {at}, {samples}, 1, samples, 1, 1}));
     };
     EXPECT_EQ(reason(64), "");
-    EXPECT_EQ(reason(65), "has 65 samples a pixel");
+    EXPECT_EQ(reason(65), "has 65 samples per pixel");
 }
 
 TEST_F(StructureTest, ProfilesThatStandInTheirEntriesHaveNoPlaceInCommon) {

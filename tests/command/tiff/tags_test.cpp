@@ -217,7 +217,7 @@ TEST_F(TagsTest, FilesThatASearchFoundAreRefused) {
         SCOPED_TRACE(entry.path());
         WriteBytes(in_, FileBytes(entry.path()));
         for (const Words& more : {Words{}, Words{"--no-tag"}}) {
-            FileTest::ExpectRefusal("; get a whole copy of the file", more);
+            FileTest::ExpectRefusal("; get a complete copy of the file", more);
         }
         ++found;
     }

@@ -36,7 +36,7 @@ struct Field {
     std::optional<std::uint64_t> value{};
 };
 
-/// What a format tells for one change of a file, for the most part by chance.
+/// What a format provides for one change of a file, for the most part by chance.
 struct Layout {
     std::vector<Field> fields{};  ///< at least one
     /// Where bytes may be inserted and removed, and the number that counts them, if there is one.

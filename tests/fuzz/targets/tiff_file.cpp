@@ -102,7 +102,7 @@ void CheckEmbedded(CTiff& tiff, test::ReferenceTiff& reference, const ScratchFil
     CheckTags(tiff, reference);
     try {
         tiff.SetIccProfile(kNoFile);
-        Fail("a profile that is not there is told", __FILE__, __LINE__);
+        Fail("a profile that is not there is reported", __FILE__, __LINE__);
     } catch (const char*) {
     }
     CheckTags(tiff, reference);

@@ -23,7 +23,7 @@ MPF = re.compile(r"MP[FI]\w*:")
 
 
 def of(paths):
-    """For each path, what exiftool tells, by group, copy and name."""
+    """For each path, what exiftool prints, by group, copy and name."""
     if not paths:
         return {}
     with tempfile.NamedTemporaryFile("w", suffix=".args") as names:

@@ -41,7 +41,7 @@ class NotJudged(Exception):
 class Page:
     model: str
     bits: int
-    samples: numpy.ndarray  # height x width x samples a pixel, as they are stored
+    samples: numpy.ndarray  # height x width x samples per pixel, as they are stored
     colours: int  # samples of a colour; the others are extra ones
     profile: bytes | None = None
     inverted: bool = False  # grey: 0 is white

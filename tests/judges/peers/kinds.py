@@ -14,7 +14,7 @@ import pictures  # noqa: E402
 import truth  # noqa: E402
 
 CMYK = pathlib.Path("/usr/share/color/icc/ghostscript/default_cmyk.icc")
-RIGHT = "right"
+RIGHT = "correct"
 # What the judge finds, in the words of the table.
 WORDS = (("embeds no profile", "no profile"), ("pages, not", "loses pages"), ("to be kept changed", "changes a page"),
          ("bits, not", "changes the depth"), ("became", "another kind"), ("alpha changed", "alpha changes"),
@@ -130,7 +130,7 @@ class Kinds:
                 planned = judge.plan(picture, self.trials.profile.read_bytes())
                 right += self.judged(source, picture, planned, out / source.name)[1]
             return f"{right if any(out.iterdir()) else 0} of {len(sources) + 1}", right == len(sources) + 1
-        self.trials.each("a folder of these kinds in one run: files handled right", trial)
+        self.trials.each("a folder of these kinds in one run: files handled correctly", trial)
 
     def metadata_rows(self):
         for number, fields, names, title in ((0, PNG_FIELDS, PNG_NAMES, "PNG"),

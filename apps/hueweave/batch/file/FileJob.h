@@ -8,7 +8,7 @@
 
 namespace hueweave::tool {
 
-/// What became of a file that was not refused.
+/// The outcome for a file that was not refused.
 enum class Outcome {
     Converted,  ///< or copied, because it was in the output's colours already
     Skipped,    ///< done already

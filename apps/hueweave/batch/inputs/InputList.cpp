@@ -54,7 +54,7 @@ void ReadNames(const ConvertOptions& options, const std::function<void(const std
     if (!any) throw Refusal(Exit::Input, path, "names no files", "give a list of file names");
 }
 
-/// The name of an output: with --format, the end of a picture's name follows the format.
+/// The name of an output: with --format, the extension of a picture's name is that of the format.
 std::string NameInFormat(std::string_view relative, const std::optional<Format>& format) {
     const Format named = FormatOfName(relative);
     if (!format || named == *format) return std::string(relative);
@@ -62,7 +62,7 @@ std::string NameInFormat(std::string_view relative, const std::optional<Format>&
     return std::string(relative).append(FormatExtension(*format));
 }
 
-/// Where a path goes on after "./" and further slashes at a position, which lead nowhere.
+/// The position in a path after "./" and further slashes at a position, which have no effect.
 std::size_t PastDots(std::string_view path, std::size_t at) {
     for (;; ++at) {
         const std::string_view rest = path.substr(at);
@@ -118,7 +118,7 @@ private:
     }
     void Add(const std::string& path, std::size_t relativeAt, const std::string& problem) {
         if (options_.inPlace && path == "-") {
-            throw Refusal(Exit::Usage, "", "--in-place takes no standard input", "write it with -o");
+            throw Refusal(Exit::Usage, "", "--in-place does not accept standard input", "write it with -o");
         }
         if (options_.force && path != "-") {
             if (const auto identity = IdentityOf(path)) list_.identities.push_back(*identity);
@@ -179,7 +179,7 @@ InputList ListInputs(const ConvertOptions& options) {
     }
     lister.Finish();
     if (options.resume != Resume::No && list.folder.empty()) {
-        throw Refusal(Exit::Usage, "", "--resume wants an output folder", "give one with -o");
+        throw Refusal(Exit::Usage, "", "--resume needs an output folder", "give one with -o");
     }
     RefuseCollisions(list, options.force || options.inPlace);
     return list;

@@ -19,7 +19,7 @@ std::string OutputFolder(const ConvertOptions& options, bool single) {
     const std::string& target = options.output;
     if (options.inPlace) return "";
     if (target == "-") {
-        if (!single) throw Refusal(Exit::Usage, "", "-o - takes one input", "name an output folder");
+        if (!single) throw Refusal(Exit::Usage, "", "-o - accepts only one input", "name an output folder");
         return "";
     }
     std::error_code ignored;
@@ -32,7 +32,7 @@ std::string OutputFolder(const ConvertOptions& options, bool single) {
                           ", or end it in / for a folder");
     }
     if (fs::exists(target, ignored)) {
-        throw Refusal(Exit::Usage, target, "is no folder", "name a folder for several outputs");
+        throw Refusal(Exit::Usage, target, "is not a folder", "name a folder for several outputs");
     }
     if (!target.ends_with('/') && IsPictureName(target)) {
         throw Refusal(Exit::Usage, target, "is the name of a picture, but several outputs need a folder",

@@ -66,7 +66,7 @@ OwnFile MakeRecord(const std::string& folder) {
     const std::string first = folder + "/" + std::string(kFirst);
     OwnFile record = FileAccess::OpenOwn(first, kFlags | O_EXCL);
     if (record.error != EEXIST) return record;
-    // Something else in its place was put there by somebody else, who wants no record to be written.
+    // Anything else in its place was put there by somebody else, to prevent a record from being written.
     OwnFile existing = FileAccess::OpenOwn(first, O_RDONLY);
     if (!existing.problem.empty()) return existing;
     const std::string own = folder + "/" + std::string(kPrefix) + MachineName() + "-" + std::to_string(::getpid());

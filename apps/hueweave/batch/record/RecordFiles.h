@@ -10,7 +10,7 @@
 
 namespace hueweave::tool {
 
-/// The size of the largest record that is read, in bytes: nearly a million files. A run goes on with another one then.
+/// The size of the largest record that is read, in bytes: nearly a million files. Then a run continues in a new one.
 inline constexpr std::uint64_t kLargestRecord = std::uint64_t{256} << 20;
 
 /// The paths of the records in a folder, sorted. Refuses a folder that cannot be listed, or has far too many.
@@ -23,7 +23,7 @@ void ReadRecord(const std::string& path, const std::function<void(const std::str
 
 /// Creates a record that nobody else writes to: ".hueweave.jsonl", or if it exists, one whose name contains that of the
 /// machine and the process. Two writers of one file would be safe on a local file system only: a network file system
-/// finds out the end of a file before it appends, and another machine may append in between.
+/// determines the end of a file before it appends, and another machine may append in between.
 OwnFile MakeRecord(const std::string& folder);
 
 }  // namespace hueweave::tool

@@ -19,7 +19,7 @@ std::uint64_t SettingsOf(const std::string& hex) {
     return digest ? (*digest)[0] : 0;
 }
 
-/// A hash of what a run tells about itself, except the time.
+/// A hash of the first line of a record, without the time.
 std::uint64_t KeyOf(RunLine run) {
     run.at = 0;
     return StableHash(FormatLine(run));

@@ -51,8 +51,8 @@ private:
 /// record is only used if it is a regular file, and its size is limited.
 class ResumeRecord {
 public:
-    /// With `stay`, the record is not removed, because it tells `hueweave status` about this part of the files. `most`
-    /// is the size in bytes at which the run goes on with another record, because a larger one would not be read.
+    /// With `stay`, the record is not removed, because `hueweave status` needs it for this part of the files. `most`
+    /// is the size in bytes at which the run continues in a new record, because a larger one would not be read.
     ResumeRecord(std::string folder, bool stay, std::uint64_t most = kLargestRecord)
         : folder_(std::move(folder)), stay_(stay), most_(most) {}
     /// Removes the record of this run if no output got its name.
@@ -72,7 +72,7 @@ public:
     /// Whether this output was made with these settings from a source of this size and time, and has not changed since.
     bool IsDone(const std::string& relative, const std::string& settings, const FileVersion& source) const;
     /// The first line of the record, which is written when the record is created: at once, if other runs convert other
-    /// parts and no record that was read tells it, so that a part without files is known to have been run.
+    /// parts and no record that was read has this line, so that a part without files is known to have been run.
     void Announce(const RunLine& run);
     /// Opens the record before the output is created, so that the file can still be refused if too many files are open.
     void Begin();
@@ -101,7 +101,7 @@ private:
     std::atomic<bool> named_{false};
     bool opened_ = false;
     long long written_ = 0;                        ///< bytes of the record, all by this run
-    std::unordered_set<std::uint64_t> announced_;  ///< hashes of what earlier runs told, without the time
+    std::unordered_set<std::uint64_t> announced_;  ///< hashes of the first lines of earlier records, without the time
     RecordEntries entries_;
     OwnFile record_;                ///< opened by `Begin` or the first `Add`
     std::vector<FileAccess> full_;  ///< earlier records of this run, open because a thread may be flushing one

@@ -123,7 +123,7 @@ void ProfileCache::RefuseWrongColours(const DeviceProfile& profile, const colour
     throw Refusal(Exit::Profile, profile.name,
                   fmt::format("{}is converted wrongly by the library: CIEDE2000 is above {:.1f} for 5 % of the colours",
                               profile.embedded ? "embeds a profile that " : "", comparison.p95),
-                  fmt::format("leave --precision library out, or take the error with --accept-error {:.0f}",
+                  fmt::format("leave --precision library out, or accept the error with --accept-error {:.0f}",
                               std::ceil(comparison.p95)));
 }
 

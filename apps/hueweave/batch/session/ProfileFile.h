@@ -30,7 +30,7 @@ DeviceProfile LoadGivenProfile(const std::string& path, bool anyModel);
 DeviceProfile TakeProfile(const std::string& name, Bytes data, bool anyModel = false);
 /// The same for a profile embedded in the file `name`.
 DeviceProfile TakeEmbedded(const std::string& name, Bytes data, bool anyModel = false);
-/// What stands for a profile of CIE Lab.
+/// Placeholder for a CIE Lab profile.
 DeviceProfile LabProfile(colour::ColourModel model);
 /// The refusal of a profile because it is not for RGB.
 Refusal NotForRgb(const DeviceProfile& profile);

@@ -99,7 +99,7 @@ void Status::Measure(Progress& progress) const {
     if (times_.empty()) return;
     const long long last = times_.back();
     const auto first = std::lower_bound(times_.begin(), times_.end(), last - kWindow);
-    // The time between two runs is no time of work: it ends with the last run that began before these files.
+    // The time between two runs does not count: it ends with the last run that began before these files.
     const auto run = std::upper_bound(begun_.begin(), begun_.end(), *first);
     const long long from = std::max(last - kWindow, run == begun_.begin() ? *first : *std::prev(run));
     const auto recent = times_.end() - first;

@@ -14,12 +14,12 @@
 
 namespace hueweave::tool {
 
-/// How far the runs into a folder are. Counts are numbers of files.
+/// The progress of the runs into a folder. Counts are numbers of files.
 struct Progress {
     std::uint64_t done = 0, failed = 0, leftOut = 0;
     std::uint64_t bytes = 0, pixels = 0;  ///< of the outputs
     std::uint64_t damaged = 0;            ///< lines of the records that cannot be read
-    std::optional<std::uint64_t> total;   ///< null if no run tells
+    std::optional<std::uint64_t> total;   ///< null if no run announced it
     bool estimated = false;               ///< the total, from some of the parts
     double rate = 0;                      ///< files a second
     double window = 0;                    ///< seconds in which the rate was measured, at most 600
@@ -27,7 +27,7 @@ struct Progress {
     std::uint64_t Left() const { return total ? *total - std::min(*total, done + failed + leftOut) : 0; }
 };
 
-/// What the records of a folder tell. It may be read while runs write them: an incomplete last line counts for nothing.
+/// What the records of a folder contain. They may be read while runs write them: an incomplete last line is ignored.
 class Status {
 public:
     /// Reads the records in a folder, and asks the file system for each recorded output: a file is done if its output

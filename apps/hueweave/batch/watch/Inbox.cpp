@@ -52,7 +52,7 @@ Inbox::Inbox(const ConvertOptions& options, Clock::duration settle, Report& repo
       outputIdentity_(IdentityOf(options.output)),
       files_(settle) {
     std::error_code ignored;
-    if (!fs::is_directory(top_, ignored)) throw Refusal(Exit::Input, top_, "is no folder", "name a folder to watch");
+    if (!fs::is_directory(top_, ignored)) throw Refusal(Exit::Input, top_, "is not a folder", "name a folder to watch");
     if (IsBelow(Normal(top_), output_)) {
         throw Refusal(Exit::Usage, options.output, "contains the folder to watch, or is that folder",
                       "choose another output folder");
@@ -117,11 +117,11 @@ void Inbox::ListAgain() {
 
 void Inbox::CheckFolders() const {
     if (IdentityOf(top_) != topIdentity_) {
-        throw Refusal(Exit::Input, top_, "was removed or renamed, and cannot be watched any more",
+        throw Refusal(Exit::Input, top_, "was removed or renamed, and can no longer be watched",
                       "make the folder and start again");
     }
     if (IdentityOf(options_.output) != outputIdentity_) {
-        throw Refusal(Exit::Output, options_.output, "was removed or renamed, and cannot be written to any more",
+        throw Refusal(Exit::Output, options_.output, "was removed or renamed, and can no longer be written to",
                       "start again");
     }
 }

@@ -25,7 +25,7 @@ public:
     /// The folders and files outside of the watched folder to which its links lead, with --follow.
     const std::set<std::string>& linked() const { return linked_; }
     /// Waits until there is something to do: changes in the folders, files that may be complete, or `wakeUp`. Refuses
-    /// if the watched folder or the output folder does not exist any more.
+    /// if the watched folder or the output folder no longer exists.
     void Wait(const WakeUp& wakeUp);
     /// The files that are to be converted now; `Finish` is called for each of them.
     std::vector<Arrival> Take() { return files_.Take(WaitingFiles::Clock::now()); }

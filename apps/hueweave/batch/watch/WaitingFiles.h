@@ -16,7 +16,7 @@ namespace hueweave::tool {
 struct Arrival {
     std::string path;
     FileState state;
-    std::optional<Exit> told;  ///< the status with which this file was refused before, which was told
+    std::optional<Exit> told;  ///< the status with which this file was refused before, which was reported
 };
 
 /// The result of converting an arrival.
@@ -40,7 +40,7 @@ public:
     void Notice(const std::string& path, bool finished, Time now);
     /// The file or folder was removed or renamed.
     void Lose(const std::string& path);
-    /// Forgets files that do not exist any more.
+    /// Forgets files that no longer exist.
     void LoseMissing();
     /// When `Take` is to be called next, if at all.
     std::optional<Time> Next() const;

@@ -97,8 +97,8 @@ private:
         session_.report.EndFile(item.source);
     }
 
-    /// Tells why a file is refused. A file that was refused before and has changed since, such as one that comes in
-    /// parts, is not told again, unless the reason is of another kind.
+    /// Reports why a file is refused. A file that was refused before and has changed since, such as one that arrives in
+    /// parts, is not reported again, unless the reason is of another kind.
     Exit Refuse(const Arrival& arrival, const Item& item, const std::exception_ptr& cause) {
         bool told = false;
         try {

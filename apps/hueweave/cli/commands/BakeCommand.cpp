@@ -36,7 +36,7 @@ CLI::App* BakeCommand::Declare(CLI::App& app) {
     c->add_option("PROFILE", options_.profile, "Any RGB device profile")->required();
     c->add_option("-o,--output", options_.output, "Profile to write")->required();
     c->add_flag("--force", options_.force, "Replace a file that exists already");
-    c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
+    c->add_flag("-q,--quiet", options_.quiet, "Print nothing");
     c->add_flag("--json", options_.json, "Write one line of JSON");
     AddSandbox(*c, options_.sandbox);
     c->footer("Examples:\n  hueweave bake scanner.icc -o scanner-baked.icc");

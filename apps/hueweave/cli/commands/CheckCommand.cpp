@@ -139,11 +139,11 @@ void CheckCommand::Settle() {
     ConvertOptions& a = options_.convert;
     const colour::Space* const space = a.rendering.space;
     if (a.precision == Precision::Library && (space == nullptr || !space->IsEngines())) {
-        RefuseUsage("--precision library does not go with this --to, which the library does not have",
+        RefuseUsage("--precision library cannot be combined with this --to, which the library does not support",
                     "leave --precision library out");
     }
     if (a.precision == Precision::Library && a.compensateBlack) {
-        RefuseUsage("--bpc does not go with --precision library", "leave one of them out");
+        RefuseUsage("--bpc cannot be combined with --precision library", "leave one of them out");
     }
     a.acceptError = 100;  // the errors are what is asked for
     if (!limit_.empty()) options_.limit = ParseLimit(limit_);

@@ -54,7 +54,7 @@ std::string NameOfInputs(const std::vector<std::string>& paths, std::uint64_t li
     return fmt::format("{:016x}", StableHash(fmt::format("{}{}", all, listed)));
 }
 
-/// What a run tells about itself.
+/// The first line of the record of a run.
 RunLine RunOf(const ConvertOptions& options, const InputList& list) {
     std::vector<std::string> paths = options.inputs;
     if (options.filesFrom && options.filesFrom != "-") paths.push_back(*options.filesFrom);
@@ -119,7 +119,7 @@ CLI::App* ConvertCommand::Declare(CLI::App& app) {
     c->add_flag("-0", options_.nul, "These names end in a zero byte");
     c->add_option("--base", options_.base,
                   "With --files-from: put each output below the output folder as its input is below this folder");
-    c->add_option("--shard", shard_, "Take the K-th of N parts of the inputs, as K/N");
+    c->add_option("--shard", shard_, "Convert only part K of N of the inputs, as K/N");
     c->add_flag("--resume", resume_,
                 "Skip files that an earlier run converted the same way; --resume=fast compares their sizes and times, "
                 "not their contents");
@@ -148,7 +148,7 @@ void ConvertCommand::Settle() {
     if (a.nul && !a.filesFrom) RefuseUsage("-0 is for --files-from", "give --files-from, or leave -0 out");
     if (a.json && a.output == "-") RefuseUsage("--json and -o - both write to standard output", "write to a file");
     if (a.resume != Resume::No && (a.inPlace || a.output == "-"))
-        RefuseUsage("--resume wants an output folder", "give one with -o");
+        RefuseUsage("--resume needs an output folder", "give one with -o");
 }
 
 void ConvertCommand::SettleFormat() {
@@ -160,7 +160,7 @@ void ConvertCommand::SettleFormat() {
     if (!a.format) return;
     if (a.inPlace) RefuseUsage("--in-place and --format exclude each other", "name an output folder with -o");
     if (a.others == Others::Copy) {
-        RefuseUsage("--others copy does not go with --format, because copies keep their format",
+        RefuseUsage("--others copy cannot be combined with --format, because copies keep their format",
                     "leave these files out with --others skip");
     }
 }

@@ -59,11 +59,11 @@ private:
     throw Refusal(Exit::Input, name, "holds no RGB pixels of 8 or 16 bits", "give an RGB file of 8 or 16 bits");
 }
 
-/// Refuses an image whose decoder would take so many bytes.
+/// Refuses an image whose decoder would need this many bytes.
 void CheckMemory(std::uint64_t bytes, const std::string& name) {
     if (bytes <= kMostMemory) return;
     throw Refusal(Exit::Input, name, "takes more than 128 MiB to decode",
-                  "write it anew as a TIFF file, for example with convert in.png out.tif");
+                  "rewrite it as a TIFF file, for example with convert in.png out.tif");
 }
 
 /// Samples the rows of an image, whose indices refer to `palette` unless that is empty.
@@ -137,7 +137,7 @@ public:
         if ((byRows ? planes * (page.RowBytes() + turned) : whole) > kMostMemory) {
             throw Refusal(Exit::Input, file_.name(),
                           std::string("has ") + (page.tiled ? "tiles" : "rows") + " that take more than 128 MiB",
-                          "write it anew with smaller tiles, for example with tiffcp -t -w 512 -l 512");
+                          "rewrite it with smaller tiles, for example with tiffcp -t -w 512 -l 512");
         }
         if (byRows) {
             AddRows(page);

@@ -106,7 +106,7 @@ Json DescribePage(const TiffStructure& structure, const TiffDirectory& directory
     return page;
 }
 
-/// Refuses a file that `convert` refuses if it is given neither a profile nor another way out.
+/// Refuses a file that `convert` refuses if it is given neither a profile nor another option for such files.
 void CheckConvertible(const TiffStructure& structure) {
     const std::vector<TiffPage> pages = ReadPages(structure);
     PageProfiles profiles(structure, pages);

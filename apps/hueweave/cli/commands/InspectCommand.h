@@ -14,7 +14,7 @@ struct InspectOptions {
     bool json = false, sandbox = false;
 };
 
-/// What the command tells of a profile or picture. Refuses other files.
+/// The output of the command for a profile or picture. Refuses other files.
 nlohmann::ordered_json DescribeFile(const std::string& path);
 
 /// The subcommand "inspect": describes a profile or a picture.

@@ -11,7 +11,7 @@ namespace hueweave::tool {
 /// Describes a profile.
 using DescribeBytes = std::function<nlohmann::ordered_json(const Bytes& profile)>;
 
-/// What `hueweave inspect` tells of a PNG or JPEG file.
+/// The output of `hueweave inspect` for a PNG or JPEG file.
 nlohmann::ordered_json DescribePng(const FileAccess& file, const DescribeBytes& describe);
 nlohmann::ordered_json DescribeJpeg(const FileAccess& file, const DescribeBytes& describe);
 

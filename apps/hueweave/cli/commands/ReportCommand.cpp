@@ -52,7 +52,7 @@ CLI::App* ReportCommand::Declare(CLI::App& app) {
         ->type_name("TEXT")
         ->default_str("256M");
     c->add_flag("--force", options_.force, "Replace a file that exists already");
-    c->add_flag("-q,--quiet", options_.quiet, "Say nothing");
+    c->add_flag("-q,--quiet", options_.quiet, "Print nothing");
     AddSandbox(*c, options_.sandbox);
     c->footer(kReportExamples);
     return c;

@@ -63,9 +63,9 @@ std::string TextOf(const Progress& p, const std::vector<Reason>& reasons) {
     }
     if (reasons.size() > kMostReasons) text += fmt::format("and {} more reasons\n", reasons.size() - kMostReasons);
     if (p.damaged > 0) {
-        text += fmt::format("{} of the records cannot be read and {} for nothing\n",
-                            p.damaged == 1 ? "1 line" : fmt::format("{} lines", p.damaged),
-                            p.damaged == 1 ? "counts" : "count");
+        text +=
+            fmt::format("{} of the records cannot be read and {} ignored\n",
+                        p.damaged == 1 ? "1 line" : fmt::format("{} lines", p.damaged), p.damaged == 1 ? "is" : "are");
     }
     return text;
 }
@@ -95,7 +95,7 @@ std::string JsonOf(const Progress& p, const std::vector<Reason>& reasons) {
 }  // namespace
 
 CLI::App* StatusCommand::Declare(CLI::App& app) {
-    CLI::App* c = app.add_subcommand("status", "Tell how far the runs into a folder are");
+    CLI::App* c = app.add_subcommand("status", "Show the progress of conversions into a folder");
     c->add_option("OUT", options_.output, "The output folder of the runs");
     c->add_option("INPUT", options_.inputs, "The inputs of all runs together, to count those that are left");
     c->add_option("--files-from", options_.filesFrom, "Read the names of more inputs from a file or -, one per line");
@@ -103,9 +103,10 @@ CLI::App* StatusCommand::Declare(CLI::App& app) {
     c->add_option("--format", format_, "The format that was given to convert: tiff, png or jpeg")
         ->check(OneOf({"tiff", "png", "jpeg"}).description("{tiff,png,jpeg}"));
     c->add_flag("--follow", options_.follow, "Follow symbolic links in folders");
-    AddChoice(
-        *c, "--list", names_, Choices<Names>{{"none", Names::None}, {"failed", Names::Failed}, {"left", Names::Left}},
-        "none, failed or left: print the names of the inputs that failed, or that no run has got to, and nothing else");
+    AddChoice(*c, "--list", names_,
+              Choices<Names>{{"none", Names::None}, {"failed", Names::Failed}, {"left", Names::Left}},
+              "none, failed or left: print the names of the inputs that failed, or that no run has processed yet, and "
+              "nothing else");
     c->add_flag("-0", options_.nul, "Names end in a zero byte, those that are printed and those of --files-from");
     c->add_flag("--json", json_, "Write one line of JSON");
     AddSandbox(*c, options_.sandbox);
@@ -159,7 +160,7 @@ void StatusCommand::CheckInputs() const {
 Exit StatusCommand::Run() {
     std::error_code ignored;
     if (!std::filesystem::is_directory(options_.output, ignored)) {
-        throw Refusal(Exit::Output, options_.output, "is no folder", "name the output folder of the runs");
+        throw Refusal(Exit::Output, options_.output, "is not a folder", "name the output folder of the runs");
     }
     InputList inputs;
     CheckInputs();

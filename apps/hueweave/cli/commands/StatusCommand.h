@@ -9,7 +9,7 @@
 
 namespace hueweave::tool {
 
-/// The subcommand "status": tells how far the runs into a folder are.
+/// The subcommand "status": shows the progress of conversions into a folder.
 class StatusCommand : public Command {
 public:
     CLI::App* Declare(CLI::App& app) override;

@@ -51,7 +51,7 @@ void PrintText(const VerifyOptions& options, const DeviceProfile& profile, const
         fmt::print("  RGB {:6.2f} {:6.2f} {:6.2f}  Lab {:6.2f} {:7.2f} {:7.2f}  {:.3f}\n", w.device[0] / 257.0,
                    w.device[1] / 257.0, w.device[2] / 257.0, w.lab[0], w.lab[1], w.lab[2], w.difference);
     }
-    fmt::print("Outside the space and cut to it: {} of {} ({:.1f} %)\n", judged.clipped, judged.colours,
+    fmt::print("Outside the space and clipped to it: {} of {} ({:.1f} %)\n", judged.clipped, judged.colours,
                100.0 * static_cast<double>(judged.clipped) / static_cast<double>(judged.colours));
 }
 
@@ -69,10 +69,10 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
     AddTarget(*c, options_.rendering.space, options_.targetFile);
     AddChoice(*c, "--precision", options_.precision,
               Choices<Precision>{{"exact", Precision::Exact}, {"library", Precision::Library}},
-              "The precision that --limit and the worst colours are for");
+              "The precision that --limit and the list of the worst colours refer to");
     AddChoice(*c, "--intent", options_.rendering.intent, IntentChoices(), "Rendering intent");
     // Strings, because CLI11 accepts an empty argument as one of several numbers.
-    c->add_option("--bits", options_.bits, "Bits a sample")
+    c->add_option("--bits", options_.bits, "Bits per sample")
         ->check(OneOf({"8", "16"}).description("{8,16}"))
         ->capture_default_str();
     c->add_option("--points", options_.points, "Points of the grid on each axis")
@@ -90,7 +90,7 @@ CLI::App* VerifyCommand::Declare(CLI::App& app) {
 void VerifyCommand::Settle() {
     const colour::Space* const space = options_.rendering.space;
     if (options_.precision == Precision::Library && (space == nullptr || !space->IsEngines())) {
-        RefuseUsage("--precision library does not go with this --to, which the library does not have",
+        RefuseUsage("--precision library cannot be combined with this --to, which the library does not support",
                     "leave --precision library out");
     }
 }

@@ -56,7 +56,7 @@ void WatchCommand::RunIn(Report& report) {
     const std::string& output = options_.output;
     std::error_code ignored;
     if (fs::exists(output, ignored) && !fs::is_directory(output, ignored)) {
-        throw Refusal(Exit::Usage, output, "is no folder", "name a folder for the outputs");
+        throw Refusal(Exit::Usage, output, "is not a folder", "name a folder for the outputs");
     }
     MadeFolders folders(true);
     folders.Make(output);

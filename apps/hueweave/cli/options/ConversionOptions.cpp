@@ -23,21 +23,23 @@ void AddConversionOptions(CLI::App& c, ConvertOptions& options) {
         ->check(Within(0, 100).description("FLOAT in [0 - 100]"));
     c.add_flag("--bpc", options.compensateBlack,
                "Compensate the black point for every intent but absolute (default: for perceptual and saturation, "
-               "where the target is of version 4, as every space of ours is)");
+               "where the target is of version 4, as all built-in spaces are)");
     AddChoice(c, "--icc-version", options.profileVersion, Choices<int>{{"4", 4}, {"2", 2}},
-              "Version of the embedded profile, of a space");
+              "Version of the embedded profile of a space");
     AddChoice(c, "--intent", r.intent, IntentChoices(), "perceptual, relative, saturation or absolute");
     c.add_option("--lightness", r.lightness, "Shift of L*, -100 to 100")->check(Within(-100, 100));
-    c.add_option("--chroma", r.chroma, "Shift of C*, -100 to 100 (any shift cuts C* at 100)")->check(Within(-100, 100));
+    c.add_option("--chroma", r.chroma, "Shift of C*, -100 to 100 (any shift limits C* to 100)")
+        ->check(Within(-100, 100));
     c.add_option("--hue", r.hue, "Shift of the hue in degrees, -360 to 360")->check(Within(-360, 360));
     c.add_option("--curve", options.curveFile,
                  "Tone curves in place of the space's own: a CSV of 256 rows of three values of 0 to 255, the output "
                  "for linear light from 0 to 1");
     const Choices<SourceRule> rules{
         {"require-match", SourceRule::RequireMatch}, {"given", SourceRule::Given}, {"embedded", SourceRule::Embedded}};
-    AddChoice(c, "--source", options.source, rules,
-              "What if a file embeds another profile than --profile, and is not in the colours of the output already: "
-              "require-match (refuse it), given or embedded");
+    AddChoice(
+        c, "--source", options.source, rules,
+        "What to do if a file embeds a profile other than --profile and is not in the colours of the output already: "
+        "require-match (refuse it), given or embedded");
     AddChoice(c, "--others", options.others,
               Choices<Others>{{"refuse", Others::Refuse}, {"copy", Others::Copy}, {"skip", Others::Skip}},
               "What to do with files that are not RGB: refuse them, copy them to the output, or leave them out");
@@ -61,27 +63,29 @@ void CheckConversionOptions(const ConvertOptions& a) {
     const colour::Space* const space = a.rendering.space;
     if (a.precision == Precision::Library) {
         if (space == nullptr || !space->IsEngines()) {
-            RefuseUsage(
-                "--precision library does not go with --to " + TargetName(a) + ", which the library does not have",
-                "leave --precision library out");
+            RefuseUsage("--precision library cannot be combined with --to " + TargetName(a) +
+                            ", which the library does not support",
+                        "leave --precision library out");
         }
         if (!a.curveFile.empty() && space->ByTable()) {
-            RefuseUsage("--curve does not go with --to adobe-rgb, which is made by a curve itself",
+            RefuseUsage("--curve cannot be combined with --to adobe-rgb, which already uses a curve",
                         "use --to adobe-rgb-g18");
         }
-        if (a.greyToRgb) RefuseUsage("--grey-to-rgb does not go with --precision library", "leave one of them out");
-        if (a.compensateBlack) RefuseUsage("--bpc does not go with --precision library", "leave one of them out");
+        if (a.greyToRgb)
+            RefuseUsage("--grey-to-rgb cannot be combined with --precision library", "leave one of them out");
+        if (a.compensateBlack)
+            RefuseUsage("--bpc cannot be combined with --precision library", "leave one of them out");
         if (a.profileVersion != 4) {
-            RefuseUsage("--icc-version does not go with --precision library", "leave one of them out");
+            RefuseUsage("--icc-version cannot be combined with --precision library", "leave one of them out");
         }
     } else if (a.acceptError) {
         RefuseUsage("--accept-error is for --precision library", "leave it out");
     }
     if (space == nullptr && !a.curveFile.empty()) {
-        RefuseUsage("--curve does not go with a profile as --to", "name a colour space");
+        RefuseUsage("--curve cannot be combined with a profile as --to", "name a colour space");
     }
     if (space == nullptr && a.profileVersion != 4) {
-        RefuseUsage("--icc-version does not go with a profile as --to", "leave it out");
+        RefuseUsage("--icc-version cannot be combined with a profile as --to", "leave it out");
     }
     if (a.profile && a.profile->empty())
         RefuseUsage("the name after --profile is empty", "name a profile, or leave it out");

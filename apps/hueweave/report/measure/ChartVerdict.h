@@ -17,7 +17,7 @@ struct ChartQuestion {
     std::optional<std::string> scan;  ///< the device colours
     ConvertOptions convert;           ///< profile, target, intent, precision and black point
     bool measured = false;            ///< compare with the reference as it was measured
-    unsigned worst = 5;               ///< how many of the worst patches are told
+    unsigned worst = 5;               ///< number of worst patches to list
     const colour::Guideline* guideline = nullptr;
 };
 
@@ -33,7 +33,7 @@ colour::Chart ReadChart(const ChartQuestion& question);
 /// Converts its patches as `convert` does, and compares them with their reference.
 ChartVerdict JudgeConverted(const ChartQuestion& question, const colour::Chart& chart);
 
-/// What `check` tells of it.
+/// The JSON output of `check` for this verdict.
 nlohmann::ordered_json DescribeVerdict(const ChartQuestion& question, const ChartVerdict& verdict);
 
 }  // namespace hueweave::tool

@@ -13,7 +13,7 @@ namespace hueweave::tool {
 using LabColour = std::array<double, 3>;  ///< CIELAB for D50
 using ScreenColour = std::array<std::uint8_t, 3>;
 
-/// CIELAB as a screen with sRGB shows it. Colours outside of sRGB are cut to it.
+/// CIELAB as a screen with sRGB shows it. Colours outside of sRGB are clipped to it.
 class DisplayColours {
 public:
     DisplayColours();

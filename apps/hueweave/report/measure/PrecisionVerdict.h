@@ -41,7 +41,7 @@ struct EachCompared {
 PrecisionVerdict ComparePrecisions(const PrecisionQuestion& question, const DeviceProfile& profile,
                                    const std::vector<colour::DeviceColour>& colours, const EachCompared& each = {});
 
-/// What `verify` tells of it.
+/// The JSON output of `verify` for this verdict.
 nlohmann::ordered_json DescribeVerdict(const PrecisionQuestion& question, const DeviceProfile& profile,
                                        const PrecisionVerdict& verdict);
 

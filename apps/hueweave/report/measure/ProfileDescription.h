@@ -8,8 +8,9 @@
 
 namespace hueweave::tool {
 
-/// What `inspect` tells of a profile: its header, its tags with the shape of tables, and which intents the library
-/// serves. `name` is that of the profile, or of the picture that embeds it. Refuses data that are not a profile.
+/// The output of `inspect` for a profile: its header, its tags with the shape of tables, and the intents that the
+/// library supports. `name` is that of the profile, or of the picture that embeds it. Refuses data that are not a
+/// profile.
 nlohmann::ordered_json DescribeProfile(const std::string& name, const Bytes& bytes, bool embedded);
 
 }  // namespace hueweave::tool

@@ -9,7 +9,7 @@
 
 namespace hueweave::tool {
 
-/// What becomes of the greys of a device, whose red, green and blue are equal, in the output.
+/// How the greys of a device, whose red, green and blue are equal, appear in the output.
 struct ToneResponse {
     std::vector<LabColour> greys;  ///< from black to white, in `kGreySteps` equal steps
     double meanChroma = 0, largestChroma = 0;

@@ -43,7 +43,7 @@ export function button(text, act) {
  * @param {string} text
  * @param {boolean} isOn
  * @param {(isOn: boolean) => void} act
- * @param {Node[]} before what stands between the box and the text
+ * @param {Node[]} before what comes between the box and the text
  */
 export function checkBox(text, isOn, act, ...before) {
     const box = /** @type {HTMLInputElement} */ (element("input", { type: "checkbox" }));

@@ -19,7 +19,7 @@ const MIXTURES = [
 ];
 
 /**
- * The channels that a pixel of the map stands for.
+ * The channels that a pixel of the map represents.
  * @param {Uint8ClampedArray} data
  * @param {number} at
  */

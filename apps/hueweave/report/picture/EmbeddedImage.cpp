@@ -13,7 +13,7 @@
 namespace hueweave::tool {
 namespace {
 
-constexpr int kQuality = 90;  ///< of libjpeg; with all samples of colour kept, no difference is visible
+constexpr int kQuality = 90;  ///< of libjpeg; without subsampling, no difference is visible
 
 /// The colours of a map: by the channels that are clipped, with alpha.
 constexpr png_byte kMapColours[8][4] = {{0, 0, 0, 0},       {230, 50, 40, 255},  {20, 160, 60, 255},

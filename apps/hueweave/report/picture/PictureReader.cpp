@@ -76,7 +76,7 @@ public:
         raster_.samples = 3;
         const PngChunk* const palette = structure_.Find("PLTE");
         if (palette == nullptr) {
-            throw Refusal(Exit::Input, file.name(), "lacks its palette", "get a whole copy of the file");
+            throw Refusal(Exit::Input, file.name(), "lacks its palette", "get a complete copy of the file");
         }
         palette_ = structure_.Data(*palette);
     }

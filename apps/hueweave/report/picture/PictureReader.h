@@ -13,7 +13,7 @@
 
 namespace hueweave::tool {
 
-/// Gets pixels of one row, from left to right, whose samples are those that a converter takes. They may be changed.
+/// Gets pixels of one row, from left to right, whose samples are those that a converter accepts. They may be changed.
 using TakePixels = std::function<void(std::uint32_t x, std::uint32_t y, std::uint32_t pixels, unsigned char* samples)>;
 
 /// The RGB pixels of a picture, or of the first page of a TIFF file that has some. Palettes are looked up, and samples

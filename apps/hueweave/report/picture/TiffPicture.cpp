@@ -103,7 +103,7 @@ private:
         std::uint64_t largest = 0;
         for (const Extent& segment : page.segments) largest = std::max(largest, segment.size);
         const std::uint64_t planes = page.planar ? page.samples : 1;
-        // Planes stand in memory once more as pixels; a row of pixels is passed on.
+        // Planes are also held in memory as interleaved pixels; rows of interleaved samples are passed on directly.
         const std::uint64_t row = (page.planar ? 2 : 1) * planes * page.RowBytes() + PlaneSet::RowMemory(page);
         const std::uint64_t whole = largest + page.RowsOf(0) * row + CoderMemory(page) + raster_.RowBytes();
         // Old-style JPEG has no rows, and runs of PackBits may cross them.

@@ -55,7 +55,7 @@ void FolderWatch::Forget(int watch) {
 
 void FolderWatch::Remove(const std::string& folder) {
     const auto remove = [this](std::map<std::string, int>::iterator at) {
-        ::inotify_rm_watch(descriptor(), at->second);  // fails if the folder does not exist any more
+        ::inotify_rm_watch(descriptor(), at->second);  // fails if the folder no longer exists
         folders_.erase(at->second);
         return watches_.erase(at);
     };

@@ -76,7 +76,7 @@ PageSource::PageSource(const TiffStructure& structure, const TiffPage& page)
     if (page.compression != COMPRESSION_JPEG) return;
     const auto refuse = [&](const char* reason) {
         throw Refusal(Exit::Input, file_.name(), (page.label.empty() ? "" : page.label + " ") + reason,
-                      "write it anew with LZW or Deflate, for example with tiffcp -c zip");
+                      "rewrite it with LZW or Deflate, for example with tiffcp -c zip");
     };
     // Their planes would be interpreted as red, green and blue.
     if (page.planar && page.photometric == PHOTOMETRIC_YCBCR) refuse("contains planar YCbCr pixels");

@@ -11,7 +11,7 @@
 namespace hueweave::tool {
 
 /// Data shared by all decoders of one page. They are read from the source once, so that decoders agree about the
-/// geometry even if the source changes meanwhile.
+/// geometry even if the source changes in the meantime.
 class PageSource {
 public:
     /// Borrows the structure and the page. Refuses pages that must not be given to a decoder.

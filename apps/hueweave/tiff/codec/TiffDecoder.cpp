@@ -53,7 +53,7 @@ public:
     [[noreturn]] static void RefuseDamaged(const std::string& name, const std::string& why) {
         throw Refusal(Exit::Input, name,
                       "contains damaged image data (" + (why.empty() ? "it cannot be decoded" : why) + ")",
-                      "get a whole copy of the file");
+                      "get a complete copy of the file");
     }
     bool Failed() const { return failure || !messages.first.empty(); }
 

@@ -38,8 +38,8 @@ private:
 
 /// Decodes one plane of a page row by row from the top, for strips too large to be held in memory.
 ///
-/// libtiff requires a strip in one piece. It gets it from an unnamed file of the command to which the strip is copied
-/// and which is mapped into memory: if the source itself were mapped and then truncated, the process would end. Deflate
+/// libtiff requires a strip in one piece. It reads the strip from an unnamed file to which the command copies it and
+/// which is mapped into memory: if the source itself were mapped and then truncated, the process would end. Deflate
 /// data need no copy.
 class RowDecoder {
 public:

@@ -10,7 +10,7 @@
 
 namespace hueweave::tool {
 
-/// Turns samples as they are read into samples of 8 or 16 bits that a converter takes: unpacks bits, looks up colours
+/// Turns samples as they are read into samples of 8 or 16 bits that a converter accepts: unpacks bits, looks up colours
 /// in a palette, makes RGB of YCbCr, and scales to the depth of the output.
 class Expansion {
 public:
@@ -22,9 +22,9 @@ public:
     /// Unpacks rows of one plane. Each sample gets one byte, or two if it has more than 8 bits.
     void Unpack(Bytes& plane);
 
-    /// Whether the samples that are read, unpacked, differ from those that a converter takes.
+    /// Whether the samples that are read, unpacked, differ from those that a converter accepts.
     static bool IsNeeded(const TiffPage& page);
-    /// Replaces interleaved samples by those that a converter takes: `rows` rows of pixels, of strips or tiles.
+    /// Replaces interleaved samples by those that a converter accepts: `rows` rows of pixels, of strips or tiles.
     void Expand(Bytes& pixels, std::uint32_t rows);
 
     /// Bytes of a row of a block in the buffers of this object and of what it makes.

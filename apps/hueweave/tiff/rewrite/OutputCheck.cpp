@@ -14,7 +14,7 @@ namespace {
 [[noreturn]] void Refuse(const FileAccess& target, const std::string& what) {
     throw Refusal(Exit::Output, target.name(),
                   "is not written, because it would not read back correctly (" + what + ")",
-                  "write the source anew, for example with tiffcp, and convert that");
+                  "rewrite the source, for example with tiffcp, and convert the result");
 }
 
 bool SameShape(const TiffPage& planned, const TiffPage& read) {

@@ -60,8 +60,8 @@ bool HasOtherJpeg(const TiffStructure& structure, const TiffDirectory& directory
            });
 }
 
-/// Removes the tags of old-style JPEG, which some programs add to a page of JPEG data: they refer to data that are
-/// gone.
+/// Removes the tags of old-style JPEG, which some programs add to a page of JPEG data: they refer to data that no
+/// longer exist.
 void ForgetOldJpeg(const TiffStructure& structure, DirectoryWriter& directories, const TiffPage& page) {
     for (const auto which : {tag::JpegProcess, tag::JpegRestart, tag::JpegPredictors, tag::JpegPointTransforms,
                              tag::JpegQuantisation, tag::JpegDc, tag::JpegAc}) {

@@ -17,7 +17,7 @@ protected:
         SCOPED_TRACE(what);
         WriteBytes(in_, bytes);
         EXPECT_THAT(ConvertLow(), AllOf(Refuses(4, "in.tif: contains damaged image data ("),
-                                        Says(4, "); get a whole copy of the file")));
+                                        Says(4, "); get a complete copy of the file")));
         EXPECT_EQ(NamesIn(folder_.path()), (Words{"in.tif"}));
     }
     /// Damages a strip or tile of Deflate data in many ways.

@@ -224,7 +224,7 @@ TEST_F(DepthTest, SamplesAreScaledTo16BitsAndInterleaved) {
     }
     EXPECT_THAT(ConvertKind(), Says(0, "its samples of 12 bits are written with 16 bits\n"));
     EXPECT_THAT(ConvertKind({"--precision", "library"}),
-                Refuses(4, "has 12 bits a sample; leave --precision library out"));
+                Refuses(4, "has 12 bits per sample; leave --precision library out"));
 }
 
 }  // namespace

@@ -206,8 +206,8 @@ TEST_F(YCbCrTest, WhatCannotBeConvertedIsRefused) {
         {{Rationals(532, {0, 255, 128, 128, 128, 255})}, "has the same samples for black and white"},
         {{TiffMaker::Short(284, 2)}, "has planes of YCbCr of different sizes"},
         {{TiffMaker::Short(317, 2)}, "has a predictor, which data units of YCbCr do not have"},
-        {{TiffMaker::Short(277, 4), {258, 3, 4, 0, Little({8, 8, 8, 8}, 2)}}, "has 4 samples a pixel, not 3"},
-        {{{258, 3, 3, 0, Little({16, 16, 16}, 2)}}, "has 16 bits a sample"},
+        {{TiffMaker::Short(277, 4), {258, 3, 4, 0, Little({8, 8, 8, 8}, 2)}}, "has 4 samples per pixel, not 3"},
+        {{{258, 3, 3, 0, Little({16, 16, 16}, 2)}}, "has 16 bits per sample"},
         {{TiffMaker::Short(259, 50001)}, "is compressed with WebP, which is not supported"},
         {{TiffMaker::Long(256, 9)}, "contains damaged image data"},
     };

@@ -15,7 +15,7 @@ struct Image {
     bool operator==(const Image&) const = default;
 };
 
-/// The image of the directory at `offset`, decoded by libtiff; nothing if libtiff cannot, which is told, or with
+/// The image of the directory at `offset`, decoded by libtiff; nothing if libtiff cannot, which is reported, or with
 /// `sound` if it reports any error. Warnings do not count.
 std::optional<Image> ByLibtiff(const std::string& path, std::uint64_t offset, bool sound);
 /// The same with the command's own decoders, strip by strip or tile by tile. Throws a refusal.

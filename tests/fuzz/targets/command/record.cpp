@@ -39,7 +39,7 @@ void RunTarget(FuzzInput& input) {
             ResumeRecord earlier(folder.path(), true);
             earlier.Load();
             // Whatever the record holds, it cannot contain the time of the file that was just written.
-            Require(!earlier.IsDone(name, fingerprint), "nothing is done that no line tells of");
+            Require(!earlier.IsDone(name, fingerprint), "nothing is done that no line records");
             const FileAccess output = FileAccess::OpenInput(folder / name);
             earlier.Begin();
             earlier.Add(DoneLine{name, fingerprint, kSettings, output.State().version, {5, 6}});
@@ -54,7 +54,7 @@ void RunTarget(FuzzInput& input) {
         Require(later.IsDone(name, kSettings, FileVersion{5, 6}), "the same size and time of the source");
         Require(!later.IsDone(name, kSettings, FileVersion{5, 7}), "another time of the source");
         const Progress progress = Status(folder.path()).Count(nullptr);
-        Require(progress.done == 1, "one output is done, whatever the other record tells");
+        Require(progress.done == 1, "one output is done, whatever the other record says");
         Require(!later.IsDone(name + "2", fingerprint), "another output is not done");
         test::WriteFile(folder / name, Bytes(18, 0x42));
         Require(!later.IsDone(name, fingerprint), "an output that changed is not done");

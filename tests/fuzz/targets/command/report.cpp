@@ -144,7 +144,7 @@ void CheckPage(const ReportData& data, const std::string& text) {
     Require(page.script == harmless.script, "the page ends with its script");
     Require(page.numbers.find('<') == std::string::npos, "the numbers neither end their element nor begin a comment");
     Require(Json::accept(page.numbers), "the numbers are JSON");
-    Require(Json::parse(page.numbers) == Json::parse(JsonLine(ReportJson(named))), "and hold what was told");
+    Require(Json::parse(page.numbers) == Json::parse(JsonLine(ReportJson(named))), "and hold what was printed");
     const auto isControl = [](unsigned char c) { return c < 0x20 && c != '\n'; };
     Require(std::none_of(page.markup.begin(), page.markup.end(), isControl), "no control characters");
 }

@@ -45,7 +45,7 @@ void LossNotes::LookAtMetadata(const TiffDirectory& directory, FileNotes& notes)
             notes.common.insert("thumbnail of Photoshop (resource 1036 of tag 34377) stays in the old colours");
         }
         if (photoshop.tooLarge()) {
-            notes.common.insert("resources of Photoshop (tag 34377) are too large to look into, and stay");
+            notes.common.insert("resources of Photoshop (tag 34377) are too large to read, and stay");
         }
     }
 }

@@ -33,7 +33,7 @@ struct FilePlan {
     /// True if nothing changes: every page that is converted at all is in the output's colours already and embeds its
     /// profile.
     bool isCopy = false;
-    /// True if the image is written anew, in another format, but no sample changes.
+    /// True if the image is rewritten in another format, but no sample changes.
     bool keepsColours = false;
     /// With the library's precision and --in-place: true if all pages already embed the profile that they would get.
     /// Without this check, restarting an interrupted run over a folder would convert its files twice.

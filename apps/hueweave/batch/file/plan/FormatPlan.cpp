@@ -108,7 +108,7 @@ std::size_t OnlyPage(const std::string& name, const OpenPicture& open, Format to
     }
     const std::string pages = fmt::format("{} pages, of which a {} file holds one", whole.size(), FormatName(to));
     throw Refusal(Exit::Input, name, "contains " + pages,
-                  "divide it into files of one page, for example with tiffsplit")
+                  "split it into files of one page each, for example with tiffsplit")
         .OfKind({"with several pages", "several pages", false});
 }
 
@@ -125,7 +125,7 @@ void OpenTiff(const SourceFile& source, Format to, const ConvertOptions& options
     open.bits = page.bits;
     open.left = open.pages.size() - 1;
     if (options.precision == Precision::Library && page.kind.empty() && page.bits != page.written.bits) {
-        throw Refusal(Exit::Input, source.name, fmt::format("has {} bits a sample", page.bits),
+        throw Refusal(Exit::Input, source.name, fmt::format("has {} bits per sample", page.bits),
                       "leave --precision library out");
     }
     const unsigned extra = page.samples - page.ColourSamples();
@@ -182,11 +182,11 @@ void FitInto(Format to, NewImage& image, FileNotes& notes) {
     if (image.HasAlpha()) {
         throw Refusal(
             Exit::Input, image.name, "has an alpha channel, which a JPEG file cannot hold",
-            "write it as PNG or TIFF, or take the alpha out, for example with convert in.png -alpha off out.png")
+            "write it as PNG or TIFF, or remove the alpha channel, for example with convert in.png -alpha off out.png")
             .OfKind({"with alpha", "an alpha channel, which a JPEG file cannot hold", false});
     }
     if (std::max(image.raster.width, image.raster.height) > kMostJpegSize) {
-        throw Refusal(Exit::Input, image.name, "is larger than the 65,500 pixels a side that a JPEG file can have",
+        throw Refusal(Exit::Input, image.name, "is larger than the 65,500 pixels per side that a JPEG file can have",
                       "write it as PNG or TIFF");
     }
     if (image.raster.bits == 16) notes.common.insert("samples of 16 bits are written with 8 bits");

@@ -20,7 +20,7 @@ std::pair<std::size_t, std::optional<Bytes>> DistinctProfiles::Find(const TiffEn
     const bool isNew = known == byHash_.end();
     if (isNew && (byHash_.size() == limit::kProfiles || data.size() > limit::kProfileBytes - bytes_)) {
         throw Refusal(Exit::Profile, name, "embeds more than 16 different profiles, or more than 32 MiB of them",
-                      "divide it into files of fewer pages, for example with tiffsplit");
+                      "split it into files of fewer pages, for example with tiffsplit");
     }
     const std::size_t number = isNew ? byHash_.size() : known->second;
     if (entry.dataOffset != 0) byPlace_[place] = number;

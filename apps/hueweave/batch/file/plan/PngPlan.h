@@ -9,8 +9,8 @@ namespace hueweave::tool {
 /// `PlanFile` for a PNG file.
 FilePlan PlanPng(const Session& session, const SourceFile& source);
 
-/// The profile that a file embeds, or null. The chunk sRGB stands for that of sRGB, or for grey with its tone curve;
-/// gAMA and cHRM stand for none.
+/// The profile that a file embeds, or null. The chunk sRGB means that of sRGB or, for grey, its tone curve; gAMA and
+/// cHRM do not count as a profile.
 std::shared_ptr<const DeviceProfile> EmbeddedIn(const PngStructure& structure);
 
 }  // namespace hueweave::tool

@@ -45,7 +45,7 @@ public:
     bool HasProfile(const Embedded& embedded, colour::ColourModel model) const;
     /// Refuses a file of one image whose pixels, of this kind, are not RGB, unless there is a profile for them.
     void RequireProfile(const Embedded& embedded, colour::ColourModel model, const std::string& kind) const;
-    /// The converter for an image of 8 or 16 bits a sample. Refuses the file if none can be chosen.
+    /// The converter for an image of 8 or 16 bits per sample. Refuses the file if none can be chosen.
     ChosenConverter For(const Embedded& embedded, unsigned bits, colour::ColourModel model = colour::ColourModel::Rgb);
 
     /// Whether files that embed exactly the profile that they would get are taken as converted by an earlier run: with

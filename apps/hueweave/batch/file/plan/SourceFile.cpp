@@ -17,7 +17,8 @@ SourceFile OpenSource(const Item& item) {
 
 void CheckUnchanged(const SourceFile& source) {
     if (source.file.State() == source.opened) return;
-    throw Refusal(Exit::Input, source.name, "changed while it was read", "convert it again when nobody writes to it");
+    throw Refusal(Exit::Input, source.name, "changed while it was being read",
+                  "convert it again when nobody writes to it");
 }
 
 }  // namespace hueweave::tool

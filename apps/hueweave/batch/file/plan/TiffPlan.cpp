@@ -74,7 +74,7 @@ private:
     [[noreturn]] void RefuseDepth(const TiffPage& page) const {
         const std::string where = page.label.empty() ? "" : page.label + " ";
         throw Refusal(Exit::Input, images_->structure.file().name(),
-                      fmt::format("{}has {} bits a sample", where, page.bits), "leave --precision library out");
+                      fmt::format("{}has {} bits per sample", where, page.bits), "leave --precision library out");
     }
 
     PageJob PlanPage(std::size_t p) {
