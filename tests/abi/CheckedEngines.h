@@ -94,7 +94,9 @@ public:
             const auto lent = [](Bytes& curve) { return curve.empty() ? nullptr : curve.data(); };
             const int answer =
                 api.Adjust(lightness, chroma, hue, lent(own.red), lent(own.green), lent(own.blue), count);
-            EXPECT_TRUE(own.red == curves.red && own.green == curves.green && own.blue == curves.blue);
+            EXPECT_THAT(own.red, EqualTo(curves.red));
+            EXPECT_THAT(own.green, EqualTo(curves.green));
+            EXPECT_THAT(own.blue, EqualTo(curves.blue));
             return answer;
         });
     }

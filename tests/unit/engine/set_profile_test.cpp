@@ -236,7 +236,11 @@ protected:
         EXPECT_EQ(std::memcmp(&memory->File.header, &file->File.header, sizeof file->File.header), 0);
         EXPECT_EQ(TagsOf(*memory), TagsOf(*file));
         const ReferenceEngine found = ReferenceOf(*memory), expected = ReferenceOf(*file);
-        EXPECT_TRUE(found.in == expected.in && found.cells == expected.cells && found.out == expected.out);
+        EXPECT_THAT(found.cells, EqualTo(expected.cells));
+        for (std::size_t c = 0; c < 3; ++c) {
+            EXPECT_THAT(found.in[c], EqualTo(expected.in[c])) << "channel " << c;
+            EXPECT_THAT(found.out[c], EqualTo(expected.out[c])) << "channel " << c;
+        }
         return memory->Ready();
     }
     const Bytes smooth_ = MiniProfile(
