@@ -8,7 +8,7 @@ namespace {
 
 using ExportedSetProfile = ExportTest;
 
-TEST_F(ExportedSetProfile, AnswersTheOutputSpaceOrThatThereIsNone) {
+TEST_F(ExportedSetProfile, ReturnsTheOutputSpaceOrNone) {
     for (const int output : {8, 9, 10, 11, 12, 13, 20, 31, 34, 39}) {
         EXPECT_EQ(engines_.SetProfile("plain.icc", 0, output % 2, output), output);
     }
@@ -17,7 +17,7 @@ TEST_F(ExportedSetProfile, AnswersTheOutputSpaceOrThatThereIsNone) {
     }
 }
 
-TEST_F(ExportedSetProfile, OnceRefusedEndsConversionsUntilTheNextGoodCall) {
+TEST_F(ExportedSetProfile, DisablesConversionAfterAFailureUntilTheNextSuccess) {
     std::vector<std::tuple<std::string, int, int>> refusals = {{"absent.icc", 0, 22},
                                                                {"plain.icc", 0, 14},
                                                                {"plain.icc", 0, 65535},
@@ -35,7 +35,7 @@ TEST_F(ExportedSetProfile, OnceRefusedEndsConversionsUntilTheNextGoodCall) {
     engines_.Convert();
 }
 
-TEST_F(ExportedSetProfile, TakesAnUnsetInputEncodingForBytesOnTheFirstEngineAlone) {
+TEST_F(ExportedSetProfile, TreatsAnUnsetInputEncodingAs8BitOnTheFirstEngineOnly) {
     const std::string path = engines_.Path("plain.icc");
     EXPECT_EQ(engines_.SetProfile("plain.icc", 0, 0, 22), 22);
     engines_.Adjust(0, 0, 0, SomeCurves(256));
@@ -84,7 +84,7 @@ TEST_F(ExportedSetProfile, IgnoresTheSecondPath) {
     engines_.Convert();
 }
 
-TEST_F(ExportedSetProfile, OfAProfileWithoutATableLooksBoundAndConvertsNothing) {
+TEST_F(ExportedSetProfile, BindsAProfileWithoutATableAndConvertsNothing) {
     for (const int input : {0, 1}) {
         EXPECT_EQ(engines_.SetProfile("none.icc", 0, input, 8 + input), 8 + input);
         engines_.Convert();
@@ -111,7 +111,7 @@ TEST_F(ExportedSetIntent, StoresAnySpaceOnAnEmptyEngine) {
     }
 }
 
-TEST_F(ExportedSetIntent, TakesAnUnsetInputEncodingForBytes) {
+TEST_F(ExportedSetIntent, TreatsAnUnsetInputEncodingAs8Bit) {
     engines_.SetProfile("plain.icc", 1, 0, 22);
     const Bytes expected = engines_.Convert();
     engines_.SetProfile("plain.icc", 0, 1, 22);
@@ -128,7 +128,7 @@ TEST_F(ExportedSetIntent, TakesAnUnsetInputEncodingForBytes) {
 
 using ExportedAdjust = ExportTest;
 
-TEST_F(ExportedAdjust, ShiftsColoursAndLaysCurvesInOneCall) {
+TEST_F(ExportedAdjust, AppliesShiftsAndCurvesInOneCall) {
     const ToneCurves curves = SomeCurves(4096), other = SomeCurves(4096, 9);
     for (const int input : {0, 1}) {
         engines_.SetProfile("plain.icc", 3, input, 22 + input);
@@ -151,7 +151,7 @@ TEST_F(ExportedAdjust, ShiftsColoursAndLaysCurvesInOneCall) {
     }
 }
 
-TEST_F(ExportedAdjust, AnswersTheOutputSpaceAndNotTheResult) {
+TEST_F(ExportedAdjust, ReturnsTheOutputSpaceAndNotTheResult) {
     const ToneCurves curves = SomeCurves(256);
     EXPECT_EQ(engines_.Adjust(1, 2, 3, curves), 65535) << "no profile";
     const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
@@ -175,7 +175,7 @@ TEST_F(ExportedAdjust, AnswersTheOutputSpaceAndNotTheResult) {
 }
 
 /// Each engine runs jobs of its own in turn; after every step all three must still match their own references.
-TEST(IndependentEngines, StayAsTheyAreWhileAnotherIsLed) {
+TEST(ExportedEngines, DoNotAffectOneAnother) {
     const Library library;
     CheckedEngines first(library, {""}), second(library, {"_2nd"}), third(library, {"_3rd"});
     const std::function<void()> steps[] = {
@@ -198,7 +198,7 @@ TEST(IndependentEngines, StayAsTheyAreWhileAnotherIsLed) {
     second.ConvertFile();
 }
 
-TEST_F(ExportedSetProfile, RemembersThePathOfEachEngineApart) {
+TEST_F(ExportedSetProfile, KeepsOnePathPerEngine) {
     const std::string path = engines_.Path("black.icc");
     const auto bind = [&](std::size_t n) { return engines_.Apis()[n].SetProfile(path.c_str(), nullptr, 0, 0, 8); };
     ASSERT_EQ(bind(0), 8);

@@ -31,7 +31,7 @@ TEST_F(ExportedConvert2, ConvertsEightBitPixelsInPlace) {
     }
 }
 
-TEST_F(ExportedConvert2, WithoutPixelsOrBuffersDoesNothingAndIsRefusedWithoutAProfile) {
+TEST_F(ExportedConvert2, IgnoresEmptyRunsAndFailsWithoutAProfile) {
     for (const int input : {65535, 0, 1}) {
         if (input != 65535) engines_.SetProfile("black.icc", 0, input, 10);
         const int answer = input == 65535 ? -1 : 0;
@@ -53,7 +53,7 @@ protected:
     const std::string dest_ = engines_.Path("out.tif");
 };
 
-TEST_F(ExportedConvertFile, WritesTheReferencePixelsAndAnswersTheOutputSpace) {
+TEST_F(ExportedConvertFile, WritesTheReferencePixelsAndReturnsTheOutputSpace) {
     for (const int input : {0, 1}) {
         for (const int intent : {0, 3}) {
             engines_.SetProfile("plain.icc", intent, input, 22 + input);
@@ -62,7 +62,7 @@ TEST_F(ExportedConvertFile, WritesTheReferencePixelsAndAnswersTheOutputSpace) {
     }
 }
 
-TEST_F(ExportedConvertFile, OfAMissingSourceLooksLikeASuccess) {
+TEST_F(ExportedConvertFile, ReportsSuccessForAMissingSource) {
     engines_.SetProfile("black.icc", 0, 0, 8);
     const std::string absent = engines_.Path("absent.tif");
     for (const EngineApi& api : engines_.Apis()) {

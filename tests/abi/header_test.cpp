@@ -57,7 +57,7 @@ int use(void) {
 #endif
 )";
 
-class Header : public testing::Test {
+class HueweaveHeader : public testing::Test {
 protected:
     /// Compiles `text` with the given compiler and flags; true if it is accepted without a warning.
     bool Compiles(const std::string& compiler, const std::string& flags, const std::string& text) {
@@ -72,7 +72,7 @@ protected:
     TempDir dir_;
 };
 
-TEST_F(Header, IsValidAloneOrTwiceInEveryStandard) {
+TEST_F(HueweaveHeader, IsValidAloneOrTwiceInEveryStandard) {
     const std::string headers = "#include \"hueweave/hueweave.h\"\n#include \"hueweave/transform.h\"\n";
     for (const std::string program : {kProgram, kTransforms}) {
         for (const std::string standard : {"c99", "c11", "gnu17"}) {
@@ -85,12 +85,12 @@ TEST_F(Header, IsValidAloneOrTwiceInEveryStandard) {
     }
 }
 
-TEST_F(Header, TheCheckItselfFindsFaults) {
+TEST_F(HueweaveHeader, CheckDetectsErrors) {
     EXPECT_FALSE(Compiles(HUEWEAVE_C_COMPILER, "-x c -std=c99",
                           std::string(kProgram) + "int wrong(void) { return Orvix_Icc_Convert2(); }\n"));
 }
 
-TEST_F(Header, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
+TEST_F(HueweaveHeader, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
     EXPECT_TRUE((std::is_same_v<std::underlying_type_t<HueweaveIntent>, std::int32_t>));
     EXPECT_TRUE((std::is_same_v<std::underlying_type_t<HueweaveColorSpace>, std::int32_t>));
     // C chooses the width of an enum from its values; the functions take 32 bits.
@@ -104,7 +104,7 @@ TEST_F(Header, EnumerationsAreThirtyTwoBitsWideAndHoldEveryValue) {
 template <class Function, class... Three>
 constexpr bool kAllAre = (std::is_same_v<Function, Three> && ...);
 
-TEST_F(Header, FunctionsTakeAndGiveThirtyTwoBits) {
+TEST_F(HueweaveHeader, FunctionsHave32BitParametersAndResults) {
     using Path = const char*;
     using Curve = unsigned char*;
     using Word = std::int32_t;
@@ -119,7 +119,7 @@ TEST_F(Header, FunctionsTakeAndGiveThirtyTwoBits) {
     EXPECT_TRUE((std::is_same_v<decltype(func1), Word() noexcept>));
 }
 
-TEST_F(Header, EnumeratorsHaveTheirFixedValues) {
+TEST_F(HueweaveHeader, EnumeratorsHaveTheirFixedValues) {
     struct {
         int first;
         std::vector<int> declared;

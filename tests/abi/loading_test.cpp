@@ -75,7 +75,7 @@ void* Open() {
     return handle;
 }
 
-TEST(Loading, AndUnloadingPrintOneLineEach) {
+TEST(DllMain, PrintsOneLineOnLoadAndUnload) {
     for (const int mode : {RTLD_NOW | RTLD_LOCAL, RTLD_LAZY | RTLD_GLOBAL}) {
         const std::string output = OutputOfChild([mode] {
             std::puts("before");
@@ -91,7 +91,7 @@ TEST(Loading, AndUnloadingPrintOneLineEach) {
     }
 }
 
-TEST(Loading, IsUndoneAfterAnyExitHandlerOfTheProgram) {
+TEST(DllMain, UnloadsAfterTheExitHandlersOfTheProgram) {
     const std::string output = OutputOfChild([] {
         Open();
         std::atexit([] { std::puts("exit handler"); });
@@ -99,7 +99,7 @@ TEST(Loading, IsUndoneAfterAnyExitHandlerOfTheProgram) {
     EXPECT_EQ(output, kLoad + "exit handler\n" + kUnload);
 }
 
-TEST(Loading, StartsAnewEachTime) {
+TEST(DllMain, StartsWithEmptyEnginesOnEachLoad) {
     const std::string output = OutputOfChild([] {
         const TempDir dir;
         const std::string path = PutSized(dir, 100);
@@ -118,7 +118,7 @@ TEST(Loading, StartsAnewEachTime) {
     EXPECT_EQ(output, once + once + once);
 }
 
-TEST(Func1, PrintsItsNameAndReturnsZero) {
+TEST(ExportedFunc1, PrintsItsNameAndReturnsZero) {
     const std::string output = OutputOfChild([] {
         const Library library;
         const auto function = library.Get<decltype(&func1)>("func1");
@@ -148,7 +148,7 @@ void Unload(const std::array<std::size_t, 3>& marks) {
     testing::internal::GetCapturedStdout();
 }
 
-TEST(Unloading, DestroysTheEnginesInReverseBeforeTheLastLine) {
+TEST(DllMain, DestroysTheEnginesInReverseOrderBeforeTheLastLine) {
     for (const auto& marks : {std::array<std::size_t, 3>{40000, 60000, 80000},
                               {80000, 40000, 60000},
                               {40000, 0, 0},

@@ -75,12 +75,12 @@ Paths Opened(const std::function<void()>& call) {
     return openWatch.opened;
 }
 
-class OpenedFiles : public ExportTest {
+class ExportedFileAccess : public ExportTest {
 protected:
     const std::string plain_ = engines_.Path("plain.icc");
 };
 
-TEST_F(OpenedFiles, OfSetProfileAreTheProfileAloneAndOnce) {
+TEST_F(ExportedFileAccess, SetProfileOpensOnlyTheProfileAndOnlyOnce) {
     const std::string second = engines_.Path("none.icc"), absent = engines_.Path("absent.icc");
     for (const EngineApi& api : engines_.Apis()) {
         for (const std::string& first : {plain_, absent}) {
@@ -91,7 +91,7 @@ TEST_F(OpenedFiles, OfSetProfileAreTheProfileAloneAndOnce) {
     }
 }
 
-TEST_F(OpenedFiles, AreNoneInCallsWithoutAPath) {
+TEST_F(ExportedFileAccess, CallsWithoutAPathOpenNothing) {
     const auto calls = [&] {
         engines_.SetIntent(1, 1, 9);
         engines_.Adjust(5.0, 6.0, 7.0, SomeCurves(256));
@@ -110,7 +110,7 @@ TEST_F(OpenedFiles, AreNoneInCallsWithoutAPath) {
     EXPECT_EQ(Opened(calls), Paths()) << "after a failure";
 }
 
-TEST_F(OpenedFiles, OfConvertFileAreTheSourceAndTheDestination) {
+TEST_F(ExportedFileAccess, ConvertFileOpensTheSourceAndTheDestination) {
     const std::string source = engines_.Path("in.tif"), dest = engines_.Path("out.tif");
     WriteFile(source, MiniTiff{10, 10, 3, 8, SomePixels(), Bytes(64, 1)}.Build());
     for (const EngineApi& api : engines_.Apis()) {
@@ -126,7 +126,7 @@ TEST_F(OpenedFiles, OfConvertFileAreTheSourceAndTheDestination) {
     }
 }
 
-TEST_F(OpenedFiles, AreNoneInLoadingAndUnloading) {
+TEST_F(ExportedFileAccess, LoadingAndUnloadingOpenNothing) {
     // The loader itself does not go through fopen.
     EXPECT_EQ(Opened([] { Library(); }), Paths());
 }

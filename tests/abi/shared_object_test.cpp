@@ -93,7 +93,7 @@ TEST(SharedObject, HoldsTheThreeEnginesInItsOwnMemory) {
     EXPECT_LT(bss, 4 * kTableBytes);
 }
 
-TEST(SharedObject, OfTransformsDefinesItsFunctionsInOneVersionAndNothingElse) {
+TEST(SharedObject, TransformLibraryDefinesItsFunctionsInOneVersionAndNothingElse) {
     std::multiset<std::string> expected{"A HUEWEAVE_TRANSFORM_1.0"};
     for (const char* function :
          {"convert", "convert_image", "space_count", "space_name", "space_title", "status_message", "status_name",

@@ -34,7 +34,7 @@ std::string FailureOf(const hw_profile* source, const hw_profile* target, const 
     return std::string(error.name) + ": " + error.message;
 }
 
-TEST(TransformApiFailure, OfAProfileIsNamedWithItsReasonAndARemedy) {
+TEST(TransformApiTest, ReportsTheReasonAndARemedyForAProfile) {
     const TempDir dir;
     const Bytes text{'t', 'e', 'x', 't'}, scanner = TableProfile({});
     Bytes grey = scanner;
@@ -78,7 +78,7 @@ TEST(TransformApiFailure, OfAProfileIsNamedWithItsReasonAndARemedy) {
     EXPECT_EQ(FailureOf(&lost, &srgb, nullptr).find("file: ...\xc3\xa4"), 0U);
 }
 
-TEST(TransformApiFailure, OfAnOptionHasALimitOnBothSides) {
+TEST(TransformApiTest, RejectsOptionsBeyondEitherLimit) {
     const Bytes scanner = TableProfile({}), printer = TableProfile({.target = true});
     const ApiProfile source = ApiProfile::FromMemory(scanner), device = ApiProfile::FromMemory(printer),
                      space = ApiProfile::OfSpace("srgb"), p3 = ApiProfile::OfSpace("display-p3"),
@@ -170,7 +170,7 @@ TEST(TransformApiTest, OptionsAndInfoOfALaterVersionAreUnderstoodIfTheirNewField
     hw_transform_free(nullptr);
 }
 
-TEST(TransformApiFailure, OfALayoutTouchesNothing) {
+TEST(TransformApiTest, RejectsAnInvalidLayoutWithoutWriting) {
     const ApiTransform transform(ApiProfile::OfSpace("srgb"), ApiProfile::OfSpace("srgb-linear"));
     constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max(), kHalf = kMost / 2;
     constexpr auto kLeast = std::numeric_limits<std::ptrdiff_t>::min();

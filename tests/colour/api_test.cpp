@@ -91,7 +91,7 @@ const std::map<std::string, Bytes>& ProfilesByWay() {
 }
 
 /// Compared with the transform that converts pixel by pixel. The bytes beside the image stay.
-TEST(TransformApiTest, EveryWayConvertsRunsOfAnyLengthAtAnyAddressWithExtraSamples) {
+TEST(TransformApiTest, EveryMethodConvertsRunsOfAnyLengthAtAnyAddressWithExtraSamples) {
     const Bytes& target = ProfilesByWay().at("copy");
     Lcg random(5);
     Bytes bytes(4 * 6 * 1000);
@@ -197,7 +197,7 @@ TEST(TransformApiTest, AnyProfileOfTheTargetSpaceIsCopied) {
 }
 
 /// Images of 2 x 3 pixels of four channels, compared with their single pixels. The bytes beside them stay.
-TEST(TransformApiTest, RowsMayHaveStridesAndLieBetweenThoseOfTheDestination) {
+TEST(TransformApiTest, RowsMayHaveStridesAndInterleaveWithTheDestination) {
     const ApiTransform transform(ApiProfile::OfSpace("srgb"), ApiProfile::OfSpace("srgb-linear"));
     Bytes memory(96);
     for (std::size_t i = 0; i < memory.size(); ++i) memory[i] = static_cast<unsigned char>(i * 37);

@@ -8,7 +8,7 @@
 namespace hueweave::test {
 namespace {
 
-TEST(TransformApiThreads, ShareTransformsAndMakeTheirOwn) {
+TEST(TransformApiTest, ThreadsShareTransformsAndCreateTheirOwn) {
     const Bytes devices[] = {TableProfile({}), FloatProfile(false), MatrixProfile(kGamut2020, GammaBlock(1.8)),
                              LcmsSrgb()};
     Bytes pixels(6000);

@@ -24,7 +24,7 @@ std::string Refusal(const Bytes& profile, bool target) {
     return made.index() == 1 ? std::get<std::string>(made) : "";
 }
 
-TEST(DamagedTest, OtherThanRgbProfilesAreRefused) {
+TEST(DamagedProfileTest, OtherThanRgbProfilesAreRefused) {
     for (const bool target : {false, true}) {
         EXPECT_THAT(Refusal({}, target), testing::HasSubstr("not a readable ICC profile"));
         EXPECT_THAT(Refusal(Bytes(5000, 'x'), target), testing::HasSubstr("not a readable ICC profile"));
@@ -76,7 +76,7 @@ std::array<Bytes, 3> SoundProfiles() {
             TableProfile({.target = true, .points = 3})};
 }
 
-TEST(DamagedTest, CutProfilesAreRefusedOrConvertedExactly) {
+TEST(DamagedProfileTest, CutProfilesAreRefusedOrConvertedExactly) {
     for (const Bytes& profile : SoundProfiles()) {
         unsigned refused = 0;
         for (std::size_t size = 0; size < profile.size(); size += 97) {
@@ -88,7 +88,7 @@ TEST(DamagedTest, CutProfilesAreRefusedOrConvertedExactly) {
     }
 }
 
-TEST(DamagedTest, ProfilesWithChangedBytesAreRefusedOrConvertedExactly) {
+TEST(DamagedProfileTest, ProfilesWithChangedBytesAreRefusedOrConvertedExactly) {
     const auto sound = SoundProfiles();
     Lcg random(2026);
     unsigned converted = 0;

@@ -24,9 +24,9 @@ constexpr Kind kKinds[] = {Kind::Affine, Kind::Curves, Kind::Tetrahedra, Kind::T
 double Uniform(Lcg& random, double low, double high) { return low + (high - low) * random.Next() / 0xffffff; }
 
 /// A program with a step of each kind, and the memory that it refers to.
-class LoopsTest : public testing::Test {
+class ExactKernelsTest : public testing::Test {
 protected:
-    LoopsTest() : words_(65536), curve_(33), nodes_(4 * 5 * 4 * 3), encoding_(colour::kEncodingEntries + 1) {
+    ExactKernelsTest() : words_(65536), curve_(33), nodes_(4 * 5 * 4 * 3), encoding_(colour::kEncodingEntries + 1) {
         Lcg random(3);
         for (std::size_t i = 0; i < 256; ++i) bytes_.push_back(static_cast<float>(i) / 255);
         for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535;
@@ -77,7 +77,7 @@ protected:
 
 /// Eight corners, weighted by volume if trilinear. In a tetrahedron, a corner weighs what the least of the fractions on
 /// the axes towards it exceeds the greatest of the others by.
-Vector LoopsTest::Interpolated(const Vector& x, bool tetrahedra) const {
+Vector ExactKernelsTest::Interpolated(const Vector& x, bool tetrahedra) const {
     std::array<int, 3> cell{};
     Vector part, result{};
     for (std::size_t c = 0; c < 3; ++c) {
@@ -115,7 +115,7 @@ Words ConvertedBy(const colour::Loops& loops, const colour::Program& program, Wo
     return colours;
 }
 
-Vector LoopsTest::Reference(const Step& step, const Vector& x) const {
+Vector ExactKernelsTest::Reference(const Step& step, const Vector& x) const {
     constexpr double kBent = 216.0 / 24389, kSlope = 24389.0 / 27 / 116, kZero = 16.0 / 116;
     Vector y = x;
     switch (step.kind) {
@@ -157,7 +157,7 @@ Vector LoopsTest::Reference(const Step& step, const Vector& x) const {
     return y;
 }
 
-TEST_F(LoopsTest, StepsAreTheirFormulas) {
+TEST_F(ExactKernelsTest, StepsFollowTheirFormulas) {
     const Words colours = SampleColours();
     // Includes values slightly outside 0 to 1. A curve of random entries has slopes of up to 32, which turns float
     // rounding into errors of up to 0.15 of a sample.
@@ -221,7 +221,7 @@ void ExpectEnds(colour::Program program, colour::Ends colour::Program::*ends, co
 }
 
 /// Only if there are such samples, since others are exact.
-TEST_F(LoopsTest, BlackAndWhiteHaveTheGivenSamples) {
+TEST_F(ExactKernelsTest, BlackAndWhiteHaveTheGivenSamples) {
     const std::vector<Step> steps{Scaled(0.9F, 0.02F)};
     for (const colour::Loops* loops : colour::AllLoops()) {
         SCOPED_TRACE(loops->name);
@@ -230,7 +230,7 @@ TEST_F(LoopsTest, BlackAndWhiteHaveTheGivenSamples) {
     }
 }
 
-TEST_F(LoopsTest, ARunOfAnyLengthGivesTheSameAndOnlyItsColoursAreWritten) {
+TEST_F(ExactKernelsTest, RunsOfAnyLengthMatchAndWriteOnlyTheirColours) {
     constexpr std::size_t kMost = 530;
     Lcg random(29);
     Bytes source(4 * 5 * kMost);
@@ -259,7 +259,7 @@ TEST_F(LoopsTest, ARunOfAnyLengthGivesTheSameAndOnlyItsColoursAreWritten) {
     }
 }
 
-TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
+TEST_F(ExactKernelsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
     // Values up to 1/64, multiplied by fifty after the rounding.
     for (std::size_t i = 0; i < 65536; ++i) words_[i] = static_cast<float>(i) / 65535 / 64;
     const std::vector<Step> steps{Make(Kind::Round), Scaled(50, 0)};
@@ -274,7 +274,7 @@ TEST_F(LoopsTest, RoundedValuesAreMultiplesOfASixteenBitSample) {
     }
 }
 
-TEST_F(LoopsTest, CurvesOfTheTargetAreExactNearBlackToo) {
+TEST_F(ExactKernelsTest, CurvesOfTheTargetAreExactNearBlackToo) {
     Words colours(3 * 65536 / 2);
     for (std::size_t i = 0; i < colours.size(); ++i) colours[i] = static_cast<std::uint16_t>(i * 2 / 3);
     for (const colour::Loops* loops : colour::AllLoops()) {
@@ -288,7 +288,7 @@ TEST_F(LoopsTest, CurvesOfTheTargetAreExactNearBlackToo) {
     }
 }
 
-TEST_F(LoopsTest, AllGiveTheSameBytesForAnyNumbers) {
+TEST_F(ExactKernelsTest, AllGiveTheSameBytesForAnyNumbers) {
     ASSERT_EQ(colour::AllLoops().front(), &colour::kBaselineLoops);
     constexpr float kInfinity = std::numeric_limits<float>::infinity(), kNan = std::numeric_limits<float>::quiet_NaN();
     const float odd[] = {kInfinity, -kInfinity, kNan, -kNan, 1e30F, -1e30F, 1e-40F, -0.0F, 1, -1, 2, 65536, 0.5F};

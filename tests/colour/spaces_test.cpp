@@ -180,7 +180,7 @@ void ExpectThatNeutralColoursStay(const Transform& transform) {
     }
 }
 
-TEST(StandardsTest, EverySpaceIsTheSourceAndTheTargetOfTheRightColours) {
+TEST(StandardSpacesTest, EverySpaceIsTheSourceAndTheTargetOfTheRightColours) {
     for (const auto& [first, second] :
          {std::pair{0U, 1U}, {1U, 0U}, {2U, 5U}, {3U, 2U}, {4U, 3U}, {5U, 4U}, {0U, 5U}, {3U, 0U}}) {
         const Standard &from = kStandards[first], &to = kStandards[second];
@@ -194,7 +194,7 @@ TEST(StandardsTest, EverySpaceIsTheSourceAndTheTargetOfTheRightColours) {
     }
 }
 
-TEST(StandardsTest, RedsOfSrgbAndDisplayP3) {
+TEST(StandardSpacesTest, RedsOfSrgbAndDisplayP3) {
     const Transform wider(SpaceProfile("srgb"), SpaceProfile("display-p3"), {});
     // The CSS Color 4 conversion of color(srgb 1 0 0) to display-p3: 0.9175 0.2003 0.1386.
     EXPECT_THAT(Converted(wider, Bytes{255, 0, 0}), testing::ElementsAre(234, 51, 35));
@@ -204,7 +204,7 @@ TEST(StandardsTest, RedsOfSrgbAndDisplayP3) {
     EXPECT_THAT(Converted(narrower, Words{65535, 0, 0}), testing::ElementsAre(65535, 0, 0));
 }
 
-TEST(StandardsTest, DarkNeutralColoursOfLinearScansStayNeutral) {
+TEST(StandardSpacesTest, DarkNeutralColoursOfLinearScansStayNeutral) {
     const Bytes scan = MatrixProfile(kGamutSrgb, GammaBlock(1));
     for (const char* name : {"srgb", "adobe-rgb", "prophoto", "eci-rgb-v2"}) {
         const Words converted = Converted(Transform(scan, SpaceProfile(name), {}), Words{150, 150, 150});
@@ -214,7 +214,7 @@ TEST(StandardsTest, DarkNeutralColoursOfLinearScansStayNeutral) {
     }
 }
 
-TEST(StagesTest, AffineStagesFollowEachOtherAsOne) {
+TEST(StagesTest, ConsecutiveAffineStagesAreMerged) {
     const AffineStage first{{{{1, 2, 0}, {0, 1, 0}, {0, 0, 3}}}, {0.5, 0, -1}};
     const AffineStage second = AffineStage::Diagonal({2, 3, 4}, {1, 0, 0});
     EXPECT_THAT(first.Apply({1, 1, 1}), testing::ElementsAre(3.5, 1, 2));

@@ -59,13 +59,13 @@ std::ostream& operator<<(std::ostream& out, const Case& c) {
 
 constexpr const char *kMatrix = "matrix", *kDirect = "direct";
 
-class WaysTest : public testing::TestWithParam<Case> {};
+class ConversionMethodsTest : public testing::TestWithParam<Case> {};
 
 constexpr auto kPerceptual = RenderingIntent::Perceptual, kRelative = RenderingIntent::RelativeColorimetric,
                kSaturation = RenderingIntent::Saturation, kAbsolute = RenderingIntent::AbsoluteColorimetric;
 constexpr auto kCompensated = BlackPoint::Compensated;
 
-TEST_P(WaysTest, AreAsExactAsTheyTell) {
+TEST_P(ConversionMethodsTest, HaveTheReportedError) {
     const Case& c = GetParam();
     const TransformOptions options{c.intent, c.black};
     const Bytes &source = Device(c.source), &target = Device(c.target);
@@ -84,7 +84,7 @@ TEST_P(WaysTest, AreAsExactAsTheyTell) {
 }
 
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(Profiles, WaysTest, testing::Values(
+INSTANTIATE_TEST_SUITE_P(Profiles, ConversionMethodsTest, testing::Values(
     Case{"mft1", "srgb", kDirect}, Case{"mft2", "srgb", kDirect}, Case{"mft2-xyz", "srgb", kDirect},
     Case{"mAB", "srgb", kDirect}, Case{"mAB-matrix", "adobe-rgb", kDirect},
     Case{"mAB-no-grid", "srgb", kMatrix}, Case{"scanner.icc", "prophoto", kDirect},
@@ -105,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(Profiles, WaysTest, testing::Values(
     Case{"mft2", "printer-4", kDirect, kRelative, kCompensated}, Case{"xyz.icc", "srgb", kDirect, kRelative}));
 // clang-format on
 
-TEST(WaysTest, BlackPointsAreCompensatedByTheRulesOfTheHeader) {
+TEST(ConversionMethodsTest, BlackPointsAreCompensatedByTheRulesOfTheHeader) {
     // The scanner's black is 1 % of the white, in steps of 1/652 of L*; the black of a space is 0.
     const auto expect = [](double light, const char* target, RenderingIntent intent, BlackPoint black) {
         const Transform transform(Device("mft2"), Device(target), {intent, black});
@@ -124,7 +124,7 @@ TEST(WaysTest, BlackPointsAreCompensatedByTheRulesOfTheHeader) {
     expect(0.009, "srgb", kAbsolute, kCompensated);
 }
 
-TEST(WaysTest, TheErrorIsThatOfTheColoursItIsMeasuredWith) {
+TEST(ConversionMethodsTest, TheReportedErrorIsThatOfTheMeasuredColours) {
     Words colours;
     for (const auto& rgb : colour::CheckColours()) colours.insert(colours.end(), rgb.begin(), rgb.end());
     for (const char* target : {"srgb", "printer-2"}) {
@@ -139,7 +139,7 @@ TEST(WaysTest, TheErrorIsThatOfTheColoursItIsMeasuredWith) {
     }
 }
 
-TEST(WaysTest, GridsOfMoreThan129PointsAreLeftToLittleCms) {
+TEST(ConversionMethodsTest, GridsOfMoreThan129PointsAreLeftToLittleCms) {
     // A table of bytes whose grid is all middle grey: 6.6 MB in the file would be 35 MB in memory.
     const auto make = [](unsigned char points) {
         ByteWriter block;
@@ -154,7 +154,7 @@ TEST(WaysTest, GridsOfMoreThan129PointsAreLeftToLittleCms) {
     EXPECT_EQ(Transform(make(130), LcmsSrgb(), {}).way(), Way::PixelByPixel);
 }
 
-TEST(WaysTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
+TEST(ConversionMethodsTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
     for (const bool rough : {false, true}) {
         const Bytes profile = FloatProfile(rough);
         const Transform transform(profile, Device("srgb"), {});
@@ -168,7 +168,7 @@ TEST(WaysTest, ElementsInFloatingPointAreConvertedPixelByPixel) {
     }
 }
 
-TEST(WaysTest, ATransformOutlivesItsProfilesAndMoves) {
+TEST(ConversionMethodsTest, ATransformOutlivesItsProfilesAndMoves) {
     Bytes profile = Device("mft2");
     Transform first(profile, LcmsSrgb(), {});
     const Words wanted = Converted(first, SampleColours());
@@ -179,7 +179,7 @@ TEST(WaysTest, ATransformOutlivesItsProfilesAndMoves) {
     EXPECT_THAT(Converted(first, SampleColours()), EqualTo(wanted));
 }
 
-TEST(WaysTest, AConverterOfADepthConvertsLikeItsTransform) {
+TEST(ConversionMethodsTest, AnExactConverterMatchesItsTransform) {
     const auto shared = std::make_shared<const Transform>(Device("mft2"), LcmsSrgb(), TransformOptions{});
     const auto check = [&](unsigned bits, auto samples) {
         const colour::ExactConverter converter(shared, bits);
@@ -194,7 +194,7 @@ TEST(WaysTest, AConverterOfADepthConvertsLikeItsTransform) {
     check(16, SampleColours());
 }
 
-TEST(WaysTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
+TEST(ConversionMethodsTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
     int calls = 0;
     const Transform transform(Device("mft2"), Device("srgb"), {}, [&] { ++calls; });
     EXPECT_GT(calls, 0);
@@ -202,7 +202,7 @@ TEST(WaysTest, PollIsCalledWhileATransformIsMadeAndMayThrow) {
                  std::domain_error);
 }
 
-TEST(WaysTest, OffsetsAddNothingElseToATransform) {
+TEST(ConversionMethodsTest, TinyOffsetsChangeNothing) {
     // Colours with a chroma below 100, the limit that C* would be clipped to.
     Words muted = SampleColours();
     for (std::size_t i = 0; i < muted.size(); i += 3) {
@@ -230,7 +230,7 @@ Vector LchOf(const Words& rgb) {
     return {lch.L, lch.C, lch.h};
 }
 
-TEST(WaysTest, OffsetsChangeLightnessChromaAndHueAndNothingElse) {
+TEST(ConversionMethodsTest, OffsetsChangeLightnessChromaAndHueAndNothingElse) {
     // The second is nearly neutral: the offset of C* applies to it with a weight of a twentieth of its chroma.
     const Words colours[] = {
         {40000, 30000, 20000}, {31000, 30000, 29500}, {20000, 30000, 34000}, {30000, 30000, 30000}};
@@ -271,7 +271,7 @@ Bytes SrgbTable(int entries, int zeros = 0) {
     return TableBlock(light);
 }
 
-TEST(WaysTest, BlackAndWhiteAreTheTruthToTheLastBit) {
+TEST(ConversionMethodsTest, BlackAndWhiteAreExactToTheLastBit) {
     for (const char* file : {"scanner.icc", "xyz.icc", "matrix.icc"}) {
         for (const Bytes& target : {Device("srgb"), Device("adobe-rgb"), Device("printer-2")}) {
             const TransformOptions options{kAbsolute};
@@ -290,7 +290,7 @@ TEST(WaysTest, BlackAndWhiteAreTheTruthToTheLastBit) {
     }
 }
 
-TEST(CopyTest, AProfileAndItselfAreCopied) {
+TEST(SameColoursTest, IdenticalProfilesAreCopied) {
     for (const Bytes& profile : {Device("printer-2"), Device("wide.icc"), LcmsSrgb()}) {
         for (const int intent : {0, 1, 2, 3}) {
             const Transform transform(profile, profile, {static_cast<RenderingIntent>(intent)});
@@ -303,7 +303,7 @@ TEST(CopyTest, AProfileAndItselfAreCopied) {
     }
 }
 
-TEST(CopyTest, OtherProgramsSrgbIsCopied) {
+TEST(SameColoursTest, SrgbProfilesOfOtherProgramsAreCopied) {
     const Bytes kSources[] = {LcmsSrgb(), ArgyllProfile("screen.icc"), MatrixProfile(kGamutSrgb, SrgbFormula(), 4),
                               MatrixProfile(kGamutSrgb, SrgbTable(1024)), MatrixProfile(kGamutSrgb, SrgbTable(4096))};
     for (const Bytes& source : kSources) {
@@ -313,7 +313,7 @@ TEST(CopyTest, OtherProgramsSrgbIsCopied) {
     }
 }
 
-TEST(CopyTest, ASecondPassOverAnyOutputChangesNothing) {
+TEST(SameColoursTest, ASecondPassOverAnyOutputChangesNothing) {
     for (const colour::Space& space : colour::Spaces()) {
         // Version 2 rounds the exponent 1 / 0.5556 to a multiple of 1 / 256, which is a different curve.
         if (space.tone == colour::Tone::Gamma18) continue;
@@ -325,7 +325,7 @@ TEST(CopyTest, ASecondPassOverAnyOutputChangesNothing) {
     }
 }
 
-TEST(CopyTest, OtherColoursAreConverted) {
+TEST(SameColoursTest, OtherColoursAreConverted) {
     const auto srgb = [](const Bytes& curve) { return MatrixProfile(kGamutSrgb, curve); };
     EXPECT_EQ(WayBetween(srgb(GammaBlock(2.19921875)), srgb(GammaBlock(2.203125))), Way::Matrix);
     // Red and green whose x differs by 0.001 from the standard.
@@ -345,7 +345,7 @@ TEST(CopyTest, OtherColoursAreConverted) {
     EXPECT_EQ(WayBetween(Device("mft2"), Device("printer-2")), Way::Direct);
 }
 
-TEST(CopyTest, AnotherWhiteCountsForTheAbsoluteIntentAlone) {
+TEST(SameColoursTest, AnotherWhitePointMattersOnlyForTheAbsoluteIntent) {
     // The same scanner with a medium white point of 80 % of D50.
     const Bytes bright = MatrixProfile(kGamutSrgb, SrgbFormula(), 4);
     const Bytes white = XyzBlock(0xf6d6, 0x10000, 0xd32d), less = XyzBlock(0xc578, 0xcccd, 0xa8f1);

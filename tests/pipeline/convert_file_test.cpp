@@ -219,9 +219,9 @@ protected:
     }
 };
 
-TEST_P(ConvertFileBytesTest, ThroughTheEngineOfBytes) { Compare(GetParam().file, false); }
-TEST_P(ConvertFileBytesTest, ThroughTheEngineOfWords) { Compare(GetParam().file, true); }
-TEST_P(ConvertFileBytesTest, OntoItself) { Compare(GetParam().file, false, true); }
+TEST_P(ConvertFileBytesTest, WithAn8BitEngine) { Compare(GetParam().file, false); }
+TEST_P(ConvertFileBytesTest, WithA16BitEngine) { Compare(GetParam().file, true); }
+TEST_P(ConvertFileBytesTest, InPlace) { Compare(GetParam().file, false, true); }
 
 INSTANTIATE_TEST_SUITE_P(Every, ConvertFileBytesTest, testing::ValuesIn(Files()),
                          [](const auto& row) { return std::string(row.param.name); });

@@ -19,9 +19,9 @@ Bytes ThreeTables() {
     return profile.Xyz("wtpt", 0xc000, 0xd000, 0xb123).Build();
 }
 
-class IntentAndWidthTest : public testing::TestWithParam<std::tuple<int, int>> {};
+class ConversionTest : public testing::TestWithParam<std::tuple<int, int>> {};
 
-TEST_P(IntentAndWidthTest, EveryOutputSpaceGivesTheReferencePixels) {
+TEST_P(ConversionTest, EveryOutputSpaceGivesTheReferencePixels) {
     const auto [intent, input] = GetParam();
     EnginePair pair({{"three.icc", ThreeTables()}});
     for (int space = 8; space <= 39; ++space) {
@@ -37,7 +37,7 @@ TEST_P(IntentAndWidthTest, EveryOutputSpaceGivesTheReferencePixels) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, IntentAndWidthTest,
+INSTANTIATE_TEST_SUITE_P(Every, ConversionTest,
                          testing::Combine(testing::Values(0, 1, 2, 3, 77), testing::Values(0, 1)));
 
 std::map<std::string, Bytes> Profiles() {
@@ -53,9 +53,9 @@ std::map<std::string, Bytes> Profiles() {
             {"unusable.icc", ProfileBuilder().Raw("A2B0", Bytes(400, 1)).Build()}};
 }
 
-class RandomSequenceTest : public testing::TestWithParam<std::uint32_t> {};
+class EngineSequenceTest : public testing::TestWithParam<std::uint32_t> {};
 
-TEST_P(RandomSequenceTest, LeavesTheReferenceStateAfterEveryStep) {
+TEST_P(EngineSequenceTest, LeavesTheReferenceStateAfterEveryStep) {
     EnginePair pair(Profiles());
     Lcg random(GetParam());
     const char* const names[] = {"first.icc", "first.icc",    "first.icc",  "second.icc",
@@ -80,7 +80,7 @@ TEST_P(RandomSequenceTest, LeavesTheReferenceStateAfterEveryStep) {
     pair.Convert();
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomSequenceTest, testing::Range(1U, 25U), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Seeds, EngineSequenceTest, testing::Range(1U, 25U), testing::PrintToStringParamName());
 
 }  // namespace
 }  // namespace hueweave::test

@@ -49,7 +49,7 @@ const LutShape kShapes[] = {
     {3, 7, 33, 17, 17},
 };
 
-TEST(TableShape, GivesTheReferencePixels) {
+TEST(CLut16TypeTest, GivesTheReferencePixels) {
     for (const LutShape& shape : kShapes) {
         SCOPED_TRACE(testing::Message() << shape.inputs << " to " << shape.outputs << " by " << shape.points << ", "
                                         << shape.inputEntries << " and " << shape.outputEntries << " entries");
@@ -75,9 +75,9 @@ struct CurvedCase {
 
 void PrintTo(const CurvedCase& row, std::ostream* out) { *out << row.name; }
 
-class CurvedTableTest : public testing::TestWithParam<CurvedCase> {};
+class CLutTest : public testing::TestWithParam<CurvedCase> {};
 
-TEST_P(CurvedTableTest, GivesTheReferencePixels) {
+TEST_P(CLutTest, GivesTheReferencePixels) {
     const auto& [name, shape, layout, usable, aFirst] = GetParam();
     CurvedLutSpec lut = Curved(MakeLut(shape, shape.inputs), layout);
     lut.aFirst = aFirst;
@@ -141,7 +141,7 @@ const CurvedCase kCurvedCases[] = {
     {"LongOutput", ShapeOf(3, 3, 3, 17, 4097), CurveLayout::Stepped, false},
 };
 
-INSTANTIATE_TEST_SUITE_P(Every, CurvedTableTest, testing::ValuesIn(kCurvedCases),
+INSTANTIATE_TEST_SUITE_P(Every, CLutTest, testing::ValuesIn(kCurvedCases),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

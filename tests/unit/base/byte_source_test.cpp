@@ -57,7 +57,7 @@ void ExpectTenBytes(ByteSource& source) {
     EXPECT_EQ(some, (Bytes{7, 8, 9, 0}));
 }
 
-class StreamSource : public testing::Test {
+class ByteSourceStream : public testing::Test {
 protected:
     FileHandle Open(const Bytes& bytes) {
         WriteFile(path_, bytes);
@@ -67,7 +67,7 @@ protected:
     std::string path_ = dir_.File("some");
 };
 
-TEST(MemorySource, GivesItsBytesFromAnyPlace) {
+TEST(ByteSourceMemory, ReadsFromAnyOffset) {
     const Bytes bytes = Numbered(10);
     ByteSource source{bytes};
     ExpectTenBytes(source);
@@ -76,7 +76,7 @@ TEST(MemorySource, GivesItsBytesFromAnyPlace) {
     ExpectTenBytes(source);
 }
 
-TEST(MemorySource, OfNothingIsAnEmptyFile) {
+TEST(ByteSourceMemory, TreatsAnEmptySpanAsAnEmptyFile) {
     for (const Bytes& bytes : {Bytes(), Bytes(1)}) {
         ByteSource source{std::span(bytes.data(), 0)};
         EXPECT_EQ(source.Size(), 0U);
@@ -86,14 +86,14 @@ TEST(MemorySource, OfNothingIsAnEmptyFile) {
     }
 }
 
-TEST(MemorySource, LendsABlockWithoutACopy) {
+TEST(ByteSourceMemory, ReturnsABlockWithoutCopying) {
     const Bytes bytes = Numbered(10);
     ByteSource source{bytes};
     EXPECT_EQ(source.Block(3, 7).data(), &bytes[3]);
     EXPECT_NE(source.Block(3, 8).data(), &bytes[3]) << "one byte more than there are";
 }
 
-TEST_F(StreamSource, GivesItsBytesFromAnyPlace) {
+TEST_F(ByteSourceStream, ReadsFromAnyOffset) {
     for (const bool ahead : {false, true}) {
         const FileHandle stream = Open(Numbered(10));
         ByteSource source(stream.get());
@@ -102,7 +102,7 @@ TEST_F(StreamSource, GivesItsBytesFromAnyPlace) {
     }
 }
 
-TEST_F(StreamSource, StartsWhereTheStreamStands) {
+TEST_F(ByteSourceStream, StartsAtTheStreamPosition) {
     for (const bool ahead : {false, true}) {
         const FileHandle stream = Open(Numbered(10));
         std::fseek(stream.get(), 4, SEEK_SET);
@@ -113,7 +113,7 @@ TEST_F(StreamSource, StartsWhereTheStreamStands) {
     }
 }
 
-TEST_F(StreamSource, ReadsASmallFileOnceWhereItReadsAhead) {
+TEST_F(ByteSourceStream, ReadsASmallFileOnceWithReadAhead) {
     const FileHandle stream = Open(Numbered(kAhead));
     ByteSource source(stream.get());
     source.ReadAhead();
@@ -121,7 +121,7 @@ TEST_F(StreamSource, ReadsASmallFileOnceWhereItReadsAhead) {
     EXPECT_EQ(BlockOf(source, kAhead - 4, 5), (Bytes{90, 91, 92, 93, 0}));  // 4194300 = 251 x 16710 + 90
 }
 
-TEST_F(StreamSource, HoldsTheFirstBytesOfALargeFile) {
+TEST_F(ByteSourceStream, BuffersTheFirstBytesOfALargeFile) {
     const FileHandle stream = Open(Numbered(kAhead + 8));
     std::setvbuf(stream.get(), nullptr, _IONBF, 0);
     std::fseek(stream.get(), 5, SEEK_SET);
@@ -134,7 +134,7 @@ TEST_F(StreamSource, HoldsTheFirstBytesOfALargeFile) {
     EXPECT_EQ(BlockOf(source, kAhead + 6, 4), (Bytes{0xff, 0xff, 0, 0}));
 }
 
-TEST_F(StreamSource, StaysWhereAStreamThatCannotBeMovedStands) {
+TEST_F(ByteSourceStream, KeepsThePositionOfAStreamThatCannotSeek) {
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     ASSERT_EQ(write(ends[1], "abcdef", 6), 6);

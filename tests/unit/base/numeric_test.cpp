@@ -15,7 +15,7 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr int kLeastInt = std::numeric_limits<int>::min(), kMostInt = std::numeric_limits<int>::max();
 
-TEST(Truncation, GoesTowardZeroAndStopsAtTheLimits) {
+TEST(Trunc, RoundsTowardZeroAndClampsToTheLimits) {
     const std::pair<int, std::vector<double>> rows[] = {
         {0, {0.0, -0.0, 5e-324, 0.999, -0.999, kNaN, -kNaN}},
         {1, {1.5}},
@@ -34,7 +34,7 @@ TEST(Truncation, GoesTowardZeroAndStopsAtTheLimits) {
     }
 }
 
-TEST(FiniteNumbers, PassAndOthersCountAsZero) {
+TEST(FiniteOrZero, KeepsFiniteNumbersAndReplacesOthersByZero) {
     for (const double value : {0.0, 1.5, -1e308, 5e-324}) {
         volatile double given = value;
         EXPECT_EQ(FiniteOrZero(given), value);

@@ -16,7 +16,7 @@ using namespace ColorLch;
 constexpr Triple kWhites[] = {kUsualWhite, {65535.0, 65535.0, 65535.0}, {61000.5, 64000.0, 71000.0}};
 constexpr Matrix kUnit = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 
-TEST(CLCHConversion, TakesEveryRgbToLab) {
+TEST(CLCHConversion, ConvertsEveryRgbToLab) {
     const double steps[] = {0.0, 0.25, 2.0, 2.5, 40.75, 128.0, 254.5, 255.0};
     for (int space = 0; space < 4; ++space) {
         for (const Triple& white : kWhites) {
@@ -36,7 +36,7 @@ TEST(CLCHConversion, TakesEveryRgbToLab) {
     }
 }
 
-TEST(CLCHConversion, TakesEveryLabToRgb) {
+TEST(CLCHConversion, ConvertsEveryLabToRgb) {
     // 7.9996 is the last lightness on the straight piece.
     const double lights[] = {-3.0, 0.0, 4.0, 7.9996, std::nextafter(7.9996, 8.0), 8.0, 31.0, 62.5, 99.0, 100.0, 120.0};
     for (int space = 0; space < 4; ++space) {
@@ -59,7 +59,7 @@ TEST(CLCHConversion, TakesEveryLabToRgb) {
     }
 }
 
-TEST(CLCHConversion, LimitsNothingOnTheWayToLab) {
+TEST(CLCHConversion, ConvertsToLabWithoutClamping) {
     for (const Triple& rgb : {Triple{400.0, -20.0, 1000.0}, Triple{-30.0, -30.0, -30.0}, Triple{256.0, 300.0, -0.5}}) {
         CLCH color = Under(kUsualWhite);
         color.R = rgb[0], color.G = rgb[1], color.B = rgb[2];
@@ -120,7 +120,7 @@ CLCH WithRatios(const Triple& t) {
     return color;
 }
 
-TEST(CLCHConversion, TakesTheStraightPieceUpToTheThresholdOfEachRatio) {
+TEST(CLCHConversion, IsLinearUpToTheThresholdOfEachRatio) {
     constexpr double kRatio = 0.008856;
     // The nearest ratio above the threshold that a white can give.
     double white = 1.0 / (kRatio * 255.0);
@@ -136,7 +136,7 @@ TEST(CLCHConversion, TakesTheStraightPieceUpToTheThresholdOfEachRatio) {
     }
 }
 
-TEST(CLCHConversion, TakesTheStraightPieceUpToTheThresholdOfEachRoot) {
+TEST(CLCHConversion, IsLinearUpToTheThresholdOfEachRoot) {
     const double fy = (8.0 + 16.0) / 116.0;
     for (const double root : {0.2069, std::nextafter(0.2069, 1.0)}) {
         const double a = Inverse((root - fy) * 500.0, root, [&](double x) { return x / 500.0 + fy; });

@@ -113,12 +113,12 @@ TEST(CLCH, AdjustLimitsChroma) {
     ExpectShifts(1, {60, 100, std::nextafter(100.0, 101.0), 120, -5, 0}, {0, 40, 40.25, -25, -60, -60.25, 6});
 }
 
-TEST(CLCH, AdjustTakesOffOrAddsOneTurnOfHueAtMost) {
+TEST(CLCH, AdjustSubtractsOrAddsOneTurnOfHueAtMost) {
     ExpectShifts(2, {350, std::nextafter(360.0, 361.0), 0, 10, -90, 720},
                  {0, 10, 10.5, 370, 371, 40, 800, 360, 720, -10, -30, -10.5, -370, -371, -800, -20, -1e-300, 90});
 }
 
-TEST(CLCH, AdjustStartsFromPolarFormAlone) {
+TEST(CLCH, AdjustUsesOnlyThePolarForm) {
     for (const double dL : {-60.0, -0.5, 0.0, 12.0, 90.0}) {
         for (const double dC : {-90.0, 0.0, 7.25, 80.0}) {
             for (const double dh : {-400.0, -90.0, 0.0, 33.5, 360.0, 400.0}) {
@@ -175,7 +175,7 @@ TEST(CLCH, AssignsPolarFormAndDerivesTheRest) {
     }
 }
 
-TEST(CLCH, TakesAnotherWhiteAndOtherMatricesFromTheNextConversionOn) {
+TEST(CLCH, UsesANewWhiteAndNewMatricesFromTheNextConversion) {
     CLCH color = Under(kFirst);
     color.PutData_RGB(100, 150, 200);
     std::vector<double> expected = ValuesOf(color);
@@ -187,7 +187,7 @@ TEST(CLCH, TakesAnotherWhiteAndOtherMatricesFromTheNextConversionOn) {
     EXPECT_EQ(XyzOf(color), NaiveRatios({100, 150, 200}, kSecond, ColorSpace_ColorMatchRGB));
 }
 
-TEST(CLCH, MakesZeroOfWhatIsNoNumberAndPrintsNothing) {
+TEST(CLCH, ReplacesNanByZeroAndPrintsNothing) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     CLCH color = Under(kUsualWhite);

@@ -35,7 +35,7 @@ TEST(CLCHLayout, IsThirtyTwoDoublesInAFixedOrder) {
     EXPECT_EQ(places[15], 23 * sizeof(double));
 }
 
-TEST(RgbPrimaries, AreChosenByTheNumberOfTheSpaceAndStayUnderANumberThatIsNone) {
+TEST(RgbPrimaries, AreSelectedByTheSpaceAndKeptForAnUnknownSpace) {
     const auto chosen = [](int number, int before) {
         return number == 65535 ? 0 : number >= 0 && number < 4 ? number : before;
     };

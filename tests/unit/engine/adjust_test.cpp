@@ -11,7 +11,7 @@ namespace {
 
 class AdjustLch : public EngineTest {};
 
-TEST_F(AdjustLch, ComparesTheWholePartOfEachOffset) {
+TEST_F(AdjustLch, ComparesTheIntegerPartOfEachOffset) {
     const double below1 = std::nextafter(1.0, 0.0), below2 = std::nextafter(2.0, 0.0);
     for (std::size_t place = 0; place < 3; ++place) {
         pair_.SetProfile("smooth.icc", 0, 0, place == 0 ? 12 : 10);
@@ -79,7 +79,7 @@ protected:
     std::array<Bytes, 3> curves_{Bytes(4097), Bytes(4097), Bytes(4097)};
 };
 
-TEST_P(AdjustOutput, CompletesFewerPointsFromTheProfile) {
+TEST_P(AdjustOutput, FillsMissingPointsFromTheProfile) {
     // Points beyond the first 256 are ignored, and a negative count sets none. The counts fall to show that each call
     // starts from the profile, not from the previous curves.
     for (const char* name : {"mark.icc", "curved.icc"}) {
@@ -120,7 +120,7 @@ TEST_P(AdjustOutput, ChangesNothingForACountOfZeroOrANullArray) {
 
 // A curve of two entries or fewer is the identity; one of up to 255 entries ends before the 256th point, and a point
 // past its end is the index itself.
-TEST_P(AdjustOutput, TakesThePlaceItselfForThePointsThatTheProfileLacks) {
+TEST_P(AdjustOutput, UsesTheIndexForPointsThatTheProfileLacks) {
     for (const auto& [entries, outputs] :
          {std::pair{0, 3}, {1, 3}, {2, 7}, {3, 1}, {17, 7}, {255, 3}, {256, 1}, {4096, 3}}) {
         const LutShape shape{
@@ -149,7 +149,7 @@ TEST_P(AdjustOutput, LastsUntilTheOutputStageIsRebuilt) {
     }
 }
 
-TEST_P(AdjustOutput, TakesTheCurvesOnARefusedEngineAndLeavesThemBehind) {
+TEST_P(AdjustOutput, AcceptsCurvesForARefusedSpaceAndDropsThemWithTheNext) {
     pair_.SetProfile("mark.icc", 0, input_, 14);
     EXPECT_EQ(Lay(256), 65535);
     EXPECT_EQ(pair_.SetIntent(0, input_, 22), 22);
@@ -158,9 +158,9 @@ TEST_P(AdjustOutput, TakesTheCurvesOnARefusedEngineAndLeavesThemBehind) {
 INSTANTIATE_TEST_SUITE_P(Widths, AdjustOutput, testing::Values(0, 1),
                          [](const auto& param) { return std::string(param.param == 1 ? "Words" : "Bytes"); });
 
-class AdjustOutputScale : public EngineTest {};
+class AdjustOutputEncoding : public EngineTest {};
 
-TEST_F(AdjustOutputScale, FollowsTheInputEncodingAndNotTheOutputSpace) {
+TEST_F(AdjustOutputEncoding, FollowsTheInputEncodingAndNotTheOutputSpace) {
     for (const auto& [input, output] :
          {std::pair{0, 8}, {0, 9}, {0, 12}, {1, 8}, {1, 9}, {1, 13}, {5, 8}, {65535, 10}}) {
         SCOPED_TRACE(testing::Message() << input << " " << output);

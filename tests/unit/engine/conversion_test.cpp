@@ -70,7 +70,7 @@ TEST_P(Conversion, StoresTheLowBitsOfAnEntry) {
     EXPECT_EQ(Run(Pixel{1, 2, 3}), (Pixel{wide_ ? 0xba98U : 0x98U, 0, wide_ ? 65535U : 255U}));
 }
 
-TEST_P(Conversion, IgnoresRunsOfBytesIntoWords) {
+TEST_P(Conversion, IgnoresRunsFrom8To16Bits) {
     Bytes source(60, 0x11);
     Samples dest(60, 0x2222);
     EXPECT_EQ(engine_->Conversion(source.data(), dest.data(), 10), 0);
@@ -85,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(Widths, Conversion, testing::Bool(),
 
 // 16-bit pixels.
 
-TEST(WideConversion, ConvertsOverlappingRunsPixelByPixelAtAnyAddress) {
+TEST(Conversion16Bit, ConvertsOverlappingRunsPixelByPixelAtAnyAddress) {
     constexpr std::size_t kPixels = 700, kMargin = 6 * 800;
     const auto engine = MakeHandEngine(true);
     const ReferenceEngine reference = ReferenceOf(*engine);
@@ -112,7 +112,7 @@ TEST(WideConversion, ConvertsOverlappingRunsPixelByPixelAtAnyAddress) {
     }
 }
 
-TEST(WideConversion, LooksAtItsTablesAndNotAtTheJobWhereItIsGivenWords) {
+TEST(Conversion16Bit, UsesTheTablesAndIgnoresTheStoredSpaces) {
     const auto engine = MakeHandEngine(true);
     Samples words(30, 4711);
     const Bytes expected = ReferenceRun(*engine, Bytes(reinterpret_cast<const unsigned char*>(words.data()),
@@ -128,9 +128,9 @@ TEST(WideConversion, LooksAtItsTablesAndNotAtTheJobWhereItIsGivenWords) {
 
 // Engines that are bound to profiles.
 
-class BoundConversion : public EngineTest {};
+class EngineConversion : public EngineTest {};
 
-TEST_F(BoundConversion, TouchesNothingWithoutTables) {
+TEST_F(EngineConversion, TouchesNothingWithoutTables) {
     Samples words(60, 0x3333);
     for (const int input : {0, 1, 65535}) {
         pair_.SetIntent(0, input, 8);
@@ -141,14 +141,14 @@ TEST_F(BoundConversion, TouchesNothingWithoutTables) {
 }
 
 // The identity table at the interpolated value: only its low byte is stored.
-TEST_F(BoundConversion, KeepsTheLowByteForNarrowInputAndAWideSpace) {
+TEST_F(EngineConversion, KeepsTheLowByteFor8BitInputAndA16BitSpace) {
     pair_.SetProfile("smooth.icc", 0, 0, 11);
     EXPECT_EQ(engine().Lut1DOutG[40000], 40000U);
     pair_.Convert();
 }
 
 // Without a table for the new intent the tables before stay.
-TEST_F(BoundConversion, RefusesWidePixelsForTablesOfBytes) {
+TEST_F(EngineConversion, Rejects16BitPixelsFor8BitTables) {
     pair_.SetProfile("zero.icc", 0, 0, 8);
     ASSERT_EQ(pair_.SetIntent(1, 1, 9), 65535);
     pair_.Convert();
@@ -157,7 +157,7 @@ TEST_F(BoundConversion, RefusesWidePixelsForTablesOfBytes) {
     EXPECT_EQ(words, Samples(60, 4));
 }
 
-TEST_F(BoundConversion, TakesTheFirstEntriesOfWiderTablesForBytes) {
+TEST_F(EngineConversion, UsesTheFirstEntriesOf16BitTablesFor8BitPixels) {
     pair_.SetProfile("zero.icc", 0, 1, 11);
     ASSERT_EQ(pair_.SetIntent(1, 0, 10), 65535);
     ASSERT_EQ(engine().InEntries, 65536);

@@ -28,7 +28,7 @@ protected:
     static constexpr std::array<int, 5> kNoRun{65534, 0, 0, 0, 65535};
 };
 
-TEST_F(Engine, KeepsAllButInputTablesAndJobInAReset) {
+TEST_F(Engine, ResetClearsOnlyInputTablesAndJob) {
     pair_.SetProfile("smooth.icc", 1, 0, 10);
     pair_.AdjustLch(3.0, 4.0, 5.0);
     Occupy();
@@ -41,7 +41,7 @@ TEST_F(Engine, KeepsAllButInputTablesAndJobInAReset) {
 }
 
 // SetIntent does not check whether a profile was bound: `ProfileState` stays unset.
-TEST_F(Engine, ServesSetIntentFromTheProfileInMemoryAfterAReset) {
+TEST_F(Engine, SetIntentUsesTheProfileInMemoryAfterAReset) {
     pair_.SetProfile("smooth.icc", 1, 0, 10);
     pair_.Reset();
     FillTables(pair_, 5);
@@ -49,7 +49,7 @@ TEST_F(Engine, ServesSetIntentFromTheProfileInMemoryAfterAReset) {
     EXPECT_EQ(pair_.Construct(&CIccEngineS::ConstructEngine, 0.0, 0.0, 0.0), 65535) << "here it is asked";
 }
 
-TEST_F(Engine, AnswersAdjustmentsWithNoSpaceAfterAReset) {
+TEST_F(Engine, AdjustmentsReturnNoSpaceAfterAReset) {
     pair_.SetProfile("smooth.icc", 1, 0, 10);
     pair_.Reset();
     EXPECT_EQ(pair_.AdjustLch(0.5, 0.0, 0.0), 65535) << "no change";
@@ -118,9 +118,9 @@ TEST_F(Engine, PrintsNothing) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-class BuildOperation : public EngineTest {};
+class ConstructEngine : public EngineTest {};
 
-TEST_F(BuildOperation, BuildsAllStagesOrNothing) {
+TEST_F(ConstructEngine, BuildsAllStagesOrNothing) {
     for (const auto build : {&CIccEngineS::ConstructEngine, &CIccEngineS::InputColorSpace2RGB}) {
         SCOPED_TRACE(build == &CIccEngineS::ConstructEngine ? "ConstructEngine" : "InputColorSpace2RGB");
         EnginePair pair(Profiles());
@@ -183,7 +183,7 @@ TEST_F(SetIntent, RebuildsAllStagesFromMemoryForEachArgumentAlone) {
     }
 }
 
-TEST_F(SetIntent, IgnoresTheGivenAdjustmentAndLosesTheFractionOfTheStored) {
+TEST_F(SetIntent, IgnoresTheGivenAdjustmentAndTruncatesTheStoredOne) {
     pair_.SetProfile("smooth.icc", 0, 0, 10);
     pair_.SetIntent(1, 0, 10);
     pair_.AdjustLch(3.9, -4.9, 5.9);
@@ -191,7 +191,7 @@ TEST_F(SetIntent, IgnoresTheGivenAdjustmentAndLosesTheFractionOfTheStored) {
     pair_.SetIntent(1, 0, 10);
 }
 
-TEST_F(SetIntent, TakesAnyInputEncodingButOneForBytes) {
+TEST_F(SetIntent, TreatsAnyInputEncodingButOneAs8Bit) {
     pair_.SetProfile("smooth.icc", 0, 1, 8);
     for (const int encoding : {5, 4, 7, 8, 9, 65534, 65535, -1, INT_MIN, INT_MAX}) {
         SCOPED_TRACE(encoding);
@@ -201,7 +201,7 @@ TEST_F(SetIntent, TakesAnyInputEncodingButOneForBytes) {
     }
 }
 
-TEST_F(SetIntent, TriesARefusedSpaceAgainAndCanLeaveIt) {
+TEST_F(SetIntent, RetriesARefusedSpaceAndAcceptsAnother) {
     const Bytes curve(256, 40);
     pair_.SetProfile("smooth.icc", 0, 0, 8);
     for (int call = 0; call < 2; ++call) {

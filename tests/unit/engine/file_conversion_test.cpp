@@ -37,7 +37,7 @@ protected:
     std::string source_ = dir_.File("source.tif"), dest_ = dir_.File("dest.tif");
 };
 
-TEST_F(FileConversion, TakesTheWidthOfTheSamplesFromTheEngine) {
+TEST_F(FileConversion, UsesTheSampleWidthOfTheEngine) {
     const auto narrow = MakeHandEngine(false), wide = MakeHandEngine(true);
     // 16-bit samples through an 8-bit engine: the first width x height x 3 bytes change, each by itself.
     ExpectConverted(*narrow, {5, 2, 3, 16, SomePixels(10, true), {}}, 30);

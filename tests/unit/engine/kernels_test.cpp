@@ -70,9 +70,9 @@ TEST(Kernels, StartWithThePlainOne) {
 }
 
 /// Output space and width of the samples.
-class KernelOverSpaces : public testing::TestWithParam<std::tuple<int, bool>> {};
+class KernelConversion : public testing::TestWithParam<std::tuple<int, bool>> {};
 
-TEST_P(KernelOverSpaces, GivesThePlainResult) {
+TEST_P(KernelConversion, MatchesThePlainKernel) {
     const auto [space, wide] = GetParam();
     LutShape shape;
     shape.points = space % 2 == 0 ? 33 : 9;
@@ -90,7 +90,7 @@ TEST_P(KernelOverSpaces, GivesThePlainResult) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, KernelOverSpaces, testing::Combine(testing::ValuesIn(kSpaces), testing::Bool()));
+INSTANTIATE_TEST_SUITE_P(All, KernelConversion, testing::Combine(testing::ValuesIn(kSpaces), testing::Bool()));
 
 /// Each pixel loop of each width.
 class KernelRuns : public testing::TestWithParam<std::tuple<const Kernel*, bool>> {
@@ -100,7 +100,7 @@ protected:
     const std::unique_ptr<CIccEngineS> engine_ = MakeHandEngine(wide_);
 };
 
-TEST_P(KernelRuns, OfEveryLengthAtEveryAddressWriteTheirPixelsAlone) {
+TEST_P(KernelRuns, WriteOnlyTheirPixelsAtEveryLengthAndAddress) {
     for (std::size_t length = 0; length <= 200; ++length) {
         for (std::size_t shift = 0; shift < 4; ++shift) {
             // The source ends where its vector ends, so that a sanitizer detects a read past it.
@@ -116,7 +116,7 @@ TEST_P(KernelRuns, OfEveryLengthAtEveryAddressWriteTheirPixelsAlone) {
     }
 }
 
-TEST_P(KernelRuns, InPlaceFollowTheFormulaAndOfFewerThanOnePixelAreNone) {
+TEST_P(KernelRuns, WorkInPlaceAndIgnoreRunsWithoutPixels) {
     Bytes bytes = SomePixels(1000, wide_);
     const Bytes expected = ReferenceRun(*engine_, bytes);
     for (const std::int64_t count : {1000, 0, -1, INT32_MIN}) {
@@ -175,9 +175,9 @@ std::vector<ReferenceCell> CellsBetween(int low, int high) {
     return cells;
 }
 
-class IndexBounds : public testing::TestWithParam<const Kernel*> {};
+class KernelInterpolation : public testing::TestWithParam<const Kernel*> {};
 
-TEST_P(IndexBounds, LieBetweenTheCornersOfTheCell) {
+TEST_P(KernelInterpolation, StaysBetweenTheCornersOfTheCell) {
     std::vector<std::uint32_t> input(65536);
     for (std::uint32_t i = 0; i < 4096; ++i) input[i] = i;  // the first cell, with the sample as the fraction
     const std::vector<std::uint16_t> samples = EveryFraction(), inside(samples.size(), 1);
@@ -202,7 +202,7 @@ TEST_P(IndexBounds, LieBetweenTheCornersOfTheCell) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, IndexBounds, testing::ValuesIn(kKernels.begin(), kKernels.end()),
+INSTANTIATE_TEST_SUITE_P(Every, KernelInterpolation, testing::ValuesIn(kKernels.begin(), kKernels.end()),
                          [](const auto& row) { return std::string(row.param->name); });
 
 }  // namespace

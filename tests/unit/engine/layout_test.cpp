@@ -30,7 +30,7 @@ bool IsPlain(Form operation) {
     return !Member(operation).IsVirtual();
 }
 
-TEST(EngineLayout, HasPlainOperationsOfTheseForms) {
+TEST(EngineLayout, HasNonVirtualOperationsWithTheseSignatures) {
     using Owner = CIccEngineS;
     using Cs = ColorSpaceSignature;
     using Build = int (Owner::*)(double, double, double);

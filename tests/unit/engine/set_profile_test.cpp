@@ -43,7 +43,7 @@ protected:
 
 // Changes that cause the file to be read.
 
-TEST_F(SetProfile, ReadsTheFileForEachChangeOfTheJobAlone) {
+TEST_F(SetProfile, ReadsTheFileOnlyWhenAnArgumentChanges) {
     OpenCounter opens(smooth_);
     for (const auto& [intent, input, output] : {std::array{1, 0, 8}, {0, 1, 8}, {0, 0, 9}, {0, 0, 12}}) {
         SCOPED_TRACE(testing::Message() << intent << " " << input << " " << output);
@@ -56,7 +56,7 @@ TEST_F(SetProfile, ReadsTheFileForEachChangeOfTheJobAlone) {
     }
 }
 
-TEST_F(SetProfile, OverlooksAChangedOrVanishedFileUntilAnArgumentChanges) {
+TEST_F(SetProfile, IgnoresAChangedOrRemovedFileUntilAnArgumentChanges) {
     const std::string path = Put("one.icc", Marked(0x1111));
     ASSERT_EQ(Bind(path.c_str(), 0, 0, 8), 0);
     Put("one.icc", Marked(0x3333));
@@ -93,7 +93,7 @@ TEST_F(SetProfile, ComparesWithTheJobOfSetIntentAndChangesNothingForTheSame) {
     EXPECT_EQ(opens.Take(), 1);
 }
 
-TEST_F(SetProfile, TakesAStoredEncodingThatItWouldRefuseAsUnchanged) {
+TEST_F(SetProfile, AcceptsAnUnchangedEncodingThatItWouldReject) {
     pair_.SetProfile("smooth.icc", 0, 0, 8);
     pair_.SetIntent(0, 5, 8);
     // The test for a change precedes the test of the encoding.
@@ -134,7 +134,7 @@ TEST_F(SetProfile, RemembersThePathEvenWhenTheRestFails) {
     }
 }
 
-TEST_F(SetProfile, TakesANullPathForAFileThatCannotBeOpened) {
+TEST_F(SetProfile, TreatsANullPathAsAFileThatCannotBeOpened) {
     for (int call = 0; call < 2; ++call) EXPECT_EQ(Bind(nullptr, 0, 0, 8), 65531);
     ASSERT_EQ(Bind(smooth_.c_str(), 0, 0, 8), 0);
     EXPECT_EQ(Bind(nullptr, 0, 0, 8), 65531);
@@ -164,7 +164,7 @@ TEST_F(SetProfile, RefusesAnInputEncodingWithoutOpeningTheFile) {
     }
 }
 
-TEST_F(SetProfile, DestroysWhatWasThereWhenTheFileCannotBeOpened) {
+TEST_F(SetProfile, ClearsThePreviousStateIfTheFileCannotBeOpened) {
     for (const int input : {0, 1}) {
         pair_.SetProfile("smooth.icc", 1, input, 9);
         for (int call = 0; call < 2; ++call) {
@@ -186,7 +186,7 @@ TEST_F(SetProfile, BindsAProfileWithoutATable) {
     EXPECT_TRUE(engine().File.tagList.empty()) << "the profile before is gone";
 }
 
-TEST_F(SetProfile, BuildsItsOwnAdjustmentButStoresNoneAndClearsTheStoredOne) {
+TEST_F(SetProfile, AppliesItsAdjustmentAndClearsTheStoredOne) {
     pair_.SetProfile("smooth.icc", 0, 0, 10, 6.5, -2.25, 14.0);
     // So an adjustment of 0 is no change, nor is another adjustment in the same call.
     pair_.AdjustLch(0.0, 0.0, 0.0);
@@ -222,7 +222,7 @@ std::vector<std::pair<std::uint32_t, Bytes>> TagsOf(const CIccEngineS& engine) {
     return tags;
 }
 
-class MemoryProfile : public EngineTest {
+class SetProfileFromMemory : public EngineTest {
 protected:
     /// Binds both forms of a profile, whose results must not differ except in the names, and returns whether they are
     /// ready.
@@ -247,7 +247,7 @@ protected:
         {{"A2B0", Mft2(SmoothLut(5))}, {"A2B1", MftAB(SmoothLut(9))}, {"A2B2", Mft1()}, {"wtpt", WhiteBlock()}});
 };
 
-TEST_F(MemoryProfile, GivesTheTablesOfTheFileForEveryJob) {
+TEST_F(SetProfileFromMemory, BuildsTheTablesOfTheFileForEveryJob) {
     for (const MemoryJob& job : {MemoryJob{0, 0, 8}, {1, 1, 9}, {3, 0, 20}, {3, 1, 39}, {0, 1, 13, 6.5, -2.25, 14.0}}) {
         EXPECT_TRUE(ExpectTheSame(smooth_, job)) << job.output;
     }
@@ -256,7 +256,7 @@ TEST_F(MemoryProfile, GivesTheTablesOfTheFileForEveryJob) {
     }
 }
 
-TEST_F(MemoryProfile, GivesTheStateOfTheFileForBrokenProfiles) {
+TEST_F(SetProfileFromMemory, LeavesTheStateOfTheFileForDamagedProfiles) {
     Bytes flipped = smooth_;
     for (std::size_t at = 128; at < 132 + 4 * 12; at += 3) {
         flipped[at] = static_cast<unsigned char>(~flipped[at]);
@@ -277,7 +277,7 @@ TEST_F(MemoryProfile, GivesTheStateOfTheFileForBrokenProfiles) {
     ExpectTheSame(many.Done(), {0, 0, 8});
 }
 
-TEST_F(MemoryProfile, IsReadByEveryCallHasNoNameAndIsNeverTakenForTheProfileOfAPath) {
+TEST_F(SetProfileFromMemory, ReadsTheProfileOnEveryCallAndStoresNoPath) {
     const std::string path = Put("file.icc", Marked(0x1111));
     const Bytes other = Marked(0x3333);
     ASSERT_EQ(Bind(path.c_str(), 0, 1, 8), 0);

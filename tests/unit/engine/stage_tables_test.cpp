@@ -67,7 +67,7 @@ TEST_F(Set3DLut, TouchesNoOtherStageAndStoresNoOffset) {
 }
 
 // The nodes stay unchanged, and their chroma is not cut; a shift of any size other than zero would cut it.
-TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
+TEST_F(Set3DLut, TreatsAShiftByZeroAsNone) {
     LutContents lut = SmoothLut(3);
     lut.grid = ScatteredGrid(3, 99);
     EnginePair pair({{"wide.icc", MiniProfile({{"A2B0", Mft2(lut)}})}});
@@ -85,7 +85,7 @@ TEST_F(Set3DLut, TakesAShiftByNothingForNone) {
     }
 }
 
-TEST_F(Set3DLut, ShiftsConstantsByShiftAndDifferencesByNothing) {
+TEST_F(Set3DLut, ShiftsConstantsButNotDifferences) {
     pair_.SetProfile("smooth.icc", 0, 0, 10);
     const auto usual = reference().cells;
     for (const int shift : {12, 11, 8, 4, 0}) {
@@ -111,7 +111,7 @@ protected:
     const int status_ = made_ == 65535 ? 65535 : space_;
 };
 
-TEST_P(Set1DLutOut, FillsTheTablesAndSettlesTheStatus) {
+TEST_P(Set1DLutOut, FillsTheTablesAndSetsTheStatus) {
     // The input encoding has no effect on it.
     for (const int input : {0, 1, 5, 65535}) {
         SCOPED_TRACE(input);
@@ -129,7 +129,7 @@ TEST_P(Set1DLutOut, FillsTheTablesAndSettlesTheStatus) {
 
 // The input tables and the grid are built in either case. Kept: SetProfile names the space as the result, also for the
 // aliases 12 and 13, SetIntent the encoding that was made.
-TEST_P(Set1DLutOut, SettlesWhatSetProfileAndSetIntentAnswer) {
+TEST_P(Set1DLutOut, DeterminesTheResultsOfSetProfileAndSetIntent) {
     EnginePair pair(EngineTest::Profiles());
     EXPECT_EQ(pair.SetProfile("smooth.icc", 0, 0, space_), 0);
     EXPECT_EQ(pair.Real().InEntries, 256);

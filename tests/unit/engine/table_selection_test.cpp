@@ -8,9 +8,9 @@ namespace hueweave::test {
 namespace {
 
 /// Each subset of the three tables (bit n for "A2Bn") with each intent.
-class TableSelection : public testing::TestWithParam<std::tuple<int, int>> {};
+class GetMft2 : public testing::TestWithParam<std::tuple<int, int>> {};
 
-TEST_P(TableSelection, ServesEveryCall) {
+TEST_P(GetMft2, SelectsTheTableForEveryCall) {
     const auto [subset, intent] = GetParam();
     constexpr std::string_view kNames[] = {"A2B0", "A2B1", "A2B2"};
     TagList tags;
@@ -27,7 +27,7 @@ TEST_P(TableSelection, ServesEveryCall) {
     pair.AdjustOutput(Bytes{0}, Bytes{0}, Bytes{0}, 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySubsetAndIntent, TableSelection,
+INSTANTIATE_TEST_SUITE_P(EverySubsetAndIntent, GetMft2,
                          testing::Combine(testing::Range(0, 8), testing::Values(0, 1, 2, 3, 4, -1, 65535, INT_MIN)));
 
 struct BadTable {
@@ -55,14 +55,14 @@ std::vector<BadTable> BadTables() {
             {"CurvedWithoutOutputCurves", Patched(curved, 14, {0, 0})}};
 }
 
-class UnusableTable : public testing::TestWithParam<BadTable> {
+class EngineUnusableTable : public testing::TestWithParam<BadTable> {
 protected:
     /// The bad table for intent 0, a good one for intent 1.
     EnginePair pair_{{{"bad.icc", MiniProfile({{"A2B0", GetParam().block}, {"A2B1", kA2B1}})}}};
     CIccEngineS& engine_ = pair_.Real();
 };
 
-TEST_P(UnusableTable, IsBoundButRefusedAndLeftByTheNext) {
+TEST_P(EngineUnusableTable, IsBoundButRefusedUntilTheNextIntent) {
     EXPECT_EQ(pair_.SetProfile("bad.icc", 0, 0, 8), 0);
     EXPECT_NE(engine_.GetMft2(), nullptr) << "the tag is there, and no other takes its place";
     EXPECT_EQ(engine_.Unit.OutputSpace, 65535);
@@ -73,7 +73,7 @@ TEST_P(UnusableTable, IsBoundButRefusedAndLeftByTheNext) {
     }
 }
 
-TEST_P(UnusableTable, IsRefusedByAdjustments) {
+TEST_P(EngineUnusableTable, IsRefusedByAdjustments) {
     const Bytes curve(256);
     for (const bool shifts : {true, false}) {
         pair_.SetIntent(0, 1, 14);
@@ -87,10 +87,10 @@ TEST_P(UnusableTable, IsRefusedByAdjustments) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, UnusableTable, testing::ValuesIn(BadTables()),
+INSTANTIATE_TEST_SUITE_P(Every, EngineUnusableTable, testing::ValuesIn(BadTables()),
                          [](const auto& param) { return std::string(param.param.name); });
 
-TEST(WhitePoint, CountsForTheAbsoluteIntentAlone) {
+TEST(EngineWhitePoint, AppliesOnlyToTheAbsoluteIntent) {
     // The tag before it holds other values of the same type. The name of a tag determines its class, not its type.
     const Bytes junk = ByteWriter().Text("xxxxxxxx").Big32(0xe000).Big32(0x10000).Big32(0x9000).Done();
     for (const Bytes& white : {WhiteBlock(), junk}) {
@@ -109,7 +109,7 @@ TEST(WhitePoint, CountsForTheAbsoluteIntentAlone) {
 }
 
 // The declared size is rounded up to a multiple of 4 first.
-TEST(WhitePoint, CountsFromTwentyBytesOn) {
+TEST(EngineWhitePoint, AppliesFromTwentyBytesOn) {
     std::map<std::string, Bytes> profiles;
     for (std::uint32_t declared = 0; declared <= 24; ++declared) {
         ByteWriter bytes;

@@ -7,7 +7,7 @@ namespace {
 
 class IccFile4Limits : public ProfileOnDisk {};
 
-TEST_F(IccFile4Limits, CountsOnlyEntriesThatTheFileHoldsWhole) {
+TEST_F(IccFile4Limits, CountsOnlyEntriesThatAreCompletelyInTheFile) {
     ByteWriter table;
     for (int i = 0; i < 3; ++i) table.Text("abcd").Big32(0).Big32(4);
     // Negative as a signed integer, and 8 in 32 bits when it is multiplied by 12.
@@ -50,7 +50,7 @@ TEST_F(IccFile4Limits, ReadsNoCurveFromAnEmptyBlock) {
 
 /// Entries that all share one block, by which a small file could request any amount of memory. The sum of rounded
 /// sizes, plus 256 bytes for each entry, may reach eight times the file size plus 4 MiB.
-TEST_F(IccFile4Limits, TakesSharedBlocksUpToALimit) {
+TEST_F(IccFile4Limits, AcceptsSharedBlocksUpToALimit) {
     constexpr std::uint32_t kBlock = 40000, kShares = 112;
     struct Row {
         std::uint32_t outside;            ///< entries outside the file, in front of the shares

@@ -34,7 +34,7 @@ void ExpectHeader(const ProfileHeader& header, const Bytes& bytes) {
     EXPECT_THAT(header.headerReserved, EqualTo(Part(whole, 100, 28)));
 }
 
-TEST_F(IccFile4Read, TakesHeaderBytesThatTheFileDoesNotHoldForZero) {
+TEST_F(IccFile4Read, ReadsMissingHeaderBytesAsZero) {
     for (std::size_t size = 0; size <= 128; ++size) {
         Read(ProfileOf({}));  // so that a stale header would show
         Read(Cut(NumberedHeader(), size));
@@ -43,7 +43,7 @@ TEST_F(IccFile4Read, TakesHeaderBytesThatTheFileDoesNotHoldForZero) {
     }
 }
 
-TEST_F(IccFile4Read, TakesTheHeaderAloneFromWhereTheStreamStands) {
+TEST_F(IccFile4Read, ReadHeaderReadsOnlyTheHeaderAtTheStreamPosition) {
     WriteFile(path, ByteWriter().Fill(5, 0xff).Append(ProfileOf({{"abcd", Block("data", 8)}})).Done());
     const FileHandle stream = Open("rb");
     ASSERT_EQ(std::fseek(stream.get(), 5, SEEK_SET), 0);
@@ -56,7 +56,7 @@ TEST_F(IccFile4Read, TakesTheHeaderAloneFromWhereTheStreamStands) {
     ExpectHeader(file.header, Bytes(128));
 }
 
-TEST_F(IccFile4Read, KeepsTheOrderOfTheTableWhateverTheOffsetsAndCopiesWhatEntriesShare) {
+TEST_F(IccFile4Read, KeepsTheTableOrderAndCopiesSharedBlocks) {
     const Bytes table = ProfileOf(
         {{"zzzz", {}, 197, 6}, {"mmmm", {}, 192, 24}, {"aaaa", {}, 192, 24}, {"dddd", {}, 0, 8}, {"bbbb", {}, 218, 8}});
     Read(ByteWriter().Append(table).Append(Block("data", 40)).Done());
@@ -98,7 +98,7 @@ TEST_F(IccFile4Read, DecodesEveryTag) {
     EXPECT_EQ(Get<CTextType>("cprt").text[0], Block("text", 21)[8]);
 }
 
-TEST_F(IccFile4Read, AnswersMinusTwoForAPathThatCannotBeOpenedAndChangesNothing) {
+TEST_F(IccFile4Read, ReturnsMinusTwoForAPathThatCannotBeOpenedAndChangesNothing) {
     Read(ProfileOf({{"wtpt", Block("XYZ ", 20)}}));
     const auto* tag = file.tagList[0].get();
     EXPECT_EQ(file.ReadFile(dir.File("missing.icc").c_str()), -2);
@@ -110,7 +110,7 @@ TEST_F(IccFile4Read, AnswersMinusTwoForAPathThatCannotBeOpenedAndChangesNothing)
     EXPECT_EQ(file.header.headerReserved[27], 255);
 }
 
-TEST_F(IccFile4Read, OfAFileWithoutBytesIsNoFailureAndClearsTheHeader) {
+TEST_F(IccFile4Read, AcceptsAnEmptyFileAndClearsTheHeader) {
     WriteFile(dir.File("empty.icc"), {});
     for (const std::string& empty : {dir.File("empty.icc"), dir.Path(), std::string("/dev/null")}) {
         file.Reset();
@@ -132,7 +132,7 @@ TEST_F(IccFile4Read, AppendsToTheTagsThatAreThereAndOverwritesTheHeader) {
     EXPECT_EQ(file.header.colorSpace, Word("CMYK"));
 }
 
-TEST_F(IccFile4Read, TakesTheHeaderFromTheStreamsPositionAndTheBlocksFromTheFilesStart) {
+TEST_F(IccFile4Read, ReadsTheHeaderAtTheStreamPositionAndBlocksFromTheFileStart) {
     ByteWriter bytes;
     bytes.Text("front of the file...").Append(NumberedHeader()).Big32(1);
     bytes.Text("abcd").Big32(4).Big32(12);
@@ -145,7 +145,7 @@ TEST_F(IccFile4Read, TakesTheHeaderFromTheStreamsPositionAndTheBlocksFromTheFile
     ExpectTags(file, 0, {{"abcd", ByteWriter().Text("t of the fil").Done()}});
 }
 
-TEST_F(IccFile4Read, FindsTheFirstTagOfANameAndNoneByItsType) {
+TEST_F(IccFile4Read, GetTagFindsTheFirstTagByNameAndNotByType) {
     Read(ProfileOf({{"abcd", Block("wtpt", 20)}, {"A2B0", MftSpec().Done()}, {"A2B0", AbBlock(3, 3).Done()}}));
     EXPECT_EQ(file.GetTag(Name("A2B0")), file.tagList[1].get());
     EXPECT_EQ(file.GetTag(Name("wtpt")), nullptr);
@@ -171,7 +171,7 @@ TEST_F(IccFile4Read, AfterAResetFindsOnlyTheNewTags) {
     EXPECT_EQ(file.GetTag(Name("aaaa")), nullptr);
 }
 
-TEST_F(IccFile4Read, AddsATagFromWordsAsTheyStandInTheFile) {
+TEST_F(IccFile4Read, AddsATagFromBigEndianWords) {
     const Bytes content = ByteWriter().Text("0123456789abcdefghij").Done();
     WriteFile(path, content);
     const FileHandle stream = Open("rb");

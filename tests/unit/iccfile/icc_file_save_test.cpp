@@ -72,7 +72,7 @@ TEST_F(IccFile4Save, WritesNamesAndBytesOfTheList) {
                 EqualTo(SavedProfile({{"void", {}}, {"bkpt", Block("XYZ ", 20, 2)}, {"aaaa", Block("text", 16, 3)}})));
 }
 
-TEST_F(IccFile4Save, WritesNoChangeOfADecodedField) {
+TEST_F(IccFile4Save, IgnoresChangesOfDecodedFields) {
     Read(ProfileOf(EveryClass()));
     const Bytes before = Saved();
     for (const auto& tag : file.tagList) {
@@ -120,7 +120,7 @@ TEST_F(IccFile4Save, LosesAttributesAndReservedBytesOfTheHeader) {
     EXPECT_EQ(std::memcmp(&file.header, &before, sizeof before), 0) << "in memory they stay";
 }
 
-TEST_F(IccFile4Save, WritesTheTableAloneAndAnswersTheFilesSizeAndTheBlocksAlone) {
+TEST_F(IccFile4Save, WritesTableAndBlocksSeparatelyAndReturnsTheFileSize) {
     for (const TagList& tags : {TagList(), kUneven}) {
         Add(tags);
         const std::size_t entries = 4 + 12 * tags.size();
@@ -143,7 +143,7 @@ TEST_F(IccFile4Save, ReplacesALongerFileAndTheFileThatWasRead) {
     EXPECT_THAT(hueweave::test::ReadFile(path), EqualTo(expected));
 }
 
-TEST_F(IccFile4Save, AnswersZeroForAPathThatCannotBeWritten) {
+TEST_F(IccFile4Save, ReturnsZeroForAPathThatCannotBeWritten) {
     Read(Container(NumberedHeader(), kSomeTags));
     const std::string target = dir.File("no-such-folder") + "/saved.icc";
     EXPECT_EQ(file.SaveFile(target.c_str()), 0);

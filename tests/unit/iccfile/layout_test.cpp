@@ -21,14 +21,14 @@ Places PlacesIn(const Object& object, const Fields&... fields) {
 
 constexpr std::size_t kBase = 32;  // vtable pointer, the two words of the plain struct, two more words, a pointer
 
-TEST(IccFile4Layout, IsTheHeaderAndTheListWithoutABaseOrATable) {
+TEST(IccFile4Layout, IsTheHeaderAndTheListWithoutABaseOrAVtable) {
     static_assert(!std::is_polymorphic_v<IccFile4>);
     const IccFile4 file;
     EXPECT_EQ(PlacesIn(file, file.header, file.tagList), (Places{0, 128}));
     EXPECT_EQ(sizeof(IccFile4), 128 + sizeof(std::vector<void*>));
 }
 
-TEST(ProfileHeaderLayout, IsThatOfTheFile) {
+TEST(ProfileHeaderLayout, MatchesTheFileFormat) {
     static_assert(std::is_standard_layout_v<ProfileHeader> && std::is_trivially_copyable_v<ProfileHeader>);
     EXPECT_EQ(sizeof(ProfileHeader), 128U);
     const ProfileHeader h;
@@ -92,10 +92,10 @@ TEST(TagLayout, OfTheCurvedTableIsItsOffsetsAndThenItsParts) {
 }
 
 template <typename Tag>
-class TagSlots : public testing::Test {};
-TYPED_TEST_SUITE(TagSlots, AllTags);
+class IccTagBaseVtable : public testing::Test {};
+TYPED_TEST_SUITE(IccTagBaseVtable, AllTags);
 
-TYPED_TEST(TagSlots, HasItsOperationsInTheSameSlots) {
+TYPED_TEST(IccTagBaseVtable, HasItsOperationsInTheSameSlots) {
     const auto fromBlock =
         static_cast<unsigned (TypeParam::*)(icTagSignature, unsigned char*, int)>(&TypeParam::Initial);
     const auto fromType = static_cast<unsigned (TypeParam::*)(icTagSignature, icTagTypeSignature)>(&TypeParam::Initial);

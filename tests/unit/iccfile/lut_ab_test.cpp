@@ -25,7 +25,7 @@ Values GridOf(const CLut& lut) {
 
 const std::vector<Values> kThree = {{11, 12, 13}, {21, 22, 23, 24, 25}, {31}};
 
-TEST(CLut, TakesEveryFieldFromItsPlaceAndZeroBeyondItsBlock) {
+TEST(CLut, ReadsEveryFieldAndZeroBeyondItsBlock) {
     ByteWriter block;
     block.Append(AbBlock(3, 4).Done());
     for (std::uint32_t i = 0; i < 5; ++i) block.PatchBig32(12 + 4 * i, 0x81828384U + 0x04040404U * i);
@@ -76,7 +76,7 @@ TEST(CLut, HasACurvesOnTheDeviceSideAndBCurvesOnTheOther) {
     }
 }
 
-TEST(CLut, GivesItsCurvesTypeSteppedSizeAndNoData) {
+TEST(CLut, SetsTypeAndSizeOfItsCurvesButNoData) {
     const Loaded<CLut> lut("A2B0", AbBlock(3, 3)
                                        .Curves(AbBlock::kB, kThree)
                                        .Curves(AbBlock::kM, {{1, 2, 3, 4}})
@@ -153,7 +153,7 @@ TEST(CLut, ReadsNoGridThatItsBlockDoesNotHold) {
     }
 }
 
-TEST(CLut, TakesFieldsOfAGridBeyondItsBlockForZero) {
+TEST(CLut, ReadsGridFieldsBeyondItsBlockAsZero) {
     const Bytes whole = AbBlock(3, 3).Grid({2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17}, 2, {}).Done();
     ASSERT_EQ(whole.size(), 52U);
     for (std::size_t size = 32; size <= 52; ++size) {

@@ -74,7 +74,7 @@ constexpr Shape kConvertible[] = {{"A2B0", 3, 3, 2}, {"A2B1", 3, 2, 3}, {"A2B2",
                                   {"B2A1", 3, 4, 3}, {"B2A2", 3, 7, 2}, {"B2A0", 1, 4, 5}, {"B2A0", 2, 1, 3},
                                   {"pre0", 3, 3, 2}, {"a2b0", 3, 3, 2}, {"A2A0", 3, 3, 2}};
 
-TEST(LutConversion, TakesCurvesAndGridByDirectionAndSharesNothing) {
+TEST(CLut16TypeFromCLut, CopiesCurvesAndGridByDirection) {
     for (const Shape& shape : kConvertible) {
         SCOPED_TRACE(std::string(shape.name) + " " + std::to_string(shape.in) + " to " + std::to_string(shape.out));
         auto source = std::make_unique<Source>(shape);
@@ -92,7 +92,7 @@ TEST(LutConversion, TakesCurvesAndGridByDirectionAndSharesNothing) {
     }
 }
 
-TEST(LutConversion, TakesNoNoticeOfMatrixAndMCurves) {
+TEST(CLut16TypeFromCLut, IgnoresMatrixAndMCurves) {
     ByteWriter matrix;
     for (std::uint32_t i = 0; i < 12; ++i) matrix.Big32(0x8000 + i * 0x1111);
     for (const Shape& shape : {kA2B, kB2A}) {
@@ -107,9 +107,9 @@ TEST(LutConversion, TakesNoNoticeOfMatrixAndMCurves) {
     }
 }
 
-TEST(LutConversion, OfNoSourceHasNoTables) { EXPECT_EQ(TablesIn(CLut16Type(static_cast<CLut*>(nullptr))), 0); }
+TEST(CLut16TypeFromCLut, HasNoTablesWithoutASource) { EXPECT_EQ(TablesIn(CLut16Type(static_cast<CLut*>(nullptr))), 0); }
 
-TEST(LutConversion, HasRoomForSevenACurvesAndThreeBCurves) {
+TEST(CLut16TypeFromCLut, HasRoomForSevenACurvesAndThreeBCurves) {
     for (const Shape& shape : {Shape{"A2B0", 8, 3, 1}, Shape{"A2B0", 255, 255, 1}, Shape{"A2B0", 3, 4, 2},
                                Shape{"B2A0", 3, 8, 2}, Shape{"B2A0", 4, 3, 2}, Shape{"A2B0", 0, 3, 2},
                                Shape{"A2B0", 3, 0, 2}, Shape{"B2A0", 0, 3, 2}, Shape{"B2A0", 3, 0, 2}}) {
@@ -122,7 +122,7 @@ TEST(LutConversion, HasRoomForSevenACurvesAndThreeBCurves) {
     }
 }
 
-TEST(LutConversion, NeedsEveryCurveOfBothSidesAndNoneShorterThanTheFirst) {
+TEST(CLut16TypeFromCLut, RequiresAllCurvesAndNoneShorterThanTheFirst) {
     for (const Shape& shape : {kA2B, kB2A}) {
         for (std::size_t c = 0; c < 6; ++c) {
             Source source(shape);
@@ -135,7 +135,7 @@ TEST(LutConversion, NeedsEveryCurveOfBothSidesAndNoneShorterThanTheFirst) {
     }
 }
 
-TEST(LutConversion, CutsCurvesToTheLengthOfTheFirst) {
+TEST(CLut16TypeFromCLut, CutsCurvesToTheLengthOfTheFirst) {
     for (const Shape& shape : {kA2B, kB2A}) {
         Source source(shape, shape.Head(), {{1, 2, 3}, {4, 5, 6, 7, 8}, {9, 10, 11, 12}},
                       {{21, 22}, {23, 24}, {25, 26, 27}});
@@ -147,7 +147,7 @@ TEST(LutConversion, CutsCurvesToTheLengthOfTheFirst) {
     }
 }
 
-TEST(LutConversion, CountsTheEntriesOfACurveInSixteenBits) {
+TEST(CLut16TypeFromCLut, CountsTheEntriesOfACurveInSixteenBits) {
     // 65,537 entries leave 1: only the first entry of each curve is taken.
     for (const Shape& shape : {kA2B, kB2A}) {
         for (const unsigned entries : {0U, 65535U, 65536U, 65537U, 65538U}) {
@@ -168,7 +168,7 @@ TEST(LutConversion, CountsTheEntriesOfACurveInSixteenBits) {
     }
 }
 
-TEST(LutConversion, TakesTheFirstAxisOfTheGridForAll) {
+TEST(CLut16TypeFromCLut, TakesTheFirstAxisOfTheGridForAll) {
     struct Row {
         Values points;
         bool converted;
@@ -188,7 +188,7 @@ TEST(LutConversion, TakesTheFirstAxisOfTheGridForAll) {
     }
 }
 
-TEST(LutConversion, NeedsAGridOfWordsThatHoldsEveryNodeToTheLastByte) {
+TEST(CLut16TypeFromCLut, RequiresACompleteGridOf16BitNodes) {
     struct Row {
         unsigned precision;
         std::uint64_t bytes;
@@ -209,7 +209,7 @@ TEST(LutConversion, NeedsAGridOfWordsThatHoldsEveryNodeToTheLastByte) {
     }
 }
 
-TEST(LutConversion, CountsTheNodesOfAGridWideEnough) {
+TEST(CLut16TypeFromCLut, CountsTheGridNodesWithoutOverflow) {
     // 128 to the power of 7 is 2 to the power of 49, 0 in 32 bits; 255 to the power of 7 is larger still.
     for (const unsigned points : {64U, 128U, 255U}) {
         Source source(Shape{"A2B0", 7, 3, 1});
@@ -220,7 +220,7 @@ TEST(LutConversion, CountsTheNodesOfAGridWideEnough) {
     }
 }
 
-TEST(LutConversion, FillsTheGridOfFewInputsUpToACubeWithZeros) {
+TEST(CLut16TypeFromCLut, FillsTheGridOfFewInputsUpToACubeWithZeros) {
     for (const unsigned in : {1U, 2U, 3U}) {
         Source source(Shape{"A2B0", in, 2, 5});
         const CLut16Type lut(&source);

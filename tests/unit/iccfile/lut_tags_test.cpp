@@ -46,7 +46,7 @@ constexpr LutShape kShapes[] = {
 };
 
 /// The grid is a cube even with four channels, and bytes have the layout of words.
-TEST(LutTags, HaveThreeTablesBehindOneAnotherWhereTheirBlockHoldsAll) {
+TEST(CLut8And16Type, ReadsThreeConsecutiveTablesIfTheBlockHoldsAll) {
     ForBoth([]<typename Lut>() {
         for (const auto& [name, in, out, points, inEntries, outEntries, input, grid, output] : kShapes) {
             const std::size_t need = 52 + kWidth<Lut> * (input + grid + output);
@@ -73,7 +73,7 @@ TEST(LutTags, HaveThreeTablesBehindOneAnotherWhereTheirBlockHoldsAll) {
     });
 }
 
-TEST(LutTags, TakeEveryFieldFromItsPlaceAndZeroBeyondTheirBlock) {
+TEST(CLut8And16Type, ReadsEveryFieldAndZeroBeyondTheBlock) {
     ForBoth([]<typename Lut>() {
         const Bytes whole = Spec<Lut>(3, 3, 2, 0x0102, 0x0304).Done();
         for (std::size_t size = 0; size <= 52; ++size) {
@@ -92,7 +92,7 @@ TEST(LutTags, TakeEveryFieldFromItsPlaceAndZeroBeyondTheirBlock) {
     });
 }
 
-TEST(LutTags, CountWideEnoughForTheLargestTables) {
+TEST(CLut8And16Type, CountsTheLargestTablesWithoutOverflow) {
     ForBoth([]<typename Lut>() {
         for (const MftSpec& spec : {Spec<Lut>(255, 255, 255, 65535, 65535, 0), Spec<Lut>(255, 0, 255, 65535, 65535, 0),
                                     // 2^31 entries: 2^31 bytes, negative as an int, or 2^32, 0 in 32 bits

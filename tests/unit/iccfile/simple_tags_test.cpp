@@ -8,7 +8,7 @@ namespace {
 using ICC40::ICCFILE::FromFixed;
 using ICC40::ICCFILE::TagReader;
 
-TEST(TextTags, HoldEveryByteBehindTheEighth) {
+TEST(CTextType, HoldsEveryByteAfterTheEighth) {
     for (std::size_t size = 0; size <= 40; ++size) {
         const Bytes block = Block("desc", size);
         const Bytes expected = size < 8 ? Bytes() : Part(block, 8, size - 8);
@@ -24,14 +24,14 @@ TEST(TextTags, HoldEveryByteBehindTheEighth) {
     }
 }
 
-TEST(FixedPoint, IsReadWithoutASign) {
+TEST(CXYZType, ReadsFixedPointAsUnsigned) {
     EXPECT_EQ(FromFixed(0xffff0000U), 65535.0) << "not -1";
     for (const std::uint32_t word : {0U, 1U, 0x8000U, 0xf6d6U, 65536U, 65537U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
         EXPECT_EQ(FromFixed(word), word / 65536.0) << word;
     }
 }
 
-TEST(FixedPoint, FillsItsTagAndIsZeroWhereTheBlockHasEnded) {
+TEST(CXYZType, ReadsZerosBeyondTheBlock) {
     for (std::size_t size = 0; size <= 48; ++size) {
         SCOPED_TRACE(size);
         const Bytes block = Block("sf32", size);
@@ -55,7 +55,7 @@ TEST(CCurveType, HoldsItsEntriesInHostOrder) {
     EXPECT_EQ(curve.tagSize, 26U);
 }
 
-TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
+TEST(CCurveType, ReadsNoMoreEntriesThanDeclaredOrPresent) {
     struct Row {
         std::uint32_t announced;
         std::size_t size;  ///< of the block
@@ -83,7 +83,7 @@ TEST(CCurveType, TakesNoMoreEntriesThanItAnnouncesAndItsBlockHolds) {
     }
 }
 
-TEST(CCurveType, WithoutASizeIsReadAsFarAsItsCountSaysAndAnswersTwoBytesMore) {
+TEST(CCurveType, ReadsTheDeclaredCountWithoutASizeAndReturnsTwoBytesMore) {
     Values entries;
     for (unsigned n = 0; n <= 9; entries.push_back(0x1200 + n * 0x0301), ++n) {
         Bytes block = CurveBlock(entries);

@@ -8,10 +8,10 @@ namespace {
 using ICC40::ICCFILE::TagReader;
 
 template <typename Tag>
-class EveryTag : public testing::Test {};
-TYPED_TEST_SUITE(EveryTag, AllTags);
+class IccTagBase : public testing::Test {};
+TYPED_TEST_SUITE(IccTagBase, AllTags);
 
-TYPED_TEST(EveryTag, TakesNameTypeAndAVerbatimCopyOfItsBlock) {
+TYPED_TEST(IccTagBase, StoresNameTypeAndAVerbatimCopyOfItsBlock) {
     constexpr std::uint32_t kTypes[] = {0, 0x77000000U, 0x77780000U, 0x77787900U,
                                         0x7778797aU};  // as far as the block reaches
     for (const std::size_t size : {0U, 1U, 2U, 3U, 4U, 5U, 8U, 11U, 12U, 52U, 63U, 300U}) {
@@ -32,7 +32,7 @@ TYPED_TEST(EveryTag, TakesNameTypeAndAVerbatimCopyOfItsBlock) {
     }
 }
 
-TYPED_TEST(EveryTag, NamedByNameAndTypeKeepsDataAndReservedWord) {
+TYPED_TEST(IccTagBase, KeepsDataAndReservedWordWhenGivenNameAndType) {
     for (const bool empty : {true, false}) {
         TypeParam tag;
         EXPECT_EQ(tag.tagData, nullptr);
@@ -51,7 +51,7 @@ TYPED_TEST(EveryTag, NamedByNameAndTypeKeepsDataAndReservedWord) {
     }
 }
 
-TYPED_TEST(EveryTag, NeitherReadsNorSavesByItself) {
+TYPED_TEST(IccTagBase, ReadAndSaveDoNothing) {
     TypeParam tag;
     EXPECT_EQ(static_cast<iccTagBase&>(tag).Read(nullptr), 0);
     EXPECT_EQ(static_cast<iccTagBase&>(tag).Save(nullptr), 0);
@@ -69,7 +69,7 @@ TEST(TagReader, ReadsBigEndianWordsAndZerosPastTheEnd) {
     }
 }
 
-TEST(TagReader, KnowsWhatItsBlockHolds) {
+TEST(TagReader, ReportsTheBytesLeftInItsBlock) {
     const Bytes block(10);
     const TagReader reader(block.data(), 10);
     EXPECT_EQ(reader.Size(), 10U);
@@ -84,7 +84,7 @@ TEST(TagReader, KnowsWhatItsBlockHolds) {
     EXPECT_FALSE(reader.Holds(0xffffffffffffffffU, 2));
 }
 
-TEST(TagReader, TakesNullAndASizeBelowOneForAnEmptyBlock) {
+TEST(TagReader, TreatsNullAndSizesBelowOneAsAnEmptyBlock) {
     const Bytes block(10, 0xff);
     for (const TagReader& reader : {TagReader(nullptr, 10), TagReader(block.data(), 0), TagReader(block.data(), -1)}) {
         EXPECT_EQ(reader.Size(), 0U);

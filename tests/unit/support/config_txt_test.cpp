@@ -15,11 +15,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using ConfigFiles = ConfigTest;
+using ConfigTXTFiles = ConfigTest;
 const Sections kOneSection = {{"S", {{"a", "1"}}}};
 constexpr const char* kOneSectionText = "S\na=1\nSend\n";
 
-TEST_F(ConfigFiles, WithoutANameThereIsNoFile) {
+TEST_F(ConfigTXTFiles, WithoutANameReadingFails) {
     EXPECT_EQ(config_.fileName, "");
     EXPECT_TRUE(config_.sections.empty());
     EXPECT_EQ(config_.ReadTxt(), -1);
@@ -27,7 +27,7 @@ TEST_F(ConfigFiles, WithoutANameThereIsNoFile) {
     EXPECT_TRUE(config_.sections.empty());
 }
 
-TEST_F(ConfigFiles, ReadTxtReadsTheNamedFileAnew) {
+TEST_F(ConfigTXTFiles, ReadTxtReadsTheNamedFileAnew) {
     Read(kOneSectionText);
     EXPECT_EQ(config_.fileName, Path());
     EXPECT_EQ(config_.sections, kOneSection);
@@ -37,7 +37,7 @@ TEST_F(ConfigFiles, ReadTxtReadsTheNamedFileAnew) {
     EXPECT_EQ(config_.sections, (Sections{{"S", {{"a", "2"}}}}));
 }
 
-TEST_F(ConfigFiles, ASecondFileMergesWholeSections) {
+TEST_F(ConfigTXTFiles, ASecondFileMergesWholeSections) {
     PutText(Path("one"), "S\na=1\nb=2\nSend\nT\nc=3\nTend\n");
     PutText(Path("two"), "U\nd=4\nUend\nS\nb=5\nSend\n");
     fs::create_symlink(Path("two"), Path("link"));
@@ -47,7 +47,7 @@ TEST_F(ConfigFiles, ASecondFileMergesWholeSections) {
     EXPECT_EQ(config_.fileName, Path("empty"));
 }
 
-TEST_F(ConfigFiles, AFileThatCannotBeOpenedLeavesTheSectionsAndPrintsNothing) {
+TEST_F(ConfigTXTFiles, AFileThatCannotBeOpenedLeavesTheSectionsAndPrintsNothing) {
     Read(kOneSectionText);
     fs::create_symlink(Path("none"), Path("dangling"));
     for (const std::string& path :
@@ -60,7 +60,7 @@ TEST_F(ConfigFiles, AFileThatCannotBeOpenedLeavesTheSectionsAndPrintsNothing) {
     EXPECT_FALSE(fs::exists(Path("none"))) << "nor is one made";
 }
 
-TEST_F(ConfigFiles, WhatIsNoOrdinaryFileCountsAsEmpty) {
+TEST_F(ConfigTXTFiles, NonRegularFilesCountAsEmpty) {
     Read(kOneSectionText);
     ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
     // A folder, an endless word, an empty device, a pipe without a writer, and the memory of this process, a regular
@@ -75,7 +75,7 @@ TEST_F(ConfigFiles, WhatIsNoOrdinaryFileCountsAsEmpty) {
 
 constexpr std::size_t kRoom = 128;  // size in bytes of the caller's buffer for a text
 
-class ConfigLookup : public ConfigTest {
+class ConfigTXTLookup : public ConfigTest {
 protected:
     void SetUp() override { Read(text_); }
     /// A caller's buffer of '#' after a look-up; nothing before and behind it may change.
@@ -92,14 +92,14 @@ protected:
     const std::string text_ = "S\na=1\nempty=\nword=some value\n=nameless\nSend\nT\nTend\n";
 };
 
-TEST_F(ConfigLookup, GivesTheValueOfAKeyThatIsThere) {
+TEST_F(ConfigTXTLookup, GivesTheValueOfAKeyThatIsThere) {
     EXPECT_EQ(Get("S", "a", "default"), "1");
     EXPECT_EQ(Get("S", "word", "default"), "somevalue");
     EXPECT_EQ(Get("S", "empty", "default"), "");
     EXPECT_EQ(Get("S", "", "default"), "nameless");
 }
 
-TEST_F(ConfigLookup, GivesTheDefaultForWhatIsNotThere) {
+TEST_F(ConfigTXTLookup, GivesTheDefaultForWhatIsNotThere) {
     constexpr const char* kNone = nullptr;
     const char* const absent[][2] = {{"S", "b"}, {"T", "a"},  {"U", "a"},   {"", ""},    {"s", "a"},
                                      {"S", "A"}, {"S", " a"}, {kNone, "a"}, {"S", kNone}};
@@ -112,7 +112,7 @@ TEST_F(ConfigLookup, GivesTheDefaultForWhatIsNotThere) {
     }
 }
 
-TEST_F(ConfigLookup, ANullDefaultOrTargetIsLeftAlone) {
+TEST_F(ConfigTXTLookup, ANullDefaultOrTargetIsLeftAlone) {
     EXPECT_EQ(Room("S", "b", nullptr), std::string(kRoom, '#'));
     EXPECT_EQ(Get("S", "a", nullptr), "1");
     EXPECT_EQ(config_.GetString("S", "a", "default", nullptr), 0);
@@ -126,7 +126,7 @@ std::string Letters(std::size_t count) {
     return text;
 }
 
-TEST_F(ConfigLookup, CopiesATextOf127WithItsTerminatorAndCutsOneOf128) {
+TEST_F(ConfigTXTLookup, CopiesATextOf127WithItsTerminatorAndCutsOneOf128) {
     for (const std::size_t size : {0U, 1U, 63U, 126U, 127U, 128U, 129U, 5000U}) {
         SCOPED_TRACE(size);
         const std::string text = Letters(size);
@@ -143,7 +143,7 @@ TEST_F(ConfigLookup, CopiesATextOf127WithItsTerminatorAndCutsOneOf128) {
     }
 }
 
-TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
+TEST_F(ConfigTXTLookup, ANumberIsReadUpToItsLastDigit) {
     const std::pair<int, std::vector<std::string>> rows[] = {
         {0, {"0", "abc", "", "-", "--1", "0x10", "a1", "true", "-99999999999999999999"}},
         {1, {"1e3", "1,5", "4294967297"}},
@@ -167,7 +167,7 @@ TEST_F(ConfigLookup, ANumberIsReadAsFarAsItsDigitsGo) {
     }
 }
 
-TEST_F(ConfigLookup, AnAbsentSectionIsAddedEmptyAndARowNever) {
+TEST_F(ConfigTXTLookup, AMissingSectionIsAddedButNeverARow) {
     Sections expected = config_.sections;
     Get("S", "b", "default");
     config_.GetInt("S", "c", 1);
@@ -181,7 +181,7 @@ TEST_F(ConfigLookup, AnAbsentSectionIsAddedEmptyAndARowNever) {
     EXPECT_EQ(config_.GetInt("U", "a", 0), 5) << "a reading replaces it";
 }
 
-TEST_F(ConfigLookup, SettersStoreAndPrintNothing) {
+TEST_F(ConfigTXTLookup, SettersStoreAndPrintNothing) {
     const Sections before = config_.sections;
     testing::internal::CaptureStdout();
     for (const char* text : {"S", "New", static_cast<const char*>(nullptr)}) {

@@ -52,7 +52,7 @@ protected:
     std::uint64_t begin_ = Address(block_.Data()), end_ = begin_ + kLength;
 };
 
-TEST_F(IoBuf, AReadStopsAtTheEndAndTellsItsPosition) {
+TEST_F(IoBuf, AReadStopsAtTheEndAndReturnsThePosition) {
     ForEveryTransfer([&](std::int64_t from, unsigned long size, unsigned long count, Wide, unsigned moved) {
         Bytes bytes(20, kUntouched);
         EXPECT_EQ(stream_.Read(bytes.data(), size, count), stream_.position);
@@ -62,7 +62,7 @@ TEST_F(IoBuf, AReadStopsAtTheEndAndTellsItsPosition) {
     });
 }
 
-TEST_F(IoBuf, AWriteStopsAtTheEndAndMovesOnByAllOfIt) {
+TEST_F(IoBuf, AWriteStopsAtTheEndAndAdvancesByItsFullSize) {
     ForEveryTransfer([&](std::int64_t from, unsigned long size, unsigned long count, Wide asked, unsigned moved) {
         Bytes bytes = CountingBytes(20, kWritten), expected = CountingBytes(kLength, kFirst);
         const Wide end = std::min<Wide>(stream_.position + asked, ULONG_MAX);  // as far as numbers reach
@@ -74,7 +74,7 @@ TEST_F(IoBuf, AWriteStopsAtTheEndAndMovesOnByAllOfIt) {
     });
 }
 
-TEST_F(IoBuf, APlaceStartsAgainFromZero) {
+TEST_F(IoBuf, APositionWrapsToZero) {
     stream_.position = ULONG_MAX;
     EXPECT_EQ(stream_.Seek(5, 1), 5);
     EXPECT_EQ(stream_.position, 4U);
@@ -111,9 +111,7 @@ std::pair<std::int64_t, int> Sought(std::int64_t from, int offset, int origin) {
     return beyond ? std::pair(limit, static_cast<int>(place - limit)) : std::pair(place, offset);
 }
 
-using IoBufSeek = IoBuf;
-
-TEST_F(IoBufSeek, StopsAtOneLimitAndAnswersTheLow32BitsOfTheExcess) {
+TEST_F(IoBuf, SeekStopsAtOneLimitAndReturnsTheLow32BitsOfTheExcess) {
     constexpr std::int64_t k31 = std::int64_t{1} << 31, k32 = std::int64_t{1} << 32;
     // 16 is after an overrun; what is negative lies before the block.
     for (const std::int64_t from : {-k32 - 5, -k31 - 1, -k31, std::int64_t{-3}, std::int64_t{-1}, std::int64_t{0},
@@ -134,7 +132,7 @@ TEST_F(IoBufSeek, StopsAtOneLimitAndAnswersTheLow32BitsOfTheExcess) {
     }
 }
 
-TEST_F(IoBuf, TheHandleIsTheStartWhereverItStands) {
+TEST_F(IoBuf, TheHandleIsTheStartAtAnyPosition) {
     EXPECT_EQ(Place(stream_), 0) << "at first";
     for (const std::int64_t place : {0, 7, 10, 16, -3}) {
         StartAt(place);
@@ -142,7 +140,7 @@ TEST_F(IoBuf, TheHandleIsTheStartWhereverItStands) {
     }
 }
 
-TEST_F(IoBuf, ClosingClearsAllThreeAndLeavesTheBlock) {
+TEST_F(IoBuf, CloseClearsAllPointersAndKeepsTheBlock) {
     for (int time = 0; time < 2; ++time) {
         stream_.position += 7;
         Close();
@@ -154,7 +152,7 @@ TEST_F(IoBuf, ClosingClearsAllThreeAndLeavesTheBlock) {
     EXPECT_EQ(block_.Content(), CountingBytes(kLength, kFirst));
 }
 
-TEST_F(IoBuf, AClosedStreamIsAnEmptyBlockWhereverItIsSought) {
+TEST_F(IoBuf, AClosedStreamIsAnEmptyBlock) {
     Close();
     Bytes bytes = CountingBytes(5, kWritten);
     EXPECT_EQ(stream_.Write(bytes.data(), 1, 5), 5U);

@@ -60,7 +60,7 @@ TEST_F(IoFile, OpensReadsAndWritesAsItsModeSays) {
     }
 }
 
-TEST_F(IoFile, ThatCannotBeOpenedHasANullStreamAndMovesNothing) {
+TEST_F(IoFile, HasANullStreamIfItCannotBeOpened) {
     for (const std::string& path : {Path(), Path() + "/below", std::string(), std::string(5000, 'x')}) {
         IO_File file(path.c_str(), "rb");
         EXPECT_EQ(file.stream, nullptr);
@@ -100,7 +100,7 @@ struct SeekRow {
 constexpr SeekRow kSeeks[] = {{7, 0, 0, 7},  {INT_MAX, 0, 0, INT_MAX}, {-1, 0, -1, 3}, {4, 1, 0, 7}, {-4, 1, -1, 3},
                               {5, 2, 0, 15}, {-10, 2, 0, 0},           {0, 3, -1, 3}};
 
-TEST_F(IoFile, ASeekAnswersAsTheStreamDoes) {
+TEST_F(IoFile, ASeekReturnsTheResultOfTheStream) {
     IO_File file(Made(CountingBytes(10, 0x40)).c_str(), "rb");
     for (const SeekRow& row : kSeeks) {
         SCOPED_TRACE(std::to_string(row.offset) + " of origin " + std::to_string(row.origin));
@@ -129,7 +129,7 @@ TEST_F(IoFile, CloseAndTheDestructorWriteOutAndClose) {
     }
 }
 
-TEST(IoInterface, AFileCountsItemsAndABlockTellsItsPosition) {
+TEST(IoInterface, AFileReturnsItemsAndABlockItsPosition) {
     const TempDir folder;
     const std::string path = folder.File("bytes");
     WriteFile(path, CountingBytes(9, 'a'));

@@ -9,7 +9,7 @@
 namespace hueweave::test {
 namespace {
 
-TEST(IoInterfaceLayout, HasNoFieldsAndItsStreamsTheirsInOrder) {
+TEST(IoInterfaceLayout, HasNoFieldsAndItsStreamsHaveTheirsInOrder) {
     EXPECT_TRUE(std::is_abstract_v<IO_Interface>);
     EXPECT_TRUE(std::has_virtual_destructor_v<IO_Interface>);
     EXPECT_EQ(sizeof(IO_Interface), sizeof(void*));
@@ -34,13 +34,13 @@ void ExpectSlots() {
     EXPECT_EQ(Member(&Stream::Close).Slot(), 6U);
 }
 
-TEST(IoInterfaceLayout, OperationsStandInSlotOrder) {
+TEST(IoInterfaceLayout, OperationsAreInSlotOrder) {
     ExpectSlots<IO_Interface>();
     ExpectSlots<IO_File>();
     ExpectSlots<IO_Buf>();
 }
 
-TEST(ConfigLayout, IsTheNameAndTheSectionsWithoutATable) {
+TEST(ConfigTXTLayout, IsTheNameAndTheSectionsWithoutAVtable) {
     using CONFIG::ConfigTXT;
     EXPECT_FALSE(std::is_polymorphic_v<ConfigTXT>);
     const ConfigTXT config;

@@ -36,7 +36,7 @@ const Call kCalls[] = {
     {[] { return ConfigSetString2("%s\t", "a b", "1\n2 // ="); }, "Set [ %s\t : a b ] = 1\n2 // =\n"},
 };
 
-TEST(PlainFunctions, ReturnZeroAndPrintTheirLine) {
+TEST(ConfigFunctions, ReturnZeroAndPrintTheirLine) {
     for (const Call& call : kCalls) EXPECT_EQ(PrintedBy(call.call), call.printed);
     EXPECT_TRUE(std::cout.good());
 }
@@ -56,7 +56,7 @@ const Call kNullTexts[] = {
     {[] { return ConfigSetString2("sec", "key", nullptr); }, "Set [ sec : key ] = "},
 };
 
-TEST(PlainFunctions, FailTheOutputOnANullTextUntilItIsCleared) {
+TEST(ConfigFunctions, SetTheOutputToFailedOnANullTextUntilItIsCleared) {
     for (const Call& call : kNullTexts) {
         bool failed = false;
         const std::string printed = PrintedBy([&] {

@@ -25,7 +25,7 @@ TEST(SetImageBuf, ReplacesTheImageAndNothingElse) {
     EXPECT_EQ(tiff.GetXY(0, 0), nullptr);
 }
 
-TEST(SetImageBuf, GivesTheRowsOfTheGeometryOrWhatTag279SaysIfThatIsMore) {
+TEST(SetImageBuf, UsesTheLargerOfTheGeometryAndTag279) {
     CTiff tiff;
     tiff.CreateNew(5, 4, 72, 3, 8, 0);
     tiff.SetTagValue(Sig(279), 0);
@@ -50,7 +50,7 @@ TEST(SetImageBuf, GivesTheRowsOfTheGeometryOrWhatTag279SaysIfThatIsMore) {
     }
 }
 
-TEST(SetImageBuf, LeavesAnImageThatWasReadAsLongAsItWas) {
+TEST(SetImageBuf, KeepsTheLengthOfAnImageThatWasRead) {
     for (const bool givenBack : {false, true}) {
         TiffOf tiff(ChunkyTiff(4, 4, 3, 8, CountingBytes(20)));
         tiff.imageBuf = tiff.GetTag(Sig(273))->GetData();
@@ -62,7 +62,7 @@ TEST(SetImageBuf, LeavesAnImageThatWasReadAsLongAsItWas) {
     }
 }
 
-TEST(SetImageBuf, TakesNoLengthFromTheCountOfAFile) {
+TEST(SetImageBuf, IgnoresTheCountOfAFile) {
     // Bit planes are not packed, and tag 273 keeps its three offsets: 12 bytes, more than the new image has.
     TiffOf tiff(PlanarTiff(8, 2, 3, 1, 2, {{1, 2}, {3, 4}, {5, 6}}));
     ASSERT_EQ(FieldsOf(tiff, 273).count, 3U);
@@ -145,7 +145,7 @@ TEST(SetIccProfile, ThrowsForAFileThatCannotBeOpened) {
     EXPECT_NE(Thrown(set), nullptr) << "also without a tag";
 }
 
-TEST(SaveIccProfile, WritesAsManyBytesAsTheTagCountsAndHolds) {
+TEST(SaveIccProfile, WritesTheCountedBytesThatTheTagHolds) {
     IccImage tiff;
     tiff.Set(ProfileOf(60, 60));
     for (const std::uint32_t count : {1000U, 60U, 20U, 0U}) {
@@ -159,7 +159,7 @@ TEST(SaveIccProfile, WritesAsManyBytesAsTheTagCountsAndHolds) {
     EXPECT_EQ(ReadFile(tiff.out), CountingBytes(40)) << "of a caller's as many as it says by then";
 }
 
-TEST(SaveIccProfile, EmptiesTheFileForATagWithoutDataAndLeavesItWithoutATag) {
+TEST(SaveIccProfile, TruncatesTheFileForATagWithoutDataAndKeepsItWithoutATag) {
     IccImage tiff;
     WriteFile(tiff.out, CountingBytes(9));
     EXPECT_EQ(tiff.Save(), 0);
@@ -172,7 +172,7 @@ TEST(SaveIccProfile, EmptiesTheFileForATagWithoutDataAndLeavesItWithoutATag) {
     EXPECT_FALSE(std::filesystem::exists(tiff.in)) << "no file is made";
 }
 
-TEST(SaveIccProfile, GivesZeroForNoFileAndWhatClosingGaveElse) {
+TEST(SaveIccProfile, ReturnsZeroWithoutAFileElseTheResultOfClosing) {
     IccImage tiff;
     tiff.Set(CountingBytes(21));
     EXPECT_EQ(tiff.SaveIccProfile(tiff.dir.File("no folder/out.icc").c_str()), 0);
@@ -181,7 +181,7 @@ TEST(SaveIccProfile, GivesZeroForNoFileAndWhatClosingGaveElse) {
     EXPECT_EQ(tiff.SaveIccProfile("/dev/full"), EOF);
 }
 
-TEST(RemoveIcc, TakesTheFirstAloneAndClosesTheGapInTheFile) {
+TEST(RemoveIcc, RemovesOnlyTheFirstAndClosesTheGapInTheFile) {
     TiffBuilder with, without;
     TiffOf tiff(with.Long(256, 1).Undefined(34675, CountingBytes(20)).Long(300, 3).Long(200, 2));
     tiff.tags.push_back(std::make_unique<TiffTag>(Sig(34675)));

@@ -57,7 +57,7 @@ TEST(CTiff, ReadsEachNumberFromItsTag) {
     EXPECT_EQ(NumbersOf(CTiff(dir.File("in.tif").c_str())), kWhole);
 }
 
-TEST(CTiff, RoundsTheBytesOfARowUpOnceAndCutsThemToThirtyTwoBits) {
+TEST(CTiff, RoundsRowBytesUpOnceAndTruncatesThemTo32Bits) {
     struct Row {
         std::uint32_t width;
         unsigned samples, bits;
@@ -80,7 +80,7 @@ TEST(CTiff, RoundsTheBytesOfARowUpOnceAndCutsThemToThirtyTwoBits) {
     }
 }
 
-TEST(CTiff, IsAllNewAfterASecondRead) {
+TEST(CTiff, ReplacesEverythingInASecondRead) {
     TiffBuilder large;
     for (unsigned i = 0; i < 30; ++i) large.Long(1000 + i, i);
     const Bytes bigEndian = ChunkyTiff(5, 3, 3, 8, CountingBytes(45)).Head({0x4d, 0x4d, 0x00, 0x2a}).Build();
@@ -247,7 +247,7 @@ TEST_F(CreateNewFromFile, FillsTheImageWhateverTheLengthOfTheFile) {
     }
 }
 
-TEST_F(CreateNewFromFile, TakesHeightTimesRowBytes) {
+TEST_F(CreateNewFromFile, ReadsHeightTimesRowBytes) {
     WriteFile(raw, CountingBytes(100));
     // Three bit planes of 9 pixels: a row is 4 bytes, though the image has room for 2 bytes per sample.
     tiff.CreateNew(9, 3, 72, 3, 1, raw.c_str());
@@ -282,7 +282,7 @@ TEST_F(CreateNewFromFile, PrintsEveryStringThatIsThrownAndClosesTheFile) {
     EXPECT_EQ(OpenFiles(), before);
 }
 
-TEST_F(CreateNewFromFile, SavesAtOnceWhatTheListHoldsByThen) {
+TEST_F(CreateNewFromFile, SavesTheListImmediately) {
     EXPECT_EQ(Printed([&] { EXPECT_EQ(tiff.CreateNew(5, 4, 72, 3, 8, raw.c_str(), out.c_str()), 0); }),
               kNoRawFile + kEmptyList);
     EXPECT_EQ(ReadFile(out), Bytes());
@@ -294,7 +294,7 @@ TEST_F(CreateNewFromFile, SavesAtOnceWhatTheListHoldsByThen) {
     EXPECT_EQ(ReadFile(out), NewFile(kSmall, CountingBytes(60)));
 }
 
-TEST(CTiff, SetsATagThatTheFactoryMakesWithoutTheGivenBytes) {
+TEST(CTiff, SetTagIgnoresTheGivenBytes) {
     CTiff tiff;
     unsigned char bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(tiff.SetTag(Sig(258), 3, 3, 8, bytes), 0);

@@ -53,7 +53,7 @@ void ExpectSlots(Operations... operations) {
     for (const Member& operation : {Member(operations)...}) EXPECT_EQ(operation.Slot(), slot++);
 }
 
-TEST(TiffSlots, FollowTheDestructors) {
+TEST(TiffLayout, VirtualFunctionsFollowTheDestructors) {
     ExpectSlots(&TiffTag::GetValue, &TiffTag::SaveFile, &TiffTag::GetData);
     ExpectSlots(&BitsPerSampleTag::GetValue);
     ExpectSlots(&ResolutionTag::GetValue);
@@ -67,7 +67,7 @@ void ExpectPlain(Operations... operations) {
     for (const Member& operation : {Member(operations)...}) EXPECT_FALSE(operation.IsVirtual());
 }
 
-TEST(TiffSlots, AreNotTakenByTheOtherOperations) {
+TEST(TiffLayout, OtherOperationsAreNotVirtual) {
     using Set = int (CTiff::*)(TiffTagSignature, unsigned short, unsigned, unsigned, unsigned char*);
     ExpectPlain(&TiffTag::ValueIsOffset, &Tiff::ReadImage, &Tiff::ReadMultiStripOffset, &Tiff::Pack<unsigned char>,
                 &Tiff::Pack<unsigned short>, &Tiff::AddTags, &Tiff::SetTag, &Tiff::GetTag, &Tiff::SetTagValue,
@@ -77,7 +77,7 @@ TEST(TiffSlots, AreNotTakenByTheOtherOperations) {
                 &CTiff::SaveIccProfile);
 }
 
-TEST(TiffFields, StandInTheirOrder) {
+TEST(TiffLayout, FieldsAreInOrder) {
     const TiffTag tag;
     ExpectInOrder({&tag, &tag.tag, &tag.type, &tag.count, &tag.value, &tag.data});
     const CTiff tiff;

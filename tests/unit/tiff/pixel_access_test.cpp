@@ -76,17 +76,17 @@ void ExpectClamped(unsigned char* (CTiff::*get)(int, int), void (CTiff::*set)(in
     }
 }
 
-TEST(PixelAccess, ClampsTheCoordinatesOfThePlainForms) {
+TEST(CTiffPixelAccess, ClampsTheCoordinatesOfThePlainForms) {
     ExpectClamped(&CTiff::GetXY, &CTiff::SetXY, [](int y) { return std::clamp(y, 0, kRows - 1); });
 }
 
-TEST(PixelAccess, CountsMirroredRowsFromTheBottomButEndsAtTheFarEnd) {
+TEST(CTiffPixelAccess, CountsMirroredRowsFromTheBottomAndClampsAtTheOppositeEnd) {
     ExpectClamped(&CTiff::GetXY_M, &CTiff::SetXY_M, [](int y) {
         return y < 0 ? 0 : y > kRows - 1 ? kRows - 1 : kRows - 1 - y;
     });
 }
 
-TEST(PixelAccess, DoesNotCheckTheQuickForms) {
+TEST(CTiffPixelAccess, QuickFormsAreUnchecked) {
     // Still inside the image: columns past a row lie in the next one, those before it in the previous one.
     for (const Layout layout : kLayouts) {
         NumberedImage tiff(kColumns, kRows, layout);
@@ -111,7 +111,7 @@ TEST(PixelAccess, DoesNotCheckTheQuickForms) {
     EXPECT_EQ(tiff.Set(&CTiff::SetXY_MQ, 1, 4), 13);
 }
 
-TEST(PixelAccess, MultipliesColumnsInThirtyTwoBitsAndRowsByTheField) {
+TEST(CTiffPixelAccess, MultipliesColumnsInThirtyTwoBitsAndRowsByTheField) {
     NumberedImage tiff(4, 4, {1, 8});
     tiff.width = kMost;
     // 8 x 0x20000001 leaves 8 bits, 8 x 0x1fffffff leaves -8; of three samples 24 x 0x15555556 leaves 16.
@@ -160,7 +160,7 @@ void ExpectCopies(NumberedImage& tiff, const std::array<std::vector<Piece>, 2>& 
     }
 }
 
-TEST(PixelAccess, CopiesRowsFromTheirStartOn) {
+TEST(CTiffPixelAccess, CopiesRowsFromTheirStartOn) {
     for (const Layout layout : kLayouts) {
         for (const bool half : {false, true}) {
             NumberedImage tiff(6, 4, layout, half);
@@ -200,7 +200,7 @@ void ExpectBlock(NumberedImage& tiff, int x, int y, int w, int h) {
         [&](auto* from) { return tiff.SetRowColumn(from, x, y, w, h); });
 }
 
-TEST(PixelAccess, CopiesBlocksRowByRowOfEightAndSixteenBitsOnly) {
+TEST(CTiffPixelAccess, CopiesBlocksRowByRowOfEightAndSixteenBitsOnly) {
     constexpr Layout kDepths[] = {{1, 8}, {3, 8}, {4, 8}, {1, 16}, {3, 16}, {4, 16}, {1, 1},
                                   {1, 2}, {1, 4}, {1, 7}, {1, 9},  {1, 12}, {1, 32}};
     constexpr int kSizes[][2] = {{6, 4}, {3, 2},  {1, 1}, {1, 4},  {2, 3},     {4, 1},
@@ -240,7 +240,7 @@ void ExpectNowhere(CTiff& tiff, int x, int y, int block) {
     EXPECT_EQ(buf, kUntouched);
 }
 
-TEST(PixelAccess, PointsNowhereWithoutAnImage) {
+TEST(CTiffPixelAccess, ReturnsNullWithoutAnImage) {
     for (const auto& [width, height, samples, allocate] :
          {std::tuple{-1, 0, 0, 0}, {4, 4, 3, 0}, {0, 4, 3, 1}, {4, 0, 3, 1}, {4, 4, 0, 1}}) {
         CTiff tiff;
@@ -256,7 +256,7 @@ TEST(PixelAccess, PointsNowhereWithoutAnImage) {
     }
 }
 
-TEST(PixelAccess, PointsNowhereInAGeometryThatCannotBe) {
+TEST(CTiffPixelAccess, ReturnsNullForAnInvalidGeometry) {
     // A negative number of bytes per row, where the product of three sizes wraps; no columns, and no rows.
     for (const auto& [width, height, rowBytes] : {std::tuple{4, 4, -12}, {0, 4, 12}, {4, 0, 12}}) {
         NumberedImage tiff(4, 4, {3, 8});

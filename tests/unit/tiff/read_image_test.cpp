@@ -27,13 +27,13 @@ TiffBuilder TwoOfOneStrip(unsigned offsetType = 4) {
     return tiff.Strip(CountingBytes(6)).Strip(CountingBytes(6, 50));
 }
 
-TEST(ReadImage, TakesTheFirstAloneOfSeveralStripsInAOneStripFile) {
+TEST(ReadImage, ReadsOnlyTheFirstStripInAOneStripFile) {
     ExpectRead("two strips", TwoOfOneStrip());
     ExpectRead("two SHORTs in the entry", TwoOfOneStrip(3));
     ExpectRead("far offsets", TwoOfOneStrip().GapBeforeStrips(65536));
 }
 
-TEST(ReadImage, LeavesPlanesOfBitsAsTheyAreFromTheFirstOffsetOn) {
+TEST(ReadImage, KeepsPlanesOfBitsFromTheFirstOffset) {
     ExpectRead("far planes", PlanarTiff(8, 2, 3, 1, 2, {{1, 2}, {3, 4}, {5, 6}}).GapBeforeStrips(65536));
     ExpectRead("one far plane", PlanarTiff(8, 2, 1, 1, 2, {{1, 2}}).GapBeforeStrips(70000));
     for (const std::uint32_t width : {7U, 8U, 15U, 16U}) {  // rows are rounded down to whole bytes
@@ -67,7 +67,7 @@ TiffBuilder FileOf(const std::string& way) {
     return tiff;
 }
 
-TEST(ReadImage, CarriesTheOtherTagsOfAFormatAndObeysNone) {
+TEST(ReadImage, KeepsTheOtherTagsOfAFormatAndIgnoresThem) {
     for (const char* way : {"chunky", "strips", "bitmap", "planes"}) {
         for (const auto& [photometric, compression] :
              {std::pair{0U, 1U}, {1U, 5U}, {3U, 7U}, {4U, 8U}, {5U, 32773U}, {6U, 7U}, {8U, 5U}, {65535U, 65535U}}) {
@@ -84,7 +84,7 @@ TEST(ReadImage, CarriesTheOtherTagsOfAFormatAndObeysNone) {
     ExpectRead("tiles", TiffBuilder().Shape(16, 16, 1, 8).Long(322, 16).Long(323, 16).Long(324, 8));
 }
 
-TEST(ReadImage, OfOneStripIsAsLongAsTag279SaysUpToTwiceTheFileAnd8MiB) {
+TEST(ReadImage, ReadsTheLengthInTag279UpToTwiceTheFileAnd8MiB) {
     ExpectRead("no count", OneStrip());
     ExpectRead("a gap", OneStrip().Long(279, 12).GapBeforeStrips(13));
     ExpectRead("a SHORT of more bits", OneStrip(CountingBytes(70000)).Entry(279, 3, 1, 65541));
@@ -111,7 +111,7 @@ TEST(ReadImage, TakesSixteenBitsOfTheFirstItemOfAnArray) {
     ExpectRead("every tag", all.Strip({1, 2}).Strip({3, 4}).Strip({5, 6}));
 }
 
-TEST(ReadImage, OfPlanesIsPackedUnlessTheyHoldBits) {
+TEST(ReadImage, PacksPlanesUnlessTheyHoldBits) {
     const auto expect = [](const std::vector<std::uint32_t>& depths, unsigned planar) {
         TiffBuilder tiff;
         tiff.Long(256, 16).Long(257, 2).Short(277, 3).Long(278, 2).StripOffsets().StripByteCounts().Short(284, planar);
@@ -158,7 +158,7 @@ TiffBuilder TwoRows() {
     return tiff.Shape(2, 2, 3, 8).Long(278, 1);
 }
 
-TEST(ReadStrips, TakesAsManyItemsOfACallersArrayAsItCounts) {
+TEST(ReadMultiStripOffset, UsesTheCountedItemsOfACallersArray) {
     Tiff tiff;
     tiff.tags.push_back(Adopting(273, 3, 3, {2, 0, 0, 0, 4, 0}));
     tiff.tags.push_back(Adopting(279, 1, 1, {1, 2, 3, 4, 5}));
@@ -173,13 +173,13 @@ TEST(ReadStrips, TakesAsManyItemsOfACallersArrayAsItCounts) {
 
 // Every other file is read as the reference reads it.
 
-TEST(ReadStrips, PutsATotalAboveSixteenBitsIntoAShort) {
+TEST(ReadMultiStripOffset, PutsATotalAboveSixteenBitsIntoAShort) {
     TiffBuilder file;
     file.Shape(200, 200, 3, 8).Long(278, 100).StripOffsets().StripByteCounts();
     ExpectRead("two strips", file.Strip(CountingBytes(60000)).Strip(CountingBytes(60000, 7)));
 }
 
-TEST(ReadStrips, FollowsTheArraysByTheirDeclaredType) {
+TEST(ReadMultiStripOffset, FollowsTheArraysByTheirDeclaredType) {
     ExpectRead("strips backwards", ThreeStrips().StripsBackwards());
     for (const unsigned offsets : {1U, 3U, 4U}) {
         for (const unsigned counts : {1U, 3U, 4U}) {
@@ -206,7 +206,7 @@ TEST(ReadStrips, FollowsTheArraysByTheirDeclaredType) {
     }
 }
 
-TEST(ReadStrips, TakesAsManyAsTheShorterArrayHas) {
+TEST(ReadMultiStripOffset, ReadsAsManyStripsAsTheShorterArrayHas) {
     ExpectRead("more offsets", TwoRows().Longs(273, {8, 14, 20}).Longs(279, {6, 6}));
     ExpectRead("more byte counts", TwoRows().Longs(273, {8, 14}).Longs(279, {6, 6, 6}));
     ExpectRead("counts of 0", TwoRows().Entry(273, 4, 0, 77).Entry(279, 4, 0, 88));
@@ -217,7 +217,7 @@ TEST(ReadStrips, TakesAsManyAsTheShorterArrayHas) {
     ExpectRead("no offsets", TwoRows().StripByteCounts().Strip(CountingBytes(6)).Strip(CountingBytes(6)));
 }
 
-TEST(ReadStrips, IsTakenWhereRowsPerStripIsNotTheHeight) {
+TEST(ReadMultiStripOffset, IsUsedIfRowsPerStripIsNotTheHeight) {
     const TiffBuilder oneStrip = TiffBuilder().StripOffsets().StripByteCounts().Strip(CountingBytes(12));
     const TiffBuilder twoStrips = TiffBuilder().StripOffsets().StripByteCounts().Strip({1}).Strip({2});
     ExpectRead("no tag 278", TiffBuilder(oneStrip).Shape(2, 2, 3, 8));
@@ -233,7 +233,7 @@ TEST(ReadStrips, IsTakenWhereRowsPerStripIsNotTheHeight) {
     }
 }
 
-TEST(ReadStrips, TakesTwiceTheFileAndEightMiBAtTheMost) {
+TEST(ReadMultiStripOffset, ReadsTwiceTheFileAnd8MiBAtMost) {
     const auto file = [](std::uint32_t second) { return TwoRows().Longs(273, {8, 8}).Longs(279, {1000, second}); };
     const auto limit = static_cast<std::uint32_t>(2 * file(0).Build().size() + (8U << 20));
     // The sum for the last value is 999 in 32 bits: the bound uses the full sum.
@@ -262,7 +262,7 @@ TiffBuilder Scattered(std::size_t strips, std::size_t trailer, bool firstIsNegat
     return build(offsets, sizes);
 }
 
-TEST(ReadStrips, ReadsOnFromWhereTheStreamStandsAtANegativeOffset) {
+TEST(ReadMultiStripOffset, ReadsFromTheStreamPositionAtANegativeOffset) {
     // Few strips and many, in a small file and in a large one, are read by different methods.
     for (const std::size_t strips : {20U, 64U, 65U, 500U}) {
         for (const std::size_t trailer : {std::size_t{5000}, std::size_t{5} << 20}) {
@@ -295,7 +295,7 @@ TEST(Pack, TakesThreePlanesForThreeSamplesElseFour) {
     }
 }
 
-TEST(Pack, HasZerosForWhatThePlanesDoNotHoldAndNothingWithoutPixels) {
+TEST(Pack, FillsMissingDataWithZerosAndReturnsNothingWithoutPixels) {
     ExpectRead("half a sample", PlanarTiff(2, 2, 3, 16, 2, {{1, 2, 3}, {4}, {5}}));
     for (const auto& [width, height] : {std::pair{0U, 4U}, {4U, 0U}, {~0U, 4U}, {4U, ~0U}, {~1U, ~1U}, {3U, 2U}}) {
         ExpectRead(testing::PrintToString(std::pair(width, height)),
@@ -303,7 +303,7 @@ TEST(Pack, HasZerosForWhatThePlanesDoNotHoldAndNothingWithoutPixels) {
     }
 }
 
-TEST(Pack, TakesAsMuchOfACallersPlanesAsThePixelsNeed) {
+TEST(Pack, ReadsOnlyWhatThePixelsNeedOfACallersPlanes) {
     Tiff tiff, empty;
     tiff.tags.push_back(Adopting(273, 4, 1, CountingBytes(6)));
     tiff.AddTags(Word(3, 277), 1, 3, nullptr);
@@ -313,7 +313,7 @@ TEST(Pack, TakesAsMuchOfACallersPlanesAsThePixelsNeed) {
     EXPECT_TRUE(empty.tags.empty());
 }
 
-TEST(Pack, MakesTwiceThePlanesAndEightMiBAtTheMost) {
+TEST(Pack, AllocatesTwiceThePlanesAnd8MiBAtMost) {
     // 3 planes x 2 bytes: 8 MiB + 2 x 20 bytes hold 1,398,108 pixels. The byte count for the last one is 720,866 in 64
     // bits.
     constexpr int most = ((8 << 20) + 40) / 6;

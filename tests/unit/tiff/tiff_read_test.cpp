@@ -44,7 +44,7 @@ TEST(TiffRead, ThrowsForANullNameAndThePathOfAMissingFileAfterEmptyingTheList) {
     EXPECT_FALSE(std::filesystem::exists(missing));
 }
 
-TEST(TiffRead, BeginsAtTheStartOfTheStreamAndAppendsToTheListThatIsThere) {
+TEST(TiffRead, StartsAtTheBeginningOfTheStreamAndAppendsToTheList) {
     const FileHandle stream = StreamOf(TiffBuilder().Long(256, 1).Build());
     Tiff tiff;
     tiff.AddTags(Word(4, 40000), 1, 7, nullptr);
@@ -55,7 +55,7 @@ TEST(TiffRead, BeginsAtTheStartOfTheStreamAndAppendsToTheListThatIsThere) {
     EXPECT_EQ(Signatures(tiff), (std::vector<unsigned>{40000, 256, 256}));
 }
 
-TEST(TiffRead, KeepsTheDirectorysPlaceOfTheLastSoundHeader) {
+TEST(TiffRead, KeepsTheDirectoryOffsetOfTheLastValidHeader) {
     Tiff tiff;
     ReadFrom(tiff, SmallTiff().GapBeforeDirectory(1001).Build());
     tiff.Reset();
@@ -70,7 +70,7 @@ TEST(TiffRead, KeepsTheDirectorysPlaceOfTheLastSoundHeader) {
 
 // Every other file is read as the reference reads it.
 
-TEST(TiffRead, TakesTheHeaderOfALittleEndianTiffAlone) {
+TEST(TiffRead, AcceptsOnlyTheHeaderOfALittleEndianTiff) {
     for (const Bytes& head : {Bytes{0x49, 0x49, 0x2a, 0x00},
                               {0x4d, 0x4d, 0x00, 0x2a},     // big-endian
                               {0x4d, 0x4d, 0x2a, 0x00},     // only the letters big-endian
@@ -85,7 +85,7 @@ TEST(TiffRead, TakesTheHeaderOfALittleEndianTiffAlone) {
     }
 }
 
-TEST(TiffRead, TakesTheDirectorysPlaceFromTheHeader) {
+TEST(TiffRead, ReadsTheDirectoryOffsetFromTheHeader) {
     ExpectRead("a gap", SmallTiff().GapBeforeDirectory(1001));
     for (const std::uint32_t place : {0U, 1000U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {  // 0: 0x4949 entries
         ExpectRead("at " + std::to_string(place), ManyEntries(5).DirectoryAt(place));
@@ -101,14 +101,14 @@ TEST(TiffRead, RefusesThirtyEntries) {
     }
 }
 
-TEST(TiffRead, TakesTheFirstDirectoryAloneAndRepeatedTags) {
+TEST(TiffRead, ReadsOnlyTheFirstDirectoryAndRepeatedTags) {
     const auto second = static_cast<std::uint32_t>(SmallTiff().Build().size());
     ExpectRead("a second directory", SmallTiff().NextDirectory(second).Trailer(ManyEntries(1).Build()));
     ExpectRead("repeated tags",
                SmallTiff().Text(40000, "first").Text(40000, "second").Long(256, 77).Exif({1}).Exif({2}));
 }
 
-TEST(TiffRead, TakesTwiceTheFileAnd64KiBOfDataAtTheMost) {
+TEST(TiffRead, ReadsTwiceTheFileAnd64KiBOfDataAtMost) {
     struct Row {
         std::size_t file;      ///< bytes
         std::uint32_t entry;   ///< bytes that each of six entries requests, all from the same offset
@@ -133,20 +133,20 @@ TiffBuilder WithText(TiffBuilder lost) {
     return lost.StripOffsets().StripByteCounts().Strip(CountingBytes(4, 70));
 }
 
-TEST(LostEntry, IsSavedWithoutItemsAndMovesNothing) {
+TEST(TiffTagWithoutData, IsSavedWithoutItemsOrData) {
     for (unsigned type = 0; type < 14; ++type) {
         ExpectRead("type " + std::to_string(type), WithText(TiffBuilder().Entry(40000, type, 1000, 8)));
     }
 }
 
-TEST(LostEntry, IsNoneThatTheFileHeldInPartOrCouldHold) {
+TEST(TiffTagWithoutData, ExcludesDataThatCouldFitInTheFile) {
     // Ten bytes of which the file holds three, and ten of which it holds none: they are padded with zeros.
     TiffBuilder file;
     file.Entry(1000, 1, 10, 50).Entry(1001, 1, 10, 5000).Entry(1002, 1, 4, 0x04030201);
     ExpectRead("ten bytes", file.Trailer({7, 8, 9}));
 }
 
-TEST(LostEntry, OfAnImageLeavesTheImageAlone) {
+TEST(TiffTagWithoutData, KeepsTheImage) {
     const auto shape = [](std::uint32_t rows) { return TiffBuilder().Shape(2, 2, 1, 8).Long(278, rows); };
     const auto lostCount = [&](std::uint32_t rows) { return shape(rows).StripOffsets().Entry(279, 4, 1000, 8); };
     ExpectRead("offsets, from the place 0", shape(2).Entry(273, 3, 1000, 8).Long(279, 4));
@@ -156,7 +156,7 @@ TEST(LostEntry, OfAnImageLeavesTheImageAlone) {
     ExpectRead("a resolution", WithText(TiffBuilder().Entry(283, 5, 100, 8)));
 }
 
-TEST(LostEntry, IsNoneAfterACallerGaveItData) {
+TEST(TiffTagWithoutData, IsSavedWithDataOfACaller) {
     TiffOf tiff(TiffBuilder().Entry(34675, 7, 1000, 8).Entry(40000, 2, 1000, 8));
     const TempDir dir;
     const Bytes profile = ByteWriter().Big32(20).Append(CountingBytes(16)).Done();

@@ -28,7 +28,7 @@ TEST(TiffTag, HasItemsOfTheWidthOfItsType) {
 
 // Kept, among others: the low 16 bits of the first item answer for an array; two bit depths in the entry give 0; of an
 // Exif directory 44 bytes are read; data of types 6 to 9 that fit in the entry are lost and move those that follow.
-TEST(TiffTag, OfAFileIsThatOfTheReference) {
+TEST(TiffTag, MatchesTheReferenceForAFile) {
     std::vector<unsigned> types{255, 256, 32767, 32768, 65535};
     for (unsigned type = 0; type < 16; ++type) types.push_back(type);
     const std::uint32_t counts[] = {0,  1,  2,  3,  4,   5,   6,          7,          8,          9,         10,
@@ -80,7 +80,7 @@ TEST(TiffTag, CountsTheWholeItemsThatAStreamTakes) {
 
 // The size of adopted data is what the caller states when it is used.
 
-TEST(TiffTag, HasAsManyOfACallersBytesAsItCountsWhenItIsSaved) {
+TEST(TiffTag, SavesTheCountedBytesOfACaller) {
     const auto tag = Adopting(1000, 1, 5, CountingBytes(20));
     tag->count = 20;
     EXPECT_EQ(SavedTag(*tag), CountingBytes(20));
@@ -97,7 +97,7 @@ TEST(TiffTag, HasAsManyOfACallersBytesAsItCountsWhenItIsSaved) {
     EXPECT_EQ(SavedTag(*small), Bytes()) << "no items without data";
 }
 
-TEST(TiffTag, ReplacesWhatItHeldByWhatItAdoptsOrMakes) {
+TEST(TiffTag, ReplacesItsDataByAdoptedOrNewData) {
     TiffTag tag(Word(1, 1000), 5, 0, nullptr);
     tag.Allocate(5);
     auto* bytes = new unsigned char[5]{1, 2, 3, 4, 5};
@@ -160,7 +160,7 @@ TEST(ResolutionTag, IsMadeAsHundredthsInThirtyTwoBitsAndSavedByItsTypeAndCount) 
     }
 }
 
-TEST(ResolutionTag, OfAFileIsThatOfTheReference) {
+TEST(ResolutionTag, MatchesTheReferenceForAFile) {
     constexpr std::uint32_t kAllBits = 0xffffffff;
     using Row = std::pair<std::uint32_t, std::uint32_t>;
     for (const auto& [numerator, denominator] :

@@ -8,7 +8,7 @@
 namespace hueweave::test {
 namespace {
 
-TEST(Tiff, TellsAStreamFromNone) {
+TEST(Tiff, ChecksForANullStream) {
     Tiff tiff;
     const FileHandle stream = StreamOf({});
     EXPECT_EQ(tiff.CheckFile(stream.get()), 0);
@@ -25,7 +25,7 @@ private:
     int& deaths_;
 };
 
-TEST(Tiff, SetsATagAtTheEndOrInPlaceOfTheOldOneWhichIsDestroyed) {
+TEST(Tiff, SetTagAppendsOrReplacesAndDestroysTheOldOne) {
     int deaths = 0;
     Tiff tiff;
     for (const unsigned tag : {300U, 200U, 100U}) EXPECT_EQ(tiff.SetTag(new MortalTag(tag, deaths)), 0);
@@ -42,7 +42,7 @@ TEST(Tiff, SetsATagAtTheEndOrInPlaceOfTheOldOneWhichIsDestroyed) {
     EXPECT_EQ(tiff.tags.size(), 3U);
 }
 
-TEST(Tiff, AddsRepeatedTagsOfWhichTheFirstIsGotAndSet) {
+TEST(Tiff, AddsRepeatedTagsAndGetsAndSetsTheFirst) {
     Tiff tiff;
     EXPECT_EQ(tiff.AddTags(Word(3, 262), 1, 2, nullptr), 0);
     EXPECT_EQ(tiff.AddTags(Word(3, 262), 1, 5, nullptr), 0);
@@ -65,7 +65,7 @@ TEST(Tiff, SetsTheValueOfTheEntryAlone) {
     EXPECT_EQ(tiff.GetTagValue(Sig(258)), 8) << "the data answer";
 }
 
-TEST(TagFactory, MakesAPlainTagForEverySignatureButFour) {
+TEST(CreateTag, MakesAPlainTagForEverySignatureButFour) {
     Tiff tiff;
     for (unsigned tag = 0; tag <= 0xffff; ++tag) {
         const unsigned type = tag % 17;  // is ignored
@@ -82,7 +82,7 @@ TEST(TagFactory, MakesAPlainTagForEverySignatureButFour) {
     EXPECT_TRUE(tiff.tags.empty()) << "made, not added";
 }
 
-TEST(TagFactory, MayMakeNothing) {
+TEST(CreateTag, MayReturnNull) {
     TiffWithFactory tiff;
     tiff.make = [](auto...) { return nullptr; };
     EXPECT_EQ(tiff.AddTags(Word(3, 262), 1, 2, nullptr), 0);
@@ -91,7 +91,7 @@ TEST(TagFactory, MayMakeNothing) {
     EXPECT_TRUE(tiff.tags.empty());
 }
 
-TEST(TiffOverrides, OfTheCheckRefuseAFileByItsPath) {
+TEST(TiffOverrides, CheckFileRejectsAFileByItsPath) {
     class Distrustful : public CTiff {
     public:
         std::vector<bool> checked;
@@ -112,7 +112,7 @@ TEST(TiffOverrides, OfTheCheckRefuseAFileByItsPath) {
     EXPECT_EQ(OpenFiles(), before);
 }
 
-TEST(TiffOverrides, OfReadingHaveAStatusThatIsIgnoredAndThoseOfSavingOneThatIsReturned) {
+TEST(TiffOverrides, ResultOfReadTiffIsIgnoredAndOfSaveTiffReturned) {
     class Complaining : public CTiff {
     public:
         int ReadTiff(std::FILE* f) override { return CTiff::ReadTiff(f), -7; }

@@ -11,7 +11,7 @@ void AddImage(Tiff& tiff, std::uint32_t length = 5) {
     tiff.AddTags(Word(4, 279), 1, length, nullptr);
 }
 
-TEST(TiffWrite, WritesTheHeaderWhereTheStreamStandsAndTheDirectoryAtEight) {
+TEST(TiffWrite, WritesTheHeaderAtTheStreamPositionAndTheDirectoryAtEight) {
     Tiff tiff;
     tiff.ifdOffset = 1234;
     tiff.writeIfdOffset = 99;
@@ -30,7 +30,7 @@ TEST(TiffWrite, WritesTheHeaderWhereTheStreamStandsAndTheDirectoryAtEight) {
     EXPECT_EQ(Saved(empty), Joined({header, Bytes(6, 0)}));
 }
 
-TEST(TiffWrite, CutsTheNumberOfEntriesToSixteenBitsButLaysOutAll) {
+TEST(TiffWrite, TruncatesTheNumberOfEntriesTo16BitsButWritesAll) {
     Tiff tiff;
     constexpr unsigned kEntries = 65537;
     for (unsigned i = 0; i < kEntries; ++i) tiff.tags.push_back(std::make_unique<TiffTag>(Sig(1000)));
@@ -42,7 +42,7 @@ TEST(TiffWrite, CutsTheNumberOfEntriesToSixteenBitsButLaysOutAll) {
     EXPECT_EQ(Part(file, 14 + 12 * kEntries, 5), CountingBytes(5));
 }
 
-TEST(TiffWrite, WritesNothingForDataThatATagDoesNotHave) {
+TEST(TiffWrite, WritesNothingForMissingData) {
     Tiff tiff;
     tiff.AddTags(Word(2, 1000), 9, 77, nullptr);
     tiff.AddTags(Word(7, 1001), 9, 78, nullptr);
@@ -53,7 +53,7 @@ TEST(TiffWrite, WritesNothingForDataThatATagDoesNotHave) {
     EXPECT_EQ(Saved(tiff), file.Build());
 }
 
-TEST(TiffWrite, WritesAsMuchOfTheImageAsTag279SaysFilledUpWithZeros) {
+TEST(TiffWrite, WritesTheLengthInTag279PaddedWithZeros) {
     constexpr std::uint32_t kLimit = 10 + (8U << 20);  // twice the image and 8 MiB
     for (const std::uint32_t n : {0U, 1U, 5U, 6U, 20U, kLimit, kLimit + 1, 0xffffffffU}) {
         Tiff tiff;
@@ -63,7 +63,7 @@ TEST(TiffWrite, WritesAsMuchOfTheImageAsTag279SaysFilledUpWithZeros) {
     }
 }
 
-TEST(TiffWrite, WritesFortyFourBytesOfExifBehindTheImage) {
+TEST(TiffWrite, WritesFortyFourBytesOfExifAfterTheImage) {
     const auto expect = [](std::unique_ptr<TiffTag> tag, std::size_t held) {
         Tiff tiff;
         AddImage(tiff);
@@ -97,7 +97,7 @@ TEST(TiffWrite, PrintsALineForAnEmptyListAndLeavesAnEmptyFile) {
     EXPECT_EQ(OpenFiles(), before);
 }
 
-TEST(TiffWrite, PassesOverAFileThatCannotBeOpenedOrTakesNothing) {
+TEST(TiffWrite, IgnoresAFileThatCannotBeOpenedOrWritten) {
     const TempDir dir;
     const std::string nowhere = dir.File("no folder/out.tif");
     Tiff tiff;
@@ -111,7 +111,7 @@ TEST(TiffWrite, PassesOverAFileThatCannotBeOpenedOrTakesNothing) {
 
 // Files that are read and saved: the result may differ from the source.
 
-TEST(RewrittenTiff, KeepsAnyOrderOfEntries) {
+TEST(TiffReadAndWrite, KeepsAnyOrderOfEntries) {
     TiffBuilder file, texts;
     file.Strip(CountingBytes(12)).StripByteCounts().Rational(283, 5, 1).Long(278, 2).Short(277, 3).StripOffsets();
     ExpectRead("tags of an image", file.Shorts(258, {8, 8, 8}).Long(257, 2).Long(256, 2));
@@ -119,7 +119,7 @@ TEST(RewrittenTiff, KeepsAnyOrderOfEntries) {
     ExpectRead("any tags, packed at any offset", texts);
 }
 
-TEST(RewrittenTiff, IsThatOfTheReference) {
+TEST(TiffReadAndWrite, MatchesTheReference) {
     const TiffBuilder file = ChunkyTiff(2, 2, 3, 8, CountingBytes(12));
     const TiffBuilder grey = TiffBuilder().Shape(2, 1, 1, 8).Long(278, 1);
     ExpectRead("Exif of more than 44 bytes", TiffBuilder(file).Exif(CountingBytes(120)));
@@ -129,7 +129,7 @@ TEST(RewrittenTiff, IsThatOfTheReference) {
     ExpectRead("a byte count of type 9", TiffBuilder(grey).StripOffsets().Entry(279, 9, 1, 2).Strip({1, 2}));
 }
 
-TEST(RewrittenTiff, HasPlanesOfBitsAsTheDataOfTheirOffsetsToo) {
+TEST(TiffReadAndWrite, WritesPlanesOfBitsAlsoAsTheDataOfTheirOffsets) {
     // Tag 273 still counts three offsets, so the first 12 bytes of the image are written as its data; then follow the
     // image, with as many bytes as the first byte count states, and Exif after that many.
     TiffBuilder wide = PlanarTiff(32, 2, 3, 1, 2, {CountingBytes(8), CountingBytes(8, 9), CountingBytes(8, 17)});

@@ -55,7 +55,7 @@ TEST(ColorTable, FillsTheSlotsOfTheProfileAlone) {
 }
 
 /// Kept: step, positions and channel counts are ignored.
-TEST(ColorTable, TakesSizeAndNodesAloneFromAPackedCube) {
+TEST(ColorTable, ReadsOnlySizeAndNodesOfAPackedCube) {
     for (const int points : {0, 1, 2, 5, 8, 9, 10, 16, 17, 18, 32, 33}) {
         SCOPED_TRACE(points);
         const ReferenceGrid plain = RandomGrid(points, 3, -70000, 70000);
@@ -76,7 +76,7 @@ TEST(ColorTable, TakesSizeAndNodesAloneFromAPackedCube) {
     }
 }
 
-TEST(ColorTable, LoadsNoPackedCubeOfASizeThatItHasNot) {
+TEST(ColorTable, RejectsAPackedCubeOfAnUnsupportedSize) {
     const std::vector<int> packed(7, 5);
     for (const int size : {-1, 34, 100000}) {
         const auto table = Marked();

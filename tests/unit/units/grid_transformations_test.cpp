@@ -51,7 +51,7 @@ TEST(AdjustLch, ShiftsEveryNode) {
 }
 
 /// Node values and table entries may exceed 16 bits: only their low 16 bits count.
-TEST(LabToRgb, TakesEveryNodeThroughTheTables) {
+TEST(Lab2RGB100, AppliesTheTablesToEveryNode) {
     const auto table = std::make_unique<OutputTable33>();
     ReferenceCurves curves;
     Scatter(table->Curve, curves.curve);
@@ -81,7 +81,7 @@ TEST(LabToRgb, TakesEveryNodeThroughTheTables) {
 }
 
 /// Kept: the ColorMatchRGB family gives 31 and not 29.
-TEST(LabToRgb, FollowsTheFamilyOfTheSpace) {
+TEST(Lab2RGB100, SelectsThePrimariesByTheSpace) {
     const auto table = std::make_unique<OutputTable33>();
     std::vector<int> spaces = {255, 65534, 65535};
     for (int space = -1; space <= 64; ++space) spaces.push_back(space);
@@ -103,7 +103,7 @@ Triple Plain(const std::array<std::uint32_t, 3>& words) {
 }
 
 /// Kept: fixed-point words of scale 65536, read as unsigned, are divided by 65535.
-TEST(LabToRgb, TakesAWhiteAsThreeUnsignedWords) {
+TEST(Lab2RGB100, ReadsTheWhitePointAsThreeUnsignedWords) {
     const TestLut lut = RandomLut({.points = 2, .outputEntries = 2});
     const auto table = std::make_unique<OutputTable33>();
     ReferenceCurves curves;
@@ -132,7 +132,7 @@ TEST(LabToRgb, TakesAWhiteAsThreeUnsignedWords) {
 }
 
 /// Kept: nodes are 8-bit linear RGB, stored in the high byte.
-TEST(LabToRgb, GivesEveryByteTimes256) {
+TEST(Lab2RGB100, StoresEveryByteTimes256) {
     ReferenceGrid plain = RandomGrid(16, 1);
     for (int n = 0; n < 16 * 16 * 16; ++n) {
         // Over the whole range, and in steps of one around white.
@@ -174,7 +174,7 @@ const EdgeColor kEdgeColors[] = {
 };
 
 /// Truncation to bytes must use the exact value of the stated operations, pow() among them and not a product.
-TEST(LabToRgb, TakesThePowerBesideAWholeNumber) {
+TEST(Lab2RGB100, UsesTheExactPowerNearAWholeNumber) {
     const auto table = std::make_unique<OutputTable33>();
     for (const auto& [node, primaries, channel, words, whole] : kEdgeColors) {
         SCOPED_TRACE(whole);
@@ -233,7 +233,7 @@ std::optional<int> Told(const LabColor& c, double value, std::size_t channel) {
 constexpr LabColor kLabColors[] = {{100, 0, 0},    {50, 60, -70},   {30, -20, 90},    {5, 3, -2},
                                    {7.9996, 0, 0}, {7.99965, 0, 0}, {99.6, -127, 127}};
 
-TEST(NearRgb, TellsTheWholePartBesideEveryStepAndCannotTellAtIt) {
+TEST(NearRgb, ReturnsTheIntegerPartOutsideTheMarginOfEachStep) {
     for (const LabColor& c : kLabColors) {
         const double beyond = 1.02 * MarginOf(c), within = 0.98 * MarginOf(c);
         for (std::size_t channel = 0; channel < 3; ++channel) {
@@ -249,7 +249,7 @@ TEST(NearRgb, TellsTheWholePartBesideEveryStepAndCannotTellAtIt) {
     }
 }
 
-TEST(NearRgb, CannotTellWhereARootStandsAtTheThresholdOfItsFormulas) {
+TEST(NearRgb, ReturnsNothingNearTheThresholdOfItsFormulas) {
     constexpr double kThreshold = 0.2069, kRoot = (50.0 + 16.0) / 116.0;
     for (const double off : {-1.02e-9, -0.98e-9, 0.0, 0.98e-9, 1.02e-9}) {
         const auto expected = std::abs(off) < 1e-9 ? std::nullopt : std::optional<int>(77);
@@ -259,7 +259,7 @@ TEST(NearRgb, CannotTellWhereARootStandsAtTheThresholdOfItsFormulas) {
 }
 
 /// A certain result equals the channels of the exact conversion, on both sides of both thresholds and of zero.
-TEST(NearRgb, AgreesWithTheExactWay) {
+TEST(NearRgb, MatchesTheExactConversion) {
     CLCH color(63195.0, 65535.0, 54073.0);
     const NearRgb quick(color);
     int sure = 0, all = 0;

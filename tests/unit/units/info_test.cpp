@@ -48,7 +48,7 @@ TEST(Info, StartsUnsetAndResetsAllButBuildResultIntentAndNames) {
     EXPECT_EQ(info.CheckCurrentProfile("first.icc", "second.icc"), 0) << "no change";
 }
 
-TEST(Info, TellsWhetherAnAdjustmentDiffers) {
+TEST(Info, DetectsAChangedAdjustment) {
     Info info;
     const struct {
         int lightness, chroma, hue, result;
@@ -63,7 +63,7 @@ TEST(Info, TellsWhetherAnAdjustmentDiffers) {
 }
 
 /// From every pair of names to every other. The comparison is byte by byte.
-TEST(Info, TellsWhetherANameDiffers) {
+TEST(Info, DetectsAChangedName) {
     const char* const names[] = {nullptr, "", "b.icc", "profile.icc", "Profile.icc2", "Profile", "./Profile"};
     for (int from = 0; from < 49; ++from) {
         for (int to = 0; to < 49; ++to) {
@@ -97,7 +97,7 @@ TEST(Info, HasRoomForNamesOfAnyLength) {
     }
 }
 
-TEST(WorkingBuffer, HasTheChannelsOfTheCode) {
+TEST(CheckWorkingBuf, AllocatesTheChannelsOfTheCode) {
     unsigned char bytes[4];
     for (const int code : FormatCodes()) {
         SCOPED_TRACE(code);
@@ -120,7 +120,7 @@ TEST(WorkingBuffer, HasTheChannelsOfTheCode) {
     }
 }
 
-TEST(WorkingBuffer, IsMadeOnceUntilAReset) {
+TEST(CheckWorkingBuf, AllocatesOnceUntilAReset) {
     unsigned char bytes[4];
     Info info;
     info.FormatCode = 262;
@@ -138,7 +138,7 @@ TEST(WorkingBuffer, IsMadeOnceUntilAReset) {
     EXPECT_EQ(RunOf(info), std::tuple(bytes, bytes, 2, 14));
 }
 
-TEST(WorkingBuffer, KeepsItsCountsWhenItIsDeletedAndIsNotMadeAgain) {
+TEST(CheckWorkingBuf, KeepsTheCountsOfADeletedBufferAndDoesNotReallocate) {
     Info info;
     info.FormatCode = 262;
     info.CheckWorkingBuf(nullptr, nullptr, 10);
@@ -153,7 +153,7 @@ TEST(WorkingBuffer, KeepsItsCountsWhenItIsDeletedAndIsNotMadeAgain) {
 }
 
 /// Below zero, the first products above the range of an int, and products of 2 and of 0 in 32 bits.
-TEST(WorkingBuffer, IsMissingForACountThatCannotBe) {
+TEST(CheckWorkingBuf, AllocatesNothingForAnInvalidCount) {
     unsigned char bytes[2];
     const struct {
         int code, pixels;

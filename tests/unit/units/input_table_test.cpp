@@ -36,7 +36,7 @@ TEST(InputTable, ExpandsCurvesOfAnyLengthForEveryEncoding) {
 }
 
 /// Kept: a curve of two entries or fewer is the identity.
-TEST(InputTable, TakesTwoEntriesForTheIdentityWithoutReadingThem) {
+TEST(InputTable, TreatsTwoEntriesAsTheIdentityWithoutReadingThem) {
     for (const int entries : {0, 1, 2}) {
         for (int inputs = 0; inputs <= 3; ++inputs) {
             SCOPED_TRACE(testing::Message() << entries << " entries, " << inputs << " channels");
@@ -58,7 +58,7 @@ TEST(InputTable, TakesTwoEntriesForTheIdentityWithoutReadingThem) {
     }
 }
 
-TEST(InputTable, ExpandsTheCurveInPlaceWhereTheProfileHasNone) {
+TEST(InputTable, ExpandsItsOwnCurveIfTheProfileHasNone) {
     for (const int inputs : {0, 1, 2}) {
         SCOPED_TRACE(inputs);
         const TestLut lut = RandomLut({.inputs = inputs, .points = 2, .inputEntries = 3});
@@ -76,7 +76,7 @@ TEST(InputTable, ExpandsTheCurveInPlaceWhereTheProfileHasNone) {
     }
 }
 
-TEST(InputTable, KeepsItsWidthWhenItIsLoadedForWords) {
+TEST(InputTable, KeepsItsBitsWhenLoadedFor16BitRgb) {
     const TestLut lut = RandomLut({.points = 2, .inputEntries = 4});
     const auto table = std::make_unique<InputTable33>();
     const int steps[][2] = {{1, 16}, {0, 8}, {1, 8}, {3, 16}, {2, 8}, {1, 8}};
@@ -124,7 +124,7 @@ TEST(InputTable, ExpandsThroughTheVirtualEvaluation) {
 
 /// Kept: the sample 255 takes the very last entry; entry 128 of Lab bytes takes what entry 0 has become; one pair of
 /// Lab words stays in place. A further pass reads entries that the first left unchanged.
-TEST(InputTableReduction, TurnsAnyTables) {
+TEST(ChangeLut16, ConvertsAnyTables) {
     const struct {
         const char* name;
         int (InputTable33::*turn)();
@@ -175,7 +175,7 @@ TEST(InputTable, RoundsAPointToNearestAndStoresSixteenBits) {
     ExpectPoints<InputTable43>();
 }
 
-TEST(InputTable, GivesZeroBehindTheLastEntryOfARow) {
+TEST(InputTable, ReturnsZeroAfterTheLastEntryOfARow) {
     const auto table = std::make_unique<InputTable33>();
     table->LUT_Step = 15.0;
     for (auto& curve : table->Curve) std::ranges::fill(curve, 700);
@@ -188,13 +188,13 @@ TEST(InputTable, GivesZeroBehindTheLastEntryOfARow) {
     }
 }
 
-class InputMember : public testing::TestWithParam<int> {
+class InputTableChannels : public testing::TestWithParam<int> {
 protected:
     int samples_ = GetParam();
     std::unique_ptr<InputTable33> table_ = MakeInputTable(samples_);
 };
 
-TEST_P(InputMember, CopiesTablesAndWidthAlone) {
+TEST_P(InputTableChannels, CopiesOnlyTablesAndBits) {
     const TestLut lut = RandomLut({.points = 2, .inputEntries = 9});
     const auto source = std::make_unique<InputTable33>();
     const std::string name = table_->UnitName;
@@ -214,7 +214,7 @@ TEST_P(InputMember, CopiesTablesAndWidthAlone) {
 
 /// Tables with entries below 0 and above 65535, of which only the low 16 bits count; the width of the table does not
 /// matter.
-TEST_P(InputMember, RunsTheCodesOfItsChannelsAlone) {
+TEST_P(InputTableChannels, RunsOnlyTheCodesOfItsChannels) {
     ReferenceInput plain(samples_);
     Scatter(table_->Lut16, plain.table);
     int taken = 0;
@@ -241,7 +241,7 @@ TEST_P(InputMember, RunsTheCodesOfItsChannelsAlone) {
     EXPECT_EQ(taken, 2 * 4);
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, InputMember, testing::Values(3, 4, 6, 7));
+INSTANTIATE_TEST_SUITE_P(Samples, InputTableChannels, testing::Values(3, 4, 6, 7));
 
 /// The buffer is never assigned, read or written.
 template <typename Unit>
@@ -259,13 +259,13 @@ void ExpectUnusedBuffer(int code) {
     EXPECT_EQ(buffer[0], 0);
 }
 
-TEST(WiderInputTables, DoNotUseTheirBuffer) {
+TEST(InputTable, WiderTablesDoNotUseTheirBuffer) {
     ExpectUnusedBuffer<InputTable34>(259);
     ExpectUnusedBuffer<InputTable36>(261);
     ExpectUnusedBuffer<InputTable37>(263);
 }
 
-TEST(InputTable43, TakesTheCurvesAsTheyAre) {
+TEST(InputTable43, CopiesTheCurves) {
     for (const int entries : {0, 1, 2, 3, 256, 4096}) {
         for (const int inputs : {0, 2, 4}) {
             SCOPED_TRACE(testing::Message() << entries << " entries, " << inputs << " channels");

@@ -12,7 +12,7 @@ namespace {
 
 std::string ChannelsOf(const testing::TestParamInfo<int>& row) { return std::to_string(row.param) + "Channels"; }
 
-class IntegerInterpolation : public testing::TestWithParam<int> {
+class ColorTableFixedPoint : public testing::TestWithParam<int> {
 protected:
     /// Nodes may exceed 16 bits: only the low 16 bits of a result count.
     void Load(int points) {
@@ -32,7 +32,7 @@ protected:
     Lcg random_{3};
 };
 
-TEST_P(IntegerInterpolation, FollowsEveryOrderOfFractionsAndTheirTiesWithAnyShiftAndMask) {
+TEST_P(ColorTableFixedPoint, InterpolatesEveryOrderOfFractionsWithAnyShiftAndMask) {
     const struct {
         int points, shift, mask;
     } rows[] = {{9, 13, 8191},  {17, 12, 4095},  {33, 11, 2047}, {33, 12, 4095},
@@ -55,7 +55,7 @@ TEST_P(IntegerInterpolation, FollowsEveryOrderOfFractionsAndTheirTiesWithAnyShif
     }
 }
 
-TEST_P(IntegerInterpolation, RunsOverEverySampleOfTheWorkingBuffer) {
+TEST_P(ColorTableFixedPoint, RunsOverEverySampleOfTheWorkingBuffer) {
     Load(33);
     for (const int code : {257, 514, 520, 65534}) {  // the code is ignored
         SCOPED_TRACE(code);
@@ -72,7 +72,7 @@ TEST_P(IntegerInterpolation, RunsOverEverySampleOfTheWorkingBuffer) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, IntegerInterpolation, testing::Values(3, 4, 6, 7), ChannelsOf);
+INSTANTIATE_TEST_SUITE_P(Every, ColorTableFixedPoint, testing::Values(3, 4, 6, 7), ChannelsOf);
 
 /// Replaces the interpolation, records its arguments, and adds 1 to 7 to the samples.
 template <typename Table>
@@ -128,7 +128,7 @@ TEST(ColorTableRun, WorksInPlaceOnThreeChannelsAndOnCopiesOfMore) {
     ExpectRun<ColorTable37>(7);
 }
 
-class FloatingInterpolation : public testing::TestWithParam<int> {
+class ColorTableFloatingPoint : public testing::TestWithParam<int> {
 protected:
     void ExpectAt(const std::array<int, 3>& at) const {
         ReferenceNode v = {at[0], at[1], at[2], -7, 70000, 5, 6};  // the last four are replaced, never read
@@ -143,7 +143,7 @@ protected:
     Lcg random_{4};
 };
 
-TEST_P(FloatingInterpolation, FollowsEveryOrderOfFractionsAndTheirTies) {
+TEST_P(ColorTableFloatingPoint, InterpolatesEveryOrderOfFractions) {
     const auto width = static_cast<std::uint32_t>(plain_.step);
     for (int n = 0; n < 3000; ++n) {
         const std::uint32_t level[] = {random_.Below(width), random_.Below(width), 0};
@@ -156,7 +156,7 @@ TEST_P(FloatingInterpolation, FollowsEveryOrderOfFractionsAndTheirTies) {
     }
 }
 
-TEST_P(FloatingInterpolation, TakesPositionsOutsideTheAxesForTheirEnds) {
+TEST_P(ColorTableFloatingPoint, ClampsPositionsOutsideTheAxes) {
     const int places[] = {INT_MIN, -65536, -1, 0, 1000, 65535, 65536, 131071, INT_MAX};
     for (const int a : places) {
         for (const int b : places) {
@@ -167,7 +167,7 @@ TEST_P(FloatingInterpolation, TakesPositionsOutsideTheAxesForTheirEnds) {
 
 /// Kept: node positions are truncated to whole numbers, so that the last position of a cell can lie past its end, by
 /// less than the truncation.
-TEST_P(FloatingInterpolation, TakesTheOwnCellOfEveryPositionBesideANode) {
+TEST_P(ColorTableFloatingPoint, UsesTheCellOfEveryPositionNextToANode) {
     for (int n = 0; n < points_; ++n) {
         for (const int beside : {-2, -1, 0, 1, 2}) {
             const int a = std::clamp(static_cast<int>(n * plain_.step) + beside, 0, 65535), b = 65535 - a;
@@ -178,7 +178,7 @@ TEST_P(FloatingInterpolation, TakesTheOwnCellOfEveryPositionBesideANode) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, FloatingInterpolation, testing::Range(2, 34));
+INSTANTIATE_TEST_SUITE_P(Sizes, ColorTableFloatingPoint, testing::Range(2, 34));
 
 }  // namespace
 }  // namespace hueweave::test

@@ -60,7 +60,7 @@ void ExpectInputInOrder() {
         {input.get(), &input->UnitName, &input->LUT_Step, input->Curve, input->Lut16, &input->Bits, &input->Buf});
 }
 
-TEST(UnitFields, StandInTheirOrder) {
+TEST(UnitLayout, FieldsAreInOrder) {
     ExpectInputInOrder<InputTable34>();
     ExpectInputInOrder<InputTable36>();
     ExpectInputInOrder<InputTable37>();
@@ -74,14 +74,14 @@ TEST(UnitFields, StandInTheirOrder) {
                    &output->OutputMode, output->Curve, output->Lut16});
 }
 
-TEST(UnitSlots, OfFurtherOperationsFollowTheSharedOnes) {
+TEST(UnitLayout, FurtherVirtualFunctionsFollowTheSharedOnes) {
     EXPECT_EQ(Member(&ColorTable33::Initial).Slot(), 5U);
     EXPECT_EQ(Member(&OutputTable33::Interpolation).Slot(), 5U);
     EXPECT_EQ(Member(static_cast<int (OutputTable33::*)(const CLut16Type*)>(&OutputTable33::Initial)).Slot(), 6U);
     EXPECT_EQ(Member(static_cast<int (OutputTable33::*)(const CLut8Type*)>(&OutputTable33::Initial)).Slot(), 7U);
 }
 
-TEST(UnitSlots, AreNotTakenByTheOtherOperations) {
+TEST(UnitLayout, OtherOperationsAreNotVirtual) {
     using Byte = unsigned char;
     using Nodes7 = void (ColorTable33::*)(int&, int&, int&, int&, int&, int&, int&) const;
     using Curves = int (OutputTable33::*)(const Byte*, const Byte*, const Byte*, int);
@@ -102,7 +102,7 @@ TEST(UnitSlots, AreNotTakenByTheOtherOperations) {
 
 /// The properties of every unit, and the things that no unit does.
 template <typename Unit>
-class EveryUnit : public testing::Test {
+class UnitBase : public testing::Test {
 protected:
     static std::unique_ptr<Unit> Loaded() {
         const TestLut lut = RandomLut({.outputs = 7, .points = 9, .inputEntries = 17, .outputEntries = 33});
@@ -151,9 +151,9 @@ protected:
 
 using Units = testing::Types<InputTable33, InputTable34, InputTable36, InputTable37, InputTable43, ColorTable33,
                              ColorTable34, ColorTable36, ColorTable37, OutputTable33>;
-TYPED_TEST_SUITE(EveryUnit, Units);
+TYPED_TEST_SUITE(UnitBase, Units);
 
-TYPED_TEST(EveryUnit, HasItsConversionsBehindTheDestructors) {
+TYPED_TEST(UnitBase, HasItsConversionsBehindTheDestructors) {
     using OneColor = int (TypeParam::*)(Sample&, Sample&, Sample&, Sample&, Sample&, Sample&, Sample&);
     EXPECT_EQ(Member(static_cast<OneColor>(&TypeParam::Conversion)).Slot(), 2U);
     EXPECT_EQ(Member(static_cast<int (TypeParam::*)(unsigned char*, int)>(&TypeParam::Conversion)).Slot(), 3U);
@@ -161,7 +161,7 @@ TYPED_TEST(EveryUnit, HasItsConversionsBehindTheDestructors) {
 }
 
 /// Uses memory with old content: a fresh page would hide what is not cleared.
-TYPED_TEST(EveryUnit, StartsClearedInUsedMemory) {
+TYPED_TEST(UnitBase, StartsClearedInUsedMemory) {
     const std::unique_ptr<unsigned char[]> memory(new unsigned char[sizeof(TypeParam)]);
     volatile unsigned char* const bytes = memory.get();  // prevents the compiler from removing these stores
     for (std::size_t i = 0; i < sizeof(TypeParam); ++i) bytes[i] = Job::kMark;
@@ -187,7 +187,7 @@ TYPED_TEST(EveryUnit, StartsClearedInUsedMemory) {
     unit->~TypeParam();
 }
 
-TYPED_TEST(EveryUnit, ReadsItsTablesAndKeepsTheJob) {
+TYPED_TEST(UnitBase, ConversionChangesNeitherTablesNorJob) {
     const auto unit = this->Loaded();
     Base& base = *unit;
     const Bytes before = this->ImageOf(*unit);
@@ -211,7 +211,7 @@ TYPED_TEST(EveryUnit, ReadsItsTablesAndKeepsTheJob) {
 }
 
 /// Input tables need a source, output tables a destination, and all a working buffer.
-TYPED_TEST(EveryUnit, RunsTheWholePixelsThatTheJobHolds) {
+TYPED_TEST(UnitBase, ConvertsTheWholePixelsOfTheJob) {
     constexpr bool kIsInput = std::is_base_of_v<InputTable33, TypeParam>;
     constexpr bool kIsOutput = std::is_same_v<OutputTable33, TypeParam>;
     if (std::is_same_v<InputTable43, TypeParam>) return;  // it has no pixel path

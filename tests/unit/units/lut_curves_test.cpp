@@ -15,7 +15,7 @@ protected:
     int entries_ = GetParam();
 };
 
-TEST_P(LutCurves, OfTheInputAreThoseOfTheUnitAtEverySample) {
+TEST_P(LutCurves, InputCurvesMatchTheUnitAtEverySample) {
     for (int inputs = 0; inputs <= 3; ++inputs) {
         const TestLut lut = RandomLut({.inputs = inputs, .points = 2, .inputEntries = entries_});
         ReferenceInput plain(3);
@@ -44,7 +44,7 @@ void ExpectOutput(const LutOutputCurves& curves, const ReferenceOutputs& plain) 
     }
 }
 
-TEST_P(LutCurves, OfTheOutputAreThoseOfTheUnitAtEveryValue) {
+TEST_P(LutCurves, OutputCurvesMatchTheUnitAtEveryValue) {
     for (const int outputs : {0, 1, 2, 3, 7}) {
         SCOPED_TRACE(testing::Message() << outputs << " channels");
         const TestLut lut = RandomLut({.outputs = outputs, .points = 2, .outputEntries = entries_});
@@ -54,7 +54,7 @@ TEST_P(LutCurves, OfTheOutputAreThoseOfTheUnitAtEveryValue) {
     }
 }
 
-TEST_P(LutCurves, OfACallerAreLaidOverThoseOfTheOutput) {
+TEST_P(LutCurves, CallerCurvesReplaceTheOutputCurves) {
     const TestLut lut = RandomLut({.outputs = 2, .points = 2, .outputEntries = entries_});
     for (const std::size_t count : {0U, 1U, 2U, 100U, 255U, 256U, 300U}) {
         SCOPED_TRACE(testing::Message() << count << " points");

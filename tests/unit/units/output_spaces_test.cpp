@@ -68,12 +68,12 @@ protected:
 };
 
 /// Kept: forms assume fresh tables: a second call shifts or flips again.
-TEST_P(OutputForm, AgreesOnFreshTablesAndTheSecondTime) {
+TEST_P(OutputForm, MatchesTheReferenceOnFreshTablesAndTheSecondTime) {
     RunBoth(22);
     RunBoth(-7);
 }
 
-TEST_P(OutputForm, AgreesOnAnyTablesAndLeavesTheFieldsOfTheCurves) {
+TEST_P(OutputForm, MatchesTheReferenceOnAnyTablesAndKeepsTheCurveFields) {
     Scatter(unit_->Lut16, plain_.table);
     FieldsOf(*unit_) = kOddFields;
     RunBoth(65535);
@@ -111,7 +111,7 @@ TEST(KodakCurve, FollowsItsArguments) {
 }
 
 /// A space that is none has the identity and no result.
-TEST(OutputSpaces, HaveTheirFactsAndTones) {
+TEST(OutputSpace, HasItsPropertiesAndToneCurve) {
     const auto memory = std::make_unique<ToneTable[]>(1);
     ToneTable& table = memory[0];
     std::vector<int> numbers = {65535, 65536 + 8, INT_MAX, INT_MIN};

@@ -59,7 +59,7 @@ TEST(OutputTable, InterpolatesWithAnyStepAndSpan) {
     }
 }
 
-TEST(OutputTable, InterpolatesNothingBesideTheCurve) {
+TEST(OutputTable, InterpolatesNothingOutsideTheCurve) {
     const auto unit = std::make_unique<OutputTable33>();
     ReferenceNode curves;
     for (int c = 0; c < 7; ++c) {
@@ -111,7 +111,7 @@ TEST(OutputTable, ExpandsThroughTheVirtualInterpolation) {
 }
 
 /// Caller's curves over those of a profile, as an engine uses them. Kept: the curves end in 65535 whatever they hold.
-TEST(OutputTable, LaysCurvesOfACallerOverItsOwn) {
+TEST(OutputTable, ReplacesItsCurvesByThoseOfACaller) {
     const TestLut lut = RandomLut({.points = 2, .outputEntries = 40});
     for (const int count : {-5, 0, 1, 2, 128, 255, 256, 257, 4096, 5000}) {
         SCOPED_TRACE(count);
@@ -186,7 +186,7 @@ protected:
     Lcg random_{15};
 };
 
-TEST_F(OutputTableRun, OfOneColorTakesThreeTablesAndLeavesTheOtherSamples) {
+TEST_F(OutputTableRun, ConvertsOneColorThroughThreeTables) {
     for (int round = 0; round < 3000; ++round) {
         Seven s = RandomSeven(random_);
         if (round < 2) s.fill(static_cast<unsigned short>(65535 * round));
