@@ -7,7 +7,7 @@
 namespace hueweave::test {
 
 /// Exercises all functions of one engine of the shared library.
-class EveryCall : public HostileTest {
+class EveryCallTest : public HostileTest {
 protected:
     /// All results of the engine with this suffix concatenated; `own` is a file for this engine alone.
     Bytes Everything(const char* suffix, const std::string& own) const {

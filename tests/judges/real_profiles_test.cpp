@@ -160,7 +160,7 @@ void SaveTable(const std::string& path, double version, const char* type, bool f
 }
 
 /// Identity formulas are read as identity curves, wherever the reader looks for the next one.
-TEST(SavedTable, IsTheSameInBothVersions) {
+TEST(ProfileVersionsTest, AreConvertedAlike) {
     const TempDir dir;
     const std::string curved = dir.File("mAB.icc"), plain = dir.File("mft2.icc");
     for (const bool formulas : {false, true}) {

@@ -53,7 +53,7 @@ TEST_F(BatchTest, LinksInAFolderAreFollowedOnlyWithFollow) {
     EXPECT_THAT(ConvertScan({elsewhere, "-o", out_}), Refuses(4, "follow its symbolic links with --follow"));
 }
 
-TEST_F(BatchTest, NothingInAFolderIsLeftOutUnsaid) {
+TEST_F(BatchTest, SkippedEntriesOfAFolderAreReported) {
     fs::create_symlink("nowhere.tif", scans_ + "/dangling.tif");
     fs::create_directory(scans_ + "/shut");
     fs::permissions(scans_ + "/shut", fs::perms::none);
@@ -93,7 +93,7 @@ TEST_F(BatchTest, ListsOfNamesEndInLinesOrZeros) {
     EXPECT_THAT(ConvertScan({odd, "-o", out_ + "/"}), Refuses(5, "new?line.tif: exists already"));
 }
 
-TEST_F(BatchTest, ShardsAreTheWholeAndShareNothing) {
+TEST_F(BatchTest, ShardsCoverAllFilesWithoutOverlap) {
     Copy("n", 20);
     Names all;
     std::size_t sum = 0;
@@ -109,7 +109,7 @@ TEST_F(BatchTest, ShardsAreTheWholeAndShareNothing) {
     EXPECT_EQ(all.size(), 23U);
 }
 
-TEST_F(BatchTest, NamesThatAreNoUtf8AreNamesLikeOthers) {
+TEST_F(BatchTest, NamesThatAreNotUtf8AreAccepted) {
     // File names that end in a Latin-1 letter.
     const std::string one = scans_ + "/caf\xe9.tif", two = scans_ + "/caf\xe8.tif";
     fs::copy_file(a_, one);
@@ -135,7 +135,7 @@ TEST_F(BatchTest, NamesThatAreNoUtf8AreNamesLikeOthers) {
     EXPECT_THAT(ConvertAll({"--resume"}), Says(0, "0 converted, 5 done already"));
 }
 
-TEST_F(BatchTest, NotesThatManyFilesShareAreSaidOnce) {
+TEST_F(BatchTest, NotesThatManyFilesShareAreReportedOnce) {
     for (const char* name : {"/a.tif", "/b.TIFF", "/deep/a.tif"}) {
         Shell("tiffset -u 318 " + Quoted(scans_ + name) + "; tiffset -u 319 " + Quoted(scans_ + name));
     }
@@ -148,7 +148,7 @@ TEST_F(BatchTest, NotesThatManyFilesShareAreSaidOnce) {
     EXPECT_THAT(Lines(run.err).back(), HasSubstr("3 converted, in "));
 }
 
-TEST_F(BatchTest, QuietSaysOnlyRefusalsAndJsonTellsOfEveryFile) {
+TEST_F(BatchTest, QuietPrintsOnlyRefusalsAndJsonReportsEveryFile) {
     WriteBytes(scans_ + "/bad.tif", "bad");
     const Outcome run = ConvertAll({"--json", "--quiet"});
     EXPECT_THAT(run, Says(1, "bad.tif: is not a TIFF, PNG or JPEG file"));
@@ -180,7 +180,7 @@ TEST_F(BatchTest, QuietSaysOnlyRefusalsAndJsonTellsOfEveryFile) {
     }
 }
 
-TEST_F(BatchTest, DryRunWritesNothingAndTellsWhatWouldHappen) {
+TEST_F(BatchTest, DryRunWritesNothingAndReportsWhatWouldHappen) {
     const std::string shut = folder_ / "shut";
     fs::create_directory(shut);
     fs::permissions(shut, fs::perms::owner_read | fs::perms::owner_exec);
@@ -214,7 +214,7 @@ TEST_F(BatchTest, DryRunWritesNothingAndTellsWhatWouldHappen) {
     EXPECT_FALSE(Exists(out_));
 }
 
-TEST_F(BatchTest, AFolderThatWasMadeForNothingIsRemoved) {
+TEST_F(BatchTest, AnUnusedNewFolderIsRemoved) {
     const std::string bad = folder_ / "bad", whole = FileBytes(a_);
     const std::size_t part = whole.size() / 4;
     // Its image data are damaged: it is refused after its folder is created.

@@ -9,9 +9,9 @@
 namespace hueweave::test {
 namespace {
 
-class CarriedPagesTest : public FileTest {};
+class UnconvertedPagesTest : public FileTest {};
 
-TEST_F(CarriedPagesTest, PagesThatAreNotRgbStayAndAreNamed) {
+TEST_F(UnconvertedPagesTest, PagesThatAreNotRgbAreKeptAndReported) {
     // The second page in $out.2, and the note.
     using Row = std::pair<std::string, std::string>;
     for (const auto& [recipe, note] :
@@ -33,7 +33,7 @@ TEST_F(CarriedPagesTest, PagesThatAreNotRgbStayAndAreNamed) {
     }
 }
 
-TEST_F(CarriedPagesTest, ASubDirectoryWithoutPhotometricInterpretationStays) {
+TEST_F(UnconvertedPagesTest, ASubDirectoryWithoutPhotometricInterpretationIsKept) {
     TiffMaker tiff;
     const std::uint64_t below = tiff.Directory({TiffMaker::Long(256, 8), TiffMaker::Long(257, 1)});
     tiff.Page(And(TiffMaker::Small(tiff.Put(SmallPixels())), TiffMaker::Long(330, below)));
@@ -42,9 +42,9 @@ TEST_F(CarriedPagesTest, ASubDirectoryWithoutPhotometricInterpretationStays) {
     ExpectSrgb(out_, in_);
 }
 
-class OthersTest : public BatchTest {
+class OtherFilesTest : public BatchTest {
 protected:
-    OthersTest() {
+    OtherFilesTest() {
         const std::string photo = Quoted(Input("photo-8.tif"));
         Shell("cd " + Quoted(scans_) + "; convert-im6 " + photo + " -colorspace Gray grey.tif; convert-im6 " + photo +
               " -monochrome -compress Group4 deep/1.tif; cp deep/1.tif deep/2.tif");
@@ -62,7 +62,7 @@ protected:
     }
 };
 
-TEST_F(OthersTest, AreRefusedWithALineForEachKind) {
+TEST_F(OtherFilesTest, AreRefusedWithALineForEachKind) {
     const Outcome run = ConvertAll({"--json", "-j", "1"});
     EXPECT_THAT(run, Says(1,
                           "hueweave: 2 files refused: bilevel pixels, not RGB; the first is " + scans_ +
@@ -74,7 +74,7 @@ TEST_F(OthersTest, AreRefusedWithALineForEachKind) {
     EXPECT_THAT(ConvertAll({"--verbose", "--force"}), Says(1, "deep/2.tif: holds bilevel pixels, not RGB; "));
 }
 
-TEST_F(OthersTest, AreCopied) {
+TEST_F(OtherFilesTest, AreCopied) {
     EXPECT_THAT(ConvertAll({"--others", "copy", "--dry-run"}), Says(0, "3 would be copied (2 bilevel, 1 grey)"));
     const Outcome run = ConvertAll({"--others", "copy", "--json"});
     EXPECT_THAT(run, Says(0, "3 converted, 3 copied (2 bilevel, 1 grey), in "));
@@ -82,7 +82,7 @@ TEST_F(OthersTest, AreCopied) {
     EXPECT_THAT(ConvertAll({"--others", "copy", "--resume"}), Says(0, "0 converted, 6 done already"));
 }
 
-TEST_F(OthersTest, AreLeftOut) {
+TEST_F(OtherFilesTest, AreLeftOut) {
     const Outcome run = ConvertAll({"--others", "skip", "--json"});
     EXPECT_THAT(run, Says(0, "3 converted, 3 left out (2 bilevel, 1 grey), in "));
     ExpectOthers(run, "left out");
@@ -92,7 +92,7 @@ TEST_F(OthersTest, AreLeftOut) {
     EXPECT_EQ(FileBytes(scans_ + "/grey.tif"), before);
 }
 
-TEST_F(OthersTest, OneFileIsTold) {
+TEST_F(OtherFilesTest, OneFileIsReported) {
     const std::string grey = scans_ + "/grey.tif", out = folder_ / "out.tif";
     EXPECT_THAT(ConvertScan({grey, "-o", out}), Refuses(4, "grey.tif: holds grey pixels, not RGB; "));
     EXPECT_THAT(ConvertScan({grey, "-o", out, "--others", "skip"}), Says(0, "grey.tif is left out (grey)"));
@@ -100,7 +100,7 @@ TEST_F(OthersTest, OneFileIsTold) {
     EXPECT_EQ(FileBytes(out), FileBytes(grey));
 }
 
-TEST_F(OthersTest, WhereAllAreRefusedTheStatusIsTheirs) {
+TEST_F(OtherFilesTest, TheStatusIsTheirsIfAllAreRefused) {
     fs::remove(scans_ + "/deep/a.tif");
     const std::string missing = scans_ + "/missing.tif";
     EXPECT_EQ(ConvertScan({missing, "-o", out_ + "/"}).status, 4);

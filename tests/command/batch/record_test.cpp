@@ -42,7 +42,7 @@ TEST_F(ResumeTest, SkipsWhatIsDoneTheSameWayAndNothingElse) {
     EXPECT_THAT(again({"--intent", "relative", "--force"}).err, HasSubstr("1 converted, 2 done already"));
 }
 
-TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
+TEST_F(ResumeTest, AnOutputIsRecordedBeforeItGetsItsName) {
     const Words words{"-j", "1", scans_, "-o", out_, "--resume"};
     // Killed in the call that names the second output.
     EXPECT_EQ(ConvertScan(words, {.setenv = Faults("linkat:2:-7")}).signal, SIGKILL);
@@ -59,7 +59,7 @@ TEST_F(ResumeTest, AnOutputIsKnownFromTheMomentThatItHasItsName) {
     EXPECT_THAT(ConvertScan(words).err, HasSubstr("0 converted, 3 done already"));
 }
 
-TEST_F(ResumeTest, ARecordOfNothingIsRemovedButNotThatOfOthers) {
+TEST_F(ResumeTest, AnEmptyRecordIsRemovedButNotThatOfAnotherRun) {
     const auto fail = [&](const Words& more) {
         const Words words{"-j", "1", a_, "-o", out_ + "/"};
         EXPECT_EQ(ConvertScan(words + more, {.setenv = Faults("linkat:0:28")}).status, 5);
@@ -143,7 +143,7 @@ TEST_F(RecordTest, AFullOneIsFollowedByAnother) {
     for (const std::string& name : names) EXPECT_TRUE(later.Knows(name)) << name;
 }
 
-TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother) {
+TEST_F(RecordTest, TheRecordOfAnIdleRunIsKeptIfOthersWroteToItOrReplacedIt) {
     const std::string copy = out_ + "/copy";
     const auto after = [&](const std::function<void()>& meanwhile) {
         {
@@ -162,12 +162,12 @@ TEST_F(RecordTest, ThatOfARunThatDidNothingStaysWhereOthersWroteToItOrPutAnother
     }));
 }
 
-TEST_F(RecordTest, ALineThatDoesNotReachTheDiskIsSaid) {
+TEST_F(RecordTest, ALineThatCannotBeSyncedIsReported) {
     EXPECT_THAT(ConvertScan({a_, "-o", out_ + "/"}, {.setenv = Faults("fdatasync:0:5")}),
                 Says(0, ".hueweave.jsonl: cannot be written (Input/output error); --resume will not recognise a.tif"));
 }
 
-TEST_F(RecordTest, AListOfInputsOrCurvesNeedNotEnd) {
+TEST_F(RecordTest, AnEndlessListOfInputsOrCurvesIsRefused) {
     EXPECT_THAT(Timed({"--files-from", "/dev/zero", "-o", out_}),
                 SaysOnly(2, "/dev/zero: contains a name that is too long for a file; give one name a line"));
     EXPECT_THAT(Timed({scans_, "--curve", "/dev/zero", "-o", out_}),
@@ -189,7 +189,7 @@ TEST_F(RecordTest, ASignalEndsTheWaitingForAListThatNobodyWrites) {
     EXPECT_EQ(Outputs(), (Names{"a.tif", "b.TIFF"}));
 }
 
-TEST(RecordEntriesTest, LinesThatAreNoneOfOursCountForNothing) {
+TEST(RecordEntriesTest, ForeignLinesAreIgnored) {
     RecordEntries entries;
     const std::string f(64, 'f'), g(64, 'e');
     for (const std::string& line : Words{"", "{", "[]", "null", "{\"output\":1}",
@@ -212,7 +212,7 @@ TEST(RecordEntriesTest, LinesThatAreNoneOfOursCountForNothing) {
     EXPECT_FALSE(entries.Has("b", f, {1, 2}));
 }
 
-TEST(LineReaderTest, LinesAreWholeOrCutAndTheRestIsPassedOver) {
+TEST(LineReaderTest, LongLinesAreTruncatedAndTheRestIsSkipped) {
     const Folder folder;
     const std::string path = folder / "lines", large(200000, 'x');
     const auto read = [&](const std::string& bytes, std::size_t longest = 5) {
@@ -243,7 +243,7 @@ std::string SumOf(const std::string& options, const std::string& path) {
     return Shell("{ echo " + Quoted(options) + "; cat " + Quoted(path) + "; } | sha256sum").substr(0, 64);
 }
 
-TEST(FingerprintTest, IsTheSumOfTheOptionsAndTheSource) {
+TEST(FingerprintTest, IsTheHashOfTheOptionsAndTheSource) {
     constexpr std::size_t kMega = std::size_t{1} << 20, kSize = 3 * kMega + 5;
     const auto text = [](char first) {
         std::string all(kSize, first);

@@ -76,7 +76,7 @@ TEST_F(StatusTest, AFailureBeforeTheFirstOutputCounts) {
     }
 }
 
-TEST_F(StatusTest, APartWithoutFilesIsKnownToHaveBeenRun) {
+TEST_F(StatusTest, AShardWithoutFilesCountsAsRun) {
     Words said;
     const auto runAll = [&] {
         for (const char* part : {"1/3", "2/3", "3/3"}) {
@@ -135,7 +135,7 @@ TEST_F(StatusTest, AListBelowAFolderAddsNothingToItsTotal) {
     EXPECT_EQ(StatusOf()["total"], 3);
 }
 
-TEST_F(StatusTest, TheTimeBetweenTwoRunsIsNoTimeOfWork) {
+TEST_F(StatusTest, TheTimeBetweenTwoRunsIsNotCounted) {
     // One output an hour before the others; then one a second from the start of the second run on.
     constexpr long long kFirst = 1'700'000'000, kSecond = kFirst + 3600, kSecondInNs = 1'000'000'000;
     std::string record;
@@ -164,7 +164,7 @@ TEST_F(StatusTest, NamesOnATerminalAreHarmless) {
     }
 }
 
-TEST_F(StatusTest, FilesThatAreLeftOutAreNeitherFailedNorLeft) {
+TEST_F(StatusTest, FilesThatAreLeftOutAreNeitherFailedNorRemaining) {
     fs::create_directory(out_);
     Shell("convert-im6 -size 8x8 xc:gray50 -colorspace Gray -depth 1 -monochrome " + Quoted(scans_ + "/page.tif"));
     ASSERT_EQ(ConvertAll({"--others", "skip", "--dry-run", "--resume", "--shard", "1/1", "--no-sandbox"}).status, 0);

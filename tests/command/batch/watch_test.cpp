@@ -104,7 +104,7 @@ TEST_F(WatchTest, WhatWasConvertedIsNotConvertedAgain) {
     ExpectSrgb(out_ + "/b.tif", Input("photo-16.tif"));
 }
 
-TEST_F(WatchTest, ADamagedFileIsToldOnceAndTriedAgainWhenItChanges) {
+TEST_F(WatchTest, ADamagedFileIsReportedOnceAndRetriedWhenItChanges) {
     const std::string part = in_ + "/0.tif";
     const Outcome run = Watch({"-j", "1"}, [&](pid_t) {
         WriteBytes(part, scan_.substr(0, scan_.size() / 3));
@@ -190,7 +190,7 @@ TEST_F(WatchTest, LinksAreFollowedOnRequestAndNeverOutOfTheOutputFolder) {
     EXPECT_EQ(FileBytes(in_ + "/deep/c.tif"), scan_);
 }
 
-TEST_F(WatchTest, AFolderThatCannotBeReadIsToldAndTheOthersAreWatched) {
+TEST_F(WatchTest, AFolderThatCannotBeReadIsReportedAndTheOthersAreWatched) {
     fs::create_directory(in_ + "/shut");
     fs::permissions(in_ + "/shut", fs::perms::none);
     EXPECT_THAT(Watch({}, [&](pid_t) { UntilConverted("a.tif"); }),

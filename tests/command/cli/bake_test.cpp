@@ -17,9 +17,9 @@ struct FormRow {
     const char* reason;
 };
 void PrintTo(const FormRow& row, std::ostream* out) { *out << row.name; }
-class BakedTest : public ProfileTest, public testing::WithParamInterface<FormRow> {};
+class BakedProfileTest : public ProfileTest, public testing::WithParamInterface<FormRow> {};
 
-TEST_P(BakedTest, IsConvertedByABakedProfileThatHasEveryTable) {
+TEST_P(BakedProfileTest, IsConvertedByABakedProfileThatHasEveryTable) {
     WriteDeviceProfile(profile_, GetParam().form);
     int number = 0;
     for (const char* intent : {"perceptual", "relative", "saturation", "absolute"}) {
@@ -49,7 +49,7 @@ TEST_P(BakedTest, IsConvertedByABakedProfileThatHasEveryTable) {
     EXPECT_THAT(Hueweave({"verify", baked_}).out, testing::HasSubstr("the figures are those of the bake alone"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, BakedTest,
+INSTANTIATE_TEST_SUITE_P(Every, BakedProfileTest,
                          testing::Values(FormRow{Form::Mft1, "TableOfBytes", "its table is of type mft1"},
                                          FormRow{Form::Mft2OddGrid, "OddGrid", "its grid has 21 points"},
                                          FormRow{Form::Mft2Xyz, "XyzTable", "its connection space is XYZ"},
@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(Every, BakedTest,
 
 class BakeTest : public ProfileTest {};
 
-TEST_F(BakeTest, NodesOfATableStandAtStepsOfLight) {
+TEST_F(BakeTest, TableNodesAreInStepsOfLightToAPower) {
     // A profile with AdobeRGB's primaries and a different gamma for each channel; and steps of light to the power 2/3.
     constexpr Vector kGamma{2.203125, 2.1875, 2.25};
     Matrix toXyz = ToXyz(kGamutAdobe);

@@ -41,7 +41,7 @@ protected:
 constexpr double kWhite = 2 / 1.731953;   ///< S_L at 99: 1 + 0.015 * 49^2 / sqrt(20 + 49^2)
 constexpr double kBlack = 10 / 1.671682;  ///< S_L at 5: 1 + 0.015 * 45^2 / sqrt(20 + 45^2)
 
-TEST_F(CheckTest, TellsTheDifferencesAndTheWorstPatches) {
+TEST_F(CheckTest, ReportsTheDifferencesAndTheWorstPatches) {
     const json told = Told(Check("chart.ti3", {"--worst", "2"}));
     const json& all = told["all"];
     EXPECT_EQ(all["patches"], 4);
@@ -62,7 +62,7 @@ TEST_F(CheckTest, TellsTheDifferencesAndTheWorstPatches) {
                       HasSubstr("Neutral, 4 patches: L* off by 3.00 on average, 10.00 at most; a* by ")));
 }
 
-TEST_F(CheckTest, TellsTheTintOfNeutralsAndCountsWhatNoColourOfTheSpaceReaches) {
+TEST_F(CheckTest, ReportsTheTintOfNeutralsAndCountsOutOfGamutPatches) {
     Write("tint.ti3", Table("CTI3", kBoth, {"W 100 100 100 100 2 -1", "K 0 0 0 0 0 0", "R 100 0 0 50 110 0"}));
     const json told = Told(Check("tint.ti3"));
     EXPECT_EQ(told["neutral"]["patches"], 2);
@@ -136,7 +136,7 @@ TEST_F(CheckTest, JoinsAReferenceAndAScanByName) {
     }
 }
 
-TEST_F(CheckTest, RefusesWhatIsNoWholeChart) {
+TEST_F(CheckTest, RefusesAnIncompleteChart) {
     const std::string good = Table("CTI3", kBoth, {"A1 0 0 0 0 0 0", "A2 0 0 0 0 0 0"});
     const auto with = [&](const std::string& old, const std::string& now) {
         return std::regex_replace(good, std::regex(old), now);

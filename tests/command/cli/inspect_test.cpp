@@ -19,7 +19,7 @@ protected:
     std::string file_ = folder_ / "file";
 };
 
-TEST_F(InspectTest, TellsTheSizesAndWhatHoldsWhereATagIsAbsent) {
+TEST_F(InspectTest, ReportsTheSizesAndTheDefaultsOfMissingTags) {
     const json wanted{{"width", 9},      {"height", 0},           {"samples", 1},      {"bits", 1},
                       {"planar", false}, {"compression", "none"}, {"rows a strip", 0}, {"orientation", 1}};
     EXPECT_THAT(PageOf({TiffMaker::Long(256, 9)}), Has(wanted));
@@ -31,7 +31,7 @@ TEST_F(InspectTest, TellsTheSizesAndWhatHoldsWhereATagIsAbsent) {
     EXPECT_THAT(Hueweave({"inspect", file_}).out, HasSubstr(" tiles: [32,16]\n"));
 }
 
-TEST_F(InspectTest, TellsTheResolutionWithItsUnit) {
+TEST_F(InspectTest, ReportsTheResolutionWithItsUnit) {
     const Entries size{TiffMaker::Long(256, 9), TiffMaker::Long(257, 7)};
     const TiffMaker::Entry across{282, 5, 1, 0, Little({1200, 4}, 4)}, down{283, 5, 1, 0, Little({145, 2}, 4)};
     const Entries both = And(And(size, across), down);
@@ -88,7 +88,7 @@ TEST_F(InspectTest, APlainProfileIsNotCalledEmbedded) {
                 AllOf(SaysOnly(3, intent["why"].get<std::string>()), Not(Says(3, "embeds"))));
 }
 
-TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
+TEST_F(InspectTest, AWhitePointIsReportedIfPresent) {
     WriteLinkProfile(file_);
     EXPECT_EQ(ToldOf()["class"], "link");
     EXPECT_FALSE(ToldOf().contains("white"));
@@ -97,7 +97,7 @@ TEST_F(InspectTest, AWhitePointIsToldWhereThereIsOne) {
     EXPECT_EQ(ToldOf()["white"], (json{63190 / 65536.0, 1.0, 54061 / 65536.0}));
 }
 
-TEST_F(InspectTest, TheShapeOfATableIsTold) {
+TEST_F(InspectTest, TheShapeOfATableIsReported) {
     const auto tableOf = [&](Form form) {
         WriteDeviceProfile(file_, form);
         const json told = ToldOf();
@@ -127,7 +127,7 @@ TEST_F(InspectTest, TakesTheTypeOfATagFromItsOwnBytes) {
     }
 }
 
-TEST_F(InspectTest, TellsOfProfilesAndFiles) {
+TEST_F(InspectTest, ReportsProfilesAndFiles) {
     const json scanner = Told({"inspect", Input("scanner.icc")});
     EXPECT_THAT(scanner, Has({{"description", "scanner"}, {"class", "scnr"}}));
     EXPECT_EQ(scanner["intents"][0]["served"], "yes");

@@ -40,7 +40,7 @@ const BadImage kBadImages[] = {
      "would pass the 4 GiB that a classic TIFF file can hold"},
 };
 
-TEST_F(RefusalTest, ABadImageAndWhy) {
+TEST_F(RefusalTest, ABadImageWithItsReason) {
     for (const auto& [recipe, reason, photo] : kBadImages) {
         SCOPED_TRACE(recipe);
         Make(recipe, Input(photo));
@@ -65,7 +65,7 @@ TEST_F(RefusalTest, ACutOrDamagedImage) {
     }
 }
 
-TEST_F(RefusalTest, AProfileThatIsMissingOrNone) {
+TEST_F(RefusalTest, AMissingOrInvalidProfile) {
     Make("cp $in $out");
     const std::string file = folder_ / "file.icc", scanner = Input("scanner.icc");
     const auto expect = [&](const Words& more, const std::string& reason) {
@@ -90,7 +90,7 @@ TEST_F(RefusalTest, AProfileThatIsMissingOrNone) {
     }
 }
 
-TEST_F(RefusalTest, CurvesThatAreNone) {
+TEST_F(RefusalTest, InvalidCurves) {
     Make("cp $in $out");
     const std::string curve = folder_ / "curve.csv";
     std::string many;
@@ -185,7 +185,7 @@ constexpr std::pair<const char*, const char*> kBadLines[] = {
     {"watch x -o y --settle 0", "--settle: 0 is out of range"},
 };
 
-TEST(UsageTest, ABadLineIsTwoAndSaysWhy) {
+TEST(UsageTest, ABadCommandLineGivesStatusTwoAndTheReason) {
     for (const auto& [line, reason] : kBadLines) {
         const Words words{"sh", "-c", std::string(HUEWEAVE_COMMAND " ") + line};
         EXPECT_THAT(RunProgram({.words = words}), Refuses(2, reason)) << line;

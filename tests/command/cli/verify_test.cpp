@@ -32,7 +32,7 @@ TEST_F(VerifyTest, PicturesOfEveryFormatGiveTheirColours) {
     EXPECT_THAT(Hueweave({"verify", profile, "--image", profile}), Refuses(4, "not a TIFF, PNG or JPEG file"));
 }
 
-TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
+TEST_F(VerifyTest, ReportsTheColourOfEachSampleAndTheDifference) {
     WriteDeviceProfile(profile_, Form::Matrix4);
     Bake(profile_);
     constexpr Matrix kSrgb{{{0.4361, 0.3851, 0.1431}, {0.2225, 0.7169, 0.0606}, {0.0139, 0.0971, 0.7141}}};
@@ -74,7 +74,7 @@ TEST_F(VerifyTest, TellsTheColourOfEachSampleAndTheDifference) {
     }
 }
 
-TEST_F(VerifyTest, TellsBothPrecisionsAndSetsTheStatusByItsLimit) {
+TEST_F(VerifyTest, ReportsBothPrecisionsAndSetsTheStatusByItsLimit) {
     const Words words{"verify", Input("scanner.icc")};
     for (const auto& [limit, exact, library] : {std::tuple{"0.01", 0, 1}, {"0.001", 1, 1}, {"2.0", 0, 0}}) {
         const Words limited = words + Words{"--limit", limit};

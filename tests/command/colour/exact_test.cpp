@@ -44,7 +44,7 @@ TEST_F(ExactTest, IsTheDefaultAndGivesWhatTheProfilesDescribe) {
     EXPECT_THAT(Convert({"--to", "./missing.icc", in_}), Refuses(3, "cannot be read"));
 }
 
-TEST_F(ExactTest, TellsItsWayAndItsError) {
+TEST_F(ExactTest, ReportsItsMethodAndItsError) {
     const json told = json::parse(Convert({"--json", in_}).out), error = told["delta_e"];
     EXPECT_THAT(told, Has({{"precision", "exact"}, {"way", "direct"}}));
     EXPECT_LE(error["mean"], 0.005);

@@ -22,7 +22,7 @@ using colour::MakeOutputProfile;
 
 class SpacesTest : public ProfileTest {};
 
-TEST_F(SpacesTest, PixelsAreTheEnginesAndTheEmbeddedProfileDescribesThem) {
+TEST_F(SpacesTest, PixelsMatchTheEngineAndTheEmbeddedProfileDescribesThem) {
     // The codes are from the public header; the 16-bit code is one higher; 0 for an encoding made by a table.
     using Row = std::pair<std::string, int>;
     for (const auto& [name, code8] :
@@ -87,7 +87,7 @@ TEST_F(SpacesTest, TheCurvesOfALookHaveAnEntryASampleOrEnough) {
     }
 }
 
-TEST(OutputProfileTest, TellsBradfordsAdaptationFromTheWhiteOfItsSpace) {
+TEST(OutputProfileTest, StoresTheBradfordAdaptationFromTheWhiteOfItsSpace) {
     // From the white point xy 0.3127, 0.3290 to XYZ 0.9642, 1, 0.8249, computed in fractions and then rounded to
     // multiples of 1/65536; and the identity.
     constexpr int kFromD65[] = {68674, 1502, -3291, 1939, 64912, -1119, -606, 988, 49262};

@@ -330,7 +330,7 @@ TEST_F(DeviceJpegTest, InkBecomesRgb) {
     ExpectDone();
 }
 
-TEST_F(DeviceJpegTest, EmbeddedProfilesAreUsedAndMissingOnesNamed) {
+TEST_F(DeviceJpegTest, EmbeddedProfilesAreUsedAndMissingOnesReported) {
     for (const auto& [samples, kind, profile] :
          {std::tuple{1U, std::string("grey"), grey_}, std::tuple{4U, std::string("CMYK"), ink_}}) {
         SCOPED_TRACE(kind);
@@ -356,7 +356,7 @@ TEST_F(DeviceJpegTest, EmbeddedProfilesAreUsedAndMissingOnesNamed) {
 }
 
 /// Damaged files are refused, or converted to a file that another reader decodes to the right size.
-TEST(DamagedPictures, EndWithARefusalOrASoundFile) {
+TEST(DamagedPicturesTest, AreRefusedOrGiveAValidFile) {
     const Folder folder;
     const std::string scans = folder / "scans", to = folder / "converted";
     const std::string photo = "convert-im6 " + Quoted(Input("photo-8.tif")) + " -resize 37x40! ";

@@ -36,7 +36,7 @@ std::string ByTheEngine(const std::string& pixels) {
     return {converted.values.begin(), converted.values.end()};
 }
 
-TEST_F(PngTest, PixelsAreTheEnginesWhateverTheThreads) {
+TEST_F(PngTest, PixelsMatchTheEngineForAnyNumberOfThreads) {
     for (const auto& [photo, options] : {std::pair{"photo-8.tif", ""}, std::pair{"photo-16.tif", "-interlace PNG"},
                                          std::pair{"alpha-8.tif", "-interlace PNG"}, std::pair{"alpha-16.tif", ""}}) {
         SCOPED_TRACE(photo);
@@ -107,7 +107,7 @@ TEST_F(PngTest, ATransparentColourStaysAndNoOtherBecomesTransparent) {
               wanted + '\0' + moved + '\xff' + ByTheEngine(grey) + '\xff');
 }
 
-TEST_F(PngTest, TheChunkSrgbIsAProfileAndGammaIsNone) {
+TEST_F(PngTest, TheSrgbChunkIsAProfileAndGammaIsNot) {
     WriteRow("abcdef", {{"sRGB", std::string(1, '\0')}, {"gAMA", BigEndian(45455)}});
     EXPECT_THAT(ConvertByEmbedded(), Says(0, "(is in srgb already)"));
     EXPECT_EQ(FileBytes(out_), FileBytes(in_));
@@ -250,7 +250,7 @@ TEST_F(GreyPngTest, SamplesAreThoseOfLittleCms) {
     }
 }
 
-TEST_F(GreyPngTest, WhatChangesBesideTheColoursIsTold) {
+TEST_F(GreyPngTest, ChangesBesideTheColoursAreReported) {
     Write({1, 1, 4, Varied(kPixels, 4)}, {{"PLTE", "abc"}});
     EXPECT_THAT(ConvertBy(grey_), Says(0, "its samples of 4 bits are written with 8 bits\n"));
     EXPECT_EQ(Data(out_, "PLTE"), "");
@@ -310,7 +310,7 @@ TEST_F(GreyPngTest, InterlacedImagesAreConvertedAsOthers) {
     }
 }
 
-TEST_F(GreyPngTest, ProfilesForGreyAreFoundOrMissed) {
+TEST_F(GreyPngTest, GreyProfilesAreUsedOrReportedMissing) {
     const Samples grey{1, 1, 8, Varied(kPixels, 8)};
     Write(grey);
     EXPECT_THAT(ConvertByEmbedded(), Refuses(4,

@@ -134,7 +134,7 @@ TEST_F(ReportPicturesTest, HaveThePixelsOfConvert) {
     }
 }
 
-TEST_F(ReportPicturesTest, SayWhatTheyLeaveOut) {
+TEST_F(ReportPicturesTest, ReportWhatTheyLeaveOut) {
     const std::string alpha = "Samples besides the colours, such as transparency, are not shown.";
     const std::string transparent = "Transparency is not shown: every pixel has its stored colour.";
     const std::string stored = "The picture is shown as it is stored, not turned upright.";
@@ -186,7 +186,7 @@ TEST_F(ReportPicturesTest, OfOtherKindsAreRefused) {
     }
 }
 
-TEST_F(ReportPicturesTest, TakeTheMemoryAllowed) {
+TEST_F(ReportPicturesTest, StayWithinTheMemoryLimit) {
     TiffMaker::Shape tile{.width = 3400, .height = 3400, .compression = 8, .tileWidth = 3408, .tileHeight = 3408};
     const std::string tiles = folder_ / "tiles.tif", jpeg = folder_ / "scans.jpg", png = folder_ / "interlaced.png";
     OneStrip("not Deflate", tile).Save(tiles);

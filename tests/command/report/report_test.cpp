@@ -130,7 +130,7 @@ TEST_F(ReportPageTest, RefusesWithoutWriting) {
     EXPECT_EQ(FileBytes(page_), "mine");
 }
 
-TEST_F(ReportPageTest, IsWholeOrNotThereWhateverFails) {
+TEST_F(ReportPageTest, IsCompleteOrAbsentWhateverFails) {
     const std::string image = folder_ / "image.tif", seen = folder_ / "seen";
     OneStrip(std::string(12, 'x'), {.width = 2, .height = 2}).Save(image);
     const std::string whole = PageOf({Input("matrix.icc"), image});

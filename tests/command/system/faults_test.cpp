@@ -66,7 +66,7 @@ protected:
     std::string seen_ = other_ / "seen";
 };
 
-TEST_P(FaultTest, TheOldFileOrTheNewOneWhateverFails) {
+TEST_P(FaultTest, LeavesTheOldFileOrTheNewOneWhateverFails) {
     const auto wanted = ToSrgb(ReadPictures(in_)[0]).values;
     const std::string source = FileBytes(in_);
     int struck = 0, failed = 0;
@@ -126,9 +126,9 @@ TEST_F(TemporaryFilesTest, NamesOfAnotherRunAreNotInTheWay) {
     }
 }
 
-class ScarceTest : public BatchTest {
+class ResourceExhaustionTest : public BatchTest {
 protected:
-    ScarceTest() { Copy("n", 24); }
+    ResourceExhaustionTest() { Copy("n", 24); }
     /// Many threads with a scarce resource: at worst a file is not converted, and a later run can convert it.
     void ExpectNothingWorseThanRefusals(__rlimit_resource resource, rlim_t limit) {
         const Words words{scans_, "-o", out_, "-q"};
@@ -147,7 +147,7 @@ protected:
 // Not with sanitizers: they reserve more address space than there is memory, and without a free descriptor they cannot
 // examine an object and report it as invalid.
 #ifndef __SANITIZE_ADDRESS__
-TEST_F(ScarceTest, OpenFilesOrMemory) {
+TEST_F(ResourceExhaustionTest, OpenFilesOrMemory) {
     for (const rlim_t limit : {12U, 16U, 24U, 40U}) ExpectNothingWorseThanRefusals(RLIMIT_NOFILE, limit);
     for (const rlim_t megabytes : {60U, 70U, 80U, 120U}) {
         ExpectNothingWorseThanRefusals(RLIMIT_AS, (megabytes << 20) + (rlim_t{kCountsKb} << 10));
@@ -158,7 +158,7 @@ TEST_F(ScarceTest, OpenFilesOrMemory) {
 /// A failure of one file of many does not affect the others.
 class ExceptionsTest : public BatchTest {};
 
-TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
+TEST_F(ExceptionsTest, AffectOnlyTheirOwnFile) {
     const std::pair<std::string, std::string> rows[] = {
         {"-3", ": declares sizes that do not fit in memory; get a complete copy of the file"},
         {"-4", ": needs more memory than is available; lower -j"},
@@ -180,7 +180,7 @@ TEST_F(ExceptionsTest, EndWithTheFileThatTheyCameFrom) {
     }
 }
 
-TEST_F(ExceptionsTest, InspectTellsNothingOfWhatCouldNotBeRead) {
+TEST_F(ExceptionsTest, InspectReportsNothingThatCouldNotBeRead) {
     // However late the failing read is: the pages may be known by then, but not whether they can be converted.
     int refused = 0;
     for (int n = 1; n <= 9; ++n) {

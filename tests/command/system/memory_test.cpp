@@ -35,7 +35,7 @@ protected:
     const std::string plain_ = folder_ / "plain.tif";
 };
 
-TEST_F(MemoryTest, WhateverTheLayoutAndTheNumberOfThreads) {
+TEST_F(MemoryTest, StaysWithinTheLimitForAnyLayoutAndNumberOfThreads) {
     MakeSmooth();
     for (const char* recipe : {"tiffcp -s -c none -r 3000", "tiffcp -s -c lzw:2 -r 3000", "tiffcp -s -c zip -r 64",
                                "tiffcp -t -w 256 -l 256 -c zip"}) {
@@ -133,7 +133,7 @@ protected:
     int all_ = 0;
 };
 
-TEST_P(AllocationTest, TheResultIsWholeOrNotThere) {
+TEST_P(AllocationTest, TheResultIsCompleteOrAbsent) {
     const Outcome sound = RunFailing("");
     ASSERT_EQ(sound.status, 0) << sound.err;
     const std::string wanted = Result(sound);

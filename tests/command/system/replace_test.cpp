@@ -164,7 +164,7 @@ TEST_F(ReplaceTest, WhatARunOnAnotherMachineLeftIsRemovedAfterAnHour) {
     }
 }
 
-TEST_F(ReplaceTest, SharedStorageNeedsNoneOfTheCallsThatSomeLack) {
+TEST_F(ReplaceTest, SharedStorageNeedsNoOptionalSystemCalls) {
     const std::string unnamed = "tmpfile:0:95,", checked = "noreplace:0:22,", source = FileBytes(in_);
     for (const std::string& missing :
          {unnamed + "flock:0:37", unnamed + checked + "flock:0:37", unnamed + checked + "link:0:1",

@@ -15,7 +15,7 @@ protected:
     SafetyTest() { Make("tiffcp -s -c none -r 16 $in $out", Input("photo-16.tif")); }
 };
 
-TEST_F(SafetyTest, InPlaceAFileIsConvertedOnceByWhateverNames) {
+TEST_F(SafetyTest, InPlaceAFileIsConvertedOnceUnderAnyNames) {
     const std::string link = folder_ / "link.tif", below = folder_ / "below", before = FileBytes(in_);
     fs::create_symlink("in.tif", link);
     fs::create_directory_symlink(".", below);
@@ -28,7 +28,7 @@ TEST_F(SafetyTest, InPlaceAFileIsConvertedOnceByWhateverNames) {
     }
 }
 
-TEST_F(SafetyTest, TwoOutputsThatALinkMakesOne) {
+TEST_F(SafetyTest, TwoOutputsLinkedToOneFileAreRefused) {
     const std::string out = folder_ / "out", other = folder_ / "other.tif";
     fs::copy_file(in_, other);
     WriteBytes(out + "/in.tif", "old");
@@ -86,7 +86,7 @@ TEST_F(SafetyTest, InPlaceAnotherNameKeepsTheOldContents) {
 
 // In a build that measures coverage, the limit would truncate the coverage files as well.
 #ifndef HUEWEAVE_COUNTS_LINES
-TEST_F(SafetyTest, ALimitOnTheSizeOfFilesIsAnErrorAndNoDeath) {
+TEST_F(SafetyTest, AFileSizeLimitIsAnErrorAndNotACrash) {
     for (const rlim_t bytes : {100000U, 200000U, 300000U}) {
         const Outcome run = Convert({}, {.limits = {{RLIMIT_FSIZE, bytes}}});
         EXPECT_THAT(run, Refuses(5, "out.tif: cannot be written (File too large); free some space"));

@@ -77,7 +77,7 @@ constexpr std::pair<const char*, long> kForbidden[] = {
 // clang-format on
 #undef NAMED
 
-TEST(RestrictCallsTest, WaysOutOfTheProcessAreRefused) {
+TEST(RestrictCallsTest, SystemCallsOutOfTheProcessAreRefused) {
     std::vector<Attempt> attempts;
     for (const auto& [name, number] : kForbidden) {
         attempts.push_back({[call = number] { return syscall(call, -1L, -1L, -1L, -1L, -1L, -1L); }, EPERM, name});
@@ -111,7 +111,7 @@ TEST(RestrictCallsTest, ArgumentsDecideWhereACallHasOtherUses) {
     });
 }
 
-TEST(RestrictCallsTest, ThreadsAreAllThatIsStarted) {
+TEST(RestrictCallsTest, OnlyThreadsCanBeStarted) {
     const auto start = [] {
         const long child = syscall(__NR_clone, static_cast<long>(SIGCHLD), 0, 0, 0, 0);
         if (child == 0) _exit(0);
@@ -126,7 +126,7 @@ TEST(RestrictCallsTest, ThreadsAreAllThatIsStarted) {
     });
 }
 
-TEST(RestrictFilesTest, WhatIsReadIsNotWrittenAndWhatIsNotNamedIsNotThere) {
+TEST(RestrictFilesTest, InputsAreReadOnlyAndUnnamedFilesInaccessible) {
     const long version = LandlockVersion();
     const Folder folder;
     const std::string inputs = folder / "inputs", file = inputs + "/a", other = folder / "b", below = folder / "below";
@@ -262,7 +262,7 @@ TEST_F(SandboxTest, OlderKernelsConvertTheSame) {
     }
 }
 
-TEST_F(SandboxTest, LinksLeadWhereTheyLead) {
+TEST_F(SandboxTest, LinksAreFollowed) {
     const std::string elsewhere = folder_ / "elsewhere", inputs = folder_ / "inputs", link = folder_ / "link";
     fs::create_directories(elsewhere + "/deep");
     fs::create_directory(inputs);

@@ -113,7 +113,7 @@ TEST_F(StreamsTest, MessagesThatCannotBeWrittenChangeNoStatus) {
     }
 }
 
-TEST_F(StreamsTest, JsonLinesThatCannotBeWrittenDecideOverTheStatusAlone) {
+TEST_F(StreamsTest, JsonLinesThatCannotBeWrittenChangeOnlyTheStatus) {
     const std::pair<std::string, std::function<void()>> rows[] = {{">/dev/full", {}}, {">&-", {}}, {"", Unread(1)}};
     for (const auto& [streams, inChild] : rows) {
         EXPECT_THAT(Line(ConvertLine("-j 1 --json " + all_ + streams), inChild),

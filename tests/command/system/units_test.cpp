@@ -82,7 +82,7 @@ TEST(OneLineTest, ControlCharactersAndMarksOfDirectionDoNotReachTheTerminal) {
 }
 
 /// A file of other formats is named by its first bytes, whatever its name is.
-TEST(FileKindTest, IsToldByTheFirstBytes) {
+TEST(FileKindTest, IsDetectedByTheFirstBytes) {
     const std::string dicom = std::string(128, '\0') + "DICM", icc = std::string(36, '\1') + "acsp";
     const std::pair<const char*, std::vector<std::string_view>> rows[] = {
         {"a JPEG file", {"\xff\xd8\xff\xe0"sv}},

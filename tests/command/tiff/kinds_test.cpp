@@ -33,9 +33,9 @@ constexpr Kind kKinds[] = {
     {"Rotated", "tiffcp -s -c none -r 16 $in $out; tiffset -s 274 6 $out"},
 };
 
-class KindsTest : public FileTest, public testing::WithParamInterface<std::tuple<Kind, int>> {};
+class TiffLayoutsTest : public FileTest, public testing::WithParamInterface<std::tuple<Kind, int>> {};
 
-TEST_P(KindsTest, PixelsAreTheEnginesAndAllElseIsAsItStoodWhateverTheThreads) {
+TEST_P(TiffLayoutsTest, PixelsMatchTheEngineAndAllElseIsKeptForAnyNumberOfThreads) {
     const auto& [kind, bits] = GetParam();
     for (const std::string photo : {"photo-", "alpha-"}) {
         SCOPED_TRACE(photo);
@@ -54,7 +54,7 @@ TEST_P(KindsTest, PixelsAreTheEnginesAndAllElseIsAsItStoodWhateverTheThreads) {
 
 class StripsTest : public FileTest {};
 
-TEST_F(StripsTest, LieInAnyOrderWithGapsAndInOnePlace) {
+TEST_F(StripsTest, MayBeInAnyOrderWithGapsAndShared) {
     TiffMaker tiff;
     const auto put = [&](std::size_t row) { return tiff.Put(SmallPixels().substr(12 * row, 12)); };
     const std::uint64_t fourth = put(3), first = put(0), second = put(1);
@@ -67,7 +67,7 @@ TEST_F(StripsTest, LieInAnyOrderWithGapsAndInOnePlace) {
     ExpectSrgb(out_, in_);
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, KindsTest, testing::Combine(testing::ValuesIn(kKinds), testing::Values(8, 16)),
+INSTANTIATE_TEST_SUITE_P(Every, TiffLayoutsTest, testing::Combine(testing::ValuesIn(kKinds), testing::Values(8, 16)),
                          [](const auto& row) {
                              return std::string(std::get<0>(row.param).name) + std::to_string(std::get<1>(row.param));
                          });

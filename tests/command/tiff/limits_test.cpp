@@ -268,9 +268,9 @@ const CostlyFile kRefused[] = {
      "has tiles that "},
 };
 
-class CostlyTest : public FileTest, public testing::WithParamInterface<CostlyFile> {};
+class ExpensiveFilesTest : public FileTest, public testing::WithParamInterface<CostlyFile> {};
 
-TEST_P(CostlyTest, IsRefusedByEveryCommandWithinLimits) {
+TEST_P(ExpensiveFilesTest, AreRefusedByEveryCommandWithinLimits) {
     GetParam().make().Save(in_);
     const std::string before = FileBytes(in_);
     for (const Words& words : {Words{"convert", "--profile", Input("scanner.icc"), in_, "-o", out_, "-j", "4"},
@@ -283,9 +283,9 @@ TEST_P(CostlyTest, IsRefusedByEveryCommandWithinLimits) {
     EXPECT_THAT(HueweaveWithinLimits({"inspect", in_}), testing::AnyOf(Says(0), Says(4)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, CostlyTest, testing::ValuesIn(kRefused), NameOfRow);
+INSTANTIATE_TEST_SUITE_P(Every, ExpensiveFilesTest, testing::ValuesIn(kRefused), NameOfRow);
 
-class SharedTest : public LimitsTest {
+class SharedMetadataTest : public LimitsTest {
 protected:
     void ExpectConverted(const TiffMaker& tiff, const Words& more = {}) {
         ASSERT_THAT(ConvertWithin(tiff, more), Succeeds());
@@ -294,7 +294,7 @@ protected:
     }
 };
 
-TEST_F(SharedTest, AProfileOfManyPagesIsHeldAndWrittenOnce) {
+TEST_F(SharedMetadataTest, AProfileOfManyPagesIsHeldAndWrittenOnce) {
     ExpectConverted(PagesThatShare(2000, 34675, 7, PaddedProfile(8 * kMiB)));
     const auto after = ReadPictures(out_);
     ASSERT_EQ(after.size(), 2000U);
@@ -308,7 +308,7 @@ TEST_F(SharedTest, AProfileOfManyPagesIsHeldAndWrittenOnce) {
     EXPECT_LT(FileBytes(out_).size(), FileBytes(in_).size() + 2000 * 48 + 2 * after[0].icc.size());
 }
 
-TEST_F(SharedTest, XmpAndResourcesOfManyPagesAreReadAndWrittenOnce) {
+TEST_F(SharedMetadataTest, XmpAndResourcesOfManyPagesAreReadAndWrittenOnce) {
     const Words scanner{"--profile", Input("scanner.icc")};
     ExpectConverted(PagesThatShare(4000, 700, 1, std::string(4 * kMiB, ' ')), scanner);
     // A profile as resource 1039, twice, and 8 MiB of another resource.

@@ -44,7 +44,7 @@ TEST_F(MetadataTest, TenFieldsAreKept) {
     }
 }
 
-TEST_F(MetadataTest, AFieldThatHoldsNoMoreIsSaid) {
+TEST_F(MetadataTest, AFieldThatNoLongerAppliesIsReported) {
     Make("tiffcp -s -c none -r 16 $in $out");
     SetFields({"-ExifIFD:ColorSpace#=1"});
     const std::string said = "in.tif: its EXIF field ColorSpace stays at sRGB, which no longer applies";
@@ -75,7 +75,7 @@ TEST_F(MetadataTest, PrivateTagsAndBytesThatNoTagPointsAtAreKept) {
     EXPECT_EQ(FileBytes(out_).find("bytes that only"), at) << "an offset to them would be wrong";
 }
 
-TEST_F(MetadataTest, JpegBecomesDeflateAndIsSaid) {
+TEST_F(MetadataTest, JpegBecomesDeflateAndIsReported) {
     for (const char* recipe : {"tiffcp -s -c jpeg:90 -r 16", "tiffcp -s -c jpeg:r:90 -r 16",
                                "tiffcp -t -w 64 -l 64 -c jpeg:90", "tiffcp -B -8 -s -c jpeg:90 -r 16"}) {
         Make(std::string(recipe) + " $in $out");
@@ -172,7 +172,7 @@ TEST_F(MetadataTest, PagesBelowAPageAreConvertedByItsProfile) {
     }
 }
 
-TEST_F(MetadataTest, WithoutATagTheOldProfileIsGoneToo) {
+TEST_F(MetadataTest, NoTagRemovesTheOldProfileToo) {
     Make("convert-im6 $in -profile " + Quoted(Input("scanner.icc")) + " $out", Input("photo-16.tif"));
     ASSERT_THAT(Hueweave({"convert", "--precision", "library", in_, "-o", out_, "--no-tag"}), Succeeds());
     EXPECT_EQ(ReadPictures(out_)[0].icc, "");
@@ -180,13 +180,13 @@ TEST_F(MetadataTest, WithoutATagTheOldProfileIsGoneToo) {
     EXPECT_EQ(TagsOf(in_), TagsOf(out_));
 }
 
-TEST_F(MetadataTest, AnAlphaThatIsToldOfAndNotThereIsNone) {
+TEST_F(MetadataTest, ADeclaredAlphaThatIsMissingIsIgnored) {
     Make("tiffcp -p separate -s -c none $in $out; tiffset -s 338 1 1 $out");
     ASSERT_THAT(Convert(), Succeeds());
     ExpectSrgb(out_, Input("photo-8.tif"));
 }
 
-TEST_F(MetadataTest, APlaceBeyondFourGigabytesIsNoLimitInABigTiff) {
+TEST_F(MetadataTest, ABigTiffMayHaveOffsetsBeyondFourGigabytes) {
     constexpr std::uint64_t kFar = 4400000000;  // in a file with a hole
     TiffMaker tiff(true);
     tiff.Page(With(TiffMaker::Small(0), {273, 16, 1, kFar}));
@@ -238,7 +238,7 @@ TEST_F(PhotoshopTest, TheFirstProfileIsReplacedAndOthersAreRemoved) {
     EXPECT_EQ(told[0], told[1]);
 }
 
-TEST_F(PhotoshopTest, AThumbnailOfTheOldColoursIsSaid) {
+TEST_F(PhotoshopTest, AThumbnailOfTheOldColoursIsReported) {
     for (const unsigned number : {1033U, 1036U}) {
         const std::string thumbnail = Resource(number, "", std::string(300, 't'));
         EXPECT_THAT(ExpectResources(thumbnail + url_, thumbnail, url_),
@@ -247,7 +247,7 @@ TEST_F(PhotoshopTest, AThumbnailOfTheOldColoursIsSaid) {
     }
 }
 
-TEST_F(PhotoshopTest, WhatIsNoResourceStaysAsItIs) {
+TEST_F(PhotoshopTest, TrailingDataAfterTheResourcesAreKept) {
     const std::string odd = Resource(1005, "", "odd"), old = Resource(1039, "a name", "old");
     const std::string part("8BIM\4\17\0\0\0\0\0\6short", 17);
     for (const std::size_t size : {4U, 6U, 10U, 11U, 17U}) {
@@ -284,7 +284,7 @@ protected:
 
 const std::vector<unsigned> kDeflatePage{256, 257, 258, 259, 262, 273, 277, 278, 279, 284, 317, 34675};
 
-TEST_F(OldJpegTest, GoWithTheDataThatTheyReferTo) {
+TEST_F(OldJpegTest, TagsAreRemovedWithTheirData) {
     TiffMaker tiff;
     const std::uint64_t at = tiff.Put(jpeg_);
     Entries page = Page(at);

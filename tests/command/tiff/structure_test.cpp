@@ -41,7 +41,7 @@ protected:
 
 TEST_F(StructureTest, AFileWithoutADirectoryHoldsNoImage) { EXPECT_EQ(Reason(tiff_), "holds no image"); }
 
-TEST_F(StructureTest, DirectoriesDoNotLieOverEachOther) {
+TEST_F(StructureTest, DirectoriesDoNotOverlap) {
     // One of 18 bytes of which ten precede the page, so that its end overlaps it. One inside the page. And the upper
     // half of the header's own offset: no entries.
     const std::uint64_t before = tiff_.Put(Little({1}, 2) + std::string(8, '\0'));
@@ -76,7 +76,7 @@ TEST_F(StructureTest, PagesDoNotLeadBackToEarlierOnes) {
     EXPECT_EQ(Reason(tiff_), "has pages that lead back to earlier ones");
 }
 
-TEST_F(StructureTest, SubIfdsStandInOneEntryOfWholeNumbersAndAreCountedBeforeTheyAreRead) {
+TEST_F(StructureTest, SubIfdsAreOneEntryOfIntegersAndCountedBeforeTheyAreRead) {
     const TiffMaker::Entry none{330, 0, 0, 0};
     EXPECT_EQ(ReasonOfPage(And(small_, none)), "has no integers in tag 330");
     EXPECT_EQ(ReasonOfPage(And(And(small_, TiffMaker::Long(330, 0)), none)), "has tag 330 twice");
@@ -107,7 +107,7 @@ TEST_F(StructureTest, EntriesOfAllDirectoriesTogetherAreBounded) {
     }
 }
 
-TEST_F(StructureTest, NumbersBeyond64BitsAreNoSmallOnes) {
+TEST_F(StructureTest, NumbersBeyond64BitsDoNotWrap) {
     // In 64 bits, 2^62 entries of 20 bytes and 2^61 values of 8 bytes wrap to 0.
     TiffMaker entries(true);
     entries.First(entries.Put(Little({std::uint64_t{1} << 62}, 8) + std::string(100, '\0')));
@@ -144,7 +144,7 @@ TEST_F(StructureTest, AValueMayEndWhereTheFileEnds) {
     EXPECT_EQ(at(last + 1), "is truncated: the value of tag 40000 lies past its end");
 }
 
-TEST_F(StructureTest, MetadataThatLeadOutOfTheFileTakeNoPlaceOfIt) {
+TEST_F(StructureTest, MetadataOutsideTheFileOccupyNoSpaceInIt) {
     const std::uint64_t exif = tiff_.Directory(
         {{40000, 7, 100, 0x1000000}, TiffMaker::Long(513, 0x1000000), TiffMaker::Long(514, 100), {40961, 3, 0, 0}});
     const auto look = [](const TiffStructure& structure) {
@@ -203,7 +203,7 @@ TEST_F(StructureTest, PagesAndTheirPartsHaveASize) {
     }
 }
 
-TEST_F(StructureTest, AsManySamplesAsABitOfAWordEach) {
+TEST_F(StructureTest, APixelHas64SamplesAtMost) {
     const std::uint64_t at = tiff_.Put(std::string(65, 'x'));
     const auto reason = [&](unsigned samples) {
         return ReasonOfPage(TiffMaker::Rgb({1, 1, {at}, {samples}, 1, samples, 1, 1}));
@@ -212,7 +212,7 @@ TEST_F(StructureTest, AsManySamplesAsABitOfAWordEach) {
     EXPECT_EQ(reason(65), "has 65 samples per pixel");
 }
 
-TEST_F(StructureTest, ProfilesThatStandInTheirEntriesHaveNoPlaceInCommon) {
+TEST_F(StructureTest, ProfilesStoredInTheirEntriesAreComparedByContent) {
     for (const char* profile : {"one!", "two!", "one!"}) tiff_.Page(And(small_, {34675, 7, 4, 0, profile}));
     const auto look = [](const TiffStructure& structure) {
         tool::DistinctProfiles profiles(structure);
@@ -225,7 +225,7 @@ TEST_F(StructureTest, ProfilesThatStandInTheirEntriesHaveNoPlaceInCommon) {
     EXPECT_EQ(Reason(tiff_, look), "");
 }
 
-TEST_F(StructureTest, AProfileThatIsNoneIsRefusedOnEveryPageThatEmbedsIt) {
+TEST_F(StructureTest, AnInvalidProfileIsRefusedOnEveryPageThatEmbedsIt) {
     const Entries entries = And(small_, {34675, 7, 10, tiff_.Put("no profile")});
     tiff_.Page(entries);
     const auto look = [](const TiffStructure& structure) {

@@ -48,7 +48,7 @@ protected:
     const std::uint64_t pixels_ = tiff_.Put(SmallPixels());
 };
 
-TEST_F(TagsTest, TwoOfATagAreRefused) {
+TEST_F(TagsTest, RepeatedTagsAreRefused) {
     Entries entries = Small();
     for (const unsigned tag : {266U, 274U, 317U, 339U}) entries.push_back(TiffMaker::Short(tag, 1));
     for (const unsigned tag : {347U, 34377U}) entries.push_back({tag, 7, 4, 0});
@@ -61,7 +61,7 @@ TEST_F(TagsTest, TwoOfATagAreRefused) {
     ExpectConverted(And(entries, {305, 2, 4, 0x616161}), "two of another tag");
 }
 
-TEST_F(TagsTest, TypesThatTheyCannotHaveAreRefused) {
+TEST_F(TagsTest, InvalidTypesAreRefused) {
     const auto refused = [&](unsigned tag, unsigned type, std::uint64_t value) {
         ExpectRefusal(With(Small(), {tag, type, 1, value}),
                       "has tag " + std::to_string(tag) + " in type " + std::to_string(type));
@@ -78,7 +78,7 @@ TEST_F(TagsTest, TypesThatTheyCannotHaveAreRefused) {
     ExpectRefusal(With(Small(), {341, 2, 3, 0x616161}), "has tag 341 in type 2");
 }
 
-TEST_F(TagsTest, NumbersOfValuesThatTheyCannotHaveAreRefused) {
+TEST_F(TagsTest, InvalidNumbersOfValuesAreRefused) {
     const auto refused = [&](unsigned tag, const std::vector<std::uint64_t>& values) {
         ExpectRefusal(With(Small(), {tag, 3, values.size(), 0, Little(values, 2)}),
                       "has tag " + std::to_string(tag) + " with " + std::to_string(values.size()) + " values");
@@ -94,7 +94,7 @@ TEST_F(TagsTest, NumbersOfValuesThatTheyCannotHaveAreRefused) {
     for (const unsigned tag : {273U, 279U}) ExpectRefusal(With(Small(), {tag, 4, 0, 0}), "lacks some of its strips");
 }
 
-TEST_F(TagsTest, PlacesOfTilesInTheTagsOfStripsAreAccepted) {
+TEST_F(TagsTest, TileOffsetsInTheTagsOfStripsAreAccepted) {
     // As libtiff reads them: TileWidth and TileLength say that there are tiles.
     for (const std::string scheme : {"none", "lzw", "jpeg"}) {
         Make("tiffcp -t -w 64 -l 64 -c " + scheme + " $in $out");
@@ -163,7 +163,7 @@ TEST_F(TagsTest, AValueOverADirectoryIsRefused) {
     ExpectRefusal(With(Small(), {34675, 7, 16, 4}), "has the value of tag 34675 over a directory");
 }
 
-TEST_F(TagsTest, WhatIsOddAndClearIsConverted) {
+TEST_F(TagsTest, UnusualButUnambiguousFilesAreConverted) {
     for (const unsigned type : {1U, 3U, 4U}) {
         for (const unsigned tag : {256U, 257U, 278U, 284U, 262U, 277U, 259U, 266U, 274U, 317U}) {
             const std::uint64_t value = tag == 262 ? 2 : tag == 277 ? 3 : tag < 258 || tag == 278 ? 4 : 1;
@@ -201,7 +201,7 @@ TEST_F(TagsTest, AStripThatMovesHasTheSizeOfItsPixels) {
     EXPECT_EQ(ReadPictures(out_)[0].values.size(), 36U);
 }
 
-TEST_F(TagsTest, AnOrientationThatThereIsNotBecomesTheUsualOne) {
+TEST_F(TagsTest, AnInvalidOrientationBecomesTheDefault) {
     for (const unsigned orientation : {0U, 9U, 65535U, 8U}) {
         ExpectConverted(With(Small(), TiffMaker::Short(274, orientation)), "orientation");
         EXPECT_EQ(Shell("tiffinfo " + Quoted(out_) + " 2>&1 | grep -c 'Bad value' || :"), "0\n");
@@ -210,7 +210,7 @@ TEST_F(TagsTest, AnOrientationThatThereIsNotBecomesTheUsualOne) {
     }
 }
 
-TEST_F(TagsTest, FilesThatASearchFoundAreRefused) {
+TEST_F(TagsTest, FilesFoundByFuzzingAreRefused) {
     int found = 0;
     for (const auto& entry : fs::directory_iterator(HUEWEAVE_FOUND)) {
         if (entry.path().extension() != ".tif") continue;

@@ -7,7 +7,7 @@
 namespace hueweave::test {
 namespace {
 
-class AllocationSweep : public HostileTest, public testing::WithParamInterface<Fail> {
+class AllocationSweepTest : public HostileTest, public testing::WithParamInterface<Fail> {
 protected:
     /// Allocation k fails.
     template <typename... Steps>
@@ -44,7 +44,7 @@ protected:
     }
 };
 
-TEST_P(AllocationSweep, EveryCallIsDoneOrRefused) {
+TEST_P(AllocationSweepTest, EveryCallSucceedsOrFails) {
     const std::string all = Put("all.icc", MiniProfile(EveryKindOfTag()));
     const std::string curved =
         Put("ab.icc", MiniProfile({{"wtpt", XyzBlock(0xf6d6, 0x10000, 0xd32d)}, {"A2B1", MftAB(ShortLut())}}));
@@ -66,7 +66,7 @@ TEST_P(AllocationSweep, EveryCallIsDoneOrRefused) {
 
 /// After a SetProfile that ran out of memory, a SetIntent finds nothing or the whole profile; never a part of it, which
 /// could give other colours.
-TEST_P(AllocationSweep, NoPartOfAProfileIsUsedAfterwards) {
+TEST_P(AllocationSweepTest, NoPartOfAProfileIsUsedAfterwards) {
     const std::string path =
         Put("two.icc", MiniProfile({{"A2B1", Mft2(SmoothLut(3))}, {"desc", Bytes(64, 1)}, {"A2B0", Mft2(ShortLut())}}));
     ASSERT_EQ(Bind(path), 8);
@@ -81,7 +81,7 @@ TEST_P(AllocationSweep, NoPartOfAProfileIsUsedAfterwards) {
 
 /// Offsets whose grid could not be built do not become the engine's: it can be rebuilt without them, and they can be
 /// set again.
-TEST_P(AllocationSweep, OffsetsOfARefusedAdjustmentAreForgotten) {
+TEST_P(AllocationSweepTest, OffsetsOfARefusedAdjustmentAreForgotten) {
     const std::string path = Good();
     ASSERT_EQ(Bind(path), 8);
     const Bytes plain = ConvertedPixels();
@@ -100,7 +100,7 @@ TEST_P(AllocationSweep, OffsetsOfARefusedAdjustmentAreForgotten) {
 
 /// A mixture of old and new input tables of different lengths. A SetIntent that finds no table lets the engine convert
 /// again: with all of the old tables or not at all.
-TEST_P(AllocationSweep, InputTablesOfABrokenBuildAreNotUsed) {
+TEST_P(AllocationSweepTest, InputTablesOfABrokenBuildAreNotUsed) {
     const std::string path = Good();
     ASSERT_EQ(Bind(path, 0, 1, 9), 9);
     Bytes source = SamplePixels(600), golden(600);
@@ -115,7 +115,7 @@ TEST_P(AllocationSweep, InputTablesOfABrokenBuildAreNotUsed) {
 }
 
 /// A call frees what it allocated before memory ran out.
-TEST_P(AllocationSweep, NothingIsLost) {
+TEST_P(AllocationSweepTest, NothingLeaks) {
     const std::string path = Put("two.icc", MiniProfile({{"wtpt", XyzBlock(1, 2, 3)}, {"A2B1", MftAB(ShortLut())}}));
     const std::string source = Put("source.tif", MiniTiff{2, 2, 3, 8, Bytes(12, 1), Bytes(100, 1)}.Build());
     Bytes curve(256, 1);
@@ -140,7 +140,7 @@ TEST_P(AllocationSweep, NothingIsLost) {
 
 /// A file that is written in place may be truncated by the fault, but never has other contents. If nothing could be
 /// read, a source to be replaced by its own conversion stays.
-TEST_P(AllocationSweep, ConvertFileWritesTheFileOrAPieceOfIt) {
+TEST_P(AllocationSweepTest, ConvertFileWritesTheFileOrAPieceOfIt) {
     ASSERT_EQ(Bind(Good()), 8);
     const MiniTiff sound{10, 10, 3, 8, SamplePixels(), Bytes(100, 1)};
     const Bytes image = sound.Build(), golden = Converted(sound).Build();
@@ -166,7 +166,7 @@ TEST_P(AllocationSweep, ConvertFileWritesTheFileOrAPieceOfIt) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, AllocationSweep, testing::Values(Fail::Once, Fail::OnAndOn),
+INSTANTIATE_TEST_SUITE_P(Every, AllocationSweepTest, testing::Values(Fail::Once, Fail::OnAndOn),
                          testing::PrintToStringParamName());
 
 }  // namespace

@@ -54,7 +54,7 @@ protected:
     GuardedPages first_, second_;
 };
 
-TEST_F(GuardPageTest, RunsOfEveryLengthTouchTheirPixelsAlone) {
+TEST_F(GuardPageTest, RunsOfEveryLengthAccessOnlyTheirPixels) {
     for (const int wide : {0, 1}) {
         ASSERT_EQ(Bind(Good(), 0, wide, 8 + wide), 8 + wide);
         const std::size_t pixelBytes = wide == 1 ? 6 : 3;

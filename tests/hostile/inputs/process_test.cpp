@@ -16,7 +16,7 @@ std::size_t HeapInUse() {
 
 using ResourceTest = HostileTest;
 
-TEST_F(ResourceTest, TwoThousandFailingCallsLoseNothing) {
+TEST_F(ResourceTest, TwoThousandFailingCallsLeakNothing) {
     Bytes cut = MiniProfile(EveryKindOfTag());
     cut.pop_back();
     const std::string good = Good(), broken = Put("broken.icc", cut), absent = dir_.File("absent"),
@@ -77,7 +77,7 @@ void OnSmallStack(std::function<void()> body) {
     pthread_attr_destroy(&attributes);
 }
 
-TEST_F(EveryCall, WorksOnAStackOf64KiB) {
+TEST_F(EveryCallTest, WorksOnAStackOf64KiB) {
     for (const char* engine : kSuffixes) {
         Bytes small;
         testing::internal::CaptureStdout();

@@ -22,7 +22,7 @@ TagList TagsOf(const ICC40::ICCFILE::IccFile4& file) {
     return tags;
 }
 
-class ProfileSweep : public HostileTest {
+class ProfileSweepTest : public HostileTest {
 protected:
     /// The container has exactly the tags that the reference reader finds, and the engine gives the reference's results
     /// for those tags.
@@ -59,14 +59,14 @@ private:
     std::optional<Expected> expected_;  ///< for the previous tags: most changes leave the tags unchanged
 };
 
-TEST_F(ProfileSweep, CutAtEveryByte) {
+TEST_F(ProfileSweepTest, CutAtEveryByte) {
     for (const Bytes& file : {MiniProfile(EveryKindOfTag()), MiniProfile({{"A2B1", MftAB(ShortLut())}})}) {
         CutAtEveryByte(file, [&](const Bytes& cut, const std::string& what) { Check(cut, what); });
     }
 }
 
 /// A block that ends early in a file that contains all of it: the table decoder, not the container, must detect it.
-TEST_F(ProfileSweep, BlockDeclaredShorterByEveryByte) {
+TEST_F(ProfileSweepTest, BlockDeclaredShorterByEveryByte) {
     for (const Bytes& block : {Mft2(ShortLut()), MftAB(ShortLut())}) {
         const Bytes file = MiniProfile({{"A2B0", block}});
         for (std::size_t size = 0; size < block.size(); ++size) {
@@ -77,14 +77,14 @@ TEST_F(ProfileSweep, BlockDeclaredShorterByEveryByte) {
     }
 }
 
-TEST_F(ProfileSweep, EveryBitOfTheTagTable) {
+TEST_F(ProfileSweepTest, EveryBitOfTheTagTable) {
     const TagList tags = EveryKindOfTag();
     FlipBits(MiniProfile(tags), 128, 132 + 12 * tags.size());
 }
 
-TEST_F(ProfileSweep, EveryBitOfAPlainTablesHead) { FlipBits(MiniProfile({{"A2B0", Mft2(ShortLut())}}), 144, 144 + 52); }
+TEST_F(ProfileSweepTest, EveryBitOfAnMft2Header) { FlipBits(MiniProfile({{"A2B0", Mft2(ShortLut())}}), 144, 144 + 52); }
 
-TEST_F(ProfileSweep, EveryBitOfACurvedTablesHead) {
+TEST_F(ProfileSweepTest, EveryBitOfAnMabHeader) {
     const Bytes block = MftAB(ShortLut());
     const Bytes file = MiniProfile({{"A2B0", block}});
     FlipBits(file, 144, 144 + 32);  // channels and offsets
@@ -96,7 +96,7 @@ TEST_F(ProfileSweep, EveryBitOfACurvedTablesHead) {
 
 #if defined(__x86_64__) && defined(__GLIBC__)
 /// In a host that traps division by zero and invalid operations, no file may cause either.
-TEST_F(ProfileSweep, NoFileDividesByZero) {
+TEST_F(ProfileSweepTest, NoFileDividesByZero) {
     std::vector<std::string> paths;
     for (const unsigned points : {0U, 1U, 2U, 3U, 33U, 34U}) {
         for (const unsigned entries : {0U, 1U, 2U, 3U}) {

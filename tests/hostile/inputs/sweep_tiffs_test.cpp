@@ -23,16 +23,16 @@ std::map<std::string, Bytes> Samples() {
             {"Wide", ChunkyTiff(4, 2, 3, 16, CountingBytes(48)).Build()}};
 }
 
-using TiffSweep = TiffRun;
+using TiffSweepTest = TiffRun;
 
-TEST_F(TiffSweep, CutAtEveryByte) {
+TEST_F(TiffSweepTest, CutAtEveryByte) {
     for (const auto& [name, file] : Samples()) {
         SCOPED_TRACE(name);
         CutAtEveryByte(file, [&](const Bytes& cut, const std::string& what) { Check(cut, what); });
     }
 }
 
-TEST_F(TiffSweep, EveryBitOfHeadAndDirectory) {
+TEST_F(TiffSweepTest, EveryBitOfHeaderAndDirectory) {
     for (const auto& [name, file] : Samples()) {
         SCOPED_TRACE(name);
         const std::size_t entries = file[8];

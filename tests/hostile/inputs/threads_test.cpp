@@ -9,7 +9,7 @@
 namespace hueweave::test {
 namespace {
 
-using ThreadsTest = EveryCall;
+using ThreadsTest = EveryCallTest;
 
 TEST_F(ThreadsTest, ThreeEnginesAtOnceGiveWhatEachGivesAlone) {
     testing::internal::CaptureStdout();

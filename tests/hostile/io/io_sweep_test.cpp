@@ -25,7 +25,7 @@ std::vector<Fault> EveryFault() {
             {"StatusOnce", Io::Status, Mode::Once},     {"StatusOnAndOn", Io::Status, Mode::OnAndOn}};
 }
 
-class IoSweep : public HostileTest, public testing::WithParamInterface<Fault> {
+class IoSweepTest : public HostileTest, public testing::WithParamInterface<Fault> {
 protected:
     /// Call k of the row's kind fails.
     template <typename... Steps>
@@ -42,7 +42,7 @@ bool Among(std::initializer_list<Io> kinds, const Fault& fault) {
     return std::find(kinds.begin(), kinds.end(), fault.kind) != kinds.end();
 }
 
-TEST_P(IoSweep, SetProfile) {
+TEST_P(IoSweepTest, SetProfile) {
     const Bytes block = Mft2(ShortLut());
     const std::string path = Put("sound.icc", MiniProfile({{"desc", Bytes(64, 1)}, {"A2B0", block}}));
     ASSERT_EQ(Bind(path), 8);
@@ -74,7 +74,7 @@ TEST_P(IoSweep, SetProfile) {
 
 /// To another file and onto the source itself: a source that could not be read stays unchanged; otherwise it gets the
 /// same contents as any other destination.
-TEST_P(IoSweep, ConvertFile) {
+TEST_P(IoSweepTest, ConvertFile) {
     const std::string source = dir_.File("source.tif"), other = dir_.File("other.tif");
     ASSERT_EQ(Bind(Good()), 8);
     const Bytes before = image_.Build(), golden = Converted(image_).Build();
@@ -110,7 +110,7 @@ TEST_P(IoSweep, ConvertFile) {
     EXPECT_EQ(untouched, Among({Io::Open, Io::Read}, GetParam()));
 }
 
-TEST_P(IoSweep, ProfileSaving) {
+TEST_P(IoSweepTest, ProfileSaving) {
     const std::string source = Put("sound.icc", MiniProfile(EveryKindOfTag()));
     const std::string dest = dir_.File("dest.icc");
     ICC40::ICCFILE::IccFile4 file;
@@ -126,7 +126,7 @@ TEST_P(IoSweep, ProfileSaving) {
     EXPECT_EQ(calls > 0, Among({Io::Open, Io::Write, Io::Seek, Io::Close}, GetParam()));
 }
 
-TEST_P(IoSweep, EmbeddedProfiles) {
+TEST_P(IoSweepTest, EmbeddedProfiles) {
     const Bytes profile = SizedContainer(Bytes(128), EveryKindOfTag());
     const std::string icc = Put("in.icc", profile);
     const std::string raw = Put("raw", SamplePixels());
@@ -149,7 +149,7 @@ TEST_P(IoSweep, EmbeddedProfiles) {
     EXPECT_EQ(calls > 0, Among({Io::Open, Io::Read, Io::Write, Io::Seek, Io::Close, Io::Status}, GetParam()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, IoSweep, testing::ValuesIn(EveryFault()),
+INSTANTIATE_TEST_SUITE_P(Every, IoSweepTest, testing::ValuesIn(EveryFault()),
                          [](const auto& row) { return std::string(row.param.name); });
 
 /// Reads of a profile: header, count and table, then the first 4 MiB of the file at once, then each block outside

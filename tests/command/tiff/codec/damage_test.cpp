@@ -84,7 +84,7 @@ const DeflateFile kDeflateFiles[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Every, DeflateTest, testing::ValuesIn(kDeflateFiles), NameOfRow);
 
-TEST_F(DamageTest, ALastStripAsTallAsTheOthersIsNone) {
+TEST_F(DamageTest, AFullLastStripIsNotDamage) {
     // 12 rows of the last strip are unused.
     for (const char* scheme : {"none", "lzw", "lzw:2", "zip", "zip:2", "packbits", "jpeg"}) {
         for (const int bits : {8, 16}) {

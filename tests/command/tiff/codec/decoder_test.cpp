@@ -100,7 +100,7 @@ TEST_F(DecoderTest, DataUnlikeTheirDirectoryAreRefused) {
     refused("contains planar YCbCr pixels", [&] { Shell("tiffset -s 262 6 " + Quoted(in_)); });
 }
 
-TEST_F(DecoderTest, PackBitsRunsAcrossRowsWantMemoryForTheStrip) {
+TEST_F(DecoderTest, PackBitsRunsAcrossRowsNeedMemoryForTheStrip) {
     // 281,250 runs of 128 bytes; a row of 12,000 bytes ends inside a run.
     std::string runs;
     for (int i = 0; i < 281250; ++i) runs.append("\x81\x00", 2);
@@ -136,7 +136,7 @@ TEST_F(DecoderTest, LayersOf300MebibytesTakeNoMemory) {
     }
 }
 
-TEST_F(DecoderTest, TheShapeIsThatOfOurReadingWhateverTheFileSaysLater) {
+TEST_F(DecoderTest, TheShapeIsKeptEvenIfTheFileChangesLater) {
     for (const char* recipe : {kLzwStrips, "tiffcp -L -t -w 64 -l 48 -c packbits $in $out"}) {
         Make16(recipe);
         const OpenedPage opened(in_);
@@ -158,7 +158,7 @@ TEST_F(DecoderTest, TheShapeIsThatOfOurReadingWhateverTheFileSaysLater) {
     }
 }
 
-TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldOrSeesInAnotherWayIsRefused) {
+TEST_F(DecoderTest, AShapeThatLibtiffCannotHoldOrReadsDifferentlyIsRefused) {
     for (const char* recipe : {"tiffcp -L -t -w 64 -l 48 -c lzw $in $out", kLzwStrips}) {
         Make16(recipe);
         OpenedPage opened(in_);
@@ -217,7 +217,7 @@ TEST_F(DecoderTest, ASourceThatIsCutMeanwhileIsRefused) {
     EXPECT_GT(refused, 2);
 }
 
-TEST_F(DecoderTest, DataThatEndOtherwiseAreRefusedWithTheReason) {
+TEST_F(DecoderTest, DataThatEndUnexpectedlyAreRefusedWithTheReason) {
     const std::string sound = Deflated(std::string(48, '\0')), run = '\x0b' + std::string(12, 'x');
     std::string otherSum = sound;
     otherSum.back() = static_cast<char>(otherSum.back() ^ 1);
@@ -256,7 +256,7 @@ TEST_F(DecoderTest, DataThatEndOtherwiseAreRefusedWithTheReason) {
     }
 }
 
-TEST(WebpSizeTest, StandsInTheHeadOfEachKind) {
+TEST(WebpSizeTest, IsReadFromTheHeaderOfEachKind) {
     const auto size = [](const std::string& head) { return tool::WebpSize({head.begin(), head.end()}); };
     const std::string webp("RIFF\0\0\0\0WEBP", 12), extended("VP8X\0\0\0\0\0\0\0\0\x0f\0\0\7\0\0", 18);
     const tool::PixelSize same{16, 8};

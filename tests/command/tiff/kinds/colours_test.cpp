@@ -9,7 +9,7 @@
 namespace hueweave::test {
 namespace {
 
-class DeviceTest : public KindTest {
+class DeviceColoursTest : public KindTest {
 protected:
     void ExpectJudged(const Samples& samples, const Profile& source, unsigned perPixel = 3) const {
         const Picture page = ReadPictures(out_)[0];
@@ -20,7 +20,7 @@ protected:
     }
 };
 
-TEST_F(DeviceTest, CmykPixelsAreThoseOfLittleCms) {
+TEST_F(DeviceColoursTest, CmykPixelsAreThoseOfLittleCms) {
     for (const unsigned bits : {8U, 16U}) {
         SCOPED_TRACE(bits);
         Samples ink{5, 4, bits, Varied(4 * kPixels, bits), {TiffMaker::Short(332, 1), TiffMaker::Short(334, 4)}, 8};
@@ -34,7 +34,7 @@ TEST_F(DeviceTest, CmykPixelsAreThoseOfLittleCms) {
                 Refuses(4, "holds CMYK pixels without a profile for them; give a profile for CMYK with "));
 }
 
-TEST_F(DeviceTest, LabPixelsAreThoseOfLittleCms) {
+TEST_F(DeviceColoursTest, LabPixelsAreThoseOfLittleCms) {
     const Profile lab(cmsCreateLab4Profile(nullptr));
     for (const unsigned photometric : {8U, 9U}) {
         for (const unsigned bits : {8U, 16U}) {
@@ -50,7 +50,7 @@ TEST_F(DeviceTest, LabPixelsAreThoseOfLittleCms) {
     }
 }
 
-using GreyTest = DeviceTest;
+using GreyTest = DeviceColoursTest;
 
 TEST_F(GreyTest, SamplesAreThoseOfLittleCms) {
     unsigned compression = 1;
@@ -111,7 +111,7 @@ TEST_F(GreyTest, EachPageUsesTheProfileForItsColours) {
     EXPECT_EQ(ReadPictures(out_)[0], ReadPictures(wanted)[0]);
 }
 
-TEST_F(GreyTest, RefusalsTellTheRemedy) {
+TEST_F(GreyTest, RefusalsNameTheRemedy) {
     WriteSamples(in_, {1, 1, 8, Varied(kPixels, 8)});
     EXPECT_THAT(ConvertKind(),
                 Refuses(4, "holds grey pixels without a profile for them; give a profile for grey with --profile"));

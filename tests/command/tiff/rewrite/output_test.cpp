@@ -38,7 +38,7 @@ Numbers Places(const std::string& between, const Numbers& sizes) {
     return places;
 }
 
-TEST(OutputLayoutTest, StripsThatTouchAreOneStretch) {
+TEST(OutputLayoutTest, AdjacentStripsAreMerged) {
     EXPECT_EQ(Places("", {200}), (Numbers{1}));
     EXPECT_EQ(Places("", {150, 50}), (Numbers{1, 151}));
     EXPECT_EQ(Places("", {202}), (Numbers{0}));
@@ -130,7 +130,7 @@ protected:
     std::map<std::uint64_t, std::uint64_t> moved_;
 };
 
-TEST_F(OutputCheckTest, WhatIsAsPlannedIsTaken) { EXPECT_EQ(Check(tiff_.bytes()), ""); }
+TEST_F(OutputCheckTest, AFileAsPlannedIsAccepted) { EXPECT_EQ(Check(tiff_.bytes()), ""); }
 
 TEST_F(OutputCheckTest, AnotherShapeOrPlace) {
     constexpr const char *kShape = "a page has another shape", *kPlace = "image data are at another place";
