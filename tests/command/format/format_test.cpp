@@ -147,6 +147,7 @@ TEST_F(FormatTest, DamagedExifIsLeftOut) {
                  {head + entry(34665, 4, 1, 21), false},         // one without an end
                  {head + entry(34665, 2, 1, 8), false},          // a place that is text
                  {std::string("Exif\0\0II*\0\x19\0\0\0", 14), false},
+                 {std::string("Exif\0\0II*\0\x08\0\0\0", 14), false},  // no room for the number of entries
                  {std::string("Exif\0\0II*\0", 10), false},
                  {mixed + artist, false},  // no byte order
                  {unknown + artist, false}};

@@ -18,6 +18,15 @@ TEST_F(ReportPageTest, HasTheNumbersOfInspectAndVerifyAndTheColoursOutsideTheSpa
     inspected.erase("file");
     EXPECT_EQ(numbers["inspect"], inspected);
     EXPECT_EQ(numbers["verify"], Told(Words{"verify"} + profile));
+    // The differences of each five units of L*, together of all colours.
+    const json& course = numbers["differences"]["exact"]["course"];
+    ASSERT_EQ(course.size(), 20U);
+    std::uint64_t colours = 0;
+    for (std::size_t n = 0; n < course.size(); ++n) {
+        EXPECT_EQ(course[n]["L"], 5 * n);
+        colours += course[n]["colours"].get<std::uint64_t>();
+    }
+    EXPECT_EQ(colours, numbers["verify"]["colours"]);
     EXPECT_EQ(numbers["profile"]["file"], Input("wide.icc"));
     // Of the corners of AdobeRGB, only black and white are inside sRGB. Each corner belongs to three faces.
     const json& solid = numbers["gamut"]["device"];
