@@ -153,7 +153,7 @@ TEST_F(WatchTest, EndsWhenOneOfTheFoldersIsGone) {
         const auto remove = [&, folder = gone](pid_t) {
             UntilSaid("watching ");
             fs::rename(folder, elsewhere);
-            UntilSaid("hueweave: " + folder + ": was removed or renamed, and cannot be ");
+            UntilSaid("hueweave: " + folder + ": was removed or renamed, and can no longer be ");
         };
         EXPECT_EQ(Watch({}, remove).status, status);
         fs::rename(elsewhere, gone);
