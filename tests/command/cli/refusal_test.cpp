@@ -33,6 +33,8 @@ const BadImage kBadImages[] = {
      "holds bilevel pixels, not RGB; write it as RGB first, for example with tiff2rgba -n in.tif out.tif"},
     {"convert-im6 $in -colorspace CMYK -alpha set $out",
      "has 5 samples per pixel, not 4; leave its extra samples out, for example with convert in.tif -alpha off out.tif"},
+    {"tiffcp -s -c none $in $out; tiffset -s 259 12345 $out",
+     "which is not supported; rewrite it with LZW or Deflate, with the program that made it"},
     {"tiffcp -s -c lzw:2 $in $out; tiffset -s 317 3 $out", "has predictor 3, which whole numbers do"},
     {"tiffcp -s -c zip:2 $in $out; tiffset -s 317 42 $out", "has predictor 42, which whole"},
     // The directory is just below 4 GiB, which leaves no room for the profile.

@@ -44,7 +44,8 @@ TEST_F(ReportPageTest, HasTheNumbersOfInspectAndVerifyAndTheColoursOutsideTheSpa
 
 TEST_F(ReportPageTest, HasTheToneOfAGamma) {
     WriteDeviceProfile(profile_, Form::Matrix4);  // gamma 1.8
-    const json tone = NumbersOf(PageOf({profile_, "--intent", "relative"}))["tone"];
+    const std::string page = PageOf({profile_, "--intent", "relative"});
+    const json tone = NumbersOf(page)["tone"];
     ASSERT_EQ(tone["L"].size(), 257U);
     for (const std::size_t n : {0U, 32U, 128U, 200U, 256U}) {
         const double light = std::pow(static_cast<double>(n) / 256, 1.8);
@@ -53,6 +54,16 @@ TEST_F(ReportPageTest, HasTheToneOfAGamma) {
         EXPECT_NEAR(tone["a"][n], 0, 0.05) << n;
         EXPECT_NEAR(tone["b"][n], 0, 0.05) << n;
     }
+    // The plot begins in its corner for 0 and L* = 0 and ends in the opposite one for 255 and L* = 100.
+    const std::size_t from = page.find("points=\"58.0,312.0 ");
+    ASSERT_NE(from, page.npos);
+    EXPECT_TRUE(page.substr(0, page.find("\"/>", from)).ends_with(" 626.0,14.0 "));
+    // All labels are inside the plots, which are 360 units high.
+    std::size_t labels = 0;
+    for (std::size_t at = 0; (at = page.find("\" y=\"", at)) != page.npos; ++at, ++labels) {
+        EXPECT_LT(std::stod(page.substr(at + 5, 6)), 360) << page.substr(at, 60);
+    }
+    EXPECT_GT(labels, 20U);
 }
 
 TEST_F(ReportPageTest, HasTheCommandLineWithoutDefaults) {
