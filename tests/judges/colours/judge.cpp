@@ -4,7 +4,6 @@
 // profile. Prints one line per source with tab-separated fields; `run` builds tables from them.
 #include <cstdio>
 #include <functional>
-#include <random>
 #include <string>
 
 #include "colour/Transform.h"
@@ -13,6 +12,7 @@
 #include "colour/library/LibraryConverter.h"
 #include "colour/profile/Target.h"
 #include "judges/colours/Truth.h"
+#include "support/ProfileBuilder.h"
 
 namespace colour = hueweave::colour;
 
@@ -78,8 +78,8 @@ std::vector<std::uint16_t> Colours() {
     for (unsigned n = 0; n < 33 * 33 * 33; ++n) {
         for (const unsigned place : {n / (33 * 33), n / 33 % 33, n % 33}) samples.push_back(at(place));
     }
-    std::minstd_rand random(7);
-    for (int n = 0; n < 3 * 5000; ++n) samples.push_back(static_cast<std::uint16_t>(random() % 6554));
+    hueweave::test::Lcg random(7);
+    for (int n = 0; n < 3 * 5000; ++n) samples.push_back(static_cast<std::uint16_t>(random.Below(6554)));
     return samples;
 }
 
