@@ -10,12 +10,11 @@
 #include <optional>
 #include <string>
 #include <utility>
-
-#include "colour/base/Bytes.h"
+#include <vector>
 
 namespace hueweave::tool {
 
-using colour::Bytes;
+using Bytes = std::vector<unsigned char>;
 
 /// A range of a file: `size` bytes from `offset`.
 struct Extent {

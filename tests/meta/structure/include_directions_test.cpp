@@ -3,8 +3,8 @@
 // -> base; the remaining folders include only base. In colour: api -> {library, exact, chart} -> profile -> base,
 // levels may be skipped, and nothing of the command. In the command: cli -> {batch, report} -> batch/session -> {tiff,
 // png, jpeg} -> picture -> system, levels may be skipped; cli, batch, picture and the folders that write images also
-// include colour, and all folders colour/base. Only colour includes the library's own headers, and the module for
-// Python that of the engine; it includes colour/api besides.
+// include colour, and all folders but system colour/base. Only colour includes the library's own headers, and the
+// module for Python that of the engine; it includes colour/api besides.
 #include <map>
 #include <regex>
 #include <set>
@@ -58,7 +58,7 @@ const Tree kCommand{
      {"(inputs)", "(work) batch/inputs batch/session"},
      {"(file)", "(inputs) png jpeg create batch/record batch/file/notes batch/file/plan"},
      {".", "system cli"},
-     {"system", "system colour/base"},
+     {"system", "system"},
      {"system/files", "(system)"},
      {"system/sandbox", "system system/sandbox"},
      {"picture", "(image)"},
