@@ -7,7 +7,7 @@
 
 namespace hueweave::tool {
 
-// Big-endian integers: those of PNG, JPEG and Photoshop's resources.
+// Big-endian integers: those of PNG and JPEG.
 
 inline std::uint16_t Big16(const unsigned char* at) { return static_cast<std::uint16_t>(at[0] << 8 | at[1]); }
 
